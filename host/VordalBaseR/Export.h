@@ -1,0 +1,14 @@
+// How the names of the host contract are made visible to plug-ins and how a plug-in's entry points are exported.
+#pragma once
+
+#if defined(_WIN32)
+#  if defined(VORDAL_HOST_BUILD)
+#    define VORDAL_API __declspec(dllexport)
+#  else
+#    define VORDAL_API __declspec(dllimport)
+#  endif
+#  define VORDAL_PLUGIN_EXPORT __declspec(dllexport)
+#else
+#  define VORDAL_API __attribute__((visibility("default")))
+#  define VORDAL_PLUGIN_EXPORT __attribute__((visibility("default")))
+#endif

@@ -1,0 +1,131 @@
+// The vocabulary in which records of the sonar protocol are written down as tables: keys, fields, layouts.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace qx5::protocol {
+
+/// The kind of value that a key carries in a request, in a device's tree and in an echo.
+enum class Kind : std::uint8_t {
+    Int,        ///< signed 32-bit integer
+    UInt,       ///< unsigned 32-bit integer
+    Bool,
+    Double,
+    Pair,       ///< two doubles
+    String,     ///< wide text
+    IntList,
+    DoubleList,
+    Offset,     ///< three axes
+    Branch,     ///< no value of its own, children instead
+    Any,        ///< only the key's presence counts
+};
+
+/// What a number of a key or of a wire field is counted in.
+enum class Unit : std::uint8_t {
+    None,
+    Metre,
+    MetrePerSecond,
+    Degree,
+    Radian,
+    Celsius,
+    Second,
+    Millisecond,
+    Microsecond,
+    Nanosecond,
+    Hertz,
+    Kilohertz,
+    Decibel,
+    DecibelPerKilometre,
+    PingPerSecond,
+    Percent,
+};
+
+/// One request key: its text stands here and nowhere else. Keys are constants of static storage and are compared
+/// by address.
+struct Key {
+    std::wstring_view text;
+    Kind kind = Kind::Any;
+    Unit unit = Unit::None;
+    std::string_view meaning = {}; ///< a few words for the manual and for `qx5 keys`
+};
+
+/// How a field lies on the wire. All numbers are little-endian.
+enum class Wire : std::uint8_t {
+    U8,
+    U16,
+    U32,
+    I32,
+    F32,
+    F64,
+    BitOfU16, ///< one bit of a 16-bit word; `extent` is the bit's number
+    BitOfU32, ///< one bit of a 32-bit word; `extent` is the bit's number
+    BitOfU64, ///< one bit of a 64-bit word; `extent` is the bit's number
+    Text,     ///< UTF-8 in a fixed field of `extent` bytes, at most `extent` - 1 of them used, rest 0
+    Bytes,    ///< UTF-8 in a fixed field of `extent` bytes, all of them usable, rest 0
+    TimeX5,   ///< the 10-byte time stamp
+};
+
+/// What happens to a value between the tree and the wire. Integers wider than their field lose their high bits.
+enum class Convert : std::uint8_t {
+    None,
+    Radians,        ///< (value x pi) / 180 in double, then narrowed
+    NegatedRadians, ///< the value negated, then as Radians
+    Negated,        ///< the value negated, in double
+    TimesThousand,  ///< value x 1000 in double, then narrowed (kHz to Hz)
+    Thousandth,     ///< value / 1000 in double (ms to s)
+    TimesTwenty,    ///< integer x 20 modulo 2^16
+    FifthOfFloat,   ///< integer to float, divided by 5 in single precision
+    Truncated,      ///< double to signed 32-bit integer: toward zero, saturating, NaN 0
+    SetWhenZero,    ///< integer: the bit is set when the value is 0
+    SetWhenOne,     ///< integer: the bit is set when the value is exactly 1
+    PlusOne,        ///< integer + 1, low bits
+};
+
+/// One field of a record. A field without key holds a constant or something that its handler computes.
+struct Field {
+    Key const* key = nullptr;
+    std::uint16_t offset = 0; ///< bytes from the start of the payload (or of the item)
+    Wire wire = Wire::U8;
+    Convert convert = Convert::None;
+    std::uint16_t extent = 0;      ///< bit number of a BitOf..., width in bytes of Text and Bytes
+    Unit unit = Unit::None;        ///< of the number on the wire
+    std::string_view name = {};    ///< what the field is called where it has no key
+    std::uint32_t constant = 0;    ///< the value of a field without key that never changes
+};
+
+/// What follows the fixed fields of a record of variable size.
+enum class Tail : std::uint8_t {
+    None,
+    Items,     ///< repeated items of `itemFields`, `itemSize` bytes each, to the end of the payload
+    I32List,   ///< signed 32-bit integers to the end
+    U32List,   ///< unsigned 32-bit integers to the end
+    U16List,   ///< unsigned 16-bit integers to the end
+    Utf8,      ///< UTF-8 text to the end, without terminator
+    Utf8Z,     ///< UTF-8 text to the end, the last byte 0
+    Bytes,     ///< raw bytes to the end
+};
+
+/// How a record leaves for the sonar.
+enum class Carrier : std::uint8_t {
+    RemoteControl, ///< wrapped in a remote-control record (command id = record id)
+    Data,          ///< a plain data record with a frame of its own
+    PassThrough,   ///< a remote-control command that the sonar processor hands on to another unit
+};
+
+/// One record: its id, its size and its fields. Views into tables of static storage; see RecordTable.
+struct RecordLayout {
+    std::uint32_t id = 0;
+    std::string_view name = {}; ///< as a hydrographer would say it, lower case: "absolute gates"
+    std::uint32_t size = 0;     ///< bytes of the payload, without the tail
+    std::span<Field const> fields = {};
+    Carrier carrier = Carrier::RemoteControl;
+    Tail tail = Tail::None;
+    std::uint32_t itemSize = 0;
+    std::span<Field const> itemFields = {};
+    std::string_view tailName = {};
+};
+
+} // namespace qx5::protocol
