@@ -1,0 +1,25 @@
+// The host's reference to one item of a data stream.
+#pragma once
+
+#include <VordalBaseR/CDataId.h>
+
+/// A stream and two numbers within it (item and index; 65535 means the stream as a whole). A value.
+class CDataInfo {
+public:
+    CDataInfo() = default;
+    CDataInfo(CDataId const& dataId, unsigned short item, unsigned short index)
+        : m_dataId(dataId), m_item(item), m_index(index)
+    {
+    }
+
+    CDataId const& GetDataId() const { return m_dataId; }
+    unsigned short GetItem() const { return m_item; }
+    unsigned short GetIndex() const { return m_index; }
+
+    friend bool operator==(CDataInfo const&, CDataInfo const&) = default;
+
+private:
+    CDataId m_dataId;
+    unsigned short m_item = 65535;
+    unsigned short m_index = 65535;
+};
