@@ -1,0 +1,74 @@
+// A decoded data block of the host: items by number.
+#pragma once
+
+#include <VordalBaseR/Export.h>
+
+#include <memory>
+#include <span>
+#include <vector>
+
+/// How LookUp finds an item.
+enum ADDR_MODE : int {
+    ADDR_BY_INDEX = 1,
+    ADDR_BY_ITEM = 2, ///< by item number, the one mode that plug-ins use
+};
+
+/// Type tags of block items.
+enum DataItemType : unsigned short {
+    DATA_INT32 = 101,
+    DATA_DOUBLE = 103,
+    DATA_BYTE = 106,
+    DATA_FLOAT = 109,
+    DATA_UINT16 = 111,
+};
+
+/// One item of a block. `data` points to `size` bytes inside the block, little-endian, or is null; it is valid until
+/// the block is changed, assigned or destroyed.
+struct CDataItem {
+    unsigned short item;
+    unsigned short type; ///< a DataItemType
+    unsigned int size;   ///< bytes
+    unsigned short status; ///< 0 is good
+    void* data;
+};
+
+/// A block is shared by reference: a copy costs a pointer, and EnsureUnique detaches it before a write. Reading
+/// copies of one block from several threads is safe, writing needs EnsureUnique first.
+class VORDAL_API CDataBlock {
+public:
+    CDataBlock();
+    CDataBlock(CDataBlock const&);
+    CDataBlock(CDataBlock&&) noexcept;
+    CDataBlock& operator=(CDataBlock const&);
+    CDataBlock& operator=(CDataBlock&&) noexcept;
+    ~CDataBlock();
+
+    /// Finds `item` and gives its position; false when the block has none, `index` is then untouched.
+    bool LookUp(unsigned short item, ADDR_MODE mode, unsigned short& index) const;
+    /// The item at a position that LookUp gave; null beyond the end.
+    CDataItem const* GetItem(unsigned short index) const;
+    /// The same for writing; detaches the block first.
+    CDataItem* GetItemForWrite(unsigned short index);
+    unsigned short GetItemCount() const;
+
+    /// Makes this block the only owner of its data.
+    void EnsureUnique();
+    void SetStatus(unsigned short status);
+    /// The status word of the block as a whole; its low six bits mark a bad block.
+    unsigned short GetStatus() const;
+    void SetTime(double seconds);
+    double GetTime() const;
+
+    /// Appends an item with a copy of `value` (null pointer and `size` bytes of nothing where the span is empty and
+    /// `size` is 0). Bytes missing from `value` are 0. Detaches first.
+    void AddItem(unsigned short item, unsigned short type, std::span<unsigned char const> value, unsigned int size,
+                 unsigned short status);
+    /// Appends an item without data. Detaches first.
+    void AddItemWithoutData(unsigned short item, unsigned short type, unsigned int size, unsigned short status);
+
+private:
+    void ResizeDataItem(unsigned short index, unsigned int size);
+
+    struct Body;
+    std::shared_ptr<Body> m_body;
+};

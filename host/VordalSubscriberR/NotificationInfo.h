@@ -1,0 +1,38 @@
+// What a notification carries to its subscribers.
+#pragma once
+
+#include <VordalBaseR/CDataId.h>
+#include <VordalBaseR/Export.h>
+
+/// Base of everything that a notification carries. The sender owns it; it is valid during the call only.
+class VORDAL_API NotificationInfo {
+public:
+    NotificationInfo() = default;
+    NotificationInfo(NotificationInfo const&) = default;
+    NotificationInfo& operator=(NotificationInfo const&) = default;
+    virtual ~NotificationInfo();
+};
+
+/// A notification about one device, computation or stream.
+class VORDAL_API DataId_NI : public NotificationInfo {
+public:
+    explicit DataId_NI(CDataId const& dataId) : m_dataId(dataId) {}
+    ~DataId_NI() override;
+
+    CDataId const& GetDataId() const { return m_dataId; }
+
+private:
+    CDataId m_dataId;
+};
+
+/// A notification that carries one plain value, such as a vessel number (`NFDataT<unsigned short>`).
+template <typename T>
+class VORDAL_API NFDataT : public NotificationInfo {
+public:
+    explicit NFDataT(T const& data) : m_data(data) {}
+
+    T const& GetData() const { return m_data; }
+
+private:
+    T m_data;
+};

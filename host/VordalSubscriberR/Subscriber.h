@@ -1,0 +1,47 @@
+// The sinks that notifications end in.
+#pragma once
+
+#include <VordalBaseR/Export.h>
+#include <VordalSubscriberR/NotificationInfo.h>
+
+/// A sink. Notify is called on the thread that raised the notification, with no lock of the host held.
+class VORDAL_API Subscriber {
+public:
+    Subscriber() = default;
+    Subscriber(Subscriber const&) = delete;
+    Subscriber& operator=(Subscriber const&) = delete;
+    virtual ~Subscriber();
+
+    /// `info` may be null; it belongs to the sender and is valid during the call only.
+    virtual void Notify(NotificationInfo const* info) = 0;
+};
+
+/// Calls a member function that takes what the notification carries. Holds a plain pointer to the object, which must
+/// outlive the subscription.
+template <typename T>
+class MemFunSubscriber : public Subscriber {
+public:
+    using Function = void (T::*)(NotificationInfo const*);
+
+    MemFunSubscriber(T* object, Function function) : m_object(object), m_function(function) {}
+    void Notify(NotificationInfo const* info) override { (m_object->*m_function)(info); }
+
+private:
+    T* m_object;
+    Function m_function;
+};
+
+/// Calls a member function without arguments. Holds a plain pointer to the object, which must outlive the
+/// subscription.
+template <typename T>
+class MemFunNoInfoSubscriber : public Subscriber {
+public:
+    using Function = void (T::*)();
+
+    MemFunNoInfoSubscriber(T* object, Function function) : m_object(object), m_function(function) {}
+    void Notify(NotificationInfo const*) override { (m_object->*m_function)(); }
+
+private:
+    T* m_object;
+    Function m_function;
+};

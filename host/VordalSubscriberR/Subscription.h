@@ -1,0 +1,68 @@
+// Subscriptions: to the general bus, to buffer status, to the active vessel, to attributes of a device, to streams.
+#pragma once
+
+#include <VordalBaseR/CString.h>
+#include <VordalBaseR/Export.h>
+
+#include <memory>
+#include <vector>
+
+class BaseDataSource;
+class CDataId;
+class Subscriber;
+
+/// The subscriptions to the attributes of one device. Made and owned by the host; a plug-in only passes it on.
+class SubscriptionMap;
+
+/// One sink joined to one or more keys of one bus. Unsubscribe, or the destructor, ends it: once it has returned the
+/// sink is not called any more (a call that is running on another thread is waited for; from inside the sink itself
+/// it returns at once). Not to be used from two threads at once.
+class VORDAL_API Subscription {
+public:
+    /// The bus that a kind means.
+    enum Kind : int {
+        ActiveVessel = 2,
+        BufferStatus = 4,
+        General = 7,
+    };
+
+    /// For attribute keys of one device: needs SetMap before Subscribe.
+    Subscription();
+    /// For one of the host's buses, see Kind. Subscribing with another kind does nothing.
+    explicit Subscription(int kind);
+    Subscription(Subscription const&) = delete;
+    Subscription& operator=(Subscription const&) = delete;
+    ~Subscription();
+
+    /// `own`: the subscription deletes the sink when it is replaced or when the subscription goes.
+    void SetSubscriber(Subscriber* subscriber, bool own);
+    /// The device whose attributes are followed; null for none. The map must be there while the subscription is.
+    void SetMap(SubscriptionMap* map);
+    /// Joins the sink to a key. Joining twice to one key still notifies once.
+    void Subscribe(CString const& key);
+    void Subscribe(std::vector<CString> const& keys);
+    void Unsubscribe();
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};
+
+/// The subscription to one stream of data blocks; the same rules.
+class VORDAL_API DataSubscription {
+public:
+    DataSubscription();
+    DataSubscription(DataSubscription const&) = delete;
+    DataSubscription& operator=(DataSubscription const&) = delete;
+    ~DataSubscription();
+
+    void SetSubscriber(Subscriber* subscriber, bool own);
+    void Subscribe(CDataId const& dataId);
+    void Unsubscribe();
+    /// The buffer of the stream subscribed to; null without a subscription or where the stream has no buffer.
+    BaseDataSource* GetDataBuffer();
+
+private:
+    struct State;
+    std::unique_ptr<State> m_state;
+};

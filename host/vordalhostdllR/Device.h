@@ -1,0 +1,39 @@
+// A device that the host creates from its project: definition, configuration, requests.
+#pragma once
+
+#include <VordalDataBlocksR/BaseDevice.h>
+
+class FileObject;
+
+/// A device with a life on the host: Create, LoadAttribs, ApplyAttribs, then HandlePortConnected whenever its port
+/// connects. All of these arrive on the host thread.
+class VORDAL_API Device : public BaseDevice {
+public:
+    Device();
+    ~Device() override;
+
+    virtual void SetDeviceDef(DeviceDefinition const* definition);
+    /// Makes what the device needs on the host (its buffer); false when it has no id yet.
+    virtual bool Create();
+    virtual bool Create(CDataId const& dataId, BaseDataSource* buffer);
+    virtual void StopDevice();
+    /// Fills the attribute tree from the section `name` of the configuration; false leaves it as it was.
+    virtual bool LoadAttribs(CString name, FileObject* file);
+    virtual void LoadAttribsPostCreate();
+    /// The tree was set or changed as a whole.
+    virtual void ApplyAttribs(bool changed);
+    virtual void DispatchDataBlock(CDataBlock const& block);
+    virtual void StopInputTimer();
+    virtual double AdjustTimeStamp(double seconds) const;
+
+    /// Switches the supervision of the device's time-out off or on.
+    void DisableTimeOut(bool disable);
+
+    /// The host's way into HandleRequestMap. Host thread; an exception passes out.
+    void DeliverRequest(CAttributeMap* request) { HandleRequestMap(request); }
+
+private:
+    /// A request for this device: a tree of keys, owned by the caller, which the device may write into. Null is
+    /// allowed. Host thread.
+    virtual void HandleRequestMap(CAttributeMap* request);
+};

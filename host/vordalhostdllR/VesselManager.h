@@ -1,0 +1,30 @@
+// The vessels of the project.
+#pragma once
+
+#include <VordalBaseR/CString.h>
+#include <VordalBaseR/Export.h>
+
+/// One vessel. Owned by the host.
+class VORDAL_API CBaseVessel {
+public:
+    virtual ~CBaseVessel();
+    virtual unsigned short GetVesselNumber() const = 0;
+};
+
+/// The vessels, in the project's order. Any thread; vessels stay while the project is open.
+class VORDAL_API VesselManager {
+public:
+    static VesselManager& GetVesselManager();
+
+    int GetNumVessels() const;
+    /// Null beyond the end.
+    CBaseVessel* GetVessel(int index);
+    /// Null when the project has no vessel.
+    CBaseVessel* GetActiveVesselPtr();
+    /// Empty for a vessel that is not there.
+    CString GetVesselName(unsigned short number) const;
+
+private:
+    VesselManager() = default;
+    friend struct VesselManagerAccess;
+};
