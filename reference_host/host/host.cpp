@@ -113,6 +113,9 @@ BaseDataSource* FindBuffer(CDataId const& id)
     return state != nullptr ? state->FindBuffer(id, false) : nullptr;
 }
 
+HostState::HostState(Threading mode) : threading(mode) {}
+HostState::~HostState() = default;
+
 Device* HostState::FindDevice(CDataId const& id) const
 {
     std::lock_guard const lock(mutex);
