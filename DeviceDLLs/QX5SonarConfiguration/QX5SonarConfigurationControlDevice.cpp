@@ -5,7 +5,9 @@
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
 #include <VordalBaseR/CExTime.h>
+#include <protocol/bytes.h>
 #include <protocol/frame.h>
+#include <protocol/numbers.h>
 #include <protocol/pack.h>
 #include <protocol/records/all.h>
 
@@ -148,8 +150,8 @@ bool ControlDevice::Send76xxRecord(unsigned long recordId, float value)
     std::array<unsigned char, 4> payload{};
     protocol::PutF32LE(payload, 0, value);
     std::vector<unsigned char> const frame =
-        protocol::BuildFrame(static_cast<std::uint32_t>(recordId), payload, static_cast<std::uint32_t>(deviceId),
-                             static_cast<std::uint32_t>(enumerator), CExTime::GetCurTime());
+        protocol::BuildFrame(
+        static_cast<std::uint32_t>(recordId), Target{deviceId, enumerator}, CExTime::GetCurTime(), payload);
     SendMessageW(std::string(frame.begin(), frame.end()), false);
     return true;
 }

@@ -140,7 +140,7 @@ void ControlDevice::RequestLoadFactoryParams(CAttributeMap* request)
     Read(Stored(), At<keys::DeviceId>, deviceId);
     for (FollowUp const& followUp : commands::RequestLoadFactoryParams.followUps) {
         if (followUp.when.empty() || deviceId == deviceWithRecord7059) {
-            SingleRecordRequest(followUp.recordId, followUp.target.device, followUp.target.enumerator);
+            SingleRecordRequest(followUp.recordId, followUp.target.deviceId, followUp.target.enumerator);
         }
     }
 

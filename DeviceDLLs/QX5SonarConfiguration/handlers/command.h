@@ -4,6 +4,7 @@
 #pragma once
 
 #include <VordalAttributesR/AttributeKey.h>
+#include <protocol/frame.h>
 #include <protocol/record_layout.h>
 
 #include <cstdint>
@@ -12,15 +13,9 @@
 
 namespace qx5 {
 
-/// The unit of the sonar system that a record is for.
-struct Target {
-    int device;
-    int enumerator;
-    friend constexpr bool operator==(Target const&, Target const&) = default;
-};
-
-inline constexpr Target OwnSonar{0, -1};
-inline constexpr Target Processor{7000, 0};
+using protocol::OwnSonar;
+using protocol::Target;
+inline constexpr Target Processor = protocol::SonarProcessor;
 
 /// The key as the attribute tree takes it, its hash made at compile time.
 template <protocol::Key const& K>

@@ -4,6 +4,7 @@
 #include "echo_map.h"
 #include "reading.h"
 
+#include <protocol/record_table.h>
 #include <protocol/unpack.h>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
@@ -50,6 +51,23 @@ protocol::Value Fallback(Operand const& operand)
         break;
     }
     return {};
+}
+
+/// What the record carries for the key, in the key's own kind.
+protocol::Value SentValue(protocol::RecordLayout const& record, protocol::Key const& key,
+                          std::span<unsigned char const> payload)
+{
+    protocol::Field const* field = protocol::FindField(record, key);
+    if (field == nullptr) {
+        return {};
+    }
+    protocol::Value sent = protocol::UnpackField(*field, payload).wire;
+    if (key.kind == protocol::Kind::Int) {
+        if (auto const* bits = std::get_if<std::uint32_t>(&sent)) {
+            return static_cast<std::int32_t>(*bits);
+        }
+    }
+    return sent;
 }
 
 bool IsTriggered(CAttributeMap const& request, Command const& command)
@@ -214,7 +232,7 @@ bool ControlDevice::Run(CAttributeMap const& request, qx5::Command const& comman
                     echo.TellValue(operand.attribute, values[qx5::OperandOf(command, *operand.key)]);
                 } else if (operand.options.echo == Echo::AsSent) {
                     echo.TellValue(operand.attribute,
-                                   qx5::protocol::SentValue(sending.record, *operand.key, payload.Bytes()));
+                                   qx5::SentValue(sending.record, *operand.key, payload.Bytes()));
                 }
             };
             if (command.echoes.empty()) {
@@ -235,14 +253,14 @@ bool ControlDevice::Run(CAttributeMap const& request, qx5::Command const& comman
 
 void ControlDevice::SendRemote(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target)
 {
-    SendRemoteControlRecord(recordId, payload.empty() ? nullptr : payload.data(), payload.size(), target.device,
+    SendRemoteControlRecord(recordId, payload.empty() ? nullptr : payload.data(), payload.size(), target.deviceId,
                             target.enumerator);
 }
 
 void ControlDevice::AskFor(std::span<qx5::FollowUp const> followUps)
 {
     for (qx5::FollowUp const& followUp : followUps) {
-        SingleRecordRequest(followUp.recordId, followUp.target.device, followUp.target.enumerator);
+        SingleRecordRequest(followUp.recordId, followUp.target.deviceId, followUp.target.enumerator);
     }
 }
 
