@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 
+#include <protocol/house_records.h>
 #include <protocol/records/basic.h>
 
 namespace qx5::protocol {
@@ -24,6 +25,7 @@ constexpr auto Concatenate(std::array<Item, Sizes> const&... arrays)
 }
 
 constexpr auto Layouts = Concatenate( //
+    records::HouseRecords,            //
     records::BasicRecords             //
 );
 
