@@ -19,7 +19,8 @@
 #include "StoragePlayback.h"
 #include "TargetExchange.h"
 #include "TrackerDetection.h"
-#include "TriggersTiming.h"#include "chain.h"
+#include "TriggersTiming.h"
+#include "chain.h"
 #include <protocol/records/all.h>
 
 #include <array>
