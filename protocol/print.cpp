@@ -133,14 +133,14 @@ std::string FieldLine(FieldValue const& value)
     Field const& field = *value.field;
     std::string line = Place(field) + " " + FieldName(field) + " = ";
     if (field.key == nullptr)
-        return line + WithUnit(WireValueText(value), field.unit);
+        return line + WithUnit(WireValueText(value), WireUnit(field));
     if (field.convert == Convert::Computed)
-        return line + "(wire " + WithUnit(WireValueText(value), field.unit) + ")";
+        return line + "(wire " + WithUnit(WireValueText(value), WireUnit(field)) + ")";
     if (field.wire == Wire::TimeX5)
         return line + WireValueText(value);
     line += WithUnit(AttributeText(value), field.key->unit);
     if (field.convert != Convert::None)
-        line += "  (wire " + WithUnit(WireValueText(value), field.unit) + ")";
+        line += "  (wire " + WithUnit(WireValueText(value), WireUnit(field)) + ")";
     return line;
 }
 
