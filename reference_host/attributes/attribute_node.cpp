@@ -150,7 +150,7 @@ void AttributeIndex::Remove(std::uint64_t hash, std::uint32_t occurrence)
     Entries()[Probe(hash, count - 1)].place = NoPlace;
     auto& counted = Entries()[Probe(hash, CountMark)];
     if (counted.place != NoPlace) {
-        counted.place = count - 1;
+        counted.place = count > 2 ? count - 1 : NoPlace;
     }
 }
 
