@@ -8,14 +8,15 @@
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <VordalBaseR/CExTime.h>
+#include <VordalDataBlocksR/BaseDataSource.h>
 #include <vordalhostdllR/CDevList.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
