@@ -55,7 +55,8 @@ struct AttributePage
 };
 
 /// Finds (hash of key, occurrence) among many children: open addressing, no deletion but by marking.
-class alignas(std::uint64_t) AttributeIndex {
+class alignas(std::uint64_t) AttributeIndex
+{
 public:
     static constexpr std::uint32_t NoPlace = 0xFFFFFFFFU;
 

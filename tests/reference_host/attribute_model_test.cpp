@@ -93,7 +93,9 @@ struct Subject
     Model model;
 };
 
-class RandomOperations : public testing::TestWithParam<unsigned> {};
+class RandomOperations : public testing::TestWithParam<unsigned>
+{
+};
 
 TEST_P(RandomOperations, MatchTheModel)
 {
