@@ -13,6 +13,7 @@
 #include <asio/post.hpp>
 #include <asio/steady_timer.hpp>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <condition_variable>
@@ -26,6 +27,7 @@ namespace {
 using asio::ip::tcp;
 
 constexpr std::size_t ReadBytes = std::size_t{64} << 10;
+constexpr std::size_t DrainBytes = std::size_t{64} << 10;
 // A queue that grew beyond this gives its memory back once it is empty.
 constexpr std::size_t KeptQueueBytes = std::size_t{64} << 10;
 
@@ -229,7 +231,7 @@ private:
     std::uint64_t Accept(std::span<unsigned char const> frame)
     {
         std::lock_guard const lock(m_sendMutex);
-        if (!m_connected.load(std::memory_order_relaxed) || frame.size() > m_options.greatestFrame) {
+        if (!m_connected.load(std::memory_order_relaxed) || frame.empty() || frame.size() > m_options.greatestFrame) {
             return 0;
         }
         auto const queued = m_queue.size() - m_queueHead;
@@ -238,7 +240,7 @@ private:
                 return 0;
             }
             Enqueue(frame);
-        } else if (!frame.empty()) {
+        } else {
             asio::error_code error;
             auto sent = m_socket.send(asio::buffer(frame.data(), frame.size()), 0, error);
             if (error == asio::error::would_block || error == asio::error::try_again) {
@@ -286,12 +288,13 @@ private:
     /// Writes what the system takes; false with the reason when the connection is broken.
     bool DrainOnLinkThread(asio::error_code& error)
     {
-        std::unique_lock lock(m_sendMutex);
-        while (m_queueHead < m_queue.size()) {
-            auto const sent =
-                m_socket.send(asio::buffer(m_queue.data() + m_queueHead, m_queue.size() - m_queueHead), 0, error);
+        auto const attempt = m_attempt;
+        for (;;) {
+            // The lock is let go after each piece: a sender waits for one system call at most.
+            std::unique_lock lock(m_sendMutex);
+            auto const size = std::min(m_queue.size() - m_queueHead, DrainBytes);
+            auto const sent = m_socket.send(asio::buffer(m_queue.data() + m_queueHead, size), 0, error);
             if (error == asio::error::would_block || error == asio::error::try_again) {
-                auto const attempt = m_attempt;
                 lock.unlock();
                 WaitToDrainOnLinkThread(attempt);
                 return true;
@@ -300,9 +303,11 @@ private:
                 return false;
             }
             m_queueHead += sent;
+            if (m_queueHead == m_queue.size()) {
+                DropQueueLocked();
+                return true;
+            }
         }
-        DropQueueLocked();
-        return true;
     }
 
     void DropQueueLocked()
@@ -429,7 +434,7 @@ private:
             m_candidate.set_option(asio::socket_base::receive_buffer_size(m_options.systemBufferBytes), ignored);
         }
         m_timer.cancel();
-        m_reader = qx5::protocol::FrameReader();
+        m_reader = qx5::protocol::FrameReader(m_options.greatestFrame);
         m_garbageTold = false;
         m_skippedBefore = 0;
         m_proven = false;
@@ -483,23 +488,19 @@ private:
     {
         m_bytesIn.fetch_add(bytes.size(), std::memory_order_relaxed);
         auto const time = m_options.clock();
-        m_reader.Append(bytes);
-        while (attempt == m_attempt) {
-            auto const frame = m_reader.Next();
-            if (frame.empty()) {
-                break;
-            }
+        m_reader.Feed(bytes);
+        while (auto const frame = m_reader.Next()) {
             m_proven = true;
             auto const sequence = m_framesIn.fetch_add(1, std::memory_order_relaxed) + 1;
             if (m_observed.load(std::memory_order_acquire)) {
-                Trace({false, time, sequence, frame});
+                Trace({false, time, sequence, frame->bytes});
             }
-            m_listener->OnLinkFrame(frame, time);
+            m_listener->OnLinkFrame(*frame, time);
+            if (attempt != m_attempt) {
+                return;
+            }
         }
-        if (attempt != m_attempt) {
-            return;
-        }
-        auto const skipped = m_reader.GetCounters().bytesSkipped;
+        auto const skipped = m_reader.SkippedBytes();
         m_bytesSkipped.fetch_add(skipped - m_skippedBefore, std::memory_order_relaxed);
         m_skippedBefore = skipped;
         if (skipped > 0 && !m_garbageTold) {
@@ -529,6 +530,7 @@ private:
             return;
         }
         DisconnectOnLinkThread();
+        m_reader.Reset();
         if (m_proven || std::chrono::steady_clock::now() - m_connectedAt >= m_options.provenAfter) {
             m_backOff.Reset();
         }
@@ -622,7 +624,7 @@ private:
     std::uint64_t m_skippedBefore = 0;
     std::chrono::steady_clock::time_point m_connectedAt;
     std::array<unsigned char, ReadBytes> m_readBuffer;
-    qx5::protocol::FrameReader m_reader;
+    qx5::protocol::FrameReader m_reader{m_options.greatestFrame};
 
     // Guarded by m_sendMutex; see above for the socket.
     mutable std::mutex m_sendMutex;

@@ -15,6 +15,10 @@
 #include <string_view>
 #include <vector>
 
+namespace qx5::protocol {
+struct FrameView;
+}
+
 namespace vordal {
 
 /// The one thread on which all links connect, read and drain their queues. Make it before the links; it must outlive
@@ -65,8 +69,8 @@ class SonarLinkListener {
 public:
     virtual ~SonarLinkListener() = default;
     virtual void OnLinkStatus(LinkStatus const& status) = 0;
-    /// One complete, checked frame; the bytes are valid during the call. `time` is host time in seconds.
-    virtual void OnLinkFrame(std::span<unsigned char const> frame, double time) = 0;
+    /// One complete, checked frame; its bytes are valid during the call. `time` is host time in seconds.
+    virtual void OnLinkFrame(qx5::protocol::FrameView const& frame, double time) = 0;
     /// One line worth keeping in the log, such as the first garbage of a connection.
     virtual void OnLinkReport(std::string_view line) = 0;
 };
@@ -111,7 +115,7 @@ struct LinkOptions
     std::uint16_t port = 0;
     /// Bytes that may wait for the sonar to take them. One frame is always accepted when nothing waits.
     std::size_t queueBytes = std::size_t{1} << 20;
-    /// A longer frame is refused.
+    /// A longer frame is refused, and one that claims to be longer is damage.
     std::size_t greatestFrame = std::size_t{16} << 20;
     BackOffSchedule backOff;
     /// For one attempt, name look-up included.
