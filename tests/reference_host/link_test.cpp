@@ -299,7 +299,6 @@ TEST(SonarLink, OneFrameBeyondTheQueueStillLeavesWhole)
     Listener listener;
     auto options = OptionsFor(peer.Port());
     options.queueBytes = 10;
-    options.systemBufferBytes = 4096;
     options.greatestFrame = 12'000'000;
     SonarLink link(thread, options, listener);
     link.Open();

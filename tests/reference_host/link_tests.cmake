@@ -1,3 +1,2 @@
 # Tests of the link; included by the tests of the reference host.
-qx5_add_test(link_test SOURCES link_test.cpp LIBRARIES vordal_sonar_link vordal_link_faults)
-target_compile_definitions(link_test PRIVATE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+qx5_add_test(link_test SOURCES link_test.cpp LIBRARIES vordal_sonar_link vordal_link_faults vordal_asio)
