@@ -83,9 +83,9 @@ bool LiveTraffic::SendRemoteControl(Sender const& sender, std::uint32_t recordId
 
 bool LiveTraffic::AskForRecord(Sender const& sender, std::uint32_t recordId, int deviceId, int enumerator)
 {
-    std::array<unsigned char, protocol::records::RecordRequest.size> payload;
+    std::array<unsigned char, protocol::records::RecordRequest.Size()> payload;
     protocol::PutU32LE(payload, 0, recordId);
-    return SendRemoteControl(sender, protocol::records::RecordRequest.id, payload, deviceId, enumerator);
+    return SendRemoteControl(sender, protocol::records::RecordRequest.Id(), payload, deviceId, enumerator);
 }
 
 bool LiveTraffic::SendData(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,

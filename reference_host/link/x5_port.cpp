@@ -86,7 +86,7 @@ void X5Port::TellDevices(LinkStatus const& status)
 
 void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
 {
-    if (frame.header.recordId != protocol::records::AttributeTree.id) {
+    if (frame.header.recordId != protocol::records::AttributeTree.Id()) {
         return;
     }
     std::string error;
@@ -176,7 +176,7 @@ bool X5Port::SendRemoteControlCommandWithPassThrough(std::uint32_t recordId, voi
     try {
         auto const command = protocol::EncodePassThrough(
             {{static_cast<std::int32_t>(deviceId), static_cast<std::int32_t>(enumerator)}, recordId, bytes});
-        return SendRemoteControlRecord(m_link, protocol::records::PassThroughCommand.id, command,
+        return SendRemoteControlRecord(m_link, protocol::records::PassThroughCommand.Id(), command,
                                        protocol::SonarProcessor.deviceId, protocol::SonarProcessor.enumerator);
     } catch (std::length_error const&) {
         return false;
