@@ -1,0 +1,271 @@
+// The variant value of a tree node, its concrete kinds, and the factory that makes values on the heap.
+#pragma once
+
+#include <VordalBaseR/CCompOffset.h>
+#include <VordalBaseR/CDataId.h>
+#include <VordalBaseR/CDataInfo.h>
+#include <VordalBaseR/CString.h>
+#include <VordalBaseR/Export.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What a value is. A value is readable through the getters of its own kind alone.
+enum class VordalKind
+{
+    None,
+    Int,
+    UInt,
+    Int64,
+    Bool,
+    Double,
+    Pair,
+    DataInfo,
+    String,
+    IntList,
+    DoubleList,
+    Offset
+};
+
+/// A value; an object of this very class is the empty value, which every getter fails on.
+/// Values never change after construction, so that copies of a tree share them and any number of threads may read one.
+/// A getter writes its out argument and reports success only when the value is of that kind; otherwise the argument
+/// is left untouched, so callers preset it. No getter converts: an integer read as a double fails.
+/// A value on the heap belongs to whoever made it until a node takes it (`CAttributeMap`, `ReplaceValue`).
+class VORDAL_API CVordalType {
+public:
+    constexpr CVordalType() = default;
+    constexpr CVordalType(CVordalType const&) noexcept {}
+    CVordalType& operator=(CVordalType const&) = delete;
+
+    // In the host's slot order. Each gives non-zero when the value has the kind.
+    virtual ~CVordalType() = default;
+    virtual int GetInt(int& value) const;
+    virtual int GetUInt(unsigned int& value) const;
+    virtual int GetInt64(std::int64_t& value) const;
+    virtual int GetBool(bool& value) const;
+    virtual int GetDouble(double& value) const;
+    virtual int GetPair(double& first, double& second) const;
+    virtual int GetDataInfo(CDataInfo& value) const;
+    virtual int GetString(CString& value) const;
+    virtual int GetIntList(std::vector<int>& value) const;
+    virtual int GetDoubleList(std::vector<double>& value) const;
+    // Beyond the slots that plug-ins were built against: new ones go to the end.
+    virtual int GetOffset(CCompOffset& value) const;
+    /// A new heap value equal to this one; the caller owns it.
+    virtual CVordalType* Clone() const;
+    virtual VordalKind Kind() const;
+    /// Same kind and same content. Doubles are compared by their bits: a NaN equals itself, -0.0 is not 0.0.
+    virtual bool IsSame(CVordalType const& other) const;
+    /// For people: UTF-8, doubles in the shortest form that reads back to the same number, texts in quotes with
+    /// control characters escaped, whatever the locale. The empty value gives "none".
+    virtual std::string ToText() const;
+
+    bool Get(int& value) const { return GetInt(value) != 0; }
+    bool Get(unsigned int& value) const { return GetUInt(value) != 0; }
+    bool Get(std::int64_t& value) const { return GetInt64(value) != 0; }
+    bool Get(bool& value) const { return GetBool(value) != 0; }
+    bool Get(double& value) const { return GetDouble(value) != 0; }
+    bool Get(double& first, double& second) const { return GetPair(first, second) != 0; }
+    bool Get(CDataInfo& value) const { return GetDataInfo(value) != 0; }
+    bool Get(CString& value) const { return GetString(value) != 0; }
+    bool Get(CCompOffset& value) const { return GetOffset(value) != 0; }
+    bool Get(std::vector<int>& value) const { return GetIntList(value) != 0; }
+    bool Get(std::vector<double>& value) const { return GetDoubleList(value) != 0; }
+
+    bool IsEmpty() const { return Kind() == VordalKind::None; }
+    /// The empty value that failed look-ups refer to; it lives as long as the host library.
+    static CVordalType const& Empty() { return s_empty; }
+
+private:
+    friend struct AttributeNode;
+    friend class CAttributeRec;
+    friend class CAttributeMap;
+
+    static CVordalType s_empty;
+    /// Nodes that share the value; only values on the heap that a node has taken are counted.
+    mutable std::atomic<std::uint32_t> m_references{1};
+};
+
+/// A signed 32-bit integer.
+class VORDAL_API CVordalInt final : public CVordalType {
+public:
+    explicit CVordalInt(int value) : m_value(value) {}
+    int GetInt(int& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    int m_value;
+};
+
+/// An unsigned 32-bit integer.
+class VORDAL_API CVordalUInt final : public CVordalType {
+public:
+    explicit CVordalUInt(unsigned int value) : m_value(value) {}
+    int GetUInt(unsigned int& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    unsigned int m_value;
+};
+
+/// A signed 64-bit integer.
+class VORDAL_API CVordalInt64 final : public CVordalType {
+public:
+    explicit CVordalInt64(std::int64_t value) : m_value(value) {}
+    int GetInt64(std::int64_t& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    std::int64_t m_value;
+};
+
+/// A truth value.
+class VORDAL_API CVordalBool final : public CVordalType {
+public:
+    explicit CVordalBool(bool value) : m_value(value) {}
+    int GetBool(bool& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    bool m_value;
+};
+
+/// A double; NaN and the infinities are values like any other.
+class VORDAL_API CVordalDouble final : public CVordalType {
+public:
+    explicit CVordalDouble(double value) : m_value(value) {}
+    int GetDouble(double& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    double m_value;
+};
+
+/// A pair of doubles.
+class VORDAL_API CVordalDouble2D final : public CVordalType {
+public:
+    CVordalDouble2D(double first, double second) : m_first(first), m_second(second) {}
+    int GetPair(double& first, double& second) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    double m_first;
+    double m_second;
+};
+
+/// A reference to a data item.
+class VORDAL_API CVordalDataInfo final : public CVordalType {
+public:
+    /// The two numbers narrow the reference to an item; 65535 for both means the whole stream.
+    CVordalDataInfo(CDataId const& id, unsigned short first, unsigned short second);
+    explicit CVordalDataInfo(CDataInfo const& value);
+    int GetDataInfo(CDataInfo& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    CDataInfo m_value;
+};
+
+/// A wide text. (`CVordalString` is the host's splitter of delimited texts, not a value.)
+class VORDAL_API CVordalText final : public CVordalType {
+public:
+    explicit CVordalText(CString value) : m_value(std::move(value)) {}
+    int GetString(CString& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    CString m_value;
+};
+
+/// A list of signed 32-bit integers; it may be empty.
+class VORDAL_API CVordalIntList final : public CVordalType {
+public:
+    explicit CVordalIntList(std::vector<int> value) : m_value(std::move(value)) {}
+    int GetIntList(std::vector<int>& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    std::vector<int> m_value;
+};
+
+/// A list of doubles; it may be empty.
+class VORDAL_API CVordalDoubleList final : public CVordalType {
+public:
+    explicit CVordalDoubleList(std::vector<double> value) : m_value(std::move(value)) {}
+    int GetDoubleList(std::vector<double>& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    std::vector<double> m_value;
+};
+
+/// A three-axis offset, in metres.
+class VORDAL_API CVordalOffset final : public CVordalType {
+public:
+    explicit CVordalOffset(CCompOffset const& value) : m_value(value) {}
+    int GetOffset(CCompOffset& value) const override;
+    CVordalType* Clone() const override;
+    VordalKind Kind() const override;
+    bool IsSame(CVordalType const& other) const override;
+    std::string ToText() const override;
+
+private:
+    CCompOffset m_value;
+};
+
+/// Makes values on the heap, each of the kind that its argument has. The caller owns the result and usually hands it
+/// to a node at once. Any thread; nothing fails but for want of memory.
+class VORDAL_API VordalTypeCreator {
+public:
+    static CVordalType* MakeValue(int value);
+    static CVordalType* MakeValue(unsigned int value);
+    static CVordalType* MakeValue(std::int64_t value);
+    static CVordalType* MakeValue(bool value);
+    static CVordalType* MakeValue(double value);
+    static CVordalType* MakeValue(std::pair<double, double> const& value);
+    static CVordalType* MakeValue(std::vector<int> const& value);
+    static CVordalType* MakeValue(std::vector<double> const& value);
+    static CVordalType* MakeValue(CString const& value);
+    static CVordalType* MakeValue(CCompOffset const& value);
+    static CVordalType* MakeValue(CDataInfo const& value);
+    /// A text from UTF-8; each byte that is not part of a valid sequence becomes U+FFFD. Null gives the empty text.
+    static CVordalType* MakeValue(char const* value);
+    static CVordalType* MakeValue(wchar_t const* value);
+    /// Any other pointer would quietly become `true`.
+    template <typename T>
+    static CVordalType* MakeValue(T const*) = delete;
+};
