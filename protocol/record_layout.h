@@ -9,22 +9,24 @@
 namespace qx5::protocol {
 
 /// The kind of value that a key carries in a request, in a device's tree and in an echo.
-enum class Kind : std::uint8_t {
-    Int,        ///< signed 32-bit integer
-    UInt,       ///< unsigned 32-bit integer
+enum class Kind : std::uint8_t
+{
+    Int,  ///< signed 32-bit integer
+    UInt, ///< unsigned 32-bit integer
     Bool,
     Double,
-    Pair,       ///< two doubles
-    String,     ///< wide text
+    Pair,   ///< two doubles
+    String, ///< wide text
     IntList,
     DoubleList,
-    Offset,     ///< three axes
-    Branch,     ///< no value of its own, children instead
-    Any,        ///< only the key's presence counts
+    Offset, ///< three axes
+    Branch, ///< no value of its own, children instead
+    Any,    ///< only the key's presence counts
 };
 
 /// What a number of a key or of a wire field is counted in.
-enum class Unit : std::uint8_t {
+enum class Unit : std::uint8_t
+{
     None,
     Metre,
     MetrePerSecond,
@@ -41,11 +43,14 @@ enum class Unit : std::uint8_t {
     DecibelPerKilometre,
     PingPerSecond,
     Percent,
+    BitPerSecond,
+    Byte,
 };
 
 /// One request key: its text stands here and nowhere else. Keys are constants of static storage and are compared
 /// by address.
-struct Key {
+struct Key
+{
     std::wstring_view text;
     Kind kind = Kind::Any;
     Unit unit = Unit::None;
@@ -53,23 +58,26 @@ struct Key {
 };
 
 /// How a field lies on the wire. All numbers are little-endian.
-enum class Wire : std::uint8_t {
+enum class Wire : std::uint8_t
+{
     U8,
     U16,
     U32,
     I32,
     F32,
     F64,
-    BitOfU16, ///< one bit of a 16-bit word; `extent` is the bit's number
-    BitOfU32, ///< one bit of a 32-bit word; `extent` is the bit's number
-    BitOfU64, ///< one bit of a 64-bit word; `extent` is the bit's number
-    Text,     ///< UTF-8 in a fixed field of `extent` bytes, at most `extent` - 1 of them used, rest 0
-    Bytes,    ///< UTF-8 in a fixed field of `extent` bytes, all of them usable, rest 0
-    TimeX5,   ///< the 10-byte time stamp
+    BitOfU16,  ///< one bit of a 16-bit word; `extent` is the bit's number
+    BitOfU32,  ///< one bit of a 32-bit word; `extent` is the bit's number
+    BitOfU64,  ///< one bit of a 64-bit word; `extent` is the bit's number
+    BitsOfU32, ///< `bitCount` bits of a 32-bit word from bit `extent` up; packing shifts and ORs without masking
+    Text,      ///< UTF-8 in a fixed field of `extent` bytes, at most `extent` - 1 of them used, rest 0
+    Bytes,     ///< UTF-8 in a fixed field of `extent` bytes, all of them usable, rest 0
+    TimeX5,    ///< the 10-byte time stamp
 };
 
 /// What happens to a value between the tree and the wire. Integers wider than their field lose their high bits.
-enum class Convert : std::uint8_t {
+enum class Convert : std::uint8_t
+{
     None,
     Radians,        ///< (value x pi) / 180 in double, then narrowed
     NegatedRadians, ///< the value negated, then as Radians
@@ -82,41 +90,76 @@ enum class Convert : std::uint8_t {
     SetWhenZero,    ///< integer: the bit is set when the value is 0
     SetWhenOne,     ///< integer: the bit is set when the value is exactly 1
     PlusOne,        ///< integer + 1, low bits
+    Computed,       ///< the handler works the wire's number or text out of the key's value and packs the result
 };
 
-/// One field of a record. A field without key holds a constant or something that its handler computes.
-struct Field {
+/// One field of a record. A field without key holds a constant or something that its handler computes. A key of two
+/// or three numbers (Pair, Offset) has one field for each of them, told apart by `part`.
+struct Field
+{
     Key const* key = nullptr;
     std::uint16_t offset = 0; ///< bytes from the start of the payload (or of the item)
     Wire wire = Wire::U8;
     Convert convert = Convert::None;
-    std::uint16_t extent = 0;      ///< bit number of a BitOf..., width in bytes of Text and Bytes
-    Unit unit = Unit::None;        ///< of the number on the wire
-    std::string_view name = {};    ///< what the field is called where it has no key
-    std::uint32_t constant = 0;    ///< the value of a field without key that never changes
+    std::uint16_t extent = 0;   ///< bit number of a BitOf... or BitsOf..., width in bytes of Text and Bytes
+    Unit unit = Unit::None;     ///< of the number on the wire
+    std::string_view name = {}; ///< what the field is called where it has no key
+    std::uint32_t constant = 0; ///< the value of a field without key that never changes
+    std::uint8_t part = 0;      ///< which number of a Pair or an Offset this field carries, from 0
+    std::uint8_t bitCount = 0;  ///< number of bits of a BitsOf...
 };
 
 /// What follows the fixed fields of a record of variable size.
-enum class Tail : std::uint8_t {
+enum class Tail : std::uint8_t
+{
     None,
-    Items,     ///< repeated items of `itemFields`, `itemSize` bytes each, to the end of the payload
-    I32List,   ///< signed 32-bit integers to the end
-    U32List,   ///< unsigned 32-bit integers to the end
-    U16List,   ///< unsigned 16-bit integers to the end
-    Utf8,      ///< UTF-8 text to the end, without terminator
-    Utf8Z,     ///< UTF-8 text to the end, the last byte 0
-    Bytes,     ///< raw bytes to the end
+    Items,   ///< repeated items of `itemFields`, `itemSize` bytes each, to the end of the payload
+    I32List, ///< signed 32-bit integers to the end
+    U32List, ///< unsigned 32-bit integers to the end
+    U16List, ///< unsigned 16-bit integers to the end
+    Utf8,    ///< UTF-8 text to the end, without terminator
+    Utf8Z,   ///< UTF-8 text to the end, the last byte 0
+    Bytes,   ///< raw bytes to the end
 };
 
 /// How a record leaves for the sonar.
-enum class Carrier : std::uint8_t {
+enum class Carrier : std::uint8_t
+{
     RemoteControl, ///< wrapped in a remote-control record (command id = record id)
     Data,          ///< a plain data record with a frame of its own
     PassThrough,   ///< a remote-control command that the sonar processor hands on to another unit
 };
 
+/// Number of bytes in the word or field that `field` lies in; 0 for a Text or Bytes without extent.
+constexpr std::size_t WidthOf(Field const& field)
+{
+    switch (field.wire) {
+    case Wire::U8:
+        return 1;
+    case Wire::U16:
+    case Wire::BitOfU16:
+        return 2;
+    case Wire::U32:
+    case Wire::I32:
+    case Wire::F32:
+    case Wire::BitOfU32:
+    case Wire::BitsOfU32:
+        return 4;
+    case Wire::F64:
+    case Wire::BitOfU64:
+        return 8;
+    case Wire::Text:
+    case Wire::Bytes:
+        return field.extent;
+    case Wire::TimeX5:
+        return 10;
+    }
+    return 0;
+}
+
 /// One record: its id, its size and its fields. Views into tables of static storage; see RecordTable.
-struct RecordLayout {
+struct RecordLayout
+{
     std::uint32_t id = 0;
     std::string_view name = {}; ///< as a hydrographer would say it, lower case: "absolute gates"
     std::uint32_t size = 0;     ///< bytes of the payload, without the tail
@@ -126,6 +169,7 @@ struct RecordLayout {
     std::uint32_t itemSize = 0;
     std::span<Field const> itemFields = {};
     std::string_view tailName = {};
+    Key const* tailKey = nullptr; ///< the key whose list, text or branch the tail carries
 };
 
 } // namespace qx5::protocol

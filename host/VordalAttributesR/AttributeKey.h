@@ -7,6 +7,10 @@
 #include <cstdint>
 #include <string_view>
 
+namespace vordal {
+struct TreeAccess;
+}
+
 /// A key as every look-up takes it: text, hash, and the two bits that the key has in the filter of a node's children.
 /// It refers to the text and does not own it; the text must outlive the key. Write keys that are known in advance as
 /// `inline constexpr AttributeKey Range{L"..."}`, so that the hash costs nothing when the program runs.
@@ -42,6 +46,13 @@ public:
     }
 
 private:
+    friend struct vordal::TreeAccess;
+
+    /// For a node's own key, whose hash is known.
+    constexpr AttributeKey(std::wstring_view text, std::uint64_t hash)
+        : m_text(text), m_hash(hash), m_filter(FilterOf(hash))
+    {}
+
     static constexpr std::uint64_t HashOf(std::wstring_view text)
     {
         std::uint64_t hash = 0xcbf29ce484222325U;

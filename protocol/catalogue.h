@@ -1,0 +1,24 @@
+// All records and keys that this system knows, for look-up by number and by text.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include <protocol/record_layout.h>
+
+namespace qx5::protocol {
+
+std::span<RecordLayout const> AllLayouts();
+std::span<Key const* const> AllKeys();
+
+/// The layout of a record, or null. Where one id has several forms, the one of that payload size is taken: the form
+/// that it fits exactly, otherwise the largest that it holds, otherwise the first.
+RecordLayout const* FindLayout(Carrier carrier, std::uint32_t id, std::optional<std::size_t> payloadSize = {});
+
+/// The key of that exact text, or null.
+Key const* FindKey(std::wstring_view text);
+
+} // namespace qx5::protocol

@@ -1,0 +1,125 @@
+// The search for frames: for the fixed first eight bytes, then a plausible size, then the trailing word.
+#include <protocol/frame_reader.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include <protocol/bytes.h>
+
+namespace qx5::protocol {
+
+namespace {
+
+/// Version, offset of the data section and sync word as they stand at the start of every frame.
+constexpr std::array<unsigned char, 8> FrameStart = [] {
+    std::array<unsigned char, 8> bytes{};
+    PutU16LE(bytes, 0, ProtocolVersion);
+    PutU16LE(bytes, 2, DataSectionOffset);
+    PutU32LE(bytes, 4, SyncWord);
+    return bytes;
+}();
+
+constexpr std::size_t SizeEnd = 12; // of the word that tells the total size
+
+/// Where the next FrameStart begins, or the start of one that the end of the bytes cuts off; bytes.size() if neither.
+std::size_t FindFrameStart(std::span<unsigned char const> bytes)
+{
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        void const* const found = std::memchr(bytes.data() + at, FrameStart[0], bytes.size() - at);
+        if (found == nullptr)
+            return bytes.size();
+        at = static_cast<std::size_t>(static_cast<unsigned char const*>(found) - bytes.data());
+        std::size_t const length = std::min(FrameStart.size(), bytes.size() - at);
+        if (std::memcmp(bytes.data() + at, FrameStart.data(), length) == 0)
+            return at;
+    }
+    return bytes.size();
+}
+
+} // namespace
+
+FrameReader::FrameReader(std::size_t maximumFrameSize)
+    : m_maximumFrameSize(std::clamp(maximumFrameSize, FrameOverhead, MaximumFrameSize))
+{
+}
+
+std::span<unsigned char const> FrameReader::Unread() const
+{
+    return std::span(m_bytes).subspan(m_begin);
+}
+
+void FrameReader::Skip(std::size_t count)
+{
+    m_begin += count;
+    m_skippedBytes += count;
+}
+
+/// Skips to bytes that may begin a frame. Gives its total size once that is known, nothing while bytes are missing.
+std::optional<std::size_t> FrameReader::FindCandidate()
+{
+    for (;;) {
+        Skip(FindFrameStart(Unread()));
+        auto const unread = Unread();
+        if (unread.size() < SizeEnd) {
+            if (!m_finished)
+                return std::nullopt;
+            if (unread.empty())
+                return std::nullopt;
+            Skip(1);
+            continue;
+        }
+        std::uint32_t totalSize = 0;
+        if (CheckFrameStart(unread, totalSize) == FrameError::None && totalSize <= m_maximumFrameSize)
+            return totalSize;
+        Skip(1);
+    }
+}
+
+void FrameReader::Feed(std::span<unsigned char const> bytes)
+{
+    // What was given or skipped goes away once it outweighs what stays: each byte moves a bounded number of times.
+    if (m_begin > 0 && m_begin >= m_bytes.size() - m_begin) {
+        m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin));
+        m_begin = 0;
+    }
+    m_finished = false;
+    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
+    FindCandidate();
+    if (m_begin == m_bytes.size()) {
+        m_bytes.clear();
+        m_begin = 0;
+    }
+}
+
+std::optional<FrameView> FrameReader::Next()
+{
+    while (auto const totalSize = FindCandidate()) {
+        if (Unread().size() < *totalSize) {
+            if (!m_finished)
+                return std::nullopt;
+        } else if (auto const frame = ParseFrame(Unread())) {
+            m_begin += *totalSize;
+            ++m_goodFrames;
+            return frame;
+        }
+        ++m_damagedFrames;
+        Skip(1);
+    }
+    return std::nullopt;
+}
+
+void FrameReader::Finish()
+{
+    m_finished = true;
+}
+
+void FrameReader::Reset()
+{
+    m_skippedBytes += BufferedBytes();
+    m_bytes.clear();
+    m_begin = 0;
+    m_finished = false;
+}
+
+} // namespace qx5::protocol

@@ -1,0 +1,23 @@
+// A value that a key carries, outside of any tree: what packing takes and unpacking gives.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace qx5::protocol {
+
+/// One alternative for each kind of key that has a value; monostate where there is none.
+using Value = std::variant<std::monostate, std::int32_t, std::uint32_t, bool, double, std::pair<double, double>,
+                           std::wstring, std::vector<std::int32_t>, std::vector<double>, std::array<double, 3>>;
+
+/// Whether the value is none at all.
+inline bool IsEmpty(Value const& value)
+{
+    return std::holds_alternative<std::monostate>(value);
+}
+
+} // namespace qx5::protocol

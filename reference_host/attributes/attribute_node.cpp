@@ -1,0 +1,639 @@
+// The storage of attribute trees: sharing, copying on write, look-up and destruction without recursion.
+#include "attribute_node.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <utility>
+#include <vector>
+
+using vordal::TreeAccess;
+
+namespace {
+
+constexpr std::uint32_t PlaceOf(std::uint32_t chunk, std::uint32_t slot)
+{
+    return chunk * AttributeChunk::MaxCapacity + slot;
+}
+constexpr std::uint32_t ChunkOf(std::uint32_t place) { return place / AttributeChunk::MaxCapacity; }
+constexpr std::uint32_t SlotOf(std::uint32_t place) { return place % AttributeChunk::MaxCapacity; }
+
+/// Says whether the caller held the last reference.
+bool DropReference(std::atomic<std::uint32_t>& references)
+{
+    // Whoever is alone needs no locked instruction: nobody else can come by a reference.
+    return references.load(std::memory_order_acquire) == 1 || references.fetch_sub(1, std::memory_order_acq_rel) == 1;
+}
+
+} // namespace
+
+AttributeChunk* AttributeChunk::Create(std::uint32_t capacity)
+{
+    static_assert(sizeof(AttributeChunk) % alignof(CAttributeMap) == 0);
+    void* memory = ::operator new(sizeof(AttributeChunk) + capacity * sizeof(CAttributeMap));
+    auto* chunk = new (memory) AttributeChunk;
+    chunk->capacity = capacity;
+    for (std::uint32_t i = 0; i < capacity; ++i) {
+        new (chunk->Slots() + i) CAttributeMap;
+    }
+    return chunk;
+}
+
+void AttributeChunk::Free(AttributeChunk* chunk)
+{
+    // The slots were emptied by whoever dropped the last reference.
+    chunk->~AttributeChunk();
+    ::operator delete(chunk);
+}
+
+AttributeIndex* AttributeIndex::Allocate(std::uint32_t capacity)
+{
+    static_assert(sizeof(AttributeIndex) % alignof(Entry) == 0);
+    void* memory = ::operator new(sizeof(AttributeIndex) + capacity * sizeof(Entry));
+    auto* index = new (memory) AttributeIndex;
+    index->m_mask = capacity - 1;
+    for (std::uint32_t i = 0; i < capacity; ++i) {
+        new (index->Entries() + i) Entry{0, 0, NoPlace};
+    }
+    return index;
+}
+
+AttributeIndex* AttributeIndex::Create(std::uint32_t expected)
+{
+    std::uint32_t capacity = 64;
+    while (capacity < expected * 2) {
+        capacity *= 2;
+    }
+    return Allocate(capacity);
+}
+
+AttributeIndex* AttributeIndex::Clone() const
+{
+    auto* copy = Allocate(m_mask + 1);
+    std::copy_n(Entries(), m_mask + 1, copy->Entries());
+    copy->m_taken = m_taken;
+    return copy;
+}
+
+void AttributeIndex::Release(AttributeIndex* index)
+{
+    if (index != nullptr && DropReference(index->m_references)) {
+        index->~AttributeIndex();
+        ::operator delete(index);
+    }
+}
+
+std::uint32_t AttributeIndex::Probe(std::uint64_t hash, std::uint32_t occurrence) const
+{
+    std::uint64_t const mixed = (hash ^ (occurrence * 0x9E3779B97F4A7C15U)) * 0xD6E8FEB86659FD93U;
+    auto at = static_cast<std::uint32_t>(mixed >> 32) & m_mask;
+    auto const* entries = Entries();
+    while (entries[at].hash != 0 && (entries[at].hash != hash || entries[at].occurrence != occurrence)) {
+        at = (at + 1) & m_mask;
+    }
+    return at;
+}
+
+std::uint32_t AttributeIndex::Find(std::uint64_t hash, std::uint32_t occurrence) const
+{
+    return Entries()[Probe(hash, occurrence)].place;
+}
+
+std::uint32_t AttributeIndex::Count(std::uint64_t hash) const
+{
+    auto const counted = Find(hash, CountMark);
+    if (counted != NoPlace) {
+        return counted;
+    }
+    return Find(hash, 0) != NoPlace ? 1 : 0;
+}
+
+void AttributeIndex::Put(std::uint64_t hash, std::uint32_t occurrence, std::uint32_t place)
+{
+    auto& entry = Entries()[Probe(hash, occurrence)];
+    if (entry.hash == 0) {
+        ++m_taken;
+    }
+    entry = {hash, occurrence, place};
+}
+
+AttributeIndex* AttributeIndex::Append(AttributeIndex* index, std::uint64_t hash, std::uint32_t place)
+{
+    std::uint32_t const capacity = index->m_mask + 1;
+    if ((index->m_taken + 2) * 4 > capacity * 3) {
+        auto const* entries = index->Entries();
+        auto const living = static_cast<std::uint32_t>(
+            std::count_if(entries, entries + capacity, [](Entry const& entry) { return entry.place != NoPlace; }));
+        auto* larger = Create(living + living / 4 + 2);
+        for (std::uint32_t i = 0; i < capacity; ++i) {
+            if (entries[i].place != NoPlace) {
+                larger->Put(entries[i].hash, entries[i].occurrence, entries[i].place);
+            }
+        }
+        Release(index);
+        index = larger;
+    }
+    auto const count = index->Count(hash);
+    index->Put(hash, count, place);
+    if (count > 0) {
+        index->Put(hash, CountMark, count + 1);
+    }
+    return index;
+}
+
+void AttributeIndex::Remove(std::uint64_t hash, std::uint32_t occurrence)
+{
+    auto const count = Count(hash);
+    for (auto i = occurrence; i + 1 < count; ++i) {
+        Entries()[Probe(hash, i)].place = Find(hash, i + 1);
+    }
+    Entries()[Probe(hash, count - 1)].place = NoPlace;
+    auto& counted = Entries()[Probe(hash, CountMark)];
+    if (counted.place != NoPlace) {
+        counted.place = count - 1;
+    }
+}
+
+AttributeNode* AttributeNode::Create(std::wstring_view key, std::uint64_t hash)
+{
+    static_assert(sizeof(AttributeNode) % alignof(wchar_t) == 0);
+    void* memory = ::operator new(sizeof(AttributeNode) + key.size() * sizeof(wchar_t));
+    auto* node = new (memory) AttributeNode;
+    node->hash = hash;
+    node->keyLength = static_cast<std::uint32_t>(key.size());
+    if (!key.empty()) {
+        std::memcpy(static_cast<void*>(node + 1), key.data(), key.size() * sizeof(wchar_t));
+    }
+    return node;
+}
+
+CVordalType* AttributeNode::RetainValue(CVordalType* value)
+{
+    if (value != nullptr) {
+        value->m_references.fetch_add(1, std::memory_order_relaxed);
+    }
+    return value;
+}
+
+void AttributeNode::ReleaseValue(CVordalType* value) noexcept
+{
+    if (value != nullptr && DropReference(value->m_references)) {
+        delete value;
+    }
+}
+
+void AttributeNode::ReleaseGroup(AttributeGroup* group) noexcept
+{
+    if (group != nullptr && DropReference(group->references)) {
+        delete group;
+    }
+}
+
+void AttributeNode::Release(AttributeNode* node) noexcept
+{
+    if (!DropReference(node->references)) {
+        return;
+    }
+    node->nextToDestroy = nullptr;
+    auto* pending = node;
+    while (pending != nullptr) {
+        auto* dying = pending;
+        pending = dying->nextToDestroy;
+        for (std::uint32_t i = 0; i < dying->chunkCount; ++i) {
+            auto* chunk = dying->chunks[i].chunk;
+            if (chunk == nullptr || !DropReference(chunk->references)) {
+                continue;
+            }
+            for (std::uint32_t slot = 0; slot < chunk->used; ++slot) {
+                auto* child = TreeAccess::Node(chunk->Slots()[slot]);
+                if (child != nullptr && DropReference(child->references)) {
+                    child->nextToDestroy = pending;
+                    pending = child;
+                }
+            }
+            AttributeChunk::Free(chunk);
+        }
+        if (dying->chunks != &dying->firstChunk) {
+            delete[] dying->chunks;
+        }
+        AttributeIndex::Release(dying->index);
+        ReleaseValue(dying->value);
+        ReleaseGroup(dying->group);
+        dying->~AttributeNode();
+        ::operator delete(dying);
+    }
+}
+
+AttributeNode* AttributeNode::CloneWithoutChildren(AttributeNode const& node, std::wstring_view key,
+                                                   std::uint64_t hash)
+{
+    auto* copy = Create(key, hash);
+    copy->flags = node.flags;
+    copy->value = RetainValue(node.value);
+    copy->group = node.group;
+    if (copy->group != nullptr) {
+        copy->group->references.fetch_add(1, std::memory_order_relaxed);
+    }
+    return copy;
+}
+
+void AttributeNode::ReserveChunks(std::uint32_t count)
+{
+    if (count <= chunkCapacity) {
+        return;
+    }
+    auto const capacity = std::max(count, chunkCapacity * 2);
+    auto* larger = new AttributeChunkEntry[capacity];
+    std::copy_n(chunks, chunkCount, larger);
+    if (chunks != &firstChunk) {
+        delete[] chunks;
+    }
+    chunks = larger;
+    chunkCapacity = capacity;
+}
+
+void AttributeNode::ShareChildrenOf(AttributeNode const& node)
+{
+    childFilter = node.childFilter;
+    childCount = node.childCount;
+    emptyChunks = node.emptyChunks;
+    indexedPlaces = node.indexedPlaces;
+    hashCollision = node.hashCollision;
+    index = node.index;
+    if (index != nullptr) {
+        index->Retain();
+    }
+    ReserveChunks(node.chunkCount);
+    chunkCount = node.chunkCount;
+    for (std::uint32_t i = 0; i < chunkCount; ++i) {
+        chunks[i] = node.chunks[i];
+        if (chunks[i].chunk != nullptr && !chunks[i].chunk->exposed) {
+            chunks[i].chunk->references.fetch_add(1, std::memory_order_relaxed);
+        }
+    }
+}
+
+AttributeNode* AttributeNode::Share(AttributeNode* node)
+{
+    if (node == nullptr) {
+        return nullptr;
+    }
+    if (!node->exposed) {
+        Retain(node);
+        return node;
+    }
+    // Only the exposed nodes are copied, one after the other, since there may be any depth of them.
+    struct Pending
+    {
+        AttributeNode* source;
+        CAttributeMap* slot;
+    };
+    auto const copyLevel = [](AttributeNode const& source, std::vector<Pending>& pending) {
+        auto* copy = CloneWithoutChildren(source, source.Key(), source.hash);
+        copy->ShareChildrenOf(source);
+        for (std::uint32_t i = 0; i < copy->chunkCount; ++i) {
+            auto const* from = source.chunks[i].chunk;
+            if (from == nullptr || !from->exposed) {
+                continue;
+            }
+            auto* to = AttributeChunk::Create(from->capacity);
+            to->used = from->used;
+            to->live = from->live;
+            copy->chunks[i].chunk = to;
+            for (std::uint32_t slot = 0; slot < from->used; ++slot) {
+                auto* child = TreeAccess::Node(from->Slots()[slot]);
+                if (child == nullptr) {
+                    continue;
+                }
+                if (child->exposed) {
+                    pending.push_back({child, to->Slots() + slot});
+                } else {
+                    Retain(child);
+                }
+                TreeAccess::SetSlot(to->Slots()[slot], child, child->hash);
+            }
+        }
+        return copy;
+    };
+    std::vector<Pending> pending;
+    auto* copy = copyLevel(*node, pending);
+    while (!pending.empty()) {
+        auto const next = pending.back();
+        pending.pop_back();
+        TreeAccess::SetSlot(*next.slot, copyLevel(*next.source, pending), next.source->hash);
+    }
+    return copy;
+}
+
+AttributeNode* AttributeNode::Rekey(AttributeNode* node, std::wstring_view key, std::uint64_t hash)
+{
+    if (node->hash == hash && node->Key() == key) {
+        return node;
+    }
+    auto* renamed = CloneWithoutChildren(*node, key, hash);
+    if (node->IsShared()) {
+        renamed->ShareChildrenOf(*node);
+    } else {
+        // Alone with the node: its chunks move, so that references into them stay true.
+        renamed->ReserveChunks(node->chunkCount);
+        std::copy_n(node->chunks, node->chunkCount, renamed->chunks);
+        renamed->chunkCount = std::exchange(node->chunkCount, 0);
+        renamed->childFilter = node->childFilter;
+        renamed->childCount = node->childCount;
+        renamed->emptyChunks = node->emptyChunks;
+        renamed->indexedPlaces = node->indexedPlaces;
+        renamed->hashCollision = node->hashCollision;
+        renamed->exposed = node->exposed;
+        renamed->index = std::exchange(node->index, nullptr);
+    }
+    Release(node);
+    return renamed;
+}
+
+CAttributeMap const& AttributeNode::At(std::uint32_t place) const
+{
+    return std::as_const(*chunks[ChunkOf(place)].chunk).Slots()[SlotOf(place)];
+}
+
+std::uint32_t AttributeNode::FindPlace(AttributeKey const& key, std::uint32_t occurrence) const
+{
+    if (occurrence >= childCount) {
+        return AttributeIndex::NoPlace;
+    }
+    std::uint32_t from = 0;
+    if (index != nullptr && !hashCollision) {
+        auto const place = index->Find(key.Hash(), occurrence);
+        if (place != AttributeIndex::NoPlace) {
+            return TreeAccess::Node(At(place))->Key() == key.Text() ? place : AttributeIndex::NoPlace;
+        }
+        if (from = indexedPlaces; ChunkOf(from) >= chunkCount) {
+            return AttributeIndex::NoPlace;
+        }
+        occurrence -= std::min(occurrence, index->Count(key.Hash()));
+    }
+    auto firstSlot = SlotOf(from);
+    for (auto number = ChunkOf(from); number < chunkCount; ++number) {
+        auto const* chunk = chunks[number].chunk;
+        if (chunk != nullptr) {
+            auto const* slots = chunk->Slots();
+            for (auto slot = firstSlot; slot < chunk->used; ++slot) {
+                if (TreeAccess::ChildHash(slots[slot]) == key.Hash() &&
+                    TreeAccess::Node(slots[slot])->Key() == key.Text() && occurrence-- == 0) {
+                    return PlaceOf(number, slot);
+                }
+            }
+        }
+        firstSlot = 0;
+    }
+    return AttributeIndex::NoPlace;
+}
+
+std::uint32_t AttributeNode::CountOf(AttributeKey const& key) const
+{
+    std::uint32_t count = 0;
+    std::uint32_t from = 0;
+    if (index != nullptr && !hashCollision) {
+        auto const place = index->Find(key.Hash(), 0);
+        if (place != AttributeIndex::NoPlace) {
+            if (TreeAccess::Node(At(place))->Key() != key.Text()) {
+                return 0;
+            }
+            count = index->Count(key.Hash());
+        }
+        from = indexedPlaces;
+    }
+    auto firstSlot = SlotOf(from);
+    for (auto number = ChunkOf(from); number < chunkCount; ++number) {
+        auto const* chunk = chunks[number].chunk;
+        if (chunk != nullptr) {
+            auto const* slots = chunk->Slots();
+            for (auto slot = firstSlot; slot < chunk->used; ++slot) {
+                if (TreeAccess::ChildHash(slots[slot]) == key.Hash() &&
+                    TreeAccess::Node(slots[slot])->Key() == key.Text()) {
+                    ++count;
+                }
+            }
+        }
+        firstSlot = 0;
+    }
+    return count;
+}
+
+AttributeChunk& AttributeNode::OwnChunk(std::uint32_t number)
+{
+    auto*& chunk = chunks[number].chunk;
+    if (chunk->references.load(std::memory_order_acquire) != 1) {
+        auto* copy = AttributeChunk::Create(chunk->capacity);
+        copy->used = chunk->used;
+        copy->live = chunk->live;
+        for (std::uint32_t slot = 0; slot < chunk->used; ++slot) {
+            auto* child = TreeAccess::Node(chunk->Slots()[slot]);
+            if (child != nullptr) {
+                Retain(child);
+                TreeAccess::SetSlot(copy->Slots()[slot], child, child->hash);
+            }
+        }
+        auto* old = std::exchange(chunk, copy);
+        if (DropReference(old->references)) {
+            // The other owner let go meanwhile; the children are all held by the copy.
+            for (std::uint32_t slot = 0; slot < old->used; ++slot) {
+                if (auto* child = TreeAccess::Node(old->Slots()[slot]); child != nullptr) {
+                    Release(child);
+                }
+            }
+            AttributeChunk::Free(old);
+        }
+    }
+    return *chunk;
+}
+
+CAttributeMap& AttributeNode::OwnSlot(std::uint32_t place)
+{
+    return OwnChunk(ChunkOf(place)).Slots()[SlotOf(place)];
+}
+
+CAttributeMap& AttributeNode::ExposeSlot(std::uint32_t place)
+{
+    auto& chunk = OwnChunk(ChunkOf(place));
+    chunk.exposed = true;
+    exposed = true;
+    return chunk.Slots()[SlotOf(place)];
+}
+
+std::uint32_t AttributeNode::Append(AttributeNode* child)
+{
+    auto const key = TreeAccess::KeyOf(*child);
+    if (!hashCollision && (childFilter & key.Filter()) == key.Filter()) {
+        // Among the children so far, those with this hash have one text; any one of them tells.
+        auto const differs = [&](CAttributeMap const& other) {
+            return TreeAccess::ChildHash(other) == key.Hash() && TreeAccess::Node(other)->Key() != key.Text();
+        };
+        std::uint32_t from = 0;
+        if (index != nullptr) {
+            auto const place = index->Find(key.Hash(), 0);
+            hashCollision = place != AttributeIndex::NoPlace && differs(At(place));
+            from = indexedPlaces;
+        }
+        auto firstSlot = SlotOf(from);
+        for (auto number = ChunkOf(from); number < chunkCount && !hashCollision; ++number) {
+            if (auto const* chunk = chunks[number].chunk; chunk != nullptr && firstSlot < chunk->used) {
+                hashCollision = std::any_of(chunk->Slots() + firstSlot, chunk->Slots() + chunk->used, differs);
+            }
+            firstSlot = 0;
+        }
+        if (hashCollision) {
+            AttributeIndex::Release(std::exchange(index, nullptr));
+            indexedPlaces = 0;
+        }
+    }
+
+    auto const* last = chunkCount > 0 ? chunks[chunkCount - 1].chunk : nullptr;
+    if (last == nullptr || last->used == last->capacity) {
+        ReserveChunks(chunkCount + 1);
+        chunks[chunkCount] = {AttributeChunk::Create(std::clamp(childCount, 4U, AttributeChunk::MaxCapacity)),
+                              childCount};
+        ++chunkCount;
+    }
+    auto& chunk = OwnChunk(chunkCount - 1);
+    auto const place = PlaceOf(chunkCount - 1, chunk.used);
+    TreeAccess::SetSlot(chunk.Slots()[chunk.used], child, child->hash);
+    ++chunk.used;
+    ++chunk.live;
+    ++childCount;
+    childFilter |= key.Filter();
+    if (child->exposed) {
+        chunk.exposed = true;
+        exposed = true;
+    }
+    Index();
+    return place;
+}
+
+void AttributeNode::Index()
+{
+    if (hashCollision || childCount < IndexThreshold) {
+        return;
+    }
+    if (index == nullptr) {
+        index = AttributeIndex::Create(childCount * 2);
+        indexedPlaces = 0;
+    } else if (index->IsShared()) {
+        auto const end = PlaceOf(chunkCount - 1, chunks[chunkCount - 1].chunk->used);
+        // Counted in places, which holes and half-filled chunks make more than there are children: that errs early.
+        if (end - std::min(end, indexedPlaces) <= MaxUnindexed) {
+            return;
+        }
+        auto* own = index->Clone();
+        AttributeIndex::Release(std::exchange(index, own));
+    }
+    auto firstSlot = SlotOf(indexedPlaces);
+    for (auto number = ChunkOf(indexedPlaces); number < chunkCount; ++number) {
+        if (auto const* chunk = chunks[number].chunk; chunk != nullptr) {
+            for (auto slot = firstSlot; slot < chunk->used; ++slot) {
+                if (auto const hashOfChild = TreeAccess::ChildHash(chunk->Slots()[slot]); hashOfChild != 0) {
+                    index = AttributeIndex::Append(index, hashOfChild, PlaceOf(number, slot));
+                }
+            }
+        }
+        firstSlot = 0;
+    }
+    indexedPlaces = PlaceOf(chunkCount - 1, chunks[chunkCount - 1].chunk->used);
+}
+
+void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
+{
+    if (childCount == 1) {
+        RemoveChildren();
+        return;
+    }
+    auto const number = ChunkOf(place);
+    if (index != nullptr && place < indexedPlaces) {
+        if (index->IsShared()) {
+            auto* own = index->Clone();
+            AttributeIndex::Release(std::exchange(index, own));
+        }
+        index->Remove(TreeAccess::ChildHash(At(place)), occurrence);
+    }
+    auto& chunk = OwnChunk(number);
+    auto* child = TreeAccess::Node(chunk.Slots()[SlotOf(place)]);
+    TreeAccess::SetSlot(chunk.Slots()[SlotOf(place)], nullptr, 0);
+    --chunk.live;
+    --childCount;
+    for (auto i = number + 1; i < chunkCount; ++i) {
+        --chunks[i].start;
+    }
+    if (chunk.live == 0) {
+        AttributeChunk::Free(&chunk);
+        chunks[number].chunk = nullptr;
+        ++emptyChunks;
+    }
+    while (chunks[chunkCount - 1].chunk == nullptr) {
+        --chunkCount;
+        --emptyChunks;
+    }
+    auto& last = *chunks[chunkCount - 1].chunk;
+    if (&last == chunks[number].chunk) {
+        while (TreeAccess::ChildHash(last.Slots()[last.used - 1]) == 0) {
+            --last.used;
+        }
+    }
+    indexedPlaces = std::min(indexedPlaces, PlaceOf(chunkCount - 1, last.used));
+    if (emptyChunks > 16 && emptyChunks * 2 > chunkCount) {
+        DropEmptyChunks();
+    }
+    Release(child);
+}
+
+void AttributeNode::DropEmptyChunks()
+{
+    auto* const end = std::remove_if(chunks, chunks + chunkCount,
+                                     [](AttributeChunkEntry const& entry) { return entry.chunk == nullptr; });
+    chunkCount = static_cast<std::uint32_t>(end - chunks);
+    emptyChunks = 0;
+    AttributeIndex::Release(std::exchange(index, nullptr));
+    indexedPlaces = 0;
+    Index();
+}
+
+void AttributeNode::RemoveChildren() noexcept
+{
+    for (std::uint32_t i = 0; i < chunkCount; ++i) {
+        auto* chunk = chunks[i].chunk;
+        if (chunk != nullptr && DropReference(chunk->references)) {
+            for (std::uint32_t slot = 0; slot < chunk->used; ++slot) {
+                if (auto* child = TreeAccess::Node(chunk->Slots()[slot]); child != nullptr) {
+                    Release(child);
+                }
+            }
+            AttributeChunk::Free(chunk);
+        }
+    }
+    chunkCount = 0;
+    childCount = 0;
+    emptyChunks = 0;
+    indexedPlaces = 0;
+    childFilter = 0;
+    exposed = false;
+    hashCollision = false;
+    AttributeIndex::Release(std::exchange(index, nullptr));
+}
+
+void AttributeNode::SetValue(CVordalType* owned) noexcept
+{
+    ReleaseValue(std::exchange(value, owned));
+}
+
+AttributeNode& TreeAccess::Own(CAttributeRec& map)
+{
+    auto* node = Node(map);
+    if (node == nullptr) {
+        node = AttributeNode::Create({}, AttributeKey().Hash());
+        map.m_node = node;
+    } else if (node->IsShared()) {
+        auto* copy = AttributeNode::CloneWithoutChildren(*node, node->Key(), node->hash);
+        copy->ShareChildrenOf(*node);
+        map.m_node = copy;
+        AttributeNode::Release(node);
+    }
+    return *static_cast<AttributeNode*>(map.m_node);
+}

@@ -1,0 +1,195 @@
+// How attribute trees are stored: reference-counted nodes, their children in chunks, and the index of wide nodes.
+#pragma once
+
+#include <VordalAttributesR/CAttributeMap.h>
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+// A node is shared by every handle (CAttributeMap) that refers to it and is changed only by the one handle that is
+// alone with it. Its children stand in chunks of up to 64 handles; chunks are shared in the same way, so that changing
+// one child of a wide shared node copies the list of chunks and one chunk, and neither the other chunks nor the index.
+//
+// A chunk slot is a place. Children never move to another place while their chunk lives, because callers may hold
+// references to them; a removed child leaves a hole. That also keeps the places in the index true.
+//
+// "Exposed" means that a writable reference to a child was handed out. An exposed chunk, and the node that it belongs
+// to, are never shared: a copy gets chunks of its own. Hence an exposed node has exactly one handle, and whatever
+// holds an exposed node is itself exposed, up to the root.
+
+/// Up to 64 children of one node.
+struct alignas(std::uint64_t) AttributeChunk
+{
+    static constexpr std::uint32_t MaxCapacity = 64;
+
+    std::atomic<std::uint32_t> references{1};
+    std::uint32_t capacity = 0;
+    /// Slots that have ever been filled, holes included; all beyond are free.
+    std::uint32_t used = 0;
+    std::uint32_t live = 0;
+    bool exposed = false;
+
+    CAttributeMap* Slots() { return reinterpret_cast<CAttributeMap*>(this + 1); }
+    CAttributeMap const* Slots() const { return reinterpret_cast<CAttributeMap const*>(this + 1); }
+
+    static AttributeChunk* Create(std::uint32_t capacity);
+    static void Free(AttributeChunk* chunk);
+};
+
+/// A chunk in its node's list; null once all its children are gone.
+struct AttributeChunkEntry
+{
+    AttributeChunk* chunk;
+    /// Number of children in all chunks before.
+    std::uint32_t start;
+};
+
+/// Finds (hash of key, occurrence) among many children: open addressing, no deletion but by marking.
+class AttributeIndex {
+public:
+    static constexpr std::uint32_t NoPlace = 0xFFFFFFFFU;
+
+    static AttributeIndex* Create(std::uint32_t expected);
+    AttributeIndex* Clone() const;
+    static void Release(AttributeIndex* index);
+
+    bool IsShared() const { return m_references.load(std::memory_order_acquire) != 1; }
+    void Retain() { m_references.fetch_add(1, std::memory_order_relaxed); }
+
+    /// The place of an occurrence, or NoPlace.
+    std::uint32_t Find(std::uint64_t hash, std::uint32_t occurrence) const;
+    std::uint32_t Count(std::uint64_t hash) const;
+    /// Adds the next occurrence. The index may be replaced by a larger one: go on with the result.
+    [[nodiscard]] static AttributeIndex* Append(AttributeIndex* index, std::uint64_t hash, std::uint32_t place);
+    void Remove(std::uint64_t hash, std::uint32_t occurrence);
+
+private:
+    struct Entry
+    {
+        std::uint64_t hash;
+        std::uint32_t occurrence;
+        std::uint32_t place;
+    };
+    /// The occurrence under which the number of occurrences stands, once there was more than one.
+    static constexpr std::uint32_t CountMark = 0xFFFFFFFFU;
+
+    AttributeIndex() = default;
+    static AttributeIndex* Allocate(std::uint32_t capacity);
+    Entry* Entries() { return reinterpret_cast<Entry*>(this + 1); }
+    Entry const* Entries() const { return reinterpret_cast<Entry const*>(this + 1); }
+    std::uint32_t Probe(std::uint64_t hash, std::uint32_t occurrence) const;
+    void Put(std::uint64_t hash, std::uint32_t occurrence, std::uint32_t place);
+
+    std::atomic<std::uint32_t> m_references{1};
+    std::uint32_t m_mask = 0;
+    /// Entries ever taken, marked ones included.
+    std::uint32_t m_taken = 0;
+    std::uint32_t m_reserved = 0;
+};
+
+struct AttributeGroup
+{
+    std::atomic<std::uint32_t> references{1};
+    CString name;
+};
+
+/// A node; its key's characters follow the structure in memory.
+struct AttributeNode : AttributeNodeHead
+{
+    /// Children from which on a node has an index; below, walking the chunks is as fast.
+    static constexpr std::uint32_t IndexThreshold = 48;
+    /// Children behind the index that are walked before a shared index is copied to take them in.
+    static constexpr std::uint32_t MaxUnindexed = 64;
+
+    std::uint64_t hash = 0;
+    std::uint32_t keyLength = 0;
+    std::uint32_t childCount = 0;
+    std::uint32_t chunkCount = 0;
+    std::uint32_t chunkCapacity = 1;
+    std::uint32_t emptyChunks = 0;
+    /// All children at places below are in the index, none from here on.
+    std::uint32_t indexedPlaces = 0;
+    bool exposed = false;
+    /// Two different keys here have one hash: look-ups then compare texts and the index is not used.
+    bool hashCollision = false;
+    AttributeChunkEntry* chunks = &firstChunk;
+    AttributeChunkEntry firstChunk{nullptr, 0};
+    AttributeIndex* index = nullptr;
+    AttributeGroup* group = nullptr;
+    /// Links nodes that wait for destruction, which must not recurse.
+    AttributeNode* nextToDestroy = nullptr;
+
+    AttributeNode() = default;
+    AttributeNode(AttributeNode const&) = delete;
+    AttributeNode& operator=(AttributeNode const&) = delete;
+
+    std::wstring_view Key() const { return {reinterpret_cast<wchar_t const*>(this + 1), keyLength}; }
+
+    static AttributeNode* Create(std::wstring_view key, std::uint64_t hash);
+    static void Retain(AttributeNode* node) { node->references.fetch_add(1, std::memory_order_relaxed); }
+    static void Release(AttributeNode* node) noexcept;
+    /// A further reference for a copy: the node itself, or a copy of the exposed part of the tree.
+    static AttributeNode* Share(AttributeNode* node);
+    /// The content under another key; the reference to `node` is used up.
+    static AttributeNode* Rekey(AttributeNode* node, std::wstring_view key, std::uint64_t hash);
+
+    static CVordalType* RetainValue(CVordalType* value);
+    static void ReleaseValue(CVordalType* value) noexcept;
+    static void ReleaseGroup(AttributeGroup* group) noexcept;
+
+    bool IsShared() const { return references.load(std::memory_order_acquire) != 1; }
+
+    /// The place of an occurrence of the key, or AttributeIndex::NoPlace.
+    std::uint32_t FindPlace(AttributeKey const& key, std::uint32_t occurrence) const;
+    std::uint32_t CountOf(AttributeKey const& key) const;
+    CAttributeMap const& At(std::uint32_t place) const;
+
+    // The rest changes the node, which must not be shared.
+    /// The chunk of that number, alone with this node from now on.
+    AttributeChunk& OwnChunk(std::uint32_t number);
+    CAttributeMap& OwnSlot(std::uint32_t place);
+    /// OwnSlot for a reference that is handed out.
+    CAttributeMap& ExposeSlot(std::uint32_t place);
+    /// Appends a child, whose reference the node takes over, and gives its place.
+    std::uint32_t Append(AttributeNode* child);
+    void Remove(std::uint32_t place, std::uint32_t occurrence);
+    void RemoveChildren() noexcept;
+    void SetValue(CVordalType* owned) noexcept;
+
+    /// A copy of a node without its children.
+    static AttributeNode* CloneWithoutChildren(AttributeNode const& node, std::wstring_view key, std::uint64_t hash);
+    /// Gives this childless node the chunks and index of an unexposed node, shared.
+    void ShareChildrenOf(AttributeNode const& node);
+    void ReserveChunks(std::uint32_t count);
+
+private:
+    void Index();
+    void DropEmptyChunks();
+};
+
+namespace vordal {
+
+/// What the host's own tree operations may do beyond the contract: write without exposing.
+struct TreeAccess
+{
+    static AttributeNode* Node(CAttributeRec const& map) { return static_cast<AttributeNode*>(map.m_node); }
+    /// The handle's node, alone with the handle from now on.
+    static AttributeNode& Own(CAttributeRec& map);
+    static AttributeKey KeyOf(AttributeNode const& node) { return AttributeKey(node.Key(), node.hash); }
+
+    static void SetNode(CAttributeRec& map, AttributeNode* node) { map.m_node = node; }
+    static std::uint64_t ChildHash(CAttributeRec const& map) { return map.m_childHash; }
+    static void SetSlot(CAttributeRec& slot, AttributeNode* node, std::uint64_t hash)
+    {
+        slot.m_node = node;
+        slot.m_childHash = hash;
+    }
+    static CAttributeMap const* NextChild(CAttributeMap const& map, std::uint32_t& chunk, std::uint32_t& slot)
+    {
+        return map.NextChild(chunk, slot);
+    }
+};
+
+} // namespace vordal

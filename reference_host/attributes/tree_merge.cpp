@@ -1,0 +1,210 @@
+// Merging, comparing and printing of whole trees; none of it recurses, since a tree may have any depth.
+#include "tree_merge.h"
+
+#include "attribute_node.h"
+
+#include <algorithm>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace vordal {
+
+namespace {
+
+bool SameContent(AttributeNode const& a, AttributeNode const& b)
+{
+    if (a.flags != b.flags) {
+        return false;
+    }
+    if (a.value == nullptr || b.value == nullptr) {
+        return a.value == b.value;
+    }
+    return a.value == b.value || a.value->IsSame(*b.value);
+}
+
+void TakeContent(CAttributeMap& map, AttributeNode const& from)
+{
+    auto* value = AttributeNode::RetainValue(from.value);
+    auto& node = TreeAccess::Own(map);
+    node.SetValue(value);
+    node.flags = from.flags;
+}
+
+/// The place of that occurrence in a node that is not shared, made if missing.
+std::uint32_t EnsurePlace(AttributeNode& node, AttributeKey const& key, std::uint32_t occurrence)
+{
+    auto place = node.FindPlace(key, occurrence);
+    if (place == AttributeIndex::NoPlace) {
+        for (auto count = node.CountOf(key); count <= occurrence; ++count) {
+            place = node.Append(AttributeNode::Create(key.Text(), key.Hash()));
+        }
+    }
+    return place;
+}
+
+/// One level of a merge under way.
+struct Level
+{
+    CAttributeMap* into;
+    CAttributeMap const* given;
+    std::uint32_t chunk = 0;
+    std::uint32_t slot = 0;
+    /// How many children of a key have been passed, for the keys that occur more than once.
+    std::unordered_map<std::wstring_view, std::uint32_t> passed = {};
+};
+
+} // namespace
+
+void Merge(CAttributeMap& into, CAttributeMap const& given)
+{
+    if (&into == &given || TreeAccess::ChildHash(given) != 0) {
+        // It may be a part of what is about to change; a root of its own cannot be.
+        CAttributeMap const held(given);
+        Merge(into, held);
+        return;
+    }
+    std::vector<Level> levels;
+    levels.push_back({&into, &given});
+    while (!levels.empty()) {
+        auto& level = levels.back();
+        auto const* child = TreeAccess::NextChild(*level.given, level.chunk, level.slot);
+        if (child == nullptr) {
+            levels.pop_back();
+            continue;
+        }
+        auto const& source = *TreeAccess::Node(*child);
+        auto const key = TreeAccess::KeyOf(source);
+        std::uint32_t occurrence = 0;
+        if (TreeAccess::Node(*level.given)->FindPlace(key, 1) != AttributeIndex::NoPlace) {
+            occurrence = level.passed[source.Key()]++;
+        }
+
+        auto const* target = TreeAccess::Node(*level.into);
+        bool const isLeaf = source.childCount == 0;
+        if (isLeaf && source.value != nullptr) {
+            auto const place = target != nullptr ? target->FindPlace(key, 0) : AttributeIndex::NoPlace;
+            if (place == AttributeIndex::NoPlace) {
+                level.into->Append(*child);
+            } else if (!SameContent(*TreeAccess::Node(target->At(place)), source)) {
+                TakeContent(TreeAccess::Own(*level.into).OwnSlot(place), source);
+            }
+            continue;
+        }
+        if (isLeaf) {
+            if (target == nullptr || target->FindPlace(key, occurrence) == AttributeIndex::NoPlace) {
+                EnsurePlace(TreeAccess::Own(*level.into), key, occurrence);
+            }
+            continue;
+        }
+        auto& own = TreeAccess::Own(*level.into);
+        auto& branch = own.OwnSlot(EnsurePlace(own, key, occurrence));
+        if (source.value != nullptr && !SameContent(*TreeAccess::Node(branch), source)) {
+            TakeContent(branch, source);
+        }
+        levels.push_back({&branch, child});
+    }
+}
+
+void SetChildValue(CAttributeMap& tree, AttributeKey const& key, CVordalType const& value, unsigned flags)
+{
+    CAttributeMap const child(key, value.IsEmpty() ? nullptr : value.Clone(), flags);
+    auto& node = TreeAccess::Own(tree);
+    auto const place = node.FindPlace(key, 0);
+    if (place == AttributeIndex::NoPlace) {
+        tree.Append(child);
+    } else {
+        TakeContent(node.OwnSlot(place), *TreeAccess::Node(child));
+    }
+}
+
+void ForgetReferences(CAttributeMap& tree)
+{
+    std::vector<AttributeNode*> exposed;
+    auto const visit = [&exposed](AttributeNode* node) {
+        if (node != nullptr && node->exposed) {
+            node->exposed = false;
+            exposed.push_back(node);
+        }
+    };
+    visit(TreeAccess::Node(tree));
+    while (!exposed.empty()) {
+        auto* node = exposed.back();
+        exposed.pop_back();
+        for (std::uint32_t i = 0; i < node->chunkCount; ++i) {
+            auto* chunk = node->chunks[i].chunk;
+            if (chunk == nullptr || !chunk->exposed) {
+                continue;
+            }
+            chunk->exposed = false;
+            for (std::uint32_t slot = 0; slot < chunk->used; ++slot) {
+                visit(TreeAccess::Node(chunk->Slots()[slot]));
+            }
+        }
+    }
+}
+
+bool TreesEqual(CAttributeMap const& a, CAttributeMap const& b)
+{
+    std::vector<std::pair<CAttributeMap const*, CAttributeMap const*>> pairs{{&a, &b}};
+    while (!pairs.empty()) {
+        auto const [left, right] = pairs.back();
+        pairs.pop_back();
+        auto const* leftNode = TreeAccess::Node(*left);
+        auto const* rightNode = TreeAccess::Node(*right);
+        if (leftNode == rightNode) {
+            continue;
+        }
+        if (left->GetFlags() != right->GetFlags() || left->Count() != right->Count() ||
+            !left->Value().IsSame(right->Value())) {
+            return false;
+        }
+        auto other = right->begin();
+        for (CAttributeMap const& child : *left) {
+            if (child.KeyText() != other->KeyText()) {
+                return false;
+            }
+            pairs.emplace_back(&child, &*other);
+            ++other;
+        }
+    }
+    return true;
+}
+
+std::string TreeText(CAttributeMap const& tree)
+{
+    struct Walk
+    {
+        CAttributeMap::const_iterator at;
+    };
+    std::string text;
+    std::vector<Walk> walks{{tree.begin()}};
+    while (!walks.empty()) {
+        auto& walk = walks.back();
+        if (walk.at == CAttributeMap::const_iterator()) {
+            walks.pop_back();
+            continue;
+        }
+        auto const& node = *walk.at;
+        ++walk.at;
+        text.append(std::min<std::size_t>(walks.size() - 1, 40) * 2, ' ');
+        // A quoted text without its quotes: control characters in a key must not break the lines.
+        auto const quoted = CVordalText(node.GetKey()).ToText();
+        text.append(quoted, 1, quoted.size() - 2);
+        if (node.HasValue()) {
+            text += " = ";
+            text += node.Value().ToText();
+        }
+        if (node.GetFlags() != 0) {
+            text += " (flags " + CVordalUInt(node.GetFlags()).ToText() + ')';
+        }
+        text += '\n';
+        if (node.Count() > 0) {
+            walks.push_back({node.begin()});
+        }
+    }
+    return text;
+}
+
+} // namespace vordal
