@@ -5,7 +5,7 @@
 #include <array>
 
 #include <protocol/house_records.h>
-#include <protocol/records/basic.h>
+#include <protocol/records/all.h>
 
 namespace qx5::protocol {
 
@@ -24,15 +24,47 @@ constexpr auto Concatenate(std::array<Item, Sizes> const&... arrays)
     return all;
 }
 
-constexpr auto Layouts = Concatenate( //
-    records::HouseRecords,            //
-    records::BasicRecords             //
-);
+// clang-format off
+constexpr auto Layouts = Concatenate(
+    records::HouseRecords,
+    records::BasicRecords,
+    records::DualHeadRecords,
+    records::BeamGeometryRecords,
+    records::GatesRecords,
+    records::PulseFrequencyGainRecords,
+    records::TrackerDetectionRecords,
+    records::TriggersTimingRecords,
+    records::AcquisitionRecords,
+    records::MotionHeadingRecords,
+    records::PortSensorsRecords,
+    records::ProcessorPortsRecords,
+    records::InstallationRecords,
+    records::PositioningRecords,
+    records::SingleBeamRecords,
+    records::DataRecordingRecords,
+    records::RecorderSettingsRecords,
+    records::StoragePlaybackRecords);
 
-constexpr auto Keys = Concatenate( //
-    SharedKeys,                    //
-    BasicKeys                      //
-);
+constexpr auto Keys = Concatenate(
+    SharedKeys,
+    BasicKeys,
+    DualHeadKeys,
+    BeamGeometryKeys,
+    GatesKeys,
+    PulseFrequencyGainKeys,
+    TrackerDetectionKeys,
+    TriggersTimingKeys,
+    AcquisitionKeys,
+    MotionHeadingKeys,
+    PortSensorsKeys,
+    ProcessorPortsKeys,
+    InstallationKeys,
+    PositioningKeys,
+    SingleBeamKeys,
+    DataRecordingKeys,
+    RecorderSettingsKeys,
+    StoragePlaybackKeys);
+// clang-format on
 
 /// By text, so that a look-up takes few comparisons and twins lie side by side.
 constexpr auto SortedKeys = [] {

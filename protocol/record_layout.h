@@ -102,7 +102,7 @@ struct Field
     Wire wire = Wire::U8;
     Convert convert = Convert::None;
     std::uint16_t extent = 0;   ///< bit number of a BitOf... or BitsOf..., width in bytes of Text and Bytes
-    Unit unit = Unit::None;     ///< of the number on the wire
+    Unit unit = Unit::None;     ///< of the number on the wire, where the key's does not tell it
     std::string_view name = {}; ///< what the field is called where it has no key
     std::uint32_t constant = 0; ///< the value of a field without key that never changes
     std::uint8_t part = 0;      ///< which number of a Pair or an Offset this field carries, from 0
@@ -121,6 +121,34 @@ enum class Tail : std::uint8_t
     Utf8Z,   ///< UTF-8 text to the end, the last byte 0
     Bytes,   ///< raw bytes to the end
 };
+
+/// What the number on the wire is counted in: the key's unit, changed by the conversion.
+constexpr Unit WireUnit(Field const& field)
+{
+    if (field.unit != Unit::None || field.key == nullptr)
+        return field.unit;
+    switch (field.convert) {
+    case Convert::Radians:
+    case Convert::NegatedRadians:
+        return Unit::Radian;
+    case Convert::TimesThousand:
+        return field.key->unit == Unit::Kilohertz ? Unit::Hertz : Unit::None;
+    case Convert::Thousandth:
+        return field.key->unit == Unit::Millisecond ? Unit::Second : Unit::None;
+    case Convert::TimesTwenty:
+    case Convert::FifthOfFloat:
+    case Convert::SetWhenZero:
+    case Convert::SetWhenOne:
+    case Convert::PlusOne:
+    case Convert::Computed:
+        return Unit::None;
+    case Convert::None:
+    case Convert::Negated:
+    case Convert::Truncated:
+        return field.key->unit;
+    }
+    return Unit::None;
+}
 
 /// How a record leaves for the sonar.
 enum class Carrier : std::uint8_t

@@ -21,6 +21,7 @@
 #include <vector>
 
 class BaseIOHandler;
+class CBaseVessel;
 
 namespace vordal {
 
@@ -135,6 +136,9 @@ public:
     bool MergeIntoComputation(CDataId const& dataId, CAttributeMap const& tree);
     /// LoadAttribs of the device with a configuration that yields the tree.
     bool LoadDevice(Device& device, CAttributeMap const& tree);
+    /// ApplyAttribs of the device. Use this rather than the device's own: it makes later copies of the tree cheap again
+    /// after a device has written to nodes of it.
+    void ApplyDevice(Device& device, bool changed);
 
     /// Hands `request` to the device's HandleRequestMap at once. What an exception does SetRequestFailures says; when
     /// it is contained the answer is false. Host thread.

@@ -1,0 +1,157 @@
+// The frame of a request: the chain of handlers, the scalar path, the path of records that frame themselves.
+#include "QX5SonarConfigurationControlDevice.h"
+
+#include "handlers/chain.h"
+#include "handlers/echo_map.h"
+#include "handlers/reading.h"
+#include <VordalBaseR/CExTime.h>
+#include <protocol/bytes.h>
+#include <protocol/frame.h>
+#include <protocol/numbers.h>
+#include <protocol/pack.h>
+#include <protocol/records/all.h>
+
+#include <array>
+#include <string>
+
+using ControlDevice = QX5SonarConfigurationControlDevice;
+using namespace qx5;
+namespace keys = qx5::protocol::keys;
+namespace records = qx5::protocol::records;
+
+namespace {
+
+// Records that carry one number and are not wrapped in a remote-control record.
+constexpr int firstSelfFramedRecord = 7600;
+constexpr int lastSelfFramedRecord = 7699;
+
+} // namespace
+
+QX5SonarConfigurationControlDevice::QX5SonarConfigurationControlDevice() = default;
+
+QX5SonarConfigurationControlDevice::~QX5SonarConfigurationControlDevice() = default;
+
+bool ControlDevice::DoOutput(long output)
+{
+    return Device::DoOutput(output);
+}
+
+void ControlDevice::HandleRequestMap(CAttributeMap* request)
+{
+    using Handler = void (ControlDevice::*)(CAttributeMap*);
+    using KeyedHandler = void (ControlDevice::*)(CAttributeMap*, AttributeKey const&);
+
+    /// One row: a handler, a handler that is told its key, or a scalar.
+    struct Row {
+        Handler handler = nullptr;
+        KeyedHandler keyedHandler = nullptr;
+        AttributeKey const* key = nullptr;
+        int recordId = 0;
+        PARMTYPE kind = PARM_INT;
+    };
+
+#define QX5_HANDLER(name) Row{.handler = &ControlDevice::name},
+#define QX5_KEYED(name, rowKey) Row{.keyedHandler = &ControlDevice::name, .key = &At<keys::rowKey>},
+#define QX5_SCALAR(record, rowKey, rowKind)                                                                            \
+    Row{.key = &At<keys::rowKey>, .recordId = static_cast<int>(records::record.Id()), .kind = rowKind},
+    static constexpr Row chain[]{QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR)};
+#undef QX5_HANDLER
+#undef QX5_KEYED
+#undef QX5_SCALAR
+    static_assert(std::size(chain) == 133);
+
+    if (request == nullptr) {
+        return;
+    }
+    for (Row const& row : chain) {
+        if (row.handler != nullptr) {
+            (this->*row.handler)(request);
+        } else if (row.keyedHandler != nullptr) {
+            (this->*row.keyedHandler)(request, *row.key);
+        } else {
+            RequestValue(request, row.recordId, *row.key, row.kind);
+        }
+    }
+}
+
+void ControlDevice::RequestValue(CAttributeMap* request, int recordId, AttributeKey const& key, PARMTYPE kind)
+{
+    using protocol::Field;
+    using protocol::PackField;
+    using protocol::Wire;
+
+    if (!request->Has(key, 0)) {
+        return;
+    }
+    auto const id = static_cast<std::uint32_t>(recordId);
+    EchoMap echo;
+    switch (kind) {
+    case PARM_INT: {
+        int value = 0;
+        if (!Read(*request, key, value)) {
+            return;
+        }
+        std::array<unsigned char, 4> payload{};
+        PackField(Field{.wire = Wire::I32}, value, payload);
+        SendRemote(id, payload, OwnSonar);
+        echo.Tell(key, value);
+        break;
+    }
+    case PARM_FLOAT: {
+        double value = 0.0;
+        if (!Read(*request, key, value)) {
+            return;
+        }
+        if (recordId >= firstSelfFramedRecord && recordId <= lastSelfFramedRecord) {
+            Send76xxRecord(id, protocol::NarrowToFloat(value));
+        } else {
+            std::array<unsigned char, 4> payload{};
+            PackField(Field{.wire = Wire::F32}, value, payload);
+            SendRemote(id, payload, OwnSonar);
+        }
+        echo.Tell(key, value);
+        break;
+    }
+    case PARM_ANGLE_PAIR: {
+        double first = 0.0;
+        double second = 0.0;
+        if (!Read(*request, key, first, second)) {
+            return;
+        }
+        std::array<unsigned char, 8> payload{};
+        PackField(Field{.offset = 0, .wire = Wire::F32, .convert = protocol::Convert::Radians}, first, payload);
+        PackField(Field{.offset = 4, .wire = Wire::F32, .convert = protocol::Convert::Radians}, second, payload);
+        SendRemote(id, payload, OwnSonar);
+        echo.Tell(key, first, second);
+        break;
+    }
+    default:
+        // Any other number is no kind: nothing is sent and nothing echoed.
+        return;
+    }
+    Report(echo.Tree(), 0);
+}
+
+bool ControlDevice::Send76xxRecord(unsigned long recordId, float value)
+{
+    unsigned flags = 0;
+    int deviceId = 0;
+    GetAttribValue(At<keys::DeviceId>, deviceId, flags);
+    if (deviceId == 0) {
+        return false;
+    }
+    int enumerator = -1;
+    GetAttribValue(At<keys::DeviceEnum>, enumerator, flags);
+    bool integratedDualHead = false;
+    GetAttribValue(At<keys::x5SystemIDH>, integratedDualHead, flags);
+    if (integratedDualHead) {
+        enumerator = 0;
+    }
+    std::array<unsigned char, 4> payload{};
+    protocol::PutF32LE(payload, 0, value);
+    std::vector<unsigned char> const frame =
+        protocol::BuildFrame(
+        static_cast<std::uint32_t>(recordId), Target{deviceId, enumerator}, CExTime::GetCurTime(), payload);
+    SendMessageW(std::string(frame.begin(), frame.end()), false);
+    return true;
+}

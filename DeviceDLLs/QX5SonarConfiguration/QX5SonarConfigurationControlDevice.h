@@ -1,0 +1,254 @@
+// The device class of the plug-in: it turns requests into records for the sonar and echoes what was asked for.
+#pragma once
+
+#include <HalvaneX5InterfaceR/QX5Device.h>
+#include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/CDataId.h>
+#include <VordalBaseR/CString.h>
+#include <VordalDataBlocksR/CDataBlock.h>
+#include <VordalSubscriberR/Subscription.h>
+
+#include "handlers/command.h"
+#include "sequencing/TerminalCommandsToQX5Conv.h"
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+class BaseDataSource;
+class CVordalUnitCnv;
+class SonarTargetsControl;
+
+namespace qx5 {
+class CommandValues;
+}
+
+/// The kind of scalar that RequestValue handles.
+enum PARMTYPE : int {
+    PARM_INT = 0,        ///< integer getter; one signed 32-bit integer
+    PARM_FLOAT = 1,      ///< double getter; narrowed to a 32-bit float
+    PARM_ANGLE_PAIR = 2, ///< pair getter, degrees; two 32-bit floats in radians, first member first
+};
+
+/// The sonar as the host's device. Requests and notifications arrive on the host thread.
+///
+/// The state of the sonar lives in the device's attribute tree (the stored tree below), fed by the echoes of the
+/// handlers and by the host's decoding of what the sonar sends. The members hold only what the plug-in needs for
+/// itself. Handlers take no lock: they read the stored tree on the thread that alone writes it while a request runs,
+/// and the echo locks on its own. Nothing is reported to anybody: a key that is absent or of another kind ends a
+/// handler silently, a send that fails does not stop the echo.
+class VORDAL_PLUGIN_EXPORT QX5SonarConfigurationControlDevice : public QX5Device {
+public:
+    QX5SonarConfigurationControlDevice();
+    ~QX5SonarConfigurationControlDevice() override;
+
+    // Brings both overloads of QX5Device into view beside the override.
+    using QX5Device::DoOutput;
+    bool DoOutput(long output) override;
+
+private:
+    friend struct ControlDeviceAccess; // tests reach the handlers through it
+
+    void HandleRequestMap(CAttributeMap* request) override;
+
+    /// Reads the key from the request, sends it as the whole payload of record `recordId` and echoes it. Records 7600
+    /// to 7699 of kind PARM_FLOAT go by Send76xxRecord. Any other `kind` than the three does nothing.
+    void RequestValue(CAttributeMap* request, int recordId, AttributeKey const& key, PARMTYPE kind);
+    /// Frames the record by itself and writes it to the port: device and enumerator from the stored tree, time now.
+    /// False, and nothing sent, while the sonar's "DeviceId" is unknown (0); otherwise true, whatever became of it.
+    bool Send76xxRecord(unsigned long recordId, float value);
+
+    // What handlers are made of; see handlers/command.h.
+    /// Runs a command that its table tells completely: trigger, completion, record, echo, follow-ups. Says whether
+    /// it went through.
+    bool Run(CAttributeMap const& request, qx5::Command const& command);
+    /// Reads and completes the operands as the command's form says; false when the command does not start or a value
+    /// is missing.
+    bool ReadOperands(CAttributeMap const& request, CAttributeMap const& stored, qx5::Command const& command,
+                      qx5::CommandValues& values) const;
+    void SendRemote(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target);
+    void AskFor(std::span<qx5::FollowUp const> followUps);
+    /// Merges the echo into the stored tree and tells its subscribers.
+    void Report(CAttributeMap const& echo, int flags);
+    CAttributeMap const& Stored() const { return *m_attributes; }
+
+    // Basic operation: projector, pings, sound velocity, temperature, sector, motion compensation, system commands.
+    void RequestNewProjector(CAttributeMap* request);
+    void RequestCalibrationControl(CAttributeMap* request);
+    void RequestPingOnOff(CAttributeMap* request);
+    void RequestPingOnlyDuringScanning(CAttributeMap* request);
+    void RequestManualSoundVelocity(CAttributeMap* request);
+    void RequestManualTemperature(CAttributeMap* request);
+    void RequestCoverageSector(CAttributeMap* request);
+    void RequestMotionCompensation(CAttributeMap* request);
+    void RequestLoadFactoryParams(CAttributeMap* request);
+    void RequestShutdown(CAttributeMap* request);
+    void RequestReboot(CAttributeMap* request);
+    void RequestSSR7503CMD(CAttributeMap* request);
+
+    // Two heads that work as one system.
+    void RequestDisconnectSlave(CAttributeMap* request);
+    void RequestConnectSlave(CAttributeMap* request);
+    void RequestSetSlavedRecords(CAttributeMap* request);
+
+    // Beam geometry: mode, flex sector, spacing, number and width of beams, coverage, system mode.
+    void RequestBeamMode(CAttributeMap* request);
+    void RequestFlexModeParams(CAttributeMap* request);
+    void RequestConstantSpacing(CAttributeMap* request);
+    void RequestCustomBeams(CAttributeMap* request);
+    void RequestProjectorBeamWidths(CAttributeMap* request);
+    void RequestResetCoverage(CAttributeMap* request);
+    void RequestSystemMode(CAttributeMap* request);
+
+    // Gates: where the bottom detection may look.
+    void RequestAbsoluteGates(CAttributeMap* request);
+    void RequestAdaptiveGates(CAttributeMap* request);
+    void RequestBarCheckGates(CAttributeMap* request);
+    void RequestGateEnableFlags(CAttributeMap* request);
+    void SendLorqGating(CAttributeMap* request);
+    void RequestVerticalDetectionMode(CAttributeMap* request);
+
+    // Pulse, frequency, gain, sample rate and ping pattern.
+    void RequestPulseType(CAttributeMap* request);
+    void RequestPulseCharacteristics(CAttributeMap* request);
+    void RequestCenterFrequency(CAttributeMap* request);
+    void RequestFMSweep(CAttributeMap* request);
+    void RequestConfigureMultiFrequency(CAttributeMap* request);
+    void RequestVernierParameters(CAttributeMap* request);
+    void RequestGainMode(CAttributeMap* request);
+    void RequestSourceLevelMode(CAttributeMap* request);
+    void RequestSampleRate(CAttributeMap* request);
+    void RequestPingSequence(CAttributeMap* request);
+    void RequestMultiPing(CAttributeMap* request);
+
+    // Tracker, automatic configuration, detections, echo markers and depth.
+    void RequestTrackerControl(CAttributeMap* request);
+    void RequestManualAutoConfig(CAttributeMap* request);
+    void RequestMultiDetect(CAttributeMap* request);
+    void RequestSnippetControl(CAttributeMap* request);
+    void RequestForwardDetect(CAttributeMap* request);
+    void SendEchoMarker(CAttributeMap* request);
+    void RequestSearchDepth(CAttributeMap* request);
+    void RequestSystemDepth(CAttributeMap* request);
+
+    // Triggers and timing signals.
+    void RequestPPSEdge(CAttributeMap* request);
+    void RequestTriggerOutput(CAttributeMap* request);
+    void RequestAdvancedTriggerOutput(CAttributeMap* request);
+    void RequestTriggerInput(CAttributeMap* request);
+
+    // Options around the acquisition of data.
+    void RequestStacking(CAttributeMap* request);
+    void RequestPowerSaveMode(CAttributeMap* request);
+    void RequestDutyCycleLimitation(CAttributeMap* request);
+    void Request7042Options(CAttributeMap* request);
+    void RequestImageDataSetup(CAttributeMap* request);
+    void RequestSoundVelocityProbe(CAttributeMap* request);
+    void RequestASDRecording(CAttributeMap* request);
+    void RequestStaveRecording(CAttributeMap* request);
+    void RequestAScanBeams(CAttributeMap* request);
+
+    // Motion and heading sensors.
+    void RequestMotionSensorConfiguration(CAttributeMap* request);
+
+    // Sensors on the sonar's serial inputs, remote I/O, mounting and deck mode.
+    void RequestPortSensorConfiguration(CAttributeMap* request);
+    void RequestSensorsSettings(CAttributeMap* request);
+    void RequestPowerBuiltInPOSMV(CAttributeMap* request);
+    void RequestQMIOAddresses(CAttributeMap* request);
+    void RequestSonarMounting(CAttributeMap* request);
+    void RequestDeckMode(CAttributeMap* request);
+
+    // Serial ports, UDP ports and time sources of the sonar processor.
+    void RequestSerialPortConfiguration(CAttributeMap* request);
+    void RequestSerialPortStatus(CAttributeMap* request);
+    void RequestUdpPortConfiguration(CAttributeMap* request);
+    void RequestUdpPortStatus(CAttributeMap* request);
+    void RequestTimeSourceEnabled(CAttributeMap* request);
+    void RequestTimeSourceEthernetConfiguration(CAttributeMap* request);
+    void RequestSerialPortConfigRecord(CAttributeMap* request);
+    void RequestSerialPortStatusRecord(CAttributeMap* request);
+    void RequestUdpPortConfigRecord(CAttributeMap* request);
+    void RequestUdpPortStatusRecord(CAttributeMap* request);
+
+    // How the sonar is mounted and how it starts up.
+    void UpdateSonarInstallationIdentifiers(CAttributeMap* request);
+    void RequestAuvConfig(CAttributeMap* request);
+
+    // The satellite positioning and inertial unit.
+    void SendDGNSSGeometry(CAttributeMap* request);
+    void SendDGNSSConfiguratorXml(CAttributeMap* request);
+    void SendDGNSSSerialPortConfiguration(CAttributeMap* request);
+    void SendDgnssSerialPortCorrectionsConfig(CAttributeMap* request);
+    void SendDgnssNtripConfig(CAttributeMap* request);
+    void SendDgnssPpsConfig(CAttributeMap* request);
+    void SendInsAutoCalibration(CAttributeMap* request);
+
+    // Single-beam systems.
+    void RequestTransducerIndex(CAttributeMap* request);
+    void RequestSbesChannelSelect(CAttributeMap* request);
+    void RequestSbesTransducerDraft(CAttributeMap* request);
+    void RequestSbesOperationMode(CAttributeMap* request);
+    void RequestSbesTrackerTweakMode(CAttributeMap* request);
+    void RequestSbesGainTweak(CAttributeMap* request);
+    void RequestSbesPowerTweak(CAttributeMap* request);
+    void RequestSbesPulseLengthTweak(CAttributeMap* request);
+    void RequestSbesRangeTweak(CAttributeMap* request);
+    void SendSbesTransducerUpdateXml(CAttributeMap* request);
+    void RequestSbesSettingsXml(CAttributeMap* request);
+    void SendSbesSettingsUpdateXml(CAttributeMap* request);
+    void RequestSbesDefaultSettings(CAttributeMap* request);
+
+    // Recording by the sonar processor.
+    void RequestOnOffDataRecording(CAttributeMap* request, AttributeKey const& key);
+    void RequestSyncDataRecording(CAttributeMap* request);
+
+    // The sonar's data recorder.
+    void RequestRDRFiltering(CAttributeMap* request);
+    void RequestRDRSettings(CAttributeMap* request);
+    void RequestRDRRecordingDirectory(CAttributeMap* request);
+    void RequestRDRRecordingPreAndPostfix(CAttributeMap* request);
+
+    // Custom storage and playback.
+    void RequestCustomPlayback(CAttributeMap* request);
+    void RequestCustomStorage(CAttributeMap* request);
+    void RequestPlaybackSpeed(CAttributeMap* request);
+    void RequestPlaybackPosition(CAttributeMap* request);
+    void RequestPlaybackStepForward(CAttributeMap* request);
+    void RequestPlaybackStepBack(CAttributeMap* request);
+    void RequestPlaybackLoop(CAttributeMap* request);
+
+    // Target lists, detection-unit settings, user role and system events.
+    void SychronizeTargetManagersHandler(CAttributeMap* request);
+    void SendTargetList(CAttributeMap* request);
+    void RequestAScanSetupMonitorerStatus(CAttributeMap* request);
+    void SendImageEnhancementMode(CAttributeMap* request);
+    void SendDetectionSensitivity(CAttributeMap* request);
+    void SendDetectorAlgorithm(CAttributeMap* request);
+    void SendCADBeamAndSampleSetting(CAttributeMap* request);
+    void SendUserRole(CAttributeMap* request);
+    void SendSystemEvent(CAttributeMap* request);
+
+    // Pan, tilt, hoist and ray tracer.
+    void RequestRaytracerSetupMode(CAttributeMap* request);
+    void RequestSetPanTiltRotate(CAttributeMap* request);
+    void RequestHoistActive(CAttributeMap* request);
+    // In the order in which they are constructed; they go in reverse.
+    Subscription startLoggingSubscription{Subscription::General};  ///< the host logger starts
+    Subscription stopLoggingSubscription{Subscription::General};   ///< the host logger stops
+    Subscription selectedTargetSubscription{Subscription::General}; ///< the selected sonar contact changes
+    CDataId panTiltDataId;                    ///< stream of the pan and tilt unit
+    BaseDataSource* panTiltBuffer = nullptr;  ///< buffer of that stream; the host's
+    CDataBlock panTiltBlock;                  ///< last block of that stream
+    std::int32_t mountedOnPanAndTilt = 0;     ///< mirror of "MountedOnPanAndTilt"
+    DataSubscription panTiltSubscription;
+    Subscription hoistSubscription;
+    bool panTiltScanning = false;    ///< scanning flag taken from the pan and tilt block
+    bool pingOnlyDuringScan = false; ///< mirror of "PingOnlyDuringScan"
+    bool loggerRunning = false;      ///< true between the host's logger start and stop
+    std::array<std::uint32_t, 7> contactInformationFlags{1, 2, 4, 8, 16, 32, 64}; ///< bits of the contact record
+    TerminalCommandsToQX5Conv terminalCommands;
+    SonarTargetsControl* sonarTargetsControl = nullptr; ///< open target file, closed with the device
+    CString sonarTargetsName;                           ///< name of that file
+    CVordalUnitCnv* unitConverter = nullptr;            ///< the project's; stays while the project is open
+};

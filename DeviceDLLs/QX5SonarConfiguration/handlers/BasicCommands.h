@@ -1,0 +1,156 @@
+// The commands for basic operation: projector, pings, sound velocity, temperature, sector, motion compensation, system
+// commands, as tables.
+#pragma once
+
+#include "command.h"
+#include <protocol/records/basic.h>
+
+namespace qx5::commands {
+
+namespace basic {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+inline constexpr Operand newProjectorKeys[]{keys::DeviceEnum};
+inline constexpr Sending newProjectorSends[]{{records::Projector}};
+inline constexpr FollowUp newProjectorAsks[]{{7504}, {7503}, {7002}};
+
+inline constexpr Operand calibrationKeys[]{keys::x5CalibCommand};
+inline constexpr Sending calibrationSends[]{{records::CalibrationControl}};
+inline constexpr FollowUp calibrationAsks[]{{7055}};
+
+inline constexpr Operand pingOnOffKeys[]{keys::x5PingOnOffState,
+                                         {keys::PingSequenceId, {.source = Source::Stored, .echo = Echo::None}}};
+inline constexpr Sending pingOnOffSends[]{{records::PingsOn, OwnSonar, "the state is not 0"},
+                                          {records::PingsOff, OwnSonar, "the state is 0"}};
+
+inline constexpr Operand pingOnlyDuringScanKeys[]{keys::PingOnlyDuringScan};
+
+inline constexpr Operand soundVelocityKeys[]{
+    {keys::x5SoundVelocityOverride},
+    {keys::x5SoundVelocity, {.source = Source::Request}},
+    {keys::x5SoundVelocityFilter, {.source = Source::Request}},
+};
+inline constexpr Sending soundVelocitySends[]{{records::ManualSoundVelocity, Processor}};
+
+inline constexpr Operand temperatureKeys[]{
+    {keys::x5TemperatureOverride},
+    {keys::x5Temperature, {.source = Source::Request}},
+};
+inline constexpr Sending temperatureSends[]{{records::ManualTemperature}};
+
+inline constexpr Operand coverageSectorKeys[]{keys::x5CoverageAngle, keys::x5RxSteeringAngle};
+inline constexpr Sending coverageSectorSends[]{{records::CoverageSector}};
+
+inline constexpr Operand motionCompensationKeys[]{keys::x5MotionCompensationRoll, keys::x5MotionCompensationPitch};
+inline constexpr Sending motionCompensationSends[]{{records::MotionCompensation}};
+
+inline constexpr Operand loadFactoryKeys[]{keys::x5LoadFactoryParameters,
+                                           {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None}}};
+inline constexpr Sending loadFactorySends[]{{records::LoadFactoryParameters, Processor}};
+inline constexpr FollowUp loadFactoryAsks[]{
+    {7504, Processor}, {7503},       {7025, Processor}, {7052, Processor}, {7059, Processor, "\"DeviceId\" is 1002"},
+    {7002},            {1504, Processor},
+};
+
+inline constexpr Operand shutdownKeys[]{keys::x5Shutdown};
+inline constexpr Sending shutdownSends[]{{records::Shutdown, Processor}};
+inline constexpr Operand rebootKeys[]{keys::x5Reboot};
+inline constexpr Sending rebootSends[]{{records::Reboot, Processor}};
+inline constexpr Operand settingsKeys[]{keys::x5SSR7503CMD};
+inline constexpr FollowUp settingsAsks[]{{7503}};
+
+} // namespace basic
+
+inline constexpr Command RequestNewProjector{
+    .form = Form::Direct,
+    .operands = basic::newProjectorKeys,
+    .sends = basic::newProjectorSends,
+    .echoFlags = 0,
+    .followUps = basic::newProjectorAsks,
+};
+
+inline constexpr Command RequestCalibrationControl{
+    .form = Form::Direct,
+    .operands = basic::calibrationKeys,
+    .sends = basic::calibrationSends,
+    .followUps = basic::calibrationAsks,
+};
+
+inline constexpr Command RequestPingOnOff{
+    .form = Form::Own,
+    .operands = basic::pingOnOffKeys,
+    .sends = basic::pingOnOffSends,
+    .echoFlags = 0,
+    .note = "Direct. The echo also tells that no ping sequence runs (-1).",
+};
+
+inline constexpr Command RequestPingOnlyDuringScanning{
+    .form = Form::Own,
+    .operands = basic::pingOnlyDuringScanKeys,
+    .echoFlags = 0,
+    .note = "Direct. Sends nothing of its own; false turns the pings on.",
+};
+
+inline constexpr Command RequestManualSoundVelocity{
+    .form = Form::Own,
+    .operands = basic::soundVelocityKeys,
+    .sends = basic::soundVelocitySends,
+    .echoFlags = 0,
+    .note = "Any key triggers. The override is completed from the stored tree and is false when found nowhere. "
+            "Velocity and filter count only when the request holds them: two flags of the record tell.",
+};
+
+inline constexpr Command RequestManualTemperature{
+    .form = Form::Own,
+    .operands = basic::temperatureKeys,
+    .sends = basic::temperatureSends,
+    .echoFlags = 0,
+    .note = "Any key triggers. The override is completed from the stored tree and must be found. The temperature "
+            "counts only when the request holds it: a flag of the record tells.",
+};
+
+inline constexpr Command RequestCoverageSector{
+    .form = Form::Strict,
+    .operands = basic::coverageSectorKeys,
+    .sends = basic::coverageSectorSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestMotionCompensation{
+    .form = Form::Strict,
+    .operands = basic::motionCompensationKeys,
+    .sends = basic::motionCompensationSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestLoadFactoryParams{
+    .form = Form::Own,
+    .operands = basic::loadFactoryKeys,
+    .sends = basic::loadFactorySends,
+    .echoFlags = 4,
+    .followUps = basic::loadFactoryAsks,
+    .note = "The key's presence is enough. After the last record asked for, custom beams and constant spacing are "
+            "echoed as 0.",
+};
+
+inline constexpr Command RequestShutdown{
+    .form = Form::Presence,
+    .operands = basic::shutdownKeys,
+    .sends = basic::shutdownSends,
+};
+
+inline constexpr Command RequestReboot{
+    .form = Form::Presence,
+    .operands = basic::rebootKeys,
+    .sends = basic::rebootSends,
+};
+
+inline constexpr Command RequestSSR7503CMD{
+    .form = Form::Presence,
+    .operands = basic::settingsKeys,
+    .followUps = basic::settingsAsks,
+};
+
+} // namespace qx5::commands

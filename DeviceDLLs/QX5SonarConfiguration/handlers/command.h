@@ -1,0 +1,97 @@
+// How a command of the sonar is written down: which keys it reads and how, what it sends, what it echoes.
+//
+// One table serves the handler, `qx5 keys`, `qx5 explain` and the manual.
+#pragma once
+
+#include <VordalAttributesR/AttributeKey.h>
+#include <protocol/frame.h>
+#include <protocol/record_layout.h>
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace qx5 {
+
+using protocol::OwnSonar;
+using protocol::Target;
+inline constexpr Target Processor = protocol::SonarProcessor;
+
+/// The key as the attribute tree takes it, its hash made at compile time.
+template <protocol::Key const& K>
+inline constexpr AttributeKey At{K.text};
+
+/// How a command comes by the values of its keys.
+enum class Form : std::uint8_t {
+    Awaited,     ///< the handler is in the chain and does nothing yet
+    Direct,      ///< the one key, from the request
+    Strict,      ///< any key triggers; each from the request, failing that from the stored tree; one missing drops all
+    Lax,         ///< as strict, but a value found nowhere keeps its default
+    AllRequired, ///< every key from the request
+    Presence,    ///< that the key is there is enough; its value is not read
+    Own,         ///< as the handler's note tells
+};
+
+/// Where the value of an operand is looked for.
+enum class Source : std::uint8_t {
+    AsForm,      ///< as the command's form says
+    Request,     ///< in the request alone
+    Stored,      ///< in the stored tree alone; such a key cannot be requested here
+};
+
+/// What the echo carries for an operand.
+enum class Echo : std::uint8_t {
+    AsRead, ///< the value as it was read
+    AsSent, ///< the value as it stands in the record, widened or cut
+    None,
+};
+
+/// The less usual properties of an operand; name what differs.
+struct OperandOptions {
+    Source source = Source::AsForm;
+    Echo echo = Echo::AsRead;
+    bool triggers = true;  ///< its presence lets a strict or lax command start
+    bool optional = false; ///< a strict command goes on without it, with the fallback
+    double fallback = 0.0; ///< the value when it is found nowhere: a number; a bool is true when it is not 0
+};
+
+/// One key that a command reads.
+struct Operand {
+    constexpr Operand(protocol::Key const& operandKey, OperandOptions const& operandOptions = {})
+        : key(&operandKey), attribute(operandKey.text), options(operandOptions)
+    {
+    }
+
+    protocol::Key const* key;
+    AttributeKey attribute;
+    OperandOptions options;
+};
+
+/// One record that a command sends.
+struct Sending {
+    protocol::RecordLayout record;
+    Target target = OwnSonar;
+    std::string_view when = {}; ///< empty: whenever the command goes through
+};
+
+/// A record that a command asks the sonar for afterwards.
+struct FollowUp {
+    std::uint32_t recordId;
+    Target target = OwnSonar;
+    std::string_view when = {};
+};
+
+inline constexpr int NoEcho = -1;
+
+/// One command. The spans are views of tables of static storage.
+struct Command {
+    Form form = Form::Awaited;
+    std::span<Operand const> operands = {};     ///< in reading order
+    std::span<Sending const> sends = {};        ///< in sending order
+    int echoFlags = NoEcho;                     ///< the flag word of the echo
+    std::span<Operand const* const> echoes = {}; ///< the echo's order where it is not the reading order
+    std::span<FollowUp const> followUps = {};
+    std::string_view note = {};                 ///< what the tables do not tell, in one or two sentences
+};
+
+} // namespace qx5

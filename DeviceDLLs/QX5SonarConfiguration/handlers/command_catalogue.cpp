@@ -1,0 +1,90 @@
+// The chain's rows with their commands, made of the tables that the handlers use.
+#include "command_catalogue.h"
+
+#include "Acquisition.h"
+#include "BasicCommands.h"
+#include "BeamGeometry.h"
+#include "DataRecording.h"
+#include "DualHead.h"
+#include "Gates.h"
+#include "Installation.h"
+#include "MotionHeading.h"
+#include "PanTiltHoist.h"
+#include "PortSensors.h"
+#include "Positioning.h"
+#include "ProcessorPorts.h"
+#include "PulseFrequencyGain.h"
+#include "RecorderSettings.h"
+#include "SingleBeam.h"
+#include "StoragePlayback.h"
+#include "TargetExchange.h"
+#include "TrackerDetection.h"
+#include "TriggersTiming.h"
+#include "chain.h"
+#include <protocol/records/all.h>
+
+#include <array>
+
+namespace qx5 {
+
+namespace {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+/// The command of a scalar row.
+template <protocol::Key const& K, auto const& Record>
+struct Scalar {
+    static constexpr Operand operands[]{K};
+    static constexpr Sending sends[]{{Record}};
+    static constexpr Command command{.form = Form::Direct, .operands = operands, .sends = sends, .echoFlags = 0};
+};
+
+#define QX5_HANDLER(name) ChainEntry{0, #name, &commands::name, nullptr},
+#define QX5_KEYED(name, key) ChainEntry{0, #name, &commands::name, &keys::key},
+#define QX5_SCALAR(record, key, kind)                                                                                  \
+    ChainEntry{0, "RequestValue", &Scalar<keys::key, records::record>::command, &keys::key},
+constexpr auto MakeChain()
+{
+    std::array chain{QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR) ChainEntry{}};
+    std::array<ChainEntry, chain.size() - 1> numbered{};
+    for (std::size_t i = 0; i < numbered.size(); ++i) {
+        numbered[i] = chain[i];
+        numbered[i].row = static_cast<int>(i) + 1;
+    }
+    return numbered;
+}
+#undef QX5_HANDLER
+#undef QX5_KEYED
+#undef QX5_SCALAR
+
+constexpr auto chainEntries = MakeChain();
+static_assert(chainEntries.size() == 133);
+
+} // namespace
+
+std::span<ChainEntry const> Chain()
+{
+    return chainEntries;
+}
+
+bool IsRequestable(Operand const& operand)
+{
+    return operand.options.source != Source::Stored;
+}
+
+std::vector<ChainEntry const*> RowsOfKey(protocol::Key const& key)
+{
+    std::vector<ChainEntry const*> rows;
+    for (ChainEntry const& entry : chainEntries) {
+        for (Operand const& operand : entry.command->operands) {
+            if (operand.key == &key && IsRequestable(operand)) {
+                rows.push_back(&entry);
+                break;
+            }
+        }
+    }
+    return rows;
+}
+
+} // namespace qx5

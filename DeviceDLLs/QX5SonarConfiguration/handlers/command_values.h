@@ -1,0 +1,46 @@
+// The values of one command's operands while a request is carried out.
+#pragma once
+
+#include "command.h"
+#include <protocol/pack.h>
+#include <protocol/value.h>
+
+#include <array>
+#include <cstddef>
+
+namespace qx5 {
+
+/// Values by operand, in the command's reading order. Lives on a handler's stack.
+class CommandValues {
+public:
+    /// No command has more operands.
+    static constexpr std::size_t Capacity = 24;
+
+    protocol::Value& operator[](std::size_t operand) { return m_values[operand]; }
+    protocol::Value const& operator[](std::size_t operand) const { return m_values[operand]; }
+
+private:
+    std::array<protocol::Value, Capacity> m_values;
+};
+
+/// The position of a key among the command's operands; the number of operands when it is not there.
+std::size_t OperandOf(Command const& command, protocol::Key const& key);
+
+/// Packs the record's constants and each of its keyed fields from the operand of the same key, converted as the row
+/// says. Fields of keys that are no operands stay 0.
+void PackOperands(Command const& command, CommandValues const& values, protocol::RecordLayout const& record,
+                  protocol::Payload& payload);
+
+/// Packs one keyed field of a record; the record must have the key.
+template <typename T>
+void PackKey(protocol::RecordLayout const& record, protocol::Key const& key, T const& value,
+             protocol::Payload& payload)
+{
+    for (protocol::Field const& field : record.fields) {
+        if (field.key == &key) {
+            protocol::PackField(field, value, payload.Bytes());
+        }
+    }
+}
+
+} // namespace qx5

@@ -1,0 +1,42 @@
+// How handlers read keys: from the request, completed from the stored tree, by mere presence.
+#pragma once
+
+#include <VordalAttributesR/CAttributeMap.h>
+
+#include "command.h"
+#include <protocol/value.h>
+
+namespace qx5 {
+
+/// Reads a value of the out argument's kind; on failure the argument keeps what it held.
+template <typename T>
+bool Read(CAttributeMap const& tree, AttributeKey const& key, T& value)
+{
+    return tree.FindValue(key, 0).Get(value);
+}
+
+inline bool Read(CAttributeMap const& tree, AttributeKey const& key, double& first, double& second)
+{
+    return tree.FindValue(key, 0).Get(first, second);
+}
+
+/// Reads from the request and, failing that, under the same key from the stored tree.
+template <typename T>
+bool Complete(CAttributeMap const& request, CAttributeMap const& stored, AttributeKey const& key, T& value)
+{
+    return Read(request, key, value) || Read(stored, key, value);
+}
+
+/// Whether the tree has at least one of the keys, whatever the value.
+template <typename... Keys>
+bool HasAny(CAttributeMap const& tree, Keys const&... keys)
+{
+    return (tree.Has(keys, 0) || ...);
+}
+
+/// Reads a value of the kind that the key carries; leaves `value` alone on failure. A key of kind Any or Branch has
+/// nothing to read.
+bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute,
+             protocol::Value& value);
+
+} // namespace qx5

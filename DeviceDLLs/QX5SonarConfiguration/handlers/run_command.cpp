@@ -1,0 +1,270 @@
+// Commands that their tables tell completely: reading, packing, sending, echoing, asking.
+#include "../QX5SonarConfigurationControlDevice.h"
+#include "command_values.h"
+#include "echo_map.h"
+#include "reading.h"
+
+#include <protocol/record_table.h>
+#include <protocol/unpack.h>
+
+using ControlDevice = QX5SonarConfigurationControlDevice;
+
+namespace qx5 {
+
+namespace {
+
+template <typename T>
+bool ReadAs(CAttributeMap const& tree, AttributeKey const& key, protocol::Value& value)
+{
+    T read{};
+    if (!Read(tree, key, read)) {
+        return false;
+    }
+    value = std::move(read);
+    return true;
+}
+
+/// The value of an operand that is found nowhere.
+protocol::Value Fallback(Operand const& operand)
+{
+    switch (operand.key->kind) {
+    case protocol::Kind::Int:
+        return static_cast<std::int32_t>(operand.options.fallback);
+    case protocol::Kind::UInt:
+        return static_cast<std::uint32_t>(operand.options.fallback);
+    case protocol::Kind::Bool:
+        return operand.options.fallback != 0.0;
+    case protocol::Kind::Double:
+        return operand.options.fallback;
+    case protocol::Kind::Pair:
+        return std::pair<double, double>(operand.options.fallback, operand.options.fallback);
+    case protocol::Kind::String:
+        return std::wstring();
+    case protocol::Kind::IntList:
+        return std::vector<std::int32_t>();
+    case protocol::Kind::DoubleList:
+        return std::vector<double>();
+    case protocol::Kind::Offset:
+        return std::array<double, 3>{};
+    case protocol::Kind::Branch:
+    case protocol::Kind::Any:
+        break;
+    }
+    return {};
+}
+
+/// What the record carries for the key, in the key's own kind.
+protocol::Value SentValue(protocol::RecordLayout const& record, protocol::Key const& key,
+                          std::span<unsigned char const> payload)
+{
+    protocol::Field const* field = protocol::FindField(record, key);
+    if (field == nullptr) {
+        return {};
+    }
+    protocol::Value sent = protocol::UnpackField(*field, payload).wire;
+    if (key.kind == protocol::Kind::Int) {
+        if (auto const* bits = std::get_if<std::uint32_t>(&sent)) {
+            return static_cast<std::int32_t>(*bits);
+        }
+    }
+    return sent;
+}
+
+bool IsTriggered(CAttributeMap const& request, Command const& command)
+{
+    for (Operand const& operand : command.operands) {
+        if (operand.options.triggers && operand.options.source != Source::Stored &&
+            request.Has(operand.attribute, 0)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute,
+             protocol::Value& value)
+{
+    switch (key.kind) {
+    case protocol::Kind::Int:
+        return ReadAs<int>(tree, attribute, value);
+    case protocol::Kind::UInt:
+        return ReadAs<unsigned>(tree, attribute, value);
+    case protocol::Kind::Bool:
+        return ReadAs<bool>(tree, attribute, value);
+    case protocol::Kind::Double:
+        return ReadAs<double>(tree, attribute, value);
+    case protocol::Kind::Pair: {
+        std::pair<double, double> read;
+        if (!Read(tree, attribute, read.first, read.second)) {
+            return false;
+        }
+        value = read;
+        return true;
+    }
+    case protocol::Kind::String: {
+        CString read;
+        if (!Read(tree, attribute, read)) {
+            return false;
+        }
+        value = std::wstring(read.View());
+        return true;
+    }
+    case protocol::Kind::IntList:
+        return ReadAs<std::vector<int>>(tree, attribute, value);
+    case protocol::Kind::DoubleList:
+        return ReadAs<std::vector<double>>(tree, attribute, value);
+    case protocol::Kind::Offset: {
+        CCompOffset read;
+        if (!Read(tree, attribute, read)) {
+            return false;
+        }
+        std::array<double, 3> axes{};
+        read.GetOffset(axes[0], axes[1], axes[2]);
+        value = axes;
+        return true;
+    }
+    case protocol::Kind::Branch:
+    case protocol::Kind::Any:
+        return false;
+    }
+    return false;
+}
+
+std::size_t OperandOf(Command const& command, protocol::Key const& key)
+{
+    std::size_t at = 0;
+    while (at < command.operands.size() && command.operands[at].key != &key) {
+        ++at;
+    }
+    return at;
+}
+
+void PackOperands(Command const& command, CommandValues const& values, protocol::RecordLayout const& record,
+                  protocol::Payload& payload)
+{
+    protocol::PackConstants(record, payload.Bytes());
+    for (protocol::Field const& field : record.fields) {
+        if (field.key == nullptr) {
+            continue;
+        }
+        std::size_t const operand = OperandOf(command, *field.key);
+        if (operand < command.operands.size()) {
+            protocol::PackField(field, values[operand], payload.Bytes());
+        }
+    }
+}
+
+void EchoMap::TellValue(AttributeKey const& key, protocol::Value const& value)
+{
+    struct Teller {
+        EchoMap& echo;
+        AttributeKey const& key;
+        void operator()(std::monostate) const {}
+        void operator()(std::int32_t number) const { echo.Tell(key, static_cast<int>(number)); }
+        void operator()(std::uint32_t number) const { echo.Tell(key, static_cast<unsigned>(number)); }
+        void operator()(bool flag) const { echo.Tell(key, flag); }
+        void operator()(double number) const { echo.Tell(key, number); }
+        void operator()(std::pair<double, double> const& pair) const { echo.Tell(key, pair.first, pair.second); }
+        void operator()(std::wstring const& text) const { echo.Tell(key, CString(text)); }
+        void operator()(std::vector<std::int32_t> const& list) const { echo.Tell(key, list); }
+        void operator()(std::vector<double> const& list) const { echo.Tell(key, list); }
+        void operator()(std::array<double, 3> const& axes) const
+        {
+            echo.Tell(key, CCompOffset(axes[0], axes[1], axes[2]));
+        }
+    };
+    std::visit(Teller{*this, key}, value);
+}
+
+} // namespace qx5
+
+bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap const& stored,
+                                 qx5::Command const& command, qx5::CommandValues& values) const
+{
+    using qx5::Form;
+    using qx5::Source;
+
+    bool const completes = command.form == Form::Strict || command.form == Form::Lax;
+    if (completes && !qx5::IsTriggered(request, command)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < command.operands.size(); ++i) {
+        qx5::Operand const& operand = command.operands[i];
+        bool const fromRequest = operand.options.source != Source::Stored;
+        bool const fromStored =
+            operand.options.source == Source::Stored || (operand.options.source == Source::AsForm && completes);
+        if ((fromRequest && qx5::ReadKey(request, *operand.key, operand.attribute, values[i])) ||
+            (fromStored && qx5::ReadKey(stored, *operand.key, operand.attribute, values[i]))) {
+            continue;
+        }
+        if (command.form != Form::Lax && !operand.options.optional) {
+            return false;
+        }
+        values[i] = qx5::Fallback(operand);
+    }
+    return true;
+}
+
+bool ControlDevice::Run(CAttributeMap const& request, qx5::Command const& command)
+{
+    using qx5::Echo;
+
+    qx5::CommandValues values;
+    if (command.form == qx5::Form::Presence) {
+        if (!request.Has(command.operands.front().attribute, 0)) {
+            return false;
+        }
+    } else if (!ReadOperands(request, Stored(), command, values)) {
+        return false;
+    }
+
+    for (qx5::Sending const& sending : command.sends) {
+        qx5::protocol::Payload payload(sending.record.size);
+        qx5::PackOperands(command, values, sending.record, payload);
+        SendRemote(sending.record.id, payload, sending.target);
+
+        if (command.echoFlags != qx5::NoEcho) {
+            qx5::EchoMap echo;
+            auto const tell = [&](qx5::Operand const& operand) {
+                if (operand.options.echo == Echo::AsRead) {
+                    echo.TellValue(operand.attribute, values[qx5::OperandOf(command, *operand.key)]);
+                } else if (operand.options.echo == Echo::AsSent) {
+                    echo.TellValue(operand.attribute,
+                                   qx5::SentValue(sending.record, *operand.key, payload.Bytes()));
+                }
+            };
+            if (command.echoes.empty()) {
+                for (qx5::Operand const& operand : command.operands) {
+                    tell(operand);
+                }
+            } else {
+                for (qx5::Operand const* operand : command.echoes) {
+                    tell(*operand);
+                }
+            }
+            Report(echo.Tree(), command.echoFlags);
+        }
+    }
+    AskFor(command.followUps);
+    return true;
+}
+
+void ControlDevice::SendRemote(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target)
+{
+    SendRemoteControlRecord(recordId, payload.empty() ? nullptr : payload.data(), payload.size(), target.deviceId,
+                            target.enumerator);
+}
+
+void ControlDevice::AskFor(std::span<qx5::FollowUp const> followUps)
+{
+    for (qx5::FollowUp const& followUp : followUps) {
+        SingleRecordRequest(followUp.recordId, followUp.target.deviceId, followUp.target.enumerator);
+    }
+}
+
+void ControlDevice::Report(CAttributeMap const& echo, int flags)
+{
+    SetAttributeMap(echo, static_cast<unsigned>(flags));
+}

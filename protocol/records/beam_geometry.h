@@ -1,0 +1,26 @@
+// Beam geometry: mode, flex sector, spacing, number and width of beams, coverage, system mode.
+#pragma once
+
+#include <array>
+
+#include <protocol/record_table.h>
+#include <protocol/records/shared_keys.h>
+
+// clang-format off
+
+namespace qx5::protocol {
+
+namespace keys {
+
+} // namespace keys
+
+namespace records {
+
+inline constexpr std::array<RecordLayout, 0> BeamGeometryRecords{};
+
+} // namespace records
+
+/// Every key of this file, for look-up by text.
+inline constexpr std::array<Key const*, 0> BeamGeometryKeys{};
+
+} // namespace qx5::protocol

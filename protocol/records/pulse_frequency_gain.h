@@ -1,0 +1,26 @@
+// Pulse, frequency, gain, sample rate and ping pattern.
+#pragma once
+
+#include <array>
+
+#include <protocol/record_table.h>
+#include <protocol/records/shared_keys.h>
+
+// clang-format off
+
+namespace qx5::protocol {
+
+namespace keys {
+
+} // namespace keys
+
+namespace records {
+
+inline constexpr std::array<RecordLayout, 0> PulseFrequencyGainRecords{};
+
+} // namespace records
+
+/// Every key of this file, for look-up by text.
+inline constexpr std::array<Key const*, 0> PulseFrequencyGainKeys{};
+
+} // namespace qx5::protocol

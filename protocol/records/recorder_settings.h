@@ -1,0 +1,26 @@
+// The sonar's data recorder.
+#pragma once
+
+#include <array>
+
+#include <protocol/record_table.h>
+#include <protocol/records/shared_keys.h>
+
+// clang-format off
+
+namespace qx5::protocol {
+
+namespace keys {
+
+} // namespace keys
+
+namespace records {
+
+inline constexpr std::array<RecordLayout, 0> RecorderSettingsRecords{};
+
+} // namespace records
+
+/// Every key of this file, for look-up by text.
+inline constexpr std::array<Key const*, 0> RecorderSettingsKeys{};
+
+} // namespace qx5::protocol
