@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace vordal {
@@ -24,6 +25,7 @@ public:
         : AttributeKey(text != nullptr ? std::wstring_view(text) : std::wstring_view())
     {}
     AttributeKey(CString const& text) : AttributeKey(text.View()) {}
+    AttributeKey(std::wstring const& text) : AttributeKey(std::wstring_view(text)) {}
 
     constexpr std::wstring_view Text() const { return m_text; }
     /// 64-bit FNV-1a, one step for each Unicode code point, so that it is the same wherever `wchar_t` has another

@@ -64,17 +64,17 @@ public:
     /// control characters escaped, whatever the locale. The empty value gives "none".
     virtual std::string ToText() const;
 
-    bool Get(int& value) const { return GetInt(value) != 0; }
-    bool Get(unsigned int& value) const { return GetUInt(value) != 0; }
-    bool Get(std::int64_t& value) const { return GetInt64(value) != 0; }
-    bool Get(bool& value) const { return GetBool(value) != 0; }
-    bool Get(double& value) const { return GetDouble(value) != 0; }
-    bool Get(double& first, double& second) const { return GetPair(first, second) != 0; }
-    bool Get(CDataInfo& value) const { return GetDataInfo(value) != 0; }
-    bool Get(CString& value) const { return GetString(value) != 0; }
-    bool Get(CCompOffset& value) const { return GetOffset(value) != 0; }
-    bool Get(std::vector<int>& value) const { return GetIntList(value) != 0; }
-    bool Get(std::vector<double>& value) const { return GetDoubleList(value) != 0; }
+    bool Get(int& value) const { return IsNotMissing() && GetInt(value) != 0; }
+    bool Get(unsigned int& value) const { return IsNotMissing() && GetUInt(value) != 0; }
+    bool Get(std::int64_t& value) const { return IsNotMissing() && GetInt64(value) != 0; }
+    bool Get(bool& value) const { return IsNotMissing() && GetBool(value) != 0; }
+    bool Get(double& value) const { return IsNotMissing() && GetDouble(value) != 0; }
+    bool Get(double& first, double& second) const { return IsNotMissing() && GetPair(first, second) != 0; }
+    bool Get(CDataInfo& value) const { return IsNotMissing() && GetDataInfo(value) != 0; }
+    bool Get(CString& value) const { return IsNotMissing() && GetString(value) != 0; }
+    bool Get(CCompOffset& value) const { return IsNotMissing() && GetOffset(value) != 0; }
+    bool Get(std::vector<int>& value) const { return IsNotMissing() && GetIntList(value) != 0; }
+    bool Get(std::vector<double>& value) const { return IsNotMissing() && GetDoubleList(value) != 0; }
 
     bool IsEmpty() const { return Kind() == VordalKind::None; }
     /// The empty value that failed look-ups refer to; it lives as long as the host library.
@@ -82,8 +82,9 @@ public:
 
 private:
     friend struct AttributeNode;
-    friend class CAttributeRec;
-    friend class CAttributeMap;
+
+    /// Spares the value of a failed look-up, the one met most often, its virtual call.
+    bool IsNotMissing() const { return this != &s_empty; }
 
     static CVordalType s_empty;
     /// Nodes that share the value; only values on the heap that a node has taken are counted.

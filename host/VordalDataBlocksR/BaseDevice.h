@@ -95,8 +95,9 @@ public:
     virtual void StopManualInputTimer();
     virtual void NotifyShutDown();
     virtual void InitOutputMessages();
-    virtual int GetOutputStat(int output) const;
-    virtual void SetOutputStat(int output, int status);
+    virtual int GetOutputStat() const;
+    /// The state of the device's output since `time` (seconds, see CExTime).
+    virtual void SetOutputStat(double time, int status);
     virtual int GetIndexNumber() const;
     virtual bool DoOutput(long output, CDataId const& dataId);
     virtual bool DoOutput(long output);

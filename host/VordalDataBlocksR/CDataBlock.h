@@ -3,14 +3,13 @@
 
 #include <VordalBaseR/Export.h>
 
-#include <memory>
 #include <span>
-#include <vector>
 
-/// How LookUp finds an item.
+/// How LookUp finds an item: plug-ins use both modes with an item number, and both mean the block's first item of that
+/// number.
 enum ADDR_MODE : int {
-    ADDR_BY_INDEX = 1,
-    ADDR_BY_ITEM = 2, ///< by item number, the one mode that plug-ins use
+    ADDR_FIRST_OF_ITEM = 1,
+    ADDR_BY_ITEM = 2,
 };
 
 /// Type tags of block items.
@@ -43,7 +42,8 @@ public:
     CDataBlock& operator=(CDataBlock&&) noexcept;
     ~CDataBlock();
 
-    /// Finds `item` and gives its position; false when the block has none, `index` is then untouched.
+    /// Finds `item` and gives its position; false when the block has none or the mode is another, `index` is then
+    /// untouched.
     bool LookUp(unsigned short item, ADDR_MODE mode, unsigned short& index) const;
     /// The item at a position that LookUp gave; null beyond the end.
     CDataItem const* GetItem(unsigned short index) const;
@@ -63,12 +63,17 @@ public:
     /// `size` is 0). Bytes missing from `value` are 0. Detaches first.
     void AddItem(unsigned short item, unsigned short type, std::span<unsigned char const> value, unsigned int size,
                  unsigned short status);
+    /// Gives an item another size: it keeps its first bytes, new ones are 0, and an item without data gets some. False
+    /// when there is no such item or no memory. Detaches first.
+    bool SetItemSize(unsigned short index, unsigned int size) { return ResizeDataItem(index, size); }
     /// Appends an item without data. Detaches first.
     void AddItemWithoutData(unsigned short item, unsigned short type, unsigned int size, unsigned short status);
 
 private:
-    void ResizeDataItem(unsigned short index, unsigned int size);
+    bool ResizeDataItem(unsigned short index, unsigned int size);
 
     struct Body;
-    std::shared_ptr<Body> m_body;
+    void Release() noexcept;
+    /// Null: an empty block.
+    Body* m_body = nullptr;
 };

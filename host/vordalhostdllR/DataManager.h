@@ -22,6 +22,8 @@ public:
     virtual bool GetAttribValue(AttributeKey const& key, CDataInfo& value, unsigned& flags) const = 0;
     /// Overwrites `dataId` with the id of the stream behind the computation.
     virtual void GetDataSource(CDataId& dataId) const = 0;
+    /// Copies the computation's attributes.
+    virtual void GetAttributeMap(CAttributeMap& map) const = 0;
 };
 
 /// The register. Look-ups may be called from any thread; what they give is the host's and stays while the project is

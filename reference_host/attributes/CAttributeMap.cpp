@@ -182,12 +182,17 @@ CAttributeMap const& CAttributeMap::GetChild(int position) const
         return s_empty;
     }
     auto const& node = *TreeAccess::Node(*this);
-    auto const wanted = static_cast<std::uint32_t>(position);
-    auto const* entry = std::upper_bound(node.chunks, node.chunks + node.chunkCount, wanted,
-                                         [](std::uint32_t at, AttributeChunkEntry const& e) { return at < e.start; }) -
-                        1;
-    auto const* chunk = entry->chunk;
-    auto offset = wanted - entry->start;
+    auto offset = static_cast<std::uint32_t>(position);
+    std::uint32_t number = 0;
+    for (std::uint32_t page = 0; page < node.pageCount && offset >= node.pages[page]->live; ++page) {
+        offset -= node.pages[page]->live;
+        number += AttributePage::Capacity;
+    }
+    AttributeChunk const* chunk = node.Chunk(number);
+    while (chunk == nullptr || offset >= chunk->live) {
+        offset -= chunk != nullptr ? chunk->live : 0;
+        chunk = node.Chunk(++number);
+    }
     if (chunk->live == chunk->used) {
         return chunk->Slots()[offset];
     }
@@ -205,7 +210,7 @@ CAttributeMap const* CAttributeMap::NextChild(std::uint32_t& chunk, std::uint32_
     }
     auto const& node = *TreeAccess::Node(*this);
     for (; chunk < node.chunkCount; ++chunk, slot = 0) {
-        auto const* current = node.chunks[chunk].chunk;
+        AttributeChunk const* current = node.Chunk(chunk);
         if (current == nullptr) {
             continue;
         }

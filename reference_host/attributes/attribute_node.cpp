@@ -150,7 +150,7 @@ void AttributeIndex::Remove(std::uint64_t hash, std::uint32_t occurrence)
     Entries()[Probe(hash, count - 1)].place = NoPlace;
     auto& counted = Entries()[Probe(hash, CountMark)];
     if (counted.place != NoPlace) {
-        counted.place = count - 1;
+        counted.place = count > 2 ? count - 1 : NoPlace;
     }
 }
 
@@ -189,38 +189,59 @@ void AttributeNode::ReleaseGroup(AttributeGroup* group) noexcept
     }
 }
 
-void AttributeNode::Release(AttributeNode* node) noexcept
+void AttributeNode::DropChunk(AttributeChunk* chunk, AttributeNode*& pending)
 {
-    if (!DropReference(node->references)) {
+    if (chunk == nullptr || !DropReference(chunk->references)) {
         return;
     }
-    node->nextToDestroy = nullptr;
-    auto* pending = node;
+    for (std::uint32_t slot = 0; slot < chunk->used; ++slot) {
+        auto* child = TreeAccess::Node(chunk->Slots()[slot]);
+        if (child != nullptr && DropReference(child->references)) {
+            child->nextToDestroy = pending;
+            pending = child;
+        }
+    }
+    AttributeChunk::Free(chunk);
+}
+
+void AttributeNode::DropPage(AttributePage* page, AttributeNode*& pending)
+{
+    if (DropReference(page->references)) {
+        for (auto* chunk : page->chunks) {
+            DropChunk(chunk, pending);
+        }
+        delete page;
+    }
+}
+
+void AttributeNode::DropChildren(AttributeNode*& pending)
+{
+    for (std::uint32_t i = 0; i < pageCount; ++i) {
+        DropPage(pages[i], pending);
+    }
+    delete[] pages;
+    DropChunk(onlyChunk, pending);
+    AttributeIndex::Release(index);
+}
+
+void AttributeNode::DestroyAll(AttributeNode* pending)
+{
     while (pending != nullptr) {
         auto* dying = pending;
         pending = dying->nextToDestroy;
-        for (std::uint32_t i = 0; i < dying->chunkCount; ++i) {
-            auto* chunk = dying->chunks[i].chunk;
-            if (chunk == nullptr || !DropReference(chunk->references)) {
-                continue;
-            }
-            for (std::uint32_t slot = 0; slot < chunk->used; ++slot) {
-                auto* child = TreeAccess::Node(chunk->Slots()[slot]);
-                if (child != nullptr && DropReference(child->references)) {
-                    child->nextToDestroy = pending;
-                    pending = child;
-                }
-            }
-            AttributeChunk::Free(chunk);
-        }
-        if (dying->chunks != &dying->firstChunk) {
-            delete[] dying->chunks;
-        }
-        AttributeIndex::Release(dying->index);
+        dying->DropChildren(pending);
         ReleaseValue(dying->value);
         ReleaseGroup(dying->group);
         dying->~AttributeNode();
         ::operator delete(dying);
+    }
+}
+
+void AttributeNode::Release(AttributeNode* node) noexcept
+{
+    if (DropReference(node->references)) {
+        node->nextToDestroy = nullptr;
+        DestroyAll(node);
     }
 }
 
@@ -237,25 +258,47 @@ AttributeNode* AttributeNode::CloneWithoutChildren(AttributeNode const& node, st
     return copy;
 }
 
-void AttributeNode::ReserveChunks(std::uint32_t count)
+void AttributeNode::AppendPage(AttributePage* page)
 {
-    if (count <= chunkCapacity) {
+    if (pageCount == pageCapacity) {
+        auto const capacity = std::max(4U, pageCapacity * 2);
+        auto** larger = new AttributePage*[capacity];
+        std::copy_n(pages, pageCount, larger);
+        delete[] pages;
+        pages = larger;
+        pageCapacity = capacity;
+    }
+    pages[pageCount] = page;
+    ++pageCount;
+}
+
+void AttributeNode::AppendChunk(AttributeChunk* chunk)
+{
+    if (chunkCount == 0 && pages == nullptr) {
+        onlyChunk = chunk;
+        chunkCount = 1;
         return;
     }
-    auto const capacity = std::max(count, chunkCapacity * 2);
-    auto* larger = new AttributeChunkEntry[capacity];
-    std::copy_n(chunks, chunkCount, larger);
-    if (chunks != &firstChunk) {
-        delete[] chunks;
+    if (pages == nullptr) {
+        AppendPage(new AttributePage);
+        pages[0]->live = onlyChunk->live;
+        pages[0]->exposed = onlyChunk->exposed;
+        pages[0]->chunks[0] = std::exchange(onlyChunk, nullptr);
+    } else if (chunkCount % AttributePage::Capacity == 0) {
+        AppendPage(new AttributePage);
     }
-    chunks = larger;
-    chunkCapacity = capacity;
+    auto& page = *OwnPage(chunkCount);
+    page.chunks[chunkCount % AttributePage::Capacity] = chunk;
+    page.live += chunk->live;
+    page.exposed = page.exposed || chunk->exposed;
+    ++chunkCount;
 }
 
 void AttributeNode::ShareChildrenOf(AttributeNode const& node)
 {
     childFilter = node.childFilter;
     childCount = node.childCount;
+    chunkCount = node.chunkCount;
     emptyChunks = node.emptyChunks;
     indexedPlaces = node.indexedPlaces;
     hashCollision = node.hashCollision;
@@ -263,14 +306,70 @@ void AttributeNode::ShareChildrenOf(AttributeNode const& node)
     if (index != nullptr) {
         index->Retain();
     }
-    ReserveChunks(node.chunkCount);
-    chunkCount = node.chunkCount;
-    for (std::uint32_t i = 0; i < chunkCount; ++i) {
-        chunks[i] = node.chunks[i];
-        if (chunks[i].chunk != nullptr && !chunks[i].chunk->exposed) {
-            chunks[i].chunk->references.fetch_add(1, std::memory_order_relaxed);
+    if (node.pages == nullptr) {
+        if (node.onlyChunk != nullptr && !node.onlyChunk->exposed) {
+            onlyChunk = node.onlyChunk;
+            onlyChunk->references.fetch_add(1, std::memory_order_relaxed);
+        }
+        return;
+    }
+    pages = new AttributePage*[node.pageCount];
+    pageCount = node.pageCount;
+    pageCapacity = node.pageCount;
+    for (std::uint32_t i = 0; i < pageCount; ++i) {
+        pages[i] = nullptr;
+        if (!node.pages[i]->exposed) {
+            pages[i] = node.pages[i];
+            pages[i]->references.fetch_add(1, std::memory_order_relaxed);
         }
     }
+}
+
+AttributeNode* AttributeNode::CopyExposed(AttributeNode const& node,
+                                          std::vector<std::pair<AttributeNode*, CAttributeMap*>>& pending)
+{
+    auto const copyChunk = [&pending](AttributeChunk* from) {
+        if (from == nullptr) {
+            return from;
+        }
+        if (!from->exposed) {
+            from->references.fetch_add(1, std::memory_order_relaxed);
+            return from;
+        }
+        auto* to = AttributeChunk::Create(from->capacity);
+        to->used = from->used;
+        to->live = from->live;
+        for (std::uint32_t slot = 0; slot < from->used; ++slot) {
+            auto* child = TreeAccess::Node(from->Slots()[slot]);
+            if (child == nullptr) {
+                continue;
+            }
+            if (child->exposed) {
+                pending.emplace_back(child, to->Slots() + slot);
+            } else {
+                Retain(child);
+            }
+            TreeAccess::SetSlot(to->Slots()[slot], child, child->hash);
+        }
+        return to;
+    };
+    auto* copy = CloneWithoutChildren(node, node.Key(), node.hash);
+    copy->ShareChildrenOf(node);
+    if (node.pages == nullptr) {
+        if (copy->onlyChunk == nullptr) {
+            copy->onlyChunk = copyChunk(node.onlyChunk);
+        }
+        return copy;
+    }
+    for (std::uint32_t i = 0; i < copy->pageCount; ++i) {
+        if (copy->pages[i] == nullptr) {
+            auto* page = new AttributePage;
+            page->live = node.pages[i]->live;
+            std::transform(std::begin(node.pages[i]->chunks), std::end(node.pages[i]->chunks), page->chunks, copyChunk);
+            copy->pages[i] = page;
+        }
+    }
+    return copy;
 }
 
 AttributeNode* AttributeNode::Share(AttributeNode* node)
@@ -283,44 +382,12 @@ AttributeNode* AttributeNode::Share(AttributeNode* node)
         return node;
     }
     // Only the exposed nodes are copied, one after the other, since there may be any depth of them.
-    struct Pending
-    {
-        AttributeNode* source;
-        CAttributeMap* slot;
-    };
-    auto const copyLevel = [](AttributeNode const& source, std::vector<Pending>& pending) {
-        auto* copy = CloneWithoutChildren(source, source.Key(), source.hash);
-        copy->ShareChildrenOf(source);
-        for (std::uint32_t i = 0; i < copy->chunkCount; ++i) {
-            auto const* from = source.chunks[i].chunk;
-            if (from == nullptr || !from->exposed) {
-                continue;
-            }
-            auto* to = AttributeChunk::Create(from->capacity);
-            to->used = from->used;
-            to->live = from->live;
-            copy->chunks[i].chunk = to;
-            for (std::uint32_t slot = 0; slot < from->used; ++slot) {
-                auto* child = TreeAccess::Node(from->Slots()[slot]);
-                if (child == nullptr) {
-                    continue;
-                }
-                if (child->exposed) {
-                    pending.push_back({child, to->Slots() + slot});
-                } else {
-                    Retain(child);
-                }
-                TreeAccess::SetSlot(to->Slots()[slot], child, child->hash);
-            }
-        }
-        return copy;
-    };
-    std::vector<Pending> pending;
-    auto* copy = copyLevel(*node, pending);
+    std::vector<std::pair<AttributeNode*, CAttributeMap*>> pending;
+    auto* copy = CopyExposed(*node, pending);
     while (!pending.empty()) {
-        auto const next = pending.back();
+        auto const [source, slot] = pending.back();
         pending.pop_back();
-        TreeAccess::SetSlot(*next.slot, copyLevel(*next.source, pending), next.source->hash);
+        TreeAccess::SetSlot(*slot, CopyExposed(*source, pending), source->hash);
     }
     return copy;
 }
@@ -335,9 +402,11 @@ AttributeNode* AttributeNode::Rekey(AttributeNode* node, std::wstring_view key, 
         renamed->ShareChildrenOf(*node);
     } else {
         // Alone with the node: its chunks move, so that references into them stay true.
-        renamed->ReserveChunks(node->chunkCount);
-        std::copy_n(node->chunks, node->chunkCount, renamed->chunks);
-        renamed->chunkCount = std::exchange(node->chunkCount, 0);
+        renamed->pages = std::exchange(node->pages, nullptr);
+        renamed->onlyChunk = std::exchange(node->onlyChunk, nullptr);
+        renamed->pageCount = std::exchange(node->pageCount, 0);
+        renamed->pageCapacity = node->pageCapacity;
+        renamed->chunkCount = node->chunkCount;
         renamed->childFilter = node->childFilter;
         renamed->childCount = node->childCount;
         renamed->emptyChunks = node->emptyChunks;
@@ -352,7 +421,7 @@ AttributeNode* AttributeNode::Rekey(AttributeNode* node, std::wstring_view key, 
 
 CAttributeMap const& AttributeNode::At(std::uint32_t place) const
 {
-    return std::as_const(*chunks[ChunkOf(place)].chunk).Slots()[SlotOf(place)];
+    return std::as_const(*Chunk(ChunkOf(place))).Slots()[SlotOf(place)];
 }
 
 std::uint32_t AttributeNode::FindPlace(AttributeKey const& key, std::uint32_t occurrence) const
@@ -373,7 +442,7 @@ std::uint32_t AttributeNode::FindPlace(AttributeKey const& key, std::uint32_t oc
     }
     auto firstSlot = SlotOf(from);
     for (auto number = ChunkOf(from); number < chunkCount; ++number) {
-        auto const* chunk = chunks[number].chunk;
+        auto const* chunk = Chunk(number);
         if (chunk != nullptr) {
             auto const* slots = chunk->Slots();
             for (auto slot = firstSlot; slot < chunk->used; ++slot) {
@@ -404,7 +473,7 @@ std::uint32_t AttributeNode::CountOf(AttributeKey const& key) const
     }
     auto firstSlot = SlotOf(from);
     for (auto number = ChunkOf(from); number < chunkCount; ++number) {
-        auto const* chunk = chunks[number].chunk;
+        auto const* chunk = Chunk(number);
         if (chunk != nullptr) {
             auto const* slots = chunk->Slots();
             for (auto slot = firstSlot; slot < chunk->used; ++slot) {
@@ -419,9 +488,33 @@ std::uint32_t AttributeNode::CountOf(AttributeKey const& key) const
     return count;
 }
 
+AttributePage* AttributeNode::OwnPage(std::uint32_t number)
+{
+    if (pages == nullptr) {
+        return nullptr;
+    }
+    auto*& page = pages[number / AttributePage::Capacity];
+    if (page->references.load(std::memory_order_acquire) != 1) {
+        auto* copy = new AttributePage;
+        copy->live = page->live;
+        for (std::uint32_t i = 0; i < AttributePage::Capacity; ++i) {
+            if (auto* chunk = page->chunks[i]; chunk != nullptr) {
+                chunk->references.fetch_add(1, std::memory_order_relaxed);
+                copy->chunks[i] = chunk;
+            }
+        }
+        // The other owners may have let go meanwhile.
+        AttributeNode* pending = nullptr;
+        DropPage(std::exchange(page, copy), pending);
+        DestroyAll(pending);
+    }
+    return page;
+}
+
 AttributeChunk& AttributeNode::OwnChunk(std::uint32_t number)
 {
-    auto*& chunk = chunks[number].chunk;
+    auto* page = OwnPage(number);
+    auto*& chunk = page != nullptr ? page->chunks[number % AttributePage::Capacity] : onlyChunk;
     if (chunk->references.load(std::memory_order_acquire) != 1) {
         auto* copy = AttributeChunk::Create(chunk->capacity);
         copy->used = chunk->used;
@@ -430,19 +523,12 @@ AttributeChunk& AttributeNode::OwnChunk(std::uint32_t number)
             auto* child = TreeAccess::Node(chunk->Slots()[slot]);
             if (child != nullptr) {
                 Retain(child);
-                TreeAccess::SetSlot(copy->Slots()[slot], child, child->hash);
+                TreeAccess::SetSlot(copy->Slots()[slot], child, TreeAccess::ChildHash(chunk->Slots()[slot]));
             }
         }
-        auto* old = std::exchange(chunk, copy);
-        if (DropReference(old->references)) {
-            // The other owner let go meanwhile; the children are all held by the copy.
-            for (std::uint32_t slot = 0; slot < old->used; ++slot) {
-                if (auto* child = TreeAccess::Node(old->Slots()[slot]); child != nullptr) {
-                    Release(child);
-                }
-            }
-            AttributeChunk::Free(old);
-        }
+        AttributeNode* pending = nullptr;
+        DropChunk(std::exchange(chunk, copy), pending);
+        DestroyAll(pending);
     }
     return *chunk;
 }
@@ -456,6 +542,9 @@ CAttributeMap& AttributeNode::ExposeSlot(std::uint32_t place)
 {
     auto& chunk = OwnChunk(ChunkOf(place));
     chunk.exposed = true;
+    if (pages != nullptr) {
+        OwnPage(ChunkOf(place))->exposed = true;
+    }
     exposed = true;
     return chunk.Slots()[SlotOf(place)];
 }
@@ -476,7 +565,7 @@ std::uint32_t AttributeNode::Append(AttributeNode* child)
         }
         auto firstSlot = SlotOf(from);
         for (auto number = ChunkOf(from); number < chunkCount && !hashCollision; ++number) {
-            if (auto const* chunk = chunks[number].chunk; chunk != nullptr && firstSlot < chunk->used) {
+            if (auto const* chunk = Chunk(number); chunk != nullptr && firstSlot < chunk->used) {
                 hashCollision = std::any_of(chunk->Slots() + firstSlot, chunk->Slots() + chunk->used, differs);
             }
             firstSlot = 0;
@@ -487,12 +576,9 @@ std::uint32_t AttributeNode::Append(AttributeNode* child)
         }
     }
 
-    auto const* last = chunkCount > 0 ? chunks[chunkCount - 1].chunk : nullptr;
+    auto const* last = chunkCount > 0 ? Chunk(chunkCount - 1) : nullptr;
     if (last == nullptr || last->used == last->capacity) {
-        ReserveChunks(chunkCount + 1);
-        chunks[chunkCount] = {AttributeChunk::Create(std::clamp(childCount, 4U, AttributeChunk::MaxCapacity)),
-                              childCount};
-        ++chunkCount;
+        AppendChunk(AttributeChunk::Create(std::clamp(childCount, 4U, AttributeChunk::MaxCapacity)));
     }
     auto& chunk = OwnChunk(chunkCount - 1);
     auto const place = PlaceOf(chunkCount - 1, chunk.used);
@@ -500,10 +586,12 @@ std::uint32_t AttributeNode::Append(AttributeNode* child)
     ++chunk.used;
     ++chunk.live;
     ++childCount;
+    if (pages != nullptr) {
+        ++OwnPage(chunkCount - 1)->live;
+    }
     childFilter |= key.Filter();
     if (child->exposed) {
-        chunk.exposed = true;
-        exposed = true;
+        ExposeSlot(place);
     }
     Index();
     return place;
@@ -518,7 +606,7 @@ void AttributeNode::Index()
         index = AttributeIndex::Create(childCount * 2);
         indexedPlaces = 0;
     } else if (index->IsShared()) {
-        auto const end = PlaceOf(chunkCount - 1, chunks[chunkCount - 1].chunk->used);
+        auto const end = PlaceOf(chunkCount - 1, Chunk(chunkCount - 1)->used);
         // Counted in places, which holes and half-filled chunks make more than there are children: that errs early.
         if (end - std::min(end, indexedPlaces) <= MaxUnindexed) {
             return;
@@ -528,7 +616,7 @@ void AttributeNode::Index()
     }
     auto firstSlot = SlotOf(indexedPlaces);
     for (auto number = ChunkOf(indexedPlaces); number < chunkCount; ++number) {
-        if (auto const* chunk = chunks[number].chunk; chunk != nullptr) {
+        if (auto const* chunk = Chunk(number); chunk != nullptr) {
             for (auto slot = firstSlot; slot < chunk->used; ++slot) {
                 if (auto const hashOfChild = TreeAccess::ChildHash(chunk->Slots()[slot]); hashOfChild != 0) {
                     index = AttributeIndex::Append(index, hashOfChild, PlaceOf(number, slot));
@@ -537,7 +625,7 @@ void AttributeNode::Index()
         }
         firstSlot = 0;
     }
-    indexedPlaces = PlaceOf(chunkCount - 1, chunks[chunkCount - 1].chunk->used);
+    indexedPlaces = PlaceOf(chunkCount - 1, Chunk(chunkCount - 1)->used);
 }
 
 void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
@@ -555,30 +643,35 @@ void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
         index->Remove(TreeAccess::ChildHash(At(place)), occurrence);
     }
     auto& chunk = OwnChunk(number);
+    auto* page = OwnPage(number);
     auto* child = TreeAccess::Node(chunk.Slots()[SlotOf(place)]);
     TreeAccess::SetSlot(chunk.Slots()[SlotOf(place)], nullptr, 0);
     --chunk.live;
     --childCount;
-    for (auto i = number + 1; i < chunkCount; ++i) {
-        --chunks[i].start;
+    if (page != nullptr) {
+        --page->live;
     }
     if (chunk.live == 0) {
+        // There are further children, hence pages.
         AttributeChunk::Free(&chunk);
-        chunks[number].chunk = nullptr;
+        page->chunks[number % AttributePage::Capacity] = nullptr;
         ++emptyChunks;
-    }
-    while (chunks[chunkCount - 1].chunk == nullptr) {
-        --chunkCount;
-        --emptyChunks;
-    }
-    auto& last = *chunks[chunkCount - 1].chunk;
-    if (&last == chunks[number].chunk) {
-        while (TreeAccess::ChildHash(last.Slots()[last.used - 1]) == 0) {
-            --last.used;
+        while (Chunk(chunkCount - 1) == nullptr) {
+            --chunkCount;
+            --emptyChunks;
+            if (chunkCount % AttributePage::Capacity == 0) {
+                AttributeNode* none = nullptr;
+                --pageCount;
+                DropPage(pages[pageCount], none);
+            }
+        }
+    } else if (number + 1 == chunkCount) {
+        while (TreeAccess::ChildHash(chunk.Slots()[chunk.used - 1]) == 0) {
+            --chunk.used;
         }
     }
-    indexedPlaces = std::min(indexedPlaces, PlaceOf(chunkCount - 1, last.used));
-    if (emptyChunks > 16 && emptyChunks * 2 > chunkCount) {
+    indexedPlaces = std::min(indexedPlaces, PlaceOf(chunkCount - 1, Chunk(chunkCount - 1)->used));
+    if (emptyChunks > AttributePage::Capacity && emptyChunks * 2 > chunkCount) {
         DropEmptyChunks();
     }
     Release(child);
@@ -586,10 +679,22 @@ void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
 
 void AttributeNode::DropEmptyChunks()
 {
-    auto* const end = std::remove_if(chunks, chunks + chunkCount,
-                                     [](AttributeChunkEntry const& entry) { return entry.chunk == nullptr; });
-    chunkCount = static_cast<std::uint32_t>(end - chunks);
+    std::vector<AttributeChunk*> kept;
+    for (std::uint32_t i = 0; i < chunkCount; ++i) {
+        auto* page = OwnPage(i);
+        if (auto* chunk = std::exchange(page->chunks[i % AttributePage::Capacity], nullptr); chunk != nullptr) {
+            kept.push_back(chunk);
+        }
+    }
+    for (std::uint32_t i = 0; i < pageCount; ++i) {
+        delete pages[i];
+    }
+    pageCount = 0;
+    chunkCount = 0;
     emptyChunks = 0;
+    for (auto* chunk : kept) {
+        AppendChunk(chunk);
+    }
     AttributeIndex::Release(std::exchange(index, nullptr));
     indexedPlaces = 0;
     Index();
@@ -597,17 +702,13 @@ void AttributeNode::DropEmptyChunks()
 
 void AttributeNode::RemoveChildren() noexcept
 {
-    for (std::uint32_t i = 0; i < chunkCount; ++i) {
-        auto* chunk = chunks[i].chunk;
-        if (chunk != nullptr && DropReference(chunk->references)) {
-            for (std::uint32_t slot = 0; slot < chunk->used; ++slot) {
-                if (auto* child = TreeAccess::Node(chunk->Slots()[slot]); child != nullptr) {
-                    Release(child);
-                }
-            }
-            AttributeChunk::Free(chunk);
-        }
-    }
+    AttributeNode* pending = nullptr;
+    DropChildren(pending);
+    pages = nullptr;
+    onlyChunk = nullptr;
+    index = nullptr;
+    pageCount = 0;
+    pageCapacity = 0;
     chunkCount = 0;
     childCount = 0;
     emptyChunks = 0;
@@ -615,7 +716,7 @@ void AttributeNode::RemoveChildren() noexcept
     childFilter = 0;
     exposed = false;
     hashCollision = false;
-    AttributeIndex::Release(std::exchange(index, nullptr));
+    DestroyAll(pending);
 }
 
 void AttributeNode::SetValue(CVordalType* owned) noexcept

@@ -7,22 +7,25 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 // A node is shared by every handle (CAttributeMap) that refers to it and is changed only by the one handle that is
-// alone with it. Its children stand in chunks of up to 64 handles; chunks are shared in the same way, so that changing
-// one child of a wide shared node copies the list of chunks and one chunk, and neither the other chunks nor the index.
+// alone with it. Its children stand in chunks of up to 32 handles, the chunks of a wide node in pages of 16. Chunks,
+// pages and index are shared in the same way, so that changing one child of a wide shared node copies the list of
+// pages, one page and one chunk. What that costs is mostly counting references: 10 + 16 + 32 of 5,000 children.
 //
 // A chunk slot is a place. Children never move to another place while their chunk lives, because callers may hold
 // references to them; a removed child leaves a hole. That also keeps the places in the index true.
 //
-// "Exposed" means that a writable reference to a child was handed out. An exposed chunk, and the node that it belongs
-// to, are never shared: a copy gets chunks of its own. Hence an exposed node has exactly one handle, and whatever
+// "Exposed" means that a writable reference to a child was handed out. An exposed chunk, and the page and node that it
+// belongs to, are never shared: a copy gets its own. Hence an exposed node has exactly one handle, and whatever
 // holds an exposed node is itself exposed, up to the root.
 
-/// Up to 64 children of one node.
+/// Up to 32 children of one node.
 struct alignas(std::uint64_t) AttributeChunk
 {
-    static constexpr std::uint32_t MaxCapacity = 64;
+    static constexpr std::uint32_t MaxCapacity = 32;
 
     std::atomic<std::uint32_t> references{1};
     std::uint32_t capacity = 0;
@@ -38,12 +41,17 @@ struct alignas(std::uint64_t) AttributeChunk
     static void Free(AttributeChunk* chunk);
 };
 
-/// A chunk in its node's list; null once all its children are gone.
-struct AttributeChunkEntry
+/// Up to 16 chunks of one node, in order.
+struct AttributePage
 {
-    AttributeChunk* chunk;
-    /// Number of children in all chunks before.
-    std::uint32_t start;
+    static constexpr std::uint32_t Capacity = 16;
+
+    std::atomic<std::uint32_t> references{1};
+    /// Children in all chunks here.
+    std::uint32_t live = 0;
+    bool exposed = false;
+    /// Null where all children of a chunk are gone, and beyond the node's last chunk.
+    AttributeChunk* chunks[Capacity] = {};
 };
 
 /// Finds (hash of key, occurrence) among many children: open addressing, no deletion but by marking.
@@ -107,15 +115,17 @@ struct AttributeNode : AttributeNodeHead
     std::uint32_t keyLength = 0;
     std::uint32_t childCount = 0;
     std::uint32_t chunkCount = 0;
-    std::uint32_t chunkCapacity = 1;
+    std::uint32_t pageCount = 0;
+    std::uint32_t pageCapacity = 0;
     std::uint32_t emptyChunks = 0;
     /// All children at places below are in the index, none from here on.
     std::uint32_t indexedPlaces = 0;
     bool exposed = false;
     /// Two different keys here have one hash: look-ups then compare texts and the index is not used.
     bool hashCollision = false;
-    AttributeChunkEntry* chunks = &firstChunk;
-    AttributeChunkEntry firstChunk{nullptr, 0};
+    /// Null as long as the first chunk suffices, which then stands in `onlyChunk`.
+    AttributePage** pages = nullptr;
+    AttributeChunk* onlyChunk = nullptr;
     AttributeIndex* index = nullptr;
     AttributeGroup* group = nullptr;
     /// Links nodes that wait for destruction, which must not recurse.
@@ -145,6 +155,12 @@ struct AttributeNode : AttributeNodeHead
     std::uint32_t FindPlace(AttributeKey const& key, std::uint32_t occurrence) const;
     std::uint32_t CountOf(AttributeKey const& key) const;
     CAttributeMap const& At(std::uint32_t place) const;
+    /// Null once all its children are gone.
+    AttributeChunk* Chunk(std::uint32_t number) const
+    {
+        return pages != nullptr ? pages[number / AttributePage::Capacity]->chunks[number % AttributePage::Capacity]
+                                : onlyChunk;
+    }
 
     // The rest changes the node, which must not be shared.
     /// The chunk of that number, alone with this node from now on.
@@ -160,11 +176,21 @@ struct AttributeNode : AttributeNodeHead
 
     /// A copy of a node without its children.
     static AttributeNode* CloneWithoutChildren(AttributeNode const& node, std::wstring_view key, std::uint64_t hash);
-    /// Gives this childless node the chunks and index of an unexposed node, shared.
+    /// Gives this childless node the chunks and index of another, shared but for exposed pages, which become null.
     void ShareChildrenOf(AttributeNode const& node);
-    void ReserveChunks(std::uint32_t count);
 
 private:
+    static AttributeNode* CopyExposed(AttributeNode const& node,
+                                      std::vector<std::pair<AttributeNode*, CAttributeMap*>>& pending);
+    static void DropChunk(AttributeChunk* chunk, AttributeNode*& pending);
+    static void DropPage(AttributePage* page, AttributeNode*& pending);
+    void DropChildren(AttributeNode*& pending);
+    static void DestroyAll(AttributeNode* pending);
+
+    /// The page of a chunk, alone with this node from now on; null when there are no pages.
+    AttributePage* OwnPage(std::uint32_t number);
+    void AppendChunk(AttributeChunk* chunk);
+    void AppendPage(AttributePage* page);
     void Index();
     void DropEmptyChunks();
 };

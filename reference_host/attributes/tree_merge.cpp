@@ -132,8 +132,14 @@ void ForgetReferences(CAttributeMap& tree)
     while (!exposed.empty()) {
         auto* node = exposed.back();
         exposed.pop_back();
+        for (std::uint32_t i = 0; i < node->pageCount; ++i) {
+            // A page that is not exposed may be shared with other threads' trees and is not written.
+            if (node->pages[i]->exposed) {
+                node->pages[i]->exposed = false;
+            }
+        }
         for (std::uint32_t i = 0; i < node->chunkCount; ++i) {
-            auto* chunk = node->chunks[i].chunk;
+            auto* chunk = node->Chunk(i);
             if (chunk == nullptr || !chunk->exposed) {
                 continue;
             }

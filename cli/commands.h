@@ -1,0 +1,72 @@
+// The commands of `qx5`: what each is given and the exit code that it ends with.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace qx5::cli {
+
+/// Exit codes: it worked; it did not (or differs); it was called wrongly or given what cannot be read.
+enum ExitCode : int {
+    ExitGood = 0,
+    ExitFailed = 1,
+    ExitWrong = 2,
+};
+
+/// Prints "qx5: TEXT" as one line on standard error and gives `code`.
+int Complain(ExitCode code, std::string const& text);
+
+struct DecodeOptions {
+    std::vector<std::string> files; ///< "-" or none: standard input
+    bool hex = false;               ///< the input is hexadecimal text whatever it looks like
+    bool raw = false;               ///< the input is raw bytes whatever it looks like
+};
+int Decode(DecodeOptions const& options);
+
+struct KeysOptions {
+    std::string filter; ///< part of a key, a handler or a record id; empty: all
+    bool markdown = false;
+};
+int Keys(KeysOptions const& options);
+int Explain(std::vector<std::string> const& names);
+
+struct SendOptions {
+    std::string sonar = "127.0.0.1:7000";
+    std::string plugin;
+    std::vector<std::string> keyValues;
+    std::vector<std::string> stored; ///< put into the device's tree beforehand
+    int timeoutMilliseconds = 3000;
+    bool bytes = false; ///< show the bytes, too
+};
+int Send(SendOptions const& options);
+
+struct RunOptions {
+    std::string plugin;
+    std::string sonar; ///< empty: start a simulated one
+    bool once = false;
+};
+int Run(RunOptions const& options);
+
+struct SimOptions {
+    std::string address = "127.0.0.1";
+    int port = 7000;
+    bool verbose = false;
+    bool state = false;
+    bool pings = false;
+};
+int Sim(SimOptions const& options);
+
+struct ScenarioCommandOptions {
+    std::vector<std::string> files;
+    std::string plugin;
+    bool check = false;
+};
+int Scenario(ScenarioCommandOptions const& options);
+
+struct DocsOptions {
+    std::string folder = "docs";
+    std::string plugin;
+};
+int Docs(DocsOptions const& options);
+
+} // namespace qx5::cli

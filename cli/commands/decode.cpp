@@ -1,0 +1,190 @@
+// `qx5 decode`: records out of a raw stream or hexadecimal text, printed field by field.
+#include "cli/commands.h"
+
+#include <protocol/frame_reader.h>
+#include <protocol/print.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <istream>
+#include <string_view>
+
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+namespace {
+
+constexpr std::size_t chunkBytes = std::size_t{64} * 1024;
+
+bool IsSpace(char character)
+{
+    return character == ' ' || character == '\n' || character == '\r' || character == '\t';
+}
+
+int HexDigit(char character)
+{
+    if (character >= '0' && character <= '9') {
+        return character - '0';
+    }
+    if (character >= 'a' && character <= 'f') {
+        return character - 'a' + 10;
+    }
+    if (character >= 'A' && character <= 'F') {
+        return character - 'A' + 10;
+    }
+    return -1;
+}
+
+/// A frame begins with version 5 and so cannot begin with a character of hexadecimal text.
+bool LooksLikeHex(std::string_view beginning)
+{
+    bool digits = false;
+    for (char const character : beginning) {
+        if (HexDigit(character) >= 0) {
+            digits = true;
+        } else if (!IsSpace(character) && character != '#' && character != ':' && character != ',') {
+            return false;
+        } else if (character == '#') {
+            break;
+        }
+    }
+    return digits;
+}
+
+/// Turns hexadecimal text into bytes as it comes: blanks, ':' and ',' may stand between bytes, "0x" in front of them,
+/// '#' begins a comment to the end of the line.
+class HexText {
+public:
+    /// False, and why, at the first character that is no hexadecimal text.
+    bool Add(std::string_view text, std::vector<unsigned char>& bytes, std::string& problem)
+    {
+        for (char const character : text) {
+            if (character == '\n') {
+                ++m_line;
+                m_comment = false;
+            }
+            if (m_comment) {
+                continue;
+            }
+            if (character == '#') {
+                m_comment = true;
+                continue;
+            }
+            int const digit = HexDigit(character);
+            if (digit >= 0) {
+                if (m_half < 0) {
+                    m_half = digit;
+                } else {
+                    bytes.push_back(static_cast<unsigned char>(m_half * 16 + digit));
+                    m_half = -1;
+                }
+            } else if ((character == 'x' || character == 'X') && m_half == 0) {
+                m_half = -1;
+            } else if (!IsSpace(character) && character != ':' && character != ',') {
+                problem = fmt::format("line {} holds what is no hexadecimal text", m_line);
+                return false;
+            } else if (m_half >= 0) {
+                problem = fmt::format("line {} holds half a byte", m_line);
+                return false;
+            }
+        }
+        return true;
+    }
+    bool Finish(std::string& problem) const
+    {
+        if (m_half >= 0) {
+            problem = "the text ends with half a byte";
+        }
+        return m_half < 0;
+    }
+
+private:
+    int m_line = 1;
+    int m_half = -1;
+    bool m_comment = false;
+};
+
+void PrintReady(protocol::FrameReader& reader, std::uint64_t& skippedTold)
+{
+    while (auto const frame = reader.Next()) {
+        if (std::uint64_t const skipped = reader.SkippedBytes(); skipped != skippedTold) {
+            fmt::print("-- {} bytes that are no good frame were skipped\n\n", skipped - skippedTold);
+            skippedTold = skipped;
+        }
+        fmt::print("{}\n", protocol::PrintFrame(*frame));
+    }
+}
+
+int DecodeStream(std::istream& input, std::string const& name, DecodeOptions const& options)
+{
+    protocol::FrameReader reader;
+    HexText hexText;
+    std::uint64_t skippedTold = 0;
+    std::vector<char> chunk(chunkBytes);
+    std::vector<unsigned char> bytes;
+    bool first = true;
+    bool hex = options.hex;
+    std::string problem;
+    for (;;) {
+        input.read(chunk.data(), static_cast<std::streamsize>(chunk.size()));
+        std::string_view const text(chunk.data(), static_cast<std::size_t>(input.gcount()));
+        if (text.empty()) {
+            break;
+        }
+        if (first) {
+            hex = options.hex || (!options.raw && LooksLikeHex(text));
+            first = false;
+        }
+        bytes.clear();
+        if (!hex) {
+            bytes.assign(text.begin(), text.end());
+        } else if (!hexText.Add(text, bytes, problem)) {
+            return Complain(ExitWrong, fmt::format("{}: {}", name, problem));
+        }
+        reader.Feed(bytes);
+        PrintReady(reader, skippedTold);
+    }
+    if (input.bad()) {
+        return Complain(ExitWrong, fmt::format("{}: cannot be read", name));
+    }
+    if (hex && !hexText.Finish(problem)) {
+        return Complain(ExitWrong, fmt::format("{}: {}", name, problem));
+    }
+    reader.Finish();
+    PrintReady(reader, skippedTold);
+    if (std::uint64_t const skipped = reader.SkippedBytes(); skipped != skippedTold) {
+        fmt::print("-- {} bytes at the end are no good frame\n", skipped - skippedTold);
+    }
+    if (reader.SkippedBytes() != 0 || reader.GoodFrames() == 0) {
+        return Complain(ExitFailed, fmt::format("{}: {} good records, {} damaged frames, {} bytes skipped", name,
+                                                reader.GoodFrames(), reader.DamagedFrames(), reader.SkippedBytes()));
+    }
+    return ExitGood;
+}
+
+} // namespace
+
+int Decode(DecodeOptions const& options)
+{
+    std::vector<std::string> files = options.files;
+    if (files.empty()) {
+        files.emplace_back("-");
+    }
+    int worst = ExitGood;
+    for (std::string const& file : files) {
+        int code = ExitGood;
+        if (file == "-") {
+            code = DecodeStream(std::cin, "standard input", options);
+        } else {
+            std::ifstream input(file, std::ios::binary);
+            code = input ? DecodeStream(input, file, options)
+                         : Complain(ExitWrong, fmt::format("{}: there is no such file, or it cannot be read", file));
+        }
+        worst = std::max(worst, code);
+    }
+    return worst;
+}
+
+} // namespace qx5::cli

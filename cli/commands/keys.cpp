@@ -1,0 +1,447 @@
+// `qx5 keys` and `qx5 explain`: the request keys and what becomes of them, told from the tables that the handlers use.
+#include "cli/commands.h"
+
+#include "handlers/command_catalogue.h"
+#include <protocol/catalogue.h>
+#include <protocol/print.h>
+#include <protocol/record_table.h>
+#include <protocol/utf8.h>
+
+#include <algorithm>
+#include <set>
+
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+namespace {
+
+using protocol::Field;
+using protocol::Kind;
+
+std::string Text(protocol::Key const& key)
+{
+    return protocol::EncodeUtf8(key.text);
+}
+
+std::string_view KindText(Kind kind)
+{
+    switch (kind) {
+    case Kind::Int:
+        return "int";
+    case Kind::UInt:
+        return "uint";
+    case Kind::Bool:
+        return "bool";
+    case Kind::Double:
+        return "double";
+    case Kind::Pair:
+        return "pair";
+    case Kind::String:
+        return "string";
+    case Kind::IntList:
+        return "ints";
+    case Kind::DoubleList:
+        return "doubles";
+    case Kind::Offset:
+        return "offset";
+    case Kind::Branch:
+        return "branch";
+    case Kind::Any:
+        return "any";
+    }
+    return "";
+}
+
+std::string_view FormText(Form form)
+{
+    switch (form) {
+    case Form::Awaited:
+        return "not built yet";
+    case Form::Direct:
+        return "direct: the key must be readable in the request";
+    case Form::Strict:
+        return "strict: any key marked * in the request starts it; each value is taken from the request, failing that "
+               "from the device's stored tree; a value found in neither drops the whole request";
+    case Form::Lax:
+        return "lax: any key marked * in the request starts it; each value is taken from the request, failing that "
+               "from the device's stored tree; a value found in neither keeps its default";
+    case Form::AllRequired:
+        return "all required: every key must be readable in the request";
+    case Form::Presence:
+        return "presence: that the key is in the request is enough, its value is not read";
+    case Form::Own:
+        return "in its own way";
+    }
+    return "";
+}
+
+std::string_view ConvertText(protocol::Convert convert)
+{
+    using protocol::Convert;
+    switch (convert) {
+    case Convert::None:
+        return "";
+    case Convert::Radians:
+        return "degrees to radians";
+    case Convert::NegatedRadians:
+        return "negated, degrees to radians";
+    case Convert::Negated:
+        return "negated";
+    case Convert::TimesThousand:
+        return "x 1000";
+    case Convert::Thousandth:
+        return "/ 1000";
+    case Convert::TimesTwenty:
+        return "x 20, modulo 65536";
+    case Convert::FifthOfFloat:
+        return "/ 5 in single precision";
+    case Convert::Truncated:
+        return "cut toward zero";
+    case Convert::SetWhenZero:
+        return "set when the value is 0";
+    case Convert::SetWhenOne:
+        return "set when the value is exactly 1";
+    case Convert::PlusOne:
+        return "+ 1";
+    case Convert::Computed:
+        return "worked out by the handler";
+    }
+    return "";
+}
+
+std::string TargetText(Target const& target)
+{
+    if (target == OwnSonar) {
+        return "the sonar (device 0, enumerator -1)";
+    }
+    if (target == Processor) {
+        return "the sonar processor (device 7000, enumerator 0)";
+    }
+    return fmt::format("device {}, enumerator {}", target.deviceId, target.enumerator);
+}
+
+/// Where the field lies: "@16", "@4 bit 3".
+std::string Place(Field const& field)
+{
+    std::string place = fmt::format("@{}", field.offset);
+    switch (field.wire) {
+    case protocol::Wire::BitOfU16:
+    case protocol::Wire::BitOfU32:
+    case protocol::Wire::BitOfU64:
+        place += fmt::format(" bit {}", field.extent);
+        break;
+    case protocol::Wire::BitsOfU32:
+        place += fmt::format(" bits {}..{}", field.extent, field.extent + field.bitCount - 1);
+        break;
+    default:
+        break;
+    }
+    return place;
+}
+
+/// The places of a key in a record, for a table; empty when the record does not carry it.
+std::string PlacesOf(protocol::RecordLayout const& record, protocol::Key const& key)
+{
+    std::string places;
+    auto const add = [&](Field const& field, std::string_view prefix) {
+        if (field.key == &key) {
+            places += (places.empty() ? "" : ", ") + std::string(prefix) + Place(field);
+        }
+    };
+    for (Field const& field : record.fields) {
+        add(field, "");
+    }
+    for (Field const& field : record.itemFields) {
+        add(field, "item ");
+    }
+    if (record.tailKey == &key) {
+        places += (places.empty() ? "" : ", ") + fmt::format("@{} to the end", record.size);
+    }
+    return places;
+}
+
+struct KeyRow {
+    std::string key;
+    std::string kind;
+    std::string unit;
+    std::string record;
+    std::string offset;
+    std::string handler;
+};
+
+std::vector<KeyRow> CollectRows()
+{
+    std::vector<KeyRow> rows;
+    for (ChainEntry const& entry : Chain()) {
+        std::set<protocol::Key const*> told;
+        for (Operand const& operand : entry.command->operands) {
+            if (!IsRequestable(operand) || !told.insert(operand.key).second) {
+                continue;
+            }
+            KeyRow row;
+            row.key = Text(*operand.key);
+            row.kind = KindText(operand.key->kind);
+            row.unit = protocol::UnitText(operand.key->unit);
+            row.handler = entry.handler;
+            std::set<std::uint32_t> records;
+            for (Sending const& sending : entry.command->sends) {
+                std::string const places = PlacesOf(sending.record, *operand.key);
+                if (records.insert(sending.record.id).second) {
+                    row.record += (row.record.empty() ? "" : ", ") + std::to_string(sending.record.id);
+                    row.offset += (row.offset.empty() || places.empty() ? "" : ", ") + places;
+                }
+            }
+            rows.push_back(std::move(row));
+        }
+    }
+    return rows;
+}
+
+bool Matches(KeyRow const& row, std::string const& filter)
+{
+    auto const lower = [](std::string text) {
+        for (char& character : text) {
+            if (character >= 'A' && character <= 'Z') {
+                character = static_cast<char>(character - 'A' + 'a');
+            }
+        }
+        return text;
+    };
+    std::string const wanted = lower(filter);
+    return lower(row.key).find(wanted) != std::string::npos || lower(row.handler).find(wanted) != std::string::npos ||
+           row.record.find(wanted) != std::string::npos;
+}
+
+void PrintFields(std::span<Field const> fields, protocol::Key const* marked, std::string_view indent)
+{
+    for (Field const& field : fields) {
+        std::string line = fmt::format("{}{:<14} {:<6} ", indent, Place(field), protocol::WireText(field.wire));
+        if (field.key != nullptr) {
+            line += Text(*field.key);
+            if (field.key->kind == Kind::Pair || field.key->kind == Kind::Offset) {
+                line += fmt::format("[{}]", field.part);
+            }
+        } else {
+            line += field.name.empty() ? std::string("constant") : std::string(field.name);
+            if (field.constant != 0) {
+                line += fmt::format(" = {}", field.constant);
+            }
+        }
+        if (std::string_view const unit = protocol::UnitText(protocol::WireUnit(field)); !unit.empty()) {
+            line += fmt::format(" [{}]", unit);
+        }
+        if (field.extent != 0 && (field.wire == protocol::Wire::Text || field.wire == protocol::Wire::Bytes)) {
+            line += fmt::format(", {} bytes", field.extent);
+        }
+        if (std::string_view const convert = ConvertText(field.convert); !convert.empty()) {
+            line += fmt::format(", {}", convert);
+        }
+        if (marked != nullptr && field.key == marked) {
+            line += "  <--";
+        }
+        fmt::print("{}\n", line);
+    }
+}
+
+void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
+{
+    Command const& command = *entry.command;
+    fmt::print("row {} of the chain, {}\n", entry.row, entry.handler);
+    if (command.form == Form::Awaited) {
+        fmt::print("  not built yet: it does nothing\n");
+        return;
+    }
+    fmt::print("  read    {}\n", FormText(command.form));
+    bool const completes = command.form == Form::Strict || command.form == Form::Lax;
+    for (Operand const& operand : command.operands) {
+        std::string line = fmt::format("          {}{:<36} {:<8}", completes && operand.options.triggers &&
+                                                                       operand.options.source != Source::Stored
+                                                                   ? "* "
+                                                                   : "  ",
+                                       Text(*operand.key), KindText(operand.key->kind));
+        if (std::string_view const unit = protocol::UnitText(operand.key->unit); !unit.empty()) {
+            line += fmt::format(" [{}]", unit);
+        }
+        if (operand.options.source == Source::Stored) {
+            line += " from the stored tree alone";
+        } else if (operand.options.source == Source::Request && command.form != Form::Direct &&
+                   command.form != Form::AllRequired) {
+            line += " from the request alone";
+        }
+        if (command.form == Form::Lax || operand.options.optional) {
+            line += fmt::format(" default {}", operand.key->kind == Kind::Bool
+                                                   ? (operand.options.fallback != 0.0 ? "true" : "false")
+                                                   : protocol::NumberText(operand.options.fallback));
+        }
+        if (&*operand.key == marked) {
+            line += "  <--";
+        }
+        fmt::print("{}\n", line);
+    }
+    if (!command.note.empty()) {
+        fmt::print("  note    {}\n", command.note);
+    }
+    for (Sending const& sending : command.sends) {
+        std::string_view const carrier =
+            sending.record.carrier == protocol::Carrier::Data          ? "data record"
+            : sending.record.carrier == protocol::Carrier::PassThrough ? "command to be passed through"
+                                                                       : "record";
+        std::string size = fmt::format("{} bytes", sending.record.size);
+        if (sending.record.tail != protocol::Tail::None) {
+            size += fmt::format(" and {}",
+                                sending.record.tail == protocol::Tail::Items
+                                    ? fmt::format("items of {} bytes", sending.record.itemSize)
+                                    : std::string(sending.record.tailName.empty() ? "what follows"
+                                                                                  : sending.record.tailName));
+        }
+        fmt::print("  sent    {} {} {}, {}, to {}{}\n", carrier, sending.record.id, sending.record.name, size,
+                   TargetText(sending.target), sending.when.empty() ? "" : fmt::format(", when {}", sending.when));
+        PrintFields(sending.record.fields, marked, "          ");
+        PrintFields(sending.record.itemFields, marked, "          item ");
+        if (sending.record.tailKey != nullptr) {
+            fmt::print("          @{} to the end  {}\n", sending.record.size, Text(*sending.record.tailKey));
+        }
+    }
+    if (command.sends.empty()) {
+        fmt::print("  sent    nothing\n");
+    }
+    if (command.echoFlags == NoEcho) {
+        fmt::print("  echoed  nothing\n");
+    } else {
+        std::string echoed;
+        auto const tell = [&](Operand const& operand) {
+            if (operand.options.echo == Echo::None || operand.options.source == Source::Stored) {
+                return;
+            }
+            echoed += (echoed.empty() ? "" : ", ") + Text(*operand.key);
+            if (operand.options.echo == Echo::AsSent) {
+                echoed += " (as sent)";
+            }
+        };
+        if (command.echoes.empty()) {
+            for (Operand const& operand : command.operands) {
+                tell(operand);
+            }
+        } else {
+            for (Operand const* operand : command.echoes) {
+                tell(*operand);
+            }
+        }
+        fmt::print("  echoed  {} (flags {})\n", echoed.empty() ? "see the note" : echoed, command.echoFlags);
+    }
+    for (FollowUp const& followUp : command.followUps) {
+        fmt::print("  asked   record {} of {}{}\n", followUp.recordId, TargetText(followUp.target),
+                   followUp.when.empty() ? "" : fmt::format(", when {}", followUp.when));
+    }
+}
+
+/// A key of nearly that text, for people who mistype.
+std::string Nearest(std::string const& name)
+{
+    auto const distance = [](std::string const& a, std::string const& b) {
+        std::vector<std::size_t> row(b.size() + 1);
+        for (std::size_t j = 0; j <= b.size(); ++j) {
+            row[j] = j;
+        }
+        for (std::size_t i = 1; i <= a.size(); ++i) {
+            std::size_t diagonal = row[0];
+            row[0] = i;
+            for (std::size_t j = 1; j <= b.size(); ++j) {
+                std::size_t const above = row[j];
+                row[j] = std::min({above + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0U : 1U)});
+                diagonal = above;
+            }
+        }
+        return row.back();
+    };
+    std::string best;
+    std::size_t least = name.size() / 3 + 1;
+    for (protocol::Key const* key : protocol::AllKeys()) {
+        std::string const text = Text(*key);
+        if (std::size_t const away = distance(name, text); away <= least) {
+            least = away;
+            best = text;
+        }
+    }
+    return best;
+}
+
+} // namespace
+
+int Keys(KeysOptions const& options)
+{
+    std::vector<KeyRow> rows = CollectRows();
+    std::erase_if(rows, [&](KeyRow const& row) { return !Matches(row, options.filter); });
+    if (rows.empty()) {
+        return Complain(ExitFailed, fmt::format("no key, handler or record matches '{}'", options.filter));
+    }
+    if (options.markdown) {
+        fmt::print("| key | kind | unit | record | offset | handler |\n|---|---|---|---|---|---|\n");
+        for (KeyRow const& row : rows) {
+            fmt::print("| `{}` | {} | {} | {} | {} | `{}` |\n", row.key, row.kind, row.unit, row.record, row.offset,
+                       row.handler);
+        }
+        return ExitGood;
+    }
+    KeyRow const heading{"key", "kind", "unit", "record", "offset", "handler"};
+    std::size_t widths[5]{};
+    auto const measure = [&](KeyRow const& row) {
+        std::string const* cells[]{&row.key, &row.kind, &row.unit, &row.record, &row.offset};
+        for (std::size_t i = 0; i < 5; ++i) {
+            widths[i] = std::max(widths[i], cells[i]->size());
+        }
+    };
+    measure(heading);
+    for (KeyRow const& row : rows) {
+        measure(row);
+    }
+    auto const print = [&](KeyRow const& row) {
+        fmt::print("{:<{}}  {:<{}}  {:<{}}  {:<{}}  {:<{}}  {}\n", row.key, widths[0], row.kind, widths[1], row.unit,
+                   widths[2], row.record, widths[3], row.offset, widths[4], row.handler);
+    };
+    print(heading);
+    for (KeyRow const& row : rows) {
+        print(row);
+    }
+    return ExitGood;
+}
+
+int Explain(std::vector<std::string> const& names)
+{
+    int code = ExitGood;
+    for (std::string const& name : names) {
+        bool found = false;
+        if (protocol::Key const* key = protocol::FindKey(protocol::DecodeUtf8(name)); key != nullptr) {
+            found = true;
+            std::string_view const unit = protocol::UnitText(key->unit);
+            fmt::print("{}: {}\n  {}{}\n\n", name, key->meaning, KindText(key->kind),
+                       unit.empty() ? "" : fmt::format(", in {}", unit));
+            auto const rows = RowsOfKey(*key);
+            for (ChainEntry const* entry : rows) {
+                ExplainEntry(*entry, key);
+                fmt::print("\n");
+            }
+            if (rows.empty()) {
+                fmt::print("no handler reads it from a request; it is read from the device's stored tree or belongs "
+                           "to a branch\n\n");
+            }
+        }
+        for (ChainEntry const& entry : Chain()) {
+            if (entry.handler == name) {
+                found = true;
+                ExplainEntry(entry, nullptr);
+                fmt::print("\n");
+            }
+        }
+        if (!found) {
+            std::string const nearest = Nearest(name);
+            code = Complain(ExitFailed, fmt::format("there is no key or handler '{}'{}", name,
+                                                    nearest.empty() ? "; `qx5 keys` lists them"
+                                                                    : fmt::format("; did you mean {}?", nearest)));
+        }
+    }
+    return code;
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,18 @@
+// Requests as people type them: `x5Range=50`, `x5BeamSteer=10,-10`, `key:kind=value`.
+#pragma once
+
+#include <VordalAttributesR/CAttributeMap.h>
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace qx5::cli {
+
+/// Appends the node that `text` tells to `request`. The kind is the key's own; of an unknown key it must be told
+/// ("key:double=1"). Kinds: int, uint, int64, bool, double, pair, string, ints, doubles, offset, none. A path of keys
+/// separated by '/' gives branches: "EchoMarker/EchoMarkerDepth=12.5"; successive texts share the last branch of a key.
+/// False, and one line in `error` that says what is wrong and what to write, leaves the request as it was.
+bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& error);
+
+} // namespace qx5::cli

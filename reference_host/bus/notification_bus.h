@@ -1,0 +1,101 @@
+// The one mechanism behind all subscriptions: sinks joined to keys, called with no lock held.
+#pragma once
+
+#include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/Export.h>
+#include <VordalSubscriberR/NotificationInfo.h>
+#include <VordalSubscriberR/Subscriber.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vordal {
+
+/// A sink with what is to become of it. The last holder deletes an owned sink.
+class SinkHolder {
+public:
+    SinkHolder(Subscriber* sink, bool own) : m_sink(sink), m_own(own) {}
+    SinkHolder(SinkHolder const&) = delete;
+    SinkHolder& operator=(SinkHolder const&) = delete;
+    ~SinkHolder()
+    {
+        if (m_own) {
+            delete m_sink;
+        }
+    }
+
+    Subscriber* Sink() const { return m_sink; }
+
+private:
+    Subscriber* m_sink;
+    bool m_own;
+};
+
+/// One subscription's place on a bus. It keeps account of the calls that are running, so that a sink can be taken away
+/// with the certainty that it is not called any more.
+class VORDAL_API Joint {
+public:
+    explicit Joint(std::shared_ptr<SinkHolder> sink) : m_sink(std::move(sink)) {}
+
+    /// Calls the sink, if there is one. An exception of the sink passes.
+    void Call(NotificationInfo const* info);
+    /// Puts another sink in place (null: none) and waits until the old one runs on no other thread. A call that runs
+    /// on this thread keeps the old sink until it has returned.
+    void Replace(std::shared_ptr<SinkHolder> sink);
+
+private:
+    struct RunningCall;
+
+    std::mutex m_mutex;
+    std::condition_variable m_callEnded;
+    std::shared_ptr<SinkHolder> m_sink;
+    RunningCall* m_running = nullptr;
+    std::uint64_t m_nextSerial = 0;
+};
+
+/// Keys and the joints that follow them. Any thread. A notification goes to those that were joined when it began and
+/// have not left when their turn comes, in the order in which they joined.
+class VORDAL_API NotificationBus {
+public:
+    NotificationBus();
+    ~NotificationBus();
+
+    /// Joins to further keys; a joint that is there keeps its turn.
+    void Join(std::shared_ptr<Joint> const& joint, std::span<CString const> keys);
+    void Leave(std::shared_ptr<Joint> const& joint);
+
+    void Notify(AttributeKey const& key, NotificationInfo const* info) const;
+    /// Tells each joint once that follows any of the tree's top-level keys.
+    void NotifyKeysOf(CAttributeMap const& tree, NotificationInfo const* info) const;
+    bool IsEmpty() const { return m_empty.load(std::memory_order_acquire); }
+
+private:
+    struct Snapshot;
+
+    std::shared_ptr<Snapshot const> Take() const;
+    void Publish(std::shared_ptr<Snapshot const> next);
+
+    mutable std::mutex m_mutex;
+    std::shared_ptr<Snapshot const> m_snapshot;
+    std::atomic<bool> m_empty{true};
+};
+
+} // namespace vordal
+
+/// See the contract: a device's attribute keys as a bus.
+class SubscriptionMap {
+public:
+    SubscriptionMap() : m_bus(std::make_shared<vordal::NotificationBus>()) {}
+
+    std::shared_ptr<vordal::NotificationBus> const& Bus() const { return m_bus; }
+
+private:
+    std::shared_ptr<vordal::NotificationBus> m_bus;
+};

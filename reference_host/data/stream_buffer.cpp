@@ -1,0 +1,97 @@
+// The buffer of one stream: its last block and its status.
+#include "reference_host/data/stream_buffer.h"
+
+#include "reference_host/host/host_observer.h"
+#include "reference_host/host/host_state.h"
+
+BaseDataSource::~BaseDataSource() = default;
+
+namespace vordal {
+
+bool StreamBuffer::ReadBlock(CDataBlock& block, int accessCode)
+{
+    return accessCode == DATA_ACCESS_LATEST && ReadCurrentBlock(block);
+}
+
+bool StreamBuffer::ReadCurrentBlock(CDataBlock& block)
+{
+    CDataBlock latest;
+    {
+        std::lock_guard const lock(m_mutex);
+        if (!m_hasBlock) {
+            return false;
+        }
+        latest = m_block;
+    }
+    block = std::move(latest);
+    return true;
+}
+
+void StreamBuffer::StoreBlock(CDataBlock const& block)
+{
+    if (auto* observer = CurrentObserver()) {
+        observer->OnStoreBlock(m_dataId, block);
+    }
+    Put(block);
+}
+
+void StreamBuffer::Put(CDataBlock const& block)
+{
+    CDataBlock copy(block);
+    std::lock_guard const lock(m_mutex);
+    std::swap(m_block, copy);
+    m_hasBlock = true;
+}
+
+void StreamBuffer::AnnounceBlock()
+{
+    if (auto* observer = CurrentObserver()) {
+        observer->OnAnnounceBlock(m_dataId);
+    }
+    Announce();
+}
+
+void StreamBuffer::Announce()
+{
+    if (auto const bus = StreamBus(); bus != nullptr && !bus->IsEmpty()) {
+        DataId_NI const info(m_dataId);
+        bus->Notify(AttributeKey(m_dataId.GetKey()), &info);
+    }
+}
+
+void StreamBuffer::Reset()
+{
+    if (auto* observer = CurrentObserver()) {
+        observer->OnResetBuffer(m_dataId);
+    }
+    CDataBlock empty;
+    std::lock_guard const lock(m_mutex);
+    std::swap(m_block, empty);
+    m_hasBlock = false;
+}
+
+bool StreamBuffer::GetLastTime(double& seconds)
+{
+    std::lock_guard const lock(m_mutex);
+    if (!m_hasBlock) {
+        return false;
+    }
+    seconds = m_block.GetTime();
+    return true;
+}
+
+bool StreamBuffer::GetStatus(unsigned short& state, unsigned short& status)
+{
+    std::lock_guard const lock(m_mutex);
+    state = m_hasBlock ? 1 : 0;
+    status = m_status;
+    return true;
+}
+
+void StreamBuffer::SetStatus(unsigned short status)
+{
+    std::lock_guard const lock(m_mutex);
+    m_status = status;
+}
+
+} // namespace vordal

@@ -1,0 +1,36 @@
+// The buffer of one stream: its last block and its status.
+#pragma once
+
+#include <VordalDataBlocksR/BaseDataSource.h>
+
+#include <mutex>
+
+namespace vordal {
+
+class StreamBuffer final : public BaseDataSource {
+public:
+    explicit StreamBuffer(CDataId const& dataId) : m_dataId(dataId) {}
+
+    bool ReadBlock(CDataBlock& block, int accessCode) override;
+    bool ReadCurrentBlock(CDataBlock& block) override;
+    void StoreBlock(CDataBlock const& block) override;
+    void AnnounceBlock() override;
+    void Reset() override;
+    bool GetLastTime(double& seconds) override;
+    bool GetStatus(unsigned short& state, unsigned short& status) override;
+    CDataId const& GetDataId() const override { return m_dataId; }
+
+    /// As StoreBlock and AnnounceBlock, but an observer is not told.
+    void Put(CDataBlock const& block);
+    void Announce();
+    void SetStatus(unsigned short status);
+
+private:
+    CDataId const m_dataId;
+    std::mutex m_mutex;
+    CDataBlock m_block;
+    bool m_hasBlock = false;
+    unsigned short m_status = 0;
+};
+
+} // namespace vordal

@@ -1,0 +1,513 @@
+// The reference host: what it owns, how it is taken down, and how requests, blocks and notifications pass through it.
+#include "reference_host/host/host.h"
+
+#include "reference_host/attributes/tree_merge.h"
+#include "reference_host/data/stream_buffer.h"
+#include "reference_host/devices/port.h"
+#include "reference_host/host/clock.h"
+#include "reference_host/host/host_observer.h"
+#include "reference_host/host/host_state.h"
+#include "reference_host/host/log.h"
+
+#include <VordalSubscriberR/GeneralSubKeys.h>
+#include <tvcoreR/Utf8.h>
+
+#include <algorithm>
+#include <future>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace vordal {
+namespace {
+
+std::atomic<Host*> currentHost{nullptr};
+
+/// The end of a task that somebody waits for: its result, its exception, or that it was dropped.
+struct Completion {
+    Completion() = default;
+    Completion(Completion const&) = delete;
+    Completion& operator=(Completion const&) = delete;
+    ~Completion()
+    {
+        if (!answered) {
+            promise.set_value(false);
+        }
+    }
+
+    void Run(Host::Task const& task)
+    {
+        try {
+            task();
+            answered = true;
+            promise.set_value(true);
+        } catch (...) {
+            answered = true;
+            promise.set_exception(std::current_exception());
+        }
+    }
+
+    std::promise<bool> promise;
+    bool answered = false;
+};
+
+/// "request x5Range, x5Power to device 1.78.1.1": enough to find a failure's origin, however large the request is.
+std::string DescribeRequest(BaseDevice const& device, CAttributeMap const* request)
+{
+    std::string text = "request";
+    int named = 0;
+    if (request != nullptr) {
+        for (CAttributeMap const& child : *request) {
+            if (named == 4) {
+                text += ", ...";
+                break;
+            }
+            text += named++ == 0 ? " " : ", ";
+            text += tvcore::ToUtf8(CString(child.KeyText().substr(0, 64)));
+        }
+    }
+    return text + " to device " + tvcore::ToUtf8(device.GetDataId().GetKey());
+}
+
+} // namespace
+
+HostState* CurrentState()
+{
+    auto* const host = currentHost.load(std::memory_order_acquire);
+    return host != nullptr ? &host->State() : nullptr;
+}
+
+HostObserver* CurrentObserver()
+{
+    auto* const state = CurrentState();
+    return state != nullptr ? state->observer.load(std::memory_order_acquire) : nullptr;
+}
+
+std::shared_ptr<NotificationBus> BusOfKind(int kind)
+{
+    auto* const state = CurrentState();
+    if (state == nullptr) {
+        return nullptr;
+    }
+    switch (kind) {
+    case Subscription::ActiveVessel:
+        return state->activeVesselBus;
+    case Subscription::BufferStatus:
+        return state->bufferStatusBus;
+    case Subscription::General:
+        return state->generalBus;
+    default:
+        return nullptr;
+    }
+}
+
+std::shared_ptr<NotificationBus> StreamBus()
+{
+    auto* const state = CurrentState();
+    return state != nullptr ? state->streamBus : nullptr;
+}
+
+BaseDataSource* FindBuffer(CDataId const& id)
+{
+    auto* const state = CurrentState();
+    return state != nullptr ? state->FindBuffer(id, false) : nullptr;
+}
+
+Device* HostState::FindDevice(CDataId const& id) const
+{
+    std::lock_guard const lock(mutex);
+    auto const found =
+        std::find_if(devices.begin(), devices.end(), [&](DeviceEntry const& entry) { return entry.id == id; });
+    return found != devices.end() ? found->device.get() : nullptr;
+}
+
+Computation* HostState::FindComputation(CDataId const& id) const
+{
+    std::lock_guard const lock(mutex);
+    for (auto const& computation : computations) {
+        if (computation->GetDataId() == id) {
+            return computation.get();
+        }
+    }
+    return nullptr;
+}
+
+StreamBuffer* HostState::FindBuffer(CDataId const& id, bool create)
+{
+    std::lock_guard const lock(mutex);
+    auto const found = buffers.find(PackedId(id));
+    if (found != buffers.end()) {
+        return found->second.get();
+    }
+    return create ? buffers.emplace(PackedId(id), std::make_unique<StreamBuffer>(id)).first->second.get() : nullptr;
+}
+
+void HostState::ChangeDeviceId(BaseDevice const& device, CDataId const& id)
+{
+    std::lock_guard const lock(mutex);
+    for (auto& entry : devices) {
+        if (entry.device.get() == &device) {
+            entry.id = id;
+        }
+    }
+}
+
+bool Computation::GetAttribValue(AttributeKey const& key, CDataInfo& value, unsigned& flags) const
+{
+    std::lock_guard const lock(m_mutex);
+    auto const* node = m_setup.attributes.GetAttrMap(key, 0);
+    if (node == nullptr || !node->Value().Get(value)) {
+        return false;
+    }
+    flags = node->GetFlags();
+    return true;
+}
+
+void Computation::GetDataSource(CDataId& dataId) const
+{
+    dataId = m_setup.stream.IsUndefined() ? m_setup.dataId : m_setup.stream;
+}
+
+void Computation::GetAttributeMap(CAttributeMap& map) const
+{
+    CAttributeMap copy;
+    {
+        std::lock_guard const lock(m_mutex);
+        copy = m_setup.attributes;
+    }
+    map = std::move(copy);
+}
+
+bool Computation::IsLinkedTo(CDataId const& device) const
+{
+    return std::find(m_setup.linkedDevices.begin(), m_setup.linkedDevices.end(), device) !=
+           m_setup.linkedDevices.end();
+}
+
+void Computation::MergeIn(CAttributeMap const& tree)
+{
+    std::lock_guard const lock(m_mutex);
+    Merge(m_setup.attributes, tree);
+}
+
+Host::Host(Threading threading) : m_state(std::make_unique<HostState>(threading))
+{
+    Host* none = nullptr;
+    if (!currentHost.compare_exchange_strong(none, this)) {
+        throw std::logic_error("a host is alive in this process already");
+    }
+    if (threading == Threading::Threaded) {
+        m_state->thread = std::make_unique<HostThread>();
+    }
+}
+
+Host::~Host()
+{
+    if (m_state->thread != nullptr) {
+        m_state->thread->Finish();
+    }
+    RemoveAllDevices();
+    currentHost.store(nullptr, std::memory_order_release);
+}
+
+Host& Host::Current()
+{
+    auto* const host = CurrentOrNull();
+    if (host == nullptr) {
+        throw std::logic_error("no host is alive in this process");
+    }
+    return *host;
+}
+
+Host* Host::CurrentOrNull() { return currentHost.load(std::memory_order_acquire); }
+
+void Host::SetClock(Clock const* clock) { m_state->clock.store(clock, std::memory_order_release); }
+
+double Host::Now() const
+{
+    auto const* const clock = m_state->clock.load(std::memory_order_acquire);
+    return clock != nullptr ? clock->Now() : SystemClock().Now();
+}
+
+void Host::SetTraffic(SonarTraffic* traffic) { m_state->traffic.store(traffic, std::memory_order_release); }
+SonarTraffic* Host::Traffic() const { return m_state->traffic.load(std::memory_order_acquire); }
+void Host::SetObserver(HostObserver* observer) { m_state->observer.store(observer, std::memory_order_release); }
+HostObserver* Host::Observer() const { return m_state->observer.load(std::memory_order_acquire); }
+void Host::SetRequestFailures(RequestFailures failures) { m_state->failures = failures; }
+
+bool Host::IsHostThread() const
+{
+    return m_state->thread != nullptr ? m_state->thread->IsThisThread()
+                                      : std::this_thread::get_id() == m_state->owner;
+}
+
+bool Host::Post(Task task)
+{
+    if (m_state->threading == Threading::Inline) {
+        task();
+        return true;
+    }
+    return m_state->thread != nullptr && m_state->thread->Post(std::move(task));
+}
+
+bool Host::RunAndWait(Task const& task)
+{
+    if (m_state->threading == Threading::Inline || IsHostThread()) {
+        task();
+        return true;
+    }
+    // The queued task holds the one reference: however it goes, the answer is given. It refers to `task`, which is safe
+    // because this call does not return before.
+    auto completion = std::make_shared<Completion>();
+    auto answer = completion->promise.get_future();
+    Post([&task, owned = std::exchange(completion, nullptr)] { owned->Run(task); });
+    return answer.get();
+}
+
+bool Host::Stop(std::chrono::milliseconds limit)
+{
+    return m_state->thread == nullptr || m_state->thread->Stop(limit);
+}
+
+std::unique_ptr<Device> Host::MakeDevice(CString const& className)
+{
+    if (className == L"QX5Device") {
+        return std::make_unique<QX5Device>();
+    }
+    if (className == L"Device") {
+        return std::make_unique<Device>();
+    }
+    std::unique_ptr<BaseDevice> made(CDevList::GetDevList().MakeDevice(className));
+    auto* const device = dynamic_cast<Device*>(made.get());
+    if (device != nullptr) {
+        made.release();
+    }
+    return std::unique_ptr<Device>(device);
+}
+
+Device* Host::AddDevice(std::unique_ptr<Device> device, CDataId const& dataId, CString const& name)
+{
+    auto* const added = device.get();
+    if (added == nullptr || dataId.IsUndefined()) {
+        return nullptr;
+    }
+    auto& buffer = Buffer(dataId);
+    {
+        std::lock_guard const lock(m_state->mutex);
+        for (auto const& entry : m_state->devices) {
+            if (entry.id == dataId) {
+                return nullptr;
+            }
+        }
+        m_state->devices.push_back({dataId, std::move(device)});
+    }
+    added->SetDeviceName(name);
+    added->Create(dataId, &buffer);
+    return added;
+}
+
+void Host::SetPort(BaseDevice& device, BaseIOHandler* port)
+{
+    auto* const before = device.GetPortPtr();
+    if (before == port) {
+        return;
+    }
+    if (auto* devices = dynamic_cast<AttachedDevices*>(before)) {
+        devices->Detach(&device);
+    }
+    device.SetPortPtr(port);
+    if (auto* devices = dynamic_cast<AttachedDevices*>(port)) {
+        devices->Attach(&device);
+    }
+}
+
+bool Host::RemoveDevice(BaseDevice* device)
+{
+    std::unique_ptr<Device> removed;
+    {
+        std::lock_guard const lock(m_state->mutex);
+        auto const found = std::find_if(m_state->devices.begin(), m_state->devices.end(),
+                                        [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; });
+        if (found == m_state->devices.end()) {
+            return false;
+        }
+        removed = std::move(found->device);
+        m_state->devices.erase(found);
+    }
+    removed->StopDevice();
+    SetPort(*removed, nullptr);
+    return true;
+}
+
+void Host::RemoveAllDevices()
+{
+    while (true) {
+        Device* first = nullptr;
+        {
+            std::lock_guard const lock(m_state->mutex);
+            if (m_state->devices.empty()) {
+                return;
+            }
+            first = m_state->devices.front().device.get();
+        }
+        RemoveDevice(first);
+    }
+}
+
+std::vector<Device*> Host::Devices() const
+{
+    std::lock_guard const lock(m_state->mutex);
+    std::vector<Device*> devices;
+    devices.reserve(m_state->devices.size());
+    for (auto const& entry : m_state->devices) {
+        devices.push_back(entry.device.get());
+    }
+    return devices;
+}
+
+Compform* Host::AddComputation(ComputationSetup setup)
+{
+    auto computation = std::make_unique<Computation>(std::move(setup));
+    std::lock_guard const lock(m_state->mutex);
+    return m_state->computations.emplace_back(std::move(computation)).get();
+}
+
+CBaseVessel* Host::AddVessel(VesselSetup setup)
+{
+    auto vessel = std::make_unique<Vessel>(std::move(setup));
+    std::lock_guard const lock(m_state->mutex);
+    return m_state->vessels.emplace_back(std::move(vessel)).get();
+}
+
+bool Host::GetVesselItem(unsigned short number, CString const& section, CString const& item, CString& text) const
+{
+    std::lock_guard const lock(m_state->mutex);
+    for (auto const& vessel : m_state->vessels) {
+        if (vessel->GetVesselNumber() != number) {
+            continue;
+        }
+        auto const& sections = vessel->Setup().configuration;
+        auto const items = sections.find(section);
+        if (items == sections.end()) {
+            return false;
+        }
+        auto const found = items->second.find(item);
+        if (found == items->second.end()) {
+            return false;
+        }
+        text = found->second;
+        return true;
+    }
+    return false;
+}
+
+void Host::SelectVessel(unsigned short number)
+{
+    {
+        std::lock_guard const lock(m_state->mutex);
+        for (std::size_t i = 0; i < m_state->vessels.size(); ++i) {
+            if (m_state->vessels[i]->GetVesselNumber() == number) {
+                m_state->activeVessel = i;
+                break;
+            }
+        }
+    }
+    NFDataT<unsigned short> const info(number);
+    Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &info);
+}
+
+void Host::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)
+{
+    auto& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    internals.tree = tree;
+}
+
+void Host::MergeDecoded(BaseDevice& device, CAttributeMap const& tree)
+{
+    MergeAndNotify(device.Internals(), device.GetDataId(), tree);
+}
+
+bool Host::MergeIntoComputation(CDataId const& dataId, CAttributeMap const& tree)
+{
+    auto* const computation = m_state->FindComputation(dataId);
+    if (computation != nullptr) {
+        computation->MergeIn(tree);
+    }
+    return computation != nullptr;
+}
+
+bool Host::LoadDevice(Device& device, CAttributeMap const& tree)
+{
+    struct Offer {
+        Offer(DeviceInternals& of, CAttributeMap const* offered) : internals(of) { internals.toLoad = offered; }
+        Offer(Offer const&) = delete;
+        Offer& operator=(Offer const&) = delete;
+        ~Offer() { internals.toLoad = nullptr; }
+        DeviceInternals& internals;
+    };
+    auto& internals = device.Internals();
+    CAttributeMap const offered(tree);
+    Offer const offer(internals, &offered);
+    bool const loaded = device.LoadAttribs(device.GetDeviceName(), nullptr);
+    std::lock_guard const lock(*internals.lock);
+    ForgetReferences(internals.tree);
+    return loaded;
+}
+
+void Host::ApplyDevice(Device& device, bool changed)
+{
+    device.ApplyAttribs(changed);
+    auto& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    ForgetReferences(internals.tree);
+}
+
+bool Host::DeliverRequest(Device& device, CAttributeMap* request)
+{
+    if (m_state->failures == RequestFailures::Pass) {
+        device.DeliverRequest(request);
+        return true;
+    }
+    std::exception_ptr failure;
+    std::string reason = "an exception of an unknown kind";
+    try {
+        device.DeliverRequest(request);
+        return true;
+    } catch (std::exception const& thrown) {
+        failure = std::current_exception();
+        reason = thrown.what();
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    Log(LogLevel::Error, DescribeRequest(device, request) + " failed: " + reason);
+    if (auto* observer = Observer()) {
+        observer->OnRequestFailed(device, request != nullptr ? *request : CAttributeMap::EmptyNode(), failure);
+    }
+    return false;
+}
+
+BaseDataSource& Host::Buffer(CDataId const& stream) { return *m_state->FindBuffer(stream, true); }
+
+void Host::PutBlock(CDataId const& stream, CDataBlock const& block)
+{
+    auto& buffer = *m_state->FindBuffer(stream, true);
+    buffer.Put(block);
+    buffer.Announce();
+}
+
+void Host::SetBufferStatus(CDataId const& stream, unsigned short status)
+{
+    m_state->FindBuffer(stream, true)->SetStatus(status);
+    DataId_NI const info(stream);
+    Notify(Subscription::BufferStatus, stream.GetKey(), &info);
+}
+
+void Host::Notify(Subscription::Kind kind, CString const& key, NotificationInfo const* info)
+{
+    if (auto const bus = BusOfKind(kind)) {
+        bus->Notify(AttributeKey(key), info);
+    }
+}
+
+} // namespace vordal

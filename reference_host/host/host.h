@@ -1,0 +1,164 @@
+// The reference host: one object that owns everything a plug-in finds behind the host contract.
+#pragma once
+
+#include <HalvaneX5InterfaceR/QX5Device.h>
+#include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/CDataId.h>
+#include <VordalBaseR/CString.h>
+#include <VordalBaseR/Export.h>
+#include <VordalSubscriberR/NotificationInfo.h>
+#include <VordalSubscriberR/Subscription.h>
+#include <vordalhostdllR/DataManager.h>
+#include <vordalhostdllR/Device.h>
+
+#include "reference_host/link/sonar_traffic.h"
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+class BaseIOHandler;
+
+namespace vordal {
+
+class Clock;
+class HostObserver;
+struct HostState;
+
+/// Where requests and notifications run.
+enum class Threading {
+    Inline,   ///< on the thread that calls, at once; that thread counts as the host thread
+    Threaded, ///< on one host thread, in the order in which they were posted
+};
+
+/// What becomes of an exception that leaves a request.
+enum class RequestFailures {
+    Contain, ///< logged in one line; the host lives on
+    Pass,    ///< passed to whoever asked for the request, for a tool that reports it
+};
+
+/// What makes a computation of the project.
+struct ComputationSetup {
+    CDataId dataId;
+    int type = 0;
+    CAttributeMap attributes;
+    std::vector<CDataId> linkedDevices;
+    /// The stream behind the computation; undefined: its own id.
+    CDataId stream;
+};
+
+/// What makes a vessel of the project.
+struct VesselSetup {
+    unsigned short number = 1;
+    CString name;
+    /// Section -> item -> text.
+    std::map<CString, std::map<CString, CString>> configuration;
+};
+
+/// The host. One lives at a time in a process; the singletons of the contract (DataManager, VesselManager, CDevList, the
+/// buses) answer from it, and a new one begins empty. Without one they find nothing.
+///
+/// Set it up, then use it, on the thread that made it; operations are for that thread or the host thread unless they
+/// say otherwise. Clock, traffic, observer and ports are the caller's and must outlive the host.
+class VORDAL_API Host {
+public:
+    using Task = std::function<void()>;
+
+    /// Throws std::logic_error while another host lives.
+    explicit Host(Threading threading = Threading::Inline);
+    Host(Host const&) = delete;
+    Host& operator=(Host const&) = delete;
+    /// Stops the host thread, then destroys the devices in the order in which they were added. Plug-ins are unloaded
+    /// after RemoveAllDevices and before this.
+    ~Host();
+
+    /// The host that lives. There must be one; CurrentOrNull asks.
+    static Host& Current();
+    static Host* CurrentOrNull();
+
+    // Surroundings. Null puts back the default: the system's time, no connection, nobody watching.
+    void SetClock(Clock const* clock);
+    double Now() const;
+    /// Null: not connected, every send gives false.
+    void SetTraffic(SonarTraffic* traffic);
+    SonarTraffic* Traffic() const;
+    void SetObserver(HostObserver* observer);
+    HostObserver* Observer() const;
+    void SetRequestFailures(RequestFailures failures);
+
+    // The host thread. Any thread.
+    /// Inline: runs the task at once. Threaded: queues it and returns. False when the host is stopping; the task is
+    /// then dropped. An exception that leaves a queued task is logged.
+    bool Post(Task task);
+    /// Runs the task on the host thread and waits for it; at once when this is that thread. An exception that leaves
+    /// the task passes to the caller. False when the host is stopping and the task did not run.
+    bool RunAndWait(Task const& task);
+    bool IsHostThread() const;
+    /// Takes no further tasks, runs those that are queued, ends the host thread. False when that took longer than
+    /// `limit`: the queue is then dropped after the task that is running. Twice is fine. Not from the host thread.
+    bool Stop(std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+    // Devices.
+    /// A device of a class that a plug-in has registered, or of the host's own "QX5Device" or "Device"; not yet known to
+    /// anybody. Null when there is no such class.
+    std::unique_ptr<Device> MakeDevice(CString const& className);
+    /// Takes the device in under this id, with a buffer, as the last one. The id must be free: otherwise null, and the
+    /// device is gone.
+    Device* AddDevice(std::unique_ptr<Device> device, CDataId const& dataId, CString const& name = CString());
+    /// Attaches the device to the port, after those that are there (null takes it off its port). Ports made of
+    /// PortWithDevices learn of it.
+    void SetPort(BaseDevice& device, BaseIOHandler* port);
+    /// Takes the device off its port, out of the register, and destroys it. False when it is not the host's.
+    bool RemoveDevice(BaseDevice* device);
+    void RemoveAllDevices();
+    /// All devices in the order in which they were added. Any thread.
+    std::vector<Device*> Devices() const;
+
+    // Computations, vessels.
+    Compform* AddComputation(ComputationSetup setup);
+    /// The first vessel becomes the active one.
+    CBaseVessel* AddVessel(VesselSetup setup);
+    /// A text of a vessel's configuration; false and untouched when it is not there.
+    bool GetVesselItem(unsigned short number, CString const& section, CString const& item, CString& text) const;
+    /// Makes the vessel active, if there is such a one, and tells sel_change::ACTIVE_VESSEL in either case.
+    void SelectVessel(unsigned short number);
+
+    // Attributes.
+    /// Puts the tree in place; nobody is told.
+    void ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree);
+    /// Merges what was decoded from a record into the tree and notifies, as SetAttributeMap does, but it is no echo.
+    void MergeDecoded(BaseDevice& device, CAttributeMap const& tree);
+    /// Merges into a computation's attributes and tells nobody. False when it is not there.
+    bool MergeIntoComputation(CDataId const& dataId, CAttributeMap const& tree);
+    /// LoadAttribs of the device with a configuration that yields the tree.
+    bool LoadDevice(Device& device, CAttributeMap const& tree);
+    /// ApplyAttribs of the device. Use this rather than the device's own: it makes later copies of the tree cheap again
+    /// after a device has written to nodes of it.
+    void ApplyDevice(Device& device, bool changed);
+
+    /// Hands `request` to the device's HandleRequestMap at once. What an exception does SetRequestFailures says; when
+    /// it is contained the answer is false. Host thread.
+    bool DeliverRequest(Device& device, CAttributeMap* request);
+
+    // Streams.
+    /// The stream's buffer, made when it is missing. Any thread.
+    BaseDataSource& Buffer(CDataId const& stream);
+    /// Stores the block in the stream's buffer and tells its subscribers, on this thread. Any thread.
+    void PutBlock(CDataId const& stream, CDataBlock const& block);
+    /// Changes the status of the stream's buffer and tells the followers of its status, on this thread. Any thread.
+    void SetBufferStatus(CDataId const& stream, unsigned short status);
+
+    /// Raises a notification on one of the buses of Subscription::Kind, on this thread. `info` may be null. Any thread.
+    void Notify(Subscription::Kind kind, CString const& key, NotificationInfo const* info);
+
+    /// For the host's own sources.
+    HostState& State() { return *m_state; }
+
+private:
+    std::unique_ptr<HostState> m_state;
+};
+
+} // namespace vordal

@@ -1,0 +1,17 @@
+// An observer that does nothing, for those who override part of it.
+#include "reference_host/host/host_observer.h"
+
+namespace vordal {
+
+HostObserver::~HostObserver() = default;
+void HostObserver::OnEcho(BaseDevice&, CAttributeMap const&, unsigned) {}
+void HostObserver::OnHostSet(CDataId const&, CAttributeMap const&, unsigned) {}
+void HostObserver::OnOutputStat(BaseDevice&, double, int) {}
+void HostObserver::OnDisableTimeOut(BaseDevice&, bool) {}
+void HostObserver::OnDeviceCtrlViewType(BaseDevice&, CString const&) {}
+void HostObserver::OnResetBuffer(CDataId const&) {}
+void HostObserver::OnStoreBlock(CDataId const&, CDataBlock const&) {}
+void HostObserver::OnAnnounceBlock(CDataId const&) {}
+void HostObserver::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) {}
+
+} // namespace vordal

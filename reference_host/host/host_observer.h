@@ -1,0 +1,40 @@
+// What a tool that looks over the host's shoulder is told, in the order in which it happens.
+#pragma once
+
+#include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/CDataId.h>
+#include <VordalBaseR/CString.h>
+#include <VordalBaseR/Export.h>
+#include <VordalDataBlocksR/CDataBlock.h>
+
+#include <exception>
+
+class BaseDevice;
+
+namespace vordal {
+
+/// One virtual for each call into the host that a recorder reports; each does nothing unless overridden. Called before
+/// the host acts, on the caller's thread (any thread), with no lock of the host held, except that a caller may hold the
+/// lock of its own device. Only calls from outside are told: what the host does of itself (Host::MergeDecoded,
+/// Host::PutBlock, the merge inside DataManager::SetAttributeMap) is not. What is sent goes through SonarTraffic.
+class VORDAL_API HostObserver {
+public:
+    virtual ~HostObserver();
+
+    /// The device's SetAttributeMap or AppendAttributeMap. A device under construction has no id yet.
+    virtual void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags);
+    /// DataManager::SetAttributeMap, whether or not there is such a device or computation. In a threaded host this is
+    /// told on the host thread, when the call takes effect.
+    virtual void OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsigned flags);
+    virtual void OnOutputStat(BaseDevice& device, double time, int status);
+    virtual void OnDisableTimeOut(BaseDevice& device, bool disable);
+    virtual void OnDeviceCtrlViewType(BaseDevice& device, CString const& name);
+    /// BaseDataSource::Reset on the buffer of that stream.
+    virtual void OnResetBuffer(CDataId const& stream);
+    virtual void OnStoreBlock(CDataId const& stream, CDataBlock const& block);
+    virtual void OnAnnounceBlock(CDataId const& stream);
+    /// An exception left a request and was contained; it is logged as well.
+    virtual void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure);
+};
+
+} // namespace vordal

@@ -1,0 +1,145 @@
+// What the reference host consists of, for its own sources: registers, buses, buffers, the host thread.
+#pragma once
+
+#include "reference_host/bus/notification_bus.h"
+#include "reference_host/host/host.h"
+#include "reference_host/host/host_thread.h"
+
+#include <VordalAttributesR/CAttributeMap.h>
+#include <VordalDataBlocksR/BaseDataSource.h>
+#include <vordalhostdllR/CDevList.h>
+#include <vordalhostdllR/DataManager.h>
+#include <vordalhostdllR/VesselManager.h>
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace vordal {
+
+class StreamBuffer;
+
+/// The four fields of an id in one number, for look-ups.
+constexpr std::uint64_t PackedId(CDataId const& id)
+{
+    return std::uint64_t{id.GetType()} << 48 | std::uint64_t{id.GetGroupId()} << 32 |
+           std::uint64_t{id.GetDeviceNum()} << 16 | std::uint64_t{id.GetVessel()};
+}
+
+/// What the host keeps about one device.
+struct DeviceInternals {
+    CAttributeMap tree;
+    /// The device's lock, which guards the tree.
+    CriticalSection* lock = nullptr;
+    SubscriptionMap subscriptions;
+    /// What attribute notifications carry; made anew when the id has changed. Guarded by the device's lock.
+    std::shared_ptr<DataId_NI const> changeInfo;
+
+    CDataBlock block;
+    CString name;
+    CString driverName;
+
+    mutable std::mutex mutex; ///< guards what follows
+    CString portName;
+    CString controlViewType;
+    double timeOut = 0.0;
+
+    std::atomic<int> outputStat{0};
+    std::atomic<bool> alwaysNotify{false};
+    std::atomic<bool> enabled{true};
+    std::atomic<bool> timeOutDisabled{false};
+    std::atomic<BaseIOHandler*> port{nullptr};
+    /// The tree that the next LoadAttribs takes up, set by Host::LoadDevice; host thread.
+    CAttributeMap const* toLoad = nullptr;
+};
+
+class Computation final : public Compform {
+public:
+    explicit Computation(ComputationSetup setup) : m_setup(std::move(setup)) {}
+
+    CDataId const& GetDataId() const override { return m_setup.dataId; }
+    int GetType() const override { return m_setup.type; }
+    bool GetAttribValue(AttributeKey const& key, CDataInfo& value, unsigned& flags) const override;
+    void GetDataSource(CDataId& dataId) const override;
+    void GetAttributeMap(CAttributeMap& map) const override;
+
+    bool IsLinkedTo(CDataId const& device) const;
+    void MergeIn(CAttributeMap const& tree);
+    SubscriptionMap& Subscriptions() { return m_subscriptions; }
+
+private:
+    ComputationSetup m_setup;
+    mutable std::mutex m_mutex; ///< guards the attributes
+    SubscriptionMap m_subscriptions;
+};
+
+class Vessel final : public CBaseVessel {
+public:
+    explicit Vessel(VesselSetup setup) : m_setup(std::move(setup)) {}
+
+    unsigned short GetVesselNumber() const override { return m_setup.number; }
+    VesselSetup const& Setup() const { return m_setup; }
+
+private:
+    VesselSetup m_setup;
+};
+
+struct HostState {
+    explicit HostState(Threading mode) : threading(mode) {}
+
+    struct DeviceEntry {
+        CDataId id;
+        std::unique_ptr<Device> device;
+    };
+
+    Threading const threading;
+    std::thread::id const owner = std::this_thread::get_id();
+    std::atomic<Clock const*> clock{nullptr};
+    std::atomic<SonarTraffic*> traffic{nullptr};
+    std::atomic<HostObserver*> observer{nullptr};
+    std::atomic<RequestFailures> failures{RequestFailures::Contain};
+
+    std::shared_ptr<NotificationBus> const activeVesselBus = std::make_shared<NotificationBus>();
+    std::shared_ptr<NotificationBus> const bufferStatusBus = std::make_shared<NotificationBus>();
+    std::shared_ptr<NotificationBus> const generalBus = std::make_shared<NotificationBus>();
+    std::shared_ptr<NotificationBus> const streamBus = std::make_shared<NotificationBus>();
+
+    /// Guards the registers below; never held while calling out.
+    mutable std::mutex mutex;
+    std::unordered_map<std::uint64_t, std::unique_ptr<StreamBuffer>> buffers;
+    std::vector<std::unique_ptr<Vessel>> vessels;
+    std::size_t activeVessel = 0;
+    std::vector<std::unique_ptr<Computation>> computations;
+    std::vector<DeviceEntry> devices;
+    /// Where GetNextDevice stands, by vessel.
+    std::map<unsigned short, int> nextDevice;
+    std::map<CString, std::unique_ptr<DevICreator>> creators;
+
+    std::unique_ptr<HostThread> thread;
+
+    Device* FindDevice(CDataId const& id) const;
+    Computation* FindComputation(CDataId const& id) const;
+    /// Null when it is missing and not to be made.
+    StreamBuffer* FindBuffer(CDataId const& id, bool create);
+    /// The device has another id now; the register follows.
+    void ChangeDeviceId(BaseDevice const& device, CDataId const& id);
+};
+
+/// The state of the host that lives; null when there is none.
+HostState* CurrentState();
+/// Null unless there is such an observer.
+HostObserver* CurrentObserver();
+
+// For the subscription classes. Null without a host or for another kind.
+std::shared_ptr<NotificationBus> BusOfKind(int kind);
+std::shared_ptr<NotificationBus> StreamBus();
+BaseDataSource* FindBuffer(CDataId const& id);
+
+/// Merges into the device's tree under its lock and then tells the subscribers; false when nothing was given.
+bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree);
+
+} // namespace vordal

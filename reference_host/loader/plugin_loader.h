@@ -1,0 +1,46 @@
+// Loads a plug-in, refuses one that does not fit, and takes it out again.
+#pragma once
+
+#include <VordalBaseR/Export.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+class CVordalBaseApp;
+
+namespace vordal {
+
+/// A plug-in that is loaded and attached. The entry points are called through it. Host thread.
+class VORDAL_API PlugIn {
+public:
+    /// Loads the module, finds its entry points, and lets it attach itself. Null when it is refused; `reason` is then
+    /// one line that names the file and says why. Several hosts may load one file one after the other.
+    static std::unique_ptr<PlugIn> Load(std::filesystem::path const& file, std::string& reason);
+
+    PlugIn(PlugIn const&) = delete;
+    PlugIn& operator=(PlugIn const&) = delete;
+    /// Undoes what was done through this object (templates, devices), lets the module detach itself, and unloads it. No
+    /// device of its classes may be left.
+    ~PlugIn();
+
+    std::filesystem::path const& File() const;
+
+    void RegisterDevices();
+    void UnRegisterDevices();
+    void RegisterViews();
+    void InitializeTemplates(CVordalBaseApp* application);
+    void UnInitializeTemplates();
+    /// The numbers of a device's id, last field first.
+    void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d);
+
+    /// An exported C function beyond the required ones; null when there is none of that name.
+    void* FindFunction(char const* name) const;
+
+private:
+    PlugIn();
+    struct Body;
+    std::unique_ptr<Body> m_body;
+};
+
+} // namespace vordal

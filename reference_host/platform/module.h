@@ -1,0 +1,31 @@
+// Loading a module and finding what it exports, on this platform.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace vordal::platform {
+
+/// A loaded module; unloaded when this goes.
+class Module {
+public:
+    Module() = default;
+    Module(Module const&) = delete;
+    Module& operator=(Module const&) = delete;
+    Module(Module&& other) noexcept;
+    Module& operator=(Module&& other) noexcept;
+    ~Module();
+
+    /// Gives an unloaded object and the loader's words in `reason` when the file cannot be loaded. All of the module's
+    /// own references are resolved at once, and its names are seen by nobody else.
+    static Module Load(std::filesystem::path const& file, std::string& reason);
+
+    explicit operator bool() const { return m_handle != nullptr; }
+    /// Null when the module exports nothing of that name.
+    void* Find(char const* name) const;
+
+private:
+    void* m_handle = nullptr;
+};
+
+} // namespace vordal::platform
