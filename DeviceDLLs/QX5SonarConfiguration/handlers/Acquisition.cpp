@@ -1,6 +1,6 @@
 // The handlers for options around the acquisition of data.
-#include "../QX5SonarConfigurationControlDevice.h"
 #include "Acquisition.h"
+#include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"

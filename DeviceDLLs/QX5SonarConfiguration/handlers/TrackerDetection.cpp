@@ -1,6 +1,6 @@
 // The handlers for tracker, automatic configuration, detections, echo markers and depth.
-#include "../QX5SonarConfigurationControlDevice.h"
 #include "TrackerDetection.h"
+#include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
@@ -15,7 +15,8 @@ namespace {
 /// The flag that says that a field of an echo marker holds; null for a field without flag.
 constexpr protocol::Field const* FlagOf(protocol::Key const& key)
 {
-    struct Flagged {
+    struct Flagged
+    {
         protocol::Key const* key;
         protocol::Field const* flag;
     };

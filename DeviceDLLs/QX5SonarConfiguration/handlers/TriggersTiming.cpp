@@ -1,6 +1,6 @@
 // The handlers for triggers and timing signals.
-#include "../QX5SonarConfigurationControlDevice.h"
 #include "TriggersTiming.h"
+#include "../QX5SonarConfigurationControlDevice.h"
 #include "echo_map.h"
 #include "reading.h"
 

@@ -24,12 +24,9 @@ inline constexpr Operand triggerOutputKeys[]{
 inline constexpr Sending triggerOutputSends[]{{records::TriggerOutput}};
 
 inline constexpr Operand advancedTriggerOutputKeys[]{
-    keys::x5TriggerOutputDelay,
-    {keys::x5TriggerOutputPulse, {.fallback = 1.0}},
-    keys::x5TriggerPolarity,
-    keys::x5TriggerIndex,
-    keys::x5TriggerChannel,
-    keys::x5TriggerMode,
+    keys::x5TriggerOutputDelay, {keys::x5TriggerOutputPulse, {.fallback = 1.0}},
+    keys::x5TriggerPolarity,    keys::x5TriggerIndex,
+    keys::x5TriggerChannel,     keys::x5TriggerMode,
 };
 inline constexpr Sending advancedTriggerOutputSends[]{{records::AdvancedTriggerOutput}};
 
