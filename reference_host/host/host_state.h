@@ -53,8 +53,6 @@ struct DeviceInternals {
     std::atomic<bool> enabled{true};
     std::atomic<bool> timeOutDisabled{false};
     std::atomic<BaseIOHandler*> port{nullptr};
-    /// The tree that the next LoadAttribs takes up, set by Host::LoadDevice; host thread.
-    CAttributeMap const* toLoad = nullptr;
 };
 
 class Computation final : public Compform {
