@@ -200,7 +200,7 @@ TEST(ScenarioRun, TakesDeepAndWideTreesUpToItsLimit)
     auto const deeper = RunText(nested(1000));
     EXPECT_EQ(deeper.status, 2);
     EXPECT_EQ(deeper.out, "");
-    EXPECT_THAT(deeper.err, testing::EndsWith(": nested deeper than 1024 levels\n"));
+    EXPECT_THAT(deeper.err, testing::EndsWith("...: nested deeper than 1024 levels\n"));
     EXPECT_EQ(std::count(deeper.err.begin(), deeper.err.end(), '\n'), 1);
 
     std::string wide = R"(["x5Range","double",50])";
