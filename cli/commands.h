@@ -47,6 +47,22 @@ struct RunOptions {
 };
 int Run(RunOptions const& options);
 
+struct SimOptions {
+    std::string address = "127.0.0.1";
+    int port = 7000;
+    bool verbose = false;
+    bool state = false;
+    bool pings = false;
+};
+int Sim(SimOptions const& options);
+
+struct ScenarioCommandOptions {
+    std::vector<std::string> files;
+    std::string plugin;
+    bool check = false;
+};
+int Scenario(ScenarioCommandOptions const& options);
+
 struct DocsOptions {
     std::string folder = "docs";
     std::string plugin;

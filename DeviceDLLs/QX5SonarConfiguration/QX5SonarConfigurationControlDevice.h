@@ -67,6 +67,8 @@ private:
     bool ReadOperands(CAttributeMap const& request, CAttributeMap const& stored, qx5::Command const& command,
                       qx5::CommandValues& values) const;
     void SendRemote(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target);
+    /// The same for the sonar processor to pass on to unit `target`; nothing happens unless the port is a sonar's.
+    void SendThrough(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target);
     void AskFor(std::span<qx5::FollowUp const> followUps);
     /// Merges the echo into the stored tree and tells its subscribers.
     void Report(CAttributeMap const& echo, int flags);

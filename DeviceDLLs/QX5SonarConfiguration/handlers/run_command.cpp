@@ -4,6 +4,7 @@
 #include "echo_map.h"
 #include "reading.h"
 
+#include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <protocol/record_table.h>
 #include <protocol/unpack.h>
 
@@ -223,7 +224,11 @@ bool ControlDevice::Run(CAttributeMap const& request, qx5::Command const& comman
     for (qx5::Sending const& sending : command.sends) {
         qx5::protocol::Payload payload(sending.record.size);
         qx5::PackOperands(command, values, sending.record, payload);
-        SendRemote(sending.record.id, payload, sending.target);
+        if (sending.record.carrier == qx5::protocol::Carrier::PassThrough) {
+            SendThrough(sending.record.id, payload, sending.target);
+        } else {
+            SendRemote(sending.record.id, payload, sending.target);
+        }
 
         if (command.echoFlags != qx5::NoEcho) {
             qx5::EchoMap echo;
@@ -255,6 +260,15 @@ void ControlDevice::SendRemote(std::uint32_t recordId, std::span<unsigned char c
 {
     SendRemoteControlRecord(recordId, payload.empty() ? nullptr : payload.data(), payload.size(), target.deviceId,
                             target.enumerator);
+}
+
+void ControlDevice::SendThrough(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target)
+{
+    if (auto* const connection = dynamic_cast<QX5SocketIoHandler*>(m_port)) {
+        connection->SendRemoteControlCommandWithPassThrough(
+            recordId, payload.empty() ? nullptr : payload.data(), payload.size(),
+            static_cast<std::uint32_t>(target.deviceId), static_cast<std::uint16_t>(target.enumerator));
+    }
 }
 
 void ControlDevice::AskFor(std::span<qx5::FollowUp const> followUps)

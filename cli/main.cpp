@@ -1,0 +1,107 @@
+// The command qx5: reads the command line and hands over to one command.
+#include "commands.h"
+
+#include <cstdio>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+int Complain(ExitCode code, std::string const& text)
+{
+    std::fflush(stdout);
+    fmt::print(stderr, "qx5: {}\n", text);
+    return code;
+}
+
+} // namespace qx5::cli
+
+int main(int argc, char** argv)
+{
+    using namespace qx5::cli;
+
+    CLI::App app{"qx5 operates x5 sonars: it runs a host with the plug-in, a simulated sonar, and tools for records."};
+    app.name("qx5");
+    app.require_subcommand(1);
+    app.set_version_flag("--version", QX5_VERSION);
+    app.failure_message([](CLI::App const*, CLI::Error const& error) {
+        return fmt::format("qx5: {}; `qx5 --help` tells how it is called\n", error.what());
+    });
+    int code = ExitGood;
+
+    RunOptions run;
+    CLI::App* runCommand = app.add_subcommand(
+        "run", "Start a simulated sonar and a host with the plug-in, show a guided session, then take key=value lines");
+    runCommand->add_flag("--once", run.once, "End after the guided session");
+    runCommand->add_option("--sonar", run.sonar, "HOST:PORT of a sonar that runs already, in place of a simulated one");
+    runCommand->add_option("--plugin", run.plugin, "The plug-in module (default: the one beside this program)");
+    runCommand->callback([&] { code = Run(run); });
+
+    SimOptions sim;
+    CLI::App* simCommand =
+        app.add_subcommand("sim", "Run a simulated sonar; standard input takes its commands (`help` lists them)");
+    simCommand->add_option("--port", sim.port, "TCP port; 0 takes a free one")->capture_default_str();
+    simCommand->add_option("--address", sim.address, "Address to listen on")->capture_default_str();
+    simCommand->add_flag("--verbose", sim.verbose, "Print every record field by field");
+    simCommand->add_flag("--state", sim.state, "Print the state when the simulator ends");
+    simCommand->add_flag("--pings", sim.pings, "Report every ping to the hosts");
+    simCommand->callback([&] { code = Sim(sim); });
+
+    SendOptions send;
+    CLI::App* sendCommand =
+        app.add_subcommand("send", "Send one request to a sonar and print what was sent and what was echoed");
+    sendCommand->add_option("--sonar", send.sonar, "HOST:PORT of the sonar")->capture_default_str();
+    sendCommand->add_option("--plugin", send.plugin, "The plug-in module (default: the one beside this program)");
+    sendCommand->add_option("--stored", send.stored, "key=value that the device's tree holds already; may be repeated");
+    sendCommand->add_option("--timeout", send.timeoutMilliseconds, "Milliseconds to wait for the connection")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 600000));
+    sendCommand->add_flag("--bytes", send.bytes, "Print the bytes of each record, too");
+    sendCommand->add_option("request", send.keyValues, "key=value, or key:kind=value to force a kind")->required();
+    sendCommand->callback([&] { code = Send(send); });
+
+    ScenarioCommandOptions scenario;
+    CLI::App* scenarioCommand =
+        app.add_subcommand("scenario", "Run scenario files with a fixed clock and without sockets; print the results");
+    scenarioCommand->add_flag("--check", scenario.check, "Compare with what the files expect; exit 1 if anything differs");
+    scenarioCommand->add_option("--plugin", scenario.plugin, "The plug-in module (default: the one beside this program)");
+    scenarioCommand->add_option("file", scenario.files, "Scenario files; - is standard input")->required();
+    scenarioCommand->callback([&] { code = Scenario(scenario); });
+
+    DecodeOptions decode;
+    CLI::App* decodeCommand =
+        app.add_subcommand("decode", "Print the records of a raw stream or of hexadecimal text field by field");
+    CLI::Option* hex = decodeCommand->add_flag("--hex", decode.hex, "The input is hexadecimal text");
+    decodeCommand->add_flag("--raw", decode.raw, "The input is raw bytes")->excludes(hex);
+    decodeCommand->add_option("file", decode.files, "Files; - or none is standard input");
+    decodeCommand->callback([&] { code = Decode(decode); });
+
+    KeysOptions keys;
+    CLI::App* keysCommand = app.add_subcommand("keys", "List the request keys: kind, unit, record, offset, handler");
+    keysCommand->add_flag("--markdown", keys.markdown, "As a table for a document");
+    keysCommand->add_option("filter", keys.filter, "Part of a key or a handler, or a record id");
+    keysCommand->callback([&] { code = Keys(keys); });
+
+    std::vector<std::string> names;
+    CLI::App* explainCommand = app.add_subcommand(
+        "explain", "Tell what becomes of a key: how it is read and completed, what is sent where, what is echoed");
+    explainCommand->add_option("name", names, "Keys or handlers")->required();
+    explainCommand->callback([&] { code = Explain(names); });
+
+    DocsOptions docs;
+    CLI::App* docsCommand = app.add_subcommand("docs", "Write the tables of the manual anew, from real sends");
+    docsCommand->add_option("--plugin", docs.plugin, "The plug-in module (default: the one beside this program)");
+    docsCommand->add_option("folder", docs.folder, "Where the documents lie")->capture_default_str();
+    docsCommand->callback([&] { code = Docs(docs); });
+
+    try {
+        app.parse(argc, argv);
+    } catch (CLI::ParseError const& error) {
+        int const parsed = app.exit(error);
+        return parsed == 0 ? ExitGood : ExitWrong;
+    } catch (std::exception const& failure) {
+        return Complain(ExitFailed, failure.what());
+    }
+    return code;
+}

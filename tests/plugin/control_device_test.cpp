@@ -1,0 +1,163 @@
+// The device class without a module around it: the scalar path at its limits, the chain, the device without connection.
+#include "QX5SonarConfigurationControlDevice.h"
+#include "recorded_traffic.h"
+#include "reference_host/host/clock.h"
+#include "reference_host/host/host.h"
+
+#include <VordalAttributesR/CVordalType.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+struct ControlDeviceAccess {
+    static void RequestValue(QX5SonarConfigurationControlDevice& device, CAttributeMap& request, int recordId,
+                             AttributeKey const& key, PARMTYPE kind)
+    {
+        device.RequestValue(&request, recordId, key, kind);
+    }
+    static bool Send76xx(QX5SonarConfigurationControlDevice& device, unsigned long recordId, float value)
+    {
+        return device.Send76xxRecord(recordId, value);
+    }
+};
+
+namespace {
+
+class ControlDevice : public ::testing::Test {
+protected:
+    ControlDevice()
+    {
+        m_host.SetClock(&m_clock);
+        m_host.SetTraffic(&traffic);
+        m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+        auto made = std::make_unique<QX5SonarConfigurationControlDevice>();
+        device = made.get();
+        m_host.AddDevice(std::move(made), CDataId(1, 78, 1, 1), L"sonar");
+    }
+
+    void Store(CAttributeMap const& tree) { m_host.ReplaceAttributes(*device, tree); }
+    CAttributeMap Stored() const
+    {
+        CAttributeMap tree;
+        device->GetAttributeMap(tree);
+        return tree;
+    }
+    void Request(CAttributeMap request) { m_host.DeliverRequest(*device, &request); }
+
+    vordal::FixedClock m_clock{1700000000.0}; // 2023-11-14 22:13:20 UTC, day 318
+    RecordedTraffic traffic;
+    vordal::Host m_host;
+    QX5SonarConfigurationControlDevice* device = nullptr;
+};
+
+CAttributeMap One(wchar_t const* key, CVordalType const& value)
+{
+    CAttributeMap tree;
+    tree.Add(key, value, 0);
+    return tree;
+}
+
+using Lines = std::vector<std::string>;
+
+TEST_F(ControlDevice, ANullRequestDoesNothing)
+{
+    m_host.DeliverRequest(*device, nullptr);
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(Stored().Count(), 0);
+}
+
+TEST_F(ControlDevice, AnEmptyRequestSendsAndEchoesNothing)
+{
+    Request({});
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(Stored().Count(), 0);
+}
+
+TEST_F(ControlDevice, RecordsThatFrameThemselvesLieBetween7600And7699)
+{
+    Store(One(L"DeviceId", CVordalInt(7125)));
+    CAttributeMap request = One(L"x5Range", CVordalDouble(50.0));
+    ControlDeviceAccess::RequestValue(*device, request, 7599, L"x5Range", PARM_FLOAT);
+    ControlDeviceAccess::RequestValue(*device, request, 7600, L"x5Range", PARM_FLOAT);
+    ControlDeviceAccess::RequestValue(*device, request, 7699, L"x5Range", PARM_FLOAT);
+    ControlDeviceAccess::RequestValue(*device, request, 7700, L"x5Range", PARM_FLOAT);
+    // Version 5, offset 60, sync word, size 72, two reserved words; year 2023, day 318, 20 seconds, hour 22, minute
+    // 13; record version 1, record id, device 7125, reserved, enumerator -1, five reserved words and flags; 50.0; 0.
+    std::string const head = "05003c00ffff0000480000000000000000000000e7073e010000a041160d0100";
+    std::string const tail = "d51b00000000ffff0000000000000000000000000000000000000000"
+                             "0000484200000000";
+    ASSERT_EQ(traffic.lines.size(), 4U);
+    EXPECT_EQ(traffic.lines[0], "remote 7599 00004842 to 0,-1");
+    EXPECT_EQ(traffic.lines[1], "raw " + head + "b01d0000" + tail + " false");
+    EXPECT_EQ(traffic.lines[2], "raw " + head + "131e0000" + tail + " false");
+    EXPECT_EQ(traffic.lines[3], "remote 7700 00004842 to 0,-1");
+}
+
+TEST_F(ControlDevice, ASelfFramedRecordNeedsTheSonarsDeviceId)
+{
+    EXPECT_FALSE(ControlDeviceAccess::Send76xx(*device, 7611, 1.0F));
+    EXPECT_EQ(traffic.lines, Lines());
+    Store(One(L"DeviceId", CVordalInt(7125)));
+    traffic.connected = false;
+    EXPECT_TRUE(ControlDeviceAccess::Send76xx(*device, 7611, 1.0F)); // whatever became of it
+}
+
+TEST_F(ControlDevice, OtherNumbersAreNoKindOfScalar)
+{
+    CAttributeMap request = One(L"x5Range", CVordalDouble(50.0));
+    for (int const kind : {-1, 3, 1000}) {
+        ControlDeviceAccess::RequestValue(*device, request, 1003, L"x5Range", static_cast<PARMTYPE>(kind));
+    }
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(Stored().Count(), 0);
+}
+
+TEST_F(ControlDevice, AnIntegerScalarIsFourBytes)
+{
+    CAttributeMap request = One(L"x5PulseType", CVordalInt(-2));
+    ControlDeviceAccess::RequestValue(*device, request, 1007, L"x5PulseType", PARM_INT);
+    EXPECT_EQ(traffic.lines, Lines({"remote 1007 feffffff to 0,-1"}));
+    int echoed = 0;
+    EXPECT_TRUE(Stored().FindValue(L"x5PulseType", 0).Get(echoed));
+    EXPECT_EQ(echoed, -2);
+}
+
+TEST_F(ControlDevice, WithoutAConnectionTheEchoStillGoesOut)
+{
+    m_host.SetTraffic(nullptr);
+    Request(One(L"x5Range", CVordalDouble(50.0)));
+    double echoed = 0.0;
+    EXPECT_TRUE(Stored().FindValue(L"x5Range", 0).Get(echoed));
+    EXPECT_EQ(echoed, 50.0);
+}
+
+TEST_F(ControlDevice, NumbersBeyondAFloatBecomeInfinite)
+{
+    Request(One(L"x5Range", CVordalDouble(1e300)));
+    Request(One(L"x5Range", CVordalDouble(-1e300)));
+    Request(One(L"x5Range", CVordalDouble(-std::numeric_limits<double>::quiet_NaN())));
+    EXPECT_EQ(traffic.lines, Lines({"remote 1003 0000807f to 0,-1", "remote 1003 000080ff to 0,-1",
+                                    "remote 1003 0000c07f to 0,-1"}));
+}
+
+TEST_F(ControlDevice, AWideAndADeepRequestAreTakenInTheirStride)
+{
+    CAttributeMap wide;
+    for (int i = 0; i < 10000; ++i) {
+        wide.Add(L"x5Range", CVordalInt(i), 0); // of a kind that cannot be read as a range
+    }
+    wide.Add(L"x5Gain", CVordalDouble(1.0), 0);
+    Request(wide);
+    CAttributeMap deep;
+    CAttributeMap* at = &deep;
+    for (int i = 0; i < 1000; ++i) {
+        at = at->Add(L"x5Range");
+    }
+    Request(deep);
+    EXPECT_EQ(traffic.lines, Lines({"remote 1008 0000803f to 0,-1"}));
+}
+
+} // namespace

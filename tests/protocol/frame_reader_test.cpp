@@ -1,0 +1,219 @@
+// Frames out of streams that come in pieces and carry damage.
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include <protocol/frame_reader.h>
+
+#include "hex.h"
+
+namespace qx5::protocol::test {
+
+namespace {
+
+using Frames = std::vector<std::vector<unsigned char>>;
+
+std::vector<unsigned char> FirstFrame()
+{
+    return BuildRemoteControlRecord(1003, Bytes("00004842"), OwnSonar, 1700000000.0);
+}
+
+std::vector<unsigned char> SecondFrame()
+{
+    return BuildFrame(7611, Target{7125, 0}, 1700000000.0, Bytes("00007042"));
+}
+
+/// The fixed start of a frame that claims `size` bytes.
+std::vector<unsigned char> Claim(std::uint32_t size)
+{
+    auto bytes = Bytes("0500 3c00 ffff0000");
+    for (unsigned shift = 0; shift < 32; shift += 8)
+        bytes.push_back(static_cast<unsigned char>((size >> shift) & 0xFFU));
+    return bytes;
+}
+
+Frames TakeAll(FrameReader& reader)
+{
+    Frames frames;
+    while (auto const frame = reader.Next())
+        frames.push_back(Copy(frame->bytes));
+    return frames;
+}
+
+/// All frames of a stream that then ends.
+Frames ReadWhole(FrameReader& reader, std::vector<unsigned char> const& stream)
+{
+    reader.Feed(stream);
+    auto frames = TakeAll(reader);
+    reader.Finish();
+    for (auto& frame : TakeAll(reader))
+        frames.push_back(std::move(frame));
+    return frames;
+}
+
+TEST(FrameReader, TwoFramesAtEverySplitPosition)
+{
+    auto const stream = Join({FirstFrame(), SecondFrame()});
+    for (std::size_t split = 0; split <= stream.size(); ++split) {
+        FrameReader reader;
+        reader.Feed(std::span(stream).first(split));
+        auto frames = TakeAll(reader);
+        EXPECT_EQ(frames.size(), split < 96 ? 0U : split < stream.size() ? 1U : 2U) << "split at " << split;
+        reader.Feed(std::span(stream).subspan(split));
+        for (auto& frame : TakeAll(reader))
+            frames.push_back(std::move(frame));
+        ASSERT_EQ(frames.size(), 2U) << "split at " << split;
+        EXPECT_EQ(frames[0], FirstFrame());
+        EXPECT_EQ(frames[1], SecondFrame());
+        EXPECT_EQ(reader.SkippedBytes(), 0U);
+        EXPECT_EQ(reader.DamagedFrames(), 0U);
+        EXPECT_EQ(reader.BufferedBytes(), 0U);
+    }
+}
+
+TEST(FrameReader, ByteByByte)
+{
+    auto const stream = Join({Bytes("05 05 00"), FirstFrame(), Bytes("05"), SecondFrame()});
+    FrameReader reader;
+    std::size_t frames = 0;
+    for (std::size_t i = 0; i < stream.size(); ++i) {
+        reader.Feed(std::span(stream).subspan(i, 1));
+        frames += TakeAll(reader).size();
+    }
+    EXPECT_EQ(frames, 2U);
+    EXPECT_EQ(reader.GoodFrames(), 2U);
+    EXPECT_EQ(reader.SkippedBytes(), 4U);
+    EXPECT_EQ(reader.DamagedFrames(), 0U);
+}
+
+TEST(FrameReader, GarbageBeforeBetweenAndAfter)
+{
+    FrameReader reader;
+    auto const frames = ReadWhole(reader, Join({Bytes("0102030405"), FirstFrame(), Bytes("ffff0000 0500"),
+                                                SecondFrame(), Bytes("0500 3c00 ffff")}));
+    EXPECT_EQ(frames, (Frames{FirstFrame(), SecondFrame()}));
+    EXPECT_EQ(reader.SkippedBytes(), 5U + 6U + 6U);
+    EXPECT_EQ(reader.BufferedBytes(), 0U);
+}
+
+TEST(FrameReader, ASyncWordInGarbageMisleadsNobody)
+{
+    FrameReader reader;
+    auto const garbage = Bytes("aa ffff0000 0500 3d00 ffff0000 0600 3c00 ffff0000 bb");
+    EXPECT_EQ(ReadWhole(reader, Join({garbage, FirstFrame()})), Frames{FirstFrame()});
+    EXPECT_EQ(reader.SkippedBytes(), garbage.size());
+    EXPECT_EQ(reader.DamagedFrames(), 0U);
+}
+
+TEST(FrameReader, ImpossibleSizesAreSkippedAtOnce)
+{
+    for (std::uint32_t const size : {0U, 67U, static_cast<std::uint32_t>(MaximumFrameSize) + 1U, 0xFFFFFFFFU}) {
+        FrameReader reader;
+        reader.Feed(Join({Claim(size), FirstFrame()}));
+        EXPECT_EQ(TakeAll(reader), Frames{FirstFrame()}) << size;
+        EXPECT_EQ(reader.SkippedBytes(), 12U);
+        EXPECT_EQ(reader.DamagedFrames(), 0U);
+    }
+}
+
+TEST(FrameReader, ItsOwnLimitCountsToo)
+{
+    FrameReader reader(95);
+    EXPECT_EQ(ReadWhole(reader, Join({FirstFrame(), SecondFrame()})), Frames{SecondFrame()});
+    EXPECT_EQ(reader.SkippedBytes(), 96U);
+}
+
+TEST(FrameReader, GoesOnInsideADamagedFrame)
+{
+    // A start that claims to reach into the middle of the second of two good frames.
+    auto const claim = Claim(12 + 96 + 40);
+    FrameReader reader;
+    reader.Feed(Join({claim, FirstFrame(), SecondFrame()}));
+    // Byte 36 of the second frame, the device id 7125, is where the trailing word would be.
+    EXPECT_EQ(TakeAll(reader), (Frames{FirstFrame(), SecondFrame()}));
+    EXPECT_EQ(reader.DamagedFrames(), 1U);
+    EXPECT_EQ(reader.SkippedBytes(), 12U);
+}
+
+TEST(FrameReader, AWrongTrailingWordCostsOneFrame)
+{
+    auto damaged = FirstFrame();
+    damaged.back() = 1;
+    FrameReader reader;
+    EXPECT_EQ(ReadWhole(reader, Join({damaged, SecondFrame()})), Frames{SecondFrame()});
+    EXPECT_EQ(reader.DamagedFrames(), 1U);
+    EXPECT_EQ(reader.SkippedBytes(), 96U);
+}
+
+TEST(FrameReader, TheEndOfTheStreamFreesWhatAFalseClaimHeldBack)
+{
+    FrameReader reader;
+    reader.Feed(Join({Claim(100000), FirstFrame(), SecondFrame()}));
+    EXPECT_TRUE(TakeAll(reader).empty());
+    reader.Finish();
+    EXPECT_EQ(TakeAll(reader), (Frames{FirstFrame(), SecondFrame()}));
+    EXPECT_EQ(reader.DamagedFrames(), 1U);
+    EXPECT_EQ(reader.SkippedBytes(), 12U);
+}
+
+TEST(FrameReader, AnUnfinishedFrameAtTheEndIsDamaged)
+{
+    FrameReader reader;
+    auto const frame = FirstFrame();
+    reader.Feed(std::span(frame).first(95));
+    reader.Finish();
+    EXPECT_FALSE(reader.Next());
+    EXPECT_EQ(reader.DamagedFrames(), 1U);
+    EXPECT_EQ(reader.SkippedBytes(), 95U);
+}
+
+TEST(FrameReader, EndlessGarbageCostsNoMemory)
+{
+    std::mt19937 random(1);
+    std::vector<unsigned char> garbage(4096);
+    FrameReader reader;
+    for (int round = 0; round < 500; ++round) {
+        for (auto& byte : garbage)
+            byte = static_cast<unsigned char>(random() & 0xFFU);
+        reader.Feed(garbage);
+        EXPECT_FALSE(reader.Next());
+        ASSERT_LT(reader.BufferedBytes(), 12U);
+    }
+    EXPECT_EQ(reader.SkippedBytes() + reader.BufferedBytes(), 500U * 4096U);
+}
+
+TEST(FrameReader, AStreamOfNothingButStartsTakesLinearTime)
+{
+    // Each start claims as much as is allowed and none of them ends well: a reader that rescanned what it holds for
+    // each of them would not come to an end here.
+    std::vector<unsigned char> starts;
+    auto const claim = Claim(1U << 20);
+    while (starts.size() < 3U << 20)
+        starts.insert(starts.end(), claim.begin(), claim.end());
+    FrameReader reader;
+    for (std::size_t at = 0; at < starts.size(); at += 1000)
+        reader.Feed(std::span(starts).subspan(at, std::min<std::size_t>(1000, starts.size() - at)));
+    EXPECT_EQ(TakeAll(reader).size(), 0U);
+    EXPECT_GT(reader.DamagedFrames(), 100000U);
+    EXPECT_LE(reader.BufferedBytes(), std::size_t{1} << 20);
+    // The last of the claims end in here, none of them well.
+    reader.Feed(std::vector<unsigned char>(1U << 20, 0xEE));
+    reader.Feed(FirstFrame());
+    EXPECT_EQ(TakeAll(reader), Frames{FirstFrame()});
+    EXPECT_EQ(reader.BufferedBytes(), 0U);
+}
+
+TEST(FrameReader, ResetForgetsTheBytes)
+{
+    FrameReader reader;
+    auto const frame = FirstFrame();
+    reader.Feed(std::span(frame).first(50));
+    reader.Reset();
+    reader.Feed(SecondFrame());
+    EXPECT_EQ(TakeAll(reader), Frames{SecondFrame()});
+    EXPECT_EQ(reader.SkippedBytes(), 50U);
+}
+
+} // namespace
+
+} // namespace qx5::protocol::test
