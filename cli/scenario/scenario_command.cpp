@@ -19,13 +19,20 @@ namespace qx5::cli {
 
 namespace {
 
-enum ExitStatus { Matched = 0, Differs = 1, Unusable = 2 };
+enum ExitStatus
+{
+    Matched = 0,
+    Differs = 1,
+    Unusable = 2
+};
 
-class Command {
+class Command
+{
 public:
     Command(ScenarioOptions const& options, std::istream& input, std::ostream& out, std::ostream& err)
         : m_options(options), m_input(input), m_out(out), m_err(err)
-    {}
+    {
+    }
 
     int Run()
     {
@@ -41,9 +48,12 @@ private:
     void ReportUnusable(std::string const& file, std::string const& path, std::string const& reason)
     {
         Raise(Unusable);
-        std::string line = file + ": " + path + ": " + reason;
+        constexpr std::size_t longestPath = 200;
+        std::string line =
+            file + ": " + (path.size() > longestPath ? path.substr(0, longestPath) + "..." : path) + ": " + reason;
         // File names and reasons of the platform may hold anything; the report stays one line.
-        std::replace_if(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+        std::replace_if(
+            line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
         m_err << line << std::endl;
     }
 
@@ -101,8 +111,8 @@ private:
         JsonPath const steps(path, "steps");
         for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
             if (!IsBuilt(scenario.steps[i].kind)) {
-                throw InvalidScenario(JsonPath(steps, i), "step \"" + std::string(NameOf(scenario.steps[i].kind)) +
-                                                              "\" is not built yet");
+                throw InvalidScenario(JsonPath(steps, i),
+                                      "step \"" + std::string(NameOf(scenario.steps[i].kind)) + "\" is not built yet");
             }
         }
     }
