@@ -83,9 +83,9 @@ constexpr bool TextsDiffer()
 }
 static_assert(TextsDiffer(), "two keys have the same text");
 
-constexpr bool IsListed(Key const* key)
+constexpr bool IsListed(KeyPointer key)
 {
-    return key == nullptr || std::find(Keys.begin(), Keys.end(), key) != Keys.end();
+    return key == nullptr || std::any_of(Keys.begin(), Keys.end(), [key](Key const* listed) { return key == listed; });
 }
 
 constexpr bool EveryKeyOfARecordIsListed()
@@ -128,6 +128,8 @@ RecordLayout const* FindLayout(Carrier carrier, std::uint32_t id, std::optional<
         if (layout.size <= *payloadSize && (largest == nullptr || layout.size > largest->size))
             largest = &layout;
     }
+    if (first == nullptr && carrier == Carrier::PassThrough)
+        return FindLayout(Carrier::RemoteControl, id, payloadSize);
     return largest != nullptr ? largest : first;
 }
 

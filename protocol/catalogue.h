@@ -15,7 +15,8 @@ std::span<RecordLayout const> AllLayouts();
 std::span<Key const* const> AllKeys();
 
 /// The layout of a record, or null. Where one id has several forms, the one of that payload size is taken: the form
-/// that it fits exactly, otherwise the largest that it holds, otherwise the first.
+/// that it fits exactly, otherwise the largest that it holds, otherwise the first. A command that is passed through and
+/// has no form of its own for that has the one of the remote-control command.
 RecordLayout const* FindLayout(Carrier carrier, std::uint32_t id, std::optional<std::size_t> payloadSize = {});
 
 /// The key of that exact text, or null.

@@ -38,19 +38,33 @@ std::string Hex(std::uint64_t value, int digits)
     return text;
 }
 
+/// UTF-8 with quotes, backslashes and control characters escaped: what a terminal may be given from outside.
+std::string Escaped(std::wstring_view text)
+{
+    std::string escaped;
+    for (std::size_t begin = 0; begin < text.size(); ++begin) {
+        auto const unit = static_cast<std::uint32_t>(text[begin]);
+        if (unit == '"' || unit == '\\')
+            (escaped += '\\') += static_cast<char>(unit);
+        else if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0))
+            (escaped += "\\x") += Hex(unit, 2);
+        else if (unit < 0x7F)
+            escaped += static_cast<char>(unit);
+        else {
+            // Together with its neighbours, for where a character takes two units.
+            std::size_t end = begin + 1;
+            while (end < text.size() && static_cast<std::uint32_t>(text[end]) >= 0xA0)
+                ++end;
+            escaped += EncodeUtf8(text.substr(begin, end - begin));
+            begin = end - 1;
+        }
+    }
+    return escaped;
+}
+
 std::string Quoted(std::wstring_view text)
 {
-    std::string quoted = "\"";
-    for (char const c : EncodeUtf8(text)) {
-        auto const byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\')
-            (quoted += '\\') += c;
-        else if (byte < 0x20 || byte == 0x7F)
-            (quoted += "\\x") += Hex(byte, 2);
-        else
-            quoted += c;
-    }
-    return quoted += '"';
+    return '"' + Escaped(text) + '"';
 }
 
 template <typename Numbers>
@@ -207,9 +221,11 @@ void PrintNodes(std::span<TreeNode const> nodes, std::string const& indent, std:
             text += indent + "and more\n";
             return;
         }
-        text += indent + Narrow(node.key);
-        if (!IsEmpty(node.value))
-            text += " = " + ValueText(node.value);
+        text += indent + Escaped(node.key);
+        if (!IsEmpty(node.value)) {
+            Key const* const key = FindKey(node.key);
+            text += " = " + WithUnit(ValueText(node.value), key != nullptr ? key->unit : Unit::None);
+        }
         text += '\n';
         PrintNodes(node.children, indent + "  ", lines, text);
     }

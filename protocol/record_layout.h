@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <type_traits>
 
 namespace qx5::protocol {
 
@@ -57,6 +58,32 @@ struct Key
     std::string_view meaning = {}; ///< a few words for the manual and for `qx5 keys`
 };
 
+/// Points to a key or to none. It stands for a plain pointer and remembers by itself whether there is a key, and
+/// compares texts in constant expressions: a compiler that instruments null pointers compares no addresses there.
+class KeyPointer
+{
+public:
+    constexpr KeyPointer() = default;
+    constexpr KeyPointer(std::nullptr_t) {}
+    constexpr KeyPointer(Key const* key) : m_key(key), m_present(std::is_constant_evaluated() || key != nullptr) {}
+
+    constexpr operator Key const*() const { return m_key; }
+    constexpr Key const* operator->() const { return m_key; }
+    constexpr Key const& operator*() const { return *m_key; }
+    friend constexpr bool operator==(KeyPointer pointer, std::nullptr_t) { return !pointer.m_present; }
+    friend constexpr bool operator==(KeyPointer a, KeyPointer b)
+    {
+        if (!std::is_constant_evaluated())
+            return a.m_key == b.m_key;
+        return a.m_present == b.m_present && (!a.m_present || a.m_key->text == b.m_key->text);
+    }
+    friend constexpr bool operator==(KeyPointer a, Key const* b) { return a == KeyPointer(b); }
+
+private:
+    Key const* m_key = nullptr;
+    bool m_present = false;
+};
+
 /// How a field lies on the wire. All numbers are little-endian.
 enum class Wire : std::uint8_t
 {
@@ -97,7 +124,7 @@ enum class Convert : std::uint8_t
 /// or three numbers (Pair, Offset) has one field for each of them, told apart by `part`.
 struct Field
 {
-    Key const* key = nullptr;
+    KeyPointer key = nullptr;
     std::uint16_t offset = 0; ///< bytes from the start of the payload (or of the item)
     Wire wire = Wire::U8;
     Convert convert = Convert::None;
@@ -197,7 +224,7 @@ struct RecordLayout
     std::uint32_t itemSize = 0;
     std::span<Field const> itemFields = {};
     std::string_view tailName = {};
-    Key const* tailKey = nullptr; ///< the key whose list, text or branch the tail carries
+    KeyPointer tailKey = nullptr; ///< the key whose list, text or branch the tail carries
 };
 
 } // namespace qx5::protocol

@@ -218,7 +218,7 @@ struct RecordOptions
     Carrier carrier = Carrier::RemoteControl;
     Tail tail = Tail::None; ///< Items comes by itself with RepeatedItems
     std::string_view tailName = {};
-    Key const* tailKey = nullptr;
+    KeyPointer tailKey = nullptr;
 };
 
 /// The items that follow the fixed fields: `RepeatedItems{40, {Field{...}, ...}}`.

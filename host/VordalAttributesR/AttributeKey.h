@@ -16,14 +16,16 @@ struct TreeAccess;
 /// It refers to the text and does not own it; the text must outlive the key. Write keys that are known in advance as
 /// `inline constexpr AttributeKey Range{L"..."}`, so that the hash costs nothing when the program runs.
 /// Keys are equal when their texts are equal, character by character. Any thread; nothing here fails.
-class AttributeKey {
+class AttributeKey
+{
 public:
     constexpr AttributeKey() : AttributeKey(std::wstring_view()) {}
     constexpr AttributeKey(std::wstring_view text) : m_text(text), m_hash(HashOf(text)), m_filter(FilterOf(m_hash)) {}
     /// Null counts as the empty text.
     constexpr AttributeKey(wchar_t const* text)
         : AttributeKey(text != nullptr ? std::wstring_view(text) : std::wstring_view())
-    {}
+    {
+    }
     AttributeKey(CString const& text) : AttributeKey(text.View()) {}
     AttributeKey(std::wstring const& text) : AttributeKey(std::wstring_view(text)) {}
 
@@ -53,7 +55,8 @@ private:
     /// For a node's own key, whose hash is known.
     constexpr AttributeKey(std::wstring_view text, std::uint64_t hash)
         : m_text(text), m_hash(hash), m_filter(FilterOf(hash))
-    {}
+    {
+    }
 
     static constexpr std::uint64_t HashOf(std::wstring_view text)
     {

@@ -29,7 +29,8 @@ struct AttributeNodeHead
 };
 
 /// One node: key, value (or none) and flag word. See CAttributeMap for threads and lifetimes.
-class VORDAL_API CAttributeRec {
+class VORDAL_API CAttributeRec
+{
 public:
     CString GetKey() const { return CString(KeyText()); }
     /// The key's text, valid until the node is changed or destroyed.
@@ -77,7 +78,8 @@ protected:
 /// A tree that is written must not be used by another thread at the same time; the device's lock sees to that.
 ///
 /// Nothing here fails but for want of memory, and no depth or width is too large.
-class VORDAL_API CAttributeMap : public CAttributeRec {
+class VORDAL_API CAttributeMap : public CAttributeRec
+{
 public:
     /// An empty tree root.
     constexpr CAttributeMap() = default;
@@ -135,10 +137,7 @@ public:
         return MayHave(key) ? LookupToWrite(key, index) : nullptr;
     }
     /// Whether the child exists, with or without a value.
-    bool Has(AttributeKey const& key, int index = 0) const
-    {
-        return MayHave(key) && Lookup(key, index) != nullptr;
-    }
+    bool Has(AttributeKey const& key, int index = 0) const { return MayHave(key) && Lookup(key, index) != nullptr; }
 
     /// Number of children, of whatever key.
     int Count() const;
@@ -163,7 +162,8 @@ public:
     bool GetAttribValue(AttributeKey const& key, bool& value, unsigned int& flags) const;
 
     /// Walks the children in order: `for (CAttributeMap const& child : tree)`. The tree must not change meanwhile.
-    class const_iterator {
+    class const_iterator
+    {
     public:
         using iterator_category = std::input_iterator_tag;
         using value_type = CAttributeMap;

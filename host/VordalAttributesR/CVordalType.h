@@ -35,7 +35,8 @@ enum class VordalKind
 /// A getter writes its out argument and reports success only when the value is of that kind; otherwise the argument
 /// is left untouched, so callers preset it. No getter converts: an integer read as a double fails.
 /// A value on the heap belongs to whoever made it until a node takes it (`CAttributeMap`, `ReplaceValue`).
-class VORDAL_API CVordalType {
+class VORDAL_API CVordalType
+{
 public:
     constexpr CVordalType() = default;
     constexpr CVordalType(CVordalType const&) noexcept {}
@@ -92,7 +93,8 @@ private:
 };
 
 /// A signed 32-bit integer.
-class VORDAL_API CVordalInt final : public CVordalType {
+class VORDAL_API CVordalInt final : public CVordalType
+{
 public:
     explicit CVordalInt(int value) : m_value(value) {}
     int GetInt(int& value) const override;
@@ -106,7 +108,8 @@ private:
 };
 
 /// An unsigned 32-bit integer.
-class VORDAL_API CVordalUInt final : public CVordalType {
+class VORDAL_API CVordalUInt final : public CVordalType
+{
 public:
     explicit CVordalUInt(unsigned int value) : m_value(value) {}
     int GetUInt(unsigned int& value) const override;
@@ -120,7 +123,8 @@ private:
 };
 
 /// A signed 64-bit integer.
-class VORDAL_API CVordalInt64 final : public CVordalType {
+class VORDAL_API CVordalInt64 final : public CVordalType
+{
 public:
     explicit CVordalInt64(std::int64_t value) : m_value(value) {}
     int GetInt64(std::int64_t& value) const override;
@@ -134,7 +138,8 @@ private:
 };
 
 /// A truth value.
-class VORDAL_API CVordalBool final : public CVordalType {
+class VORDAL_API CVordalBool final : public CVordalType
+{
 public:
     explicit CVordalBool(bool value) : m_value(value) {}
     int GetBool(bool& value) const override;
@@ -148,7 +153,8 @@ private:
 };
 
 /// A double; NaN and the infinities are values like any other.
-class VORDAL_API CVordalDouble final : public CVordalType {
+class VORDAL_API CVordalDouble final : public CVordalType
+{
 public:
     explicit CVordalDouble(double value) : m_value(value) {}
     int GetDouble(double& value) const override;
@@ -162,7 +168,8 @@ private:
 };
 
 /// A pair of doubles.
-class VORDAL_API CVordalDouble2D final : public CVordalType {
+class VORDAL_API CVordalDouble2D final : public CVordalType
+{
 public:
     CVordalDouble2D(double first, double second) : m_first(first), m_second(second) {}
     int GetPair(double& first, double& second) const override;
@@ -177,7 +184,8 @@ private:
 };
 
 /// A reference to a data item.
-class VORDAL_API CVordalDataInfo final : public CVordalType {
+class VORDAL_API CVordalDataInfo final : public CVordalType
+{
 public:
     /// The two numbers narrow the reference to an item; 65535 for both means the whole stream.
     CVordalDataInfo(CDataId const& id, unsigned short first, unsigned short second);
@@ -193,7 +201,8 @@ private:
 };
 
 /// A wide text. (`CVordalString` is the host's splitter of delimited texts, not a value.)
-class VORDAL_API CVordalText final : public CVordalType {
+class VORDAL_API CVordalText final : public CVordalType
+{
 public:
     explicit CVordalText(CString value) : m_value(std::move(value)) {}
     int GetString(CString& value) const override;
@@ -207,7 +216,8 @@ private:
 };
 
 /// A list of signed 32-bit integers; it may be empty.
-class VORDAL_API CVordalIntList final : public CVordalType {
+class VORDAL_API CVordalIntList final : public CVordalType
+{
 public:
     explicit CVordalIntList(std::vector<int> value) : m_value(std::move(value)) {}
     int GetIntList(std::vector<int>& value) const override;
@@ -221,7 +231,8 @@ private:
 };
 
 /// A list of doubles; it may be empty.
-class VORDAL_API CVordalDoubleList final : public CVordalType {
+class VORDAL_API CVordalDoubleList final : public CVordalType
+{
 public:
     explicit CVordalDoubleList(std::vector<double> value) : m_value(std::move(value)) {}
     int GetDoubleList(std::vector<double>& value) const override;
@@ -235,7 +246,8 @@ private:
 };
 
 /// A three-axis offset, in metres.
-class VORDAL_API CVordalOffset final : public CVordalType {
+class VORDAL_API CVordalOffset final : public CVordalType
+{
 public:
     explicit CVordalOffset(CCompOffset const& value) : m_value(value) {}
     int GetOffset(CCompOffset& value) const override;
@@ -250,7 +262,8 @@ private:
 
 /// Makes values on the heap, each of the kind that its argument has. The caller owns the result and usually hands it
 /// to a node at once. Any thread; nothing fails but for want of memory.
-class VORDAL_API VordalTypeCreator {
+class VORDAL_API VordalTypeCreator
+{
 public:
     static CVordalType* MakeValue(int value);
     static CVordalType* MakeValue(unsigned int value);

@@ -13,7 +13,8 @@ namespace keys {
 
 inline constexpr Key DeviceEnum{L"DeviceEnum", Kind::Int, Unit::None, "number of the active projector"};
 inline constexpr Key DeviceId{L"DeviceId", Kind::Int, Unit::None, "device number of the sonar, 0 when unknown"};
-inline constexpr Key x5SystemIDH{L"x5SystemIDH", Kind::Bool, Unit::None, "the sonar is an integrated dual-head system"};
+inline constexpr Key x5SystemIDH{L"x5SystemIDH", Kind::Bool, Unit::None,
+                                 "the system is of the kind that couples no slave head"};
 inline constexpr Key x5Range{L"x5Range", Kind::Double, Unit::Metre, "range that the sonar listens to"};
 inline constexpr Key x5Gain{L"x5Gain", Kind::Double, Unit::Decibel, "receiver gain"};
 inline constexpr Key x5SoundVelocity{L"x5SoundVelocity", Kind::Double, Unit::MetrePerSecond, "sound velocity at the sonar head"};

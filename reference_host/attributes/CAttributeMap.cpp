@@ -13,7 +13,10 @@ std::wstring_view CAttributeRec::KeyText() const
     return m_node != nullptr ? TreeAccess::Node(*this)->Key() : std::wstring_view();
 }
 
-void CAttributeRec::SetFlags(unsigned int flags) { TreeAccess::Own(*this).flags = flags; }
+void CAttributeRec::SetFlags(unsigned int flags)
+{
+    TreeAccess::Own(*this).flags = flags;
+}
 
 void CAttributeRec::SetValue(CVordalType const& value)
 {
@@ -41,7 +44,10 @@ CAttributeMap::CAttributeMap(AttributeKey const& key, CVordalType* value, unsign
     ReplaceValue(value);
 }
 
-void CAttributeMap::CopyFrom(CAttributeMap const& other) { m_node = AttributeNode::Share(TreeAccess::Node(other)); }
+void CAttributeMap::CopyFrom(CAttributeMap const& other)
+{
+    m_node = AttributeNode::Share(TreeAccess::Node(other));
+}
 
 void CAttributeMap::MoveFrom(CAttributeMap& other) noexcept
 {
@@ -52,7 +58,10 @@ void CAttributeMap::MoveFrom(CAttributeMap& other) noexcept
     }
 }
 
-void CAttributeMap::Release() noexcept { AttributeNode::Release(TreeAccess::Node(*this)); }
+void CAttributeMap::Release() noexcept
+{
+    AttributeNode::Release(TreeAccess::Node(*this));
+}
 
 CAttributeMap& CAttributeMap::operator=(CAttributeMap const& other)
 {
@@ -169,7 +178,10 @@ CAttributeMap* CAttributeMap::LookupToWrite(AttributeKey const& key, int index)
     return place != AttributeIndex::NoPlace ? &TreeAccess::Own(*this).ExposeSlot(place) : nullptr;
 }
 
-int CAttributeMap::Count() const { return m_node != nullptr ? static_cast<int>(TreeAccess::Node(*this)->childCount) : 0; }
+int CAttributeMap::Count() const
+{
+    return m_node != nullptr ? static_cast<int>(TreeAccess::Node(*this)->childCount) : 0;
+}
 
 int CAttributeMap::CountOf(AttributeKey const& key) const
 {

@@ -15,8 +15,14 @@ constexpr std::uint32_t PlaceOf(std::uint32_t chunk, std::uint32_t slot)
 {
     return chunk * AttributeChunk::MaxCapacity + slot;
 }
-constexpr std::uint32_t ChunkOf(std::uint32_t place) { return place / AttributeChunk::MaxCapacity; }
-constexpr std::uint32_t SlotOf(std::uint32_t place) { return place % AttributeChunk::MaxCapacity; }
+constexpr std::uint32_t ChunkOf(std::uint32_t place)
+{
+    return place / AttributeChunk::MaxCapacity;
+}
+constexpr std::uint32_t SlotOf(std::uint32_t place)
+{
+    return place % AttributeChunk::MaxCapacity;
+}
 
 /// Says whether the caller held the last reference.
 bool DropReference(std::atomic<std::uint32_t>& references)
@@ -245,8 +251,7 @@ void AttributeNode::Release(AttributeNode* node) noexcept
     }
 }
 
-AttributeNode* AttributeNode::CloneWithoutChildren(AttributeNode const& node, std::wstring_view key,
-                                                   std::uint64_t hash)
+AttributeNode* AttributeNode::CloneWithoutChildren(AttributeNode const& node, std::wstring_view key, std::uint64_t hash)
 {
     auto* copy = Create(key, hash);
     copy->flags = node.flags;

@@ -55,7 +55,8 @@ struct AttributePage
 };
 
 /// Finds (hash of key, occurrence) among many children: open addressing, no deletion but by marking.
-class AttributeIndex {
+class alignas(std::uint64_t) AttributeIndex
+{
 public:
     static constexpr std::uint32_t NoPlace = 0xFFFFFFFFU;
 
@@ -94,7 +95,6 @@ private:
     std::uint32_t m_mask = 0;
     /// Entries ever taken, marked ones included.
     std::uint32_t m_taken = 0;
-    std::uint32_t m_reserved = 0;
 };
 
 struct AttributeGroup

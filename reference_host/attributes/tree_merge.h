@@ -15,7 +15,8 @@ namespace vordal {
 /// - a node with neither only makes sure that its occurrence exists.
 /// Key, value and flags of the two roots play no part. What `given` says already and in the same way is not touched,
 /// so it goes on being shared with copies. References that the contract's operations handed out stay valid, and the
-/// merge itself hands out none, so copies of `into` stay cheap. `given` may be a part of `into`, not the reverse. Any depth.
+/// merge itself hands out none, so copies of `into` stay cheap. `given` may be a part of `into`, not the reverse. Any
+/// depth.
 VORDAL_API void Merge(CAttributeMap& into, CAttributeMap const& given);
 
 /// Gives the first child of that key the value and flags, appended when missing, with nothing handed out: later copies

@@ -1,11 +1,13 @@
 // A device that the host creates from its project: its life, and requests that a plain device has no use for.
 #include <vordalhostdllR/Device.h>
 
-#include "reference_host/attributes/tree_merge.h"
+#include <VordalBaseR/FileObject.h>
+
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
 
 #include <mutex>
+#include <utility>
 
 Device::Device() = default;
 Device::~Device() = default;
@@ -23,14 +25,14 @@ bool Device::Create(CDataId const& dataId, BaseDataSource*)
 
 void Device::StopDevice() {}
 
-bool Device::LoadAttribs(CString, FileObject*)
+bool Device::LoadAttribs(CString name, FileObject* file)
 {
-    auto const* const tree = Internals().toLoad;
-    if (tree == nullptr) {
+    CAttributeMap tree;
+    if (file == nullptr || !file->GetAttributeMap(name, tree)) {
         return false;
     }
     std::lock_guard const lock(m_criticalSection);
-    *m_attributes = *tree;
+    *m_attributes = std::move(tree);
     return true;
 }
 

@@ -9,6 +9,7 @@
 #include "reference_host/host/host_state.h"
 #include "reference_host/host/log.h"
 
+#include <VordalBaseR/FileObject.h>
 #include <VordalSubscriberR/GeneralSubKeys.h>
 #include <tvcoreR/Utf8.h>
 
@@ -112,6 +113,9 @@ BaseDataSource* FindBuffer(CDataId const& id)
     auto* const state = CurrentState();
     return state != nullptr ? state->FindBuffer(id, false) : nullptr;
 }
+
+HostState::HostState(Threading mode) : threading(mode) {}
+HostState::~HostState() = default;
 
 Device* HostState::FindDevice(CDataId const& id) const
 {
@@ -439,17 +443,12 @@ bool Host::MergeIntoComputation(CDataId const& dataId, CAttributeMap const& tree
 
 bool Host::LoadDevice(Device& device, CAttributeMap const& tree)
 {
-    struct Offer {
-        Offer(DeviceInternals& of, CAttributeMap const* offered) : internals(of) { internals.toLoad = offered; }
-        Offer(Offer const&) = delete;
-        Offer& operator=(Offer const&) = delete;
-        ~Offer() { internals.toLoad = nullptr; }
-        DeviceInternals& internals;
-    };
+    auto const& name = device.GetDeviceName();
+    FileObject file;
+    file.CreateSection(name);
+    file.SetAttributeMap(name, tree);
+    bool const loaded = device.LoadAttribs(name, &file);
     auto& internals = device.Internals();
-    CAttributeMap const offered(tree);
-    Offer const offer(internals, &offered);
-    bool const loaded = device.LoadAttribs(device.GetDeviceName(), nullptr);
     std::lock_guard const lock(*internals.lock);
     ForgetReferences(internals.tree);
     return loaded;

@@ -21,6 +21,7 @@
 #include <vector>
 
 class BaseIOHandler;
+class CBaseVessel;
 
 namespace vordal {
 

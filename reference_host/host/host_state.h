@@ -24,7 +24,7 @@ namespace vordal {
 class StreamBuffer;
 
 /// The four fields of an id in one number, for look-ups.
-constexpr std::uint64_t PackedId(CDataId const& id)
+inline std::uint64_t PackedId(CDataId const& id)
 {
     return std::uint64_t{id.GetType()} << 48 | std::uint64_t{id.GetGroupId()} << 32 |
            std::uint64_t{id.GetDeviceNum()} << 16 | std::uint64_t{id.GetVessel()};
@@ -53,8 +53,6 @@ struct DeviceInternals {
     std::atomic<bool> enabled{true};
     std::atomic<bool> timeOutDisabled{false};
     std::atomic<BaseIOHandler*> port{nullptr};
-    /// The tree that the next LoadAttribs takes up, set by Host::LoadDevice; host thread.
-    CAttributeMap const* toLoad = nullptr;
 };
 
 class Computation final : public Compform {
@@ -89,7 +87,10 @@ private:
 };
 
 struct HostState {
-    explicit HostState(Threading mode) : threading(mode) {}
+    explicit HostState(Threading mode);
+    HostState(HostState const&) = delete;
+    HostState& operator=(HostState const&) = delete;
+    ~HostState();
 
     struct DeviceEntry {
         CDataId id;

@@ -21,6 +21,8 @@ TEST(Catalogue, FindsARecordByCarrierAndId)
     EXPECT_EQ(FindLayout(Carrier::RemoteControl, 4711), nullptr);
     EXPECT_EQ(FindLayout(Carrier::RemoteControl, 1003, 17), range);
     EXPECT_EQ(FindLayout(Carrier::RemoteControl, 1003, 4), range);
+    EXPECT_EQ(FindLayout(Carrier::PassThrough, 1003, 4), range);
+    EXPECT_EQ(FindLayout(Carrier::PassThrough, 4711, 4), nullptr);
 }
 
 TEST(Catalogue, FindsAKeyByItsText)

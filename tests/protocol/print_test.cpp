@@ -96,7 +96,7 @@ TEST(Print, ATree)
     auto const payload =
         EncodeTree(std::vector<TreeNode>{{L"x5Range", 50.0, {}}, {L"branch", {}, {{L"flag", true, {}}}}}, error);
     ASSERT_TRUE(payload);
-    EXPECT_EQ(PrintPayload(Carrier::Data, 90010, *payload, "  "), "  x5Range = 50\n  branch\n    flag = true\n");
+    EXPECT_EQ(PrintPayload(Carrier::Data, 90010, *payload, "  "), "  x5Range = 50 m\n  branch\n    flag = true\n");
     EXPECT_EQ(PrintPayload(Carrier::Data, 90010, Bytes("01000000"), ""),
               "damaged: the bytes end early at byte 4\n"
               "000000  01 00 00 00                                      ....\n");
@@ -109,6 +109,16 @@ TEST(Print, APassThroughCommand)
     EXPECT_EQ(PrintPayload(Carrier::RemoteControl, 90002, payload, ""),
               "passes command 4711 unknown to device 9100, enumerator 0\n"
               "  000000  01 02                                            ..\n");
+}
+
+TEST(Print, TextsFromOutsideAreEscaped)
+{
+    EXPECT_EQ(ValueText(std::wstring(L"a\"b\\c\x1B[2J\u009B\u00B5\U0001F600z")),
+              "\"a\\\"b\\\\c\\x1b[2J\\x9b\xC2\xB5\xF0\x9F\x98\x80z\"");
+    std::string error;
+    auto const payload = EncodeTree(std::vector<TreeNode>{{L"\x1B[2J", {}, {}}}, error);
+    ASSERT_TRUE(payload);
+    EXPECT_EQ(PrintPayload(Carrier::Data, 90010, *payload, ""), "\\x1b[2J\n");
 }
 
 TEST(Print, Numbers)

@@ -189,6 +189,7 @@ TEST(RecordTable, GivesALayoutThatPointsIntoIt)
     EXPECT_EQ(layout.itemFields.data(), table.ItemFields().data());
     EXPECT_EQ(layout.tailName, "items");
     EXPECT_EQ(layout.tailKey, &BranchKey);
+    static_assert(table.FieldOf(RealKey).offset == 0);
     EXPECT_EQ(FindField(layout, RealKey), &table.FieldOf(RealKey));
     EXPECT_EQ(FindField(layout, IntKey), nullptr);
     EXPECT_THROW(table.FieldOf(IntKey), std::logic_error);

@@ -140,7 +140,10 @@ TEST(Values, TextsDoNotFollowTheLocale)
     std::setlocale(LC_ALL, "C");
 }
 
-VordalKind KindOf(CVordalType* made) { return Owned(made)->Kind(); }
+VordalKind KindOf(CVordalType* made)
+{
+    return Owned(made)->Kind();
+}
 
 TEST(Factory, MakesTheKindOfItsArgument)
 {
@@ -161,7 +164,10 @@ TEST(Factory, MakesTheKindOfItsArgument)
 }
 
 template <typename T>
-concept CanMake = requires(T value) { VordalTypeCreator::MakeValue(value); };
+concept CanMake = requires(T value)
+{
+    VordalTypeCreator::MakeValue(value);
+};
 static_assert(CanMake<char*> && CanMake<wchar_t const*> && !CanMake<void*> && !CanMake<int const*>);
 
 std::wstring Narrow(char const* bytes)

@@ -419,6 +419,39 @@ TEST(Wide, AsAQueueItKeepsOrderAndSize)
     EXPECT_EQ(tree.Count(), 100);
 }
 
+TEST(Collisions, KeysOfOneHashStayApart)
+{
+    // Two texts that the hash cannot tell from one another.
+    static constexpr AttributeKey One{L"\u0103\u0200a"};
+    static constexpr AttributeKey Other{L"\u0100\u029A\U000D6348"};
+    static_assert(One.Hash() == Other.Hash());
+    for (int before : {0, 200}) {
+        CAttributeMap tree;
+        for (int i = 0; i < before; ++i) {
+            tree.Append(CAttributeMap(CString(L"k" + std::to_wstring(i)), VordalTypeCreator::MakeValue(i)));
+        }
+        tree.Add(One, CVordalInt(1), 0);
+        EXPECT_FALSE(tree.Has(Other));
+        EXPECT_EQ(tree.Count(Other), 0);
+        tree.FindCreate(Other, 1).SetValue(CVordalInt(2));
+        tree.Add(One, CVordalInt(3), 0);
+        EXPECT_EQ(tree.Count(One), 2);
+        EXPECT_EQ(tree.Count(Other), 2);
+        EXPECT_EQ(IntAt(tree, One, 1), 3);
+        EXPECT_EQ(IntAt(tree, Other, 1), 2);
+        CAttributeMap const copy(tree);
+        EXPECT_TRUE(tree.Remove(Other, 0));
+        EXPECT_EQ(IntAt(tree, Other, 0), 2);
+        EXPECT_EQ(IntAt(tree, One, 0), 1);
+        EXPECT_EQ(copy.Count(Other), 2);
+        CAttributeMap merged(tree);
+        vordal::Merge(merged, copy);
+        // The leaf sets the first of its key, so no second one comes back.
+        EXPECT_EQ(merged.Count(), before + 3);
+        EXPECT_EQ(IntAt(merged, One, 1), 3);
+    }
+}
+
 TEST(Deep, ChainsAreBuiltCopiedComparedMergedAndDestroyed)
 {
     constexpr int Depth = 100000;

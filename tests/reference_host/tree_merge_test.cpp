@@ -7,10 +7,14 @@
 
 namespace {
 
-CAttributeMap Leaf(AttributeKey const& key, int value) { return {key, VordalTypeCreator::MakeValue(value)}; }
+CAttributeMap Leaf(AttributeKey const& key, int value)
+{
+    return {key, VordalTypeCreator::MakeValue(value)};
+}
 
 /// A node with these children.
-CAttributeMap Branch(AttributeKey const& key, std::initializer_list<CAttributeMap> children, CVordalType* value = nullptr)
+CAttributeMap Branch(AttributeKey const& key, std::initializer_list<CAttributeMap> children,
+                     CVordalType* value = nullptr)
 {
     CAttributeMap node(key, value);
     for (auto const& child : children) {
@@ -19,7 +23,10 @@ CAttributeMap Branch(AttributeKey const& key, std::initializer_list<CAttributeMa
     return node;
 }
 
-CAttributeMap Tree(std::initializer_list<CAttributeMap> children) { return Branch(L"", children); }
+CAttributeMap Tree(std::initializer_list<CAttributeMap> children)
+{
+    return Branch(L"", children);
+}
 
 std::string Merged(CAttributeMap into, CAttributeMap const& given)
 {
@@ -76,8 +83,7 @@ TEST(Merge, AMissingOccurrenceIsCreatedWithThoseBefore)
 TEST(Merge, ABranchSetsItsValueTooIfItHasOne)
 {
     auto const into = Tree({Branch(L"s", {Leaf(L"x", 1)}, VordalTypeCreator::MakeValue(1))});
-    EXPECT_EQ(Merged(into, Tree({Branch(L"s", {Leaf(L"x", 2)}, VordalTypeCreator::MakeValue(7))})),
-              "s = 7\n  x = 2\n");
+    EXPECT_EQ(Merged(into, Tree({Branch(L"s", {Leaf(L"x", 2)}, VordalTypeCreator::MakeValue(7))})), "s = 7\n  x = 2\n");
     EXPECT_EQ(Merged(into, Tree({Branch(L"s", {Leaf(L"x", 2)})})), "s = 1\n  x = 2\n");
 }
 

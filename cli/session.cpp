@@ -1,0 +1,224 @@
+// A live host with the plug-in and one sonar on a TCP connection.
+#include "session.h"
+
+#include "platform/executable_path.h"
+
+#include <vordalhostdllR/DataManager.h>
+
+#include <protocol/frame.h>
+#include <protocol/house_records.h>
+
+#include "reference_host/attributes/host_keys.h"
+
+#include <charconv>
+#include <filesystem>
+
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+namespace {
+
+constexpr wchar_t const* deviceClass = L"QX5SonarConfigurationControlDevice";
+constexpr char const* moduleName = "QX5SonarConfiguration.so";
+
+CDataId SonarId()
+{
+    return CDataId(1, 78, 1, 1);
+}
+
+} // namespace
+
+bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& port, std::string& error)
+{
+    std::size_t const colon = text.rfind(':');
+    std::string_view const number = colon == std::string::npos ? std::string_view() : std::string_view(text).substr(colon + 1);
+    unsigned value = 0;
+    auto const [end, problem] = std::from_chars(number.data(), number.data() + number.size(), value);
+    host = text.substr(0, colon);
+    if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
+        host = host.substr(1, host.size() - 2);
+    }
+    if (number.empty() || problem != std::errc() || end != number.data() + number.size() || value == 0 || value > 65535 ||
+        host.empty()) {
+        error = fmt::format("'{}' is no HOST:PORT; write for example 127.0.0.1:7000", text);
+        return false;
+    }
+    port = static_cast<std::uint16_t>(value);
+    return true;
+}
+
+std::string PluginPath(std::string const& told)
+{
+    if (!told.empty()) {
+        return told;
+    }
+    std::filesystem::path const libraries = ExecutablePath().parent_path().parent_path() / "lib";
+    std::filesystem::path const installed = libraries / "qx5" / moduleName;
+    std::error_code problem;
+    return (std::filesystem::exists(installed, problem) ? installed : libraries / moduleName).string();
+}
+
+/// Turns the frames of the link into events.
+class Session::Monitor final : public vordal::LinkObserver {
+public:
+    explicit Monitor(Session& session) : m_session(session) {}
+
+    void OnTrace(vordal::LinkTrace const& trace) override
+    {
+        m_session.Tell({trace.outgoing ? SessionEvent::Kind::Sent : SessionEvent::Kind::Received,
+                        {trace.frame.begin(), trace.frame.end()},
+                        {},
+                        0});
+    }
+
+private:
+    Session& m_session;
+};
+
+Session::Session(Listener listener) : m_listener(std::move(listener))
+{
+    m_host.SetTraffic(&m_traffic);
+    m_host.SetObserver(this);
+    m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+}
+
+Session::~Session()
+{
+    // First the connection, then the device, then the code that the device is made of.
+    if (m_port != nullptr) {
+        m_port->Close();
+    }
+    m_host.RunAndWait([this] { m_host.RemoveAllDevices(); });
+    m_host.Stop();
+    m_port.reset();
+    m_plugin.reset();
+}
+
+bool Session::LoadPlugin(std::string const& path, std::string& error)
+{
+    bool loaded = false;
+    m_host.RunAndWait([&] {
+        m_plugin = vordal::PlugIn::Load(path, error);
+        if (m_plugin == nullptr) {
+            return;
+        }
+        m_plugin->RegisterDevices();
+        std::unique_ptr<Device> device = m_host.MakeDevice(deviceClass);
+        if (device == nullptr) {
+            error = fmt::format("{}: the plug-in does not offer the sonar's device class", path);
+            return;
+        }
+        m_device = m_host.AddDevice(std::move(device), SonarId(), L"sonar");
+        loaded = m_device != nullptr;
+    });
+    return loaded;
+}
+
+void Session::Connect(std::string const& host, std::uint16_t port, CAttributeMap const& stored)
+{
+    vordal::LinkOptions options;
+    options.host = host;
+    options.port = port;
+    m_port = std::make_unique<vordal::X5Port>(m_host, m_linkThread, L"port-1", options);
+    m_port->GetLink().SetObserver(std::make_shared<Monitor>(*this));
+    m_port->SetStatusListener([this](vordal::LinkStatus const& status) {
+        {
+            std::lock_guard const lock(m_stateMutex);
+            m_status = status;
+        }
+        m_stateChanged.notify_all();
+    });
+    m_host.RunAndWait([&] {
+        m_host.ReplaceAttributes(*m_device, stored);
+        m_device->SetPortName(L"port-1");
+        m_host.SetPort(*m_device, m_port.get());
+    });
+    m_port->Open();
+}
+
+bool Session::WaitForConnection(std::chrono::milliseconds limit, std::string& error)
+{
+    std::unique_lock lock(m_stateMutex);
+    bool const connected = m_stateChanged.wait_for(
+        lock, limit, [this] { return m_status.state == vordal::LinkState::Connected || !m_status.reason.empty(); });
+    if (connected && m_status.state == vordal::LinkState::Connected) {
+        return true;
+    }
+    error = m_status.reason.empty() ? fmt::format("no answer within {} ms", limit.count()) : m_status.reason;
+    return false;
+}
+
+void Session::WaitForIntroduction(std::chrono::milliseconds limit)
+{
+    std::unique_lock lock(m_stateMutex);
+    if (m_stateChanged.wait_for(lock, limit, [this] { return m_introduced; })) {
+        lock.unlock();
+        // What has arrived is in the tree once the host thread has come so far.
+        m_host.RunAndWait([] {});
+    }
+}
+
+bool Session::WaitUntilSent(std::chrono::milliseconds limit)
+{
+    auto const deadline = std::chrono::steady_clock::now() + limit;
+    while (m_port->GetLink().GetQueuedBytes() != 0) {
+        if (std::chrono::steady_clock::now() > deadline || !m_port->GetLink().IsConnected()) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+bool Session::Request(CAttributeMap const& request)
+{
+    CAttributeMap tree;
+    *tree.Add(vordal::keys::Request) = request;
+    m_requestFailed = false;
+    m_host.RunAndWait([&] { DataManager::GetDataManager().SetAttributeMap(SonarId(), tree, 4, false); });
+    return !m_requestFailed;
+}
+
+CAttributeMap Session::Attributes()
+{
+    CAttributeMap tree;
+    DataManager::GetDataManager().GetAttributeMap(SonarId(), tree);
+    return tree;
+}
+
+vordal::LinkCounters Session::Counters() const
+{
+    return m_port->GetLink().GetCounters();
+}
+
+void Session::OnEcho(BaseDevice&, CAttributeMap const& tree, unsigned flags)
+{
+    Tell({SessionEvent::Kind::Echoed, {}, tree, flags});
+}
+
+void Session::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr)
+{
+    m_requestFailed = true;
+}
+
+void Session::Tell(SessionEvent const& event)
+{
+    {
+        std::lock_guard const lock(m_listenerMutex);
+        m_listener(event);
+    }
+    if (event.kind != SessionEvent::Kind::Received) {
+        return;
+    }
+    auto const frame = protocol::ParseFrame(event.frame);
+    if (frame && frame->header.recordId == protocol::records::AttributeTree.Id()) {
+        {
+            std::lock_guard const lock(m_stateMutex);
+            m_introduced = true;
+        }
+        m_stateChanged.notify_all();
+    }
+}
+
+} // namespace qx5::cli

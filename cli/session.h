@@ -1,0 +1,93 @@
+// A live host with the plug-in and one sonar on a TCP connection, as `qx5 run` and `qx5 send` need it.
+#pragma once
+
+#include "reference_host/host/host.h"
+#include "reference_host/host/host_observer.h"
+#include "reference_host/link/live_traffic.h"
+#include "reference_host/link/sonar_link.h"
+#include "reference_host/link/x5_port.h"
+#include "reference_host/loader/plugin_loader.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace qx5::cli {
+
+/// Splits "HOST:PORT" (also "[::1]:7000"); false and one line in `error` when it is none.
+bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& port, std::string& error);
+
+/// The plug-in to load: `told` if it is not empty, otherwise the module that lies beside this program.
+std::string PluginPath(std::string const& told);
+
+/// What a session saw, in the order in which it happened.
+struct SessionEvent {
+    enum class Kind {
+        Sent,     ///< a frame left
+        Echoed,   ///< the plug-in reported what was asked for
+        Received, ///< a frame arrived
+    };
+    Kind kind;
+    std::vector<unsigned char> frame; ///< of Sent and Received
+    CAttributeMap tree;               ///< of Echoed
+    unsigned flags = 0;               ///< of Echoed
+};
+
+/// Loads the plug-in, makes one sonar device and connects it. Used from one thread; events come from others.
+class Session final : private vordal::HostObserver {
+public:
+    using Listener = std::function<void(SessionEvent const&)>;
+
+    /// `listener` is called for each event, one call at a time, from any thread; it must not call the session.
+    explicit Session(Listener listener);
+    Session(Session const&) = delete;
+    Session& operator=(Session const&) = delete;
+    ~Session() override;
+
+    /// False, and one line in `error`, when the plug-in or its device class cannot be had.
+    bool LoadPlugin(std::string const& path, std::string& error);
+    /// Puts the tree in place, begins to connect, and returns.
+    void Connect(std::string const& host, std::uint16_t port, CAttributeMap const& stored);
+    /// Waits until the connection stands; false, and why, when it does not within the limit.
+    bool WaitForConnection(std::chrono::milliseconds limit, std::string& error);
+    /// Waits until the sonar has told of itself, or the limit is over.
+    void WaitForIntroduction(std::chrono::milliseconds limit);
+    /// Waits until all that was sent has been taken by the system; false when it was not within the limit.
+    bool WaitUntilSent(std::chrono::milliseconds limit);
+
+    /// Hands the request to the device as a view does, and returns when the device has carried it out. False when an
+    /// exception ended it; it has been logged.
+    bool Request(CAttributeMap const& request);
+    /// The device's tree as it stands.
+    CAttributeMap Attributes();
+    vordal::LinkCounters Counters() const;
+
+private:
+    class Monitor;
+
+    void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) override;
+    void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
+    void Tell(SessionEvent const& event);
+
+    Listener m_listener;
+    std::mutex m_listenerMutex;
+
+    std::mutex m_stateMutex;
+    std::condition_variable m_stateChanged;
+    vordal::LinkStatus m_status;
+    bool m_introduced = false;
+    bool m_requestFailed = false;
+
+    vordal::LiveTraffic m_traffic;
+    vordal::Host m_host{vordal::Threading::Threaded};
+    vordal::LinkThread m_linkThread;
+    std::unique_ptr<vordal::PlugIn> m_plugin;
+    std::unique_ptr<vordal::X5Port> m_port;
+    Device* m_device = nullptr;
+};
+
+} // namespace qx5::cli
