@@ -228,9 +228,9 @@ int Run(RunOptions const& options)
         return Complain(ExitFailed, error);
     }
     fmt::print("The host has loaded the plug-in.\n");
-    session.Connect(host, port, {});
+    session.Connect(host, port);
     if (!session.WaitForConnection(5s, error)) {
-        return Complain(ExitFailed, fmt::format("no connection to {}:{}: {}", host, port, error));
+        return Complain(ExitFailed, fmt::format("no connection to the sonar: {}", error));
     }
     session.WaitForIntroduction(1s);
     std::string const tree = vordal::TreeText(session.Attributes());
