@@ -204,7 +204,7 @@ inline constexpr auto Answers = std::to_array<RecordAnswer>({
     {1504, "list of forwarded records", false, {1500, 1501, 1502, 1504}},
     {3006, "single-beam settings", false, {1058, 3002, 10001, 10005, 10007, 10008}},
     {7001, "configuration", true},
-    {7002, "pulse", false, {1006, 1007, 1019, 1026, 1027, 14002}},
+    {7002, "pulse", false, {1006, 1007, 1019, 1026, 1027, 14002}, {&protocol::keys::x5FMSweep, &protocol::keys::x5FMSweepNegative}},
     {7025, "installation", false, {1020, 1047, 1037, 1057}},
     {7052, "sensor inputs", false, {1602, 1604, 1605, 1607, 1608, 1610}},
     {7055, "calibration", false, {1002}},

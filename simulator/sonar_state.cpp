@@ -551,7 +551,8 @@ void SonarState::Read(Understood& record)
         if (field.field->key == nullptr && field.field->constant == 0 && !protocol::IsEmpty(field.wire))
             record.fields.emplace_back(field.field->name, field.wire);
     }
-    if (record.layout->tailKey != nullptr && !protocol::IsEmpty(unpacked.tail))
+    if (record.layout->tailKey != nullptr && !protocol::IsEmpty(unpacked.tail) &&
+        unpacked.tailBytes.size() <= MaximumKeptTail)
         record.values.emplace_back(record.layout->tailKey, std::move(unpacked.tail));
 
     // What the tables cannot turn back, because it takes the sonar's own settings to do so.
@@ -574,6 +575,12 @@ void SonarState::Read(Understood& record)
         if (spacing > 0.0)
             record.values.emplace_back(&keys::x5ConstantSpacing, spacing);
         record.values.emplace_back(&keys::x5ConstantSpacingEnabled, spacing > 0.0);
+    } else if (record.layout->id == records::FMSweep.Id()) {
+        auto const start = protocol::UnpackField(records::SweepStart, record.payload).wire;
+        auto const stop = protocol::UnpackField(records::SweepStop, record.payload).wire;
+        double const width = std::get<double>(stop) - std::get<double>(start); // Hz
+        record.values.emplace_back(&keys::x5FMSweep, std::abs(width) / 1000.0);
+        record.values.emplace_back(&keys::x5FMSweepNegative, width < 0.0);
     }
     // Flags say which of the numbers are meant.
     if (record.layout->id == records::ManualSoundVelocity.Id()) {

@@ -74,6 +74,7 @@ inline constexpr std::size_t MaximumKeptPayload = 256;
 inline constexpr std::size_t MaximumKeptRecords = 1024; ///< different ids; those beyond are only counted together
 inline constexpr std::size_t MaximumKeptUnits = 64;     ///< other units that commands are passed on to
 inline constexpr std::size_t MaximumAttributes = 4096;
+inline constexpr std::size_t MaximumKeptTail = 65536; ///< bytes of a text or list; a longer one is not kept
 
 /// A sonar that takes records and keeps what they say. Values outside of its limits are brought inside, and what it
 /// cannot do (an operation mode that it does not have, a range that is no number) it does not do: the next report then

@@ -135,6 +135,27 @@ TEST_F(SonarStateTest, FindsTheSampleRateByItsNumberOfHertz)
     EXPECT_EQ(At(L"x5SampleRateSelection"), Value(std::int32_t{1}));
 }
 
+TEST_F(SonarStateTest, FindsTheSweepFromItsTwoEnds)
+{
+    Take(test::Command(1027, Hex("00 2c 49 48 00 74 3d 48"))); // 206 kHz down to 194 kHz
+    EXPECT_EQ(At(L"x5FMSweep"), Value(12.0));
+    EXPECT_EQ(At(L"x5FMSweepNegative"), Value(true));
+}
+
+TEST_F(SonarStateTest, TakesCustomBeamsAndSpacingOffWithZero)
+{
+    Take(test::Command(1043, Hex("00 01")));
+    EXPECT_EQ(At(L"x5CustomBeams"), Value(256.0));
+    EXPECT_EQ(At(L"x5CustomBeamsEnabled"), Value(true));
+    Take(test::Command(1043, Hex("00 00")));
+    EXPECT_EQ(At(L"x5CustomBeams"), Value(256.0));
+    EXPECT_EQ(At(L"x5CustomBeamsEnabled"), Value(false));
+    Take(test::Command(1044, Hex("00 00 00 3f 01 00 00 00")));
+    EXPECT_EQ(At(L"x5ConstantSpacing"), Value(0.5));
+    EXPECT_EQ(At(L"x5ConstantSpacingEnabled"), Value(true));
+    EXPECT_EQ(At(L"x5ConstantSpacingReduceCoverage"), Value(true));
+}
+
 TEST_F(SonarStateTest, TellsTheSteeringOfTheProjector)
 {
     // 10 and -10 degrees in radians.
