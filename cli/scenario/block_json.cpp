@@ -12,7 +12,8 @@ namespace {
 
 using Kind = JsonValue::Kind;
 
-/// Items of this size and more do not occur in a sonar's data; the limit keeps a slip of the pen from taking all memory.
+/// Items of this size and more do not occur in a sonar's data; the limit keeps a slip of the pen from taking all
+/// memory.
 constexpr std::int64_t LargestItem = 1 << 20;
 
 std::uint32_t SizeOfTag(std::uint16_t tag)

@@ -115,7 +115,8 @@ std::optional<std::string> ObjectDifference(JsonValue const& expected, JsonValue
         }
         bool const isPayload = path == "$" && (key == "payload" || key == "raw") && value.Is(Kind::Text) &&
                                other->Is(Kind::Text) && value.text != other->text;
-        if (auto found = isPayload ? PayloadDifference(value, *other, memberPath) : Difference(value, *other, memberPath)) {
+        if (auto found =
+                isPayload ? PayloadDifference(value, *other, memberPath) : Difference(value, *other, memberPath)) {
             return found;
         }
     }
@@ -193,8 +194,8 @@ std::optional<std::string> FindDifference(std::vector<JsonValue> const& expected
             return event + " was not expected" + counts + "\n  got      " + Excerpt(got[i]);
         }
         if (auto const found = Difference(expected[i], got[i], "$")) {
-            return event + " differs" + (expected.size() != got.size() ? counts : "") + " " + *found +
-                   "\n  expected " + Excerpt(expected[i]) + "\n  got      " + Excerpt(got[i]);
+            return event + " differs" + (expected.size() != got.size() ? counts : "") + " " + *found + "\n  expected " +
+                   Excerpt(expected[i]) + "\n  got      " + Excerpt(got[i]);
         }
     }
     return std::nullopt;

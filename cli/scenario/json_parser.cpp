@@ -21,7 +21,8 @@ JsonValue Defect(std::string reason)
     return value;
 }
 
-class Parser {
+class Parser
+{
 public:
     explicit Parser(std::string_view text) : m_text(text) {}
 
@@ -51,7 +52,8 @@ public:
 
 private:
     /// An open array or object. Null stands for one that cannot be kept and whose content goes nowhere.
-    struct Frame {
+    struct Frame
+    {
         JsonValue* value;
         bool isObject;
     };
@@ -88,8 +90,8 @@ private:
 
     void SkipSpace()
     {
-        while (m_at < m_text.size() && (m_text[m_at] == ' ' || m_text[m_at] == '\t' || m_text[m_at] == '\n' ||
-                                        m_text[m_at] == '\r')) {
+        while (m_at < m_text.size() &&
+               (m_text[m_at] == ' ' || m_text[m_at] == '\t' || m_text[m_at] == '\n' || m_text[m_at] == '\r')) {
             ++m_at;
         }
     }

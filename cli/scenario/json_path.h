@@ -10,7 +10,8 @@ namespace qx5::cli {
 
 /// A step on the way from the document's root to a value. Paths are made on the stack while a document is walked; each
 /// refers to its parent and to its key, which must outlive it. Written as `$[1].steps[0].request[2]`.
-class JsonPath {
+class JsonPath
+{
 public:
     /// The root.
     JsonPath() = default;
@@ -32,9 +33,12 @@ private:
 };
 
 /// A document, or one scenario of it, that cannot be used: where and why, each without line breaks.
-class InvalidScenario : public std::runtime_error {
+class InvalidScenario : public std::runtime_error
+{
 public:
-    InvalidScenario(std::string path, std::string const& reason) : std::runtime_error(reason), m_path(std::move(path)) {}
+    InvalidScenario(std::string path, std::string const& reason) : std::runtime_error(reason), m_path(std::move(path))
+    {
+    }
     InvalidScenario(JsonPath const& path, std::string const& reason) : InvalidScenario(path.ToText(), reason) {}
 
     std::string const& Path() const { return m_path; }

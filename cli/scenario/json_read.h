@@ -43,7 +43,8 @@ std::string_view KindName(JsonValue const& value);
 
 /// Reads the members of an object one by one and knows which keys were asked for. The object and the path must outlive
 /// it.
-class MemberReader {
+class MemberReader
+{
 public:
     /// Throws InvalidScenario when the value is no object.
     MemberReader(JsonValue const& object, JsonPath const& path);

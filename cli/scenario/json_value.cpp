@@ -188,7 +188,8 @@ JsonValue JsonValue::Object(std::vector<Member> members)
 
 JsonValue const* JsonValue::Find(std::string_view key) const
 {
-    auto const found = std::find_if(members.begin(), members.end(), [&](auto const& each) { return each.first == key; });
+    auto const found =
+        std::find_if(members.begin(), members.end(), [&](auto const& each) { return each.first == key; });
     return found != members.end() ? &found->second : nullptr;
 }
 

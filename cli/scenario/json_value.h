@@ -14,8 +14,10 @@ namespace qx5::cli {
 /// A general reader turns 50 and 50.0, -0 and 0, or a number past 64 bits into one another, and gives up a whole file
 /// for one bad text. Here a number is its literal, and a value that is sound JSON but not usable (see Kind::Defect)
 /// stands in its place with the reason, so that one bad scenario of a file spoils no other.
-struct JsonValue {
-    enum class Kind {
+struct JsonValue
+{
+    enum class Kind
+    {
         Null,
         Bool,
         Number, ///< `text` is the literal

@@ -118,9 +118,8 @@ void Recorder::OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsig
 
 void Recorder::OnOutputStat(BaseDevice& device, double time, int status)
 {
-    Add(JsonValue::Object(
-        {{"output-stat", JsonValue::Array({JsonValue::Double(time), JsonValue::Integer(status)})},
-         {"of", WriteDataId(IdOf(device))}}));
+    Add(JsonValue::Object({{"output-stat", JsonValue::Array({JsonValue::Double(time), JsonValue::Integer(status)})},
+                           {"of", WriteDataId(IdOf(device))}}));
 }
 
 void Recorder::OnDisableTimeOut(BaseDevice& device, bool disable)

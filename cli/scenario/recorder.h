@@ -23,7 +23,8 @@ namespace qx5::cli {
 /// The events of one scenario. What the thread that made the recorder does is kept apart from what other threads do, so
 /// that a step shows its own doings alone. Any thread may tell it something; the rest is for the thread that made it.
 /// Sends are recorded whatever the port is, and all succeed.
-class Recorder final : public vordal::HostObserver, public vordal::SonarTraffic {
+class Recorder final : public vordal::HostObserver, public vordal::SonarTraffic
+{
 public:
     using Instant = std::chrono::steady_clock::time_point;
 
@@ -79,7 +80,8 @@ private:
 };
 
 /// The port of a sonar, live or playing a file, that only records what it is asked to do.
-class RecordingSonarPort final : public vordal::PortWithDevices<QX5SocketIoHandler> {
+class RecordingSonarPort final : public vordal::PortWithDevices<QX5SocketIoHandler>
+{
 public:
     /// The recorder must outlive the port.
     RecordingSonarPort(Recorder& recorder, bool playsFile) : m_recorder(recorder), m_playsFile(playsFile) {}

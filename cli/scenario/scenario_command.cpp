@@ -19,13 +19,20 @@ namespace qx5::cli {
 
 namespace {
 
-enum ExitStatus { Matched = 0, Differs = 1, Unusable = 2 };
+enum ExitStatus
+{
+    Matched = 0,
+    Differs = 1,
+    Unusable = 2
+};
 
-class Command {
+class Command
+{
 public:
     Command(ScenarioOptions const& options, std::istream& input, std::ostream& out, std::ostream& err)
         : m_options(options), m_input(input), m_out(out), m_err(err)
-    {}
+    {
+    }
 
     int Run()
     {
@@ -43,7 +50,8 @@ private:
         Raise(Unusable);
         std::string line = file + ": " + path + ": " + reason;
         // File names and reasons of the platform may hold anything; the report stays one line.
-        std::replace_if(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+        std::replace_if(
+            line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
         m_err << line << std::endl;
     }
 
@@ -101,8 +109,8 @@ private:
         JsonPath const steps(path, "steps");
         for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
             if (!IsBuilt(scenario.steps[i].kind)) {
-                throw InvalidScenario(JsonPath(steps, i), "step \"" + std::string(NameOf(scenario.steps[i].kind)) +
-                                                              "\" is not built yet");
+                throw InvalidScenario(JsonPath(steps, i),
+                                      "step \"" + std::string(NameOf(scenario.steps[i].kind)) + "\" is not built yet");
             }
         }
     }

@@ -8,7 +8,8 @@
 
 namespace qx5::cli {
 
-struct ScenarioOptions {
+struct ScenarioOptions
+{
     /// In this order; "-" is `input`.
     std::vector<std::string> files;
     /// Compare with what the steps expect instead of printing results.

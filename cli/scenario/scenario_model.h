@@ -19,7 +19,8 @@
 namespace qx5::cli {
 
 /// One item of a data block. Without bytes its data pointer is null.
-struct ScenarioBlockItem {
+struct ScenarioBlockItem
+{
     std::uint16_t item = 0;
     std::uint16_t type = 0;
     std::uint32_t size = 0;
@@ -27,14 +28,22 @@ struct ScenarioBlockItem {
     std::uint16_t status = 0;
 };
 
-struct ScenarioBlock {
+struct ScenarioBlock
+{
     std::uint16_t status = 0;
     std::vector<ScenarioBlockItem> items;
 };
 
-enum class PortKind { Sonar, Playback, Other, None };
+enum class PortKind
+{
+    Sonar,
+    Playback,
+    Other,
+    None
+};
 
-struct ScenarioDevice {
+struct ScenarioDevice
+{
     CDataId id{1, 78, 1, 1};
     bool isSonar = true; ///< of the plug-in's device class; otherwise a plain device
     CString name;
@@ -44,7 +53,8 @@ struct ScenarioDevice {
     CAttributeMap attributes;
 };
 
-struct ScenarioComputation {
+struct ScenarioComputation
+{
     CDataId id;
     int type = 0;
     CAttributeMap attributes;
@@ -52,20 +62,23 @@ struct ScenarioComputation {
     std::optional<CDataId> stream;
 };
 
-struct ScenarioVessel {
+struct ScenarioVessel
+{
     std::uint16_t number = 1;
     CString name = L"Vessel";
     std::map<CString, std::map<CString, CString>> config;
 };
 
-struct ScenarioStream {
+struct ScenarioStream
+{
     CDataId id;
     std::optional<double> time; ///< seconds, of the last block
     std::optional<ScenarioBlock> block;
 };
 
 /// A contact of a target file; the fields bear the names of the host's class.
-struct ScenarioTarget {
+struct ScenarioTarget
+{
     std::uint32_t pingNumber = 0;
     double contactTime = 0.0; ///< seconds
     std::uint32_t detailNumberA = 0;
@@ -96,21 +109,24 @@ struct ScenarioTarget {
     bool lost = false; ///< in the list, but not found by its GUID
 };
 
-struct ScenarioTargets {
+struct ScenarioTargets
+{
     CString active;
     std::map<CString, std::vector<ScenarioTarget>> files; ///< by full name
     CString operatorName;
     bool geoTiffOutput = false;
 };
 
-struct ScenarioDisplay {
+struct ScenarioDisplay
+{
     CString section;
     CString type;
     CString name;
     bool enabled = true;
 };
 
-struct ScenarioApplication {
+struct ScenarioApplication
+{
     CString guid = L"app-guid";
     bool mainWindow = true;
     bool isOperator = true;
@@ -120,90 +136,111 @@ struct ScenarioApplication {
 };
 
 /// A control of the view.
-struct ControlName {
+struct ControlName
+{
     std::string page;
     int id = 0;
 };
 
 // The arguments of steps, by shape.
 
-struct NoArgument {};
+struct NoArgument
+{
+};
 /// Absent where a request of null is given.
-struct TreeArgument {
+struct TreeArgument
+{
     std::optional<CAttributeMap> tree;
 };
 /// A clock, a time to settle (milliseconds).
-struct NumberArgument {
+struct NumberArgument
+{
     double value = 0.0;
 };
 /// A terminal code, a tab; absent where null is given.
-struct IntegerArgument {
+struct IntegerArgument
+{
     std::optional<int> value;
 };
 /// Absent where null is given.
-struct IdArgument {
+struct IdArgument
+{
     std::optional<CDataId> id;
 };
-struct LoggerArgument {
+struct LoggerArgument
+{
     bool start = false;
 };
-struct TargetChange {
+struct TargetChange
+{
     std::uint32_t targetId = 0;
     std::uint32_t changeCode = 0;
     double time = 0.0; ///< seconds
 };
-struct TargetChangeArgument {
+struct TargetChangeArgument
+{
     std::optional<TargetChange> change;
 };
-struct BlockArgument {
+struct BlockArgument
+{
     CDataId id;
     ScenarioBlock block;
 };
-struct BufferStatusArgument {
+struct BufferStatusArgument
+{
     CDataId id;
     std::uint16_t status = 0;
 };
-struct CallArgument {
+struct CallArgument
+{
     std::string function;
     std::vector<JsonValue> args;
 };
-struct ViewArgument {
+struct ViewArgument
+{
     bool open = false;
     std::optional<CDataId> stored;
     std::optional<std::pair<int, int>> size;
 };
-struct SliderArgument {
+struct SliderArgument
+{
     ControlName control;
     int kind = 0;
     std::optional<int> position;
 };
 /// A click, Return in a field.
-struct ControlArgument {
+struct ControlArgument
+{
     ControlName control;
 };
-struct ChooseArgument {
+struct ChooseArgument
+{
     ControlName control;
     int index = 0;
 };
-struct TypeArgument {
+struct TypeArgument
+{
     ControlName control;
     CString text;
 };
-struct ViewUpdateArgument {
+struct ViewUpdateArgument
+{
     int hint = 0;
     std::optional<CDataId> id;
 };
-struct SizeArgument {
+struct SizeArgument
+{
     int width = 0;
     int height = 0;
 };
 
-using StepArgument = std::variant<NoArgument, TreeArgument, NumberArgument, IntegerArgument, IdArgument, LoggerArgument,
-                                  TargetChangeArgument, BlockArgument, BufferStatusArgument, CallArgument, ViewArgument,
-                                  SliderArgument, ControlArgument, ChooseArgument, TypeArgument, ViewUpdateArgument,
-                                  SizeArgument>;
+using StepArgument =
+    std::variant<NoArgument, TreeArgument, NumberArgument, IntegerArgument, IdArgument, LoggerArgument,
+                 TargetChangeArgument, BlockArgument, BufferStatusArgument, CallArgument, ViewArgument, SliderArgument,
+                 ControlArgument, ChooseArgument, TypeArgument, ViewUpdateArgument, SizeArgument>;
 
-struct ScenarioStep {
+struct ScenarioStep
+{
     StepKind kind = StepKind::Request;
     /// The device that the step means: the one it names, otherwise the first; undefined when there is none.
     CDataId device;
@@ -212,7 +249,8 @@ struct ScenarioStep {
     std::optional<std::vector<JsonValue>> expect;
 };
 
-struct Scenario {
+struct Scenario
+{
     std::string name;
     double clock = 1700000000.0; ///< seconds since 1970-01-01 UTC
     std::string timezone = "UTC";

@@ -33,13 +33,18 @@ constexpr wchar_t const* sonarClass = L"QX5SonarConfigurationControlDevice";
 constexpr wchar_t const* plainClass = L"Device";
 
 /// The plug-in went on doing something for longer than a step may wait.
-class NeverSettles : public std::runtime_error {
+class NeverSettles : public std::runtime_error
+{
 public:
-    NeverSettles() : std::runtime_error("the plug-in does not settle: something has happened again and again for a minute") {}
+    NeverSettles()
+        : std::runtime_error("the plug-in does not settle: something has happened again and again for a minute")
+    {
+    }
 };
 
 /// A host as a scenario sets it up. Its parts stand in the order in which they are built; they go in reverse.
-class Stage {
+class Stage
+{
 public:
     explicit Stage(double time) : clock(time) {}
     Stage(Stage const&) = delete;

@@ -10,7 +10,8 @@
 namespace qx5::cli {
 
 /// What a scenario did: one list of events for its set-up, for each step, and for its end.
-struct ScenarioResult {
+struct ScenarioResult
+{
     std::string name;
     std::vector<JsonValue> setup;
     std::vector<std::vector<JsonValue>> steps;

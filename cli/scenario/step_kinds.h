@@ -6,7 +6,8 @@
 
 namespace qx5::cli {
 
-enum class StepKind {
+enum class StepKind
+{
     Request,
     HostRequest,
     Attributes,
@@ -42,11 +43,14 @@ enum class StepKind {
 constexpr std::string_view NameOf(StepKind kind)
 {
     constexpr std::array<std::string_view, 29> names{
-        "request",       "host-request",  "attributes", "replace-attributes", "load",   "apply",
-        "connected",     "logger",        "target-change", "block",           "buffer-status", "terminal",
-        "discover",      "clear",         "clock",      "settle",             "call",   "selected-sonar",
-        "active-vessel", "view",          "tab",        "slider",             "click",  "choose",
-        "type",          "press-return",  "look",       "view-update",        "resize",
+        "request",       "host-request",   "attributes",    "replace-attributes",
+        "load",          "apply",          "connected",     "logger",
+        "target-change", "block",          "buffer-status", "terminal",
+        "discover",      "clear",          "clock",         "settle",
+        "call",          "selected-sonar", "active-vessel", "view",
+        "tab",           "slider",         "click",         "choose",
+        "type",          "press-return",   "look",          "view-update",
+        "resize",
     };
     return names[static_cast<std::size_t>(kind)];
 }

@@ -16,7 +16,8 @@ namespace {
 using Kind = JsonValue::Kind;
 
 /// What a step has to say beyond its kind: the value of its key, where that stands, and its other members.
-struct Source {
+struct Source
+{
     JsonValue const& value;
     JsonPath path;
     MemberReader& members;
@@ -147,7 +148,7 @@ StepArgument ReadView(Source const& source)
 
 ControlName ReadControl(Source const& source)
 {
-    static constexpr std::array<std::string_view, 6> pages{"settings", "gates",    "ocean",
+    static constexpr std::array<std::string_view, 6> pages{"settings",  "gates",    "ocean",
                                                            "recording", "steering", "tracker"};
     MemberReader members(source.value, source.path);
     ControlName control;
@@ -209,14 +210,16 @@ StepArgument ReadResize(Source const& source)
 }
 
 /// What a step of some kind can mean by "device".
-enum class Meaning {
+enum class Meaning
+{
     Nothing,             ///< the step concerns no device in particular
     Device,              ///< any device
     DeviceOrComputation, ///< any device, or a computation
     SonarDevice,         ///< a device of the plug-in's class
 };
 
-struct StepForm {
+struct StepForm
+{
     StepKind kind;
     StepArgument (*read)(Source const& source);
     Meaning meaning;
@@ -270,13 +273,14 @@ StepForm const& FindForm(JsonValue const& step, JsonPath const& path)
 {
     StepForm const* found = nullptr;
     for (auto const& [key, value] : ReadObject(step, path)) {
-        auto const form = std::find_if(forms.begin(), forms.end(), [&](auto const& each) { return NameOf(each.kind) == key; });
+        auto const form =
+            std::find_if(forms.begin(), forms.end(), [&](auto const& each) { return NameOf(each.kind) == key; });
         if (form == forms.end()) {
             continue;
         }
         if (found != nullptr) {
-            throw InvalidScenario(path, "a step is of one kind, not \"" + std::string(NameOf(found->kind)) + "\" and \"" +
-                                            key + "\"");
+            throw InvalidScenario(path, "a step is of one kind, not \"" + std::string(NameOf(found->kind)) +
+                                            "\" and \"" + key + "\"");
         }
         found = &*form;
     }
@@ -297,7 +301,8 @@ void CheckMeaning(StepForm const& form, CDataId const& device, JsonPath const& p
         return;
     }
     auto const& devices = scenario.devices;
-    auto const found = std::find_if(devices.begin(), devices.end(), [&](auto const& each) { return each.id == device; });
+    auto const found =
+        std::find_if(devices.begin(), devices.end(), [&](auto const& each) { return each.id == device; });
     if (found != devices.end()) {
         if (form.meaning == Meaning::SonarDevice && !found->isSonar) {
             throw InvalidScenario(path, "the step \"" + std::string(NameOf(form.kind)) +
@@ -306,8 +311,8 @@ void CheckMeaning(StepForm const& form, CDataId const& device, JsonPath const& p
         return;
     }
     auto const& computations = scenario.computations;
-    bool const isComputation = std::any_of(computations.begin(), computations.end(),
-                                           [&](auto const& each) { return each.id == device; });
+    bool const isComputation =
+        std::any_of(computations.begin(), computations.end(), [&](auto const& each) { return each.id == device; });
     if (!isComputation) {
         throw InvalidScenario(path, devices.empty() ? "the scenario has no device for this step"
                                                     : "the scenario has no device " + WriteJson(WriteDataId(device)));

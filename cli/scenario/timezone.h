@@ -8,7 +8,8 @@ namespace qx5::cli {
 
 /// Sets the time zone of the process for its own lifetime and puts the former one back. Texts of local time that other
 /// threads make meanwhile are undefined, so no other thread may run while one is made or destroyed.
-class TimezoneSetting {
+class TimezoneSetting
+{
 public:
     explicit TimezoneSetting(std::string const& name);
     TimezoneSetting(TimezoneSetting const&) = delete;

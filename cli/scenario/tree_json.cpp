@@ -63,7 +63,8 @@ CVordalType* MakeDataInfo(JsonValue const& value, JsonPath const& path)
     return VordalTypeCreator::MakeValue(CDataInfo(ReadDataId(value, path), 65535, 65535));
 }
 
-struct TypeTag {
+struct TypeTag
+{
     std::string_view name;
     VordalKind kind;
     /// Gives a value that the caller owns.
@@ -73,10 +74,12 @@ struct TypeTag {
 using Creator = VordalTypeCreator;
 
 constexpr TypeTag typeTags[] = {
-    {"int", VordalKind::Int, [](auto const& value, auto const& path) { return Creator::MakeValue(ReadInt32(value, path)); }},
+    {"int", VordalKind::Int,
+     [](auto const& value, auto const& path) { return Creator::MakeValue(ReadInt32(value, path)); }},
     {"uint", VordalKind::UInt, MakeUInt},
     {"int64", VordalKind::Int64, MakeInt64},
-    {"bool", VordalKind::Bool, [](auto const& value, auto const& path) { return Creator::MakeValue(ReadBool(value, path)); }},
+    {"bool", VordalKind::Bool,
+     [](auto const& value, auto const& path) { return Creator::MakeValue(ReadBool(value, path)); }},
     {"double", VordalKind::Double,
      [](auto const& value, auto const& path) { return Creator::MakeValue(ReadDouble(value, path)); }},
     {"pair", VordalKind::Pair, MakePair},

@@ -9,8 +9,8 @@
 
 namespace qx5::cli {
 
-/// Length in bytes of the valid UTF-8 sequence at `at` (1 to 4), or 0 when there is none: overlong forms, surrogates and
-/// anything past U+10FFFF count as invalid. `codePoint` is set when there is one.
+/// Length in bytes of the valid UTF-8 sequence at `at` (1 to 4), or 0 when there is none: overlong forms, surrogates
+/// and anything past U+10FFFF count as invalid. `codePoint` is set when there is one.
 std::size_t DecodeUtf8(std::string_view text, std::size_t at, char32_t& codePoint);
 
 /// Appends the code point; surrogates and what lies past U+10FFFF become U+FFFD.

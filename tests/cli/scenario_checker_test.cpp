@@ -17,10 +17,12 @@ std::string Difference(std::string const& expected, std::string const& got)
 TEST(Checker, FindsSameEventsSame)
 {
     EXPECT_EQ(Difference("[]", "[]"), "same");
-    EXPECT_EQ(Difference(R"([{"ask":7504,"device":0,"enumerator":-1}])", R"([{"enumerator":-1,"device":0,"ask":7504}])"),
-              "same");
-    EXPECT_EQ(Difference(R"([{"echo":[["a","double",50]],"flags":0}])", R"([{"echo":[["a","double",50.0]],"flags":0}])"),
-              "same");
+    EXPECT_EQ(
+        Difference(R"([{"ask":7504,"device":0,"enumerator":-1}])", R"([{"enumerator":-1,"device":0,"ask":7504}])"),
+        "same");
+    EXPECT_EQ(
+        Difference(R"([{"echo":[["a","double",50]],"flags":0}])", R"([{"echo":[["a","double",50.0]],"flags":0}])"),
+        "same");
     EXPECT_EQ(Difference(R"([{"echo":[["a","double","nan"]]}])", R"([{"echo":[["a","double","nan"]]}])"), "same");
     EXPECT_EQ(Difference(R"([{"echo":[["a","double",5.0e1]]}])", R"([{"echo":[["a","double",50.0]]}])"), "same");
 }
@@ -36,7 +38,8 @@ TEST(Checker, TellsNumbersApart)
     EXPECT_EQ(Difference(R"([{"x":0.1}])", R"([{"x":0.10000000000000002}])"),
               "event 1 differs at $.x: expected 0.1, got 0.10000000000000002");
     EXPECT_EQ(Difference(R"([{"x":1}])", R"([{"x":true}])"), "event 1 differs at $.x: expected 1, got true");
-    EXPECT_EQ(Difference(R"([{"x":"nan"}])", R"([{"x":"inf"}])"), R"(event 1 differs at $.x: expected "nan", got "inf")");
+    EXPECT_EQ(Difference(R"([{"x":"nan"}])", R"([{"x":"inf"}])"),
+              R"(event 1 differs at $.x: expected "nan", got "inf")");
 }
 
 TEST(Checker, TellsOrderAndNumberOfEvents)

@@ -41,8 +41,7 @@ TEST(Json, WritesWhatItReads)
 
 TEST(Json, ReadsEscapes)
 {
-    EXPECT_EQ(ParseJson(R"("\"\\\/\b\f\n\r\tA\u00e9\ud83d\ude00")").text,
-              "\"\\/\b\f\n\r\tA\xC3\xA9\xF0\x9F\x98\x80");
+    EXPECT_EQ(ParseJson(R"("\"\\\/\b\f\n\r\tA\u00e9\ud83d\ude00")").text, "\"\\/\b\f\n\r\tA\xC3\xA9\xF0\x9F\x98\x80");
     EXPECT_EQ(Rewritten(R"("\u0001\n\u007f\u2028")"), R"("\u0001\n\u007f\u2028")");
     EXPECT_EQ(Rewritten("\"\xC3\xA9\""), "\"\xC3\xA9\"");
 }

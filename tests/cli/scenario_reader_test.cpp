@@ -27,7 +27,8 @@ std::string Refusal(std::string const& text)
 std::string StepRefusal(std::string const& step)
 {
     return Refusal(R"({"devices":[{"id":[1,78,1,1]},{"id":[1,20,1,1],"kind":"plain"}],
-        "computations":[{"id":[5,1112,1,1],"type":1011}],"steps":[)" + step + "]}");
+        "computations":[{"id":[5,1112,1,1],"type":1011}],"steps":[)" +
+                   step + "]}");
 }
 
 TEST(ScenarioReader, FillsInEveryDefault)
@@ -215,12 +216,15 @@ TEST(ScenarioReader, SaysWhereAStepIsWrong)
     EXPECT_EQ(StepRefusal("7"), "$.steps[0]: an object is expected here, not an integer");
     EXPECT_EQ(StepRefusal("{}"), "$.steps[0]: a step needs a key that says what it does");
     EXPECT_EQ(StepRefusal(R"({"dance":1})"), "$.steps[0]: unknown step \"dance\"");
-    EXPECT_EQ(StepRefusal(R"({"request":[],"load":[]})"), "$.steps[0]: a step is of one kind, not \"request\" and \"load\"");
+    EXPECT_EQ(StepRefusal(R"({"request":[],"load":[]})"),
+              "$.steps[0]: a step is of one kind, not \"request\" and \"load\"");
     EXPECT_EQ(StepRefusal(R"({"request":[],"expects":[]})"), "$.steps[0]: unknown key \"expects\"");
     EXPECT_EQ(StepRefusal(R"({"request":{}})"), "$.steps[0].request: a tree is an array of nodes, not an object");
-    EXPECT_EQ(StepRefusal(R"({"host-request":null})"), "$.steps[0].host-request: a tree is an array of nodes, not null");
+    EXPECT_EQ(StepRefusal(R"({"host-request":null})"),
+              "$.steps[0].host-request: a tree is an array of nodes, not null");
     EXPECT_EQ(StepRefusal(R"({"request":[["a","dbl",1]]})"), "$.steps[0].request[0][1]: unknown type \"dbl\"");
-    EXPECT_EQ(StepRefusal(R"({"request":[],"expect":{}})"), "$.steps[0].expect: an array is expected here, not an object");
+    EXPECT_EQ(StepRefusal(R"({"request":[],"expect":{}})"),
+              "$.steps[0].expect: an array is expected here, not an object");
     EXPECT_EQ(StepRefusal(R"({"request":[],"expect":[1]})"),
               "$.steps[0].expect[0]: an object is expected here, not an integer");
     EXPECT_EQ(StepRefusal(R"({"request":[],"device":[1,78,9,1]})"),
