@@ -43,6 +43,9 @@ void ControlDevice::RequestSerialPortStatus(CAttributeMap* request)
 void ControlDevice::RequestUdpPortConfiguration(CAttributeMap* request)
 {
     constexpr Command const& command = commands::RequestUdpPortConfiguration;
+    if (!request->Has(At<keys::UdpAddress>, 0)) {
+        return;
+    }
     CommandValues values;
     if (!ReadOperands(*request, Stored(), command, values)) {
         return;
@@ -76,6 +79,9 @@ void ControlDevice::RequestTimeSourceEnabled(CAttributeMap* request)
 void ControlDevice::RequestTimeSourceEthernetConfiguration(CAttributeMap* request)
 {
     constexpr Command const& command = commands::RequestTimeSourceEthernetConfiguration;
+    if (!request->Has(At<keys::TimeSourceID>, 0)) {
+        return;
+    }
     CommandValues values;
     if (!ReadOperands(*request, Stored(), command, values)) {
         return;
