@@ -534,9 +534,7 @@ Understood SonarState::Apply(protocol::FrameView const& frame, SteadyTime now)
 
 void SonarState::Read(Understood& record)
 {
-    record.layout = protocol::FindLayout(record.carrier, record.id, record.payload.size());
-    if (record.layout == nullptr && record.carrier == Carrier::PassThrough)
-        record.layout = protocol::FindLayout(Carrier::RemoteControl, record.id, record.payload.size());
+    record.layout = protocol::FindLayout(record.carrier, record.id, record.payload);
     for (NamedCommand const& command : NamedCommands) {
         if (record.carrier == Carrier::RemoteControl && command.id == record.id)
             record.name = command.name;

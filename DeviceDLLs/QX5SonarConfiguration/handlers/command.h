@@ -16,6 +16,8 @@ namespace qx5 {
 using protocol::OwnSonar;
 using protocol::Target;
 inline constexpr Target Processor = protocol::SonarProcessor;
+/// The device's own sonar, under enumerator 0 in place of the configured one.
+inline constexpr Target OwnSonarZero{0, 0};
 
 /// The key as the attribute tree takes it, its hash made at compile time.
 template <protocol::Key const& K>
@@ -45,6 +47,7 @@ enum class Source : std::uint8_t {
 enum class Echo : std::uint8_t {
     AsRead, ///< the value as it was read
     AsSent, ///< the value as it stands in the record, widened or cut
+    WhenTrue, ///< as read, if that is true
     None,
 };
 
