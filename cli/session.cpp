@@ -122,6 +122,44 @@ bool Session::LoadPlugin(std::string const& path, std::string& error)
     return loaded;
 }
 
+bool Session::OpenProject(std::string const& file, std::string& error)
+{
+    try {
+        m_project = std::make_unique<vordal::ProjectStore>(file);
+        for (vordal::StoredDevice const& stored : m_project->Load().devices) {
+            if (stored.dataId == SonarId()) {
+                m_host.RunAndWait([&] {
+                    m_host.LoadDevice(*m_device, stored.attributes);
+                    m_host.ApplyDevice(*m_device, true);
+                });
+            }
+        }
+        return true;
+    } catch (vordal::StoreError const& failure) {
+        error = failure.what();
+        return false;
+    }
+}
+
+bool Session::SaveProject(std::string& error)
+{
+    if (m_project == nullptr) {
+        return true;
+    }
+    try {
+        m_project->SaveDevice({.dataId = SonarId(),
+                               .className = deviceClass,
+                               .name = L"sonar",
+                               .portName = L"port-1",
+                               .enabled = true,
+                               .attributes = Attributes()});
+        return true;
+    } catch (vordal::StoreError const& failure) {
+        error = failure.what();
+        return false;
+    }
+}
+
 void Session::Connect(std::string const& host, std::uint16_t port)
 {
     vordal::LinkOptions options;

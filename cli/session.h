@@ -7,6 +7,7 @@
 #include "reference_host/link/sonar_link.h"
 #include "reference_host/link/x5_port.h"
 #include "reference_host/loader/plugin_loader.h"
+#include "reference_host/store/project_store.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -52,6 +53,11 @@ public:
 
     /// False, and one line in `error`, when the plug-in or its device class cannot be had.
     bool LoadPlugin(std::string const& path, std::string& error);
+    /// Takes up what a project keeps of the sonar, as a host does when the project is opened: the device loads its
+    /// attributes and applies them. False, and one line in `error`, when the file cannot be used.
+    bool OpenProject(std::string const& file, std::string& error);
+    /// Keeps the device's attributes in the project; without one it does nothing. False, and why, when that failed.
+    bool SaveProject(std::string& error);
     /// Begins to connect and returns.
     void Connect(std::string const& host, std::uint16_t port);
     /// Waits until the connection stands; false, and why, when it does not within the limit.
@@ -92,6 +98,7 @@ private:
     vordal::LinkThread m_linkThread;
     std::unique_ptr<vordal::PlugIn> m_plugin;
     std::unique_ptr<vordal::X5Port> m_port;
+    std::unique_ptr<vordal::ProjectStore> m_project;
     Device* m_device = nullptr;
     Subscription m_introduction;
 };
