@@ -71,6 +71,8 @@ private:
     /// goes nowhere when the port is no sonar's.
     void Send(qx5::protocol::RecordLayout const& record, std::span<unsigned char const> payload, qx5::Target target);
     void SendRemote(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target);
+    /// The same for the sonar processor to pass on to unit `target`; nothing happens unless the port is a sonar's.
+    void SendThrough(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target);
     void AskFor(std::span<qx5::FollowUp const> followUps);
     /// Merges the echo into the stored tree and tells its subscribers.
     void Report(CAttributeMap const& echo, int flags);

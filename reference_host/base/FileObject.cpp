@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <optional>
 
-struct FileObject::State {
-    struct Section {
+struct FileObject::State
+{
+    struct Section
+    {
         CString name;
         std::vector<std::pair<CString, CString>> items;
         std::optional<CAttributeMap> tree;
@@ -35,7 +37,10 @@ bool FileObject::CreateSection(CString const& section)
     return true;
 }
 
-bool FileObject::HasSection(CString const& section) const { return m_state->Find(section) != nullptr; }
+bool FileObject::HasSection(CString const& section) const
+{
+    return m_state->Find(section) != nullptr;
+}
 
 bool FileObject::SetItem(CString const& section, CString const& item, CString const& value)
 {

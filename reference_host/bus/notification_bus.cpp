@@ -9,7 +9,8 @@
 
 namespace vordal {
 
-struct Joint::RunningCall {
+struct Joint::RunningCall
+{
     explicit RunningCall(Joint& joint) : m_joint(joint)
     {
         std::lock_guard const lock(m_joint.m_mutex);
@@ -68,8 +69,10 @@ void Joint::Replace(std::shared_ptr<SinkHolder> sink)
     sink.reset();
 }
 
-struct NotificationBus::Snapshot {
-    struct Entry {
+struct NotificationBus::Snapshot
+{
+    struct Entry
+    {
         std::uint64_t hash;
         std::wstring text;
         std::vector<std::uint32_t> joints; ///< positions in `joints`, ascending

@@ -19,7 +19,8 @@
 namespace vordal {
 
 /// A sink with what is to become of it. The last holder deletes an owned sink.
-class SinkHolder {
+class SinkHolder
+{
 public:
     SinkHolder(Subscriber* sink, bool own) : m_sink(sink), m_own(own) {}
     SinkHolder(SinkHolder const&) = delete;
@@ -40,7 +41,8 @@ private:
 
 /// One subscription's place on a bus. It keeps account of the calls that are running, so that a sink can be taken away
 /// with the certainty that it is not called any more.
-class VORDAL_API Joint {
+class VORDAL_API Joint
+{
 public:
     explicit Joint(std::shared_ptr<SinkHolder> sink) : m_sink(std::move(sink)) {}
 
@@ -62,7 +64,8 @@ private:
 
 /// Keys and the joints that follow them. Any thread. A notification goes to those that were joined when it began and
 /// have not left when their turn comes, in the order in which they joined.
-class VORDAL_API NotificationBus {
+class VORDAL_API NotificationBus
+{
 public:
     NotificationBus();
     ~NotificationBus();
@@ -90,7 +93,8 @@ private:
 } // namespace vordal
 
 /// See the contract: a device's attribute keys as a bus.
-class SubscriptionMap {
+class SubscriptionMap
+{
 public:
     SubscriptionMap() : m_bus(std::make_shared<vordal::NotificationBus>()) {}
 

@@ -22,7 +22,8 @@ using vordal::NotificationBus;
 using vordal::SinkHolder;
 
 /// What both kinds of subscription do with their place on a bus.
-struct Membership {
+struct Membership
+{
     std::shared_ptr<SinkHolder> sink;
     std::shared_ptr<NotificationBus> bus;
     std::shared_ptr<Joint> joint;
@@ -70,7 +71,8 @@ struct Membership {
 
 } // namespace
 
-struct Subscription::State {
+struct Subscription::State
+{
     int kind = -1; ///< -1: attributes, through `map`
     std::shared_ptr<NotificationBus> map;
     Membership membership;
@@ -78,11 +80,20 @@ struct Subscription::State {
 
 Subscription::Subscription() : m_state(std::make_unique<State>()) {}
 
-Subscription::Subscription(int kind) : Subscription() { m_state->kind = kind < 0 ? 0 : kind; }
+Subscription::Subscription(int kind) : Subscription()
+{
+    m_state->kind = kind < 0 ? 0 : kind;
+}
 
-Subscription::~Subscription() { Unsubscribe(); }
+Subscription::~Subscription()
+{
+    Unsubscribe();
+}
 
-void Subscription::SetSubscriber(Subscriber* subscriber, bool own) { m_state->membership.SetSink(subscriber, own); }
+void Subscription::SetSubscriber(Subscriber* subscriber, bool own)
+{
+    m_state->membership.SetSink(subscriber, own);
+}
 
 void Subscription::SetMap(SubscriptionMap* map)
 {
@@ -105,16 +116,23 @@ void Subscription::Subscribe(std::vector<CString> const& keys)
     m_state->membership.Join(bus, keys);
 }
 
-void Subscription::Unsubscribe() { m_state->membership.Leave(); }
+void Subscription::Unsubscribe()
+{
+    m_state->membership.Leave();
+}
 
-struct DataSubscription::State {
+struct DataSubscription::State
+{
     CDataId dataId;
     Membership membership;
 };
 
 DataSubscription::DataSubscription() : m_state(std::make_unique<State>()) {}
 
-DataSubscription::~DataSubscription() { Unsubscribe(); }
+DataSubscription::~DataSubscription()
+{
+    Unsubscribe();
+}
 
 void DataSubscription::SetSubscriber(Subscriber* subscriber, bool own)
 {
@@ -130,7 +148,10 @@ void DataSubscription::Subscribe(CDataId const& dataId)
     m_state->membership.Join(vordal::StreamBus(), std::span<CString const>(&m_state->dataId.GetKey(), 1));
 }
 
-void DataSubscription::Unsubscribe() { m_state->membership.Leave(); }
+void DataSubscription::Unsubscribe()
+{
+    m_state->membership.Leave();
+}
 
 BaseDataSource* DataSubscription::GetDataBuffer()
 {

@@ -9,8 +9,10 @@
 #include <utility>
 #include <vector>
 
-struct CDataBlock::Body {
-    struct Item {
+struct CDataBlock::Body
+{
+    struct Item
+    {
         CDataItem info{};
         std::unique_ptr<unsigned char[]> bytes;
 
@@ -72,7 +74,10 @@ CDataBlock& CDataBlock::operator=(CDataBlock&& other) noexcept
     return *this;
 }
 
-CDataBlock::~CDataBlock() { Release(); }
+CDataBlock::~CDataBlock()
+{
+    Release();
+}
 
 void CDataBlock::Release() noexcept
 {
@@ -143,7 +148,10 @@ void CDataBlock::SetTime(double seconds)
     m_body->time = seconds;
 }
 
-double CDataBlock::GetTime() const { return m_body != nullptr ? m_body->time : 0.0; }
+double CDataBlock::GetTime() const
+{
+    return m_body != nullptr ? m_body->time : 0.0;
+}
 
 void CDataBlock::AddItem(unsigned short item, unsigned short type, std::span<unsigned char const> value,
                          unsigned int size, unsigned short status)
@@ -157,8 +165,7 @@ void CDataBlock::AddItem(unsigned short item, unsigned short type, std::span<uns
     std::copy_n(value.begin(), std::min<std::size_t>(value.size(), size), added.bytes.get());
 }
 
-void CDataBlock::AddItemWithoutData(unsigned short item, unsigned short type, unsigned int size,
-                                    unsigned short status)
+void CDataBlock::AddItemWithoutData(unsigned short item, unsigned short type, unsigned int size, unsigned short status)
 {
     EnsureUnique();
     // Positions are 16-bit numbers; what does not fit could never be found.

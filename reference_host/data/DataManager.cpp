@@ -12,14 +12,18 @@
 
 using vordal::CurrentState;
 
-struct DataManagerAccess {
+struct DataManagerAccess
+{
     static DataManager instance;
 };
 DataManager DataManagerAccess::instance;
 
 Compform::~Compform() = default;
 
-DataManager& DataManager::GetDataManager() { return DataManagerAccess::instance; }
+DataManager& DataManager::GetDataManager()
+{
+    return DataManagerAccess::instance;
+}
 
 namespace {
 
@@ -45,8 +49,14 @@ int CountOfVessel(List const& list, unsigned short vessel, IdOf idOf)
     return count;
 }
 
-CDataId const& IdOfDevice(vordal::HostState::DeviceEntry const& entry) { return entry.id; }
-CDataId const& IdOfComputation(std::unique_ptr<vordal::Computation> const& entry) { return entry->GetDataId(); }
+CDataId const& IdOfDevice(vordal::HostState::DeviceEntry const& entry)
+{
+    return entry.id;
+}
+CDataId const& IdOfComputation(std::unique_ptr<vordal::Computation> const& entry)
+{
+    return entry->GetDataId();
+}
 
 bool IsThere(vordal::HostState const& host, CDataId const& id)
 {
@@ -217,4 +227,7 @@ BaseDataSource* DataManager::FindDatablockBuffer(CDataId const& dataId, bool cre
     return host != nullptr ? host->FindBuffer(dataId, create) : nullptr;
 }
 
-VesselManager& DataManager::GetVesselManager() { return VesselManager::GetVesselManager(); }
+VesselManager& DataManager::GetVesselManager()
+{
+    return VesselManager::GetVesselManager();
+}

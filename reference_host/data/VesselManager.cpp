@@ -5,14 +5,18 @@
 
 using vordal::CurrentState;
 
-struct VesselManagerAccess {
+struct VesselManagerAccess
+{
     static VesselManager instance;
 };
 VesselManager VesselManagerAccess::instance;
 
 CBaseVessel::~CBaseVessel() = default;
 
-VesselManager& VesselManager::GetVesselManager() { return VesselManagerAccess::instance; }
+VesselManager& VesselManager::GetVesselManager()
+{
+    return VesselManagerAccess::instance;
+}
 
 int VesselManager::GetNumVessels() const
 {

@@ -7,7 +7,8 @@
 
 namespace vordal {
 
-class StreamBuffer final : public BaseDataSource {
+class StreamBuffer final : public BaseDataSource
+{
 public:
     explicit StreamBuffer(CDataId const& dataId) : m_dataId(dataId) {}
 

@@ -76,17 +76,50 @@ BaseDataSource* BaseDevice::GetBuffer()
     return host != nullptr && !m_dataId.IsUndefined() ? host->FindBuffer(m_dataId, true) : nullptr;
 }
 
-CDataId const& BaseDevice::GetDataId() const { return m_dataId; }
-CDataId& BaseDevice::GetDataId() { return m_dataId; }
-CDataId* BaseDevice::GetDataIdPtr() { return &m_dataId; }
-unsigned short BaseDevice::GetGroupId() const { return m_dataId.GetGroupId(); }
-CDataBlock& BaseDevice::DataBlock() { return m_internals->block; }
-void BaseDevice::SetDeviceName(CString const& name) { m_internals->name = name; }
-void BaseDevice::SetDeviceDriverName(CString const& name) { m_internals->driverName = name; }
-CString const& BaseDevice::GetDeviceName() const { return m_internals->name; }
-CString& BaseDevice::GetDeviceName() { return m_internals->name; }
-CString const& BaseDevice::GetDeviceDriverName() const { return m_internals->driverName; }
-CString& BaseDevice::GetDeviceDriverName() { return m_internals->driverName; }
+CDataId const& BaseDevice::GetDataId() const
+{
+    return m_dataId;
+}
+CDataId& BaseDevice::GetDataId()
+{
+    return m_dataId;
+}
+CDataId* BaseDevice::GetDataIdPtr()
+{
+    return &m_dataId;
+}
+unsigned short BaseDevice::GetGroupId() const
+{
+    return m_dataId.GetGroupId();
+}
+CDataBlock& BaseDevice::DataBlock()
+{
+    return m_internals->block;
+}
+void BaseDevice::SetDeviceName(CString const& name)
+{
+    m_internals->name = name;
+}
+void BaseDevice::SetDeviceDriverName(CString const& name)
+{
+    m_internals->driverName = name;
+}
+CString const& BaseDevice::GetDeviceName() const
+{
+    return m_internals->name;
+}
+CString& BaseDevice::GetDeviceName()
+{
+    return m_internals->name;
+}
+CString const& BaseDevice::GetDeviceDriverName() const
+{
+    return m_internals->driverName;
+}
+CString& BaseDevice::GetDeviceDriverName()
+{
+    return m_internals->driverName;
+}
 
 CCompOffset BaseDevice::GetOffset() const
 {
@@ -96,7 +129,10 @@ CCompOffset BaseDevice::GetOffset() const
     return offset;
 }
 
-SubscriptionMap* BaseDevice::GetAttributeSubscriptionMap() { return &m_internals->subscriptions; }
+SubscriptionMap* BaseDevice::GetAttributeSubscriptionMap()
+{
+    return &m_internals->subscriptions;
+}
 
 bool BaseDevice::SetAttributeMap(CAttributeMap const& map, unsigned flags)
 {
@@ -186,9 +222,18 @@ bool BaseDevice::GetAttribValue(AttributeKey const& key, int& value, unsigned& f
     return ReadAttribute(m_criticalSection, *m_attributes, key, flags, value);
 }
 
-bool BaseDevice::GetEnableT0() const { return false; }
-bool BaseDevice::GetEnableCTS() const { return false; }
-unsigned short BaseDevice::GetDeviceNum() const { return m_dataId.GetDeviceNum(); }
+bool BaseDevice::GetEnableT0() const
+{
+    return false;
+}
+bool BaseDevice::GetEnableCTS() const
+{
+    return false;
+}
+unsigned short BaseDevice::GetDeviceNum() const
+{
+    return m_dataId.GetDeviceNum();
+}
 
 double BaseDevice::GetTimeOut() const
 {
@@ -196,13 +241,34 @@ double BaseDevice::GetTimeOut() const
     return m_internals->timeOut;
 }
 
-bool BaseDevice::HasInputs() const { return false; }
-bool BaseDevice::HasManualInputs() const { return false; }
-bool BaseDevice::HasTimerFormula() const { return false; }
-bool BaseDevice::HasManualCtrlDll() const { return false; }
-bool BaseDevice::HasOutputs(int) const { return false; }
-bool BaseDevice::HasOutputs() const { return false; }
-bool BaseDevice::HasTimerOutputs() const { return false; }
+bool BaseDevice::HasInputs() const
+{
+    return false;
+}
+bool BaseDevice::HasManualInputs() const
+{
+    return false;
+}
+bool BaseDevice::HasTimerFormula() const
+{
+    return false;
+}
+bool BaseDevice::HasManualCtrlDll() const
+{
+    return false;
+}
+bool BaseDevice::HasOutputs(int) const
+{
+    return false;
+}
+bool BaseDevice::HasOutputs() const
+{
+    return false;
+}
+bool BaseDevice::HasTimerOutputs() const
+{
+    return false;
+}
 void BaseDevice::StartOutputTimer() {}
 void BaseDevice::StopOutputTimer() {}
 void BaseDevice::StartManualInputTimer() {}
@@ -210,7 +276,10 @@ void BaseDevice::StopManualInputTimer() {}
 void BaseDevice::NotifyShutDown() {}
 void BaseDevice::InitOutputMessages() {}
 
-int BaseDevice::GetOutputStat() const { return m_internals->outputStat; }
+int BaseDevice::GetOutputStat() const
+{
+    return m_internals->outputStat;
+}
 
 void BaseDevice::SetOutputStat(double time, int status)
 {
@@ -220,17 +289,44 @@ void BaseDevice::SetOutputStat(double time, int status)
     m_internals->outputStat = status;
 }
 
-int BaseDevice::GetIndexNumber() const { return m_dataId.GetDeviceNum(); }
-bool BaseDevice::DoOutput(long, CDataId const&) { return false; }
-bool BaseDevice::DoOutput(long) { return false; }
+int BaseDevice::GetIndexNumber() const
+{
+    return m_dataId.GetDeviceNum();
+}
+bool BaseDevice::DoOutput(long, CDataId const&)
+{
+    return false;
+}
+bool BaseDevice::DoOutput(long)
+{
+    return false;
+}
 
-bool BaseDevice::ProcessMessage(char*, int) { return false; }
-bool BaseDevice::SendCommandPort(CString const&) { return false; }
-bool BaseDevice::ProcessCommandPort(CString const&) { return false; }
+bool BaseDevice::ProcessMessage(char*, int)
+{
+    return false;
+}
+bool BaseDevice::SendCommandPort(CString const&)
+{
+    return false;
+}
+bool BaseDevice::ProcessCommandPort(CString const&)
+{
+    return false;
+}
 void BaseDevice::ApplyUnits() {}
-CDataBlock BaseDevice::GetDataBlock() const { return m_internals->block; }
-double BaseDevice::GetDataRate() const { return 0.0; }
-int BaseDevice::GetHandlerType() const { return 0; }
+CDataBlock BaseDevice::GetDataBlock() const
+{
+    return m_internals->block;
+}
+double BaseDevice::GetDataRate() const
+{
+    return 0.0;
+}
+int BaseDevice::GetHandlerType() const
+{
+    return 0;
+}
 
 double BaseDevice::GetDeviceTime() const
 {
@@ -249,9 +345,15 @@ void BaseDevice::SetTimeOut(double seconds)
     m_internals->timeOut = seconds;
 }
 
-BaseIOHandler* BaseDevice::GetPortPtr() const { return m_internals->port.load(std::memory_order_acquire); }
+BaseIOHandler* BaseDevice::GetPortPtr() const
+{
+    return m_internals->port.load(std::memory_order_acquire);
+}
 void BaseDevice::initDataBlockForMessage(int) {}
-unsigned long long BaseDevice::GetTrackingNumber() { return 0; }
+unsigned long long BaseDevice::GetTrackingNumber()
+{
+    return 0;
+}
 
 void BaseDevice::SetPortName(CString const& name)
 {
@@ -267,9 +369,18 @@ CString BaseDevice::GetPortName() const
 
 void BaseDevice::SetLeapSecondsOffset(double) {}
 void BaseDevice::SetClockSyncDevice(bool) {}
-void BaseDevice::CopyDataBlock(CDataBlock const& block) { m_internals->block = block; }
-bool BaseDevice::SendMessageW(CForm*, bool) { return false; }
-bool BaseDevice::SendMessageW(CForm&, bool) { return false; }
+void BaseDevice::CopyDataBlock(CDataBlock const& block)
+{
+    m_internals->block = block;
+}
+bool BaseDevice::SendMessageW(CForm*, bool)
+{
+    return false;
+}
+bool BaseDevice::SendMessageW(CForm&, bool)
+{
+    return false;
+}
 
 bool BaseDevice::SendMessageW(std::string const& bytes, bool flag)
 {
@@ -278,11 +389,17 @@ bool BaseDevice::SendMessageW(std::string const& bytes, bool flag)
     return traffic != nullptr && traffic->SendRaw({m_dataId, GetPortPtr()}, bytes, flag);
 }
 
-bool BaseDevice::SendMessageToPort(std::string const& bytes) { return SendMessageW(bytes, false); }
+bool BaseDevice::SendMessageToPort(std::string const& bytes)
+{
+    return SendMessageW(bytes, false);
+}
 void BaseDevice::ResetDeviceTimers() {}
 void BaseDevice::HandleAttribsChange(CDataId const&) {}
 void BaseDevice::ResizeBuffer(unsigned) {}
-CString BaseDevice::GetDeviceCtrlDllName() const { return {}; }
+CString BaseDevice::GetDeviceCtrlDllName() const
+{
+    return {};
+}
 
 void BaseDevice::SetDeviceCtrlViewType(CString name)
 {
@@ -299,13 +416,25 @@ CString BaseDevice::GetDeviceCtrlViewType() const
     return m_internals->controlViewType;
 }
 
-void BaseDevice::SetAlwaysNotifyFlag(bool flag) { m_internals->alwaysNotify = flag; }
-bool BaseDevice::GetAlwaysnotifyFlag() const { return m_internals->alwaysNotify; }
+void BaseDevice::SetAlwaysNotifyFlag(bool flag)
+{
+    m_internals->alwaysNotify = flag;
+}
+bool BaseDevice::GetAlwaysnotifyFlag() const
+{
+    return m_internals->alwaysNotify;
+}
 void BaseDevice::SendManualData() {}
-int BaseDevice::GetTimeStampMode() const { return 0; }
+int BaseDevice::GetTimeStampMode() const
+{
+    return 0;
+}
 void BaseDevice::SetUtcUpdateAgeCheck(bool) {}
 void BaseDevice::SetClockSyncEnabled(bool) {}
-int BaseDevice::GetDeviceType() const { return m_dataId.GetType(); }
+int BaseDevice::GetDeviceType() const
+{
+    return m_dataId.GetType();
+}
 void BaseDevice::EnableDsoPositionImport(bool) {}
 
 void BaseDevice::HandlePortConnect() {}
@@ -313,11 +442,26 @@ void BaseDevice::HandlePortConnected() {}
 void BaseDevice::HandlePortDisConnect() {}
 void BaseDevice::HandlePortDisConnected() {}
 void BaseDevice::ProtocolHandler() {}
-CString BaseDevice::GetDesignModelName() const { return {}; }
-CString BaseDevice::GetDesignModelType() const { return {}; }
-CString BaseDevice::GetSurveyModelName() const { return {}; }
-CString BaseDevice::GetVesselGuid() const { return {}; }
-double BaseDevice::GetTimeDelay() const { return 0.0; }
+CString BaseDevice::GetDesignModelName() const
+{
+    return {};
+}
+CString BaseDevice::GetDesignModelType() const
+{
+    return {};
+}
+CString BaseDevice::GetSurveyModelName() const
+{
+    return {};
+}
+CString BaseDevice::GetVesselGuid() const
+{
+    return {};
+}
+double BaseDevice::GetTimeDelay() const
+{
+    return 0.0;
+}
 
 void BaseDevice::SetPortPtr(BaseIOHandler* port)
 {
@@ -325,5 +469,11 @@ void BaseDevice::SetPortPtr(BaseIOHandler* port)
     m_internals->port.store(port, std::memory_order_release);
 }
 
-bool BaseDevice::GetEnable() const { return m_internals->enabled; }
-void BaseDevice::SetEnable(bool enable) { m_internals->enabled = enable; }
+bool BaseDevice::GetEnable() const
+{
+    return m_internals->enabled;
+}
+void BaseDevice::SetEnable(bool enable)
+{
+    m_internals->enabled = enable;
+}

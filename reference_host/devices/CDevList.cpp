@@ -7,14 +7,18 @@
 
 using vordal::CurrentState;
 
-struct CDevListAccess {
+struct CDevListAccess
+{
     static CDevList instance;
 };
 CDevList CDevListAccess::instance;
 
 DevICreator::~DevICreator() = default;
 
-CDevList& CDevList::GetDevList() { return CDevListAccess::instance; }
+CDevList& CDevList::GetDevList()
+{
+    return CDevListAccess::instance;
+}
 
 bool CDevList::RegisterDev(CString const& name, DevICreator* creator)
 {

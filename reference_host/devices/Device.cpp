@@ -14,7 +14,10 @@ Device::~Device() = default;
 
 void Device::SetDeviceDef(DeviceDefinition const*) {}
 
-bool Device::Create() { return GetBuffer() != nullptr; }
+bool Device::Create()
+{
+    return GetBuffer() != nullptr;
+}
 
 bool Device::Create(CDataId const& dataId, BaseDataSource*)
 {
@@ -49,7 +52,10 @@ void Device::DispatchDataBlock(CDataBlock const& block)
 }
 
 void Device::StopInputTimer() {}
-double Device::AdjustTimeStamp(double seconds) const { return seconds; }
+double Device::AdjustTimeStamp(double seconds) const
+{
+    return seconds;
+}
 
 void Device::DisableTimeOut(bool disable)
 {

@@ -56,11 +56,35 @@ bool QX5Device::SendRecord(std::uint32_t recordId, void const* payload, std::uin
            traffic->SendData({m_dataId, GetPortPtr()}, recordId, bytes, time, deviceId, enumerator);
 }
 
-bool QX5Device::DoOutput(long output, CDataId const& dataId) { return Device::DoOutput(output, dataId); }
-bool QX5Device::ProcessMessage(char* message, int size) { return Device::ProcessMessage(message, size); }
-unsigned long long QX5Device::GetTrackingNumber() { return Device::GetTrackingNumber(); }
-void QX5Device::HandlePortConnect() { Device::HandlePortConnect(); }
-void QX5Device::HandlePortDisConnect() { Device::HandlePortDisConnect(); }
-void QX5Device::SetPortPtr(BaseIOHandler* port) { Device::SetPortPtr(port); }
-bool QX5Device::Create() { return Device::Create(); }
-void QX5Device::ApplyAttribs(bool changed) { Device::ApplyAttribs(changed); }
+bool QX5Device::DoOutput(long output, CDataId const& dataId)
+{
+    return Device::DoOutput(output, dataId);
+}
+bool QX5Device::ProcessMessage(char* message, int size)
+{
+    return Device::ProcessMessage(message, size);
+}
+unsigned long long QX5Device::GetTrackingNumber()
+{
+    return Device::GetTrackingNumber();
+}
+void QX5Device::HandlePortConnect()
+{
+    Device::HandlePortConnect();
+}
+void QX5Device::HandlePortDisConnect()
+{
+    Device::HandlePortDisConnect();
+}
+void QX5Device::SetPortPtr(BaseIOHandler* port)
+{
+    Device::SetPortPtr(port);
+}
+bool QX5Device::Create()
+{
+    return Device::Create();
+}
+void QX5Device::ApplyAttribs(bool changed)
+{
+    Device::ApplyAttribs(changed);
+}

@@ -12,7 +12,8 @@ class BaseDevice;
 namespace vordal {
 
 /// The devices that are attached to one port, in order of attachment. Any thread. Host::SetPort keeps it.
-class VORDAL_API AttachedDevices {
+class VORDAL_API AttachedDevices
+{
 public:
     virtual ~AttachedDevices();
 
@@ -30,14 +31,16 @@ private:
 
 /// A port of the contract's class `Handler` (BaseIOHandler, QX5SocketIoHandler) with its devices.
 template <typename Handler>
-class PortWithDevices : public Handler, public AttachedDevices {
+class PortWithDevices : public Handler, public AttachedDevices
+{
 public:
     int GetDeviceCount() const override { return Count(); }
     BaseDevice* GetDevice(int index) const override { return At(index); }
 };
 
 /// A port that is no sonar's.
-class VORDAL_API PlainPort final : public PortWithDevices<BaseIOHandler> {
+class VORDAL_API PlainPort final : public PortWithDevices<BaseIOHandler>
+{
 public:
     ~PlainPort() override;
 };

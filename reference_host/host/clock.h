@@ -8,19 +8,22 @@
 namespace vordal {
 
 /// Seconds since 1970-01-01 UTC, with fractions. Any thread.
-class VORDAL_API Clock {
+class VORDAL_API Clock
+{
 public:
     virtual ~Clock();
     virtual double Now() const = 0;
 };
 
-class VORDAL_API SystemClock final : public Clock {
+class VORDAL_API SystemClock final : public Clock
+{
 public:
     double Now() const override;
 };
 
 /// Stands still until it is set.
-class VORDAL_API FixedClock final : public Clock {
+class VORDAL_API FixedClock final : public Clock
+{
 public:
     explicit FixedClock(double seconds) : m_seconds(seconds) {}
 

@@ -25,7 +25,8 @@ namespace {
 std::atomic<Host*> currentHost{nullptr};
 
 /// The end of a task that somebody waits for: its result, its exception, or that it was dropped.
-struct Completion {
+struct Completion
+{
     Completion() = default;
     Completion(Completion const&) = delete;
     Completion& operator=(Completion const&) = delete;
@@ -184,8 +185,7 @@ void Computation::GetAttributeMap(CAttributeMap& map) const
 
 bool Computation::IsLinkedTo(CDataId const& device) const
 {
-    return std::find(m_setup.linkedDevices.begin(), m_setup.linkedDevices.end(), device) !=
-           m_setup.linkedDevices.end();
+    return std::find(m_setup.linkedDevices.begin(), m_setup.linkedDevices.end(), device) != m_setup.linkedDevices.end();
 }
 
 void Computation::MergeIn(CAttributeMap const& tree)
@@ -223,9 +223,15 @@ Host& Host::Current()
     return *host;
 }
 
-Host* Host::CurrentOrNull() { return currentHost.load(std::memory_order_acquire); }
+Host* Host::CurrentOrNull()
+{
+    return currentHost.load(std::memory_order_acquire);
+}
 
-void Host::SetClock(Clock const* clock) { m_state->clock.store(clock, std::memory_order_release); }
+void Host::SetClock(Clock const* clock)
+{
+    m_state->clock.store(clock, std::memory_order_release);
+}
 
 double Host::Now() const
 {
@@ -233,16 +239,30 @@ double Host::Now() const
     return clock != nullptr ? clock->Now() : SystemClock().Now();
 }
 
-void Host::SetTraffic(SonarTraffic* traffic) { m_state->traffic.store(traffic, std::memory_order_release); }
-SonarTraffic* Host::Traffic() const { return m_state->traffic.load(std::memory_order_acquire); }
-void Host::SetObserver(HostObserver* observer) { m_state->observer.store(observer, std::memory_order_release); }
-HostObserver* Host::Observer() const { return m_state->observer.load(std::memory_order_acquire); }
-void Host::SetRequestFailures(RequestFailures failures) { m_state->failures = failures; }
+void Host::SetTraffic(SonarTraffic* traffic)
+{
+    m_state->traffic.store(traffic, std::memory_order_release);
+}
+SonarTraffic* Host::Traffic() const
+{
+    return m_state->traffic.load(std::memory_order_acquire);
+}
+void Host::SetObserver(HostObserver* observer)
+{
+    m_state->observer.store(observer, std::memory_order_release);
+}
+HostObserver* Host::Observer() const
+{
+    return m_state->observer.load(std::memory_order_acquire);
+}
+void Host::SetRequestFailures(RequestFailures failures)
+{
+    m_state->failures = failures;
+}
 
 bool Host::IsHostThread() const
 {
-    return m_state->thread != nullptr ? m_state->thread->IsThisThread()
-                                      : std::this_thread::get_id() == m_state->owner;
+    return m_state->thread != nullptr ? m_state->thread->IsThisThread() : std::this_thread::get_id() == m_state->owner;
 }
 
 bool Host::Post(Task task)
@@ -330,8 +350,9 @@ bool Host::RemoveDevice(BaseDevice* device)
     std::unique_ptr<Device> removed;
     {
         std::lock_guard const lock(m_state->mutex);
-        auto const found = std::find_if(m_state->devices.begin(), m_state->devices.end(),
-                                        [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; });
+        auto const found =
+            std::find_if(m_state->devices.begin(), m_state->devices.end(),
+                         [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; });
         if (found == m_state->devices.end()) {
             return false;
         }
@@ -486,7 +507,10 @@ bool Host::DeliverRequest(Device& device, CAttributeMap* request)
     return false;
 }
 
-BaseDataSource& Host::Buffer(CDataId const& stream) { return *m_state->FindBuffer(stream, true); }
+BaseDataSource& Host::Buffer(CDataId const& stream)
+{
+    return *m_state->FindBuffer(stream, true);
+}
 
 void Host::PutBlock(CDataId const& stream, CDataBlock const& block)
 {

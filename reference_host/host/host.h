@@ -30,19 +30,22 @@ class HostObserver;
 struct HostState;
 
 /// Where requests and notifications run.
-enum class Threading {
+enum class Threading
+{
     Inline,   ///< on the thread that calls, at once; that thread counts as the host thread
     Threaded, ///< on one host thread, in the order in which they were posted
 };
 
 /// What becomes of an exception that leaves a request.
-enum class RequestFailures {
+enum class RequestFailures
+{
     Contain, ///< logged in one line; the host lives on
     Pass,    ///< passed to whoever asked for the request, for a tool that reports it
 };
 
 /// What makes a computation of the project.
-struct ComputationSetup {
+struct ComputationSetup
+{
     CDataId dataId;
     int type = 0;
     CAttributeMap attributes;
@@ -52,19 +55,21 @@ struct ComputationSetup {
 };
 
 /// What makes a vessel of the project.
-struct VesselSetup {
+struct VesselSetup
+{
     unsigned short number = 1;
     CString name;
     /// Section -> item -> text.
     std::map<CString, std::map<CString, CString>> configuration;
 };
 
-/// The host. One lives at a time in a process; the singletons of the contract (DataManager, VesselManager, CDevList, the
-/// buses) answer from it, and a new one begins empty. Without one they find nothing.
+/// The host. One lives at a time in a process; the singletons of the contract (DataManager, VesselManager, CDevList,
+/// the buses) answer from it, and a new one begins empty. Without one they find nothing.
 ///
 /// Set it up, then use it, on the thread that made it; operations are for that thread or the host thread unless they
 /// say otherwise. Clock, traffic, observer and ports are the caller's and must outlive the host.
-class VORDAL_API Host {
+class VORDAL_API Host
+{
 public:
     using Task = std::function<void()>;
 
@@ -103,8 +108,8 @@ public:
     bool Stop(std::chrono::milliseconds limit = std::chrono::seconds(10));
 
     // Devices.
-    /// A device of a class that a plug-in has registered, or of the host's own "QX5Device" or "Device"; not yet known to
-    /// anybody. Null when there is no such class.
+    /// A device of a class that a plug-in has registered, or of the host's own "QX5Device" or "Device"; not yet known
+    /// to anybody. Null when there is no such class.
     std::unique_ptr<Device> MakeDevice(CString const& className);
     /// Takes the device in under this id, with a buffer, as the last one. The id must be free: otherwise null, and the
     /// device is gone.

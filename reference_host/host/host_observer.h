@@ -17,7 +17,8 @@ namespace vordal {
 /// the host acts, on the caller's thread (any thread), with no lock of the host held, except that a caller may hold the
 /// lock of its own device. Only calls from outside are told: what the host does of itself (Host::MergeDecoded,
 /// Host::PutBlock, the merge inside DataManager::SetAttributeMap) is not. What is sent goes through SonarTraffic.
-class VORDAL_API HostObserver {
+class VORDAL_API HostObserver
+{
 public:
     virtual ~HostObserver();
 

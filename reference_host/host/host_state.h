@@ -31,7 +31,8 @@ inline std::uint64_t PackedId(CDataId const& id)
 }
 
 /// What the host keeps about one device.
-struct DeviceInternals {
+struct DeviceInternals
+{
     CAttributeMap tree;
     /// The device's lock, which guards the tree.
     CriticalSection* lock = nullptr;
@@ -55,7 +56,8 @@ struct DeviceInternals {
     std::atomic<BaseIOHandler*> port{nullptr};
 };
 
-class Computation final : public Compform {
+class Computation final : public Compform
+{
 public:
     explicit Computation(ComputationSetup setup) : m_setup(std::move(setup)) {}
 
@@ -75,7 +77,8 @@ private:
     SubscriptionMap m_subscriptions;
 };
 
-class Vessel final : public CBaseVessel {
+class Vessel final : public CBaseVessel
+{
 public:
     explicit Vessel(VesselSetup setup) : m_setup(std::move(setup)) {}
 
@@ -86,13 +89,15 @@ private:
     VesselSetup m_setup;
 };
 
-struct HostState {
+struct HostState
+{
     explicit HostState(Threading mode);
     HostState(HostState const&) = delete;
     HostState& operator=(HostState const&) = delete;
     ~HostState();
 
-    struct DeviceEntry {
+    struct DeviceEntry
+    {
         CDataId id;
         std::unique_ptr<Device> device;
     };

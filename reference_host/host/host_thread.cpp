@@ -11,7 +11,10 @@ namespace vordal {
 
 HostThread::HostThread() : m_thread([this] { Run(); }), m_id(m_thread.get_id()) {}
 
-HostThread::~HostThread() { Finish(); }
+HostThread::~HostThread()
+{
+    Finish();
+}
 
 void HostThread::Finish()
 {

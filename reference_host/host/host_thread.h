@@ -11,7 +11,8 @@
 namespace vordal {
 
 /// Runs tasks in the order in which they were posted. Any thread may post.
-class HostThread {
+class HostThread
+{
 public:
     using Task = std::function<void()>;
 

@@ -11,11 +11,12 @@
 namespace vordal {
 namespace {
 
-struct LogState {
+struct LogState
+{
     std::mutex mutex; ///< keeps the calls of the sink apart
     LogSink sink;
-    std::shared_ptr<spdlog::logger> logger = std::make_shared<spdlog::logger>(
-        "vordalhost", std::make_shared<spdlog::sinks::stderr_sink_mt>());
+    std::shared_ptr<spdlog::logger> logger =
+        std::make_shared<spdlog::logger>("vordalhost", std::make_shared<spdlog::sinks::stderr_sink_mt>());
 };
 
 /// Never destroyed: threads may still log while the process ends.

@@ -8,7 +8,13 @@
 
 namespace vordal {
 
-enum class LogLevel { Debug, Info, Warning, Error };
+enum class LogLevel
+{
+    Debug,
+    Info,
+    Warning,
+    Error
+};
 
 using LogSink = std::function<void(LogLevel level, std::string_view line)>;
 

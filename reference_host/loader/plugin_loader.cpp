@@ -21,9 +21,13 @@ std::string VersionText(unsigned version)
 
 } // namespace
 
-std::string TakeVersionRefusal() { return std::exchange(versionRefusal, {}); }
+std::string TakeVersionRefusal()
+{
+    return std::exchange(versionRefusal, {});
+}
 
-struct PlugIn::Body {
+struct PlugIn::Body
+{
     std::filesystem::path file;
     platform::Module module;
 
@@ -117,7 +121,10 @@ std::unique_ptr<PlugIn> PlugIn::Load(std::filesystem::path const& file, std::str
     return plugIn;
 }
 
-std::filesystem::path const& PlugIn::File() const { return m_body->file; }
+std::filesystem::path const& PlugIn::File() const
+{
+    return m_body->file;
+}
 
 void PlugIn::RegisterDevices()
 {
@@ -132,7 +139,10 @@ void PlugIn::UnRegisterDevices()
     }
 }
 
-void PlugIn::RegisterViews() { m_body->registerViews(); }
+void PlugIn::RegisterViews()
+{
+    m_body->registerViews();
+}
 
 void PlugIn::InitializeTemplates(CVordalBaseApp* application)
 {
@@ -152,7 +162,10 @@ void PlugIn::DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c
     m_body->deviceCtrlInit(a, b, c, d);
 }
 
-void* PlugIn::FindFunction(char const* name) const { return m_body->module.Find(name); }
+void* PlugIn::FindFunction(char const* name) const
+{
+    return m_body->module.Find(name);
+}
 
 } // namespace vordal
 
@@ -164,10 +177,9 @@ bool CheckDllVersion(unsigned version, char const* sourceFile, char const* build
         vordal::versionRefusal.clear();
         return true;
     }
-    vordal::versionRefusal = "it was built for version " + vordal::VersionText(version) +
-                             " of the host contract, this host speaks version " +
-                             vordal::VersionText(VORDAL_CONTRACT_VERSION) + " (" +
-                             (sourceFile != nullptr ? sourceFile : "?") + ", " +
-                             (buildTime != nullptr ? buildTime : "?") + ")";
+    vordal::versionRefusal =
+        "it was built for version " + vordal::VersionText(version) +
+        " of the host contract, this host speaks version " + vordal::VersionText(VORDAL_CONTRACT_VERSION) + " (" +
+        (sourceFile != nullptr ? sourceFile : "?") + ", " + (buildTime != nullptr ? buildTime : "?") + ")";
     return false;
 }

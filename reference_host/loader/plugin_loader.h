@@ -12,7 +12,8 @@ class CVordalBaseApp;
 namespace vordal {
 
 /// A plug-in that is loaded and attached. The entry points are called through it. Host thread.
-class VORDAL_API PlugIn {
+class VORDAL_API PlugIn
+{
 public:
     /// Loads the module, finds its entry points, and lets it attach itself. Null when it is refused; `reason` is then
     /// one line that names the file and says why. Several hosts may load one file one after the other.

@@ -36,6 +36,9 @@ Module Module::Load(std::filesystem::path const& file, std::string& reason)
     return module;
 }
 
-void* Module::Find(char const* name) const { return m_handle != nullptr ? dlsym(m_handle, name) : nullptr; }
+void* Module::Find(char const* name) const
+{
+    return m_handle != nullptr ? dlsym(m_handle, name) : nullptr;
+}
 
 } // namespace vordal::platform

@@ -7,7 +7,8 @@
 namespace vordal::platform {
 
 /// A loaded module; unloaded when this goes.
-class Module {
+class Module
+{
 public:
     Module() = default;
     Module(Module const&) = delete;

@@ -140,7 +140,8 @@ TEST(Buffer, EveryDeviceHasOne)
 
 TEST(Buffer, TellsItsSubscribersWhatAndWhen)
 {
-    struct Sink : Subscriber {
+    struct Sink : Subscriber
+    {
         explicit Sink(std::string& to) : told(to) {}
         void Notify(NotificationInfo const* info) override
         {
@@ -148,7 +149,8 @@ TEST(Buffer, TellsItsSubscribersWhatAndWhen)
         }
         std::string& told;
     };
-    struct Recorder : vordal::HostObserver {
+    struct Recorder : vordal::HostObserver
+    {
         explicit Recorder(std::string& to) : told(to) {}
         void OnStoreBlock(CDataId const&, CDataBlock const&) override { told += "store "; }
         void OnAnnounceBlock(CDataId const&) override { told += "announce "; }

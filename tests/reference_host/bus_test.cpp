@@ -21,7 +21,8 @@ namespace {
 using vordal::Host;
 
 /// A sink that runs what it is given and counts its own end.
-class Sink : public Subscriber {
+class Sink : public Subscriber
+{
 public:
     explicit Sink(std::function<void(NotificationInfo const*)> action, int* deleted = nullptr)
         : m_action(std::move(action)), m_deleted(deleted)
@@ -41,7 +42,8 @@ private:
 };
 
 /// A host with one device and a log of who was told.
-class Bus : public ::testing::Test {
+class Bus : public ::testing::Test
+{
 protected:
     void SetUp() override
     {

@@ -35,7 +35,8 @@ CDataId const Sonar(1, 78, 1, 1);
 CDataId const Elsewhere(9, 9, 9, 9);
 
 /// A device whose requests run what a test gives it.
-class Scripted : public QX5Device {
+class Scripted : public QX5Device
+{
 public:
     std::function<void(CAttributeMap*)> onRequest;
 
@@ -49,7 +50,8 @@ private:
 };
 
 /// Writes down what the host tells, as short words.
-class Recorder : public vordal::HostObserver, public vordal::SonarTraffic {
+class Recorder : public vordal::HostObserver, public vordal::SonarTraffic
+{
 public:
     std::string told;
     bool sends = true;
@@ -67,24 +69,21 @@ public:
         told += "stat" + std::to_string(static_cast<int>(time)) + "/" + std::to_string(status) + " ";
     }
     void OnDisableTimeOut(BaseDevice&, bool disable) override { told += disable ? "quiet " : "watched "; }
-    void OnDeviceCtrlViewType(BaseDevice&, CString const& name) override
-    {
-        told += name == L"VIEW" ? "view " : "? ";
-    }
+    void OnDeviceCtrlViewType(BaseDevice&, CString const& name) override { told += name == L"VIEW" ? "view " : "? "; }
     void OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) override { told += "failed "; }
 
     bool SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                            int deviceId, int enumerator) override
     {
         told += "remote" + std::to_string(sender.device.GetGroupId()) + (sender.port != nullptr ? "p" : "") + ":" +
-                std::to_string(recordId) + "," + std::to_string(payload.size()) + "," + std::to_string(deviceId) +
-                "," + std::to_string(enumerator) + " ";
+                std::to_string(recordId) + "," + std::to_string(payload.size()) + "," + std::to_string(deviceId) + "," +
+                std::to_string(enumerator) + " ";
         return sends;
     }
     bool AskForRecord(Sender const&, std::uint32_t recordId, int deviceId, int enumerator) override
     {
-        told += "ask:" + std::to_string(recordId) + "," + std::to_string(deviceId) + "," +
-                std::to_string(enumerator) + " ";
+        told +=
+            "ask:" + std::to_string(recordId) + "," + std::to_string(deviceId) + "," + std::to_string(enumerator) + " ";
         return sends;
     }
     bool SendData(Sender const&, std::uint32_t recordId, std::span<unsigned char const> payload, double time, int,
@@ -116,7 +115,8 @@ int IntOf(BaseDevice& device, wchar_t const* key)
     return value;
 }
 
-class LiveOrInline : public ::testing::Test {
+class LiveOrInline : public ::testing::Test
+{
 protected:
     Scripted* Add(Host& host, CDataId const& id = Sonar)
     {
@@ -439,7 +439,8 @@ TEST_F(HostThreads, StopIsBoundedAndThoseWhoWaitGetAnAnswer)
     while (!running) {
         std::this_thread::yield();
     }
-    struct Marker {
+    struct Marker
+    {
         explicit Marker(std::atomic<bool>& of) : gone(of) {}
         ~Marker() { gone = true; }
         std::atomic<bool>& gone;
@@ -534,7 +535,8 @@ TEST_F(HostRegisters, PortsListTheirDevices)
 
 TEST_F(HostRegisters, DeviceClasses)
 {
-    struct Counted : DevICreator {
+    struct Counted : DevICreator
+    {
         explicit Counted(int& of) : deleted(of) {}
         ~Counted() override { ++deleted; }
         BaseDevice* MakeDevice() override { return new Scripted; }
@@ -647,12 +649,10 @@ TEST_F(HostRegisters, AClockThatStandsStill)
 
 TEST_F(HostRegisters, DevicesGoInTheirOrderWhileTheHostStillAnswers)
 {
-    struct Leaving : Device {
+    struct Leaving : Device
+    {
         Leaving(std::string& to, std::string with) : told(to), name(std::move(with)) {}
-        ~Leaving() override
-        {
-            told += name + std::to_string(DataManager::GetDataManager().GetDeviceCount(1)) + " ";
-        }
+        ~Leaving() override { told += name + std::to_string(DataManager::GetDataManager().GetDeviceCount(1)) + " "; }
         std::string& told;
         std::string name;
     };

@@ -1,15 +1,92 @@
 // The handlers for options around the acquisition of data.
-#include "../QX5SonarConfigurationControlDevice.h"
 #include "Acquisition.h"
+#include "../QX5SonarConfigurationControlDevice.h"
+#include "command_values.h"
+#include "echo_map.h"
+#include "reading.h"
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
+using namespace qx5;
+namespace keys = qx5::protocol::keys;
+namespace records = qx5::protocol::records;
 
-void ControlDevice::RequestStacking(CAttributeMap*) {}
-void ControlDevice::RequestPowerSaveMode(CAttributeMap*) {}
-void ControlDevice::RequestDutyCycleLimitation(CAttributeMap*) {}
-void ControlDevice::Request7042Options(CAttributeMap*) {}
-void ControlDevice::RequestImageDataSetup(CAttributeMap*) {}
-void ControlDevice::RequestSoundVelocityProbe(CAttributeMap*) {}
-void ControlDevice::RequestASDRecording(CAttributeMap*) {}
-void ControlDevice::RequestStaveRecording(CAttributeMap*) {}
-void ControlDevice::RequestAScanBeams(CAttributeMap*) {}
+void ControlDevice::RequestStacking(CAttributeMap* request)
+{
+    Run(*request, commands::RequestStacking);
+}
+
+void ControlDevice::RequestPowerSaveMode(CAttributeMap* request)
+{
+    Run(*request, commands::RequestPowerSaveMode);
+}
+
+void ControlDevice::RequestDutyCycleLimitation(CAttributeMap* request)
+{
+    Run(*request, commands::RequestDutyCycleLimitation);
+}
+
+void ControlDevice::Request7042Options(CAttributeMap* request)
+{
+    constexpr Command const& command = commands::Request7042Options;
+    CommandValues values;
+    if (!ReadOperands(*request, Stored(), command, values)) {
+        return;
+    }
+    auto& divisor = std::get<std::int32_t>(values[OperandOf(command, keys::x57042DownsampleDivisor)]);
+    if (std::get<std::int32_t>(values[OperandOf(command, keys::x57042DownsampleType)]) != 0 && divisor < 2) {
+        divisor = 2;
+    }
+    protocol::RecordLayout const record = records::Options7042;
+    protocol::Payload payload(record.size);
+    PackOperands(command, values, record, payload);
+    SendRemote(record.id, payload, OwnSonar);
+
+    EchoMap echo;
+    for (Operand const& operand : command.operands) {
+        echo.TellValue(operand.attribute, values[OperandOf(command, *operand.key)]);
+    }
+    Report(echo.Tree(), command.echoFlags);
+}
+
+void ControlDevice::RequestImageDataSetup(CAttributeMap* request)
+{
+    int height = 0;
+    int bytesPerPixel = 0;
+    if (!Read(*request, At<keys::MaxImageHeight>, height) && !Read(*request, At<keys::BytesPerPixel>, bytesPerPixel)) {
+        return;
+    }
+    protocol::RecordLayout const record = records::ImageDataSetup;
+    protocol::Payload payload(record.size);
+    PackKey(record, keys::MaxImageHeight, height, payload);
+    PackKey(record, keys::BytesPerPixel, bytesPerPixel, payload);
+    SendRemote(record.id, payload, OwnSonar);
+
+    EchoMap echo;
+    if (height != 0) {
+        echo.Tell(At<keys::MaxImageHeight>, height);
+    }
+    if (bytesPerPixel != 0) {
+        echo.Tell(At<keys::BytesPerPixel>, bytesPerPixel);
+    }
+    Report(echo.Tree(), commands::RequestImageDataSetup.echoFlags);
+}
+
+void ControlDevice::RequestSoundVelocityProbe(CAttributeMap* request)
+{
+    Run(*request, commands::RequestSoundVelocityProbe);
+}
+
+void ControlDevice::RequestASDRecording(CAttributeMap* request)
+{
+    Run(*request, commands::RequestASDRecording);
+}
+
+void ControlDevice::RequestStaveRecording(CAttributeMap* request)
+{
+    Run(*request, commands::RequestStaveRecording);
+}
+
+void ControlDevice::RequestAScanBeams(CAttributeMap* request)
+{
+    Run(*request, commands::RequestAScanBeams);
+}

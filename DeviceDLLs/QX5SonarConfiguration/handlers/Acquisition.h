@@ -2,17 +2,111 @@
 #pragma once
 
 #include "command.h"
+#include <protocol/records/acquisition.h>
 
 namespace qx5::commands {
 
-inline constexpr Command RequestStacking{};
-inline constexpr Command RequestPowerSaveMode{};
-inline constexpr Command RequestDutyCycleLimitation{};
-inline constexpr Command Request7042Options{};
-inline constexpr Command RequestImageDataSetup{};
-inline constexpr Command RequestSoundVelocityProbe{};
-inline constexpr Command RequestASDRecording{};
-inline constexpr Command RequestStaveRecording{};
-inline constexpr Command RequestAScanBeams{};
+namespace acquisition {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+/// The unit behind the sonar processor that takes A-scans.
+inline constexpr Target DetectionUnit{7006, 0};
+
+inline constexpr Operand stackingKeys[]{keys::x5StackingEnabled, keys::x5StackingValue};
+inline constexpr Sending stackingSends[]{{records::Stacking}};
+
+inline constexpr Operand powerSaveKeys[]{keys::x5PowerSaveMode, keys::x5PowerSaveBlankPercent};
+inline constexpr Sending powerSaveSends[]{{records::PowerSave, Processor}};
+
+inline constexpr Operand dutyCycleKeys[]{keys::x5DutyCycleLimitation};
+inline constexpr Sending dutyCycleSends[]{{records::DutyCycleLimitation}};
+
+inline constexpr Operand options7042Keys[]{keys::x57042UseBD, keys::x57042MagOnly, keys::x57042Compress,
+                                           keys::x57042DownsampleType, keys::x57042DownsampleDivisor};
+inline constexpr Sending options7042Sends[]{{records::Options7042}};
+
+inline constexpr Operand imageDataKeys[]{keys::MaxImageHeight, keys::BytesPerPixel};
+inline constexpr Sending imageDataSends[]{{records::ImageDataSetup}};
+
+inline constexpr Operand soundVelocityProbeKeys[]{keys::x5SoundVelocityProbeEnabled};
+inline constexpr Sending soundVelocityProbeSends[]{{records::SoundVelocityProbe}};
+
+inline constexpr Operand asdRecordingKeys[]{keys::ASDRecordingEnabled};
+inline constexpr Sending asdRecordingSends[]{{records::AsdRecording}};
+
+inline constexpr Operand staveRecordingKeys[]{keys::StaveRecordingEnabled, keys::StaveRecordingProcessingStage};
+inline constexpr Sending staveRecordingSends[]{{records::StaveRecording}};
+
+inline constexpr Operand aScanBeamsKeys[]{keys::AScanBeamSubscribe, keys::AScanBeamStart, keys::AScanBeamEnd};
+inline constexpr Sending aScanBeamsSends[]{{records::AScanBeams}, {records::AScanBeamsPassedOn, DetectionUnit}};
+
+} // namespace acquisition
+
+inline constexpr Command RequestStacking{
+    .form = Form::Strict,
+    .operands = acquisition::stackingKeys,
+    .sends = acquisition::stackingSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestPowerSaveMode{
+    .form = Form::Strict,
+    .operands = acquisition::powerSaveKeys,
+    .sends = acquisition::powerSaveSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestDutyCycleLimitation{
+    .form = Form::Direct,
+    .operands = acquisition::dutyCycleKeys,
+    .sends = acquisition::dutyCycleSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command Request7042Options{
+    .form = Form::Lax,
+    .operands = acquisition::options7042Keys,
+    .sends = acquisition::options7042Sends,
+    .echoFlags = 0,
+    .note = "With a downsample type other than 0 a divisor below 2 becomes 2, in the record and in the echo.",
+};
+
+inline constexpr Command RequestImageDataSetup{
+    .form = Form::Own,
+    .operands = acquisition::imageDataKeys,
+    .sends = acquisition::imageDataSends,
+    .echoFlags = 0,
+    .note = "The height from the request or, failing that, the bytes per pixel, never both; the other goes out as 0. "
+            "The echo leaves out what is 0 and may be empty.",
+};
+
+inline constexpr Command RequestSoundVelocityProbe{
+    .form = Form::Direct,
+    .operands = acquisition::soundVelocityProbeKeys,
+    .sends = acquisition::soundVelocityProbeSends,
+    .echoFlags = 4,
+};
+
+inline constexpr Command RequestASDRecording{
+    .form = Form::Direct,
+    .operands = acquisition::asdRecordingKeys,
+    .sends = acquisition::asdRecordingSends,
+    .echoFlags = 4,
+};
+
+inline constexpr Command RequestStaveRecording{
+    .form = Form::Strict,
+    .operands = acquisition::staveRecordingKeys,
+    .sends = acquisition::staveRecordingSends,
+    .echoFlags = 4,
+};
+
+inline constexpr Command RequestAScanBeams{
+    .form = Form::AllRequired,
+    .operands = acquisition::aScanBeamsKeys,
+    .sends = acquisition::aScanBeamsSends,
+};
 
 } // namespace qx5::commands

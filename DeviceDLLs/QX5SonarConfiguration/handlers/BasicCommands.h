@@ -21,7 +21,7 @@ inline constexpr Sending calibrationSends[]{{records::CalibrationControl}};
 inline constexpr FollowUp calibrationAsks[]{{7055}};
 
 inline constexpr Operand pingOnOffKeys[]{keys::x5PingOnOffState,
-                                         {keys::PingSequenceId, {.source = Source::Stored, .echo = Echo::None}}};
+                                         {keys::PingSequenceId, {.source = Source::Told}}};
 inline constexpr Sending pingOnOffSends[]{{records::PingsOn, OwnSonar, "the state is not 0"},
                                           {records::PingsOff, OwnSonar, "the state is 0"}};
 

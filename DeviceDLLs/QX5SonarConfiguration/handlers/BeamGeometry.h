@@ -1,16 +1,112 @@
-// The commands for beam geometry: mode, flex sector, spacing, number and width of beams, coverage, system mode, as tables.
+// The commands for beam geometry: mode, flex sector, spacing, number and width of beams, coverage, system mode, as
+// tables.
 #pragma once
 
 #include "command.h"
+#include <protocol/records/beam_geometry.h>
 
 namespace qx5::commands {
 
-inline constexpr Command RequestBeamMode{};
-inline constexpr Command RequestFlexModeParams{};
-inline constexpr Command RequestConstantSpacing{};
-inline constexpr Command RequestCustomBeams{};
-inline constexpr Command RequestProjectorBeamWidths{};
-inline constexpr Command RequestResetCoverage{};
-inline constexpr Command RequestSystemMode{};
+namespace beam_geometry {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+/// Read from the stored tree to work something out, never requested or echoed here.
+inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None};
+
+inline constexpr Operand beamModeKeys[]{keys::x5BeamModeSelection, {keys::x5ConstantSpacingEnabled, storedOnly}};
+inline constexpr Sending beamModeSends[]{{records::BeamMode}};
+
+inline constexpr Operand flexModeKeys[]{keys::x5FlexSectorCoverage,
+                                        keys::x5FlexSectorSteering,
+                                        {keys::x5FlexOutsideSpacing, {.triggers = false, .optional = true}}};
+inline constexpr Sending flexModeSends[]{{records::FlexMode}};
+
+inline constexpr Operand constantSpacingKeys[]{keys::x5ConstantSpacing,
+                                               keys::x5ConstantSpacingEnabled,
+                                               keys::x5ConstantSpacingReduceCoverage,
+                                               {keys::x5BeamSpacingMode, storedOnly},
+                                               {keys::x5Range, storedOnly}};
+inline constexpr Sending constantSpacingSends[]{{records::ConstantSpacing}};
+
+inline constexpr Operand customBeamsKeys[]{
+    keys::x5CustomBeams, keys::x5CustomBeamsEnabled, {keys::x5MinBeams, storedOnly}, {keys::x5MaxBeams, storedOnly}};
+inline constexpr Sending customBeamsSends[]{{records::CustomBeams}};
+
+inline constexpr Operand beamWidthsKeys[]{keys::x5BeamWidthX, keys::x5BeamWidthZ};
+inline constexpr Sending beamWidthsSends[]{{records::ProjectorBeamWidths}};
+
+inline constexpr Operand resetCoverageKeys[]{
+    {keys::x5ResetCoverage, {.source = Source::Request, .echo = Echo::None}},
+    {keys::x5StdCoverage, storedOnly},
+    {keys::GUIMinAngle, storedOnly},
+    {keys::GUIMaxAngle, storedOnly},
+    {keys::ATTR_ROLLCOR, storedOnly},
+    {keys::x5DualHeadMode, storedOnly},
+    {keys::x5Overlap, storedOnly},
+};
+
+inline constexpr Operand systemModeKeys[]{keys::x5SystemMode};
+inline constexpr Sending systemModeSends[]{{records::SystemMode}};
+
+} // namespace beam_geometry
+
+inline constexpr Command RequestBeamMode{
+    .form = Form::Own,
+    .operands = beam_geometry::beamModeKeys,
+    .sends = beam_geometry::beamModeSends,
+    .echoFlags = 0,
+    .note = "Direct. The echo also tells the beam modes. The stored switch of constant spacing is then added to the "
+            "request, so that the spacing goes out anew for the new beam mode.",
+};
+
+inline constexpr Command RequestFlexModeParams{
+    .form = Form::Strict,
+    .operands = beam_geometry::flexModeKeys,
+    .sends = beam_geometry::flexModeSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestConstantSpacing{
+    .form = Form::Own,
+    .operands = beam_geometry::constantSpacingKeys,
+    .sends = beam_geometry::constantSpacingSends,
+    .echoFlags = 4,
+    .note = "Lax. While switched on, or with the stored spacing mode 3, a spacing that is not above 0 becomes a "
+            "hundredth of the stored range; otherwise 0 is sent. The spacing is echoed, as sent, only when above 0.",
+};
+
+inline constexpr Command RequestCustomBeams{
+    .form = Form::Own,
+    .operands = beam_geometry::customBeamsKeys,
+    .sends = beam_geometry::customBeamsSends,
+    .echoFlags = 4,
+    .note = "A number in the request is taken as it stands, 0 for off. Without one the switch counts: on takes the "
+            "stored number, or the stored maximum when that is 0, within the stored limits, the lower of which wins. "
+            "The record holds the number rounded. The number is echoed, unrounded, only when on, the switch always.",
+};
+
+inline constexpr Command RequestProjectorBeamWidths{
+    .form = Form::Strict,
+    .operands = beam_geometry::beamWidthsKeys,
+    .sends = beam_geometry::beamWidthsSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestResetCoverage{
+    .form = Form::Own,
+    .operands = beam_geometry::resetCoverageKeys,
+    .note = "Direct, whatever the value. Sends nothing of its own: it writes opening angle and steering of the swath "
+            "and of the flex sector into the request, for the commands further down that set them. The swath is the "
+            "standard one, within the limits of the system and, with two heads, of the overlap.",
+};
+
+inline constexpr Command RequestSystemMode{
+    .form = Form::Direct,
+    .operands = beam_geometry::systemModeKeys,
+    .sends = beam_geometry::systemModeSends,
+    .echoFlags = 0,
+};
 
 } // namespace qx5::commands

@@ -2,14 +2,99 @@
 #pragma once
 
 #include "command.h"
+#include <protocol/records/gates.h>
 
 namespace qx5::commands {
 
-inline constexpr Command RequestAbsoluteGates{};
-inline constexpr Command RequestAdaptiveGates{};
-inline constexpr Command RequestBarCheckGates{};
-inline constexpr Command RequestGateEnableFlags{};
-inline constexpr Command SendLorqGating{};
-inline constexpr Command RequestVerticalDetectionMode{};
+namespace gates {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+// The four distances are echoed as the sonar has them, in single precision.
+inline constexpr Operand absoluteKeys[]{{keys::x5MinRangeGate, {.echo = Echo::AsSent}},
+                                        {keys::x5MaxRangeGate, {.echo = Echo::AsSent}},
+                                        {keys::x5MinDepthGate, {.echo = Echo::AsSent}},
+                                        {keys::x5MaxDepthGate, {.echo = Echo::AsSent}},
+                                        {keys::x5DepthGateTilt}};
+inline constexpr Sending absoluteSends[]{{records::AbsoluteGates}};
+
+inline constexpr Operand adaptiveKeys[]{keys::x5AGWindowSize, keys::x5AGSearchMin, keys::x5AGSearchMax};
+inline constexpr Sending adaptiveSends[]{{records::AdaptiveGate}};
+
+inline constexpr Operand barCheckKeys[]{keys::BarCheckGateMode, keys::BarCheckMinGate, keys::BarCheckMaxGate};
+inline constexpr Sending barCheckSends[]{{records::BarCheckGates}};
+inline constexpr FollowUp barCheckAsks[]{{10000}};
+
+inline constexpr Operand enableKeys[]{keys::x5RangeFilterEnabled,   keys::x5DepthFilterEnabled,
+                                      keys::x5DepthFilterFollow,    keys::x5AdaptiveGateEnabled,
+                                      keys::x5AGDepthFilterEnabled, keys::x5AGDepthFilterFixed};
+inline constexpr Sending enableSends[]{{records::GateEnableFlags}};
+
+inline constexpr OperandOptions fromRequest{.source = Source::Request, .echo = Echo::None};
+inline constexpr Operand pipeRouteKeys[]{
+    {keys::x5LorqGating, fromRequest},
+    {keys::x5LorqPipeRoutePoint, fromRequest},
+    {keys::x5LorqPipeRoutePipeNumber, fromRequest},
+    {keys::x5LorqDetDiameter, fromRequest},
+    {keys::x5LorqDetBeamX, fromRequest},
+    {keys::x5LorqDetBeamY, fromRequest},
+    {keys::x5LorqDetBeamZ, fromRequest},
+    {keys::x5LorqDetBeamAngle, fromRequest},
+    {keys::x5SoundVelocity, fromRequest},
+    {keys::x5LorqDetBeamTwtt, fromRequest},
+    {keys::x5LorqDetSampleRate, fromRequest},
+    {keys::x5LorqDetPingNumber, fromRequest},
+};
+inline constexpr Sending pipeRouteSends[]{{records::PipeRouteGating, OwnSonar, "once for each group of points"}};
+
+inline constexpr Operand verticalKeys[]{keys::VerticalDetectionModeEnabled};
+inline constexpr Sending verticalSends[]{{records::VerticalDetectionMode, Processor}};
+
+} // namespace gates
+
+inline constexpr Command RequestAbsoluteGates{
+    .form = Form::Strict,
+    .operands = gates::absoluteKeys,
+    .sends = gates::absoluteSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestAdaptiveGates{
+    .form = Form::Strict,
+    .operands = gates::adaptiveKeys,
+    .sends = gates::adaptiveSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestBarCheckGates{
+    .form = Form::AllRequired,
+    .operands = gates::barCheckKeys,
+    .sends = gates::barCheckSends,
+    .followUps = gates::barCheckAsks,
+};
+
+inline constexpr Command RequestGateEnableFlags{
+    .form = Form::Strict,
+    .operands = gates::enableKeys,
+    .sends = gates::enableSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command SendLorqGating{
+    .form = Form::Own,
+    .operands = gates::pipeRouteKeys,
+    .sends = gates::pipeRouteSends,
+    .note = "The request holds any number of groups, a group any number of points, a point its ten values; a value "
+            "that is not there is 0. Each group goes out as one record, in order, one without points too. The sample "
+            "number of a detection is sample rate x two-way travel time.",
+};
+
+inline constexpr Command RequestVerticalDetectionMode{
+    .form = Form::Direct,
+    .operands = gates::verticalKeys,
+    .sends = gates::verticalSends,
+    .echoFlags = 0,
+};
 
 } // namespace qx5::commands

@@ -2,19 +2,150 @@
 #pragma once
 
 #include "command.h"
+#include <protocol/records/pulse_frequency_gain.h>
 
 namespace qx5::commands {
 
-inline constexpr Command RequestPulseType{};
-inline constexpr Command RequestPulseCharacteristics{};
-inline constexpr Command RequestCenterFrequency{};
-inline constexpr Command RequestFMSweep{};
-inline constexpr Command RequestConfigureMultiFrequency{};
-inline constexpr Command RequestVernierParameters{};
-inline constexpr Command RequestGainMode{};
-inline constexpr Command RequestSourceLevelMode{};
-inline constexpr Command RequestSampleRate{};
-inline constexpr Command RequestPingSequence{};
-inline constexpr Command RequestMultiPing{};
+namespace pulse_frequency_gain {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+/// Read from the stored tree to work something out, never requested or echoed here.
+inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None};
+
+inline constexpr Operand pulseTypeKeys[]{keys::x5PulseType};
+inline constexpr Sending pulseTypeSends[]{{records::PulseType}};
+inline constexpr FollowUp pulseTypeAsks[]{{7503}};
+
+inline constexpr Operand pulseCharacteristicsKeys[]{keys::PulseCharacteristicsMode, keys::PulseControl,
+                                                    keys::PulseExtension, keys::SurveyDepthMin, keys::SurveyDepthMax};
+inline constexpr Sending pulseCharacteristicsSends[]{{records::PulseCharacteristics}};
+
+inline constexpr Operand centerFrequencyKeys[]{keys::x5CenterFrequency};
+inline constexpr Sending centerFrequencySends[]{{records::CenterFrequency}};
+
+inline constexpr Operand sweepKeys[]{keys::x5FMSweep,
+                                     keys::x5FMSweepNegative,
+                                     {keys::DeviceEnum, storedOnly},
+                                     {keys::x5PingSettingsList, storedOnly},
+                                     {keys::x5CenterFrequency, storedOnly}};
+inline constexpr Sending sweepSends[]{{records::FMSweep}};
+
+inline constexpr Operand multiFrequencyKeys[]{keys::PingSequenceFrequencyStart, keys::PingSequenceFrequencyEnd,
+                                              keys::PingSequenceFrequencyStep};
+inline constexpr Sending multiFrequencySends[]{{records::MultiFrequency, Processor}};
+
+inline constexpr Operand vernierKeys[]{keys::x5VernierBfMode,
+                                       keys::x5VernierSmoothFilterType,
+                                       {keys::x5VernierSmoothFilterLength, {.echo = Echo::AsSent}}};
+inline constexpr Sending vernierSends[]{{records::VernierParameters}};
+
+inline constexpr Operand gainModeKeys[]{
+    keys::x5GainMode, keys::x5GainStageSelection, {keys::x5Gain, storedOnly}, {keys::x5GainAlt, storedOnly}};
+inline constexpr Sending gainModeSends[]{{records::GainMode}};
+
+inline constexpr Operand sourceLevelModeKeys[]{keys::x5SourceLevelMode};
+inline constexpr Sending sourceLevelModeSends[]{{records::SourceLevelMode}};
+
+inline constexpr Operand sampleRateKeys[]{keys::x5SampleRateSelection,
+                                          {keys::x5SonarSettings, storedOnly},
+                                          {keys::x5SampleRateSet, storedOnly},
+                                          {keys::x5IQRate, storedOnly}};
+inline constexpr Sending sampleRateSends[]{{records::SampleRate}};
+
+inline constexpr Operand pingSequenceKeys[]{keys::PingSequenceId};
+inline constexpr Sending pingSequenceSends[]{{records::PingSequence, Processor}};
+
+inline constexpr Operand multiPingKeys[]{keys::x5MultiPingCount};
+inline constexpr Sending multiPingSends[]{{records::MultiPing}};
+
+} // namespace pulse_frequency_gain
+
+inline constexpr Command RequestPulseType{
+    .form = Form::Own,
+    .operands = pulse_frequency_gain::pulseTypeKeys,
+    .sends = pulse_frequency_gain::pulseTypeSends,
+    .echoFlags = 0,
+    .followUps = pulse_frequency_gain::pulseTypeAsks,
+    .note = "Direct, but the settings are asked for whenever the key is there, whatever its value.",
+};
+
+inline constexpr Command RequestPulseCharacteristics{
+    .form = Form::Strict,
+    .operands = pulse_frequency_gain::pulseCharacteristicsKeys,
+    .sends = pulse_frequency_gain::pulseCharacteristicsSends,
+    .echoFlags = 4,
+};
+
+inline constexpr Command RequestCenterFrequency{
+    .form = Form::Strict,
+    .operands = pulse_frequency_gain::centerFrequencyKeys,
+    .sends = pulse_frequency_gain::centerFrequencySends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestFMSweep{
+    .form = Form::Own,
+    .operands = pulse_frequency_gain::sweepKeys,
+    .sends = pulse_frequency_gain::sweepSends,
+    .echoFlags = 0,
+    .note = "Strict, but completed from the stored ping settings numbered by \"DeviceEnum\" (the first when there are "
+            "none of that number) and echoed under them. The record holds the stored centre frequency, which must be "
+            "there, less and plus half the sweep; a negative sweep begins above.",
+};
+
+inline constexpr Command RequestConfigureMultiFrequency{
+    .form = Form::Strict,
+    .operands = pulse_frequency_gain::multiFrequencyKeys,
+    .sends = pulse_frequency_gain::multiFrequencySends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestVernierParameters{
+    .form = Form::Strict,
+    .operands = pulse_frequency_gain::vernierKeys,
+    .sends = pulse_frequency_gain::vernierSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestGainMode{
+    .form = Form::Own,
+    .operands = pulse_frequency_gain::gainModeKeys,
+    .sends = pulse_frequency_gain::gainModeSends,
+    .echoFlags = 0,
+    .note = "Lax. When the mode differs from a stored one, the echo tells it a second time and swaps the stored gain "
+            "with the parked one, if both are there. The gain itself is not sent.",
+};
+
+inline constexpr Command RequestSourceLevelMode{
+    .form = Form::Direct,
+    .operands = pulse_frequency_gain::sourceLevelModeKeys,
+    .sends = pulse_frequency_gain::sourceLevelModeSends,
+    .echoFlags = 4,
+};
+
+inline constexpr Command RequestSampleRate{
+    .form = Form::Own,
+    .operands = pulse_frequency_gain::sampleRateKeys,
+    .sends = pulse_frequency_gain::sampleRateSends,
+    .echoFlags = 0,
+    .note = "Direct. The record holds the rate of the selected set in the active settings, 0 when there is none. The "
+            "echo also tells the beam modes and the pulse lengths of the present pulse type.",
+};
+
+inline constexpr Command RequestPingSequence{
+    .form = Form::Direct,
+    .operands = pulse_frequency_gain::pingSequenceKeys,
+    .sends = pulse_frequency_gain::pingSequenceSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestMultiPing{
+    .form = Form::Lax,
+    .operands = pulse_frequency_gain::multiPingKeys,
+    .sends = pulse_frequency_gain::multiPingSends,
+    .echoFlags = 0,
+};
 
 } // namespace qx5::commands

@@ -38,6 +38,8 @@ enum class Source : std::uint8_t {
     AsForm,      ///< as the command's form says
     Request,     ///< in the request alone
     Stored,      ///< in the stored tree alone; such a key cannot be requested here
+    Branch,      ///< among the children of the branch that is the command's first operand
+    Told,        ///< nowhere: the handler tells the key of its own accord
 };
 
 /// What the echo carries for an operand.

@@ -70,7 +70,7 @@ std::span<ChainEntry const> Chain()
 
 bool IsRequestable(Operand const& operand)
 {
-    return operand.options.source != Source::Stored;
+    return operand.options.source != Source::Stored && operand.options.source != Source::Told;
 }
 
 std::vector<ChainEntry const*> RowsOfKey(protocol::Key const& key)

@@ -291,11 +291,7 @@ void ControlDevice::Send(qx5::protocol::RecordLayout const& record, std::span<un
                    target.enumerator);
         break;
     case qx5::protocol::Carrier::PassThrough:
-        if (auto* port = SonarPort()) {
-            port->SendRemoteControlCommandWithPassThrough(record.id, payload.data(), payload.size(),
-                                                          static_cast<std::uint32_t>(target.deviceId),
-                                                          static_cast<std::uint16_t>(target.enumerator));
-        }
+        SendThrough(record.id, payload, target);
         break;
     }
 }
@@ -309,6 +305,15 @@ void ControlDevice::SendRemote(std::uint32_t recordId, std::span<unsigned char c
 {
     SendRemoteControlRecord(recordId, payload.empty() ? nullptr : payload.data(), payload.size(), target.deviceId,
                             target.enumerator);
+}
+
+void ControlDevice::SendThrough(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target)
+{
+    if (auto* const connection = SonarPort()) {
+        connection->SendRemoteControlCommandWithPassThrough(
+            recordId, payload.empty() ? nullptr : payload.data(), payload.size(),
+            static_cast<std::uint32_t>(target.deviceId), static_cast<std::uint16_t>(target.enumerator));
+    }
 }
 
 void ControlDevice::AskFor(std::span<qx5::FollowUp const> followUps)

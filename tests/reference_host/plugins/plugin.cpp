@@ -9,7 +9,7 @@
 class CVordalBaseApp;
 
 #ifndef PLUGIN_VERSION
-#  define PLUGIN_VERSION VORDAL_CONTRACT_VERSION
+#define PLUGIN_VERSION VORDAL_CONTRACT_VERSION
 #endif
 
 namespace {
@@ -20,7 +20,9 @@ std::string& Calls()
     return calls;
 }
 
-class SmallDevice : public Device {};
+class SmallDevice : public Device
+{
+};
 
 } // namespace
 
@@ -34,7 +36,10 @@ VORDAL_PLUGIN_EXPORT bool LibraryAttach()
     return CheckDllVersion(PLUGIN_VERSION, "plugin.cpp", "today");
 #endif
 }
-VORDAL_PLUGIN_EXPORT void LibraryDetach() { Calls() += "detach "; }
+VORDAL_PLUGIN_EXPORT void LibraryDetach()
+{
+    Calls() += "detach ";
+}
 VORDAL_PLUGIN_EXPORT void RegisterDevices()
 {
     Calls() += "devices ";
@@ -45,9 +50,18 @@ VORDAL_PLUGIN_EXPORT void UnRegisterDevices()
     Calls() += "no-devices ";
     CDevList::GetDevList().UnRegisterDev(L"SmallDevice");
 }
-VORDAL_PLUGIN_EXPORT void RegisterViews() { Calls() += "views "; }
-VORDAL_PLUGIN_EXPORT void InitializeTemplates(CVordalBaseApp*) { Calls() += "templates "; }
-VORDAL_PLUGIN_EXPORT void UnInitializeTemplates() { Calls() += "no-templates "; }
+VORDAL_PLUGIN_EXPORT void RegisterViews()
+{
+    Calls() += "views ";
+}
+VORDAL_PLUGIN_EXPORT void InitializeTemplates(CVordalBaseApp*)
+{
+    Calls() += "templates ";
+}
+VORDAL_PLUGIN_EXPORT void UnInitializeTemplates()
+{
+    Calls() += "no-templates ";
+}
 #ifndef PLUGIN_WITHOUT_CONTROL_INIT
 VORDAL_PLUGIN_EXPORT void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d)
 {
@@ -55,5 +69,8 @@ VORDAL_PLUGIN_EXPORT void DeviceCtrlInit(unsigned short a, unsigned short b, uns
 }
 #endif
 /// What was called so far; valid while the module is loaded.
-VORDAL_PLUGIN_EXPORT char const* WhatWasCalled() { return Calls().c_str(); }
+VORDAL_PLUGIN_EXPORT char const* WhatWasCalled()
+{
+    return Calls().c_str();
+}
 }

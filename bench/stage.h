@@ -1,0 +1,115 @@
+// The stage that requests are measured on: one host with the plug-in, a sonar device, a subscriber, connections.
+#pragma once
+
+#include "loopback.h"
+#include "measure.h"
+#include "reference_host/host/host.h"
+#include "reference_host/link/live_traffic.h"
+#include "reference_host/link/sonar_link.h"
+#include "reference_host/link/x5_port.h"
+#include "reference_host/loader/plugin_loader.h"
+
+#include <atomic>
+#include <memory>
+
+namespace bench {
+
+/// Keeps only how much was sent.
+class CountingTraffic final : public vordal::SonarTraffic {
+public:
+    std::uint64_t records = 0;
+    std::uint64_t bytes = 0;
+
+    bool SendRemoteControl(Sender const&, std::uint32_t, std::span<unsigned char const> payload, int, int) override
+    {
+        return Count(payload.size());
+    }
+    bool AskForRecord(Sender const&, std::uint32_t, int, int) override { return Count(0); }
+    bool SendData(Sender const&, std::uint32_t, std::span<unsigned char const> payload, double, int, int) override
+    {
+        return Count(payload.size());
+    }
+    bool SendRaw(Sender const&, std::string_view frame, bool) override { return Count(frame.size()); }
+
+private:
+    bool Count(std::size_t size)
+    {
+        ++records;
+        bytes += size;
+        return true;
+    }
+};
+
+/// One sonar whose tree holds 5,000 nodes, with a live connection and a subscriber of "x5Range".
+class LiveSonar {
+public:
+    LiveSonar(vordal::Host& host, vordal::LinkThread& thread, unsigned short number);
+    LiveSonar(LiveSonar const&) = delete;
+    LiveSonar& operator=(LiveSonar const&) = delete;
+    ~LiveSonar();
+
+    Device& GetDevice() { return *m_device; }
+    /// The socket at the sonar's end.
+    int FarEnd() const { return m_farEnd; }
+    std::uint64_t Told() const { return m_told.load(); }
+    void WaitUntilTold(std::uint64_t times);
+
+private:
+    void OnEcho();
+
+    vordal::Host& m_host;
+    Listener m_listener;
+    std::unique_ptr<vordal::X5Port> m_port;
+    Device* m_device = nullptr;
+    std::unique_ptr<Subscription> m_subscription;
+    std::atomic<std::uint64_t> m_told{0};
+    int m_farEnd = -1;
+};
+
+/// One host with the plug-in and two sonars: the far end of the first is read by a thread of its own, that of the
+/// second by whoever measures.
+class Stage {
+public:
+    Stage();
+    Stage(Stage const&) = delete;
+    Stage& operator=(Stage const&) = delete;
+    ~Stage();
+
+    vordal::Host& Host() { return m_host; }
+    LiveSonar& Drained() { return *m_drained; }
+    Drain& DrainThread() { return *m_drain; }
+    LiveSonar& Read() { return *m_read; }
+
+    /// Runs on the host thread with sends going to a recorder, or to the live connections.
+    void OnHostRecorded(std::function<void()> const& work);
+    void OnHostLive(std::function<void()> const& work);
+
+    /// What a tree of so many values looks like: as a sonar's, in branches of 50.
+    static CAttributeMap MakeTree(int nodes);
+
+private:
+    CountingTraffic m_recorder;
+    vordal::LiveTraffic m_live;
+    vordal::Host m_host{vordal::Threading::Threaded};
+    vordal::LinkThread m_linkThread;
+    std::unique_ptr<vordal::PlugIn> m_plugin;
+    std::unique_ptr<LiveSonar> m_drained;
+    std::unique_ptr<Drain> m_drain;
+    std::unique_ptr<LiveSonar> m_read;
+};
+
+std::vector<Case> RequestCases(Stage& stage);
+std::vector<Case> TreeCases();
+std::vector<Case> CommandLineCases();
+
+/// What the cases are compared with, and what is promised.
+struct Ratio {
+    std::string what;
+    std::string of;
+    std::string to; ///< empty: the bound is in nanoseconds
+    double bound;
+    bool difference = false; ///< `of` less `to`, in nanoseconds, instead of a ratio
+};
+std::vector<Ratio> Promises();
+
+} // namespace bench

@@ -1,0 +1,204 @@
+// Compares what a scenario did with what it was expected to do.
+#include "cli/scenario/checker.h"
+
+#include "cli/scenario/json_path.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <string_view>
+
+namespace qx5::cli {
+
+namespace {
+
+using Kind = JsonValue::Kind;
+
+/// A value on one line, cut when it is long.
+std::string Excerpt(JsonValue const& value)
+{
+    constexpr std::size_t limit = 400;
+    std::string text = WriteJson(value);
+    if (text.size() > limit) {
+        std::size_t cut = limit;
+        while ((static_cast<unsigned char>(text[cut]) & 0xC0U) == 0x80U) {
+            --cut;
+        }
+        text.resize(cut);
+        text += "...";
+    }
+    return text;
+}
+
+bool SameNumber(JsonValue const& expected, JsonValue const& got)
+{
+    std::int64_t expectedInteger = 0;
+    std::int64_t gotInteger = 0;
+    if (expected.ReadInteger(expectedInteger) && got.ReadInteger(gotInteger)) {
+        return expectedInteger == gotInteger;
+    }
+    double expectedNumber = 0.0;
+    double gotNumber = 0.0;
+    return expected.ReadNumber(expectedNumber) && got.ReadNumber(gotNumber) &&
+           std::bit_cast<std::uint64_t>(expectedNumber) == std::bit_cast<std::uint64_t>(gotNumber);
+}
+
+std::optional<std::vector<unsigned char>> BytesOfHex(std::string_view hex)
+{
+    std::vector<unsigned char> bytes;
+    for (std::size_t i = 0; i < hex.size(); ++i) {
+        char const c = hex[i];
+        bool const isDigit = c >= '0' && c <= '9';
+        if (!isDigit && (c < 'a' || c > 'f')) {
+            return std::nullopt;
+        }
+        auto const value = static_cast<unsigned>(isDigit ? c - '0' : c - 'a' + 10);
+        if (i % 2 == 0) {
+            bytes.push_back(static_cast<unsigned char>(value << 4));
+        } else {
+            bytes.back() = static_cast<unsigned char>(bytes.back() | value);
+        }
+    }
+    return hex.size() % 2 == 0 ? std::optional(std::move(bytes)) : std::nullopt;
+}
+
+/// Whether the byte at `at` is the highest of a quiet NaN without further bits, of either width.
+bool EndsQuietNaN(std::vector<unsigned char> const& bytes, std::size_t at)
+{
+    auto const zeros = [&](std::size_t count) {
+        return std::all_of(bytes.begin() + static_cast<std::ptrdiff_t>(at - count - 1),
+                           bytes.begin() + static_cast<std::ptrdiff_t>(at - 1), [](auto byte) { return byte == 0; });
+    };
+    if (at < 3 || (bytes[at] & 0x7FU) != 0x7F) {
+        return false;
+    }
+    return (bytes[at - 1] == 0xC0 && zeros(2)) || (at >= 7 && bytes[at - 1] == 0xF8 && zeros(6));
+}
+
+std::string HexByte(unsigned char byte)
+{
+    static constexpr char digits[] = "0123456789abcdef";
+    return {digits[byte >> 4], digits[byte & 0xFU]};
+}
+
+std::optional<std::string> PayloadDifference(JsonValue const& expected, JsonValue const& got, std::string const& path)
+{
+    auto const expectedBytes = BytesOfHex(expected.text);
+    auto const gotBytes = BytesOfHex(got.text);
+    if (!expectedBytes.has_value() || !gotBytes.has_value()) {
+        return "at " + path + ": the expected payload is not lower-case hex of whole bytes";
+    }
+    auto const common = std::min(expectedBytes->size(), gotBytes->size());
+    for (std::size_t i = 0; i < common; ++i) {
+        if ((*expectedBytes)[i] != (*gotBytes)[i] && !(EndsQuietNaN(*expectedBytes, i) && EndsQuietNaN(*gotBytes, i))) {
+            return "at " + path + ": byte " + std::to_string(i) + ": expected " + HexByte((*expectedBytes)[i]) +
+                   ", got " + HexByte((*gotBytes)[i]);
+        }
+    }
+    if (expectedBytes->size() != gotBytes->size()) {
+        return "at " + path + ": expected " + std::to_string(expectedBytes->size()) + " bytes, got " +
+               std::to_string(gotBytes->size()) + " (the same up to byte " + std::to_string(common) + ")";
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> Difference(JsonValue const& expected, JsonValue const& got, std::string const& path);
+
+std::optional<std::string> ObjectDifference(JsonValue const& expected, JsonValue const& got, std::string const& path)
+{
+    for (auto const& [key, value] : expected.members) {
+        auto memberPath = path;
+        JsonPath::AppendKey(memberPath, key);
+        auto const* other = got.Find(key);
+        if (other == nullptr) {
+            return "at " + memberPath + ": expected " + Excerpt(value) + ", got nothing";
+        }
+        bool const isPayload = path == "$" && (key == "payload" || key == "raw") && value.Is(Kind::Text) &&
+                               other->Is(Kind::Text) && value.text != other->text;
+        if (auto found =
+                isPayload ? PayloadDifference(value, *other, memberPath) : Difference(value, *other, memberPath)) {
+            return found;
+        }
+    }
+    for (auto const& [key, value] : got.members) {
+        if (expected.Find(key) == nullptr) {
+            auto memberPath = path;
+            JsonPath::AppendKey(memberPath, key);
+            return "at " + memberPath + ": expected nothing, got " + Excerpt(value);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> ArrayDifference(JsonValue const& expected, JsonValue const& got, std::string const& path)
+{
+    auto const common = std::min(expected.items.size(), got.items.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        auto itemPath = path;
+        JsonPath::AppendIndex(itemPath, i);
+        if (auto found = Difference(expected.items[i], got.items[i], itemPath)) {
+            return found;
+        }
+    }
+    if (expected.items.size() == got.items.size()) {
+        return std::nullopt;
+    }
+    auto itemPath = path;
+    JsonPath::AppendIndex(itemPath, common);
+    return "at " + itemPath + ": expected " +
+           (expected.items.size() > common ? Excerpt(expected.items[common]) : "nothing") + ", got " +
+           (got.items.size() > common ? Excerpt(got.items[common]) : "nothing");
+}
+
+std::optional<std::string> Difference(JsonValue const& expected, JsonValue const& got, std::string const& path)
+{
+    bool same = expected.kind == got.kind;
+    if (same) {
+        switch (expected.kind) {
+        case Kind::Object:
+            return ObjectDifference(expected, got, path);
+        case Kind::Array:
+            return ArrayDifference(expected, got, path);
+        case Kind::Number:
+            same = SameNumber(expected, got);
+            break;
+        case Kind::Bool:
+            same = expected.boolean == got.boolean;
+            break;
+        case Kind::Text:
+            same = expected.text == got.text;
+            break;
+        case Kind::Null:
+        case Kind::Defect:
+            break;
+        }
+    }
+    if (same) {
+        return std::nullopt;
+    }
+    return "at " + path + ": expected " + Excerpt(expected) + ", got " + Excerpt(got);
+}
+
+} // namespace
+
+std::optional<std::string> FindDifference(std::vector<JsonValue> const& expected, std::vector<JsonValue> const& got)
+{
+    auto const counts =
+        " (" + std::to_string(expected.size()) + " expected, " + std::to_string(got.size()) + " happened)";
+    for (std::size_t i = 0; i < std::max(expected.size(), got.size()); ++i) {
+        auto const event = "event " + std::to_string(i + 1);
+        if (i >= got.size()) {
+            return event + " did not happen" + counts + "\n  expected " + Excerpt(expected[i]);
+        }
+        if (i >= expected.size()) {
+            return event + " was not expected" + counts + "\n  got      " + Excerpt(got[i]);
+        }
+        if (auto const found = Difference(expected[i], got[i], "$")) {
+            return event + " differs" + (expected.size() != got.size() ? counts : "") + " " + *found + "\n  expected " +
+                   Excerpt(expected[i]) + "\n  got      " + Excerpt(got[i]);
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace qx5::cli

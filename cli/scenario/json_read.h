@@ -1,0 +1,74 @@
+// Reads typed values out of JSON values, with messages that say where and why.
+#pragma once
+
+#include "cli/scenario/json_path.h"
+#include "cli/scenario/json_value.h"
+
+#include <VordalBaseR/CDataId.h>
+#include <VordalBaseR/CString.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qx5::cli {
+
+// Each of these throws InvalidScenario at `path` when the value is of another kind or out of range.
+
+bool ReadBool(JsonValue const& value, JsonPath const& path);
+/// An integer written without point and exponent, within the limits, both included.
+std::int64_t ReadInteger(JsonValue const& value, JsonPath const& path, std::int64_t lowest, std::int64_t highest);
+int ReadInt32(JsonValue const& value, JsonPath const& path);
+std::uint16_t ReadUInt16(JsonValue const& value, JsonPath const& path);
+std::uint32_t ReadUInt32(JsonValue const& value, JsonPath const& path);
+/// A number, or "nan", "inf", "-inf".
+double ReadDouble(JsonValue const& value, JsonPath const& path);
+std::string const& ReadText(JsonValue const& value, JsonPath const& path);
+CString ReadWideText(JsonValue const& value, JsonPath const& path);
+/// Four integers of 16 bits.
+CDataId ReadDataId(JsonValue const& value, JsonPath const& path);
+/// The items of an array; `count` of them when it is not 0.
+std::vector<JsonValue> const& ReadArray(JsonValue const& value, JsonPath const& path, std::size_t count = 0);
+/// The members of an object.
+std::vector<JsonValue::Member> const& ReadObject(JsonValue const& value, JsonPath const& path);
+
+/// The id as four numbers.
+JsonValue WriteDataId(CDataId const& id);
+
+/// What kind of value this is, in words, for messages: "a text", "an integer".
+std::string_view KindName(JsonValue const& value);
+
+/// Reads the members of an object one by one and knows which keys were asked for. The object and the path must outlive
+/// it.
+class MemberReader
+{
+public:
+    /// Throws InvalidScenario when the value is no object.
+    MemberReader(JsonValue const& object, JsonPath const& path);
+
+    /// The member, or null when it is absent. Either way the key is known from now on.
+    JsonValue const* Find(std::string_view key);
+    /// The member. Throws InvalidScenario when it is absent.
+    JsonValue const& Get(std::string_view key);
+    JsonPath At(std::string_view key) const { return JsonPath(m_path, key); }
+    JsonPath const& Path() const { return m_path; }
+    /// Throws InvalidScenario for the first member that nobody asked for.
+    void RefuseUnknown() const;
+
+    bool Bool(std::string_view key, bool absent);
+    double Double(std::string_view key, double absent);
+    int Int32(std::string_view key, int absent);
+    std::uint16_t UInt16(std::string_view key, std::uint16_t absent);
+    std::uint32_t UInt32(std::string_view key, std::uint32_t absent);
+    CString WideText(std::string_view key, std::wstring_view absent = {});
+
+private:
+    JsonValue const& m_object;
+    JsonPath const& m_path;
+    std::set<std::string_view> m_known;
+};
+
+} // namespace qx5::cli

@@ -1,0 +1,107 @@
+// Writes down everything that a plug-in does to its host, as the events of a scenario's result.
+#pragma once
+
+#include "cli/scenario/json_value.h"
+
+#include "reference_host/devices/port.h"
+#include "reference_host/host/host_observer.h"
+#include "reference_host/link/sonar_traffic.h"
+
+#include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
+#include <VordalBaseR/CDataId.h>
+
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <span>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace qx5::cli {
+
+/// The events of one scenario. What the thread that made the recorder does is kept apart from what other threads do, so
+/// that a step shows its own doings alone. Any thread may tell it something; the rest is for the thread that made it.
+/// Sends are recorded whatever the port is, and all succeed.
+class Recorder final : public vordal::HostObserver, public vordal::SonarTraffic
+{
+public:
+    using Instant = std::chrono::steady_clock::time_point;
+
+    /// The device that steps mean by themselves: events of others carry their id.
+    void SetFirstDevice(CDataId const& device);
+    /// Whose doings are on: a step's device, or the one that is being made or destroyed. It stands for callers that
+    /// cannot be told, which are devices without an id yet and users of a shared port.
+    void SetSubject(CDataId const& device);
+    CDataId Subject() const;
+    /// The next DataManager::SetAttributeMap on this thread is the scenario's own and no event.
+    void IgnoreNextHostSet();
+
+    /// The events of this thread since the last call.
+    std::vector<JsonValue> TakeEvents();
+    /// The events of all other threads since the last call.
+    std::vector<JsonValue> TakeEventsOfThreads();
+    /// When the last event happened, on whatever thread; never before `since`.
+    Instant LastEvent(Instant since) const;
+
+    /// Adds an event that concerns no device in particular.
+    void Add(JsonValue event);
+    /// Adds an event that concerns a device; the id follows unless it is that of the first.
+    void AddOf(JsonValue event, CDataId const& device);
+
+    void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) override;
+    void OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsigned flags) override;
+    void OnOutputStat(BaseDevice& device, double time, int status) override;
+    void OnDisableTimeOut(BaseDevice& device, bool disable) override;
+    void OnDeviceCtrlViewType(BaseDevice& device, CString const& name) override;
+    void OnResetBuffer(CDataId const& stream) override;
+    void OnStoreBlock(CDataId const& stream, CDataBlock const& block) override;
+    void OnAnnounceBlock(CDataId const& stream) override;
+
+    bool SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
+                           int deviceId, int enumerator) override;
+    bool AskForRecord(Sender const& sender, std::uint32_t recordId, int deviceId, int enumerator) override;
+    bool SendData(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload, double time,
+                  int deviceId, int enumerator) override;
+    bool SendRaw(Sender const& sender, std::string_view bytes, bool flag) override;
+
+private:
+    /// The id of a device, or the subject while it has none.
+    CDataId IdOf(BaseDevice const& device) const;
+
+    std::thread::id const m_ownThread = std::this_thread::get_id();
+    mutable std::mutex m_mutex; ///< guards what follows
+    CDataId m_first;
+    CDataId m_subject;
+    bool m_ignoreHostSet = false;
+    std::vector<JsonValue> m_events;
+    std::vector<JsonValue> m_eventsOfThreads;
+    Instant m_lastEvent{};
+};
+
+/// The port of a sonar, live or playing a file, that only records what it is asked to do.
+class RecordingSonarPort final : public vordal::PortWithDevices<QX5SocketIoHandler>
+{
+public:
+    /// The recorder must outlive the port.
+    RecordingSonarPort(Recorder& recorder, bool playsFile) : m_recorder(recorder), m_playsFile(playsFile) {}
+
+    void PlaybackSetSpeed(double commandTime, double speed) override;
+    void PlaybackSetPosition(double commandTime, double position) override;
+    void PlaybackSetLoop(double commandTime, double loop) override;
+    void PlaybackStepForward(double commandTime) override;
+    void PlaybackStepBack(double commandTime) override;
+    bool IsFilePlayback() const override { return m_playsFile; }
+    bool SendRemoteControlCommandWithPassThrough(std::uint32_t recordId, void const* payload, std::uint64_t size,
+                                                 std::uint32_t deviceId, std::uint16_t enumerator) override;
+
+private:
+    void AddPlayback(std::string_view operation, std::vector<JsonValue> args);
+    /// The device that uses the port: the subject when it is on it, otherwise the first device on it.
+    CDataId User() const;
+
+    Recorder& m_recorder;
+    bool m_playsFile;
+};
+
+} // namespace qx5::cli

@@ -1,0 +1,176 @@
+// The command that runs scenario files: files in, lines out, exit status.
+#include "cli/scenario/scenario_command.h"
+
+#include "cli/scenario/checker.h"
+#include "cli/scenario/json_parser.h"
+#include "cli/scenario/scenario_reader.h"
+#include "cli/scenario/scenario_run.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <istream>
+#include <iterator>
+#include <optional>
+#include <ostream>
+
+namespace qx5::cli {
+
+namespace {
+
+enum ExitStatus
+{
+    Matched = 0,
+    Differs = 1,
+    Unusable = 2
+};
+
+class Command
+{
+public:
+    Command(ScenarioOptions const& options, std::istream& input, std::ostream& out, std::ostream& err)
+        : m_options(options), m_input(input), m_out(out), m_err(err)
+    {
+    }
+
+    int Run()
+    {
+        for (auto const& file : m_options.files) {
+            RunFile(file);
+        }
+        return m_status;
+    }
+
+private:
+    void Raise(ExitStatus status) { m_status = std::max(m_status, static_cast<int>(status)); }
+
+    void ReportUnusable(std::string const& file, std::string const& path, std::string const& reason)
+    {
+        Raise(Unusable);
+        std::string line = file + ": " + path + ": " + reason;
+        // File names and reasons of the platform may hold anything; the report stays one line.
+        std::replace_if(
+            line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+        m_err << line << std::endl;
+    }
+
+    std::optional<std::string> ReadAll(std::string const& file)
+    {
+        if (file == "-") {
+            return ReadStream(m_input);
+        }
+        errno = 0;
+        std::error_code ignored;
+        std::ifstream stream;
+        bool const isFolder = std::filesystem::is_directory(file, ignored);
+        if (!isFolder) {
+            stream.open(file, std::ios::binary);
+        }
+        auto text = stream.is_open() ? ReadStream(stream) : std::nullopt;
+        if (!text.has_value()) {
+            auto const* reason = isFolder ? "it is a folder" : errno != 0 ? std::strerror(errno) : "reading failed";
+            ReportUnusable(file, "$", std::string("cannot be read: ") + reason);
+        }
+        return text;
+    }
+
+    static std::optional<std::string> ReadStream(std::istream& stream)
+    {
+        std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+        return stream.bad() ? std::nullopt : std::optional(std::move(text));
+    }
+
+    void RunFile(std::string const& file)
+    {
+        auto const text = ReadAll(file);
+        if (!text.has_value()) {
+            return;
+        }
+        JsonValue document;
+        try {
+            document = ParseJson(*text);
+        } catch (InvalidScenario const& failure) {
+            ReportUnusable(file, failure.Path(), failure.what());
+            return;
+        }
+        JsonPath const root;
+        if (!document.Is(JsonValue::Kind::Array)) {
+            RunOne(file, document, root);
+            return;
+        }
+        for (std::size_t i = 0; i < document.items.size(); ++i) {
+            RunOne(file, document.items[i], JsonPath(root, i));
+        }
+    }
+
+    static void RefuseUnbuilt(Scenario const& scenario, JsonPath const& path)
+    {
+        JsonPath const steps(path, "steps");
+        for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
+            if (!IsBuilt(scenario.steps[i].kind)) {
+                throw InvalidScenario(JsonPath(steps, i),
+                                      "step \"" + std::string(NameOf(scenario.steps[i].kind)) + "\" is not built yet");
+            }
+        }
+    }
+
+    void RunOne(std::string const& file, JsonValue const& value, JsonPath const& path)
+    {
+        try {
+            Scenario const scenario = ReadScenario(value, path);
+            RefuseUnbuilt(scenario, path);
+            ScenarioResult const result = RunScenario(scenario, m_options.plugin);
+            if (m_options.check) {
+                Check(file, path, scenario, result);
+            } else {
+                m_out << WriteJson(WriteResult(result)) << std::endl;
+            }
+        } catch (InvalidScenario const& failure) {
+            ReportUnusable(file, failure.Path(), failure.what());
+        } catch (std::exception const& failure) {
+            ReportUnusable(file, path.ToText(), failure.what());
+        }
+    }
+
+    void Check(std::string const& file, JsonPath const& path, Scenario const& scenario, ScenarioResult const& result)
+    {
+        std::string const title = file + ": " + path.ToText() + " " + QuoteForMessage(scenario.name) + ": ";
+        JsonPath const steps(path, "steps");
+        std::size_t checked = 0;
+        bool matches = true;
+        for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
+            auto const& step = scenario.steps[i];
+            if (!step.expect.has_value()) {
+                continue;
+            }
+            ++checked;
+            if (auto const difference = FindDifference(*step.expect, result.steps[i])) {
+                matches = false;
+                m_out << file << ": " << JsonPath(steps, i).ToText() << " (" << QuoteForMessage(scenario.name) << ", "
+                      << NameOf(step.kind) << "): " << *difference << std::endl;
+            }
+        }
+        if (matches) {
+            m_out << title << "matches (" << checked << " of " << scenario.steps.size() << " steps checked)"
+                  << std::endl;
+        } else {
+            Raise(Differs);
+        }
+    }
+
+    ScenarioOptions const& m_options;
+    std::istream& m_input;
+    std::ostream& m_out;
+    std::ostream& m_err;
+    int m_status = Matched;
+};
+
+} // namespace
+
+int RunScenarios(ScenarioOptions const& options, std::istream& input, std::ostream& out, std::ostream& err)
+{
+    return Command(options, input, out, err).Run();
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,399 @@
+// Reads and checks scenarios: the object around the steps.
+#include "cli/scenario/scenario_reader.h"
+
+#include "cli/scenario/base64.h"
+#include "cli/scenario/block_json.h"
+#include "cli/scenario/json_parser.h"
+#include "cli/scenario/json_read.h"
+#include "cli/scenario/step_reader.h"
+#include "cli/scenario/tree_json.h"
+#include "cli/scenario/unicode.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+namespace qx5::cli {
+
+namespace {
+
+using Kind = JsonValue::Kind;
+
+/// Reads an array, each item by `read(item, path)`.
+template <typename Read>
+auto ReadList(JsonValue const& value, JsonPath const& path, Read const& read)
+{
+    std::vector<decltype(read(value, path))> list;
+    for (auto const& item : ReadArray(value, path)) {
+        list.push_back(read(item, JsonPath(path, list.size())));
+    }
+    return list;
+}
+
+/// A key that is a number, such as the "101" of paths.
+std::uint32_t ReadNumberKey(std::string const& key, JsonPath const& path)
+{
+    std::uint32_t number = 0;
+    auto const end = key.data() + key.size();
+    auto const result = std::from_chars(key.data(), end, number);
+    if (result.ec != std::errc() || result.ptr != end) {
+        throw InvalidScenario(path, "the key " + QuoteForMessage(key) + " is no number of 32 bits");
+    }
+    return number;
+}
+
+CAttributeMap ReadTreeMember(MemberReader& members, std::string_view key)
+{
+    auto const* value = members.Find(key);
+    return value != nullptr ? ReadTree(*value, members.At(key)) : CAttributeMap();
+}
+
+/// The number of the text among `names`.
+template <std::size_t Count>
+std::size_t ReadChoice(JsonValue const& value, JsonPath const& path, std::string_view const (&names)[Count])
+{
+    auto const& text = ReadText(value, path);
+    for (std::size_t i = 0; i < Count; ++i) {
+        if (names[i] == text) {
+            return i;
+        }
+    }
+    std::string known;
+    for (auto const name : names) {
+        known += (known.empty() ? "\"" : ", \"") + std::string(name) + "\"";
+    }
+    throw InvalidScenario(path, QuoteForMessage(text) + " is none of " + known);
+}
+
+ScenarioDevice ReadDevice(JsonValue const& value, JsonPath const& path)
+{
+    static constexpr std::string_view kinds[] = {"sonar", "plain"};
+    static constexpr std::string_view ports[] = {"sonar", "playback", "other", "none"};
+    MemberReader members(value, path);
+    ScenarioDevice device;
+    if (auto const* id = members.Find("id"); id != nullptr) {
+        device.id = ReadDataId(*id, members.At("id"));
+    }
+    if (auto const* kind = members.Find("kind"); kind != nullptr) {
+        device.isSonar = ReadChoice(*kind, members.At("kind"), kinds) == 0;
+    }
+    device.name = members.WideText("name");
+    device.enabled = members.Bool("enabled", true);
+    if (auto const* port = members.Find("port"); port != nullptr) {
+        device.port = static_cast<PortKind>(ReadChoice(*port, members.At("port"), ports));
+    }
+    device.portName = members.WideText("portName", device.portName.View());
+    device.attributes = ReadTreeMember(members, "attributes");
+    members.RefuseUnknown();
+    return device;
+}
+
+ScenarioComputation ReadComputation(JsonValue const& value, JsonPath const& path)
+{
+    MemberReader members(value, path);
+    ScenarioComputation computation;
+    computation.id = ReadDataId(members.Get("id"), members.At("id"));
+    computation.type = members.Int32("type", 0);
+    computation.attributes = ReadTreeMember(members, "attributes");
+    if (auto const* linked = members.Find("linked"); linked != nullptr) {
+        computation.linked = ReadList(*linked, members.At("linked"), ReadDataId);
+    }
+    if (auto const* stream = members.Find("stream"); stream != nullptr && !stream->Is(Kind::Null)) {
+        computation.stream = ReadDataId(*stream, members.At("stream"));
+    }
+    members.RefuseUnknown();
+    return computation;
+}
+
+ScenarioVessel ReadVessel(JsonValue const& value, JsonPath const& path)
+{
+    MemberReader members(value, path);
+    ScenarioVessel vessel;
+    vessel.number = ReadUInt16(members.Get("number"), members.At("number"));
+    vessel.name = members.WideText("name");
+    if (auto const* config = members.Find("config"); config != nullptr) {
+        JsonPath const configPath = members.At("config");
+        for (auto const& [section, items] : ReadObject(*config, configPath)) {
+            JsonPath const sectionPath(configPath, section);
+            auto& texts = vessel.config[WideFromUtf8(section)];
+            for (auto const& [item, text] : ReadObject(items, sectionPath)) {
+                texts[WideFromUtf8(item)] = ReadWideText(text, JsonPath(sectionPath, item));
+            }
+        }
+    }
+    members.RefuseUnknown();
+    return vessel;
+}
+
+ScenarioStream ReadStream(JsonValue const& value, JsonPath const& path)
+{
+    MemberReader members(value, path);
+    ScenarioStream stream;
+    stream.id = ReadDataId(members.Get("id"), members.At("id"));
+    if (auto const* time = members.Find("time"); time != nullptr) {
+        stream.time = ReadDouble(*time, members.At("time"));
+    }
+    if (auto const* block = members.Find("block"); block != nullptr && !block->Is(Kind::Null)) {
+        JsonPath const blockPath = members.At("block");
+        MemberReader blockMembers(*block, blockPath);
+        stream.block = ReadBlock(blockMembers);
+        blockMembers.RefuseUnknown();
+    }
+    members.RefuseUnknown();
+    return stream;
+}
+
+/// A number of the target's float fields; past the range of a float comes an infinity.
+float ReadFloatMember(MemberReader& members, std::string_view key)
+{
+    double const value = members.Double(key, 0.0);
+    constexpr double largest = std::numeric_limits<float>::max();
+    if (value != value) {
+        return std::numeric_limits<float>::quiet_NaN();
+    }
+    // Half a step past the largest float is where rounding to nearest leaves the range.
+    if (value >= largest * (1.0 + 0x1p-25) || value <= -largest * (1.0 + 0x1p-25)) {
+        return value > 0.0 ? std::numeric_limits<float>::infinity() : -std::numeric_limits<float>::infinity();
+    }
+    return static_cast<float>(std::clamp(value, -largest, largest));
+}
+
+/// A number of the target's unsigned fields. The fraction goes, what lies beyond the field saturates, a negative number
+/// gives the low 32 bits of the signed one, NaN gives 0.
+std::uint32_t ReadNaturalMember(MemberReader& members, std::string_view key)
+{
+    double const value = members.Double(key, 0.0);
+    constexpr double largest = std::numeric_limits<std::uint32_t>::max();
+    constexpr double lowest = std::numeric_limits<std::int32_t>::min();
+    if (value != value) {
+        return 0;
+    }
+    return static_cast<std::uint32_t>(static_cast<std::int64_t>(std::clamp(value, lowest, largest)));
+}
+
+ScenarioTarget ReadTarget(JsonValue const& value, JsonPath const& path)
+{
+    MemberReader members(value, path);
+    ScenarioTarget target;
+    target.pingNumber = ReadNaturalMember(members, "pingNumber");
+    target.contactTime = members.Double("contactTime", 0.0);
+    target.detailNumberA = ReadNaturalMember(members, "detailNumberA");
+    target.detailFlag = members.Bool("detailFlag", false);
+    target.detailNumberC = ReadNaturalMember(members, "detailNumberC");
+    target.detailValue = ReadFloatMember(members, "detailValue");
+    target.latitude = members.Double("latitude", 0.0);
+    target.longitude = members.Double("longitude", 0.0);
+    target.range = ReadFloatMember(members, "range");
+    target.bearing = ReadFloatMember(members, "bearing");
+    target.azimuth = ReadFloatMember(members, "azimuth");
+    target.contactLength = ReadFloatMember(members, "contactLength");
+    target.contactWidth = ReadFloatMember(members, "contactWidth");
+    target.contactHeight = ReadFloatMember(members, "contactHeight");
+    target.description = members.WideText("description");
+    target.classification = members.WideText("classification");
+    target.extensionValue = ReadFloatMember(members, "extensionValue");
+    target.extensionAngle = ReadFloatMember(members, "extensionAngle");
+    target.extensionMeasure = ReadFloatMember(members, "extensionMeasure");
+    target.extensionMeasureValid = members.Bool("extensionMeasureValid", false);
+    target.detailNumberB = ReadNaturalMember(members, "detailNumberB");
+    target.targetId = ReadNaturalMember(members, "targetId");
+    target.targetGuid = members.WideText("targetGuid");
+    target.latLonValid = members.Bool("latLonValid", false);
+    target.tempGeoTiff = members.WideText("tempGeoTiff");
+    target.geoTiff = members.WideText("geoTiff");
+    target.bearingDeg = ReadFloatMember(members, "bearingDeg");
+    target.lost = members.Bool("lost", false);
+    members.RefuseUnknown();
+    return target;
+}
+
+ScenarioTargets ReadTargets(JsonValue const& value, JsonPath const& path)
+{
+    MemberReader members(value, path);
+    ScenarioTargets targets;
+    targets.active = members.WideText("active");
+    if (auto const* files = members.Find("files"); files != nullptr) {
+        JsonPath const filesPath = members.At("files");
+        for (auto const& [name, list] : ReadObject(*files, filesPath)) {
+            targets.files[WideFromUtf8(name)] = ReadList(list, JsonPath(filesPath, name), ReadTarget);
+        }
+    }
+    targets.operatorName = members.WideText("operator");
+    targets.geoTiffOutput = members.Bool("geoTiffOutput", false);
+    members.RefuseUnknown();
+    return targets;
+}
+
+ScenarioDisplay ReadDisplay(JsonValue const& value, JsonPath const& path)
+{
+    MemberReader members(value, path);
+    ScenarioDisplay display;
+    display.section = members.WideText("section");
+    display.type = members.WideText("type");
+    display.name = members.WideText("name");
+    display.enabled = members.Bool("enabled", true);
+    members.RefuseUnknown();
+    return display;
+}
+
+ScenarioApplication ReadApplication(JsonValue const& value, JsonPath const& path)
+{
+    MemberReader members(value, path);
+    ScenarioApplication application;
+    application.guid = members.WideText("guid", application.guid.View());
+    application.mainWindow = members.Bool("mainWindow", true);
+    application.isOperator = members.Bool("operator", true);
+    application.aScan = members.Bool("aScan", false);
+    application.lightMode = members.Int32("lightMode", 2);
+    if (auto const* displays = members.Find("displays"); displays != nullptr) {
+        application.displays = ReadList(*displays, members.At("displays"), ReadDisplay);
+    }
+    members.RefuseUnknown();
+    return application;
+}
+
+/// The private folder stands for "/", so no path may lead out of it.
+void CheckFilePath(std::string const& file, JsonPath const& path)
+{
+    bool usable = !file.empty() && file.back() != '/';
+    for (std::size_t from = 0; from <= file.size();) {
+        auto const end = std::min(file.find('/', from), file.size());
+        usable = usable && file.substr(from, end - from) != "..";
+        from = end + 1;
+    }
+    if (!usable) {
+        throw InvalidScenario(path, "the path of a file names a file and has no \"..\" in it");
+    }
+}
+
+void ReadPaths(Scenario& scenario, JsonValue const& value, JsonPath const& path)
+{
+    for (auto const& [key, text] : ReadObject(value, path)) {
+        auto const number = ReadNumberKey(key, path);
+        scenario.paths[number] =
+            text.Is(Kind::Null) ? std::nullopt : std::optional(ReadWideText(text, JsonPath(path, key)));
+    }
+}
+
+void ReadUnits(Scenario& scenario, JsonValue const& value, JsonPath const& path)
+{
+    for (auto const& [key, factor] : ReadObject(value, path)) {
+        scenario.units[ReadNumberKey(key, path)] = ReadDouble(factor, JsonPath(path, key));
+    }
+}
+
+void ReadFiles(Scenario& scenario, JsonValue const& value, JsonPath const& path)
+{
+    for (auto const& [file, content] : ReadObject(value, path)) {
+        JsonPath const filePath(path, file);
+        CheckFilePath(file, filePath);
+        auto bytes = DecodeBase64(ReadText(content, filePath));
+        if (!bytes.has_value()) {
+            throw InvalidScenario(filePath, "the content of a file is base64 (standard alphabet, padded, no breaks)");
+        }
+        scenario.files[file] = std::move(*bytes);
+    }
+}
+
+void ReadItemTexts(Scenario& scenario, JsonValue const& value, JsonPath const& path)
+{
+    for (auto const& [group, items] : ReadObject(value, path)) {
+        JsonPath const groupPath(path, group);
+        auto& texts = scenario.itemTexts[ReadNumberKey(group, path)];
+        for (auto const& [item, list] : ReadObject(items, groupPath)) {
+            texts[ReadNumberKey(item, groupPath)] = ReadList(list, JsonPath(groupPath, item), ReadWideText);
+        }
+    }
+}
+
+template <typename List, typename GetId>
+void RefuseTwice(List const& list, GetId const& idOf, JsonPath const& path, char const* what)
+{
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            if (idOf(list[i]) == idOf(list[j])) {
+                throw InvalidScenario(JsonPath(path, i), what);
+            }
+        }
+    }
+}
+
+void ReadDevices(Scenario& scenario, MemberReader& members)
+{
+    if (auto const* devices = members.Find("devices"); devices != nullptr) {
+        scenario.devices = ReadList(*devices, members.At("devices"), ReadDevice);
+    }
+    if (auto const* computations = members.Find("computations"); computations != nullptr) {
+        scenario.computations = ReadList(*computations, members.At("computations"), ReadComputation);
+    }
+    auto const id = [](auto const& each) { return each.id; };
+    RefuseTwice(scenario.devices, id, members.At("devices"), "another device has the same id");
+    RefuseTwice(scenario.computations, id, members.At("computations"), "another computation has the same id");
+}
+
+void ReadVessels(Scenario& scenario, MemberReader& members)
+{
+    if (auto const* vessels = members.Find("vessels"); vessels != nullptr) {
+        scenario.vessels = ReadList(*vessels, members.At("vessels"), ReadVessel);
+    }
+    auto const number = [](auto const& each) { return each.number; };
+    RefuseTwice(scenario.vessels, number, members.At("vessels"), "another vessel has the same number");
+    if (auto const* active = members.Find("activeVessel"); active != nullptr) {
+        scenario.activeVessel = ReadUInt16(*active, members.At("activeVessel"));
+    }
+}
+
+} // namespace
+
+Scenario ReadScenario(JsonValue const& value, JsonPath const& path)
+{
+    RefuseDefects(value, path);
+    if (!value.Is(Kind::Object)) {
+        throw InvalidScenario(path, "a scenario is an object, not " + std::string(KindName(value)));
+    }
+    MemberReader members(value, path);
+    Scenario scenario;
+    if (auto const* name = members.Find("name"); name != nullptr) {
+        scenario.name = ReadText(*name, members.At("name"));
+    }
+    scenario.clock = members.Double("clock", scenario.clock);
+    if (auto const* timezone = members.Find("timezone"); timezone != nullptr) {
+        scenario.timezone = ReadText(*timezone, members.At("timezone"));
+    }
+    ReadDevices(scenario, members);
+    ReadVessels(scenario, members);
+    if (auto const* streams = members.Find("streams"); streams != nullptr) {
+        scenario.streams = ReadList(*streams, members.At("streams"), ReadStream);
+    }
+    if (auto const* targets = members.Find("targets"); targets != nullptr && !targets->Is(Kind::Null)) {
+        scenario.targets = ReadTargets(*targets, members.At("targets"));
+    }
+    if (auto const* paths = members.Find("paths"); paths != nullptr) {
+        ReadPaths(scenario, *paths, members.At("paths"));
+    }
+    if (auto const* units = members.Find("units"); units != nullptr) {
+        ReadUnits(scenario, *units, members.At("units"));
+    }
+    if (auto const* application = members.Find("app"); application != nullptr) {
+        scenario.application = ReadApplication(*application, members.At("app"));
+    }
+    if (auto const* files = members.Find("files"); files != nullptr) {
+        ReadFiles(scenario, *files, members.At("files"));
+    }
+    if (auto const* routes = members.Find("routes"); routes != nullptr) {
+        scenario.routes = ReadList(*routes, members.At("routes"), ReadWideText);
+    }
+    if (auto const* itemTexts = members.Find("itemTexts"); itemTexts != nullptr) {
+        ReadItemTexts(scenario, *itemTexts, members.At("itemTexts"));
+    }
+    if (auto const* steps = members.Find("steps"); steps != nullptr) {
+        auto const read = [&](JsonValue const& step, JsonPath const& stepPath) {
+            return ReadStep(step, stepPath, scenario);
+        };
+        scenario.steps = ReadList(*steps, members.At("steps"), read);
+    }
+    members.RefuseUnknown();
+    return scenario;
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,352 @@
+// Runs one scenario on a host of its own: set-up, steps, end.
+#include "cli/scenario/scenario_run.h"
+
+#include "cli/scenario/block_json.h"
+#include "cli/scenario/recorder.h"
+#include "cli/scenario/timezone.h"
+#include "cli/scenario/unicode.h"
+
+#include "reference_host/attributes/host_keys.h"
+#include "reference_host/host/clock.h"
+#include "reference_host/host/host.h"
+#include "reference_host/loader/plugin_loader.h"
+
+#include <vordalhostdllR/DataManager.h>
+#include <vordalhostdllR/VesselManager.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <tuple>
+#include <utility>
+
+namespace qx5::cli {
+
+namespace {
+
+/// The plug-in's device class, as it registers it.
+constexpr wchar_t const* sonarClass = L"QX5SonarConfigurationControlDevice";
+constexpr wchar_t const* plainClass = L"Device";
+
+/// The plug-in went on doing something for longer than a step may wait.
+class NeverSettles : public std::runtime_error
+{
+public:
+    NeverSettles()
+        : std::runtime_error("the plug-in does not settle: something has happened again and again for a minute")
+    {
+    }
+};
+
+/// A host as a scenario sets it up. Its parts stand in the order in which they are built; they go in reverse.
+class Stage
+{
+public:
+    explicit Stage(double time) : clock(time) {}
+    Stage(Stage const&) = delete;
+    Stage& operator=(Stage const&) = delete;
+    /// Destroys the devices if TakeDown did not, and unloads the plug-in.
+    ~Stage() { TakeDown(); }
+
+    /// Loads the plug-in and puts everything in place. Throws std::runtime_error when that cannot be done.
+    void SetUp(Scenario const& scenario, std::filesystem::path const& plugin);
+    /// Destroys the devices in their order.
+    void TakeDown() { host.RemoveAllDevices(); }
+
+    /// A device by the id that the scenario gives it; null when there is none.
+    Device* FindDevice(CDataId const& id) const;
+
+    vordal::FixedClock clock;
+    Recorder recorder;
+
+private:
+    using PortKey = std::pair<CString, PortKind>;
+    /// After the host, which knows them until it goes.
+    std::map<PortKey, std::unique_ptr<BaseIOHandler>> m_ports;
+
+public:
+    vordal::Host host{vordal::Threading::Inline};
+
+private:
+    void AddProject(Scenario const& scenario);
+    void AddDevice(ScenarioDevice const& setup);
+    BaseIOHandler* FindPort(ScenarioDevice const& setup);
+
+    std::unique_ptr<vordal::PlugIn> m_plugin;
+    std::vector<std::pair<CDataId, Device*>> m_devices;
+};
+
+void Stage::SetUp(Scenario const& scenario, std::filesystem::path const& plugin)
+{
+    host.SetClock(&clock);
+    host.SetTraffic(&recorder);
+    host.SetRequestFailures(vordal::RequestFailures::Pass);
+    AddProject(scenario);
+    std::string reason;
+    m_plugin = vordal::PlugIn::Load(plugin, reason);
+    if (m_plugin == nullptr) {
+        throw std::runtime_error(reason);
+    }
+    m_plugin->RegisterDevices();
+    host.SetObserver(&recorder);
+    if (!scenario.devices.empty()) {
+        recorder.SetFirstDevice(scenario.devices.front().id);
+    }
+    for (auto const& device : scenario.devices) {
+        AddDevice(device);
+    }
+}
+
+void Stage::AddProject(Scenario const& scenario)
+{
+    for (auto const& vessel : scenario.vessels) {
+        host.AddVessel({vessel.number, vessel.name, vessel.config});
+    }
+    if (scenario.activeVessel.has_value()) {
+        host.SelectVessel(*scenario.activeVessel);
+    }
+    for (auto const& computation : scenario.computations) {
+        vordal::ComputationSetup setup;
+        setup.dataId = computation.id;
+        setup.type = computation.type;
+        setup.attributes = computation.attributes;
+        setup.linkedDevices = computation.linked;
+        setup.stream = computation.stream.value_or(CDataId());
+        host.AddComputation(std::move(setup));
+    }
+    for (auto const& stream : scenario.streams) {
+        host.Buffer(stream.id);
+        if (stream.block.has_value() || stream.time.has_value()) {
+            host.PutBlock(stream.id, MakeBlock(stream.block.value_or(ScenarioBlock()), stream.time.value_or(0.0)));
+        }
+    }
+}
+
+void Stage::AddDevice(ScenarioDevice const& setup)
+{
+    recorder.SetSubject(setup.id);
+    auto device = host.MakeDevice(setup.isSonar ? sonarClass : plainClass);
+    if (device == nullptr) {
+        throw std::runtime_error("the plug-in has no device class of its name");
+    }
+    device->SetPortName(setup.portName);
+    device->SetEnable(setup.enabled);
+    auto* const added = host.AddDevice(std::move(device), setup.id, setup.name);
+    if (added == nullptr) {
+        throw std::runtime_error("the id of a device is taken");
+    }
+    host.SetPort(*added, FindPort(setup));
+    host.ReplaceAttributes(*added, setup.attributes);
+    m_devices.emplace_back(setup.id, added);
+}
+
+BaseIOHandler* Stage::FindPort(ScenarioDevice const& setup)
+{
+    if (setup.port == PortKind::None) {
+        return nullptr;
+    }
+    auto& port = m_ports[{setup.portName, setup.port}];
+    if (port == nullptr) {
+        if (setup.port == PortKind::Other) {
+            port = std::make_unique<vordal::PlainPort>();
+        } else {
+            port = std::make_unique<RecordingSonarPort>(recorder, setup.port == PortKind::Playback);
+        }
+    }
+    return port.get();
+}
+
+Device* Stage::FindDevice(CDataId const& id) const
+{
+    auto const found =
+        std::find_if(m_devices.begin(), m_devices.end(), [&](auto const& each) { return each.first == id; });
+    return found != m_devices.end() ? found->second : nullptr;
+}
+
+// The steps. Each is called with a step of its kind, whose device is there when the kind needs one.
+
+void RunRequest(Stage& stage, ScenarioStep const& step)
+{
+    auto const& request = std::get<TreeArgument>(step.argument).tree;
+    auto& device = *stage.FindDevice(step.device);
+    if (!request.has_value()) {
+        stage.host.DeliverRequest(device, nullptr);
+        return;
+    }
+    CAttributeMap copy = *request;
+    stage.host.DeliverRequest(device, &copy);
+}
+
+void RunHostRequest(Stage& stage, ScenarioStep const& step)
+{
+    CAttributeMap tree;
+    *tree.Add(vordal::keys::Request) = *std::get<TreeArgument>(step.argument).tree;
+    auto const* const device = stage.FindDevice(step.device);
+    stage.recorder.IgnoreNextHostSet();
+    DataManager::GetDataManager().SetAttributeMap(device != nullptr ? device->GetDataId() : step.device, tree, 4,
+                                                  false);
+}
+
+void RunAttributes(Stage& stage, ScenarioStep const& step)
+{
+    auto const& tree = *std::get<TreeArgument>(step.argument).tree;
+    if (auto* const device = stage.FindDevice(step.device); device != nullptr) {
+        stage.host.MergeDecoded(*device, tree);
+    } else {
+        stage.host.MergeIntoComputation(step.device, tree);
+    }
+}
+
+void RunReplaceAttributes(Stage& stage, ScenarioStep const& step)
+{
+    stage.host.ReplaceAttributes(*stage.FindDevice(step.device), *std::get<TreeArgument>(step.argument).tree);
+}
+
+void RunLoad(Stage& stage, ScenarioStep const& step)
+{
+    stage.host.LoadDevice(*stage.FindDevice(step.device), *std::get<TreeArgument>(step.argument).tree);
+}
+
+void RunApply(Stage& stage, ScenarioStep const& step)
+{
+    stage.FindDevice(step.device)->ApplyAttribs(true);
+}
+
+void RunConnected(Stage& stage, ScenarioStep const& step)
+{
+    stage.FindDevice(step.device)->HandlePortConnected();
+}
+
+void RunBlock(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<BlockArgument>(step.argument);
+    stage.host.PutBlock(argument.id, MakeBlock(argument.block, stage.host.Now()));
+}
+
+void RunBufferStatus(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<BufferStatusArgument>(step.argument);
+    stage.host.SetBufferStatus(argument.id, argument.status);
+}
+
+void RunClock(Stage& stage, ScenarioStep const& step)
+{
+    stage.clock.Set(std::get<NumberArgument>(step.argument).value);
+}
+
+void RunSettle(Stage& stage, ScenarioStep const& step)
+{
+    using Clock = std::chrono::steady_clock;
+    auto const quiet = std::chrono::duration<double, std::milli>(std::get<NumberArgument>(step.argument).value);
+    auto const begin = Clock::now();
+    for (;;) {
+        auto const rest = quiet - (Clock::now() - stage.recorder.LastEvent(begin));
+        if (rest.count() <= 0.0) {
+            break;
+        }
+        if (Clock::now() - begin > quiet + std::chrono::minutes(1)) {
+            throw NeverSettles();
+        }
+        std::this_thread::sleep_for(rest);
+    }
+    for (auto& event : stage.recorder.TakeEventsOfThreads()) {
+        stage.recorder.Add(std::move(event));
+    }
+}
+
+using StepFunction = void (*)(Stage& stage, ScenarioStep const& step);
+
+/// What runs a kind of step; a kind without a row is not built yet.
+constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
+    {StepKind::Request, RunRequest},
+    {StepKind::HostRequest, RunHostRequest},
+    {StepKind::Attributes, RunAttributes},
+    {StepKind::ReplaceAttributes, RunReplaceAttributes},
+    {StepKind::Load, RunLoad},
+    {StepKind::Apply, RunApply},
+    {StepKind::Connected, RunConnected},
+    {StepKind::Block, RunBlock},
+    {StepKind::BufferStatus, RunBufferStatus},
+    {StepKind::Clock, RunClock},
+    {StepKind::Settle, RunSettle},
+};
+
+StepFunction FindFunction(StepKind kind)
+{
+    for (auto const& [each, function] : stepFunctions) {
+        if (each == kind) {
+            return function;
+        }
+    }
+    return nullptr;
+}
+
+void AddException(Recorder& recorder, char const* kind, char const* what)
+{
+    // Brought to valid UTF-8: the text is whatever the plug-in made it.
+    auto const text = Utf8FromWide(WideFromUtf8(what).View());
+    recorder.Add(JsonValue::Object({{"throws", JsonValue::Text(kind)}, {"what", JsonValue::Text(text)}}));
+}
+
+void RunStep(Stage& stage, ScenarioStep const& step)
+{
+    stage.recorder.SetSubject(step.device);
+    try {
+        FindFunction(step.kind)(stage, step);
+    } catch (NeverSettles const&) {
+        throw;
+    } catch (std::invalid_argument const& failure) {
+        AddException(stage.recorder, "invalid_argument", failure.what());
+    } catch (std::out_of_range const& failure) {
+        AddException(stage.recorder, "out_of_range", failure.what());
+    } catch (std::exception const& failure) {
+        AddException(stage.recorder, "other", failure.what());
+    } catch (...) {
+        AddException(stage.recorder, "other", "");
+    }
+}
+
+} // namespace
+
+bool IsBuilt(StepKind kind)
+{
+    return FindFunction(kind) != nullptr;
+}
+
+ScenarioResult RunScenario(Scenario const& scenario, std::filesystem::path const& plugin)
+{
+    TimezoneSetting const timezone(scenario.timezone);
+    ScenarioResult result;
+    result.name = scenario.name;
+    Stage stage(scenario.clock);
+    stage.SetUp(scenario, plugin);
+    result.setup = stage.recorder.TakeEvents();
+    for (auto const& step : scenario.steps) {
+        RunStep(stage, step);
+        result.steps.push_back(stage.recorder.TakeEvents());
+    }
+    stage.TakeDown();
+    for (auto& event : stage.recorder.TakeEventsOfThreads()) {
+        stage.recorder.Add(std::move(event));
+    }
+    result.teardown = stage.recorder.TakeEvents();
+    return result;
+}
+
+JsonValue WriteResult(ScenarioResult const& result)
+{
+    JsonValue steps = JsonValue::Array();
+    for (auto const& events : result.steps) {
+        steps.items.push_back(JsonValue::Array(events));
+    }
+    return JsonValue::Object({{"name", JsonValue::Text(result.name)},
+                              {"setup", JsonValue::Array(result.setup)},
+                              {"steps", std::move(steps)},
+                              {"teardown", JsonValue::Array(result.teardown)}});
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,355 @@
+// Reads and checks one step of a scenario.
+#include "cli/scenario/step_reader.h"
+
+#include "cli/scenario/block_json.h"
+#include "cli/scenario/json_read.h"
+#include "cli/scenario/tree_json.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace qx5::cli {
+
+namespace {
+
+using Kind = JsonValue::Kind;
+
+/// What a step has to say beyond its kind: the value of its key, where that stands, and its other members.
+struct Source
+{
+    JsonValue const& value;
+    JsonPath path;
+    MemberReader& members;
+};
+
+StepArgument ReadTreeArgument(Source const& source)
+{
+    return TreeArgument{ReadTree(source.value, source.path)};
+}
+
+StepArgument ReadRequest(Source const& source)
+{
+    return source.value.Is(Kind::Null) ? StepArgument(TreeArgument()) : ReadTreeArgument(source);
+}
+
+StepArgument ReadTrue(Source const& source)
+{
+    if (!ReadBool(source.value, source.path)) {
+        throw InvalidScenario(source.path, "this step takes true alone");
+    }
+    return NoArgument();
+}
+
+StepArgument ReadLogger(Source const& source)
+{
+    auto const& text = ReadText(source.value, source.path);
+    if (text != "start" && text != "stop") {
+        throw InvalidScenario(source.path, "the logger takes \"start\" or \"stop\", not " + QuoteForMessage(text));
+    }
+    return LoggerArgument{text == "start"};
+}
+
+StepArgument ReadTargetChange(Source const& source)
+{
+    if (source.value.Is(Kind::Null)) {
+        return TargetChangeArgument();
+    }
+    MemberReader members(source.value, source.path);
+    TargetChange change;
+    change.targetId = members.UInt32("targetId", 0);
+    change.changeCode = members.UInt32("changeCode", 0);
+    change.time = members.Double("time", 0.0);
+    members.RefuseUnknown();
+    return TargetChangeArgument{change};
+}
+
+StepArgument ReadBlockStep(Source const& source)
+{
+    MemberReader members(source.value, source.path);
+    BlockArgument argument;
+    argument.id = ReadDataId(members.Get("id"), members.At("id"));
+    argument.block = ReadBlock(members);
+    members.RefuseUnknown();
+    return argument;
+}
+
+StepArgument ReadBufferStatus(Source const& source)
+{
+    MemberReader members(source.value, source.path);
+    BufferStatusArgument argument;
+    argument.id = ReadDataId(members.Get("id"), members.At("id"));
+    argument.status = ReadUInt16(members.Get("status"), members.At("status"));
+    members.RefuseUnknown();
+    return argument;
+}
+
+StepArgument ReadIntegerArgument(Source const& source)
+{
+    return IntegerArgument{ReadInt32(source.value, source.path)};
+}
+
+StepArgument ReadClock(Source const& source)
+{
+    return NumberArgument{ReadDouble(source.value, source.path)};
+}
+
+StepArgument ReadSettle(Source const& source)
+{
+    constexpr double tenMinutes = 600000.0;
+    double const milliseconds = ReadDouble(source.value, source.path);
+    if (!(milliseconds >= 0.0 && milliseconds <= tenMinutes)) {
+        throw InvalidScenario(source.path, "milliseconds from 0 to 600000 are expected here");
+    }
+    return NumberArgument{milliseconds};
+}
+
+StepArgument ReadCall(Source const& source)
+{
+    CallArgument argument{ReadText(source.value, source.path), {}};
+    if (auto const* args = source.members.Find("args"); args != nullptr) {
+        argument.args = ReadArray(*args, source.members.At("args"));
+    }
+    return argument;
+}
+
+StepArgument ReadSelectedSonar(Source const& source)
+{
+    return source.value.Is(Kind::Null) ? IdArgument() : IdArgument{ReadDataId(source.value, source.path)};
+}
+
+StepArgument ReadActiveVessel(Source const& source)
+{
+    return source.value.Is(Kind::Null) ? IntegerArgument() : IntegerArgument{ReadUInt16(source.value, source.path)};
+}
+
+std::pair<int, int> ReadSize(JsonValue const& value, JsonPath const& path)
+{
+    ReadArray(value, path, 2);
+    return {ReadInt32(value.items[0], JsonPath(path, 0)), ReadInt32(value.items[1], JsonPath(path, 1))};
+}
+
+StepArgument ReadView(Source const& source)
+{
+    auto const& text = ReadText(source.value, source.path);
+    if (text != "open" && text != "close") {
+        throw InvalidScenario(source.path, "the view takes \"open\" or \"close\", not " + QuoteForMessage(text));
+    }
+    ViewArgument argument;
+    argument.open = text == "open";
+    if (auto const* stored = source.members.Find("stored"); stored != nullptr) {
+        argument.stored = ReadDataId(*stored, source.members.At("stored"));
+    }
+    if (auto const* size = source.members.Find("size"); size != nullptr) {
+        argument.size = ReadSize(*size, source.members.At("size"));
+    }
+    return argument;
+}
+
+ControlName ReadControl(Source const& source)
+{
+    static constexpr std::array<std::string_view, 6> pages{"settings",  "gates",    "ocean",
+                                                           "recording", "steering", "tracker"};
+    MemberReader members(source.value, source.path);
+    ControlName control;
+    control.page = ReadText(members.Get("page"), members.At("page"));
+    if (std::find(pages.begin(), pages.end(), control.page) == pages.end()) {
+        throw InvalidScenario(members.At("page"), "there is no page " + QuoteForMessage(control.page));
+    }
+    control.id = ReadInt32(members.Get("id"), members.At("id"));
+    members.RefuseUnknown();
+    return control;
+}
+
+StepArgument ReadSlider(Source const& source)
+{
+    SliderArgument argument;
+    argument.control = ReadControl(source);
+    argument.kind = static_cast<int>(ReadInteger(source.members.Get("kind"), source.members.At("kind"), 0, 8));
+    if (auto const* position = source.members.Find("position"); position != nullptr) {
+        argument.position = ReadInt32(*position, source.members.At("position"));
+    }
+    return argument;
+}
+
+StepArgument ReadControlArgument(Source const& source)
+{
+    return ControlArgument{ReadControl(source)};
+}
+
+StepArgument ReadChoose(Source const& source)
+{
+    ChooseArgument argument;
+    argument.control = ReadControl(source);
+    argument.index = ReadInt32(source.members.Get("index"), source.members.At("index"));
+    return argument;
+}
+
+StepArgument ReadType(Source const& source)
+{
+    TypeArgument argument;
+    argument.control = ReadControl(source);
+    argument.text = ReadWideText(source.members.Get("text"), source.members.At("text"));
+    return argument;
+}
+
+StepArgument ReadViewUpdate(Source const& source)
+{
+    ViewUpdateArgument argument;
+    argument.hint = ReadInt32(source.value, source.path);
+    if (auto const* id = source.members.Find("id"); id != nullptr && !id->Is(Kind::Null)) {
+        argument.id = ReadDataId(*id, source.members.At("id"));
+    }
+    return argument;
+}
+
+StepArgument ReadResize(Source const& source)
+{
+    auto const [width, height] = ReadSize(source.value, source.path);
+    return SizeArgument{width, height};
+}
+
+/// What a step of some kind can mean by "device".
+enum class Meaning
+{
+    Nothing,             ///< the step concerns no device in particular
+    Device,              ///< any device
+    DeviceOrComputation, ///< any device, or a computation
+    SonarDevice,         ///< a device of the plug-in's class
+};
+
+struct StepForm
+{
+    StepKind kind;
+    StepArgument (*read)(Source const& source);
+    Meaning meaning;
+};
+
+constexpr std::array<StepForm, StepKindCount> forms{{
+    {StepKind::Request, ReadRequest, Meaning::SonarDevice},
+    {StepKind::HostRequest, ReadTreeArgument, Meaning::DeviceOrComputation},
+    {StepKind::Attributes, ReadTreeArgument, Meaning::DeviceOrComputation},
+    {StepKind::ReplaceAttributes, ReadTreeArgument, Meaning::Device},
+    {StepKind::Load, ReadTreeArgument, Meaning::SonarDevice},
+    {StepKind::Apply, ReadTrue, Meaning::SonarDevice},
+    {StepKind::Connected, ReadTrue, Meaning::SonarDevice},
+    {StepKind::Logger, ReadLogger, Meaning::Nothing},
+    {StepKind::TargetChange, ReadTargetChange, Meaning::Nothing},
+    {StepKind::Block, ReadBlockStep, Meaning::Nothing},
+    {StepKind::BufferStatus, ReadBufferStatus, Meaning::Nothing},
+    {StepKind::Terminal, ReadIntegerArgument, Meaning::SonarDevice},
+    {StepKind::Discover, ReadTrue, Meaning::Nothing},
+    {StepKind::Clear, ReadTrue, Meaning::Nothing},
+    {StepKind::Clock, ReadClock, Meaning::Nothing},
+    {StepKind::Settle, ReadSettle, Meaning::Nothing},
+    {StepKind::Call, ReadCall, Meaning::Nothing},
+    {StepKind::SelectedSonar, ReadSelectedSonar, Meaning::Nothing},
+    {StepKind::ActiveVessel, ReadActiveVessel, Meaning::Nothing},
+    {StepKind::View, ReadView, Meaning::Nothing},
+    {StepKind::Tab, ReadIntegerArgument, Meaning::Nothing},
+    {StepKind::Slider, ReadSlider, Meaning::Nothing},
+    {StepKind::Click, ReadControlArgument, Meaning::Nothing},
+    {StepKind::Choose, ReadChoose, Meaning::Nothing},
+    {StepKind::Type, ReadType, Meaning::Nothing},
+    {StepKind::PressReturn, ReadControlArgument, Meaning::Nothing},
+    {StepKind::Look, ReadTrue, Meaning::Nothing},
+    {StepKind::ViewUpdate, ReadViewUpdate, Meaning::Nothing},
+    {StepKind::Resize, ReadResize, Meaning::Nothing},
+}};
+
+constexpr bool FormsStandInOrder()
+{
+    for (std::size_t i = 0; i < forms.size(); ++i) {
+        if (static_cast<std::size_t>(forms[i].kind) != i) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(FormsStandInOrder(), "forms are found by their kind's number");
+
+/// The form of the one member that says what kind of step this is.
+StepForm const& FindForm(JsonValue const& step, JsonPath const& path)
+{
+    StepForm const* found = nullptr;
+    for (auto const& [key, value] : ReadObject(step, path)) {
+        auto const form =
+            std::find_if(forms.begin(), forms.end(), [&](auto const& each) { return NameOf(each.kind) == key; });
+        if (form == forms.end()) {
+            continue;
+        }
+        if (found != nullptr) {
+            throw InvalidScenario(path, "a step is of one kind, not \"" + std::string(NameOf(found->kind)) +
+                                            "\" and \"" + key + "\"");
+        }
+        found = &*form;
+    }
+    if (found != nullptr) {
+        return *found;
+    }
+    for (auto const& [key, value] : step.members) {
+        if (key != "device" && key != "expect") {
+            throw InvalidScenario(path, "unknown step " + QuoteForMessage(key));
+        }
+    }
+    throw InvalidScenario(path, "a step needs a key that says what it does");
+}
+
+void CheckMeaning(StepForm const& form, CDataId const& device, JsonPath const& path, Scenario const& scenario)
+{
+    if (form.meaning == Meaning::Nothing) {
+        return;
+    }
+    auto const& devices = scenario.devices;
+    auto const found =
+        std::find_if(devices.begin(), devices.end(), [&](auto const& each) { return each.id == device; });
+    if (found != devices.end()) {
+        if (form.meaning == Meaning::SonarDevice && !found->isSonar) {
+            throw InvalidScenario(path, "the step \"" + std::string(NameOf(form.kind)) +
+                                            "\" needs a sonar device, and this is a plain one");
+        }
+        return;
+    }
+    auto const& computations = scenario.computations;
+    bool const isComputation =
+        std::any_of(computations.begin(), computations.end(), [&](auto const& each) { return each.id == device; });
+    if (!isComputation) {
+        throw InvalidScenario(path, devices.empty() ? "the scenario has no device for this step"
+                                                    : "the scenario has no device " + WriteJson(WriteDataId(device)));
+    }
+    if (form.meaning != Meaning::DeviceOrComputation) {
+        throw InvalidScenario(path, "the step \"" + std::string(NameOf(form.kind)) +
+                                        "\" needs a device, and this is a computation");
+    }
+}
+
+} // namespace
+
+ScenarioStep ReadStep(JsonValue const& value, JsonPath const& path, Scenario const& scenario)
+{
+    auto const& form = FindForm(value, path);
+    MemberReader members(value, path);
+    auto const name = NameOf(form.kind);
+    ScenarioStep step;
+    step.kind = form.kind;
+    step.argument = form.read(Source{members.Get(name), members.At(name), members});
+    if (!scenario.devices.empty()) {
+        step.device = scenario.devices.front().id;
+    }
+    auto const* device = members.Find("device");
+    if (device != nullptr) {
+        step.device = ReadDataId(*device, members.At("device"));
+    }
+    CheckMeaning(form, step.device, device != nullptr ? members.At("device") : path, scenario);
+    if (auto const* expect = members.Find("expect"); expect != nullptr) {
+        JsonPath const expectPath = members.At("expect");
+        step.expect = ReadArray(*expect, expectPath);
+        for (std::size_t i = 0; i < step.expect->size(); ++i) {
+            ReadObject((*step.expect)[i], JsonPath(expectPath, i));
+        }
+    }
+    members.RefuseUnknown();
+    return step;
+}
+
+} // namespace qx5::cli

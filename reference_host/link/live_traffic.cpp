@@ -1,0 +1,106 @@
+// Sends of sonar devices as frames on their live connections.
+#include "live_traffic.h"
+
+#include "x5_port.h"
+
+#include <VordalBaseR/CExTime.h>
+
+#include <protocol/bytes.h>
+#include <protocol/frame.h>
+#include <protocol/house_records.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <vector>
+
+namespace vordal {
+namespace {
+
+namespace protocol = qx5::protocol;
+
+constexpr std::size_t SmallFrame = 1024;
+
+X5Port* PortOf(SonarTraffic::Sender const& sender)
+{
+    return dynamic_cast<X5Port*>(sender.port);
+}
+
+/// Frames `payload` behind the data section that `fill` writes into its first `leading` bytes, and sends it.
+template <typename Fill>
+bool SendFramed(SonarLink& link, std::uint32_t recordId, protocol::Target target, double time, std::size_t leading,
+                Fill fill, std::span<unsigned char const> payload)
+{
+    if (payload.size() > protocol::MaximumFrameSize - protocol::FrameOverhead - leading) {
+        return false;
+    }
+    auto const size = payload.size() + protocol::FrameOverhead + leading;
+    auto const build = [&](std::span<unsigned char> frame) {
+        protocol::WriteFrameHeader(frame, static_cast<std::uint32_t>(size), recordId, target, time);
+        auto const data = frame.subspan(protocol::FrameHeaderSize);
+        fill(data.first(leading));
+        std::copy(payload.begin(), payload.end(), data.begin() + static_cast<std::ptrdiff_t>(leading));
+        protocol::PutU32LE(frame, size - protocol::TrailingWordSize, 0);
+        return link.Send(frame);
+    };
+    if (size <= SmallFrame) {
+        std::array<unsigned char, SmallFrame> buffer;
+        return build(std::span(buffer).first(size));
+    }
+    std::vector<unsigned char> buffer(size);
+    return build(buffer);
+}
+
+std::span<unsigned char const> BytesOf(std::string_view text)
+{
+    return {reinterpret_cast<unsigned char const*>(text.data()), text.size()};
+}
+
+} // namespace
+
+bool SendRemoteControlRecord(SonarLink& link, std::uint32_t commandId, std::span<unsigned char const> payload,
+                             int deviceId, int enumerator)
+{
+    // Without a connection the frame need not be built at all.
+    if (!link.IsConnected()) {
+        return link.Send({});
+    }
+    auto const fill = [commandId](std::span<unsigned char> header) {
+        std::fill(header.begin(), header.end(), static_cast<unsigned char>(0));
+        protocol::PutU32LE(header, 0, commandId);
+        protocol::PutU32LE(header, 4, commandId);
+    };
+    return SendFramed(link, protocol::RemoteControlRecordId, {deviceId, enumerator}, CExTime::GetCurTime(),
+                      protocol::RemoteControlHeaderSize, fill, payload);
+}
+
+bool LiveTraffic::SendRemoteControl(Sender const& sender, std::uint32_t recordId,
+                                    std::span<unsigned char const> payload, int deviceId, int enumerator)
+{
+    auto* const port = PortOf(sender);
+    return port != nullptr && SendRemoteControlRecord(port->GetLink(), recordId, payload, deviceId, enumerator);
+}
+
+bool LiveTraffic::AskForRecord(Sender const& sender, std::uint32_t recordId, int deviceId, int enumerator)
+{
+    std::array<unsigned char, protocol::records::RecordRequest.Size()> payload;
+    protocol::PutU32LE(payload, 0, recordId);
+    return SendRemoteControl(sender, protocol::records::RecordRequest.Id(), payload, deviceId, enumerator);
+}
+
+bool LiveTraffic::SendData(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
+                           double time, int deviceId, int enumerator)
+{
+    auto* const port = PortOf(sender);
+    return port != nullptr && SendFramed(
+                                  port->GetLink(), recordId, {deviceId, enumerator}, time, 0,
+                                  [](std::span<unsigned char>) {}, payload);
+}
+
+bool LiveTraffic::SendRaw(Sender const& sender, std::string_view bytes, bool)
+{
+    auto* const port = PortOf(sender);
+    return port != nullptr && port->Send(BytesOf(bytes));
+}
+
+} // namespace vordal

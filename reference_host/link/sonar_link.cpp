@@ -1,0 +1,710 @@
+// The TCP connection to one sonar, and the thread that serves all such connections.
+#include "sonar_link.h"
+
+#include "name_look_up.h"
+
+#include <protocol/frame_reader.h>
+
+#include <asio/buffer.hpp>
+#include <asio/connect.hpp>
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/post.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+namespace vordal {
+namespace {
+
+using asio::ip::tcp;
+
+constexpr std::size_t ReadBytes = std::size_t{64} << 10;
+constexpr std::size_t DrainBytes = std::size_t{64} << 10;
+// A queue that grew beyond this gives its memory back once it is empty.
+constexpr std::size_t KeptQueueBytes = std::size_t{64} << 10;
+
+double SystemTime()
+{
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+std::uint64_t SeedFor(void const* link)
+{
+    return static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count()) ^
+           static_cast<std::uint64_t>(std::hash<void const*>{}(link));
+}
+
+/// The way back to the link thread for those who may outlive it.
+class Gate {
+public:
+    explicit Gate(asio::io_context& context) : m_context(&context) {}
+    void Shut()
+    {
+        std::lock_guard const lock(m_mutex);
+        m_context = nullptr;
+    }
+    template <typename Task>
+    void Post(Task task)
+    {
+        std::lock_guard const lock(m_mutex);
+        if (m_context != nullptr) {
+            asio::post(*m_context, std::move(task));
+        }
+    }
+
+private:
+    std::mutex m_mutex;
+    asio::io_context* m_context;
+};
+
+} // namespace
+
+struct LinkThread::Core
+{
+    asio::io_context context{1};
+    asio::executor_work_guard<asio::io_context::executor_type> work{context.get_executor()};
+    std::shared_ptr<Gate> gate = std::make_shared<Gate>(context);
+    std::thread thread;
+};
+
+LinkThread::LinkThread() : m_core(std::make_unique<Core>())
+{
+    m_core->thread = std::thread([core = m_core.get()] { core->context.run(); });
+}
+
+LinkThread::~LinkThread()
+{
+    m_core->gate->Shut();
+    m_core->context.stop();
+    m_core->thread.join();
+}
+
+void LinkThread::Post(std::function<void()> task)
+{
+    asio::post(m_core->context, std::move(task));
+}
+
+bool LinkThread::IsCurrent() const
+{
+    return std::this_thread::get_id() == m_core->thread.get_id();
+}
+
+std::string_view ToText(LinkState state)
+{
+    switch (state) {
+    case LinkState::Closed:
+        return "closed";
+    case LinkState::Connecting:
+        return "connecting";
+    case LinkState::Connected:
+        return "connected";
+    case LinkState::Lost:
+        return "lost";
+    case LinkState::Waiting:
+        return "waiting";
+    }
+    return "";
+}
+
+// Functions whose name ends in OnLinkThread, and all completion handlers, run on the link thread. `m_attempt` grows
+// with each attempt and with Close, so that a handler of an older attempt finds that it means nothing any more.
+//
+// The socket is used by two sides: senders write to it under m_sendMutex, the link thread reads from it without. It is
+// replaced and closed on the link thread under m_sendMutex, which is all that the two could disturb each other in.
+class SonarLink::Impl : public std::enable_shared_from_this<SonarLink::Impl> {
+public:
+    Impl(LinkThread& thread, LinkOptions options, SonarLinkListener& listener)
+        : m_thread(thread), m_context(thread.GetCore().context), m_gate(thread.GetCore().gate),
+          m_options(std::move(options)), m_listener(&listener), m_backOff(m_options.backOff, SeedFor(this)),
+          m_timer(m_context), m_candidate(m_context), m_socket(m_context)
+    {
+        if (m_options.clock == nullptr) {
+            m_options.clock = SystemTime;
+        }
+    }
+
+    void Open()
+    {
+        asio::post(m_context, [self = shared_from_this()] {
+            if (!self->m_open && self->m_listener != nullptr) {
+                self->m_open = true;
+                self->m_backOff.Reset();
+                self->AttemptOnLinkThread();
+            }
+        });
+    }
+
+    void Close()
+    {
+        if (m_thread.IsCurrent()) {
+            CloseOnLinkThread();
+            return;
+        }
+        // Owned by the task too: the link thread may still be leaving notify_all when the waiter goes on.
+        struct Done
+        {
+            std::mutex mutex;
+            std::condition_variable changed;
+            bool is = false;
+        };
+        auto const done = std::make_shared<Done>();
+        asio::post(m_context, [self = shared_from_this(), done] {
+            self->CloseOnLinkThread();
+            std::lock_guard const lock(done->mutex);
+            done->is = true;
+            done->changed.notify_all();
+        });
+        std::unique_lock lock(done->mutex);
+        done->changed.wait(lock, [&] { return done->is; });
+    }
+
+    void ForgetListener() { m_forgetListener.store(true); }
+
+    bool Send(std::span<unsigned char const> frame)
+    {
+        auto const accepted = Accept(frame);
+        if (!accepted) {
+            m_refused.fetch_add(1, std::memory_order_relaxed);
+            return false;
+        }
+        if (m_observed.load(std::memory_order_acquire)) {
+            Trace({true, m_options.clock(), accepted, frame});
+        }
+        return true;
+    }
+
+    bool IsConnected() const { return m_connected.load(std::memory_order_acquire); }
+
+    LinkStatus GetStatus() const
+    {
+        std::lock_guard const lock(m_statusMutex);
+        return m_status;
+    }
+
+    LinkCounters GetCounters() const
+    {
+        LinkCounters counters;
+        counters.connections = m_connections.load(std::memory_order_relaxed);
+        counters.refused = m_refused.load(std::memory_order_relaxed);
+        counters.framesIn = m_framesIn.load(std::memory_order_relaxed);
+        counters.bytesIn = m_bytesIn.load(std::memory_order_relaxed);
+        counters.bytesSkipped = m_bytesSkipped.load(std::memory_order_relaxed);
+        std::lock_guard const lock(m_sendMutex);
+        counters.framesOut = m_framesOut;
+        counters.bytesOut = m_bytesOut;
+        return counters;
+    }
+
+    std::size_t GetQueuedBytes() const
+    {
+        std::lock_guard const lock(m_sendMutex);
+        return m_queue.size() - m_queueHead;
+    }
+
+    void SetReadingPaused(bool paused)
+    {
+        m_paused.store(paused, std::memory_order_release);
+        if (!paused) {
+            asio::post(m_context, [self = shared_from_this()] { self->ReadOnLinkThread(); });
+        }
+    }
+
+    void SetObserver(std::shared_ptr<LinkObserver> observer)
+    {
+        std::lock_guard const lock(m_observerMutex);
+        m_observed.store(observer != nullptr, std::memory_order_release);
+        m_observer.swap(observer);
+    }
+
+private:
+    // Sending.
+
+    /// The frame's sequence number, 0 when it was refused.
+    std::uint64_t Accept(std::span<unsigned char const> frame)
+    {
+        std::lock_guard const lock(m_sendMutex);
+        if (!m_connected.load(std::memory_order_relaxed) || frame.empty() || frame.size() > m_options.greatestFrame) {
+            return 0;
+        }
+        auto const queued = m_queue.size() - m_queueHead;
+        if (queued != 0) {
+            if (frame.size() > m_options.queueBytes || queued > m_options.queueBytes - frame.size()) {
+                return 0;
+            }
+            Enqueue(frame);
+        } else {
+            asio::error_code error;
+            auto sent = m_socket.send(asio::buffer(frame.data(), frame.size()), 0, error);
+            if (error == asio::error::would_block || error == asio::error::try_again) {
+                sent = 0;
+            } else if (error) {
+                BreakLocked(error);
+                return 0;
+            }
+            if (sent < frame.size()) {
+                Enqueue(frame.subspan(sent));
+                asio::post(m_context, [self = shared_from_this(), attempt = m_socketAttempt] {
+                    self->WaitToDrainOnLinkThread(attempt);
+                });
+            }
+        }
+        m_bytesOut += frame.size();
+        return ++m_framesOut;
+    }
+
+    void Enqueue(std::span<unsigned char const> bytes)
+    {
+        // Moving the rest to the front only once half is spent keeps the cost of a byte constant.
+        if (m_queueHead > 0 && m_queueHead >= m_queue.size() - m_queueHead) {
+            m_queue.erase(m_queue.begin(), m_queue.begin() + static_cast<std::ptrdiff_t>(m_queueHead));
+            m_queueHead = 0;
+        }
+        m_queue.insert(m_queue.end(), bytes.begin(), bytes.end());
+    }
+
+    void WaitToDrainOnLinkThread(std::uint64_t attempt)
+    {
+        if (attempt != m_attempt) {
+            return;
+        }
+        m_socket.async_wait(tcp::socket::wait_write, [self = shared_from_this(), attempt](asio::error_code error) {
+            if (attempt != self->m_attempt) {
+                return;
+            }
+            if (error || !self->DrainOnLinkThread(error)) {
+                self->LoseOnLinkThread(attempt, error.message());
+            }
+        });
+    }
+
+    /// Writes what the system takes; false with the reason when the connection is broken.
+    bool DrainOnLinkThread(asio::error_code& error)
+    {
+        auto const attempt = m_attempt;
+        for (;;) {
+            // The lock is let go after each piece: a sender waits for one system call at most.
+            std::unique_lock lock(m_sendMutex);
+            auto const size = std::min(m_queue.size() - m_queueHead, DrainBytes);
+            auto const sent = m_socket.send(asio::buffer(m_queue.data() + m_queueHead, size), 0, error);
+            if (error == asio::error::would_block || error == asio::error::try_again) {
+                lock.unlock();
+                WaitToDrainOnLinkThread(attempt);
+                return true;
+            }
+            if (error) {
+                return false;
+            }
+            m_queueHead += sent;
+            if (m_queueHead == m_queue.size()) {
+                DropQueueLocked();
+                return true;
+            }
+        }
+    }
+
+    void DropQueueLocked()
+    {
+        m_queue.clear();
+        m_queueHead = 0;
+        if (m_queue.capacity() > KeptQueueBytes) {
+            std::vector<unsigned char>().swap(m_queue);
+        }
+    }
+
+    /// A sender found the connection broken: nothing is sent from here on, the link thread does the rest.
+    void BreakLocked(asio::error_code error)
+    {
+        m_connected.store(false, std::memory_order_release);
+        asio::post(m_context, [self = shared_from_this(), attempt = m_socketAttempt, error] {
+            self->LoseOnLinkThread(attempt, error.message());
+        });
+    }
+
+    // Connecting.
+
+    std::string Where() const { return m_options.host + ":" + std::to_string(m_options.port); }
+
+    void AttemptOnLinkThread()
+    {
+        auto const attempt = ++m_attempt;
+        Tell({LinkState::Connecting, Where(), {}});
+        if (attempt != m_attempt) {
+            return;
+        }
+        m_timer.expires_after(m_options.connectTimeout);
+        m_timer.async_wait([self = shared_from_this(), attempt](asio::error_code error) {
+            if (!error && attempt == self->m_attempt && !self->m_isConnected) {
+                self->FailOnLinkThread(attempt, self->m_lookingUp ? "the look-up of the name gave no answer"
+                                                                  : "no answer");
+            }
+        });
+
+        asio::error_code notNumeric;
+        auto const address = asio::ip::make_address(m_options.host, notNumeric);
+        if (!notNumeric) {
+            ConnectOnLinkThread(attempt, {tcp::endpoint(address, m_options.port)});
+            return;
+        }
+        m_lookingUp = true;
+        // A look-up of an earlier attempt that is still under way will answer this one: asking again helps nobody.
+        if (m_lookUpPending) {
+            return;
+        }
+        m_lookUpPending = true;
+        auto const started = StartNameLookUp(m_options.host, m_options.lookUp,
+                                             [weak = weak_from_this(), gate = m_gate](NameLookUpResult result) {
+                                                 gate->Post([weak, result = std::move(result)] {
+                                                     if (auto const self = weak.lock()) {
+                                                         self->TakeLookUpOnLinkThread(result);
+                                                     }
+                                                 });
+                                             });
+        if (!started) {
+            m_lookUpPending = false;
+            FailOnLinkThread(attempt, "too many name look-ups are under way");
+        }
+    }
+
+    void TakeLookUpOnLinkThread(NameLookUpResult const& result)
+    {
+        m_lookUpPending = false;
+        if (!m_open || !m_lookingUp) {
+            return;
+        }
+        m_lookingUp = false;
+        if (!result.failure.empty()) {
+            FailOnLinkThread(m_attempt, result.failure);
+            return;
+        }
+        std::vector<tcp::endpoint> endpoints;
+        for (auto const& text : result.addresses) {
+            asio::error_code error;
+            auto const address = asio::ip::make_address(text, error);
+            if (!error) {
+                endpoints.emplace_back(address, m_options.port);
+            }
+        }
+        ConnectOnLinkThread(m_attempt, std::move(endpoints));
+    }
+
+    void ConnectOnLinkThread(std::uint64_t attempt, std::vector<tcp::endpoint> endpoints)
+    {
+        if (endpoints.empty()) {
+            FailOnLinkThread(attempt, "the name has no address");
+            return;
+        }
+        m_candidate = tcp::socket(m_context);
+        // Shared, because the operation walks the list after this returns.
+        auto const list = std::make_shared<std::vector<tcp::endpoint>>(std::move(endpoints));
+        asio::async_connect(m_candidate, list->begin(), list->end(),
+                            [self = shared_from_this(), attempt, list](asio::error_code error, auto) {
+                                if (attempt != self->m_attempt || self->m_isConnected) {
+                                    return;
+                                }
+                                if (error) {
+                                    self->FailOnLinkThread(attempt, error.message());
+                                } else {
+                                    self->ConnectedOnLinkThread(attempt);
+                                }
+                            });
+    }
+
+    void ConnectedOnLinkThread(std::uint64_t attempt)
+    {
+        asio::error_code error;
+        m_candidate.non_blocking(true, error);
+        if (error) {
+            FailOnLinkThread(attempt, error.message());
+            return;
+        }
+        // A socket without these works, only slower to send or to notice a silent death.
+        asio::error_code ignored;
+        m_candidate.set_option(tcp::no_delay(true), ignored);
+        m_candidate.set_option(asio::socket_base::keep_alive(true), ignored);
+        if (m_options.systemBufferBytes > 0) {
+            m_candidate.set_option(asio::socket_base::send_buffer_size(m_options.systemBufferBytes), ignored);
+            m_candidate.set_option(asio::socket_base::receive_buffer_size(m_options.systemBufferBytes), ignored);
+        }
+        m_timer.cancel();
+        m_reader = qx5::protocol::FrameReader(m_options.greatestFrame);
+        m_garbageTold = false;
+        m_skippedBefore = 0;
+        m_proven = false;
+        m_reading = false;
+        m_connectedAt = std::chrono::steady_clock::now();
+        m_isConnected = true;
+        {
+            std::lock_guard const lock(m_sendMutex);
+            m_socket = std::move(m_candidate);
+            m_socketAttempt = attempt;
+            DropQueueLocked();
+            m_connected.store(true, std::memory_order_release);
+        }
+        m_connections.fetch_add(1, std::memory_order_relaxed);
+        Tell({LinkState::Connected, Where(), {}});
+        if (attempt == m_attempt) {
+            ReadOnLinkThread();
+        }
+    }
+
+    // Receiving.
+
+    void ReadOnLinkThread()
+    {
+        if (!m_isConnected || m_reading || m_paused.load(std::memory_order_acquire)) {
+            return;
+        }
+        m_reading = true;
+        m_socket.async_read_some(asio::buffer(m_readBuffer), [self = shared_from_this(), attempt = m_attempt](
+                                                                 asio::error_code error, std::size_t count) {
+            if (attempt != self->m_attempt) {
+                return;
+            }
+            self->m_reading = false;
+            if (count > 0) {
+                self->TakeBytesOnLinkThread(attempt, {self->m_readBuffer.data(), count});
+                if (attempt != self->m_attempt) {
+                    return;
+                }
+            }
+            if (error) {
+                self->LoseOnLinkThread(attempt, error == asio::error::eof ? "the sonar closed the connection"
+                                                                          : error.message());
+            } else {
+                self->ReadOnLinkThread();
+            }
+        });
+    }
+
+    void TakeBytesOnLinkThread(std::uint64_t attempt, std::span<unsigned char const> bytes)
+    {
+        m_bytesIn.fetch_add(bytes.size(), std::memory_order_relaxed);
+        auto const time = m_options.clock();
+        m_reader.Feed(bytes);
+        while (auto const frame = m_reader.Next()) {
+            m_proven = true;
+            auto const sequence = m_framesIn.fetch_add(1, std::memory_order_relaxed) + 1;
+            if (m_observed.load(std::memory_order_acquire)) {
+                Trace({false, time, sequence, frame->bytes});
+            }
+            m_listener->OnLinkFrame(*frame, time);
+            if (attempt != m_attempt) {
+                return;
+            }
+        }
+        auto const skipped = m_reader.SkippedBytes();
+        m_bytesSkipped.fetch_add(skipped - m_skippedBefore, std::memory_order_relaxed);
+        m_skippedBefore = skipped;
+        if (skipped > 0 && !m_garbageTold) {
+            m_garbageTold = true;
+            m_listener->OnLinkReport(Where() + " sends bytes that are no frame; they are skipped and counted, and "
+                                               "this is said once for this connection");
+        }
+    }
+
+    // Losing, waiting, closing.
+
+    /// Takes the socket away from senders and closes it.
+    void DisconnectOnLinkThread()
+    {
+        m_isConnected = false;
+        asio::error_code ignored;
+        m_candidate.close(ignored);
+        std::lock_guard const lock(m_sendMutex);
+        m_connected.store(false, std::memory_order_release);
+        m_socket.close(ignored);
+        DropQueueLocked();
+    }
+
+    void LoseOnLinkThread(std::uint64_t attempt, std::string const& reason)
+    {
+        if (attempt != m_attempt || !m_isConnected) {
+            return;
+        }
+        DisconnectOnLinkThread();
+        m_reader.Reset();
+        if (m_proven || std::chrono::steady_clock::now() - m_connectedAt >= m_options.provenAfter) {
+            m_backOff.Reset();
+        }
+        auto const text = Where() + ": " + reason;
+        auto const current = ++m_attempt;
+        Tell({LinkState::Lost, text, {}});
+        if (current == m_attempt) {
+            WaitOnLinkThread(text);
+        }
+    }
+
+    void FailOnLinkThread(std::uint64_t attempt, std::string const& reason)
+    {
+        if (attempt != m_attempt) {
+            return;
+        }
+        m_lookingUp = false;
+        DisconnectOnLinkThread();
+        ++m_attempt;
+        WaitOnLinkThread(Where() + ": " + reason);
+    }
+
+    void WaitOnLinkThread(std::string reason)
+    {
+        auto const attempt = m_attempt;
+        auto const wait = m_backOff.Next();
+        m_timer.expires_after(wait);
+        m_timer.async_wait([self = shared_from_this(), attempt](asio::error_code error) {
+            if (!error && attempt == self->m_attempt) {
+                self->AttemptOnLinkThread();
+            }
+        });
+        Tell({LinkState::Waiting, std::move(reason), wait});
+    }
+
+    void CloseOnLinkThread()
+    {
+        m_open = false;
+        m_lookingUp = false;
+        ++m_attempt;
+        m_timer.cancel();
+        DisconnectOnLinkThread();
+        {
+            std::lock_guard const lock(m_statusMutex);
+            m_status = {};
+        }
+        if (m_forgetListener.load()) {
+            m_listener = nullptr;
+        }
+    }
+
+    void Tell(LinkStatus status)
+    {
+        {
+            std::lock_guard const lock(m_statusMutex);
+            m_status = status;
+        }
+        m_listener->OnLinkStatus(status);
+    }
+
+    void Trace(LinkTrace const& trace)
+    {
+        std::shared_ptr<LinkObserver> observer;
+        {
+            std::lock_guard const lock(m_observerMutex);
+            observer = m_observer;
+        }
+        if (observer) {
+            observer->OnTrace(trace);
+        }
+    }
+
+    LinkThread& m_thread;
+    asio::io_context& m_context;
+    std::shared_ptr<Gate> m_gate;
+    LinkOptions m_options;
+
+    // Link thread alone.
+    SonarLinkListener* m_listener;
+    BackOff m_backOff;
+    asio::steady_timer m_timer;
+    tcp::socket m_candidate;
+    std::uint64_t m_attempt = 0;
+    bool m_open = false;
+    bool m_isConnected = false;
+    bool m_lookingUp = false;
+    bool m_lookUpPending = false;
+    bool m_reading = false;
+    bool m_proven = false;
+    bool m_garbageTold = false;
+    std::uint64_t m_skippedBefore = 0;
+    std::chrono::steady_clock::time_point m_connectedAt;
+    std::array<unsigned char, ReadBytes> m_readBuffer;
+    qx5::protocol::FrameReader m_reader{m_options.greatestFrame};
+
+    // Guarded by m_sendMutex; see above for the socket.
+    mutable std::mutex m_sendMutex;
+    tcp::socket m_socket;
+    std::uint64_t m_socketAttempt = 0;
+    std::vector<unsigned char> m_queue;
+    std::size_t m_queueHead = 0;
+    std::uint64_t m_framesOut = 0;
+    std::uint64_t m_bytesOut = 0;
+
+    mutable std::mutex m_statusMutex;
+    LinkStatus m_status;
+
+    std::mutex m_observerMutex;
+    std::shared_ptr<LinkObserver> m_observer;
+    std::atomic<bool> m_observed{false};
+
+    std::atomic<bool> m_connected{false};
+    std::atomic<bool> m_paused{false};
+    std::atomic<bool> m_forgetListener{false};
+    std::atomic<std::uint64_t> m_connections{0};
+    std::atomic<std::uint64_t> m_refused{0};
+    std::atomic<std::uint64_t> m_framesIn{0};
+    std::atomic<std::uint64_t> m_bytesIn{0};
+    std::atomic<std::uint64_t> m_bytesSkipped{0};
+};
+
+SonarLink::SonarLink(LinkThread& thread, LinkOptions options, SonarLinkListener& listener)
+    : m_impl(std::make_shared<Impl>(thread, std::move(options), listener))
+{}
+
+SonarLink::~SonarLink()
+{
+    m_impl->ForgetListener();
+    m_impl->Close();
+}
+
+void SonarLink::Open()
+{
+    m_impl->Open();
+}
+
+void SonarLink::Close()
+{
+    m_impl->Close();
+}
+
+bool SonarLink::Send(std::span<unsigned char const> frame)
+{
+    return m_impl->Send(frame);
+}
+
+bool SonarLink::IsConnected() const
+{
+    return m_impl->IsConnected();
+}
+
+LinkStatus SonarLink::GetStatus() const
+{
+    return m_impl->GetStatus();
+}
+
+LinkCounters SonarLink::GetCounters() const
+{
+    return m_impl->GetCounters();
+}
+
+std::size_t SonarLink::GetQueuedBytes() const
+{
+    return m_impl->GetQueuedBytes();
+}
+
+void SonarLink::SetReadingPaused(bool paused)
+{
+    m_impl->SetReadingPaused(paused);
+}
+
+void SonarLink::SetObserver(std::shared_ptr<LinkObserver> observer)
+{
+    m_impl->SetObserver(std::move(observer));
+}
+
+} // namespace vordal

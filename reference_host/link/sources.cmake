@@ -1,0 +1,28 @@
+# The sonar link and what stands on it; included by the reference host.
+find_package(Threads REQUIRED)
+
+# Asio as all of ours use it: alone, without its older names.
+add_library(vordal_asio INTERFACE)
+target_compile_definitions(vordal_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+if(QX5_SANITIZE MATCHES "thread")
+  # The thread sanitizer does not understand fences; Asio's mutexes order all that the fences do.
+  target_compile_definitions(vordal_asio INTERFACE ASIO_DISABLE_FENCED_BLOCK)
+endif()
+target_link_libraries(vordal_asio INTERFACE Threads::Threads)
+
+# The transport knows nothing of the rest of the host and is tested without it.
+add_library(vordal_sonar_link OBJECT
+  "${CMAKE_CURRENT_LIST_DIR}/name_look_up.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/sonar_link.cpp")
+target_compile_definitions(vordal_sonar_link PRIVATE VORDAL_HOST_BUILD)
+target_include_directories(vordal_sonar_link PUBLIC "${PROJECT_SOURCE_DIR}")
+target_link_libraries(vordal_sonar_link PUBLIC vordal_host_contract qx5_protocol Threads::Threads
+  PRIVATE vordal_asio qx5_warnings)
+
+# For tests alone: a connection that misbehaves on command.
+add_library(vordal_link_faults STATIC EXCLUDE_FROM_ALL "${CMAKE_CURRENT_LIST_DIR}/fault_injection.cpp")
+target_include_directories(vordal_link_faults PUBLIC "${PROJECT_SOURCE_DIR}")
+target_link_libraries(vordal_link_faults PUBLIC Threads::Threads PRIVATE vordal_asio qx5_warnings)
+
+target_sources(vordalhost PRIVATE link/live_traffic.cpp link/tree_transfer.cpp link/x5_port.cpp)
+target_link_libraries(vordalhost PRIVATE vordal_sonar_link)

@@ -1,0 +1,16 @@
+// Between trees of attributes as records carry them and as the host keeps them.
+#pragma once
+
+#include <VordalAttributesR/CAttributeMap.h>
+
+#include <protocol/house_records.h>
+
+#include <span>
+#include <vector>
+
+namespace vordal {
+
+/// A root with these nodes as its children, in order. At most protocol::MaximumTreeDepth deep, which decoding sees to.
+VORDAL_API CAttributeMap ToAttributeMap(std::span<qx5::protocol::TreeNode const> nodes);
+
+} // namespace vordal

@@ -1,0 +1,186 @@
+// The port of a live sonar: a named connection and the devices that share it.
+#include "x5_port.h"
+
+#include "live_traffic.h"
+#include "tree_transfer.h"
+
+#include "reference_host/host/host.h"
+#include "reference_host/host/log.h"
+
+#include <tvcoreR/Utf8.h>
+
+#include <protocol/frame.h>
+#include <protocol/house_records.h>
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace vordal {
+namespace {
+
+namespace protocol = qx5::protocol;
+
+constexpr std::size_t GreatestUndeliveredTrees = 256;
+constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
+
+} // namespace
+
+X5Port::X5Port(Host& host, LinkThread& thread, CString name, LinkOptions options)
+    : m_host(host), m_name(std::move(name)), m_link(thread, std::move(options), *this)
+{}
+
+X5Port::~X5Port()
+{
+    m_link.Close();
+    m_life.reset();
+}
+
+void X5Port::Open()
+{
+    m_link.Open();
+}
+
+void X5Port::Close()
+{
+    m_link.Close();
+    PostToHost([this] { TellDevices({}); });
+}
+
+void X5Port::PostToHost(std::function<void()> task)
+{
+    m_host.Post([life = std::weak_ptr<int>(m_life), task = std::move(task)] {
+        if (!life.expired()) {
+            task();
+        }
+    });
+}
+
+void X5Port::OnLinkStatus(LinkStatus const& status)
+{
+    if (status.state == LinkState::Connected) {
+        m_damageTold = false;
+    }
+    PostToHost([this, status] { TellDevices(status); });
+}
+
+void X5Port::TellDevices(LinkStatus const& status)
+{
+    auto const connected = status.state == LinkState::Connected;
+    if (connected != m_devicesConnected) {
+        m_devicesConnected = connected;
+        for (int index = 0; auto* const device = GetDevice(index); ++index) {
+            if (connected) {
+                device->HandlePortConnect();
+                device->HandlePortConnected();
+            } else {
+                device->HandlePortDisConnect();
+                device->HandlePortDisConnected();
+            }
+        }
+    }
+    if (m_statusListener) {
+        m_statusListener(status);
+    }
+}
+
+void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
+{
+    if (frame.header.recordId != protocol::records::AttributeTree.Id()) {
+        return;
+    }
+    std::string error;
+    auto const nodes = protocol::DecodeTree(frame.data, error);
+    if (!nodes) {
+        m_droppedTrees.fetch_add(1);
+        if (!std::exchange(m_damageTold, true)) {
+            Log(LogLevel::Warning, tvcore::ToUtf8(m_name) + ": attributes from the sonar are dropped, " + error +
+                                       "; said once for this connection");
+        }
+        return;
+    }
+    auto const bytes = frame.bytes.size();
+    CountUndelivered(bytes);
+    PostToHost([this, bytes, tree = ToAttributeMap(*nodes)] {
+        for (int index = 0; auto* const device = GetDevice(index); ++index) {
+            m_host.MergeDecoded(*device, tree);
+        }
+        CountDelivered(bytes);
+    });
+}
+
+void X5Port::OnLinkReport(std::string_view line)
+{
+    Log(LogLevel::Warning, tvcore::ToUtf8(m_name) + ": " + std::string(line));
+}
+
+// Pausing and resuming stay under the lock, so that their order is that of the counts; neither reaches back to here.
+
+void X5Port::CountUndelivered(std::size_t bytes)
+{
+    std::lock_guard const lock(m_undeliveredMutex);
+    ++m_undeliveredTrees;
+    m_undeliveredBytes += bytes;
+    if (!m_paused &&
+        (m_undeliveredTrees > GreatestUndeliveredTrees || m_undeliveredBytes > GreatestUndeliveredBytes)) {
+        m_paused = true;
+        m_link.SetReadingPaused(true);
+    }
+}
+
+void X5Port::CountDelivered(std::size_t bytes)
+{
+    std::lock_guard const lock(m_undeliveredMutex);
+    --m_undeliveredTrees;
+    m_undeliveredBytes -= bytes;
+    if (m_paused && m_undeliveredTrees <= GreatestUndeliveredTrees / 2 &&
+        m_undeliveredBytes <= GreatestUndeliveredBytes / 2) {
+        m_paused = false;
+        m_link.SetReadingPaused(false);
+    }
+}
+
+void X5Port::PlaybackSetSpeed(double, double)
+{
+    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar has no playback speed");
+}
+
+void X5Port::PlaybackSetPosition(double, double)
+{
+    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar has no playback position");
+}
+
+void X5Port::PlaybackSetLoop(double, double)
+{
+    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar has no playback loop");
+}
+
+void X5Port::PlaybackStepForward(double)
+{
+    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar cannot step forward");
+}
+
+void X5Port::PlaybackStepBack(double)
+{
+    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar cannot step back");
+}
+
+bool X5Port::SendRemoteControlCommandWithPassThrough(std::uint32_t recordId, void const* payload, std::uint64_t size,
+                                                     std::uint32_t deviceId, std::uint16_t enumerator)
+{
+    if (size > protocol::MaximumFrameSize || (payload == nullptr && size != 0)) {
+        return false;
+    }
+    std::span<unsigned char const> const bytes(static_cast<unsigned char const*>(payload),
+                                               static_cast<std::size_t>(size));
+    try {
+        auto const command = protocol::EncodePassThrough(
+            {{static_cast<std::int32_t>(deviceId), static_cast<std::int32_t>(enumerator)}, recordId, bytes});
+        return SendRemoteControlRecord(m_link, protocol::records::PassThroughCommand.Id(), command,
+                                       protocol::SonarProcessor.deviceId, protocol::SonarProcessor.enumerator);
+    } catch (std::length_error const&) {
+        return false;
+    }
+}
+
+} // namespace vordal

@@ -1,0 +1,460 @@
+// The project in one file: ports, devices with their attributes, computations, vessels, and what views showed.
+#include "project_store.h"
+
+#include "tree_blob.h"
+
+#include <tvcoreR/Utf8.h>
+
+#include <protocol/utf8.h>
+
+#include <sqlite3.h>
+
+#include <charconv>
+#include <limits>
+#include <span>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace vordal {
+namespace {
+
+// The file's header bears both: "QX5P", and the version of the tables below.
+constexpr std::int64_t ApplicationId = 0x51583550;
+constexpr std::int64_t FormatVersion = 1;
+
+constexpr char const* Schema = R"(
+CREATE TABLE port(position INTEGER PRIMARY KEY, name TEXT NOT NULL, host TEXT NOT NULL, tcp_port INTEGER NOT NULL);
+CREATE TABLE device(position INTEGER PRIMARY KEY, id TEXT NOT NULL UNIQUE, class TEXT NOT NULL, name TEXT NOT NULL,
+                    port TEXT NOT NULL, enabled INTEGER NOT NULL, attributes BLOB NOT NULL);
+CREATE TABLE computation(position INTEGER PRIMARY KEY, id TEXT NOT NULL, type INTEGER NOT NULL, stream TEXT NOT NULL,
+                         attributes BLOB NOT NULL);
+CREATE TABLE computation_device(computation INTEGER NOT NULL, position INTEGER NOT NULL, device TEXT NOT NULL,
+                                PRIMARY KEY(computation, position));
+CREATE TABLE vessel(position INTEGER PRIMARY KEY, number INTEGER NOT NULL, name TEXT NOT NULL);
+CREATE TABLE vessel_item(vessel INTEGER NOT NULL, section TEXT NOT NULL, item TEXT NOT NULL, text TEXT NOT NULL,
+                         PRIMARY KEY(vessel, section, item));
+CREATE TABLE view(name TEXT PRIMARY KEY, shown BLOB NOT NULL);
+CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL);
+)";
+
+/// A reference to what was prepared; made anew for each use, since saves are rare and long compared with it.
+class Statement {
+public:
+    Statement(sqlite3* database, std::string const& file, char const* sql) : m_database(database), m_file(file)
+    {
+        Check(sqlite3_prepare_v2(database, sql, -1, &m_statement, nullptr));
+    }
+    Statement(Statement const&) = delete;
+    Statement& operator=(Statement const&) = delete;
+    ~Statement() { sqlite3_finalize(m_statement); }
+
+    Statement& Bind(std::int64_t value)
+    {
+        Check(sqlite3_bind_int64(m_statement, ++m_bound, value));
+        return *this;
+    }
+    Statement& Bind(std::string_view text)
+    {
+        Check(sqlite3_bind_text64(m_statement, ++m_bound, text.data() != nullptr ? text.data() : "", text.size(),
+                                  SQLITE_TRANSIENT, SQLITE_UTF8));
+        return *this;
+    }
+    Statement& Bind(CString const& text) { return Bind(std::string_view(tvcore::ToUtf8(text))); }
+    Statement& Bind(CDataId const& id) { return Bind(id.GetKey()); }
+    Statement& Bind(CAttributeMap const& tree)
+    {
+        std::vector<unsigned char> blob;
+        try {
+            blob = EncodeTreeBlob(tree);
+        } catch (std::length_error const& error) {
+            throw StoreError("\"" + m_file + "\" cannot be saved: " + error.what());
+        }
+        Check(sqlite3_bind_blob64(m_statement, ++m_bound, blob.data(), blob.size(), SQLITE_TRANSIENT));
+        return *this;
+    }
+
+    /// True when there is a row.
+    bool Step()
+    {
+        auto const result = sqlite3_step(m_statement);
+        if (result != SQLITE_ROW && result != SQLITE_DONE) {
+            Check(result);
+        }
+        return result == SQLITE_ROW;
+    }
+
+    std::int64_t Integer(int column) const { return sqlite3_column_int64(m_statement, column); }
+    std::string Bytes(int column) const
+    {
+        auto const* const text = sqlite3_column_text(m_statement, column);
+        auto const size = static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
+        return text != nullptr ? std::string(reinterpret_cast<char const*>(text), size) : std::string();
+    }
+    CString Text(int column) const { return CString(qx5::protocol::DecodeUtf8(Bytes(column))); }
+    template <typename Unsigned>
+    Unsigned Small(int column) const
+    {
+        auto const value = Integer(column);
+        if (value < 0 || value > std::numeric_limits<Unsigned>::max()) {
+            throw StoreError(DamageOf("a number is out of range"));
+        }
+        return static_cast<Unsigned>(value);
+    }
+    CDataId Id(int column) const
+    {
+        auto const text = Bytes(column);
+        unsigned short fields[4];
+        auto const* at = text.data();
+        auto const* const end = at + text.size();
+        for (int i = 0; i < 4; ++i) {
+            auto const [next, error] = std::from_chars(at, end, fields[i]);
+            if (error != std::errc() || (i < 3 ? next == end || *next != '.' : next != end)) {
+                throw StoreError(DamageOf("an id is \"" + text + "\""));
+            }
+            at = next + 1;
+        }
+        return {fields[0], fields[1], fields[2], fields[3]};
+    }
+    CAttributeMap Tree(int column) const
+    {
+        auto const* const blob = static_cast<unsigned char const*>(sqlite3_column_blob(m_statement, column));
+        auto const size = static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
+        CAttributeMap tree;
+        std::string error;
+        if (!DecodeTreeBlob({blob, size}, tree, error)) {
+            throw StoreError(DamageOf("an attribute tree is unreadable, " + error));
+        }
+        return tree;
+    }
+
+private:
+    std::string DamageOf(std::string const& what) const { return "\"" + m_file + "\" is damaged: " + what; }
+
+    void Check(int result) const
+    {
+        if (result == SQLITE_OK) {
+            return;
+        }
+        switch (result & 0xFF) {
+        case SQLITE_NOTADB:
+            throw StoreError("\"" + m_file + "\" is no project file; it is left as it is");
+        case SQLITE_CORRUPT:
+            throw StoreError(DamageOf(sqlite3_errmsg(m_database)) + "; it is left as it is");
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            throw StoreError("\"" + m_file + "\" is in use by another program");
+        case SQLITE_READONLY:
+        case SQLITE_CANTOPEN:
+        case SQLITE_PERM:
+            throw StoreError("\"" + m_file + "\" cannot be written: the file or its folder does not allow it");
+        case SQLITE_FULL:
+            throw StoreError("\"" + m_file + "\" cannot be saved: the disk is full");
+        default:
+            throw StoreError("\"" + m_file + "\": " + sqlite3_errmsg(m_database));
+        }
+    }
+
+    sqlite3* m_database;
+    std::string const& m_file;
+    sqlite3_stmt* m_statement = nullptr;
+    int m_bound = 0;
+};
+
+std::string Utf8Of(std::filesystem::path const& file)
+{
+    auto const text = file.u8string();
+    return {text.begin(), text.end()};
+}
+
+} // namespace
+
+class ProjectStore::Impl {
+public:
+    Impl(std::filesystem::path const& file, Missing missing) : m_file(Utf8Of(file))
+    {
+        std::error_code error;
+        auto const status = std::filesystem::status(file, error);
+        if (status.type() == std::filesystem::file_type::not_found) {
+            if (missing == Missing::Refuse) {
+                throw StoreError("\"" + m_file + "\" is not there");
+            }
+        } else if (!std::filesystem::exists(status)) {
+            throw StoreError("\"" + m_file + "\" cannot be opened: " + error.message());
+        } else if (!std::filesystem::is_regular_file(status)) {
+            throw StoreError("\"" + m_file + "\" is no file");
+        }
+        auto const flags = SQLITE_OPEN_READWRITE | (missing == Missing::Create ? SQLITE_OPEN_CREATE : 0);
+        auto const opened = sqlite3_open_v2(m_file.c_str(), &m_database, flags, nullptr);
+        try {
+            if (opened != SQLITE_OK) {
+                throw StoreError("\"" + m_file + "\" cannot be opened: " +
+                                 (m_database != nullptr ? sqlite3_errmsg(m_database) : "no memory"));
+            }
+            Prepare();
+        } catch (...) {
+            sqlite3_close(m_database);
+            throw;
+        }
+    }
+    Impl(Impl const&) = delete;
+    Impl& operator=(Impl const&) = delete;
+    ~Impl() { sqlite3_close(m_database); }
+
+    Statement Sql(char const* sql) { return Statement(m_database, m_file, sql); }
+    void Run(char const* sql) { Sql(sql).Step(); }
+    int Changes() const { return sqlite3_changes(m_database); }
+
+    /// All of `action` or nothing.
+    template <typename Action>
+    void InTransaction(Action action)
+    {
+        Run("BEGIN IMMEDIATE");
+        try {
+            action();
+            Run("COMMIT");
+        } catch (...) {
+            sqlite3_exec(m_database, "ROLLBACK", nullptr, nullptr, nullptr);
+            throw;
+        }
+    }
+
+    std::string const& File() const { return m_file; }
+
+private:
+    std::int64_t Pragma(char const* sql)
+    {
+        auto statement = Sql(sql);
+        return statement.Step() ? statement.Integer(0) : 0;
+    }
+
+    /// Reads alone until it is certain that the file is ours.
+    void Prepare()
+    {
+        sqlite3_busy_timeout(m_database, 2000);
+        sqlite3_extended_result_codes(m_database, 1);
+        auto const tables = Pragma("SELECT count(*) FROM sqlite_schema");
+        auto const application = Pragma("PRAGMA application_id");
+        auto const version = Pragma("PRAGMA user_version");
+        auto const isNew = tables == 0 && application == 0 && version == 0;
+        if (!isNew) {
+            if (application != ApplicationId) {
+                throw StoreError("\"" + m_file + "\" is a database, but no project; it is left as it is");
+            }
+            if (version > FormatVersion) {
+                throw StoreError("\"" + m_file + "\" was written by a newer version (format " +
+                                 std::to_string(version) + ", this program knows " + std::to_string(FormatVersion) +
+                                 "); it is left as it is");
+            }
+            auto check = Sql("PRAGMA integrity_check(1)");
+            if (!check.Step() || check.Bytes(0) != "ok") {
+                throw StoreError("\"" + m_file + "\" is damaged; it is left as it is");
+            }
+        }
+        if (sqlite3_db_readonly(m_database, "main") == 1) {
+            throw StoreError("\"" + m_file + "\" cannot be written: the file or its folder does not allow it");
+        }
+        Run("PRAGMA synchronous=FULL");
+        if (isNew) {
+            InTransaction([&] {
+                std::string error;
+                char* message = nullptr;
+                if (sqlite3_exec(m_database, Schema, nullptr, nullptr, &message) != SQLITE_OK) {
+                    error = message != nullptr ? message : "no memory";
+                    sqlite3_free(message);
+                    throw StoreError("\"" + m_file + "\" cannot be made: " + error);
+                }
+                Run(("PRAGMA application_id=" + std::to_string(ApplicationId)).c_str());
+                Run(("PRAGMA user_version=" + std::to_string(FormatVersion)).c_str());
+            });
+        }
+    }
+
+    std::string m_file;
+    sqlite3* m_database = nullptr;
+};
+
+namespace {
+
+template <typename Store>
+void InsertDevice(Store& store, StoredDevice const& device)
+{
+    store.Sql("INSERT INTO device(id, class, name, port, enabled, attributes) VALUES(?, ?, ?, ?, ?, ?) "
+              "ON CONFLICT(id) DO UPDATE SET class=excluded.class, name=excluded.name, port=excluded.port, "
+              "enabled=excluded.enabled, attributes=excluded.attributes")
+        .Bind(device.dataId)
+        .Bind(device.className)
+        .Bind(device.name)
+        .Bind(device.portName)
+        .Bind(std::int64_t{device.enabled ? 1 : 0})
+        .Bind(device.attributes)
+        .Step();
+}
+
+} // namespace
+
+ProjectStore::ProjectStore(std::filesystem::path const& file, Missing missing)
+    : m_impl(std::make_unique<Impl>(file, missing))
+{}
+
+ProjectStore::~ProjectStore() = default;
+
+StoredProject ProjectStore::Load()
+{
+    StoredProject project;
+    // One transaction, so that all parts are of the same save.
+    m_impl->Run("BEGIN");
+    struct End
+    {
+        Impl& impl;
+        ~End()
+        {
+            try {
+                impl.Run("ROLLBACK");
+            } catch (StoreError const&) {
+                // Nothing was written, so there is nothing to lose.
+            }
+        }
+    } const end{*m_impl};
+
+    for (auto row = m_impl->Sql("SELECT name, host, tcp_port FROM port ORDER BY position"); row.Step();) {
+        project.ports.push_back({row.Text(0), row.Text(1), row.Small<std::uint16_t>(2)});
+    }
+    for (auto row = m_impl->Sql("SELECT id, class, name, port, enabled, attributes FROM device ORDER BY position");
+         row.Step();) {
+        project.devices.push_back(
+            {row.Id(0), row.Text(1), row.Text(2), row.Text(3), row.Integer(4) != 0, row.Tree(5)});
+    }
+    for (auto row = m_impl->Sql("SELECT position, id, type, stream, attributes FROM computation ORDER BY position");
+         row.Step();) {
+        ComputationSetup computation;
+        computation.dataId = row.Id(1);
+        computation.type = static_cast<int>(row.Integer(2));
+        computation.stream = row.Id(3);
+        computation.attributes = row.Tree(4);
+        auto linked = m_impl->Sql("SELECT device FROM computation_device WHERE computation=? ORDER BY position");
+        linked.Bind(row.Integer(0));
+        while (linked.Step()) {
+            computation.linkedDevices.push_back(linked.Id(0));
+        }
+        project.computations.push_back(std::move(computation));
+    }
+    for (auto row = m_impl->Sql("SELECT position, number, name FROM vessel ORDER BY position"); row.Step();) {
+        VesselSetup vessel;
+        vessel.number = row.Small<unsigned short>(1);
+        vessel.name = row.Text(2);
+        auto items = m_impl->Sql("SELECT section, item, text FROM vessel_item WHERE vessel=?");
+        items.Bind(row.Integer(0));
+        while (items.Step()) {
+            vessel.configuration[items.Text(0)][items.Text(1)] = items.Text(2);
+        }
+        project.vessels.push_back(std::move(vessel));
+    }
+    for (auto row = m_impl->Sql("SELECT value FROM setting WHERE name='active vessel'"); row.Step();) {
+        project.activeVessel = row.Small<unsigned short>(0);
+    }
+    for (auto row = m_impl->Sql("SELECT name, shown FROM view"); row.Step();) {
+        project.views[row.Text(0)] = row.Tree(1);
+    }
+    return project;
+}
+
+void ProjectStore::Save(StoredProject const& project)
+{
+    m_impl->InTransaction([&] {
+        for (auto const* const table :
+             {"DELETE FROM port", "DELETE FROM device", "DELETE FROM computation", "DELETE FROM computation_device",
+              "DELETE FROM vessel", "DELETE FROM vessel_item", "DELETE FROM view", "DELETE FROM setting"}) {
+            m_impl->Run(table);
+        }
+        for (auto const& port : project.ports) {
+            m_impl->Sql("INSERT INTO port(name, host, tcp_port) VALUES(?, ?, ?)")
+                .Bind(port.name)
+                .Bind(port.host)
+                .Bind(std::int64_t{port.tcpPort})
+                .Step();
+        }
+        for (auto const& device : project.devices) {
+            InsertDevice(*m_impl, device);
+        }
+        std::int64_t position = 0;
+        for (auto const& computation : project.computations) {
+            ++position;
+            m_impl->Sql("INSERT INTO computation(position, id, type, stream, attributes) VALUES(?, ?, ?, ?, ?)")
+                .Bind(position)
+                .Bind(computation.dataId)
+                .Bind(std::int64_t{computation.type})
+                .Bind(computation.stream)
+                .Bind(computation.attributes)
+                .Step();
+            std::int64_t place = 0;
+            for (auto const& device : computation.linkedDevices) {
+                m_impl->Sql("INSERT INTO computation_device(computation, position, device) VALUES(?, ?, ?)")
+                    .Bind(position)
+                    .Bind(++place)
+                    .Bind(device)
+                    .Step();
+            }
+        }
+        position = 0;
+        for (auto const& vessel : project.vessels) {
+            ++position;
+            m_impl->Sql("INSERT INTO vessel(position, number, name) VALUES(?, ?, ?)")
+                .Bind(position)
+                .Bind(std::int64_t{vessel.number})
+                .Bind(vessel.name)
+                .Step();
+            for (auto const& [section, items] : vessel.configuration) {
+                for (auto const& [item, text] : items) {
+                    m_impl->Sql("INSERT OR REPLACE INTO vessel_item(vessel, section, item, text) VALUES(?, ?, ?, ?)")
+                        .Bind(position)
+                        .Bind(section)
+                        .Bind(item)
+                        .Bind(text)
+                        .Step();
+                }
+            }
+        }
+        m_impl->Sql("INSERT INTO setting(name, value) VALUES('active vessel', ?)")
+            .Bind(std::int64_t{project.activeVessel})
+            .Step();
+        for (auto const& [name, shown] : project.views) {
+            m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step();
+        }
+    });
+}
+
+void ProjectStore::SaveDevice(StoredDevice const& device)
+{
+    m_impl->InTransaction([&] { InsertDevice(*m_impl, device); });
+}
+
+bool ProjectStore::SaveAttributes(CDataId const& dataId, CAttributeMap const& attributes)
+{
+    bool found = false;
+    m_impl->InTransaction([&] {
+        m_impl->Sql("UPDATE device SET attributes=? WHERE id=?").Bind(attributes).Bind(dataId).Step();
+        found = m_impl->Changes() > 0;
+    });
+    return found;
+}
+
+void ProjectStore::SaveView(CString const& name, CAttributeMap const& shown)
+{
+    m_impl->InTransaction([&] {
+        m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step();
+    });
+}
+
+bool ProjectStore::RemoveDevice(CDataId const& dataId)
+{
+    bool found = false;
+    m_impl->InTransaction([&] {
+        m_impl->Sql("DELETE FROM device WHERE id=?").Bind(dataId).Step();
+        found = m_impl->Changes() > 0;
+    });
+    return found;
+}
+
+} // namespace vordal

@@ -1,0 +1,93 @@
+// The project in one file: ports, devices with their attributes, computations, vessels, and what views showed.
+#pragma once
+
+#include "reference_host/host/host.h"
+
+#include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/CDataId.h>
+#include <VordalBaseR/CString.h>
+#include <VordalBaseR/Export.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace vordal {
+
+/// Why a project cannot be opened, read or saved, in one line that names the file.
+class VORDAL_API StoreError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A named connection to a sonar.
+struct StoredPort
+{
+    CString name;
+    CString host;
+    std::uint16_t tcpPort = 0;
+};
+
+struct StoredDevice
+{
+    CDataId dataId;
+    CString className;
+    CString name;
+    CString portName; ///< empty: on no port
+    bool enabled = true;
+    CAttributeMap attributes;
+};
+
+/// A project as a whole; lists keep their order.
+struct StoredProject
+{
+    std::vector<StoredPort> ports;
+    std::vector<StoredDevice> devices;
+    std::vector<ComputationSetup> computations;
+    std::vector<VesselSetup> vessels;
+    unsigned short activeVessel = 0; ///< 0: none
+    /// What each view showed, by the view's name.
+    std::map<CString, CAttributeMap> views;
+};
+
+/// A project file, open. Each save is one transaction: it is on the disk when the call returns, and a process that is
+/// killed in the middle leaves what was saved before. Names and texts are kept as UTF-8: what is no character becomes
+/// U+FFFD; attribute trees keep all that they have. One thread at a time.
+///
+/// All operations throw StoreError and leave the file as it was. A file that is damaged, no project, or written by a
+/// newer version is refused when it is opened, and not touched.
+class VORDAL_API ProjectStore {
+public:
+    enum class Missing
+    {
+        Create,
+        Refuse
+    };
+
+    /// Opens the file. One that is not there is made, in a folder that is there, unless `missing` refuses.
+    explicit ProjectStore(std::filesystem::path const& file, Missing missing = Missing::Create);
+    ProjectStore(ProjectStore const&) = delete;
+    ProjectStore& operator=(ProjectStore const&) = delete;
+    ~ProjectStore();
+
+    StoredProject Load();
+
+    /// Replaces all that the file holds.
+    void Save(StoredProject const& project);
+    /// Replaces the device of that id, in its place, or appends it.
+    void SaveDevice(StoredDevice const& device);
+    /// Replaces the attributes of a device that the project has; false when it has none of that id.
+    bool SaveAttributes(CDataId const& dataId, CAttributeMap const& attributes);
+    void SaveView(CString const& name, CAttributeMap const& shown);
+    /// False when there is no such device.
+    bool RemoveDevice(CDataId const& dataId);
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace vordal

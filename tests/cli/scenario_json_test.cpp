@@ -1,0 +1,169 @@
+// JSON as scenarios need it: numbers by their texts, defects in their places, one line for every error.
+#include "cli/scenario/base64.h"
+#include "cli/scenario/json_parser.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+namespace qx5::cli {
+namespace {
+
+std::string Rewritten(std::string const& text)
+{
+    return WriteJson(ParseJson(text));
+}
+
+/// "path: reason" of the refusal, or "accepted".
+std::string Refusal(std::string const& text)
+{
+    try {
+        auto const value = ParseJson(text);
+        RefuseDefects(value, JsonPath());
+    } catch (InvalidScenario const& failure) {
+        return failure.Path() + ": " + failure.what();
+    }
+    return "accepted";
+}
+
+TEST(Json, WritesWhatItReads)
+{
+    EXPECT_EQ(Rewritten(" { \"b\" : [ 1 , -0.0, 1e3, true, false, null ] , \"a\" : \"x\" } \n"),
+              R"({"b":[1,-0.0,1e3,true,false,null],"a":"x"})");
+    EXPECT_EQ(Rewritten("[]"), "[]");
+    EXPECT_EQ(Rewritten("{}"), "{}");
+    EXPECT_EQ(Rewritten("[[],{},[{}]]"), "[[],{},[{}]]");
+    EXPECT_EQ(Rewritten("\xEF\xBB\xBF 7"), "7");
+    EXPECT_EQ(Rewritten("18446744073709551616"), "18446744073709551616");
+}
+
+TEST(Json, ReadsEscapes)
+{
+    EXPECT_EQ(ParseJson(R"("\"\\\/\b\f\n\r\tA\u00e9\ud83d\ude00")").text, "\"\\/\b\f\n\r\tA\xC3\xA9\xF0\x9F\x98\x80");
+    EXPECT_EQ(Rewritten(R"("\u0001\n\u007f\u2028")"), R"("\u0001\n\u007f\u2028")");
+    EXPECT_EQ(Rewritten("\"\xC3\xA9\""), "\"\xC3\xA9\"");
+}
+
+TEST(Json, KnowsIntegersFromOtherNumbers)
+{
+    EXPECT_TRUE(ParseJson("50").IsIntegerLiteral());
+    EXPECT_FALSE(ParseJson("50.0").IsIntegerLiteral());
+    EXPECT_FALSE(ParseJson("5e1").IsIntegerLiteral());
+    std::int64_t value = 1;
+    EXPECT_TRUE(ParseJson("-9223372036854775808").ReadInteger(value));
+    EXPECT_EQ(value, std::numeric_limits<std::int64_t>::min());
+    EXPECT_FALSE(ParseJson("9223372036854775808").ReadInteger(value));
+    EXPECT_EQ(value, std::numeric_limits<std::int64_t>::min());
+}
+
+TEST(Json, ReadsDoublesToTheNearest)
+{
+    double value = 1.0;
+    EXPECT_TRUE(ParseJson("0.1").ReadNumber(value));
+    EXPECT_EQ(value, 0.1);
+    EXPECT_TRUE(ParseJson("-0").ReadNumber(value));
+    EXPECT_TRUE(value == 0.0 && std::signbit(value));
+    EXPECT_TRUE(ParseJson("-1e-400").ReadNumber(value));
+    EXPECT_TRUE(value == 0.0 && std::signbit(value));
+    EXPECT_TRUE(ParseJson("0.0000001e-9999999999999999999999").ReadNumber(value));
+    EXPECT_TRUE(value == 0.0 && !std::signbit(value));
+    EXPECT_TRUE(ParseJson("5e-324").ReadNumber(value));
+    EXPECT_EQ(value, std::numeric_limits<double>::denorm_min());
+    EXPECT_TRUE(ParseJson("1.7976931348623157e308").ReadNumber(value));
+    EXPECT_EQ(value, std::numeric_limits<double>::max());
+    EXPECT_TRUE(ParseJson("0e999").ReadNumber(value));
+    EXPECT_EQ(value, 0.0);
+}
+
+TEST(Json, WritesDoublesThatReadBack)
+{
+    EXPECT_EQ(DoubleText(50.0), "50.0");
+    EXPECT_EQ(DoubleText(-0.0), "-0.0");
+    EXPECT_EQ(DoubleText(0.1), "0.1");
+    EXPECT_EQ(DoubleText(1e300), "1e+300");
+    EXPECT_EQ(DoubleText(5e-324), "5e-324");
+    EXPECT_EQ(DoubleText(std::numeric_limits<double>::infinity()), "inf");
+    EXPECT_EQ(DoubleText(-std::numeric_limits<double>::infinity()), "-inf");
+    EXPECT_EQ(DoubleText(-std::numeric_limits<double>::quiet_NaN()), "nan");
+    EXPECT_EQ(WriteJson(JsonValue::Double(std::numeric_limits<double>::quiet_NaN())), "\"nan\"");
+}
+
+TEST(Json, RefusesWhatIsNotJson)
+{
+    EXPECT_EQ(Refusal(""), "$: not JSON: the text ends too early (line 1, column 1)");
+    EXPECT_EQ(Refusal("[1,\n 2,\n  x]"), "$[2]: not JSON: a value is missing (line 3, column 3)");
+    EXPECT_EQ(Refusal("[1,]"), "$[1]: not JSON: a value is missing (line 1, column 4)");
+    EXPECT_EQ(Refusal("{\"a\":[{\"b\" 1}]}"), "$.a[0]: not JSON: a colon is missing after a key (line 1, column 12)");
+    EXPECT_EQ(Refusal("{a:1}"), "$: not JSON: a key in quotes is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("{\"a\":1,}"), "$.a: not JSON: a key in quotes is missing (line 1, column 8)");
+    EXPECT_EQ(Refusal("[1"), "$[0]: not JSON: a comma or ] is missing (line 1, column 3)");
+    EXPECT_EQ(Refusal("[1}"), "$[0]: not JSON: a comma or ] is missing (line 1, column 3)");
+    EXPECT_EQ(Refusal("{} {}"), "$: not JSON: there is more text after the end of the document (line 1, column 4)");
+    EXPECT_EQ(Refusal("01"), "$: not JSON: a number begins with a superfluous 0 (line 1, column 3)");
+    EXPECT_EQ(Refusal("-"), "$: not JSON: a digit is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("1."), "$: not JSON: a digit is missing after the point (line 1, column 3)");
+    EXPECT_EQ(Refusal("1e+"), "$: not JSON: a digit is missing in the exponent (line 1, column 4)");
+    EXPECT_EQ(Refusal("NaN"), "$: not JSON: a value is missing (line 1, column 1)");
+    EXPECT_EQ(Refusal("\"a"), "$: not JSON: a text does not end (line 1, column 3)");
+    EXPECT_EQ(Refusal("\"\\x\""), "$: not JSON: no such escape in a text (line 1, column 3)");
+    EXPECT_EQ(Refusal("\"\\u12g4\""), "$: not JSON: \\u needs four hexadecimal digits (line 1, column 6)");
+    EXPECT_EQ(Refusal("\"a\nb\""), "$: not JSON: a control character in a text must be escaped (line 1, column 3)");
+    EXPECT_EQ(Refusal("\"\\"), "$: not JSON: no such escape in a text (line 1, column 3)");
+    EXPECT_EQ(Refusal(std::string("[\0]", 3)), "$[0]: not JSON: a value is missing (line 1, column 2)");
+}
+
+TEST(Json, KeepsDefectsInTheirPlaces)
+{
+    EXPECT_EQ(Refusal(R"({"a":["x","\u0000"]})"), "$.a[1]: a text holds U+0000");
+    EXPECT_EQ(Refusal(R"({"a":"\ud800"})"), "$.a: a text holds a lone surrogate");
+    EXPECT_EQ(Refusal(R"({"a":"\ud800\u0041"})"), "$.a: a text holds a lone surrogate");
+    EXPECT_EQ(Refusal(R"({"a":"\udc00\ud800"})"), "$.a: a text holds a lone surrogate");
+    EXPECT_EQ(Refusal("[\"\xC0\x80\"]"), "$[0]: a text is not valid UTF-8");
+    EXPECT_EQ(Refusal("[\"\xED\xA0\x80\"]"), "$[0]: a text is not valid UTF-8");
+    EXPECT_EQ(Refusal("[\"\xFF\"]"), "$[0]: a text is not valid UTF-8");
+    EXPECT_EQ(Refusal("[1e999]"), "$[0]: the number 1e999 is beyond the range of a double");
+    EXPECT_EQ(Refusal("[-1e99999999999999999999]"),
+              "$[0]: the number -1e99999999999999999999 is beyond the range of a double");
+    EXPECT_EQ(Refusal(R"({"a":1,"b":2,"a":3})"), "$.a: the key \"a\" stands here twice");
+    EXPECT_EQ(Refusal(R"({"x y":{"\u0000":1}})"), R"($["x y"][""]: in a key: a text holds U+0000)");
+    EXPECT_EQ(Refusal(R"({"\ud800":[[1,{"a":2}],3]})"), R"($[""]: in a key: a text holds a lone surrogate)");
+}
+
+TEST(Json, BoundsNesting)
+{
+    auto const nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+    EXPECT_EQ(Refusal(nested(JsonNestingLimit)), "accepted");
+    auto const refusal = Refusal(nested(JsonNestingLimit + 1));
+    EXPECT_EQ(refusal.substr(refusal.find(": ")), ": nested deeper than 1024 levels");
+    auto const deep = Refusal("[7," + nested(1000000) + ",8]");
+    EXPECT_EQ(deep.substr(deep.find(": ")), ": nested deeper than 1024 levels");
+    // Syntax is checked below the limit, too.
+    auto const broken = Refusal(std::string(5000, '[') + std::string(4999, ']'));
+    EXPECT_NE(broken.find("not JSON: a comma or ] is missing"), std::string::npos) << broken;
+    auto const objects = Refusal([] {
+        std::string text;
+        for (int i = 0; i < 3000; ++i) {
+            text += "{\"a\":";
+        }
+        return text + "1" + std::string(3000, '}');
+    }());
+    EXPECT_EQ(objects.substr(objects.find(": ")), ": nested deeper than 1024 levels");
+}
+
+TEST(Json, ReadsBase64)
+{
+    using Bytes = std::vector<unsigned char>;
+    EXPECT_EQ(DecodeBase64(""), Bytes{});
+    EXPECT_EQ(DecodeBase64("AP8="), (Bytes{0x00, 0xFF}));
+    EXPECT_EQ(DecodeBase64("QQ=="), (Bytes{0x41}));
+    EXPECT_EQ(DecodeBase64("QUJD"), (Bytes{0x41, 0x42, 0x43}));
+    EXPECT_EQ(DecodeBase64("+/+/"), (Bytes{0xFB, 0xFF, 0xBF}));
+    for (char const* bad : {"Q", "QQ=", "QR==", "QQ==QQ==", "QU JD", "Q===", "====", "QUI_"}) {
+        EXPECT_FALSE(DecodeBase64(bad).has_value()) << bad;
+    }
+}
+
+} // namespace
+} // namespace qx5::cli

@@ -1,0 +1,316 @@
+// Tests of the sonar's port: bytes of every kind of send, attributes that come back, devices told of the connection.
+#include "link_test_peer.h"
+
+#include <reference_host/host/clock.h>
+#include <reference_host/host/host.h>
+#include <reference_host/host/log.h>
+#include <reference_host/link/fault_injection.h>
+#include <reference_host/link/live_traffic.h>
+#include <reference_host/link/x5_port.h>
+
+#include <HalvaneX5InterfaceR/QX5Device.h>
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace vordal::test {
+namespace {
+
+/// Notes what it is told of its port.
+class Sonar : public QX5Device {
+public:
+    explicit Sonar(std::vector<std::string>& notes) : m_notes(notes) {}
+    void HandlePortConnect() override { Note("connect"); }
+    void HandlePortConnected() override { Note("connected"); }
+    void HandlePortDisConnect() override { Note("disconnect"); }
+    void HandlePortDisConnected() override { Note("disconnected"); }
+
+private:
+    void Note(char const* text)
+    {
+        EXPECT_TRUE(Host::Current().IsHostThread());
+        m_notes.emplace_back(text);
+    }
+    std::vector<std::string>& m_notes;
+};
+
+class X5PortTest : public testing::Test {
+protected:
+    X5PortTest() : relay(peer.Port())
+    {
+        SetLogSink([this](LogLevel, std::string_view line) { lines.emplace_back(line); });
+        clock.emplace(1700000000.0);
+        host.SetClock(&*clock);
+        host.SetTraffic(&traffic);
+        port = std::make_unique<X5Port>(host, thread, CString(L"Sonar"), OptionsFor(relay.Port()));
+        first = static_cast<Sonar*>(host.AddDevice(std::make_unique<Sonar>(notes), CDataId(1, 78, 1, 1)));
+        second = static_cast<Sonar*>(host.AddDevice(std::make_unique<Sonar>(notes), CDataId(1, 78, 2, 1)));
+        host.SetPort(*first, port.get());
+        host.SetPort(*second, port.get());
+    }
+    ~X5PortTest() override
+    {
+        port->Close();
+        host.Stop();
+        host.RemoveAllDevices();
+        port.reset();
+        SetLogSink({});
+    }
+
+    void Connect()
+    {
+        port->Open();
+        ASSERT_TRUE(Eventually([&] { return port->GetLink().IsConnected(); }));
+        ASSERT_TRUE(peer.WaitForConnections(1));
+        Settle();
+    }
+    /// What was posted to the host thread so far has run.
+    void Settle()
+    {
+        host.RunAndWait([] {});
+    }
+    int NumberOf(Device& device)
+    {
+        int number = -1;
+        unsigned flags = 0;
+        device.GetAttribValue(L"n", number, flags);
+        return number;
+    }
+
+    Peer peer;
+    FaultRelay relay;
+    std::optional<FixedClock> clock;
+    LiveTraffic traffic;
+    std::vector<std::string> lines;
+    std::vector<std::string> notes;
+    Host host{Threading::Threaded};
+    LinkThread thread;
+    std::unique_ptr<X5Port> port;
+    Sonar* first = nullptr;
+    Sonar* second = nullptr;
+};
+
+// 1700000000 is 2023-11-14 22:13:20 UTC, day 318 of 2023 = 0x07E7; 318 = 0x013E; 20.0F = 0x41A00000.
+#define QX5_TEST_TIME 0xE7, 0x07, 0x3E, 0x01, 0x00, 0x00, 0xA0, 0x41, 22, 13
+
+TEST_F(X5PortTest, RemoteControlRecord)
+{
+    EXPECT_FALSE(first->SendRemoteControlRecord(1003, nullptr, 0, 0, -1)) << "not connected";
+    Connect();
+    unsigned char const range[4] = {0x00, 0x00, 0x48, 0x42}; // 50.0F
+    EXPECT_TRUE(first->SendRemoteControlRecord(1003, range, 4, 0, -1));
+    Bytes const expected{
+        5,    0,    60, 0, 0xFF, 0xFF, 0, 0,                // version, offset, sync word
+        96,   0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0,    // total size, reserved
+        QX5_TEST_TIME,                                      // time
+        1,    0,    0x4C, 0x1D, 0, 0, 0, 0, 0, 0,           // record version, record 7500, device 0
+        0,    0,    0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0,     // reserved, enumerator -1, reserved, flags, reserved
+        0,    0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0,    // reserved
+        0xEB, 0x03, 0,  0, 0xEB, 0x03, 0, 0,                // command 1003, ticket
+        0,    0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0, 0, 0, 0, 0, // tracking number
+        0x00, 0x00, 0x48, 0x42,                             // payload
+        0,    0,    0,  0,                                  // trailing word
+    };
+    ASSERT_EQ(expected.size(), 96U);
+    ASSERT_TRUE(peer.WaitForBytes(96));
+    EXPECT_EQ(peer.Received(), expected);
+}
+
+TEST_F(X5PortTest, RecordRequestToTheProcessor)
+{
+    Connect();
+    EXPECT_TRUE(first->SingleRecordRequest(7503, 7000, 0));
+    Bytes const expected{
+        5,    0,    60, 0, 0xFF, 0xFF, 0, 0, 96, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, QX5_TEST_TIME,
+        1,    0,    0x4C, 0x1D, 0, 0, 0x58, 0x1B, 0, 0,     // record 7500, device 7000
+        0,    0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0,    // enumerator 0
+        0,    0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0,
+        0x91, 0x5F, 1,  0, 0x91, 0x5F, 1, 0,                // command 90001, ticket
+        0,    0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+        0x4F, 0x1D, 0,  0,                                  // record 7503
+        0,    0,    0,  0,
+    };
+    ASSERT_TRUE(peer.WaitForBytes(96));
+    EXPECT_EQ(peer.Received(), expected);
+}
+
+TEST_F(X5PortTest, DataRecordWithItsOwnTime)
+{
+    Connect();
+    unsigned char const data[3] = {1, 2, 3};
+    EXPECT_TRUE(first->SendRecord(3001, data, 3, 0.0, 7003, 0x12345));
+    Bytes const expected{
+        5,    0,    60, 0, 0xFF, 0xFF, 0, 0, 71, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+        0xB2, 0x07, 1,  0, 0, 0, 0, 0, 0, 0,                // 1970, day 1
+        1,    0,    0xB9, 0x0B, 0, 0, 0x5B, 0x1B, 0, 0,     // record 3001, device 7003
+        0,    0,    0x45, 0x23, 0, 0, 0, 0, 0, 0, 0, 0,     // the enumerator's low 16 bits
+        0,    0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0,
+        1,    2,    3,                                      // data
+        0,    0,    0,  0,
+    };
+    ASSERT_TRUE(peer.WaitForBytes(71));
+    EXPECT_EQ(peer.Received(), expected);
+}
+
+TEST_F(X5PortTest, PassThroughAndRawBytes)
+{
+    Connect();
+    unsigned char const data[2] = {0xAA, 0xBB};
+    EXPECT_TRUE(port->SendRemoteControlCommandWithPassThrough(1111, data, 2, 9100, 3));
+    EXPECT_FALSE(port->SendRemoteControlCommandWithPassThrough(1111, nullptr, 2, 9100, 3));
+    EXPECT_TRUE(first->SendMessageW(std::string("\0raw", 4), false));
+    Bytes const expected{
+        5,    0,    60, 0, 0xFF, 0xFF, 0, 0, 110, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, QX5_TEST_TIME,
+        1,    0,    0x4C, 0x1D, 0, 0, 0x58, 0x1B, 0, 0,     // record 7500, device 7000
+        0,    0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0,
+        0,    0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0,
+        0x92, 0x5F, 1,  0, 0x92, 0x5F, 1, 0,                // command 90002, ticket
+        0,    0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+        0x8C, 0x23, 0,  0, 3,    0,    0, 0,                // unit 9100, enumerator 3
+        0x57, 0x04, 0,  0, 2,    0,    0, 0,                // command 1111, size
+        0xAA, 0xBB,
+        0,    0,    0,  0,
+        0,    'r',  'a', 'w',
+    };
+    ASSERT_TRUE(peer.WaitForBytes(expected.size()));
+    EXPECT_EQ(peer.Received(), expected);
+}
+
+TEST_F(X5PortTest, LargePayloadsPassAndHugeOnesDoNot)
+{
+    Connect();
+    Bytes const payload(5000, 7);
+    EXPECT_TRUE(first->SendRemoteControlRecord(1000, payload.data(), payload.size(), 0, -1));
+    ASSERT_TRUE(peer.WaitForBytes(5092));
+    auto const received = peer.Received();
+    EXPECT_EQ(Bytes(received.begin() + 88, received.begin() + 5088), payload);
+    Bytes const huge(std::size_t{16} << 20, 7);
+    EXPECT_FALSE(first->SendRemoteControlRecord(1000, huge.data(), huge.size(), 0, -1));
+}
+
+TEST_F(X5PortTest, ASenderWithoutThisPortIsNotConnected)
+{
+    Connect();
+    host.SetPort(*second, nullptr);
+    EXPECT_FALSE(second->SendRemoteControlRecord(1003, nullptr, 0, 0, -1));
+    EXPECT_FALSE(second->SendMessageW(std::string("x"), false));
+    PlainPort plain;
+    host.SetPort(*second, &plain);
+    EXPECT_FALSE(second->SingleRecordRequest(7503, 0, -1));
+    EXPECT_FALSE(second->SendRecord(1, nullptr, 0, 0.0, 0, -1));
+    host.SetPort(*second, nullptr);
+}
+
+/// A tree record that says "n" = number.
+Bytes TreeFrame(unsigned char number)
+{
+    auto frame = Frame({
+        1, 0, 0, 0,      // format
+        1, 0, 0, 0,      // one node
+        1, 0, 0, 0, 'n', // key
+        1,               // a signed integer
+        number, 0, 0, 0, // value
+        0, 0, 0, 0,      // no children
+    });
+    frame[32] = 0x9A; // record 90010
+    frame[33] = 0x5F;
+    frame[34] = 1;
+    return frame;
+}
+
+TEST_F(X5PortTest, AttributesFromTheSonarReachAllItsDevices)
+{
+    Connect();
+    peer.Write(TreeFrame(42));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 42; }));
+    EXPECT_EQ(NumberOf(*first), 42);
+    peer.Write(Frame({1, 2, 3})); // a record that means nothing to the host
+    peer.Write(TreeFrame(43));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 43; }));
+    EXPECT_EQ(port->DroppedTrees(), 0U);
+}
+
+TEST_F(X5PortTest, DamagedTreesAreDroppedWithOneLine)
+{
+    Connect();
+    auto damaged = TreeFrame(1);
+    damaged[68] = 9; // nine nodes, where there is one
+    peer.Write(damaged);
+    peer.Write(damaged);
+    peer.Write(TreeFrame(2));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 2; }));
+    EXPECT_EQ(port->DroppedTrees(), 2U);
+    std::size_t told = 0;
+    for (auto const& line : lines) {
+        told += line.find("attributes from the sonar are dropped") != std::string::npos ? 1U : 0U;
+    }
+    EXPECT_EQ(told, 1U);
+}
+
+TEST_F(X5PortTest, ASlowHostMakesTheSonarWaitAndLosesNothing)
+{
+    Connect();
+    std::promise<void> release;
+    host.Post([&] { release.get_future().wait(); });
+    Bytes stream;
+    for (int i = 0; i < 4000; ++i) {
+        auto const frame = TreeFrame(static_cast<unsigned char>(i % 250));
+        stream.insert(stream.end(), frame.begin(), frame.end());
+    }
+    auto const last = TreeFrame(251);
+    stream.insert(stream.end(), last.begin(), last.end());
+    std::thread writer([&] { peer.Write(stream); });
+    // More than the limit arrives, and not much more than one read beyond it.
+    EXPECT_TRUE(Eventually([&] { return port->GetLink().GetCounters().framesIn > 256; }));
+    EXPECT_LE(port->GetLink().GetCounters().bytesIn, 256U * last.size() + 2U * 65536U);
+    release.set_value();
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 251; }));
+    writer.join();
+    EXPECT_EQ(port->GetLink().GetCounters().framesIn, 4001U);
+}
+
+TEST_F(X5PortTest, DevicesAreToldOfConnectionLossAndReturn)
+{
+    std::vector<LinkState> states;
+    port->SetStatusListener([&](LinkStatus const& status) { states.push_back(status.state); });
+    Connect();
+    host.RunAndWait([&] {
+        EXPECT_EQ(notes, (std::vector<std::string>{"connect", "connected", "connect", "connected"}));
+        notes.clear();
+    });
+    relay.Cut();
+    ASSERT_TRUE(Eventually([&] { return port->GetLink().GetCounters().connections == 2; }));
+    Settle();
+    std::vector<std::string> const lostAndBack{"disconnect", "disconnected", "disconnect", "disconnected",
+                                               "connect",    "connected",    "connect",    "connected"};
+    EXPECT_TRUE(Eventually([&] {
+        bool all = false;
+        host.RunAndWait([&] { all = notes == lostAndBack; });
+        return all;
+    }));
+    port->Close();
+    host.RunAndWait([&] {
+        EXPECT_EQ(notes.size(), 12U);
+        EXPECT_EQ(notes.back(), "disconnected");
+        EXPECT_EQ(states.front(), LinkState::Connecting);
+        EXPECT_EQ(states.back(), LinkState::Closed);
+    });
+}
+
+TEST_F(X5PortTest, PlaybackOnALiveSonarLeavesALineAndSendsNothing)
+{
+    Connect();
+    EXPECT_FALSE(port->IsFilePlayback());
+    lines.clear();
+    port->PlaybackSetSpeed(0.0, 1.0);
+    port->PlaybackSetPosition(0.0, 1.0);
+    port->PlaybackSetLoop(0.0, 1.0);
+    port->PlaybackStepForward(0.0);
+    port->PlaybackStepBack(0.0);
+    EXPECT_EQ(lines.size(), 5U);
+    EXPECT_EQ(port->GetLink().GetCounters().framesOut, 0U);
+}
+
+} // namespace
+} // namespace vordal::test

@@ -1,0 +1,405 @@
+// Tests of the project store: what goes in comes out, and nothing that is there is ever lost or overwritten.
+#include <reference_host/attributes/tree_merge.h>
+#include <reference_host/store/project_store.h>
+#include <reference_host/store/tree_blob.h>
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace vordal::test {
+namespace {
+
+namespace fs = std::filesystem;
+using Bytes = std::vector<unsigned char>;
+
+class StoreTest : public testing::Test {
+protected:
+    StoreTest()
+    {
+        auto name = (fs::temp_directory_path() / "qx5-store-XXXXXX").string();
+        EXPECT_NE(mkdtemp(name.data()), nullptr);
+        folder = name;
+        file = folder / "project.qx5p";
+    }
+    ~StoreTest() override { fs::remove_all(folder); }
+
+    static Bytes Content(fs::path const& path)
+    {
+        std::ifstream stream(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    static void Write(fs::path const& path, Bytes const& bytes)
+    {
+        std::ofstream stream(path, std::ios::binary | std::ios::trunc);
+        stream.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    }
+    /// Opens and loads; the message of the refusal, empty when there was none.
+    static std::string Refusal(fs::path const& path, ProjectStore::Missing missing = ProjectStore::Missing::Create)
+    {
+        try {
+            ProjectStore store(path, missing);
+            store.Load();
+            return {};
+        } catch (StoreError const& error) {
+            return error.what();
+        }
+    }
+
+    fs::path folder;
+    fs::path file;
+};
+
+CAttributeMap TreeOfEveryKind()
+{
+    CAttributeMap tree;
+    tree.SetGroup(L"settings");
+    tree.Add(L"int", CVordalInt(-2147483647 - 1), 0);
+    tree.Add(L"uint", CVordalUInt(4294967295U), 4);
+    tree.Add(L"int64", CVordalInt64(std::numeric_limits<std::int64_t>::min()), 0);
+    tree.Add(L"true", CVordalBool(true), 0);
+    tree.Add(L"false", CVordalBool(false), 0xFFFFFFFFU);
+    tree.Add(L"double", CVordalDouble(-0.0), 0);
+    tree.Add(L"nan", CVordalDouble(std::bit_cast<double>(std::uint64_t{0x7FF8000000000123})), 0);
+    tree.Add(L"infinity", CVordalDouble(-std::numeric_limits<double>::infinity()), 0);
+    tree.Add(L"pair", CVordalDouble2D(10.0, -10.0), 0);
+    tree.Add(L"reference", CVordalDataInfo(CDataId(1, 78, 65535, 2), 65535, 7), 0);
+    tree.Add(L"text", CVordalText(L"Tiefe \x00FC\x2603 and \xD800 alone"), 0);
+    tree.Add(L"zero inside", CVordalText(CString(std::wstring(L"a\0b", 3))), 0);
+    tree.Add(L"empty text", CVordalText(L""), 0);
+    tree.Add(L"ints", CVordalIntList({1, -1, 2147483647}), 0);
+    tree.Add(L"no ints", CVordalIntList({}), 0);
+    tree.Add(L"doubles", CVordalDoubleList({0.1, -1e300}), 0);
+    tree.Add(L"offset", CVordalOffset(CCompOffset(1.0, 2.0, -3.5)), 0);
+    auto* const branch = tree.Add(L"branch");
+    branch->Add(L"same", CVordalInt(1), 0);
+    branch->Add(L"same", CVordalInt(2), 0);
+    branch->Add(L"same")->Add(L"", CVordalInt(3), 0);
+    tree.Add(L"int", CVordalInt(5), 0);
+    return tree;
+}
+
+TEST(TreeBlob, BytesOfASmallTree)
+{
+    CAttributeMap tree;
+    tree.Add(L"R\x00FC", CVordalInt(258), 300)->Add(L"b", CVordalBool(true), 0);
+    Bytes const expected{
+        1,                       // version
+        0,                       // no group
+        1,                       // one child
+        2,    'R',  0xFC, 0x01,  // its key: two characters, the second 0xFC = 0x7C + 1 * 0x80
+        0xAC, 0x02,              // flags 300 = 0x2C + 2 * 0x80
+        1,    0x02, 0x01, 0,  0, // a signed integer, 258
+        1,                       // one child
+        1,    'b',               // its key
+        0,                       // flags
+        4,    1,                 // a truth value, true
+        0,                       // no children
+    };
+    EXPECT_EQ(EncodeTreeBlob(tree), expected);
+    CAttributeMap decoded;
+    std::string error;
+    ASSERT_TRUE(DecodeTreeBlob(expected, decoded, error)) << error;
+    EXPECT_TRUE(TreesEqual(tree, decoded));
+}
+
+TEST(TreeBlob, EveryKindComesBack)
+{
+    auto const tree = TreeOfEveryKind();
+    CAttributeMap decoded;
+    std::string error;
+    ASSERT_TRUE(DecodeTreeBlob(EncodeTreeBlob(tree), decoded, error)) << error;
+    EXPECT_TRUE(TreesEqual(tree, decoded)) << TreeText(decoded);
+    EXPECT_EQ(decoded.GetGroup(), L"settings");
+}
+
+TEST(TreeBlob, DamageIsRefusedAndTheTreeUntouched)
+{
+    auto const blob = EncodeTreeBlob(TreeOfEveryKind());
+    CAttributeMap tree;
+    tree.Add(L"kept", CVordalInt(1), 0);
+    std::string error;
+    for (std::size_t size = 0; size < blob.size(); ++size) {
+        EXPECT_FALSE(DecodeTreeBlob(std::span(blob).first(size), tree, error)) << size;
+        EXPECT_FALSE(error.empty());
+    }
+    auto longer = blob;
+    longer.push_back(0);
+    EXPECT_FALSE(DecodeTreeBlob(longer, tree, error));
+    auto newer = blob;
+    newer[0] = 2;
+    EXPECT_FALSE(DecodeTreeBlob(newer, tree, error));
+    EXPECT_EQ(error, "it has version 2");
+    // Counts of more than there can be, and a number that does not end.
+    EXPECT_FALSE(DecodeTreeBlob(Bytes{1, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}, tree, error));
+    EXPECT_FALSE(DecodeTreeBlob(Bytes{1, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01}, tree, error));
+    EXPECT_TRUE(tree.Has(L"kept"));
+    // Any single byte changed gives a tree or a refusal, and nothing worse.
+    for (std::size_t at = 0; at < blob.size(); ++at) {
+        auto changed = blob;
+        changed[at] = static_cast<unsigned char>(changed[at] ^ 0xFFU);
+        CAttributeMap scratch;
+        DecodeTreeBlob(changed, scratch, error);
+    }
+}
+
+TEST(TreeBlob, DepthHasALimit)
+{
+    auto const deep = [](int levels) {
+        CAttributeMap tree;
+        auto* node = &tree;
+        for (int i = 0; i < levels; ++i) {
+            node = node->Add(L"k");
+        }
+        return tree;
+    };
+    CAttributeMap decoded;
+    std::string error;
+    EXPECT_TRUE(DecodeTreeBlob(EncodeTreeBlob(deep(MaximumStoredDepth)), decoded, error)) << error;
+    EXPECT_THROW(EncodeTreeBlob(deep(MaximumStoredDepth + 1)), std::length_error);
+    Bytes bomb{1, 0};
+    for (int i = 0; i < 100'000; ++i) {
+        bomb.insert(bomb.end(), {1, 0, 0, 0}); // one child: empty key, no flags, no value
+    }
+    bomb.push_back(0);
+    EXPECT_FALSE(DecodeTreeBlob(bomb, decoded, error));
+    EXPECT_EQ(error, "it is too deep");
+}
+
+TEST_F(StoreTest, AProjectComesBack)
+{
+    StoredProject project;
+    project.ports = {{L"Sonar", L"sonar.example", 7000}, {L"Second", L"127.0.0.1", 65535}};
+    project.devices.push_back({CDataId(1, 78, 1, 1), L"Class", L"Fore sonar \x00E9", L"Sonar", true, TreeOfEveryKind()});
+    project.devices.push_back({CDataId(1, 78, 2, 1), L"Class", L"", L"", false, {}});
+    ComputationSetup computation;
+    computation.dataId = CDataId(2, 1112, 1, 1);
+    computation.type = 1011;
+    computation.linkedDevices = {CDataId(1, 78, 2, 1), CDataId(1, 78, 1, 1)};
+    computation.attributes.Add(L"steer", CVordalDouble(2.5), 0);
+    project.computations.push_back(computation);
+    VesselSetup vessel;
+    vessel.number = 3;
+    vessel.name = L"Surveyor";
+    vessel.configuration[L"general"][L"draft"] = L"4.2";
+    project.vessels.push_back(vessel);
+    project.activeVessel = 3;
+    project.views[L"Sonar view"].Add(L"ATTR_DATAID", CVordalDataInfo(CDataId(1, 78, 1, 1), 65535, 65535), 0);
+    {
+        ProjectStore store(file);
+        store.Save(project);
+        store.Save(project);
+    }
+    auto const loaded = ProjectStore(file, ProjectStore::Missing::Refuse).Load();
+    ASSERT_EQ(loaded.ports.size(), 2U);
+    EXPECT_EQ(loaded.ports[0].name, L"Sonar");
+    EXPECT_EQ(loaded.ports[0].host, L"sonar.example");
+    EXPECT_EQ(loaded.ports[1].tcpPort, 65535);
+    ASSERT_EQ(loaded.devices.size(), 2U);
+    EXPECT_EQ(loaded.devices[0].dataId, CDataId(1, 78, 1, 1));
+    EXPECT_EQ(loaded.devices[0].className, L"Class");
+    EXPECT_EQ(loaded.devices[0].name, L"Fore sonar \x00E9");
+    EXPECT_EQ(loaded.devices[0].portName, L"Sonar");
+    EXPECT_TRUE(loaded.devices[0].enabled);
+    EXPECT_TRUE(TreesEqual(loaded.devices[0].attributes, TreeOfEveryKind()));
+    EXPECT_FALSE(loaded.devices[1].enabled);
+    EXPECT_EQ(loaded.devices[1].attributes.Count(), 0);
+    ASSERT_EQ(loaded.computations.size(), 1U);
+    EXPECT_EQ(loaded.computations[0].dataId, computation.dataId);
+    EXPECT_EQ(loaded.computations[0].type, 1011);
+    EXPECT_TRUE(loaded.computations[0].stream.IsUndefined());
+    EXPECT_EQ(loaded.computations[0].linkedDevices, computation.linkedDevices);
+    EXPECT_TRUE(TreesEqual(loaded.computations[0].attributes, computation.attributes));
+    ASSERT_EQ(loaded.vessels.size(), 1U);
+    EXPECT_EQ(loaded.vessels[0].number, 3);
+    EXPECT_EQ(loaded.vessels[0].name, L"Surveyor");
+    EXPECT_EQ(loaded.vessels[0].configuration, vessel.configuration);
+    EXPECT_EQ(loaded.activeVessel, 3);
+    ASSERT_EQ(loaded.views.size(), 1U);
+    EXPECT_TRUE(TreesEqual(loaded.views.at(L"Sonar view"), project.views[L"Sonar view"]));
+}
+
+TEST_F(StoreTest, SingleDevicesAndViewsAreSaved)
+{
+    CAttributeMap attributes;
+    attributes.Add(L"a", CVordalInt(1), 0);
+    {
+        ProjectStore store(file);
+        store.SaveDevice({CDataId(1, 78, 1, 1), L"A", L"first", L"", true, {}});
+        store.SaveDevice({CDataId(1, 78, 2, 1), L"A", L"second", L"", true, {}});
+        store.SaveDevice({CDataId(1, 78, 1, 1), L"B", L"first again", L"", true, {}});
+        EXPECT_TRUE(store.SaveAttributes(CDataId(1, 78, 2, 1), attributes));
+        EXPECT_FALSE(store.SaveAttributes(CDataId(1, 78, 9, 1), attributes));
+        store.SaveView(L"v", {});
+        store.SaveView(L"v", attributes);
+    }
+    ProjectStore store(file);
+    auto const loaded = store.Load();
+    ASSERT_EQ(loaded.devices.size(), 2U);
+    EXPECT_EQ(loaded.devices[0].name, L"first again");
+    EXPECT_EQ(loaded.devices[0].className, L"B");
+    EXPECT_TRUE(TreesEqual(loaded.devices[1].attributes, attributes));
+    EXPECT_TRUE(TreesEqual(loaded.views.at(L"v"), attributes));
+    EXPECT_TRUE(store.RemoveDevice(CDataId(1, 78, 1, 1)));
+    EXPECT_FALSE(store.RemoveDevice(CDataId(1, 78, 1, 1)));
+    EXPECT_EQ(store.Load().devices.size(), 1U);
+}
+
+TEST_F(StoreTest, AProjectThatCannotBeSavedLeavesTheOldOne)
+{
+    ProjectStore store(file);
+    StoredProject project;
+    project.devices.push_back({CDataId(1, 78, 1, 1), L"A", L"kept", L"", true, {}});
+    store.Save(project);
+    auto* node = &project.devices[0].attributes;
+    for (int i = 0; i <= MaximumStoredDepth; ++i) {
+        node = node->Add(L"k");
+    }
+    EXPECT_THROW(store.Save(project), StoreError);
+    ASSERT_EQ(store.Load().devices.size(), 1U);
+    EXPECT_EQ(store.Load().devices[0].name, L"kept");
+    EXPECT_EQ(store.Load().devices[0].attributes.Count(), 0);
+}
+
+TEST_F(StoreTest, WhatIsNoProjectIsRefusedAndUntouched)
+{
+    for (auto const& bytes : {Bytes{'h', 'e', 'l', 'l', 'o'}, Bytes(5000, 'x'), Bytes(4096, 0)}) {
+        Write(file, bytes);
+        EXPECT_NE(Refusal(file).find("is no project file"), std::string::npos) << Refusal(file);
+        EXPECT_EQ(Content(file), bytes);
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1) << "no other files appear";
+}
+
+TEST_F(StoreTest, ADamagedProjectIsRefusedAndUntouched)
+{
+    {
+        ProjectStore store(file);
+        store.SaveDevice({CDataId(1, 78, 1, 1), L"A", L"first", L"", true, TreeOfEveryKind()});
+    }
+    auto const good = Content(file);
+    auto damaged = good;
+    // Every page but the header's hundred bytes: whatever the tables were, they are not any more.
+    for (std::size_t at = 100; at < damaged.size(); ++at) {
+        damaged[at] = static_cast<unsigned char>(damaged[at] ^ 0x5AU);
+    }
+    Write(file, damaged);
+    EXPECT_NE(Refusal(file).find("damaged"), std::string::npos) << Refusal(file);
+    EXPECT_EQ(Content(file), damaged);
+
+    auto const half = Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(good.size() / 2));
+    Write(file, half);
+    EXPECT_NE(Refusal(file).find("damaged"), std::string::npos) << Refusal(file);
+    EXPECT_EQ(Content(file), half);
+}
+
+TEST_F(StoreTest, ANewerVersionAndAForeignDatabaseAreRefusedAndUntouched)
+{
+    {
+        ProjectStore store(file);
+    }
+    // A database's header holds the user version at 60 and the application id at 68, big-endian.
+    auto newer = Content(file);
+    ASSERT_GT(newer.size(), 100U);
+    EXPECT_EQ(Bytes(newer.begin() + 68, newer.begin() + 72), (Bytes{'Q', 'X', '5', 'P'}));
+    EXPECT_EQ(newer[63], 1);
+    newer[63] = 2;
+    Write(file, newer);
+    EXPECT_NE(Refusal(file).find("newer version (format 2"), std::string::npos) << Refusal(file);
+    EXPECT_EQ(Content(file), newer);
+    auto foreign = newer;
+    foreign[68] = 0;
+    Write(file, foreign);
+    EXPECT_NE(Refusal(file).find("no project"), std::string::npos) << Refusal(file);
+    EXPECT_EQ(Content(file), foreign);
+}
+
+TEST_F(StoreTest, ThingsInTheWayAreNamed)
+{
+    EXPECT_EQ(Refusal(file, ProjectStore::Missing::Refuse), "\"" + file.string() + "\" is not there");
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_EQ(Refusal(folder), "\"" + folder.string() + "\" is no file");
+    EXPECT_NE(Refusal(folder / "none" / "project").find("cannot be"), std::string::npos);
+    {
+        ProjectStore store(file);
+    }
+    EXPECT_NE(Refusal(file / "project").find("project\""), std::string::npos);
+    if (geteuid() != 0) {
+        fs::permissions(file, fs::perms::owner_read);
+        EXPECT_NE(Refusal(file).find("cannot be written"), std::string::npos);
+    }
+}
+
+TEST_F(StoreTest, AKilledProcessLosesNothingThatWasSaved)
+{
+    for (int round = 0; round < 20; ++round) {
+        auto const path = folder / ("killed" + std::to_string(round));
+        int saved[2];
+        ASSERT_EQ(pipe(saved), 0);
+        auto const child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            close(saved[0]);
+            try {
+                ProjectStore store(path);
+                for (int number = 1;; ++number) {
+                    StoredProject project;
+                    for (int device = 1; device <= 20; ++device) {
+                        CAttributeMap attributes;
+                        attributes.Add(L"number", CVordalInt(number), 0);
+                        attributes.Add(L"ballast", CVordalText(std::wstring(1000, L'x')), 0);
+                        project.devices.push_back({CDataId(1, 78, static_cast<unsigned short>(device), 1), L"A", L"",
+                                                   L"", true, attributes});
+                    }
+                    store.Save(project);
+                    if (write(saved[1], &number, sizeof number) != sizeof number) {
+                        _exit(1);
+                    }
+                }
+            } catch (...) {
+                _exit(1);
+            }
+        }
+        close(saved[1]);
+        int last = 0;
+        int number = 0;
+        // A few saves pass, then death comes in the middle of a later one.
+        while (last < 3 + round % 4 && read(saved[0], &number, sizeof number) == sizeof number) {
+            last = number;
+        }
+        for (int spin = 0; spin < round * 20'000; ++spin) {
+            asm volatile("" ::: "memory");
+        }
+        kill(child, SIGKILL);
+        int status = 0;
+        waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFSIGNALED(status));
+        while (read(saved[0], &number, sizeof number) == sizeof number) {
+            last = number;
+        }
+        close(saved[0]);
+        auto const loaded = ProjectStore(path, ProjectStore::Missing::Refuse).Load();
+        ASSERT_EQ(loaded.devices.size(), 20U);
+        int found = 0;
+        ASSERT_TRUE(loaded.devices[0].attributes.FindValue(L"number", 0).Get(found));
+        EXPECT_GE(found, last) << "a save that was told is gone";
+        EXPECT_LE(found, last + 1);
+        for (auto const& device : loaded.devices) {
+            int other = 0;
+            ASSERT_TRUE(device.attributes.FindValue(L"number", 0).Get(other));
+            EXPECT_EQ(other, found) << "half a save";
+        }
+    }
+}
+
+} // namespace
+} // namespace vordal::test
