@@ -62,6 +62,7 @@ private:
     std::unique_ptr<vordal::X5Port> m_port;
     Device* m_device = nullptr;
     std::unique_ptr<Subscription> m_subscription;
+    CAttributeMap m_seen; ///< the tree as the subscriber last copied it, as a view does
     std::atomic<std::uint64_t> m_told{0};
     int m_farEnd = -1;
 };

@@ -141,7 +141,9 @@ bool Session::WaitForConnection(std::chrono::milliseconds limit, std::string& er
 {
     std::unique_lock lock(m_stateMutex);
     bool const connected = m_stateChanged.wait_for(
-        lock, limit, [this] { return m_status.state == vordal::LinkState::Connected || !m_status.reason.empty(); });
+        lock, limit, [this] {
+            return m_status.state == vordal::LinkState::Connected || m_status.state == vordal::LinkState::Waiting;
+        });
     if (connected && m_status.state == vordal::LinkState::Connected) {
         return true;
     }

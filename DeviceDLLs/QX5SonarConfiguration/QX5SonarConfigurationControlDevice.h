@@ -63,7 +63,9 @@ private:
     /// Runs a command that its table tells completely: trigger, completion, record, echo, follow-ups. Says whether
     /// it went through.
     bool Run(CAttributeMap const& request, qx5::Command const& command);
-    /// Reads and completes the operands as the command's form says; false when the command does not start or a value
+    /// The same once the command is known to start.
+    bool CarryOut(CAttributeMap const& request, qx5::Command const& command);
+    /// Reads and completes the operands as the command's form says; false when it does not start or a value
     /// is missing.
     bool ReadOperands(CAttributeMap const& request, CAttributeMap const& stored, qx5::Command const& command,
                       qx5::CommandValues& values) const;

@@ -181,6 +181,9 @@ std::vector<KeyRow> CollectRows()
             }
             KeyRow row;
             row.key = Text(*operand.key);
+            if (operand.options.source == Source::Branch) {
+                row.key = Text(*entry.command->operands.front().key) + '/' + row.key;
+            }
             row.kind = KindText(operand.key->kind);
             row.unit = protocol::UnitText(operand.key->unit);
             row.handler = entry.handler;
@@ -265,6 +268,10 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
         }
         if (operand.options.source == Source::Stored) {
             line += " from the stored tree alone";
+        } else if (operand.options.source == Source::Branch) {
+            line += fmt::format(" in the branch {}", Text(*command.operands.front().key));
+        } else if (operand.options.source == Source::Told) {
+            line += " not read, only told";
         } else if (operand.options.source == Source::Request && command.form != Form::Direct &&
                    command.form != Form::AllRequired) {
             line += " from the request alone";

@@ -48,7 +48,9 @@ private:
     void ReportUnusable(std::string const& file, std::string const& path, std::string const& reason)
     {
         Raise(Unusable);
-        std::string line = file + ": " + path + ": " + reason;
+        constexpr std::size_t longestPath = 200;
+        std::string line =
+            file + ": " + (path.size() > longestPath ? path.substr(0, longestPath) + "..." : path) + ": " + reason;
         // File names and reasons of the platform may hold anything; the report stays one line.
         std::replace_if(
             line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');

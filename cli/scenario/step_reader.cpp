@@ -272,7 +272,8 @@ static_assert(FormsStandInOrder(), "forms are found by their kind's number");
 StepForm const& FindForm(JsonValue const& step, JsonPath const& path)
 {
     StepForm const* found = nullptr;
-    for (auto const& [key, value] : ReadObject(step, path)) {
+    for (auto const& member : ReadObject(step, path)) {
+        auto const& key = member.first;
         auto const form =
             std::find_if(forms.begin(), forms.end(), [&](auto const& each) { return NameOf(each.kind) == key; });
         if (form == forms.end()) {

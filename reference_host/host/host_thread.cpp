@@ -33,6 +33,9 @@ bool HostThread::Post(Task task)
             return false;
         }
         m_tasks.push_back(std::move(task));
+        if (!m_sleeping) {
+            return true;
+        }
     }
     m_changed.notify_all();
     return true;
@@ -45,6 +48,7 @@ bool HostThread::Stop(std::chrono::milliseconds limit)
         m_stopping = true;
         m_changed.notify_all();
         if (!m_changed.wait_for(lock, limit, [this] { return m_ended; })) {
+            m_dropRest.store(true, std::memory_order_relaxed);
             auto const dropped = std::move(m_tasks);
             m_tasks.clear();
             lock.unlock();
@@ -59,27 +63,41 @@ bool HostThread::Stop(std::chrono::milliseconds limit)
 
 void HostThread::Run()
 {
+    std::deque<Task> tasks;
     std::unique_lock lock(m_mutex);
     while (true) {
-        m_changed.wait(lock, [this] { return m_stopping || !m_tasks.empty(); });
+        if (m_tasks.empty() && !m_stopping) {
+            m_sleeping = true;
+            m_changed.wait(lock, [this] { return m_stopping || !m_tasks.empty(); });
+            m_sleeping = false;
+        }
         if (m_tasks.empty()) {
             break;
         }
-        auto task = std::move(m_tasks.front());
-        m_tasks.pop_front();
+        // All that is there is taken at once, so that those who post seldom meet this thread at the lock.
+        tasks.swap(m_tasks);
         lock.unlock();
-        try {
-            task();
-        } catch (std::exception const& failure) {
-            Log(LogLevel::Error, std::string("a task on the host thread failed: ") + failure.what());
-        } catch (...) {
-            Log(LogLevel::Error, "a task on the host thread failed");
+        while (!tasks.empty() && !m_dropRest.load(std::memory_order_relaxed)) {
+            Task const task = std::move(tasks.front());
+            tasks.pop_front();
+            Execute(task);
         }
-        task = nullptr;
+        tasks.clear();
         lock.lock();
     }
     m_ended = true;
     m_changed.notify_all();
+}
+
+void HostThread::Execute(Task const& task)
+{
+    try {
+        task();
+    } catch (std::exception const& failure) {
+        Log(LogLevel::Error, std::string("a task on the host thread failed: ") + failure.what());
+    } catch (...) {
+        Log(LogLevel::Error, "a task on the host thread failed");
+    }
 }
 
 } // namespace vordal

@@ -1,6 +1,7 @@
 // The thread on which a live host delivers requests and notifications, one after the other.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -33,10 +34,13 @@ public:
 
 private:
     void Run();
+    static void Execute(Task const& task);
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<Task> m_tasks;
+    std::atomic<bool> m_dropRest{false};
+    bool m_sleeping = false;
     bool m_stopping = false;
     bool m_ended = false;
     std::thread m_thread;

@@ -17,7 +17,8 @@ struct BackOffSchedule
 };
 
 /// The waits between the attempts of one link. A plain value without a clock; one thread at a time.
-class BackOff {
+class BackOff
+{
 public:
     BackOff(BackOffSchedule const& schedule, std::uint64_t seed) : m_schedule(schedule), m_random(seed) { Reset(); }
 

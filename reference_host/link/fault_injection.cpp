@@ -77,7 +77,8 @@ struct Session : std::enable_shared_from_this<Session>
     {
         Pipe(tcp::socket& fromSocket, tcp::socket& toSocket, asio::io_context& context)
             : from(fromSocket), to(toSocket), timer(context)
-        {}
+        {
+        }
         tcp::socket& from;
         tcp::socket& to;
         asio::steady_timer timer;
@@ -91,9 +92,10 @@ struct Session : std::enable_shared_from_this<Session>
     };
 
     Session(Core& owner, tcp::socket accepted)
-        : core(owner), client(std::move(accepted)), target(owner.context),
-          pipes{Pipe(client, target, owner.context), Pipe(target, client, owner.context)}
-    {}
+        : core(owner), client(std::move(accepted)),
+          target(owner.context), pipes{Pipe(client, target, owner.context), Pipe(target, client, owner.context)}
+    {
+    }
 
     void Start()
     {

@@ -11,7 +11,8 @@ namespace vordal {
 
 /// Listens on a free port of 127.0.0.1 and connects each client to the target port of 127.0.0.1. Commands may come from
 /// any thread and are in force when they return; they hold for the connections there are and for later ones.
-class FaultRelay {
+class FaultRelay
+{
 public:
     enum class Direction
     {

@@ -92,9 +92,9 @@ bool LiveTraffic::SendData(Sender const& sender, std::uint32_t recordId, std::sp
                            double time, int deviceId, int enumerator)
 {
     auto* const port = PortOf(sender);
-    return port != nullptr && SendFramed(
-                                  port->GetLink(), recordId, {deviceId, enumerator}, time, 0,
-                                  [](std::span<unsigned char>) {}, payload);
+    return port != nullptr &&
+           SendFramed(
+               port->GetLink(), recordId, {deviceId, enumerator}, time, 0, [](std::span<unsigned char>) {}, payload);
 }
 
 bool LiveTraffic::SendRaw(Sender const& sender, std::string_view bytes, bool)

@@ -13,7 +13,8 @@ class SonarLink;
 /// port of another kind, is not connected. Device id and enumerator are written as given, the enumerator's low 16 bits.
 /// Remote-control records bear the command id as ticket and 0 as tracking number, and the host's time. A record
 /// request is this project's own remote-control command. Any thread; frames up to 1 KiB cost no allocation.
-class VORDAL_API LiveTraffic final : public SonarTraffic {
+class VORDAL_API LiveTraffic final : public SonarTraffic
+{
 public:
     bool SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                            int deviceId, int enumerator) override;

@@ -43,7 +43,8 @@ std::uint64_t SeedFor(void const* link)
 }
 
 /// The way back to the link thread for those who may outlive it.
-class Gate {
+class Gate
+{
 public:
     explicit Gate(asio::io_context& context) : m_context(&context) {}
     void Shut()
@@ -119,7 +120,8 @@ std::string_view ToText(LinkState state)
 //
 // The socket is used by two sides: senders write to it under m_sendMutex, the link thread reads from it without. It is
 // replaced and closed on the link thread under m_sendMutex, which is all that the two could disturb each other in.
-class SonarLink::Impl : public std::enable_shared_from_this<SonarLink::Impl> {
+class SonarLink::Impl : public std::enable_shared_from_this<SonarLink::Impl>
+{
 public:
     Impl(LinkThread& thread, LinkOptions options, SonarLinkListener& listener)
         : m_thread(thread), m_context(thread.GetCore().context), m_gate(thread.GetCore().gate),
@@ -342,8 +344,8 @@ private:
         m_timer.expires_after(m_options.connectTimeout);
         m_timer.async_wait([self = shared_from_this(), attempt](asio::error_code error) {
             if (!error && attempt == self->m_attempt && !self->m_isConnected) {
-                self->FailOnLinkThread(attempt, self->m_lookingUp ? "the look-up of the name gave no answer"
-                                                                  : "no answer");
+                self->FailOnLinkThread(attempt,
+                                       self->m_lookingUp ? "the look-up of the name gave no answer" : "no answer");
             }
         });
 
@@ -476,8 +478,8 @@ private:
                 }
             }
             if (error) {
-                self->LoseOnLinkThread(attempt, error == asio::error::eof ? "the sonar closed the connection"
-                                                                          : error.message());
+                self->LoseOnLinkThread(attempt,
+                                       error == asio::error::eof ? "the sonar closed the connection" : error.message());
             } else {
                 self->ReadOnLinkThread();
             }
@@ -654,7 +656,8 @@ private:
 
 SonarLink::SonarLink(LinkThread& thread, LinkOptions options, SonarLinkListener& listener)
     : m_impl(std::make_shared<Impl>(thread, std::move(options), listener))
-{}
+{
+}
 
 SonarLink::~SonarLink()
 {

@@ -23,7 +23,8 @@ namespace vordal {
 
 /// The one thread on which all links connect, read and drain their queues. Make it before the links; it must outlive
 /// them. Nothing that runs on it may wait.
-class VORDAL_API LinkThread {
+class VORDAL_API LinkThread
+{
 public:
     LinkThread();
     LinkThread(LinkThread const&) = delete;
@@ -65,7 +66,8 @@ struct LinkStatus
 
 /// Who is told about a link. All calls arrive on the link thread, with no lock held, and must not wait: a listener
 /// hands on to its own thread. A call may close the link, but not destroy it.
-class SonarLinkListener {
+class SonarLinkListener
+{
 public:
     virtual ~SonarLinkListener() = default;
     virtual void OnLinkStatus(LinkStatus const& status) = 0;
@@ -87,7 +89,8 @@ struct LinkTrace
 
 /// Sees every frame of a link: outgoing ones on the sender's thread once they are accepted, incoming ones on the link
 /// thread before the listener. Must not wait.
-class LinkObserver {
+class LinkObserver
+{
 public:
     virtual ~LinkObserver() = default;
     virtual void OnTrace(LinkTrace const& trace) = 0;
@@ -135,7 +138,8 @@ struct LinkOptions
 /// Stopping is bounded: Close waits for the link thread alone, which never blocks. A name look-up that does not answer
 /// keeps nothing but its own thread, which is abandoned; its late answer is thrown away. At most sixteen look-ups of a
 /// process are under way at a time, an attempt beyond that fails and is repeated like any other.
-class VORDAL_API SonarLink {
+class VORDAL_API SonarLink
+{
 public:
     /// `listener` must outlive the link or its Close.
     SonarLink(LinkThread& thread, LinkOptions options, SonarLinkListener& listener);

@@ -28,7 +28,8 @@ constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
 
 X5Port::X5Port(Host& host, LinkThread& thread, CString name, LinkOptions options)
     : m_host(host), m_name(std::move(name)), m_link(thread, std::move(options), *this)
-{}
+{
+}
 
 X5Port::~X5Port()
 {
@@ -121,8 +122,7 @@ void X5Port::CountUndelivered(std::size_t bytes)
     std::lock_guard const lock(m_undeliveredMutex);
     ++m_undeliveredTrees;
     m_undeliveredBytes += bytes;
-    if (!m_paused &&
-        (m_undeliveredTrees > GreatestUndeliveredTrees || m_undeliveredBytes > GreatestUndeliveredBytes)) {
+    if (!m_paused && (m_undeliveredTrees > GreatestUndeliveredTrees || m_undeliveredBytes > GreatestUndeliveredBytes)) {
         m_paused = true;
         m_link.SetReadingPaused(true);
     }

@@ -27,7 +27,8 @@ class Host;
 ///
 /// Needs a threaded host. Make it after the host and the link thread; destroy it on the host thread, or once the host
 /// has stopped, with no device attached to it any more.
-class VORDAL_API X5Port final : public PortWithDevices<QX5SocketIoHandler>, private SonarLinkListener {
+class VORDAL_API X5Port final : public PortWithDevices<QX5SocketIoHandler>, private SonarLinkListener
+{
 public:
     X5Port(Host& host, LinkThread& thread, CString name, LinkOptions options);
     ~X5Port() override;
@@ -37,7 +38,8 @@ public:
     SonarLink& GetLink() { return m_link; }
     SonarLink const& GetLink() const { return m_link; }
 
-    /// Called on the host thread at every change of the connection's state, after the devices were told. Set before Open.
+    /// Called on the host thread at every change of the connection's state, after the devices were told. Set before
+    /// Open.
     void SetStatusListener(std::function<void(LinkStatus const&)> listener) { m_statusListener = std::move(listener); }
 
     /// Any thread.

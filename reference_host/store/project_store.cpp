@@ -40,7 +40,8 @@ CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL);
 )";
 
 /// A reference to what was prepared; made anew for each use, since saves are rare and long compared with it.
-class Statement {
+class Statement
+{
 public:
     Statement(sqlite3* database, std::string const& file, char const* sql) : m_database(database), m_file(file)
     {
@@ -170,7 +171,8 @@ std::string Utf8Of(std::filesystem::path const& file)
 
 } // namespace
 
-class ProjectStore::Impl {
+class ProjectStore::Impl
+{
 public:
     Impl(std::filesystem::path const& file, Missing missing) : m_file(Utf8Of(file))
     {
@@ -280,9 +282,10 @@ namespace {
 template <typename Store>
 void InsertDevice(Store& store, StoredDevice const& device)
 {
-    store.Sql("INSERT INTO device(id, class, name, port, enabled, attributes) VALUES(?, ?, ?, ?, ?, ?) "
-              "ON CONFLICT(id) DO UPDATE SET class=excluded.class, name=excluded.name, port=excluded.port, "
-              "enabled=excluded.enabled, attributes=excluded.attributes")
+    store
+        .Sql("INSERT INTO device(id, class, name, port, enabled, attributes) VALUES(?, ?, ?, ?, ?, ?) "
+             "ON CONFLICT(id) DO UPDATE SET class=excluded.class, name=excluded.name, port=excluded.port, "
+             "enabled=excluded.enabled, attributes=excluded.attributes")
         .Bind(device.dataId)
         .Bind(device.className)
         .Bind(device.name)
@@ -296,7 +299,8 @@ void InsertDevice(Store& store, StoredDevice const& device)
 
 ProjectStore::ProjectStore(std::filesystem::path const& file, Missing missing)
     : m_impl(std::make_unique<Impl>(file, missing))
-{}
+{
+}
 
 ProjectStore::~ProjectStore() = default;
 
@@ -323,8 +327,7 @@ StoredProject ProjectStore::Load()
     }
     for (auto row = m_impl->Sql("SELECT id, class, name, port, enabled, attributes FROM device ORDER BY position");
          row.Step();) {
-        project.devices.push_back(
-            {row.Id(0), row.Text(1), row.Text(2), row.Text(3), row.Integer(4) != 0, row.Tree(5)});
+        project.devices.push_back({row.Id(0), row.Text(1), row.Text(2), row.Text(3), row.Integer(4) != 0, row.Tree(5)});
     }
     for (auto row = m_impl->Sql("SELECT position, id, type, stream, attributes FROM computation ORDER BY position");
          row.Step();) {
@@ -442,9 +445,8 @@ bool ProjectStore::SaveAttributes(CDataId const& dataId, CAttributeMap const& at
 
 void ProjectStore::SaveView(CString const& name, CAttributeMap const& shown)
 {
-    m_impl->InTransaction([&] {
-        m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step();
-    });
+    m_impl->InTransaction(
+        [&] { m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step(); });
 }
 
 bool ProjectStore::RemoveDevice(CDataId const& dataId)

@@ -18,7 +18,8 @@
 namespace vordal {
 
 /// Why a project cannot be opened, read or saved, in one line that names the file.
-class VORDAL_API StoreError : public std::runtime_error {
+class VORDAL_API StoreError : public std::runtime_error
+{
 public:
     using std::runtime_error::runtime_error;
 };
@@ -59,7 +60,8 @@ struct StoredProject
 ///
 /// All operations throw StoreError and leave the file as it was. A file that is damaged, no project, or written by a
 /// newer version is refused when it is opened, and not touched.
-class VORDAL_API ProjectStore {
+class VORDAL_API ProjectStore
+{
 public:
     enum class Missing
     {

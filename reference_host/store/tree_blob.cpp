@@ -21,7 +21,8 @@ static_assert(static_cast<int>(VordalKind::None) == 0 && static_cast<int>(Vordal
               static_cast<int>(VordalKind::String) == 8 && static_cast<int>(VordalKind::IntList) == 9 &&
               static_cast<int>(VordalKind::DoubleList) == 10 && static_cast<int>(VordalKind::Offset) == 11);
 
-class Writer {
+class Writer
+{
 public:
     template <typename Unsigned>
     void FixedLE(Unsigned value)
@@ -107,8 +108,8 @@ public:
             CDataInfo held;
             value.Get(held);
             auto const& id = held.GetDataId();
-            for (auto const field : {id.GetType(), id.GetGroupId(), id.GetDeviceNum(), id.GetVessel(), held.GetItem(),
-                                     held.GetIndex()}) {
+            for (auto const field :
+                 {id.GetType(), id.GetGroupId(), id.GetDeviceNum(), id.GetVessel(), held.GetItem(), held.GetIndex()}) {
                 FixedLE(field);
             }
             break;
@@ -174,7 +175,8 @@ struct Damaged : std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
-class Reader {
+class Reader
+{
 public:
     explicit Reader(std::span<unsigned char const> bytes) : m_bytes(bytes) {}
 

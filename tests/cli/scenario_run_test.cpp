@@ -184,6 +184,34 @@ TEST(ScenarioRun, SetsUpPlainDevicesComputationsAndStreams)
     EXPECT_EQ(outcome.out, "{\"name\":\"\",\"setup\":[],\"steps\":[[],[],[],[],[]],\"teardown\":[]}\n");
 }
 
+TEST(ScenarioRun, TakesDeepAndWideTreesUpToItsLimit)
+{
+    auto const nested = [](int depth) {
+        std::string tree = "[]";
+        for (int i = 0; i < depth; ++i) {
+            tree = R"([["x5Range",)" + tree + "]]";
+        }
+        return R"({"steps":[{"request":)" + tree + R"(},{"attributes":)" + tree + R"(},{"host-request":)" + tree +
+               "}]}";
+    };
+    auto const deep = RunText(nested(500));
+    EXPECT_EQ(deep.status, 0);
+    EXPECT_THAT(deep.out, testing::HasSubstr(R"("steps":[[],[],[]])"));
+    auto const deeper = RunText(nested(1000));
+    EXPECT_EQ(deeper.status, 2);
+    EXPECT_EQ(deeper.out, "");
+    EXPECT_THAT(deeper.err, testing::EndsWith("...: nested deeper than 1024 levels\n"));
+    EXPECT_EQ(std::count(deeper.err.begin(), deeper.err.end(), '\n'), 1);
+
+    std::string wide = R"(["x5Range","double",50])";
+    for (int i = 0; i < 10000; ++i) {
+        wide += R"(,["x5Range","int",1])";
+    }
+    EXPECT_EQ(Events(R"({"request":[)" + wide + "]}"),
+              R"([{"remote":1003,"payload":"00004842","device":0,"enumerator":-1},)"
+              R"({"echo":[["x5Range","double",50.0]],"flags":0}])");
+}
+
 TEST(ScenarioRun, GivesTheSameResultEveryTime)
 {
     std::string const text = R"({"name":"n","devices":[{},{"id":[1,78,2,1]}],

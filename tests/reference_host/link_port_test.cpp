@@ -18,7 +18,8 @@ namespace vordal::test {
 namespace {
 
 /// Notes what it is told of its port.
-class Sonar : public QX5Device {
+class Sonar : public QX5Device
+{
 public:
     explicit Sonar(std::vector<std::string>& notes) : m_notes(notes) {}
     void HandlePortConnect() override { Note("connect"); }
@@ -35,7 +36,8 @@ private:
     std::vector<std::string>& m_notes;
 };
 
-class X5PortTest : public testing::Test {
+class X5PortTest : public testing::Test
+{
 protected:
     X5PortTest() : relay(peer.Port())
     {
@@ -100,6 +102,7 @@ TEST_F(X5PortTest, RemoteControlRecord)
     Connect();
     unsigned char const range[4] = {0x00, 0x00, 0x48, 0x42}; // 50.0F
     EXPECT_TRUE(first->SendRemoteControlRecord(1003, range, 4, 0, -1));
+    // clang-format off
     Bytes const expected{
         5,    0,    60, 0, 0xFF, 0xFF, 0, 0,                // version, offset, sync word
         96,   0,    0,  0, 0,    0,    0, 0, 0, 0, 0, 0,    // total size, reserved
@@ -112,6 +115,7 @@ TEST_F(X5PortTest, RemoteControlRecord)
         0x00, 0x00, 0x48, 0x42,                             // payload
         0,    0,    0,  0,                                  // trailing word
     };
+    // clang-format on
     ASSERT_EQ(expected.size(), 96U);
     ASSERT_TRUE(peer.WaitForBytes(96));
     EXPECT_EQ(peer.Received(), expected);
@@ -121,6 +125,7 @@ TEST_F(X5PortTest, RecordRequestToTheProcessor)
 {
     Connect();
     EXPECT_TRUE(first->SingleRecordRequest(7503, 7000, 0));
+    // clang-format off
     Bytes const expected{
         5,    0,    60, 0, 0xFF, 0xFF, 0, 0, 96, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, QX5_TEST_TIME,
         1,    0,    0x4C, 0x1D, 0, 0, 0x58, 0x1B, 0, 0,     // record 7500, device 7000
@@ -131,6 +136,7 @@ TEST_F(X5PortTest, RecordRequestToTheProcessor)
         0x4F, 0x1D, 0,  0,                                  // record 7503
         0,    0,    0,  0,
     };
+    // clang-format on
     ASSERT_TRUE(peer.WaitForBytes(96));
     EXPECT_EQ(peer.Received(), expected);
 }
@@ -140,6 +146,7 @@ TEST_F(X5PortTest, DataRecordWithItsOwnTime)
     Connect();
     unsigned char const data[3] = {1, 2, 3};
     EXPECT_TRUE(first->SendRecord(3001, data, 3, 0.0, 7003, 0x12345));
+    // clang-format off
     Bytes const expected{
         5,    0,    60, 0, 0xFF, 0xFF, 0, 0, 71, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
         0xB2, 0x07, 1,  0, 0, 0, 0, 0, 0, 0,                // 1970, day 1
@@ -149,6 +156,7 @@ TEST_F(X5PortTest, DataRecordWithItsOwnTime)
         1,    2,    3,                                      // data
         0,    0,    0,  0,
     };
+    // clang-format on
     ASSERT_TRUE(peer.WaitForBytes(71));
     EXPECT_EQ(peer.Received(), expected);
 }
@@ -160,6 +168,7 @@ TEST_F(X5PortTest, PassThroughAndRawBytes)
     EXPECT_TRUE(port->SendRemoteControlCommandWithPassThrough(1111, data, 2, 9100, 3));
     EXPECT_FALSE(port->SendRemoteControlCommandWithPassThrough(1111, nullptr, 2, 9100, 3));
     EXPECT_TRUE(first->SendMessageW(std::string("\0raw", 4), false));
+    // clang-format off
     Bytes const expected{
         5,    0,    60, 0, 0xFF, 0xFF, 0, 0, 110, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, QX5_TEST_TIME,
         1,    0,    0x4C, 0x1D, 0, 0, 0x58, 0x1B, 0, 0,     // record 7500, device 7000
@@ -173,6 +182,7 @@ TEST_F(X5PortTest, PassThroughAndRawBytes)
         0,    0,    0,  0,
         0,    'r',  'a', 'w',
     };
+    // clang-format on
     ASSERT_TRUE(peer.WaitForBytes(expected.size()));
     EXPECT_EQ(peer.Received(), expected);
 }
@@ -206,12 +216,12 @@ TEST_F(X5PortTest, ASenderWithoutThisPortIsNotConnected)
 Bytes TreeFrame(unsigned char number)
 {
     auto frame = Frame({
-        1, 0, 0, 0,      // format
-        1, 0, 0, 0,      // one node
-        1, 0, 0, 0, 'n', // key
-        1,               // a signed integer
-        number, 0, 0, 0, // value
-        0, 0, 0, 0,      // no children
+        1,      0, 0, 0,      // format
+        1,      0, 0, 0,      // one node
+        1,      0, 0, 0, 'n', // key
+        1,                    // a signed integer
+        number, 0, 0, 0,      // value
+        0,      0, 0, 0,      // no children
     });
     frame[32] = 0x9A; // record 90010
     frame[33] = 0x5F;
@@ -295,6 +305,7 @@ TEST_F(X5PortTest, DevicesAreToldOfConnectionLossAndReturn)
         EXPECT_EQ(notes.back(), "disconnected");
         EXPECT_EQ(states.front(), LinkState::Connecting);
         EXPECT_EQ(states.back(), LinkState::Closed);
+        port->SetStatusListener({});
     });
 }
 

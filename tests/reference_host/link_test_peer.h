@@ -50,7 +50,8 @@ inline Bytes Frame(Bytes const& data)
 }
 
 /// Listens on a free port of loopback, takes one connection at a time and keeps what arrives.
-class Peer {
+class Peer
+{
 public:
     Peer()
     {
@@ -179,7 +180,8 @@ private:
 };
 
 /// Remembers all that a link tells.
-class Listener : public SonarLinkListener {
+class Listener : public SonarLinkListener
+{
 public:
     void OnLinkStatus(LinkStatus const& status) override
     {

@@ -22,7 +22,8 @@ namespace {
 namespace fs = std::filesystem;
 using Bytes = std::vector<unsigned char>;
 
-class StoreTest : public testing::Test {
+class StoreTest : public testing::Test
+{
 protected:
     StoreTest()
     {
@@ -93,17 +94,17 @@ TEST(TreeBlob, BytesOfASmallTree)
     CAttributeMap tree;
     tree.Add(L"R\x00FC", CVordalInt(258), 300)->Add(L"b", CVordalBool(true), 0);
     Bytes const expected{
-        1,                       // version
-        0,                       // no group
-        1,                       // one child
-        2,    'R',  0xFC, 0x01,  // its key: two characters, the second 0xFC = 0x7C + 1 * 0x80
-        0xAC, 0x02,              // flags 300 = 0x2C + 2 * 0x80
-        1,    0x02, 0x01, 0,  0, // a signed integer, 258
-        1,                       // one child
-        1,    'b',               // its key
-        0,                       // flags
-        4,    1,                 // a truth value, true
-        0,                       // no children
+        1,                         // version
+        0,                         // no group
+        1,                         // one child
+        2,    'R',  0xFC, 0x01,    // its key: two characters, the second 0xFC = 0x7C + 1 * 0x80
+        0xAC, 0x02,                // flags 300 = 0x2C + 2 * 0x80
+        1,    0x02, 0x01, 0,    0, // a signed integer, 258
+        1,                         // one child
+        1,    'b',                 // its key
+        0,                         // flags
+        4,    1,                   // a truth value, true
+        0,                         // no children
     };
     EXPECT_EQ(EncodeTreeBlob(tree), expected);
     CAttributeMap decoded;
@@ -141,7 +142,8 @@ TEST(TreeBlob, DamageIsRefusedAndTheTreeUntouched)
     EXPECT_EQ(error, "it has version 2");
     // Counts of more than there can be, and a number that does not end.
     EXPECT_FALSE(DecodeTreeBlob(Bytes{1, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}, tree, error));
-    EXPECT_FALSE(DecodeTreeBlob(Bytes{1, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01}, tree, error));
+    EXPECT_FALSE(
+        DecodeTreeBlob(Bytes{1, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01}, tree, error));
     EXPECT_TRUE(tree.Has(L"kept"));
     // Any single byte changed gives a tree or a refusal, and nothing worse.
     for (std::size_t at = 0; at < blob.size(); ++at) {
@@ -179,7 +181,8 @@ TEST_F(StoreTest, AProjectComesBack)
 {
     StoredProject project;
     project.ports = {{L"Sonar", L"sonar.example", 7000}, {L"Second", L"127.0.0.1", 65535}};
-    project.devices.push_back({CDataId(1, 78, 1, 1), L"Class", L"Fore sonar \x00E9", L"Sonar", true, TreeOfEveryKind()});
+    project.devices.push_back(
+        {CDataId(1, 78, 1, 1), L"Class", L"Fore sonar \x00E9", L"Sonar", true, TreeOfEveryKind()});
     project.devices.push_back({CDataId(1, 78, 2, 1), L"Class", L"", L"", false, {}});
     ComputationSetup computation;
     computation.dataId = CDataId(2, 1112, 1, 1);
@@ -357,8 +360,8 @@ TEST_F(StoreTest, AKilledProcessLosesNothingThatWasSaved)
                         CAttributeMap attributes;
                         attributes.Add(L"number", CVordalInt(number), 0);
                         attributes.Add(L"ballast", CVordalText(std::wstring(1000, L'x')), 0);
-                        project.devices.push_back({CDataId(1, 78, static_cast<unsigned short>(device), 1), L"A", L"",
-                                                   L"", true, attributes});
+                        project.devices.push_back(
+                            {CDataId(1, 78, static_cast<unsigned short>(device), 1), L"A", L"", L"", true, attributes});
                     }
                     store.Save(project);
                     if (write(saved[1], &number, sizeof number) != sizeof number) {

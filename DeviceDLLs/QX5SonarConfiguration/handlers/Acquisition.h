@@ -40,7 +40,8 @@ inline constexpr Operand staveRecordingKeys[]{keys::StaveRecordingEnabled, keys:
 inline constexpr Sending staveRecordingSends[]{{records::StaveRecording}};
 
 inline constexpr Operand aScanBeamsKeys[]{keys::AScanBeamSubscribe, keys::AScanBeamStart, keys::AScanBeamEnd};
-inline constexpr Sending aScanBeamsSends[]{{records::AScanBeams}, {records::AScanBeamsPassedOn, DetectionUnit}};
+inline constexpr Sending aScanBeamsSends[]{{records::AScanBeams},
+                                           {records::AScanBeamsPassedOn, DetectionUnit, "the port is a sonar's"}};
 
 } // namespace acquisition
 

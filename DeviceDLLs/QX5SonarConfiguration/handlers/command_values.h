@@ -1,6 +1,8 @@
 // The values of one command's operands while a request is carried out.
 #pragma once
 
+#include <VordalAttributesR/CAttributeMap.h>
+
 #include "command.h"
 #include <protocol/pack.h>
 #include <protocol/value.h>
@@ -22,6 +24,11 @@ public:
 private:
     std::array<protocol::Value, Capacity> m_values;
 };
+
+/// Whether the request has what lets the command start: one of the triggering keys of a strict or lax command, the
+/// first key of the other forms; a command that reads in its own way always starts. Nearly always it has not, and this
+/// is all that happens: test it before values are set up.
+bool IsTriggered(CAttributeMap const& request, Command const& command);
 
 /// The position of a key among the command's operands; the number of operands when it is not there.
 std::size_t OperandOf(Command const& command, protocol::Key const& key);

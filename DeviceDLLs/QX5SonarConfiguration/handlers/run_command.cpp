@@ -72,17 +72,6 @@ protocol::Value SentValue(protocol::RecordLayout const& record, protocol::Key co
     return sent;
 }
 
-bool IsTriggered(CAttributeMap const& request, Command const& command)
-{
-    for (Operand const& operand : command.operands) {
-        if (operand.options.triggers && operand.options.source != Source::Stored &&
-            request.Has(operand.attribute, 0)) {
-            return true;
-        }
-    }
-    return false;
-}
-
 /// Whether every text finds room in its field of the record, the ending 0 included.
 bool TextsFit(Command const& command, CommandValues const& values, protocol::RecordLayout const& record)
 {
@@ -103,6 +92,23 @@ bool TextsFit(Command const& command, CommandValues const& values, protocol::Rec
 }
 
 } // namespace
+
+bool IsTriggered(CAttributeMap const& request, Command const& command)
+{
+    if (command.form == Form::Own) {
+        return true;
+    }
+    if (command.form != Form::Strict && command.form != Form::Lax) {
+        return request.Has(command.operands.front().attribute, 0);
+    }
+    for (Operand const& operand : command.operands) {
+        if (operand.options.triggers && operand.options.source != Source::Stored &&
+            request.Has(operand.attribute, 0)) {
+            return true;
+        }
+    }
+    return false;
+}
 
 bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute,
              protocol::Value& value)
@@ -208,7 +214,7 @@ bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap con
     using qx5::Source;
 
     bool const completes = command.form == Form::Strict || command.form == Form::Lax;
-    if (completes && !qx5::IsTriggered(request, command)) {
+    if (!qx5::IsTriggered(request, command)) {
         return false;
     }
     for (std::size_t i = 0; i < command.operands.size(); ++i) {
@@ -230,14 +236,15 @@ bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap con
 
 bool ControlDevice::Run(CAttributeMap const& request, qx5::Command const& command)
 {
+    return qx5::IsTriggered(request, command) && CarryOut(request, command);
+}
+
+bool ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& command)
+{
     using qx5::Echo;
 
     qx5::CommandValues values;
-    if (command.form == qx5::Form::Presence) {
-        if (!request.Has(command.operands.front().attribute, 0)) {
-            return false;
-        }
-    } else if (!ReadOperands(request, Stored(), command, values)) {
+    if (command.form != qx5::Form::Presence && !ReadOperands(request, Stored(), command, values)) {
         return false;
     }
 

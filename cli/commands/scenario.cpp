@@ -1,0 +1,20 @@
+// `qx5 scenario`: hands the files over to the scenario runner.
+#include "cli/commands.h"
+
+#include "cli/scenario/scenario_command.h"
+#include "cli/session.h"
+
+#include <iostream>
+
+namespace qx5::cli {
+
+int Scenario(ScenarioCommandOptions const& options)
+{
+    ScenarioOptions run;
+    run.files = options.files;
+    run.check = options.check;
+    run.plugin = PluginPath(options.plugin);
+    return RunScenarios(run, std::cin, std::cout, std::cerr);
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,948 @@
+// Connections, answers, pings and failures of the simulated sonar; everything here runs on its one thread.
+#include <simulator/sonar_server.h>
+
+#include <algorithm>
+#include <array>
+#include <deque>
+#include <future>
+#include <map>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <asio.hpp>
+
+#include <protocol/frame_reader.h>
+#include <protocol/print.h>
+#include <protocol/utf8.h>
+#include <simulator/misbehaviour.h>
+
+namespace qx5::simulator {
+
+using asio::ip::tcp;
+using protocol::TreeNode;
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+using SharedBytes = std::shared_ptr<Bytes const>;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t GreatestPingsUnderWay = 64;
+
+struct Outgoing
+{
+    SharedBytes bytes;
+    SteadyTime due;
+};
+
+/// One host. Handlers of its operations hold it by shared pointer; `open` tells them whether it still counts.
+struct Connection
+{
+    Connection(asio::io_context& context, tcp::socket&& accepted, std::uint64_t itsNumber)
+        : socket(std::move(accepted)), sendTimer(context), number(itsNumber)
+    {
+    }
+
+    tcp::socket socket;
+    asio::steady_timer sendTimer;
+    std::uint64_t number;
+    bool open = true;
+    protocol::FrameReader reader;
+    std::array<unsigned char, 65536> arrived{};
+    std::size_t held = 0; ///< bytes of `arrived` that came in while reading is stalled
+    bool reading = false; ///< an operation is under way
+    std::deque<Outgoing> queue;
+    std::size_t queuedBytes = 0;
+    Bytes leaving; ///< the frame under way, with what is sent before it
+    std::size_t left = 0; ///< bytes of `leaving` that have left
+    bool writing = false; ///< an operation or the timer is under way
+    bool closeAfterWrite = false;
+    bool damageTold = false;
+    std::uint64_t bytesReceived = 0;
+    std::uint64_t bytesSent = 0;
+    std::uint64_t framesSent = 0;
+    std::uint64_t skippedBytes = 0;
+};
+using ConnectionPointer = std::shared_ptr<Connection>;
+
+struct PingUnderWay
+{
+    std::int32_t number = 0;
+    double utcSeconds = 0.0;
+    double range = 0.0;
+    double travelTime = 0.0;
+    bool commanded = false;
+};
+
+std::string_view TakeWord(std::string_view& line)
+{
+    auto const isBlank = [](char character) { return character == ' ' || character == '\t' || character == '\r'; };
+    while (!line.empty() && isBlank(line.front()))
+        line.remove_prefix(1);
+    std::size_t length = 0;
+    while (length < line.size() && !isBlank(line[length]))
+        ++length;
+    std::string_view const word = line.substr(0, length);
+    line.remove_prefix(length);
+    while (!line.empty() && isBlank(line.front()))
+        line.remove_prefix(1);
+    while (!line.empty() && isBlank(line.back()))
+        line.remove_suffix(1);
+    return word;
+}
+
+std::string Plural(std::uint64_t count, std::string_view what)
+{
+    return std::to_string(count) + " " + std::string(what) + (count == 1 ? "" : "s");
+}
+
+std::string AttributeLine(Attribute const& attribute)
+{
+    std::string line = protocol::EncodeUtf8(attribute.text) + " = " + protocol::ValueText(attribute.value);
+    if (attribute.key != nullptr && attribute.key->unit != protocol::Unit::None)
+        line += " " + std::string(protocol::UnitText(attribute.key->unit));
+    return line;
+}
+
+} // namespace
+
+class SonarServer::Implementation
+{
+public:
+    Implementation(ServerOptions options, EventSink sink)
+        : m_options(std::move(options)), m_sink(std::move(sink)), m_state(m_options.utc), m_acceptor(m_context),
+          m_reportTimer(m_context), m_pingTimer(m_context), m_echoTimer(m_context), m_recordingTimer(m_context),
+          m_rebootTimer(m_context), m_retryTimer(m_context), m_work(asio::make_work_guard(m_context))
+    {
+    }
+
+    std::optional<StartError> Start()
+    {
+        asio::error_code error;
+        std::string const host = m_options.address == "localhost" ? "127.0.0.1" : m_options.address;
+        auto const address = asio::ip::make_address(host, error);
+        if (error)
+            return StartError{StartError::Kind::BadAddress,
+                              "'" + m_options.address + "' is no address to listen on; take one of this machine, such as 127.0.0.1"};
+        m_endpoint = tcp::endpoint(address, m_options.port);
+        if (Listen(error)) {
+            m_port = m_endpoint.port();
+            std::lock_guard const lock(m_runningMutex);
+            m_running = true;
+            m_thread = std::thread([this] { m_context.run(); });
+            return std::nullopt;
+        }
+        std::string const where = "port " + std::to_string(m_options.port) + " on " + host;
+        if (error == asio::error::address_in_use)
+            return StartError{StartError::Kind::PortInUse, where + " is in use; choose another, or 0 for any"};
+        if (error == asio::error::access_denied)
+            return StartError{StartError::Kind::Other, where + " may not be used; choose one above 1023, or 0 for any"};
+        if (error == std::errc::address_not_available || error == asio::error::address_family_not_supported)
+            return StartError{StartError::Kind::BadAddress, "this machine has no address " + host +
+                                                                "; take one of its own, such as 127.0.0.1"};
+        return StartError{StartError::Kind::Other, where + ": " + error.message()};
+    }
+
+    void Stop()
+    {
+        {
+            std::lock_guard const lock(m_runningMutex);
+            if (!m_running)
+                return;
+            m_running = false;
+            // Commands posted before are carried out before; none come after.
+            asio::post(m_context, [this] { CloseAll(); });
+        }
+        m_thread.join();
+    }
+
+    std::uint16_t Port() const { return m_port; }
+
+    /// Runs `task` on the sonar's thread and waits for it; false when it does not run.
+    bool Call(std::function<void()> const& task)
+    {
+        auto const done = std::make_shared<std::promise<void>>();
+        bool isOwnThread = false;
+        {
+            std::lock_guard const lock(m_runningMutex);
+            if (!m_running)
+                return false;
+            isOwnThread = std::this_thread::get_id() == m_thread.get_id();
+            if (!isOwnThread)
+                asio::post(m_context, [&task, done] {
+                    task();
+                    done->set_value();
+                });
+        }
+        if (isOwnThread)
+            task();
+        else
+            done->get_future().wait();
+        return true;
+    }
+
+    bool Command(std::string_view line, std::string& answer);
+    ServerCounts Counts() const;
+
+private:
+    // Connections.
+    bool Listen(asio::error_code& error);
+    void ListenAgain();
+    void Accept();
+    void Take(tcp::socket&& socket);
+    void Close(ConnectionPointer const& connection, std::string_view why);
+    void CloseConnections(std::string_view why);
+    void CloseAll();
+    void Read(ConnectionPointer const& connection);
+    void TakeBytes(ConnectionPointer const& connection, std::size_t count);
+    void TakeFrame(ConnectionPointer const& connection, protocol::FrameView const& frame);
+    void Send(ConnectionPointer const& connection, SharedBytes const& bytes);
+    void Broadcast(SharedBytes const& bytes);
+    void PumpWrites(ConnectionPointer const& connection);
+    void Write(ConnectionPointer const& connection);
+    void AppendGarbage(Bytes& bytes);
+    SharedBytes TreeFrame(std::vector<TreeNode> const& nodes);
+
+    // The sonar's own doing.
+    void AnswerRecord(ConnectionPointer const& connection, std::uint32_t recordId);
+    void StateChanged();
+    void Report();
+    void TickRecording();
+    void SchedulePings();
+    void Ping(bool commanded);
+    void AwaitEcho();
+    void PowerDown(bool reboot);
+    void PowerUp();
+
+    void Tell(EventKind kind, std::string_view text, std::uint64_t connection = 0);
+    void Tell(SonarEvent event);
+
+    std::string StateText(std::string_view key, bool& known) const;
+    std::string StatusText() const;
+
+    ServerOptions m_options;
+    EventSink m_sink;
+    SonarState m_state;
+    asio::io_context m_context{1};
+    tcp::acceptor m_acceptor;
+    tcp::endpoint m_endpoint;
+    asio::steady_timer m_reportTimer;
+    asio::steady_timer m_pingTimer;
+    asio::steady_timer m_echoTimer;
+    asio::steady_timer m_recordingTimer;
+    asio::steady_timer m_rebootTimer;
+    asio::steady_timer m_retryTimer;
+    asio::executor_work_guard<asio::io_context::executor_type> m_work;
+    std::vector<ConnectionPointer> m_connections;
+    Misbehaviour m_misbehaviour;
+    ServerCounts m_counts; // of connections that ended, and of what belongs to none
+    std::uint64_t m_lastNumber = 0;
+    std::uint32_t m_garbageSeed = 1;
+    bool m_poweredOn = true;
+    bool m_stopping = false;
+    bool m_reportScheduled = false;
+    bool m_tickScheduled = false;
+    bool m_pingScheduled = false;
+    bool m_hasPinged = false;
+    SteadyTime m_lastPing; // when it was due
+    std::multimap<SteadyTime, PingUnderWay> m_underWay; // by the time of their last echo
+    std::thread m_thread;
+    std::mutex m_runningMutex; // no task is posted after the last one; guards m_thread's id while m_running
+    bool m_running = false;
+    std::uint16_t m_port = 0;
+};
+
+void SonarServer::Implementation::Tell(SonarEvent event)
+{
+    event.utcSeconds = m_state.UtcSeconds();
+    if (m_sink)
+        m_sink(event);
+}
+
+void SonarServer::Implementation::Tell(EventKind kind, std::string_view text, std::uint64_t connection)
+{
+    Tell({.kind = kind, .connection = connection, .text = text});
+}
+
+bool SonarServer::Implementation::Listen(asio::error_code& error)
+{
+    asio::error_code ignored;
+    m_acceptor.close(ignored);
+    m_acceptor.open(m_endpoint.protocol(), error);
+    if (error)
+        return false;
+#ifndef _WIN32
+    // There the option would let two programs listen on one port.
+    m_acceptor.set_option(tcp::acceptor::reuse_address(true), ignored);
+#endif
+    m_acceptor.bind(m_endpoint, error);
+    if (!error)
+        m_acceptor.listen(asio::socket_base::max_listen_connections, error);
+    if (error) {
+        m_acceptor.close(ignored);
+        return false;
+    }
+    m_endpoint = m_acceptor.local_endpoint(ignored); // keeps a port that the system chose
+    Accept();
+    return true;
+}
+
+void SonarServer::Implementation::ListenAgain()
+{
+    if (m_stopping || !m_poweredOn || m_misbehaviour.refusal == Refusal::NotListening || m_acceptor.is_open())
+        return;
+    asio::error_code error;
+    if (Listen(error))
+        return;
+    // Somebody took the port meanwhile.
+    Tell(EventKind::Notice, "cannot listen again: " + error.message() + "; trying once a second");
+    m_retryTimer.expires_after(std::chrono::seconds(1));
+    m_retryTimer.async_wait([this](asio::error_code const& waited) {
+        if (!waited)
+            ListenAgain();
+    });
+}
+
+void SonarServer::Implementation::Accept()
+{
+    m_acceptor.async_accept([this](asio::error_code const& error, tcp::socket socket) {
+        if (m_stopping || error == asio::error::operation_aborted || !m_acceptor.is_open())
+            return;
+        if (!error) {
+            Take(std::move(socket));
+            Accept();
+            return;
+        }
+        // Out of descriptors or the like: not worth a busy loop.
+        m_retryTimer.expires_after(std::chrono::milliseconds(100));
+        m_retryTimer.async_wait([this](asio::error_code const& waited) {
+            if (!waited && m_acceptor.is_open())
+                Accept();
+        });
+    });
+}
+
+void SonarServer::Implementation::Take(tcp::socket&& socket)
+{
+    asio::error_code error;
+    if (m_misbehaviour.refusal != Refusal::None || m_connections.size() >= m_options.greatestConnections) {
+        ++m_counts.refused;
+        bool const full = m_misbehaviour.refusal == Refusal::None;
+        socket.close(error);
+        Tell(EventKind::Notice, full ? "a connection was refused: there are too many" : "a connection was refused");
+        return;
+    }
+    socket.set_option(tcp::no_delay(true), error);
+    auto const remote = socket.remote_endpoint(error);
+    auto const connection = std::make_shared<Connection>(m_context, std::move(socket), ++m_lastNumber);
+    ++m_counts.connections;
+    m_connections.push_back(connection);
+    Tell(EventKind::Connected,
+         error ? std::string("unknown") : remote.address().to_string() + ":" + std::to_string(remote.port()),
+         connection->number);
+    if (!connection->open)
+        return;
+    if (!m_misbehaviour.silent) {
+        Send(connection, TreeFrame(m_state.Introduction()));
+        Tell(EventKind::Answered, "introduction", connection->number);
+    }
+    Read(connection);
+}
+
+void SonarServer::Implementation::Close(ConnectionPointer const& connection, std::string_view why)
+{
+    if (!connection->open)
+        return;
+    connection->open = false;
+    asio::error_code ignored;
+    connection->socket.close(ignored);
+    connection->sendTimer.cancel();
+    connection->queue.clear();
+    connection->queuedBytes = 0;
+    std::erase(m_connections, connection);
+    auto const records = connection->reader.GoodFrames();
+    m_counts.bytesReceived += connection->bytesReceived;
+    m_counts.bytesSent += connection->bytesSent;
+    m_counts.recordsReceived += records;
+    m_counts.framesSent += connection->framesSent;
+    m_counts.skippedBytes += connection->reader.SkippedBytes();
+    Tell(EventKind::Disconnected,
+         std::string(why) + "; " + Plural(records, "record") + " received, " +
+             Plural(connection->framesSent, "frame") + " sent, " +
+             Plural(connection->reader.SkippedBytes(), "byte") + " of no frame",
+         connection->number);
+}
+
+void SonarServer::Implementation::CloseConnections(std::string_view why)
+{
+    while (!m_connections.empty())
+        Close(ConnectionPointer(m_connections.back()), why);
+}
+
+void SonarServer::Implementation::CloseAll()
+{
+    m_stopping = true;
+    asio::error_code ignored;
+    m_acceptor.close(ignored);
+    CloseConnections("the sonar ends");
+    for (auto* const timer :
+         {&m_reportTimer, &m_pingTimer, &m_echoTimer, &m_recordingTimer, &m_rebootTimer, &m_retryTimer})
+        timer->cancel();
+    m_work.reset();
+}
+
+void SonarServer::Implementation::Read(ConnectionPointer const& connection)
+{
+    if (!connection->open || connection->reading || m_misbehaviour.stall)
+        return;
+    if (std::size_t const held = std::exchange(connection->held, 0); held > 0) {
+        TakeBytes(connection, held);
+        if (!connection->open)
+            return;
+    }
+    connection->reading = true;
+    connection->socket.async_read_some(
+        asio::buffer(connection->arrived), [this, connection](asio::error_code const& error, std::size_t count) {
+            connection->reading = false;
+            if (!connection->open)
+                return;
+            if (error) {
+                Close(connection, error == asio::error::eof ? "the host closed the link" : error.message());
+                return;
+            }
+            connection->bytesReceived += count;
+            if (m_misbehaviour.stall) {
+                connection->held = count;
+                return;
+            }
+            TakeBytes(connection, count);
+            Read(connection);
+        });
+}
+
+void SonarServer::Implementation::TakeBytes(ConnectionPointer const& connection, std::size_t count)
+{
+    connection->reader.Feed(std::span(connection->arrived).first(count));
+    while (connection->open) {
+        auto const frame = connection->reader.Next();
+        if (!frame)
+            break;
+        TakeFrame(connection, *frame);
+    }
+    if (connection->open && !connection->damageTold && connection->reader.SkippedBytes() > 0) {
+        connection->damageTold = true;
+        Tell(EventKind::Damaged, "bytes that belong to no frame are skipped", connection->number);
+    }
+    StateChanged();
+}
+
+void SonarServer::Implementation::TakeFrame(ConnectionPointer const& connection, protocol::FrameView const& frame)
+{
+    Understood const record = m_state.Apply(frame, Clock::now());
+    Tell({.kind = EventKind::Record, .connection = connection->number, .text = {}, .record = &record, .frame = &frame});
+    switch (record.effect) {
+    case Effect::None:
+        break;
+    case Effect::AnswerRecord:
+        AnswerRecord(connection, record.requestedRecord);
+        break;
+    case Effect::Ping:
+        Ping(true);
+        break;
+    case Effect::ShutDown:
+        PowerDown(false);
+        break;
+    case Effect::Reboot:
+        PowerDown(true);
+        break;
+    }
+    if (m_misbehaviour.recordsUntilDrop && --*m_misbehaviour.recordsUntilDrop == 0) {
+        m_misbehaviour.recordsUntilDrop.reset();
+        Close(connection, "dropped on demand");
+    }
+}
+
+SharedBytes SonarServer::Implementation::TreeFrame(std::vector<TreeNode> const& nodes)
+{
+    std::string error;
+    auto const payload = protocol::EncodeTree(nodes, error);
+    if (!payload) {
+        Tell(EventKind::Notice, "an answer cannot be sent: " + error);
+        return {};
+    }
+    return std::make_shared<Bytes const>(protocol::BuildFrame(protocol::records::AttributeTree.Id(),
+                                                              {model::DeviceId, 0}, m_state.UtcSeconds(), *payload));
+}
+
+void SonarServer::Implementation::Send(ConnectionPointer const& connection, SharedBytes const& bytes)
+{
+    if (!bytes || !connection->open || m_misbehaviour.silent)
+        return;
+    if (connection->queuedBytes + bytes->size() > m_options.greatestSendQueue) {
+        Close(connection, "the host does not read");
+        return;
+    }
+    // An answer never overtakes an earlier one, even when the delay has become shorter.
+    SteadyTime due = Clock::now() + m_misbehaviour.answerLate;
+    if (!connection->queue.empty())
+        due = std::max(due, connection->queue.back().due);
+    connection->queue.push_back({bytes, due});
+    connection->queuedBytes += bytes->size();
+    PumpWrites(connection);
+}
+
+void SonarServer::Implementation::Broadcast(SharedBytes const& bytes)
+{
+    auto const connections = m_connections; // Send may close one
+    for (ConnectionPointer const& connection : connections)
+        Send(connection, bytes);
+}
+
+void SonarServer::Implementation::AppendGarbage(Bytes& bytes)
+{
+    for (std::size_t i = 0; i < m_misbehaviour.garbageBytes; ++i) {
+        m_garbageSeed = m_garbageSeed * 1664525U + 1013904223U;
+        bytes.push_back(static_cast<unsigned char>(m_garbageSeed >> 24U));
+    }
+}
+
+void SonarServer::Implementation::PumpWrites(ConnectionPointer const& connection)
+{
+    if (!connection->open || connection->writing || connection->queue.empty())
+        return;
+    connection->writing = true;
+    if (connection->queue.front().due > Clock::now()) {
+        connection->sendTimer.expires_at(connection->queue.front().due);
+        connection->sendTimer.async_wait([this, connection](asio::error_code const&) {
+            connection->writing = false;
+            PumpWrites(connection);
+        });
+        return;
+    }
+    Outgoing const next = std::move(connection->queue.front());
+    connection->queue.pop_front();
+    connection->leaving.clear();
+    AppendGarbage(connection->leaving);
+    std::size_t length = next.bytes->size();
+    if (std::exchange(m_misbehaviour.halfFrame, false)) {
+        length /= 2;
+        connection->closeAfterWrite = true;
+    }
+    connection->leaving.insert(connection->leaving.end(), next.bytes->begin(),
+                               next.bytes->begin() + static_cast<std::ptrdiff_t>(length));
+    connection->left = 0;
+    connection->queuedBytes -= next.bytes->size();
+    Write(connection);
+}
+
+void SonarServer::Implementation::Write(ConnectionPointer const& connection)
+{
+    std::size_t const rest = connection->leaving.size() - connection->left;
+    std::size_t const count = m_misbehaviour.split ? std::min<std::size_t>(1, rest) : rest;
+    asio::async_write(connection->socket, asio::buffer(connection->leaving.data() + connection->left, count),
+                      [this, connection](asio::error_code const& error, std::size_t written) {
+                          if (!connection->open)
+                              return;
+                          if (error) {
+                              Close(connection, error.message());
+                              return;
+                          }
+                          connection->bytesSent += written;
+                          connection->left += written;
+                          if (connection->left < connection->leaving.size()) {
+                              Write(connection);
+                              return;
+                          }
+                          if (connection->closeAfterWrite) {
+                              Close(connection, "dropped on demand after half a frame");
+                              return;
+                          }
+                          ++connection->framesSent;
+                          connection->writing = false;
+                          PumpWrites(connection);
+                      });
+}
+
+void SonarServer::Implementation::AnswerRecord(ConnectionPointer const& connection, std::uint32_t recordId)
+{
+    auto const nodes = m_state.Answer(recordId);
+    if (!nodes) {
+        m_state.CountUnknownRequest();
+        Tell(EventKind::Notice, "record " + std::to_string(recordId) + " was asked for; the sonar has none");
+        return;
+    }
+    if (m_misbehaviour.silent)
+        return;
+    Send(connection, TreeFrame(*nodes));
+    Tell(EventKind::Answered, "record " + std::to_string(recordId) + ", " + Plural(nodes->size(), "attribute"),
+         connection->number);
+}
+
+void SonarServer::Implementation::StateChanged()
+{
+    SchedulePings();
+    if (m_state.IsRecording() && !m_tickScheduled && !m_stopping) {
+        m_tickScheduled = true;
+        m_recordingTimer.expires_after(m_options.recordingTick);
+        m_recordingTimer.async_wait([this](asio::error_code const& error) {
+            m_tickScheduled = false;
+            if (!error && !m_stopping)
+                TickRecording();
+        });
+    }
+    if (m_reportScheduled || m_stopping || !m_state.HasReport())
+        return;
+    m_reportScheduled = true;
+    m_reportTimer.expires_after(m_options.reportLatency);
+    m_reportTimer.async_wait([this](asio::error_code const& error) {
+        m_reportScheduled = false;
+        if (!error && !m_stopping)
+            Report();
+    });
+}
+
+void SonarServer::Implementation::Report()
+{
+    auto const nodes = m_state.TakeReport();
+    if (nodes.empty() || m_connections.empty() || m_misbehaviour.silent)
+        return;
+    Broadcast(TreeFrame(nodes));
+    std::string text = Plural(nodes.size(), "changed attribute") + ":";
+    for (TreeNode const& node : nodes)
+        text += " " + protocol::EncodeUtf8(node.key);
+    Tell(EventKind::Answered, text);
+}
+
+void SonarServer::Implementation::TickRecording()
+{
+    m_state.Advance(Clock::now());
+    StateChanged();
+}
+
+void SonarServer::Implementation::SchedulePings()
+{
+    double const rate = m_state.PingRate();
+    if (m_stopping || !m_poweredOn || !m_state.PingsOn() || !(rate > 0.0)) {
+        if (std::exchange(m_pingScheduled, false))
+            m_pingTimer.cancel();
+        return;
+    }
+    // No faster than the echoes come in, and from ping to ping on the steady clock, so that nothing adds up.
+    auto const byRate = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1.0 / rate));
+    auto const interval = std::max<Clock::duration>({byRate, m_state.TravelTime(), std::chrono::milliseconds(1)});
+    auto const now = Clock::now();
+    SteadyTime const due = m_hasPinged ? std::max(m_lastPing + interval, now) : now;
+    if (m_pingScheduled && m_pingTimer.expiry() == due)
+        return;
+    m_pingScheduled = true;
+    m_pingTimer.expires_at(due);
+    m_pingTimer.async_wait([this](asio::error_code const& error) {
+        if (error || !m_pingScheduled)
+            return; // timed anew, or not wanted any more
+        m_pingScheduled = false;
+        m_lastPing = m_pingTimer.expiry();
+        m_hasPinged = true;
+        Ping(false);
+        SchedulePings();
+    });
+}
+
+void SonarServer::Implementation::Ping(bool commanded)
+{
+    if (m_stopping || !m_poweredOn)
+        return;
+    if (m_underWay.size() >= GreatestPingsUnderWay) {
+        Tell(EventKind::Notice, "too many pings are in the water; this one is left out");
+        return;
+    }
+    auto const now = Clock::now();
+    auto const [number, utcSeconds] = m_state.CountPing();
+    ++m_counts.pings;
+    auto const travelTime = m_state.TravelTime();
+    double const seconds = std::chrono::duration<double>(travelTime).count();
+    auto const* const rangeValue = m_state.Find(protocol::keys::x5Range);
+    auto const* const range = rangeValue != nullptr ? std::get_if<double>(rangeValue) : nullptr;
+    PingUnderWay const ping{number, utcSeconds, range != nullptr ? *range : 0.0, seconds, commanded};
+    m_underWay.emplace(now + travelTime, ping);
+    Tell({.kind = EventKind::Pinged,
+          .text = {},
+          .pingNumber = number,
+          .pingRange = ping.range,
+          .pingTravelTime = seconds});
+    AwaitEcho();
+}
+
+void SonarServer::Implementation::AwaitEcho()
+{
+    if (m_underWay.empty())
+        return;
+    m_echoTimer.expires_at(m_underWay.begin()->first); // also takes the place of a wait for a later echo
+    m_echoTimer.async_wait([this](asio::error_code const& error) {
+        if (error || m_stopping)
+            return;
+        while (!m_underWay.empty() && m_underWay.begin()->first <= Clock::now()) {
+            PingUnderWay const ping = m_underWay.begin()->second;
+            m_underWay.erase(m_underWay.begin());
+            Tell({.kind = EventKind::Echoed,
+                  .text = {},
+                  .pingNumber = ping.number,
+                  .pingRange = ping.range,
+                  .pingTravelTime = ping.travelTime});
+            if ((ping.commanded || m_options.announcePings) && !m_connections.empty() && !m_misbehaviour.silent)
+                Broadcast(TreeFrame(m_state.PingReport(ping.number, ping.utcSeconds)));
+        }
+        AwaitEcho();
+    });
+}
+
+void SonarServer::Implementation::PowerDown(bool reboot)
+{
+    m_poweredOn = false;
+    m_state.Restart(Clock::now());
+    m_state.TakeReport(); // nobody is there to be told; who comes is told everything
+    m_underWay.clear();
+    m_echoTimer.cancel();
+    SchedulePings();
+    asio::error_code ignored;
+    m_acceptor.close(ignored);
+    CloseConnections(reboot ? "the sonar restarts" : "the sonar was shut down");
+    Tell(EventKind::Notice, reboot ? "restarting" : "shut down; 'start' brings it back");
+    m_rebootTimer.cancel();
+    if (!reboot)
+        return;
+    m_rebootTimer.expires_after(m_options.rebootTime);
+    m_rebootTimer.async_wait([this](asio::error_code const& error) {
+        if (!error && !m_stopping && !m_poweredOn)
+            PowerUp();
+    });
+}
+
+void SonarServer::Implementation::PowerUp()
+{
+    m_rebootTimer.cancel();
+    m_poweredOn = true;
+    m_hasPinged = false;
+    ListenAgain();
+    if (m_acceptor.is_open())
+        Tell(EventKind::Notice, "up again, listening on port " + std::to_string(m_endpoint.port()));
+}
+
+ServerCounts SonarServer::Implementation::Counts() const
+{
+    ServerCounts counts = m_counts;
+    counts.open = m_connections.size();
+    for (ConnectionPointer const& connection : m_connections) {
+        counts.bytesReceived += connection->bytesReceived;
+        counts.bytesSent += connection->bytesSent;
+        counts.recordsReceived += connection->reader.GoodFrames();
+        counts.framesSent += connection->framesSent;
+        counts.skippedBytes += connection->reader.SkippedBytes();
+    }
+    return counts;
+}
+
+std::string SonarServer::Implementation::StateText(std::string_view key, bool& known) const
+{
+    std::string text;
+    std::wstring const wide = protocol::DecodeUtf8(key);
+    known = key.empty();
+    for (Attribute const& attribute : m_state.Attributes()) {
+        if (!key.empty() && attribute.text != wide)
+            continue;
+        known = true;
+        text += (text.empty() ? "" : "\n") + AttributeLine(attribute);
+    }
+    if (!key.empty())
+        return text;
+    for (auto const& [unit, attributes] : m_state.Units()) {
+        for (Attribute const& attribute : attributes)
+            text += "\nunit " + std::to_string(unit.first) + "/" + std::to_string(unit.second) + ": " +
+                    AttributeLine(attribute);
+    }
+    return text;
+}
+
+std::string SonarServer::Implementation::StatusText() const
+{
+    ServerCounts const counts = Counts();
+    std::string text = !m_poweredOn             ? std::string("switched off")
+                       : m_acceptor.is_open()   ? "listening on port " + std::to_string(m_endpoint.port())
+                                                : std::string("not listening");
+    text += "; " + Plural(counts.open, "connection") + " open, " + std::to_string(counts.connections) + " taken, " +
+            std::to_string(counts.refused) + " refused; " + Plural(counts.recordsReceived, "record") + " received, " +
+            Plural(counts.framesSent, "frame") + " sent, " + Plural(counts.skippedBytes, "byte") + " of no frame; " +
+            Plural(m_state.UnknownRecords(), "unknown record") + ", " +
+            Plural(m_state.UnknownRequests(), "unanswered request") + "; " + Plural(counts.pings, "ping") +
+            "; failures: " + Describe(m_misbehaviour);
+    for (ConnectionPointer const& connection : m_connections)
+        text += "\nconnection " + std::to_string(connection->number) + ": " +
+                Plural(connection->bytesReceived, "byte") + " and " +
+                Plural(connection->reader.GoodFrames(), "record") + " received, " +
+                Plural(connection->bytesSent, "byte") + " and " + Plural(connection->framesSent, "frame") + " sent, " +
+                Plural(connection->queuedBytes, "byte") + " waiting";
+    for (auto const& [id, count] : m_state.Records()) {
+        text += "\nrecord " + std::to_string(id.second) + " " +
+                std::string(count.name.empty() ? "unknown" : count.name) + ": " + std::to_string(count.count) + " times";
+        if (count.name.empty() && !count.lastPayload.empty())
+            text += ", last payload " + protocol::HexDump(count.lastPayload, "\n  ", 16);
+        while (text.ends_with('\n'))
+            text.pop_back();
+    }
+    return text;
+}
+
+bool SonarServer::Implementation::Command(std::string_view line, std::string& answer)
+{
+    answer.clear();
+    std::string_view rest = line;
+    std::string_view const word = TakeWord(rest);
+    auto const takesNothing = [&] {
+        if (rest.empty())
+            return true;
+        answer = std::string(word) + " takes no argument";
+        return false;
+    };
+    if (word == "state") {
+        bool known = false;
+        answer = StateText(rest, known);
+        if (!known)
+            answer = "the sonar holds no attribute " + std::string(rest);
+        return known;
+    }
+    if (word == "set") {
+        bool const taken = m_state.Set(rest, Clock::now(), answer);
+        StateChanged();
+        if (taken) {
+            bool known = false;
+            answer = StateText(rest.substr(0, rest.find_first_of(":=")), known);
+        }
+        return taken;
+    }
+    if (word == "misbehave") {
+        std::string_view const name = TakeWord(rest);
+        bool dropNow = false;
+        if (!AddMisbehaviour(name, rest, m_misbehaviour, dropNow, answer))
+            return false;
+        if (dropNow)
+            CloseConnections("dropped on demand");
+        if (m_misbehaviour.refusal == Refusal::NotListening) {
+            asio::error_code ignored;
+            m_acceptor.close(ignored);
+        } else {
+            ListenAgain();
+        }
+        answer = "failures: " + Describe(m_misbehaviour);
+        return true;
+    }
+    if (word == "behave") {
+        if (!takesNothing())
+            return false;
+        m_misbehaviour = {};
+        ListenAgain();
+        auto const connections = m_connections; // reading may close one
+        for (ConnectionPointer const& connection : connections)
+            Read(connection);
+        answer = "no failures";
+        return true;
+    }
+    if (word == "ping") {
+        if (!takesNothing())
+            return false;
+        if (!m_poweredOn) {
+            answer = "the sonar is switched off; 'start' brings it back";
+            return false;
+        }
+        Ping(true);
+        answer = "ping " + std::to_string(m_state.Pings());
+        return true;
+    }
+    if (word == "drop") {
+        if (!takesNothing())
+            return false;
+        std::uint64_t const count = m_connections.size();
+        CloseConnections("dropped on demand");
+        answer = Plural(count, "connection") + " dropped";
+        return true;
+    }
+    if (word == "start") {
+        if (!takesNothing())
+            return false;
+        if (m_poweredOn) {
+            answer = "the sonar is on";
+            return true;
+        }
+        PowerUp();
+        answer = m_acceptor.is_open() ? "on" : "on, but not listening";
+        return true;
+    }
+    if (word == "status") {
+        if (!takesNothing())
+            return false;
+        answer = StatusText();
+        return true;
+    }
+    if (word == "help") {
+        answer = "state [KEY]                 what the sonar holds\n"
+                 "set KEY=VALUE               change it on the sonar itself (KEY:KIND=VALUE for keys of no table)\n"
+                 "ping                        ping once\n"
+                 "drop                        cut all links\n"
+                 "start                       switch a sonar on that was shut down\n"
+                 "status                      connections, counts, failures\n"
+                 "behave                      end all failures\n"
+                 "misbehave NAME [ARGUMENT]   one of:";
+        for (MisbehaviourName const& row : MisbehaviourNames()) {
+            std::string left = "  " + std::string(row.name) + " " + std::string(row.argument);
+            left.resize(std::max<std::size_t>(left.size() + 1, 36), ' ');
+            answer += "\n" + left + std::string(row.meaning);
+        }
+        return true;
+    }
+    answer = word.empty() ? "an empty command; 'help' lists them"
+                          : "there is no command '" + std::string(word) + "'; 'help' lists them";
+    return false;
+}
+
+SonarServer::SonarServer(ServerOptions options, EventSink sink)
+    : m_implementation(std::make_unique<Implementation>(std::move(options), std::move(sink)))
+{
+}
+
+SonarServer::~SonarServer()
+{
+    Stop();
+}
+
+std::optional<StartError> SonarServer::Start()
+{
+    return m_implementation->Start();
+}
+
+void SonarServer::Stop()
+{
+    m_implementation->Stop();
+}
+
+std::uint16_t SonarServer::Port() const
+{
+    return m_implementation->Port();
+}
+
+bool SonarServer::Command(std::string_view line, std::string& answer)
+{
+    bool done = false;
+    if (m_implementation->Call([&] { done = m_implementation->Command(line, answer); }))
+        return done;
+    answer = "the sonar is not running";
+    return false;
+}
+
+ServerCounts SonarServer::Counts()
+{
+    ServerCounts counts;
+    m_implementation->Call([&] { counts = m_implementation->Counts(); });
+    return counts;
+}
+
+} // namespace qx5::simulator

@@ -1,0 +1,843 @@
+// How records change the sonar, and how the sonar tells of itself.
+#include <simulator/sonar_state.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <type_traits>
+
+#include <protocol/bytes.h>
+#include <protocol/catalogue.h>
+#include <protocol/numbers.h>
+#include <protocol/time_stamp.h>
+#include <protocol/unpack.h>
+#include <protocol/utf8.h>
+
+namespace qx5::simulator {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+using protocol::Carrier;
+using protocol::Key;
+using protocol::Kind;
+using protocol::TreeNode;
+using protocol::Value;
+
+namespace {
+
+// Commands that mean more to the sonar than the fields they carry.
+constexpr std::uint32_t SinglePingId = 1107;
+constexpr std::uint32_t StartRecordingId = 1200;
+constexpr std::uint32_t StopRecordingId = 1201;
+constexpr std::uint32_t RecordingDirectoryId = 1207;
+constexpr std::size_t RecordingNameOffset = 4;
+
+struct NamedCommand
+{
+    std::uint32_t id;
+    std::string_view name;
+};
+constexpr NamedCommand NamedCommands[] = {
+    {SinglePingId, "single ping"}, {StartRecordingId, "start recording"}, {StopRecordingId, "stop recording"}};
+
+TreeNode Leaf(Key const& key, Value value)
+{
+    return {std::wstring(key.text), std::move(value), {}};
+}
+
+TreeNode Branch(Key const& key, std::vector<TreeNode> children)
+{
+    return {std::wstring(key.text), {}, std::move(children)};
+}
+
+TreeNode LimitBranch(Key const& key, Limits limits)
+{
+    return Branch(key, {Leaf(keys::x5Min, limits.least), Leaf(keys::x5Max, limits.greatest)});
+}
+
+std::vector<double> List(std::span<double const> values)
+{
+    return {values.begin(), values.end()};
+}
+
+Limits LimitsOf(std::span<double const> values)
+{
+    return {values.front(), values.back()};
+}
+
+TreeNode GateBranch(Key const& key)
+{
+    return Branch(key, {Leaf(keys::x5MinValue, model::GateLeastValue), Leaf(keys::x5MinWindow, model::GateLeastWindow)});
+}
+
+TreeNode WidthBranch(Key const& key, std::span<double const> widths)
+{
+    return Branch(key, {Leaf(keys::x5Variable, widths.size() > 1), Leaf(keys::x5BeamWidthList, List(widths))});
+}
+
+TreeNode ModeBranch(OperationMode const& mode, std::int32_t enumerator)
+{
+    std::vector<TreeNode> nodes;
+    nodes.push_back(Leaf(keys::SystemText, std::wstring(mode.text)));
+    nodes.push_back(Leaf(keys::DeviceEnum, enumerator));
+    for (SampleRate const& rate : mode.sampleRates) {
+        nodes.push_back(Branch(keys::x5SampleRateSet, {Leaf(keys::x5IQRate, rate.rate),
+                                                       Leaf(keys::x5RangeSet, List(rate.ranges)),
+                                                       LimitBranch(keys::x5Range, LimitsOf(rate.ranges))}));
+    }
+    for (auto const lengths : mode.pulseLengths)
+        nodes.push_back(Branch(keys::x5PulseLengthSet, {Leaf(keys::x5PulseLengthValues, List(lengths))}));
+    nodes.push_back(LimitBranch(keys::x5Power, mode.power));
+    nodes.push_back(LimitBranch(keys::x5SoundVelocity, model::SoundVelocity));
+    TreeNode pingRate = LimitBranch(keys::x5PingRate, mode.pingRate);
+    pingRate.children.push_back(Leaf(keys::x5Ratio, model::PingRateRatio));
+    pingRate.children.push_back(Leaf(keys::x5FreeRun, false));
+    nodes.push_back(std::move(pingRate));
+    TreeNode gain = LimitBranch(keys::x5Gain, mode.gain);
+    TreeNode fixedGain = LimitBranch(keys::x5Fixed, mode.fixedGain);
+    fixedGain.children.push_back(Leaf(keys::x5Available, true));
+    gain.children.push_back(std::move(fixedGain));
+    nodes.push_back(std::move(gain));
+    nodes.push_back(WidthBranch(keys::x5BeamWidthSetX, mode.beamWidthsX));
+    nodes.push_back(WidthBranch(keys::x5BeamWidthSetZ, mode.beamWidthsZ));
+    nodes.push_back(Branch(keys::x5BeamSteer,
+                           {Leaf(keys::x5MinX, mode.steeringX.least), Leaf(keys::x5MaxX, mode.steeringX.greatest),
+                            Leaf(keys::x5MinZ, mode.steeringZ.least), Leaf(keys::x5MaxZ, mode.steeringZ.greatest),
+                            Leaf(keys::x5Steerable, mode.steeringX.greatest > mode.steeringX.least)}));
+    TreeNode frequency = LimitBranch(keys::x5Frequency, mode.frequency);
+    frequency.children.push_back(Leaf(keys::x5CenterFreq, mode.centreFrequency));
+    frequency.children.push_back(Leaf(keys::x5Chirp, std::int32_t{1}));
+    nodes.push_back(std::move(frequency));
+    nodes.push_back(Leaf(keys::MaxAbsorption, mode.greatestAbsorption));
+    nodes.push_back(Leaf(keys::MaxSpreading, mode.greatestSpreading));
+    nodes.push_back(GateBranch(keys::x5RangeGate));
+    nodes.push_back(GateBranch(keys::x5DepthGate));
+    nodes.push_back(GateBranch(keys::x5NadirGate));
+    return Branch(keys::x5SonarSettings, std::move(nodes));
+}
+
+Value OfKind(Kind kind, double number)
+{
+    switch (kind) {
+    case Kind::Int:
+        return protocol::TruncateToInt32(number);
+    case Kind::UInt:
+        return static_cast<std::uint32_t>(protocol::TruncateToInt32(number));
+    case Kind::Bool:
+        return number != 0.0;
+    case Kind::Pair:
+        return std::pair(number, number);
+    default:
+        return number;
+    }
+}
+
+bool HoldsNan(Value const& value)
+{
+    return std::visit(
+        [](auto const& held) {
+            using Held = std::decay_t<decltype(held)>;
+            if constexpr (std::is_same_v<Held, double>)
+                return std::isnan(held);
+            else if constexpr (std::is_same_v<Held, std::pair<double, double>>)
+                return std::isnan(held.first) || std::isnan(held.second);
+            else if constexpr (std::is_same_v<Held, std::vector<double>> || std::is_same_v<Held, std::array<double, 3>>)
+                return std::any_of(held.begin(), held.end(), [](double number) { return std::isnan(number); });
+            else
+                return false;
+        },
+        value);
+}
+
+bool Clamp(Value& value, Limits limits)
+{
+    auto* const number = std::get_if<double>(&value);
+    if (number == nullptr)
+        return false;
+    *number = std::clamp(*number, limits.least, limits.greatest);
+    return true;
+}
+
+bool IsIndex(Value const& value, std::size_t count)
+{
+    auto const* const number = std::get_if<std::int32_t>(&value);
+    return number != nullptr && *number >= 0 && static_cast<std::size_t>(*number) < count;
+}
+
+Key const* KeyOfText(std::wstring_view text)
+{
+    if (Key const* const key = protocol::FindKey(text))
+        return key;
+    for (Key const* const key : protocol::SettingsKeys) {
+        if (key->text == text)
+            return key;
+    }
+    return nullptr;
+}
+
+/// The one text that a command carries; null until the command has a table.
+Key const* TextKeyOfCommand(std::uint32_t id)
+{
+    if (auto const* const layout = protocol::FindLayout(Carrier::RemoteControl, id)) {
+        for (protocol::Field const& field : layout->fields) {
+            if (field.key != nullptr && field.key->kind == Kind::String)
+                return field.key;
+        }
+    }
+    return nullptr;
+}
+
+void EraseValue(std::vector<std::pair<Key const*, Value>>& values, Key const& key)
+{
+    std::erase_if(values, [&](auto const& value) { return value.first == &key; });
+}
+
+bool WireFlag(Understood const& record, protocol::Field const& field)
+{
+    auto const wire = protocol::UnpackField(field, record.payload).wire;
+    auto const* const set = std::get_if<bool>(&wire);
+    return set != nullptr && *set;
+}
+
+template <typename Number>
+bool ParseNumber(std::string_view text, Number& number)
+{
+    auto const* const end = text.data() + text.size();
+    auto const [at, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && at == end && !text.empty();
+}
+
+template <typename Number>
+bool ParseList(std::string_view text, std::vector<Number>& numbers)
+{
+    while (!text.empty()) {
+        std::size_t const comma = std::min(text.find(','), text.size());
+        Number number{};
+        if (!ParseNumber(text.substr(0, comma), number))
+            return false;
+        numbers.push_back(number);
+        if (comma + 1 == text.size())
+            return false;
+        text.remove_prefix(std::min(comma + 1, text.size()));
+    }
+    return true;
+}
+
+struct KindName
+{
+    std::string_view name;
+    Kind kind;
+};
+constexpr KindName KindNames[] = {{"int", Kind::Int},       {"uint", Kind::UInt},      {"bool", Kind::Bool},
+                                  {"double", Kind::Double}, {"pair", Kind::Pair},      {"string", Kind::String},
+                                  {"ints", Kind::IntList},  {"doubles", Kind::DoubleList}, {"offset", Kind::Offset}};
+
+std::string_view NameOf(Kind kind)
+{
+    for (KindName const& row : KindNames) {
+        if (row.kind == kind)
+            return row.name;
+    }
+    return "a value";
+}
+
+bool ParseValue(Kind kind, std::string_view text, Value& value)
+{
+    switch (kind) {
+    case Kind::Int: {
+        std::int32_t number = 0;
+        value = number;
+        return ParseNumber(text, std::get<std::int32_t>(value));
+    }
+    case Kind::UInt: {
+        std::uint32_t number = 0;
+        value = number;
+        return ParseNumber(text, std::get<std::uint32_t>(value));
+    }
+    case Kind::Bool:
+        value = text == "true" || text == "1";
+        return text == "true" || text == "1" || text == "false" || text == "0";
+    case Kind::Double:
+        value = 0.0;
+        return ParseNumber(text, std::get<double>(value));
+    case Kind::Pair:
+    case Kind::Offset: {
+        std::vector<double> numbers;
+        if (!ParseList(text, numbers) || numbers.size() != (kind == Kind::Pair ? 2U : 3U))
+            return false;
+        if (kind == Kind::Pair)
+            value = std::pair(numbers[0], numbers[1]);
+        else
+            value = std::array<double, 3>{numbers[0], numbers[1], numbers[2]};
+        return true;
+    }
+    case Kind::String:
+        value = protocol::DecodeUtf8(text);
+        return true;
+    case Kind::IntList:
+        value = std::vector<std::int32_t>();
+        return ParseList(text, std::get<std::vector<std::int32_t>>(value));
+    case Kind::DoubleList:
+        value = std::vector<double>();
+        return ParseList(text, std::get<std::vector<double>>(value));
+    case Kind::Branch:
+    case Kind::Any:
+        return false;
+    }
+    return false;
+}
+
+void PutInto(std::vector<Attribute>& attributes, Key const& key, Value value)
+{
+    for (Attribute& attribute : attributes) {
+        if (attribute.key == &key) {
+            attribute.value = std::move(value);
+            return;
+        }
+    }
+    if (attributes.size() < MaximumAttributes)
+        attributes.push_back({std::wstring(key.text), &key, std::move(value)});
+}
+
+std::wstring NameByClock(double utcSeconds)
+{
+    auto const time = protocol::TimeText(protocol::ToTimeX5(utcSeconds)); // "2023-11-14 22:13:20.000 UTC"
+    std::wstring name;
+    for (char const character : time.substr(0, std::min(time.size(), time.find('.')))) {
+        if (character >= '0' && character <= '9')
+            name += static_cast<wchar_t>(character);
+        else if (character == ' ')
+            name += L'_';
+    }
+    return name + L".x5";
+}
+
+} // namespace
+
+double SystemUtcSeconds()
+{
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+SonarState::SonarState(UtcClock utc) : m_utc(utc ? std::move(utc) : UtcClock(SystemUtcSeconds))
+{
+    PutText(keys::DeviceId.text, &keys::DeviceId, model::DeviceId);
+    PutText(keys::x5SystemIDH.text, &keys::x5SystemIDH, false);
+    PutText(keys::x5EnumIsFixed.text, &keys::x5EnumIsFixed, false);
+    PutText(keys::x5PingOnOffState.text, &keys::x5PingOnOffState, std::int32_t{0});
+    LoadFactorySettings();
+    PutText(keys::x5DataRecording.text, &keys::x5DataRecording, std::int32_t{0});
+    if (Key const* const directory = TextKeyOfCommand(RecordingDirectoryId))
+        PutText(directory->text, directory, std::wstring(model::RecordingDirectory));
+    PutText(keys::x5FileName.text, &keys::x5FileName, std::wstring());
+    PutRecorder();
+    m_touched.clear();
+}
+
+void SonarState::LoadFactorySettings()
+{
+    PutText(keys::DeviceEnum.text, &keys::DeviceEnum, std::int32_t{0});
+    PutText(keys::x5SampleRateSelection.text, &keys::x5SampleRateSelection, std::int32_t{0});
+    for (model::FactorySetting const& setting : model::FactorySettings)
+        PutText(setting.key->text, setting.key, OfKind(setting.key->kind, setting.value));
+    PutText(keys::x5PulseLengthValues.text, &keys::x5PulseLengthValues, List(PulseLengths()));
+}
+
+std::size_t SonarState::IndexOf(std::wstring_view text) const
+{
+    for (std::size_t i = 0; i < m_attributes.size(); ++i) {
+        if (m_attributes[i].text == text)
+            return i;
+    }
+    return m_attributes.size();
+}
+
+Value const* SonarState::Find(std::wstring_view text) const
+{
+    std::size_t const at = IndexOf(text);
+    return at < m_attributes.size() ? &m_attributes[at].value : nullptr;
+}
+
+Value const* SonarState::Find(Key const& key) const
+{
+    return Find(key.text);
+}
+
+std::int32_t SonarState::IntOf(Key const& key) const
+{
+    auto const* const value = Find(key);
+    auto const* const number = value != nullptr ? std::get_if<std::int32_t>(value) : nullptr;
+    return number != nullptr ? *number : 0;
+}
+
+double SonarState::DoubleOf(Key const& key) const
+{
+    auto const* const value = Find(key);
+    auto const* const number = value != nullptr ? std::get_if<double>(value) : nullptr;
+    return number != nullptr ? *number : 0.0;
+}
+
+OperationMode const& SonarState::Mode() const
+{
+    return model::Modes[static_cast<std::size_t>(IntOf(keys::DeviceEnum))]; // Admit lets no other enumerator in
+}
+
+std::span<double const> SonarState::PulseLengths() const
+{
+    return Mode().pulseLengths[static_cast<std::size_t>(IntOf(keys::x5PulseType))];
+}
+
+bool SonarState::PingsOn() const
+{
+    return IntOf(keys::x5PingOnOffState) != 0;
+}
+
+double SonarState::PingRate() const
+{
+    return DoubleOf(keys::x5MaxPingRate);
+}
+
+std::chrono::nanoseconds SonarState::TravelTime() const
+{
+    std::chrono::duration<double> const seconds(2.0 * DoubleOf(keys::x5Range) / DoubleOf(keys::x5SoundVelocity));
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(seconds);
+}
+
+void SonarState::Touch(std::size_t index)
+{
+    if (std::find(m_touched.begin(), m_touched.end(), index) == m_touched.end())
+        m_touched.push_back(index);
+}
+
+void SonarState::PutText(std::wstring_view text, Key const* key, Value value)
+{
+    std::size_t const at = IndexOf(text);
+    if (at == m_attributes.size()) {
+        if (m_attributes.size() >= MaximumAttributes)
+            return;
+        m_attributes.push_back({std::wstring(text), key, {}});
+    }
+    m_attributes[at].value = std::move(value);
+    Touch(at);
+}
+
+bool SonarState::Admit(Key const& key, Value& value) const
+{
+    if (HoldsNan(value))
+        return false;
+    if (&key == &keys::DeviceEnum)
+        return IsIndex(value, model::Modes.size());
+    if (&key == &keys::x5SampleRateSelection)
+        return IsIndex(value, Mode().sampleRates.size());
+    if (&key == &keys::x5PulseType)
+        return IsIndex(value, Mode().pulseLengths.size());
+    if (&key == &keys::x5BeamModeSelection)
+        return IsIndex(value, model::BeamModes.size());
+    if (&key == &keys::DeviceId || &key == &keys::x5PulseLengthValues)
+        return false;
+    if (&key == &keys::x5Range) {
+        auto const selection = static_cast<std::size_t>(IntOf(keys::x5SampleRateSelection));
+        return Clamp(value, LimitsOf(Mode().sampleRates[selection].ranges));
+    }
+    if (&key == &keys::x5Power) {
+        auto const* const power = std::get_if<double>(&value);
+        return power != nullptr && (*power == 0.0 || Clamp(value, Mode().power));
+    }
+    if (&key == &keys::x5Gain)
+        return Clamp(value, IntOf(keys::x5GainMode) == 2 ? Mode().fixedGain : Mode().gain);
+    if (&key == &keys::x5MaxPingRate)
+        return Clamp(value, Mode().pingRate);
+    if (&key == &keys::x5PulseLength)
+        return Clamp(value, LimitsOf(PulseLengths()));
+    if (&key == &keys::x5SoundVelocity)
+        return Clamp(value, model::SoundVelocity);
+    if (&key == &keys::x5CenterFrequency)
+        return Clamp(value, Mode().frequency);
+    if (&key == &keys::x5Absorption)
+        return Clamp(value, {0.0, Mode().greatestAbsorption});
+    if (&key == &keys::x5SpreadingLoss)
+        return Clamp(value, {0.0, Mode().greatestSpreading});
+    return true;
+}
+
+bool SonarState::Put(Key const& key, Value value)
+{
+    if (!Admit(key, value)) {
+        std::size_t const at = IndexOf(key.text);
+        if (at < m_attributes.size())
+            Touch(at);
+        return false;
+    }
+    PutText(key.text, &key, std::move(value));
+    if (&key == &keys::DeviceEnum || &key == &keys::x5SampleRateSelection || &key == &keys::x5PulseType)
+        ModeChanged();
+    if (&key == &keys::x5BeamSteer) {
+        auto const* const angles = std::get_if<std::pair<double, double>>(Find(keys::x5BeamSteer));
+        if (angles != nullptr) {
+            auto const [vertical, horizontal] = *angles;
+            PutText(keys::x5ProjBeamAngleVer.text, &keys::x5ProjBeamAngleVer, vertical);
+            PutText(keys::x5ProjBeamAngleHor.text, &keys::x5ProjBeamAngleHor, horizontal);
+        }
+    }
+    return true;
+}
+
+void SonarState::ModeChanged()
+{
+    if (static_cast<std::size_t>(IntOf(keys::x5SampleRateSelection)) >= Mode().sampleRates.size())
+        PutText(keys::x5SampleRateSelection.text, &keys::x5SampleRateSelection, std::int32_t{0});
+    PutText(keys::x5PulseLengthValues.text, &keys::x5PulseLengthValues, List(PulseLengths()));
+    for (Key const* const key : {&keys::x5Range, &keys::x5Power, &keys::x5Gain, &keys::x5MaxPingRate,
+                                 &keys::x5PulseLength, &keys::x5CenterFrequency, &keys::x5Absorption,
+                                 &keys::x5SpreadingLoss}) {
+        if (auto const* const value = Find(*key))
+            Put(*key, Value(*value));
+    }
+}
+
+Understood SonarState::Apply(protocol::FrameView const& frame, SteadyTime now)
+{
+    Understood record;
+    record.carrier = Carrier::Data;
+    record.id = frame.header.recordId;
+    record.target = {static_cast<std::int32_t>(frame.header.deviceId),
+                     static_cast<std::int16_t>(frame.header.enumerator)};
+    record.payload = frame.data;
+    if (record.id == protocol::RemoteControlRecordId) {
+        if (auto const command = protocol::ParseRemoteControl(frame)) {
+            record.carrier = Carrier::RemoteControl;
+            record.id = command->commandId;
+            record.payload = command->payload;
+        } else {
+            record.damaged = true;
+        }
+    }
+    if (!record.damaged && record.carrier == Carrier::RemoteControl && record.id == records::PassThroughCommand.Id()) {
+        if (auto const command = protocol::DecodePassThrough(record.payload)) {
+            record.carrier = Carrier::PassThrough;
+            record.id = command->commandId;
+            record.target = command->target;
+            record.payload = command->payload;
+        } else {
+            record.damaged = true;
+        }
+    }
+    if (!record.damaged) {
+        Read(record);
+        Take(record, now);
+    }
+    Count(record);
+    return record;
+}
+
+void SonarState::Read(Understood& record)
+{
+    record.layout = protocol::FindLayout(record.carrier, record.id, record.payload.size());
+    if (record.layout == nullptr && record.carrier == Carrier::PassThrough)
+        record.layout = protocol::FindLayout(Carrier::RemoteControl, record.id, record.payload.size());
+    for (NamedCommand const& command : NamedCommands) {
+        if (record.carrier == Carrier::RemoteControl && command.id == record.id)
+            record.name = command.name;
+    }
+    if (record.layout == nullptr)
+        return;
+    record.name = record.layout->name;
+    auto unpacked = protocol::Unpack(*record.layout, record.payload);
+    record.missingBytes = unpacked.missingBytes;
+    record.values = protocol::KeyValues(unpacked.fields);
+    for (protocol::FieldValue const& field : unpacked.fields) {
+        if (field.field->key == nullptr && field.field->constant == 0 && !protocol::IsEmpty(field.wire))
+            record.fields.emplace_back(field.field->name, field.wire);
+    }
+    if (record.layout->tailKey != nullptr && !protocol::IsEmpty(unpacked.tail))
+        record.values.emplace_back(record.layout->tailKey, std::move(unpacked.tail));
+
+    // What the tables cannot turn back, because it takes the sonar's own settings to do so.
+    if (record.carrier != Carrier::RemoteControl || record.missingBytes != 0)
+        return;
+    if (record.layout->id == records::SampleRate.Id()) {
+        auto const rate = protocol::GetI32LE(record.payload, 0);
+        auto const rates = Mode().sampleRates;
+        for (std::size_t i = 0; i < rates.size(); ++i) {
+            if (rates[i].rate == rate)
+                record.values.emplace_back(&keys::x5SampleRateSelection, static_cast<std::int32_t>(i));
+        }
+    } else if (record.layout->id == records::CustomBeams.Id()) {
+        auto const beams = protocol::GetU16LE(record.payload, 0);
+        if (beams != 0)
+            record.values.emplace_back(&keys::x5CustomBeams, static_cast<double>(beams));
+        record.values.emplace_back(&keys::x5CustomBeamsEnabled, beams != 0);
+    } else if (record.layout->id == records::ConstantSpacing.Id()) {
+        auto const spacing = static_cast<double>(protocol::GetF32LE(record.payload, 0));
+        if (spacing > 0.0)
+            record.values.emplace_back(&keys::x5ConstantSpacing, spacing);
+        record.values.emplace_back(&keys::x5ConstantSpacingEnabled, spacing > 0.0);
+    }
+    // Flags say which of the numbers are meant.
+    if (record.layout->id == records::ManualSoundVelocity.Id()) {
+        if (WireFlag(record, records::NoNewSoundVelocity))
+            EraseValue(record.values, keys::x5SoundVelocity);
+        if (!WireFlag(record, records::NewSoundVelocityFilter))
+            EraseValue(record.values, keys::x5SoundVelocityFilter);
+    } else if (record.layout->id == records::ManualTemperature.Id() && WireFlag(record, records::NoNewTemperature)) {
+        EraseValue(record.values, keys::x5Temperature);
+    }
+}
+
+void SonarState::Take(Understood& record, SteadyTime now)
+{
+    if (record.missingBytes != 0)
+        return;
+    if (record.carrier == Carrier::PassThrough) {
+        auto const unit = std::pair(record.target.deviceId, record.target.enumerator);
+        if (m_units.size() < MaximumKeptUnits || m_units.contains(unit)) {
+            auto& attributes = m_units[unit];
+            for (auto const& [key, value] : record.values)
+                PutInto(attributes, *key, value);
+        }
+        return;
+    }
+    for (auto const& [key, value] : record.values)
+        Put(*key, value);
+    if (record.carrier != Carrier::RemoteControl)
+        return;
+    switch (record.id) {
+    case records::Shutdown.Id():
+        record.effect = Effect::ShutDown;
+        break;
+    case records::Reboot.Id():
+        record.effect = Effect::Reboot;
+        break;
+    case records::PingsOn.Id():
+    case records::PingsOff.Id():
+        Put(keys::x5PingOnOffState, std::int32_t{record.id == records::PingsOn.Id() ? 1 : 0});
+        break;
+    case records::LoadFactoryParameters.Id():
+        LoadFactorySettings();
+        break;
+    case records::RecordRequest.Id():
+        if (auto const requested = protocol::DecodeRecordRequest(record.payload)) {
+            record.effect = Effect::AnswerRecord;
+            record.requestedRecord = *requested;
+        }
+        break;
+    case SinglePingId:
+        record.effect = Effect::Ping;
+        break;
+    case StartRecordingId: {
+        auto const text =
+            record.payload.subspan(std::min<std::size_t>(RecordingNameOffset, record.payload.size()));
+        auto const end = std::find(text.begin(), text.end(), static_cast<unsigned char>(0));
+        StartRecording(protocol::DecodeUtf8(text.first(static_cast<std::size_t>(end - text.begin()))), now);
+        break;
+    }
+    case StopRecordingId:
+        Advance(now);
+        StopRecording();
+        break;
+    default:
+        break;
+    }
+}
+
+void SonarState::Count(Understood const& record)
+{
+    if (record.name.empty())
+        ++m_unknownRecords;
+    auto const id = std::pair(record.carrier, record.id);
+    if (m_records.size() >= MaximumKeptRecords && !m_records.contains(id))
+        return;
+    RecordCount& count = m_records[id];
+    count.name = record.name;
+    ++count.count;
+    auto const kept = record.payload.first(std::min(record.payload.size(), MaximumKeptPayload));
+    count.lastPayload.assign(kept.begin(), kept.end());
+}
+
+void SonarState::StartRecording(std::wstring name, SteadyTime now)
+{
+    // A recording that is under way ends; the new name begins a new file.
+    Advance(now);
+    m_recording = true;
+    m_recordedUntil = now;
+    m_fileBytes = 0.0;
+    if (name.empty())
+        name = NameByClock(m_utc());
+    PutText(keys::x5FileName.text, &keys::x5FileName, std::move(name));
+    PutText(keys::x5DataRecording.text, &keys::x5DataRecording, std::int32_t{1});
+    PutRecorder();
+}
+
+void SonarState::StopRecording()
+{
+    m_recording = false;
+    PutText(keys::x5DataRecording.text, &keys::x5DataRecording, std::int32_t{0});
+    PutRecorder();
+}
+
+void SonarState::PutRecorder()
+{
+    PutText(keys::x5FileSize.text, &keys::x5FileSize, std::floor(m_fileBytes));
+    auto const free = protocol::TruncateToInt32(100.0 * m_diskFreeBytes / model::DiskBytes);
+    PutText(keys::x5DiskFree.text, &keys::x5DiskFree, free);
+}
+
+bool SonarState::Advance(SteadyTime now)
+{
+    if (!m_recording || now <= m_recordedUntil)
+        return HasReport();
+    std::chrono::duration<double> const elapsed = now - m_recordedUntil;
+    m_recordedUntil = now;
+    double const wanted = elapsed.count() * model::RecordingBytesPerSecond;
+    double const written = std::min(wanted, m_diskFreeBytes);
+    m_fileBytes += written;
+    m_diskFreeBytes -= written;
+    if (written < wanted)
+        StopRecording(); // the disk is full
+    else
+        PutRecorder();
+    return HasReport();
+}
+
+void SonarState::Restart(SteadyTime now)
+{
+    Advance(now);
+    if (m_recording)
+        StopRecording();
+    PutText(keys::x5PingOnOffState.text, &keys::x5PingOnOffState, std::int32_t{0});
+}
+
+bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& error)
+{
+    std::size_t const equals = assignment.find('=');
+    if (equals == std::string_view::npos || equals == 0) {
+        error = "set wants KEY=VALUE, for example x5Range=50";
+        return false;
+    }
+    std::string_view name = assignment.substr(0, equals);
+    std::string_view const text = assignment.substr(equals + 1);
+    std::optional<Kind> told;
+    if (std::size_t const colon = name.find(':'); colon != std::string_view::npos) {
+        for (KindName const& row : KindNames) {
+            if (row.name == name.substr(colon + 1))
+                told = row.kind;
+        }
+        if (!told) {
+            error = "'" + std::string(name.substr(colon + 1)) + "' is no kind; take int, uint, bool, double, pair, " +
+                    "string, ints, doubles or offset";
+            return false;
+        }
+        name = name.substr(0, colon);
+    }
+    std::wstring const wide = protocol::DecodeUtf8(name);
+    Key const* const key = KeyOfText(wide);
+    if (key == nullptr && !told) {
+        error = "the key " + std::string(name) + " is not known; tell its kind, as in " + std::string(name) + ":int=1";
+        return false;
+    }
+    Kind const kind = key != nullptr ? key->kind : *told;
+    if (told && *told != kind) {
+        error = std::string(name) + " is of kind " + std::string(NameOf(kind));
+        return false;
+    }
+    Value value;
+    if (!ParseValue(kind, text, value)) {
+        error = std::string(name) + " wants a value of kind " + std::string(NameOf(kind));
+        return false;
+    }
+    if (key == nullptr) {
+        if (m_attributes.size() >= MaximumAttributes) {
+            error = "the sonar holds no more attributes";
+            return false;
+        }
+        PutText(wide, nullptr, std::move(value));
+        return true;
+    }
+    if (key == &keys::x5DataRecording) {
+        Advance(now);
+        if (std::get<std::int32_t>(value) != 0)
+            StartRecording({}, now);
+        else
+            StopRecording();
+        return true;
+    }
+    if (Put(*key, std::move(value)))
+        return true;
+    error = "the sonar does not take this value for " + std::string(name);
+    return false;
+}
+
+std::vector<TreeNode> SonarState::LimitNodes() const
+{
+    std::vector<TreeNode> nodes;
+    for (std::size_t i = 0; i < model::Modes.size(); ++i)
+        nodes.push_back(ModeBranch(model::Modes[i], static_cast<std::int32_t>(i)));
+    for (std::wstring_view const mode : model::BeamModes)
+        nodes.push_back(Leaf(keys::x5BeamModes, std::wstring(mode)));
+    return nodes;
+}
+
+std::vector<TreeNode> SonarState::Introduction() const
+{
+    std::vector<TreeNode> nodes = LimitNodes();
+    for (Attribute const& attribute : m_attributes)
+        nodes.push_back({attribute.text, attribute.value, {}});
+    return nodes;
+}
+
+std::optional<std::vector<TreeNode>> SonarState::Answer(std::uint32_t recordId) const
+{
+    auto const* const row = std::find_if(model::Answers.begin(), model::Answers.end(),
+                                         [&](model::RecordAnswer const& answer) { return answer.recordId == recordId; });
+    if (row == model::Answers.end())
+        return std::nullopt;
+    if (row->everything)
+        return Introduction();
+    std::vector<TreeNode> nodes{Leaf(keys::DeviceId, model::DeviceId)};
+    auto const add = [&](Key const* key) {
+        if (key == nullptr)
+            return;
+        auto const* const value = Find(*key);
+        bool const told = std::any_of(nodes.begin(), nodes.end(), [&](TreeNode const& node) { return node.key == key->text; });
+        if (value != nullptr && !told)
+            nodes.push_back(Leaf(*key, *value));
+    };
+    for (std::uint32_t const command : row->commands) {
+        for (protocol::RecordLayout const& layout : protocol::AllLayouts()) {
+            if (layout.id != command || layout.carrier != Carrier::RemoteControl)
+                continue;
+            for (protocol::Field const& field : layout.fields)
+                add(field.key);
+            add(layout.tailKey);
+        }
+    }
+    for (Key const* const key : row->more)
+        add(key);
+    return nodes;
+}
+
+std::vector<TreeNode> SonarState::TakeReport()
+{
+    std::vector<TreeNode> nodes;
+    nodes.reserve(m_touched.size());
+    for (std::size_t const index : m_touched)
+        nodes.push_back({m_attributes[index].text, m_attributes[index].value, {}});
+    m_touched.clear();
+    return nodes;
+}
+
+std::pair<std::int32_t, double> SonarState::CountPing()
+{
+    m_pings = m_pings == INT32_MAX ? 1 : m_pings + 1;
+    return {m_pings, m_utc()};
+}
+
+std::vector<TreeNode> SonarState::PingReport(std::int32_t number, double utcSeconds) const
+{
+    return {Leaf(keys::x5PingNumber, number), Leaf(keys::x5PingTime, utcSeconds),
+            Leaf(keys::x5Range, DoubleOf(keys::x5Range)),
+            Leaf(keys::x5SoundVelocity, DoubleOf(keys::x5SoundVelocity))};
+}
+
+} // namespace qx5::simulator

@@ -1,0 +1,172 @@
+// The state of the simulated sonar: attributes that commands change, pings, recording, and what a host is told of them.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <protocol/frame.h>
+#include <protocol/house_records.h>
+#include <protocol/record_layout.h>
+#include <protocol/value.h>
+#include <simulator/sonar_model.h>
+
+namespace qx5::simulator {
+
+using SteadyTime = std::chrono::steady_clock::time_point;
+
+/// Seconds since 1970-01-01 UTC.
+using UtcClock = std::function<double()>;
+double SystemUtcSeconds();
+
+/// One attribute that the sonar holds.
+struct Attribute
+{
+    std::wstring text;
+    protocol::Key const* key = nullptr; ///< null for a text that no table knows
+    protocol::Value value;
+};
+
+/// What a record asks for beyond its attributes.
+enum class Effect : std::uint8_t
+{
+    None,
+    AnswerRecord, ///< send `requestedRecord`
+    Ping,         ///< ping once
+    ShutDown,
+    Reboot,
+};
+
+/// One record as the sonar took it. Views point into the frame that it came in.
+struct Understood
+{
+    protocol::Carrier carrier = protocol::Carrier::RemoteControl;
+    std::uint32_t id = 0;
+    std::string_view name;                           ///< empty for an unknown record
+    protocol::RecordLayout const* layout = nullptr;  ///< null for a record without table
+    protocol::Target target;                         ///< of the frame, or of a pass-through command
+    std::span<unsigned char const> payload;
+    std::vector<std::pair<protocol::Key const*, protocol::Value>> values; ///< attributes that it sets, as it gives them
+    std::vector<std::pair<std::string_view, protocol::Value>> fields;     ///< what it carries beside attributes
+    std::size_t missingBytes = 0; ///< of a payload too short; such a record changes nothing
+    bool damaged = false;         ///< a remote-control record or a wrapped command that does not hold together
+    Effect effect = Effect::None;
+    std::uint32_t requestedRecord = 0; ///< of AnswerRecord
+};
+
+/// How often a record came, and how it last looked.
+struct RecordCount
+{
+    std::string_view name;
+    std::uint64_t count = 0;
+    std::vector<unsigned char> lastPayload; ///< at most MaximumKeptPayload bytes of it
+};
+
+inline constexpr std::size_t MaximumKeptPayload = 256;
+inline constexpr std::size_t MaximumKeptRecords = 1024;  ///< different ids; those beyond are only counted together
+inline constexpr std::size_t MaximumKeptUnits = 64;      ///< other units that commands are passed on to
+inline constexpr std::size_t MaximumAttributes = 4096;
+
+/// A sonar that takes records and keeps what they say. Values outside of its limits are brought inside, and what it
+/// cannot do (an operation mode that it does not have, a range that is no number) it does not do: the next report then
+/// tells the host what holds. For one thread at a time; takes no time of its own but what it is given.
+class SonarState
+{
+public:
+    /// `utc` names recordings and stamps pings; the system's clock when empty.
+    explicit SonarState(UtcClock utc = {});
+
+    /// Takes one record. Starting and stopping a recording, pings on and off and factory settings are done here; the
+    /// rest of `effect` is left to the caller.
+    Understood Apply(protocol::FrameView const& frame, SteadyTime now);
+
+    /// Lets a recording grow until now. True when there is something to report.
+    bool Advance(SteadyTime now);
+
+    /// What a restart does: no pings, no recording; settings stay.
+    void Restart(SteadyTime now);
+
+    /// The value of an attribute by its key or its text; null when there is none.
+    protocol::Value const* Find(protocol::Key const& key) const;
+    protocol::Value const* Find(std::wstring_view text) const;
+    std::span<Attribute const> Attributes() const { return m_attributes; }
+
+    /// "KEY=VALUE" or "KEY:KIND=VALUE" (int, uint, bool, double, pair, string, ints, doubles, offset). False, and one
+    /// line in `error`, when the text is none or the sonar does not take the value.
+    bool Set(std::string_view assignment, SteadyTime now, std::string& error);
+
+    /// All that it tells upon connection: limits and values.
+    std::vector<protocol::TreeNode> Introduction() const;
+    /// What that record would bring; nothing for a record that it does not have.
+    std::optional<std::vector<protocol::TreeNode>> Answer(std::uint32_t recordId) const;
+
+    bool HasReport() const { return !m_touched.empty(); }
+    /// The attributes that were commanded or changed since, with their present values.
+    std::vector<protocol::TreeNode> TakeReport();
+
+    /// Counts one more ping and tells its number and time.
+    std::pair<std::int32_t, double> CountPing();
+    std::int32_t Pings() const { return m_pings; }
+    /// What is told when the echoes of a ping are in: number, time, range and sound velocity.
+    std::vector<protocol::TreeNode> PingReport(std::int32_t number, double utcSeconds) const;
+
+    bool PingsOn() const;
+    bool IsRecording() const { return m_recording; }
+    /// Pings per second, 0 for none.
+    double PingRate() const;
+    /// From the transmission to the last echo of the range, both ways.
+    std::chrono::nanoseconds TravelTime() const;
+    double UtcSeconds() const { return m_utc(); }
+
+    std::map<std::pair<protocol::Carrier, std::uint32_t>, RecordCount> const& Records() const { return m_records; }
+    std::uint64_t UnknownRecords() const { return m_unknownRecords; }
+    std::uint64_t UnknownRequests() const { return m_unknownRequests; }
+    void CountUnknownRequest() { ++m_unknownRequests; }
+
+    /// What was passed on to other units, by device id and enumerator.
+    std::map<std::pair<std::int32_t, std::int32_t>, std::vector<Attribute>> const& Units() const { return m_units; }
+
+private:
+    void LoadFactorySettings();
+    void Read(Understood& record);
+    void Take(Understood& record, SteadyTime now);
+    void Count(Understood const& record);
+    /// False when the sonar refuses the value. Reports the attribute in either case.
+    bool Put(protocol::Key const& key, protocol::Value value);
+    void PutText(std::wstring_view text, protocol::Key const* key, protocol::Value value);
+    bool Admit(protocol::Key const& key, protocol::Value& value) const;
+    void ModeChanged();
+    void Touch(std::size_t index);
+    std::size_t IndexOf(std::wstring_view text) const;
+    OperationMode const& Mode() const;
+    std::int32_t IntOf(protocol::Key const& key) const;
+    double DoubleOf(protocol::Key const& key) const;
+    std::span<double const> PulseLengths() const;
+    void StartRecording(std::wstring name, SteadyTime now);
+    void StopRecording();
+    void PutRecorder();
+    std::vector<protocol::TreeNode> LimitNodes() const;
+
+    UtcClock m_utc;
+    std::vector<Attribute> m_attributes;
+    std::vector<std::size_t> m_touched; // places in m_attributes, each once
+    std::map<std::pair<protocol::Carrier, std::uint32_t>, RecordCount> m_records;
+    std::map<std::pair<std::int32_t, std::int32_t>, std::vector<Attribute>> m_units;
+    std::uint64_t m_unknownRecords = 0;
+    std::uint64_t m_unknownRequests = 0;
+    std::int32_t m_pings = 0;
+    bool m_recording = false;
+    SteadyTime m_recordedUntil;
+    double m_fileBytes = 0.0;
+    double m_diskFreeBytes = model::DiskFreeAtStart;
+};
+
+} // namespace qx5::simulator

@@ -1,0 +1,96 @@
+// The acoustic commands at sizes that no scenario file would hold.
+#include "QX5SonarConfigurationControlDevice.h"
+#include "recorded_traffic.h"
+#include "reference_host/host/clock.h"
+#include "reference_host/host/host.h"
+
+#include <VordalAttributesR/CVordalType.h>
+
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class Acoustics : public ::testing::Test
+{
+protected:
+    Acoustics()
+    {
+        m_host.SetClock(&m_clock);
+        m_host.SetTraffic(&traffic);
+        m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+        auto made = std::make_unique<QX5SonarConfigurationControlDevice>();
+        device = made.get();
+        m_host.AddDevice(std::move(made), CDataId(1, 78, 1, 1), L"sonar");
+    }
+
+    vordal::FixedClock m_clock{1700000000.0};
+    RecordedTraffic traffic;
+    vordal::Host m_host;
+    QX5SonarConfigurationControlDevice* device = nullptr;
+};
+
+TEST_F(Acoustics, ARouteOfTenThousandPointsIsOneRecord)
+{
+    constexpr int points = 10000;
+    CAttributeMap request;
+    CAttributeMap* group = request.Add(L"x5LorqGating");
+    for (int p = 0; p < points; ++p) {
+        group->Add(L"x5LorqPipeRoutePoint")->Add(L"x5LorqDetPingNumber", CVordalInt(p), 0);
+    }
+    m_host.DeliverRequest(*device, &request);
+
+    ASSERT_EQ(traffic.lines.size(), 1U);
+    std::string const& line = traffic.lines[0];
+    // The count 10000 and the size of a point, 40, then what is reserved.
+    std::string const head = "remote 1042 1027000028000000" + std::string(80, '0');
+    EXPECT_EQ(line.substr(0, head.size()), head);
+    // The last point: all 0 but the ping number 9999.
+    std::string const end = std::string(72, '0') + "0f270000 to 0,-1";
+    ASSERT_EQ(line.size(),
+              std::string("remote 1042 ").size() + 2U * (48U + 40U * points) + std::string(" to 0,-1").size());
+    EXPECT_EQ(line.substr(line.size() - end.size()), end);
+}
+
+TEST_F(Acoustics, AForwardingListOfTenThousandIdsIsOneRecord)
+{
+    std::vector<int> const ids(10000, 1003);
+    CAttributeMap request;
+    request.Add(L"x5SlavedRecords", CVordalIntList(ids), 0);
+    m_host.DeliverRequest(*device, &request);
+
+    std::string expected = "remote 1504 10270000";
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        expected += "eb030000";
+    }
+    ASSERT_EQ(traffic.lines.size(), 1U);
+    EXPECT_EQ(traffic.lines[0], expected + " to 0,-1");
+}
+
+TEST_F(Acoustics, ASweepFindsAProjectorFarDownTheList)
+{
+    CAttributeMap stored;
+    stored.Add(L"x5CenterFrequency", CVordalDouble(400000.0), 0);
+    stored.Add(L"DeviceEnum", CVordalInt(9999), 0);
+    for (int p = 0; p < 10000; ++p) {
+        stored.Add(L"x5PingSettingsList")->Add(L"x5FMSweep", CVordalDouble(p == 9999 ? 10.0 : 1.0), 0);
+    }
+    m_host.ReplaceAttributes(*device, stored);
+    CAttributeMap request;
+    request.Add(L"x5FMSweepNegative", CVordalBool(false), 0);
+    m_host.DeliverRequest(*device, &request);
+
+    ASSERT_EQ(traffic.lines.size(), 1U);
+    EXPECT_EQ(traffic.lines[0], "remote 1027 00dfc04800c1c548 to 0,-1");
+    CAttributeMap merged;
+    device->GetAttributeMap(merged);
+    EXPECT_EQ(merged.Count(L"x5PingSettingsList"), 10000);
+    bool negative = true;
+    EXPECT_TRUE(merged.Find(L"x5PingSettingsList", 9999).FindValue(L"x5FMSweepNegative").Get(negative));
+    EXPECT_FALSE(negative);
+    EXPECT_FALSE(merged.Find(L"x5PingSettingsList", 0).Has(L"x5FMSweepNegative"));
+}
+
+} // namespace
