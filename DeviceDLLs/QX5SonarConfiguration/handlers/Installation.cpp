@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <array>
+#include <compare>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -25,20 +27,30 @@ static_assert(At<keys::ATTR_CABLELENGTH> == ::ATTR_CABLELENGTH);
 
 namespace {
 
-/// What makes a head the same physical one as another.
+/// What makes a head the same physical one as another. Heads that tell nothing of themselves count as one.
 struct SonarHead
 {
     int rxNumber = 0;
     CString txName;
+
+    friend auto operator<=>(SonarHead const&, SonarHead const&) = default;
 };
 
-/// A bracket as one side tells it; what is not told is empty.
+/// A bracket as the request tells it; what it does not tell is empty.
 struct BracketChange
 {
     std::optional<int> selected;
     std::optional<double> x;
     std::optional<double> y;
     std::optional<double> z;
+
+    void Override(BracketChange const& later)
+    {
+        selected = later.selected ? later.selected : selected;
+        x = later.x ? later.x : x;
+        y = later.y ? later.y : y;
+        z = later.z ? later.z : z;
+    }
 };
 
 /// The bracket that one head is mounted in.
@@ -92,44 +104,35 @@ BracketChange ReadBracket(CAttributeMap const& bracket)
             ReadOptional<double>(bracket, At<keys::x5BracketZ>)};
 }
 
-std::vector<SonarHead> ReadHeads(CAttributeMap const& stored, int count)
+SonarHead ReadHead(CAttributeMap const& stored, int index)
 {
-    std::vector<SonarHead> heads(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        CAttributeMap const& settings = stored.Find(At<keys::x5SonarSettings>, i);
-        SonarHead& head = heads[static_cast<std::size_t>(i)];
-        Read(settings, At<keys::x5RxNumber>, head.rxNumber);
-        Read(settings, At<keys::x5TxName>, head.txName);
-    }
-    return heads;
+    CAttributeMap const& settings = stored.Find(At<keys::x5SonarSettings>, index);
+    SonarHead head;
+    Read(settings, At<keys::x5RxNumber>, head.rxNumber);
+    Read(settings, At<keys::x5TxName>, head.txName);
+    return head;
 }
 
-/// Two brackets may describe one physical head. Heads that tell nothing of themselves count as one.
-bool IsSameSonarHead(std::vector<SonarHead> const& heads, std::size_t i, std::size_t j)
-{
-    return i == j || (heads[i].rxNumber == heads[j].rxNumber && heads[i].txName.Compare(heads[j].txName) == 0);
-}
-
-/// The stored brackets with what the request changes about them, or about another bracket of the same head.
+/// The stored brackets with what the request changes about them. Two brackets may describe one physical head; what the
+/// request says about either then holds for both, and of what it says twice the later.
 std::vector<Bracket> ReadBrackets(CAttributeMap const& request, CAttributeMap const& stored)
 {
     int const count = stored.Count(At<keys::x5Bracket>);
-    std::vector<Bracket> brackets(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        brackets[static_cast<std::size_t>(i)].Apply(ReadBracket(stored.Find(At<keys::x5Bracket>, i)));
-    }
     // Brackets that the stored tree does not have are of no head.
     int const changeCount = std::min(count, request.Count(At<keys::x5Bracket>));
-    if (changeCount == 0) {
-        return brackets;
+    std::map<SonarHead, BracketChange> changes;
+    for (int i = 0; i < changeCount; ++i) {
+        changes[ReadHead(stored, i)].Override(ReadBracket(request.Find(At<keys::x5Bracket>, i)));
     }
-    std::vector<SonarHead> const heads = ReadHeads(stored, count);
-    for (int j = 0; j < changeCount; ++j) {
-        BracketChange const change = ReadBracket(request.Find(At<keys::x5Bracket>, j));
-        for (std::size_t i = 0; i < brackets.size(); ++i) {
-            if (IsSameSonarHead(heads, i, static_cast<std::size_t>(j))) {
-                brackets[i].Apply(change);
-            }
+    std::vector<Bracket> brackets(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        Bracket& bracket = brackets[static_cast<std::size_t>(i)];
+        bracket.Apply(ReadBracket(stored.Find(At<keys::x5Bracket>, i)));
+        if (changes.empty()) {
+            continue;
+        }
+        if (auto const change = changes.find(ReadHead(stored, i)); change != changes.end()) {
+            bracket.Apply(change->second);
         }
     }
     return brackets;

@@ -11,17 +11,17 @@ namespace installation {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
-/// Inside of a branch of the request; it triggers nothing by itself.
-inline constexpr OperandOptions withinBranch{.triggers = false, .optional = true};
+/// Inside of a bracket of the request or, failing that, of the stored one; it triggers nothing by itself.
+inline constexpr OperandOptions withinBracket{.source = Source::Branch, .triggers = false};
 /// Read from the stored tree, never requested or echoed here.
 inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None, .optional = true};
 
 inline constexpr Operand identifiersKeys[]{
     keys::x5Bracket,
-    {keys::x5BracketSelected, withinBranch},
-    {keys::x5BracketX, withinBranch},
-    {keys::x5BracketY, withinBranch},
-    {keys::x5BracketZ, withinBranch},
+    {keys::x5BracketSelected, withinBracket},
+    {keys::x5BracketX, withinBracket},
+    {keys::x5BracketY, withinBracket},
+    {keys::x5BracketZ, withinBracket},
     {keys::ATTR_DEVICEOFFSET, {.optional = true}},
     {keys::ATTR_ROLLCOR, {.optional = true}},
     {keys::ATTR_PITCHCOR, {.optional = true}},
@@ -50,7 +50,7 @@ inline constexpr Operand identifiersKeys[]{
     {keys::x5MBesXYZOffsetYaw, storedOnly},
 };
 inline constexpr Sending identifiersSends[]{
-    {records::SonarInstallationIdentifiers, OwnSonar, "once for each stored bracket"}};
+    {records::SonarInstallationIdentifiers, OwnSonar, "a bracket is stored, once for each"}};
 
 inline constexpr Operand startupKeys[]{keys::x5StartupNormalization, keys::x5RestorePingrate, keys::x5RestorePower,
                                        keys::x5SVInterlock,          keys::x5IgnorePpsErrors, keys::x5RestoreRecording,

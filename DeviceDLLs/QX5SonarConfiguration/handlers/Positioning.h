@@ -48,7 +48,7 @@ inline constexpr Operand serialPortKeys[]{
     {keys::OstDgnssInsCorrectionsSerialPortBaudrate, optional}, {keys::OstDgnssInsCorrectionsSerialPort485, optional},
 };
 inline constexpr Sending serialPortSends[]{
-    {records::PositioningSerialPort, PositioningUnit, "once for each port that the request holds a key of"}};
+    {records::PositioningSerialPort, PositioningUnit, "the request holds a key of the port, once for each"}};
 
 inline constexpr Operand correctionsKeys[]{{keys::OstDgnssInsCorrectionsInputFormat, {.echo = Echo::None}}};
 inline constexpr Sending correctionsSends[]{{records::PositioningCorrections, PositioningUnit}};
