@@ -41,7 +41,7 @@ int main(int argc, char** argv)
     SimOptions sim;
     CLI::App* simCommand =
         app.add_subcommand("sim", "Run a simulated sonar; standard input takes its commands (`help` lists them)");
-    simCommand->add_option("--port", sim.port, "TCP port; 0 takes a free one")->capture_default_str();
+    simCommand->add_option("--port", sim.port, "TCP port; 0 takes a free one")->capture_default_str()->check(CLI::Range(0, 65535));
     simCommand->add_option("--address", sim.address, "Address to listen on")->capture_default_str();
     simCommand->add_flag("--verbose", sim.verbose, "Print every record field by field");
     simCommand->add_flag("--state", sim.state, "Print the state when the simulator ends");
@@ -95,6 +95,10 @@ int main(int argc, char** argv)
     docsCommand->add_option("folder", docs.folder, "Where the documents lie")->capture_default_str();
     docsCommand->callback([&] { code = Docs(docs); });
 
+    auto const commands = app.get_subcommands([&](CLI::App const* command) { return command->check_name(argc > 1 ? argv[1] : ""); });
+    if (argc > 1 && argv[1][0] != '-' && commands.empty()) {
+        return Complain(ExitWrong, fmt::format("there is no command '{}'; `qx5 --help` lists them", argv[1]));
+    }
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {

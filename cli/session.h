@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include <VordalSubscriberR/Subscription.h>
+
 namespace qx5::cli {
 
 /// Splits "HOST:PORT" (also "[::1]:7000"); false and one line in `error` when it is none.
@@ -50,12 +52,14 @@ public:
 
     /// False, and one line in `error`, when the plug-in or its device class cannot be had.
     bool LoadPlugin(std::string const& path, std::string& error);
-    /// Puts the tree in place, begins to connect, and returns.
-    void Connect(std::string const& host, std::uint16_t port, CAttributeMap const& stored);
+    /// Begins to connect and returns.
+    void Connect(std::string const& host, std::uint16_t port);
     /// Waits until the connection stands; false, and why, when it does not within the limit.
     bool WaitForConnection(std::chrono::milliseconds limit, std::string& error);
-    /// Waits until the sonar has told of itself, or the limit is over.
+    /// Waits until the sonar has told who it is and the device's tree has it, or the limit is over.
     void WaitForIntroduction(std::chrono::milliseconds limit);
+    /// Merges the tree into the device's, as if the sonar had reported it.
+    void Store(CAttributeMap const& tree);
     /// Waits until all that was sent has been taken by the system; false when it was not within the limit.
     bool WaitUntilSent(std::chrono::milliseconds limit);
 
@@ -71,6 +75,7 @@ private:
 
     void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
+    void OnDeviceIdChange();
     void Tell(SessionEvent const& event);
 
     Listener m_listener;
@@ -88,6 +93,7 @@ private:
     std::unique_ptr<vordal::PlugIn> m_plugin;
     std::unique_ptr<vordal::X5Port> m_port;
     Device* m_device = nullptr;
+    Subscription m_introduction;
 };
 
 } // namespace qx5::cli

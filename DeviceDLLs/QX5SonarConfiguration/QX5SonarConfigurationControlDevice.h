@@ -160,6 +160,8 @@ private:
 
     // Motion and heading sensors.
     void RequestMotionSensorConfiguration(CAttributeMap* request);
+    /// Not in the chain: no request reaches it.
+    void RequestHeadingSensorConfiguration(CAttributeMap* request);
 
     // Sensors on the sonar's serial inputs, remote I/O, mounting and deck mode.
     void RequestPortSensorConfiguration(CAttributeMap* request);

@@ -327,6 +327,8 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
             echoed += (echoed.empty() ? "" : ", ") + Text(*operand.key);
             if (operand.options.echo == Echo::AsSent) {
                 echoed += " (as sent)";
+            } else if (operand.options.echo == Echo::WhenTrue) {
+                echoed += " (when true)";
             }
         };
         if (command.echoes.empty()) {

@@ -23,6 +23,10 @@ struct ControlDeviceAccess {
         return device.Send76xxRecord(recordId, value);
     }
     static unsigned BaudRate(int code) { return QX5SonarConfigurationControlDevice::ConvertDGNSSEnumToBaudRate(code); }
+    static void ConfigureHeadingSensor(QX5SonarConfigurationControlDevice& device, CAttributeMap& request)
+    {
+        device.RequestHeadingSensorConfiguration(&request);
+    }
 };
 
 namespace {
@@ -142,6 +146,87 @@ TEST_F(ControlDevice, NumbersBeyondAFloatBecomeInfinite)
     Request(One(L"x5Range", CVordalDouble(-std::numeric_limits<double>::quiet_NaN())));
     EXPECT_EQ(traffic.lines, Lines({"remote 1003 0000807f to 0,-1", "remote 1003 000080ff to 0,-1",
                                     "remote 1003 0000c07f to 0,-1"}));
+}
+
+/// The settings of the heading sensor, each a number of its own.
+CAttributeMap HeadingSensor()
+{
+    CAttributeMap tree;
+    tree.Add(L"x5HeadingSensorFormat", CVordalInt(1), 0);
+    tree.Add(L"x5HeadingSensorBaudrate", CVordalInt(2), 0);
+    tree.Add(L"x5HeadingSensorParity", CVordalInt(3), 0);
+    tree.Add(L"x5HeadingSensorDataBits", CVordalInt(4), 0);
+    tree.Add(L"x5HeadingSensorStopBits", CVordalInt(5), 0);
+    return tree;
+}
+
+int IntOf(CAttributeMap const& tree, wchar_t const* key)
+{
+    int value = -1;
+    EXPECT_TRUE(tree.FindValue(key, 0).Get(value));
+    return value;
+}
+
+TEST_F(ControlDevice, TheHeadingSensorIsCompletedFromTheStoredTree)
+{
+    Store(HeadingSensor());
+    // 300 goes out as its low byte and is echoed whole.
+    CAttributeMap request = One(L"x5HeadingSensorBaudrate", CVordalInt(300));
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, request);
+    EXPECT_EQ(traffic.lines, Lines({"remote 1057 012c030405000000 to 0,-1"}));
+    EXPECT_EQ(IntOf(Stored(), L"x5HeadingSensorBaudrate"), 300);
+    EXPECT_EQ(IntOf(Stored(), L"x5HeadingSensorStopBits"), 5);
+    EXPECT_EQ(Stored().Count(), 5);
+}
+
+TEST_F(ControlDevice, TheHeadingSensorIsEchoedInTheOrderOfItsKeys)
+{
+    CAttributeMap request;
+    request.Add(L"x5HeadingSensorStopBits", CVordalInt(5), 0);
+    request.Add(L"x5HeadingSensorDataBits", CVordalInt(-1), 0);
+    request.Add(L"x5HeadingSensorParity", CVordalInt(3), 0);
+    request.Add(L"x5HeadingSensorBaudrate", CVordalInt(2), 0);
+    request.Add(L"x5HeadingSensorFormat", CVordalInt(257), 0);
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, request);
+    EXPECT_EQ(traffic.lines, Lines({"remote 1057 010203ff05000000 to 0,-1"}));
+    CAttributeMap const stored = Stored();
+    wchar_t const* const inOrder[]{L"x5HeadingSensorFormat", L"x5HeadingSensorBaudrate", L"x5HeadingSensorParity",
+                                   L"x5HeadingSensorDataBits", L"x5HeadingSensorStopBits"};
+    ASSERT_EQ(stored.Count(), 5);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_TRUE(stored.GetChild(i).GetKey() == inOrder[i]) << i;
+    }
+    EXPECT_EQ(IntOf(stored, L"x5HeadingSensorFormat"), 257);
+    EXPECT_EQ(IntOf(stored, L"x5HeadingSensorDataBits"), -1);
+}
+
+TEST_F(ControlDevice, AKeyOfAnotherKindTriggersTheHeadingSensor)
+{
+    Store(HeadingSensor());
+    CAttributeMap request = One(L"x5HeadingSensorFormat", CVordalDouble(9.0));
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, request);
+    EXPECT_EQ(traffic.lines, Lines({"remote 1057 0102030405000000 to 0,-1"}));
+}
+
+TEST_F(ControlDevice, AHeadingSensorWithASettingMissingIsDropped)
+{
+    CAttributeMap stored = HeadingSensor();
+    stored.Remove(L"x5HeadingSensorStopBits");
+    Store(stored);
+    CAttributeMap request = One(L"x5HeadingSensorFormat", CVordalInt(9));
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, request);
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(IntOf(Stored(), L"x5HeadingSensorFormat"), 1);
+    CAttributeMap unrelated = One(L"x5MotionSensorFormat", CVordalInt(9));
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, unrelated);
+    EXPECT_EQ(traffic.lines, Lines());
+}
+
+TEST_F(ControlDevice, NoRequestReachesTheHeadingSensor)
+{
+    Request(HeadingSensor());
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(Stored().Count(), 0);
 }
 
 TEST_F(ControlDevice, AWideAndADeepRequestAreTakenInTheirStride)

@@ -17,6 +17,8 @@ using protocol::OwnSonar;
 using protocol::Target;
 inline constexpr Target Processor = protocol::SonarProcessor;
 inline constexpr Target PositioningUnit{9100, 0}; ///< the satellite positioning and inertial unit
+/// The device's own sonar, under enumerator 0 in place of the configured one.
+inline constexpr Target OwnSonarZero{0, 0};
 
 /// The key as the attribute tree takes it, its hash made at compile time.
 template <protocol::Key const& K>
@@ -46,6 +48,7 @@ enum class Source : std::uint8_t {
 enum class Echo : std::uint8_t {
     AsRead, ///< the value as it was read
     AsSent, ///< the value as it stands in the record, widened or cut
+    WhenTrue, ///< as read, if that is true
     None,
 };
 

@@ -183,6 +183,38 @@ void PackOperands(Command const& command, CommandValues const& values, protocol:
     }
 }
 
+void TellOperands(Command const& command, CommandValues const& values, protocol::RecordLayout const& record,
+                  protocol::Payload const& payload, EchoMap& echo)
+{
+    auto const tell = [&](Operand const& operand) {
+        protocol::Value const& value = values[OperandOf(command, *operand.key)];
+        switch (operand.options.echo) {
+        case Echo::AsRead:
+            echo.TellValue(operand.attribute, value);
+            break;
+        case Echo::AsSent:
+            echo.TellValue(operand.attribute, SentValue(record, *operand.key, payload.Bytes()));
+            break;
+        case Echo::WhenTrue:
+            if (bool const* const flag = std::get_if<bool>(&value); flag != nullptr && *flag) {
+                echo.TellValue(operand.attribute, value);
+            }
+            break;
+        case Echo::None:
+            break;
+        }
+    };
+    if (command.echoes.empty()) {
+        for (Operand const& operand : command.operands) {
+            tell(operand);
+        }
+    } else {
+        for (Operand const* operand : command.echoes) {
+            tell(*operand);
+        }
+    }
+}
+
 void EchoMap::TellValue(AttributeKey const& key, protocol::Value const& value)
 {
     struct Teller {
@@ -241,8 +273,6 @@ bool ControlDevice::Run(CAttributeMap const& request, qx5::Command const& comman
 
 bool ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& command)
 {
-    using qx5::Echo;
-
     qx5::CommandValues values;
     if (command.form != qx5::Form::Presence && !ReadOperands(request, Stored(), command, values)) {
         return false;
@@ -262,23 +292,7 @@ bool ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& c
 
         if (command.echoFlags != qx5::NoEcho) {
             qx5::EchoMap echo;
-            auto const tell = [&](qx5::Operand const& operand) {
-                if (operand.options.echo == Echo::AsRead) {
-                    echo.TellValue(operand.attribute, values[qx5::OperandOf(command, *operand.key)]);
-                } else if (operand.options.echo == Echo::AsSent) {
-                    echo.TellValue(operand.attribute,
-                                   qx5::SentValue(sending.record, *operand.key, payload.Bytes()));
-                }
-            };
-            if (command.echoes.empty()) {
-                for (qx5::Operand const& operand : command.operands) {
-                    tell(operand);
-                }
-            } else {
-                for (qx5::Operand const* operand : command.echoes) {
-                    tell(*operand);
-                }
-            }
+            qx5::TellOperands(command, values, sending.record, payload, echo);
             Report(echo.Tree(), command.echoFlags);
         }
     }

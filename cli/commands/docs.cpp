@@ -1,0 +1,187 @@
+// `qx5 docs`: the tables of the manual, written from the tables of the handlers and from real sends.
+#include "cli/commands.h"
+
+#include "cli/session.h"
+#include "handlers/command_catalogue.h"
+
+#include <protocol/print.h>
+#include <protocol/utf8.h>
+#include <simulator/sonar_console.h>
+#include <simulator/sonar_server.h>
+
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A plausible value of the key, for a request that shows its record.
+std::unique_ptr<CVordalType> SampleValue(protocol::Key const& key)
+{
+    using protocol::Kind;
+    switch (key.kind) {
+    case Kind::Int:
+        return std::make_unique<CVordalInt>(1);
+    case Kind::UInt:
+        return std::make_unique<CVordalUInt>(1U);
+    case Kind::Bool:
+    case Kind::Any:
+        return std::make_unique<CVordalBool>(true);
+    case Kind::Double:
+        return std::make_unique<CVordalDouble>(12.5);
+    case Kind::Pair:
+        return std::make_unique<CVordalDouble2D>(10.0, -10.0);
+    case Kind::String:
+        // Some texts are read as numbers, some as names; this is both.
+        return std::make_unique<CVordalText>(CString(L"16"));
+    case Kind::IntList:
+        return std::make_unique<CVordalIntList>(std::vector<int>{7000, 7002});
+    case Kind::DoubleList:
+        return std::make_unique<CVordalDoubleList>(std::vector<double>{0.5, 1.0});
+    case Kind::Offset:
+        return std::make_unique<CVordalOffset>(CCompOffset(1.0, 2.0, 3.0));
+    case Kind::Branch:
+        break;
+    }
+    return std::make_unique<CVordalType>();
+}
+
+/// What one handler's sends brought to the far end.
+struct Arrivals {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::vector<unsigned char>> frames;
+};
+
+bool Write(std::filesystem::path const& file, std::string const& text, std::string& error)
+{
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out << text;
+    out.close();
+    if (!out) {
+        error = fmt::format("{} cannot be written", file.string());
+    }
+    return static_cast<bool>(out);
+}
+
+std::string Utf8(protocol::Key const& key)
+{
+    return protocol::EncodeUtf8(key.text);
+}
+
+/// The lines of a record's text that tell its command and fields, without the frame, whose time would change the
+/// document at every run.
+std::string CommandLines(protocol::FrameView const& frame)
+{
+    std::string const text = protocol::PrintFrame(frame);
+    bool const wrapped = frame.header.recordId == protocol::RemoteControlRecordId;
+    return wrapped ? text.substr(text.find('\n') + 1) : text;
+}
+
+} // namespace
+
+int Docs(DocsOptions const& options)
+{
+    std::filesystem::path const folder = options.folder;
+    std::error_code problem;
+    std::filesystem::create_directories(folder, problem);
+    std::string error;
+
+    Arrivals arrivals;
+    std::string text =
+        "# One request of each handler and what arrives at the sonar\n\n"
+        "Written by `./dev docs`: each request below was sent by the plug-in over a TCP connection to the simulated\n"
+        "sonar, and the records are what the far end received, decoded.\n\n";
+    for (ChainEntry const& entry : Chain()) {
+        Command const& command = *entry.command;
+        if (command.form == Form::Awaited) {
+            continue;
+        }
+        simulator::ServerOptions server;
+        simulator::SonarServer sonar(server, [&](simulator::SonarEvent const& event) {
+            if (event.kind == simulator::EventKind::Record) {
+                std::lock_guard const lock(arrivals.mutex);
+                arrivals.frames.emplace_back(event.frame->bytes.begin(), event.frame->bytes.end());
+                arrivals.changed.notify_all();
+            }
+        });
+        if (auto const failed = sonar.Start()) {
+            return Complain(ExitFailed, failed->text);
+        }
+        std::size_t sent = 0;
+        std::mutex sentMutex;
+        {
+            Session session([&](SessionEvent const& event) {
+                std::lock_guard const lock(sentMutex);
+                sent += event.kind == SessionEvent::Kind::Sent ? 1U : 0U;
+            });
+            if (!session.LoadPlugin(PluginPath(options.plugin), error)) {
+                return Complain(ExitFailed, error);
+            }
+            // Of a command that completes, one key is asked for and the device's tree holds the others.
+            bool const completes = command.form == Form::Strict || command.form == Form::Lax;
+            CAttributeMap request;
+            CAttributeMap stored;
+            std::string asked;
+            std::set<protocol::Key const*> told;
+            for (Operand const& operand : command.operands) {
+                if (!told.insert(operand.key).second) {
+                    continue;
+                }
+                bool const ask = IsRequestable(operand) && (!completes || (asked.empty() && operand.options.triggers));
+                CAttributeMap* tree = ask ? &request : &stored;
+                if (operand.options.source == Source::Branch) {
+                    tree = &tree->FindCreate(command.operands.front().attribute, 0);
+                }
+                tree->Add(operand.attribute, *SampleValue(*operand.key), 0);
+                if (ask) {
+                    asked += (asked.empty() ? "" : " ") + Utf8(*operand.key);
+                }
+            }
+            session.Connect("127.0.0.1", sonar.Port());
+            if (!session.WaitForConnection(5s, error)) {
+                return Complain(ExitFailed, error);
+            }
+            session.WaitForIntroduction(1s);
+            session.Store(stored);
+            session.Request(request);
+            session.WaitUntilSent(5s);
+            std::unique_lock lock(arrivals.mutex);
+            std::size_t expected = 0;
+            {
+                std::lock_guard const sentLock(sentMutex);
+                expected = sent;
+            }
+            if (!arrivals.changed.wait_for(lock, 5s, [&] { return arrivals.frames.size() >= expected; })) {
+                return Complain(ExitFailed, fmt::format("{}: not all records arrived", entry.handler));
+            }
+            text += fmt::format("## {}. {}\n\nAsked for: `{}`\n\n", entry.row, entry.handler, asked);
+            if (arrivals.frames.empty()) {
+                text += "Nothing is sent.\n\n";
+            } else {
+                text += "```\n";
+                for (auto const& bytes : arrivals.frames) {
+                    if (auto const frame = protocol::ParseFrame(bytes)) {
+                        text += CommandLines(*frame);
+                    }
+                }
+                text += "```\n\n";
+            }
+            arrivals.frames.clear();
+        }
+        sonar.Stop();
+    }
+    if (!Write(folder / "sends.md", text, error)) {
+        return Complain(ExitFailed, error);
+    }
+    fmt::print("{} written\n", (folder / "sends.md").string());
+    return ExitGood;
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,265 @@
+// `qx5 run`: a simulated sonar, a host with the plug-in, and a session that shows what passes between them.
+#include "cli/commands.h"
+
+#include "cli/event_text.h"
+#include "cli/key_values.h"
+#include "cli/platform/terminal.h"
+#include "cli/session.h"
+#include "reference_host/attributes/tree_merge.h"
+#include "reference_host/link/tree_transfer.h"
+
+#include <protocol/frame.h>
+#include <protocol/house_records.h>
+#include <simulator/sonar_console.h>
+#include <simulator/sonar_server.h>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// One step of the guided session.
+struct GuidedStep {
+    std::string_view title;
+    std::string_view keyValues;
+};
+
+constexpr GuidedStep guidedSteps[]{
+    {"The operator sets the range to 50 m.", "x5Range=50"},
+    {"The transmitted beam is steered: two angles, in degrees here and in radians on the wire.", "x5BeamSteer=10,-10"},
+    {"The swath is narrowed. Its steering is not in the request, it is completed from the device's tree.",
+     "x5CoverageAngle=120"},
+    {"One request may carry several keys; they take effect in the order of the chain.",
+     "x5PingOnOffState=1 x5Power=210 x5SoundVelocity=1490 x5SoundVelocityOverride=true"},
+    {"A value of another kind is not understood: nothing is sent, nothing echoed.", "x5Range:int=50"},
+};
+
+/// What happens around one request, collected from all threads and shown in a readable order.
+class Transcript {
+public:
+    void OnSession(SessionEvent const& event)
+    {
+        std::lock_guard const lock(m_mutex);
+        if (event.kind == SessionEvent::Kind::Received) {
+            auto const frame = protocol::ParseFrame(event.frame);
+            std::string problem;
+            if (frame && frame->header.recordId == protocol::records::AttributeTree.Id()) {
+                if (auto const nodes = protocol::DecodeTree(frame->data, problem)) {
+                    m_answers.push_back(vordal::ToAttributeMap(*nodes));
+                }
+            }
+        } else {
+            m_sent += event.kind == SessionEvent::Kind::Sent ? 1 : 0;
+            m_events.push_back(event);
+        }
+        m_changed.notify_all();
+    }
+
+    void OnSonar(simulator::SonarEvent const& event)
+    {
+        if (event.kind != simulator::EventKind::Record) {
+            return;
+        }
+        std::lock_guard const lock(m_mutex);
+        m_understood.push_back(simulator::EventLine(event, {}));
+        m_changed.notify_all();
+    }
+
+    /// Waits until the sonar has taken what was sent and has answered, or is not going to.
+    void WaitForSonar(bool simulated)
+    {
+        std::unique_lock lock(m_mutex);
+        if (m_sent == 0) {
+            return;
+        }
+        m_changed.wait_for(lock, 2s, [&] {
+            return !m_answers.empty() && (!simulated || m_understood.size() >= m_sent);
+        });
+    }
+
+    /// What was collected, as text; forgets it.
+    std::string Take()
+    {
+        std::lock_guard const lock(m_mutex);
+        std::string text;
+        for (SessionEvent const& event : m_events) {
+            text += EventText(event, "  ", false);
+        }
+        for (std::string const& line : m_understood) {
+            text += fmt::format("  the sonar understood\n{}", Indented(line, "    "));
+        }
+        for (CAttributeMap const& answer : m_answers) {
+            // What a sonar reports as a whole may be long; the host's tree has it all.
+            std::string const tree = vordal::TreeText(answer);
+            auto const lines = std::count(tree.begin(), tree.end(), '\n');
+            text += lines > greatestAnswer ? fmt::format("  the sonar answered with {} lines of settings\n", lines)
+                                           : "  the sonar answered\n" + Indented(tree, "    ");
+        }
+        if (text.empty()) {
+            text = "  nothing was sent and nothing echoed\n";
+        }
+        m_events.clear();
+        m_understood.clear();
+        m_answers.clear();
+        m_sent = 0;
+        return text;
+    }
+
+private:
+    static constexpr std::ptrdiff_t greatestAnswer = 12;
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<SessionEvent> m_events;
+    std::vector<std::string> m_understood;
+    std::vector<CAttributeMap> m_answers;
+    std::size_t m_sent = 0;
+};
+
+constexpr std::string_view help = "key=value ...          one request with these keys (key:kind=value forces a kind)\n"
+                                  "tree                   the device's tree as it stands\n"
+                                  "keys [FILTER]          the request keys\n"
+                                  "explain KEY            what becomes of a key\n"
+                                  "sonar COMMAND          a command for the simulated sonar; `sonar help` lists them\n"
+                                  "quit                   end (so does the end of the input)\n";
+
+class Runner {
+public:
+    Runner(Session& session, Transcript& transcript, simulator::SonarServer* sonar)
+        : m_session(session), m_transcript(transcript), m_sonar(sonar)
+    {
+    }
+
+    /// False, after a line on what is wrong, when the text is no request.
+    bool Request(std::string_view keyValues)
+    {
+        CAttributeMap request;
+        std::istringstream words{std::string(keyValues)};
+        std::string error;
+        for (std::string word; words >> word;) {
+            if (!AddKeyValue(request, word, error)) {
+                fmt::print("{}\n", error);
+                return false;
+            }
+        }
+        m_transcript.Take(); // pings and ticks since the last request are not of this one
+        if (!m_session.Request(request)) {
+            fmt::print("  the request was broken off\n");
+        }
+        m_transcript.WaitForSonar(m_sonar != nullptr);
+        fmt::print("{}", m_transcript.Take());
+        return true;
+    }
+
+    /// False at the end.
+    bool Line(std::string const& line)
+    {
+        std::istringstream words(line);
+        std::string word;
+        if (!(words >> word) || word.front() == '#') {
+            return true;
+        }
+        std::string rest;
+        std::getline(words >> std::ws, rest);
+        if (word == "quit" || word == "exit") {
+            return false;
+        }
+        if (word == "help") {
+            fmt::print("{}", help);
+        } else if (word == "tree") {
+            fmt::print("{}", vordal::TreeText(m_session.Attributes()));
+        } else if (word == "keys") {
+            Keys({rest, false});
+        } else if (word == "explain") {
+            Explain({rest});
+        } else if (word == "sonar") {
+            std::string answer = "the sonar is not a simulated one of this session";
+            if (m_sonar != nullptr) {
+                m_sonar->Command(rest, answer);
+            }
+            fmt::print("{}\n", answer);
+        } else {
+            Request(line);
+        }
+        return true;
+    }
+
+private:
+    Session& m_session;
+    Transcript& m_transcript;
+    simulator::SonarServer* m_sonar;
+};
+
+} // namespace
+
+int Run(RunOptions const& options)
+{
+    Transcript transcript;
+    std::unique_ptr<simulator::SonarServer> sonar;
+    std::string host = "127.0.0.1";
+    std::uint16_t port = 0;
+    std::string error;
+    if (!options.sonar.empty()) {
+        if (!ParseEndpoint(options.sonar, host, port, error)) {
+            return Complain(ExitWrong, "--sonar: " + error);
+        }
+    } else {
+        simulator::ServerOptions server;
+        sonar = std::make_unique<simulator::SonarServer>(
+            server, [&](simulator::SonarEvent const& event) { transcript.OnSonar(event); });
+        if (auto const problem = sonar->Start()) {
+            return Complain(ExitFailed, problem->text);
+        }
+        port = sonar->Port();
+        fmt::print("A simulated sonar listens on 127.0.0.1:{}.\n", port);
+    }
+
+    Session session([&](SessionEvent const& event) { transcript.OnSession(event); });
+    std::string const plugin = PluginPath(options.plugin);
+    if (!session.LoadPlugin(plugin, error)) {
+        return Complain(ExitFailed, error);
+    }
+    fmt::print("The host has loaded the plug-in.\n");
+    session.Connect(host, port);
+    if (!session.WaitForConnection(5s, error)) {
+        return Complain(ExitFailed, fmt::format("no connection to the sonar: {}", error));
+    }
+    session.WaitForIntroduction(1s);
+    std::string const tree = vordal::TreeText(session.Attributes());
+    fmt::print("The host is connected; the sonar has told of itself, {} lines of attributes.\n\n",
+               std::count(tree.begin(), tree.end(), '\n'));
+
+    Runner runner(session, transcript, sonar.get());
+    for (GuidedStep const& step : guidedSteps) {
+        fmt::print("{}\n> {}\n", step.title, step.keyValues);
+        runner.Request(step.keyValues);
+        fmt::print("\n");
+        std::fflush(stdout);
+    }
+    if (options.once) {
+        return ExitGood;
+    }
+
+    bool const prompt = IsTerminal(Stream::Input) && IsTerminal(Stream::Output);
+    fmt::print("Now it is your turn: key=value, or `help`.\n");
+    for (std::string line;;) {
+        if (prompt) {
+            fmt::print("qx5> ");
+        }
+        std::fflush(stdout);
+        if (!std::getline(std::cin, line) || !runner.Line(line)) {
+            break;
+        }
+    }
+    return ExitGood;
+}
+
+} // namespace qx5::cli
