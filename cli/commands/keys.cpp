@@ -289,6 +289,9 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
     if (!command.note.empty()) {
         fmt::print("  note    {}\n", command.note);
     }
+    if (command.longTexts == LongTexts::Refused) {
+        fmt::print("  note    A text that does not fit its field drops the request.\n");
+    }
     for (Sending const& sending : command.sends) {
         std::string_view const carrier =
             sending.record.carrier == protocol::Carrier::Data          ? "data record"
