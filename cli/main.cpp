@@ -36,6 +36,7 @@ int main(int argc, char** argv)
     runCommand->add_flag("--once", run.once, "End after the guided session");
     runCommand->add_option("--sonar", run.sonar, "HOST:PORT of a sonar that runs already, in place of a simulated one");
     runCommand->add_option("--plugin", run.plugin, "The plug-in module (default: the one beside this program)");
+    runCommand->add_option("--project", run.project, "Project file that keeps the sonar's attributes; made when missing");
     runCommand->callback([&] { code = Run(run); });
 
     SimOptions sim;

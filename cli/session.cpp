@@ -5,13 +5,14 @@
 
 #include <vordalhostdllR/DataManager.h>
 
-#include <protocol/frame.h>
-#include <protocol/house_records.h>
+#include <VordalSubscriberR/Subscriber.h>
+#include <protocol/records/shared_keys.h>
 
 #include "reference_host/attributes/host_keys.h"
 
 #include <charconv>
 #include <filesystem>
+#include <thread>
 
 #include <fmt/format.h>
 
@@ -89,7 +90,10 @@ Session::~Session()
     if (m_port != nullptr) {
         m_port->Close();
     }
-    m_host.RunAndWait([this] { m_host.RemoveAllDevices(); });
+    m_host.RunAndWait([this] {
+        m_introduction.Unsubscribe();
+        m_host.RemoveAllDevices();
+    });
     m_host.Stop();
     m_port.reset();
     m_plugin.reset();
@@ -110,12 +114,53 @@ bool Session::LoadPlugin(std::string const& path, std::string& error)
             return;
         }
         m_device = m_host.AddDevice(std::move(device), SonarId(), L"sonar");
-        loaded = m_device != nullptr;
+        m_introduction.SetSubscriber(new MemFunNoInfoSubscriber<Session>(this, &Session::OnDeviceIdChange), true);
+        m_introduction.SetMap(m_device->GetAttributeSubscriptionMap());
+        m_introduction.Subscribe(CString(protocol::keys::DeviceId.text));
+        loaded = true;
     });
     return loaded;
 }
 
-void Session::Connect(std::string const& host, std::uint16_t port, CAttributeMap const& stored)
+bool Session::OpenProject(std::string const& file, std::string& error)
+{
+    try {
+        m_project = std::make_unique<vordal::ProjectStore>(file);
+        for (vordal::StoredDevice const& stored : m_project->Load().devices) {
+            if (stored.dataId == SonarId()) {
+                m_host.RunAndWait([&] {
+                    m_host.LoadDevice(*m_device, stored.attributes);
+                    m_host.ApplyDevice(*m_device, true);
+                });
+            }
+        }
+        return true;
+    } catch (vordal::StoreError const& failure) {
+        error = failure.what();
+        return false;
+    }
+}
+
+bool Session::SaveProject(std::string& error)
+{
+    if (m_project == nullptr) {
+        return true;
+    }
+    try {
+        m_project->SaveDevice({.dataId = SonarId(),
+                               .className = deviceClass,
+                               .name = L"sonar",
+                               .portName = L"port-1",
+                               .enabled = true,
+                               .attributes = Attributes()});
+        return true;
+    } catch (vordal::StoreError const& failure) {
+        error = failure.what();
+        return false;
+    }
+}
+
+void Session::Connect(std::string const& host, std::uint16_t port)
 {
     vordal::LinkOptions options;
     options.host = host;
@@ -130,7 +175,6 @@ void Session::Connect(std::string const& host, std::uint16_t port, CAttributeMap
         m_stateChanged.notify_all();
     });
     m_host.RunAndWait([&] {
-        m_host.ReplaceAttributes(*m_device, stored);
         m_device->SetPortName(L"port-1");
         m_host.SetPort(*m_device, m_port.get());
     });
@@ -154,11 +198,21 @@ bool Session::WaitForConnection(std::chrono::milliseconds limit, std::string& er
 void Session::WaitForIntroduction(std::chrono::milliseconds limit)
 {
     std::unique_lock lock(m_stateMutex);
-    if (m_stateChanged.wait_for(lock, limit, [this] { return m_introduced; })) {
-        lock.unlock();
-        // What has arrived is in the tree once the host thread has come so far.
-        m_host.RunAndWait([] {});
+    m_stateChanged.wait_for(lock, limit, [this] { return m_introduced; });
+}
+
+void Session::Store(CAttributeMap const& tree)
+{
+    m_host.RunAndWait([&] { m_host.MergeDecoded(*m_device, tree); });
+}
+
+void Session::OnDeviceIdChange()
+{
+    {
+        std::lock_guard const lock(m_stateMutex);
+        m_introduced = true;
     }
+    m_stateChanged.notify_all();
 }
 
 bool Session::WaitUntilSent(std::chrono::milliseconds limit)
@@ -206,21 +260,8 @@ void Session::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_
 
 void Session::Tell(SessionEvent const& event)
 {
-    {
-        std::lock_guard const lock(m_listenerMutex);
-        m_listener(event);
-    }
-    if (event.kind != SessionEvent::Kind::Received) {
-        return;
-    }
-    auto const frame = protocol::ParseFrame(event.frame);
-    if (frame && frame->header.recordId == protocol::records::AttributeTree.Id()) {
-        {
-            std::lock_guard const lock(m_stateMutex);
-            m_introduced = true;
-        }
-        m_stateChanged.notify_all();
-    }
+    std::lock_guard const lock(m_listenerMutex);
+    m_listener(event);
 }
 
 } // namespace qx5::cli

@@ -156,6 +156,9 @@ public:
         }
         m_transcript.WaitForSonar(m_sonar != nullptr);
         fmt::print("{}", m_transcript.Take());
+        if (!m_session.SaveProject(error)) {
+            fmt::print("{}\n", error);
+        }
         return true;
     }
 
@@ -228,9 +231,12 @@ int Run(RunOptions const& options)
         return Complain(ExitFailed, error);
     }
     fmt::print("The host has loaded the plug-in.\n");
-    session.Connect(host, port, {});
+    if (!options.project.empty() && !session.OpenProject(options.project, error)) {
+        return Complain(ExitFailed, error);
+    }
+    session.Connect(host, port);
     if (!session.WaitForConnection(5s, error)) {
-        return Complain(ExitFailed, fmt::format("no connection to {}:{}: {}", host, port, error));
+        return Complain(ExitFailed, fmt::format("no connection to the sonar: {}", error));
     }
     session.WaitForIntroduction(1s);
     std::string const tree = vordal::TreeText(session.Attributes());

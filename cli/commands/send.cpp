@@ -48,14 +48,14 @@ int Send(SendOptions const& options)
     if (!session.LoadPlugin(PluginPath(options.plugin), error)) {
         return Complain(ExitFailed, error);
     }
-    session.Connect(host, port, stored);
+    session.Connect(host, port);
     std::chrono::milliseconds const limit(options.timeoutMilliseconds);
     if (!session.WaitForConnection(limit, error)) {
         return Complain(ExitFailed,
-                        fmt::format("no connection to {}: {}; is the sonar (or `qx5 sim`) running there?", options.sonar,
-                                    error));
+                        fmt::format("no connection to the sonar: {}; is it (or `qx5 sim`) running there?", error));
     }
     session.WaitForIntroduction(introductionLimit);
+    session.Store(stored);
 
     recording = true;
     bool const carriedOut = session.Request(request);
