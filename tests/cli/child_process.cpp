@@ -22,7 +22,8 @@ namespace qx5::test {
 namespace {
 
 /// Both ends are closed upon exec in any program that is started, so that no child holds the pipe of another.
-struct Pipe {
+struct Pipe
+{
     int read = -1;
     int write = -1;
 
@@ -59,7 +60,8 @@ void IgnoreBrokenPipes()
 
 } // namespace
 
-struct ChildProcess::Body {
+struct ChildProcess::Body
+{
     Pipe input;
     Pipe output;
     Pipe errors;
@@ -252,8 +254,8 @@ void ChildProcess::Signal(int number)
 std::optional<int> ChildProcess::WaitForEnd(std::chrono::milliseconds limit)
 {
     std::unique_lock lock(m_body->mutex);
-    bool const ended = m_body->changed.wait_for(
-        lock, limit, [this] { return m_body->code.has_value() && m_body->openStreams == 0; });
+    bool const ended =
+        m_body->changed.wait_for(lock, limit, [this] { return m_body->code.has_value() && m_body->openStreams == 0; });
     return ended ? m_body->code : std::nullopt;
 }
 

@@ -14,7 +14,8 @@ namespace qx5::test {
 inline constexpr std::chrono::seconds generousLimit{60};
 
 /// A running program. Its output is read all the time, so it never blocks on a full pipe. One thread uses it.
-class ChildProcess {
+class ChildProcess
+{
 public:
     /// Throws std::system_error when the program cannot be started. `environment` ("NAME=value") overrides that of the
     /// test.
@@ -45,7 +46,8 @@ private:
     std::unique_ptr<Body> m_body;
 };
 
-struct Outcome {
+struct Outcome
+{
     int code = -1; ///< -1: it did not end within the generous limit
     std::string out;
     std::string err;

@@ -23,7 +23,8 @@ Bytes Garbage(std::size_t count, std::uint32_t seed)
     return bytes;
 }
 
-class DamagedStream : public ::testing::Test {
+class DamagedStream : public ::testing::Test
+{
 protected:
     FarEnd far;
     vordal::FaultRelay relay{far.Port()};

@@ -9,7 +9,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class RequestWay : public ::testing::Test {
+class RequestWay : public ::testing::Test
+{
 protected:
     FarEnd far;
     NearEnd near{far.Port()};

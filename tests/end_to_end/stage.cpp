@@ -145,7 +145,8 @@ bool FarEnd::WaitForRanges(std::size_t count)
     });
 }
 
-class NearEnd::Watcher final : public vordal::HostObserver {
+class NearEnd::Watcher final : public vordal::HostObserver
+{
 public:
     explicit Watcher(NearEnd& end) : m_end(end) {}
 

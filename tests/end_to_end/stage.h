@@ -57,7 +57,8 @@ std::optional<float> RangeOf(Bytes const& frame);
 std::string ToHex(Bytes const& bytes);
 
 /// The simulated sonar, and every frame that reached it. Any thread.
-class FarEnd {
+class FarEnd
+{
 public:
     /// Throws when the sonar cannot listen.
     explicit FarEnd(simulator::ServerOptions options = {});
@@ -67,7 +68,8 @@ public:
     /// A command that must be taken; its answer.
     std::string Command(std::string_view line);
 
-    struct Arrival {
+    struct Arrival
+    {
         std::uint64_t connection;
         Bytes frame;
     };
@@ -90,7 +92,8 @@ private:
 
 /// The host with the plug-in, one sonar device on a port, and a subscriber of "x5Range". Used from the test's thread
 /// unless something else is said.
-class NearEnd {
+class NearEnd
+{
 public:
     explicit NearEnd(std::uint16_t port, std::function<void(vordal::LinkOptions&)> const& change = {});
     NearEnd(NearEnd const&) = delete;
@@ -99,8 +102,14 @@ public:
 
     /// Opens the port, waits for the connection and for what the sonar tells of itself.
     bool Connect();
-    bool WaitForConnection() { return Eventually([this] { return m_port->GetLink().IsConnected(); }); }
-    bool WaitForLoss() { return Eventually([this] { return !m_port->GetLink().IsConnected(); }); }
+    bool WaitForConnection()
+    {
+        return Eventually([this] { return m_port->GetLink().IsConnected(); });
+    }
+    bool WaitForLoss()
+    {
+        return Eventually([this] { return !m_port->GetLink().IsConnected(); });
+    }
 
     /// A request as a view makes it. Any thread; carried out later on the host thread.
     void Post(CAttributeMap const& request);
