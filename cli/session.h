@@ -62,7 +62,6 @@ public:
     void Connect(std::string const& host, std::uint16_t port);
     /// Waits until the connection stands; false, and why, when it does not within the limit.
     bool WaitForConnection(std::chrono::milliseconds limit, std::string& error);
-    bool IsConnected() const { return m_port != nullptr && m_port->GetLink().IsConnected(); }
     /// Waits until the sonar has told who it is and the device's tree has it, or the limit is over.
     void WaitForIntroduction(std::chrono::milliseconds limit);
     /// Merges the tree into the device's, as if the sonar had reported it.

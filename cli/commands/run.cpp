@@ -153,12 +153,14 @@ public:
             }
         }
         m_transcript.Take(); // pings and ticks since the last request are not of this one
+        auto const refusedBefore = m_session.Counters().refused;
         if (!m_session.Request(request)) {
             fmt::print("  the request was broken off\n");
         }
         m_transcript.WaitForSonar(m_sonar != nullptr);
-        if (!m_session.IsConnected()) {
-            fmt::print("  the sonar is not connected; what is echoed may not have been sent\n");
+        if (auto const refused = m_session.Counters().refused - refusedBefore; refused != 0) {
+            fmt::print("  {} did not leave: the sonar is not connected, or does not read\n",
+                       refused == 1 ? "1 record" : fmt::format("{} records", refused));
         }
         fmt::print("{}", m_transcript.Take());
         if (!m_session.SaveProject(error)) {
