@@ -1,6 +1,8 @@
 // `qx5 run`: the guided session, and lines on standard input.
 #include "program.h"
 
+#include <fstream>
+
 #include <gmock/gmock.h>
 
 namespace qx5::test {
@@ -72,9 +74,31 @@ TEST(Run, ALostSonarIsTold)
     auto const shown = Qx5({"run"}, "x5Shutdown\nx5Range=77\n");
     EXPECT_EQ(shown.code, 0);
     std::string const after = shown.out.substr(shown.out.find("Now it is your turn"));
-    EXPECT_THAT(after, AllOf(HasSubstr("1000 shut down"), HasSubstr("the sonar is not connected"),
-                             HasSubstr("    x5Range = 77\n")));
+    EXPECT_THAT(after,
+                AllOf(HasSubstr("1000 shut down"), HasSubstr("1 record did not leave: the sonar is not connected"),
+                      HasSubstr("    x5Range = 77\n")));
     EXPECT_THAT(after, Not(HasSubstr("x5Range=77 m")));
+}
+
+TEST(Run, AProjectKeepsTheSonarsAttributes)
+{
+    TemporaryFile const project("kept.qx", "");
+    std::filesystem::remove(project.Path());
+    EXPECT_EQ(Qx5({"run", "--project", project.Path()}, "x5Shutdown\nx5Range=77\n").code, 0);
+    EXPECT_GT(std::filesystem::file_size(project.Path()), 0U);
+    auto const again = Qx5({"run", "--once", "--project", project.Path()});
+    EXPECT_EQ(again.code, 0) << again.err;
+}
+
+TEST(Run, ADamagedProjectIsRefusedAndLeftAsItIs)
+{
+    std::string const content = "This is no project.\n" + std::string(5000, 'x');
+    TemporaryFile const damaged("damaged.qx", content);
+    ExpectComplaint(Qx5({"run", "--once", "--project", damaged.Path()}), 1, {damaged.Path(), "no project file"});
+    std::ifstream file(damaged.Path(), std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), content);
+    ExpectComplaint(Qx5({"run", "--once", "--project", "/nowhere/file.qx"}), 1, {"/nowhere/file.qx"});
+    ExpectComplaint(Qx5({"run", "--once", "--project", ::testing::TempDir()}), 1, {"is no file"});
 }
 
 TEST(Run, WorksWithASonarThatRunsAlready)

@@ -128,6 +128,35 @@ TEST(Send, GivesUpOnAHostThatDoesNotAnswer)
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
+TEST(Send, IsNoSuccessWhenTheSonarDropsTheConnectionBeforeTheRecord)
+{
+    Simulator sonar;
+    sonar.Process().Write("misbehave refuse close\n");
+    ASSERT_TRUE(sonar.Process().WaitForOutput("failures: refuse close"));
+    // The connection stands for a moment, so the record may just leave; what did not leave is never a success.
+    for (int i = 0; i < 10; ++i) {
+        auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50"});
+        if (sent.code == 0) {
+            EXPECT_THAT(sent.out, HasSubstr("sent\n  record 7500"));
+        } else {
+            ExpectComplaint(sent, 1, {"connection"});
+        }
+    }
+}
+
+TEST(Send, WorksWithASonarThatMisbehaves)
+{
+    Simulator sonar;
+    for (char const* failure : {"answer-late 60000", "split", "garbage 1000", "silent"}) {
+        sonar.Process().Write("misbehave " + std::string(failure) + "\n");
+        ASSERT_TRUE(sonar.Process().WaitForOutput("failures: " + std::string(failure).substr(0, 5)));
+        auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50"});
+        EXPECT_EQ(sent.code, 0) << failure << ": " << sent.err;
+        EXPECT_THAT(sent.out, AllOf(HasSubstr("command 1003 range"), HasSubstr("echoed, flags 0\n  x5Range = 50\n")));
+        sonar.Process().Write("behave\n");
+    }
+}
+
 TEST(Send, RefusesAPlugInThatDoesNotFit)
 {
     TemporaryFile const text("no_module.so", "some text\n");
