@@ -53,6 +53,9 @@ CAttributeMap RequestOfAllKeys()
             case Kind::UInt:
                 request.Add(operand.attribute, CVordalUInt(1), 0);
                 break;
+            case Kind::Int64:
+                request.Add(operand.attribute, CVordalInt64(1), 0);
+                break;
             case Kind::Bool:
             case Kind::Any:
                 request.Add(operand.attribute, CVordalBool(true), 0);

@@ -125,6 +125,8 @@ Value OfKind(Kind kind, double number)
         return protocol::TruncateToInt32(number);
     case Kind::UInt:
         return static_cast<std::uint32_t>(protocol::TruncateToInt32(number));
+    case Kind::Int64:
+        return std::int64_t{protocol::TruncateToInt32(number)};
     case Kind::Bool:
         return number != 0.0;
     case Kind::Pair:
@@ -230,9 +232,10 @@ struct KindName
     std::string_view name;
     Kind kind;
 };
-constexpr KindName KindNames[] = {{"int", Kind::Int},       {"uint", Kind::UInt},          {"bool", Kind::Bool},
-                                  {"double", Kind::Double}, {"pair", Kind::Pair},          {"string", Kind::String},
-                                  {"ints", Kind::IntList},  {"doubles", Kind::DoubleList}, {"offset", Kind::Offset}};
+constexpr KindName KindNames[] = {{"int", Kind::Int},       {"uint", Kind::UInt},     {"int64", Kind::Int64},
+                                  {"bool", Kind::Bool},     {"double", Kind::Double}, {"pair", Kind::Pair},
+                                  {"string", Kind::String}, {"ints", Kind::IntList},  {"doubles", Kind::DoubleList},
+                                  {"offset", Kind::Offset}};
 
 std::string_view NameOf(Kind kind)
 {
@@ -255,6 +258,11 @@ bool ParseValue(Kind kind, std::string_view text, Value& value)
         std::uint32_t number = 0;
         value = number;
         return ParseNumber(text, std::get<std::uint32_t>(value));
+    }
+    case Kind::Int64: {
+        std::int64_t number = 0;
+        value = number;
+        return ParseNumber(text, std::get<std::int64_t>(value));
     }
     case Kind::Bool:
         value = text == "true" || text == "1";
@@ -683,7 +691,7 @@ void SonarState::StopRecording()
 
 void SonarState::PutRecorder()
 {
-    PutText(keys::x5FileSize.text, &keys::x5FileSize, std::floor(m_fileBytes));
+    PutText(keys::x5FileSize.text, &keys::x5FileSize, static_cast<std::int64_t>(m_fileBytes));
     auto const free = protocol::TruncateToInt32(100.0 * m_diskFreeBytes / model::DiskBytes);
     PutText(keys::x5DiskFree.text, &keys::x5DiskFree, free);
 }
@@ -729,8 +737,8 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
                 told = row.kind;
         }
         if (!told) {
-            error = "'" + std::string(name.substr(colon + 1)) + "' is no kind; take int, uint, bool, double, pair, " +
-                    "string, ints, doubles or offset";
+            error = "'" + std::string(name.substr(colon + 1)) + "' is no kind; take int, uint, int64, bool, double, " +
+                    "pair, string, ints, doubles or offset";
             return false;
         }
         name = name.substr(0, colon);

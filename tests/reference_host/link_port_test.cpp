@@ -241,6 +241,17 @@ TEST_F(X5PortTest, AttributesFromTheSonarReachAllItsDevices)
     EXPECT_EQ(port->DroppedTrees(), 0U);
 }
 
+TEST(TreeTransfer, AWholeNumberOf64BitsStaysOne)
+{
+    std::vector<qx5::protocol::TreeNode> const nodes{{L"size", std::int64_t{5000000000}, {}}};
+    auto const tree = ToAttributeMap(nodes);
+    std::int64_t size = 0;
+    EXPECT_TRUE(tree.FindValue(AttributeKey(L"size"), 0).Get(size));
+    EXPECT_EQ(size, 5000000000);
+    double real = 0.0;
+    EXPECT_FALSE(tree.FindValue(AttributeKey(L"size"), 0).Get(real));
+}
+
 TEST_F(X5PortTest, DamagedTreesAreDroppedWithOneLine)
 {
     Connect();
