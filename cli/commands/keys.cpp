@@ -249,6 +249,20 @@ void PrintFields(std::span<Field const> fields, protocol::Key const* marked, std
     }
 }
 
+std::string DefaultText(Operand const& operand)
+{
+    switch (operand.key->kind) {
+    case Kind::Bool:
+        return operand.options.fallback != 0.0 ? "true" : "false";
+    case Kind::String:
+    case Kind::IntList:
+    case Kind::DoubleList:
+        return "empty";
+    default:
+        return protocol::NumberText(operand.options.fallback);
+    }
+}
+
 void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
 {
     Command const& command = *entry.command;
@@ -278,10 +292,9 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
                    command.form != Form::AllRequired) {
             line += " from the request alone";
         }
-        if (command.form == Form::Lax || operand.options.optional) {
-            line += fmt::format(" default {}", operand.key->kind == Kind::Bool
-                                                   ? (operand.options.fallback != 0.0 ? "true" : "false")
-                                                   : protocol::NumberText(operand.options.fallback));
+        bool const hasDefault = operand.key->kind != Kind::Branch && operand.key->kind != Kind::Any;
+        if ((command.form == Form::Lax || operand.options.optional) && hasDefault) {
+            line += " default " + DefaultText(operand);
         }
         if (&*operand.key == marked) {
             line += "  <--";
@@ -290,6 +303,9 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
     }
     if (!command.note.empty()) {
         fmt::print("  note    {}\n", command.note);
+    }
+    if (command.longTexts == LongTexts::Refused) {
+        fmt::print("  note    A text that does not fit its field drops the request.\n");
     }
     for (Sending const& sending : command.sends) {
         std::string_view const carrier =

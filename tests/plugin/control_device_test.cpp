@@ -22,6 +22,7 @@ struct ControlDeviceAccess {
     {
         return device.Send76xxRecord(recordId, value);
     }
+    static unsigned BaudRate(int code) { return QX5SonarConfigurationControlDevice::ConvertDGNSSEnumToBaudRate(code); }
     static void ConfigureHeadingSensor(QX5SonarConfigurationControlDevice& device, CAttributeMap& request)
     {
         device.RequestHeadingSensorConfiguration(&request);
@@ -243,6 +244,18 @@ TEST_F(ControlDevice, AWideAndADeepRequestAreTakenInTheirStride)
     }
     Request(deep);
     EXPECT_EQ(traffic.lines, Lines({"remote 1008 0000803f to 0,-1"}));
+}
+
+TEST(PositioningUnit, BaudCodesAndTheirRates)
+{
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(0), 1200U);
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(1), 9600U);
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(2), 28800U);
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(3), 57600U);
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(4), 115200U);
+    for (int const code : {-1, 5, 7, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+        EXPECT_EQ(ControlDeviceAccess::BaudRate(code), 0U);
+    }
 }
 
 } // namespace

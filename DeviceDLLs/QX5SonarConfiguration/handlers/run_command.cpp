@@ -7,6 +7,7 @@
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <protocol/record_table.h>
 #include <protocol/unpack.h>
+#include <protocol/utf8.h>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 
@@ -74,6 +75,25 @@ protocol::Value SentValue(protocol::RecordLayout const& record, protocol::Key co
         }
     }
     return sent;
+}
+
+/// Whether every text finds room in its field of the record, the ending 0 included.
+bool TextsFit(Command const& command, CommandValues const& values, protocol::RecordLayout const& record)
+{
+    for (protocol::Field const& field : record.fields) {
+        if (field.wire != protocol::Wire::Text || field.key == nullptr) {
+            continue;
+        }
+        std::size_t const operand = OperandOf(command, *field.key);
+        if (operand == command.operands.size()) {
+            continue;
+        }
+        auto const* text = std::get_if<std::wstring>(&values[operand]);
+        if (text != nullptr && protocol::Utf8Length(*text) >= field.extent) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -266,14 +286,17 @@ bool ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& c
         return false;
     }
 
+    if (command.longTexts == qx5::LongTexts::Refused) {
+        for (qx5::Sending const& sending : command.sends) {
+            if (!qx5::TextsFit(command, values, sending.record)) {
+                return false;
+            }
+        }
+    }
     for (qx5::Sending const& sending : command.sends) {
         qx5::protocol::Payload payload(sending.record.size);
         qx5::PackOperands(command, values, sending.record, payload);
-        if (sending.record.carrier == qx5::protocol::Carrier::PassThrough) {
-            SendThrough(sending.record.id, payload, sending.target);
-        } else {
-            SendRemote(sending.record.id, payload, sending.target);
-        }
+        Send(sending.record, payload, sending.target);
 
         if (command.echoFlags != qx5::NoEcho) {
             qx5::EchoMap echo;
@@ -285,6 +308,28 @@ bool ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& c
     return true;
 }
 
+void ControlDevice::Send(qx5::protocol::RecordLayout const& record, std::span<unsigned char const> payload,
+                         qx5::Target target)
+{
+    switch (record.carrier) {
+    case qx5::protocol::Carrier::RemoteControl:
+        SendRemote(record.id, payload, target);
+        break;
+    case qx5::protocol::Carrier::Data:
+        SendRecord(record.id, payload.data(), static_cast<std::uint32_t>(payload.size()), 0.0, target.deviceId,
+                   target.enumerator);
+        break;
+    case qx5::protocol::Carrier::PassThrough:
+        SendThrough(record.id, payload, target);
+        break;
+    }
+}
+
+QX5SocketIoHandler* ControlDevice::SonarPort() const
+{
+    return dynamic_cast<QX5SocketIoHandler*>(m_port);
+}
+
 void ControlDevice::SendRemote(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target)
 {
     SendRemoteControlRecord(recordId, payload.empty() ? nullptr : payload.data(), payload.size(), target.deviceId,
@@ -293,7 +338,7 @@ void ControlDevice::SendRemote(std::uint32_t recordId, std::span<unsigned char c
 
 void ControlDevice::SendThrough(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target)
 {
-    if (auto* const connection = dynamic_cast<QX5SocketIoHandler*>(m_port)) {
+    if (auto* const connection = SonarPort()) {
         connection->SendRemoteControlCommandWithPassThrough(
             recordId, payload.empty() ? nullptr : payload.data(), payload.size(),
             static_cast<std::uint32_t>(target.deviceId), static_cast<std::uint16_t>(target.enumerator));
