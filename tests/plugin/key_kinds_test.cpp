@@ -34,7 +34,7 @@ TEST(KeyKinds, NoOtherKindIsTakenForIt)
     request.Add(LengthAttribute, CVordalInt(5), 0);
     Value value;
     EXPECT_FALSE(qx5::ReadKey(request, LengthKey, LengthAttribute, value));
-    EXPECT_TRUE(IsEmpty(value));
+    EXPECT_TRUE(qx5::protocol::IsEmpty(value));
 }
 
 } // namespace

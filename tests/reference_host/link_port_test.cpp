@@ -6,6 +6,7 @@
 #include <reference_host/host/log.h>
 #include <reference_host/link/fault_injection.h>
 #include <reference_host/link/live_traffic.h>
+#include <reference_host/link/tree_transfer.h>
 #include <reference_host/link/x5_port.h>
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
