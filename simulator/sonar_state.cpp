@@ -26,21 +26,6 @@ using protocol::Value;
 
 namespace {
 
-// Commands that mean more to the sonar than the fields they carry.
-constexpr std::uint32_t SinglePingId = 1107;
-constexpr std::uint32_t StartRecordingId = 1200;
-constexpr std::uint32_t StopRecordingId = 1201;
-constexpr std::uint32_t RecordingDirectoryId = 1207;
-constexpr std::size_t RecordingNameOffset = 4;
-
-struct NamedCommand
-{
-    std::uint32_t id;
-    std::string_view name;
-};
-constexpr NamedCommand NamedCommands[] = {
-    {SinglePingId, "single ping"}, {StartRecordingId, "start recording"}, {StopRecordingId, "stop recording"}};
-
 TreeNode Leaf(Key const& key, Value value)
 {
     return {std::wstring(key.text), std::move(value), {}};
@@ -175,18 +160,6 @@ Key const* KeyOfText(std::wstring_view text)
     for (Key const* const key : protocol::SettingsKeys) {
         if (key->text == text)
             return key;
-    }
-    return nullptr;
-}
-
-/// The one text that a command carries; null until the command has a table.
-Key const* TextKeyOfCommand(std::uint32_t id)
-{
-    if (auto const* const layout = protocol::FindLayout(Carrier::RemoteControl, id)) {
-        for (protocol::Field const& field : layout->fields) {
-            if (field.key != nullptr && field.key->kind == Kind::String)
-                return field.key;
-        }
     }
     return nullptr;
 }
@@ -337,8 +310,7 @@ SonarState::SonarState(UtcClock utc) : m_utc(utc ? std::move(utc) : UtcClock(Sys
     PutText(keys::x5PingOnOffState.text, &keys::x5PingOnOffState, std::int32_t{0});
     LoadFactorySettings();
     PutText(keys::x5DataRecording.text, &keys::x5DataRecording, std::int32_t{0});
-    if (Key const* const directory = TextKeyOfCommand(RecordingDirectoryId))
-        PutText(directory->text, directory, std::wstring(model::RecordingDirectory));
+    PutText(keys::x5DirectoryName.text, &keys::x5DirectoryName, std::wstring(model::RecordingDirectory));
     PutText(keys::x5FileName.text, &keys::x5FileName, std::wstring());
     PutRecorder();
     m_touched.clear();
@@ -543,10 +515,6 @@ Understood SonarState::Apply(protocol::FrameView const& frame, SteadyTime now)
 void SonarState::Read(Understood& record)
 {
     record.layout = protocol::FindLayout(record.carrier, record.id, record.payload);
-    for (NamedCommand const& command : NamedCommands) {
-        if (record.carrier == Carrier::RemoteControl && command.id == record.id)
-            record.name = command.name;
-    }
     if (record.layout == nullptr)
         return;
     record.name = record.layout->name;
@@ -636,16 +604,15 @@ void SonarState::Take(Understood& record, SteadyTime now)
             record.requestedRecord = *requested;
         }
         break;
-    case SinglePingId:
+    case records::SinglePing.Id():
         record.effect = Effect::Ping;
         break;
-    case StartRecordingId: {
-        auto const text = record.payload.subspan(std::min<std::size_t>(RecordingNameOffset, record.payload.size()));
-        auto const end = std::find(text.begin(), text.end(), static_cast<unsigned char>(0));
-        StartRecording(protocol::DecodeUtf8(text.first(static_cast<std::size_t>(end - text.begin()))), now);
+    case records::StartRecording.Id(): {
+        auto name = protocol::UnpackField(records::RecordingFileName, record.payload).wire;
+        StartRecording(std::move(std::get<std::wstring>(name)), now);
         break;
     }
-    case StopRecordingId:
+    case records::StopRecording.Id():
         Advance(now);
         StopRecording();
         break;

@@ -211,9 +211,12 @@ TEST_F(SonarStateTest, NamesARecordingByItsClockAndStopsWhenTheDiskIsFull)
     EXPECT_EQ(At(L"x5DataRecording"), Value(std::int32_t{0}));
     EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{48000000000}));
     EXPECT_EQ(At(L"x5DiskFree"), Value(std::int32_t{0}));
-    // A payload that is no name at all starts one, too.
-    Take(test::Command(1200));
-    EXPECT_EQ(At(L"x5FileName"), Value(std::wstring(L"20231114_221320.x5")));
+    // A payload too short for a name starts none; a whole one does, even if there is nothing left to write to.
+    Take(test::Command(1200, Bytes(259)));
+    EXPECT_FALSE(m_state.IsRecording());
+    EXPECT_EQ(Take(test::Command(1200, Bytes(260))).name, "start recording");
+    EXPECT_TRUE(m_state.IsRecording());
+    EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{0}));
 }
 
 TEST_F(SonarStateTest, KeepsWhatIsPassedOnForTheOtherUnit)
@@ -329,6 +332,13 @@ TEST_F(SonarStateTest, SetsAttributesFromText)
         EXPECT_EQ(error.find('\n'), std::string::npos) << wrong;
     }
     EXPECT_EQ(At(L"x5Range"), Value(75.0));
+}
+
+TEST_F(SonarStateTest, PingsOnceAtACommand)
+{
+    auto const record = Take(test::Command(1107));
+    EXPECT_EQ(record.name, "single ping");
+    EXPECT_EQ(record.effect, Effect::Ping);
 }
 
 TEST_F(SonarStateTest, KnowsItsTravelTime)
