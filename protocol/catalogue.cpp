@@ -42,6 +42,7 @@ constexpr auto Layouts = Concatenate(
     records::InstallationRecords,
     records::PositioningRecords,
     records::SingleBeamRecords,
+    records::SinglePingRecords,
     records::DataRecordingRecords,
     records::RecorderSettingsRecords,
     records::StoragePlaybackRecords);

@@ -32,6 +32,8 @@ std::string_view KindText(Kind kind)
         return "int";
     case Kind::UInt:
         return "uint";
+    case Kind::Int64:
+        return "int64";
     case Kind::Bool:
         return "bool";
     case Kind::Double:
