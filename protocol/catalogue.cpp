@@ -44,7 +44,8 @@ constexpr auto Layouts = Concatenate(
     records::SingleBeamRecords,
     records::DataRecordingRecords,
     records::RecorderSettingsRecords,
-    records::StoragePlaybackRecords);
+    records::StoragePlaybackRecords,
+    records::PanTiltHoistRecords);
 
 constexpr auto Keys = Concatenate(
     SharedKeys,
@@ -64,7 +65,8 @@ constexpr auto Keys = Concatenate(
     SingleBeamKeys,
     DataRecordingKeys,
     RecorderSettingsKeys,
-    StoragePlaybackKeys);
+    StoragePlaybackKeys,
+    PanTiltHoistKeys);
 // clang-format on
 
 /// By text, so that a look-up takes few comparisons and twins lie side by side.
