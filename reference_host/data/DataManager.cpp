@@ -189,7 +189,14 @@ bool DataManager::SetAttributeMap(CDataId const& dataId, CAttributeMap const& ma
         return Apply(*host, dataId, map, flags);
     }
     bool const there = IsThere(host->State(), dataId);
-    bool const posted = host->Post([host, dataId, map, flags] { Apply(*host, dataId, map, flags); });
+    // The id travels as its fields: its text would cost an allocation for each request.
+    bool const posted = host->Post([host, id = vordal::PackedId(dataId), map, flags] {
+        if (auto const* const device = host->State().FindDevice(id)) {
+            Apply(*host, device->GetDataId(), map, flags);
+        } else {
+            Apply(*host, vordal::UnpackedId(id), map, flags);
+        }
+    });
     return there && posted;
 }
 

@@ -118,11 +118,11 @@ BaseDataSource* FindBuffer(CDataId const& id)
 HostState::HostState(Threading mode) : threading(mode) {}
 HostState::~HostState() = default;
 
-Device* HostState::FindDevice(CDataId const& id) const
+Device* HostState::FindDevice(std::uint64_t packedId) const
 {
     std::lock_guard const lock(mutex);
-    auto const found =
-        std::find_if(devices.begin(), devices.end(), [&](DeviceEntry const& entry) { return entry.id == id; });
+    auto const found = std::find_if(devices.begin(), devices.end(),
+                                    [&](DeviceEntry const& entry) { return PackedId(entry.id) == packedId; });
     return found != devices.end() ? found->device.get() : nullptr;
 }
 
@@ -265,7 +265,7 @@ bool Host::IsHostThread() const
     return m_state->thread != nullptr ? m_state->thread->IsThisThread() : std::this_thread::get_id() == m_state->owner;
 }
 
-bool Host::Post(Task task)
+bool Host::Post(HostTask task)
 {
     if (m_state->threading == Threading::Inline) {
         task();
