@@ -42,7 +42,8 @@ int Send(SendOptions const& options);
 
 struct RunOptions {
     std::string plugin;
-    std::string sonar; ///< empty: start a simulated one
+    std::string sonar;   ///< empty: start a simulated one
+    std::string project; ///< empty: nothing is kept
     bool once = false;
 };
 int Run(RunOptions const& options);

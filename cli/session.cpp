@@ -5,13 +5,14 @@
 
 #include <vordalhostdllR/DataManager.h>
 
-#include <protocol/frame.h>
-#include <protocol/house_records.h>
+#include <VordalSubscriberR/Subscriber.h>
+#include <protocol/records/shared_keys.h>
 
 #include "reference_host/attributes/host_keys.h"
 
 #include <charconv>
 #include <filesystem>
+#include <thread>
 
 #include <fmt/format.h>
 
@@ -32,15 +33,16 @@ CDataId SonarId()
 bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& port, std::string& error)
 {
     std::size_t const colon = text.rfind(':');
-    std::string_view const number = colon == std::string::npos ? std::string_view() : std::string_view(text).substr(colon + 1);
+    std::string_view const number =
+        colon == std::string::npos ? std::string_view() : std::string_view(text).substr(colon + 1);
     unsigned value = 0;
     auto const [end, problem] = std::from_chars(number.data(), number.data() + number.size(), value);
     host = text.substr(0, colon);
     if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
         host = host.substr(1, host.size() - 2);
     }
-    if (number.empty() || problem != std::errc() || end != number.data() + number.size() || value == 0 || value > 65535 ||
-        host.empty()) {
+    if (number.empty() || problem != std::errc() || end != number.data() + number.size() || value == 0 ||
+        value > 65535 || host.empty()) {
         error = fmt::format("'{}' is no HOST:PORT; write for example 127.0.0.1:7000", text);
         return false;
     }
@@ -60,7 +62,8 @@ std::string PluginPath(std::string const& told)
 }
 
 /// Turns the frames of the link into events.
-class Session::Monitor final : public vordal::LinkObserver {
+class Session::Monitor final : public vordal::LinkObserver
+{
 public:
     explicit Monitor(Session& session) : m_session(session) {}
 
@@ -89,7 +92,10 @@ Session::~Session()
     if (m_port != nullptr) {
         m_port->Close();
     }
-    m_host.RunAndWait([this] { m_host.RemoveAllDevices(); });
+    m_host.RunAndWait([this] {
+        m_introduction.Unsubscribe();
+        m_host.RemoveAllDevices();
+    });
     m_host.Stop();
     m_port.reset();
     m_plugin.reset();
@@ -110,16 +116,58 @@ bool Session::LoadPlugin(std::string const& path, std::string& error)
             return;
         }
         m_device = m_host.AddDevice(std::move(device), SonarId(), L"sonar");
-        loaded = m_device != nullptr;
+        m_introduction.SetSubscriber(new MemFunNoInfoSubscriber<Session>(this, &Session::OnDeviceIdChange), true);
+        m_introduction.SetMap(m_device->GetAttributeSubscriptionMap());
+        m_introduction.Subscribe(CString(protocol::keys::DeviceId.text));
+        loaded = true;
     });
     return loaded;
 }
 
-void Session::Connect(std::string const& host, std::uint16_t port, CAttributeMap const& stored)
+bool Session::OpenProject(std::string const& file, std::string& error)
+{
+    try {
+        m_project = std::make_unique<vordal::ProjectStore>(file);
+        for (vordal::StoredDevice const& stored : m_project->Load().devices) {
+            if (stored.dataId == SonarId()) {
+                m_host.RunAndWait([&] {
+                    m_host.LoadDevice(*m_device, stored.attributes);
+                    m_host.ApplyDevice(*m_device, true);
+                });
+            }
+        }
+        return true;
+    } catch (vordal::StoreError const& failure) {
+        error = failure.what();
+        return false;
+    }
+}
+
+bool Session::SaveProject(std::string& error)
+{
+    if (m_project == nullptr) {
+        return true;
+    }
+    try {
+        m_project->SaveDevice({.dataId = SonarId(),
+                               .className = deviceClass,
+                               .name = L"sonar",
+                               .portName = L"port-1",
+                               .enabled = true,
+                               .attributes = Attributes()});
+        return true;
+    } catch (vordal::StoreError const& failure) {
+        error = failure.what();
+        return false;
+    }
+}
+
+void Session::Connect(std::string const& host, std::uint16_t port)
 {
     vordal::LinkOptions options;
     options.host = host;
     options.port = port;
+    m_endpoint = fmt::format("{}:{}", host, port);
     m_port = std::make_unique<vordal::X5Port>(m_host, m_linkThread, L"port-1", options);
     m_port->GetLink().SetObserver(std::make_shared<Monitor>(*this));
     m_port->SetStatusListener([this](vordal::LinkStatus const& status) {
@@ -130,7 +178,6 @@ void Session::Connect(std::string const& host, std::uint16_t port, CAttributeMap
         m_stateChanged.notify_all();
     });
     m_host.RunAndWait([&] {
-        m_host.ReplaceAttributes(*m_device, stored);
         m_device->SetPortName(L"port-1");
         m_host.SetPort(*m_device, m_port.get());
     });
@@ -140,25 +187,37 @@ void Session::Connect(std::string const& host, std::uint16_t port, CAttributeMap
 bool Session::WaitForConnection(std::chrono::milliseconds limit, std::string& error)
 {
     std::unique_lock lock(m_stateMutex);
-    bool const connected = m_stateChanged.wait_for(
-        lock, limit, [this] {
-            return m_status.state == vordal::LinkState::Connected || m_status.state == vordal::LinkState::Waiting;
-        });
+    bool const connected = m_stateChanged.wait_for(lock, limit, [this] {
+        return m_status.state == vordal::LinkState::Connected || m_status.state == vordal::LinkState::Waiting;
+    });
     if (connected && m_status.state == vordal::LinkState::Connected) {
         return true;
     }
-    error = m_status.reason.empty() ? fmt::format("no answer within {} ms", limit.count()) : m_status.reason;
+    // Only an attempt that has failed has a reason.
+    error = m_status.state == vordal::LinkState::Waiting
+                ? m_status.reason
+                : fmt::format("{} did not answer within {} ms", m_endpoint, limit.count());
     return false;
 }
 
 void Session::WaitForIntroduction(std::chrono::milliseconds limit)
 {
     std::unique_lock lock(m_stateMutex);
-    if (m_stateChanged.wait_for(lock, limit, [this] { return m_introduced; })) {
-        lock.unlock();
-        // What has arrived is in the tree once the host thread has come so far.
-        m_host.RunAndWait([] {});
+    m_stateChanged.wait_for(lock, limit, [this] { return m_introduced; });
+}
+
+void Session::Store(CAttributeMap const& tree)
+{
+    m_host.RunAndWait([&] { m_host.MergeDecoded(*m_device, tree); });
+}
+
+void Session::OnDeviceIdChange()
+{
+    {
+        std::lock_guard const lock(m_stateMutex);
+        m_introduced = true;
     }
+    m_stateChanged.notify_all();
 }
 
 bool Session::WaitUntilSent(std::chrono::milliseconds limit)
@@ -206,21 +265,8 @@ void Session::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_
 
 void Session::Tell(SessionEvent const& event)
 {
-    {
-        std::lock_guard const lock(m_listenerMutex);
-        m_listener(event);
-    }
-    if (event.kind != SessionEvent::Kind::Received) {
-        return;
-    }
-    auto const frame = protocol::ParseFrame(event.frame);
-    if (frame && frame->header.recordId == protocol::records::AttributeTree.Id()) {
-        {
-            std::lock_guard const lock(m_stateMutex);
-            m_introduced = true;
-        }
-        m_stateChanged.notify_all();
-    }
+    std::lock_guard const lock(m_listenerMutex);
+    m_listener(event);
 }
 
 } // namespace qx5::cli

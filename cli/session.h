@@ -7,6 +7,7 @@
 #include "reference_host/link/sonar_link.h"
 #include "reference_host/link/x5_port.h"
 #include "reference_host/loader/plugin_loader.h"
+#include "reference_host/store/project_store.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -15,6 +16,8 @@
 #include <mutex>
 #include <string>
 #include <vector>
+
+#include <VordalSubscriberR/Subscription.h>
 
 namespace qx5::cli {
 
@@ -50,12 +53,19 @@ public:
 
     /// False, and one line in `error`, when the plug-in or its device class cannot be had.
     bool LoadPlugin(std::string const& path, std::string& error);
-    /// Puts the tree in place, begins to connect, and returns.
-    void Connect(std::string const& host, std::uint16_t port, CAttributeMap const& stored);
+    /// Takes up what a project keeps of the sonar, as a host does when the project is opened: the device loads its
+    /// attributes and applies them. False, and one line in `error`, when the file cannot be used.
+    bool OpenProject(std::string const& file, std::string& error);
+    /// Keeps the device's attributes in the project; without one it does nothing. False, and why, when that failed.
+    bool SaveProject(std::string& error);
+    /// Begins to connect and returns.
+    void Connect(std::string const& host, std::uint16_t port);
     /// Waits until the connection stands; false, and why, when it does not within the limit.
     bool WaitForConnection(std::chrono::milliseconds limit, std::string& error);
-    /// Waits until the sonar has told of itself, or the limit is over.
+    /// Waits until the sonar has told who it is and the device's tree has it, or the limit is over.
     void WaitForIntroduction(std::chrono::milliseconds limit);
+    /// Merges the tree into the device's, as if the sonar had reported it.
+    void Store(CAttributeMap const& tree);
     /// Waits until all that was sent has been taken by the system; false when it was not within the limit.
     bool WaitUntilSent(std::chrono::milliseconds limit);
 
@@ -71,6 +81,7 @@ private:
 
     void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
+    void OnDeviceIdChange();
     void Tell(SessionEvent const& event);
 
     Listener m_listener;
@@ -79,6 +90,7 @@ private:
     std::mutex m_stateMutex;
     std::condition_variable m_stateChanged;
     vordal::LinkStatus m_status;
+    std::string m_endpoint; ///< where Connect was told to go; for messages
     bool m_introduced = false;
     bool m_requestFailed = false;
 
@@ -87,7 +99,9 @@ private:
     vordal::LinkThread m_linkThread;
     std::unique_ptr<vordal::PlugIn> m_plugin;
     std::unique_ptr<vordal::X5Port> m_port;
+    std::unique_ptr<vordal::ProjectStore> m_project;
     Device* m_device = nullptr;
+    Subscription m_introduction;
 };
 
 } // namespace qx5::cli

@@ -6,6 +6,7 @@
 
 #include <protocol/house_records.h>
 #include <protocol/records/all.h>
+#include <protocol/unpack.h>
 
 namespace qx5::protocol {
 
@@ -83,9 +84,14 @@ constexpr bool TextsDiffer()
 }
 static_assert(TextsDiffer(), "two keys have the same text");
 
+/// Halves its way through the sorted keys: compilers count the steps of a constant expression.
 constexpr bool IsListed(KeyPointer key)
 {
-    return key == nullptr || std::any_of(Keys.begin(), Keys.end(), [key](Key const* listed) { return key == listed; });
+    if (key == nullptr)
+        return true;
+    auto const place = std::lower_bound(SortedKeys.begin(), SortedKeys.end(), key->text,
+                                        [](Key const* listed, std::wstring_view text) { return listed->text < text; });
+    return place != SortedKeys.end() && key == *place;
 }
 
 constexpr bool EveryKeyOfARecordIsListed()
@@ -99,6 +105,42 @@ constexpr bool EveryKeyOfARecordIsListed()
     return true;
 }
 static_assert(EveryKeyOfARecordIsListed(), "a record uses a key that its family does not list");
+
+/// The layout that `isWanted` lets through and that suits the size best, or null.
+template <typename Predicate>
+RecordLayout const* BestLayout(Carrier carrier, std::uint32_t id, std::optional<std::size_t> payloadSize,
+                               Predicate const& isWanted)
+{
+    RecordLayout const* first = nullptr;
+    RecordLayout const* largest = nullptr;
+    for (RecordLayout const& layout : Layouts) {
+        if (layout.carrier != carrier || layout.id != id || !isWanted(layout))
+            continue;
+        if (first == nullptr)
+            first = &layout;
+        if (!payloadSize)
+            continue;
+        if (layout.size == *payloadSize && layout.tail == Tail::None)
+            return &layout;
+        if (layout.size <= *payloadSize && (largest == nullptr || layout.size > largest->size))
+            largest = &layout;
+    }
+    return largest != nullptr ? largest : first;
+}
+
+bool CarriesConstants(RecordLayout const& layout, std::span<unsigned char const> payload)
+{
+    for (Field const& field : layout.fields) {
+        if (field.key != nullptr || field.constant == 0)
+            continue;
+        Value const wire = UnpackField(field, payload).wire;
+        auto const* const number = std::get_if<std::uint32_t>(&wire);
+        auto const* const bit = std::get_if<bool>(&wire);
+        if (!(number != nullptr && *number == field.constant) && !(bit != nullptr && *bit))
+            return false;
+    }
+    return true;
+}
 
 } // namespace
 
@@ -114,23 +156,21 @@ std::span<Key const* const> AllKeys()
 
 RecordLayout const* FindLayout(Carrier carrier, std::uint32_t id, std::optional<std::size_t> payloadSize)
 {
-    RecordLayout const* first = nullptr;
-    RecordLayout const* largest = nullptr;
-    for (RecordLayout const& layout : Layouts) {
-        if (layout.carrier != carrier || layout.id != id)
-            continue;
-        if (first == nullptr)
-            first = &layout;
-        if (!payloadSize)
-            continue;
-        if (layout.size == *payloadSize && layout.tail == Tail::None)
-            return &layout;
-        if (layout.size <= *payloadSize && (largest == nullptr || layout.size > largest->size))
-            largest = &layout;
-    }
-    if (first == nullptr && carrier == Carrier::PassThrough)
+    auto const* const layout = BestLayout(carrier, id, payloadSize, [](RecordLayout const&) { return true; });
+    if (layout == nullptr && carrier == Carrier::PassThrough)
         return FindLayout(Carrier::RemoteControl, id, payloadSize);
-    return largest != nullptr ? largest : first;
+    return layout;
+}
+
+RecordLayout const* FindLayout(Carrier carrier, std::uint32_t id, std::span<unsigned char const> payload)
+{
+    auto const* const layout = BestLayout(
+        carrier, id, payload.size(), [payload](RecordLayout const& form) { return CarriesConstants(form, payload); });
+    if (layout != nullptr)
+        return layout;
+    if (carrier == Carrier::PassThrough)
+        return FindLayout(Carrier::RemoteControl, id, payload);
+    return FindLayout(carrier, id, payload.size());
 }
 
 Key const* FindKey(std::wstring_view text)

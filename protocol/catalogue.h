@@ -19,6 +19,10 @@ std::span<Key const* const> AllKeys();
 /// has no form of its own for that has the one of the remote-control command.
 RecordLayout const* FindLayout(Carrier carrier, std::uint32_t id, std::optional<std::size_t> payloadSize = {});
 
+/// The same for a payload at hand: among the forms of one id only those count whose constants it carries, unless it
+/// carries those of none.
+RecordLayout const* FindLayout(Carrier carrier, std::uint32_t id, std::span<unsigned char const> payload);
+
 /// The key of that exact text, or null.
 Key const* FindKey(std::wstring_view text);
 

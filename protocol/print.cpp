@@ -236,9 +236,9 @@ std::string TargetText(std::uint32_t device, std::uint32_t enumerator)
     return "device " + std::to_string(device) + ", enumerator " + std::to_string(enumerator);
 }
 
-std::string_view RecordName(Carrier carrier, std::uint32_t id, std::size_t size)
+std::string_view RecordName(Carrier carrier, std::uint32_t id, std::span<unsigned char const> payload)
 {
-    RecordLayout const* const layout = FindLayout(carrier, id, size);
+    RecordLayout const* const layout = FindLayout(carrier, id, payload);
     return layout != nullptr ? layout->name : std::string_view("unknown");
 }
 
@@ -257,7 +257,7 @@ std::string PrintHouseRecord(std::uint32_t id, std::span<unsigned char const> pa
         auto const command = DecodePassThrough(payload);
         if (!command)
             return text;
-        auto const name = RecordName(Carrier::PassThrough, command->commandId, command->payload.size());
+        auto const name = RecordName(Carrier::PassThrough, command->commandId, command->payload);
         auto const enumerator = Low16Bits(command->target.enumerator);
         text = std::string(indent) + "passes command " + std::to_string(command->commandId) + " " + std::string(name) +
                " to " + TargetText(static_cast<std::uint32_t>(command->target.deviceId), enumerator) + "\n";
@@ -420,7 +420,7 @@ std::string PrintPayload(Carrier carrier, std::uint32_t id, std::span<unsigned c
 {
     if (auto text = PrintHouseRecord(id, payload, indent); !text.empty())
         return text;
-    RecordLayout const* const layout = FindLayout(carrier, id, payload.size());
+    RecordLayout const* const layout = FindLayout(carrier, id, payload);
     return layout != nullptr ? PrintPayload(*layout, payload, indent) : HexDump(payload, indent);
 }
 
@@ -430,14 +430,14 @@ std::string PrintFrame(FrameView const& frame)
     auto const command = ParseRemoteControl(frame);
     std::string_view const name = header.recordId == RemoteControlRecordId
                                       ? std::string_view("remote control")
-                                      : RecordName(Carrier::Data, header.recordId, frame.data.size());
+                                      : RecordName(Carrier::Data, header.recordId, frame.data);
     std::string text = "record " + std::to_string(header.recordId) + " " + std::string(name) + ", " +
                        std::to_string(header.totalSize) + " bytes, " + TargetText(header.deviceId, header.enumerator) +
                        ", " + TimeText(header.time) + "\n";
     if (!command)
         return text + PrintPayload(Carrier::Data, header.recordId, frame.data, "  ");
     text += "  command " + std::to_string(command->commandId) + " " +
-            std::string(RecordName(Carrier::RemoteControl, command->commandId, command->payload.size())) + ", ticket " +
+            std::string(RecordName(Carrier::RemoteControl, command->commandId, command->payload)) + ", ticket " +
             std::to_string(command->ticket) + "\n";
     return text + PrintPayload(Carrier::RemoteControl, command->commandId, command->payload, "    ");
 }

@@ -65,10 +65,11 @@ Value WireValue(Field const& field, std::span<unsigned char const> payload)
 double RealBefore(Convert convert, double wire)
 {
     switch (convert) {
+    // A float of radians tells degrees no more finely than a float does; its own rounding must not show behind that.
     case Convert::Radians:
-        return RadiansToDegrees(wire);
+        return NarrowToFloat(RadiansToDegrees(wire));
     case Convert::NegatedRadians:
-        return -RadiansToDegrees(wire);
+        return -NarrowToFloat(RadiansToDegrees(wire));
     case Convert::Negated:
         return -wire;
     case Convert::TimesThousand:

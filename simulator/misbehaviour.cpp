@@ -89,9 +89,9 @@ bool AddMisbehaviour(std::string_view name, std::string_view argument, Misbehavi
                        : name == "stall"      ? &current.stall
                                               : nullptr;
     if (flag == nullptr) {
-        error = (name.empty() ? std::string("tell which failure: ")
-                              : "there is no failure '" + std::string(name) + "': ") +
-                ListOfNames();
+        error =
+            (name.empty() ? std::string("tell which failure: ") : "there is no failure '" + std::string(name) + "': ") +
+            ListOfNames();
         return false;
     }
     if (!argument.empty())

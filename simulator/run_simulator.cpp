@@ -126,9 +126,8 @@ int RunSimulator(SimulatorOptions const& options, std::istream& commands, std::o
         << std::flush;
     firstLine.unlock();
 
-    std::thread reader([run, &commands, stopAtEnd = options.stopAtEndOfCommands] {
-        ReadCommands(run, commands, stopAtEnd);
-    });
+    std::thread reader(
+        [run, &commands, stopAtEnd = options.stopAtEndOfCommands] { ReadCommands(run, commands, stopAtEnd); });
     stop.Wait();
     bool readerDone = false;
     {

@@ -37,7 +37,7 @@ struct Limits
 /// One rate at which the receiver samples, and the ranges that its memory then reaches.
 struct SampleRate
 {
-    std::int32_t rate; ///< Hz
+    std::int32_t rate;              ///< Hz
     std::span<double const> ranges; ///< m, ascending
 };
 
@@ -69,23 +69,50 @@ inline constexpr double PingRateRatio = 10.0;
 inline constexpr double GateLeastValue = 0.5;  ///< m
 inline constexpr double GateLeastWindow = 1.0; ///< m
 
-inline constexpr auto NearRanges = std::to_array<double>({5, 8, 10, 15, 20, 25, 30, 35, 40, 50, 75, 100, 125, 150, 175,
-                                                          200});
-inline constexpr auto LowRanges = std::to_array<double>({5, 8, 10, 15, 20, 25, 30, 35, 40, 50, 75, 100, 125, 150, 175,
-                                                         200, 250, 300, 350, 400, 500});
+inline constexpr auto NearRanges =
+    std::to_array<double>({5, 8, 10, 15, 20, 25, 30, 35, 40, 50, 75, 100, 125, 150, 175, 200});
+inline constexpr auto LowRanges =
+    std::to_array<double>({5, 8, 10, 15, 20, 25, 30, 35, 40, 50, 75, 100, 125, 150, 175, 200, 250, 300, 350, 400, 500});
 inline constexpr auto LowSampleRates = std::to_array<SampleRate>({{34483, LowRanges}, {68966, NearRanges}});
 inline constexpr auto HighSampleRates = std::to_array<SampleRate>({{34483, NearRanges}, {68966, NearRanges}});
-inline constexpr auto ToneLengths = std::to_array<double>({33e-6, 50e-6, 75e-6, 100e-6, 150e-6, 200e-6, 250e-6, 300e-6});
+inline constexpr auto ToneLengths =
+    std::to_array<double>({33e-6, 50e-6, 75e-6, 100e-6, 150e-6, 200e-6, 250e-6, 300e-6});
 inline constexpr auto SweepLengths = std::to_array<double>({300e-6, 500e-6, 1e-3, 2e-3, 5e-3, 10e-3, 20e-3});
 inline constexpr auto LowWidths = std::to_array<double>({2.0, 4.0, 8.0});
 inline constexpr auto HighWidths = std::to_array<double>({1.0, 2.0, 4.0});
 inline constexpr auto AcrossWidths = std::to_array<double>({140.0, 165.0});
 
 inline constexpr auto Modes = std::to_array<OperationMode>({
-    {L"Multibeam (200 kHz)", LowSampleRates, {ToneLengths, SweepLengths}, {170, 220}, {0, 83}, {0, 83}, {0, 50},
-     {190e3, 220e3}, 200e3, LowWidths, AcrossWidths, {-10, 10}, {0, 0}, 120, 60},
-    {L"Multibeam (400 kHz)", HighSampleRates, {ToneLengths, SweepLengths}, {170, 220}, {0, 83}, {0, 83}, {0, 50},
-     {350e3, 420e3}, 400e3, HighWidths, AcrossWidths, {-10, 10}, {0, 0}, 200, 60},
+    {L"Multibeam (200 kHz)",
+     LowSampleRates,
+     {ToneLengths, SweepLengths},
+     {170, 220},
+     {0, 83},
+     {0, 83},
+     {0, 50},
+     {190e3, 220e3},
+     200e3,
+     LowWidths,
+     AcrossWidths,
+     {-10, 10},
+     {0, 0},
+     120,
+     60},
+    {L"Multibeam (400 kHz)",
+     HighSampleRates,
+     {ToneLengths, SweepLengths},
+     {170, 220},
+     {0, 83},
+     {0, 83},
+     {0, 50},
+     {350e3, 420e3},
+     400e3,
+     HighWidths,
+     AcrossWidths,
+     {-10, 10},
+     {0, 0},
+     200,
+     60},
 });
 
 /// The names of the beam modes; the selection is the place in this list.
@@ -177,7 +204,7 @@ inline constexpr auto Answers = std::to_array<RecordAnswer>({
     {1504, "list of forwarded records", false, {1500, 1501, 1502, 1504}},
     {3006, "single-beam settings", false, {1058, 3002, 10001, 10005, 10007, 10008}},
     {7001, "configuration", true},
-    {7002, "pulse", false, {1006, 1007, 1019, 1026, 1027, 14002}},
+    {7002, "pulse", false, {1006, 1007, 1019, 1026, 1027, 14002}, {&protocol::keys::x5FMSweep, &protocol::keys::x5FMSweepNegative}},
     {7025, "installation", false, {1020, 1047, 1037, 1057}},
     {7052, "sensor inputs", false, {1602, 1604, 1605, 1607, 1608, 1610}},
     {7055, "calibration", false, {1002}},

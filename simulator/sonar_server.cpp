@@ -55,7 +55,7 @@ struct Connection
     bool reading = false; ///< an operation is under way
     std::deque<Outgoing> queue;
     std::size_t queuedBytes = 0;
-    Bytes leaving; ///< the frame under way, with what is sent before it
+    Bytes leaving;        ///< the frame under way, with what is sent before it
     std::size_t left = 0; ///< bytes of `leaving` that have left
     bool writing = false; ///< an operation or the timer is under way
     bool closeAfterWrite = false;
@@ -125,7 +125,8 @@ public:
         auto const address = asio::ip::make_address(host, error);
         if (error)
             return StartError{StartError::Kind::BadAddress,
-                              "'" + m_options.address + "' is no address to listen on; take one of this machine, such as 127.0.0.1"};
+                              "'" + m_options.address +
+                                  "' is no address to listen on; take one of this machine, such as 127.0.0.1"};
         m_endpoint = tcp::endpoint(address, m_options.port);
         if (Listen(error)) {
             m_port = m_endpoint.port();
@@ -134,14 +135,17 @@ public:
             m_thread = std::thread([this] { m_context.run(); });
             return std::nullopt;
         }
+        // Asio has no name for it, and its codes do not compare with conditions of the standard library.
+        bool const isNoAddressHere =
+            std::error_code(error.value(), std::system_category()) == std::errc::address_not_available;
         std::string const where = "port " + std::to_string(m_options.port) + " on " + host;
         if (error == asio::error::address_in_use)
             return StartError{StartError::Kind::PortInUse, where + " is in use; choose another, or 0 for any"};
         if (error == asio::error::access_denied)
             return StartError{StartError::Kind::Other, where + " may not be used; choose one above 1023, or 0 for any"};
-        if (error == std::errc::address_not_available || error == asio::error::address_family_not_supported)
-            return StartError{StartError::Kind::BadAddress, "this machine has no address " + host +
-                                                                "; take one of its own, such as 127.0.0.1"};
+        if (isNoAddressHere || error == asio::error::address_family_not_supported)
+            return StartError{StartError::Kind::BadAddress,
+                              "this machine has no address " + host + "; take one of its own, such as 127.0.0.1"};
         return StartError{StartError::Kind::Other, where + ": " + error.message()};
     }
 
@@ -246,7 +250,7 @@ private:
     bool m_tickScheduled = false;
     bool m_pingScheduled = false;
     bool m_hasPinged = false;
-    SteadyTime m_lastPing; // when it was due
+    SteadyTime m_lastPing;                              // when it was due
     std::multimap<SteadyTime, PingUnderWay> m_underWay; // by the time of their last echo
     std::thread m_thread;
     std::mutex m_runningMutex; // no task is posted after the last one; guards m_thread's id while m_running
@@ -369,9 +373,8 @@ void SonarServer::Implementation::Close(ConnectionPointer const& connection, std
     m_counts.framesSent += connection->framesSent;
     m_counts.skippedBytes += connection->reader.SkippedBytes();
     Tell(EventKind::Disconnected,
-         std::string(why) + "; " + Plural(records, "record") + " received, " +
-             Plural(connection->framesSent, "frame") + " sent, " +
-             Plural(connection->reader.SkippedBytes(), "byte") + " of no frame",
+         std::string(why) + "; " + Plural(records, "record") + " received, " + Plural(connection->framesSent, "frame") +
+             " sent, " + Plural(connection->reader.SkippedBytes(), "byte") + " of no frame",
          connection->number);
 }
 
@@ -767,9 +770,9 @@ std::string SonarServer::Implementation::StateText(std::string_view key, bool& k
 std::string SonarServer::Implementation::StatusText() const
 {
     ServerCounts const counts = Counts();
-    std::string text = !m_poweredOn             ? std::string("switched off")
-                       : m_acceptor.is_open()   ? "listening on port " + std::to_string(m_endpoint.port())
-                                                : std::string("not listening");
+    std::string text = !m_poweredOn           ? std::string("switched off")
+                       : m_acceptor.is_open() ? "listening on port " + std::to_string(m_endpoint.port())
+                                              : std::string("not listening");
     text += "; " + Plural(counts.open, "connection") + " open, " + std::to_string(counts.connections) + " taken, " +
             std::to_string(counts.refused) + " refused; " + Plural(counts.recordsReceived, "record") + " received, " +
             Plural(counts.framesSent, "frame") + " sent, " + Plural(counts.skippedBytes, "byte") + " of no frame; " +
@@ -784,7 +787,8 @@ std::string SonarServer::Implementation::StatusText() const
                 Plural(connection->queuedBytes, "byte") + " waiting";
     for (auto const& [id, count] : m_state.Records()) {
         text += "\nrecord " + std::to_string(id.second) + " " +
-                std::string(count.name.empty() ? "unknown" : count.name) + ": " + std::to_string(count.count) + " times";
+                std::string(count.name.empty() ? "unknown" : count.name) + ": " + std::to_string(count.count) +
+                " times";
         if (count.name.empty() && !count.lastPayload.empty())
             text += ", last payload " + protocol::HexDump(count.lastPayload, "\n  ", 16);
         while (text.ends_with('\n'))

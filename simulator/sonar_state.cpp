@@ -68,7 +68,8 @@ Limits LimitsOf(std::span<double const> values)
 
 TreeNode GateBranch(Key const& key)
 {
-    return Branch(key, {Leaf(keys::x5MinValue, model::GateLeastValue), Leaf(keys::x5MinWindow, model::GateLeastWindow)});
+    return Branch(key,
+                  {Leaf(keys::x5MinValue, model::GateLeastValue), Leaf(keys::x5MinWindow, model::GateLeastWindow)});
 }
 
 TreeNode WidthBranch(Key const& key, std::span<double const> widths)
@@ -82,9 +83,9 @@ TreeNode ModeBranch(OperationMode const& mode, std::int32_t enumerator)
     nodes.push_back(Leaf(keys::SystemText, std::wstring(mode.text)));
     nodes.push_back(Leaf(keys::DeviceEnum, enumerator));
     for (SampleRate const& rate : mode.sampleRates) {
-        nodes.push_back(Branch(keys::x5SampleRateSet, {Leaf(keys::x5IQRate, rate.rate),
-                                                       Leaf(keys::x5RangeSet, List(rate.ranges)),
-                                                       LimitBranch(keys::x5Range, LimitsOf(rate.ranges))}));
+        nodes.push_back(
+            Branch(keys::x5SampleRateSet, {Leaf(keys::x5IQRate, rate.rate), Leaf(keys::x5RangeSet, List(rate.ranges)),
+                                           LimitBranch(keys::x5Range, LimitsOf(rate.ranges))}));
     }
     for (auto const lengths : mode.pulseLengths)
         nodes.push_back(Branch(keys::x5PulseLengthSet, {Leaf(keys::x5PulseLengthValues, List(lengths))}));
@@ -229,8 +230,8 @@ struct KindName
     std::string_view name;
     Kind kind;
 };
-constexpr KindName KindNames[] = {{"int", Kind::Int},       {"uint", Kind::UInt},      {"bool", Kind::Bool},
-                                  {"double", Kind::Double}, {"pair", Kind::Pair},      {"string", Kind::String},
+constexpr KindName KindNames[] = {{"int", Kind::Int},       {"uint", Kind::UInt},          {"bool", Kind::Bool},
+                                  {"double", Kind::Double}, {"pair", Kind::Pair},          {"string", Kind::String},
                                   {"ints", Kind::IntList},  {"doubles", Kind::DoubleList}, {"offset", Kind::Offset}};
 
 std::string_view NameOf(Kind kind)
@@ -488,9 +489,9 @@ void SonarState::ModeChanged()
     if (static_cast<std::size_t>(IntOf(keys::x5SampleRateSelection)) >= Mode().sampleRates.size())
         PutText(keys::x5SampleRateSelection.text, &keys::x5SampleRateSelection, std::int32_t{0});
     PutText(keys::x5PulseLengthValues.text, &keys::x5PulseLengthValues, List(PulseLengths()));
-    for (Key const* const key : {&keys::x5Range, &keys::x5Power, &keys::x5Gain, &keys::x5MaxPingRate,
-                                 &keys::x5PulseLength, &keys::x5CenterFrequency, &keys::x5Absorption,
-                                 &keys::x5SpreadingLoss}) {
+    for (Key const* const key :
+         {&keys::x5Range, &keys::x5Power, &keys::x5Gain, &keys::x5MaxPingRate, &keys::x5PulseLength,
+          &keys::x5CenterFrequency, &keys::x5Absorption, &keys::x5SpreadingLoss}) {
         if (auto const* const value = Find(*key))
             Put(*key, Value(*value));
     }
@@ -533,9 +534,7 @@ Understood SonarState::Apply(protocol::FrameView const& frame, SteadyTime now)
 
 void SonarState::Read(Understood& record)
 {
-    record.layout = protocol::FindLayout(record.carrier, record.id, record.payload.size());
-    if (record.layout == nullptr && record.carrier == Carrier::PassThrough)
-        record.layout = protocol::FindLayout(Carrier::RemoteControl, record.id, record.payload.size());
+    record.layout = protocol::FindLayout(record.carrier, record.id, record.payload);
     for (NamedCommand const& command : NamedCommands) {
         if (record.carrier == Carrier::RemoteControl && command.id == record.id)
             record.name = command.name;
@@ -550,7 +549,8 @@ void SonarState::Read(Understood& record)
         if (field.field->key == nullptr && field.field->constant == 0 && !protocol::IsEmpty(field.wire))
             record.fields.emplace_back(field.field->name, field.wire);
     }
-    if (record.layout->tailKey != nullptr && !protocol::IsEmpty(unpacked.tail))
+    if (record.layout->tailKey != nullptr && !protocol::IsEmpty(unpacked.tail) &&
+        unpacked.tailBytes.size() <= MaximumKeptTail)
         record.values.emplace_back(record.layout->tailKey, std::move(unpacked.tail));
 
     // What the tables cannot turn back, because it takes the sonar's own settings to do so.
@@ -573,6 +573,12 @@ void SonarState::Read(Understood& record)
         if (spacing > 0.0)
             record.values.emplace_back(&keys::x5ConstantSpacing, spacing);
         record.values.emplace_back(&keys::x5ConstantSpacingEnabled, spacing > 0.0);
+    } else if (record.layout->id == records::FMSweep.Id()) {
+        auto const start = protocol::UnpackField(records::SweepStart, record.payload).wire;
+        auto const stop = protocol::UnpackField(records::SweepStop, record.payload).wire;
+        double const width = std::get<double>(stop) - std::get<double>(start); // Hz
+        record.values.emplace_back(&keys::x5FMSweep, std::abs(width) / 1000.0);
+        record.values.emplace_back(&keys::x5FMSweepNegative, width < 0.0);
     }
     // Flags say which of the numbers are meant.
     if (record.layout->id == records::ManualSoundVelocity.Id()) {
@@ -626,8 +632,7 @@ void SonarState::Take(Understood& record, SteadyTime now)
         record.effect = Effect::Ping;
         break;
     case StartRecordingId: {
-        auto const text =
-            record.payload.subspan(std::min<std::size_t>(RecordingNameOffset, record.payload.size()));
+        auto const text = record.payload.subspan(std::min<std::size_t>(RecordingNameOffset, record.payload.size()));
         auto const end = std::find(text.begin(), text.end(), static_cast<unsigned char>(0));
         StartRecording(protocol::DecodeUtf8(text.first(static_cast<std::size_t>(end - text.begin()))), now);
         break;
@@ -788,8 +793,9 @@ std::vector<TreeNode> SonarState::Introduction() const
 
 std::optional<std::vector<TreeNode>> SonarState::Answer(std::uint32_t recordId) const
 {
-    auto const* const row = std::find_if(model::Answers.begin(), model::Answers.end(),
-                                         [&](model::RecordAnswer const& answer) { return answer.recordId == recordId; });
+    auto const* const row =
+        std::find_if(model::Answers.begin(), model::Answers.end(),
+                     [&](model::RecordAnswer const& answer) { return answer.recordId == recordId; });
     if (row == model::Answers.end())
         return std::nullopt;
     if (row->everything)
@@ -799,7 +805,8 @@ std::optional<std::vector<TreeNode>> SonarState::Answer(std::uint32_t recordId) 
         if (key == nullptr)
             return;
         auto const* const value = Find(*key);
-        bool const told = std::any_of(nodes.begin(), nodes.end(), [&](TreeNode const& node) { return node.key == key->text; });
+        bool const told =
+            std::any_of(nodes.begin(), nodes.end(), [&](TreeNode const& node) { return node.key == key->text; });
         if (value != nullptr && !told)
             nodes.push_back(Leaf(*key, *value));
     };
@@ -836,8 +843,7 @@ std::pair<std::int32_t, double> SonarState::CountPing()
 std::vector<TreeNode> SonarState::PingReport(std::int32_t number, double utcSeconds) const
 {
     return {Leaf(keys::x5PingNumber, number), Leaf(keys::x5PingTime, utcSeconds),
-            Leaf(keys::x5Range, DoubleOf(keys::x5Range)),
-            Leaf(keys::x5SoundVelocity, DoubleOf(keys::x5SoundVelocity))};
+            Leaf(keys::x5Range, DoubleOf(keys::x5Range)), Leaf(keys::x5SoundVelocity, DoubleOf(keys::x5SoundVelocity))};
 }
 
 } // namespace qx5::simulator

@@ -50,9 +50,9 @@ struct Understood
 {
     protocol::Carrier carrier = protocol::Carrier::RemoteControl;
     std::uint32_t id = 0;
-    std::string_view name;                           ///< empty for an unknown record
-    protocol::RecordLayout const* layout = nullptr;  ///< null for a record without table
-    protocol::Target target;                         ///< of the frame, or of a pass-through command
+    std::string_view name;                          ///< empty for an unknown record
+    protocol::RecordLayout const* layout = nullptr; ///< null for a record without table
+    protocol::Target target;                        ///< of the frame, or of a pass-through command
     std::span<unsigned char const> payload;
     std::vector<std::pair<protocol::Key const*, protocol::Value>> values; ///< attributes that it sets, as it gives them
     std::vector<std::pair<std::string_view, protocol::Value>> fields;     ///< what it carries beside attributes
@@ -71,9 +71,10 @@ struct RecordCount
 };
 
 inline constexpr std::size_t MaximumKeptPayload = 256;
-inline constexpr std::size_t MaximumKeptRecords = 1024;  ///< different ids; those beyond are only counted together
-inline constexpr std::size_t MaximumKeptUnits = 64;      ///< other units that commands are passed on to
+inline constexpr std::size_t MaximumKeptRecords = 1024; ///< different ids; those beyond are only counted together
+inline constexpr std::size_t MaximumKeptUnits = 64;     ///< other units that commands are passed on to
 inline constexpr std::size_t MaximumAttributes = 4096;
+inline constexpr std::size_t MaximumKeptTail = 65536; ///< bytes of a text or list; a longer one is not kept
 
 /// A sonar that takes records and keeps what they say. Values outside of its limits are brought inside, and what it
 /// cannot do (an operation mode that it does not have, a range that is no number) it does not do: the next report then

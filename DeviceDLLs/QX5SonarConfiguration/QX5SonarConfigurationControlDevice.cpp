@@ -1,10 +1,12 @@
 // The frame of a request: the chain of handlers, the scalar path, the path of records that frame themselves.
 #include "QX5SonarConfigurationControlDevice.h"
 
+#include "handlers/DataRecording.h"
 #include "handlers/chain.h"
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
 #include <VordalBaseR/CExTime.h>
+#include <VordalSubscriberR/Subscriber.h>
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
 #include <protocol/numbers.h>
@@ -27,7 +29,15 @@ constexpr int lastSelfFramedRecord = 7699;
 
 } // namespace
 
-QX5SonarConfigurationControlDevice::QX5SonarConfigurationControlDevice() = default;
+QX5SonarConfigurationControlDevice::QX5SonarConfigurationControlDevice()
+{
+    using Sink = MemFunNoInfoSubscriber<ControlDevice>;
+
+    startLoggingSubscription.SetSubscriber(new Sink(this, &ControlDevice::StartLogging), true);
+    startLoggingSubscription.Subscribe(StartLoggingEvent);
+    stopLoggingSubscription.SetSubscriber(new Sink(this, &ControlDevice::StopLogging), true);
+    stopLoggingSubscription.Subscribe(StopLoggingEvent);
+}
 
 QX5SonarConfigurationControlDevice::~QX5SonarConfigurationControlDevice() = default;
 

@@ -17,6 +17,7 @@
 
 class BaseDataSource;
 class CVordalUnitCnv;
+class QX5SocketIoHandler;
 class SonarTargetsControl;
 
 namespace qx5 {
@@ -68,12 +69,17 @@ private:
     /// is missing.
     bool ReadOperands(CAttributeMap const& request, CAttributeMap const& stored, qx5::Command const& command,
                       qx5::CommandValues& values) const;
+    /// Sends the record the way that its table says. A data record goes without a time (0.0); a passed-through one
+    /// goes nowhere when the port is no sonar's.
+    void Send(qx5::protocol::RecordLayout const& record, std::span<unsigned char const> payload, qx5::Target target);
     void SendRemote(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target);
     /// The same for the sonar processor to pass on to unit `target`; nothing happens unless the port is a sonar's.
     void SendThrough(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target);
     void AskFor(std::span<qx5::FollowUp const> followUps);
     /// Merges the echo into the stored tree and tells its subscribers.
     void Report(CAttributeMap const& echo, int flags);
+    /// The port as that of a sonar; null when there is none or it is of another class. The host's.
+    QX5SocketIoHandler* SonarPort() const;
     CAttributeMap const& Stored() const { return *m_attributes; }
 
     // Basic operation: projector, pings, sound velocity, temperature, sector, motion compensation, system commands.
@@ -154,6 +160,8 @@ private:
 
     // Motion and heading sensors.
     void RequestMotionSensorConfiguration(CAttributeMap* request);
+    /// Not in the chain: no request reaches it.
+    void RequestHeadingSensorConfiguration(CAttributeMap* request);
 
     // Sensors on the sonar's serial inputs, remote I/O, mounting and deck mode.
     void RequestPortSensorConfiguration(CAttributeMap* request);
@@ -187,6 +195,11 @@ private:
     void SendDgnssNtripConfig(CAttributeMap* request);
     void SendDgnssPpsConfig(CAttributeMap* request);
     void SendInsAutoCalibration(CAttributeMap* request);
+    /// One of the unit's three serial ports; what the request leaves out of the two keys comes from the unit's tree.
+    void SendDgnssSerialPortConfig(CAttributeMap* request, AttributeKey const& baudKey, AttributeKey const& rs485Key,
+                                   unsigned char portId);
+    /// Bits per second of the unit's baud code, 0 for a code that it does not have.
+    static unsigned ConvertDGNSSEnumToBaudRate(int code);
 
     // Single-beam systems.
     void RequestTransducerIndex(CAttributeMap* request);
@@ -206,6 +219,14 @@ private:
     // Recording by the sonar processor.
     void RequestOnOffDataRecording(CAttributeMap* request, AttributeKey const& key);
     void RequestSyncDataRecording(CAttributeMap* request);
+    /// The host's logger has started or stopped; the recording follows it when it is to be in step. Host thread.
+    void StartLogging();
+    void StopLogging();
+    /// A recording's name made from the host's time as the local clock shows it, such as 20231213_162237_VORDAL.
+    /// Throws std::invalid_argument when the time has no place in the calendar.
+    CString CreateX5RecordFilename();
+    /// Starts a recording of that name; with an empty one the sonar chooses.
+    void StartRecording(CString const& fileName, qx5::Target target);
 
     // The sonar's data recorder.
     void RequestRDRFiltering(CAttributeMap* request);
@@ -237,6 +258,7 @@ private:
     void RequestRaytracerSetupMode(CAttributeMap* request);
     void RequestSetPanTiltRotate(CAttributeMap* request);
     void RequestHoistActive(CAttributeMap* request);
+
     // In the order in which they are constructed; they go in reverse.
     Subscription startLoggingSubscription{Subscription::General};  ///< the host logger starts
     Subscription stopLoggingSubscription{Subscription::General};   ///< the host logger stops

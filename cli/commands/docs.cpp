@@ -144,11 +144,12 @@ int Docs(DocsOptions const& options)
                     asked += (asked.empty() ? "" : " ") + Utf8(*operand.key);
                 }
             }
-            session.Connect("127.0.0.1", sonar.Port(), stored);
+            session.Connect("127.0.0.1", sonar.Port());
             if (!session.WaitForConnection(5s, error)) {
                 return Complain(ExitFailed, error);
             }
             session.WaitForIntroduction(1s);
+            session.Store(stored);
             session.Request(request);
             session.WaitUntilSent(5s);
             std::unique_lock lock(arrivals.mutex);

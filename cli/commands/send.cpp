@@ -48,17 +48,19 @@ int Send(SendOptions const& options)
     if (!session.LoadPlugin(PluginPath(options.plugin), error)) {
         return Complain(ExitFailed, error);
     }
-    session.Connect(host, port, stored);
+    session.Connect(host, port);
     std::chrono::milliseconds const limit(options.timeoutMilliseconds);
     if (!session.WaitForConnection(limit, error)) {
         return Complain(ExitFailed,
-                        fmt::format("no connection to {}: {}; is the sonar (or `qx5 sim`) running there?", options.sonar,
-                                    error));
+                        fmt::format("no connection to the sonar: {}; is it (or `qx5 sim`) running there?", error));
     }
     session.WaitForIntroduction(introductionLimit);
+    session.Store(stored);
 
     recording = true;
+    auto const refusedBefore = session.Counters().refused;
     bool const carriedOut = session.Request(request);
+    auto const refused = session.Counters().refused - refusedBefore;
     recording = false;
     bool const sentAll = session.WaitUntilSent(limit);
 
@@ -70,7 +72,7 @@ int Send(SendOptions const& options)
     if (!carriedOut) {
         return Complain(ExitFailed, "the request was broken off, see above");
     }
-    if (!sentAll) {
+    if (refused != 0 || !sentAll) {
         return Complain(ExitFailed, "the connection was lost before everything had left");
     }
     if (events.empty()) {

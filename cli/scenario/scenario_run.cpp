@@ -32,6 +32,10 @@ namespace {
 constexpr wchar_t const* sonarClass = L"QX5SonarConfigurationControlDevice";
 constexpr wchar_t const* plainClass = L"Device";
 
+/// The events of the host's logger, on the general bus.
+constexpr wchar_t const* loggerStarts = L"$VordalHostloggerStartLogging$";
+constexpr wchar_t const* loggerStops = L"$VordalHostloggerStopLogging$";
+
 /// The plug-in went on doing something for longer than a step may wait.
 class NeverSettles : public std::runtime_error
 {
@@ -221,6 +225,12 @@ void RunConnected(Stage& stage, ScenarioStep const& step)
     stage.FindDevice(step.device)->HandlePortConnected();
 }
 
+void RunLogger(Stage& stage, ScenarioStep const& step)
+{
+    bool const start = std::get<LoggerArgument>(step.argument).start;
+    stage.host.Notify(Subscription::General, start ? loggerStarts : loggerStops, nullptr);
+}
+
 void RunBlock(Stage& stage, ScenarioStep const& step)
 {
     auto const& argument = std::get<BlockArgument>(step.argument);
@@ -269,6 +279,7 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::Load, RunLoad},
     {StepKind::Apply, RunApply},
     {StepKind::Connected, RunConnected},
+    {StepKind::Logger, RunLogger},
     {StepKind::Block, RunBlock},
     {StepKind::BufferStatus, RunBufferStatus},
     {StepKind::Clock, RunClock},

@@ -1,10 +1,5 @@
 // The device class without a module around it: the scalar path at its limits, the chain, the device without connection.
-#include "QX5SonarConfigurationControlDevice.h"
-#include "recorded_traffic.h"
-#include "reference_host/host/clock.h"
-#include "reference_host/host/host.h"
-
-#include <VordalAttributesR/CVordalType.h>
+#include "one_sonar.h"
 
 #include <cmath>
 #include <limits>
@@ -22,45 +17,16 @@ struct ControlDeviceAccess {
     {
         return device.Send76xxRecord(recordId, value);
     }
+    static unsigned BaudRate(int code) { return QX5SonarConfigurationControlDevice::ConvertDGNSSEnumToBaudRate(code); }
+    static void ConfigureHeadingSensor(QX5SonarConfigurationControlDevice& device, CAttributeMap& request)
+    {
+        device.RequestHeadingSensorConfiguration(&request);
+    }
 };
 
 namespace {
 
-class ControlDevice : public ::testing::Test {
-protected:
-    ControlDevice()
-    {
-        m_host.SetClock(&m_clock);
-        m_host.SetTraffic(&traffic);
-        m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-        auto made = std::make_unique<QX5SonarConfigurationControlDevice>();
-        device = made.get();
-        m_host.AddDevice(std::move(made), CDataId(1, 78, 1, 1), L"sonar");
-    }
-
-    void Store(CAttributeMap const& tree) { m_host.ReplaceAttributes(*device, tree); }
-    CAttributeMap Stored() const
-    {
-        CAttributeMap tree;
-        device->GetAttributeMap(tree);
-        return tree;
-    }
-    void Request(CAttributeMap request) { m_host.DeliverRequest(*device, &request); }
-
-    vordal::FixedClock m_clock{1700000000.0}; // 2023-11-14 22:13:20 UTC, day 318
-    RecordedTraffic traffic;
-    vordal::Host m_host;
-    QX5SonarConfigurationControlDevice* device = nullptr;
-};
-
-CAttributeMap One(wchar_t const* key, CVordalType const& value)
-{
-    CAttributeMap tree;
-    tree.Add(key, value, 0);
-    return tree;
-}
-
-using Lines = std::vector<std::string>;
+using ControlDevice = OneSonar;
 
 TEST_F(ControlDevice, ANullRequestDoesNothing)
 {
@@ -143,6 +109,87 @@ TEST_F(ControlDevice, NumbersBeyondAFloatBecomeInfinite)
                                     "remote 1003 0000c07f to 0,-1"}));
 }
 
+/// The settings of the heading sensor, each a number of its own.
+CAttributeMap HeadingSensor()
+{
+    CAttributeMap tree;
+    tree.Add(L"x5HeadingSensorFormat", CVordalInt(1), 0);
+    tree.Add(L"x5HeadingSensorBaudrate", CVordalInt(2), 0);
+    tree.Add(L"x5HeadingSensorParity", CVordalInt(3), 0);
+    tree.Add(L"x5HeadingSensorDataBits", CVordalInt(4), 0);
+    tree.Add(L"x5HeadingSensorStopBits", CVordalInt(5), 0);
+    return tree;
+}
+
+int IntOf(CAttributeMap const& tree, wchar_t const* key)
+{
+    int value = -1;
+    EXPECT_TRUE(tree.FindValue(key, 0).Get(value));
+    return value;
+}
+
+TEST_F(ControlDevice, TheHeadingSensorIsCompletedFromTheStoredTree)
+{
+    Store(HeadingSensor());
+    // 300 goes out as its low byte and is echoed whole.
+    CAttributeMap request = One(L"x5HeadingSensorBaudrate", CVordalInt(300));
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, request);
+    EXPECT_EQ(traffic.lines, Lines({"remote 1057 012c030405000000 to 0,-1"}));
+    EXPECT_EQ(IntOf(Stored(), L"x5HeadingSensorBaudrate"), 300);
+    EXPECT_EQ(IntOf(Stored(), L"x5HeadingSensorStopBits"), 5);
+    EXPECT_EQ(Stored().Count(), 5);
+}
+
+TEST_F(ControlDevice, TheHeadingSensorIsEchoedInTheOrderOfItsKeys)
+{
+    CAttributeMap request;
+    request.Add(L"x5HeadingSensorStopBits", CVordalInt(5), 0);
+    request.Add(L"x5HeadingSensorDataBits", CVordalInt(-1), 0);
+    request.Add(L"x5HeadingSensorParity", CVordalInt(3), 0);
+    request.Add(L"x5HeadingSensorBaudrate", CVordalInt(2), 0);
+    request.Add(L"x5HeadingSensorFormat", CVordalInt(257), 0);
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, request);
+    EXPECT_EQ(traffic.lines, Lines({"remote 1057 010203ff05000000 to 0,-1"}));
+    CAttributeMap const stored = Stored();
+    wchar_t const* const inOrder[]{L"x5HeadingSensorFormat", L"x5HeadingSensorBaudrate", L"x5HeadingSensorParity",
+                                   L"x5HeadingSensorDataBits", L"x5HeadingSensorStopBits"};
+    ASSERT_EQ(stored.Count(), 5);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_TRUE(stored.GetChild(i).GetKey() == inOrder[i]) << i;
+    }
+    EXPECT_EQ(IntOf(stored, L"x5HeadingSensorFormat"), 257);
+    EXPECT_EQ(IntOf(stored, L"x5HeadingSensorDataBits"), -1);
+}
+
+TEST_F(ControlDevice, AKeyOfAnotherKindTriggersTheHeadingSensor)
+{
+    Store(HeadingSensor());
+    CAttributeMap request = One(L"x5HeadingSensorFormat", CVordalDouble(9.0));
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, request);
+    EXPECT_EQ(traffic.lines, Lines({"remote 1057 0102030405000000 to 0,-1"}));
+}
+
+TEST_F(ControlDevice, AHeadingSensorWithASettingMissingIsDropped)
+{
+    CAttributeMap stored = HeadingSensor();
+    stored.Remove(L"x5HeadingSensorStopBits");
+    Store(stored);
+    CAttributeMap request = One(L"x5HeadingSensorFormat", CVordalInt(9));
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, request);
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(IntOf(Stored(), L"x5HeadingSensorFormat"), 1);
+    CAttributeMap unrelated = One(L"x5MotionSensorFormat", CVordalInt(9));
+    ControlDeviceAccess::ConfigureHeadingSensor(*device, unrelated);
+    EXPECT_EQ(traffic.lines, Lines());
+}
+
+TEST_F(ControlDevice, NoRequestReachesTheHeadingSensor)
+{
+    Request(HeadingSensor());
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(Stored().Count(), 0);
+}
+
 TEST_F(ControlDevice, AWideAndADeepRequestAreTakenInTheirStride)
 {
     CAttributeMap wide;
@@ -158,6 +205,18 @@ TEST_F(ControlDevice, AWideAndADeepRequestAreTakenInTheirStride)
     }
     Request(deep);
     EXPECT_EQ(traffic.lines, Lines({"remote 1008 0000803f to 0,-1"}));
+}
+
+TEST(PositioningUnit, BaudCodesAndTheirRates)
+{
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(0), 1200U);
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(1), 9600U);
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(2), 28800U);
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(3), 57600U);
+    EXPECT_EQ(ControlDeviceAccess::BaudRate(4), 115200U);
+    for (int const code : {-1, 5, 7, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+        EXPECT_EQ(ControlDeviceAccess::BaudRate(code), 0U);
+    }
 }
 
 } // namespace

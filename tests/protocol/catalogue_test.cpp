@@ -1,4 +1,6 @@
 // Look-ups of records and keys.
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include <protocol/catalogue.h>
@@ -23,6 +25,22 @@ TEST(Catalogue, FindsARecordByCarrierAndId)
     EXPECT_EQ(FindLayout(Carrier::RemoteControl, 1003, 4), range);
     EXPECT_EQ(FindLayout(Carrier::PassThrough, 1003, 4), range);
     EXPECT_EQ(FindLayout(Carrier::PassThrough, 4711, 4), nullptr);
+}
+
+TEST(Catalogue, FindsTheFormWhoseConstantsAPayloadCarries)
+{
+    auto const nameOf = [](std::vector<unsigned char> const& payload) {
+        return FindLayout(Carrier::RemoteControl, 10014, payload)->name;
+    };
+    EXPECT_EQ(nameOf({1, 0, 0, 0, 0, 0, 0, 0}), "range tweak");
+    EXPECT_EQ(nameOf({2, 0, 0, 0, 0, 0, 0, 0}), "gain tweak");
+    EXPECT_EQ(nameOf({5, 0, 0, 0, 0, 0, 0, 0}), "pulse length tweak");
+    EXPECT_EQ(nameOf({6, 0, 0, 0, 0, 0, 0, 0}), "power tweak");
+    // A payload that is none of them, or cut, still has a form to be read by.
+    EXPECT_EQ(nameOf({9, 0, 0, 0, 0, 0, 0, 0}), "gain tweak");
+    EXPECT_EQ(nameOf({}), "gain tweak");
+    std::vector<unsigned char> const nothing;
+    EXPECT_EQ(FindLayout(Carrier::RemoteControl, 4711, nothing), nullptr);
 }
 
 TEST(Catalogue, FindsAKeyByItsText)

@@ -73,7 +73,9 @@ private:
         if (field.convert == Convert::Truncated)
             return static_cast<double>(Below(std::min<std::uint64_t>(limit, 0x7FFFFFFF)));
         std::uint32_t const number = Below(limit);
-        if (field.key != nullptr ? field.key->kind == Kind::Int : field.wire == Wire::I32)
+        // What a handler computes is compared as it stands on the wire, all else as the key's value.
+        bool const ofKey = field.key != nullptr && field.convert != Convert::Computed;
+        if (ofKey ? field.key->kind == Kind::Int : field.wire == Wire::I32)
             return static_cast<std::int32_t>(number);
         return number;
     }

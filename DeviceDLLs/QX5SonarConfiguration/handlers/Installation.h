@@ -2,10 +2,78 @@
 #pragma once
 
 #include "command.h"
+#include <protocol/records/installation.h>
 
 namespace qx5::commands {
 
-inline constexpr Command UpdateSonarInstallationIdentifiers{};
-inline constexpr Command RequestAuvConfig{};
+namespace installation {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+/// Inside of a bracket of the request or, failing that, of the stored one; it triggers nothing by itself.
+inline constexpr OperandOptions withinBracket{.source = Source::Branch, .triggers = false};
+/// Read from the stored tree, never requested or echoed here.
+inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None, .optional = true};
+
+inline constexpr Operand identifiersKeys[]{
+    keys::x5Bracket,
+    {keys::x5BracketSelected, withinBracket},
+    {keys::x5BracketX, withinBracket},
+    {keys::x5BracketY, withinBracket},
+    {keys::x5BracketZ, withinBracket},
+    {keys::ATTR_DEVICEOFFSET, {.optional = true}},
+    {keys::ATTR_ROLLCOR, {.optional = true}},
+    {keys::ATTR_PITCHCOR, {.optional = true}},
+    {keys::ATTR_CABLELENGTH, {.optional = true}},
+    {keys::x5SonarSettings, storedOnly},
+    {keys::x5RxNumber, storedOnly},
+    {keys::x5TxName, storedOnly},
+    {keys::x5MBesXYZList, storedOnly},
+    {keys::x5MBesXYZInfo, storedOnly},
+    {keys::x5MBesXYZSonarId, storedOnly},
+    {keys::x5MBesXYZTXUnitID, storedOnly},
+    {keys::x5MBesXYZRXUnitID, storedOnly},
+    {keys::x5MBesXYZNumber, storedOnly},
+    {keys::x5MBesXYZFixedParams, storedOnly},
+    {keys::x5MBesXYZFrequency, storedOnly},
+    {keys::x5MBesXYZ, storedOnly},
+    {keys::x5MBesXYZLength, storedOnly},
+    {keys::x5MBesXYZWidth, storedOnly},
+    {keys::x5MBesXYZHeight, storedOnly},
+    {keys::x5MBesXYZRadius, storedOnly},
+    {keys::x5MBesXYZOffsetX, storedOnly},
+    {keys::x5MBesXYZOffsetY, storedOnly},
+    {keys::x5MBesXYZOffsetZ, storedOnly},
+    {keys::x5MBesXYZOffsetRoll, storedOnly},
+    {keys::x5MBesXYZOffsetPitch, storedOnly},
+    {keys::x5MBesXYZOffsetYaw, storedOnly},
+};
+inline constexpr Sending identifiersSends[]{
+    {records::SonarInstallationIdentifiers, OwnSonar, "a bracket is stored, once for each"}};
+
+inline constexpr Operand startupKeys[]{keys::x5StartupNormalization, keys::x5RestorePingrate, keys::x5RestorePower,
+                                       keys::x5SVInterlock,          keys::x5IgnorePpsErrors, keys::x5RestoreRecording,
+                                       keys::x5RestoreTracker,       keys::PowerModeSelection};
+inline constexpr Sending startupSends[]{{records::StartupConfiguration, Processor}};
+
+} // namespace installation
+
+inline constexpr Command UpdateSonarInstallationIdentifiers{
+    .form = Form::Own,
+    .operands = installation::identifiersKeys,
+    .sends = installation::identifiersSends,
+    .echoFlags = 0,
+    .note = "A bracket or one of the installation's values triggers. The request's brackets change the stored ones "
+            "key by key; brackets of one physical head (receiver and transmitter alike) share what is said about any "
+            "of them. What is found nowhere is 0. The echo tells all brackets and the installation's values.",
+};
+
+inline constexpr Command RequestAuvConfig{
+    .form = Form::Strict,
+    .operands = installation::startupKeys,
+    .sends = installation::startupSends,
+    .echoFlags = 0,
+};
 
 } // namespace qx5::commands

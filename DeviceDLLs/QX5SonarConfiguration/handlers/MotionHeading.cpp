@@ -1,7 +1,16 @@
 // The handlers for motion and heading sensors.
-#include "../QX5SonarConfigurationControlDevice.h"
 #include "MotionHeading.h"
+#include "../QX5SonarConfigurationControlDevice.h"
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
+using namespace qx5;
 
-void ControlDevice::RequestMotionSensorConfiguration(CAttributeMap*) {}
+void ControlDevice::RequestMotionSensorConfiguration(CAttributeMap* request)
+{
+    Run(*request, commands::RequestMotionSensorConfiguration);
+}
+
+void ControlDevice::RequestHeadingSensorConfiguration(CAttributeMap* request)
+{
+    Run(*request, commands::RequestHeadingSensorConfiguration);
+}

@@ -2,9 +2,43 @@
 #pragma once
 
 #include "command.h"
+#include <protocol/records/motion_heading.h>
 
 namespace qx5::commands {
 
-inline constexpr Command RequestMotionSensorConfiguration{};
+namespace motion_heading {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+inline constexpr Operand motionSensorKeys[]{
+    keys::x5MotionSensorFormat,   keys::x5MotionSensorBaudrate, keys::x5MotionSensorParity,
+    keys::x5MotionSensorDataBits, keys::x5MotionSensorStopBits, keys::x5MotionSensorOrientation,
+    keys::x5MotionSensorLatency,
+};
+inline constexpr Sending motionSensorSends[]{{records::MotionSensor}};
+
+inline constexpr Operand headingSensorKeys[]{
+    keys::x5HeadingSensorFormat,   keys::x5HeadingSensorBaudrate, keys::x5HeadingSensorParity,
+    keys::x5HeadingSensorDataBits, keys::x5HeadingSensorStopBits,
+};
+inline constexpr Sending headingSensorSends[]{{records::HeadingSensor}};
+
+} // namespace motion_heading
+
+inline constexpr Command RequestMotionSensorConfiguration{
+    .form = Form::Strict,
+    .operands = motion_heading::motionSensorKeys,
+    .sends = motion_heading::motionSensorSends,
+    .echoFlags = 0,
+};
+
+/// Has no row in the chain: no request reaches it.
+inline constexpr Command RequestHeadingSensorConfiguration{
+    .form = Form::Strict,
+    .operands = motion_heading::headingSensorKeys,
+    .sends = motion_heading::headingSensorSends,
+    .echoFlags = 0,
+};
 
 } // namespace qx5::commands

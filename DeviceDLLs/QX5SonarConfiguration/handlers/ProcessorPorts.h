@@ -2,18 +2,150 @@
 #pragma once
 
 #include "command.h"
+#include <protocol/records/processor_ports.h>
 
 namespace qx5::commands {
 
-inline constexpr Command RequestSerialPortConfiguration{};
-inline constexpr Command RequestSerialPortStatus{};
-inline constexpr Command RequestUdpPortConfiguration{};
-inline constexpr Command RequestUdpPortStatus{};
-inline constexpr Command RequestTimeSourceEnabled{};
-inline constexpr Command RequestTimeSourceEthernetConfiguration{};
-inline constexpr Command RequestSerialPortConfigRecord{};
-inline constexpr Command RequestSerialPortStatusRecord{};
-inline constexpr Command RequestUdpPortConfigRecord{};
-inline constexpr Command RequestUdpPortStatusRecord{};
+namespace processor_ports {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+// A channel that is off is not told: the stored tree keeps what it held.
+inline constexpr OperandOptions outputChannel{.echo = Echo::WhenTrue, .optional = true};
+
+inline constexpr Operand serialPortKeys[]{
+    keys::SerialPortIndex,
+    keys::BaudrateIndex,
+    keys::DatabitsIndex,
+    keys::ParityIndex,
+    keys::StopBitsIndex,
+    keys::PhyIndex,
+    keys::SerialDataFormatIndex,
+    keys::SerialPortEnabled,
+    keys::SerialPortAutoConfigure,
+    keys::SerialPortConfigured,
+    {keys::OutputChan1, outputChannel},
+    {keys::OutputChan2, outputChannel},
+};
+inline constexpr Sending serialPortSends[]{{records::SerialPortConfiguration}};
+
+inline constexpr Operand serialStatusKeys[]{keys::SerialPortIndex, keys::SerialPortCommand};
+inline constexpr Sending serialStatusSends[]{{records::SerialPortStatus}};
+
+inline constexpr Operand udpPortKeys[]{
+    keys::UdpAddress,
+    keys::UdpPort,
+    keys::UdpPortIndex,
+    keys::UdpDataFormatIndex,
+    keys::UdpPortEnabled,
+    keys::UdpPortConfigured,
+    {keys::OutputChan1, outputChannel},
+    {keys::OutputChan2, outputChannel},
+};
+// The port's index comes behind what is told of the port.
+inline constexpr Operand const* udpPortEchoes[]{
+    &udpPortKeys[0], &udpPortKeys[1], &udpPortKeys[3], &udpPortKeys[4],
+    &udpPortKeys[5], &udpPortKeys[2], &udpPortKeys[6], &udpPortKeys[7],
+};
+inline constexpr Sending udpPortSends[]{{records::UdpPortConfiguration}};
+
+inline constexpr Operand udpStatusKeys[]{keys::UdpPortIndex, keys::UdpPortCommand};
+inline constexpr Sending udpStatusSends[]{{records::UdpPortStatus}};
+
+inline constexpr Operand timeSourceKeys[]{keys::TimeSourceID, keys::TimeSourceCommand};
+inline constexpr Sending timeSourceSends[]{{records::TimeSourceEnable}};
+
+inline constexpr Operand timeSourceEthernetKeys[]{keys::TimeSourceID, keys::TimeSourceName, keys::TimeSourceIPV4};
+inline constexpr Sending timeSourceEthernetSends[]{{records::TimeSourceEthernet}};
+
+inline constexpr std::string_view whenTrue = "the value is true";
+inline constexpr std::string_view reportNote = "Direct. Asks for a report when the value is true; false does nothing.";
+inline constexpr Operand serialConfigReportKeys[]{keys::SerialPortsConfigRequest};
+inline constexpr FollowUp serialConfigReportAsks[]{{10060, OwnSonarZero, whenTrue}};
+inline constexpr Operand serialStatusReportKeys[]{keys::SerialPortsStatusRequest};
+inline constexpr FollowUp serialStatusReportAsks[]{{10061, OwnSonarZero, whenTrue}};
+inline constexpr Operand udpConfigReportKeys[]{keys::UdpPortsConfigRequest};
+inline constexpr FollowUp udpConfigReportAsks[]{{10063, OwnSonarZero, whenTrue}};
+inline constexpr Operand udpStatusReportKeys[]{keys::UdpPortsStatusRequest};
+// The status of UDP ports comes in the record of the serial ports.
+inline constexpr FollowUp udpStatusReportAsks[]{{10061, OwnSonarZero, whenTrue}};
+
+} // namespace processor_ports
+
+inline constexpr Command RequestSerialPortConfiguration{
+    .form = Form::AllRequired,
+    .operands = processor_ports::serialPortKeys,
+    .sends = processor_ports::serialPortSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestSerialPortStatus{
+    .form = Form::AllRequired,
+    .operands = processor_ports::serialStatusKeys,
+    .sends = processor_ports::serialStatusSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestUdpPortConfiguration{
+    .form = Form::Own,
+    .operands = processor_ports::udpPortKeys,
+    .sends = processor_ports::udpPortSends,
+    .echoFlags = 0,
+    .echoes = processor_ports::udpPortEchoes,
+    .note =
+        "All keys but the output channels are required in the request. Address and port are texts that hold a number; "
+        "a text that holds none, or one beyond 32 bits, throws, and nothing is sent.",
+};
+
+inline constexpr Command RequestUdpPortStatus{
+    .form = Form::AllRequired,
+    .operands = processor_ports::udpStatusKeys,
+    .sends = processor_ports::udpStatusSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestTimeSourceEnabled{
+    .form = Form::AllRequired,
+    .operands = processor_ports::timeSourceKeys,
+    .sends = processor_ports::timeSourceSends,
+};
+
+inline constexpr Command RequestTimeSourceEthernetConfiguration{
+    .form = Form::Own,
+    .operands = processor_ports::timeSourceEthernetKeys,
+    .sends = processor_ports::timeSourceEthernetSends,
+    .note =
+        "All keys are required in the request. The address is a text that holds a number, or is empty for 0; a text "
+        "that holds none, or one beyond 32 bits, throws, and nothing is sent.",
+};
+
+inline constexpr Command RequestSerialPortConfigRecord{
+    .form = Form::Own,
+    .operands = processor_ports::serialConfigReportKeys,
+    .followUps = processor_ports::serialConfigReportAsks,
+    .note = processor_ports::reportNote,
+};
+
+inline constexpr Command RequestSerialPortStatusRecord{
+    .form = Form::Own,
+    .operands = processor_ports::serialStatusReportKeys,
+    .followUps = processor_ports::serialStatusReportAsks,
+    .note = processor_ports::reportNote,
+};
+
+inline constexpr Command RequestUdpPortConfigRecord{
+    .form = Form::Own,
+    .operands = processor_ports::udpConfigReportKeys,
+    .followUps = processor_ports::udpConfigReportAsks,
+    .note = processor_ports::reportNote,
+};
+
+inline constexpr Command RequestUdpPortStatusRecord{
+    .form = Form::Own,
+    .operands = processor_ports::udpStatusReportKeys,
+    .followUps = processor_ports::udpStatusReportAsks,
+    .note = processor_ports::reportNote,
+};
 
 } // namespace qx5::commands

@@ -2,12 +2,60 @@
 #pragma once
 
 #include "command.h"
+#include <protocol/records/recorder_settings.h>
 
 namespace qx5::commands {
 
-inline constexpr Command RequestRDRFiltering{};
-inline constexpr Command RequestRDRSettings{};
-inline constexpr Command RequestRDRRecordingDirectory{};
-inline constexpr Command RequestRDRRecordingPreAndPostfix{};
+namespace recorder_settings {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+inline constexpr Operand filterKeys[]{keys::x5RDRFilterList};
+inline constexpr Sending filterSends[]{{records::RecorderFilter, Processor}};
+
+inline constexpr Operand fileKeys[]{keys::x5StorageSingleFile, keys::x5StorageHistory};
+inline constexpr Sending fileSends[]{{records::RecorderFileHandling}};
+inline constexpr Operand const* fileEchoes[]{&fileKeys[1], &fileKeys[0]};
+
+inline constexpr Operand directoryKeys[]{keys::x5DirectoryName};
+inline constexpr Sending directorySends[]{{records::RecordingDirectory, Processor}};
+
+inline constexpr Operand fileNameKeys[]{keys::x5StorageFileNamePrefix, keys::x5StorageFileNamePostfix};
+inline constexpr Sending fileNameSends[]{{records::RecordingFileNameParts, Processor}};
+
+} // namespace recorder_settings
+
+inline constexpr Command RequestRDRFiltering{
+    .form = Form::Own,
+    .operands = recorder_settings::filterKeys,
+    .sends = recorder_settings::filterSends,
+    .echoFlags = 0,
+    .note = "Direct. The list follows the fixed part of the record, as it stands.",
+};
+
+inline constexpr Command RequestRDRSettings{
+    .form = Form::Strict,
+    .operands = recorder_settings::fileKeys,
+    .sends = recorder_settings::fileSends,
+    .echoFlags = 0,
+    .echoes = recorder_settings::fileEchoes,
+};
+
+inline constexpr Command RequestRDRRecordingDirectory{
+    .form = Form::Direct,
+    .operands = recorder_settings::directoryKeys,
+    .sends = recorder_settings::directorySends,
+    .echoFlags = 0,
+    .longTexts = LongTexts::Refused,
+};
+
+inline constexpr Command RequestRDRRecordingPreAndPostfix{
+    .form = Form::AllRequired,
+    .operands = recorder_settings::fileNameKeys,
+    .sends = recorder_settings::fileNameSends,
+    .echoFlags = 0,
+    .longTexts = LongTexts::Refused,
+};
 
 } // namespace qx5::commands

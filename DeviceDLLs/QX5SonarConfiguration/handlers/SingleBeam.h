@@ -2,21 +2,151 @@
 #pragma once
 
 #include "command.h"
+#include <protocol/records/single_beam.h>
 
 namespace qx5::commands {
 
-inline constexpr Command RequestTransducerIndex{};
-inline constexpr Command RequestSbesChannelSelect{};
-inline constexpr Command RequestSbesTransducerDraft{};
-inline constexpr Command RequestSbesOperationMode{};
-inline constexpr Command RequestSbesTrackerTweakMode{};
-inline constexpr Command RequestSbesGainTweak{};
-inline constexpr Command RequestSbesPowerTweak{};
-inline constexpr Command RequestSbesPulseLengthTweak{};
-inline constexpr Command RequestSbesRangeTweak{};
-inline constexpr Command SendSbesTransducerUpdateXml{};
-inline constexpr Command RequestSbesSettingsXml{};
-inline constexpr Command SendSbesSettingsUpdateXml{};
-inline constexpr Command RequestSbesDefaultSettings{};
+namespace single_beam {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+inline constexpr Operand transducerKeys[]{keys::SbTransducerIndex};
+inline constexpr Sending transducerSends[]{{records::TransducerSelect}};
+inline constexpr std::string_view whenLive = "the port is a live sonar connection";
+inline constexpr FollowUp transducerAsks[]{
+    {7001, OwnSonar, whenLive}, {10000, OwnSonar, whenLive}, {10004, OwnSonarZero, whenLive}};
+
+inline constexpr Operand channelKeys[]{keys::SbChannelSelect};
+inline constexpr Sending channelSends[]{{records::ChannelSelect}};
+
+inline constexpr Operand draftKeys[]{keys::SbesTransducerDraft, keys::SbesTransducerIndex};
+inline constexpr Sending draftSends[]{{records::TransducerDraft}};
+
+inline constexpr Operand operationModeKeys[]{keys::SbesSystemState, keys::SbesOperationMode};
+inline constexpr Sending operationModeSends[]{{records::OperationMode}};
+
+inline constexpr Operand trackerTweakKeys[]{keys::SbesTrackerTweakMode};
+inline constexpr Sending trackerTweakSends[]{{records::TrackerTweakMode}};
+
+inline constexpr Operand gainTweakKeys[]{keys::x5GainTweak};
+inline constexpr Sending gainTweakSends[]{{records::GainTweak}};
+inline constexpr Operand powerTweakKeys[]{keys::x5PowerTweak};
+inline constexpr Sending powerTweakSends[]{{records::PowerTweak}};
+inline constexpr Operand pulseLengthTweakKeys[]{keys::x5PulseLengthTweak};
+inline constexpr Sending pulseLengthTweakSends[]{{records::PulseLengthTweak}};
+inline constexpr Operand rangeTweakKeys[]{keys::x5RangeTweak};
+inline constexpr Sending rangeTweakSends[]{{records::RangeTweak}};
+
+inline constexpr Operand transducerUpdateKeys[]{keys::SbesTransducerUpdateXml,
+                                                {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None}}};
+inline constexpr Sending transducerUpdateSends[]{{records::FileForSonar}};
+
+inline constexpr Operand settingsUpdateKeys[]{keys::SbesSettingsXmlChecksum, keys::SbesSettingsXml};
+inline constexpr Sending settingsUpdateSends[]{{records::SettingsXml}};
+
+inline constexpr Operand settingsReportKeys[]{keys::SbesGetSettingsXml};
+inline constexpr FollowUp settingsReportAsks[]{{records::SettingsXml.Id(), OwnSonarZero}};
+
+inline constexpr Operand defaultSettingsKeys[]{keys::x5DefaultSettings};
+inline constexpr Sending defaultSettingsSends[]{{records::DefaultSettings, Processor}};
+
+} // namespace single_beam
+
+inline constexpr Command RequestTransducerIndex{
+    .form = Form::Own,
+    .operands = single_beam::transducerKeys,
+    .sends = single_beam::transducerSends,
+    .echoFlags = 0,
+    .followUps = single_beam::transducerAsks,
+    .note = "Direct. While a file is played back, or without a sonar's port, nothing is asked for.",
+};
+
+inline constexpr Command RequestSbesChannelSelect{
+    .form = Form::Direct,
+    .operands = single_beam::channelKeys,
+    .sends = single_beam::channelSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestSbesTransducerDraft{
+    .form = Form::AllRequired,
+    .operands = single_beam::draftKeys,
+    .sends = single_beam::draftSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestSbesOperationMode{
+    .form = Form::AllRequired,
+    .operands = single_beam::operationModeKeys,
+    .sends = single_beam::operationModeSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestSbesTrackerTweakMode{
+    .form = Form::Own,
+    .operands = single_beam::trackerTweakKeys,
+    .sends = single_beam::trackerTweakSends,
+    .echoFlags = 0,
+    .note = "Direct. 1000 sends 1000 for all seven settings, 1001 sends 1001 for settings 1, 2, 5 and 6 and 0 for the "
+            "others, any other value sends 0 for all.",
+};
+
+inline constexpr Command RequestSbesGainTweak{
+    .form = Form::Direct,
+    .operands = single_beam::gainTweakKeys,
+    .sends = single_beam::gainTweakSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestSbesPowerTweak{
+    .form = Form::Direct,
+    .operands = single_beam::powerTweakKeys,
+    .sends = single_beam::powerTweakSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestSbesPulseLengthTweak{
+    .form = Form::Direct,
+    .operands = single_beam::pulseLengthTweakKeys,
+    .sends = single_beam::pulseLengthTweakSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command RequestSbesRangeTweak{
+    .form = Form::Direct,
+    .operands = single_beam::rangeTweakKeys,
+    .sends = single_beam::rangeTweakSends,
+    .echoFlags = 0,
+};
+
+inline constexpr Command SendSbesTransducerUpdateXml{
+    .form = Form::Own,
+    .operands = single_beam::transducerUpdateKeys,
+    .sends = single_beam::transducerUpdateSends,
+    .note =
+        "Direct. The text goes as a file \"transducer.update\", in a record framed here, to the device \"DeviceId\" of "
+        "the stored tree (0 when it is not there) with enumerator 0.",
+};
+
+inline constexpr Command RequestSbesSettingsXml{
+    .form = Form::Presence,
+    .operands = single_beam::settingsReportKeys,
+    .followUps = single_beam::settingsReportAsks,
+};
+
+inline constexpr Command SendSbesSettingsUpdateXml{
+    .form = Form::Own,
+    .operands = single_beam::settingsUpdateKeys,
+    .sends = single_beam::settingsUpdateSends,
+    .note =
+        "Both keys are required in the request. The checksum is cut at 128 bytes; the XML follows with a 0 at its end.",
+};
+
+inline constexpr Command RequestSbesDefaultSettings{
+    .form = Form::Presence,
+    .operands = single_beam::defaultSettingsKeys,
+    .sends = single_beam::defaultSettingsSends,
+};
 
 } // namespace qx5::commands

@@ -1,13 +1,85 @@
-// The handlers for custom storage and playback.
-#include "../QX5SonarConfigurationControlDevice.h"
+// The handlers for custom storage and playback. What steers the playback of a file goes to the port, not to the sonar.
 #include "StoragePlayback.h"
+#include "../QX5SonarConfigurationControlDevice.h"
+#include "reading.h"
+
+#include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
+using namespace qx5;
+namespace keys = qx5::protocol::keys;
 
-void ControlDevice::RequestCustomPlayback(CAttributeMap*) {}
-void ControlDevice::RequestCustomStorage(CAttributeMap*) {}
-void ControlDevice::RequestPlaybackSpeed(CAttributeMap*) {}
-void ControlDevice::RequestPlaybackPosition(CAttributeMap*) {}
-void ControlDevice::RequestPlaybackStepForward(CAttributeMap*) {}
-void ControlDevice::RequestPlaybackStepBack(CAttributeMap*) {}
-void ControlDevice::RequestPlaybackLoop(CAttributeMap*) {}
+namespace {
+
+/// When the playback command was given, as the requester counts seconds; 0 when it does not say.
+double CommandTime(CAttributeMap const& request)
+{
+    double seconds = 0.0;
+    Read(request, At<keys::x5PlaybackCommandTime>, seconds);
+    return seconds;
+}
+
+} // namespace
+
+void ControlDevice::RequestCustomPlayback(CAttributeMap* request)
+{
+    Run(*request, commands::RequestCustomPlayback);
+}
+
+void ControlDevice::RequestCustomStorage(CAttributeMap* request)
+{
+    Run(*request, commands::RequestCustomStorage);
+}
+
+void ControlDevice::RequestPlaybackSpeed(CAttributeMap* request)
+{
+    double speed = 0.0;
+    if (!Read(*request, At<keys::x5PlaybackSpeed>, speed)) {
+        return;
+    }
+    if (auto* port = SonarPort()) {
+        port->PlaybackSetSpeed(CommandTime(*request), speed);
+    }
+}
+
+void ControlDevice::RequestPlaybackPosition(CAttributeMap* request)
+{
+    double position = 0.0;
+    if (!Read(*request, At<keys::x5PlaybackPosition>, position)) {
+        return;
+    }
+    if (auto* port = SonarPort()) {
+        port->PlaybackSetPosition(CommandTime(*request), position);
+    }
+}
+
+void ControlDevice::RequestPlaybackStepForward(CAttributeMap* request)
+{
+    if (!request->Has(At<keys::x5PlaybackStepForward>, 0)) {
+        return;
+    }
+    if (auto* port = SonarPort()) {
+        port->PlaybackStepForward(CommandTime(*request));
+    }
+}
+
+void ControlDevice::RequestPlaybackStepBack(CAttributeMap* request)
+{
+    if (!request->Has(At<keys::x5PlaybackStepBack>, 0)) {
+        return;
+    }
+    if (auto* port = SonarPort()) {
+        port->PlaybackStepBack(CommandTime(*request));
+    }
+}
+
+void ControlDevice::RequestPlaybackLoop(CAttributeMap* request)
+{
+    double loop = 0.0;
+    if (!Read(*request, At<keys::x5PlaybackLoop>, loop)) {
+        return;
+    }
+    if (auto* port = SonarPort()) {
+        port->PlaybackSetLoop(CommandTime(*request), loop);
+    }
+}

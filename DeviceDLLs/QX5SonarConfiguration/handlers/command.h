@@ -16,6 +16,9 @@ namespace qx5 {
 using protocol::OwnSonar;
 using protocol::Target;
 inline constexpr Target Processor = protocol::SonarProcessor;
+inline constexpr Target PositioningUnit{9100, 0}; ///< the satellite positioning and inertial unit
+/// The device's own sonar, under enumerator 0 in place of the configured one.
+inline constexpr Target OwnSonarZero{0, 0};
 
 /// The key as the attribute tree takes it, its hash made at compile time.
 template <protocol::Key const& K>
@@ -45,7 +48,14 @@ enum class Source : std::uint8_t {
 enum class Echo : std::uint8_t {
     AsRead, ///< the value as it was read
     AsSent, ///< the value as it stands in the record, widened or cut
+    WhenTrue, ///< as read, if that is true
     None,
+};
+
+/// What becomes of a text that, as UTF-8, needs more bytes than its field can take.
+enum class LongTexts : std::uint8_t {
+    Cut,     ///< it goes out as far as it fits
+    Refused, ///< the whole request is dropped: nothing is sent, nothing echoed
 };
 
 /// The less usual properties of an operand; name what differs.
@@ -93,6 +103,7 @@ struct Command {
     int echoFlags = NoEcho;                     ///< the flag word of the echo
     std::span<Operand const* const> echoes = {}; ///< the echo's order where it is not the reading order
     std::span<FollowUp const> followUps = {};
+    LongTexts longTexts = LongTexts::Cut;
     std::string_view note = {};                 ///< what the tables do not tell, in one or two sentences
 };
 

@@ -12,6 +12,8 @@
 
 namespace qx5 {
 
+class EchoMap;
+
 /// Values by operand, in the command's reading order. Lives on a handler's stack.
 class CommandValues {
 public:
@@ -37,6 +39,10 @@ std::size_t OperandOf(Command const& command, protocol::Key const& key);
 /// says. Fields of keys that are no operands stay 0.
 void PackOperands(Command const& command, CommandValues const& values, protocol::RecordLayout const& record,
                   protocol::Payload& payload);
+
+/// Tells each operand in the echo's order, as its options say; `payload` is the record as it was sent.
+void TellOperands(Command const& command, CommandValues const& values, protocol::RecordLayout const& record,
+                  protocol::Payload const& payload, EchoMap& echo);
 
 /// Packs one keyed field of a record; the record must have the key.
 template <typename T>

@@ -7,6 +7,7 @@
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <protocol/record_table.h>
 #include <protocol/unpack.h>
+#include <protocol/utf8.h>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 
@@ -69,6 +70,25 @@ protocol::Value SentValue(protocol::RecordLayout const& record, protocol::Key co
         }
     }
     return sent;
+}
+
+/// Whether every text finds room in its field of the record, the ending 0 included.
+bool TextsFit(Command const& command, CommandValues const& values, protocol::RecordLayout const& record)
+{
+    for (protocol::Field const& field : record.fields) {
+        if (field.wire != protocol::Wire::Text || field.key == nullptr) {
+            continue;
+        }
+        std::size_t const operand = OperandOf(command, *field.key);
+        if (operand == command.operands.size()) {
+            continue;
+        }
+        auto const* text = std::get_if<std::wstring>(&values[operand]);
+        if (text != nullptr && protocol::Utf8Length(*text) >= field.extent) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -163,6 +183,38 @@ void PackOperands(Command const& command, CommandValues const& values, protocol:
     }
 }
 
+void TellOperands(Command const& command, CommandValues const& values, protocol::RecordLayout const& record,
+                  protocol::Payload const& payload, EchoMap& echo)
+{
+    auto const tell = [&](Operand const& operand) {
+        protocol::Value const& value = values[OperandOf(command, *operand.key)];
+        switch (operand.options.echo) {
+        case Echo::AsRead:
+            echo.TellValue(operand.attribute, value);
+            break;
+        case Echo::AsSent:
+            echo.TellValue(operand.attribute, SentValue(record, *operand.key, payload.Bytes()));
+            break;
+        case Echo::WhenTrue:
+            if (bool const* const flag = std::get_if<bool>(&value); flag != nullptr && *flag) {
+                echo.TellValue(operand.attribute, value);
+            }
+            break;
+        case Echo::None:
+            break;
+        }
+    };
+    if (command.echoes.empty()) {
+        for (Operand const& operand : command.operands) {
+            tell(operand);
+        }
+    } else {
+        for (Operand const* operand : command.echoes) {
+            tell(*operand);
+        }
+    }
+}
+
 void EchoMap::TellValue(AttributeKey const& key, protocol::Value const& value)
 {
     struct Teller {
@@ -221,46 +273,53 @@ bool ControlDevice::Run(CAttributeMap const& request, qx5::Command const& comman
 
 bool ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& command)
 {
-    using qx5::Echo;
-
     qx5::CommandValues values;
     if (command.form != qx5::Form::Presence && !ReadOperands(request, Stored(), command, values)) {
         return false;
     }
 
+    if (command.longTexts == qx5::LongTexts::Refused) {
+        for (qx5::Sending const& sending : command.sends) {
+            if (!qx5::TextsFit(command, values, sending.record)) {
+                return false;
+            }
+        }
+    }
     for (qx5::Sending const& sending : command.sends) {
         qx5::protocol::Payload payload(sending.record.size);
         qx5::PackOperands(command, values, sending.record, payload);
-        if (sending.record.carrier == qx5::protocol::Carrier::PassThrough) {
-            SendThrough(sending.record.id, payload, sending.target);
-        } else {
-            SendRemote(sending.record.id, payload, sending.target);
-        }
+        Send(sending.record, payload, sending.target);
 
         if (command.echoFlags != qx5::NoEcho) {
             qx5::EchoMap echo;
-            auto const tell = [&](qx5::Operand const& operand) {
-                if (operand.options.echo == Echo::AsRead) {
-                    echo.TellValue(operand.attribute, values[qx5::OperandOf(command, *operand.key)]);
-                } else if (operand.options.echo == Echo::AsSent) {
-                    echo.TellValue(operand.attribute,
-                                   qx5::SentValue(sending.record, *operand.key, payload.Bytes()));
-                }
-            };
-            if (command.echoes.empty()) {
-                for (qx5::Operand const& operand : command.operands) {
-                    tell(operand);
-                }
-            } else {
-                for (qx5::Operand const* operand : command.echoes) {
-                    tell(*operand);
-                }
-            }
+            qx5::TellOperands(command, values, sending.record, payload, echo);
             Report(echo.Tree(), command.echoFlags);
         }
     }
     AskFor(command.followUps);
     return true;
+}
+
+void ControlDevice::Send(qx5::protocol::RecordLayout const& record, std::span<unsigned char const> payload,
+                         qx5::Target target)
+{
+    switch (record.carrier) {
+    case qx5::protocol::Carrier::RemoteControl:
+        SendRemote(record.id, payload, target);
+        break;
+    case qx5::protocol::Carrier::Data:
+        SendRecord(record.id, payload.data(), static_cast<std::uint32_t>(payload.size()), 0.0, target.deviceId,
+                   target.enumerator);
+        break;
+    case qx5::protocol::Carrier::PassThrough:
+        SendThrough(record.id, payload, target);
+        break;
+    }
+}
+
+QX5SocketIoHandler* ControlDevice::SonarPort() const
+{
+    return dynamic_cast<QX5SocketIoHandler*>(m_port);
 }
 
 void ControlDevice::SendRemote(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target)
@@ -271,7 +330,7 @@ void ControlDevice::SendRemote(std::uint32_t recordId, std::span<unsigned char c
 
 void ControlDevice::SendThrough(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target)
 {
-    if (auto* const connection = dynamic_cast<QX5SocketIoHandler*>(m_port)) {
+    if (auto* const connection = SonarPort()) {
         connection->SendRemoteControlCommandWithPassThrough(
             recordId, payload.empty() ? nullptr : payload.data(), payload.size(),
             static_cast<std::uint32_t>(target.deviceId), static_cast<std::uint16_t>(target.enumerator));

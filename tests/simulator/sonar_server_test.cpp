@@ -1,0 +1,481 @@
+// The sonar on the network: answers, pings and failures, seen from a host's socket.
+#include <simulator/sonar_server.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+#include <simulator/misbehaviour.h>
+
+#include "test_host.h"
+
+namespace qx5::simulator {
+namespace {
+
+using namespace std::chrono_literals;
+using protocol::Value;
+using test::Bytes;
+using test::Hex;
+using test::Host;
+using test::WaitUntil;
+
+class SonarServerTest : public ::testing::Test
+{
+protected:
+    void Start(ServerOptions options = {})
+    {
+        m_server = std::make_unique<SonarServer>(std::move(options), [this](SonarEvent const& event) {
+            std::lock_guard const lock(m_mutex);
+            m_kinds.push_back(event.kind);
+        });
+        auto const error = m_server->Start();
+        ASSERT_FALSE(error) << error->text;
+        ASSERT_NE(m_server->Port(), 0);
+    }
+    std::string Do(std::string_view line, bool good = true)
+    {
+        std::string answer;
+        EXPECT_EQ(m_server->Command(line, answer), good) << line << ": " << answer;
+        return answer;
+    }
+    std::size_t Count(EventKind kind)
+    {
+        std::lock_guard const lock(m_mutex);
+        return static_cast<std::size_t>(std::count(m_kinds.begin(), m_kinds.end(), kind));
+    }
+    std::uint16_t Port() const { return m_server->Port(); }
+
+    std::mutex m_mutex;
+    std::vector<EventKind> m_kinds;
+    std::unique_ptr<SonarServer> m_server; // ends before what its sink uses
+};
+
+TEST_F(SonarServerTest, IntroducesItselfAndReportsWhatWasCommanded)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Connected());
+    EXPECT_EQ(host.Told(L"DeviceId"), Value(std::int32_t{7125}));
+    ASSERT_TRUE(host.Send(test::RangeFifty()));
+    EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
+    // The report byte by byte: one node "x5Range" of kind 4 (double), without children.
+    Bytes const& frame = host.LastFrame();
+    Bytes const tree = Hex("01 00 00 00  01 00 00 00  07 00 00 00 78 35 52 61 6e 67 65  04 00 00 00 00 00 00 49 40"
+                           "00 00 00 00");
+    ASSERT_EQ(frame.size(), 64 + tree.size() + 4);
+    EXPECT_EQ(Bytes(frame.begin() + 64, frame.end() - 4), tree);
+    EXPECT_EQ(Bytes(frame.begin(), frame.begin() + 12), Hex("05 00 3c 00 ff ff 00 00 64 00 00 00"));
+    EXPECT_EQ(Bytes(frame.begin() + 32, frame.begin() + 36), Hex("9a 5f 01 00")); // 90010
+}
+
+TEST_F(SonarServerTest, ReportsManyChangesTogether)
+{
+    ServerOptions options;
+    options.reportLatency = 100ms;
+    Start(options);
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Bytes bytes = test::RangeFifty();
+    for (Bytes const& more : {test::Command(1008, Hex("00 00 20 41")), test::Command(1100)})
+        bytes.insert(bytes.end(), more.begin(), more.end());
+    ASSERT_TRUE(host.Send(bytes));
+    EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
+    ASSERT_EQ(host.LastTree().size(), 3U);
+    EXPECT_EQ(host.LastTree()[1].value, Value(10.0));
+    EXPECT_EQ(host.LastTree()[2].value, Value(std::int32_t{1}));
+}
+
+TEST_F(SonarServerTest, AnswersRequestsAndCountsThoseThatItCannot)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    ASSERT_TRUE(host.Send(test::RecordRequest(7777)));
+    ASSERT_TRUE(host.Send(test::RecordRequest(7503)));
+    EXPECT_EQ(host.Told(L"x5SampleRateSelection"), Value(std::int32_t{0}));
+    EXPECT_EQ(host.LastTree().front().key, L"x5SonarSettings");
+    EXPECT_NE(Do("status").find("1 unanswered request"), std::string::npos);
+}
+
+TEST_F(SonarServerTest, TakesFramesInAnySplit)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Bytes bytes = test::RangeFifty();
+    Bytes const gain = test::Command(1008, Hex("00 00 20 41"));
+    bytes.insert(bytes.end(), gain.begin(), gain.end());
+    for (unsigned char const byte : bytes)
+        ASSERT_TRUE(host.Send(&byte, 1));
+    EXPECT_EQ(host.Told(L"x5Gain"), Value(10.0));
+    EXPECT_NE(Do("state x5Range").find("50 m"), std::string::npos);
+}
+
+TEST_F(SonarServerTest, FindsTheNextFrameAfterGarbage)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Bytes bytes(5000, 0x05);
+    Bytes const range = test::RangeFifty();
+    bytes.insert(bytes.end(), range.begin(), range.begin() + 40);
+    bytes.insert(bytes.end(), range.begin(), range.end());
+    // The cut frame claims 96 bytes; two more frames make sure that its end is seen.
+    bytes.insert(bytes.end(), range.begin(), range.end());
+    bytes.insert(bytes.end(), range.begin(), range.end());
+    ASSERT_TRUE(host.Send(bytes));
+    EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
+    ASSERT_TRUE(WaitUntil([&] { return m_server->Counts().recordsReceived == 3; }));
+    EXPECT_EQ(m_server->Counts().skippedBytes, 5040U);
+    EXPECT_EQ(Count(EventKind::Damaged), 1U);
+}
+
+TEST_F(SonarServerTest, ServesTwoHosts)
+{
+    Start();
+    Host first(Port());
+    Host second(Port());
+    ASSERT_TRUE(first.Told(L"DeviceId"));
+    ASSERT_TRUE(second.Told(L"DeviceId"));
+    ASSERT_TRUE(first.Send(test::RangeFifty()));
+    EXPECT_EQ(first.Told(L"x5Range"), Value(50.0));
+    EXPECT_EQ(second.Told(L"x5Range"), Value(50.0));
+    EXPECT_EQ(m_server->Counts().open, 2U);
+}
+
+TEST_F(SonarServerTest, RefusesMoreHostsThanItHasRoomFor)
+{
+    ServerOptions options;
+    options.greatestConnections = 1;
+    Start(options);
+    Host first(Port());
+    ASSERT_TRUE(first.Told(L"DeviceId"));
+    Host second(Port());
+    EXPECT_TRUE(second.Ends());
+    EXPECT_EQ(m_server->Counts().refused, 1U);
+}
+
+TEST_F(SonarServerTest, AnswersASinglePingAfterItsTravelTime)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    auto const before = std::chrono::steady_clock::now();
+    ASSERT_TRUE(host.Send(test::Command(1107))); // range 100 m, 1500 m/s: 133.3 ms
+    EXPECT_EQ(host.Told(L"x5PingNumber"), Value(std::int32_t{1}));
+    EXPECT_GE(std::chrono::steady_clock::now() - before, 133ms);
+    ASSERT_EQ(host.LastTree().size(), 4U);
+    EXPECT_EQ(host.LastTree()[1].key, L"x5PingTime");
+    EXPECT_EQ(host.LastTree()[2].value, Value(100.0));
+    EXPECT_EQ(host.LastTree()[3].value, Value(1500.0));
+    EXPECT_EQ(Do("ping"), "ping 2");
+    EXPECT_EQ(host.Told(L"x5PingNumber"), Value(std::int32_t{2}));
+}
+
+TEST_F(SonarServerTest, PingsByItsRateNoFasterThanTheEchoesAllow)
+{
+    ServerOptions options;
+    options.announcePings = true;
+    Start(options);
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Do("set x5Range=15");         // 20 ms both ways
+    Do("set x5MaxPingRate=1000"); // it takes 50 at most
+    EXPECT_NE(Do("state x5MaxPingRate").find("50"), std::string::npos);
+    auto const before = std::chrono::steady_clock::now();
+    ASSERT_TRUE(host.Send(test::Command(1100)));
+    for (std::int32_t number = 1; number <= 10; ++number)
+        ASSERT_EQ(host.Told(L"x5PingNumber"), Value(number));
+    EXPECT_GE(std::chrono::steady_clock::now() - before, 199ms); // nine intervals and the last echo
+    ASSERT_TRUE(host.Send(test::Command(1101)));
+    EXPECT_EQ(host.Told(L"x5PingOnOffState"), Value(std::int32_t{0}));
+}
+
+TEST_F(SonarServerTest, DoesNotPingAtARateOfZero)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    ASSERT_TRUE(host.Send(test::Command(1004, Hex("00 00 00 00"))));
+    ASSERT_TRUE(host.Send(test::Command(1100)));
+    EXPECT_EQ(host.Told(L"x5PingOnOffState"), Value(std::int32_t{1}));
+    EXPECT_EQ(m_server->Counts().pings, 0U);
+}
+
+TEST_F(SonarServerTest, TellsOfTheRecordingWhileItGrows)
+{
+    ServerOptions options;
+    options.recordingTick = 10ms;
+    Start(options);
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    ASSERT_TRUE(host.Send(test::Command(1200, Bytes(260))));
+    EXPECT_EQ(host.Told(L"x5DataRecording"), Value(std::int32_t{1}));
+    double last = 0.0;
+    for (int i = 0; i < 3; ++i) {
+        auto const size = host.Told(L"x5FileSize");
+        ASSERT_TRUE(size && std::holds_alternative<double>(*size));
+        EXPECT_GT(std::get<double>(*size), last);
+        last = std::get<double>(*size);
+    }
+    ASSERT_TRUE(host.Send(test::Command(1201)));
+    EXPECT_EQ(host.Told(L"x5DataRecording"), Value(std::int32_t{0}));
+}
+
+TEST_F(SonarServerTest, ShutsDownAndStartsAgain)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    ASSERT_TRUE(host.Send(test::Command(1000)));
+    EXPECT_TRUE(host.Ends());
+    EXPECT_FALSE(Host(Port()).Connected());
+    Do("ping", false);
+    EXPECT_EQ(Do("start"), "on");
+    Host again(Port());
+    EXPECT_EQ(again.Told(L"DeviceId"), Value(std::int32_t{7125}));
+}
+
+TEST_F(SonarServerTest, ComesBackFromARebootWithoutPingingAndWithItsSettings)
+{
+    ServerOptions options;
+    options.rebootTime = 50ms;
+    Start(options);
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    ASSERT_TRUE(host.Send(test::RangeFifty()));
+    ASSERT_TRUE(host.Send(test::Command(1100)));
+    ASSERT_TRUE(host.Send(test::Command(1001)));
+    EXPECT_TRUE(host.Ends());
+    ASSERT_TRUE(WaitUntil([&] { return Do("status").starts_with("listening"); }));
+    Host again(Port());
+    ASSERT_TRUE(again.Connected());
+    EXPECT_EQ(again.Told(L"x5Range"), Value(50.0));
+    EXPECT_NE(Do("state x5PingOnOffState").find("= 0"), std::string::npos);
+}
+
+TEST_F(SonarServerTest, DropsTheLinkAtOnceOrAfterSomeRecords)
+{
+    Start();
+    {
+        Host host(Port());
+        ASSERT_TRUE(host.Told(L"DeviceId"));
+        Do("misbehave drop-link");
+        EXPECT_TRUE(host.Ends());
+    }
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Do("misbehave drop-link 2");
+    ASSERT_TRUE(host.Send(test::RangeFifty()));
+    EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
+    ASSERT_TRUE(host.Send(test::RangeFifty()));
+    EXPECT_TRUE(host.Ends());
+    Host third(Port()); // it happens once
+    ASSERT_TRUE(third.Told(L"DeviceId"));
+    ASSERT_TRUE(third.Send(test::RangeFifty()));
+    ASSERT_TRUE(third.Send(test::RangeFifty()));
+    EXPECT_EQ(third.Told(L"x5Range"), Value(50.0));
+    EXPECT_EQ(Do("drop"), "1 connection dropped");
+    EXPECT_TRUE(third.Ends());
+}
+
+TEST_F(SonarServerTest, AnswersLate)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Do("misbehave answer-late 150");
+    auto const before = std::chrono::steady_clock::now();
+    ASSERT_TRUE(host.Send(test::RecordRequest(7002)));
+    ASSERT_TRUE(host.Told(L"x5PulseLength"));
+    EXPECT_GE(std::chrono::steady_clock::now() - before, 150ms);
+    // Answers keep their order when the delay ends.
+    ASSERT_TRUE(host.Send(test::RecordRequest(7002)));
+    ASSERT_TRUE(WaitUntil([&] { return m_server->Counts().recordsReceived == 2; }));
+    Do("behave");
+    ASSERT_TRUE(host.Send(test::RecordRequest(7504)));
+    EXPECT_TRUE(host.Told(L"x5PulseLength"));
+    EXPECT_TRUE(host.Told(L"x5PingOnOffState"));
+}
+
+TEST_F(SonarServerTest, RefusesConnections)
+{
+    Start();
+    Do("misbehave refuse");
+    {
+        Host host(Port());
+        EXPECT_TRUE(!host.Connected() || host.Ends());
+        EXPECT_TRUE(host.AllBytes().empty());
+    }
+    Do("misbehave refuse not-listening");
+    EXPECT_FALSE(Host(Port()).Connected());
+    EXPECT_TRUE(Do("status").starts_with("not listening"));
+    Do("behave");
+    Host host(Port());
+    ASSERT_TRUE(host.Connected());
+    EXPECT_TRUE(host.Told(L"DeviceId"));
+}
+
+TEST_F(SonarServerTest, SendsGarbageBetweenItsFrames)
+{
+    Start();
+    Do("misbehave garbage 100");
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    ASSERT_TRUE(host.Send(test::RangeFifty()));
+    EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
+    EXPECT_EQ(host.Reader().SkippedBytes(), 200U);
+}
+
+TEST_F(SonarServerTest, SendsByteByByte)
+{
+    Start();
+    Do("misbehave split");
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    EXPECT_EQ(host.Reader().SkippedBytes(), 0U);
+}
+
+TEST_F(SonarServerTest, IsSilentAndTakesEverythingAllTheSame)
+{
+    Start();
+    Do("misbehave silent");
+    Host host(Port());
+    ASSERT_TRUE(host.Connected());
+    ASSERT_TRUE(host.Send(test::RangeFifty()));
+    ASSERT_TRUE(host.Send(test::RecordRequest(7503)));
+    ASSERT_TRUE(WaitUntil([&] { return m_server->Counts().recordsReceived == 2; }));
+    EXPECT_NE(Do("state x5Range").find("50"), std::string::npos);
+    EXPECT_EQ(m_server->Counts().framesSent, 0U);
+    Do("behave");
+    ASSERT_TRUE(host.Send(test::RecordRequest(7002)));
+    EXPECT_TRUE(host.Told(L"x5PulseLength"));
+}
+
+TEST_F(SonarServerTest, SendsHalfAFrameAndDropsTheLink)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    std::size_t const before = host.AllBytes().size();
+    Do("misbehave half-frame");
+    ASSERT_TRUE(host.Send(test::RangeFifty()));
+    EXPECT_TRUE(host.Ends());
+    EXPECT_EQ(host.AllBytes().size(), before + 50); // of 100
+    Host again(Port());
+    EXPECT_TRUE(again.Told(L"DeviceId"));
+}
+
+TEST_F(SonarServerTest, StallsReadingAndGoesOn)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Do("misbehave stall");
+    // Until the buffers of both ends are full.
+    Bytes many;
+    for (int i = 0; i < 100; ++i) {
+        Bytes const range = test::RangeFifty();
+        many.insert(many.end(), range.begin(), range.end());
+    }
+    std::size_t sent = 0;
+    while (std::size_t const some = host.SendSome(many)) {
+        sent += some;
+        if (some < many.size())
+            break;
+    }
+    EXPECT_EQ(m_server->Counts().recordsReceived, 0U);
+    EXPECT_NE(Do("state x5Range").find("100"), std::string::npos);
+    Do("behave");
+    EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
+    EXPECT_TRUE(WaitUntil([&] { return m_server->Counts().bytesReceived == sent; }));
+}
+
+TEST_F(SonarServerTest, GivesUpAHostThatDoesNotRead)
+{
+    ServerOptions options;
+    options.greatestSendQueue = 100000;
+    Start(options);
+    Host host(Port());
+    ASSERT_TRUE(host.Connected());
+    Bytes const request = test::RecordRequest(7503);
+    EXPECT_TRUE(WaitUntil([&] {
+        host.SendSome(request);
+        return m_server->Counts().open == 0 && m_server->Counts().connections == 1;
+    }));
+    Host again(Port());
+    EXPECT_TRUE(again.Told(L"DeviceId"));
+}
+
+TEST_F(SonarServerTest, StopsWhileBusy)
+{
+    ServerOptions options;
+    options.announcePings = true;
+    Start(options);
+    Do("set x5Range=5");
+    Do("set x5MaxPingRate=50");
+    Do("set x5PingOnOffState=1");
+    Do("misbehave answer-late 1");
+    std::atomic<bool> ended = false;
+    std::vector<std::thread> hosts;
+    for (int i = 0; i < 3; ++i) {
+        hosts.emplace_back([&] {
+            Host host(Port());
+            while (!ended && host.Send(test::RangeFifty()) && host.Send(test::RecordRequest(7503)))
+                host.Receive(10ms);
+        });
+    }
+    hosts.emplace_back([&] {
+        std::string answer;
+        while (!ended)
+            m_server->Command("status", answer);
+    });
+    EXPECT_TRUE(WaitUntil([&] { return m_server->Counts().recordsReceived > 200; }));
+    m_server->Stop();
+    ended = true;
+    for (std::thread& thread : hosts)
+        thread.join();
+    std::string answer;
+    EXPECT_FALSE(m_server->Command("status", answer));
+    EXPECT_EQ(answer, "the sonar is not running");
+    m_server->Stop();
+}
+
+TEST_F(SonarServerTest, TellsWhyItCannotListen)
+{
+    Start();
+    ServerOptions options;
+    options.port = Port();
+    auto const inUse = SonarServer(options).Start();
+    ASSERT_TRUE(inUse);
+    EXPECT_EQ(inUse->kind, StartError::Kind::PortInUse);
+    EXPECT_EQ(inUse->text, "port " + std::to_string(Port()) + " on 127.0.0.1 is in use; choose another, or 0 for any");
+    options.address = "sonar.invalid";
+    auto const bad = SonarServer(options).Start();
+    ASSERT_TRUE(bad);
+    EXPECT_EQ(bad->kind, StartError::Kind::BadAddress);
+}
+
+TEST_F(SonarServerTest, AnswersWrongCommandsInOneLine)
+{
+    Start();
+    for (std::string_view const wrong :
+         {"", "  ", "sing", "misbehave", "misbehave badly", "misbehave answer-late", "misbehave answer-late soon",
+          "misbehave drop-link 0", "misbehave split 3", "misbehave garbage -1", "misbehave refuse politely", "set",
+          "set x5Range", "state x5Unheard", "behave now", "ping 3", "drop 1", "status please"}) {
+        auto const answer = Do(wrong, false);
+        EXPECT_FALSE(answer.empty()) << wrong;
+        EXPECT_EQ(answer.find('\n'), std::string::npos) << wrong;
+    }
+    EXPECT_NE(Do("status").find("failures: none"), std::string::npos);
+    auto const help = Do("help");
+    for (MisbehaviourName const& row : MisbehaviourNames())
+        EXPECT_NE(help.find(row.name), std::string::npos);
+    EXPECT_NE(Do("state").find("x5Range = 100 m\n"), std::string::npos);
+    EXPECT_EQ(Do("set x5Range=30"), "x5Range = 30 m");
+}
+
+} // namespace
+} // namespace qx5::simulator
