@@ -3,6 +3,7 @@
 
 #include "handlers/DataRecording.h"
 #include "handlers/chain.h"
+#include "handlers/command_catalogue.h"
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
 #include <VordalBaseR/CExTime.h>
@@ -73,7 +74,14 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
     if (request == nullptr) {
         return;
     }
-    for (Row const& row : chain) {
+    auto const filters = RowFilters();
+    auto const keyFilters = RowKeyFilters();
+    for (std::size_t i = 0; i < std::size(chain); ++i) {
+        // A handler may write keys for those further down, so the request is looked at anew for each row.
+        if (!MayAct(filters[i], keyFilters, request->KeyFilter())) {
+            continue;
+        }
+        Row const& row = chain[i];
         if (row.handler != nullptr) {
             (this->*row.handler)(request);
         } else if (row.keyedHandler != nullptr) {

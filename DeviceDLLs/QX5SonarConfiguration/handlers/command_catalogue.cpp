@@ -61,7 +61,66 @@ constexpr auto MakeChain()
 constexpr auto chainEntries = MakeChain();
 static_assert(chainEntries.size() == 133);
 
+/// Whether requests without the command's keys are nothing to its handler. One that is written by hand from end to end
+/// is asked every time.
+constexpr bool IsKeyed(Command const& command)
+{
+    return command.form != Form::Own && command.form != Form::Awaited && !command.operands.empty();
+}
+
+constexpr std::size_t CountRowFilters()
+{
+    std::size_t count = 0;
+    for (ChainEntry const& entry : chainEntries) {
+        if (IsKeyed(*entry.command)) {
+            count += entry.command->operands.size() + (entry.told != nullptr ? 1 : 0);
+        }
+    }
+    return count;
+}
+
+struct RowFilterTables {
+    std::array<std::uint64_t, CountRowFilters()> keys{};
+    std::array<RowFilter, chainEntries.size()> rows{};
+};
+
+constexpr RowFilterTables MakeRowFilters()
+{
+    RowFilterTables tables{};
+    std::size_t used = 0;
+    for (std::size_t i = 0; i < chainEntries.size(); ++i) {
+        ChainEntry const& entry = chainEntries[i];
+        RowFilter& row = tables.rows[i];
+        if (!IsKeyed(*entry.command)) {
+            continue;
+        }
+        row.first = static_cast<std::uint16_t>(used);
+        for (Operand const& operand : entry.command->operands) {
+            row.any |= operand.attribute.Filter();
+            tables.keys[used++] = operand.attribute.Filter();
+        }
+        if (entry.told != nullptr) {
+            row.any |= AttributeKey(entry.told->text).Filter();
+            tables.keys[used++] = AttributeKey(entry.told->text).Filter();
+        }
+        row.count = static_cast<std::uint16_t>(used - row.first);
+    }
+    return tables;
+}
+
+constexpr RowFilterTables rowFilters = MakeRowFilters();
+
 } // namespace
+
+std::span<RowFilter const> RowFilters()
+{
+    return rowFilters.rows;
+}
+
+std::span<std::uint64_t const> RowKeyFilters()
+{
+    return rowFilters.keys;
+}
 
 std::span<ChainEntry const> Chain()
 {
