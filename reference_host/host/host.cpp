@@ -490,7 +490,7 @@ bool Host::DeliverRequest(Device& device, CAttributeMap* request)
         return true;
     }
     std::exception_ptr failure;
-    std::string reason = "an exception of an unknown kind";
+    std::string reason;
     try {
         device.DeliverRequest(request);
         return true;
@@ -499,6 +499,7 @@ bool Host::DeliverRequest(Device& device, CAttributeMap* request)
         reason = thrown.what();
     } catch (...) {
         failure = std::current_exception();
+        reason = "an exception of an unknown kind";
     }
     Log(LogLevel::Error, DescribeRequest(device, request) + " failed: " + reason);
     if (auto* observer = Observer()) {

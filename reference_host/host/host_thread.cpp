@@ -102,16 +102,22 @@ void HostThread::Run()
 void HostThread::RunAll(std::vector<Task>& tasks)
 {
     auto waiting = tasks.size();
+    bool const gather = waiting > GatheringBacklog;
     for (Task& queued : tasks) {
         if (m_dropRest.load(std::memory_order_relaxed)) {
             break;
         }
-        SendGathering::AnnounceMore(--waiting >= GatheringBacklog);
+        --waiting;
+        if (gather) {
+            SendGathering::AnnounceMore(waiting >= GatheringBacklog);
+        }
         Task task = std::move(queued);
         Execute(task);
     }
-    SendGathering::AnnounceMore(false);
-    SendGathering::SendHeld();
+    if (gather) {
+        SendGathering::AnnounceMore(false);
+        SendGathering::SendHeld();
+    }
     tasks.clear();
     if (tasks.capacity() > KeptTasks) {
         std::vector<Task>().swap(tasks);
