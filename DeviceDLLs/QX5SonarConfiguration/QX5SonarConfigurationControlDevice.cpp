@@ -74,20 +74,21 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
     if (request == nullptr) {
         return;
     }
-    auto const filters = RowFilters();
-    auto const keyFilters = RowKeyFilters();
-    for (std::size_t i = 0; i < std::size(chain); ++i) {
-        // A handler may write keys for those further down, so the request is looked at anew for each row.
-        if (!MayAct(filters[i], keyFilters, request->KeyFilter())) {
-            continue;
-        }
-        Row const& row = chain[i];
+    std::uint64_t filter = request->KeyFilter();
+    RowSet rows = RowsThatMayAct(filter);
+    for (std::size_t at = rows.NextFrom(0); at != RowSet::None; at = rows.NextFrom(at + 1)) {
+        Row const& row = chain[at];
         if (row.handler != nullptr) {
             (this->*row.handler)(request);
         } else if (row.keyedHandler != nullptr) {
             (this->*row.keyedHandler)(request, *row.key);
         } else {
             RequestValue(request, row.recordId, *row.key, row.kind);
+        }
+        // A handler may write keys for those further down.
+        if (std::uint64_t const now = request->KeyFilter(); now != filter) {
+            filter = now;
+            rows = RowsThatMayAct(filter);
         }
     }
 }

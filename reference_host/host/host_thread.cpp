@@ -12,8 +12,6 @@
 namespace vordal {
 namespace {
 
-// A handful of requests is answered soonest one by one; holding frames back pays when many wait.
-constexpr std::size_t GatheringBacklog = 4;
 // A queue that grew beyond this gives its memory back once it has been worked through.
 constexpr std::size_t KeptTasks = 4096;
 
@@ -35,7 +33,7 @@ void HostThread::Finish()
     }
 }
 
-bool HostThread::Post(Task task)
+bool HostThread::Post(Task&& task)
 {
     bool wake = false;
     {
@@ -102,17 +100,18 @@ void HostThread::Run()
 void HostThread::RunAll(std::vector<Task>& tasks)
 {
     auto waiting = tasks.size();
-    bool const gather = waiting > GatheringBacklog;
+    bool const gather = waiting > 1;
     for (Task& queued : tasks) {
         if (m_dropRest.load(std::memory_order_relaxed)) {
             break;
         }
         --waiting;
         if (gather) {
-            SendGathering::AnnounceMore(waiting >= GatheringBacklog);
+            SendGathering::AnnounceMore(waiting > 0);
         }
-        Task task = std::move(queued);
-        Execute(task);
+        Execute(queued);
+        // What a task owns goes before the next one runs.
+        queued = Task();
     }
     if (gather) {
         SendGathering::AnnounceMore(false);

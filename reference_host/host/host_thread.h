@@ -26,7 +26,7 @@ public:
     ~HostThread();
 
     /// False once Stop has been called; the task is dropped. An exception that leaves the task is logged.
-    bool Post(Task task);
+    bool Post(Task&& task);
     bool IsThisThread() const { return std::this_thread::get_id() == m_id; }
     /// Takes no further tasks, runs those that are there and ends. False when the time was up: what is still queued is
     /// dropped, and a task that is running is left to itself; the thread ends after it.

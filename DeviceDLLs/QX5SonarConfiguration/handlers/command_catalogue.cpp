@@ -24,6 +24,7 @@
 #include <protocol/records/all.h>
 
 #include <array>
+#include <bit>
 
 namespace qx5 {
 
@@ -68,58 +69,53 @@ constexpr bool IsKeyed(Command const& command)
     return command.form != Form::Own && command.form != Form::Awaited && !command.operands.empty();
 }
 
-constexpr std::size_t CountRowFilters()
-{
-    std::size_t count = 0;
-    for (ChainEntry const& entry : chainEntries) {
-        if (IsKeyed(*entry.command)) {
-            count += entry.command->operands.size() + (entry.told != nullptr ? 1 : 0);
-        }
-    }
-    return count;
-}
-
-struct RowFilterTables {
-    std::array<std::uint64_t, CountRowFilters()> keys{};
-    std::array<RowFilter, chainEntries.size()> rows{};
+/// For each bit of a filter the rows with a key whose filter begins, or ends, with that bit; and the rows that no filter
+/// rules out.
+struct RowTables {
+    std::array<RowSet, 64> lowest{};
+    std::array<RowSet, 64> highest{};
+    RowSet always{};
 };
 
-constexpr RowFilterTables MakeRowFilters()
+constexpr RowTables MakeRowTables()
 {
-    RowFilterTables tables{};
-    std::size_t used = 0;
-    for (std::size_t i = 0; i < chainEntries.size(); ++i) {
-        ChainEntry const& entry = chainEntries[i];
-        RowFilter& row = tables.rows[i];
+    RowTables tables{};
+    for (std::size_t row = 0; row < chainEntries.size(); ++row) {
+        ChainEntry const& entry = chainEntries[row];
         if (!IsKeyed(*entry.command)) {
+            tables.always.Add(row);
             continue;
         }
-        row.first = static_cast<std::uint16_t>(used);
+        auto const add = [&tables, row](std::uint64_t filter) {
+            tables.lowest[static_cast<std::size_t>(std::countr_zero(filter))].Add(row);
+            tables.highest[static_cast<std::size_t>(63 - std::countl_zero(filter))].Add(row);
+        };
         for (Operand const& operand : entry.command->operands) {
-            row.any |= operand.attribute.Filter();
-            tables.keys[used++] = operand.attribute.Filter();
+            add(operand.attribute.Filter());
         }
         if (entry.told != nullptr) {
-            row.any |= AttributeKey(entry.told->text).Filter();
-            tables.keys[used++] = AttributeKey(entry.told->text).Filter();
+            add(AttributeKey(entry.told->text).Filter());
         }
-        row.count = static_cast<std::uint16_t>(used - row.first);
     }
     return tables;
 }
 
-constexpr RowFilterTables rowFilters = MakeRowFilters();
+constexpr RowTables rowTables = MakeRowTables();
 
 } // namespace
 
-std::span<RowFilter const> RowFilters()
+RowSet RowsThatMayAct(std::uint64_t keyFilter)
 {
-    return rowFilters.rows;
-}
-
-std::span<std::uint64_t const> RowKeyFilters()
-{
-    return rowFilters.keys;
+    RowSet lowest;
+    RowSet highest;
+    for (std::uint64_t bits = keyFilter; bits != 0; bits &= bits - 1) {
+        auto const bit = static_cast<std::size_t>(std::countr_zero(bits));
+        lowest.Unite(rowTables.lowest[bit]);
+        highest.Unite(rowTables.highest[bit]);
+    }
+    lowest.Intersect(highest);
+    lowest.Unite(rowTables.always);
+    return lowest;
 }
 
 std::span<ChainEntry const> Chain()

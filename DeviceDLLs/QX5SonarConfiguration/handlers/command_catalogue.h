@@ -4,6 +4,9 @@
 
 #include "command.h"
 
+#include <array>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -28,32 +31,42 @@ std::vector<ChainEntry const*> RowsOfKey(protocol::Key const& key);
 /// Whether the operand can be given in a request to this command.
 bool IsRequestable(Operand const& operand);
 
-/// The filters (AttributeKey::Filter) of all keys that a row's command names, as a part of RowKeyFilters.
-struct RowFilter {
-    std::uint64_t any = 0;   ///< their union
-    std::uint16_t first = 0; ///< where they begin
-    std::uint16_t count = 0; ///< 0: the handler is to be called whatever the request holds
-};
+/// A set of rows of the chain, counted from 0.
+class RowSet {
+public:
+    static constexpr std::size_t None = ~std::size_t{0};
 
-/// One for each row of Chain, in order.
-std::span<RowFilter const> RowFilters();
-std::span<std::uint64_t const> RowKeyFilters();
-
-/// Whether the row can have anything to do with a request of this filter (CAttributeMap::KeyFilter): false is certain.
-inline bool MayAct(RowFilter const& row, std::span<std::uint64_t const> keyFilters, std::uint64_t request)
-{
-    if (row.count == 0) {
-        return true;
-    }
-    if ((row.any & request) == 0) {
-        return false;
-    }
-    for (std::uint64_t const filter : keyFilters.subspan(row.first, row.count)) {
-        if ((filter & request) == filter) {
-            return true;
+    constexpr void Add(std::size_t row) { m_words[row / 64] |= std::uint64_t{1} << (row % 64); }
+    constexpr void Unite(RowSet const& other)
+    {
+        for (std::size_t i = 0; i < m_words.size(); ++i) {
+            m_words[i] |= other.m_words[i];
         }
     }
-    return false;
-}
+    constexpr void Intersect(RowSet const& other)
+    {
+        for (std::size_t i = 0; i < m_words.size(); ++i) {
+            m_words[i] &= other.m_words[i];
+        }
+    }
+    /// The first row of the set that is not before `row`, or None.
+    constexpr std::size_t NextFrom(std::size_t row) const
+    {
+        for (std::size_t word = row / 64; word < m_words.size(); ++word, row = word * 64) {
+            if (std::uint64_t const rest = m_words[word] >> (row % 64); rest != 0) {
+                return row + static_cast<std::size_t>(std::countr_zero(rest));
+            }
+        }
+        return None;
+    }
+
+private:
+    std::array<std::uint64_t, 3> m_words{};
+};
+
+/// The rows that can have anything to do with a request of this filter (CAttributeMap::KeyFilter); all others certainly
+/// have not, since none of the keys that their commands name is there. Handlers that are written by hand from end to
+/// end are always among them.
+RowSet RowsThatMayAct(std::uint64_t keyFilter);
 
 } // namespace qx5
