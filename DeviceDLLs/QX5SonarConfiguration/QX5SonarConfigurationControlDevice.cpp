@@ -14,6 +14,7 @@
 #include <protocol/records/all.h>
 
 #include <array>
+#include <mutex>
 #include <string>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
@@ -44,6 +45,14 @@ QX5SonarConfigurationControlDevice::~QX5SonarConfigurationControlDevice() = defa
 bool ControlDevice::DoOutput(long output)
 {
     return Device::DoOutput(output);
+}
+
+void ControlDevice::ApplyAttribs(bool changed)
+{
+    QX5Device::ApplyAttribs(changed);
+    std::lock_guard const lock(m_criticalSection);
+    terminalCommands.RefreshLimits(m_attributes);
+    terminalCommands.SetSonarId(m_dataId);
 }
 
 void ControlDevice::HandleRequestMap(CAttributeMap* request)

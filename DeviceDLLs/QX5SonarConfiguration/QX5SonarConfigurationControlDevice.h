@@ -46,6 +46,7 @@ public:
     // Brings both overloads of QX5Device into view beside the override.
     using QX5Device::DoOutput;
     bool DoOutput(long output) override;
+    void ApplyAttribs(bool changed) override;
 
 private:
     friend struct ControlDeviceAccess; // tests reach the handlers through it

@@ -7,7 +7,7 @@
 namespace vordal::keys {
 
 /// The branch of a tree that holds a request for a device.
-inline constexpr AttributeKey Request{L"Request"};
+inline constexpr AttributeKey Request{qx5::protocol::keys::Request.text};
 inline constexpr AttributeKey BeamModes{L"x5BeamModes"};
 inline constexpr AttributeKey PulseLengthSet{L"x5PulseLengthSet"};
 inline constexpr AttributeKey PulseLengthValues{L"x5PulseLengthValues"};

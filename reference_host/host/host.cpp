@@ -1,6 +1,7 @@
 // The reference host: what it owns, how it is taken down, and how requests, blocks and notifications pass through it.
 #include "reference_host/host/host.h"
 
+#include "reference_host/application/application.h"
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/data/stream_buffer.h"
 #include "reference_host/devices/port.h"
@@ -439,6 +440,20 @@ void Host::SelectVessel(unsigned short number)
     }
     NFDataT<unsigned short> const info(number);
     Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &info);
+}
+
+void Host::SetApplication(ApplicationSetup setup)
+{
+    m_state->application = std::make_unique<Application>(std::move(setup));
+}
+
+void Host::SetMainWindow(bool open)
+{
+    if (m_state->application != nullptr) {
+        m_state->application->SetMainWindow(open);
+    } else if (open) {
+        SetApplication({});
+    }
 }
 
 void Host::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)

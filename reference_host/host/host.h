@@ -63,6 +63,24 @@ struct VesselSetup
     std::map<CString, std::map<CString, CString>> configuration;
 };
 
+/// A display that the application has set up.
+struct DisplaySetup
+{
+    CString section; ///< in the presentation configuration
+    CString type;
+    CString name;
+    bool enabled = true;
+};
+
+/// What makes the application that the host runs in.
+struct ApplicationSetup
+{
+    CString guid; ///< tells this application from others on the same sonar system
+    bool mainWindow = true;
+    int lightMode = 4; ///< 1 to 4, see ColorControl
+    std::vector<DisplaySetup> displays;
+};
+
 /// The host. One lives at a time in a process; the singletons of the contract (DataManager, VesselManager, CDevList,
 /// the buses) answer from it, and a new one begins empty. Without one they find nothing.
 ///
@@ -131,6 +149,13 @@ public:
     bool GetVesselItem(unsigned short number, CString const& section, CString const& item, CString& text) const;
     /// Makes the vessel active, if there is such a one, and tells sel_change::ACTIVE_VESSEL in either case.
     void SelectVessel(unsigned short number);
+
+    // The application. Without one CVordalBaseApp::Instance is null.
+    /// Sets the application up; once, before a plug-in is loaded.
+    void SetApplication(ApplicationSetup setup);
+    /// Without a main window CVordalBaseApp::Instance is null, though the application is there. Opening it sets up a
+    /// plain application where there is none. Any thread once there is an application.
+    void SetMainWindow(bool open);
 
     // Attributes.
     /// Puts the tree in place; nobody is told.

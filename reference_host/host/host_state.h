@@ -21,6 +21,7 @@
 
 namespace vordal {
 
+class Application;
 class StreamBuffer;
 
 /// The four fields of an id in one number, for look-ups.
@@ -113,6 +114,9 @@ struct HostState
     std::shared_ptr<NotificationBus> const bufferStatusBus = std::make_shared<NotificationBus>();
     std::shared_ptr<NotificationBus> const generalBus = std::make_shared<NotificationBus>();
     std::shared_ptr<NotificationBus> const streamBus = std::make_shared<NotificationBus>();
+
+    /// Null until it is set up; stays until the host goes.
+    std::unique_ptr<Application> application;
 
     /// Guards the registers below; never held while calling out.
     mutable std::mutex mutex;
