@@ -7,11 +7,12 @@
 #include "cli/scenario/unicode.h"
 
 #include "reference_host/attributes/host_keys.h"
-#include "reference_host/displays/plain_application.h"
 #include "reference_host/host/clock.h"
 #include "reference_host/host/host.h"
 #include "reference_host/loader/plugin_loader.h"
 
+#include <VordalDataBlocksR/CDataBlock.h>
+#include <protocol/bytes.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 
@@ -36,6 +37,10 @@ constexpr wchar_t const* plainClass = L"Device";
 /// The events of the host's logger, on the general bus.
 constexpr wchar_t const* loggerStarts = L"$VordalHostloggerStartLogging$";
 constexpr wchar_t const* loggerStops = L"$VordalHostloggerStopLogging$";
+
+/// The stream of a device's operator terminal, and the item of its blocks that holds the code.
+constexpr unsigned short terminalGroup = 82;
+constexpr std::uint16_t terminalCodeItem = 2607;
 
 /// The plug-in went on doing something for longer than a step may wait.
 class NeverSettles : public std::runtime_error
@@ -68,7 +73,6 @@ public:
 
     vordal::FixedClock clock;
     Recorder recorder;
-    vordal::PlainApplication application;
 
 private:
     using PortKey = std::pair<CString, PortKind>;
@@ -131,6 +135,12 @@ void Stage::AddProject(Scenario const& scenario)
         setup.stream = computation.stream.value_or(CDataId());
         host.AddComputation(std::move(setup));
     }
+    auto const& app = scenario.application;
+    vordal::ApplicationSetup application{app.guid, app.mainWindow, app.lightMode, {}};
+    for (auto const& display : app.displays) {
+        application.displays.push_back({display.section, display.type, display.name, display.enabled});
+    }
+    host.SetApplication(std::move(application));
     for (auto const& stream : scenario.streams) {
         host.Buffer(stream.id);
         if (stream.block.has_value() || stream.time.has_value()) {
@@ -267,7 +277,7 @@ void RunCall(Stage& stage, ScenarioStep const& step)
         plugin.RegisterViews();
         break;
     case EntryPoint::InitializeTemplates:
-        plugin.InitializeTemplates(&stage.application);
+        plugin.InitializeTemplates(stage.host.Application());
         break;
     case EntryPoint::UnInitializeTemplates:
         plugin.UnInitializeTemplates();
@@ -282,6 +292,16 @@ void RunCall(Stage& stage, ScenarioStep const& step)
         reinterpret_cast<void (*)()>(plugin.FindFunction("LibraryDetach"))();
         break;
     }
+}
+
+void RunTerminal(Stage& stage, ScenarioStep const& step)
+{
+    ScenarioBlockItem code{.item = terminalCodeItem, .type = DATA_INT32, .size = 4, .bytes = {}, .status = 0};
+    code.bytes.emplace(code.size);
+    protocol::PutI32LE(*code.bytes, 0, *std::get<IntegerArgument>(step.argument).value);
+    CDataId terminal = stage.FindDevice(step.device)->GetDataId();
+    terminal.SetGroupId(terminalGroup);
+    stage.host.PutBlock(terminal, MakeBlock({.status = 0, .items = {code}}, stage.host.Now()));
 }
 
 void RunClock(Stage& stage, ScenarioStep const& step)
@@ -324,6 +344,7 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::Block, RunBlock},
     {StepKind::BufferStatus, RunBufferStatus},
     {StepKind::Call, RunCall},
+    {StepKind::Terminal, RunTerminal},
     {StepKind::Clock, RunClock},
     {StepKind::Settle, RunSettle},
 };
