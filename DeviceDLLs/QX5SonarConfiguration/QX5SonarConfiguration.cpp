@@ -2,6 +2,8 @@
 #include "QX5SonarConfiguration.h"
 
 #include "QX5SonarConfigurationControlDevice.h"
+#include "sequencing/QX5SonarConfigurationInfo.h"
+
 #include <VersionControlR/CheckDllVersion.h>
 #include <VordalDataBlocksR/BaseDevice.h>
 #include <vordalhostdllR/CDevList.h>
@@ -21,7 +23,8 @@ bool LibraryAttach()
 
 void LibraryDetach()
 {
-    // Nothing of the plug-in runs in the background yet.
+    // The code that the sequencing threads run goes away with the library.
+    QX5SonarConfigurationInfo::Instance().Exit();
 }
 
 void RegisterDevices()
@@ -41,7 +44,8 @@ void RegisterViews()
 
 void InitializeTemplates(CVordalBaseApp*)
 {
-    // The plug-in has no view, and so no template, yet.
+    // The plug-in has no view, and so no template, yet. The devices exist by now.
+    QX5SonarConfigurationInfo::Instance().Init();
 }
 
 void UnInitializeTemplates() {}
@@ -52,4 +56,14 @@ void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsign
     if (device != nullptr) {
         device->SetDeviceCtrlViewType(documentTemplate);
     }
+}
+
+void DiscoverSonars()
+{
+    QX5SonarConfigurationInfo::Instance().Init();
+}
+
+void ReleaseSonars()
+{
+    QX5SonarConfigurationInfo::Instance().Exit();
 }

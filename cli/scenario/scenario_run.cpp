@@ -59,10 +59,19 @@ public:
     /// Loads the plug-in and puts everything in place. Throws std::runtime_error when that cannot be done.
     void SetUp(Scenario const& scenario, std::filesystem::path const& plugin);
     /// Destroys the devices in their order.
-    void TakeDown() { host.RemoveAllDevices(); }
+    void TakeDown()
+    {
+        // A host ends what the plug-in does by itself before it takes the devices away.
+        if (m_plugin != nullptr) {
+            m_plugin->ReleaseSonars();
+        }
+        host.RemoveAllDevices();
+    }
 
     /// A device by the id that the scenario gives it; null when there is none.
     Device* FindDevice(CDataId const& id) const;
+
+    vordal::PlugIn& PlugIn() { return *m_plugin; }
 
     vordal::FixedClock clock;
     Recorder recorder;
@@ -88,6 +97,7 @@ void Stage::SetUp(Scenario const& scenario, std::filesystem::path const& plugin)
 {
     host.SetClock(&clock);
     host.SetTraffic(&recorder);
+    host.SetMainWindow(scenario.application.mainWindow);
     host.SetRequestFailures(vordal::RequestFailures::Pass);
     AddProject(scenario);
     std::string reason;
@@ -243,6 +253,16 @@ void RunBufferStatus(Stage& stage, ScenarioStep const& step)
     stage.host.SetBufferStatus(argument.id, argument.status);
 }
 
+void RunDiscover(Stage& stage, ScenarioStep const&)
+{
+    stage.PlugIn().DiscoverSonars();
+}
+
+void RunClear(Stage& stage, ScenarioStep const&)
+{
+    stage.PlugIn().ReleaseSonars();
+}
+
 void RunClock(Stage& stage, ScenarioStep const& step)
 {
     stage.clock.Set(std::get<NumberArgument>(step.argument).value);
@@ -282,6 +302,8 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::Logger, RunLogger},
     {StepKind::Block, RunBlock},
     {StepKind::BufferStatus, RunBufferStatus},
+    {StepKind::Discover, RunDiscover},
+    {StepKind::Clear, RunClear},
     {StepKind::Clock, RunClock},
     {StepKind::Settle, RunSettle},
 };

@@ -4,6 +4,7 @@
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/data/stream_buffer.h"
 #include "reference_host/devices/port.h"
+#include "reference_host/application/application.h"
 #include "reference_host/host/clock.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
@@ -439,6 +440,14 @@ void Host::SelectVessel(unsigned short number)
     }
     NFDataT<unsigned short> const info(number);
     Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &info);
+}
+
+void Host::SetMainWindow(bool isThere)
+{
+    if (isThere && m_state->application == nullptr) {
+        m_state->application = std::make_unique<Application>();
+    }
+    m_state->hasMainWindow = isThere;
 }
 
 void Host::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)

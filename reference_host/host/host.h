@@ -132,6 +132,9 @@ public:
     /// Makes the vessel active, if there is such a one, and tells sel_change::ACTIVE_VESSEL in either case.
     void SelectVessel(unsigned short number);
 
+    /// Whether the host has a main window, without which there is no CVordalBaseApp::Instance. It has none at first.
+    void SetMainWindow(bool isThere);
+
     // Attributes.
     /// Puts the tree in place; nobody is told.
     void ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree);

@@ -8,6 +8,7 @@
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
 #include <vordalhostdllR/CDevList.h>
+#include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 
@@ -124,6 +125,10 @@ struct HostState
     /// Where GetNextDevice stands, by vessel.
     std::map<unsigned short, int> nextDevice;
     std::map<CString, std::unique_ptr<DevICreator>> creators;
+
+    /// There from the first main window on; whether it has one at the moment, `hasMainWindow` tells.
+    std::unique_ptr<CVordalBaseApp> application;
+    std::atomic<bool> hasMainWindow{false};
 
     std::unique_ptr<HostThread> thread;
 

@@ -44,6 +44,13 @@ struct PlugIn::Body
     bool devicesRegistered = false;
     bool templatesInitialized = false;
 
+    void CallIfThere(char const* name)
+    {
+        if (auto* const function = reinterpret_cast<void (*)()>(module.Find(name)); function != nullptr) {
+            function();
+        }
+    }
+
     /// The name of the first entry point that is missing; null when all are there.
     char const* FindEntryPoints()
     {
@@ -160,6 +167,16 @@ void PlugIn::UnInitializeTemplates()
 void PlugIn::DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d)
 {
     m_body->deviceCtrlInit(a, b, c, d);
+}
+
+void PlugIn::DiscoverSonars()
+{
+    m_body->CallIfThere("DiscoverSonars");
+}
+
+void PlugIn::ReleaseSonars()
+{
+    m_body->CallIfThere("ReleaseSonars");
 }
 
 void* PlugIn::FindFunction(char const* name) const

@@ -35,6 +35,11 @@ public:
     /// The numbers of a device's id, last field first.
     void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d);
 
+    /// The plug-in's discovery of sonars under ping control, and its end; without such functions nothing happens. Release
+    /// them before devices are destroyed.
+    void DiscoverSonars();
+    void ReleaseSonars();
+
     /// An exported C function beyond the required ones; null when there is none of that name.
     void* FindFunction(char const* name) const;
 
