@@ -12,8 +12,9 @@ namespace qx5::protocol {
 /// The kind of value that a key carries in a request, in a device's tree and in an echo.
 enum class Kind : std::uint8_t
 {
-    Int,  ///< signed 32-bit integer
-    UInt, ///< unsigned 32-bit integer
+    Int,   ///< signed 32-bit integer
+    UInt,  ///< unsigned 32-bit integer
+    Int64, ///< signed 64-bit integer
     Bool,
     Double,
     Pair,   ///< two doubles

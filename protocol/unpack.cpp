@@ -117,6 +117,12 @@ Value AttributeValue(Field const& field, Value const& wire)
     }
     case Kind::UInt:
         return WholeBefore(field.convert, wire);
+    case Kind::Int64: {
+        std::uint32_t const bits = WholeBefore(field.convert, wire);
+        if (std::holds_alternative<std::uint32_t>(wire))
+            return std::int64_t{bits};
+        return std::int64_t{static_cast<std::int32_t>(bits)};
+    }
     case Kind::Bool:
         return WholeBefore(field.convert, wire) != 0;
     case Kind::Double:

@@ -15,6 +15,7 @@
 #include <protocol/records/pulse_frequency_gain.h>
 #include <protocol/records/recorder_settings.h>
 #include <protocol/records/single_beam.h>
+#include <protocol/records/single_ping.h>
 #include <protocol/records/storage_playback.h>
 #include <protocol/records/tracker_detection.h>
 #include <protocol/records/triggers_timing.h>
