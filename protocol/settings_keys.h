@@ -56,6 +56,12 @@ inline constexpr Key x5PingTime{L"x5PingTime", Kind::Double, Unit::Second, "when
 
 // The tree of an operator terminal.
 inline constexpr Key preset{L"preset", Kind::Branch, Unit::None, "settings that one key of the terminal calls up, under the keys of their requests"};
+// How the sonar takes turns with others, as the host's configuration of the device tells.
+inline constexpr Key PingMode{L"PingMode", Kind::Int, Unit::None, "not 0: the sonar pings under control, in turn with others of its group"};
+inline constexpr Key SonarGroupId{L"SonarGroupId", Kind::Int, Unit::None, "sonars of one group never ping at the same time"};
+inline constexpr Key Overhead{L"Overhead", Kind::Double, Unit::Percent, "pause after a ping, as a part of its two-way travel time"};
+// Told by this project's own simulated sonar, and understood by its host.
+inline constexpr Key StreamStatus{L"StreamStatus", Kind::Int, Unit::None, "status of the sonar's data stream, 0 when it is well"};
 
 } // namespace keys
 
@@ -69,6 +75,7 @@ inline constexpr auto SettingsKeys = std::to_array<Key const*>({
     &keys::x5DepthGate, &keys::x5NadirGate, &keys::x5MinValue, &keys::x5MinWindow, &keys::x5EnumIsFixed,
     &keys::x5BeamModes, &keys::x5ProjBeamAngleVer, &keys::x5ProjBeamAngleHor, &keys::x5FileName, &keys::x5FileSize,
     &keys::x5DiskFree, &keys::x5PingNumber, &keys::x5PingTime, &keys::preset,
+    &keys::PingMode, &keys::SonarGroupId, &keys::Overhead, &keys::StreamStatus,
 });
 
 } // namespace qx5::protocol

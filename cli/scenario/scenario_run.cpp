@@ -65,7 +65,14 @@ public:
     /// Loads the plug-in and puts everything in place. Throws std::runtime_error when that cannot be done.
     void SetUp(Scenario const& scenario, std::filesystem::path const& plugin);
     /// Destroys the devices in their order.
-    void TakeDown() { host.RemoveAllDevices(); }
+    void TakeDown()
+    {
+        // A host ends what the plug-in does by itself before it takes the devices away.
+        if (m_plugin != nullptr) {
+            m_plugin->ReleaseSonars();
+        }
+        host.RemoveAllDevices();
+    }
 
     /// A device by the id that the scenario gives it; null when there is none.
     Device* FindDevice(CDataId const& id) const;
@@ -304,6 +311,16 @@ void RunTerminal(Stage& stage, ScenarioStep const& step)
     stage.host.PutBlock(terminal, MakeBlock({.status = 0, .items = {code}}, stage.host.Now()));
 }
 
+void RunDiscover(Stage& stage, ScenarioStep const&)
+{
+    stage.Plugin().DiscoverSonars();
+}
+
+void RunClear(Stage& stage, ScenarioStep const&)
+{
+    stage.Plugin().ReleaseSonars();
+}
+
 void RunClock(Stage& stage, ScenarioStep const& step)
 {
     stage.clock.Set(std::get<NumberArgument>(step.argument).value);
@@ -345,6 +362,8 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::BufferStatus, RunBufferStatus},
     {StepKind::Call, RunCall},
     {StepKind::Terminal, RunTerminal},
+    {StepKind::Discover, RunDiscover},
+    {StepKind::Clear, RunClear},
     {StepKind::Clock, RunClock},
     {StepKind::Settle, RunSettle},
 };
