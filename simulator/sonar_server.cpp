@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <deque>
 #include <future>
 #include <map>
@@ -862,6 +863,21 @@ bool SonarServer::Implementation::Command(std::string_view line, std::string& an
         answer = "ping " + std::to_string(m_state.Pings());
         return true;
     }
+    if (word == "buffer-status") {
+        unsigned status = 0;
+        auto const* const end = rest.data() + rest.size();
+        auto const [at, problem] = std::from_chars(rest.data(), end, status);
+        if (problem != std::errc() || at != end || status > 65535) {
+            answer = "buffer-status wants a number from 0 (well) to 65535";
+            return false;
+        }
+        std::string const key = protocol::EncodeUtf8(protocol::keys::StreamStatus.text);
+        bool const taken = m_state.Set(key + "=" + std::to_string(status), Clock::now(), answer);
+        StateChanged();
+        if (taken)
+            answer = "the status of the data stream is " + std::to_string(status);
+        return taken;
+    }
     if (word == "drop") {
         if (!takesNothing())
             return false;
@@ -891,6 +907,7 @@ bool SonarServer::Implementation::Command(std::string_view line, std::string& an
         answer = "state [KEY]                 what the sonar holds\n"
                  "set KEY=VALUE               change it on the sonar itself (KEY:KIND=VALUE for keys of no table)\n"
                  "ping                        ping once\n"
+                 "buffer-status NUMBER        tell the hosts another status of the data stream, 0 when it is well\n"
                  "drop                        cut all links\n"
                  "start                       switch a sonar on that was shut down\n"
                  "status                      connections, counts, failures\n"

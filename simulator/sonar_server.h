@@ -106,9 +106,10 @@ public:
     /// Where it listens, after Start.
     std::uint16_t Port() const;
 
-    /// Carries out one line: "state [KEY]", "set KEY=VALUE", "misbehave NAME [ARGUMENT]", "behave", "ping", "drop",
-    /// "start", "status", "help". False, and one line in `answer` that says what to do, when the line is none of these
-    /// or the sonar is not running. The answer may have several lines; it does not end with one.
+    /// Carries out one line: "state [KEY]", "set KEY=VALUE", "misbehave NAME [ARGUMENT]", "behave", "ping",
+    /// "buffer-status NUMBER", "drop", "start", "status", "help". False, and one line in `answer` that says what to do,
+    /// when the line is none of these or the sonar is not running. The answer may have several lines; it does not end
+    /// with one.
     bool Command(std::string_view line, std::string& answer);
 
     /// Zeros when it does not run.

@@ -89,6 +89,8 @@ void ControlDevice::ApplyAttribs(bool changed)
 {
     QX5Device::ApplyAttribs(changed);
     std::lock_guard const lock(m_criticalSection);
+    terminalCommands.RefreshLimits(m_attributes);
+    terminalCommands.SetSonarId(m_dataId);
 
     bool const before = pingOnlyDuringScan;
     Read(Stored(), At<keys::PingOnlyDuringScan>, pingOnlyDuringScan);

@@ -3,6 +3,7 @@
 
 #include "QX5SonarConfigurationControlDevice.h"
 #include "platform/this_module.h"
+#include "sequencing/QX5SonarConfigurationInfo.h"
 #include <VersionControlR/CheckDllVersion.h>
 #include <VordalConfigureR/CViewList.h>
 #include <VordalDataBlocksR/BaseDevice.h>
@@ -24,12 +25,6 @@ constexpr wchar_t const* documentTemplate = L"QX5SONARCONFIGURATION";
 /// The view's class as the host's registries know it. The view itself is not built yet: whoever asks for one gets null.
 CRuntimeClass viewRuntimeClass{"QX5SonarConfigurationView", []() -> CObject* { return nullptr; }};
 
-/// Finds the sonars under ping control anew. There is no ping control yet.
-void DiscoverSonars() {}
-
-/// Ends the threads of ping control. There are none yet.
-void EndPingControl() {}
-
 } // namespace
 
 bool LibraryAttach()
@@ -45,7 +40,8 @@ bool LibraryAttach()
 
 void LibraryDetach()
 {
-    EndPingControl();
+    // The code that the sequencing threads run goes away with the library.
+    QX5SonarConfigurationInfo::Instance().Exit();
 }
 
 void RegisterDevices()
@@ -73,7 +69,8 @@ void InitializeTemplates(CVordalBaseApp* application)
         application->AddDocTemplate(displayTemplate);
         CDocTemplateList::GetDocTemplates().AddTemplate(documentTemplate, displayTemplate);
     }
-    DiscoverSonars();
+    // The devices exist by now.
+    QX5SonarConfigurationInfo::Instance().Init();
 }
 
 void UnInitializeTemplates()

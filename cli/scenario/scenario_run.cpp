@@ -7,11 +7,12 @@
 #include "cli/scenario/unicode.h"
 
 #include "reference_host/attributes/host_keys.h"
-#include "reference_host/displays/plain_application.h"
 #include "reference_host/host/clock.h"
 #include "reference_host/host/host.h"
 #include "reference_host/loader/plugin_loader.h"
 
+#include <VordalDataBlocksR/CDataBlock.h>
+#include <protocol/bytes.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 
@@ -37,6 +38,10 @@ constexpr wchar_t const* plainClass = L"Device";
 constexpr wchar_t const* loggerStarts = L"$VordalHostloggerStartLogging$";
 constexpr wchar_t const* loggerStops = L"$VordalHostloggerStopLogging$";
 
+/// The stream of a device's operator terminal, and the item of its blocks that holds the code.
+constexpr unsigned short terminalGroup = 82;
+constexpr std::uint16_t terminalCodeItem = 2607;
+
 /// The plug-in went on doing something for longer than a step may wait.
 class NeverSettles : public std::runtime_error
 {
@@ -60,7 +65,14 @@ public:
     /// Loads the plug-in and puts everything in place. Throws std::runtime_error when that cannot be done.
     void SetUp(Scenario const& scenario, std::filesystem::path const& plugin);
     /// Destroys the devices in their order.
-    void TakeDown() { host.RemoveAllDevices(); }
+    void TakeDown()
+    {
+        // A host ends what the plug-in does by itself before it takes the devices away.
+        if (m_plugin != nullptr) {
+            m_plugin->ReleaseSonars();
+        }
+        host.RemoveAllDevices();
+    }
 
     /// A device by the id that the scenario gives it; null when there is none.
     Device* FindDevice(CDataId const& id) const;
@@ -68,7 +80,6 @@ public:
 
     vordal::FixedClock clock;
     Recorder recorder;
-    vordal::PlainApplication application;
 
 private:
     using PortKey = std::pair<CString, PortKind>;
@@ -131,6 +142,12 @@ void Stage::AddProject(Scenario const& scenario)
         setup.stream = computation.stream.value_or(CDataId());
         host.AddComputation(std::move(setup));
     }
+    auto const& app = scenario.application;
+    vordal::ApplicationSetup application{app.guid, app.mainWindow, app.lightMode, {}};
+    for (auto const& display : app.displays) {
+        application.displays.push_back({display.section, display.type, display.name, display.enabled});
+    }
+    host.SetApplication(std::move(application));
     for (auto const& stream : scenario.streams) {
         host.Buffer(stream.id);
         if (stream.block.has_value() || stream.time.has_value()) {
@@ -267,7 +284,7 @@ void RunCall(Stage& stage, ScenarioStep const& step)
         plugin.RegisterViews();
         break;
     case EntryPoint::InitializeTemplates:
-        plugin.InitializeTemplates(&stage.application);
+        plugin.InitializeTemplates(stage.host.Application());
         break;
     case EntryPoint::UnInitializeTemplates:
         plugin.UnInitializeTemplates();
@@ -282,6 +299,26 @@ void RunCall(Stage& stage, ScenarioStep const& step)
         reinterpret_cast<void (*)()>(plugin.FindFunction("LibraryDetach"))();
         break;
     }
+}
+
+void RunTerminal(Stage& stage, ScenarioStep const& step)
+{
+    ScenarioBlockItem code{.item = terminalCodeItem, .type = DATA_INT32, .size = 4, .bytes = {}, .status = 0};
+    code.bytes.emplace(code.size);
+    protocol::PutI32LE(*code.bytes, 0, *std::get<IntegerArgument>(step.argument).value);
+    CDataId terminal = stage.FindDevice(step.device)->GetDataId();
+    terminal.SetGroupId(terminalGroup);
+    stage.host.PutBlock(terminal, MakeBlock({.status = 0, .items = {code}}, stage.host.Now()));
+}
+
+void RunDiscover(Stage& stage, ScenarioStep const&)
+{
+    stage.Plugin().DiscoverSonars();
+}
+
+void RunClear(Stage& stage, ScenarioStep const&)
+{
+    stage.Plugin().ReleaseSonars();
 }
 
 void RunClock(Stage& stage, ScenarioStep const& step)
@@ -324,6 +361,9 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::Block, RunBlock},
     {StepKind::BufferStatus, RunBufferStatus},
     {StepKind::Call, RunCall},
+    {StepKind::Terminal, RunTerminal},
+    {StepKind::Discover, RunDiscover},
+    {StepKind::Clear, RunClear},
     {StepKind::Clock, RunClock},
     {StepKind::Settle, RunSettle},
 };

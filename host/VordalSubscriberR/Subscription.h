@@ -59,7 +59,8 @@ public:
     void SetSubscriber(Subscriber* subscriber, bool own);
     void Subscribe(CDataId const& dataId);
     void Unsubscribe();
-    /// The buffer of the stream subscribed to; null without a subscription or where the stream has no buffer.
+    /// The buffer of the stream subscribed to; null without a subscription or where the stream has no buffer. A
+    /// notification that is running may ask even while another thread unsubscribes.
     BaseDataSource* GetDataBuffer();
 
 private:

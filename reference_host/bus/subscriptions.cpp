@@ -7,6 +7,8 @@
 #include "reference_host/bus/notification_bus.h"
 #include "reference_host/host/host_state.h"
 
+#include <atomic>
+
 CString const GeneralSubKeys::ADT_SELECTED_SONAR_CHANGE(L"ADT_SELECTED_SONAR_CHANGE");
 CString const GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE(L"STS_SELECTED_SONAR_TARGET_CHANGE");
 CString const sel_change::ACTIVE_VESSEL(L"ACTIVE_VESSEL");
@@ -125,6 +127,8 @@ struct DataSubscription::State
 {
     CDataId dataId;
     Membership membership;
+    /// Beside the membership, so that a running notification may ask for the buffer while another thread unsubscribes.
+    std::atomic<bool> isJoined{false};
 };
 
 DataSubscription::DataSubscription() : m_state(std::make_unique<State>()) {}
@@ -145,15 +149,18 @@ void DataSubscription::Subscribe(CDataId const& dataId)
         Unsubscribe();
     }
     m_state->dataId = dataId;
-    m_state->membership.Join(vordal::StreamBus(), std::span<CString const>(&m_state->dataId.GetKey(), 1));
+    auto const bus = vordal::StreamBus();
+    m_state->isJoined = bus != nullptr;
+    m_state->membership.Join(bus, std::span<CString const>(&m_state->dataId.GetKey(), 1));
 }
 
 void DataSubscription::Unsubscribe()
 {
+    m_state->isJoined = false;
     m_state->membership.Leave();
 }
 
 BaseDataSource* DataSubscription::GetDataBuffer()
 {
-    return m_state->membership.joint != nullptr ? vordal::FindBuffer(m_state->dataId) : nullptr;
+    return m_state->isJoined ? vordal::FindBuffer(m_state->dataId) : nullptr;
 }

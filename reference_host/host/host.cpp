@@ -1,9 +1,11 @@
 // The reference host: what it owns, how it is taken down, and how requests, blocks and notifications pass through it.
 #include "reference_host/host/host.h"
 
+#include "reference_host/application/application.h"
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/data/stream_buffer.h"
 #include "reference_host/devices/port.h"
+#include "reference_host/application/application.h"
 #include "reference_host/host/clock.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
@@ -474,6 +476,11 @@ void Host::SelectVessel(unsigned short number)
     Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &info);
 }
 
+CVordalBaseApp* Host::Application() const
+{
+    return m_state->application.get();
+}
+
 void Host::SetUnitFactor(int unitGroup, double factor)
 {
     m_state->project.units.SetFactor(unitGroup, factor);
@@ -482,6 +489,20 @@ void Host::SetUnitFactor(int unitGroup, double factor)
 void Host::SetProjectFolder(unsigned kind, std::optional<CString> folder)
 {
     m_state->project.SetFolder(kind, std::move(folder));
+}
+
+void Host::SetApplication(ApplicationSetup setup)
+{
+    m_state->application = std::make_unique<vordal::Application>(std::move(setup));
+}
+
+void Host::SetMainWindow(bool open)
+{
+    if (m_state->application != nullptr) {
+        m_state->application->SetMainWindow(open);
+    } else if (open) {
+        SetApplication({});
+    }
 }
 
 void Host::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)

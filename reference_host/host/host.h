@@ -24,6 +24,7 @@
 
 class BaseIOHandler;
 class CBaseVessel;
+class CVordalBaseApp;
 
 namespace vordal {
 
@@ -63,6 +64,24 @@ struct VesselSetup
     CString name;
     /// Section -> item -> text.
     std::map<CString, std::map<CString, CString>> configuration;
+};
+
+/// A display that the application has set up.
+struct DisplaySetup
+{
+    CString section; ///< in the presentation configuration
+    CString type;
+    CString name;
+    bool enabled = true;
+};
+
+/// What makes the application that the host runs in.
+struct ApplicationSetup
+{
+    CString guid; ///< tells this application from others on the same sonar system
+    bool mainWindow = true;
+    int lightMode = 4; ///< 1 to 4, see ColorControl
+    std::vector<DisplaySetup> displays;
 };
 
 /// The host. One lives at a time in a process; the singletons of the contract (DataManager, VesselManager, CDevList,
@@ -145,6 +164,15 @@ public:
     /// What stands before the names of files of that ProjectFileKind, as it stands, a separator at its end included;
     /// no text: the project has no place for them. A kind that was never set has the empty text.
     void SetProjectFolder(unsigned kind, std::optional<CString> folder);
+
+    // The application. Without one CVordalBaseApp::Instance is null.
+    /// Sets the application up; once, before a plug-in is loaded.
+    void SetApplication(ApplicationSetup setup);
+    /// Without a main window CVordalBaseApp::Instance is null, though the application is there. Opening it sets up a
+    /// plain application where there is none. Any thread once there is an application.
+    void SetMainWindow(bool open);
+    /// The application, with a main window or without; null until it is set up. The host's.
+    CVordalBaseApp* Application() const;
 
     // Attributes.
     /// Puts the tree in place; nobody is told.

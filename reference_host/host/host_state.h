@@ -23,6 +23,7 @@
 
 namespace vordal {
 
+class Application;
 class StreamBuffer;
 
 /// The four fields of an id in one number, for look-ups.
@@ -125,6 +126,8 @@ struct HostState
 
     ProjectDefinition project;
     DisplayRegister displays;
+    /// Null until it is set up; stays until the host goes.
+    std::unique_ptr<Application> application;
 
     /// Guards the registers below; never held while calling out.
     mutable std::mutex mutex;

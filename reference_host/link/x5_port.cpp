@@ -2,6 +2,7 @@
 #include "x5_port.h"
 
 #include "live_traffic.h"
+#include "settings_data.h"
 #include "tree_transfer.h"
 
 #include "reference_host/host/host.h"
@@ -105,9 +106,24 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     PostToHost([this, bytes, tree = ToAttributeMap(*nodes)] {
         for (int index = 0; auto* const device = GetDevice(index); ++index) {
             m_host.MergeDecoded(*device, tree);
+            PutStreamData(*device, tree);
         }
         CountDelivered(bytes);
     });
+}
+
+void X5Port::PutStreamData(BaseDevice const& device, CAttributeMap const& tree)
+{
+    CDataId const dataId = device.GetDataId();
+    if (dataId.GetGroupId() != SonarDataGroup) {
+        return;
+    }
+    if (auto const status = StreamStatusOf(tree)) {
+        m_host.SetBufferStatus(dataId, *status);
+    }
+    if (auto const block = SettingsBlockOf(tree, m_host.Now())) {
+        m_host.PutBlock(dataId, *block);
+    }
 }
 
 void X5Port::OnLinkReport(std::string_view line)

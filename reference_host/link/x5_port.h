@@ -5,6 +5,7 @@
 #include "sonar_link.h"
 
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
+#include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CString.h>
 
 #include <atomic>
@@ -19,7 +20,7 @@ namespace vordal {
 class Host;
 
 /// A sonar connection as devices see it. Attributes that the sonar sends are merged into the trees of all attached
-/// devices; when the connection comes up or is lost the devices are told, all on the host thread. Attach the devices
+/// devices, settings data go into the buffers of those that are sonars; when the connection comes up or is lost the devices are told, all on the host thread. Attach the devices
 /// before Open: one that comes later hears of the connection at its next change.
 ///
 /// When the host thread falls behind by more than 256 trees or 8 MiB of them, reading pauses until it has caught up by
@@ -72,6 +73,8 @@ private:
     /// Runs the task on the host thread unless the port is gone by then.
     void PostToHost(std::function<void()> task);
     void TellDevices(LinkStatus const& status);
+    /// What the tree tells of the device's data stream goes into its buffer; see settings_data.h.
+    void PutStreamData(BaseDevice const& device, CAttributeMap const& tree);
     void CountUndelivered(std::size_t bytes);
     void CountDelivered(std::size_t bytes);
 

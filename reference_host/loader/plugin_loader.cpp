@@ -14,6 +14,12 @@ namespace {
 
 thread_local std::string versionRefusal;
 
+// Members of the plug-in's exported class QX5SonarConfigurationInfo, which is the plug-in's and known here by the names
+// alone that the compilers of this platform give its members: Instance, Init and Exit.
+constexpr char const* pingControlInstance = "_ZN25QX5SonarConfigurationInfo8InstanceEv";
+constexpr char const* pingControlInit = "_ZN25QX5SonarConfigurationInfo4InitEv";
+constexpr char const* pingControlExit = "_ZN25QX5SonarConfigurationInfo4ExitEv";
+
 std::string VersionText(unsigned version)
 {
     return std::to_string(version >> 24) + '.' + std::to_string(version >> 16 & 0xFFU) + '.' +
@@ -62,6 +68,16 @@ struct PlugIn::Body
     bool attached = false;
     bool devicesRegistered = false;
     bool templatesInitialized = false;
+
+    /// Calls a member without arguments of the plug-in's one object of ping control, if it has such a class.
+    void CallPingControl(char const* member)
+    {
+        auto* const instance = reinterpret_cast<void* (*)()>(module.Find(pingControlInstance));
+        auto* const function = reinterpret_cast<void (*)(void*)>(module.Find(member));
+        if (instance != nullptr && function != nullptr) {
+            function(instance());
+        }
+    }
 
     /// The name of the first entry point that is missing; null when all are there.
     char const* FindEntryPoints()
@@ -186,6 +202,16 @@ void PlugIn::UnInitializeTemplates()
 void PlugIn::DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device, unsigned short type)
 {
     m_body->deviceCtrlInit(vessel, group, device, type);
+}
+
+void PlugIn::DiscoverSonars()
+{
+    m_body->CallPingControl(pingControlInit);
+}
+
+void PlugIn::ReleaseSonars()
+{
+    m_body->CallPingControl(pingControlExit);
 }
 
 void* PlugIn::FindFunction(char const* name) const

@@ -35,6 +35,11 @@ public:
     /// The fields of a device's id: vessel, group, device number, type.
     void DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device, unsigned short type);
 
+    /// The plug-in's discovery of sonars under ping control, and its end; without such functions nothing happens. Release
+    /// them before devices are destroyed.
+    void DiscoverSonars();
+    void ReleaseSonars();
+
     /// An exported C function beyond the required ones; null when there is none of that name.
     void* FindFunction(char const* name) const;
 

@@ -1,0 +1,293 @@
+// One group of sonars that ping in turn: members, waiting, pausing, starting and stopping.
+#include "PingGroup.h"
+
+#include "../platform/timer_slack.h"
+
+#include <VordalDataBlocksR/BaseDevice.h>
+#include <VordalDataBlocksR/BaseIOHandler.h>
+#include <vordalhostdllR/CVordalBaseApp.h>
+#include <vordalhostdllR/Device.h>
+
+#include <algorithm>
+#include <limits>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+thread_local bool isSequencingThread = false;
+
+} // namespace
+
+namespace qx5 {
+
+std::uint32_t PauseMilliseconds(double range, double soundSpeed, double overheadPercent)
+{
+    // The order of the operations shows in the last bit.
+    double const travel = 2.0 * range / soundSpeed;
+    double const milliseconds = travel * 1000.0 * overheadPercent / 100.0 + 0.5;
+    if (!(milliseconds > 0.0)) {
+        return 0;
+    }
+    constexpr auto greatest = std::numeric_limits<std::uint32_t>::max();
+    return milliseconds < static_cast<double>(greatest) ? static_cast<std::uint32_t>(milliseconds) : greatest;
+}
+
+} // namespace qx5
+
+PingGroup::~PingGroup()
+{
+    // Reached with a thread only on that thread itself, which held the group last.
+    if (m_thread.joinable()) {
+        m_thread.detach();
+    }
+}
+
+bool PingGroup::IsSequencingThread()
+{
+    return isSequencingThread;
+}
+
+bool PingGroup::HasMember(CDataId const& dataId) const
+{
+    return std::any_of(m_members.begin(), m_members.end(),
+                       [&](PingMember const& member) { return member.dataId == dataId; });
+}
+
+bool PingGroup::BeginJoining(CDataId const& dataId)
+{
+    std::lock_guard const lock(m_lock);
+    if (HasMember(dataId) || std::find(m_joining.begin(), m_joining.end(), dataId) != m_joining.end()) {
+        return false;
+    }
+    m_joining.push_back(dataId);
+    return true;
+}
+
+void PingGroup::Join(PingMember member)
+{
+    std::lock_guard const lock(m_lock);
+    std::erase(m_joining, member.dataId);
+    m_members.push_back(std::move(member));
+    Start();
+}
+
+void PingGroup::GiveUpJoining(CDataId const& dataId)
+{
+    std::lock_guard const lock(m_lock);
+    std::erase(m_joining, dataId);
+}
+
+void PingGroup::SettingsArrived(CDataId const& dataId, std::uint32_t pauseMilliseconds, Clock::time_point arrived)
+{
+    {
+        std::lock_guard const lock(m_lock);
+        if (!(m_activeId == dataId)) {
+            return;
+        }
+        m_waitMilliseconds = pauseMilliseconds;
+        m_waitFrom = arrived;
+        m_wakeSignalled = true;
+    }
+    // Without the lock, which the thread takes as the first thing.
+    m_wake.notify_one();
+}
+
+void PingGroup::BufferStatusChanged(CDataId const& dataId, std::uint16_t status)
+{
+    Lock lock(m_lock);
+    bool anyUsable = false;
+    for (PingMember& member : m_members) {
+        if (member.dataId == dataId) {
+            member.bufferStatus = status;
+            if (status != 0 && m_activeId == dataId) {
+                m_waitMilliseconds = 0;
+                m_wakeSignalled = true;
+                m_wake.notify_one();
+            }
+        }
+        anyUsable = anyUsable || member.bufferStatus == 0;
+    }
+    if (anyUsable) {
+        Start();
+    } else {
+        Stop(lock);
+    }
+}
+
+void PingGroup::RequestEnd()
+{
+    std::lock_guard const lock(m_lock);
+    m_closed = true;
+    RequestStop();
+}
+
+void PingGroup::End()
+{
+    Lock lock(m_lock);
+    m_closed = true;
+    Stop(lock);
+}
+
+// Starting and stopping; all with the lock held.
+
+void PingGroup::Start()
+{
+    if (m_closed) {
+        return;
+    }
+    if (m_hasThread) {
+        if (m_stopRequested == 0) {
+            return; // it runs, or has ended by itself for want of a window
+        }
+        if (m_reaping || !m_ended) {
+            m_startAgain = true;
+            return;
+        }
+        // It was stopped from a sequencing thread, which did not wait. It has left its loop for good.
+        m_thread.join();
+        m_hasThread = false;
+    }
+    Spawn();
+}
+
+void PingGroup::Spawn()
+{
+    ResetTurn();
+    m_ended = false;
+    ++m_generation;
+    try {
+        m_thread = std::thread([self = shared_from_this()] { self->Run(); });
+        m_hasThread = true;
+    } catch (std::system_error const&) {
+        // The system has no thread to give; the next change of a status tries again.
+    }
+}
+
+void PingGroup::ResetTurn()
+{
+    m_startAgain = false;
+    m_stopRequested = 0;
+    m_wakeSignalled = false;
+    m_activeId.SetUndefined();
+    m_waitMilliseconds = 0;
+}
+
+void PingGroup::RequestStop()
+{
+    m_startAgain = false;
+    if (m_hasThread) {
+        m_stopRequested = 1;
+        m_waitMilliseconds = 0;
+        m_wakeSignalled = true;
+        m_wake.notify_one();
+    }
+}
+
+void PingGroup::Stop(Lock& lock)
+{
+    RequestStop();
+    if (!m_hasThread || isSequencingThread) {
+        return;
+    }
+    if (m_reaping) {
+        auto const generation = m_generation;
+        m_stopped.wait(lock, [&] { return !m_hasThread || m_generation != generation; });
+        return;
+    }
+    m_reaping = true;
+    std::thread thread = std::move(m_thread);
+    lock.unlock();
+    thread.join();
+    lock.lock();
+    m_reaping = false;
+    m_hasThread = false;
+    if (m_startAgain && !m_closed) {
+        Spawn();
+    }
+    m_stopped.notify_all();
+}
+
+// The thread.
+
+void PingGroup::Run()
+{
+    isSequencingThread = true;
+    qx5::platform::WakeOnTime();
+    Lock lock(m_lock);
+    TakeTurns(lock);
+    while (m_stopRequested != 0 && m_startAgain && !m_reaping && !m_closed) {
+        ResetTurn();
+        ++m_generation;
+        TakeTurns(lock);
+    }
+    m_ended = true;
+}
+
+void PingGroup::TakeTurns(Lock& lock)
+{
+    std::vector<Turn> turns;
+    for (;;) {
+        bool anyPinged = false;
+        for (PingMember const& member : m_members) {
+            if (m_stopRequested != 0) {
+                return;
+            }
+            lock.unlock();
+            bool const hasWindow = CVordalBaseApp::Instance() != nullptr;
+            lock.lock();
+            if (!hasWindow || m_stopRequested != 0) {
+                return;
+            }
+            if (member.bufferStatus != 0) {
+                continue;
+            }
+            anyPinged = true;
+            m_activeId = member.dataId;
+            turns.clear();
+            for (PingMember const& each : m_members) {
+                turns.push_back({each.device, each.dataId == m_activeId});
+            }
+            // Device and record of a member never change, and members stay where they are.
+            lock.unlock();
+            Ping(turns, *member.device, member.pingRecord);
+            auto const pinged = Clock::now();
+            lock.lock();
+            AwaitAndPause(lock, pinged);
+        }
+        if (!anyPinged) {
+            // Whoever takes the last sonar out of the turn stops the thread in the same breath.
+            m_wake.wait(lock, [this] { return m_stopRequested != 0; });
+        }
+    }
+}
+
+void PingGroup::Ping(std::vector<Turn> const& turns, BaseDevice& device, CStringA const& record)
+{
+    // The sonars that wait for their turn are silent, and must not count as lost for it.
+    for (Turn const& turn : turns) {
+        BaseIOHandler* const port = turn.device->GetPortPtr();
+        if (port == nullptr) {
+            continue;
+        }
+        int const count = port->GetDeviceCount();
+        for (int index = 0; index < count; ++index) {
+            if (auto* const attached = dynamic_cast<Device*>(port->GetDevice(index)); attached != nullptr) {
+                attached->DisableTimeOut(!turn.isActive);
+            }
+        }
+    }
+    device.SendMessageW(record, false);
+}
+
+void PingGroup::AwaitAndPause(Lock& lock, Clock::time_point pinged)
+{
+    m_wake.wait(lock, [this] { return m_wakeSignalled; });
+    m_wakeSignalled = false;
+    if (m_waitMilliseconds != 0) {
+        // A signal that comes during the pause stays set, for the next sonar.
+        auto const deadline = std::max(m_waitFrom, pinged) + std::chrono::milliseconds(m_waitMilliseconds);
+        m_wake.wait_until(lock, deadline, [this] { return m_stopRequested != 0; });
+    }
+    m_activeId.SetUndefined();
+}

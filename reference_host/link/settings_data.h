@@ -1,0 +1,27 @@
+// What a sonar's attributes tell of its data stream: settings data as a block, and the state of the stream.
+#pragma once
+
+#include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/Export.h>
+#include <VordalDataBlocksR/CDataBlock.h>
+
+#include <optional>
+
+namespace vordal {
+
+/// The group id of streams of the sonar record protocol.
+inline constexpr unsigned short SonarDataGroup = 78;
+
+// This host's own decoding, which its simulated sonar agrees on; a real sonar's settings records are decoded by the host
+// that it is made for.
+
+/// Attributes that tell both the range and the sound velocity are settings data: what the sonar introduces itself with,
+/// what it answers a request for its settings with, and the answer to a ping. A change of the range alone is none. The
+/// block holds, all good, item 699 (range in m, float), 609 (the same in whole metres, unsigned 16-bit, cut off and
+/// brought into range) and 401 (sound velocity in m/s, double). `time` in seconds; see CExTime.
+VORDAL_API std::optional<CDataBlock> SettingsBlockOf(CAttributeMap const& tree, double time);
+
+/// The status of the stream's buffer, if the attributes tell it: its low 16 bits.
+VORDAL_API std::optional<unsigned short> StreamStatusOf(CAttributeMap const& tree);
+
+} // namespace vordal
