@@ -45,6 +45,7 @@ struct RunOptions {
     std::string sonar;   ///< empty: start a simulated one
     std::string project; ///< empty: nothing is kept
     bool once = false;
+    bool terminal = false; ///< the keyboard is an operator terminal; no guided session
 };
 int Run(RunOptions const& options);
 

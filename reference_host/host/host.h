@@ -151,7 +151,7 @@ public:
     void SelectVessel(unsigned short number);
 
     // The application. Without one CVordalBaseApp::Instance is null.
-    /// Sets the application up; once, before a plug-in is loaded.
+    /// Sets the application up; once, before anybody asks for it.
     void SetApplication(ApplicationSetup setup);
     /// Without a main window CVordalBaseApp::Instance is null, though the application is there. Opening it sets up a
     /// plain application where there is none. Any thread once there is an application.
