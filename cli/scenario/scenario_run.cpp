@@ -69,6 +69,7 @@ public:
 
     /// A device by the id that the scenario gives it; null when there is none.
     Device* FindDevice(CDataId const& id) const;
+    vordal::PlugIn& Plugin() const { return *m_plugin; }
 
     vordal::FixedClock clock;
     Recorder recorder;
@@ -118,6 +119,12 @@ void Stage::AddProject(Scenario const& scenario)
     }
     if (scenario.activeVessel.has_value()) {
         host.SelectVessel(*scenario.activeVessel);
+    }
+    for (auto const& [group, factor] : scenario.units) {
+        host.SetUnitFactor(static_cast<int>(group), factor);
+    }
+    for (auto const& [kind, folder] : scenario.paths) {
+        host.SetProjectFolder(kind, folder);
     }
     for (auto const& computation : scenario.computations) {
         vordal::ComputationSetup setup;
@@ -229,7 +236,7 @@ void RunLoad(Stage& stage, ScenarioStep const& step)
 
 void RunApply(Stage& stage, ScenarioStep const& step)
 {
-    stage.FindDevice(step.device)->ApplyAttribs(true);
+    stage.host.ApplyDevice(*stage.FindDevice(step.device), true);
 }
 
 void RunConnected(Stage& stage, ScenarioStep const& step)
@@ -263,6 +270,38 @@ void RunTerminal(Stage& stage, ScenarioStep const& step)
     CDataId terminal = stage.FindDevice(step.device)->GetDataId();
     terminal.SetGroupId(terminalGroup);
     stage.host.PutBlock(terminal, MakeBlock({.status = 0, .items = {code}}, stage.host.Now()));
+}
+
+void RunCall(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<CallArgument>(step.argument);
+    auto& plugin = stage.Plugin();
+    switch (argument.function) {
+    case EntryPoint::RegisterDevices:
+        plugin.RegisterDevices();
+        break;
+    case EntryPoint::UnRegisterDevices:
+        plugin.UnRegisterDevices();
+        break;
+    case EntryPoint::RegisterViews:
+        plugin.RegisterViews();
+        break;
+    case EntryPoint::InitializeTemplates:
+        plugin.InitializeTemplates(stage.host.GetApplication());
+        break;
+    case EntryPoint::UnInitializeTemplates:
+        plugin.UnInitializeTemplates();
+        break;
+    case EntryPoint::DeviceCtrlInit:
+        plugin.DeviceCtrlInit(argument.numbers[0], argument.numbers[1], argument.numbers[2], argument.numbers[3]);
+        break;
+    case EntryPoint::LibraryAttach:
+        reinterpret_cast<bool (*)()>(plugin.FindFunction("LibraryAttach"))();
+        break;
+    case EntryPoint::LibraryDetach:
+        reinterpret_cast<void (*)()>(plugin.FindFunction("LibraryDetach"))();
+        break;
+    }
 }
 
 void RunClock(Stage& stage, ScenarioStep const& step)
@@ -305,6 +344,7 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::Block, RunBlock},
     {StepKind::BufferStatus, RunBufferStatus},
     {StepKind::Terminal, RunTerminal},
+    {StepKind::Call, RunCall},
     {StepKind::Clock, RunClock},
     {StepKind::Settle, RunSettle},
 };

@@ -63,12 +63,11 @@ bool Application::EnableDisplay(CString const& name)
 
 void Application::AddDocTemplate(VORDALMultiDocTemplate* displayTemplate)
 {
-    if (displayTemplate == nullptr) {
-        return;
-    }
+    // The register knows whose module it is and lets it go before that is unloaded.
     std::unique_ptr<VORDALMultiDocTemplate> owned(displayTemplate);
-    std::lock_guard const lock(m_mutex);
-    m_templates.push_back(std::move(owned));
+    if (auto* const host = CurrentState()) {
+        host->displays.OwnTemplate(std::move(owned));
+    }
 }
 
 bool Application::AddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,

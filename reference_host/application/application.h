@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -63,7 +62,6 @@ private:
     std::atomic<int> m_lightMode;
     mutable std::mutex m_mutex; ///< guards what follows; never held while calling out
     std::vector<Display> m_displays;
-    std::vector<std::unique_ptr<VORDALMultiDocTemplate>> m_templates;
 };
 
 /// The application of the host that lives, with its main window or without; null when it has none.

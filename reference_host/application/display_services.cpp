@@ -1,11 +1,10 @@
-// The services around displays that are there without a window: the manager, the light mode, templates.
+// The services around displays that are there without a window: the manager and the light mode.
 #include "reference_host/application/application.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
 
 #include <VordalMfc0R/ColorControl.h>
 #include <vordalhostdllR/DisplayManager.h>
-#include <vordalhostdllR/VORDALMultiDocTemplate.h>
 
 using vordal::CurrentApplication;
 
@@ -44,11 +43,3 @@ void ColorControl::SetLightMode(int mode, bool redraw)
         application->SetLightMode(mode);
     }
 }
-
-VORDALMultiDocTemplate::VORDALMultiDocTemplate(CRuntimeClass* documentClass, CRuntimeClass* frameClass,
-                                               CRuntimeClass* viewClass, CRuntimeClass* dockFrameClass)
-    : m_documentClass(documentClass), m_frameClass(frameClass), m_viewClass(viewClass), m_dockFrameClass(dockFrameClass)
-{
-}
-
-VORDALMultiDocTemplate::~VORDALMultiDocTemplate() = default;

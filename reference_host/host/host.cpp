@@ -184,6 +184,19 @@ void Computation::GetAttributeMap(CAttributeMap& map) const
     map = std::move(copy);
 }
 
+void Computation::ResetDataSource()
+{
+    CDataId stream;
+    GetDataSource(stream);
+    if (auto* const observer = CurrentObserver()) {
+        observer->OnResetBuffer(stream, m_setup.dataId);
+    }
+    auto* const state = CurrentState();
+    if (auto* const buffer = state != nullptr ? state->FindBuffer(stream, false) : nullptr) {
+        buffer->Empty();
+    }
+}
+
 bool Computation::IsLinkedTo(CDataId const& device) const
 {
     return std::find(m_setup.linkedDevices.begin(), m_setup.linkedDevices.end(), device) != m_setup.linkedDevices.end();
@@ -292,6 +305,26 @@ bool Host::RunAndWait(Task const& task)
 bool Host::Stop(std::chrono::milliseconds limit)
 {
     return m_state->thread == nullptr || m_state->thread->Stop(limit);
+}
+
+std::vector<CString> Host::DeviceClasses() const
+{
+    std::lock_guard const lock(m_state->mutex);
+    std::vector<CString> names;
+    for (auto const& [name, creator] : m_state->creators) {
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::vector<CString> Host::ViewClasses() const
+{
+    return m_state->displays.ViewNames();
+}
+
+std::vector<CString> Host::DisplayTemplates() const
+{
+    return m_state->displays.TemplateNames();
 }
 
 std::unique_ptr<Device> Host::MakeDevice(CString const& className)
@@ -447,6 +480,11 @@ void Host::SetApplication(ApplicationSetup setup)
     m_state->application = std::make_unique<Application>(std::move(setup));
 }
 
+CVordalBaseApp* Host::GetApplication() const
+{
+    return m_state->application.get();
+}
+
 void Host::SetMainWindow(bool open)
 {
     if (m_state->application != nullptr) {
@@ -454,6 +492,16 @@ void Host::SetMainWindow(bool open)
     } else if (open) {
         SetApplication({});
     }
+}
+
+void Host::SetUnitFactor(int unitGroup, double factor)
+{
+    m_state->project.units.SetFactor(unitGroup, factor);
+}
+
+void Host::SetProjectFolder(unsigned kind, std::optional<CString> folder)
+{
+    m_state->project.SetFolder(kind, std::move(folder));
 }
 
 void Host::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)

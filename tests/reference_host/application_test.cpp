@@ -146,7 +146,7 @@ TEST_F(ApplicationTest, KeepsTheLightMode)
     EXPECT_EQ(told.lines, (Lines{L"light 3 now", L"light -5"}));
 }
 
-TEST_F(ApplicationTest, OwnsTheTemplatesThatItIsGiven)
+TEST(ApplicationTemplates, BelongToTheHost)
 {
     struct Counted : VORDALMultiDocTemplate
     {
@@ -156,11 +156,14 @@ TEST_F(ApplicationTest, OwnsTheTemplatesThatItIsGiven)
     };
     int left = 1;
     {
-        host.SetMainWindow(true);
-        CVordalBaseApp::Instance()->AddDocTemplate(new Counted(left));
-        CVordalBaseApp::Instance()->AddDocTemplate(nullptr);
+        vordal::Host other;
+        EXPECT_EQ(other.GetApplication(), nullptr);
+        other.SetApplication({.guid = L"", .mainWindow = false, .lightMode = 2, .displays = {}});
+        ASSERT_NE(other.GetApplication(), nullptr);
+        EXPECT_EQ(CVordalBaseApp::Instance(), nullptr);
+        other.GetApplication()->AddDocTemplate(new Counted(left));
+        other.GetApplication()->AddDocTemplate(nullptr);
         EXPECT_EQ(left, 1);
-        host.SetApplication({});
     }
     EXPECT_EQ(left, 0);
 }
