@@ -46,6 +46,7 @@ struct RunOptions {
     std::string project; ///< empty: nothing is kept
     std::string demo;    ///< name of a demonstration to show in place of the guided session
     bool once = false;
+    bool terminal = false; ///< the keyboard is an operator terminal; no guided session
 };
 int Run(RunOptions const& options);
 
