@@ -44,6 +44,7 @@ struct RunOptions {
     std::string plugin;
     std::string sonar;   ///< empty: start a simulated one
     std::string project; ///< empty: nothing is kept
+    std::string demo;    ///< name of a demonstration to show in place of the guided session
     bool once = false;
 };
 int Run(RunOptions const& options);
@@ -63,6 +64,11 @@ struct ScenarioCommandOptions {
     bool check = false;
 };
 int Scenario(ScenarioCommandOptions const& options);
+
+struct PluginOptions {
+    std::string file;
+};
+int Plugin(PluginOptions const& options);
 
 struct DocsOptions {
     std::string folder = "docs";

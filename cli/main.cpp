@@ -1,5 +1,6 @@
 // The command qx5: reads the command line and hands over to one command.
 #include "commands.h"
+#include "demos/demos.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -50,6 +51,13 @@ int main(int argc, char** argv)
     runCommand
         ->add_option("--project", run.project, "Project file that keeps the sonar's attributes; made when missing")
         ->type_name("FILE");
+    std::vector<std::string> demoNames;
+    for (Demo const& demo : demos) {
+        demoNames.emplace_back(demo.name);
+    }
+    runCommand->add_option("--demo", run.demo, "Show this and end, in place of the guided session")
+        ->check(CLI::IsMember(demoNames))
+        ->type_name("NAME");
     runCommand->callback([&] { code = Run(run); });
 
     SimOptions sim;
@@ -115,6 +123,12 @@ int main(int argc, char** argv)
         "explain", "Tell what becomes of a key: how it is read and completed, what is sent where, what is echoed");
     explainCommand->add_option("name", names, "Keys or handlers")->required();
     explainCommand->callback([&] { code = Explain(names); });
+
+    PluginOptions plugin;
+    CLI::App* pluginCommand =
+        app.add_subcommand("plugin", "Load a plug-in as a host does, tell what it registers, and unload it");
+    pluginCommand->add_option("file", plugin.file, "The plug-in module")->required()->type_name("FILE");
+    pluginCommand->callback([&] { code = Plugin(plugin); });
 
     DocsOptions docs;
     CLI::App* docsCommand = app.add_subcommand("docs", "Write the tables of the manual anew, from real sends");

@@ -5,6 +5,7 @@
 
 #include <vordalhostdllR/DataManager.h>
 
+#include <VordalConfigureR/DataSearch.h>
 #include <VordalSubscriberR/Subscriber.h>
 #include <protocol/records/shared_keys.h>
 
@@ -22,6 +23,14 @@ namespace {
 
 constexpr wchar_t const* deviceClass = L"QX5SonarConfigurationControlDevice";
 constexpr char const* moduleName = "QX5SonarConfiguration.so";
+
+/// The folder that a project's file lies in, with the separator that names of other files follow.
+CString FolderOf(std::filesystem::path const& file)
+{
+    std::error_code problem;
+    std::filesystem::path const whole = std::filesystem::absolute(file, problem);
+    return CString((whole.parent_path() / "").wstring());
+}
 
 CDataId SonarId()
 {
@@ -83,6 +92,7 @@ Session::Session(Listener listener) : m_listener(std::move(listener))
 {
     m_host.SetTraffic(&m_traffic);
     m_host.SetObserver(this);
+    m_host.SetApplication({.guid = {}, .mainWindow = false, .lightMode = 4, .displays = {}});
     m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
 }
 
@@ -94,6 +104,9 @@ Session::~Session()
     }
     m_host.RunAndWait([this] {
         m_introduction.Unsubscribe();
+        if (m_plugin != nullptr) {
+            m_plugin->ReleaseSonars();
+        }
         m_host.RemoveAllDevices();
     });
     m_host.Stop();
@@ -116,6 +129,7 @@ bool Session::LoadPlugin(std::string const& path, std::string& error)
             return;
         }
         m_device = m_host.AddDevice(std::move(device), SonarId(), L"sonar");
+        m_host.ApplyDevice(*m_device, true);
         m_introduction.SetSubscriber(new MemFunNoInfoSubscriber<Session>(this, &Session::OnDeviceIdChange), true);
         m_introduction.SetMap(m_device->GetAttributeSubscriptionMap());
         m_introduction.Subscribe(CString(protocol::keys::DeviceId.text));
@@ -128,6 +142,7 @@ bool Session::OpenProject(std::string const& file, std::string& error)
 {
     try {
         m_project = std::make_unique<vordal::ProjectStore>(file);
+        m_host.SetProjectFolder(FILE_SONAR_TARGETS, FolderOf(file));
         for (vordal::StoredDevice const& stored : m_project->Load().devices) {
             if (stored.dataId == SonarId()) {
                 m_host.RunAndWait([&] {
@@ -178,6 +193,11 @@ void Session::Connect(std::string const& host, std::uint16_t port)
         m_stateChanged.notify_all();
     });
     m_host.RunAndWait([&] {
+        // The devices are there and know what the project keeps of them.
+        m_plugin->RegisterViews();
+        m_plugin->InitializeTemplates(m_host.Application());
+        CDataId const& id = m_device->GetDataId();
+        m_plugin->DeviceCtrlInit(id.GetVessel(), id.GetGroupId(), id.GetDeviceNum(), id.GetType());
         m_device->SetPortName(L"port-1");
         m_host.SetPort(*m_device, m_port.get());
     });
@@ -251,6 +271,11 @@ CAttributeMap Session::Attributes()
 vordal::LinkCounters Session::Counters() const
 {
     return m_port->GetLink().GetCounters();
+}
+
+void Session::OnHost(std::function<void(vordal::Host&, Device&)> const& task)
+{
+    m_host.RunAndWait([&] { task(m_host, *m_device); });
 }
 
 void Session::OnEcho(BaseDevice&, CAttributeMap const& tree, unsigned flags)

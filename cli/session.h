@@ -75,6 +75,8 @@ public:
     /// The device's tree as it stands.
     CAttributeMap Attributes();
     vordal::LinkCounters Counters() const;
+    /// Runs the task on the host thread, with the host and the sonar, and waits for it.
+    void OnHost(std::function<void(vordal::Host&, Device&)> const& task);
 
 private:
     class Monitor;

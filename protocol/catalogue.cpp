@@ -45,7 +45,8 @@ constexpr auto Layouts = Concatenate(
     records::SinglePingRecords,
     records::DataRecordingRecords,
     records::RecorderSettingsRecords,
-    records::StoragePlaybackRecords);
+    records::StoragePlaybackRecords,
+    records::PanTiltHoistRecords);
 
 constexpr auto Keys = Concatenate(
     SharedKeys,
@@ -65,7 +66,8 @@ constexpr auto Keys = Concatenate(
     SingleBeamKeys,
     DataRecordingKeys,
     RecorderSettingsKeys,
-    StoragePlaybackKeys);
+    StoragePlaybackKeys,
+    PanTiltHoistKeys);
 // clang-format on
 
 /// By text, so that a look-up takes few comparisons and twins lie side by side.

@@ -32,7 +32,7 @@ inline constexpr Key x5Ratio{L"x5Ratio", Kind::Double, Unit::None, "steps of a c
 inline constexpr Key x5FreeRun{L"x5FreeRun", Kind::Bool, Unit::None, "the sonar pings as fast as it can and takes no rate"};
 inline constexpr Key x5Fixed{L"x5Fixed", Kind::Branch, Unit::None, "limits of the fixed gain"};
 inline constexpr Key x5Available{L"x5Available", Kind::Bool, Unit::None, "the sonar has this"};
-inline constexpr Key x5Frequency{L"x5Frequency", Kind::Branch, Unit::None, "limits of the frequency"};
+inline constexpr Key x5Frequency{L"x5Frequency", Kind::Branch, Unit::None, "limits of the frequency; in a preset of the operator terminal, as a double, the projector's number"};
 inline constexpr Key x5CenterFreq{L"x5CenterFreq", Kind::Double, Unit::Hertz, "usual centre frequency"};
 inline constexpr Key x5Chirp{L"x5Chirp", Kind::Int, Unit::None, "not 0: the sonar can sweep its frequency"};
 inline constexpr Key MaxAbsorption{L"MaxAbsorption", Kind::Double, Unit::DecibelPerKilometre, "greatest absorption that can be set"};
@@ -54,6 +54,8 @@ inline constexpr Key x5DiskFree{L"x5DiskFree", Kind::Int, Unit::Percent, "free p
 inline constexpr Key x5PingNumber{L"x5PingNumber", Kind::Int, Unit::None, "number of the ping whose echoes have just come in"};
 inline constexpr Key x5PingTime{L"x5PingTime", Kind::Double, Unit::Second, "when it was transmitted, since 1970-01-01 UTC"};
 
+// The tree of an operator terminal.
+inline constexpr Key preset{L"preset", Kind::Branch, Unit::None, "settings that one key of the terminal calls up, under the keys of their requests"};
 // How the sonar takes turns with others, as the host's configuration of the device tells.
 inline constexpr Key PingMode{L"PingMode", Kind::Int, Unit::None, "not 0: the sonar pings under control, in turn with others of its group"};
 inline constexpr Key SonarGroupId{L"SonarGroupId", Kind::Int, Unit::None, "sonars of one group never ping at the same time"};
@@ -72,8 +74,8 @@ inline constexpr auto SettingsKeys = std::to_array<Key const*>({
     &keys::x5CenterFreq, &keys::x5Chirp, &keys::MaxAbsorption, &keys::MaxSpreading, &keys::x5RangeGate,
     &keys::x5DepthGate, &keys::x5NadirGate, &keys::x5MinValue, &keys::x5MinWindow, &keys::x5EnumIsFixed,
     &keys::x5BeamModes, &keys::x5ProjBeamAngleVer, &keys::x5ProjBeamAngleHor, &keys::x5FileName, &keys::x5FileSize,
-    &keys::x5DiskFree, &keys::x5PingNumber, &keys::x5PingTime, &keys::PingMode, &keys::SonarGroupId, &keys::Overhead,
-    &keys::StreamStatus,
+    &keys::x5DiskFree, &keys::x5PingNumber, &keys::x5PingTime, &keys::preset,
+    &keys::PingMode, &keys::SonarGroupId, &keys::Overhead, &keys::StreamStatus,
 });
 
 } // namespace qx5::protocol

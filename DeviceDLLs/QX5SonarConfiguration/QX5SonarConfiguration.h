@@ -23,11 +23,4 @@ VORDAL_PLUGIN_EXPORT void InitializeTemplates(CVordalBaseApp* application);
 VORDAL_PLUGIN_EXPORT void UnInitializeTemplates();
 /// Names the control view's template for the device (d, b, c, a); no such device, nothing.
 VORDAL_PLUGIN_EXPORT void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d);
-
-// For hosts that find functions by plain names alone: Init and Exit of QX5SonarConfigurationInfo.
-/// Finds the sonars under ping control anew and lets them ping in turn, as InitializeTemplates does; for a host whose
-/// devices have changed.
-VORDAL_PLUGIN_EXPORT void DiscoverSonars();
-/// Ends that, before devices are destroyed: when it has returned nothing is sent to a sonar by itself any more.
-VORDAL_PLUGIN_EXPORT void ReleaseSonars();
 }

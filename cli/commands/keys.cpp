@@ -89,6 +89,10 @@ std::string_view ConvertText(protocol::Convert convert)
         return "degrees to radians";
     case Convert::NegatedRadians:
         return "negated, degrees to radians";
+    case Convert::RadiansByFactor:
+        return "degrees to radians, by one factor";
+    case Convert::NegatedRadiansByFactor:
+        return "negated, degrees to radians, by one factor";
     case Convert::Negated:
         return "negated";
     case Convert::TimesThousand:

@@ -1,6 +1,7 @@
 // `qx5 run`: a simulated sonar, a host with the plug-in, and a session that shows what passes between them.
 #include "cli/commands.h"
 
+#include "cli/demos/demos.h"
 #include "cli/event_text.h"
 #include "cli/key_values.h"
 #include "cli/platform/terminal.h"
@@ -214,6 +215,11 @@ private:
 
 int Run(RunOptions const& options)
 {
+    for (Demo const& demo : demos) {
+        if (demo.name == options.demo) {
+            return demo.run(options);
+        }
+    }
     Transcript transcript;
     std::unique_ptr<simulator::SonarServer> sonar;
     std::string host = "127.0.0.1";

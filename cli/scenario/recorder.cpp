@@ -6,6 +6,7 @@
 #include "cli/scenario/tree_json.h"
 #include "cli/scenario/unicode.h"
 
+#include <VordalBaseR/FileObject.h>
 #include <VordalDataBlocksR/BaseDevice.h>
 
 #include <algorithm>
@@ -132,9 +133,9 @@ void Recorder::OnDeviceCtrlViewType(BaseDevice& device, CString const& name)
     AddOf(JsonValue::Object({{"view-type", JsonValue::Text(Utf8FromWide(name.View()))}}), IdOf(device));
 }
 
-void Recorder::OnResetBuffer(CDataId const& stream)
+void Recorder::OnResetBuffer(CDataId const& stream, CDataId const& owner)
 {
-    Add(JsonValue::Object({{"reset-buffer", WriteDataId(stream)}, {"of", WriteDataId(stream)}}));
+    Add(JsonValue::Object({{"reset-buffer", WriteDataId(stream)}, {"of", WriteDataId(owner)}}));
 }
 
 void Recorder::OnStoreBlock(CDataId const& stream, CDataBlock const& block)
@@ -145,6 +146,46 @@ void Recorder::OnStoreBlock(CDataId const& stream, CDataBlock const& block)
 void Recorder::OnAnnounceBlock(CDataId const& stream)
 {
     Add(JsonValue::Object({{"announce", WriteDataId(stream)}}));
+}
+
+void Recorder::OnUpdateDisplays(int hint)
+{
+    Add(JsonValue::Object({{"display-update", JsonValue::Integer(hint)}}));
+}
+
+void Recorder::OnSelectDisplay(CString const& name)
+{
+    Add(JsonValue::Object({{"display-select", JsonValue::Text(Utf8FromWide(name.View()))}}));
+}
+
+void Recorder::OnEnableDisplay(CString const& name)
+{
+    Add(JsonValue::Object({{"display-enable", JsonValue::Text(Utf8FromWide(name.View()))}}));
+}
+
+void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
+                            CString const& section)
+{
+    JsonValue items = JsonValue::Object({});
+    for (auto const& [item, value] : settings.GetItems(section)) {
+        items.members.emplace_back(Utf8FromWide(item.View()), JsonValue::Text(Utf8FromWide(value.View())));
+    }
+    Add(JsonValue::Object({{"display-add",
+                            JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
+                                               {"name", JsonValue::Text(Utf8FromWide(name.View()))},
+                                               {"type", JsonValue::Text(Utf8FromWide(type.View()))},
+                                               {"section", JsonValue::Text(Utf8FromWide(section.View()))},
+                                               {"items", std::move(items)}})}}));
+}
+
+void Recorder::OnSetLightMode(int mode, bool redraw)
+{
+    Add(JsonValue::Object({{"light-mode", JsonValue::Array({JsonValue::Integer(mode), JsonValue::Bool(redraw)})}}));
+}
+
+void Recorder::OnNotifyApplication(CDataId const& dataId)
+{
+    Add(JsonValue::Object({{"notify-app", WriteDataId(dataId)}}));
 }
 
 bool Recorder::SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,

@@ -54,9 +54,16 @@ public:
     void OnOutputStat(BaseDevice& device, double time, int status) override;
     void OnDisableTimeOut(BaseDevice& device, bool disable) override;
     void OnDeviceCtrlViewType(BaseDevice& device, CString const& name) override;
-    void OnResetBuffer(CDataId const& stream) override;
+    void OnResetBuffer(CDataId const& stream, CDataId const& owner) override;
     void OnStoreBlock(CDataId const& stream, CDataBlock const& block) override;
     void OnAnnounceBlock(CDataId const& stream) override;
+    void OnUpdateDisplays(int hint) override;
+    void OnSelectDisplay(CString const& name) override;
+    void OnEnableDisplay(CString const& name) override;
+    void OnAddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
+                      CString const& section) override;
+    void OnSetLightMode(int mode, bool redraw) override;
+    void OnNotifyApplication(CDataId const& dataId) override;
 
     bool SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                            int deviceId, int enumerator) override;

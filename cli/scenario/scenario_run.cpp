@@ -11,6 +11,8 @@
 #include "reference_host/host/host.h"
 #include "reference_host/loader/plugin_loader.h"
 
+#include <VordalDataBlocksR/CDataBlock.h>
+#include <protocol/bytes.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 
@@ -35,6 +37,10 @@ constexpr wchar_t const* plainClass = L"Device";
 /// The events of the host's logger, on the general bus.
 constexpr wchar_t const* loggerStarts = L"$VordalHostloggerStartLogging$";
 constexpr wchar_t const* loggerStops = L"$VordalHostloggerStopLogging$";
+
+/// The stream of a device's operator terminal, and the item of its blocks that holds the code.
+constexpr unsigned short terminalGroup = 82;
+constexpr std::uint16_t terminalCodeItem = 2607;
 
 /// The plug-in went on doing something for longer than a step may wait.
 class NeverSettles : public std::runtime_error
@@ -70,8 +76,7 @@ public:
 
     /// A device by the id that the scenario gives it; null when there is none.
     Device* FindDevice(CDataId const& id) const;
-
-    vordal::PlugIn& PlugIn() { return *m_plugin; }
+    vordal::PlugIn& Plugin() const { return *m_plugin; }
 
     vordal::FixedClock clock;
     Recorder recorder;
@@ -97,7 +102,6 @@ void Stage::SetUp(Scenario const& scenario, std::filesystem::path const& plugin)
 {
     host.SetClock(&clock);
     host.SetTraffic(&recorder);
-    host.SetMainWindow(scenario.application.mainWindow);
     host.SetRequestFailures(vordal::RequestFailures::Pass);
     AddProject(scenario);
     std::string reason;
@@ -123,6 +127,12 @@ void Stage::AddProject(Scenario const& scenario)
     if (scenario.activeVessel.has_value()) {
         host.SelectVessel(*scenario.activeVessel);
     }
+    for (auto const& [group, factor] : scenario.units) {
+        host.SetUnitFactor(static_cast<int>(group), factor);
+    }
+    for (auto const& [kind, folder] : scenario.paths) {
+        host.SetProjectFolder(kind, folder);
+    }
     for (auto const& computation : scenario.computations) {
         vordal::ComputationSetup setup;
         setup.dataId = computation.id;
@@ -132,6 +142,12 @@ void Stage::AddProject(Scenario const& scenario)
         setup.stream = computation.stream.value_or(CDataId());
         host.AddComputation(std::move(setup));
     }
+    auto const& app = scenario.application;
+    vordal::ApplicationSetup application{app.guid, app.mainWindow, app.lightMode, {}};
+    for (auto const& display : app.displays) {
+        application.displays.push_back({display.section, display.type, display.name, display.enabled});
+    }
+    host.SetApplication(std::move(application));
     for (auto const& stream : scenario.streams) {
         host.Buffer(stream.id);
         if (stream.block.has_value() || stream.time.has_value()) {
@@ -227,7 +243,7 @@ void RunLoad(Stage& stage, ScenarioStep const& step)
 
 void RunApply(Stage& stage, ScenarioStep const& step)
 {
-    stage.FindDevice(step.device)->ApplyAttribs(true);
+    stage.host.ApplyDevice(*stage.FindDevice(step.device), true);
 }
 
 void RunConnected(Stage& stage, ScenarioStep const& step)
@@ -253,14 +269,56 @@ void RunBufferStatus(Stage& stage, ScenarioStep const& step)
     stage.host.SetBufferStatus(argument.id, argument.status);
 }
 
+void RunCall(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<CallArgument>(step.argument);
+    auto& plugin = stage.Plugin();
+    switch (argument.function) {
+    case EntryPoint::RegisterDevices:
+        plugin.RegisterDevices();
+        break;
+    case EntryPoint::UnRegisterDevices:
+        plugin.UnRegisterDevices();
+        break;
+    case EntryPoint::RegisterViews:
+        plugin.RegisterViews();
+        break;
+    case EntryPoint::InitializeTemplates:
+        plugin.InitializeTemplates(stage.host.Application());
+        break;
+    case EntryPoint::UnInitializeTemplates:
+        plugin.UnInitializeTemplates();
+        break;
+    case EntryPoint::DeviceCtrlInit:
+        plugin.DeviceCtrlInit(argument.numbers[0], argument.numbers[1], argument.numbers[2], argument.numbers[3]);
+        break;
+    case EntryPoint::LibraryAttach:
+        reinterpret_cast<bool (*)()>(plugin.FindFunction("LibraryAttach"))();
+        break;
+    case EntryPoint::LibraryDetach:
+        reinterpret_cast<void (*)()>(plugin.FindFunction("LibraryDetach"))();
+        break;
+    }
+}
+
+void RunTerminal(Stage& stage, ScenarioStep const& step)
+{
+    ScenarioBlockItem code{.item = terminalCodeItem, .type = DATA_INT32, .size = 4, .bytes = {}, .status = 0};
+    code.bytes.emplace(code.size);
+    protocol::PutI32LE(*code.bytes, 0, *std::get<IntegerArgument>(step.argument).value);
+    CDataId terminal = stage.FindDevice(step.device)->GetDataId();
+    terminal.SetGroupId(terminalGroup);
+    stage.host.PutBlock(terminal, MakeBlock({.status = 0, .items = {code}}, stage.host.Now()));
+}
+
 void RunDiscover(Stage& stage, ScenarioStep const&)
 {
-    stage.PlugIn().DiscoverSonars();
+    stage.Plugin().DiscoverSonars();
 }
 
 void RunClear(Stage& stage, ScenarioStep const&)
 {
-    stage.PlugIn().ReleaseSonars();
+    stage.Plugin().ReleaseSonars();
 }
 
 void RunClock(Stage& stage, ScenarioStep const& step)
@@ -302,6 +360,8 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::Logger, RunLogger},
     {StepKind::Block, RunBlock},
     {StepKind::BufferStatus, RunBufferStatus},
+    {StepKind::Call, RunCall},
+    {StepKind::Terminal, RunTerminal},
     {StepKind::Discover, RunDiscover},
     {StepKind::Clear, RunClear},
     {StepKind::Clock, RunClock},

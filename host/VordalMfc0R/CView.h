@@ -11,6 +11,7 @@ class QWidget;
 enum DisplayUpdateHint : int
 {
     HINT_SELECT_DEVICE = 128,  ///< data is a CDataId const*: the device to show
+    HINT_TERMINAL_DISPLAY = 298, ///< no data: the operator terminal turned to the displays
     HINT_SNAPSHOT_SHOWN = 299, ///< no data: the snapshot display came to the front
     HINT_STEP_DOWN = 300,      ///< no data: the operator terminal stepped down
     HINT_STEP_UP = 301,        ///< no data: the operator terminal stepped up

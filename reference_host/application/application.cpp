@@ -1,50 +1,175 @@
-// The application as a host without displays has it.
+// The application of the reference host: its displays and what it is told, without windows.
 #include "reference_host/application/application.h"
 
+#include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
 
-CVordalBaseApp::CVordalBaseApp() = default;
-CVordalBaseApp::~CVordalBaseApp() = default;
+#include <VordalBaseR/FileObject.h>
+#include <vordalhostdllR/VORDALMultiDocTemplate.h>
 
-CVordalBaseApp* CVordalBaseApp::Instance()
-{
-    auto* const host = vordal::CurrentState();
-    return host != nullptr && host->hasMainWindow ? host->application.get() : nullptr;
-}
-
-CDisplayMap::~CDisplayMap() = default;
-CPrsConfiguration::~CPrsConfiguration() = default;
-
-VORDALMultiDocTemplate::VORDALMultiDocTemplate(CRuntimeClass* documentClass, CRuntimeClass* frameClass,
-                                               CRuntimeClass* viewClass, CRuntimeClass* dockFrameClass)
-    : m_documentClass(documentClass), m_frameClass(frameClass), m_viewClass(viewClass), m_dockFrameClass(dockFrameClass)
-{
-}
-VORDALMultiDocTemplate::~VORDALMultiDocTemplate() = default;
+#include <utility>
 
 namespace vordal {
+namespace {
 
-Application::Application() = default;
-Application::~Application() = default;
+// Items of a display in the presentation configuration.
+constexpr wchar_t const* typeItem = L"type";
+constexpr wchar_t const* nameItem = L"name";
+constexpr wchar_t const* enabledItem = L"enabled";
 
-void Application::AddDocTemplate(VORDALMultiDocTemplate* displayTemplate)
+constexpr wchar_t const* yes = L"1";
+constexpr wchar_t const* no = L"0";
+
+} // namespace
+
+Application* CurrentApplication()
 {
-    if (displayTemplate != nullptr) {
-        m_templates.emplace_back(displayTemplate);
+    auto const* const host = CurrentState();
+    return host != nullptr ? host->application.get() : nullptr;
+}
+
+Application::Application(ApplicationSetup setup)
+    : m_guid(std::move(setup.guid)), m_hasMainWindow(setup.mainWindow), m_lightMode(setup.lightMode)
+{
+    for (auto& display : setup.displays) {
+        m_displays.push_back({std::move(display.section),
+                              {{typeItem, std::move(display.type)},
+                               {nameItem, std::move(display.name)},
+                               {enabledItem, display.enabled ? yes : no}}});
     }
 }
 
-bool Application::AddDisplay(unsigned, CString const&, CString const&, FileObject const&, CString const&, bool,
-                             BaseDevice*, unsigned short)
+Application::~Application() = default;
+
+Application::Display* Application::FindByName(CString const& name)
 {
+    for (auto& display : m_displays) {
+        if (auto const found = display.items.find(nameItem); found != display.items.end() && found->second == name) {
+            return &display;
+        }
+    }
+    return nullptr;
+}
+
+bool Application::EnableDisplay(CString const& name)
+{
+    std::lock_guard const lock(m_mutex);
+    auto* const display = FindByName(name);
+    if (display != nullptr) {
+        display->items[enabledItem] = yes;
+    }
+    return display != nullptr;
+}
+
+void Application::AddDocTemplate(VORDALMultiDocTemplate* displayTemplate)
+{
+    // In the host's register, which knows whose templates they are and lets them go with their module.
+    std::unique_ptr<VORDALMultiDocTemplate> owned(displayTemplate);
+    if (auto* const host = CurrentState()) {
+        host->displays.OwnTemplate(std::move(owned));
+    }
+}
+
+bool Application::AddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
+                             CString const& section, bool, BaseDevice*, unsigned short)
+{
+    if (auto* observer = CurrentObserver()) {
+        observer->OnAddDisplay(viewKey, name, type, settings, section);
+    }
+    Display display{name, {{typeItem, type}, {nameItem, name}, {enabledItem, yes}}};
+    for (auto& [item, value] : settings.GetItems(section)) {
+        display.items.emplace(item, value);
+    }
+    std::lock_guard const lock(m_mutex);
+    m_displays.push_back(std::move(display));
+    return true;
+}
+
+bool Application::SelectDisplay(CString const& name)
+{
+    if (auto* observer = CurrentObserver()) {
+        observer->OnSelectDisplay(name);
+    }
+    std::lock_guard const lock(m_mutex);
+    return FindByName(name) != nullptr;
+}
+
+void Application::NotifyAttributesChanged(CDataId const& dataId, int)
+{
+    if (auto* observer = CurrentObserver()) {
+        observer->OnNotifyApplication(dataId);
+    }
+}
+
+int Application::GetCount() const
+{
+    std::lock_guard const lock(m_mutex);
+    return static_cast<int>(m_displays.size());
+}
+
+CString Application::GetDisplayName(int index) const
+{
+    std::lock_guard const lock(m_mutex);
+    auto const at = static_cast<std::size_t>(index);
+    return index >= 0 && at < m_displays.size() ? m_displays[at].section : CString();
+}
+
+CDisplayDoc* Application::Lookup(CString const&) const
+{
+    return nullptr;
+}
+
+void Application::UpdateAllDisplays(CView*, int hint, void const*)
+{
+    if (auto* observer = CurrentObserver()) {
+        observer->OnUpdateDisplays(hint);
+    }
+}
+
+bool Application::GetItem(CString const& section, CString const& key, CString& value) const
+{
+    std::lock_guard const lock(m_mutex);
+    for (auto const& display : m_displays) {
+        if (!(display.section == section)) {
+            continue;
+        }
+        auto const found = display.items.find(key);
+        if (found == display.items.end()) {
+            return false;
+        }
+        value = found->second;
+        return true;
+    }
     return false;
 }
 
-bool Application::SelectDisplay(CString const&)
+bool Application::GetItem(CString const& section, CString const& key, bool& value) const
 {
-    return false;
+    CString text;
+    if (!GetItem(section, key, text) || !(text == yes || text == no)) {
+        return false;
+    }
+    value = text == yes;
+    return true;
 }
-
-void Application::NotifyAttributesChanged(CDataId const&, int) {}
 
 } // namespace vordal
+
+using vordal::CurrentApplication;
+
+CVordalBaseApp::CVordalBaseApp() = default;
+CVordalBaseApp::~CVordalBaseApp() = default;
+CDisplayMap::~CDisplayMap() = default;
+CPrsConfiguration::~CPrsConfiguration() = default;
+
+CVordalBaseApp* CVordalBaseApp::Instance()
+{
+    auto* const application = CurrentApplication();
+    return application != nullptr && application->HasMainWindow() ? application : nullptr;
+}
+
+CString CVordalBaseApp::GetAppInstanceGuid()
+{
+    auto const* const application = CurrentApplication();
+    return application != nullptr ? application->Guid() : CString();
+}

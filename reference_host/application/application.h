@@ -1,26 +1,38 @@
-// The application as a host without displays has it: a main window that is there or not, and nothing in it.
+// The application of the reference host: its displays and what it is told, without windows.
 #pragma once
+
+#include "reference_host/host/host.h"
 
 #include <VordalConfigureR/CPrsConfiguration.h>
 #include <vordalhostdllR/CDisplayMap.h>
 #include <vordalhostdllR/CVordalBaseApp.h>
-#include <vordalhostdllR/VORDALMultiDocTemplate.h>
 
+#include <atomic>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <vector>
-
 
 namespace vordal {
 
-/// Owned by the host; see Host::SetMainWindow.
-class Application final : public CVordalBaseApp
+/// Keeps the list of displays and the light mode; nothing is drawn, so displays have no documents. Any thread. The
+/// observer is told of a call before it takes effect.
+class Application final : public CVordalBaseApp, private CDisplayMap, private CPrsConfiguration
 {
 public:
-    Application();
+    explicit Application(ApplicationSetup setup);
     ~Application() override;
 
-    CDisplayMap& GetDisplayMap() override { return m_displays; }
-    CPrsConfiguration& GetPresConfig() override { return m_configuration; }
+    CString const& Guid() const { return m_guid; }
+    bool HasMainWindow() const { return m_hasMainWindow; }
+    void SetMainWindow(bool open) { m_hasMainWindow = open; }
+    int LightMode() const { return m_lightMode; }
+    void SetLightMode(int mode) { m_lightMode = mode; }
+    /// Switches on the display whose item "name" is this; false when there is none.
+    bool EnableDisplay(CString const& name);
+
+    CDisplayMap& GetDisplayMap() override { return *this; }
+    CPrsConfiguration& GetPresConfig() override { return *this; }
     void AddDocTemplate(VORDALMultiDocTemplate* displayTemplate) override;
     bool AddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
                     CString const& section, bool show, BaseDevice* device, unsigned short vessel) override;
@@ -28,24 +40,32 @@ public:
     void NotifyAttributesChanged(CDataId const& dataId, int item) override;
 
 private:
-    class NoDisplays final : public CDisplayMap
+    /// A display: where it stands in the presentation configuration, and its items there.
+    struct Display
     {
-    public:
-        int GetCount() const override { return 0; }
-        CString GetDisplayName(int) const override { return {}; }
-        CDisplayDoc* Lookup(CString const&) const override { return nullptr; }
-        void UpdateAllDisplays(CView*, int, void const*) override {}
-    };
-    class NoConfiguration final : public CPrsConfiguration
-    {
-    public:
-        bool GetItem(CString const&, CString const&, CString&) const override { return false; }
-        bool GetItem(CString const&, CString const&, bool&) const override { return false; }
+        CString section;
+        std::map<CString, CString> items;
     };
 
-    std::vector<std::unique_ptr<VORDALMultiDocTemplate>> m_templates;
-    NoDisplays m_displays;
-    NoConfiguration m_configuration;
+    int GetCount() const override;
+    CString GetDisplayName(int index) const override;
+    CDisplayDoc* Lookup(CString const& name) const override;
+    void UpdateAllDisplays(CView* sender, int hint, void const* data) override;
+
+    bool GetItem(CString const& section, CString const& key, CString& value) const override;
+    bool GetItem(CString const& section, CString const& key, bool& value) const override;
+
+    /// The display whose item "name" is this, or null. With the lock held.
+    Display* FindByName(CString const& name);
+
+    CString const m_guid;
+    std::atomic<bool> m_hasMainWindow;
+    std::atomic<int> m_lightMode;
+    mutable std::mutex m_mutex; ///< guards what follows; never held while calling out
+    std::vector<Display> m_displays;
 };
+
+/// The application of the host that lives, with its main window or without; null when it has none.
+Application* CurrentApplication();
 
 } // namespace vordal

@@ -17,11 +17,13 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
 class BaseIOHandler;
 class CBaseVessel;
+class CVordalBaseApp;
 
 namespace vordal {
 
@@ -61,6 +63,24 @@ struct VesselSetup
     CString name;
     /// Section -> item -> text.
     std::map<CString, std::map<CString, CString>> configuration;
+};
+
+/// A display that the application has set up.
+struct DisplaySetup
+{
+    CString section; ///< in the presentation configuration
+    CString type;
+    CString name;
+    bool enabled = true;
+};
+
+/// What makes the application that the host runs in.
+struct ApplicationSetup
+{
+    CString guid; ///< tells this application from others on the same sonar system
+    bool mainWindow = true;
+    int lightMode = 4; ///< 1 to 4, see ColorControl
+    std::vector<DisplaySetup> displays;
 };
 
 /// The host. One lives at a time in a process; the singletons of the contract (DataManager, VesselManager, CDevList,
@@ -107,6 +127,11 @@ public:
     /// `limit`: the queue is then dropped after the task that is running. Twice is fine. Not from the host thread.
     bool Stop(std::chrono::milliseconds limit = std::chrono::seconds(10));
 
+    // What modules have registered, by name and in the order of names. Any thread.
+    std::vector<CString> DeviceClasses() const;
+    std::vector<CString> ViewClasses() const;
+    std::vector<CString> DisplayTemplates() const;
+
     // Devices.
     /// A device of a class that a plug-in has registered, or of the host's own "QX5Device" or "Device"; not yet known
     /// to anybody. Null when there is no such class.
@@ -132,8 +157,21 @@ public:
     /// Makes the vessel active, if there is such a one, and tells sel_change::ACTIVE_VESSEL in either case.
     void SelectVessel(unsigned short number);
 
-    /// Whether the host has a main window, without which there is no CVordalBaseApp::Instance. It has none at first.
-    void SetMainWindow(bool isThere);
+    // What the project says of itself. Any thread.
+    /// From now on `value` in the display unit of that group (see UnitGroup) means `value` x `factor` in the host's.
+    void SetUnitFactor(int unitGroup, double factor);
+    /// What stands before the names of files of that ProjectFileKind, as it stands, a separator at its end included;
+    /// no text: the project has no place for them. A kind that was never set has the empty text.
+    void SetProjectFolder(unsigned kind, std::optional<CString> folder);
+
+    // The application. Without one CVordalBaseApp::Instance is null.
+    /// Sets the application up; once, before a plug-in is loaded.
+    void SetApplication(ApplicationSetup setup);
+    /// Without a main window CVordalBaseApp::Instance is null, though the application is there. Opening it sets up a
+    /// plain application where there is none. Any thread once there is an application.
+    void SetMainWindow(bool open);
+    /// The application, with a main window or without; null until it is set up. The host's.
+    CVordalBaseApp* Application() const;
 
     // Attributes.
     /// Puts the tree in place; nobody is told.

@@ -10,6 +10,7 @@
 #include <exception>
 
 class BaseDevice;
+class FileObject;
 
 namespace vordal {
 
@@ -30,10 +31,21 @@ public:
     virtual void OnOutputStat(BaseDevice& device, double time, int status);
     virtual void OnDisableTimeOut(BaseDevice& device, bool disable);
     virtual void OnDeviceCtrlViewType(BaseDevice& device, CString const& name);
-    /// BaseDataSource::Reset on the buffer of that stream.
-    virtual void OnResetBuffer(CDataId const& stream);
+    /// BaseDataSource::Reset on the buffer of that stream, or Compform::ResetDataSource of the computation `owner`; of a
+    /// plain buffer `owner` is the stream's own id.
+    virtual void OnResetBuffer(CDataId const& stream, CDataId const& owner);
     virtual void OnStoreBlock(CDataId const& stream, CDataBlock const& block);
     virtual void OnAnnounceBlock(CDataId const& stream);
+    /// CDisplayMap::UpdateAllDisplays.
+    virtual void OnUpdateDisplays(int hint);
+    virtual void OnSelectDisplay(CString const& name);
+    virtual void OnEnableDisplay(CString const& name);
+    /// CVordalBaseApp::AddDisplay; `section` of `settings` tells how its window stands.
+    virtual void OnAddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
+                              CString const& section);
+    virtual void OnSetLightMode(int mode, bool redraw);
+    /// CVordalBaseApp::NotifyAttributesChanged.
+    virtual void OnNotifyApplication(CDataId const& dataId);
     /// An exception left a request and was contained; it is logged as well.
     virtual void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure);
 };

@@ -2,13 +2,14 @@
 #pragma once
 
 #include "reference_host/bus/notification_bus.h"
+#include "reference_host/displays/display_register.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_thread.h"
+#include "reference_host/project/project_definition.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
 #include <vordalhostdllR/CDevList.h>
-#include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 
@@ -22,6 +23,7 @@
 
 namespace vordal {
 
+class Application;
 class StreamBuffer;
 
 /// The four fields of an id in one number, for look-ups.
@@ -67,6 +69,7 @@ public:
     bool GetAttribValue(AttributeKey const& key, CDataInfo& value, unsigned& flags) const override;
     void GetDataSource(CDataId& dataId) const override;
     void GetAttributeMap(CAttributeMap& map) const override;
+    void ResetDataSource() override;
 
     bool IsLinkedTo(CDataId const& device) const;
     void MergeIn(CAttributeMap const& tree);
@@ -115,6 +118,11 @@ struct HostState
     std::shared_ptr<NotificationBus> const generalBus = std::make_shared<NotificationBus>();
     std::shared_ptr<NotificationBus> const streamBus = std::make_shared<NotificationBus>();
 
+    ProjectDefinition project;
+    DisplayRegister displays;
+    /// Null until it is set up; stays until the host goes.
+    std::unique_ptr<Application> application;
+
     /// Guards the registers below; never held while calling out.
     mutable std::mutex mutex;
     std::unordered_map<std::uint64_t, std::unique_ptr<StreamBuffer>> buffers;
@@ -125,10 +133,6 @@ struct HostState
     /// Where GetNextDevice stands, by vessel.
     std::map<unsigned short, int> nextDevice;
     std::map<CString, std::unique_ptr<DevICreator>> creators;
-
-    /// There from the first main window on; whether it has one at the moment, `hasMainWindow` tells.
-    std::unique_ptr<CVordalBaseApp> application;
-    std::atomic<bool> hasMainWindow{false};
 
     std::unique_ptr<HostThread> thread;
 

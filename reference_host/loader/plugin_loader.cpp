@@ -1,6 +1,7 @@
 // Loads a plug-in, refuses one that does not fit, and takes it out again; the version handshake.
 #include "reference_host/loader/plugin_loader.h"
 
+#include "reference_host/host/host_state.h"
 #include "reference_host/loader/version_check.h"
 #include "reference_host/platform/module.h"
 
@@ -13,11 +14,35 @@ namespace {
 
 thread_local std::string versionRefusal;
 
+// Members of the plug-in's exported class QX5SonarConfigurationInfo, which is the plug-in's and known here by the names
+// alone that the compilers of this platform give its members: Instance, Init and Exit.
+constexpr char const* pingControlInstance = "_ZN25QX5SonarConfigurationInfo8InstanceEv";
+constexpr char const* pingControlInit = "_ZN25QX5SonarConfigurationInfo4InitEv";
+constexpr char const* pingControlExit = "_ZN25QX5SonarConfigurationInfo4ExitEv";
+
 std::string VersionText(unsigned version)
 {
     return std::to_string(version >> 24) + '.' + std::to_string(version >> 16 & 0xFFU) + '.' +
            std::to_string(version >> 8 & 0xFFU) + '.' + std::to_string(version & 0xFFU);
 }
+
+/// While it lives, what is registered is that module's.
+class Registrant
+{
+public:
+    explicit Registrant(void const* module) { Set(module); }
+    Registrant(Registrant const&) = delete;
+    Registrant& operator=(Registrant const&) = delete;
+    ~Registrant() { Set(nullptr); }
+
+private:
+    static void Set(void const* module)
+    {
+        if (auto* const host = CurrentState()) {
+            host->displays.SetRegistrant(module);
+        }
+    }
+};
 
 } // namespace
 
@@ -44,10 +69,13 @@ struct PlugIn::Body
     bool devicesRegistered = false;
     bool templatesInitialized = false;
 
-    void CallIfThere(char const* name)
+    /// Calls a member without arguments of the plug-in's one object of ping control, if it has such a class.
+    void CallPingControl(char const* member)
     {
-        if (auto* const function = reinterpret_cast<void (*)()>(module.Find(name)); function != nullptr) {
-            function();
+        auto* const instance = reinterpret_cast<void* (*)()>(module.Find(pingControlInstance));
+        auto* const function = reinterpret_cast<void (*)(void*)>(module.Find(member));
+        if (instance != nullptr && function != nullptr) {
+            function(instance());
         }
     }
 
@@ -81,8 +109,15 @@ PlugIn::~PlugIn()
     if (!m_body->attached) {
         return;
     }
-    UnInitializeTemplates();
-    UnRegisterDevices();
+    if (m_body->templatesInitialized) {
+        UnInitializeTemplates();
+    }
+    if (m_body->devicesRegistered) {
+        UnRegisterDevices();
+    }
+    if (auto* const host = CurrentState()) {
+        host->displays.Forget(m_body.get());
+    }
     m_body->libraryDetach();
 }
 
@@ -141,42 +176,42 @@ void PlugIn::RegisterDevices()
 
 void PlugIn::UnRegisterDevices()
 {
-    if (std::exchange(m_body->devicesRegistered, false)) {
-        m_body->unRegisterDevices();
-    }
+    m_body->devicesRegistered = false;
+    m_body->unRegisterDevices();
 }
 
 void PlugIn::RegisterViews()
 {
+    Registrant const registrant(m_body.get());
     m_body->registerViews();
 }
 
 void PlugIn::InitializeTemplates(CVordalBaseApp* application)
 {
+    Registrant const registrant(m_body.get());
     m_body->templatesInitialized = true;
     m_body->initializeTemplates(application);
 }
 
 void PlugIn::UnInitializeTemplates()
 {
-    if (std::exchange(m_body->templatesInitialized, false)) {
-        m_body->unInitializeTemplates();
-    }
+    m_body->templatesInitialized = false;
+    m_body->unInitializeTemplates();
 }
 
-void PlugIn::DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d)
+void PlugIn::DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device, unsigned short type)
 {
-    m_body->deviceCtrlInit(a, b, c, d);
+    m_body->deviceCtrlInit(vessel, group, device, type);
 }
 
 void PlugIn::DiscoverSonars()
 {
-    m_body->CallIfThere("DiscoverSonars");
+    m_body->CallPingControl(pingControlInit);
 }
 
 void PlugIn::ReleaseSonars()
 {
-    m_body->CallIfThere("ReleaseSonars");
+    m_body->CallPingControl(pingControlExit);
 }
 
 void* PlugIn::FindFunction(char const* name) const

@@ -223,9 +223,9 @@ TEST(ScenarioRun, GivesTheSameResultEveryTime)
 
 TEST(ScenarioRun, RefusesStepsThatAreNotBuilt)
 {
-    auto const outcome = RunText(R"([{"name":"a"},{"steps":[{"clock":1},{"terminal":7}]},{"name":"b"}])");
+    auto const outcome = RunText(R"([{"name":"a"},{"steps":[{"clock":1},{"tab":7}]},{"name":"b"}])");
     EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(outcome.err, "-: $[1].steps[1]: step \"terminal\" is not built yet\n");
+    EXPECT_EQ(outcome.err, "-: $[1].steps[1]: step \"tab\" is not built yet\n");
     EXPECT_EQ(std::count(outcome.out.begin(), outcome.out.end(), '\n'), 2);
 }
 

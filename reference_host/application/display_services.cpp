@@ -1,0 +1,45 @@
+// The services around displays that are there without a window: the manager, the light mode.
+#include "reference_host/application/application.h"
+#include "reference_host/host/host_observer.h"
+#include "reference_host/host/host_state.h"
+
+#include <VordalMfc0R/ColorControl.h>
+#include <vordalhostdllR/DisplayManager.h>
+
+using vordal::CurrentApplication;
+
+struct DisplayManagerAccess
+{
+    static DisplayManager instance;
+};
+DisplayManager DisplayManagerAccess::instance;
+
+DisplayManager& DisplayManager::GetDisplayManager()
+{
+    return DisplayManagerAccess::instance;
+}
+
+bool DisplayManager::EnableDisplay(CString const& name)
+{
+    if (auto* observer = vordal::CurrentObserver()) {
+        observer->OnEnableDisplay(name);
+    }
+    auto* const application = CurrentApplication();
+    return application != nullptr && application->EnableDisplay(name);
+}
+
+int ColorControl::GetLightMode()
+{
+    auto const* const application = CurrentApplication();
+    return application != nullptr ? application->LightMode() : vordal::ApplicationSetup().lightMode;
+}
+
+void ColorControl::SetLightMode(int mode, bool redraw)
+{
+    if (auto* observer = vordal::CurrentObserver()) {
+        observer->OnSetLightMode(mode, redraw);
+    }
+    if (auto* const application = CurrentApplication()) {
+        application->SetLightMode(mode);
+    }
+}

@@ -1,0 +1,58 @@
+# Installs the project into an empty folder, builds the example plug-in against that alone, and loads it.
+cmake_minimum_required(VERSION 3.25)
+
+file(REMOVE_RECURSE "${FOLDER}")
+set(prefix "${FOLDER}/prefix")
+
+# run(COMMAND...): stops the test unless the command succeeds; its output is in `output`.
+function(run)
+  execute_process(COMMAND ${ARGV} RESULT_VARIABLE code OUTPUT_VARIABLE said ERROR_VARIABLE said)
+  if(NOT code EQUAL 0)
+    message(FATAL_ERROR "${ARGV}\nended with ${code}:\n${said}")
+  endif()
+  set(output "${said}" PARENT_SCOPE)
+endfunction()
+
+function(expect_loaded file)
+  run("${prefix}/bin/qx5" plugin "${file}")
+  foreach(line "fits this host" "device class ${ARGV1}\n" "and is unloaded again")
+    string(FIND "${output}" "${line}" at)
+    if(at EQUAL -1)
+      message(FATAL_ERROR "`qx5 plugin ${file}` does not say \"${line}\":\n${output}")
+    endif()
+  endforeach()
+endfunction()
+
+run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${prefix}")
+foreach(file bin/qx5 lib/libvordalhost.so lib/qx5/QX5SonarConfiguration.so lib/pkgconfig/vordal-host-contract.pc
+    lib/cmake/VordalHostContract/VordalHostContractConfig.cmake
+    include/vordal-host-contract/vordalhostdllR/Device.h)
+  if(NOT EXISTS "${prefix}/${file}")
+    message(FATAL_ERROR "${file} is not installed")
+  endif()
+endforeach()
+file(GLOB_RECURSE installed RELATIVE "${prefix}/include/vordal-host-contract" "${prefix}/include/*")
+foreach(file IN LISTS installed)
+  if(NOT file MATCHES "^[A-Za-z0-9]+R/[A-Za-z0-9]+\\.h$")
+    message(FATAL_ERROR "${file} is no header of the contract, and is installed")
+  endif()
+endforeach()
+
+expect_loaded("${prefix}/lib/qx5/QX5SonarConfiguration.so" QX5SonarConfigurationControlDevice)
+# The installed command finds the installed plug-in by itself.
+run("${prefix}/bin/qx5" explain x5Range)
+
+# By CMake's package.
+run("${CMAKE_COMMAND}" -S "${EXAMPLE}" -B "${FOLDER}/by_cmake" "-DCMAKE_PREFIX_PATH=${prefix}"
+  "-DCMAKE_CXX_COMPILER=${COMPILER}" -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)
+run("${CMAKE_COMMAND}" --build "${FOLDER}/by_cmake")
+expect_loaded("${FOLDER}/by_cmake/smallest_plugin.so" EchoSounder)
+
+# By pkg-config.
+if(PKG_CONFIG)
+  set(ENV{PKG_CONFIG_PATH} "${prefix}/lib/pkgconfig")
+  run("${PKG_CONFIG}" --cflags vordal-host-contract)
+  separate_arguments(flags UNIX_COMMAND "${output}")
+  run("${COMPILER}" -std=c++20 -shared -fPIC ${flags} "${EXAMPLE}/plugin.cpp" -o "${FOLDER}/by_pkg_config.so")
+  expect_loaded("${FOLDER}/by_pkg_config.so" EchoSounder)
+endif()

@@ -1,0 +1,180 @@
+// The plug-in as a module: what it registers, and that nothing of it stays behind however often it is loaded.
+#include "reference_host/host/host.h"
+#include "reference_host/loader/plugin_loader.h"
+
+#include <VordalConfigureR/CViewList.h>
+#include <VordalMfc0R/CRuntimeClass.h>
+#include <vordalhostdllR/CDisplayDoc.h>
+#include <vordalhostdllR/CDocTemplateList.h>
+#include <vordalhostdllR/VORDALMultiDocTemplate.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <malloc.h>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+std::unique_ptr<vordal::PlugIn> Load()
+{
+    std::string reason;
+    auto plugin = vordal::PlugIn::Load(QX5_PLUGIN_FILE, reason);
+    EXPECT_NE(plugin, nullptr) << reason;
+    return plugin;
+}
+
+TEST(PluginModule, RegistersItsClassesAndTakesThemBack)
+{
+    vordal::Host host;
+    host.SetApplication({});
+    auto plugin = Load();
+    ASSERT_NE(plugin, nullptr);
+    EXPECT_THAT(host.DeviceClasses(), IsEmpty());
+    plugin->RegisterDevices();
+    plugin->RegisterViews();
+    plugin->InitializeTemplates(host.Application());
+    EXPECT_THAT(host.DeviceClasses(), ElementsAre(CString(L"QX5SonarConfigurationControlDevice")));
+    EXPECT_THAT(host.ViewClasses(), ElementsAre(CString(L"QX5SonarConfigurationView")));
+    EXPECT_THAT(host.DisplayTemplates(), ElementsAre(CString(L"QX5SONARCONFIGURATION")));
+
+    auto* const viewClass = CViewList::GetViewList().FindView(L"QX5SonarConfigurationView");
+    ASSERT_NE(viewClass, nullptr);
+    EXPECT_STREQ(viewClass->className, "QX5SonarConfigurationView");
+    auto* const made = CDocTemplateList::GetDocTemplates().FindTemplate(L"QX5SONARCONFIGURATION");
+    ASSERT_NE(dynamic_cast<VORDALMultiDocTemplateAttr1*>(made), nullptr);
+    EXPECT_EQ(made->GetDocumentClass(), CDisplayDocAttr1::GetRuntimeClass());
+    EXPECT_EQ(made->GetFrameClass(), CDisplayFrmAttr1::GetRuntimeClass());
+    EXPECT_EQ(made->GetViewClass(), viewClass);
+    EXPECT_EQ(made->GetDockFrameClass(), CDisplayDockFrmAttr1::GetRuntimeClass());
+
+    plugin->UnInitializeTemplates();
+    EXPECT_THAT(host.DisplayTemplates(), IsEmpty());
+    plugin->UnRegisterDevices();
+    EXPECT_THAT(host.DeviceClasses(), IsEmpty());
+    EXPECT_EQ(host.MakeDevice(L"QX5SonarConfigurationControlDevice"), nullptr);
+}
+
+TEST(PluginModule, ASecondTemplateTakesTheName)
+{
+    vordal::Host host;
+    host.SetApplication({});
+    auto plugin = Load();
+    ASSERT_NE(plugin, nullptr);
+    plugin->InitializeTemplates(host.Application());
+    auto* const first = CDocTemplateList::GetDocTemplates().FindTemplate(L"QX5SONARCONFIGURATION");
+    plugin->InitializeTemplates(host.Application());
+    auto* const second = CDocTemplateList::GetDocTemplates().FindTemplate(L"QX5SONARCONFIGURATION");
+    EXPECT_NE(first, second);
+    EXPECT_EQ(first->GetViewClass(), second->GetViewClass()); // both are there until the module goes
+}
+
+TEST(PluginModule, GoesWithAllThatItRegistered)
+{
+    vordal::Host host;
+    host.SetApplication({});
+    auto plugin = Load();
+    ASSERT_NE(plugin, nullptr);
+    plugin->RegisterDevices();
+    plugin->RegisterViews();
+    plugin->InitializeTemplates(host.Application());
+    plugin.reset();
+    EXPECT_THAT(host.DeviceClasses(), IsEmpty());
+    EXPECT_THAT(host.ViewClasses(), IsEmpty());
+    EXPECT_THAT(host.DisplayTemplates(), IsEmpty());
+}
+
+TEST(PluginModule, NeedsNoApplication)
+{
+    vordal::Host host;
+    auto plugin = Load();
+    ASSERT_NE(plugin, nullptr);
+    plugin->InitializeTemplates(nullptr);
+    EXPECT_THAT(host.DisplayTemplates(), IsEmpty());
+}
+
+/// What the process holds at the moment.
+struct Holdings {
+    std::ptrdiff_t files;
+    std::ptrdiff_t threads;
+    std::size_t heapBytes;
+};
+
+std::ptrdiff_t EntriesOf(std::filesystem::path const& folder)
+{
+    return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
+}
+
+Holdings Now()
+{
+    return {EntriesOf("/proc/self/fd"), EntriesOf("/proc/self/task"), mallinfo2().uordblks};
+}
+
+bool IsMapped(std::string const& file)
+{
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find(file) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The whole life of a sonar with the module around it.
+void LiveOnce(vordal::Threading threading)
+{
+    vordal::Host host(threading);
+    host.SetApplication({});
+    host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    host.RunAndWait([&] {
+        auto const plugin = Load();
+        ASSERT_NE(plugin, nullptr);
+        plugin->RegisterDevices();
+        plugin->RegisterViews();
+        auto* const sonar = host.AddDevice(host.MakeDevice(L"QX5SonarConfigurationControlDevice"),
+                                           CDataId(1, 78, 1, 1), L"sonar");
+        ASSERT_NE(sonar, nullptr);
+        CAttributeMap attributes;
+        attributes.Add(L"PingMode", CVordalInt(1), 0);
+        attributes.Add(L"PingOnlyDuringScan", CVordalBool(true), 0);
+        host.LoadDevice(*sonar, attributes);
+        host.ApplyDevice(*sonar, true);
+        sonar->HandlePortConnected();
+        plugin->InitializeTemplates(host.Application());
+        plugin->DeviceCtrlInit(1, 78, 1, 1);
+        CAttributeMap request;
+        request.Add(L"x5Range", CVordalDouble(50.0), 0);
+        host.DeliverRequest(*sonar, &request);
+        plugin->ReleaseSonars();
+        host.RemoveAllDevices();
+    });
+    EXPECT_TRUE(host.Stop());
+}
+
+TEST(PluginModule, LeavesNothingBehindInAThousandLives)
+{
+    // Whatever is made once for the whole process is made in the first lives.
+    for (int life = 0; life < 10; ++life) {
+        LiveOnce(vordal::Threading::Threaded);
+    }
+    Holdings const before = Now();
+    for (int life = 0; life < 1000; ++life) {
+        LiveOnce(life % 10 == 0 ? vordal::Threading::Threaded : vordal::Threading::Inline);
+        ASSERT_FALSE(IsMapped("QX5SonarConfiguration.so")) << "after life " << life;
+    }
+    Holdings const after = Now();
+    EXPECT_EQ(after.files, before.files);
+    EXPECT_EQ(after.threads, before.threads);
+    // A leak of a single object in each life would be tens of kilobytes; the heap's own bookkeeping is far less.
+    // A sanitizer's heap tells nothing here and looks for leaks itself.
+    EXPECT_LT(after.heapBytes, before.heapBytes + 16384);
+}
+
+} // namespace
