@@ -62,6 +62,12 @@ int main(int argc, char** argv)
     runCommand->add_option("--demo", run.demo, "Show this and end, in place of the guided session")
         ->check(CLI::IsMember(demoNames))
         ->type_name("NAME");
+    runCommand->add_option("--sonars", run.sonars, "How many sonars the demonstration of sequencing has, 1 to 26")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 26).description(""));
+    runCommand->add_option("--groups", run.groups, "How many groups they form, 1 to 26")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 26).description(""));
     runCommand->callback([&] { code = Run(run); });
 
     SimOptions sim;
