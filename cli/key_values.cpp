@@ -6,6 +6,7 @@
 #include <protocol/catalogue.h>
 #include <protocol/utf8.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -22,8 +23,10 @@ namespace {
 using protocol::Kind;
 
 constexpr std::size_t greatestDepth = 64;
+constexpr std::size_t greatestKeyText = 200;
 
-struct KindName {
+struct KindName
+{
     std::string_view name;
     Kind kind;
 };
@@ -210,6 +213,40 @@ bool IsGoodKey(std::wstring_view key)
 
 } // namespace
 
+std::string NearestKey(std::string_view name)
+{
+    auto const distance = [](std::string_view a, std::string_view b) {
+        std::vector<std::size_t> row(b.size() + 1);
+        for (std::size_t j = 0; j <= b.size(); ++j) {
+            row[j] = j;
+        }
+        for (std::size_t i = 1; i <= a.size(); ++i) {
+            std::size_t diagonal = row[0];
+            row[0] = i;
+            for (std::size_t j = 1; j <= b.size(); ++j) {
+                std::size_t const above = row[j];
+                row[j] = std::min({above + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0U : 1U)});
+                diagonal = above;
+            }
+        }
+        return row.back();
+    };
+    std::string best;
+    // The row of distances grows with the text, so a text longer than any key is not compared.
+    if (name.size() > greatestKeyText) {
+        return {};
+    }
+    std::size_t least = name.size() / 3 + 1;
+    for (protocol::Key const* key : protocol::AllKeys()) {
+        std::string const text = protocol::EncodeUtf8(key->text);
+        if (std::size_t const away = distance(name, text); away <= least) {
+            least = away;
+            best = text;
+        }
+    }
+    return best;
+}
+
 bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& error)
 {
     std::size_t const equals = text.find('=');
@@ -252,8 +289,11 @@ bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& err
 
     protocol::Key const* known = protocol::FindKey(leaf);
     if (!forced && known == nullptr) {
-        error = fmt::format("'{}' is no key that is known here; `qx5 keys` lists them, or tell its kind: {}:double={}",
-                            path, path, equals == std::string_view::npos ? "1" : text.substr(equals + 1));
+        std::string const nearest = NearestKey(protocol::EncodeUtf8(leaf));
+        error =
+            fmt::format("'{}' is no key that is known here; {}`qx5 keys` lists them, or tell its kind: {}:double={}",
+                        path, nearest.empty() ? "" : fmt::format("did you mean {}? ", nearest), path,
+                        equals == std::string_view::npos ? "1" : text.substr(equals + 1));
         return false;
     }
     Kind const kind = forced ? *forced : known->kind;

@@ -45,7 +45,8 @@ constexpr auto Layouts = Concatenate(
     records::SinglePingRecords,
     records::DataRecordingRecords,
     records::RecorderSettingsRecords,
-    records::StoragePlaybackRecords);
+    records::StoragePlaybackRecords,
+    records::PanTiltHoistRecords);
 
 constexpr auto Keys = Concatenate(
     SharedKeys,
@@ -65,7 +66,8 @@ constexpr auto Keys = Concatenate(
     SingleBeamKeys,
     DataRecordingKeys,
     RecorderSettingsKeys,
-    StoragePlaybackKeys);
+    StoragePlaybackKeys,
+    PanTiltHoistKeys);
 // clang-format on
 
 /// By text, so that a look-up takes few comparisons and twins lie side by side.
@@ -85,14 +87,14 @@ constexpr bool TextsDiffer()
 }
 static_assert(TextsDiffer(), "two keys have the same text");
 
-/// Searches by halves: compilers bound the steps of a constant expression.
+/// Halves its way through the sorted keys: compilers count the steps of a constant expression.
 constexpr bool IsListed(KeyPointer key)
 {
     if (key == nullptr)
         return true;
-    auto const at = std::lower_bound(SortedKeys.begin(), SortedKeys.end(), key->text,
-                                     [](Key const* listed, std::wstring_view text) { return listed->text < text; });
-    return at != SortedKeys.end() && key == *at;
+    auto const place = std::lower_bound(SortedKeys.begin(), SortedKeys.end(), key->text,
+                                        [](Key const* listed, std::wstring_view text) { return listed->text < text; });
+    return place != SortedKeys.end() && key == *place;
 }
 
 constexpr bool EveryKeyOfARecordIsListed()

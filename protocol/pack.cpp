@@ -32,6 +32,10 @@ double ConvertReal(Convert convert, double value)
         return DegreesToRadians(value);
     case Convert::NegatedRadians:
         return DegreesToRadians(-value);
+    case Convert::RadiansByFactor:
+        return value * RadiansPerDegree;
+    case Convert::NegatedRadiansByFactor:
+        return -value * RadiansPerDegree;
     case Convert::Negated:
         return -value;
     case Convert::TimesThousand:

@@ -67,8 +67,10 @@ double RealBefore(Convert convert, double wire)
     switch (convert) {
     // A float of radians tells degrees no more finely than a float does; its own rounding must not show behind that.
     case Convert::Radians:
+    case Convert::RadiansByFactor:
         return NarrowToFloat(RadiansToDegrees(wire));
     case Convert::NegatedRadians:
+    case Convert::NegatedRadiansByFactor:
         return -NarrowToFloat(RadiansToDegrees(wire));
     case Convert::Negated:
         return -wire;

@@ -1,12 +1,10 @@
 // The frame of a request: the chain of handlers, the scalar path, the path of records that frame themselves.
 #include "QX5SonarConfigurationControlDevice.h"
 
-#include "handlers/DataRecording.h"
 #include "handlers/chain.h"
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
 #include <VordalBaseR/CExTime.h>
-#include <VordalSubscriberR/Subscriber.h>
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
 #include <protocol/numbers.h>
@@ -28,23 +26,6 @@ constexpr int firstSelfFramedRecord = 7600;
 constexpr int lastSelfFramedRecord = 7699;
 
 } // namespace
-
-QX5SonarConfigurationControlDevice::QX5SonarConfigurationControlDevice()
-{
-    using Sink = MemFunNoInfoSubscriber<ControlDevice>;
-
-    startLoggingSubscription.SetSubscriber(new Sink(this, &ControlDevice::StartLogging), true);
-    startLoggingSubscription.Subscribe(StartLoggingEvent);
-    stopLoggingSubscription.SetSubscriber(new Sink(this, &ControlDevice::StopLogging), true);
-    stopLoggingSubscription.Subscribe(StopLoggingEvent);
-}
-
-QX5SonarConfigurationControlDevice::~QX5SonarConfigurationControlDevice() = default;
-
-bool ControlDevice::DoOutput(long output)
-{
-    return Device::DoOutput(output);
-}
 
 void ControlDevice::HandleRequestMap(CAttributeMap* request)
 {

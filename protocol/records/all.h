@@ -9,6 +9,7 @@
 #include <protocol/records/gates.h>
 #include <protocol/records/installation.h>
 #include <protocol/records/motion_heading.h>
+#include <protocol/records/pan_tilt_hoist.h>
 #include <protocol/records/port_sensors.h>
 #include <protocol/records/positioning.h>
 #include <protocol/records/processor_ports.h>

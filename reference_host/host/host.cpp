@@ -118,11 +118,11 @@ BaseDataSource* FindBuffer(CDataId const& id)
 HostState::HostState(Threading mode) : threading(mode) {}
 HostState::~HostState() = default;
 
-Device* HostState::FindDevice(CDataId const& id) const
+Device* HostState::FindDevice(std::uint64_t packedId) const
 {
     std::lock_guard const lock(mutex);
-    auto const found =
-        std::find_if(devices.begin(), devices.end(), [&](DeviceEntry const& entry) { return entry.id == id; });
+    auto const found = std::find_if(devices.begin(), devices.end(),
+                                    [&](DeviceEntry const& entry) { return PackedId(entry.id) == packedId; });
     return found != devices.end() ? found->device.get() : nullptr;
 }
 
@@ -181,6 +181,19 @@ void Computation::GetAttributeMap(CAttributeMap& map) const
         copy = m_setup.attributes;
     }
     map = std::move(copy);
+}
+
+void Computation::ResetDataSource()
+{
+    CDataId stream;
+    GetDataSource(stream);
+    if (auto* const observer = CurrentObserver()) {
+        observer->OnResetBuffer(stream, m_setup.dataId);
+    }
+    auto* const state = CurrentState();
+    if (auto* const buffer = state != nullptr ? state->FindBuffer(stream, false) : nullptr) {
+        buffer->Empty();
+    }
 }
 
 bool Computation::IsLinkedTo(CDataId const& device) const
@@ -265,7 +278,7 @@ bool Host::IsHostThread() const
     return m_state->thread != nullptr ? m_state->thread->IsThisThread() : std::this_thread::get_id() == m_state->owner;
 }
 
-bool Host::Post(Task task)
+bool Host::Post(HostTask task)
 {
     if (m_state->threading == Threading::Inline) {
         task();
@@ -291,6 +304,26 @@ bool Host::RunAndWait(Task const& task)
 bool Host::Stop(std::chrono::milliseconds limit)
 {
     return m_state->thread == nullptr || m_state->thread->Stop(limit);
+}
+
+std::vector<CString> Host::DeviceClasses() const
+{
+    std::lock_guard const lock(m_state->mutex);
+    std::vector<CString> names;
+    for (auto const& [name, creator] : m_state->creators) {
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::vector<CString> Host::ViewClasses() const
+{
+    return m_state->displays.ViewNames();
+}
+
+std::vector<CString> Host::DisplayTemplates() const
+{
+    return m_state->displays.TemplateNames();
 }
 
 std::unique_ptr<Device> Host::MakeDevice(CString const& className)
@@ -442,6 +475,16 @@ void Host::SelectVessel(unsigned short number)
     Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &info);
 }
 
+void Host::SetUnitFactor(int unitGroup, double factor)
+{
+    m_state->project.units.SetFactor(unitGroup, factor);
+}
+
+void Host::SetProjectFolder(unsigned kind, std::optional<CString> folder)
+{
+    m_state->project.SetFolder(kind, std::move(folder));
+}
+
 void Host::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)
 {
     auto& internals = device.Internals();
@@ -491,7 +534,7 @@ bool Host::DeliverRequest(Device& device, CAttributeMap* request)
         return true;
     }
     std::exception_ptr failure;
-    std::string reason = "an exception of an unknown kind";
+    std::string reason;
     try {
         device.DeliverRequest(request);
         return true;
@@ -500,6 +543,7 @@ bool Host::DeliverRequest(Device& device, CAttributeMap* request)
         reason = thrown.what();
     } catch (...) {
         failure = std::current_exception();
+        reason = "an exception of an unknown kind";
     }
     Log(LogLevel::Error, DescribeRequest(device, request) + " failed: " + reason);
     if (auto* observer = Observer()) {

@@ -11,12 +11,14 @@
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/Device.h>
 
+#include "reference_host/host/host_task.h"
 #include "reference_host/link/sonar_traffic.h"
 
 #include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -98,7 +100,7 @@ public:
     // The host thread. Any thread.
     /// Inline: runs the task at once. Threaded: queues it and returns. False when the host is stopping; the task is
     /// then dropped. An exception that leaves a queued task is logged.
-    bool Post(Task task);
+    bool Post(HostTask task);
     /// Runs the task on the host thread and waits for it; at once when this is that thread. An exception that leaves
     /// the task passes to the caller. False when the host is stopping and the task did not run.
     bool RunAndWait(Task const& task);
@@ -106,6 +108,11 @@ public:
     /// Takes no further tasks, runs those that are queued, ends the host thread. False when that took longer than
     /// `limit`: the queue is then dropped after the task that is running. Twice is fine. Not from the host thread.
     bool Stop(std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+    // What modules have registered, by name and in the order of names. Any thread.
+    std::vector<CString> DeviceClasses() const;
+    std::vector<CString> ViewClasses() const;
+    std::vector<CString> DisplayTemplates() const;
 
     // Devices.
     /// A device of a class that a plug-in has registered, or of the host's own "QX5Device" or "Device"; not yet known
@@ -131,6 +138,13 @@ public:
     bool GetVesselItem(unsigned short number, CString const& section, CString const& item, CString& text) const;
     /// Makes the vessel active, if there is such a one, and tells sel_change::ACTIVE_VESSEL in either case.
     void SelectVessel(unsigned short number);
+
+    // What the project says of itself. Any thread.
+    /// From now on `value` in the display unit of that group (see UnitGroup) means `value` x `factor` in the host's.
+    void SetUnitFactor(int unitGroup, double factor);
+    /// What stands before the names of files of that ProjectFileKind, as it stands, a separator at its end included;
+    /// no text: the project has no place for them. A kind that was never set has the empty text.
+    void SetProjectFolder(unsigned kind, std::optional<CString> folder);
 
     // Attributes.
     /// Puts the tree in place; nobody is told.

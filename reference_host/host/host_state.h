@@ -2,8 +2,10 @@
 #pragma once
 
 #include "reference_host/bus/notification_bus.h"
+#include "reference_host/displays/display_register.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_thread.h"
+#include "reference_host/project/project_definition.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
@@ -28,6 +30,12 @@ inline std::uint64_t PackedId(CDataId const& id)
 {
     return std::uint64_t{id.GetType()} << 48 | std::uint64_t{id.GetGroupId()} << 32 |
            std::uint64_t{id.GetDeviceNum()} << 16 | std::uint64_t{id.GetVessel()};
+}
+
+inline CDataId UnpackedId(std::uint64_t packed)
+{
+    auto const field = [packed](int shift) { return static_cast<unsigned short>(packed >> shift & 0xFFFF); };
+    return CDataId(field(48), field(32), field(16), field(0));
 }
 
 /// What the host keeps about one device.
@@ -66,6 +74,7 @@ public:
     bool GetAttribValue(AttributeKey const& key, CDataInfo& value, unsigned& flags) const override;
     void GetDataSource(CDataId& dataId) const override;
     void GetAttributeMap(CAttributeMap& map) const override;
+    void ResetDataSource() override;
 
     bool IsLinkedTo(CDataId const& device) const;
     void MergeIn(CAttributeMap const& tree);
@@ -114,6 +123,9 @@ struct HostState
     std::shared_ptr<NotificationBus> const generalBus = std::make_shared<NotificationBus>();
     std::shared_ptr<NotificationBus> const streamBus = std::make_shared<NotificationBus>();
 
+    ProjectDefinition project;
+    DisplayRegister displays;
+
     /// Guards the registers below; never held while calling out.
     mutable std::mutex mutex;
     std::unordered_map<std::uint64_t, std::unique_ptr<StreamBuffer>> buffers;
@@ -127,7 +139,8 @@ struct HostState
 
     std::unique_ptr<HostThread> thread;
 
-    Device* FindDevice(CDataId const& id) const;
+    Device* FindDevice(CDataId const& id) const { return FindDevice(PackedId(id)); }
+    Device* FindDevice(std::uint64_t packedId) const;
     Computation* FindComputation(CDataId const& id) const;
     /// Null when it is missing and not to be made.
     StreamBuffer* FindBuffer(CDataId const& id, bool create);
