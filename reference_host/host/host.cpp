@@ -338,9 +338,10 @@ std::unique_ptr<Device> Host::MakeDevice(CString const& className)
     }
     std::unique_ptr<BaseDevice> made(CDevList::GetDevList().MakeDevice(className));
     auto* const device = dynamic_cast<Device*>(made.get());
-    if (device != nullptr) {
-        made.release();
+    if (device == nullptr) {
+        return nullptr;
     }
+    static_cast<void>(made.release()); // the same object as `device`
     return std::unique_ptr<Device>(device);
 }
 

@@ -685,7 +685,7 @@ private:
         }
     }
 
-    void Tell(LinkStatus status)
+    void Tell(LinkStatus const& status)
     {
         {
             std::lock_guard const lock(m_statusMutex);
