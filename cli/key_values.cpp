@@ -31,8 +31,9 @@ struct KindName
     Kind kind;
 };
 constexpr KindName kindNames[]{
-    {"int", Kind::Int},       {"uint", Kind::UInt},     {"bool", Kind::Bool},    {"double", Kind::Double},
-    {"pair", Kind::Pair},     {"string", Kind::String}, {"ints", Kind::IntList}, {"doubles", Kind::DoubleList},
+    {"int", Kind::Int},       {"uint", Kind::UInt},     {"int64", Kind::Int64},
+    {"bool", Kind::Bool},     {"double", Kind::Double}, {"pair", Kind::Pair},
+    {"string", Kind::String}, {"ints", Kind::IntList},  {"doubles", Kind::DoubleList},
     {"offset", Kind::Offset}, {"none", Kind::Any},
 };
 
@@ -134,6 +135,14 @@ std::unique_ptr<CVordalType> ParseValue(Kind kind, std::string_view text, std::s
         unsigned number = 0;
         if (ParseWhole(text, number)) {
             return std::make_unique<CVordalUInt>(number);
+        }
+        return nullptr;
+    }
+    case Kind::Int64: {
+        wanted = "a whole number from -9223372036854775808 to 9223372036854775807";
+        std::int64_t number = 0;
+        if (ParseWhole(text, number)) {
+            return std::make_unique<CVordalInt64>(number);
         }
         return nullptr;
     }

@@ -42,9 +42,11 @@ constexpr auto Layouts = Concatenate(
     records::InstallationRecords,
     records::PositioningRecords,
     records::SingleBeamRecords,
+    records::SinglePingRecords,
     records::DataRecordingRecords,
     records::RecorderSettingsRecords,
-    records::StoragePlaybackRecords);
+    records::StoragePlaybackRecords,
+    records::PanTiltHoistRecords);
 
 constexpr auto Keys = Concatenate(
     SharedKeys,
@@ -64,7 +66,8 @@ constexpr auto Keys = Concatenate(
     SingleBeamKeys,
     DataRecordingKeys,
     RecorderSettingsKeys,
-    StoragePlaybackKeys);
+    StoragePlaybackKeys,
+    PanTiltHoistKeys);
 // clang-format on
 
 /// By text, so that a look-up takes few comparisons and twins lie side by side.

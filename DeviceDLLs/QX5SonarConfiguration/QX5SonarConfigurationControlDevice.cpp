@@ -1,13 +1,10 @@
 // The frame of a request: the chain of handlers, the scalar path, the path of records that frame themselves.
 #include "QX5SonarConfigurationControlDevice.h"
 
-#include "handlers/DataRecording.h"
 #include "handlers/chain.h"
-#include "handlers/command_catalogue.h"
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
 #include <VordalBaseR/CExTime.h>
-#include <VordalSubscriberR/Subscriber.h>
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
 #include <protocol/numbers.h>
@@ -29,23 +26,6 @@ constexpr int firstSelfFramedRecord = 7600;
 constexpr int lastSelfFramedRecord = 7699;
 
 } // namespace
-
-QX5SonarConfigurationControlDevice::QX5SonarConfigurationControlDevice()
-{
-    using Sink = MemFunNoInfoSubscriber<ControlDevice>;
-
-    startLoggingSubscription.SetSubscriber(new Sink(this, &ControlDevice::StartLogging), true);
-    startLoggingSubscription.Subscribe(StartLoggingEvent);
-    stopLoggingSubscription.SetSubscriber(new Sink(this, &ControlDevice::StopLogging), true);
-    stopLoggingSubscription.Subscribe(StopLoggingEvent);
-}
-
-QX5SonarConfigurationControlDevice::~QX5SonarConfigurationControlDevice() = default;
-
-bool ControlDevice::DoOutput(long output)
-{
-    return Device::DoOutput(output);
-}
 
 void ControlDevice::HandleRequestMap(CAttributeMap* request)
 {
@@ -74,21 +54,13 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
     if (request == nullptr) {
         return;
     }
-    std::uint64_t filter = request->KeyFilter();
-    RowSet rows = RowsThatMayAct(filter);
-    for (std::size_t at = rows.NextFrom(0); at != RowSet::None; at = rows.NextFrom(at + 1)) {
-        Row const& row = chain[at];
+    for (Row const& row : chain) {
         if (row.handler != nullptr) {
             (this->*row.handler)(request);
         } else if (row.keyedHandler != nullptr) {
             (this->*row.keyedHandler)(request, *row.key);
         } else {
             RequestValue(request, row.recordId, *row.key, row.kind);
-        }
-        // A handler may write keys for those further down.
-        if (std::uint64_t const now = request->KeyFilter(); now != filter) {
-            filter = now;
-            rows = RowsThatMayAct(filter);
         }
     }
 }

@@ -32,6 +32,8 @@ std::string_view KindText(Kind kind)
         return "int";
     case Kind::UInt:
         return "uint";
+    case Kind::Int64:
+        return "int64";
     case Kind::Bool:
         return "bool";
     case Kind::Double:
@@ -87,6 +89,10 @@ std::string_view ConvertText(protocol::Convert convert)
         return "degrees to radians";
     case Convert::NegatedRadians:
         return "negated, degrees to radians";
+    case Convert::RadiansByFactor:
+        return "degrees to radians, by one factor";
+    case Convert::NegatedRadiansByFactor:
+        return "negated, degrees to radians, by one factor";
     case Convert::Negated:
         return "negated";
     case Convert::TimesThousand:

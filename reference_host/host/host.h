@@ -18,6 +18,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -108,6 +109,11 @@ public:
     /// `limit`: the queue is then dropped after the task that is running. Twice is fine. Not from the host thread.
     bool Stop(std::chrono::milliseconds limit = std::chrono::seconds(10));
 
+    // What modules have registered, by name and in the order of names. Any thread.
+    std::vector<CString> DeviceClasses() const;
+    std::vector<CString> ViewClasses() const;
+    std::vector<CString> DisplayTemplates() const;
+
     // Devices.
     /// A device of a class that a plug-in has registered, or of the host's own "QX5Device" or "Device"; not yet known
     /// to anybody. Null when there is no such class.
@@ -132,6 +138,13 @@ public:
     bool GetVesselItem(unsigned short number, CString const& section, CString const& item, CString& text) const;
     /// Makes the vessel active, if there is such a one, and tells sel_change::ACTIVE_VESSEL in either case.
     void SelectVessel(unsigned short number);
+
+    // What the project says of itself. Any thread.
+    /// From now on `value` in the display unit of that group (see UnitGroup) means `value` x `factor` in the host's.
+    void SetUnitFactor(int unitGroup, double factor);
+    /// What stands before the names of files of that ProjectFileKind, as it stands, a separator at its end included;
+    /// no text: the project has no place for them. A kind that was never set has the empty text.
+    void SetProjectFolder(unsigned kind, std::optional<CString> folder);
 
     // Attributes.
     /// Puts the tree in place; nobody is told.

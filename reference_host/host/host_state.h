@@ -2,8 +2,10 @@
 #pragma once
 
 #include "reference_host/bus/notification_bus.h"
+#include "reference_host/displays/display_register.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_thread.h"
+#include "reference_host/project/project_definition.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
@@ -72,6 +74,7 @@ public:
     bool GetAttribValue(AttributeKey const& key, CDataInfo& value, unsigned& flags) const override;
     void GetDataSource(CDataId& dataId) const override;
     void GetAttributeMap(CAttributeMap& map) const override;
+    void ResetDataSource() override;
 
     bool IsLinkedTo(CDataId const& device) const;
     void MergeIn(CAttributeMap const& tree);
@@ -119,6 +122,9 @@ struct HostState
     std::shared_ptr<NotificationBus> const bufferStatusBus = std::make_shared<NotificationBus>();
     std::shared_ptr<NotificationBus> const generalBus = std::make_shared<NotificationBus>();
     std::shared_ptr<NotificationBus> const streamBus = std::make_shared<NotificationBus>();
+
+    ProjectDefinition project;
+    DisplayRegister displays;
 
     /// Guards the registers below; never held while calling out.
     mutable std::mutex mutex;

@@ -24,7 +24,6 @@
 #include <protocol/records/all.h>
 
 #include <array>
-#include <bit>
 
 namespace qx5 {
 
@@ -62,62 +61,7 @@ constexpr auto MakeChain()
 constexpr auto chainEntries = MakeChain();
 static_assert(chainEntries.size() == 133);
 
-/// Whether requests without the command's keys are nothing to its handler. One that is written by hand from end to end
-/// is asked every time.
-constexpr bool IsKeyed(Command const& command)
-{
-    return command.form != Form::Own && command.form != Form::Awaited && !command.operands.empty();
-}
-
-/// For each bit of a filter the rows with a key whose filter begins, or ends, with that bit; and the rows that no filter
-/// rules out.
-struct RowTables {
-    std::array<RowSet, 64> lowest{};
-    std::array<RowSet, 64> highest{};
-    RowSet always{};
-};
-
-constexpr RowTables MakeRowTables()
-{
-    RowTables tables{};
-    for (std::size_t row = 0; row < chainEntries.size(); ++row) {
-        ChainEntry const& entry = chainEntries[row];
-        if (!IsKeyed(*entry.command)) {
-            tables.always.Add(row);
-            continue;
-        }
-        auto const add = [&tables, row](std::uint64_t filter) {
-            tables.lowest[static_cast<std::size_t>(std::countr_zero(filter))].Add(row);
-            tables.highest[static_cast<std::size_t>(63 - std::countl_zero(filter))].Add(row);
-        };
-        for (Operand const& operand : entry.command->operands) {
-            add(operand.attribute.Filter());
-        }
-        if (entry.told != nullptr) {
-            add(AttributeKey(entry.told->text).Filter());
-        }
-    }
-    return tables;
-}
-
-// Not constexpr: under its undefined-behaviour sanitizer GCC takes no address for a constant that is compared with null.
-RowTables const rowTables = MakeRowTables();
-
 } // namespace
-
-RowSet RowsThatMayAct(std::uint64_t keyFilter)
-{
-    RowSet lowest;
-    RowSet highest;
-    for (std::uint64_t bits = keyFilter; bits != 0; bits &= bits - 1) {
-        auto const bit = static_cast<std::size_t>(std::countr_zero(bits));
-        lowest.Unite(rowTables.lowest[bit]);
-        highest.Unite(rowTables.highest[bit]);
-    }
-    lowest.Intersect(highest);
-    lowest.Unite(rowTables.always);
-    return lowest;
-}
 
 std::span<ChainEntry const> Chain()
 {
