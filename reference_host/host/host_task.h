@@ -17,9 +17,8 @@ public:
     HostTask() = default;
 
     template <typename Callable>
-        requires(!std::is_same_v<std::remove_cvref_t<Callable>, HostTask> &&
-                 std::is_invocable_v<std::remove_cvref_t<Callable>&>)
-    HostTask(Callable&& callable)
+    requires(!std::is_same_v<std::remove_cvref_t<Callable>, HostTask> &&
+             std::is_invocable_v<std::remove_cvref_t<Callable>&>) HostTask(Callable&& callable)
     {
         using Kept = std::remove_cvref_t<Callable>;
         if constexpr (FitsInPlace<Kept>) {
@@ -58,8 +57,9 @@ private:
     };
 
     template <typename Kept>
-    static constexpr bool FitsInPlace = sizeof(Kept) <= PlaceSize && alignof(Kept) <= alignof(std::max_align_t) &&
-                                        std::is_nothrow_move_constructible_v<Kept>;
+    static constexpr bool
+        FitsInPlace = sizeof(Kept) <= PlaceSize &&
+                      alignof(Kept) <= alignof(std::max_align_t) && std::is_nothrow_move_constructible_v<Kept>;
 
     template <typename T>
     static T& At(void* place)

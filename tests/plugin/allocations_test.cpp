@@ -1,54 +1,14 @@
 // What a request costs in memory when there is nothing in it for any handler: no allocation.
 #include "one_sonar.h"
 
+#include <bench/allocations.h>
+
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <string>
 
 namespace {
 
-thread_local std::size_t allocations = 0;
-
-void* CountedAllocation(std::size_t size)
-{
-    ++allocations;
-    void* const memory = std::malloc(size != 0 ? size : 1);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-} // namespace
-
-// These serve the whole program, the host's library included.
-void* operator new(std::size_t size)
-{
-    return CountedAllocation(size);
-}
-void* operator new[](std::size_t size)
-{
-    return CountedAllocation(size);
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-
-namespace {
+using bench::Allocations;
 
 class RequestMemory : public OneSonar
 {
@@ -57,18 +17,18 @@ protected:
     std::size_t AllocationsOf(CAttributeMap& request)
     {
         m_host.DeliverRequest(*device, &request);
-        auto const before = allocations;
+        auto const before = Allocations();
         m_host.DeliverRequest(*device, &request);
-        return allocations - before;
+        return Allocations() - before;
     }
 };
 
 TEST_F(RequestMemory, TheCountSeesTheHostsOwnAllocations)
 {
-    auto const before = allocations;
+    auto const before = Allocations();
     CAttributeMap tree;
     tree.Add(L"NobodyKnows", CVordalInt(1), 0);
-    EXPECT_GT(allocations, before);
+    EXPECT_GT(Allocations(), before);
     CAttributeMap range = One(L"x5Range", CVordalDouble(50.0));
     EXPECT_GT(AllocationsOf(range), 0U);
 }
@@ -102,11 +62,11 @@ TEST_F(RequestMemory, AnAbsentKeyOfATreeTakesNone)
     }
     CAttributeMap const& read = tree;
     int value = 7;
-    auto const before = allocations;
+    auto const before = Allocations();
     bool const there = read.Has(L"x5Range") || read.GetAttrMap(L"x5Range") != nullptr ||
                        read.Find(L"x5Range").HasValue() || read.FindValue(L"x5Range").Get(value) ||
                        read.Count(L"x5Range") != 0 || tree.Remove(L"x5Range");
-    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(Allocations(), before);
     EXPECT_FALSE(there);
     EXPECT_EQ(value, 7);
 }
