@@ -39,7 +39,7 @@ LiveSonar::LiveSonar(vordal::Host& host, vordal::LinkThread& thread, unsigned sh
     m_subscription = std::make_unique<Subscription>();
     m_subscription->SetSubscriber(new MemFunNoInfoSubscriber<LiveSonar>(this, &LiveSonar::OnEcho), true);
     m_subscription->SetMap(m_device->GetAttributeSubscriptionMap());
-    m_subscription->Subscribe(rangeKey);
+    m_subscription->Subscribe(CString(rangeKey.Text()));
     m_port->Open();
     m_farEnd = m_listener.Accept();
     while (!m_port->GetLink().IsConnected()) {

@@ -81,6 +81,8 @@ public:
     ~Stage();
 
     vordal::Host& Host() { return m_host; }
+    vordal::PlugIn& PlugIn() { return *m_plugin; }
+    vordal::LinkThread& LinkThread() { return m_linkThread; }
     LiveSonar& Drained() { return *m_drained; }
     Drain& DrainThread() { return *m_drain; }
     LiveSonar& Read() { return *m_read; }
@@ -105,6 +107,8 @@ private:
 
 std::vector<Case> RequestCases(Stage& stage);
 std::vector<Case> TreeCases();
+/// Each sets its sonars up and takes them down again.
+std::vector<Case> SequencingCases(Stage& stage);
 std::vector<Case> CommandLineCases();
 
 /// What the cases are compared with, and what is promised.
@@ -114,6 +118,7 @@ struct Ratio {
     std::string to; ///< empty: the bound is in nanoseconds
     double bound;
     bool difference = false; ///< `of` less `to`, in nanoseconds, instead of a ratio
+    bool p99 = false;        ///< of the 99th percentiles instead of the medians
 };
 std::vector<Ratio> Promises();
 

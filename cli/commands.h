@@ -44,8 +44,11 @@ struct RunOptions {
     std::string plugin;
     std::string sonar;   ///< empty: start a simulated one
     std::string project; ///< empty: nothing is kept
+    int sonars = 3;      ///< of the demonstration of sequencing, 1 to 26
+    int groups = 2;      ///< of the same; no more than there are sonars
     std::string demo;    ///< name of a demonstration to show in place of the guided session
     bool once = false;
+    bool terminal = false; ///< the keyboard is an operator terminal; no guided session
 };
 int Run(RunOptions const& options);
 

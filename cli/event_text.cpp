@@ -3,6 +3,7 @@
 
 #include <protocol/frame.h>
 #include <protocol/print.h>
+#include <tvcoreR/Utf8.h>
 
 #include "reference_host/attributes/tree_merge.h"
 
@@ -28,6 +29,17 @@ std::string EventText(SessionEvent const& event, std::string_view indent, bool b
         std::string const tree = vordal::TreeText(event.tree);
         return fmt::format("{}echoed, flags {}\n{}", indent, event.flags,
                            Indented(tree.empty() ? "(no keys)\n" : tree, std::string(indent) + "  "));
+    }
+    if (event.kind == SessionEvent::Kind::Asked) {
+        std::string asked;
+        for (CAttributeMap const& value : event.tree) {
+            asked += fmt::format("{}asked for {} = {}\n", indent, tvcore::ToUtf8(CString(value.KeyText())),
+                                 value.Value().ToText());
+        }
+        return asked;
+    }
+    if (event.kind == SessionEvent::Kind::Shown) {
+        return fmt::format("{}{}\n", indent, event.text);
     }
     std::string text = fmt::format("{}{}\n", indent, event.kind == SessionEvent::Kind::Sent ? "sent" : "received");
     std::string const deeper = std::string(indent) + "  ";

@@ -44,6 +44,10 @@ int main(int argc, char** argv)
     CLI::App* runCommand = app.add_subcommand(
         "run", "Start a simulated sonar and a host with the plug-in, show a guided session, then take key=value lines");
     runCommand->add_flag("--once", run.once, "End after the guided session");
+    runCommand
+        ->add_flag("--terminal", run.terminal,
+                   "Take the keyboard as the sonar's operator terminal, in place of the session; `?` lists the keys")
+        ->excludes("--once");
     runCommand->add_option("--sonar", run.sonar, "A sonar that runs already, in place of a simulated one")
         ->type_name("HOST:PORT");
     runCommand->add_option("--plugin", run.plugin, "The plug-in module (default: the one beside this program)")
@@ -58,6 +62,12 @@ int main(int argc, char** argv)
     runCommand->add_option("--demo", run.demo, "Show this and end, in place of the guided session")
         ->check(CLI::IsMember(demoNames))
         ->type_name("NAME");
+    runCommand->add_option("--sonars", run.sonars, "How many sonars the demonstration of sequencing has, 1 to 26")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 26).description(""));
+    runCommand->add_option("--groups", run.groups, "How many groups they form, 1 to 26")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 26).description(""));
     runCommand->callback([&] { code = Run(run); });
 
     SimOptions sim;

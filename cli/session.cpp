@@ -7,10 +7,15 @@
 
 #include <VordalConfigureR/DataSearch.h>
 #include <VordalSubscriberR/Subscriber.h>
-#include <protocol/records/shared_keys.h>
+#include <protocol/bytes.h>
+#include <protocol/records/all.h>
+#include <protocol/settings_keys.h>
+#include <sequencing/terminal_codes.h>
+#include <tvcoreR/Utf8.h>
 
 #include "reference_host/attributes/host_keys.h"
 
+#include <array>
 #include <charconv>
 #include <filesystem>
 #include <thread>
@@ -36,6 +41,41 @@ CDataId SonarId()
 {
     return CDataId(1, 78, 1, 1);
 }
+
+CDataId TerminalId()
+{
+    CDataId id = SonarId();
+    id.SetGroupId(terminal::Group);
+    return id;
+}
+
+struct PresetValue
+{
+    protocol::Key const* key;
+    double value;
+};
+
+// Projector, pings per second, metres, decibel, decibel, seconds.
+using Preset = std::array<PresetValue, 6>;
+constexpr Preset MakePreset(double projector, double rate, double range, double power, double gain, double pulseLength)
+{
+    namespace keys = protocol::keys;
+    return {{{&keys::x5Frequency, projector},
+             {&keys::x5MaxPingRate, rate},
+             {&keys::x5Range, range},
+             {&keys::x5Power, power},
+             {&keys::x5Gain, gain},
+             {&keys::x5PulseLength, pulseLength}}};
+}
+
+/// From very shallow water to the sonar at rest.
+constexpr Preset shippedPresets[]{
+    MakePreset(1, 40.0, 10.0, 180.0, 10.0, 0.00003),
+    MakePreset(1, 20.0, 30.0, 190.0, 20.0, 0.00005),
+    MakePreset(0, 10.0, 100.0, 200.0, 30.0, 0.0001),
+    MakePreset(0, 3.0, 200.0, 215.0, 40.0, 0.0003),
+    MakePreset(0, 1.0, 50.0, 0.0, 0.0, 0.00003),
+};
 
 } // namespace
 
@@ -81,7 +121,8 @@ public:
         m_session.Tell({trace.outgoing ? SessionEvent::Kind::Sent : SessionEvent::Kind::Received,
                         {trace.frame.begin(), trace.frame.end()},
                         {},
-                        0});
+                        0,
+                        {}});
     }
 
 private:
@@ -261,6 +302,38 @@ bool Session::Request(CAttributeMap const& request)
     return !m_requestFailed;
 }
 
+void Session::AttachTerminal()
+{
+    m_host.RunAndWait([this] {
+        m_host.SetApplication({.guid = L"qx5",
+                               .mainWindow = true,
+                               .lightMode = 2,
+                               .displays = {{.section = L"bathy", .type = L"bathy", .name = L"bathy", .enabled = true}}});
+        Device* const terminal = m_host.AddDevice(m_host.MakeDevice(L"Device"), TerminalId(), L"terminal");
+        CAttributeMap presets;
+        for (Preset const& preset : shippedPresets) {
+            CAttributeMap* const node = presets.Add(AttributeKey(protocol::keys::preset.text));
+            for (PresetValue const& value : preset) {
+                node->Add(AttributeKey(value.key->text), CVordalDouble(value.value), 0);
+            }
+        }
+        m_host.ReplaceAttributes(*terminal, presets);
+        // From here on the plug-in follows the terminal.
+        m_host.ApplyDevice(*m_device, true);
+    });
+    m_hasTerminal = true;
+}
+
+void Session::EnterCode(std::uint32_t code)
+{
+    std::array<unsigned char, 4> bytes{};
+    protocol::PutU32LE(bytes, 0, code);
+    CDataBlock block;
+    block.SetTime(m_host.Now());
+    block.AddItem(terminal::CodeItem, DATA_INT32, bytes, bytes.size(), 0);
+    m_host.RunAndWait([&] { m_host.PutBlock(TerminalId(), block); });
+}
+
 CAttributeMap Session::Attributes()
 {
     CAttributeMap tree;
@@ -280,7 +353,46 @@ void Session::OnHost(std::function<void(vordal::Host&, Device&)> const& task)
 
 void Session::OnEcho(BaseDevice&, CAttributeMap const& tree, unsigned flags)
 {
-    Tell({SessionEvent::Kind::Echoed, {}, tree, flags});
+    Tell({SessionEvent::Kind::Echoed, {}, tree, flags, {}});
+}
+
+void Session::OnHostSet(CDataId const&, CAttributeMap const& tree, unsigned)
+{
+    if (m_hasTerminal) {
+        for (CAttributeMap const& child : tree) {
+            Tell({SessionEvent::Kind::Asked, {}, child, 0, {}});
+        }
+    }
+}
+
+void Session::OnUpdateDisplays(int hint)
+{
+    TellShown(fmt::format("all displays are told: {}", hint));
+}
+
+void Session::OnSelectDisplay(CString const& name)
+{
+    TellShown(fmt::format("to the front comes the display \"{}\"", tvcore::ToUtf8(name)));
+}
+
+void Session::OnEnableDisplay(CString const& name)
+{
+    TellShown(fmt::format("switched on is the display \"{}\"", tvcore::ToUtf8(name)));
+}
+
+void Session::OnAddDisplay(unsigned, CString const& name, CString const&, FileObject const&, CString const&)
+{
+    TellShown(fmt::format("set up is a display \"{}\"", tvcore::ToUtf8(name)));
+}
+
+void Session::OnSetLightMode(int mode, bool)
+{
+    TellShown(fmt::format("the displays take on light mode {}", mode));
+}
+
+void Session::TellShown(std::string text)
+{
+    Tell({SessionEvent::Kind::Shown, {}, {}, 0, std::move(text)});
 }
 
 void Session::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr)

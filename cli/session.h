@@ -9,6 +9,7 @@
 #include "reference_host/loader/plugin_loader.h"
 #include "reference_host/store/project_store.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -33,11 +34,14 @@ struct SessionEvent {
         Sent,     ///< a frame left
         Echoed,   ///< the plug-in reported what was asked for
         Received, ///< a frame arrived
+        Asked,    ///< the plug-in asked the host for a request, for its terminal's sake
+        Shown,    ///< the plug-in asked the application for something about its displays
     };
     Kind kind;
     std::vector<unsigned char> frame; ///< of Sent and Received
-    CAttributeMap tree;               ///< of Echoed
+    CAttributeMap tree;               ///< of Echoed and Asked
     unsigned flags = 0;               ///< of Echoed
+    std::string text = {};            ///< of Shown
 };
 
 /// Loads the plug-in, makes one sonar device and connects it. Used from one thread; events come from others.
@@ -72,6 +76,11 @@ public:
     /// Hands the request to the device as a view does, and returns when the device has carried it out. False when an
     /// exception ended it; it has been logged.
     bool Request(CAttributeMap const& request);
+    /// Gives the sonar an operator terminal with presets, and the host an application with displays. After LoadPlugin,
+    /// once; what the plug-in asks for is then told, too.
+    void AttachTerminal();
+    /// Hands a code to the terminal's stream and returns when the plug-in has acted on it.
+    void EnterCode(std::uint32_t code);
     /// The device's tree as it stands.
     CAttributeMap Attributes();
     vordal::LinkCounters Counters() const;
@@ -82,8 +91,16 @@ private:
     class Monitor;
 
     void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) override;
+    void OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsigned flags) override;
+    void OnUpdateDisplays(int hint) override;
+    void OnSelectDisplay(CString const& name) override;
+    void OnEnableDisplay(CString const& name) override;
+    void OnAddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
+                      CString const& section) override;
+    void OnSetLightMode(int mode, bool redraw) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
     void OnDeviceIdChange();
+    void TellShown(std::string text);
     void Tell(SessionEvent const& event);
 
     Listener m_listener;
@@ -93,6 +110,7 @@ private:
     std::condition_variable m_stateChanged;
     vordal::LinkStatus m_status;
     std::string m_endpoint; ///< where Connect was told to go; for messages
+    std::atomic<bool> m_hasTerminal = false;
     bool m_introduced = false;
     bool m_requestFailed = false;
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <type_traits>
 
 #include <protocol/catalogue.h>
@@ -23,7 +24,7 @@ constexpr std::size_t MostLines = 10000;
 template <typename Number>
 std::string ShortestText(Number value)
 {
-    if (value != value)
+    if (std::isnan(value))
         return "nan";
     std::array<char, 64> text;
     auto const result = std::to_chars(text.data(), text.data() + text.size(), value);

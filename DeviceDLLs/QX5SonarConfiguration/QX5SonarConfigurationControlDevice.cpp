@@ -44,7 +44,7 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
 #define QX5_HANDLER(name) Row{.handler = &ControlDevice::name},
 #define QX5_KEYED(name, rowKey) Row{.keyedHandler = &ControlDevice::name, .key = &At<keys::rowKey>},
 #define QX5_SCALAR(record, rowKey, rowKind)                                                                            \
-    Row{.key = &At<keys::rowKey>, .recordId = static_cast<int>(records::record.Id()), .kind = rowKind},
+    Row{.key = &At<keys::rowKey>, .recordId = static_cast<int>(records::record.Id()), .kind = (rowKind)},
     static constexpr Row chain[]{QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR)};
 #undef QX5_HANDLER
 #undef QX5_KEYED

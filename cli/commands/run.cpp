@@ -6,6 +6,7 @@
 #include "cli/key_values.h"
 #include "cli/platform/terminal.h"
 #include "cli/session.h"
+#include "cli/terminal_keys.h"
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/link/tree_transfer.h"
 
@@ -105,9 +106,6 @@ public:
             text += lines > greatestAnswer ? fmt::format("  the sonar answered with {} lines of settings\n", lines)
                                            : "  the sonar answered\n" + Indented(tree, "    ");
         }
-        if (text.empty()) {
-            text = "  nothing was sent and nothing echoed\n";
-        }
         m_events.clear();
         m_understood.clear();
         m_answers.clear();
@@ -163,11 +161,37 @@ public:
             fmt::print("  {} did not leave: the sonar is not connected, or does not read\n",
                        refused == 1 ? "1 record" : fmt::format("{} records", refused));
         }
-        fmt::print("{}", m_transcript.Take());
-        if (!m_session.SaveProject(error)) {
-            fmt::print("{}\n", error);
-        }
+        Show("  nothing was sent and nothing echoed\n");
         return true;
+    }
+
+    /// Enters a code at the operator terminal and prints what came of it.
+    void Code(std::uint32_t number)
+    {
+        terminal::Code const* const code = terminal::FindCode(number);
+        fmt::print("> code {}, {}\n", number, code != nullptr ? code->meaning : "which means nothing");
+        m_transcript.Take();
+        m_session.EnterCode(number);
+        m_transcript.WaitForSonar(m_sonar != nullptr);
+        bool const onlySelects = code != nullptr && code->action == terminal::Action::None;
+        Show(onlySelects ? "  the steps go by it now\n" : "  nothing is done\n");
+        std::fflush(stdout);
+    }
+
+    /// Does what keys or a line ask for; false at the end.
+    bool Enter(TerminalInput const& input)
+    {
+        for (std::uint32_t const code : input.codes) {
+            Code(code);
+        }
+        if (!input.problem.empty()) {
+            fmt::print("{}\n", input.problem);
+        }
+        if (input.help) {
+            fmt::print("{}", TerminalKeyHelp());
+        }
+        std::fflush(stdout);
+        return !input.quit;
     }
 
     /// False at the end.
@@ -206,10 +230,36 @@ public:
     }
 
 private:
+    /// Prints what was collected, or `otherwise` when that is nothing, and keeps the project.
+    void Show(std::string_view otherwise)
+    {
+        std::string const seen = m_transcript.Take();
+        fmt::print("{}", seen.empty() ? otherwise : seen);
+        if (std::string error; !m_session.SaveProject(error)) {
+            fmt::print("{}\n", error);
+        }
+    }
+
     Session& m_session;
     Transcript& m_transcript;
     simulator::SonarServer* m_sonar;
 };
+
+/// The keyboard as the sonar's operator terminal, until it ends.
+void RunTerminal(Session& session, Runner& runner)
+{
+    session.AttachTerminal();
+    fmt::print("The keyboard is the operator terminal now.\n{}", TerminalKeyHelp());
+    std::fflush(stdout);
+    if (IsTerminal(Stream::Input)) {
+        Keyboard keyboard;
+        for (auto key = keyboard.Read(); key.has_value() && runner.Enter(ReadTerminalKey(*key)); key = keyboard.Read()) {
+        }
+        return;
+    }
+    for (std::string line; std::getline(std::cin, line) && runner.Enter(ReadTerminalLine(line));) {
+    }
+}
 
 } // namespace
 
@@ -259,6 +309,10 @@ int Run(RunOptions const& options)
                std::count(tree.begin(), tree.end(), '\n'));
 
     Runner runner(session, transcript, sonar.get());
+    if (options.terminal) {
+        RunTerminal(session, runner);
+        return ExitGood;
+    }
     for (GuidedStep const& step : guidedSteps) {
         fmt::print("{}\n> {}\n", step.title, step.keyValues);
         runner.Request(step.keyValues);

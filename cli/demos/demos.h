@@ -15,8 +15,12 @@ struct Demo {
 /// A sonar on a pan-and-tilt unit that scans and rests, and its hoist.
 int PanTiltDemo(RunOptions const& options);
 
+/// Several sonars in groups that ping in turn; one falls silent and comes back.
+int SequencingDemo(RunOptions const& options);
+
 inline constexpr Demo demos[]{
     {"pan-tilt", PanTiltDemo},
+    {"sequencing", SequencingDemo},
 };
 
 } // namespace qx5::cli

@@ -659,7 +659,9 @@ void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
     if (chunk.live == 0) {
         // There are further children, hence pages.
         AttributeChunk::Free(&chunk);
-        page->chunks[number % AttributePage::Capacity] = nullptr;
+        if (page != nullptr) {
+            page->chunks[number % AttributePage::Capacity] = nullptr;
+        }
         ++emptyChunks;
         while (Chunk(chunkCount - 1) == nullptr) {
             --chunkCount;

@@ -120,11 +120,11 @@ BaseDataSource* FindBuffer(CDataId const& id)
 HostState::HostState(Threading mode) : threading(mode) {}
 HostState::~HostState() = default;
 
-Device* HostState::FindDevice(CDataId const& id) const
+Device* HostState::FindDevice(std::uint64_t packedId) const
 {
     std::lock_guard const lock(mutex);
-    auto const found =
-        std::find_if(devices.begin(), devices.end(), [&](DeviceEntry const& entry) { return entry.id == id; });
+    auto const found = std::find_if(devices.begin(), devices.end(),
+                                    [&](DeviceEntry const& entry) { return PackedId(entry.id) == packedId; });
     return found != devices.end() ? found->device.get() : nullptr;
 }
 
@@ -280,7 +280,7 @@ bool Host::IsHostThread() const
     return m_state->thread != nullptr ? m_state->thread->IsThisThread() : std::this_thread::get_id() == m_state->owner;
 }
 
-bool Host::Post(Task task)
+bool Host::Post(HostTask task)
 {
     if (m_state->threading == Threading::Inline) {
         task();
@@ -338,9 +338,10 @@ std::unique_ptr<Device> Host::MakeDevice(CString const& className)
     }
     std::unique_ptr<BaseDevice> made(CDevList::GetDevList().MakeDevice(className));
     auto* const device = dynamic_cast<Device*>(made.get());
-    if (device != nullptr) {
-        made.release();
+    if (device == nullptr) {
+        return nullptr;
     }
+    static_cast<void>(made.release()); // the same object as `device`
     return std::unique_ptr<Device>(device);
 }
 
@@ -554,7 +555,7 @@ bool Host::DeliverRequest(Device& device, CAttributeMap* request)
         return true;
     }
     std::exception_ptr failure;
-    std::string reason = "an exception of an unknown kind";
+    std::string reason;
     try {
         device.DeliverRequest(request);
         return true;
@@ -563,6 +564,7 @@ bool Host::DeliverRequest(Device& device, CAttributeMap* request)
         reason = thrown.what();
     } catch (...) {
         failure = std::current_exception();
+        reason = "an exception of an unknown kind";
     }
     Log(LogLevel::Error, DescribeRequest(device, request) + " failed: " + reason);
     if (auto* observer = Observer()) {

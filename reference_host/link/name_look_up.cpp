@@ -39,7 +39,7 @@ std::shared_ptr<std::atomic<std::size_t>> const& UnderWay()
 
 bool StartNameLookUp(std::string host, NameLookUp lookUp, std::function<void(NameLookUpResult)> done)
 {
-    auto count = UnderWay();
+    auto const& count = UnderWay();
     if (count->fetch_add(1) >= NameLookUpsAtATime) {
         count->fetch_sub(1);
         return false;

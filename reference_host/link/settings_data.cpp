@@ -16,6 +16,7 @@ namespace protocol = qx5::protocol;
 
 constexpr AttributeKey rangeKey{protocol::keys::x5Range.text};
 constexpr AttributeKey soundVelocityKey{protocol::keys::x5SoundVelocity.text};
+constexpr AttributeKey pingNumberKey{protocol::keys::x5PingNumber.text};
 constexpr AttributeKey streamStatusKey{protocol::keys::StreamStatus.text};
 
 constexpr unsigned short rangeItem = 699;
@@ -44,6 +45,11 @@ std::optional<CDataBlock> SettingsBlockOf(CAttributeMap const& tree, double time
     block.AddItem(soundSpeedItem, DATA_DOUBLE, soundSpeedBytes, 8, 0);
     block.SetTime(time);
     return block;
+}
+
+bool IsPingAnswer(CAttributeMap const& tree)
+{
+    return tree.Has(pingNumberKey, 0);
 }
 
 std::optional<unsigned short> StreamStatusOf(CAttributeMap const& tree)

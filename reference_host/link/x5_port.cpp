@@ -71,6 +71,7 @@ void X5Port::TellDevices(LinkStatus const& status)
     auto const connected = status.state == LinkState::Connected;
     if (connected != m_devicesConnected) {
         m_devicesConnected = connected;
+        m_settingsTold = false;
         for (int index = 0; auto* const device = GetDevice(index); ++index) {
             if (connected) {
                 device->HandlePortConnect();
@@ -104,24 +105,28 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     auto const bytes = frame.bytes.size();
     CountUndelivered(bytes);
     PostToHost([this, bytes, tree = ToAttributeMap(*nodes)] {
+        auto const settings = SettingsBlockOf(tree, m_host.Now());
+        bool const isFirst = settings.has_value() && !std::exchange(m_settingsTold, true);
+        bool const isData = settings.has_value() && (isFirst || IsPingAnswer(tree));
         for (int index = 0; auto* const device = GetDevice(index); ++index) {
             m_host.MergeDecoded(*device, tree);
-            PutStreamData(*device, tree);
+            PutStreamData(*device, StreamStatusOf(tree), isData ? settings : std::nullopt);
         }
         CountDelivered(bytes);
     });
 }
 
-void X5Port::PutStreamData(BaseDevice const& device, CAttributeMap const& tree)
+void X5Port::PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,
+                           std::optional<CDataBlock> const& block)
 {
     CDataId const dataId = device.GetDataId();
     if (dataId.GetGroupId() != SonarDataGroup) {
         return;
     }
-    if (auto const status = StreamStatusOf(tree)) {
+    if (status) {
         m_host.SetBufferStatus(dataId, *status);
     }
-    if (auto const block = SettingsBlockOf(tree, m_host.Now())) {
+    if (block) {
         m_host.PutBlock(dataId, *block);
     }
 }

@@ -7,12 +7,14 @@
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CString.h>
+#include <VordalDataBlocksR/CDataBlock.h>
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 
 namespace vordal {
@@ -73,8 +75,9 @@ private:
     /// Runs the task on the host thread unless the port is gone by then.
     void PostToHost(std::function<void()> task);
     void TellDevices(LinkStatus const& status);
-    /// What the tree tells of the device's data stream goes into its buffer; see settings_data.h.
-    void PutStreamData(BaseDevice const& device, CAttributeMap const& tree);
+    /// Puts what the sonar told of its data stream into the device's buffer, if the device is a sonar.
+    void PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,
+                       std::optional<CDataBlock> const& block);
     void CountUndelivered(std::size_t bytes);
     void CountDelivered(std::size_t bytes);
 
@@ -85,6 +88,7 @@ private:
     std::shared_ptr<int> m_life = std::make_shared<int>(0);
     /// Host thread alone.
     bool m_devicesConnected = false;
+    bool m_settingsTold = false; ///< in this connection
     /// Link thread alone.
     bool m_damageTold = false;
     std::atomic<std::uint64_t> m_droppedTrees{0};

@@ -1,0 +1,397 @@
+// Sonars that ping in turn: from settings data to the next ping, pauses, waiting; and the bare programs beside them.
+#include "stage.h"
+
+#include <HalvaneX5InterfaceR/QX5Device.h>
+#include <VordalAttributesR/CVordalType.h>
+#include <VordalDataBlocksR/CDataBlock.h>
+#include <protocol/bytes.h>
+
+#include <sys/prctl.h>
+#include <time.h>
+
+#include <array>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace bench {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t pingBytes = 92;
+constexpr std::size_t pingRateBytes = 96;
+constexpr auto pause = std::chrono::milliseconds(160);
+
+CDataId IdOf(std::size_t sonar)
+{
+    return CDataId(1, 78, static_cast<unsigned short>(100 + sonar), 1);
+}
+
+/// Range 100 m at 1500 m/s.
+CDataBlock SettingsBlock()
+{
+    std::array<unsigned char, 4> range{};
+    qx5::protocol::PutF32LE(range, 0, 100.0F);
+    std::array<unsigned char, 8> soundSpeed{};
+    qx5::protocol::PutF64LE(soundSpeed, 0, 1500.0);
+    CDataBlock block;
+    block.AddItem(699, DATA_FLOAT, range, 4, 0);
+    block.AddItem(401, DATA_DOUBLE, soundSpeed, 8, 0);
+    return block;
+}
+
+/// Notes when each sonar was last told to ping.
+class PingTimes final : public vordal::SonarTraffic {
+public:
+    explicit PingTimes(std::size_t sonars) : m_pinged(sonars) {}
+
+    bool SendRemoteControl(Sender const&, std::uint32_t, std::span<unsigned char const>, int, int) override
+    {
+        return true;
+    }
+    bool AskForRecord(Sender const&, std::uint32_t, int, int) override { return true; }
+    bool SendData(Sender const&, std::uint32_t, std::span<unsigned char const>, double, int, int) override
+    {
+        return true;
+    }
+    bool SendRaw(Sender const& sender, std::string_view frame, bool) override
+    {
+        auto const now = Clock::now();
+        if (frame.size() == pingBytes) {
+            {
+                std::lock_guard const lock(m_mutex);
+                m_pinged[static_cast<std::size_t>(sender.device.GetDeviceNum()) - 100] = now;
+                ++m_count;
+            }
+            m_changed.notify_one();
+        }
+        return true;
+    }
+
+    void WaitFor(std::size_t pings)
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [&] { return m_count >= pings; });
+    }
+    std::size_t Count()
+    {
+        std::lock_guard const lock(m_mutex);
+        return m_count;
+    }
+    Clock::time_point PingedAt(std::size_t sonar)
+    {
+        std::lock_guard const lock(m_mutex);
+        return m_pinged[sonar];
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<Clock::time_point> m_pinged;
+    std::size_t m_count = 0;
+};
+
+/// Sonars under ping control for the time of one case. A port for each, or none.
+class ControlledSonars {
+public:
+    ControlledSonars(Stage& stage, vordal::SonarTraffic& traffic, std::size_t sonars, std::size_t groups,
+                     double overhead, std::vector<BaseIOHandler*> const& ports = {})
+        : m_stage(stage)
+    {
+        stage.Host().RunAndWait([&] {
+            auto& host = stage.Host();
+            host.SetMainWindow(true);
+            host.SetTraffic(&traffic);
+            for (std::size_t i = 0; i < sonars; ++i) {
+                m_devices.push_back(host.AddDevice(std::make_unique<QX5Device>(), IdOf(i)));
+                CAttributeMap tree;
+                tree.Add(L"PingMode", CVordalInt(1), 0);
+                tree.Add(L"SonarGroupId", CVordalInt(static_cast<int>(i % groups)), 0);
+                tree.Add(L"Overhead", CVordalDouble(overhead), 0);
+                tree.Add(L"DeviceId", CVordalInt(7125), 0);
+                host.ReplaceAttributes(*m_devices.back(), tree);
+                if (i < ports.size()) {
+                    host.SetPort(*m_devices.back(), ports[i]);
+                }
+            }
+            stage.PlugIn().DiscoverSonars();
+        });
+    }
+    ControlledSonars(ControlledSonars const&) = delete;
+    ControlledSonars& operator=(ControlledSonars const&) = delete;
+    ~ControlledSonars()
+    {
+        m_stage.Host().RunAndWait([this] {
+            m_stage.PlugIn().ReleaseSonars();
+            for (Device* const device : m_devices) {
+                m_stage.Host().RemoveDevice(device);
+            }
+            m_stage.Host().SetTraffic(nullptr);
+        });
+    }
+
+    /// Settings data of one sonar, on this thread.
+    void Data(std::size_t sonar) { m_stage.Host().PutBlock(IdOf(sonar), m_block); }
+
+private:
+    Stage& m_stage;
+    CDataBlock const m_block = SettingsBlock();
+    std::vector<Device*> m_devices;
+};
+
+/// One sonar's connection with nothing at the far end but the socket.
+struct Connection {
+    explicit Connection(Stage& stage)
+    {
+        vordal::LinkOptions options;
+        options.host = "127.0.0.1";
+        options.port = listener.Port();
+        port = std::make_unique<vordal::X5Port>(stage.Host(), stage.LinkThread(), L"port", options);
+        port->Open();
+        farEnd = listener.Accept();
+        while (!port->GetLink().IsConnected()) {
+            std::this_thread::yield();
+        }
+    }
+    Connection(Connection const&) = delete;
+    Connection& operator=(Connection const&) = delete;
+    ~Connection()
+    {
+        port->Close();
+        CloseSocket(farEnd);
+    }
+
+    Listener listener;
+    std::unique_ptr<vordal::X5Port> port;
+    int farEnd = -1;
+};
+
+void WakeOnTime()
+{
+    prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
+}
+
+/// A thread that waits to be told a moment, and then does something at it.
+class BareThread {
+public:
+    explicit BareThread(std::function<void(Clock::time_point)> work)
+        : m_work(std::move(work)), m_thread([this] { Run(); })
+    {
+    }
+    BareThread(BareThread const&) = delete;
+    BareThread& operator=(BareThread const&) = delete;
+    ~BareThread()
+    {
+        {
+            std::lock_guard const lock(m_mutex);
+            m_ended = true;
+        }
+        m_wake.notify_one();
+        m_thread.join();
+    }
+
+    void Tell(Clock::time_point moment)
+    {
+        {
+            std::lock_guard const lock(m_mutex);
+            m_moment = moment;
+            m_told = true;
+        }
+        m_wake.notify_one();
+    }
+
+private:
+    void Run()
+    {
+        WakeOnTime();
+        std::unique_lock lock(m_mutex);
+        for (;;) {
+            m_wake.wait(lock, [this] { return m_told || m_ended; });
+            if (m_ended) {
+                return;
+            }
+            m_told = false;
+            auto const moment = m_moment;
+            lock.unlock();
+            m_work(moment);
+            lock.lock();
+        }
+    }
+
+    std::function<void(Clock::time_point)> const m_work;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    bool m_told = false;
+    bool m_ended = false;
+    Clock::time_point m_moment;
+    std::thread m_thread;
+};
+
+void SleepUntil(Clock::time_point moment)
+{
+    auto const since = std::chrono::duration_cast<std::chrono::nanoseconds>(moment.time_since_epoch()).count();
+    timespec const deadline{static_cast<time_t>(since / 1000000000), static_cast<long>(since % 1000000000)};
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) != 0) {
+    }
+}
+
+double Nanoseconds(Clock::duration duration)
+{
+    return std::chrono::duration<double, std::nano>(duration).count();
+}
+
+/// So many groups of one sonar each, `samples` pings in all.
+void MeasurePauses(Stage& stage, std::size_t groups, std::size_t samples, std::vector<double>& nanoseconds)
+{
+    PingTimes times(groups);
+    ControlledSonars sonars(stage, times, groups, groups, 120.0);
+    for (std::size_t i = 0; i < groups; ++i) {
+        sonars.Data(i); // joins, and pings at once
+    }
+    times.WaitFor(groups);
+    std::vector<Clock::time_point> arrived(groups);
+    for (std::size_t taken = 0; taken < samples; taken += groups) {
+        std::size_t const before = times.Count();
+        for (std::size_t i = 0; i < groups; ++i) {
+            arrived[i] = Clock::now();
+            sonars.Data(i);
+        }
+        times.WaitFor(before + groups);
+        for (std::size_t i = 0; i < groups; ++i) {
+            auto const late = Nanoseconds(times.PingedAt(i) - (arrived[i] + pause));
+            if (late < 0.0) {
+                std::fprintf(stderr, "a ping was early by %.0f ns\n", -late);
+            }
+            nanoseconds.push_back(late);
+        }
+    }
+}
+
+/// The same with nothing but threads that sleep until an absolute deadline.
+void MeasureSleeps(std::size_t threads, std::size_t samples, std::vector<double>& nanoseconds)
+{
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::size_t awake = 0;
+    std::vector<Clock::time_point> woken(threads);
+    std::vector<std::unique_ptr<BareThread>> sleepers;
+    for (std::size_t i = 0; i < threads; ++i) {
+        sleepers.push_back(std::make_unique<BareThread>([&, i](Clock::time_point moment) {
+            SleepUntil(moment);
+            auto const now = Clock::now();
+            {
+                std::lock_guard const lock(mutex);
+                woken[i] = now;
+                ++awake;
+            }
+            changed.notify_one();
+        }));
+    }
+    std::vector<Clock::time_point> told(threads);
+    for (std::size_t taken = 0; taken < samples; taken += threads) {
+        for (std::size_t i = 0; i < threads; ++i) {
+            told[i] = Clock::now();
+            sleepers[i]->Tell(told[i] + pause);
+        }
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [&] { return awake == threads; });
+        awake = 0;
+        for (std::size_t i = 0; i < threads; ++i) {
+            nanoseconds.push_back(Nanoseconds(woken[i] - (told[i] + pause)));
+        }
+    }
+}
+
+} // namespace
+
+std::vector<Case> SequencingCases(Stage& stage)
+{
+    std::vector<Case> cases;
+    cases.push_back({"data-to-ping",
+                     "settings data of one sonar of two, told on this thread, until the 92 bytes of the other's ping were "
+                     "read at its far end; overhead 0",
+                     300, [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+                         std::array<std::unique_ptr<Connection>, 2> connections;
+                         std::vector<BaseIOHandler*> ports;
+                         for (auto& connection : connections) {
+                             connection = std::make_unique<Connection>(stage);
+                             ports.push_back(connection->port.get());
+                         }
+                         {
+                             vordal::LiveTraffic live;
+                             ControlledSonars sonars(stage, live, 2, 1, 0.0, ports);
+                             std::array<unsigned char, pingRateBytes> bytes{};
+                             sonars.Data(0);
+                             ReadAll(connections[0]->farEnd, bytes);
+                             ReadAll(connections[0]->farEnd, std::span(bytes).first(pingBytes));
+                             sonars.Data(1);
+                             ReadAll(connections[1]->farEnd, bytes);
+                             for (std::size_t i = 0; i < samples; ++i) {
+                                 std::size_t const awaited = i % 2;
+                                 Time(1, 1, nanoseconds, [&] {
+                                     sonars.Data(awaited);
+                                     ReadAll(connections[1 - awaited]->farEnd, std::span(bytes).first(pingBytes));
+                                 });
+                             }
+                         }
+                         // Ports go on the host thread, where what they posted has run.
+                         stage.Host().RunAndWait([&] { connections = {}; });
+                     }});
+    cases.push_back({"bare-hand-over",
+                     "bare program: a moment handed to another thread, which sends 92 bytes on loopback, until they were "
+                     "read at the far end",
+                     300, [](std::size_t samples, std::vector<double>& nanoseconds) {
+                         Pair pair;
+                         std::array<unsigned char, pingBytes> const frame{};
+                         BareThread thread([&](Clock::time_point) { SendAll(pair.near, frame); });
+                         std::array<unsigned char, pingBytes> bytes{};
+                         for (std::size_t i = 0; i < samples; ++i) {
+                             Time(1, 1, nanoseconds, [&] {
+                                 thread.Tell(Clock::now());
+                                 ReadAll(pair.far, bytes);
+                             });
+                         }
+                     }});
+    cases.push_back({"pause-late", "how late a ping is after a pause of 160 ms from the settings data on", 10,
+                     [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+                         MeasurePauses(stage, 1, samples, nanoseconds);
+                     }});
+    cases.push_back({"bare-sleep-late", "bare program: how late a thread wakes from a sleep until an absolute deadline", 10,
+                     [](std::size_t samples, std::vector<double>& nanoseconds) {
+                         MeasureSleeps(1, samples, nanoseconds);
+                     }});
+    cases.push_back({"pauses-of-16-late", "the same for the pings of 16 groups at once, 1,120 in all", 112,
+                     [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+                         MeasurePauses(stage, 16, samples, nanoseconds);
+                     }});
+    cases.push_back({"bare-sleeps-of-16-late", "bare program: the same for 16 threads at once", 112,
+                     [](std::size_t samples, std::vector<double>& nanoseconds) {
+                         MeasureSleeps(16, samples, nanoseconds);
+                     }});
+    cases.push_back({"groups-waiting-64", "processor time of the whole process in one second in which 64 groups wait", 1,
+                     [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+                         constexpr std::size_t groups = 64;
+                         PingTimes times(groups);
+                         ControlledSonars sonars(stage, times, groups, groups, 0.0);
+                         for (std::size_t i = 0; i < groups; ++i) {
+                             sonars.Data(i);
+                         }
+                         times.WaitFor(groups);
+                         auto const processorTime = [] {
+                             timespec time{};
+                             clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+                             return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+                         };
+                         for (std::size_t i = 0; i < samples; ++i) {
+                             std::this_thread::sleep_for(std::chrono::milliseconds(10)); // all are at rest
+                             double const before = processorTime();
+                             std::this_thread::sleep_for(std::chrono::seconds(1));
+                             nanoseconds.push_back(processorTime() - before);
+                         }
+                     }});
+    return cases;
+}
+
+} // namespace bench

@@ -1,0 +1,257 @@
+// `qx5 run --demo sequencing`: several simulated sonars whose groups ping in turn, as a timeline.
+#include "cli/demos/demos.h"
+#include "cli/session.h"
+#include "reference_host/host/host.h"
+#include "reference_host/link/live_traffic.h"
+#include "reference_host/link/x5_port.h"
+#include "reference_host/loader/plugin_loader.h"
+
+#include <simulator/sonar_server.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <VordalAttributesR/CVordalType.h>
+#include <fmt/format.h>
+#include <protocol/records/shared_keys.h>
+#include <protocol/settings_keys.h>
+#include <protocol/utf8.h>
+
+namespace qx5::cli {
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::uint32_t pingCommand = 1107;
+
+/// What one sonar is set to; those beyond the list begin it anew.
+struct Setting {
+    double range;      ///< m
+    double soundSpeed; ///< m/s
+    double overhead;   ///< percent
+};
+constexpr std::array<Setting, 5> settings{
+    {{100.0, 1500.0, 120.0}, {30.0, 1480.0, 100.0}, {200.0, 1520.0, 100.0}, {50.0, 1450.0, 150.0}, {75.0, 1500.0, 0.0}}};
+
+Setting const& SettingOf(int sonar)
+{
+    return settings[static_cast<std::size_t>(sonar) % settings.size()];
+}
+
+/// Prints what happens as it happens, each sonar in a column of its own. Any thread.
+class Timeline {
+public:
+    Timeline(int sonars, int groups)
+        : m_groups(groups), m_lastData(static_cast<std::size_t>(groups)), m_columns(static_cast<std::size_t>(sonars), '.')
+    {
+    }
+
+    static char Letter(int sonar) { return static_cast<char>('A' + sonar); }
+    int Group(int sonar) const { return sonar % m_groups; }
+
+    void OnSonar(int sonar, simulator::SonarEvent const& event)
+    {
+        auto const now = Clock::now();
+        std::lock_guard const lock(m_mutex);
+        auto& lastData = m_lastData[static_cast<std::size_t>(Group(sonar))];
+        if (event.kind == simulator::EventKind::Record && event.record->id == pingCommand) {
+            std::string text = fmt::format("{} pings", Letter(sonar));
+            if (lastData) {
+                text += fmt::format(", {:.1f} ms after the echoes of {}",
+                                    std::chrono::duration<double, std::milli>(now - lastData->time).count(),
+                                    Letter(lastData->sonar));
+            }
+            Print(now, sonar, Letter(sonar), text);
+        } else if (event.kind == simulator::EventKind::Echoed) {
+            lastData = LastData{now, sonar};
+            Print(now, sonar, '|',
+                  fmt::format("its echoes are in: {:.1f} ms for {:g} m", event.pingTravelTime * 1000.0, event.pingRange));
+        }
+    }
+
+    void Tell(std::string const& text)
+    {
+        std::lock_guard const lock(m_mutex);
+        fmt::print("\n{}\n\n", text);
+        std::fflush(stdout);
+    }
+
+private:
+    struct LastData {
+        Clock::time_point time;
+        int sonar;
+    };
+
+    void Print(Clock::time_point now, int sonar, char mark, std::string const& text)
+    {
+        std::string columns = m_columns;
+        columns[static_cast<std::size_t>(sonar)] = mark;
+        fmt::print("{:8.3f} s  {}  group {}  {}\n", std::chrono::duration<double>(now - m_begin).count(), columns,
+                   Group(sonar) + 1, text);
+        std::fflush(stdout);
+    }
+
+    Clock::time_point const m_begin = Clock::now();
+    int const m_groups;
+    std::mutex m_mutex;
+    std::vector<std::optional<LastData>> m_lastData; ///< by group
+    std::string const m_columns;
+};
+
+/// The sonars, the host with the plug-in, and the connections between them.
+class Fleet {
+public:
+    Fleet(Timeline& timeline, int sonars) : m_timeline(timeline), m_sonars(sonars)
+    {
+        m_host.SetTraffic(&m_traffic);
+        m_host.SetMainWindow(true); // this terminal
+        m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    }
+    Fleet(Fleet const&) = delete;
+    Fleet& operator=(Fleet const&) = delete;
+    ~Fleet()
+    {
+        // First the turns, then the connections, the devices, and the code that they are made of.
+        m_host.RunAndWait([this] {
+            if (m_plugin != nullptr) {
+                m_plugin->ReleaseSonars();
+            }
+        });
+        for (auto const& port : m_ports) {
+            port->Close();
+        }
+        m_host.RunAndWait([this] { m_host.RemoveAllDevices(); });
+        m_host.Stop();
+        m_ports.clear();
+        m_plugin.reset();
+    }
+
+    /// False, and why, when a sonar or the plug-in cannot be had.
+    bool Begin(std::string const& plugin, std::string& error)
+    {
+        m_host.RunAndWait([&] {
+            m_plugin = vordal::PlugIn::Load(plugin, error);
+            if (m_plugin != nullptr) {
+                m_plugin->RegisterDevices();
+            }
+        });
+        if (m_plugin == nullptr) {
+            return false;
+        }
+        for (int sonar = 0; sonar < m_sonars; ++sonar) {
+            if (!AddSonar(sonar, error)) {
+                return false;
+            }
+        }
+        // Discovery comes with the templates, once the devices are there.
+        m_host.RunAndWait([this] { m_plugin->InitializeTemplates(m_host.Application()); });
+        for (auto const& port : m_ports) {
+            port->Open();
+        }
+        return true;
+    }
+
+    void Command(int sonar, std::string_view line)
+    {
+        std::string answer;
+        m_servers[static_cast<std::size_t>(sonar)]->Command(line, answer);
+    }
+    void SetBufferStatus(int sonar, unsigned short status) { m_host.SetBufferStatus(IdOf(sonar), status); }
+
+private:
+    static CDataId IdOf(int sonar) { return CDataId(1, 78, static_cast<unsigned short>(sonar + 1), 1); }
+
+    bool AddSonar(int sonar, std::string& error)
+    {
+        Setting const& setting = SettingOf(sonar);
+        m_servers.push_back(std::make_unique<simulator::SonarServer>(
+            simulator::ServerOptions(),
+            [this, sonar](simulator::SonarEvent const& event) { m_timeline.OnSonar(sonar, event); }));
+        if (auto const problem = m_servers.back()->Start()) {
+            error = problem->text;
+            return false;
+        }
+        Command(sonar, fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5Range.text), setting.range));
+        Command(sonar,
+                fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5SoundVelocity.text), setting.soundSpeed));
+        vordal::LinkOptions options;
+        options.host = "127.0.0.1";
+        options.port = m_servers.back()->Port();
+        CString const name(L"port-" + std::to_wstring(sonar + 1));
+        m_ports.push_back(std::make_unique<vordal::X5Port>(m_host, m_linkThread, name, options));
+        m_host.RunAndWait([&] {
+            auto* const device =
+                m_host.AddDevice(m_host.MakeDevice(L"QX5SonarConfigurationControlDevice"), IdOf(sonar), L"sonar");
+            if (device == nullptr) {
+                error = "the plug-in does not offer the sonar's device class";
+                return;
+            }
+            CAttributeMap tree;
+            tree.Add(AttributeKey(protocol::keys::PingMode.text), CVordalInt(1), 0);
+            tree.Add(AttributeKey(protocol::keys::SonarGroupId.text), CVordalInt(m_timeline.Group(sonar) + 1), 0);
+            tree.Add(AttributeKey(protocol::keys::Overhead.text), CVordalDouble(setting.overhead), 0);
+            tree.Add(AttributeKey(protocol::keys::DeviceId.text), CVordalInt(simulator::model::DeviceId), 0);
+            tree.Add(AttributeKey(protocol::keys::DeviceEnum.text), CVordalInt(0), 0);
+            m_host.ReplaceAttributes(*device, tree);
+            device->SetPortName(name);
+            m_host.SetPort(*device, m_ports.back().get());
+        });
+        return error.empty();
+    }
+
+    Timeline& m_timeline;
+    int const m_sonars;
+    std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
+    vordal::LiveTraffic m_traffic;
+    vordal::Host m_host{vordal::Threading::Threaded};
+    vordal::LinkThread m_linkThread;
+    std::unique_ptr<vordal::PlugIn> m_plugin;
+    std::vector<std::unique_ptr<vordal::X5Port>> m_ports;
+};
+
+} // namespace
+
+int SequencingDemo(RunOptions const& options)
+{
+    int const groups = std::min(options.groups, options.sonars);
+    fmt::print("Sonars of one group take turns; the pause after a ping is its travel time and an overhead.\n\n");
+    Timeline timeline(options.sonars, groups);
+    for (int sonar = 0; sonar < options.sonars; ++sonar) {
+        Setting const& setting = SettingOf(sonar);
+        double const travel = 2.0 * setting.range / setting.soundSpeed * 1000.0;
+        fmt::print("  {}  group {}  {:g} m at {:g} m/s: {:.1f} ms there and back, {:g} % of it as a pause: {:.0f} ms\n",
+                   Timeline::Letter(sonar), timeline.Group(sonar) + 1, setting.range, setting.soundSpeed, travel,
+                   setting.overhead, std::floor(travel * setting.overhead / 100.0 + 0.5));
+    }
+    fmt::print("\nA letter: that sonar pings; |: its echoes are in.\n\n");
+    Fleet fleet(timeline, options.sonars);
+    std::string error;
+    if (!fleet.Begin(PluginPath(options.plugin), error)) {
+        return Complain(ExitFailed, error);
+    }
+    std::this_thread::sleep_for(2s);
+    timeline.Tell("A falls silent: its group waits for it.");
+    fleet.Command(0, "misbehave silent");
+    std::this_thread::sleep_for(1500ms);
+    timeline.Tell("The host finds A's data stream gone: its group goes on without A.");
+    fleet.SetBufferStatus(0, 1);
+    std::this_thread::sleep_for(1500ms);
+    timeline.Tell("A is back.");
+    fleet.Command(0, "behave");
+    fleet.SetBufferStatus(0, 0);
+    std::this_thread::sleep_for(1500ms);
+    timeline.Tell("The turns end.");
+    return ExitGood;
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,47 @@
+// Fuzzes the reader of scenario files: any bytes give scenarios or one line that says where and why not.
+#include "cli/scenario/json_parser.h"
+#include "cli/scenario/scenario_reader.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+namespace {
+
+using namespace qx5::cli;
+
+void CheckMessage(InvalidScenario const& failure)
+{
+    std::string_view const reason = failure.what();
+    if (reason.empty() || reason.find('\n') != std::string_view::npos || failure.Path().find('\n') != std::string::npos)
+        std::abort();
+}
+
+void Read(JsonValue const& value, JsonPath const& path)
+{
+    try {
+        ReadScenario(value, path);
+    } catch (InvalidScenario const& failure) {
+        CheckMessage(failure);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    JsonValue document;
+    try {
+        document = ParseJson(std::string_view(reinterpret_cast<char const*>(data), size));
+    } catch (InvalidScenario const& failure) {
+        CheckMessage(failure);
+        return 0;
+    }
+    JsonPath const root;
+    if (!document.Is(JsonValue::Kind::Array))
+        Read(document, root);
+    for (std::size_t i = 0; i < document.items.size(); ++i)
+        Read(document.items[i], JsonPath(root, i));
+    return 0;
+}

@@ -1,0 +1,168 @@
+// What the tests of sequencing play on: sonars under ping control behind a scripted connection or on real sockets.
+#pragma once
+
+#include "sequencing/PingGroup.h"
+#include "sequencing/QX5SonarConfigurationInfo.h"
+
+#include <reference_host/host/clock.h>
+#include <reference_host/host/host.h>
+#include <reference_host/link/live_traffic.h>
+#include <reference_host/link/x5_port.h>
+#include <simulator/sonar_server.h>
+
+#include <VordalDataBlocksR/CDataBlock.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace qx5::test {
+
+using Clock = std::chrono::steady_clock;
+
+/// How long a condition may take on any machine under any sanitizer.
+inline constexpr std::chrono::seconds patience{60};
+
+/// Where the host's clock stands: 2023-11-14 22:13:20 UTC.
+inline constexpr double standingTime = 1700000000.0;
+
+/// How a sonar is set up. The first has the id 1.78.1.1 and the letter A, the next 1.78.2.1 and B.
+struct SonarSetup
+{
+    int group = 1;
+    double overhead = 0.0; ///< percent
+    double range = 5.0;    ///< m; of a simulated sonar
+    double soundSpeed = 1500.0;
+};
+
+CDataId IdOfSonar(std::size_t index);
+CAttributeMap AttributesOf(SonarSetup const& setup, std::size_t index);
+/// Settings data with a range as item 699, and a sound speed.
+CDataBlock SettingsBlock(double range, double soundSpeed = 1500.0);
+
+/// One record that reached a sonar.
+struct Arrival
+{
+    std::size_t sonar = 0;
+    std::uint32_t command = 0; ///< 1107 for a ping
+    std::string frame;
+    Clock::time_point time;
+};
+
+/// What reached the sonars, in order. Any thread.
+class Arrivals
+{
+public:
+    void Add(Arrival arrival);
+    std::vector<Arrival> All() const;
+    /// "ABAB": who pinged, in order.
+    std::string Pings() const;
+    std::size_t PingCount(std::size_t sonar) const;
+    /// False when there are fewer pings in all once patience is over.
+    bool WaitForPings(std::size_t count) const;
+    bool WaitForPingsOf(std::size_t sonar, std::size_t count) const;
+
+private:
+    template <typename Condition>
+    bool WaitFor(Condition condition) const;
+
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_changed;
+    std::vector<Arrival> m_arrivals;
+};
+
+/// Keeps what is sent and lets the test answer from within the send.
+class ScriptedTraffic final : public vordal::SonarTraffic
+{
+public:
+    explicit ScriptedTraffic(Arrivals& arrivals) : m_arrivals(arrivals) {}
+
+    /// Called on the sender's thread for each ping, before it is noted. Set before the discovery.
+    std::function<void(std::size_t sonar)> onPing;
+
+    bool SendRemoteControl(Sender const&, std::uint32_t, std::span<unsigned char const>, int, int) override
+    {
+        return false;
+    }
+    bool AskForRecord(Sender const&, std::uint32_t, int, int) override { return false; }
+    bool SendData(Sender const&, std::uint32_t, std::span<unsigned char const>, double, int, int) override
+    {
+        return false;
+    }
+    bool SendRaw(Sender const& sender, std::string_view bytes, bool flag) override;
+
+private:
+    Arrivals& m_arrivals;
+};
+
+/// A host with a main window and sonars whose connection the test scripts. Discovers nothing by itself.
+class ScriptedFleet
+{
+public:
+    explicit ScriptedFleet(std::vector<SonarSetup> const& sonars);
+    ScriptedFleet(ScriptedFleet const&) = delete;
+    ScriptedFleet& operator=(ScriptedFleet const&) = delete;
+    ~ScriptedFleet();
+
+    QX5SonarConfigurationInfo& Info() { return QX5SonarConfigurationInfo::Instance(); }
+    /// Settings data of a sonar, on this thread.
+    void Data(std::size_t sonar, double range = 100.0) { host.PutBlock(IdOfSonar(sonar), SettingsBlock(range)); }
+    void Status(std::size_t sonar, unsigned short status) { host.SetBufferStatus(IdOfSonar(sonar), status); }
+
+    Arrivals arrivals;
+    vordal::FixedClock clock{standingTime};
+    ScriptedTraffic traffic{arrivals};
+    vordal::Host host{vordal::Threading::Inline};
+};
+
+/// A threaded host with simulated sonars on real sockets. Connects them one after the other, so that they join their
+/// groups in order; discovery comes first.
+class LiveFleet
+{
+public:
+    explicit LiveFleet(std::vector<SonarSetup> const& sonars);
+    LiveFleet(LiveFleet const&) = delete;
+    LiveFleet& operator=(LiveFleet const&) = delete;
+    ~LiveFleet();
+
+    /// A command that must be taken.
+    void Command(std::size_t sonar, std::string_view line);
+    void Data(std::size_t sonar, double range = 100.0) { host.PutBlock(IdOfSonar(sonar), SettingsBlock(range)); }
+    void Status(std::size_t sonar, unsigned short status) { host.SetBufferStatus(IdOfSonar(sonar), status); }
+    /// When the echoes of the sonar's pings were in, in order.
+    std::vector<Clock::time_point> Echoes(std::size_t sonar) const;
+
+    Arrivals arrivals;
+    vordal::FixedClock clock{standingTime};
+    vordal::LiveTraffic traffic;
+    vordal::Host host{vordal::Threading::Threaded};
+
+private:
+    mutable std::mutex m_echoMutex;
+    std::vector<std::vector<Clock::time_point>> m_echoes;
+    vordal::LinkThread m_linkThread;
+    std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
+    std::vector<std::unique_ptr<vordal::X5Port>> m_ports;
+};
+
+/// Asks again and again until it holds; false when patience is over.
+template <typename Condition>
+bool Eventually(Condition condition)
+{
+    auto const deadline = Clock::now() + patience;
+    while (!condition()) {
+        if (Clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+} // namespace qx5::test

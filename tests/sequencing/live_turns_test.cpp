@@ -1,0 +1,188 @@
+// Tests of turns on real sockets: simulated sonars that answer, fall silent, go and come back.
+#include "fleet.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <random>
+
+namespace qx5::test {
+namespace {
+
+TEST(LiveTurns, TwoSonarsAlternateOverFortyPings)
+{
+    LiveFleet fleet(std::vector<SonarSetup>(2));
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(42));
+    // A begins; it may have another turn before B has joined.
+    std::string const pings = fleet.arrivals.Pings();
+    ASSERT_EQ(pings.front(), 'A');
+    std::string const turns = pings.substr(pings.find('B') - 1, 40);
+    for (std::size_t i = 0; i < turns.size(); ++i) {
+        EXPECT_EQ(turns[i], i % 2 == 0 ? 'A' : 'B') << turns;
+    }
+}
+
+TEST(LiveTurns, EachSonarIsSilencedOnceBeforeItsFirstPingAndPingsWithTheSameBytes)
+{
+    LiveFleet fleet(std::vector<SonarSetup>(2));
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(8));
+    std::array<std::vector<Arrival>, 2> of;
+    for (Arrival const& arrival : fleet.arrivals.All()) {
+        of[arrival.sonar].push_back(arrival);
+    }
+    for (auto const& arrivals : of) {
+        ASSERT_GE(arrivals.size(), 2U);
+        EXPECT_EQ(arrivals[0].command, 1004U);
+        EXPECT_EQ(arrivals[0].frame.size(), 96U);
+        for (std::size_t i = 1; i < arrivals.size(); ++i) {
+            EXPECT_EQ(arrivals[i].command, 1107U);
+            EXPECT_EQ(arrivals[i].frame, arrivals[1].frame);
+            EXPECT_EQ(arrivals[i].frame.size(), 92U);
+            // 2023-11-14 22:13:20 UTC.
+            EXPECT_EQ(arrivals[i].frame.substr(20, 10), std::string("\xe7\x07\x3e\x01\x00\x00\xa0\x41\x16\x0d", 10));
+        }
+    }
+}
+
+TEST(LiveTurns, ThePauseIsThatOfTheSonarThatPinged)
+{
+    LiveFleet fleet({{.overhead = 100.0, .range = 30.0}, {.overhead = 100.0, .range = 300.0}});
+    ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(1, 3));
+    auto const arrivals = fleet.arrivals.All();
+    std::vector<Arrival> pings;
+    std::copy_if(arrivals.begin(), arrivals.end(), std::back_inserter(pings),
+                 [](Arrival const& arrival) { return arrival.command == 1107; });
+    // The data leave the sonar after the last echo, and the next ping comes no earlier than the pause after them.
+    std::array<std::size_t, 2> number{};
+    for (std::size_t i = 0; i + 1 < pings.size(); ++i) {
+        auto const sonar = pings[i].sonar;
+        auto const echoes = fleet.Echoes(sonar);
+        ASSERT_GT(echoes.size(), number[sonar]);
+        EXPECT_GE(pings[i + 1].time - echoes[number[sonar]], std::chrono::milliseconds(sonar == 0 ? 40 : 400));
+        ++number[sonar];
+    }
+}
+
+TEST(LiveTurns, ThePauseIsNeverCutShort)
+{
+    LiveFleet fleet({{.overhead = 120.0, .range = 100.0}});
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(4));
+    auto const echoes = fleet.Echoes(0);
+    std::vector<Clock::time_point> pings;
+    for (Arrival const& arrival : fleet.arrivals.All()) {
+        if (arrival.command == 1107) {
+            pings.push_back(arrival.time);
+        }
+    }
+    for (std::size_t i = 0; i + 1 < pings.size(); ++i) {
+        EXPECT_GE(pings[i + 1] - echoes[i], std::chrono::milliseconds(160));
+    }
+}
+
+TEST(LiveTurns, ASilentSonarStallsItsOwnGroupAlone)
+{
+    LiveFleet fleet({{.group = 1}, {.group = 1}, {.group = 2}, {.group = 2}});
+    fleet.Command(0, "misbehave silent");
+    // A is awaited as soon as it has pinged twice more at the most.
+    auto const isStalled = [&] {
+        auto const a = fleet.arrivals.PingCount(0);
+        auto const b = fleet.arrivals.PingCount(1);
+        auto const c = fleet.arrivals.PingCount(2);
+        return fleet.arrivals.WaitForPingsOf(2, c + 20) && fleet.arrivals.PingCount(0) == a &&
+               fleet.arrivals.PingCount(1) == b;
+    };
+    ASSERT_TRUE(Eventually(isStalled));
+    auto const before = fleet.arrivals.PingCount(0) + fleet.arrivals.PingCount(1);
+    ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(2, fleet.arrivals.PingCount(2) + 100));
+    EXPECT_EQ(fleet.arrivals.PingCount(0) + fleet.arrivals.PingCount(1), before);
+    // It tells of itself again: one settings report, and the turns go on.
+    fleet.Command(0, "behave");
+    fleet.Command(0, "ping");
+    EXPECT_TRUE(fleet.arrivals.WaitForPingsOf(1, fleet.arrivals.PingCount(1) + 3));
+}
+
+TEST(LiveTurns, AnAwaitedSonarThatGoesFreesTheOther)
+{
+    LiveFleet fleet(std::vector<SonarSetup>(2));
+    fleet.Command(0, "misbehave answer-late 600000");
+    // Its next answer stays out, so that the turns come to rest with A.
+    fleet.Status(0, 1);
+    // A ping of A may have been on its way.
+    ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(1, fleet.arrivals.PingCount(1) + 2));
+    auto const before = fleet.arrivals.PingCount(0);
+    ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(1, fleet.arrivals.PingCount(1) + 10));
+    EXPECT_EQ(fleet.arrivals.PingCount(0), before);
+}
+
+TEST(LiveTurns, ASonarTellsThatItsStreamIsNotWell)
+{
+    LiveFleet fleet(std::vector<SonarSetup>(2));
+    fleet.Command(1, "buffer-status 3");
+    ASSERT_TRUE(Eventually([&] {
+        auto const b = fleet.arrivals.PingCount(1);
+        return fleet.arrivals.WaitForPingsOf(0, fleet.arrivals.PingCount(0) + 10) && fleet.arrivals.PingCount(1) == b;
+    }));
+    auto const b = fleet.arrivals.PingCount(1);
+    fleet.Command(1, "buffer-status 0");
+    EXPECT_TRUE(fleet.arrivals.WaitForPingsOf(1, b + 5));
+}
+
+TEST(LiveTurns, EightGroupsStopWhileTheyWait)
+{
+    std::vector<SonarSetup> sonars;
+    for (int group = 0; group < 8; ++group) {
+        sonars.push_back({.group = group});
+    }
+    LiveFleet fleet(sonars);
+    for (std::size_t i = 0; i < sonars.size(); ++i) {
+        ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(i, 1));
+        fleet.Command(i, "misbehave silent");
+    }
+    auto const begin = Clock::now();
+    fleet.host.RunAndWait([] { QX5SonarConfigurationInfo::Instance().Exit(); });
+    auto const took = Clock::now() - begin;
+    RecordProperty("stopMicroseconds",
+                   static_cast<int>(std::chrono::duration_cast<std::chrono::microseconds>(took).count()));
+    EXPECT_LT(took, patience);
+}
+
+TEST(LiveTurns, EverySonarPingsAgainAfterAThousandRandomNotifications)
+{
+    LiveFleet fleet({{.group = 1}, {.group = 1}, {.group = 2}, {.group = 2}});
+    constexpr std::size_t sonars = 4;
+    auto const disturb = [&](unsigned seed) {
+        std::mt19937 random(seed);
+        for (int i = 0; i < 500; ++i) {
+            std::size_t const sonar = random() % sonars;
+            if (random() % 2 == 0) {
+                fleet.Data(sonar, random() % 2 == 0 ? 1.0 : 0.0);
+            } else {
+                fleet.Status(sonar, static_cast<unsigned short>(random() % 2));
+            }
+        }
+    };
+    std::thread first(disturb, 1U);
+    std::thread second(disturb, 2U);
+    first.join();
+    second.join();
+    for (std::size_t i = 0; i < sonars; ++i) {
+        fleet.Status(i, 0);
+    }
+    std::array<std::size_t, sonars> before{};
+    for (std::size_t i = 0; i < sonars; ++i) {
+        before[i] = fleet.arrivals.PingCount(i);
+    }
+    // A sonar that was given more pings than it can have in the water has left some out, and owes their settings data.
+    EXPECT_TRUE(Eventually([&] {
+        bool all = true;
+        for (std::size_t i = 0; i < sonars; ++i) {
+            fleet.Command(i, "ping");
+            all = all && fleet.arrivals.PingCount(i) >= before[i] + 2;
+        }
+        return all;
+    }));
+}
+
+} // namespace
+} // namespace qx5::test
