@@ -44,7 +44,9 @@ constexpr auto Layouts = Concatenate(
     records::SingleBeamRecords,
     records::DataRecordingRecords,
     records::RecorderSettingsRecords,
-    records::StoragePlaybackRecords);
+    records::StoragePlaybackRecords,
+    records::ContactsRecords,
+    records::TargetExchangeRecords);
 
 constexpr auto Keys = Concatenate(
     SharedKeys,
@@ -64,7 +66,8 @@ constexpr auto Keys = Concatenate(
     SingleBeamKeys,
     DataRecordingKeys,
     RecorderSettingsKeys,
-    StoragePlaybackKeys);
+    StoragePlaybackKeys,
+    TargetExchangeKeys);
 // clang-format on
 
 /// By text, so that a look-up takes few comparisons and twins lie side by side.

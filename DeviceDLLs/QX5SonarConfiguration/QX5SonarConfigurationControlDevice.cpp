@@ -6,12 +6,14 @@
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
 #include <VordalBaseR/CExTime.h>
+#include <VordalSubscriberR/GeneralSubKeys.h>
 #include <VordalSubscriberR/Subscriber.h>
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
 #include <protocol/numbers.h>
 #include <protocol/pack.h>
 #include <protocol/records/all.h>
+#include <vordalhostdllR/SonarTargetsManager.h>
 
 #include <array>
 #include <string>
@@ -37,9 +39,21 @@ QX5SonarConfigurationControlDevice::QX5SonarConfigurationControlDevice()
     startLoggingSubscription.Subscribe(StartLoggingEvent);
     stopLoggingSubscription.SetSubscriber(new Sink(this, &ControlDevice::StopLogging), true);
     stopLoggingSubscription.Subscribe(StopLoggingEvent);
+
+    OnSonarTargetsVisualizationChange();
+    selectedTargetSubscription.SetSubscriber(
+        new MemFunSubscriber<ControlDevice>(this, &ControlDevice::OnSelectedSonarTargetChange), true);
+    selectedTargetSubscription.Subscribe(GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE);
 }
 
-QX5SonarConfigurationControlDevice::~QX5SonarConfigurationControlDevice() = default;
+QX5SonarConfigurationControlDevice::~QX5SonarConfigurationControlDevice()
+{
+    selectedTargetSubscription.Unsubscribe();
+    if (sonarTargetsControl != nullptr) {
+        sonarTargetsControl->Close();
+        sonarTargetsControl = nullptr;
+    }
+}
 
 bool ControlDevice::DoOutput(long output)
 {
@@ -144,24 +158,31 @@ void ControlDevice::RequestValue(CAttributeMap* request, int recordId, Attribute
 
 bool ControlDevice::Send76xxRecord(unsigned long recordId, float value)
 {
-    unsigned flags = 0;
-    int deviceId = 0;
-    GetAttribValue(At<keys::DeviceId>, deviceId, flags);
-    if (deviceId == 0) {
+    auto const sonar = SonarIdentity();
+    if (!sonar) {
         return false;
-    }
-    int enumerator = -1;
-    GetAttribValue(At<keys::DeviceEnum>, enumerator, flags);
-    bool integratedDualHead = false;
-    GetAttribValue(At<keys::x5SystemIDH>, integratedDualHead, flags);
-    if (integratedDualHead) {
-        enumerator = 0;
     }
     std::array<unsigned char, 4> payload{};
     protocol::PutF32LE(payload, 0, value);
     std::vector<unsigned char> const frame =
-        protocol::BuildFrame(
-        static_cast<std::uint32_t>(recordId), Target{deviceId, enumerator}, CExTime::GetCurTime(), payload);
+        protocol::BuildFrame(static_cast<std::uint32_t>(recordId), *sonar, CExTime::GetCurTime(), payload);
     SendMessageW(std::string(frame.begin(), frame.end()), false);
     return true;
+}
+
+std::optional<Target> ControlDevice::SonarIdentity() const
+{
+    unsigned flags = 0;
+    Target sonar{0, -1};
+    GetAttribValue(At<keys::DeviceId>, sonar.deviceId, flags);
+    if (sonar.deviceId == 0) {
+        return std::nullopt;
+    }
+    GetAttribValue(At<keys::DeviceEnum>, sonar.enumerator, flags);
+    bool integratedDualHead = false;
+    GetAttribValue(At<keys::x5SystemIDH>, integratedDualHead, flags);
+    if (integratedDualHead) {
+        sonar.enumerator = 0;
+    }
+    return sonar;
 }

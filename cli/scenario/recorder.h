@@ -57,6 +57,10 @@ public:
     void OnResetBuffer(CDataId const& stream) override;
     void OnStoreBlock(CDataId const& stream, CDataBlock const& block) override;
     void OnAnnounceBlock(CDataId const& stream) override;
+    void OnOpenTargets(CString const& fileName) override;
+    void OnCloseTargets(CString const& fileName) override;
+    void OnTargetListRequested() override;
+    void OnRemoveFile(CString const& fileName) override;
 
     bool SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                            int deviceId, int enumerator) override;

@@ -12,6 +12,10 @@ void HostObserver::OnDeviceCtrlViewType(BaseDevice&, CString const&) {}
 void HostObserver::OnResetBuffer(CDataId const&) {}
 void HostObserver::OnStoreBlock(CDataId const&, CDataBlock const&) {}
 void HostObserver::OnAnnounceBlock(CDataId const&) {}
+void HostObserver::OnOpenTargets(CString const&) {}
+void HostObserver::OnCloseTargets(CString const&) {}
+void HostObserver::OnTargetListRequested() {}
+void HostObserver::OnRemoveFile(CString const&) {}
 void HostObserver::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) {}
 
 } // namespace vordal

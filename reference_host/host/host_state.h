@@ -4,6 +4,7 @@
 #include "reference_host/bus/notification_bus.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_thread.h"
+#include "reference_host/targets/target_store.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
@@ -124,6 +125,14 @@ struct HostState
     /// Where GetNextDevice stands, by vessel.
     std::map<unsigned short, int> nextDevice;
     std::map<CString, std::unique_ptr<DevICreator>> creators;
+    std::filesystem::path fileRoot;
+    /// What GetFullPath puts before a name, by ProjectFileKind.
+    std::map<unsigned, CString> projectFolders;
+    CString appInstanceGuid;
+
+    std::atomic<bool> userIsOperator{true};
+    std::atomic<bool> aScanOn{false};
+    std::unique_ptr<TargetStore> targets;
 
     std::unique_ptr<HostThread> thread;
 
