@@ -275,7 +275,7 @@ private:
 class TargetFile::Impl
 {
 public:
-    Impl(std::filesystem::path const& file, Missing missing) : m_file(Utf8Of(file))
+    Impl(std::filesystem::path const& file, Missing missing, Keeping keeping) : m_file(Utf8Of(file))
     {
         std::error_code error;
         auto const status = std::filesystem::status(file, error);
@@ -295,7 +295,7 @@ public:
                 throw TargetFileError("\"" + m_file + "\" cannot be opened: " +
                                       (m_database != nullptr ? sqlite3_errmsg(m_database) : "no memory"));
             }
-            Prepare();
+            Prepare(keeping);
         } catch (...) {
             m_version.reset();
             m_read.reset();
@@ -371,10 +371,12 @@ private:
     }
 
     /// Reads alone until it is certain that the file is ours.
-    void Prepare()
+    void Prepare(Keeping keeping)
     {
         sqlite3_busy_timeout(m_database, WaitMilliseconds);
         sqlite3_extended_result_codes(m_database, 1);
+        // With the log written ahead a crash loses at most the last changes, never the file.
+        Run(keeping == Keeping::OnDisk ? "PRAGMA synchronous=NORMAL" : "PRAGMA synchronous=OFF");
         auto const tables = Pragma("SELECT count(*) FROM sqlite_schema");
         auto const application = Pragma("PRAGMA application_id");
         auto const version = Pragma("PRAGMA user_version");
@@ -394,8 +396,6 @@ private:
                 throw TargetFileError("\"" + m_file + "\" is damaged; it is left as it is");
             }
         }
-        // With the log written ahead a crash loses at most the last changes, never the file.
-        Run("PRAGMA synchronous=NORMAL");
         m_read.emplace(m_database, m_file, "SELECT " + Columns("%") + " FROM target ORDER BY position");
         m_version.emplace(m_database, m_file, "PRAGMA data_version");
     }
@@ -421,8 +421,8 @@ private:
     std::optional<Statement> m_version;
 };
 
-TargetFile::TargetFile(std::filesystem::path const& file, Missing missing)
-    : m_impl(std::make_unique<Impl>(file, missing))
+TargetFile::TargetFile(std::filesystem::path const& file, Missing missing, Keeping keeping)
+    : m_impl(std::make_unique<Impl>(file, missing, keeping))
 {
 }
 

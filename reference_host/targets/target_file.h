@@ -43,8 +43,15 @@ public:
         Refuse
     };
 
+    enum class Keeping
+    {
+        OnDisk,
+        Scratch, ///< for files that nobody misses after a crash: nothing waits for the disk
+    };
+
     /// Opens the file. One that is not there is made, in a folder that is there, unless `missing` refuses.
-    explicit TargetFile(std::filesystem::path const& file, Missing missing = Missing::Refuse);
+    explicit TargetFile(std::filesystem::path const& file, Missing missing = Missing::Refuse,
+                        Keeping keeping = Keeping::OnDisk);
     TargetFile(TargetFile const&) = delete;
     TargetFile& operator=(TargetFile const&) = delete;
     ~TargetFile();
