@@ -3,6 +3,7 @@
 
 #include "allocations.h"
 #include "handlers/command_catalogue.h"
+#include "reference_host/attributes/host_keys.h"
 #include "reference_host/attributes/tree_merge.h"
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/bytes.h>
@@ -18,7 +19,6 @@ namespace bench {
 namespace {
 
 constexpr std::size_t recordBytes = 96;
-constexpr AttributeKey rangeKey{L"x5Range"};
 
 CAttributeMap RangeRequest(double range)
 {
@@ -52,6 +52,9 @@ CAttributeMap RequestOfAllKeys()
                 break;
             case Kind::UInt:
                 request.Add(operand.attribute, CVordalUInt(1), 0);
+                break;
+            case Kind::Int64:
+                request.Add(operand.attribute, CVordalInt64(1), 0);
                 break;
             case Kind::Bool:
             case Kind::Any:
@@ -245,7 +248,7 @@ std::vector<Case> RequestCases(Stage& stage)
                          std::array<unsigned char, recordBytes> bytes{};
                          for (std::size_t i = 0; i < samples; ++i) {
                              CAttributeMap tree;
-                             *tree.Add(L"Request") = RangeRequest(NextRange());
+                             *tree.Add(vordal::keys::Request) = RangeRequest(NextRange());
                              std::uint64_t const told = read.Told();
                              Time(1, 1, nanoseconds, [&] {
                                  DataManager::GetDataManager().SetAttributeMap(read.GetDevice().GetDataId(), tree, 4,
@@ -268,7 +271,7 @@ std::vector<Case> RequestCases(Stage& stage)
                              Time(1, 1, took, [&] {
                                  for (std::size_t j = 0; j < requests; ++j) {
                                      CAttributeMap tree;
-                                     *tree.Add(L"Request") = RangeRequest(NextRange());
+                                     *tree.Add(vordal::keys::Request) = RangeRequest(NextRange());
                                      DataManager::GetDataManager().SetAttributeMap(id, tree, 4, false);
                                  }
                                  stage.DrainThread().WaitFor(arrived + requests * recordBytes);

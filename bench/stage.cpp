@@ -20,7 +20,7 @@ CAttributeMap Stage::MakeTree(int nodes)
             branch->Add(AttributeKey(std::wstring_view(key)), CVordalDouble(i), 0);
         }
     }
-    tree.Add(L"x5Range", CVordalDouble(1.0), 0);
+    tree.Add(rangeKey, CVordalDouble(1.0), 0);
     return tree;
 }
 
@@ -39,7 +39,7 @@ LiveSonar::LiveSonar(vordal::Host& host, vordal::LinkThread& thread, unsigned sh
     m_subscription = std::make_unique<Subscription>();
     m_subscription->SetSubscriber(new MemFunNoInfoSubscriber<LiveSonar>(this, &LiveSonar::OnEcho), true);
     m_subscription->SetMap(m_device->GetAttributeSubscriptionMap());
-    m_subscription->Subscribe(L"x5Range");
+    m_subscription->Subscribe(rangeKey);
     m_port->Open();
     m_farEnd = m_listener.Accept();
     while (!m_port->GetLink().IsConnected()) {

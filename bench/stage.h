@@ -8,11 +8,15 @@
 #include "reference_host/link/sonar_link.h"
 #include "reference_host/link/x5_port.h"
 #include "reference_host/loader/plugin_loader.h"
+#include <VordalAttributesR/AttributeKey.h>
+#include <protocol/records/shared_keys.h>
 
 #include <atomic>
 #include <memory>
 
 namespace bench {
+
+inline constexpr AttributeKey rangeKey{qx5::protocol::keys::x5Range.text};
 
 /// Keeps only how much was sent.
 class CountingTraffic final : public vordal::SonarTraffic {

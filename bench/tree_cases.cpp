@@ -47,7 +47,7 @@ std::vector<Case> TreeCases()
     cases.push_back({"absent-keys-400", "400 absent keys with hashes made beforehand, in a request of one key", 300,
                      [](std::size_t samples, std::vector<double>& nanoseconds) {
                          CAttributeMap request;
-                         request.Add(L"x5Range", CVordalDouble(1.0), 0);
+                         request.Add(rangeKey, CVordalDouble(1.0), 0);
                          Time(samples, 100, nanoseconds, [&] {
                              int found = 0;
                              for (AttributeKey const& key : AbsentKeys()) {

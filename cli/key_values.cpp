@@ -6,6 +6,7 @@
 #include <protocol/catalogue.h>
 #include <protocol/utf8.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -22,16 +23,18 @@ namespace {
 using protocol::Kind;
 
 constexpr std::size_t greatestDepth = 64;
+constexpr std::size_t greatestKeyText = 200;
 
-struct KindName {
+struct KindName
+{
     std::string_view name;
     Kind kind;
 };
 constexpr KindName kindNames[]{
-    {"int", Kind::Int},       {"uint", Kind::UInt},           {"bool", Kind::Bool},
-    {"double", Kind::Double}, {"pair", Kind::Pair},           {"string", Kind::String},
-    {"ints", Kind::IntList},  {"doubles", Kind::DoubleList},  {"offset", Kind::Offset},
-    {"none", Kind::Any},
+    {"int", Kind::Int},       {"uint", Kind::UInt},     {"int64", Kind::Int64},
+    {"bool", Kind::Bool},     {"double", Kind::Double}, {"pair", Kind::Pair},
+    {"string", Kind::String}, {"ints", Kind::IntList},  {"doubles", Kind::DoubleList},
+    {"offset", Kind::Offset}, {"none", Kind::Any},
 };
 
 std::optional<Kind> FindKind(std::string_view name)
@@ -135,6 +138,14 @@ std::unique_ptr<CVordalType> ParseValue(Kind kind, std::string_view text, std::s
         }
         return nullptr;
     }
+    case Kind::Int64: {
+        wanted = "a whole number from -9223372036854775808 to 9223372036854775807";
+        std::int64_t number = 0;
+        if (ParseWhole(text, number)) {
+            return std::make_unique<CVordalInt64>(number);
+        }
+        return nullptr;
+    }
     case Kind::Bool:
         wanted = "true or false";
         text = Trim(text);
@@ -202,6 +213,40 @@ bool IsGoodKey(std::wstring_view key)
 
 } // namespace
 
+std::string NearestKey(std::string_view name)
+{
+    auto const distance = [](std::string_view a, std::string_view b) {
+        std::vector<std::size_t> row(b.size() + 1);
+        for (std::size_t j = 0; j <= b.size(); ++j) {
+            row[j] = j;
+        }
+        for (std::size_t i = 1; i <= a.size(); ++i) {
+            std::size_t diagonal = row[0];
+            row[0] = i;
+            for (std::size_t j = 1; j <= b.size(); ++j) {
+                std::size_t const above = row[j];
+                row[j] = std::min({above + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0U : 1U)});
+                diagonal = above;
+            }
+        }
+        return row.back();
+    };
+    std::string best;
+    // The row of distances grows with the text, so a text longer than any key is not compared.
+    if (name.size() > greatestKeyText) {
+        return {};
+    }
+    std::size_t least = name.size() / 3 + 1;
+    for (protocol::Key const* key : protocol::AllKeys()) {
+        std::string const text = protocol::EncodeUtf8(key->text);
+        if (std::size_t const away = distance(name, text); away <= least) {
+            least = away;
+            best = text;
+        }
+    }
+    return best;
+}
+
 bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& error)
 {
     std::size_t const equals = text.find('=');
@@ -244,8 +289,11 @@ bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& err
 
     protocol::Key const* known = protocol::FindKey(leaf);
     if (!forced && known == nullptr) {
-        error = fmt::format("'{}' is no key that is known here; `qx5 keys` lists them, or tell its kind: {}:double={}",
-                            path, path, equals == std::string_view::npos ? "1" : text.substr(equals + 1));
+        std::string const nearest = NearestKey(protocol::EncodeUtf8(leaf));
+        error =
+            fmt::format("'{}' is no key that is known here; {}`qx5 keys` lists them, or tell its kind: {}:double={}",
+                        path, nearest.empty() ? "" : fmt::format("did you mean {}? ", nearest), path,
+                        equals == std::string_view::npos ? "1" : text.substr(equals + 1));
         return false;
     }
     Kind const kind = forced ? *forced : known->kind;

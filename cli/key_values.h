@@ -15,4 +15,7 @@ namespace qx5::cli {
 /// False, and one line in `error` that says what is wrong and what to write, leaves the request as it was.
 bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& error);
 
+/// A key of nearly that text, for people who mistype; empty when none is near.
+std::string NearestKey(std::string_view name);
+
 } // namespace qx5::cli

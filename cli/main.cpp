@@ -1,6 +1,7 @@
 // The command qx5: reads the command line and hands over to one command.
 #include "commands.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include <CLI/CLI.hpp>
@@ -25,8 +26,16 @@ int main(int argc, char** argv)
     app.name("qx5");
     app.require_subcommand(1);
     app.set_version_flag("--version", QX5_VERSION);
-    app.failure_message([](CLI::App const*, CLI::Error const& error) {
-        return fmt::format("qx5: {}; `qx5 --help` tells how it is called\n", error.what());
+    app.failure_message([](CLI::App const* root, CLI::Error const& error) {
+        std::string name = "qx5";
+        for (CLI::App const* command : root->get_subcommands()) {
+            name += " " + command->get_name();
+        }
+        std::string text = error.what();
+        // What a command line held may hold anything; the report stays one line.
+        std::replace_if(
+            text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+        return fmt::format("{}: {}; `{} --help` tells how it is called\n", name, text, name);
     });
     int code = ExitGood;
 
@@ -34,15 +43,21 @@ int main(int argc, char** argv)
     CLI::App* runCommand = app.add_subcommand(
         "run", "Start a simulated sonar and a host with the plug-in, show a guided session, then take key=value lines");
     runCommand->add_flag("--once", run.once, "End after the guided session");
-    runCommand->add_option("--sonar", run.sonar, "HOST:PORT of a sonar that runs already, in place of a simulated one");
-    runCommand->add_option("--plugin", run.plugin, "The plug-in module (default: the one beside this program)");
-    runCommand->add_option("--project", run.project, "Project file that keeps the sonar's attributes; made when missing");
+    runCommand->add_option("--sonar", run.sonar, "A sonar that runs already, in place of a simulated one")
+        ->type_name("HOST:PORT");
+    runCommand->add_option("--plugin", run.plugin, "The plug-in module (default: the one beside this program)")
+        ->type_name("FILE");
+    runCommand
+        ->add_option("--project", run.project, "Project file that keeps the sonar's attributes; made when missing")
+        ->type_name("FILE");
     runCommand->callback([&] { code = Run(run); });
 
     SimOptions sim;
     CLI::App* simCommand =
         app.add_subcommand("sim", "Run a simulated sonar; standard input takes its commands (`help` lists them)");
-    simCommand->add_option("--port", sim.port, "TCP port; 0 takes a free one")->capture_default_str()->check(CLI::Range(0, 65535));
+    simCommand->add_option("--port", sim.port, "TCP port, 0 to 65535; 0 takes a free one")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 65535).description(""));
     simCommand->add_option("--address", sim.address, "Address to listen on")->capture_default_str();
     simCommand->add_flag("--verbose", sim.verbose, "Print every record field by field");
     simCommand->add_flag("--state", sim.state, "Print the state when the simulator ends");
@@ -52,22 +67,33 @@ int main(int argc, char** argv)
     SendOptions send;
     CLI::App* sendCommand =
         app.add_subcommand("send", "Send one request to a sonar and print what was sent and what was echoed");
-    sendCommand->add_option("--sonar", send.sonar, "HOST:PORT of the sonar")->capture_default_str();
-    sendCommand->add_option("--plugin", send.plugin, "The plug-in module (default: the one beside this program)");
-    sendCommand->add_option("--stored", send.stored, "key=value that the device's tree holds already; may be repeated");
-    sendCommand->add_option("--timeout", send.timeoutMilliseconds, "Milliseconds to wait for the connection")
+    sendCommand->add_option("--sonar", send.sonar, "The sonar")->type_name("HOST:PORT")->capture_default_str();
+    sendCommand->add_option("--plugin", send.plugin, "The plug-in module (default: the one beside this program)")
+        ->type_name("FILE");
+    sendCommand->add_option("--stored", send.stored, "key=value that the device's tree holds already; may be repeated")
+        ->allow_extra_args(false)
+        ->type_name("KEY=VALUE");
+    sendCommand
+        ->add_option("--timeout", send.timeoutMilliseconds, "Milliseconds to wait for the connection, 1 to 600000")
         ->capture_default_str()
-        ->check(CLI::Range(1, 600000));
+        ->check(CLI::Range(1, 600000).description(""));
     sendCommand->add_flag("--bytes", send.bytes, "Print the bytes of each record, too");
-    sendCommand->add_option("request", send.keyValues, "key=value, or key:kind=value to force a kind")->required();
+    sendCommand->add_option("request", send.keyValues, "key=value, or key:kind=value to force a kind")
+        ->required()
+        ->type_name("KEY=VALUE");
     sendCommand->callback([&] { code = Send(send); });
 
     ScenarioCommandOptions scenario;
     CLI::App* scenarioCommand =
         app.add_subcommand("scenario", "Run scenario files with a fixed clock and without sockets; print the results");
-    scenarioCommand->add_flag("--check", scenario.check, "Compare with what the files expect; exit 1 if anything differs");
-    scenarioCommand->add_option("--plugin", scenario.plugin, "The plug-in module (default: the one beside this program)");
-    scenarioCommand->add_option("file", scenario.files, "Scenario files; - is standard input")->required();
+    scenarioCommand->add_flag("--check", scenario.check,
+                              "Compare with what the files expect; exit 1 if anything differs");
+    scenarioCommand
+        ->add_option("--plugin", scenario.plugin, "The plug-in module (default: the one beside this program)")
+        ->type_name("FILE");
+    scenarioCommand->add_option("file", scenario.files, "Scenario files; - is standard input")
+        ->required()
+        ->type_name("FILE");
     scenarioCommand->callback([&] { code = Scenario(scenario); });
 
     DecodeOptions decode;
@@ -75,7 +101,7 @@ int main(int argc, char** argv)
         app.add_subcommand("decode", "Print the records of a raw stream or of hexadecimal text field by field");
     CLI::Option* hex = decodeCommand->add_flag("--hex", decode.hex, "The input is hexadecimal text");
     decodeCommand->add_flag("--raw", decode.raw, "The input is raw bytes")->excludes(hex);
-    decodeCommand->add_option("file", decode.files, "Files; - or none is standard input");
+    decodeCommand->add_option("file", decode.files, "Files; - or none is standard input")->type_name("FILE");
     decodeCommand->callback([&] { code = Decode(decode); });
 
     KeysOptions keys;
@@ -92,16 +118,25 @@ int main(int argc, char** argv)
 
     DocsOptions docs;
     CLI::App* docsCommand = app.add_subcommand("docs", "Write the tables of the manual anew, from real sends");
-    docsCommand->add_option("--plugin", docs.plugin, "The plug-in module (default: the one beside this program)");
+    docsCommand->add_option("--plugin", docs.plugin, "The plug-in module (default: the one beside this program)")
+        ->type_name("FILE");
     docsCommand->add_option("folder", docs.folder, "Where the documents lie")->capture_default_str();
     docsCommand->callback([&] { code = Docs(docs); });
 
-    auto const commands = app.get_subcommands([&](CLI::App const* command) { return command->check_name(argc > 1 ? argv[1] : ""); });
+    auto const commands =
+        app.get_subcommands([&](CLI::App const* command) { return command->check_name(argc > 1 ? argv[1] : ""); });
     if (argc > 1 && argv[1][0] != '-' && commands.empty()) {
         return Complain(ExitWrong, fmt::format("there is no command '{}'; `qx5 --help` lists them", argv[1]));
     }
     try {
         app.parse(argc, argv);
+    } catch (CLI::RequiredError const& error) {
+        if (!app.get_subcommands().empty()) {
+            app.exit(error);
+            return ExitWrong;
+        }
+        return argc > 1 ? Complain(ExitWrong, fmt::format("there is no option '{}'; `qx5 --help` lists them", argv[1]))
+                        : Complain(ExitWrong, "a command is missing; `qx5 --help` lists them");
     } catch (CLI::ParseError const& error) {
         int const parsed = app.exit(error);
         return parsed == 0 ? ExitGood : ExitWrong;

@@ -33,15 +33,16 @@ CDataId SonarId()
 bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& port, std::string& error)
 {
     std::size_t const colon = text.rfind(':');
-    std::string_view const number = colon == std::string::npos ? std::string_view() : std::string_view(text).substr(colon + 1);
+    std::string_view const number =
+        colon == std::string::npos ? std::string_view() : std::string_view(text).substr(colon + 1);
     unsigned value = 0;
     auto const [end, problem] = std::from_chars(number.data(), number.data() + number.size(), value);
     host = text.substr(0, colon);
     if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
         host = host.substr(1, host.size() - 2);
     }
-    if (number.empty() || problem != std::errc() || end != number.data() + number.size() || value == 0 || value > 65535 ||
-        host.empty()) {
+    if (number.empty() || problem != std::errc() || end != number.data() + number.size() || value == 0 ||
+        value > 65535 || host.empty()) {
         error = fmt::format("'{}' is no HOST:PORT; write for example 127.0.0.1:7000", text);
         return false;
     }
@@ -61,7 +62,8 @@ std::string PluginPath(std::string const& told)
 }
 
 /// Turns the frames of the link into events.
-class Session::Monitor final : public vordal::LinkObserver {
+class Session::Monitor final : public vordal::LinkObserver
+{
 public:
     explicit Monitor(Session& session) : m_session(session) {}
 
@@ -165,6 +167,7 @@ void Session::Connect(std::string const& host, std::uint16_t port)
     vordal::LinkOptions options;
     options.host = host;
     options.port = port;
+    m_endpoint = fmt::format("{}:{}", host, port);
     m_port = std::make_unique<vordal::X5Port>(m_host, m_linkThread, L"port-1", options);
     m_port->GetLink().SetObserver(std::make_shared<Monitor>(*this));
     m_port->SetStatusListener([this](vordal::LinkStatus const& status) {
@@ -184,14 +187,16 @@ void Session::Connect(std::string const& host, std::uint16_t port)
 bool Session::WaitForConnection(std::chrono::milliseconds limit, std::string& error)
 {
     std::unique_lock lock(m_stateMutex);
-    bool const connected = m_stateChanged.wait_for(
-        lock, limit, [this] {
-            return m_status.state == vordal::LinkState::Connected || m_status.state == vordal::LinkState::Waiting;
-        });
+    bool const connected = m_stateChanged.wait_for(lock, limit, [this] {
+        return m_status.state == vordal::LinkState::Connected || m_status.state == vordal::LinkState::Waiting;
+    });
     if (connected && m_status.state == vordal::LinkState::Connected) {
         return true;
     }
-    error = m_status.reason.empty() ? fmt::format("no answer within {} ms", limit.count()) : m_status.reason;
+    // Only an attempt that has failed has a reason.
+    error = m_status.state == vordal::LinkState::Waiting
+                ? m_status.reason
+                : fmt::format("{} did not answer within {} ms", m_endpoint, limit.count());
     return false;
 }
 

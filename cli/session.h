@@ -90,6 +90,7 @@ private:
     std::mutex m_stateMutex;
     std::condition_variable m_stateChanged;
     vordal::LinkStatus m_status;
+    std::string m_endpoint; ///< where Connect was told to go; for messages
     bool m_introduced = false;
     bool m_requestFailed = false;
 

@@ -42,9 +42,11 @@ constexpr auto Layouts = Concatenate(
     records::InstallationRecords,
     records::PositioningRecords,
     records::SingleBeamRecords,
+    records::SinglePingRecords,
     records::DataRecordingRecords,
     records::RecorderSettingsRecords,
     records::StoragePlaybackRecords,
+    records::PanTiltHoistRecords,
     records::ContactsRecords,
     records::TargetExchangeRecords);
 
@@ -67,6 +69,7 @@ constexpr auto Keys = Concatenate(
     DataRecordingKeys,
     RecorderSettingsKeys,
     StoragePlaybackKeys,
+    PanTiltHoistKeys,
     TargetExchangeKeys);
 // clang-format on
 
@@ -87,9 +90,14 @@ constexpr bool TextsDiffer()
 }
 static_assert(TextsDiffer(), "two keys have the same text");
 
+/// Halves its way through the sorted keys: compilers count the steps of a constant expression.
 constexpr bool IsListed(KeyPointer key)
 {
-    return key == nullptr || std::any_of(Keys.begin(), Keys.end(), [key](Key const* listed) { return key == listed; });
+    if (key == nullptr)
+        return true;
+    auto const place = std::lower_bound(SortedKeys.begin(), SortedKeys.end(), key->text,
+                                        [](Key const* listed, std::wstring_view text) { return listed->text < text; });
+    return place != SortedKeys.end() && key == *place;
 }
 
 constexpr bool EveryKeyOfARecordIsListed()

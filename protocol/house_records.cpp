@@ -27,6 +27,7 @@ enum class ValueTag : std::uint8_t
     Ints = 7,
     Doubles = 8,
     Offset = 9,
+    Int64 = 10,
 };
 
 /// Appends to a growing byte sequence.
@@ -36,6 +37,7 @@ public:
     void U8(std::uint8_t value) { m_bytes.push_back(value); }
     void U32(std::uint32_t value) { PutU32LE(Grow(4), 0, value); }
     void I32(std::int32_t value) { PutI32LE(Grow(4), 0, value); }
+    void I64(std::int64_t value) { PutU64LE(Grow(8), 0, static_cast<std::uint64_t>(value)); }
     void F64(double value) { PutF64LE(Grow(8), 0, value); }
     void Tag(ValueTag tag) { U8(static_cast<std::uint8_t>(tag)); }
     /// False when the count does not fit its word.
@@ -125,6 +127,12 @@ private:
     {
         m_writer.Tag(ValueTag::UInt);
         m_writer.U32(value);
+        return true;
+    }
+    bool Put(std::int64_t value)
+    {
+        m_writer.Tag(ValueTag::Int64);
+        m_writer.I64(value);
         return true;
     }
     bool Put(bool value)
@@ -358,6 +366,13 @@ private:
                     return false;
             }
             value = axes;
+            return true;
+        }
+        case ValueTag::Int64: {
+            if (!Need(8))
+                return false;
+            value = static_cast<std::int64_t>(GetU64LE(m_bytes, m_at));
+            m_at += 8;
             return true;
         }
         }

@@ -109,7 +109,7 @@ inline constexpr std::size_t MaximumTreeNodes = 100000;
 /// The payload of an attribute tree. Bytes: u32 format (1), then a list of nodes. A list of nodes: u32 count, then the
 /// nodes. A node: text key, u8 kind, the value, list of children. A text: u32 length in bytes, UTF-8. Kinds and values:
 /// 0 none; 1 i32; 2 u32; 3 u8, 0 or 1; 4 f64; 5 two f64; 6 text; 7 u32 count and i32s; 8 u32 count and f64s; 9 three
-/// f64. All little-endian. Nothing, and why in `error`, when the tree is deeper or larger than the limits.
+/// f64; 10 i64. All little-endian. Nothing, and why in `error`, when the tree is deeper or larger than the limits.
 std::optional<std::vector<unsigned char>> EncodeTree(std::span<TreeNode const> nodes, std::string& error);
 
 /// Takes any bytes. Nothing, and why and where in `error`, when they are not exactly one tree within the limits.

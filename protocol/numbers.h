@@ -43,6 +43,9 @@ constexpr double WithPlainNan(double value)
     return value != value ? std::bit_cast<double>(std::uint64_t{0x7FF8000000000000}) : value;
 }
 
+/// For records whose angles are multiplied by one factor, see Convert::RadiansByFactor.
+inline constexpr double RadiansPerDegree = 3.141592653589793 / 180.0;
+
 /// Multiplied first and divided after: the order shows in the last bit.
 constexpr double DegreesToRadians(double degrees)
 {

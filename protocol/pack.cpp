@@ -32,6 +32,10 @@ double ConvertReal(Convert convert, double value)
         return DegreesToRadians(value);
     case Convert::NegatedRadians:
         return DegreesToRadians(-value);
+    case Convert::RadiansByFactor:
+        return value * RadiansPerDegree;
+    case Convert::NegatedRadiansByFactor:
+        return -value * RadiansPerDegree;
     case Convert::Negated:
         return -value;
     case Convert::TimesThousand:
@@ -61,10 +65,11 @@ bool PutReal(Field const& field, double value, std::span<unsigned char> payload)
 }
 
 /// `bits` are the value's two's complement, `real` its value.
-bool PackInteger(Field const& field, std::uint32_t bits, double real, std::span<unsigned char> payload)
+bool PackInteger(Field const& field, std::uint64_t wideBits, double real, std::span<unsigned char> payload)
 {
     if (!Holds(field, payload))
         return false;
+    auto bits = static_cast<std::uint32_t>(wideBits); // no wire form is wider than that
     switch (field.convert) {
     case Convert::TimesTwenty:
         bits *= 20U; // unsigned, so that it wraps
@@ -89,9 +94,9 @@ bool PackInteger(Field const& field, std::uint32_t bits, double real, std::span<
     case Wire::BitOfU16:
     case Wire::BitOfU32:
     case Wire::BitOfU64: {
-        bool const set = field.convert == Convert::SetWhenZero  ? bits == 0
-                         : field.convert == Convert::SetWhenOne ? bits == 1
-                                                                : bits != 0;
+        bool const set = field.convert == Convert::SetWhenZero  ? wideBits == 0
+                         : field.convert == Convert::SetWhenOne ? wideBits == 1
+                                                                : wideBits != 0;
         if (field.extent >= 8 * WidthOf(field))
             return false;
         PutBit(payload, field.offset, field.extent, set);
@@ -145,6 +150,11 @@ bool PackField(Field const& field, std::uint32_t value, std::span<unsigned char>
     return PackInteger(field, value, value, payload);
 }
 
+bool PackField(Field const& field, std::int64_t value, std::span<unsigned char> payload)
+{
+    return PackInteger(field, static_cast<std::uint64_t>(value), static_cast<double>(value), payload);
+}
+
 bool PackField(Field const& field, double value, std::span<unsigned char> payload)
 {
     if (field.wire == Wire::F32 || field.wire == Wire::F64 || field.wire == Wire::TimeX5) {
@@ -185,6 +195,8 @@ bool PackField(Field const& field, Value const& value, std::span<unsigned char> 
         return PackField(field, *integer, payload);
     if (auto const* number = std::get_if<std::uint32_t>(&value))
         return PackField(field, *number, payload);
+    if (auto const* wide = std::get_if<std::int64_t>(&value))
+        return PackField(field, *wide, payload);
     if (auto const* flag = std::get_if<bool>(&value))
         return PackField(field, *flag, payload);
     if (auto const* real = std::get_if<double>(&value))

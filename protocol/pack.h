@@ -54,6 +54,7 @@ private:
 /// number's field, a number in a text's). They allocate nothing.
 bool PackField(Field const& field, std::int32_t value, std::span<unsigned char> payload);
 bool PackField(Field const& field, std::uint32_t value, std::span<unsigned char> payload);
+bool PackField(Field const& field, std::int64_t value, std::span<unsigned char> payload);
 bool PackField(Field const& field, double value, std::span<unsigned char> payload);
 /// A bool is 1 or 0 in a field of any width.
 template <std::same_as<bool> Bool> // not by conversion: a pointer must not pass for a bool

@@ -358,6 +358,7 @@ std::string ValueText(Value const& value)
         std::string operator()(std::monostate) const { return "none"; }
         std::string operator()(std::int32_t number) const { return std::to_string(number); }
         std::string operator()(std::uint32_t number) const { return std::to_string(number); }
+        std::string operator()(std::int64_t number) const { return std::to_string(number); }
         std::string operator()(bool flag) const { return flag ? "true" : "false"; }
         std::string operator()(double number) const { return NumberText(number); }
         std::string operator()(std::pair<double, double> const& pair) const

@@ -12,8 +12,9 @@ namespace qx5::protocol {
 /// The kind of value that a key carries in a request, in a device's tree and in an echo.
 enum class Kind : std::uint8_t
 {
-    Int,  ///< signed 32-bit integer
-    UInt, ///< unsigned 32-bit integer
+    Int,   ///< signed 32-bit integer
+    UInt,  ///< unsigned 32-bit integer
+    Int64, ///< signed 64-bit integer
     Bool,
     Double,
     Pair,   ///< two doubles
@@ -108,6 +109,8 @@ enum class Convert : std::uint8_t
     None,
     Radians,        ///< (value x pi) / 180 in double, then narrowed
     NegatedRadians, ///< the value negated, then as Radians
+    RadiansByFactor,        ///< value x (pi / 180) in double, then narrowed; differs from Radians in the last bit
+    NegatedRadiansByFactor, ///< the value negated, then as RadiansByFactor
     Negated,        ///< the value negated, in double
     TimesThousand,  ///< value x 1000 in double, then narrowed (kHz to Hz)
     Thousandth,     ///< value / 1000 in double (ms to s)
@@ -157,6 +160,8 @@ constexpr Unit WireUnit(Field const& field)
     switch (field.convert) {
     case Convert::Radians:
     case Convert::NegatedRadians:
+    case Convert::RadiansByFactor:
+    case Convert::NegatedRadiansByFactor:
         return Unit::Radian;
     case Convert::TimesThousand:
         return field.key->unit == Unit::Kilohertz ? Unit::Hertz : Unit::None;

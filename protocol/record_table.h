@@ -55,6 +55,8 @@ constexpr bool ConvertFitsWire(Wire wire, Convert convert)
         return true;
     case Convert::Radians:
     case Convert::NegatedRadians:
+    case Convert::RadiansByFactor:
+    case Convert::NegatedRadiansByFactor:
     case Convert::Negated:
     case Convert::TimesThousand:
     case Convert::Thousandth:
@@ -92,6 +94,8 @@ constexpr bool KindFits(Kind kind, Wire wire, Convert convert)
         return wire == Wire::TimeX5 && kind == Kind::Double;
     case Convert::Radians:
     case Convert::NegatedRadians:
+    case Convert::RadiansByFactor:
+    case Convert::NegatedRadiansByFactor:
     case Convert::Negated:
     case Convert::TimesThousand:
     case Convert::Thousandth:

@@ -67,8 +67,10 @@ double RealBefore(Convert convert, double wire)
     switch (convert) {
     // A float of radians tells degrees no more finely than a float does; its own rounding must not show behind that.
     case Convert::Radians:
+    case Convert::RadiansByFactor:
         return NarrowToFloat(RadiansToDegrees(wire));
     case Convert::NegatedRadians:
+    case Convert::NegatedRadiansByFactor:
         return -NarrowToFloat(RadiansToDegrees(wire));
     case Convert::Negated:
         return -wire;
@@ -117,6 +119,12 @@ Value AttributeValue(Field const& field, Value const& wire)
     }
     case Kind::UInt:
         return WholeBefore(field.convert, wire);
+    case Kind::Int64: {
+        std::uint32_t const bits = WholeBefore(field.convert, wire);
+        if (std::holds_alternative<std::uint32_t>(wire))
+            return std::int64_t{bits};
+        return std::int64_t{static_cast<std::int32_t>(bits)};
+    }
     case Kind::Bool:
         return WholeBefore(field.convert, wire) != 0;
     case Kind::Double:

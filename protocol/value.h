@@ -11,8 +11,9 @@
 namespace qx5::protocol {
 
 /// One alternative for each kind of key that has a value; monostate where there is none.
-using Value = std::variant<std::monostate, std::int32_t, std::uint32_t, bool, double, std::pair<double, double>,
-                           std::wstring, std::vector<std::int32_t>, std::vector<double>, std::array<double, 3>>;
+using Value =
+    std::variant<std::monostate, std::int32_t, std::uint32_t, std::int64_t, bool, double, std::pair<double, double>,
+                 std::wstring, std::vector<std::int32_t>, std::vector<double>, std::array<double, 3>>;
 
 /// Whether the value is none at all.
 inline bool IsEmpty(Value const& value)

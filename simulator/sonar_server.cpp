@@ -135,12 +135,15 @@ public:
             m_thread = std::thread([this] { m_context.run(); });
             return std::nullopt;
         }
+        // Asio has no name for it, and its codes do not compare with conditions of the standard library.
+        bool const isNoAddressHere =
+            std::error_code(error.value(), std::system_category()) == std::errc::address_not_available;
         std::string const where = "port " + std::to_string(m_options.port) + " on " + host;
         if (error == asio::error::address_in_use)
             return StartError{StartError::Kind::PortInUse, where + " is in use; choose another, or 0 for any"};
         if (error == asio::error::access_denied)
             return StartError{StartError::Kind::Other, where + " may not be used; choose one above 1023, or 0 for any"};
-        if (error == std::errc::address_not_available || error == asio::error::address_family_not_supported)
+        if (isNoAddressHere || error == asio::error::address_family_not_supported)
             return StartError{StartError::Kind::BadAddress,
                               "this machine has no address " + host + "; take one of its own, such as 127.0.0.1"};
         return StartError{StartError::Kind::Other, where + ": " + error.message()};

@@ -26,21 +26,6 @@ using protocol::Value;
 
 namespace {
 
-// Commands that mean more to the sonar than the fields they carry.
-constexpr std::uint32_t SinglePingId = 1107;
-constexpr std::uint32_t StartRecordingId = 1200;
-constexpr std::uint32_t StopRecordingId = 1201;
-constexpr std::uint32_t RecordingDirectoryId = 1207;
-constexpr std::size_t RecordingNameOffset = 4;
-
-struct NamedCommand
-{
-    std::uint32_t id;
-    std::string_view name;
-};
-constexpr NamedCommand NamedCommands[] = {
-    {SinglePingId, "single ping"}, {StartRecordingId, "start recording"}, {StopRecordingId, "stop recording"}};
-
 TreeNode Leaf(Key const& key, Value value)
 {
     return {std::wstring(key.text), std::move(value), {}};
@@ -125,6 +110,8 @@ Value OfKind(Kind kind, double number)
         return protocol::TruncateToInt32(number);
     case Kind::UInt:
         return static_cast<std::uint32_t>(protocol::TruncateToInt32(number));
+    case Kind::Int64:
+        return std::int64_t{protocol::TruncateToInt32(number)};
     case Kind::Bool:
         return number != 0.0;
     case Kind::Pair:
@@ -177,18 +164,6 @@ Key const* KeyOfText(std::wstring_view text)
     return nullptr;
 }
 
-/// The one text that a command carries; null until the command has a table.
-Key const* TextKeyOfCommand(std::uint32_t id)
-{
-    if (auto const* const layout = protocol::FindLayout(Carrier::RemoteControl, id)) {
-        for (protocol::Field const& field : layout->fields) {
-            if (field.key != nullptr && field.key->kind == Kind::String)
-                return field.key;
-        }
-    }
-    return nullptr;
-}
-
 void EraseValue(std::vector<std::pair<Key const*, Value>>& values, Key const& key)
 {
     std::erase_if(values, [&](auto const& value) { return value.first == &key; });
@@ -230,9 +205,10 @@ struct KindName
     std::string_view name;
     Kind kind;
 };
-constexpr KindName KindNames[] = {{"int", Kind::Int},       {"uint", Kind::UInt},          {"bool", Kind::Bool},
-                                  {"double", Kind::Double}, {"pair", Kind::Pair},          {"string", Kind::String},
-                                  {"ints", Kind::IntList},  {"doubles", Kind::DoubleList}, {"offset", Kind::Offset}};
+constexpr KindName KindNames[] = {{"int", Kind::Int},       {"uint", Kind::UInt},     {"int64", Kind::Int64},
+                                  {"bool", Kind::Bool},     {"double", Kind::Double}, {"pair", Kind::Pair},
+                                  {"string", Kind::String}, {"ints", Kind::IntList},  {"doubles", Kind::DoubleList},
+                                  {"offset", Kind::Offset}};
 
 std::string_view NameOf(Kind kind)
 {
@@ -255,6 +231,11 @@ bool ParseValue(Kind kind, std::string_view text, Value& value)
         std::uint32_t number = 0;
         value = number;
         return ParseNumber(text, std::get<std::uint32_t>(value));
+    }
+    case Kind::Int64: {
+        std::int64_t number = 0;
+        value = number;
+        return ParseNumber(text, std::get<std::int64_t>(value));
     }
     case Kind::Bool:
         value = text == "true" || text == "1";
@@ -329,8 +310,7 @@ SonarState::SonarState(UtcClock utc) : m_utc(utc ? std::move(utc) : UtcClock(Sys
     PutText(keys::x5PingOnOffState.text, &keys::x5PingOnOffState, std::int32_t{0});
     LoadFactorySettings();
     PutText(keys::x5DataRecording.text, &keys::x5DataRecording, std::int32_t{0});
-    if (Key const* const directory = TextKeyOfCommand(RecordingDirectoryId))
-        PutText(directory->text, directory, std::wstring(model::RecordingDirectory));
+    PutText(keys::x5DirectoryName.text, &keys::x5DirectoryName, std::wstring(model::RecordingDirectory));
     PutText(keys::x5FileName.text, &keys::x5FileName, std::wstring());
     PutRecorder();
     m_touched.clear();
@@ -535,10 +515,6 @@ Understood SonarState::Apply(protocol::FrameView const& frame, SteadyTime now)
 void SonarState::Read(Understood& record)
 {
     record.layout = protocol::FindLayout(record.carrier, record.id, record.payload);
-    for (NamedCommand const& command : NamedCommands) {
-        if (record.carrier == Carrier::RemoteControl && command.id == record.id)
-            record.name = command.name;
-    }
     if (record.layout == nullptr)
         return;
     record.name = record.layout->name;
@@ -628,16 +604,15 @@ void SonarState::Take(Understood& record, SteadyTime now)
             record.requestedRecord = *requested;
         }
         break;
-    case SinglePingId:
+    case records::SinglePing.Id():
         record.effect = Effect::Ping;
         break;
-    case StartRecordingId: {
-        auto const text = record.payload.subspan(std::min<std::size_t>(RecordingNameOffset, record.payload.size()));
-        auto const end = std::find(text.begin(), text.end(), static_cast<unsigned char>(0));
-        StartRecording(protocol::DecodeUtf8(text.first(static_cast<std::size_t>(end - text.begin()))), now);
+    case records::StartRecording.Id(): {
+        auto name = protocol::UnpackField(records::RecordingFileName, record.payload).wire;
+        StartRecording(std::move(std::get<std::wstring>(name)), now);
         break;
     }
-    case StopRecordingId:
+    case records::StopRecording.Id():
         Advance(now);
         StopRecording();
         break;
@@ -683,7 +658,7 @@ void SonarState::StopRecording()
 
 void SonarState::PutRecorder()
 {
-    PutText(keys::x5FileSize.text, &keys::x5FileSize, std::floor(m_fileBytes));
+    PutText(keys::x5FileSize.text, &keys::x5FileSize, static_cast<std::int64_t>(m_fileBytes));
     auto const free = protocol::TruncateToInt32(100.0 * m_diskFreeBytes / model::DiskBytes);
     PutText(keys::x5DiskFree.text, &keys::x5DiskFree, free);
 }
@@ -729,8 +704,8 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
                 told = row.kind;
         }
         if (!told) {
-            error = "'" + std::string(name.substr(colon + 1)) + "' is no kind; take int, uint, bool, double, pair, " +
-                    "string, ints, doubles or offset";
+            error = "'" + std::string(name.substr(colon + 1)) + "' is no kind; take int, uint, int64, bool, double, " +
+                    "pair, string, ints, doubles or offset";
             return false;
         }
         name = name.substr(0, colon);

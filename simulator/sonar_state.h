@@ -100,8 +100,8 @@ public:
     protocol::Value const* Find(std::wstring_view text) const;
     std::span<Attribute const> Attributes() const { return m_attributes; }
 
-    /// "KEY=VALUE" or "KEY:KIND=VALUE" (int, uint, bool, double, pair, string, ints, doubles, offset). False, and one
-    /// line in `error`, when the text is none or the sonar does not take the value.
+    /// "KEY=VALUE" or "KEY:KIND=VALUE" (int, uint, int64, bool, double, pair, string, ints, doubles, offset). False,
+    /// and one line in `error`, when the text is none or the sonar does not take the value.
     bool Set(std::string_view assignment, SteadyTime now, std::string& error);
 
     /// All that it tells upon connection: limits and values.

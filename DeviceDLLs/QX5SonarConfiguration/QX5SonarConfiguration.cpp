@@ -2,26 +2,50 @@
 #include "QX5SonarConfiguration.h"
 
 #include "QX5SonarConfigurationControlDevice.h"
+#include "platform/this_module.h"
 #include <VersionControlR/CheckDllVersion.h>
+#include <VordalConfigureR/CViewList.h>
 #include <VordalDataBlocksR/BaseDevice.h>
+#include <VordalMfc0R/CRuntimeClass.h>
 #include <vordalhostdllR/CDevList.h>
+#include <vordalhostdllR/CDisplayDoc.h>
+#include <vordalhostdllR/CDocTemplateList.h>
+#include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/DataManager.h>
+#include <vordalhostdllR/VORDALMultiDocTemplate.h>
+#include <vordalhostdllR/VordalHost.h>
 
 namespace {
 
 constexpr wchar_t const* deviceClass = L"QX5SonarConfigurationControlDevice";
+constexpr wchar_t const* viewClass = L"QX5SonarConfigurationView";
 constexpr wchar_t const* documentTemplate = L"QX5SONARCONFIGURATION";
+
+/// The view's class as the host's registries know it. The view itself is not built yet: whoever asks for one gets null.
+CRuntimeClass viewRuntimeClass{"QX5SonarConfigurationView", []() -> CObject* { return nullptr; }};
+
+/// Finds the sonars under ping control anew. There is no ping control yet.
+void DiscoverSonars() {}
+
+/// Ends the threads of ping control. There are none yet.
+void EndPingControl() {}
 
 } // namespace
 
 bool LibraryAttach()
 {
-    return CheckDllVersion(VORDAL_CONTRACT_VERSION, __FILE__, __DATE__ " " __TIME__);
+    if (!CheckDllVersion(VORDAL_CONTRACT_VERSION, __FILE__, __DATE__ " " __TIME__)) {
+        return false;
+    }
+    // Without a resource library the texts that are built in serve.
+    HINSTANCE const itself = qx5::platform::ThisModule();
+    VordalHost::LoadDLLResourceDLL(itself, itself);
+    return true;
 }
 
 void LibraryDetach()
 {
-    // Nothing of the plug-in runs in the background yet.
+    EndPingControl();
 }
 
 void RegisterDevices()
@@ -36,15 +60,26 @@ void UnRegisterDevices()
 
 void RegisterViews()
 {
-    // The plug-in has no view yet.
+    CViewList::GetViewList().RegisterView(viewClass, &viewRuntimeClass);
 }
 
-void InitializeTemplates(CVordalBaseApp*)
+void InitializeTemplates(CVordalBaseApp* application)
 {
-    // The plug-in has no view, and so no template, yet.
+    // A host without an application has nobody to own a template, nor displays to make by it.
+    if (application != nullptr) {
+        auto* const displayTemplate = new VORDALMultiDocTemplateAttr1(
+            CDisplayDocAttr1::GetRuntimeClass(), CDisplayFrmAttr1::GetRuntimeClass(), &viewRuntimeClass,
+            CDisplayDockFrmAttr1::GetRuntimeClass());
+        application->AddDocTemplate(displayTemplate);
+        CDocTemplateList::GetDocTemplates().AddTemplate(documentTemplate, displayTemplate);
+    }
+    DiscoverSonars();
 }
 
-void UnInitializeTemplates() {}
+void UnInitializeTemplates()
+{
+    CDocTemplateList::GetDocTemplates().RemoveTemplate(documentTemplate);
+}
 
 void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d)
 {

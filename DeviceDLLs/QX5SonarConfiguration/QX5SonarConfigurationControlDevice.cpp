@@ -1,19 +1,15 @@
 // The frame of a request: the chain of handlers, the scalar path, the path of records that frame themselves.
 #include "QX5SonarConfigurationControlDevice.h"
 
-#include "handlers/DataRecording.h"
 #include "handlers/chain.h"
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
 #include <VordalBaseR/CExTime.h>
-#include <VordalSubscriberR/GeneralSubKeys.h>
-#include <VordalSubscriberR/Subscriber.h>
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
 #include <protocol/numbers.h>
 #include <protocol/pack.h>
 #include <protocol/records/all.h>
-#include <vordalhostdllR/SonarTargetsManager.h>
 
 #include <array>
 #include <string>
@@ -30,35 +26,6 @@ constexpr int firstSelfFramedRecord = 7600;
 constexpr int lastSelfFramedRecord = 7699;
 
 } // namespace
-
-QX5SonarConfigurationControlDevice::QX5SonarConfigurationControlDevice()
-{
-    using Sink = MemFunNoInfoSubscriber<ControlDevice>;
-
-    startLoggingSubscription.SetSubscriber(new Sink(this, &ControlDevice::StartLogging), true);
-    startLoggingSubscription.Subscribe(StartLoggingEvent);
-    stopLoggingSubscription.SetSubscriber(new Sink(this, &ControlDevice::StopLogging), true);
-    stopLoggingSubscription.Subscribe(StopLoggingEvent);
-
-    OnSonarTargetsVisualizationChange();
-    selectedTargetSubscription.SetSubscriber(
-        new MemFunSubscriber<ControlDevice>(this, &ControlDevice::OnSelectedSonarTargetChange), true);
-    selectedTargetSubscription.Subscribe(GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE);
-}
-
-QX5SonarConfigurationControlDevice::~QX5SonarConfigurationControlDevice()
-{
-    selectedTargetSubscription.Unsubscribe();
-    if (sonarTargetsControl != nullptr) {
-        sonarTargetsControl->Close();
-        sonarTargetsControl = nullptr;
-    }
-}
-
-bool ControlDevice::DoOutput(long output)
-{
-    return Device::DoOutput(output);
-}
 
 void ControlDevice::HandleRequestMap(CAttributeMap* request)
 {

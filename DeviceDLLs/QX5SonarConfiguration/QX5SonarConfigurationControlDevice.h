@@ -50,6 +50,18 @@ public:
     using QX5Device::DoOutput;
     bool DoOutput(long output) override;
 
+    // The device's life; host thread.
+    /// Takes up the attributes of the configuration, but no request and no sonar settings that were stored with them:
+    /// those must not come back to life. False when the host has no such configuration.
+    bool LoadAttribs(CString name, FileObject* file) override;
+    /// The tree was set or changed as a whole: takes up what the device keeps a mirror of, and finds out from the
+    /// vessel's multibeam computation on the same port whether the head hangs on a pan-and-tilt unit. Runs under the
+    /// device's lock from end to end, notifications that it raises included.
+    void ApplyAttribs(bool changed) override;
+    /// Follows the stream of the pan-and-tilt unit, if there is one, and the hoist's attributes anew. What the port
+    /// asks the sonar for is the base's.
+    void HandlePortConnected() override;
+
 private:
     friend struct ControlDeviceAccess; // tests reach the handlers through it
 
@@ -279,6 +291,11 @@ private:
     void OnSonarTargetsVisualizationChange();
 
     // Pan, tilt, hoist and ray tracer.
+    /// A block of the pan-and-tilt unit has come: pings run while the unit scans, if that is what the operator wants.
+    /// Host thread, as the one below.
+    void OnPanAndTiltUpdate();
+    /// One of the commanded values has changed: publishes all four as a data block of the host.
+    void OnHoistDataChange();
     void RequestRaytracerSetupMode(CAttributeMap* request);
     void RequestSetPanTiltRotate(CAttributeMap* request);
     void RequestHoistActive(CAttributeMap* request);
@@ -300,5 +317,5 @@ private:
     TerminalCommandsToQX5Conv terminalCommands;
     SonarTargetsControl* sonarTargetsControl = nullptr; ///< open target file, closed with the device
     CString sonarTargetsName;                           ///< name of that file
-    CVordalUnitCnv* unitConverter = nullptr;            ///< the project's; stays while the project is open
+    CVordalUnitCnv* unitConverter;                      ///< the project's, never null; stays while the host runs
 };

@@ -41,13 +41,20 @@ int HexDigit(char character)
 bool LooksLikeHex(std::string_view beginning)
 {
     bool digits = false;
+    bool comment = false;
     for (char const character : beginning) {
-        if (HexDigit(character) >= 0) {
-            digits = true;
-        } else if (!IsSpace(character) && character != '#' && character != ':' && character != ',') {
-            return false;
+        if (character == '\n') {
+            comment = false;
+        } else if (character == '\0') {
+            return false; // not even in a comment
+        } else if (comment) {
+            continue;
         } else if (character == '#') {
-            break;
+            comment = true;
+        } else if (HexDigit(character) >= 0 || character == 'x' || character == 'X') {
+            digits = true;
+        } else if (!IsSpace(character) && character != ':' && character != ',') {
+            return false;
         }
     }
     return digits;
@@ -55,7 +62,8 @@ bool LooksLikeHex(std::string_view beginning)
 
 /// Turns hexadecimal text into bytes as it comes: blanks, ':' and ',' may stand between bytes, "0x" in front of them,
 /// '#' begins a comment to the end of the line.
-class HexText {
+class HexText
+{
 public:
     /// False, and why, at the first character that is no hexadecimal text.
     bool Add(std::string_view text, std::vector<unsigned char>& bytes, std::string& problem)
@@ -106,11 +114,17 @@ private:
     bool m_comment = false;
 };
 
+/// "1 byte", "2 bytes".
+std::string Count(std::uint64_t number, std::string_view what)
+{
+    return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
+}
+
 void PrintReady(protocol::FrameReader& reader, std::uint64_t& skippedTold)
 {
     while (auto const frame = reader.Next()) {
         if (std::uint64_t const skipped = reader.SkippedBytes(); skipped != skippedTold) {
-            fmt::print("-- {} bytes that are no good frame were skipped\n\n", skipped - skippedTold);
+            fmt::print("-- {} of no good frame skipped\n\n", Count(skipped - skippedTold, "byte"));
             skippedTold = skipped;
         }
         fmt::print("{}\n", protocol::PrintFrame(*frame));
@@ -155,11 +169,20 @@ int DecodeStream(std::istream& input, std::string const& name, DecodeOptions con
     reader.Finish();
     PrintReady(reader, skippedTold);
     if (std::uint64_t const skipped = reader.SkippedBytes(); skipped != skippedTold) {
-        fmt::print("-- {} bytes at the end are no good frame\n", skipped - skippedTold);
+        fmt::print("-- {} of no good frame at the end\n", Count(skipped - skippedTold, "byte"));
+    }
+    if (first) {
+        return Complain(ExitFailed, fmt::format("{}: there is nothing to decode, it is empty", name));
     }
     if (reader.SkippedBytes() != 0 || reader.GoodFrames() == 0) {
-        return Complain(ExitFailed, fmt::format("{}: {} good records, {} damaged frames, {} bytes skipped", name,
-                                                reader.GoodFrames(), reader.DamagedFrames(), reader.SkippedBytes()));
+        std::string const hint =
+            reader.GoodFrames() == 0
+                ? "; records are read from a raw stream or from hexadecimal text, see `qx5 decode --help`"
+                : "";
+        return Complain(ExitFailed,
+                        fmt::format("{}: {}, {}, {} skipped{}", name, Count(reader.GoodFrames(), "good record"),
+                                    Count(reader.DamagedFrames(), "damaged frame"),
+                                    Count(reader.SkippedBytes(), "byte"), hint));
     }
     return ExitGood;
 }

@@ -30,6 +30,8 @@ std::unique_ptr<CVordalType> SampleValue(protocol::Key const& key)
         return std::make_unique<CVordalInt>(1);
     case Kind::UInt:
         return std::make_unique<CVordalUInt>(1U);
+    case Kind::Int64:
+        return std::make_unique<CVordalInt64>(1);
     case Kind::Bool:
     case Kind::Any:
         return std::make_unique<CVordalBool>(true);

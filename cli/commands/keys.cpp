@@ -1,6 +1,7 @@
 // `qx5 keys` and `qx5 explain`: the request keys and what becomes of them, told from the tables that the handlers use.
 #include "cli/commands.h"
 
+#include "cli/key_values.h"
 #include "handlers/command_catalogue.h"
 #include <protocol/catalogue.h>
 #include <protocol/print.h>
@@ -31,6 +32,8 @@ std::string_view KindText(Kind kind)
         return "int";
     case Kind::UInt:
         return "uint";
+    case Kind::Int64:
+        return "int64";
     case Kind::Bool:
         return "bool";
     case Kind::Double:
@@ -86,6 +89,10 @@ std::string_view ConvertText(protocol::Convert convert)
         return "degrees to radians";
     case Convert::NegatedRadians:
         return "negated, degrees to radians";
+    case Convert::RadiansByFactor:
+        return "degrees to radians, by one factor";
+    case Convert::NegatedRadiansByFactor:
+        return "negated, degrees to radians, by one factor";
     case Convert::Negated:
         return "negated";
     case Convert::TimesThousand:
@@ -161,7 +168,8 @@ std::string PlacesOf(protocol::RecordLayout const& record, protocol::Key const& 
     return places;
 }
 
-struct KeyRow {
+struct KeyRow
+{
     std::string key;
     std::string kind;
     std::string unit;
@@ -272,11 +280,10 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
     fmt::print("  read    {}\n", FormText(command.form));
     bool const completes = command.form == Form::Strict || command.form == Form::Lax;
     for (Operand const& operand : command.operands) {
-        std::string line = fmt::format("          {}{:<36} {:<8}", completes && operand.options.triggers &&
-                                                                       operand.options.source != Source::Stored
-                                                                   ? "* "
-                                                                   : "  ",
-                                       Text(*operand.key), KindText(operand.key->kind));
+        std::string line =
+            fmt::format("          {}{:<36} {:<8}",
+                        completes && operand.options.triggers && operand.options.source != Source::Stored ? "* " : "  ",
+                        Text(*operand.key), KindText(operand.key->kind));
         if (std::string_view const unit = protocol::UnitText(operand.key->unit); !unit.empty()) {
             line += fmt::format(" [{}]", unit);
         }
@@ -306,17 +313,17 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
         fmt::print("  note    A text that does not fit its field drops the request.\n");
     }
     for (Sending const& sending : command.sends) {
-        std::string_view const carrier =
-            sending.record.carrier == protocol::Carrier::Data          ? "data record"
-            : sending.record.carrier == protocol::Carrier::PassThrough ? "command to be passed through"
-                                                                       : "record";
+        std::string_view const carrier = sending.record.carrier == protocol::Carrier::Data ? "data record"
+                                         : sending.record.carrier == protocol::Carrier::PassThrough
+                                             ? "command to be passed through"
+                                             : "record";
         std::string size = fmt::format("{} bytes", sending.record.size);
         if (sending.record.tail != protocol::Tail::None) {
-            size += fmt::format(" and {}",
-                                sending.record.tail == protocol::Tail::Items
-                                    ? fmt::format("items of {} bytes", sending.record.itemSize)
-                                    : std::string(sending.record.tailName.empty() ? "what follows"
-                                                                                  : sending.record.tailName));
+            size +=
+                fmt::format(" and {}", sending.record.tail == protocol::Tail::Items
+                                           ? fmt::format("items of {} bytes", sending.record.itemSize)
+                                           : std::string(sending.record.tailName.empty() ? "what follows"
+                                                                                         : sending.record.tailName));
         }
         fmt::print("  sent    {} {} {}, {}, to {}{}\n", carrier, sending.record.id, sending.record.name, size,
                    TargetText(sending.target), sending.when.empty() ? "" : fmt::format(", when {}", sending.when));
@@ -359,37 +366,6 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
         fmt::print("  asked   record {} of {}{}\n", followUp.recordId, TargetText(followUp.target),
                    followUp.when.empty() ? "" : fmt::format(", when {}", followUp.when));
     }
-}
-
-/// A key of nearly that text, for people who mistype.
-std::string Nearest(std::string const& name)
-{
-    auto const distance = [](std::string const& a, std::string const& b) {
-        std::vector<std::size_t> row(b.size() + 1);
-        for (std::size_t j = 0; j <= b.size(); ++j) {
-            row[j] = j;
-        }
-        for (std::size_t i = 1; i <= a.size(); ++i) {
-            std::size_t diagonal = row[0];
-            row[0] = i;
-            for (std::size_t j = 1; j <= b.size(); ++j) {
-                std::size_t const above = row[j];
-                row[j] = std::min({above + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0U : 1U)});
-                diagonal = above;
-            }
-        }
-        return row.back();
-    };
-    std::string best;
-    std::size_t least = name.size() / 3 + 1;
-    for (protocol::Key const* key : protocol::AllKeys()) {
-        std::string const text = Text(*key);
-        if (std::size_t const away = distance(name, text); away <= least) {
-            least = away;
-            best = text;
-        }
-    }
-    return best;
 }
 
 } // namespace
@@ -460,7 +436,7 @@ int Explain(std::vector<std::string> const& names)
             }
         }
         if (!found) {
-            std::string const nearest = Nearest(name);
+            std::string const nearest = NearestKey(name);
             code = Complain(ExitFailed, fmt::format("there is no key or handler '{}'{}", name,
                                                     nearest.empty() ? "; `qx5 keys` lists them"
                                                                     : fmt::format("; did you mean {}?", nearest)));

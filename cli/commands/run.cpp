@@ -27,7 +27,8 @@ namespace {
 using namespace std::chrono_literals;
 
 /// One step of the guided session.
-struct GuidedStep {
+struct GuidedStep
+{
     std::string_view title;
     std::string_view keyValues;
 };
@@ -43,7 +44,8 @@ constexpr GuidedStep guidedSteps[]{
 };
 
 /// What happens around one request, collected from all threads and shown in a readable order.
-class Transcript {
+class Transcript
+{
 public:
     void OnSession(SessionEvent const& event)
     {
@@ -80,9 +82,8 @@ public:
         if (m_sent == 0) {
             return;
         }
-        m_changed.wait_for(lock, 2s, [&] {
-            return !m_answers.empty() && (!simulated || m_understood.size() >= m_sent);
-        });
+        m_changed.wait_for(lock, 2s,
+                           [&] { return !m_answers.empty() && (!simulated || m_understood.size() >= m_sent); });
     }
 
     /// What was collected, as text; forgets it.
@@ -131,7 +132,8 @@ constexpr std::string_view help = "key=value ...          one request with these
                                   "sonar COMMAND          a command for the simulated sonar; `sonar help` lists them\n"
                                   "quit                   end (so does the end of the input)\n";
 
-class Runner {
+class Runner
+{
 public:
     Runner(Session& session, Transcript& transcript, simulator::SonarServer* sonar)
         : m_session(session), m_transcript(transcript), m_sonar(sonar)
@@ -151,10 +153,15 @@ public:
             }
         }
         m_transcript.Take(); // pings and ticks since the last request are not of this one
+        auto const refusedBefore = m_session.Counters().refused;
         if (!m_session.Request(request)) {
             fmt::print("  the request was broken off\n");
         }
         m_transcript.WaitForSonar(m_sonar != nullptr);
+        if (auto const refused = m_session.Counters().refused - refusedBefore; refused != 0) {
+            fmt::print("  {} did not leave: the sonar is not connected, or does not read\n",
+                       refused == 1 ? "1 record" : fmt::format("{} records", refused));
+        }
         fmt::print("{}", m_transcript.Take());
         if (!m_session.SaveProject(error)) {
             fmt::print("{}\n", error);
@@ -181,6 +188,8 @@ public:
             fmt::print("{}", vordal::TreeText(m_session.Attributes()));
         } else if (word == "keys") {
             Keys({rest, false});
+        } else if (word == "explain" && rest.empty()) {
+            fmt::print("a key or a handler is missing; write for example: explain x5Range\n");
         } else if (word == "explain") {
             Explain({rest});
         } else if (word == "sonar") {

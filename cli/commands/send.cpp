@@ -58,7 +58,9 @@ int Send(SendOptions const& options)
     session.Store(stored);
 
     recording = true;
+    auto const refusedBefore = session.Counters().refused;
     bool const carriedOut = session.Request(request);
+    auto const refused = session.Counters().refused - refusedBefore;
     recording = false;
     bool const sentAll = session.WaitUntilSent(limit);
 
@@ -70,7 +72,7 @@ int Send(SendOptions const& options)
     if (!carriedOut) {
         return Complain(ExitFailed, "the request was broken off, see above");
     }
-    if (!sentAll) {
+    if (refused != 0 || !sentAll) {
         return Complain(ExitFailed, "the connection was lost before everything had left");
     }
     if (events.empty()) {

@@ -132,9 +132,9 @@ void Recorder::OnDeviceCtrlViewType(BaseDevice& device, CString const& name)
     AddOf(JsonValue::Object({{"view-type", JsonValue::Text(Utf8FromWide(name.View()))}}), IdOf(device));
 }
 
-void Recorder::OnResetBuffer(CDataId const& stream)
+void Recorder::OnResetBuffer(CDataId const& stream, CDataId const& owner)
 {
-    Add(JsonValue::Object({{"reset-buffer", WriteDataId(stream)}, {"of", WriteDataId(stream)}}));
+    Add(JsonValue::Object({{"reset-buffer", WriteDataId(stream)}, {"of", WriteDataId(owner)}}));
 }
 
 void Recorder::OnStoreBlock(CDataId const& stream, CDataBlock const& block)

@@ -54,7 +54,7 @@ public:
     void OnOutputStat(BaseDevice& device, double time, int status) override;
     void OnDisableTimeOut(BaseDevice& device, bool disable) override;
     void OnDeviceCtrlViewType(BaseDevice& device, CString const& name) override;
-    void OnResetBuffer(CDataId const& stream) override;
+    void OnResetBuffer(CDataId const& stream, CDataId const& owner) override;
     void OnStoreBlock(CDataId const& stream, CDataBlock const& block) override;
     void OnAnnounceBlock(CDataId const& stream) override;
     void OnOpenTargets(CString const& fileName) override;

@@ -8,6 +8,7 @@
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/CString.h>
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -191,10 +192,22 @@ struct BufferStatusArgument
     CDataId id;
     std::uint16_t status = 0;
 };
+/// The functions of a plug-in that a step may call.
+enum class EntryPoint
+{
+    RegisterDevices,
+    UnRegisterDevices,
+    RegisterViews,
+    InitializeTemplates, ///< with the application of a host without windows
+    UnInitializeTemplates,
+    DeviceCtrlInit,
+    LibraryAttach, ///< once more: the plug-in is attached already
+    LibraryDetach, ///< and again when the plug-in is unloaded
+};
 struct CallArgument
 {
-    std::string function;
-    std::vector<JsonValue> args;
+    EntryPoint function = EntryPoint::RegisterDevices;
+    std::array<std::uint16_t, 4> numbers{}; ///< of DeviceCtrlInit
 };
 struct ViewArgument
 {

@@ -8,12 +8,12 @@
 #include "cli/scenario/unicode.h"
 
 #include "reference_host/attributes/host_keys.h"
+#include "reference_host/displays/plain_application.h"
 #include "reference_host/host/clock.h"
 #include "reference_host/host/host.h"
 #include "reference_host/loader/plugin_loader.h"
 #include "reference_host/targets/target_store.h"
 
-#include <VordalConfigureR/DataSearch.h>
 #include <VordalSubscriberR/GeneralSubKeys.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
@@ -67,9 +67,11 @@ public:
 
     /// A device by the id that the scenario gives it; null when there is none.
     Device* FindDevice(CDataId const& id) const;
+    vordal::PlugIn& Plugin() const { return *m_plugin; }
 
     vordal::FixedClock clock;
     Recorder recorder;
+    vordal::PlainApplication application;
 
 private:
     using PortKey = std::pair<CString, PortKind>;
@@ -119,6 +121,12 @@ void Stage::AddProject(Scenario const& scenario)
     if (scenario.activeVessel.has_value()) {
         host.SelectVessel(*scenario.activeVessel);
     }
+    for (auto const& [group, factor] : scenario.units) {
+        host.SetUnitFactor(static_cast<int>(group), factor);
+    }
+    for (auto const& [kind, folder] : scenario.paths) {
+        host.SetProjectFolder(kind, folder);
+    }
     for (auto const& computation : scenario.computations) {
         vordal::ComputationSetup setup;
         setup.dataId = computation.id;
@@ -129,11 +137,6 @@ void Stage::AddProject(Scenario const& scenario)
         host.AddComputation(std::move(setup));
     }
     m_files.PutInto(host, scenario);
-    // A kind without an entry has a folder of no name.
-    host.SetProjectFolder(FILE_SONAR_TARGETS, CString());
-    for (auto const& [kind, folder] : scenario.paths) {
-        host.SetProjectFolder(kind, folder);
-    }
     host.SetAppInstanceGuid(scenario.application.guid);
     host.SetUserIsOperator(scenario.application.isOperator);
     host.SetAScanStatus(scenario.application.aScan);
@@ -232,7 +235,7 @@ void RunLoad(Stage& stage, ScenarioStep const& step)
 
 void RunApply(Stage& stage, ScenarioStep const& step)
 {
-    stage.FindDevice(step.device)->ApplyAttribs(true);
+    stage.host.ApplyDevice(*stage.FindDevice(step.device), true);
 }
 
 void RunConnected(Stage& stage, ScenarioStep const& step)
@@ -266,6 +269,38 @@ void RunBufferStatus(Stage& stage, ScenarioStep const& step)
 {
     auto const& argument = std::get<BufferStatusArgument>(step.argument);
     stage.host.SetBufferStatus(argument.id, argument.status);
+}
+
+void RunCall(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<CallArgument>(step.argument);
+    auto& plugin = stage.Plugin();
+    switch (argument.function) {
+    case EntryPoint::RegisterDevices:
+        plugin.RegisterDevices();
+        break;
+    case EntryPoint::UnRegisterDevices:
+        plugin.UnRegisterDevices();
+        break;
+    case EntryPoint::RegisterViews:
+        plugin.RegisterViews();
+        break;
+    case EntryPoint::InitializeTemplates:
+        plugin.InitializeTemplates(&stage.application);
+        break;
+    case EntryPoint::UnInitializeTemplates:
+        plugin.UnInitializeTemplates();
+        break;
+    case EntryPoint::DeviceCtrlInit:
+        plugin.DeviceCtrlInit(argument.numbers[0], argument.numbers[1], argument.numbers[2], argument.numbers[3]);
+        break;
+    case EntryPoint::LibraryAttach:
+        reinterpret_cast<bool (*)()>(plugin.FindFunction("LibraryAttach"))();
+        break;
+    case EntryPoint::LibraryDetach:
+        reinterpret_cast<void (*)()>(plugin.FindFunction("LibraryDetach"))();
+        break;
+    }
 }
 
 void RunClock(Stage& stage, ScenarioStep const& step)
@@ -308,6 +343,7 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::TargetChange, RunTargetChange},
     {StepKind::Block, RunBlock},
     {StepKind::BufferStatus, RunBufferStatus},
+    {StepKind::Call, RunCall},
     {StepKind::Clock, RunClock},
     {StepKind::Settle, RunSettle},
 };

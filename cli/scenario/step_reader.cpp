@@ -106,9 +106,38 @@ StepArgument ReadSettle(Source const& source)
 
 StepArgument ReadCall(Source const& source)
 {
-    CallArgument argument{ReadText(source.value, source.path), {}};
-    if (auto const* args = source.members.Find("args"); args != nullptr) {
-        argument.args = ReadArray(*args, source.members.At("args"));
+    constexpr std::pair<std::string_view, EntryPoint> functions[] = {
+        {"RegisterDevices", EntryPoint::RegisterDevices},
+        {"UnRegisterDevices", EntryPoint::UnRegisterDevices},
+        {"RegisterViews", EntryPoint::RegisterViews},
+        {"InitializeTemplates", EntryPoint::InitializeTemplates},
+        {"UnInitializeTemplates", EntryPoint::UnInitializeTemplates},
+        {"DeviceCtrlInit", EntryPoint::DeviceCtrlInit},
+        {"LibraryAttach", EntryPoint::LibraryAttach},
+        {"LibraryDetach", EntryPoint::LibraryDetach},
+    };
+    std::string const name = ReadText(source.value, source.path);
+    auto const* const found = std::find_if(std::begin(functions), std::end(functions),
+                                           [&name](auto const& each) { return each.first == name; });
+    if (found == std::end(functions)) {
+        throw InvalidScenario(source.path, "the plug-in exports no such function that a step may call");
+    }
+    CallArgument argument{found->second, {}};
+    bool const takesNumbers = argument.function == EntryPoint::DeviceCtrlInit;
+    auto const* const args = source.members.Find("args");
+    if (args == nullptr) {
+        if (takesNumbers) {
+            throw InvalidScenario(source.path, "DeviceCtrlInit takes four numbers in \"args\"");
+        }
+        return argument;
+    }
+    auto const path = source.members.At("args");
+    auto const& numbers = takesNumbers ? ReadArray(*args, path, argument.numbers.size()) : ReadArray(*args, path);
+    if (!takesNumbers && !numbers.empty()) {
+        throw InvalidScenario(path, "this function takes nothing");
+    }
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        argument.numbers[i] = ReadUInt16(numbers[i], JsonPath(path, i));
     }
     return argument;
 }

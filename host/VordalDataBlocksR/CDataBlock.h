@@ -63,7 +63,7 @@ public:
     /// `size` is 0). Bytes missing from `value` are 0. Detaches first.
     void AddItem(unsigned short item, unsigned short type, std::span<unsigned char const> value, unsigned int size,
                  unsigned short status);
-    /// Gives an item another size: it keeps its first bytes, new ones are 0, and an item without data gets some. False
+    /// Gives an item another size: it keeps its first bytes, new ones are 0, and an item without data stays without. False
     /// when there is no such item or no memory. Detaches first.
     bool SetItemSize(unsigned short index, unsigned int size) { return ResizeDataItem(index, size); }
     /// Appends an item without data. Detaches first.

@@ -24,6 +24,8 @@ public:
     virtual void GetDataSource(CDataId& dataId) const = 0;
     /// Copies the computation's attributes.
     virtual void GetAttributeMap(CAttributeMap& map) const = 0;
+    /// Empties the buffer of the stream behind the computation (see BaseDataSource::Reset), if there is one.
+    virtual void ResetDataSource() = 0;
 };
 
 /// The register. Look-ups may be called from any thread; what they give is the host's and stays while the project is

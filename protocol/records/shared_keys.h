@@ -30,6 +30,7 @@ inline constexpr Key x5SampleRateSet{L"x5SampleRateSet", Kind::Branch, Unit::Non
 inline constexpr Key AScanBeamStart{L"AScanBeamStart", Kind::Int, Unit::None, "first beam of the A-scan"};
 inline constexpr Key AScanBeamEnd{L"AScanBeamEnd", Kind::Int, Unit::None, "last beam of the A-scan"};
 inline constexpr Key x5SonarSettings{L"x5SonarSettings", Kind::Branch, Unit::None, "settings that one head reports"};
+inline constexpr Key Request{L"Request", Kind::Branch, Unit::None, "the branch of a tree that holds a request"};
 
 // The host's own attributes of a device; their texts are those of the host's constants.
 inline constexpr Key ATTR_DEVICEOFFSET{L"ATTR_DEVICEOFFSET", Kind::Offset, Unit::Metre, "where the sonar sits on the vessel, three axes"};
@@ -46,6 +47,7 @@ inline constexpr auto SharedKeys = std::to_array<Key const*>({
     &keys::x5DualHeadMode, &keys::x5PulseType, &keys::PingSequenceId, &keys::x5SampleRateSelection,
     &keys::x5SampleRateSet, &keys::AScanBeamStart, &keys::AScanBeamEnd, &keys::x5SonarSettings,
     &keys::ATTR_DEVICEOFFSET, &keys::ATTR_ROLLCOR, &keys::ATTR_PITCHCOR, &keys::ATTR_CABLELENGTH,
+    &keys::Request,
 });
 
 } // namespace qx5::protocol

@@ -3,17 +3,18 @@
 
 #include <VordalAttributesR/AttributeKey.h>
 #include <protocol/records/shared_keys.h>
+#include <protocol/settings_keys.h>
 
 namespace vordal::keys {
 
 /// The branch of a tree that holds a request for a device.
-inline constexpr AttributeKey Request{L"Request"};
-inline constexpr AttributeKey BeamModes{L"x5BeamModes"};
-inline constexpr AttributeKey PulseLengthSet{L"x5PulseLengthSet"};
-inline constexpr AttributeKey PulseLengthValues{L"x5PulseLengthValues"};
+inline constexpr AttributeKey Request{qx5::protocol::keys::Request.text};
 
 inline constexpr AttributeKey DeviceEnum{qx5::protocol::keys::DeviceEnum.text};
 inline constexpr AttributeKey SonarSettings{qx5::protocol::keys::x5SonarSettings.text};
 inline constexpr AttributeKey PulseType{qx5::protocol::keys::x5PulseType.text};
+inline constexpr AttributeKey BeamModes{qx5::protocol::keys::x5BeamModes.text};
+inline constexpr AttributeKey PulseLengthSet{qx5::protocol::keys::x5PulseLengthSet.text};
+inline constexpr AttributeKey PulseLengthValues{qx5::protocol::keys::x5PulseLengthValues.text};
 
 } // namespace vordal::keys

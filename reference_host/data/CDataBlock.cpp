@@ -183,7 +183,9 @@ bool CDataBlock::ResizeDataItem(unsigned short index, unsigned int size)
     try {
         EnsureUnique();
         auto& item = m_body->items[index];
-        item.Reallocate(size);
+        if (item.info.data != nullptr) {
+            item.Reallocate(size);
+        }
         item.info.size = size;
     } catch (std::bad_alloc const&) {
         return false;

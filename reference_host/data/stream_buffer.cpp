@@ -62,8 +62,13 @@ void StreamBuffer::Announce()
 void StreamBuffer::Reset()
 {
     if (auto* observer = CurrentObserver()) {
-        observer->OnResetBuffer(m_dataId);
+        observer->OnResetBuffer(m_dataId, m_dataId);
     }
+    Empty();
+}
+
+void StreamBuffer::Empty()
+{
     CDataBlock empty;
     std::lock_guard const lock(m_mutex);
     std::swap(m_block, empty);

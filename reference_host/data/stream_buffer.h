@@ -21,9 +21,12 @@ public:
     bool GetStatus(unsigned short& state, unsigned short& status) override;
     CDataId const& GetDataId() const override { return m_dataId; }
 
-    /// As StoreBlock and AnnounceBlock, but an observer is not told.
+    // These are not told to an observer.
+    /// As StoreBlock and AnnounceBlock.
     void Put(CDataBlock const& block);
     void Announce();
+    /// As Reset.
+    void Empty();
     void SetStatus(unsigned short status);
 
 private:

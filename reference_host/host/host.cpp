@@ -200,6 +200,19 @@ void Computation::GetAttributeMap(CAttributeMap& map) const
     map = std::move(copy);
 }
 
+void Computation::ResetDataSource()
+{
+    CDataId stream;
+    GetDataSource(stream);
+    if (auto* const observer = CurrentObserver()) {
+        observer->OnResetBuffer(stream, m_setup.dataId);
+    }
+    auto* const state = CurrentState();
+    if (auto* const buffer = state != nullptr ? state->FindBuffer(stream, false) : nullptr) {
+        buffer->Empty();
+    }
+}
+
 bool Computation::IsLinkedTo(CDataId const& device) const
 {
     return std::find(m_setup.linkedDevices.begin(), m_setup.linkedDevices.end(), device) != m_setup.linkedDevices.end();
@@ -311,6 +324,26 @@ bool Host::RunAndWait(Task const& task)
 bool Host::Stop(std::chrono::milliseconds limit)
 {
     return m_state->thread == nullptr || m_state->thread->Stop(limit);
+}
+
+std::vector<CString> Host::DeviceClasses() const
+{
+    std::lock_guard const lock(m_state->mutex);
+    std::vector<CString> names;
+    for (auto const& [name, creator] : m_state->creators) {
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::vector<CString> Host::ViewClasses() const
+{
+    return m_state->displays.ViewNames();
+}
+
+std::vector<CString> Host::DisplayTemplates() const
+{
+    return m_state->displays.TemplateNames();
 }
 
 std::unique_ptr<Device> Host::MakeDevice(CString const& className)
@@ -461,6 +494,16 @@ void Host::SelectVessel(unsigned short number)
     Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &info);
 }
 
+void Host::SetUnitFactor(int unitGroup, double factor)
+{
+    m_state->project.units.SetFactor(unitGroup, factor);
+}
+
+void Host::SetProjectFolder(unsigned kind, std::optional<CString> folder)
+{
+    m_state->project.SetFolder(kind, std::move(folder));
+}
+
 void Host::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)
 {
     auto& internals = device.Internals();
@@ -551,16 +594,6 @@ void Host::SetFileRoot(std::filesystem::path const& folder)
 {
     std::lock_guard const lock(m_state->mutex);
     m_state->fileRoot = folder;
-}
-
-void Host::SetProjectFolder(unsigned kind, std::optional<CString> const& folder)
-{
-    std::lock_guard const lock(m_state->mutex);
-    if (folder.has_value()) {
-        m_state->projectFolders[kind] = *folder;
-    } else {
-        m_state->projectFolders.erase(kind);
-    }
 }
 
 TargetStore& Host::Targets()

@@ -110,6 +110,11 @@ public:
     /// `limit`: the queue is then dropped after the task that is running. Twice is fine. Not from the host thread.
     bool Stop(std::chrono::milliseconds limit = std::chrono::seconds(10));
 
+    // What modules have registered, by name and in the order of names. Any thread.
+    std::vector<CString> DeviceClasses() const;
+    std::vector<CString> ViewClasses() const;
+    std::vector<CString> DisplayTemplates() const;
+
     // Devices.
     /// A device of a class that a plug-in has registered, or of the host's own "QX5Device" or "Device"; not yet known
     /// to anybody. Null when there is no such class.
@@ -134,6 +139,13 @@ public:
     bool GetVesselItem(unsigned short number, CString const& section, CString const& item, CString& text) const;
     /// Makes the vessel active, if there is such a one, and tells sel_change::ACTIVE_VESSEL in either case.
     void SelectVessel(unsigned short number);
+
+    // What the project says of itself. Any thread.
+    /// From now on `value` in the display unit of that group (see UnitGroup) means `value` x `factor` in the host's.
+    void SetUnitFactor(int unitGroup, double factor);
+    /// What stands before the names of files of that ProjectFileKind, as it stands, a separator at its end included;
+    /// no text: the project has no place for them. A kind that was never set has the empty text.
+    void SetProjectFolder(unsigned kind, std::optional<CString> folder);
 
     // Attributes.
     /// Puts the tree in place; nobody is told.
@@ -163,9 +175,6 @@ public:
     // Files, contacts, the application. Any thread.
     /// Full names of files mean files below this folder from now on, and none leads out of it; empty: as they stand.
     void SetFileRoot(std::filesystem::path const& folder);
-    /// What DataSearch::GetFullPath puts before the name of a file of that ProjectFileKind, as it stands; nothing: the
-    /// project has no folder for it, as at first.
-    void SetProjectFolder(unsigned kind, std::optional<CString> const& folder);
     TargetStore& Targets();
     /// At first a text of its own for each host.
     void SetAppInstanceGuid(CString const& guid);

@@ -9,7 +9,7 @@ void HostObserver::OnHostSet(CDataId const&, CAttributeMap const&, unsigned) {}
 void HostObserver::OnOutputStat(BaseDevice&, double, int) {}
 void HostObserver::OnDisableTimeOut(BaseDevice&, bool) {}
 void HostObserver::OnDeviceCtrlViewType(BaseDevice&, CString const&) {}
-void HostObserver::OnResetBuffer(CDataId const&) {}
+void HostObserver::OnResetBuffer(CDataId const&, CDataId const&) {}
 void HostObserver::OnStoreBlock(CDataId const&, CDataBlock const&) {}
 void HostObserver::OnAnnounceBlock(CDataId const&) {}
 void HostObserver::OnOpenTargets(CString const&) {}

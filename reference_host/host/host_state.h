@@ -2,8 +2,10 @@
 #pragma once
 
 #include "reference_host/bus/notification_bus.h"
+#include "reference_host/displays/display_register.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_thread.h"
+#include "reference_host/project/project_definition.h"
 #include "reference_host/targets/target_store.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
@@ -67,6 +69,7 @@ public:
     bool GetAttribValue(AttributeKey const& key, CDataInfo& value, unsigned& flags) const override;
     void GetDataSource(CDataId& dataId) const override;
     void GetAttributeMap(CAttributeMap& map) const override;
+    void ResetDataSource() override;
 
     bool IsLinkedTo(CDataId const& device) const;
     void MergeIn(CAttributeMap const& tree);
@@ -115,6 +118,9 @@ struct HostState
     std::shared_ptr<NotificationBus> const generalBus = std::make_shared<NotificationBus>();
     std::shared_ptr<NotificationBus> const streamBus = std::make_shared<NotificationBus>();
 
+    ProjectDefinition project;
+    DisplayRegister displays;
+
     /// Guards the registers below; never held while calling out.
     mutable std::mutex mutex;
     std::unordered_map<std::uint64_t, std::unique_ptr<StreamBuffer>> buffers;
@@ -126,8 +132,6 @@ struct HostState
     std::map<unsigned short, int> nextDevice;
     std::map<CString, std::unique_ptr<DevICreator>> creators;
     std::filesystem::path fileRoot;
-    /// What GetFullPath puts before a name, by ProjectFileKind.
-    std::map<unsigned, CString> projectFolders;
     CString appInstanceGuid;
 
     std::atomic<bool> userIsOperator{true};

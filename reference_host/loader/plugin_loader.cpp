@@ -1,6 +1,7 @@
 // Loads a plug-in, refuses one that does not fit, and takes it out again; the version handshake.
 #include "reference_host/loader/plugin_loader.h"
 
+#include "reference_host/host/host_state.h"
 #include "reference_host/loader/version_check.h"
 #include "reference_host/platform/module.h"
 
@@ -18,6 +19,24 @@ std::string VersionText(unsigned version)
     return std::to_string(version >> 24) + '.' + std::to_string(version >> 16 & 0xFFU) + '.' +
            std::to_string(version >> 8 & 0xFFU) + '.' + std::to_string(version & 0xFFU);
 }
+
+/// While it lives, what is registered is that module's.
+class Registrant
+{
+public:
+    explicit Registrant(void const* module) { Set(module); }
+    Registrant(Registrant const&) = delete;
+    Registrant& operator=(Registrant const&) = delete;
+    ~Registrant() { Set(nullptr); }
+
+private:
+    static void Set(void const* module)
+    {
+        if (auto* const host = CurrentState()) {
+            host->displays.SetRegistrant(module);
+        }
+    }
+};
 
 } // namespace
 
@@ -74,8 +93,15 @@ PlugIn::~PlugIn()
     if (!m_body->attached) {
         return;
     }
-    UnInitializeTemplates();
-    UnRegisterDevices();
+    if (m_body->templatesInitialized) {
+        UnInitializeTemplates();
+    }
+    if (m_body->devicesRegistered) {
+        UnRegisterDevices();
+    }
+    if (auto* const host = CurrentState()) {
+        host->displays.Forget(m_body.get());
+    }
     m_body->libraryDetach();
 }
 
@@ -134,32 +160,32 @@ void PlugIn::RegisterDevices()
 
 void PlugIn::UnRegisterDevices()
 {
-    if (std::exchange(m_body->devicesRegistered, false)) {
-        m_body->unRegisterDevices();
-    }
+    m_body->devicesRegistered = false;
+    m_body->unRegisterDevices();
 }
 
 void PlugIn::RegisterViews()
 {
+    Registrant const registrant(m_body.get());
     m_body->registerViews();
 }
 
 void PlugIn::InitializeTemplates(CVordalBaseApp* application)
 {
+    Registrant const registrant(m_body.get());
     m_body->templatesInitialized = true;
     m_body->initializeTemplates(application);
 }
 
 void PlugIn::UnInitializeTemplates()
 {
-    if (std::exchange(m_body->templatesInitialized, false)) {
-        m_body->unInitializeTemplates();
-    }
+    m_body->templatesInitialized = false;
+    m_body->unInitializeTemplates();
 }
 
-void PlugIn::DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d)
+void PlugIn::DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device, unsigned short type)
 {
-    m_body->deviceCtrlInit(a, b, c, d);
+    m_body->deviceCtrlInit(vessel, group, device, type);
 }
 
 void* PlugIn::FindFunction(char const* name) const

@@ -21,8 +21,8 @@ public:
 
     PlugIn(PlugIn const&) = delete;
     PlugIn& operator=(PlugIn const&) = delete;
-    /// Undoes what was done through this object (templates, devices), lets the module detach itself, and unloads it. No
-    /// device of its classes may be left.
+    /// Undoes what was done through this object (templates, views, devices), lets the module detach itself, and unloads
+    /// it. No device of its classes may be left.
     ~PlugIn();
 
     std::filesystem::path const& File() const;
@@ -32,8 +32,8 @@ public:
     void RegisterViews();
     void InitializeTemplates(CVordalBaseApp* application);
     void UnInitializeTemplates();
-    /// The numbers of a device's id, last field first.
-    void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d);
+    /// The fields of a device's id: vessel, group, device number, type.
+    void DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device, unsigned short type);
 
     /// An exported C function beyond the required ones; null when there is none of that name.
     void* FindFunction(char const* name) const;

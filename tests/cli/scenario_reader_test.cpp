@@ -152,7 +152,9 @@ TEST(ScenarioReader, ReadsEveryStep)
     EXPECT_EQ(std::get<BufferStatusArgument>(scenario.steps[13].argument).status, 3);
     EXPECT_EQ(std::get<IntegerArgument>(scenario.steps[14].argument).value, -5);
     EXPECT_TRUE(std::isnan(std::get<NumberArgument>(scenario.steps[17].argument).value));
-    EXPECT_EQ(std::get<CallArgument>(scenario.steps[19].argument).args.size(), 4U);
+    auto const& call = std::get<CallArgument>(scenario.steps[19].argument);
+    EXPECT_EQ(call.function, EntryPoint::DeviceCtrlInit);
+    EXPECT_EQ(call.numbers, (std::array<std::uint16_t, 4>{1, 78, 1, 1}));
     EXPECT_EQ(std::get<ViewArgument>(scenario.steps[24].argument).size, std::pair(300, 200));
     EXPECT_EQ(std::get<SliderArgument>(scenario.steps[27].argument).position, -3);
     EXPECT_EQ(std::get<TypeArgument>(scenario.steps[30].argument).text, CString(L"1.5"));
@@ -240,6 +242,15 @@ TEST(ScenarioReader, SaysWhereAStepIsWrong)
     EXPECT_EQ(StepRefusal(R"({"settle":"nan"})"), "$.steps[0].settle: milliseconds from 0 to 600000 are expected here");
     EXPECT_EQ(StepRefusal(R"({"block":{"items":[]}})"), "$.steps[0].block: \"id\" is missing");
     EXPECT_EQ(StepRefusal(R"({"buffer-status":{"id":[1,1,1,1]}})"), "$.steps[0].buffer-status: \"status\" is missing");
+    EXPECT_EQ(StepRefusal(R"({"call":"Dance"})"),
+              "$.steps[0].call: the plug-in exports no such function that a step may call");
+    EXPECT_EQ(StepRefusal(R"({"call":"DeviceCtrlInit"})"),
+              "$.steps[0].call: DeviceCtrlInit takes four numbers in \"args\"");
+    EXPECT_EQ(StepRefusal(R"({"call":"DeviceCtrlInit","args":[1,2,3]})"),
+              "$.steps[0].args: an array of 4 is expected here, not of 3");
+    EXPECT_EQ(StepRefusal(R"({"call":"DeviceCtrlInit","args":[1,2,3,65536]})"),
+              "$.steps[0].args[3]: 65536 is out of range, which is 0 to 65535");
+    EXPECT_EQ(StepRefusal(R"({"call":"RegisterViews","args":[1]})"), "$.steps[0].args: this function takes nothing");
     EXPECT_EQ(StepRefusal(R"({"terminal":1.0})"),
               "$.steps[0].terminal: an integer is expected here, not a number with a point or an exponent");
     EXPECT_EQ(StepRefusal(R"({"click":{"page":"gate","id":1}})"), "$.steps[0].click.page: there is no page \"gate\"");

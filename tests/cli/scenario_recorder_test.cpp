@@ -87,11 +87,12 @@ TEST_F(RecorderTest, WritesStreams)
     block.AddItemWithoutData(255, 101, 4, 1);
     recorder.OnStoreBlock(second, block);
     recorder.OnAnnounceBlock(second);
-    recorder.OnResetBuffer(first);
+    recorder.OnResetBuffer(first, first);
+    recorder.OnResetBuffer(first, second);
     EXPECT_EQ(Taken(), R"([{"store":{"status":3,"time":1.5,"items":[[259,101,4,-2,0],[258,109,4,0.5,7],)"
                        R"([251,103,10,1.0,0],[252,111,2,65534,0],[253,106,1,254,0],[254,101,1,254,0],)"
                        R"([255,101,4,null,1]]},"id":[1,78,2,1]},{"announce":[1,78,2,1]},)"
-                       R"({"reset-buffer":[1,78,1,1],"of":[1,78,1,1]}])");
+                       R"({"reset-buffer":[1,78,1,1],"of":[1,78,1,1]},{"reset-buffer":[1,78,1,1],"of":[1,78,2,1]}])");
 }
 
 TEST_F(RecorderTest, KeepsOtherThreadsApart)

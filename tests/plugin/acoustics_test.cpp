@@ -1,10 +1,5 @@
 // The acoustic commands at sizes that no scenario file would hold.
-#include "QX5SonarConfigurationControlDevice.h"
-#include "recorded_traffic.h"
-#include "reference_host/host/clock.h"
-#include "reference_host/host/host.h"
-
-#include <VordalAttributesR/CVordalType.h>
+#include "one_sonar.h"
 
 #include <memory>
 #include <vector>
@@ -13,24 +8,7 @@
 
 namespace {
 
-class Acoustics : public ::testing::Test
-{
-protected:
-    Acoustics()
-    {
-        m_host.SetClock(&m_clock);
-        m_host.SetTraffic(&traffic);
-        m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-        auto made = std::make_unique<QX5SonarConfigurationControlDevice>();
-        device = made.get();
-        m_host.AddDevice(std::move(made), CDataId(1, 78, 1, 1), L"sonar");
-    }
-
-    vordal::FixedClock m_clock{1700000000.0};
-    RecordedTraffic traffic;
-    vordal::Host m_host;
-    QX5SonarConfigurationControlDevice* device = nullptr;
-};
+using Acoustics = OneSonar;
 
 TEST_F(Acoustics, ARouteOfTenThousandPointsIsOneRecord)
 {

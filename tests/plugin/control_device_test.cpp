@@ -1,10 +1,5 @@
 // The device class without a module around it: the scalar path at its limits, the chain, the device without connection.
-#include "QX5SonarConfigurationControlDevice.h"
-#include "recorded_traffic.h"
-#include "reference_host/host/clock.h"
-#include "reference_host/host/host.h"
-
-#include <VordalAttributesR/CVordalType.h>
+#include "one_sonar.h"
 
 #include <cmath>
 #include <limits>
@@ -31,41 +26,7 @@ struct ControlDeviceAccess {
 
 namespace {
 
-class ControlDevice : public ::testing::Test {
-protected:
-    ControlDevice()
-    {
-        m_host.SetClock(&m_clock);
-        m_host.SetTraffic(&traffic);
-        m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-        auto made = std::make_unique<QX5SonarConfigurationControlDevice>();
-        device = made.get();
-        m_host.AddDevice(std::move(made), CDataId(1, 78, 1, 1), L"sonar");
-    }
-
-    void Store(CAttributeMap const& tree) { m_host.ReplaceAttributes(*device, tree); }
-    CAttributeMap Stored() const
-    {
-        CAttributeMap tree;
-        device->GetAttributeMap(tree);
-        return tree;
-    }
-    void Request(CAttributeMap request) { m_host.DeliverRequest(*device, &request); }
-
-    vordal::FixedClock m_clock{1700000000.0}; // 2023-11-14 22:13:20 UTC, day 318
-    RecordedTraffic traffic;
-    vordal::Host m_host;
-    QX5SonarConfigurationControlDevice* device = nullptr;
-};
-
-CAttributeMap One(wchar_t const* key, CVordalType const& value)
-{
-    CAttributeMap tree;
-    tree.Add(key, value, 0);
-    return tree;
-}
-
-using Lines = std::vector<std::string>;
+using ControlDevice = OneSonar;
 
 TEST_F(ControlDevice, ANullRequestDoesNothing)
 {

@@ -1,4 +1,5 @@
 // This project's own records: their bytes, and trees that are deep, large or hostile.
+#include <limits>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -17,6 +18,7 @@ std::vector<TreeNode> AllKinds()
     return {{L"none", {}, {}},
             {L"int", std::int32_t{-1}, {}},
             {L"uint", std::uint32_t{0xFFFFFFFF}, {}},
+            {L"long", std::int64_t{-5000000000}, {}},
             {L"bool", true, {}},
             {L"double", -0.5, {}},
             {L"pair", std::pair(1.0, 2.0), {}},
@@ -82,6 +84,23 @@ TEST(Tree, Bytes)
                                   "01000000 6e 01 03000000 00000000"));
 }
 
+TEST(Tree, WholeNumbersBeyondFourGibibytes)
+{
+    // 5000000000 is 0x12a05f200.
+    auto const expected = test::Bytes("01000000 02000000"
+                                      "01000000 73 0a 00f2052a01000000 00000000"
+                                      "01000000 74 0a 0000000000000080 00000000");
+    std::vector<TreeNode> const nodes{{L"s", std::int64_t{5000000000}, {}},
+                                      {L"t", std::numeric_limits<std::int64_t>::min(), {}}};
+    std::string error;
+    auto const bytes = EncodeTree(nodes, error);
+    ASSERT_TRUE(bytes) << error;
+    EXPECT_EQ(*bytes, expected);
+    EXPECT_EQ(DecodeTree(expected, error), nodes) << error;
+    EXPECT_EQ(DecodeError(test::Bytes("01000000 01000000 00000000 0a 00000000 000000")),
+              "the bytes end early at byte 13");
+}
+
 TEST(Tree, AllKindsReadBack)
 {
     std::string error;
@@ -117,7 +136,7 @@ TEST(Tree, TellsWhatIsWrong)
     EXPECT_EQ(DecodeError(test::Bytes("02000000 00000000")), "an unknown format at byte 4");
     EXPECT_EQ(DecodeError(test::Bytes("01000000 00000000 00")), "bytes after the tree at byte 8");
     EXPECT_EQ(DecodeError(test::Bytes("01000000 ffffffff")), "a count that the bytes cannot hold at byte 8");
-    EXPECT_EQ(DecodeError(test::Bytes("01000000 01000000 00000000 0a 00000000")),
+    EXPECT_EQ(DecodeError(test::Bytes("01000000 01000000 00000000 0b 00000000")),
               "an unknown kind of value at byte 13");
     EXPECT_EQ(DecodeError(test::Bytes("01000000 01000000 00000000 03 02 00000000")),
               "a bool that is neither 0 nor 1 at byte 14");

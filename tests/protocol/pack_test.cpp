@@ -31,6 +31,10 @@ TEST(PackField, IntegersLoseTheirHighBits)
     EXPECT_EQ(Packed(2, {.wire = Wire::U16}, -1), Bytes("ffff"));
     EXPECT_EQ(Packed(4, {.wire = Wire::I32}, Least), Bytes("00000080"));
     EXPECT_EQ(Packed(4, {.wire = Wire::U32}, std::uint32_t{0xFFFFFFFE}), Bytes("feffffff"));
+    EXPECT_EQ(Packed(4, {.wire = Wire::U32}, std::int64_t{0x123456789}), Bytes("89674523"));
+    EXPECT_EQ(Packed(4, {.wire = Wire::I32}, Value(std::int64_t{-2})), Bytes("feffffff"));
+    EXPECT_EQ(Packed(4, {.wire = Wire::F32}, std::int64_t{8589934592}), Bytes("00000050")); // 2^33
+    EXPECT_EQ(Packed(2, {.wire = Wire::BitOfU16, .extent = 0}, std::int64_t{0x100000000}), Bytes("0100"));
 }
 
 TEST(PackField, BoolsAreOneOrZeroOfAnyWidth)

@@ -13,6 +13,7 @@ namespace qx5::protocol::test {
 namespace {
 
 constexpr Key CountKey{L"test count", Kind::Int, Unit::None, ""};
+constexpr Key LengthKey{L"test length", Kind::Int64, Unit::Byte, ""};
 constexpr Key OnKey{L"test on", Kind::Bool, Unit::None, ""};
 constexpr Key ListKey{L"test list", Kind::IntList, Unit::None, ""};
 constexpr Key AxesKey{L"test axes", Kind::Offset, Unit::Metre, ""};
@@ -31,6 +32,13 @@ TEST(Unpack, APairInDegrees)
     auto const pair = std::get<std::pair<double, double>>(values[0].second);
     EXPECT_NEAR(pair.first, 10.0, 1e-6);
     EXPECT_NEAR(pair.second, -10.0, 1e-6);
+}
+
+TEST(Unpack, WholeNumbersOf64BitsKeepTheSignOfTheirField)
+{
+    auto const payload = Bytes("feffffff");
+    EXPECT_EQ(UnpackField({.key = &LengthKey, .wire = Wire::U32}, payload).attribute, Value(std::int64_t{4294967294}));
+    EXPECT_EQ(UnpackField({.key = &LengthKey, .wire = Wire::I32}, payload).attribute, Value(std::int64_t{-2}));
 }
 
 TEST(Unpack, AnOffsetIsJoined)

@@ -97,7 +97,8 @@ TEST(DataBlock, AnItemTakesAnotherSize)
     EXPECT_EQ(bytes[5], 0x00);
     EXPECT_EQ(block.GetItem(0)->size, 6U);
     EXPECT_TRUE(block.SetItemSize(2, 8));
-    EXPECT_NE(block.GetItem(2)->data, nullptr);
+    EXPECT_EQ(block.GetItem(2)->size, 8U);
+    EXPECT_EQ(block.GetItem(2)->data, nullptr);
     EXPECT_FALSE(block.SetItemSize(3, 8));
     EXPECT_EQ(before.GetItem(0)->size, 4U);
     EXPECT_EQ(before.GetItem(2)->data, nullptr);
@@ -154,7 +155,7 @@ TEST(Buffer, TellsItsSubscribersWhatAndWhen)
         explicit Recorder(std::string& to) : told(to) {}
         void OnStoreBlock(CDataId const&, CDataBlock const&) override { told += "store "; }
         void OnAnnounceBlock(CDataId const&) override { told += "announce "; }
-        void OnResetBuffer(CDataId const&) override { told += "reset "; }
+        void OnResetBuffer(CDataId const&, CDataId const&) override { told += "reset "; }
         std::string& told;
     };
     std::string told;

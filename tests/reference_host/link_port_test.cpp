@@ -6,6 +6,7 @@
 #include <reference_host/host/log.h>
 #include <reference_host/link/fault_injection.h>
 #include <reference_host/link/live_traffic.h>
+#include <reference_host/link/tree_transfer.h>
 #include <reference_host/link/x5_port.h>
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
@@ -239,6 +240,17 @@ TEST_F(X5PortTest, AttributesFromTheSonarReachAllItsDevices)
     peer.Write(TreeFrame(43));
     EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 43; }));
     EXPECT_EQ(port->DroppedTrees(), 0U);
+}
+
+TEST(TreeTransfer, AWholeNumberOf64BitsStaysOne)
+{
+    std::vector<qx5::protocol::TreeNode> const nodes{{L"size", std::int64_t{5000000000}, {}}};
+    auto const tree = ToAttributeMap(nodes);
+    std::int64_t size = 0;
+    EXPECT_TRUE(tree.FindValue(AttributeKey(L"size"), 0).Get(size));
+    EXPECT_EQ(size, 5000000000);
+    double real = 0.0;
+    EXPECT_FALSE(tree.FindValue(AttributeKey(L"size"), 0).Get(real));
 }
 
 TEST_F(X5PortTest, DamagedTreesAreDroppedWithOneLine)

@@ -213,12 +213,12 @@ TEST_F(SonarServerTest, TellsOfTheRecordingWhileItGrows)
     ASSERT_TRUE(host.Told(L"DeviceId"));
     ASSERT_TRUE(host.Send(test::Command(1200, Bytes(260))));
     EXPECT_EQ(host.Told(L"x5DataRecording"), Value(std::int32_t{1}));
-    double last = 0.0;
+    std::int64_t last = 0;
     for (int i = 0; i < 3; ++i) {
         auto const size = host.Told(L"x5FileSize");
-        ASSERT_TRUE(size && std::holds_alternative<double>(*size));
-        EXPECT_GT(std::get<double>(*size), last);
-        last = std::get<double>(*size);
+        ASSERT_TRUE(size && std::holds_alternative<std::int64_t>(*size));
+        EXPECT_GT(std::get<std::int64_t>(*size), last);
+        last = std::get<std::int64_t>(*size);
     }
     ASSERT_TRUE(host.Send(test::Command(1201)));
     EXPECT_EQ(host.Told(L"x5DataRecording"), Value(std::int32_t{0}));

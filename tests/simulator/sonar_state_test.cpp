@@ -187,19 +187,19 @@ TEST_F(SonarStateTest, RecordsIntoAFileThatGrows)
     Take(test::Command(1200, payload));
     EXPECT_EQ(At(L"x5DataRecording"), Value(std::int32_t{1}));
     EXPECT_EQ(At(L"x5FileName"), Value(std::wstring(L"l1")));
-    EXPECT_EQ(At(L"x5FileSize"), Value(0.0));
+    EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{0}));
     EXPECT_EQ(At(L"x5DiskFree"), Value(std::int32_t{75}));
     m_state.TakeReport();
     m_now += 100s; // 4e9 of 64e9 bytes
     EXPECT_TRUE(m_state.Advance(m_now));
-    EXPECT_EQ(At(L"x5FileSize"), Value(4.0e9));
+    EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{4000000000}));
     EXPECT_EQ(At(L"x5DiskFree"), Value(std::int32_t{68})); // 68.75
     EXPECT_EQ(ReportedKeys(), (std::vector<std::wstring>{L"x5FileSize", L"x5DiskFree"}));
     Take(test::Command(1201));
     EXPECT_EQ(At(L"x5DataRecording"), Value(std::int32_t{0}));
     m_now += 100s;
     m_state.Advance(m_now);
-    EXPECT_EQ(At(L"x5FileSize"), Value(4.0e9));
+    EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{4000000000}));
 }
 
 TEST_F(SonarStateTest, NamesARecordingByItsClockAndStopsWhenTheDiskIsFull)
@@ -209,11 +209,14 @@ TEST_F(SonarStateTest, NamesARecordingByItsClockAndStopsWhenTheDiskIsFull)
     m_now += 24h;
     m_state.Advance(m_now);
     EXPECT_EQ(At(L"x5DataRecording"), Value(std::int32_t{0}));
-    EXPECT_EQ(At(L"x5FileSize"), Value(48.0e9));
+    EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{48000000000}));
     EXPECT_EQ(At(L"x5DiskFree"), Value(std::int32_t{0}));
-    // A payload that is no name at all starts one, too.
-    Take(test::Command(1200));
-    EXPECT_EQ(At(L"x5FileName"), Value(std::wstring(L"20231114_221320.x5")));
+    // A payload too short for a name starts none; a whole one does, even if there is nothing left to write to.
+    Take(test::Command(1200, Bytes(259)));
+    EXPECT_FALSE(m_state.IsRecording());
+    EXPECT_EQ(Take(test::Command(1200, Bytes(260))).name, "start recording");
+    EXPECT_TRUE(m_state.IsRecording());
+    EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{0}));
 }
 
 TEST_F(SonarStateTest, KeepsWhatIsPassedOnForTheOtherUnit)
@@ -312,18 +315,30 @@ TEST_F(SonarStateTest, SetsAttributesFromText)
     EXPECT_EQ(At(L"x5BeamSteer"), Value(std::pair(1.5, -2.0)));
     EXPECT_TRUE(m_state.Set("BufferStatus:int=2", m_now, error));
     EXPECT_EQ(At(L"BufferStatus"), Value(std::int32_t{2}));
+    EXPECT_TRUE(m_state.Set("x5FileSize=9223372036854775807", m_now, error));
+    EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{9223372036854775807}));
+    EXPECT_TRUE(m_state.Set("Spool:int64=-5000000000", m_now, error));
+    EXPECT_EQ(At(L"Spool"), Value(std::int64_t{-5000000000}));
     EXPECT_TRUE(m_state.Set("x5DataRecording=1", m_now, error));
     EXPECT_TRUE(m_state.IsRecording());
 
-    for (std::string_view const wrong : {"", "=1", "x5Range", "x5Range=", "x5Range=fifty", "x5Range=50m", "x5Range=nan",
-                                         "x5Range:int=50", "Unheard=1", "x5Range:metres=50", "DeviceEnum=7",
-                                         "DeviceId=1", "x5BeamSteer=1", "x5BeamSteer=1,2,", "x5SonarSettings=1"}) {
+    for (std::string_view const wrong :
+         {"", "=1", "x5Range", "x5Range=", "x5Range=fifty", "x5Range=50m", "x5Range=nan", "x5Range:int=50", "Unheard=1",
+          "x5Range:metres=50", "DeviceEnum=7", "DeviceId=1", "x5FileSize=1.5", "x5FileSize=9223372036854775808",
+          "x5BeamSteer=1", "x5BeamSteer=1,2,", "x5SonarSettings=1"}) {
         error.clear();
         EXPECT_FALSE(m_state.Set(wrong, m_now, error)) << wrong;
         EXPECT_FALSE(error.empty()) << wrong;
         EXPECT_EQ(error.find('\n'), std::string::npos) << wrong;
     }
     EXPECT_EQ(At(L"x5Range"), Value(75.0));
+}
+
+TEST_F(SonarStateTest, PingsOnceAtACommand)
+{
+    auto const record = Take(test::Command(1107));
+    EXPECT_EQ(record.name, "single ping");
+    EXPECT_EQ(record.effect, Effect::Ping);
 }
 
 TEST_F(SonarStateTest, KnowsItsTravelTime)

@@ -6,6 +6,7 @@
 #include "command.h"
 #include <protocol/value.h>
 
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -16,6 +17,7 @@ class EchoMap {
 public:
     void Tell(AttributeKey const& key, int value) { m_tree.Add(key, CVordalInt(value), 0); }
     void Tell(AttributeKey const& key, unsigned value) { m_tree.Add(key, CVordalUInt(value), 0); }
+    void Tell(AttributeKey const& key, std::int64_t value) { m_tree.Add(key, CVordalInt64(value), 0); }
     void Tell(AttributeKey const& key, bool value) { m_tree.Add(key, CVordalBool(value), 0); }
     void Tell(AttributeKey const& key, double value) { m_tree.Add(key, CVordalDouble(value), 0); }
     void Tell(AttributeKey const& key, double first, double second)

@@ -34,6 +34,8 @@ protocol::Value Fallback(Operand const& operand)
         return static_cast<std::int32_t>(operand.options.fallback);
     case protocol::Kind::UInt:
         return static_cast<std::uint32_t>(operand.options.fallback);
+    case protocol::Kind::Int64:
+        return static_cast<std::int64_t>(operand.options.fallback);
     case protocol::Kind::Bool:
         return operand.options.fallback != 0.0;
     case protocol::Kind::Double:
@@ -64,9 +66,12 @@ protocol::Value SentValue(protocol::RecordLayout const& record, protocol::Key co
         return {};
     }
     protocol::Value sent = protocol::UnpackField(*field, payload).wire;
-    if (key.kind == protocol::Kind::Int) {
-        if (auto const* bits = std::get_if<std::uint32_t>(&sent)) {
+    if (auto const* bits = std::get_if<std::uint32_t>(&sent)) {
+        if (key.kind == protocol::Kind::Int) {
             return static_cast<std::int32_t>(*bits);
+        }
+        if (key.kind == protocol::Kind::Int64) {
+            return std::int64_t{*bits};
         }
     }
     return sent;
@@ -118,6 +123,8 @@ bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey c
         return ReadAs<int>(tree, attribute, value);
     case protocol::Kind::UInt:
         return ReadAs<unsigned>(tree, attribute, value);
+    case protocol::Kind::Int64:
+        return ReadAs<std::int64_t>(tree, attribute, value);
     case protocol::Kind::Bool:
         return ReadAs<bool>(tree, attribute, value);
     case protocol::Kind::Double:
@@ -223,6 +230,7 @@ void EchoMap::TellValue(AttributeKey const& key, protocol::Value const& value)
         void operator()(std::monostate) const {}
         void operator()(std::int32_t number) const { echo.Tell(key, static_cast<int>(number)); }
         void operator()(std::uint32_t number) const { echo.Tell(key, static_cast<unsigned>(number)); }
+        void operator()(std::int64_t number) const { echo.Tell(key, number); }
         void operator()(bool flag) const { echo.Tell(key, flag); }
         void operator()(double number) const { echo.Tell(key, number); }
         void operator()(std::pair<double, double> const& pair) const { echo.Tell(key, pair.first, pair.second); }

@@ -1,0 +1,185 @@
+// `qx5 send`: what it prints of a good request, and what it says to everything else.
+#include "program.h"
+
+#include <csignal>
+
+#include <gmock/gmock.h>
+
+namespace qx5::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+TEST(Send, PrintsTheRecordAndTheEcho)
+{
+    Simulator sonar;
+    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50", "x5BeamSteer=10,-10"});
+    EXPECT_EQ(sent.code, 0);
+    EXPECT_EQ(sent.err, "");
+    EXPECT_THAT(sent.out, AllOf(HasSubstr("sent\n  record 7500 remote control, 96 bytes"),
+                                HasSubstr("    command 1003 range, ticket 1003\n      @0  f32  x5Range = 50 m\n"),
+                                HasSubstr("echoed, flags 0\n  x5Range = 50\n"), HasSubstr("command 1021"),
+                                HasSubstr("x5BeamSteer[0] = 10 deg"), HasSubstr("x5BeamSteer[1] = -10 deg"),
+                                HasSubstr("echoed, flags 0\n  x5BeamSteer = 10, -10\n")));
+    EXPECT_LT(sent.out.find("command 1003"), sent.out.find("echoed"));
+    EXPECT_LT(sent.out.find("echoed"), sent.out.find("command 1021"));
+    EXPECT_TRUE(sonar.Process().WaitForOutput("1003 range  x5Range=50 m"));
+    EXPECT_TRUE(sonar.Process().WaitForOutput("1021 beam steering"));
+}
+
+TEST(Send, ShowsTheBytesWhenAsked)
+{
+    Simulator sonar;
+    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "--bytes", "x5Range=50"});
+    EXPECT_EQ(sent.code, 0);
+    EXPECT_THAT(sent.out, AllOf(HasSubstr("000000  05 00 3c 00 ff ff 00 00 60 00 00 00 00 00 00 00"),
+                                HasSubstr("000020  4c 1d 00 00 00 00 00 00 00 00 ff ff 00 00 00 00"),
+                                HasSubstr("000040  eb 03 00 00 eb 03 00 00 00 00 00 00 00 00 00 00"),
+                                HasSubstr("000050  00 00 00 00 00 00 00 00 00 00 48 42 00 00 00 00")));
+}
+
+TEST(Send, TakesBranchesAndForcedKinds)
+{
+    Simulator sonar;
+    auto const branch = Qx5({"send", "--sonar", sonar.Endpoint(), "EchoMarker/EchoMarkerDepth=1"});
+    EXPECT_EQ(branch.code, 0) << branch.err;
+    EXPECT_THAT(branch.out, AllOf(HasSubstr("record 10025"), HasSubstr("EchoMarkerDepth = 1 m")));
+    auto const forced = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range:double=50"});
+    EXPECT_EQ(forced.code, 0) << forced.err;
+    EXPECT_THAT(forced.out, HasSubstr("command 1003 range"));
+    ExpectComplaint(Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range:int=50"}), 1,
+                    {"no record was sent", "qx5 explain"});
+    auto const presence = Qx5({"send", "--sonar", sonar.Endpoint(), "x5SSR7503CMD"});
+    EXPECT_EQ(presence.code, 0) << presence.err;
+    EXPECT_THAT(presence.out, HasSubstr("7503"));
+}
+
+TEST(Send, CompletesFromWhatTheSonarTold)
+{
+    // Again and again, because the sonar tells of itself only after the connection stands.
+    Simulator sonar;
+    for (int i = 0; i < 10; ++i) {
+        auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5CoverageAngle=120"});
+        EXPECT_EQ(sent.code, 0) << sent.err;
+        EXPECT_THAT(sent.out, AllOf(HasSubstr("x5CoverageAngle = 120 deg"), HasSubstr("x5RxSteeringAngle = 0 deg")));
+    }
+}
+
+TEST(Send, StoredValuesCompleteARequestAndEndWithTheirOwnArgument)
+{
+    Simulator sonar;
+    sonar.Process().Write("misbehave silent\n");
+    ASSERT_TRUE(sonar.Process().WaitForOutput("failures: silent"));
+    ExpectComplaint(Qx5({"send", "--sonar", sonar.Endpoint(), "x5CoverageAngle=120"}), 1, {"no record was sent"});
+    auto const sent = Qx5(
+        {"send", "--sonar", sonar.Endpoint(), "--stored", "x5RxSteeringAngle=3", "x5CoverageAngle=120", "x5Range=50"});
+    EXPECT_EQ(sent.code, 0) << sent.err;
+    EXPECT_THAT(sent.out, AllOf(HasSubstr("x5CoverageAngle = 120 deg"), HasSubstr("x5RxSteeringAngle = 3 deg"),
+                                HasSubstr("x5Range = 50 m")));
+    ExpectComplaint(Qx5({"send", "--stored", "x5Range=far", "x5Range=50"}), 2, {"--stored", "x5Range takes a number"});
+}
+
+TEST(Send, RefusesWhatIsNoRequest)
+{
+    ExpectComplaint(Qx5({"send", "x5Rnge=5"}), 2, {"'x5Rnge' is no key", "did you mean x5Range?", "qx5 keys"});
+    ExpectComplaint(Qx5({"send", "entirelyUnknown=5"}), 2, {"no key that is known", "entirelyUnknown:double=5"});
+    ExpectComplaint(Qx5({"send", "x5Range:duoble=5"}), 2, {"there is no kind 'duoble'", "double"});
+    ExpectComplaint(Qx5({"send", "x5Range=fifty"}), 2, {"x5Range takes a number"});
+    ExpectComplaint(Qx5({"send", "x5Range=5,5"}), 2, {"x5Range takes a number"});
+    ExpectComplaint(Qx5({"send", "x5Range="}), 2, {"x5Range takes a number"});
+    ExpectComplaint(Qx5({"send", "x5Range"}), 2, {"no value", "x5Range=VALUE"});
+    ExpectComplaint(Qx5({"send", "=5"}), 2, {"a key is missing"});
+    ExpectComplaint(Qx5({"send", "/x5Range=5"}), 2, {"a key is missing"});
+    ExpectComplaint(Qx5({"send", "x5BeamSteer=10"}), 2, {"two numbers"});
+    ExpectComplaint(Qx5({"send", "x5PingOnOffState=99999999999"}), 2, {"2147483647"});
+    ExpectComplaint(Qx5({"send", "x5SoundVelocityOverride=maybe"}), 2, {"true or false"});
+    ExpectComplaint(Qx5({"send", "x5Range=5", "x5Gain=loud"}), 2, {"x5Gain takes a number"});
+}
+
+TEST(Send, RefusesWhatIsNoEndpoint)
+{
+    for (char const* endpoint : {"nowhere", ":7000", "host:", "host:0", "host:65536", "host:port", "", "host:7000x"}) {
+        ExpectComplaint(Qx5({"send", "--sonar", endpoint, "x5Range=50"}), 2,
+                        {"--sonar", "HOST:PORT", "127.0.0.1:7000"});
+    }
+}
+
+TEST(Send, SaysWhenNobodyListens)
+{
+    DeafPort const nobody;
+    std::string const endpoint = "127.0.0.1:" + std::to_string(nobody.Port());
+    ExpectComplaint(Qx5({"send", "--sonar", endpoint, "x5Range=50"}), 1, {endpoint, "qx5 sim"});
+}
+
+TEST(Send, SaysWhenTheHostCannotBeFound)
+{
+    ExpectComplaint(Qx5({"send", "--sonar", "no-such-host.invalid:7000", "x5Range=50"}), 1,
+                    {"no-such-host.invalid:7000"});
+}
+
+TEST(Send, GivesUpOnAHostThatDoesNotAnswer)
+{
+    SilentPort const silent;
+    std::string const endpoint = "127.0.0.1:" + std::to_string(silent.Port());
+    auto const start = std::chrono::steady_clock::now();
+    ExpectComplaint(Qx5({"send", "--sonar", endpoint, "--timeout", "200", "x5Range=50"}), 1, {endpoint, "200 ms"});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+}
+
+TEST(Send, IsNoSuccessWhenTheSonarDropsTheConnectionBeforeTheRecord)
+{
+    Simulator sonar;
+    sonar.Process().Write("misbehave refuse close\n");
+    ASSERT_TRUE(sonar.Process().WaitForOutput("failures: refuse close"));
+    // The connection stands for a moment, so the record may just leave; what did not leave is never a success.
+    for (int i = 0; i < 10; ++i) {
+        auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50"});
+        if (sent.code == 0) {
+            EXPECT_THAT(sent.out, HasSubstr("sent\n  record 7500"));
+        } else {
+            ExpectComplaint(sent, 1, {"connection"});
+        }
+    }
+}
+
+TEST(Send, WorksWithASonarThatMisbehaves)
+{
+    Simulator sonar;
+    for (char const* failure : {"answer-late 60000", "split", "garbage 1000", "silent"}) {
+        sonar.Process().Write("misbehave " + std::string(failure) + "\n");
+        ASSERT_TRUE(sonar.Process().WaitForOutput("failures: " + std::string(failure).substr(0, 5)));
+        auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50"});
+        EXPECT_EQ(sent.code, 0) << failure << ": " << sent.err;
+        EXPECT_THAT(sent.out, AllOf(HasSubstr("command 1003 range"), HasSubstr("echoed, flags 0\n  x5Range = 50\n")));
+        sonar.Process().Write("behave\n");
+    }
+}
+
+TEST(Send, RefusesAPlugInThatDoesNotFit)
+{
+    TemporaryFile const text("no_module.so", "some text\n");
+    auto const send = [](std::string const& plugin) { return Qx5({"send", "--plugin", plugin, "x5Range=50"}); };
+    ExpectComplaint(send("/nowhere/plugin.so"), 1, {"/nowhere/plugin.so", "there is no such file"});
+    ExpectComplaint(send(text.Path()), 1, {text.Path(), "not a module"});
+    ExpectComplaint(send(MODULE_NOT_A_PLUGIN), 1, {"RegisterDevices is missing"});
+    ExpectComplaint(send(MODULE_OTHER_VERSION), 1, {"version 5.6.1.0", "version 5.5.1.0"});
+    ExpectComplaint(send(MODULE_REFUSES), 1, {"did not say why"});
+    ExpectComplaint(send(MODULE_WITHOUT_DEVICE), 1, {"device class"});
+    ExpectComplaint(Qx5({"run", "--once", "--plugin", MODULE_OTHER_VERSION}), 1, {"version 5.6.1.0"});
+}
+
+TEST(Send, PrintsNumbersAlikeWhateverTheLocale)
+{
+    Simulator sonar;
+    for (char const* locale : {"C", "de_DE.UTF-8"}) {
+        auto const sent =
+            Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=1234.5"}, "", {"LC_ALL=" + std::string(locale)});
+        EXPECT_EQ(sent.code, 0) << sent.err;
+        EXPECT_THAT(sent.out, AllOf(HasSubstr("x5Range = 1234.5 m"), HasSubstr("x5Range = 1234.5\n")));
+    }
+}
+
+} // namespace
+} // namespace qx5::test

@@ -1,0 +1,75 @@
+// How the command tells its usage, and how it answers to a wrong one: one line, exit code 2.
+#include "program.h"
+
+#include <map>
+
+#include <gmock/gmock.h>
+
+namespace qx5::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+TEST(Usage, HelpListsEveryCommand)
+{
+    auto const help = Qx5({"--help"});
+    EXPECT_EQ(help.code, 0);
+    EXPECT_EQ(help.err, "");
+    for (char const* command : {"run", "sim", "send", "scenario", "decode", "keys", "explain", "docs"}) {
+        EXPECT_THAT(help.out, HasSubstr("\n  " + std::string(command) + " "));
+    }
+}
+
+TEST(Usage, EveryCommandTellsItsOptions)
+{
+    std::map<std::string, std::vector<std::string>> const options{
+        {"run", {"--once", "--sonar HOST:PORT", "--plugin FILE", "--project FILE"}},
+        {"sim", {"--port", "7000", "--address", "127.0.0.1", "--verbose", "--state", "--pings"}},
+        {"send",
+         {"--sonar HOST:PORT", "127.0.0.1:7000", "--plugin FILE", "--stored KEY=VALUE", "--timeout", "3000", "--bytes",
+          "KEY=VALUE"}},
+        {"scenario", {"--check", "--plugin FILE", "FILE"}},
+        {"decode", {"--hex", "--raw", "FILE"}},
+        {"keys", {"--markdown", "filter"}},
+        {"explain", {"name"}},
+        {"docs", {"--plugin FILE", "folder"}},
+    };
+    for (auto const& [command, texts] : options) {
+        auto const help = Qx5({command, "--help"});
+        EXPECT_EQ(help.code, 0) << command;
+        EXPECT_EQ(help.err, "") << command;
+        EXPECT_THAT(help.out, HasSubstr("qx5 " + command)) << command;
+        for (std::string const& text : texts) {
+            EXPECT_THAT(help.out, HasSubstr(text)) << command;
+        }
+    }
+}
+
+TEST(Usage, VersionIsTold)
+{
+    auto const version = Qx5({"--version"});
+    EXPECT_EQ(version.code, 0);
+    EXPECT_THAT(version.out, ::testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(Usage, WrongCallsAreOneLineAndExitCodeTwo)
+{
+    ExpectComplaint(Qx5({}), 2, {"a command is missing", "qx5 --help"});
+    ExpectComplaint(Qx5({"frobnicate"}), 2, {"there is no command 'frobnicate'", "qx5 --help"});
+    ExpectComplaint(Qx5({"--frobnicate"}), 2, {"there is no option '--frobnicate'", "qx5 --help"});
+    ExpectComplaint(Qx5({"send", "--frobnicate", "x5Range=50"}), 2, {"--frobnicate", "qx5 send --help"});
+    ExpectComplaint(Qx5({"send"}), 2, {"request is required", "qx5 send --help"});
+    ExpectComplaint(Qx5({"scenario"}), 2, {"file is required", "qx5 scenario --help"});
+    ExpectComplaint(Qx5({"explain"}), 2, {"name is required", "qx5 explain --help"});
+    ExpectComplaint(Qx5({"sim", "extra"}), 2, {"extra", "qx5 sim --help"});
+    ExpectComplaint(Qx5({"sim", "--port"}), 2, {"--port", "qx5 sim --help"});
+    ExpectComplaint(Qx5({"sim", "--port", "99999"}), 2, {"99999", "65535"});
+    ExpectComplaint(Qx5({"sim", "--port", "-1"}), 2, {"--port"});
+    ExpectComplaint(Qx5({"sim", "--port", "many"}), 2, {"many"});
+    ExpectComplaint(Qx5({"send", "--timeout", "0", "x5Range=50"}), 2, {"--timeout", "600000"});
+    ExpectComplaint(Qx5({"decode", "--hex", "--raw"}), 2, {"--hex", "--raw", "qx5 decode --help"});
+    ExpectComplaint(Qx5({"sim", "two\nlines"}), 2, {"two lines"});
+}
+
+} // namespace
+} // namespace qx5::test
