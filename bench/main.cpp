@@ -1,10 +1,13 @@
 // qx5-bench: Google Benchmark's own report of all cases, then the promised ratios, all cases measured in turn in one run;
-// with --json one JSON object a line and nothing else.
+// with --json one JSON object a line and nothing else. --ratios leaves the report out, --only NAMES takes the cases of
+// these names, separated by commas.
 #include "measure.h"
 #include "stage.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include <benchmark/benchmark.h>
@@ -54,6 +57,11 @@ double MedianOf(std::string const& name, std::vector<Case> const& cases, std::ve
     return 0.0;
 }
 
+bool IsMeasured(std::string const& name, std::vector<Case> const& cases)
+{
+    return std::any_of(cases.begin(), cases.end(), [&name](Case const& one) { return one.name == name; });
+}
+
 void PrintPromises(std::vector<Case> const& cases, std::vector<Figures> const& figures)
 {
     fmt::print("\n{:<28} {:>12} {:>12} {:>8}  {}\n", "case", "median ns", "p99 ns", "n", "work");
@@ -63,6 +71,9 @@ void PrintPromises(std::vector<Case> const& cases, std::vector<Figures> const& f
     }
     fmt::print("\n{:<64} {:>12} {:>12}\n", "promise (medians of one run)", "measured", "at most");
     for (bench::Ratio const& ratio : bench::Promises()) {
+        if (!IsMeasured(ratio.of, cases) || (!ratio.to.empty() && !IsMeasured(ratio.to, cases))) {
+            continue;
+        }
         double measured = MedianOf(ratio.of, cases, figures);
         if (!ratio.to.empty()) {
             double const other = MedianOf(ratio.to, cases, figures);
@@ -79,12 +90,15 @@ int main(int argc, char** argv)
 {
     bool json = false;
     bool ratiosOnly = false;
+    std::string only;
     int kept = 1;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--json") == 0) {
             json = true;
         } else if (std::strcmp(argv[i], "--ratios") == 0) {
             ratiosOnly = true;
+        } else if (std::strcmp(argv[i], "--only") == 0 && i + 1 < argc) {
+            only = ',' + std::string(argv[++i]) + ',';
         } else {
             argv[kept++] = argv[i];
         }
@@ -98,6 +112,10 @@ int main(int argc, char** argv)
     }
     for (Case& commandLine : bench::CommandLineCases()) {
         cases.push_back(std::move(commandLine));
+    }
+
+    if (!only.empty()) {
+        std::erase_if(cases, [&only](Case const& one) { return only.find(',' + one.name + ',') == std::string::npos; });
     }
 
     if (!json && !ratiosOnly) {

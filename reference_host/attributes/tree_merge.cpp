@@ -65,13 +65,17 @@ void Merge(CAttributeMap& into, CAttributeMap const& given)
         Merge(into, held);
         return;
     }
-    std::vector<Level> levels;
-    levels.push_back({&into, &given});
-    while (!levels.empty()) {
-        auto& level = levels.back();
+    // Most trees that are merged have one level, which costs no allocation.
+    Level top{&into, &given};
+    std::vector<Level> deeper;
+    while (true) {
+        auto& level = deeper.empty() ? top : deeper.back();
         auto const* child = TreeAccess::NextChild(*level.given, level.chunk, level.slot);
         if (child == nullptr) {
-            levels.pop_back();
+            if (deeper.empty()) {
+                break;
+            }
+            deeper.pop_back();
             continue;
         }
         auto const& source = *TreeAccess::Node(*child);
@@ -103,7 +107,7 @@ void Merge(CAttributeMap& into, CAttributeMap const& given)
         if (source.value != nullptr && !SameContent(*TreeAccess::Node(branch), source)) {
             TakeContent(branch, source);
         }
-        levels.push_back({&branch, child});
+        deeper.push_back({&branch, child});
     }
 }
 

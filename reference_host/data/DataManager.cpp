@@ -63,14 +63,13 @@ bool IsThere(vordal::HostState const& host, CDataId const& id)
     return host.FindDevice(id) != nullptr || host.FindComputation(id) != nullptr;
 }
 
-/// What SetAttributeMap does once it is its turn. The host thread.
-bool Apply(vordal::Host& host, CDataId const& id, CAttributeMap const& map, unsigned flags)
+/// What SetAttributeMap does once it is its turn; `device` is the one of that id, or null. The host thread.
+bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap const& map, unsigned flags)
 {
     if (auto* observer = host.Observer()) {
         observer->OnHostSet(id, map, flags);
     }
-    auto& state = host.State();
-    if (auto* const device = state.FindDevice(id)) {
+    if (device != nullptr) {
         int const requests = map.Count(vordal::keys::Request);
         for (int i = 0; i < requests; ++i) {
             CAttributeMap request(map.Find(vordal::keys::Request, i));
@@ -84,7 +83,7 @@ bool Apply(vordal::Host& host, CDataId const& id, CAttributeMap const& map, unsi
         }
         return true;
     }
-    if (auto* const computation = state.FindComputation(id)) {
+    if (auto* const computation = host.State().FindComputation(id)) {
         if (map.Count() > 0) {
             computation->MergeIn(map);
             DataId_NI const info(id);
@@ -186,10 +185,17 @@ bool DataManager::SetAttributeMap(CDataId const& dataId, CAttributeMap const& ma
         return false;
     }
     if (host->State().threading == vordal::Threading::Inline || host->IsHostThread()) {
-        return Apply(*host, dataId, map, flags);
+        return Apply(*host, host->State().FindDevice(dataId), dataId, map, flags);
     }
     bool const there = IsThere(host->State(), dataId);
-    bool const posted = host->Post([host, dataId, map, flags] { Apply(*host, dataId, map, flags); });
+    // The id travels as its fields: its text would cost an allocation for each request.
+    bool const posted = host->Post([host, id = vordal::PackedId(dataId), map, flags] {
+        if (auto* const device = host->State().FindDevice(id)) {
+            Apply(*host, device, device->GetDataId(), map, flags);
+        } else {
+            Apply(*host, nullptr, vordal::UnpackedId(id), map, flags);
+        }
+    });
     return there && posted;
 }
 

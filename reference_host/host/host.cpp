@@ -135,11 +135,11 @@ BaseDataSource* FindBuffer(CDataId const& id)
 HostState::HostState(Threading mode) : threading(mode) {}
 HostState::~HostState() = default;
 
-Device* HostState::FindDevice(CDataId const& id) const
+Device* HostState::FindDevice(std::uint64_t packedId) const
 {
     std::lock_guard const lock(mutex);
-    auto const found =
-        std::find_if(devices.begin(), devices.end(), [&](DeviceEntry const& entry) { return entry.id == id; });
+    auto const found = std::find_if(devices.begin(), devices.end(),
+                                    [&](DeviceEntry const& entry) { return PackedId(entry.id) == packedId; });
     return found != devices.end() ? found->device.get() : nullptr;
 }
 
@@ -298,7 +298,7 @@ bool Host::IsHostThread() const
     return m_state->thread != nullptr ? m_state->thread->IsThisThread() : std::this_thread::get_id() == m_state->owner;
 }
 
-bool Host::Post(Task task)
+bool Host::Post(HostTask task)
 {
     if (m_state->threading == Threading::Inline) {
         task();
@@ -554,7 +554,7 @@ bool Host::DeliverRequest(Device& device, CAttributeMap* request)
         return true;
     }
     std::exception_ptr failure;
-    std::string reason = "an exception of an unknown kind";
+    std::string reason;
     try {
         device.DeliverRequest(request);
         return true;
@@ -563,6 +563,7 @@ bool Host::DeliverRequest(Device& device, CAttributeMap* request)
         reason = thrown.what();
     } catch (...) {
         failure = std::current_exception();
+        reason = "an exception of an unknown kind";
     }
     Log(LogLevel::Error, DescribeRequest(device, request) + " failed: " + reason);
     if (auto* observer = Observer()) {

@@ -11,6 +11,7 @@
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/Device.h>
 
+#include "reference_host/host/host_task.h"
 #include "reference_host/link/sonar_traffic.h"
 
 #include <chrono>
@@ -101,7 +102,7 @@ public:
     // The host thread. Any thread.
     /// Inline: runs the task at once. Threaded: queues it and returns. False when the host is stopping; the task is
     /// then dropped. An exception that leaves a queued task is logged.
-    bool Post(Task task);
+    bool Post(HostTask task);
     /// Runs the task on the host thread and waits for it; at once when this is that thread. An exception that leaves
     /// the task passes to the caller. False when the host is stopping and the task did not run.
     bool RunAndWait(Task const& task);

@@ -33,6 +33,12 @@ inline std::uint64_t PackedId(CDataId const& id)
            std::uint64_t{id.GetDeviceNum()} << 16 | std::uint64_t{id.GetVessel()};
 }
 
+inline CDataId UnpackedId(std::uint64_t packed)
+{
+    auto const field = [packed](int shift) { return static_cast<unsigned short>(packed >> shift & 0xFFFF); };
+    return CDataId(field(48), field(32), field(16), field(0));
+}
+
 /// What the host keeps about one device.
 struct DeviceInternals
 {
@@ -140,7 +146,8 @@ struct HostState
 
     std::unique_ptr<HostThread> thread;
 
-    Device* FindDevice(CDataId const& id) const;
+    Device* FindDevice(CDataId const& id) const { return FindDevice(PackedId(id)); }
+    Device* FindDevice(std::uint64_t packedId) const;
     Computation* FindComputation(CDataId const& id) const;
     /// Null when it is missing and not to be made.
     StreamBuffer* FindBuffer(CDataId const& id, bool create);

@@ -2,12 +2,20 @@
 #include "reference_host/host/host_thread.h"
 
 #include "reference_host/host/log.h"
+#include "reference_host/link/send_gathering.h"
 
 #include <cstdlib>
 #include <exception>
 #include <string>
+#include <utility>
 
 namespace vordal {
+namespace {
+
+// A queue that grew beyond this gives its memory back once it has been worked through.
+constexpr std::size_t KeptTasks = 4096;
+
+} // namespace
 
 HostThread::HostThread() : m_thread([this] { Run(); }), m_id(m_thread.get_id()) {}
 
@@ -25,19 +33,20 @@ void HostThread::Finish()
     }
 }
 
-bool HostThread::Post(Task task)
+bool HostThread::Post(Task&& task)
 {
+    bool wake = false;
     {
         std::lock_guard const lock(m_mutex);
         if (m_stopping) {
             return false;
         }
         m_tasks.push_back(std::move(task));
-        if (!m_sleeping) {
-            return true;
-        }
+        wake = std::exchange(m_sleeping, false);
     }
-    m_changed.notify_all();
+    if (wake) {
+        m_wake.Raise();
+    }
     return true;
 }
 
@@ -46,8 +55,10 @@ bool HostThread::Stop(std::chrono::milliseconds limit)
     {
         std::unique_lock lock(m_mutex);
         m_stopping = true;
-        m_changed.notify_all();
-        if (!m_changed.wait_for(lock, limit, [this] { return m_ended; })) {
+        if (std::exchange(m_sleeping, false)) {
+            m_wake.Raise();
+        }
+        if (!m_end.wait_for(lock, limit, [this] { return m_ended; })) {
             m_dropRest.store(true, std::memory_order_relaxed);
             auto const dropped = std::move(m_tasks);
             m_tasks.clear();
@@ -63,13 +74,15 @@ bool HostThread::Stop(std::chrono::milliseconds limit)
 
 void HostThread::Run()
 {
-    std::deque<Task> tasks;
+    std::vector<Task> tasks;
     std::unique_lock lock(m_mutex);
     while (true) {
         if (m_tasks.empty() && !m_stopping) {
             m_sleeping = true;
-            m_changed.wait(lock, [this] { return m_stopping || !m_tasks.empty(); });
-            m_sleeping = false;
+            lock.unlock();
+            m_wake.Wait();
+            lock.lock();
+            continue;
         }
         if (m_tasks.empty()) {
             break;
@@ -77,19 +90,40 @@ void HostThread::Run()
         // All that is there is taken at once, so that those who post seldom meet this thread at the lock.
         tasks.swap(m_tasks);
         lock.unlock();
-        while (!tasks.empty() && !m_dropRest.load(std::memory_order_relaxed)) {
-            Task const task = std::move(tasks.front());
-            tasks.pop_front();
-            Execute(task);
-        }
-        tasks.clear();
+        RunAll(tasks);
         lock.lock();
     }
     m_ended = true;
-    m_changed.notify_all();
+    m_end.notify_all();
 }
 
-void HostThread::Execute(Task const& task)
+void HostThread::RunAll(std::vector<Task>& tasks)
+{
+    auto waiting = tasks.size();
+    bool const gather = waiting > 1;
+    for (Task& queued : tasks) {
+        if (m_dropRest.load(std::memory_order_relaxed)) {
+            break;
+        }
+        --waiting;
+        if (gather) {
+            SendGathering::AnnounceMore(waiting > 0);
+        }
+        Execute(queued);
+        // What a task owns goes before the next one runs.
+        queued = Task();
+    }
+    if (gather) {
+        SendGathering::AnnounceMore(false);
+        SendGathering::SendHeld();
+    }
+    tasks.clear();
+    if (tasks.capacity() > KeptTasks) {
+        std::vector<Task>().swap(tasks);
+    }
+}
+
+void HostThread::Execute(Task& task)
 {
     try {
         task();

@@ -1,21 +1,24 @@
 // The thread on which a live host delivers requests and notifications, one after the other.
 #pragma once
 
+#include "reference_host/host/host_task.h"
+#include "reference_host/platform/wake_signal.h"
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <deque>
-#include <functional>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace vordal {
 
-/// Runs tasks in the order in which they were posted. Any thread may post.
+/// Runs tasks in the order in which they were posted. Any thread may post. While several tasks wait, the frames that
+/// they send may be gathered (see SendGathering).
 class HostThread
 {
 public:
-    using Task = std::function<void()>;
+    using Task = HostTask;
 
     HostThread();
     HostThread(HostThread const&) = delete;
@@ -23,7 +26,7 @@ public:
     ~HostThread();
 
     /// False once Stop has been called; the task is dropped. An exception that leaves the task is logged.
-    bool Post(Task task);
+    bool Post(Task&& task);
     bool IsThisThread() const { return std::this_thread::get_id() == m_id; }
     /// Takes no further tasks, runs those that are there and ends. False when the time was up: what is still queued is
     /// dropped, and a task that is running is left to itself; the thread ends after it.
@@ -34,15 +37,17 @@ public:
 
 private:
     void Run();
-    static void Execute(Task const& task);
+    void RunAll(std::vector<Task>& tasks);
+    static void Execute(Task& task);
 
     std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::deque<Task> m_tasks;
+    std::vector<Task> m_tasks;
     std::atomic<bool> m_dropRest{false};
-    bool m_sleeping = false;
+    platform::WakeSignal m_wake;
+    bool m_sleeping = false; ///< nobody has woken the thread yet
     bool m_stopping = false;
     bool m_ended = false;
+    std::condition_variable m_end;
     std::thread m_thread;
     std::thread::id m_id; ///< kept when the thread has been joined
 };

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <type_traits>
+#include <typeinfo>
 #include <vector>
 
 namespace vordal {
@@ -23,7 +25,10 @@ constexpr std::size_t SmallFrame = 1024;
 
 X5Port* PortOf(SonarTraffic::Sender const& sender)
 {
-    return dynamic_cast<X5Port*>(sender.port);
+    // The class is final, so its type is this or it is another port; comparing types costs less than a cast.
+    static_assert(std::is_final_v<X5Port>);
+    return sender.port != nullptr && typeid(*sender.port) == typeid(X5Port) ? static_cast<X5Port*>(sender.port)
+                                                                            : nullptr;
 }
 
 /// Frames `payload` behind the data section that `fill` writes into its first `leading` bytes, and sends it.

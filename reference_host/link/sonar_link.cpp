@@ -2,6 +2,7 @@
 #include "sonar_link.h"
 
 #include "name_look_up.h"
+#include "send_gathering.h"
 
 #include <protocol/frame_reader.h>
 
@@ -30,6 +31,10 @@ constexpr std::size_t ReadBytes = std::size_t{64} << 10;
 constexpr std::size_t DrainBytes = std::size_t{64} << 10;
 // A queue that grew beyond this gives its memory back once it is empty.
 constexpr std::size_t KeptQueueBytes = std::size_t{64} << 10;
+
+// Frames are held back up to so many bytes and for so long, even if the sender forgets about them.
+constexpr std::size_t GatheredBytes = std::size_t{16} << 10;
+constexpr std::chrono::milliseconds HeldTime{1};
 
 double SystemTime()
 {
@@ -76,7 +81,7 @@ struct LinkThread::Core
     std::thread thread;
 };
 
-LinkThread::LinkThread() : m_core(std::make_unique<Core>())
+LinkThread::LinkThread() : m_core(std::make_shared<Core>())
 {
     m_core->thread = std::thread([core = m_core.get()] { core->context.run(); });
 }
@@ -120,13 +125,14 @@ std::string_view ToText(LinkState state)
 //
 // The socket is used by two sides: senders write to it under m_sendMutex, the link thread reads from it without. It is
 // replaced and closed on the link thread under m_sendMutex, which is all that the two could disturb each other in.
-class SonarLink::Impl : public std::enable_shared_from_this<SonarLink::Impl>
+class SonarLink::Impl final : public GatheringLink, public std::enable_shared_from_this<SonarLink::Impl>
 {
 public:
     Impl(LinkThread& thread, LinkOptions options, SonarLinkListener& listener)
-        : m_thread(thread), m_context(thread.GetCore().context), m_gate(thread.GetCore().gate),
+        : m_thread(thread), m_core(thread.ShareCore()), m_context(thread.GetCore().context),
+          m_gate(thread.GetCore().gate),
           m_options(std::move(options)), m_listener(&listener), m_backOff(m_options.backOff, SeedFor(this)),
-          m_timer(m_context), m_candidate(m_context), m_socket(m_context)
+          m_timer(m_context), m_heldTimer(m_context), m_candidate(m_context), m_socket(m_context)
     {
         if (m_options.clock == nullptr) {
             m_options.clock = SystemTime;
@@ -146,6 +152,7 @@ public:
 
     void Close()
     {
+        SendHeld();
         if (m_thread.IsCurrent()) {
             CloseOnLinkThread();
             return;
@@ -177,10 +184,22 @@ public:
             m_refused.fetch_add(1, std::memory_order_relaxed);
             return false;
         }
+        if (SendGathering::IsMoreAnnounced()) {
+            // Also when this frame left at once: that is rare and costs nothing.
+            SendGathering::Hold(weak_from_this(), m_core.lock());
+        }
         if (m_observed.load(std::memory_order_acquire)) {
             Trace({true, m_options.clock(), accepted, frame});
         }
         return true;
+    }
+
+    void SendHeld() override
+    {
+        std::lock_guard const lock(m_sendMutex);
+        if (m_connected.load(std::memory_order_relaxed) && !m_draining) {
+            SendQueueLocked();
+        }
     }
 
     bool IsConnected() const { return m_connected.load(std::memory_order_acquire); }
@@ -208,7 +227,7 @@ public:
     std::size_t GetQueuedBytes() const
     {
         std::lock_guard const lock(m_sendMutex);
-        return m_queue.size() - m_queueHead;
+        return QueuedLocked();
     }
 
     void SetReadingPaused(bool paused)
@@ -236,30 +255,110 @@ private:
         if (!m_connected.load(std::memory_order_relaxed) || frame.empty() || frame.size() > m_options.greatestFrame) {
             return 0;
         }
-        auto const queued = m_queue.size() - m_queueHead;
-        if (queued != 0) {
-            if (frame.size() > m_options.queueBytes || queued > m_options.queueBytes - frame.size()) {
+        bool const gather = SendGathering::IsMoreAnnounced();
+        if (!m_draining && (QueuedLocked() != 0 || gather)) {
+            if (frame.size() <= GatheredBytes && HasRoomLocked(frame.size())) {
+                Enqueue(frame);
+                if (gather && QueuedLocked() < GatheredBytes) {
+                    WatchHeldLocked();
+                } else if (!SendQueueLocked()) {
+                    return 0;
+                }
+                return CountAcceptedLocked(frame.size());
+            }
+            if (!SendQueueLocked()) {
+                return 0;
+            }
+        }
+        if (m_draining) {
+            if (!HasRoomLocked(frame.size())) {
                 return 0;
             }
             Enqueue(frame);
         } else {
             asio::error_code error;
-            auto sent = m_socket.send(asio::buffer(frame.data(), frame.size()), 0, error);
-            if (error == asio::error::would_block || error == asio::error::try_again) {
-                sent = 0;
-            } else if (error) {
+            auto const sent = SendSome(frame, error);
+            if (error) {
                 BreakLocked(error);
                 return 0;
             }
             if (sent < frame.size()) {
                 Enqueue(frame.subspan(sent));
-                asio::post(m_context, [self = shared_from_this(), attempt = m_socketAttempt] {
-                    self->WaitToDrainOnLinkThread(attempt);
-                });
+                DrainLocked();
             }
         }
-        m_bytesOut += frame.size();
+        return CountAcceptedLocked(frame.size());
+    }
+
+    std::size_t QueuedLocked() const { return m_queue.size() - m_queueHead; }
+
+    bool HasRoomLocked(std::size_t size) const
+    {
+        return size <= m_options.queueBytes && QueuedLocked() <= m_options.queueBytes - size;
+    }
+
+    std::uint64_t CountAcceptedLocked(std::size_t size)
+    {
+        m_bytesOut += size;
         return ++m_framesOut;
+    }
+
+    /// How much the system took, which may be nothing; `error` only when the connection is broken.
+    std::size_t SendSome(std::span<unsigned char const> bytes, asio::error_code& error)
+    {
+        auto const sent = m_socket.send(asio::buffer(bytes.data(), bytes.size()), 0, error);
+        if (error == asio::error::would_block || error == asio::error::try_again) {
+            error.clear();
+            return 0;
+        }
+        return error ? 0 : sent;
+    }
+
+    /// Sends what is held; what the system does not take is left to the link thread. False when the connection is
+    /// broken.
+    bool SendQueueLocked()
+    {
+        if (QueuedLocked() == 0) {
+            return true;
+        }
+        asio::error_code error;
+        m_queueHead += SendSome(std::span(m_queue).subspan(m_queueHead), error);
+        if (error) {
+            BreakLocked(error);
+            return false;
+        }
+        if (QueuedLocked() == 0) {
+            DropQueueLocked();
+        } else {
+            DrainLocked();
+        }
+        return true;
+    }
+
+    void DrainLocked()
+    {
+        m_draining = true;
+        asio::post(m_context, [self = shared_from_this(), attempt = m_socketAttempt] {
+            self->WaitToDrainOnLinkThread(attempt);
+        });
+    }
+
+    /// Sees to it that held frames leave in time, whatever keeps their sender busy.
+    void WatchHeldLocked()
+    {
+        if (std::exchange(m_heldWatched, true)) {
+            return;
+        }
+        asio::post(m_context, [self = shared_from_this()] {
+            self->m_heldTimer.expires_after(HeldTime);
+            self->m_heldTimer.async_wait([self](asio::error_code) {
+                {
+                    std::lock_guard const lock(self->m_sendMutex);
+                    self->m_heldWatched = false;
+                }
+                self->SendHeld();
+            });
+        });
     }
 
     void Enqueue(std::span<unsigned char const> bytes)
@@ -294,19 +393,19 @@ private:
         for (;;) {
             // The lock is let go after each piece: a sender waits for one system call at most.
             std::unique_lock lock(m_sendMutex);
-            auto const size = std::min(m_queue.size() - m_queueHead, DrainBytes);
-            auto const sent = m_socket.send(asio::buffer(m_queue.data() + m_queueHead, size), 0, error);
-            if (error == asio::error::would_block || error == asio::error::try_again) {
-                lock.unlock();
-                WaitToDrainOnLinkThread(attempt);
-                return true;
-            }
+            auto const size = std::min(QueuedLocked(), DrainBytes);
+            auto const sent = SendSome(std::span(m_queue).subspan(m_queueHead, size), error);
             if (error) {
                 return false;
             }
             m_queueHead += sent;
-            if (m_queueHead == m_queue.size()) {
+            if (QueuedLocked() == 0) {
                 DropQueueLocked();
+                return true;
+            }
+            if (sent == 0) {
+                lock.unlock();
+                WaitToDrainOnLinkThread(attempt);
                 return true;
             }
         }
@@ -314,6 +413,7 @@ private:
 
     void DropQueueLocked()
     {
+        m_draining = false;
         m_queue.clear();
         m_queueHead = 0;
         if (m_queue.capacity() > KeptQueueBytes) {
@@ -574,6 +674,7 @@ private:
         m_lookingUp = false;
         ++m_attempt;
         m_timer.cancel();
+        m_heldTimer.cancel();
         DisconnectOnLinkThread();
         {
             std::lock_guard const lock(m_statusMutex);
@@ -606,6 +707,8 @@ private:
     }
 
     LinkThread& m_thread;
+    /// Weakly: what waits in the core's context may own this.
+    std::weak_ptr<LinkThread::Core> m_core;
     asio::io_context& m_context;
     std::shared_ptr<Gate> m_gate;
     LinkOptions m_options;
@@ -614,6 +717,7 @@ private:
     SonarLinkListener* m_listener;
     BackOff m_backOff;
     asio::steady_timer m_timer;
+    asio::steady_timer m_heldTimer;
     tcp::socket m_candidate;
     std::uint64_t m_attempt = 0;
     bool m_open = false;
@@ -634,6 +738,9 @@ private:
     std::uint64_t m_socketAttempt = 0;
     std::vector<unsigned char> m_queue;
     std::size_t m_queueHead = 0;
+    /// The link thread waits for the system to take the queue; otherwise what is queued is held back by its sender.
+    bool m_draining = false;
+    bool m_heldWatched = false;
     std::uint64_t m_framesOut = 0;
     std::uint64_t m_bytesOut = 0;
 

@@ -38,9 +38,10 @@ public:
 
     struct Core;
     Core& GetCore() { return *m_core; }
+    std::shared_ptr<Core> ShareCore() { return m_core; }
 
 private:
-    std::unique_ptr<Core> m_core;
+    std::shared_ptr<Core> m_core;
 };
 
 enum class LinkState
@@ -155,7 +156,9 @@ public:
 
     /// Sends one whole frame. Any thread; never waits, never allocates unless bytes have to be queued. False: there is
     /// no connection, or the queue has no room; then nothing of the frame is sent. True: the frame leaves whole and
-    /// unmixed, unless the connection is lost first; nothing queued survives its connection.
+    /// unmixed, unless the connection is lost first; nothing queued survives its connection. A frame of a thread that
+    /// has announced more work (see SendGathering) may be held back for up to 16 KiB and a millisecond to leave
+    /// together with those that follow, in order; all others leave at once.
     bool Send(std::span<unsigned char const> frame);
 
     bool IsConnected() const;

@@ -45,7 +45,8 @@ TEST(Threads, RequestsKeepTheOrderOfTheirThread)
             EXPECT_EQ(arrival.frame, RangeFrame(*range));
         }
     }
-    // What was echoed came in the order in which it was sent.
+    // What was echoed came in the order in which it was sent. The last echo follows its send.
+    near.Host().RunAndWait([] {});
     auto const echoed = near.EchoedRanges();
     EXPECT_TRUE(std::equal(echoed.begin(), echoed.end(), ranges.begin(), ranges.end()));
 }

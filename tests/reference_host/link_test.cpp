@@ -2,6 +2,7 @@
 #include "link_test_peer.h"
 
 #include <reference_host/link/fault_injection.h>
+#include <reference_host/link/send_gathering.h>
 
 #include <gtest/gtest.h>
 
@@ -310,6 +311,128 @@ TEST(SonarLink, OneFrameBeyondTheQueueStillLeavesWhole)
     peer.SetReading(true);
     ASSERT_TRUE(peer.WaitForBytes(frame.size()));
     EXPECT_EQ(peer.Received(), frame);
+}
+
+/// Announces more work for as long as it lives; what is held when it goes is sent.
+struct BusySender
+{
+    BusySender() { SendGathering::AnnounceMore(true); }
+    BusySender(BusySender const&) = delete;
+    BusySender& operator=(BusySender const&) = delete;
+    ~BusySender()
+    {
+        SendGathering::AnnounceMore(false);
+        SendGathering::SendHeld();
+    }
+};
+
+TEST(SonarLink, GatheredFramesArriveWholeAndInOrder)
+{
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    SonarLink link(thread, OptionsFor(peer.Port()), listener);
+    link.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    std::vector<std::uint32_t> sent;
+    std::size_t bytes = 0;
+    {
+        BusySender const busy;
+        for (std::uint32_t index = 0; index < 2000; ++index) {
+            // Now and then one that is larger than all that may be held.
+            auto const frame = Numbered(index, index % 100 == 50 ? 40'000 : 4 + index % 300);
+            ASSERT_TRUE(link.Send(frame));
+            sent.push_back(index);
+            bytes += frame.size();
+        }
+        EXPECT_EQ(link.GetCounters().framesOut, 2000U);
+        EXPECT_EQ(link.GetCounters().bytesOut, bytes);
+    }
+    ASSERT_TRUE(peer.WaitForBytes(bytes));
+    EXPECT_EQ(IndicesOf(peer.Received()), sent);
+    EXPECT_TRUE(Eventually([&] { return link.GetQueuedBytes() == 0; }));
+}
+
+TEST(SonarLink, AHeldFrameLeavesThoughItsSenderStaysBusy)
+{
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    SonarLink link(thread, OptionsFor(peer.Port()), listener);
+    link.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    BusySender const busy;
+    for (std::uint32_t index = 0; index < 3; ++index) {
+        ASSERT_TRUE(link.Send(Numbered(index, 4)));
+        ASSERT_TRUE(peer.WaitForBytes(72 * (std::size_t{index} + 1)));
+    }
+    EXPECT_EQ(IndicesOf(peer.Received()), (std::vector<std::uint32_t>{0, 1, 2}));
+}
+
+TEST(SonarLink, AnotherThreadsFrameFollowsThoseThatAreHeld)
+{
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    SonarLink link(thread, OptionsFor(peer.Port()), listener);
+    link.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    BusySender const busy;
+    ASSERT_TRUE(link.Send(Numbered(0, 4)));
+    ASSERT_TRUE(link.Send(Numbered(1, 4)));
+    std::thread([&] { EXPECT_TRUE(link.Send(Numbered(2, 4))); }).join();
+    EXPECT_EQ(link.GetQueuedBytes(), 0U) << "a thread that announced nothing waits for nobody";
+    ASSERT_TRUE(peer.WaitForBytes(3 * 72));
+    EXPECT_EQ(IndicesOf(peer.Received()), (std::vector<std::uint32_t>{0, 1, 2}));
+}
+
+TEST(SonarLink, ClosingSendsWhatIsHeld)
+{
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    BusySender const busy;
+    {
+        SonarLink link(thread, OptionsFor(peer.Port()), listener);
+        link.Open();
+        ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+        ASSERT_TRUE(link.Send(Numbered(7, 4)));
+        link.Close();
+        ASSERT_TRUE(peer.WaitForBytes(72));
+        EXPECT_EQ(IndicesOf(peer.Received()), (std::vector<std::uint32_t>{7}));
+    }
+    // The link is gone; what was announced for it is nothing any more.
+    SendGathering::SendHeld();
+}
+
+TEST(SonarLink, AFullQueueRefusesGatheredFramesToo)
+{
+    Peer peer;
+    peer.SetReading(false);
+    LinkThread thread;
+    Listener listener;
+    auto options = OptionsFor(peer.Port());
+    options.queueBytes = 100'000;
+    options.systemBufferBytes = 4096;
+    SonarLink link(thread, options, listener);
+    link.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    BusySender const busy;
+    std::vector<std::uint32_t> accepted;
+    std::size_t bytes = 0;
+    for (std::uint32_t index = 0, refused = 0; refused < 100; ++index) {
+        auto const frame = Numbered(index, 4 + index % 3000);
+        if (link.Send(frame)) {
+            accepted.push_back(index);
+            bytes += frame.size();
+        } else {
+            ++refused;
+        }
+        ASSERT_LE(link.GetQueuedBytes(), options.queueBytes);
+    }
+    peer.SetReading(true);
+    ASSERT_TRUE(peer.WaitForBytes(bytes));
+    EXPECT_EQ(IndicesOf(peer.Received()), accepted);
 }
 
 TEST(SonarLink, EightThreadsGiveWholeFrames)
