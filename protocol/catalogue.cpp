@@ -46,7 +46,9 @@ constexpr auto Layouts = Concatenate(
     records::DataRecordingRecords,
     records::RecorderSettingsRecords,
     records::StoragePlaybackRecords,
-    records::PanTiltHoistRecords);
+    records::PanTiltHoistRecords,
+    records::ContactsRecords,
+    records::TargetExchangeRecords);
 
 constexpr auto Keys = Concatenate(
     SharedKeys,
@@ -67,7 +69,8 @@ constexpr auto Keys = Concatenate(
     DataRecordingKeys,
     RecorderSettingsKeys,
     StoragePlaybackKeys,
-    PanTiltHoistKeys);
+    PanTiltHoistKeys,
+    TargetExchangeKeys);
 // clang-format on
 
 /// By text, so that a look-up takes few comparisons and twins lie side by side.

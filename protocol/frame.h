@@ -19,8 +19,8 @@ inline constexpr std::uint16_t RecordVersion = 1;
 inline constexpr std::size_t FrameHeaderSize = 64;
 inline constexpr std::size_t TrailingWordSize = 4;
 inline constexpr std::size_t FrameOverhead = FrameHeaderSize + TrailingWordSize;
-/// No frame is longer; a size beyond this is damage.
-inline constexpr std::size_t MaximumFrameSize = std::size_t{16} * 1024 * 1024;
+/// No frame is longer; a size beyond this is damage. Room for the image of a contact.
+inline constexpr std::size_t MaximumFrameSize = std::size_t{128} * 1024 * 1024;
 
 inline constexpr std::uint32_t RemoteControlRecordId = 7500;
 inline constexpr std::size_t RemoteControlHeaderSize = 24; ///< command id, ticket, tracking number

@@ -20,6 +20,9 @@ constexpr std::array<unsigned char, 8> FrameStart = [] {
     return bytes;
 }();
 
+/// After a frame larger than this its memory is given back.
+constexpr std::size_t KeptBytes = std::size_t{4} * 1024 * 1024;
+
 constexpr std::size_t SizeEnd = 12; // of the word that tells the total size
 
 /// Where the next FrameStart begins, or the start of one that the end of the bytes cuts off; bytes.size() if neither.
@@ -79,7 +82,10 @@ std::optional<std::size_t> FrameReader::FindCandidate()
 void FrameReader::Feed(std::span<unsigned char const> bytes)
 {
     // What was given or skipped goes away once it outweighs what stays: each byte moves a bounded number of times.
-    if (m_begin > 0 && m_begin >= m_bytes.size() - m_begin) {
+    if (m_begin == m_bytes.size() && m_bytes.capacity() > KeptBytes) {
+        std::vector<unsigned char>().swap(m_bytes);
+        m_begin = 0;
+    } else if (m_begin > 0 && m_begin >= m_bytes.size() - m_begin) {
         m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin));
         m_begin = 0;
     }

@@ -100,7 +100,7 @@ private:
         for (TreeNode const& node : nodes) {
             if (!m_writer.Text(node.key) || !Put(node.value))
                 return Fail("a text or list is too long");
-            if (m_writer.Size() > MaximumFrameSize)
+            if (m_writer.Size() > MaximumTreeSize)
                 return Fail("the tree does not fit a frame");
             if (!List(node.children, depth + 1))
                 return false;

@@ -105,6 +105,8 @@ struct TreeNode
 
 inline constexpr std::size_t MaximumTreeDepth = 200;
 inline constexpr std::size_t MaximumTreeNodes = 100000;
+/// Bytes of an encoded tree: with its frame it stays within the 16 MiB that a host takes from a sonar.
+inline constexpr std::size_t MaximumTreeSize = std::size_t{16} * 1024 * 1024 - 4096;
 
 /// The payload of an attribute tree. Bytes: u32 format (1), then a list of nodes. A list of nodes: u32 count, then the
 /// nodes. A node: text key, u8 kind, the value, list of children. A text: u32 length in bytes, UTF-8. Kinds and values:

@@ -6,6 +6,7 @@
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalBaseR/CDataInfo.h>
 #include <VordalConfigureR/DataSearch.h>
+#include <VordalSubscriberR/GeneralSubKeys.h>
 #include <VordalSubscriberR/Subscriber.h>
 #include <protocol/records/basic.h>
 #include <protocol/records/pan_tilt_hoist.h>
@@ -56,6 +57,11 @@ QX5SonarConfigurationControlDevice::QX5SonarConfigurationControlDevice()
     // What these two follow is known when the port is up.
     panTiltSubscription.SetSubscriber(new Sink(this, &ControlDevice::OnPanAndTiltUpdate), true);
     hoistSubscription.SetSubscriber(new Sink(this, &ControlDevice::OnHoistDataChange), true);
+
+    OnSonarTargetsVisualizationChange();
+    selectedTargetSubscription.SetSubscriber(
+        new MemFunSubscriber<ControlDevice>(this, &ControlDevice::OnSelectedSonarTargetChange), true);
+    selectedTargetSubscription.Subscribe(GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE);
 }
 
 QX5SonarConfigurationControlDevice::~QX5SonarConfigurationControlDevice()

@@ -125,24 +125,31 @@ void ControlDevice::RequestValue(CAttributeMap* request, int recordId, Attribute
 
 bool ControlDevice::Send76xxRecord(unsigned long recordId, float value)
 {
-    unsigned flags = 0;
-    int deviceId = 0;
-    GetAttribValue(At<keys::DeviceId>, deviceId, flags);
-    if (deviceId == 0) {
+    auto const sonar = SonarIdentity();
+    if (!sonar) {
         return false;
-    }
-    int enumerator = -1;
-    GetAttribValue(At<keys::DeviceEnum>, enumerator, flags);
-    bool integratedDualHead = false;
-    GetAttribValue(At<keys::x5SystemIDH>, integratedDualHead, flags);
-    if (integratedDualHead) {
-        enumerator = 0;
     }
     std::array<unsigned char, 4> payload{};
     protocol::PutF32LE(payload, 0, value);
     std::vector<unsigned char> const frame =
-        protocol::BuildFrame(
-        static_cast<std::uint32_t>(recordId), Target{deviceId, enumerator}, CExTime::GetCurTime(), payload);
+        protocol::BuildFrame(static_cast<std::uint32_t>(recordId), *sonar, CExTime::GetCurTime(), payload);
     SendMessageW(std::string(frame.begin(), frame.end()), false);
     return true;
+}
+
+std::optional<Target> ControlDevice::SonarIdentity() const
+{
+    unsigned flags = 0;
+    Target sonar{0, -1};
+    GetAttribValue(At<keys::DeviceId>, sonar.deviceId, flags);
+    if (sonar.deviceId == 0) {
+        return std::nullopt;
+    }
+    GetAttribValue(At<keys::DeviceEnum>, sonar.enumerator, flags);
+    bool integratedDualHead = false;
+    GetAttribValue(At<keys::x5SystemIDH>, integratedDualHead, flags);
+    if (integratedDualHead) {
+        sonar.enumerator = 0;
+    }
+    return sonar;
 }

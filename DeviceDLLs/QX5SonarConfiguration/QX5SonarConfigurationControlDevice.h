@@ -8,12 +8,15 @@
 #include <VordalDataBlocksR/CDataBlock.h>
 #include <VordalSubscriberR/Subscription.h>
 
+#include "handlers/Contacts.h"
 #include "handlers/command.h"
 #include "sequencing/TerminalCommandsToQX5Conv.h"
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <vector>
 
 class BaseDataSource;
 class CVordalUnitCnv;
@@ -90,6 +93,11 @@ private:
     void AskFor(std::span<qx5::FollowUp const> followUps);
     /// Merges the echo into the stored tree and tells its subscribers.
     void Report(CAttributeMap const& echo, int flags);
+    /// Device and enumerator that a frame made here bears: "DeviceId" and "DeviceEnum" of the tree, enumerator 0 where
+    /// "x5SystemIDH" is true. Nothing while the sonar's "DeviceId" is unknown (0).
+    std::optional<qx5::Target> SonarIdentity() const;
+    /// Time of the last block in the device's buffer, seconds; 0.0 when there is none.
+    double TimeOfLastData() const;
     /// The port as that of a sonar; null when there is none or it is of another class. The host's.
     QX5SocketIoHandler* SonarPort() const;
     CAttributeMap const& Stored() const { return *m_attributes; }
@@ -258,6 +266,8 @@ private:
     // Target lists, detection-unit settings, user role and system events.
     void SychronizeTargetManagersHandler(CAttributeMap* request);
     void SendTargetList(CAttributeMap* request);
+    /// One item for each GUID that the open target file still finds; without one the head alone goes out.
+    void Send3004Record(std::vector<CString> const& targetGuids);
     void RequestAScanSetupMonitorerStatus(CAttributeMap* request);
     void SendImageEnhancementMode(CAttributeMap* request);
     void SendDetectionSensitivity(CAttributeMap* request);
@@ -265,6 +275,20 @@ private:
     void SendCADBeamAndSampleSetting(CAttributeMap* request);
     void SendUserRole(CAttributeMap* request);
     void SendSystemEvent(CAttributeMap* request);
+
+    // Sonar contacts.
+    /// The selected contact was made, changed or deleted; `info` is a SONAR_TARGET_SEL_INFO, anything else and null
+    /// do nothing. Host thread.
+    void OnSelectedSonarTargetChange(NotificationInfo const* info);
+    void SendSonarx5ContactOutputRecord(SONAR_TARGET_SEL_INFO const* info);
+    /// Fills the payload, zero before. False when the contact is not in the open target file: nothing is to be sent.
+    /// `time`, in seconds, is that of the change.
+    bool Build3001Record(qx5::R3001 record, SONAR_TARGET_SEL_INFO const* info, double time) const;
+    std::int32_t GetInformationFlags3001Record(SonarTarget const& contact) const;
+    /// Sends the contact's image, bearing the time of sending, and removes the image file from disk.
+    void SendSonarContactGeoTiffx5(SONAR_TARGET_SEL_INFO const* info);
+    /// Brings the open target file into line with the one that is active in the host.
+    void OnSonarTargetsVisualizationChange();
 
     // Pan, tilt, hoist and ray tracer.
     /// A block of the pan-and-tilt unit has come: pings run while the unit scans, if that is what the operator wants.
@@ -289,7 +313,7 @@ private:
     bool panTiltScanning = false;    ///< scanning flag taken from the pan and tilt block
     bool pingOnlyDuringScan = false; ///< mirror of "PingOnlyDuringScan"
     bool loggerRunning = false;      ///< true between the host's logger start and stop
-    std::array<std::uint32_t, 7> contactInformationFlags{1, 2, 4, 8, 16, 32, 64}; ///< bits of the contact record
+    std::array<std::int32_t, 7> contactInformationFlags{1, 2, 4, 8, 16, 32, 64}; ///< bits of the contact record
     TerminalCommandsToQX5Conv terminalCommands;
     SonarTargetsControl* sonarTargetsControl = nullptr; ///< open target file, closed with the device
     CString sonarTargetsName;                           ///< name of that file

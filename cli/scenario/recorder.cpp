@@ -188,6 +188,26 @@ void Recorder::OnNotifyApplication(CDataId const& dataId)
     Add(JsonValue::Object({{"notify-app", WriteDataId(dataId)}}));
 }
 
+void Recorder::OnOpenTargets(CString const& fileName)
+{
+    Add(JsonValue::Object({{"open-targets", JsonValue::Text(Utf8FromWide(fileName.View()))}}));
+}
+
+void Recorder::OnCloseTargets(CString const& fileName)
+{
+    Add(JsonValue::Object({{"close-targets", JsonValue::Text(Utf8FromWide(fileName.View()))}}));
+}
+
+void Recorder::OnTargetListRequested()
+{
+    Add(JsonValue::Object({{"sync-stamp", JsonValue::Bool(true)}}));
+}
+
+void Recorder::OnRemoveFile(CString const& fileName)
+{
+    Add(JsonValue::Object({{"remove-file", JsonValue::Text(Utf8FromWide(fileName.View()))}}));
+}
+
 bool Recorder::SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                                  int deviceId, int enumerator)
 {

@@ -64,6 +64,10 @@ public:
                       CString const& section) override;
     void OnSetLightMode(int mode, bool redraw) override;
     void OnNotifyApplication(CDataId const& dataId) override;
+    void OnOpenTargets(CString const& fileName) override;
+    void OnCloseTargets(CString const& fileName) override;
+    void OnTargetListRequested() override;
+    void OnRemoveFile(CString const& fileName) override;
 
     bool SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                            int deviceId, int enumerator) override;

@@ -3,6 +3,7 @@
 
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/recorder.h"
+#include "cli/scenario/scenario_files.h"
 #include "cli/scenario/timezone.h"
 #include "cli/scenario/unicode.h"
 
@@ -10,9 +11,11 @@
 #include "reference_host/host/clock.h"
 #include "reference_host/host/host.h"
 #include "reference_host/loader/plugin_loader.h"
+#include "reference_host/targets/target_store.h"
 
 #include <VordalDataBlocksR/CDataBlock.h>
 #include <protocol/bytes.h>
+#include <VordalSubscriberR/GeneralSubKeys.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 
@@ -85,6 +88,8 @@ private:
     using PortKey = std::pair<CString, PortKind>;
     /// After the host, which knows them until it goes.
     std::map<PortKey, std::unique_ptr<BaseIOHandler>> m_ports;
+    /// After the host, whose devices may hold files open until they go.
+    ScenarioFiles m_files;
 
 public:
     vordal::Host host{vordal::Threading::Inline};
@@ -148,6 +153,9 @@ void Stage::AddProject(Scenario const& scenario)
         application.displays.push_back({display.section, display.type, display.name, display.enabled});
     }
     host.SetApplication(std::move(application));
+    m_files.PutInto(host, scenario);
+    host.SetUserIsOperator(scenario.application.isOperator);
+    host.SetAScanStatus(scenario.application.aScan);
     for (auto const& stream : scenario.streams) {
         host.Buffer(stream.id);
         if (stream.block.has_value() || stream.time.has_value()) {
@@ -257,6 +265,16 @@ void RunLogger(Stage& stage, ScenarioStep const& step)
     stage.host.Notify(Subscription::General, start ? loggerStarts : loggerStops, nullptr);
 }
 
+void RunTargetChange(Stage& stage, ScenarioStep const& step)
+{
+    auto const& change = std::get<TargetChangeArgument>(step.argument).change;
+    if (change.has_value()) {
+        stage.host.Targets().Tell(change->targetId, change->changeCode, change->time);
+    } else {
+        stage.host.Notify(Subscription::General, GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE, nullptr);
+    }
+}
+
 void RunBlock(Stage& stage, ScenarioStep const& step)
 {
     auto const& argument = std::get<BlockArgument>(step.argument);
@@ -358,6 +376,7 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::Apply, RunApply},
     {StepKind::Connected, RunConnected},
     {StepKind::Logger, RunLogger},
+    {StepKind::TargetChange, RunTargetChange},
     {StepKind::Block, RunBlock},
     {StepKind::BufferStatus, RunBufferStatus},
     {StepKind::Call, RunCall},

@@ -4,6 +4,7 @@
 #include <protocol/records/acquisition.h>
 #include <protocol/records/basic.h>
 #include <protocol/records/beam_geometry.h>
+#include <protocol/records/contacts.h>
 #include <protocol/records/data_recording.h>
 #include <protocol/records/dual_head.h>
 #include <protocol/records/gates.h>
@@ -18,5 +19,6 @@
 #include <protocol/records/single_beam.h>
 #include <protocol/records/single_ping.h>
 #include <protocol/records/storage_playback.h>
+#include <protocol/records/target_exchange.h>
 #include <protocol/records/tracker_detection.h>
 #include <protocol/records/triggers_timing.h>

@@ -167,9 +167,3 @@ CVordalBaseApp* CVordalBaseApp::Instance()
     auto* const application = CurrentApplication();
     return application != nullptr && application->HasMainWindow() ? application : nullptr;
 }
-
-CString CVordalBaseApp::GetAppInstanceGuid()
-{
-    auto const* const application = CurrentApplication();
-    return application != nullptr ? application->Guid() : CString();
-}

@@ -2,6 +2,7 @@
 #include "reference_host/bus/notification_bus.h"
 
 #include "reference_host/attributes/attribute_node.h"
+#include "reference_host/host/host_turn.h"
 
 #include <algorithm>
 #include <array>
@@ -44,6 +45,7 @@ struct Joint::RunningCall
 
 void Joint::Call(NotificationInfo const* info)
 {
+    HostTurn const turn;
     RunningCall const call(*this);
     if (call.sink != nullptr && call.sink->Sink() != nullptr) {
         call.sink->Sink()->Notify(info);

@@ -9,14 +9,17 @@
 #include "reference_host/host/clock.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
+#include "reference_host/host/host_turn.h"
 #include "reference_host/host/log.h"
 
 #include <VordalBaseR/FileObject.h>
 #include <VordalSubscriberR/GeneralSubKeys.h>
 #include <tvcoreR/Utf8.h>
+#include <vordalhostdllR/SonarTargetsManager.h>
 
 #include <algorithm>
 #include <future>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -25,6 +28,20 @@ namespace vordal {
 namespace {
 
 std::atomic<Host*> currentHost{nullptr};
+
+/// A text in the form of a GUID, by chance.
+CString MakeGuid()
+{
+    std::random_device random;
+    std::wstring text;
+    for (int i = 0; i < 32; ++i) {
+        if (i == 8 || i == 12 || i == 16 || i == 20) {
+            text += L'-';
+        }
+        text += L"0123456789abcdef"[random() & 0xFU];
+    }
+    return CString(std::move(text));
+}
 
 /// The end of a task that somebody waits for: its result, its exception, or that it was dropped.
 struct Completion
@@ -215,6 +232,9 @@ Host::Host(Threading threading) : m_state(std::make_unique<HostState>(threading)
     if (!currentHost.compare_exchange_strong(none, this)) {
         throw std::logic_error("a host is alive in this process already");
     }
+    m_state->appInstanceGuid = MakeGuid();
+    m_state->targets = std::make_unique<TargetStore>(*this);
+    SonarTargetsManager::Instance().geoTiffOutputEnabled = false;
     if (threading == Threading::Threaded) {
         m_state->thread = std::make_unique<HostThread>();
     }
@@ -550,6 +570,7 @@ void Host::ApplyDevice(Device& device, bool changed)
 
 bool Host::DeliverRequest(Device& device, CAttributeMap* request)
 {
+    HostTurn const turn;
     if (m_state->failures == RequestFailures::Pass) {
         device.DeliverRequest(request);
         return true;
@@ -590,6 +611,33 @@ void Host::SetBufferStatus(CDataId const& stream, unsigned short status)
     m_state->FindBuffer(stream, true)->SetStatus(status);
     DataId_NI const info(stream);
     Notify(Subscription::BufferStatus, stream.GetKey(), &info);
+}
+
+void Host::SetFileRoot(std::filesystem::path const& folder)
+{
+    std::lock_guard const lock(m_state->mutex);
+    m_state->fileRoot = folder;
+}
+
+TargetStore& Host::Targets()
+{
+    return *m_state->targets;
+}
+
+void Host::SetAppInstanceGuid(CString const& guid)
+{
+    std::lock_guard const lock(m_state->mutex);
+    m_state->appInstanceGuid = guid;
+}
+
+void Host::SetUserIsOperator(bool isOperator)
+{
+    m_state->userIsOperator = isOperator;
+}
+
+void Host::SetAScanStatus(bool on)
+{
+    m_state->aScanOn = on;
 }
 
 void Host::Notify(Subscription::Kind kind, CString const& key, NotificationInfo const* info)

@@ -15,6 +15,7 @@
 #include "reference_host/link/sonar_traffic.h"
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -30,6 +31,7 @@ namespace vordal {
 
 class Clock;
 class HostObserver;
+class TargetStore;
 struct HostState;
 
 /// Where requests and notifications run.
@@ -198,6 +200,16 @@ public:
     void PutBlock(CDataId const& stream, CDataBlock const& block);
     /// Changes the status of the stream's buffer and tells the followers of its status, on this thread. Any thread.
     void SetBufferStatus(CDataId const& stream, unsigned short status);
+
+    // Files, contacts, the application. Any thread.
+    /// Full names of files mean files below this folder from now on, and none leads out of it; empty: as they stand.
+    void SetFileRoot(std::filesystem::path const& folder);
+    TargetStore& Targets();
+    /// At first a text of its own for each host.
+    void SetAppInstanceGuid(CString const& guid);
+    /// At first the user is an operator.
+    void SetUserIsOperator(bool isOperator);
+    void SetAScanStatus(bool on);
 
     /// Raises a notification on one of the buses of Subscription::Kind, on this thread. `info` may be null. Any thread.
     void Notify(Subscription::Kind kind, CString const& key, NotificationInfo const* info);

@@ -18,6 +18,10 @@ void HostObserver::OnEnableDisplay(CString const&) {}
 void HostObserver::OnAddDisplay(unsigned, CString const&, CString const&, FileObject const&, CString const&) {}
 void HostObserver::OnSetLightMode(int, bool) {}
 void HostObserver::OnNotifyApplication(CDataId const&) {}
+void HostObserver::OnOpenTargets(CString const&) {}
+void HostObserver::OnCloseTargets(CString const&) {}
+void HostObserver::OnTargetListRequested() {}
+void HostObserver::OnRemoveFile(CString const&) {}
 void HostObserver::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) {}
 
 } // namespace vordal

@@ -46,6 +46,13 @@ public:
     virtual void OnSetLightMode(int mode, bool redraw);
     /// CVordalBaseApp::NotifyAttributesChanged.
     virtual void OnNotifyApplication(CDataId const& dataId);
+    /// SonarTargetsManager::OpenSTSFile, whatever comes of it.
+    virtual void OnOpenTargets(CString const& fileName);
+    virtual void OnCloseTargets(CString const& fileName);
+    /// SynchronizeTargetManagerInfo::SetRequestTimeStamp.
+    virtual void OnTargetListRequested();
+    /// HugeFileStream::Remove, whether or not there is such a file.
+    virtual void OnRemoveFile(CString const& fileName);
     /// An exception left a request and was contained; it is logged as well.
     virtual void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure);
 };

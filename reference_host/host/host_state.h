@@ -6,6 +6,7 @@
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_thread.h"
 #include "reference_host/project/project_definition.h"
+#include "reference_host/targets/target_store.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
@@ -139,6 +140,12 @@ struct HostState
     /// Where GetNextDevice stands, by vessel.
     std::map<unsigned short, int> nextDevice;
     std::map<CString, std::unique_ptr<DevICreator>> creators;
+    std::filesystem::path fileRoot;
+    CString appInstanceGuid;
+
+    std::atomic<bool> userIsOperator{true};
+    std::atomic<bool> aScanOn{false};
+    std::unique_ptr<TargetStore> targets;
 
     std::unique_ptr<HostThread> thread;
 

@@ -292,9 +292,18 @@ private:
 
     std::size_t QueuedLocked() const { return m_queue.size() - m_queueHead; }
 
+    /// One frame beyond the queue's size may wait, and does not take the room of the others.
     bool HasRoomLocked(std::size_t size) const
     {
-        return size <= m_options.queueBytes && QueuedLocked() <= m_options.queueBytes - size;
+        return size > m_options.queueBytes ? m_largeRest == 0
+                                           : QueuedLocked() - m_largeRest <= m_options.queueBytes - size;
+    }
+
+    /// The system has taken so much from the head of the queue.
+    void SpendLocked(std::size_t sent)
+    {
+        m_queueHead += sent;
+        m_largeRest -= std::min(m_largeRest, sent);
     }
 
     std::uint64_t CountAcceptedLocked(std::size_t size)
@@ -322,7 +331,7 @@ private:
             return true;
         }
         asio::error_code error;
-        m_queueHead += SendSome(std::span(m_queue).subspan(m_queueHead), error);
+        SpendLocked(SendSome(std::span(m_queue).subspan(m_queueHead), error));
         if (error) {
             BreakLocked(error);
             return false;
@@ -368,6 +377,11 @@ private:
             m_queue.erase(m_queue.begin(), m_queue.begin() + static_cast<std::ptrdiff_t>(m_queueHead));
             m_queueHead = 0;
         }
+        if (bytes.size() > m_options.queueBytes) {
+            // Room for those that follow as well: they must not make it move.
+            m_queue.reserve(m_queue.size() + bytes.size() + m_options.queueBytes);
+            m_largeRest = QueuedLocked() + bytes.size();
+        }
         m_queue.insert(m_queue.end(), bytes.begin(), bytes.end());
     }
 
@@ -398,7 +412,7 @@ private:
             if (error) {
                 return false;
             }
-            m_queueHead += sent;
+            SpendLocked(sent);
             if (QueuedLocked() == 0) {
                 DropQueueLocked();
                 return true;
@@ -416,6 +430,7 @@ private:
         m_draining = false;
         m_queue.clear();
         m_queueHead = 0;
+        m_largeRest = 0;
         if (m_queue.capacity() > KeptQueueBytes) {
             std::vector<unsigned char>().swap(m_queue);
         }
@@ -536,7 +551,7 @@ private:
             m_candidate.set_option(asio::socket_base::receive_buffer_size(m_options.systemBufferBytes), ignored);
         }
         m_timer.cancel();
-        m_reader = qx5::protocol::FrameReader(m_options.greatestFrame);
+        m_reader = qx5::protocol::FrameReader(m_options.greatestIncomingFrame);
         m_garbageTold = false;
         m_skippedBefore = 0;
         m_proven = false;
@@ -730,7 +745,7 @@ private:
     std::uint64_t m_skippedBefore = 0;
     std::chrono::steady_clock::time_point m_connectedAt;
     std::array<unsigned char, ReadBytes> m_readBuffer;
-    qx5::protocol::FrameReader m_reader{m_options.greatestFrame};
+    qx5::protocol::FrameReader m_reader{m_options.greatestIncomingFrame};
 
     // Guarded by m_sendMutex; see above for the socket.
     mutable std::mutex m_sendMutex;
@@ -738,6 +753,8 @@ private:
     std::uint64_t m_socketAttempt = 0;
     std::vector<unsigned char> m_queue;
     std::size_t m_queueHead = 0;
+    /// Bytes of the queue up to the end of the one large frame in it, 0 when there is none.
+    std::size_t m_largeRest = 0;
     /// The link thread waits for the system to take the queue; otherwise what is queued is held back by its sender.
     bool m_draining = false;
     bool m_heldWatched = false;

@@ -5,6 +5,8 @@
 
 #include "back_off.h"
 
+#include <protocol/frame.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -14,10 +16,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-namespace qx5::protocol {
-struct FrameView;
-}
 
 namespace vordal {
 
@@ -117,10 +115,13 @@ struct LinkOptions
 {
     std::string host;
     std::uint16_t port = 0;
-    /// Bytes that may wait for the sonar to take them. One frame is always accepted when nothing waits.
+    /// Bytes that may wait for the sonar to take them. One longer frame, such as an image, may wait beside them; a
+    /// second one is refused until the first has gone.
     std::size_t queueBytes = std::size_t{1} << 20;
-    /// A longer frame is refused, and one that claims to be longer is damage.
-    std::size_t greatestFrame = std::size_t{16} << 20;
+    /// A longer frame is refused.
+    std::size_t greatestFrame = qx5::protocol::MaximumFrameSize;
+    /// An incoming frame that claims to be longer is damage: a sonar sends nothing of the size of an image.
+    std::size_t greatestIncomingFrame = std::size_t{16} << 20;
     BackOffSchedule backOff;
     /// For one attempt, name look-up included.
     std::chrono::milliseconds connectTimeout{5000};

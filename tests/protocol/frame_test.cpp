@@ -94,7 +94,7 @@ TEST(Frame, TellsWhyBytesAreNoFrame)
     EXPECT_EQ(errorAfter(2, 61), FrameError::BadOffset);
     EXPECT_EQ(errorAfter(6, 1), FrameError::BadSync);
     EXPECT_EQ(errorAfter(8, 67), FrameError::BadSize);
-    EXPECT_EQ(errorAfter(11, 2), FrameError::BadSize);
+    EXPECT_EQ(errorAfter(11, 8), FrameError::BadSize); // 128 MiB and 96 bytes
     EXPECT_EQ(errorAfter(8, 97), FrameError::TooShort);
     EXPECT_EQ(errorAfter(95, 1), FrameError::BadTrailingWord);
     FrameError error = FrameError::None;

@@ -196,7 +196,7 @@ TEST_F(X5PortTest, LargePayloadsPassAndHugeOnesDoNot)
     ASSERT_TRUE(peer.WaitForBytes(5092));
     auto const received = peer.Received();
     EXPECT_EQ(Bytes(received.begin() + 88, received.begin() + 5088), payload);
-    Bytes const huge(std::size_t{16} << 20, 7);
+    Bytes const huge(std::size_t{128} << 20, 7);
     EXPECT_FALSE(first->SendRemoteControlRecord(1000, huge.data(), huge.size(), 0, -1));
 }
 

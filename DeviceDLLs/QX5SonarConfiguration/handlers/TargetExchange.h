@@ -2,17 +2,110 @@
 #pragma once
 
 #include "command.h"
+#include <protocol/records/target_exchange.h>
 
 namespace qx5::commands {
 
-inline constexpr Command SychronizeTargetManagersHandler{};
-inline constexpr Command SendTargetList{};
-inline constexpr Command RequestAScanSetupMonitorerStatus{};
-inline constexpr Command SendImageEnhancementMode{};
-inline constexpr Command SendDetectionSensitivity{};
-inline constexpr Command SendDetectorAlgorithm{};
-inline constexpr Command SendCADBeamAndSampleSetting{};
-inline constexpr Command SendUserRole{};
-inline constexpr Command SendSystemEvent{};
+namespace target_exchange {
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+inline constexpr Target TargetExchangeUnit{7003, 0}; ///< hands on between the applications of one sonar system
+inline constexpr Target DetectionUnit{7006, 0};
+
+inline constexpr Operand listRequestKeys[]{keys::RequestTargetList, keys::RequesterAppId};
+inline constexpr Sending listRequestSends[]{{records::TargetListRequest, TargetExchangeUnit}};
+
+inline constexpr Operand listKeys[]{keys::SendTargetList};
+inline constexpr Sending listSends[]{{records::TargetList, TargetExchangeUnit}};
+
+inline constexpr Operand aScanKeys[]{keys::SendAScanStatus, keys::AScanBeamStart, keys::AScanBeamEnd,
+                                     keys::AScanPingNumber};
+inline constexpr Sending aScanSends[]{{records::AScanStatus, TargetExchangeUnit}};
+
+inline constexpr Operand enhancementKeys[]{keys::CadImageEnhancement};
+inline constexpr Sending enhancementSends[]{{records::ImageEnhancement, DetectionUnit}};
+
+inline constexpr Operand sensitivityKeys[]{keys::CadDetectorSensitivity};
+inline constexpr Sending sensitivitySends[]{{records::DetectionSensitivity, DetectionUnit}};
+
+inline constexpr Operand algorithmKeys[]{keys::CadOnnxIndex};
+inline constexpr Sending algorithmSends[]{{records::DetectorAlgorithm, DetectionUnit}};
+
+inline constexpr Operand beamSettingKeys[]{keys::CADStreamIndex, keys::x5NumberOfBeams, keys::x5NumberOfPixels};
+inline constexpr Sending beamSettingSends[]{{records::BeamAndSampleSetting, DetectionUnit}};
+
+inline constexpr Operand userRoleKeys[]{keys::RequesterAppId, keys::UserRole, keys::UserRoleType};
+inline constexpr Sending userRoleSends[]{{records::UserRole}};
+
+inline constexpr Operand systemEventKeys[]{keys::X5SystemEventType, keys::X5SystemEventMessage,
+                                           keys::X5SystemEventTime};
+inline constexpr Sending systemEventSends[]{{records::SystemEvent, OwnSonar, "the user is an operator"}};
+
+} // namespace target_exchange
+
+inline constexpr Command SychronizeTargetManagersHandler{
+    .form = Form::Own,
+    .operands = target_exchange::listRequestKeys,
+    .sends = target_exchange::listRequestSends,
+    .note = "RequestTargetList by its presence, RequesterAppId from the request. The open target file keeps when the "
+            "list was asked for, even if the request then goes nowhere.",
+};
+
+inline constexpr Command SendTargetList{
+    .form = Form::Own,
+    .operands = target_exchange::listKeys,
+    .sends = target_exchange::listSends,
+    .note = "Presence. One item for each contact of the open target file that is still found by its GUID; the record "
+            "bears the time of the device's last data.",
+};
+
+inline constexpr Command RequestAScanSetupMonitorerStatus{
+    .form = Form::Own,
+    .operands = target_exchange::aScanKeys,
+    .sends = target_exchange::aScanSends,
+    .note = "SendAScanStatus by its presence, the others from the request. The beams from the first to the last go "
+            "out, none when the first lies beyond the last; more than 65535 are not sent. The record bears the time "
+            "of the device's last data.",
+};
+
+inline constexpr Command SendImageEnhancementMode{
+    .form = Form::Direct,
+    .operands = target_exchange::enhancementKeys,
+    .sends = target_exchange::enhancementSends,
+};
+
+inline constexpr Command SendDetectionSensitivity{
+    .form = Form::Direct,
+    .operands = target_exchange::sensitivityKeys,
+    .sends = target_exchange::sensitivitySends,
+};
+
+inline constexpr Command SendDetectorAlgorithm{
+    .form = Form::Direct,
+    .operands = target_exchange::algorithmKeys,
+    .sends = target_exchange::algorithmSends,
+};
+
+inline constexpr Command SendCADBeamAndSampleSetting{
+    .form = Form::AllRequired,
+    .operands = target_exchange::beamSettingKeys,
+    .sends = target_exchange::beamSettingSends,
+};
+
+inline constexpr Command SendUserRole{
+    .form = Form::AllRequired,
+    .operands = target_exchange::userRoleKeys,
+    .sends = target_exchange::userRoleSends,
+};
+
+inline constexpr Command SendSystemEvent{
+    .form = Form::Own,
+    .operands = target_exchange::systemEventKeys,
+    .sends = target_exchange::systemEventSends,
+    .note = "All three are required in the request. The time goes nowhere; the text goes out whole with a 0 at its "
+            "end, its length as 16 bits.",
+};
 
 } // namespace qx5::commands

@@ -1,0 +1,95 @@
+// The host's store of sonar contacts: which target file is active, and changes to contacts that everybody hears of.
+#include "target_store.h"
+
+#include "reference_host/host/file_root.h"
+#include "reference_host/host/host.h"
+
+#include <VordalSubscriberR/GeneralSubKeys.h>
+
+namespace vordal {
+
+void TargetStore::SetActive(CString const& name)
+{
+    std::lock_guard const lock(m_mutex);
+    m_active = name;
+}
+
+CString TargetStore::Active() const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_active;
+}
+
+void TargetStore::SetOperatorName(CString const& name)
+{
+    std::lock_guard const lock(m_mutex);
+    m_operatorName = name;
+}
+
+CString TargetStore::OperatorName() const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_operatorName;
+}
+
+void TargetStore::Place(CString const& fullName, std::filesystem::path const& file)
+{
+    std::lock_guard const lock(m_mutex);
+    m_places[fullName] = file;
+}
+
+std::filesystem::path TargetStore::PathOf(CString const& fullName) const
+{
+    {
+        std::lock_guard const lock(m_mutex);
+        if (auto const found = m_places.find(fullName); found != m_places.end()) {
+            return found->second;
+        }
+    }
+    return PathOfFile(fullName);
+}
+
+void TargetStore::Add(CString const& fullName, StoredTarget const& target)
+{
+    ChangeAndTell(fullName, TargetFile::Missing::Create, target.target.targetId, SONAR_TARGET_SEL_INFO::Created,
+                  [&](TargetFile& file) {
+                      file.Append(target);
+                      return true;
+                  });
+}
+
+bool TargetStore::Change(CString const& fullName, StoredTarget const& target)
+{
+    return ChangeAndTell(fullName, TargetFile::Missing::Refuse, target.target.targetId, SONAR_TARGET_SEL_INFO::Changed,
+                         [&](TargetFile& file) { return file.Change(target); });
+}
+
+bool TargetStore::Remove(CString const& fullName, std::uint32_t targetId)
+{
+    return ChangeAndTell(fullName, TargetFile::Missing::Refuse, targetId, SONAR_TARGET_SEL_INFO::Deleted,
+                         [&](TargetFile& file) { return file.Remove(targetId); });
+}
+
+bool TargetStore::ChangeAndTell(CString const& fullName, TargetFile::Missing missing, std::uint32_t targetId,
+                                std::uint32_t changeCode, std::function<bool(TargetFile&)> const& change)
+{
+    bool changed = false;
+    m_host.RunAndWait([&] {
+        {
+            TargetFile file(PathOf(fullName), missing);
+            changed = change(file);
+        }
+        if (changed) {
+            Tell(targetId, changeCode, m_host.Now());
+        }
+    });
+    return changed;
+}
+
+void TargetStore::Tell(std::uint32_t targetId, std::uint32_t changeCode, double time)
+{
+    SONAR_TARGET_SEL_INFO const info(targetId, changeCode, time);
+    m_host.Notify(Subscription::General, GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE, &info);
+}
+
+} // namespace vordal

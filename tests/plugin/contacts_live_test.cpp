@@ -1,0 +1,299 @@
+// Contacts and their images over a live connection: real files, a real target file, another program that changes it.
+#include "QX5SonarConfigurationControlDevice.h"
+#include "reference_host/host/clock.h"
+#include "reference_host/host/host.h"
+#include "reference_host/host/log.h"
+#include "reference_host/link/live_traffic.h"
+#include "reference_host/link/x5_port.h"
+#include "reference_host/targets/target_store.h"
+#include "tests/reference_host/link_test_peer.h"
+
+#include <VordalAttributesR/CVordalType.h>
+#include <protocol/bytes.h>
+#include <vordalhostdllR/SonarTargetsManager.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <thread>
+
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+namespace protocol = qx5::protocol;
+using vordal::StoredTarget;
+using vordal::test::Bytes;
+
+constexpr std::size_t contactFrame = 590;
+constexpr std::size_t aroundImage = 248;
+constexpr std::size_t imageOffset = 244;
+
+class LiveContacts : public ::testing::Test {
+protected:
+    LiveContacts()
+    {
+        auto name = (fs::temp_directory_path() / "qx5-contacts-XXXXXX").string();
+        EXPECT_NE(mkdtemp(name.data()), nullptr);
+        folder = name;
+        targetFile = CString((folder / "wreck.sts").wstring());
+        vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
+        host.SetClock(&m_clock);
+        host.SetTraffic(&m_traffic);
+        host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+        host.Targets().SetActive(targetFile);
+        SonarTargetsManager::Instance().geoTiffOutputEnabled = true;
+        vordal::TargetFile(folder / "wreck.sts", vordal::TargetFile::Missing::Create).Replace({});
+    }
+    ~LiveContacts() override
+    {
+        if (m_port != nullptr) {
+            m_port->Close();
+        }
+        host.Stop();
+        host.RemoveAllDevices();
+        m_port.reset();
+        vordal::SetLogSink({});
+        fs::remove_all(folder);
+    }
+
+    /// A sonar on a live connection to `peer`.
+    void Connect()
+    {
+        m_port = std::make_unique<vordal::X5Port>(host, m_thread, CString(L"Sonar"),
+                                                  vordal::test::OptionsFor(peer.Port()));
+        host.RunAndWait([&] {
+            auto made = std::make_unique<QX5SonarConfigurationControlDevice>();
+            device = made.get();
+            host.AddDevice(std::move(made), CDataId(1, 78, 1, 1), L"sonar");
+            CAttributeMap tree;
+            tree.Add(L"DeviceId", CVordalInt(7125), 0);
+            host.ReplaceAttributes(*device, tree);
+            host.SetPort(*device, m_port.get());
+        });
+        m_port->Open();
+        ASSERT_TRUE(vordal::test::Eventually([&] { return m_port->GetLink().IsConnected(); }));
+    }
+    StoredTarget ContactWithImage(fs::path const& image, fs::path const& removed) const
+    {
+        StoredTarget contact;
+        contact.target.targetId = 7;
+        contact.target.SetTempSonarContactGeoTiff(CString(image.wstring()));
+        contact.target.SetGeoTIFF(CString(removed.wstring()));
+        return contact;
+    }
+    void Tell(std::uint32_t code)
+    {
+        host.RunAndWait([&] { host.Targets().Tell(7, code, 1700000000.0); });
+    }
+    vordal::LinkCounters Counters() const { return m_port->GetLink().GetCounters(); }
+    bool Idle() const { return m_port->GetLink().GetQueuedBytes() == 0; }
+    static void Write(fs::path const& path, Bytes const& bytes)
+    {
+        std::ofstream stream(path, std::ios::binary);
+        stream.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    }
+
+    fs::path folder;
+    CString targetFile;
+    vordal::test::Peer peer;
+    vordal::Host host{vordal::Threading::Threaded};
+    QX5SonarConfigurationControlDevice* device = nullptr;
+
+private:
+    vordal::FixedClock m_clock{1700000000.0};
+    vordal::LiveTraffic m_traffic;
+    vordal::LinkThread m_thread;
+    std::unique_ptr<vordal::X5Port> m_port;
+};
+
+TEST_F(LiveContacts, AnImageOf50MegabytesArrivesWholeAndHoldsNobodyUp)
+{
+    constexpr std::size_t size = 50'000'000;
+    Bytes image(size);
+    std::uint32_t random = 1;
+    for (auto& byte : image) {
+        random = random * 1664525U + 1013904223U;
+        byte = static_cast<unsigned char>(random >> 24);
+    }
+    Write(folder / "image.tif", image);
+    Write(folder / "contact.tif", {1, 2, 3});
+    host.Targets().Add(targetFile, ContactWithImage(folder / "image.tif", folder / "contact.tif"));
+    Connect();
+    peer.SetReading(false);
+    Tell(10);
+    EXPECT_FALSE(fs::exists(folder / "contact.tif"));
+    EXPECT_TRUE(fs::exists(folder / "image.tif"));
+    // The image waits for the sonar; a change that comes meanwhile still finds room, a second image does not.
+    Tell(3);
+    EXPECT_EQ(Counters().refused, 0U);
+    Tell(9);
+    EXPECT_EQ(Counters().refused, 1U);
+    peer.SetReading(true);
+
+    std::size_t const total = contactFrame + size + aroundImage + contactFrame;
+    ASSERT_TRUE(peer.WaitForBytes(total));
+    Bytes const received = peer.Received();
+    ASSERT_EQ(received.size(), total);
+    auto const contact = std::span(received).first(contactFrame);
+    EXPECT_EQ(protocol::GetU32LE(contact, 32), 3001U);
+    auto const frame = std::span(received).subspan(contactFrame, size + aroundImage);
+    EXPECT_EQ(protocol::GetU32LE(frame, 8), size + aroundImage);
+    EXPECT_EQ(protocol::GetU32LE(frame, 32), 3002U);
+    EXPECT_EQ(protocol::GetU32LE(frame, 36), 7125U);
+    EXPECT_EQ(protocol::GetU32LE(frame, 64 + 144), size);
+    EXPECT_TRUE(std::equal(image.begin(), image.end(), frame.begin() + imageOffset));
+    EXPECT_EQ(protocol::GetU32LE(frame, frame.size() - 4), 0U);
+    auto const deletion = std::span(received).last(contactFrame);
+    EXPECT_EQ(protocol::GetU32LE(deletion, 32), 3001U);
+    EXPECT_EQ(protocol::GetU32LE(deletion, 64 + 146), 2U);
+    // With the first image gone there is room again.
+    Write(folder / "image.tif", {7});
+    ASSERT_TRUE(vordal::test::Eventually([&] { return Idle(); }));
+    Tell(9);
+    ASSERT_TRUE(peer.WaitForBytes(total + 1 + aroundImage));
+}
+
+TEST_F(LiveContacts, AnImageOfNoBytesArrives)
+{
+    Write(folder / "image.tif", {});
+    host.Targets().Add(targetFile, ContactWithImage(folder / "image.tif", folder / "image.tif"));
+    Connect();
+    Tell(9);
+    EXPECT_FALSE(fs::exists(folder / "image.tif"));
+    ASSERT_TRUE(peer.WaitForBytes(aroundImage));
+    Bytes const received = peer.Received();
+    ASSERT_EQ(received.size(), aroundImage);
+    EXPECT_EQ(protocol::GetU32LE(received, 8), aroundImage);
+    EXPECT_EQ(protocol::GetU32LE(received, 64 + 144), 0U);
+}
+
+TEST_F(LiveContacts, ImagesThatCannotBeReadSendNothingAndRemoveNothing)
+{
+    fs::create_symlink(folder / "loop.tif", folder / "loop.tif");
+    fs::create_directory(folder / "folder.tif");
+    Write(folder / "secret.tif", {1});
+    fs::permissions(folder / "secret.tif", fs::perms::none);
+    Write(folder / "contact.tif", {1});
+    host.Targets().Add(targetFile, ContactWithImage(folder / "missing.tif", folder / "contact.tif"));
+    Connect();
+    Tell(9);
+    for (char const* const name : {"loop.tif", "folder.tif", "secret.tif"}) {
+        if (std::string_view(name) == "secret.tif" && geteuid() == 0) {
+            continue; // whom no permission keeps out
+        }
+        host.RunAndWait([&] {
+            vordal::TargetFile(folder / "wreck.sts").Change(ContactWithImage(folder / name, folder / "contact.tif"));
+        });
+        Tell(9);
+    }
+    EXPECT_EQ(Counters().framesOut, 0U);
+    EXPECT_TRUE(fs::exists(folder / "contact.tif"));
+}
+
+TEST_F(LiveContacts, AnImageThatNoFrameHoldsIsRemovedAllTheSame)
+{
+    for (auto const size : {std::uintmax_t{128} * 1024 * 1024 - 247, (std::uintmax_t{1} << 32) - 1}) {
+        Write(folder / "image.tif", {});
+        fs::resize_file(folder / "image.tif", size); // sparse
+        Write(folder / "contact.tif", {1});
+        vordal::TargetFile(folder / "wreck.sts").Replace({ContactWithImage(folder / "image.tif", folder / "contact.tif")});
+        if (device == nullptr) {
+            Connect();
+        }
+        Tell(9);
+        EXPECT_EQ(Counters().framesOut + Counters().refused, 0U);
+        EXPECT_FALSE(fs::exists(folder / "contact.tif"));
+    }
+}
+
+TEST_F(LiveContacts, OfAnImageBeyondFourGigabytesTheLow32BitsOfItsSizeGoOut)
+{
+    Write(folder / "image.tif", {'I', 'I', '*', 0, 9, 9});
+    fs::resize_file(folder / "image.tif", (std::uintmax_t{1} << 32) + 5); // sparse
+    host.Targets().Add(targetFile, ContactWithImage(folder / "image.tif", folder / "image.tif"));
+    Connect();
+    Tell(9);
+    ASSERT_TRUE(peer.WaitForBytes(5 + aroundImage));
+    Bytes const received = peer.Received();
+    ASSERT_EQ(received.size(), 5 + aroundImage);
+    EXPECT_EQ(protocol::GetU32LE(received, 64 + 144), 5U);
+    EXPECT_EQ(Bytes(received.begin() + imageOffset, received.end() - 4), (Bytes{'I', 'I', '*', 0, 9}));
+    EXPECT_FALSE(fs::exists(folder / "image.tif"));
+}
+
+TEST_F(LiveContacts, AChangeInTheStoreReachesTheSonar)
+{
+    Connect();
+    StoredTarget contact;
+    contact.target.targetId = 7;
+    contact.target.range = 50.0F;
+    host.Targets().Add(targetFile, contact);
+    contact.target.range = 25.0F;
+    host.Targets().Change(targetFile, contact);
+    host.Targets().Remove(targetFile, 7);
+    ASSERT_TRUE(peer.WaitForBytes(3 * contactFrame));
+    Bytes const received = peer.Received();
+    float const ranges[]{50.0F, 25.0F, 0.0F};
+    for (std::uint32_t i = 0; i < 3; ++i) {
+        auto const frame = std::span(received).subspan(i * contactFrame, contactFrame);
+        EXPECT_EQ(protocol::GetU32LE(frame, 64), 7U);
+        EXPECT_EQ(protocol::GetU32LE(frame, 64 + 146), i);
+        EXPECT_EQ(protocol::GetF32LE(frame, 64 + 150), ranges[i]);
+    }
+}
+
+TEST_F(LiveContacts, ADeviceThatIsGoneHearsOfNothing)
+{
+    Connect();
+    host.RunAndWait([&] { host.RemoveAllDevices(); });
+    Tell(3);
+    EXPECT_EQ(Counters().framesOut, 0U);
+}
+
+TEST_F(LiveContacts, ListsAreOfOneMomentWhileAnotherThreadChangesTheFile)
+{
+    // Each state of the file is a list of as many contacts as the range of each of them says.
+    Connect();
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        vordal::TargetFile file(folder / "wreck.sts");
+        for (std::size_t count = 1; !done.load(); count = count % 20 + 1) {
+            StoredTarget contact;
+            contact.target.range = static_cast<float>(count);
+            file.Replace(std::vector<StoredTarget>(count, contact));
+        }
+    });
+    constexpr int lists = 200;
+    for (int i = 0; i < lists; ++i) {
+        host.RunAndWait([&] {
+            CAttributeMap request;
+            request.Add(L"SendTargetList", CVordalBool(true), 0);
+            host.DeliverRequest(*device, &request);
+        });
+    }
+    done = true;
+    writer.join();
+    auto const sent = Counters();
+    EXPECT_EQ(sent.framesOut, static_cast<std::uint64_t>(lists));
+    ASSERT_TRUE(peer.WaitForBytes(sent.bytesOut));
+    Bytes const received = peer.Received();
+    std::size_t at = 0;
+    while (at < received.size()) {
+        auto const frame = std::span(received).subspan(at);
+        std::size_t const size = protocol::GetU32LE(frame, 8);
+        std::size_t const count = protocol::GetU32LE(frame, 64 + 68);
+        ASSERT_EQ(size, 68 + 72 + count * 132);
+        for (std::size_t i = 0; i < count; ++i) {
+            ASSERT_EQ(protocol::GetF32LE(frame, 64 + 72 + i * 132 + 80), static_cast<float>(count));
+        }
+        at += size;
+    }
+}
+
+} // namespace
