@@ -2,6 +2,7 @@
 // with --json one JSON object a line and nothing else. --ratios leaves the report out, --only TEXT the cases
 // without it in their name.
 #include "measure.h"
+#include "reference_host/host/log.h"
 #include "stage.h"
 
 #include <algorithm>
@@ -107,6 +108,8 @@ int main(int argc, char** argv)
     }
     argc = kept;
 
+    // What a live sonar refuses is of no interest here, and is refused thousands of times.
+    vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
     bench::Stage stage;
     std::vector<Case> cases = bench::RequestCases(stage);
     for (Case& tree : bench::TreeCases()) {
