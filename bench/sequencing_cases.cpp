@@ -5,6 +5,8 @@
 #include <VordalAttributesR/CVordalType.h>
 #include <VordalDataBlocksR/CDataBlock.h>
 #include <protocol/bytes.h>
+#include <protocol/records/shared_keys.h>
+#include <protocol/settings_keys.h>
 
 #include <sys/prctl.h>
 #include <time.h>
@@ -15,6 +17,8 @@
 #include <thread>
 
 namespace bench {
+
+namespace keys = qx5::protocol::keys;
 
 namespace {
 
@@ -107,10 +111,10 @@ public:
             for (std::size_t i = 0; i < sonars; ++i) {
                 m_devices.push_back(host.AddDevice(std::make_unique<QX5Device>(), IdOf(i)));
                 CAttributeMap tree;
-                tree.Add(L"PingMode", CVordalInt(1), 0);
-                tree.Add(L"SonarGroupId", CVordalInt(static_cast<int>(i % groups)), 0);
-                tree.Add(L"Overhead", CVordalDouble(overhead), 0);
-                tree.Add(L"DeviceId", CVordalInt(7125), 0);
+                tree.Add(AttributeKey(keys::PingMode.text), CVordalInt(1), 0);
+                tree.Add(AttributeKey(keys::SonarGroupId.text), CVordalInt(static_cast<int>(i % groups)), 0);
+                tree.Add(AttributeKey(keys::Overhead.text), CVordalDouble(overhead), 0);
+                tree.Add(AttributeKey(keys::DeviceId.text), CVordalInt(7125), 0);
                 host.ReplaceAttributes(*m_devices.back(), tree);
                 if (i < ports.size()) {
                     host.SetPort(*m_devices.back(), ports[i]);

@@ -157,12 +157,12 @@ TEST(ApplicationTemplates, BelongToTheHost)
     int left = 1;
     {
         vordal::Host other;
-        EXPECT_EQ(other.GetApplication(), nullptr);
+        EXPECT_EQ(other.Application(), nullptr);
         other.SetApplication({.guid = L"", .mainWindow = false, .lightMode = 2, .displays = {}});
-        ASSERT_NE(other.GetApplication(), nullptr);
+        ASSERT_NE(other.Application(), nullptr);
         EXPECT_EQ(CVordalBaseApp::Instance(), nullptr);
-        other.GetApplication()->AddDocTemplate(new Counted(left));
-        other.GetApplication()->AddDocTemplate(nullptr);
+        other.Application()->AddDocTemplate(new Counted(left));
+        other.Application()->AddDocTemplate(nullptr);
         EXPECT_EQ(left, 1);
     }
     EXPECT_EQ(left, 0);

@@ -49,8 +49,8 @@ public:
 
     /// Forgets what is known and discovers anew; a second call after devices came or went sees them.
     void Init();
-    /// Ends the subscriptions and the threads; when it has returned no ping is sent any more. Called from within a
-    /// notification or a send of a group, it does not wait for what is running there.
+    /// Ends the subscriptions and the threads; when it has returned no ping is sent any more. Within a notification it
+    /// may be called, too, and does not wait for that; within the send of a ping it may not.
     void Exit();
 
     /// Settings data of a sonar came in. The first makes the sonar a member of its group.
