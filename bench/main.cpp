@@ -1,6 +1,6 @@
 // qx5-bench: Google Benchmark's own report of all cases, then the promised ratios, all cases measured in turn in one run;
-// with --json one JSON object a line and nothing else. --ratios leaves the report out, --only TEXT the cases
-// without it in their name.
+// with --json one JSON object a line and nothing else. --ratios leaves the report out, --only TEXT,TEXT the
+// cases with none of these in their name.
 #include "measure.h"
 #include "reference_host/host/log.h"
 #include "stage.h"
@@ -45,6 +45,21 @@ namespace {
 
 using bench::Case;
 using bench::Figures;
+
+/// Whether the name holds one of the parts, which commas separate.
+bool IsWanted(std::string_view name, std::string_view parts)
+{
+    for (;;) {
+        std::size_t const comma = parts.find(',');
+        if (name.find(parts.substr(0, comma)) != std::string_view::npos) {
+            return true;
+        }
+        if (comma == std::string_view::npos) {
+            return false;
+        }
+        parts.remove_prefix(comma + 1);
+    }
+}
 
 void PrintJson(std::vector<Case> const& cases, std::vector<Figures> const& figures)
 {
@@ -122,7 +137,7 @@ int main(int argc, char** argv)
         cases.push_back(std::move(commandLine));
     }
 
-    std::erase_if(cases, [only](Case const& one) { return one.name.find(only) == std::string::npos; });
+    std::erase_if(cases, [only](Case const& one) { return !IsWanted(one.name, only); });
 
     if (!json && !ratiosOnly) {
         for (Case const& one : cases) {

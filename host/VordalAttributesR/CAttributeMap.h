@@ -139,6 +139,10 @@ public:
     /// Whether the child exists, with or without a value.
     bool Has(AttributeKey const& key, int index = 0) const { return MayHave(key) && Lookup(key, index) != nullptr; }
 
+    /// Union of the filters of the children's keys, 0 without children: a child whose key's filter is not within it is
+    /// not there. For callers that ask for many keys again and again.
+    std::uint64_t KeyFilter() const { return m_node != nullptr ? m_node->childFilter : 0; }
+
     /// Number of children, of whatever key.
     int Count() const;
     /// Number of children with this key.

@@ -28,6 +28,9 @@ void ControlDevice::RequestDutyCycleLimitation(CAttributeMap* request)
 void ControlDevice::Request7042Options(CAttributeMap* request)
 {
     constexpr Command const& command = commands::Request7042Options;
+    if (!MayConcern(request->KeyFilter(), command)) {
+        return;
+    }
     CommandValues values;
     if (!ReadOperands(*request, Stored(), command, values)) {
         return;

@@ -92,6 +92,9 @@ int PositionIntervalByte(int code)
 
 void ControlDevice::SendDGNSSGeometry(CAttributeMap* request)
 {
+    if ((request->KeyFilter() & commands::SendDGNSSGeometry.keyFilter) == 0) {
+        return;
+    }
     protocol::RecordLayout const record = records::PositioningGeometry;
     std::optional<protocol::Payload> payload;
     for (Operand const& operand : commands::SendDGNSSGeometry.operands) {

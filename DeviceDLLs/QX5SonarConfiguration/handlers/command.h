@@ -95,6 +95,16 @@ struct FollowUp {
 
 inline constexpr int NoEcho = -1;
 
+/// Union of the filters of the operands' keys.
+constexpr std::uint64_t FilterOf(std::span<Operand const> operands)
+{
+    std::uint64_t filter = 0;
+    for (Operand const& operand : operands) {
+        filter |= operand.attribute.Filter();
+    }
+    return filter;
+}
+
 /// One command. The spans are views of tables of static storage.
 struct Command {
     Form form = Form::Awaited;
@@ -104,7 +114,15 @@ struct Command {
     std::span<Operand const* const> echoes = {}; ///< the echo's order where it is not the reading order
     std::span<FollowUp const> followUps = {};
     LongTexts longTexts = LongTexts::Cut;
+    std::uint64_t keyFilter = FilterOf(operands); ///< a tree whose KeyFilter has none of these bits has none of the keys
     std::string_view note = {};                 ///< what the tables do not tell, in one or two sentences
 };
+
+/// False when a tree of this CAttributeMap::KeyFilter certainly has nothing that lets the command start. With a command
+/// known to the compiler this is one comparison.
+constexpr bool MayConcern(std::uint64_t treeFilter, Command const& command)
+{
+    return command.form == Form::Own || (treeFilter & command.keyFilter) != 0;
+}
 
 } // namespace qx5

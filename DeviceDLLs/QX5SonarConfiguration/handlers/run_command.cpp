@@ -274,7 +274,7 @@ bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap con
     return true;
 }
 
-bool ControlDevice::Run(CAttributeMap const& request, qx5::Command const& command)
+bool ControlDevice::RunIfTriggered(CAttributeMap const& request, qx5::Command const& command)
 {
     return qx5::IsTriggered(request, command) && CarryOut(request, command);
 }
