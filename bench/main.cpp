@@ -27,6 +27,8 @@ std::vector<Ratio> Promises()
         {"copy of a tree of 5,000 nodes, ns", "tree-5000-copy", "", 30.0},
         {"copy, change one value, old copy kept, ns", "tree-5000-copy-change", "", 2000.0},
         {"all keys of all handlers in one request, ns", "request-all-keys", "", 150000.0},
+        {"a contact's change to its record at the far end, to a bare send", "contact", "bare-contact", 2.0},
+        {"an image of 50 MB to its record at the far end, to a bare send", "contact-image", "bare-image", 2.0},
         {"qx5 send, start to exit, ns", "qx5-send", "", 200000000.0},
     };
 }
@@ -107,6 +109,9 @@ int main(int argc, char** argv)
 
     bench::Stage stage;
     std::vector<Case> cases = bench::RequestCases(stage);
+    for (Case& target : bench::TargetCases(stage)) {
+        cases.push_back(std::move(target));
+    }
     for (Case& tree : bench::TreeCases()) {
         cases.push_back(std::move(tree));
     }

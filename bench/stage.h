@@ -84,6 +84,7 @@ public:
     LiveSonar& Drained() { return *m_drained; }
     Drain& DrainThread() { return *m_drain; }
     LiveSonar& Read() { return *m_read; }
+    vordal::LinkThread& Links() { return m_linkThread; }
 
     /// Runs on the host thread with sends going to a recorder, or to the live connections.
     void OnHostRecorded(std::function<void()> const& work);
@@ -104,6 +105,7 @@ private:
 };
 
 std::vector<Case> RequestCases(Stage& stage);
+std::vector<Case> TargetCases(Stage& stage);
 std::vector<Case> TreeCases();
 std::vector<Case> CommandLineCases();
 
