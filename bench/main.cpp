@@ -35,6 +35,8 @@ std::vector<Ratio> Promises()
         {"lateness with 16 groups at once, to 16 bare sleeps", "pauses-of-16-late", "bare-sleeps-of-16-late", 1.3},
         {"the same, p99", "pauses-of-16-late", "bare-sleeps-of-16-late", 1.3, false, true},
         {"processor time of 64 waiting groups in one second, ns", "groups-waiting-64", "", 1000000.0},
+        {"a contact's change to its record at the far end, to a bare send", "contact", "bare-contact", 2.0},
+        {"an image of 50 MB to its record at the far end, to a bare send", "contact-image", "bare-image", 2.0},
         {"qx5 send, start to exit, ns", "qx5-send", "", 200000000.0},
     };
 }
@@ -127,6 +129,9 @@ int main(int argc, char** argv)
     vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
     bench::Stage stage;
     std::vector<Case> cases = bench::RequestCases(stage);
+    for (Case& target : bench::TargetCases(stage)) {
+        cases.push_back(std::move(target));
+    }
     for (Case& tree : bench::TreeCases()) {
         cases.push_back(std::move(tree));
     }

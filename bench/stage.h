@@ -86,6 +86,7 @@ public:
     LiveSonar& Drained() { return *m_drained; }
     Drain& DrainThread() { return *m_drain; }
     LiveSonar& Read() { return *m_read; }
+    vordal::LinkThread& Links() { return m_linkThread; }
 
     /// Runs on the host thread with sends going to a recorder, or to the live connections.
     void OnHostRecorded(std::function<void()> const& work);
@@ -106,6 +107,7 @@ private:
 };
 
 std::vector<Case> RequestCases(Stage& stage);
+std::vector<Case> TargetCases(Stage& stage);
 std::vector<Case> TreeCases();
 /// Each sets its sonars up and takes them down again.
 std::vector<Case> SequencingCases(Stage& stage);
