@@ -16,7 +16,8 @@ namespace bench {
 namespace {
 
 /// A sonar that takes every connection and reads it to its end.
-class SilentSonar {
+class SilentSonar
+{
 public:
     SilentSonar()
     {
@@ -74,13 +75,13 @@ void RunOnce(std::vector<std::string> arguments)
 std::vector<Case> CommandLineCases()
 {
     std::vector<Case> cases;
-    cases.push_back({"qx5-send", "`qx5 send x5Range=50`, start to exit, to a sonar that tells nothing of itself", 3,
-                     [sonar = std::make_shared<SilentSonar>()](std::size_t samples, std::vector<double>& nanoseconds) {
-                         Time(samples, 1, nanoseconds, [&] {
-                             RunOnce({QX5_FILE, "send", "--sonar", "127.0.0.1:" + std::to_string(sonar->Port()),
-                                      "x5Range=50"});
-                         });
-                     }});
+    cases.push_back(
+        {"qx5-send", "`qx5 send x5Range=50`, start to exit, to a sonar that tells nothing of itself", 3,
+         [sonar = std::make_shared<SilentSonar>()](std::size_t samples, std::vector<double>& nanoseconds) {
+             Time(samples, 1, nanoseconds, [&] {
+                 RunOnce({QX5_FILE, "send", "--sonar", "127.0.0.1:" + std::to_string(sonar->Port()), "x5Range=50"});
+             });
+         }});
     return cases;
 }
 

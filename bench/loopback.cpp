@@ -124,8 +124,8 @@ Drain::Drain(int socket)
               if (got <= 0) {
                   return;
               }
-              std::uint64_t const total = m_bytes.fetch_add(static_cast<std::uint64_t>(got)) +
-                                          static_cast<std::uint64_t>(got);
+              std::uint64_t const total =
+                  m_bytes.fetch_add(static_cast<std::uint64_t>(got)) + static_cast<std::uint64_t>(got);
               if (total >= m_wanted.load()) {
                   m_bytes.notify_all();
               }

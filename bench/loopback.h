@@ -10,7 +10,8 @@
 namespace bench {
 
 /// A listening socket on 127.0.0.1 with a port of the system's choice.
-class Listener {
+class Listener
+{
 public:
     Listener();
     Listener(Listener const&) = delete;
@@ -29,7 +30,8 @@ private:
 void ConnectOnce(std::uint16_t port);
 
 /// Two ends of one connection, both without delay.
-struct Pair {
+struct Pair
+{
     Pair();
     Pair(Pair const&) = delete;
     Pair& operator=(Pair const&) = delete;
@@ -46,7 +48,8 @@ void SendAll(int socket, std::span<unsigned char const> bytes);
 bool ReadAll(int socket, std::span<unsigned char> bytes);
 
 /// Reads what arrives and counts it, on a thread of its own, while it is not paused.
-class Drain {
+class Drain
+{
 public:
     explicit Drain(int socket);
     Drain(Drain const&) = delete;

@@ -1,6 +1,6 @@
-// qx5-bench: Google Benchmark's own report of all cases, then the promised ratios, all cases measured in turn in one run;
-// with --json one JSON object a line and nothing else. --ratios leaves the report out, --only TEXT,TEXT the
-// cases with none of these in their name.
+// qx5-bench: Google Benchmark's own report of all cases, then the promised ratios, all cases measured in turn in one
+// run; with --json one JSON object a line and nothing else. --ratios leaves the report out, --only TEXT,TEXT the cases
+// with none of these in their name.
 #include "measure.h"
 #include "reference_host/host/log.h"
 #include "stage.h"
@@ -20,8 +20,8 @@ std::vector<Ratio> Promises()
 {
     return {
         {"an empty request through 133 rows, ns", "request-empty", "", 600.0},
-        {"a one-key request beyond what the tree's own change costs, ns", "request-one-key-recorded", "echo-alone", 1500.0,
-         true},
+        {"a one-key request beyond what the tree's own change costs, ns", "request-one-key-recorded", "echo-alone",
+         1500.0, true},
         {"a one-key request, live, to the bare program", "request-one-key-live", "bare-request", 1.5},
         {"a request across threads to a bare round trip", "request-across-threads", "bare-round-trip", 1.3},
         {"10,000 requests back to back, ns each", "requests-back-to-back", "", 6000.0},
@@ -67,8 +67,8 @@ void PrintJson(std::vector<Case> const& cases, std::vector<Figures> const& figur
 {
     for (std::size_t i = 0; i < cases.size(); ++i) {
         // Names and works are our own and hold nothing that JSON would escape.
-        fmt::print("{{\"name\":\"{}\",\"work\":\"{}\",\"median_ns\":{:.1f},\"p99_ns\":{:.1f},\"n\":{}}}\n", cases[i].name,
-                   cases[i].work, figures[i].median, figures[i].p99, figures[i].samples);
+        fmt::print("{{\"name\":\"{}\",\"work\":\"{}\",\"median_ns\":{:.1f},\"p99_ns\":{:.1f},\"n\":{}}}\n",
+                   cases[i].name, cases[i].work, figures[i].median, figures[i].p99, figures[i].samples);
     }
 }
 

@@ -19,8 +19,8 @@ std::vector<Figures> Measure(std::vector<Case> const& cases, std::size_t rounds)
     std::vector<Figures> figures;
     for (std::vector<double>& taken : samples) {
         std::sort(taken.begin(), taken.end());
-        figures.push_back({taken[taken.size() / 2], taken[std::min(taken.size() - 1, taken.size() * 99 / 100)],
-                           taken.size()});
+        figures.push_back(
+            {taken[taken.size() / 2], taken[std::min(taken.size() - 1, taken.size() * 99 / 100)], taken.size()});
     }
     return figures;
 }

@@ -10,7 +10,8 @@
 namespace bench {
 
 /// One thing to measure.
-struct Case {
+struct Case
+{
     std::string name; ///< short, unique
     std::string work; ///< what one repetition does
     std::size_t samplesPerRound = 1;
@@ -18,7 +19,8 @@ struct Case {
     std::function<void(std::size_t samples, std::vector<double>& nanoseconds)> run;
 };
 
-struct Figures {
+struct Figures
+{
     double median = 0.0;
     double p99 = 0.0;
     std::size_t samples = 0;

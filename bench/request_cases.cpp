@@ -88,7 +88,8 @@ CAttributeMap RequestOfAllKeys()
 }
 
 /// The bare program: find a value, pack, frame, send, change one leaf of a shared tree, tell one subscriber.
-class BareRequest {
+class BareRequest
+{
 public:
     BareRequest() : m_drain(m_pair.far), m_tree(Stage::MakeTree(5000)) { vordal::ForgetReferences(m_tree); }
     void Run(CAttributeMap const& request)
@@ -125,7 +126,8 @@ private:
 };
 
 /// A thread that sends back every 96 bytes.
-class Mirror {
+class Mirror
+{
 public:
     Mirror()
         : m_thread([this] {
@@ -177,16 +179,17 @@ std::vector<Case> RequestCases(Stage& stage)
                          });
                      }});
 
-    cases.push_back({"request-one-key-recorded",
-                     "x5Range through all 133 rows, sent to a recorder, echo merged into a tree of 5,000 nodes and told",
-                     2000, [&stage, &sonar](std::size_t samples, std::vector<double>& nanoseconds) {
-                         stage.OnHostRecorded([&] {
-                             for (std::size_t i = 0; i < samples; ++i) {
-                                 CAttributeMap request = RangeRequest(NextRange());
-                                 Time(1, 1, nanoseconds, [&] { sonar.DeliverRequest(&request); });
-                             }
-                         });
-                     }});
+    cases.push_back(
+        {"request-one-key-recorded",
+         "x5Range through all 133 rows, sent to a recorder, echo merged into a tree of 5,000 nodes and told", 2000,
+         [&stage, &sonar](std::size_t samples, std::vector<double>& nanoseconds) {
+             stage.OnHostRecorded([&] {
+                 for (std::size_t i = 0; i < samples; ++i) {
+                     CAttributeMap request = RangeRequest(NextRange());
+                     Time(1, 1, nanoseconds, [&] { sonar.DeliverRequest(&request); });
+                 }
+             });
+         }});
 
     cases.push_back({"echo-alone", "the same echo merged into the same tree and told, nothing else", 2000,
                      [&stage, &sonar](std::size_t samples, std::vector<double>& nanoseconds) {
@@ -209,31 +212,33 @@ std::vector<Case> RequestCases(Stage& stage)
                          });
                      }});
 
-    cases.push_back({"bare-request",
-                     "bare program: find, pack, send 96 bytes on loopback, change a leaf of a shared tree of 5,000 nodes, "
-                     "tell one subscriber",
-                     1000, [bare = std::make_shared<BareRequest>()](std::size_t samples, std::vector<double>& nanoseconds) {
-                         for (std::size_t i = 0; i < samples; ++i) {
-                             CAttributeMap const request = RangeRequest(NextRange());
-                             Time(1, 1, nanoseconds, [&] { bare->Run(request); });
-                             bare->WaitUntilArrived();
-                         }
-                     }});
+    cases.push_back(
+        {"bare-request",
+         "bare program: find, pack, send 96 bytes on loopback, change a leaf of a shared tree of 5,000 nodes, "
+         "tell one subscriber",
+         1000, [bare = std::make_shared<BareRequest>()](std::size_t samples, std::vector<double>& nanoseconds) {
+             for (std::size_t i = 0; i < samples; ++i) {
+                 CAttributeMap const request = RangeRequest(NextRange());
+                 Time(1, 1, nanoseconds, [&] { bare->Run(request); });
+                 bare->WaitUntilArrived();
+             }
+         }});
 
-    cases.push_back({"request-one-key-live",
-                     "x5Range until the send on a live loopback connection has returned and the subscriber was told, on "
-                     "one thread",
-                     1000, [&stage, &sonar](std::size_t samples, std::vector<double>& nanoseconds) {
-                         stage.OnHostLive([&] {
-                             std::uint64_t arrived = stage.DrainThread().Bytes();
-                             for (std::size_t i = 0; i < samples; ++i) {
-                                 CAttributeMap request = RangeRequest(NextRange());
-                                 Time(1, 1, nanoseconds, [&] { sonar.DeliverRequest(&request); });
-                                 arrived += recordBytes;
-                                 stage.DrainThread().WaitFor(arrived);
-                             }
-                         });
-                     }});
+    cases.push_back(
+        {"request-one-key-live",
+         "x5Range until the send on a live loopback connection has returned and the subscriber was told, on "
+         "one thread",
+         1000, [&stage, &sonar](std::size_t samples, std::vector<double>& nanoseconds) {
+             stage.OnHostLive([&] {
+                 std::uint64_t arrived = stage.DrainThread().Bytes();
+                 for (std::size_t i = 0; i < samples; ++i) {
+                     CAttributeMap request = RangeRequest(NextRange());
+                     Time(1, 1, nanoseconds, [&] { sonar.DeliverRequest(&request); });
+                     arrived += recordBytes;
+                     stage.DrainThread().WaitFor(arrived);
+                 }
+             });
+         }});
     cases.push_back({"bare-round-trip", "bare program: 96 bytes to another thread over loopback and back", 1000,
                      [mirror = std::make_shared<Mirror>()](std::size_t samples, std::vector<double>& nanoseconds) {
                          Time(samples, 1, nanoseconds, [&] { mirror->RoundTrip(); });
@@ -260,8 +265,8 @@ std::vector<Case> RequestCases(Stage& stage)
                      }});
 
     cases.push_back({"requests-back-to-back",
-                     "each of 10,000 requests of x5Range posted one after the other, until the last byte has arrived", 1,
-                     [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+                     "each of 10,000 requests of x5Range posted one after the other, until the last byte has arrived",
+                     1, [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
                          constexpr std::size_t requests = 10000;
                          stage.OnHostLive([] {});
                          CDataId const id = stage.Drained().GetDevice().GetDataId();

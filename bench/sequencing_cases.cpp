@@ -47,7 +47,8 @@ CDataBlock SettingsBlock()
 }
 
 /// Notes when each sonar was last told to ping.
-class PingTimes final : public vordal::SonarTraffic {
+class PingTimes final : public vordal::SonarTraffic
+{
 public:
     explicit PingTimes(std::size_t sonars) : m_pinged(sonars) {}
 
@@ -98,7 +99,8 @@ private:
 };
 
 /// Sonars under ping control for the time of one case. A port for each, or none.
-class ControlledSonars {
+class ControlledSonars
+{
 public:
     ControlledSonars(Stage& stage, vordal::SonarTraffic& traffic, std::size_t sonars, std::size_t groups,
                      double overhead, std::vector<BaseIOHandler*> const& ports = {})
@@ -146,7 +148,8 @@ private:
 };
 
 /// One sonar's connection with nothing at the far end but the socket.
-struct Connection {
+struct Connection
+{
     explicit Connection(Stage& stage)
     {
         vordal::LinkOptions options;
@@ -178,7 +181,8 @@ void WakeOnTime()
 }
 
 /// A thread that waits to be told a moment, and then does something at it.
-class BareThread {
+class BareThread
+{
 public:
     explicit BareThread(std::function<void(Clock::time_point)> work)
         : m_work(std::move(work)), m_thread([this] { Run(); })
@@ -313,69 +317,69 @@ void MeasureSleeps(std::size_t threads, std::size_t samples, std::vector<double>
 std::vector<Case> SequencingCases(Stage& stage)
 {
     std::vector<Case> cases;
-    cases.push_back({"data-to-ping",
-                     "settings data of one sonar of two, told on this thread, until the 92 bytes of the other's ping were "
-                     "read at its far end; overhead 0",
-                     300, [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
-                         std::array<std::unique_ptr<Connection>, 2> connections;
-                         std::vector<BaseIOHandler*> ports;
-                         for (auto& connection : connections) {
-                             connection = std::make_unique<Connection>(stage);
-                             ports.push_back(connection->port.get());
-                         }
-                         {
-                             vordal::LiveTraffic live;
-                             ControlledSonars sonars(stage, live, 2, 1, 0.0, ports);
-                             std::array<unsigned char, pingRateBytes> bytes{};
-                             sonars.Data(0);
-                             ReadAll(connections[0]->farEnd, bytes);
-                             ReadAll(connections[0]->farEnd, std::span(bytes).first(pingBytes));
-                             sonars.Data(1);
-                             ReadAll(connections[1]->farEnd, bytes);
-                             for (std::size_t i = 0; i < samples; ++i) {
-                                 std::size_t const awaited = i % 2;
-                                 Time(1, 1, nanoseconds, [&] {
-                                     sonars.Data(awaited);
-                                     ReadAll(connections[1 - awaited]->farEnd, std::span(bytes).first(pingBytes));
-                                 });
-                             }
-                         }
-                         // Ports go on the host thread, where what they posted has run.
-                         stage.Host().RunAndWait([&] { connections = {}; });
-                     }});
-    cases.push_back({"bare-hand-over",
-                     "bare program: a moment handed to another thread, which sends 92 bytes on loopback, until they were "
-                     "read at the far end",
-                     300, [](std::size_t samples, std::vector<double>& nanoseconds) {
-                         Pair pair;
-                         std::array<unsigned char, pingBytes> const frame{};
-                         BareThread thread([&](Clock::time_point) { SendAll(pair.near, frame); });
-                         std::array<unsigned char, pingBytes> bytes{};
-                         for (std::size_t i = 0; i < samples; ++i) {
-                             Time(1, 1, nanoseconds, [&] {
-                                 thread.Tell(Clock::now());
-                                 ReadAll(pair.far, bytes);
-                             });
-                         }
-                     }});
+    cases.push_back(
+        {"data-to-ping",
+         "settings data of one sonar of two, told on this thread, until the 92 bytes of the other's ping were "
+         "read at its far end; overhead 0",
+         300, [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+             std::array<std::unique_ptr<Connection>, 2> connections;
+             std::vector<BaseIOHandler*> ports;
+             for (auto& connection : connections) {
+                 connection = std::make_unique<Connection>(stage);
+                 ports.push_back(connection->port.get());
+             }
+             {
+                 vordal::LiveTraffic live;
+                 ControlledSonars sonars(stage, live, 2, 1, 0.0, ports);
+                 std::array<unsigned char, pingRateBytes> bytes{};
+                 sonars.Data(0);
+                 ReadAll(connections[0]->farEnd, bytes);
+                 ReadAll(connections[0]->farEnd, std::span(bytes).first(pingBytes));
+                 sonars.Data(1);
+                 ReadAll(connections[1]->farEnd, bytes);
+                 for (std::size_t i = 0; i < samples; ++i) {
+                     std::size_t const awaited = i % 2;
+                     Time(1, 1, nanoseconds, [&] {
+                         sonars.Data(awaited);
+                         ReadAll(connections[1 - awaited]->farEnd, std::span(bytes).first(pingBytes));
+                     });
+                 }
+             }
+             // Ports go on the host thread, where what they posted has run.
+             stage.Host().RunAndWait([&] { connections = {}; });
+         }});
+    cases.push_back(
+        {"bare-hand-over",
+         "bare program: a moment handed to another thread, which sends 92 bytes on loopback, until they were "
+         "read at the far end",
+         300, [](std::size_t samples, std::vector<double>& nanoseconds) {
+             Pair pair;
+             std::array<unsigned char, pingBytes> const frame{};
+             BareThread thread([&](Clock::time_point) { SendAll(pair.near, frame); });
+             std::array<unsigned char, pingBytes> bytes{};
+             for (std::size_t i = 0; i < samples; ++i) {
+                 Time(1, 1, nanoseconds, [&] {
+                     thread.Tell(Clock::now());
+                     ReadAll(pair.far, bytes);
+                 });
+             }
+         }});
     cases.push_back({"pause-late", "how late a ping is after a pause of 160 ms from the settings data on", 10,
                      [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
                          MeasurePauses(stage, 1, samples, nanoseconds);
                      }});
-    cases.push_back({"bare-sleep-late", "bare program: how late a thread wakes from a sleep until an absolute deadline", 10,
-                     [](std::size_t samples, std::vector<double>& nanoseconds) {
-                         MeasureSleeps(1, samples, nanoseconds);
-                     }});
+    cases.push_back(
+        {"bare-sleep-late", "bare program: how late a thread wakes from a sleep until an absolute deadline", 10,
+         [](std::size_t samples, std::vector<double>& nanoseconds) { MeasureSleeps(1, samples, nanoseconds); }});
     cases.push_back({"pauses-of-16-late", "the same for the pings of 16 groups at once, 1,120 in all", 112,
                      [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
                          MeasurePauses(stage, 16, samples, nanoseconds);
                      }});
-    cases.push_back({"bare-sleeps-of-16-late", "bare program: the same for 16 threads at once", 112,
-                     [](std::size_t samples, std::vector<double>& nanoseconds) {
-                         MeasureSleeps(16, samples, nanoseconds);
-                     }});
-    cases.push_back({"groups-waiting-64", "processor time of the whole process in one second in which 64 groups wait", 1,
-                     [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+    cases.push_back(
+        {"bare-sleeps-of-16-late", "bare program: the same for 16 threads at once", 112,
+         [](std::size_t samples, std::vector<double>& nanoseconds) { MeasureSleeps(16, samples, nanoseconds); }});
+    cases.push_back({"groups-waiting-64", "processor time of the whole process in one second in which 64 groups wait",
+                     1, [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
                          constexpr std::size_t groups = 64;
                          PingTimes times(groups);
                          ControlledSonars sonars(stage, times, groups, groups, 0.0);

@@ -31,8 +31,8 @@ LiveSonar::LiveSonar(vordal::Host& host, vordal::LinkThread& thread, unsigned sh
     options.port = m_listener.Port();
     m_port = std::make_unique<vordal::X5Port>(host, thread, L"port", options);
     host.RunAndWait([&] {
-        m_device = host.AddDevice(host.MakeDevice(L"QX5SonarConfigurationControlDevice"), CDataId(1, 78, number, 1),
-                                  L"sonar");
+        m_device =
+            host.AddDevice(host.MakeDevice(L"QX5SonarConfigurationControlDevice"), CDataId(1, 78, number, 1), L"sonar");
         host.ReplaceAttributes(*m_device, Stage::MakeTree(5000));
         host.SetPort(*m_device, m_port.get());
     });

@@ -19,7 +19,8 @@ namespace bench {
 inline constexpr AttributeKey rangeKey{qx5::protocol::keys::x5Range.text};
 
 /// Keeps only how much was sent.
-class CountingTraffic final : public vordal::SonarTraffic {
+class CountingTraffic final : public vordal::SonarTraffic
+{
 public:
     std::uint64_t records = 0;
     std::uint64_t bytes = 0;
@@ -45,7 +46,8 @@ private:
 };
 
 /// One sonar whose tree holds 5,000 nodes, with a live connection and a subscriber of "x5Range".
-class LiveSonar {
+class LiveSonar
+{
 public:
     LiveSonar(vordal::Host& host, vordal::LinkThread& thread, unsigned short number);
     LiveSonar(LiveSonar const&) = delete;
@@ -73,7 +75,8 @@ private:
 
 /// One host with the plug-in and two sonars: the far end of the first is read by a thread of its own, that of the
 /// second by whoever measures.
-class Stage {
+class Stage
+{
 public:
     Stage();
     Stage(Stage const&) = delete;
@@ -114,7 +117,8 @@ std::vector<Case> SequencingCases(Stage& stage);
 std::vector<Case> CommandLineCases();
 
 /// What the cases are compared with, and what is promised.
-struct Ratio {
+struct Ratio
+{
     std::string what;
     std::string of;
     std::string to; ///< empty: the bound is in nanoseconds

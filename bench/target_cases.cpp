@@ -26,7 +26,8 @@ constexpr std::size_t imageFrameBytes = imageBytes + 248;
 constexpr std::uint32_t contactId = 500;
 
 /// A folder that goes with this object.
-class TemporaryFolder {
+class TemporaryFolder
+{
 public:
     TemporaryFolder() : m_path(fs::temp_directory_path() / ("qx5-bench-" + std::to_string(std::random_device()())))
     {
@@ -48,7 +49,8 @@ private:
 };
 
 /// A sonar that follows a target file of 1,000 contacts; one of them has an image.
-class Contacts {
+class Contacts
+{
 public:
     explicit Contacts(Stage& stage) : m_stage(stage), m_targetFile((m_folder.Path() / "contacts.sts").wstring())
     {
@@ -113,7 +115,8 @@ private:
 };
 
 /// The bare program: bytes that lie in memory, sent, until they have arrived.
-class BareSend {
+class BareSend
+{
 public:
     BareSend() : m_drain(m_pair.far), m_bytes(imageFrameBytes, 0x5A) {}
     void Run(std::size_t size)
@@ -148,12 +151,12 @@ std::vector<Case> TargetCases(Stage& stage)
                          SonarTargetsManager::Instance().geoTiffOutputEnabled = false;
                          contacts->Tell(SONAR_TARGET_SEL_INFO::Changed, contactBytes);
                      })});
-    cases.push_back({"bare-contact", "bare program: 590 bytes to another thread over loopback, until they have arrived", 300,
-                     [bare](std::size_t samples, std::vector<double>& nanoseconds) {
+    cases.push_back({"bare-contact", "bare program: 590 bytes to another thread over loopback, until they have arrived",
+                     300, [bare](std::size_t samples, std::vector<double>& nanoseconds) {
                          Time(samples, 1, nanoseconds, [&] { bare->Run(contactBytes); });
                      }});
-    cases.push_back({"contact-stored", "a contact of 1,000 changed in its file, told, read again, until it has arrived", 20,
-                     whileLive([contacts] { contacts->Change(); })});
+    cases.push_back({"contact-stored", "a contact of 1,000 changed in its file, told, read again, until it has arrived",
+                     20, whileLive([contacts] { contacts->Change(); })});
     cases.push_back({"contact-image", "an image of 50 MB told in the host, read from its file, until it has arrived", 3,
                      whileLive([contacts] {
                          SonarTargetsManager::Instance().geoTiffOutputEnabled = true;

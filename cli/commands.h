@@ -7,7 +7,8 @@
 namespace qx5::cli {
 
 /// Exit codes: it worked; it did not (or differs); it was called wrongly or given what cannot be read.
-enum ExitCode : int {
+enum ExitCode : int
+{
     ExitGood = 0,
     ExitFailed = 1,
     ExitWrong = 2,
@@ -16,21 +17,24 @@ enum ExitCode : int {
 /// Prints "qx5: TEXT" as one line on standard error and gives `code`.
 int Complain(ExitCode code, std::string const& text);
 
-struct DecodeOptions {
+struct DecodeOptions
+{
     std::vector<std::string> files; ///< "-" or none: standard input
     bool hex = false;               ///< the input is hexadecimal text whatever it looks like
     bool raw = false;               ///< the input is raw bytes whatever it looks like
 };
 int Decode(DecodeOptions const& options);
 
-struct KeysOptions {
+struct KeysOptions
+{
     std::string filter; ///< part of a key, a handler or a record id; empty: all
     bool markdown = false;
 };
 int Keys(KeysOptions const& options);
 int Explain(std::vector<std::string> const& names);
 
-struct SendOptions {
+struct SendOptions
+{
     std::string sonar = "127.0.0.1:7000";
     std::string plugin;
     std::vector<std::string> keyValues;
@@ -40,7 +44,8 @@ struct SendOptions {
 };
 int Send(SendOptions const& options);
 
-struct RunOptions {
+struct RunOptions
+{
     std::string plugin;
     std::string sonar;   ///< empty: start a simulated one
     std::string project; ///< empty: nothing is kept
@@ -52,7 +57,8 @@ struct RunOptions {
 };
 int Run(RunOptions const& options);
 
-struct SimOptions {
+struct SimOptions
+{
     std::string address = "127.0.0.1";
     int port = 7000;
     bool verbose = false;
@@ -61,19 +67,22 @@ struct SimOptions {
 };
 int Sim(SimOptions const& options);
 
-struct ScenarioCommandOptions {
+struct ScenarioCommandOptions
+{
     std::vector<std::string> files;
     std::string plugin;
     bool check = false;
 };
 int Scenario(ScenarioCommandOptions const& options);
 
-struct PluginOptions {
+struct PluginOptions
+{
     std::string file;
 };
 int Plugin(PluginOptions const& options);
 
-struct DocsOptions {
+struct DocsOptions
+{
     std::string folder = "docs";
     std::string plugin;
 };

@@ -70,10 +70,8 @@ constexpr Preset MakePreset(double projector, double rate, double range, double 
 
 /// From very shallow water to the sonar at rest.
 constexpr Preset shippedPresets[]{
-    MakePreset(1, 40.0, 10.0, 180.0, 10.0, 0.00003),
-    MakePreset(1, 20.0, 30.0, 190.0, 20.0, 0.00005),
-    MakePreset(0, 10.0, 100.0, 200.0, 30.0, 0.0001),
-    MakePreset(0, 3.0, 200.0, 215.0, 40.0, 0.0003),
+    MakePreset(1, 40.0, 10.0, 180.0, 10.0, 0.00003), MakePreset(1, 20.0, 30.0, 190.0, 20.0, 0.00005),
+    MakePreset(0, 10.0, 100.0, 200.0, 30.0, 0.0001), MakePreset(0, 3.0, 200.0, 215.0, 40.0, 0.0003),
     MakePreset(0, 1.0, 50.0, 0.0, 0.0, 0.00003),
 };
 
@@ -305,10 +303,11 @@ bool Session::Request(CAttributeMap const& request)
 void Session::AttachTerminal()
 {
     m_host.RunAndWait([this] {
-        m_host.SetApplication({.guid = L"qx5",
-                               .mainWindow = true,
-                               .lightMode = 2,
-                               .displays = {{.section = L"bathy", .type = L"bathy", .name = L"bathy", .enabled = true}}});
+        m_host.SetApplication(
+            {.guid = L"qx5",
+             .mainWindow = true,
+             .lightMode = 2,
+             .displays = {{.section = L"bathy", .type = L"bathy", .name = L"bathy", .enabled = true}}});
         Device* const terminal = m_host.AddDevice(m_host.MakeDevice(L"Device"), TerminalId(), L"terminal");
         CAttributeMap presets;
         for (Preset const& preset : shippedPresets) {

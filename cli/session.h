@@ -29,8 +29,10 @@ bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& po
 std::string PluginPath(std::string const& told);
 
 /// What a session saw, in the order in which it happened.
-struct SessionEvent {
-    enum class Kind {
+struct SessionEvent
+{
+    enum class Kind
+    {
         Sent,     ///< a frame left
         Echoed,   ///< the plug-in reported what was asked for
         Received, ///< a frame arrived
@@ -45,7 +47,8 @@ struct SessionEvent {
 };
 
 /// Loads the plug-in, makes one sonar device and connects it. Used from one thread; events come from others.
-class Session final : private vordal::HostObserver {
+class Session final : private vordal::HostObserver
+{
 public:
     using Listener = std::function<void(SessionEvent const&)>;
 

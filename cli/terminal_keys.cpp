@@ -130,7 +130,8 @@ std::string TerminalKeyHelp()
     }
     text += "?               this list (also `help` on a line of its own)\n"
             "q               end (also `quit`, Ctrl-C and the end of the input)\n"
-            "The arrows up and down step, too. On lines: keys one behind the other, such as r++, or `code N` for any code.\n";
+            "The arrows up and down step, too. On lines: keys one behind the other, such as r++, or `code N` for any "
+            "code.\n";
     return text;
 }
 

@@ -12,18 +12,20 @@
 namespace qx5::cli {
 
 /// A key of the keyboard and the terminal's code that it stands for.
-struct TerminalKey {
+struct TerminalKey
+{
     char key;
     std::uint32_t code;
 };
 
 inline constexpr TerminalKey TerminalKeys[]{
-    {'s', 1},  {'X', 2},  {'h', 3},  {'d', 4},  {'g', 5},  {'l', 6},  {'r', 7},  {'p', 8},  {'j', 9},   {'m', 10},
+    {'s', 1},  {'X', 2},  {'h', 3},  {'d', 4},  {'g', 5},  {'l', 6},  {'r', 7},  {'p', 8},  {'j', 9},  {'m', 10},
     {'t', 11}, {'0', 20}, {'1', 21}, {'2', 22}, {'3', 23}, {'4', 24}, {'-', 40}, {'+', 41}, {'=', 41},
 };
 
 /// What a line or a key asks for.
-struct TerminalInput {
+struct TerminalInput
+{
     bool quit = false;
     bool help = false;
     std::vector<std::uint32_t> codes; ///< in order

@@ -107,20 +107,20 @@ enum class Wire : std::uint8_t
 enum class Convert : std::uint8_t
 {
     None,
-    Radians,        ///< (value x pi) / 180 in double, then narrowed
-    NegatedRadians, ///< the value negated, then as Radians
+    Radians,                ///< (value x pi) / 180 in double, then narrowed
+    NegatedRadians,         ///< the value negated, then as Radians
     RadiansByFactor,        ///< value x (pi / 180) in double, then narrowed; differs from Radians in the last bit
     NegatedRadiansByFactor, ///< the value negated, then as RadiansByFactor
-    Negated,        ///< the value negated, in double
-    TimesThousand,  ///< value x 1000 in double, then narrowed (kHz to Hz)
-    Thousandth,     ///< value / 1000 in double (ms to s)
-    TimesTwenty,    ///< integer x 20 modulo 2^16
-    FifthOfFloat,   ///< integer to float, divided by 5 in single precision
-    Truncated,      ///< double to signed 32-bit integer: toward zero, saturating, NaN 0
-    SetWhenZero,    ///< integer: the bit is set when the value is 0
-    SetWhenOne,     ///< integer: the bit is set when the value is exactly 1
-    PlusOne,        ///< integer + 1, low bits
-    Computed,       ///< the handler works the wire's number or text out of the key's value and packs the result
+    Negated,                ///< the value negated, in double
+    TimesThousand,          ///< value x 1000 in double, then narrowed (kHz to Hz)
+    Thousandth,             ///< value / 1000 in double (ms to s)
+    TimesTwenty,            ///< integer x 20 modulo 2^16
+    FifthOfFloat,           ///< integer to float, divided by 5 in single precision
+    Truncated,              ///< double to signed 32-bit integer: toward zero, saturating, NaN 0
+    SetWhenZero,            ///< integer: the bit is set when the value is 0
+    SetWhenOne,             ///< integer: the bit is set when the value is exactly 1
+    PlusOne,                ///< integer + 1, low bits
+    Computed,               ///< the handler works the wire's number or text out of the key's value and packs the result
 };
 
 /// One field of a record. A field without key holds a constant or something that its handler computes. A key of two

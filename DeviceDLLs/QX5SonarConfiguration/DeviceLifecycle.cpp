@@ -156,7 +156,6 @@ void ControlDevice::HandlePortConnected()
         return;
     }
     hoistSubscription.SetMap(attributes);
-    hoistSubscription.Subscribe(std::vector<CString>{
-        CString(keys::CmdRaiseLower.text), CString(keys::CmdRoll.text), CString(keys::CmdRotate.text),
-        CString(keys::CmdTilt.text)});
+    hoistSubscription.Subscribe(std::vector<CString>{CString(keys::CmdRaiseLower.text), CString(keys::CmdRoll.text),
+                                                     CString(keys::CmdRotate.text), CString(keys::CmdTilt.text)});
 }

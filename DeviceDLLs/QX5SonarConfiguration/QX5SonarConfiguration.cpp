@@ -63,9 +63,9 @@ void InitializeTemplates(CVordalBaseApp* application)
 {
     // A host without an application has nobody to own a template, nor displays to make by it.
     if (application != nullptr) {
-        auto* const displayTemplate = new VORDALMultiDocTemplateAttr1(
-            CDisplayDocAttr1::GetRuntimeClass(), CDisplayFrmAttr1::GetRuntimeClass(), &viewRuntimeClass,
-            CDisplayDockFrmAttr1::GetRuntimeClass());
+        auto* const displayTemplate =
+            new VORDALMultiDocTemplateAttr1(CDisplayDocAttr1::GetRuntimeClass(), CDisplayFrmAttr1::GetRuntimeClass(),
+                                            &viewRuntimeClass, CDisplayDockFrmAttr1::GetRuntimeClass());
         application->AddDocTemplate(displayTemplate);
         CDocTemplateList::GetDocTemplates().AddTemplate(documentTemplate, displayTemplate);
     }

@@ -33,7 +33,8 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
     using KeyedHandler = void (ControlDevice::*)(CAttributeMap*, AttributeKey const&);
 
     /// One row: a handler, a handler that is told its key, or a scalar.
-    struct Row {
+    struct Row
+    {
         Handler handler = nullptr;
         KeyedHandler keyedHandler = nullptr;
         AttributeKey const* key = nullptr;

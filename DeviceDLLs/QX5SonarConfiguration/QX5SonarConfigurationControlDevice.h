@@ -28,7 +28,8 @@ class CommandValues;
 }
 
 /// The kind of scalar that RequestValue handles.
-enum PARMTYPE : int {
+enum PARMTYPE : int
+{
     PARM_INT = 0,        ///< integer getter; one signed 32-bit integer
     PARM_FLOAT = 1,      ///< double getter; narrowed to a 32-bit float
     PARM_ANGLE_PAIR = 2, ///< pair getter, degrees; two 32-bit floats in radians, first member first
@@ -41,7 +42,8 @@ enum PARMTYPE : int {
 /// itself. Handlers take no lock: they read the stored tree on the thread that alone writes it while a request runs,
 /// and the echo locks on its own. Nothing is reported to anybody: a key that is absent or of another kind ends a
 /// handler silently, a send that fails does not stop the echo.
-class VORDAL_PLUGIN_EXPORT QX5SonarConfigurationControlDevice : public QX5Device {
+class VORDAL_PLUGIN_EXPORT QX5SonarConfigurationControlDevice : public QX5Device
+{
 public:
     QX5SonarConfigurationControlDevice();
     ~QX5SonarConfigurationControlDevice() override;
@@ -306,13 +308,13 @@ private:
     void RequestHoistActive(CAttributeMap* request);
 
     // In the order in which they are constructed; they go in reverse.
-    Subscription startLoggingSubscription{Subscription::General};  ///< the host logger starts
-    Subscription stopLoggingSubscription{Subscription::General};   ///< the host logger stops
+    Subscription startLoggingSubscription{Subscription::General};   ///< the host logger starts
+    Subscription stopLoggingSubscription{Subscription::General};    ///< the host logger stops
     Subscription selectedTargetSubscription{Subscription::General}; ///< the selected sonar contact changes
-    CDataId panTiltDataId;                    ///< stream of the pan and tilt unit
-    BaseDataSource* panTiltBuffer = nullptr;  ///< buffer of that stream; the host's
-    CDataBlock panTiltBlock;                  ///< last block of that stream
-    std::int32_t mountedOnPanAndTilt = 0;     ///< mirror of "MountedOnPanAndTilt"
+    CDataId panTiltDataId;                                          ///< stream of the pan and tilt unit
+    BaseDataSource* panTiltBuffer = nullptr;                        ///< buffer of that stream; the host's
+    CDataBlock panTiltBlock;                                        ///< last block of that stream
+    std::int32_t mountedOnPanAndTilt = 0;                           ///< mirror of "MountedOnPanAndTilt"
     DataSubscription panTiltSubscription;
     Subscription hoistSubscription;
     bool panTiltScanning = false;    ///< scanning flag taken from the pan and tilt block

@@ -55,7 +55,8 @@ std::unique_ptr<CVordalType> SampleValue(protocol::Key const& key)
 }
 
 /// What one handler's sends brought to the far end.
-struct Arrivals {
+struct Arrivals
+{
     std::mutex mutex;
     std::condition_variable changed;
     std::vector<std::vector<unsigned char>> frames;

@@ -253,7 +253,8 @@ void RunTerminal(Session& session, Runner& runner)
     std::fflush(stdout);
     if (IsTerminal(Stream::Input)) {
         Keyboard keyboard;
-        for (auto key = keyboard.Read(); key.has_value() && runner.Enter(ReadTerminalKey(*key)); key = keyboard.Read()) {
+        for (auto key = keyboard.Read(); key.has_value() && runner.Enter(ReadTerminalKey(*key));
+             key = keyboard.Read()) {
         }
         return;
     }

@@ -7,7 +7,8 @@
 
 namespace qx5::cli {
 
-struct Demo {
+struct Demo
+{
     std::string_view name;
     int (*run)(RunOptions const& options); ///< gives the exit code
 };

@@ -29,7 +29,8 @@ namespace {
 using namespace std::chrono_literals;
 
 /// What happened since the last look, from all threads.
-class Happenings {
+class Happenings
+{
 public:
     void OnSession(SessionEvent const& event)
     {
@@ -99,7 +100,8 @@ std::string ItemText(CDataItem const& item)
     return "?";
 }
 
-class PanTiltShow {
+class PanTiltShow
+{
 public:
     PanTiltShow(Session& session, Happenings& happenings) : m_session(session), m_happenings(happenings) {}
 

@@ -35,13 +35,17 @@ using Clock = std::chrono::steady_clock;
 constexpr std::uint32_t pingCommand = 1107;
 
 /// What one sonar is set to; those beyond the list begin it anew.
-struct Setting {
+struct Setting
+{
     double range;      ///< m
     double soundSpeed; ///< m/s
     double overhead;   ///< percent
 };
-constexpr std::array<Setting, 5> settings{
-    {{100.0, 1500.0, 120.0}, {30.0, 1480.0, 100.0}, {200.0, 1520.0, 100.0}, {50.0, 1450.0, 150.0}, {75.0, 1500.0, 0.0}}};
+constexpr std::array<Setting, 5> settings{{{100.0, 1500.0, 120.0},
+                                           {30.0, 1480.0, 100.0},
+                                           {200.0, 1520.0, 100.0},
+                                           {50.0, 1450.0, 150.0},
+                                           {75.0, 1500.0, 0.0}}};
 
 Setting const& SettingOf(int sonar)
 {
@@ -49,10 +53,12 @@ Setting const& SettingOf(int sonar)
 }
 
 /// Prints what happens as it happens, each sonar in a column of its own. Any thread.
-class Timeline {
+class Timeline
+{
 public:
     Timeline(int sonars, int groups)
-        : m_groups(groups), m_lastData(static_cast<std::size_t>(groups)), m_columns(static_cast<std::size_t>(sonars), '.')
+        : m_groups(groups), m_lastData(static_cast<std::size_t>(groups)),
+          m_columns(static_cast<std::size_t>(sonars), '.')
     {
     }
 
@@ -74,8 +80,9 @@ public:
             Print(now, sonar, Letter(sonar), text);
         } else if (event.kind == simulator::EventKind::Echoed) {
             lastData = LastData{now, sonar};
-            Print(now, sonar, '|',
-                  fmt::format("its echoes are in: {:.1f} ms for {:g} m", event.pingTravelTime * 1000.0, event.pingRange));
+            Print(
+                now, sonar, '|',
+                fmt::format("its echoes are in: {:.1f} ms for {:g} m", event.pingTravelTime * 1000.0, event.pingRange));
         }
     }
 
@@ -87,7 +94,8 @@ public:
     }
 
 private:
-    struct LastData {
+    struct LastData
+    {
         Clock::time_point time;
         int sonar;
     };
@@ -109,7 +117,8 @@ private:
 };
 
 /// The sonars, the host with the plug-in, and the connections between them.
-class Fleet {
+class Fleet
+{
 public:
     Fleet(Timeline& timeline, int sonars) : m_timeline(timeline), m_sonars(sonars)
     {
@@ -182,8 +191,8 @@ private:
             return false;
         }
         Command(sonar, fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5Range.text), setting.range));
-        Command(sonar,
-                fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5SoundVelocity.text), setting.soundSpeed));
+        Command(sonar, fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5SoundVelocity.text),
+                                   setting.soundSpeed));
         vordal::LinkOptions options;
         options.host = "127.0.0.1";
         options.port = m_servers.back()->Port();

@@ -94,7 +94,9 @@ bool IsIgnored(struct sigaction const& action)
 
 void ListenForTheEnd()
 {
-    struct sigaction action{};
+    struct sigaction action
+    {
+    };
     action.sa_sigaction = OnEndingSignal;
     action.sa_flags = SA_SIGINFO;
     sigemptyset(&action.sa_mask);

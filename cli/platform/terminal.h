@@ -5,7 +5,11 @@
 
 namespace qx5::cli {
 
-enum class Stream { Input, Output };
+enum class Stream
+{
+    Input,
+    Output
+};
 
 bool IsTerminal(Stream stream);
 

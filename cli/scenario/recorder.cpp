@@ -170,12 +170,12 @@ void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const
     for (auto const& [item, value] : settings.GetItems(section)) {
         items.members.emplace_back(Utf8FromWide(item.View()), JsonValue::Text(Utf8FromWide(value.View())));
     }
-    Add(JsonValue::Object({{"display-add",
-                            JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
-                                               {"name", JsonValue::Text(Utf8FromWide(name.View()))},
-                                               {"type", JsonValue::Text(Utf8FromWide(type.View()))},
-                                               {"section", JsonValue::Text(Utf8FromWide(section.View()))},
-                                               {"items", std::move(items)}})}}));
+    Add(JsonValue::Object(
+        {{"display-add", JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
+                                            {"name", JsonValue::Text(Utf8FromWide(name.View()))},
+                                            {"type", JsonValue::Text(Utf8FromWide(type.View()))},
+                                            {"section", JsonValue::Text(Utf8FromWide(section.View()))},
+                                            {"items", std::move(items)}})}}));
 }
 
 void Recorder::OnSetLightMode(int mode, bool redraw)

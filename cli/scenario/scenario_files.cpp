@@ -112,7 +112,8 @@ void ScenarioFiles::PutTargets(vordal::Host& host, ScenarioTargets const& target
         for (auto const& target : list) {
             stored.push_back(Stored(target));
         }
-        vordal::TargetFile(path, vordal::TargetFile::Missing::Create, vordal::TargetFile::Keeping::Scratch).Replace(stored);
+        vordal::TargetFile(path, vordal::TargetFile::Missing::Create, vordal::TargetFile::Keeping::Scratch)
+            .Replace(stored);
         store.Place(name, path);
     }
     store.SetActive(targets.active);

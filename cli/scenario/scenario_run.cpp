@@ -14,8 +14,8 @@
 #include "reference_host/targets/target_store.h"
 
 #include <VordalDataBlocksR/CDataBlock.h>
-#include <protocol/bytes.h>
 #include <VordalSubscriberR/GeneralSubKeys.h>
+#include <protocol/bytes.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 

@@ -10,7 +10,8 @@
 ///
 /// Device id 0 with enumerator -1 means the device's own configured sonar. An explicit device id selects another unit
 /// of the sonar system, with enumerator 0: 7000 is the sonar processor. Payloads are copied before a call returns.
-class VORDAL_API QX5Device : public Device {
+class VORDAL_API QX5Device : public Device
+{
 public:
     QX5Device();
     ~QX5Device() override;

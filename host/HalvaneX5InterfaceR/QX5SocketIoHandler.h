@@ -8,7 +8,8 @@
 
 /// What the port of a connected sonar really is; found by a dynamic cast of the port. Host thread for the
 /// operations; none of them waits. Times are seconds, as the requester gave them.
-class VORDAL_API QX5SocketIoHandler : public BaseIOHandler {
+class VORDAL_API QX5SocketIoHandler : public BaseIOHandler
+{
 public:
     ~QX5SocketIoHandler() override;
 

@@ -5,7 +5,8 @@
 #include <VordalBaseR/Export.h>
 
 /// Static operations on the trees of sonar devices. They read what they are given and take no lock.
-class VORDAL_API QX5Utils {
+class VORDAL_API QX5Utils
+{
 public:
     /// The active one among the "x5SonarSettings" children: the occurrence numbered by the tree's "DeviceEnum"
     /// (0 when absent or of another kind) if it exists, otherwise occurrence 0, otherwise an empty node.

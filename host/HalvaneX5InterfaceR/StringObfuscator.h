@@ -5,7 +5,8 @@
 
 #include <string>
 
-class VORDAL_API StringObfuscator {
+class VORDAL_API StringObfuscator
+{
 public:
     /// The base64 text of the bytes (standard alphabet, padded, no line breaks). It hides from a glance, not from an
     /// attacker. Any thread.

@@ -2,7 +2,8 @@
 #pragma once
 
 /// Three lengths in metres, in the host's order of axes. A value; empty means three zeros.
-class CCompOffset {
+class CCompOffset
+{
 public:
     CCompOffset() = default;
     CCompOffset(double first, double second, double third) : m_axes{first, second, third} {}

@@ -6,7 +6,8 @@
 
 /// Four unsigned 16-bit fields and the text under which notifications for the id are keyed. A value: copies are
 /// independent. Two ids are equal when their four fields are.
-class VORDAL_API CDataId {
+class VORDAL_API CDataId
+{
 public:
     /// The undefined id: all four fields 65535.
     CDataId();

@@ -4,7 +4,8 @@
 #include <VordalBaseR/CDataId.h>
 
 /// A stream and two numbers within it (item and index; 65535 means the stream as a whole). A value.
-class CDataInfo {
+class CDataInfo
+{
 public:
     CDataInfo() = default;
     CDataInfo(CDataId const& dataId, unsigned short item, unsigned short index)

@@ -6,7 +6,8 @@
 #include <ctime>
 
 /// The host's clock. Under a scenario it stands still at the time that the scenario sets. Any thread.
-class VORDAL_API CExTime {
+class VORDAL_API CExTime
+{
 public:
     /// Seconds since 1970-01-01 UTC, with fractions.
     static double GetCurTime();

@@ -10,7 +10,8 @@
 /// A wide text. Characters are Unicode code points where `wchar_t` has 32 bits and UTF-16 units where it has 16.
 /// Copies are independent; a CString may be handed between threads like any value, but not shared while it is written.
 /// Nothing here fails but for want of memory.
-class CString {
+class CString
+{
 public:
     CString() = default;
     CString(wchar_t const* text) : m_text(text != nullptr ? text : L"") {}

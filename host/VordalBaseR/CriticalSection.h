@@ -5,7 +5,8 @@
 
 /// Guards a device's attribute tree. Re-entrant on one thread; every Enter needs its Leave. Works with
 /// std::lock_guard through lock() and unlock().
-class CriticalSection {
+class CriticalSection
+{
 public:
     void Enter() { m_mutex.lock(); }
     void Leave() { m_mutex.unlock(); }

@@ -2,13 +2,13 @@
 #pragma once
 
 #if defined(_WIN32)
-#  if defined(VORDAL_HOST_BUILD)
-#    define VORDAL_API __declspec(dllexport)
-#  else
-#    define VORDAL_API __declspec(dllimport)
-#  endif
-#  define VORDAL_PLUGIN_EXPORT __declspec(dllexport)
+#if defined(VORDAL_HOST_BUILD)
+#define VORDAL_API __declspec(dllexport)
 #else
-#  define VORDAL_API __attribute__((visibility("default")))
-#  define VORDAL_PLUGIN_EXPORT __attribute__((visibility("default")))
+#define VORDAL_API __declspec(dllimport)
+#endif
+#define VORDAL_PLUGIN_EXPORT __declspec(dllexport)
+#else
+#define VORDAL_API __attribute__((visibility("default")))
+#define VORDAL_PLUGIN_EXPORT __attribute__((visibility("default")))
 #endif

@@ -5,7 +5,8 @@
 
 /// Ten bytes, little-endian, UTC: u16 year, u16 day of the year (1 to 366), f32 seconds within the minute, u8 hour,
 /// u8 minute. Copied into records byte by byte.
-struct TIME_X5 {
+struct TIME_X5
+{
     unsigned char bytes[10];
 };
 

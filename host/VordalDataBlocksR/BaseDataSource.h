@@ -6,12 +6,14 @@
 #include <VordalDataBlocksR/CDataBlock.h>
 
 /// How ReadBlock picks a block.
-enum DataAccessCode : int {
+enum DataAccessCode : int
+{
     DATA_ACCESS_LATEST = 3,
 };
 
 /// The buffer of one stream. Owned by the host, there until the host goes. Any thread; each operation is atomic.
-class VORDAL_API BaseDataSource {
+class VORDAL_API BaseDataSource
+{
 public:
     virtual ~BaseDataSource();
 

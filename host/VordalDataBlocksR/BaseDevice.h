@@ -26,7 +26,8 @@ struct DeviceInternals;
 
 /// A device of the host. The host owns it, whoever made it. Operations may be called from any thread unless said
 /// otherwise; notifications that they raise arrive on the caller's thread, with no lock of the host held.
-class VORDAL_API BaseDevice {
+class VORDAL_API BaseDevice
+{
 public:
     BaseDevice();
     BaseDevice(BaseDevice const&) = delete;

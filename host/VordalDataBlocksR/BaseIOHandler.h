@@ -6,7 +6,8 @@
 class BaseDevice;
 
 /// A port. Owned by the host. What a port really is, a caller finds out by a dynamic cast.
-class VORDAL_API BaseIOHandler {
+class VORDAL_API BaseIOHandler
+{
 public:
     virtual ~BaseIOHandler();
 

@@ -7,13 +7,15 @@
 
 /// How LookUp finds an item: plug-ins use both modes with an item number, and both mean the block's first item of that
 /// number.
-enum ADDR_MODE : int {
+enum ADDR_MODE : int
+{
     ADDR_FIRST_OF_ITEM = 1,
     ADDR_BY_ITEM = 2,
 };
 
 /// Type tags of block items.
-enum DataItemType : unsigned short {
+enum DataItemType : unsigned short
+{
     DATA_INT32 = 101,
     DATA_DOUBLE = 103,
     DATA_BYTE = 106,
@@ -23,17 +25,19 @@ enum DataItemType : unsigned short {
 
 /// One item of a block. `data` points to `size` bytes inside the block, little-endian, or is null; it is valid until
 /// the block is changed, assigned or destroyed.
-struct CDataItem {
+struct CDataItem
+{
     unsigned short item;
-    unsigned short type; ///< a DataItemType
-    unsigned int size;   ///< bytes
+    unsigned short type;   ///< a DataItemType
+    unsigned int size;     ///< bytes
     unsigned short status; ///< 0 is good
     void* data;
 };
 
 /// A block is shared by reference: a copy costs a pointer, and EnsureUnique detaches it before a write. Reading
 /// copies of one block from several threads is safe, writing needs EnsureUnique first.
-class VORDAL_API CDataBlock {
+class VORDAL_API CDataBlock
+{
 public:
     CDataBlock();
     CDataBlock(CDataBlock const&);
@@ -63,8 +67,8 @@ public:
     /// `size` is 0). Bytes missing from `value` are 0. Detaches first.
     void AddItem(unsigned short item, unsigned short type, std::span<unsigned char const> value, unsigned int size,
                  unsigned short status);
-    /// Gives an item another size: it keeps its first bytes, new ones are 0, and an item without data stays without. False
-    /// when there is no such item or no memory. Detaches first.
+    /// Gives an item another size: it keeps its first bytes, new ones are 0, and an item without data stays without.
+    /// False when there is no such item or no memory. Detaches first.
     bool SetItemSize(unsigned short index, unsigned int size) { return ResizeDataItem(index, size); }
     /// Appends an item without data. Detaches first.
     void AddItemWithoutData(unsigned short item, unsigned short type, unsigned int size, unsigned short status);

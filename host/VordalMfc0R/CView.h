@@ -10,11 +10,11 @@ class QWidget;
 /// Hints of CView::OnUpdate and CDisplayMap::UpdateAllDisplays. A view ignores every hint that it does not know.
 enum DisplayUpdateHint : int
 {
-    HINT_SELECT_DEVICE = 128,  ///< data is a CDataId const*: the device to show
+    HINT_SELECT_DEVICE = 128,    ///< data is a CDataId const*: the device to show
     HINT_TERMINAL_DISPLAY = 298, ///< no data: the operator terminal turned to the displays
-    HINT_SNAPSHOT_SHOWN = 299, ///< no data: the snapshot display came to the front
-    HINT_STEP_DOWN = 300,      ///< no data: the operator terminal stepped down
-    HINT_STEP_UP = 301,        ///< no data: the operator terminal stepped up
+    HINT_SNAPSHOT_SHOWN = 299,   ///< no data: the snapshot display came to the front
+    HINT_STEP_DOWN = 300,        ///< no data: the operator terminal stepped down
+    HINT_STEP_UP = 301,          ///< no data: the operator terminal stepped up
 };
 
 /// Base of all views. The host makes it, sets its document, calls OnInitialUpdate once, and deletes it when its display

@@ -5,7 +5,8 @@
 #include <VordalBaseR/Export.h>
 
 /// Keys of the general bus (Subscription::General).
-struct VORDAL_API GeneralSubKeys {
+struct VORDAL_API GeneralSubKeys
+{
     /// The operator selected another sonar; carries a DataId_NI.
     static CString const ADT_SELECTED_SONAR_CHANGE;
     /// The selected sonar contact was made, changed or deleted; carries a SONAR_TARGET_SEL_INFO.
@@ -13,7 +14,8 @@ struct VORDAL_API GeneralSubKeys {
 };
 
 /// Keys of selection changes.
-struct VORDAL_API sel_change {
+struct VORDAL_API sel_change
+{
     /// Another vessel is active; carries an NFDataT<unsigned short> with its number. Bus Subscription::ActiveVessel.
     static CString const ACTIVE_VESSEL;
 };

@@ -5,7 +5,8 @@
 #include <VordalBaseR/Export.h>
 
 /// Base of everything that a notification carries. The sender owns it; it is valid during the call only.
-class VORDAL_API NotificationInfo {
+class VORDAL_API NotificationInfo
+{
 public:
     NotificationInfo() = default;
     NotificationInfo(NotificationInfo const&) = default;
@@ -14,7 +15,8 @@ public:
 };
 
 /// A notification about one device, computation or stream.
-class VORDAL_API DataId_NI : public NotificationInfo {
+class VORDAL_API DataId_NI : public NotificationInfo
+{
 public:
     explicit DataId_NI(CDataId const& dataId) : m_dataId(dataId) {}
     ~DataId_NI() override;
@@ -27,7 +29,8 @@ private:
 
 /// A notification that carries one plain value, such as a vessel number (`NFDataT<unsigned short>`).
 template <typename T>
-class VORDAL_API NFDataT : public NotificationInfo {
+class VORDAL_API NFDataT : public NotificationInfo
+{
 public:
     explicit NFDataT(T const& data) : m_data(data) {}
 

@@ -5,7 +5,8 @@
 #include <VordalSubscriberR/NotificationInfo.h>
 
 /// A sink. Notify is called on the thread that raised the notification, with no lock of the host held.
-class VORDAL_API Subscriber {
+class VORDAL_API Subscriber
+{
 public:
     Subscriber() = default;
     Subscriber(Subscriber const&) = delete;
@@ -19,7 +20,8 @@ public:
 /// Calls a member function that takes what the notification carries. Holds a plain pointer to the object, which must
 /// outlive the subscription.
 template <typename T>
-class MemFunSubscriber : public Subscriber {
+class MemFunSubscriber : public Subscriber
+{
 public:
     using Function = void (T::*)(NotificationInfo const*);
 
@@ -34,7 +36,8 @@ private:
 /// Calls a member function without arguments. Holds a plain pointer to the object, which must outlive the
 /// subscription.
 template <typename T>
-class MemFunNoInfoSubscriber : public Subscriber {
+class MemFunNoInfoSubscriber : public Subscriber
+{
 public:
     using Function = void (T::*)();
 

@@ -17,10 +17,12 @@ class SubscriptionMap;
 /// One sink joined to one or more keys of one bus. Unsubscribe, or the destructor, ends it: once it has returned the
 /// sink is not called any more (a call that is running on another thread is waited for; from inside the sink itself
 /// it returns at once). Not to be used from two threads at once.
-class VORDAL_API Subscription {
+class VORDAL_API Subscription
+{
 public:
     /// The bus that a kind means.
-    enum Kind : int {
+    enum Kind : int
+    {
         ActiveVessel = 2,
         BufferStatus = 4,
         General = 7,
@@ -49,7 +51,8 @@ private:
 };
 
 /// The subscription to one stream of data blocks; the same rules.
-class VORDAL_API DataSubscription {
+class VORDAL_API DataSubscription
+{
 public:
     DataSubscription();
     DataSubscription(DataSubscription const&) = delete;

@@ -9,7 +9,8 @@
 namespace tvcore {
 
 /// UTF-8 of a wide text, held for the time of one expression or scope. What is no character becomes U+FFFD.
-class VORDAL_API CW2A_UTF8 {
+class VORDAL_API CW2A_UTF8
+{
 public:
     explicit CW2A_UTF8(CString const& text);
 

@@ -7,7 +7,8 @@
 class BaseDevice;
 
 /// Makes devices of one class. Owned by the list once it is registered.
-class VORDAL_API DevICreator {
+class VORDAL_API DevICreator
+{
 public:
     /// A new device, which the caller owns; null when there was no memory for it.
     virtual BaseDevice* MakeDevice() = 0;
@@ -16,13 +17,15 @@ public:
 
 /// The creator of devices of class T.
 template <typename T>
-class DevCreator : public DevICreator {
+class DevCreator : public DevICreator
+{
 public:
     BaseDevice* MakeDevice() override { return new T; }
 };
 
 /// The list. Host thread.
-class VORDAL_API CDevList {
+class VORDAL_API CDevList
+{
 public:
     static CDevList& GetDevList();
 

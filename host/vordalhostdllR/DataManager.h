@@ -12,7 +12,8 @@ class SubscriptionMap;
 class VesselManager;
 
 /// A computation of the host. Owned by the host.
-class VORDAL_API Compform {
+class VORDAL_API Compform
+{
 public:
     virtual ~Compform();
 
@@ -30,7 +31,8 @@ public:
 
 /// The register. Look-ups may be called from any thread; what they give is the host's and stays while the project is
 /// open. Vessels are named by their number (the fourth field of an id).
-class VORDAL_API DataManager {
+class VORDAL_API DataManager
+{
 public:
     static DataManager& GetDataManager();
 

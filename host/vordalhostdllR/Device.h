@@ -7,7 +7,8 @@ class FileObject;
 
 /// A device with a life on the host: Create, LoadAttribs, ApplyAttribs, then HandlePortConnected whenever its port
 /// connects. All of these arrive on the host thread.
-class VORDAL_API Device : public BaseDevice {
+class VORDAL_API Device : public BaseDevice
+{
 public:
     Device();
     ~Device() override;

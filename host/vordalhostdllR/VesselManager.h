@@ -5,14 +5,16 @@
 #include <VordalBaseR/Export.h>
 
 /// One vessel. Owned by the host.
-class VORDAL_API CBaseVessel {
+class VORDAL_API CBaseVessel
+{
 public:
     virtual ~CBaseVessel();
     virtual unsigned short GetVesselNumber() const = 0;
 };
 
 /// The vessels, in the project's order. Any thread; vessels stay while the project is open.
-class VORDAL_API VesselManager {
+class VORDAL_API VesselManager
+{
 public:
     static VesselManager& GetVesselManager();
 

@@ -17,9 +17,15 @@ CDataId::CDataId(unsigned short type, unsigned short group, unsigned short devic
     RebuildKey();
 }
 
-void CDataId::SetUndefined() { *this = CDataId(); }
+void CDataId::SetUndefined()
+{
+    *this = CDataId();
+}
 
-bool CDataId::IsUndefined() const { return *this == CDataId(); }
+bool CDataId::IsUndefined() const
+{
+    return *this == CDataId();
+}
 
 void CDataId::SetGroupId(unsigned short group)
 {

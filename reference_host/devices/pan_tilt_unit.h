@@ -11,8 +11,8 @@ namespace vordal {
 class Host;
 
 /// Scans or rests as it is told and publishes its state as a data block, the item 253 of one byte. It comes with what a
-/// project has for such a unit: a computation that stands in for the stream, and the hoist's stream, whose block a sonar
-/// fills in. Host thread; the host must outlive it.
+/// project has for such a unit: a computation that stands in for the stream, and the hoist's stream, whose block a
+/// sonar fills in. Host thread; the host must outlive it.
 class VORDAL_API PanTiltUnit
 {
 public:

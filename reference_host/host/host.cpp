@@ -5,7 +5,6 @@
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/data/stream_buffer.h"
 #include "reference_host/devices/port.h"
-#include "reference_host/application/application.h"
 #include "reference_host/host/clock.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"

@@ -31,8 +31,8 @@ public:
     virtual void OnOutputStat(BaseDevice& device, double time, int status);
     virtual void OnDisableTimeOut(BaseDevice& device, bool disable);
     virtual void OnDeviceCtrlViewType(BaseDevice& device, CString const& name);
-    /// BaseDataSource::Reset on the buffer of that stream, or Compform::ResetDataSource of the computation `owner`; of a
-    /// plain buffer `owner` is the stream's own id.
+    /// BaseDataSource::Reset on the buffer of that stream, or Compform::ResetDataSource of the computation `owner`; of
+    /// a plain buffer `owner` is the stream's own id.
     virtual void OnResetBuffer(CDataId const& stream, CDataId const& owner);
     virtual void OnStoreBlock(CDataId const& stream, CDataBlock const& block);
     virtual void OnAnnounceBlock(CDataId const& stream);

@@ -12,11 +12,11 @@ namespace vordal {
 /// The group id of streams of the sonar record protocol.
 inline constexpr unsigned short SonarDataGroup = 78;
 
-// This host's own decoding, which its simulated sonar agrees on; a real sonar's settings records are decoded by the host
-// that it is made for.
+// This host's own decoding, which its simulated sonar agrees on; a real sonar's settings records are decoded by the
+// host that it is made for.
 
-/// The settings that the attributes tell, as a block; nothing unless they tell both the range and the sound velocity. It
-/// holds, all good, item 699 (range in m, float), 609 (the same in whole metres, unsigned 16-bit, cut off and
+/// The settings that the attributes tell, as a block; nothing unless they tell both the range and the sound velocity.
+/// It holds, all good, item 699 (range in m, float), 609 (the same in whole metres, unsigned 16-bit, cut off and
 /// brought into range) and 401 (sound velocity in m/s, double). `time` in seconds; see CExTime.
 VORDAL_API std::optional<CDataBlock> SettingsBlockOf(CAttributeMap const& tree, double time);
 

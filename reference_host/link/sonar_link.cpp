@@ -130,9 +130,9 @@ class SonarLink::Impl final : public GatheringLink, public std::enable_shared_fr
 public:
     Impl(LinkThread& thread, LinkOptions options, SonarLinkListener& listener)
         : m_thread(thread), m_core(thread.ShareCore()), m_context(thread.GetCore().context),
-          m_gate(thread.GetCore().gate),
-          m_options(std::move(options)), m_listener(&listener), m_backOff(m_options.backOff, SeedFor(this)),
-          m_timer(m_context), m_heldTimer(m_context), m_candidate(m_context), m_socket(m_context)
+          m_gate(thread.GetCore().gate), m_options(std::move(options)), m_listener(&listener),
+          m_backOff(m_options.backOff, SeedFor(this)), m_timer(m_context), m_heldTimer(m_context),
+          m_candidate(m_context), m_socket(m_context)
     {
         if (m_options.clock == nullptr) {
             m_options.clock = SystemTime;
@@ -347,9 +347,8 @@ private:
     void DrainLocked()
     {
         m_draining = true;
-        asio::post(m_context, [self = shared_from_this(), attempt = m_socketAttempt] {
-            self->WaitToDrainOnLinkThread(attempt);
-        });
+        asio::post(m_context,
+                   [self = shared_from_this(), attempt = m_socketAttempt] { self->WaitToDrainOnLinkThread(attempt); });
     }
 
     /// Sees to it that held frames leave in time, whatever keeps their sender busy.

@@ -22,8 +22,9 @@ namespace vordal {
 class Host;
 
 /// A sonar connection as devices see it. Attributes that the sonar sends are merged into the trees of all attached
-/// devices, settings data go into the buffers of those that are sonars; when the connection comes up or is lost the devices are told, all on the host thread. Attach the devices
-/// before Open: one that comes later hears of the connection at its next change.
+/// devices, settings data go into the buffers of those that are sonars; when the connection comes up or is lost the
+/// devices are told, all on the host thread. Attach the devices before Open: one that comes later hears of the
+/// connection at its next change.
 ///
 /// When the host thread falls behind by more than 256 trees or 8 MiB of them, reading pauses until it has caught up by
 /// half, so that the sonar waits and memory does not grow.

@@ -35,8 +35,8 @@ public:
     /// The fields of a device's id: vessel, group, device number, type.
     void DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device, unsigned short type);
 
-    /// The plug-in's discovery of sonars under ping control, and its end; without such functions nothing happens. Release
-    /// them before devices are destroyed.
+    /// The plug-in's discovery of sonars under ping control, and its end; without such functions nothing happens.
+    /// Release them before devices are destroyed.
     void DiscoverSonars();
     void ReleaseSonars();
 

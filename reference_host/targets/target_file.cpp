@@ -183,9 +183,7 @@ public:
     {
         Row row;
         int column = 0;
-        VisitColumns(row, [&]<typename T>(char const* name, T& value) {
-            ReadColumn(column++, name, value);
-        });
+        VisitColumns(row, [&]<typename T>(char const* name, T& value) { ReadColumn(column++, name, value); });
         return row;
     }
 

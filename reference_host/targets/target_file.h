@@ -32,8 +32,8 @@ struct StoredTarget
 /// and complete or absent after a crash. Numbers keep all but the payload of a NaN, texts are kept as UTF-8: what is no
 /// character becomes U+FFFD. One thread at a time.
 ///
-/// All operations throw TargetFileError and leave the file as it was. A file that is damaged, no target file, or written
-/// by a newer version is refused when it is opened, and not touched.
+/// All operations throw TargetFileError and leave the file as it was. A file that is damaged, no target file, or
+/// written by a newer version is refused when it is opened, and not touched.
 class VORDAL_API TargetFile
 {
 public:

@@ -101,11 +101,9 @@ TEST(RunTerminal, TakesLinesWhenTheInputIsNoTerminal)
     EXPECT_THAT(shown.out, Not(HasSubstr("The operator sets the range")));
     // The simulated sonar stands at 100 m; 125 is next in its table.
     EXPECT_THAT(shown.out,
-                AllOf(HasSubstr("> code 7, select the range\n"),
-                      HasSubstr("to the front comes the display \"bathy\""),
+                AllOf(HasSubstr("> code 7, select the range\n"), HasSubstr("to the front comes the display \"bathy\""),
                       HasSubstr("> code 41, one step up of what is selected\n  asked for x5Range = 125\n  sent\n"),
-                      HasSubstr("1003 range  x5Range=125 m"),
-                      HasSubstr("'o' stands for no code; `?` lists the keys"),
+                      HasSubstr("1003 range  x5Range=125 m"), HasSubstr("'o' stands for no code; `?` lists the keys"),
                       HasSubstr("> code 12, which means nothing\n  nothing is done\n"),
                       HasSubstr("> code 7, select the range\n  the steps go by it now\n"),
                       HasSubstr("> code 24, preset 4\n"), HasSubstr("  asked for x5SSR7503CMD = 1\n")));

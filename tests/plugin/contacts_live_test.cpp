@@ -34,7 +34,8 @@ constexpr std::size_t contactFrame = 590;
 constexpr std::size_t aroundImage = 248;
 constexpr std::size_t imageOffset = 244;
 
-class LiveContacts : public ::testing::Test {
+class LiveContacts : public ::testing::Test
+{
 protected:
     LiveContacts()
     {
@@ -65,8 +66,8 @@ protected:
     /// A sonar on a live connection to `peer`.
     void Connect()
     {
-        m_port = std::make_unique<vordal::X5Port>(host, m_thread, CString(L"Sonar"),
-                                                  vordal::test::OptionsFor(peer.Port()));
+        m_port =
+            std::make_unique<vordal::X5Port>(host, m_thread, CString(L"Sonar"), vordal::test::OptionsFor(peer.Port()));
         host.RunAndWait([&] {
             auto made = std::make_unique<QX5SonarConfigurationControlDevice>();
             device = made.get();
@@ -202,7 +203,8 @@ TEST_F(LiveContacts, AnImageThatNoFrameHoldsIsRemovedAllTheSame)
         Write(folder / "image.tif", {});
         fs::resize_file(folder / "image.tif", size); // sparse
         Write(folder / "contact.tif", {1});
-        vordal::TargetFile(folder / "wreck.sts").Replace({ContactWithImage(folder / "image.tif", folder / "contact.tif")});
+        vordal::TargetFile(folder / "wreck.sts")
+            .Replace({ContactWithImage(folder / "image.tif", folder / "contact.tif")});
         if (device == nullptr) {
             Connect();
         }

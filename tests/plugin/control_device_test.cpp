@@ -7,7 +7,8 @@
 
 #include <gtest/gtest.h>
 
-struct ControlDeviceAccess {
+struct ControlDeviceAccess
+{
     static void RequestValue(QX5SonarConfigurationControlDevice& device, CAttributeMap& request, int recordId,
                              AttributeKey const& key, PARMTYPE kind)
     {
@@ -105,8 +106,8 @@ TEST_F(ControlDevice, NumbersBeyondAFloatBecomeInfinite)
     Request(One(L"x5Range", CVordalDouble(1e300)));
     Request(One(L"x5Range", CVordalDouble(-1e300)));
     Request(One(L"x5Range", CVordalDouble(-std::numeric_limits<double>::quiet_NaN())));
-    EXPECT_EQ(traffic.lines, Lines({"remote 1003 0000807f to 0,-1", "remote 1003 000080ff to 0,-1",
-                                    "remote 1003 0000c07f to 0,-1"}));
+    EXPECT_EQ(traffic.lines,
+              Lines({"remote 1003 0000807f to 0,-1", "remote 1003 000080ff to 0,-1", "remote 1003 0000c07f to 0,-1"}));
 }
 
 /// The settings of the heading sensor, each a number of its own.

@@ -100,7 +100,8 @@ TEST(PluginModule, NeedsNoApplication)
 }
 
 /// What the process holds at the moment.
-struct Holdings {
+struct Holdings
+{
     std::ptrdiff_t files;
     std::ptrdiff_t threads;
     std::size_t heapBytes;
@@ -138,8 +139,8 @@ void LiveOnce(vordal::Threading threading)
         ASSERT_NE(plugin, nullptr);
         plugin->RegisterDevices();
         plugin->RegisterViews();
-        auto* const sonar = host.AddDevice(host.MakeDevice(L"QX5SonarConfigurationControlDevice"),
-                                           CDataId(1, 78, 1, 1), L"sonar");
+        auto* const sonar =
+            host.AddDevice(host.MakeDevice(L"QX5SonarConfigurationControlDevice"), CDataId(1, 78, 1, 1), L"sonar");
         ASSERT_NE(sonar, nullptr);
         CAttributeMap attributes;
         attributes.Add(L"PingMode", CVordalInt(1), 0);

@@ -20,7 +20,8 @@ inline std::string Hex(std::span<unsigned char const> bytes)
 }
 
 /// Each send as one line: "remote 1003 00004842 to 0,-1".
-class RecordedTraffic : public vordal::SonarTraffic {
+class RecordedTraffic : public vordal::SonarTraffic
+{
 public:
     std::vector<std::string> lines;
     bool connected = true;

@@ -47,9 +47,9 @@ TEST(ContactRecords, AContactGoesThereAndBack)
     EXPECT_TRUE(PackField(records::ContactLatitude, 180.0, payload));
     EXPECT_TRUE(PackField(records::ContactGuid, std::wstring_view(L"guid"), payload));
     EXPECT_TRUE(PackField(records::ContactExtensionMeasure, 1.0, payload));
-    auto const expected =
-        Join({Bytes("07000000 00000000 e7073e01 0000a041 16 0d"), Zeros(128), Bytes("01000000 00000000 0000003f 00000000"),
-              Bytes("182d4454fb210940"), Zeros(8 + 12 + 256), Text("guid"), Zeros(60 + 8), Bytes("0000803f")});
+    auto const expected = Join({Bytes("07000000 00000000 e7073e01 0000a041 16 0d"), Zeros(128),
+                                Bytes("01000000 00000000 0000003f 00000000"), Bytes("182d4454fb210940"),
+                                Zeros(8 + 12 + 256), Text("guid"), Zeros(60 + 8), Bytes("0000803f")});
     ASSERT_EQ(expected.size(), 522U);
     EXPECT_EQ(Copy(payload.Bytes()), expected);
 

@@ -51,10 +51,11 @@ protected:
 
     void SetUpTwoDisplays()
     {
-        host.SetApplication({.guid = L"guid",
-                             .mainWindow = true,
-                             .lightMode = 2,
-                             .displays = {{L"first", L"bathy", L"Depths", true}, {L"second", L"snap", L"Shots", false}}});
+        host.SetApplication(
+            {.guid = L"guid",
+             .mainWindow = true,
+             .lightMode = 2,
+             .displays = {{L"first", L"bathy", L"Depths", true}, {L"second", L"snap", L"Shots", false}}});
     }
     static bool IsEnabled(CString const& section)
     {

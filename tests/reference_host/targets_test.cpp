@@ -1,4 +1,5 @@
-// Tests of the target store and of files by name: what goes in comes out, other programs are followed, damage is refused.
+// Tests of the target store and of files by name: what goes in comes out, other programs are followed, damage is
+// refused.
 #include <reference_host/host/clock.h>
 #include <reference_host/host/host.h>
 #include <reference_host/host/host_observer.h>
@@ -409,7 +410,7 @@ TEST_F(TargetStoreTest, AFileIsOpenedByItsFullName)
     control->Close();
     std::wstring const name(Name().View());
     EXPECT_EQ(watcher.events, (std::vector<std::wstring>{L"open " + name, L"open " + name, L"close " + name, L"stamp",
-                                                        L"close " + name}));
+                                                         L"close " + name}));
     EXPECT_TRUE(lines.empty());
 }
 
@@ -521,13 +522,13 @@ TEST_F(TargetStoreTest, ChangesTellEverybody)
     Put({});
     auto* const control = Open();
     Subscription subscription{Subscription::General};
-    subscription.SetSubscriber(new Sink([&](NotificationInfo const* info) {
-                                   auto const* const change = dynamic_cast<SONAR_TARGET_SEL_INFO const*>(info);
-                                   ASSERT_NE(change, nullptr);
-                                   heard.push_back({change->targetId, change->changeCode, change->time,
-                                                    control->GetSonarTargets().size()});
-                               }),
-                               true);
+    subscription.SetSubscriber(
+        new Sink([&](NotificationInfo const* info) {
+            auto const* const change = dynamic_cast<SONAR_TARGET_SEL_INFO const*>(info);
+            ASSERT_NE(change, nullptr);
+            heard.push_back({change->targetId, change->changeCode, change->time, control->GetSonarTargets().size()});
+        }),
+        true);
     subscription.Subscribe(GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE);
     auto& store = host.Targets();
     store.Add(Name(), Contact(7));
@@ -536,10 +537,9 @@ TEST_F(TargetStoreTest, ChangesTellEverybody)
     EXPECT_FALSE(store.Change(Name(), Contact(9)));
     EXPECT_TRUE(store.Remove(Name(), 7));
     EXPECT_FALSE(store.Remove(Name(), 7));
-    EXPECT_EQ(heard, (std::vector<Heard>{{7, 1, 1700000000.0, 1},
-                                         {8, 1, 1700000000.0, 2},
-                                         {7, 2, 1700000000.0, 2},
-                                         {7, 3, 1700000000.0, 1}}));
+    EXPECT_EQ(heard,
+              (std::vector<Heard>{
+                  {7, 1, 1700000000.0, 1}, {8, 1, 1700000000.0, 2}, {7, 2, 1700000000.0, 2}, {7, 3, 1700000000.0, 1}}));
     fs::remove(file);
     EXPECT_THROW(store.Change(Name(), Contact(8)), TargetFileError);
     EXPECT_EQ(heard.size(), 4U);

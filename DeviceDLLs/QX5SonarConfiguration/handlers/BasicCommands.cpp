@@ -1,7 +1,7 @@
 // The handlers for basic operation: projector, pings, sound velocity, temperature, sector, motion compensation, system
 // commands.
-#include "../QX5SonarConfigurationControlDevice.h"
 #include "BasicCommands.h"
+#include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"

@@ -20,8 +20,7 @@ inline constexpr Operand calibrationKeys[]{keys::x5CalibCommand};
 inline constexpr Sending calibrationSends[]{{records::CalibrationControl}};
 inline constexpr FollowUp calibrationAsks[]{{7055}};
 
-inline constexpr Operand pingOnOffKeys[]{keys::x5PingOnOffState,
-                                         {keys::PingSequenceId, {.source = Source::Told}}};
+inline constexpr Operand pingOnOffKeys[]{keys::x5PingOnOffState, {keys::PingSequenceId, {.source = Source::Told}}};
 inline constexpr Sending pingOnOffSends[]{{records::PingsOn, OwnSonar, "the state is not 0"},
                                           {records::PingsOff, OwnSonar, "the state is 0"}};
 
@@ -50,8 +49,8 @@ inline constexpr Operand loadFactoryKeys[]{keys::x5LoadFactoryParameters,
                                            {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None}}};
 inline constexpr Sending loadFactorySends[]{{records::LoadFactoryParameters, Processor}};
 inline constexpr FollowUp loadFactoryAsks[]{
-    {7504, Processor}, {7503},       {7025, Processor}, {7052, Processor}, {7059, Processor, "\"DeviceId\" is 1002"},
-    {7002},            {1504, Processor},
+    {7504, Processor}, {7503}, {7025, Processor}, {7052, Processor}, {7059, Processor, "\"DeviceId\" is 1002"}, {7002},
+    {1504, Processor},
 };
 
 inline constexpr Operand shutdownKeys[]{keys::x5Shutdown};

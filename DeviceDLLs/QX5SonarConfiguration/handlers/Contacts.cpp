@@ -193,8 +193,7 @@ void ControlDevice::OnSonarTargetsVisualizationChange()
     sonarTargetsName = manager.GetActiveSonarTargetsName();
     CString fileName = sonarTargetsName;
     bool const isFullName = fileName.Find(L'\\') >= 0;
-    if (!fileName.IsEmpty() && !isFullName &&
-        !DataSearch::GetDataSearch().GetFullPath(FILE_SONAR_TARGETS, fileName)) {
+    if (!fileName.IsEmpty() && !isFullName && !DataSearch::GetDataSearch().GetFullPath(FILE_SONAR_TARGETS, fileName)) {
         return;
     }
     if (sonarTargetsControl != nullptr && sonarTargetsControl->FileName().Compare(fileName) != 0) {

@@ -8,9 +8,11 @@
 namespace qx5 {
 
 /// The records of one change, in sending order: the contact, then its image.
-struct ContactOutput {
+struct ContactOutput
+{
     bool contact = false;
-    enum class Image : std::uint8_t {
+    enum class Image : std::uint8_t
+    {
         Never,
         WhenEnabled, ///< while the host has the output of images switched on
         Always,
@@ -37,7 +39,8 @@ constexpr ContactOutput OutputOf(std::uint32_t changeCode)
 }
 
 /// The state of a contact on the wire.
-enum class ContactStateCode : std::uint32_t {
+enum class ContactStateCode : std::uint32_t
+{
     New = 0,
     Updated = 1,
     Deleted = 2,

@@ -31,7 +31,8 @@ constexpr unsigned short hoistGroup = 117;
 constexpr unsigned short hoistDeviceNumber = 1;
 
 /// One item of the hoist's block with its value as it lies there, little-endian.
-struct HoistItem {
+struct HoistItem
+{
     unsigned short item;
     unsigned short type;
     unsigned int size;
@@ -129,7 +130,8 @@ void ControlDevice::RequestRaytracerSetupMode(CAttributeMap* request)
     double depth = 0.0;
     double tilt = 0.0;
     if (!Read(*request, At<keys::RaytracerMode>, mode) || !Read(*request, At<keys::RaytracerManualRange>, range) ||
-        !Read(*request, At<keys::RaytracerManualDepth>, depth) || !Read(*request, At<keys::RaytracerManualTilt>, tilt)) {
+        !Read(*request, At<keys::RaytracerManualDepth>, depth) ||
+        !Read(*request, At<keys::RaytracerManualTilt>, tilt)) {
         return;
     }
     protocol::RecordLayout const record = records::RaytracerSetup;

@@ -104,9 +104,9 @@ void ControlDevice::Send3004Record(std::vector<CString> const& targetGuids)
             contacts.push_back(contact);
         }
     }
-    constexpr std::size_t greatestCount = (std::numeric_limits<std::uint32_t>::max() - protocol::FrameOverhead -
-                                           records::TargetList.Size()) /
-                                          records::TargetList.Layout().itemSize;
+    constexpr std::size_t greatestCount =
+        (std::numeric_limits<std::uint32_t>::max() - protocol::FrameOverhead - records::TargetList.Size()) /
+        records::TargetList.Layout().itemSize;
     if (contacts.size() > greatestCount) {
         return; // no frame could tell its size
     }

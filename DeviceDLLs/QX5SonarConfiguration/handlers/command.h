@@ -25,7 +25,8 @@ template <protocol::Key const& K>
 inline constexpr AttributeKey At{K.text};
 
 /// How a command comes by the values of its keys.
-enum class Form : std::uint8_t {
+enum class Form : std::uint8_t
+{
     Awaited,     ///< the handler is in the chain and does nothing yet
     Direct,      ///< the one key, from the request
     Strict,      ///< any key triggers; each from the request, failing that from the stored tree; one missing drops all
@@ -36,30 +37,34 @@ enum class Form : std::uint8_t {
 };
 
 /// Where the value of an operand is looked for.
-enum class Source : std::uint8_t {
-    AsForm,      ///< as the command's form says
-    Request,     ///< in the request alone
-    Stored,      ///< in the stored tree alone; such a key cannot be requested here
-    Branch,      ///< among the children of the branch that is the command's first operand
-    Told,        ///< nowhere: the handler tells the key of its own accord
+enum class Source : std::uint8_t
+{
+    AsForm,  ///< as the command's form says
+    Request, ///< in the request alone
+    Stored,  ///< in the stored tree alone; such a key cannot be requested here
+    Branch,  ///< among the children of the branch that is the command's first operand
+    Told,    ///< nowhere: the handler tells the key of its own accord
 };
 
 /// What the echo carries for an operand.
-enum class Echo : std::uint8_t {
-    AsRead, ///< the value as it was read
-    AsSent, ///< the value as it stands in the record, widened or cut
+enum class Echo : std::uint8_t
+{
+    AsRead,   ///< the value as it was read
+    AsSent,   ///< the value as it stands in the record, widened or cut
     WhenTrue, ///< as read, if that is true
     None,
 };
 
 /// What becomes of a text that, as UTF-8, needs more bytes than its field can take.
-enum class LongTexts : std::uint8_t {
+enum class LongTexts : std::uint8_t
+{
     Cut,     ///< it goes out as far as it fits
     Refused, ///< the whole request is dropped: nothing is sent, nothing echoed
 };
 
 /// The less usual properties of an operand; name what differs.
-struct OperandOptions {
+struct OperandOptions
+{
     Source source = Source::AsForm;
     Echo echo = Echo::AsRead;
     bool triggers = true;  ///< its presence lets a strict or lax command start
@@ -68,7 +73,8 @@ struct OperandOptions {
 };
 
 /// One key that a command reads.
-struct Operand {
+struct Operand
+{
     constexpr Operand(protocol::Key const& operandKey, OperandOptions const& operandOptions = {})
         : key(&operandKey), attribute(operandKey.text), options(operandOptions)
     {
@@ -80,14 +86,16 @@ struct Operand {
 };
 
 /// One record that a command sends.
-struct Sending {
+struct Sending
+{
     protocol::RecordLayout record;
     Target target = OwnSonar;
     std::string_view when = {}; ///< empty: whenever the command goes through
 };
 
 /// A record that a command asks the sonar for afterwards.
-struct FollowUp {
+struct FollowUp
+{
     std::uint32_t recordId;
     Target target = OwnSonar;
     std::string_view when = {};
@@ -106,16 +114,18 @@ constexpr std::uint64_t FilterOf(std::span<Operand const> operands)
 }
 
 /// One command. The spans are views of tables of static storage.
-struct Command {
+struct Command
+{
     Form form = Form::Awaited;
-    std::span<Operand const> operands = {};     ///< in reading order
-    std::span<Sending const> sends = {};        ///< in sending order
-    int echoFlags = NoEcho;                     ///< the flag word of the echo
+    std::span<Operand const> operands = {};      ///< in reading order
+    std::span<Sending const> sends = {};         ///< in sending order
+    int echoFlags = NoEcho;                      ///< the flag word of the echo
     std::span<Operand const* const> echoes = {}; ///< the echo's order where it is not the reading order
     std::span<FollowUp const> followUps = {};
     LongTexts longTexts = LongTexts::Cut;
-    std::uint64_t keyFilter = FilterOf(operands); ///< a tree whose KeyFilter has none of these bits has none of the keys
-    std::string_view note = {};                 ///< what the tables do not tell, in one or two sentences
+    std::uint64_t keyFilter =
+        FilterOf(operands);     ///< a tree whose KeyFilter has none of these bits has none of the keys
+    std::string_view note = {}; ///< what the tables do not tell, in one or two sentences
 };
 
 /// False when a tree of this CAttributeMap::KeyFilter certainly has nothing that lets the command start. With a command

@@ -34,7 +34,8 @@ namespace records = protocol::records;
 
 /// The command of a scalar row.
 template <protocol::Key const& K, auto const& Record>
-struct Scalar {
+struct Scalar
+{
     static constexpr Operand operands[]{K};
     static constexpr Sending sends[]{{Record}};
     static constexpr Command command{.form = Form::Direct, .operands = operands, .sends = sends, .echoFlags = 0};

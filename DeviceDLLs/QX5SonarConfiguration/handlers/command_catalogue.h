@@ -10,7 +10,8 @@
 namespace qx5 {
 
 /// One row of the chain as a command.
-struct ChainEntry {
+struct ChainEntry
+{
     int row;                  ///< 1 to 133
     std::string_view handler; ///< the handler's name; "RequestValue" for a scalar
     Command const* command;

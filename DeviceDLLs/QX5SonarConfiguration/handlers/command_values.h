@@ -15,7 +15,8 @@ namespace qx5 {
 class EchoMap;
 
 /// Values by operand, in the command's reading order. Lives on a handler's stack.
-class CommandValues {
+class CommandValues
+{
 public:
     /// No command has more operands.
     static constexpr std::size_t Capacity = 24;
@@ -46,8 +47,7 @@ void TellOperands(Command const& command, CommandValues const& values, protocol:
 
 /// Packs one keyed field of a record; the record must have the key.
 template <typename T>
-void PackKey(protocol::RecordLayout const& record, protocol::Key const& key, T const& value,
-             protocol::Payload& payload)
+void PackKey(protocol::RecordLayout const& record, protocol::Key const& key, T const& value, protocol::Payload& payload)
 {
     for (protocol::Field const& field : record.fields) {
         if (field.key == &key) {

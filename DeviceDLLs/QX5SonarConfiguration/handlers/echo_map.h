@@ -13,7 +13,8 @@
 namespace qx5 {
 
 /// An echo under construction: keys in the order in which they are told. Lives on a handler's stack.
-class EchoMap {
+class EchoMap
+{
 public:
     void Tell(AttributeKey const& key, int value) { m_tree.Add(key, CVordalInt(value), 0); }
     void Tell(AttributeKey const& key, unsigned value) { m_tree.Add(key, CVordalUInt(value), 0); }

@@ -107,16 +107,14 @@ bool IsTriggered(CAttributeMap const& request, Command const& command)
         return request.Has(command.operands.front().attribute, 0);
     }
     for (Operand const& operand : command.operands) {
-        if (operand.options.triggers && operand.options.source != Source::Stored &&
-            request.Has(operand.attribute, 0)) {
+        if (operand.options.triggers && operand.options.source != Source::Stored && request.Has(operand.attribute, 0)) {
             return true;
         }
     }
     return false;
 }
 
-bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute,
-             protocol::Value& value)
+bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute, protocol::Value& value)
 {
     switch (key.kind) {
     case protocol::Kind::Int:
@@ -224,7 +222,8 @@ void TellOperands(Command const& command, CommandValues const& values, protocol:
 
 void EchoMap::TellValue(AttributeKey const& key, protocol::Value const& value)
 {
-    struct Teller {
+    struct Teller
+    {
         EchoMap& echo;
         AttributeKey const& key;
         void operator()(std::monostate) const {}
@@ -247,8 +246,8 @@ void EchoMap::TellValue(AttributeKey const& key, protocol::Value const& value)
 
 } // namespace qx5
 
-bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap const& stored,
-                                 qx5::Command const& command, qx5::CommandValues& values) const
+bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap const& stored, qx5::Command const& command,
+                                 qx5::CommandValues& values) const
 {
     using qx5::Form;
     using qx5::Source;
@@ -339,9 +338,9 @@ void ControlDevice::SendRemote(std::uint32_t recordId, std::span<unsigned char c
 void ControlDevice::SendThrough(std::uint32_t recordId, std::span<unsigned char const> payload, qx5::Target target)
 {
     if (auto* const connection = SonarPort()) {
-        connection->SendRemoteControlCommandWithPassThrough(
-            recordId, payload.empty() ? nullptr : payload.data(), payload.size(),
-            static_cast<std::uint32_t>(target.deviceId), static_cast<std::uint16_t>(target.enumerator));
+        connection->SendRemoteControlCommandWithPassThrough(recordId, payload.empty() ? nullptr : payload.data(),
+                                                            payload.size(), static_cast<std::uint32_t>(target.deviceId),
+                                                            static_cast<std::uint16_t>(target.enumerator));
     }
 }
 

@@ -27,8 +27,8 @@ std::uint32_t PauseMilliseconds(double range, double soundSpeed, double overhead
 struct PingMember
 {
     CDataId dataId;
-    BaseDevice* device = nullptr; ///< the host's; it stays for as long as the group runs
-    CStringA pingRecord;          ///< the finished ping command
+    BaseDevice* device = nullptr;   ///< the host's; it stays for as long as the group runs
+    CStringA pingRecord;            ///< the finished ping command
     std::uint16_t bufferStatus = 0; ///< 0: the sonar takes part; others are left out
 };
 
@@ -60,8 +60,8 @@ public:
     void Join(PingMember member);
     void GiveUpJoining(CDataId const& dataId);
 
-    /// Settings data of a sonar came in at `arrived`. Ends the wait for it with a pause of `pauseMilliseconds` from that
-    /// moment on, but never from before the ping. Changes nothing unless that sonar is awaited.
+    /// Settings data of a sonar came in at `arrived`. Ends the wait for it with a pause of `pauseMilliseconds` from
+    /// that moment on, but never from before the ping. Changes nothing unless that sonar is awaited.
     void SettingsArrived(CDataId const& dataId, std::uint32_t pauseMilliseconds, Clock::time_point arrived);
 
     /// The status of a stream's buffer has changed. A sonar that has gone is not waited for. Starts the thread when a
@@ -98,7 +98,7 @@ private:
     bool HasMember(CDataId const& dataId) const;
 
     int const m_groupId;
-    std::mutex m_lock; ///< guards what follows
+    std::mutex m_lock;               ///< guards what follows
     std::list<PingMember> m_members; ///< in order of arrival; only ever grows while the thread runs
     std::vector<CDataId> m_joining;
     bool m_hasThread = false; ///< also when it has ended by itself

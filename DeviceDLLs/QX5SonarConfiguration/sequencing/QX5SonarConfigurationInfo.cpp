@@ -59,8 +59,8 @@ struct InsideNotification
     ~InsideNotification() { --notificationDepth; }
 };
 
-/// The clean-ups that are under way in the process. One that finds nothing left to do still returns only when the others
-/// are done: unloading the plug-in relies on it.
+/// The clean-ups that are under way in the process. One that finds nothing left to do still returns only when the
+/// others are done: unloading the plug-in relies on it.
 class CleanUps
 {
 public:
@@ -296,8 +296,8 @@ void QX5SonarConfigurationInfo::OnNewSonarSettingsData(NotificationInfo const* i
     double overheadPercent = 0.0;
     {
         std::lock_guard const lock(m_lock);
-        auto const entry = std::find_if(entries.begin(), entries.end(),
-                                        [&](SonarEntry const& each) { return each.dataId == dataId; });
+        auto const entry =
+            std::find_if(entries.begin(), entries.end(), [&](SonarEntry const& each) { return each.dataId == dataId; });
         if (entry == entries.end()) {
             return;
         }

@@ -33,9 +33,9 @@ struct SonarEntry
 
 /// Finds the sonars that are to ping under control and sorts them into groups. Of a group one sonar pings at a time.
 ///
-/// Init and Exit are for the host's thread; the host calls Exit (or unloads the plug-in) before it destroys devices that
-/// were found. The notifications may arrive on any thread, and on several at once. Between them the lists are guarded by
-/// a lock that is never held while calling out.
+/// Init and Exit are for the host's thread; the host calls Exit (or unloads the plug-in) before it destroys devices
+/// that were found. The notifications may arrive on any thread, and on several at once. Between them the lists are
+/// guarded by a lock that is never held while calling out.
 class VORDAL_PLUGIN_EXPORT QX5SonarConfigurationInfo
 {
 public:

@@ -32,10 +32,10 @@ namespace keys = qx5::protocol::keys;
 namespace {
 
 /// Ranges that a sonar offers before it has told its own, in metres.
-constexpr double defaultRanges[]{2.5,    5.0,    8.0,    10.0,   15.0,   20.0,   25.0,   30.0,    35.0,    40.0,   50.0,
-                                 75.0,   100.0,  125.0,  150.0,  175.0,  200.0,  250.0,  300.0,   350.0,   400.0,  500.0,
-                                 750.0,  1000.0, 1250.0, 1500.0, 1750.0, 2000.0, 2500.0, 3000.0,  3500.0,  4000.0, 4500.0,
-                                 5000.0, 5500.0, 6000.0, 6500.0, 7000.0, 7500.0, 10000.0, 12500.0, 15000.0};
+constexpr double defaultRanges[]{
+    2.5,    5.0,    8.0,    10.0,   15.0,   20.0,   25.0,   30.0,   35.0,   40.0,   50.0,   75.0,    100.0,   125.0,
+    150.0,  175.0,  200.0,  250.0,  300.0,  350.0,  400.0,  500.0,  750.0,  1000.0, 1250.0, 1500.0,  1750.0,  2000.0,
+    2500.0, 3000.0, 3500.0, 4000.0, 4500.0, 5000.0, 5500.0, 6000.0, 6500.0, 7000.0, 7500.0, 10000.0, 12500.0, 15000.0};
 static_assert(std::size(defaultRanges) == 42);
 
 constexpr wchar_t const* snapshotDisplay = L"snapshot view"; ///< a display's name and its type
@@ -43,16 +43,14 @@ constexpr wchar_t const* bathymetryDisplay = L"bathy";
 
 /// Where the new snapshot display stands: items of its section, in pixels of the main window.
 constexpr wchar_t const* windowSection = L"VIEW";
-struct WindowItem {
+struct WindowItem
+{
     wchar_t const* name;
     wchar_t const* value;
 };
 constexpr WindowItem windowItems[]{
-    {L"iLeftPos", L"0"},
-    {L"iTopPos", L"0"},
-    {L"iRightPos", L"350"},
-    {L"iBottomPos", L"820"},
-    {L"strShowState", L"NORMAL"},
+    {L"iLeftPos", L"0"},     {L"iTopPos", L"0"},           {L"iRightPos", L"350"},
+    {L"iBottomPos", L"820"}, {L"strShowState", L"NORMAL"},
 };
 
 template <typename T>
@@ -89,9 +87,9 @@ void TerminalCommandsToQX5Conv::SetSonarId(CDataId id)
 {
     sonarId = id;
     settingsSubscription.SetMap(DataManager::GetDataManager().GetAttributeSubscriptionMap(sonarId));
-    settingsSubscription.Subscribe(
-        std::vector<CString>{keys::x5SonarSettings.text, keys::DeviceEnum.text, keys::x5SampleRateSelection.text,
-                             keys::x5PulseLengthValues.text});
+    settingsSubscription.Subscribe(std::vector<CString>{keys::x5SonarSettings.text, keys::DeviceEnum.text,
+                                                        keys::x5SampleRateSelection.text,
+                                                        keys::x5PulseLengthValues.text});
     terminalId = sonarId;
     terminalId.SetGroupId(Group);
     terminalSubscription.Subscribe(terminalId);
@@ -261,8 +259,7 @@ void TerminalCommandsToQX5Conv::Step(Direction direction)
         ask(At<keys::x5Gain>, StepInteger(present(At<keys::x5Gain>), gainMin, gainMax, direction));
         break;
     case Steps::PulseLength:
-        ask(At<keys::x5PulseLength>,
-            StepPulseLength(present(At<keys::x5PulseLength>), pulseMin, pulseMax, direction));
+        ask(At<keys::x5PulseLength>, StepPulseLength(present(At<keys::x5PulseLength>), pulseMin, pulseMax, direction));
         break;
     case Steps::Range:
         ask(At<keys::x5Range>, StepRange(present(At<keys::x5Range>), rangeSet, direction));

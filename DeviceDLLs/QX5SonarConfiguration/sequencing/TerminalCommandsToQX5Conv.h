@@ -22,7 +22,8 @@ class CVordalType;
 /// The sinks run on the host's threads, RefreshLimits also under the lock of the device. A request comes back to
 /// HandleSettingsChange before it returns, so limits are read anew for each request. Reads that fail leave what was
 /// there; nothing is reported.
-class TerminalCommandsToQX5Conv {
+class TerminalCommandsToQX5Conv
+{
 public:
     TerminalCommandsToQX5Conv();
     TerminalCommandsToQX5Conv(TerminalCommandsToQX5Conv const&) = delete;
@@ -63,14 +64,14 @@ private:
     DataSubscription terminalSubscription;
     BaseDataSource* terminalBuffer = nullptr; ///< found on the first data; the host's
     std::int32_t lastDeviceEnum = -2;
-    std::int32_t commandMode = 0;  ///< the code that the step codes go by
-    bool snapshotShown = false;    ///< which of the two displays is up
-    double rangeMin = 2.5;         ///< metres
-    double rangeMax = 15000.0;     ///< metres
-    std::vector<double> rangeSet;  ///< metres, ascending
+    std::int32_t commandMode = 0; ///< the code that the step codes go by
+    bool snapshotShown = false;   ///< which of the two displays is up
+    double rangeMin = 2.5;        ///< metres
+    double rangeMax = 15000.0;    ///< metres
+    std::vector<double> rangeSet; ///< metres, ascending
     double powerMin = 0.0;
     double powerMax = 0.0;
-    float pingRateMin = 0.0F;      ///< pings per second
+    float pingRateMin = 0.0F; ///< pings per second
     float pingRateMax = 0.0F;
     double gainMin = 0.0;
     double gainMax = 0.0;

@@ -7,7 +7,8 @@
 namespace qx5::terminal {
 
 /// What a code does at once.
-enum class Action : std::uint8_t {
+enum class Action : std::uint8_t
+{
     None, ///< it only selects what the step codes act on
     Stop,
     PowerOff,
@@ -19,7 +20,8 @@ enum class Action : std::uint8_t {
 };
 
 /// What the step codes act on while a code is the one selected.
-enum class Steps : std::uint8_t {
+enum class Steps : std::uint8_t
+{
     None,
     Display,
     Gain,
@@ -32,7 +34,8 @@ enum class Steps : std::uint8_t {
 };
 
 /// One code. `meaning` is for an operator.
-struct Code {
+struct Code
+{
     std::uint32_t number;
     Action action;
     bool selects; ///< the code becomes the mode that the step codes go by

@@ -8,7 +8,11 @@
 
 namespace qx5::terminal {
 
-enum class Direction : std::uint8_t { Down, Up };
+enum class Direction : std::uint8_t
+{
+    Down,
+    Up
+};
 
 // A step gives the value to ask for, or nothing where the end of the scale is reached. Numbers may be anything,
 // infinities and NaN too: integers made of them saturate at 32 bits, NaN counts as 0. Where single precision is told,
