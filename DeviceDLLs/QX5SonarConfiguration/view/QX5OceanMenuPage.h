@@ -27,6 +27,8 @@ public:
     void UpdateSpreading(float decibel);
     /// Whether the operator's sound velocity holds rather than the sensor's.
     void SetOverride(bool on);
+    /// The same, and the controls follow in any case.
+    void RefreshOverride(bool on);
     /// 0 when the sonar has no such filter, otherwise 1 more than the index of the list.
     void ShowSoundVelocityFilter(int filter);
     /// Limits of the sound velocity slider in metres per second.

@@ -10,11 +10,11 @@
 #include <vordalhostdllR/CVordalBaseView.h>
 
 #include <array>
-#include <functional>
 
 class Compform;
 class CVordalType;
 class NotificationInfo;
+class QStackedWidget;
 class QTabBar;
 class QWidget;
 class QX5DataRecordingPage;
@@ -102,7 +102,7 @@ private:
     void ApplySteeringValues();
 
     QTabBar* m_tabBar = nullptr;
-    QWidget* m_pageArea = nullptr;
+    QStackedWidget* m_pageArea = nullptr;
     // The view owns its pages, by way of the form; all are there from OnInitialUpdate on.
     QX5SonarSettingsPage* m_settingsPage = nullptr;
     QX5SonarGatesPage* m_gatesPage = nullptr;
@@ -110,7 +110,6 @@ private:
     QX5DataRecordingPage* m_recordingPage = nullptr;
     QX5RouteSteeringPage* m_steeringPage = nullptr;
     QX5SonarTrackerPage* m_trackerPage = nullptr;
-    QWidget* m_currentPage = nullptr;
     /// False until the initial update has ended; nothing is laid out before.
     bool m_layoutReady = false;
 

@@ -14,6 +14,9 @@
 
 #include <cmath>
 
+class QComboBox;
+class QLabel;
+
 namespace qx5 {
 
 /// A key of the protocol's tables with its hash made at compile time.
@@ -50,5 +53,14 @@ inline void SetChecked(QRadioButton& button, bool checked)
     button.setChecked(checked);
     button.setAutoExclusive(true);
 }
+
+/// Fills the list with the parts of a text between commas; nothing is selected afterwards.
+void FillList(QComboBox& list, QString const& commaSeparated);
+
+/// A wheel turned over the list while it has not the focus changes nothing and scrolls what lies below.
+void LeaveWheelToPage(QComboBox& list);
+
+/// Makes a value's label as wide as the widest text that is to be expected, so that sliders beside it keep their size.
+void ReserveWidth(QLabel& label, QString const& widest);
 
 } // namespace qx5
