@@ -3,6 +3,7 @@
 
 #include "QX5SonarConfigurationView.h"
 #include "page_controls.h"
+#include "sonar_settings.h"
 #include "ui_QX5SonarGatesPage.h"
 #include "value_text.h"
 
@@ -39,13 +40,6 @@ QString TiltText(double degrees)
 QString WindowSizeText(double percent)
 {
     return FixedText(percent, 0, 2) + QStringLiteral("%");
-}
-
-/// The settings of the enumerator, or the first ones where the sonar has none of that number.
-CAttributeMap const& ActiveSettings(CAttributeMap const& tree, int deviceEnum)
-{
-    auto const& settingsKey = HashedKey<keys::x5SonarSettings>;
-    return tree.Find(settingsKey, tree.Has(settingsKey, deviceEnum) ? deviceEnum : 0);
 }
 
 double ReadNumber(QLineEdit* field)
@@ -123,7 +117,7 @@ void QX5SonarGatesPage::AddSubscribedKeys(std::vector<CString>& keys)
 void QX5SonarGatesPage::ApplyLimits(CAttributeMap const& tree, int deviceEnum)
 {
     m_deviceEnum = deviceEnum;
-    auto const& settings = ActiveSettings(tree, deviceEnum);
+    auto const& settings = qx5::ActiveSettings(tree, deviceEnum);
     auto const take = [](Gate& gate, CAttributeMap const& limits) {
         gate.minValue = ReadValue<keys::x5MinValue>(limits, 0.0);
         gate.minWindow = ReadValue<keys::x5MinWindow>(limits, 0.0);
@@ -146,10 +140,8 @@ void QX5SonarGatesPage::RefreshControls(CAttributeMap const& tree)
     ShowValue(*m_ui->id28100, *m_ui->id28124, WindowSizeText, windowSizeLeast, windowSizeGreatest,
               ReadValue<keys::x5AGWindowSize>(tree, 0.0));
 
-    auto const& sampleRate =
-        ActiveSettings(tree, m_deviceEnum)
-            .Find(HashedKey<keys::x5SampleRateSet>, ReadValue<keys::x5SampleRateSelection>(tree, 0));
-    m_maxRange = ReadValue<keys::x5Max>(sampleRate.Find(HashedKey<keys::x5Range>), 0.0);
+    auto const& rateSet = qx5::SelectedSampleRateSet(tree, qx5::ActiveSettings(tree, m_deviceEnum));
+    m_maxRange = ReadValue<keys::x5Max>(rateSet.Find(HashedKey<keys::x5Range>), 0.0);
 
     ResetEditState();
 
