@@ -3,13 +3,16 @@
 
 #include <VordalBaseR/CString.h>
 #include <VordalMfc0R/CColorEdit.h>
+#include <VordalMfc0R/DialogExchange.h>
 
 #include <QWidget>
 
 #include <memory>
 #include <vector>
 
+class AttributeKey;
 class CAttributeMap;
+class QCheckBox;
 class QX5SonarConfigurationView;
 
 namespace Ui {
@@ -28,7 +31,30 @@ public:
     static void AddSubscribedKeys(std::vector<CString>& keys);
 
 private:
-    // The rest is the page's own.
+    /// What the controls show.
+    struct Fields
+    {
+        bool trackerEnabled = false;
+        bool trackRange = false;
+        bool trackPowerGain = false;
+        bool trackPulseLength = false;
+        bool coverageAngleEnabled = false;
+        bool fixedSwathEnabled = false;
+        bool limitCoverage = false;
+        double fixedSwathWidth = 10.0;   ///< m
+        double maxCoverageAngle = 140.0; ///< degrees
+    };
+
+    void ConnectField(CColorEdit& edit);
+    void ConnectOption(QCheckBox* box, AttributeKey const& key, bool Fields::*field);
+    void UpdateData(CDataExchange::Direction direction);
+    void OnTrackerClicked();
+    void Apply();
+    void ResetEditState();
+
     QX5SonarConfigurationView& m_view;
     std::unique_ptr<Ui::QX5SonarTrackerPage> m_ui;
+    Fields m_fields;
+    CColorEdit m_fixedSwathWidth;
+    CColorEdit m_maxCoverageAngle;
 };
