@@ -119,7 +119,7 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
 void X5Port::PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,
                            std::optional<CDataBlock> const& block)
 {
-    CDataId const dataId = device.GetDataId();
+    CDataId const& dataId = device.GetDataId();
     if (dataId.GetGroupId() != SonarDataGroup) {
         return;
     }
