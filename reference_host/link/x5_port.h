@@ -16,6 +16,7 @@
 #include <mutex>
 #include <optional>
 #include <span>
+#include <string_view>
 
 namespace vordal {
 
@@ -57,7 +58,11 @@ public:
     /// Trees that were dropped because they were damaged or beyond the limits.
     std::uint64_t DroppedTrees() const { return m_droppedTrees.load(); }
 
-    // A live sonar plays nothing back: these leave a line in the log.
+    /// Playback commands that were refused, as the sonar is live.
+    std::uint64_t PlaybackRefusals() const { return m_playbackRefusals.load(); }
+
+    // A live sonar plays nothing back: each of these leaves one line in the log for the life of the port and is counted
+    // from then on. Any thread.
     void PlaybackSetSpeed(double commandTime, double speed) override;
     void PlaybackSetPosition(double commandTime, double position) override;
     void PlaybackSetLoop(double commandTime, double loop) override;
@@ -79,6 +84,16 @@ private:
     /// Puts what the sonar told of its data stream into the device's buffer, if the device is a sonar.
     void PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,
                        std::optional<CDataBlock> const& block);
+    enum class Playback : std::uint8_t
+    {
+        Speed,
+        Position,
+        Loop,
+        StepForward,
+        StepBack,
+    };
+    void RefusePlayback(Playback operation, std::string_view why);
+
     void CountUndelivered(std::size_t bytes);
     void CountDelivered(std::size_t bytes);
 
@@ -93,6 +108,8 @@ private:
     /// Link thread alone.
     bool m_damageTold = false;
     std::atomic<std::uint64_t> m_droppedTrees{0};
+    std::atomic<std::uint64_t> m_playbackRefusals{0};
+    std::atomic<unsigned> m_playbackRefusalsTold{0}; ///< one bit for each operation
 
     std::mutex m_undeliveredMutex;
     std::size_t m_undeliveredTrees = 0;
