@@ -85,6 +85,7 @@ void X5Port::TellDevices(LinkStatus const& status)
                 device->HandlePortDisConnected();
             }
         }
+        TellStreamsOfConnection(connected);
     }
     if (m_statusListener) {
         m_statusListener(status);
@@ -118,6 +119,18 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
         }
         CountDelivered(bytes);
     });
+}
+
+void X5Port::TellStreamsOfConnection(bool connected)
+{
+    // A stream that was never without its connection keeps the status that others gave it.
+    if (connected == !m_streamsLost) {
+        return;
+    }
+    m_streamsLost = !connected;
+    for (int index = 0; auto* const device = GetDevice(index); ++index) {
+        PutStreamData(*device, connected ? 0 : LostStreamStatus, std::nullopt);
+    }
 }
 
 void X5Port::PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,

@@ -24,8 +24,8 @@ class Host;
 
 /// A sonar connection as devices see it. Attributes that the sonar sends are merged into the trees of all attached
 /// devices, settings data go into the buffers of those that are sonars; when the connection comes up or is lost the
-/// devices are told, all on the host thread. Attach the devices before Open: one that comes later hears of the
-/// connection at its next change.
+/// devices are told, and while it is lost the buffers of sonars have LostStreamStatus, all on the host thread. Attach
+/// the devices before Open: one that comes later hears of the connection at its next change.
 ///
 /// When the host thread falls behind by more than 256 trees or 8 MiB of them, reading pauses until it has caught up by
 /// half, so that the sonar waits and memory does not grow.
@@ -81,6 +81,10 @@ private:
     /// Runs the task on the host thread unless the port is gone by then.
     void PostToHost(std::function<void()> task);
     void TellDevices(LinkStatus const& status);
+    /// Nothing comes for a stream without connection: whoever waits for its data, such as the sonars that ping in turn,
+    /// hears of it as of any change of the stream's status. With the connection the status is 0 until the sonar says
+    /// otherwise.
+    void TellStreamsOfConnection(bool connected);
     /// Puts what the sonar told of its data stream into the device's buffer, if the device is a sonar.
     void PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,
                        std::optional<CDataBlock> const& block);
@@ -105,6 +109,7 @@ private:
     /// Host thread alone.
     bool m_devicesConnected = false;
     bool m_settingsTold = false; ///< in this connection
+    bool m_streamsLost = false;
     /// Link thread alone.
     bool m_damageTold = false;
     std::atomic<std::uint64_t> m_droppedTrees{0};
