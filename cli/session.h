@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include <VordalBaseR/CString.h>
 #include <VordalSubscriberR/Subscription.h>
 
 namespace qx5::cli {
@@ -117,6 +118,7 @@ private:
     bool m_introduced = false;
     bool m_requestFailed = false;
 
+    CString m_guid; ///< of the application
     vordal::LiveTraffic m_traffic;
     vordal::Host m_host{vordal::Threading::Threaded};
     vordal::LinkThread m_linkThread;
