@@ -128,12 +128,14 @@ private:
     Session& m_session;
 };
 
-Session::Session(Listener listener) : m_listener(std::move(listener))
+Session::Session(Listener listener, CString guid) : m_listener(std::move(listener)), m_guid(std::move(guid))
 {
     m_host.SetTraffic(&m_traffic);
     m_host.SetObserver(this);
     // Asked before there is an application, the host tells the GUID that it made for this run.
-    m_guid = CVordalBaseApp::GetAppInstanceGuid();
+    if (m_guid.View().empty()) {
+        m_guid = CVordalBaseApp::GetAppInstanceGuid();
+    }
     m_host.SetApplication({.guid = m_guid, .mainWindow = false, .lightMode = 4, .displays = {}});
     m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
 }

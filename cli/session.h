@@ -54,7 +54,8 @@ public:
     using Listener = std::function<void(SessionEvent const&)>;
 
     /// `listener` is called for each event, one call at a time, from any thread; it must not call the session.
-    explicit Session(Listener listener);
+    /// `guid` is the application's; an empty one stands for the one that the host makes.
+    explicit Session(Listener listener, CString guid = {});
     Session(Session const&) = delete;
     Session& operator=(Session const&) = delete;
     ~Session() override;
