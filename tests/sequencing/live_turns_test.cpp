@@ -6,9 +6,22 @@
 #include <algorithm>
 #include <array>
 #include <random>
+#include <utility>
 
 namespace qx5::test {
 namespace {
+
+/// Waits until A and B ping no more, measured by C, which goes on in a group of its own: what was on its way when they
+/// fell silent has had its effect by then.
+bool ComeToRest(LiveFleet& fleet)
+{
+    return Eventually([&] {
+        auto const a = fleet.arrivals.PingCount(0);
+        auto const b = fleet.arrivals.PingCount(1);
+        return fleet.arrivals.WaitForPingsOf(2, fleet.arrivals.PingCount(2) + 20) && fleet.arrivals.PingCount(0) == a &&
+               fleet.arrivals.PingCount(1) == b;
+    });
+}
 
 TEST(LiveTurns, TwoSonarsAlternateOverFortyPings)
 {
@@ -84,15 +97,7 @@ TEST(LiveTurns, ASilentSonarStallsItsOwnGroupAlone)
 {
     LiveFleet fleet({{.group = 1}, {.group = 1}, {.group = 2}, {.group = 2}});
     fleet.Command(0, "misbehave silent");
-    // A is awaited as soon as it has pinged twice more at the most.
-    auto const isStalled = [&] {
-        auto const a = fleet.arrivals.PingCount(0);
-        auto const b = fleet.arrivals.PingCount(1);
-        auto const c = fleet.arrivals.PingCount(2);
-        return fleet.arrivals.WaitForPingsOf(2, c + 20) && fleet.arrivals.PingCount(0) == a &&
-               fleet.arrivals.PingCount(1) == b;
-    };
-    ASSERT_TRUE(Eventually(isStalled));
+    ASSERT_TRUE(ComeToRest(fleet)) << "A is awaited";
     auto const before = fleet.arrivals.PingCount(0) + fleet.arrivals.PingCount(1);
     // Pings of C that lie more than five seconds apart show that its group went on for all that time.
     auto const lastOfC = [&] {
@@ -117,12 +122,7 @@ TEST(LiveTurns, AnAwaitedSonarWhoseLinkIsLostFreesTheOtherAndComesBack)
 {
     LiveFleet fleet({{.group = 1}, {.group = 1}, {.group = 2}});
     fleet.Command(0, "misbehave silent");
-    ASSERT_TRUE(Eventually([&] {
-        auto const a = fleet.arrivals.PingCount(0);
-        auto const b = fleet.arrivals.PingCount(1);
-        return fleet.arrivals.WaitForPingsOf(2, fleet.arrivals.PingCount(2) + 20) && fleet.arrivals.PingCount(0) == a &&
-               fleet.arrivals.PingCount(1) == b;
-    })) << "A is awaited and holds up B";
+    ASSERT_TRUE(ComeToRest(fleet)) << "A is awaited and holds up B";
     fleet.Command(0, "misbehave refuse not-listening");
     fleet.Command(0, "drop");
     ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(1, fleet.arrivals.PingCount(1) + 20));
@@ -155,6 +155,56 @@ TEST(LiveTurns, ASonarTellsThatItsStreamIsNotWell)
     auto const b = fleet.arrivals.PingCount(1);
     fleet.Command(1, "buffer-status 0");
     EXPECT_TRUE(fleet.arrivals.WaitForPingsOf(1, b + 5));
+}
+
+TEST(LiveTurns, DataOfTheSonarThatIsNotAwaitedCauseNoPing)
+{
+    LiveFleet fleet({{.group = 1}, {.group = 1}, {.group = 2}});
+    fleet.Command(0, "misbehave silent");
+    ASSERT_TRUE(ComeToRest(fleet)) << "A is awaited";
+    auto const a = fleet.arrivals.PingCount(0);
+    auto const b = fleet.arrivals.PingCount(1);
+    for (int i = 0; i < 100; ++i) {
+        fleet.Data(1);
+    }
+    ASSERT_TRUE(ComeToRest(fleet));
+    EXPECT_EQ(fleet.arrivals.PingCount(0), a);
+    EXPECT_EQ(fleet.arrivals.PingCount(1), b);
+    fleet.Data(0);
+    EXPECT_TRUE(fleet.arrivals.WaitForPingsOf(1, b + 1));
+}
+
+TEST(LiveTurns, BothGoneStopTheTurnsAndOneBackBeginsThem)
+{
+    LiveFleet fleet(std::vector<SonarSetup>(2));
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(4));
+    fleet.Status(0, 1);
+    fleet.Status(1, 1);
+    // No thread sends any more; what had left arrives.
+    auto const pings = fleet.arrivals.Pings().size();
+    fleet.Data(0);
+    fleet.Data(1);
+    fleet.Status(1, 0);
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(pings + 5));
+    auto const after = fleet.arrivals.Pings();
+    EXPECT_EQ(after.substr(after.size() - 3), "BBB");
+}
+
+TEST(LiveTurns, TheWholeMetresCountWhereTheFloatIsZero)
+{
+    // 200 m at 1500 m/s take 266.7 ms.
+    LiveFleet fleet({{.group = 1, .overhead = 100.0}, {.group = 3}, {.group = 2}});
+    fleet.Command(0, "misbehave silent");
+    fleet.Command(1, "misbehave silent");
+    ASSERT_TRUE(ComeToRest(fleet));
+    auto const pings = fleet.arrivals.PingCount(0);
+    CDataBlock block;
+    block.AddItem(699, DATA_FLOAT, std::array<unsigned char, 4>{}, 4, 0);
+    block.AddItem(609, DATA_UINT16, std::array<unsigned char, 2>{200, 0}, 2, 0);
+    auto const told = Clock::now();
+    fleet.host.PutBlock(IdOfSonar(0), block);
+    ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(0, pings + 1));
+    EXPECT_GE(Clock::now() - told, std::chrono::milliseconds(267));
 }
 
 TEST(LiveTurns, EightGroupsStopWhileTheyWait)
