@@ -5,6 +5,7 @@
 #include "send_gathering.h"
 
 #include <protocol/frame_reader.h>
+#include <protocol/idle_limit.h>
 
 #include <asio/buffer.hpp>
 #include <asio/connect.hpp>
@@ -132,7 +133,7 @@ public:
         : m_thread(thread), m_core(thread.ShareCore()), m_context(thread.GetCore().context),
           m_gate(thread.GetCore().gate), m_options(std::move(options)), m_listener(&listener),
           m_backOff(m_options.backOff, SeedFor(this)), m_timer(m_context), m_heldTimer(m_context),
-          m_candidate(m_context), m_socket(m_context)
+          m_idleTimer(m_context), m_candidate(m_context), m_socket(m_context)
     {
         if (m_options.clock == nullptr) {
             m_options.clock = SystemTime;
@@ -551,7 +552,10 @@ private:
         }
         m_timer.cancel();
         m_reader = qx5::protocol::FrameReader(m_options.greatestIncomingFrame);
+        m_idleLimit = qx5::protocol::IdleLimit(m_options.idleLimit);
+        m_idleWatched = false;
         m_garbageTold = false;
+        m_unfinishedTold = false;
         m_skippedBefore = 0;
         m_proven = false;
         m_reading = false;
@@ -603,8 +607,26 @@ private:
     void TakeBytesOnLinkThread(std::uint64_t attempt, std::span<unsigned char const> bytes)
     {
         m_bytesIn.fetch_add(bytes.size(), std::memory_order_relaxed);
-        auto const time = m_options.clock();
         m_reader.Feed(bytes);
+        if (!TakeFramesOnLinkThread(attempt)) {
+            return;
+        }
+        if (m_skippedBefore > 0 && !m_garbageTold) {
+            m_garbageTold = true;
+            m_listener->OnLinkReport(Where() + " sends bytes that are no frame; they are skipped and counted, and "
+                                               "this is said once for this connection");
+            if (attempt != m_attempt) {
+                return;
+            }
+        }
+        m_idleLimit.Heard(m_reader, std::chrono::steady_clock::now());
+        WatchIdleOnLinkThread();
+    }
+
+    /// False when the listener has ended the connection meanwhile.
+    bool TakeFramesOnLinkThread(std::uint64_t attempt)
+    {
+        auto const time = m_options.clock();
         while (auto const frame = m_reader.Next()) {
             m_proven = true;
             auto const sequence = m_framesIn.fetch_add(1, std::memory_order_relaxed) + 1;
@@ -613,17 +635,52 @@ private:
             }
             m_listener->OnLinkFrame(*frame, time);
             if (attempt != m_attempt) {
-                return;
+                return false;
             }
         }
         auto const skipped = m_reader.SkippedBytes();
         m_bytesSkipped.fetch_add(skipped - m_skippedBefore, std::memory_order_relaxed);
         m_skippedBefore = skipped;
-        if (skipped > 0 && !m_garbageTold) {
-            m_garbageTold = true;
-            m_listener->OnLinkReport(Where() + " sends bytes that are no frame; they are skipped and counted, and "
-                                               "this is said once for this connection");
+        return true;
+    }
+
+    /// One timer at a time: what arrives meanwhile moves the limit, not the timer.
+    void WatchIdleOnLinkThread()
+    {
+        if (m_idleWatched || !m_idleLimit.Due()) {
+            return;
         }
+        m_idleWatched = true;
+        m_idleTimer.expires_at(*m_idleLimit.Due());
+        m_idleTimer.async_wait([self = shared_from_this(), attempt = m_attempt](asio::error_code error) {
+            if (!error && attempt == self->m_attempt && self->m_isConnected) {
+                self->m_idleWatched = false;
+                self->LookForIdleOnLinkThread(attempt);
+            }
+        });
+    }
+
+    void LookForIdleOnLinkThread(std::uint64_t attempt)
+    {
+        auto const now = std::chrono::steady_clock::now();
+        asio::error_code ignored;
+        if (m_paused.load(std::memory_order_acquire) || m_socket.available(ignored) > 0) {
+            // It is this side that keeps the rest waiting.
+            m_idleLimit.Heard(m_reader, now);
+        } else if (m_idleLimit.Expire(m_reader, now)) {
+            if (!TakeFramesOnLinkThread(attempt)) {
+                return;
+            }
+            m_garbageTold = true;
+            if (!std::exchange(m_unfinishedTold, true)) {
+                m_listener->OnLinkReport(
+                    Where() + " began a frame and sent no further byte of it for " +
+                    std::to_string(m_options.idleLimit.count()) +
+                    " ms; it is skipped and its bytes are counted, and this is said once for this connection");
+                return;
+            }
+        }
+        WatchIdleOnLinkThread();
     }
 
     // Losing, waiting, closing.
@@ -689,6 +746,7 @@ private:
         ++m_attempt;
         m_timer.cancel();
         m_heldTimer.cancel();
+        m_idleTimer.cancel();
         DisconnectOnLinkThread();
         {
             std::lock_guard const lock(m_statusMutex);
@@ -732,6 +790,7 @@ private:
     BackOff m_backOff;
     asio::steady_timer m_timer;
     asio::steady_timer m_heldTimer;
+    asio::steady_timer m_idleTimer;
     tcp::socket m_candidate;
     std::uint64_t m_attempt = 0;
     bool m_open = false;
@@ -740,11 +799,14 @@ private:
     bool m_lookUpPending = false;
     bool m_reading = false;
     bool m_proven = false;
+    bool m_idleWatched = false;
     bool m_garbageTold = false;
+    bool m_unfinishedTold = false;
     std::uint64_t m_skippedBefore = 0;
     std::chrono::steady_clock::time_point m_connectedAt;
     std::array<unsigned char, ReadBytes> m_readBuffer;
     qx5::protocol::FrameReader m_reader{m_options.greatestIncomingFrame};
+    qx5::protocol::IdleLimit m_idleLimit{m_options.idleLimit};
 
     // Guarded by m_sendMutex; see above for the socket.
     mutable std::mutex m_sendMutex;
