@@ -6,6 +6,7 @@
 #include "stage.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -49,6 +50,16 @@ namespace {
 
 using bench::Case;
 using bench::Figures;
+
+/// Cases that are little more than one thread waking another, in pairs with what they are held against.
+constexpr std::array<std::string_view, 8> handOvers{"request-one-key-live",
+                                                    "bare-request",
+                                                    "request-across-threads",
+                                                    "bare-round-trip",
+                                                    "data-to-ping",
+                                                    "bare-hand-over",
+                                                    "contact",
+                                                    "bare-contact"};
 
 /// Whether the name holds one of the parts, which commas separate.
 bool IsWanted(std::string_view name, std::string_view parts)
@@ -144,6 +155,9 @@ int main(int argc, char** argv)
         cases.push_back(std::move(commandLine));
     }
 
+    for (Case& one : cases) {
+        one.onOneProcessor = std::find(handOvers.begin(), handOvers.end(), one.name) != handOvers.end();
+    }
     std::erase_if(cases, [only](Case const& one) { return !IsWanted(one.name, only); });
 
     if (!json && !ratiosOnly) {
@@ -153,7 +167,7 @@ int main(int argc, char** argv)
                                              std::vector<double> nanoseconds;
                                              for (auto _ : state) {
                                                  nanoseconds.clear();
-                                                 one.run(1, nanoseconds);
+                                                 bench::Run(one, 1, nanoseconds);
                                                  state.SetIterationTime(nanoseconds.front() * 1e-9);
                                              }
                                          })

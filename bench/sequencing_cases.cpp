@@ -193,7 +193,7 @@ public:
     }
 
     /// Settings data of one sonar, on this thread.
-    void Data(std::size_t sonar) { m_stage.Host().PutBlock(IdOf(sonar), m_block); }
+    void Data(std::size_t sonar) { m_stage.Host().PutBlock(m_devices[sonar]->GetDataId(), m_block); }
 
 private:
     Stage& m_stage;

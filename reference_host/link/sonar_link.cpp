@@ -4,6 +4,8 @@
 #include "name_look_up.h"
 #include "send_gathering.h"
 
+#include "reference_host/platform/large_pages.h"
+
 #include <protocol/frame_reader.h>
 #include <protocol/idle_limit.h>
 
@@ -19,7 +21,9 @@
 #include <array>
 #include <atomic>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -33,9 +37,34 @@ constexpr std::size_t DrainBytes = std::size_t{64} << 10;
 // A queue that grew beyond this gives its memory back once it is empty.
 constexpr std::size_t KeptQueueBytes = std::size_t{64} << 10;
 
+// How much of a frame is queued before the system is asked again whether it takes more from the front.
+constexpr std::size_t QueuedPieceBytes = std::size_t{64} << 10;
+
 // Frames are held back up to so many bytes and for so long, even if the sender forgets about them.
 constexpr std::size_t GatheredBytes = std::size_t{16} << 10;
 constexpr std::chrono::milliseconds HeldTime{1};
+
+/// Memory that holds nothing in particular until it is written: a long queue would otherwise be filled twice.
+template <typename T>
+struct UnsetAllocator : std::allocator<T>
+{
+    template <typename U>
+    struct rebind
+    {
+        using other = UnsetAllocator<U>;
+    };
+    template <typename U>
+    void construct(U* place) noexcept
+    {
+        ::new (static_cast<void*>(place)) U;
+    }
+    template <typename U, typename... Arguments>
+    void construct(U* place, Arguments&&... arguments)
+    {
+        ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+    }
+};
+using Queue = std::vector<unsigned char, UnsetAllocator<unsigned char>>;
 
 double SystemTime()
 {
@@ -278,13 +307,12 @@ private:
             Enqueue(frame);
         } else {
             asio::error_code error;
-            auto const sent = SendSome(frame, error);
+            SendOrQueueLocked(frame, error);
             if (error) {
                 BreakLocked(error);
                 return 0;
             }
-            if (sent < frame.size()) {
-                Enqueue(frame.subspan(sent));
+            if (QueuedLocked() != 0) {
                 DrainLocked();
             }
         }
@@ -322,6 +350,31 @@ private:
             return 0;
         }
         return error ? 0 : sent;
+    }
+
+    /// With nothing queued: sends what the system takes and queues the rest.
+    ///
+    /// The system takes a long frame no faster than the sonar does. The time between is used to bring the frame's end
+    /// into the queue, piece by piece, until both meet: so most of an image is never copied when the sonar is quick,
+    /// and all of it is queued at once when the sonar is slow.
+    void SendOrQueueLocked(std::span<unsigned char const> frame, asio::error_code& error)
+    {
+        auto sent = SendSome(frame, error);
+        if (error || sent == frame.size()) {
+            return;
+        }
+        ReserveQueueLocked(frame.size());
+        m_queue.resize(frame.size());
+        for (auto queued = frame.size(); sent < queued && !error;) {
+            auto const piece = std::min(queued - sent, QueuedPieceBytes);
+            queued -= piece;
+            std::copy_n(frame.data() + queued, piece, m_queue.data() + queued);
+            if (sent < queued) {
+                sent += SendSome(frame.subspan(sent, queued - sent), error);
+            }
+        }
+        m_queueHead = sent;
+        m_largeRest = QueuedLocked() > m_options.queueBytes ? QueuedLocked() : 0;
     }
 
     /// Sends what is held; what the system does not take is left to the link thread. False when the connection is
@@ -370,6 +423,15 @@ private:
         });
     }
 
+    /// Room for a long frame, and for those that follow, which must not make it move.
+    void ReserveQueueLocked(std::size_t bytes)
+    {
+        if (bytes > m_options.queueBytes) {
+            m_queue.reserve(m_queue.size() + bytes + m_options.queueBytes);
+            platform::PreferLargePages(m_queue.data() + m_queue.size(), m_queue.capacity() - m_queue.size());
+        }
+    }
+
     void Enqueue(std::span<unsigned char const> bytes)
     {
         // Moving the rest to the front only once half is spent keeps the cost of a byte constant.
@@ -377,9 +439,8 @@ private:
             m_queue.erase(m_queue.begin(), m_queue.begin() + static_cast<std::ptrdiff_t>(m_queueHead));
             m_queueHead = 0;
         }
+        ReserveQueueLocked(bytes.size());
         if (bytes.size() > m_options.queueBytes) {
-            // Room for those that follow as well: they must not make it move.
-            m_queue.reserve(m_queue.size() + bytes.size() + m_options.queueBytes);
             m_largeRest = QueuedLocked() + bytes.size();
         }
         m_queue.insert(m_queue.end(), bytes.begin(), bytes.end());
@@ -432,7 +493,7 @@ private:
         m_queueHead = 0;
         m_largeRest = 0;
         if (m_queue.capacity() > KeptQueueBytes) {
-            std::vector<unsigned char>().swap(m_queue);
+            Queue().swap(m_queue);
         }
     }
 
@@ -812,7 +873,7 @@ private:
     mutable std::mutex m_sendMutex;
     tcp::socket m_socket;
     std::uint64_t m_socketAttempt = 0;
-    std::vector<unsigned char> m_queue;
+    Queue m_queue;
     std::size_t m_queueHead = 0;
     /// Bytes of the queue up to the end of the one large frame in it, 0 when there is none.
     std::size_t m_largeRest = 0;
