@@ -40,7 +40,8 @@ public:
     {
         std::string text;
         for (CAttributeMap const& value : tree.Find(L"Request")) {
-            for (wchar_t const letter : value.GetKey().View()) {
+            CString const key = value.GetKey();
+            for (wchar_t const letter : key.View()) {
                 text += static_cast<char>(letter);
             }
             text += "=" + value.Value().ToText();
