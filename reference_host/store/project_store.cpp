@@ -1,4 +1,5 @@
-// The project in one file: ports, devices with their attributes, computations, vessels, and what views showed.
+// The project in one file: ports, devices with their attributes, computations, vessels, what views showed and how windows
+// stood.
 #include "project_store.h"
 
 #include "tree_blob.h"
@@ -22,7 +23,7 @@ namespace {
 
 // The file's header bears both: "QX5P", and the version of the tables below.
 constexpr std::int64_t ApplicationId = 0x51583550;
-constexpr std::int64_t FormatVersion = 1;
+constexpr std::int64_t FormatVersion = 2;
 
 constexpr char const* Schema = R"(
 CREATE TABLE port(position INTEGER PRIMARY KEY, name TEXT NOT NULL, host TEXT NOT NULL, tcp_port INTEGER NOT NULL);
@@ -38,6 +39,8 @@ CREATE TABLE vessel_item(vessel INTEGER NOT NULL, section TEXT NOT NULL, item TE
 CREATE TABLE view(name TEXT PRIMARY KEY, shown BLOB NOT NULL);
 CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL);
 )";
+/// Since format 2.
+constexpr char const* WindowTable = "CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL)";
 
 /// A reference to what was prepared; made anew for each use, since saves are rare and long compared with it.
 class Statement
@@ -76,6 +79,15 @@ public:
         return *this;
     }
 
+    Statement& Bind(std::vector<unsigned char> const& bytes)
+    {
+        // A null pointer would stand for no value at all.
+        static constexpr unsigned char nothing = 0;
+        Check(sqlite3_bind_blob64(m_statement, ++m_bound, bytes.empty() ? &nothing : bytes.data(), bytes.size(),
+                                  SQLITE_TRANSIENT));
+        return *this;
+    }
+
     /// True when there is a row.
     bool Step()
     {
@@ -102,6 +114,12 @@ public:
             throw StoreError(DamageOf("a number is out of range"));
         }
         return static_cast<Unsigned>(value);
+    }
+    std::vector<unsigned char> Blob(int column) const
+    {
+        auto const* const bytes = static_cast<unsigned char const*>(sqlite3_column_blob(m_statement, column));
+        auto const size = static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
+        return bytes != nullptr ? std::vector<unsigned char>(bytes, bytes + size) : std::vector<unsigned char>();
     }
     CDataId Id(int column) const
     {
@@ -267,7 +285,13 @@ private:
                     sqlite3_free(message);
                     throw StoreError("\"" + m_file + "\" cannot be made: " + error);
                 }
+                Run(WindowTable);
                 Run(("PRAGMA application_id=" + std::to_string(ApplicationId)).c_str());
+                Run(("PRAGMA user_version=" + std::to_string(FormatVersion)).c_str());
+            });
+        } else if (version == 1) {
+            InTransaction([&] {
+                Run(WindowTable);
                 Run(("PRAGMA user_version=" + std::to_string(FormatVersion)).c_str());
             });
         }
@@ -360,6 +384,9 @@ StoredProject ProjectStore::Load()
     for (auto row = m_impl->Sql("SELECT name, shown FROM view"); row.Step();) {
         project.views[row.Text(0)] = row.Tree(1);
     }
+    for (auto row = m_impl->Sql("SELECT name, state FROM window"); row.Step();) {
+        project.windows[row.Text(0)] = row.Blob(1);
+    }
     return project;
 }
 
@@ -368,7 +395,8 @@ void ProjectStore::Save(StoredProject const& project)
     m_impl->InTransaction([&] {
         for (auto const* const table :
              {"DELETE FROM port", "DELETE FROM device", "DELETE FROM computation", "DELETE FROM computation_device",
-              "DELETE FROM vessel", "DELETE FROM vessel_item", "DELETE FROM view", "DELETE FROM setting"}) {
+              "DELETE FROM vessel", "DELETE FROM vessel_item", "DELETE FROM view", "DELETE FROM setting",
+              "DELETE FROM window"}) {
             m_impl->Run(table);
         }
         for (auto const& port : project.ports) {
@@ -425,6 +453,9 @@ void ProjectStore::Save(StoredProject const& project)
         for (auto const& [name, shown] : project.views) {
             m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step();
         }
+        for (auto const& [name, state] : project.windows) {
+            m_impl->Sql("INSERT OR REPLACE INTO window(name, state) VALUES(?, ?)").Bind(name).Bind(state).Step();
+        }
     });
 }
 
@@ -447,6 +478,13 @@ void ProjectStore::SaveView(CString const& name, CAttributeMap const& shown)
 {
     m_impl->InTransaction(
         [&] { m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step(); });
+}
+
+void ProjectStore::SaveWindow(CString const& name, std::vector<unsigned char> const& state)
+{
+    m_impl->InTransaction([&] {
+        m_impl->Sql("INSERT OR REPLACE INTO window(name, state) VALUES(?, ?)").Bind(name).Bind(state).Step();
+    });
 }
 
 bool ProjectStore::RemoveDevice(CDataId const& dataId)
