@@ -29,8 +29,8 @@ public:
     void Attach(QComboBox* list);
     /// Reads the project's files again; afterwards nothing is selected.
     void Refresh();
-    /// Selects the file of that name, as if by the host and not by the operator. A name that is not there selects
-    /// nothing, and the answer is false.
+    /// Selects the file of that name, as if by the host and not by the operator. A name that is not there leaves the
+    /// selection as it was, and the answer is false.
     bool SetSelected(CString const& name);
     /// The name of the selected file; empty when none is.
     CString GetSelected() const;

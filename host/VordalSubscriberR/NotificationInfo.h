@@ -4,6 +4,8 @@
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/Export.h>
 
+#include <memory>
+
 /// Base of everything that a notification carries. The sender owns it; it is valid during the call only.
 class VORDAL_API NotificationInfo
 {
@@ -12,6 +14,10 @@ public:
     NotificationInfo(NotificationInfo const&) = default;
     NotificationInfo& operator=(NotificationInfo const&) = default;
     virtual ~NotificationInfo();
+
+    /// A copy of the same kind, for a subscription that is told later on another thread: the latest one stands for all
+    /// that came in the meantime. Kinds of a module's own override it; otherwise their subscribers get the bare base.
+    virtual std::unique_ptr<NotificationInfo> Clone() const;
 };
 
 /// A notification about one device, computation or stream.
@@ -20,6 +26,7 @@ class VORDAL_API DataId_NI : public NotificationInfo
 public:
     explicit DataId_NI(CDataId const& dataId) : m_dataId(dataId) {}
     ~DataId_NI() override;
+    std::unique_ptr<NotificationInfo> Clone() const override;
 
     CDataId const& GetDataId() const { return m_dataId; }
 
@@ -33,6 +40,8 @@ class VORDAL_API NFDataT : public NotificationInfo
 {
 public:
     explicit NFDataT(T const& data) : m_data(data) {}
+
+    std::unique_ptr<NotificationInfo> Clone() const override { return std::make_unique<NFDataT>(*this); }
 
     T const& GetData() const { return m_data; }
 

@@ -4,7 +4,8 @@
 #include <VordalBaseR/Export.h>
 #include <VordalSubscriberR/NotificationInfo.h>
 
-/// A sink. Notify is called on the thread that raised the notification, with no lock of the host held.
+/// A sink. Notify is called with no lock of the host held: for a subscription made on the window thread on that thread,
+/// once for all notifications that came since the last time, otherwise on the thread that raised the notification.
 class VORDAL_API Subscriber
 {
 public:

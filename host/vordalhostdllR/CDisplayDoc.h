@@ -8,6 +8,7 @@
 #include <memory>
 
 class CAttributeMap;
+struct CDisplayDocAccess;
 class CView;
 class QWidget;
 
@@ -26,6 +27,7 @@ public:
     virtual QWidget* GetWidget();
 
 protected:
+    friend struct CDisplayDocAccess;
     struct State;
     std::unique_ptr<State> m_state;
 };
@@ -51,6 +53,7 @@ public:
     virtual CAttributeMap& GetViewAttributes(int view);
 
 protected:
+    friend struct CDisplayDocAccess;
     struct State;
     std::unique_ptr<State> m_state;
 };

@@ -84,6 +84,7 @@ public:
     SONAR_TARGET_SEL_INFO(SONAR_TARGET_SEL_INFO const&) = default;
     SONAR_TARGET_SEL_INFO& operator=(SONAR_TARGET_SEL_INFO const&) = default;
     ~SONAR_TARGET_SEL_INFO() override;
+    std::unique_ptr<NotificationInfo> Clone() const override;
 
     std::uint32_t targetId = 0;   ///< SonarTarget::targetId; the contact of a Deleted may have left the file
     std::uint32_t changeCode = 0; ///< a ChangeCode or another number

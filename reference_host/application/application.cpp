@@ -1,4 +1,4 @@
-// The application of the reference host: its displays and what it is told, without windows.
+// The application of the reference host: its displays and what it is told.
 #include "reference_host/application/application.h"
 
 #include "reference_host/host/host_observer.h"
@@ -49,6 +49,16 @@ Application::Display* Application::FindByName(CString const& name)
         }
     }
     return nullptr;
+}
+
+bool Application::ForgetDisplay(CString const& name)
+{
+    std::lock_guard const lock(m_mutex);
+    auto* const display = FindByName(name);
+    if (display != nullptr) {
+        m_displays.erase(m_displays.begin() + (display - m_displays.data()));
+    }
+    return display != nullptr;
 }
 
 bool Application::EnableDisplay(CString const& name)
@@ -114,15 +124,26 @@ CString Application::GetDisplayName(int index) const
     return index >= 0 && at < m_displays.size() ? m_displays[at].section : CString();
 }
 
-CDisplayDoc* Application::Lookup(CString const&) const
+CDisplayDoc* Application::Lookup(CString const& name) const
 {
-    return nullptr;
+    auto const* const host = CurrentState();
+    return host != nullptr ? host->openDisplays.Lookup(name) : nullptr;
 }
 
-void Application::UpdateAllDisplays(CView*, int hint, void const*)
+void Application::UpdateAllDisplays(CView* sender, int hint, void const* data)
 {
     if (auto* observer = CurrentObserver()) {
         observer->OnUpdateDisplays(hint);
+    }
+    auto* const host = CurrentState();
+    if (host == nullptr) {
+        return;
+    }
+    if (host->window->IsWindowThread()) {
+        host->openDisplays.Update(sender, hint, data);
+    } else {
+        host->window->Post({WindowTaskKind::UpdateDisplays, static_cast<std::uintptr_t>(hint)},
+                           [host, hint] { host->openDisplays.Update(nullptr, hint, nullptr); });
     }
 }
 

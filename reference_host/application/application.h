@@ -1,4 +1,4 @@
-// The application of the reference host: its displays and what it is told, without windows.
+// The application of the reference host: its displays and what it is told.
 #pragma once
 
 #include "reference_host/host/host.h"
@@ -14,8 +14,8 @@
 
 namespace vordal {
 
-/// Keeps the list of displays and the light mode; nothing is drawn, so displays have no documents. Any thread. The
-/// observer is told of a call before it takes effect.
+/// Keeps the list of displays and the light mode; which of them are open, HostState::openDisplays knows. Any thread.
+/// The observer is told of a call before it takes effect.
 class Application final : public CVordalBaseApp, private CDisplayMap, private CPrsConfiguration
 {
 public:
@@ -29,6 +29,8 @@ public:
     void SetLightMode(int mode) { m_lightMode = mode; }
     /// Switches on the display whose item "name" is this; false when there is none.
     bool EnableDisplay(CString const& name);
+    /// Takes the display with that item "name" out of the set-up; false when there is none.
+    bool ForgetDisplay(CString const& name);
 
     CDisplayMap& GetDisplayMap() override { return *this; }
     CPrsConfiguration& GetPresConfig() override { return *this; }

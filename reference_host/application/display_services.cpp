@@ -1,5 +1,6 @@
 // The services around displays that are there without a window: the manager, the light mode.
 #include "reference_host/application/application.h"
+#include "reference_host/displays/display.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
 
@@ -26,6 +27,31 @@ bool DisplayManager::EnableDisplay(CString const& name)
     }
     auto* const application = CurrentApplication();
     return application != nullptr && application->EnableDisplay(name);
+}
+
+bool DisplayManager::RemoveDisplay(CString const& title)
+{
+    if (auto* observer = vordal::CurrentObserver()) {
+        observer->OnRemoveDisplay(title);
+    }
+    auto* const host = vordal::CurrentState();
+    if (host == nullptr) {
+        return false;
+    }
+    auto* const display = host->openDisplays.Remove(title);
+    if (display != nullptr && host->window->IsWindowThread()) {
+        display->Holder().OnRemoved();
+    } else if (display != nullptr) {
+        host->window->Post({vordal::WindowTaskKind::RemoveDisplay, reinterpret_cast<std::uintptr_t>(display)},
+                           [host, display] {
+                               if (host->openDisplays.Has(display)) {
+                                   display->Holder().OnRemoved();
+                               }
+                           });
+    }
+    auto* const application = CurrentApplication();
+    bool const wasSetUp = application != nullptr && application->ForgetDisplay(title);
+    return display != nullptr || wasSetUp;
 }
 
 int ColorControl::GetLightMode()

@@ -43,7 +43,7 @@ struct Joint::RunningCall
     RunningCall* next;
 };
 
-void Joint::Call(NotificationInfo const* info)
+void Joint::Deliver(NotificationInfo const* info)
 {
     HostTurn const turn;
     RunningCall const call(*this);

@@ -1,6 +1,8 @@
 // The one mechanism behind all subscriptions: sinks joined to keys, called with no lock held.
 #pragma once
 
+#include "reference_host/bus/window_inbox.h"
+
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/Export.h>
 #include <VordalSubscriberR/NotificationInfo.h>
@@ -41,19 +43,47 @@ private:
 
 /// One subscription's place on a bus. It keeps account of the calls that are running, so that a sink can be taken away
 /// with the certainty that it is not called any more.
-class VORDAL_API Joint
+class VORDAL_API Joint : public std::enable_shared_from_this<Joint>
 {
 public:
-    explicit Joint(std::shared_ptr<SinkHolder> sink) : m_sink(std::move(sink)) {}
+    /// `window`: the sink is told on the window thread, by way of this inbox; null: on whatever thread raises the
+    /// notification.
+    explicit Joint(std::shared_ptr<SinkHolder> sink, std::shared_ptr<WindowInbox> window = nullptr)
+        : m_window(std::move(window)), m_sink(std::move(sink))
+    {
+    }
 
+    /// Has the sink told, now or by way of the window's inbox.
+    void Call(NotificationInfo const* info)
+    {
+        if (m_window == nullptr || m_window->IsToldAtOnce()) {
+            Deliver(info);
+        } else {
+            m_window->Put(shared_from_this(), info);
+        }
+    }
     /// Calls the sink, if there is one. An exception of the sink passes.
-    void Call(NotificationInfo const* info);
+    void Deliver(NotificationInfo const* info);
+    /// Drops what waits for the window thread.
+    void Leave()
+    {
+        if (m_window != nullptr) {
+            m_window->Forget(*this);
+        }
+        Replace(nullptr);
+    }
     /// Puts another sink in place (null: none) and waits until the old one runs on no other thread. A call that runs
     /// on this thread keeps the old sink until it has returned.
     void Replace(std::shared_ptr<SinkHolder> sink);
 
 private:
+    friend class WindowInbox;
     struct RunningCall;
+
+    static constexpr std::size_t NotWaiting = static_cast<std::size_t>(-1);
+
+    std::shared_ptr<WindowInbox> const m_window;
+    std::size_t m_placeInWindow = NotWaiting; ///< guarded by the inbox
 
     std::mutex m_mutex;
     std::condition_variable m_callEnded;

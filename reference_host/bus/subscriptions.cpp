@@ -14,7 +14,15 @@ CString const GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE(L"STS_SELECTED_SO
 CString const sel_change::ACTIVE_VESSEL(L"ACTIVE_VESSEL");
 
 NotificationInfo::~NotificationInfo() = default;
+std::unique_ptr<NotificationInfo> NotificationInfo::Clone() const
+{
+    return std::make_unique<NotificationInfo>(*this);
+}
 DataId_NI::~DataId_NI() = default;
+std::unique_ptr<NotificationInfo> DataId_NI::Clone() const
+{
+    return std::make_unique<DataId_NI>(*this);
+}
 Subscriber::~Subscriber() = default;
 
 namespace {
@@ -51,7 +59,9 @@ struct Membership
             Leave();
         }
         if (joint == nullptr) {
-            joint = std::make_shared<Joint>(sink);
+            auto const* const state = vordal::CurrentState();
+            bool const ofWindow = state != nullptr && state->window->IsWindowThread();
+            joint = std::make_shared<Joint>(sink, ofWindow ? state->window : nullptr);
             bus = where;
         }
         bus->Join(joint, keys);
@@ -66,7 +76,7 @@ struct Membership
         bus.reset();
         if (left != nullptr) {
             from->Leave(left);
-            left->Replace(nullptr);
+            left->Leave();
         }
     }
 };

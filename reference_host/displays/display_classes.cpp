@@ -1,9 +1,6 @@
-// Documents, frames and views of displays, as far as they are there without windows.
-#include <VordalAttributesR/CAttributeMap.h>
+// The classes that displays of the host are made of, as far as they do nothing of their own.
 #include <VordalMfc0R/CView.h>
 #include <vordalhostdllR/CDisplayDoc.h>
-
-#include <map>
 
 CObject::~CObject() = default;
 
@@ -12,51 +9,6 @@ CView::~CView() = default;
 void CView::OnInitialUpdate() {}
 void CView::OnUpdate(CView*, int, void const*) {}
 void CView::OnSize(unsigned, int, int) {}
-
-/// A frame without a window has nothing to keep.
-struct CDisplayFrm::State
-{
-};
-
-CDisplayFrm::CDisplayFrm() = default;
-CDisplayFrm::~CDisplayFrm() = default;
-void CDisplayFrm::ShowNormal() {}
-void CDisplayFrm::BringToTop() {}
-QWidget* CDisplayFrm::GetWidget()
-{
-    return nullptr;
-}
-
-struct CDisplayDoc::State
-{
-    CString title;
-    /// By number of the view.
-    std::map<int, CAttributeMap> viewAttributes;
-};
-
-CDisplayDoc::CDisplayDoc() : m_state(std::make_unique<State>()) {}
-CDisplayDoc::~CDisplayDoc() = default;
-
-CString CDisplayDoc::GetTitle() const
-{
-    return m_state->title;
-}
-void CDisplayDoc::RenameDisplay(CString const& title)
-{
-    m_state->title = title;
-}
-CView* CDisplayDoc::GetView() const
-{
-    return nullptr;
-}
-CDisplayFrm* CDisplayDoc::GetFrame() const
-{
-    return nullptr;
-}
-CAttributeMap& CDisplayDoc::GetViewAttributes(int view)
-{
-    return m_state->viewAttributes[view];
-}
 
 CDisplayDocAttr1::CDisplayDocAttr1() = default;
 CDisplayDocAttr1::~CDisplayDocAttr1() = default;

@@ -44,6 +44,22 @@ CRuntimeClass* DisplayRegister::FindView(CString const& name) const
     return found != m_views.end() ? found->second.viewClass : nullptr;
 }
 
+RegisteredView DisplayRegister::FindViewAndTemplate(CString const& name) const
+{
+    std::lock_guard const lock(m_mutex);
+    auto const view = m_views.find(name);
+    if (view == m_views.end()) {
+        return {};
+    }
+    RegisteredView found{view->second.viewClass, nullptr, view->second.registrant};
+    for (auto const& [templateName, entry] : m_names) {
+        if (entry.displayTemplate->GetViewClass() == found.viewClass) {
+            found.displayTemplate = entry.displayTemplate;
+        }
+    }
+    return found;
+}
+
 namespace {
 
 template <typename Map>

@@ -13,6 +13,15 @@ struct CRuntimeClass;
 
 namespace vordal {
 
+/// A view class with what it was registered with.
+struct RegisteredView
+{
+    CRuntimeClass* viewClass = nullptr; ///< null: there is no such view
+    /// The template that is named and has this view; null when there is none.
+    VORDALMultiDocTemplate* displayTemplate = nullptr;
+    void const* registrant = nullptr;
+};
+
 /// The register of one host. Templates are owned here; names refer to them. Whoever registers is told by
 /// SetRegistrant, so that all of a module's can be forgotten before its code goes. Any thread.
 class DisplayRegister
@@ -25,6 +34,7 @@ public:
 
     bool AddView(CString const& name, CRuntimeClass* viewClass);
     CRuntimeClass* FindView(CString const& name) const;
+    RegisteredView FindViewAndTemplate(CString const& name) const;
     std::vector<CString> ViewNames() const;
 
     void OwnTemplate(std::unique_ptr<VORDALMultiDocTemplate> displayTemplate);

@@ -133,7 +133,9 @@ BaseDataSource* FindBuffer(CDataId const& id)
     return state != nullptr ? state->FindBuffer(id, false) : nullptr;
 }
 
-HostState::HostState(Threading mode) : threading(mode) {}
+HostState::HostState(Threading mode) : threading(mode), window(std::make_shared<WindowInbox>(mode == Threading::Inline))
+{
+}
 HostState::~HostState() = default;
 
 Device* HostState::FindDevice(std::uint64_t packedId) const
@@ -481,6 +483,34 @@ bool Host::GetVesselItem(unsigned short number, CString const& section, CString 
     return false;
 }
 
+void Host::SelectSonar(CDataId const& dataId)
+{
+    Post([this, packed = PackedId(dataId)] {
+        DataId_NI const info(UnpackedId(packed));
+        Notify(Subscription::General, GeneralSubKeys::ADT_SELECTED_SONAR_CHANGE, &info);
+    });
+}
+
+void Host::SetWindowThread(std::function<void()> wake)
+{
+    m_state->window->Attach(std::move(wake));
+}
+
+void Host::EndWindowThread()
+{
+    m_state->window->Detach();
+}
+
+void Host::DeliverToWindow()
+{
+    m_state->window->Deliver();
+}
+
+std::vector<Message> Host::Messages() const
+{
+    return m_state->messages.All();
+}
+
 void Host::SelectVessel(unsigned short number)
 {
     {
@@ -492,8 +522,10 @@ void Host::SelectVessel(unsigned short number)
             }
         }
     }
-    NFDataT<unsigned short> const info(number);
-    Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &info);
+    Post([this, number] {
+        NFDataT<unsigned short> const info(number);
+        Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &info);
+    });
 }
 
 CVordalBaseApp* Host::Application() const
@@ -509,6 +541,16 @@ void Host::SetUnitFactor(int unitGroup, double factor)
 void Host::SetProjectFolder(unsigned kind, std::optional<CString> folder)
 {
     m_state->project.SetFolder(kind, std::move(folder));
+}
+
+void Host::SetRoutes(std::vector<CString> routes)
+{
+    m_state->project.SetRoutes(std::move(routes));
+}
+
+void Host::SetItemTexts(unsigned short group, unsigned short item, std::vector<CString> texts)
+{
+    m_state->project.SetItemTexts(group, item, std::move(texts));
 }
 
 void Host::SetApplication(ApplicationSetup setup)

@@ -77,6 +77,15 @@ struct DisplaySetup
     bool enabled = true;
 };
 
+/// A message to the operator.
+struct Message
+{
+    double time = 0.0; ///< host time, seconds
+    CString text;
+    CString detail;
+    unsigned flags = 0; ///< of CVordalMessage::Flag
+};
+
 /// What makes the application that the host runs in.
 struct ApplicationSetup
 {
@@ -135,6 +144,18 @@ public:
     std::vector<CString> ViewClasses() const;
     std::vector<CString> DisplayTemplates() const;
 
+    // The window thread. Subscriptions that are made on it are told on it: in a threaded host always by way of a queue
+    // that holds at most one notification of each, the latest; in an inline host at once, unless another thread raised
+    // the notification.
+    /// Makes the calling thread the window thread. `wake` is called, on any thread and with no lock held, when
+    /// something waits for DeliverToWindow; it must not fail, and may still be called a moment after EndWindowThread.
+    /// Empty: the window thread looks by itself.
+    void SetWindowThread(std::function<void()> wake);
+    /// There is no window thread any more; what waits for it is dropped. Window thread.
+    void EndWindowThread();
+    /// Delivers what waits. Window thread; not from within itself.
+    void DeliverToWindow();
+
     // Devices.
     /// A device of a class that a plug-in has registered, or of the host's own "QX5Device" or "Device"; not yet known
     /// to anybody. Null when there is no such class.
@@ -157,8 +178,12 @@ public:
     CBaseVessel* AddVessel(VesselSetup setup);
     /// A text of a vessel's configuration; false and untouched when it is not there.
     bool GetVesselItem(unsigned short number, CString const& section, CString const& item, CString& text) const;
-    /// Makes the vessel active, if there is such a one, and tells sel_change::ACTIVE_VESSEL in either case.
+    /// Makes the vessel active, if there is such a one, and tells sel_change::ACTIVE_VESSEL in either case, on the host
+    /// thread. Any thread.
     void SelectVessel(unsigned short number);
+    /// Tells GeneralSubKeys::ADT_SELECTED_SONAR_CHANGE that the operator chose this sonar, on the host thread. Any
+    /// thread.
+    void SelectSonar(CDataId const& dataId);
 
     // What the project says of itself. Any thread.
     /// From now on `value` in the display unit of that group (see UnitGroup) means `value` x `factor` in the host's.
@@ -166,6 +191,10 @@ public:
     /// What stands before the names of files of that ProjectFileKind, as it stands, a separator at its end included;
     /// no text: the project has no place for them. A kind that was never set has the empty text.
     void SetProjectFolder(unsigned kind, std::optional<CString> folder);
+    /// The project's route files, as lists of them show them. They are read when such a list is filled.
+    void SetRoutes(std::vector<CString> routes);
+    /// The names of a data item's values, from 0, for blocks of the group (DataDefinition::GetGroupItemMapTxt).
+    void SetItemTexts(unsigned short group, unsigned short item, std::vector<CString> texts);
 
     // The application. Without one CVordalBaseApp::Instance is null.
     /// Sets the application up; once, before a plug-in is loaded.
@@ -175,6 +204,8 @@ public:
     void SetMainWindow(bool open);
     /// The application, with a main window or without; null until it is set up. The host's.
     CVordalBaseApp* Application() const;
+    /// The last messages to the operator, at most a thousand, the oldest first. Any thread.
+    std::vector<Message> Messages() const;
 
     // Attributes.
     /// Puts the tree in place; nobody is told.

@@ -18,6 +18,9 @@ void HostObserver::OnEnableDisplay(CString const&) {}
 void HostObserver::OnAddDisplay(unsigned, CString const&, CString const&, FileObject const&, CString const&) {}
 void HostObserver::OnSetLightMode(int, bool) {}
 void HostObserver::OnNotifyApplication(CDataId const&) {}
+void HostObserver::OnRenameDisplay(CString const&) {}
+void HostObserver::OnRemoveDisplay(CString const&) {}
+void HostObserver::OnMessage(CString const&) {}
 void HostObserver::OnOpenTargets(CString const&) {}
 void HostObserver::OnCloseTargets(CString const&) {}
 void HostObserver::OnTargetListRequested() {}

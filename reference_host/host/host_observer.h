@@ -46,6 +46,12 @@ public:
     virtual void OnSetLightMode(int mode, bool redraw);
     /// CVordalBaseApp::NotifyAttributesChanged.
     virtual void OnNotifyApplication(CDataId const& dataId);
+    /// CDisplayDoc::RenameDisplay.
+    virtual void OnRenameDisplay(CString const& title);
+    /// DisplayManager::RemoveDisplay, whether or not there is such a display.
+    virtual void OnRemoveDisplay(CString const& title);
+    /// CVordalMessage::ShowMessage. Without an observer the message goes to the log.
+    virtual void OnMessage(CString const& text);
     /// SonarTargetsManager::OpenSTSFile, whatever comes of it.
     virtual void OnOpenTargets(CString const& fileName);
     virtual void OnCloseTargets(CString const& fileName);

@@ -1,8 +1,11 @@
 // What the reference host consists of, for its own sources: registers, buses, buffers, the host thread.
 #pragma once
 
+#include "reference_host/application/message_service.h"
 #include "reference_host/bus/notification_bus.h"
+#include "reference_host/bus/window_inbox.h"
 #include "reference_host/displays/display_register.h"
+#include "reference_host/displays/open_displays.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_thread.h"
 #include "reference_host/project/project_definition.h"
@@ -127,6 +130,10 @@ struct HostState
 
     ProjectDefinition project;
     DisplayRegister displays;
+    OpenDisplays openDisplays;
+    MessageService messages;
+    /// What waits for the window thread; joints that were made there hold on to it.
+    std::shared_ptr<WindowInbox> const window;
     /// Null until it is set up; stays until the host goes.
     std::unique_ptr<Application> application;
 

@@ -116,6 +116,7 @@ PlugIn::~PlugIn()
         UnRegisterDevices();
     }
     if (auto* const host = CurrentState()) {
+        host->openDisplays.CloseAllOf(m_body.get());
         host->displays.Forget(m_body.get());
     }
     m_body->libraryDetach();

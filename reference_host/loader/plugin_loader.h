@@ -21,8 +21,8 @@ public:
 
     PlugIn(PlugIn const&) = delete;
     PlugIn& operator=(PlugIn const&) = delete;
-    /// Undoes what was done through this object (templates, views, devices), lets the module detach itself, and unloads
-    /// it. No device of its classes may be left.
+    /// Closes the displays of its views, undoes what was done through this object (templates, views, devices), lets the
+    /// module detach itself, and unloads it. No device of its classes may be left.
     ~PlugIn();
 
     std::filesystem::path const& File() const;

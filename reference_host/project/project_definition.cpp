@@ -1,7 +1,9 @@
-// What the open project says about itself: its display units and where its files are.
+// What the open project says about itself: its display units, where its files are, what its data are called.
 #include "reference_host/project/project_definition.h"
 
 #include "reference_host/host/host_state.h"
+
+#include <VordalConfigureR/DataDefinition.h>
 
 #include <string>
 #include <utility>
@@ -11,6 +13,12 @@ struct DataSearchAccess
     static DataSearch instance;
 };
 DataSearch DataSearchAccess::instance;
+
+struct DataDefinitionAccess
+{
+    static DataDefinition instance;
+};
+DataDefinition DataDefinitionAccess::instance;
 
 CVordalUnitCnv::~CVordalUnitCnv() = default;
 CProjectDefinition::~CProjectDefinition() = default;
@@ -50,6 +58,35 @@ bool ProjectDefinition::Complete(unsigned kind, CString& name) const
     return true;
 }
 
+void ProjectDefinition::SetRoutes(std::vector<CString> routes)
+{
+    std::lock_guard const lock(m_mutex);
+    m_routes = std::move(routes);
+}
+
+std::vector<CString> ProjectDefinition::Routes() const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_routes;
+}
+
+void ProjectDefinition::SetItemTexts(unsigned short group, unsigned short item, std::vector<CString> texts)
+{
+    std::lock_guard const lock(m_mutex);
+    m_itemTexts[{group, item}] = std::move(texts);
+}
+
+bool ProjectDefinition::GetItemText(unsigned short group, unsigned short item, int index, CString& text) const
+{
+    std::lock_guard const lock(m_mutex);
+    auto const found = m_itemTexts.find({group, item});
+    if (found == m_itemTexts.end() || index < 0 || static_cast<std::size_t>(index) >= found->second.size()) {
+        return false;
+    }
+    text = found->second[static_cast<std::size_t>(index)];
+    return true;
+}
+
 } // namespace vordal
 
 DataSearch& DataSearch::GetDataSearch()
@@ -69,4 +106,15 @@ bool DataSearch::GetFullPath(unsigned kind, CString& name) const
 {
     auto const* const host = vordal::CurrentState();
     return host != nullptr && host->project.Complete(kind, name);
+}
+
+DataDefinition& DataDefinition::GetDataDefinition()
+{
+    return DataDefinitionAccess::instance;
+}
+
+bool DataDefinition::GetGroupItemMapTxt(unsigned short group, unsigned short item, int index, CString& text) const
+{
+    auto const* const host = vordal::CurrentState();
+    return host != nullptr && host->project.GetItemText(group, item, index, text);
 }

@@ -1,4 +1,4 @@
-// What the open project says about itself: its display units and where its files are.
+// What the open project says about itself: its display units, where its files are, what its data are called.
 #pragma once
 
 #include <VordalBaseR/CString.h>
@@ -8,6 +8,8 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace vordal {
 
@@ -35,11 +37,19 @@ public:
     void SetFolder(unsigned kind, std::optional<CString> folder);
     bool Complete(unsigned kind, CString& name) const;
 
+    void SetRoutes(std::vector<CString> routes);
+    std::vector<CString> Routes() const;
+    /// The names of the item's values, from 0.
+    void SetItemTexts(unsigned short group, unsigned short item, std::vector<CString> texts);
+    bool GetItemText(unsigned short group, unsigned short item, int index, CString& text) const;
+
     ProjectUnits units;
 
 private:
     mutable std::mutex m_mutex;
     std::map<unsigned, std::optional<CString>> m_folders;
+    std::vector<CString> m_routes;
+    std::map<std::pair<unsigned short, unsigned short>, std::vector<CString>> m_itemTexts;
 };
 
 } // namespace vordal

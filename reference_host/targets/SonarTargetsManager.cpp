@@ -19,6 +19,10 @@ struct SonarTargetsManagerAccess
 SonarTargetsManager SonarTargetsManagerAccess::instance;
 
 SONAR_TARGET_SEL_INFO::~SONAR_TARGET_SEL_INFO() = default;
+std::unique_ptr<NotificationInfo> SONAR_TARGET_SEL_INFO::Clone() const
+{
+    return std::make_unique<SONAR_TARGET_SEL_INFO>(*this);
+}
 SynchronizeTargetManagerInfo::~SynchronizeTargetManagerInfo() = default;
 SonarTargetsControl::~SonarTargetsControl() = default;
 
