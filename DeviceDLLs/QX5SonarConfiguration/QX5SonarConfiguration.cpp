@@ -4,6 +4,9 @@
 #include "QX5SonarConfigurationControlDevice.h"
 #include "platform/this_module.h"
 #include "sequencing/QX5SonarConfigurationInfo.h"
+#ifdef QX5_VIEW
+#include "view/QX5SonarConfigurationView.h"
+#endif
 #include <VersionControlR/CheckDllVersion.h>
 #include <VordalConfigureR/CViewList.h>
 #include <VordalDataBlocksR/BaseDevice.h>
@@ -19,11 +22,22 @@
 namespace {
 
 constexpr wchar_t const* deviceClass = L"QX5SonarConfigurationControlDevice";
-constexpr wchar_t const* viewClass = L"QX5SonarConfigurationView";
+constexpr wchar_t const* viewName = L"QX5SonarConfigurationView";
 constexpr wchar_t const* documentTemplate = L"QX5SONARCONFIGURATION";
 
-/// The view's class as the host's registries know it. The view itself is not built yet: whoever asks for one gets null.
-CRuntimeClass viewRuntimeClass{"QX5SonarConfigurationView", []() -> CObject* { return nullptr; }};
+#ifdef QX5_VIEW
+CRuntimeClass* ViewClass()
+{
+    return QX5SonarConfigurationView::GetRuntimeClass();
+}
+#else
+/// Built without its view: the class has its name in the host's registries, and whoever asks for a view gets null.
+CRuntimeClass* ViewClass()
+{
+    static CRuntimeClass none{"QX5SonarConfigurationView", []() -> CObject* { return nullptr; }};
+    return &none;
+}
+#endif
 
 } // namespace
 
@@ -56,7 +70,7 @@ void UnRegisterDevices()
 
 void RegisterViews()
 {
-    CViewList::GetViewList().RegisterView(viewClass, &viewRuntimeClass);
+    CViewList::GetViewList().RegisterView(viewName, ViewClass());
 }
 
 void InitializeTemplates(CVordalBaseApp* application)
@@ -65,7 +79,7 @@ void InitializeTemplates(CVordalBaseApp* application)
     if (application != nullptr) {
         auto* const displayTemplate =
             new VORDALMultiDocTemplateAttr1(CDisplayDocAttr1::GetRuntimeClass(), CDisplayFrmAttr1::GetRuntimeClass(),
-                                            &viewRuntimeClass, CDisplayDockFrmAttr1::GetRuntimeClass());
+                                            ViewClass(), CDisplayDockFrmAttr1::GetRuntimeClass());
         application->AddDocTemplate(displayTemplate);
         CDocTemplateList::GetDocTemplates().AddTemplate(documentTemplate, displayTemplate);
     }

@@ -28,7 +28,7 @@ public:
         General = 7,
     };
 
-    /// For attribute keys of one device: needs SetMap before Subscribe.
+    /// For attribute keys of one device, see SetMap.
     Subscription();
     /// For one of the host's buses, see Kind. Subscribing with another kind does nothing.
     explicit Subscription(int kind);
@@ -38,7 +38,8 @@ public:
 
     /// `own`: the subscription deletes the sink when it is replaced or when the subscription goes.
     void SetSubscriber(Subscriber* subscriber, bool own);
-    /// The device whose attributes are followed; null for none. The map must be there while the subscription is.
+    /// The device whose attributes are followed; null for none, until there is another. What was subscribed to before
+    /// is followed there from now on. The map must be there while the subscription is.
     void SetMap(SubscriptionMap* map);
     /// Joins the sink to a key. Joining twice to one key still notifies once.
     void Subscribe(CString const& key);

@@ -4,12 +4,16 @@
 #include <VordalBaseR/CString.h>
 #include <VordalBaseR/Export.h>
 
+class CPrsConfiguration;
+
 /// One vessel. Owned by the host.
 class VORDAL_API CBaseVessel
 {
 public:
     virtual ~CBaseVessel();
     virtual unsigned short GetVesselNumber() const = 0;
+    /// What the project says of the vessel, in sections; null when it says nothing. Owned by the vessel.
+    virtual CPrsConfiguration const* GetConfiguration() const = 0;
 };
 
 /// The vessels, in the project's order. Any thread; vessels stay while the project is open.

@@ -87,7 +87,15 @@ struct Subscription::State
 {
     int kind = -1; ///< -1: attributes, through `map`
     std::shared_ptr<NotificationBus> map;
+    /// What is followed, for the map that comes next.
+    std::vector<CString> keys;
     Membership membership;
+
+    void Join(std::span<CString const> wanted)
+    {
+        keys.insert(keys.end(), wanted.begin(), wanted.end());
+        membership.Join(kind == -1 ? map : vordal::BusOfKind(kind), wanted);
+    }
 };
 
 Subscription::Subscription() : m_state(std::make_unique<State>()) {}
@@ -110,26 +118,27 @@ void Subscription::SetSubscriber(Subscriber* subscriber, bool own)
 void Subscription::SetMap(SubscriptionMap* map)
 {
     auto bus = map != nullptr ? map->Bus() : nullptr;
-    if (m_state->kind == -1 && bus != m_state->membership.bus) {
-        Unsubscribe();
+    if (m_state->kind != -1 || bus == m_state->map) {
+        return;
     }
+    m_state->membership.Leave();
     m_state->map = std::move(bus);
+    m_state->membership.Join(m_state->map, m_state->keys);
 }
 
 void Subscription::Subscribe(CString const& key)
 {
-    auto const bus = m_state->kind == -1 ? m_state->map : vordal::BusOfKind(m_state->kind);
-    m_state->membership.Join(bus, std::span<CString const>(&key, 1));
+    m_state->Join(std::span<CString const>(&key, 1));
 }
 
 void Subscription::Subscribe(std::vector<CString> const& keys)
 {
-    auto const bus = m_state->kind == -1 ? m_state->map : vordal::BusOfKind(m_state->kind);
-    m_state->membership.Join(bus, keys);
+    m_state->Join(keys);
 }
 
 void Subscription::Unsubscribe()
 {
+    m_state->keys.clear();
     m_state->membership.Leave();
 }
 

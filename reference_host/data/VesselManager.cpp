@@ -13,6 +13,34 @@ VesselManager VesselManagerAccess::instance;
 
 CBaseVessel::~CBaseVessel() = default;
 
+namespace vordal {
+
+bool Vessel::GetItem(CString const& section, CString const& key, CString& value) const
+{
+    auto const items = m_setup.configuration.find(section);
+    if (items == m_setup.configuration.end()) {
+        return false;
+    }
+    auto const found = items->second.find(key);
+    if (found == items->second.end()) {
+        return false;
+    }
+    value = found->second;
+    return true;
+}
+
+bool Vessel::GetItem(CString const& section, CString const& key, bool& value) const
+{
+    CString text;
+    if (!GetItem(section, key, text) || !(text == L"1" || text == L"0")) {
+        return false;
+    }
+    value = text == L"1";
+    return true;
+}
+
+} // namespace vordal
+
 VesselManager& VesselManager::GetVesselManager()
 {
     return VesselManagerAccess::instance;

@@ -468,17 +468,8 @@ bool Host::GetVesselItem(unsigned short number, CString const& section, CString 
         if (vessel->GetVesselNumber() != number) {
             continue;
         }
-        auto const& sections = vessel->Setup().configuration;
-        auto const items = sections.find(section);
-        if (items == sections.end()) {
-            return false;
-        }
-        auto const found = items->second.find(item);
-        if (found == items->second.end()) {
-            return false;
-        }
-        text = found->second;
-        return true;
+        auto const* const configuration = vessel->GetConfiguration();
+        return configuration->GetItem(section, item, text);
     }
     return false;
 }

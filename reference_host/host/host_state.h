@@ -12,6 +12,7 @@
 #include "reference_host/targets/target_store.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
+#include <VordalConfigureR/CPrsConfiguration.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
 #include <vordalhostdllR/CDevList.h>
 #include <vordalhostdllR/DataManager.h>
@@ -91,15 +92,20 @@ private:
     SubscriptionMap m_subscriptions;
 };
 
-class Vessel final : public CBaseVessel
+/// A vessel and what the project says of it; it never changes.
+class Vessel final : public CBaseVessel, private CPrsConfiguration
 {
 public:
     explicit Vessel(VesselSetup setup) : m_setup(std::move(setup)) {}
 
     unsigned short GetVesselNumber() const override { return m_setup.number; }
+    CPrsConfiguration const* GetConfiguration() const override { return this; }
     VesselSetup const& Setup() const { return m_setup; }
 
 private:
+    bool GetItem(CString const& section, CString const& key, CString& value) const override;
+    bool GetItem(CString const& section, CString const& key, bool& value) const override;
+
     VesselSetup m_setup;
 };
 

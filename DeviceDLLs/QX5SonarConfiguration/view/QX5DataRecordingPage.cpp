@@ -1,0 +1,110 @@
+// The page "Data Recording": two commands that wait for the sonar's answer, and how the recording stands.
+#include "QX5DataRecordingPage.h"
+
+#include "QX5SonarConfigurationView.h"
+#include "page_controls.h"
+#include "ui_QX5DataRecordingPage.h"
+
+#include <VordalAttributesR/CVordalType.h>
+#include <VordalBaseR/Formatting.h>
+#include <VordalConfigureR/DataDefinition.h>
+
+#include <protocol/records/all.h>
+
+namespace keys = qx5::protocol::keys;
+
+namespace {
+
+constexpr int stateIdle = 0;
+constexpr int stateRecording = 1;
+
+/// The item of the sonar's data whose values are the states of the recording.
+constexpr unsigned short recordingStateItem = 2701;
+
+void ShowText(QLineEdit& field, QString const& text)
+{
+    if (field.text() != text) {
+        field.setText(text);
+        // Long names show from their beginning, and whole beside the field.
+        field.setCursorPosition(0);
+        field.setToolTip(text);
+    }
+}
+
+} // namespace
+
+QX5DataRecordingPage::QX5DataRecordingPage(QX5SonarConfigurationView& view, QWidget* parent)
+    : QWidget(parent), m_view(view), m_ui(std::make_unique<Ui::QX5DataRecordingPage>())
+{
+    m_ui->setupUi(this);
+    connect(m_ui->id28079, &QCheckBox::clicked, this, [this] { OnSyncClicked(); });
+    connect(m_ui->id28080, &QPushButton::clicked, this, [this] { OnStart(); });
+    connect(m_ui->id28081, &QPushButton::clicked, this, [this] { OnStop(); });
+    RefreshSync();
+}
+
+QX5DataRecordingPage::~QX5DataRecordingPage() = default;
+
+void QX5DataRecordingPage::RefreshSync()
+{
+    m_syncRecording = qx5::ReadValue<keys::SyncDataRecording>(m_view.DeviceAttributes(), false);
+    m_ui->id28079->setChecked(m_syncRecording);
+}
+
+void QX5DataRecordingPage::UpdateStatus(int state, CString const& directory, CString const& file, int diskFree,
+                                        std::int64_t fileSize)
+{
+    if (m_syncRecording) {
+        m_recordingState = state;
+        EnableButtons(false, false);
+    } else if (state != m_recordingState) {
+        EnableButtons(state == stateIdle, state == stateRecording);
+        m_recordingState = state;
+    }
+    if (m_stateNames.empty()) {
+        ReadStateNames();
+    }
+    if (state >= 0 && static_cast<std::size_t>(state) < m_stateNames.size()) {
+        ShowText(*m_ui->id28082, qx5::ToQString(m_stateNames[static_cast<std::size_t>(state)]));
+    }
+    ShowText(*m_ui->id28086, QString::number(diskFree) + QStringLiteral(" %"));
+    ShowText(*m_ui->id28085, qx5::ToQString(FormatByteSize(fileSize)));
+    ShowText(*m_ui->id28083, qx5::ToQString(directory));
+    ShowText(*m_ui->id28084, qx5::ToQString(file));
+}
+
+void QX5DataRecordingPage::ReadStateNames()
+{
+    auto const& definition = DataDefinition::GetDataDefinition();
+    auto const group = m_view.DeviceId().GetGroupId();
+    CString name;
+    for (int i = 0; definition.GetGroupItemMapTxt(group, recordingStateItem, i, name); ++i) {
+        m_stateNames.push_back(name);
+    }
+}
+
+void QX5DataRecordingPage::EnableButtons(bool start, bool stop)
+{
+    m_ui->id28080->setEnabled(start);
+    m_ui->id28081->setEnabled(stop);
+}
+
+void QX5DataRecordingPage::OnStart()
+{
+    EnableButtons(false, false);
+    m_view.SendRequestValue(keys::x5DataRecording.text, CVordalInt(stateRecording));
+}
+
+void QX5DataRecordingPage::OnStop()
+{
+    EnableButtons(false, false);
+    m_view.SendRequestValue(keys::x5DataRecording.text, CVordalInt(stateIdle));
+}
+
+void QX5DataRecordingPage::OnSyncClicked()
+{
+    bool const checked = m_ui->id28079->isChecked();
+    m_syncRecording = checked;
+    m_view.SendRequestValue(keys::SyncDataRecording.text, CVordalBool(checked));
+    EnableButtons(!checked && m_recordingState == stateIdle, !checked && m_recordingState == stateRecording);
+}

@@ -1,0 +1,42 @@
+// The page "Data Recording": starts and stops the sonar's own recording and shows how it stands.
+#pragma once
+
+#include <VordalBaseR/CString.h>
+
+#include <QWidget>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+class QX5SonarConfigurationView;
+
+namespace Ui {
+class QX5DataRecordingPage;
+}
+
+/// Two commands, one option, five read-only fields. Window thread.
+class QX5DataRecordingPage : public QWidget
+{
+public:
+    QX5DataRecordingPage(QX5SonarConfigurationView& view, QWidget* parent);
+    ~QX5DataRecordingPage() override;
+
+    /// Takes the option from the view's copy of the device's tree.
+    void RefreshSync();
+    /// `state`: 0 idle, 1 recording, others neither. `diskFree` in percent, `fileSize` in bytes.
+    void UpdateStatus(int state, CString const& directory, CString const& file, int diskFree, std::int64_t fileSize);
+
+private:
+    void OnStart();
+    void OnStop();
+    void OnSyncClicked();
+    void EnableButtons(bool start, bool stop);
+    void ReadStateNames();
+
+    QX5SonarConfigurationView& m_view;
+    std::unique_ptr<Ui::QX5DataRecordingPage> m_ui;
+    int m_recordingState = 5;
+    bool m_syncRecording = false;
+    std::vector<CString> m_stateNames;
+};

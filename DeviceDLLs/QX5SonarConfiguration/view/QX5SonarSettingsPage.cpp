@@ -1,0 +1,601 @@
+// The page "Sonar Settings": how its sliders, lists and buttons stand for values of the sonar.
+#include "QX5SonarSettingsPage.h"
+
+#include "QX5SonarConfigurationView.h"
+#include "page_controls.h"
+#include "ui_QX5SonarSettingsPage.h"
+#include "value_text.h"
+
+#include <VordalAttributesR/CVordalType.h>
+
+#include <protocol/records/all.h>
+#include <protocol/settings_keys.h>
+
+#include <QSignalBlocker>
+
+#include <algorithm>
+#include <cmath>
+
+namespace keys = qx5::protocol::keys;
+
+using qx5::FixedText;
+using qx5::FloorToInt;
+using qx5::PositionAfter;
+using qx5::ReadValue;
+using qx5::ScrollKind;
+using qx5::ScrollSlider;
+using qx5::protocol::NarrowToFloat;
+using qx5::protocol::TruncateToInt32;
+
+namespace {
+
+/// The steps of the range slider until the sonar gives its own, in metres.
+constexpr double defaultRangeSet[]{2.5,  5,    8,    10,   15,   20,   25,    30,    35,   40,   50,
+                                   75,   100,  125,  150,  175,  200,  250,   300,   350,  400,  500,
+                                   750,  1000, 1250, 1500, 1750, 2000, 2500,  3000,  3500, 4000, 4500,
+                                   5000, 5500, 6000, 6500, 7000, 7500, 10000, 12500, 15000};
+
+constexpr int pulseLengthSteps = 30000;
+constexpr int quarterDegreesPerPage = 8;
+
+/// Values of "x5GainMode" that the page offers.
+constexpr int gainModeTimeVaried = 0;
+constexpr int gainModeFixed = 2;
+
+/// The value of "x5SystemMode" with which the tracker runs.
+constexpr int systemModeTracker = 1;
+
+/// Power of ten as an integer, 0 below 1; saturates.
+int PowerOfTen(double exponent)
+{
+    return TruncateToInt32(std::pow(10.0, exponent));
+}
+
+/// How many of the first `count` entries are not greater than `value`, before the first that is, less one: the position
+/// that stands for the value.
+template <typename List>
+int PositionInList(List const& list, std::size_t count, double value)
+{
+    auto const end = list.begin() + static_cast<std::ptrdiff_t>(count);
+    auto const greater = std::find_if(list.begin(), end, [value](double entry) { return entry > value; });
+    return static_cast<int>(greater - list.begin()) - 1;
+}
+
+QString PulseLengthText(int microseconds)
+{
+    return microseconds >= 1000 ? FixedText(microseconds / 1000.0, 2) + QStringLiteral(" ms")
+                                : QString::number(microseconds) + QStringLiteral(" \u00B5s");
+}
+
+QString Degrees(double value, int decimals)
+{
+    return FixedText(value, decimals) + QStringLiteral("\u00B0");
+}
+
+} // namespace
+
+QX5SonarSettingsPage::QX5SonarSettingsPage(QX5SonarConfigurationView& view, QWidget* parent)
+    : QWidget(parent), m_view(view), m_ui(std::make_unique<Ui::QX5SonarSettingsPage>())
+{
+    m_ui->setupUi(this);
+    beamWidthX = limits.beamWidthXMin;
+    beamWidthZ = limits.beamWidthZMin;
+    limits.rangeSet.assign(std::begin(defaultRangeSet), std::end(defaultRangeSet));
+    limits.rangeMin = limits.rangeSet.front();
+    limits.rangeMax = limits.rangeSet.back();
+    qx5::FillList(*m_ui->id28088, QStringLiteral("CW,FM"));
+    qx5::ReserveWidth(*m_ui->id16940, QStringLiteral("15000.0 m"));
+    qx5::LeaveWheelToPage(*m_ui->id28076);
+    qx5::LeaveWheelToPage(*m_ui->id28088);
+    ConnectControls();
+    RefreshControls();
+}
+
+QX5SonarSettingsPage::~QX5SonarSettingsPage() = default;
+
+void QX5SonarSettingsPage::ConnectControls()
+{
+    connect(m_ui->id16926, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnRangeScrolled);
+    connect(m_ui->id16927, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnPowerScrolled);
+    connect(m_ui->id16928, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnPingRateScrolled);
+    connect(m_ui->id16929, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnGainScrolled);
+    connect(m_ui->id16930, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnBeamWidthScrolled);
+    connect(m_ui->id16932, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnSteeringScrolled);
+    connect(m_ui->id16931, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnPulseLengthScrolled);
+    connect(m_ui->id28076, &QComboBox::activated, this, [this](int index) {
+        if (index >= 0) {
+            m_view.SendRequestValue(keys::DeviceEnum.text, CVordalInt(m_ui->id28076->itemData(index).toInt()));
+        }
+    });
+    connect(m_ui->id28088, &QComboBox::activated, this, [this](int index) {
+        if (index >= 0) {
+            m_pulseType = index;
+            m_view.SendRequestValue(keys::x5PulseType.text, CVordalInt(index));
+        }
+    });
+    connect(m_ui->id28090, &QRadioButton::clicked, this, [this] { OnGainModeClicked(gainModeTimeVaried); });
+    connect(m_ui->id28091, &QRadioButton::clicked, this, [this] { OnGainModeClicked(gainModeFixed); });
+    auto const onFilterGate = [this] {
+        m_ui->id28109->setChecked(false);
+        OnGatesClicked();
+    };
+    connect(m_ui->id28107, &QPushButton::clicked, this, onFilterGate);
+    connect(m_ui->id28108, &QPushButton::clicked, this, onFilterGate);
+    connect(m_ui->id28109, &QPushButton::clicked, this, [this] {
+        m_ui->id28107->setChecked(false);
+        m_ui->id28108->setChecked(false);
+        OnGatesClicked();
+    });
+    connect(m_ui->id28128, &QCheckBox::clicked, this, [this](bool checked) {
+        CAttributeMap request;
+        request.Append(
+            new CAttributeMap(qx5::HashedKey<keys::PingOnlyDuringScan>, VordalTypeCreator::MakeValue(checked)));
+        m_view.SendRequest(request);
+    });
+}
+
+// Limits
+
+void QX5SonarSettingsPage::RefreshControls()
+{
+    ApplyLimits();
+    SelectOperationMode(deviceEnum);
+    m_forceUpdate = true;
+    UpdateRange(m_range);
+    UpdatePower(m_power);
+    UpdatePingRate(m_maxPingRate, m_pingOnOffState);
+    UpdateGainMode(m_gainMode);
+    UpdateGain(m_gain);
+    UpdateBeamWidth(NarrowToFloat(beamWidthX), NarrowToFloat(beamWidthZ));
+    UpdatePulseLength(m_pulseLength);
+    UpdateBeamSteering(m_steerVertical, m_steerHorizontal);
+    m_forceUpdate = false;
+}
+
+void QX5SonarSettingsPage::ApplyLimits()
+{
+    m_ui->id28128->setVisible(m_mountedOnPanAndTilt > 0);
+
+    auto const steps = static_cast<int>(std::min<std::size_t>(limits.rangeSet.size(), 1U << 30));
+    m_ui->id16926->setRange(0, std::max(steps - 1, 0));
+    m_ui->id16926->setValue(0);
+    m_ui->id16927->setRange(
+        0, TruncateToInt32(std::floor(limits.powerMax + 0.001) - std::floor(limits.powerMin + 0.001) + 1.0));
+    m_ui->id16927->setValue(10);
+    m_ui->id16931->setRange(0, pulseLengthSteps);
+    if (m_pulseLength == -1.0F) {
+        m_ui->id16931->setValue(1000);
+    }
+    m_ui->id28088->setCurrentIndex(m_pulseType);
+    m_ui->id28088->setEnabled(limits.chirp != 0);
+    ApplyBeamLimits();
+    ApplyPingRateLimits();
+    m_ui->id28090->setEnabled(limits.fixedGainAvailable);
+    m_ui->id28091->setEnabled(limits.fixedGainAvailable);
+    UpdateGainMode(m_gainMode);
+    m_ui->id16937->setText(FixedText(limits.rangeMin, 1));
+    m_ui->id16936->setText(FixedText(limits.rangeMax, 1));
+    m_ui->id16940->setText(FixedText(m_range, 1) + QStringLiteral(" m"));
+    m_ui->id16939->setText(FixedText(limits.powerMax, 0));
+    // The value at position 10.
+    m_ui->id16941->setText(FixedText(limits.powerMin + 9.0, 0) + QStringLiteral(" dB"));
+    ApplyPulseLengthLimits();
+    FillOperationModes();
+}
+
+void QX5SonarSettingsPage::ApplyBeamLimits()
+{
+    m_ui->id16930->setRange(0, limits.beamWidthXCount - 1);
+    m_ui->id16930->setValue(0);
+    if (limits.steerMaxX > 0.0F) {
+        m_ui->id16932->setRange(TruncateToInt32(4.0 * std::floor(limits.steerMinX + 0.01)),
+                                TruncateToInt32(4.0 * std::floor(limits.steerMaxX + 0.01)));
+        m_ui->id16932->setValue(0);
+    }
+    for (QWidget* control : {static_cast<QWidget*>(m_ui->id16930), static_cast<QWidget*>(m_ui->id16946),
+                             static_cast<QWidget*>(m_ui->id16948), static_cast<QWidget*>(m_ui->id16933),
+                             static_cast<QWidget*>(m_ui->id16947)}) {
+        control->setVisible(limits.beamWidthVariable);
+    }
+    if (limits.beamWidthVariable) {
+        m_ui->id16946->setText(Degrees(beamWidthX, 1));
+    }
+    m_ui->id16948->setText(Degrees(limits.beamWidthXMin, 1));
+    m_ui->id16933->setText(Degrees(limits.beamWidthXMax, 1));
+    for (QWidget* control : {static_cast<QWidget*>(m_ui->id16932), static_cast<QWidget*>(m_ui->id16955),
+                             static_cast<QWidget*>(m_ui->id16956), static_cast<QWidget*>(m_ui->id16953),
+                             static_cast<QWidget*>(m_ui->id16954)}) {
+        control->setVisible(limits.steerable);
+    }
+    m_ui->id16955->setText(Degrees(limits.steerMinX, 0));
+    m_ui->id16956->setText(Degrees(limits.steerMaxX, 0));
+}
+
+void QX5SonarSettingsPage::ApplyPingRateLimits()
+{
+    // Whatever the sonar says: the operator must be able to stop it.
+    limits.pingRateMin = 0.0F;
+    if (limits.freeRun) {
+        m_ui->id16928->setRange(0, 1);
+        m_ui->id16928->setValue(1);
+        m_ui->id16950->setText(QStringLiteral("MAX"));
+        m_ui->id16949->setText(QStringLiteral("OFF"));
+    } else {
+        float const steps = limits.pingRateRatio * limits.pingRateMax;
+        m_ui->id16928->setRange(0, FloorToInt(steps));
+        m_ui->id16928->setValue(50);
+        m_ui->id16950->setText(FixedText(limits.pingRateMax, 0));
+        m_ui->id16949->setText(FixedText(limits.pingRateMin, 0));
+    }
+}
+
+void QX5SonarSettingsPage::ApplyPulseLengthLimits()
+{
+    if (limits.pulseLengthMax < 0.001) {
+        m_ui->id16943->setText(FixedText(limits.pulseLengthMin * 1e6, 0) + QStringLiteral(" \u00B5s"));
+        m_ui->id16944->setText(FixedText(limits.pulseLengthMax * 1e6, 0) + QStringLiteral(" \u00B5s"));
+    } else {
+        m_ui->id16943->setText(FixedText(limits.pulseLengthMin * 1000.0, 2) + QStringLiteral(" ms"));
+        m_ui->id16944->setText(FixedText(limits.pulseLengthMax * 1000.0, 1) + QStringLiteral(" ms"));
+    }
+}
+
+void QX5SonarSettingsPage::FillOperationModes()
+{
+    QSignalBlocker const quiet(m_ui->id28076);
+    m_ui->id28076->clear();
+    for (auto const& [name, enumerator] : operationModes) {
+        m_ui->id28076->addItem(name, enumerator);
+    }
+    m_ui->id28076->setCurrentIndex(-1);
+}
+
+// Values
+
+void QX5SonarSettingsPage::SelectOperationMode(int enumerator)
+{
+    for (int i = 0; i < m_ui->id28076->count(); ++i) {
+        if (m_ui->id28076->itemData(i).toInt() == enumerator) {
+            m_ui->id28076->setCurrentIndex(i);
+            return;
+        }
+    }
+}
+
+void QX5SonarSettingsPage::EnableOperationModes(bool enabled)
+{
+    m_ui->id28076->setEnabled(enabled);
+}
+
+void QX5SonarSettingsPage::UpdateRange(float metres)
+{
+    if (!m_forceUpdate && metres == m_range) {
+        return;
+    }
+    m_range = metres;
+    m_ui->id16926->setValue(PositionInList(limits.rangeSet, limits.rangeSet.size(), metres));
+    m_ui->id16940->setText(FixedText(metres, 1) + QStringLiteral(" m"));
+}
+
+void QX5SonarSettingsPage::ShowPower(bool off, double decibel)
+{
+    m_ui->id16941->setText(off ? QStringLiteral("OFF") : FixedText(decibel, 0) + QStringLiteral(" dB"));
+}
+
+void QX5SonarSettingsPage::UpdatePower(float decibel)
+{
+    if (!m_forceUpdate && decibel == m_power) {
+        return;
+    }
+    m_power = decibel;
+    bool const off = decibel < 0.1;
+    m_ui->id16927->setValue(off ? 0 : TruncateToInt32(std::floor(decibel) - limits.powerMin + 1.0));
+    ShowPower(off, decibel);
+}
+
+void QX5SonarSettingsPage::UpdatePingRate(float pingsPerSecond, unsigned state)
+{
+    if (!m_forceUpdate && pingsPerSecond == m_maxPingRate && state == m_pingOnOffState) {
+        return;
+    }
+    m_pingOnOffState = state;
+    m_maxPingRate = pingsPerSecond < 0.0F ? 0.0F : pingsPerSecond;
+    float const steps = limits.pingRateRatio * pingsPerSecond;
+    if (state == 0 || steps < 1.0F) {
+        m_ui->id16928->setValue(0);
+        m_ui->id16952->setText(QStringLiteral("OFF"));
+        return;
+    }
+    float const position = limits.pingRateRatio * m_maxPingRate;
+    m_ui->id16928->setValue(FloorToInt(position));
+    m_ui->id16952->setText(limits.freeRun ? QStringLiteral("MAX")
+                                          : FixedText(m_maxPingRate, 1) + QStringLiteral(" p/s"));
+}
+
+void QX5SonarSettingsPage::UpdateGainMode(int mode)
+{
+    if (!m_forceUpdate && mode == m_gainMode) {
+        return;
+    }
+    m_gainMode = mode;
+    qx5::SetChecked(*m_ui->id28090, mode == gainModeTimeVaried);
+    qx5::SetChecked(*m_ui->id28091, mode == gainModeFixed);
+    double const least = mode == gainModeFixed ? limits.fixedGainMin : limits.gainMin;
+    double const greatest = mode == gainModeFixed ? limits.fixedGainMax : limits.gainMax;
+    m_ui->id16929->setRange(FloorToInt(least + 0.001), FloorToInt(greatest + 0.001));
+    m_ui->id16929->setValue(FloorToInt(m_gain));
+    m_ui->id16958->setText(FixedText(least, 1));
+    m_ui->id16959->setText(FixedText(greatest, 1));
+}
+
+void QX5SonarSettingsPage::UpdateGain(float decibel)
+{
+    if (!m_forceUpdate && decibel == m_gain) {
+        return;
+    }
+    m_gain = decibel;
+    m_ui->id16929->setValue(FloorToInt(decibel));
+    m_ui->id16957->setText(FixedText(decibel, 1) + QStringLiteral(" dB"));
+}
+
+void QX5SonarSettingsPage::UpdateBeamWidth(float x, float z)
+{
+    if (!m_forceUpdate && x == beamWidthX && z == beamWidthZ) {
+        return;
+    }
+    beamWidthX = x;
+    beamWidthZ = z;
+    m_ui->id16930->setValue(
+        PositionInList(limits.beamWidthXList, static_cast<std::size_t>(limits.beamWidthXCount), x + 0.001));
+    m_ui->id16946->setText(Degrees(x, 1));
+}
+
+void QX5SonarSettingsPage::UpdateBeamSteering(float vertical, float horizontal)
+{
+    if (!m_forceUpdate && vertical == m_steerVertical && horizontal == m_steerHorizontal) {
+        return;
+    }
+    // The minima are offered when limits arrive; they must not replace a value that the sonar has told.
+    bool const areMinima = vertical == limits.steerMinX && horizontal == limits.steerMinZ;
+    if (areMinima && m_steerVertical != -1.0F && m_steerHorizontal != -1.0F) {
+        return;
+    }
+    m_steerVertical = vertical;
+    m_steerHorizontal = horizontal;
+    m_ui->id16932->setValue(TruncateToInt32(4.0F * vertical));
+    m_ui->id16953->setText(Degrees(vertical, 2));
+}
+
+void QX5SonarSettingsPage::SelectPulseType(int type)
+{
+    m_pulseType = type;
+    m_ui->id28088->setCurrentIndex(type);
+}
+
+void QX5SonarSettingsPage::UpdatePulseLength(float seconds)
+{
+    if (m_pulseUpdatesToIgnore >= 1) {
+        --m_pulseUpdatesToIgnore;
+        return;
+    }
+    if (!m_forceUpdate && seconds == m_pulseLength) {
+        return;
+    }
+    if (TruncateToInt32(seconds) == -1) {
+        return;
+    }
+    m_pulseLength = seconds;
+    m_pulseLengthLogMin = std::log10(limits.pulseLengthMin);
+    m_pulseLengthLogMax = std::log10(limits.pulseLengthMax);
+    m_pulseLengthMicroseconds = FloorToInt(seconds * 1e6 + 0.5);
+    ShowPulseLength();
+    SetPulseLengthPosition();
+}
+
+void QX5SonarSettingsPage::ShowPulseLength()
+{
+    m_ui->id16945->setText(PulseLengthText(m_pulseLengthMicroseconds));
+}
+
+void QX5SonarSettingsPage::SetPulseLengthPosition()
+{
+    double const least = m_ui->id16931->minimum();
+    double const greatest = m_ui->id16931->maximum();
+    double const value = m_pulseLength;
+    m_ui->id16931->setValue(TruncateToInt32(least + (greatest - least) * (std::log10(value) - m_pulseLengthLogMin) /
+                                                        (m_pulseLengthLogMax - m_pulseLengthLogMin)));
+}
+
+void QX5SonarSettingsPage::ShowGates(bool depth, bool range, bool adaptive)
+{
+    m_ui->id28107->setChecked(depth);
+    m_ui->id28108->setChecked(range);
+    m_ui->id28109->setChecked(adaptive);
+}
+
+void QX5SonarSettingsPage::ShowScanOption(int mounted, bool pingOnlyDuringScan)
+{
+    m_mountedOnPanAndTilt = mounted;
+    m_ui->id28128->setVisible(mounted > 0);
+    m_ui->id28128->setChecked(pingOnlyDuringScan);
+}
+
+void QX5SonarSettingsPage::UpdateTrackerLocks(CAttributeMap const& tree)
+{
+    bool const tracks = ReadValue<keys::x5SystemMode>(tree, 0) == systemModeTracker;
+    bool const powerGain = tracks && ReadValue<keys::x5TrackerPowerGainEnabled>(tree, false);
+    m_ui->id16929->setEnabled(!powerGain);
+    m_ui->id16927->setEnabled(!powerGain);
+    m_ui->id16926->setEnabled(!(tracks && ReadValue<keys::x5TrackerRangeEnabled>(tree, false)));
+    m_ui->id16931->setEnabled(!(tracks && ReadValue<keys::x5TrackerPulseLengthEnabled>(tree, false)));
+}
+
+// What the operator does. In a slider event the value is stored and shown, then requested, and the slider follows last:
+// the echo reaches this page within the request.
+
+void QX5SonarSettingsPage::OnRangeScrolled(ScrollKind kind, int position)
+{
+    if (kind == ScrollKind::ThumbReleased) {
+        return;
+    }
+    int const p = PositionAfter(*m_ui->id16926, kind, position);
+    if (p >= 0 && static_cast<std::size_t>(p) < limits.rangeSet.size()) {
+        m_range = NarrowToFloat(limits.rangeSet[static_cast<std::size_t>(p)]);
+    }
+    m_ui->id16940->setText(FixedText(m_range, 1) + QStringLiteral(" m"));
+    if (kind == ScrollKind::EndOfScrolling) {
+        m_view.SendRequestValue(keys::x5Range.text, CVordalDouble(m_range));
+    }
+    m_ui->id16926->setValue(p);
+}
+
+void QX5SonarSettingsPage::OnPowerScrolled(ScrollKind kind, int position)
+{
+    if (kind == ScrollKind::ThumbReleased) {
+        return;
+    }
+    int const p = PositionAfter(*m_ui->id16927, kind, position);
+    m_power = p == 0 ? 0.0F : NarrowToFloat(limits.powerMin + p - 1.0);
+    ShowPower(p == 0, m_power);
+    if (kind == ScrollKind::EndOfScrolling) {
+        m_view.SendRequestValue(keys::x5Power.text, CVordalDouble(m_power));
+    }
+    m_ui->id16927->setValue(p);
+}
+
+void QX5SonarSettingsPage::OnGainScrolled(ScrollKind kind, int position)
+{
+    if (kind == ScrollKind::ThumbReleased) {
+        return;
+    }
+    int const p = PositionAfter(*m_ui->id16929, kind, position);
+    m_gain = static_cast<float>(p);
+    m_ui->id16957->setText(FixedText(m_gain, 1) + QStringLiteral(" dB"));
+    if (kind == ScrollKind::EndOfScrolling) {
+        m_view.SendRequestValue(keys::x5Gain.text, CVordalDouble(m_gain));
+    }
+    m_ui->id16929->setValue(p);
+}
+
+void QX5SonarSettingsPage::OnBeamWidthScrolled(ScrollKind kind, int position)
+{
+    if (kind == ScrollKind::ThumbReleased) {
+        return;
+    }
+    int const p = PositionAfter(*m_ui->id16930, kind, position);
+    beamWidthX = limits.beamWidthXList[static_cast<std::size_t>(std::clamp(p, 0, MaxBeamWidths - 1))];
+    m_ui->id16946->setText(Degrees(beamWidthX, 1));
+    if (kind == ScrollKind::EndOfScrolling) {
+        m_view.SendRequestValue(keys::x5BeamWidthX.text, CVordalDouble(beamWidthX));
+    }
+    m_ui->id16930->setValue(p);
+}
+
+void QX5SonarSettingsPage::OnSteeringScrolled(ScrollKind kind, int position)
+{
+    if (kind == ScrollKind::ThumbReleased) {
+        return;
+    }
+    int const p = PositionAfter(*m_ui->id16932, kind, position, quarterDegreesPerPage);
+    m_steerVertical = NarrowToFloat(p * 0.25);
+    m_ui->id16953->setText(Degrees(m_steerVertical, 2));
+    if (kind == ScrollKind::EndOfScrolling) {
+        m_view.SendRequestValue(keys::x5BeamSteer.text, CVordalDouble2D(m_steerVertical, m_steerHorizontal));
+    }
+    m_ui->id16932->setValue(p);
+}
+
+void QX5SonarSettingsPage::OnPingRateScrolled(ScrollKind kind, int position)
+{
+    if (kind == ScrollKind::ThumbReleased) {
+        return;
+    }
+    int const p = PositionAfter(*m_ui->id16928, kind, position);
+    if (kind == ScrollKind::EndOfScrolling) {
+        // The rate that the event before this one left.
+        m_view.SendRequestValue(keys::x5MaxPingRate.text, CVordalDouble(m_maxPingRate));
+        if (m_maxPingRate > 0.0F && p != 0 && m_pingOnOffState == 0) {
+            m_pingOnOffState = 1;
+            m_view.SendRequestValue(keys::x5PingOnOffState.text, CVordalInt(1));
+        }
+    }
+    // A sonar without a ratio has a slider without a way to go.
+    m_maxPingRate = p == 0 ? 0.0F : static_cast<float>(p) / limits.pingRateRatio;
+    m_ui->id16952->setText(m_maxPingRate == 0.0F ? QStringLiteral("OFF")
+                           : limits.freeRun      ? QStringLiteral("MAX")
+                                                 : FixedText(m_maxPingRate, 1) + QStringLiteral(" p/s"));
+    m_ui->id16928->setValue(p);
+}
+
+int QX5SonarSettingsPage::PulseLengthAfter(ScrollKind kind, int position) const
+{
+    int const now = m_pulseLengthMicroseconds;
+    // A tenth of the decade that the length lies in.
+    long long const step = PowerOfTen(std::floor(std::log10(static_cast<double>(now)))) / 10;
+    auto const moved = [now](long long by) { return TruncateToInt32(static_cast<double>(now + by)); };
+    switch (kind) {
+    case ScrollKind::LineLeft:
+        return moved(-step);
+    case ScrollKind::LineRight:
+        return moved(step);
+    case ScrollKind::PageLeft:
+        return moved(-5 * step);
+    case ScrollKind::PageRight:
+        return moved(5 * step);
+    case ScrollKind::ThumbMoving: {
+        auto const least = static_cast<float>(m_ui->id16931->minimum());
+        auto const greatest = static_cast<float>(m_ui->id16931->maximum());
+        float const part = (static_cast<float>(position) - least) / (greatest - least);
+        return TruncateToInt32(
+            std::pow(10.0, part * (m_pulseLengthLogMax - m_pulseLengthLogMin) + m_pulseLengthLogMin) * 1e6);
+    }
+    case ScrollKind::ToLeftEnd:
+        return TruncateToInt32(limits.pulseLengthMin * 1e6);
+    case ScrollKind::ToRightEnd:
+        return TruncateToInt32(limits.pulseLengthMax * 1e6);
+    case ScrollKind::ThumbReleased:
+    case ScrollKind::EndOfScrolling:
+        break;
+    }
+    return now;
+}
+
+void QX5SonarSettingsPage::OnPulseLengthScrolled(ScrollKind kind, int position)
+{
+    if (kind == ScrollKind::ThumbReleased) {
+        // The end of scrolling, which follows, writes it again.
+        m_ui->id16945->clear();
+        return;
+    }
+    int length = PulseLengthAfter(kind, position);
+    if (kind != ScrollKind::EndOfScrolling) {
+        // Down to two digits.
+        if (int const unit = PowerOfTen(std::floor(std::log10(static_cast<double>(length))) - 1.0); unit > 0) {
+            length = length / unit * unit;
+        }
+        if (length / 1e6 > limits.pulseLengthMax) {
+            length = TruncateToInt32(limits.pulseLengthMax * 1e6);
+        } else if (length / 1e6 < limits.pulseLengthMin) {
+            length = TruncateToInt32(limits.pulseLengthMin * 1e6);
+        }
+    }
+    m_pulseLengthMicroseconds = length;
+    ShowPulseLength();
+    m_pulseLength = static_cast<float>(length) / 1e6F;
+    m_pulseUpdatesToIgnore = 2;
+    if (kind == ScrollKind::EndOfScrolling) {
+        m_view.SendRequestValue(keys::x5PulseLength.text, CVordalDouble(m_pulseLength));
+    }
+    SetPulseLengthPosition();
+}
+
+void QX5SonarSettingsPage::OnGainModeClicked(int mode)
+{
+    UpdateGainMode(mode);
+    m_view.SendRequestValue(keys::x5GainMode.text, CVordalInt(m_gainMode));
+}
+
+void QX5SonarSettingsPage::OnGatesClicked()
+{
+    m_view.RequestGateEnables(m_ui->id28107->isChecked(), m_ui->id28108->isChecked(), m_ui->id28109->isChecked());
+}
