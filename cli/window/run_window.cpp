@@ -5,6 +5,7 @@
 #include "cli/session.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
+#include "reference_host/host/log.h"
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
 #include "reference_host/window/view_frame.h"
@@ -80,6 +81,14 @@ private:
     std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
 };
 
+/// What the toolkit has to say goes where the host's reports go; its remarks on the platform go nowhere.
+void TakeToolkitMessage(QtMsgType type, QMessageLogContext const&, QString const& text)
+{
+    if (type == QtCriticalMsg || type == QtFatalMsg) {
+        vordal::Log(vordal::LogLevel::Error, "window: " + text.toStdString());
+    }
+}
+
 /// Runs the event loop until the condition holds; false when it does not within the limit.
 template <typename Condition>
 bool RunUntil(Condition condition, std::chrono::milliseconds limit)
@@ -99,7 +108,7 @@ bool RunUntil(Condition condition, std::chrono::milliseconds limit)
 int TakePicture(RunOptions const& options, vordal::MainWindow& window, vordal::ViewFrame& frame)
 {
     auto const device = window.ShownDevice();
-    auto const isConnected = [&] { return window.Devices().StatusOf(device) == QStringLiteral("connected"); };
+    auto const isConnected = [&] { return window.Devices().StateOf(device) == vordal::LinkState::Connected; };
     if (!RunUntil([&] { return isConnected() && window.Attributes().Model().NodeCount() > 0; }, 10s)) {
         return Complain(ExitFailed, "no picture: the sonar is not connected");
     }
@@ -160,6 +169,7 @@ int RunWindow(RunOptions const& options)
     int argc = 1;
     char name[] = "qx5";
     char* argv[] = {name, nullptr};
+    qInstallMessageHandler(TakeToolkitMessage);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("qx5"));
 

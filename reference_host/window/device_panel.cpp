@@ -72,7 +72,8 @@ QIcon MarkOf(QPalette const& palette, LinkState state, qreal ratio)
 QString StatusText(LinkStatus const& status)
 {
     auto text = QString::fromUtf8(ToText(status.state).data(), static_cast<qsizetype>(ToText(status.state).size()));
-    if (!status.reason.empty()) {
+    // Of a connection that stands the reason is where it goes, which the list tells anyway.
+    if (!status.reason.empty() && status.state != LinkState::Connected) {
         text += QStringLiteral(": ") + QString::fromStdString(status.reason);
     }
     if (status.state == LinkState::Waiting && status.retryIn.count() > 0) {
@@ -105,7 +106,7 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
         }
     }
     m_list->expandAll();
-    m_list->setMinimumWidth(m_list->fontMetrics().averageCharWidth() * 30);
+    m_list->setMinimumWidth(m_list->fontMetrics().averageCharWidth() * 34);
 
     m_explained->setWordWrap(true);
     m_explained->setTextFormat(Qt::PlainText);
@@ -124,6 +125,9 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     connect(m_list, &QTreeWidget::currentItemChanged, this, &DevicePanel::Explain);
     Paint();
     m_list->resizeColumnToContents(0);
+    // A name that becomes the active vessel's or the shown sonar's is set in bold.
+    auto* const header = m_list->header();
+    header->resizeSection(0, header->sectionSize(0) + m_list->fontMetrics().averageCharWidth() * 2);
 }
 
 QTreeWidgetItem* DevicePanel::ItemOf(CDataId const& device) const
@@ -157,10 +161,10 @@ void DevicePanel::MarkActiveVessel(unsigned short number)
     Paint();
 }
 
-QString DevicePanel::StatusOf(CDataId const& device) const
+LinkState DevicePanel::StateOf(CDataId const& device) const
 {
-    auto const* const item = ItemOf(device);
-    return item != nullptr ? item->toolTip(1) : QString();
+    auto const found = std::find_if(m_rows.begin(), m_rows.end(), [&](Row const& row) { return row.id == device; });
+    return found != m_rows.end() ? found->status.state : LinkState::Closed;
 }
 
 void DevicePanel::Choose(QTreeWidgetItem const* item)

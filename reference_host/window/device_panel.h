@@ -49,8 +49,8 @@ public:
     void MarkActiveVessel(unsigned short number);
 
     std::vector<ListedVessel> const& Vessels() const { return m_vessels; }
-    /// What the list says of a device's connection; empty for one that is not listed.
-    QString StatusOf(CDataId const& device) const;
+    /// How a device's connection stands; Closed for one that is not listed.
+    LinkState StateOf(CDataId const& device) const;
 
 Q_SIGNALS:
     /// The operator has chosen a sonar, or a vessel by its number.

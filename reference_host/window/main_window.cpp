@@ -90,8 +90,8 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     // The view at its natural size, the docks with room to read.
     auto const character = fontMetrics().averageCharWidth();
     auto const line = fontMetrics().lineSpacing();
-    resize(character * 190, line * 52);
-    resizeDocks({devices, m_attributeDock}, {character * 34, character * 58}, Qt::Horizontal);
+    resize(character * 210, line * 56);
+    resizeDocks({devices, m_attributeDock}, {character * 38, character * 62}, Qt::Horizontal);
     resizeDocks({records}, {line * 14}, Qt::Vertical);
     m_timer->start(LookInterval);
 }

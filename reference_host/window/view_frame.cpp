@@ -68,8 +68,8 @@ std::optional<CDataId> ViewFrame::ShownDevice() const
 
 QSize ViewFrame::sizeHint() const
 {
-    // What the view is laid out for at least, and some air.
-    constexpr QSize natural(460, 560);
+    // What the view is laid out for at least is less; here all its tabs are in sight.
+    constexpr QSize natural(680, 560);
     return natural;
 }
 
