@@ -55,7 +55,7 @@ CAttributeMap SteeringAttributes()
     }
     attributes.Add(steering::PipeRouteSteeringDelay, CVordalInt(2));
     attributes.Add(steering::PipeRouteSteeringDiff, CVordalDouble(0.0));
-    attributes.Add(steering::RouteName, CVordalText(L""));
+    attributes.Add(steering::RouteName, CVordalText(L"Lane 1"));
     return attributes;
 }
 

@@ -3,7 +3,10 @@
 #include "appearance.h"
 
 #include <QApplication>
+#include <QPainter>
+#include <QProxyStyle>
 #include <QStyleFactory>
+#include <QStyleOption>
 
 #include <algorithm>
 
@@ -38,6 +41,40 @@ Colours const& ColoursOf(int lightMode)
     static constexpr Colours const* byMode[]{&darkest, &dark, &light, &lightest};
     return *byMode[std::clamp(lightMode, 1, 4) - 1];
 }
+
+/// The style, with outlines that are seen on dark ground, too: its own are darker than the window.
+class Style final : public QProxyStyle
+{
+public:
+    Style() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
+
+    void drawPrimitive(PrimitiveElement element, QStyleOption const* option, QPainter* painter,
+                       QWidget const* widget) const override
+    {
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+        bool const isRound = element == PE_IndicatorRadioButton;
+        if (!isRound && element != PE_IndicatorCheckBox && element != PE_FrameLineEdit) {
+            return;
+        }
+        if (option->palette.color(QPalette::Window).lightness() >= 128) {
+            return;
+        }
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        QColor edge = option->palette.color(QPalette::WindowText);
+        edge.setAlphaF((option->state & State_Enabled) != 0 ? 0.55F : 0.35F);
+        painter->setPen(edge);
+        painter->setBrush(Qt::NoBrush);
+        auto const frame = QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5);
+        if (isRound) {
+            auto const diameter = std::min(frame.width(), frame.height()) - 1;
+            painter->drawEllipse(frame.center(), diameter / 2, diameter / 2);
+        } else {
+            painter->drawRoundedRect(frame, 2, 2);
+        }
+        painter->restore();
+    }
+};
 
 } // namespace
 
@@ -79,7 +116,7 @@ QPalette PaletteOf(int lightMode)
 void WearLightMode(QApplication& application, int lightMode)
 {
     if (application.property("vordalStyled").isNull()) {
-        QApplication::setStyle(QStyleFactory::create("Fusion"));
+        QApplication::setStyle(new Style); // the application's from here on
         application.setProperty("vordalStyled", true);
     }
     QApplication::setPalette(PaletteOf(lightMode));
