@@ -111,6 +111,7 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     m_explained->setWordWrap(true);
     m_explained->setTextFormat(Qt::PlainText);
     m_explained->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    m_explained->setFocusPolicy(Qt::StrongFocus);
     m_explained->setAccessibleName(tr("The connection of the current device in full"));
     m_explained->setObjectName(QStringLiteral("deviceExplained"));
     m_explained->setMinimumHeight(m_explained->fontMetrics().lineSpacing() * 4);
