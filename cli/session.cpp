@@ -133,6 +133,7 @@ Session::Session(Listener listener) : m_listener(std::move(listener))
     m_host.SetObserver(this);
     m_host.SetApplication({.guid = {}, .mainWindow = false, .lightMode = 4, .displays = {}});
     m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    m_host.SetItemTexts(78, 2701, {L"Idle", L"Recording"}); // the states of recording
 }
 
 Session::~Session()

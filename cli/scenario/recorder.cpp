@@ -188,6 +188,21 @@ void Recorder::OnNotifyApplication(CDataId const& dataId)
     Add(JsonValue::Object({{"notify-app", WriteDataId(dataId)}}));
 }
 
+void Recorder::OnRenameDisplay(CString const& title)
+{
+    Add(JsonValue::Object({{"title", JsonValue::Text(Utf8FromWide(title.View()))}}));
+}
+
+void Recorder::OnRemoveDisplay(CString const& title)
+{
+    Add(JsonValue::Object({{"display-remove", JsonValue::Text(Utf8FromWide(title.View()))}}));
+}
+
+void Recorder::OnMessage(CString const& text)
+{
+    Add(JsonValue::Object({{"message", JsonValue::Text(Utf8FromWide(text.View()))}}));
+}
+
 void Recorder::OnOpenTargets(CString const& fileName)
 {
     Add(JsonValue::Object({{"open-targets", JsonValue::Text(Utf8FromWide(fileName.View()))}}));

@@ -64,6 +64,9 @@ public:
                       CString const& section) override;
     void OnSetLightMode(int mode, bool redraw) override;
     void OnNotifyApplication(CDataId const& dataId) override;
+    void OnRenameDisplay(CString const& title) override;
+    void OnRemoveDisplay(CString const& title) override;
+    void OnMessage(CString const& text) override;
     void OnOpenTargets(CString const& fileName) override;
     void OnCloseTargets(CString const& fileName) override;
     void OnTargetListRequested() override;

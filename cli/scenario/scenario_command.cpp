@@ -111,8 +111,8 @@ private:
         JsonPath const steps(path, "steps");
         for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
             if (!IsBuilt(scenario.steps[i].kind)) {
-                throw InvalidScenario(JsonPath(steps, i),
-                                      "step \"" + std::string(NameOf(scenario.steps[i].kind)) + "\" is not built yet");
+                throw InvalidScenario(JsonPath(steps, i), "step \"" + std::string(NameOf(scenario.steps[i].kind)) +
+                                                              "\" needs the view, which this build leaves out");
             }
         }
     }

@@ -6,6 +6,9 @@
 #include "cli/scenario/scenario_files.h"
 #include "cli/scenario/timezone.h"
 #include "cli/scenario/unicode.h"
+#if defined(QX5_VIEW)
+#include "cli/scenario/view_driver.h"
+#endif
 
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/host/clock.h"
@@ -36,6 +39,8 @@ namespace {
 /// The plug-in's device class, as it registers it.
 constexpr wchar_t const* sonarClass = L"QX5SonarConfigurationControlDevice";
 constexpr wchar_t const* plainClass = L"Device";
+/// The plug-in's view, as it registers it.
+[[maybe_unused]] constexpr wchar_t const* viewClass = L"QX5SonarConfigurationView";
 
 /// The events of the host's logger, on the general bus.
 constexpr wchar_t const* loggerStarts = L"$VordalHostloggerStartLogging$";
@@ -45,14 +50,11 @@ constexpr wchar_t const* loggerStops = L"$VordalHostloggerStopLogging$";
 constexpr unsigned short terminalGroup = 82;
 constexpr std::uint16_t terminalCodeItem = 2607;
 
-/// The plug-in went on doing something for longer than a step may wait.
-class NeverSettles : public std::runtime_error
+/// The scenario cannot go on; unlike what is thrown by the plug-in, this is no event of a step.
+class CannotGoOn : public std::runtime_error
 {
 public:
-    NeverSettles()
-        : std::runtime_error("the plug-in does not settle: something has happened again and again for a minute")
-    {
-    }
+    using std::runtime_error::runtime_error;
 };
 
 /// A host as a scenario sets it up. Its parts stand in the order in which they are built; they go in reverse.
@@ -70,6 +72,9 @@ public:
     /// Destroys the devices in their order.
     void TakeDown()
     {
+#if defined(QX5_VIEW)
+        m_view.reset();
+#endif
         // A host ends what the plug-in does by itself before it takes the devices away.
         if (m_plugin != nullptr) {
             m_plugin->ReleaseSonars();
@@ -79,7 +84,18 @@ public:
 
     /// A device by the id that the scenario gives it; null when there is none.
     Device* FindDevice(CDataId const& id) const;
-    vordal::PlugIn& Plugin() const { return *m_plugin; }
+    vordal::PlugIn& Plugin() const
+    {
+        return *m_plugin;
+    }
+#if defined(QX5_VIEW)
+    /// The view, or what there is before the first one is opened: nothing to act on.
+    ViewDriver& View();
+    bool HasView() const
+    {
+        return m_view != nullptr;
+    }
+#endif
 
     vordal::FixedClock clock;
     Recorder recorder;
@@ -100,6 +116,9 @@ private:
     BaseIOHandler* FindPort(ScenarioDevice const& setup);
 
     std::unique_ptr<vordal::PlugIn> m_plugin;
+#if defined(QX5_VIEW)
+    std::unique_ptr<ViewDriver> m_view;
+#endif
     std::vector<std::pair<CDataId, Device*>> m_devices;
 };
 
@@ -146,6 +165,15 @@ void Stage::AddProject(Scenario const& scenario)
         setup.linkedDevices = computation.linked;
         setup.stream = computation.stream.value_or(CDataId());
         host.AddComputation(std::move(setup));
+    }
+    host.SetRoutes(scenario.routes);
+    for (auto const& [group, items] : scenario.itemTexts) {
+        for (auto const& [item, texts] : items) {
+            // Groups and items have 16 bits; nobody can ask for others.
+            if (group <= 0xFFFFU && item <= 0xFFFFU) {
+                host.SetItemTexts(static_cast<unsigned short>(group), static_cast<unsigned short>(item), texts);
+            }
+        }
     }
     auto const& app = scenario.application;
     vordal::ApplicationSetup application{app.guid, app.mainWindow, app.lightMode, {}};
@@ -204,6 +232,16 @@ Device* Stage::FindDevice(CDataId const& id) const
         std::find_if(m_devices.begin(), m_devices.end(), [&](auto const& each) { return each.first == id; });
     return found != m_devices.end() ? found->second : nullptr;
 }
+
+#if defined(QX5_VIEW)
+ViewDriver& Stage::View()
+{
+    if (m_view == nullptr) {
+        m_view = std::make_unique<ViewDriver>(host);
+    }
+    return *m_view;
+}
+#endif
 
 // The steps. Each is called with a step of its kind, whose device is there when the kind needs one.
 
@@ -355,7 +393,7 @@ void RunSettle(Stage& stage, ScenarioStep const& step)
             break;
         }
         if (Clock::now() - begin > quiet + std::chrono::minutes(1)) {
-            throw NeverSettles();
+            throw CannotGoOn("the plug-in does not settle: something has happened again and again for a minute");
         }
         std::this_thread::sleep_for(rest);
     }
@@ -364,9 +402,102 @@ void RunSettle(Stage& stage, ScenarioStep const& step)
     }
 }
 
+void RunSelectedSonar(Stage& stage, ScenarioStep const& step)
+{
+    auto const& id = std::get<IdArgument>(step.argument).id;
+    if (id.has_value()) {
+        stage.host.SelectSonar(*id);
+    } else {
+        NotificationInfo const ofAnotherKind;
+        stage.host.Notify(Subscription::General, GeneralSubKeys::ADT_SELECTED_SONAR_CHANGE, &ofAnotherKind);
+    }
+}
+
+void RunActiveVessel(Stage& stage, ScenarioStep const& step)
+{
+    auto const& number = std::get<IntegerArgument>(step.argument).value;
+    if (number.has_value()) {
+        stage.host.SelectVessel(static_cast<unsigned short>(*number));
+    } else {
+        NotificationInfo const ofAnotherKind;
+        stage.host.Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &ofAnotherKind);
+    }
+}
+
+#if defined(QX5_VIEW)
+
+void RunView(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<ViewArgument>(step.argument);
+    if (!argument.open) {
+        stage.View().Close();
+        return;
+    }
+    auto const classes = stage.host.ViewClasses();
+    if (std::find(classes.begin(), classes.end(), CString(viewClass)) == classes.end()) {
+        stage.Plugin().RegisterViews();
+    }
+    std::string reason;
+    if (!stage.View().Open(viewClass, argument.stored, argument.size, reason)) {
+        throw CannotGoOn(reason);
+    }
+}
+
+void RunTab(Stage& stage, ScenarioStep const& step)
+{
+    stage.View().PickTab(*std::get<IntegerArgument>(step.argument).value);
+}
+
+void RunSlider(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<SliderArgument>(step.argument);
+    stage.View().Scroll(argument.control, argument.kind, argument.position);
+}
+
+void RunClick(Stage& stage, ScenarioStep const& step)
+{
+    stage.View().Click(std::get<ControlArgument>(step.argument).control);
+}
+
+void RunChoose(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<ChooseArgument>(step.argument);
+    stage.View().Choose(argument.control, argument.index);
+}
+
+void RunType(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<TypeArgument>(step.argument);
+    stage.View().Type(argument.control, argument.text);
+}
+
+void RunPressReturn(Stage& stage, ScenarioStep const& step)
+{
+    stage.View().PressReturn(std::get<ControlArgument>(step.argument).control);
+}
+
+void RunLook(Stage& stage, ScenarioStep const&)
+{
+    stage.recorder.Add(JsonValue::Object({{"controls", stage.View().Look()}}));
+}
+
+void RunViewUpdate(Stage& stage, ScenarioStep const& step)
+{
+    auto const& argument = std::get<ViewUpdateArgument>(step.argument);
+    stage.View().Update(argument.hint, argument.id);
+}
+
+void RunResize(Stage& stage, ScenarioStep const& step)
+{
+    auto const& size = std::get<SizeArgument>(step.argument);
+    stage.View().Resize(size.width, size.height);
+}
+
+#endif
+
 using StepFunction = void (*)(Stage& stage, ScenarioStep const& step);
 
-/// What runs a kind of step; a kind without a row is not built yet.
+/// What runs a kind of step; a kind without a row is not part of this build.
 constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::Request, RunRequest},
     {StepKind::HostRequest, RunHostRequest},
@@ -385,6 +516,20 @@ constexpr std::pair<StepKind, StepFunction> stepFunctions[] = {
     {StepKind::Clear, RunClear},
     {StepKind::Clock, RunClock},
     {StepKind::Settle, RunSettle},
+    {StepKind::SelectedSonar, RunSelectedSonar},
+    {StepKind::ActiveVessel, RunActiveVessel},
+#if defined(QX5_VIEW)
+    {StepKind::View, RunView},
+    {StepKind::Tab, RunTab},
+    {StepKind::Slider, RunSlider},
+    {StepKind::Click, RunClick},
+    {StepKind::Choose, RunChoose},
+    {StepKind::Type, RunType},
+    {StepKind::PressReturn, RunPressReturn},
+    {StepKind::Look, RunLook},
+    {StepKind::ViewUpdate, RunViewUpdate},
+    {StepKind::Resize, RunResize},
+#endif
 };
 
 StepFunction FindFunction(StepKind kind)
@@ -408,8 +553,14 @@ void RunStep(Stage& stage, ScenarioStep const& step)
 {
     stage.recorder.SetSubject(step.device);
     try {
+#if defined(QX5_VIEW)
+        // What threads of the plug-in have raised since the last step.
+        if (stage.HasView()) {
+            stage.host.DeliverToWindow();
+        }
+#endif
         FindFunction(step.kind)(stage, step);
-    } catch (NeverSettles const&) {
+    } catch (CannotGoOn const&) {
         throw;
     } catch (std::invalid_argument const& failure) {
         AddException(stage.recorder, "invalid_argument", failure.what());

@@ -18,7 +18,8 @@ struct ScenarioResult
     std::vector<JsonValue> teardown;
 };
 
-/// Whether steps of this kind can be run. Those that cannot are read and checked all the same.
+/// Whether steps of this kind can be run: a build without the view leaves those out that act on it. They are read and
+/// checked all the same.
 bool IsBuilt(StepKind kind);
 
 /// Runs the scenario, whose steps must all be built, with the plug-in module of that path, on the calling thread. No

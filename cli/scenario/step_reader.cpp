@@ -4,10 +4,12 @@
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/json_read.h"
 #include "cli/scenario/tree_json.h"
+#include "cli/scenario/view_controls.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <initializer_list>
 
 namespace qx5::cli {
 
@@ -175,25 +177,34 @@ StepArgument ReadView(Source const& source)
     return argument;
 }
 
-ControlName ReadControl(Source const& source)
+/// The control of a step, which must be one of the kinds that the step acts on.
+ControlName ReadControl(Source const& source, std::initializer_list<ControlKind> kinds)
 {
-    static constexpr std::array<std::string_view, 6> pages{"settings",  "gates",    "ocean",
-                                                           "recording", "steering", "tracker"};
     MemberReader members(source.value, source.path);
     ControlName control;
     control.page = ReadText(members.Get("page"), members.At("page"));
-    if (std::find(pages.begin(), pages.end(), control.page) == pages.end()) {
+    if (std::find(viewPages.begin(), viewPages.end(), control.page) == viewPages.end()) {
         throw InvalidScenario(members.At("page"), "there is no page " + QuoteForMessage(control.page));
     }
     control.id = ReadInt32(members.Get("id"), members.At("id"));
     members.RefuseUnknown();
+    auto const* const known = FindViewControl(control.page, control.id);
+    if (known == nullptr) {
+        throw InvalidScenario(members.At("id"), "the page " + QuoteForMessage(control.page) + " has no control " +
+                                                    std::to_string(control.id));
+    }
+    if (std::find(kinds.begin(), kinds.end(), known->kind) == kinds.end()) {
+        throw InvalidScenario(members.At("id"), "control " + std::to_string(control.id) + " is " +
+                                                    std::string(NameOf(known->kind)) +
+                                                    ", which this step cannot act on");
+    }
     return control;
 }
 
 StepArgument ReadSlider(Source const& source)
 {
     SliderArgument argument;
-    argument.control = ReadControl(source);
+    argument.control = ReadControl(source, {ControlKind::Slider});
     argument.kind = static_cast<int>(ReadInteger(source.members.Get("kind"), source.members.At("kind"), 0, 8));
     if (auto const* position = source.members.Find("position"); position != nullptr) {
         argument.position = ReadInt32(*position, source.members.At("position"));
@@ -201,15 +212,21 @@ StepArgument ReadSlider(Source const& source)
     return argument;
 }
 
-StepArgument ReadControlArgument(Source const& source)
+StepArgument ReadClick(Source const& source)
 {
-    return ControlArgument{ReadControl(source)};
+    return ControlArgument{ReadControl(
+        source, {ControlKind::Button, ControlKind::CheckBox, ControlKind::RadioButton, ControlKind::ToggleButton})};
+}
+
+StepArgument ReadPressReturn(Source const& source)
+{
+    return ControlArgument{ReadControl(source, {ControlKind::TextField})};
 }
 
 StepArgument ReadChoose(Source const& source)
 {
     ChooseArgument argument;
-    argument.control = ReadControl(source);
+    argument.control = ReadControl(source, {ControlKind::List});
     argument.index = ReadInt32(source.members.Get("index"), source.members.At("index"));
     return argument;
 }
@@ -217,7 +234,7 @@ StepArgument ReadChoose(Source const& source)
 StepArgument ReadType(Source const& source)
 {
     TypeArgument argument;
-    argument.control = ReadControl(source);
+    argument.control = ReadControl(source, {ControlKind::TextField});
     argument.text = ReadWideText(source.members.Get("text"), source.members.At("text"));
     return argument;
 }
@@ -277,10 +294,10 @@ constexpr std::array<StepForm, StepKindCount> forms{{
     {StepKind::View, ReadView, Meaning::Nothing},
     {StepKind::Tab, ReadIntegerArgument, Meaning::Nothing},
     {StepKind::Slider, ReadSlider, Meaning::Nothing},
-    {StepKind::Click, ReadControlArgument, Meaning::Nothing},
+    {StepKind::Click, ReadClick, Meaning::Nothing},
     {StepKind::Choose, ReadChoose, Meaning::Nothing},
     {StepKind::Type, ReadType, Meaning::Nothing},
-    {StepKind::PressReturn, ReadControlArgument, Meaning::Nothing},
+    {StepKind::PressReturn, ReadPressReturn, Meaning::Nothing},
     {StepKind::Look, ReadTrue, Meaning::Nothing},
     {StepKind::ViewUpdate, ReadViewUpdate, Meaning::Nothing},
     {StepKind::Resize, ReadResize, Meaning::Nothing},
