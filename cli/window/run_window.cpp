@@ -2,6 +2,7 @@
 #include "run_window.h"
 
 #include "cli/key_values.h"
+#include "cli/platform/end_signals.h"
 #include "cli/session.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
@@ -11,17 +12,24 @@
 #include "reference_host/window/view_frame.h"
 #include "reference_host/window/window_thread.h"
 
+#include <protocol/bytes.h>
 #include <simulator/sonar_server.h>
 #include <vordalhostdllR/DataManager.h>
 
+#include <array>
 #include <chrono>
+#include <cmath>
+#include <cstdio>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QPixmap>
+#include <QSocketNotifier>
 #include <QTabBar>
+#include <QTimer>
 
 #include <fmt/format.h>
 
@@ -75,6 +83,19 @@ public:
     }
 
     std::vector<FleetVessel> const& Vessels() const { return m_vessels; }
+    bool IsSimulated() const { return !m_servers.empty(); }
+
+    /// "simulated sonars listen on 127.0.0.1:40001, 127.0.0.1:40002"
+    std::string Where() const
+    {
+        std::string text;
+        for (FleetVessel const& vessel : m_vessels) {
+            for (FleetSonar const& sonar : vessel.sonars) {
+                text += fmt::format("{}{}:{}", text.empty() ? "" : ", ", sonar.host, sonar.port);
+            }
+        }
+        return (IsSimulated() ? "simulated sonars listen on " : "its sonar is ") + text;
+    }
 
 private:
     std::vector<FleetVessel> m_vessels;
@@ -133,6 +154,47 @@ int TakePicture(RunOptions const& options, vordal::MainWindow& window, vordal::V
     return saved ? ExitGood : Complain(ExitFailed, options.screenshot + " cannot be written");
 }
 
+/// A simulated probe beside each simulated sonar, which measures the sound velocity once a second.
+class SoundVelocityProbes
+{
+public:
+    SoundVelocityProbes(vordal::Host& host, std::vector<FleetVessel> const& vessels) : m_host(host), m_vessels(vessels)
+    {
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { Measure(); });
+        m_timer.start(1s);
+        Measure();
+    }
+
+private:
+    static constexpr unsigned short streamGroup = 40;
+    static constexpr unsigned short velocityItem = 801;
+
+    void Measure()
+    {
+        // Slowly up and down within half a metre per second.
+        double const velocity = 1496.5 + 0.5 * std::sin(static_cast<double>(m_count++) / 10.0);
+        std::array<unsigned char, 8> bytes{};
+        protocol::PutF64LE(bytes, 0, velocity);
+        for (FleetVessel const& vessel : m_vessels) {
+            for (FleetSonar const& sonar : vessel.sonars) {
+                CDataId stream = sonar.id;
+                stream.SetGroupId(streamGroup);
+                m_host.Post([&host = m_host, stream, bytes] {
+                    CDataBlock block;
+                    block.SetTime(host.Now());
+                    block.AddItem(velocityItem, DATA_DOUBLE, bytes, bytes.size(), 0);
+                    host.PutBlock(stream, block);
+                });
+            }
+        }
+    }
+
+    vordal::Host& m_host;
+    std::vector<FleetVessel> const& m_vessels;
+    QTimer m_timer;
+    int m_count = 0;
+};
+
 /// Requests of an operator at work, so that a picture of the whole window has something to show.
 void AskForSomething(CDataId const& sonar)
 {
@@ -151,7 +213,7 @@ void AskForSomething(CDataId const& sonar)
 
 bool HasDisplay()
 {
-    return qEnvironmentVariableIsSet("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("DISPLAY") ||
+    return !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") || !qEnvironmentVariableIsEmpty("DISPLAY") ||
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
@@ -190,6 +252,10 @@ int RunWindow(RunOptions const& options)
                                    .shownDevice = fleet.Vessels().front().sonars.front().id},
                                   feed, session.Requests());
         vordal::ViewFrame frame;
+        std::optional<SoundVelocityProbes> probes;
+        if (fleet.IsSimulated()) {
+            probes.emplace(session.Host(), fleet.Vessels());
+        }
         auto const follow = [&] {
             if (auto const device = frame.ShownDevice()) {
                 window.SetShownDevice(*device);
@@ -221,6 +287,11 @@ int RunWindow(RunOptions const& options)
             }
             code = TakePicture(options, window, frame);
         } else {
+            EndSignals const signals;
+            QSocketNotifier const notifier(signals.Descriptor(), QSocketNotifier::Read);
+            QObject::connect(&notifier, &QSocketNotifier::activated, &window, &QWidget::close);
+            fmt::print("The window is open; {}.\n", fleet.Where());
+            std::fflush(stdout);
             QApplication::exec();
         }
         frame.Close();

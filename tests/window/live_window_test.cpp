@@ -17,6 +17,7 @@
 #include <QSlider>
 #include <QTabBar>
 
+#include <csignal>
 #include <mutex>
 
 #include <gmock/gmock.h>
@@ -308,6 +309,21 @@ TEST(LiveWindow, APlugInThatIsNoneIsRefusedAndTheProjectLeftAsItIs)
     auto const project = vordal::ProjectStore(file).Load();
     ASSERT_EQ(project.devices.size(), 1U);
     EXPECT_TRUE(project.devices[0].attributes.Has(AttributeKey(L"kept")));
+    std::filesystem::remove(file);
+}
+
+TEST(RunWindow, OpensByItselfEndsOnASignalAndSavesTheProject)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "signalled-project.qx";
+    std::filesystem::remove(file);
+    ChildProcess program({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
+    ASSERT_TRUE(program.WaitForOutput("The window is open; simulated sonars listen on 127.0.0.1:"));
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.WaitForEnd(), 0) << program.Errors();
+    auto const project = vordal::ProjectStore(file).Load();
+    EXPECT_EQ(project.devices.size(), 3U);
+    EXPECT_EQ(project.windows.size(), 1U);
+    EXPECT_EQ(project.views.size(), 1U);
     std::filesystem::remove(file);
 }
 
