@@ -1,4 +1,5 @@
-// The project in one file: ports, devices with their attributes, computations, vessels, and what views showed.
+// The project in one file: ports, devices with their attributes, computations, vessels, what views showed and how
+// windows stood.
 #include "project_store.h"
 
 #include "sqlite_file.h"
@@ -21,7 +22,7 @@ namespace {
 
 // The file's header bears both: "QX5P", and the version of the tables below.
 constexpr std::int64_t ApplicationId = 0x51583550;
-constexpr std::int64_t FormatVersion = 1;
+constexpr std::int64_t FormatVersion = 2;
 
 // clang-format off
 constexpr char const* Tables[] = {
@@ -39,6 +40,8 @@ constexpr char const* Tables[] = {
     R"(CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL))",
 };
 // clang-format on
+/// Since format 2.
+constexpr char const* WindowTable = "CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL)";
 
 [[noreturn]] void RefuseStore(std::string const& line)
 {
@@ -76,6 +79,12 @@ public:
         return *this;
     }
 
+    Statement& Bind(std::vector<unsigned char> const& bytes)
+    {
+        BindBlob(bytes);
+        return *this;
+    }
+
     CString Text(int column) const { return CString(qx5::protocol::DecodeUtf8(Bytes(column))); }
     template <typename Unsigned>
     Unsigned Small(int column) const
@@ -85,6 +94,12 @@ public:
             File().RefuseDamaged("a number is out of range");
         }
         return static_cast<Unsigned>(value);
+    }
+    std::vector<unsigned char> Blob(int column) const
+    {
+        auto const* const bytes = static_cast<unsigned char const*>(sqlite3_column_blob(m_statement, column));
+        auto const size = static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
+        return bytes != nullptr ? std::vector<unsigned char>(bytes, bytes + size) : std::vector<unsigned char>();
     }
     CDataId Id(int column) const
     {
@@ -128,7 +143,10 @@ public:
                 for (auto const* const table : Tables) {
                     Run(table);
                 }
+                Run(WindowTable);
             });
+        } else if (m_file.IsOlder()) {
+            m_file.BringUpToDate([this] { Run(WindowTable); });
         }
     }
 
@@ -229,6 +247,9 @@ StoredProject ProjectStore::Load()
     for (auto row = m_impl->Sql("SELECT name, shown FROM view"); row.Step();) {
         project.views[row.Text(0)] = row.Tree(1);
     }
+    for (auto row = m_impl->Sql("SELECT name, state FROM window"); row.Step();) {
+        project.windows[row.Text(0)] = row.Blob(1);
+    }
     return project;
 }
 
@@ -237,7 +258,8 @@ void ProjectStore::Save(StoredProject const& project)
     m_impl->InTransaction([&] {
         for (auto const* const table :
              {"DELETE FROM port", "DELETE FROM device", "DELETE FROM computation", "DELETE FROM computation_device",
-              "DELETE FROM vessel", "DELETE FROM vessel_item", "DELETE FROM view", "DELETE FROM setting"}) {
+              "DELETE FROM vessel", "DELETE FROM vessel_item", "DELETE FROM view", "DELETE FROM setting",
+              "DELETE FROM window"}) {
             m_impl->Run(table);
         }
         for (auto const& port : project.ports) {
@@ -294,6 +316,9 @@ void ProjectStore::Save(StoredProject const& project)
         for (auto const& [name, shown] : project.views) {
             m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step();
         }
+        for (auto const& [name, state] : project.windows) {
+            m_impl->Sql("INSERT OR REPLACE INTO window(name, state) VALUES(?, ?)").Bind(name).Bind(state).Step();
+        }
     });
 }
 
@@ -316,6 +341,12 @@ void ProjectStore::SaveView(CString const& name, CAttributeMap const& shown)
 {
     m_impl->InTransaction(
         [&] { m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step(); });
+}
+
+void ProjectStore::SaveWindow(CString const& name, std::vector<unsigned char> const& state)
+{
+    m_impl->InTransaction(
+        [&] { m_impl->Sql("INSERT OR REPLACE INTO window(name, state) VALUES(?, ?)").Bind(name).Bind(state).Step(); });
 }
 
 bool ProjectStore::RemoveDevice(CDataId const& dataId)
