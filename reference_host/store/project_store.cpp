@@ -95,11 +95,10 @@ public:
         }
         return static_cast<Unsigned>(value);
     }
-    std::vector<unsigned char> Blob(int column) const
+    std::vector<unsigned char> Content(int column) const
     {
-        auto const* const bytes = static_cast<unsigned char const*>(sqlite3_column_blob(m_statement, column));
-        auto const size = static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
-        return bytes != nullptr ? std::vector<unsigned char>(bytes, bytes + size) : std::vector<unsigned char>();
+        auto const bytes = Blob(column);
+        return {bytes.begin(), bytes.end()};
     }
     CDataId Id(int column) const
     {
@@ -248,7 +247,7 @@ StoredProject ProjectStore::Load()
         project.views[row.Text(0)] = row.Tree(1);
     }
     for (auto row = m_impl->Sql("SELECT name, state FROM window"); row.Step();) {
-        project.windows[row.Text(0)] = row.Blob(1);
+        project.windows[row.Text(0)] = row.Content(1);
     }
     return project;
 }
