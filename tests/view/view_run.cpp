@@ -10,7 +10,7 @@ namespace qx5::test {
 
 Json ModeSettings()
 {
-    return Json::parse(R"([
+    return Json::parse(R"json([
         ["SystemText", "string", "Head A (200 kHz)"],
         ["DeviceEnum", "int", 0],
         ["x5SampleRateSet", [["x5RangeSet", "doubles", [50, 100, 200]],
@@ -26,7 +26,7 @@ Json ModeSettings()
         ["x5Frequency", [["x5Chirp", "int", 1]]],
         ["x5SoundVelocity", [["x5Min", "double", 1400], ["x5Max", "double", 1600]]],
         ["MaxAbsorption", "double", 120],
-        ["MaxSpreading", "double", 60]])");
+        ["MaxSpreading", "double", 60]])json");
 }
 
 Json With(Json tree, Json const& node)
@@ -76,8 +76,9 @@ ViewRun::ViewRun(Json const& tree, std::vector<Json> steps, Json const& rest)
     if (cli::RunScenarios(options, in, out, err) != 0) {
         throw std::runtime_error(err.str());
     }
-    for (auto& events : Json::parse(out.str()).at("steps")) {
-        m_steps.push_back(std::move(events));
+    auto const result = Json::parse(out.str());
+    for (auto const& events : result.at("steps")) {
+        m_steps.push_back(events);
     }
 }
 
