@@ -10,9 +10,11 @@
 #include "reference_host/host/log.h"
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
+#include "reference_host/window/record_monitor.h"
 #include "reference_host/window/view_frame.h"
 
 #include <protocol/bytes.h>
+#include <protocol/records/all.h>
 #include <simulator/sonar_server.h>
 #include <vordalhostdllR/DataManager.h>
 
@@ -125,6 +127,19 @@ bool RunUntil(Condition condition, std::chrono::milliseconds limit)
     return true;
 }
 
+/// What stands above a view that has given itself no title yet.
+QString TitleOf(std::vector<vordal::ListedVessel> const& vessels, CDataId const& device)
+{
+    for (vordal::ListedVessel const& vessel : vessels) {
+        for (vordal::ListedDevice const& listed : vessel.devices) {
+            if (listed.id == device) {
+                return listed.name + QStringLiteral(" - ") + vessel.name;
+            }
+        }
+    }
+    return {};
+}
+
 /// Renders the view, or the whole window, with that tab in front.
 int TakePicture(RunOptions const& options, vordal::MainWindow& window, vordal::ViewFrame& frame)
 {
@@ -147,6 +162,9 @@ int TakePicture(RunOptions const& options, vordal::MainWindow& window, vordal::V
     tabs->setCurrentIndex(options.tab);
     // What the sonar tells of itself arrives in pieces.
     RunUntil([] { return false; }, 500ms);
+    if (options.wholeWindow) {
+        window.Records().ChooseNewest(protocol::records::BeamSteer.Id());
+    }
     bool const saved = target->grab().save(QString::fromStdString(options.screenshot), "PNG");
     if (!options.wholeWindow) {
         window.SetView(&frame);
@@ -252,10 +270,6 @@ int RunWindow(RunOptions const& options)
                                    .shownDevice = fleet.Vessels().front().sonars.front().id},
                                   feed, session.Requests());
         vordal::ViewFrame frame;
-        std::optional<SoundVelocityProbes> probes;
-        if (fleet.IsSimulated()) {
-            probes.emplace(session.Host(), fleet.Vessels());
-        }
         auto const follow = [&] {
             if (auto const device = frame.ShownDevice()) {
                 window.SetShownDevice(*device);
@@ -269,6 +283,15 @@ int RunWindow(RunOptions const& options)
             window.RestoreMemory(
                 QByteArray(reinterpret_cast<char const*>(memory.data()), static_cast<qsizetype>(memory.size())));
         }
+        if (options.dark) {
+            window.SetLightMode(darkMode);
+        }
+        // Where no view follows the operator's choice, the attributes do.
+        QObject::connect(&window.Devices(), &vordal::DevicePanel::SonarChosen, &window, [&](CDataId const& device) {
+            if (frame.Shown() == nullptr) {
+                window.SetShownDevice(device);
+            }
+        });
         QObject::connect(&window, &vordal::MainWindow::Closing, &window, [&] {
             QByteArray const bytes = window.SaveMemory();
             session.WindowMemory().assign(bytes.begin(), bytes.end());
@@ -277,8 +300,13 @@ int RunWindow(RunOptions const& options)
         if (frame.Open({.viewClass = viewClass, .name = L"", .attributes = session.View()}, error)) {
             window.SetView(&frame);
             follow();
+            window.SetViewTitle(TitleOf(session.Listed(), window.ShownDevice()));
         } else {
             window.ShowLine(QString::fromStdString(error));
+        }
+        std::optional<SoundVelocityProbes> probes;
+        if (fleet.IsSimulated()) {
+            probes.emplace(session.Host(), fleet.Vessels());
         }
         window.show();
         if (isPicture) {

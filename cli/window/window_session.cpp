@@ -10,6 +10,8 @@
 #include <view/steering_keys.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <utility>
@@ -271,13 +273,28 @@ bool WindowSession::End(std::string& error)
         m_host.RemoveAllDevices();
     });
     if (!m_host.Stop(stopLimit)) {
-        // What the host thread works on must stay; the host ends the process if that does not end either.
-        error = "a task on the host thread does not end; the project is left as it was saved last";
-        return false;
+        LeaveWithoutHostThread();
     }
     m_plugin.reset();
     m_sonars.clear(); // with their connections
     return SaveProject(error);
+}
+
+void WindowSession::LeaveWithoutHostThread()
+{
+    // A thread cannot be ended from outside, and going on would take away what it works on.
+    fmt::print(stderr, "qx5: a task on the host thread does not end; the process leaves without it, "
+                       "the project keeps the sonars' settings as they were saved last\n");
+    try {
+        if (m_store != nullptr && m_begun) {
+            m_store->SaveView(viewName, m_view);
+            m_store->SaveWindow(windowName, m_windowMemory);
+        }
+    } catch (vordal::StoreError const& failure) {
+        fmt::print(stderr, "qx5: {}\n", failure.what());
+    }
+    std::fflush(nullptr);
+    std::_Exit(EXIT_FAILURE);
 }
 
 bool WindowSession::SaveProject(std::string& error)

@@ -52,8 +52,8 @@ public:
     bool Begin(std::string const& plugin, std::vector<FleetVessel> const& fleet, std::string const& project,
                std::string& error);
     /// Ends in order: ping threads, devices, host thread, plug-in, connections; then saves the project with what View
-    /// and WindowMemory hold. Bounded; false, and one line in `error`, when a part of it did not work. The view must be
-    /// closed before.
+    /// and WindowMemory hold. Bounded: when a task on the host thread does not end, the process does. False, and one
+    /// line in `error`, when the project cannot be saved. The view must be closed before.
     bool End(std::string& error);
 
     vordal::Host& Host() { return m_host; }
@@ -93,6 +93,7 @@ private:
     void MakeSurroundings(std::vector<FleetVessel> const& fleet);
     bool MakeDevices(std::string const& plugin, std::string& error);
     bool SaveProject(std::string& error);
+    [[noreturn]] void LeaveWithoutHostThread();
 
     std::shared_ptr<vordal::WindowFeed> const m_feed;
     std::unique_ptr<vordal::ProjectStore> m_store;

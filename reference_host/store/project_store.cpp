@@ -78,7 +78,6 @@ public:
         BindBlob(blob);
         return *this;
     }
-
     Statement& Bind(std::vector<unsigned char> const& bytes)
     {
         BindBlob(bytes);
@@ -94,11 +93,6 @@ public:
             File().RefuseDamaged("a number is out of range");
         }
         return static_cast<Unsigned>(value);
-    }
-    std::vector<unsigned char> Content(int column) const
-    {
-        auto const bytes = Blob(column);
-        return {bytes.begin(), bytes.end()};
     }
     CDataId Id(int column) const
     {
@@ -247,7 +241,8 @@ StoredProject ProjectStore::Load()
         project.views[row.Text(0)] = row.Tree(1);
     }
     for (auto row = m_impl->Sql("SELECT name, state FROM window"); row.Step();) {
-        project.windows[row.Text(0)] = row.Content(1);
+        auto const state = row.Blob(1);
+        project.windows[row.Text(0)].assign(state.begin(), state.end());
     }
     return project;
 }

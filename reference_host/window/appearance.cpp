@@ -42,11 +42,20 @@ Colours const& ColoursOf(int lightMode)
     return *byMode[std::clamp(lightMode, 1, 4) - 1];
 }
 
-/// The style, with outlines that are seen on dark ground, too: its own are darker than the window.
+/// The style, with rows of lists that are easily hit, and outlines that are seen on dark ground, too: its own are
+/// darker than the window.
 class Style final : public QProxyStyle
 {
 public:
     Style() : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion"))) {}
+
+    QSize sizeFromContents(ContentsType type, QStyleOption const* option, QSize const& size,
+                           QWidget const* widget) const override
+    {
+        constexpr int air = 4;
+        QSize const natural = QProxyStyle::sizeFromContents(type, option, size, widget);
+        return type == CT_ItemViewItem ? natural + QSize(0, air) : natural;
+    }
 
     void drawPrimitive(PrimitiveElement element, QStyleOption const* option, QPainter* painter,
                        QWidget const* widget) const override

@@ -34,8 +34,8 @@ AttributeBrowser::AttributeBrowser(QWidget* parent)
     m_view->header()->setStretchLastSection(true);
     auto const charWidth = m_view->fontMetrics().averageCharWidth();
     m_view->setIndentation(charWidth * 2);
-    m_view->header()->resizeSection(AttributeTreeModel::Key, charWidth * 31);
-    m_view->header()->resizeSection(AttributeTreeModel::Kind, charWidth * 11);
+    m_view->header()->resizeSection(AttributeTreeModel::Key, charWidth * 28);
+    m_view->header()->resizeSection(AttributeTreeModel::Kind, charWidth * 10);
 
     auto* const column = new QVBoxLayout(this);
     column->addWidget(m_search);

@@ -90,9 +90,9 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     // The view at its natural size, the docks with room to read.
     auto const character = fontMetrics().averageCharWidth();
     auto const line = fontMetrics().lineSpacing();
-    resize(character * 210, line * 56);
+    resize(character * 215, line * 60);
     resizeDocks({devices, m_attributeDock}, {character * 38, character * 62}, Qt::Horizontal);
-    resizeDocks({records}, {line * 14}, Qt::Vertical);
+    resizeDocks({records}, {line * 17}, Qt::Vertical);
     m_timer->start(LookInterval);
 }
 

@@ -20,7 +20,7 @@ namespace protocol = qx5::protocol;
 
 constexpr std::size_t GreatestSummary = 200;
 /// Fields of a longer payload are looked at when the record is looked at, not for the list.
-constexpr std::size_t GreatestSummarised = std::size_t{64} << 10;
+constexpr std::size_t GreatestSummarised = std::size_t{16} << 10;
 
 std::string WithUnit(std::string value, protocol::Unit unit)
 {
@@ -138,7 +138,15 @@ std::string MonitoredRecord::TimeText() const
     return protocol::TimeText(protocol::ToTimeX5(m_frame.time));
 }
 
-std::string MonitoredRecord::Summary() const
+std::string const& MonitoredRecord::Summary() const
+{
+    if (!m_summary) {
+        m_summary = Summarise();
+    }
+    return *m_summary;
+}
+
+std::string MonitoredRecord::Summarise() const
 {
     auto const payload = Payload();
     std::string line;

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,7 +16,7 @@
 
 namespace vordal {
 
-/// A captured frame and what can be told of it at a glance.
+/// A captured frame and what can be told of it at a glance. For one thread at a time.
 class MonitoredRecord
 {
 public:
@@ -33,8 +34,9 @@ public:
     std::string TimeText() const;
     /// "out" or "in", as seen from the host.
     std::string_view DirectionText() const { return m_frame.outgoing ? "out" : "in"; }
-    /// The fields in one line of at most some 200 characters: "x5BeamSteer = (10, -10) deg, ...".
-    std::string Summary() const;
+    /// The fields in one line of at most some 200 characters: "x5BeamSteer = (10, -10) deg, ...". Worked out when it is
+    /// asked for first.
+    std::string const& Summary() const;
     /// All fields line by line, then the bytes.
     std::string Details() const;
     /// Comment lines on the record, then its bytes in hexadecimal, as `qx5 decode` reads them. A record whose bytes are
@@ -43,6 +45,7 @@ public:
 
 private:
     std::span<unsigned char const> Payload() const;
+    std::string Summarise() const;
 
     CapturedFrame m_frame;
     std::uint32_t m_number = 0;
@@ -51,6 +54,7 @@ private:
     /// Where the payload lies in the frame's bytes.
     std::size_t m_payloadAt = 0;
     std::size_t m_payloadSize = 0;
+    mutable std::optional<std::string> m_summary;
 };
 
 } // namespace vordal

@@ -91,8 +91,8 @@ RecordMonitor::RecordMonitor(std::shared_ptr<RecordQueue> queue, QWidget* parent
 
     m_splitter->addWidget(m_table);
     m_splitter->addWidget(m_details);
-    m_splitter->setStretchFactor(0, 3);
-    m_splitter->setStretchFactor(1, 2);
+    m_splitter->setStretchFactor(0, 4);
+    m_splitter->setStretchFactor(1, 3);
     m_splitter->setChildrenCollapsible(false);
 
     auto* const bar = new QHBoxLayout;
@@ -191,6 +191,16 @@ void RecordMonitor::CountAgain()
     }
     if (text != m_count->text()) {
         m_count->setText(text);
+    }
+}
+
+void RecordMonitor::ChooseNewest(std::uint32_t number)
+{
+    for (int row = m_model->rowCount() - 1; row >= 0; --row) {
+        if (m_model->RecordAt(row)->Number() == number) {
+            m_table->selectRow(row);
+            return;
+        }
     }
 }
 

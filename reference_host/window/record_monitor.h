@@ -32,6 +32,8 @@ public:
     RecordMonitorModel& Model() { return *m_model; }
     bool IsPaused() const;
     void SetPaused(bool paused);
+    /// Chooses the newest record of that number that is shown, if there is one.
+    void ChooseNewest(std::uint32_t number);
     /// Saves what the filter lets through; asks for the file's name first.
     void SaveAs();
 
