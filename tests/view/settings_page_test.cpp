@@ -199,8 +199,8 @@ TEST(SettingsPage, SendsADragOfTheRangeOnce)
     // 200.0f is 0x43480000.
     EXPECT_EQ(run.Events(4), Json::parse(R"([
         {"host-set": [["Request", [["x5Range", "double", 200.0]]]], "id": [1, 78, 1, 1], "flags": 4},
-        {"remote": 1003, "payload": "00004843", "device": 0, "enumerator": 0},
-        {"echo": [["x5Range", "double", 200.0]], "flags": 4}])"));
+        {"remote": 1003, "payload": "00004843", "device": 0, "enumerator": -1},
+        {"echo": [["x5Range", "double", 200.0]], "flags": 0}])"));
 }
 
 TEST(SettingsPage, MovesByLinesAndPagesAndToTheEnds)
@@ -343,7 +343,9 @@ TEST(SettingsPage, KnowsTwoGainModes)
 
 TEST(SettingsPage, LetsTheAdaptiveGateStandAlone)
 {
-    auto const tree = With(SonarTree(), {"x5AdaptiveGateEnabled", "bool", true});
+    auto tree = With(SonarTree(), {"x5AdaptiveGateEnabled", "bool", true});
+    // What the gates' record needs besides.
+    tree = With(With(tree, {"x5DepthFilterFollow", "bool", false}), {"x5AGDepthFilterFixed", "bool", false});
     ViewRun const run(tree, {Click(page, 28107), Click(page, 28108), Look(), Click(page, 28109), Look()});
     auto const gates = [](bool depth, bool range_, bool adaptive) {
         return Json::array({Json::array({{"x5DepthFilterEnabled", "bool", depth},

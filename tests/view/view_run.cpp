@@ -76,9 +76,9 @@ ViewRun::ViewRun(Json const& tree, std::vector<Json> steps, Json const& rest)
     if (cli::RunScenarios(options, in, out, err) != 0) {
         throw std::runtime_error(err.str());
     }
-    Json result = Json::parse(out.str());
-    for (auto& events : result.at("steps")) {
-        m_steps.push_back(std::move(events));
+    auto const result = Json::parse(out.str());
+    for (auto const& events : result.at("steps")) {
+        m_steps.push_back(events);
     }
 }
 
