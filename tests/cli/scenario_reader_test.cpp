@@ -135,9 +135,9 @@ TEST(ScenarioReader, ReadsEveryStep)
         {"terminal":-5}, {"discover":true}, {"clear":true}, {"clock":"nan"}, {"settle":0},
         {"call":"DeviceCtrlInit","args":[1,78,1,1]}, {"selected-sonar":null}, {"selected-sonar":[1,78,1,1]},
         {"active-vessel":2}, {"active-vessel":null}, {"view":"open","stored":[1,78,1,1],"size":[300,200]},
-        {"view":"close"}, {"tab":2}, {"slider":{"page":"gates","id":5},"kind":5,"position":-3},
-        {"click":{"page":"settings","id":5}}, {"choose":{"page":"ocean","id":5},"index":-1},
-        {"type":{"page":"recording","id":5},"text":"1.5"}, {"press-return":{"page":"tracker","id":5}},
+        {"view":"close"}, {"tab":2}, {"slider":{"page":"gates","id":28125},"kind":5,"position":-3},
+        {"click":{"page":"settings","id":28107}}, {"choose":{"page":"ocean","id":28105},"index":-1},
+        {"type":{"page":"tracker","id":28140},"text":"1.5"}, {"press-return":{"page":"gates","id":28112}},
         {"look":true}, {"view-update":4,"id":[1,78,1,1]}, {"resize":[1,2]}]})");
     ASSERT_EQ(scenario.steps.size(), 35U);
     EXPECT_EQ(scenario.steps[0].kind, StepKind::Request);
@@ -254,9 +254,9 @@ TEST(ScenarioReader, SaysWhereAStepIsWrong)
     EXPECT_EQ(StepRefusal(R"({"terminal":1.0})"),
               "$.steps[0].terminal: an integer is expected here, not a number with a point or an exponent");
     EXPECT_EQ(StepRefusal(R"({"click":{"page":"gate","id":1}})"), "$.steps[0].click.page: there is no page \"gate\"");
-    EXPECT_EQ(StepRefusal(R"({"slider":{"page":"gates","id":1},"kind":9})"),
+    EXPECT_EQ(StepRefusal(R"({"slider":{"page":"gates","id":28100},"kind":9})"),
               "$.steps[0].kind: 9 is out of range, which is 0 to 8");
-    EXPECT_EQ(StepRefusal(R"({"type":{"page":"gates","id":1}})"), "$.steps[0]: \"text\" is missing");
+    EXPECT_EQ(StepRefusal(R"({"type":{"page":"gates","id":28112}})"), "$.steps[0]: \"text\" is missing");
     EXPECT_EQ(StepRefusal(R"({"resize":[1]})"), "$.steps[0].resize: an array of 2 is expected here, not of 1");
     EXPECT_EQ(StepRefusal(R"({"view":"shut"})"), "$.steps[0].view: the view takes \"open\" or \"close\", not \"shut\"");
     EXPECT_EQ(StepRefusal(R"({"attributes":[],"device":[5,1112,1,1]})"), "accepted");
