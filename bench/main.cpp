@@ -6,6 +6,7 @@
 #include "stage.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -34,9 +35,13 @@ std::vector<Ratio> Promises()
         {"the same, p99", "pause-late", "bare-sleep-late", 1.3, false, true},
         {"lateness with 16 groups at once, to 16 bare sleeps", "pauses-of-16-late", "bare-sleeps-of-16-late", 1.3},
         {"the same, p99", "pauses-of-16-late", "bare-sleeps-of-16-late", 1.3, false, true},
+        {"lateness summed up over 1,000 pings, to as many bare sleeps", "drift-1000", "bare-drift-1000", 1.3},
+        {"stop of 8 waiting groups, ns", "groups-stop-8", "", 20000000.0},
         {"processor time of 64 waiting groups in one second, ns", "groups-waiting-64", "", 1000000.0},
         {"a contact's change to its record at the far end, to a bare send", "contact", "bare-contact", 2.0},
         {"an image of 50 MB to its record at the far end, to a bare send", "contact-image", "bare-image", 2.0},
+        {"a refresh of the view in which nothing changed, tree of 2,000, ns", "view-refresh-unchanged", "", 100000.0},
+        {"start of qx5 to the exit after the window was first shown, ns", "qx5-window", "", 500000000.0},
         {"qx5 send, start to exit, ns", "qx5-send", "", 200000000.0},
     };
 }
@@ -47,6 +52,16 @@ namespace {
 
 using bench::Case;
 using bench::Figures;
+
+/// Cases that are little more than one thread waking another, in pairs with what they are held against.
+constexpr std::array<std::string_view, 8> handOvers{"request-one-key-live",
+                                                    "bare-request",
+                                                    "request-across-threads",
+                                                    "bare-round-trip",
+                                                    "data-to-ping",
+                                                    "bare-hand-over",
+                                                    "contact",
+                                                    "bare-contact"};
 
 /// Whether the name holds one of the parts, which commas separate.
 bool IsWanted(std::string_view name, std::string_view parts)
@@ -138,10 +153,19 @@ int main(int argc, char** argv)
     for (Case& sequencing : bench::SequencingCases(stage)) {
         cases.push_back(std::move(sequencing));
     }
+#ifdef QX5_VIEW
+    stage.Host().RunAndWait([&stage] { stage.PlugIn().RegisterViews(); });
+    for (Case& view : bench::ViewCases(stage)) {
+        cases.push_back(std::move(view));
+    }
+#endif
     for (Case& commandLine : bench::CommandLineCases()) {
         cases.push_back(std::move(commandLine));
     }
 
+    for (Case& one : cases) {
+        one.onOneProcessor = std::find(handOvers.begin(), handOvers.end(), one.name) != handOvers.end();
+    }
     std::erase_if(cases, [only](Case const& one) { return !IsWanted(one.name, only); });
 
     if (!json && !ratiosOnly) {
@@ -151,7 +175,7 @@ int main(int argc, char** argv)
                                              std::vector<double> nanoseconds;
                                              for (auto _ : state) {
                                                  nanoseconds.clear();
-                                                 one.run(1, nanoseconds);
+                                                 bench::Run(one, 1, nanoseconds);
                                                  state.SetIterationTime(nanoseconds.front() * 1e-9);
                                              }
                                          })

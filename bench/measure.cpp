@@ -1,9 +1,21 @@
 // Taking samples of all cases in turn, round after round.
 #include "measure.h"
 
+#include "one_processor.h"
+
 #include <algorithm>
+#include <optional>
 
 namespace bench {
+
+void Run(Case const& one, std::size_t samples, std::vector<double>& nanoseconds)
+{
+    std::optional<OnOneProcessor> placement;
+    if (one.onOneProcessor) {
+        placement.emplace();
+    }
+    one.run(samples, nanoseconds);
+}
 
 std::vector<Figures> Measure(std::vector<Case> const& cases, std::size_t rounds)
 {
@@ -13,7 +25,7 @@ std::vector<Figures> Measure(std::vector<Case> const& cases, std::size_t rounds)
             if (round == 1) {
                 samples[i].clear(); // the first round only warms up
             }
-            cases[i].run(cases[i].samplesPerRound, samples[i]);
+            Run(cases[i], cases[i].samplesPerRound, samples[i]);
         }
     }
     std::vector<Figures> figures;

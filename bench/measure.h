@@ -17,7 +17,11 @@ struct Case
     std::size_t samplesPerRound = 1;
     /// Takes so many samples and appends each as nanoseconds for one repetition.
     std::function<void(std::size_t samples, std::vector<double>& nanoseconds)> run;
+    bool onOneProcessor = false; ///< all threads of the process, see OnOneProcessor
 };
+
+/// Takes samples of a case, where its threads belong.
+void Run(Case const& one, std::size_t samples, std::vector<double>& nanoseconds);
 
 struct Figures
 {

@@ -98,6 +98,60 @@ private:
     std::size_t m_count = 0;
 };
 
+/// Answers each ping at once with settings data, from within the send, until there were enough.
+class AnsweringTraffic final : public vordal::SonarTraffic
+{
+public:
+    AnsweringTraffic(Stage& stage, std::size_t pings) : m_stage(stage), m_pings(pings) {}
+
+    bool SendRemoteControl(Sender const&, std::uint32_t, std::span<unsigned char const>, int, int) override
+    {
+        return true;
+    }
+    bool AskForRecord(Sender const&, std::uint32_t, int, int) override { return true; }
+    bool SendData(Sender const&, std::uint32_t, std::span<unsigned char const>, double, int, int) override
+    {
+        return true;
+    }
+    bool SendRaw(Sender const&, std::string_view frame, bool) override
+    {
+        if (frame.size() != pingBytes) {
+            return true;
+        }
+        {
+            std::lock_guard const lock(m_mutex);
+            m_last = Clock::now();
+            if (++m_count == 1) {
+                m_first = m_last;
+            }
+            if (m_count >= m_pings) {
+                m_changed.notify_one();
+                return true;
+            }
+        }
+        m_stage.Host().PutBlock(IdOf(0), m_block);
+        return true;
+    }
+
+    /// From the first ping to the last, once it has come.
+    Clock::duration Took()
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_count >= m_pings; });
+        return m_last - m_first;
+    }
+
+private:
+    Stage& m_stage;
+    std::size_t const m_pings;
+    CDataBlock const m_block = SettingsBlock();
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::size_t m_count = 0;
+    Clock::time_point m_first;
+    Clock::time_point m_last;
+};
+
 /// Sonars under ping control for the time of one case. A port for each, or none.
 class ControlledSonars
 {
@@ -139,7 +193,7 @@ public:
     }
 
     /// Settings data of one sonar, on this thread.
-    void Data(std::size_t sonar) { m_stage.Host().PutBlock(IdOf(sonar), m_block); }
+    void Data(std::size_t sonar) { m_stage.Host().PutBlock(m_devices[sonar]->GetDataId(), m_block); }
 
 private:
     Stage& m_stage;
@@ -378,6 +432,46 @@ std::vector<Case> SequencingCases(Stage& stage)
     cases.push_back(
         {"bare-sleeps-of-16-late", "bare program: the same for 16 threads at once", 112,
          [](std::size_t samples, std::vector<double>& nanoseconds) { MeasureSleeps(16, samples, nanoseconds); }});
+    cases.push_back({"drift-1000", "how late the last of 1,000 pings is that follow one another by a pause of 1 ms", 1,
+                     [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+                         for (std::size_t i = 0; i < samples; ++i) {
+                             AnsweringTraffic answering(stage, 1001);
+                             // 100 m at 1500 m/s take 133.3 ms; 0.75 % of that is the pause.
+                             ControlledSonars sonars(stage, answering, 1, 1, 0.75);
+                             sonars.Data(0);
+                             nanoseconds.push_back(Nanoseconds(answering.Took() - std::chrono::seconds(1)));
+                         }
+                     }});
+    cases.push_back({"bare-drift-1000",
+                     "bare program: how late the last of 1,000 sleeps is, each until 1 ms after the one before", 1,
+                     [](std::size_t samples, std::vector<double>& nanoseconds) {
+                         std::thread([&] {
+                             WakeOnTime();
+                             for (std::size_t i = 0; i < samples; ++i) {
+                                 auto const begin = Clock::now();
+                                 auto woken = begin;
+                                 for (int slept = 0; slept < 1000; ++slept) {
+                                     SleepUntil(woken + std::chrono::milliseconds(1));
+                                     woken = Clock::now();
+                                 }
+                                 nanoseconds.push_back(Nanoseconds(woken - begin - std::chrono::seconds(1)));
+                             }
+                         }).join();
+                     }});
+    cases.push_back({"groups-stop-8", "from the stop call to its return, while 8 groups wait", 1,
+                     [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+                         for (std::size_t i = 0; i < samples; ++i) {
+                             constexpr std::size_t groups = 8;
+                             PingTimes times(groups);
+                             ControlledSonars sonars(stage, times, groups, groups, 0.0);
+                             for (std::size_t group = 0; group < groups; ++group) {
+                                 sonars.Data(group);
+                             }
+                             times.WaitFor(groups);
+                             stage.Host().RunAndWait(
+                                 [&] { Time(1, 1, nanoseconds, [&] { stage.PlugIn().ReleaseSonars(); }); });
+                         }
+                     }});
     cases.push_back({"groups-waiting-64", "processor time of the whole process in one second in which 64 groups wait",
                      1, [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
                          constexpr std::size_t groups = 64;

@@ -53,7 +53,13 @@ struct RunOptions
     int groups = 2;      ///< of the same; no more than there are sonars
     std::string demo;    ///< name of a demonstration to show in place of the guided session
     bool once = false;
-    bool terminal = false; ///< the keyboard is an operator terminal; no guided session
+    bool terminal = false;    ///< the keyboard is an operator terminal; no guided session
+    bool guided = false;      ///< the guided session in place of the window
+    std::string screenshot;   ///< a file: render into that in place of opening a window
+    int tab = 0;              ///< of the view that is rendered, from 0
+    int scale = 100;          ///< per cent, of what is rendered
+    bool dark = false;        ///< the window begins with a dark palette
+    bool wholeWindow = false; ///< render the whole window, not the view alone
 };
 int Run(RunOptions const& options);
 

@@ -42,8 +42,10 @@ int main(int argc, char** argv)
 
     RunOptions run;
     CLI::App* runCommand = app.add_subcommand(
-        "run", "Start a simulated sonar and a host with the plug-in, show a guided session, then take key=value lines");
-    runCommand->add_flag("--once", run.once, "End after the guided session");
+        "run", "Start simulated sonars and a host with the plug-in and open the operator's window; without a display a "
+               "guided session and key=value lines");
+    runCommand->add_flag("--guided", run.guided, "The guided session and key=value lines in place of the window");
+    runCommand->add_flag("--once", run.once, "The guided session alone");
     runCommand
         ->add_flag("--terminal", run.terminal,
                    "Take the keyboard as the sonar's operator terminal, in place of the session; `?` lists the keys")
@@ -68,6 +70,24 @@ int main(int argc, char** argv)
     runCommand->add_option("--groups", run.groups, "How many groups they form, 1 to 26")
         ->capture_default_str()
         ->check(CLI::Range(1, 26).description(""));
+    CLI::Option* screenshot = runCommand
+                                  ->add_option("--screenshot", run.screenshot,
+                                               "Render the view as PNG into this file, without a display, and end")
+                                  ->type_name("FILE")
+                                  ->excludes("--guided")
+                                  ->excludes("--once")
+                                  ->excludes("--terminal")
+                                  ->excludes("--demo");
+    runCommand->add_option("--tab", run.tab, "The tab to render, 0 to 5")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 5).description(""))
+        ->needs(screenshot);
+    runCommand->add_option("--scale", run.scale, "Size of what is rendered in per cent: 100, 150 or 200")
+        ->capture_default_str()
+        ->check(CLI::IsMember({100, 150, 200}).description(""))
+        ->needs(screenshot);
+    runCommand->add_flag("--whole-window", run.wholeWindow, "Render the whole window")->needs(screenshot);
+    runCommand->add_flag("--dark", run.dark, "Begin with a dark palette");
     runCommand->callback([&] { code = Run(run); });
 
     SimOptions sim;

@@ -3,6 +3,7 @@
 
 #include "platform/executable_path.h"
 
+#include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/DataManager.h>
 
 #include <VordalConfigureR/DataSearch.h>
@@ -127,11 +128,15 @@ private:
     Session& m_session;
 };
 
-Session::Session(Listener listener) : m_listener(std::move(listener))
+Session::Session(Listener listener, CString guid) : m_listener(std::move(listener)), m_guid(std::move(guid))
 {
     m_host.SetTraffic(&m_traffic);
     m_host.SetObserver(this);
-    m_host.SetApplication({.guid = {}, .mainWindow = false, .lightMode = 4, .displays = {}});
+    // Asked before there is an application, the host tells the GUID that it made for this run.
+    if (m_guid.View().empty()) {
+        m_guid = CVordalBaseApp::GetAppInstanceGuid();
+    }
+    m_host.SetApplication({.guid = m_guid, .mainWindow = false, .lightMode = 4, .displays = {}});
     m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
     m_host.SetItemTexts(78, 2701, {L"Idle", L"Recording"}); // the states of recording
 }
@@ -305,7 +310,7 @@ void Session::AttachTerminal()
 {
     m_host.RunAndWait([this] {
         m_host.SetApplication(
-            {.guid = L"qx5",
+            {.guid = m_guid,
              .mainWindow = true,
              .lightMode = 2,
              .displays = {{.section = L"bathy", .type = L"bathy", .name = L"bathy", .enabled = true}}});

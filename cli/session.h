@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include <VordalBaseR/CString.h>
 #include <VordalSubscriberR/Subscription.h>
 
 namespace qx5::cli {
@@ -53,7 +54,8 @@ public:
     using Listener = std::function<void(SessionEvent const&)>;
 
     /// `listener` is called for each event, one call at a time, from any thread; it must not call the session.
-    explicit Session(Listener listener);
+    /// `guid` is the application's; an empty one stands for the one that the host makes.
+    explicit Session(Listener listener, CString guid = {});
     Session(Session const&) = delete;
     Session& operator=(Session const&) = delete;
     ~Session() override;
@@ -117,6 +119,7 @@ private:
     bool m_introduced = false;
     bool m_requestFailed = false;
 
+    CString m_guid; ///< of the application
     vordal::LiveTraffic m_traffic;
     vordal::Host m_host{vordal::Threading::Threaded};
     vordal::LinkThread m_linkThread;

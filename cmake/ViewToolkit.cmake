@@ -11,4 +11,6 @@ target_compile_definitions(qx5_view_toolkit INTERFACE QX5_VIEW QT_NO_KEYWORDS QT
 # qx5_use_view_tools(target): the target has Q_OBJECT classes or .ui files.
 function(qx5_use_view_tools target)
   set_target_properties(${target} PROPERTIES AUTOMOC ON AUTOUIC ON)
+  # The generator does not understand all of the standard library's headers; what it looks for is not in there.
+  set_property(TARGET ${target} APPEND PROPERTY AUTOMOC_MOC_OPTIONS -D_GLIBCXX_CONCEPTS=1)
 endfunction()

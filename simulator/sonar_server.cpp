@@ -15,6 +15,7 @@
 #include <asio.hpp>
 
 #include <protocol/frame_reader.h>
+#include <protocol/idle_limit.h>
 #include <protocol/print.h>
 #include <protocol/utf8.h>
 #include <simulator/misbehaviour.h>
@@ -41,16 +42,19 @@ struct Outgoing
 /// One host. Handlers of its operations hold it by shared pointer; `open` tells them whether it still counts.
 struct Connection
 {
-    Connection(asio::io_context& context, tcp::socket&& accepted, std::uint64_t itsNumber)
-        : socket(std::move(accepted)), sendTimer(context), number(itsNumber)
+    Connection(asio::io_context& context, tcp::socket&& accepted, std::uint64_t itsNumber, Clock::duration limit)
+        : socket(std::move(accepted)), sendTimer(context), idleTimer(context), number(itsNumber), idleLimit(limit)
     {
     }
 
     tcp::socket socket;
     asio::steady_timer sendTimer;
+    asio::steady_timer idleTimer;
     std::uint64_t number;
     bool open = true;
     protocol::FrameReader reader;
+    protocol::IdleLimit idleLimit;
+    bool idleWatched = false; ///< the timer is under way
     std::array<unsigned char, 65536> arrived{};
     std::size_t held = 0; ///< bytes of `arrived` that came in while reading is stalled
     bool reading = false; ///< an operation is under way
@@ -61,6 +65,7 @@ struct Connection
     bool writing = false; ///< an operation or the timer is under way
     bool closeAfterWrite = false;
     bool damageTold = false;
+    bool unfinishedTold = false;
     std::uint64_t bytesReceived = 0;
     std::uint64_t bytesSent = 0;
     std::uint64_t framesSent = 0;
@@ -202,6 +207,9 @@ private:
     void CloseAll();
     void Read(ConnectionPointer const& connection);
     void TakeBytes(ConnectionPointer const& connection, std::size_t count);
+    void TakeFrames(ConnectionPointer const& connection);
+    void WatchIdle(ConnectionPointer const& connection);
+    void LookForIdle(ConnectionPointer const& connection);
     void TakeFrame(ConnectionPointer const& connection, protocol::FrameView const& frame);
     void Send(ConnectionPointer const& connection, SharedBytes const& bytes);
     void Broadcast(SharedBytes const& bytes);
@@ -341,7 +349,8 @@ void SonarServer::Implementation::Take(tcp::socket&& socket)
     }
     socket.set_option(tcp::no_delay(true), error);
     auto const remote = socket.remote_endpoint(error);
-    auto const connection = std::make_shared<Connection>(m_context, std::move(socket), ++m_lastNumber);
+    auto const connection =
+        std::make_shared<Connection>(m_context, std::move(socket), ++m_lastNumber, m_options.idleLimit);
     ++m_counts.connections;
     m_connections.push_back(connection);
     Tell(EventKind::Connected,
@@ -364,6 +373,7 @@ void SonarServer::Implementation::Close(ConnectionPointer const& connection, std
     asio::error_code ignored;
     connection->socket.close(ignored);
     connection->sendTimer.cancel();
+    connection->idleTimer.cancel();
     connection->queue.clear();
     connection->queuedBytes = 0;
     std::erase(m_connections, connection);
@@ -429,17 +439,57 @@ void SonarServer::Implementation::Read(ConnectionPointer const& connection)
 void SonarServer::Implementation::TakeBytes(ConnectionPointer const& connection, std::size_t count)
 {
     connection->reader.Feed(std::span(connection->arrived).first(count));
+    TakeFrames(connection);
+    if (connection->open && !connection->damageTold && connection->reader.SkippedBytes() > 0) {
+        connection->damageTold = true;
+        Tell(EventKind::Damaged, "bytes that belong to no frame are skipped", connection->number);
+    }
+    if (connection->open) {
+        connection->idleLimit.Heard(connection->reader, Clock::now());
+        WatchIdle(connection);
+    }
+    StateChanged();
+}
+
+void SonarServer::Implementation::TakeFrames(ConnectionPointer const& connection)
+{
     while (connection->open) {
         auto const frame = connection->reader.Next();
         if (!frame)
             break;
         TakeFrame(connection, *frame);
     }
-    if (connection->open && !connection->damageTold && connection->reader.SkippedBytes() > 0) {
+}
+
+// One timer at a time: what arrives meanwhile moves the limit, not the timer.
+void SonarServer::Implementation::WatchIdle(ConnectionPointer const& connection)
+{
+    auto const due = connection->idleLimit.Due();
+    if (!connection->open || connection->idleWatched || !due)
+        return;
+    connection->idleWatched = true;
+    connection->idleTimer.expires_at(*due);
+    connection->idleTimer.async_wait([this, connection](asio::error_code const& error) {
+        connection->idleWatched = false;
+        if (!error && connection->open)
+            LookForIdle(connection);
+    });
+}
+
+void SonarServer::Implementation::LookForIdle(ConnectionPointer const& connection)
+{
+    asio::error_code ignored;
+    if (m_misbehaviour.stall || connection->held > 0 || connection->socket.available(ignored) > 0) {
+        // It is this side that keeps the rest waiting.
+        connection->idleLimit.Heard(connection->reader, Clock::now());
+    } else if (connection->idleLimit.Expire(connection->reader, Clock::now())) {
+        TakeFrames(connection);
         connection->damageTold = true;
-        Tell(EventKind::Damaged, "bytes that belong to no frame are skipped", connection->number);
+        if (connection->open && !std::exchange(connection->unfinishedTold, true))
+            Tell(EventKind::Damaged, "a frame that was begun got no further byte and is skipped", connection->number);
+        StateChanged();
     }
-    StateChanged();
+    WatchIdle(connection);
 }
 
 void SonarServer::Implementation::TakeFrame(ConnectionPointer const& connection, protocol::FrameView const& frame)

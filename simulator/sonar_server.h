@@ -31,6 +31,8 @@ struct ServerOptions
     /// Bytes waiting for one host. A host that lets more pile up is disconnected; when it comes back it is told
     /// everything anew.
     std::size_t greatestSendQueue = std::size_t{4} << 20;
+    /// A frame that was begun and gets no further byte for so long is damage: the sonar goes on inside of it.
+    std::chrono::milliseconds idleLimit{5000};
     UtcClock utc; ///< the system's clock when empty
 };
 
@@ -40,7 +42,7 @@ enum class EventKind : std::uint8_t
     Connected,    ///< `text` is the host's address
     Disconnected, ///< `text` tells why and what the connection carried
     Record,       ///< `record` and `frame`
-    Damaged,      ///< bytes that are no frame; told once for each connection
+    Damaged,      ///< bytes that are no frame, or an unfinished one; each told once for each connection
     Answered,     ///< `text` tells what was sent; `connection` 0 when to all hosts
     Pinged,       ///< transmitted: `pingNumber`
     Echoed,       ///< its echoes are in: `pingNumber`

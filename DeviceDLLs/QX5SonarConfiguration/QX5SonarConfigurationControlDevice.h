@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 class BaseDataSource;
@@ -324,5 +325,8 @@ private:
     TerminalCommandsToQX5Conv terminalCommands;
     SonarTargetsControl* sonarTargetsControl = nullptr; ///< open target file, closed with the device
     CString sonarTargetsName;                           ///< name of that file
-    CVordalUnitCnv* unitConverter;                      ///< the project's, never null; stays while the host runs
+    /// Memory of the last image's frame, for the next: the system takes longer to find such an amount than the file to
+    /// be read. It is lent to the system meanwhile.
+    std::string imageFrame;
+    CVordalUnitCnv* unitConverter; ///< the project's, never null; stays while the host runs
 };

@@ -45,16 +45,14 @@ bool LooksLikeHex(std::string_view beginning)
     for (char const character : beginning) {
         if (character == '\n') {
             comment = false;
-        } else if (character == '\0') {
-            return false; // not even in a comment
-        } else if (comment) {
-            continue;
         } else if (character == '#') {
             comment = true;
+        } else if (comment && character != '\0') {
+            continue;
         } else if (HexDigit(character) >= 0 || character == 'x' || character == 'X') {
             digits = true;
         } else if (!IsSpace(character) && character != ':' && character != ',') {
-            return false;
+            return false; // a null character even in a comment
         }
     }
     return digits;

@@ -1,6 +1,8 @@
-// `qx5 docs`: the tables of the manual, written from the tables of the handlers and from real sends.
+// `qx5 docs`: the tables of the manual and the dissector, written from the tables of records and handlers and from
+// real sends.
 #include "cli/commands.h"
 
+#include "cli/record_documents.h"
 #include "cli/session.h"
 #include "handlers/command_catalogue.h"
 
@@ -78,13 +80,14 @@ std::string Utf8(protocol::Key const& key)
     return protocol::EncodeUtf8(key.text);
 }
 
-/// The lines of a record's text that tell its command and fields, without the frame, whose time would change the
+/// The lines of a record's text that tell its command and fields, without the frame's time, which would change the
 /// document at every run.
 std::string CommandLines(protocol::FrameView const& frame)
 {
     std::string const text = protocol::PrintFrame(frame);
+    std::size_t const firstLine = text.find('\n');
     bool const wrapped = frame.header.recordId == protocol::RemoteControlRecordId;
-    return wrapped ? text.substr(text.find('\n') + 1) : text;
+    return wrapped ? text.substr(firstLine + 1) : text.substr(0, text.rfind(", ", firstLine)) + text.substr(firstLine);
 }
 
 } // namespace
@@ -120,10 +123,12 @@ int Docs(DocsOptions const& options)
         std::size_t sent = 0;
         std::mutex sentMutex;
         {
-            Session session([&](SessionEvent const& event) {
+            auto const count = [&](SessionEvent const& event) {
                 std::lock_guard const lock(sentMutex);
                 sent += event.kind == SessionEvent::Kind::Sent ? 1U : 0U;
-            });
+            };
+            // The same GUID at every run, so that the document changes with the tables alone.
+            Session session(count, L"6f9619ff-8b86-d011-b42d-00cf4fc964ff");
             if (!session.LoadPlugin(PluginPath(options.plugin), error)) {
                 return Complain(ExitFailed, error);
             }
@@ -180,10 +185,13 @@ int Docs(DocsOptions const& options)
         }
         sonar.Stop();
     }
-    if (!Write(folder / "sends.md", text, error)) {
-        return Complain(ExitFailed, error);
+    for (auto const& [name, content] :
+         {std::pair{"sends.md", text}, {"records.md", RecordTables()}, {"x5_records.lua", WiresharkDissector()}}) {
+        if (!Write(folder / name, content, error)) {
+            return Complain(ExitFailed, error);
+        }
+        fmt::print("{} written\n", (folder / name).string());
     }
-    fmt::print("{} written\n", (folder / "sends.md").string());
     return ExitGood;
 }
 

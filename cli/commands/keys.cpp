@@ -2,6 +2,7 @@
 #include "cli/commands.h"
 
 #include "cli/key_values.h"
+#include "cli/table_texts.h"
 #include "handlers/command_catalogue.h"
 #include <protocol/catalogue.h>
 #include <protocol/print.h>
@@ -23,37 +24,6 @@ using protocol::Kind;
 std::string Text(protocol::Key const& key)
 {
     return protocol::EncodeUtf8(key.text);
-}
-
-std::string_view KindText(Kind kind)
-{
-    switch (kind) {
-    case Kind::Int:
-        return "int";
-    case Kind::UInt:
-        return "uint";
-    case Kind::Int64:
-        return "int64";
-    case Kind::Bool:
-        return "bool";
-    case Kind::Double:
-        return "double";
-    case Kind::Pair:
-        return "pair";
-    case Kind::String:
-        return "string";
-    case Kind::IntList:
-        return "ints";
-    case Kind::DoubleList:
-        return "doubles";
-    case Kind::Offset:
-        return "offset";
-    case Kind::Branch:
-        return "branch";
-    case Kind::Any:
-        return "any";
-    }
-    return "";
 }
 
 std::string_view FormText(Form form)
@@ -79,44 +49,6 @@ std::string_view FormText(Form form)
     return "";
 }
 
-std::string_view ConvertText(protocol::Convert convert)
-{
-    using protocol::Convert;
-    switch (convert) {
-    case Convert::None:
-        return "";
-    case Convert::Radians:
-        return "degrees to radians";
-    case Convert::NegatedRadians:
-        return "negated, degrees to radians";
-    case Convert::RadiansByFactor:
-        return "degrees to radians, by one factor";
-    case Convert::NegatedRadiansByFactor:
-        return "negated, degrees to radians, by one factor";
-    case Convert::Negated:
-        return "negated";
-    case Convert::TimesThousand:
-        return "x 1000";
-    case Convert::Thousandth:
-        return "/ 1000";
-    case Convert::TimesTwenty:
-        return "x 20, modulo 65536";
-    case Convert::FifthOfFloat:
-        return "/ 5 in single precision";
-    case Convert::Truncated:
-        return "cut toward zero";
-    case Convert::SetWhenZero:
-        return "set when the value is 0";
-    case Convert::SetWhenOne:
-        return "set when the value is exactly 1";
-    case Convert::PlusOne:
-        return "+ 1";
-    case Convert::Computed:
-        return "worked out by the handler";
-    }
-    return "";
-}
-
 std::string TargetText(Target const& target)
 {
     if (target == OwnSonar) {
@@ -126,25 +58,6 @@ std::string TargetText(Target const& target)
         return "the sonar processor (device 7000, enumerator 0)";
     }
     return fmt::format("device {}, enumerator {}", target.deviceId, target.enumerator);
-}
-
-/// Where the field lies: "@16", "@4 bit 3".
-std::string Place(Field const& field)
-{
-    std::string place = fmt::format("@{}", field.offset);
-    switch (field.wire) {
-    case protocol::Wire::BitOfU16:
-    case protocol::Wire::BitOfU32:
-    case protocol::Wire::BitOfU64:
-        place += fmt::format(" bit {}", field.extent);
-        break;
-    case protocol::Wire::BitsOfU32:
-        place += fmt::format(" bits {}..{}", field.extent, field.extent + field.bitCount - 1);
-        break;
-    default:
-        break;
-    }
-    return place;
 }
 
 /// The places of a key in a record, for a table; empty when the record does not carry it.

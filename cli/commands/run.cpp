@@ -1,4 +1,4 @@
-// `qx5 run`: a simulated sonar, a host with the plug-in, and a session that shows what passes between them.
+// `qx5 run`: the window, or in its place a session on the terminal that shows what passes between host and sonar.
 #include "cli/commands.h"
 
 #include "cli/demos/demos.h"
@@ -7,6 +7,9 @@
 #include "cli/platform/terminal.h"
 #include "cli/session.h"
 #include "cli/terminal_keys.h"
+#ifdef QX5_VIEW
+#include "cli/window/run_window.h"
+#endif
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/link/tree_transfer.h"
 
@@ -270,6 +273,21 @@ int Run(RunOptions const& options)
         if (demo.name == options.demo) {
             return demo.run(options);
         }
+    }
+    bool const isPlain = !options.guided && !options.once && !options.terminal;
+#ifdef QX5_VIEW
+    if (isPlain && (!options.screenshot.empty() || HasDisplay())) {
+        return RunWindow(options);
+    }
+    constexpr std::string_view noWindow = "There is no display for the window; this is the guided session.\n";
+#else
+    if (!options.screenshot.empty()) {
+        return Complain(ExitWrong, "--screenshot: this qx5 was built without the view");
+    }
+    constexpr std::string_view noWindow = "This qx5 was built without the window; this is the guided session.\n";
+#endif
+    if (isPlain) {
+        fmt::print("{}", noWindow);
     }
     Transcript transcript;
     std::unique_ptr<simulator::SonarServer> sonar;

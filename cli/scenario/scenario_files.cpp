@@ -28,7 +28,7 @@ fs::path MakePrivateFolder()
     auto const parent = fs::temp_directory_path(error);
     std::random_device random;
     for (int attempt = 0; attempt < 100 && !error; ++attempt) {
-        auto const folder = parent / ("qx5-scenario-" + std::to_string(random()) + std::to_string(random()));
+        auto folder = parent / ("qx5-scenario-" + std::to_string(random()) + std::to_string(random()));
         if (fs::create_directory(folder, error)) {
             fs::permissions(folder, fs::perms::owner_all, error);
             return folder;

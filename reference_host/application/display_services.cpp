@@ -50,7 +50,8 @@ bool DisplayManager::RemoveDisplay(CString const& title)
                            });
     }
     auto* const application = CurrentApplication();
-    bool const wasSetUp = application != nullptr && application->ForgetDisplay(title);
+    // A display that was never renamed has no title, which is nobody's name.
+    bool const wasSetUp = application != nullptr && !title.IsEmpty() && application->ForgetDisplay(title);
     return display != nullptr || wasSetUp;
 }
 

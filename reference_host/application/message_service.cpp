@@ -35,7 +35,6 @@ void MessageService::ShowMessage(CString const& text, CString const& detail, uns
     if (observer != nullptr) {
         observer->OnMessage(text);
     } else {
-        // Nobody looks on who would show it.
         Log(LevelOf(flags), tvcore::ToUtf8(text) + (detail.IsEmpty() ? "" : " (" + tvcore::ToUtf8(detail) + ")"));
     }
     std::lock_guard const lock(m_mutex);

@@ -1,7 +1,10 @@
 // The bodies of the host's identifiers.
 #include <VordalBaseR/CDataId.h>
 
-#include <string>
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <iterator>
 
 namespace {
 
@@ -24,7 +27,7 @@ void CDataId::SetUndefined()
 
 bool CDataId::IsUndefined() const
 {
-    return *this == CDataId();
+    return std::all_of(std::begin(m_fields), std::end(m_fields), [](auto field) { return field == Undefined; });
 }
 
 void CDataId::SetGroupId(unsigned short group)
@@ -41,12 +44,13 @@ void CDataId::SetDeviceNum(unsigned short device)
 
 void CDataId::RebuildKey()
 {
-    std::wstring key;
+    // Digit by digit rather than by the formatting of wide texts, which asks the locale and takes ten times as long.
+    std::array<char, sizeof "65535.65535.65535.65535"> digits;
+    char* end = digits.data();
     for (auto const field : m_fields) {
-        if (!key.empty()) {
-            key += L'.';
-        }
-        key += std::to_wstring(field);
+        end = std::to_chars(end, digits.data() + digits.size(), field).ptr;
+        *end++ = '.';
     }
-    m_key = CString(std::move(key));
+    --end;
+    m_key = CString(std::wstring(digits.data(), end));
 }

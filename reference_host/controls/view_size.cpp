@@ -3,6 +3,7 @@
 
 #include "reference_host/displays/display.h"
 
+#include <QAbstractScrollArea>
 #include <QEvent>
 #include <QObject>
 #include <QResizeEvent>
@@ -38,10 +39,17 @@ private:
 
 void FollowWidgetSize(Display& display)
 {
-    if (auto* const widget = display.Widget()) {
-        new SizeFollower(display, *widget);
-        display.DeliverSize(0, widget->width(), widget->height());
+    auto* const widget = display.Widget();
+    if (widget == nullptr) {
+        return;
     }
+    // Scroll bars take their place from what is shown.
+    auto const* const area = qobject_cast<QAbstractScrollArea*>(widget);
+    auto* const pane = area != nullptr ? area->viewport() : widget;
+    new SizeFollower(display, *pane);
+    // A pane takes its size when it is first shown.
+    auto const size = pane->isVisible() ? pane->size() : widget->size();
+    display.DeliverSize(0, size.width(), size.height());
 }
 
 } // namespace vordal

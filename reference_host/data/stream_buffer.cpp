@@ -30,7 +30,7 @@ bool StreamBuffer::ReadCurrentBlock(CDataBlock& block)
 void StreamBuffer::StoreBlock(CDataBlock const& block)
 {
     if (auto* observer = CurrentObserver()) {
-        observer->OnStoreBlock(m_dataId, block);
+        observer->OnStoreBlock(GetDataId(), block);
     }
     Put(block);
 }
@@ -46,7 +46,7 @@ void StreamBuffer::Put(CDataBlock const& block)
 void StreamBuffer::AnnounceBlock()
 {
     if (auto* observer = CurrentObserver()) {
-        observer->OnAnnounceBlock(m_dataId);
+        observer->OnAnnounceBlock(GetDataId());
     }
     Announce();
 }
@@ -54,15 +54,14 @@ void StreamBuffer::AnnounceBlock()
 void StreamBuffer::Announce()
 {
     if (auto const bus = StreamBus(); bus != nullptr && !bus->IsEmpty()) {
-        DataId_NI const info(m_dataId);
-        bus->Notify(AttributeKey(m_dataId.GetKey()), &info);
+        bus->Notify(m_key, &m_info);
     }
 }
 
 void StreamBuffer::Reset()
 {
     if (auto* observer = CurrentObserver()) {
-        observer->OnResetBuffer(m_dataId, m_dataId);
+        observer->OnResetBuffer(GetDataId(), GetDataId());
     }
     Empty();
 }

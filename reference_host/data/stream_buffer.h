@@ -1,7 +1,9 @@
 // The buffer of one stream: its last block and its status.
 #pragma once
 
+#include <VordalAttributesR/AttributeKey.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
+#include <VordalSubscriberR/NotificationInfo.h>
 
 #include <mutex>
 
@@ -10,7 +12,9 @@ namespace vordal {
 class StreamBuffer final : public BaseDataSource
 {
 public:
-    explicit StreamBuffer(CDataId const& dataId) : m_dataId(dataId) {}
+    explicit StreamBuffer(CDataId const& dataId) : m_info(dataId), m_key(m_info.GetDataId().GetKey()) {}
+    StreamBuffer(StreamBuffer const&) = delete;
+    StreamBuffer& operator=(StreamBuffer const&) = delete;
 
     bool ReadBlock(CDataBlock& block, int accessCode) override;
     bool ReadCurrentBlock(CDataBlock& block) override;
@@ -19,7 +23,7 @@ public:
     void Reset() override;
     bool GetLastTime(double& seconds) override;
     bool GetStatus(unsigned short& state, unsigned short& status) override;
-    CDataId const& GetDataId() const override { return m_dataId; }
+    CDataId const& GetDataId() const override { return m_info.GetDataId(); }
 
     // These are not told to an observer.
     /// As StoreBlock and AnnounceBlock.
@@ -30,7 +34,9 @@ public:
     void SetStatus(unsigned short status);
 
 private:
-    CDataId const m_dataId;
+    /// Ready for the next announcement, which is on a ping's way.
+    DataId_NI const m_info;
+    AttributeKey const m_key; ///< a view into `m_info`
     std::mutex m_mutex;
     CDataBlock m_block;
     bool m_hasBlock = false;

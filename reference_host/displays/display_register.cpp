@@ -66,6 +66,7 @@ template <typename Map>
 std::vector<CString> KeysOf(Map const& map)
 {
     std::vector<CString> names;
+    names.reserve(map.size());
     for (auto const& [name, entry] : map) {
         names.push_back(name);
     }

@@ -20,7 +20,7 @@ std::filesystem::path PathOfFile(CString const& fullName)
         std::lock_guard const lock(host->mutex);
         root = host->fileRoot;
     }
-    std::filesystem::path const named(std::u8string(utf8.begin(), utf8.end()));
+    std::filesystem::path named(std::u8string(utf8.begin(), utf8.end()));
     if (root.empty()) {
         return named;
     }

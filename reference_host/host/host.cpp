@@ -246,6 +246,7 @@ Host::~Host()
     if (m_state->thread != nullptr) {
         m_state->thread->Finish();
     }
+    m_state->window->Detach();
     RemoveAllDevices();
     currentHost.store(nullptr, std::memory_order_release);
 }
@@ -308,6 +309,15 @@ bool Host::Post(HostTask task)
         return true;
     }
     return m_state->thread != nullptr && m_state->thread->Post(std::move(task));
+}
+
+void Host::RunOnHostThread(HostTask task)
+{
+    if (IsHostThread()) {
+        task();
+    } else {
+        Post(std::move(task));
+    }
 }
 
 bool Host::RunAndWait(Task const& task)
@@ -476,7 +486,7 @@ bool Host::GetVesselItem(unsigned short number, CString const& section, CString 
 
 void Host::SelectSonar(CDataId const& dataId)
 {
-    Post([this, packed = PackedId(dataId)] {
+    RunOnHostThread([this, packed = PackedId(dataId)] {
         DataId_NI const info(UnpackedId(packed));
         Notify(Subscription::General, GeneralSubKeys::ADT_SELECTED_SONAR_CHANGE, &info);
     });
@@ -513,7 +523,7 @@ void Host::SelectVessel(unsigned short number)
             }
         }
     }
-    Post([this, number] {
+    RunOnHostThread([this, number] {
         NFDataT<unsigned short> const info(number);
         Notify(Subscription::ActiveVessel, sel_change::ACTIVE_VESSEL, &info);
     });

@@ -249,6 +249,9 @@ public:
     HostState& State() { return *m_state; }
 
 private:
+    /// At once on the host thread, otherwise posted to it.
+    void RunOnHostThread(HostTask task);
+
     std::unique_ptr<HostState> m_state;
 };
 

@@ -1,6 +1,10 @@
 // An observer that does nothing, for those who override part of it.
 #include "reference_host/host/host_observer.h"
 
+#include "reference_host/host/log.h"
+
+#include <tvcoreR/Utf8.h>
+
 namespace vordal {
 
 HostObserver::~HostObserver() = default;
@@ -20,7 +24,11 @@ void HostObserver::OnSetLightMode(int, bool) {}
 void HostObserver::OnNotifyApplication(CDataId const&) {}
 void HostObserver::OnRenameDisplay(CString const&) {}
 void HostObserver::OnRemoveDisplay(CString const&) {}
-void HostObserver::OnMessage(CString const&) {}
+void HostObserver::OnMessage(CString const& text)
+{
+    // An operator's message is not to be lost where nobody shows it.
+    Log(LogLevel::Info, tvcore::ToUtf8(text));
+}
 void HostObserver::OnOpenTargets(CString const&) {}
 void HostObserver::OnCloseTargets(CString const&) {}
 void HostObserver::OnTargetListRequested() {}

@@ -14,10 +14,11 @@ class FileObject;
 
 namespace vordal {
 
-/// One virtual for each call into the host that a recorder reports; each does nothing unless overridden. Called before
-/// the host acts, on the caller's thread (any thread), with no lock of the host held, except that a caller may hold the
-/// lock of its own device. Only calls from outside are told: what the host does of itself (Host::MergeDecoded,
-/// Host::PutBlock, the merge inside DataManager::SetAttributeMap) is not. What is sent goes through SonarTraffic.
+/// One virtual for each call into the host that a recorder reports; each does nothing unless overridden (a message is
+/// logged). Called before the host acts, on the caller's thread (any thread), with no lock of the host held, except
+/// that a caller may hold the lock of its own device. Only calls from outside are told: what the host does of itself
+/// (Host::MergeDecoded, Host::PutBlock, the merge inside DataManager::SetAttributeMap) is not. What is sent goes
+/// through SonarTraffic.
 class VORDAL_API HostObserver
 {
 public:
@@ -50,7 +51,7 @@ public:
     virtual void OnRenameDisplay(CString const& title);
     /// DisplayManager::RemoveDisplay, whether or not there is such a display.
     virtual void OnRemoveDisplay(CString const& title);
-    /// CVordalMessage::ShowMessage. Without an observer the message goes to the log.
+    /// CVordalMessage::ShowMessage.
     virtual void OnMessage(CString const& text);
     /// SonarTargetsManager::OpenSTSFile, whatever comes of it.
     virtual void OnOpenTargets(CString const& fileName);

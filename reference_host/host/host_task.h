@@ -16,9 +16,9 @@ class HostTask
 public:
     HostTask() = default;
 
-    template <typename Callable>
-    requires(!std::is_same_v<std::remove_cvref_t<Callable>, HostTask> &&
-             std::is_invocable_v<std::remove_cvref_t<Callable>&>) HostTask(Callable&& callable)
+    template <typename Callable, typename = std::enable_if_t<!std::is_same_v<std::remove_cvref_t<Callable>, HostTask> &&
+                                                             std::is_invocable_v<std::remove_cvref_t<Callable>&>>>
+    HostTask(Callable&& callable)
     {
         using Kept = std::remove_cvref_t<Callable>;
         if constexpr (FitsInPlace<Kept>) {
@@ -57,9 +57,8 @@ private:
     };
 
     template <typename Kept>
-    static constexpr bool
-        FitsInPlace = sizeof(Kept) <= PlaceSize &&
-                      alignof(Kept) <= alignof(std::max_align_t) && std::is_nothrow_move_constructible_v<Kept>;
+    static constexpr bool FitsInPlace = std::is_nothrow_move_constructible_v<Kept> &&
+                                        alignof(Kept) <= alignof(std::max_align_t) && sizeof(Kept) <= PlaceSize;
 
     template <typename T>
     static T& At(void* place)

@@ -12,6 +12,9 @@ namespace vordal {
 /// The group id of streams of the sonar record protocol.
 inline constexpr unsigned short SonarDataGroup = 78;
 
+/// The status of a stream's buffer while there is no connection that could bring anything for it.
+inline constexpr unsigned short LostStreamStatus = 0xFFFF;
+
 // This host's own decoding, which its simulated sonar agrees on; a real sonar's settings records are decoded by the
 // host that it is made for.
 

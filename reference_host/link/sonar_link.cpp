@@ -4,7 +4,10 @@
 #include "name_look_up.h"
 #include "send_gathering.h"
 
+#include "reference_host/platform/large_pages.h"
+
 #include <protocol/frame_reader.h>
+#include <protocol/idle_limit.h>
 
 #include <asio/buffer.hpp>
 #include <asio/connect.hpp>
@@ -18,7 +21,9 @@
 #include <array>
 #include <atomic>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -32,9 +37,34 @@ constexpr std::size_t DrainBytes = std::size_t{64} << 10;
 // A queue that grew beyond this gives its memory back once it is empty.
 constexpr std::size_t KeptQueueBytes = std::size_t{64} << 10;
 
+// How much of a frame is queued before the system is asked again whether it takes more from the front.
+constexpr std::size_t QueuedPieceBytes = std::size_t{64} << 10;
+
 // Frames are held back up to so many bytes and for so long, even if the sender forgets about them.
 constexpr std::size_t GatheredBytes = std::size_t{16} << 10;
 constexpr std::chrono::milliseconds HeldTime{1};
+
+/// Memory that holds nothing in particular until it is written: a long queue would otherwise be filled twice.
+template <typename T>
+struct UnsetAllocator : std::allocator<T>
+{
+    template <typename U>
+    struct rebind
+    {
+        using other = UnsetAllocator<U>;
+    };
+    template <typename U>
+    void construct(U* place) noexcept
+    {
+        ::new (static_cast<void*>(place)) U;
+    }
+    template <typename U, typename... Arguments>
+    void construct(U* place, Arguments&&... arguments)
+    {
+        ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+    }
+};
+using Queue = std::vector<unsigned char, UnsetAllocator<unsigned char>>;
 
 double SystemTime()
 {
@@ -132,7 +162,7 @@ public:
         : m_thread(thread), m_core(thread.ShareCore()), m_context(thread.GetCore().context),
           m_gate(thread.GetCore().gate), m_options(std::move(options)), m_listener(&listener),
           m_backOff(m_options.backOff, SeedFor(this)), m_timer(m_context), m_heldTimer(m_context),
-          m_candidate(m_context), m_socket(m_context)
+          m_idleTimer(m_context), m_candidate(m_context), m_socket(m_context)
     {
         if (m_options.clock == nullptr) {
             m_options.clock = SystemTime;
@@ -277,13 +307,12 @@ private:
             Enqueue(frame);
         } else {
             asio::error_code error;
-            auto const sent = SendSome(frame, error);
+            SendOrQueueLocked(frame, error);
             if (error) {
                 BreakLocked(error);
                 return 0;
             }
-            if (sent < frame.size()) {
-                Enqueue(frame.subspan(sent));
+            if (QueuedLocked() != 0) {
                 DrainLocked();
             }
         }
@@ -321,6 +350,31 @@ private:
             return 0;
         }
         return error ? 0 : sent;
+    }
+
+    /// With nothing queued: sends what the system takes and queues the rest.
+    ///
+    /// The system takes a long frame no faster than the sonar does. The time between is used to bring the frame's end
+    /// into the queue, piece by piece, until both meet: so most of an image is never copied when the sonar is quick,
+    /// and all of it is queued at once when the sonar is slow.
+    void SendOrQueueLocked(std::span<unsigned char const> frame, asio::error_code& error)
+    {
+        auto sent = SendSome(frame, error);
+        if (error || sent == frame.size()) {
+            return;
+        }
+        ReserveQueueLocked(frame.size());
+        m_queue.resize(frame.size());
+        for (auto queued = frame.size(); sent < queued && !error;) {
+            auto const piece = std::min(queued - sent, QueuedPieceBytes);
+            queued -= piece;
+            std::copy_n(frame.data() + queued, piece, m_queue.data() + queued);
+            if (sent < queued) {
+                sent += SendSome(frame.subspan(sent, queued - sent), error);
+            }
+        }
+        m_queueHead = sent;
+        m_largeRest = QueuedLocked() > m_options.queueBytes ? QueuedLocked() : 0;
     }
 
     /// Sends what is held; what the system does not take is left to the link thread. False when the connection is
@@ -369,6 +423,15 @@ private:
         });
     }
 
+    /// Room for a long frame, and for those that follow, which must not make it move.
+    void ReserveQueueLocked(std::size_t bytes)
+    {
+        if (bytes > m_options.queueBytes) {
+            m_queue.reserve(m_queue.size() + bytes + m_options.queueBytes);
+            platform::PreferLargePages(m_queue.data() + m_queue.size(), m_queue.capacity() - m_queue.size());
+        }
+    }
+
     void Enqueue(std::span<unsigned char const> bytes)
     {
         // Moving the rest to the front only once half is spent keeps the cost of a byte constant.
@@ -376,9 +439,8 @@ private:
             m_queue.erase(m_queue.begin(), m_queue.begin() + static_cast<std::ptrdiff_t>(m_queueHead));
             m_queueHead = 0;
         }
+        ReserveQueueLocked(bytes.size());
         if (bytes.size() > m_options.queueBytes) {
-            // Room for those that follow as well: they must not make it move.
-            m_queue.reserve(m_queue.size() + bytes.size() + m_options.queueBytes);
             m_largeRest = QueuedLocked() + bytes.size();
         }
         m_queue.insert(m_queue.end(), bytes.begin(), bytes.end());
@@ -431,7 +493,7 @@ private:
         m_queueHead = 0;
         m_largeRest = 0;
         if (m_queue.capacity() > KeptQueueBytes) {
-            std::vector<unsigned char>().swap(m_queue);
+            Queue().swap(m_queue);
         }
     }
 
@@ -551,7 +613,10 @@ private:
         }
         m_timer.cancel();
         m_reader = qx5::protocol::FrameReader(m_options.greatestIncomingFrame);
+        m_idleLimit = qx5::protocol::IdleLimit(m_options.idleLimit);
+        m_idleWatched = false;
         m_garbageTold = false;
+        m_unfinishedTold = false;
         m_skippedBefore = 0;
         m_proven = false;
         m_reading = false;
@@ -603,8 +668,26 @@ private:
     void TakeBytesOnLinkThread(std::uint64_t attempt, std::span<unsigned char const> bytes)
     {
         m_bytesIn.fetch_add(bytes.size(), std::memory_order_relaxed);
-        auto const time = m_options.clock();
         m_reader.Feed(bytes);
+        if (!TakeFramesOnLinkThread(attempt)) {
+            return;
+        }
+        if (m_skippedBefore > 0 && !m_garbageTold) {
+            m_garbageTold = true;
+            m_listener->OnLinkReport(Where() + " sends bytes that are no frame; they are skipped and counted, and "
+                                               "this is said once for this connection");
+            if (attempt != m_attempt) {
+                return;
+            }
+        }
+        m_idleLimit.Heard(m_reader, std::chrono::steady_clock::now());
+        WatchIdleOnLinkThread();
+    }
+
+    /// False when the listener has ended the connection meanwhile.
+    bool TakeFramesOnLinkThread(std::uint64_t attempt)
+    {
+        auto const time = m_options.clock();
         while (auto const frame = m_reader.Next()) {
             m_proven = true;
             auto const sequence = m_framesIn.fetch_add(1, std::memory_order_relaxed) + 1;
@@ -613,17 +696,52 @@ private:
             }
             m_listener->OnLinkFrame(*frame, time);
             if (attempt != m_attempt) {
-                return;
+                return false;
             }
         }
         auto const skipped = m_reader.SkippedBytes();
         m_bytesSkipped.fetch_add(skipped - m_skippedBefore, std::memory_order_relaxed);
         m_skippedBefore = skipped;
-        if (skipped > 0 && !m_garbageTold) {
-            m_garbageTold = true;
-            m_listener->OnLinkReport(Where() + " sends bytes that are no frame; they are skipped and counted, and "
-                                               "this is said once for this connection");
+        return true;
+    }
+
+    /// One timer at a time: what arrives meanwhile moves the limit, not the timer.
+    void WatchIdleOnLinkThread()
+    {
+        if (m_idleWatched || !m_idleLimit.Due()) {
+            return;
         }
+        m_idleWatched = true;
+        m_idleTimer.expires_at(*m_idleLimit.Due());
+        m_idleTimer.async_wait([self = shared_from_this(), attempt = m_attempt](asio::error_code error) {
+            if (!error && attempt == self->m_attempt && self->m_isConnected) {
+                self->m_idleWatched = false;
+                self->LookForIdleOnLinkThread(attempt);
+            }
+        });
+    }
+
+    void LookForIdleOnLinkThread(std::uint64_t attempt)
+    {
+        auto const now = std::chrono::steady_clock::now();
+        asio::error_code ignored;
+        if (m_paused.load(std::memory_order_acquire) || m_socket.available(ignored) > 0) {
+            // It is this side that keeps the rest waiting.
+            m_idleLimit.Heard(m_reader, now);
+        } else if (m_idleLimit.Expire(m_reader, now)) {
+            if (!TakeFramesOnLinkThread(attempt)) {
+                return;
+            }
+            m_garbageTold = true;
+            if (!std::exchange(m_unfinishedTold, true)) {
+                m_listener->OnLinkReport(
+                    Where() + " began a frame and sent no further byte of it for " +
+                    std::to_string(m_options.idleLimit.count()) +
+                    " ms; it is skipped and its bytes are counted, and this is said once for this connection");
+                return;
+            }
+        }
+        WatchIdleOnLinkThread();
     }
 
     // Losing, waiting, closing.
@@ -689,6 +807,7 @@ private:
         ++m_attempt;
         m_timer.cancel();
         m_heldTimer.cancel();
+        m_idleTimer.cancel();
         DisconnectOnLinkThread();
         {
             std::lock_guard const lock(m_statusMutex);
@@ -732,6 +851,7 @@ private:
     BackOff m_backOff;
     asio::steady_timer m_timer;
     asio::steady_timer m_heldTimer;
+    asio::steady_timer m_idleTimer;
     tcp::socket m_candidate;
     std::uint64_t m_attempt = 0;
     bool m_open = false;
@@ -740,17 +860,20 @@ private:
     bool m_lookUpPending = false;
     bool m_reading = false;
     bool m_proven = false;
+    bool m_idleWatched = false;
     bool m_garbageTold = false;
+    bool m_unfinishedTold = false;
     std::uint64_t m_skippedBefore = 0;
     std::chrono::steady_clock::time_point m_connectedAt;
     std::array<unsigned char, ReadBytes> m_readBuffer;
     qx5::protocol::FrameReader m_reader{m_options.greatestIncomingFrame};
+    qx5::protocol::IdleLimit m_idleLimit{m_options.idleLimit};
 
     // Guarded by m_sendMutex; see above for the socket.
     mutable std::mutex m_sendMutex;
     tcp::socket m_socket;
     std::uint64_t m_socketAttempt = 0;
-    std::vector<unsigned char> m_queue;
+    Queue m_queue;
     std::size_t m_queueHead = 0;
     /// Bytes of the queue up to the end of the one large frame in it, 0 when there is none.
     std::size_t m_largeRest = 0;

@@ -122,6 +122,8 @@ struct LinkOptions
     std::size_t greatestFrame = qx5::protocol::MaximumFrameSize;
     /// An incoming frame that claims to be longer is damage: a sonar sends nothing of the size of an image.
     std::size_t greatestIncomingFrame = std::size_t{16} << 20;
+    /// A frame that was begun and gets no further byte for so long is damage: its reader goes on inside of it.
+    std::chrono::milliseconds idleLimit{5000};
     BackOffSchedule backOff;
     /// For one attempt, name look-up included.
     std::chrono::milliseconds connectTimeout{5000};

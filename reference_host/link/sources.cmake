@@ -12,6 +12,7 @@ target_link_libraries(vordal_asio INTERFACE Threads::Threads)
 
 # The transport knows nothing of the rest of the host and is tested without it.
 add_library(vordal_sonar_link OBJECT
+  "${CMAKE_CURRENT_LIST_DIR}/../platform/large_pages.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/name_look_up.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/send_gathering.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sonar_link.cpp")

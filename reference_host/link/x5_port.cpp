@@ -35,6 +35,10 @@ X5Port::X5Port(Host& host, LinkThread& thread, CString name, LinkOptions options
 X5Port::~X5Port()
 {
     m_link.Close();
+    if (auto const refusals = PlaybackRefusals(); refusals > 1) {
+        Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": " + std::to_string(refusals) +
+                                " playback commands in all were refused, as the sonar is live");
+    }
     m_life.reset();
 }
 
@@ -81,6 +85,7 @@ void X5Port::TellDevices(LinkStatus const& status)
                 device->HandlePortDisConnected();
             }
         }
+        TellStreamsOfConnection(connected);
     }
     if (m_statusListener) {
         m_statusListener(status);
@@ -116,10 +121,22 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     });
 }
 
+void X5Port::TellStreamsOfConnection(bool connected)
+{
+    // A stream that was never without its connection keeps the status that others gave it.
+    if (connected == !m_streamsLost) {
+        return;
+    }
+    m_streamsLost = !connected;
+    for (int index = 0; auto* const device = GetDevice(index); ++index) {
+        PutStreamData(*device, connected ? 0 : LostStreamStatus, std::nullopt);
+    }
+}
+
 void X5Port::PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,
                            std::optional<CDataBlock> const& block)
 {
-    CDataId const dataId = device.GetDataId();
+    CDataId const& dataId = device.GetDataId();
     if (dataId.GetGroupId() != SonarDataGroup) {
         return;
     }
@@ -161,29 +178,39 @@ void X5Port::CountDelivered(std::size_t bytes)
     }
 }
 
+void X5Port::RefusePlayback(Playback operation, std::string_view why)
+{
+    m_playbackRefusals.fetch_add(1, std::memory_order_relaxed);
+    auto const bit = 1U << static_cast<unsigned>(operation);
+    if ((m_playbackRefusalsTold.fetch_or(bit, std::memory_order_relaxed) & bit) == 0) {
+        Log(LogLevel::Info,
+            tvcore::ToUtf8(m_name) + ": a live sonar " + std::string(why) + "; said once for this port, then counted");
+    }
+}
+
 void X5Port::PlaybackSetSpeed(double, double)
 {
-    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar has no playback speed");
+    RefusePlayback(Playback::Speed, "has no playback speed");
 }
 
 void X5Port::PlaybackSetPosition(double, double)
 {
-    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar has no playback position");
+    RefusePlayback(Playback::Position, "has no playback position");
 }
 
 void X5Port::PlaybackSetLoop(double, double)
 {
-    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar has no playback loop");
+    RefusePlayback(Playback::Loop, "has no playback loop");
 }
 
 void X5Port::PlaybackStepForward(double)
 {
-    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar cannot step forward");
+    RefusePlayback(Playback::StepForward, "cannot step forward");
 }
 
 void X5Port::PlaybackStepBack(double)
 {
-    Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": a live sonar cannot step back");
+    RefusePlayback(Playback::StepBack, "cannot step back");
 }
 
 bool X5Port::SendRemoteControlCommandWithPassThrough(std::uint32_t recordId, void const* payload, std::uint64_t size,

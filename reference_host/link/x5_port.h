@@ -16,6 +16,7 @@
 #include <mutex>
 #include <optional>
 #include <span>
+#include <string_view>
 
 namespace vordal {
 
@@ -23,8 +24,8 @@ class Host;
 
 /// A sonar connection as devices see it. Attributes that the sonar sends are merged into the trees of all attached
 /// devices, settings data go into the buffers of those that are sonars; when the connection comes up or is lost the
-/// devices are told, all on the host thread. Attach the devices before Open: one that comes later hears of the
-/// connection at its next change.
+/// devices are told, and while it is lost the buffers of sonars have LostStreamStatus, all on the host thread. Attach
+/// the devices before Open: one that comes later hears of the connection at its next change.
 ///
 /// When the host thread falls behind by more than 256 trees or 8 MiB of them, reading pauses until it has caught up by
 /// half, so that the sonar waits and memory does not grow.
@@ -57,7 +58,11 @@ public:
     /// Trees that were dropped because they were damaged or beyond the limits.
     std::uint64_t DroppedTrees() const { return m_droppedTrees.load(); }
 
-    // A live sonar plays nothing back: these leave a line in the log.
+    /// Playback commands that were refused, as the sonar is live.
+    std::uint64_t PlaybackRefusals() const { return m_playbackRefusals.load(); }
+
+    // A live sonar plays nothing back: each of these leaves one line in the log for the life of the port and is counted
+    // from then on. Any thread.
     void PlaybackSetSpeed(double commandTime, double speed) override;
     void PlaybackSetPosition(double commandTime, double position) override;
     void PlaybackSetLoop(double commandTime, double loop) override;
@@ -76,9 +81,23 @@ private:
     /// Runs the task on the host thread unless the port is gone by then.
     void PostToHost(std::function<void()> task);
     void TellDevices(LinkStatus const& status);
+    /// Nothing comes for a stream without connection: whoever waits for its data, such as the sonars that ping in turn,
+    /// hears of it as of any change of the stream's status. With the connection the status is 0 until the sonar says
+    /// otherwise.
+    void TellStreamsOfConnection(bool connected);
     /// Puts what the sonar told of its data stream into the device's buffer, if the device is a sonar.
     void PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,
                        std::optional<CDataBlock> const& block);
+    enum class Playback : std::uint8_t
+    {
+        Speed,
+        Position,
+        Loop,
+        StepForward,
+        StepBack,
+    };
+    void RefusePlayback(Playback operation, std::string_view why);
+
     void CountUndelivered(std::size_t bytes);
     void CountDelivered(std::size_t bytes);
 
@@ -90,9 +109,12 @@ private:
     /// Host thread alone.
     bool m_devicesConnected = false;
     bool m_settingsTold = false; ///< in this connection
+    bool m_streamsLost = false;
     /// Link thread alone.
     bool m_damageTold = false;
     std::atomic<std::uint64_t> m_droppedTrees{0};
+    std::atomic<std::uint64_t> m_playbackRefusals{0};
+    std::atomic<unsigned> m_playbackRefusalsTold{0}; ///< one bit for each operation
 
     std::mutex m_undeliveredMutex;
     std::size_t m_undeliveredTrees = 0;

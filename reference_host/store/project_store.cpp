@@ -1,13 +1,13 @@
-// The project in one file: ports, devices with their attributes, computations, vessels, and what views showed.
+// The project in one file: ports, devices with their attributes, computations, vessels, what views showed and how
+// windows stood.
 #include "project_store.h"
 
+#include "sqlite_file.h"
 #include "tree_blob.h"
 
 #include <tvcoreR/Utf8.h>
 
 #include <protocol/utf8.h>
-
-#include <sqlite3.h>
 
 #include <charconv>
 #include <limits>
@@ -22,47 +22,50 @@ namespace {
 
 // The file's header bears both: "QX5P", and the version of the tables below.
 constexpr std::int64_t ApplicationId = 0x51583550;
-constexpr std::int64_t FormatVersion = 1;
+constexpr std::int64_t FormatVersion = 2;
 
-constexpr char const* Schema = R"(
-CREATE TABLE port(position INTEGER PRIMARY KEY, name TEXT NOT NULL, host TEXT NOT NULL, tcp_port INTEGER NOT NULL);
-CREATE TABLE device(position INTEGER PRIMARY KEY, id TEXT NOT NULL UNIQUE, class TEXT NOT NULL, name TEXT NOT NULL,
-                    port TEXT NOT NULL, enabled INTEGER NOT NULL, attributes BLOB NOT NULL);
-CREATE TABLE computation(position INTEGER PRIMARY KEY, id TEXT NOT NULL, type INTEGER NOT NULL, stream TEXT NOT NULL,
-                         attributes BLOB NOT NULL);
-CREATE TABLE computation_device(computation INTEGER NOT NULL, position INTEGER NOT NULL, device TEXT NOT NULL,
-                                PRIMARY KEY(computation, position));
-CREATE TABLE vessel(position INTEGER PRIMARY KEY, number INTEGER NOT NULL, name TEXT NOT NULL);
-CREATE TABLE vessel_item(vessel INTEGER NOT NULL, section TEXT NOT NULL, item TEXT NOT NULL, text TEXT NOT NULL,
-                         PRIMARY KEY(vessel, section, item));
-CREATE TABLE view(name TEXT PRIMARY KEY, shown BLOB NOT NULL);
-CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL);
-)";
+// clang-format off
+constexpr char const* Tables[] = {
+    R"(CREATE TABLE port(position INTEGER PRIMARY KEY, name TEXT NOT NULL, host TEXT NOT NULL, tcp_port INTEGER NOT NULL))",
+    R"(CREATE TABLE device(position INTEGER PRIMARY KEY, id TEXT NOT NULL UNIQUE, class TEXT NOT NULL, name TEXT NOT NULL,
+                           port TEXT NOT NULL, enabled INTEGER NOT NULL, attributes BLOB NOT NULL))",
+    R"(CREATE TABLE computation(position INTEGER PRIMARY KEY, id TEXT NOT NULL, type INTEGER NOT NULL,
+                                stream TEXT NOT NULL, attributes BLOB NOT NULL))",
+    R"(CREATE TABLE computation_device(computation INTEGER NOT NULL, position INTEGER NOT NULL, device TEXT NOT NULL,
+                                       PRIMARY KEY(computation, position)))",
+    R"(CREATE TABLE vessel(position INTEGER PRIMARY KEY, number INTEGER NOT NULL, name TEXT NOT NULL))",
+    R"(CREATE TABLE vessel_item(vessel INTEGER NOT NULL, section TEXT NOT NULL, item TEXT NOT NULL, text TEXT NOT NULL,
+                                PRIMARY KEY(vessel, section, item)))",
+    R"(CREATE TABLE view(name TEXT PRIMARY KEY, shown BLOB NOT NULL))",
+    R"(CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL))",
+};
+// clang-format on
+/// Since format 2.
+constexpr char const* WindowTable = "CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL)";
 
-/// A reference to what was prepared; made anew for each use, since saves are rare and long compared with it.
-class Statement
+[[noreturn]] void RefuseStore(std::string const& line)
+{
+    throw StoreError(line);
+}
+
+constexpr SqliteFormat Format{"project file", ApplicationId, FormatVersion, RefuseStore};
+
+/// A statement with the kinds of the host; made anew for each use, since saves are rare and long compared with it.
+class Statement : public SqliteStatement
 {
 public:
-    Statement(sqlite3* database, std::string const& file, char const* sql) : m_database(database), m_file(file)
-    {
-        Check(sqlite3_prepare_v2(database, sql, -1, &m_statement, nullptr));
-    }
-    Statement(Statement const&) = delete;
-    Statement& operator=(Statement const&) = delete;
-    ~Statement() { sqlite3_finalize(m_statement); }
+    using SqliteStatement::SqliteStatement;
 
     Statement& Bind(std::int64_t value)
     {
-        Check(sqlite3_bind_int64(m_statement, ++m_bound, value));
+        BindInteger(value);
         return *this;
     }
-    Statement& Bind(std::string_view text)
+    Statement& Bind(CString const& text)
     {
-        Check(sqlite3_bind_text64(m_statement, ++m_bound, text.data() != nullptr ? text.data() : "", text.size(),
-                                  SQLITE_TRANSIENT, SQLITE_UTF8));
+        BindText(tvcore::ToUtf8(text));
         return *this;
     }
-    Statement& Bind(CString const& text) { return Bind(std::string_view(tvcore::ToUtf8(text))); }
     Statement& Bind(CDataId const& id) { return Bind(id.GetKey()); }
     Statement& Bind(CAttributeMap const& tree)
     {
@@ -70,36 +73,24 @@ public:
         try {
             blob = EncodeTreeBlob(tree);
         } catch (std::length_error const& error) {
-            throw StoreError("\"" + m_file + "\" cannot be saved: " + error.what());
+            File().Refuse(std::string("cannot be saved: ") + error.what());
         }
-        Check(sqlite3_bind_blob64(m_statement, ++m_bound, blob.data(), blob.size(), SQLITE_TRANSIENT));
+        BindBlob(blob);
+        return *this;
+    }
+    Statement& Bind(std::vector<unsigned char> const& bytes)
+    {
+        BindBlob(bytes);
         return *this;
     }
 
-    /// True when there is a row.
-    bool Step()
-    {
-        auto const result = sqlite3_step(m_statement);
-        if (result != SQLITE_ROW && result != SQLITE_DONE) {
-            Check(result);
-        }
-        return result == SQLITE_ROW;
-    }
-
-    std::int64_t Integer(int column) const { return sqlite3_column_int64(m_statement, column); }
-    std::string Bytes(int column) const
-    {
-        auto const* const text = sqlite3_column_text(m_statement, column);
-        auto const size = static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
-        return text != nullptr ? std::string(reinterpret_cast<char const*>(text), size) : std::string();
-    }
     CString Text(int column) const { return CString(qx5::protocol::DecodeUtf8(Bytes(column))); }
     template <typename Unsigned>
     Unsigned Small(int column) const
     {
         auto const value = Integer(column);
         if (value < 0 || value > std::numeric_limits<Unsigned>::max()) {
-            throw StoreError(DamageOf("a number is out of range"));
+            File().RefuseDamaged("a number is out of range");
         }
         return static_cast<Unsigned>(value);
     }
@@ -112,7 +103,7 @@ public:
         for (int i = 0; i < 4; ++i) {
             auto const [next, error] = std::from_chars(at, end, fields[i]);
             if (error != std::errc() || (i < 3 ? next == end || *next != '.' : next != end)) {
-                throw StoreError(DamageOf("an id is \"" + text + "\""));
+                File().RefuseDamaged("an id is \"" + text + "\"");
             }
             at = next + 1;
         }
@@ -120,161 +111,50 @@ public:
     }
     CAttributeMap Tree(int column) const
     {
-        auto const* const blob = static_cast<unsigned char const*>(sqlite3_column_blob(m_statement, column));
-        auto const size = static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
         CAttributeMap tree;
         std::string error;
-        if (!DecodeTreeBlob({blob, size}, tree, error)) {
-            throw StoreError(DamageOf("an attribute tree is unreadable, " + error));
+        if (!DecodeTreeBlob(Blob(column), tree, error)) {
+            File().RefuseDamaged("an attribute tree is unreadable, " + error);
         }
         return tree;
     }
-
-private:
-    std::string DamageOf(std::string const& what) const { return "\"" + m_file + "\" is damaged: " + what; }
-
-    void Check(int result) const
-    {
-        if (result == SQLITE_OK) {
-            return;
-        }
-        switch (result & 0xFF) {
-        case SQLITE_NOTADB:
-            throw StoreError("\"" + m_file + "\" is no project file; it is left as it is");
-        case SQLITE_CORRUPT:
-            throw StoreError(DamageOf(sqlite3_errmsg(m_database)) + "; it is left as it is");
-        case SQLITE_BUSY:
-        case SQLITE_LOCKED:
-            throw StoreError("\"" + m_file + "\" is in use by another program");
-        case SQLITE_READONLY:
-        case SQLITE_CANTOPEN:
-        case SQLITE_PERM:
-            throw StoreError("\"" + m_file + "\" cannot be written: the file or its folder does not allow it");
-        case SQLITE_FULL:
-            throw StoreError("\"" + m_file + "\" cannot be saved: the disk is full");
-        default:
-            throw StoreError("\"" + m_file + "\": " + sqlite3_errmsg(m_database));
-        }
-    }
-
-    sqlite3* m_database;
-    std::string const& m_file;
-    sqlite3_stmt* m_statement = nullptr;
-    int m_bound = 0;
 };
-
-std::string Utf8Of(std::filesystem::path const& file)
-{
-    auto const text = file.u8string();
-    return {text.begin(), text.end()};
-}
 
 } // namespace
 
 class ProjectStore::Impl
 {
 public:
-    Impl(std::filesystem::path const& file, Missing missing) : m_file(Utf8Of(file))
+    Impl(std::filesystem::path const& file, Missing missing)
+        : m_file(file, Format, missing == Missing::Create ? SqliteFile::Missing::Create : SqliteFile::Missing::Refuse,
+                 SqliteFile::Check::Whole)
     {
-        std::error_code error;
-        auto const status = std::filesystem::status(file, error);
-        if (status.type() == std::filesystem::file_type::not_found) {
-            if (missing == Missing::Refuse) {
-                throw StoreError("\"" + m_file + "\" is not there");
-            }
-        } else if (!std::filesystem::exists(status)) {
-            throw StoreError("\"" + m_file + "\" cannot be opened: " + error.message());
-        } else if (!std::filesystem::is_regular_file(status)) {
-            throw StoreError("\"" + m_file + "\" is no file");
-        }
-        auto const flags = SQLITE_OPEN_READWRITE | (missing == Missing::Create ? SQLITE_OPEN_CREATE : 0);
-        auto const opened = sqlite3_open_v2(m_file.c_str(), &m_database, flags, nullptr);
-        try {
-            if (opened != SQLITE_OK) {
-                throw StoreError("\"" + m_file + "\" cannot be opened: " +
-                                 (m_database != nullptr ? sqlite3_errmsg(m_database) : "no memory"));
-            }
-            Prepare();
-        } catch (...) {
-            sqlite3_close(m_database);
-            throw;
+        m_file.RequireWritable();
+        Run("PRAGMA synchronous=FULL");
+        if (m_file.IsNew()) {
+            m_file.MakeTables([this] {
+                for (auto const* const table : Tables) {
+                    Run(table);
+                }
+                Run(WindowTable);
+            });
+        } else if (m_file.IsOlder()) {
+            m_file.BringUpToDate([this] { Run(WindowTable); });
         }
     }
-    Impl(Impl const&) = delete;
-    Impl& operator=(Impl const&) = delete;
-    ~Impl() { sqlite3_close(m_database); }
 
-    Statement Sql(char const* sql) { return Statement(m_database, m_file, sql); }
-    void Run(char const* sql) { Sql(sql).Step(); }
-    int Changes() const { return sqlite3_changes(m_database); }
+    Statement Sql(char const* sql) { return Statement(m_file, sql); }
+    void Run(char const* sql) { m_file.Run(sql); }
+    int Changes() const { return m_file.Changes(); }
 
-    /// All of `action` or nothing.
     template <typename Action>
     void InTransaction(Action action)
     {
-        Run("BEGIN IMMEDIATE");
-        try {
-            action();
-            Run("COMMIT");
-        } catch (...) {
-            sqlite3_exec(m_database, "ROLLBACK", nullptr, nullptr, nullptr);
-            throw;
-        }
+        m_file.InTransaction(action);
     }
-
-    std::string const& File() const { return m_file; }
 
 private:
-    std::int64_t Pragma(char const* sql)
-    {
-        auto statement = Sql(sql);
-        return statement.Step() ? statement.Integer(0) : 0;
-    }
-
-    /// Reads alone until it is certain that the file is ours.
-    void Prepare()
-    {
-        sqlite3_busy_timeout(m_database, 2000);
-        sqlite3_extended_result_codes(m_database, 1);
-        auto const tables = Pragma("SELECT count(*) FROM sqlite_schema");
-        auto const application = Pragma("PRAGMA application_id");
-        auto const version = Pragma("PRAGMA user_version");
-        auto const isNew = tables == 0 && application == 0 && version == 0;
-        if (!isNew) {
-            if (application != ApplicationId) {
-                throw StoreError("\"" + m_file + "\" is a database, but no project; it is left as it is");
-            }
-            if (version > FormatVersion) {
-                throw StoreError("\"" + m_file + "\" was written by a newer version (format " +
-                                 std::to_string(version) + ", this program knows " + std::to_string(FormatVersion) +
-                                 "); it is left as it is");
-            }
-            auto check = Sql("PRAGMA integrity_check(1)");
-            if (!check.Step() || check.Bytes(0) != "ok") {
-                throw StoreError("\"" + m_file + "\" is damaged; it is left as it is");
-            }
-        }
-        if (sqlite3_db_readonly(m_database, "main") == 1) {
-            throw StoreError("\"" + m_file + "\" cannot be written: the file or its folder does not allow it");
-        }
-        Run("PRAGMA synchronous=FULL");
-        if (isNew) {
-            InTransaction([&] {
-                std::string error;
-                char* message = nullptr;
-                if (sqlite3_exec(m_database, Schema, nullptr, nullptr, &message) != SQLITE_OK) {
-                    error = message != nullptr ? message : "no memory";
-                    sqlite3_free(message);
-                    throw StoreError("\"" + m_file + "\" cannot be made: " + error);
-                }
-                Run(("PRAGMA application_id=" + std::to_string(ApplicationId)).c_str());
-                Run(("PRAGMA user_version=" + std::to_string(FormatVersion)).c_str());
-            });
-        }
-    }
-
-    std::string m_file;
-    sqlite3* m_database = nullptr;
+    SqliteFile m_file;
 };
 
 namespace {
@@ -360,6 +240,10 @@ StoredProject ProjectStore::Load()
     for (auto row = m_impl->Sql("SELECT name, shown FROM view"); row.Step();) {
         project.views[row.Text(0)] = row.Tree(1);
     }
+    for (auto row = m_impl->Sql("SELECT name, state FROM window"); row.Step();) {
+        auto const state = row.Blob(1);
+        project.windows[row.Text(0)].assign(state.begin(), state.end());
+    }
     return project;
 }
 
@@ -368,7 +252,8 @@ void ProjectStore::Save(StoredProject const& project)
     m_impl->InTransaction([&] {
         for (auto const* const table :
              {"DELETE FROM port", "DELETE FROM device", "DELETE FROM computation", "DELETE FROM computation_device",
-              "DELETE FROM vessel", "DELETE FROM vessel_item", "DELETE FROM view", "DELETE FROM setting"}) {
+              "DELETE FROM vessel", "DELETE FROM vessel_item", "DELETE FROM view", "DELETE FROM setting",
+              "DELETE FROM window"}) {
             m_impl->Run(table);
         }
         for (auto const& port : project.ports) {
@@ -425,6 +310,9 @@ void ProjectStore::Save(StoredProject const& project)
         for (auto const& [name, shown] : project.views) {
             m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step();
         }
+        for (auto const& [name, state] : project.windows) {
+            m_impl->Sql("INSERT OR REPLACE INTO window(name, state) VALUES(?, ?)").Bind(name).Bind(state).Step();
+        }
     });
 }
 
@@ -447,6 +335,12 @@ void ProjectStore::SaveView(CString const& name, CAttributeMap const& shown)
 {
     m_impl->InTransaction(
         [&] { m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step(); });
+}
+
+void ProjectStore::SaveWindow(CString const& name, std::vector<unsigned char> const& state)
+{
+    m_impl->InTransaction(
+        [&] { m_impl->Sql("INSERT OR REPLACE INTO window(name, state) VALUES(?, ?)").Bind(name).Bind(state).Step(); });
 }
 
 bool ProjectStore::RemoveDevice(CDataId const& dataId)

@@ -1,4 +1,5 @@
-// The project in one file: ports, devices with their attributes, computations, vessels, and what views showed.
+// The project in one file: ports, devices with their attributes, computations, vessels, what views showed and how
+// windows stood.
 #pragma once
 
 #include "reference_host/host/host.h"
@@ -52,6 +53,8 @@ struct StoredProject
     unsigned short activeVessel = 0; ///< 0: none
     /// What each view showed, by the view's name.
     std::map<CString, CAttributeMap> views;
+    /// How each window stood, by the window's name, in bytes that only the window understands.
+    std::map<CString, std::vector<unsigned char>> windows;
 };
 
 /// A project file, open. Each save is one transaction: it is on the disk when the call returns, and a process that is
@@ -59,7 +62,7 @@ struct StoredProject
 /// U+FFFD; attribute trees keep all that they have. One thread at a time.
 ///
 /// All operations throw StoreError and leave the file as it was. A file that is damaged, no project, or written by a
-/// newer version is refused when it is opened, and not touched.
+/// newer version is refused when it is opened, and not touched; one of an older version is brought up to date.
 class VORDAL_API ProjectStore
 {
 public:
@@ -84,6 +87,7 @@ public:
     /// Replaces the attributes of a device that the project has; false when it has none of that id.
     bool SaveAttributes(CDataId const& dataId, CAttributeMap const& attributes);
     void SaveView(CString const& name, CAttributeMap const& shown);
+    void SaveWindow(CString const& name, std::vector<unsigned char> const& state);
     /// False when there is no such device.
     bool RemoveDevice(CDataId const& dataId);
 

@@ -1,4 +1,4 @@
 # The project store; included by the reference host.
 find_package(SQLite3 REQUIRED)
-target_sources(vordalhost PRIVATE store/project_store.cpp store/tree_blob.cpp)
+target_sources(vordalhost PRIVATE store/project_store.cpp store/sqlite_file.cpp store/tree_blob.cpp)
 target_link_libraries(vordalhost PRIVATE SQLite::SQLite3)

@@ -49,9 +49,15 @@ public:
         Scratch, ///< for files that nobody misses after a crash: nothing waits for the disk
     };
 
+    enum class Checking
+    {
+        Whole,  ///< all of the file
+        Header, ///< what it is, for a file that was checked before: damage is found where a read or a change meets it
+    };
+
     /// Opens the file. One that is not there is made, in a folder that is there, unless `missing` refuses.
     explicit TargetFile(std::filesystem::path const& file, Missing missing = Missing::Refuse,
-                        Keeping keeping = Keeping::OnDisk);
+                        Keeping keeping = Keeping::OnDisk, Checking checking = Checking::Whole);
     TargetFile(TargetFile const&) = delete;
     TargetFile& operator=(TargetFile const&) = delete;
     ~TargetFile();

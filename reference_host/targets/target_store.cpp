@@ -76,7 +76,11 @@ bool TargetStore::ChangeAndTell(CString const& fullName, TargetFile::Missing mis
     bool changed = false;
     m_host.RunAndWait([&] {
         {
-            TargetFile file(PathOf(fullName), missing);
+            auto const path = PathOf(fullName);
+            // Opened anew each time, as somebody may have put another file in its place.
+            auto const checking = m_checked.contains(path) ? TargetFile::Checking::Header : TargetFile::Checking::Whole;
+            TargetFile file(path, missing, TargetFile::Keeping::OnDisk, checking);
+            m_checked.insert(path);
             changed = change(file);
         }
         if (changed) {

@@ -11,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 
 namespace vordal {
 
@@ -51,6 +52,9 @@ private:
                        std::uint32_t changeCode, std::function<bool(TargetFile&)> const& change);
 
     Host& m_host;
+    /// Files that were whole when they were changed for the first time: checking all of a large one at each change
+    /// would cost more than the change. Host thread alone.
+    std::set<std::filesystem::path> m_checked;
     mutable std::mutex m_mutex; ///< guards what follows
     CString m_active;
     CString m_operatorName;

@@ -28,17 +28,26 @@ TEST(Run, TheGuidedSessionShowsTheWholeWay)
     EXPECT_THAT(shown.out, Not(HasSubstr("Now it is your turn")));
 }
 
+TEST(Run, WithoutADisplayItSaysSoAndRunsTheGuidedSession)
+{
+    auto const shown = Qx5({"run"}, "x5Range=60\n", {"DISPLAY=", "WAYLAND_DISPLAY=", "QT_QPA_PLATFORM="});
+    EXPECT_EQ(shown.code, 0) << shown.err;
+    EXPECT_EQ(shown.err, "");
+    EXPECT_THAT(shown.out.substr(0, shown.out.find('\n')), HasSubstr("this is the guided session"));
+    EXPECT_THAT(shown.out, HasSubstr("x5Range = 60 m\n"));
+}
+
 TEST(Run, TakesLinesUntilTheInputEnds)
 {
-    auto const shown = Qx5({"run"}, "x5Range=60\n"
-                                    "\n"
-                                    "# a comment\n"
-                                    "x5Gain=12.5 x5Power=200\n"
-                                    "sonar state x5Range\n"
-                                    "tree\n"
-                                    "keys 1003\n"
-                                    "explain x5Range\n"
-                                    "help");
+    auto const shown = Qx5({"run", "--guided"}, "x5Range=60\n"
+                                                "\n"
+                                                "# a comment\n"
+                                                "x5Gain=12.5 x5Power=200\n"
+                                                "sonar state x5Range\n"
+                                                "tree\n"
+                                                "keys 1003\n"
+                                                "explain x5Range\n"
+                                                "help");
     EXPECT_EQ(shown.code, 0) << shown.err;
     EXPECT_EQ(shown.err, "");
     std::string const after = shown.out.substr(shown.out.find("Now it is your turn"));
@@ -49,17 +58,17 @@ TEST(Run, TakesLinesUntilTheInputEnds)
 
 TEST(Run, WrongLinesAreToldAndTheSessionGoesOn)
 {
-    auto const shown = Qx5({"run"}, "x5Rnge=60\n"
-                                    "nonsense\n"
-                                    "x5Range=far\n"
-                                    "x5Range=61 x5Gain=\n"
-                                    "explain\n"
-                                    "explain nonsense\n"
-                                    "sonar\n"
-                                    "sonar nonsense\n"
-                                    "x5Range=62\n"
-                                    "quit\n"
-                                    "x5Range=63\n");
+    auto const shown = Qx5({"run", "--guided"}, "x5Rnge=60\n"
+                                                "nonsense\n"
+                                                "x5Range=far\n"
+                                                "x5Range=61 x5Gain=\n"
+                                                "explain\n"
+                                                "explain nonsense\n"
+                                                "sonar\n"
+                                                "sonar nonsense\n"
+                                                "x5Range=62\n"
+                                                "quit\n"
+                                                "x5Range=63\n");
     EXPECT_EQ(shown.code, 0);
     std::string const after = shown.out.substr(shown.out.find("Now it is your turn"));
     EXPECT_THAT(after, AllOf(HasSubstr("did you mean x5Range?"), HasSubstr("'nonsense' is no key"),
@@ -71,7 +80,7 @@ TEST(Run, WrongLinesAreToldAndTheSessionGoesOn)
 
 TEST(Run, ALostSonarIsTold)
 {
-    auto const shown = Qx5({"run"}, "x5Shutdown\nx5Range=77\n");
+    auto const shown = Qx5({"run", "--guided"}, "x5Shutdown\nx5Range=77\n");
     EXPECT_EQ(shown.code, 0);
     std::string const after = shown.out.substr(shown.out.find("Now it is your turn"));
     EXPECT_THAT(after,
@@ -84,7 +93,7 @@ TEST(Run, AProjectKeepsTheSonarsAttributes)
 {
     TemporaryFile const project("kept.qx", "");
     std::filesystem::remove(project.Path());
-    EXPECT_EQ(Qx5({"run", "--project", project.Path()}, "x5Shutdown\nx5Range=77\n").code, 0);
+    EXPECT_EQ(Qx5({"run", "--guided", "--project", project.Path()}, "x5Shutdown\nx5Range=77\n").code, 0);
     EXPECT_GT(std::filesystem::file_size(project.Path()), 0U);
     auto const again = Qx5({"run", "--once", "--project", project.Path()});
     EXPECT_EQ(again.code, 0) << again.err;
@@ -104,7 +113,7 @@ TEST(Run, ADamagedProjectIsRefusedAndLeftAsItIs)
 TEST(Run, WorksWithASonarThatRunsAlready)
 {
     Simulator sonar;
-    auto const shown = Qx5({"run", "--sonar", sonar.Endpoint()}, "x5Range=60\nsonar state\n");
+    auto const shown = Qx5({"run", "--guided", "--sonar", sonar.Endpoint()}, "x5Range=60\nsonar state\n");
     EXPECT_EQ(shown.code, 0) << shown.err;
     EXPECT_THAT(shown.out, AllOf(HasSubstr("command 1003 range"), HasSubstr("not a simulated one of this session")));
     EXPECT_TRUE(sonar.Process().WaitForOutput("1003 range  x5Range=60 m"));

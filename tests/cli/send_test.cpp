@@ -9,6 +9,7 @@ namespace qx5::test {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -54,6 +55,16 @@ TEST(Send, TakesBranchesAndForcedKinds)
     auto const presence = Qx5({"send", "--sonar", sonar.Endpoint(), "x5SSR7503CMD"});
     EXPECT_EQ(presence.code, 0) << presence.err;
     EXPECT_THAT(presence.out, HasSubstr("7503"));
+}
+
+TEST(Send, TheApplicationHasAGuidOfItsOwn)
+{
+    Simulator sonar;
+    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "SendTargetList"});
+    EXPECT_EQ(sent.code, 0) << sent.err;
+    EXPECT_THAT(sent.out, AllOf(HasSubstr("record 3004"),
+                                ContainsRegex("application = \"[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-"
+                                              "[0-9a-f]{12}\"")));
 }
 
 TEST(Send, CompletesFromWhatTheSonarTold)

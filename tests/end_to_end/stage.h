@@ -132,6 +132,7 @@ public:
     vordal::Host& Host() { return m_host; }
     vordal::X5Port& Port() { return *m_port; }
     QX5Device& Sonar() { return *m_device; }
+    vordal::PlugIn& PlugIn() { return *m_plugin; }
 
 private:
     class Watcher;

@@ -1,17 +1,25 @@
 // The plug-in as a module: what it registers, and that nothing of it stays behind however often it is loaded.
 #include "reference_host/host/host.h"
+#include "reference_host/link/sonar_traffic.h"
 #include "reference_host/loader/plugin_loader.h"
 
 #include <VordalConfigureR/CViewList.h>
+#include <VordalDataBlocksR/CDataBlock.h>
 #include <VordalMfc0R/CRuntimeClass.h>
 #include <vordalhostdllR/CDisplayDoc.h>
 #include <vordalhostdllR/CDocTemplateList.h>
 #include <vordalhostdllR/VORDALMultiDocTemplate.h>
 
+#include <array>
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <span>
 #include <string>
+#include <string_view>
+#include <thread>
 
 #include <malloc.h>
 
@@ -159,11 +167,89 @@ void LiveOnce(vordal::Threading threading)
     EXPECT_TRUE(host.Stop());
 }
 
+/// Counts the pings, which are the records of 92 bytes.
+class Pings final : public vordal::SonarTraffic
+{
+public:
+    bool SendRemoteControl(Sender const&, std::uint32_t, std::span<unsigned char const>, int, int) override
+    {
+        return true;
+    }
+    bool AskForRecord(Sender const&, std::uint32_t, int, int) override { return true; }
+    bool SendData(Sender const&, std::uint32_t, std::span<unsigned char const>, double, int, int) override
+    {
+        return true;
+    }
+    bool SendRaw(Sender const&, std::string_view bytes, bool) override
+    {
+        count += bytes.size() == 92 ? 1 : 0;
+        return true;
+    }
+
+    std::atomic<int> count = 0;
+};
+
+template <typename Condition>
+bool Eventually(Condition condition)
+{
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+TEST(PluginModule, EndsItsSequencingThreadsWhenItIsUnloaded)
+{
+    Pings pings;
+    vordal::Host host(vordal::Threading::Inline);
+    host.SetTraffic(&pings);
+    host.SetApplication({});
+    host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    // Two sonars of the host's own class, so that they outlive the module; each in its own group.
+    for (int group = 1; group <= 2; ++group) {
+        auto* const sonar =
+            host.AddDevice(host.MakeDevice(L"QX5Device"), CDataId(1, 78, static_cast<unsigned short>(group), 1));
+        ASSERT_NE(sonar, nullptr);
+        CAttributeMap attributes;
+        attributes.Add(L"PingMode", CVordalInt(1), 0);
+        attributes.Add(L"SonarGroupId", CVordalInt(group), 0);
+        attributes.Add(L"Overhead", CVordalDouble(100.0), 0);
+        attributes.Add(L"DeviceId", CVordalInt(7125), 0);
+        host.ReplaceAttributes(*sonar, attributes);
+    }
+    auto const threadsBefore = Now().threads;
+    auto plugin = Load();
+    ASSERT_NE(plugin, nullptr);
+    plugin->InitializeTemplates(host.Application());
+
+    // A range of 15,000 m at 1,500 m/s, with an overhead of 100 %: a pause of 20 s.
+    CDataBlock block;
+    block.AddItem(699, DATA_FLOAT, std::array<unsigned char, 4>{0x00, 0x60, 0x6A, 0x46}, 4, 0);
+    host.PutBlock(CDataId(1, 78, 1, 1), block);
+    host.PutBlock(CDataId(1, 78, 2, 1), block);
+    ASSERT_TRUE(Eventually([&] { return pings.count == 2; }));
+    host.PutBlock(CDataId(1, 78, 2, 1), block); // the second is in its pause now, the first is awaited
+    EXPECT_GE(Now().threads, threadsBefore + 2);
+
+    auto const begin = std::chrono::steady_clock::now();
+    plugin.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15)) << "it waited for the pause";
+    EXPECT_FALSE(IsMapped("QX5SonarConfiguration.so"));
+    // A thread that has ended may stand in the system's list for a moment more.
+    EXPECT_TRUE(Eventually([&] { return Now().threads == threadsBefore; }));
+    host.PutBlock(CDataId(1, 78, 1, 1), block);
+    EXPECT_EQ(pings.count, 2);
+}
+
 TEST(PluginModule, LeavesNothingBehindInAThousandLives)
 {
-    // Whatever is made once for the whole process is made in the first lives.
-    for (int life = 0; life < 10; ++life) {
-        LiveOnce(vordal::Threading::Threaded);
+    // Whatever is made once for the whole process is made in the first lives; the toolkit's tables grow over some more.
+    for (int life = 0; life < 250; ++life) {
+        LiveOnce(life % 10 == 0 ? vordal::Threading::Threaded : vordal::Threading::Inline);
     }
     Holdings const before = Now();
     for (int life = 0; life < 1000; ++life) {

@@ -1,4 +1,5 @@
 // Installation, recorder and recording at sizes and moments that no scenario file would hold.
+#include "handlers/sonar_head.h"
 #include "one_sonar.h"
 #include "platform/local_time.h"
 
@@ -49,6 +50,58 @@ TEST_F(Sensors, TenThousandBracketsOfOneHeadFollowTheLastChange)
                                  "00000080" + std::string(16, '0') + "00000080" + std::string(136, '0') + " to 0,-1";
     EXPECT_EQ(traffic.lines.front(), expected);
     EXPECT_EQ(traffic.lines.back(), expected);
+}
+
+TEST_F(Sensors, ManyHeadsInTurnShareWhatIsSaidOfOneOfThem)
+{
+    // Brackets 0 to 2999 of the heads 0, 1, 2, 0, 1, 2 and so on; the request speaks of the first four alone.
+    constexpr int brackets = 3000;
+    CAttributeMap stored;
+    for (int i = 0; i < brackets; ++i) {
+        stored.Add(L"x5Bracket");
+        stored.Add(L"x5SonarSettings")->Add(L"x5RxNumber", CVordalInt(i % 3), 0);
+    }
+    CAttributeMap request;
+    for (int i = 0; i < 4; ++i) {
+        request.Add(L"x5Bracket")->Add(L"x5BracketX", CVordalDouble(i + 1.0), 0);
+    }
+    m_host.ReplaceAttributes(*device, stored);
+    m_host.DeliverRequest(*device, &request);
+
+    ASSERT_EQ(traffic.lines.size(), 3000U);
+    // X at byte 36: 4 for head 0, told last by bracket 3; 2 for head 1; 3 for head 2.
+    char const* const x[] = {"00008040", "00000040", "00004040"};
+    for (std::size_t i = 0; i < traffic.lines.size(); ++i) {
+        ASSERT_EQ(traffic.lines[i].substr(12 + 72, 8), x[i % 3]) << i;
+    }
+}
+
+TEST(SonarHead, IsTheSameByReceiverAndTransmitter)
+{
+    CAttributeMap stored;
+    auto const add = [&](int rxNumber, wchar_t const* txName) {
+        auto* const settings = stored.Add(L"x5SonarSettings");
+        settings->Add(L"x5RxNumber", CVordalInt(rxNumber), 0);
+        settings->Add(L"x5TxName", CVordalText(txName), 0);
+    };
+    add(1, L"TX-A");                                                           // 0
+    add(1, L"TX-A");                                                           // 1
+    add(2, L"TX-A");                                                           // 2
+    add(1, L"tx-a");                                                           // 3
+    stored.Add(L"x5SonarSettings");                                            // 4
+    stored.Add(L"x5SonarSettings")->Add(L"x5RxNumber", CVordalDouble(1.0), 0); // 5, a number of the wrong kind
+    add(0, L"");                                                               // 6
+
+    EXPECT_TRUE(qx5::IsSameSonarHead(stored, 0, 1));
+    EXPECT_TRUE(qx5::IsSameSonarHead(stored, 1, 0));
+    EXPECT_FALSE(qx5::IsSameSonarHead(stored, 0, 2));
+    EXPECT_FALSE(qx5::IsSameSonarHead(stored, 0, 3)) << "case counts";
+    EXPECT_FALSE(qx5::IsSameSonarHead(stored, 0, 4));
+    EXPECT_TRUE(qx5::IsSameSonarHead(stored, 4, 5));
+    EXPECT_TRUE(qx5::IsSameSonarHead(stored, 4, 6));
+    EXPECT_TRUE(qx5::IsSameSonarHead(stored, 6, 99)) << "one that is not there tells nothing";
+    EXPECT_TRUE(qx5::IsSameSonarHead(stored, 99, 99));
+    EXPECT_TRUE(qx5::IsSameSonarHead(stored, -1, -1));
 }
 
 TEST_F(Sensors, ADeviceThatIsGoneHearsNoLogger)

@@ -26,6 +26,7 @@
 #include <QLineEdit>
 #include <QPalette>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QVariant>
 
 #include <gtest/gtest.h>
@@ -361,9 +362,32 @@ TEST(FormViews, FollowTheSizeOfTheirWidget)
     EXPECT_EQ(form.GetScrollWidth(), 500);
     window.show();
     display->Widget()->show();
-    display->Widget()->resize(100, 700);
+    auto const* const area = dynamic_cast<QScrollArea*>(display->Widget());
+    auto const settle = [] {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    };
+    settle();
+    EXPECT_FALSE(area->verticalScrollBar()->isVisible());
+    EXPECT_FALSE(area->horizontalScrollBar()->isVisible());
+    display->Widget()->resize(400, 300);
+    settle();
+    EXPECT_TRUE(area->verticalScrollBar()->isVisible());
+    EXPECT_FALSE(area->horizontalScrollBar()->isVisible());
+    EXPECT_EQ(form.GetScrollWidth(), area->viewport()->width());
+    EXPECT_LT(form.GetScrollWidth(), 400);
+    EXPECT_EQ(form.GetScrollHeight(), 440);
+    display->Widget()->resize(200, 200);
+    settle();
+    EXPECT_TRUE(area->horizontalScrollBar()->isVisible());
     EXPECT_EQ(form.GetScrollWidth(), 340);
-    EXPECT_EQ(form.GetScrollHeight(), 700);
+    EXPECT_EQ(form.GetScrollHeight(), 440);
+    display->Widget()->resize(700, 800);
+    settle();
+    EXPECT_FALSE(area->verticalScrollBar()->isVisible());
+    EXPECT_FALSE(area->horizontalScrollBar()->isVisible());
+    EXPECT_EQ(form.GetScrollWidth(), 700);
+    EXPECT_EQ(form.GetScrollHeight(), 800);
     // The window may go before the display.
     auto other = vordal::Display::Open({L"SmallForm", {}, {}}, nullptr, reason);
     auto owner = std::make_unique<QWidget>();

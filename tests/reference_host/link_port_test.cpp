@@ -54,7 +54,9 @@ protected:
     }
     ~X5PortTest() override
     {
-        port->Close();
+        if (port) {
+            port->Close();
+        }
         host.Stop();
         host.RemoveAllDevices();
         port.reset();
@@ -332,7 +334,19 @@ TEST_F(X5PortTest, PlaybackOnALiveSonarLeavesALineAndSendsNothing)
     port->PlaybackStepForward(0.0);
     port->PlaybackStepBack(0.0);
     EXPECT_EQ(lines.size(), 5U);
+    for (int i = 0; i < 1000; ++i) {
+        port->PlaybackSetPosition(0.0, 1.0);
+        port->PlaybackStepBack(0.0);
+    }
+    EXPECT_EQ(lines.size(), 5U) << "each is said once, then counted";
+    EXPECT_EQ(port->PlaybackRefusals(), 2005U);
     EXPECT_EQ(port->GetLink().GetCounters().framesOut, 0U);
+    lines.clear();
+    host.SetPort(*first, nullptr);
+    host.SetPort(*second, nullptr);
+    host.RunAndWait([&] { port.reset(); });
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0], "Sonar: 2005 playback commands in all were refused, as the sonar is live");
 }
 
 } // namespace

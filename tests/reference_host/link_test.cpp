@@ -237,6 +237,78 @@ TEST(SonarLink, ADamagedFrameCostsNothingButItself)
     ASSERT_TRUE(Eventually([&] { return link.GetCounters().bytesSkipped == 72; }));
 }
 
+TEST(SonarLink, AFrameThatIsNeverFinishedKeepsBackNothingForLong)
+{
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    auto options = OptionsFor(peer.Port());
+    options.idleLimit = milliseconds(40);
+    SonarLink link(thread, options, listener);
+    link.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    ASSERT_TRUE(peer.WaitForConnections(1));
+    // The start of a frame of 1 MiB, and a whole one behind it.
+    Bytes const claim{5, 0, 60, 0, 0xFF, 0xFF, 0, 0, 0, 0, 0x10, 0};
+    auto const frame = Frame({9, 9});
+    Bytes both = claim;
+    both.insert(both.end(), frame.begin(), frame.end());
+    peer.Write(both);
+    ASSERT_TRUE(listener.WaitForFrames(1));
+    EXPECT_EQ(listener.Frames().back(), frame);
+    ASSERT_TRUE(Eventually([&] { return link.GetCounters().bytesSkipped == 12; }));
+    ASSERT_TRUE(Eventually([&] { return listener.Reports().size() == 1; }));
+    EXPECT_NE(listener.Reports()[0].find("no further byte of it for 40 ms"), std::string::npos);
+    peer.Write(both);
+    ASSERT_TRUE(listener.WaitForFrames(2)) << "and again";
+    peer.Write(frame);
+    ASSERT_TRUE(listener.WaitForFrames(3));
+    EXPECT_EQ(listener.Reports().size(), 1U) << "said once for this connection";
+    EXPECT_EQ(link.GetCounters().connections, 1U);
+}
+
+TEST(SonarLink, WhatThisSideDoesNotReadIsNotUnfinished)
+{
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    auto options = OptionsFor(peer.Port());
+    options.idleLimit = milliseconds(1);
+    SonarLink link(thread, options, listener);
+    link.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    ASSERT_TRUE(peer.WaitForConnections(1));
+    peer.Write(Frame({}));
+    ASSERT_TRUE(listener.WaitForFrames(1));
+    // On the link thread, where the next read is under way by now: it takes the first half of a frame, and the other
+    // half waits while many limits pass.
+    std::promise<void> paused;
+    thread.Post([&] {
+        link.SetReadingPaused(true);
+        paused.set_value();
+    });
+    paused.get_future().wait();
+    auto const frame = Frame(Bytes(100, 7));
+    peer.Write(Bytes(frame.begin(), frame.begin() + 100));
+    ASSERT_TRUE(Eventually([&] { return link.GetCounters().bytesIn == 68 + 100; }));
+    peer.Write(Bytes(frame.begin() + 100, frame.end()));
+    std::atomic<int> passed{0};
+    auto const begun = std::chrono::steady_clock::now();
+    ASSERT_TRUE(Eventually([&] {
+        thread.Post([&] { ++passed; });
+        return passed > 100 && std::chrono::steady_clock::now() - begun > 20 * options.idleLimit;
+    }));
+    link.SetReadingPaused(false);
+    ASSERT_TRUE(listener.WaitForFrames(2));
+    EXPECT_EQ(listener.Frames()[1], frame);
+    EXPECT_EQ(link.GetCounters().bytesSkipped, 0U);
+    link.Close();
+    // What was posted has run before its counter goes.
+    std::promise<void> done;
+    thread.Post([&] { done.set_value(); });
+    done.get_future().wait();
+}
+
 TEST(SonarLink, AnEndlessStreamOfGarbageIsDropped)
 {
     Peer peer;

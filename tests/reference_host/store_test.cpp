@@ -13,6 +13,7 @@
 #include <iterator>
 #include <limits>
 
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -197,6 +198,8 @@ TEST_F(StoreTest, AProjectComesBack)
     project.vessels.push_back(vessel);
     project.activeVessel = 3;
     project.views[L"Sonar view"].Add(L"ATTR_DATAID", CVordalDataInfo(CDataId(1, 78, 1, 1), 65535, 65535), 0);
+    project.windows[L"main"] = {0, 255, 39, 0};
+    project.windows[L"empty"] = {};
     {
         ProjectStore store(file);
         store.Save(project);
@@ -229,6 +232,38 @@ TEST_F(StoreTest, AProjectComesBack)
     EXPECT_EQ(loaded.activeVessel, 3);
     ASSERT_EQ(loaded.views.size(), 1U);
     EXPECT_TRUE(TreesEqual(loaded.views.at(L"Sonar view"), project.views[L"Sonar view"]));
+    EXPECT_EQ(loaded.windows, project.windows);
+}
+
+TEST_F(StoreTest, AWindowIsSavedAlone)
+{
+    {
+        ProjectStore store(file);
+        store.SaveDevice({CDataId(1, 78, 1, 1), L"A", L"first", L"", true, {}});
+        store.SaveWindow(L"main", {1, 2});
+        store.SaveWindow(L"main", {3});
+    }
+    auto const loaded = ProjectStore(file).Load();
+    EXPECT_EQ(loaded.windows, (std::map<CString, Bytes>{{L"main", {3}}}));
+    EXPECT_EQ(loaded.devices.size(), 1U);
+}
+
+TEST_F(StoreTest, AFileOfTheFirstFormatIsBroughtUpToDate)
+{
+    {
+        ProjectStore store(file);
+        store.SaveDevice({CDataId(1, 78, 1, 1), L"A", L"first", L"", true, {}});
+    }
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, "DROP TABLE window; PRAGMA user_version=1", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(database);
+    {
+        ProjectStore store(file);
+        EXPECT_EQ(store.Load().devices.size(), 1U);
+        store.SaveWindow(L"main", {7});
+    }
+    EXPECT_EQ(ProjectStore(file).Load().windows.size(), 1U);
 }
 
 TEST_F(StoreTest, SingleDevicesAndViewsAreSaved)
@@ -314,10 +349,10 @@ TEST_F(StoreTest, ANewerVersionAndAForeignDatabaseAreRefusedAndUntouched)
     auto newer = Content(file);
     ASSERT_GT(newer.size(), 100U);
     EXPECT_EQ(Bytes(newer.begin() + 68, newer.begin() + 72), (Bytes{'Q', 'X', '5', 'P'}));
-    EXPECT_EQ(newer[63], 1);
-    newer[63] = 2;
+    EXPECT_EQ(newer[63], 2);
+    newer[63] = 3;
     Write(file, newer);
-    EXPECT_NE(Refusal(file).find("newer version (format 2"), std::string::npos) << Refusal(file);
+    EXPECT_NE(Refusal(file).find("newer version (format 3"), std::string::npos) << Refusal(file);
     EXPECT_EQ(Content(file), newer);
     auto foreign = newer;
     foreign[68] = 0;

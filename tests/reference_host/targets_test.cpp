@@ -425,6 +425,27 @@ TEST_F(TargetStoreTest, NoFileNoNameAndADamagedOne)
     EXPECT_EQ(lines, std::vector<std::string>{Quoted() + " is no target file; it is left as it is"});
 }
 
+TEST_F(TargetStoreTest, AFileIsCheckedAsAWholeOnce)
+{
+    std::vector<StoredTarget> contacts;
+    for (std::uint32_t id = 0; id < 300; ++id) {
+        contacts.push_back(Contact(id, L"6f9619ff-8b86-d011-b42d-00cf4fc964ff"));
+    }
+    Put(contacts);
+    EXPECT_TRUE(host.Targets().Change(Name(), Contact(0, L"6f9619ff-8b86-d011-b42d-00cf4fc964ff", 1.0F)));
+    // Damage that a change of the first contact does not meet.
+    auto damaged = Content(file);
+    ASSERT_GT(damaged.size(), 20000U);
+    damaged.replace(damaged.size() - 4096, 64, 64, '\x5A');
+    Write(file, damaged);
+    EXPECT_NE(Refusal().find("is damaged"), std::string::npos) << Refusal();
+    EXPECT_TRUE(host.Targets().Change(Name(), Contact(0, L"6f9619ff-8b86-d011-b42d-00cf4fc964ff", 2.0F)));
+    EXPECT_THROW(TargetStore(host).Change(Name(), Contact(0, L"", 3.0F)), TargetFileError) << "its first change";
+    // What it is, is looked at each time.
+    Write(file, std::string(5000, 'x'));
+    EXPECT_THROW(host.Targets().Change(Name(), Contact(0)), TargetFileError);
+}
+
 TEST_F(TargetStoreTest, ALookUpGivesTheFirstOfItsGuidThatIsNotLost)
 {
     auto lost = Contact(1, L"same");

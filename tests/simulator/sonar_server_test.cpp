@@ -132,6 +132,26 @@ TEST_F(SonarServerTest, FindsTheNextFrameAfterGarbage)
     EXPECT_EQ(Count(EventKind::Damaged), 1U);
 }
 
+TEST_F(SonarServerTest, GivesUpAFrameThatIsNeverFinished)
+{
+    ServerOptions options;
+    options.idleLimit = 40ms;
+    Start(options);
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    // The start of a frame of 1 MiB, and a range of 50 m behind it.
+    Bytes bytes = Hex("05 00 3c 00 ff ff 00 00 00 00 10 00");
+    Bytes const range = test::RangeFifty();
+    bytes.insert(bytes.end(), range.begin(), range.end());
+    ASSERT_TRUE(host.Send(bytes));
+    EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
+    EXPECT_EQ(m_server->Counts().skippedBytes, 12U);
+    ASSERT_TRUE(WaitUntil([&] { return Count(EventKind::Damaged) == 1; }));
+    ASSERT_TRUE(host.Send(bytes));
+    ASSERT_TRUE(WaitUntil([&] { return m_server->Counts().recordsReceived == 2; }));
+    EXPECT_EQ(Count(EventKind::Damaged), 1U);
+}
+
 TEST_F(SonarServerTest, ServesTwoHosts)
 {
     Start();

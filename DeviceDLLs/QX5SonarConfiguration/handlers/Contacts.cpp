@@ -1,6 +1,7 @@
 // Sonar contacts on their way to the sonar: the contact itself and its image.
 #include "Contacts.h"
 #include "../QX5SonarConfigurationControlDevice.h"
+#include "../platform/large_memory.h"
 #include "reading.h"
 
 #include <VordalBaseR/CExTime.h>
@@ -18,6 +19,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <utility>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;
@@ -42,6 +44,18 @@ SonarTarget const* FindContact(SonarTargetsControl const& file, std::uint32_t ta
 std::span<unsigned char> BytesOf(std::string& text)
 {
     return {reinterpret_cast<unsigned char*>(text.data()), text.size()};
+}
+
+/// A text of that size in the memory of `former`, if it has room; it holds anything.
+std::string Resized(std::string former, std::size_t size)
+{
+    if (former.capacity() < size) {
+        former = std::string();
+        former.reserve(size);
+        platform::PreferLargePages(former.data(), former.capacity());
+    }
+    former.resize(size);
+    return former;
 }
 
 /// "ContactID-7"; ids beyond 2^31 - 1 come out negative.
@@ -168,23 +182,27 @@ void ControlDevice::SendSonarContactGeoTiffx5(SONAR_TARGET_SEL_INFO const* info)
     // No link takes a frame beyond the greatest: such an image is not even read, only removed.
     constexpr std::size_t around = protocol::FrameOverhead + records::FileForSonar.Size();
     bool const fits = size <= protocol::MaximumFrameSize - around;
-    // The image goes straight to its place in the frame; what a short read leaves is 0.
-    std::string frame(fits ? size + around : 0, '\0');
+    std::string frame = fits ? Resized(std::exchange(imageFrame, {}), size + around) : std::string();
     auto const bytes = BytesOf(frame);
-    if (fits) {
-        file.Read(bytes.data() + protocol::FrameHeaderSize + record.size, size);
-    }
+    // The image goes straight to its place in the frame.
+    std::size_t const imageBegin = protocol::FrameHeaderSize + record.size;
+    std::size_t const got = fits ? static_cast<std::size_t>(file.Read(bytes.data() + imageBegin, size)) : 0;
     file.Close();
     HugeFileStream::Remove(contact->GetGeoTIFF());
     if (!fits) {
         return;
     }
     auto const head = bytes.subspan(protocol::FrameHeaderSize, record.size);
+    auto const rest = bytes.subspan(imageBegin + got); // what a short read leaves, and the trailing word
+    std::fill(head.begin(), head.end(), static_cast<unsigned char>(0));
+    std::fill(rest.begin(), rest.end(), static_cast<unsigned char>(0));
     protocol::PackField(records::FileName, std::string_view(ImageName(info->targetId)), head);
     protocol::PackField(records::FileType, std::string_view(".tif"), head);
     protocol::PackField(records::FileSize, size, head);
     protocol::WriteFrameHeader(bytes, static_cast<std::uint32_t>(bytes.size()), record.id, *sonar, now);
     SendMessageW(frame, false);
+    platform::LendToSystem(frame.data(), frame.capacity());
+    imageFrame = std::move(frame);
 }
 
 void ControlDevice::OnSonarTargetsVisualizationChange()

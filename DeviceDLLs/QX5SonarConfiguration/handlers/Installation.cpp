@@ -4,6 +4,7 @@
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
+#include "sonar_head.h"
 
 #include <VordalAttributesR/AttributeConstants.h>
 #include <protocol/pack.h>
@@ -11,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <compare>
-#include <map>
 #include <optional>
 #include <vector>
 
@@ -113,26 +113,47 @@ SonarHead ReadHead(CAttributeMap const& stored, int index)
     return head;
 }
 
+/// The numbers of the stored brackets, those of one physical head side by side and in their order.
+std::vector<int> OrderByHead(CAttributeMap const& stored, int count)
+{
+    std::vector<SonarHead> heads;
+    std::vector<int> order;
+    heads.reserve(static_cast<std::size_t>(count));
+    order.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        heads.push_back(ReadHead(stored, i));
+        order.push_back(i);
+    }
+    std::stable_sort(order.begin(), order.end(), [&](int left, int right) {
+        return heads[static_cast<std::size_t>(left)] < heads[static_cast<std::size_t>(right)];
+    });
+    return order;
+}
+
 /// The stored brackets with what the request changes about them. Two brackets may describe one physical head; what the
 /// request says about either then holds for both, and of what it says twice the later.
 std::vector<Bracket> ReadBrackets(CAttributeMap const& request, CAttributeMap const& stored)
 {
     int const count = stored.Count(At<keys::x5Bracket>);
-    // Brackets that the stored tree does not have are of no head.
-    int const changeCount = std::min(count, request.Count(At<keys::x5Bracket>));
-    std::map<SonarHead, BracketChange> changes;
-    for (int i = 0; i < changeCount; ++i) {
-        changes[ReadHead(stored, i)].Override(ReadBracket(request.Find(At<keys::x5Bracket>, i)));
-    }
     std::vector<Bracket> brackets(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
-        Bracket& bracket = brackets[static_cast<std::size_t>(i)];
-        bracket.Apply(ReadBracket(stored.Find(At<keys::x5Bracket>, i)));
-        if (changes.empty()) {
-            continue;
+        brackets[static_cast<std::size_t>(i)].Apply(ReadBracket(stored.Find(At<keys::x5Bracket>, i)));
+    }
+    // Brackets that the stored tree does not have are of no head.
+    int const changeCount = std::min(count, request.Count(At<keys::x5Bracket>));
+    if (changeCount == 0) {
+        return brackets;
+    }
+    auto const order = OrderByHead(stored, count);
+    for (auto first = order.begin(); first != order.end();) {
+        auto const last = std::find_if_not(first, order.end(),
+                                           [&](int bracket) { return qx5::IsSameSonarHead(stored, *first, bracket); });
+        BracketChange change;
+        for (auto at = first; at != last && *at < changeCount; ++at) {
+            change.Override(ReadBracket(request.Find(At<keys::x5Bracket>, *at)));
         }
-        if (auto const change = changes.find(ReadHead(stored, i)); change != changes.end()) {
-            bracket.Apply(change->second);
+        for (; first != last; ++first) {
+            brackets[static_cast<std::size_t>(*first)].Apply(change);
         }
     }
     return brackets;
@@ -195,6 +216,11 @@ void PackHead(CAttributeMap const& table, Bracket const& bracket, Installation c
 }
 
 } // namespace
+
+bool qx5::IsSameSonarHead(CAttributeMap const& stored, int i, int j)
+{
+    return i == j || ReadHead(stored, i) == ReadHead(stored, j);
+}
 
 void ControlDevice::UpdateSonarInstallationIdentifiers(CAttributeMap* request)
 {

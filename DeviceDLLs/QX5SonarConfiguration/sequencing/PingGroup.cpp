@@ -9,6 +9,7 @@
 #include <vordalhostdllR/Device.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <system_error>
 #include <utility>
@@ -16,6 +17,52 @@
 namespace {
 
 thread_local bool isSequencingThread = false;
+
+/// How long before the end of a pause the next ping is rehearsed: once when there is time for many groups whose pauses
+/// end together, and once more when hardly anything can come between.
+constexpr std::array rehearsals{std::chrono::microseconds(1000), std::chrono::microseconds(100)};
+
+bool HasMainWindow()
+{
+    return CVordalBaseApp::Instance() != nullptr;
+}
+
+/// Calls `visit` with each device that shares the port of `device`.
+template <typename Visit>
+void ForEachOnPort(BaseDevice const& device, Visit visit)
+{
+    BaseIOHandler* const port = device.GetPortPtr();
+    if (port == nullptr) {
+        return;
+    }
+    int const count = port->GetDeviceCount();
+    for (int index = 0; index < count; ++index) {
+        if (auto* const attached = dynamic_cast<Device*>(port->GetDevice(index)); attached != nullptr) {
+            visit(*attached);
+        }
+    }
+}
+
+void Ping(PingMember const& member, std::vector<BaseDevice*> const& devices)
+{
+    // The sonars that wait for their turn are silent, and must not count as lost for it.
+    for (BaseDevice const* const device : devices) {
+        bool const isActive = device == member.device;
+        ForEachOnPort(*device, [isActive](Device& attached) { attached.DisableTimeOut(!isActive); });
+    }
+    member.device->SendMessageW(member.pingRecord, false);
+}
+
+/// Goes where the next ping will go, without any effect. After a long pause the processor has forgotten the way, and
+/// finding it again takes longer than the system takes to wake the thread.
+void Rehearse(std::vector<BaseDevice*> const& devices)
+{
+    // Volatile, so that the walk is made though nobody asks for the number.
+    int volatile seen = HasMainWindow() ? 1 : 0;
+    for (BaseDevice const* const device : devices) {
+        ForEachOnPort(*device, [&seen](Device&) { seen = seen + 1; });
+    }
+}
 
 } // namespace
 
@@ -82,7 +129,7 @@ void PingGroup::SettingsArrived(CDataId const& dataId, std::uint32_t pauseMillis
 {
     {
         std::lock_guard const lock(m_lock);
-        if (!(m_activeId == dataId)) {
+        if (!IsAwaited(dataId)) {
             return;
         }
         m_waitMilliseconds = pauseMilliseconds;
@@ -100,7 +147,7 @@ void PingGroup::BufferStatusChanged(CDataId const& dataId, std::uint16_t status)
     for (PingMember& member : m_members) {
         if (member.dataId == dataId) {
             member.bufferStatus = status;
-            if (status != 0 && m_activeId == dataId) {
+            if (status != 0 && IsAwaited(dataId)) {
                 m_waitMilliseconds = 0;
                 m_wakeSignalled = true;
                 m_wake.notify_one();
@@ -169,7 +216,7 @@ void PingGroup::ResetTurn()
     m_startAgain = false;
     m_stopRequested = 0;
     m_wakeSignalled = false;
-    m_activeId.SetUndefined();
+    m_awaited = nullptr;
     m_waitMilliseconds = 0;
 }
 
@@ -226,7 +273,8 @@ void PingGroup::Run()
 
 void PingGroup::TakeTurns(Lock& lock)
 {
-    std::vector<Turn> turns;
+    // Devices and records of the members never change, and members stay where they are.
+    std::vector<BaseDevice*> devices;
     for (;;) {
         bool anyPinged = false;
         for (PingMember const& member : m_members) {
@@ -234,7 +282,7 @@ void PingGroup::TakeTurns(Lock& lock)
                 return;
             }
             lock.unlock();
-            bool const hasWindow = CVordalBaseApp::Instance() != nullptr;
+            bool const hasWindow = HasMainWindow();
             lock.lock();
             if (!hasWindow || m_stopRequested != 0) {
                 return;
@@ -243,17 +291,18 @@ void PingGroup::TakeTurns(Lock& lock)
                 continue;
             }
             anyPinged = true;
-            m_activeId = member.dataId;
-            turns.clear();
-            for (PingMember const& each : m_members) {
-                turns.push_back({each.device, each.dataId == m_activeId});
+            m_awaited = &member;
+            if (devices.size() != m_members.size()) {
+                devices.clear();
+                for (PingMember const& each : m_members) {
+                    devices.push_back(each.device);
+                }
             }
-            // Device and record of a member never change, and members stay where they are.
             lock.unlock();
-            Ping(turns, *member.device, member.pingRecord);
+            Ping(member, devices);
             auto const pinged = Clock::now();
             lock.lock();
-            AwaitAndPause(lock, pinged);
+            AwaitAndPause(lock, pinged, devices);
         }
         if (!anyPinged) {
             // Whoever takes the last sonar out of the turn stops the thread in the same breath.
@@ -262,32 +311,27 @@ void PingGroup::TakeTurns(Lock& lock)
     }
 }
 
-void PingGroup::Ping(std::vector<Turn> const& turns, BaseDevice& device, CStringA const& record)
-{
-    // The sonars that wait for their turn are silent, and must not count as lost for it.
-    for (Turn const& turn : turns) {
-        BaseIOHandler* const port = turn.device->GetPortPtr();
-        if (port == nullptr) {
-            continue;
-        }
-        int const count = port->GetDeviceCount();
-        for (int index = 0; index < count; ++index) {
-            if (auto* const attached = dynamic_cast<Device*>(port->GetDevice(index)); attached != nullptr) {
-                attached->DisableTimeOut(!turn.isActive);
-            }
-        }
-    }
-    device.SendMessageW(record, false);
-}
-
-void PingGroup::AwaitAndPause(Lock& lock, Clock::time_point pinged)
+void PingGroup::AwaitAndPause(Lock& lock, Clock::time_point pinged, std::vector<BaseDevice*> const& devices)
 {
     m_wake.wait(lock, [this] { return m_wakeSignalled; });
     m_wakeSignalled = false;
     if (m_waitMilliseconds != 0) {
         // A signal that comes during the pause stays set, for the next sonar.
-        auto const deadline = std::max(m_waitFrom, pinged) + std::chrono::milliseconds(m_waitMilliseconds);
-        m_wake.wait_until(lock, deadline, [this] { return m_stopRequested != 0; });
+        PauseUntil(lock, std::max(m_waitFrom, pinged) + std::chrono::milliseconds(m_waitMilliseconds), devices);
     }
-    m_activeId.SetUndefined();
+    m_awaited = nullptr;
+}
+
+void PingGroup::PauseUntil(Lock& lock, Clock::time_point deadline, std::vector<BaseDevice*> const& devices)
+{
+    auto const isStopped = [this] { return m_stopRequested != 0; };
+    for (auto const ahead : rehearsals) {
+        if (m_wake.wait_until(lock, deadline - ahead, isStopped)) {
+            return;
+        }
+        lock.unlock();
+        Rehearse(devices);
+        lock.lock();
+    }
+    m_wake.wait_until(lock, deadline, isStopped);
 }

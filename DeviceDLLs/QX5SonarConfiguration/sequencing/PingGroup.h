@@ -79,13 +79,6 @@ public:
 private:
     using Lock = std::unique_lock<std::mutex>;
 
-    /// Whom to call for one ping; read from the members while the lock is held.
-    struct Turn
-    {
-        BaseDevice* device;
-        bool isActive;
-    };
-
     void Start();
     void RequestStop();
     void Stop(Lock& lock);
@@ -93,8 +86,9 @@ private:
     void ResetTurn();
     void Run();
     void TakeTurns(Lock& lock);
-    void AwaitAndPause(Lock& lock, Clock::time_point pinged);
-    static void Ping(std::vector<Turn> const& turns, BaseDevice& device, CStringA const& record);
+    void AwaitAndPause(Lock& lock, Clock::time_point pinged, std::vector<BaseDevice*> const& devices);
+    void PauseUntil(Lock& lock, Clock::time_point deadline, std::vector<BaseDevice*> const& devices);
+    bool IsAwaited(CDataId const& dataId) const { return m_awaited != nullptr && m_awaited->dataId == dataId; }
     bool HasMember(CDataId const& dataId) const;
 
     int const m_groupId;
@@ -109,10 +103,10 @@ private:
     bool m_closed = false;          ///< no thread is started any more
     std::uint64_t m_generation = 0; ///< counts the threads
     std::int32_t m_stopRequested = 0;
-    bool m_wakeSignalled = false;      ///< the event that ends the thread's wait; the wait takes it back
-    std::condition_variable m_wake;    ///< for the thread
-    std::condition_variable m_stopped; ///< for those who wait for a stop of others
-    CDataId m_activeId;                ///< the sonar that pinged last and is awaited
+    bool m_wakeSignalled = false;          ///< the event that ends the thread's wait; the wait takes it back
+    std::condition_variable m_wake;        ///< for the thread
+    std::condition_variable m_stopped;     ///< for those who wait for a stop of others
+    PingMember const* m_awaited = nullptr; ///< the sonar that pinged last
     std::uint32_t m_waitMilliseconds = 0;
     Clock::time_point m_waitFrom; ///< when the data that told the wait arrived
 };

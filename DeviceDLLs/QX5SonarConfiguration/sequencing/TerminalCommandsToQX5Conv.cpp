@@ -24,6 +24,7 @@
 #include <vordalhostdllR/DisplayManager.h>
 
 #include <span>
+#include <utility>
 
 using namespace qx5;
 using namespace qx5::terminal;
@@ -85,7 +86,7 @@ TerminalCommandsToQX5Conv::~TerminalCommandsToQX5Conv()
 
 void TerminalCommandsToQX5Conv::SetSonarId(CDataId id)
 {
-    sonarId = id;
+    sonarId = std::move(id);
     settingsSubscription.SetMap(DataManager::GetDataManager().GetAttributeSubscriptionMap(sonarId));
     settingsSubscription.Subscribe(std::vector<CString>{keys::x5SonarSettings.text, keys::DeviceEnum.text,
                                                         keys::x5SampleRateSelection.text,

@@ -50,7 +50,7 @@ QX5OceanMenuPage::QX5OceanMenuPage(QX5SonarConfigurationView& view, QWidget* par
     m_ui->setupUi(this);
     qx5::FillList(*m_ui->id28105, QStringLiteral("None,Light,Normal,Wizard"));
     qx5::LeaveWheelToPage(*m_ui->id28105);
-    qx5::ReserveWidth(*m_ui->id16923, SoundVelocityText(1500.0F));
+    qx5::ReserveWidth(*m_ui->id16924, AbsorptionText(120.0F));
     m_ui->id28106->setVisible(false);
     m_ui->id28105->setVisible(false);
     m_ui->id16920->setRange(0, 120);

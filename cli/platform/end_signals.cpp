@@ -1,0 +1,57 @@
+// The signals by which a terminal or the system asks a program to end, turned into something that an event loop can
+// watch.
+#include "end_signals.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <system_error>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace qx5::cli {
+
+namespace {
+
+constexpr std::array endSignals{SIGINT, SIGTERM, SIGHUP};
+/// Read end and write end; used within a signal's handler.
+int ends[2]{-1, -1};
+
+void OnSignal(int number)
+{
+    int const before = errno;
+    char const told = 1;
+    static_cast<void>(!write(ends[1], &told, 1));
+    // The next one is the system's again.
+    std::signal(number, SIG_DFL);
+    errno = before;
+}
+
+} // namespace
+
+EndSignals::EndSignals()
+{
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+        throw std::system_error(errno, std::generic_category(), "no descriptor is left for the signals to end");
+    }
+    for (int const number : endSignals) {
+        std::signal(number, OnSignal);
+    }
+}
+
+EndSignals::~EndSignals()
+{
+    for (int const number : endSignals) {
+        std::signal(number, SIG_DFL);
+    }
+    close(ends[0]);
+    close(ends[1]);
+}
+
+int EndSignals::Descriptor() const
+{
+    return ends[0];
+}
+
+} // namespace qx5::cli

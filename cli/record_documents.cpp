@@ -1,0 +1,516 @@
+// Documents written from the record tables.
+#include "cli/record_documents.h"
+
+#include "cli/table_texts.h"
+
+#include <protocol/catalogue.h>
+#include <protocol/print.h>
+#include <protocol/utf8.h>
+
+#include <optional>
+#include <set>
+#include <string_view>
+
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+namespace {
+
+using protocol::Carrier;
+using protocol::Field;
+using protocol::RecordLayout;
+using protocol::Tail;
+using protocol::Wire;
+
+std::string Utf8(protocol::Key const& key)
+{
+    return protocol::EncodeUtf8(key.text);
+}
+
+std::string NameOf(Field const& field)
+{
+    if (field.key == nullptr) {
+        return field.name.empty() ? "constant" : std::string(field.name);
+    }
+    bool const hasParts = field.key->kind == protocol::Kind::Pair || field.key->kind == protocol::Kind::Offset;
+    return hasParts ? fmt::format("{}[{}]", Utf8(*field.key), field.part) : Utf8(*field.key);
+}
+
+std::string WireOf(Field const& field)
+{
+    bool const hasWidth = field.wire == Wire::Text || field.wire == Wire::Bytes;
+    return hasWidth ? fmt::format("{}[{}]", protocol::WireText(field.wire), field.extent)
+                    : std::string(protocol::WireText(field.wire));
+}
+
+std::string_view CarrierText(Carrier carrier)
+{
+    switch (carrier) {
+    case Carrier::RemoteControl:
+        return "command";
+    case Carrier::Data:
+        return "data record";
+    case Carrier::PassThrough:
+        return "command passed on";
+    }
+    return "";
+}
+
+std::string_view TailText(Tail tail)
+{
+    switch (tail) {
+    case Tail::None:
+    case Tail::Items:
+        return "";
+    case Tail::I32List:
+        return "i32, to the end";
+    case Tail::U32List:
+        return "u32, to the end";
+    case Tail::U16List:
+        return "u16, to the end";
+    case Tail::Utf8:
+        return "UTF-8 text, to the end";
+    case Tail::Utf8Z:
+        return "UTF-8 text and a 0, to the end";
+    case Tail::Bytes:
+        return "bytes, to the end";
+    }
+    return "";
+}
+
+std::string TailName(RecordLayout const& record)
+{
+    return record.tailKey != nullptr ? Utf8(*record.tailKey) : std::string(record.tailName);
+}
+
+// The manual's tables.
+
+std::string FieldRows(std::span<Field const> fields)
+{
+    std::string text;
+    for (Field const& field : fields) {
+        std::string remark(ConvertText(field.convert));
+        if (field.constant != 0) {
+            remark += fmt::format("{}always {}", remark.empty() ? "" : "; ", field.constant);
+        }
+        text += fmt::format("| {} | {} | {} | {} | {} |\n", Place(field), WireOf(field), NameOf(field),
+                            protocol::UnitText(WireUnit(field)), remark);
+    }
+    return text;
+}
+
+// The dissector. It is a table of the records, and a program that reads it.
+
+std::string LuaText(std::string_view text)
+{
+    std::string quoted = "\"";
+    for (char const character : text) {
+        if (character == '"' || character == '\\') {
+            quoted += '\\';
+        }
+        quoted += character;
+    }
+    return quoted + '"';
+}
+
+/// By what the wire's number is multiplied to give the key's; nothing where no factor does that.
+std::optional<std::string_view> BackFactor(protocol::Convert convert)
+{
+    using protocol::Convert;
+    switch (convert) {
+    case Convert::Radians:
+    case Convert::RadiansByFactor:
+        return "180 / math.pi";
+    case Convert::NegatedRadians:
+    case Convert::NegatedRadiansByFactor:
+        return "-180 / math.pi";
+    case Convert::Negated:
+        return "-1";
+    case Convert::TimesThousand:
+        return "1 / 1000";
+    case Convert::Thousandth:
+        return "1000";
+    case Convert::TimesTwenty:
+        return "1 / 20";
+    case Convert::FifthOfFloat:
+        return "5";
+    case Convert::None:
+    case Convert::Truncated:
+    case Convert::SetWhenZero:
+    case Convert::SetWhenOne:
+    case Convert::PlusOne:
+    case Convert::Computed:
+        break;
+    }
+    return std::nullopt;
+}
+
+std::string LuaFields(std::span<Field const> fields, std::string_view indent)
+{
+    std::string text;
+    for (Field const& field : fields) {
+        text += fmt::format("{}{{ at = {}, width = {}, wire = {}, name = {}", indent, field.offset,
+                            protocol::WidthOf(field), LuaText(protocol::WireText(field.wire)), LuaText(NameOf(field)));
+        bool const isBit = field.wire == Wire::BitOfU16 || field.wire == Wire::BitOfU32 || field.wire == Wire::BitOfU64;
+        if (isBit || field.wire == Wire::BitsOfU32) {
+            text += fmt::format(", bit = {}, bits = {}", field.extent, isBit ? 1 : int{field.bitCount});
+        }
+        if (auto const unit = protocol::UnitText(WireUnit(field)); !unit.empty()) {
+            text += fmt::format(", unit = {}", LuaText(unit));
+        }
+        if (auto const factor = BackFactor(field.convert); factor && field.key != nullptr) {
+            text += fmt::format(", factor = {}, keyUnit = {}", *factor, LuaText(protocol::UnitText(field.key->unit)));
+        } else if (auto const remark = ConvertText(field.convert); !remark.empty()) {
+            text += fmt::format(", remark = {}", LuaText(remark));
+        }
+        if (field.key == nullptr && field.constant != 0) {
+            text += fmt::format(", constant = {}", field.constant);
+        }
+        text += " },\n";
+    }
+    return text;
+}
+
+std::string_view LuaTail(Tail tail)
+{
+    switch (tail) {
+    case Tail::None:
+        return "none";
+    case Tail::Items:
+        return "items";
+    case Tail::I32List:
+        return "i32";
+    case Tail::U32List:
+        return "u32";
+    case Tail::U16List:
+        return "u16";
+    case Tail::Utf8:
+    case Tail::Utf8Z:
+        return "text";
+    case Tail::Bytes:
+        return "bytes";
+    }
+    return "none";
+}
+
+std::string_view LuaCarrier(Carrier carrier)
+{
+    switch (carrier) {
+    case Carrier::RemoteControl:
+        return "command";
+    case Carrier::Data:
+        return "data";
+    case Carrier::PassThrough:
+        return "passed";
+    }
+    return "data";
+}
+
+constexpr std::string_view dissectorBegin =
+    R"lua(-- A dissector of the x5 record protocol for Wireshark. Written by `./dev docs` from the record tables.
+--
+--     wireshark -X lua_script:docs/x5_records.lua
+--
+-- Streams on TCP port 7000 are taken for it; others by "Decode As" or the preference. Filters: x5.record, x5.command,
+-- x5.device, x5.enumerator, x5.name, x5.field.
+
+-- Every record: who carries it, its id, the size of its fixed part in bytes, its fields, what follows them.
+local records = {
+)lua";
+
+constexpr std::string_view dissectorEnd = R"lua(}
+
+local x5 = Proto("x5", "x5 sonar records")
+local f = {
+    size = ProtoField.uint32("x5.size", "Size", base.DEC),
+    time = ProtoField.string("x5.time", "Time, UTC"),
+    record = ProtoField.uint32("x5.record", "Record", base.DEC),
+    device = ProtoField.uint32("x5.device", "Device", base.DEC),
+    enumerator = ProtoField.uint16("x5.enumerator", "Enumerator", base.DEC),
+    command = ProtoField.uint32("x5.command", "Command", base.DEC),
+    ticket = ProtoField.uint32("x5.ticket", "Ticket", base.DEC),
+    name = ProtoField.string("x5.name", "Name"),
+    field = ProtoField.string("x5.field", "Field"),
+    payload = ProtoField.bytes("x5.payload", "Payload"),
+}
+x5.fields = { f.size, f.time, f.record, f.device, f.enumerator, f.command, f.ticket, f.name, f.field, f.payload }
+x5.prefs.port = Pref.uint("TCP port", 7000, "The port that the sonar listens on")
+
+local headerSize, trailerSize, commandSize = 64, 4, 24
+local remoteControl, passedOn = 7500, 90002
+
+local function textOf(range)
+    local text = range:string(ENC_UTF_8)
+    local stop = text:find("\0", 1, true)
+    return stop and text:sub(1, stop - 1) or text
+end
+
+local function timeOf(range)
+    return string.format("%d, day %d, %02d:%02d:%06.3f", range(0, 2):le_uint(), range(2, 2):le_uint(),
+        range(8, 1):le_uint(), range(9, 1):le_uint(), range(4, 4):le_float())
+end
+
+local function numberText(value)
+    return string.format("%.9g", value)
+end
+
+-- The field's number, or nil, and its text. Words are little-endian, so a bit lies in byte bit / 8 whatever its word.
+local function valueOf(range, field)
+    local wire = field.wire
+    if wire == "f32" or wire == "f64" then
+        local value = range:le_float()
+        return value, numberText(value)
+    elseif wire == "text" then
+        return nil, '"' .. textOf(range) .. '"'
+    elseif wire == "time" then
+        return nil, timeOf(range)
+    elseif wire == "i32" then
+        local value = range:le_int()
+        return value, tostring(value)
+    elseif field.bit then
+        local value = 0
+        for i = field.bits - 1, 0, -1 do
+            local bit = field.bit + i
+            local byte = range(math.floor(bit / 8), 1):uint()
+            value = value * 2 + math.floor(byte / 2 ^ (bit % 8)) % 2
+        end
+        return value, string.format("%d", value)
+    end
+    local value = range:le_uint()
+    return value, tostring(value)
+end
+
+local function withUnit(text, unit)
+    return (unit and unit ~= "") and (text .. " " .. unit) or text
+end
+
+local function addFields(tree, range, fields)
+    for _, field in ipairs(fields) do
+        if field.at + field.width <= range:len() then
+            local part = range(field.at, field.width)
+            local value, text = valueOf(part, field)
+            text = withUnit(text, field.unit)
+            if field.factor and value then
+                text = withUnit(string.format("%.7g", value * field.factor), field.keyUnit) .. "  (wire " .. text .. ")"
+            elseif field.remark then
+                text = text .. "  (" .. field.remark .. ")"
+            end
+            tree:add(f.field, part, field.name):set_text(field.name .. " = " .. text)
+        end
+    end
+end
+
+local function addTail(tree, range, record)
+    local begin = record.size
+    if record.tail == "none" or range:len() <= begin then
+        return
+    end
+    local rest = range(begin)
+    if record.tail == "items" then
+        local count = math.floor(rest:len() / record.itemSize)
+        for i = 0, count - 1 do
+            local part = rest(i * record.itemSize, record.itemSize)
+            addFields(tree:add(x5, part, string.format("item %d", i)), part, record.items)
+        end
+    elseif record.tail == "text" then
+        tree:add(f.field, rest, record.tailName):set_text(record.tailName .. ' = "' .. textOf(rest) .. '"')
+    elseif record.tail == "bytes" then
+        tree:add(f.payload, rest)
+    else
+        local width = record.tail == "u16" and 2 or 4
+        for i = 0, math.floor(rest:len() / width) - 1 do
+            local part = rest(i * width, width)
+            local value = record.tail == "i32" and part:le_int() or part:le_uint()
+            tree:add(f.field, part, record.tailName):set_text(string.format("%s[%d] = %d", record.tailName, i, value))
+        end
+    end
+end
+
+-- Whether the payload carries the record's constants, which tell forms of one id apart.
+local function carriesConstants(range, record)
+    for _, field in ipairs(record.fields) do
+        if field.constant then
+            if field.at + field.width > range:len() then
+                return false
+            end
+            if valueOf(range(field.at, field.width), field) ~= field.constant then
+                return false
+            end
+        end
+    end
+    return true
+end
+
+-- The form whose size is the payload's, else the largest that it holds, else the first.
+local function bestOf(carrier, id, size, range, anyConstants)
+    local first, largest
+    for _, record in ipairs(records) do
+        if record.carrier == carrier and record.id == id
+            and (anyConstants or not range or carriesConstants(range, record)) then
+            first = first or record
+            if record.size == size and record.tail == "none" then
+                return record
+            end
+            if record.size <= size and (not largest or record.size > largest.size) then
+                largest = record
+            end
+        end
+    end
+    return largest or first
+end
+
+local function findRecord(carrier, id, size, range)
+    local record = bestOf(carrier, id, size, range, false) or bestOf(carrier, id, size, range, true)
+    if not record and carrier == "passed" then
+        return findRecord("command", id, size, range)
+    end
+    return record
+end
+
+local addPayload
+
+local function addCommand(tree, info, carrier, id, range)
+    local record = findRecord(carrier, id, range and range:len() or 0, range)
+    local name = record and record.name or "unknown"
+    info.cols.info:append(string.format("%d %s  ", id, name))
+    tree:append_text(string.format(", %d %s", id, name))
+    if range then
+        tree:add(f.name, range, name):set_generated()
+        addPayload(tree, info, range, record)
+        if carrier == "command" and id == passedOn and range:len() >= 16 then
+            local inner = range(8, 4):le_uint()
+            local branch = tree:add(x5, range, "passed on")
+            branch:add_le(f.command, range(8, 4))
+            addCommand(branch, info, "passed", inner, range:len() > 16 and range(16) or nil)
+        end
+    end
+end
+
+addPayload = function(tree, _, range, record)
+    if not record then
+        tree:add(f.payload, range)
+        return
+    end
+    addFields(tree, range, record.fields)
+    addTail(tree, range, record)
+end
+
+local function dissectFrame(tvb, info, root)
+    local size = tvb:len()
+    info.cols.protocol = "x5"
+    local tree = root:add(x5, tvb(), "x5 record")
+    local id = tvb(32, 4):le_uint()
+    tree:add_le(f.size, tvb(8, 4))
+    tree:add(f.time, tvb(20, 10), timeOf(tvb(20, 10)))
+    tree:add_le(f.record, tvb(32, 4))
+    tree:add_le(f.device, tvb(36, 4))
+    tree:add_le(f.enumerator, tvb(42, 2))
+    local dataSize = size - headerSize - trailerSize
+    if id == remoteControl and dataSize >= commandSize then
+        local command = tvb(headerSize, 4):le_uint()
+        tree:add_le(f.command, tvb(headerSize, 4))
+        tree:add_le(f.ticket, tvb(headerSize + 4, 4))
+        local payload = dataSize > commandSize and tvb(headerSize + commandSize, dataSize - commandSize) or nil
+        addCommand(tree, info, "command", command, payload)
+    else
+        addCommand(tree, info, "data", id, dataSize > 0 and tvb(headerSize, dataSize) or nil)
+    end
+    return size
+end
+
+local function frameSize(tvb, _, offset)
+    local isFrame = tvb(offset, 2):le_uint() == 5 and tvb(offset + 2, 2):le_uint() == 60
+        and tvb(offset + 4, 4):le_uint() == 0xFFFF
+    local size = tvb(offset + 8, 4):le_uint()
+    if isFrame and size >= headerSize + trailerSize then
+        return size
+    end
+    return tvb:len() - offset -- no frame: to the end of what is there
+end
+
+function x5.dissector(tvb, info, root)
+    info.cols.info:clear()
+    dissect_tcp_pdus(tvb, root, 12, frameSize, function(part, partInfo, partRoot)
+        if part:len() >= headerSize + trailerSize and part(0, 2):le_uint() == 5 and part(4, 4):le_uint() == 0xFFFF then
+            return dissectFrame(part, partInfo, partRoot)
+        end
+        partRoot:add(x5, part(), "bytes that are no x5 record")
+        return part:len()
+    end)
+    return tvb:len()
+end
+
+local tcpPorts = DissectorTable.get("tcp.port")
+local port = x5.prefs.port
+tcpPorts:add(port, x5)
+
+function x5.prefs_changed()
+    if port ~= x5.prefs.port then
+        tcpPorts:remove(port, x5)
+        port = x5.prefs.port
+        tcpPorts:add(port, x5)
+    end
+end
+)lua";
+
+} // namespace
+
+std::string RecordTables()
+{
+    std::string text =
+        "# Records and keys\n\n"
+        "Written by `./dev docs` from the record tables of `protocol/records/`. Offsets are in bytes from "
+        "the start of the\npayload, all numbers are little-endian, what no field names is 0. The unit is "
+        "that of the number on the wire.\n\n";
+    for (RecordLayout const& record : protocol::AllLayouts()) {
+        text += fmt::format("## {} {}\n\n{}, {} bytes{}\n\n", record.id, record.name, CarrierText(record.carrier),
+                            record.size, record.tail == Tail::None ? "" : " and what follows them");
+        if (!record.fields.empty() || record.tail != Tail::None) {
+            text += "| at | wire | key or name | unit | remark |\n|---|---|---|---|---|\n" + FieldRows(record.fields);
+        }
+        if (record.tail == Tail::Items) {
+            text += fmt::format("\nThen items of {} bytes to the end:\n\n| at | wire | key or name | unit | remark |\n"
+                                "|---|---|---|---|---|\n",
+                                record.itemSize) +
+                    FieldRows(record.itemFields);
+        } else if (record.tail != Tail::None) {
+            text += fmt::format("| @{} | {} | {} | | |\n", record.size, TailText(record.tail), TailName(record));
+        }
+        text += '\n';
+    }
+    text += "## Keys\n\n| key | kind | unit | meaning | records |\n|---|---|---|---|---|\n";
+    for (protocol::Key const* const key : protocol::AllKeys()) {
+        std::set<std::uint32_t> ids;
+        for (RecordLayout const& record : protocol::AllLayouts()) {
+            bool carries = record.tailKey == key;
+            for (auto const fields : {record.fields, record.itemFields}) {
+                for (Field const& field : fields) {
+                    carries = carries || field.key == key;
+                }
+            }
+            if (carries) {
+                ids.insert(record.id);
+            }
+        }
+        text += fmt::format("| `{}` | {} | {} | {} | {} |\n", Utf8(*key), KindText(key->kind),
+                            protocol::UnitText(key->unit), key->meaning, fmt::join(ids, ", "));
+    }
+    return text;
+}
+
+std::string WiresharkDissector()
+{
+    std::string text(dissectorBegin);
+    for (RecordLayout const& record : protocol::AllLayouts()) {
+        text += fmt::format("    {{ carrier = {}, id = {}, name = {}, size = {}, tail = {}, tailName = {},\n"
+                            "        itemSize = {}, fields = {{\n",
+                            LuaText(LuaCarrier(record.carrier)), record.id, LuaText(record.name), record.size,
+                            LuaText(LuaTail(record.tail)), LuaText(TailName(record)), record.itemSize);
+        text += LuaFields(record.fields, "            ") + "        }, items = {\n" +
+                LuaFields(record.itemFields, "            ") + "        } },\n";
+    }
+    return text + std::string(dissectorEnd);
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,20 @@
+// What the record tables say, in words: kinds, conversions, places.
+#pragma once
+
+#include <protocol/record_layout.h>
+
+#include <string>
+#include <string_view>
+
+namespace qx5::cli {
+
+/// "int", "double"..., as `key:kind=value` takes them.
+std::string_view KindText(protocol::Kind kind);
+
+/// What becomes of a value on its way to the wire; empty for None.
+std::string_view ConvertText(protocol::Convert convert);
+
+/// Where the field lies: "@16", "@4 bit 3".
+std::string Place(protocol::Field const& field);
+
+} // namespace qx5::cli

@@ -1,0 +1,116 @@
+// The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
+#pragma once
+
+#include "reference_host/host/host.h"
+#include "reference_host/host/host_observer.h"
+#include "reference_host/link/live_traffic.h"
+#include "reference_host/link/sonar_link.h"
+#include "reference_host/link/x5_port.h"
+#include "reference_host/loader/plugin_loader.h"
+#include "reference_host/store/project_store.h"
+#include "reference_host/window/main_window.h"
+#include "reference_host/window/window_feed.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace qx5::cli {
+
+/// A sonar of the session and where it is reached.
+struct FleetSonar
+{
+    CDataId id;
+    CString name;
+    std::string host;
+    std::uint16_t port = 0;
+};
+
+struct FleetVessel
+{
+    unsigned short number = 1;
+    CString name;
+    /// Pipe detection is set up on it, so that its sonars may be steered along a pipe.
+    bool detectsPipes = false;
+    std::vector<FleetSonar> sonars;
+};
+
+/// Begin and End wait; everything between them returns at once. Used from the window thread.
+class WindowSession final : private vordal::HostObserver
+{
+public:
+    explicit WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode);
+    WindowSession(WindowSession const&) = delete;
+    WindowSession& operator=(WindowSession const&) = delete;
+    /// Ends it, if that was not done.
+    ~WindowSession() override;
+
+    /// Opens the project (no name: none is kept), loads the plug-in, makes the vessels with their sonars and begins to
+    /// connect them. False, and one line in `error`, when something of it cannot be had.
+    bool Begin(std::string const& plugin, std::vector<FleetVessel> const& fleet, std::string const& project,
+               std::string& error);
+    /// Ends in order: ping threads, devices, host thread, plug-in, connections; then saves the project with what View
+    /// and WindowMemory hold. Bounded: when a task on the host thread does not end, the process does. False, and one
+    /// line in `error`, when the project cannot be saved. The view must be closed before.
+    bool End(std::string& error);
+
+    vordal::Host& Host() { return m_host; }
+    /// The sonars as the window lists them.
+    std::vector<vordal::ListedVessel> Listed() const;
+    unsigned short ActiveVessel() const { return m_activeVessel; }
+    /// What the window may ask for.
+    vordal::WindowRequests Requests();
+
+    /// What the view stored when it was last open; at first the first sonar is what it shows.
+    CAttributeMap& View() { return m_view; }
+    std::vector<unsigned char>& WindowMemory() { return m_windowMemory; }
+
+private:
+    struct Sonar
+    {
+        FleetSonar setup;
+        CString portName;
+        std::unique_ptr<vordal::X5Port> port;
+        Device* device = nullptr;
+    };
+
+    /// What is kept of a sonar when its device goes.
+    struct SavedSonar
+    {
+        FleetSonar setup;
+        CString portName;
+        CAttributeMap attributes;
+        CAttributeMap steering; ///< of its computation of route steering
+    };
+
+    void OnSetLightMode(int mode, bool redraw) override;
+    void OnMessage(CString const& text) override;
+    void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
+
+    bool OpenProject(std::string const& file, std::string& error);
+    void MakeSurroundings(std::vector<FleetVessel> const& fleet);
+    bool MakeDevices(std::string const& plugin, std::string& error);
+    bool SaveProject(std::string& error);
+    [[noreturn]] void LeaveWithoutHostThread();
+
+    std::shared_ptr<vordal::WindowFeed> const m_feed;
+    std::unique_ptr<vordal::ProjectStore> m_store;
+    vordal::StoredProject m_project;
+    CAttributeMap m_view;
+    std::vector<unsigned char> m_windowMemory;
+    unsigned short m_activeVessel = 1;
+    std::vector<FleetVessel> m_fleet;
+    bool m_begun = false; ///< all of it: what the devices hold is worth keeping
+    bool m_ended = true;
+    std::vector<SavedSonar> m_saved; ///< written on the host thread, read when that has ended
+
+    vordal::LiveTraffic m_traffic;
+    vordal::Host m_host{vordal::Threading::Threaded};
+    vordal::LinkThread m_linkThread;
+    std::unique_ptr<vordal::PlugIn> m_plugin;
+    std::vector<Sonar> m_sonars;
+};
+
+} // namespace qx5::cli

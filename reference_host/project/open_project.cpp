@@ -1,0 +1,117 @@
+// Making a project's parts in a host, in the order in which they need one another.
+#include "open_project.h"
+
+#include "reference_host/host/host.h"
+#include "reference_host/link/sonar_link.h"
+#include "reference_host/loader/plugin_loader.h"
+
+#include <tvcoreR/Utf8.h>
+#include <vordalhostdllR/DataManager.h>
+#include <vordalhostdllR/Device.h>
+
+#include <utility>
+
+namespace vordal {
+
+OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project)
+    : m_host(host), m_project(std::move(project))
+{
+    for (StoredPort const& stored : m_project.ports) {
+        LinkOptions options;
+        options.host = tvcore::ToUtf8(stored.host);
+        options.port = stored.tcpPort;
+        m_ports.push_back(std::make_unique<X5Port>(m_host, thread, stored.name, options));
+    }
+    m_host.RunAndWait([this] {
+        for (VesselSetup const& vessel : m_project.vessels) {
+            m_host.AddVessel(vessel);
+        }
+        if (m_project.activeVessel != 0) {
+            m_host.SelectVessel(m_project.activeVessel);
+        }
+        for (std::size_t i = 0; i < m_project.devices.size(); ++i) {
+            StoredDevice const& stored = m_project.devices[i];
+            auto made = m_host.MakeDevice(stored.className);
+            if (made == nullptr) {
+                m_problems.push_back("the device \"" + tvcore::ToUtf8(stored.name) + "\" is left out: no plug-in has " +
+                                     "registered its class " + tvcore::ToUtf8(stored.className));
+                continue;
+            }
+            made->SetPortName(stored.portName);
+            made->SetEnable(stored.enabled);
+            Device* const device = m_host.AddDevice(std::move(made), stored.dataId, stored.name);
+            if (device == nullptr) {
+                m_problems.push_back("the device \"" + tvcore::ToUtf8(stored.name) + "\" is left out: its id " +
+                                     tvcore::ToUtf8(stored.dataId.GetKey()) + " is taken");
+                continue;
+            }
+            m_devices.push_back({i, device});
+            m_host.LoadDevice(*device, stored.attributes);
+        }
+        for (ComputationSetup const& computation : m_project.computations) {
+            m_host.AddComputation(computation);
+        }
+    });
+}
+
+OpenProject::~OpenProject()
+{
+    for (auto const& port : m_ports) {
+        port->Close();
+    }
+    m_host.RunAndWait([this] {
+        if (m_plugin != nullptr) {
+            m_plugin->ReleaseSonars();
+        }
+        for (MadeDevice const& made : m_devices) {
+            m_host.RemoveDevice(made.device);
+        }
+        m_ports.clear();
+    });
+}
+
+void OpenProject::Start(PlugIn& plugin)
+{
+    m_plugin = &plugin;
+    m_host.RunAndWait([&] {
+        plugin.RegisterViews();
+        plugin.InitializeTemplates(m_host.Application());
+        for (MadeDevice const& made : m_devices) {
+            CDataId const& id = made.device->GetDataId();
+            plugin.DeviceCtrlInit(id.GetVessel(), id.GetGroupId(), id.GetDeviceNum(), id.GetType());
+            // The computations are there: what a device is mounted on is found.
+            m_host.ApplyDevice(*made.device, true);
+        }
+        for (MadeDevice const& made : m_devices) {
+            StoredDevice const& stored = m_project.devices[made.stored];
+            if (X5Port* const port = FindPort(stored.portName); port != nullptr && stored.enabled) {
+                m_host.SetPort(*made.device, port);
+            }
+        }
+    });
+    for (auto const& port : m_ports) {
+        port->Open();
+    }
+}
+
+X5Port* OpenProject::FindPort(CString const& name) const
+{
+    for (auto const& port : m_ports) {
+        if (port->GetName() == name) {
+            return port.get();
+        }
+    }
+    return nullptr;
+}
+
+StoredProject OpenProject::Collect() const
+{
+    StoredProject project = m_project;
+    for (MadeDevice const& made : m_devices) {
+        StoredDevice& stored = project.devices[made.stored];
+        DataManager::GetDataManager().GetAttributeMap(stored.dataId, stored.attributes);
+    }
+    return project;
+}
+
+} // namespace vordal

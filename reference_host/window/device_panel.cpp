@@ -1,0 +1,236 @@
+// The vessels, their sonars and how each connection stands.
+#include "device_panel.h"
+
+#include "appearance.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QHeaderView>
+#include <QIcon>
+#include <QLabel>
+#include <QPainter>
+#include <QPixmap>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <utility>
+
+namespace vordal {
+namespace {
+
+/// The number of a vessel, or 0 for a device.
+constexpr int VesselRole = Qt::UserRole;
+/// The place of a device in the list of rows.
+constexpr int RowRole = Qt::UserRole + 1;
+
+Signal SignalOf(LinkState state)
+{
+    switch (state) {
+    case LinkState::Connected:
+        return Signal::Good;
+    case LinkState::Connecting:
+        return Signal::Caution;
+    case LinkState::Lost:
+    case LinkState::Waiting:
+        return Signal::Bad;
+    case LinkState::Closed:
+        break;
+    }
+    return Signal::Idle;
+}
+
+/// Colour alone does not tell: a full disc is connected, a ring is not, a ring with a dot is on its way.
+QIcon MarkOf(QPalette const& palette, LinkState state, qreal ratio)
+{
+    constexpr int size = 12;
+    QPixmap pixmap(QSize(size, size) * ratio);
+    pixmap.setDevicePixelRatio(ratio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    auto const colour = SignalColour(palette, SignalOf(state));
+    painter.setPen(QPen(colour, 2));
+    if (state == LinkState::Connected) {
+        painter.setBrush(colour);
+    }
+    painter.drawEllipse(QRectF(2, 2, size - 4, size - 4));
+    if (state == LinkState::Connecting) {
+        painter.setBrush(colour);
+        painter.setPen(Qt::NoPen);
+        painter.drawEllipse(QRectF(4.5, 4.5, size - 9, size - 9));
+    }
+    painter.end();
+    QIcon icon(pixmap);
+    // The same when the row is selected.
+    icon.addPixmap(pixmap, QIcon::Selected);
+    return icon;
+}
+
+} // namespace
+
+QString StatusText(LinkStatus const& status)
+{
+    auto text = QString::fromUtf8(ToText(status.state).data(), static_cast<qsizetype>(ToText(status.state).size()));
+    // Of a connection that stands the reason is where it goes, which the list tells anyway.
+    if (!status.reason.empty() && status.state != LinkState::Connected) {
+        text += QStringLiteral(": ") + QString::fromStdString(status.reason);
+    }
+    if (status.state == LinkState::Waiting && status.retryIn.count() > 0) {
+        auto const seconds = static_cast<double>(status.retryIn.count()) / 1000.0;
+        text += QObject::tr("; tries again in %1 s").arg(QString::number(seconds, 'f', 1));
+    }
+    return text;
+}
+
+DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
+    : QWidget(parent), m_vessels(std::move(vessels)), m_list(new QTreeWidget(this)), m_explained(new QLabel(this))
+{
+    m_list->setObjectName(QStringLiteral("devices"));
+    m_list->setAccessibleName(tr("Vessels and sonars"));
+    m_list->setColumnCount(2);
+    m_list->setHeaderLabels({tr("Device"), tr("Connection")});
+    m_list->setRootIsDecorated(false);
+    m_list->setItemsExpandable(false);
+    m_list->setIndentation(m_list->fontMetrics().averageCharWidth() * 2);
+    m_list->header()->setSectionsMovable(false);
+    m_list->header()->setStretchLastSection(true);
+    m_list->setToolTip(tr("Return or a click shows the sonar; on a vessel it makes that vessel the active one"));
+    for (ListedVessel const& vessel : m_vessels) {
+        auto* const vesselItem = new QTreeWidgetItem(m_list, {vessel.name});
+        vesselItem->setData(0, VesselRole, int{vessel.number});
+        for (ListedDevice const& device : vessel.devices) {
+            auto* const item = new QTreeWidgetItem(vesselItem, {device.name});
+            item->setData(0, RowRole, static_cast<int>(m_rows.size()));
+            m_rows.push_back({device.id, item, device.endpoint, {}});
+        }
+    }
+    m_list->expandAll();
+    m_list->setMinimumWidth(m_list->fontMetrics().averageCharWidth() * 34);
+
+    m_explained->setWordWrap(true);
+    m_explained->setTextFormat(Qt::PlainText);
+    m_explained->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    m_explained->setFocusPolicy(Qt::StrongFocus);
+    m_explained->setAccessibleName(tr("The connection of the current device in full"));
+    m_explained->setObjectName(QStringLiteral("deviceExplained"));
+    m_explained->setMinimumHeight(m_explained->fontMetrics().lineSpacing() * 4);
+    m_explained->setAlignment(Qt::AlignTop | Qt::AlignLeft);
+
+    auto* const column = new QVBoxLayout(this);
+    column->addWidget(m_list, 1);
+    column->addWidget(m_explained);
+
+    connect(m_list, &QTreeWidget::itemActivated, this, [this](QTreeWidgetItem* item) { Choose(item); });
+    connect(m_list, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* item) { Choose(item); });
+    connect(m_list, &QTreeWidget::currentItemChanged, this, &DevicePanel::Explain);
+    Paint();
+    m_list->resizeColumnToContents(0);
+    // A name that becomes the active vessel's or the shown sonar's is set in bold.
+    auto* const header = m_list->header();
+    header->resizeSection(0, header->sectionSize(0) + m_list->fontMetrics().averageCharWidth() * 2);
+}
+
+QTreeWidgetItem* DevicePanel::ItemOf(CDataId const& device) const
+{
+    auto const found = std::find_if(m_rows.begin(), m_rows.end(), [&](Row const& row) { return row.id == device; });
+    return found != m_rows.end() ? found->item : nullptr;
+}
+
+void DevicePanel::SetStatus(CDataId const& device, LinkStatus const& status)
+{
+    for (Row& row : m_rows) {
+        if (row.id == device) {
+            row.status = status;
+        }
+    }
+    Paint();
+}
+
+void DevicePanel::MarkShown(CDataId const& device)
+{
+    m_shown = device;
+    if (auto* const item = ItemOf(device); item != nullptr && !m_list->hasFocus()) {
+        m_list->setCurrentItem(item);
+    }
+    Paint();
+}
+
+void DevicePanel::MarkActiveVessel(unsigned short number)
+{
+    m_activeVessel = number;
+    Paint();
+}
+
+LinkState DevicePanel::StateOf(CDataId const& device) const
+{
+    auto const found = std::find_if(m_rows.begin(), m_rows.end(), [&](Row const& row) { return row.id == device; });
+    return found != m_rows.end() ? found->status.state : LinkState::Closed;
+}
+
+void DevicePanel::Choose(QTreeWidgetItem const* item)
+{
+    if (int const vessel = item->data(0, VesselRole).toInt(); vessel != 0) {
+        Q_EMIT VesselChosen(static_cast<unsigned short>(vessel));
+        return;
+    }
+    auto const row = static_cast<std::size_t>(item->data(0, RowRole).toInt());
+    if (row < m_rows.size()) {
+        Q_EMIT SonarChosen(m_rows[row].id);
+    }
+}
+
+void DevicePanel::Paint()
+{
+    for (int i = 0; i < m_list->topLevelItemCount(); ++i) {
+        auto* const item = m_list->topLevelItem(i);
+        bool const active = item->data(0, VesselRole).toInt() == int{m_activeVessel};
+        QFont font = m_list->font();
+        font.setBold(active);
+        item->setFont(0, font);
+        item->setText(1, active ? tr("active vessel") : QString());
+        item->setData(0, Qt::AccessibleTextRole, active ? tr("%1, active vessel").arg(item->text(0)) : item->text(0));
+    }
+    for (Row const& row : m_rows) {
+        QFont font = m_list->font();
+        bool const shown = row.id == m_shown;
+        font.setBold(shown);
+        row.item->setFont(0, font);
+        auto const text = StatusText(row.status);
+        row.item->setText(1, QString::fromUtf8(ToText(row.status.state).data(),
+                                               static_cast<qsizetype>(ToText(row.status.state).size())));
+        row.item->setToolTip(1, text);
+        row.item->setIcon(1, MarkOf(palette(), row.status.state, devicePixelRatioF()));
+        row.item->setData(0, Qt::AccessibleTextRole,
+                          (shown ? tr("%1, shown, %2") : tr("%1, %2")).arg(row.item->text(0), text));
+    }
+    Explain();
+}
+
+void DevicePanel::Explain()
+{
+    auto const* const item = m_list->currentItem();
+    QString text;
+    for (Row const& row : m_rows) {
+        if (row.item == item) {
+            text = row.item->text(0);
+            if (!row.endpoint.isEmpty()) {
+                text += QStringLiteral(" (%1)").arg(row.endpoint);
+            }
+            text += QLatin1Char('\n') + StatusText(row.status);
+        }
+    }
+    if (text != m_explained->text()) {
+        m_explained->setText(text);
+    }
+}
+
+void DevicePanel::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        Paint();
+    }
+}
+
+} // namespace vordal

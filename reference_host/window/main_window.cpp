@@ -1,0 +1,283 @@
+// The operator's main window: devices at the left, the view in the middle, docks for attributes and records around it.
+#include "main_window.h"
+
+#include "appearance.h"
+#include "attribute_browser.h"
+#include "record_monitor.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDataStream>
+#include <QDockWidget>
+#include <QIODevice>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStatusBar>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <chrono>
+#include <utility>
+
+namespace vordal {
+namespace {
+
+constexpr std::chrono::milliseconds LookInterval{50};
+/// The tree is asked for at every so many looks.
+constexpr int LooksForEachTree = 4;
+/// Of what SaveMemory writes.
+constexpr qint32 MemoryFormat = 1;
+
+} // namespace
+
+MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, WindowRequests requests)
+    : m_feed(std::move(feed)), m_requests(std::move(requests)), m_shownDevice(setup.shownDevice),
+      m_devices(new DevicePanel(std::move(setup.vessels))), m_attributes(new AttributeBrowser),
+      m_records(new RecordMonitor(m_feed->Records())), m_title(new QLabel), m_noView(new QLabel), m_line(new QLabel),
+      m_lightModes(new QActionGroup(this)), m_timer(new QTimer(this))
+{
+    setObjectName(QStringLiteral("mainWindow"));
+    SetViewTitle({});
+
+    auto* const middle = new QWidget(this);
+    m_middle = new QVBoxLayout(middle);
+    QFont titleFont = m_title->font();
+    titleFont.setBold(true);
+    m_title->setFont(titleFont);
+    m_title->setTextFormat(Qt::PlainText);
+    m_title->setAccessibleName(tr("Title of the view"));
+    m_title->setObjectName(QStringLiteral("viewTitle"));
+    m_noView->setText(tr("No view is open."));
+    m_noView->setAlignment(Qt::AlignCenter);
+    m_middle->addWidget(m_title);
+    m_middle->addWidget(m_noView, 1);
+    setCentralWidget(middle);
+
+    setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
+    setCorner(Qt::BottomLeftCorner, Qt::BottomDockWidgetArea);
+    setCorner(Qt::BottomRightCorner, Qt::BottomDockWidgetArea);
+    auto* const devices = AddDock(m_devices, tr("Devices"), QStringLiteral("deviceDock"), Qt::LeftDockWidgetArea);
+    m_attributeDock = AddDock(m_attributes, tr("Attributes"), QStringLiteral("attributeDock"), Qt::RightDockWidgetArea);
+    auto* const records =
+        AddDock(m_records, tr("Record monitor"), QStringLiteral("recordDock"), Qt::BottomDockWidgetArea);
+    MakeMenus({devices, m_attributeDock, records});
+
+    m_line->setTextFormat(Qt::PlainText);
+    m_line->setAccessibleName(tr("Last message"));
+    m_line->setObjectName(QStringLiteral("lastMessage"));
+    statusBar()->addWidget(m_line, 1);
+
+    connect(m_devices, &DevicePanel::SonarChosen, this, [this](CDataId const& device) {
+        if (m_requests.selectSonar) {
+            m_requests.selectSonar(device);
+        }
+    });
+    connect(m_devices, &DevicePanel::VesselChosen, this, [this](unsigned short number) {
+        m_devices->MarkActiveVessel(number);
+        if (m_requests.selectVessel) {
+            m_requests.selectVessel(number);
+        }
+    });
+    connect(m_records, &RecordMonitor::Told, this, &MainWindow::ShowLine);
+    connect(m_timer, &QTimer::timeout, this, &MainWindow::Look);
+
+    m_devices->MarkActiveVessel(setup.activeVessel);
+    m_devices->MarkShown(m_shownDevice);
+    SetLightMode(setup.lightMode);
+    // The view at its natural size, the docks with room to read.
+    auto const character = fontMetrics().averageCharWidth();
+    auto const line = fontMetrics().lineSpacing();
+    resize(character * 215, line * 60);
+    resizeDocks({devices, m_attributeDock}, {character * 38, character * 62}, Qt::Horizontal);
+    resizeDocks({records}, {line * 17}, Qt::Vertical);
+    m_timer->start(LookInterval);
+}
+
+MainWindow::~MainWindow()
+{
+    SetView(nullptr);
+}
+
+QDockWidget* MainWindow::AddDock(QWidget* content, QString const& title, QString const& name, Qt::DockWidgetArea area)
+{
+    auto* const dock = new QDockWidget(title, this);
+    dock->setObjectName(name);
+    dock->setWidget(content);
+    addDockWidget(area, dock);
+    return dock;
+}
+
+void MainWindow::MakeMenus(std::vector<QDockWidget*> const& docks)
+{
+    auto* const file = menuBar()->addMenu(tr("&File"));
+    auto* const save = file->addAction(tr("&Save records\u2026"));
+    save->setShortcut(QKeySequence::Save);
+    connect(save, &QAction::triggered, m_records, &RecordMonitor::SaveAs);
+    file->addSeparator();
+    auto* const quit = file->addAction(tr("&Quit"));
+    quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
+    connect(quit, &QAction::triggered, this, &QWidget::close);
+
+    auto* const view = menuBar()->addMenu(tr("&View"));
+    char const* const shortcuts[]{"Ctrl+D", "Ctrl+A", "Ctrl+R"};
+    for (std::size_t i = 0; i < docks.size(); ++i) {
+        auto* const toggle = docks[i]->toggleViewAction();
+        toggle->setShortcut(QKeySequence(QString::fromLatin1(shortcuts[i % std::size(shortcuts)])));
+        view->addAction(toggle);
+    }
+    view->addSeparator();
+    auto* const light = view->addMenu(tr("&Light"));
+    QString const names[]{tr("&Night"), tr("D&usk"), tr("&Overcast"), tr("&Daylight")};
+    for (int mode = 1; mode <= 4; ++mode) {
+        auto* const action = light->addAction(names[mode - 1]);
+        action->setCheckable(true);
+        action->setData(mode);
+        m_lightModes->addAction(action);
+    }
+    connect(m_lightModes, &QActionGroup::triggered, this, [this](QAction const* action) {
+        int const mode = action->data().toInt();
+        SetLightMode(mode);
+        if (m_requests.setLightMode) {
+            m_requests.setLightMode(mode);
+        }
+    });
+}
+
+void MainWindow::SetView(QWidget* view)
+{
+    if (m_view != nullptr) {
+        m_middle->removeWidget(m_view);
+        m_view->hide();
+        m_view->setParent(nullptr);
+    }
+    m_view = view;
+    m_noView->setVisible(view == nullptr);
+    if (view != nullptr) {
+        m_middle->addWidget(view, 1);
+        view->show();
+    }
+}
+
+void MainWindow::SetViewTitle(QString const& title)
+{
+    m_title->setText(title);
+    m_title->setVisible(!title.isEmpty());
+    setWindowTitle(title.isEmpty() ? tr("Sonar operation") : tr("%1 \u2013 Sonar operation").arg(title));
+}
+
+void MainWindow::SetShownDevice(CDataId const& device)
+{
+    if (device == m_shownDevice) {
+        return;
+    }
+    m_shownDevice = device;
+    m_devices->MarkShown(device);
+    m_attributes->Begin();
+    // Its tree need not wait for the next round.
+    m_treeAsked = false;
+    m_looks = 0;
+    FetchTree();
+}
+
+void MainWindow::SetLightMode(int mode)
+{
+    if (mode == m_lightMode) {
+        return;
+    }
+    m_lightMode = mode;
+    WearLightMode(*qApp, mode);
+    for (auto* const action : m_lightModes->actions()) {
+        action->setChecked(action->data().toInt() == mode);
+    }
+}
+
+void MainWindow::ShowLine(QString const& line)
+{
+    m_line->setText(line);
+    m_line->setToolTip(line);
+}
+
+void MainWindow::FetchTree()
+{
+    if (m_treeAsked || !m_requests.fetchTree || !m_attributeDock->isVisible()) {
+        return;
+    }
+    m_treeAsked = true;
+    m_requests.fetchTree(m_shownDevice);
+}
+
+void MainWindow::Look()
+{
+    auto content = m_feed->Take();
+    for (auto const& [device, status] : content.statuses) {
+        m_devices->SetStatus(device, status);
+    }
+    for (auto const& line : content.lines) {
+        ShowLine(QString::fromStdString(line));
+    }
+    if (content.lightMode) {
+        SetLightMode(*content.lightMode);
+    }
+    if (content.tree) {
+        m_treeAsked = false;
+        // A tree that was asked for before another device was chosen is nobody's any more.
+        if (content.tree->first == m_shownDevice) {
+            m_attributes->Update(content.tree->second);
+        }
+    }
+    m_records->Look();
+    m_attributes->Tick();
+    if (m_looks++ % LooksForEachTree == 0) {
+        FetchTree();
+    }
+}
+
+QByteArray MainWindow::SaveMemory() const
+{
+    QByteArray memory;
+    QDataStream stream(&memory, QIODevice::WriteOnly);
+    stream << MemoryFormat << saveGeometry() << saveState() << m_records->SaveState() << m_attributes->SaveState()
+           << static_cast<qint32>(m_lightMode);
+    return memory;
+}
+
+bool MainWindow::RestoreMemory(QByteArray const& memory)
+{
+    QDataStream stream(memory);
+    qint32 format = 0;
+    QByteArray geometry;
+    QByteArray state;
+    QByteArray records;
+    QByteArray attributes;
+    qint32 lightMode = 0;
+    stream >> format;
+    if (format != MemoryFormat) {
+        return false;
+    }
+    stream >> geometry >> state >> records >> attributes >> lightMode;
+    if (stream.status() != QDataStream::Ok) {
+        return false;
+    }
+    restoreGeometry(geometry);
+    restoreState(state);
+    m_records->RestoreState(records);
+    m_attributes->RestoreState(attributes);
+    if (lightMode >= 1 && lightMode <= 4) {
+        SetLightMode(lightMode);
+        if (m_requests.setLightMode) {
+            m_requests.setLightMode(lightMode);
+        }
+    }
+    return true;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    Q_EMIT Closing();
+    event->accept();
+}
+
+} // namespace vordal

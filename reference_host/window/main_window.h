@@ -1,0 +1,110 @@
+// The operator's main window: devices at the left, the view in the middle, docks for attributes and records around it.
+#pragma once
+
+#include "device_panel.h"
+#include "window_feed.h"
+
+#include <QByteArray>
+#include <QMainWindow>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+class QAction;
+class QActionGroup;
+class QDockWidget;
+class QLabel;
+class QTimer;
+class QVBoxLayout;
+
+namespace vordal {
+
+class AttributeBrowser;
+class RecordMonitor;
+
+/// What the window asks of the host. Called on the window thread; each returns at once and works elsewhere.
+struct WindowRequests
+{
+    std::function<void(CDataId const& device)> selectSonar;
+    std::function<void(unsigned short number)> selectVessel;
+    /// The device's tree is to come by WindowFeed::PutTree, also when there is none.
+    std::function<void(CDataId const& device)> fetchTree;
+    std::function<void(int mode)> setLightMode;
+};
+
+struct WindowSetup
+{
+    std::vector<ListedVessel> vessels;
+    int lightMode = 4; ///< 1 to 4, see ColorControl
+    unsigned short activeVessel = 1;
+    CDataId shownDevice;
+};
+
+/// The window looks at its feed by itself some twenty times a second; nothing in it waits. Window thread.
+class MainWindow final : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, WindowRequests requests);
+    ~MainWindow() override;
+
+    /// Puts a view's widget into the middle, in place of what is there; null: a word that no view is open. The widget
+    /// stays its owner's, who takes it out before it goes.
+    void SetView(QWidget* view);
+    /// The title of the display in the middle.
+    void SetViewTitle(QString const& title);
+    /// The device that the view shows has changed.
+    void SetShownDevice(CDataId const& device);
+    CDataId const& ShownDevice() const { return m_shownDevice; }
+
+    void SetLightMode(int mode);
+    int LightMode() const { return m_lightMode; }
+    /// A line for the operator, in the status bar until the next one.
+    void ShowLine(QString const& line);
+
+    /// Takes over what the feed has. The window's timer calls it.
+    void Look();
+
+    /// Position, size, docks and what they show, as bytes to be kept and given back; other bytes are refused.
+    QByteArray SaveMemory() const;
+    bool RestoreMemory(QByteArray const& memory);
+
+    DevicePanel& Devices() { return *m_devices; }
+    AttributeBrowser& Attributes() { return *m_attributes; }
+    RecordMonitor& Records() { return *m_records; }
+
+Q_SIGNALS:
+    /// The operator closes the window.
+    void Closing();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    QDockWidget* AddDock(QWidget* content, QString const& title, QString const& name, Qt::DockWidgetArea area);
+    void MakeMenus(std::vector<QDockWidget*> const& docks);
+    void FetchTree();
+
+    std::shared_ptr<WindowFeed> const m_feed;
+    WindowRequests const m_requests;
+    CDataId m_shownDevice;
+    int m_lightMode = 0;
+    bool m_treeAsked = false; ///< and not come yet
+    int m_looks = 0;
+
+    DevicePanel* m_devices;
+    AttributeBrowser* m_attributes;
+    RecordMonitor* m_records;
+    QDockWidget* m_attributeDock = nullptr;
+    QLabel* m_title;
+    QLabel* m_noView;
+    QVBoxLayout* m_middle;
+    QWidget* m_view = nullptr;
+    QLabel* m_line;
+    QActionGroup* m_lightModes;
+    QTimer* m_timer;
+};
+
+} // namespace vordal

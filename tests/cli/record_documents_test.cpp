@@ -1,0 +1,131 @@
+// The documents written from the record tables: that they hold every record and key, and that other programs read them.
+#include "child_process.h"
+#include "cli/record_documents.h"
+
+#include <protocol/catalogue.h>
+#include <protocol/utf8.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+
+namespace qx5::test {
+namespace {
+
+using protocol::RecordLayout;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+/// A folder of the test's own.
+class RecordDocuments : public testing::Test
+{
+protected:
+    RecordDocuments()
+    {
+        auto name = (std::filesystem::temp_directory_path() / "qx5-documents-XXXXXX").string();
+        EXPECT_NE(mkdtemp(name.data()), nullptr);
+        folder = name;
+    }
+    ~RecordDocuments() override { std::filesystem::remove_all(folder); }
+
+    std::string Write(char const* name, std::string const& text) const
+    {
+        std::ofstream(folder / name, std::ios::binary) << text;
+        return (folder / name).string();
+    }
+
+    std::filesystem::path folder;
+};
+
+TEST_F(RecordDocuments, TheDissectorHoldsEveryRecordAndField)
+{
+    std::string const text = cli::WiresharkDissector();
+    for (RecordLayout const& record : protocol::AllLayouts()) {
+        std::string const head = "id = " + std::to_string(record.id) + ", name = \"" + std::string(record.name) +
+                                 "\", size = " + std::to_string(record.size);
+        std::size_t const begin = text.find(head);
+        ASSERT_NE(begin, std::string::npos) << head;
+        std::string const part = text.substr(begin, text.find("carrier = ", begin) - begin);
+        for (auto const fields : {record.fields, record.itemFields}) {
+            for (protocol::Field const& field : fields) {
+                std::string const name =
+                    field.key != nullptr ? protocol::EncodeUtf8(field.key->text) : std::string(field.name);
+                EXPECT_THAT(part, HasSubstr("{ at = " + std::to_string(field.offset) + ", width = "));
+                EXPECT_THAT(part, HasSubstr("name = \"" + name)) << head;
+            }
+        }
+    }
+    EXPECT_THAT(text, HasSubstr(R"({ carrier = "command", id = 1003, name = "range", size = 4, tail = "none")"));
+    EXPECT_THAT(text, HasSubstr(R"({ at = 0, width = 4, wire = "f32", name = "x5Range", unit = "m" })"));
+    EXPECT_THAT(text, HasSubstr(R"({ at = 4, width = 4, wire = "f32", name = "x5BeamSteer[1]", unit = "rad", )"
+                                R"(factor = 180 / math.pi, keyUnit = "deg" })"));
+}
+
+TEST_F(RecordDocuments, TheTablesHoldEveryRecordAndKey)
+{
+    std::string const text = cli::RecordTables();
+    for (RecordLayout const& record : protocol::AllLayouts()) {
+        auto const heading = "\n## " + std::to_string(record.id) + " " + std::string(record.name) + "\n";
+        EXPECT_NE(text.find(heading), std::string::npos) << heading;
+    }
+    for (protocol::Key const* const key : protocol::AllKeys()) {
+        auto const row = "\n| `" + protocol::EncodeUtf8(key->text) + "` | ";
+        EXPECT_NE(text.find(row), std::string::npos) << row;
+    }
+    EXPECT_THAT(text, HasSubstr("## 1021 beam steering\n\ncommand, 8 bytes\n\n"
+                                "| at | wire | key or name | unit | remark |\n|---|---|---|---|---|\n"
+                                "| @0 | f32 | x5BeamSteer[0] | rad | degrees to radians |\n"
+                                "| @4 | f32 | x5BeamSteer[1] | rad | degrees to radians |\n"));
+}
+
+TEST_F(RecordDocuments, LuaReadsTheDissector)
+{
+    std::string const compiler = QX5_LUA_COMPILER;
+    if (compiler.empty()) {
+        GTEST_SKIP() << "there is no Lua (Debian's package lua5.3)";
+    }
+    auto const parsed = RunToEnd({compiler, "-p", Write("x5.lua", cli::WiresharkDissector())});
+    EXPECT_EQ(parsed.code, 0) << parsed.err;
+}
+
+TEST_F(RecordDocuments, TheDissectorTakesCapturedTrafficApart)
+{
+    std::string const shark = QX5_TSHARK;
+    std::string const capturer = QX5_TEXT2PCAP;
+    if (shark.empty() || capturer.empty()) {
+        GTEST_SKIP() << "there is no tshark (Debian's package of that name)";
+    }
+    // A range of 50 m, then a beam steering of 10 and -10 degrees that lies in two segments.
+    auto const dump = Write("dump.txt", "000000 05 00 3c 00 ff ff 00 00 60 00 00 00 00 00 00 00\n"
+                                        "000010 00 00 00 00 e7 07 3e 01 00 00 a0 41 16 0d 01 00\n"
+                                        "000020 4c 1d 00 00 00 00 00 00 00 00 ff ff 00 00 00 00\n"
+                                        "000030 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000040 eb 03 00 00 eb 03 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000050 00 00 00 00 00 00 00 00 00 00 48 42 00 00 00 00\n"
+                                        "000060 05 00 3c 00 ff ff 00 00 64 00 00 00 00 00 00 00\n"
+                                        "\n"
+                                        "000000 00 00 00 00 e7 07 3e 01 00 00 a0 41 16 0d 01 00\n"
+                                        "000010 4c 1d 00 00 00 00 00 00 00 00 ff ff 00 00 00 00\n"
+                                        "000020 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000030 fd 03 00 00 fd 03 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000040 00 00 00 00 00 00 00 00 c2 b8 32 3e c2 b8 32 be\n"
+                                        "000050 00 00 00 00\n");
+    auto const capture = (folder / "capture.pcap").string();
+    ASSERT_EQ(RunToEnd({capturer, "-q", "-T", "40000,7000", dump, capture}).code, 0);
+    auto const shown = RunToEnd(
+        {shark, "-r", capture, "-X", "lua_script:" + Write("x5.lua", cli::WiresharkDissector()), "-V", "-O", "x5"});
+    EXPECT_EQ(shown.code, 0) << shown.err;
+    EXPECT_THAT(shown.out, HasSubstr("x5 record, 1003 range\n    Size: 96\n"
+                                     "    Time, UTC: 2023, day 318, 22:13:20.000\n    Record: 7500\n    Device: 0\n"
+                                     "    Enumerator: 65535\n    Command: 1003\n    Ticket: 1003\n"));
+    EXPECT_THAT(shown.out, HasSubstr("    x5Range = 50 m\n"));
+    EXPECT_THAT(shown.out, HasSubstr("x5 record, 1021 beam steering\n    Size: 100\n"));
+    EXPECT_THAT(shown.out, HasSubstr("    x5BeamSteer[0] = 10 deg  (wire 0.17453292 rad)\n"
+                                     "    x5BeamSteer[1] = -10 deg  (wire -0.17453292 rad)\n"));
+    EXPECT_THAT(shown.err, Not(HasSubstr("Lua Error")));
+}
+
+} // namespace
+} // namespace qx5::test

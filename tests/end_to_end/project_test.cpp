@@ -1,0 +1,152 @@
+// A project from its file to sonars that answer, and back into the file.
+#include "stage.h"
+
+#include <reference_host/loader/plugin_loader.h>
+#include <reference_host/project/open_project.h>
+#include <reference_host/store/project_store.h>
+
+#include <vordalhostdllR/DataManager.h>
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+namespace qx5::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+CDataId const first(1, 78, 1, 1);
+CDataId const second(1, 78, 2, 1);
+CDataId const foreign(1, 78, 3, 1);
+
+class Projects : public testing::Test
+{
+protected:
+    Projects()
+    {
+        auto name = (fs::temp_directory_path() / "qx5-project-XXXXXX").string();
+        EXPECT_NE(mkdtemp(name.data()), nullptr);
+        folder = name;
+
+        vordal::StoredProject project;
+        project.ports = {{L"port-1", L"127.0.0.1", sonars[0].Port()}, {L"port-2", L"127.0.0.1", sonars[1].Port()}};
+        project.vessels = {{.number = 1, .name = L"Meridian", .configuration = {}}};
+        project.activeVessel = 1;
+        vordal::StoredDevice device{
+            first, L"QX5SonarConfigurationControlDevice", L"deep sonar", L"port-1", true, CAttributeMap()};
+        device.attributes.Add(L"PingMode", CVordalInt(1), 0);
+        device.attributes.Add(L"DeviceId", CVordalInt(7125), 0);
+        device.attributes.Add(L"Request")->Add(L"x5Range", CVordalDouble(9.0), 0);
+        project.devices.push_back(device);
+        device = {second, L"QX5SonarConfigurationControlDevice", L"shallow sonar", L"port-2", true, CAttributeMap()};
+        device.attributes.Add(L"Note", CVordalInt(42), 0);
+        project.devices.push_back(device);
+        project.devices.push_back({foreign, L"ForeignDevice", L"winch", L"port-2", true, CAttributeMap()});
+        vordal::ProjectStore(File()).Save(project);
+    }
+    ~Projects() override { fs::remove_all(folder); }
+
+    fs::path File() const { return folder / "project.qx"; }
+
+    fs::path folder;
+    FarEnd sonars[2];
+};
+
+/// A number of the device's tree; the least of all where there is none.
+template <typename Number>
+Number NumberOf(CDataId const& device, wchar_t const* key)
+{
+    CAttributeMap tree;
+    Number number = std::numeric_limits<Number>::lowest();
+    DataManager::GetDataManager().GetAttributeMap(device, tree);
+    tree.FindValue(key, 0).Get(number);
+    return number;
+}
+
+TEST_F(Projects, AreMadeLoadedAppliedConnectedFollowedAndSaved)
+{
+    vordal::FixedClock clock{standingTime};
+    vordal::LiveTraffic traffic;
+    vordal::Host host{vordal::Threading::Threaded};
+    vordal::LinkThread linkThread;
+    host.SetClock(&clock);
+    host.SetTraffic(&traffic);
+    host.SetApplication({});
+    std::string reason;
+    std::unique_ptr<vordal::PlugIn> plugin;
+    host.RunAndWait([&] {
+        plugin = vordal::PlugIn::Load(QX5_PLUGIN_FILE, reason);
+        ASSERT_NE(plugin, nullptr) << reason;
+        plugin->RegisterDevices();
+    });
+    ASSERT_NE(plugin, nullptr);
+    {
+        vordal::OpenProject project(host, linkThread, vordal::ProjectStore(File()).Load());
+        EXPECT_EQ(project.Problems(), std::vector<std::string>{"the device \"winch\" is left out: no plug-in has "
+                                                               "registered its class ForeignDevice"});
+        ASSERT_EQ(host.Devices().size(), 2U);
+        EXPECT_EQ(host.Devices()[0]->GetDeviceName(), L"deep sonar");
+        EXPECT_EQ(NumberOf<int>(second, L"Note"), 42);
+        CAttributeMap tree;
+        DataManager::GetDataManager().GetAttributeMap(first, tree);
+        EXPECT_FALSE(tree.Has(L"Request", 0)) << "a stored request does not come back to life";
+
+        project.Start(*plugin);
+        EXPECT_TRUE(Eventually([&] {
+            return project.FindPort(L"port-1")->GetLink().IsConnected() &&
+                   project.FindPort(L"port-2")->GetLink().IsConnected();
+        }));
+        EXPECT_EQ(project.FindPort(L"port-3"), nullptr);
+        // What the sonars tell of themselves is followed; the one with a ping mode is told not to ping by itself.
+        EXPECT_TRUE(Eventually([&] { return NumberOf<double>(second, L"x5Range") > 0.0; }));
+        EXPECT_TRUE(Eventually([&] {
+            for (auto const& arrival : sonars[0].Arrivals()) {
+                Bytes const& frame = arrival.frame;
+                // Command 1004 is 0x03EC.
+                if (frame.size() == 96 && frame[64] == 0xEC && frame[65] == 0x03) {
+                    return true;
+                }
+            }
+            return false;
+        }));
+        CAttributeMap request;
+        request.Add(L"Request")->Add(L"x5Range", CVordalDouble(50.0), 0);
+        host.RunAndWait([&] { DataManager::GetDataManager().SetAttributeMap(second, request, 4, false); });
+        EXPECT_TRUE(sonars[1].WaitForRange(50.0F));
+        EXPECT_TRUE(sonars[0].Ranges().empty());
+        vordal::ProjectStore(File()).Save(project.Collect());
+    }
+    EXPECT_TRUE(host.Devices().empty());
+    host.Stop();
+    plugin.reset();
+
+    auto const saved = vordal::ProjectStore(File()).Load();
+    ASSERT_EQ(saved.devices.size(), 3U);
+    double range = 0.0;
+    EXPECT_NE(saved.devices[1].attributes.FindValue(L"x5Range", 0).Get(range), 0);
+    EXPECT_EQ(range, 50.0);
+    EXPECT_EQ(saved.devices[2].className, L"ForeignDevice") << "what nobody could make stays";
+    EXPECT_EQ(saved.ports.size(), 2U);
+    ASSERT_EQ(saved.vessels.size(), 1U);
+    EXPECT_EQ(saved.vessels[0].name, L"Meridian");
+}
+
+TEST_F(Projects, ADeviceWhoseIdIsTakenIsLeftOut)
+{
+    vordal::Host host{vordal::Threading::Threaded};
+    vordal::LinkThread linkThread;
+    host.RunAndWait([&] { host.AddDevice(host.MakeDevice(L"Device"), first, L"other"); });
+    vordal::StoredProject stored;
+    stored.devices.push_back({first, L"Device", L"late", L"", true, CAttributeMap()});
+    {
+        vordal::OpenProject const project(host, linkThread, stored);
+        EXPECT_EQ(project.Problems(),
+                  std::vector<std::string>{"the device \"late\" is left out: its id 1.78.1.1 is taken"});
+    }
+    ASSERT_EQ(host.Devices().size(), 1U) << "the other's stays";
+    EXPECT_EQ(host.Devices()[0]->GetDeviceName(), L"other");
+}
+
+} // namespace
+} // namespace qx5::test

@@ -1,0 +1,227 @@
+// Mouse, wheel and keys on the view's real controls: what an operator's hand sends, and what it does not.
+#include "shown_view.h"
+#include "view_run.h"
+
+#include "cli/scenario/json_parser.h"
+#include "cli/scenario/json_path.h"
+#include "cli/scenario/tree_json.h"
+#include "reference_host/host/host.h"
+#include "reference_host/host/host_observer.h"
+#include "reference_host/loader/plugin_loader.h"
+
+#include <QComboBox>
+#include <QStyleOptionSlider>
+#include <QTabBar>
+#include <QTest>
+#include <QWheelEvent>
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace qx5::test {
+namespace {
+
+constexpr char const* page = "settings";
+constexpr int range = 16926;
+constexpr int gain = 16929;
+constexpr int pulseLength = 16931;
+constexpr int pulseLengthText = 16945;
+
+/// The keys and values that views asked for, one text for each request.
+class Requests final : public vordal::HostObserver
+{
+public:
+    std::vector<std::string> made;
+
+    void OnHostSet(CDataId const&, CAttributeMap const& tree, unsigned) override
+    {
+        std::string text;
+        for (CAttributeMap const& value : tree.Find(L"Request")) {
+            CString const key = value.GetKey();
+            for (wchar_t const letter : key.View()) {
+                text += static_cast<char>(letter);
+            }
+            text += "=" + value.Value().ToText();
+        }
+        made.push_back(text);
+    }
+};
+
+class OperatorHand : public ::testing::Test
+{
+protected:
+    OperatorHand()
+    {
+        m_host.SetWindowThread({});
+        m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+        std::string reason;
+        m_plugin = vordal::PlugIn::Load(QX5_PLUGIN_FILE, reason);
+        if (m_plugin == nullptr) {
+            throw std::runtime_error(reason);
+        }
+        m_plugin->RegisterDevices();
+        m_plugin->RegisterViews();
+        auto* const device =
+            m_host.AddDevice(m_host.MakeDevice(L"QX5SonarConfigurationControlDevice"), CDataId(1, 78, 1, 1), L"Sonar");
+        auto const tree = With(With(SonarTree(), {"x5Range", "double", 100.0}), {"x5PulseLength", "double", 0.0001});
+        m_host.ReplaceAttributes(*device, cli::ReadTree(cli::ParseJson(tree.dump()), cli::JsonPath()));
+        m_host.SetObserver(&requests);
+        view = std::make_unique<ShownView>();
+    }
+    ~OperatorHand() override
+    {
+        view.reset();
+        m_host.SetObserver(nullptr);
+        m_host.RemoveAllDevices();
+        m_plugin.reset();
+        m_host.EndWindowThread();
+    }
+
+    static QRect Handle(QSlider& slider)
+    {
+        QStyleOptionSlider option;
+        option.initFrom(&slider);
+        option.orientation = Qt::Horizontal;
+        option.minimum = slider.minimum();
+        option.maximum = slider.maximum();
+        option.sliderPosition = slider.sliderPosition();
+        option.sliderValue = slider.value();
+        return slider.style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, &slider);
+    }
+
+    static void Turn(QWidget& widget, int notches)
+    {
+        QPointF const at = widget.rect().center();
+        QWheelEvent event(at, widget.mapToGlobal(at), QPoint(), QPoint(0, 120 * notches), Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&widget, &event);
+    }
+
+    Requests requests;
+    std::unique_ptr<ShownView> view;
+
+private:
+    vordal::Host m_host{vordal::Threading::Inline};
+    std::unique_ptr<vordal::PlugIn> m_plugin;
+};
+
+TEST_F(OperatorHand, ADragSendsOneRequestWhenItLetsGo)
+{
+    auto& slider = view->Slider(page, range);
+    QPoint const begin = Handle(slider).center();
+    QPoint const end(slider.width() - 3, begin.y());
+    QTest::mousePress(&slider, Qt::LeftButton, Qt::NoModifier, begin);
+    for (int part = 1; part <= 10; ++part) {
+        QTest::mouseMove(&slider, begin + (end - begin) * part / 10);
+    }
+    EXPECT_TRUE(requests.made.empty());
+    EXPECT_EQ(slider.value(), 2);
+    EXPECT_EQ(view->Text(page, 16940), QStringLiteral("200.0 m"));
+    QTest::mouseRelease(&slider, Qt::LeftButton, Qt::NoModifier, end);
+    EXPECT_EQ(requests.made, std::vector<std::string>{"x5Range=200"});
+}
+
+TEST_F(OperatorHand, ADragOfThePulseLengthGivesItsLabelBack)
+{
+    auto& slider = view->Slider(page, pulseLength);
+    QPoint const begin = Handle(slider).center();
+    QPoint const end(slider.width() / 2, begin.y());
+    QTest::mousePress(&slider, Qt::LeftButton, Qt::NoModifier, begin);
+    QTest::mouseMove(&slider, end + QPoint(5, 0));
+    QTest::mouseMove(&slider, end);
+    QTest::mouseRelease(&slider, Qt::LeftButton, Qt::NoModifier, end);
+    EXPECT_EQ(requests.made.size(), 1U);
+    EXPECT_TRUE(view->Text(page, pulseLengthText).endsWith(QStringLiteral("\u00B5s")));
+}
+
+TEST_F(OperatorHand, AClickOnTheTroughMovesByAPageAndSendsOnce)
+{
+    auto& slider = view->Slider(page, gain);
+    QTest::mouseClick(&slider, Qt::LeftButton, Qt::NoModifier, QPoint(slider.width() - 3, slider.height() / 2));
+    EXPECT_EQ(slider.value(), 1);
+    EXPECT_EQ(requests.made, std::vector<std::string>{"x5Gain=1"});
+}
+
+TEST_F(OperatorHand, ATouchOfTheThumbWithoutAMoveSendsNothing)
+{
+    auto& slider = view->Slider(page, range);
+    QTest::mouseClick(&slider, Qt::LeftButton, Qt::NoModifier, Handle(slider).center());
+    EXPECT_TRUE(requests.made.empty());
+    EXPECT_EQ(slider.value(), 1);
+}
+
+TEST_F(OperatorHand, AHeldKeySendsOnceWhenItIsReleased)
+{
+    auto& slider = view->Slider(page, gain);
+    slider.setFocus();
+    for (int i = 0; i < 5; ++i) {
+        QTest::keyPress(&slider, Qt::Key_Right);
+    }
+    QTest::keyPress(&slider, Qt::Key_PageUp);
+    EXPECT_TRUE(requests.made.empty());
+    EXPECT_EQ(slider.value(), 6);
+    QTest::keyRelease(&slider, Qt::Key_Right);
+    EXPECT_EQ(requests.made, std::vector<std::string>{"x5Gain=6"});
+    QTest::keyClick(&slider, Qt::Key_End);
+    QTest::keyClick(&slider, Qt::Key_Home);
+    EXPECT_EQ(requests.made, (std::vector<std::string>{"x5Gain=6", "x5Gain=83", "x5Gain=0"}));
+}
+
+TEST_F(OperatorHand, AWheelInPassingChangesNothing)
+{
+    auto& slider = view->Slider(page, gain);
+    auto& list = *view->Find<QComboBox>(page, 28088);
+    view->Slider(page, range).setFocus();
+    int const selected = list.currentIndex();
+    Turn(slider, 3);
+    Turn(list, -1);
+    EXPECT_EQ(slider.value(), 0);
+    EXPECT_EQ(list.currentIndex(), selected);
+    EXPECT_TRUE(requests.made.empty());
+}
+
+TEST_F(OperatorHand, AWheelOverTheSliderInUseMovesIt)
+{
+    auto& slider = view->Slider(page, gain);
+    slider.activateWindow();
+    slider.setFocus();
+    ASSERT_TRUE(RunUntil([&] { return slider.hasFocus(); }));
+    Turn(slider, 3);
+    EXPECT_EQ(slider.value(), 3);
+    EXPECT_EQ(requests.made, std::vector<std::string>{"x5Gain=3"});
+}
+
+TEST_F(OperatorHand, EveryControlHasANameAndAPlaceInTheTabOrder)
+{
+    for (char const* name : {"settings", "gates", "ocean", "recording", "steering", "tracker"}) {
+        auto* const each = view->Display().Widget()->findChild<QWidget*>(QString::fromLatin1(name));
+        ASSERT_NE(each, nullptr);
+        int controls = 0;
+        for (auto* const control : each->findChildren<QWidget*>()) {
+            if (!control->objectName().startsWith(QStringLiteral("id")) || qobject_cast<QLabel*>(control) != nullptr) {
+                continue;
+            }
+            ++controls;
+            EXPECT_FALSE(control->accessibleName().isEmpty()) << control->objectName().toStdString();
+            EXPECT_NE(control->focusPolicy() & Qt::TabFocus, 0) << control->objectName().toStdString();
+        }
+        EXPECT_GT(controls, 4) << name;
+    }
+}
+
+TEST_F(OperatorHand, ThePagesTurnByKeyboard)
+{
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    view->Slider(page, range).setFocus();
+    QTest::keyClick(&view->Slider(page, range), Qt::Key_Tab, Qt::ControlModifier);
+    EXPECT_EQ(tabs.currentIndex(), 1);
+    tabs.setFocus();
+    QTest::keyClick(&tabs, Qt::Key_Right);
+    EXPECT_EQ(tabs.currentIndex(), 2);
+}
+
+} // namespace
+} // namespace qx5::test

@@ -1,0 +1,29 @@
+// The plug-in's view on a sonar, in a window of its own, as tests operate it.
+#include "shown_view.h"
+
+#include <VordalAttributesR/AttributeConstants.h>
+#include <VordalAttributesR/CVordalType.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace qx5::test {
+
+ShownView::ShownView()
+{
+    vordal::DisplayContent content;
+    content.viewClass = L"QX5SonarConfigurationView";
+    content.attributes.Add(ATTR_DATAID, CVordalDataInfo(CDataId(1, 78, 1, 1), 65535, 65535));
+    std::string reason;
+    m_display = vordal::Display::Open(std::move(content), nullptr, reason);
+    if (m_display == nullptr) {
+        throw std::runtime_error(reason);
+    }
+    m_display->Widget()->resize(700, 640);
+    m_display->Widget()->show();
+    m_display->InitialUpdate();
+    m_display->DeliverSize(0, 700, 640);
+    QCoreApplication::processEvents();
+}
+
+} // namespace qx5::test

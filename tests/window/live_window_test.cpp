@@ -1,0 +1,345 @@
+// Tests of the window on simulated sonars over TCP: from the operator's hand to the sonar and back, and an orderly end.
+#include "frames.h"
+#include "program.h"
+
+#include <cli/window/window_session.h>
+#include <reference_host/window/attribute_browser.h>
+#include <reference_host/window/record_monitor.h>
+#include <reference_host/window/view_frame.h>
+#include <reference_host/controls/window_thread.h>
+#include <simulator/sonar_server.h>
+
+#include <vordalhostdllR/DataManager.h>
+
+#include <QDockWidget>
+#include <QLabel>
+#include <QMetaObject>
+#include <QSlider>
+#include <QTabBar>
+
+#include <csignal>
+#include <mutex>
+
+#include <gmock/gmock.h>
+
+namespace qx5::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+CDataId const hull(1, 78, 1, 1);
+CDataId const pole(1, 78, 2, 1);
+CDataId const rov(1, 78, 1, 2);
+
+/// A simulated sonar that keeps the frames of one command.
+class Sonar
+{
+public:
+    Sonar()
+        : m_server({}, [this](simulator::SonarEvent const& event) {
+              if (event.kind == simulator::EventKind::Record) {
+                  std::lock_guard const lock(m_mutex);
+                  m_frames.emplace_back(event.frame->bytes.begin(), event.frame->bytes.end());
+              }
+          })
+    {
+        EXPECT_FALSE(m_server.Start().has_value());
+    }
+
+    std::uint16_t Port() const { return m_server.Port(); }
+    simulator::SonarServer& Server() { return m_server; }
+    /// Payloads of the remote-control records of that command, in order.
+    std::vector<std::vector<unsigned char>> Payloads(unsigned command) const
+    {
+        std::lock_guard const lock(m_mutex);
+        std::vector<std::vector<unsigned char>> payloads;
+        for (auto const& frame : m_frames) {
+            if (frame.size() >= 92 && (frame[64] | frame[65] << 8) == static_cast<int>(command)) {
+                payloads.emplace_back(frame.begin() + 88, frame.end() - 4);
+            }
+        }
+        return payloads;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    std::vector<std::vector<unsigned char>> m_frames;
+    simulator::SonarServer m_server; // last: its thread uses what stands above
+};
+
+/// Host, window and view on three sonars, as `qx5 run` puts them together.
+class Stage
+{
+public:
+    explicit Stage(std::string const& project = {})
+    {
+        std::string error;
+        EXPECT_TRUE(session.Begin(QX5_PLUGIN_FILE, Fleet(), project, error)) << error;
+        thread = std::make_unique<vordal::WindowThread>(session.Host());
+        window = std::make_unique<vordal::MainWindow>(vordal::WindowSetup{.vessels = session.Listed(),
+                                                                          .lightMode = 4,
+                                                                          .activeVessel = session.ActiveVessel(),
+                                                                          .shownDevice = hull},
+                                                      feed, session.Requests());
+        frame = std::make_unique<vordal::ViewFrame>();
+        QObject::connect(frame.get(), &vordal::ViewFrame::TitleChanged, window.get(),
+                         &vordal::MainWindow::SetViewTitle);
+        thread->SetDeliveredHandler([this] { Follow(); });
+        EXPECT_TRUE(
+            frame->Open({.viewClass = L"QX5SonarConfigurationView", .name = L"", .attributes = session.View()}, error))
+            << error;
+        window->SetView(frame.get());
+        Follow();
+        window->show();
+    }
+    ~Stage() { End(); }
+
+    std::vector<cli::FleetVessel> Fleet() const
+    {
+        return {{.number = 1,
+                 .name = L"Surveyor",
+                 .detectsPipes = false,
+                 .sonars = {{hull, L"Hull sonar", "127.0.0.1", sonars[0].Port()},
+                            {pole, L"Pole sonar", "127.0.0.1", sonars[1].Port()}}},
+                {.number = 2,
+                 .name = L"ROV",
+                 .detectsPipes = true,
+                 .sonars = {{rov, L"ROV sonar", "127.0.0.1", sonars[2].Port()}}}};
+    }
+
+    void Follow()
+    {
+        if (auto const device = frame->ShownDevice()) {
+            window->SetShownDevice(*device);
+        }
+    }
+
+    bool IsConnected(CDataId const& device) const
+    {
+        return window->Devices().StateOf(device) == vordal::LinkState::Connected;
+    }
+    /// All sonars are connected, and the shown one's settings have reached the view.
+    bool IsReady() const
+    {
+        return IsConnected(hull) && IsConnected(pole) && IsConnected(rov) &&
+               window->Attributes().Model().NodeCount() > 20 && Label("id16941") != QString();
+    }
+
+    QString Label(char const* name) const { return Control<QLabel>(name).text(); }
+    template <typename T>
+    T& Control(char const* name) const
+    {
+        auto* const control = frame->findChild<T*>(QString::fromLatin1(name));
+        if (control == nullptr) {
+            throw std::runtime_error(std::string("the view has no ") + name);
+        }
+        return *control;
+    }
+    void Scroll(char const* slider, int kind, int position = 0)
+    {
+        EXPECT_TRUE(
+            QMetaObject::invokeMethod(&Control<QSlider>(slider), "scroll", Q_ARG(int, kind), Q_ARG(int, position)));
+    }
+
+    /// As when the operator closes the window.
+    void End()
+    {
+        if (window == nullptr) {
+            return;
+        }
+        auto const memory = window->SaveMemory();
+        session.WindowMemory().assign(memory.begin(), memory.end());
+        frame->Close();
+        session.View() = frame->StoredAttributes();
+        window.reset();
+        frame.reset();
+        thread.reset();
+        std::string error;
+        EXPECT_TRUE(session.End(error)) << error;
+    }
+
+    std::array<Sonar, 3> sonars;
+    std::shared_ptr<vordal::WindowFeed> feed = std::make_shared<vordal::WindowFeed>();
+    cli::WindowSession session{feed, 4};
+    std::unique_ptr<vordal::WindowThread> thread;
+    std::unique_ptr<vordal::MainWindow> window;
+    std::unique_ptr<vordal::ViewFrame> frame;
+};
+
+TEST(LiveWindow, OpensConnectsShowsTheTreeAndTheRecordsAndCloses)
+{
+    Stage stage;
+    ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
+    EXPECT_EQ(stage.Control<QTabBar>("id28075").count(), 6);
+    EXPECT_TRUE(RunUntil([&] { return stage.window->Records().Model().rowCount() > 0; }));
+    stage.End();
+}
+
+TEST(LiveWindow, ClosesBeforeAnythingIsConnected)
+{
+    Stage stage;
+    stage.End();
+}
+
+TEST(LiveWindow, ASliderReachesTheSonarAndItsAnswerTheLabel)
+{
+    Stage stage;
+    ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
+    ASSERT_TRUE(RunUntil([&] { return stage.Label("id16941") == "190 dB"; })) << stage.Label("id16941").toStdString();
+    stage.Scroll("id16927", 1);
+    EXPECT_EQ(stage.Label("id16941"), "191 dB");
+    EXPECT_TRUE(stage.sonars[0].Payloads(1005).empty()) << "sent before the end of scrolling";
+    stage.Scroll("id16927", 8);
+    ASSERT_TRUE(RunUntil([&] { return !stage.sonars[0].Payloads(1005).empty(); }));
+    // 191.0 as a 32-bit float.
+    EXPECT_EQ(stage.sonars[0].Payloads(1005), (std::vector<std::vector<unsigned char>>{{0x00, 0x00, 0x3F, 0x43}}));
+    EXPECT_TRUE(stage.sonars[1].Payloads(1005).empty());
+    // The sonar changes it of itself; the label follows.
+    std::string answer;
+    ASSERT_TRUE(stage.sonars[0].Server().Command("set x5Power=205", answer)) << answer;
+    EXPECT_TRUE(RunUntil([&] { return stage.Label("id16941") == "205 dB"; }));
+    EXPECT_EQ(stage.Control<QSlider>("id16927").value(), 205 - 220 + stage.Control<QSlider>("id16927").maximum());
+}
+
+TEST(LiveWindow, TheViewFollowsTheChosenSonarAndVessel)
+{
+    Stage stage;
+    ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
+    Q_EMIT stage.window->Devices().SonarChosen(pole);
+    EXPECT_TRUE(RunUntil([&] { return stage.window->ShownDevice() == pole; }));
+    EXPECT_TRUE(
+        RunUntil([&] { return stage.window->findChild<QLabel*>("viewTitle")->text() == "Pole sonar - Surveyor"; }));
+    stage.Scroll("id16927", 1);
+    stage.Scroll("id16927", 8);
+    EXPECT_TRUE(RunUntil([&] { return !stage.sonars[1].Payloads(1005).empty(); }));
+    EXPECT_TRUE(stage.sonars[0].Payloads(1005).empty());
+
+    Q_EMIT stage.window->Devices().VesselChosen(2);
+    EXPECT_TRUE(RunUntil([&] { return stage.window->ShownDevice() == rov; }));
+    EXPECT_TRUE(RunUntil([&] { return stage.window->findChild<QLabel*>("viewTitle")->text() == "ROV sonar - ROV"; }));
+    EXPECT_TRUE(RunUntil([&] { return stage.window->Attributes().Model().NodeCount() > 20; }));
+}
+
+TEST(LiveWindow, ALostSonarIsToldWithTheReason)
+{
+    Stage stage;
+    ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
+    stage.sonars[0].Server().Stop();
+    EXPECT_TRUE(RunUntil([&] { return stage.window->Devices().StateOf(hull) == vordal::LinkState::Waiting; }));
+    EXPECT_TRUE(RunUntil([&] {
+        auto const text = stage.window->findChild<QLabel*>("deviceExplained")->text();
+        return text.contains("waiting: ") && text.contains("tries again in");
+    }));
+    EXPECT_TRUE(stage.IsConnected(pole));
+    // What the operator asks for now goes nowhere and holds nobody up.
+    stage.Scroll("id16927", 1);
+    stage.Scroll("id16927", 8);
+    stage.End();
+}
+
+TEST(LiveWindow, TheProjectRemembersWindowDocksAndTheViewsDevice)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "window-project.qx";
+    std::filesystem::remove(file);
+    {
+        Stage stage(file.string());
+        ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
+        Q_EMIT stage.window->Devices().SonarChosen(pole);
+        ASSERT_TRUE(RunUntil([&] { return stage.window->ShownDevice() == pole; }));
+        stage.window->findChild<QDockWidget*>("attributeDock")->hide();
+        stage.Scroll("id16927", 1);
+        stage.Scroll("id16927", 8);
+        ASSERT_TRUE(RunUntil([&] { return !stage.sonars[1].Payloads(1005).empty(); }));
+    }
+    {
+        Stage stage(file.string());
+        EXPECT_EQ(stage.window->ShownDevice(), pole);
+        auto const& memory = stage.session.WindowMemory();
+        ASSERT_FALSE(memory.empty());
+        EXPECT_TRUE(stage.window->RestoreMemory(
+            QByteArray(reinterpret_cast<char const*>(memory.data()), static_cast<qsizetype>(memory.size()))));
+        EXPECT_FALSE(stage.window->findChild<QDockWidget*>("attributeDock")->isVisible());
+        EXPECT_TRUE(stage.window->findChild<QDockWidget*>("recordDock")->isVisible());
+    }
+    auto const project = vordal::ProjectStore(file).Load();
+    EXPECT_EQ(project.devices.size(), 3U);
+    EXPECT_EQ(project.computations.size(), 3U);
+    EXPECT_EQ(project.vessels.size(), 2U);
+    std::filesystem::remove(file);
+}
+
+TEST(LiveWindow, ABurstOfChangesIsFollowedToTheLast)
+{
+    Stage stage;
+    ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
+    auto& host = stage.session.Host();
+    host.Post([&host] {
+        auto* const device = DataManager::GetDataManager().FindDevice(hull);
+        for (int i = 0; i < 10000; ++i) {
+            CAttributeMap tree;
+            tree.Add(AttributeKey(L"x5Power"), CVordalDouble(180.0 + i % 30));
+            host.MergeDecoded(*device, tree);
+        }
+        CAttributeMap last;
+        last.Add(AttributeKey(L"x5Power"), CVordalDouble(217.0));
+        host.MergeDecoded(*device, last);
+    });
+    EXPECT_TRUE(RunUntil([&] { return stage.Label("id16941") == "217 dB"; }));
+}
+
+TEST(LiveWindow, APlugInThatIsNoneIsRefusedAndTheProjectLeftAsItIs)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "kept-project.qx";
+    std::filesystem::remove(file);
+    {
+        vordal::ProjectStore store(file);
+        CAttributeMap attributes;
+        attributes.Add(AttributeKey(L"kept"), CVordalInt(1));
+        store.SaveDevice({hull, L"A", L"Hull sonar", L"", true, attributes});
+    }
+    auto const feed = std::make_shared<vordal::WindowFeed>();
+    {
+        cli::WindowSession session(feed, 4);
+        std::string error;
+        EXPECT_FALSE(session.Begin("/nowhere/plugin.so",
+                                   {{.number = 1, .name = L"V", .sonars = {{hull, L"Hull sonar", "127.0.0.1", 1}}}},
+                                   file.string(), error));
+        EXPECT_THAT(error, HasSubstr("/nowhere/plugin.so"));
+    }
+    auto const project = vordal::ProjectStore(file).Load();
+    ASSERT_EQ(project.devices.size(), 1U);
+    EXPECT_TRUE(project.devices[0].attributes.Has(AttributeKey(L"kept")));
+    std::filesystem::remove(file);
+}
+
+TEST(RunWindow, OpensByItselfEndsOnASignalAndSavesTheProject)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "signalled-project.qx";
+    std::filesystem::remove(file);
+    ChildProcess program({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
+    ASSERT_TRUE(program.WaitForOutput("The window is open; simulated sonars listen on 127.0.0.1:"));
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.WaitForEnd(), 0) << program.Errors();
+    auto const project = vordal::ProjectStore(file).Load();
+    EXPECT_EQ(project.devices.size(), 3U);
+    EXPECT_EQ(project.windows.size(), 1U);
+    EXPECT_EQ(project.views.size(), 1U);
+    std::filesystem::remove(file);
+}
+
+TEST(RunPicture, IsTakenWithoutADisplay)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "picture.png";
+    auto const taken = Qx5({"run", "--screenshot", file.string(), "--tab", "5", "--dark", "--scale", "150"}, {},
+                           {"DISPLAY=", "WAYLAND_DISPLAY="});
+    EXPECT_EQ(taken.code, 0) << taken.err;
+    EXPECT_EQ(taken.err, "");
+    QImage const picture(QString::fromStdString(file.string()));
+    EXPECT_EQ(picture.size(), QSize(1020, 840)); // 680 by 560 at 150 per cent
+    EXPECT_LT(picture.pixelColor(10, picture.height() - 10).lightness(), 128);
+    std::filesystem::remove(file);
+    ExpectComplaint(Qx5({"run", "--screenshot", "/nowhere/picture.png"}), 1, {"/nowhere/picture.png"});
+}
+
+} // namespace
+} // namespace qx5::test

@@ -1,0 +1,250 @@
+// Tests of the main window alone: devices, docks, what it remembers, light and dark.
+#include "frames.h"
+
+#include <reference_host/window/appearance.h>
+#include <reference_host/window/attribute_browser.h>
+#include <reference_host/window/device_panel.h>
+#include <reference_host/window/main_window.h>
+#include <reference_host/window/record_monitor.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QDockWidget>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QTest>
+#include <QTreeWidget>
+
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+namespace qx5::test {
+namespace {
+
+using vordal::LinkState;
+using vordal::MainWindow;
+using vordal::StatusText;
+
+CDataId const hull(1, 78, 1, 1);
+CDataId const pole(1, 78, 2, 1);
+CDataId const rov(1, 78, 1, 2);
+
+vordal::WindowSetup TwoVessels()
+{
+    return {.vessels = {{.number = 1,
+                         .name = "Survey vessel",
+                         .devices = {{hull, "Hull sonar", "192.0.2.1:7000"}, {pole, "Pole sonar", {}}}},
+                        {.number = 2, .name = "ROV", .devices = {{rov, "ROV sonar", {}}}}},
+            .lightMode = 4,
+            .activeVessel = 1,
+            .shownDevice = hull};
+}
+
+class MainWindowTest : public ::testing::Test
+{
+protected:
+    vordal::WindowRequests Requests()
+    {
+        return {.selectSonar = [this](CDataId const& device) { sonars.push_back(device); },
+                .selectVessel = [this](unsigned short number) { vessels.push_back(number); },
+                .fetchTree = [this](CDataId const& device) { fetched.push_back(device); },
+                .setLightMode = [this](int mode) { modes.push_back(mode); }};
+    }
+
+    std::vector<CDataId> sonars;
+    std::vector<unsigned short> vessels;
+    std::vector<CDataId> fetched;
+    std::vector<int> modes;
+    std::shared_ptr<vordal::WindowFeed> feed = std::make_shared<vordal::WindowFeed>();
+    MainWindow window{TwoVessels(), feed, Requests()};
+};
+
+TEST(StatusText, TellsStateReasonAndNextAttempt)
+{
+    EXPECT_EQ(StatusText({}), "closed");
+    EXPECT_EQ(StatusText({.state = LinkState::Connected, .reason = "127.0.0.1:7000", .retryIn = {}}), "connected");
+    EXPECT_EQ(StatusText({.state = LinkState::Lost, .reason = "the sonar closed it", .retryIn = {}}),
+              "lost: the sonar closed it");
+    EXPECT_EQ(
+        StatusText({.state = LinkState::Waiting, .reason = "refused", .retryIn = std::chrono::milliseconds(1500)}),
+        "waiting: refused; tries again in 1.5 s");
+}
+
+TEST_F(MainWindowTest, ListsVesselsAndSonarsWithTheirConnections)
+{
+    auto const& list = *window.findChild<QTreeWidget*>("devices");
+    ASSERT_EQ(list.topLevelItemCount(), 2);
+    EXPECT_EQ(list.topLevelItem(0)->text(0), "Survey vessel");
+    EXPECT_EQ(list.topLevelItem(0)->text(1), "active vessel");
+    EXPECT_EQ(list.topLevelItem(0)->child(0)->text(1), "closed");
+    feed->PutStatus(hull,
+                    {.state = LinkState::Waiting, .reason = "refused", .retryIn = std::chrono::milliseconds(500)});
+    feed->PutStatus(rov, {.state = LinkState::Connected, .reason = {}, .retryIn = {}});
+    window.Look();
+    EXPECT_EQ(list.topLevelItem(0)->child(0)->text(1), "waiting");
+    EXPECT_EQ(list.topLevelItem(1)->child(0)->text(1), "connected");
+    EXPECT_EQ(window.Devices().StateOf(rov), LinkState::Connected);
+    EXPECT_EQ(window.findChild<QLabel*>("deviceExplained")->text(),
+              "Hull sonar (192.0.2.1:7000)\nwaiting: refused; tries again in 0.5 s");
+}
+
+TEST_F(MainWindowTest, ChoosingIsPassedOnByMouseAndByKey)
+{
+    window.show();
+    auto& list = *window.findChild<QTreeWidget*>("devices");
+    auto const click = [&](QTreeWidgetItem* item) {
+        QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.visualItemRect(item).center());
+    };
+    click(list.topLevelItem(0)->child(1));
+    EXPECT_EQ(sonars, std::vector<CDataId>{pole});
+    click(list.topLevelItem(1));
+    EXPECT_EQ(vessels, std::vector<unsigned short>{2});
+    list.setCurrentItem(list.topLevelItem(1)->child(0));
+    QTest::keyClick(&list, Qt::Key_Return);
+    EXPECT_EQ(sonars, (std::vector<CDataId>{pole, rov}));
+}
+
+TEST_F(MainWindowTest, TheTreeOfTheShownDeviceIsFollowedAndNoOther)
+{
+    window.show();
+    window.Look();
+    ASSERT_FALSE(fetched.empty());
+    EXPECT_EQ(fetched.back(), hull);
+    auto const asked = fetched.size();
+    for (int i = 0; i < 20; ++i) {
+        window.Look();
+    }
+    EXPECT_EQ(fetched.size(), asked) << "asked again before the answer came";
+    CAttributeMap tree;
+    tree.Add(L"a", CVordalInt(1));
+    feed->PutTree(hull, tree);
+    window.Look();
+    EXPECT_EQ(window.Attributes().Model().NodeCount(), 1U);
+    window.SetShownDevice(pole);
+    EXPECT_EQ(fetched.back(), pole);
+    tree.Add(L"b", CVordalInt(1));
+    feed->PutTree(hull, tree);
+    window.Look();
+    EXPECT_EQ(window.Attributes().Model().NodeCount(), 1U);
+    feed->PutTree(pole, {});
+    window.Look();
+    EXPECT_EQ(window.Attributes().Model().NodeCount(), 0U);
+}
+
+TEST_F(MainWindowTest, DocksAreClosedAndBroughtBackByTheMenu)
+{
+    window.show();
+    int docks = 0;
+    for (auto* const dock : window.findChildren<QDockWidget*>()) {
+        ++docks;
+        EXPECT_TRUE(dock->isVisible());
+        dock->toggleViewAction()->trigger();
+        EXPECT_FALSE(dock->isVisible());
+        dock->toggleViewAction()->trigger();
+        EXPECT_TRUE(dock->isVisible());
+    }
+    EXPECT_EQ(docks, 3);
+}
+
+TEST_F(MainWindowTest, RemembersPlaceDocksFilterAndLight)
+{
+    window.show();
+    window.resize(1111, 777);
+    window.findChild<QDockWidget*>("recordDock")->hide();
+    window.findChild<QLineEdit*>("recordFilter")->setText("gates");
+    window.SetLightMode(2);
+    auto const memory = window.SaveMemory();
+
+    MainWindow other(TwoVessels(), std::make_shared<vordal::WindowFeed>(), Requests());
+    EXPECT_TRUE(other.RestoreMemory(memory));
+    other.show();
+    EXPECT_EQ(other.size(), QSize(1111, 777));
+    EXPECT_FALSE(other.findChild<QDockWidget*>("recordDock")->isVisible());
+    EXPECT_TRUE(other.findChild<QDockWidget*>("deviceDock")->isVisible());
+    EXPECT_EQ(other.findChild<QLineEdit*>("recordFilter")->text(), "gates");
+    EXPECT_EQ(other.LightMode(), 2);
+    EXPECT_EQ(modes, std::vector<int>{2});
+}
+
+TEST_F(MainWindowTest, BytesThatAreNoMemoryAreRefused)
+{
+    auto const memory = window.SaveMemory();
+    EXPECT_FALSE(window.RestoreMemory({}));
+    EXPECT_FALSE(window.RestoreMemory("nonsense"));
+    EXPECT_FALSE(window.RestoreMemory(memory.first(memory.size() / 2)));
+    EXPECT_TRUE(window.RestoreMemory(memory));
+}
+
+TEST_F(MainWindowTest, LinesAndLightModesOfTheHostAreShown)
+{
+    feed->PutLine("first");
+    feed->PutLine("the last one");
+    feed->PutLightMode(1);
+    window.Look();
+    EXPECT_EQ(window.findChild<QLabel*>("lastMessage")->text(), "the last one");
+    EXPECT_EQ(window.LightMode(), 1);
+    EXPECT_EQ(QApplication::palette().color(QPalette::Window), vordal::PaletteOf(1).color(QPalette::Window));
+    EXPECT_TRUE(modes.empty()) << "the host is told what it told itself";
+}
+
+TEST_F(MainWindowTest, ABurstOfRecordsIsTakenInBounds)
+{
+    window.show();
+    for (int i = 0; i < 30000; ++i) {
+        feed->Records()->Put(Captured(RangeFrame(), true, i));
+    }
+    window.Look();
+    EXPECT_EQ(window.Records().Model().rowCount(), 10000);
+    EXPECT_EQ(window.Records().Model().GoneCount(), 20000U);
+}
+
+TEST_F(MainWindowTest, EveryFieldOfTheWindowIsReachedByKeyAndHasAName)
+{
+    for (char const* name : {"devices", "attributes", "attributeSearch", "records", "recordFilter", "recordPause",
+                             "recordDetails", "deviceExplained"}) {
+        auto const* const widget = window.findChild<QWidget*>(name);
+        ASSERT_NE(widget, nullptr) << name;
+        EXPECT_FALSE(widget->accessibleName().isEmpty()) << name;
+        EXPECT_NE(widget->focusPolicy() & Qt::TabFocus, 0) << name;
+    }
+}
+
+/// The ratio of two colours' luminances, 1 to 21.
+double Contrast(QColor const& a, QColor const& b)
+{
+    auto const luminance = [](QColor const& colour) {
+        auto const linear = [](double part) {
+            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
+    };
+    auto const brighter = std::max(luminance(a), luminance(b));
+    auto const darker = std::min(luminance(a), luminance(b));
+    return (brighter + 0.05) / (darker + 0.05);
+}
+
+TEST(Appearance, TextStandsOutInEachLightMode)
+{
+    for (int mode = 1; mode <= 4; ++mode) {
+        auto const palette = vordal::PaletteOf(mode);
+        auto const contrast = [&](QPalette::ColorGroup group, QPalette::ColorRole text, QPalette::ColorRole ground) {
+            return Contrast(palette.color(group, text), palette.color(QPalette::Active, ground));
+        };
+        EXPECT_GE(contrast(QPalette::Active, QPalette::WindowText, QPalette::Window), 7.0) << mode;
+        EXPECT_GE(contrast(QPalette::Active, QPalette::Text, QPalette::Base), 7.0) << mode;
+        EXPECT_GE(contrast(QPalette::Active, QPalette::ButtonText, QPalette::Button), 7.0) << mode;
+        EXPECT_GE(contrast(QPalette::Active, QPalette::HighlightedText, QPalette::Highlight), 4.5) << mode;
+        EXPECT_GE(contrast(QPalette::Disabled, QPalette::WindowText, QPalette::Window), 3.0) << mode;
+        for (auto const signal : {vordal::Signal::Good, vordal::Signal::Caution, vordal::Signal::Bad}) {
+            EXPECT_GE(Contrast(vordal::SignalColour(palette, signal), palette.color(QPalette::Base)), 4.5) << mode;
+        }
+        EXPECT_EQ(vordal::IsDark(mode), mode <= 2);
+    }
+    EXPECT_EQ(vordal::PaletteOf(-5).color(QPalette::Window), vordal::PaletteOf(1).color(QPalette::Window));
+    EXPECT_EQ(vordal::PaletteOf(99).color(QPalette::Window), vordal::PaletteOf(4).color(QPalette::Window));
+}
+
+} // namespace
+} // namespace qx5::test
