@@ -168,6 +168,7 @@ TEST_F(LiveContacts, AnImageOf50MegabytesArrivesWholeAndHoldsNobodyUp)
 
 TEST_F(LiveContacts, ImagesArriveWholeAtASonarThatReadsThemMeanwhile)
 {
+    host.Targets().Add(targetFile, ContactWithImage(folder / "image.tif", folder / "contact.tif"));
     Connect();
     std::size_t total = 0;
     for (std::size_t const size : {std::size_t{20'000'000}, std::size_t{3'000'001}, std::size_t{24'000'000}}) {
@@ -176,7 +177,6 @@ TEST_F(LiveContacts, ImagesArriveWholeAtASonarThatReadsThemMeanwhile)
             image[i] = static_cast<unsigned char>(i ^ (i >> 8) ^ (i >> 16) ^ size);
         }
         Write(folder / "image.tif", image);
-        host.Targets().Add(targetFile, ContactWithImage(folder / "image.tif", folder / "contact.tif"));
         ASSERT_TRUE(vordal::test::Eventually([&] { return Idle(); }));
         Tell(9);
         ASSERT_TRUE(peer.WaitForBytes(total + size + aroundImage));
