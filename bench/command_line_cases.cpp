@@ -4,10 +4,12 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 extern char** environ;
 
@@ -82,6 +84,18 @@ std::vector<Case> CommandLineCases()
                  RunOnce({QX5_FILE, "send", "--sonar", "127.0.0.1:" + std::to_string(sonar->Port()), "x5Range=50"});
              });
          }});
+#ifdef QX5_VIEW
+    cases.push_back({"qx5-window",
+                     "`qx5 run --screenshot`: start, plug-in, three simulated sonars, window shown and painted, exit",
+                     1, [](std::size_t samples, std::vector<double>& nanoseconds) {
+                         auto const picture = std::filesystem::temp_directory_path() /
+                                              ("qx5-bench-" + std::to_string(getpid()) + ".png");
+                         Time(samples, 1, nanoseconds, [&] {
+                             RunOnce({QX5_FILE, "run", "--screenshot", picture.string(), "--whole-window"});
+                         });
+                         std::filesystem::remove(picture);
+                     }});
+#endif
     return cases;
 }
 

@@ -40,6 +40,8 @@ std::vector<Ratio> Promises()
         {"processor time of 64 waiting groups in one second, ns", "groups-waiting-64", "", 1000000.0},
         {"a contact's change to its record at the far end, to a bare send", "contact", "bare-contact", 2.0},
         {"an image of 50 MB to its record at the far end, to a bare send", "contact-image", "bare-image", 2.0},
+        {"a refresh of the view in which nothing changed, tree of 2,000, ns", "view-refresh-unchanged", "", 100000.0},
+        {"start of qx5 to the exit after the window was first shown, ns", "qx5-window", "", 500000000.0},
         {"qx5 send, start to exit, ns", "qx5-send", "", 200000000.0},
     };
 }
@@ -151,6 +153,12 @@ int main(int argc, char** argv)
     for (Case& sequencing : bench::SequencingCases(stage)) {
         cases.push_back(std::move(sequencing));
     }
+#ifdef QX5_VIEW
+    stage.Host().RunAndWait([&stage] { stage.PlugIn().RegisterViews(); });
+    for (Case& view : bench::ViewCases(stage)) {
+        cases.push_back(std::move(view));
+    }
+#endif
     for (Case& commandLine : bench::CommandLineCases()) {
         cases.push_back(std::move(commandLine));
     }

@@ -114,6 +114,9 @@ std::vector<Case> TargetCases(Stage& stage);
 std::vector<Case> TreeCases();
 /// Each sets its sonars up and takes them down again.
 std::vector<Case> SequencingCases(Stage& stage);
+#ifdef QX5_VIEW
+std::vector<Case> ViewCases(Stage& stage);
+#endif
 std::vector<Case> CommandLineCases();
 
 /// What the cases are compared with, and what is promised.

@@ -6,12 +6,12 @@
 #include "cli/session.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
+#include "reference_host/controls/window_thread.h"
 #include "reference_host/host/log.h"
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
 #include "reference_host/window/record_monitor.h"
 #include "reference_host/window/view_frame.h"
-#include "reference_host/window/window_thread.h"
 
 #include <protocol/bytes.h>
 #include <protocol/records/all.h>
@@ -277,7 +277,7 @@ int RunWindow(RunOptions const& options)
         };
         QObject::connect(&frame, &vordal::ViewFrame::TitleChanged, &window, &vordal::MainWindow::SetViewTitle);
         QObject::connect(&frame, &vordal::ViewFrame::Removed, &window, [&] { window.SetView(nullptr); });
-        QObject::connect(&thread, &vordal::WindowThread::Delivered, &window, follow);
+        thread.SetDeliveredHandler(follow);
         auto const& memory = session.WindowMemory();
         if (!memory.empty() && !isPicture) {
             window.RestoreMemory(

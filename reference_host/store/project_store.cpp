@@ -138,14 +138,8 @@ public:
                 }
                 Run(WindowTable);
             });
-        } else if (m_file.Number("PRAGMA user_version") == 1) {
-            m_file.InTransaction([this] {
-                // Another program may have been faster.
-                if (m_file.Number("PRAGMA user_version") == 1) {
-                    Run(WindowTable);
-                    m_file.Run("PRAGMA user_version=" + std::to_string(FormatVersion));
-                }
-            });
+        } else if (m_file.IsOlder()) {
+            m_file.BringUpToDate([this] { Run(WindowTable); });
         }
     }
 

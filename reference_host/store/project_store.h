@@ -1,5 +1,5 @@
-// The project in one file: ports, devices with their attributes, computations, vessels, what views showed and how windows
-// stood.
+// The project in one file: ports, devices with their attributes, computations, vessels, what views showed and how
+// windows stood.
 #pragma once
 
 #include "reference_host/host/host.h"

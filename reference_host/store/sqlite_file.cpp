@@ -60,6 +60,7 @@ void SqliteFile::Prepare(Check check)
     auto const application = Number("PRAGMA application_id");
     auto const version = Number("PRAGMA user_version");
     m_isNew = tables == 0 && application == 0 && version == 0;
+    m_isOlder = !m_isNew && version < m_format.version;
     if (m_isNew) {
         return;
     }
@@ -89,6 +90,18 @@ void SqliteFile::MakeTables(std::function<void()> const& make)
         Run("PRAGMA user_version=" + std::to_string(m_format.version));
     });
     m_isNew = false;
+}
+
+void SqliteFile::BringUpToDate(std::function<void()> const& change)
+{
+    InTransaction([&] {
+        if (Number("PRAGMA user_version") == m_format.version) {
+            return;
+        }
+        change();
+        Run("PRAGMA user_version=" + std::to_string(m_format.version));
+    });
+    m_isOlder = false;
 }
 
 void SqliteFile::RequireWritable() const

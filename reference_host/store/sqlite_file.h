@@ -53,6 +53,11 @@ public:
     /// Runs `make`, which makes the tables, and marks the file as one of its format; does nothing when another program
     /// was faster.
     void MakeTables(std::function<void()> const& make);
+    /// Of an earlier version of the format; BringUpToDate is to follow.
+    bool IsOlder() const { return m_isOlder; }
+    /// Runs `change`, which turns the tables into those of the format's version, and marks the file; does nothing when
+    /// another program was faster.
+    void BringUpToDate(std::function<void()> const& change);
     /// Refuses a file that can only be read.
     void RequireWritable() const;
 
@@ -90,6 +95,7 @@ private:
     SqliteFormat const& m_format;
     sqlite3* m_database = nullptr;
     bool m_isNew = false;
+    bool m_isOlder = false;
 };
 
 /// A prepared statement. Its file must outlive it.

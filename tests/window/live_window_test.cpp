@@ -6,7 +6,7 @@
 #include <reference_host/window/attribute_browser.h>
 #include <reference_host/window/record_monitor.h>
 #include <reference_host/window/view_frame.h>
-#include <reference_host/window/window_thread.h>
+#include <reference_host/controls/window_thread.h>
 #include <simulator/sonar_server.h>
 
 #include <vordalhostdllR/DataManager.h>
@@ -84,7 +84,7 @@ public:
         frame = std::make_unique<vordal::ViewFrame>();
         QObject::connect(frame.get(), &vordal::ViewFrame::TitleChanged, window.get(),
                          &vordal::MainWindow::SetViewTitle);
-        QObject::connect(thread.get(), &vordal::WindowThread::Delivered, window.get(), [this] { Follow(); });
+        thread->SetDeliveredHandler([this] { Follow(); });
         EXPECT_TRUE(
             frame->Open({.viewClass = L"QX5SonarConfigurationView", .name = L"", .attributes = session.View()}, error))
             << error;

@@ -1,0 +1,101 @@
+// The operator's view: what a refresh costs in which nothing has changed.
+#include "stage.h"
+
+#include "reference_host/displays/display.h"
+
+#include <VordalAttributesR/AttributeConstants.h>
+#include <VordalAttributesR/CVordalType.h>
+
+#include <QApplication>
+#include <QWidget>
+
+#include <stdexcept>
+
+namespace bench {
+
+namespace {
+
+/// An application without a display, made once for the process.
+void EnsureToolkit()
+{
+    static int argumentCount = 1;
+    static char name[] = "qx5-bench";
+    static char* arguments[] = {name, nullptr};
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    static QApplication const application(argumentCount, arguments);
+}
+
+CDataId const shownSonar(1, 78, 9, 1);
+
+/// A sonar with a tree of 2,000 nodes and the plug-in's view on it; the measuring thread is the window thread.
+class ViewedSonar
+{
+public:
+    explicit ViewedSonar(vordal::Host& host) : m_host(host)
+    {
+        m_host.RunAndWait([this] {
+            m_device =
+                m_host.AddDevice(m_host.MakeDevice(L"QX5SonarConfigurationControlDevice"), shownSonar, L"viewed");
+            m_host.ReplaceAttributes(*m_device, Stage::MakeTree(2000));
+        });
+        m_host.SetWindowThread({});
+        vordal::DisplayContent content;
+        content.viewClass = L"QX5SonarConfigurationView";
+        content.attributes.Add(ATTR_DATAID, CVordalDataInfo(shownSonar, 65535, 65535));
+        std::string reason;
+        m_display = vordal::Display::Open(std::move(content), nullptr, reason);
+        if (m_display == nullptr) {
+            throw std::runtime_error(reason);
+        }
+        m_display->InitialUpdate();
+        m_display->Widget()->show();
+    }
+    ViewedSonar(ViewedSonar const&) = delete;
+    ViewedSonar& operator=(ViewedSonar const&) = delete;
+    ~ViewedSonar()
+    {
+        m_display.reset();
+        m_host.EndWindowThread();
+        m_host.RunAndWait([this] { m_host.RemoveDevice(m_device); });
+    }
+
+    /// The sonar tells a value that it has told before.
+    void TellTheSame()
+    {
+        m_host.RunAndWait([this] {
+            CAttributeMap tree;
+            tree.Add(protocolKey, CVordalDouble(100.0));
+            m_host.MergeDecoded(*m_device, tree);
+        });
+    }
+    void Refresh() { m_host.DeliverToWindow(); }
+
+private:
+    static constexpr AttributeKey protocolKey{qx5::protocol::keys::x5Range.text};
+
+    vordal::Host& m_host;
+    Device* m_device = nullptr;
+    std::unique_ptr<vordal::Display> m_display;
+};
+
+} // namespace
+
+std::vector<Case> ViewCases(Stage& stage)
+{
+    std::vector<Case> cases;
+    cases.push_back({"view-refresh-unchanged",
+                     "the view takes over a tree of 2,000 nodes in which nothing that it shows has changed", 500,
+                     [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+                         EnsureToolkit();
+                         ViewedSonar sonar(stage.Host());
+                         sonar.TellTheSame();
+                         sonar.Refresh();
+                         for (std::size_t i = 0; i < samples; ++i) {
+                             sonar.TellTheSame();
+                             Time(1, 1, nanoseconds, [&sonar] { sonar.Refresh(); });
+                         }
+                     }});
+    return cases;
+}
+
+} // namespace bench
