@@ -29,41 +29,21 @@ constexpr int lastSelfFramedRecord = 7699;
 
 void ControlDevice::HandleRequestMap(CAttributeMap* request)
 {
-    using Handler = void (ControlDevice::*)(CAttributeMap*);
-    using KeyedHandler = void (ControlDevice::*)(CAttributeMap*, AttributeKey const&);
-
-    /// One row: a handler, a handler that is told its key, or a scalar.
-    struct Row
-    {
-        Handler handler = nullptr;
-        KeyedHandler keyedHandler = nullptr;
-        AttributeKey const* key = nullptr;
-        int recordId = 0;
-        PARMTYPE kind = PARM_INT;
-    };
-
-#define QX5_HANDLER(name) Row{.handler = &ControlDevice::name},
-#define QX5_KEYED(name, rowKey) Row{.keyedHandler = &ControlDevice::name, .key = &At<keys::rowKey>},
-#define QX5_SCALAR(record, rowKey, rowKind)                                                                            \
-    Row{.key = &At<keys::rowKey>, .recordId = static_cast<int>(records::record.Id()), .kind = (rowKind)},
-    static constexpr Row chain[]{QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR)};
-#undef QX5_HANDLER
-#undef QX5_KEYED
-#undef QX5_SCALAR
-    static_assert(std::size(chain) == 133);
-
     if (request == nullptr) {
         return;
     }
-    for (Row const& row : chain) {
-        if (row.handler != nullptr) {
-            (this->*row.handler)(request);
-        } else if (row.keyedHandler != nullptr) {
-            (this->*row.keyedHandler)(request, *row.key);
-        } else {
-            RequestValue(request, row.recordId, *row.key, row.kind);
-        }
-    }
+    // Called by name, row by row: with a table of pointers, calling costs more than finding nothing to do.
+#define QX5_HANDLER(name) name(request);
+#define QX5_KEYED(name, rowKey) name(request, At<keys::rowKey>);
+#define QX5_SCALAR(record, rowKey, rowKind)                                                                            \
+    RequestValue(request, static_cast<int>(records::record.Id()), At<keys::rowKey>, (rowKind));
+#define QX5_ONE(...) +1
+    static_assert(QX5_REQUEST_CHAIN(QX5_ONE, QX5_ONE, QX5_ONE) == 133);
+    QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
+#undef QX5_HANDLER
+#undef QX5_KEYED
+#undef QX5_SCALAR
+#undef QX5_ONE
 }
 
 void ControlDevice::RequestValue(CAttributeMap* request, int recordId, AttributeKey const& key, PARMTYPE kind)

@@ -92,7 +92,7 @@ int PositionIntervalByte(int code)
 
 void ControlDevice::SendDGNSSGeometry(CAttributeMap* request)
 {
-    if ((request->KeyFilter() & commands::SendDGNSSGeometry.keyFilter) == 0) {
+    if (!commands::SendDGNSSGeometry.keyFilter.Passes(request->KeyFilter())) {
         return;
     }
     protocol::RecordLayout const record = records::PositioningGeometry;

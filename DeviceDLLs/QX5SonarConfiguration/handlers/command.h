@@ -7,6 +7,7 @@
 #include <protocol/frame.h>
 #include <protocol/record_layout.h>
 
+#include <bit>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -103,12 +104,27 @@ struct FollowUp
 
 inline constexpr int NoEcho = -1;
 
-/// Union of the filters of the operands' keys.
-constexpr std::uint64_t FilterOf(std::span<Operand const> operands)
+/// What a tree's CAttributeMap::KeyFilter must show if the tree has any of certain keys. Each key sets two bits there:
+/// one of the lower bits of these keys is set, and one of the upper.
+struct KeyFilter
 {
-    std::uint64_t filter = 0;
+    std::uint64_t lowerBits = 0;
+    std::uint64_t upperBits = 0;
+
+    constexpr bool Passes(std::uint64_t treeFilter) const
+    {
+        return (treeFilter & lowerBits) != 0 && (treeFilter & upperBits) != 0;
+    }
+};
+
+/// The filter of the operands' keys.
+constexpr KeyFilter FilterOf(std::span<Operand const> operands)
+{
+    KeyFilter filter;
     for (Operand const& operand : operands) {
-        filter |= operand.attribute.Filter();
+        std::uint64_t const bits = operand.attribute.Filter();
+        filter.lowerBits |= std::uint64_t{1} << std::countr_zero(bits);
+        filter.upperBits |= std::bit_floor(bits);
     }
     return filter;
 }
@@ -123,16 +139,15 @@ struct Command
     std::span<Operand const* const> echoes = {}; ///< the echo's order where it is not the reading order
     std::span<FollowUp const> followUps = {};
     LongTexts longTexts = LongTexts::Cut;
-    std::uint64_t keyFilter =
-        FilterOf(operands);     ///< a tree whose KeyFilter has none of these bits has none of the keys
-    std::string_view note = {}; ///< what the tables do not tell, in one or two sentences
+    KeyFilter keyFilter = FilterOf(operands); ///< a tree that does not pass has none of the keys
+    std::string_view note = {};               ///< what the tables do not tell, in one or two sentences
 };
 
 /// False when a tree of this CAttributeMap::KeyFilter certainly has nothing that lets the command start. With a command
-/// known to the compiler this is one comparison.
+/// known to the compiler this is one comparison or two.
 constexpr bool MayConcern(std::uint64_t treeFilter, Command const& command)
 {
-    return command.form == Form::Own || (treeFilter & command.keyFilter) != 0;
+    return command.form == Form::Own || command.keyFilter.Passes(treeFilter);
 }
 
 } // namespace qx5

@@ -12,12 +12,14 @@ namespace qx5 {
 template <typename T>
 bool Read(CAttributeMap const& tree, AttributeKey const& key, T& value)
 {
-    return tree.FindValue(key, 0).Get(value);
+    auto const* const child = tree.GetAttrMap(key, 0);
+    return child != nullptr && child->Value().Get(value);
 }
 
 inline bool Read(CAttributeMap const& tree, AttributeKey const& key, double& first, double& second)
 {
-    return tree.FindValue(key, 0).Get(first, second);
+    auto const* const child = tree.GetAttrMap(key, 0);
+    return child != nullptr && child->Value().Get(first, second);
 }
 
 /// Reads from the request and, failing that, under the same key from the stored tree.
