@@ -7,6 +7,7 @@
 #include <VordalAttributesR/CVordalType.h>
 
 #include <QApplication>
+#include <QLabel>
 #include <QWidget>
 
 #include <stdexcept>
@@ -69,6 +70,12 @@ public:
         });
     }
     void Refresh() { m_host.DeliverToWindow(); }
+    /// What the view shows of that value.
+    bool IsShown() const
+    {
+        auto const* const label = m_display->Widget()->findChild<QLabel*>(QStringLiteral("id16940"));
+        return label != nullptr && label->text() == QStringLiteral("100.0 m");
+    }
 
 private:
     static constexpr AttributeKey protocolKey{qx5::protocol::keys::x5Range.text};
@@ -90,6 +97,9 @@ std::vector<Case> ViewCases(Stage& stage)
                          ViewedSonar sonar(stage.Host());
                          sonar.TellTheSame();
                          sonar.Refresh();
+                         if (!sonar.IsShown()) {
+                             throw std::runtime_error("the view does not follow its sonar");
+                         }
                          for (std::size_t i = 0; i < samples; ++i) {
                              sonar.TellTheSame();
                              Time(1, 1, nanoseconds, [&sonar] { sonar.Refresh(); });

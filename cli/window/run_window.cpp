@@ -318,8 +318,11 @@ int RunWindow(RunOptions const& options)
             EndSignals const signals;
             QSocketNotifier const notifier(signals.Descriptor(), QSocketNotifier::Read);
             QObject::connect(&notifier, &QSocketNotifier::activated, &window, &QWidget::close);
-            fmt::print("The window is open; {}.\n", fleet.Where());
-            std::fflush(stdout);
+            // Once the window was painted for the first time.
+            QTimer::singleShot(0, &window, [&fleet] {
+                fmt::print("The window is open; {}.\n", fleet.Where());
+                std::fflush(stdout);
+            });
             QApplication::exec();
         }
         frame.Close();

@@ -153,11 +153,40 @@ TEST_F(LiveContacts, AnImageOf50MegabytesArrivesWholeAndHoldsNobodyUp)
     auto const deletion = std::span(received).last(contactFrame);
     EXPECT_EQ(protocol::GetU32LE(deletion, 32), 3001U);
     EXPECT_EQ(protocol::GetU32LE(deletion, 64 + 146), 2U);
-    // With the first image gone there is room again.
+    // With the first image gone there is room again, and nothing of it shows in the next.
     Write(folder / "image.tif", {7});
     ASSERT_TRUE(vordal::test::Eventually([&] { return Idle(); }));
     Tell(9);
     ASSERT_TRUE(peer.WaitForBytes(total + 1 + aroundImage));
+    Bytes const all = peer.Received();
+    auto const second = std::span(all).subspan(total);
+    EXPECT_EQ(protocol::GetU32LE(second, 64 + 144), 1U);
+    EXPECT_EQ(Bytes(second.begin() + 64 + 148, second.begin() + imageOffset), Bytes(32));
+    EXPECT_EQ(second[imageOffset], 7);
+    EXPECT_EQ(protocol::GetU32LE(second, second.size() - 4), 0U);
+}
+
+TEST_F(LiveContacts, ImagesArriveWholeAtASonarThatReadsThemMeanwhile)
+{
+    host.Targets().Add(targetFile, ContactWithImage(folder / "image.tif", folder / "contact.tif"));
+    Connect();
+    std::size_t total = 0;
+    for (std::size_t const size : {std::size_t{20'000'000}, std::size_t{3'000'001}, std::size_t{24'000'000}}) {
+        Bytes image(size);
+        for (std::size_t i = 0; i < size; ++i) {
+            image[i] = static_cast<unsigned char>(i ^ (i >> 8) ^ (i >> 16) ^ size);
+        }
+        Write(folder / "image.tif", image);
+        ASSERT_TRUE(vordal::test::Eventually([&] { return Idle(); }));
+        Tell(9);
+        ASSERT_TRUE(peer.WaitForBytes(total + size + aroundImage));
+        Bytes const received = peer.Received();
+        auto const frame = std::span(received).subspan(total);
+        ASSERT_EQ(frame.size(), size + aroundImage);
+        EXPECT_TRUE(std::equal(image.begin(), image.end(), frame.begin() + imageOffset));
+        EXPECT_EQ(protocol::GetU32LE(frame, frame.size() - 4), 0U);
+        total += frame.size();
+    }
 }
 
 TEST_F(LiveContacts, AnImageOfNoBytesArrives)
