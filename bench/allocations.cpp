@@ -33,6 +33,16 @@ void* operator new[](std::size_t size)
 {
     return Allocate(size);
 }
+// These as well: a sanitizer brings its own, whose memory is not for std::free.
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept
+{
+    ++allocations;
+    return std::malloc(size != 0 ? size : 1);
+}
+void* operator new[](std::size_t size, std::nothrow_t const& tag) noexcept
+{
+    return operator new(size, tag);
+}
 void operator delete(void* memory) noexcept
 {
     std::free(memory);
