@@ -9,7 +9,6 @@
 #include <vordalhostdllR/Device.h>
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <system_error>
 #include <utility>
@@ -18,9 +17,10 @@ namespace {
 
 thread_local bool isSequencingThread = false;
 
-/// How long before the end of a pause the next ping is rehearsed: once when there is time for many groups whose pauses
-/// end together, and once more when hardly anything can come between.
-constexpr std::array rehearsals{std::chrono::microseconds(1000), std::chrono::microseconds(100)};
+/// How long before the end of a pause the next ping is rehearsed: enough for some groups whose pauses end together, too
+/// little for the processor to forget again. Once is best: a thread that wakes more often than it must waits longer for
+/// its turn on a busy system.
+constexpr auto rehearsalAhead = std::chrono::microseconds(250);
 
 bool HasMainWindow()
 {
@@ -325,13 +325,11 @@ void PingGroup::AwaitAndPause(Lock& lock, Clock::time_point pinged, std::vector<
 void PingGroup::PauseUntil(Lock& lock, Clock::time_point deadline, std::vector<BaseDevice*> const& devices)
 {
     auto const isStopped = [this] { return m_stopRequested != 0; };
-    for (auto const ahead : rehearsals) {
-        if (m_wake.wait_until(lock, deadline - ahead, isStopped)) {
-            return;
-        }
-        lock.unlock();
-        Rehearse(devices);
-        lock.lock();
+    if (m_wake.wait_until(lock, deadline - rehearsalAhead, isStopped)) {
+        return;
     }
+    lock.unlock();
+    Rehearse(devices);
+    lock.lock();
     m_wake.wait_until(lock, deadline, isStopped);
 }
