@@ -273,7 +273,8 @@ TEST(SonarLink, WhatThisSideDoesNotReadIsNotUnfinished)
     LinkThread thread;
     Listener listener;
     auto options = OptionsFor(peer.Port());
-    options.idleLimit = milliseconds(1);
+    // Long enough for a busy machine to get from the end of the pause to the read.
+    options.idleLimit = milliseconds(200);
     SonarLink link(thread, options, listener);
     link.Open();
     ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
@@ -281,7 +282,7 @@ TEST(SonarLink, WhatThisSideDoesNotReadIsNotUnfinished)
     peer.Write(Frame({}));
     ASSERT_TRUE(listener.WaitForFrames(1));
     // On the link thread, where the next read is under way by now: it takes the first half of a frame, and the other
-    // half waits while many limits pass.
+    // half waits while the limit passes more than once.
     std::promise<void> paused;
     thread.Post([&] {
         link.SetReadingPaused(true);
@@ -296,7 +297,7 @@ TEST(SonarLink, WhatThisSideDoesNotReadIsNotUnfinished)
     auto const begun = std::chrono::steady_clock::now();
     ASSERT_TRUE(Eventually([&] {
         thread.Post([&] { ++passed; });
-        return passed > 100 && std::chrono::steady_clock::now() - begun > 20 * options.idleLimit;
+        return passed > 100 && std::chrono::steady_clock::now() - begun > 2 * options.idleLimit;
     }));
     link.SetReadingPaused(false);
     ASSERT_TRUE(listener.WaitForFrames(2));
