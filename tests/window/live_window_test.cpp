@@ -3,10 +3,10 @@
 #include "program.h"
 
 #include <cli/window/window_session.h>
+#include <reference_host/controls/window_thread.h>
 #include <reference_host/window/attribute_browser.h>
 #include <reference_host/window/record_monitor.h>
 #include <reference_host/window/view_frame.h>
-#include <reference_host/controls/window_thread.h>
 #include <simulator/sonar_server.h>
 
 #include <vordalhostdllR/DataManager.h>
