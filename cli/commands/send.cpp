@@ -6,6 +6,7 @@
 #include "cli/session.h"
 #include "reference_host/host/log.h"
 
+#include <atomic>
 #include <fmt/format.h>
 
 namespace qx5::cli {
@@ -38,7 +39,8 @@ int Send(SendOptions const& options)
         }
     }
 
-    bool recording = false;
+    // Set here, asked on whatever thread an event comes from.
+    std::atomic<bool> recording{false};
     std::vector<SessionEvent> events;
     Session session([&](SessionEvent const& event) {
         if (recording && event.kind != SessionEvent::Kind::Received) {

@@ -264,7 +264,11 @@ public:
     {
         m_paused.store(paused, std::memory_order_release);
         if (!paused) {
-            asio::post(m_context, [self = shared_from_this()] { self->ReadOnLinkThread(); });
+            asio::post(m_context, [self = shared_from_this()] {
+                // The pause was ours: the sonar has its whole limit from here on.
+                self->m_idleLimit.Heard(self->m_reader, std::chrono::steady_clock::now());
+                self->ReadOnLinkThread();
+            });
         }
     }
 
