@@ -12,6 +12,7 @@
 #include <protocol/records/all.h>
 
 #include <array>
+#include <iterator>
 #include <string>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
@@ -37,8 +38,9 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
 #define QX5_KEYED(name, rowKey) name(request, At<keys::rowKey>);
 #define QX5_SCALAR(record, rowKey, rowKind)                                                                            \
     RequestValue(request, static_cast<int>(records::record.Id()), At<keys::rowKey>, (rowKind));
-#define QX5_ONE(...) +1
-    static_assert(QX5_REQUEST_CHAIN(QX5_ONE, QX5_ONE, QX5_ONE) == 133);
+#define QX5_ONE(...) 1,
+    constexpr int rows[]{QX5_REQUEST_CHAIN(QX5_ONE, QX5_ONE, QX5_ONE)};
+    static_assert(std::size(rows) == 133);
     QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
 #undef QX5_HANDLER
 #undef QX5_KEYED

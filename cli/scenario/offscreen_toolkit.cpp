@@ -36,7 +36,8 @@ void EnsureOffscreenToolkit()
     auto const* const name = std::setlocale(LC_ALL, nullptr);
     std::string const locale = name != nullptr ? name : "C";
     // Not destroyed: the end of the process is too late for it, and nobody knows of an earlier one.
-    new QApplication(count, arguments);
+    static auto* const application = new QApplication(count, arguments);
+    static_cast<void>(application);
     std::setlocale(LC_ALL, locale.c_str());
 }
 

@@ -17,11 +17,12 @@ namespace {
 /// True in a field while it has a colour of its own, for tools that look at widgets alone.
 constexpr char const* editedProperty = "edited";
 
-void Call(std::function<void()> handler)
+void Call(std::function<void()> const& handler)
 {
     // A copy: the handler may put another in its place, or end the field.
-    if (handler) {
-        handler();
+    auto const held = handler;
+    if (held) {
+        held();
     }
 }
 
