@@ -1,15 +1,60 @@
 // The form view of the contract: a scroll area with a form inside.
 #include <VordalMfc0R/CFormView.h>
 
+#include <QEvent>
 #include <QFrame>
+#include <QLayout>
+#include <QObject>
 #include <QPointer>
 #include <QScrollArea>
 #include <QWidget>
 
 #include <algorithm>
+#include <functional>
+#include <utility>
+
+namespace {
+
+/// Tells when what is in the form needs another room.
+class LayoutWatcher final : public QObject
+{
+public:
+    LayoutWatcher(QWidget& form, std::function<void()> handler) : QObject(&form), m_handler(std::move(handler))
+    {
+        form.installEventFilter(this);
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::LayoutRequest) {
+            m_handler();
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    std::function<void()> m_handler;
+};
+
+} // namespace
 
 struct CFormView::State
 {
+    /// The form's least size: what was set, and never less than its content takes, however large its texts are.
+    void ApplySizes() const
+    {
+        if (form == nullptr) {
+            return;
+        }
+        QSize const set(std::min(width, QWIDGETSIZE_MAX), std::min(height, QWIDGETSIZE_MAX));
+        QSize const needed = form->layout() != nullptr ? form->layout()->totalMinimumSize() : QSize(0, 0);
+        QSize const least = set.expandedTo(needed);
+        if (form->minimumSize() != least) {
+            form->setMinimumSize(least);
+        }
+        form->resize(least);
+    }
+
     /// The view's own; whoever put it into a window may have destroyed it with that window all the same.
     QPointer<QScrollArea> area = new QScrollArea;
     QPointer<QWidget> form = new QWidget;
@@ -22,6 +67,7 @@ CFormView::CFormView() : m_state(std::make_unique<State>())
     m_state->area->setFrameShape(QFrame::NoFrame);
     m_state->area->setWidgetResizable(true);
     m_state->area->setWidget(m_state->form);
+    new LayoutWatcher(*m_state->form, [state = m_state.get()] { state->ApplySizes(); });
 }
 
 CFormView::~CFormView()
@@ -43,11 +89,7 @@ void CFormView::SetScrollSizes(int width, int height)
 {
     m_state->width = std::max(width, 0);
     m_state->height = std::max(height, 0);
-    if (m_state->form != nullptr) {
-        auto const clamped = [](int size) { return std::min(size, QWIDGETSIZE_MAX); };
-        m_state->form->setMinimumSize(clamped(m_state->width), clamped(m_state->height));
-        m_state->form->resize(clamped(m_state->width), clamped(m_state->height));
-    }
+    m_state->ApplySizes();
 }
 
 int CFormView::GetScrollWidth() const

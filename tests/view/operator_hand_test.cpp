@@ -9,6 +9,8 @@
 #include "reference_host/host/host_observer.h"
 #include "reference_host/loader/plugin_loader.h"
 
+#include <QAbstractButton>
+#include <QApplication>
 #include <QComboBox>
 #include <QStyleOptionSlider>
 #include <QTabBar>
@@ -221,6 +223,43 @@ TEST_F(OperatorHand, ThePagesTurnByKeyboard)
     tabs.setFocus();
     QTest::keyClick(&tabs, Qt::Key_Right);
     EXPECT_EQ(tabs.currentIndex(), 2);
+}
+
+TEST_F(OperatorHand, LargeTextsStayWholeInASmallPane)
+{
+    QFont const usual = QApplication::font();
+    QFont large = usual;
+    large.setPointSizeF(2.0 * (usual.pointSizeF() > 0.0 ? usual.pointSizeF() : 9.0));
+    QApplication::setFont(large);
+    auto* const pane = view->Display().Widget();
+    pane->resize(360, 300);
+    view->Display().DeliverSize(0, 360, 300);
+    auto& tabs = *pane->findChild<QTabBar*>(QStringLiteral("id28075"));
+    int texts = 0;
+    // The texts that have less room than they take.
+    auto const cut = [&] {
+        texts = 0;
+        std::string names;
+        for (auto* const control : pane->findChildren<QWidget*>()) {
+            bool const hasText =
+                qobject_cast<QLabel*>(control) != nullptr || qobject_cast<QAbstractButton*>(control) != nullptr;
+            if (!hasText || !control->isVisible() || control->parentWidget() == &tabs) {
+                continue;
+            }
+            ++texts;
+            auto const least = control->minimumSizeHint();
+            if (control->width() < least.width() || control->height() < least.height()) {
+                names += " " + control->objectName().toStdString();
+            }
+        }
+        return names;
+    };
+    for (int tab = 0; tab < tabs.count(); ++tab) {
+        tabs.setCurrentIndex(tab);
+        EXPECT_TRUE(RunUntil([&] { return cut().empty(); })) << tab << ":" << cut();
+        EXPECT_GT(texts, 4) << tab;
+    }
+    QApplication::setFont(usual);
 }
 
 } // namespace
