@@ -70,6 +70,35 @@ vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap
             .stream = {}};
 }
 
+FleetSonar const* FirstSonar(std::vector<FleetVessel> const& fleet)
+{
+    for (FleetVessel const& vessel : fleet) {
+        if (!vessel.sonars.empty()) {
+            return &vessel.sonars.front();
+        }
+    }
+    return nullptr;
+}
+
+/// The device or computation of that id; null when there is none.
+template <typename List>
+auto* FindById(List& list, CDataId const& id)
+{
+    auto const found = std::find_if(list.begin(), list.end(), [&](auto const& each) { return each.dataId == id; });
+    return found != list.end() ? &*found : nullptr;
+}
+
+/// Replaces the one of the same id, in its place, or appends it.
+template <typename Item>
+void Put(std::vector<Item>& list, Item const& item)
+{
+    if (auto* const known = FindById(list, item.dataId)) {
+        *known = item;
+    } else {
+        list.push_back(item);
+    }
+}
+
 } // namespace
 
 WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode) : m_feed(std::move(feed))
@@ -91,40 +120,36 @@ bool WindowSession::Begin(std::string const& plugin, std::vector<FleetVessel> co
                           std::string& error)
 {
     m_fleet = fleet;
-    for (FleetVessel const& vessel : fleet) {
-        for (FleetSonar const& sonar : vessel.sonars) {
-            m_sonars.push_back({sonar, CString(L"port-" + std::to_wstring(m_sonars.size() + 1)), nullptr, nullptr});
-        }
-    }
-    if (!m_sonars.empty()) {
-        m_activeVessel = m_sonars.front().setup.id.GetVessel();
+    if (FleetSonar const* const first = FirstSonar(fleet)) {
+        m_activeVessel = first->id.GetVessel();
         m_view.SetGroup(L"grp");
-        m_view.Add(ATTR_DATAID, CVordalDataInfo(m_sonars.front().setup.id, 65535, 65535));
+        m_view.Add(ATTR_DATAID, CVordalDataInfo(first->id, 65535, 65535));
     }
-    if (!project.empty() && !OpenProject(project, error)) {
+    if (!project.empty() && !ReadProject(project, error)) {
         return false;
     }
     m_ended = false;
-    bool made = false;
     // A plug-in that throws is told of like one that says no.
     try {
-        m_host.RunAndWait([&] {
-            MakeSurroundings(fleet);
-            made = MakeDevices(plugin, error);
-        });
+        if (!LoadPlugin(plugin, error)) {
+            return false;
+        }
+        m_open = std::make_unique<vordal::OpenProject>(m_host, m_linkThread, ProjectOfFleet());
+        if (!m_open->Problems().empty()) {
+            error = m_open->Problems().front();
+            return false;
+        }
+        WatchPorts();
+        m_open->Start(*m_plugin);
     } catch (std::exception const& failure) {
         error = failure.what();
+        return false;
     }
-    m_begun = made;
-    if (made) {
-        for (Sonar& sonar : m_sonars) {
-            sonar.port->Open();
-        }
-    }
-    return made;
+    m_begun = true;
+    return true;
 }
 
-bool WindowSession::OpenProject(std::string const& file, std::string& error)
+bool WindowSession::ReadProject(std::string const& file, std::string& error)
 {
     try {
         m_store = std::make_unique<vordal::ProjectStore>(file);
@@ -137,7 +162,10 @@ bool WindowSession::OpenProject(std::string const& file, std::string& error)
     auto const whole = std::filesystem::absolute(file, problem);
     m_host.SetProjectFolder(FILE_SONAR_TARGETS, CString((whole.parent_path() / "").wstring()));
     auto const isHere = [&](CDataId const& id) {
-        return std::any_of(m_sonars.begin(), m_sonars.end(), [&](Sonar const& sonar) { return sonar.setup.id == id; });
+        return std::any_of(m_fleet.begin(), m_fleet.end(), [&](FleetVessel const& vessel) {
+            return std::any_of(vessel.sonars.begin(), vessel.sonars.end(),
+                               [&](FleetSonar const& sonar) { return sonar.id == id; });
+        });
     };
     // A view that showed a sonar of another session begins with one of this.
     CDataInfo shown;
@@ -156,70 +184,59 @@ bool WindowSession::OpenProject(std::string const& file, std::string& error)
     return true;
 }
 
-void WindowSession::MakeSurroundings(std::vector<FleetVessel> const& fleet)
+vordal::StoredProject WindowSession::ProjectOfFleet() const
 {
-    m_host.SetItemTexts(sonarGroup, recordingItem, {L"Idle", L"Recording"});
-    m_host.SetRoutes({L"Lane 1", L"Lane 2", L"Pipeline"});
-    for (FleetVessel const& vessel : fleet) {
-        m_host.AddVessel(
+    vordal::StoredProject project;
+    project.activeVessel = m_activeVessel;
+    for (FleetVessel const& vessel : m_fleet) {
+        project.vessels.push_back(
             {.number = vessel.number,
              .name = vessel.name,
              .configuration = {{steering::PipeDetectionSection,
                                 {{steering::EnablePipeDetectionItem, vessel.detectsPipes ? L"1,1" : L"0,0"}}}}});
+        for (FleetSonar const& sonar : vessel.sonars) {
+            CString const port(L"port-" + std::to_wstring(project.ports.size() + 1));
+            project.ports.push_back({port, CString(protocol::DecodeUtf8(sonar.host)), sonar.port});
+            auto const* const known = FindById(m_project.devices, sonar.id);
+            project.devices.push_back({.dataId = sonar.id,
+                                       .className = deviceClass,
+                                       .name = sonar.name,
+                                       .portName = port,
+                                       .enabled = true,
+                                       .attributes = known != nullptr ? known->attributes : CAttributeMap()});
+            auto const* const steered = FindById(m_project.computations, SteeringOf(sonar.id));
+            project.computations.push_back(
+                SteeringComputation(sonar.id, steered != nullptr ? steered->attributes : SteeringAttributes()));
+        }
     }
-    m_host.SelectVessel(m_activeVessel);
-    for (Sonar const& sonar : m_sonars) {
-        auto const id = SteeringOf(sonar.setup.id);
-        auto const stored = std::find_if(m_project.computations.begin(), m_project.computations.end(),
-                                         [&](auto const& computation) { return computation.dataId == id; });
-        m_host.AddComputation(SteeringComputation(
-            sonar.setup.id, stored != m_project.computations.end() ? stored->attributes : SteeringAttributes()));
-    }
+    return project;
 }
 
-bool WindowSession::MakeDevices(std::string const& plugin, std::string& error)
+bool WindowSession::LoadPlugin(std::string const& plugin, std::string& error)
 {
-    m_plugin = vordal::PlugIn::Load(plugin, error);
-    if (m_plugin == nullptr) {
-        return false;
-    }
-    m_plugin->RegisterDevices();
-    for (Sonar& sonar : m_sonars) {
-        std::unique_ptr<Device> device = m_host.MakeDevice(deviceClass);
-        if (device == nullptr) {
-            error = fmt::format("{}: the plug-in does not offer the sonar's device class", plugin);
-            return false;
+    m_host.RunAndWait([&] {
+        m_host.SetItemTexts(sonarGroup, recordingItem, {L"Idle", L"Recording"});
+        m_host.SetRoutes({L"Lane 1", L"Lane 2", L"Pipeline"});
+        m_plugin = vordal::PlugIn::Load(plugin, error);
+        if (m_plugin != nullptr) {
+            m_plugin->RegisterDevices();
         }
-        sonar.device = m_host.AddDevice(std::move(device), sonar.setup.id, sonar.setup.name);
-        if (sonar.device == nullptr) {
-            error = "two sonars have one id";
-            return false;
+    });
+    return m_plugin != nullptr;
+}
+
+void WindowSession::WatchPorts()
+{
+    std::size_t number = 0;
+    for (FleetVessel const& vessel : m_fleet) {
+        for (FleetSonar const& sonar : vessel.sonars) {
+            auto& port = *m_open->Ports()[number++];
+            port.GetLink().SetObserver(
+                vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(sonar.name.View())));
+            port.SetStatusListener(
+                [feed = m_feed, id = sonar.id](vordal::LinkStatus const& status) { feed->PutStatus(id, status); });
         }
-        for (vordal::StoredDevice const& stored : m_project.devices) {
-            if (stored.dataId == sonar.setup.id) {
-                m_host.LoadDevice(*sonar.device, stored.attributes);
-            }
-        }
-        m_host.ApplyDevice(*sonar.device, true);
     }
-    // The devices are there and know what the project keeps of them.
-    m_plugin->RegisterViews();
-    m_plugin->InitializeTemplates(m_host.Application());
-    for (Sonar& sonar : m_sonars) {
-        CDataId const id = sonar.setup.id;
-        m_plugin->DeviceCtrlInit(id.GetVessel(), id.GetGroupId(), id.GetDeviceNum(), id.GetType());
-        vordal::LinkOptions options;
-        options.host = sonar.setup.host;
-        options.port = sonar.setup.port;
-        sonar.port = std::make_unique<vordal::X5Port>(m_host, m_linkThread, sonar.portName, options);
-        sonar.port->GetLink().SetObserver(
-            vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(sonar.setup.name.View())));
-        sonar.port->SetStatusListener(
-            [feed = m_feed, id](vordal::LinkStatus const& status) { feed->PutStatus(id, status); });
-        sonar.device->SetPortName(sonar.portName);
-        m_host.SetPort(*sonar.device, sonar.port.get());
-    }
-    return true;
 }
 
 std::vector<vordal::ListedVessel> WindowSession::Listed() const
@@ -262,10 +279,8 @@ bool WindowSession::End(std::string& error)
         return true;
     }
     m_host.Post([this] {
-        for (Sonar const& sonar : m_sonars) {
-            auto& saved = m_saved.emplace_back(SavedSonar{sonar.setup, sonar.portName, {}, {}});
-            DataManager::GetDataManager().GetAttributeMap(sonar.setup.id, saved.attributes);
-            DataManager::GetDataManager().GetAttributeMap(SteeringOf(sonar.setup.id), saved.steering);
+        if (m_open != nullptr) {
+            m_saved = m_open->Collect();
         }
         if (m_plugin != nullptr) {
             m_plugin->ReleaseSonars();
@@ -275,8 +290,8 @@ bool WindowSession::End(std::string& error)
     if (!m_host.Stop(stopLimit)) {
         LeaveWithoutHostThread();
     }
+    m_open.reset(); // with its connections
     m_plugin.reset();
-    m_sonars.clear(); // with their connections
     return SaveProject(error);
 }
 
@@ -304,35 +319,14 @@ bool WindowSession::SaveProject(std::string& error)
     }
     try {
         auto& project = m_project;
-        project.vessels.clear();
-        project.ports.clear();
-        for (FleetVessel const& vessel : m_fleet) {
-            project.vessels.push_back({.number = vessel.number, .name = vessel.name, .configuration = {}});
+        project.vessels = m_saved.vessels;
+        project.ports = m_saved.ports;
+        // What the project keeps beyond this session's fleet stays.
+        for (vordal::StoredDevice const& device : m_saved.devices) {
+            Put(project.devices, device);
         }
-        for (SavedSonar const& sonar : m_saved) {
-            project.ports.push_back(
-                {sonar.portName, CString(protocol::DecodeUtf8(sonar.setup.host)), sonar.setup.port});
-            vordal::StoredDevice device{.dataId = sonar.setup.id,
-                                        .className = deviceClass,
-                                        .name = sonar.setup.name,
-                                        .portName = sonar.portName,
-                                        .enabled = true,
-                                        .attributes = sonar.attributes};
-            auto const known = std::find_if(project.devices.begin(), project.devices.end(),
-                                            [&](auto const& each) { return each.dataId == sonar.setup.id; });
-            if (known != project.devices.end()) {
-                *known = std::move(device);
-            } else {
-                project.devices.push_back(std::move(device));
-            }
-            auto const steering =
-                std::find_if(project.computations.begin(), project.computations.end(),
-                             [&](auto const& each) { return each.dataId == SteeringOf(sonar.setup.id); });
-            if (steering != project.computations.end()) {
-                steering->attributes = sonar.steering;
-            } else {
-                project.computations.push_back(SteeringComputation(sonar.setup.id, sonar.steering));
-            }
+        for (vordal::ComputationSetup const& computation : m_saved.computations) {
+            Put(project.computations, computation);
         }
         project.activeVessel = m_activeVessel;
         project.views[viewName] = m_view;

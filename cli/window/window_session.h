@@ -5,8 +5,8 @@
 #include "reference_host/host/host_observer.h"
 #include "reference_host/link/live_traffic.h"
 #include "reference_host/link/sonar_link.h"
-#include "reference_host/link/x5_port.h"
 #include "reference_host/loader/plugin_loader.h"
+#include "reference_host/project/open_project.h"
 #include "reference_host/store/project_store.h"
 #include "reference_host/window/main_window.h"
 #include "reference_host/window/window_feed.h"
@@ -68,30 +68,15 @@ public:
     std::vector<unsigned char>& WindowMemory() { return m_windowMemory; }
 
 private:
-    struct Sonar
-    {
-        FleetSonar setup;
-        CString portName;
-        std::unique_ptr<vordal::X5Port> port;
-        Device* device = nullptr;
-    };
-
-    /// What is kept of a sonar when its device goes.
-    struct SavedSonar
-    {
-        FleetSonar setup;
-        CString portName;
-        CAttributeMap attributes;
-        CAttributeMap steering; ///< of its computation of route steering
-    };
-
     void OnSetLightMode(int mode, bool redraw) override;
     void OnMessage(CString const& text) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
 
-    bool OpenProject(std::string const& file, std::string& error);
-    void MakeSurroundings(std::vector<FleetVessel> const& fleet);
-    bool MakeDevices(std::string const& plugin, std::string& error);
+    bool ReadProject(std::string const& file, std::string& error);
+    /// What is at work in this session: its fleet, with what the project keeps of it.
+    vordal::StoredProject ProjectOfFleet() const;
+    bool LoadPlugin(std::string const& plugin, std::string& error);
+    void WatchPorts();
     bool SaveProject(std::string& error);
     [[noreturn]] void LeaveWithoutHostThread();
 
@@ -104,13 +89,13 @@ private:
     std::vector<FleetVessel> m_fleet;
     bool m_begun = false; ///< all of it: what the devices hold is worth keeping
     bool m_ended = true;
-    std::vector<SavedSonar> m_saved; ///< written on the host thread, read when that has ended
+    vordal::StoredProject m_saved; ///< of the fleet; written on the host thread, read when that has ended
 
     vordal::LiveTraffic m_traffic;
     vordal::Host m_host{vordal::Threading::Threaded};
     vordal::LinkThread m_linkThread;
     std::unique_ptr<vordal::PlugIn> m_plugin;
-    std::vector<Sonar> m_sonars;
+    std::unique_ptr<vordal::OpenProject> m_open;
 };
 
 } // namespace qx5::cli

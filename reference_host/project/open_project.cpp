@@ -111,6 +111,9 @@ StoredProject OpenProject::Collect() const
         StoredDevice& stored = project.devices[made.stored];
         DataManager::GetDataManager().GetAttributeMap(stored.dataId, stored.attributes);
     }
+    for (ComputationSetup& computation : project.computations) {
+        DataManager::GetDataManager().GetAttributeMap(computation.dataId, computation.attributes);
+    }
     return project;
 }
 

@@ -29,7 +29,8 @@ public:
     OpenProject(Host& host, LinkThread& thread, StoredProject project);
     OpenProject(OpenProject const&) = delete;
     OpenProject& operator=(OpenProject const&) = delete;
-    /// Closes the ports and removes the project's devices from the host. The plug-in is still there.
+    /// Closes the ports and removes the project's devices from the host, unless the host has stopped. The plug-in is
+    /// still there.
     ~OpenProject();
 
     std::vector<std::string> const& Problems() const { return m_problems; }
@@ -39,10 +40,13 @@ public:
     /// Then the ports connect, and go on trying until the end. `plugin` must outlive this.
     void Start(PlugIn& plugin);
 
+    /// The ports in the project's order; they are there until the end.
+    std::vector<std::unique_ptr<X5Port>> const& Ports() const { return m_ports; }
     /// The port of that name, or null.
     X5Port* FindPort(CString const& name) const;
 
-    /// The project as it stands, with what its devices hold now, to be saved.
+    /// The project as it stands, with what its devices and computations hold now, to be saved. Any thread, as long as
+    /// the devices are there.
     StoredProject Collect() const;
 
 private:
