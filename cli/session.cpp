@@ -209,12 +209,16 @@ bool Session::SaveProject(std::string& error)
         return true;
     }
     try {
-        m_project->SaveDevice({.dataId = SonarId(),
-                               .className = deviceClass,
-                               .name = L"sonar",
-                               .portName = L"port-1",
-                               .enabled = true,
-                               .attributes = Attributes()});
+        auto const attributes = Attributes();
+        // What else the project says of a device that it has stays as it is.
+        if (!m_project->SaveAttributes(SonarId(), attributes)) {
+            m_project->SaveDevice({.dataId = SonarId(),
+                                   .className = deviceClass,
+                                   .name = L"sonar",
+                                   .portName = L"port-1",
+                                   .enabled = true,
+                                   .attributes = attributes});
+        }
         return true;
     } catch (vordal::StoreError const& failure) {
         error = failure.what();

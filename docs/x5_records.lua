@@ -963,6 +963,7 @@ x5.fields = { f.size, f.time, f.record, f.device, f.enumerator, f.command, f.tic
 x5.prefs.port = Pref.uint("TCP port", 7000, "The port that the sonar listens on")
 
 local headerSize, trailerSize, commandSize = 64, 4, 24
+local greatestSize = 134217728 -- a frame that claims more is damaged
 local remoteControl, passedOn = 7500, 90002
 
 local function textOf(range)
@@ -1148,7 +1149,7 @@ local function frameSize(tvb, _, offset)
     local isFrame = tvb(offset, 2):le_uint() == 5 and tvb(offset + 2, 2):le_uint() == 60
         and tvb(offset + 4, 4):le_uint() == 0xFFFF
     local size = tvb(offset + 8, 4):le_uint()
-    if isFrame and size >= headerSize + trailerSize then
+    if isFrame and size >= headerSize + trailerSize and size <= greatestSize then
         return size
     end
     return tvb:len() - offset -- no frame: to the end of what is there

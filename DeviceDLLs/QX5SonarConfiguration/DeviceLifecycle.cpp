@@ -98,9 +98,6 @@ void ControlDevice::ApplyAttribs(bool changed)
     terminalCommands.RefreshLimits(m_attributes);
     terminalCommands.SetSonarId(m_dataId);
 
-    terminalCommands.RefreshLimits(m_attributes);
-    terminalCommands.SetSonarId(m_dataId);
-
     bool const before = pingOnlyDuringScan;
     Read(Stored(), At<keys::PingOnlyDuringScan>, pingOnlyDuringScan);
     if (pingOnlyDuringScan != before) {

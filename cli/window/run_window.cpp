@@ -284,7 +284,9 @@ int RunWindow(RunOptions const& options)
                 QByteArray(reinterpret_cast<char const*>(memory.data()), static_cast<qsizetype>(memory.size())));
         }
         if (options.dark) {
+            // By way of the host, whose newest mode the window follows.
             window.SetLightMode(darkMode);
+            session.Requests().setLightMode(darkMode);
         }
         // Where no view follows the operator's choice, the attributes do.
         QObject::connect(&window.Devices(), &vordal::DevicePanel::SonarChosen, &window, [&](CDataId const& device) {
@@ -318,7 +320,7 @@ int RunWindow(RunOptions const& options)
             EndSignals const signals;
             QSocketNotifier const notifier(signals.Descriptor(), QSocketNotifier::Read);
             QObject::connect(&notifier, &QSocketNotifier::activated, &window, &QWidget::close);
-            // Once the window was painted for the first time.
+            // From within the event loop, where the window is shown and painted first.
             QTimer::singleShot(0, &window, [&fleet] {
                 fmt::print("The window is open; {}.\n", fleet.Where());
                 std::fflush(stdout);

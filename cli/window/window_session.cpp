@@ -80,19 +80,19 @@ FleetSonar const* FirstSonar(std::vector<FleetVessel> const& fleet)
     return nullptr;
 }
 
-/// The device or computation of that id; null when there is none.
-template <typename List>
-auto* FindById(List& list, CDataId const& id)
+/// The item whose `member` has that value; null when there is none.
+template <typename List, typename Item, typename Value>
+auto* FindBy(List& list, Value Item::*member, Value const& value)
 {
-    auto const found = std::find_if(list.begin(), list.end(), [&](auto const& each) { return each.dataId == id; });
+    auto const found = std::find_if(list.begin(), list.end(), [&](Item const& each) { return each.*member == value; });
     return found != list.end() ? &*found : nullptr;
 }
 
-/// Replaces the one of the same id, in its place, or appends it.
-template <typename Item>
-void Put(std::vector<Item>& list, Item const& item)
+/// Replaces the item with the same `member`, in its place, or appends it.
+template <typename Item, typename Value>
+void Put(std::vector<Item>& list, Item const& item, Value Item::*member)
 {
-    if (auto* const known = FindById(list, item.dataId)) {
+    if (auto* const known = FindBy(list, member, item.*member)) {
         *known = item;
     } else {
         list.push_back(item);
@@ -189,22 +189,28 @@ vordal::StoredProject WindowSession::ProjectOfFleet() const
     vordal::StoredProject project;
     project.activeVessel = m_activeVessel;
     for (FleetVessel const& vessel : m_fleet) {
-        project.vessels.push_back(
-            {.number = vessel.number,
-             .name = vessel.name,
-             .configuration = {{steering::PipeDetectionSection,
-                                {{steering::EnablePipeDetectionItem, vessel.detectsPipes ? L"1,1" : L"0,0"}}}}});
+        auto const* const knownVessel = FindBy(m_project.vessels, &vordal::VesselSetup::number, vessel.number);
+        auto& setup = project.vessels.emplace_back();
+        setup.number = vessel.number;
+        setup.name = vessel.name;
+        if (knownVessel != nullptr) {
+            setup.configuration = knownVessel->configuration;
+        }
+        setup.configuration[steering::PipeDetectionSection][steering::EnablePipeDetectionItem] =
+            vessel.detectsPipes ? L"1,1" : L"0,0";
         for (FleetSonar const& sonar : vessel.sonars) {
-            CString const port(L"port-" + std::to_wstring(project.ports.size() + 1));
+            // A port of its own, named by the sonar: other sonars of the project keep theirs.
+            CString const port = CString(L"port ") + sonar.id.GetKey();
             project.ports.push_back({port, CString(protocol::DecodeUtf8(sonar.host)), sonar.port});
-            auto const* const known = FindById(m_project.devices, sonar.id);
+            auto const* const known = FindBy(m_project.devices, &vordal::StoredDevice::dataId, sonar.id);
             project.devices.push_back({.dataId = sonar.id,
                                        .className = deviceClass,
                                        .name = sonar.name,
                                        .portName = port,
                                        .enabled = true,
                                        .attributes = known != nullptr ? known->attributes : CAttributeMap()});
-            auto const* const steered = FindById(m_project.computations, SteeringOf(sonar.id));
+            auto const* const steered =
+                FindBy(m_project.computations, &vordal::ComputationSetup::dataId, SteeringOf(sonar.id));
             project.computations.push_back(
                 SteeringComputation(sonar.id, steered != nullptr ? steered->attributes : SteeringAttributes()));
         }
@@ -319,14 +325,18 @@ bool WindowSession::SaveProject(std::string& error)
     }
     try {
         auto& project = m_project;
-        project.vessels = m_saved.vessels;
-        project.ports = m_saved.ports;
         // What the project keeps beyond this session's fleet stays.
+        for (vordal::VesselSetup const& vessel : m_saved.vessels) {
+            Put(project.vessels, vessel, &vordal::VesselSetup::number);
+        }
+        for (vordal::StoredPort const& port : m_saved.ports) {
+            Put(project.ports, port, &vordal::StoredPort::name);
+        }
         for (vordal::StoredDevice const& device : m_saved.devices) {
-            Put(project.devices, device);
+            Put(project.devices, device, &vordal::StoredDevice::dataId);
         }
         for (vordal::ComputationSetup const& computation : m_saved.computations) {
-            Put(project.computations, computation);
+            Put(project.computations, computation, &vordal::ComputationSetup::dataId);
         }
         project.activeVessel = m_activeVessel;
         project.views[viewName] = m_view;

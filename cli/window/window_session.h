@@ -51,7 +51,7 @@ public:
     /// connect them. False, and one line in `error`, when something of it cannot be had.
     bool Begin(std::string const& plugin, std::vector<FleetVessel> const& fleet, std::string const& project,
                std::string& error);
-    /// Ends in order: ping threads, devices, host thread, plug-in, connections; then saves the project with what View
+    /// Ends in order: ping threads, devices, host thread, connections, plug-in; then saves the project with what View
     /// and WindowMemory hold. Bounded: when a task on the host thread does not end, the process does. False, and one
     /// line in `error`, when the project cannot be saved. The view must be closed before.
     bool End(std::string& error);

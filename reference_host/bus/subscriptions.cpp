@@ -7,6 +7,7 @@
 #include "reference_host/bus/notification_bus.h"
 #include "reference_host/host/host_state.h"
 
+#include <algorithm>
 #include <atomic>
 
 CString const GeneralSubKeys::ADT_SELECTED_SONAR_CHANGE(L"ADT_SELECTED_SONAR_CHANGE");
@@ -93,7 +94,11 @@ struct Subscription::State
 
     void Join(std::span<CString const> wanted)
     {
-        keys.insert(keys.end(), wanted.begin(), wanted.end());
+        for (CString const& key : wanted) {
+            if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
+                keys.push_back(key);
+            }
+        }
         membership.Join(kind == -1 ? map : vordal::BusOfKind(kind), wanted);
     }
 };

@@ -12,9 +12,9 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <memory>
 #include <type_traits>
 #include <typeinfo>
-#include <vector>
 
 namespace vordal {
 namespace {
@@ -52,8 +52,8 @@ bool SendFramed(SonarLink& link, std::uint32_t recordId, protocol::Target target
         std::array<unsigned char, SmallFrame> buffer;
         return build(std::span(buffer).first(size));
     }
-    std::vector<unsigned char> buffer(size);
-    return build(buffer);
+    auto const buffer = std::make_unique_for_overwrite<unsigned char[]>(size);
+    return build(std::span(buffer.get(), size));
 }
 
 std::span<unsigned char const> BytesOf(std::string_view text)

@@ -113,9 +113,11 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
         auto const settings = SettingsBlockOf(tree, m_host.Now());
         bool const isFirst = settings.has_value() && !std::exchange(m_settingsTold, true);
         bool const isData = settings.has_value() && (isFirst || IsPingAnswer(tree));
+        auto const status = StreamStatusOf(tree);
+        auto const block = isData ? settings : std::nullopt;
         for (int index = 0; auto* const device = GetDevice(index); ++index) {
             m_host.MergeDecoded(*device, tree);
-            PutStreamData(*device, StreamStatusOf(tree), isData ? settings : std::nullopt);
+            PutStreamData(*device, status, block);
         }
         CountDelivered(bytes);
     });

@@ -95,7 +95,12 @@ void SqliteFile::MakeTables(std::function<void()> const& make)
 void SqliteFile::BringUpToDate(std::function<void()> const& change)
 {
     InTransaction([&] {
-        if (Number("PRAGMA user_version") == m_format.version) {
+        // Another program may have been faster, or newer.
+        auto const version = Number("PRAGMA user_version");
+        if (version > m_format.version) {
+            Refuse("was just brought to a newer version; it is left as it is");
+        }
+        if (version == m_format.version) {
             return;
         }
         change();

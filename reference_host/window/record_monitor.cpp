@@ -137,7 +137,15 @@ void RecordMonitor::Look()
     }
     auto const* const bar = m_table->verticalScrollBar();
     bool const atEnd = bar->value() == bar->maximum() && !m_table->currentIndex().isValid();
+    // A record that is dropped hands its place in the selection on; nobody chose the next one.
+    m_appending = true;
     m_model->Append(std::move(content));
+    m_appending = false;
+    if (m_detailed != 0 && m_model->RowOf(m_detailed) < 0) {
+        // What is shown of it stays, and the list follows again.
+        m_detailed = 0;
+        m_table->selectionModel()->clear();
+    }
     if (atEnd) {
         m_table->scrollToBottom();
     }
@@ -171,7 +179,7 @@ void RecordMonitor::ShowDetails()
 {
     int const row = m_table->currentIndex().row();
     auto const* const record = m_model->RecordAt(row);
-    if (record == nullptr || m_model->IdAt(row) == m_detailed) {
+    if (m_appending || record == nullptr || m_model->IdAt(row) == m_detailed) {
         return;
     }
     m_detailed = m_model->IdAt(row);

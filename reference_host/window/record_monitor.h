@@ -60,6 +60,7 @@ private:
     QToolButton* m_pause;
     QLabel* m_count;
     /// The record whose details are shown; 0 for none.
+    bool m_appending = false;
     RecordMonitorModel::Id m_detailed = 0;
 };
 

@@ -31,11 +31,13 @@ private:
 
 void RecordQueue::Put(CapturedFrame frame)
 {
+    std::vector<CapturedFrame> dropped; // destroyed when the lock has gone
     std::lock_guard const lock(m_mutex);
     m_bytes += frame.bytes.size();
     m_frames.push_back(std::move(frame));
     while (m_frames.size() > GreatestCount || (m_bytes > GreatestBytes && m_frames.size() > 1)) {
         m_bytes -= m_frames.front().bytes.size();
+        dropped.push_back(std::move(m_frames.front()));
         m_frames.pop_front();
         ++m_lost;
     }

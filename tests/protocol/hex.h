@@ -37,6 +37,16 @@ inline std::vector<unsigned char> Copy(std::span<unsigned char const> bytes)
     return {bytes.begin(), bytes.end()};
 }
 
+inline std::vector<unsigned char> Zeros(std::size_t count)
+{
+    return std::vector<unsigned char>(count);
+}
+
+inline std::vector<unsigned char> Text(std::string_view text)
+{
+    return {text.begin(), text.end()};
+}
+
 inline std::vector<unsigned char> Join(std::initializer_list<std::vector<unsigned char>> parts)
 {
     std::vector<unsigned char> all;

@@ -16,16 +16,6 @@ namespace qx5::protocol::test {
 
 namespace {
 
-std::vector<unsigned char> Zeros(std::size_t count)
-{
-    return std::vector<unsigned char>(count);
-}
-
-std::vector<unsigned char> Text(std::string_view text)
-{
-    return {text.begin(), text.end()};
-}
-
 TEST(SingleBeamRecords, SettingsGoThereAndBack)
 {
     RecordLayout const layout = records::SettingsXml;

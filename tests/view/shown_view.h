@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QLabel>
 #include <QSlider>
+#include <QTest>
 #include <QWidget>
 
 #include <chrono>
@@ -38,14 +39,7 @@ private:
 template <typename Condition>
 bool RunUntil(Condition condition)
 {
-    auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
-    }
-    return true;
+    return QTest::qWaitFor(condition, 60000);
 }
 
 } // namespace qx5::test

@@ -1,6 +1,8 @@
 // The view itself: which device it shows, its title, its tabs, its size, and what it stores.
 #include "view_run.h"
 
+#include "cli/scenario/view_controls.h"
+
 #include <gtest/gtest.h>
 
 namespace qx5::test {
@@ -33,6 +35,10 @@ TEST(ViewFrame, OpensWithSixTabsOnTheStoredDevice)
     EXPECT_EQ(view.at("tabs"), Json::parse(R"(["Sonar Settings", "Sonar Gates", "Ocean Menu", "Data Recording",
                                                 "Sonar Steering", "Tracker"])"));
     EXPECT_EQ(view.at("tab"), 0);
+    for (auto const& control : cli::viewControls) {
+        EXPECT_TRUE(view.at(std::string(control.page)).contains(std::to_string(control.id)))
+            << control.page << " " << control.id;
+    }
     EXPECT_EQ(view.at("title"), "");
     EXPECT_EQ(view.at("scroll"), Json::parse("[0, 0]"));
     EXPECT_EQ(view.at("stored"), Json::parse("[1, 78, 1, 1]"));

@@ -305,8 +305,13 @@ void PingGroup::TakeTurns(Lock& lock)
             AwaitAndPause(lock, pinged, devices);
         }
         if (!anyPinged) {
-            // Whoever takes the last sonar out of the turn stops the thread in the same breath.
-            m_wake.wait(lock, [this] { return m_stopRequested != 0; });
+            // Whoever takes the last sonar out of the turn stops the thread in the same breath. One that was passed
+            // over may have come back while the lock was open further down the round.
+            m_wake.wait(lock, [this] {
+                return m_stopRequested != 0 ||
+                       std::any_of(m_members.begin(), m_members.end(),
+                                   [](PingMember const& each) { return each.bufferStatus == 0; });
+            });
         }
     }
 }

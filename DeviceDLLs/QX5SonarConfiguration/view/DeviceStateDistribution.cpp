@@ -240,8 +240,7 @@ void QX5SonarConfigurationView::ApplyValues(CAttributeMap const& tree)
         ApplySteeringValues();
     }
     m_settingsPage->UpdateTrackerLocks(tree);
-    m_oceanPage->LockLosses(ReadValue<keys::x5SystemMode>(tree, 0) == 1 &&
-                            ReadValue<keys::x5TrackerPowerGainEnabled>(tree, false));
+    m_oceanPage->LockLosses(qx5::IsTracking(tree) && ReadValue<keys::x5TrackerPowerGainEnabled>(tree, false));
     m_gatesPage->RefreshControls(tree);
     m_trackerPage->RefreshControls(tree);
 }

@@ -3,6 +3,7 @@
 
 #include "QX5SonarConfigurationView.h"
 #include "page_controls.h"
+#include "sonar_settings.h"
 #include "ui_QX5SonarSettingsPage.h"
 #include "value_text.h"
 
@@ -41,9 +42,6 @@ constexpr int quarterDegreesPerPage = 8;
 /// Values of "x5GainMode" that the page offers.
 constexpr int gainModeTimeVaried = 0;
 constexpr int gainModeFixed = 2;
-
-/// The value of "x5SystemMode" with which the tracker runs.
-constexpr int systemModeTracker = 1;
 
 /// Power of ten as an integer, 0 below 1; saturates.
 int PowerOfTen(double exponent)
@@ -422,7 +420,7 @@ void QX5SonarSettingsPage::ShowScanOption(int mounted, bool pingOnlyDuringScan)
 
 void QX5SonarSettingsPage::UpdateTrackerLocks(CAttributeMap const& tree)
 {
-    bool const tracks = ReadValue<keys::x5SystemMode>(tree, 0) == systemModeTracker;
+    bool const tracks = qx5::IsTracking(tree);
     bool const powerGain = tracks && ReadValue<keys::x5TrackerPowerGainEnabled>(tree, false);
     m_ui->id16929->setEnabled(!powerGain);
     m_ui->id16927->setEnabled(!powerGain);

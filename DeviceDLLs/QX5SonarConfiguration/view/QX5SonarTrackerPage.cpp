@@ -3,6 +3,7 @@
 
 #include "QX5SonarConfigurationView.h"
 #include "page_controls.h"
+#include "sonar_settings.h"
 #include "ui_QX5SonarTrackerPage.h"
 
 #include <VordalAttributesR/CVordalType.h>
@@ -13,13 +14,6 @@ namespace keys = qx5::protocol::keys;
 
 using qx5::HashedKey;
 using qx5::ReadValue;
-
-namespace {
-
-/// The value of "x5SystemMode" with which the tracker runs.
-constexpr int systemModeTracker = 1;
-
-} // namespace
 
 QX5SonarTrackerPage::QX5SonarTrackerPage(QX5SonarConfigurationView& view, QWidget* parent)
     : QWidget(parent), m_view(view), m_ui(std::make_unique<Ui::QX5SonarTrackerPage>())
@@ -76,7 +70,7 @@ void QX5SonarTrackerPage::AddSubscribedKeys(std::vector<CString>& keys)
 void QX5SonarTrackerPage::RefreshControls(CAttributeMap const& tree)
 {
     ResetEditState();
-    m_fields.trackerEnabled = ReadValue<keys::x5SystemMode>(tree, 0) == systemModeTracker;
+    m_fields.trackerEnabled = qx5::IsTracking(tree);
     m_fields.trackRange = ReadValue<keys::x5TrackerRangeEnabled>(tree, false);
     m_fields.trackPowerGain = ReadValue<keys::x5TrackerPowerGainEnabled>(tree, false);
     m_fields.trackPulseLength = ReadValue<keys::x5TrackerPulseLengthEnabled>(tree, false);
@@ -106,8 +100,9 @@ void QX5SonarTrackerPage::OnTrackerClicked()
 {
     UpdateData(CDataExchange::Direction::FromControls);
     CAttributeMap values;
-    values.Append(new CAttributeMap(HashedKey<keys::x5SystemMode>,
-                                    VordalTypeCreator::MakeValue(m_fields.trackerEnabled ? systemModeTracker : 0)));
+    values.Append(
+        new CAttributeMap(HashedKey<keys::x5SystemMode>,
+                          VordalTypeCreator::MakeValue(m_fields.trackerEnabled ? qx5::SystemModeTracker : 0)));
     m_view.SendRequest(values);
 }
 

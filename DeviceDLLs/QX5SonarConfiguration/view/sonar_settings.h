@@ -1,4 +1,5 @@
-// Where the limits of the operation mode in use stand in a device's tree.
+// What several pages read alike in a device's tree: the settings of the operation mode in use, whether the tracker
+// runs.
 #pragma once
 
 #include "page_controls.h"
@@ -20,6 +21,14 @@ inline CAttributeMap const& SelectedSampleRateSet(CAttributeMap const& tree, CAt
 {
     return settings.Find(HashedKey<protocol::keys::x5SampleRateSet>,
                          ReadValue<protocol::keys::x5SampleRateSelection>(tree, 0));
+}
+
+/// The value of "x5SystemMode" with which the tracker runs.
+inline constexpr int SystemModeTracker = 1;
+
+inline bool IsTracking(CAttributeMap const& tree)
+{
+    return ReadValue<protocol::keys::x5SystemMode>(tree, 0) == SystemModeTracker;
 }
 
 } // namespace qx5

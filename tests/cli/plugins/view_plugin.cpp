@@ -109,9 +109,12 @@ private:
         slider->setRange(5, 25);
         QObject::connect(slider, &TestSlider::Scrolled, slider, [this, slider](int kind, int position) {
             if (kind == 4 || kind == 5) {
+                // As it was told: the slider itself would bring it within its limits.
+                slider->setProperty("told", position);
                 slider->setValue(position);
             } else if (kind == 8) {
-                Send(L"x5Range", CVordalInt(slider->value()));
+                QVariant const told = slider->property("told");
+                Send(L"x5Range", CVordalInt(told.isValid() ? told.toInt() : slider->value()));
             } else {
                 Send(L"scroll", CVordalDouble2D(kind, position));
             }
