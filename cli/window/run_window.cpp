@@ -22,6 +22,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -107,7 +108,18 @@ private:
 /// What the toolkit has to say goes where the host's reports go; its remarks on the platform go nowhere.
 void TakeToolkitMessage(QtMsgType type, QMessageLogContext const&, QString const& text)
 {
-    if (type == QtCriticalMsg || type == QtFatalMsg) {
+    // What went wrong is said before what it comes to.
+    thread_local std::string reason;
+    if (type == QtWarningMsg) {
+        reason = text.simplified().toStdString();
+    }
+    if (type == QtFatalMsg) {
+        // The toolkit would abort: a display that is not there is nothing to leave a core file for.
+        Complain(ExitFailed, fmt::format("no window, the display does not open: {}; `qx5 run --guided` needs none",
+                                         reason.empty() ? text.simplified().toStdString() : reason));
+        std::_Exit(ExitFailed);
+    }
+    if (type == QtCriticalMsg) {
         vordal::Log(vordal::LogLevel::Error, "window: " + text.toStdString());
     }
 }

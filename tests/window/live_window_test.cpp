@@ -327,6 +327,11 @@ TEST(RunWindow, OpensByItselfEndsOnASignalAndSavesTheProject)
     std::filesystem::remove(file);
 }
 
+TEST(RunWindow, SaysInOneLineWhyTheDisplayDoesNotOpen)
+{
+    ExpectComplaint(Qx5({"run"}, {}, {"QT_QPA_PLATFORM=nonsense"}), 1, {"no window", "nonsense", "--guided"});
+}
+
 TEST(RunPicture, IsTakenWithoutADisplay)
 {
     auto const file = std::filesystem::path(::testing::TempDir()) / "picture.png";
