@@ -1,6 +1,7 @@
 // Contacts and their images: from the host's notification until the sonar has them, held against a bare send.
 #include "stage.h"
 
+#include "reference_host/base/path_text.h"
 #include "reference_host/targets/target_store.h"
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/records/shared_keys.h>
@@ -52,7 +53,7 @@ private:
 class Contacts
 {
 public:
-    explicit Contacts(Stage& stage) : m_stage(stage), m_targetFile((m_folder.Path() / "contacts.sts").wstring())
+    explicit Contacts(Stage& stage) : m_stage(stage), m_targetFile(vordal::TextOf(m_folder.Path() / "contacts.sts"))
     {
         {
             std::vector<char> const image(imageBytes, '\x5A');
@@ -65,8 +66,8 @@ public:
             stored[id].target.description = L"Boat, upright";
         }
         m_contact = stored[contactId];
-        m_contact.target.SetTempSonarContactGeoTiff(CString((m_folder.Path() / "image.tif").wstring()));
-        m_contact.target.SetGeoTIFF(CString((m_folder.Path() / "no.tif").wstring()));
+        m_contact.target.SetTempSonarContactGeoTiff(vordal::TextOf(m_folder.Path() / "image.tif"));
+        m_contact.target.SetGeoTIFF(vordal::TextOf(m_folder.Path() / "no.tif"));
         stored[contactId] = m_contact;
         vordal::TargetFile(m_folder.Path() / "contacts.sts", vordal::TargetFile::Missing::Create).Replace(stored);
 

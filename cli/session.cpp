@@ -15,6 +15,7 @@
 #include <tvcoreR/Utf8.h>
 
 #include "reference_host/attributes/host_keys.h"
+#include "reference_host/base/path_text.h"
 
 #include <array>
 #include <charconv>
@@ -29,14 +30,6 @@ namespace {
 
 constexpr wchar_t const* deviceClass = L"QX5SonarConfigurationControlDevice";
 constexpr char const* moduleName = "QX5SonarConfiguration.so";
-
-/// The folder that a project's file lies in, with the separator that names of other files follow.
-CString FolderOf(std::filesystem::path const& file)
-{
-    std::error_code problem;
-    std::filesystem::path const whole = std::filesystem::absolute(file, problem);
-    return CString((whole.parent_path() / "").wstring());
-}
 
 CDataId SonarId()
 {
@@ -187,7 +180,7 @@ bool Session::OpenProject(std::string const& file, std::string& error)
 {
     try {
         m_project = std::make_unique<vordal::ProjectStore>(file);
-        m_host.SetProjectFolder(FILE_SONAR_TARGETS, FolderOf(file));
+        m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
         for (vordal::StoredDevice const& stored : m_project->Load().devices) {
             if (stored.dataId == SonarId()) {
                 m_host.RunAndWait([&] {

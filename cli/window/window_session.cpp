@@ -1,6 +1,8 @@
 // The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
 #include "window_session.h"
 
+#include "reference_host/base/path_text.h"
+
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalConfigureR/DataSearch.h>
 #include <VordalMfc0R/ColorControl.h>
@@ -13,7 +15,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
 #include <utility>
 
 #include <fmt/format.h>
@@ -158,9 +159,7 @@ bool WindowSession::ReadProject(std::string const& file, std::string& error)
         error = failure.what();
         return false;
     }
-    std::error_code problem;
-    auto const whole = std::filesystem::absolute(file, problem);
-    m_host.SetProjectFolder(FILE_SONAR_TARGETS, CString((whole.parent_path() / "").wstring()));
+    m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
     auto const isHere = [&](CDataId const& id) {
         return std::any_of(m_fleet.begin(), m_fleet.end(), [&](FleetVessel const& vessel) {
             return std::any_of(vessel.sonars.begin(), vessel.sonars.end(),

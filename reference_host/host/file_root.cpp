@@ -1,18 +1,14 @@
 // Where the full names of files lead to.
 #include "reference_host/host/file_root.h"
 
+#include "reference_host/base/path_text.h"
 #include "reference_host/host/host_state.h"
-
-#include <tvcoreR/Utf8.h>
-
-#include <string>
 
 namespace vordal {
 
 std::filesystem::path PathOfFile(CString const& fullName)
 {
-    auto const utf8 = tvcore::ToUtf8(fullName);
-    if (utf8.empty() || utf8.find('\0') != std::string::npos) {
+    if (fullName.IsEmpty() || fullName.Find(L'\0') >= 0) {
         return {};
     }
     std::filesystem::path root;
@@ -20,7 +16,7 @@ std::filesystem::path PathOfFile(CString const& fullName)
         std::lock_guard const lock(host->mutex);
         root = host->fileRoot;
     }
-    std::filesystem::path named(std::u8string(utf8.begin(), utf8.end()));
+    auto const named = PathOf(fullName);
     if (root.empty()) {
         return named;
     }

@@ -1,6 +1,8 @@
 // Opening, checking and refusing a SQLite file, and its statements.
 #include "sqlite_file.h"
 
+#include "reference_host/base/path_text.h"
+
 #include <sqlite3.h>
 
 #include <cstdlib>
@@ -10,12 +12,6 @@ namespace vordal {
 namespace {
 
 constexpr int WaitMilliseconds = 2000; // for another program's change
-
-std::string Utf8Of(std::filesystem::path const& file)
-{
-    auto const text = file.u8string();
-    return {text.begin(), text.end()};
-}
 
 } // namespace
 

@@ -1,5 +1,6 @@
 // Contacts and their images over a live connection: real files, a real target file, another program that changes it.
 #include "QX5SonarConfigurationControlDevice.h"
+#include "reference_host/base/path_text.h"
 #include "reference_host/host/clock.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/log.h"
@@ -40,10 +41,10 @@ class LiveContacts : public ::testing::Test
 protected:
     LiveContacts()
     {
-        auto name = (fs::temp_directory_path() / "qx5-contacts-XXXXXX").string();
+        auto name = (fs::temp_directory_path() / "qx5 contacts s\u00f6\u00f1ar \u6c34-XXXXXX").string();
         EXPECT_NE(mkdtemp(name.data()), nullptr);
         folder = name;
-        targetFile = CString((folder / "wreck.sts").wstring());
+        targetFile = vordal::TextOf(folder / "wreck.sts");
         vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
         host.SetClock(&m_clock);
         host.SetTraffic(&m_traffic);
@@ -85,8 +86,8 @@ protected:
     {
         StoredTarget contact;
         contact.target.targetId = 7;
-        contact.target.SetTempSonarContactGeoTiff(CString(image.wstring()));
-        contact.target.SetGeoTIFF(CString(removed.wstring()));
+        contact.target.SetTempSonarContactGeoTiff(vordal::TextOf(image));
+        contact.target.SetGeoTIFF(vordal::TextOf(removed));
         return contact;
     }
     void Tell(std::uint32_t code)

@@ -1,5 +1,6 @@
 // Tests of the target store and of files by name: what goes in comes out, other programs are followed, damage is
 // refused.
+#include <reference_host/base/path_text.h>
 #include <reference_host/host/clock.h>
 #include <reference_host/host/host.h>
 #include <reference_host/host/host_observer.h>
@@ -130,7 +131,7 @@ class TargetsTest : public testing::Test
 protected:
     TargetsTest()
     {
-        auto name = (fs::temp_directory_path() / "qx5-targets-XXXXXX").string();
+        auto name = (fs::temp_directory_path() / "qx5 targets s\u00f6\u00f1ar \u6c34-XXXXXX").string();
         EXPECT_NE(mkdtemp(name.data()), nullptr);
         folder = name;
         file = folder / "wreck.sts";
@@ -171,7 +172,7 @@ protected:
             return error.what();
         }
     }
-    CString Name() const { return CString(file.wstring()); }
+    CString Name() const { return vordal::TextOf(file); }
     std::string Quoted() const { return "\"" + file.string() + "\""; }
 
     fs::path folder;
@@ -584,7 +585,7 @@ TEST_F(TargetStoreTest, ANewHostBeginsEmpty)
 TEST_F(TargetStoreTest, FilesAreReadFromStartToEnd)
 {
     auto const path = folder / "image.tif";
-    CString const name(path.wstring());
+    CString const name = vordal::TextOf(path);
     Write(path, "0123456789");
     HugeFileStream stream;
     char buffer[16] = {};
@@ -612,7 +613,7 @@ TEST_F(TargetStoreTest, AFileBeyondFourGigabytesTellsItsSize)
     Write(path, "II*");
     fs::resize_file(path, (std::uintmax_t{1} << 32) + 5); // sparse
     HugeFileStream stream;
-    ASSERT_TRUE(stream.Open(CString(path.wstring()), false, false));
+    ASSERT_TRUE(stream.Open(vordal::TextOf(path), false, false));
     EXPECT_EQ(stream.GetSize(), (std::uint64_t{1} << 32) + 5);
     char buffer[5] = {'x', 'x', 'x', 'x', 'x'};
     EXPECT_EQ(stream.Read(buffer, 5), 5U);
@@ -622,7 +623,7 @@ TEST_F(TargetStoreTest, AFileBeyondFourGigabytesTellsItsSize)
 TEST_F(TargetStoreTest, WhatIsNoFileIsNotOpened)
 {
     HugeFileStream stream;
-    auto const opens = [&](fs::path const& path) { return stream.Open(CString(path.wstring()), false, false); };
+    auto const opens = [&](fs::path const& path) { return stream.Open(vordal::TextOf(path), false, false); };
     EXPECT_FALSE(opens(folder / "missing"));
     EXPECT_FALSE(fs::exists(folder / "missing"));
     EXPECT_FALSE(opens(folder));
@@ -642,7 +643,7 @@ TEST_F(TargetStoreTest, WhatIsNoFileIsNotOpened)
 TEST_F(TargetStoreTest, FilesAreRemovedByName)
 {
     auto const path = folder / "image.tif";
-    CString const name(path.wstring());
+    CString const name = vordal::TextOf(path);
     Write(path, "x");
     EXPECT_TRUE(HugeFileStream::Remove(name));
     EXPECT_FALSE(fs::exists(path));
@@ -666,7 +667,7 @@ TEST_F(TargetStoreTest, NoNameLeadsOutOfTheFileRoot)
         EXPECT_FALSE(stream.Open(name, false, false)) << CString(name).GetLength();
         EXPECT_FALSE(HugeFileStream::Remove(name));
     }
-    EXPECT_FALSE(stream.Open(CString((folder / "outside").wstring()), false, false));
+    EXPECT_FALSE(stream.Open(vordal::TextOf(folder / "outside"), false, false));
     for (auto const* name : {L"inside", L"/inside", L"/../../inside", L"//inside"}) {
         EXPECT_TRUE(stream.Open(name, false, false)) << CString(name).GetLength();
     }

@@ -5,11 +5,13 @@
 #include <VordalBaseR/CExTime.h>
 #include <VordalBaseR/FileObject.h>
 #include <VordalBaseR/TimeX5.h>
+#include <reference_host/base/path_text.h>
 #include <tvcoreR/Utf8.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -155,6 +157,21 @@ TEST(Configuration, SectionsItemsAndTrees)
     EXPECT_TRUE(file.SetAttributeMap(L"s", tree));
     EXPECT_TRUE(file.GetAttributeMap(L"s", read));
     EXPECT_TRUE(read.Has(L"x"));
+}
+
+TEST(PathTexts, ArePathsInUtf8)
+{
+    CString const text = L"/s\u00f6\u00f1ar \u6c34/b.qx5";
+    std::filesystem::path const path("/s\xC3\xB6\xC3\xB1"
+                                     "ar \xE6\xB0\xB4/b.qx5");
+    EXPECT_EQ(vordal::TextOf(path), text);
+    EXPECT_EQ(vordal::PathOf(text), path);
+    EXPECT_EQ(vordal::Utf8Of(path), path.native());
+    EXPECT_EQ(vordal::FolderOf(path), L"/s\u00f6\u00f1ar \u6c34/");
+    EXPECT_EQ(vordal::TextOf(std::filesystem::path("s\xF6.tif")), L"s\uFFFD.tif");
+    EXPECT_EQ(vordal::TextOf({}), L"");
+    // From the root on, wherever the program stands.
+    EXPECT_EQ(vordal::FolderOf("b.qx5"), vordal::TextOf(std::filesystem::current_path() / ""));
 }
 
 } // namespace

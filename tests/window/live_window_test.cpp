@@ -346,5 +346,22 @@ TEST(RunPicture, IsTakenWithoutADisplay)
     ExpectComplaint(Qx5({"run", "--screenshot", "/nowhere/picture.png"}), 1, {"/nowhere/picture.png"});
 }
 
+TEST(RunPicture, LiesBesideItsProjectInAFolderOfAnyNameWhateverTheLocale)
+{
+    auto const folder = std::filesystem::path(::testing::TempDir()) / "qx5 window s\u00f6\u00f1ar \u6c34";
+    std::filesystem::create_directory(folder);
+    for (std::string const locale : {"C", "C.UTF-8"}) {
+        auto const picture = (folder / ("\u6c34 " + locale + ".png")).string();
+        auto const project = folder / ("\u00f6 " + locale + ".qx5");
+        auto const taken = Qx5({"run", "--screenshot", picture, "--project", project.string()}, {},
+                               {"LC_ALL=" + locale, "LANG=" + locale});
+        EXPECT_EQ(taken.code, 0) << taken.err;
+        EXPECT_EQ(taken.err, "") << locale;
+        EXPECT_TRUE(std::filesystem::exists(picture)) << locale;
+        EXPECT_TRUE(std::filesystem::exists(project)) << locale;
+    }
+    std::filesystem::remove_all(folder);
+}
+
 } // namespace
 } // namespace qx5::test

@@ -203,7 +203,7 @@ TEST_F(MonitorTest, WhatItSavesCanBeDecoded)
     cut.totalBytes = 5000000;
     content.frames.push_back(cut);
     monitor.Model().Append(std::move(content));
-    auto const file = std::filesystem::path(::testing::TempDir()) / "saved-records.txt";
+    auto const file = std::filesystem::path(::testing::TempDir()) / "saved s\u00f6\u00f1ar \u6c34.txt";
     QString error;
     ASSERT_TRUE(monitor.Model().SaveTo(QString::fromStdString(file.string()), error)) << error.toStdString();
     auto const decoded = Qx5({"decode", file.string()});
