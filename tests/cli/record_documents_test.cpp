@@ -83,9 +83,8 @@ TEST_F(RecordDocuments, TheTablesHoldEveryRecordAndKey)
 TEST_F(RecordDocuments, LuaReadsTheDissector)
 {
     std::string const compiler = QX5_LUA_COMPILER;
-    if (compiler.empty()) {
-        GTEST_SKIP() << "there is no Lua (Debian's package lua5.3)";
-    }
+    ASSERT_NE(compiler, "")
+        << "there is no Lua: install Debian's package lua5.3 and configure again, as ./dev test does";
     auto const parsed = RunToEnd({compiler, "-p", Write("x5.lua", cli::WiresharkDissector())});
     EXPECT_EQ(parsed.code, 0) << parsed.err;
 }
@@ -94,9 +93,8 @@ TEST_F(RecordDocuments, TheDissectorTakesCapturedTrafficApart)
 {
     std::string const shark = QX5_TSHARK;
     std::string const capturer = QX5_TEXT2PCAP;
-    if (shark.empty() || capturer.empty()) {
-        GTEST_SKIP() << "there is no tshark (Debian's package of that name)";
-    }
+    ASSERT_TRUE(!shark.empty() && !capturer.empty())
+        << "there is no tshark: install Debian's package of that name and configure again, as ./dev test does";
     // A range of 50 m, then a beam steering of 10 and -10 degrees that lies in two segments.
     auto const dump = Write("dump.txt", "000000 05 00 3c 00 ff ff 00 00 60 00 00 00 00 00 00 00\n"
                                         "000010 00 00 00 00 e7 07 3e 01 00 00 a0 41 16 0d 01 00\n"

@@ -327,6 +327,28 @@ TEST(RunWindow, OpensByItselfEndsOnASignalAndSavesTheProject)
     std::filesystem::remove(file);
 }
 
+TEST(RunWindow, OpensWhereThereIsAWaylandDisplayAlone)
+{
+    ASSERT_STRNE(QX5_WESTON, "") << "there is no weston: install Debian's package of that name and configure again, as "
+                                    "./dev test does";
+    auto folder = (std::filesystem::temp_directory_path() / "qx5-wayland-XXXXXX").string();
+    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    std::string const home = "XDG_RUNTIME_DIR=" + folder;
+    {
+        ChildProcess display({QX5_WESTON, "--backend=headless-backend.so", "--socket=qx5", "--no-config"}, {home});
+        ASSERT_TRUE(display.WaitForError("weston-desktop-shell'")) << display.Errors();
+        ChildProcess program({QX5_PROGRAM, "run"},
+                             {home, "WAYLAND_DISPLAY=qx5", "DISPLAY=", "QT_QPA_PLATFORM=", "WAYLAND_DEBUG=1"});
+        ASSERT_TRUE(program.WaitForOutput("The window is open; ")) << program.Output() << program.Errors();
+        EXPECT_TRUE(program.WaitForError("xdg_toplevel")) << program.Errors();
+        program.Signal(SIGTERM);
+        EXPECT_EQ(program.WaitForEnd(), 0) << program.Errors();
+        display.Signal(SIGTERM);
+        EXPECT_TRUE(display.WaitForEnd().has_value());
+    }
+    std::filesystem::remove_all(folder);
+}
+
 TEST(RunWindow, SaysInOneLineWhyTheDisplayDoesNotOpen)
 {
     ExpectComplaint(Qx5({"run"}, {}, {"QT_QPA_PLATFORM=nonsense"}), 1, {"no window", "nonsense", "--guided"});
