@@ -30,8 +30,8 @@ be_root() {
 
 # apt_get ARGUMENTS...: what it says is left in `said`. While another program holds the package system it waits.
 apt_get() {
-    local _
-    for _ in {1..120}; do
+    local tries=120
+    while ((tries-- > 0)); do
         # Set here, as sudo hands on none of the caller's variables.
         said=$("${as_root[@]}" env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get -qq "$@" 2>&1) && return
         case "$said" in
