@@ -20,6 +20,8 @@ struct LineWatch
     std::chrono::seconds keepaliveInterval{1};
     /// Unanswered questions after which the connection is lost; counts only where `unacknowledged` is 0.
     int keepaliveCount = 2;
+
+    friend bool operator==(LineWatch const&, LineWatch const&) = default;
 };
 
 namespace platform {
