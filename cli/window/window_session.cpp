@@ -200,7 +200,7 @@ vordal::StoredProject WindowSession::ProjectOfFleet() const
         for (FleetSonar const& sonar : vessel.sonars) {
             // A port of its own, named by the sonar: other sonars of the project keep theirs.
             CString const port = CString(L"port ") + sonar.id.GetKey();
-            project.ports.push_back({port, CString(protocol::DecodeUtf8(sonar.host)), sonar.port});
+            project.ports.push_back({port, CString(protocol::DecodeUtf8(sonar.host)), sonar.port, {}});
             auto const* const known = FindBy(m_project.devices, &vordal::StoredDevice::dataId, sonar.id);
             project.devices.push_back({.dataId = sonar.id,
                                        .className = deviceClass,

@@ -3,6 +3,7 @@
 
 #include "name_look_up.h"
 #include "send_gathering.h"
+#include "sent_frames.h"
 
 #include "reference_host/platform/large_pages.h"
 
@@ -249,8 +250,8 @@ public:
         counters.bytesIn = m_bytesIn.load(std::memory_order_relaxed);
         counters.bytesSkipped = m_bytesSkipped.load(std::memory_order_relaxed);
         std::lock_guard const lock(m_sendMutex);
-        counters.framesOut = m_framesOut;
-        counters.bytesOut = m_bytesOut;
+        counters.framesOut = m_sent.Frames();
+        counters.bytesOut = m_sent.Bytes();
         return counters;
     }
 
@@ -298,7 +299,7 @@ private:
                 } else if (!SendQueueLocked()) {
                     return 0;
                 }
-                return CountAcceptedLocked(frame.size());
+                return CountAcceptedLocked(frame);
             }
             if (!SendQueueLocked()) {
                 return 0;
@@ -320,7 +321,7 @@ private:
                 DrainLocked();
             }
         }
-        return CountAcceptedLocked(frame.size());
+        return CountAcceptedLocked(frame);
     }
 
     std::size_t QueuedLocked() const { return m_queue.size() - m_queueHead; }
@@ -339,10 +340,10 @@ private:
         m_largeRest -= std::min(m_largeRest, sent);
     }
 
-    std::uint64_t CountAcceptedLocked(std::size_t size)
+    std::uint64_t CountAcceptedLocked(std::span<unsigned char const> frame)
     {
-        m_bytesOut += size;
-        return ++m_framesOut;
+        m_sent.Add(frame);
+        return m_sent.Frames();
     }
 
     /// How much the system took, which may be nothing; `error` only when the connection is broken.
@@ -460,7 +461,7 @@ private:
                 return;
             }
             if (error || !self->DrainOnLinkThread(error)) {
-                self->LoseOnLinkThread(attempt, error.message());
+                self->LoseOnLinkThread(attempt, error);
             }
         });
     }
@@ -506,7 +507,7 @@ private:
     {
         m_connected.store(false, std::memory_order_release);
         asio::post(m_context, [self = shared_from_this(), attempt = m_socketAttempt, error] {
-            self->LoseOnLinkThread(attempt, error.message());
+            self->LoseOnLinkThread(attempt, error);
         });
     }
 
@@ -607,10 +608,10 @@ private:
             FailOnLinkThread(attempt, error.message());
             return;
         }
-        // A socket without these works, only slower to send or to notice a silent death.
+        // A socket without this works, only slower to send.
         asio::error_code ignored;
         m_candidate.set_option(tcp::no_delay(true), ignored);
-        m_candidate.set_option(asio::socket_base::keep_alive(true), ignored);
+        platform::WatchLine(m_candidate.native_handle(), m_options.watch);
         if (m_options.systemBufferBytes > 0) {
             m_candidate.set_option(asio::socket_base::send_buffer_size(m_options.systemBufferBytes), ignored);
             m_candidate.set_option(asio::socket_base::receive_buffer_size(m_options.systemBufferBytes), ignored);
@@ -661,8 +662,7 @@ private:
                 }
             }
             if (error) {
-                self->LoseOnLinkThread(attempt,
-                                       error == asio::error::eof ? "the sonar closed the connection" : error.message());
+                self->LoseOnLinkThread(attempt, error);
             } else {
                 self->ReadOnLinkThread();
             }
@@ -750,6 +750,26 @@ private:
 
     // Losing, waiting, closing.
 
+    /// What the sonar has not acknowledged of all that was sent, in one line; empty when it has all.
+    std::string UnacknowledgedOnLinkThread()
+    {
+        std::lock_guard const lock(m_sendMutex);
+        return m_sent.TellUnacknowledged(QueuedLocked() + platform::UnacknowledgedBytes(m_socket.native_handle()));
+    }
+
+    /// Why a connection that stood is gone.
+    std::string ReasonOf(asio::error_code error) const
+    {
+        if (error == asio::error::eof) {
+            return "the sonar closed the connection";
+        }
+        if (error == asio::error::timed_out && m_options.watch.unacknowledged.count() > 0) {
+            return "the sonar acknowledged nothing for " + std::to_string(m_options.watch.unacknowledged.count()) +
+                   " ms";
+        }
+        return error.message();
+    }
+
     /// Takes the socket away from senders and closes it.
     void DisconnectOnLinkThread()
     {
@@ -762,19 +782,23 @@ private:
         DropQueueLocked();
     }
 
-    void LoseOnLinkThread(std::uint64_t attempt, std::string const& reason)
+    void LoseOnLinkThread(std::uint64_t attempt, asio::error_code error)
     {
         if (attempt != m_attempt || !m_isConnected) {
             return;
         }
+        auto const unacknowledged = UnacknowledgedOnLinkThread();
         DisconnectOnLinkThread();
         m_reader.Reset();
         if (m_proven || std::chrono::steady_clock::now() - m_connectedAt >= m_options.provenAfter) {
             m_backOff.Reset();
         }
-        auto const text = Where() + ": " + reason;
+        auto const text = Where() + ": " + ReasonOf(error);
         auto const current = ++m_attempt;
         Tell({LinkState::Lost, text, {}});
+        if (current == m_attempt && !unacknowledged.empty()) {
+            m_listener->OnLinkReport(Where() + ": " + unacknowledged);
+        }
         if (current == m_attempt) {
             WaitOnLinkThread(text);
         }
@@ -884,8 +908,7 @@ private:
     /// The link thread waits for the system to take the queue; otherwise what is queued is held back by its sender.
     bool m_draining = false;
     bool m_heldWatched = false;
-    std::uint64_t m_framesOut = 0;
-    std::uint64_t m_bytesOut = 0;
+    SentFrames m_sent;
 
     mutable std::mutex m_statusMutex;
     LinkStatus m_status;

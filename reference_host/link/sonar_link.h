@@ -5,6 +5,8 @@
 
 #include "back_off.h"
 
+#include "reference_host/platform/line_watch.h"
+
 #include <protocol/frame.h>
 
 #include <chrono>
@@ -72,7 +74,8 @@ public:
     virtual void OnLinkStatus(LinkStatus const& status) = 0;
     /// One complete, checked frame; its bytes are valid during the call. `time` is host time in seconds.
     virtual void OnLinkFrame(qx5::protocol::FrameView const& frame, double time) = 0;
-    /// One line worth keeping in the log, such as the first garbage of a connection.
+    /// One line worth keeping in the log, such as the first garbage of a connection, or what a connection took with it
+    /// when it was lost: records that were sent and that the sonar's system did not acknowledge.
     virtual void OnLinkReport(std::string_view line) = 0;
 };
 
@@ -124,6 +127,7 @@ struct LinkOptions
     std::size_t greatestIncomingFrame = std::size_t{16} << 20;
     /// A frame that was begun and gets no further byte for so long is damage: its reader goes on inside of it.
     std::chrono::milliseconds idleLimit{5000};
+    LineWatch watch;
     BackOffSchedule backOff;
     /// For one attempt, name look-up included.
     std::chrono::milliseconds connectTimeout{5000};

@@ -13,8 +13,10 @@ target_link_libraries(vordal_asio INTERFACE Threads::Threads)
 # The transport knows nothing of the rest of the host and is tested without it.
 add_library(vordal_sonar_link OBJECT
   "${CMAKE_CURRENT_LIST_DIR}/../platform/large_pages.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/../platform/line_watch.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/name_look_up.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/send_gathering.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/sent_frames.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sonar_link.cpp")
 target_compile_definitions(vordal_sonar_link PRIVATE VORDAL_HOST_BUILD)
 target_include_directories(vordal_sonar_link PUBLIC "${PROJECT_SOURCE_DIR}")

@@ -20,6 +20,7 @@ OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project)
         LinkOptions options;
         options.host = tvcore::ToUtf8(stored.host);
         options.port = stored.tcpPort;
+        options.watch = stored.watch;
         m_ports.push_back(std::make_unique<X5Port>(m_host, thread, stored.name, options));
     }
     m_host.RunAndWait([this] {

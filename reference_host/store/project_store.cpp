@@ -22,26 +22,67 @@ namespace {
 
 // The file's header bears both: "QX5P", and the version of the tables below.
 constexpr std::int64_t ApplicationId = 0x51583550;
-constexpr std::int64_t FormatVersion = 2;
+constexpr std::int64_t FormatVersion = 3;
 
+// Each row bears the checksum of the columns before it, null while a transaction has not sealed it yet.
 // clang-format off
 constexpr char const* Tables[] = {
-    R"(CREATE TABLE port(position INTEGER PRIMARY KEY, name TEXT NOT NULL, host TEXT NOT NULL, tcp_port INTEGER NOT NULL))",
+    R"(CREATE TABLE port(position INTEGER PRIMARY KEY, name TEXT NOT NULL, host TEXT NOT NULL, tcp_port INTEGER NOT NULL,
+                         unacknowledged_ms INTEGER NOT NULL DEFAULT 2000, keepalive_idle_s INTEGER NOT NULL DEFAULT 1,
+                         keepalive_interval_s INTEGER NOT NULL DEFAULT 1, keepalive_count INTEGER NOT NULL DEFAULT 2,
+                         checksum INTEGER))",
     R"(CREATE TABLE device(position INTEGER PRIMARY KEY, id TEXT NOT NULL UNIQUE, class TEXT NOT NULL, name TEXT NOT NULL,
-                           port TEXT NOT NULL, enabled INTEGER NOT NULL, attributes BLOB NOT NULL))",
+                           port TEXT NOT NULL, enabled INTEGER NOT NULL, attributes BLOB NOT NULL, checksum INTEGER))",
     R"(CREATE TABLE computation(position INTEGER PRIMARY KEY, id TEXT NOT NULL, type INTEGER NOT NULL,
-                                stream TEXT NOT NULL, attributes BLOB NOT NULL))",
+                                stream TEXT NOT NULL, attributes BLOB NOT NULL, checksum INTEGER))",
     R"(CREATE TABLE computation_device(computation INTEGER NOT NULL, position INTEGER NOT NULL, device TEXT NOT NULL,
-                                       PRIMARY KEY(computation, position)))",
-    R"(CREATE TABLE vessel(position INTEGER PRIMARY KEY, number INTEGER NOT NULL, name TEXT NOT NULL))",
+                                       checksum INTEGER, PRIMARY KEY(computation, position)))",
+    R"(CREATE TABLE vessel(position INTEGER PRIMARY KEY, number INTEGER NOT NULL, name TEXT NOT NULL, checksum INTEGER))",
     R"(CREATE TABLE vessel_item(vessel INTEGER NOT NULL, section TEXT NOT NULL, item TEXT NOT NULL, text TEXT NOT NULL,
-                                PRIMARY KEY(vessel, section, item)))",
-    R"(CREATE TABLE view(name TEXT PRIMARY KEY, shown BLOB NOT NULL))",
-    R"(CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL))",
+                                checksum INTEGER, PRIMARY KEY(vessel, section, item)))",
+    R"(CREATE TABLE view(name TEXT PRIMARY KEY, shown BLOB NOT NULL, checksum INTEGER))",
+    R"(CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL, checksum INTEGER))",
+    R"(CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL, checksum INTEGER))",
+};
+/// What turns format 1 into 2, and 2 into 3.
+constexpr char const* ToSecondFormat[] = {
+    "CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL)",
+};
+constexpr char const* ToThirdFormat[] = {
+    "ALTER TABLE port ADD COLUMN unacknowledged_ms INTEGER NOT NULL DEFAULT 2000",
+    "ALTER TABLE port ADD COLUMN keepalive_idle_s INTEGER NOT NULL DEFAULT 1",
+    "ALTER TABLE port ADD COLUMN keepalive_interval_s INTEGER NOT NULL DEFAULT 1",
+    "ALTER TABLE port ADD COLUMN keepalive_count INTEGER NOT NULL DEFAULT 2",
+    "ALTER TABLE port ADD COLUMN checksum INTEGER",
+    "ALTER TABLE device ADD COLUMN checksum INTEGER",
+    "ALTER TABLE computation ADD COLUMN checksum INTEGER",
+    "ALTER TABLE computation_device ADD COLUMN checksum INTEGER",
+    "ALTER TABLE vessel ADD COLUMN checksum INTEGER",
+    "ALTER TABLE vessel_item ADD COLUMN checksum INTEGER",
+    "ALTER TABLE view ADD COLUMN checksum INTEGER",
+    "ALTER TABLE setting ADD COLUMN checksum INTEGER",
+    "ALTER TABLE window ADD COLUMN checksum INTEGER",
 };
 // clang-format on
-/// Since format 2.
-constexpr char const* WindowTable = "CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL)";
+
+/// All columns of a table that its checksum covers.
+struct SealedTable
+{
+    std::string name;
+    std::string columns;
+};
+SealedTable const SealedTables[] = {
+    {"port", "position, name, host, tcp_port, unacknowledged_ms, keepalive_idle_s, keepalive_interval_s, "
+             "keepalive_count"},
+    {"device", "position, id, class, name, port, enabled, attributes"},
+    {"computation", "position, id, type, stream, attributes"},
+    {"computation_device", "computation, position, device"},
+    {"vessel", "position, number, name"},
+    {"vessel_item", "vessel, section, item, text"},
+    {"view", "name, shown"},
+    {"setting", "name, value"},
+    {"window", "name, state"},
+};
 
 [[noreturn]] void RefuseStore(std::string const& line)
 {
@@ -129,18 +170,21 @@ public:
         : m_file(file, Format, missing == Missing::Create ? SqliteFile::Missing::Create : SqliteFile::Missing::Refuse,
                  SqliteFile::Check::Whole)
     {
+        m_file.AddChecksumFunction();
         m_file.RequireWritable();
         Run("PRAGMA synchronous=FULL");
         if (m_file.IsNew()) {
-            m_file.MakeTables([this] {
-                for (auto const* const table : Tables) {
-                    Run(table);
-                }
-                Run(WindowTable);
-            });
+            m_file.MakeTables([this] { RunAll(Tables); });
         } else if (m_file.IsOlder()) {
-            m_file.BringUpToDate([this] { Run(WindowTable); });
+            m_file.BringUpToDate([this] {
+                if (m_file.Number("PRAGMA user_version") < 2) {
+                    RunAll(ToSecondFormat);
+                }
+                RunAll(ToThirdFormat);
+                Seal();
+            });
         }
+        RequireSeals();
     }
 
     Statement Sql(char const* sql) { return Statement(m_file, sql); }
@@ -150,10 +194,38 @@ public:
     template <typename Action>
     void InTransaction(Action action)
     {
-        m_file.InTransaction(action);
+        m_file.InTransaction([&] {
+            action();
+            Seal();
+        });
     }
 
 private:
+    template <std::size_t Count>
+    void RunAll(char const* const (&statements)[Count])
+    {
+        for (auto const* const statement : statements) {
+            Run(statement);
+        }
+    }
+
+    void Seal()
+    {
+        for (auto const& [table, columns] : SealedTables) {
+            m_file.Run("UPDATE " + table + " SET checksum=checksum(" + columns + ") WHERE checksum IS NULL");
+        }
+    }
+
+    void RequireSeals()
+    {
+        for (auto const& [table, columns] : SealedTables) {
+            if (m_file.Number("SELECT count(*) FROM " + table + " WHERE checksum IS NOT checksum(" + columns + ")") >
+                0) {
+                m_file.RefuseDamaged("a row of its table \"" + table + "\" is not as it was saved");
+            }
+        }
+    }
+
     SqliteFile m_file;
 };
 
@@ -165,7 +237,7 @@ void InsertDevice(Store& store, StoredDevice const& device)
     store
         .Sql("INSERT INTO device(id, class, name, port, enabled, attributes) VALUES(?, ?, ?, ?, ?, ?) "
              "ON CONFLICT(id) DO UPDATE SET class=excluded.class, name=excluded.name, port=excluded.port, "
-             "enabled=excluded.enabled, attributes=excluded.attributes")
+             "enabled=excluded.enabled, attributes=excluded.attributes, checksum=NULL")
         .Bind(device.dataId)
         .Bind(device.className)
         .Bind(device.name)
@@ -202,8 +274,13 @@ StoredProject ProjectStore::Load()
         }
     } const end{*m_impl};
 
-    for (auto row = m_impl->Sql("SELECT name, host, tcp_port FROM port ORDER BY position"); row.Step();) {
-        project.ports.push_back({row.Text(0), row.Text(1), row.Small<std::uint16_t>(2)});
+    for (auto row = m_impl->Sql("SELECT name, host, tcp_port, unacknowledged_ms, keepalive_idle_s, "
+                                "keepalive_interval_s, keepalive_count FROM port ORDER BY position");
+         row.Step();) {
+        LineWatch const watch{std::chrono::milliseconds(row.Small<std::uint32_t>(3)),
+                              std::chrono::seconds(row.Small<std::uint32_t>(4)),
+                              std::chrono::seconds(row.Small<std::uint32_t>(5)), row.Small<std::uint16_t>(6)};
+        project.ports.push_back({row.Text(0), row.Text(1), row.Small<std::uint16_t>(2), watch});
     }
     for (auto row = m_impl->Sql("SELECT id, class, name, port, enabled, attributes FROM device ORDER BY position");
          row.Step();) {
@@ -257,10 +334,16 @@ void ProjectStore::Save(StoredProject const& project)
             m_impl->Run(table);
         }
         for (auto const& port : project.ports) {
-            m_impl->Sql("INSERT INTO port(name, host, tcp_port) VALUES(?, ?, ?)")
+            m_impl
+                ->Sql("INSERT INTO port(name, host, tcp_port, unacknowledged_ms, keepalive_idle_s, "
+                      "keepalive_interval_s, keepalive_count) VALUES(?, ?, ?, ?, ?, ?, ?)")
                 .Bind(port.name)
                 .Bind(port.host)
                 .Bind(std::int64_t{port.tcpPort})
+                .Bind(std::int64_t{port.watch.unacknowledged.count()})
+                .Bind(std::int64_t{port.watch.keepaliveIdle.count()})
+                .Bind(std::int64_t{port.watch.keepaliveInterval.count()})
+                .Bind(std::int64_t{port.watch.keepaliveCount})
                 .Step();
         }
         for (auto const& device : project.devices) {
@@ -325,7 +408,7 @@ bool ProjectStore::SaveAttributes(CDataId const& dataId, CAttributeMap const& at
 {
     bool found = false;
     m_impl->InTransaction([&] {
-        m_impl->Sql("UPDATE device SET attributes=? WHERE id=?").Bind(attributes).Bind(dataId).Step();
+        m_impl->Sql("UPDATE device SET attributes=?, checksum=NULL WHERE id=?").Bind(attributes).Bind(dataId).Step();
         found = m_impl->Changes() > 0;
     });
     return found;

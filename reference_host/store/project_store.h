@@ -3,6 +3,7 @@
 #pragma once
 
 #include "reference_host/host/host.h"
+#include "reference_host/platform/line_watch.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CDataId.h>
@@ -31,6 +32,7 @@ struct StoredPort
     CString name;
     CString host;
     std::uint16_t tcpPort = 0;
+    LineWatch watch;
 };
 
 struct StoredDevice
@@ -62,7 +64,8 @@ struct StoredProject
 /// U+FFFD; attribute trees keep all that they have. One thread at a time.
 ///
 /// All operations throw StoreError and leave the file as it was. A file that is damaged, no project, or written by a
-/// newer version is refused when it is opened, and not touched; one of an older version is brought up to date.
+/// newer version is refused when it is opened, and not touched; one of an older version is brought up to date. Each row
+/// bears a checksum of its values, so that a single changed bit counts as damage.
 class VORDAL_API ProjectStore
 {
 public:

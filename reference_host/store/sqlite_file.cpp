@@ -4,14 +4,35 @@
 #include "reference_host/base/path_text.h"
 
 #include <sqlite3.h>
+#include <zlib.h>
 
 #include <cstdlib>
+#include <span>
 #include <system_error>
 
 namespace vordal {
 namespace {
 
 constexpr int WaitMilliseconds = 2000; // for another program's change
+
+/// Numbers are taken as their decimal text, so that the sum is the same on every platform.
+void Checksum(sqlite3_context* context, int count, sqlite3_value** values)
+{
+    auto sum = crc32(0, nullptr, 0);
+    for (auto* const value : std::span(values, static_cast<std::size_t>(count))) {
+        auto const type = static_cast<unsigned char>(sqlite3_value_type(value));
+        auto const* const bytes = type == SQLITE_BLOB ? static_cast<unsigned char const*>(sqlite3_value_blob(value))
+                                                      : sqlite3_value_text(value);
+        auto const size = std::to_string(sqlite3_value_bytes(value));
+        sum = crc32_z(sum, &type, 1);
+        // With its end, so that one value's last digit is not the next one's first.
+        sum = crc32_z(sum, reinterpret_cast<unsigned char const*>(size.c_str()), size.size() + 1);
+        if (bytes != nullptr) {
+            sum = crc32_z(sum, bytes, static_cast<std::size_t>(sqlite3_value_bytes(value)));
+        }
+    }
+    sqlite3_result_int64(context, static_cast<std::int64_t>(sum));
+}
 
 } // namespace
 
@@ -110,6 +131,14 @@ void SqliteFile::RequireWritable() const
     if (sqlite3_db_readonly(m_database, "main") == 1) {
         CheckResult(SQLITE_READONLY);
     }
+}
+
+void SqliteFile::AddChecksumFunction()
+{
+    constexpr int AnyNumberOfArguments = -1;
+    CheckResult(sqlite3_create_function_v2(m_database, "checksum", AnyNumberOfArguments,
+                                           SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS, nullptr, Checksum,
+                                           nullptr, nullptr, nullptr));
 }
 
 void SqliteFile::Run(std::string_view sql)

@@ -83,6 +83,10 @@ public:
     [[noreturn]] void
     RefuseDamaged(std::string const& what) const; ///< says: "FILE" is damaged: what; it is left as it is
 
+    /// Makes the function `checksum(...)` known to this file's statements: a number over kind and content of any
+    /// values.
+    void AddChecksumFunction();
+
     sqlite3* Database() const { return m_database; }
     /// Throws for any result but that of success.
     void CheckResult(int result) const;

@@ -3,6 +3,7 @@
 
 #include <reference_host/link/fault_injection.h>
 #include <reference_host/link/send_gathering.h>
+#include <reference_host/link/sent_frames.h>
 
 #include <gtest/gtest.h>
 
@@ -308,6 +309,131 @@ TEST(SonarLink, WhatThisSideDoesNotReadIsNotUnfinished)
     std::promise<void> done;
     thread.Post([&] { done.set_value(); });
     done.get_future().wait();
+}
+
+/// A remote-control record of one command without payload, byte by byte.
+Bytes Command(std::uint16_t id)
+{
+    Bytes data(24, 0);
+    data[0] = data[4] = static_cast<unsigned char>(id & 0xFFU);
+    data[1] = data[5] = static_cast<unsigned char>(id >> 8);
+    auto frame = Frame(data);
+    frame[32] = 0x4C; // 7500
+    frame[33] = 0x1D;
+    return frame;
+}
+
+struct LostLine
+{
+    std::chrono::steady_clock::duration after;
+    std::string reason;
+    std::vector<std::string> reports;
+};
+
+/// Connects, lets the peer vanish, sends, and tells how the link took it.
+LostLine LoseToSilence(LineWatch const& watch, std::vector<Bytes> const& frames)
+{
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    auto options = OptionsFor(peer.Port());
+    options.watch = watch;
+    SonarLink link(thread, options, listener);
+    link.Open();
+    EXPECT_TRUE(listener.WaitForState(LinkState::Connected));
+    EXPECT_TRUE(peer.WaitForConnections(1));
+    EXPECT_TRUE(link.Send(Command(1000)));
+    EXPECT_TRUE(peer.WaitForBytes(92));
+    peer.Vanish();
+    auto const begun = std::chrono::steady_clock::now();
+    for (auto const& frame : frames) {
+        EXPECT_TRUE(link.Send(frame));
+    }
+    EXPECT_TRUE(listener.WaitForState(LinkState::Lost));
+    LostLine lost{std::chrono::steady_clock::now() - begun, {}, {}};
+    EXPECT_TRUE(listener.WaitForState(LinkState::Waiting));
+    for (auto const& status : listener.Statuses()) {
+        if (status.state == LinkState::Lost) {
+            lost.reason = status.reason.substr(status.reason.find(": ") + 2);
+        }
+    }
+    link.Close();
+    for (auto const& report : listener.Reports()) {
+        lost.reports.push_back(report.substr(report.find(": ") + 2));
+    }
+    return lost;
+}
+
+TEST(SonarLink, AQuietLineThatIsCutIsLostWithinThreeSeconds)
+{
+    auto const lost = LoseToSilence({}, {});
+    EXPECT_LT(lost.after, std::chrono::seconds(3));
+    EXPECT_EQ(lost.reason, "the sonar acknowledged nothing for 2000 ms");
+    EXPECT_TRUE(lost.reports.empty()) << "all that was sent had been acknowledged";
+}
+
+TEST(SonarLink, ABusyLineThatIsCutIsLostWithinThreeSecondsAndTellsWhatWasNotAcknowledged)
+{
+    auto const lost = LoseToSilence({}, {Command(1003), Frame({1, 2}), Command(1107)});
+    EXPECT_LT(lost.after, std::chrono::seconds(3));
+    EXPECT_EQ(lost.reason, "the sonar acknowledged nothing for 2000 ms");
+    EXPECT_EQ(lost.reports,
+              (std::vector<std::string>{"3 records (254 bytes) were sent and not acknowledged: 1003, 7, 1107"}));
+}
+
+TEST(SonarLink, EachPortHasItsOwnPatience)
+{
+    LineWatch watch;
+    watch.unacknowledged = milliseconds(300);
+    auto const lost = LoseToSilence(watch, {Command(1003)});
+    EXPECT_LT(lost.after, std::chrono::seconds(2));
+    EXPECT_EQ(lost.reason, "the sonar acknowledged nothing for 300 ms");
+    EXPECT_EQ(lost.reports, (std::vector<std::string>{"1 record (92 bytes) was sent and not acknowledged: 1003"}));
+}
+
+TEST(SonarLink, APeerThatTakesNothingMoreIsLostWithWhatWaited)
+{
+    Peer peer;
+    peer.SetReading(false);
+    LinkThread thread;
+    Listener listener;
+    auto options = OptionsFor(peer.Port());
+    options.systemBufferBytes = 4096;
+    options.watch.unacknowledged = milliseconds(300);
+    SonarLink link(thread, options, listener);
+    link.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    // More than all buffers on the way hold, so that the window closes and the rest waits here.
+    auto const frame = Numbered(0, 60'000);
+    while (link.Send(frame)) {
+    }
+    ASSERT_TRUE(listener.WaitForState(LinkState::Lost));
+    ASSERT_TRUE(listener.WaitForReport());
+    EXPECT_NE(listener.Reports()[0].find("were sent and not acknowledged: 7, 7, "), std::string::npos)
+        << listener.Reports()[0];
+}
+
+TEST(SentFrames, NamesTheLastAndCountsTheRest)
+{
+    SentFrames sent;
+    EXPECT_EQ(sent.TellUnacknowledged(0), "");
+    EXPECT_EQ(sent.TellUnacknowledged(5), "") << "nothing was sent that could be missing";
+    for (std::uint16_t id = 1000; id < 1020; ++id) {
+        sent.Add(Command(id));
+    }
+    EXPECT_EQ(sent.Frames(), 20U);
+    EXPECT_EQ(sent.Bytes(), 20U * 92U);
+    EXPECT_EQ(sent.TellUnacknowledged(0), "");
+    EXPECT_EQ(sent.TellUnacknowledged(1), "1 record (1 bytes) was sent and not acknowledged: 1019");
+    EXPECT_EQ(sent.TellUnacknowledged(92), "1 record (92 bytes) was sent and not acknowledged: 1019");
+    EXPECT_EQ(sent.TellUnacknowledged(93), "2 records (93 bytes) were sent and not acknowledged: 1018, 1019");
+    EXPECT_EQ(sent.TellUnacknowledged(20 * 92),
+              "20 records (1840 bytes) were sent and not acknowledged: 1000, 1001, 1002, 1003, 1004, 1005, 1006, "
+              "1007, 1008, 1009, 1010, 1011 and more");
+    for (int i = 0; i < 64; ++i) {
+        sent.Add(Command(1100));
+    }
+    EXPECT_EQ(sent.TellUnacknowledged(100 * 92).substr(0, 20), "at least 64 records ");
 }
 
 TEST(SonarLink, AnEndlessStreamOfGarbageIsDropped)

@@ -12,6 +12,7 @@
 #include <asio/write.hpp>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -20,9 +21,13 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <linux/filter.h>
+#include <sys/socket.h>
 
 namespace vordal::test {
 
@@ -99,6 +104,14 @@ public:
             m_socket.close(ignored);
         });
     }
+    /// What a pulled cable does: nothing that arrives is acknowledged from now on, no connection is taken.
+    void Vanish()
+    {
+        Do([&] {
+            DropWhatArrives(m_socket.native_handle());
+            DropWhatArrives(m_acceptor.native_handle());
+        });
+    }
     void SetReading(bool reading)
     {
         Do([&] {
@@ -123,6 +136,15 @@ private:
             done.set_value();
         });
         done.get_future().wait();
+    }
+    /// A filter before the socket takes each segment away, as if it had never come.
+    static void DropWhatArrives(int socket)
+    {
+        sock_filter nothing = BPF_STMT(BPF_RET | BPF_K, 0);
+        sock_fprog const program{1, &nothing};
+        if (::setsockopt(socket, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof(program)) != 0) {
+            throw std::system_error(errno, std::generic_category(), "no filter for a socket");
+        }
     }
     void Accept()
     {

@@ -181,7 +181,8 @@ TEST(TreeBlob, DepthHasALimit)
 TEST_F(StoreTest, AProjectComesBack)
 {
     StoredProject project;
-    project.ports = {{L"Sonar", L"sonar.example", 7000}, {L"Second", L"127.0.0.1", 65535}};
+    project.ports = {{L"Sonar", L"sonar.example", 7000, {}}, {L"Second", L"127.0.0.1", 65535, {}}};
+    project.ports[1].watch = {std::chrono::milliseconds(500), std::chrono::seconds(5), std::chrono::seconds(2), 7};
     project.devices.push_back(
         {CDataId(1, 78, 1, 1), L"Class", L"Fore sonar \x00E9", L"Sonar", true, TreeOfEveryKind()});
     project.devices.push_back({CDataId(1, 78, 2, 1), L"Class", L"", L"", false, {}});
@@ -210,6 +211,8 @@ TEST_F(StoreTest, AProjectComesBack)
     EXPECT_EQ(loaded.ports[0].name, L"Sonar");
     EXPECT_EQ(loaded.ports[0].host, L"sonar.example");
     EXPECT_EQ(loaded.ports[1].tcpPort, 65535);
+    EXPECT_EQ(loaded.ports[0].watch, LineWatch());
+    EXPECT_EQ(loaded.ports[1].watch, project.ports[1].watch);
     ASSERT_EQ(loaded.devices.size(), 2U);
     EXPECT_EQ(loaded.devices[0].dataId, CDataId(1, 78, 1, 1));
     EXPECT_EQ(loaded.devices[0].className, L"Class");
@@ -248,22 +251,153 @@ TEST_F(StoreTest, AWindowIsSavedAlone)
     EXPECT_EQ(loaded.devices.size(), 1U);
 }
 
-TEST_F(StoreTest, AFileOfTheFirstFormatIsBroughtUpToDate)
+/// The tables of the first format; the second has `window` as well.
+constexpr char const* FirstFormat = R"(
+    CREATE TABLE port(position INTEGER PRIMARY KEY, name TEXT NOT NULL, host TEXT NOT NULL, tcp_port INTEGER NOT NULL);
+    CREATE TABLE device(position INTEGER PRIMARY KEY, id TEXT NOT NULL UNIQUE, class TEXT NOT NULL, name TEXT NOT NULL,
+                        port TEXT NOT NULL, enabled INTEGER NOT NULL, attributes BLOB NOT NULL);
+    CREATE TABLE computation(position INTEGER PRIMARY KEY, id TEXT NOT NULL, type INTEGER NOT NULL,
+                             stream TEXT NOT NULL, attributes BLOB NOT NULL);
+    CREATE TABLE computation_device(computation INTEGER NOT NULL, position INTEGER NOT NULL, device TEXT NOT NULL,
+                                    PRIMARY KEY(computation, position));
+    CREATE TABLE vessel(position INTEGER PRIMARY KEY, number INTEGER NOT NULL, name TEXT NOT NULL);
+    CREATE TABLE vessel_item(vessel INTEGER NOT NULL, section TEXT NOT NULL, item TEXT NOT NULL, text TEXT NOT NULL,
+                             PRIMARY KEY(vessel, section, item));
+    CREATE TABLE view(name TEXT PRIMARY KEY, shown BLOB NOT NULL);
+    CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL);
+    INSERT INTO port(name, host, tcp_port) VALUES('Sonar', 'sonar.example', 7000);
+    INSERT INTO device(id, class, name, port, enabled, attributes) VALUES('1.78.1.1', 'A', 'first', '', 1, x'010000');
+    PRAGMA application_id=0x51583550;
+    PRAGMA user_version=1;
+)";
+constexpr char const* SecondFormat = R"(
+    CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL);
+    INSERT INTO window(name, state) VALUES('main', x'07');
+    PRAGMA user_version=2;
+)";
+
+TEST_F(StoreTest, FilesOfFormerFormatsAreBroughtUpToDate)
+{
+    for (bool const second : {false, true}) {
+        fs::remove(file);
+        sqlite3* database = nullptr;
+        ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+        ASSERT_EQ(sqlite3_exec(database, FirstFormat, nullptr, nullptr, nullptr), SQLITE_OK);
+        if (second) {
+            ASSERT_EQ(sqlite3_exec(database, SecondFormat, nullptr, nullptr, nullptr), SQLITE_OK);
+        }
+        sqlite3_close(database);
+        {
+            ProjectStore store(file);
+            auto const loaded = store.Load();
+            ASSERT_EQ(loaded.devices.size(), 1U);
+            EXPECT_EQ(loaded.devices[0].name, L"first");
+            ASSERT_EQ(loaded.ports.size(), 1U);
+            EXPECT_EQ(loaded.ports[0].tcpPort, 7000);
+            EXPECT_EQ(loaded.ports[0].watch.unacknowledged.count(), 2000);
+            EXPECT_EQ(loaded.ports[0].watch.keepaliveIdle.count(), 1);
+            EXPECT_EQ(loaded.ports[0].watch.keepaliveInterval.count(), 1);
+            EXPECT_EQ(loaded.ports[0].watch.keepaliveCount, 2);
+            EXPECT_EQ(loaded.windows.size(), second ? 1U : 0U);
+            store.SaveWindow(L"main", {7});
+        }
+        EXPECT_EQ(ProjectStore(file).Load().windows.size(), 1U);
+    }
+}
+
+bool Equal(StoredProject const& left, StoredProject const& right)
+{
+    auto const sameTrees = [](auto const& one, auto const& other) {
+        return std::equal(one.begin(), one.end(), other.begin(), other.end(), [](auto const& a, auto const& b) {
+            return a.first == b.first && TreesEqual(a.second, b.second);
+        });
+    };
+    return std::equal(left.ports.begin(), left.ports.end(), right.ports.begin(), right.ports.end(),
+                      [](StoredPort const& a, StoredPort const& b) {
+                          return a.name == b.name && a.host == b.host && a.tcpPort == b.tcpPort && a.watch == b.watch;
+                      }) &&
+           std::equal(left.devices.begin(), left.devices.end(), right.devices.begin(), right.devices.end(),
+                      [](StoredDevice const& a, StoredDevice const& b) {
+                          return a.dataId == b.dataId && a.className == b.className && a.name == b.name &&
+                                 a.portName == b.portName && a.enabled == b.enabled &&
+                                 TreesEqual(a.attributes, b.attributes);
+                      }) &&
+           std::equal(left.vessels.begin(), left.vessels.end(), right.vessels.begin(), right.vessels.end(),
+                      [](VesselSetup const& a, VesselSetup const& b) {
+                          return a.number == b.number && a.name == b.name && a.configuration == b.configuration;
+                      }) &&
+           std::equal(left.computations.begin(), left.computations.end(), right.computations.begin(),
+                      right.computations.end(),
+                      [](ComputationSetup const& a, ComputationSetup const& b) {
+                          return a.dataId == b.dataId && a.type == b.type && a.stream == b.stream &&
+                                 a.linkedDevices == b.linkedDevices && TreesEqual(a.attributes, b.attributes);
+                      }) &&
+           left.activeVessel == right.activeVessel && left.windows == right.windows &&
+           sameTrees(left.views, right.views);
+}
+
+TEST_F(StoreTest, AFlippedBitIsFoundOrChangesNothing)
+{
+    StoredProject project;
+    project.ports = {{L"Sonar", L"sonar.example", 7000, {}}, {L"Second", L"127.0.0.1", 65535, {}}};
+    project.ports[1].watch.unacknowledged = std::chrono::milliseconds(500);
+    project.devices.push_back({CDataId(1, 78, 1, 1), L"Class", L"Fore sonar", L"Sonar", true, TreeOfEveryKind()});
+    project.vessels.push_back({});
+    project.vessels[0].number = 3;
+    project.vessels[0].name = L"Surveyor";
+    project.vessels[0].configuration[L"general"][L"draft"] = L"4.2";
+    ComputationSetup computation;
+    computation.dataId = CDataId(2, 1112, 1, 1);
+    computation.type = 1011;
+    computation.linkedDevices = {CDataId(1, 78, 1, 1)};
+    project.computations.push_back(computation);
+    project.activeVessel = 3;
+    project.views[L"Sonar view"].Add(L"ATTR_DATAID", CVordalInt(7), 0);
+    project.windows[L"main"] = {0, 255, 39, 0};
+    {
+        ProjectStore store(file);
+        store.Save(project);
+    }
+    auto const good = Content(file);
+    ASSERT_TRUE(Equal(ProjectStore(file).Load(), project));
+    // Each fifth byte that is in use, with another of its bits: most of the file's pages are empty.
+    std::size_t inUse = 0;
+    std::size_t tried = 0;
+    std::size_t refused = 0;
+    for (std::size_t at = 0; at < good.size(); ++at) {
+        if (good[at] == 0 || ++inUse % 5 != 0) {
+            continue;
+        }
+        auto flipped = good;
+        flipped[at] = static_cast<unsigned char>(flipped[at] ^ (1U << (at % 8)));
+        auto const damaged = folder / "flipped.qx5p";
+        Write(damaged, flipped);
+        ++tried;
+        try {
+            ProjectStore store(damaged);
+            ASSERT_TRUE(Equal(store.Load(), project)) << "byte " << at << " is believed";
+        } catch (StoreError const&) {
+            ++refused;
+            ASSERT_EQ(Content(damaged), flipped) << "byte " << at << ": the file was touched";
+        }
+    }
+    EXPECT_GT(tried, 500U);
+    EXPECT_GT(refused, 400U);
+}
+
+TEST_F(StoreTest, AChangedValueIsNamedByItsTable)
 {
     {
         ProjectStore store(file);
         store.SaveDevice({CDataId(1, 78, 1, 1), L"A", L"first", L"", true, {}});
+        store.SaveWindow(L"main", {7});
     }
     sqlite3* database = nullptr;
     ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(database, "DROP TABLE window; PRAGMA user_version=1", nullptr, nullptr, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(database, "UPDATE window SET state=x'08'", nullptr, nullptr, nullptr), SQLITE_OK);
     sqlite3_close(database);
-    {
-        ProjectStore store(file);
-        EXPECT_EQ(store.Load().devices.size(), 1U);
-        store.SaveWindow(L"main", {7});
-    }
-    EXPECT_EQ(ProjectStore(file).Load().windows.size(), 1U);
+    EXPECT_NE(Refusal(file).find("is damaged: a row of its table \"window\" is not as it was saved"), std::string::npos)
+        << Refusal(file);
 }
 
 TEST_F(StoreTest, SingleDevicesAndViewsAreSaved)
@@ -349,10 +483,10 @@ TEST_F(StoreTest, ANewerVersionAndAForeignDatabaseAreRefusedAndUntouched)
     auto newer = Content(file);
     ASSERT_GT(newer.size(), 100U);
     EXPECT_EQ(Bytes(newer.begin() + 68, newer.begin() + 72), (Bytes{'Q', 'X', '5', 'P'}));
-    EXPECT_EQ(newer[63], 2);
-    newer[63] = 3;
+    EXPECT_EQ(newer[63], 3);
+    newer[63] = 4;
     Write(file, newer);
-    EXPECT_NE(Refusal(file).find("newer version (format 3"), std::string::npos) << Refusal(file);
+    EXPECT_NE(Refusal(file).find("newer version (format 4"), std::string::npos) << Refusal(file);
     EXPECT_EQ(Content(file), newer);
     auto foreign = newer;
     foreign[68] = 0;
