@@ -55,7 +55,7 @@ bool LibraryAttach()
 void LibraryDetach()
 {
     // The code that the sequencing threads run goes away with the library.
-    QX5SonarConfigurationInfo::Instance().Exit();
+    QX5SonarConfigurationInfo::Instance().ClearList();
 }
 
 void RegisterDevices()
@@ -63,9 +63,9 @@ void RegisterDevices()
     CDevList::GetDevList().RegisterDev(deviceClass, new DevCreator<QX5SonarConfigurationControlDevice>);
 }
 
-void UnRegisterDevices()
+bool UnRegisterDevices()
 {
-    CDevList::GetDevList().UnRegisterDev(deviceClass);
+    return CDevList::GetDevList().UnRegisterDev(deviceClass);
 }
 
 void RegisterViews()
@@ -84,7 +84,9 @@ void InitializeTemplates(CVordalBaseApp* application)
         CDocTemplateList::GetDocTemplates().AddTemplate(documentTemplate, displayTemplate);
     }
     // The devices exist by now.
-    QX5SonarConfigurationInfo::Instance().Init();
+    auto& sonars = QX5SonarConfigurationInfo::Instance();
+    sonars.ClearList();
+    sonars.GetAttributes();
 }
 
 void UnInitializeTemplates()

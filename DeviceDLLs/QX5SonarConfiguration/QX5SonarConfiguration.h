@@ -15,7 +15,8 @@ VORDAL_PLUGIN_EXPORT void LibraryDetach();
 
 /// Makes the device class known to the host under its name.
 VORDAL_PLUGIN_EXPORT void RegisterDevices();
-VORDAL_PLUGIN_EXPORT void UnRegisterDevices();
+/// Takes it back; the answer is the host's: false when it has no class of that name.
+VORDAL_PLUGIN_EXPORT bool UnRegisterDevices();
 /// Makes the view class known to the host.
 VORDAL_PLUGIN_EXPORT void RegisterViews();
 /// Makes the view's document template known to the host; the devices exist by then.

@@ -20,14 +20,6 @@ using namespace qx5;
 namespace keys = qx5::protocol::keys;
 namespace records = qx5::protocol::records;
 
-namespace {
-
-// Records that carry one number and are not wrapped in a remote-control record.
-constexpr int firstSelfFramedRecord = 7600;
-constexpr int lastSelfFramedRecord = 7699;
-
-} // namespace
-
 void ControlDevice::HandleRequestMap(CAttributeMap* request)
 {
     if (request == nullptr) {
@@ -76,7 +68,7 @@ void ControlDevice::RequestValue(CAttributeMap* request, int recordId, Attribute
         if (!Read(*request, key, value)) {
             return;
         }
-        if (recordId >= firstSelfFramedRecord && recordId <= lastSelfFramedRecord) {
+        if (FramesItself(recordId)) {
             Send76xxRecord(id, protocol::NarrowToFloat(value));
         } else {
             std::array<unsigned char, 4> payload{};

@@ -16,7 +16,6 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 #include <vector>
 
 class BaseDataSource;
@@ -54,6 +53,9 @@ public:
     bool DoOutput(long output) override;
 
     // The device's life; host thread.
+    /// Follows the stream of the pan-and-tilt unit, if there is one, and the hoist's attributes anew. What the port
+    /// asks the sonar for is the base's.
+    void HandlePortConnected() override;
     /// Takes up the attributes of the configuration, but no request and no sonar settings that were stored with them:
     /// those must not come back to life. False when the host has no such configuration.
     bool LoadAttribs(CString name, FileObject* file) override;
@@ -61,9 +63,6 @@ public:
     /// vessel's multibeam computation on the same port whether the head hangs on a pan-and-tilt unit. Runs under the
     /// device's lock from end to end, notifications that it raises included.
     void ApplyAttribs(bool changed) override;
-    /// Follows the stream of the pan-and-tilt unit, if there is one, and the hoist's attributes anew. What the port
-    /// asks the sonar for is the base's.
-    void HandlePortConnected() override;
 
 private:
     friend struct ControlDeviceAccess; // tests reach the handlers through it
@@ -325,8 +324,5 @@ private:
     TerminalCommandsToQX5Conv terminalCommands;
     SonarTargetsControl* sonarTargetsControl = nullptr; ///< open target file, closed with the device
     CString sonarTargetsName;                           ///< name of that file
-    /// Memory of the last image's frame, for the next: the system takes longer to find such an amount than the file to
-    /// be read. It is lent to the system meanwhile.
-    std::string imageFrame;
-    CVordalUnitCnv* unitConverter; ///< the project's, never null; stays while the host runs
+    CVordalUnitCnv* unitConverter;                      ///< the project's, never null; stays while the host runs
 };

@@ -3,17 +3,16 @@
 #include "cli/commands.h"
 
 #include "cli/record_documents.h"
+#include "cli/sample_request.h"
 #include "cli/session.h"
 #include "handlers/command_catalogue.h"
 
 #include <protocol/print.h>
-#include <protocol/utf8.h>
 #include <simulator/sonar_console.h>
 #include <simulator/sonar_server.h>
 
 #include <filesystem>
 #include <fstream>
-#include <set>
 
 #include <fmt/format.h>
 
@@ -22,39 +21,6 @@ namespace qx5::cli {
 namespace {
 
 using namespace std::chrono_literals;
-
-/// A plausible value of the key, for a request that shows its record.
-std::unique_ptr<CVordalType> SampleValue(protocol::Key const& key)
-{
-    using protocol::Kind;
-    switch (key.kind) {
-    case Kind::Int:
-        return std::make_unique<CVordalInt>(1);
-    case Kind::UInt:
-        return std::make_unique<CVordalUInt>(1U);
-    case Kind::Int64:
-        return std::make_unique<CVordalInt64>(1);
-    case Kind::Bool:
-    case Kind::Any:
-        return std::make_unique<CVordalBool>(true);
-    case Kind::Double:
-        return std::make_unique<CVordalDouble>(12.5);
-    case Kind::Pair:
-        return std::make_unique<CVordalDouble2D>(10.0, -10.0);
-    case Kind::String:
-        // Some texts are read as numbers, some as names; this is both.
-        return std::make_unique<CVordalText>(CString(L"16"));
-    case Kind::IntList:
-        return std::make_unique<CVordalIntList>(std::vector<int>{7000, 7002});
-    case Kind::DoubleList:
-        return std::make_unique<CVordalDoubleList>(std::vector<double>{0.5, 1.0});
-    case Kind::Offset:
-        return std::make_unique<CVordalOffset>(CCompOffset(1.0, 2.0, 3.0));
-    case Kind::Branch:
-        break;
-    }
-    return std::make_unique<CVordalType>();
-}
 
 /// What one handler's sends brought to the far end.
 struct Arrivals
@@ -73,11 +39,6 @@ bool Write(std::filesystem::path const& file, std::string const& text, std::stri
         error = fmt::format("{} cannot be written", file.string());
     }
     return static_cast<bool>(out);
-}
-
-std::string Utf8(protocol::Key const& key)
-{
-    return protocol::EncodeUtf8(key.text);
 }
 
 /// The lines of a record's text that tell its command and fields, without the frame's time, which would change the
@@ -132,33 +93,14 @@ int Docs(DocsOptions const& options)
             if (!session.LoadPlugin(PluginPath(options.plugin), error)) {
                 return Complain(ExitFailed, error);
             }
-            // Of a command that completes, one key is asked for and the device's tree holds the others.
-            bool const completes = command.form == Form::Strict || command.form == Form::Lax;
-            CAttributeMap request;
-            CAttributeMap stored;
-            std::string asked;
-            std::set<protocol::Key const*> told;
-            for (Operand const& operand : command.operands) {
-                if (!told.insert(operand.key).second) {
-                    continue;
-                }
-                bool const ask = IsRequestable(operand) && (!completes || (asked.empty() && operand.options.triggers));
-                CAttributeMap* tree = ask ? &request : &stored;
-                if (operand.options.source == Source::Branch) {
-                    tree = &tree->FindCreate(command.operands.front().attribute, 0);
-                }
-                tree->Add(operand.attribute, *SampleValue(*operand.key), 0);
-                if (ask) {
-                    asked += (asked.empty() ? "" : " ") + Utf8(*operand.key);
-                }
-            }
+            SampleRequest const sample = SampleOf(command);
             session.Connect("127.0.0.1", sonar.Port());
             if (!session.WaitForConnection(5s, error)) {
                 return Complain(ExitFailed, error);
             }
             session.WaitForIntroduction(1s);
-            session.Store(stored);
-            session.Request(request);
+            session.Store(sample.stored);
+            session.Request(sample.request);
             session.WaitUntilSent(5s);
             std::unique_lock lock(arrivals.mutex);
             std::size_t expected = 0;
@@ -169,7 +111,7 @@ int Docs(DocsOptions const& options)
             if (!arrivals.changed.wait_for(lock, 5s, [&] { return arrivals.frames.size() >= expected; })) {
                 return Complain(ExitFailed, fmt::format("{}: not all records arrived", entry.handler));
             }
-            text += fmt::format("## {}. {}\n\nAsked for: `{}`\n\n", entry.row, entry.handler, asked);
+            text += fmt::format("## {}. {}\n\nAsked for: `{}`\n\n", entry.row, entry.handler, sample.asked);
             if (arrivals.frames.empty()) {
                 text += "Nothing is sent.\n\n";
             } else {

@@ -49,8 +49,16 @@ std::string_view FormText(Form form)
     return "";
 }
 
-std::string TargetText(Target const& target)
+std::string TargetText(Target const& target, Addressee addressee = Addressee::Target)
 {
+    if (addressee == Addressee::StoredDevice) {
+        return fmt::format("device \"DeviceId\" of the stored tree (0 when it is not there), enumerator {}",
+                           target.enumerator);
+    }
+    if (addressee == Addressee::StoredSonar) {
+        return "device \"DeviceId\" and enumerator \"DeviceEnum\" of the stored tree (enumerator 0 where "
+               "\"x5SystemIDH\" is true), not while \"DeviceId\" is 0";
+    }
     if (target == OwnSonar) {
         return "the sonar (device 0, enumerator -1)";
     }
@@ -239,7 +247,8 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
                                                                                          : sending.record.tailName));
         }
         fmt::print("  sent    {} {} {}, {}, to {}{}\n", carrier, sending.record.id, sending.record.name, size,
-                   TargetText(sending.target), sending.when.empty() ? "" : fmt::format(", when {}", sending.when));
+                   TargetText(sending.target, sending.addressee),
+                   sending.when.empty() ? "" : fmt::format(", when {}", sending.when));
         PrintFields(sending.record.fields, marked, "          ");
         PrintFields(sending.record.itemFields, marked, "          item ");
         if (sending.record.tailKey != nullptr) {

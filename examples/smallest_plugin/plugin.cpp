@@ -9,7 +9,7 @@ class EchoSounder : public Device {};
 ENTRY_POINT bool LibraryAttach() { return CheckDllVersion(VORDAL_CONTRACT_VERSION, __FILE__, __DATE__); }
 ENTRY_POINT void LibraryDetach() {}
 ENTRY_POINT void RegisterDevices() { CDevList::GetDevList().RegisterDev(L"EchoSounder", new DevCreator<EchoSounder>); }
-ENTRY_POINT void UnRegisterDevices() { CDevList::GetDevList().UnRegisterDev(L"EchoSounder"); }
+ENTRY_POINT bool UnRegisterDevices() { return CDevList::GetDevList().UnRegisterDev(L"EchoSounder"); }
 ENTRY_POINT void RegisterViews() {}
 ENTRY_POINT void InitializeTemplates(class CVordalBaseApp*) {}
 ENTRY_POINT void UnInitializeTemplates() {}

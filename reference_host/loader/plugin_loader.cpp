@@ -57,7 +57,7 @@ struct PlugIn::Body
     platform::Module module;
 
     void (*registerDevices)() = nullptr;
-    void (*unRegisterDevices)() = nullptr;
+    bool (*unRegisterDevices)() = nullptr;
     void (*registerViews)() = nullptr;
     void (*initializeTemplates)(CVordalBaseApp*) = nullptr;
     void (*unInitializeTemplates)() = nullptr;
@@ -175,10 +175,10 @@ void PlugIn::RegisterDevices()
     m_body->registerDevices();
 }
 
-void PlugIn::UnRegisterDevices()
+bool PlugIn::UnRegisterDevices()
 {
     m_body->devicesRegistered = false;
-    m_body->unRegisterDevices();
+    return m_body->unRegisterDevices();
 }
 
 void PlugIn::RegisterViews()

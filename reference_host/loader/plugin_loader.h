@@ -28,7 +28,8 @@ public:
     std::filesystem::path const& File() const;
 
     void RegisterDevices();
-    void UnRegisterDevices();
+    /// The answer of the host's list of classes, as the plug-in passes it on: false when nothing was registered.
+    bool UnRegisterDevices();
     void RegisterViews();
     void InitializeTemplates(CVordalBaseApp* application);
     void UnInitializeTemplates();

@@ -45,6 +45,18 @@ TEST(Explain, TellsOfAKeyAndOfAHandler)
                                    HasSubstr("7610"), HasSubstr("PingSequenceId")));
 }
 
+TEST(Explain, TellsWhomTheFrameNames)
+{
+    auto const own = Qx5({"explain", "x5Range"});
+    EXPECT_THAT(own.out, HasSubstr("to the sonar (device 0, enumerator -1)\n"));
+    auto const file = Qx5({"explain", "SendSbesTransducerUpdateXml"});
+    EXPECT_THAT(file.out,
+                HasSubstr("to device \"DeviceId\" of the stored tree (0 when it is not there), enumerator 0\n"));
+    auto const framed = Qx5({"explain", "x5Absorption"});
+    EXPECT_THAT(framed.out, HasSubstr("to device \"DeviceId\" and enumerator \"DeviceEnum\" of the stored tree "
+                                      "(enumerator 0 where \"x5SystemIDH\" is true), not while \"DeviceId\" is 0\n"));
+}
+
 TEST(Explain, SuggestsWhatMayBeMeant)
 {
     ExpectComplaint(Qx5({"explain", "x5Rnge"}), 1, {"'x5Rnge'", "did you mean x5Range?"});

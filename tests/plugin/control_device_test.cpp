@@ -2,6 +2,7 @@
 #include "one_sonar.h"
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <memory>
 
@@ -23,11 +24,56 @@ struct ControlDeviceAccess
     {
         device.RequestHeadingSensorConfiguration(&request);
     }
+    /// A data member as it lies in the device.
+    struct Member
+    {
+        char const* name;
+        std::uintptr_t begin;
+        std::size_t size;
+        std::size_t alignment;
+    };
+    static std::vector<Member> Members(QX5SonarConfigurationControlDevice const& device)
+    {
+        auto const member = [](char const* name, auto const& value) {
+            return Member{name, reinterpret_cast<std::uintptr_t>(&value), sizeof value, alignof(decltype(value))};
+        };
+        return {
+            member("startLoggingSubscription", device.startLoggingSubscription),
+            member("stopLoggingSubscription", device.stopLoggingSubscription),
+            member("selectedTargetSubscription", device.selectedTargetSubscription),
+            member("panTiltDataId", device.panTiltDataId),
+            member("panTiltBuffer", device.panTiltBuffer),
+            member("panTiltBlock", device.panTiltBlock),
+            member("mountedOnPanAndTilt", device.mountedOnPanAndTilt),
+            member("panTiltSubscription", device.panTiltSubscription),
+            member("hoistSubscription", device.hoistSubscription),
+            member("panTiltScanning", device.panTiltScanning),
+            member("pingOnlyDuringScan", device.pingOnlyDuringScan),
+            member("loggerRunning", device.loggerRunning),
+            member("contactInformationFlags", device.contactInformationFlags),
+            member("terminalCommands", device.terminalCommands),
+            member("sonarTargetsControl", device.sonarTargetsControl),
+            member("sonarTargetsName", device.sonarTargetsName),
+            member("unitConverter", device.unitConverter),
+        };
+    }
 };
 
 namespace {
 
 using ControlDevice = OneSonar;
+
+TEST_F(ControlDevice, HoldsItsDocumentedMembersInOrderAndNothingElse)
+{
+    auto const members = ControlDeviceAccess::Members(*device);
+    auto end = members.front().begin;
+    for (auto const& member : members) {
+        // Where the one before ends, but for the alignment.
+        EXPECT_EQ(member.begin, (end + member.alignment - 1) / member.alignment * member.alignment) << member.name;
+        end = member.begin + member.size;
+    }
+    EXPECT_EQ(end, reinterpret_cast<std::uintptr_t>(device) + sizeof *device);
+}
 
 TEST_F(ControlDevice, ANullRequestDoesNothing)
 {

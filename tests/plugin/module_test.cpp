@@ -46,6 +46,7 @@ TEST(PluginModule, RegistersItsClassesAndTakesThemBack)
     auto plugin = Load();
     ASSERT_NE(plugin, nullptr);
     EXPECT_THAT(host.DeviceClasses(), IsEmpty());
+    EXPECT_FALSE(plugin->UnRegisterDevices()) << "the host's answer: there is nothing to take back yet";
     plugin->RegisterDevices();
     plugin->RegisterViews();
     plugin->InitializeTemplates(host.Application());
@@ -65,8 +66,9 @@ TEST(PluginModule, RegistersItsClassesAndTakesThemBack)
 
     plugin->UnInitializeTemplates();
     EXPECT_THAT(host.DisplayTemplates(), IsEmpty());
-    plugin->UnRegisterDevices();
+    EXPECT_TRUE(plugin->UnRegisterDevices());
     EXPECT_THAT(host.DeviceClasses(), IsEmpty());
+    EXPECT_FALSE(plugin->UnRegisterDevices());
     EXPECT_EQ(host.MakeDevice(L"QX5SonarConfigurationControlDevice"), nullptr);
 }
 
@@ -168,7 +170,7 @@ void LiveOnce(vordal::Threading threading)
     EXPECT_TRUE(host.Stop());
 }
 
-/// Counts the pings, which are the records of 92 bytes.
+/// Counts the pings, which are the records of 92 bytes, and the sonars' joinings, each a ping rate in 96 bytes.
 class Pings final : public vordal::SonarTraffic
 {
 public:
@@ -184,10 +186,12 @@ public:
     bool SendRaw(Sender const&, std::string_view bytes, bool) override
     {
         count += bytes.size() == 92 ? 1 : 0;
+        joins += bytes.size() == 96 ? 1 : 0;
         return true;
     }
 
     std::atomic<int> count = 0;
+    std::atomic<int> joins = 0;
 };
 
 template <typename Condition>
@@ -203,6 +207,27 @@ bool Eventually(Condition condition)
     return true;
 }
 
+/// A sonar of the host's own class under ping control, so that it outlives the module; in a group of its own.
+void AddSonar(vordal::Host& host, unsigned short number, double overhead = 0.0)
+{
+    auto* const sonar = host.AddDevice(host.MakeDevice(L"QX5Device"), CDataId(1, 78, number, 1));
+    ASSERT_NE(sonar, nullptr);
+    CAttributeMap attributes;
+    attributes.Add(L"PingMode", CVordalInt(1), 0);
+    attributes.Add(L"SonarGroupId", CVordalInt(number), 0);
+    attributes.Add(L"Overhead", CVordalDouble(overhead), 0);
+    attributes.Add(L"DeviceId", CVordalInt(7125), 0);
+    host.ReplaceAttributes(*sonar, attributes);
+}
+
+/// Settings data: a range of 15,000 m, which with an overhead of 100 % is a pause of 20 s.
+void TellSettings(vordal::Host& host, unsigned short number)
+{
+    CDataBlock block;
+    block.AddItem(699, DATA_FLOAT, std::array<unsigned char, 4>{0x00, 0x60, 0x6A, 0x46}, 4, 0);
+    host.PutBlock(CDataId(1, 78, number, 1), block);
+}
+
 TEST(PluginModule, EndsItsSequencingThreadsWhenItIsUnloaded)
 {
     Pings pings;
@@ -210,18 +235,8 @@ TEST(PluginModule, EndsItsSequencingThreadsWhenItIsUnloaded)
     host.SetTraffic(&pings);
     host.SetApplication({});
     host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-    // Two sonars of the host's own class, so that they outlive the module; each in its own group.
-    for (int group = 1; group <= 2; ++group) {
-        auto* const sonar =
-            host.AddDevice(host.MakeDevice(L"QX5Device"), CDataId(1, 78, static_cast<unsigned short>(group), 1));
-        ASSERT_NE(sonar, nullptr);
-        CAttributeMap attributes;
-        attributes.Add(L"PingMode", CVordalInt(1), 0);
-        attributes.Add(L"SonarGroupId", CVordalInt(group), 0);
-        attributes.Add(L"Overhead", CVordalDouble(100.0), 0);
-        attributes.Add(L"DeviceId", CVordalInt(7125), 0);
-        host.ReplaceAttributes(*sonar, attributes);
-    }
+    AddSonar(host, 1, 100.0);
+    AddSonar(host, 2, 100.0);
     std::thread([] {}).join(); // a sanitizer starts a thread of its own beside the first
     auto threadsBefore = Now().threads;
     ASSERT_TRUE(Eventually([&] {
@@ -232,13 +247,10 @@ TEST(PluginModule, EndsItsSequencingThreadsWhenItIsUnloaded)
     ASSERT_NE(plugin, nullptr);
     plugin->InitializeTemplates(host.Application());
 
-    // A range of 15,000 m at 1,500 m/s, with an overhead of 100 %: a pause of 20 s.
-    CDataBlock block;
-    block.AddItem(699, DATA_FLOAT, std::array<unsigned char, 4>{0x00, 0x60, 0x6A, 0x46}, 4, 0);
-    host.PutBlock(CDataId(1, 78, 1, 1), block);
-    host.PutBlock(CDataId(1, 78, 2, 1), block);
+    TellSettings(host, 1);
+    TellSettings(host, 2);
     ASSERT_TRUE(Eventually([&] { return pings.count == 2; }));
-    host.PutBlock(CDataId(1, 78, 2, 1), block); // the second is in its pause now, the first is awaited
+    TellSettings(host, 2); // the second is in its pause now, the first is awaited
     EXPECT_GE(Now().threads, threadsBefore + 2);
 
     auto const begin = std::chrono::steady_clock::now();
@@ -247,8 +259,59 @@ TEST(PluginModule, EndsItsSequencingThreadsWhenItIsUnloaded)
     EXPECT_FALSE(IsMapped("QX5SonarConfiguration.so"));
     // A thread that has ended may stand in the system's list for a moment more.
     EXPECT_TRUE(Eventually([&] { return Now().threads == threadsBefore; }));
-    host.PutBlock(CDataId(1, 78, 1, 1), block);
+    TellSettings(host, 1);
     EXPECT_EQ(pings.count, 2);
+}
+
+TEST(PluginModule, FindsTheSonarsAnewWhenTemplatesAreInitialisedWhileTheyPing)
+{
+    Pings pings;
+    vordal::Host host(vordal::Threading::Inline);
+    host.SetTraffic(&pings);
+    host.SetApplication({});
+    host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    AddSonar(host, 1);
+    auto plugin = Load();
+    ASSERT_NE(plugin, nullptr);
+    plugin->InitializeTemplates(host.Application());
+    TellSettings(host, 1);
+    ASSERT_TRUE(Eventually([&] { return pings.count == 1; }));
+    EXPECT_EQ(pings.joins, 1);
+
+    // Nobody has answered: the sonar is awaited. Then all is forgotten, and it joins as if it were new, once.
+    plugin->InitializeTemplates(host.Application());
+    EXPECT_EQ(pings.count, 1) << "the turns have ended";
+    TellSettings(host, 1);
+    EXPECT_EQ(pings.joins, 2);
+    ASSERT_TRUE(Eventually([&] { return pings.count == 2; }));
+    // Its data let it ping again, once for each: it is followed by one subscription, not by two.
+    TellSettings(host, 1);
+    ASSERT_TRUE(Eventually([&] { return pings.count == 3; }));
+    EXPECT_EQ(pings.joins, 2);
+    plugin->ReleaseSonars();
+    EXPECT_EQ(pings.count, 3);
+}
+
+TEST(PluginModule, TheHostAsksForASonarThatCameLaterAndLetsAllGo)
+{
+    Pings pings;
+    vordal::Host host(vordal::Threading::Inline);
+    host.SetTraffic(&pings);
+    host.SetApplication({});
+    host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    AddSonar(host, 1);
+    auto plugin = Load();
+    ASSERT_NE(plugin, nullptr);
+    plugin->InitializeTemplates(host.Application());
+    AddSonar(host, 2);
+    TellSettings(host, 2);
+    EXPECT_EQ(pings.joins, 0) << "nobody has looked for it";
+    plugin->DiscoverSonars();
+    TellSettings(host, 2);
+    EXPECT_EQ(pings.joins, 1);
+    plugin->ReleaseSonars();
+    TellSettings(host, 1);
+    EXPECT_EQ(pings.joins, 1);
 }
 
 TEST(PluginModule, LeavesNothingBehindInAThousandLives)

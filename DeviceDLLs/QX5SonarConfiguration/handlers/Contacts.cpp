@@ -1,6 +1,7 @@
 // Sonar contacts on their way to the sonar: the contact itself and its image.
 #include "Contacts.h"
 #include "../QX5SonarConfigurationControlDevice.h"
+#include "../platform/complaint.h"
 #include "../platform/large_memory.h"
 #include "reading.h"
 
@@ -11,12 +12,14 @@
 #include <protocol/frame.h>
 #include <protocol/pack.h>
 #include <protocol/records/all.h>
+#include <tvcoreR/Utf8.h>
 #include <vordalhostdllR/SonarTargetsManager.h>
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -46,17 +49,40 @@ std::span<unsigned char> BytesOf(std::string& text)
     return {reinterpret_cast<unsigned char*>(text.data()), text.size()};
 }
 
-/// A text of that size in the memory of `former`, if it has room; it holds anything.
-std::string Resized(std::string former, std::size_t size)
+/// The memory of the last image's frame, for the next image of whatever sonar: the system takes longer to find such an
+/// amount than the file to be read. Until then it is lent to the system. Any thread.
+class SpareFrame
 {
-    if (former.capacity() < size) {
-        former = std::string();
-        former.reserve(size);
-        platform::PreferLargePages(former.data(), former.capacity());
+public:
+    /// A frame of that size, which holds anything: the spare one, if nobody else has it and it has room.
+    std::string Take(std::size_t size)
+    {
+        std::string frame = Exchange({});
+        if (frame.capacity() < size) {
+            frame = std::string();
+            frame.reserve(size);
+            platform::PreferLargePages(frame.data(), frame.capacity());
+        }
+        frame.resize(size);
+        return frame;
     }
-    former.resize(size);
-    return former;
-}
+    void GiveBack(std::string frame)
+    {
+        platform::LendToSystem(frame.data(), frame.capacity());
+        Exchange(std::move(frame)); // what another gave back meanwhile goes
+    }
+
+private:
+    std::string Exchange(std::string frame)
+    {
+        std::lock_guard const lock(m_mutex);
+        return std::exchange(m_frame, std::move(frame));
+    }
+
+    std::mutex m_mutex;
+    std::string m_frame;
+};
+SpareFrame spareFrame;
 
 /// "ContactID-7"; ids beyond 2^31 - 1 come out negative.
 std::string ImageName(std::uint32_t targetId)
@@ -173,25 +199,29 @@ void ControlDevice::SendSonarContactGeoTiffx5(SONAR_TARGET_SEL_INFO const* info)
     if (contact == nullptr) {
         return;
     }
+    CString const image = contact->GetTempSonarContactGeoTiff();
     HugeFileStream file;
-    if (!file.Open(contact->GetTempSonarContactGeoTiff(), false, false)) {
+    if (!file.Open(image, false, false)) {
         return;
     }
     protocol::RecordLayout const& record = records::FileForSonar;
     auto const size = static_cast<std::uint32_t>(file.GetSize() & std::numeric_limits<std::uint32_t>::max());
-    // No link takes a frame beyond the greatest: such an image is not even read, only removed.
     constexpr std::size_t around = protocol::FrameOverhead + records::FileForSonar.Size();
-    bool const fits = size <= protocol::MaximumFrameSize - around;
-    std::string frame = fits ? Resized(std::exchange(imageFrame, {}), size + around) : std::string();
+    constexpr std::size_t greatestImage = protocol::MaximumFrameSize - around;
+    if (size > greatestImage) {
+        // Not even read, and not removed: nobody else has it.
+        platform::Complain("the image of contact " + std::to_string(info->targetId) + ", " + tvcore::ToUtf8(image) +
+                           ", has " + std::to_string(size) + " bytes; a frame holds " + std::to_string(greatestImage) +
+                           ", so it is not sent and not removed");
+        return;
+    }
+    std::string frame = spareFrame.Take(size + around);
     auto const bytes = BytesOf(frame);
     // The image goes straight to its place in the frame.
     std::size_t const imageBegin = protocol::FrameHeaderSize + record.size;
-    std::size_t const got = fits ? static_cast<std::size_t>(file.Read(bytes.data() + imageBegin, size)) : 0;
+    auto const got = static_cast<std::size_t>(file.Read(bytes.data() + imageBegin, size));
     file.Close();
     HugeFileStream::Remove(contact->GetGeoTIFF());
-    if (!fits) {
-        return;
-    }
     auto const head = bytes.subspan(protocol::FrameHeaderSize, record.size);
     auto const rest = bytes.subspan(imageBegin + got); // what a short read leaves, and the trailing word
     std::fill(head.begin(), head.end(), static_cast<unsigned char>(0));
@@ -201,8 +231,7 @@ void ControlDevice::SendSonarContactGeoTiffx5(SONAR_TARGET_SEL_INFO const* info)
     protocol::PackField(records::FileSize, size, head);
     protocol::WriteFrameHeader(bytes, static_cast<std::uint32_t>(bytes.size()), record.id, *sonar, now);
     SendMessageW(frame, false);
-    platform::LendToSystem(frame.data(), frame.capacity());
-    imageFrame = std::move(frame);
+    spareFrame.GiveBack(std::move(frame));
 }
 
 void ControlDevice::OnSonarTargetsVisualizationChange()

@@ -127,14 +127,15 @@ void ControlDevice::SendSbesTransducerUpdateXml(CAttributeMap* request)
     GetAttribValue(At<keys::DeviceId>, deviceId, flags);
     std::string const contents = tvcore::ToUtf8(xml);
 
-    protocol::RecordLayout const record = records::FileForSonar;
+    Sending const& sending = commands::SendSbesTransducerUpdateXml.sends.front();
+    protocol::RecordLayout const& record = sending.record;
     protocol::Payload payload(record.size + contents.size());
     protocol::PackField(records::FileName, std::string_view("transducer.update"), payload.Bytes());
     protocol::PackField(records::FileType, std::string_view(".xml"), payload.Bytes());
     protocol::PackField(records::FileSize, static_cast<std::uint32_t>(contents.size()), payload.Bytes());
     PackTail(record, contents, payload);
-    std::vector<unsigned char> const frame =
-        protocol::BuildFrame(record.id, Target{deviceId, 0}, CExTime::GetCurTime(), payload.Bytes());
+    std::vector<unsigned char> const frame = protocol::BuildFrame(
+        record.id, Target{deviceId, sending.target.enumerator}, CExTime::GetCurTime(), payload.Bytes());
     SendMessageW(std::string(frame.begin(), frame.end()), false);
 }
 

@@ -40,7 +40,7 @@ inline constexpr Sending rangeTweakSends[]{{records::RangeTweak}};
 
 inline constexpr Operand transducerUpdateKeys[]{keys::SbesTransducerUpdateXml,
                                                 {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None}}};
-inline constexpr Sending transducerUpdateSends[]{{records::FileForSonar}};
+inline constexpr Sending transducerUpdateSends[]{{records::FileForSonar, OwnSonarZero, {}, Addressee::StoredDevice}};
 
 inline constexpr Operand settingsUpdateKeys[]{keys::SbesSettingsXmlChecksum, keys::SbesSettingsXml};
 inline constexpr Sending settingsUpdateSends[]{{records::SettingsXml}};
@@ -124,9 +124,7 @@ inline constexpr Command SendSbesTransducerUpdateXml{
     .form = Form::Own,
     .operands = single_beam::transducerUpdateKeys,
     .sends = single_beam::transducerUpdateSends,
-    .note =
-        "Direct. The text goes as a file \"transducer.update\", in a record framed here, to the device \"DeviceId\" of "
-        "the stored tree (0 when it is not there) with enumerator 0.",
+    .note = "Direct. The text goes as a file \"transducer.update\", in a record framed here.",
 };
 
 inline constexpr Command RequestSbesSettingsXml{

@@ -1,11 +1,13 @@
 // The handlers for target lists, detection-unit settings, user role and system events.
 #include "TargetExchange.h"
 #include "../QX5SonarConfigurationControlDevice.h"
+#include "../platform/complaint.h"
 #include "command_values.h"
 #include "reading.h"
 
 #include <VordalDataBlocksR/BaseDataSource.h>
 #include <protocol/bytes.h>
+#include <protocol/frame.h>
 #include <protocol/numbers.h>
 #include <tvcoreR/Utf8.h>
 #include <vordalhostdllR/AScanStatusUtils.h>
@@ -16,7 +18,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <string>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
@@ -105,10 +106,12 @@ void ControlDevice::Send3004Record(std::vector<CString> const& targetGuids)
         }
     }
     constexpr std::size_t greatestCount =
-        (std::numeric_limits<std::uint32_t>::max() - protocol::FrameOverhead - records::TargetList.Size()) /
+        (protocol::MaximumFrameSize - protocol::FrameOverhead - records::TargetList.Size()) /
         records::TargetList.Layout().itemSize;
     if (contacts.size() > greatestCount) {
-        return; // no frame could tell its size
+        platform::Complain("a list of " + std::to_string(contacts.size()) + " contacts is not sent: a frame holds " +
+                           std::to_string(greatestCount));
+        return;
     }
 
     protocol::Payload payload(record.size + contacts.size() * record.itemSize);
@@ -133,7 +136,11 @@ void ControlDevice::RequestAScanSetupMonitorerStatus(CAttributeMap* request)
     }
     // In 64 bits: the range may span all of an int.
     std::int64_t const beams = std::max(std::int64_t{last} - first + 1, std::int64_t{0});
-    if (beams > std::numeric_limits<std::uint16_t>::max()) {
+    constexpr std::int64_t greatestCount =
+        (protocol::MaximumFrameSize - protocol::FrameOverhead - records::AScanStatus.Size()) / sizeof(std::uint16_t);
+    if (beams > greatestCount) {
+        platform::Complain("an A-scan status of " + std::to_string(beams) + " beams is not sent: a frame holds " +
+                           std::to_string(greatestCount));
         return;
     }
     Sending const& sending = commands::RequestAScanSetupMonitorerStatus.sends.front();
@@ -143,10 +150,12 @@ void ControlDevice::RequestAScanSetupMonitorerStatus(CAttributeMap* request)
     protocol::Payload payload(record.size + count * sizeof(std::uint16_t));
     protocol::PackField(records::AScanOn, AScanStatusUtils::GetAScanStatus(), payload.Bytes());
     PackKey(record, keys::AScanPingNumber, ping, payload);
-    protocol::PackField(records::AScanBeamCount, static_cast<std::uint32_t>(count), payload.Bytes());
+    protocol::PackField(records::AScanBeamCount, std::uint32_t{protocol::Low16Bits(static_cast<std::uint32_t>(beams))},
+                        payload.Bytes());
+    auto const list = payload.Bytes().subspan(record.size);
     auto beam = static_cast<std::uint32_t>(first);
-    for (std::size_t i = 0; i < count; ++i, ++beam) {
-        protocol::PutU16LE(payload.Bytes(), record.size + i * sizeof(std::uint16_t), protocol::Low16Bits(beam));
+    for (std::size_t at = 0; at < list.size(); at += sizeof(std::uint16_t), ++beam) {
+        protocol::PutU16LE(list, at, protocol::Low16Bits(beam));
     }
     SendRecord(record.id, payload.Data(), static_cast<std::uint32_t>(payload.Size()), TimeOfLastData(),
                sending.target.deviceId, sending.target.enumerator);

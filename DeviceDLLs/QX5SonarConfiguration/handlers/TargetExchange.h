@@ -66,8 +66,8 @@ inline constexpr Command RequestAScanSetupMonitorerStatus{
     .operands = target_exchange::aScanKeys,
     .sends = target_exchange::aScanSends,
     .note = "SendAScanStatus by its presence, the others from the request. The beams from the first to the last go "
-            "out, none when the first lies beyond the last; more than 65535 are not sent. The record bears the time "
-            "of the device's last data.",
+            "out, none when the first lies beyond the last; their numbers and their count as 16 bits. Of more than a "
+            "frame holds, 67108810, none goes out. The record bears the time of the device's last data.",
 };
 
 inline constexpr Command SendImageEnhancementMode{

@@ -86,13 +86,28 @@ struct Operand
     OperandOptions options;
 };
 
+/// Whom the frame of a record names.
+enum class Addressee : std::uint8_t
+{
+    Target,       ///< the target that the table tells
+    StoredDevice, ///< the stored tree's "DeviceId", 0 when it is not there, under the enumerator that the table tells
+    StoredSonar,  ///< "DeviceId" and "DeviceEnum" of the stored tree; nothing is sent while the former is 0
+};
+
 /// One record that a command sends.
 struct Sending
 {
     protocol::RecordLayout record;
     Target target = OwnSonar;
     std::string_view when = {}; ///< empty: whenever the command goes through
+    Addressee addressee = Addressee::Target;
 };
+
+/// Whether the scalar path frames a record of that id itself, in place of wrapping it in a remote-control record.
+constexpr bool FramesItself(std::int64_t recordId)
+{
+    return recordId >= 7600 && recordId <= 7699;
+}
 
 /// A record that a command asks the sonar for afterwards.
 struct FollowUp

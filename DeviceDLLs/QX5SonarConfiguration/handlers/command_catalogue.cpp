@@ -37,7 +37,8 @@ template <protocol::Key const& K, auto const& Record>
 struct Scalar
 {
     static constexpr Operand operands[]{K};
-    static constexpr Sending sends[]{{Record}};
+    static constexpr Sending sends[]{
+        {Record, OwnSonar, {}, FramesItself(Record.Id()) ? Addressee::StoredSonar : Addressee::Target}};
     static constexpr Command command{.form = Form::Direct, .operands = operands, .sends = sends, .echoFlags = 0};
 };
 

@@ -1,6 +1,8 @@
 // The one object that knows the sonars whose pings the plug-in controls, and lets those of a group ping in turn.
 #pragma once
 
+#include "QX5SonarConfiguration.h"
+
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/CString.h>
 #include <VordalBaseR/Export.h>
@@ -33,9 +35,10 @@ struct SonarEntry
 
 /// Finds the sonars that are to ping under control and sorts them into groups. Of a group one sonar pings at a time.
 ///
-/// Init and Exit are for the host's thread; the host calls Exit (or unloads the plug-in) before it destroys devices
-/// that were found. The notifications may arrive on any thread, and on several at once. Between them the lists are
-/// guarded by a lock that is never held while calling out.
+/// Init and Exit are for the host, on its thread, and are called by nobody in the plug-in: its entry points discover
+/// when templates are initialised and end when the library goes. The host calls Exit (or unloads the plug-in) before it
+/// destroys devices that were found, and Init when devices came or went. The notifications may arrive on any thread,
+/// and on several at once. Between them the lists are guarded by a lock that is never held while calling out.
 class VORDAL_PLUGIN_EXPORT QX5SonarConfigurationInfo
 {
 public:
@@ -63,6 +66,8 @@ protected:
 
 private:
     friend struct ConfigurationInfoAccess; // tests look inside through it
+    friend void ::InitializeTemplates(CVordalBaseApp* application);
+    friend void ::LibraryDetach();
 
     void ClearList();
     void GetAttributes();

@@ -229,9 +229,9 @@ VORDAL_PLUGIN_EXPORT void RegisterDevices()
 {
     CDevList::GetDevList().RegisterDev(L"QX5SonarConfigurationControlDevice", new DevCreator<TestDevice>);
 }
-VORDAL_PLUGIN_EXPORT void UnRegisterDevices()
+VORDAL_PLUGIN_EXPORT bool UnRegisterDevices()
 {
-    CDevList::GetDevList().UnRegisterDev(L"QX5SonarConfigurationControlDevice");
+    return CDevList::GetDevList().UnRegisterDev(L"QX5SonarConfigurationControlDevice");
 }
 VORDAL_PLUGIN_EXPORT void RegisterViews()
 {

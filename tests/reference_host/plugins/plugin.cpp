@@ -45,10 +45,10 @@ VORDAL_PLUGIN_EXPORT void RegisterDevices()
     Calls() += "devices ";
     CDevList::GetDevList().RegisterDev(L"SmallDevice", new DevCreator<SmallDevice>);
 }
-VORDAL_PLUGIN_EXPORT void UnRegisterDevices()
+VORDAL_PLUGIN_EXPORT bool UnRegisterDevices()
 {
     Calls() += "no-devices ";
-    CDevList::GetDevList().UnRegisterDev(L"SmallDevice");
+    return CDevList::GetDevList().UnRegisterDev(L"SmallDevice");
 }
 VORDAL_PLUGIN_EXPORT void RegisterViews()
 {

@@ -1,0 +1,22 @@
+// One request of each command, for whoever shows or checks what the command sends.
+#pragma once
+
+#include "handlers/command.h"
+#include <VordalAttributesR/CAttributeMap.h>
+
+#include <string>
+
+namespace qx5::cli {
+
+/// A request that lets the command start, and what the device's tree must hold for it.
+struct SampleRequest
+{
+    CAttributeMap request;
+    CAttributeMap stored;
+    std::string asked; ///< the keys of the request, with blanks between them
+};
+
+/// With plausible values. Of a command that completes, one key is asked for and the tree holds the others.
+SampleRequest SampleOf(Command const& command);
+
+} // namespace qx5::cli

@@ -1,0 +1,86 @@
+// How the plug-in attaches itself to a host: what it asks of it, in which order, and what a refusal ends. The two
+// services of the host are stood in for here, so that they can be seen and can refuse.
+#include "QX5SonarConfiguration.h"
+
+#include <VersionControlR/CheckDllVersion.h>
+#include <vordalhostdllR/VordalHost.h>
+
+#include <string>
+#include <vector>
+
+#include <dlfcn.h>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+struct Handshake
+{
+    unsigned version;
+    std::string sourceFile;
+    std::string buildTime;
+};
+struct Binding
+{
+    HINSTANCE instance;
+    HINSTANCE module;
+};
+
+bool accepts = true;
+std::vector<Handshake> handshakes;
+std::vector<Binding> bindings;
+
+} // namespace
+
+bool CheckDllVersion(unsigned version, char const* sourceFile, char const* buildTime)
+{
+    EXPECT_TRUE(bindings.empty()) << "the handshake comes first";
+    handshakes.push_back({version, sourceFile, buildTime});
+    return accepts;
+}
+
+bool VordalHost::LoadDLLResourceDLL(HINSTANCE instance, HINSTANCE module)
+{
+    bindings.push_back({instance, module});
+    return false; // there is no such library; the texts that are built in serve
+}
+
+namespace {
+
+class Attaching : public ::testing::Test
+{
+protected:
+    Attaching()
+    {
+        accepts = true;
+        handshakes.clear();
+        bindings.clear();
+    }
+};
+
+TEST_F(Attaching, TellsItsVersionThenBindsItsResources)
+{
+    EXPECT_TRUE(LibraryAttach());
+    ASSERT_EQ(handshakes.size(), 1U);
+    EXPECT_EQ(handshakes[0].version, 0x05050100U);
+    EXPECT_THAT(handshakes[0].sourceFile,
+                ::testing::EndsWith("DeviceDLLs/QX5SonarConfiguration/QX5SonarConfiguration.cpp"));
+    EXPECT_THAT(handshakes[0].buildTime, ::testing::ContainsRegex("^[A-Z][a-z][a-z] .* [0-9:]*$"));
+
+    ASSERT_EQ(bindings.size(), 1U);
+    Dl_info itself{};
+    ASSERT_NE(dladdr(reinterpret_cast<void*>(&LibraryAttach), &itself), 0);
+    EXPECT_EQ(bindings[0].instance, itself.dli_fbase);
+    EXPECT_EQ(bindings[0].module, itself.dli_fbase);
+    LibraryDetach();
+}
+
+TEST_F(Attaching, IsRefusedByAHostOfAnotherVersion)
+{
+    accepts = false;
+    EXPECT_FALSE(LibraryAttach());
+    EXPECT_EQ(handshakes.size(), 1U);
+    EXPECT_TRUE(bindings.empty());
+}
+
+} // namespace
