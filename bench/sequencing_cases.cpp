@@ -192,7 +192,7 @@ public:
         });
     }
 
-    /// Settings data of one sonar, on this thread.
+    /// Settings data of one sonar, told on the host thread.
     void Data(std::size_t sonar) { m_stage.Host().PutBlock(m_devices[sonar]->GetDataId(), m_block); }
 
 private:
@@ -373,8 +373,8 @@ std::vector<Case> SequencingCases(Stage& stage)
     std::vector<Case> cases;
     cases.push_back(
         {"data-to-ping",
-         "settings data of one sonar of two, told on this thread, until the 92 bytes of the other's ping were "
-         "read at its far end; overhead 0",
+         "settings data of one sonar of two, told on the host thread, until the 92 bytes of the other's ping "
+         "were read at its far end; overhead 0",
          300, [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
              std::array<std::unique_ptr<Connection>, 2> connections;
              std::vector<BaseIOHandler*> ports;
@@ -391,13 +391,16 @@ std::vector<Case> SequencingCases(Stage& stage)
                  ReadAll(connections[0]->farEnd, std::span(bytes).first(pingBytes));
                  sonars.Data(1);
                  ReadAll(connections[1]->farEnd, bytes);
-                 for (std::size_t i = 0; i < samples; ++i) {
-                     std::size_t const awaited = i % 2;
-                     Time(1, 1, nanoseconds, [&] {
-                         sonars.Data(awaited);
-                         ReadAll(connections[1 - awaited]->farEnd, std::span(bytes).first(pingBytes));
-                     });
-                 }
+                 // As a connection does it: on the host thread.
+                 stage.Host().RunAndWait([&] {
+                     for (std::size_t i = 0; i < samples; ++i) {
+                         std::size_t const awaited = i % 2;
+                         Time(1, 1, nanoseconds, [&] {
+                             sonars.Data(awaited);
+                             ReadAll(connections[1 - awaited]->farEnd, std::span(bytes).first(pingBytes));
+                         });
+                     }
+                 });
              }
              // Ports go on the host thread, where what they posted has run.
              stage.Host().RunAndWait([&] { connections = {}; });

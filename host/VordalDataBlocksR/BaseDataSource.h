@@ -11,7 +11,9 @@ enum DataAccessCode : int
     DATA_ACCESS_LATEST = 3,
 };
 
-/// The buffer of one stream. Owned by the host, there until the host goes. Any thread; each operation is atomic.
+/// The buffer of one stream. Owned by the host, there until the host goes. Any thread; each operation is atomic. What
+/// another thread than the host's stores and announces takes effect on the host thread, in that order, so that each
+/// announcement finds its own block in the buffer; the calls do not wait for it.
 class VORDAL_API BaseDataSource
 {
 public:
@@ -22,7 +24,7 @@ public:
     /// Copies the block that writers build upon; false when there is none.
     virtual bool ReadCurrentBlock(CDataBlock& block) = 0;
     virtual void StoreBlock(CDataBlock const& block) = 0;
-    /// Tells the stream's subscribers that a block was stored, on the caller's thread.
+    /// Tells the stream's subscribers, as Subscriber says, that a block was stored.
     virtual void AnnounceBlock() = 0;
     /// Empties the buffer; its last time becomes 0.0.
     virtual void Reset() = 0;

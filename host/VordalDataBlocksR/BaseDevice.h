@@ -25,7 +25,7 @@ struct DeviceInternals;
 }
 
 /// A device of the host. The host owns it, whoever made it. Operations may be called from any thread unless said
-/// otherwise; notifications that they raise arrive on the caller's thread, with no lock of the host held.
+/// otherwise, also while the host thread holds the device's lock; who follows the device is told as Subscriber says.
 class VORDAL_API BaseDevice
 {
 public:
@@ -60,7 +60,8 @@ public:
     virtual SubscriptionMap* GetAttributeSubscriptionMap();
     /// Merges the tree into the device's attribute tree and notifies, once, the subscribers of any of the tree's
     /// top-level keys, after the merge. Locks on its own. False when nothing was given. `flags` 0, 4 and 15 merge
-    /// alike here.
+    /// alike here. The merge is done on return; from another thread than the host's, subscribers are told later, and
+    /// read what the tree holds by then.
     virtual bool SetAttributeMap(CAttributeMap const& map, unsigned flags);
     /// Appends the tree's top-level nodes as they are, without matching keys, and notifies likewise.
     virtual bool AppendAttributeMap(CAttributeMap const& map, unsigned flags);

@@ -15,8 +15,8 @@ public:
     NotificationInfo& operator=(NotificationInfo const&) = default;
     virtual ~NotificationInfo();
 
-    /// A copy of the same kind, for a subscription that is told later on another thread: the latest one stands for all
-    /// that came in the meantime. Kinds of a module's own override it; otherwise their subscribers get the bare base.
+    /// A copy of the same kind, for subscriptions that are told later on another thread (see Subscriber). Kinds of a
+    /// module's own override it; otherwise those subscribers get the bare base.
     virtual std::unique_ptr<NotificationInfo> Clone() const;
 };
 

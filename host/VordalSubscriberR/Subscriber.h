@@ -4,8 +4,11 @@
 #include <VordalBaseR/Export.h>
 #include <VordalSubscriberR/NotificationInfo.h>
 
-/// A sink. Notify is called with no lock of the host held: for a subscription made on the window thread on that thread,
-/// once for all notifications that came since the last time, otherwise on the thread that raised the notification.
+/// A sink. Any thread may raise a notification; where Notify is called does not depend on it. For a subscription made
+/// on the window thread that is the window thread, once for all notifications that came since the last time; for all
+/// others it is the host thread: at once, nested, when the host thread raises the notification, otherwise later, in the
+/// order in which notifications were raised. No lock of the host is held. (A host that has no thread of its own tells
+/// on the caller's.)
 class VORDAL_API Subscriber
 {
 public:

@@ -16,7 +16,8 @@ class SubscriptionMap;
 
 /// One sink joined to one or more keys of one bus. Unsubscribe, or the destructor, ends it: once it has returned the
 /// sink is not called any more (a call that is running on another thread is waited for; from inside the sink itself
-/// it returns at once). Not to be used from two threads at once.
+/// it returns at once). On the thread on which the sink is told nobody is waited for, whatever locks are held there;
+/// elsewhere no lock may be held that the sink needs. Not to be used from two threads at once.
 class VORDAL_API Subscription
 {
 public:

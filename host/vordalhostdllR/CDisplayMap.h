@@ -25,4 +25,8 @@ public:
     /// another thread it is posted, and then only a null `sender` and null `data` are allowed. For what the hint and
     /// the data mean, see DisplayUpdateHint.
     virtual void UpdateAllDisplays(CView* sender, int hint, void const* data) = 0;
+    /// Shows the frame of the display by that name in its normal size and brings its window to the top of all others;
+    /// nothing when the display is not open. On the window thread that happens at once; from another thread it is
+    /// posted, and the display is looked up there.
+    virtual void ShowDisplay(CString const& name) = 0;
 };

@@ -142,8 +142,21 @@ void Application::UpdateAllDisplays(CView* sender, int hint, void const* data)
     if (host->window->IsWindowThread()) {
         host->openDisplays.Update(sender, hint, data);
     } else {
-        host->window->Post({WindowTaskKind::UpdateDisplays, static_cast<std::uintptr_t>(hint)},
+        host->window->Post({WindowTaskKind::UpdateDisplays, static_cast<std::uintptr_t>(hint), {}},
                            [host, hint] { host->openDisplays.Update(nullptr, hint, nullptr); });
+    }
+}
+
+void Application::ShowDisplay(CString const& name)
+{
+    auto* const host = CurrentState();
+    if (host == nullptr) {
+        return;
+    }
+    if (host->window->IsWindowThread()) {
+        host->openDisplays.Show(name);
+    } else {
+        host->window->Post({WindowTaskKind::ShowDisplay, 0, name}, [host, name] { host->openDisplays.Show(name); });
     }
 }
 

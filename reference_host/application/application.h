@@ -52,6 +52,7 @@ private:
     CString GetDisplayName(int index) const override;
     CDisplayDoc* Lookup(CString const& name) const override;
     void UpdateAllDisplays(CView* sender, int hint, void const* data) override;
+    void ShowDisplay(CString const& name) override;
 
     bool GetItem(CString const& section, CString const& key, CString& value) const override;
     bool GetItem(CString const& section, CString const& key, bool& value) const override;

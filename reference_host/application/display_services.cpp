@@ -42,7 +42,7 @@ bool DisplayManager::RemoveDisplay(CString const& title)
     if (display != nullptr && host->window->IsWindowThread()) {
         display->Holder().OnRemoved();
     } else if (display != nullptr) {
-        host->window->Post({vordal::WindowTaskKind::RemoveDisplay, reinterpret_cast<std::uintptr_t>(display)},
+        host->window->Post({vordal::WindowTaskKind::RemoveDisplay, reinterpret_cast<std::uintptr_t>(display), {}},
                            [host, display] {
                                if (host->openDisplays.Has(display)) {
                                    display->Holder().OnRemoved();

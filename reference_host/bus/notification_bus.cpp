@@ -2,7 +2,10 @@
 #include "reference_host/bus/notification_bus.h"
 
 #include "reference_host/attributes/attribute_node.h"
+#include "reference_host/host/failure.h"
+#include "reference_host/host/host_state.h"
 #include "reference_host/host/host_turn.h"
+#include "reference_host/host/log.h"
 
 #include <algorithm>
 #include <array>
@@ -71,6 +74,12 @@ void Joint::Replace(std::shared_ptr<SinkHolder> sink)
     sink.reset();
 }
 
+std::shared_ptr<SinkHolder> Joint::Sink()
+{
+    std::lock_guard const lock(m_mutex);
+    return m_sink;
+}
+
 struct NotificationBus::Snapshot
 {
     struct Entry
@@ -110,6 +119,27 @@ struct NotificationBus::Snapshot
         return *entries.insert(at, Entry{key.Hash(), std::wstring(key.Text()), {}});
     }
 };
+
+namespace {
+
+/// Has the host thread tell a notification, in its turn, when this thread may not: its sinks may need a lock that the
+/// host thread holds while it waits for them to return. False: this thread tells it.
+template <typename Tell>
+bool TellsOnHostThread(NotificationInfo const* info, Tell tell)
+{
+    auto* const thread = ThreadToTellOn();
+    if (thread == nullptr) {
+        return false;
+    }
+    thread->Post([tell = std::move(tell), copy = info != nullptr ? info->Clone() : nullptr] {
+        if (auto const failure = FailureOf([&] { tell(copy.get()); })) {
+            Log(LogLevel::Error, "a notification failed on the host thread: " + *failure);
+        }
+    });
+    return true;
+}
+
+} // namespace
 
 NotificationBus::NotificationBus() = default;
 NotificationBus::~NotificationBus() = default;
@@ -180,8 +210,31 @@ void NotificationBus::Leave(std::shared_ptr<Joint> const& joint)
     Publish(std::move(next));
 }
 
+std::size_t NotificationBus::LeaveAll(std::function<bool(Subscriber const&)> const& areSuch)
+{
+    auto const snapshot = Take();
+    if (snapshot == nullptr) {
+        return 0;
+    }
+    std::size_t count = 0;
+    for (auto const& joint : snapshot->joints) {
+        auto const sink = joint->Sink();
+        if (sink != nullptr && sink->Sink() != nullptr && areSuch(*sink->Sink())) {
+            Leave(joint);
+            joint->Leave();
+            ++count;
+        }
+    }
+    return count;
+}
+
 void NotificationBus::Notify(AttributeKey const& key, NotificationInfo const* info) const
 {
+    if (TellsOnHostThread(info, [bus = shared_from_this(), text = CString(key.Text())](NotificationInfo const* copy) {
+            bus->Notify(AttributeKey(text), copy);
+        })) {
+        return;
+    }
     auto const snapshot = Take();
     if (snapshot == nullptr) {
         return;
@@ -195,6 +248,10 @@ void NotificationBus::Notify(AttributeKey const& key, NotificationInfo const* in
 
 void NotificationBus::NotifyKeysOf(CAttributeMap const& tree, NotificationInfo const* info) const
 {
+    if (TellsOnHostThread(
+            info, [bus = shared_from_this(), tree](NotificationInfo const* copy) { bus->NotifyKeysOf(tree, copy); })) {
+        return;
+    }
     auto const snapshot = Take();
     if (snapshot == nullptr) {
         return;

@@ -10,7 +10,9 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -46,8 +48,7 @@ private:
 class VORDAL_API Joint : public std::enable_shared_from_this<Joint>
 {
 public:
-    /// `window`: the sink is told on the window thread, by way of this inbox; null: on whatever thread raises the
-    /// notification.
+    /// `window`: the sink is told on the window thread, by way of this inbox; null: on the thread of the bus.
     explicit Joint(std::shared_ptr<SinkHolder> sink, std::shared_ptr<WindowInbox> window = nullptr)
         : m_window(std::move(window)), m_sink(std::move(sink))
     {
@@ -75,6 +76,7 @@ public:
     /// Puts another sink in place (null: none) and waits until the old one runs on no other thread. A call that runs
     /// on this thread keeps the old sink until it has returned.
     void Replace(std::shared_ptr<SinkHolder> sink);
+    std::shared_ptr<SinkHolder> Sink();
 
 private:
     friend class WindowInbox;
@@ -92,9 +94,11 @@ private:
     std::uint64_t m_nextSerial = 0;
 };
 
-/// Keys and the joints that follow them. Any thread. A notification goes to those that were joined when it began and
-/// have not left when their turn comes, in the order in which they joined.
-class VORDAL_API NotificationBus
+/// Keys and the joints that follow them. Any thread. A notification is told on the host thread: at once when that
+/// thread raises it (and in a host without one, wherever it is raised), otherwise in the order in which it was posted
+/// there. It goes to those that are joined when it begins and have not left when their turn comes, in the order in
+/// which they joined. Held by shared pointers.
+class VORDAL_API NotificationBus : public std::enable_shared_from_this<NotificationBus>
 {
 public:
     NotificationBus();
@@ -103,6 +107,8 @@ public:
     /// Joins to further keys; a joint that is there keeps its turn.
     void Join(std::shared_ptr<Joint> const& joint, std::span<CString const> keys);
     void Leave(std::shared_ptr<Joint> const& joint);
+    /// Takes the joints off whose sinks are such, as if their subscriptions had ended; how many there were.
+    std::size_t LeaveAll(std::function<bool(Subscriber const&)> const& areSuch);
 
     void Notify(AttributeKey const& key, NotificationInfo const* info) const;
     /// Tells each joint once that follows any of the tree's top-level keys.

@@ -2,13 +2,12 @@
 #include "reference_host/bus/window_inbox.h"
 
 #include "reference_host/bus/notification_bus.h"
+#include "reference_host/host/failure.h"
 #include "reference_host/host/log.h"
 
 #include <VordalSubscriberR/NotificationInfo.h>
 
 #include <algorithm>
-#include <exception>
-#include <string>
 
 namespace vordal {
 namespace {
@@ -16,12 +15,8 @@ namespace {
 template <typename Call>
 void Contain(Call&& call)
 {
-    try {
-        call();
-    } catch (std::exception const& failure) {
-        Log(LogLevel::Error, std::string("a notification failed on the window thread: ") + failure.what());
-    } catch (...) {
-        Log(LogLevel::Error, "a notification failed on the window thread: an exception of an unknown kind");
+    if (auto const failure = FailureOf(call)) {
+        Log(LogLevel::Error, "a notification failed on the window thread: " + *failure);
     }
 }
 
@@ -90,14 +85,19 @@ void WindowInbox::Put(std::shared_ptr<Joint> joint, NotificationInfo const* info
 void WindowInbox::Post(WindowTaskKey key, HostTask task)
 {
     std::shared_ptr<std::function<void()> const> wake;
+    HostTask former; // goes after the lock
     {
         std::lock_guard const lock(m_mutex);
-        bool const waits =
-            std::any_of(m_tasks.begin(), m_tasks.end(), [&key](auto const& each) { return each.first == key; });
-        if (!m_attached || waits) {
+        if (!m_attached) {
             return;
         }
-        m_tasks.emplace_back(key, std::move(task));
+        auto const like =
+            std::find_if(m_tasks.begin(), m_tasks.end(), [&key](auto const& each) { return each.first == key; });
+        if (like != m_tasks.end()) {
+            former = std::move(like->second);
+            m_tasks.erase(like);
+        }
+        m_tasks.emplace_back(std::move(key), std::move(task));
         wake = Wake();
     }
     if (wake != nullptr) {

@@ -3,6 +3,7 @@
 
 #include "reference_host/host/host_task.h"
 
+#include <VordalBaseR/CString.h>
 #include <VordalBaseR/Export.h>
 
 #include <atomic>
@@ -21,13 +22,21 @@ namespace vordal {
 
 class Joint;
 
-/// What a task for the window thread is about. A task whose like waits already is dropped.
+/// What a task for the window thread is about. Of those that are alike the one that was posted last stays.
 enum class WindowTaskKind
 {
     UpdateDisplays,
-    RemoveDisplay
+    RemoveDisplay,
+    ShowDisplay
 };
-using WindowTaskKey = std::pair<WindowTaskKind, std::uintptr_t>;
+struct WindowTaskKey
+{
+    WindowTaskKind kind;
+    std::uintptr_t number;
+    CString name;
+
+    bool operator==(WindowTaskKey const&) const = default;
+};
 
 /// Bounded by the number of subscriptions: a notification whose subscription waits already takes its place and replaces
 /// what it carries, so the last one is never lost. Any thread, except where said otherwise.
@@ -55,7 +64,8 @@ public:
     /// The joint has left: what waits for it is dropped.
     void Forget(Joint& joint);
 
-    /// Runs the tasks, then tells the notifications, each in the order in which it began to wait. What begins to wait
+    /// Runs the tasks in the order in which they were posted, then tells the notifications in the order in which they
+    /// began to wait. What begins to wait
     /// meanwhile is left for the next time. Failures are logged. Window thread, not from within itself.
     void Deliver();
 

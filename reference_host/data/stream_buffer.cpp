@@ -32,7 +32,12 @@ void StreamBuffer::StoreBlock(CDataBlock const& block)
     if (auto* observer = CurrentObserver()) {
         observer->OnStoreBlock(GetDataId(), block);
     }
-    Put(block);
+    // Both of a pair go by way of the host thread, so that each announcement finds its own block.
+    if (auto* const thread = ThreadToTellOn()) {
+        thread->Post([this, block] { Put(block); });
+    } else {
+        Put(block);
+    }
 }
 
 void StreamBuffer::Put(CDataBlock const& block)
@@ -48,7 +53,11 @@ void StreamBuffer::AnnounceBlock()
     if (auto* observer = CurrentObserver()) {
         observer->OnAnnounceBlock(GetDataId());
     }
-    Announce();
+    if (auto* const thread = ThreadToTellOn()) {
+        thread->Post([this] { Announce(); });
+    } else {
+        Announce();
+    }
 }
 
 void StreamBuffer::Announce()

@@ -26,7 +26,7 @@ public:
     CDataId const& GetDataId() const override { return m_info.GetDataId(); }
 
     // These are not told to an observer.
-    /// As StoreBlock and AnnounceBlock.
+    /// As StoreBlock and AnnounceBlock on the host thread.
     void Put(CDataBlock const& block);
     void Announce();
     /// As Reset.

@@ -3,6 +3,8 @@
 
 #include "reference_host/displays/display.h"
 
+#include <vordalhostdllR/CDisplayDoc.h>
+
 #include <algorithm>
 
 namespace vordal {
@@ -92,6 +94,15 @@ void OpenDisplays::Update(CView* sender, int hint, void const* data) const
         if (Has(display)) {
             display->DeliverUpdate(sender, hint, data);
         }
+    }
+}
+
+void OpenDisplays::Show(CString const& name) const
+{
+    auto const* const document = Lookup(name);
+    if (auto* const frame = document != nullptr ? document->GetFrame() : nullptr) {
+        frame->ShowNormal();
+        frame->BringToTop();
     }
 }
 

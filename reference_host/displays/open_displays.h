@@ -32,6 +32,8 @@ public:
     bool Has(Display const* display) const;
     /// CView::OnUpdate of all views but the sender.
     void Update(CView* sender, int hint, void const* data) const;
+    /// Shows the frame of the display of that name in its normal size and above all others, if it is open.
+    void Show(CString const& name) const;
     /// Closes the displays whose view classes are of that module.
     void CloseAllOf(void const* registrant);
 

@@ -103,6 +103,13 @@ HostObserver* CurrentObserver()
     return state != nullptr ? state->observer.load(std::memory_order_acquire) : nullptr;
 }
 
+HostThread* ThreadToTellOn()
+{
+    auto* const state = CurrentState();
+    auto* const thread = state != nullptr ? state->thread.get() : nullptr;
+    return thread != nullptr && !thread->IsThisThread() ? thread : nullptr;
+}
+
 std::shared_ptr<NotificationBus> BusOfKind(int kind)
 {
     auto* const state = CurrentState();
@@ -643,14 +650,23 @@ BaseDataSource& Host::Buffer(CDataId const& stream)
 
 void Host::PutBlock(CDataId const& stream, CDataBlock const& block)
 {
-    auto& buffer = *m_state->FindBuffer(stream, true);
-    buffer.Put(block);
-    buffer.Announce();
+    auto* const buffer = m_state->FindBuffer(stream, true);
+    if (auto* const thread = ThreadToTellOn()) {
+        thread->Post([this, buffer, block] { PutBlock(buffer->GetDataId(), block); });
+        return;
+    }
+    buffer->Put(block);
+    buffer->Announce();
 }
 
 void Host::SetBufferStatus(CDataId const& stream, unsigned short status)
 {
-    m_state->FindBuffer(stream, true)->SetStatus(status);
+    auto* const buffer = m_state->FindBuffer(stream, true);
+    if (auto* const thread = ThreadToTellOn()) {
+        thread->Post([this, buffer, status] { SetBufferStatus(buffer->GetDataId(), status); });
+        return;
+    }
+    buffer->SetStatus(status);
     DataId_NI const info(stream);
     Notify(Subscription::BufferStatus, stream.GetKey(), &info);
 }

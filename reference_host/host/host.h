@@ -38,7 +38,7 @@ struct HostState;
 enum class Threading
 {
     Inline,   ///< on the thread that calls, at once; that thread counts as the host thread
-    Threaded, ///< on one host thread, in the order in which they were posted
+    Threaded, ///< on one host thread, in the order in which they were posted or raised
 };
 
 /// What becomes of an exception that leaves a request.
@@ -227,9 +227,10 @@ public:
     // Streams.
     /// The stream's buffer, made when it is missing. Any thread.
     BaseDataSource& Buffer(CDataId const& stream);
-    /// Stores the block in the stream's buffer and tells its subscribers, on this thread. Any thread.
+    /// Stores the block in the stream's buffer and tells its subscribers, on the host thread: at once when this is it,
+    /// otherwise when its turn has come, so that each is told with its own block in the buffer. Any thread.
     void PutBlock(CDataId const& stream, CDataBlock const& block);
-    /// Changes the status of the stream's buffer and tells the followers of its status, on this thread. Any thread.
+    /// Changes the status of the stream's buffer and tells the followers of its status, likewise. Any thread.
     void SetBufferStatus(CDataId const& stream, unsigned short status);
 
     // Files, contacts, the application. Any thread.
@@ -242,7 +243,8 @@ public:
     void SetUserIsOperator(bool isOperator);
     void SetAScanStatus(bool on);
 
-    /// Raises a notification on one of the buses of Subscription::Kind, on this thread. `info` may be null. Any thread.
+    /// Raises a notification on one of the buses of Subscription::Kind, told as Subscriber says. `info` may be null.
+    /// Any thread.
     void Notify(Subscription::Kind kind, CString const& key, NotificationInfo const* info);
 
     /// For the host's own sources.

@@ -160,8 +160,8 @@ struct HostState
     std::atomic<bool> aScanOn{false};
     std::unique_ptr<TargetStore> targets;
 
+    /// Null in a host that runs on the threads of its callers.
     std::unique_ptr<HostThread> thread;
-
     Device* FindDevice(CDataId const& id) const { return FindDevice(PackedId(id)); }
     Device* FindDevice(std::uint64_t packedId) const;
     Computation* FindComputation(CDataId const& id) const;
@@ -175,6 +175,10 @@ struct HostState
 HostState* CurrentState();
 /// Null unless there is such an observer.
 HostObserver* CurrentObserver();
+
+/// The host thread, for what this thread may raise but not tell. Null when it tells by itself: on the host thread, and
+/// where there is none.
+HostThread* ThreadToTellOn();
 
 // For the subscription classes. Null without a host or for another kind.
 std::shared_ptr<NotificationBus> BusOfKind(int kind);

@@ -1,12 +1,11 @@
 // The thread on which a live host delivers requests and notifications, one after the other.
 #include "reference_host/host/host_thread.h"
 
+#include "reference_host/host/failure.h"
 #include "reference_host/host/log.h"
 #include "reference_host/link/send_gathering.h"
 
 #include <cstdlib>
-#include <exception>
-#include <string>
 #include <utility>
 
 namespace vordal {
@@ -125,12 +124,8 @@ void HostThread::RunAll(std::vector<Task>& tasks)
 
 void HostThread::Execute(Task& task)
 {
-    try {
-        task();
-    } catch (std::exception const& failure) {
-        Log(LogLevel::Error, std::string("a task on the host thread failed: ") + failure.what());
-    } catch (...) {
-        Log(LogLevel::Error, "a task on the host thread failed");
+    if (auto const failure = FailureOf(task)) {
+        Log(LogLevel::Error, "a task on the host thread failed: " + *failure);
     }
 }
 

@@ -183,11 +183,7 @@ void ShowSnapshotDisplay()
             if (!enabled) {
                 DisplayManager::GetDisplayManager().EnableDisplay(name);
             }
-            if (CDisplayDoc const* document = displays.Lookup(section);
-                document != nullptr && document->GetFrame() != nullptr) {
-                document->GetFrame()->ShowNormal();
-                document->GetFrame()->BringToTop();
-            }
+            displays.ShowDisplay(section);
             return;
         }
     }

@@ -274,6 +274,40 @@ TEST_F(Displays, AreReachedFromOtherThreadsByWayOfTheWindowThread)
     EXPECT_EQ(Calls(), (Lines{L"remove Sonar", L"holder: removed"}));
 }
 
+TEST_F(Displays, AreShownByTheirNameOnTheWindowThread)
+{
+    auto const first = Open(L"first");
+    std::string reason;
+    auto const second = Display::Open({L"NotingView", L"second", {}}, nullptr, reason);
+    Calls().clear();
+    Map().ShowDisplay(L"first");
+    EXPECT_EQ(Calls(), (Lines{L"holder: normal", L"holder: top"}));
+    Calls().clear();
+    Map().ShowDisplay(L"second"); // has no window
+    Map().ShowDisplay(L"third");
+    Map().ShowDisplay(L"");
+    EXPECT_EQ(Calls(), Lines());
+
+    std::thread([this] {
+        Map().ShowDisplay(L"first");
+        Map().ShowDisplay(L"second");
+        Map().UpdateAllDisplays(nullptr, HINT_STEP_UP, nullptr);
+        Map().ShowDisplay(L"first");
+    }).join();
+    EXPECT_EQ(Calls(), Lines());
+    host.DeliverToWindow();
+    // Once, and where it was asked for last: it ends up on top.
+    EXPECT_EQ(Calls(), (Lines{L"hint 301", L"holder: normal", L"holder: top"}));
+
+    // One that was closed meanwhile is not there any more.
+    Calls().clear();
+    std::thread([this] { Map().ShowDisplay(L"first"); }).join();
+    first->Close();
+    Calls().clear();
+    host.DeliverToWindow();
+    EXPECT_EQ(Calls(), Lines());
+}
+
 TEST_F(Displays, StandForNobodyWithoutADisplay)
 {
     CDisplayDocAttr1 document;

@@ -151,6 +151,7 @@ TEST_F(WindowNotifications, CarryTheLatest)
     host.SelectSonar(CDataId(1, 78, 1, 1));
     HostIsIdle();
     host.Notify(Subscription::General, GeneralSubKeys::ADT_SELECTED_SONAR_CHANGE, nullptr);
+    HostIsIdle();
     host.DeliverToWindow();
     EXPECT_EQ(null, std::vector<bool>{true});
 }
@@ -167,6 +168,7 @@ TEST_F(WindowNotifications, KeepTheOrderInWhichTheyBeganToWait)
     for (auto const* key : {L"c", L"a", L"c", L"b", L"a"}) {
         Set(key, 1);
     }
+    HostIsIdle();
     EXPECT_EQ(told, "");
     host.DeliverToWindow();
     EXPECT_EQ(told, "cab");
@@ -212,7 +214,7 @@ TEST_F(WindowNotifications, MayEndAnotherSubscriptionThatWaits)
     EXPECT_EQ(told, 1);
 }
 
-TEST_F(WindowNotifications, OfOtherThreadsStayThere)
+TEST_F(WindowNotifications, OfOtherThreadsAreToldOnTheHostThread)
 {
     Subscription subscription;
     std::atomic<int> told{0};
@@ -230,8 +232,56 @@ TEST_F(WindowNotifications, OfOtherThreadsStayThere)
     });
     EXPECT_EQ(told, 1);
     EXPECT_EQ(where, hostThread);
+    // Whoever raises it, the window thread too.
+    for (auto const raisedOnWindow : {true, false}) {
+        where = {};
+        if (raisedOnWindow) {
+            Set(L"key", 2);
+        } else {
+            std::thread([this] { Set(L"key", 3); }).join();
+        }
+        HostIsIdle();
+        EXPECT_EQ(where, hostThread);
+    }
+    EXPECT_EQ(told, 3);
     EXPECT_EQ(Wakes(), 0);
     subscription.Unsubscribe();
+}
+
+TEST_F(WindowNotifications, RaisedElsewhereWaitForNobodyAndFindThoseWhoHaveJoinedByThen)
+{
+    Subscription subscription;
+    std::string told;
+    std::mutex wanted; // held while raising, and needed by the sink
+    std::unique_lock lock(wanted);
+    Set(L"key", 1); // nobody follows it yet
+    host.Post([&] {
+        Follow(subscription, {L"key"}, [&](auto) {
+            std::lock_guard const held(wanted);
+            told += std::to_string(Get(L"key"));
+        });
+    });
+    Set(L"key", 2);
+    Set(L"key", 3);
+    lock.unlock();
+    HostIsIdle();
+    host.RunAndWait([&] { subscription.Unsubscribe(); });
+    Set(L"key", 4);
+    HostIsIdle();
+    EXPECT_EQ(told, "33") << "told twice, with what is there by then";
+}
+
+TEST_F(WindowNotifications, RaisedElsewhereThatFailAreLogged)
+{
+    std::vector<std::string> lines;
+    vordal::SetLogSink([&](vordal::LogLevel, std::string_view line) { lines.emplace_back(line); });
+    Subscription failing;
+    host.RunAndWait([&] { Follow(failing, {L"key"}, [](auto) { throw std::runtime_error("no such sonar"); }); });
+    EXPECT_NO_THROW(Set(L"key", 1));
+    HostIsIdle();
+    vordal::SetLogSink({});
+    EXPECT_EQ(lines, std::vector<std::string>{"a notification failed on the host thread: no such sonar"});
+    failing.Unsubscribe();
 }
 
 TEST_F(WindowNotifications, ThatFailSpareTheOthers)
@@ -244,6 +294,7 @@ TEST_F(WindowNotifications, ThatFailSpareTheOthers)
     Follow(failing, {L"key"}, [](auto) { throw std::runtime_error("no such page"); });
     Follow(other, {L"key"}, [&](auto) { ++told; });
     Set(L"key", 1);
+    HostIsIdle();
     host.DeliverToWindow();
     vordal::SetLogSink({});
     EXPECT_EQ(told, 1);
@@ -257,8 +308,10 @@ TEST_F(WindowNotifications, GoNowhereWithoutAWindowThread)
     int told = 0;
     Follow(subscription, {L"key"}, [&](auto) { ++told; });
     Set(L"key", 1);
+    HostIsIdle();
     host.EndWindowThread();
     Set(L"key", 2);
+    HostIsIdle();
     host.DeliverToWindow();
     EXPECT_EQ(told, 0);
 }

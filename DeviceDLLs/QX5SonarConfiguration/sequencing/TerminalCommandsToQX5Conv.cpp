@@ -17,7 +17,6 @@
 #include <protocol/numbers.h>
 #include <protocol/records/all.h>
 #include <protocol/settings_keys.h>
-#include <vordalhostdllR/CDisplayDoc.h>
 #include <vordalhostdllR/CDisplayMap.h>
 #include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/DataManager.h>
@@ -371,12 +370,7 @@ void TerminalCommandsToQX5Conv::ShowSnapshotDisplay()
         if (!enabled) {
             DisplayManager::GetDisplayManager().EnableDisplay(name);
         }
-        if (auto const* const document = displays.Lookup(section); document != nullptr) {
-            if (auto* const frame = document->GetFrame(); frame != nullptr) {
-                frame->ShowNormal();
-                frame->BringToTop();
-            }
-        }
+        displays.ShowDisplay(section); // documents and frames are the window thread's
         return;
     }
     FileObject settings;
