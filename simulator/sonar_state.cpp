@@ -302,11 +302,12 @@ double SystemUtcSeconds()
     return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-SonarState::SonarState(UtcClock utc) : m_utc(utc ? std::move(utc) : UtcClock(SystemUtcSeconds))
+SonarState::SonarState(UtcClock utc, std::int32_t heads)
+    : m_utc(utc ? std::move(utc) : UtcClock(SystemUtcSeconds)), m_heads(heads)
 {
     PutText(keys::DeviceId.text, &keys::DeviceId, model::DeviceId);
     PutText(keys::x5SystemIDH.text, &keys::x5SystemIDH, false);
-    PutText(keys::x5EnumIsFixed.text, &keys::x5EnumIsFixed, false);
+    PutText(keys::x5EnumIsFixed.text, &keys::x5EnumIsFixed, m_heads > 1);
     PutText(keys::x5PingOnOffState.text, &keys::x5PingOnOffState, std::int32_t{0});
     LoadFactorySettings();
     PutText(keys::x5DataRecording.text, &keys::x5DataRecording, std::int32_t{0});
@@ -408,7 +409,7 @@ bool SonarState::Admit(Key const& key, Value& value) const
     if (HoldsNan(value))
         return false;
     if (&key == &keys::DeviceEnum)
-        return IsIndex(value, model::Modes.size());
+        return m_heads == 1 && IsIndex(value, model::Modes.size());
     if (&key == &keys::x5SampleRateSelection)
         return IsIndex(value, Mode().sampleRates.size());
     if (&key == &keys::x5PulseType)
@@ -751,8 +752,13 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
 std::vector<TreeNode> SonarState::LimitNodes() const
 {
     std::vector<TreeNode> nodes;
-    for (std::size_t i = 0; i < model::Modes.size(); ++i)
-        nodes.push_back(ModeBranch(model::Modes[i], static_cast<std::int32_t>(i)));
+    if (m_heads > 1) {
+        for (std::int32_t head = 0; head < m_heads; ++head)
+            nodes.push_back(ModeBranch(Mode(), head));
+    } else {
+        for (std::size_t i = 0; i < model::Modes.size(); ++i)
+            nodes.push_back(ModeBranch(model::Modes[i], static_cast<std::int32_t>(i)));
+    }
     for (std::wstring_view const mode : model::BeamModes)
         nodes.push_back(Leaf(keys::x5BeamModes, std::wstring(mode)));
     return nodes;

@@ -150,7 +150,7 @@ ScriptedFleet::~ScriptedFleet()
     host.RemoveAllDevices();
 }
 
-LiveFleet::LiveFleet(std::vector<SonarSetup> const& sonars) : m_echoes(sonars.size())
+LiveFleet::LiveFleet(std::vector<SonarSetup> const& sonars) : m_pinged(sonars.size())
 {
     host.SetClock(&clock);
     host.SetTraffic(&traffic);
@@ -161,9 +161,9 @@ LiveFleet::LiveFleet(std::vector<SonarSetup> const& sonars) : m_echoes(sonars.si
             if (event.kind == simulator::EventKind::Record) {
                 std::string const frame(event.frame->bytes.begin(), event.frame->bytes.end());
                 arrivals.Add({i, CommandOf(frame), frame, Clock::now()});
-            } else if (event.kind == simulator::EventKind::Echoed) {
-                std::lock_guard const lock(m_echoMutex);
-                m_echoes[i].push_back(Clock::now());
+            } else if (event.kind == simulator::EventKind::Pinged) {
+                std::lock_guard const lock(m_pingedMutex);
+                m_pinged[i].push_back(Clock::now());
             }
         };
         m_servers.push_back(std::make_unique<simulator::SonarServer>(simulator::ServerOptions{}, sink));
@@ -223,10 +223,10 @@ void LiveFleet::Command(std::size_t sonar, std::string_view line)
     }
 }
 
-std::vector<Clock::time_point> LiveFleet::Echoes(std::size_t sonar) const
+std::vector<Clock::time_point> LiveFleet::Pinged(std::size_t sonar) const
 {
-    std::lock_guard const lock(m_echoMutex);
-    return m_echoes[sonar];
+    std::lock_guard const lock(m_pingedMutex);
+    return m_pinged[sonar];
 }
 
 } // namespace qx5::test

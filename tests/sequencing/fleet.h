@@ -135,8 +135,8 @@ public:
     void Command(std::size_t sonar, std::string_view line);
     void Data(std::size_t sonar, double range = 100.0) { host.PutBlock(IdOfSonar(sonar), SettingsBlock(range)); }
     void Status(std::size_t sonar, unsigned short status) { host.SetBufferStatus(IdOfSonar(sonar), status); }
-    /// When the echoes of the sonar's pings were in, in order.
-    std::vector<Clock::time_point> Echoes(std::size_t sonar) const;
+    /// When the sonar pinged, in order.
+    std::vector<Clock::time_point> Pinged(std::size_t sonar) const;
 
     Arrivals arrivals;
     vordal::FixedClock clock{standingTime};
@@ -144,8 +144,8 @@ public:
     vordal::Host host{vordal::Threading::Threaded};
 
 private:
-    mutable std::mutex m_echoMutex;
-    std::vector<std::vector<Clock::time_point>> m_echoes;
+    mutable std::mutex m_pingedMutex;
+    std::vector<std::vector<Clock::time_point>> m_pinged;
     vordal::LinkThread m_linkThread;
     std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
     std::vector<std::unique_ptr<vordal::X5Port>> m_ports;

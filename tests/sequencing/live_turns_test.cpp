@@ -66,13 +66,13 @@ TEST(LiveTurns, ThePauseIsThatOfTheSonarThatPinged)
     std::vector<Arrival> pings;
     std::copy_if(arrivals.begin(), arrivals.end(), std::back_inserter(pings),
                  [](Arrival const& arrival) { return arrival.command == 1107; });
-    // The data leave the sonar after the last echo, and the next ping comes no earlier than the pause after them.
+    // The data leave the sonar as it pings, and the next ping comes no earlier than the pause after them.
     std::array<std::size_t, 2> number{};
     for (std::size_t i = 0; i + 1 < pings.size(); ++i) {
         auto const sonar = pings[i].sonar;
-        auto const echoes = fleet.Echoes(sonar);
-        ASSERT_GT(echoes.size(), number[sonar]);
-        EXPECT_GE(pings[i + 1].time - echoes[number[sonar]], std::chrono::milliseconds(sonar == 0 ? 40 : 400));
+        auto const pinged = fleet.Pinged(sonar);
+        ASSERT_GT(pinged.size(), number[sonar]);
+        EXPECT_GE(pings[i + 1].time - pinged[number[sonar]], std::chrono::milliseconds(sonar == 0 ? 40 : 400));
         ++number[sonar];
     }
 }
@@ -81,7 +81,7 @@ TEST(LiveTurns, ThePauseIsNeverCutShort)
 {
     LiveFleet fleet({{.overhead = 120.0, .range = 100.0}});
     ASSERT_TRUE(fleet.arrivals.WaitForPings(4));
-    auto const echoes = fleet.Echoes(0);
+    auto const pinged = fleet.Pinged(0);
     std::vector<Clock::time_point> pings;
     for (Arrival const& arrival : fleet.arrivals.All()) {
         if (arrival.command == 1107) {
@@ -89,7 +89,7 @@ TEST(LiveTurns, ThePauseIsNeverCutShort)
         }
     }
     for (std::size_t i = 0; i + 1 < pings.size(); ++i) {
-        EXPECT_GE(pings[i + 1] - echoes[i], std::chrono::milliseconds(160));
+        EXPECT_GE(pings[i + 1] - pinged[i], std::chrono::milliseconds(160));
     }
 }
 
@@ -264,7 +264,7 @@ TEST(LiveTurns, EverySonarPingsAgainAfterAThousandRandomNotifications)
     for (std::size_t i = 0; i < sonars; ++i) {
         before[i] = fleet.arrivals.PingCount(i);
     }
-    // A sonar that was given more pings than it can have in the water has left some out, and owes their settings data.
+    // A sonar that was given more pings than can wait has left some out, and owes their settings data.
     EXPECT_TRUE(Eventually([&] {
         bool all = true;
         for (std::size_t i = 0; i < sonars; ++i) {
