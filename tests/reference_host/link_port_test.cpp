@@ -10,6 +10,7 @@
 #include <reference_host/link/x5_port.h>
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
+#include <VordalDataBlocksR/BaseDataSource.h>
 #include <vordalhostdllR/DataManager.h>
 
 #include <protocol/house_records.h>
