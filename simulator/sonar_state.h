@@ -156,6 +156,8 @@ private:
     void StopRecording();
     void PutRecorder();
     std::vector<protocol::TreeNode> LimitNodes() const;
+    /// Adds the attribute at the top, or to the branches that it belongs into.
+    void AddNode(std::vector<protocol::TreeNode>& nodes, Attribute const& attribute) const;
 
     UtcClock m_utc;
     std::int32_t const m_heads;
