@@ -67,6 +67,7 @@ struct SimOptions
 {
     std::string address = "127.0.0.1";
     int port = 7000;
+    int heads = 1;
     bool verbose = false;
     bool state = false;
     bool pings = false;

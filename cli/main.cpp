@@ -97,6 +97,9 @@ int main(int argc, char** argv)
         ->capture_default_str()
         ->check(CLI::Range(0, 65535).description(""));
     simCommand->add_option("--address", sim.address, "Address to listen on")->capture_default_str();
+    simCommand->add_option("--heads", sim.heads, "How many heads the sonar has, 1 to 8")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 8).description(""));
     simCommand->add_flag("--verbose", sim.verbose, "Print every record field by field");
     simCommand->add_flag("--state", sim.state, "Print the state when the simulator ends");
     simCommand->add_flag("--pings", sim.pings, "Report every ping to the hosts");

@@ -51,7 +51,7 @@ inline constexpr Key x5ProjBeamAngleHor{L"x5ProjBeamAngleHor", Kind::Double, Uni
 inline constexpr Key x5FileName{L"x5FileName", Kind::String, Unit::None, "file that the sonar records into"};
 inline constexpr Key x5FileSize{L"x5FileSize", Kind::Int64, Unit::Byte, "size of that file"};
 inline constexpr Key x5DiskFree{L"x5DiskFree", Kind::Int, Unit::Percent, "free part of the sonar's disk"};
-inline constexpr Key x5PingNumber{L"x5PingNumber", Kind::Int, Unit::None, "number of the ping whose echoes have just come in"};
+inline constexpr Key x5PingNumber{L"x5PingNumber", Kind::Int, Unit::None, "number of the ping that has just been transmitted"};
 inline constexpr Key x5PingTime{L"x5PingTime", Kind::Double, Unit::Second, "when it was transmitted, since 1970-01-01 UTC"};
 
 // The tree of an operator terminal.

@@ -3,7 +3,7 @@
 // Upon connection it introduces itself with one attribute tree:
 //   DeviceId, DeviceEnum, x5SystemIDH, x5EnumIsFixed
 //   x5SonarSettings, one branch for each operation mode, holding
-//     SystemText, DeviceEnum
+//     SystemText, DeviceEnum, x5RxNumber, x5TxName
 //     x5SampleRateSet for each sample rate: x5IQRate, x5RangeSet, x5Range (x5Min, x5Max)
 //     x5PulseLengthSet for each pulse type: x5PulseLengthValues
 //     x5Power, x5SoundVelocity (x5Min, x5Max); x5PingRate (x5Min, x5Max, x5Ratio, x5FreeRun)
@@ -14,7 +14,11 @@
 //     MaxAbsorption, MaxSpreading
 //     x5RangeGate, x5DepthGate, x5NadirGate (x5MinValue, x5MinWindow)
 //   x5SampleRateSelection, x5PulseLengthValues (those of the pulse type in use), x5BeamModes for each beam mode
-//   and every attribute that it holds a value of: the factory settings below and what was commanded since.
+//   x5PingSettingsList, one branch for each operation mode: x5FMSweep, x5FMSweepNegative
+//   x5Bracket, one branch for each head: x5BracketSelected, x5BracketX, x5BracketY, x5BracketZ
+//   x5MBesXYZList, one branch for each head: one x5MBesXYZInfo with the place and size of its two arrays (x5MBesXYZ)
+//   and every attribute that it holds a value of: the factory settings below and what was commanded since. Whatever a
+//   command completes from the device's tree is among them; a test holds the tables of commands against it.
 #pragma once
 
 #include <array>
@@ -115,6 +119,10 @@ inline constexpr auto Modes = std::to_array<OperationMode>({
      60},
 });
 
+inline constexpr std::wstring_view TransmitterName = L"T1";
+inline constexpr std::int32_t TransmitUnit = 1;
+inline constexpr std::int32_t ReceiveUnit = 1;
+
 /// The names of the beam modes; the selection is the place in this list.
 inline constexpr auto BeamModes =
     std::to_array<std::wstring_view>({L"Equi-angle", L"Equi-distant", L"Intermediate", L"Flex", L"Constant spacing"});
@@ -141,6 +149,8 @@ inline constexpr auto FactorySettings = std::to_array<FactorySetting>({
     {&protocol::keys::x5PulseLength, 100e-6},
     {&protocol::keys::x5Gain, 20.0},
     {&protocol::keys::x5GainMode, 0},
+    {&protocol::keys::x5GainAlt, 20.0},
+    {&protocol::keys::x5GainStageSelection, 0},
     {&protocol::keys::x5Absorption, 70.0},
     {&protocol::keys::x5SpreadingLoss, 30.0},
     {&protocol::keys::x5SoundVelocity, 1500.0},
@@ -150,11 +160,20 @@ inline constexpr auto FactorySettings = std::to_array<FactorySetting>({
     {&protocol::keys::x5TemperatureOverride, 0},
     {&protocol::keys::x5CoverageAngle, 140.0},
     {&protocol::keys::x5RxSteeringAngle, 0.0},
+    {&protocol::keys::GUIMinAngle, -70.0},
+    {&protocol::keys::GUIMaxAngle, 70.0},
+    {&protocol::keys::x5Overlap, 0.0},
     {&protocol::keys::x5MotionCompensationRoll, 1},
     {&protocol::keys::x5MotionCompensationPitch, 0},
     {&protocol::keys::x5BeamModeSelection, 0},
     {&protocol::keys::x5CustomBeams, 0.0},
     {&protocol::keys::x5ConstantSpacing, 0.0},
+    {&protocol::keys::x5ConstantSpacingEnabled, 0},
+    {&protocol::keys::x5ConstantSpacingReduceCoverage, 0},
+    {&protocol::keys::x5BeamSpacingMode, 0},
+    {&protocol::keys::x5FlexSectorCoverage, 45.0},
+    {&protocol::keys::x5FlexSectorSteering, 0.0},
+    {&protocol::keys::x5FlexOutsideSpacing, 1.0},
     {&protocol::keys::x5MinBeams, 10.0},
     {&protocol::keys::x5MaxBeams, 512.0},
     {&protocol::keys::x5StdCoverage, 140.0},
@@ -164,6 +183,20 @@ inline constexpr auto FactorySettings = std::to_array<FactorySetting>({
     {&protocol::keys::x5ProjBeamAngleVer, 0.0},
     {&protocol::keys::x5ProjBeamAngleHor, 0.0},
     {&protocol::keys::x5CenterFrequency, 200e3},
+    {&protocol::keys::x5FMSweep, 10.0},
+    {&protocol::keys::x5FMSweepNegative, 0},
+    {&protocol::keys::PingSequenceFrequencyStart, 190.0},
+    {&protocol::keys::PingSequenceFrequencyEnd, 220.0},
+    {&protocol::keys::PingSequenceFrequencyStep, 10.0},
+    {&protocol::keys::PulseCharacteristicsMode, 0},
+    {&protocol::keys::PulseControl, 0},
+    {&protocol::keys::PulseExtension, 0},
+    {&protocol::keys::SurveyDepthMin, 1},
+    {&protocol::keys::SurveyDepthMax, 200},
+    {&protocol::keys::x5VernierBfMode, 0},
+    {&protocol::keys::x5VernierSmoothFilterType, 0},
+    {&protocol::keys::x5VernierSmoothFilterLength, 1},
+    {&protocol::keys::x5MultiPingCount, 1},
     {&protocol::keys::x5SystemMode, 0},
     {&protocol::keys::x5DualHeadMode, 0},
     {&protocol::keys::PingSequenceId, -1},
@@ -174,6 +207,7 @@ inline constexpr auto FactorySettings = std::to_array<FactorySetting>({
     {&protocol::keys::x5DepthGateTilt, 0.0},
     {&protocol::keys::x5RangeFilterEnabled, 0},
     {&protocol::keys::x5DepthFilterEnabled, 0},
+    {&protocol::keys::x5DepthFilterFollow, 0},
     {&protocol::keys::x5AdaptiveGateEnabled, 0},
     {&protocol::keys::x5AGDepthFilterEnabled, 0},
     {&protocol::keys::x5AGDepthFilterFixed, 0},
@@ -188,6 +222,135 @@ inline constexpr auto FactorySettings = std::to_array<FactorySetting>({
     {&protocol::keys::x5TrackerFixedSwathWidth, 100.0},
     {&protocol::keys::x5TrackerLimitCoverage, 0},
     {&protocol::keys::x5TrackerMaxCoverageAngle, 140.0},
+    {&protocol::keys::x5MultiDetectEnabled, 0},
+    {&protocol::keys::x5MultiDetectObjectSize, 1},
+    {&protocol::keys::x5MultiDetectSensitivity, 1},
+    {&protocol::keys::x5MultiDetectMaxDetections, 4},
+    {&protocol::keys::x5AutoSnippetWindow, 1},
+    {&protocol::keys::x5SnippetWindowSize, 50},
+    {&protocol::keys::SystemDepthSource, 0},
+    {&protocol::keys::SystemDepthManual, 20.0},
+    {&protocol::keys::x5PowerSaveMode, 0},
+    {&protocol::keys::x5PowerSaveBlankPercent, 50},
+    {&protocol::keys::x5StackingEnabled, 0},
+    {&protocol::keys::x5StackingValue, 1},
+    {&protocol::keys::x57042UseBD, 0},
+    {&protocol::keys::x57042MagOnly, 0},
+    {&protocol::keys::x57042Compress, 0},
+    {&protocol::keys::x57042DownsampleType, 0},
+    {&protocol::keys::x57042DownsampleDivisor, 2},
+    {&protocol::keys::StaveRecordingEnabled, 0},
+    {&protocol::keys::StaveRecordingProcessingStage, 0},
+    {&protocol::keys::x5StorageSingleFile, 0},
+    {&protocol::keys::x5StorageHistory, 0},
+    {&protocol::keys::x5StoragePrependHeader, 0},
+    {&protocol::keys::x5StorageAppendTrailer, 0},
+    {&protocol::keys::x5StorageEnabled, 0},
+    {&protocol::keys::Kv3PlaybackMode, 0},
+    {&protocol::keys::Kv3PlaybackEnabled, 0},
+    {&protocol::keys::Kv3PlaybackKeepTimestamps, 1},
+    {&protocol::keys::x5PpsEdge, 0},
+    {&protocol::keys::x5TriggerInputEdge, 1},
+    {&protocol::keys::x5TriggerOutput, 0},
+    {&protocol::keys::x5TriggerOutputDelay, 0.0},
+    {&protocol::keys::x5TriggerOutputPulse, 1.0},
+    {&protocol::keys::x5TriggerOutputRxDuration, 0},
+    {&protocol::keys::x5TriggerPolarity, 0},
+    {&protocol::keys::x5TriggerIndex, 0},
+    {&protocol::keys::x5TriggerChannel, 0},
+    {&protocol::keys::x5TriggerMode, 0},
+    {&protocol::keys::x5StartupNormalization, 0},
+    {&protocol::keys::x5RestorePingrate, 1},
+    {&protocol::keys::x5RestorePower, 1},
+    {&protocol::keys::x5SVInterlock, 0},
+    {&protocol::keys::x5IgnorePpsErrors, 0},
+    {&protocol::keys::x5RestoreRecording, 0},
+    {&protocol::keys::x5RestoreTracker, 0},
+    {&protocol::keys::PowerModeSelection, 0},
+    {&protocol::keys::x5UseBuildInPOSMV, 0},
+    {&protocol::keys::x5UseAttachedSVP, 0},
+    {&protocol::keys::x5MotionSensorFormat, 0},
+    {&protocol::keys::x5MotionSensorBaudrate, 0},
+    {&protocol::keys::x5MotionSensorParity, 0},
+    {&protocol::keys::x5MotionSensorDataBits, 0},
+    {&protocol::keys::x5MotionSensorStopBits, 0},
+    {&protocol::keys::x5MotionSensorOrientation, 0},
+    {&protocol::keys::x5MotionSensorLatency, 0.0},
+    {&protocol::keys::x5ZdaBaudrate, 0},
+    {&protocol::keys::x5ZdaParity, 0},
+    {&protocol::keys::x5ZdaDatabits, 0},
+    {&protocol::keys::x5ZdaStopBits, 0},
+    {&protocol::keys::x5GgaBaudrate, 0},
+    {&protocol::keys::x5GgaParity, 0},
+    {&protocol::keys::x5GgaDatabits, 0},
+    {&protocol::keys::x5GgaStopBits, 0},
+    {&protocol::keys::x5SvpBaudrate, 0},
+    {&protocol::keys::x5SvpParity, 0},
+    {&protocol::keys::x5SvpDatabits, 0},
+    {&protocol::keys::x5SvpStopBits, 0},
+    {&protocol::keys::x5HprBaudrate, 0},
+    {&protocol::keys::x5HprParity, 0},
+    {&protocol::keys::x5HprDatabits, 0},
+    {&protocol::keys::x5HprStopBits, 0},
+    {&protocol::keys::x5HdtBaudrate, 0},
+    {&protocol::keys::x5HdtParity, 0},
+    {&protocol::keys::x5HdtDatabits, 0},
+    {&protocol::keys::x5HdtStopBits, 0},
+    {&protocol::keys::x5BracketSelected, 0},
+    {&protocol::keys::x5BracketX, 0.0},
+    {&protocol::keys::x5BracketY, 0.0},
+    {&protocol::keys::x5BracketZ, 0.0},
+});
+
+/// A factory setting that is a text.
+struct FactoryText
+{
+    protocol::Key const* key;
+    std::wstring_view text;
+};
+inline constexpr auto FactoryTexts = std::to_array<FactoryText>({
+    {&protocol::keys::x5QMIOAddress1, L""},
+    {&protocol::keys::x5QMIOAddress2, L""},
+    {&protocol::keys::x5QMIOAddress3, L""},
+    {&protocol::keys::x5StorageDirectory, L"/sonar/storage"},
+    {&protocol::keys::x5StorageHeader, L""},
+    {&protocol::keys::x5StorageTrailer, L""},
+    {&protocol::keys::Kv3PlaybackDirectory, L"/sonar/playback"},
+    {&protocol::keys::Kv3PlaybackFile, L""},
+});
+
+/// An attribute that the sonar tells within a branch; there is one such branch for each operation mode or each head.
+struct BranchMember
+{
+    protocol::Key const* key;
+    protocol::Key const* branch;
+};
+inline constexpr auto BranchMembers = std::to_array<BranchMember>({
+    {&protocol::keys::x5FMSweep, &protocol::keys::x5PingSettingsList},
+    {&protocol::keys::x5FMSweepNegative, &protocol::keys::x5PingSettingsList},
+    {&protocol::keys::x5BracketSelected, &protocol::keys::x5Bracket},
+    {&protocol::keys::x5BracketX, &protocol::keys::x5Bracket},
+    {&protocol::keys::x5BracketY, &protocol::keys::x5Bracket},
+    {&protocol::keys::x5BracketZ, &protocol::keys::x5Bracket},
+});
+
+/// One number of the head's two arrays, transmitter and receiver: m, degrees.
+struct ArrayNumber
+{
+    protocol::Key const* key;
+    std::array<double, 2> values;
+};
+inline constexpr auto ArrayNumbers = std::to_array<ArrayNumber>({
+    {&protocol::keys::x5MBesXYZLength, {0.28, 0.46}},
+    {&protocol::keys::x5MBesXYZWidth, {0.09, 0.10}},
+    {&protocol::keys::x5MBesXYZHeight, {0.06, 0.08}},
+    {&protocol::keys::x5MBesXYZRadius, {0.0, 0.0}},
+    {&protocol::keys::x5MBesXYZOffsetX, {0.0, 0.0}},
+    {&protocol::keys::x5MBesXYZOffsetY, {0.11, -0.10}},
+    {&protocol::keys::x5MBesXYZOffsetZ, {0.02, 0.0}},
+    {&protocol::keys::x5MBesXYZOffsetRoll, {0.0, 0.0}},
+    {&protocol::keys::x5MBesXYZOffsetPitch, {0.0, 0.0}},
+    {&protocol::keys::x5MBesXYZOffsetYaw, {0.0, 0.0}},
 });
 
 /// What a request for a record brings: the attributes that the listed commands carry, as the sonar now has them.

@@ -6,7 +6,6 @@
 #include <charconv>
 #include <deque>
 #include <future>
-#include <map>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -31,7 +30,7 @@ using Bytes = std::vector<unsigned char>;
 using SharedBytes = std::shared_ptr<Bytes const>;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t GreatestPingsUnderWay = 64;
+constexpr std::size_t GreatestPingsWaiting = 64;
 
 struct Outgoing
 {
@@ -76,10 +75,20 @@ using ConnectionPointer = std::shared_ptr<Connection>;
 struct PingUnderWay
 {
     std::int32_t number = 0;
-    double utcSeconds = 0.0;
     double range = 0.0;
     double travelTime = 0.0;
-    bool commanded = false;
+};
+
+/// One head: what it transmits and listens to. It has one ping in the water at a time.
+struct Head
+{
+    Head(asio::io_context& context, std::int32_t itsEnumerator) : enumerator(itsEnumerator), echoTimer(context) {}
+
+    std::int32_t enumerator;
+    asio::steady_timer echoTimer;
+    std::optional<PingUnderWay> inTheWater;
+    SteadyTime listensUntil; // to the last ping
+    std::size_t waiting = 0; // pings that were commanded while it listened
 };
 
 std::string_view TakeWord(std::string_view& line)
@@ -118,10 +127,13 @@ class SonarServer::Implementation
 {
 public:
     Implementation(ServerOptions options, EventSink sink)
-        : m_options(std::move(options)), m_sink(std::move(sink)), m_state(m_options.utc), m_acceptor(m_context),
-          m_reportTimer(m_context), m_pingTimer(m_context), m_echoTimer(m_context), m_recordingTimer(m_context),
+        : m_options(std::move(options)), m_sink(std::move(sink)), m_state(m_options.utc, m_options.heads),
+          m_acceptor(m_context), m_reportTimer(m_context), m_pingTimer(m_context), m_recordingTimer(m_context),
           m_rebootTimer(m_context), m_retryTimer(m_context), m_work(asio::make_work_guard(m_context))
     {
+        m_heads.reserve(static_cast<std::size_t>(m_options.heads));
+        for (std::int32_t enumerator = 0; enumerator < m_options.heads; ++enumerator)
+            m_heads.emplace_back(m_context, enumerator);
     }
 
     std::optional<StartError> Start()
@@ -216,16 +228,20 @@ private:
     void PumpWrites(ConnectionPointer const& connection);
     void Write(ConnectionPointer const& connection);
     void AppendGarbage(Bytes& bytes);
-    SharedBytes TreeFrame(std::vector<TreeNode> const& nodes);
+    SharedBytes TreeFrame(std::vector<TreeNode> nodes, Head const& head);
 
     // The sonar's own doing.
-    void AnswerRecord(ConnectionPointer const& connection, std::uint32_t recordId);
+    std::span<Head> HeadsAt(protocol::Target target);
+    void AnswerRecord(ConnectionPointer const& connection, Understood const& request);
     void StateChanged();
     void Report();
     void TickRecording();
     void SchedulePings();
-    void Ping(bool commanded);
-    void AwaitEcho();
+    bool IsListening() const;
+    std::string PingAtCommand(std::span<Head> heads, bool& done);
+    void Transmit(Head& head, bool commanded);
+    void AwaitEchoes(Head& head);
+    void EchoesAreIn(Head& head);
     void PowerDown(bool reboot);
     void PowerUp();
 
@@ -243,7 +259,6 @@ private:
     tcp::endpoint m_endpoint;
     asio::steady_timer m_reportTimer;
     asio::steady_timer m_pingTimer;
-    asio::steady_timer m_echoTimer;
     asio::steady_timer m_recordingTimer;
     asio::steady_timer m_rebootTimer;
     asio::steady_timer m_retryTimer;
@@ -259,8 +274,8 @@ private:
     bool m_tickScheduled = false;
     bool m_pingScheduled = false;
     bool m_hasPinged = false;
-    SteadyTime m_lastPing;                              // when it was due
-    std::multimap<SteadyTime, PingUnderWay> m_underWay; // by the time of their last echo
+    SteadyTime m_lastPing;     // when it was due
+    std::vector<Head> m_heads; // all there from the beginning; their timers' handlers refer to them
     std::thread m_thread;
     std::mutex m_runningMutex; // no task is posted after the last one; guards m_thread's id while m_running
     bool m_running = false;
@@ -359,7 +374,8 @@ void SonarServer::Implementation::Take(tcp::socket&& socket)
     if (!connection->open)
         return;
     if (!m_misbehaviour.silent) {
-        Send(connection, TreeFrame(m_state.Introduction()));
+        for (Head const& head : m_heads)
+            Send(connection, TreeFrame(m_state.Introduction(), head));
         Tell(EventKind::Answered, "introduction", connection->number);
     }
     Read(connection);
@@ -401,9 +417,10 @@ void SonarServer::Implementation::CloseAll()
     asio::error_code ignored;
     m_acceptor.close(ignored);
     CloseConnections("the sonar ends");
-    for (auto* const timer :
-         {&m_reportTimer, &m_pingTimer, &m_echoTimer, &m_recordingTimer, &m_rebootTimer, &m_retryTimer})
+    for (auto* const timer : {&m_reportTimer, &m_pingTimer, &m_recordingTimer, &m_rebootTimer, &m_retryTimer})
         timer->cancel();
+    for (Head& head : m_heads)
+        head.echoTimer.cancel();
     m_work.reset();
 }
 
@@ -500,11 +517,13 @@ void SonarServer::Implementation::TakeFrame(ConnectionPointer const& connection,
     case Effect::None:
         break;
     case Effect::AnswerRecord:
-        AnswerRecord(connection, record.requestedRecord);
+        AnswerRecord(connection, record);
         break;
-    case Effect::Ping:
-        Ping(true);
+    case Effect::Ping: {
+        bool done = false;
+        PingAtCommand(HeadsAt(record.target), done);
         break;
+    }
     case Effect::ShutDown:
         PowerDown(false);
         break;
@@ -518,16 +537,23 @@ void SonarServer::Implementation::TakeFrame(ConnectionPointer const& connection,
     }
 }
 
-SharedBytes SonarServer::Implementation::TreeFrame(std::vector<TreeNode> const& nodes)
+// Of several heads each says who it is; for the rest they have the same to tell.
+SharedBytes SonarServer::Implementation::TreeFrame(std::vector<TreeNode> nodes, Head const& head)
 {
+    if (m_heads.size() > 1) {
+        for (TreeNode& node : nodes) {
+            if (node.key == protocol::keys::DeviceEnum.text)
+                node.value = head.enumerator;
+        }
+    }
     std::string error;
     auto const payload = protocol::EncodeTree(nodes, error);
     if (!payload) {
         Tell(EventKind::Notice, "an answer cannot be sent: " + error);
         return {};
     }
-    return std::make_shared<Bytes const>(protocol::BuildFrame(protocol::records::AttributeTree.Id(),
-                                                              {model::DeviceId, 0}, m_state.UtcSeconds(), *payload));
+    return std::make_shared<Bytes const>(protocol::BuildFrame(
+        protocol::records::AttributeTree.Id(), {model::DeviceId, head.enumerator}, m_state.UtcSeconds(), *payload));
 }
 
 void SonarServer::Implementation::Send(ConnectionPointer const& connection, SharedBytes const& bytes)
@@ -619,19 +645,33 @@ void SonarServer::Implementation::Write(ConnectionPointer const& connection)
                       });
 }
 
-void SonarServer::Implementation::AnswerRecord(ConnectionPointer const& connection, std::uint32_t recordId)
+// A frame that is for one of several heads names it; any other is for all.
+std::span<Head> SonarServer::Implementation::HeadsAt(protocol::Target target)
 {
-    auto const nodes = m_state.Answer(recordId);
+    std::span<Head> const all(m_heads);
+    if (all.size() == 1 || target.deviceId != model::DeviceId || target.enumerator < 0)
+        return all;
+    auto const head = static_cast<std::size_t>(target.enumerator);
+    if (head < all.size())
+        return all.subspan(head, 1);
+    Tell(EventKind::Notice, "the sonar has no head " + std::to_string(target.enumerator));
+    return {};
+}
+
+void SonarServer::Implementation::AnswerRecord(ConnectionPointer const& connection, Understood const& request)
+{
+    auto const nodes = m_state.Answer(request.requestedRecord);
+    std::string const record = "record " + std::to_string(request.requestedRecord);
     if (!nodes) {
         m_state.CountUnknownRequest();
-        Tell(EventKind::Notice, "record " + std::to_string(recordId) + " was asked for; the sonar has none");
+        Tell(EventKind::Notice, record + " was asked for; the sonar has none");
         return;
     }
     if (m_misbehaviour.silent)
         return;
-    Send(connection, TreeFrame(*nodes));
-    Tell(EventKind::Answered, "record " + std::to_string(recordId) + ", " + Plural(nodes->size(), "attribute"),
-         connection->number);
+    for (Head const& head : HeadsAt(request.target))
+        Send(connection, TreeFrame(*nodes, head));
+    Tell(EventKind::Answered, record + ", " + Plural(nodes->size(), "attribute"), connection->number);
 }
 
 void SonarServer::Implementation::StateChanged()
@@ -662,7 +702,8 @@ void SonarServer::Implementation::Report()
     auto const nodes = m_state.TakeReport();
     if (nodes.empty() || m_connections.empty() || m_misbehaviour.silent)
         return;
-    Broadcast(TreeFrame(nodes));
+    for (Head const& head : m_heads)
+        Broadcast(TreeFrame(nodes, head));
     std::string text = Plural(nodes.size(), "changed attribute") + ":";
     for (TreeNode const& node : nodes)
         text += " " + protocol::EncodeUtf8(node.key);
@@ -687,7 +728,9 @@ void SonarServer::Implementation::SchedulePings()
     auto const byRate = std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(1.0 / rate));
     auto const interval = std::max<Clock::duration>({byRate, m_state.TravelTime(), std::chrono::milliseconds(1)});
     auto const now = Clock::now();
-    SteadyTime const due = m_hasPinged ? std::max(m_lastPing + interval, now) : now;
+    SteadyTime due = m_hasPinged ? std::max(m_lastPing + interval, now) : now;
+    for (Head const& head : m_heads)
+        due = std::max(due, head.listensUntil);
     if (m_pingScheduled && m_pingTimer.expiry() == due)
         return;
     m_pingScheduled = true;
@@ -696,59 +739,100 @@ void SonarServer::Implementation::SchedulePings()
         if (error || !m_pingScheduled)
             return; // timed anew, or not wanted any more
         m_pingScheduled = false;
-        m_lastPing = m_pingTimer.expiry();
-        m_hasPinged = true;
-        Ping(false);
+        // A command may have been quicker.
+        if (!IsListening()) {
+            m_lastPing = m_pingTimer.expiry();
+            m_hasPinged = true;
+            for (Head& head : m_heads)
+                Transmit(head, false);
+        }
         SchedulePings();
     });
 }
 
-void SonarServer::Implementation::Ping(bool commanded)
+bool SonarServer::Implementation::IsListening() const
+{
+    auto const now = Clock::now();
+    return std::any_of(m_heads.begin(), m_heads.end(), [&](Head const& head) { return head.listensUntil > now; });
+}
+
+/// One ping of each head; one that listens pings when its echoes are in. Tells what came of it.
+std::string SonarServer::Implementation::PingAtCommand(std::span<Head> heads, bool& done)
+{
+    done = true;
+    std::string text = "no head pings";
+    for (Head& head : heads) {
+        if (head.listensUntil <= Clock::now()) {
+            Transmit(head, true);
+            text = "ping " + std::to_string(m_state.Pings());
+        } else if (head.waiting < GreatestPingsWaiting) {
+            ++head.waiting;
+            text = "the sonar listens; the ping waits until the echoes are in";
+        } else {
+            text = "too many pings wait; this one is left out";
+            Tell(EventKind::Notice, text);
+            done = false;
+        }
+    }
+    return text;
+}
+
+// The sonar tells its settings as it pings, so that a host knows how long the echoes can take.
+void SonarServer::Implementation::Transmit(Head& head, bool commanded)
 {
     if (m_stopping || !m_poweredOn)
         return;
-    if (m_underWay.size() >= GreatestPingsUnderWay) {
-        Tell(EventKind::Notice, "too many pings are in the water; this one is left out");
+    EchoesAreIn(head);     // of the ping before, if their timer is a little late
+    if (head.inTheWater) { // whoever was told of them commanded another
+        head.waiting += commanded ? 1U : 0U;
         return;
     }
-    auto const now = Clock::now();
     auto const [number, utcSeconds] = m_state.CountPing();
     ++m_counts.pings;
     auto const travelTime = m_state.TravelTime();
     double const seconds = std::chrono::duration<double>(travelTime).count();
     auto const* const rangeValue = m_state.Find(protocol::keys::x5Range);
     auto const* const range = rangeValue != nullptr ? std::get_if<double>(rangeValue) : nullptr;
-    PingUnderWay const ping{number, utcSeconds, range != nullptr ? *range : 0.0, seconds, commanded};
-    m_underWay.emplace(now + travelTime, ping);
+    head.inTheWater = PingUnderWay{number, range != nullptr ? *range : 0.0, seconds};
+    head.listensUntil = Clock::now() + travelTime;
+    AwaitEchoes(head);
     Tell({.kind = EventKind::Pinged,
           .text = {},
           .pingNumber = number,
-          .pingRange = ping.range,
+          .head = m_heads.size() > 1 ? head.enumerator : -1,
+          .pingRange = head.inTheWater->range,
           .pingTravelTime = seconds});
-    AwaitEcho();
+    if ((commanded || m_options.announcePings) && !m_connections.empty() && !m_misbehaviour.silent) {
+        Broadcast(TreeFrame(m_state.PingReport(number, utcSeconds), head));
+        Tell(EventKind::Answered, "settings of ping " + std::to_string(number));
+    }
 }
 
-void SonarServer::Implementation::AwaitEcho()
+void SonarServer::Implementation::AwaitEchoes(Head& head)
 {
-    if (m_underWay.empty())
-        return;
-    m_echoTimer.expires_at(m_underWay.begin()->first); // also takes the place of a wait for a later echo
-    m_echoTimer.async_wait([this](asio::error_code const& error) {
-        if (error || m_stopping)
+    head.echoTimer.expires_at(head.listensUntil);
+    head.echoTimer.async_wait([this, &head](asio::error_code const& error) {
+        if (error || m_stopping || head.listensUntil > Clock::now())
             return;
-        while (!m_underWay.empty() && m_underWay.begin()->first <= Clock::now()) {
-            PingUnderWay const ping = m_underWay.begin()->second;
-            m_underWay.erase(m_underWay.begin());
-            Tell({.kind = EventKind::Echoed,
-                  .text = {},
-                  .pingNumber = ping.number,
-                  .pingRange = ping.range,
-                  .pingTravelTime = ping.travelTime});
-            if ((ping.commanded || m_options.announcePings) && !m_connections.empty() && !m_misbehaviour.silent)
-                Broadcast(TreeFrame(m_state.PingReport(ping.number, ping.utcSeconds)));
+        EchoesAreIn(head);
+        if (head.waiting > 0 && !head.inTheWater) {
+            --head.waiting;
+            Transmit(head, true);
         }
-        AwaitEcho();
     });
+}
+
+void SonarServer::Implementation::EchoesAreIn(Head& head)
+{
+    auto const ping = std::exchange(head.inTheWater, std::nullopt);
+    if (!ping)
+        return;
+    Tell({.kind = EventKind::Echoed,
+          .text = {},
+          .pingNumber = ping->number,
+          .head = m_heads.size() > 1 ? head.enumerator : -1,
+          .pingRange = ping->range,
+          .pingTravelTime = ping->travelTime});
 }
 
 void SonarServer::Implementation::PowerDown(bool reboot)
@@ -756,8 +840,12 @@ void SonarServer::Implementation::PowerDown(bool reboot)
     m_poweredOn = false;
     m_state.Restart(Clock::now());
     m_state.TakeReport(); // nobody is there to be told; who comes is told everything
-    m_underWay.clear();
-    m_echoTimer.cancel();
+    for (Head& head : m_heads) {
+        head.inTheWater.reset();
+        head.listensUntil = {};
+        head.waiting = 0;
+        head.echoTimer.cancel();
+    }
     SchedulePings();
     asio::error_code ignored;
     m_acceptor.close(ignored);
@@ -909,9 +997,9 @@ bool SonarServer::Implementation::Command(std::string_view line, std::string& an
             answer = "the sonar is switched off; 'start' brings it back";
             return false;
         }
-        Ping(true);
-        answer = "ping " + std::to_string(m_state.Pings());
-        return true;
+        bool done = false;
+        answer = PingAtCommand(std::span(m_heads), done);
+        return done;
     }
     if (word == "buffer-status") {
         unsigned status = 0;

@@ -24,7 +24,10 @@ struct ServerOptions
     std::chrono::milliseconds reportLatency{20};
     std::chrono::milliseconds recordingTick{1000}; ///< how often a recording's size is reported
     std::chrono::milliseconds rebootTime{3000};    ///< from a reboot to the next connection that is taken
-    /// Report every ping when its echoes are in. Off, only those that a command asked for are reported: at 50 pings a
+    /// Heads of the sonar, 1 or more. With several, each has an enumerator of its own, from 0: it introduces itself,
+    /// reports and pings under that. All have the same settings, whichever a command is for.
+    std::int32_t heads = 1;
+    /// Report every ping as it is transmitted. Off, only those that a command asked for are reported: at 50 pings a
     /// second a host would be told more of pings than of anything else.
     bool announcePings = false;
     std::size_t greatestConnections = 32;
@@ -45,7 +48,7 @@ enum class EventKind : std::uint8_t
     Damaged,      ///< bytes that are no frame, or an unfinished one; each told once for each connection
     Answered,     ///< `text` tells what was sent; `connection` 0 when to all hosts
     Pinged,       ///< transmitted: `pingNumber`
-    Echoed,       ///< its echoes are in: `pingNumber`
+    Echoed,       ///< its echoes are in: `pingNumber`; the head's next ping may follow
 };
 
 /// Something that the sonar did or saw. Pointers are valid during the call alone.
@@ -58,6 +61,7 @@ struct SonarEvent
     Understood const* record = nullptr;
     protocol::FrameView const* frame = nullptr;
     std::int32_t pingNumber = 0;
+    std::int32_t head = -1;      ///< that pinged; -1 where there is one head
     double pingRange = 0.0;      ///< m
     double pingTravelTime = 0.0; ///< s
 };

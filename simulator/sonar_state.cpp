@@ -62,11 +62,14 @@ TreeNode WidthBranch(Key const& key, std::span<double const> widths)
     return Branch(key, {Leaf(keys::x5Variable, widths.size() > 1), Leaf(keys::x5BeamWidthList, List(widths))});
 }
 
-TreeNode ModeBranch(OperationMode const& mode, std::int32_t enumerator)
+/// What holds for one operation mode of a head, both numbered from 0.
+TreeNode ModeBranch(OperationMode const& mode, std::int32_t enumerator, std::int32_t head)
 {
     std::vector<TreeNode> nodes;
     nodes.push_back(Leaf(keys::SystemText, std::wstring(mode.text)));
     nodes.push_back(Leaf(keys::DeviceEnum, enumerator));
+    nodes.push_back(Leaf(keys::x5RxNumber, head + 1));
+    nodes.push_back(Leaf(keys::x5TxName, std::wstring(model::TransmitterName)));
     for (SampleRate const& rate : mode.sampleRates) {
         nodes.push_back(
             Branch(keys::x5SampleRateSet, {Leaf(keys::x5IQRate, rate.rate), Leaf(keys::x5RangeSet, List(rate.ranges)),
@@ -101,6 +104,44 @@ TreeNode ModeBranch(OperationMode const& mode, std::int32_t enumerator)
     nodes.push_back(GateBranch(keys::x5DepthGate));
     nodes.push_back(GateBranch(keys::x5NadirGate));
     return Branch(keys::x5SonarSettings, std::move(nodes));
+}
+
+/// How the arrays of a head, numbered from 0, are built in.
+TreeNode ArrayBranch(std::int32_t head)
+{
+    std::vector<TreeNode> info;
+    info.push_back(Leaf(keys::x5MBesXYZSonarId, model::DeviceId));
+    info.push_back(Leaf(keys::x5MBesXYZTXUnitID, model::TransmitUnit));
+    info.push_back(Leaf(keys::x5MBesXYZRXUnitID, model::ReceiveUnit));
+    info.push_back(Leaf(keys::x5MBesXYZNumber, head));
+    info.push_back(Leaf(keys::x5MBesXYZFixedParams, std::int32_t{0}));
+    info.push_back(Leaf(keys::x5MBesXYZFrequency, model::Modes.front().centreFrequency));
+    for (std::size_t array = 0; array < 2; ++array) {
+        std::vector<TreeNode> numbers;
+        for (model::ArrayNumber const& number : model::ArrayNumbers)
+            numbers.push_back(Leaf(*number.key, number.values[array]));
+        info.push_back(Branch(keys::x5MBesXYZ, std::move(numbers)));
+    }
+    return Branch(keys::x5MBesXYZList, {Branch(keys::x5MBesXYZInfo, std::move(info))});
+}
+
+/// The branch that the attribute is told in; null for one at the top.
+Key const* BranchOf(Key const* key)
+{
+    for (model::BranchMember const& member : model::BranchMembers) {
+        if (member.key == key)
+            return member.branch;
+    }
+    return nullptr;
+}
+
+/// Whether a command tells the sonar of its own arrays, which it knows.
+bool IsOfTheArrays(Key const& key)
+{
+    return std::any_of(model::ArrayNumbers.begin(), model::ArrayNumbers.end(),
+                       [&](model::ArrayNumber const& number) { return number.key == &key; }) ||
+           &key == &keys::x5MBesXYZSonarId || &key == &keys::x5MBesXYZTXUnitID || &key == &keys::x5MBesXYZRXUnitID ||
+           &key == &keys::x5MBesXYZNumber || &key == &keys::x5MBesXYZFixedParams || &key == &keys::x5MBesXYZFrequency;
 }
 
 Value OfKind(Kind kind, double number)
@@ -302,11 +343,12 @@ double SystemUtcSeconds()
     return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-SonarState::SonarState(UtcClock utc) : m_utc(utc ? std::move(utc) : UtcClock(SystemUtcSeconds))
+SonarState::SonarState(UtcClock utc, std::int32_t heads)
+    : m_utc(utc ? std::move(utc) : UtcClock(SystemUtcSeconds)), m_heads(heads)
 {
     PutText(keys::DeviceId.text, &keys::DeviceId, model::DeviceId);
     PutText(keys::x5SystemIDH.text, &keys::x5SystemIDH, false);
-    PutText(keys::x5EnumIsFixed.text, &keys::x5EnumIsFixed, false);
+    PutText(keys::x5EnumIsFixed.text, &keys::x5EnumIsFixed, m_heads > 1);
     PutText(keys::x5PingOnOffState.text, &keys::x5PingOnOffState, std::int32_t{0});
     LoadFactorySettings();
     PutText(keys::x5DataRecording.text, &keys::x5DataRecording, std::int32_t{0});
@@ -322,6 +364,8 @@ void SonarState::LoadFactorySettings()
     PutText(keys::x5SampleRateSelection.text, &keys::x5SampleRateSelection, std::int32_t{0});
     for (model::FactorySetting const& setting : model::FactorySettings)
         PutText(setting.key->text, setting.key, OfKind(setting.key->kind, setting.value));
+    for (model::FactoryText const& setting : model::FactoryTexts)
+        PutText(setting.key->text, setting.key, std::wstring(setting.text));
     PutText(keys::x5PulseLengthValues.text, &keys::x5PulseLengthValues, List(PulseLengths()));
 }
 
@@ -408,7 +452,7 @@ bool SonarState::Admit(Key const& key, Value& value) const
     if (HoldsNan(value))
         return false;
     if (&key == &keys::DeviceEnum)
-        return IsIndex(value, model::Modes.size());
+        return m_heads == 1 && IsIndex(value, model::Modes.size());
     if (&key == &keys::x5SampleRateSelection)
         return IsIndex(value, Mode().sampleRates.size());
     if (&key == &keys::x5PulseType)
@@ -450,7 +494,14 @@ bool SonarState::Put(Key const& key, Value value)
             Touch(at);
         return false;
     }
+    bool const isOtherGainMode = &key == &keys::x5GainMode && value != *Find(keys::x5GainMode);
     PutText(key.text, &key, std::move(value));
+    if (isOtherGainMode) {
+        // Each mode has a gain of its own.
+        Value const gain = *Find(keys::x5Gain);
+        Put(keys::x5Gain, Value(*Find(keys::x5GainAlt)));
+        PutText(keys::x5GainAlt.text, &keys::x5GainAlt, gain);
+    }
     if (&key == &keys::DeviceEnum || &key == &keys::x5SampleRateSelection || &key == &keys::x5PulseType)
         ModeChanged();
     if (&key == &keys::x5BeamSteer) {
@@ -580,8 +631,10 @@ void SonarState::Take(Understood& record, SteadyTime now)
         }
         return;
     }
-    for (auto const& [key, value] : record.values)
-        Put(*key, value);
+    for (auto const& [key, value] : record.values) {
+        if (!IsOfTheArrays(*key))
+            Put(*key, value);
+    }
     if (record.carrier != Carrier::RemoteControl)
         return;
     switch (record.id) {
@@ -751,8 +804,15 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
 std::vector<TreeNode> SonarState::LimitNodes() const
 {
     std::vector<TreeNode> nodes;
-    for (std::size_t i = 0; i < model::Modes.size(); ++i)
-        nodes.push_back(ModeBranch(model::Modes[i], static_cast<std::int32_t>(i)));
+    if (m_heads > 1) {
+        for (std::int32_t head = 0; head < m_heads; ++head)
+            nodes.push_back(ModeBranch(Mode(), head, head));
+    } else {
+        for (std::size_t i = 0; i < model::Modes.size(); ++i)
+            nodes.push_back(ModeBranch(model::Modes[i], static_cast<std::int32_t>(i), 0));
+    }
+    for (std::int32_t head = 0; head < m_heads; ++head)
+        nodes.push_back(ArrayBranch(head));
     for (std::wstring_view const mode : model::BeamModes)
         nodes.push_back(Leaf(keys::x5BeamModes, std::wstring(mode)));
     return nodes;
@@ -762,8 +822,27 @@ std::vector<TreeNode> SonarState::Introduction() const
 {
     std::vector<TreeNode> nodes = LimitNodes();
     for (Attribute const& attribute : m_attributes)
-        nodes.push_back({attribute.text, attribute.value, {}});
+        AddNode(nodes, attribute);
     return nodes;
+}
+
+void SonarState::AddNode(std::vector<TreeNode>& nodes, Attribute const& attribute) const
+{
+    Key const* const branch = BranchOf(attribute.key);
+    if (branch == nullptr) {
+        nodes.push_back({attribute.text, attribute.value, {}});
+        return;
+    }
+    auto const isBranch = [&](TreeNode const& node) { return node.key == branch->text; };
+    if (std::none_of(nodes.begin(), nodes.end(), isBranch)) {
+        bool const isOfModes = branch == &keys::x5PingSettingsList && m_heads == 1;
+        nodes.insert(nodes.end(), isOfModes ? model::Modes.size() : static_cast<std::size_t>(m_heads),
+                     Branch(*branch, {}));
+    }
+    for (TreeNode& node : nodes) {
+        if (isBranch(node))
+            node.children.push_back(Leaf(*attribute.key, attribute.value));
+    }
 }
 
 std::optional<std::vector<TreeNode>> SonarState::Answer(std::uint32_t recordId) const
@@ -776,14 +855,13 @@ std::optional<std::vector<TreeNode>> SonarState::Answer(std::uint32_t recordId) 
     if (row->everything)
         return Introduction();
     std::vector<TreeNode> nodes{Leaf(keys::DeviceId, model::DeviceId)};
+    std::vector<Key const*> told{nullptr, &keys::DeviceId};
     auto const add = [&](Key const* key) {
-        if (key == nullptr)
+        if (std::find(told.begin(), told.end(), key) != told.end())
             return;
-        auto const* const value = Find(*key);
-        bool const told =
-            std::any_of(nodes.begin(), nodes.end(), [&](TreeNode const& node) { return node.key == key->text; });
-        if (value != nullptr && !told)
-            nodes.push_back(Leaf(*key, *value));
+        told.push_back(key);
+        if (auto const* const value = Find(*key))
+            AddNode(nodes, {std::wstring(key->text), key, *value});
     };
     for (std::uint32_t const command : row->commands) {
         for (protocol::RecordLayout const& layout : protocol::AllLayouts()) {
@@ -804,7 +882,7 @@ std::vector<TreeNode> SonarState::TakeReport()
     std::vector<TreeNode> nodes;
     nodes.reserve(m_touched.size());
     for (std::size_t const index : m_touched)
-        nodes.push_back({m_attributes[index].text, m_attributes[index].value, {}});
+        AddNode(nodes, m_attributes[index]);
     m_touched.clear();
     return nodes;
 }

@@ -82,8 +82,9 @@ inline constexpr std::size_t MaximumKeptTail = 65536; ///< bytes of a text or li
 class SonarState
 {
 public:
-    /// `utc` names recordings and stamps pings; the system's clock when empty.
-    explicit SonarState(UtcClock utc = {});
+    /// `utc` names recordings and stamps pings; the system's clock when empty. A sonar with several heads has one
+    /// operation mode, which cannot be changed, and tells its limits once for each head, numbered from 0.
+    explicit SonarState(UtcClock utc = {}, std::int32_t heads = 1);
 
     /// Takes one record. Starting and stopping a recording, pings on and off and factory settings are done here; the
     /// rest of `effect` is left to the caller.
@@ -116,7 +117,7 @@ public:
     /// Counts one more ping and tells its number and time.
     std::pair<std::int32_t, double> CountPing();
     std::int32_t Pings() const { return m_pings; }
-    /// What is told when the echoes of a ping are in: number, time, range and sound velocity.
+    /// What is told of a ping as it is transmitted: number, time, range and sound velocity.
     std::vector<protocol::TreeNode> PingReport(std::int32_t number, double utcSeconds) const;
 
     bool PingsOn() const;
@@ -155,8 +156,11 @@ private:
     void StopRecording();
     void PutRecorder();
     std::vector<protocol::TreeNode> LimitNodes() const;
+    /// Adds the attribute at the top, or to the branches that it belongs into.
+    void AddNode(std::vector<protocol::TreeNode>& nodes, Attribute const& attribute) const;
 
     UtcClock m_utc;
+    std::int32_t const m_heads;
     std::vector<Attribute> m_attributes;
     std::vector<std::size_t> m_touched; // places in m_attributes, each once
     std::map<std::pair<protocol::Carrier, std::uint32_t>, RecordCount> m_records;

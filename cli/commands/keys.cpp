@@ -210,6 +210,8 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
         }
         if (operand.options.source == Source::Stored) {
             line += " from the stored tree alone";
+        } else if (operand.options.source == Source::Completed) {
+            line += " from the request or the stored tree";
         } else if (operand.options.source == Source::Branch) {
             line += fmt::format(" in the branch {}", Text(*command.operands.front().key));
         } else if (operand.options.source == Source::Told) {

@@ -12,6 +12,7 @@ int Sim(SimOptions const& options)
     simulator::SimulatorOptions run;
     run.server.address = options.address;
     run.server.port = static_cast<std::uint16_t>(options.port);
+    run.server.heads = options.heads;
     run.server.announcePings = options.pings;
     run.verbose = options.verbose;
     run.showState = options.state;

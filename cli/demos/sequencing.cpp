@@ -32,8 +32,6 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::uint32_t pingCommand = 1107;
-
 /// What one sonar is set to; those beyond the list begin it anew.
 struct Setting
 {
@@ -52,12 +50,24 @@ Setting const& SettingOf(int sonar)
     return settings[static_cast<std::size_t>(sonar) % settings.size()];
 }
 
+/// Of the range, both ways, ms.
+double TravelTime(Setting const& setting)
+{
+    return 2.0 * setting.range / setting.soundSpeed * 1000.0;
+}
+
+/// From the sonar's ping to the next one's, ms.
+double Pause(Setting const& setting)
+{
+    return TravelTime(setting) * setting.overhead / 100.0;
+}
+
 /// Prints what happens as it happens, each sonar in a column of its own. Any thread.
 class Timeline
 {
 public:
     Timeline(int sonars, int groups)
-        : m_groups(groups), m_lastData(static_cast<std::size_t>(groups)),
+        : m_groups(groups), m_lastPings(static_cast<std::size_t>(groups)), m_cycles(static_cast<std::size_t>(groups)),
           m_columns(static_cast<std::size_t>(sonars), '.')
     {
     }
@@ -69,21 +79,45 @@ public:
     {
         auto const now = Clock::now();
         std::lock_guard const lock(m_mutex);
-        auto& lastData = m_lastData[static_cast<std::size_t>(Group(sonar))];
-        if (event.kind == simulator::EventKind::Record && event.record->id == pingCommand) {
-            std::string text = fmt::format("{} pings", Letter(sonar));
-            if (lastData) {
-                text += fmt::format(", {:.1f} ms after the echoes of {}",
-                                    std::chrono::duration<double, std::milli>(now - lastData->time).count(),
-                                    Letter(lastData->sonar));
+        if (event.kind == simulator::EventKind::Pinged) {
+            std::string text = fmt::format("{} pings for {:g} m", Letter(sonar), event.pingRange);
+            auto& lastPing = m_lastPings[static_cast<std::size_t>(Group(sonar))];
+            if (lastPing) {
+                text += fmt::format(", {:.1f} ms after {}", Milliseconds(now - lastPing->time).count(),
+                                    Letter(lastPing->sonar));
+            }
+            lastPing = LastPing{now, sonar};
+            if (sonar == Group(sonar)) {
+                m_cycles[static_cast<std::size_t>(sonar)].push_back(now);
             }
             Print(now, sonar, Letter(sonar), text);
         } else if (event.kind == simulator::EventKind::Echoed) {
-            lastData = LastData{now, sonar};
-            Print(
-                now, sonar, '|',
-                fmt::format("its echoes are in: {:.1f} ms for {:g} m", event.pingTravelTime * 1000.0, event.pingRange));
+            Print(now, sonar, '|',
+                  fmt::format("its echoes are in, {:.1f} ms after the ping", event.pingTravelTime * 1000.0));
         }
+    }
+
+    /// Tells how long a round of each group has taken so far, the mean from a ping of its first sonar to the next.
+    void TellCycles()
+    {
+        std::lock_guard const lock(m_mutex);
+        fmt::print("\n");
+        for (std::size_t group = 0; group < m_cycles.size(); ++group) {
+            auto const& pings = m_cycles[group];
+            if (pings.size() < 2) {
+                continue;
+            }
+            double pauses = 0.0;
+            double longest = 0.0;
+            for (std::size_t sonar = group; sonar < m_columns.size(); sonar += m_cycles.size()) {
+                pauses += Pause(SettingOf(static_cast<int>(sonar)));
+                longest = std::max(longest, TravelTime(SettingOf(static_cast<int>(sonar))));
+            }
+            fmt::print("Group {}: a round takes {:.1f} ms; range and overhead make {:.1f} ms.\n", group + 1,
+                       Milliseconds(pings.back() - pings.front()).count() / static_cast<double>(pings.size() - 1),
+                       std::max(pauses, longest)); // no sonar pings before its own echoes are in
+        }
+        std::fflush(stdout);
     }
 
     void Tell(std::string const& text)
@@ -94,7 +128,9 @@ public:
     }
 
 private:
-    struct LastData
+    using Milliseconds = std::chrono::duration<double, std::milli>;
+
+    struct LastPing
     {
         Clock::time_point time;
         int sonar;
@@ -112,7 +148,8 @@ private:
     Clock::time_point const m_begin = Clock::now();
     int const m_groups;
     std::mutex m_mutex;
-    std::vector<std::optional<LastData>> m_lastData; ///< by group
+    std::vector<std::optional<LastPing>> m_lastPings;     ///< by group
+    std::vector<std::vector<Clock::time_point>> m_cycles; ///< when the first sonar of each group pinged
     std::string const m_columns;
 };
 
@@ -233,14 +270,14 @@ private:
 int SequencingDemo(RunOptions const& options)
 {
     int const groups = std::min(options.groups, options.sonars);
-    fmt::print("Sonars of one group take turns; the pause after a ping is its travel time and an overhead.\n\n");
+    fmt::print("Sonars of one group take turns; a turn is the travel time of the range and an overhead.\n\n");
     Timeline timeline(options.sonars, groups);
     for (int sonar = 0; sonar < options.sonars; ++sonar) {
         Setting const& setting = SettingOf(sonar);
-        double const travel = 2.0 * setting.range / setting.soundSpeed * 1000.0;
-        fmt::print("  {}  group {}  {:g} m at {:g} m/s: {:.1f} ms there and back, {:g} % of it as a pause: {:.0f} ms\n",
-                   Timeline::Letter(sonar), timeline.Group(sonar) + 1, setting.range, setting.soundSpeed, travel,
-                   setting.overhead, std::floor(travel * setting.overhead / 100.0 + 0.5));
+        fmt::print(
+            "  {}  group {}  {:g} m at {:g} m/s: {:.1f} ms there and back, its turn takes {:g} % of it: {:.0f} ms\n",
+            Timeline::Letter(sonar), timeline.Group(sonar) + 1, setting.range, setting.soundSpeed, TravelTime(setting),
+            setting.overhead, std::floor(Pause(setting) + 0.5));
     }
     fmt::print("\nA letter: that sonar pings; |: its echoes are in.\n\n");
     Fleet fleet(timeline, options.sonars);
@@ -249,6 +286,7 @@ int SequencingDemo(RunOptions const& options)
         return Complain(ExitFailed, error);
     }
     std::this_thread::sleep_for(2s);
+    timeline.TellCycles();
     timeline.Tell("A falls silent: its group waits for it.");
     fleet.Command(0, "misbehave silent");
     std::this_thread::sleep_for(1500ms);

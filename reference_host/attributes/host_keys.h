@@ -10,6 +10,7 @@ namespace vordal::keys {
 /// The branch of a tree that holds a request for a device.
 inline constexpr AttributeKey Request{qx5::protocol::keys::Request.text};
 
+inline constexpr AttributeKey DeviceId{qx5::protocol::keys::DeviceId.text};
 inline constexpr AttributeKey DeviceEnum{qx5::protocol::keys::DeviceEnum.text};
 inline constexpr AttributeKey SonarSettings{qx5::protocol::keys::x5SonarSettings.text};
 inline constexpr AttributeKey PulseType{qx5::protocol::keys::x5PulseType.text};

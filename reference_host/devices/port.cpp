@@ -22,6 +22,12 @@ void AttachedDevices::Detach(BaseDevice* device)
     std::erase(m_devices, device);
 }
 
+bool AttachedDevices::IsAttached(BaseDevice const* device) const
+{
+    std::lock_guard const lock(m_mutex);
+    return std::find(m_devices.begin(), m_devices.end(), device) != m_devices.end();
+}
+
 int AttachedDevices::Count() const
 {
     std::lock_guard const lock(m_mutex);

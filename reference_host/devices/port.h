@@ -20,6 +20,7 @@ public:
     /// Twice is once.
     void Attach(BaseDevice* device);
     void Detach(BaseDevice* device);
+    bool IsAttached(BaseDevice const* device) const;
     int Count() const;
     /// Null beyond either end.
     BaseDevice* At(int index) const;

@@ -23,8 +23,8 @@ inline constexpr unsigned short LostStreamStatus = 0xFFFF;
 /// brought into range) and 401 (sound velocity in m/s, double). `time` in seconds; see CExTime.
 VORDAL_API std::optional<CDataBlock> SettingsBlockOf(CAttributeMap const& tree, double time);
 
-/// Whether the attributes are what the sonar tells once the echoes of a ping are in. Those, and the first settings of a
-/// connection, are settings data of the stream; settings that the sonar reports because they were changed or asked for
+/// Whether the attributes are what the sonar tells as it pings. Those, and the first settings of a connection, are
+/// settings data of the stream; settings that the sonar reports because they were changed or asked for
 /// say nothing of a ping and are none.
 VORDAL_API bool IsPingAnswer(CAttributeMap const& tree);
 

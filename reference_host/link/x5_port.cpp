@@ -1,6 +1,7 @@
 // The port of a live sonar: a named connection and the devices that share it.
 #include "x5_port.h"
 
+#include "frame_addressees.h"
 #include "live_traffic.h"
 #include "settings_data.h"
 #include "tree_transfer.h"
@@ -13,6 +14,7 @@
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -75,7 +77,8 @@ void X5Port::TellDevices(LinkStatus const& status)
     auto const connected = status.state == LinkState::Connected;
     if (connected != m_devicesConnected) {
         m_devicesConnected = connected;
-        m_settingsTold = false;
+        m_settingsTold.clear();
+        m_strangerTold = false;
         for (int index = 0; auto* const device = GetDevice(index); ++index) {
             if (connected) {
                 device->HandlePortConnect();
@@ -109,18 +112,41 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     }
     auto const bytes = frame.bytes.size();
     CountUndelivered(bytes);
-    PostToHost([this, bytes, tree = ToAttributeMap(*nodes)] {
-        auto const settings = SettingsBlockOf(tree, m_host.Now());
-        bool const isFirst = settings.has_value() && !std::exchange(m_settingsTold, true);
-        bool const isData = settings.has_value() && (isFirst || IsPingAnswer(tree));
-        auto const status = StreamStatusOf(tree);
-        auto const block = isData ? settings : std::nullopt;
-        for (int index = 0; auto* const device = GetDevice(index); ++index) {
-            m_host.MergeDecoded(*device, tree);
-            PutStreamData(*device, status, block);
-        }
+    protocol::Target const from{static_cast<std::int32_t>(frame.header.deviceId),
+                                static_cast<std::int16_t>(frame.header.enumerator)};
+    PostToHost([this, bytes, from, tree = ToAttributeMap(*nodes)] {
+        Deliver(from, tree);
         CountDelivered(bytes);
     });
+}
+
+void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
+{
+    auto const devices = AddresseesOf(*this, from);
+    if (devices.empty() && Count() > 0 && !std::exchange(m_strangerTold, true)) {
+        Log(LogLevel::Warning,
+            tvcore::ToUtf8(m_name) + ": attributes of " + std::to_string(from.deviceId) + "/" +
+                std::to_string(from.enumerator) +
+                " are dropped, no device on this port has this \"DeviceId\" and \"DeviceEnum\"; said once for this "
+                "connection");
+    }
+    auto const settings = SettingsBlockOf(tree, m_host.Now());
+    auto const status = StreamStatusOf(tree);
+    bool const isPing = IsPingAnswer(tree);
+    for (BaseDevice* const device : devices) {
+        if (!IsAttached(device)) {
+            continue; // whoever was told of another's attributes has taken it away
+        }
+        bool isData = settings.has_value() && isPing;
+        CDataId const& dataId = device->GetDataId();
+        if (settings.has_value() &&
+            std::find(m_settingsTold.begin(), m_settingsTold.end(), dataId) == m_settingsTold.end()) {
+            m_settingsTold.push_back(dataId);
+            isData = true;
+        }
+        m_host.MergeDecoded(*device, tree);
+        PutStreamData(*device, status, isData ? settings : std::nullopt);
+    }
 }
 
 void X5Port::TellStreamsOfConnection(bool connected)

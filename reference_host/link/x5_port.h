@@ -6,6 +6,7 @@
 
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/CString.h>
 #include <VordalDataBlocksR/CDataBlock.h>
 
@@ -17,15 +18,17 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <vector>
 
 namespace vordal {
 
 class Host;
 
-/// A sonar connection as devices see it. Attributes that the sonar sends are merged into the trees of all attached
-/// devices, settings data go into the buffers of those that are sonars; when the connection comes up or is lost the
-/// devices are told, and while it is lost the buffers of sonars have LostStreamStatus, all on the host thread. Attach
-/// the devices before Open: one that comes later hears of the connection at its next change.
+/// A sonar connection as devices see it. Attributes that the sonar sends are merged into the trees of the attached
+/// devices that they are for (frame_addressees.h), settings data go into the buffers of those that are sonars; when the
+/// connection comes up or is lost the devices are told, and while it is lost the buffers of sonars have
+/// LostStreamStatus, all on the host thread. Attach the devices before Open: one that comes later hears of the
+/// connection at its next change.
 ///
 /// When the host thread falls behind by more than 256 trees or 8 MiB of them, reading pauses until it has caught up by
 /// half, so that the sonar waits and memory does not grow.
@@ -85,6 +88,8 @@ private:
     /// hears of it as of any change of the stream's status. With the connection the status is 0 until the sonar says
     /// otherwise.
     void TellStreamsOfConnection(bool connected);
+    /// Hands a tree to the devices that it is for.
+    void Deliver(qx5::protocol::Target from, CAttributeMap const& tree);
     /// Puts what the sonar told of its data stream into the device's buffer, if the device is a sonar.
     void PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,
                        std::optional<CDataBlock> const& block);
@@ -108,7 +113,8 @@ private:
     std::shared_ptr<int> m_life = std::make_shared<int>(0);
     /// Host thread alone.
     bool m_devicesConnected = false;
-    bool m_settingsTold = false; ///< in this connection
+    std::vector<CDataId> m_settingsTold; ///< of which devices, in this connection
+    bool m_strangerTold = false;         ///< in this connection
     bool m_streamsLost = false;
     /// Link thread alone.
     bool m_damageTold = false;

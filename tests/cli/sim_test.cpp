@@ -95,5 +95,13 @@ TEST(Sim, TakesCommands)
     EXPECT_TRUE(process.WaitForOutput("misbehave NAME"));
 }
 
+TEST(Sim, HasAsManyHeadsAsItIsTold)
+{
+    Simulator sonar({"--heads", "2"});
+    sonar.Process().Write("ping\n");
+    EXPECT_TRUE(sonar.Process().WaitForOutput("ping 2\n")); // one of each
+    EXPECT_EQ(Qx5({"sim", "--heads", "9"}).code, 2);
+}
+
 } // namespace
 } // namespace qx5::test

@@ -93,12 +93,21 @@ FarEnd::FarEnd(simulator::ServerOptions options)
 
 void FarEnd::OnEvent(simulator::SonarEvent const& event)
 {
+    std::lock_guard const lock(m_mutex);
+    if (event.kind == simulator::EventKind::Answered) {
+        m_answers.emplace_back(event.text);
+    }
     if (event.kind != simulator::EventKind::Record) {
         return;
     }
-    std::lock_guard const lock(m_mutex);
     m_arrivals.push_back({event.connection, Bytes(event.frame->bytes.begin(), event.frame->bytes.end())});
     m_changed.notify_all();
+}
+
+std::vector<std::string> FarEnd::Answers() const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_answers;
 }
 
 std::string FarEnd::Command(std::string_view line)
@@ -163,7 +172,8 @@ private:
     NearEnd& m_end;
 };
 
-NearEnd::NearEnd(std::uint16_t port, std::function<void(vordal::LinkOptions&)> const& change)
+NearEnd::NearEnd(std::uint16_t port, std::function<void(vordal::LinkOptions&)> const& change,
+                 vordal::VesselSetup vessel)
     : m_watcher(std::make_unique<Watcher>(*this))
 {
     vordal::SetLogSink([this](vordal::LogLevel, std::string_view line) {
@@ -173,7 +183,7 @@ NearEnd::NearEnd(std::uint16_t port, std::function<void(vordal::LinkOptions&)> c
     m_host.SetClock(&m_clock);
     m_host.SetTraffic(&m_traffic);
     m_host.SetObserver(m_watcher.get());
-    m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    m_host.AddVessel(std::move(vessel));
 
     vordal::LinkOptions options;
     options.host = "127.0.0.1";

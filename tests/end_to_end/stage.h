@@ -80,6 +80,8 @@ public:
     bool WaitForRange(float range);
     /// Waits until at least so many requests for a range have arrived.
     bool WaitForRanges(std::size_t count);
+    /// What the sonar said that it told, in order: "2 changed attributes: x5Range x5Gain".
+    std::vector<std::string> Answers() const;
 
 private:
     void OnEvent(simulator::SonarEvent const& event);
@@ -87,6 +89,7 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::vector<Arrival> m_arrivals;
+    std::vector<std::string> m_answers;
     simulator::SonarServer m_server; ///< last: its thread uses what stands above
 };
 
@@ -95,7 +98,8 @@ private:
 class NearEnd
 {
 public:
-    explicit NearEnd(std::uint16_t port, std::function<void(vordal::LinkOptions&)> const& change = {});
+    explicit NearEnd(std::uint16_t port, std::function<void(vordal::LinkOptions&)> const& change = {},
+                     vordal::VesselSetup vessel = {.number = 1, .name = L"Vessel", .configuration = {}});
     NearEnd(NearEnd const&) = delete;
     NearEnd& operator=(NearEnd const&) = delete;
     ~NearEnd();

@@ -10,6 +10,10 @@
 #include <reference_host/link/x5_port.h>
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
+#include <VordalDataBlocksR/BaseDataSource.h>
+#include <vordalhostdllR/DataManager.h>
+
+#include <protocol/house_records.h>
 
 #include <gtest/gtest.h>
 
@@ -215,6 +219,24 @@ TEST_F(X5PortTest, ASenderWithoutThisPortIsNotConnected)
     host.SetPort(*second, nullptr);
 }
 
+/// The frame as the head of that enumerator of device 7125 (0x1BD5) sends it.
+Bytes FromHead(unsigned char enumerator, Bytes frame)
+{
+    frame[36] = 0xD5;
+    frame[37] = 0x1B;
+    frame[42] = enumerator;
+    frame[43] = 0;
+    return frame;
+}
+
+CAttributeMap HeadAttributes(int enumerator)
+{
+    CAttributeMap tree;
+    tree.Add(L"DeviceId", CVordalInt(7125), 0);
+    tree.Add(L"DeviceEnum", CVordalInt(enumerator), 0);
+    return tree;
+}
+
 /// A tree record that says "n" = number.
 Bytes TreeFrame(unsigned char number)
 {
@@ -242,6 +264,99 @@ TEST_F(X5PortTest, AttributesFromTheSonarReachAllItsDevices)
     peer.Write(TreeFrame(43));
     EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 43; }));
     EXPECT_EQ(port->DroppedTrees(), 0U);
+}
+
+/// A tree record of settings data: "x5PingNumber" = 1, "x5Range" = range, "x5SoundVelocity" = 1500.
+Bytes SettingsFrame(double range)
+{
+    std::vector<qx5::protocol::TreeNode> const nodes{
+        {L"x5PingNumber", std::int32_t{1}, {}}, {L"x5Range", range, {}}, {L"x5SoundVelocity", 1500.0, {}}};
+    std::string error;
+    auto const payload = qx5::protocol::EncodeTree(nodes, error);
+    auto frame = Frame(payload.value());
+    frame[32] = 0x9A; // record 90010
+    frame[33] = 0x5F;
+    frame[34] = 1;
+    return frame;
+}
+
+TEST_F(X5PortTest, AFrameOfOneHeadReachesItsDeviceAlone)
+{
+    host.RunAndWait([&] {
+        host.ReplaceAttributes(*first, HeadAttributes(0));
+        host.ReplaceAttributes(*second, HeadAttributes(1));
+    });
+    Connect();
+    peer.Write(FromHead(1, TreeFrame(42)));
+    peer.Write(FromHead(0, TreeFrame(43)));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*first) == 43; }));
+    EXPECT_EQ(NumberOf(*second), 42);
+    // What the sonar says as a whole, enumerator 65535 of device 0, is for both.
+    peer.Write(TreeFrame(44));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 44; }));
+    EXPECT_EQ(NumberOf(*first), 44);
+}
+
+TEST_F(X5PortTest, SettingsDataOfOneHeadGoIntoItsBufferAlone)
+{
+    host.RunAndWait([&] {
+        host.ReplaceAttributes(*first, HeadAttributes(0));
+        host.ReplaceAttributes(*second, HeadAttributes(1));
+    });
+    auto const range = [&](Device& device) {
+        CDataBlock block;
+        auto* const buffer = DataManager::GetDataManager().FindDatablockBuffer(device.GetDataId(), false);
+        unsigned short index = 0;
+        if (buffer == nullptr || !buffer->ReadBlock(block, 3) || !block.LookUp(609, ADDR_BY_ITEM, index)) {
+            return 0;
+        }
+        auto const* const bytes = static_cast<unsigned char const*>(block.GetItem(index)->data);
+        return bytes[0] + 256 * bytes[1];
+    };
+    Connect();
+    peer.Write(FromHead(1, SettingsFrame(70.0)));
+    peer.Write(FromHead(0, TreeFrame(1)));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*first) == 1; }));
+    EXPECT_EQ(range(*second), 70);
+    EXPECT_EQ(range(*first), 0);
+    peer.Write(FromHead(0, SettingsFrame(30.0)));
+    peer.Write(FromHead(1, TreeFrame(2)));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 2; }));
+    EXPECT_EQ(range(*first), 30);
+    EXPECT_EQ(range(*second), 70);
+}
+
+TEST_F(X5PortTest, AFrameOfAHeadThatNoDeviceStandsForReachesThoseThatDoNotKnowWhoTheyAre)
+{
+    host.RunAndWait([&] { host.ReplaceAttributes(*first, HeadAttributes(0)); });
+    Connect();
+    peer.Write(FromHead(5, TreeFrame(42)));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 42; }));
+    EXPECT_EQ(NumberOf(*first), -1);
+    // Once both know, nobody hears it, which is said once for this connection.
+    host.RunAndWait([&] { host.ReplaceAttributes(*second, HeadAttributes(1)); });
+    lines.clear();
+    peer.Write(FromHead(5, TreeFrame(43)));
+    peer.Write(FromHead(5, TreeFrame(44)));
+    peer.Write(TreeFrame(45));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*second) == 45; }));
+    host.RunAndWait([&] {
+        ASSERT_EQ(lines.size(), 1U);
+        EXPECT_EQ(lines[0], "Sonar: attributes of 7125/5 are dropped, no device on this port has this \"DeviceId\" and "
+                            "\"DeviceEnum\"; said once for this connection");
+    });
+}
+
+TEST_F(X5PortTest, AllFramesAreForASoleDevice)
+{
+    host.RunAndWait([&] {
+        host.SetPort(*second, nullptr);
+        host.ReplaceAttributes(*first, HeadAttributes(0));
+    });
+    Connect();
+    peer.Write(FromHead(5, TreeFrame(42)));
+    EXPECT_TRUE(Eventually([&] { return NumberOf(*first) == 42; }));
+    EXPECT_EQ(NumberOf(*second), -1);
 }
 
 TEST(TreeTransfer, AWholeNumberOf64BitsStaysOne)

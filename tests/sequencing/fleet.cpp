@@ -6,6 +6,7 @@
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 
@@ -150,55 +151,78 @@ ScriptedFleet::~ScriptedFleet()
     host.RemoveAllDevices();
 }
 
-LiveFleet::LiveFleet(std::vector<SonarSetup> const& sonars) : m_echoes(sonars.size())
+LiveFleet::LiveFleet(std::vector<SonarSetup> const& sonars, Connections connections)
+    : m_areHeads(connections == Connections::Shared), m_pinged(sonars.size())
 {
     host.SetClock(&clock);
     host.SetTraffic(&traffic);
     host.SetMainWindow(true);
     host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
     for (std::size_t i = 0; i < sonars.size(); ++i) {
-        auto const sink = [this, i](simulator::SonarEvent const& event) {
-            if (event.kind == simulator::EventKind::Record) {
-                std::string const frame(event.frame->bytes.begin(), event.frame->bytes.end());
-                arrivals.Add({i, CommandOf(frame), frame, Clock::now()});
-            } else if (event.kind == simulator::EventKind::Echoed) {
-                std::lock_guard const lock(m_echoMutex);
-                m_echoes[i].push_back(Clock::now());
-            }
-        };
-        m_servers.push_back(std::make_unique<simulator::SonarServer>(simulator::ServerOptions{}, sink));
-        if (auto const problem = m_servers.back()->Start()) {
-            throw std::runtime_error(problem->text);
+        if (!m_areHeads || i == 0) {
+            AddSonar(sonars[i], m_areHeads ? static_cast<std::int32_t>(sonars.size()) : 1);
         }
-        Command(i, "set x5Range=" + std::to_string(sonars[i].range));
-        Command(i, "set x5SoundVelocity=" + std::to_string(sonars[i].soundSpeed));
-        vordal::LinkOptions options;
-        options.host = "127.0.0.1";
-        options.port = m_servers.back()->Port();
-        m_ports.push_back(
-            std::make_unique<vordal::X5Port>(host, m_linkThread, CString(L"port-" + std::to_wstring(i)), options));
-        host.RunAndWait([&] {
-            auto* const device = host.AddDevice(std::make_unique<QX5Device>(), IdOfSonar(i));
-            host.ReplaceAttributes(*device, AttributesOf(sonars[i], i));
-            host.SetPort(*device, m_ports.back().get());
-        });
+        AddDevice(i, sonars[i], *m_ports.back());
     }
     host.RunAndWait([] { QX5SonarConfigurationInfo::Instance().Init(); });
     for (std::size_t i = 0; i < sonars.size(); ++i) {
-        m_ports[i]->Open();
-        // The sonar introduces itself with settings data, and is told to ping on command alone.
-        bool const joined = Eventually([&] {
-            for (Arrival const& arrival : arrivals.All()) {
-                if (arrival.sonar == i && arrival.command == 1004) {
-                    return true;
-                }
-            }
-            return false;
-        });
-        if (!joined) {
+        if (i < m_ports.size()) {
+            m_ports[i]->Open();
+        }
+        if (!Joins(i)) {
             throw std::runtime_error("a sonar did not join its group");
         }
     }
+}
+
+void LiveFleet::AddSonar(SonarSetup const& setup, std::int32_t heads)
+{
+    std::size_t const index = m_servers.size();
+    simulator::ServerOptions server;
+    server.heads = heads;
+    m_servers.push_back(std::make_unique<simulator::SonarServer>(
+        server, [this, index](simulator::SonarEvent const& event) { OnSonar(index, event); }));
+    if (auto const problem = m_servers.back()->Start()) {
+        throw std::runtime_error(problem->text);
+    }
+    Command(index, "set x5Range=" + std::to_string(setup.range));
+    Command(index, "set x5SoundVelocity=" + std::to_string(setup.soundSpeed));
+    vordal::LinkOptions options;
+    options.host = "127.0.0.1";
+    options.port = m_servers.back()->Port();
+    m_ports.push_back(
+        std::make_unique<vordal::X5Port>(host, m_linkThread, CString(L"port-" + std::to_wstring(index)), options));
+}
+
+void LiveFleet::AddDevice(std::size_t sonar, SonarSetup const& setup, vordal::X5Port& port)
+{
+    host.RunAndWait([&] {
+        auto* const device = host.AddDevice(std::make_unique<QX5Device>(), IdOfSonar(sonar));
+        host.ReplaceAttributes(*device, AttributesOf(setup, sonar));
+        host.SetPort(*device, &port);
+    });
+}
+
+void LiveFleet::OnSonar(std::size_t firstHead, simulator::SonarEvent const& event)
+{
+    if (event.kind == simulator::EventKind::Record) {
+        std::string const frame(event.frame->bytes.begin(), event.frame->bytes.end());
+        std::size_t const head = m_areHeads ? event.frame->header.enumerator : 0;
+        arrivals.Add({firstHead + head, CommandOf(frame), frame, Clock::now()});
+    } else if (event.kind == simulator::EventKind::Pinged) {
+        std::lock_guard const lock(m_pingedMutex);
+        m_pinged[firstHead + static_cast<std::size_t>(std::max(event.head, 0))].push_back(Clock::now());
+    }
+}
+
+/// The sonar introduces itself with settings data, and is told to ping on command alone.
+bool LiveFleet::Joins(std::size_t sonar)
+{
+    return Eventually([&] {
+        auto const all = arrivals.All();
+        return std::any_of(all.begin(), all.end(),
+                           [&](Arrival const& arrival) { return arrival.sonar == sonar && arrival.command == 1004; });
+    });
 }
 
 LiveFleet::~LiveFleet()
@@ -223,10 +247,10 @@ void LiveFleet::Command(std::size_t sonar, std::string_view line)
     }
 }
 
-std::vector<Clock::time_point> LiveFleet::Echoes(std::size_t sonar) const
+std::vector<Clock::time_point> LiveFleet::Pinged(std::size_t sonar) const
 {
-    std::lock_guard const lock(m_echoMutex);
-    return m_echoes[sonar];
+    std::lock_guard const lock(m_pingedMutex);
+    return m_pinged[sonar];
 }
 
 } // namespace qx5::test

@@ -121,22 +121,29 @@ public:
     vordal::Host host{vordal::Threading::Inline};
 };
 
+/// How the sonars of a LiveFleet are connected.
+enum class Connections
+{
+    Own,    ///< each is a sonar by itself on a port of its own
+    Shared, ///< all are heads of one sonar on one port, set up as the first
+};
+
 /// A threaded host with simulated sonars on real sockets. Connects them one after the other, so that they join their
 /// groups in order; discovery comes first.
 class LiveFleet
 {
 public:
-    explicit LiveFleet(std::vector<SonarSetup> const& sonars);
+    explicit LiveFleet(std::vector<SonarSetup> const& sonars, Connections connections = Connections::Own);
     LiveFleet(LiveFleet const&) = delete;
     LiveFleet& operator=(LiveFleet const&) = delete;
     ~LiveFleet();
 
-    /// A command that must be taken.
+    /// A command that must be taken. Heads of one sonar take the commands of its first.
     void Command(std::size_t sonar, std::string_view line);
     void Data(std::size_t sonar, double range = 100.0) { host.PutBlock(IdOfSonar(sonar), SettingsBlock(range)); }
     void Status(std::size_t sonar, unsigned short status) { host.SetBufferStatus(IdOfSonar(sonar), status); }
-    /// When the echoes of the sonar's pings were in, in order.
-    std::vector<Clock::time_point> Echoes(std::size_t sonar) const;
+    /// When the sonar pinged, in order.
+    std::vector<Clock::time_point> Pinged(std::size_t sonar) const;
 
     Arrivals arrivals;
     vordal::FixedClock clock{standingTime};
@@ -144,8 +151,14 @@ public:
     vordal::Host host{vordal::Threading::Threaded};
 
 private:
-    mutable std::mutex m_echoMutex;
-    std::vector<std::vector<Clock::time_point>> m_echoes;
+    void AddSonar(SonarSetup const& setup, std::int32_t heads);
+    void AddDevice(std::size_t sonar, SonarSetup const& setup, vordal::X5Port& port);
+    void OnSonar(std::size_t firstHead, simulator::SonarEvent const& event);
+    bool Joins(std::size_t sonar);
+
+    bool const m_areHeads; ///< of one sonar
+    mutable std::mutex m_pingedMutex;
+    std::vector<std::vector<Clock::time_point>> m_pinged;
     vordal::LinkThread m_linkThread;
     std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
     std::vector<std::unique_ptr<vordal::X5Port>> m_ports;

@@ -1,6 +1,10 @@
 // Tests of turns on real sockets: simulated sonars that answer, fall silent, go and come back.
 #include "fleet.h"
 
+#include <VordalSubscriberR/Subscriber.h>
+#include <VordalSubscriberR/Subscription.h>
+#include <vordalhostdllR/DataManager.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -66,13 +70,13 @@ TEST(LiveTurns, ThePauseIsThatOfTheSonarThatPinged)
     std::vector<Arrival> pings;
     std::copy_if(arrivals.begin(), arrivals.end(), std::back_inserter(pings),
                  [](Arrival const& arrival) { return arrival.command == 1107; });
-    // The data leave the sonar after the last echo, and the next ping comes no earlier than the pause after them.
+    // The data leave the sonar as it pings, and the next ping comes no earlier than the pause after them.
     std::array<std::size_t, 2> number{};
     for (std::size_t i = 0; i + 1 < pings.size(); ++i) {
         auto const sonar = pings[i].sonar;
-        auto const echoes = fleet.Echoes(sonar);
-        ASSERT_GT(echoes.size(), number[sonar]);
-        EXPECT_GE(pings[i + 1].time - echoes[number[sonar]], std::chrono::milliseconds(sonar == 0 ? 40 : 400));
+        auto const pinged = fleet.Pinged(sonar);
+        ASSERT_GT(pinged.size(), number[sonar]);
+        EXPECT_GE(pings[i + 1].time - pinged[number[sonar]], std::chrono::milliseconds(sonar == 0 ? 40 : 400));
         ++number[sonar];
     }
 }
@@ -81,7 +85,7 @@ TEST(LiveTurns, ThePauseIsNeverCutShort)
 {
     LiveFleet fleet({{.overhead = 120.0, .range = 100.0}});
     ASSERT_TRUE(fleet.arrivals.WaitForPings(4));
-    auto const echoes = fleet.Echoes(0);
+    auto const pinged = fleet.Pinged(0);
     std::vector<Clock::time_point> pings;
     for (Arrival const& arrival : fleet.arrivals.All()) {
         if (arrival.command == 1107) {
@@ -89,7 +93,63 @@ TEST(LiveTurns, ThePauseIsNeverCutShort)
         }
     }
     for (std::size_t i = 0; i + 1 < pings.size(); ++i) {
-        EXPECT_GE(pings[i + 1] - echoes[i], std::chrono::milliseconds(160));
+        EXPECT_GE(pings[i + 1] - pinged[i], std::chrono::milliseconds(160));
+    }
+}
+
+/// Lets the host thread dwell on the device's tree at each of its pings until something else has pinged, or for a
+/// while.
+class Dwelling
+{
+public:
+    Dwelling(LiveFleet& fleet, std::size_t sonar) : m_fleet(fleet)
+    {
+        fleet.host.RunAndWait([&] {
+            m_subscription.SetMap(DataManager::GetDataManager().GetAttributeSubscriptionMap(IdOfSonar(sonar)));
+            m_subscription.SetSubscriber(new MemFunNoInfoSubscriber<Dwelling>(this, &Dwelling::OnPing), true);
+            m_subscription.Subscribe(L"x5PingNumber");
+        });
+    }
+    Dwelling(Dwelling const&) = delete;
+    Dwelling& operator=(Dwelling const&) = delete;
+    ~Dwelling()
+    {
+        m_fleet.host.RunAndWait([this] { m_subscription.Unsubscribe(); });
+    }
+
+private:
+    void OnPing()
+    {
+        auto const pings = m_fleet.arrivals.Pings().size();
+        auto const limit = Clock::now() + std::chrono::milliseconds(20);
+        while (m_fleet.arrivals.Pings().size() == pings && Clock::now() < limit) {
+            std::this_thread::yield();
+        }
+    }
+
+    LiveFleet& m_fleet;
+    Subscription m_subscription;
+};
+
+TEST(LiveTurns, TwoHeadsOnOnePortAndInOneGroupNeverPingAtOnce)
+{
+    LiveFleet fleet(std::vector<SonarSetup>(2), Connections::Shared);
+    Dwelling const first(fleet, 0);
+    Dwelling const second(fleet, 1);
+    constexpr auto late = std::chrono::milliseconds(40);
+    fleet.Command(0, "misbehave answer-late 40");
+    auto const before = fleet.arrivals.Pings().size();
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(before + 12));
+    std::vector<Arrival> pings;
+    for (Arrival const& arrival : fleet.arrivals.All()) {
+        if (arrival.command == 1107) {
+            pings.push_back(arrival);
+        }
+    }
+    // Each waits for what the other says, and it says it late.
+    for (std::size_t i = before; i + 1 < pings.size(); ++i) {
+        EXPECT_NE(pings[i + 1].sonar, pings[i].sonar);
+        EXPECT_GE(pings[i + 1].time - pings[i].time, late) << i;
     }
 }
 
@@ -264,7 +324,7 @@ TEST(LiveTurns, EverySonarPingsAgainAfterAThousandRandomNotifications)
     for (std::size_t i = 0; i < sonars; ++i) {
         before[i] = fleet.arrivals.PingCount(i);
     }
-    // A sonar that was given more pings than it can have in the water has left some out, and owes their settings data.
+    // A sonar that was given more pings than can wait has left some out, and owes their settings data.
     EXPECT_TRUE(Eventually([&] {
         bool all = true;
         for (std::size_t i = 0; i < sonars; ++i) {

@@ -29,6 +29,14 @@ protected:
         m_server = std::make_unique<SonarServer>(std::move(options), [this](SonarEvent const& event) {
             std::lock_guard const lock(m_mutex);
             m_kinds.push_back(event.kind);
+            if (event.kind == EventKind::Pinged || event.kind == EventKind::Echoed)
+                m_pings.push_back({event.kind, event.head, event.pingNumber, std::chrono::steady_clock::now()});
+            if (event.kind == EventKind::Pinged)
+                m_course.emplace_back("ping");
+            else if (event.kind == EventKind::Echoed)
+                m_course.emplace_back("echoes");
+            else if (event.kind == EventKind::Answered && event.text.starts_with("settings of ping"))
+                m_course.emplace_back(event.text);
         });
         auto const error = m_server->Start();
         ASSERT_FALSE(error) << error->text;
@@ -45,10 +53,30 @@ protected:
         std::lock_guard const lock(m_mutex);
         return static_cast<std::size_t>(std::count(m_kinds.begin(), m_kinds.end(), kind));
     }
+    /// What happened about pings, in order.
+    std::vector<std::string> Course()
+    {
+        std::lock_guard const lock(m_mutex);
+        return m_course;
+    }
+    struct PingEvent
+    {
+        EventKind kind;
+        std::int32_t head;
+        std::int32_t number;
+        std::chrono::steady_clock::time_point time;
+    };
+    std::vector<PingEvent> Pings()
+    {
+        std::lock_guard const lock(m_mutex);
+        return m_pings;
+    }
     std::uint16_t Port() const { return m_server->Port(); }
 
     std::mutex m_mutex;
     std::vector<EventKind> m_kinds;
+    std::vector<PingEvent> m_pings;
+    std::vector<std::string> m_course;
     std::unique_ptr<SonarServer> m_server; // ends before what its sink uses
 };
 
@@ -177,21 +205,151 @@ TEST_F(SonarServerTest, RefusesMoreHostsThanItHasRoomFor)
     EXPECT_EQ(m_server->Counts().refused, 1U);
 }
 
-TEST_F(SonarServerTest, AnswersASinglePingAfterItsTravelTime)
+TEST_F(SonarServerTest, TellsItsSettingsAsItPings)
 {
     Start();
     Host host(Port());
     ASSERT_TRUE(host.Told(L"DeviceId"));
-    auto const before = std::chrono::steady_clock::now();
     ASSERT_TRUE(host.Send(test::Command(1107))); // range 100 m, 1500 m/s: 133.3 ms
     EXPECT_EQ(host.Told(L"x5PingNumber"), Value(std::int32_t{1}));
-    EXPECT_GE(std::chrono::steady_clock::now() - before, 133ms);
     ASSERT_EQ(host.LastTree().size(), 4U);
     EXPECT_EQ(host.LastTree()[1].key, L"x5PingTime");
     EXPECT_EQ(host.LastTree()[2].value, Value(100.0));
     EXPECT_EQ(host.LastTree()[3].value, Value(1500.0));
+    ASSERT_TRUE(WaitUntil([&] { return Count(EventKind::Echoed) == 1; }));
+    EXPECT_EQ(Course(), (std::vector<std::string>{"ping", "settings of ping 1", "echoes"}));
+    auto const pings = Pings();
+    EXPECT_GE(pings[1].time - pings[0].time, 133ms);
     EXPECT_EQ(Do("ping"), "ping 2");
     EXPECT_EQ(host.Told(L"x5PingNumber"), Value(std::int32_t{2}));
+}
+
+TEST_F(SonarServerTest, TellsTheSettingsOfItsOwnPingsAsItPings)
+{
+    ServerOptions options;
+    options.announcePings = true;
+    Start(options);
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    ASSERT_TRUE(host.Send(test::Command(1004, Hex("00 00 80 3f")))); // one a second
+    ASSERT_TRUE(host.Told(L"x5MaxPingRate"));
+    ASSERT_TRUE(host.Send(test::Command(1100)));
+    EXPECT_EQ(host.Told(L"x5PingNumber"), Value(std::int32_t{1}));
+    ASSERT_TRUE(WaitUntil([&] { return Count(EventKind::Echoed) >= 1; }));
+    auto course = Course();
+    course.resize(3);
+    EXPECT_EQ(course, (std::vector<std::string>{"ping", "settings of ping 1", "echoes"}));
+}
+
+TEST_F(SonarServerTest, HasOnePingInTheWaterAndTheNextWaitsForItsEchoes)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Bytes bytes;
+    for (int i = 0; i < 3; ++i) {
+        Bytes const ping = test::Command(1107);
+        bytes.insert(bytes.end(), ping.begin(), ping.end());
+    }
+    ASSERT_TRUE(host.Send(bytes));
+    ASSERT_TRUE(WaitUntil([&] { return Count(EventKind::Echoed) == 3; }));
+    auto const pings = Pings();
+    ASSERT_EQ(pings.size(), 6U);
+    for (std::size_t i = 0; i < pings.size(); ++i) {
+        EXPECT_EQ(pings[i].kind, i % 2 == 0 ? EventKind::Pinged : EventKind::Echoed) << i;
+        EXPECT_EQ(pings[i].number, static_cast<std::int32_t>(i / 2) + 1);
+        EXPECT_EQ(pings[i].head, -1) << "it has one head";
+    }
+    EXPECT_GE(pings[2].time - pings[0].time, 133ms);
+    EXPECT_GE(pings[4].time - pings[2].time, 133ms);
+}
+
+TEST_F(SonarServerTest, LeavesOutPingsBeyondThoseThatCanWait)
+{
+    Start();
+    Do("set x5Range=500"); // 667 ms
+    EXPECT_EQ(Do("ping"), "ping 1");
+    int waiting = 0;
+    std::string answer;
+    while (m_server->Command("ping", answer)) {
+        EXPECT_EQ(answer, "the sonar listens; the ping waits until the echoes are in");
+        ASSERT_LT(++waiting, 1000);
+    }
+    EXPECT_EQ(answer, "too many pings wait; this one is left out");
+    EXPECT_GE(waiting, 64);
+    EXPECT_EQ(Count(EventKind::Notice), 1U);
+}
+
+TEST_F(SonarServerTest, EachOfTwoHeadsIntroducesItselfUnderItsOwnEnumerator)
+{
+    ServerOptions options;
+    options.heads = 2;
+    Start(options);
+    Host host(Port());
+    for (unsigned char head = 0; head < 2; ++head) {
+        EXPECT_EQ(host.Told(L"DeviceEnum"), Value(std::int32_t{head}));
+        EXPECT_EQ(Bytes(host.LastFrame().begin() + 36, host.LastFrame().begin() + 40), Hex("d5 1b 00 00")); // 7125
+        EXPECT_EQ(Bytes(host.LastFrame().begin() + 42, host.LastFrame().begin() + 44), (Bytes{head, 0}));
+        std::vector<Value> modes;
+        for (auto const& node : host.LastTree()) {
+            if (node.key == L"x5EnumIsFixed") {
+                EXPECT_EQ(node.value, Value(true));
+            }
+            if (node.key == L"x5SonarSettings")
+                modes.push_back(node.children[1].value);
+        }
+        EXPECT_EQ(modes, (std::vector<Value>{std::int32_t{0}, std::int32_t{1}}));
+    }
+    // What is said to the sonar as a whole holds for both, and each reports it.
+    ASSERT_TRUE(host.Send(test::RangeFifty()));
+    for (unsigned char head = 0; head < 2; ++head) {
+        EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
+        EXPECT_EQ(host.LastFrame()[42], head);
+    }
+    // A head's number is no operation mode to choose.
+    ASSERT_TRUE(host.Send(test::Command(1011, Hex("01 00 00 00"))));
+    EXPECT_EQ(host.Told(L"DeviceEnum"), Value(std::int32_t{0}));
+    EXPECT_EQ(host.Told(L"DeviceEnum"), Value(std::int32_t{1}));
+}
+
+TEST_F(SonarServerTest, AHeadThatIsAddressedPingsAndAnswersAlone)
+{
+    ServerOptions options;
+    options.heads = 2;
+    Start(options);
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    auto const to = [](unsigned char enumerator, Bytes frame) {
+        frame[36] = 0xd5; // 7125
+        frame[37] = 0x1b;
+        frame[42] = enumerator;
+        frame[43] = 0;
+        return frame;
+    };
+    ASSERT_TRUE(host.Send(to(1, test::Command(1107))));
+    EXPECT_EQ(host.Told(L"x5PingNumber"), Value(std::int32_t{1}));
+    EXPECT_EQ(host.LastFrame()[42], 1);
+    // The other head does not wait for its echoes.
+    ASSERT_TRUE(host.Send(to(0, test::Command(1107))));
+    EXPECT_EQ(host.Told(L"x5PingNumber"), Value(std::int32_t{2}));
+    EXPECT_EQ(host.LastFrame()[42], 0);
+    ASSERT_TRUE(host.Send(to(1, test::RecordRequest(7504))));
+    EXPECT_TRUE(host.Told(L"x5PingOnOffState"));
+    EXPECT_EQ(host.LastFrame()[42], 1);
+    ASSERT_TRUE(host.Send(to(7, test::Command(1107)))); // there is no such head
+    ASSERT_TRUE(WaitUntil([&] { return Count(EventKind::Notice) == 1; }));
+    auto const pings = Pings();
+    ASSERT_GE(pings.size(), 2U);
+    EXPECT_EQ(pings[0].head, 1);
+    EXPECT_EQ(m_server->Counts().pings, 2U);
+    // At a command to the sonar as a whole both ping.
+    ASSERT_TRUE(WaitUntil([&] { return Count(EventKind::Echoed) == 2; }));
+    ASSERT_TRUE(host.Send(test::Command(1107)));
+    EXPECT_EQ(host.Told(L"x5PingNumber"), Value(std::int32_t{3}));
+    EXPECT_EQ(host.LastFrame()[42], 0);
+    EXPECT_EQ(host.Told(L"x5PingNumber"), Value(std::int32_t{4}));
+    EXPECT_EQ(host.LastFrame()[42], 1);
 }
 
 TEST_F(SonarServerTest, PingsByItsRateNoFasterThanTheEchoesAllow)
@@ -208,7 +366,7 @@ TEST_F(SonarServerTest, PingsByItsRateNoFasterThanTheEchoesAllow)
     ASSERT_TRUE(host.Send(test::Command(1100)));
     for (std::int32_t number = 1; number <= 10; ++number)
         ASSERT_EQ(host.Told(L"x5PingNumber"), Value(number));
-    EXPECT_GE(std::chrono::steady_clock::now() - before, 199ms); // nine intervals and the last echo
+    EXPECT_GE(std::chrono::steady_clock::now() - before, 179ms); // nine intervals
     ASSERT_TRUE(host.Send(test::Command(1101)));
     EXPECT_EQ(host.Told(L"x5PingOnOffState"), Value(std::int32_t{0}));
 }

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "test_host.h"
 
 namespace qx5::simulator {
@@ -268,7 +270,11 @@ TEST_F(SonarStateTest, AnswersRequestsForItsRecords)
     std::vector<std::wstring> texts;
     for (TreeNode const& node : *pulse)
         texts.push_back(node.key);
-    EXPECT_EQ(texts, (std::vector<std::wstring>{L"DeviceId", L"x5PulseLength", L"x5PulseType", L"x5CenterFrequency"}));
+    EXPECT_EQ(texts, (std::vector<std::wstring>{L"DeviceId", L"x5PulseLength", L"x5PulseType", L"x5VernierBfMode",
+                                                L"x5VernierSmoothFilterType", L"x5VernierSmoothFilterLength",
+                                                L"x5CenterFrequency", L"PulseCharacteristicsMode", L"PulseControl",
+                                                L"PulseExtension", L"SurveyDepthMin", L"SurveyDepthMax",
+                                                L"x5PingSettingsList", L"x5PingSettingsList"}));
 }
 
 TEST_F(SonarStateTest, TellsTheLimitsThatTheOperatorsPagesWant)
@@ -332,6 +338,56 @@ TEST_F(SonarStateTest, SetsAttributesFromText)
         EXPECT_EQ(error.find('\n'), std::string::npos) << wrong;
     }
     EXPECT_EQ(At(L"x5Range"), Value(75.0));
+}
+
+TEST_F(SonarStateTest, EachGainModeHasAGainOfItsOwn)
+{
+    Take(test::Command(1008, Hex("00 00 f0 41"))); // 30 dB, time-varied; the fixed gain is 20 dB
+    m_state.TakeReport();
+    Take(test::Command(1017, Hex("02 00 00 00 00 00 00 00")));
+    EXPECT_EQ(At(L"x5GainMode"), Value(std::int32_t{2}));
+    EXPECT_EQ(At(L"x5Gain"), Value(20.0));
+    EXPECT_EQ(At(L"x5GainAlt"), Value(30.0));
+    auto texts = ReportedKeys();
+    std::sort(texts.begin(), texts.end());
+    EXPECT_EQ(texts, (std::vector<std::wstring>{L"x5Gain", L"x5GainAlt", L"x5GainMode", L"x5GainStageSelection"}));
+    Take(test::Command(1017, Hex("02 00 00 00 00 00 00 00"))); // no other mode
+    EXPECT_EQ(At(L"x5Gain"), Value(20.0));
+    Take(test::Command(1017, Hex("00 00 00 00 00 00 00 00")));
+    EXPECT_EQ(At(L"x5Gain"), Value(30.0));
+}
+
+TEST_F(SonarStateTest, TellsTheSweepInThePingSettingsOfEachMode)
+{
+    Take(test::Command(1027, Hex("00 2c 49 48 00 74 3d 48"))); // 206 kHz down to 194 kHz
+    auto const report = m_state.TakeReport();
+    TreeNode const settings{L"x5PingSettingsList", {}, {{L"x5FMSweep", 12.0, {}}, {L"x5FMSweepNegative", true, {}}}};
+    EXPECT_EQ(report, (std::vector<TreeNode>{settings, settings}));
+}
+
+TEST_F(SonarStateTest, TellsItsBracketAndKnowsItsOwnArrays)
+{
+    // Bracket at 1, 2 (told as -2) and 3 m, the first array 9 m long.
+    Bytes data(164);
+    auto const put = [&](std::size_t at, Bytes const& bytes) {
+        std::copy(bytes.begin(), bytes.end(), data.begin() + static_cast<std::ptrdiff_t>(at));
+    };
+    put(20, Hex("00 00 10 41"));
+    put(36, Hex("00 00 80 3f"));
+    put(80, Hex("00 00 00 c0"));
+    put(44, Hex("00 00 40 40"));
+    EXPECT_EQ(Take(test::DataFrame(1020, data)).id, 1020U);
+    bool isTold = false;
+    for (TreeNode const& node : m_state.TakeReport()) {
+        EXPECT_FALSE(node.key.starts_with(L"x5MBesXYZ")) << "it knows its own arrays";
+        if (node.key == L"x5Bracket") {
+            isTold = true;
+            EXPECT_EQ(
+                node.children,
+                (std::vector<TreeNode>{{L"x5BracketX", 1.0, {}}, {L"x5BracketZ", 3.0, {}}, {L"x5BracketY", 2.0, {}}}));
+        }
+    }
+    EXPECT_TRUE(isTold);
 }
 
 TEST_F(SonarStateTest, PingsOnceAtACommand)

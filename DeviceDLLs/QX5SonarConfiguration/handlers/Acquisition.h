@@ -27,7 +27,8 @@ inline constexpr Operand options7042Keys[]{keys::x57042UseBD, keys::x57042MagOnl
                                            keys::x57042DownsampleType, keys::x57042DownsampleDivisor};
 inline constexpr Sending options7042Sends[]{{records::Options7042}};
 
-inline constexpr Operand imageDataKeys[]{keys::MaxImageHeight, keys::BytesPerPixel};
+inline constexpr Operand imageDataKeys[]{{keys::MaxImageHeight, {.source = Source::Request, .optional = true}},
+                                         {keys::BytesPerPixel, {.source = Source::Request, .optional = true}}};
 inline constexpr Sending imageDataSends[]{{records::ImageDataSetup}};
 
 inline constexpr Operand soundVelocityProbeKeys[]{keys::x5SoundVelocityProbeEnabled};

@@ -12,6 +12,8 @@ namespace basic {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
+inline constexpr OperandOptions fromRequest{.source = Source::Request};
+
 inline constexpr Operand newProjectorKeys[]{keys::DeviceEnum};
 inline constexpr Sending newProjectorSends[]{{records::Projector}};
 inline constexpr FollowUp newProjectorAsks[]{{7504}, {7503}, {7002}};
@@ -20,22 +22,23 @@ inline constexpr Operand calibrationKeys[]{keys::x5CalibCommand};
 inline constexpr Sending calibrationSends[]{{records::CalibrationControl}};
 inline constexpr FollowUp calibrationAsks[]{{7055}};
 
-inline constexpr Operand pingOnOffKeys[]{keys::x5PingOnOffState, {keys::PingSequenceId, {.source = Source::Told}}};
+inline constexpr Operand pingOnOffKeys[]{{keys::x5PingOnOffState, fromRequest},
+                                         {keys::PingSequenceId, {.source = Source::Told}}};
 inline constexpr Sending pingOnOffSends[]{{records::PingsOn, OwnSonar, "the state is not 0"},
                                           {records::PingsOff, OwnSonar, "the state is 0"}};
 
-inline constexpr Operand pingOnlyDuringScanKeys[]{keys::PingOnlyDuringScan};
+inline constexpr Operand pingOnlyDuringScanKeys[]{{keys::PingOnlyDuringScan, fromRequest}};
 
 inline constexpr Operand soundVelocityKeys[]{
-    {keys::x5SoundVelocityOverride},
-    {keys::x5SoundVelocity, {.source = Source::Request}},
-    {keys::x5SoundVelocityFilter, {.source = Source::Request}},
+    {keys::x5SoundVelocityOverride, {.source = Source::Completed, .optional = true}},
+    {keys::x5SoundVelocity, {.source = Source::Request, .optional = true}},
+    {keys::x5SoundVelocityFilter, {.source = Source::Request, .optional = true}},
 };
 inline constexpr Sending soundVelocitySends[]{{records::ManualSoundVelocity, Processor}};
 
 inline constexpr Operand temperatureKeys[]{
-    {keys::x5TemperatureOverride},
-    {keys::x5Temperature, {.source = Source::Request}},
+    {keys::x5TemperatureOverride, {.source = Source::Completed}},
+    {keys::x5Temperature, {.source = Source::Request, .optional = true}},
 };
 inline constexpr Sending temperatureSends[]{{records::ManualTemperature}};
 
@@ -45,7 +48,7 @@ inline constexpr Sending coverageSectorSends[]{{records::CoverageSector}};
 inline constexpr Operand motionCompensationKeys[]{keys::x5MotionCompensationRoll, keys::x5MotionCompensationPitch};
 inline constexpr Sending motionCompensationSends[]{{records::MotionCompensation}};
 
-inline constexpr Operand loadFactoryKeys[]{keys::x5LoadFactoryParameters,
+inline constexpr Operand loadFactoryKeys[]{{keys::x5LoadFactoryParameters, fromRequest},
                                            {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None}}};
 inline constexpr Sending loadFactorySends[]{{records::LoadFactoryParameters, Processor}};
 inline constexpr FollowUp loadFactoryAsks[]{

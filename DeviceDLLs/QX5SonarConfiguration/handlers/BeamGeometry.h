@@ -15,7 +15,8 @@ namespace records = protocol::records;
 /// Read from the stored tree to work something out, never requested or echoed here.
 inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None};
 
-inline constexpr Operand beamModeKeys[]{keys::x5BeamModeSelection, {keys::x5ConstantSpacingEnabled, storedOnly}};
+inline constexpr Operand beamModeKeys[]{{keys::x5BeamModeSelection, {.source = Source::Request}},
+                                        {keys::x5ConstantSpacingEnabled, storedOnly}};
 inline constexpr Sending beamModeSends[]{{records::BeamMode}};
 
 inline constexpr Operand flexModeKeys[]{keys::x5FlexSectorCoverage,
@@ -23,15 +24,20 @@ inline constexpr Operand flexModeKeys[]{keys::x5FlexSectorCoverage,
                                         {keys::x5FlexOutsideSpacing, {.triggers = false, .optional = true}}};
 inline constexpr Sending flexModeSends[]{{records::FlexMode}};
 
-inline constexpr Operand constantSpacingKeys[]{keys::x5ConstantSpacing,
-                                               keys::x5ConstantSpacingEnabled,
-                                               keys::x5ConstantSpacingReduceCoverage,
+/// From the request or the stored tree; the handler goes on without it.
+inline constexpr OperandOptions completed{.source = Source::Completed, .optional = true};
+
+inline constexpr Operand constantSpacingKeys[]{{keys::x5ConstantSpacing, completed},
+                                               {keys::x5ConstantSpacingEnabled, completed},
+                                               {keys::x5ConstantSpacingReduceCoverage, completed},
                                                {keys::x5BeamSpacingMode, storedOnly},
                                                {keys::x5Range, storedOnly}};
 inline constexpr Sending constantSpacingSends[]{{records::ConstantSpacing}};
 
-inline constexpr Operand customBeamsKeys[]{
-    keys::x5CustomBeams, keys::x5CustomBeamsEnabled, {keys::x5MinBeams, storedOnly}, {keys::x5MaxBeams, storedOnly}};
+inline constexpr Operand customBeamsKeys[]{{keys::x5CustomBeams, completed},
+                                           {keys::x5CustomBeamsEnabled, {.source = Source::Request, .optional = true}},
+                                           {keys::x5MinBeams, storedOnly},
+                                           {keys::x5MaxBeams, storedOnly}};
 inline constexpr Sending customBeamsSends[]{{records::CustomBeams}};
 
 inline constexpr Operand beamWidthsKeys[]{keys::x5BeamWidthX, keys::x5BeamWidthZ};

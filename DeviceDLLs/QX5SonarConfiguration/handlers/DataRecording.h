@@ -19,11 +19,11 @@ namespace data_recording {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
-inline constexpr Operand onOffKeys[]{keys::x5DataRecording};
+inline constexpr Operand onOffKeys[]{{keys::x5DataRecording, {.source = Source::Request}}};
 inline constexpr Sending onOffSends[]{{records::StartRecording, Processor, "the value is not 0"},
                                       {records::StopRecording, Processor, "the value is 0"}};
 
-inline constexpr Operand syncKeys[]{keys::SyncDataRecording};
+inline constexpr Operand syncKeys[]{{keys::SyncDataRecording, {.source = Source::Request}}};
 inline constexpr Sending syncSends[]{
     {records::StartRecording, OwnSonar, "the value is true and the host's logger runs"},
     {records::StopRecording, OwnSonar, "the value is true and the host's logger does not run"}};

@@ -11,13 +11,13 @@ namespace dual_head {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
-inline constexpr Operand disconnectKeys[]{keys::x5DualHeadMode};
+inline constexpr Operand disconnectKeys[]{{keys::x5DualHeadMode, {.source = Source::Request}}};
 inline constexpr Sending disconnectSends[]{{records::UncoupleHeads}};
 
 inline constexpr Operand integratedSystem{keys::x5SystemIDH, {.source = Source::Stored, .echo = Echo::None}};
-inline constexpr Operand dualHeadMode{keys::x5DualHeadMode};
-inline constexpr Operand fullRate{keys::x5FullRateDualHead};
-inline constexpr Operand slaveAddress{keys::x5DualHeadSlaveIp};
+inline constexpr Operand dualHeadMode{keys::x5DualHeadMode, {.source = Source::Request}};
+inline constexpr Operand fullRate{keys::x5FullRateDualHead, {.source = Source::Request, .optional = true}};
+inline constexpr Operand slaveAddress{keys::x5DualHeadSlaveIp, {.source = Source::Request, .optional = true}};
 inline constexpr Operand connectKeys[]{integratedSystem, dualHeadMode, fullRate, slaveAddress};
 inline constexpr Sending connectSends[]{
     {records::FullRate, OwnSonar, "the system is an integrated dual head"},
@@ -27,7 +27,7 @@ inline constexpr Sending connectSends[]{
 
 inline constexpr FollowUp couplingAsks[]{{7002}, {7503}};
 
-inline constexpr Operand slavedRecordsKeys[]{keys::x5SlavedRecords};
+inline constexpr Operand slavedRecordsKeys[]{{keys::x5SlavedRecords, {.source = Source::Request}}};
 inline constexpr Sending slavedRecordsSends[]{{records::Forwarding}};
 
 } // namespace dual_head

@@ -31,9 +31,10 @@ inline constexpr Operand enableKeys[]{keys::x5RangeFilterEnabled,   keys::x5Dept
                                       keys::x5AGDepthFilterEnabled, keys::x5AGDepthFilterFixed};
 inline constexpr Sending enableSends[]{{records::GateEnableFlags}};
 
-inline constexpr OperandOptions fromRequest{.source = Source::Request, .echo = Echo::None};
+/// Of a group or a point.
+inline constexpr OperandOptions fromRequest{.source = Source::Request, .echo = Echo::None, .optional = true};
 inline constexpr Operand pipeRouteKeys[]{
-    {keys::x5LorqGating, fromRequest},
+    {keys::x5LorqGating, {.source = Source::Request, .echo = Echo::None}},
     {keys::x5LorqPipeRoutePoint, fromRequest},
     {keys::x5LorqPipeRoutePipeNumber, fromRequest},
     {keys::x5LorqDetDiameter, fromRequest},

@@ -16,16 +16,19 @@ inline constexpr OperandOptions withinBracket{.source = Source::Branch, .trigger
 /// Read from the stored tree, never requested or echoed here.
 inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None, .optional = true};
 
+/// From the request or the stored tree; found nowhere it is 0.
+inline constexpr OperandOptions completed{.source = Source::Completed, .optional = true};
+
 inline constexpr Operand identifiersKeys[]{
-    keys::x5Bracket,
+    {keys::x5Bracket, completed},
     {keys::x5BracketSelected, withinBracket},
     {keys::x5BracketX, withinBracket},
     {keys::x5BracketY, withinBracket},
     {keys::x5BracketZ, withinBracket},
-    {keys::ATTR_DEVICEOFFSET, {.optional = true}},
-    {keys::ATTR_ROLLCOR, {.optional = true}},
-    {keys::ATTR_PITCHCOR, {.optional = true}},
-    {keys::ATTR_CABLELENGTH, {.optional = true}},
+    {keys::ATTR_DEVICEOFFSET, completed},
+    {keys::ATTR_ROLLCOR, completed},
+    {keys::ATTR_PITCHCOR, completed},
+    {keys::ATTR_CABLELENGTH, completed},
     {keys::x5SonarSettings, storedOnly},
     {keys::x5RxNumber, storedOnly},
     {keys::x5TxName, storedOnly},

@@ -11,10 +11,11 @@ namespace positioning {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
-/// Found nowhere, the value is 0 or empty; nothing of these commands is echoed.
-inline constexpr OperandOptions optional{.echo = Echo::None, .optional = true};
+/// Completed from a tree; found nowhere, the value is 0 or empty. Nothing of these commands is echoed.
+inline constexpr OperandOptions optional{.source = Source::Completed, .echo = Echo::None, .optional = true};
 /// The same for a number that is then -1.
-inline constexpr OperandOptions optionalNumber{.echo = Echo::None, .optional = true, .fallback = -1.0};
+inline constexpr OperandOptions optionalNumber{
+    .source = Source::Completed, .echo = Echo::None, .optional = true, .fallback = -1.0};
 inline constexpr OperandOptions fromRequest{.source = Source::Request, .echo = Echo::None, .optional = true};
 
 inline constexpr Operand geometryKeys[]{
@@ -39,7 +40,7 @@ inline constexpr Operand geometryKeys[]{
 };
 inline constexpr Sending geometrySends[]{{records::PositioningGeometry, PositioningUnit}};
 
-inline constexpr Operand xmlKeys[]{{keys::OstDgnssInsIntegratorXml, {.echo = Echo::None}}};
+inline constexpr Operand xmlKeys[]{{keys::OstDgnssInsIntegratorXml, {.source = Source::Request, .echo = Echo::None}}};
 inline constexpr Sending xmlSends[]{{records::PositioningXml, PositioningUnit}};
 
 inline constexpr Operand serialPortKeys[]{

@@ -12,7 +12,8 @@ namespace keys = protocol::keys;
 namespace records = protocol::records;
 
 // A channel that is off is not told: the stored tree keeps what it held.
-inline constexpr OperandOptions outputChannel{.echo = Echo::WhenTrue, .optional = true};
+inline constexpr OperandOptions outputChannel{.source = Source::Request, .echo = Echo::WhenTrue, .optional = true};
+inline constexpr OperandOptions fromRequest{.source = Source::Request};
 
 inline constexpr Operand serialPortKeys[]{
     keys::SerialPortIndex,
@@ -34,14 +35,10 @@ inline constexpr Operand serialStatusKeys[]{keys::SerialPortIndex, keys::SerialP
 inline constexpr Sending serialStatusSends[]{{records::SerialPortStatus}};
 
 inline constexpr Operand udpPortKeys[]{
-    keys::UdpAddress,
-    keys::UdpPort,
-    keys::UdpPortIndex,
-    keys::UdpDataFormatIndex,
-    keys::UdpPortEnabled,
-    keys::UdpPortConfigured,
-    {keys::OutputChan1, outputChannel},
-    {keys::OutputChan2, outputChannel},
+    {keys::UdpAddress, fromRequest},     {keys::UdpPort, fromRequest},
+    {keys::UdpPortIndex, fromRequest},   {keys::UdpDataFormatIndex, fromRequest},
+    {keys::UdpPortEnabled, fromRequest}, {keys::UdpPortConfigured, fromRequest},
+    {keys::OutputChan1, outputChannel},  {keys::OutputChan2, outputChannel},
 };
 // The port's index comes behind what is told of the port.
 inline constexpr Operand const* udpPortEchoes[]{
@@ -56,18 +53,19 @@ inline constexpr Sending udpStatusSends[]{{records::UdpPortStatus}};
 inline constexpr Operand timeSourceKeys[]{keys::TimeSourceID, keys::TimeSourceCommand};
 inline constexpr Sending timeSourceSends[]{{records::TimeSourceEnable}};
 
-inline constexpr Operand timeSourceEthernetKeys[]{keys::TimeSourceID, keys::TimeSourceName, keys::TimeSourceIPV4};
+inline constexpr Operand timeSourceEthernetKeys[]{
+    {keys::TimeSourceID, fromRequest}, {keys::TimeSourceName, fromRequest}, {keys::TimeSourceIPV4, fromRequest}};
 inline constexpr Sending timeSourceEthernetSends[]{{records::TimeSourceEthernet}};
 
 inline constexpr std::string_view whenTrue = "the value is true";
 inline constexpr std::string_view reportNote = "Direct. Asks for a report when the value is true; false does nothing.";
-inline constexpr Operand serialConfigReportKeys[]{keys::SerialPortsConfigRequest};
+inline constexpr Operand serialConfigReportKeys[]{{keys::SerialPortsConfigRequest, fromRequest}};
 inline constexpr FollowUp serialConfigReportAsks[]{{10060, OwnSonarZero, whenTrue}};
-inline constexpr Operand serialStatusReportKeys[]{keys::SerialPortsStatusRequest};
+inline constexpr Operand serialStatusReportKeys[]{{keys::SerialPortsStatusRequest, fromRequest}};
 inline constexpr FollowUp serialStatusReportAsks[]{{10061, OwnSonarZero, whenTrue}};
-inline constexpr Operand udpConfigReportKeys[]{keys::UdpPortsConfigRequest};
+inline constexpr Operand udpConfigReportKeys[]{{keys::UdpPortsConfigRequest, fromRequest}};
 inline constexpr FollowUp udpConfigReportAsks[]{{10063, OwnSonarZero, whenTrue}};
-inline constexpr Operand udpStatusReportKeys[]{keys::UdpPortsStatusRequest};
+inline constexpr Operand udpStatusReportKeys[]{{keys::UdpPortsStatusRequest, fromRequest}};
 // The status of UDP ports comes in the record of the serial ports.
 inline constexpr FollowUp udpStatusReportAsks[]{{10061, OwnSonarZero, whenTrue}};
 

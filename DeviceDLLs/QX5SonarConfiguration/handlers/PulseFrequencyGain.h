@@ -14,7 +14,7 @@ namespace records = protocol::records;
 /// Read from the stored tree to work something out, never requested or echoed here.
 inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None};
 
-inline constexpr Operand pulseTypeKeys[]{keys::x5PulseType};
+inline constexpr Operand pulseTypeKeys[]{{keys::x5PulseType, {.source = Source::Request}}};
 inline constexpr Sending pulseTypeSends[]{{records::PulseType}};
 inline constexpr FollowUp pulseTypeAsks[]{{7503}};
 
@@ -25,8 +25,8 @@ inline constexpr Sending pulseCharacteristicsSends[]{{records::PulseCharacterist
 inline constexpr Operand centerFrequencyKeys[]{keys::x5CenterFrequency};
 inline constexpr Sending centerFrequencySends[]{{records::CenterFrequency}};
 
-inline constexpr Operand sweepKeys[]{keys::x5FMSweep,
-                                     keys::x5FMSweepNegative,
+inline constexpr Operand sweepKeys[]{{keys::x5FMSweep, {.source = Source::Completed}},
+                                     {keys::x5FMSweepNegative, {.source = Source::Completed}},
                                      {keys::DeviceEnum, storedOnly},
                                      {keys::x5PingSettingsList, storedOnly},
                                      {keys::x5CenterFrequency, storedOnly}};
@@ -41,14 +41,16 @@ inline constexpr Operand vernierKeys[]{keys::x5VernierBfMode,
                                        {keys::x5VernierSmoothFilterLength, {.echo = Echo::AsSent}}};
 inline constexpr Sending vernierSends[]{{records::VernierParameters}};
 
-inline constexpr Operand gainModeKeys[]{
-    keys::x5GainMode, keys::x5GainStageSelection, {keys::x5Gain, storedOnly}, {keys::x5GainAlt, storedOnly}};
+inline constexpr Operand gainModeKeys[]{{keys::x5GainMode, {.source = Source::Completed, .optional = true}},
+                                        {keys::x5GainStageSelection, {.source = Source::Completed, .optional = true}},
+                                        {keys::x5Gain, storedOnly},
+                                        {keys::x5GainAlt, storedOnly}};
 inline constexpr Sending gainModeSends[]{{records::GainMode}};
 
 inline constexpr Operand sourceLevelModeKeys[]{keys::x5SourceLevelMode};
 inline constexpr Sending sourceLevelModeSends[]{{records::SourceLevelMode}};
 
-inline constexpr Operand sampleRateKeys[]{keys::x5SampleRateSelection,
+inline constexpr Operand sampleRateKeys[]{{keys::x5SampleRateSelection, {.source = Source::Request}},
                                           {keys::x5SonarSettings, storedOnly},
                                           {keys::x5SampleRateSet, storedOnly},
                                           {keys::x5IQRate, storedOnly}};

@@ -11,7 +11,7 @@ namespace recorder_settings {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
-inline constexpr Operand filterKeys[]{keys::x5RDRFilterList};
+inline constexpr Operand filterKeys[]{{keys::x5RDRFilterList, {.source = Source::Request}}};
 inline constexpr Sending filterSends[]{{records::RecorderFilter, Processor}};
 
 inline constexpr Operand fileKeys[]{keys::x5StorageSingleFile, keys::x5StorageHistory};

@@ -11,7 +11,9 @@ namespace single_beam {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
-inline constexpr Operand transducerKeys[]{keys::SbTransducerIndex};
+inline constexpr OperandOptions fromRequest{.source = Source::Request};
+
+inline constexpr Operand transducerKeys[]{{keys::SbTransducerIndex, fromRequest}};
 inline constexpr Sending transducerSends[]{{records::TransducerSelect}};
 inline constexpr std::string_view whenLive = "the port is a live sonar connection";
 inline constexpr FollowUp transducerAsks[]{
@@ -26,7 +28,7 @@ inline constexpr Sending draftSends[]{{records::TransducerDraft}};
 inline constexpr Operand operationModeKeys[]{keys::SbesSystemState, keys::SbesOperationMode};
 inline constexpr Sending operationModeSends[]{{records::OperationMode}};
 
-inline constexpr Operand trackerTweakKeys[]{keys::SbesTrackerTweakMode};
+inline constexpr Operand trackerTweakKeys[]{{keys::SbesTrackerTweakMode, fromRequest}};
 inline constexpr Sending trackerTweakSends[]{{records::TrackerTweakMode}};
 
 inline constexpr Operand gainTweakKeys[]{keys::x5GainTweak};
@@ -38,11 +40,12 @@ inline constexpr Sending pulseLengthTweakSends[]{{records::PulseLengthTweak}};
 inline constexpr Operand rangeTweakKeys[]{keys::x5RangeTweak};
 inline constexpr Sending rangeTweakSends[]{{records::RangeTweak}};
 
-inline constexpr Operand transducerUpdateKeys[]{keys::SbesTransducerUpdateXml,
+inline constexpr Operand transducerUpdateKeys[]{{keys::SbesTransducerUpdateXml, fromRequest},
                                                 {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None}}};
 inline constexpr Sending transducerUpdateSends[]{{records::FileForSonar, OwnSonarZero, {}, Addressee::StoredDevice}};
 
-inline constexpr Operand settingsUpdateKeys[]{keys::SbesSettingsXmlChecksum, keys::SbesSettingsXml};
+inline constexpr Operand settingsUpdateKeys[]{{keys::SbesSettingsXmlChecksum, fromRequest},
+                                              {keys::SbesSettingsXml, fromRequest}};
 inline constexpr Sending settingsUpdateSends[]{{records::SettingsXml}};
 
 inline constexpr Operand settingsReportKeys[]{keys::SbesGetSettingsXml};

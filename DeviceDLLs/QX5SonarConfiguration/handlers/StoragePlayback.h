@@ -20,13 +20,14 @@ inline constexpr Operand playbackKeys[]{keys::Kv3PlaybackDirectory, keys::Kv3Pla
                                         keys::Kv3PlaybackEnabled, keys::Kv3PlaybackKeepTimestamps};
 inline constexpr Sending playbackSends[]{{records::CustomPlayback}};
 
-inline constexpr Operand commandTime{keys::x5PlaybackCommandTime,
-                                     {.echo = Echo::None, .triggers = false, .optional = true}};
-inline constexpr Operand speedKeys[]{keys::x5PlaybackSpeed, commandTime};
-inline constexpr Operand positionKeys[]{keys::x5PlaybackPosition, commandTime};
-inline constexpr Operand stepForwardKeys[]{keys::x5PlaybackStepForward, commandTime};
-inline constexpr Operand stepBackKeys[]{keys::x5PlaybackStepBack, commandTime};
-inline constexpr Operand loopKeys[]{keys::x5PlaybackLoop, commandTime};
+inline constexpr OperandOptions fromRequest{.source = Source::Request};
+inline constexpr Operand commandTime{
+    keys::x5PlaybackCommandTime, {.source = Source::Request, .echo = Echo::None, .triggers = false, .optional = true}};
+inline constexpr Operand speedKeys[]{{keys::x5PlaybackSpeed, fromRequest}, commandTime};
+inline constexpr Operand positionKeys[]{{keys::x5PlaybackPosition, fromRequest}, commandTime};
+inline constexpr Operand stepForwardKeys[]{{keys::x5PlaybackStepForward, fromRequest}, commandTime};
+inline constexpr Operand stepBackKeys[]{{keys::x5PlaybackStepBack, fromRequest}, commandTime};
+inline constexpr Operand loopKeys[]{{keys::x5PlaybackLoop, fromRequest}, commandTime};
 
 } // namespace storage_playback
 

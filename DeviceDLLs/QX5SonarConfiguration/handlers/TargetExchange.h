@@ -14,14 +14,18 @@ namespace records = protocol::records;
 inline constexpr Target TargetExchangeUnit{7003, 0}; ///< hands on between the applications of one sonar system
 inline constexpr Target DetectionUnit{7006, 0};
 
-inline constexpr Operand listRequestKeys[]{keys::RequestTargetList, keys::RequesterAppId};
+inline constexpr OperandOptions fromRequest{.source = Source::Request};
+
+inline constexpr Operand listRequestKeys[]{{keys::RequestTargetList, fromRequest}, {keys::RequesterAppId, fromRequest}};
 inline constexpr Sending listRequestSends[]{{records::TargetListRequest, TargetExchangeUnit}};
 
-inline constexpr Operand listKeys[]{keys::SendTargetList};
+inline constexpr Operand listKeys[]{{keys::SendTargetList, fromRequest}};
 inline constexpr Sending listSends[]{{records::TargetList, TargetExchangeUnit}};
 
-inline constexpr Operand aScanKeys[]{keys::SendAScanStatus, keys::AScanBeamStart, keys::AScanBeamEnd,
-                                     keys::AScanPingNumber};
+inline constexpr Operand aScanKeys[]{{keys::SendAScanStatus, fromRequest},
+                                     {keys::AScanBeamStart, fromRequest},
+                                     {keys::AScanBeamEnd, fromRequest},
+                                     {keys::AScanPingNumber, fromRequest}};
 inline constexpr Sending aScanSends[]{{records::AScanStatus, TargetExchangeUnit}};
 
 inline constexpr Operand enhancementKeys[]{keys::CadImageEnhancement};
@@ -39,8 +43,9 @@ inline constexpr Sending beamSettingSends[]{{records::BeamAndSampleSetting, Dete
 inline constexpr Operand userRoleKeys[]{keys::RequesterAppId, keys::UserRole, keys::UserRoleType};
 inline constexpr Sending userRoleSends[]{{records::UserRole}};
 
-inline constexpr Operand systemEventKeys[]{keys::X5SystemEventType, keys::X5SystemEventMessage,
-                                           keys::X5SystemEventTime};
+inline constexpr Operand systemEventKeys[]{{keys::X5SystemEventType, fromRequest},
+                                           {keys::X5SystemEventMessage, fromRequest},
+                                           {keys::X5SystemEventTime, fromRequest}};
 inline constexpr Sending systemEventSends[]{{records::SystemEvent, OwnSonar, "the user is an operator"}};
 
 } // namespace target_exchange

@@ -40,11 +40,12 @@ enum class Form : std::uint8_t
 /// Where the value of an operand is looked for.
 enum class Source : std::uint8_t
 {
-    AsForm,  ///< as the command's form says
-    Request, ///< in the request alone
-    Stored,  ///< in the stored tree alone; such a key cannot be requested here
-    Branch,  ///< among the children of the branch that is the command's first operand
-    Told,    ///< nowhere: the handler tells the key of its own accord
+    AsForm,    ///< as the command's form says; not in a table of the form Own
+    Request,   ///< in the request alone
+    Completed, ///< in the request and, failing that, in the stored tree
+    Stored,    ///< in the stored tree alone; such a key cannot be requested here
+    Branch,    ///< among the children of the branch that is the command's first operand
+    Told,      ///< nowhere: the handler tells the key of its own accord
 };
 
 /// What the echo carries for an operand.
@@ -69,7 +70,7 @@ struct OperandOptions
     Source source = Source::AsForm;
     Echo echo = Echo::AsRead;
     bool triggers = true;  ///< its presence lets a strict or lax command start
-    bool optional = false; ///< a strict command goes on without it, with the fallback
+    bool optional = false; ///< the command goes on without it, with the fallback where it needs a value
     double fallback = 0.0; ///< the value when it is found nowhere: a number; a bool is true when it is not 0
 };
 

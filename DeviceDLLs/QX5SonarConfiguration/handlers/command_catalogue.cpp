@@ -75,6 +75,29 @@ bool IsRequestable(Operand const& operand)
     return operand.options.source != Source::Stored && operand.options.source != Source::Told;
 }
 
+bool IsCompleted(Command const& command, Operand const& operand)
+{
+    bool const completes = command.form == Form::Strict || command.form == Form::Lax;
+    return operand.options.source == Source::Stored || operand.options.source == Source::Completed ||
+           (operand.options.source == Source::AsForm && completes);
+}
+
+std::vector<Operand const*> NeededBeside(Command const& command, Operand const& operand)
+{
+    std::vector<Operand const*> needed;
+    bool const all = command.form == Form::AllRequired;
+    bool const triggers = operand.options.triggers && operand.options.source != Source::Branch;
+    for (Operand const& other : command.operands) {
+        bool const isRequired = !other.options.optional && (all || other.options.source == Source::Request);
+        // One key that triggers is enough.
+        bool const lacksTrigger = !triggers && needed.empty() && other.options.triggers;
+        if (other.key != operand.key && (isRequired || lacksTrigger)) {
+            needed.push_back(&other);
+        }
+    }
+    return needed;
+}
+
 std::vector<ChainEntry const*> RowsOfKey(protocol::Key const& key)
 {
     std::vector<ChainEntry const*> rows;

@@ -24,6 +24,12 @@ std::span<ChainEntry const> Chain();
 /// The rows that read this key from a request, in the order in which they take effect.
 std::vector<ChainEntry const*> RowsOfKey(protocol::Key const& key);
 
+/// Whether the command also looks for the operand in the device's stored tree, if only there.
+bool IsCompleted(Command const& command, Operand const& operand);
+
+/// The operands that a request to the command must hold beside this one, or nothing comes of it.
+std::vector<Operand const*> NeededBeside(Command const& command, Operand const& operand);
+
 /// Whether the operand can be given in a request to this command.
 bool IsRequestable(Operand const& operand);
 

@@ -259,8 +259,9 @@ bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap con
     for (std::size_t i = 0; i < command.operands.size(); ++i) {
         qx5::Operand const& operand = command.operands[i];
         bool const fromRequest = operand.options.source != Source::Stored;
-        bool const fromStored =
-            operand.options.source == Source::Stored || (operand.options.source == Source::AsForm && completes);
+        bool const fromStored = operand.options.source == Source::Stored ||
+                                operand.options.source == Source::Completed ||
+                                (operand.options.source == Source::AsForm && completes);
         if ((fromRequest && qx5::ReadKey(request, *operand.key, operand.attribute, values[i])) ||
             (fromStored && qx5::ReadKey(stored, *operand.key, operand.attribute, values[i]))) {
             continue;
