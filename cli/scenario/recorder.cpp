@@ -117,6 +117,11 @@ void Recorder::OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsig
         {{"host-set", WriteTree(tree)}, {"id", WriteDataId(dataId)}, {"flags", JsonValue::Unsigned(flags)}}));
 }
 
+void Recorder::OnContractBreach(CString const& rule)
+{
+    Add(JsonValue::Object({{"breach", JsonValue::Text(Utf8FromWide(rule.View()))}}));
+}
+
 void Recorder::OnOutputStat(BaseDevice& device, double time, int status)
 {
     Add(JsonValue::Object({{"output-stat", JsonValue::Array({JsonValue::Double(time), JsonValue::Integer(status)})},

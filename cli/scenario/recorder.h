@@ -51,6 +51,7 @@ public:
 
     void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) override;
     void OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsigned flags) override;
+    void OnContractBreach(CString const& rule) override;
     void OnOutputStat(BaseDevice& device, double time, int status) override;
     void OnDisableTimeOut(BaseDevice& device, bool disable) override;
     void OnDeviceCtrlViewType(BaseDevice& device, CString const& name) override;

@@ -178,11 +178,14 @@ Compform* DataManager::GetLinkedComputation(CDataId const& dataId, int index)
     return nullptr;
 }
 
-bool DataManager::SetAttributeMap(CDataId const& dataId, CAttributeMap const& map, unsigned flags, bool)
+bool DataManager::SetAttributeMap(CDataId const& dataId, CAttributeMap const& map, unsigned flags, bool unused)
 {
     auto* const host = vordal::Host::CurrentOrNull();
     if (host == nullptr) {
         return false;
+    }
+    if (auto* const observer = host->Observer(); observer != nullptr && unused) {
+        observer->OnContractBreach(L"the last argument of DataManager::SetAttributeMap is always false");
     }
     if (host->State().threading == vordal::Threading::Inline || host->IsHostThread()) {
         return Apply(*host, host->State().FindDevice(dataId), dataId, map, flags);

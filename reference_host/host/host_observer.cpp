@@ -33,6 +33,10 @@ void HostObserver::OnOpenTargets(CString const&) {}
 void HostObserver::OnCloseTargets(CString const&) {}
 void HostObserver::OnTargetListRequested() {}
 void HostObserver::OnRemoveFile(CString const&) {}
+void HostObserver::OnContractBreach(CString const& rule)
+{
+    Log(LogLevel::Warning, "not kept: " + tvcore::ToUtf8(rule));
+}
 void HostObserver::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) {}
 
 } // namespace vordal

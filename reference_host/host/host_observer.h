@@ -60,6 +60,9 @@ public:
     virtual void OnTargetListRequested();
     /// HugeFileStream::Remove, whether or not there is such a file.
     virtual void OnRemoveFile(CString const& fileName);
+    /// A caller broke a rule of the contract that the host could pass over; `rule` is that rule. Logged unless
+    /// overridden.
+    virtual void OnContractBreach(CString const& rule);
     /// An exception left a request and was contained; it is logged as well.
     virtual void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure);
 };

@@ -70,6 +70,12 @@ TEST_F(RecorderTest, WritesHostSetsButTheScenariosOwn)
     EXPECT_EQ(Taken(), R"([{"host-set":[["a","int",1]],"id":[1,78,2,1],"flags":15}])");
 }
 
+TEST_F(RecorderTest, WritesWhatBreaksTheContract)
+{
+    recorder.OnContractBreach(L"never twice");
+    EXPECT_EQ(Taken(), R"([{"breach":"never twice"}])");
+}
+
 TEST_F(RecorderTest, WritesStreams)
 {
     CDataBlock block;

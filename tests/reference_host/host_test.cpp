@@ -70,6 +70,11 @@ public:
     }
     void OnDisableTimeOut(BaseDevice&, bool disable) override { told += disable ? "quiet " : "watched "; }
     void OnDeviceCtrlViewType(BaseDevice&, CString const& name) override { told += name == L"VIEW" ? "view " : "? "; }
+    void OnContractBreach(CString const& rule) override
+    {
+        EXPECT_GT(rule.GetLength(), 0);
+        told += "breach ";
+    }
     void OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) override { told += "failed "; }
 
     bool SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
@@ -150,6 +155,18 @@ TEST_F(HostRequests, EachRequestChildIsHandedOverAsACopyAndTheRestIsMerged)
     CAttributeMap stored;
     device->GetAttributeMap(stored);
     EXPECT_FALSE(stored.Has(L"Request"));
+}
+
+TEST_F(HostRequests, TellWhoPassesTheArgumentThatIsAlwaysFalse)
+{
+    Host host;
+    Recorder recorder;
+    host.SetObserver(&recorder);
+    Add(host);
+    EXPECT_TRUE(manager.SetAttributeMap(Sonar, Request(L"x"), 4, true));
+    EXPECT_TRUE(manager.SetAttributeMap(Sonar, Request(L"x"), 4, false));
+    host.SetObserver(nullptr);
+    EXPECT_EQ(recorder.told, "breach set78/4 set78/4 ");
 }
 
 TEST_F(HostRequests, RunNestedSoThatWhatFollowsSeesTheEcho)

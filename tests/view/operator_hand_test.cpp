@@ -12,6 +12,8 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QStyleOptionSlider>
 #include <QTabBar>
 #include <QTest>
@@ -31,6 +33,36 @@ constexpr int range = 16926;
 constexpr int gain = 16929;
 constexpr int pulseLength = 16931;
 constexpr int pulseLengthText = 16945;
+
+// Kinds of scroll events.
+constexpr int pageRight = 3;
+constexpr int released = 4;
+constexpr int moving = 5;
+constexpr int ended = 8;
+
+/// The kinds of scroll events that a slider tells, for as long as it lives.
+class Scrolls : public QObject
+{
+public:
+    explicit Scrolls(QSlider& slider)
+    {
+        // The slider's class is the plug-in's own: its signal is known by its text alone.
+        int const signal = slider.metaObject()->indexOfSignal("Scrolled(qx5::ScrollKind,int)");
+        EXPECT_GE(signal, 0);
+        EXPECT_TRUE(QMetaObject::connect(&slider, signal, this, QObject::staticMetaObject.methodCount()));
+    }
+
+    std::vector<int> kinds;
+
+    int qt_metacall(QMetaObject::Call call, int method, void** arguments) override
+    {
+        int const own = QObject::qt_metacall(call, method, arguments);
+        if (call == QMetaObject::InvokeMetaMethod && own == 0) {
+            kinds.push_back(*static_cast<int const*>(arguments[1]));
+        }
+        return own - 1;
+    }
+};
 
 /// The keys and values that views asked for, one text for each request.
 class Requests final : public vordal::HostObserver
@@ -56,6 +88,10 @@ class OperatorHand : public ::testing::Test
 {
 protected:
     OperatorHand()
+        : OperatorHand(With(With(SonarTree(), {"x5Range", "double", 100.0}), {"x5PulseLength", "double", 0.0001}))
+    {
+    }
+    explicit OperatorHand(Json const& tree)
     {
         m_host.SetWindowThread({});
         m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
@@ -68,7 +104,6 @@ protected:
         m_plugin->RegisterViews();
         auto* const device =
             m_host.AddDevice(m_host.MakeDevice(L"QX5SonarConfigurationControlDevice"), CDataId(1, 78, 1, 1), L"Sonar");
-        auto const tree = With(With(SonarTree(), {"x5Range", "double", 100.0}), {"x5PulseLength", "double", 0.0001});
         m_host.ReplaceAttributes(*device, cli::ReadTree(cli::ParseJson(tree.dump()), cli::JsonPath()));
         m_host.SetObserver(&requests);
         view = std::make_unique<ShownView>();
@@ -94,12 +129,25 @@ protected:
         return slider.style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, &slider);
     }
 
-    static void Turn(QWidget& widget, int notches)
+    /// Turns a wheel by that many eighths of a degree. Whether anything took notice.
+    static bool TurnBy(QWidget& widget, QPoint const& angle)
     {
         QPointF const at = widget.rect().center();
-        QWheelEvent event(at, widget.mapToGlobal(at), QPoint(), QPoint(0, 120 * notches), Qt::NoButton, Qt::NoModifier,
-                          Qt::NoScrollPhase, false);
+        QWheelEvent event(at, widget.mapToGlobal(at), QPoint(), angle, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
+                          false);
         QCoreApplication::sendEvent(&widget, &event);
+        return event.isAccepted();
+    }
+    static void Turn(QWidget& widget, int notches) { TurnBy(widget, QPoint(0, 120 * notches)); }
+
+    /// The slider with the focus, in a window that is in front.
+    QSlider& InUse(int id)
+    {
+        auto& slider = view->Slider(page, id);
+        slider.activateWindow();
+        slider.setFocus();
+        EXPECT_TRUE(RunUntil([&] { return slider.hasFocus(); }));
+        return slider;
     }
 
     Requests requests;
@@ -155,6 +203,33 @@ TEST_F(OperatorHand, ATouchOfTheThumbWithoutAMoveSendsNothing)
     EXPECT_EQ(slider.value(), 1);
 }
 
+TEST_F(OperatorHand, ATouchOfTheThumbLeavesThePulseLengthAlone)
+{
+    auto& slider = view->Slider(page, pulseLength);
+    Scrolls const scrolls(slider);
+    QTest::mouseClick(&slider, Qt::LeftButton, Qt::NoModifier, Handle(slider).center());
+    EXPECT_EQ(scrolls.kinds, std::vector<int>{}) << "nothing was pulled, so nothing is released";
+    EXPECT_EQ(view->Text(page, pulseLengthText), QStringLiteral("100 \u00B5s"));
+}
+
+TEST_F(OperatorHand, OnlyAThumbThatWasPulledIsReleased)
+{
+    auto& slider = view->Slider(page, gain);
+    QPoint const thumb = Handle(slider).center();
+    {
+        Scrolls const scrolls(slider);
+        QTest::mouseClick(&slider, Qt::LeftButton, Qt::NoModifier, QPoint(slider.width() - 3, thumb.y()));
+        EXPECT_EQ(scrolls.kinds, (std::vector{pageRight, ended})) << "a click beside it";
+    }
+    {
+        Scrolls const scrolls(slider);
+        QTest::mousePress(&slider, Qt::LeftButton, Qt::NoModifier, Handle(slider).center());
+        QTest::mouseMove(&slider, QPoint(slider.width() - 3, thumb.y()));
+        QTest::mouseRelease(&slider, Qt::LeftButton, Qt::NoModifier, QPoint(slider.width() - 3, thumb.y()));
+        EXPECT_EQ(scrolls.kinds, (std::vector{moving, released, ended}));
+    }
+}
+
 TEST_F(OperatorHand, AHeldKeySendsOnceWhenItIsReleased)
 {
     auto& slider = view->Slider(page, gain);
@@ -196,6 +271,70 @@ TEST_F(OperatorHand, AWheelOverTheSliderInUseMovesIt)
     EXPECT_EQ(requests.made, std::vector<std::string>{"x5Gain=3"});
 }
 
+TEST_F(OperatorHand, AWheelInPassingIsLeftToWhatLiesBelow)
+{
+    view->Slider(page, range).setFocus();
+    EXPECT_FALSE(TurnBy(view->Slider(page, gain), QPoint(0, 120)));
+    EXPECT_FALSE(TurnBy(*view->Find<QComboBox>(page, 28088), QPoint(0, 120)));
+    EXPECT_TRUE(TurnBy(InUse(gain), QPoint(0, 120)));
+}
+
+TEST_F(OperatorHand, AWheelGathersItsPartsOfANotch)
+{
+    auto& slider = InUse(gain);
+    TurnBy(slider, QPoint(0, 119));
+    EXPECT_EQ(slider.value(), 0);
+    EXPECT_TRUE(requests.made.empty()) << "no notch yet";
+    TurnBy(slider, QPoint(0, 1));
+    EXPECT_EQ(slider.value(), 1);
+    TurnBy(slider, QPoint(0, 230));
+    EXPECT_EQ(slider.value(), 2);
+    TurnBy(slider, QPoint(0, 9));
+    EXPECT_EQ(slider.value(), 2) << "239 of 240";
+    TurnBy(slider, QPoint(0, 1));
+    EXPECT_EQ(slider.value(), 3);
+    TurnBy(slider, QPoint(0, -240));
+    EXPECT_EQ(slider.value(), 1);
+    EXPECT_EQ(requests.made, (std::vector<std::string>{"x5Gain=1", "x5Gain=2", "x5Gain=3", "x5Gain=1"}));
+}
+
+TEST_F(OperatorHand, AWheelPushedAsideMovesTheOtherWay)
+{
+    // A wheel that is tilted to the right gives a negative angle, as one that is turned towards the hand does.
+    auto& slider = InUse(gain);
+    TurnBy(slider, QPoint(-240, 120));
+    EXPECT_EQ(slider.value(), 2);
+    TurnBy(slider, QPoint(120, -120));
+    EXPECT_EQ(slider.value(), 1) << "of two that are as large the upright one counts";
+    TurnBy(slider, QPoint(120, 0));
+    EXPECT_EQ(slider.value(), 0);
+}
+
+TEST_F(OperatorHand, AnEditedFieldIsPureYellowUntilItIsApplied)
+{
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    QColor const yellow(255, 255, 0);
+    for (auto const& [name, tab, ids] : {std::tuple{"gates", 1, std::vector{28112, 28113, 28115, 28116, 28118, 28119}},
+                                         std::tuple{"tracker", 5, std::vector{28140, 28141}}}) {
+        tabs.setCurrentIndex(tab);
+        for (int const id : ids) {
+            auto& field = *view->Find<QLineEdit>(name, id);
+            auto const clean = field.palette();
+            EXPECT_NE(clean.color(QPalette::Base), yellow);
+            QTest::keyClick(&field, Qt::Key_1);
+            EXPECT_EQ(field.palette().color(QPalette::Base), yellow) << id;
+            QTest::mouseClick(view->Find<QPushButton>(name, 28122), Qt::LeftButton);
+            EXPECT_EQ(field.palette().color(QPalette::Base), clean.color(QPalette::Base)) << id;
+        }
+    }
+}
+
+TEST_F(OperatorHand, AHintWithoutADeviceChangesNothing)
+{
+    view->Display().DeliverUpdate(nullptr, 128, nullptr);
+    EXPECT_EQ(view->Text(page, 16940), QStringLiteral("100.0 m"));
+}
+
 TEST_F(OperatorHand, EveryControlHasANameAndAPlaceInTheTabOrder)
 {
     for (char const* name : {"settings", "gates", "ocean", "recording", "steering", "tracker"}) {
@@ -223,6 +362,34 @@ TEST_F(OperatorHand, ThePagesTurnByKeyboard)
     tabs.setFocus();
     QTest::keyClick(&tabs, Qt::Key_Right);
     EXPECT_EQ(tabs.currentIndex(), 2);
+}
+
+TEST_F(OperatorHand, ThePagesTurnRoundBothWays)
+{
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    QTest::keyClick(&view->Slider(page, range), Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(tabs.currentIndex(), 5);
+    QTest::keyClick(&tabs, Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(tabs.currentIndex(), 4);
+    QTest::keyClick(&tabs, Qt::Key_Tab, Qt::ControlModifier);
+    QTest::keyClick(&tabs, Qt::Key_Tab, Qt::ControlModifier);
+    EXPECT_EQ(tabs.currentIndex(), 0);
+}
+
+/// On a display that was removed at once and has no tabs.
+class HandOnARemovedDisplay : public OperatorHand
+{
+protected:
+    HandOnARemovedDisplay() : OperatorHand(With(SonarTree(), {"DeviceId", "int", 9000})) {}
+};
+
+TEST_F(HandOnARemovedDisplay, ThereAreNoPagesToTurn)
+{
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    ASSERT_EQ(tabs.count(), 0);
+    QTest::keyClick(&view->Slider(page, range), Qt::Key_Tab, Qt::ControlModifier);
+    QTest::keyClick(&view->Slider(page, range), Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(tabs.currentIndex(), -1);
 }
 
 TEST_F(OperatorHand, LargeTextsStayWholeInASmallPane)

@@ -134,6 +134,14 @@ TEST(SettingsPage, GivesLongPulseLengthsInMilliseconds)
     ViewRun const run(tree, {Look()});
     EXPECT_EQ(run.Control(0, page, 16943).at("text"), "0.50 ms");
     EXPECT_EQ(run.Control(0, page, 16944).at("text"), "10.0 ms");
+
+    auto const shorter = With(SonarTree(), {"x5PulseLengthValues", "doubles", {0.000025, 0.001}});
+    ViewRun const upToOne(shorter, {Attributes(Json::array({Value("x5PulseLength", 0.001)})), Look(),
+                                    Attributes(Json::array({Value("x5PulseLength", 0.000999)})), Look()});
+    EXPECT_EQ(upToOne.Control(1, page, 16943).at("text"), "0.03 ms") << "0.025 lies a little above in binary";
+    EXPECT_EQ(upToOne.Control(1, page, 16944).at("text"), "1.0 ms") << "one millisecond is no more in microseconds";
+    EXPECT_EQ(upToOne.Control(1, page, pulseLengthText).at("text"), "1.00 ms");
+    EXPECT_EQ(upToOne.Control(3, page, pulseLengthText).at("text"), "999 \u00B5s");
 }
 
 TEST(SettingsPage, PlacesARangeBetweenTheStepsOfTheSonar)
@@ -201,6 +209,15 @@ TEST(SettingsPage, SendsADragOfTheRangeOnce)
         {"host-set": [["Request", [["x5Range", "double", 200.0]]]], "id": [1, 78, 1, 1], "flags": 4},
         {"remote": 1003, "payload": "00004843", "device": 0, "enumerator": -1},
         {"echo": [["x5Range", "double", 200.0]], "flags": 0}])"));
+}
+
+TEST(SettingsPage, HasTheShortestRangeAtPositionZero)
+{
+    ViewRun const run(With(SonarTree(), Value("x5Range", 200)),
+                      {SlideTo(page, range, moving, 0), Look(), Slide(page, range, ended)});
+    EXPECT_EQ(run.Control(1, page, rangeText).at("text"), "50.0 m");
+    EXPECT_EQ(run.Control(1, page, range).at("position"), 0);
+    EXPECT_EQ(run.Requests(2), OneRequest("x5Range", "double", 50.0));
 }
 
 TEST(SettingsPage, MovesByLinesAndPagesAndToTheEnds)

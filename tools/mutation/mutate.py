@@ -1,0 +1,390 @@
+#!/usr/bin/python3
+"""Changes the code in many small ways, one at a time, and tells which changes no test notices.
+
+All mutants are compiled in at once, each behind a switch that an environment variable sets, so that there is one build.
+A first pass tells which tests run through which mutants; each mutant is then given to these alone, until one falls.
+"""
+
+import argparse
+import collections
+import concurrent.futures
+import dataclasses
+import hashlib
+import json
+import multiprocessing
+import os
+import pathlib
+import random
+import re
+import shutil
+import subprocess
+import sys
+import time
+import tomllib
+
+import schemata
+import sites
+import suite
+from sites import Mutant
+
+# A line of what the compiler says that names a place: of an error, or of what led to an error in a template.
+COMPLAINT = re.compile(r"^(\S+?):(\d+):\d+: +(?:error|fatal error|required from)", re.MULTILINE)
+
+# Rounds of building without what did not compile in the round before.
+BUILD_ROUNDS = 6
+
+
+def say(text: str) -> None:
+    print(text, file=sys.stderr, flush=True)
+
+
+def arguments() -> argparse.Namespace:
+    parser = argparse.ArgumentParser(prog="mutate", description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("folder", nargs="*", default=["DeviceDLLs/QX5SonarConfiguration"],
+                        help="folder or file whose sources are mutated, relative to the project (the plug-in's)")
+    parser.add_argument("--project", type=pathlib.Path, default=pathlib.Path.cwd(), help="the project's folder")
+    parser.add_argument("--build", type=pathlib.Path, help="where the mutated copy lives (build/mutate)")
+    parser.add_argument("--equivalent", type=pathlib.Path, help="TOML file of mutants that change nothing, and why")
+    parser.add_argument("--leave-out", default="", metavar="REGEX", help="tests that are not run")
+    parser.add_argument("--sample", type=int, metavar="N", help="only N mutants, chosen at random")
+    parser.add_argument("--seed", type=int, default=1, help="for --sample")
+    parser.add_argument("--again", action="store_true", help="only what was not killed the last time, and what is new")
+    parser.add_argument("--list", action="store_true", help="list the mutants and run nothing")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="processes at a time")
+    parser.add_argument("--least-limit", type=float, default=15.0, metavar="SECONDS",
+                        help="time that each run has at least")
+    options = parser.parse_args()
+    options.project = options.project.resolve()
+    options.build = (options.build or options.project / "build" / "mutate").resolve()
+    return options
+
+
+class Copy:
+    """A copy of the project beside it, whose sources are replaced by mutated ones, with a build folder of its own."""
+
+    def __init__(self, project: pathlib.Path, folder: pathlib.Path):
+        self.project = project
+        self.folder = folder
+        self.source = folder / "source"
+        # As deep in the copy as the project's own build folders lie in the project: a compiler's cache then knows what
+        # has not been mutated.
+        self.build = self.source / "build" / "mutate"
+
+    def files(self) -> list[str]:
+        """All files of the project, relative to it; of a folder under no version control, all that lie there."""
+        command = ["git", "-C", str(self.project), "ls-files", "-z", "--cached", "--others", "--exclude-standard"]
+        listed = subprocess.run(command, capture_output=True, check=False)
+        names = [name.decode() for name in listed.stdout.split(b"\0") if name]
+        if listed.returncode != 0 or not names:
+            names = [str(path.relative_to(self.project)) for path in self.project.rglob("*") if path.is_file()]
+        return [name for name in names if (self.project / name).is_file()]
+
+    def refresh(self, mutated: set[str]) -> None:
+        """Brings the copy up to date; what is as it was keeps its time. Files to be mutated are written later."""
+        names = self.files()
+        for name in names:
+            target = self.source / name
+            if name in mutated and target.exists():
+                continue
+            content = (self.project / name).read_bytes()
+            if not target.exists() or target.read_bytes() != content:
+                target.parent.mkdir(parents=True, exist_ok=True)
+                target.write_bytes(content)
+                shutil.copymode(self.project / name, target)
+        known = set(names)
+        for path in [each for each in self.source.rglob("*") if each.is_file()]:
+            name = path.relative_to(self.source)
+            if name.parts[0] != "build" and str(name) not in known:
+                path.unlink()
+
+    def configure(self) -> None:
+        run_quietly(["cmake", "-S", str(self.source), "-B", str(self.build), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                     "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON"])
+        # Headers that are written by tools must be there before a source can be read.
+        targets = subprocess.run(["ninja", "-C", str(self.build), "-t", "targets", "all"], capture_output=True,
+                                 check=True)
+        tools = re.findall(rb"^(\w+_autogen): phony", targets.stdout, re.MULTILINE)
+        if tools:
+            run_quietly(["ninja", "-C", str(self.build), *[name.decode() for name in tools]])
+
+    def write(self, name: str, content: bytes) -> None:
+        target = self.source / name
+        if not target.exists() or target.read_bytes() != content:
+            target.write_bytes(content)
+
+    def compile(self, jobs: int) -> str | None:
+        """Builds everything. What the compiler said, if it failed."""
+        command = ["ninja", "-C", str(self.build), "-k", "0", "-j", str(jobs)]
+        done = subprocess.run(command, capture_output=True, check=False)
+        return None if done.returncode == 0 else (done.stdout + done.stderr).decode(errors="replace")
+
+
+def run_quietly(command: list[str]) -> None:
+    done = subprocess.run(command, capture_output=True, check=False)
+    if done.returncode != 0:
+        raise SystemExit((done.stdout + done.stderr).decode(errors="replace") + f"\n{' '.join(command[:4])} ... failed")
+
+
+def read_one(row: dict, originals: dict[str, bytes], root: str) -> list[Mutant]:
+    return sites.find_mutants(row, originals, root)
+
+
+def find_all(copy: Copy, names: list[str], jobs: int) -> list[Mutant]:
+    """All mutants of the named files, in the order of their places."""
+    originals = {str(copy.source / name): (copy.project / name).read_bytes() for name in names}
+    rows = [row for path, row in sites.read_database(copy.build).items() if path in originals]
+    # Reading takes a while: it is done anew when a source, a header of the project or the tool has changed.
+    state = hashlib.sha256(json.dumps(rows).encode())
+    for path in [*originals, *sorted(name for name in copy.files() if name.endswith(".h"))]:
+        state.update((copy.project / path.removeprefix(f"{copy.source}/")).read_bytes())
+    state.update(pathlib.Path(sites.__file__).read_bytes())
+    remembered = copy.folder / "mutants.json"
+    if remembered.exists():
+        memory = json.loads(remembered.read_text())
+        if memory["state"] == state.hexdigest():
+            return [Mutant(**row) for row in memory["mutants"]]
+    with concurrent.futures.ProcessPoolExecutor(jobs, multiprocessing.get_context("spawn")) as pool:
+        found = pool.map(read_one, rows, [originals] * len(rows), [str(copy.source)] * len(rows))
+        unique = {(each.file, each.begin, each.end, each.how, each.mutated): each for some in found for each in some}
+    mutants = sorted(unique.values(), key=lambda each: (each.file, each.begin, -each.end, each.mutated))
+    rows_out = [dataclasses.asdict(each) for each in mutants]
+    remembered.write_text(json.dumps({"state": state.hexdigest(), "mutants": rows_out}))
+    return mutants
+
+
+def build_mutants(copy: Copy, names: list[str], mutants: list[Mutant], jobs: int) -> list[Mutant]:
+    """Writes and builds the mutated copy. Returns what compiles; its place in the list, from 1, is a mutant's number."""
+    refused = 0
+    for _ in range(BUILD_ROUNDS):
+        by_file = collections.defaultdict(list)
+        for number, mutant in enumerate(mutants, 1):
+            by_file[mutant.file].append((number, mutant))
+        for name in names:
+            content = (copy.project / name).read_bytes()
+            copy.write(name, schemata.write_schemata(content, by_file[name]) if by_file[name] else content)
+        failure = copy.compile(jobs)
+        if failure is None:
+            if refused:
+                say(f"{refused} mutants do not compile and are left out")
+            return mutants
+        at_fault = {(str(pathlib.Path(copy.build, file).resolve()), int(line))
+                    for file, line in COMPLAINT.findall(failure)}
+        kept = [each for each in mutants if not is_at(each, copy, at_fault)]
+        if len(kept) == len(mutants):
+            raise SystemExit(failure + "\nthe mutated copy does not compile")
+        (copy.folder / "refused.log").write_text(failure)
+        refused += len(mutants) - len(kept)
+        mutants = kept
+    raise SystemExit("the mutated copy does not compile after many rounds")
+
+
+def is_at(mutant: Mutant, copy: Copy, places: set[tuple[str, int]]) -> bool:
+    content = (copy.project / mutant.file).read_bytes()
+    last = mutant.line + content.count(b"\n", mutant.begin, mutant.end)
+    path = str(copy.source / mutant.file)
+    return any(file == path and mutant.line <= line <= last for file, line in places)
+
+
+# What changes nothing
+
+
+class Equivalents:
+    """The mutants of which somebody has said why no test can notice them; matched by text, so that this stays true."""
+
+    def __init__(self, file: pathlib.Path | None):
+        self.rows = tomllib.loads(file.read_text())["equivalent"] if file is not None and file.exists() else []
+        self.used: set[int] = set()
+        for row in self.rows:
+            missing = {"file", "line", "mutants", "reason"} - set(row)
+            if missing:
+                raise SystemExit(f"{file}: a row lacks {', '.join(sorted(missing))}: {row}")
+
+    def reason(self, mutant: Mutant) -> str | None:
+        change = f"{mutant.original} => {mutant.mutated}"
+        for index, row in enumerate(self.rows):
+            if (row["file"] == mutant.file and row["line"] == mutant.line_text and change in row["mutants"] and
+                    row.get("function", mutant.function) == mutant.function):
+                self.used.add(index)
+                return row["reason"]
+        return None
+
+    def stale(self, names: list[str]) -> list[dict]:
+        """Rows of the mutated files that fit no mutant any more."""
+        return [row for index, row in enumerate(self.rows) if index not in self.used and row["file"] in names]
+
+
+# Running
+
+
+@dataclasses.dataclass
+class Result:
+    mutant: Mutant
+    verdict: suite.Verdict
+    reason: str | None = None  # why it is equivalent
+
+
+def unique_keys(mutants: list[Mutant]) -> list[str]:
+    """A key for each mutant; the same change of the same text twice in one function is counted through."""
+    seen: collections.Counter[str] = collections.Counter()
+    keys = []
+    for mutant in mutants:
+        seen[mutant.key()] += 1
+        keys.append(f"{mutant.key()} | {seen[mutant.key()]}")
+    return keys
+
+
+def measure(runner: suite.Runner, tests: list[suite.Test], count: int,
+            jobs: int) -> tuple[dict[str, set[int]], dict[str, float], list[suite.Test]]:
+    """Who reaches what, how long each group takes, and the tests that hold without a mutant."""
+    reach: dict[str, set[int]] = {}
+    sound: list[suite.Test] = []
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        measured = pool.map(lambda test: runner.reached_by(test, count + 1, 300.0), tests)
+        for test, (found, outcome) in zip(tests, measured):
+            if outcome.fell:
+                found, outcome = runner.reached_by(test, count + 1, 300.0)
+            if outcome.fell:
+                say(f"{test.name} falls without a mutant and is left out")
+                continue
+            reach[test.name] = found
+            if found:
+                sound.append(test)
+        groups = collections.defaultdict(list)
+        for test in sound:
+            groups[test.group].append(test)
+        outcomes = pool.map(lambda group: runner.run(group, 600.0), groups.values())
+        seconds = {}
+        for name, outcome in zip(groups, outcomes):
+            seconds[name] = outcome.seconds
+            if outcome.fell:
+                say(f"the tests of {name} do not hold in one process: "
+                    f"{(suite.at_fault(groups[name], outcome) or groups[name][0]).name}")
+    return reach, seconds, sound
+
+
+class Memory:
+    """The verdicts of earlier runs, by what the mutants are called; kept as they come."""
+
+    def __init__(self, file: pathlib.Path, keys: list[str]):
+        self.file = file
+        self.keys = keys  # of the mutants, the first one's number is 1
+        self.rows: dict[str, list[str]] = json.loads(file.read_text()) if file.exists() else {}
+
+    def of(self, number: int) -> suite.Verdict | None:
+        row = self.rows.get(self.keys[number - 1])
+        return suite.Verdict(*row) if row is not None else None
+
+    def keep(self, verdicts: dict[int, suite.Verdict]) -> None:
+        self.rows |= {self.keys[number - 1]: [verdict.state, verdict.by] for number, verdict in verdicts.items()}
+        self.file.write_text(json.dumps(self.rows, indent=0))
+
+
+def judge_all(mutants: list[Mutant], chosen: list[int], copy: Copy, memory: Memory,
+              options: argparse.Namespace) -> dict[int, suite.Verdict]:
+    tests = suite.list_tests(copy.build, options.leave_out)
+    runner = suite.Runner(options.build / "scratch")
+    say(f"Finding out which of {len(tests)} tests reach which of {len(mutants)} mutants")
+    reach, seconds, sound = measure(runner, tests, len(mutants), options.jobs)
+    sizes = collections.Counter(test.group for test in sound)
+    judge = suite.Judge(runner, seconds, options.least_limit)
+    by_number = {number: [test for test in sound if number in reach[test.name]] for number in chosen}
+    say(f"Running {len(chosen)} mutants")
+    verdicts: dict[int, suite.Verdict] = {}
+    started = time.monotonic()
+
+    def one(number: int) -> tuple[int, suite.Verdict]:
+        mutant = mutants[number - 1]
+        return number, judge.judge(number, f"{mutant.file} {mutant.function}", by_number[number], sizes)
+
+    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
+        for number, verdict in pool.map(one, chosen):
+            verdicts[number] = verdict
+            if len(verdicts) % 100 == 0:
+                memory.keep(verdicts)
+                say(f"{len(verdicts)} of {len(chosen)} after {time.monotonic() - started:.0f} s")
+    memory.keep(verdicts)
+    return verdicts
+
+
+# Telling
+
+
+def describe(mutant: Mutant) -> str:
+    return f"{mutant.file}:{mutant.line}: {mutant.function}: {shorten(mutant.original)} => {shorten(mutant.mutated)}"
+
+
+def shorten(text: str) -> str:
+    return text if len(text) <= 110 else text[:107] + "..."
+
+
+def report(results: list[Result], equivalents: Equivalents, names: list[str], is_whole: bool) -> int:
+    """Prints survivors and the table. Returns the exit code."""
+    survivors = [each for each in results if each.verdict.state == "survived" and each.reason is None]
+    unreached = [each for each in results if each.verdict.state == "not reached" and each.reason is None]
+    wrong = [each for each in results if each.reason is not None and each.verdict.killed]
+    stale = equivalents.stale(names) if is_whole else []
+    lists = (("Survived", survivors), ("Not reached", unreached), ("Listed as equivalent, and killed", wrong))
+    for title, some in lists:
+        if some:
+            print(f"{title}:")
+            for each in some:
+                print("  " + describe(each.mutant) + (f"  [{each.verdict.by}]" if each.verdict.by else ""))
+    for row in stale:
+        print(f"Listed as equivalent, and there no more: {row['file']}: {row['line']}: {', '.join(row['mutants'])}")
+
+    columns = ("mutants", "killed", "by time", "survived", "not reached", "equivalent")
+    table: dict[str, collections.Counter[str]] = collections.defaultdict(collections.Counter)
+    for each in results:
+        for row in (table[each.mutant.file], table["all"]):
+            row["mutants"] += 1
+            if each.reason is not None and not each.verdict.killed:
+                row["equivalent"] += 1
+            elif each.verdict.state == "killed by time":
+                row["killed"] += 1
+                row["by time"] += 1
+            else:
+                row[each.verdict.state] += 1
+    width = max([len(name) for name in table] + [4])
+    print(f"\n{'file':{width}}  " + "  ".join(f"{name:>11}" for name in columns))
+    for name in [*sorted(set(table) - {"all"}), "all"]:
+        print(f"{name:{width}}  " + "  ".join(f"{table[name][column]:>11}" for column in columns))
+    return 1 if survivors or unreached or wrong or stale else 0
+
+
+def main() -> int:
+    options = arguments()
+    copy = Copy(options.project, options.build)
+    names = sorted(name for name in copy.files() if name.endswith((".cpp", ".h")) and
+                   any(name == folder or name.startswith(folder.rstrip("/") + "/") for folder in options.folder))
+    if not names:
+        raise SystemExit("mutate: no sources there: " + " ".join(options.folder))
+    equivalents = Equivalents(options.equivalent)
+    say("Copying and configuring")
+    copy.refresh(set(names))
+    copy.configure()
+    say(f"Reading {len(names)} files")
+    mutants = find_all(copy, names, options.jobs)
+    if options.list:
+        for mutant in mutants:
+            print(describe(mutant))
+        return 0
+    say(f"Building with {len(mutants)} mutants")
+    mutants = build_mutants(copy, names, mutants, options.jobs)
+    memory = Memory(options.build / "results.json", unique_keys(mutants))
+    former = {number: memory.of(number) for number in range(1, len(mutants) + 1)}
+    chosen = list(former)
+    if options.again:
+        chosen = [number for number, verdict in former.items() if verdict is None or not verdict.killed]
+    if options.sample is not None:
+        chosen = sorted(random.Random(options.seed).sample(chosen, min(options.sample, len(chosen))))
+    verdicts = judge_all(mutants, chosen, copy, memory, options)
+    if options.again and options.sample is None:
+        verdicts = former | verdicts
+    results = [Result(mutants[number - 1], verdict, equivalents.reason(mutants[number - 1]))
+               for number, verdict in verdicts.items()]
+    return report(results, equivalents, names, options.sample is None)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
