@@ -63,9 +63,9 @@ void RegisterDevices()
     CDevList::GetDevList().RegisterDev(deviceClass, new DevCreator<QX5SonarConfigurationControlDevice>);
 }
 
-void UnRegisterDevices()
+bool UnRegisterDevices()
 {
-    CDevList::GetDevList().UnRegisterDev(deviceClass);
+    return CDevList::GetDevList().UnRegisterDev(deviceClass);
 }
 
 void RegisterViews()
@@ -98,4 +98,14 @@ void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsign
     if (device != nullptr) {
         device->SetDeviceCtrlViewType(documentTemplate);
     }
+}
+
+void DiscoverDevices()
+{
+    QX5SonarConfigurationInfo::Instance().Init();
+}
+
+void ReleaseDevices()
+{
+    QX5SonarConfigurationInfo::Instance().Exit();
 }
