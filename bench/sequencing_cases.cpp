@@ -176,7 +176,7 @@ public:
                     host.SetPort(*m_devices.back(), ports[i]);
                 }
             }
-            stage.PlugIn().DiscoverSonars();
+            stage.PlugIn().DiscoverDevices();
         });
     }
     ControlledSonars(ControlledSonars const&) = delete;
@@ -184,7 +184,7 @@ public:
     ~ControlledSonars()
     {
         m_stage.Host().RunAndWait([this] {
-            m_stage.PlugIn().ReleaseSonars();
+            m_stage.PlugIn().ReleaseDevices();
             for (Device* const device : m_devices) {
                 m_stage.Host().RemoveDevice(device);
             }
@@ -472,7 +472,7 @@ std::vector<Case> SequencingCases(Stage& stage)
                              }
                              times.WaitFor(groups);
                              stage.Host().RunAndWait(
-                                 [&] { Time(1, 1, nanoseconds, [&] { stage.PlugIn().ReleaseSonars(); }); });
+                                 [&] { Time(1, 1, nanoseconds, [&] { stage.PlugIn().ReleaseDevices(); }); });
                          }
                      }});
     cases.push_back({"groups-waiting-64", "processor time of the whole process in one second in which 64 groups wait",

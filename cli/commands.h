@@ -46,12 +46,13 @@ int Send(SendOptions const& options);
 
 struct RunOptions
 {
-    std::string plugin;
-    std::string sonar;   ///< empty: start a simulated one
-    std::string project; ///< empty: nothing is kept
-    int sonars = 3;      ///< of the demonstration of sequencing, 1 to 26
-    int groups = 2;      ///< of the same; no more than there are sonars
-    std::string demo;    ///< name of a demonstration to show in place of the guided session
+    std::vector<std::string> plugins; ///< beside those that lie beside this program
+    std::vector<std::string> devices; ///< CLASS or CLASS=HOST:PORT, in place of the sonars; for the window
+    std::string sonar;                ///< empty: start a simulated one
+    std::string project;              ///< empty: nothing is kept
+    int sonars = 3;                   ///< of the demonstration of sequencing, 1 to 26
+    int groups = 2;                   ///< of the same; no more than there are sonars
+    std::string demo;                 ///< name of a demonstration to show in place of the guided session
     bool once = false;
     bool terminal = false;    ///< the keyboard is an operator terminal; no guided session
     bool guided = false;      ///< the guided session in place of the window

@@ -50,9 +50,14 @@ int main(int argc, char** argv)
         ->add_flag("--terminal", run.terminal,
                    "Take the keyboard as the sonar's operator terminal, in place of the session; `?` lists the keys")
         ->excludes("--once");
-    runCommand->add_option("--sonar", run.sonar, "A sonar that runs already, in place of a simulated one")
-        ->type_name("HOST:PORT");
-    runCommand->add_option("--plugin", run.plugin, "The plug-in module (default: the one beside this program)")
+    CLI::Option* sonarOption =
+        runCommand->add_option("--sonar", run.sonar, "A sonar that runs already, in place of a simulated one")
+            ->type_name("HOST:PORT");
+    runCommand
+        ->add_option("--plugin", run.plugins,
+                     "A plug-in module to load beside those in lib/qx5; may be repeated; the session without a window "
+                     "takes the first alone")
+        ->allow_extra_args(false)
         ->type_name("FILE");
     runCommand
         ->add_option("--project", run.project, "Project file that keeps the sonar's attributes; made when missing")
@@ -70,6 +75,17 @@ int main(int argc, char** argv)
     runCommand->add_option("--groups", run.groups, "How many groups they form, 1 to 26")
         ->capture_default_str()
         ->check(CLI::Range(1, 26).description(""));
+    runCommand
+        ->add_option("--device", run.devices,
+                     "A device of this class in the window in place of the sonars, connected to HOST:PORT where that "
+                     "is told; may be repeated")
+        ->allow_extra_args(false)
+        ->excludes(sonarOption)
+        ->excludes("--demo")
+        ->excludes("--guided")
+        ->excludes("--once")
+        ->excludes("--terminal")
+        ->type_name("CLASS[=HOST:PORT]");
     CLI::Option* screenshot = runCommand
                                   ->add_option("--screenshot", run.screenshot,
                                                "Render the view as PNG into this file, without a display, and end")

@@ -1,8 +1,6 @@
 // A live host with the plug-in and one sonar on a TCP connection.
 #include "session.h"
 
-#include "platform/executable_path.h"
-
 #include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/DataManager.h>
 
@@ -27,9 +25,6 @@
 namespace qx5::cli {
 
 namespace {
-
-constexpr wchar_t const* deviceClass = L"QX5SonarConfigurationControlDevice";
-constexpr char const* moduleName = "QX5SonarConfiguration.so";
 
 CDataId SonarId()
 {
@@ -91,17 +86,6 @@ bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& po
     return true;
 }
 
-std::string PluginPath(std::string const& told)
-{
-    if (!told.empty()) {
-        return told;
-    }
-    std::filesystem::path const libraries = ExecutablePath().parent_path().parent_path() / "lib";
-    std::filesystem::path const installed = libraries / "qx5" / moduleName;
-    std::error_code problem;
-    return (std::filesystem::exists(installed, problem) ? installed : libraries / moduleName).string();
-}
-
 /// Turns the frames of the link into events.
 class Session::Monitor final : public vordal::LinkObserver
 {
@@ -143,7 +127,7 @@ Session::~Session()
     m_host.RunAndWait([this] {
         m_introduction.Unsubscribe();
         if (m_plugin != nullptr) {
-            m_plugin->ReleaseSonars();
+            m_plugin->ReleaseDevices();
         }
         m_host.RemoveAllDevices();
     });
@@ -161,7 +145,7 @@ bool Session::LoadPlugin(std::string const& path, std::string& error)
             return;
         }
         m_plugin->RegisterDevices();
-        std::unique_ptr<Device> device = m_host.MakeDevice(deviceClass);
+        std::unique_ptr<Device> device = m_host.MakeDevice(m_plugin->SonarClass());
         if (device == nullptr) {
             error = fmt::format("{}: the plug-in does not offer the sonar's device class", path);
             return;
@@ -206,7 +190,7 @@ bool Session::SaveProject(std::string& error)
         // What else the project says of a device that it has stays as it is.
         if (!m_project->SaveAttributes(SonarId(), attributes)) {
             m_project->SaveDevice({.dataId = SonarId(),
-                                   .className = deviceClass,
+                                   .className = m_device->GetDeviceDriverName(),
                                    .name = L"sonar",
                                    .portName = L"port-1",
                                    .enabled = true,

@@ -26,9 +26,6 @@ namespace qx5::cli {
 /// Splits "HOST:PORT" (also "[::1]:7000"); false and one line in `error` when it is none.
 bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& port, std::string& error);
 
-/// The plug-in to load: `told` if it is not empty, otherwise the module that lies beside this program.
-std::string PluginPath(std::string const& told);
-
 /// What a session saw, in the order in which it happened.
 struct SessionEvent
 {

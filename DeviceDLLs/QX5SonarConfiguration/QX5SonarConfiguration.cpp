@@ -101,3 +101,15 @@ void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsign
         device->SetDeviceCtrlViewType(documentTemplate);
     }
 }
+
+void DiscoverDevices()
+{
+    auto& sonars = QX5SonarConfigurationInfo::Instance();
+    sonars.ClearList();
+    sonars.GetAttributes();
+}
+
+void ReleaseDevices()
+{
+    QX5SonarConfigurationInfo::Instance().ClearList();
+}

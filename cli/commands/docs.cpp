@@ -2,6 +2,7 @@
 // real sends.
 #include "cli/commands.h"
 
+#include "cli/plugins.h"
 #include "cli/record_documents.h"
 #include "cli/sample_request.h"
 #include "cli/session.h"

@@ -43,7 +43,7 @@ int Plugin(PluginOptions const& options)
     for (CString const& name : host.DisplayTemplates()) {
         fmt::print("display template {}\n", tvcore::ToUtf8(name));
     }
-    plugin->ReleaseSonars();
+    plugin->ReleaseDevices();
     host.RemoveAllDevices();
     plugin.reset();
     fmt::print("and is unloaded again\n");

@@ -5,6 +5,7 @@
 #include "cli/event_text.h"
 #include "cli/key_values.h"
 #include "cli/platform/terminal.h"
+#include "cli/plugins.h"
 #include "cli/session.h"
 #include "cli/terminal_keys.h"
 #ifdef QX5_VIEW
@@ -279,10 +280,16 @@ int Run(RunOptions const& options)
     if (isPlain && (!options.screenshot.empty() || HasDisplay())) {
         return RunWindow(options);
     }
+    if (!options.devices.empty()) {
+        return Complain(ExitWrong, "--device opens the window, and there is no display");
+    }
     constexpr std::string_view noWindow = "There is no display for the window; this is the guided session.\n";
 #else
     if (!options.screenshot.empty()) {
         return Complain(ExitWrong, "--screenshot: this qx5 was built without the view");
+    }
+    if (!options.devices.empty()) {
+        return Complain(ExitWrong, "--device opens the window: this qx5 was built without it");
     }
     constexpr std::string_view noWindow = "This qx5 was built without the window; this is the guided session.\n";
 #endif
@@ -310,7 +317,7 @@ int Run(RunOptions const& options)
     }
 
     Session session([&](SessionEvent const& event) { transcript.OnSession(event); });
-    std::string const plugin = PluginPath(options.plugin);
+    std::string const plugin = PluginPath(options.plugins);
     if (!session.LoadPlugin(plugin, error)) {
         return Complain(ExitFailed, error);
     }

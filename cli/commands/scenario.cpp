@@ -1,8 +1,8 @@
 // `qx5 scenario`: hands the files over to the scenario runner.
 #include "cli/commands.h"
 
+#include "cli/plugins.h"
 #include "cli/scenario/scenario_command.h"
-#include "cli/session.h"
 
 #include <iostream>
 

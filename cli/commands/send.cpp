@@ -3,6 +3,7 @@
 
 #include "cli/event_text.h"
 #include "cli/key_values.h"
+#include "cli/plugins.h"
 #include "cli/session.h"
 #include "reference_host/host/log.h"
 

@@ -2,6 +2,7 @@
 #include "cli/demos/demos.h"
 #include "cli/event_text.h"
 #include "cli/key_values.h"
+#include "cli/plugins.h"
 #include "cli/session.h"
 #include "reference_host/devices/pan_tilt_unit.h"
 
@@ -182,7 +183,7 @@ int PanTiltDemo(RunOptions const& options)
     }
     Session session([&](SessionEvent const& event) { happenings.OnSession(event); });
     std::string error;
-    if (!session.LoadPlugin(PluginPath(options.plugin), error)) {
+    if (!session.LoadPlugin(PluginPath(options.plugins), error)) {
         return Complain(ExitFailed, error);
     }
     session.Connect("127.0.0.1", sonar.Port());

@@ -1,6 +1,6 @@
 // `qx5 run --demo sequencing`: several simulated sonars whose groups ping in turn, as a timeline.
 #include "cli/demos/demos.h"
-#include "cli/session.h"
+#include "cli/plugins.h"
 #include "reference_host/host/host.h"
 #include "reference_host/link/live_traffic.h"
 #include "reference_host/link/x5_port.h"
@@ -170,7 +170,7 @@ public:
         // First the turns, then the connections, the devices, and the code that they are made of.
         m_host.RunAndWait([this] {
             if (m_plugin != nullptr) {
-                m_plugin->ReleaseSonars();
+                m_plugin->ReleaseDevices();
             }
         });
         for (auto const& port : m_ports) {
@@ -236,8 +236,7 @@ private:
         CString const name(L"port-" + std::to_wstring(sonar + 1));
         m_ports.push_back(std::make_unique<vordal::X5Port>(m_host, m_linkThread, name, options));
         m_host.RunAndWait([&] {
-            auto* const device =
-                m_host.AddDevice(m_host.MakeDevice(L"QX5SonarConfigurationControlDevice"), IdOf(sonar), L"sonar");
+            auto* const device = m_host.AddDevice(m_host.MakeDevice(m_plugin->SonarClass()), IdOf(sonar), L"sonar");
             if (device == nullptr) {
                 error = "the plug-in does not offer the sonar's device class";
                 return;
@@ -282,7 +281,7 @@ int SequencingDemo(RunOptions const& options)
     fmt::print("\nA letter: that sonar pings; |: its echoes are in.\n\n");
     Fleet fleet(timeline, options.sonars);
     std::string error;
-    if (!fleet.Begin(PluginPath(options.plugin), error)) {
+    if (!fleet.Begin(PluginPath(options.plugins), error)) {
         return Complain(ExitFailed, error);
     }
     std::this_thread::sleep_for(2s);

@@ -36,11 +36,8 @@ namespace qx5::cli {
 
 namespace {
 
-/// The plug-in's device class, as it registers it.
-constexpr wchar_t const* sonarClass = L"QX5SonarConfigurationControlDevice";
+/// The host's own class, of devices that are no sonars.
 constexpr wchar_t const* plainClass = L"Device";
-/// The plug-in's view, as it registers it.
-[[maybe_unused]] constexpr wchar_t const* viewClass = L"QX5SonarConfigurationView";
 
 /// The events of the host's logger, on the general bus.
 constexpr wchar_t const* loggerStarts = L"$VordalHostloggerStartLogging$";
@@ -77,7 +74,7 @@ public:
 #endif
         // A host ends what the plug-in does by itself before it takes the devices away.
         if (m_plugin != nullptr) {
-            m_plugin->ReleaseSonars();
+            m_plugin->ReleaseDevices();
         }
         host.RemoveAllDevices();
     }
@@ -116,6 +113,7 @@ private:
     BaseIOHandler* FindPort(ScenarioDevice const& setup);
 
     std::unique_ptr<vordal::PlugIn> m_plugin;
+    CString m_sonarClass; ///< the plug-in's
 #if defined(QX5_VIEW)
     std::unique_ptr<ViewDriver> m_view;
 #endif
@@ -125,7 +123,6 @@ private:
 void Stage::SetUp(Scenario const& scenario, std::filesystem::path const& plugin)
 {
     host.SetClock(&clock);
-    host.SetTraffic(&recorder);
     host.SetRequestFailures(vordal::RequestFailures::Pass);
     AddProject(scenario);
     std::string reason;
@@ -134,6 +131,10 @@ void Stage::SetUp(Scenario const& scenario, std::filesystem::path const& plugin)
         throw std::runtime_error(reason);
     }
     m_plugin->RegisterDevices();
+    // Looking for it among several makes devices, which nobody is to hear of.
+    auto const& classes = m_plugin->DeviceClasses();
+    m_sonarClass = classes.size() == 1 ? classes.front() : m_plugin->SonarClass();
+    host.SetTraffic(&recorder);
     host.SetObserver(&recorder);
     if (!scenario.devices.empty()) {
         recorder.SetFirstDevice(scenario.devices.front().id);
@@ -195,9 +196,9 @@ void Stage::AddProject(Scenario const& scenario)
 void Stage::AddDevice(ScenarioDevice const& setup)
 {
     recorder.SetSubject(setup.id);
-    auto device = host.MakeDevice(setup.isSonar ? sonarClass : plainClass);
+    auto device = host.MakeDevice(setup.isSonar ? m_sonarClass : CString(plainClass));
     if (device == nullptr) {
-        throw std::runtime_error("the plug-in has no device class of its name");
+        throw std::runtime_error("the plug-in has no device class for a sonar");
     }
     device->SetPortName(setup.portName);
     device->SetEnable(setup.enabled);
@@ -369,12 +370,12 @@ void RunTerminal(Stage& stage, ScenarioStep const& step)
 
 void RunDiscover(Stage& stage, ScenarioStep const&)
 {
-    stage.Plugin().DiscoverSonars();
+    stage.Plugin().DiscoverDevices();
 }
 
 void RunClear(Stage& stage, ScenarioStep const&)
 {
-    stage.Plugin().ReleaseSonars();
+    stage.Plugin().ReleaseDevices();
 }
 
 void RunClock(Stage& stage, ScenarioStep const& step)
@@ -433,12 +434,15 @@ void RunView(Stage& stage, ScenarioStep const& step)
         stage.View().Close();
         return;
     }
-    auto const classes = stage.host.ViewClasses();
-    if (std::find(classes.begin(), classes.end(), CString(viewClass)) == classes.end()) {
+    auto const& classes = stage.Plugin().ViewClasses();
+    if (classes.empty()) {
         stage.Plugin().RegisterViews();
     }
+    if (classes.empty()) {
+        throw CannotGoOn("the plug-in has no view");
+    }
     std::string reason;
-    if (!stage.View().Open(viewClass, argument.stored, argument.size, reason)) {
+    if (!stage.View().Open(classes.front(), argument.stored, argument.size, reason)) {
         throw CannotGoOn(reason);
     }
 }

@@ -3,7 +3,9 @@
 
 #include "cli/key_values.h"
 #include "cli/platform/end_signals.h"
+#include "cli/plugins.h"
 #include "cli/session.h"
+#include "cli/window/shown_view.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/controls/window_thread.h"
@@ -11,13 +13,14 @@
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
 #include "reference_host/window/record_monitor.h"
-#include "reference_host/window/view_frame.h"
 
 #include <protocol/bytes.h>
 #include <protocol/records/all.h>
+#include <protocol/utf8.h>
 #include <simulator/sonar_server.h>
 #include <vordalhostdllR/DataManager.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cmath>
@@ -25,6 +28,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include <QApplication>
@@ -42,67 +46,141 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr wchar_t const* viewClass = L"QX5SonarConfigurationView";
 constexpr int darkMode = 2;
 constexpr int lightMode = 4;
 
-/// The vessels and sonars of the session; simulated ones are started. Empty, and a complaint made, when that fails.
+/// Groups of ids: of sonars, and of the devices of other instruments.
+constexpr unsigned short sonarGroup = 78;
+constexpr unsigned short otherGroup = 500;
+
+std::string JoinedNames(std::vector<CString> const& names)
+{
+    std::string text;
+    for (CString const& name : names) {
+        text += (text.empty() ? "" : ", ") + protocol::EncodeUtf8(name.View());
+    }
+    return text.empty() ? "none" : text;
+}
+
+/// The vessels and devices of the session; simulated sonars are started.
 class Fleet
 {
 public:
     /// An exit code other than ExitGood after a complaint.
-    int Begin(std::string const& endpoint)
+    int Begin(RunOptions const& options, WindowSession& session)
     {
-        if (!endpoint.empty()) {
-            FleetSonar sonar{CDataId(1, 78, 1, 1), L"Sonar", {}, 0};
+        if (!options.devices.empty()) {
+            return BeginDevices(options.devices, session);
+        }
+        CString const sonarClass = session.SonarClass();
+        if (sonarClass.IsEmpty()) {
+            return Complain(ExitFailed, fmt::format("no plug-in offers a device class of sonars; --device takes one of "
+                                                    "those that there are: {}",
+                                                    JoinedNames(session.DeviceClasses())));
+        }
+        auto const sonar = [&](unsigned short number, unsigned short vessel, CString const& name) {
+            return FleetDevice{CDataId(1, sonarGroup, number, vessel), sonarClass, name, {}, 0, true};
+        };
+        if (!options.sonar.empty()) {
+            FleetDevice told = sonar(1, 1, L"Sonar");
             std::string error;
-            if (!ParseEndpoint(endpoint, sonar.host, sonar.port, error)) {
+            if (!ParseEndpoint(options.sonar, told.host, told.port, error)) {
                 return Complain(ExitWrong, "--sonar: " + error);
             }
-            m_vessels = {{.number = 1, .name = L"Vessel", .detectsPipes = true, .sonars = {sonar}}};
+            m_vessels = {{.number = 1, .name = L"Vessel", .detectsPipes = true, .devices = {told}}};
             return ExitGood;
         }
         m_vessels = {{.number = 1,
                       .name = L"Survey vessel",
                       .detectsPipes = false,
-                      .sonars = {{CDataId(1, 78, 1, 1), L"Hull sonar", "127.0.0.1", 0},
-                                 {CDataId(1, 78, 2, 1), L"Pole sonar", "127.0.0.1", 0}}},
-                     {.number = 2,
-                      .name = L"ROV",
-                      .detectsPipes = true,
-                      .sonars = {{CDataId(1, 78, 1, 2), L"ROV sonar", "127.0.0.1", 0}}}};
-        for (FleetVessel& vessel : m_vessels) {
-            for (FleetSonar& sonar : vessel.sonars) {
-                simulator::ServerOptions onFreePort;
-                onFreePort.address = sonar.host;
-                auto& server = m_servers.emplace_back(std::make_unique<simulator::SonarServer>(onFreePort));
-                if (auto const problem = server->Start()) {
-                    return Complain(ExitFailed, problem->text);
-                }
-                sonar.port = server->Port();
-            }
-        }
-        return ExitGood;
+                      .devices = {sonar(1, 1, L"Hull sonar"), sonar(2, 1, L"Pole sonar")}},
+                     {.number = 2, .name = L"ROV", .detectsPipes = true, .devices = {sonar(1, 2, L"ROV sonar")}}};
+        return StartSimulated();
     }
 
     std::vector<FleetVessel> const& Vessels() const { return m_vessels; }
+    FleetDevice const& First() const { return m_vessels.front().devices.front(); }
     bool IsSimulated() const { return !m_servers.empty(); }
 
     /// "simulated sonars listen on 127.0.0.1:40001, 127.0.0.1:40002"
     std::string Where() const
     {
-        std::string text;
+        std::string simulated;
+        std::string told;
         for (FleetVessel const& vessel : m_vessels) {
-            for (FleetSonar const& sonar : vessel.sonars) {
-                text += fmt::format("{}{}:{}", text.empty() ? "" : ", ", sonar.host, sonar.port);
+            for (FleetDevice const& device : vessel.devices) {
+                if (device.port == 0) {
+                    continue;
+                }
+                std::string& text = m_simulated.contains(device.port) ? simulated : told;
+                text += fmt::format("{}{}:{}", text.empty() ? "" : ", ", device.host, device.port);
             }
         }
-        return (IsSimulated() ? "simulated sonars listen on " : "its sonar is ") + text;
+        if (simulated.empty() && told.empty()) {
+            return "its devices have no connection";
+        }
+        std::string const of = m_vessels.front().devices.front().isSonar ? "its sonar is " : "its device is at ";
+        return simulated.empty()
+                   ? of + told
+                   : "simulated sonars listen on " + simulated + (told.empty() ? "" : ", others at " + told);
     }
 
 private:
+    /// CLASS or CLASS=HOST:PORT each.
+    int BeginDevices(std::vector<std::string> const& devices, WindowSession& session)
+    {
+        FleetVessel vessel{.number = 1, .name = L"Vessel", .detectsPipes = false, .devices = {}};
+        auto const classes = session.DeviceClasses();
+        unsigned short number = 0;
+        for (std::string const& text : devices) {
+            auto const equals = text.find('=');
+            FleetDevice device;
+            device.className = CString(protocol::DecodeUtf8(text.substr(0, equals)));
+            if (std::find(classes.begin(), classes.end(), device.className) == classes.end()) {
+                return Complain(ExitWrong, fmt::format("--device: no plug-in offers the class '{}'; there are: {}",
+                                                       text.substr(0, equals), JoinedNames(classes)));
+            }
+            std::string error;
+            if (equals != std::string::npos &&
+                !ParseEndpoint(text.substr(equals + 1), device.host, device.port, error)) {
+                return Complain(ExitWrong, "--device: " + error);
+            }
+            device.isSonar = session.MakesSonars(device.className);
+            vessel.detectsPipes = vessel.detectsPipes || device.isSonar;
+            ++number;
+            device.id = CDataId(1, device.isSonar ? sonarGroup : otherGroup, number, vessel.number);
+            device.name =
+                devices.size() == 1 ? device.className : device.className + CString(L" " + std::to_wstring(number));
+            vessel.devices.push_back(device);
+        }
+        m_vessels = {vessel};
+        return StartSimulated();
+    }
+
+    /// Starts a simulated sonar for each sonar that is not told where it is.
+    int StartSimulated()
+    {
+        for (FleetVessel& vessel : m_vessels) {
+            for (FleetDevice& device : vessel.devices) {
+                if (!device.isSonar || device.port != 0) {
+                    continue;
+                }
+                simulator::ServerOptions onFreePort;
+                device.host = onFreePort.address;
+                auto& server = m_servers.emplace_back(std::make_unique<simulator::SonarServer>(onFreePort));
+                if (auto const problem = server->Start()) {
+                    return Complain(ExitFailed, problem->text);
+                }
+                device.port = server->Port();
+                m_simulated.insert(device.port);
+            }
+        }
+        return ExitGood;
+    }
+
     std::vector<FleetVessel> m_vessels;
     std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
+    std::set<std::uint16_t> m_simulated; ///< their ports
 };
 
 /// What the toolkit has to say goes where the host's reports go; its remarks on the platform go nowhere.
@@ -139,26 +217,24 @@ bool RunUntil(Condition condition, std::chrono::milliseconds limit)
     return true;
 }
 
-/// What stands above a view that has given itself no title yet.
-QString TitleOf(std::vector<vordal::ListedVessel> const& vessels, CDataId const& device)
-{
-    for (vordal::ListedVessel const& vessel : vessels) {
-        for (vordal::ListedDevice const& listed : vessel.devices) {
-            if (listed.id == device) {
-                return listed.name + QStringLiteral(" - ") + vessel.name;
-            }
-        }
-    }
-    return {};
-}
-
 /// Renders the view, or the whole window, with that tab in front.
-int TakePicture(RunOptions const& options, vordal::MainWindow& window, vordal::ViewFrame& frame)
+int TakePicture(RunOptions const& options, FleetDevice const& shown, vordal::MainWindow& window,
+                vordal::ViewFrame& frame)
 {
-    auto const device = window.ShownDevice();
-    auto const isConnected = [&] { return window.Devices().StateOf(device) == vordal::LinkState::Connected; };
-    if (!RunUntil([&] { return isConnected() && window.Attributes().Model().NodeCount() > 0; }, 10s)) {
-        return Complain(ExitFailed, "no picture: the sonar is not connected");
+    if (frame.Shown() == nullptr) {
+        return Complain(ExitFailed, "no picture: there is no view");
+    }
+    auto const isConnected = [&] { return window.Devices().StateOf(shown.id) == vordal::LinkState::Connected; };
+    auto const hasAttributes = [&] { return window.Attributes().Model().NodeCount() > 0; };
+    if (shown.port != 0) {
+        if (!RunUntil(isConnected, 10s)) {
+            return Complain(ExitFailed,
+                            fmt::format("no picture: {} is not connected", shown.isSonar ? "the sonar" : "the device"));
+        }
+        // Another instrument need not have anything to tell.
+        if (!RunUntil(hasAttributes, 10s) && shown.isSonar) {
+            return Complain(ExitFailed, "no picture: the sonar tells nothing of itself");
+        }
     }
     QWidget* target = &window;
     if (!options.wholeWindow) {
@@ -167,12 +243,14 @@ int TakePicture(RunOptions const& options, vordal::MainWindow& window, vordal::V
         frame.show();
         target = &frame;
     }
-    auto* const tabs = frame.findChild<QTabBar*>(QStringLiteral("id28075"));
-    if (tabs == nullptr || options.tab >= tabs->count()) {
+    auto* const tabs = frame.findChild<QTabBar*>();
+    if (options.tab != 0 && (tabs == nullptr || options.tab >= tabs->count())) {
         return Complain(ExitFailed, fmt::format("no picture: the view has no tab {}", options.tab));
     }
-    tabs->setCurrentIndex(options.tab);
-    // What the sonar tells of itself arrives in pieces.
+    if (tabs != nullptr) {
+        tabs->setCurrentIndex(options.tab);
+    }
+    // What a device tells of itself arrives in pieces.
     RunUntil([] { return false; }, 500ms);
     if (options.wholeWindow) {
         window.Records().ChooseNewest(protocol::records::BeamSteer.Id());
@@ -206,8 +284,11 @@ private:
         std::array<unsigned char, 8> bytes{};
         protocol::PutF64LE(bytes, 0, velocity);
         for (FleetVessel const& vessel : m_vessels) {
-            for (FleetSonar const& sonar : vessel.sonars) {
-                CDataId stream = sonar.id;
+            for (FleetDevice const& device : vessel.devices) {
+                if (!device.isSonar) {
+                    continue;
+                }
+                CDataId stream = device.id;
                 stream.SetGroupId(streamGroup);
                 m_host.Post([&host = m_host, stream, bytes] {
                     CDataBlock block;
@@ -254,10 +335,6 @@ int RunWindow(RunOptions const& options)
         qputenv("QT_QPA_PLATFORM", "offscreen");
         qputenv("QT_SCALE_FACTOR", QByteArray::number(options.scale / 100.0));
     }
-    Fleet fleet;
-    if (int const code = fleet.Begin(options.sonar); code != ExitGood) {
-        return code;
-    }
     int argc = 1;
     char name[] = "qx5";
     char* argv[] = {name, nullptr};
@@ -269,7 +346,14 @@ int RunWindow(RunOptions const& options)
     int const mode = options.dark ? darkMode : lightMode;
     WindowSession session(feed, mode);
     std::string error;
-    if (!session.Begin(PluginPath(options.plugin), fleet.Vessels(), options.project, error)) {
+    if (!session.LoadPlugins(PluginFiles(options.plugins), options.plugins.size(), error)) {
+        return Complain(ExitFailed, error);
+    }
+    Fleet fleet;
+    if (int const code = fleet.Begin(options, session); code != ExitGood) {
+        return code;
+    }
+    if (!session.Begin(fleet.Vessels(), options.project, error)) {
         return Complain(ExitFailed, error);
     }
 
@@ -279,17 +363,10 @@ int RunWindow(RunOptions const& options)
         vordal::MainWindow window({.vessels = session.Listed(),
                                    .lightMode = mode,
                                    .activeVessel = session.ActiveVessel(),
-                                   .shownDevice = fleet.Vessels().front().sonars.front().id},
+                                   .shownDevice = fleet.First().id},
                                   feed, session.Requests());
-        vordal::ViewFrame frame;
-        auto const follow = [&] {
-            if (auto const device = frame.ShownDevice()) {
-                window.SetShownDevice(*device);
-            }
-        };
-        QObject::connect(&frame, &vordal::ViewFrame::TitleChanged, &window, &vordal::MainWindow::SetViewTitle);
-        QObject::connect(&frame, &vordal::ViewFrame::Removed, &window, [&] { window.SetView(nullptr); });
-        thread.SetDeliveredHandler(follow);
+        ShownView view(session, window);
+        thread.SetDeliveredHandler([&] { view.Follow(); });
         auto const& memory = session.WindowMemory();
         if (!memory.empty() && !isPicture) {
             window.RestoreMemory(
@@ -300,34 +377,22 @@ int RunWindow(RunOptions const& options)
             window.SetLightMode(darkMode);
             session.Requests().setLightMode(darkMode);
         }
-        // Where no view follows the operator's choice, the attributes do.
-        QObject::connect(&window.Devices(), &vordal::DevicePanel::SonarChosen, &window, [&](CDataId const& device) {
-            if (frame.Shown() == nullptr) {
-                window.SetShownDevice(device);
-            }
-        });
         QObject::connect(&window, &vordal::MainWindow::Closing, &window, [&] {
             QByteArray const bytes = window.SaveMemory();
             session.WindowMemory().assign(bytes.begin(), bytes.end());
         });
-        // A window without a view still shows its sonars and their records.
-        if (frame.Open({.viewClass = viewClass, .name = L"", .attributes = session.View()}, error)) {
-            window.SetView(&frame);
-            follow();
-            window.SetViewTitle(TitleOf(session.Listed(), window.ShownDevice()));
-        } else {
-            window.ShowLine(QString::fromStdString(error));
-        }
+        view.OpenFirst(fleet.First().id);
         std::optional<SoundVelocityProbes> probes;
         if (fleet.IsSimulated()) {
             probes.emplace(session.Host(), fleet.Vessels());
         }
         window.show();
         if (isPicture) {
-            if (options.wholeWindow) {
-                AskForSomething(window.ShownDevice());
+            auto const* const shown = session.Find(window.ShownDevice());
+            if (options.wholeWindow && shown != nullptr && shown->isSonar) {
+                AskForSomething(shown->id);
             }
-            code = TakePicture(options, window, frame);
+            code = TakePicture(options, shown != nullptr ? *shown : fleet.First(), window, view.Frame());
         } else {
             EndSignals const signals;
             QSocketNotifier const notifier(signals.Descriptor(), QSocketNotifier::Read);
@@ -339,9 +404,7 @@ int RunWindow(RunOptions const& options)
             });
             QApplication::exec();
         }
-        frame.Close();
-        session.View() = frame.StoredAttributes();
-        window.SetView(nullptr);
+        view.Close();
     }
     if (!session.End(error)) {
         return Complain(ExitFailed, error);

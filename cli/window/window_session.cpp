@@ -2,7 +2,9 @@
 #include "window_session.h"
 
 #include "reference_host/base/path_text.h"
+#include "reference_host/host/log.h"
 
+#include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalConfigureR/DataSearch.h>
 #include <VordalMfc0R/ColorControl.h>
@@ -25,8 +27,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr wchar_t const* deviceClass = L"QX5SonarConfigurationControlDevice";
-constexpr wchar_t const* viewName = L"sonar view";
+/// What the project keeps of a view: "sonar view", or "view of " and the class of another instrument.
+constexpr wchar_t const* sonarViewName = L"sonar view";
+constexpr wchar_t const* otherViewName = L"view of ";
 constexpr wchar_t const* windowName = L"main window";
 constexpr auto stopLimit = 5s;
 
@@ -71,16 +74,6 @@ vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap
             .stream = {}};
 }
 
-FleetSonar const* FirstSonar(std::vector<FleetVessel> const& fleet)
-{
-    for (FleetVessel const& vessel : fleet) {
-        if (!vessel.sonars.empty()) {
-            return &vessel.sonars.front();
-        }
-    }
-    return nullptr;
-}
-
 /// The item whose `member` has that value; null when there is none.
 template <typename List, typename Item, typename Value>
 auto* FindBy(List& list, Value Item::*member, Value const& value)
@@ -117,31 +110,78 @@ WindowSession::~WindowSession()
     m_host.SetObserver(nullptr);
 }
 
-bool WindowSession::Begin(std::string const& plugin, std::vector<FleetVessel> const& fleet, std::string const& project,
-                          std::string& error)
+bool WindowSession::LoadPlugins(std::vector<std::filesystem::path> const& files, std::size_t told, std::string& error)
+{
+    m_ended = false;
+    m_plugins = std::make_unique<vordal::PlugIns>();
+    std::size_t loaded = 0;
+    bool good = true;
+    // A plug-in that throws is told of like one that says no.
+    m_host.RunAndWait([&] {
+        for (std::size_t i = 0; i < files.size() && good; ++i) {
+            std::string reason;
+            try {
+                if (m_plugins->Add(files[i], reason)) {
+                    ++loaded;
+                    continue;
+                }
+            } catch (std::exception const& failure) {
+                reason = failure.what();
+            }
+            if (i < told) {
+                error = reason;
+                good = false;
+            } else {
+                vordal::Log(vordal::LogLevel::Warning, reason);
+                error = reason;
+            }
+        }
+    });
+    if (good && loaded == 0) {
+        good = false;
+        if (error.empty()) {
+            error = "there is no plug-in beside this program; --plugin FILE tells one";
+        }
+    }
+    return good;
+}
+
+CString WindowSession::SonarClass()
+{
+    CString name;
+    m_host.RunAndWait([&] { name = m_plugins->SonarClass(); });
+    return name;
+}
+
+bool WindowSession::MakesSonars(CString const& deviceClass)
+{
+    bool makes = false;
+    m_host.RunAndWait([&] {
+        auto const device = m_host.MakeDevice(deviceClass);
+        makes = dynamic_cast<QX5Device const*>(device.get()) != nullptr;
+    });
+    return makes;
+}
+
+bool WindowSession::Begin(std::vector<FleetVessel> const& fleet, std::string const& project, std::string& error)
 {
     m_fleet = fleet;
-    if (FleetSonar const* const first = FirstSonar(fleet)) {
-        m_activeVessel = first->id.GetVessel();
-        m_view.SetGroup(L"grp");
-        m_view.Add(ATTR_DATAID, CVordalDataInfo(first->id, 65535, 65535));
-    }
+    m_activeVessel = fleet.front().number;
     if (!project.empty() && !ReadProject(project, error)) {
         return false;
     }
-    m_ended = false;
-    // A plug-in that throws is told of like one that says no.
     try {
-        if (!LoadPlugin(plugin, error)) {
-            return false;
-        }
+        m_host.RunAndWait([this] {
+            m_host.SetItemTexts(sonarGroup, recordingItem, {L"Idle", L"Recording"});
+            m_host.SetRoutes({L"Lane 1", L"Lane 2", L"Pipeline"});
+        });
         m_open = std::make_unique<vordal::OpenProject>(m_host, m_linkThread, ProjectOfFleet());
         if (!m_open->Problems().empty()) {
             error = m_open->Problems().front();
             return false;
         }
         WatchPorts();
-        m_open->Start(*m_plugin);
+        m_open->Start(*m_plugins);
     } catch (std::exception const& failure) {
         error = failure.what();
         return false;
@@ -160,18 +200,12 @@ bool WindowSession::ReadProject(std::string const& file, std::string& error)
         return false;
     }
     m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
-    auto const isHere = [&](CDataId const& id) {
-        return std::any_of(m_fleet.begin(), m_fleet.end(), [&](FleetVessel const& vessel) {
-            return std::any_of(vessel.sonars.begin(), vessel.sonars.end(),
-                               [&](FleetSonar const& sonar) { return sonar.id == id; });
-        });
-    };
-    // A view that showed a sonar of another session begins with one of this.
-    CDataInfo shown;
-    if (auto const view = m_project.views.find(viewName);
-        view != m_project.views.end() && std::as_const(view->second).FindValue(ATTR_DATAID).Get(shown) &&
-        isHere(shown.GetDataId())) {
-        m_view = view->second;
+    // A view that showed a device of another session begins with one of this.
+    for (auto const& [name, stored] : m_project.views) {
+        CDataInfo shown;
+        if (!stored.FindValue(ATTR_DATAID).Get(shown) || Find(shown.GetDataId()) != nullptr) {
+            m_views[name] = stored;
+        }
     }
     if (std::any_of(m_fleet.begin(), m_fleet.end(),
                     [&](FleetVessel const& vessel) { return vessel.number == m_project.activeVessel; })) {
@@ -197,51 +231,72 @@ vordal::StoredProject WindowSession::ProjectOfFleet() const
         }
         setup.configuration[steering::PipeDetectionSection][steering::EnablePipeDetectionItem] =
             vessel.detectsPipes ? L"1,1" : L"0,0";
-        for (FleetSonar const& sonar : vessel.sonars) {
-            // A port of its own, named by the sonar: other sonars of the project keep theirs.
-            CString const port = CString(L"port ") + sonar.id.GetKey();
-            project.ports.push_back({port, CString(protocol::DecodeUtf8(sonar.host)), sonar.port, {}});
-            auto const* const known = FindBy(m_project.devices, &vordal::StoredDevice::dataId, sonar.id);
-            project.devices.push_back({.dataId = sonar.id,
-                                       .className = deviceClass,
-                                       .name = sonar.name,
+        for (FleetDevice const& device : vessel.devices) {
+            // A port of its own, named by the device: other devices of the project keep theirs.
+            CString const port = device.port != 0 ? CString(L"port ") + device.id.GetKey() : CString();
+            if (device.port != 0) {
+                project.ports.push_back({port, CString(protocol::DecodeUtf8(device.host)), device.port, {}});
+            }
+            auto const* const known = FindBy(m_project.devices, &vordal::StoredDevice::dataId, device.id);
+            bool const isKnown = known != nullptr && known->className == device.className;
+            project.devices.push_back({.dataId = device.id,
+                                       .className = device.className,
+                                       .name = device.name,
                                        .portName = port,
                                        .enabled = true,
-                                       .attributes = known != nullptr ? known->attributes : CAttributeMap()});
-            auto const* const steered =
-                FindBy(m_project.computations, &vordal::ComputationSetup::dataId, SteeringOf(sonar.id));
-            project.computations.push_back(
-                SteeringComputation(sonar.id, steered != nullptr ? steered->attributes : SteeringAttributes()));
+                                       .attributes = isKnown ? known->attributes : CAttributeMap()});
+            if (device.isSonar) {
+                auto const* const steered =
+                    FindBy(m_project.computations, &vordal::ComputationSetup::dataId, SteeringOf(device.id));
+                project.computations.push_back(
+                    SteeringComputation(device.id, steered != nullptr ? steered->attributes : SteeringAttributes()));
+            }
         }
     }
     return project;
-}
-
-bool WindowSession::LoadPlugin(std::string const& plugin, std::string& error)
-{
-    m_host.RunAndWait([&] {
-        m_host.SetItemTexts(sonarGroup, recordingItem, {L"Idle", L"Recording"});
-        m_host.SetRoutes({L"Lane 1", L"Lane 2", L"Pipeline"});
-        m_plugin = vordal::PlugIn::Load(plugin, error);
-        if (m_plugin != nullptr) {
-            m_plugin->RegisterDevices();
-        }
-    });
-    return m_plugin != nullptr;
 }
 
 void WindowSession::WatchPorts()
 {
     std::size_t number = 0;
     for (FleetVessel const& vessel : m_fleet) {
-        for (FleetSonar const& sonar : vessel.sonars) {
+        for (FleetDevice const& device : vessel.devices) {
+            if (device.port == 0) {
+                continue;
+            }
             auto& port = *m_open->Ports()[number++];
             port.GetLink().SetObserver(
-                vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(sonar.name.View())));
+                vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View())));
             port.SetStatusListener(
-                [feed = m_feed, id = sonar.id](vordal::LinkStatus const& status) { feed->PutStatus(id, status); });
+                [feed = m_feed, id = device.id](vordal::LinkStatus const& status) { feed->PutStatus(id, status); });
         }
     }
+}
+
+FleetDevice const* WindowSession::Find(CDataId const& device) const
+{
+    for (FleetVessel const& vessel : m_fleet) {
+        if (auto const* const found = FindBy(vessel.devices, &FleetDevice::id, device)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+CString WindowSession::ViewClassFor(CDataId const& device)
+{
+    auto const* const found = DataManager::GetDataManager().FindDevice(device);
+    return found != nullptr ? m_plugins->ViewClassFor(*found) : CString();
+}
+
+CAttributeMap& WindowSession::StoredView(CString const& viewClass)
+{
+    bool const isOfSonars = std::any_of(m_fleet.begin(), m_fleet.end(), [&](FleetVessel const& vessel) {
+        return std::any_of(vessel.devices.begin(), vessel.devices.end(), [&](FleetDevice const& device) {
+            return device.isSonar && ViewClassFor(device.id) == viewClass;
+        });
+    });
+    return m_views[isOfSonars ? CString(sonarViewName) : CString(otherViewName) + viewClass];
 }
 
 std::vector<vordal::ListedVessel> WindowSession::Listed() const
@@ -251,9 +306,11 @@ std::vector<vordal::ListedVessel> WindowSession::Listed() const
         auto& listed = vessels.emplace_back();
         listed.number = vessel.number;
         listed.name = ToQt(vessel.name);
-        for (FleetSonar const& sonar : vessel.sonars) {
-            listed.devices.push_back(
-                {sonar.id, ToQt(sonar.name), QString::fromStdString(fmt::format("{}:{}", sonar.host, sonar.port))});
+        for (FleetDevice const& device : vessel.devices) {
+            listed.devices.push_back({device.id, ToQt(device.name),
+                                      device.port != 0
+                                          ? QString::fromStdString(fmt::format("{}:{}", device.host, device.port))
+                                          : QString()});
         }
     }
     return vessels;
@@ -261,7 +318,12 @@ std::vector<vordal::ListedVessel> WindowSession::Listed() const
 
 vordal::WindowRequests WindowSession::Requests()
 {
-    return {.selectSonar = [this](CDataId const& device) { m_host.SelectSonar(device); },
+    return {.selectSonar =
+                [this](CDataId const& device) {
+                    if (auto const* const found = Find(device); found != nullptr && found->isSonar) {
+                        m_host.SelectSonar(device);
+                    }
+                },
             .selectVessel =
                 [this](unsigned short number) {
                     m_activeVessel = number;
@@ -287,8 +349,8 @@ bool WindowSession::End(std::string& error)
         if (m_open != nullptr) {
             m_saved = m_open->Collect();
         }
-        if (m_plugin != nullptr) {
-            m_plugin->ReleaseSonars();
+        if (m_plugins != nullptr) {
+            m_plugins->ReleaseDevices();
         }
         m_host.RemoveAllDevices();
     });
@@ -296,7 +358,7 @@ bool WindowSession::End(std::string& error)
         LeaveWithoutHostThread();
     }
     m_open.reset(); // with its connections
-    m_plugin.reset();
+    m_plugins.reset();
     return SaveProject(error);
 }
 
@@ -307,7 +369,9 @@ void WindowSession::LeaveWithoutHostThread()
                        "the project keeps the sonars' settings as they were saved last\n");
     try {
         if (m_store != nullptr && m_begun) {
-            m_store->SaveView(viewName, m_view);
+            for (auto const& [name, stored] : m_views) {
+                m_store->SaveView(name, stored);
+            }
             m_store->SaveWindow(windowName, m_windowMemory);
         }
     } catch (vordal::StoreError const& failure) {
@@ -338,7 +402,9 @@ bool WindowSession::SaveProject(std::string& error)
             Put(project.computations, computation, &vordal::ComputationSetup::dataId);
         }
         project.activeVessel = m_activeVessel;
-        project.views[viewName] = m_view;
+        for (auto const& [name, stored] : m_views) {
+            project.views[name] = stored;
+        }
         if (!m_windowMemory.empty()) {
             project.windows[windowName] = m_windowMemory;
         }

@@ -5,7 +5,7 @@
 #include "reference_host/host/host_observer.h"
 #include "reference_host/link/live_traffic.h"
 #include "reference_host/link/sonar_link.h"
-#include "reference_host/loader/plugin_loader.h"
+#include "reference_host/loader/plugin_set.h"
 #include "reference_host/project/open_project.h"
 #include "reference_host/store/project_store.h"
 #include "reference_host/window/main_window.h"
@@ -13,19 +13,23 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace qx5::cli {
 
-/// A sonar of the session and where it is reached.
-struct FleetSonar
+/// A device of the session and where it is reached.
+struct FleetDevice
 {
     CDataId id;
+    CString className;
     CString name;
     std::string host;
-    std::uint16_t port = 0;
+    std::uint16_t port = 0; ///< 0: it has no connection
+    bool isSonar = true;    ///< it speaks the record protocol
 };
 
 struct FleetVessel
@@ -34,10 +38,10 @@ struct FleetVessel
     CString name;
     /// Pipe detection is set up on it, so that its sonars may be steered along a pipe.
     bool detectsPipes = false;
-    std::vector<FleetSonar> sonars;
+    std::vector<FleetDevice> devices;
 };
 
-/// Begin and End wait; everything between them returns at once. Used from the window thread.
+/// LoadPlugins, Begin and End wait; everything between them returns at once. Used from the window thread.
 class WindowSession final : private vordal::HostObserver
 {
 public:
@@ -47,24 +51,37 @@ public:
     /// Ends it, if that was not done.
     ~WindowSession() override;
 
-    /// Opens the project (no name: none is kept), loads the plug-in, makes the vessels with their sonars and begins to
-    /// connect them. False, and one line in `error`, when something of it cannot be had.
-    bool Begin(std::string const& plugin, std::vector<FleetVessel> const& fleet, std::string const& project,
-               std::string& error);
-    /// Ends in order: ping threads, devices, host thread, connections, plug-in; then saves the project with what View
-    /// and WindowMemory hold. Bounded: when a task on the host thread does not end, the process does. False, and one
-    /// line in `error`, when the project cannot be saved. The view must be closed before.
+    /// Loads all plug-ins; what they register can be asked for from here on. The first `told` of them must load, else
+    /// false and one line in `error`; one of the others that does not leaves a line in the log.
+    bool LoadPlugins(std::vector<std::filesystem::path> const& files, std::size_t told, std::string& error);
+    /// The classes of devices that the plug-ins offer.
+    std::vector<CString> DeviceClasses() const { return m_host.DeviceClasses(); }
+    /// The first whose devices are sonars; empty when there is none.
+    CString SonarClass();
+    /// Whether devices of that class speak the record protocol.
+    bool MakesSonars(CString const& deviceClass);
+
+    /// Opens the project (no name: none is kept), makes the vessels with their devices and begins to connect them.
+    /// False, and one line in `error`, when something of it cannot be had.
+    bool Begin(std::vector<FleetVessel> const& fleet, std::string const& project, std::string& error);
+    /// Ends in order: ping threads, devices, host thread, connections, plug-ins; then saves the project with what the
+    /// views stored and WindowMemory hold. Bounded: when a task on the host thread does not end, the process does.
+    /// False, and one line in `error`, when the project cannot be saved. The view must be closed before.
     bool End(std::string& error);
 
     vordal::Host& Host() { return m_host; }
-    /// The sonars as the window lists them.
+    /// Null for a device that is not of the fleet.
+    FleetDevice const* Find(CDataId const& device) const;
+    /// The view class that shows the device; empty when its plug-in has none.
+    CString ViewClassFor(CDataId const& device);
+    /// The devices as the window lists them.
     std::vector<vordal::ListedVessel> Listed() const;
     unsigned short ActiveVessel() const { return m_activeVessel; }
     /// What the window may ask for.
     vordal::WindowRequests Requests();
 
-    /// What the view stored when it was last open; at first the first sonar is what it shows.
-    CAttributeMap& View() { return m_view; }
+    /// What the view of that class stored when it was last open.
+    CAttributeMap& StoredView(CString const& viewClass);
     std::vector<unsigned char>& WindowMemory() { return m_windowMemory; }
 
 private:
@@ -75,7 +92,6 @@ private:
     bool ReadProject(std::string const& file, std::string& error);
     /// What is at work in this session: its fleet, with what the project keeps of it.
     vordal::StoredProject ProjectOfFleet() const;
-    bool LoadPlugin(std::string const& plugin, std::string& error);
     void WatchPorts();
     bool SaveProject(std::string& error);
     [[noreturn]] void LeaveWithoutHostThread();
@@ -83,7 +99,7 @@ private:
     std::shared_ptr<vordal::WindowFeed> const m_feed;
     std::unique_ptr<vordal::ProjectStore> m_store;
     vordal::StoredProject m_project;
-    CAttributeMap m_view;
+    std::map<CString, CAttributeMap> m_views; ///< by the names that the project keeps them under
     std::vector<unsigned char> m_windowMemory;
     unsigned short m_activeVessel = 1;
     std::vector<FleetVessel> m_fleet;
@@ -94,7 +110,7 @@ private:
     vordal::LiveTraffic m_traffic;
     vordal::Host m_host{vordal::Threading::Threaded};
     vordal::LinkThread m_linkThread;
-    std::unique_ptr<vordal::PlugIn> m_plugin;
+    std::unique_ptr<vordal::PlugIns> m_plugins;
     std::unique_ptr<vordal::OpenProject> m_open;
 };
 

@@ -6,7 +6,7 @@
 
 struct CRuntimeClass;
 
-/// The list. Window thread.
+/// The list. Any thread.
 class VORDAL_API CViewList
 {
 public:

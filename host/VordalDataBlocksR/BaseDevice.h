@@ -50,6 +50,7 @@ public:
     virtual void SetDeviceDriverName(CString const& name);
     virtual CString const& GetDeviceName() const;
     virtual CString& GetDeviceName();
+    /// The name that the device's class is registered under (CDevList); the host sets it when it has made the device.
     virtual CString const& GetDeviceDriverName() const;
     virtual CString& GetDeviceDriverName();
     /// Where the device sits on the vessel (the attribute ATTR_DEVICEOFFSET; zeros when it has none).
@@ -105,7 +106,12 @@ public:
     virtual bool DoOutput(long output);
 
     // Messages and blocks.
-    /// Bytes that arrived on the port for this device; link thread.
+    /// Bytes that arrived on the port of a device whose frames are its own. A port hands over what it received, in
+    /// order and as it came: a message may lie in several calls, several messages in one; a lost connection shows by
+    /// HandlePortDisConnected, and what was begun before does not go on. `message` is the host's, holds `size` bytes (1
+    /// to 65,536) without a 0 behind them, is valid during the call, and may be written into. Each device of a port
+    /// gets all bytes of its own. False: the device had no use for the bytes; the host counts them and says so once.
+    /// Host thread. A port of the record protocol decodes its frames itself and hands over nothing.
     virtual bool ProcessMessage(char* message, int size);
     virtual bool SendCommandPort(CString const& command);
     virtual bool ProcessCommandPort(CString const& command);

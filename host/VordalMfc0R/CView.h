@@ -10,7 +10,8 @@ class QWidget;
 /// Hints of CView::OnUpdate and CDisplayMap::UpdateAllDisplays. A view ignores every hint that it does not know.
 enum DisplayUpdateHint : int
 {
-    HINT_SELECT_DEVICE = 128,    ///< data is a CDataId const*: the device to show
+    HINT_SELECT_DEVICE = 128,    ///< data is a CDataId const*: the device to show; to a new display that has nothing
+                                 ///< stored, and when the operator has chosen another device of its plug-in
     HINT_TERMINAL_DISPLAY = 298, ///< no data: the operator terminal turned to the displays
     HINT_SNAPSHOT_SHOWN = 299,   ///< no data: the snapshot display came to the front
     HINT_STEP_DOWN = 300,        ///< no data: the operator terminal stepped down

@@ -7,7 +7,7 @@
 class VORDALMultiDocTemplate;
 
 /// The list. A device names the template of its control view here (BaseDevice::SetDeviceCtrlViewType). It refers to
-/// templates and owns none. Window thread.
+/// templates and owns none. Any thread.
 class VORDAL_API CDocTemplateList
 {
 public:

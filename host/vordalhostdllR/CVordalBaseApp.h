@@ -35,7 +35,7 @@ public:
     virtual CPrsConfiguration& GetPresConfig() = 0;
 
     /// Takes ownership of a template. The host deletes it before it unloads the module that made it, with every display
-    /// made of it closed. Null is ignored. Window thread.
+    /// made of it closed. Null is ignored. Any thread.
     virtual void AddDocTemplate(VORDALMultiDocTemplate* displayTemplate) = 0;
 
     /// Sets up another display and opens it. `viewKey` numbers the view among those of its type, 0 for any. `settings`

@@ -37,7 +37,7 @@ public:
 /// What makes a display.
 struct DisplayContent
 {
-    /// Of CViewList, such as "QX5SonarConfigurationView".
+    /// Of CViewList.
     CString viewClass;
     /// Where it stands in the display map (see CDisplayMap::GetDisplayName); empty for a display that is not in it.
     CString name;

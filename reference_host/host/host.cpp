@@ -366,7 +366,9 @@ std::vector<CString> Host::DisplayTemplates() const
     return m_state->displays.TemplateNames();
 }
 
-std::unique_ptr<Device> Host::MakeDevice(CString const& className)
+namespace {
+
+std::unique_ptr<Device> MakeDeviceOf(CString const& className)
 {
     if (className == L"QX5Device") {
         return std::make_unique<QX5Device>();
@@ -381,6 +383,17 @@ std::unique_ptr<Device> Host::MakeDevice(CString const& className)
     }
     static_cast<void>(made.release()); // the same object as `device`
     return std::unique_ptr<Device>(device);
+}
+
+} // namespace
+
+std::unique_ptr<Device> Host::MakeDevice(CString const& className)
+{
+    auto device = MakeDeviceOf(className);
+    if (device != nullptr) {
+        device->SetDeviceDriverName(className);
+    }
+    return device;
 }
 
 Device* Host::AddDevice(std::unique_ptr<Device> device, CDataId const& dataId, CString const& name)

@@ -158,7 +158,7 @@ public:
 
     // Devices.
     /// A device of a class that a plug-in has registered, or of the host's own "QX5Device" or "Device"; not yet known
-    /// to anybody. Null when there is no such class.
+    /// to anybody; its driver name is the class. Null when there is no such class.
     std::unique_ptr<Device> MakeDevice(CString const& className);
     /// Takes the device in under this id, with a buffer, as the last one. The id must be free: otherwise null, and the
     /// device is gone.

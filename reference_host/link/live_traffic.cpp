@@ -1,6 +1,7 @@
 // Sends of sonar devices as frames on their live connections.
 #include "live_traffic.h"
 
+#include "raw_port.h"
 #include "x5_port.h"
 
 #include <VordalBaseR/CExTime.h>
@@ -23,12 +24,18 @@ namespace protocol = qx5::protocol;
 
 constexpr std::size_t SmallFrame = 1024;
 
-X5Port* PortOf(SonarTraffic::Sender const& sender)
+/// The sender's port if it is of that class, otherwise null.
+template <typename Port>
+Port* PortAs(SonarTraffic::Sender const& sender)
 {
     // The class is final, so its type is this or it is another port; comparing types costs less than a cast.
-    static_assert(std::is_final_v<X5Port>);
-    return sender.port != nullptr && typeid(*sender.port) == typeid(X5Port) ? static_cast<X5Port*>(sender.port)
-                                                                            : nullptr;
+    static_assert(std::is_final_v<Port>);
+    return sender.port != nullptr && typeid(*sender.port) == typeid(Port) ? static_cast<Port*>(sender.port) : nullptr;
+}
+
+X5Port* PortOf(SonarTraffic::Sender const& sender)
+{
+    return PortAs<X5Port>(sender);
 }
 
 /// Frames `payload` behind the data section that `fill` writes into its first `leading` bytes, and sends it.
@@ -104,7 +111,10 @@ bool LiveTraffic::SendData(Sender const& sender, std::uint32_t recordId, std::sp
 
 bool LiveTraffic::SendRaw(Sender const& sender, std::string_view bytes, bool)
 {
-    auto* const port = PortOf(sender);
+    if (auto* const sonar = PortOf(sender)) {
+        return sonar->Send(BytesOf(bytes));
+    }
+    auto* const port = PortAs<RawPort>(sender);
     return port != nullptr && port->Send(BytesOf(bytes));
 }
 

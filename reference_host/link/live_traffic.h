@@ -10,9 +10,10 @@ namespace vordal {
 class SonarLink;
 
 /// Frames what devices send and gives it to the X5Port that the sender is attached to; a sender without one, or with a
-/// port of another kind, is not connected. Device id and enumerator are written as given, the enumerator's low 16 bits.
-/// Remote-control records bear the command id as ticket and 0 as tracking number, and the host's time. A record
-/// request is this project's own remote-control command. Any thread; frames up to 1 KiB cost no allocation.
+/// port of another kind, is not connected. Raw bytes leave by a RawPort, too. Device id and enumerator are written as
+/// given, the enumerator's low 16 bits. Remote-control records bear the command id as ticket and 0 as tracking number,
+/// and the host's time. A record request is this project's own remote-control command. Any thread; frames up to 1 KiB
+/// cost no allocation.
 class VORDAL_API LiveTraffic final : public SonarTraffic
 {
 public:

@@ -219,7 +219,7 @@ public:
             // Also when this frame left at once: that is rare and costs nothing.
             SendGathering::Hold(weak_from_this(), m_core.lock());
         }
-        if (m_observed.load(std::memory_order_acquire)) {
+        if (m_options.framed && m_observed.load(std::memory_order_acquire)) {
             Trace({true, m_options.clock(), accepted, frame});
         }
         return true;
@@ -672,6 +672,11 @@ private:
     void TakeBytesOnLinkThread(std::uint64_t attempt, std::span<unsigned char const> bytes)
     {
         m_bytesIn.fetch_add(bytes.size(), std::memory_order_relaxed);
+        if (!m_options.framed) {
+            m_proven = true;
+            m_listener->OnLinkBytes(bytes, m_options.clock());
+            return;
+        }
         m_reader.Feed(bytes);
         if (!TakeFramesOnLinkThread(attempt)) {
             return;

@@ -74,6 +74,8 @@ public:
     virtual void OnLinkStatus(LinkStatus const& status) = 0;
     /// One complete, checked frame; its bytes are valid during the call. `time` is host time in seconds.
     virtual void OnLinkFrame(qx5::protocol::FrameView const& frame, double time) = 0;
+    /// Of a link without frames, in place of the above: bytes as they came, 1 to 65,536, valid during the call.
+    virtual void OnLinkBytes(std::span<unsigned char const>, double) {}
     /// One line worth keeping in the log, such as the first garbage of a connection, or what a connection took with it
     /// when it was lost: records that were sent and that the sonar's system did not acknowledge.
     virtual void OnLinkReport(std::string_view line) = 0;
@@ -128,10 +130,14 @@ struct LinkOptions
     /// A frame that was begun and gets no further byte for so long is damage: its reader goes on inside of it.
     std::chrono::milliseconds idleLimit{5000};
     LineWatch watch;
+    /// False: what arrives has frames of its own, which are the listener's to find; it goes out as OnLinkBytes and is
+    /// not seen by the observer, and neither is what is sent.
+    bool framed = true;
     BackOffSchedule backOff;
     /// For one attempt, name look-up included.
     std::chrono::milliseconds connectTimeout{5000};
-    /// A connection that stood this long, or brought one good frame, starts the back-off anew when it is lost.
+    /// A connection that stood this long, or brought one good frame (without frames: a byte), starts the back-off anew
+    /// when it is lost.
     std::chrono::milliseconds provenAfter{5000};
     /// Empty: the system's own look-up.
     NameLookUp lookUp;

@@ -24,75 +24,32 @@ namespace {
 
 namespace protocol = qx5::protocol;
 
-constexpr std::size_t GreatestUndeliveredTrees = 256;
-constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
-
 } // namespace
 
 X5Port::X5Port(Host& host, LinkThread& thread, CString name, LinkOptions options)
-    : m_host(host), m_name(std::move(name)), m_link(thread, std::move(options), *this)
+    : LivePort(host, thread, std::move(name), std::move(options), *this, *this)
 {
 }
 
 X5Port::~X5Port()
 {
-    m_link.Close();
+    End();
     if (auto const refusals = PlaybackRefusals(); refusals > 1) {
-        Log(LogLevel::Info, tvcore::ToUtf8(m_name) + ": " + std::to_string(refusals) +
+        Log(LogLevel::Info, tvcore::ToUtf8(GetName()) + ": " + std::to_string(refusals) +
                                 " playback commands in all were refused, as the sonar is live");
     }
-    m_life.reset();
 }
 
-void X5Port::Open()
+void X5Port::OnConnectionBegins()
 {
-    m_link.Open();
+    m_damageTold = false;
 }
 
-void X5Port::Close()
+void X5Port::OnDevicesTold(bool connected)
 {
-    m_link.Close();
-    PostToHost([this] { TellDevices({}); });
-}
-
-void X5Port::PostToHost(std::function<void()> task)
-{
-    m_host.Post([life = std::weak_ptr<int>(m_life), task = std::move(task)] {
-        if (!life.expired()) {
-            task();
-        }
-    });
-}
-
-void X5Port::OnLinkStatus(LinkStatus const& status)
-{
-    if (status.state == LinkState::Connected) {
-        m_damageTold = false;
-    }
-    PostToHost([this, status] { TellDevices(status); });
-}
-
-void X5Port::TellDevices(LinkStatus const& status)
-{
-    auto const connected = status.state == LinkState::Connected;
-    if (connected != m_devicesConnected) {
-        m_devicesConnected = connected;
-        m_settingsTold.clear();
-        m_strangerTold = false;
-        for (int index = 0; auto* const device = GetDevice(index); ++index) {
-            if (connected) {
-                device->HandlePortConnect();
-                device->HandlePortConnected();
-            } else {
-                device->HandlePortDisConnect();
-                device->HandlePortDisConnected();
-            }
-        }
-        TellStreamsOfConnection(connected);
-    }
-    if (m_statusListener) {
-        m_statusListener(status);
-    }
+    m_settingsTold.clear();
+    m_strangerTold = false;
+    TellStreamsOfConnection(connected);
 }
 
 void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
@@ -105,19 +62,14 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     if (!nodes) {
         m_droppedTrees.fetch_add(1);
         if (!std::exchange(m_damageTold, true)) {
-            Log(LogLevel::Warning, tvcore::ToUtf8(m_name) + ": attributes from the sonar are dropped, " + error +
+            Log(LogLevel::Warning, tvcore::ToUtf8(GetName()) + ": attributes from the sonar are dropped, " + error +
                                        "; said once for this connection");
         }
         return;
     }
-    auto const bytes = frame.bytes.size();
-    CountUndelivered(bytes);
     protocol::Target const from{static_cast<std::int32_t>(frame.header.deviceId),
                                 static_cast<std::int16_t>(frame.header.enumerator)};
-    PostToHost([this, bytes, from, tree = ToAttributeMap(*nodes)] {
-        Deliver(from, tree);
-        CountDelivered(bytes);
-    });
+    PostPiece(frame.bytes.size(), [this, from, tree = ToAttributeMap(*nodes)] { Deliver(from, tree); });
 }
 
 void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
@@ -125,12 +77,12 @@ void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
     auto const devices = AddresseesOf(*this, from);
     if (devices.empty() && Count() > 0 && !std::exchange(m_strangerTold, true)) {
         Log(LogLevel::Warning,
-            tvcore::ToUtf8(m_name) + ": attributes of " + std::to_string(from.deviceId) + "/" +
+            tvcore::ToUtf8(GetName()) + ": attributes of " + std::to_string(from.deviceId) + "/" +
                 std::to_string(from.enumerator) +
                 " are dropped, no device on this port has this \"DeviceId\" and \"DeviceEnum\"; said once for this "
                 "connection");
     }
-    auto const settings = SettingsBlockOf(tree, m_host.Now());
+    auto const settings = SettingsBlockOf(tree, GetHost().Now());
     auto const status = StreamStatusOf(tree);
     bool const isPing = IsPingAnswer(tree);
     for (BaseDevice* const device : devices) {
@@ -144,7 +96,7 @@ void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
             m_settingsTold.push_back(dataId);
             isData = true;
         }
-        m_host.MergeDecoded(*device, tree);
+        GetHost().MergeDecoded(*device, tree);
         PutStreamData(*device, status, isData ? settings : std::nullopt);
     }
 }
@@ -169,40 +121,10 @@ void X5Port::PutStreamData(BaseDevice const& device, std::optional<unsigned shor
         return;
     }
     if (status) {
-        m_host.SetBufferStatus(dataId, *status);
+        GetHost().SetBufferStatus(dataId, *status);
     }
     if (block) {
-        m_host.PutBlock(dataId, *block);
-    }
-}
-
-void X5Port::OnLinkReport(std::string_view line)
-{
-    Log(LogLevel::Warning, tvcore::ToUtf8(m_name) + ": " + std::string(line));
-}
-
-// Pausing and resuming stay under the lock, so that their order is that of the counts; neither reaches back to here.
-
-void X5Port::CountUndelivered(std::size_t bytes)
-{
-    std::lock_guard const lock(m_undeliveredMutex);
-    ++m_undeliveredTrees;
-    m_undeliveredBytes += bytes;
-    if (!m_paused && (m_undeliveredTrees > GreatestUndeliveredTrees || m_undeliveredBytes > GreatestUndeliveredBytes)) {
-        m_paused = true;
-        m_link.SetReadingPaused(true);
-    }
-}
-
-void X5Port::CountDelivered(std::size_t bytes)
-{
-    std::lock_guard const lock(m_undeliveredMutex);
-    --m_undeliveredTrees;
-    m_undeliveredBytes -= bytes;
-    if (m_paused && m_undeliveredTrees <= GreatestUndeliveredTrees / 2 &&
-        m_undeliveredBytes <= GreatestUndeliveredBytes / 2) {
-        m_paused = false;
-        m_link.SetReadingPaused(false);
+        GetHost().PutBlock(dataId, *block);
     }
 }
 
@@ -211,8 +133,8 @@ void X5Port::RefusePlayback(Playback operation, std::string_view why)
     m_playbackRefusals.fetch_add(1, std::memory_order_relaxed);
     auto const bit = 1U << static_cast<unsigned>(operation);
     if ((m_playbackRefusalsTold.fetch_or(bit, std::memory_order_relaxed) & bit) == 0) {
-        Log(LogLevel::Info,
-            tvcore::ToUtf8(m_name) + ": a live sonar " + std::string(why) + "; said once for this port, then counted");
+        Log(LogLevel::Info, tvcore::ToUtf8(GetName()) + ": a live sonar " + std::string(why) +
+                                "; said once for this port, then counted");
     }
 }
 
@@ -252,7 +174,7 @@ bool X5Port::SendRemoteControlCommandWithPassThrough(std::uint32_t recordId, voi
     try {
         auto const command = protocol::EncodePassThrough(
             {{static_cast<std::int32_t>(deviceId), static_cast<std::int32_t>(enumerator)}, recordId, bytes});
-        return SendRemoteControlRecord(m_link, protocol::records::PassThroughCommand.Id(), command,
+        return SendRemoteControlRecord(GetLink(), protocol::records::PassThroughCommand.Id(), command,
                                        protocol::SonarProcessor.deviceId, protocol::SonarProcessor.enumerator);
     } catch (std::length_error const&) {
         return false;

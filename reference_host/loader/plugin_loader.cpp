@@ -5,20 +5,17 @@
 #include "reference_host/loader/version_check.h"
 #include "reference_host/platform/module.h"
 
+#include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VersionControlR/CheckDllVersion.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace vordal {
 namespace {
 
 thread_local std::string versionRefusal;
-
-// Members of the plug-in's exported class QX5SonarConfigurationInfo, which is the plug-in's and known here by the names
-// alone that the compilers of this platform give its members: Instance, Init and Exit.
-constexpr char const* pingControlInstance = "_ZN25QX5SonarConfigurationInfo8InstanceEv";
-constexpr char const* pingControlInit = "_ZN25QX5SonarConfigurationInfo4InitEv";
-constexpr char const* pingControlExit = "_ZN25QX5SonarConfigurationInfo4ExitEv";
 
 std::string VersionText(unsigned version)
 {
@@ -44,6 +41,19 @@ private:
     }
 };
 
+/// Runs a registration and appends to `added` the names that it brought into one of the host's lists, in their order.
+template <typename Register>
+void NoteAdded(std::vector<CString>& added, std::vector<CString> (Host::*list)() const, Register const& registration)
+{
+    auto const* const host = Host::CurrentOrNull();
+    auto const before = host != nullptr ? (host->*list)() : std::vector<CString>();
+    registration();
+    if (host != nullptr) {
+        auto const after = (host->*list)();
+        std::set_difference(after.begin(), after.end(), before.begin(), before.end(), std::back_inserter(added));
+    }
+}
+
 } // namespace
 
 std::string TakeVersionRefusal()
@@ -64,29 +74,27 @@ struct PlugIn::Body
     void (*deviceCtrlInit)(unsigned short, unsigned short, unsigned short, unsigned short) = nullptr;
     bool (*libraryAttach)() = nullptr;
     void (*libraryDetach)() = nullptr;
+    // Optional.
+    void (*discoverDevices)() = nullptr;
+    void (*releaseDevices)() = nullptr;
+
+    std::vector<CString> deviceClasses;
+    std::vector<CString> viewClasses;
 
     bool attached = false;
     bool devicesRegistered = false;
     bool templatesInitialized = false;
 
-    /// Calls a member without arguments of the plug-in's one object of ping control, if it has such a class.
-    void CallPingControl(char const* member)
-    {
-        auto* const instance = reinterpret_cast<void* (*)()>(module.Find(pingControlInstance));
-        auto* const function = reinterpret_cast<void (*)(void*)>(module.Find(member));
-        if (instance != nullptr && function != nullptr) {
-            function(instance());
-        }
-    }
-
     /// The name of the first entry point that is missing; null when all are there.
     char const* FindEntryPoints()
     {
         char const* missing = nullptr;
+        auto const findIfThere = [&](auto& function, char const* name) {
+            function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(module.Find(name));
+        };
         auto const find = [&](auto& function, char const* name) {
-            auto* const found = module.Find(name);
-            function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(found);
-            if (found == nullptr && missing == nullptr) {
+            findIfThere(function, name);
+            if (function == nullptr && missing == nullptr) {
                 missing = name;
             }
         };
@@ -98,6 +106,8 @@ struct PlugIn::Body
         find(deviceCtrlInit, "DeviceCtrlInit");
         find(libraryAttach, "LibraryAttach");
         find(libraryDetach, "LibraryDetach");
+        findIfThere(discoverDevices, "DiscoverDevices");
+        findIfThere(releaseDevices, "ReleaseDevices");
         return missing;
     }
 };
@@ -172,19 +182,20 @@ std::filesystem::path const& PlugIn::File() const
 void PlugIn::RegisterDevices()
 {
     m_body->devicesRegistered = true;
-    m_body->registerDevices();
+    NoteAdded(m_body->deviceClasses, &Host::DeviceClasses, m_body->registerDevices);
 }
 
 bool PlugIn::UnRegisterDevices()
 {
     m_body->devicesRegistered = false;
+    m_body->deviceClasses.clear();
     return m_body->unRegisterDevices();
 }
 
 void PlugIn::RegisterViews()
 {
     Registrant const registrant(m_body.get());
-    m_body->registerViews();
+    NoteAdded(m_body->viewClasses, &Host::ViewClasses, m_body->registerViews);
 }
 
 void PlugIn::InitializeTemplates(CVordalBaseApp* application)
@@ -205,14 +216,39 @@ void PlugIn::DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigne
     m_body->deviceCtrlInit(vessel, group, device, type);
 }
 
-void PlugIn::DiscoverSonars()
+void PlugIn::DiscoverDevices()
 {
-    m_body->CallPingControl(pingControlInit);
+    if (m_body->discoverDevices != nullptr) {
+        m_body->discoverDevices();
+    }
 }
 
-void PlugIn::ReleaseSonars()
+void PlugIn::ReleaseDevices()
 {
-    m_body->CallPingControl(pingControlExit);
+    if (m_body->releaseDevices != nullptr) {
+        m_body->releaseDevices();
+    }
+}
+
+std::vector<CString> const& PlugIn::DeviceClasses() const
+{
+    return m_body->deviceClasses;
+}
+
+std::vector<CString> const& PlugIn::ViewClasses() const
+{
+    return m_body->viewClasses;
+}
+
+CString PlugIn::SonarClass() const
+{
+    for (CString const& name : m_body->deviceClasses) {
+        auto const device = Host::Current().MakeDevice(name);
+        if (dynamic_cast<QX5Device const*>(device.get()) != nullptr) {
+            return name;
+        }
+    }
+    return {};
 }
 
 void* PlugIn::FindFunction(char const* name) const

@@ -1,11 +1,13 @@
 // Loads a plug-in, refuses one that does not fit, and takes it out again.
 #pragma once
 
+#include <VordalBaseR/CString.h>
 #include <VordalBaseR/Export.h>
 
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 class CVordalBaseApp;
 
@@ -33,13 +35,20 @@ public:
     void RegisterViews();
     void InitializeTemplates(CVordalBaseApp* application);
     void UnInitializeTemplates();
-    /// The fields of a device's id: vessel, group, device number, type.
+    /// The fields of a device's id: vessel, group, device number, type. For devices of this plug-in's classes.
     void DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device, unsigned short type);
 
-    /// The plug-in's discovery of sonars under ping control, and its end; without such functions nothing happens.
-    /// Release them before devices are destroyed.
-    void DiscoverSonars();
-    void ReleaseSonars();
+    /// The optional entry points DiscoverDevices and ReleaseDevices; without them nothing happens. Release before
+    /// devices are destroyed.
+    void DiscoverDevices();
+    void ReleaseDevices();
+
+    /// The classes that RegisterDevices and RegisterViews of this plug-in added to the host's lists, by name.
+    std::vector<CString> const& DeviceClasses() const;
+    std::vector<CString> const& ViewClasses() const;
+    /// The first of its device classes whose devices speak the record protocol (QX5Device); empty when none does. Makes
+    /// a device of each class in turn to see, and destroys it.
+    CString SonarClass() const;
 
     /// An exported C function beyond the required ones; null when there is none of that name.
     void* FindFunction(char const* name) const;

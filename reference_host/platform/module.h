@@ -6,6 +6,9 @@
 
 namespace vordal::platform {
 
+/// What the name of a module's file ends in.
+inline constexpr char const* ModuleExtension = ".so";
+
 /// A loaded module; unloaded when this goes.
 class Module
 {

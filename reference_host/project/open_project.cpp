@@ -2,9 +2,12 @@
 #include "open_project.h"
 
 #include "reference_host/host/host.h"
+#include "reference_host/link/raw_port.h"
 #include "reference_host/link/sonar_link.h"
-#include "reference_host/loader/plugin_loader.h"
+#include "reference_host/link/x5_port.h"
+#include "reference_host/loader/plugin_set.h"
 
+#include <HalvaneX5InterfaceR/QX5Device.h>
 #include <tvcoreR/Utf8.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/Device.h>
@@ -16,13 +19,6 @@ namespace vordal {
 OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project)
     : m_host(host), m_project(std::move(project))
 {
-    for (StoredPort const& stored : m_project.ports) {
-        LinkOptions options;
-        options.host = tvcore::ToUtf8(stored.host);
-        options.port = stored.tcpPort;
-        options.watch = stored.watch;
-        m_ports.push_back(std::make_unique<X5Port>(m_host, thread, stored.name, options));
-    }
     m_host.RunAndWait([this] {
         for (VesselSetup const& vessel : m_project.vessels) {
             m_host.AddVessel(vessel);
@@ -53,6 +49,29 @@ OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project)
             m_host.AddComputation(computation);
         }
     });
+    for (StoredPort const& stored : m_project.ports) {
+        m_ports.push_back(MakePort(thread, stored));
+    }
+}
+
+std::unique_ptr<LivePort> OpenProject::MakePort(LinkThread& thread, StoredPort const& stored) const
+{
+    LinkOptions options;
+    options.host = tvcore::ToUtf8(stored.host);
+    options.port = stored.tcpPort;
+    options.watch = stored.watch;
+    bool hasDevice = false;
+    bool hasSonar = false;
+    for (MadeDevice const& made : m_devices) {
+        if (m_project.devices[made.stored].portName == stored.name) {
+            hasDevice = true;
+            hasSonar = hasSonar || dynamic_cast<QX5Device const*>(made.device) != nullptr;
+        }
+    }
+    if (hasDevice && !hasSonar) {
+        return std::make_unique<RawPort>(m_host, thread, stored.name, options);
+    }
+    return std::make_unique<X5Port>(m_host, thread, stored.name, options);
 }
 
 OpenProject::~OpenProject()
@@ -61,8 +80,8 @@ OpenProject::~OpenProject()
         port->Close();
     }
     m_host.RunAndWait([this] {
-        if (m_plugin != nullptr) {
-            m_plugin->ReleaseSonars();
+        if (m_plugIns != nullptr) {
+            m_plugIns->ReleaseDevices();
         }
         for (MadeDevice const& made : m_devices) {
             m_host.RemoveDevice(made.device);
@@ -71,22 +90,21 @@ OpenProject::~OpenProject()
     });
 }
 
-void OpenProject::Start(PlugIn& plugin)
+void OpenProject::Start(PlugIns& plugIns)
 {
-    m_plugin = &plugin;
+    m_plugIns = &plugIns;
     m_host.RunAndWait([&] {
-        plugin.RegisterViews();
-        plugin.InitializeTemplates(m_host.Application());
+        plugIns.RegisterViews();
+        plugIns.InitializeTemplates(m_host.Application());
         for (MadeDevice const& made : m_devices) {
-            CDataId const& id = made.device->GetDataId();
-            plugin.DeviceCtrlInit(id.GetVessel(), id.GetGroupId(), id.GetDeviceNum(), id.GetType());
+            plugIns.DeviceCtrlInit(*made.device);
             // The computations are there: what a device is mounted on is found.
             m_host.ApplyDevice(*made.device, true);
         }
         for (MadeDevice const& made : m_devices) {
             StoredDevice const& stored = m_project.devices[made.stored];
-            if (X5Port* const port = FindPort(stored.portName); port != nullptr && stored.enabled) {
-                m_host.SetPort(*made.device, port);
+            if (LivePort* const port = FindPort(stored.portName); port != nullptr && stored.enabled) {
+                m_host.SetPort(*made.device, &port->Handler());
             }
         }
     });
@@ -95,7 +113,7 @@ void OpenProject::Start(PlugIn& plugin)
     }
 }
 
-X5Port* OpenProject::FindPort(CString const& name) const
+LivePort* OpenProject::FindPort(CString const& name) const
 {
     for (auto const& port : m_ports) {
         if (port->GetName() == name) {

@@ -7,6 +7,7 @@
 
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalBaseR/CDataInfo.h>
+#include <VordalMfc0R/CView.h>
 
 #include <utility>
 
@@ -41,6 +42,13 @@ bool ViewFrame::Open(DisplayContent content, std::string& reason)
     m_display->InitialUpdate();
     m_display->DeliverSize(RestoredSize, width(), height());
     return true;
+}
+
+void ViewFrame::SelectDevice(CDataId const& device)
+{
+    if (m_display != nullptr) {
+        m_display->DeliverUpdate(nullptr, HINT_SELECT_DEVICE, &device);
+    }
 }
 
 void ViewFrame::Close()

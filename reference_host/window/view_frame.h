@@ -25,8 +25,11 @@ public:
     explicit ViewFrame(QWidget* parent = nullptr);
     ~ViewFrame() override;
 
-    /// Opens the display and runs its initial update; once. False, and why in one line, when there is no such view.
+    /// Opens the display and runs its initial update; again once it was closed. False, and why in one line, when there
+    /// is no such view.
     bool Open(DisplayContent content, std::string& reason);
+    /// Raises the hint that tells the view which device it is to show; without a display it does nothing.
+    void SelectDevice(CDataId const& device);
     /// Closes the display; what it stored stays to be asked for. Twice is fine.
     void Close();
 

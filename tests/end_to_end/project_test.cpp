@@ -1,7 +1,7 @@
 // A project from its file to sonars that answer, and back into the file.
 #include "stage.h"
 
-#include <reference_host/loader/plugin_loader.h>
+#include <reference_host/loader/plugin_set.h>
 #include <reference_host/project/open_project.h>
 #include <reference_host/store/project_store.h>
 
@@ -74,13 +74,8 @@ TEST_F(Projects, AreMadeLoadedAppliedConnectedFollowedAndSaved)
     host.SetTraffic(&traffic);
     host.SetApplication({});
     std::string reason;
-    std::unique_ptr<vordal::PlugIn> plugin;
-    host.RunAndWait([&] {
-        plugin = vordal::PlugIn::Load(QX5_PLUGIN_FILE, reason);
-        ASSERT_NE(plugin, nullptr) << reason;
-        plugin->RegisterDevices();
-    });
-    ASSERT_NE(plugin, nullptr);
+    auto plugIns = std::make_unique<vordal::PlugIns>();
+    host.RunAndWait([&] { EXPECT_TRUE(plugIns->Add(QX5_PLUGIN_FILE, reason)) << reason; });
     {
         vordal::OpenProject project(host, linkThread, vordal::ProjectStore(File()).Load());
         EXPECT_EQ(project.Problems(), std::vector<std::string>{"the device \"winch\" is left out: no plug-in has "
@@ -92,7 +87,7 @@ TEST_F(Projects, AreMadeLoadedAppliedConnectedFollowedAndSaved)
         DataManager::GetDataManager().GetAttributeMap(first, tree);
         EXPECT_FALSE(tree.Has(L"Request", 0)) << "a stored request does not come back to life";
 
-        project.Start(*plugin);
+        project.Start(*plugIns);
         EXPECT_TRUE(Eventually([&] {
             return project.FindPort(L"port-1")->GetLink().IsConnected() &&
                    project.FindPort(L"port-2")->GetLink().IsConnected();
@@ -119,7 +114,7 @@ TEST_F(Projects, AreMadeLoadedAppliedConnectedFollowedAndSaved)
     }
     EXPECT_TRUE(host.Devices().empty());
     host.Stop();
-    plugin.reset();
+    plugIns.reset();
 
     auto const saved = vordal::ProjectStore(File()).Load();
     ASSERT_EQ(saved.devices.size(), 3U);

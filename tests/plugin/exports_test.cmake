@@ -8,8 +8,8 @@ if(failed)
 endif()
 
 set(awaited
-  DeviceCtrlInit InitializeTemplates LibraryAttach LibraryDetach RegisterDevices RegisterViews UnInitializeTemplates
-  UnRegisterDevices)
+  DeviceCtrlInit DiscoverDevices InitializeTemplates LibraryAttach LibraryDetach RegisterDevices RegisterViews
+  ReleaseDevices UnInitializeTemplates UnRegisterDevices)
 # What a compiler makes of an exported class with virtual functions, and some members that stand for all.
 foreach(class QX5SonarConfigurationControlDevice QX5SonarConfigurationInfo)
   list(APPEND awaited "vtable for ${class}" "typeinfo for ${class}" "typeinfo name for ${class}")

@@ -164,7 +164,7 @@ void LiveOnce(vordal::Threading threading)
         CAttributeMap request;
         request.Add(L"x5Range", CVordalDouble(50.0), 0);
         host.DeliverRequest(*sonar, &request);
-        plugin->ReleaseSonars();
+        plugin->ReleaseDevices();
         host.RemoveAllDevices();
     });
     EXPECT_TRUE(host.Stop());

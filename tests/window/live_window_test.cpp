@@ -2,11 +2,11 @@
 #include "frames.h"
 #include "program.h"
 
+#include <cli/window/shown_view.h>
 #include <cli/window/window_session.h>
 #include <reference_host/controls/window_thread.h>
 #include <reference_host/window/attribute_browser.h>
 #include <reference_host/window/record_monitor.h>
-#include <reference_host/window/view_frame.h>
 #include <simulator/sonar_server.h>
 
 #include <vordalhostdllR/DataManager.h>
@@ -74,44 +74,33 @@ public:
     explicit Stage(std::string const& project = {})
     {
         std::string error;
-        EXPECT_TRUE(session.Begin(QX5_PLUGIN_FILE, Fleet(), project, error)) << error;
+        EXPECT_TRUE(session.LoadPlugins({QX5_PLUGIN_FILE}, 1, error)) << error;
+        EXPECT_TRUE(session.Begin(Fleet(), project, error)) << error;
         thread = std::make_unique<vordal::WindowThread>(session.Host());
         window = std::make_unique<vordal::MainWindow>(vordal::WindowSetup{.vessels = session.Listed(),
                                                                           .lightMode = 4,
                                                                           .activeVessel = session.ActiveVessel(),
                                                                           .shownDevice = hull},
                                                       feed, session.Requests());
-        frame = std::make_unique<vordal::ViewFrame>();
-        QObject::connect(frame.get(), &vordal::ViewFrame::TitleChanged, window.get(),
-                         &vordal::MainWindow::SetViewTitle);
-        thread->SetDeliveredHandler([this] { Follow(); });
-        EXPECT_TRUE(
-            frame->Open({.viewClass = L"QX5SonarConfigurationView", .name = L"", .attributes = session.View()}, error))
-            << error;
-        window->SetView(frame.get());
-        Follow();
+        view = std::make_unique<cli::ShownView>(session, *window);
+        thread->SetDeliveredHandler([this] { view->Follow(); });
+        view->OpenFirst(hull);
         window->show();
     }
     ~Stage() { End(); }
 
-    std::vector<cli::FleetVessel> Fleet() const
+    std::vector<cli::FleetVessel> Fleet()
     {
+        CString const sonarClass = session.SonarClass();
         return {{.number = 1,
                  .name = L"Surveyor",
                  .detectsPipes = false,
-                 .sonars = {{hull, L"Hull sonar", "127.0.0.1", sonars[0].Port()},
-                            {pole, L"Pole sonar", "127.0.0.1", sonars[1].Port()}}},
+                 .devices = {{hull, sonarClass, L"Hull sonar", "127.0.0.1", sonars[0].Port()},
+                             {pole, sonarClass, L"Pole sonar", "127.0.0.1", sonars[1].Port()}}},
                 {.number = 2,
                  .name = L"ROV",
                  .detectsPipes = true,
-                 .sonars = {{rov, L"ROV sonar", "127.0.0.1", sonars[2].Port()}}}};
-    }
-
-    void Follow()
-    {
-        if (auto const device = frame->ShownDevice()) {
-            window->SetShownDevice(*device);
-        }
+                 .devices = {{rov, sonarClass, L"ROV sonar", "127.0.0.1", sonars[2].Port()}}}};
     }
 
     bool IsConnected(CDataId const& device) const
@@ -129,7 +118,7 @@ public:
     template <typename T>
     T& Control(char const* name) const
     {
-        auto* const control = frame->findChild<T*>(QString::fromLatin1(name));
+        auto* const control = view->Frame().findChild<T*>(QString::fromLatin1(name));
         if (control == nullptr) {
             throw std::runtime_error(std::string("the view has no ") + name);
         }
@@ -149,10 +138,8 @@ public:
         }
         auto const memory = window->SaveMemory();
         session.WindowMemory().assign(memory.begin(), memory.end());
-        frame->Close();
-        session.View() = frame->StoredAttributes();
+        view.reset();
         window.reset();
-        frame.reset();
         thread.reset();
         std::string error;
         EXPECT_TRUE(session.End(error)) << error;
@@ -163,7 +150,7 @@ public:
     cli::WindowSession session{feed, 4};
     std::unique_ptr<vordal::WindowThread> thread;
     std::unique_ptr<vordal::MainWindow> window;
-    std::unique_ptr<vordal::ViewFrame> frame;
+    std::unique_ptr<cli::ShownView> view;
 };
 
 TEST(LiveWindow, OpensConnectsShowsTheTreeAndTheRecordsAndCloses)
@@ -297,14 +284,17 @@ TEST(LiveWindow, APlugInThatIsNoneIsRefusedAndTheProjectLeftAsItIs)
         attributes.Add(AttributeKey(L"kept"), CVordalInt(1));
         store.SaveDevice({hull, L"A", L"Hull sonar", L"", true, attributes});
     }
-    auto const feed = std::make_shared<vordal::WindowFeed>();
+    ExpectComplaint(
+        Qx5({"run", "--project", file.string(), "--plugin", "/nowhere/plugin.so"}, {}, {"QT_QPA_PLATFORM=offscreen"}),
+        1, {"/nowhere/plugin.so"});
     {
-        cli::WindowSession session(feed, 4);
+        cli::WindowSession session(std::make_shared<vordal::WindowFeed>(), 4);
         std::string error;
-        EXPECT_FALSE(session.Begin("/nowhere/plugin.so",
-                                   {{.number = 1, .name = L"V", .sonars = {{hull, L"Hull sonar", "127.0.0.1", 1}}}},
-                                   file.string(), error));
-        EXPECT_THAT(error, HasSubstr("/nowhere/plugin.so"));
+        ASSERT_TRUE(session.LoadPlugins({QX5_PLUGIN_FILE}, 1, error)) << error;
+        EXPECT_FALSE(session.Begin(
+            {{.number = 1, .name = L"V", .devices = {{hull, L"Nobody's", L"Hull sonar", "127.0.0.1", 1}}}},
+            file.string(), error));
+        EXPECT_THAT(error, HasSubstr("no plug-in has registered its class Nobody's"));
     }
     auto const project = vordal::ProjectStore(file).Load();
     ASSERT_EQ(project.devices.size(), 1U);

@@ -1,0 +1,24 @@
+// Which plug-ins a command loads: those that it is told, and those that lie beside this program.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace qx5::cli {
+
+/// The folder that plug-ins are installed into, seen from this program; in a build folder the one that they are built
+/// into.
+std::filesystem::path ModulesFolder();
+
+/// All that a host loads: those told, in their order, then the modules in the folder but for those that bear the name
+/// of one told.
+std::vector<std::filesystem::path> PluginFiles(std::vector<std::string> const& told);
+
+/// The one plug-in for a command that works on a sonar: the first told, otherwise the first module in the folder that
+/// offers a device class of sonars. Loads modules to see if there are several; not on a thread that the host thread
+/// waits for.
+std::string PluginPath(std::vector<std::string> const& told);
+std::string PluginPath(std::string const& told);
+
+} // namespace qx5::cli

@@ -1,0 +1,134 @@
+// What every port with a live connection has: the connection, the devices that live through it, and a bound on what
+// waits for them.
+#include "live_port.h"
+
+#include "reference_host/host/host.h"
+#include "reference_host/host/log.h"
+
+#include <VordalDataBlocksR/BaseDevice.h>
+#include <tvcoreR/Utf8.h>
+
+#include <string>
+#include <utility>
+
+namespace vordal {
+namespace {
+
+constexpr std::size_t GreatestUndeliveredPieces = 256;
+constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
+
+} // namespace
+
+LivePort::LivePort(Host& host, LinkThread& thread, CString name, LinkOptions options, BaseIOHandler& handler,
+                   AttachedDevices& devices)
+    : m_host(host), m_name(std::move(name)), m_handler(handler), m_devices(devices),
+      m_link(thread, std::move(options), *this)
+{
+}
+
+LivePort::~LivePort() = default;
+
+void LivePort::End()
+{
+    m_link.Close();
+    m_life.reset();
+}
+
+void LivePort::Open()
+{
+    m_link.Open();
+}
+
+void LivePort::Close()
+{
+    m_link.Close();
+    PostToHost([this] { TellDevices({}); });
+}
+
+void LivePort::PostToHost(std::function<void()> task)
+{
+    m_host.Post([life = std::weak_ptr<int>(m_life), task = std::move(task)] {
+        if (!life.expired()) {
+            task();
+        }
+    });
+}
+
+void LivePort::PostPiece(std::size_t bytes, std::function<void()> task)
+{
+    CountUndelivered(bytes);
+    PostToHost([this, bytes, task = std::move(task)] {
+        // Counted also when a subscriber throws.
+        struct Delivery
+        {
+            LivePort& port;
+            std::size_t bytes;
+            ~Delivery() { port.CountDelivered(bytes); }
+        } const delivery{*this, bytes};
+        task();
+    });
+}
+
+void LivePort::OnDevicesTold(bool) {}
+
+void LivePort::OnLinkStatus(LinkStatus const& status)
+{
+    if (status.state == LinkState::Connected) {
+        OnConnectionBegins();
+    }
+    PostToHost([this, status] { TellDevices(status); });
+}
+
+void LivePort::TellDevices(LinkStatus const& status)
+{
+    auto const connected = status.state == LinkState::Connected;
+    if (connected != m_devicesConnected) {
+        m_devicesConnected = connected;
+        for (int index = 0; auto* const device = m_devices.At(index); ++index) {
+            if (connected) {
+                device->HandlePortConnect();
+                device->HandlePortConnected();
+            } else {
+                device->HandlePortDisConnect();
+                device->HandlePortDisConnected();
+            }
+        }
+        OnDevicesTold(connected);
+    }
+    if (m_statusListener) {
+        m_statusListener(status);
+    }
+}
+
+void LivePort::OnLinkReport(std::string_view line)
+{
+    Log(LogLevel::Warning, tvcore::ToUtf8(m_name) + ": " + std::string(line));
+}
+
+// Pausing and resuming stay under the lock, so that their order is that of the counts; neither reaches back to here.
+
+void LivePort::CountUndelivered(std::size_t bytes)
+{
+    std::lock_guard const lock(m_undeliveredMutex);
+    ++m_undeliveredPieces;
+    m_undeliveredBytes += bytes;
+    if (!m_paused &&
+        (m_undeliveredPieces > GreatestUndeliveredPieces || m_undeliveredBytes > GreatestUndeliveredBytes)) {
+        m_paused = true;
+        m_link.SetReadingPaused(true);
+    }
+}
+
+void LivePort::CountDelivered(std::size_t bytes)
+{
+    std::lock_guard const lock(m_undeliveredMutex);
+    --m_undeliveredPieces;
+    m_undeliveredBytes -= bytes;
+    if (m_paused && m_undeliveredPieces <= GreatestUndeliveredPieces / 2 &&
+        m_undeliveredBytes <= GreatestUndeliveredBytes / 2) {
+        m_paused = false;
+        m_link.SetReadingPaused(false);
+    }
+}
+
+} // namespace vordal

@@ -1,0 +1,100 @@
+// What every port with a live connection has: the connection, the devices that live through it, and a bound on what
+// waits for them.
+#pragma once
+
+#include "reference_host/devices/port.h"
+#include "sonar_link.h"
+
+#include <VordalBaseR/CString.h>
+#include <VordalBaseR/Export.h>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string_view>
+
+namespace vordal {
+
+class Host;
+
+/// When the connection comes up or is lost the devices are told, on the host thread. Attach the devices before Open:
+/// one that comes later hears of the connection at its next change.
+///
+/// When the host thread falls behind by more than 256 pieces of what arrived or 8 MiB of them, reading pauses until it
+/// has caught up by half, so that the other side waits and memory does not grow.
+///
+/// Needs a threaded host. Make it after the host and the link thread; destroy it on the host thread, or once the host
+/// has stopped, with no device attached to it any more.
+class VORDAL_API LivePort : private SonarLinkListener
+{
+public:
+    LivePort(LivePort const&) = delete;
+    LivePort& operator=(LivePort const&) = delete;
+    virtual ~LivePort();
+
+    CString const& GetName() const { return m_name; }
+    /// The port as devices see it.
+    BaseIOHandler& Handler() const { return m_handler; }
+    /// For state, counters and the observer of a record monitor.
+    SonarLink& GetLink() { return m_link; }
+    SonarLink const& GetLink() const { return m_link; }
+
+    /// Called on the host thread at every change of the connection's state, after the devices were told. Set before
+    /// Open.
+    void SetStatusListener(std::function<void(LinkStatus const&)> listener) { m_statusListener = std::move(listener); }
+
+    /// Any thread.
+    void Open();
+    /// Any thread but that of a call from the link. Devices that were told of a connection are told of its end.
+    void Close();
+
+    /// Bytes that leave whole, for a port of records one frame; see SonarLink::Send.
+    bool Send(std::span<unsigned char const> bytes) { return m_link.Send(bytes); }
+
+protected:
+    /// `handler` and `devices` are of the object that is being made.
+    LivePort(Host& host, LinkThread& thread, CString name, LinkOptions options, BaseIOHandler& handler,
+             AttachedDevices& devices);
+
+    /// To be called first by the destructor of what is derived: nothing comes from the link or the host any more.
+    void End();
+    /// Runs the task on the host thread unless the port is gone by then.
+    void PostToHost(std::function<void()> task);
+    /// The same with a piece of `bytes` bytes that arrived. Link thread.
+    void PostPiece(std::size_t bytes, std::function<void()> task);
+
+    Host& GetHost() const { return m_host; }
+    AttachedDevices& Devices() const { return m_devices; }
+    /// A connection begins; link thread, before anything arrives on it.
+    virtual void OnConnectionBegins() {}
+    /// The connection has come up or was lost, and the devices know. Host thread.
+    virtual void OnDevicesTold(bool connected);
+
+private:
+    void OnLinkStatus(LinkStatus const& status) override;
+    void OnLinkReport(std::string_view line) override;
+
+    void TellDevices(LinkStatus const& status);
+    void CountUndelivered(std::size_t bytes);
+    void CountDelivered(std::size_t bytes);
+
+    Host& m_host;
+    CString const m_name;
+    BaseIOHandler& m_handler;
+    AttachedDevices& m_devices;
+    std::function<void(LinkStatus const&)> m_statusListener;
+    /// Lives as long as the port; tasks on their way to the host thread hold it weakly.
+    std::shared_ptr<int> m_life = std::make_shared<int>(0);
+    bool m_devicesConnected = false; ///< host thread alone
+
+    std::mutex m_undeliveredMutex;
+    std::size_t m_undeliveredPieces = 0;
+    std::size_t m_undeliveredBytes = 0;
+    bool m_paused = false;
+
+    SonarLink m_link;
+};
+
+} // namespace vordal
