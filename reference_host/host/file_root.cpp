@@ -16,7 +16,7 @@ std::filesystem::path PathOfFile(CString const& fullName)
         std::lock_guard const lock(host->mutex);
         root = host->fileRoot;
     }
-    auto const named = PathOf(fullName);
+    auto named = PathOf(fullName);
     if (root.empty()) {
         return named;
     }
