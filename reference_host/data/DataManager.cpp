@@ -205,8 +205,8 @@ bool DataManager::SetAttributeMap(CDataId const& dataId, CAttributeMap const& ma
 bool DataManager::GetAttributeMap(CDataId const& dataId, CAttributeMap& map)
 {
     if (auto* const host = CurrentState()) {
-        if (auto* const device = host->FindDevice(dataId)) {
-            return device->GetAttributeMap(map);
+        if (vordal::DeviceInUse const device(*host, dataId); device.Get() != nullptr) {
+            return device.Get()->GetAttributeMap(map);
         }
         if (auto* const computation = host->FindComputation(dataId)) {
             computation->GetAttributeMap(map);
@@ -220,8 +220,8 @@ bool DataManager::GetAttributeMap(CDataId const& dataId, CAttributeMap& map)
 SubscriptionMap* DataManager::GetAttributeSubscriptionMap(CDataId const& dataId)
 {
     if (auto* const host = CurrentState()) {
-        if (auto* const device = host->FindDevice(dataId)) {
-            return device->GetAttributeSubscriptionMap();
+        if (vordal::DeviceInUse const device(*host, dataId); device.Get() != nullptr) {
+            return device.Get()->GetAttributeSubscriptionMap();
         }
         if (auto* const computation = host->FindComputation(dataId)) {
             return &computation->Subscriptions();

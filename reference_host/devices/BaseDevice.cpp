@@ -36,7 +36,7 @@ bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap
         Merge(internals.tree, tree);
         info = ChangeInfo(internals, id);
     }
-    internals.subscriptions.Bus()->NotifyKeysOf(tree, info.get());
+    internals.subscriptions->Bus()->NotifyKeysOf(tree, info.get());
     return true;
 }
 
@@ -131,7 +131,7 @@ CCompOffset BaseDevice::GetOffset() const
 
 SubscriptionMap* BaseDevice::GetAttributeSubscriptionMap()
 {
-    return &m_internals->subscriptions;
+    return m_internals->subscriptions.get();
 }
 
 bool BaseDevice::SetAttributeMap(CAttributeMap const& map, unsigned flags)
@@ -160,7 +160,7 @@ bool BaseDevice::AppendAttributeMap(CAttributeMap const& map, unsigned flags)
         }
         info = vordal::ChangeInfo(*m_internals, m_dataId);
     }
-    m_internals->subscriptions.Bus()->NotifyKeysOf(map, info.get());
+    m_internals->subscriptions->Bus()->NotifyKeysOf(map, info.get());
     return true;
 }
 

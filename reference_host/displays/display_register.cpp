@@ -18,17 +18,25 @@ void DisplayRegister::SetRegistrant(void const* registrant)
     m_registrant = registrant;
 }
 
-void DisplayRegister::Forget(void const* registrant)
+std::vector<CString> DisplayRegister::Forget(void const* registrant)
 {
+    std::vector<CString> left;
     // Destroyed when the lock has gone.
     std::vector<OwnedTemplate> forgotten;
     std::lock_guard const lock(m_mutex);
     std::erase_if(m_views, [registrant](auto const& entry) { return entry.second.registrant == registrant; });
-    std::erase_if(m_names, [registrant](auto const& entry) { return entry.second.registrant == registrant; });
+    std::erase_if(m_names, [&](auto const& entry) {
+        bool const isOf = entry.second.registrant == registrant;
+        if (isOf) {
+            left.push_back(entry.first);
+        }
+        return isOf;
+    });
     auto const others = std::stable_partition(m_templates.begin(), m_templates.end(),
                                               [registrant](auto const& each) { return each.registrant != registrant; });
     forgotten.assign(std::make_move_iterator(others), std::make_move_iterator(m_templates.end()));
     m_templates.erase(others, m_templates.end());
+    return left;
 }
 
 bool DisplayRegister::AddView(CString const& name, CRuntimeClass* viewClass)

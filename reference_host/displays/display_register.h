@@ -29,8 +29,9 @@ class DisplayRegister
 public:
     /// Who registers from now on: any address that tells modules apart; null for the host itself.
     void SetRegistrant(void const* registrant);
-    /// Forgets the registrant's views, the names of its templates and the templates themselves.
-    void Forget(void const* registrant);
+    /// Forgets the registrant's views, the names of its templates and the templates themselves. Gives the names of
+    /// templates that were left; views cannot be taken back by who registered them.
+    std::vector<CString> Forget(void const* registrant);
 
     bool AddView(CString const& name, CRuntimeClass* viewClass);
     CRuntimeClass* FindView(CString const& name) const;

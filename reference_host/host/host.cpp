@@ -10,6 +10,7 @@
 #include "reference_host/host/host_state.h"
 #include "reference_host/host/host_turn.h"
 #include "reference_host/host/log.h"
+#include "reference_host/link/settings_data.h"
 
 #include <VordalBaseR/FileObject.h>
 #include <VordalSubscriberR/GeneralSubKeys.h>
@@ -148,9 +149,33 @@ HostState::~HostState() = default;
 Device* HostState::FindDevice(std::uint64_t packedId) const
 {
     std::lock_guard const lock(mutex);
+    return FindDeviceLocked(packedId);
+}
+
+Device* HostState::FindDeviceLocked(std::uint64_t packedId) const
+{
     auto const found = std::find_if(devices.begin(), devices.end(),
                                     [&](DeviceEntry const& entry) { return PackedId(entry.id) == packedId; });
     return found != devices.end() ? found->device.get() : nullptr;
+}
+
+DeviceInUse::DeviceInUse(HostState& host, CDataId const& id) : m_host(host)
+{
+    std::lock_guard const lock(m_host.mutex);
+    m_device = m_host.FindDeviceLocked(PackedId(id));
+    if (m_device != nullptr) {
+        ++m_device->Internals().uses;
+    }
+}
+
+DeviceInUse::~DeviceInUse()
+{
+    if (m_device != nullptr) {
+        std::lock_guard const lock(m_host.mutex);
+        if (--m_device->Internals().uses == 0) {
+            m_host.useEnded.notify_all();
+        }
+    }
 }
 
 Computation* HostState::FindComputation(CDataId const& id) const
@@ -172,6 +197,19 @@ StreamBuffer* HostState::FindBuffer(CDataId const& id, bool create)
         return found->second.get();
     }
     return create ? buffers.emplace(PackedId(id), std::make_unique<StreamBuffer>(id)).first->second.get() : nullptr;
+}
+
+std::vector<std::shared_ptr<NotificationBus>> HostState::AllBuses() const
+{
+    std::vector<std::shared_ptr<NotificationBus>> buses{activeVesselBus, bufferStatusBus, generalBus, streamBus};
+    std::lock_guard const lock(mutex);
+    for (auto const& entry : devices) {
+        buses.push_back(entry.device->Internals().subscriptions->Bus());
+    }
+    for (auto const& computation : computations) {
+        buses.push_back(computation->Subscriptions().Bus());
+    }
+    return buses;
 }
 
 void HostState::ChangeDeviceId(BaseDevice const& device, CDataId const& id)
@@ -434,9 +472,35 @@ void Host::SetPort(BaseDevice& device, BaseIOHandler* port)
 
 bool Host::RemoveDevice(BaseDevice* device)
 {
-    std::unique_ptr<Device> removed;
+    bool isOurs = false;
+    std::vector<PingControl*> released;
     {
         std::lock_guard const lock(m_state->mutex);
+        isOurs = std::any_of(m_state->devices.begin(), m_state->devices.end(),
+                             [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; });
+        if (isOurs) {
+            released = m_state->pingControls;
+        }
+    }
+    std::erase_if(released, [](PingControl const* control) { return !control->IsActive(); });
+    for (PingControl* const control : released) {
+        control->Release();
+    }
+    bool const isGone = isOurs && TakeOut(device);
+    for (PingControl* const control : released) {
+        control->Discover();
+    }
+    if (!released.empty()) {
+        TellSettingsAgain();
+    }
+    return isGone;
+}
+
+bool Host::TakeOut(BaseDevice* device)
+{
+    std::unique_ptr<Device> removed;
+    {
+        std::unique_lock lock(m_state->mutex);
         auto const found =
             std::find_if(m_state->devices.begin(), m_state->devices.end(),
                          [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; });
@@ -445,14 +509,41 @@ bool Host::RemoveDevice(BaseDevice* device)
         }
         removed = std::move(found->device);
         m_state->devices.erase(found);
+        m_state->formerSubscriptions.push_back(removed->Internals().subscriptions);
+        // Nobody finds it any more; who found it before is waited for.
+        m_state->useEnded.wait(lock, [&] { return removed->Internals().uses == 0; });
     }
     removed->StopDevice();
     SetPort(*removed, nullptr);
     return true;
 }
 
+void Host::TellSettingsAgain()
+{
+    // A sonar that pings on command alone says nothing by itself, and joins its group with its settings.
+    for (Device* const device : Devices()) {
+        CDataId const& id = device->GetDataId();
+        auto* const buffer = id.GetGroupId() == SonarDataGroup ? m_state->FindBuffer(id, false) : nullptr;
+        unsigned short state = 0;
+        unsigned short status = 0;
+        if (buffer != nullptr && buffer->GetStatus(state, status) && state != 0 && status == 0) {
+            buffer->Announce();
+        }
+    }
+}
+
 void Host::RemoveAllDevices()
 {
+    std::vector<PingControl*> controls;
+    {
+        std::lock_guard const lock(m_state->mutex);
+        controls = m_state->pingControls;
+    }
+    for (PingControl* const control : controls) {
+        if (control->IsActive()) {
+            control->Release();
+        }
+    }
     while (true) {
         Device* first = nullptr;
         {
@@ -462,7 +553,7 @@ void Host::RemoveAllDevices()
             }
             first = m_state->devices.front().device.get();
         }
-        RemoveDevice(first);
+        TakeOut(first);
     }
 }
 

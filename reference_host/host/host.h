@@ -166,8 +166,11 @@ public:
     /// Attaches the device to the port, after those that are there (null takes it off its port). Ports made of
     /// PortWithDevices learn of it.
     void SetPort(BaseDevice& device, BaseIOHandler* port);
-    /// Takes the device off its port, out of the register, and destroys it. False when it is not the host's.
+    /// Takes the device off its port, out of the register, and destroys it. False when it is not the host's. A
+    /// plug-in's ping control is released before and discovers the others anew: they join with the settings that they
+    /// told last, and take their turns again.
     bool RemoveDevice(BaseDevice* device);
+    /// The same for all; nothing is discovered.
     void RemoveAllDevices();
     /// All devices in the order in which they were added. Any thread.
     std::vector<Device*> Devices() const;
@@ -253,6 +256,9 @@ public:
 private:
     /// At once on the host thread, otherwise posted to it.
     void RunOnHostThread(HostTask task);
+    bool TakeOut(BaseDevice* device);
+    /// Announces the last block of each sonar whose stream is well.
+    void TellSettingsAgain();
 
     std::unique_ptr<HostState> m_state;
 };

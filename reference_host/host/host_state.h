@@ -19,6 +19,7 @@
 #include <vordalhostdllR/VesselManager.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -50,7 +51,7 @@ struct DeviceInternals
     CAttributeMap tree;
     /// The device's lock, which guards the tree.
     CriticalSection* lock = nullptr;
-    SubscriptionMap subscriptions;
+    std::shared_ptr<SubscriptionMap> const subscriptions = std::make_shared<SubscriptionMap>();
     /// What attribute notifications carry; made anew when the id has changed. Guarded by the device's lock.
     std::shared_ptr<DataId_NI const> changeInfo;
 
@@ -68,6 +69,23 @@ struct DeviceInternals
     std::atomic<bool> enabled{true};
     std::atomic<bool> timeOutDisabled{false};
     std::atomic<BaseIOHandler*> port{nullptr};
+    int uses = 0; ///< see DeviceInUse; guarded by the host's mutex
+};
+
+/// A module's control of pings. It knows devices by their addresses, so none goes while it is active.
+class PingControl
+{
+public:
+    PingControl() = default;
+    PingControl(PingControl const&) = delete;
+    PingControl& operator=(PingControl const&) = delete;
+
+    virtual bool IsActive() const = 0;
+    virtual void Release() = 0;
+    virtual void Discover() = 0;
+
+protected:
+    ~PingControl() = default;
 };
 
 class Computation final : public Compform
@@ -150,6 +168,9 @@ struct HostState
     std::size_t activeVessel = 0;
     std::vector<std::unique_ptr<Computation>> computations;
     std::vector<DeviceEntry> devices;
+    /// Of devices that have gone: others may still be about to leave or to join them.
+    std::vector<std::shared_ptr<SubscriptionMap>> formerSubscriptions;
+    std::vector<PingControl*> pingControls;
     /// Where GetNextDevice stands, by vessel.
     std::map<unsigned short, int> nextDevice;
     std::map<CString, std::unique_ptr<DevICreator>> creators;
@@ -162,13 +183,38 @@ struct HostState
 
     /// Null in a host that runs on the threads of its callers.
     std::unique_ptr<HostThread> thread;
+    /// Tells that a device is not in use any more (see DeviceInUse).
+    std::condition_variable useEnded;
+
     Device* FindDevice(CDataId const& id) const { return FindDevice(PackedId(id)); }
     Device* FindDevice(std::uint64_t packedId) const;
     Computation* FindComputation(CDataId const& id) const;
+    /// With `mutex` held.
+    Device* FindDeviceLocked(std::uint64_t packedId) const;
     /// Null when it is missing and not to be made.
     StreamBuffer* FindBuffer(CDataId const& id, bool create);
+    /// Every bus that subscriptions may be joined to.
+    std::vector<std::shared_ptr<NotificationBus>> AllBuses() const;
     /// The device has another id now; the register follows.
     void ChangeDeviceId(BaseDevice const& device, CDataId const& id);
+};
+
+/// A device that was looked up and stays until the end of its use, whoever removes it meanwhile. Any thread; for short
+/// uses, which the removal waits for.
+class DeviceInUse
+{
+public:
+    DeviceInUse(HostState& host, CDataId const& id);
+    DeviceInUse(DeviceInUse const&) = delete;
+    DeviceInUse& operator=(DeviceInUse const&) = delete;
+    ~DeviceInUse();
+
+    /// Null when there is no such device.
+    Device* Get() const { return m_device; }
+
+private:
+    HostState& m_host;
+    Device* m_device;
 };
 
 /// The state of the host that lives; null when there is none.

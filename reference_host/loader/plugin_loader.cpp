@@ -1,16 +1,21 @@
 // Loads a plug-in, refuses one that does not fit, and takes it out again; the version handshake.
 #include "reference_host/loader/plugin_loader.h"
 
+#include "reference_host/host/failure.h"
 #include "reference_host/host/host_state.h"
+#include "reference_host/host/log.h"
 #include "reference_host/loader/version_check.h"
 #include "reference_host/platform/module.h"
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VersionControlR/CheckDllVersion.h>
+#include <tvcoreR/Utf8.h>
 
 #include <algorithm>
 #include <iterator>
+#include <typeinfo>
 #include <utility>
+#include <vector>
 
 namespace vordal {
 namespace {
@@ -21,6 +26,15 @@ std::string VersionText(unsigned version)
 {
     return std::to_string(version >> 24) + '.' + std::to_string(version >> 16 & 0xFFU) + '.' +
            std::to_string(version >> 8 & 0xFFU) + '.' + std::to_string(version & 0xFFU);
+}
+
+std::string Joined(std::vector<std::string> const& parts, char const* separator)
+{
+    std::string text;
+    for (auto const& part : parts) {
+        text += (text.empty() ? "" : separator) + part;
+    }
+    return text;
 }
 
 /// While it lives, what is registered is that module's.
@@ -61,7 +75,9 @@ std::string TakeVersionRefusal()
     return std::exchange(versionRefusal, {});
 }
 
-struct PlugIn::Body
+PlugInError::~PlugInError() = default;
+
+struct PlugIn::Body final : PingControl
 {
     std::filesystem::path file;
     platform::Module module;
@@ -84,6 +100,128 @@ struct PlugIn::Body
     bool attached = false;
     bool devicesRegistered = false;
     bool templatesInitialized = false;
+    bool controlsPings = false;
+    std::string failure; ///< empty while all is well
+    bool unloading = false;
+    std::vector<std::string> lastWords; ///< what went wrong while it was unloaded
+
+    std::string Line(std::string const& what) const { return "plug-in " + file.string() + " " + what; }
+    static std::string Failed(char const* entryPoint, std::string const& why)
+    {
+        return std::string("failed in ") + entryPoint + ": " + why;
+    }
+
+    /// Calls an entry point of those that register something.
+    template <typename Call>
+    void Register(char const* entryPoint, Call call)
+    {
+        if (failure.empty()) {
+            Registrant const registrant(this);
+            if (auto const why = FailureOf(call)) {
+                failure = Line(Failed(entryPoint, *why) + "; what it had registered is taken back");
+                TakeBack();
+            }
+        }
+        if (!failure.empty()) {
+            throw PlugInError(failure);
+        }
+    }
+
+    /// Calls any other. A failure is a line of its own, or a part of the one that is told at the end.
+    template <typename Call>
+    void Contain(char const* entryPoint, Call call)
+    {
+        Registrant const registrant(this);
+        auto const why = FailureOf(call);
+        if (why && unloading) {
+            lastWords.push_back(Failed(entryPoint, *why));
+        } else if (why) {
+            Log(LogLevel::Error, Line(Failed(entryPoint, *why)));
+        }
+    }
+
+    bool IsActive() const override { return controlsPings; }
+    void Release() override
+    {
+        controlsPings = false;
+        if (releaseDevices != nullptr) {
+            Contain("ReleaseDevices", releaseDevices);
+        }
+    }
+    void Discover() override
+    {
+        controlsPings = true;
+        if (discoverDevices != nullptr) {
+            Contain("DiscoverDevices", discoverDevices);
+        }
+    }
+    /// Has the host release the ping control before a device goes, or no longer.
+    void SetKnownToHost(bool known)
+    {
+        if (auto* const host = CurrentState()) {
+            std::lock_guard const lock(host->mutex);
+            std::erase(host->pingControls, this);
+            if (known) {
+                host->pingControls.push_back(this);
+            }
+        }
+    }
+
+    /// Whether the object is of a class of the module's.
+    template <typename Object>
+    bool IsOwn(Object const& object) const
+    {
+        return module.Holds(&typeid(object));
+    }
+
+    /// Takes the module's classes, templates and subscriptions out of the host. Gives what there was, but for views,
+    /// which a plug-in cannot take back by itself.
+    std::vector<std::string> TakeBack()
+    {
+        std::vector<std::string> left;
+        auto* const host = CurrentState();
+        if (host == nullptr) {
+            return left;
+        }
+        std::vector<std::unique_ptr<DevICreator>> creators; // go when the lock has gone
+        {
+            std::lock_guard const lock(host->mutex);
+            for (auto at = host->creators.begin(); at != host->creators.end();) {
+                if (IsOwn(*at->second)) {
+                    left.push_back("the device class " + tvcore::ToUtf8(at->first));
+                    creators.push_back(std::move(at->second));
+                    at = host->creators.erase(at);
+                } else {
+                    ++at;
+                }
+            }
+        }
+        for (CString const& name : host->displays.Forget(this)) {
+            left.push_back("the display template " + tvcore::ToUtf8(name));
+        }
+        auto const isOwnSink = [this](Subscriber const& sink) { return IsOwn(sink); };
+        std::size_t subscriptions = 0;
+        for (auto const& bus : host->AllBuses()) {
+            subscriptions += bus->LeaveAll(isOwnSink);
+        }
+        if (subscriptions > 0) {
+            left.push_back(std::to_string(subscriptions) + (subscriptions == 1 ? " subscription" : " subscriptions"));
+        }
+        return left;
+    }
+
+    /// Destroys the devices of the module's classes; how many there were.
+    std::size_t RemoveDevices()
+    {
+        auto* const host = Host::CurrentOrNull();
+        std::size_t count = 0;
+        if (host != nullptr) {
+            for (Device* const device : host->Devices()) {
+                count += IsOwn(*device) && host->RemoveDevice(device) ? 1 : 0;
+            }
+        }
+        return count;
+    }
 
     /// The name of the first entry point that is missing; null when all are there.
     char const* FindEntryPoints()
@@ -117,8 +255,10 @@ PlugIn::PlugIn() : m_body(std::make_unique<Body>()) {}
 PlugIn::~PlugIn()
 {
     if (!m_body->attached) {
+        m_body->TakeBack();
         return;
     }
+    m_body->unloading = true;
     if (m_body->templatesInitialized) {
         UnInitializeTemplates();
     }
@@ -127,9 +267,24 @@ PlugIn::~PlugIn()
     }
     if (auto* const host = CurrentState()) {
         host->openDisplays.CloseAllOf(m_body.get());
-        host->displays.Forget(m_body.get());
     }
-    m_body->libraryDetach();
+    if (m_body->controlsPings) {
+        ReleaseDevices();
+    }
+    auto const devices = m_body->RemoveDevices();
+    m_body->SetKnownToHost(false);
+    m_body->Contain("LibraryDetach", m_body->libraryDetach);
+    auto left = m_body->TakeBack();
+    if (devices > 0) {
+        left.push_back(std::to_string(devices) + (devices == 1 ? " device" : " devices"));
+    }
+    auto& words = m_body->lastWords;
+    if (!left.empty()) {
+        words.push_back("left these behind, which are taken away: " + Joined(left, ", "));
+    }
+    if (!words.empty()) {
+        Log(LogLevel::Warning, m_body->Line(Joined(words, "; ")));
+    }
 }
 
 std::unique_ptr<PlugIn> PlugIn::Load(std::filesystem::path const& file, std::string& reason)
@@ -162,15 +317,17 @@ std::unique_ptr<PlugIn> PlugIn::Load(std::filesystem::path const& file, std::str
         return refuse(std::string("it is not a plug-in, the entry point ") + missing + " is missing");
     }
     TakeVersionRefusal();
-    try {
-        body.attached = body.libraryAttach();
-    } catch (std::exception const& thrown) {
-        return refuse(std::string("it failed to attach itself: ") + thrown.what());
+    {
+        Registrant const registrant(&body);
+        if (auto const thrown = FailureOf([&body] { body.attached = body.libraryAttach(); })) {
+            return refuse("it failed to attach itself: " + *thrown);
+        }
     }
     auto const refusal = TakeVersionRefusal();
     if (!body.attached) {
         return refuse(refusal.empty() ? "it refused to be attached and did not say why" : refusal);
     }
+    body.SetKnownToHost(true);
     return plugIn;
 }
 
@@ -181,53 +338,52 @@ std::filesystem::path const& PlugIn::File() const
 
 void PlugIn::RegisterDevices()
 {
+    m_body->Register("RegisterDevices",
+                     [this] { NoteAdded(m_body->deviceClasses, &Host::DeviceClasses, m_body->registerDevices); });
     m_body->devicesRegistered = true;
-    NoteAdded(m_body->deviceClasses, &Host::DeviceClasses, m_body->registerDevices);
 }
 
 bool PlugIn::UnRegisterDevices()
 {
     m_body->devicesRegistered = false;
     m_body->deviceClasses.clear();
-    return m_body->unRegisterDevices();
+    bool answer = false;
+    m_body->Contain("UnRegisterDevices", [&] { answer = m_body->unRegisterDevices(); });
+    return answer;
 }
 
 void PlugIn::RegisterViews()
 {
-    Registrant const registrant(m_body.get());
-    NoteAdded(m_body->viewClasses, &Host::ViewClasses, m_body->registerViews);
+    m_body->Register("RegisterViews",
+                     [this] { NoteAdded(m_body->viewClasses, &Host::ViewClasses, m_body->registerViews); });
 }
 
 void PlugIn::InitializeTemplates(CVordalBaseApp* application)
 {
-    Registrant const registrant(m_body.get());
+    m_body->controlsPings = true; // also when it fails halfway
+    m_body->Register("InitializeTemplates", [&] { m_body->initializeTemplates(application); });
     m_body->templatesInitialized = true;
-    m_body->initializeTemplates(application);
 }
 
 void PlugIn::UnInitializeTemplates()
 {
     m_body->templatesInitialized = false;
-    m_body->unInitializeTemplates();
+    m_body->Contain("UnInitializeTemplates", m_body->unInitializeTemplates);
 }
 
 void PlugIn::DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device, unsigned short type)
 {
-    m_body->deviceCtrlInit(vessel, group, device, type);
+    m_body->Contain("DeviceCtrlInit", [&] { m_body->deviceCtrlInit(vessel, group, device, type); });
 }
 
 void PlugIn::DiscoverDevices()
 {
-    if (m_body->discoverDevices != nullptr) {
-        m_body->discoverDevices();
-    }
+    m_body->Discover();
 }
 
 void PlugIn::ReleaseDevices()
 {
-    if (m_body->releaseDevices != nullptr) {
-        m_body->releaseDevices();
-    }
+    m_body->Release();
 }
 
 std::vector<CString> const& PlugIn::DeviceClasses() const

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,19 @@ class CVordalBaseApp;
 
 namespace vordal {
 
+/// Why a plug-in is of no use, in one line that names its file and the entry point that failed.
+class VORDAL_API PlugInError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+    ~PlugInError() override;
+};
+
 /// A plug-in that is loaded and attached. The entry points are called through it. Host thread.
+///
+/// What an entry point throws never passes. One that registers and fails throws PlugInError instead: all that the
+/// plug-in has registered is taken back by then, and every further call of such an entry point throws the same. A
+/// failure of any other is one line in the log.
 class VORDAL_API PlugIn
 {
 public:
@@ -24,22 +37,23 @@ public:
     PlugIn(PlugIn const&) = delete;
     PlugIn& operator=(PlugIn const&) = delete;
     /// Closes the displays of its views, undoes what was done through this object (templates, views, devices), lets the
-    /// module detach itself, and unloads it. No device of its classes may be left.
+    /// module detach itself, and unloads it. What is its own and is left then, registered classes and templates,
+    /// devices, subscriptions, is taken away. What went wrong is told in one line of the log.
     ~PlugIn();
 
     std::filesystem::path const& File() const;
 
-    void RegisterDevices();
+    void RegisterDevices(); ///< registers
     /// The answer of the host's list of classes, as the plug-in passes it on: false when nothing was registered.
     bool UnRegisterDevices();
-    void RegisterViews();
-    void InitializeTemplates(CVordalBaseApp* application);
+    void RegisterViews();                                  ///< registers
+    void InitializeTemplates(CVordalBaseApp* application); ///< registers
     void UnInitializeTemplates();
     /// The fields of a device's id: vessel, group, device number, type. For devices of this plug-in's classes.
     void DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device, unsigned short type);
 
-    /// The optional entry points DiscoverDevices and ReleaseDevices; without them nothing happens. Release before
-    /// devices are destroyed.
+    /// The optional entry points DiscoverDevices and ReleaseDevices; without them nothing happens. Before
+    /// a device goes the host releases them by itself (Host::RemoveDevice).
     void DiscoverDevices();
     void ReleaseDevices();
 

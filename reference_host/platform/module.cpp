@@ -2,6 +2,7 @@
 #include "reference_host/platform/module.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <utility>
 
@@ -39,6 +40,15 @@ Module Module::Load(std::filesystem::path const& file, std::string& reason)
 void* Module::Find(char const* name) const
 {
     return m_handle != nullptr ? dlsym(m_handle, name) : nullptr;
+}
+
+bool Module::Holds(void const* address) const
+{
+    link_map* own = nullptr;
+    link_map* found = nullptr;
+    Dl_info info{};
+    return m_handle != nullptr && dlinfo(m_handle, RTLD_DI_LINKMAP, &own) == 0 &&
+           dladdr1(address, &info, reinterpret_cast<void**>(&found), RTLD_DL_LINKMAP) != 0 && found == own;
 }
 
 } // namespace vordal::platform

@@ -27,6 +27,8 @@ public:
     explicit operator bool() const { return m_handle != nullptr; }
     /// Null when the module exports nothing of that name.
     void* Find(char const* name) const;
+    /// Whether what lies at that address, code or data, was loaded with the module.
+    bool Holds(void const* address) const;
 
 private:
     void* m_handle = nullptr;

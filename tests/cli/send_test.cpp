@@ -1,6 +1,7 @@
 // `qx5 send`: what it prints of a good request, and what it says to everything else.
 #include "program.h"
 
+#include <algorithm>
 #include <csignal>
 
 #include <gmock/gmock.h>
@@ -179,6 +180,31 @@ TEST(Send, RefusesAPlugInThatDoesNotFit)
     ExpectComplaint(send(MODULE_REFUSES), 1, {"did not say why"});
     ExpectComplaint(send(MODULE_WITHOUT_DEVICE), 1, {"device class"});
     ExpectComplaint(Qx5({"run", "--once", "--plugin", MODULE_OTHER_VERSION}), 1, {"version 5.6.1.0"});
+}
+
+TEST(PlugInCommand, OutlivesAPlugInThatBehavesBadly)
+{
+    auto const plugin = [](std::string const& ways) { return Qx5({"plugin", MODULE_BAD}, "", {"BAD_PLUGIN=" + ways}); };
+    for (std::string const entryPoint : {"LibraryAttach", "RegisterDevices", "RegisterViews", "InitializeTemplates"}) {
+        ExpectComplaint(plugin(entryPoint), 1, {MODULE_BAD, ": no " + entryPoint + " today"});
+        ExpectComplaint(plugin(entryPoint + " odd"), 1, {MODULE_BAD, "an exception of an unknown kind"});
+    }
+    for (std::string const entryPoint : {"UnRegisterDevices", "UnInitializeTemplates", "LibraryDetach"}) {
+        auto const outcome = plugin(entryPoint);
+        EXPECT_EQ(outcome.code, 0) << entryPoint;
+        EXPECT_THAT(outcome.out, HasSubstr("and is unloaded again\n"));
+        EXPECT_THAT(outcome.err, HasSubstr(": no " + entryPoint + " today"));
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    }
+    auto const forgetful = plugin("forget keep");
+    EXPECT_EQ(forgetful.code, 0);
+    EXPECT_THAT(forgetful.err, HasSubstr("taken away: the device class BadDevice, the display template BAD, 1 subscr"));
+    EXPECT_EQ(std::count(forgetful.err.begin(), forgetful.err.end(), '\n'), 1) << forgetful.err;
+    for (std::string const ways : {"RegisterDevices", "InitializeTemplates odd"}) {
+        auto const run = Qx5({"run", "--once", "--plugin", MODULE_BAD}, "", {"BAD_PLUGIN=" + ways});
+        EXPECT_EQ(run.code, 1) << run.err;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    }
 }
 
 TEST(Send, PrintsNumbersAlikeWhateverTheLocale)

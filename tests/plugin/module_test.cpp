@@ -183,16 +183,42 @@ public:
     {
         return true;
     }
-    bool SendRaw(Sender const&, std::string_view bytes, bool) override
+    bool SendRaw(Sender const& sender, std::string_view bytes, bool) override
     {
-        count += bytes.size() == 92 ? 1 : 0;
         joins += bytes.size() == 96 ? 1 : 0;
+        if (bytes.size() == 92) {
+            ++count;
+            ++ofSonar[sender.device.GetDeviceNum()];
+        }
         return true;
     }
 
     std::atomic<int> count = 0;
     std::atomic<int> joins = 0;
+    std::array<std::atomic<int>, 4> ofSonar{}; ///< by device number
 };
+
+/// A sonar of the host's own class under ping control, so that it outlives the module.
+Device* AddPingingSonar(vordal::Host& host, unsigned short number, int group, double overhead)
+{
+    auto* const sonar = host.AddDevice(host.MakeDevice(L"QX5Device"), CDataId(1, 78, number, 1));
+    EXPECT_NE(sonar, nullptr);
+    CAttributeMap attributes;
+    attributes.Add(L"PingMode", CVordalInt(1), 0);
+    attributes.Add(L"SonarGroupId", CVordalInt(group), 0);
+    attributes.Add(L"Overhead", CVordalDouble(overhead), 0);
+    attributes.Add(L"DeviceId", CVordalInt(7125), 0);
+    host.ReplaceAttributes(*sonar, attributes);
+    return sonar;
+}
+
+/// Settings data with a range of 15,000 m: at 1,500 m/s and an overhead of 100 % a pause of 20 s.
+void TellSettings(vordal::Host& host, unsigned short number)
+{
+    CDataBlock block;
+    block.AddItem(699, DATA_FLOAT, std::array<unsigned char, 4>{0x00, 0x60, 0x6A, 0x46}, 4, 0);
+    host.PutBlock(CDataId(1, 78, number, 1), block);
+}
 
 template <typename Condition>
 bool Eventually(Condition condition)
@@ -207,27 +233,6 @@ bool Eventually(Condition condition)
     return true;
 }
 
-/// A sonar of the host's own class under ping control, so that it outlives the module; in a group of its own.
-void AddSonar(vordal::Host& host, unsigned short number, double overhead = 0.0)
-{
-    auto* const sonar = host.AddDevice(host.MakeDevice(L"QX5Device"), CDataId(1, 78, number, 1));
-    ASSERT_NE(sonar, nullptr);
-    CAttributeMap attributes;
-    attributes.Add(L"PingMode", CVordalInt(1), 0);
-    attributes.Add(L"SonarGroupId", CVordalInt(number), 0);
-    attributes.Add(L"Overhead", CVordalDouble(overhead), 0);
-    attributes.Add(L"DeviceId", CVordalInt(7125), 0);
-    host.ReplaceAttributes(*sonar, attributes);
-}
-
-/// Settings data: a range of 15,000 m, which with an overhead of 100 % is a pause of 20 s.
-void TellSettings(vordal::Host& host, unsigned short number)
-{
-    CDataBlock block;
-    block.AddItem(699, DATA_FLOAT, std::array<unsigned char, 4>{0x00, 0x60, 0x6A, 0x46}, 4, 0);
-    host.PutBlock(CDataId(1, 78, number, 1), block);
-}
-
 TEST(PluginModule, EndsItsSequencingThreadsWhenItIsUnloaded)
 {
     Pings pings;
@@ -235,8 +240,9 @@ TEST(PluginModule, EndsItsSequencingThreadsWhenItIsUnloaded)
     host.SetTraffic(&pings);
     host.SetApplication({});
     host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-    AddSonar(host, 1, 100.0);
-    AddSonar(host, 2, 100.0);
+    // Each in its own group.
+    AddPingingSonar(host, 1, 1, 100.0);
+    AddPingingSonar(host, 2, 2, 100.0);
     std::thread([] {}).join(); // a sanitizer starts a thread of its own beside the first
     auto threadsBefore = Now().threads;
     ASSERT_TRUE(Eventually([&] {
@@ -270,7 +276,7 @@ TEST(PluginModule, FindsTheSonarsAnewWhenTemplatesAreInitialisedWhileTheyPing)
     host.SetTraffic(&pings);
     host.SetApplication({});
     host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-    AddSonar(host, 1);
+    AddPingingSonar(host, 1, 1, 0.0);
     auto plugin = Load();
     ASSERT_NE(plugin, nullptr);
     plugin->InitializeTemplates(host.Application());
@@ -288,7 +294,7 @@ TEST(PluginModule, FindsTheSonarsAnewWhenTemplatesAreInitialisedWhileTheyPing)
     TellSettings(host, 1);
     ASSERT_TRUE(Eventually([&] { return pings.count == 3; }));
     EXPECT_EQ(pings.joins, 2);
-    plugin->ReleaseSonars();
+    plugin->ReleaseDevices();
     EXPECT_EQ(pings.count, 3);
 }
 
@@ -299,19 +305,63 @@ TEST(PluginModule, TheHostAsksForASonarThatCameLaterAndLetsAllGo)
     host.SetTraffic(&pings);
     host.SetApplication({});
     host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-    AddSonar(host, 1);
+    AddPingingSonar(host, 1, 1, 0.0);
     auto plugin = Load();
     ASSERT_NE(plugin, nullptr);
     plugin->InitializeTemplates(host.Application());
-    AddSonar(host, 2);
+    AddPingingSonar(host, 2, 2, 0.0);
     TellSettings(host, 2);
     EXPECT_EQ(pings.joins, 0) << "nobody has looked for it";
-    plugin->DiscoverSonars();
+    plugin->DiscoverDevices();
     TellSettings(host, 2);
     EXPECT_EQ(pings.joins, 1);
-    plugin->ReleaseSonars();
+    plugin->ReleaseDevices();
     TellSettings(host, 1);
     EXPECT_EQ(pings.joins, 1);
+}
+
+TEST(PluginModule, ASonarThatIsRemovedInItsTurnIsOutOfItAndTheOthersGoOn)
+{
+    for (auto const threading : {vordal::Threading::Inline, vordal::Threading::Threaded}) {
+        Pings pings;
+        vordal::Host host(threading);
+        host.SetTraffic(&pings);
+        host.SetApplication({});
+        host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+        std::unique_ptr<vordal::PlugIn> plugin;
+        Device* first = nullptr;
+        auto const data = [&](unsigned short sonar) { TellSettings(host, sonar); };
+        host.RunAndWait([&] {
+            first = AddPingingSonar(host, 1, 1, 0.0);
+            AddPingingSonar(host, 2, 1, 0.0);
+            AddPingingSonar(host, 3, 1, 0.0);
+            plugin = Load();
+            plugin->InitializeTemplates(host.Application());
+            data(1);
+        });
+        ASSERT_TRUE(Eventually([&] { return pings.ofSonar[1] == 1; }));
+        host.RunAndWait([&] {
+            data(2);
+            data(3);
+            host.SetBufferStatus(CDataId(1, 78, 3, 1), 1); // has gone
+            EXPECT_TRUE(host.RemoveDevice(first));         // is awaited
+            EXPECT_FALSE(host.RemoveDevice(first)) << "which is not the host's any more";
+        });
+        // The second answers each time, the third has nothing to say.
+        for (int turn = 1; turn <= 3; ++turn) {
+            ASSERT_TRUE(Eventually([&] { return pings.ofSonar[2] == turn; })) << turn;
+            data(2);
+        }
+        EXPECT_EQ(pings.ofSonar[1], 1);
+        EXPECT_EQ(pings.ofSonar[3], 0);
+        host.RunAndWait([&] {
+            host.RemoveAllDevices();
+            int const last = pings.count;
+            data(2);
+            EXPECT_EQ(pings.count, last);
+            plugin.reset();
+        });
+    }
 }
 
 TEST(PluginModule, LeavesNothingBehindInAThousandLives)

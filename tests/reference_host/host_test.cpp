@@ -395,6 +395,42 @@ TEST_F(HostThreads, OnTheHostThreadARequestRunsNested)
     EXPECT_EQ(seen, 1);
 }
 
+TEST_F(HostThreads, ADeviceStaysWhileItsAttributesAreReadElsewhere)
+{
+    Host host(Threading::Threaded);
+    std::atomic<bool> ended{false};
+    std::atomic<int> found{0};
+    std::thread reader([&] {
+        while (!ended) {
+            CAttributeMap tree;
+            int value = 0;
+            if (manager.GetAttributeMap(Sonar, tree) && tree.FindValue(L"x").Get(value)) {
+                ++found;
+            }
+            Subscription subscription;
+            subscription.SetMap(manager.GetAttributeSubscriptionMap(Sonar));
+            subscription.Subscribe(CString(L"x"));
+        }
+    });
+    CAttributeMap tree;
+    tree.Add(L"x", CVordalInt(1));
+    for (int round = 0; round < 2000; ++round) {
+        host.RunAndWait([&] {
+            auto* const device = Add(host);
+            host.MergeDecoded(*device, tree);
+        });
+        host.RunAndWait([&] { host.RemoveAllDevices(); });
+    }
+    host.RunAndWait([&] { Add(host)->SetAttributeMap(tree, 0); });
+    // The one that stays is found at last.
+    for (int const before = found; found == before;) {
+        std::this_thread::yield();
+    }
+    ended = true;
+    reader.join();
+    EXPECT_FALSE(manager.GetAttributeMap(Elsewhere, tree));
+}
+
 TEST_F(HostThreads, ThePostedTreeIsTheCallersOfThatMoment)
 {
     Host host(Threading::Threaded);

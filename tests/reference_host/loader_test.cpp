@@ -1,5 +1,6 @@
 // Tests of the plug-in loader: what it refuses and in which words, and the order of calls into a good plug-in.
 #include "reference_host/host/host.h"
+#include "reference_host/host/log.h"
 #include "reference_host/loader/plugin_loader.h"
 
 #include <VersionControlR/CheckDllVersion.h>
@@ -7,13 +8,20 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
 using ::testing::AllOf;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using ::testing::Not;
 
 std::string RefusalOf(std::filesystem::path const& file)
@@ -95,6 +103,173 @@ TEST(PlugInLoader, LoadsOnePlugInForOneHostAfterAnother)
         EXPECT_NE(device, nullptr);
         host.RemoveAllDevices();
     }
+}
+
+/// Sets BAD_PLUGIN for the bad plug-in (plugins/bad_plugin.cpp), and keeps what the host logs.
+class BadPlugIn : public ::testing::Test
+{
+protected:
+    BadPlugIn()
+    {
+        vordal::SetLogSink([this](vordal::LogLevel, std::string_view line) { lines.emplace_back(line); });
+        host.SetApplication({});
+    }
+    ~BadPlugIn() override
+    {
+        vordal::SetLogSink({});
+        unsetenv("BAD_PLUGIN");
+    }
+
+    std::unique_ptr<vordal::PlugIn> Load(std::string const& ways)
+    {
+        setenv("BAD_PLUGIN", ways.c_str(), 1);
+        std::string reason;
+        auto plugIn = vordal::PlugIn::Load(MODULE_BAD, reason);
+        EXPECT_NE(plugIn, nullptr) << reason;
+        return plugIn;
+    }
+    /// The one line that the call ends in.
+    static std::string FailureOf(std::function<void()> const& call)
+    {
+        try {
+            call();
+        } catch (vordal::PlugInError const& failure) {
+            return failure.what();
+        }
+        ADD_FAILURE() << "nothing was thrown";
+        return {};
+    }
+    void RegisterAll(vordal::PlugIn& plugIn)
+    {
+        plugIn.RegisterDevices();
+        plugIn.RegisterViews();
+        plugIn.InitializeTemplates(host.Application());
+    }
+    void ExpectNothingRegistered()
+    {
+        EXPECT_THAT(host.DeviceClasses(), IsEmpty());
+        EXPECT_THAT(host.ViewClasses(), IsEmpty());
+        EXPECT_THAT(host.DisplayTemplates(), IsEmpty());
+    }
+    /// Whatever became of the bad plug-in: a good one finds a host that works.
+    void ExpectTheHostLives()
+    {
+        ExpectNothingRegistered();
+        host.Notify(Subscription::General, L"bad", nullptr);
+        std::string reason;
+        auto const good = vordal::PlugIn::Load(MODULE_GOOD, reason);
+        ASSERT_NE(good, nullptr) << reason;
+        good->RegisterDevices();
+        EXPECT_THAT(host.DeviceClasses(), ElementsAre(CString(L"SmallDevice")));
+    }
+    static std::string Begin() { return std::string("plug-in ") + MODULE_BAD + " "; }
+
+    vordal::Host host;
+    std::vector<std::string> lines;
+};
+
+TEST_F(BadPlugIn, ThatIsGoodAfterAllLeavesNothingBehind)
+{
+    auto plugIn = Load("");
+    RegisterAll(*plugIn);
+    plugIn.reset();
+    EXPECT_THAT(lines, IsEmpty());
+    ExpectTheHostLives();
+}
+
+TEST_F(BadPlugIn, ThatFailsToRegisterIsToldInOneLineAndTakenBack)
+{
+    for (std::string const entryPoint : {"RegisterDevices", "RegisterViews", "InitializeTemplates"}) {
+        for (bool const odd : {false, true}) {
+            auto plugIn = Load(entryPoint + (odd ? " odd" : ""));
+            auto const line = Begin() + "failed in " + entryPoint + ": " +
+                              (odd ? "an exception of an unknown kind" : "no " + entryPoint + " today") +
+                              "; what it had registered is taken back";
+            EXPECT_EQ(FailureOf([&] { RegisterAll(*plugIn); }), line);
+            ExpectNothingRegistered();
+            // It registers nothing any more.
+            EXPECT_EQ(FailureOf([&] { plugIn->RegisterDevices(); }), line);
+            ExpectNothingRegistered();
+            plugIn.reset();
+            ExpectTheHostLives();
+        }
+    }
+    EXPECT_THAT(lines, IsEmpty()) << "the one line was thrown";
+}
+
+TEST_F(BadPlugIn, ThatFailsToAttachIsRefusedAndTakenBack)
+{
+    setenv("BAD_PLUGIN", "LibraryAttach", 1);
+    EXPECT_THAT(RefusalOf(MODULE_BAD), HasSubstr("it failed to attach itself: no LibraryAttach today"));
+    ExpectTheHostLives();
+    setenv("BAD_PLUGIN", "LibraryAttach odd", 1);
+    EXPECT_THAT(RefusalOf(MODULE_BAD), HasSubstr("it failed to attach itself: an exception of an unknown kind"));
+    ExpectTheHostLives();
+    setenv("BAD_PLUGIN", "refuse", 1);
+    EXPECT_THAT(RefusalOf(MODULE_BAD), HasSubstr("it refused to be attached and did not say why"));
+    ExpectTheHostLives();
+}
+
+TEST_F(BadPlugIn, ThatFailsWhenItIsTakenOutIsToldInOneLine)
+{
+    for (auto const& [entryPoint, left] :
+         {std::pair<std::string, std::string>{"UnRegisterDevices", "the device class BadDevice"},
+          {"UnInitializeTemplates", "the display template BAD"},
+          {"LibraryDetach", ""}}) {
+        auto plugIn = Load(entryPoint);
+        RegisterAll(*plugIn);
+        lines.clear();
+        plugIn.reset();
+        EXPECT_THAT(lines, ElementsAre(Begin() + "failed in " + entryPoint + ": no " + entryPoint + " today" +
+                                       (left.empty() ? "" : "; left these behind, which are taken away: " + left)));
+        ExpectTheHostLives();
+    }
+}
+
+TEST_F(BadPlugIn, ThatFailsAtADeviceGoesOn)
+{
+    auto plugIn = Load("DeviceCtrlInit");
+    RegisterAll(*plugIn);
+    plugIn->DeviceCtrlInit(1, 78, 1, 1);
+    EXPECT_THAT(lines, ElementsAre(Begin() + "failed in DeviceCtrlInit: no DeviceCtrlInit today"));
+    EXPECT_THAT(host.DeviceClasses(), ElementsAre(CString(L"BadDevice")));
+    plugIn.reset();
+    ExpectTheHostLives();
+}
+
+TEST_F(BadPlugIn, ThatForgetsToUnregisterIsToldInOneLineAndTakenBack)
+{
+    auto plugIn = Load("forget");
+    RegisterAll(*plugIn);
+    plugIn.reset();
+    EXPECT_THAT(lines, ElementsAre(Begin() + "left these behind, which are taken away: the device class BadDevice, "
+                                             "the display template BAD"));
+    ExpectTheHostLives();
+}
+
+TEST_F(BadPlugIn, ThatKeepsSubscriptionsIsNotToldAnyMore)
+{
+    auto* const device = host.AddDevice(std::make_unique<Device>(), CDataId(1, 78, 1, 1));
+    auto plugIn = Load("keep");
+    RegisterAll(*plugIn);
+    plugIn.reset();
+    EXPECT_THAT(lines, ElementsAre(Begin() + "left these behind, which are taken away: 2 subscriptions"));
+    CAttributeMap tree;
+    tree.Add(L"bad", CVordalInt(1));
+    device->SetAttributeMap(tree, 0);
+    ExpectTheHostLives();
+}
+
+TEST_F(BadPlugIn, ThatWhoseDevicesAreStillThereTakesThemWithIt)
+{
+    auto plugIn = Load("");
+    RegisterAll(*plugIn);
+    auto* const kept = host.AddDevice(std::make_unique<Device>(), CDataId(1, 78, 1, 1));
+    ASSERT_NE(host.AddDevice(host.MakeDevice(L"BadDevice"), CDataId(1, 78, 2, 1)), nullptr);
+    plugIn.reset();
+    EXPECT_THAT(host.Devices(), ElementsAre(kept));
+    EXPECT_THAT(lines, ElementsAre(Begin() + "left these behind, which are taken away: 1 device"));
+    ExpectTheHostLives();
 }
 
 TEST(CheckDllVersion, ComparesMajorAndMinor)
