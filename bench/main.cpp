@@ -36,6 +36,7 @@ std::vector<Ratio> Promises()
         {"lateness with 16 groups at once, to 16 bare sleeps", "pauses-of-16-late", "bare-sleeps-of-16-late", 1.3},
         {"the same, p99", "pauses-of-16-late", "bare-sleeps-of-16-late", 1.3, false, true},
         {"lateness summed up over 1,000 pings, to as many bare sleeps", "drift-1000", "bare-drift-1000", 1.3},
+        {"a round of two simulated sonars, off range and overhead by, ns", "round-of-two", "", RoundOfTwo * 0.01},
         {"stop of 8 waiting groups, ns", "groups-stop-8", "", 20000000.0},
         {"processor time of 64 waiting groups in one second, ns", "groups-waiting-64", "", 1000000.0},
         {"a contact's change to its record at the far end, to a bare send", "contact", "bare-contact", 2.0},

@@ -7,13 +7,17 @@
 #include <protocol/bytes.h>
 #include <protocol/records/shared_keys.h>
 #include <protocol/settings_keys.h>
+#include <simulator/sonar_server.h>
 
 #include <sys/prctl.h>
 #include <time.h>
 
 #include <array>
+#include <cmath>
 #include <condition_variable>
 #include <mutex>
+#include <stdexcept>
+#include <string>
 #include <thread>
 
 namespace bench {
@@ -229,6 +233,52 @@ struct Connection
     int farEnd = -1;
 };
 
+/// A simulated sonar on a port of its own, which notes when it pings.
+class SimulatedSonar
+{
+public:
+    SimulatedSonar(Stage& stage, double range)
+        : m_server({}, [this](qx5::simulator::SonarEvent const& event) { OnEvent(event); })
+    {
+        std::string answer;
+        if (m_server.Start() || !m_server.Command("set x5Range=" + std::to_string(range), answer)) {
+            throw std::runtime_error("a simulated sonar cannot be had");
+        }
+        vordal::LinkOptions options;
+        options.host = "127.0.0.1";
+        options.port = m_server.Port();
+        m_port = std::make_unique<vordal::X5Port>(stage.Host(), stage.LinkThread(), L"simulated", options);
+    }
+    SimulatedSonar(SimulatedSonar const&) = delete;
+    SimulatedSonar& operator=(SimulatedSonar const&) = delete;
+
+    vordal::X5Port& Port() { return *m_port; }
+    /// When it pinged, once it has done so at least so often.
+    std::vector<Clock::time_point> WaitForPings(std::size_t count)
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [&] { return m_pings.size() >= count; });
+        return m_pings;
+    }
+
+private:
+    void OnEvent(qx5::simulator::SonarEvent const& event)
+    {
+        auto const now = Clock::now();
+        if (event.kind == qx5::simulator::EventKind::Pinged) {
+            std::lock_guard const lock(m_mutex);
+            m_pings.push_back(now);
+            m_changed.notify_one();
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::vector<Clock::time_point> m_pings;
+    qx5::simulator::SonarServer m_server; // its thread uses what stands above
+    std::unique_ptr<vordal::X5Port> m_port;
+};
+
 void WakeOnTime()
 {
     prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
@@ -331,7 +381,32 @@ void MeasurePauses(Stage& stage, std::size_t groups, std::size_t samples, std::v
     }
 }
 
-/// The same with nothing but threads that sleep until an absolute deadline.
+/// Rounds of two simulated sonars that take turns: how far each is off range and overhead, shorter or longer.
+void MeasureRounds(Stage& stage, std::size_t samples, std::vector<double>& nanoseconds)
+{
+    auto first = std::make_unique<SimulatedSonar>(stage, 100.0);
+    auto second = std::make_unique<SimulatedSonar>(stage, 200.0);
+    {
+        vordal::LiveTraffic live;
+        ControlledSonars const sonars(stage, live, 2, 1, 120.0, {&first->Port(), &second->Port()});
+        first->Port().Open();
+        second->Port().Open();
+        // The second may join only after the first has had a turn of its own.
+        std::size_t const joined = second->WaitForPings(1).size() + first->WaitForPings(1).size();
+        auto const pings = first->WaitForPings(joined + samples + 1);
+        for (std::size_t i = joined; i < joined + samples; ++i) {
+            nanoseconds.push_back(std::abs(Nanoseconds(pings[i + 1] - pings[i]) - RoundOfTwo));
+        }
+        first->Port().Close();
+        second->Port().Close();
+    }
+    stage.Host().RunAndWait([&] {
+        first.reset();
+        second.reset();
+    });
+}
+
+/// The pauses of MeasurePauses with nothing but threads that sleep until an absolute deadline.
 void MeasureSleeps(std::size_t threads, std::size_t samples, std::vector<double>& nanoseconds)
 {
     std::mutex mutex;
@@ -461,6 +536,12 @@ std::vector<Case> SequencingCases(Stage& stage)
                              }
                          }).join();
                      }});
+    cases.push_back(
+        {"round-of-two",
+         "how far a round of two simulated sonars on real sockets, 480 ms by range and overhead, is off these", 2,
+         [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
+             MeasureRounds(stage, samples, nanoseconds);
+         }});
     cases.push_back({"groups-stop-8", "from the stop call to its return, while 8 groups wait", 1,
                      [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
                          for (std::size_t i = 0; i < samples; ++i) {
