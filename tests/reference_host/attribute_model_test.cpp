@@ -1,4 +1,6 @@
 // Random operations on attribute trees, compared after each with a model that is too simple to be wrong.
+#include "colliding_keys.h"
+
 #include <attributes/tree_merge.h>
 
 #include <VordalAttributesR/CAttributeMap.h>
@@ -105,9 +107,9 @@ TEST_P(RandomOperations, MatchTheModel)
     int const keyCount = GetParam() % 3 == 0 ? 4 : GetParam() % 3 == 1 ? 60 : 400;
     int const appendWeight = 3 + static_cast<int>(GetParam() % 5) * 3;
     auto const anyKey = [&] {
-        if (GetParam() % 4 == 0 && below(20) == 0) {
-            // Two keys of one hash.
-            return std::wstring(below(2) == 0 ? L"\u0103\u0200a" : L"\u0100\u029A\U000D6348");
+        // In every other run keys of one hash, in some of these nothing but such keys.
+        if (GetParam() % 2 == 0 && (GetParam() % 4 == 0 || below(2) == 0)) {
+            return vordal::test::CollidingKey(static_cast<std::size_t>(below(keyCount)));
         }
         return L"k" + std::to_wstring(below(keyCount));
     };
