@@ -87,7 +87,7 @@ AttributeIndex* AttributeIndex::Clone() const
     auto* copy = Allocate(m_mask + 1);
     std::copy_n(Entries(), m_mask + 1, copy->Entries());
     copy->m_taken = m_taken;
-    copy->m_byText = m_byText;
+    copy->m_crowded = m_crowded;
     return copy;
 }
 
@@ -99,7 +99,17 @@ void AttributeIndex::Release(AttributeIndex* index)
     }
 }
 
-std::uint32_t AttributeIndex::TagOfHash(std::uint64_t hash) const
+CAttributeMap const& AttributeNode::At(std::uint32_t place) const
+{
+    return std::as_const(*Chunk(ChunkOf(place))).Slots()[SlotOf(place)];
+}
+
+std::wstring_view AttributeNode::KeyAt(std::uint32_t place) const
+{
+    return TreeAccess::Node(At(place))->Key();
+}
+
+std::uint32_t AttributeIndex::TagOf(std::uint64_t hash) const
 {
     // Twice, so that factors which nobody outside knows reach every bit that stays.
     auto mixed = (hash ^ m_salt[0]) * (m_salt[1] | 1U);
@@ -107,9 +117,18 @@ std::uint32_t AttributeIndex::TagOfHash(std::uint64_t hash) const
     return static_cast<std::uint32_t>(mixed >> 32);
 }
 
-std::uint32_t AttributeIndex::TagOf(AttributeKey const& key) const
+AttributeIndex::Location AttributeIndex::Locate(AttributeNode const& node, AttributeKey const& key) const
 {
-    return TagOfHash(m_byText ? vordal::SaltedHash(key.Text()) : key.Hash());
+    std::uint32_t others = 0;
+    auto const tag = TagOf(key.Hash());
+    auto const first = Probe(node, tag, key.Text(), 0, others);
+    if (!m_crowded || Entries()[first].place != NoPlace || !IsCrowded(tag)) {
+        return {tag, first, others};
+    }
+    others = 0;
+    auto const textTag = TagOf(vordal::SaltedHash(key.Text()));
+    auto const firstOfText = Probe(node, textTag, key.Text(), 0, others);
+    return {textTag, firstOfText, others};
 }
 
 std::uint32_t AttributeIndex::Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text,
@@ -130,16 +149,30 @@ std::uint32_t AttributeIndex::Probe(AttributeNode const& node, std::uint32_t tag
     }
 }
 
+bool AttributeIndex::IsCrowded(std::uint32_t tag) const
+{
+    auto const* entries = Entries();
+    auto at = FirstEntry(tag, CrowdMark) & m_mask;
+    while (entries[at].place != NoPlace && (entries[at].tag != tag || entries[at].occurrence != CrowdMark)) {
+        at = (at + 1) & m_mask;
+    }
+    return entries[at].place != NoPlace;
+}
+
 std::uint32_t AttributeIndex::Find(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence) const
 {
     std::uint32_t others = 0;
-    return Entries()[Probe(node, TagOf(key), key.Text(), occurrence, others)].place;
+    auto const place = Entries()[Probe(node, TagOf(key.Hash()), key.Text(), occurrence, others)].place;
+    if (place != NoPlace || !m_crowded) {
+        return place;
+    }
+    auto const location = Locate(node, key);
+    return Entries()[Probe(node, location.tag, key.Text(), occurrence, others)].place;
 }
 
 std::uint32_t AttributeIndex::Count(AttributeNode const& node, AttributeKey const& key) const
 {
-    std::uint32_t others = 0;
-    return Entries()[Probe(node, TagOf(key), key.Text(), 0, others)].count;
+    return Entries()[Locate(node, key).first].count;
 }
 
 void AttributeIndex::Take(Entry const& entry)
@@ -152,56 +185,43 @@ void AttributeIndex::Take(Entry const& entry)
     ++m_taken;
 }
 
-void AttributeIndex::Rebuild(AttributeNode const& node, AttributeIndex*& index, bool byText)
-{
-    auto const* entries = index->Entries();
-    auto const* end = entries + index->m_mask + 1;
-    auto const isThere = [](Entry const& entry) { return entry.place < RemovedPlace; };
-    auto const there = static_cast<std::uint32_t>(std::count_if(entries, end, isThere));
-    auto* rebuilt = Create(there + there / 4 + 2);
-    rebuilt->m_byText = byText;
-    for (; entries != end; ++entries) {
-        if (isThere(*entries)) {
-            auto entry = *entries;
-            if (byText && !index->m_byText) {
-                entry.tag = rebuilt->TagOfHash(vordal::SaltedHash(node.KeyAt(entry.place)));
-            }
-            rebuilt->Take(entry);
-        }
-    }
-    Release(std::exchange(index, rebuilt));
-}
-
 AttributeIndex* AttributeIndex::Append(AttributeNode const& node, AttributeIndex* index, AttributeKey const& key,
                                        std::uint32_t place)
 {
-    if (std::uint64_t{index->m_taken} + 1 > (std::uint64_t{index->m_mask} + 1) / 4 * 3) {
-        Rebuild(node, index, index->m_byText);
+    auto const capacity = index->m_mask + 1;
+    // Room for the entry and a mark.
+    if (std::uint64_t{index->m_taken} + 2 > std::uint64_t{capacity} / 4 * 3) {
+        auto const* entries = index->Entries();
+        auto const isThere = [](Entry const& entry) { return entry.place < RemovedPlace; };
+        auto const there = static_cast<std::uint32_t>(std::count_if(entries, entries + capacity, isThere));
+        auto* larger = Create(there + there / 4 + 2);
+        larger->m_crowded = index->m_crowded;
+        std::for_each(entries, entries + capacity, [&](Entry const& entry) {
+            if (isThere(entry)) {
+                larger->Take(entry);
+            }
+        });
+        Release(std::exchange(index, larger));
     }
-    std::uint32_t others = 0;
-    auto tag = index->TagOf(key);
-    auto first = index->Probe(node, tag, key.Text(), 0, others);
-    if (others >= MaxOfOneTag && !index->m_byText) {
-        Rebuild(node, index, true);
-        tag = index->TagOf(key);
-        first = index->Probe(node, tag, key.Text(), 0, others);
+    auto [tag, first, others] = index->Locate(node, key);
+    if (index->Entries()[first].place != NoPlace) {
+        index->Take({tag, index->Entries()[first].count++, place, 0});
+        return index;
     }
-    auto& entry = index->Entries()[first];
-    if (entry.place == NoPlace) {
-        entry = {tag, 0, place, 1};
-        ++index->m_taken;
-    } else {
-        index->Take({tag, entry.count++, place, 0});
+    if (others >= Crowd && !index->IsCrowded(tag)) {
+        index->Take({tag, CrowdMark, 0, 0});
+        index->m_crowded = true;
+        tag = index->TagOf(vordal::SaltedHash(key.Text()));
     }
+    index->Take({tag, 0, place, 1});
     return index;
 }
 
 void AttributeIndex::Remove(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence)
 {
-    std::uint32_t others = 0;
-    auto const tag = TagOf(key);
+    auto location = Locate(node, key);
     auto const entryOf = [&](std::uint32_t wanted) -> Entry& {
-        return Entries()[Probe(node, tag, key.Text(), wanted, others)];
+        return Entries()[wanted == 0 ? location.first : Probe(node, location.tag, key.Text(), wanted, location.others)];
     };
     auto const count = entryOf(0).count--;
     for (auto i = occurrence; i + 1 < count; ++i) {
@@ -470,16 +490,6 @@ AttributeNode* AttributeNode::Rekey(AttributeNode* node, std::wstring_view key, 
     }
     Release(node);
     return renamed;
-}
-
-CAttributeMap const& AttributeNode::At(std::uint32_t place) const
-{
-    return std::as_const(*Chunk(ChunkOf(place))).Slots()[SlotOf(place)];
-}
-
-std::wstring_view AttributeNode::KeyAt(std::uint32_t place) const
-{
-    return TreeAccess::Node(At(place))->Key();
 }
 
 std::uint32_t AttributeNode::FindPlace(AttributeKey const& key, std::uint32_t occurrence) const

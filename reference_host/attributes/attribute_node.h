@@ -58,8 +58,8 @@ struct AttributePage
 ///
 /// Keys come from outside, and their hash is one that anybody can compute, so whoever sends them could have them all
 /// share a hash, or a place in here. Hence places follow from the hash by way of numbers drawn when the program starts,
-/// and texts are compared. Where more than a few keys share a hash, as chance never makes them, the index goes over to
-/// a keyed hash of the texts. A look-up then passes few entries whatever the keys are.
+/// and texts are compared. Where more than a few keys share a hash, as chance never makes them, the further ones are
+/// found by a keyed hash of their texts. A look-up passes few entries whatever the keys are.
 class alignas(std::uint64_t) AttributeIndex
 {
 public:
@@ -92,31 +92,40 @@ private:
         /// In an entry for the first occurrence the number of occurrences.
         std::uint32_t count = 0;
     };
+    /// Where the occurrences of a key are found.
+    struct Location
+    {
+        std::uint32_t tag;
+        std::uint32_t first;  ///< the entry of occurrence 0, or a free one when there is none
+        std::uint32_t others; ///< keys of that tag that were passed
+    };
     static constexpr std::uint32_t RemovedPlace = NoPlace - 1;
-    /// Keys of one tag from which on tags are made from texts.
-    static constexpr std::uint32_t MaxOfOneTag = 4;
+    /// The occurrence of an entry that marks its tag as crowded: keys of that tag may stand under the tag of their
+    /// text.
+    static constexpr std::uint32_t CrowdMark = 0xFFFFFFFFU;
+    /// Keys of one tag that make it crowded.
+    static constexpr std::uint32_t Crowd = 3;
 
     AttributeIndex() = default;
     static AttributeIndex* Allocate(std::uint32_t capacity);
     Entry* Entries() { return reinterpret_cast<Entry*>(this + 1); }
     Entry const* Entries() const { return reinterpret_cast<Entry const*>(this + 1); }
-    std::uint32_t TagOfHash(std::uint64_t hash) const;
-    std::uint32_t TagOf(AttributeKey const& key) const;
+    std::uint32_t TagOf(std::uint64_t hash) const;
+    Location Locate(AttributeNode const& node, AttributeKey const& key) const;
     /// The number of the entry, or of the free one that the search for it ends at. `others` counts what has the same
     /// tag and occurrence and another text.
     std::uint32_t Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text, std::uint32_t occurrence,
                         std::uint32_t& others) const;
+    bool IsCrowded(std::uint32_t tag) const;
     /// Takes a free entry for one that is not here yet.
     void Take(Entry const& entry);
-    /// Puts one with room for more and the same children in the place of `index`.
-    static void Rebuild(AttributeNode const& node, AttributeIndex*& index, bool byText);
 
     std::atomic<std::uint32_t> m_references{1};
     std::uint32_t m_mask = 0;
     /// Entries ever taken, removed ones included.
     std::uint32_t m_taken = 0;
-    /// Tags are made from the keys' texts, not from their hashes.
-    bool m_byText = false;
+    /// Some tag is crowded.
+    bool m_crowded = false;
     /// Two of the program's own random numbers.
     std::uint64_t m_salt[2] = {};
 };
