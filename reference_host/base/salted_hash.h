@@ -1,6 +1,8 @@
 // A hash of texts that nobody outside the process can foresee: for tables whose keys come from outside.
 #pragma once
 
+#include <VordalBaseR/Export.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +14,7 @@ namespace vordal {
 std::array<std::uint64_t, 2> const& ProgramSalt();
 
 /// SipHash-1-3 of the text's characters under the program's salt. Any thread; nothing here fails.
-std::uint64_t SaltedHash(std::wstring_view text);
+VORDAL_API std::uint64_t SaltedHash(std::wstring_view text);
 
 /// For the tables of the standard library, whose own hash of texts anybody can compute.
 struct SaltedTextHash
