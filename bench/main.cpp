@@ -28,6 +28,8 @@ std::vector<Ratio> Promises()
         {"10,000 requests back to back, ns each", "requests-back-to-back", "", 6000.0},
         {"copy of a tree of 5,000 nodes, ns", "tree-5000-copy", "", 30.0},
         {"copy, change one value, old copy kept, ns", "tree-5000-copy-change", "", 2000.0},
+        {"100,000 keys, half of them with one hash, to as many without", "tree-100000-colliding", "tree-100000-wide",
+         1.5},
         {"all keys of all handlers in one request, ns", "request-all-keys", "", 150000.0},
         {"settings data to the next ping, to a bare hand-over and send", "data-to-ping", "bare-hand-over", 1.5},
         {"the same, p99", "data-to-ping", "bare-hand-over", 3.0, false, true},

@@ -1,5 +1,7 @@
 // Attribute trees: copies, changes, look-ups.
+#include "reference_host/attributes/tree_merge.h"
 #include "stage.h"
+#include "tests/reference_host/colliding_keys.h"
 
 #include <memory>
 
@@ -39,6 +41,44 @@ CAttributeMap FlatTree(int nodes)
     return CAttributeMap(tree);
 }
 
+/// Keys of one length; as many of them as told have one hash.
+std::vector<std::wstring> LongKeys(std::size_t count, std::size_t colliding)
+{
+    std::vector<std::wstring> keys;
+    for (std::size_t i = 0; i < count; ++i) {
+        keys.push_back(vordal::test::CollidingKey(i));
+        if (i >= colliding) {
+            // Another first character leads to another hash, and to a different one for each of them.
+            keys.back().front() = static_cast<wchar_t>(L'A' + i % 20);
+        }
+    }
+    return keys;
+}
+
+/// What a host does with a sonar's tree: it is built, merged where nothing was, merged again, and read.
+Case WideTreeCase(std::string name, std::string work, std::size_t colliding)
+{
+    return {std::move(name), std::move(work), 1, [colliding](std::size_t samples, std::vector<double>& nanoseconds) {
+                auto const keys = LongKeys(100000, colliding);
+                Time(samples, 1, nanoseconds, [&keys] {
+                    CAttributeMap given;
+                    for (std::wstring const& key : keys) {
+                        given.Append(CAttributeMap(AttributeKey(key), new CVordalInt(1)));
+                    }
+                    CAttributeMap device;
+                    vordal::Merge(device, given);
+                    vordal::Merge(device, given);
+                    int sum = 0;
+                    for (std::wstring const& key : keys) {
+                        int value = 0;
+                        std::as_const(device).FindValue(AttributeKey(key), 0).Get(value);
+                        sum += value;
+                    }
+                    Keep(sum);
+                });
+            }};
+}
+
 } // namespace
 
 std::vector<Case> TreeCases()
@@ -56,6 +96,9 @@ std::vector<Case> TreeCases()
                              Keep(found);
                          });
                      }});
+    std::string const wideWork = "tree of 100,000 keys built, merged twice and read";
+    cases.push_back(WideTreeCase("tree-100000-wide", wideWork, 0));
+    cases.push_back(WideTreeCase("tree-100000-colliding", wideWork + ", half of them with one hash", 50000));
     for (int const nodes : {500, 5000}) {
         auto const tree = std::make_shared<CAttributeMap>(FlatTree(nodes));
         std::string const size = std::to_string(nodes);

@@ -29,7 +29,10 @@ add_compile_options(-ffp-contract=off)
 
 set(QX5_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them: address,undefined or thread")
 if(QX5_SANITIZE)
-  add_compile_options(-fsanitize=${QX5_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+  add_compile_options(-fsanitize=${QX5_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    add_compile_options(-O1)
+  endif()
   add_link_options(-fsanitize=${QX5_SANITIZE})
 endif()
 

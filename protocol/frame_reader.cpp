@@ -52,9 +52,16 @@ std::span<unsigned char const> FrameReader::Unread() const
     return std::span(m_bytes).subspan(m_begin);
 }
 
-void FrameReader::Skip(std::size_t count)
+void FrameReader::Advance(std::size_t count)
 {
     m_begin += count;
+    m_position += count;
+    m_doubted = m_doubted && count == 0;
+}
+
+void FrameReader::Skip(std::size_t count)
+{
+    Advance(count);
     m_skippedBytes += count;
 }
 
@@ -76,6 +83,49 @@ std::optional<std::size_t> FrameReader::FindCandidate()
         if (CheckFrameStart(unread, totalSize) == FrameError::None && totalSize <= m_maximumFrameSize)
             return totalSize;
         Skip(1);
+    }
+}
+
+/// Remembers what may be frames behind the start of the unfinished one, up to where the bytes end. Each byte is looked
+/// at once, since the search goes on where it stopped, even when another frame is the unfinished one by then.
+void FrameReader::CollectClaims()
+{
+    auto const unread = Unread();
+    m_searched = std::max(m_searched, m_position + 1);
+    while (m_claims.size() < MaximumClaims) {
+        auto at = static_cast<std::size_t>(m_searched - m_position);
+        at += FindFrameStart(unread.subspan(at));
+        m_searched = m_position + at;
+        if (unread.size() - at < SizeEnd)
+            return;
+        std::uint32_t totalSize = 0;
+        if (CheckFrameStart(unread.subspan(at), totalSize) == FrameError::None && totalSize <= m_maximumFrameSize)
+            m_claims.push_back({m_searched, m_searched + totalSize});
+        ++m_searched;
+    }
+}
+
+/// How far behind the start of the unfinished frame the first good one begins that lies whole inside of it.
+std::optional<std::size_t> FrameReader::FindInside()
+{
+    std::erase_if(m_claims, [this](Claim const& claim) { return claim.begin <= m_position; });
+    auto const unread = Unread();
+    for (;;) {
+        CollectClaims();
+        std::size_t const before = m_claims.size();
+        for (auto claim = m_claims.begin(); claim != m_claims.end();) {
+            auto const at = static_cast<std::size_t>(claim->begin - m_position);
+            if (claim->end - m_position > unread.size()) {
+                ++claim;
+            } else if (ParseFrame(unread.subspan(at))) {
+                return at;
+            } else {
+                claim = m_claims.erase(claim);
+            }
+        }
+        // With room for more claims the search may go on.
+        if (before < MaximumClaims || m_claims.size() == before)
+            return std::nullopt;
     }
 }
 
@@ -102,10 +152,16 @@ std::optional<FrameView> FrameReader::Next()
 {
     while (auto const totalSize = FindCandidate()) {
         if (Unread().size() < *totalSize) {
-            if (!m_finished)
-                return std::nullopt;
+            if (!m_finished) {
+                auto const inside = m_doubted ? FindInside() : std::nullopt;
+                if (!inside)
+                    return std::nullopt;
+                ++m_damagedFrames;
+                Skip(*inside);
+                continue;
+            }
         } else if (auto const frame = ParseFrame(Unread())) {
-            m_begin += *totalSize;
+            Advance(*totalSize);
             ++m_goodFrames;
             return frame;
         }
@@ -122,9 +178,10 @@ void FrameReader::Finish()
 
 void FrameReader::Reset()
 {
-    m_skippedBytes += BufferedBytes();
+    Skip(BufferedBytes());
     m_bytes.clear();
     m_begin = 0;
+    m_claims.clear();
     m_finished = false;
 }
 

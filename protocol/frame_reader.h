@@ -15,6 +15,9 @@ namespace qx5::protocol {
 /// sync word and size are right and its trailing word is 0. After anything else the reader goes on at the next good
 /// frame, be it inside a damaged one. Each byte is looked at a bounded number of times, whatever the stream.
 ///
+/// An unfinished frame keeps back what follows until it ends, and a damaged size word can make that 128 MiB. Whoever
+/// feeds the reader knows the time and says when an unfinished frame is doubted, or that nothing more comes.
+///
 /// Memory: at most one unfinished frame (`maximumFrameSize`) and what was fed since the frames were last taken;
 /// garbage is dropped at once.
 ///
@@ -30,6 +33,10 @@ public:
     /// The next good frame, or nothing until more is fed. It stays valid until Feed or Reset is called.
     std::optional<FrameView> Next();
 
+    /// Tells that the unfinished frame has taken longer than it should: good frames that lie whole inside of it, now or
+    /// later, are then given, and it counts as damaged. One without any goes on arriving. Holds for this frame alone.
+    void DoubtUnfinished() { m_doubted = BufferedBytes() > 0; }
+
     /// Tells that no more bytes come: a frame still unfinished counts as damaged, and Next may then give frames that
     /// lie inside of it.
     void Finish();
@@ -43,13 +50,27 @@ public:
     std::uint64_t DamagedFrames() const { return m_damagedFrames; }
     /// Good frames given so far.
     std::uint64_t GoodFrames() const { return m_goodFrames; }
+    /// Where in the whole stream the first byte stands that is held now. An unfinished frame keeps its position.
+    std::uint64_t Position() const { return m_position; }
     /// Bytes held now.
     std::size_t BufferedBytes() const { return m_bytes.size() - m_begin; }
 
 private:
+    /// What may be a frame inside of the unfinished one and had not arrived whole when it was found.
+    struct Claim
+    {
+        std::uint64_t begin; ///< in the whole stream, as is `end`
+        std::uint64_t end;
+    };
+    /// So many are remembered; the search rests while there are more, so that they cost no memory.
+    static constexpr std::size_t MaximumClaims = 64;
+
     std::span<unsigned char const> Unread() const;
+    void Advance(std::size_t count);
     void Skip(std::size_t count);
     std::optional<std::size_t> FindCandidate();
+    std::optional<std::size_t> FindInside();
+    void CollectClaims();
 
     std::vector<unsigned char> m_bytes;
     std::size_t m_begin = 0; // of the bytes not yet given or skipped
@@ -57,6 +78,10 @@ private:
     std::uint64_t m_skippedBytes = 0;
     std::uint64_t m_damagedFrames = 0;
     std::uint64_t m_goodFrames = 0;
+    std::uint64_t m_position = 0;
+    std::uint64_t m_searched = 0; // in the whole stream: all claims that begin before were found
+    std::vector<Claim> m_claims;  // in the order of the stream
+    bool m_doubted = false;       // the frame at m_begin
     bool m_finished = false;
 };
 

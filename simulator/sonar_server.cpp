@@ -41,7 +41,7 @@ struct Outgoing
 /// One host. Handlers of its operations hold it by shared pointer; `open` tells them whether it still counts.
 struct Connection
 {
-    Connection(asio::io_context& context, tcp::socket&& accepted, std::uint64_t itsNumber, Clock::duration limit)
+    Connection(asio::io_context& context, tcp::socket&& accepted, std::uint64_t itsNumber, protocol::IdleLimit limit)
         : socket(std::move(accepted)), sendTimer(context), idleTimer(context), number(itsNumber), idleLimit(limit)
     {
     }
@@ -364,8 +364,8 @@ void SonarServer::Implementation::Take(tcp::socket&& socket)
     }
     socket.set_option(tcp::no_delay(true), error);
     auto const remote = socket.remote_endpoint(error);
-    auto const connection =
-        std::make_shared<Connection>(m_context, std::move(socket), ++m_lastNumber, m_options.idleLimit);
+    auto const connection = std::make_shared<Connection>(
+        m_context, std::move(socket), ++m_lastNumber, protocol::IdleLimit(m_options.idleLimit, m_options.frameShare));
     ++m_counts.connections;
     m_connections.push_back(connection);
     Tell(EventKind::Connected,
@@ -457,10 +457,6 @@ void SonarServer::Implementation::TakeBytes(ConnectionPointer const& connection,
 {
     connection->reader.Feed(std::span(connection->arrived).first(count));
     TakeFrames(connection);
-    if (connection->open && !connection->damageTold && connection->reader.SkippedBytes() > 0) {
-        connection->damageTold = true;
-        Tell(EventKind::Damaged, "bytes that belong to no frame are skipped", connection->number);
-    }
     if (connection->open) {
         connection->idleLimit.Heard(connection->reader, Clock::now());
         WatchIdle(connection);
@@ -476,32 +472,50 @@ void SonarServer::Implementation::TakeFrames(ConnectionPointer const& connection
             break;
         TakeFrame(connection, *frame);
     }
+    if (connection->open && !connection->damageTold && connection->reader.SkippedBytes() > 0) {
+        connection->damageTold = true;
+        Tell(EventKind::Damaged, "bytes that belong to no frame are skipped", connection->number);
+    }
 }
 
-// One timer at a time: what arrives meanwhile moves the limit, not the timer.
+// One timer at a time, and what moves the limit back leaves the timer alone: it looks and waits again.
 void SonarServer::Implementation::WatchIdle(ConnectionPointer const& connection)
 {
     auto const due = connection->idleLimit.Due();
-    if (!connection->open || connection->idleWatched || !due)
+    if (!connection->open || !due || (connection->idleWatched && *due >= connection->idleTimer.expiry()))
         return;
     connection->idleWatched = true;
     connection->idleTimer.expires_at(*due);
     connection->idleTimer.async_wait([this, connection](asio::error_code const& error) {
+        if (error || !connection->open)
+            return;
         connection->idleWatched = false;
-        if (!error && connection->open)
-            LookForIdle(connection);
+        LookForIdle(connection);
     });
 }
 
 void SonarServer::Implementation::LookForIdle(ConnectionPointer const& connection)
 {
+    auto const now = Clock::now();
+    auto& limit = connection->idleLimit;
     asio::error_code ignored;
-    if (m_misbehaviour.stall || connection->held > 0 || connection->socket.available(ignored) > 0) {
+    if (m_misbehaviour.stall || connection->held > 0) {
         // It is this side that keeps the rest waiting.
-        connection->idleLimit.Heard(connection->reader, Clock::now());
-    } else if (connection->idleLimit.Expire(connection->reader, Clock::now())) {
+        limit.Restart(connection->reader, now);
+        WatchIdle(connection);
+        return;
+    }
+    if (limit.Doubt(connection->reader, now)) {
         TakeFrames(connection);
+        limit.Taken(connection->reader, now);
+        StateChanged();
+    }
+    if (connection->open && connection->socket.available(ignored) > 0) {
+        limit.Heard(connection->reader, now);
+    } else if (connection->open && limit.Expire(connection->reader, now)) {
+        // Told below in words of its own.
         connection->damageTold = true;
+        TakeFrames(connection);
         if (connection->open && !std::exchange(connection->unfinishedTold, true))
             Tell(EventKind::Damaged, "a frame that was begun got no further byte and is skipped", connection->number);
         StateChanged();

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <protocol/frame.h>
+#include <protocol/idle_limit.h>
 #include <simulator/sonar_state.h>
 
 namespace qx5::simulator {
@@ -36,6 +37,8 @@ struct ServerOptions
     std::size_t greatestSendQueue = std::size_t{4} << 20;
     /// A frame that was begun and gets no further byte for so long is damage: the sonar goes on inside of it.
     std::chrono::milliseconds idleLimit{5000};
+    /// A frame that is not whole after so long is damage once good frames lie whole inside of it: they are taken.
+    std::chrono::milliseconds frameShare = protocol::IdleLimit::UsualShare;
     UtcClock utc; ///< the system's clock when empty
 };
 

@@ -84,7 +84,8 @@ std::string QuotedText(std::wstring_view text)
             quoted += "\\n";
         } else if (codePoint == U'\t') {
             quoted += "\\t";
-        } else if (codePoint < 0x20 || codePoint == 0x7F) {
+        } else if (codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0)) {
+            // Those from U+0080 on are commands to a terminal as well.
             constexpr char Digits[] = "0123456789abcdef";
             quoted += "\\u00";
             quoted += Digits[codePoint >> 4];

@@ -1,8 +1,11 @@
 // The storage of attribute trees: sharing, copying on write, look-up and destruction without recursion.
 #include "attribute_node.h"
 
+#include "base/salted_hash.h"
+
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <utility>
 #include <vector>
@@ -22,6 +25,12 @@ constexpr std::uint32_t ChunkOf(std::uint32_t place)
 constexpr std::uint32_t SlotOf(std::uint32_t place)
 {
     return place % AttributeChunk::MaxCapacity;
+}
+
+/// Where the search for an entry begins. Occurrences of one key spread evenly, whatever the key's tag.
+constexpr std::uint32_t FirstEntry(std::uint32_t tag, std::uint32_t occurrence)
+{
+    return tag + occurrence * 0x9E3779B9U;
 }
 
 /// Says whether the caller held the last reference.
@@ -58,9 +67,9 @@ AttributeIndex* AttributeIndex::Allocate(std::uint32_t capacity)
     void* memory = ::operator new(sizeof(AttributeIndex) + capacity * sizeof(Entry));
     auto* index = new (memory) AttributeIndex;
     index->m_mask = capacity - 1;
-    for (std::uint32_t i = 0; i < capacity; ++i) {
-        new (index->Entries() + i) Entry{0, 0, NoPlace};
-    }
+    auto const& salt = vordal::ProgramSalt();
+    std::copy(salt.begin(), salt.end(), index->m_salt);
+    std::uninitialized_fill_n(index->Entries(), capacity, Entry());
     return index;
 }
 
@@ -78,6 +87,7 @@ AttributeIndex* AttributeIndex::Clone() const
     auto* copy = Allocate(m_mask + 1);
     std::copy_n(Entries(), m_mask + 1, copy->Entries());
     copy->m_taken = m_taken;
+    copy->m_crowded = m_crowded;
     return copy;
 }
 
@@ -89,75 +99,135 @@ void AttributeIndex::Release(AttributeIndex* index)
     }
 }
 
-std::uint32_t AttributeIndex::Probe(std::uint64_t hash, std::uint32_t occurrence) const
+CAttributeMap const& AttributeNode::At(std::uint32_t place) const
 {
-    std::uint64_t const mixed = (hash ^ (occurrence * 0x9E3779B97F4A7C15U)) * 0xD6E8FEB86659FD93U;
-    auto at = static_cast<std::uint32_t>(mixed >> 32) & m_mask;
+    return std::as_const(*Chunk(ChunkOf(place))).Slots()[SlotOf(place)];
+}
+
+std::wstring_view AttributeNode::KeyAt(std::uint32_t place) const
+{
+    return TreeAccess::Node(At(place))->Key();
+}
+
+std::uint32_t AttributeIndex::TagOf(std::uint64_t hash) const
+{
+    // Twice, so that factors which nobody outside knows reach every bit that stays.
+    auto mixed = (hash ^ m_salt[0]) * (m_salt[1] | 1U);
+    mixed = (mixed ^ (mixed >> 32)) * (m_salt[0] | 1U);
+    return static_cast<std::uint32_t>(mixed >> 32);
+}
+
+AttributeIndex::Location AttributeIndex::Locate(AttributeNode const& node, AttributeKey const& key) const
+{
+    std::uint32_t others = 0;
+    auto const tag = TagOf(key.Hash());
+    auto const first = Probe(node, tag, key.Text(), 0, others);
+    if (!m_crowded || Entries()[first].place != NoPlace || !IsCrowded(tag)) {
+        return {tag, first, others};
+    }
+    others = 0;
+    auto const textTag = TagOf(vordal::SaltedHash(key.Text()));
+    auto const firstOfText = Probe(node, textTag, key.Text(), 0, others);
+    return {textTag, firstOfText, others};
+}
+
+std::uint32_t AttributeIndex::Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text,
+                                    std::uint32_t occurrence, std::uint32_t& others) const
+{
     auto const* entries = Entries();
-    while (entries[at].hash != 0 && (entries[at].hash != hash || entries[at].occurrence != occurrence)) {
+    for (auto at = FirstEntry(tag, occurrence) & m_mask;; at = (at + 1) & m_mask) {
+        auto const& entry = entries[at];
+        if (entry.place == NoPlace) {
+            return at;
+        }
+        if (entry.tag == tag && entry.occurrence == occurrence && entry.place != RemovedPlace) {
+            if (node.KeyAt(entry.place) == text) {
+                return at;
+            }
+            ++others;
+        }
+    }
+}
+
+bool AttributeIndex::IsCrowded(std::uint32_t tag) const
+{
+    auto const* entries = Entries();
+    auto at = FirstEntry(tag, CrowdMark) & m_mask;
+    while (entries[at].place != NoPlace && (entries[at].tag != tag || entries[at].occurrence != CrowdMark)) {
         at = (at + 1) & m_mask;
     }
-    return at;
+    return entries[at].place != NoPlace;
 }
 
-std::uint32_t AttributeIndex::Find(std::uint64_t hash, std::uint32_t occurrence) const
+std::uint32_t AttributeIndex::Find(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence) const
 {
-    return Entries()[Probe(hash, occurrence)].place;
-}
-
-std::uint32_t AttributeIndex::Count(std::uint64_t hash) const
-{
-    auto const counted = Find(hash, CountMark);
-    if (counted != NoPlace) {
-        return counted;
+    std::uint32_t others = 0;
+    auto const place = Entries()[Probe(node, TagOf(key.Hash()), key.Text(), occurrence, others)].place;
+    if (place != NoPlace || !m_crowded) {
+        return place;
     }
-    return Find(hash, 0) != NoPlace ? 1 : 0;
+    auto const location = Locate(node, key);
+    return Entries()[Probe(node, location.tag, key.Text(), occurrence, others)].place;
 }
 
-void AttributeIndex::Put(std::uint64_t hash, std::uint32_t occurrence, std::uint32_t place)
+std::uint32_t AttributeIndex::Count(AttributeNode const& node, AttributeKey const& key) const
 {
-    auto& entry = Entries()[Probe(hash, occurrence)];
-    if (entry.hash == 0) {
-        ++m_taken;
+    return Entries()[Locate(node, key).first].count;
+}
+
+void AttributeIndex::Take(Entry const& entry)
+{
+    auto at = FirstEntry(entry.tag, entry.occurrence) & m_mask;
+    while (Entries()[at].place != NoPlace) {
+        at = (at + 1) & m_mask;
     }
-    entry = {hash, occurrence, place};
+    Entries()[at] = entry;
+    ++m_taken;
 }
 
-AttributeIndex* AttributeIndex::Append(AttributeIndex* index, std::uint64_t hash, std::uint32_t place)
+AttributeIndex* AttributeIndex::Append(AttributeNode const& node, AttributeIndex* index, AttributeKey const& key,
+                                       std::uint32_t place)
 {
-    std::uint32_t const capacity = index->m_mask + 1;
-    if ((index->m_taken + 2) * 4 > capacity * 3) {
+    auto const capacity = index->m_mask + 1;
+    // Room for the entry and a mark.
+    if (std::uint64_t{index->m_taken} + 2 > std::uint64_t{capacity} / 4 * 3) {
         auto const* entries = index->Entries();
-        auto const living = static_cast<std::uint32_t>(
-            std::count_if(entries, entries + capacity, [](Entry const& entry) { return entry.place != NoPlace; }));
-        auto* larger = Create(living + living / 4 + 2);
-        for (std::uint32_t i = 0; i < capacity; ++i) {
-            if (entries[i].place != NoPlace) {
-                larger->Put(entries[i].hash, entries[i].occurrence, entries[i].place);
+        auto const isThere = [](Entry const& entry) { return entry.place < RemovedPlace; };
+        auto const there = static_cast<std::uint32_t>(std::count_if(entries, entries + capacity, isThere));
+        auto* larger = Create(there + there / 4 + 2);
+        larger->m_crowded = index->m_crowded;
+        std::for_each(entries, entries + capacity, [&](Entry const& entry) {
+            if (isThere(entry)) {
+                larger->Take(entry);
             }
-        }
-        Release(index);
-        index = larger;
+        });
+        Release(std::exchange(index, larger));
     }
-    auto const count = index->Count(hash);
-    index->Put(hash, count, place);
-    if (count > 0) {
-        index->Put(hash, CountMark, count + 1);
+    auto [tag, first, others] = index->Locate(node, key);
+    if (index->Entries()[first].place != NoPlace) {
+        index->Take({tag, index->Entries()[first].count++, place, 0});
+        return index;
     }
+    if (others >= Crowd && !index->IsCrowded(tag)) {
+        index->Take({tag, CrowdMark, 0, 0});
+        index->m_crowded = true;
+        tag = index->TagOf(vordal::SaltedHash(key.Text()));
+    }
+    index->Take({tag, 0, place, 1});
     return index;
 }
 
-void AttributeIndex::Remove(std::uint64_t hash, std::uint32_t occurrence)
+void AttributeIndex::Remove(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence)
 {
-    auto const count = Count(hash);
+    auto location = Locate(node, key);
+    auto const entryOf = [&](std::uint32_t wanted) -> Entry& {
+        return Entries()[wanted == 0 ? location.first : Probe(node, location.tag, key.Text(), wanted, location.others)];
+    };
+    auto const count = entryOf(0).count--;
     for (auto i = occurrence; i + 1 < count; ++i) {
-        Entries()[Probe(hash, i)].place = Find(hash, i + 1);
+        entryOf(i).place = entryOf(i + 1).place;
     }
-    Entries()[Probe(hash, count - 1)].place = NoPlace;
-    auto& counted = Entries()[Probe(hash, CountMark)];
-    if (counted.place != NoPlace) {
-        counted.place = count > 2 ? count - 1 : NoPlace;
-    }
+    entryOf(count - 1).place = RemovedPlace;
 }
 
 AttributeNode* AttributeNode::Create(std::wstring_view key, std::uint64_t hash)
@@ -306,7 +376,6 @@ void AttributeNode::ShareChildrenOf(AttributeNode const& node)
     chunkCount = node.chunkCount;
     emptyChunks = node.emptyChunks;
     indexedPlaces = node.indexedPlaces;
-    hashCollision = node.hashCollision;
     index = node.index;
     if (index != nullptr) {
         index->Retain();
@@ -416,17 +485,11 @@ AttributeNode* AttributeNode::Rekey(AttributeNode* node, std::wstring_view key, 
         renamed->childCount = node->childCount;
         renamed->emptyChunks = node->emptyChunks;
         renamed->indexedPlaces = node->indexedPlaces;
-        renamed->hashCollision = node->hashCollision;
         renamed->exposed = node->exposed;
         renamed->index = std::exchange(node->index, nullptr);
     }
     Release(node);
     return renamed;
-}
-
-CAttributeMap const& AttributeNode::At(std::uint32_t place) const
-{
-    return std::as_const(*Chunk(ChunkOf(place))).Slots()[SlotOf(place)];
 }
 
 std::uint32_t AttributeNode::FindPlace(AttributeKey const& key, std::uint32_t occurrence) const
@@ -435,15 +498,17 @@ std::uint32_t AttributeNode::FindPlace(AttributeKey const& key, std::uint32_t oc
         return AttributeIndex::NoPlace;
     }
     std::uint32_t from = 0;
-    if (index != nullptr && !hashCollision) {
-        auto const place = index->Find(key.Hash(), occurrence);
+    if (index != nullptr) {
+        auto const place = index->Find(*this, key, occurrence);
         if (place != AttributeIndex::NoPlace) {
-            return TreeAccess::Node(At(place))->Key() == key.Text() ? place : AttributeIndex::NoPlace;
+            return place;
         }
         if (from = indexedPlaces; ChunkOf(from) >= chunkCount) {
             return AttributeIndex::NoPlace;
         }
-        occurrence -= std::min(occurrence, index->Count(key.Hash()));
+        if (occurrence > 0) {
+            occurrence -= std::min(occurrence, index->Count(*this, key));
+        }
     }
     auto firstSlot = SlotOf(from);
     for (auto number = ChunkOf(from); number < chunkCount; ++number) {
@@ -466,14 +531,8 @@ std::uint32_t AttributeNode::CountOf(AttributeKey const& key) const
 {
     std::uint32_t count = 0;
     std::uint32_t from = 0;
-    if (index != nullptr && !hashCollision) {
-        auto const place = index->Find(key.Hash(), 0);
-        if (place != AttributeIndex::NoPlace) {
-            if (TreeAccess::Node(At(place))->Key() != key.Text()) {
-                return 0;
-            }
-            count = index->Count(key.Hash());
-        }
+    if (index != nullptr) {
+        count = index->Count(*this, key);
         from = indexedPlaces;
     }
     auto firstSlot = SlotOf(from);
@@ -556,31 +615,6 @@ CAttributeMap& AttributeNode::ExposeSlot(std::uint32_t place)
 
 std::uint32_t AttributeNode::Append(AttributeNode* child)
 {
-    auto const key = TreeAccess::KeyOf(*child);
-    if (!hashCollision && (childFilter & key.Filter()) == key.Filter()) {
-        // Among the children so far, those with this hash have one text; any one of them tells.
-        auto const differs = [&](CAttributeMap const& other) {
-            return TreeAccess::ChildHash(other) == key.Hash() && TreeAccess::Node(other)->Key() != key.Text();
-        };
-        std::uint32_t from = 0;
-        if (index != nullptr) {
-            auto const place = index->Find(key.Hash(), 0);
-            hashCollision = place != AttributeIndex::NoPlace && differs(At(place));
-            from = indexedPlaces;
-        }
-        auto firstSlot = SlotOf(from);
-        for (auto number = ChunkOf(from); number < chunkCount && !hashCollision; ++number) {
-            if (auto const* chunk = Chunk(number); chunk != nullptr && firstSlot < chunk->used) {
-                hashCollision = std::any_of(chunk->Slots() + firstSlot, chunk->Slots() + chunk->used, differs);
-            }
-            firstSlot = 0;
-        }
-        if (hashCollision) {
-            AttributeIndex::Release(std::exchange(index, nullptr));
-            indexedPlaces = 0;
-        }
-    }
-
     auto const* last = chunkCount > 0 ? Chunk(chunkCount - 1) : nullptr;
     if (last == nullptr || last->used == last->capacity) {
         AppendChunk(AttributeChunk::Create(std::clamp(childCount, 4U, AttributeChunk::MaxCapacity)));
@@ -594,7 +628,7 @@ std::uint32_t AttributeNode::Append(AttributeNode* child)
     if (pages != nullptr) {
         ++OwnPage(chunkCount - 1)->live;
     }
-    childFilter |= key.Filter();
+    childFilter |= AttributeKey::FilterOf(child->hash);
     if (child->exposed) {
         ExposeSlot(place);
     }
@@ -604,7 +638,7 @@ std::uint32_t AttributeNode::Append(AttributeNode* child)
 
 void AttributeNode::Index()
 {
-    if (hashCollision || childCount < IndexThreshold) {
+    if (childCount < IndexThreshold) {
         return;
     }
     if (index == nullptr) {
@@ -623,9 +657,11 @@ void AttributeNode::Index()
     for (auto number = ChunkOf(indexedPlaces); number < chunkCount; ++number) {
         if (auto const* chunk = Chunk(number); chunk != nullptr) {
             for (auto slot = firstSlot; slot < chunk->used; ++slot) {
-                if (auto const hashOfChild = TreeAccess::ChildHash(chunk->Slots()[slot]); hashOfChild != 0) {
-                    index = AttributeIndex::Append(index, hashOfChild, PlaceOf(number, slot));
+                if (auto const* child = TreeAccess::Node(chunk->Slots()[slot]); child != nullptr) {
+                    index = AttributeIndex::Append(*this, index, TreeAccess::KeyOf(*child), PlaceOf(number, slot));
                 }
+                // At once: should there be no memory for the next one, nothing is taken in twice later on.
+                indexedPlaces = PlaceOf(number, slot) + 1;
             }
         }
         firstSlot = 0;
@@ -645,7 +681,7 @@ void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
             auto* own = index->Clone();
             AttributeIndex::Release(std::exchange(index, own));
         }
-        index->Remove(TreeAccess::ChildHash(At(place)), occurrence);
+        index->Remove(*this, TreeAccess::KeyOf(*TreeAccess::Node(At(place))), occurrence);
     }
     auto& chunk = OwnChunk(number);
     auto* page = OwnPage(number);
@@ -722,7 +758,6 @@ void AttributeNode::RemoveChildren() noexcept
     indexedPlaces = 0;
     childFilter = 0;
     exposed = false;
-    hashCollision = false;
     DestroyAll(pending);
 }
 

@@ -54,7 +54,12 @@ struct AttributePage
     AttributeChunk* chunks[Capacity] = {};
 };
 
-/// Finds (hash of key, occurrence) among many children: open addressing, no deletion but by marking.
+/// Finds (key, occurrence) among the many children of one node: open addressing, no deletion but by marking.
+///
+/// Keys come from outside, and their hash is one that anybody can compute, so whoever sends them could have them all
+/// share a hash, or a place in here. Hence places follow from the hash by way of numbers drawn when the program starts,
+/// and texts are compared. Where more than a few keys share a hash, as chance never makes them, the further ones are
+/// found by a keyed hash of their texts. A look-up passes few entries whatever the keys are.
 class alignas(std::uint64_t) AttributeIndex
 {
 public:
@@ -67,34 +72,62 @@ public:
     bool IsShared() const { return m_references.load(std::memory_order_acquire) != 1; }
     void Retain() { m_references.fetch_add(1, std::memory_order_relaxed); }
 
+    // In all that follows `node` is the one whose children are in here; the texts of keys stand there alone.
     /// The place of an occurrence, or NoPlace.
-    std::uint32_t Find(std::uint64_t hash, std::uint32_t occurrence) const;
-    std::uint32_t Count(std::uint64_t hash) const;
-    /// Adds the next occurrence. The index may be replaced by a larger one: go on with the result.
-    [[nodiscard]] static AttributeIndex* Append(AttributeIndex* index, std::uint64_t hash, std::uint32_t place);
-    void Remove(std::uint64_t hash, std::uint32_t occurrence);
+    std::uint32_t Find(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence) const;
+    std::uint32_t Count(AttributeNode const& node, AttributeKey const& key) const;
+    /// Adds the next occurrence. The index may be replaced by another one: go on with the result.
+    [[nodiscard]] static AttributeIndex* Append(AttributeNode const& node, AttributeIndex* index,
+                                                AttributeKey const& key, std::uint32_t place);
+    void Remove(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence);
 
 private:
     struct Entry
     {
-        std::uint64_t hash;
-        std::uint32_t occurrence;
-        std::uint32_t place;
+        /// What is left of the key's hash.
+        std::uint32_t tag = 0;
+        std::uint32_t occurrence = 0;
+        /// NoPlace in an entry that was never taken.
+        std::uint32_t place = NoPlace;
+        /// In an entry for the first occurrence the number of occurrences.
+        std::uint32_t count = 0;
     };
-    /// The occurrence under which the number of occurrences stands, once there was more than one.
-    static constexpr std::uint32_t CountMark = 0xFFFFFFFFU;
+    /// Where the occurrences of a key are found.
+    struct Location
+    {
+        std::uint32_t tag;
+        std::uint32_t first;  ///< the entry of occurrence 0, or a free one when there is none
+        std::uint32_t others; ///< keys of that tag that were passed
+    };
+    static constexpr std::uint32_t RemovedPlace = NoPlace - 1;
+    /// The occurrence of an entry that marks its tag as crowded: keys of that tag may stand under the tag of their
+    /// text.
+    static constexpr std::uint32_t CrowdMark = 0xFFFFFFFFU;
+    /// Keys of one tag that make it crowded.
+    static constexpr std::uint32_t Crowd = 3;
 
     AttributeIndex() = default;
     static AttributeIndex* Allocate(std::uint32_t capacity);
     Entry* Entries() { return reinterpret_cast<Entry*>(this + 1); }
     Entry const* Entries() const { return reinterpret_cast<Entry const*>(this + 1); }
-    std::uint32_t Probe(std::uint64_t hash, std::uint32_t occurrence) const;
-    void Put(std::uint64_t hash, std::uint32_t occurrence, std::uint32_t place);
+    std::uint32_t TagOf(std::uint64_t hash) const;
+    Location Locate(AttributeNode const& node, AttributeKey const& key) const;
+    /// The number of the entry, or of the free one that the search for it ends at. `others` counts what has the same
+    /// tag and occurrence and another text.
+    std::uint32_t Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text, std::uint32_t occurrence,
+                        std::uint32_t& others) const;
+    bool IsCrowded(std::uint32_t tag) const;
+    /// Takes a free entry for one that is not here yet.
+    void Take(Entry const& entry);
 
     std::atomic<std::uint32_t> m_references{1};
     std::uint32_t m_mask = 0;
-    /// Entries ever taken, marked ones included.
+    /// Entries ever taken, removed ones included.
     std::uint32_t m_taken = 0;
+    /// Some tag is crowded.
+    bool m_crowded = false;
+    /// Two of the program's own random numbers.
+    std::uint64_t m_salt[2] = {};
 };
 
 struct AttributeGroup
@@ -121,8 +154,6 @@ struct AttributeNode : AttributeNodeHead
     /// All children at places below are in the index, none from here on.
     std::uint32_t indexedPlaces = 0;
     bool exposed = false;
-    /// Two different keys here have one hash: look-ups then compare texts and the index is not used.
-    bool hashCollision = false;
     /// Null as long as the first chunk suffices, which then stands in `onlyChunk`.
     AttributePage** pages = nullptr;
     AttributeChunk* onlyChunk = nullptr;
@@ -155,6 +186,7 @@ struct AttributeNode : AttributeNodeHead
     std::uint32_t FindPlace(AttributeKey const& key, std::uint32_t occurrence) const;
     std::uint32_t CountOf(AttributeKey const& key) const;
     CAttributeMap const& At(std::uint32_t place) const;
+    std::wstring_view KeyAt(std::uint32_t place) const;
     /// Null once all its children are gone.
     AttributeChunk* Chunk(std::uint32_t number) const
     {

@@ -2,6 +2,7 @@
 #include "tree_merge.h"
 
 #include "attribute_node.h"
+#include "base/salted_hash.h"
 
 #include <algorithm>
 #include <string_view>
@@ -52,7 +53,7 @@ struct Level
     std::uint32_t chunk = 0;
     std::uint32_t slot = 0;
     /// How many children of a key have been passed, for the keys that occur more than once.
-    std::unordered_map<std::wstring_view, std::uint32_t> passed = {};
+    std::unordered_map<std::wstring_view, std::uint32_t, SaltedTextHash> passed = {};
 };
 
 } // namespace

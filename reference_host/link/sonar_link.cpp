@@ -8,7 +8,6 @@
 #include "reference_host/platform/large_pages.h"
 
 #include <protocol/frame_reader.h>
-#include <protocol/idle_limit.h>
 
 #include <asio/buffer.hpp>
 #include <asio/connect.hpp>
@@ -267,7 +266,7 @@ public:
         if (!paused) {
             asio::post(m_context, [self = shared_from_this()] {
                 // The pause was ours: the sonar has its whole limit from here on.
-                self->m_idleLimit.Heard(self->m_reader, std::chrono::steady_clock::now());
+                self->m_idleLimit.Restart(self->m_reader, std::chrono::steady_clock::now());
                 self->ReadOnLinkThread();
             });
         }
@@ -618,7 +617,7 @@ private:
         }
         m_timer.cancel();
         m_reader = qx5::protocol::FrameReader(m_options.greatestIncomingFrame);
-        m_idleLimit = qx5::protocol::IdleLimit(m_options.idleLimit);
+        m_idleLimit = qx5::protocol::IdleLimit(m_options.idleLimit, m_options.frameShare);
         m_idleWatched = false;
         m_garbageTold = false;
         m_unfinishedTold = false;
@@ -678,16 +677,8 @@ private:
             return;
         }
         m_reader.Feed(bytes);
-        if (!TakeFramesOnLinkThread(attempt)) {
+        if (!TakeFramesOnLinkThread(attempt) || !TellOfGarbageOnLinkThread(attempt)) {
             return;
-        }
-        if (m_skippedBefore > 0 && !m_garbageTold) {
-            m_garbageTold = true;
-            m_listener->OnLinkReport(Where() + " sends bytes that are no frame; they are skipped and counted, and "
-                                               "this is said once for this connection");
-            if (attempt != m_attempt) {
-                return;
-            }
         }
         m_idleLimit.Heard(m_reader, std::chrono::steady_clock::now());
         WatchIdleOnLinkThread();
@@ -714,14 +705,26 @@ private:
         return true;
     }
 
-    /// One timer at a time: what arrives meanwhile moves the limit, not the timer.
+    /// False when the listener has ended the connection meanwhile.
+    bool TellOfGarbageOnLinkThread(std::uint64_t attempt)
+    {
+        if (m_skippedBefore > 0 && !m_garbageTold) {
+            m_garbageTold = true;
+            m_listener->OnLinkReport(Where() + " sends bytes that are no frame; they are skipped and counted, and "
+                                               "this is said once for this connection");
+        }
+        return attempt == m_attempt;
+    }
+
+    /// One timer at a time, and what moves the limit back leaves the timer alone: it looks and waits again.
     void WatchIdleOnLinkThread()
     {
-        if (m_idleWatched || !m_idleLimit.Due()) {
+        auto const due = m_idleLimit.Due();
+        if (!due || (m_idleWatched && *due >= m_idleTimer.expiry())) {
             return;
         }
         m_idleWatched = true;
-        m_idleTimer.expires_at(*m_idleLimit.Due());
+        m_idleTimer.expires_at(*due);
         m_idleTimer.async_wait([self = shared_from_this(), attempt = m_attempt](asio::error_code error) {
             if (!error && attempt == self->m_attempt && self->m_isConnected) {
                 self->m_idleWatched = false;
@@ -734,8 +737,19 @@ private:
     {
         auto const now = std::chrono::steady_clock::now();
         asio::error_code ignored;
-        if (m_paused.load(std::memory_order_acquire) || m_socket.available(ignored) > 0) {
+        if (m_paused.load(std::memory_order_acquire)) {
             // It is this side that keeps the rest waiting.
+            m_idleLimit.Restart(m_reader, now);
+            WatchIdleOnLinkThread();
+            return;
+        }
+        if (m_idleLimit.Doubt(m_reader, now)) {
+            if (!TakeFramesOnLinkThread(attempt) || !TellOfGarbageOnLinkThread(attempt)) {
+                return;
+            }
+            m_idleLimit.Taken(m_reader, now);
+        }
+        if (m_socket.available(ignored) > 0) {
             m_idleLimit.Heard(m_reader, now);
         } else if (m_idleLimit.Expire(m_reader, now)) {
             if (!TakeFramesOnLinkThread(attempt)) {
@@ -900,7 +914,7 @@ private:
     std::chrono::steady_clock::time_point m_connectedAt;
     std::array<unsigned char, ReadBytes> m_readBuffer;
     qx5::protocol::FrameReader m_reader{m_options.greatestIncomingFrame};
-    qx5::protocol::IdleLimit m_idleLimit{m_options.idleLimit};
+    qx5::protocol::IdleLimit m_idleLimit{m_options.idleLimit, m_options.frameShare};
 
     // Guarded by m_sendMutex; see above for the socket.
     mutable std::mutex m_sendMutex;

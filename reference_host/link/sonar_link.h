@@ -8,6 +8,7 @@
 #include "reference_host/platform/line_watch.h"
 
 #include <protocol/frame.h>
+#include <protocol/idle_limit.h>
 
 #include <chrono>
 #include <cstddef>
@@ -129,6 +130,9 @@ struct LinkOptions
     std::size_t greatestIncomingFrame = std::size_t{16} << 20;
     /// A frame that was begun and gets no further byte for so long is damage: its reader goes on inside of it.
     std::chrono::milliseconds idleLimit{5000};
+    /// A frame that is not whole after so long is damage once good frames lie whole inside of it: they are given. A
+    /// large one on a slow line, with none inside, goes on arriving.
+    std::chrono::milliseconds frameShare = qx5::protocol::IdleLimit::UsualShare;
     LineWatch watch;
     /// False: what arrives has frames of its own, which are the listener's to find; it goes out as OnLinkBytes and is
     /// not seen by the observer, and neither is what is sent.

@@ -1,6 +1,7 @@
 // The target store as the contract has it: the manager and the target files that it opens.
 #include <vordalhostdllR/SonarTargetsManager.h>
 
+#include "reference_host/base/salted_hash.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
 #include "reference_host/host/host_turn.h"
@@ -121,7 +122,8 @@ private:
     // What the file held when it was read last.
     mutable TargetFile m_file;
     mutable std::vector<SonarTarget> m_targets;
-    mutable std::unordered_map<std::wstring_view, std::size_t> m_byGuid; ///< views into m_targets
+    /// Views into m_targets.
+    mutable std::unordered_map<std::wstring_view, std::size_t, vordal::SaltedTextHash> m_byGuid;
     mutable std::int64_t m_version = 0;
     mutable std::uint64_t m_turn = 0;
     mutable bool m_failed = false;

@@ -203,6 +203,97 @@ TEST(FrameReader, AStreamOfNothingButStartsTakesLinearTime)
     EXPECT_EQ(reader.BufferedBytes(), 0U);
 }
 
+TEST(FrameReader, ADoubtedFrameGivesTheGoodOnesInside)
+{
+    // A start that claims 1 MiB, half of another that claims 2, and two good frames of which the second comes in
+    // pieces.
+    auto const stream = Join({Claim(1U << 20), Bytes("aa"), Claim(2U << 20), FirstFrame(), SecondFrame()});
+    FrameReader reader;
+    reader.Feed(std::span(stream).first(25 + 96 + 50));
+    EXPECT_TRUE(TakeAll(reader).empty());
+    EXPECT_EQ(reader.Position(), 0U);
+    reader.DoubtUnfinished();
+    EXPECT_EQ(TakeAll(reader), Frames{FirstFrame()});
+    EXPECT_EQ(reader.SkippedBytes(), 25U);
+    EXPECT_EQ(reader.DamagedFrames(), 1U);
+    EXPECT_EQ(reader.Position(), 25U + 96U);
+    reader.Feed(std::span(stream).subspan(25 + 96 + 50));
+    EXPECT_EQ(TakeAll(reader), Frames{SecondFrame()});
+    EXPECT_EQ(reader.SkippedBytes(), 25U);
+    EXPECT_EQ(reader.BufferedBytes(), 0U);
+}
+
+TEST(FrameReader, ADoubtedFrameGivesWhatArrivesInsideLater)
+{
+    FrameReader reader;
+    reader.Feed(Claim(1U << 20));
+    reader.DoubtUnfinished();
+    reader.Feed(std::vector<unsigned char>(100000, 0x05));
+    EXPECT_TRUE(TakeAll(reader).empty());
+    auto const frame = FirstFrame();
+    for (std::size_t i = 0; i < frame.size(); ++i) {
+        EXPECT_TRUE(TakeAll(reader).empty());
+        reader.Feed(std::span(frame).subspan(i, 1));
+    }
+    EXPECT_EQ(TakeAll(reader), Frames{FirstFrame()});
+    EXPECT_EQ(reader.SkippedBytes(), 12U + 100000U);
+}
+
+TEST(FrameReader, ADoubtedFrameWithNoneInsideStillArrives)
+{
+    // 16 MiB of every byte, among them starts of frames that are none.
+    std::mt19937 random(2);
+    std::vector<unsigned char> data((16U << 20) - 68);
+    for (auto& byte : data)
+        byte = static_cast<unsigned char>(random() & 0xFFU);
+    for (std::size_t at = 1000; at + 12 < data.size(); at += 100000) {
+        auto const claim = Claim(static_cast<std::uint32_t>(68 + at % 70000));
+        std::copy(claim.begin(), claim.end(), data.begin() + static_cast<std::ptrdiff_t>(at));
+        data[at + 68 + at % 70000 - 1] = 1; // where its trailing word ends
+    }
+    auto const frame = BuildFrame(7611, OwnSonar, 1700000000.0, data);
+    FrameReader reader;
+    for (std::size_t at = 0; at < frame.size(); at += 10000) {
+        reader.Feed(std::span(frame).subspan(at, std::min<std::size_t>(10000, frame.size() - at)));
+        reader.DoubtUnfinished();
+        if (at + 10000 < frame.size()) {
+            ASSERT_TRUE(TakeAll(reader).empty());
+        }
+    }
+    EXPECT_EQ(TakeAll(reader), Frames{frame});
+    EXPECT_EQ(reader.SkippedBytes(), 0U);
+}
+
+TEST(FrameReader, DoubtHoldsForOneFrame)
+{
+    FrameReader reader;
+    reader.Feed(Join({Claim(1U << 20), FirstFrame(), Claim(1U << 20), SecondFrame()}));
+    reader.DoubtUnfinished();
+    EXPECT_EQ(TakeAll(reader), Frames{FirstFrame()});
+    EXPECT_EQ(reader.BufferedBytes(), 12U + 72U) << "the second has its own time";
+    reader.DoubtUnfinished();
+    EXPECT_EQ(TakeAll(reader), Frames{SecondFrame()});
+}
+
+TEST(FrameReader, DoubtingAStreamOfNothingButStartsTakesLinearTime)
+{
+    // More claims than are remembered, each of as much as is allowed; every byte that comes asks again.
+    std::vector<unsigned char> starts;
+    auto const claim = Claim(1U << 18);
+    while (starts.size() < (1U << 18) - 100)
+        starts.insert(starts.end(), claim.begin(), claim.end());
+    FrameReader reader;
+    for (std::size_t at = 0; at < starts.size(); ++at) {
+        reader.Feed(std::span(starts).subspan(at, 1));
+        reader.DoubtUnfinished();
+        ASSERT_FALSE(reader.Next());
+    }
+    // The last of the claims end in here, none of them well.
+    reader.Feed(std::vector<unsigned char>(1U << 18, 0xEE));
+    reader.Feed(FirstFrame());
+    EXPECT_EQ(TakeAll(reader), Frames{FirstFrame()});
+}
+
 TEST(FrameReader, ResetForgetsTheBytes)
 {
     FrameReader reader;

@@ -268,6 +268,65 @@ TEST(SonarLink, AFrameThatIsNeverFinishedKeepsBackNothingForLong)
     EXPECT_EQ(link.GetCounters().connections, 1U);
 }
 
+TEST(SonarLink, AFalseSizeWordDeafensNobodyWhileTheSonarKeepsTalking)
+{
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    auto options = OptionsFor(peer.Port());
+    options.idleLimit = std::chrono::hours(1);
+    SonarLink link(thread, options, listener);
+    link.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    ASSERT_TRUE(peer.WaitForConnections(1));
+    for (std::uint32_t round = 1; round <= 3; ++round) {
+        // The start of a frame of 15 MiB, and whole ones behind it that do not amount to it within this test.
+        peer.Write({5, 0, 60, 0, 0xFF, 0xFF, 0, 0, 0, 0, 0xF0, 0});
+        auto const before = listener.Frames().size();
+        std::uint32_t sent = 0;
+        ASSERT_TRUE(Eventually([&] {
+            peer.Write(Numbered(sent++, 4));
+            return listener.Frames().size() > before;
+        }));
+        ASSERT_TRUE(listener.WaitForFrames(before + sent)) << "none is lost";
+        EXPECT_EQ(listener.Frames()[before], Numbered(0, 4));
+        EXPECT_EQ(listener.Frames().back(), Numbered(sent - 1, 4));
+        ASSERT_TRUE(Eventually([&] { return link.GetCounters().bytesSkipped == 12U * round; }));
+    }
+    EXPECT_EQ(link.GetCounters().connections, 1U);
+    ASSERT_TRUE(Eventually([&] { return listener.Reports().size() == 1; }));
+    EXPECT_NE(listener.Reports()[0].find("bytes that are no frame"), std::string::npos);
+}
+
+TEST(SonarLink, ALargeFrameOnASlowLineArrives)
+{
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    auto options = OptionsFor(peer.Port());
+    options.frameShare = milliseconds(1);
+    SonarLink link(thread, options, listener);
+    link.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    ASSERT_TRUE(peer.WaitForConnections(1));
+    auto const frame = Frame(Bytes(1 << 20, 5));
+    std::uint64_t written = 0;
+    for (auto at = frame.begin(); at != frame.end();) {
+        auto const piece = std::min<std::ptrdiff_t>(50000, frame.end() - at);
+        peer.Write(Bytes(at, at + piece));
+        at += piece;
+        written += static_cast<std::uint64_t>(piece);
+        auto const begun = std::chrono::steady_clock::now();
+        ASSERT_TRUE(Eventually([&] {
+            return link.GetCounters().bytesIn == written &&
+                   std::chrono::steady_clock::now() - begun > 2 * options.frameShare;
+        }));
+    }
+    ASSERT_TRUE(listener.WaitForFrames(1));
+    EXPECT_EQ(listener.Frames()[0], frame);
+    EXPECT_EQ(link.GetCounters().bytesSkipped, 0U);
+}
+
 TEST(SonarLink, WhatThisSideDoesNotReadIsNotUnfinished)
 {
     Peer peer;

@@ -180,6 +180,26 @@ TEST_F(SonarServerTest, GivesUpAFrameThatIsNeverFinished)
     EXPECT_EQ(Count(EventKind::Damaged), 1U);
 }
 
+TEST_F(SonarServerTest, HearsAHostThatGoesOnTalkingAfterAFalseSizeWord)
+{
+    ServerOptions options;
+    options.idleLimit = 1h;
+    Start(options);
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    // The start of a frame of 127 MiB, and commands that do not amount to it within this test.
+    ASSERT_TRUE(host.Send(Hex("05 00 3c 00 ff ff 00 00 00 00 f0 07")));
+    std::uint64_t sent = 0;
+    ASSERT_TRUE(WaitUntil([&] {
+        ++sent;
+        return host.Send(test::RangeFifty()) && m_server->Counts().recordsReceived > 0;
+    }));
+    ASSERT_TRUE(WaitUntil([&] { return m_server->Counts().recordsReceived == sent; })) << "none is lost";
+    EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
+    EXPECT_EQ(m_server->Counts().skippedBytes, 12U);
+    EXPECT_EQ(Count(EventKind::Damaged), 1U);
+}
+
 TEST_F(SonarServerTest, ServesTwoHosts)
 {
     Start();
