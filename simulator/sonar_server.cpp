@@ -551,14 +551,18 @@ void SonarServer::Implementation::TakeFrame(ConnectionPointer const& connection,
     }
 }
 
-// Of several heads each says who it is; for the rest they have the same to tell.
+// Of several heads each says who it is; a single one is the operation mode that it is in. For the rest they have the
+// same to tell.
 SharedBytes SonarServer::Implementation::TreeFrame(std::vector<TreeNode> nodes, Head const& head)
 {
+    std::int32_t enumerator = head.enumerator;
     if (m_heads.size() > 1) {
         for (TreeNode& node : nodes) {
             if (node.key == protocol::keys::DeviceEnum.text)
-                node.value = head.enumerator;
+                node.value = enumerator;
         }
+    } else if (auto const* const mode = m_state.Find(protocol::keys::DeviceEnum)) {
+        enumerator = std::get<std::int32_t>(*mode);
     }
     std::string error;
     auto const payload = protocol::EncodeTree(nodes, error);
@@ -567,7 +571,7 @@ SharedBytes SonarServer::Implementation::TreeFrame(std::vector<TreeNode> nodes, 
         return {};
     }
     return std::make_shared<Bytes const>(protocol::BuildFrame(
-        protocol::records::AttributeTree.Id(), {model::DeviceId, head.enumerator}, m_state.UtcSeconds(), *payload));
+        protocol::records::AttributeTree.Id(), {model::DeviceId, enumerator}, m_state.UtcSeconds(), *payload));
 }
 
 void SonarServer::Implementation::Send(ConnectionPointer const& connection, SharedBytes const& bytes)

@@ -2,16 +2,18 @@
 // device's tree is there from the first moment on.
 #include "handlers/Positioning.h"
 #include "handlers/command_catalogue.h"
+#include "handlers/reading.h"
 
+#include <reference_host/link/tree_transfer.h>
 #include <simulator/sonar_state.h>
 
 #include <VordalAttributesR/AttributeConstants.h>
+#include <VordalAttributesR/CAttributeMap.h>
 #include <protocol/utf8.h>
 
 #include <algorithm>
 #include <array>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -19,48 +21,22 @@
 namespace qx5::test {
 namespace {
 
-using protocol::Kind;
-using protocol::TreeNode;
-
-/// Whether the node has the key and a value that the getters of the key's kind take.
-bool Tells(TreeNode const& node, protocol::Key const& key)
+/// Whether a command that looks for the operand in the tree finds it.
+bool Tells(CAttributeMap const& tree, Operand const& operand)
 {
-    if (node.key != key.text) {
-        return false;
+    if (operand.key->kind == protocol::Kind::Branch) {
+        auto const* const branch = tree.GetAttrMap(operand.attribute, 0);
+        return branch != nullptr && branch->Count() > 0;
     }
-    switch (key.kind) {
-    case Kind::Int:
-        return std::holds_alternative<std::int32_t>(node.value);
-    case Kind::UInt:
-        return std::holds_alternative<std::uint32_t>(node.value);
-    case Kind::Int64:
-        return std::holds_alternative<std::int64_t>(node.value);
-    case Kind::Bool:
-        return std::holds_alternative<bool>(node.value);
-    case Kind::Double:
-        return std::holds_alternative<double>(node.value);
-    case Kind::Pair:
-        return std::holds_alternative<std::pair<double, double>>(node.value);
-    case Kind::String:
-        return std::holds_alternative<std::wstring>(node.value);
-    case Kind::IntList:
-        return std::holds_alternative<std::vector<std::int32_t>>(node.value);
-    case Kind::DoubleList:
-        return std::holds_alternative<std::vector<double>>(node.value);
-    case Kind::Offset:
-        return std::holds_alternative<std::array<double, 3>>(node.value);
-    case Kind::Branch:
-        return !node.children.empty();
-    case Kind::Any:
-        return true;
-    }
-    return false;
+    protocol::Value value;
+    return ReadKey(tree, *operand.key, operand.attribute, value);
 }
 
-bool TellsAnywhere(std::vector<TreeNode> const& nodes, protocol::Key const& key)
+bool TellsAnywhere(CAttributeMap const& tree, Operand const& operand)
 {
-    return std::any_of(nodes.begin(), nodes.end(),
-                       [&](TreeNode const& node) { return Tells(node, key) || TellsAnywhere(node.children, key); });
+    return Tells(tree, operand) || std::any_of(tree.begin(), tree.end(), [&](CAttributeMap const& child) {
+               return TellsAnywhere(child, operand);
+           });
 }
 
 /// What the host knows of the device by its own configuration: a sonar that told it would write over it.
@@ -79,7 +55,7 @@ bool IsOfThePositioningUnit(Command const& command)
 
 TEST(Introduction, TellsEveryKeyThatACommandCompletesFromTheStoredTree)
 {
-    auto const nodes = simulator::SonarState().Introduction();
+    CAttributeMap const tree = vordal::ToAttributeMap(simulator::SonarState().Introduction());
     int completed = 0;
     std::vector<std::string> missing;
     for (ChainEntry const& entry : Chain()) {
@@ -90,10 +66,7 @@ TEST(Introduction, TellsEveryKeyThatACommandCompletesFromTheStoredTree)
             }
             ++completed;
             // Handlers with a way of their own may look for it in a branch.
-            bool const isTold = command.form == Form::Own
-                                    ? TellsAnywhere(nodes, *operand.key)
-                                    : std::any_of(nodes.begin(), nodes.end(),
-                                                  [&](TreeNode const& node) { return Tells(node, *operand.key); });
+            bool const isTold = command.form == Form::Own ? TellsAnywhere(tree, operand) : Tells(tree, operand);
             if (!isTold) {
                 missing.push_back(std::string(entry.handler) + ": " + protocol::EncodeUtf8(operand.key->text));
             }

@@ -300,6 +300,17 @@ TEST_F(SonarServerTest, LeavesOutPingsBeyondThoseThatCanWait)
     EXPECT_EQ(Count(EventKind::Notice), 1U);
 }
 
+TEST_F(SonarServerTest, ASingleHeadBearsTheNumberOfItsOperationMode)
+{
+    Start();
+    Host host(Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    EXPECT_EQ(Bytes(host.LastFrame().begin() + 36, host.LastFrame().begin() + 44), Hex("d5 1b 00 00 00 00 00 00"));
+    ASSERT_TRUE(host.Send(test::Command(1011, Hex("01 00 00 00"))));
+    EXPECT_EQ(host.Told(L"DeviceEnum"), Value(std::int32_t{1}));
+    EXPECT_EQ(Bytes(host.LastFrame().begin() + 36, host.LastFrame().begin() + 44), Hex("d5 1b 00 00 00 00 01 00"));
+}
+
 TEST_F(SonarServerTest, EachOfTwoHeadsIntroducesItselfUnderItsOwnEnumerator)
 {
     ServerOptions options;
