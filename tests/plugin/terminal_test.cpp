@@ -1,7 +1,12 @@
 // The operator terminal's arithmetic at its limits, and what a scenario cannot show of the conversion.
 #include "one_sonar.h"
+#include "reference_host/displays/display.h"
+#include "reference_host/host/host_observer.h"
 #include "sequencing/terminal_codes.h"
 #include "sequencing/terminal_steps.h"
+
+#include <VordalConfigureR/CViewList.h>
+#include <VordalMfc0R/CView.h>
 
 #include <array>
 #include <cmath>
@@ -277,11 +282,12 @@ protected:
     }
     void Enter(unsigned char code)
     {
-        std::array<unsigned char, 4> const bytes{code, 0, 0, 0};
         CDataBlock block;
-        block.AddItem(CodeItem, DATA_INT32, bytes, 4, 0);
-        m_host.PutBlock(CDataId(1, Group, 1, 1), block);
+        block.AddItem(CodeItem, DATA_INT32, BytesOf(code), 4, 0);
+        Enter(block);
     }
+    void Enter(CDataBlock const& block) { m_host.PutBlock(CDataId(1, Group, 1, 1), block); }
+    static std::array<unsigned char, 5> BytesOf(unsigned char code) { return {code, 0, 0, 0, 0}; }
     Lines TakeLines() { return std::exchange(traffic.lines, {}); }
 
     static CAttributeMap Settings(double greatestGain)
@@ -350,6 +356,117 @@ TEST_F(Terminal, ALimitOfTenThousandSettingsIsReadOnce)
     TakeLines();
     Enter(41);
     EXPECT_EQ(TakeLines(), Lines());
+}
+
+TEST_F(Terminal, ACodeIsAnIntegerOfFourBytes)
+{
+    // 1 stops the pings. The same in items of another type, of another size, without data, and of another number.
+    Apply(Sonar(0, 20.0));
+    for (unsigned short const type : {DATA_DOUBLE, DATA_BYTE, DATA_FLOAT, DATA_UINT16}) {
+        CDataBlock block;
+        block.AddItem(CodeItem, type, BytesOf(1), 4, 0);
+        Enter(block);
+        EXPECT_EQ(TakeLines(), Lines()) << "type " << type;
+    }
+    for (unsigned const size : {3U, 5U}) {
+        CDataBlock block;
+        block.AddItem(CodeItem, DATA_INT32, BytesOf(1), size, 0);
+        Enter(block);
+        EXPECT_EQ(TakeLines(), Lines()) << "size " << size;
+    }
+    CDataBlock without;
+    without.AddItemWithoutData(CodeItem, DATA_INT32, 4, 0);
+    Enter(without);
+    CDataBlock other;
+    other.AddItem(CodeItem + 1, DATA_INT32, BytesOf(1), 4, 0);
+    Enter(other);
+    Enter(CDataBlock());
+    EXPECT_EQ(TakeLines(), Lines());
+
+    // Of the status nothing is asked, and the first of two codes counts.
+    CDataBlock block;
+    block.AddItem(CodeItem, DATA_INT32, BytesOf(1), 4, 0xFFFF);
+    block.AddItem(CodeItem, DATA_INT32, BytesOf(2), 4, 0);
+    Enter(block);
+    // A ping rate of 0 by both its records, then the pings off.
+    EXPECT_EQ(TakeLines(),
+              (Lines{"remote 1004 00000000 to 0,-1", "remote 10003 00000000 to 0,-1", "remote 1101 to 0,-1"}));
+}
+
+/// Keeps what is asked of devices, without looking at what it does.
+class Requests final : public vordal::HostObserver
+{
+public:
+    std::vector<CAttributeMap> trees;
+
+    void OnHostSet(CDataId const&, CAttributeMap const& tree, unsigned) override { trees.push_back(tree); }
+};
+
+TEST_F(Terminal, ARequestsNodesBearNoFlags)
+{
+    Requests requests;
+    m_host.SetObserver(&requests);
+    Apply(Sonar(0, 20.0));
+    Enter(1);
+    ASSERT_EQ(requests.trees.size(), 2U);
+    for (CAttributeMap const& tree : requests.trees) {
+        ASSERT_EQ(tree.Count(), 1);
+        CAttributeMap const& request = tree.GetChild(0);
+        EXPECT_EQ(request.GetFlags(), 0U);
+        ASSERT_EQ(request.Count(), 1);
+        EXPECT_EQ(request.GetChild(0).GetFlags(), 0U);
+    }
+    m_host.SetObserver(nullptr);
+}
+
+/// A window that notes how it is shown.
+class NotedWindow final : public vordal::DisplayHolder
+{
+public:
+    std::string calls;
+
+    void OnShowNormal() override { calls += "normal "; }
+    void OnBringToTop() override { calls += "top "; }
+};
+
+class ViewWithoutWidget final : public CView
+{
+public:
+    QWidget* GetWidget() override { return nullptr; }
+};
+CRuntimeClass viewWithoutWidget = MakeRuntimeClass<ViewWithoutWidget>("ViewWithoutWidget");
+
+TEST_F(Terminal, TheFirstDataRaiseAnOpenSnapshotDisplay)
+{
+    // Where a display stands, its name and its type differ.
+    m_host.SetApplication({.guid = {},
+                           .mainWindow = true,
+                           .lightMode = 4,
+                           .displays = {{L"place a", L"bathy", L"Depths", true},
+                                        {L"place b", L"snapshot view", L"Shots", true},
+                                        {L"place c", L"snapshot view", L"More shots", true}}});
+    m_host.SetWindowThread({});
+    ASSERT_TRUE(CViewList::GetViewList().RegisterView(L"ViewWithoutWidget", &viewWithoutWidget));
+    std::array<NotedWindow, 3> windows;
+    std::array<std::unique_ptr<vordal::Display>, 3> displays;
+    wchar_t const* const places[]{L"place a", L"place b", L"place c"};
+    for (std::size_t i = 0; i < windows.size(); ++i) {
+        std::string reason;
+        displays[i] = vordal::Display::Open({L"ViewWithoutWidget", places[i], {}}, &windows[i], reason);
+        ASSERT_NE(displays[i], nullptr) << reason;
+        displays[i]->InitialUpdate();
+    }
+    Apply(Sonar(0, 20.0));
+    Enter(5);
+    EXPECT_EQ(windows[0].calls, "");
+    EXPECT_EQ(windows[1].calls, "normal top ");
+    EXPECT_EQ(windows[2].calls, "") << "the first of them is the one";
+    Enter(5);
+    EXPECT_EQ(windows[1].calls, "normal top ") << "at the first data alone";
+    for (auto& display : displays) {
+        display.reset();
+    }
+    m_host.EndWindowThread();
 }
 
 TEST_F(Terminal, ANullTreeChangesNothing)

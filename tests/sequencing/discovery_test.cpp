@@ -10,17 +10,6 @@
 #include <cstdio>
 #include <limits>
 
-struct ConfigurationInfoAccess
-{
-    static std::vector<SonarEntry> const& Entries(QX5SonarConfigurationInfo& info) { return info.entries; }
-    static std::size_t Groups(QX5SonarConfigurationInfo& info) { return info.groups.size(); }
-    static CStringA Record(QX5SonarConfigurationInfo& info, unsigned long command, unsigned char* payload,
-                           unsigned long size, int deviceId, int enumerator)
-    {
-        return info.BuildRemoteControlRecord(command, payload, size, deviceId, enumerator);
-    }
-};
-
 namespace qx5::test {
 namespace {
 
@@ -95,6 +84,17 @@ TEST(Discovery, CopiesShareEntriesAndGroups)
     EXPECT_EQ(fleet.arrivals.Pings().size(), before);
     fleet.Info().Exit();
     EXPECT_EQ(ConfigurationInfoAccess::Groups(fleet.Info()), 0U);
+}
+
+TEST(Discovery, AnExitEndsTheSubscriptionsThatACopyHoldsStill)
+{
+    ScriptedFleet fleet(std::vector<SonarSetup>(1));
+    fleet.Info().Init();
+    QX5SonarConfigurationInfo copy(fleet.Info());
+    auto const followed = ConfigurationInfoAccess::Entries(copy)[0].dataSubscription;
+    EXPECT_NE(followed->GetDataBuffer(), nullptr);
+    fleet.Info().Exit();
+    EXPECT_EQ(followed->GetDataBuffer(), nullptr);
 }
 
 TEST(Discovery, OtherNotificationsAreNone)

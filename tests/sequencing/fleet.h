@@ -22,6 +22,28 @@
 #include <thread>
 #include <vector>
 
+/// Looks inside. Unless said otherwise while nobody else calls.
+struct ConfigurationInfoAccess
+{
+    static std::vector<SonarEntry> const& Entries(QX5SonarConfigurationInfo& info) { return info.entries; }
+    static std::size_t Groups(QX5SonarConfigurationInfo& info) { return info.groups.size(); }
+    static CStringA Record(QX5SonarConfigurationInfo& info, unsigned long command, unsigned char* payload,
+                           unsigned long size, int deviceId, int enumerator)
+    {
+        return info.BuildRemoteControlRecord(command, payload, size, deviceId, enumerator);
+    }
+    static void Join(QX5SonarConfigurationInfo& info, PingGroup& group, CDataId const& dataId)
+    {
+        info.JoinGroup(group, dataId);
+    }
+    /// Any thread.
+    static bool IsEmpty(QX5SonarConfigurationInfo const& info)
+    {
+        QX5SonarConfigurationInfo const copy(info);
+        return copy.entries.empty() && copy.groups.empty();
+    }
+};
+
 namespace qx5::test {
 
 using Clock = std::chrono::steady_clock;

@@ -1,12 +1,19 @@
 // Tests of turns with a scripted connection: notifications from within sends, stops in every state, races.
 #include "fleet.h"
 
+#include <HalvaneX5InterfaceR/QX5Device.h>
+#include <VordalSubscriberR/NotificationInfo.h>
+
 #include <gtest/gtest.h>
 
 #include <array>
 #include <atomic>
+#include <fstream>
 #include <future>
 #include <random>
+#include <string>
+
+#include <unistd.h>
 
 namespace qx5::test {
 namespace {
@@ -19,6 +26,16 @@ std::string Alternating(std::size_t length)
         text += i % 2 == 0 ? 'A' : 'B';
     }
     return text;
+}
+
+/// What the system says a thread of this process does: 'S' while it sleeps, '\0' once it has ended.
+char StateOfThread(pid_t thread)
+{
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    auto const name = text.rfind(')');
+    return name != std::string::npos && name + 2 < text.size() ? text[name + 2] : '\0';
 }
 
 /// Two sonars that have joined; A has pinged and is awaited.
@@ -71,6 +88,29 @@ TEST_F(TwoSonars, ASonarThatGoesWhileAwaitedIsNotWaitedFor)
     fleet.Data(1);
     ASSERT_TRUE(fleet.arrivals.WaitForPings(3));
     EXPECT_EQ(fleet.arrivals.Pings(), "ABB");
+}
+
+TEST(Turns, ASonarThatGoesWhileAwaitedLeavesNoPauseWhateverItsDataTold)
+{
+    // With this overhead any data make a pause beyond all patience: 15 days.
+    ScriptedFleet fleet({{.group = 1, .overhead = 1e9}, {.group = 1, .overhead = 1e9}});
+    std::atomic<bool> armed{false};
+    fleet.traffic.onPing = [&](std::size_t) {
+        if (armed.exchange(false)) {
+            // B pings. Its data are in before it is waited for, then it goes, and A is back.
+            fleet.Data(1);
+            fleet.Status(0, 0);
+            fleet.Status(1, 2);
+        }
+    };
+    fleet.Info().Init();
+    fleet.Data(0);
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(1));
+    fleet.Data(1);
+    armed = true;
+    fleet.Status(0, 1);
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(3));
+    EXPECT_EQ(fleet.arrivals.Pings(), "ABA");
 }
 
 TEST_F(TwoSonars, BothGoneStopsTheTurnsAndOneBackBeginsThem)
@@ -226,6 +266,158 @@ TEST(Stops, OfManyWaitingGroupsWithoutAPingMore)
     EXPECT_EQ(fleet.arrivals.Pings().size(), 64U);
 }
 
+TEST(Stops, InAPauseLeaveNoSignalForTheTurnsThatBeginAfterwards)
+{
+    // C, in a group of its own, measures what A and B do not do.
+    ScriptedFleet fleet({{.group = 1, .overhead = 1e9}, {.group = 1, .overhead = 1e9}, {.group = 2}});
+    std::atomic<pid_t> thread{0};
+    fleet.traffic.onPing = [&](std::size_t sonar) {
+        if (sonar == 0) {
+            thread = gettid();
+        }
+    };
+    fleet.Info().Init();
+    fleet.Data(0);
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(1));
+    fleet.Data(1);
+    fleet.Data(0); // a pause of 15 days
+    ASSERT_TRUE(Eventually([&] { return StateOfThread(thread) == 'S'; }));
+    fleet.Status(0, 1);
+    fleet.Status(1, 1);
+    fleet.Status(1, 0);
+    ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(1, 1));
+    // B is awaited: nothing but its own data, or its going, ends that. Least of all that it is well.
+    fleet.Status(0, 0);
+    DataId_NI const awaited(IdOfSonar(1));
+    fleet.Info().OnBufferStatusChange(&awaited);
+    fleet.Status(0, 1);
+    fleet.Data(0);
+    for (std::size_t round = 1; round < 30; ++round) {
+        fleet.Data(2);
+        ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(2, round));
+    }
+    EXPECT_EQ(fleet.arrivals.PingCount(0), 1U);
+    EXPECT_EQ(fleet.arrivals.PingCount(1), 1U);
+}
+
+TEST(Stops, AStartDuringAStopBeginsTheTurnsOnceThatIsOver)
+{
+    ScriptedFleet fleet(std::vector<SonarSetup>(1));
+    std::promise<void> mayReturn;
+    std::atomic<int> pings{0};
+    fleet.traffic.onPing = [&](std::size_t) {
+        if (++pings == 1) {
+            mayReturn.get_future().wait();
+        }
+    };
+    fleet.Info().Init();
+    fleet.Data(0);
+    ASSERT_TRUE(Eventually([&] { return pings == 1; }));
+    std::atomic<pid_t> thread{0};
+    auto stop = std::async(std::launch::async, [&] {
+        thread = gettid();
+        fleet.Status(0, 1);
+    });
+    // It waits for the group's thread, which is in its send.
+    ASSERT_TRUE(Eventually([&] { return thread != 0 && StateOfThread(thread) == 'S'; }));
+    fleet.Status(0, 0);
+    mayReturn.set_value();
+    EXPECT_EQ(stop.wait_for(patience), std::future_status::ready);
+    EXPECT_TRUE(fleet.arrivals.WaitForPings(2));
+}
+
+TEST(Stops, TheLastWordCountsOfThoseFromWithinTheSend)
+{
+    // C, in a group of its own, measures what A and B do not do.
+    ScriptedFleet fleet({{.group = 1}, {.group = 1}, {.group = 2}});
+    std::atomic<bool> armed{false};
+    fleet.traffic.onPing = [&](std::size_t sonar) {
+        if (sonar == 1 && armed.exchange(false)) {
+            fleet.Status(0, 1);
+            fleet.Status(1, 1); // stop
+            fleet.Status(0, 0); // begin anew
+            fleet.Status(0, 1); // and stop
+        }
+    };
+    fleet.Info().Init();
+    fleet.Data(0);
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(1));
+    fleet.Data(1);
+    armed = true;
+    fleet.Data(0);
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(2));
+    for (std::size_t round = 1; round < 30; ++round) {
+        fleet.Data(2);
+        ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(2, round));
+    }
+    // The stop is over: what begins now is a new round, from the first sonar that is well.
+    fleet.Status(0, 0);
+    ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(0, 2));
+    EXPECT_EQ(fleet.arrivals.PingCount(0), 2U);
+    EXPECT_EQ(fleet.arrivals.PingCount(1), 1U);
+}
+
+TEST(Stops, OneThatFindsNothingToStopWaitsForTheOneThatStops)
+{
+    ScriptedFleet fleet(std::vector<SonarSetup>(1));
+    std::promise<void> mayReturn;
+    std::atomic<bool> released{false};
+    std::atomic<bool> sends{false};
+    fleet.traffic.onPing = [&](std::size_t) {
+        sends = true;
+        mayReturn.get_future().wait();
+    };
+    fleet.Info().Init();
+    fleet.Data(0);
+    ASSERT_TRUE(Eventually([&] { return sends.load(); }));
+    auto first = std::async(std::launch::async, [&] { fleet.Info().Exit(); });
+    // The first has taken all there is, and waits for the group's thread, which is in its send.
+    ASSERT_TRUE(Eventually([&] { return ConfigurationInfoAccess::IsEmpty(fleet.Info()); }));
+    std::atomic<pid_t> thread{0};
+    auto second = std::async(std::launch::async, [&] {
+        thread = gettid();
+        fleet.Info().Exit();
+        EXPECT_TRUE(released) << "a ping was under way still";
+    });
+    ASSERT_TRUE(Eventually([&] {
+        return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready ||
+               (thread != 0 && StateOfThread(thread) == 'S');
+    }));
+    released = true;
+    mayReturn.set_value();
+    EXPECT_EQ(first.wait_for(patience), std::future_status::ready);
+    EXPECT_EQ(second.wait_for(patience), std::future_status::ready);
+}
+
+TEST(Stops, AGroupThatHasEndedStartsNoThreadAgain)
+{
+    ScriptedFleet fleet(std::vector<SonarSetup>(2));
+    auto const member = [&](std::size_t index) {
+        PingMember made;
+        made.dataId = IdOfSonar(index);
+        made.device = fleet.host.Devices()[index];
+        return made;
+    };
+    auto const group = std::make_shared<PingGroup>(1);
+    ASSERT_TRUE(group->BeginJoining(IdOfSonar(0)));
+    group->Join(member(0));
+    EXPECT_EQ(group.use_count(), 2) << "its thread holds it";
+    group->End();
+    EXPECT_EQ(group.use_count(), 1);
+    // What was under way while it ended comes too late.
+    group->BufferStatusChanged(IdOfSonar(0), 0);
+    ASSERT_TRUE(group->BeginJoining(IdOfSonar(1)));
+    group->Join(member(1));
+    group->BufferStatusChanged(IdOfSonar(1), 0);
+    EXPECT_EQ(group.use_count(), 1);
+
+    auto const other = std::make_shared<PingGroup>(2);
+    other->RequestEnd();
+    ASSERT_TRUE(other->BeginJoining(IdOfSonar(0)));
+    other->Join(member(0));
+    EXPECT_EQ(other.use_count(), 1);
+}
+
 TEST(Stops, ThatRaceAllReturnOnceNothingRuns)
 {
     ScriptedFleet fleet({{.group = 1}, {.group = 1}, {.group = 2}});
@@ -261,6 +453,31 @@ TEST(Stops, ThatRaceAllReturnOnceNothingRuns)
             fleet.Status(i, 0);
         }
     }
+}
+
+TEST(Joining, WaitsForADeviceThatIsNotThere)
+{
+    ScriptedFleet fleet(std::vector<SonarSetup>(1));
+    fleet.Info().Init();
+    fleet.host.RemoveDevice(fleet.host.Devices().front());
+    fleet.Data(0);
+    EXPECT_TRUE(fleet.arrivals.All().empty());
+    auto* const device = fleet.host.AddDevice(std::make_unique<QX5Device>(), IdOfSonar(0));
+    fleet.host.ReplaceAttributes(*device, AttributesOf({}, 0));
+    fleet.Data(0);
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(1));
+    EXPECT_EQ(fleet.arrivals.All().front().command, 1004U);
+}
+
+TEST(Joining, ComesToNothingForASonarThatWasForgottenMeanwhile)
+{
+    // Its data were on their way when all was cleared: the device is there, the sonar is none of the known.
+    ScriptedFleet fleet(std::vector<SonarSetup>(1));
+    auto const group = std::make_shared<PingGroup>(1);
+    ASSERT_TRUE(group->BeginJoining(IdOfSonar(0)));
+    ConfigurationInfoAccess::Join(fleet.Info(), *group, IdOfSonar(0));
+    EXPECT_TRUE(fleet.arrivals.All().empty());
+    EXPECT_TRUE(group->BeginJoining(IdOfSonar(0))) << "its place is free again";
 }
 
 TEST(Joining, HappensOnceHoweverManyDataComeAtOnce)
