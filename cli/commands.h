@@ -60,6 +60,7 @@ struct RunOptions
     int tab = 0;              ///< of the view that is rendered, from 0
     int scale = 100;          ///< per cent, of what is rendered
     bool dark = false;        ///< the window begins with a dark palette
+    bool allTabs = false;     ///< render each tab, named by its caption where the file's name has a %
     bool wholeWindow = false; ///< render the whole window, not the view alone
 };
 int Run(RunOptions const& options);

@@ -94,15 +94,23 @@ int main(int argc, char** argv)
                                   ->excludes("--once")
                                   ->excludes("--terminal")
                                   ->excludes("--demo");
-    runCommand->add_option("--tab", run.tab, "The tab to render, 0 to 5")
-        ->capture_default_str()
-        ->check(CLI::Range(0, 5).description(""))
-        ->needs(screenshot);
+    CLI::Option* tab = runCommand->add_option("--tab", run.tab, "The tab to render, from 0")
+                           ->capture_default_str()
+                           ->check(CLI::NonNegativeNumber.description(""))
+                           ->needs(screenshot);
+    CLI::Option* allTabs =
+        runCommand
+            ->add_flag("--all-tabs", run.allTabs,
+                       "Render every tab into a file of its own: a % in the file's name stands for the tab's caption")
+            ->needs(screenshot)
+            ->excludes(tab);
     runCommand->add_option("--scale", run.scale, "Size of what is rendered in per cent: 100, 150 or 200")
         ->capture_default_str()
         ->check(CLI::IsMember({100, 150, 200}).description(""))
         ->needs(screenshot);
-    runCommand->add_flag("--whole-window", run.wholeWindow, "Render the whole window")->needs(screenshot);
+    runCommand->add_flag("--whole-window", run.wholeWindow, "Render the whole window")
+        ->needs(screenshot)
+        ->excludes(allTabs);
     runCommand->add_flag("--dark", run.dark, "Begin with a dark palette");
     runCommand->callback([&] { code = Run(run); });
 

@@ -1,84 +1,16 @@
-// The catalogue: each family of commands adds its include, one line to the layouts and one to the keys.
+// All records and keys that this system knows, for look-up by number and by text.
 #include <protocol/catalogue.h>
 
 #include <algorithm>
-#include <array>
 
-#include <protocol/house_records.h>
-#include <protocol/records/all.h>
+#include <protocol/catalogue_tables.h>
 #include <protocol/unpack.h>
 
 namespace qx5::protocol {
 
 namespace {
 
-template <typename Item, std::size_t... Sizes>
-constexpr auto Concatenate(std::array<Item, Sizes> const&... arrays)
-{
-    std::array<Item, (Sizes + ... + 0)> all{};
-    std::size_t at = 0;
-    auto const append = [&](auto const& items) {
-        for (auto const& item : items)
-            all[at++] = item;
-    };
-    (append(arrays), ...);
-    return all;
-}
-
-// clang-format off
-constexpr auto Layouts = Concatenate(
-    records::HouseRecords,
-    records::BasicRecords,
-    records::DualHeadRecords,
-    records::BeamGeometryRecords,
-    records::GatesRecords,
-    records::PulseFrequencyGainRecords,
-    records::TrackerDetectionRecords,
-    records::TriggersTimingRecords,
-    records::AcquisitionRecords,
-    records::MotionHeadingRecords,
-    records::PortSensorsRecords,
-    records::ProcessorPortsRecords,
-    records::InstallationRecords,
-    records::PositioningRecords,
-    records::SingleBeamRecords,
-    records::SinglePingRecords,
-    records::DataRecordingRecords,
-    records::RecorderSettingsRecords,
-    records::StoragePlaybackRecords,
-    records::PanTiltHoistRecords,
-    records::ContactsRecords,
-    records::TargetExchangeRecords);
-
-constexpr auto Keys = Concatenate(
-    SharedKeys,
-    BasicKeys,
-    DualHeadKeys,
-    BeamGeometryKeys,
-    GatesKeys,
-    PulseFrequencyGainKeys,
-    TrackerDetectionKeys,
-    TriggersTimingKeys,
-    AcquisitionKeys,
-    MotionHeadingKeys,
-    PortSensorsKeys,
-    ProcessorPortsKeys,
-    InstallationKeys,
-    PositioningKeys,
-    SingleBeamKeys,
-    DataRecordingKeys,
-    RecorderSettingsKeys,
-    StoragePlaybackKeys,
-    PanTiltHoistKeys,
-    TargetExchangeKeys);
-// clang-format on
-
-/// By text, so that a look-up takes few comparisons and twins lie side by side.
-constexpr auto SortedKeys = [] {
-    auto keys = Keys;
-    std::sort(keys.begin(), keys.end(), [](Key const* a, Key const* b) { return a->text < b->text; });
-    return keys;
-}();
+using namespace catalogue;
 
 constexpr bool TextsDiffer()
 {
@@ -89,16 +21,6 @@ constexpr bool TextsDiffer()
     return true;
 }
 static_assert(TextsDiffer(), "two keys have the same text");
-
-/// Halves its way through the sorted keys: compilers count the steps of a constant expression.
-constexpr bool IsListed(KeyPointer key)
-{
-    if (key == nullptr)
-        return true;
-    auto const place = std::lower_bound(SortedKeys.begin(), SortedKeys.end(), key->text,
-                                        [](Key const* listed, std::wstring_view text) { return listed->text < text; });
-    return place != SortedKeys.end() && key == *place;
-}
 
 constexpr bool EveryKeyOfARecordIsListed()
 {

@@ -12,7 +12,6 @@
 #include <protocol/records/all.h>
 
 #include <array>
-#include <iterator>
 #include <string>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
@@ -30,14 +29,10 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
 #define QX5_KEYED(name, rowKey) name(request, At<keys::rowKey>);
 #define QX5_SCALAR(record, rowKey, rowKind)                                                                            \
     RequestValue(request, static_cast<int>(records::record.Id()), At<keys::rowKey>, (rowKind));
-#define QX5_ONE(...) 1,
-    constexpr int rows[]{QX5_REQUEST_CHAIN(QX5_ONE, QX5_ONE, QX5_ONE)};
-    static_assert(std::size(rows) == 133);
     QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
 #undef QX5_HANDLER
 #undef QX5_KEYED
 #undef QX5_SCALAR
-#undef QX5_ONE
 }
 
 void ControlDevice::RequestValue(CAttributeMap* request, int recordId, AttributeKey const& key, PARMTYPE kind)

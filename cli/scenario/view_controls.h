@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <iterator>
+#include <stdexcept>
 #include <string_view>
 
 namespace qx5::cli {
@@ -38,12 +40,10 @@ struct ViewControl
     ControlKind kind = ControlKind::Label;
 };
 
-/// The pages in the order of their tabs.
-inline constexpr std::array<std::string_view, 6> viewPages{"settings",  "gates",    "ocean",
-                                                           "recording", "steering", "tracker"};
 /// The number of the tab strip, which stands on no page.
 inline constexpr int tabStripControl = 28075;
 
+// The pages in the order of their tabs, the rows of one page together.
 // clang-format off
 inline constexpr ViewControl viewControls[] = {
     {"settings", 28077, ControlKind::Label},        // "Operation mode:"
@@ -158,6 +158,40 @@ inline constexpr ViewControl viewControls[] = {
     {"tracker", 28122, ControlKind::Button},        // "Apply"
 };
 // clang-format on
+
+namespace detail {
+
+/// Whether a page's rows begin there.
+constexpr bool BeginsPage(std::size_t row)
+{
+    return row == 0 || viewControls[row].page != viewControls[row - 1].page;
+}
+
+constexpr std::size_t CountPages()
+{
+    std::size_t count = 0;
+    for (std::size_t row = 0; row < std::size(viewControls); ++row) {
+        count += BeginsPage(row) ? 1U : 0U;
+    }
+    return count;
+}
+
+} // namespace detail
+
+/// The pages that have controls, in the order of their tabs.
+inline constexpr auto viewPages = [] {
+    std::array<std::string_view, detail::CountPages()> pages;
+    std::size_t count = 0;
+    for (std::size_t row = 0; row < std::size(viewControls); ++row) {
+        if (detail::BeginsPage(row)) {
+            if (std::find(pages.begin(), pages.end(), viewControls[row].page) != pages.end()) {
+                throw std::logic_error("the rows of a page do not stand together");
+            }
+            pages[count++] = viewControls[row].page;
+        }
+    }
+    return pages;
+}();
 
 /// Null when the page has no such control.
 constexpr ViewControl const* FindViewControl(std::string_view page, int id)

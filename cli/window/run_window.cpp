@@ -217,7 +217,7 @@ bool RunUntil(Condition condition, std::chrono::milliseconds limit)
     return true;
 }
 
-/// Renders the view, or the whole window, with that tab in front.
+/// Renders the view, or the whole window, with that tab in front, or with each in turn.
 int TakePicture(RunOptions const& options, FleetDevice const& shown, vordal::MainWindow& window,
                 vordal::ViewFrame& frame)
 {
@@ -244,22 +244,36 @@ int TakePicture(RunOptions const& options, FleetDevice const& shown, vordal::Mai
         target = &frame;
     }
     auto* const tabs = frame.findChild<QTabBar*>();
-    if (options.tab != 0 && (tabs == nullptr || options.tab >= tabs->count())) {
+    int const count = tabs != nullptr ? tabs->count() : 1;
+    if (options.tab >= count) {
         return Complain(ExitFailed, fmt::format("no picture: the view has no tab {}", options.tab));
     }
-    if (tabs != nullptr) {
-        tabs->setCurrentIndex(options.tab);
+    int const first = options.allTabs ? 0 : options.tab;
+    int const end = options.allTabs ? count : options.tab + 1;
+    int code = ExitGood;
+    for (int tab = first; tab < end && code == ExitGood; ++tab) {
+        QString caption;
+        if (tabs != nullptr) {
+            tabs->setCurrentIndex(tab);
+            caption = tabs->tabText(tab);
+        }
+        // What a device tells of itself arrives in pieces.
+        RunUntil([] { return false; }, 500ms);
+        if (options.wholeWindow && shown.isSonar) {
+            window.Records().ChooseNewest(protocol::records::BeamSteer.Id());
+        }
+        auto file = QString::fromStdString(options.screenshot);
+        if (options.allTabs) {
+            file.replace(QLatin1Char('%'), caption.toLower().replace(QLatin1Char(' '), QLatin1Char('-')));
+        }
+        if (!target->grab().save(file, "PNG")) {
+            code = Complain(ExitFailed, file.toStdString() + " cannot be written");
+        }
     }
-    // What a device tells of itself arrives in pieces.
-    RunUntil([] { return false; }, 500ms);
-    if (options.wholeWindow) {
-        window.Records().ChooseNewest(protocol::records::BeamSteer.Id());
-    }
-    bool const saved = target->grab().save(QString::fromStdString(options.screenshot), "PNG");
     if (!options.wholeWindow) {
         window.SetView(&frame);
     }
-    return saved ? ExitGood : Complain(ExitFailed, options.screenshot + " cannot be written");
+    return code;
 }
 
 /// A simulated probe beside each simulated sonar, which measures the sound velocity once a second.

@@ -115,6 +115,7 @@ void LivePort::CountUndelivered(std::size_t bytes)
     if (!m_paused &&
         (m_undeliveredPieces > GreatestUndeliveredPieces || m_undeliveredBytes > GreatestUndeliveredBytes)) {
         m_paused = true;
+        m_pauses.fetch_add(1);
         m_link.SetReadingPaused(true);
     }
 }

@@ -8,7 +8,9 @@
 #include <VordalBaseR/CString.h>
 #include <VordalBaseR/Export.h>
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -49,6 +51,9 @@ public:
     void Open();
     /// Any thread but that of a call from the link. Devices that were told of a connection are told of its end.
     void Close();
+
+    /// How often reading has paused because the host thread fell behind. Any thread.
+    std::uint64_t Pauses() const { return m_pauses.load(); }
 
     /// Bytes that leave whole, for a port of records one frame; see SonarLink::Send.
     bool Send(std::span<unsigned char const> bytes) { return m_link.Send(bytes); }
@@ -93,6 +98,7 @@ private:
     std::size_t m_undeliveredPieces = 0;
     std::size_t m_undeliveredBytes = 0;
     bool m_paused = false;
+    std::atomic<std::uint64_t> m_pauses{0};
 
     SonarLink m_link;
 };

@@ -26,7 +26,10 @@ endfunction()
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${prefix}")
 foreach(file bin/qx5 lib/libvordalhost.so lib/qx5/QX5SonarConfiguration.so lib/pkgconfig/vordal-host-contract.pc
     lib/cmake/VordalHostContract/VordalHostContractConfig.cmake
-    include/vordal-host-contract/vordalhostdllR/Device.h)
+    lib/libvordalhost.so.5.5 share/doc/qx5/docs/manual.md share/doc/qx5/docs/images/window-light.png
+    share/doc/qx5/README.md share/doc/qx5/CONTRIBUTING.md share/doc/qx5/examples/smallest_plugin/plugin.cpp
+    share/doc/qx5/examples/echo_sounder/plugin.cpp share/qx5/x5_records.lua
+    include/vordal-host-contract/vordalhostdllR/EntryPoints.h include/vordal-host-contract/vordalhostdllR/Device.h)
   if(NOT EXISTS "${prefix}/${file}")
     message(FATAL_ERROR "${file} is not installed")
   endif()

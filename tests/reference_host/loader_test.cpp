@@ -1,10 +1,11 @@
 // Tests of the plug-in loader: what it refuses and in which words, and the order of calls into a good plug-in.
 #include "reference_host/host/host.h"
 #include "reference_host/host/log.h"
-#include "reference_host/loader/plugin_loader.h"
+#include "reference_host/loader/plugin_set.h"
 
 #include <VersionControlR/CheckDllVersion.h>
 #include <vordalhostdllR/CDevList.h>
+#include <vordalhostdllR/Device.h>
 
 #include <gmock/gmock.h>
 
@@ -88,6 +89,89 @@ TEST(PlugInLoader, CallsAGoodPlugInInOrder)
     device.reset();
     plugIn.reset();
     EXPECT_EQ(host.MakeDevice(L"SmallDevice"), nullptr);
+}
+
+TEST(PlugInLoader, KnowsWhatAPlugInHasRegistered)
+{
+    vordal::Host host;
+    std::string reason;
+    CDevList::GetDevList().RegisterDev(L"Another", new DevCreator<Device>);
+    auto plugIn = vordal::PlugIn::Load(MODULE_GOOD, reason);
+    ASSERT_NE(plugIn, nullptr) << reason;
+    EXPECT_TRUE(plugIn->DeviceClasses().empty());
+    plugIn->RegisterDevices();
+    plugIn->RegisterViews();
+    EXPECT_EQ(plugIn->DeviceClasses(), std::vector<CString>{L"SmallDevice"});
+    EXPECT_EQ(plugIn->ViewClasses(), std::vector<CString>());
+    EXPECT_EQ(plugIn->SonarClass(), L"") << "its devices do not speak the record protocol";
+    EXPECT_EQ(host.MakeDevice(L"SmallDevice")->GetDeviceDriverName(), L"SmallDevice");
+    EXPECT_EQ(host.MakeDevice(L"QX5Device")->GetDeviceDriverName(), L"QX5Device");
+    plugIn->UnRegisterDevices();
+    EXPECT_TRUE(plugIn->DeviceClasses().empty());
+}
+
+TEST(PlugInLoader, AsksForTheOptionalEntryPointsWhereTheyAre)
+{
+    vordal::Host host;
+    std::string reason;
+    auto const without = vordal::PlugIn::Load(MODULE_GOOD, reason);
+    ASSERT_NE(without, nullptr) << reason;
+    without->DiscoverDevices();
+    without->ReleaseDevices();
+    auto const with = vordal::PlugIn::Load(MODULE_WITH_OPTIONAL, reason);
+    ASSERT_NE(with, nullptr) << reason;
+    with->DiscoverDevices();
+    with->ReleaseDevices();
+    EXPECT_STREQ(reinterpret_cast<char const* (*)()>(with->FindFunction("WhatWasCalled"))(),
+                 "attach discover release ");
+}
+
+TEST(PlugIns, AreFoundInAFolderByNameAndOtherFilesAreNot)
+{
+    auto const folder = std::filesystem::path(::testing::TempDir()) / "modules";
+    std::filesystem::remove_all(folder);
+    EXPECT_TRUE(vordal::FindModules(folder).empty()) << "there is no such folder";
+    std::filesystem::create_directory(folder);
+    for (char const* const name : {"b.so", "a.so", "a.txt", "libc.so.6"}) {
+        std::ofstream(folder / name) << "text";
+    }
+    EXPECT_EQ(vordal::FindModules(folder), (std::vector<std::filesystem::path>{folder / "a.so", folder / "b.so"}));
+    std::filesystem::remove_all(folder);
+}
+
+TEST(PlugIns, ADeviceIsItsOwnPlugInsAlone)
+{
+    vordal::Host host;
+    {
+        vordal::PlugIns plugIns;
+        std::string reason;
+        ASSERT_TRUE(plugIns.Add(MODULE_GOOD, reason)) << reason;
+        EXPECT_FALSE(plugIns.Add(MODULE_REFUSES, reason));
+        EXPECT_THAT(reason, HasSubstr(MODULE_REFUSES));
+        ASSERT_TRUE(plugIns.Add(MODULE_WITH_OPTIONAL, reason)) << reason;
+        auto* const good = plugIns.FindByDeviceClass(L"SmallDevice");
+        auto* const other = plugIns.FindByDeviceClass(L"OtherDevice");
+        ASSERT_NE(good, nullptr);
+        ASSERT_NE(other, nullptr);
+        EXPECT_EQ(plugIns.FindByDeviceClass(L"Device"), nullptr) << "the host's own";
+        auto* const device = host.AddDevice(host.MakeDevice(L"OtherDevice"), CDataId(1, 2, 3, 4));
+        plugIns.DeviceCtrlInit(*device);
+        plugIns.DeviceCtrlInit(*host.AddDevice(host.MakeDevice(L"Device"), CDataId(5, 6, 7, 8)));
+        auto const called = [](vordal::PlugIn& plugIn) {
+            return std::string(reinterpret_cast<char const* (*)()>(plugIn.FindFunction("WhatWasCalled"))());
+        };
+        EXPECT_EQ(called(*good), "attach devices ");
+        EXPECT_EQ(called(*other), "attach devices control 4231 ") << "vessel, group, device, type";
+        EXPECT_EQ(plugIns.SonarClass(), L"");
+        EXPECT_EQ(plugIns.ViewClassFor(*device), L"");
+        plugIns.RegisterViews();
+        plugIns.InitializeTemplates(nullptr);
+        plugIns.ReleaseDevices();
+        EXPECT_EQ(called(*good), "attach devices views templates ");
+        EXPECT_EQ(called(*other), "attach devices control 4231 views templates release ");
+        host.RemoveAllDevices();
+    }
+    EXPECT_TRUE(host.DeviceClasses().empty());
 }
 
 TEST(PlugInLoader, LoadsOnePlugInForOneHostAfterAnother)

@@ -1,4 +1,4 @@
-// The chain that every request runs through: 133 rows, in the order in which they take effect.
+// The chain that every request runs through: its rows, in the order in which they take effect.
 #pragma once
 
 // HANDLER(name)        a handler of the device class; its command stands under the same name in qx5::commands

@@ -21,7 +21,7 @@
 #include "TrackerDetection.h"
 #include "TriggersTiming.h"
 #include "chain.h"
-#include <protocol/records/all.h>
+#include "command_checks.h"
 
 #include <array>
 
@@ -42,10 +42,10 @@ struct Scalar
     static constexpr Command command{.form = Form::Direct, .operands = operands, .sends = sends, .echoFlags = 0};
 };
 
-#define QX5_HANDLER(name) ChainEntry{0, #name, &commands::name, nullptr},
-#define QX5_KEYED(name, key) ChainEntry{0, #name, &commands::name, &keys::key},
+#define QX5_HANDLER(name) ChainEntry{0, #name, Checked<commands::name>(), nullptr},
+#define QX5_KEYED(name, key) ChainEntry{0, #name, Checked<commands::name>(), &keys::key},
 #define QX5_SCALAR(record, key, kind)                                                                                  \
-    ChainEntry{0, "RequestValue", &Scalar<keys::key, records::record>::command, &keys::key},
+    ChainEntry{0, "RequestValue", Checked<Scalar<keys::key, records::record>::command>(), &keys::key},
 constexpr auto MakeChain()
 {
     std::array chain{QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR) ChainEntry{}};
@@ -61,7 +61,6 @@ constexpr auto MakeChain()
 #undef QX5_SCALAR
 
 constexpr auto chainEntries = MakeChain();
-static_assert(chainEntries.size() == 133);
 
 } // namespace
 

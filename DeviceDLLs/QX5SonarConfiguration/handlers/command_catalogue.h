@@ -12,13 +12,13 @@ namespace qx5 {
 /// One row of the chain as a command.
 struct ChainEntry
 {
-    int row;                  ///< 1 to 133
+    int row;                  ///< from 1
     std::string_view handler; ///< the handler's name; "RequestValue" for a scalar
     Command const* command;
     protocol::Key const* told; ///< the key that the handler is told by its row, or null
 };
 
-/// All 133 rows in order.
+/// All rows in order.
 std::span<ChainEntry const> Chain();
 
 /// The rows that read this key from a request, in the order in which they take effect.

@@ -138,9 +138,8 @@ QX5SonarConfigurationView::QX5SonarConfigurationView()
 
 QX5SonarConfigurationView::~QX5SonarConfigurationView()
 {
-    for (QWidget* page : std::initializer_list<QWidget*>{m_settingsPage, m_gatesPage, m_oceanPage, m_recordingPage,
-                                                         m_steeringPage, m_trackerPage}) {
-        delete page;
+    for (auto const& tab : Tabs()) {
+        delete tab.page;
     }
 }
 
@@ -213,14 +212,10 @@ void QX5SonarConfigurationView::CreatePages()
     addShortcut(QKeySequence::PreviousChild, -1);
 }
 
-std::array<QX5SonarConfigurationView::Tab, 6> QX5SonarConfigurationView::Tabs() const
+std::vector<QX5SonarConfigurationView::Tab> QX5SonarConfigurationView::Tabs() const
 {
-    return {{{"Sonar Settings", m_settingsPage},
-             {"Sonar Gates", m_gatesPage},
-             {"Ocean Menu", m_oceanPage},
-             {"Data Recording", m_recordingPage},
-             {"Sonar Steering", m_steeringPage},
-             {"Tracker", m_trackerPage}}};
+    return {{"Sonar Settings", m_settingsPage},  {"Sonar Gates", m_gatesPage},       {"Ocean Menu", m_oceanPage},
+            {"Data Recording", m_recordingPage}, {"Sonar Steering", m_steeringPage}, {"Tracker", m_trackerPage}};
 }
 
 void QX5SonarConfigurationView::RemoveThisDisplay()

@@ -9,7 +9,7 @@
 #include <VordalSubscriberR/Subscription.h>
 #include <vordalhostdllR/CVordalBaseView.h>
 
-#include <array>
+#include <vector>
 
 class Compform;
 class CVordalType;
@@ -78,7 +78,8 @@ private:
     };
 
     void CreatePages();
-    std::array<Tab, 6> Tabs() const;
+    /// In their order; none before the pages are made.
+    std::vector<Tab> Tabs() const;
     /// Removes a display of a kind that is offered no more, and says so.
     void RemoveThisDisplay();
     void SubscribeSoundVelocity();

@@ -11,6 +11,9 @@ class CVordalBaseApp;
 #ifndef PLUGIN_VERSION
 #define PLUGIN_VERSION VORDAL_CONTRACT_VERSION
 #endif
+#ifndef PLUGIN_DEVICE
+#define PLUGIN_DEVICE L"SmallDevice"
+#endif
 
 namespace {
 
@@ -43,12 +46,12 @@ VORDAL_PLUGIN_EXPORT void LibraryDetach()
 VORDAL_PLUGIN_EXPORT void RegisterDevices()
 {
     Calls() += "devices ";
-    CDevList::GetDevList().RegisterDev(L"SmallDevice", new DevCreator<SmallDevice>);
+    CDevList::GetDevList().RegisterDev(PLUGIN_DEVICE, new DevCreator<SmallDevice>);
 }
 VORDAL_PLUGIN_EXPORT bool UnRegisterDevices()
 {
     Calls() += "no-devices ";
-    return CDevList::GetDevList().UnRegisterDev(L"SmallDevice");
+    return CDevList::GetDevList().UnRegisterDev(PLUGIN_DEVICE);
 }
 VORDAL_PLUGIN_EXPORT void RegisterViews()
 {
@@ -66,6 +69,16 @@ VORDAL_PLUGIN_EXPORT void UnInitializeTemplates()
 VORDAL_PLUGIN_EXPORT void DeviceCtrlInit(unsigned short a, unsigned short b, unsigned short c, unsigned short d)
 {
     Calls() += "control " + std::to_string(a) + std::to_string(b) + std::to_string(c) + std::to_string(d) + ' ';
+}
+#endif
+#ifdef PLUGIN_WITH_OPTIONAL
+VORDAL_PLUGIN_EXPORT void DiscoverDevices()
+{
+    Calls() += "discover ";
+}
+VORDAL_PLUGIN_EXPORT void ReleaseDevices()
+{
+    Calls() += "release ";
 }
 #endif
 /// What was called so far; valid while the module is loaded.

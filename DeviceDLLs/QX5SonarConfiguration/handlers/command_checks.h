@@ -1,0 +1,40 @@
+// What is checked of a command when it is compiled: whoever looks its keys and records up finds them.
+#pragma once
+
+#include "command.h"
+
+#include <protocol/catalogue_tables.h>
+
+#include <algorithm>
+
+namespace qx5 {
+
+/// Whether every key that the command reads is in the list of its family, or of what a sonar reports of itself.
+constexpr bool EveryKeyIsListed(Command const& command)
+{
+    return std::all_of(command.operands.begin(), command.operands.end(), [](Operand const& operand) {
+        return protocol::catalogue::IsListed(operand.key) ||
+               std::find(protocol::SettingsKeys.begin(), protocol::SettingsKeys.end(), operand.key) !=
+                   protocol::SettingsKeys.end();
+    });
+}
+
+/// Whether every record that the command sends is in the list of its family.
+constexpr bool EveryRecordIsListed(Command const& command)
+{
+    return std::all_of(command.sends.begin(), command.sends.end(),
+                       [](Sending const& sending) { return protocol::catalogue::IsListed(sending.record); });
+}
+
+/// The command, once it has passed; the compiler names the one that does not.
+template <Command const& C>
+constexpr Command const* Checked()
+{
+    static_assert(EveryKeyIsListed(C), "this command reads a key that is not in the list at the end of its family's "
+                                       "file in protocol/records: `qx5 explain` would not know it");
+    static_assert(EveryRecordIsListed(C), "this command sends a record that is not in the list at the end of its "
+                                          "family's file in protocol/records: `qx5 decode` would not know it");
+    return &C;
+}
+
+} // namespace qx5

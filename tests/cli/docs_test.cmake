@@ -1,0 +1,20 @@
+# Writes the documents anew and compares them with those that are kept: cmake -DPROGRAM=... -DDOCS=... -DFOLDER=... -P ...
+cmake_minimum_required(VERSION 3.25)
+
+file(REMOVE_RECURSE "${FOLDER}")
+file(MAKE_DIRECTORY "${FOLDER}")
+execute_process(COMMAND "${PROGRAM}" docs "${FOLDER}" RESULT_VARIABLE code OUTPUT_VARIABLE said ERROR_VARIABLE said)
+if(NOT code EQUAL 0)
+  message(FATAL_ERROR "qx5 docs ended with ${code}:\n${said}")
+endif()
+file(GLOB written RELATIVE "${FOLDER}" "${FOLDER}/*")
+if(NOT written)
+  message(FATAL_ERROR "qx5 docs wrote nothing")
+endif()
+foreach(file IN LISTS written)
+  execute_process(COMMAND "${CMAKE_COMMAND}" -E compare_files "${FOLDER}/${file}" "${DOCS}/${file}" RESULT_VARIABLE differs
+    OUTPUT_QUIET ERROR_QUIET)
+  if(differs)
+    message(FATAL_ERROR "docs/${file} is not what the tables make: `./dev docs` writes it anew")
+  endif()
+endforeach()
