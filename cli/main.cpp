@@ -1,28 +1,20 @@
 // The command qx5: reads the command line and hands over to one command.
 #include "commands.h"
 #include "demos/demos.h"
+#include "output.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace qx5::cli {
 
-int Complain(ExitCode code, std::string const& text)
+namespace {
+
+/// Does what the command line asks for and gives the exit code.
+int RunCommandLine(int argc, char** argv)
 {
-    std::fflush(stdout);
-    fmt::print(stderr, "qx5: {}\n", text);
-    return code;
-}
-
-} // namespace qx5::cli
-
-int main(int argc, char** argv)
-{
-    using namespace qx5::cli;
-
     CLI::App app{"qx5 operates x5 sonars: it runs a host with the plug-in, a simulated sonar, and tools for records."};
     app.name("qx5");
     app.require_subcommand(1);
@@ -185,7 +177,17 @@ int main(int argc, char** argv)
         int const parsed = app.exit(error);
         return parsed == 0 ? ExitGood : ExitWrong;
     } catch (std::exception const& failure) {
-        return Complain(ExitFailed, failure.what());
+        return EndedBy(failure);
     }
     return code;
+}
+
+} // namespace
+
+} // namespace qx5::cli
+
+int main(int argc, char** argv)
+{
+    qx5::cli::BeginOutput();
+    return qx5::cli::EndOutput(qx5::cli::RunCommandLine(argc, argv));
 }

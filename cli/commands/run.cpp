@@ -4,6 +4,7 @@
 #include "cli/demos/demos.h"
 #include "cli/event_text.h"
 #include "cli/key_values.h"
+#include "cli/output.h"
 #include "cli/platform/terminal.h"
 #include "cli/session.h"
 #include "cli/terminal_keys.h"
@@ -178,7 +179,7 @@ public:
         m_transcript.WaitForSonar(m_sonar != nullptr);
         bool const onlySelects = code != nullptr && code->action == terminal::Action::None;
         Show(onlySelects ? "  the steps go by it now\n" : "  nothing is done\n");
-        std::fflush(stdout);
+        FlushOutput();
     }
 
     /// Does what keys or a line ask for; false at the end.
@@ -193,7 +194,7 @@ public:
         if (input.help) {
             fmt::print("{}", TerminalKeyHelp());
         }
-        std::fflush(stdout);
+        FlushOutput();
         return !input.quit;
     }
 
@@ -253,7 +254,7 @@ void RunTerminal(Session& session, Runner& runner)
 {
     session.AttachTerminal();
     fmt::print("The keyboard is the operator terminal now.\n{}", TerminalKeyHelp());
-    std::fflush(stdout);
+    FlushOutput();
     if (IsTerminal(Stream::Input)) {
         Keyboard keyboard;
         for (auto key = keyboard.Read(); key.has_value() && runner.Enter(ReadTerminalKey(*key));
@@ -336,7 +337,7 @@ int Run(RunOptions const& options)
         fmt::print("{}\n> {}\n", step.title, step.keyValues);
         runner.Request(step.keyValues);
         fmt::print("\n");
-        std::fflush(stdout);
+        FlushOutput();
     }
     if (options.once) {
         return ExitGood;
@@ -348,7 +349,7 @@ int Run(RunOptions const& options)
         if (prompt) {
             fmt::print("qx5> ");
         }
-        std::fflush(stdout);
+        FlushOutput();
         if (!std::getline(std::cin, line) || !runner.Line(line)) {
             break;
         }

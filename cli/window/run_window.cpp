@@ -2,6 +2,7 @@
 #include "run_window.h"
 
 #include "cli/key_values.h"
+#include "cli/output.h"
 #include "cli/platform/end_signals.h"
 #include "cli/session.h"
 #include "cli/window/window_session.h"
@@ -28,7 +29,9 @@
 #include <vector>
 
 #include <QApplication>
+#include <QBuffer>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QPixmap>
 #include <QSocketNotifier>
 #include <QTabBar>
@@ -152,6 +155,22 @@ QString TitleOf(std::vector<vordal::ListedVessel> const& vessels, CDataId const&
     return {};
 }
 
+/// False, and why, when the picture could not be written whole.
+bool WritePicture(QPixmap const& picture, QString const& file, std::string& error)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    bool const isMade = buffer.open(QIODevice::WriteOnly) && picture.save(&buffer, "PNG");
+    QFile target(file);
+    // Without a buffer of its own, which would swallow what a full disk says.
+    if (isMade && target.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && target.write(bytes) == bytes.size()) {
+        return true;
+    }
+    error = fmt::format("{} cannot be written: {}", file.toStdString(),
+                        isMade ? target.errorString().toStdString() : "there is no picture");
+    return false;
+}
+
 /// Renders the view, or the whole window, with that tab in front.
 int TakePicture(RunOptions const& options, vordal::MainWindow& window, vordal::ViewFrame& frame)
 {
@@ -177,11 +196,12 @@ int TakePicture(RunOptions const& options, vordal::MainWindow& window, vordal::V
     if (options.wholeWindow) {
         window.Records().ChooseNewest(protocol::records::BeamSteer.Id());
     }
-    bool const saved = target->grab().save(QString::fromStdString(options.screenshot), "PNG");
+    std::string error;
+    bool const saved = WritePicture(target->grab(), QString::fromStdString(options.screenshot), error);
     if (!options.wholeWindow) {
         window.SetView(&frame);
     }
-    return saved ? ExitGood : Complain(ExitFailed, options.screenshot + " cannot be written");
+    return saved ? ExitGood : Complain(ExitFailed, error);
 }
 
 /// A simulated probe beside each simulated sonar, which measures the sound velocity once a second.
@@ -333,10 +353,7 @@ int RunWindow(RunOptions const& options)
             QSocketNotifier const notifier(signals.Descriptor(), QSocketNotifier::Read);
             QObject::connect(&notifier, &QSocketNotifier::activated, &window, &QWidget::close);
             // From within the event loop, where the window is shown and painted first.
-            QTimer::singleShot(0, &window, [&fleet] {
-                fmt::print("The window is open; {}.\n", fleet.Where());
-                std::fflush(stdout);
-            });
+            QTimer::singleShot(0, &window, [&fleet] { Say(fmt::format("The window is open; {}.\n", fleet.Where())); });
             QApplication::exec();
         }
         frame.Close();

@@ -327,6 +327,18 @@ TEST(RunWindow, OpensByItselfEndsOnASignalAndSavesTheProject)
     std::filesystem::remove(file);
 }
 
+TEST(RunWindow, EndsAsAFailureWhenItsOutputCannotBeWritten)
+{
+    for (OutputTo const output : {OutputTo::FullDisk, OutputTo::ClosedPipe}) {
+        ChildProcess program({QX5_PROGRAM, "run"}, {"QT_QPA_PLATFORM=offscreen"}, output);
+        ASSERT_TRUE(program.WaitForError("standard output cannot be written"));
+        // The window stays: the operator has not asked it to go.
+        program.Signal(SIGTERM);
+        EXPECT_EQ(program.WaitForEnd(), 1);
+        ExpectComplaint({1, {}, program.Errors()}, 1, {"qx5: standard output cannot be written"});
+    }
+}
+
 TEST(RunWindow, SaysInOneLineWhyTheDisplayDoesNotOpen)
 {
     ExpectComplaint(Qx5({"run"}, {}, {"QT_QPA_PLATFORM=nonsense"}), 1, {"no window", "nonsense", "--guided"});
@@ -344,6 +356,11 @@ TEST(RunPicture, IsTakenWithoutADisplay)
     EXPECT_LT(picture.pixelColor(10, picture.height() - 10).lightness(), 128);
     std::filesystem::remove(file);
     ExpectComplaint(Qx5({"run", "--screenshot", "/nowhere/picture.png"}), 1, {"/nowhere/picture.png"});
+}
+
+TEST(RunPicture, SaysWhenTheDiskIsFull)
+{
+    ExpectComplaint(Qx5({"run", "--screenshot", "/dev/full"}), 1, {"/dev/full cannot be written", "No space left"});
 }
 
 } // namespace
