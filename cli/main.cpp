@@ -95,8 +95,8 @@ int RunCommandLine(int argc, char** argv)
     simCommand->callback([&] { code = Sim(sim); });
 
     SendOptions send;
-    CLI::App* sendCommand =
-        app.add_subcommand("send", "Send one request to a sonar and print what was sent and what was echoed");
+    CLI::App* sendCommand = app.add_subcommand(
+        "send", "Send one request to a sonar and print what was sent, what was echoed and what the sonar then has");
     sendCommand->add_option("--sonar", send.sonar, "The sonar")->type_name("HOST:PORT")->capture_default_str();
     sendCommand->add_option("--plugin", send.plugin, "The plug-in module (default: the one beside this program)")
         ->type_name("FILE");
@@ -107,6 +107,12 @@ int RunCommandLine(int argc, char** argv)
         ->add_option("--timeout", send.timeoutMilliseconds, "Milliseconds to wait for the connection, 1 to 600000")
         ->capture_default_str()
         ->check(CLI::Range(1, 600000).description(""));
+    sendCommand
+        ->add_option("--wait", send.waitSeconds,
+                     "Seconds to wait for the sonar's answer, 0 to 600; with 0 it is not looked at")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 600.0).description(""))
+        ->type_name("SECONDS");
     sendCommand->add_flag("--bytes", send.bytes, "Print the bytes of each record, too");
     sendCommand->add_option("request", send.keyValues, "key=value, or key:kind=value to force a kind")
         ->required()

@@ -1,5 +1,5 @@
-// Standard output as the commands write it: what cannot be written, on a full disk or to a reader that has gone, is told
-// in one line on standard error and makes the command fail.
+// Standard output as the commands write it: what cannot be written, on a full disk or to a reader that has gone, is
+// told in one line on standard error and makes the command fail.
 #pragma once
 
 #include <exception>

@@ -344,7 +344,7 @@ int RunWindow(RunOptions const& options)
         }
         window.show();
         if (isPicture) {
-            if (options.wholeWindow) {
+            if (options.wholeWindow && fleet.IsSimulated()) {
                 AskForSomething(window.ShownDevice());
             }
             code = TakePicture(options, window, frame);
@@ -360,10 +360,11 @@ int RunWindow(RunOptions const& options)
         session.View() = frame.StoredAttributes();
         window.SetView(nullptr);
     }
-    if (!session.End(error)) {
-        return Complain(ExitFailed, error);
+    bool const isSaved = session.End(error);
+    if (!fleet.IsSimulated()) {
+        SayLeftOn(session.LeftOn());
     }
-    return code;
+    return isSaved ? code : Complain(ExitFailed, error);
 }
 
 } // namespace qx5::cli

@@ -1,6 +1,8 @@
 // The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
 #include "window_session.h"
 
+#include "cli/dropped_text.h"
+
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalConfigureR/DataSearch.h>
 #include <VordalMfc0R/ColorControl.h>
@@ -69,6 +71,26 @@ vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap
             .linkedDevices = {sonar},
             .stream = {}};
 }
+
+/// Shows the frames of a link to the record monitor and to the switches of its sonar.
+class PortWatch final : public vordal::LinkObserver
+{
+public:
+    PortWatch(std::shared_ptr<vordal::LinkObserver> records, std::shared_ptr<SwitchedOn> switches)
+        : m_records(std::move(records)), m_switches(std::move(switches))
+    {
+    }
+
+    void OnTrace(vordal::LinkTrace const& trace) override
+    {
+        m_records->OnTrace(trace);
+        m_switches->Take(trace.outgoing, trace.frame);
+    }
+
+private:
+    std::shared_ptr<vordal::LinkObserver> const m_records;
+    std::shared_ptr<SwitchedOn> const m_switches;
+};
 
 FleetSonar const* FirstSonar(std::vector<FleetVessel> const& fleet)
 {
@@ -234,11 +256,13 @@ bool WindowSession::LoadPlugin(std::string const& plugin, std::string& error)
 void WindowSession::WatchPorts()
 {
     std::size_t number = 0;
+    m_switches.clear();
     for (FleetVessel const& vessel : m_fleet) {
         for (FleetSonar const& sonar : vessel.sonars) {
             auto& port = *m_open->Ports()[number++];
-            port.GetLink().SetObserver(
-                vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(sonar.name.View())));
+            auto records = vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(sonar.name.View()));
+            port.GetLink().SetObserver(std::make_shared<PortWatch>(
+                std::move(records), m_switches.emplace_back(std::make_shared<SwitchedOn>())));
             port.SetStatusListener(
                 [feed = m_feed, id = sonar.id](vordal::LinkStatus const& status) { feed->PutStatus(id, status); });
         }
@@ -351,6 +375,25 @@ bool WindowSession::SaveProject(std::string& error)
     }
 }
 
+std::vector<std::string> WindowSession::LeftOn() const
+{
+    std::vector<std::string> lines;
+    auto switches = m_switches.begin();
+    for (FleetVessel const& vessel : m_fleet) {
+        for (FleetSonar const& sonar : vessel.sonars) {
+            if (switches == m_switches.end()) {
+                return lines; // it did not begin
+            }
+            bool const isVersion6 = sonar.host.find(':') != std::string::npos;
+            std::string const host = isVersion6 ? "[" + sonar.host + "]" : sonar.host;
+            auto const ofSonar =
+                (*switches++)->Lines(protocol::EncodeUtf8(sonar.name.View()), fmt::format("{}:{}", host, sonar.port));
+            lines.insert(lines.end(), ofSonar.begin(), ofSonar.end());
+        }
+    }
+    return lines;
+}
+
 void WindowSession::OnSetLightMode(int mode, bool)
 {
     m_feed->PutLightMode(mode);
@@ -373,6 +416,12 @@ void WindowSession::OnRequestFailed(BaseDevice& device, CAttributeMap const&, st
     }
     m_feed->PutLine(
         fmt::format("A request to {} was broken off: {}", protocol::EncodeUtf8(device.GetDeviceName().View()), reason));
+}
+
+void WindowSession::OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing)
+{
+    m_feed->PutLine(fmt::format("A request to {} was dropped: {}", protocol::EncodeUtf8(device.GetDeviceName().View()),
+                                DroppedText(asked, missing)));
 }
 
 } // namespace qx5::cli

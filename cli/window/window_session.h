@@ -1,6 +1,7 @@
 // The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
 #pragma once
 
+#include "cli/switched_on.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/link/live_traffic.h"
@@ -57,6 +58,8 @@ public:
     bool End(std::string& error);
 
     vordal::Host& Host() { return m_host; }
+    /// A line for each thing that the session has switched on at a sonar and that is on still; also after End.
+    std::vector<std::string> LeftOn() const;
     /// The sonars as the window lists them.
     std::vector<vordal::ListedVessel> Listed() const;
     unsigned short ActiveVessel() const { return m_activeVessel; }
@@ -71,6 +74,7 @@ private:
     void OnSetLightMode(int mode, bool redraw) override;
     void OnMessage(CString const& text) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
+    void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
 
     bool ReadProject(std::string const& file, std::string& error);
     /// What is at work in this session: its fleet, with what the project keeps of it.
@@ -87,7 +91,8 @@ private:
     std::vector<unsigned char> m_windowMemory;
     unsigned short m_activeVessel = 1;
     std::vector<FleetVessel> m_fleet;
-    bool m_begun = false; ///< all of it: what the devices hold is worth keeping
+    std::vector<std::shared_ptr<SwitchedOn>> m_switches; ///< of the fleet's sonars, in its order
+    bool m_begun = false;                                ///< all of it: what the devices hold is worth keeping
     bool m_ended = true;
     vordal::StoredProject m_saved; ///< of the fleet; written on the host thread, read when that has ended
 

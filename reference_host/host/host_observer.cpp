@@ -34,5 +34,6 @@ void HostObserver::OnCloseTargets(CString const&) {}
 void HostObserver::OnTargetListRequested() {}
 void HostObserver::OnRemoveFile(CString const&) {}
 void HostObserver::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) {}
+void HostObserver::OnRequestDropped(BaseDevice&, AttributeKey const&, AttributeKey const&) {}
 
 } // namespace vordal
