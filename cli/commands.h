@@ -40,7 +40,8 @@ struct SendOptions
     std::vector<std::string> keyValues;
     std::vector<std::string> stored; ///< put into the device's tree beforehand
     int timeoutMilliseconds = 3000;
-    bool bytes = false; ///< show the bytes, too
+    double waitSeconds = 0.5; ///< for the sonar's answer, at most; 0: it is not looked at
+    bool bytes = false;       ///< show the bytes, too
 };
 int Send(SendOptions const& options);
 

@@ -1,28 +1,20 @@
 // The command qx5: reads the command line and hands over to one command.
 #include "commands.h"
 #include "demos/demos.h"
+#include "output.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace qx5::cli {
 
-int Complain(ExitCode code, std::string const& text)
+namespace {
+
+/// Does what the command line asks for and gives the exit code.
+int RunCommandLine(int argc, char** argv)
 {
-    std::fflush(stdout);
-    fmt::print(stderr, "qx5: {}\n", text);
-    return code;
-}
-
-} // namespace qx5::cli
-
-int main(int argc, char** argv)
-{
-    using namespace qx5::cli;
-
     CLI::App app{"qx5 operates x5 sonars: it runs a host with the plug-in, a simulated sonar, and tools for records."};
     app.name("qx5");
     app.require_subcommand(1);
@@ -130,8 +122,8 @@ int main(int argc, char** argv)
     simCommand->callback([&] { code = Sim(sim); });
 
     SendOptions send;
-    CLI::App* sendCommand =
-        app.add_subcommand("send", "Send one request to a sonar and print what was sent and what was echoed");
+    CLI::App* sendCommand = app.add_subcommand(
+        "send", "Send one request to a sonar and print what was sent, what was echoed and what the sonar then has");
     sendCommand->add_option("--sonar", send.sonar, "The sonar")->type_name("HOST:PORT")->capture_default_str();
     sendCommand->add_option("--plugin", send.plugin, "The plug-in module (default: the one beside this program)")
         ->type_name("FILE");
@@ -142,6 +134,12 @@ int main(int argc, char** argv)
         ->add_option("--timeout", send.timeoutMilliseconds, "Milliseconds to wait for the connection, 1 to 600000")
         ->capture_default_str()
         ->check(CLI::Range(1, 600000).description(""));
+    sendCommand
+        ->add_option("--wait", send.waitSeconds,
+                     "Seconds to wait for the sonar's answer, 0 to 600; with 0 it is not looked at")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 600.0).description(""))
+        ->type_name("SECONDS");
     sendCommand->add_flag("--bytes", send.bytes, "Print the bytes of each record, too");
     sendCommand->add_option("request", send.keyValues, "key=value, or key:kind=value to force a kind")
         ->required()
@@ -212,7 +210,17 @@ int main(int argc, char** argv)
         int const parsed = app.exit(error);
         return parsed == 0 ? ExitGood : ExitWrong;
     } catch (std::exception const& failure) {
-        return Complain(ExitFailed, failure.what());
+        return EndedBy(failure);
     }
     return code;
+}
+
+} // namespace
+
+} // namespace qx5::cli
+
+int main(int argc, char** argv)
+{
+    qx5::cli::BeginOutput();
+    return qx5::cli::EndOutput(qx5::cli::RunCommandLine(argc, argv));
 }

@@ -1,6 +1,8 @@
 // A live host with the plug-in and one sonar on a TCP connection.
 #include "session.h"
 
+#include "dropped_text.h"
+
 #include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/DataManager.h>
 
@@ -94,6 +96,7 @@ public:
 
     void OnTrace(vordal::LinkTrace const& trace) override
     {
+        m_session.m_switches.Take(trace.outgoing, trace.frame);
         m_session.Tell({trace.outgoing ? SessionEvent::Kind::Sent : SessionEvent::Kind::Received,
                         {trace.frame.begin(), trace.frame.end()},
                         {},
@@ -278,6 +281,19 @@ bool Session::WaitUntilSent(std::chrono::milliseconds limit)
     return true;
 }
 
+bool Session::WaitFor(std::function<bool()> const& holds, std::chrono::milliseconds limit)
+{
+    std::unique_lock lock(m_stateMutex);
+    m_stateChanged.wait_for(lock, limit, [&] { return holds() || m_status.state != vordal::LinkState::Connected; });
+    return holds();
+}
+
+bool Session::IsConnected()
+{
+    std::lock_guard const lock(m_stateMutex);
+    return m_status.state == vordal::LinkState::Connected;
+}
+
 bool Session::Request(CAttributeMap const& request)
 {
     CAttributeMap tree;
@@ -386,10 +402,22 @@ void Session::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_
     m_requestFailed = true;
 }
 
+void Session::OnRequestDropped(BaseDevice&, AttributeKey const& asked, AttributeKey const& missing)
+{
+    Tell({SessionEvent::Kind::Dropped, {}, {}, 0, DroppedText(asked, missing)});
+}
+
 void Session::Tell(SessionEvent const& event)
 {
-    std::lock_guard const lock(m_listenerMutex);
-    m_listener(event);
+    {
+        std::lock_guard const lock(m_listenerMutex);
+        m_listener(event);
+    }
+    {
+        // Whoever looked before the event waits by now.
+        std::lock_guard const lock(m_stateMutex);
+    }
+    m_stateChanged.notify_all();
 }
 
 } // namespace qx5::cli

@@ -1,6 +1,7 @@
 // A live host with the plug-in and one sonar on a TCP connection, as `qx5 run` and `qx5 send` need it.
 #pragma once
 
+#include "cli/switched_on.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/link/live_traffic.h"
@@ -36,12 +37,13 @@ struct SessionEvent
         Received, ///< a frame arrived
         Asked,    ///< the plug-in asked the host for a request, for its terminal's sake
         Shown,    ///< the plug-in asked the application for something about its displays
+        Dropped,  ///< the plug-in dropped what was asked for, because a value that it needs is found nowhere
     };
     Kind kind;
     std::vector<unsigned char> frame; ///< of Sent and Received
     CAttributeMap tree;               ///< of Echoed and Asked
     unsigned flags = 0;               ///< of Echoed
-    std::string text = {};            ///< of Shown
+    std::string text = {};            ///< of Shown and Dropped
 };
 
 /// Loads the plug-in, makes one sonar device and connects it. Used from one thread; events come from others.
@@ -74,6 +76,10 @@ public:
     void Store(CAttributeMap const& tree);
     /// Waits until all that was sent has been taken by the system; false when it was not within the limit.
     bool WaitUntilSent(std::chrono::milliseconds limit);
+    /// Waits until `holds` is true; false when it is not within the limit or the connection is lost before. `holds` is
+    /// asked after each event, with the session's lock held: it must not call the session.
+    bool WaitFor(std::function<bool()> const& holds, std::chrono::milliseconds limit);
+    bool IsConnected();
 
     /// Hands the request to the device as a view does, and returns when the device has carried it out. False when an
     /// exception ended it; it has been logged.
@@ -86,6 +92,8 @@ public:
     /// The device's tree as it stands.
     CAttributeMap Attributes();
     vordal::LinkCounters Counters() const;
+    /// What it has switched on at the sonar.
+    SwitchedOn const& Switches() const { return m_switches; }
     /// Runs the task on the host thread, with the host and the sonar, and waits for it.
     void OnHost(std::function<void(vordal::Host&, Device&)> const& task);
 
@@ -101,6 +109,7 @@ private:
                       CString const& section) override;
     void OnSetLightMode(int mode, bool redraw) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
+    void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
     void OnDeviceIdChange();
     void TellShown(std::string text);
     void Tell(SessionEvent const& event);
@@ -117,6 +126,7 @@ private:
     bool m_requestFailed = false;
 
     CString m_guid; ///< of the application
+    SwitchedOn m_switches;
     vordal::LiveTraffic m_traffic;
     vordal::Host m_host{vordal::Threading::Threaded};
     vordal::LinkThread m_linkThread;

@@ -73,6 +73,9 @@ struct Run
     {
         std::lock_guard const lock(outMutex);
         *out << line << '\n' << std::flush;
+        // A simulator that nobody can read ends; whose output it is tells why.
+        if (!*out)
+            stop->Request();
     }
 };
 
@@ -124,6 +127,8 @@ int RunSimulator(SimulatorOptions const& options, std::istream& commands, std::o
         << (options.server.address == "localhost" ? "127.0.0.1" : options.server.address) << (isVersion6 ? "]:" : ":")
         << std::to_string(server.Port()) << '\n'
         << std::flush;
+    if (!out)
+        stop.Request();
     firstLine.unlock();
 
     std::thread reader(

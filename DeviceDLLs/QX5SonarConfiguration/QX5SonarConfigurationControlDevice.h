@@ -88,9 +88,9 @@ private:
     /// The same once the command is known to start.
     bool CarryOut(CAttributeMap const& request, qx5::Command const& command);
     /// Reads and completes the operands as the command's form says; false when it does not start or a value
-    /// is missing.
+    /// is missing. The host is told of one that not even the stored tree has.
     bool ReadOperands(CAttributeMap const& request, CAttributeMap const& stored, qx5::Command const& command,
-                      qx5::CommandValues& values) const;
+                      qx5::CommandValues& values);
     /// Sends the record the way that its table says. A data record goes without a time (0.0); a passed-through one
     /// goes nowhere when the port is no sonar's.
     void Send(qx5::protocol::RecordLayout const& record, std::span<unsigned char const> payload, qx5::Target target);

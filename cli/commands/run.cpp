@@ -4,24 +4,24 @@
 #include "cli/demos/demos.h"
 #include "cli/event_text.h"
 #include "cli/key_values.h"
+#include "cli/output.h"
+#include "cli/platform/end_signals.h"
 #include "cli/platform/terminal.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
+#include "cli/sonar_frames.h"
 #include "cli/terminal_keys.h"
 #ifdef QX5_VIEW
 #include "cli/window/run_window.h"
 #endif
 #include "reference_host/attributes/tree_merge.h"
-#include "reference_host/link/tree_transfer.h"
 
-#include <protocol/frame.h>
-#include <protocol/house_records.h>
 #include <simulator/sonar_console.h>
 #include <simulator/sonar_server.h>
 
 #include <algorithm>
-#include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 #include <fmt/format.h>
@@ -57,12 +57,8 @@ public:
     {
         std::lock_guard const lock(m_mutex);
         if (event.kind == SessionEvent::Kind::Received) {
-            auto const frame = protocol::ParseFrame(event.frame);
-            std::string problem;
-            if (frame && frame->header.recordId == protocol::records::AttributeTree.Id()) {
-                if (auto const nodes = protocol::DecodeTree(frame->data, problem)) {
-                    m_answers.push_back(vordal::ToAttributeMap(*nodes));
-                }
+            if (auto told = ToldAttributes(event.frame)) {
+                m_answers.push_back(std::move(*told));
             }
         } else {
             m_sent += event.kind == SessionEvent::Kind::Sent ? 1 : 0;
@@ -179,7 +175,7 @@ public:
         m_transcript.WaitForSonar(m_sonar != nullptr);
         bool const onlySelects = code != nullptr && code->action == terminal::Action::None;
         Show(onlySelects ? "  the steps go by it now\n" : "  nothing is done\n");
-        std::fflush(stdout);
+        FlushOutput();
     }
 
     /// Does what keys or a line ask for; false at the end.
@@ -194,7 +190,7 @@ public:
         if (input.help) {
             fmt::print("{}", TerminalKeyHelp());
         }
-        std::fflush(stdout);
+        FlushOutput();
         return !input.quit;
     }
 
@@ -253,49 +249,54 @@ private:
 void RunTerminal(Session& session, Runner& runner)
 {
     session.AttachTerminal();
+    EndSignals const signals;
     fmt::print("The keyboard is the operator terminal now.\n{}", TerminalKeyHelp());
-    std::fflush(stdout);
+    FlushOutput();
     if (IsTerminal(Stream::Input)) {
-        Keyboard keyboard;
+        Keyboard keyboard(signals.Descriptor());
         for (auto key = keyboard.Read(); key.has_value() && runner.Enter(ReadTerminalKey(*key));
              key = keyboard.Read()) {
         }
         return;
     }
-    for (std::string line; std::getline(std::cin, line) && runner.Enter(ReadTerminalLine(line));) {
+    InputLines lines(signals.Descriptor());
+    for (auto line = lines.Read(); line.has_value() && runner.Enter(ReadTerminalLine(*line)); line = lines.Read()) {
     }
 }
 
-} // namespace
-
-int Run(RunOptions const& options)
+/// The guided session, step by step.
+void ShowGuidedSteps(Runner& runner)
 {
-    for (Demo const& demo : demos) {
-        if (demo.name == options.demo) {
-            return demo.run(options);
+    for (GuidedStep const& step : guidedSteps) {
+        fmt::print("{}\n> {}\n", step.title, step.keyValues);
+        runner.Request(step.keyValues);
+        fmt::print("\n");
+        FlushOutput();
+    }
+}
+
+/// Lines of the operator, until they end.
+void RunLines(Runner& runner)
+{
+    EndSignals const signals;
+    InputLines lines(signals.Descriptor());
+    bool const prompt = IsTerminal(Stream::Input) && IsTerminal(Stream::Output);
+    fmt::print("Now it is your turn: key=value, or `help`.\n");
+    for (;;) {
+        if (prompt) {
+            fmt::print("qx5> ");
+        }
+        FlushOutput();
+        auto const line = lines.Read();
+        if (!line.has_value() || !runner.Line(*line)) {
+            break;
         }
     }
-    bool const isPlain = !options.guided && !options.once && !options.terminal;
-#ifdef QX5_VIEW
-    if (isPlain && (!options.screenshot.empty() || HasDisplay())) {
-        return RunWindow(options);
-    }
-    if (!options.devices.empty()) {
-        return Complain(ExitWrong, "--device opens the window, and there is no display");
-    }
-    constexpr std::string_view noWindow = "There is no display for the window; this is the guided session.\n";
-#else
-    if (!options.screenshot.empty()) {
-        return Complain(ExitWrong, "--screenshot: this qx5 was built without the view");
-    }
-    if (!options.devices.empty()) {
-        return Complain(ExitWrong, "--device opens the window: this qx5 was built without it");
-    }
-    constexpr std::string_view noWindow = "This qx5 was built without the window; this is the guided session.\n";
-#endif
-    if (isPlain) {
-        fmt::print("{}", noWindow);
-    }
+}
+
+/// The guided session, lines or the operator terminal, on this terminal.
+int RunOnTerminal(RunOptions const& options)
+{
     Transcript transcript;
     std::unique_ptr<simulator::SonarServer> sonar;
     std::string host = "127.0.0.1";
@@ -334,33 +335,67 @@ int Run(RunOptions const& options)
     fmt::print("The host is connected; the sonar has told of itself, {} lines of attributes.\n\n",
                std::count(tree.begin(), tree.end(), '\n'));
 
+    // A simulated sonar of its own goes with the session.
+    std::optional<LeavingWord> leavingWord;
+    if (sonar == nullptr) {
+        leavingWord.emplace(session.Switches(), options.sonar);
+    }
     Runner runner(session, transcript, sonar.get());
     if (options.terminal) {
         RunTerminal(session, runner);
         return ExitGood;
     }
-    for (GuidedStep const& step : guidedSteps) {
-        fmt::print("{}\n> {}\n", step.title, step.keyValues);
-        runner.Request(step.keyValues);
-        fmt::print("\n");
-        std::fflush(stdout);
+    if (sonar != nullptr) {
+        ShowGuidedSteps(runner);
+    } else {
+        fmt::print("The guided session is shown on simulated sonars alone; this one is only read until you ask for "
+                   "something.\n\n");
     }
-    if (options.once) {
-        return ExitGood;
-    }
-
-    bool const prompt = IsTerminal(Stream::Input) && IsTerminal(Stream::Output);
-    fmt::print("Now it is your turn: key=value, or `help`.\n");
-    for (std::string line;;) {
-        if (prompt) {
-            fmt::print("qx5> ");
-        }
-        std::fflush(stdout);
-        if (!std::getline(std::cin, line) || !runner.Line(line)) {
-            break;
-        }
+    if (!options.once) {
+        RunLines(runner);
+    } else if (sonar == nullptr) {
+        fmt::print("{}", tree);
     }
     return ExitGood;
+}
+
+} // namespace
+
+int Run(RunOptions const& options)
+{
+    if (!options.demo.empty() && !options.sonar.empty()) {
+        return Complain(ExitWrong, "--demo: a demonstration goes to simulated sonars of its own; leave out --sonar");
+    }
+    for (Demo const& demo : demos) {
+        if (demo.name == options.demo) {
+            return demo.run(options);
+        }
+    }
+    bool const isPlain = !options.guided && !options.once && !options.terminal;
+#ifdef QX5_VIEW
+    if (isPlain && (!options.screenshot.empty() || HasDisplay())) {
+        return RunWindow(options);
+    }
+    if (!options.devices.empty()) {
+        return Complain(ExitWrong, "--device opens the window, and there is no display");
+    }
+    constexpr std::string_view noWindow = "There is no display for the window";
+#else
+    if (!options.screenshot.empty()) {
+        return Complain(ExitWrong, "--screenshot: this qx5 was built without the view");
+    }
+    if (!options.devices.empty()) {
+        return Complain(ExitWrong, "--device opens the window: this qx5 was built without it");
+    }
+    constexpr std::string_view noWindow = "This qx5 was built without the window";
+#endif
+    if (isPlain) {
+        fmt::print("{}; {}.\n", noWindow,
+                   options.sonar.empty() ? "this is the guided session" : "the sonar takes lines in its place");
+    }
+    int const code = RunOnTerminal(options);
+    EndSignals::PassOn();
+    return code;
 }
 
 } // namespace qx5::cli

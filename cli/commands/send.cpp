@@ -1,13 +1,14 @@
-// `qx5 send`: one request to a sonar, and what became of it.
+// `qx5 send`: one request to a sonar, what became of it, and what the sonar then has.
 #include "cli/commands.h"
 
 #include "cli/event_text.h"
 #include "cli/key_values.h"
 #include "cli/plugins.h"
+#include "cli/request_outcome.h"
 #include "cli/session.h"
-#include "reference_host/host/log.h"
 
-#include <atomic>
+#include <chrono>
+
 #include <fmt/format.h>
 
 namespace qx5::cli {
@@ -16,6 +17,29 @@ namespace {
 
 /// A sonar that tells of itself does so at once; one that does not should not be waited for.
 constexpr std::chrono::milliseconds introductionLimit{100};
+
+constexpr std::string_view howToGive = "give it, too, or with --stored what the tree is to hold";
+
+std::chrono::milliseconds Milliseconds(double seconds)
+{
+    return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
+}
+
+/// The exit code by what the sonar then has; anything but agreement is complained of.
+int Judge(RequestOutcome const& outcome, Session& session, double waited)
+{
+    switch (outcome.Judge(waited > 0.0)) {
+    case RequestOutcome::Verdict::Agrees:
+        break;
+    case RequestOutcome::Verdict::Differs:
+        return Complain(ExitFailed, "what came of it is not what was asked for, see above");
+    case RequestOutcome::Verdict::Unanswered:
+        return Complain(ExitFailed, session.IsConnected()
+                                        ? fmt::format("the sonar did not answer within {:g} s", waited)
+                                        : "the sonar did not answer, the connection was lost");
+    }
+    return ExitGood;
+}
 
 } // namespace
 
@@ -40,14 +64,9 @@ int Send(SendOptions const& options)
         }
     }
 
-    // Set here, asked on whatever thread an event comes from.
-    std::atomic<bool> recording{false};
-    std::vector<SessionEvent> events;
-    Session session([&](SessionEvent const& event) {
-        if (recording && event.kind != SessionEvent::Kind::Received) {
-            events.push_back(event);
-        }
-    });
+    RequestOutcome outcome;
+    Session session([&](SessionEvent const& event) { outcome.Take(event); });
+    LeavingWord const leavingWord(session.Switches(), options.sonar);
     if (!session.LoadPlugin(PluginPath(options.plugin), error)) {
         return Complain(ExitFailed, error);
     }
@@ -60,16 +79,14 @@ int Send(SendOptions const& options)
     session.WaitForIntroduction(introductionLimit);
     session.Store(stored);
 
-    recording = true;
     auto const refusedBefore = session.Counters().refused;
+    outcome.Begin(request);
     bool const carriedOut = session.Request(request);
+    outcome.End();
     auto const refused = session.Counters().refused - refusedBefore;
-    recording = false;
     bool const sentAll = session.WaitUntilSent(limit);
 
-    bool sentAny = false;
-    for (SessionEvent const& event : events) {
-        sentAny = sentAny || event.kind == SessionEvent::Kind::Sent;
+    for (SessionEvent const& event : outcome.Events()) {
         fmt::print("{}", EventText(event, "", options.bytes));
     }
     if (!carriedOut) {
@@ -78,14 +95,26 @@ int Send(SendOptions const& options)
     if (refused != 0 || !sentAll) {
         return Complain(ExitFailed, "the connection was lost before everything had left");
     }
-    if (events.empty()) {
-        return Complain(ExitFailed, "no record was sent and nothing echoed: a value is missing that the device's tree "
-                                    "does not hold either, or a value is of another kind; `qx5 explain KEY` tells");
+    std::string const dropped = outcome.Dropped();
+    if (!outcome.HasSent() && !dropped.empty()) {
+        return Complain(ExitFailed, fmt::format("no record was sent: {}; {}", dropped, howToGive));
     }
-    if (!sentAny) {
+    if (outcome.Events().empty()) {
+        return Complain(ExitFailed, "no record was sent and nothing echoed: a value is of another kind, too long, or "
+                                    "another one must be given with it; `qx5 explain KEY` tells");
+    }
+    if (!outcome.HasSent()) {
         fmt::print("no record was sent\n");
     }
-    return ExitGood;
+    bool const waits = options.waitSeconds > 0.0;
+    if (waits && outcome.AwaitsAnswer()) {
+        session.WaitFor([&] { return outcome.IsAnswered(); }, Milliseconds(options.waitSeconds));
+    }
+    fmt::print("{}", outcome.Text(waits));
+    if (!dropped.empty()) {
+        return Complain(ExitFailed, fmt::format("not all of it was sent: {}; {}", dropped, howToGive));
+    }
+    return Judge(outcome, session, options.waitSeconds);
 }
 
 } // namespace qx5::cli

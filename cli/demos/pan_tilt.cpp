@@ -2,6 +2,7 @@
 #include "cli/demos/demos.h"
 #include "cli/event_text.h"
 #include "cli/key_values.h"
+#include "cli/output.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
 #include "reference_host/devices/pan_tilt_unit.h"
@@ -63,7 +64,7 @@ public:
             fmt::print("  the sonar understood\n    {}\n", line);
         }
         fmt::print("\n");
-        std::fflush(stdout);
+        FlushOutput();
         Clear();
     }
 

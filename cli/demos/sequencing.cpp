@@ -1,5 +1,6 @@
 // `qx5 run --demo sequencing`: several simulated sonars whose groups ping in turn, as a timeline.
 #include "cli/demos/demos.h"
+#include "cli/output.h"
 #include "cli/plugins.h"
 #include "reference_host/host/host.h"
 #include "reference_host/link/live_traffic.h"
@@ -124,7 +125,7 @@ public:
     {
         std::lock_guard const lock(m_mutex);
         fmt::print("\n{}\n\n", text);
-        std::fflush(stdout);
+        FlushOutput();
     }
 
 private:
@@ -140,9 +141,8 @@ private:
     {
         std::string columns = m_columns;
         columns[static_cast<std::size_t>(sonar)] = mark;
-        fmt::print("{:8.3f} s  {}  group {}  {}\n", std::chrono::duration<double>(now - m_begin).count(), columns,
-                   Group(sonar) + 1, text);
-        std::fflush(stdout);
+        Say(fmt::format("{:8.3f} s  {}  group {}  {}\n", std::chrono::duration<double>(now - m_begin).count(), columns,
+                        Group(sonar) + 1, text));
     }
 
     Clock::time_point const m_begin = Clock::now();
@@ -279,6 +279,7 @@ int SequencingDemo(RunOptions const& options)
             setting.overhead, std::floor(Pause(setting) + 0.5));
     }
     fmt::print("\nA letter: that sonar pings; |: its echoes are in.\n\n");
+    FlushOutput();
     Fleet fleet(timeline, options.sonars);
     std::string error;
     if (!fleet.Begin(PluginPath(options.plugins), error)) {

@@ -17,10 +17,13 @@ namespace {
 constexpr std::array endSignals{SIGINT, SIGTERM, SIGHUP};
 /// Read end and write end; used within a signal's handler.
 int ends[2]{-1, -1};
+/// The one that came; 0 for none.
+volatile std::sig_atomic_t received = 0;
 
 void OnSignal(int number)
 {
     int const before = errno;
+    received = number;
     char const told = 1;
     static_cast<void>(!write(ends[1], &told, 1));
     // The next one is the system's again.
@@ -47,6 +50,14 @@ EndSignals::~EndSignals()
     }
     close(ends[0]);
     close(ends[1]);
+}
+
+void EndSignals::PassOn()
+{
+    if (int const number = received; number != 0) {
+        std::signal(number, SIG_DFL);
+        std::raise(number);
+    }
 }
 
 int EndSignals::Descriptor() const

@@ -16,6 +16,9 @@ public:
     ~EndSignals();
 
     int Descriptor() const;
+
+    /// Ends the process as the request to end would have done, if there was one; to be called once all is in order.
+    static void PassOn();
 };
 
 } // namespace qx5::cli

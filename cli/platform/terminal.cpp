@@ -7,10 +7,14 @@
 #if defined(_WIN32)
 #include <conio.h>
 #include <io.h>
+#include <iostream>
 #else
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <iterator>
+#include <span>
+#include <utility>
 
 #include <poll.h>
 #include <termios.h>
@@ -30,8 +34,14 @@ bool IsTerminal(Stream stream)
 
 #if defined(_WIN32)
 
+std::optional<std::string> InputLines::Read()
+{
+    std::string line;
+    return std::getline(std::cin, line) ? std::optional(line) : std::nullopt;
+}
+
 // The console hands out single keys without a change of its mode.
-Keyboard::Keyboard() = default;
+Keyboard::Keyboard(int end) : m_end(end) {}
 Keyboard::~Keyboard() = default;
 
 std::optional<int> Keyboard::Read()
@@ -108,29 +118,56 @@ void ListenForTheEnd()
     }
 }
 
-/// The next byte, or -1 at the end of the input; -1 also when `milliseconds` (not negative) are over.
-int ReadByte(int milliseconds)
+/// Waits for input and takes what is there, at most the bytes' size; 0 at the end of the input, when `end` (-1: none)
+/// is readable, or when `milliseconds` (negative: never) are over.
+std::size_t ReadInput(std::span<char> bytes, int end, int milliseconds)
 {
-    pollfd input{STDIN_FILENO, POLLIN, 0};
+    std::array<pollfd, 2> sources{{{STDIN_FILENO, POLLIN, 0}, {end, POLLIN, 0}}};
     for (;;) {
-        int const ready = poll(&input, 1, milliseconds);
-        if (ready == 0) {
-            return -1;
+        int const ready = poll(sources.data(), sources.size(), milliseconds);
+        if (ready == 0 || (ready > 0 && sources[1].revents != 0)) {
+            return 0;
         }
-        unsigned char byte = 0;
-        auto const count = ready > 0 ? read(STDIN_FILENO, &byte, 1) : -1;
-        if (count > 0) {
-            return byte;
+        auto const count = ready > 0 ? read(STDIN_FILENO, bytes.data(), bytes.size()) : -1;
+        if (count >= 0) {
+            return static_cast<std::size_t>(count);
         }
-        if (count == 0 || errno != EINTR) {
-            return -1;
+        if (errno != EINTR) {
+            return 0;
         }
     }
 }
 
+/// The next byte, or -1 where ReadInput gives none.
+int ReadByte(int end, int milliseconds)
+{
+    char byte = 0;
+    return ReadInput({&byte, 1}, end, milliseconds) != 0 ? static_cast<unsigned char>(byte) : -1;
+}
+
 } // namespace
 
-Keyboard::Keyboard()
+std::optional<std::string> InputLines::Read()
+{
+    std::size_t searched = 0;
+    for (;;) {
+        if (auto const at = m_ahead.find('\n', searched); at != std::string::npos) {
+            std::string line = m_ahead.substr(0, at);
+            m_ahead.erase(0, at + 1);
+            return line;
+        }
+        searched = m_ahead.size();
+        std::array<char, 4096> bytes;
+        std::size_t const count = ReadInput(bytes, m_end, -1);
+        if (count == 0) {
+            // The last line need not have an end.
+            return m_ahead.empty() ? std::nullopt : std::optional(std::exchange(m_ahead, {}));
+        }
+        m_ahead.append(bytes.data(), count);
+    }
+}
+
+Keyboard::Keyboard(int end) : m_end(end)
 {
     if (tcgetattr(STDIN_FILENO, &modeBefore) != 0) {
         return;
@@ -166,21 +203,21 @@ std::optional<int> Keyboard::Read()
     // What a key sends beyond its first character comes at once; a person is slower.
     constexpr int pause = 50;
     constexpr int escape = 0x1B;
-    int const first = ReadByte(-1);
+    int const first = ReadByte(m_end, -1);
     if (first < 0) {
         return std::nullopt;
     }
     if (first != escape) {
         return first;
     }
-    int const second = ReadByte(pause);
+    int const second = ReadByte(m_end, pause);
     if (second != '[' && second != 'O') {
         return second < 0 ? escape : KeyOther;
     }
-    int last = ReadByte(pause);
+    int last = ReadByte(m_end, pause);
     bool const isPlain = last == 'A' || last == 'B';
     while (last >= 0x20 && last < 0x40) {
-        last = ReadByte(pause);
+        last = ReadByte(m_end, pause);
     }
     return !isPlain ? KeyOther : last == 'A' ? KeyUp : KeyDown;
 }

@@ -37,6 +37,9 @@ public:
     int Run()
     {
         for (auto const& file : m_options.files) {
+            if (!m_out) {
+                break; // nobody reads what the others would give; whose output it is tells so
+            }
             RunFile(file);
         }
         return m_status;

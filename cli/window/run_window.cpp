@@ -2,6 +2,7 @@
 #include "run_window.h"
 
 #include "cli/key_values.h"
+#include "cli/output.h"
 #include "cli/platform/end_signals.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
@@ -28,11 +29,12 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
-#include <set>
 #include <vector>
 
 #include <QApplication>
+#include <QBuffer>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QPixmap>
 #include <QSocketNotifier>
 #include <QTabBar>
@@ -112,7 +114,7 @@ public:
                 if (device.port == 0) {
                     continue;
                 }
-                std::string& text = m_simulated.contains(device.port) ? simulated : told;
+                std::string& text = device.isSimulated ? simulated : told;
                 text += fmt::format("{}{}:{}", text.empty() ? "" : ", ", device.host, device.port);
             }
         }
@@ -172,7 +174,7 @@ private:
                     return Complain(ExitFailed, problem->text);
                 }
                 device.port = server->Port();
-                m_simulated.insert(device.port);
+                device.isSimulated = true;
             }
         }
         return ExitGood;
@@ -180,7 +182,6 @@ private:
 
     std::vector<FleetVessel> m_vessels;
     std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
-    std::set<std::uint16_t> m_simulated; ///< their ports
 };
 
 /// What the toolkit has to say goes where the host's reports go; its remarks on the platform go nowhere.
@@ -215,6 +216,22 @@ bool RunUntil(Condition condition, std::chrono::milliseconds limit)
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
     }
     return true;
+}
+
+/// False, and why, when the picture could not be written whole.
+bool WritePicture(QPixmap const& picture, QString const& file, std::string& error)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    bool const isMade = buffer.open(QIODevice::WriteOnly) && picture.save(&buffer, "PNG");
+    QFile target(file);
+    // Without a buffer of its own, which would swallow what a full disk says.
+    if (isMade && target.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && target.write(bytes) == bytes.size()) {
+        return true;
+    }
+    error = fmt::format("{} cannot be written: {}", file.toStdString(),
+                        isMade ? target.errorString().toStdString() : "there is no picture");
+    return false;
 }
 
 /// Renders the view, or the whole window, with that tab in front, or with each in turn.
@@ -266,8 +283,8 @@ int TakePicture(RunOptions const& options, FleetDevice const& shown, vordal::Mai
         if (options.allTabs) {
             file.replace(QLatin1Char('%'), caption.toLower().replace(QLatin1Char(' '), QLatin1Char('-')));
         }
-        if (!target->grab().save(file, "PNG")) {
-            code = Complain(ExitFailed, file.toStdString() + " cannot be written");
+        if (std::string error; !WritePicture(target->grab(), file, error)) {
+            code = Complain(ExitFailed, error);
         }
     }
     if (!options.wholeWindow) {
@@ -403,7 +420,7 @@ int RunWindow(RunOptions const& options)
         window.show();
         if (isPicture) {
             auto const* const shown = session.Find(window.ShownDevice());
-            if (options.wholeWindow && shown != nullptr && shown->isSonar) {
+            if (options.wholeWindow && shown != nullptr && shown->isSimulated) {
                 AskForSomething(shown->id);
             }
             code = TakePicture(options, shown != nullptr ? *shown : fleet.First(), window, view.Frame());
@@ -412,18 +429,14 @@ int RunWindow(RunOptions const& options)
             QSocketNotifier const notifier(signals.Descriptor(), QSocketNotifier::Read);
             QObject::connect(&notifier, &QSocketNotifier::activated, &window, &QWidget::close);
             // From within the event loop, where the window is shown and painted first.
-            QTimer::singleShot(0, &window, [&fleet] {
-                fmt::print("The window is open; {}.\n", fleet.Where());
-                std::fflush(stdout);
-            });
+            QTimer::singleShot(0, &window, [&fleet] { Say(fmt::format("The window is open; {}.\n", fleet.Where())); });
             QApplication::exec();
         }
         view.Close();
     }
-    if (!session.End(error)) {
-        return Complain(ExitFailed, error);
-    }
-    return code;
+    bool const isSaved = session.End(error);
+    SayLeftOn(session.LeftOn());
+    return isSaved ? code : Complain(ExitFailed, error);
 }
 
 } // namespace qx5::cli

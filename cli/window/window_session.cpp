@@ -1,6 +1,7 @@
 // The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
 #include "window_session.h"
 
+#include "cli/dropped_text.h"
 #include "reference_host/base/path_text.h"
 #include "reference_host/host/log.h"
 
@@ -73,6 +74,26 @@ vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap
             .linkedDevices = {sonar},
             .stream = {}};
 }
+
+/// Shows the frames of a link to the record monitor and to the switches of its sonar.
+class PortWatch final : public vordal::LinkObserver
+{
+public:
+    PortWatch(std::shared_ptr<vordal::LinkObserver> records, std::shared_ptr<SwitchedOn> switches)
+        : m_records(std::move(records)), m_switches(std::move(switches))
+    {
+    }
+
+    void OnTrace(vordal::LinkTrace const& trace) override
+    {
+        m_records->OnTrace(trace);
+        m_switches->Take(trace.outgoing, trace.frame);
+    }
+
+private:
+    std::shared_ptr<vordal::LinkObserver> const m_records;
+    std::shared_ptr<SwitchedOn> const m_switches;
+};
 
 /// The item whose `member` has that value; null when there is none.
 template <typename List, typename Item, typename Value>
@@ -259,14 +280,16 @@ vordal::StoredProject WindowSession::ProjectOfFleet() const
 void WindowSession::WatchPorts()
 {
     std::size_t number = 0;
+    m_switches.clear();
     for (FleetVessel const& vessel : m_fleet) {
         for (FleetDevice const& device : vessel.devices) {
             if (device.port == 0) {
                 continue;
             }
             auto& port = *m_open->Ports()[number++];
-            port.GetLink().SetObserver(
-                vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View())));
+            auto records = vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View()));
+            port.GetLink().SetObserver(std::make_shared<PortWatch>(
+                std::move(records), m_switches.emplace_back(std::make_shared<SwitchedOn>())));
             port.SetStatusListener(
                 [feed = m_feed, id = device.id](vordal::LinkStatus const& status) { feed->PutStatus(id, status); });
         }
@@ -416,6 +439,32 @@ bool WindowSession::SaveProject(std::string& error)
     }
 }
 
+std::vector<std::string> WindowSession::LeftOn() const
+{
+    std::vector<std::string> lines;
+    auto switches = m_switches.begin();
+    for (FleetVessel const& vessel : m_fleet) {
+        for (FleetDevice const& device : vessel.devices) {
+            if (device.port == 0) {
+                continue;
+            }
+            if (switches == m_switches.end()) {
+                return lines; // it did not begin
+            }
+            auto const& ofDevice = *switches++;
+            if (!device.isSonar || device.isSimulated) {
+                continue;
+            }
+            bool const isVersion6 = device.host.find(':') != std::string::npos;
+            std::string const host = isVersion6 ? "[" + device.host + "]" : device.host;
+            auto const left =
+                ofDevice->Lines(protocol::EncodeUtf8(device.name.View()), fmt::format("{}:{}", host, device.port));
+            lines.insert(lines.end(), left.begin(), left.end());
+        }
+    }
+    return lines;
+}
+
 void WindowSession::OnSetLightMode(int mode, bool)
 {
     m_feed->PutLightMode(mode);
@@ -438,6 +487,12 @@ void WindowSession::OnRequestFailed(BaseDevice& device, CAttributeMap const&, st
     }
     m_feed->PutLine(
         fmt::format("A request to {} was broken off: {}", protocol::EncodeUtf8(device.GetDeviceName().View()), reason));
+}
+
+void WindowSession::OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing)
+{
+    m_feed->PutLine(fmt::format("A request to {} was dropped: {}", protocol::EncodeUtf8(device.GetDeviceName().View()),
+                                DroppedText(asked, missing)));
 }
 
 } // namespace qx5::cli

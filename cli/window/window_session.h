@@ -1,6 +1,7 @@
 // The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
 #pragma once
 
+#include "cli/switched_on.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/link/live_traffic.h"
@@ -28,8 +29,9 @@ struct FleetDevice
     CString className;
     CString name;
     std::string host;
-    std::uint16_t port = 0; ///< 0: it has no connection
-    bool isSonar = true;    ///< it speaks the record protocol
+    std::uint16_t port = 0;   ///< 0: it has no connection
+    bool isSonar = true;      ///< it speaks the record protocol
+    bool isSimulated = false; ///< a sonar that this program started, and that goes with it
 };
 
 struct FleetVessel
@@ -70,6 +72,9 @@ public:
     bool End(std::string& error);
 
     vordal::Host& Host() { return m_host; }
+    /// A line for each thing that the session has switched on at a sonar that is not its own simulated one, and that is
+    /// on still; also after End.
+    std::vector<std::string> LeftOn() const;
     /// Null for a device that is not of the fleet.
     FleetDevice const* Find(CDataId const& device) const;
     /// The view class that shows the device; empty when its plug-in has none.
@@ -88,6 +93,7 @@ private:
     void OnSetLightMode(int mode, bool redraw) override;
     void OnMessage(CString const& text) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
+    void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
 
     bool ReadProject(std::string const& file, std::string& error);
     /// What is at work in this session: its fleet, with what the project keeps of it.
@@ -103,7 +109,8 @@ private:
     std::vector<unsigned char> m_windowMemory;
     unsigned short m_activeVessel = 1;
     std::vector<FleetVessel> m_fleet;
-    bool m_begun = false; ///< all of it: what the devices hold is worth keeping
+    std::vector<std::shared_ptr<SwitchedOn>> m_switches; ///< of the fleet's sonars, in its order
+    bool m_begun = false;                                ///< all of it: what the devices hold is worth keeping
     bool m_ended = true;
     vordal::StoredProject m_saved; ///< of the fleet; written on the host thread, read when that has ended
 

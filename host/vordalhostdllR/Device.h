@@ -29,6 +29,12 @@ public:
 
     /// Switches the supervision of the device's time-out off or on.
     void DisableTimeOut(bool disable);
+    /// Tells the host that the device drops what was asked of it, because a value that it needs is found nowhere:
+    /// neither in the request nor in the device's tree, or not as the kind that it has to be. `asked` is the key of the
+    /// request that asked for it, `missing` the first key that is not found; they are the same when the request's own
+    /// value is of another kind. Nothing comes of it but that whoever watches the host is told. The keys are read
+    /// during the call alone. Any thread, with no lock held; on the request path the host thread.
+    void ReportDroppedRequest(AttributeKey const& asked, AttributeKey const& missing);
 
     /// The host's way into HandleRequestMap. Host thread; an exception passes out.
     void DeliverRequest(CAttributeMap* request) { HandleRequestMap(request); }

@@ -65,4 +65,11 @@ void Device::DisableTimeOut(bool disable)
     Internals().timeOutDisabled = disable;
 }
 
+void Device::ReportDroppedRequest(AttributeKey const& asked, AttributeKey const& missing)
+{
+    if (auto* observer = vordal::CurrentObserver()) {
+        observer->OnRequestDropped(*this, asked, missing);
+    }
+}
+
 void Device::HandleRequestMap(CAttributeMap*) {}

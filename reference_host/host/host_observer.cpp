@@ -38,5 +38,6 @@ void HostObserver::OnContractBreach(CString const& rule)
     Log(LogLevel::Warning, "not kept: " + tvcore::ToUtf8(rule));
 }
 void HostObserver::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) {}
+void HostObserver::OnRequestDropped(BaseDevice&, AttributeKey const&, AttributeKey const&) {}
 
 } // namespace vordal

@@ -65,6 +65,8 @@ public:
     virtual void OnContractBreach(CString const& rule);
     /// An exception left a request and was contained; it is logged as well.
     virtual void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure);
+    /// Device::ReportDroppedRequest. The keys are valid during the call.
+    virtual void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing);
 };
 
 } // namespace vordal

@@ -142,7 +142,8 @@ struct ChildProcess::Body
     }
 };
 
-ChildProcess::ChildProcess(std::vector<std::string> command, std::vector<std::string> const& environment)
+ChildProcess::ChildProcess(std::vector<std::string> command, std::vector<std::string> const& environment,
+                           OutputTo output)
     : m_body(std::make_unique<Body>())
 {
     IgnoreBrokenPipes();
@@ -172,7 +173,14 @@ ChildProcess::ChildProcess(std::vector<std::string> command, std::vector<std::st
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, m_body->input.read, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, m_body->output.write, STDOUT_FILENO);
+    if (output == OutputTo::FullDisk) {
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/full", O_WRONLY, 0);
+    } else {
+        posix_spawn_file_actions_adddup2(&actions, m_body->output.write, STDOUT_FILENO);
+    }
+    if (output == OutputTo::ClosedPipe) {
+        Pipe::Close(m_body->output.read);
+    }
     posix_spawn_file_actions_adddup2(&actions, m_body->errors.write, STDERR_FILENO);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
@@ -259,9 +267,10 @@ std::optional<int> ChildProcess::WaitForEnd(std::chrono::milliseconds limit)
     return ended ? m_body->code : std::nullopt;
 }
 
-Outcome RunToEnd(std::vector<std::string> command, std::string input, std::vector<std::string> const& environment)
+Outcome RunToEnd(std::vector<std::string> command, std::string input, std::vector<std::string> const& environment,
+                 OutputTo output)
 {
-    ChildProcess child(std::move(command), environment);
+    ChildProcess child(std::move(command), environment, output);
     child.Write(std::move(input));
     child.CloseInput();
     Outcome outcome;

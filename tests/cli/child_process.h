@@ -13,13 +13,22 @@ namespace qx5::test {
 /// Long enough for any machine under any sanitizer; a test that works never comes near it.
 inline constexpr std::chrono::seconds generousLimit{60};
 
+/// Where the standard output of a program goes.
+enum class OutputTo
+{
+    Test,       ///< which reads it
+    FullDisk,   ///< a disk that has no room for it
+    ClosedPipe, ///< a pipe whose reader has gone
+};
+
 /// A running program. Its output is read all the time, so it never blocks on a full pipe. One thread uses it.
 class ChildProcess
 {
 public:
     /// Throws std::system_error when the program cannot be started. `environment` ("NAME=value") overrides that of the
     /// test.
-    explicit ChildProcess(std::vector<std::string> command, std::vector<std::string> const& environment = {});
+    explicit ChildProcess(std::vector<std::string> command, std::vector<std::string> const& environment = {},
+                          OutputTo output = OutputTo::Test);
     ChildProcess(ChildProcess const&) = delete;
     ChildProcess& operator=(ChildProcess const&) = delete;
     /// Kills it if it still runs.
@@ -55,6 +64,6 @@ struct Outcome
 
 /// Runs the program to its end with that standard input.
 Outcome RunToEnd(std::vector<std::string> command, std::string input = {},
-                 std::vector<std::string> const& environment = {});
+                 std::vector<std::string> const& environment = {}, OutputTo output = OutputTo::Test);
 
 } // namespace qx5::test

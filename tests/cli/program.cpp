@@ -21,10 +21,11 @@ std::string const rangeFrameHex =
     "4c 1d 00 00 00 00 00 00 00 00 ff ff 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
     "eb 03 00 00 eb 03 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 48 42 00 00 00 00\n";
 
-Outcome Qx5(std::vector<std::string> arguments, std::string input, std::vector<std::string> const& environment)
+Outcome Qx5(std::vector<std::string> arguments, std::string input, std::vector<std::string> const& environment,
+            OutputTo output)
 {
     arguments.insert(arguments.begin(), QX5_PROGRAM);
-    return RunToEnd(std::move(arguments), std::move(input), environment);
+    return RunToEnd(std::move(arguments), std::move(input), environment, output);
 }
 
 void ExpectComplaint(Outcome const& outcome, int code, std::vector<std::string> const& texts)

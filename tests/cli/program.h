@@ -13,7 +13,7 @@ namespace qx5::test {
 
 /// Runs `qx5 ARGUMENTS` to its end.
 Outcome Qx5(std::vector<std::string> arguments, std::string input = {},
-            std::vector<std::string> const& environment = {});
+            std::vector<std::string> const& environment = {}, OutputTo output = OutputTo::Test);
 
 /// It ended with that code, and standard error holds exactly one line, which begins with the program's name and holds
 /// each of the texts.

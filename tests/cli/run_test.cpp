@@ -1,6 +1,7 @@
 // `qx5 run`: the guided session, and lines on standard input.
 #include "program.h"
 
+#include <csignal>
 #include <fstream>
 
 #include <gmock/gmock.h>
@@ -121,6 +122,113 @@ TEST(Run, WorksWithASonarThatRunsAlready)
     DeafPort const nobody;
     std::string const endpoint = "127.0.0.1:" + std::to_string(nobody.Port());
     ExpectComplaint(Qx5({"run", "--once", "--sonar", endpoint}), 1, {endpoint});
+}
+
+TEST(Run, ASonarThatIsNotItsOwnIsOnlyReadUntilTheOperatorAsks)
+{
+    std::vector<std::string> const noDisplay{"DISPLAY=", "WAYLAND_DISPLAY=", "QT_QPA_PLATFORM="};
+    for (std::vector<std::string> const& how : {std::vector<std::string>{}, {"--guided"}, {"--once"}, {"--terminal"}}) {
+        Simulator sonar;
+        std::vector<std::string> arguments{"run", "--sonar", sonar.Endpoint()};
+        arguments.insert(arguments.end(), how.begin(), how.end());
+        auto const shown = Qx5(arguments, "", noDisplay);
+        EXPECT_EQ(shown.code, 0) << shown.err;
+        EXPECT_EQ(shown.err, "");
+        EXPECT_THAT(shown.out, AllOf(Not(HasSubstr("> x5Range=50")), Not(HasSubstr("is left with"))));
+        sonar.Process().Write("status\n");
+        EXPECT_TRUE(sonar.Process().WaitForOutput("1 taken, 0 refused; 0 records received"))
+            << sonar.Process().Output();
+    }
+    Simulator sonar;
+    auto const once = Qx5({"run", "--once", "--sonar", sonar.Endpoint()});
+    EXPECT_THAT(once.out, AllOf(HasSubstr("only read until you ask"), HasSubstr("\nx5Range = 100\n")));
+}
+
+TEST(Run, ADemonstrationTakesNoSonarThatIsNotItsOwn)
+{
+    Simulator sonar;
+    for (char const* demo : {"pan-tilt", "sequencing"}) {
+        ExpectComplaint(Qx5({"run", "--demo", demo, "--sonar", sonar.Endpoint()}), 2, {"--demo", "--sonar"});
+    }
+}
+
+TEST(Run, WhatItSwitchedOnAndLeavesOnIsSaid)
+{
+    Simulator sonar;
+    sonar.Process().Write("set x5Power=0\n");
+    auto const run = [&](std::string const& input, char const* how = "--guided") {
+        return Qx5({"run", how, "--sonar", sonar.Endpoint()}, input);
+    };
+    auto const left = [&](std::string const& what, std::string const& request) {
+        return "The sonar " + sonar.Endpoint() + " is left with its " + what + " on; `qx5 send --sonar " +
+               sonar.Endpoint() + " " + request + "` switches that off\n";
+    };
+    std::string const pings = left("pings", "x5PingOnOffState=0");
+    std::string const power = left("transmit power", "x5Power=0");
+    std::string const recording = left("recording", "x5DataRecording=0");
+    std::string const asd = left("ASD recording", "ASDRecordingEnabled=false");
+    std::string const stave = left("stave recording", "StaveRecordingEnabled=false");
+
+    auto const all = run("x5PingOnOffState=1\nx5Power=200\nx5DataRecording=1\nASDRecordingEnabled=true\n"
+                         "StaveRecordingEnabled=true StaveRecordingProcessingStage=0\n");
+    EXPECT_EQ(all.code, 0);
+    EXPECT_TRUE(all.out.ends_with(pings + power + recording + asd + stave)) << all.out;
+    // What was on before is somebody else's.
+    EXPECT_THAT(run("x5PingOnOffState=1 x5Power=210 x5DataRecording=1\n").out, Not(HasSubstr("is left with")));
+    EXPECT_THAT(run("x5PingOnOffState=0 x5Power=0 x5DataRecording=0\n").out, Not(HasSubstr("is left with")));
+    // And what is off again is not left on, whoever did it.
+    EXPECT_THAT(run("x5PingOnOffState=1\nx5PingOnOffState=0\n").out, Not(HasSubstr("is left with")));
+    EXPECT_THAT(run("x5PingOnOffState=1\nx5Shutdown\n").out, Not(HasSubstr("is left with")));
+}
+
+TEST(Run, TheOperatorTerminalSaysWhatItLeavesOn)
+{
+    Simulator sonar;
+    sonar.Process().Write("set x5Power=0\n");
+    // The first preset has a power of 180 dB.
+    auto const shown = Qx5({"run", "--terminal", "--sonar", sonar.Endpoint()}, "code 20\n");
+    EXPECT_EQ(shown.code, 0) << shown.err;
+    EXPECT_THAT(shown.out, HasSubstr("is left with its transmit power on"));
+}
+
+TEST(Run, WhatItLeavesOnIsSaidWhenASignalEndsIt)
+{
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP}) {
+        Simulator sonar;
+        ChildProcess program({QX5_PROGRAM, "run", "--guided", "--sonar", sonar.Endpoint()});
+        program.Write("x5PingOnOffState=1\n");
+        ASSERT_TRUE(program.WaitForOutput("the sonar answered\n    x5PingOnOffState = 1\n")) << program.Output();
+        program.Signal(signal);
+        EXPECT_EQ(program.WaitForEnd(), 128 + signal) << program.Errors();
+        EXPECT_THAT(program.Output(), HasSubstr("is left with its pings on"));
+    }
+}
+
+TEST(Run, NothingIsAskedOfASonarByASessionThatNobodyCanRead)
+{
+    Simulator sonar;
+    auto const told =
+        Qx5({"run", "--guided", "--sonar", sonar.Endpoint()}, "x5PingOnOffState=1\n", {}, OutputTo::ClosedPipe);
+    EXPECT_EQ(told.code, 1);
+    sonar.Process().Write("status\n");
+    EXPECT_TRUE(sonar.Process().WaitForOutput("; 0 records received")) << sonar.Process().Output();
+}
+
+TEST(Run, ItsOwnSonarsGoWithIt)
+{
+    EXPECT_THAT(Qx5({"run", "--guided"}, "x5PingOnOffState=1\n").out, Not(HasSubstr("is left with")));
+    EXPECT_THAT(Qx5({"run", "--demo", "pan-tilt"}).out, Not(HasSubstr("is left with")));
+}
+
+TEST(Run, ADroppedRequestIsToldInOneLine)
+{
+    Simulator sonar;
+    sonar.Process().Write("misbehave silent\n");
+    ASSERT_TRUE(sonar.Process().WaitForOutput("failures: silent"));
+    auto const shown = Qx5({"run", "--guided", "--sonar", sonar.Endpoint()}, "x5CoverageAngle=120\n");
+    EXPECT_THAT(shown.out, HasSubstr("\n  dropped: x5CoverageAngle needs x5RxSteeringAngle, which is neither in the "
+                                     "request nor in the sonar's tree\n"));
+    EXPECT_THAT(shown.out, Not(HasSubstr("nothing was sent and nothing echoed")));
 }
 
 } // namespace

@@ -26,8 +26,8 @@ TEST(Usage, EveryCommandTellsItsOptions)
         {"run", {"--once", "--sonar HOST:PORT", "--plugin FILE", "--project FILE"}},
         {"sim", {"--port", "7000", "--address", "127.0.0.1", "--verbose", "--state", "--pings"}},
         {"send",
-         {"--sonar HOST:PORT", "127.0.0.1:7000", "--plugin FILE", "--stored KEY=VALUE", "--timeout", "3000", "--bytes",
-          "KEY=VALUE"}},
+         {"--sonar HOST:PORT", "127.0.0.1:7000", "--plugin FILE", "--stored KEY=VALUE", "--timeout", "3000",
+          "--wait SECONDS", "0.5", "--bytes", "KEY=VALUE"}},
         {"scenario", {"--check", "--plugin FILE", "FILE"}},
         {"decode", {"--hex", "--raw", "FILE"}},
         {"keys", {"--markdown", "filter"}},
@@ -67,6 +67,8 @@ TEST(Usage, WrongCallsAreOneLineAndExitCodeTwo)
     ExpectComplaint(Qx5({"sim", "--port", "-1"}), 2, {"--port"});
     ExpectComplaint(Qx5({"sim", "--port", "many"}), 2, {"many"});
     ExpectComplaint(Qx5({"send", "--timeout", "0", "x5Range=50"}), 2, {"--timeout", "600000"});
+    ExpectComplaint(Qx5({"send", "--wait", "-1", "x5Range=50"}), 2, {"--wait", "600"});
+    ExpectComplaint(Qx5({"send", "--wait", "soon", "x5Range=50"}), 2, {"soon"});
     ExpectComplaint(Qx5({"decode", "--hex", "--raw"}), 2, {"--hex", "--raw", "qx5 decode --help"});
     ExpectComplaint(Qx5({"sim", "two\nlines"}), 2, {"two lines"});
 }

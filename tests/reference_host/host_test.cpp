@@ -76,6 +76,11 @@ public:
         told += "breach ";
     }
     void OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) override { told += "failed "; }
+    void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override
+    {
+        told += "dropped" + std::to_string(device.GetGroupId()) + (asked == L"asked" ? ":a" : ":?") +
+                (missing == L"missing" ? "m " : "? ");
+    }
 
     bool SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                            int deviceId, int enumerator) override
@@ -310,8 +315,10 @@ TEST_F(HostRequests, TheObserverHearsWhatPlugInsCallAndNotWhatTheHostDoes)
     device->DisableTimeOut(true);
     device->DisableTimeOut(false);
     device->SetDeviceCtrlViewType(L"VIEW");
-    EXPECT_EQ(recorder.told, "echo0/4 stat12/0 quiet watched view ");
+    device->ReportDroppedRequest(L"asked", L"missing");
+    EXPECT_EQ(recorder.told, "echo0/4 stat12/0 quiet watched view dropped78:am ");
     host.SetObserver(nullptr);
+    device->ReportDroppedRequest(L"asked", L"missing"); // nobody watches
 }
 
 TEST_F(HostRequests, LoadingAndReplacingTellNobody)

@@ -274,6 +274,58 @@ TEST(LiveWindow, ABurstOfChangesIsFollowedToTheLast)
     EXPECT_TRUE(RunUntil([&] { return stage.Label("id16941") == "217 dB"; }));
 }
 
+/// A session of one sonar, which the operator asks for something.
+void Ask(cli::WindowSession& session, AttributeKey const& key, CVordalType const& value)
+{
+    session.Host().RunAndWait([&] {
+        CAttributeMap tree;
+        tree.Add(AttributeKey(L"Request"))->Add(key, value);
+        DataManager::GetDataManager().SetAttributeMap(hull, tree, 4, false);
+    });
+}
+
+TEST(LiveWindow, ADroppedRequestIsALineForTheOperator)
+{
+    // Nobody listens there: nothing completes a request.
+    DeafPort const nobody;
+    auto const feed = std::make_shared<vordal::WindowFeed>();
+    cli::WindowSession session(feed, 4);
+    std::string error;
+    ASSERT_TRUE(session.Begin(
+        QX5_PLUGIN_FILE, {{.number = 1, .name = L"V", .sonars = {{hull, L"Hull sonar", "127.0.0.1", nobody.Port()}}}},
+        {}, error))
+        << error;
+    Ask(session, L"x5CoverageAngle", CVordalDouble(120.0));
+    EXPECT_THAT(feed->Take().lines,
+                ::testing::ElementsAre("A request to Hull sonar was dropped: x5CoverageAngle needs x5RxSteeringAngle, "
+                                       "which is neither in the request nor in the sonar's tree"));
+}
+
+TEST(LiveWindow, WhatItLeavesOnIsKnownWhenItLeaves)
+{
+    Sonar sonar;
+    auto const feed = std::make_shared<vordal::WindowFeed>();
+    cli::WindowSession session(feed, 4);
+    std::string error;
+    ASSERT_TRUE(session.Begin(
+        QX5_PLUGIN_FILE, {{.number = 1, .name = L"V", .sonars = {{hull, L"Hull sonar", "127.0.0.1", sonar.Port()}}}},
+        {}, error))
+        << error;
+    auto const told = [&] {
+        CAttributeMap tree;
+        return DataManager::GetDataManager().GetAttributeMap(hull, tree) && tree.Has(L"x5PingOnOffState");
+    };
+    ASSERT_TRUE(RunUntil(told));
+    EXPECT_TRUE(session.LeftOn().empty());
+    Ask(session, L"x5PingOnOffState", CVordalInt(1));
+    std::string const line =
+        "Hull sonar is left with its pings on; `qx5 send --sonar 127.0.0.1:" + std::to_string(sonar.Port()) +
+        " x5PingOnOffState=0` switches that off";
+    EXPECT_THAT(session.LeftOn(), ::testing::ElementsAre(line));
+    ASSERT_TRUE(session.End(error)) << error;
+    EXPECT_THAT(session.LeftOn(), ::testing::ElementsAre(line));
+}
+
 TEST(LiveWindow, APlugInThatIsNoneIsRefusedAndTheProjectLeftAsItIs)
 {
     auto const file = std::filesystem::path(::testing::TempDir()) / "kept-project.qx";
@@ -341,6 +393,35 @@ TEST(RunWindow, OpensWhereThereIsAWaylandDisplayAlone)
 }
 #endif
 
+TEST(RunWindow, OnlyReadsASonarThatIsNotItsOwnAndTakesNoPictureOfItAtWork)
+{
+    Simulator sonar;
+    ChildProcess program({QX5_PROGRAM, "run", "--sonar", sonar.Endpoint()}, {"QT_QPA_PLATFORM=offscreen"});
+    ASSERT_TRUE(program.WaitForOutput("The window is open; its sonar is " + sonar.Endpoint()));
+    ASSERT_TRUE(sonar.Process().WaitForOutput("told: introduction"));
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.WaitForEnd(), 0) << program.Errors();
+    EXPECT_THAT(program.Output(), ::testing::Not(HasSubstr("is left with")));
+
+    auto const file = std::filesystem::path(::testing::TempDir()) / "picture-of-a-sonar.png";
+    EXPECT_EQ(Qx5({"run", "--sonar", sonar.Endpoint(), "--screenshot", file.string(), "--whole-window"}).code, 0);
+    std::filesystem::remove(file);
+    sonar.Process().Write("status\n");
+    EXPECT_TRUE(sonar.Process().WaitForOutput("2 taken, 0 refused; 0 records received")) << sonar.Process().Output();
+}
+
+TEST(RunWindow, EndsAsAFailureWhenItsOutputCannotBeWritten)
+{
+    for (OutputTo const output : {OutputTo::FullDisk, OutputTo::ClosedPipe}) {
+        ChildProcess program({QX5_PROGRAM, "run"}, {"QT_QPA_PLATFORM=offscreen"}, output);
+        ASSERT_TRUE(program.WaitForError("standard output cannot be written"));
+        // The window stays: the operator has not asked it to go.
+        program.Signal(SIGTERM);
+        EXPECT_EQ(program.WaitForEnd(), 1);
+        ExpectComplaint({1, {}, program.Errors()}, 1, {"qx5: standard output cannot be written"});
+    }
+}
+
 TEST(RunWindow, SaysInOneLineWhyTheDisplayDoesNotOpen)
 {
     ExpectComplaint(Qx5({"run"}, {}, {"QT_QPA_PLATFORM=nonsense"}), 1, {"no window", "nonsense", "--guided"});
@@ -375,6 +456,11 @@ TEST(RunPicture, LiesBesideItsProjectInAFolderOfAnyNameWhateverTheLocale)
         EXPECT_TRUE(std::filesystem::exists(project)) << locale;
     }
     std::filesystem::remove_all(folder);
+}
+
+TEST(RunPicture, SaysWhenTheDiskIsFull)
+{
+    ExpectComplaint(Qx5({"run", "--screenshot", "/dev/full"}), 1, {"/dev/full cannot be written", "No space left"});
 }
 
 } // namespace

@@ -96,6 +96,7 @@ void ControlDevice::RequestManualTemperature(CAttributeMap* request)
     // Unlike the sound velocity, a temperature does not go out without a known override.
     bool overridden = false;
     if (!Complete(*request, Stored(), overrideKey, overridden)) {
+        ReportDroppedRequest(AskedBy(*request, overrideKey, temperatureKey), overrideKey);
         return;
     }
     double temperature = 0.0;

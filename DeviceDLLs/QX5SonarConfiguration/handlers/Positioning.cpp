@@ -174,6 +174,11 @@ void ControlDevice::SendDgnssSerialPortConfig(CAttributeMap* request, AttributeK
     bool rs485 = false;
     bool const hasRs485 = asksForRs485 && Complete(*request, Stored(), rs485Key, rs485);
     if (baudRate == 0 && !hasRs485) {
+        // One that was asked for is neither in the request, as what it has to be, nor in the tree.
+        if (asksForBaudRate || asksForRs485) {
+            AttributeKey const& missing = asksForBaudRate ? baudKey : rs485Key;
+            ReportDroppedRequest(missing, missing);
+        }
         return;
     }
 

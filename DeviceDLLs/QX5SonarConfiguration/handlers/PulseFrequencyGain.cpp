@@ -44,13 +44,19 @@ void ControlDevice::RequestFMSweep(CAttributeMap* request)
     Read(Stored(), At<keys::DeviceEnum>, projector);
     int const index = Stored().Has(settingsKey, projector) ? projector : 0;
     CAttributeMap const* settings = Stored().GetAttrMap(settingsKey, index);
+    auto const drop = [&](AttributeKey const& missing) {
+        ReportDroppedRequest(AskedBy(*request, missing, sweepKey, negativeKey), missing);
+    };
     if (settings == nullptr) {
-        return;
+        return drop(settingsKey);
     }
     double sweep = 0.0; // kHz
+    if (!Complete(*request, *settings, sweepKey, sweep)) {
+        return drop(sweepKey);
+    }
     bool negative = false;
-    if (!Complete(*request, *settings, sweepKey, sweep) || !Complete(*request, *settings, negativeKey, negative)) {
-        return;
+    if (!Complete(*request, *settings, negativeKey, negative)) {
+        return drop(negativeKey);
     }
     double halfSweep = sweep * 1000.0 * 0.5; // Hz
     if (negative) {
@@ -58,7 +64,7 @@ void ControlDevice::RequestFMSweep(CAttributeMap* request)
     }
     double center = 0.0;
     if (!Read(Stored(), At<keys::x5CenterFrequency>, center)) {
-        return;
+        return drop(At<keys::x5CenterFrequency>);
     }
 
     protocol::Payload payload(records::FMSweep.Size());

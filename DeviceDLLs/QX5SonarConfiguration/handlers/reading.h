@@ -36,6 +36,18 @@ bool HasAny(CAttributeMap const& tree, Keys const&... keys)
     return (tree.Has(keys, 0) || ...);
 }
 
+/// The key by which the request asked for something that `missing` is needed for: that itself where the request has it,
+/// otherwise the first of `keys` that it has. One of them must be there.
+template <typename... Keys>
+AttributeKey const& AskedBy(CAttributeMap const& request, AttributeKey const& missing, Keys const&... keys)
+{
+    AttributeKey const* asked = &missing;
+    if (!request.Has(missing, 0)) {
+        static_cast<void>(((request.Has(keys, 0) && (asked = &keys) != nullptr) || ...));
+    }
+    return *asked;
+}
+
 /// Reads a value of the kind that the key carries; leaves `value` alone on failure. A key of kind Any or Branch has
 /// nothing to read.
 bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute,

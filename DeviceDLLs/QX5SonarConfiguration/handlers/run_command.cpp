@@ -96,6 +96,25 @@ bool TextsFit(Command const& command, CommandValues const& values, protocol::Rec
     return true;
 }
 
+bool Asks(CAttributeMap const& request, Operand const& operand)
+{
+    return operand.options.source != Source::Stored && request.Has(operand.attribute, 0);
+}
+
+/// The key by which the request asked for the command that lacks that operand.
+AttributeKey const& AskingKey(CAttributeMap const& request, Operand const& missing, Command const& command)
+{
+    if (Asks(request, missing)) {
+        return missing.attribute;
+    }
+    for (Operand const& operand : command.operands) {
+        if (operand.options.triggers && Asks(request, operand)) {
+            return operand.attribute;
+        }
+    }
+    return missing.attribute;
+}
+
 } // namespace
 
 bool IsTriggered(CAttributeMap const& request, Command const& command)
@@ -107,7 +126,7 @@ bool IsTriggered(CAttributeMap const& request, Command const& command)
         return request.Has(command.operands.front().attribute, 0);
     }
     for (Operand const& operand : command.operands) {
-        if (operand.options.triggers && operand.options.source != Source::Stored && request.Has(operand.attribute, 0)) {
+        if (operand.options.triggers && Asks(request, operand)) {
             return true;
         }
     }
@@ -247,7 +266,7 @@ void EchoMap::TellValue(AttributeKey const& key, protocol::Value const& value)
 } // namespace qx5
 
 bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap const& stored, qx5::Command const& command,
-                                 qx5::CommandValues& values) const
+                                 qx5::CommandValues& values)
 {
     using qx5::Form;
     using qx5::Source;
@@ -267,6 +286,10 @@ bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap con
             continue;
         }
         if (command.form != Form::Lax && !operand.options.optional) {
+            // What only the request could have given was not asked for.
+            if (fromStored) {
+                ReportDroppedRequest(qx5::AskingKey(request, operand, command), operand.attribute);
+            }
             return false;
         }
         values[i] = qx5::Fallback(operand);

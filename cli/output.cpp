@@ -1,0 +1,118 @@
+// Standard output that notices what it cannot write.
+#include "cli/output.h"
+
+#include "cli/commands.h"
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <system_error>
+
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+namespace {
+
+/// Of the first write that failed; 0 while none has, or the system did not say.
+std::atomic<int> reason{0};
+std::atomic<bool> isTold{false};
+
+void Remember(int problem)
+{
+    int none = 0;
+    reason.compare_exchange_strong(none, problem);
+}
+
+/// Writes out what was held back; false when that or anything before it failed.
+bool Flush() noexcept
+{
+    errno = 0;
+    if (std::fflush(stdout) != 0) {
+        Remember(errno);
+    }
+    return !HasOutputFailed();
+}
+
+std::string Problem()
+{
+    std::string text = "standard output cannot be written";
+    if (int const problem = reason; problem != 0) {
+        text += ": " + std::generic_category().message(problem);
+    }
+    return text;
+}
+
+void TellOnce()
+{
+    if (!isTold.exchange(true)) {
+        fmt::print(stderr, "qx5: {}\n", Problem());
+    }
+}
+
+} // namespace
+
+void BeginOutput()
+{
+#ifdef SIGPIPE
+    std::signal(SIGPIPE, SIG_IGN);
+#endif
+}
+
+void Say(std::string_view text) noexcept
+{
+    errno = 0;
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) {
+        Remember(errno);
+    }
+    if (!Flush()) {
+        try {
+            TellOnce();
+        } catch (std::exception const&) {
+            // Neither output takes anything; the exit code is what is left.
+        }
+    }
+}
+
+void FlushOutput()
+{
+    if (!Flush()) {
+        throw std::system_error(reason, std::generic_category(), "standard output");
+    }
+}
+
+bool HasOutputFailed()
+{
+    return std::ferror(stdout) != 0;
+}
+
+int EndedBy(std::exception const& failure)
+{
+    if (!HasOutputFailed()) {
+        return Complain(ExitFailed, failure.what());
+    }
+    if (auto const* const problem = dynamic_cast<std::system_error const*>(&failure)) {
+        Remember(problem->code().value());
+    }
+    return ExitFailed;
+}
+
+int EndOutput(int code)
+{
+    if (Flush()) {
+        return code;
+    }
+    TellOnce();
+    return code == ExitGood ? ExitFailed : code;
+}
+
+int Complain(ExitCode code, std::string const& text)
+{
+    bool const says = !Flush() && !isTold.exchange(true);
+    fmt::print(stderr, "qx5: {}{}\n", text, says ? "; and " + Problem() : "");
+    return code;
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,65 @@
+// What a session has switched on at a sonar and would leave on: pings, transmit power, recordings.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <mutex>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qx5::cli {
+
+/// Follows the frames of one connection. What was on before is not the session's; what somebody has switched off since,
+/// or the sonar did not take, is not left on. Any thread; takes no time worth mentioning.
+class SwitchedOn
+{
+public:
+    /// A frame that left for the sonar or came from it.
+    void Take(bool outgoing, std::span<unsigned char const> frame);
+
+    /// One line without its end for each thing that is left on, which names the sonar and tells how to switch it off.
+    /// `name` is what the operator calls the sonar, `endpoint` its HOST:PORT.
+    std::vector<std::string> Lines(std::string const& name, std::string const& endpoint) const;
+
+private:
+    static constexpr std::size_t SwitchCount = 5;
+
+    enum class Known : unsigned char
+    {
+        Nothing,
+        Off,
+        On,
+    };
+    struct State
+    {
+        Known told = Known::Nothing; ///< by the sonar last
+        bool isOurs = false;         ///< switched on by the session
+    };
+
+    mutable std::mutex m_mutex;
+    std::array<State, SwitchCount> m_states;
+};
+
+/// Says the lines on standard output, or where that fails on standard error.
+void SayLeftOn(std::vector<std::string> const& lines) noexcept;
+
+/// Says at the end of its scope, however that is left, what stays on at the sonar. What it follows must outlive it.
+class LeavingWord
+{
+public:
+    LeavingWord(SwitchedOn const& switches, std::string endpoint)
+        : m_switches(switches), m_endpoint(std::move(endpoint))
+    {
+    }
+    LeavingWord(LeavingWord const&) = delete;
+    LeavingWord& operator=(LeavingWord const&) = delete;
+    ~LeavingWord() { SayLeftOn(m_switches.Lines("The sonar " + m_endpoint, m_endpoint)); }
+
+private:
+    SwitchedOn const& m_switches;
+    std::string m_endpoint;
+};
+
+} // namespace qx5::cli
