@@ -1,28 +1,18 @@
 // Mouse, wheel and keys on the view's real controls: what an operator's hand sends, and what it does not.
-#include "shown_view.h"
-#include "view_run.h"
-
-#include "cli/scenario/json_parser.h"
-#include "cli/scenario/json_path.h"
-#include "cli/scenario/tree_json.h"
-#include "reference_host/host/host.h"
-#include "reference_host/host/host_observer.h"
-#include "reference_host/loader/plugin_loader.h"
+#include "operator_hand.h"
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QStyleOptionSlider>
 #include <QTabBar>
-#include <QTest>
-#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace qx5::test {
@@ -33,130 +23,6 @@ constexpr int range = 16926;
 constexpr int gain = 16929;
 constexpr int pulseLength = 16931;
 constexpr int pulseLengthText = 16945;
-
-// Kinds of scroll events.
-constexpr int pageRight = 3;
-constexpr int released = 4;
-constexpr int moving = 5;
-constexpr int ended = 8;
-
-/// The kinds of scroll events that a slider tells, for as long as it lives.
-class Scrolls : public QObject
-{
-public:
-    explicit Scrolls(QSlider& slider)
-    {
-        // The slider's class is the plug-in's own: its signal is known by its text alone.
-        int const signal = slider.metaObject()->indexOfSignal("Scrolled(qx5::ScrollKind,int)");
-        EXPECT_GE(signal, 0);
-        EXPECT_TRUE(QMetaObject::connect(&slider, signal, this, QObject::staticMetaObject.methodCount()));
-    }
-
-    std::vector<int> kinds;
-
-    int qt_metacall(QMetaObject::Call call, int method, void** arguments) override
-    {
-        int const own = QObject::qt_metacall(call, method, arguments);
-        if (call == QMetaObject::InvokeMetaMethod && own == 0) {
-            kinds.push_back(*static_cast<int const*>(arguments[1]));
-        }
-        return own - 1;
-    }
-};
-
-/// The keys and values that views asked for, one text for each request.
-class Requests final : public vordal::HostObserver
-{
-public:
-    std::vector<std::string> made;
-
-    void OnHostSet(CDataId const&, CAttributeMap const& tree, unsigned) override
-    {
-        std::string text;
-        for (CAttributeMap const& value : tree.Find(L"Request")) {
-            CString const key = value.GetKey();
-            for (wchar_t const letter : key.View()) {
-                text += static_cast<char>(letter);
-            }
-            text += "=" + value.Value().ToText();
-        }
-        made.push_back(text);
-    }
-};
-
-class OperatorHand : public ::testing::Test
-{
-protected:
-    OperatorHand()
-        : OperatorHand(With(With(SonarTree(), {"x5Range", "double", 100.0}), {"x5PulseLength", "double", 0.0001}))
-    {
-    }
-    explicit OperatorHand(Json const& tree)
-    {
-        m_host.SetWindowThread({});
-        m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-        std::string reason;
-        m_plugin = vordal::PlugIn::Load(QX5_PLUGIN_FILE, reason);
-        if (m_plugin == nullptr) {
-            throw std::runtime_error(reason);
-        }
-        m_plugin->RegisterDevices();
-        m_plugin->RegisterViews();
-        auto* const device =
-            m_host.AddDevice(m_host.MakeDevice(L"QX5SonarConfigurationControlDevice"), CDataId(1, 78, 1, 1), L"Sonar");
-        m_host.ReplaceAttributes(*device, cli::ReadTree(cli::ParseJson(tree.dump()), cli::JsonPath()));
-        m_host.SetObserver(&requests);
-        view = std::make_unique<ShownView>();
-    }
-    ~OperatorHand() override
-    {
-        view.reset();
-        m_host.SetObserver(nullptr);
-        m_host.RemoveAllDevices();
-        m_plugin.reset();
-        m_host.EndWindowThread();
-    }
-
-    static QRect Handle(QSlider& slider)
-    {
-        QStyleOptionSlider option;
-        option.initFrom(&slider);
-        option.orientation = Qt::Horizontal;
-        option.minimum = slider.minimum();
-        option.maximum = slider.maximum();
-        option.sliderPosition = slider.sliderPosition();
-        option.sliderValue = slider.value();
-        return slider.style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, &slider);
-    }
-
-    /// Turns a wheel by that many eighths of a degree. Whether anything took notice.
-    static bool TurnBy(QWidget& widget, QPoint const& angle)
-    {
-        QPointF const at = widget.rect().center();
-        QWheelEvent event(at, widget.mapToGlobal(at), QPoint(), angle, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
-                          false);
-        QCoreApplication::sendEvent(&widget, &event);
-        return event.isAccepted();
-    }
-    static void Turn(QWidget& widget, int notches) { TurnBy(widget, QPoint(0, 120 * notches)); }
-
-    /// The slider with the focus, in a window that is in front.
-    QSlider& InUse(int id)
-    {
-        auto& slider = view->Slider(page, id);
-        slider.activateWindow();
-        slider.setFocus();
-        EXPECT_TRUE(RunUntil([&] { return slider.hasFocus(); }));
-        return slider;
-    }
-
-    Requests requests;
-    std::unique_ptr<ShownView> view;
-
-private:
-    vordal::Host m_host{vordal::Threading::Inline};
-    std::unique_ptr<vordal::PlugIn> m_plugin;
-};
 
 TEST_F(OperatorHand, ADragSendsOneRequestWhenItLetsGo)
 {
@@ -203,33 +69,6 @@ TEST_F(OperatorHand, ATouchOfTheThumbWithoutAMoveSendsNothing)
     EXPECT_EQ(slider.value(), 1);
 }
 
-TEST_F(OperatorHand, ATouchOfTheThumbLeavesThePulseLengthAlone)
-{
-    auto& slider = view->Slider(page, pulseLength);
-    Scrolls const scrolls(slider);
-    QTest::mouseClick(&slider, Qt::LeftButton, Qt::NoModifier, Handle(slider).center());
-    EXPECT_EQ(scrolls.kinds, std::vector<int>{}) << "nothing was pulled, so nothing is released";
-    EXPECT_EQ(view->Text(page, pulseLengthText), QStringLiteral("100 \u00B5s"));
-}
-
-TEST_F(OperatorHand, OnlyAThumbThatWasPulledIsReleased)
-{
-    auto& slider = view->Slider(page, gain);
-    QPoint const thumb = Handle(slider).center();
-    {
-        Scrolls const scrolls(slider);
-        QTest::mouseClick(&slider, Qt::LeftButton, Qt::NoModifier, QPoint(slider.width() - 3, thumb.y()));
-        EXPECT_EQ(scrolls.kinds, (std::vector{pageRight, ended})) << "a click beside it";
-    }
-    {
-        Scrolls const scrolls(slider);
-        QTest::mousePress(&slider, Qt::LeftButton, Qt::NoModifier, Handle(slider).center());
-        QTest::mouseMove(&slider, QPoint(slider.width() - 3, thumb.y()));
-        QTest::mouseRelease(&slider, Qt::LeftButton, Qt::NoModifier, QPoint(slider.width() - 3, thumb.y()));
-        EXPECT_EQ(scrolls.kinds, (std::vector{moving, released, ended}));
-    }
-}
-
 TEST_F(OperatorHand, AHeldKeySendsOnceWhenItIsReleased)
 {
     auto& slider = view->Slider(page, gain);
@@ -269,45 +108,6 @@ TEST_F(OperatorHand, AWheelOverTheSliderInUseMovesIt)
     Turn(slider, 3);
     EXPECT_EQ(slider.value(), 3);
     EXPECT_EQ(requests.made, std::vector<std::string>{"x5Gain=3"});
-}
-
-TEST_F(OperatorHand, AWheelInPassingIsLeftToWhatLiesBelow)
-{
-    view->Slider(page, range).setFocus();
-    EXPECT_FALSE(TurnBy(view->Slider(page, gain), QPoint(0, 120)));
-    EXPECT_FALSE(TurnBy(*view->Find<QComboBox>(page, 28088), QPoint(0, 120)));
-    EXPECT_TRUE(TurnBy(InUse(gain), QPoint(0, 120)));
-}
-
-TEST_F(OperatorHand, AWheelGathersItsPartsOfANotch)
-{
-    auto& slider = InUse(gain);
-    TurnBy(slider, QPoint(0, 119));
-    EXPECT_EQ(slider.value(), 0);
-    EXPECT_TRUE(requests.made.empty()) << "no notch yet";
-    TurnBy(slider, QPoint(0, 1));
-    EXPECT_EQ(slider.value(), 1);
-    TurnBy(slider, QPoint(0, 230));
-    EXPECT_EQ(slider.value(), 2);
-    TurnBy(slider, QPoint(0, 9));
-    EXPECT_EQ(slider.value(), 2) << "239 of 240";
-    TurnBy(slider, QPoint(0, 1));
-    EXPECT_EQ(slider.value(), 3);
-    TurnBy(slider, QPoint(0, -240));
-    EXPECT_EQ(slider.value(), 1);
-    EXPECT_EQ(requests.made, (std::vector<std::string>{"x5Gain=1", "x5Gain=2", "x5Gain=3", "x5Gain=1"}));
-}
-
-TEST_F(OperatorHand, AWheelPushedAsideMovesTheOtherWay)
-{
-    // A wheel that is tilted to the right gives a negative angle, as one that is turned towards the hand does.
-    auto& slider = InUse(gain);
-    TurnBy(slider, QPoint(-240, 120));
-    EXPECT_EQ(slider.value(), 2);
-    TurnBy(slider, QPoint(120, -120));
-    EXPECT_EQ(slider.value(), 1) << "of two that are as large the upright one counts";
-    TurnBy(slider, QPoint(120, 0));
-    EXPECT_EQ(slider.value(), 0);
 }
 
 TEST_F(OperatorHand, AnEditedFieldIsPureYellowUntilItIsApplied)

@@ -46,6 +46,7 @@ def arguments() -> argparse.Namespace:
     parser.add_argument("--project", type=pathlib.Path, default=pathlib.Path.cwd(), help="the project's folder")
     parser.add_argument("--build", type=pathlib.Path, help="where the mutated copy lives (build/mutate)")
     parser.add_argument("--equivalent", type=pathlib.Path, help="TOML file of mutants that change nothing, and why")
+    parser.add_argument("--tests", default="", metavar="REGEX", help="only these tests are run")
     parser.add_argument("--leave-out", default="", metavar="REGEX", help="tests that are not run")
     parser.add_argument("--sample", type=int, metavar="N", help="only N mutants, chosen at random")
     parser.add_argument("--seed", type=int, default=1, help="for --sample")
@@ -193,7 +194,9 @@ class Equivalents:
     """The mutants of which somebody has said why no test can notice them; matched by text, so that this stays true."""
 
     def __init__(self, file: pathlib.Path | None):
-        self.rows = tomllib.loads(file.read_text())["equivalent"] if file is not None and file.exists() else []
+        self.rows: list[dict] = []
+        if file is not None and file.exists():
+            self.rows = tomllib.loads(file.read_text()).get("equivalent", [])
         self.used: set[int] = set()
         for row in self.rows:
             missing = {"file", "line", "mutants", "reason"} - set(row)
@@ -282,7 +285,7 @@ class Memory:
 
 def judge_all(mutants: list[Mutant], chosen: list[int], copy: Copy, memory: Memory,
               options: argparse.Namespace) -> dict[int, suite.Verdict]:
-    tests = suite.list_tests(copy.build, options.leave_out)
+    tests = suite.list_tests(copy.build, options.tests, options.leave_out)
     runner = suite.Runner(options.build / "scratch")
     say(f"Finding out which of {len(tests)} tests reach which of {len(mutants)} mutants")
     reach, seconds, sound = measure(runner, tests, len(mutants), options.jobs)

@@ -49,16 +49,16 @@ class Outcome:
     ended_by_signal: bool = False
 
 
-def list_tests(build: pathlib.Path, left_out: str) -> list[Test]:
-    """The tests of a build folder. `left_out` is a regular expression of names that are not run."""
+def list_tests(build: pathlib.Path, wanted: str, left_out: str) -> list[Test]:
+    """The tests of a build folder whose names fit one regular expression and not another, which may be empty."""
     command = ["ctest", "--test-dir", str(build), "--show-only=json-v1"]
     told = json.loads(subprocess.run(command, check=True, capture_output=True).stdout)
     tests = []
     for row in told["tests"]:
+        if not re.search(wanted, row["name"]) or (left_out and re.search(left_out, row["name"])):
+            continue
         if "command" not in row:
             raise SystemExit(f"the test {row['name']} has not been built")
-        if left_out and re.search(left_out, row["name"]):
-            continue
         properties = {each["name"]: each["value"] for each in row.get("properties", [])}
         environment = tuple(tuple(each.split("=", 1)) for each in properties.get("ENVIRONMENT", []))
         folder = properties.get("WORKING_DIRECTORY", str(build))
