@@ -44,7 +44,7 @@ std::vector<unsigned char> NextFrame(fuzz::Input& input)
     switch (layout.carrier) {
     case protocol::Carrier::PassThrough:
         return protocol::BuildRemoteControlRecord(
-            protocol::records::PassThroughCommand.id,
+            protocol::records::PassThroughCommand.Id(),
             protocol::EncodePassThrough({{7000, input.Byte()}, layout.id, payload}), protocol::OwnSonar, 0.0);
     case protocol::Carrier::RemoteControl:
         return protocol::BuildRemoteControlRecord(layout.id, payload, protocol::OwnSonar, 0.0);
@@ -78,6 +78,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         Require(state.Records().size() <= simulator::MaximumKeptRecords);
         Require(state.Units().size() <= simulator::MaximumKeptUnits);
     }
-    CheckTree(state.Introduction());
+    // What a host is told upon connection takes longer than all else here.
+    if (size % 8 == 0)
+        CheckTree(state.Introduction());
     return 0;
 }

@@ -7,14 +7,15 @@
 
 namespace vordal::test {
 
-/// A tree whose every copy is a full copy.
-struct Model
+/// A tree whose every copy is a full copy. What stands for a key is compared and nothing else.
+template <typename Key>
+struct ModelOf
 {
-    std::wstring key;
+    Key key;
     int value = -1; ///< -1 for none
-    std::vector<Model> children;
+    std::vector<ModelOf> children;
 
-    int Position(std::wstring const& wanted, int occurrence) const
+    int Position(Key const& wanted, int occurrence) const
     {
         for (std::size_t i = 0; i < children.size(); ++i) {
             if (children[i].key == wanted && occurrence-- == 0) {
@@ -23,7 +24,7 @@ struct Model
         }
         return -1;
     }
-    int Count(std::wstring const& wanted) const
+    int Count(Key const& wanted) const
     {
         int count = 0;
         for (auto const& child : children) {
@@ -31,15 +32,15 @@ struct Model
         }
         return count;
     }
-    Model& At(int position) { return children[static_cast<std::size_t>(position)]; }
-    Model& Create(std::wstring const& wanted, int occurrence)
+    ModelOf& At(int position) { return children[static_cast<std::size_t>(position)]; }
+    ModelOf& Create(Key const& wanted, int occurrence)
     {
         while (Count(wanted) <= occurrence) {
             children.push_back({wanted, -1, {}});
         }
         return At(Position(wanted, occurrence));
     }
-    void Merge(Model const& given)
+    void Merge(ModelOf const& given)
     {
         for (std::size_t i = 0; i < given.children.size(); ++i) {
             auto const& child = given.children[i];
@@ -59,5 +60,7 @@ struct Model
         }
     }
 };
+
+using Model = ModelOf<std::wstring>;
 
 } // namespace vordal::test
