@@ -33,7 +33,7 @@ public:
     /// neither in the request nor in the device's tree, or not as the kind that it has to be. `asked` is the key of the
     /// request that asked for it, `missing` the first key that is not found; they are the same when the request's own
     /// value is of another kind. Nothing comes of it but that whoever watches the host is told. The keys are read
-    /// during the call alone. Any thread, with no lock held; on the request path the host thread.
+    /// during the call alone. Any thread, holding no lock but the own device's; requests run on the host thread.
     void ReportDroppedRequest(AttributeKey const& asked, AttributeKey const& missing);
 
     /// The host's way into HandleRequestMap. Host thread; an exception passes out.

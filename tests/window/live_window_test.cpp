@@ -274,29 +274,38 @@ TEST(LiveWindow, ABurstOfChangesIsFollowedToTheLast)
     EXPECT_TRUE(RunUntil([&] { return stage.Label("id16941") == "217 dB"; }));
 }
 
-/// A session of one sonar, which the operator asks for something.
-void Ask(cli::WindowSession& session, AttributeKey const& key, CVordalType const& value)
+/// The host behind a window on one sonar, without the window.
+class OneSonarSession
 {
-    session.Host().RunAndWait([&] {
-        CAttributeMap tree;
-        tree.Add(AttributeKey(L"Request"))->Add(key, value);
-        DataManager::GetDataManager().SetAttributeMap(hull, tree, 4, false);
-    });
-}
+public:
+    explicit OneSonarSession(std::uint16_t port)
+    {
+        std::string error;
+        EXPECT_TRUE(session.LoadPlugins({QX5_PLUGIN_FILE}, 1, error)) << error;
+        cli::FleetDevice const sonar{hull, session.SonarClass(), L"Hull sonar", "127.0.0.1", port};
+        EXPECT_TRUE(session.Begin({{.number = 1, .name = L"V", .devices = {sonar}}}, {}, error)) << error;
+    }
+
+    void Ask(AttributeKey const& key, CVordalType const& value)
+    {
+        session.Host().RunAndWait([&] {
+            CAttributeMap tree;
+            tree.Add(AttributeKey(L"Request"))->Add(key, value);
+            DataManager::GetDataManager().SetAttributeMap(hull, tree, 4, false);
+        });
+    }
+
+    std::shared_ptr<vordal::WindowFeed> feed = std::make_shared<vordal::WindowFeed>();
+    cli::WindowSession session{feed, 4};
+};
 
 TEST(LiveWindow, ADroppedRequestIsALineForTheOperator)
 {
     // Nobody listens there: nothing completes a request.
     DeafPort const nobody;
-    auto const feed = std::make_shared<vordal::WindowFeed>();
-    cli::WindowSession session(feed, 4);
-    std::string error;
-    ASSERT_TRUE(session.Begin(
-        QX5_PLUGIN_FILE, {{.number = 1, .name = L"V", .sonars = {{hull, L"Hull sonar", "127.0.0.1", nobody.Port()}}}},
-        {}, error))
-        << error;
-    Ask(session, L"x5CoverageAngle", CVordalDouble(120.0));
-    EXPECT_THAT(feed->Take().lines,
+    OneSonarSession operated(nobody.Port());
+    operated.Ask(L"x5CoverageAngle", CVordalDouble(120.0));
+    EXPECT_THAT(operated.feed->Take().lines,
                 ::testing::ElementsAre("A request to Hull sonar was dropped: x5CoverageAngle needs x5RxSteeringAngle, "
                                        "which is neither in the request nor in the sonar's tree"));
 }
@@ -304,26 +313,20 @@ TEST(LiveWindow, ADroppedRequestIsALineForTheOperator)
 TEST(LiveWindow, WhatItLeavesOnIsKnownWhenItLeaves)
 {
     Sonar sonar;
-    auto const feed = std::make_shared<vordal::WindowFeed>();
-    cli::WindowSession session(feed, 4);
-    std::string error;
-    ASSERT_TRUE(session.Begin(
-        QX5_PLUGIN_FILE, {{.number = 1, .name = L"V", .sonars = {{hull, L"Hull sonar", "127.0.0.1", sonar.Port()}}}},
-        {}, error))
-        << error;
-    auto const told = [&] {
+    OneSonarSession operated(sonar.Port());
+    ASSERT_TRUE(RunUntil([] {
         CAttributeMap tree;
         return DataManager::GetDataManager().GetAttributeMap(hull, tree) && tree.Has(L"x5PingOnOffState");
-    };
-    ASSERT_TRUE(RunUntil(told));
-    EXPECT_TRUE(session.LeftOn().empty());
-    Ask(session, L"x5PingOnOffState", CVordalInt(1));
+    }));
+    EXPECT_TRUE(operated.session.LeftOn().empty());
+    operated.Ask(L"x5PingOnOffState", CVordalInt(1));
     std::string const line =
         "Hull sonar is left with its pings on; `qx5 send --sonar 127.0.0.1:" + std::to_string(sonar.Port()) +
         " x5PingOnOffState=0` switches that off";
-    EXPECT_THAT(session.LeftOn(), ::testing::ElementsAre(line));
-    ASSERT_TRUE(session.End(error)) << error;
-    EXPECT_THAT(session.LeftOn(), ::testing::ElementsAre(line));
+    EXPECT_THAT(operated.session.LeftOn(), ::testing::ElementsAre(line));
+    std::string error;
+    ASSERT_TRUE(operated.session.End(error)) << error;
+    EXPECT_THAT(operated.session.LeftOn(), ::testing::ElementsAre(line));
 }
 
 TEST(LiveWindow, APlugInThatIsNoneIsRefusedAndTheProjectLeftAsItIs)
