@@ -54,8 +54,8 @@ VORDAL_PLUGIN_EXPORT void InitializeTemplates(CVordalBaseApp* application);
 /// Takes the names of the templates back (CDocTemplateList::RemoveTemplate).
 VORDAL_PLUGIN_EXPORT void UnInitializeTemplates();
 
-/// Names the template of the device's control view (BaseDevice::SetDeviceCtrlViewType). The numbers are the fields of
-/// the device's id from the last to the first but for the middle two: the device is
+/// Names the template of the device's control view (BaseDevice::SetDeviceCtrlViewType). The four numbers are the fields
+/// of the device's id, vessel and type the other way round than the id has them: the device is
 /// DataManager::FindDevice(CDataId(type, group, device, vessel)). No such device, nothing happens.
 VORDAL_PLUGIN_EXPORT void DeviceCtrlInit(unsigned short vessel, unsigned short group, unsigned short device,
                                          unsigned short type);
