@@ -147,8 +147,9 @@ TEST(OceanPage, TakesAnItemOfTheRightFormAlone)
         return Json{{"block", {{"id", {1, 40, 1, 1}}, {"items", Json::array({item})}}}};
     };
     ViewRun const run(SonarTree(), {block({801, 109, 4, 1600.0, 0}), block({801, 103, 8, nullptr, 0}),
-                                    block({802, 103, 8, 1600.0, 0}), block({801, 103, 4, 1600.0, 0}), Look()});
-    EXPECT_EQ(run.Control(4, page, velocityText).at("text"), "1500.0 m/s");
+                                    block({802, 103, 8, 1600.0, 0}), block({801, 103, 4, 1600.0, 0}),
+                                    block({801, 101, 8, 1600, 0}), Look()});
+    EXPECT_EQ(run.Control(5, page, velocityText).at("text"), "1500.0 m/s");
 }
 
 } // namespace
