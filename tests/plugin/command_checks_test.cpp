@@ -29,7 +29,8 @@ TEST(CommandChecks, WhatItsFamilyListsPasses)
 {
     static_assert(EveryKeyIsListed(commands::RequestAbsoluteGates));
     static_assert(EveryRecordIsListed(commands::RequestAbsoluteGates));
-    static_assert(EveryKeyIsListed({.operands = reportedKeys}));
+    // When it runs: with sanitizers the compiler does not compare the addresses of some keys.
+    EXPECT_TRUE(EveryKeyIsListed({.operands = reportedKeys}));
     EXPECT_EQ(Checked<commands::RequestAbsoluteGates>(), &commands::RequestAbsoluteGates);
 }
 
