@@ -107,12 +107,10 @@ VORDAL_PLUGIN_EXPORT void RegisterDevices()
     CDevList::GetDevList().RegisterDev(L"BadDevice", new DevCreator<BadDevice>);
     ThrowIf("RegisterDevices");
 }
-VORDAL_PLUGIN_EXPORT void UnRegisterDevices()
+VORDAL_PLUGIN_EXPORT bool UnRegisterDevices()
 {
     ThrowIf("UnRegisterDevices");
-    if (!Is("forget")) {
-        CDevList::GetDevList().UnRegisterDev(L"BadDevice");
-    }
+    return !Is("forget") && CDevList::GetDevList().UnRegisterDev(L"BadDevice");
 }
 VORDAL_PLUGIN_EXPORT void RegisterViews()
 {
