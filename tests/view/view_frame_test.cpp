@@ -117,7 +117,7 @@ TEST(ViewFrame, LaysASmallPaneOutForItsLeastSize)
 
 TEST(ViewFrame, SwitchesTabs)
 {
-    ViewRun const run(SonarTree(), {Json{{"tab", 3}}, Look(), Json{{"tab", 6}}, Look(), Json{{"tab", -1}}, Look(),
+    ViewRun const run(SonarTree(), {Json{{"tab", 3}}, Look(), Json{{"tab", 60}}, Look(), Json{{"tab", -1}}, Look(),
                                     Click("tracker", 28134)});
     EXPECT_EQ(run.Controls(1).at("tab"), 3);
     EXPECT_EQ(run.Controls(3).at("tab"), 3);
