@@ -42,12 +42,15 @@ coverage() {
 
 # work NAME NUMBER END: one process until the time END; one that failed is started again
 work() {
-    local round=0
+    local round=0 child=
+    trap 'kill "$child" 2>/dev/null; exit 1' TERM
     while [ "$(date +%s)" -lt "$3" ] && [ "$round" -lt 20 ]; do
         round=$((round + 1))
         "$folder/bin/fuzz_$1" -max_total_time=$(($3 - $(date +%s))) -timeout=$timeout_s -rss_limit_mb=$memory_mb \
             -malloc_limit_mb=$allocation_mb -max_len="$(longest "$1")" -reload=1 -print_final_stats=1 \
-            -artifact_prefix="$folder/found/$1/" "$folder/live/$1" >"$folder/logs/$1.$2.$round" 2>&1 || true
+            -artifact_prefix="$folder/found/$1/" "$folder/live/$1" >"$folder/logs/$1.$2.$round" 2>&1 &
+        child=$!
+        wait "$child" || true
     done
 }
 
@@ -103,6 +106,9 @@ done
 if [ ${#targets[@]} -eq 0 ]; then
     mapfile -t targets < <(sed -n 's/^add_fuzzer(\([a-z_]*\).*/\1/p' fuzz/CMakeLists.txt)
 fi
+
+# Whoever ends this ends what it started.
+trap 'kill $(jobs -p) 2>/dev/null; exit 130' INT TERM
 
 found_any=0
 printf '%-16s %12s %10s %10s %10s %9s %14s %9s\n' target executions 'a second' 'cov start' 'cov end' findings 'in all' findings
