@@ -34,7 +34,7 @@ public:
     BaseDevice& operator=(BaseDevice const&) = delete;
     virtual ~BaseDevice();
 
-    // Identity.
+    // Identity. It is set on the host thread, before others know the device or while they rest; any thread may read it.
     virtual void SetDataId(CDataId const& dataId);
     /// Sets the third field of the id.
     virtual void SetDeviceNum(unsigned short number);
@@ -44,7 +44,7 @@ public:
     virtual CDataId& GetDataId();
     virtual CDataId* GetDataIdPtr();
     virtual unsigned short GetGroupId() const;
-    /// The device's current data block.
+    /// The device's current data block, in place. Host thread; others use GetDataBlock and CopyDataBlock.
     virtual CDataBlock& DataBlock();
     virtual void SetDeviceName(CString const& name);
     virtual void SetDeviceDriverName(CString const& name);

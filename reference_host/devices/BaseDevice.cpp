@@ -317,6 +317,7 @@ bool BaseDevice::ProcessCommandPort(CString const&)
 void BaseDevice::ApplyUnits() {}
 CDataBlock BaseDevice::GetDataBlock() const
 {
+    std::lock_guard const lock(m_internals->mutex);
     return m_internals->block;
 }
 double BaseDevice::GetDataRate() const
@@ -371,7 +372,9 @@ void BaseDevice::SetLeapSecondsOffset(double) {}
 void BaseDevice::SetClockSyncDevice(bool) {}
 void BaseDevice::CopyDataBlock(CDataBlock const& block)
 {
-    m_internals->block = block;
+    CDataBlock copy(block); // what it replaces goes after the lock
+    std::lock_guard const lock(m_internals->mutex);
+    std::swap(m_internals->block, copy);
 }
 bool BaseDevice::SendMessageW(CForm*, bool)
 {

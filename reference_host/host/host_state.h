@@ -55,11 +55,11 @@ struct DeviceInternals
     /// What attribute notifications carry; made anew when the id has changed. Guarded by the device's lock.
     std::shared_ptr<DataId_NI const> changeInfo;
 
-    CDataBlock block;
     CString name;
     CString driverName;
 
     mutable std::mutex mutex; ///< guards what follows
+    CDataBlock block;
     CString portName;
     CString controlViewType;
     double timeOut = 0.0;

@@ -402,6 +402,33 @@ TEST_F(HostThreads, OnTheHostThreadARequestRunsNested)
     EXPECT_EQ(seen, 1);
 }
 
+TEST_F(HostThreads, ADevicesBlockIsCopiedAndReadOnAnyThread)
+{
+    Host host(Threading::Threaded);
+    auto* device = Add(host);
+    std::vector<std::thread> writers;
+    for (int writer = 1; writer <= 2; ++writer) {
+        writers.emplace_back([device, writer] {
+            for (int round = 0; round < 1000; ++round) {
+                CDataBlock block;
+                block.SetTime(writer);
+                block.SetStatus(static_cast<unsigned short>(writer));
+                device->DispatchDataBlock(block);
+            }
+        });
+    }
+    int torn = 0;
+    for (int round = 0; round < 1000; ++round) {
+        auto const block = device->GetDataBlock();
+        torn += block.GetTime() == block.GetStatus() ? 0 : 1;
+    }
+    for (auto& writer : writers) {
+        writer.join();
+    }
+    EXPECT_EQ(torn, 0);
+    EXPECT_NE(device->GetDataBlock().GetStatus(), 0);
+}
+
 TEST_F(HostThreads, ADeviceStaysWhileItsAttributesAreReadElsewhere)
 {
     Host host(Threading::Threaded);
