@@ -15,7 +15,8 @@ namespace qx5::cli {
 namespace {
 
 constexpr std::array endSignals{SIGINT, SIGTERM, SIGHUP};
-/// Read end and write end; used within a signal's handler.
+/// Read end and write end; used within a signal's handler, which may still run on another thread when the object has
+/// gone: made once, they stay for the life of the process.
 int ends[2]{-1, -1};
 /// The one that came; 0 for none.
 volatile std::sig_atomic_t received = 0;
@@ -35,8 +36,12 @@ void OnSignal(int number)
 
 EndSignals::EndSignals()
 {
-    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+    if (ends[0] < 0 && pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
         throw std::system_error(errno, std::generic_category(), "no descriptor is left for the signals to end");
+    }
+    // What came for an earlier one is not for this.
+    std::array<char, 16> earlier;
+    while (read(ends[0], earlier.data(), earlier.size()) > 0) {
     }
     for (int const number : endSignals) {
         std::signal(number, OnSignal);
@@ -48,8 +53,6 @@ EndSignals::~EndSignals()
     for (int const number : endSignals) {
         std::signal(number, SIG_DFL);
     }
-    close(ends[0]);
-    close(ends[1]);
 }
 
 void EndSignals::PassOn()
