@@ -155,7 +155,8 @@ TEST(Run, ADemonstrationTakesNoSonarThatIsNotItsOwn)
 TEST(Run, WhatItSwitchedOnAndLeavesOnIsSaid)
 {
     Simulator sonar;
-    sonar.Process().Write("set x5Power=0\n");
+    sonar.Process().Write("set x5Power=0\nstate x5Power\n");
+    ASSERT_TRUE(sonar.Process().WaitForOutput("x5Power = 0 dB"));
     auto const run = [&](std::string const& input, char const* how = "--guided") {
         return Qx5({"run", how, "--sonar", sonar.Endpoint()}, input);
     };
@@ -184,7 +185,8 @@ TEST(Run, WhatItSwitchedOnAndLeavesOnIsSaid)
 TEST(Run, TheOperatorTerminalSaysWhatItLeavesOn)
 {
     Simulator sonar;
-    sonar.Process().Write("set x5Power=0\n");
+    sonar.Process().Write("set x5Power=0\nstate x5Power\n");
+    ASSERT_TRUE(sonar.Process().WaitForOutput("x5Power = 0 dB"));
     // The first preset has a power of 180 dB.
     auto const shown = Qx5({"run", "--terminal", "--sonar", sonar.Endpoint()}, "code 20\n");
     EXPECT_EQ(shown.code, 0) << shown.err;

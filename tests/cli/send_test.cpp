@@ -14,10 +14,19 @@ using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
+/// Sends to that sonar and waits for its answer, however slow the machine is.
+Outcome SendTo(Simulator const& sonar, std::vector<std::string> const& arguments,
+               std::vector<std::string> const& environment = {})
+{
+    std::vector<std::string> all{"send", "--sonar", sonar.Endpoint(), "--wait", "300"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return Qx5(all, {}, environment);
+}
+
 TEST(Send, PrintsTheRecordAndTheEcho)
 {
     Simulator sonar;
-    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50", "x5BeamSteer=10,-10"});
+    auto const sent = SendTo(sonar, {"x5Range=50", "x5BeamSteer=10,-10"});
     EXPECT_EQ(sent.code, 0);
     EXPECT_EQ(sent.err, "");
     EXPECT_THAT(sent.out, AllOf(HasSubstr("sent\n  record 7500 remote control, 96 bytes"),
@@ -34,7 +43,7 @@ TEST(Send, PrintsTheRecordAndTheEcho)
 TEST(Send, TellsWhatTheSonarThenHas)
 {
     Simulator sonar;
-    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50", "x5BeamSteer=10,-10"});
+    auto const sent = SendTo(sonar, {"x5Range=50", "x5BeamSteer=10,-10"});
     EXPECT_EQ(sent.code, 0) << sent.err;
     EXPECT_TRUE(sent.out.ends_with("what became of it\n"
                                    "  x5Range: asked 50, echoed 50, the sonar has 50\n"
@@ -46,7 +55,7 @@ TEST(Send, ADifferentAnswerIsAFailure)
 {
     Simulator sonar;
     // The greatest range of the simulated sonar is 500 m.
-    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=99999", "x5Gain=12.5"});
+    auto const sent = SendTo(sonar, {"x5Range=99999", "x5Gain=12.5"});
     ExpectComplaint(sent, 1, {"not what was asked for"});
     EXPECT_TRUE(sent.out.ends_with("what became of it\n"
                                    "  x5Range: asked 99999, echoed 99999, the sonar has 500: differs\n"
@@ -57,7 +66,7 @@ TEST(Send, ADifferentAnswerIsAFailure)
 TEST(Send, WhatTheWireTakesFromANumberIsNoDifference)
 {
     Simulator sonar;
-    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50.1", "x5BeamSteer=12.3,-45.6"});
+    auto const sent = SendTo(sonar, {"x5Range=50.1", "x5BeamSteer=12.3,-45.6"});
     EXPECT_EQ(sent.code, 0) << sent.out << sent.err;
 }
 
@@ -66,7 +75,7 @@ TEST(Send, AnAnswerThatIsInIsWaitedForNoLonger)
     Simulator sonar;
     auto const start = std::chrono::steady_clock::now();
     for (char const* request : {"x5Range=60", "x5Range=99999", "x5PingOnOffState=1", "x5CoverageAngle=120"}) {
-        auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "--wait", "300", request});
+        auto const sent = SendTo(sonar, {request});
         EXPECT_THAT(sent.out, HasSubstr("the sonar has ")) << request;
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(120));
@@ -92,18 +101,18 @@ TEST(Send, SaysThatTheSonarDidNotAnswer)
 TEST(Send, SaysWhatItLeavesOn)
 {
     Simulator sonar;
-    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5PingOnOffState=1"});
+    auto const sent = SendTo(sonar, {"x5PingOnOffState=1"});
     EXPECT_EQ(sent.code, 0) << sent.err;
     EXPECT_TRUE(sent.out.ends_with("The sonar " + sonar.Endpoint() + " is left with its pings on; `qx5 send --sonar " +
                                    sonar.Endpoint() + " x5PingOnOffState=0` switches that off\n"))
         << sent.out;
-    EXPECT_THAT(Qx5({"send", "--sonar", sonar.Endpoint(), "x5PingOnOffState=0"}).out, Not(HasSubstr("is left with")));
+    EXPECT_THAT(SendTo(sonar, {"x5PingOnOffState=0"}).out, Not(HasSubstr("is left with")));
 }
 
 TEST(Send, ShowsTheBytesWhenAsked)
 {
     Simulator sonar;
-    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "--bytes", "x5Range=50"});
+    auto const sent = SendTo(sonar, {"--bytes", "x5Range=50"});
     EXPECT_EQ(sent.code, 0);
     EXPECT_THAT(sent.out, AllOf(HasSubstr("000000  05 00 3c 00 ff ff 00 00 60 00 00 00 00 00 00 00"),
                                 HasSubstr("000020  4c 1d 00 00 00 00 00 00 00 00 ff ff 00 00 00 00"),
@@ -114,15 +123,14 @@ TEST(Send, ShowsTheBytesWhenAsked)
 TEST(Send, TakesBranchesAndForcedKinds)
 {
     Simulator sonar;
-    auto const branch = Qx5({"send", "--sonar", sonar.Endpoint(), "EchoMarker/EchoMarkerDepth=1"});
+    auto const branch = SendTo(sonar, {"EchoMarker/EchoMarkerDepth=1"});
     EXPECT_EQ(branch.code, 0) << branch.err;
     EXPECT_THAT(branch.out, AllOf(HasSubstr("record 10025"), HasSubstr("EchoMarkerDepth = 1 m")));
-    auto const forced = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range:double=50"});
+    auto const forced = SendTo(sonar, {"x5Range:double=50"});
     EXPECT_EQ(forced.code, 0) << forced.err;
     EXPECT_THAT(forced.out, HasSubstr("command 1003 range"));
-    ExpectComplaint(Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range:int=50"}), 1,
-                    {"no record was sent", "qx5 explain"});
-    auto const presence = Qx5({"send", "--sonar", sonar.Endpoint(), "x5SSR7503CMD"});
+    ExpectComplaint(SendTo(sonar, {"x5Range:int=50"}), 1, {"no record was sent", "qx5 explain"});
+    auto const presence = SendTo(sonar, {"x5SSR7503CMD"});
     EXPECT_EQ(presence.code, 0) << presence.err;
     EXPECT_THAT(presence.out, HasSubstr("7503"));
 }
@@ -130,7 +138,7 @@ TEST(Send, TakesBranchesAndForcedKinds)
 TEST(Send, TheApplicationHasAGuidOfItsOwn)
 {
     Simulator sonar;
-    auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "SendTargetList"});
+    auto const sent = SendTo(sonar, {"SendTargetList"});
     EXPECT_EQ(sent.code, 0) << sent.err;
     EXPECT_THAT(sent.out, AllOf(HasSubstr("record 3004"),
                                 ContainsRegex("application = \"[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-"
@@ -142,7 +150,7 @@ TEST(Send, CompletesFromWhatTheSonarTold)
     // Again and again, because the sonar tells of itself only after the connection stands.
     Simulator sonar;
     for (int i = 0; i < 10; ++i) {
-        auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5CoverageAngle=120"});
+        auto const sent = SendTo(sonar, {"x5CoverageAngle=120"});
         EXPECT_EQ(sent.code, 0) << sent.err;
         EXPECT_THAT(sent.out, AllOf(HasSubstr("x5CoverageAngle = 120 deg"), HasSubstr("x5RxSteeringAngle = 0 deg")));
     }
@@ -252,8 +260,9 @@ TEST(Send, WorksWithASonarThatMisbehaves)
     for (std::string const failure : {"answer-late 60000", "split", "garbage 1000", "silent"}) {
         sonar.Process().Write("misbehave " + failure + "\n");
         ASSERT_TRUE(sonar.Process().WaitForOutput("failures: " + failure.substr(0, 5)));
-        auto const sent = Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50"});
         bool const answers = failure == "split" || failure == "garbage 1000";
+        auto const sent =
+            answers ? SendTo(sonar, {"x5Range=50"}) : Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=50"});
         EXPECT_EQ(sent.code, answers ? 0 : 1) << failure << ": " << sent.err;
         EXPECT_EQ(sent.err.find("the sonar did not answer within 0.5 s") == std::string::npos, answers) << sent.err;
         EXPECT_THAT(sent.out, AllOf(HasSubstr("command 1003 range"), HasSubstr("echoed, flags 0\n  x5Range = 50\n")));
@@ -303,8 +312,7 @@ TEST(Send, PrintsNumbersAlikeWhateverTheLocale)
 {
     Simulator sonar;
     for (char const* locale : {"C", "de_DE.UTF-8"}) {
-        auto const sent =
-            Qx5({"send", "--sonar", sonar.Endpoint(), "x5Range=123.5"}, "", {"LC_ALL=" + std::string(locale)});
+        auto const sent = SendTo(sonar, {"x5Range=123.5"}, {"LC_ALL=" + std::string(locale)});
         EXPECT_EQ(sent.code, 0) << sent.err;
         EXPECT_THAT(sent.out, AllOf(HasSubstr("x5Range = 123.5 m"), HasSubstr("x5Range = 123.5\n")));
     }
