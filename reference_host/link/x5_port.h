@@ -19,8 +19,8 @@
 namespace vordal {
 
 /// A sonar connection as devices see it. Attributes that the sonar sends are merged into the trees of the attached
-/// devices that they are for (frame_addressees.h), settings data go into the buffers of those that are sonars; while the
-/// connection is lost the buffers of sonars have LostStreamStatus, all on the host thread.
+/// devices that they are for (frame_addressees.h), settings data go into the buffers of those that are sonars; while
+/// the connection is lost the buffers of sonars have LostStreamStatus, all on the host thread.
 class VORDAL_API X5Port final : public PortWithDevices<QX5SocketIoHandler>, public LivePort
 {
 public:

@@ -30,7 +30,8 @@ protected:
         folder = name;
 
         vordal::StoredProject project;
-        project.ports = {{L"port-1", L"127.0.0.1", sonars[0].Port(), {}}, {L"port-2", L"127.0.0.1", sonars[1].Port(), {}}};
+        project.ports = {{L"port-1", L"127.0.0.1", sonars[0].Port(), {}},
+                         {L"port-2", L"127.0.0.1", sonars[1].Port(), {}}};
         project.vessels = {{.number = 1, .name = L"Meridian", .configuration = {}}};
         project.activeVessel = 1;
         vordal::StoredDevice device{

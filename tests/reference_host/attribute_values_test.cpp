@@ -127,7 +127,9 @@ TEST(Values, TextsForPeople)
     EXPECT_EQ(CVordalDataInfo(CDataId(1, 78, 1, 2), 4, 0).ToText(), "1.78.1.2 item 4 index 0");
     EXPECT_EQ(CVordalText(CString(L"a\"b\\c\n\x01\xE4")).ToText(), "\"a\\\"b\\\\c\\n\\u0001\xC3\xA4\"");
     // U+009B begins a command to a terminal, as the two characters ESC and [ do.
-    EXPECT_EQ(CVordalText(CString(L"\x9B" L"31m\x7F\x80\x9F\xA0")).ToText(),
+    EXPECT_EQ(CVordalText(CString(L"\x9B"
+                                  L"31m\x7F\x80\x9F\xA0"))
+                  .ToText(),
               "\"\\u009b31m\\u007f\\u0080\\u009f\xC2\xA0\"");
     EXPECT_EQ(CVordalIntList({}).ToText(), "[]");
     EXPECT_EQ(CVordalIntList({1, -2}).ToText(), "[1, -2]");

@@ -192,10 +192,7 @@ std::vector<Row> const rows{
     {{"tracker", 28137}, {1402}, "x5TrackerCoverageAngleEnabled = true", {{"tracker", 28137, "on"}}},
     {{"tracker", 28138}, {1402}, "x5TrackerFixedSwathEnabled = true", {{"tracker", 28138, "on"}}},
     {{"tracker", 28139}, {1402}, "x5TrackerLimitCoverage = true", {{"tracker", 28139, "on"}}},
-    {{"tracker", 28140, Hand::Enter, "120"},
-     {1402},
-     "x5TrackerFixedSwathWidth = 120 m",
-     {{"tracker", 28140, "120"}}},
+    {{"tracker", 28140, Hand::Enter, "120"}, {1402}, "x5TrackerFixedSwathWidth = 120 m", {{"tracker", 28140, "120"}}},
     {{"tracker", 28141, Hand::Enter, "90"}, {1402}, "x5TrackerMaxCoverageAngle = ", {{"tracker", 28141, "90"}}},
     {{"tracker", 28122},
      {1402},
@@ -245,9 +242,8 @@ public:
     void Settle()
     {
         near.Host().RunAndWait([] {});
-        EXPECT_TRUE(RunUntil([&] {
-            return far.Server().Counts().recordsReceived == near.Port().GetLink().GetCounters().framesOut;
-        }));
+        EXPECT_TRUE(RunUntil(
+            [&] { return far.Server().Counts().recordsReceived == near.Port().GetLink().GetCounters().framesOut; }));
         ++m_settled;
         far.Command("set Settled:double=" + std::to_string(m_settled));
         EXPECT_TRUE(RunUntil([&] { return near.Value(L"Settled") == m_settled; }));

@@ -35,10 +35,10 @@ struct SonarEntry
 
 /// Finds the sonars that are to ping under control and sorts them into groups. Of a group one sonar pings at a time.
 ///
-/// Init and Exit are for a host that knows this class, on its thread, and are called by nobody in the plug-in. Its entry
-/// points do the same for every other host: DiscoverDevices, and InitializeTemplates, as Init; ReleaseDevices, and
-/// LibraryDetach, as Exit. A host calls Exit or ReleaseDevices (or unloads the plug-in) before it destroys devices that
-/// were found, and Init or DiscoverDevices when devices came or went. The notifications may arrive on any thread,
+/// Init and Exit are for a host that knows this class, on its thread, and are called by nobody in the plug-in. Its
+/// entry points do the same for every other host: DiscoverDevices, and InitializeTemplates, as Init; ReleaseDevices,
+/// and LibraryDetach, as Exit. A host calls Exit or ReleaseDevices (or unloads the plug-in) before it destroys devices
+/// that were found, and Init or DiscoverDevices when devices came or went. The notifications may arrive on any thread,
 /// and on several at once. Between them the lists are guarded by a lock that is never held while calling out.
 class VORDAL_PLUGIN_EXPORT QX5SonarConfigurationInfo
 {
