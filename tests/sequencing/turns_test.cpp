@@ -28,14 +28,21 @@ std::string Alternating(std::size_t length)
     return text;
 }
 
-/// What the system says a thread of this process does: 'S' while it sleeps, '\0' once it has ended.
-char StateOfThread(pid_t thread)
+/// Whether a thread of this process waits for something: the system says so at three looks in a row, so that it is no
+/// lock that it meets on its way.
+bool Waits(pid_t thread)
 {
-    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
-    std::string text;
-    std::getline(file, text);
-    auto const name = text.rfind(')');
-    return name != std::string::npos && name + 2 < text.size() ? text[name + 2] : '\0';
+    for (int look = 0; look < 3; ++look) {
+        std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+        std::string text;
+        std::getline(file, text);
+        auto const name = text.rfind(')');
+        if (name == std::string::npos || text.substr(name, 3) != ") S") {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }
 
 /// Two sonars that have joined; A has pinged and is awaited.
@@ -281,7 +288,7 @@ TEST(Stops, InAPauseLeaveNoSignalForTheTurnsThatBeginAfterwards)
     ASSERT_TRUE(fleet.arrivals.WaitForPings(1));
     fleet.Data(1);
     fleet.Data(0); // a pause of 15 days
-    ASSERT_TRUE(Eventually([&] { return StateOfThread(thread) == 'S'; }));
+    ASSERT_TRUE(Eventually([&] { return Waits(thread); }));
     fleet.Status(0, 1);
     fleet.Status(1, 1);
     fleet.Status(1, 0);
@@ -319,7 +326,7 @@ TEST(Stops, AStartDuringAStopBeginsTheTurnsOnceThatIsOver)
         fleet.Status(0, 1);
     });
     // It waits for the group's thread, which is in its send.
-    ASSERT_TRUE(Eventually([&] { return thread != 0 && StateOfThread(thread) == 'S'; }));
+    ASSERT_TRUE(Eventually([&] { return thread != 0 && Waits(thread); }));
     fleet.Status(0, 0);
     mayReturn.set_value();
     EXPECT_EQ(stop.wait_for(patience), std::future_status::ready);
@@ -380,8 +387,7 @@ TEST(Stops, OneThatFindsNothingToStopWaitsForTheOneThatStops)
         EXPECT_TRUE(released) << "a ping was under way still";
     });
     ASSERT_TRUE(Eventually([&] {
-        return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready ||
-               (thread != 0 && StateOfThread(thread) == 'S');
+        return second.wait_for(std::chrono::seconds(0)) == std::future_status::ready || (thread != 0 && Waits(thread));
     }));
     released = true;
     mayReturn.set_value();
