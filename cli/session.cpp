@@ -96,7 +96,7 @@ public:
 
     void OnTrace(vordal::LinkTrace const& trace) override
     {
-        m_session.m_switches.Take(trace.outgoing, trace.frame);
+        m_session.m_switches.Take(trace.outgoing, trace.frame, trace.time);
         m_session.Tell({trace.outgoing ? SessionEvent::Kind::Sent : SessionEvent::Kind::Received,
                         {trace.frame.begin(), trace.frame.end()},
                         {},

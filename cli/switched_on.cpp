@@ -26,6 +26,9 @@ namespace {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
+/// How long after a command the sonar may still tell what was before it, in seconds.
+constexpr double TellsOfBeforeFor = 1.0;
+
 /// Something of a sonar that is on or off. Either two commands switch it, or the value of its key in one.
 struct Switch
 {
@@ -91,7 +94,7 @@ std::optional<bool> Switches(SonarCommand const& command, Switch const& what)
 
 } // namespace
 
-void SwitchedOn::Take(bool outgoing, std::span<unsigned char const> frame)
+void SwitchedOn::Take(bool outgoing, std::span<unsigned char const> frame, double time)
 {
     static_assert(std::size(switches) == SwitchCount);
     if (outgoing) {
@@ -106,25 +109,40 @@ void SwitchedOn::Take(bool outgoing, std::span<unsigned char const> frame)
             State& state = m_states[i];
             auto const on = ends ? std::optional(false) : Switches(*command, switches[i]);
             if (on.has_value()) {
-                state.isOurs = *on && (state.isOurs || state.told != Known::On);
-                // What it told is of before; what it makes of the command it tells yet.
-                state.told = Known::Nothing;
+                Known const before = state.changed < time ? state.told : state.before;
+                state.isOurs = *on && (state.isOurs || before != Known::On);
+                state.commanded = time;
+                state.wasSeenOn = state.told == Known::On && state.changed >= time;
             }
         }
         return;
     }
-    auto const told = ToldAttributes(frame);
-    if (!told) {
+    auto const tree = ToldAttributes(frame);
+    if (!tree) {
         return;
     }
     std::lock_guard const lock(m_mutex);
     for (std::size_t i = 0; i < SwitchCount; ++i) {
-        auto const* const node = std::as_const(*told).GetAttrMap(AttributeKey(switches[i].key->text));
+        auto const* const node = std::as_const(*tree).GetAttrMap(AttributeKey(switches[i].key->text));
         auto const on = node != nullptr ? IsOn(node->Value()) : std::nullopt;
-        if (on.has_value()) {
-            m_states[i].told = *on ? Known::On : Known::Off;
+        if (!on.has_value()) {
+            continue;
         }
+        State& state = m_states[i];
+        Known const told = *on ? Known::On : Known::Off;
+        if (state.told != told) {
+            state.before = state.told;
+            state.told = told;
+            state.changed = time;
+        }
+        state.toldAt = time;
+        state.wasSeenOn = state.wasSeenOn || *on;
     }
+}
+
+bool SwitchedOn::State::IsLeftOn() const
+{
+    return isOurs && (told != Known::Off || !(wasSeenOn || toldAt >= commanded + TellsOfBeforeFor));
 }
 
 std::vector<std::string> SwitchedOn::Lines(std::string const& name, std::string const& endpoint) const
@@ -132,7 +150,7 @@ std::vector<std::string> SwitchedOn::Lines(std::string const& name, std::string 
     std::vector<std::string> lines;
     std::lock_guard const lock(m_mutex);
     for (std::size_t i = 0; i < SwitchCount; ++i) {
-        if (m_states[i].isOurs && m_states[i].told != Known::Off) {
+        if (m_states[i].IsLeftOn()) {
             lines.push_back(fmt::format("{} is left with {} on; `qx5 send --sonar {} {}={}` switches that off", name,
                                         switches[i].what, endpoint, protocol::EncodeUtf8(switches[i].key->text),
                                         switches[i].off));

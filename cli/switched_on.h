@@ -12,12 +12,15 @@
 namespace qx5::cli {
 
 /// Follows the frames of one connection. What was on before is not the session's; what somebody has switched off since,
-/// or the sonar did not take, is not left on. Any thread; takes no time worth mentioning.
+/// or the sonar did not take, is not left on. What a sonar tells may have been on its way when the command left: that
+/// it is off counts when it was told to be on in between, or a second later. Any thread; takes no time worth
+/// mentioning.
 class SwitchedOn
 {
 public:
-    /// A frame that left for the sonar or came from it.
-    void Take(bool outgoing, std::span<unsigned char const> frame);
+    /// A frame that left for the sonar or came from it, and when, in seconds of one clock. A frame that left may be
+    /// told of after the sonar's answer to it.
+    void Take(bool outgoing, std::span<unsigned char const> frame, double time);
 
     /// One line without its end for each thing that is left on, which names the sonar and tells how to switch it off.
     /// `name` is what the operator calls the sonar, `endpoint` its HOST:PORT.
@@ -34,8 +37,15 @@ private:
     };
     struct State
     {
-        Known told = Known::Nothing; ///< by the sonar last
-        bool isOurs = false;         ///< switched on by the session
+        bool IsLeftOn() const;
+
+        Known told = Known::Nothing;   ///< by the sonar last
+        double toldAt = 0.0;           ///< when last
+        Known before = Known::Nothing; ///< by the sonar, until `changed`
+        double changed = 0.0;          ///< since when it tells what it tells now
+        bool isOurs = false;           ///< switched on by the session
+        double commanded = 0.0;        ///< when the session last switched it on or off
+        bool wasSeenOn = false;        ///< told to be on since then
     };
 
     mutable std::mutex m_mutex;

@@ -87,7 +87,7 @@ public:
     void OnTrace(vordal::LinkTrace const& trace) override
     {
         m_records->OnTrace(trace);
-        m_switches->Take(trace.outgoing, trace.frame);
+        m_switches->Take(trace.outgoing, trace.frame, trace.time);
     }
 
 private:
