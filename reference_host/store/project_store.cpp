@@ -5,10 +5,13 @@
 #include "sqlite_file.h"
 #include "tree_blob.h"
 
+#include "attributes/tree_merge.h"
+
 #include <tvcoreR/Utf8.h>
 
 #include <protocol/utf8.h>
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <span>
@@ -248,6 +251,33 @@ void InsertDevice(Store& store, StoredDevice const& device)
 }
 
 } // namespace
+
+bool operator==(StoredProject const& a, StoredProject const& b)
+{
+    auto const ports = [](StoredPort const& one, StoredPort const& other) {
+        return one.name == other.name && one.host == other.host && one.tcpPort == other.tcpPort &&
+               one.watch == other.watch;
+    };
+    auto const devices = [](StoredDevice const& one, StoredDevice const& other) {
+        return one.dataId == other.dataId && one.className == other.className && one.name == other.name &&
+               one.portName == other.portName && one.enabled == other.enabled &&
+               TreesEqual(one.attributes, other.attributes);
+    };
+    auto const computations = [](ComputationSetup const& one, ComputationSetup const& other) {
+        return one.dataId == other.dataId && one.type == other.type && one.stream == other.stream &&
+               one.linkedDevices == other.linkedDevices && TreesEqual(one.attributes, other.attributes);
+    };
+    auto const vessels = [](VesselSetup const& one, VesselSetup const& other) {
+        return one.number == other.number && one.name == other.name && one.configuration == other.configuration;
+    };
+    auto const views = [](auto const& one, auto const& other) {
+        return one.first == other.first && TreesEqual(one.second, other.second);
+    };
+    return a.activeVessel == b.activeVessel && a.windows == b.windows && std::ranges::equal(a.ports, b.ports, ports) &&
+           std::ranges::equal(a.devices, b.devices, devices) &&
+           std::ranges::equal(a.computations, b.computations, computations) &&
+           std::ranges::equal(a.vessels, b.vessels, vessels) && std::ranges::equal(a.views, b.views, views);
+}
 
 ProjectStore::ProjectStore(std::filesystem::path const& file, Missing missing)
     : m_impl(std::make_unique<Impl>(file, missing))

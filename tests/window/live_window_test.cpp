@@ -17,8 +17,11 @@
 #include <QSlider>
 #include <QTabBar>
 
+#include <algorithm>
 #include <csignal>
 #include <mutex>
+#include <optional>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -369,6 +372,62 @@ TEST(RunWindow, OpensByItselfEndsOnASignalAndSavesTheProject)
     EXPECT_EQ(project.devices.size(), 3U);
     EXPECT_EQ(project.windows.size(), 1U);
     EXPECT_EQ(project.views.size(), 1U);
+    std::filesystem::remove(file);
+}
+
+/// The project in the file as another program finds it; nothing while there is none, or it is being written.
+std::optional<vordal::StoredProject> Saved(std::filesystem::path const& file)
+{
+    try {
+        return vordal::ProjectStore(file, vordal::ProjectStore::Missing::Refuse).Load();
+    } catch (vordal::StoreError const&) {
+        return std::nullopt;
+    }
+}
+
+TEST(RunWindow, WhatItDidIsSavedWhileItRuns)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "killed-project.qx";
+    std::filesystem::remove(file);
+    {
+        ChildProcess program({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
+        ASSERT_TRUE(program.WaitForOutput("The window is open"));
+        auto const isSaved = [&file] {
+            auto const project = Saved(file);
+            return project.has_value() && project->devices.size() == 3 && project->windows.size() == 1 &&
+                   project->views.size() == 1 &&
+                   std::ranges::all_of(project->devices, [](vordal::StoredDevice const& device) {
+                       return device.attributes.Has(AttributeKey(L"x5Range"));
+                   });
+        };
+        EXPECT_TRUE(RunUntil(isSaved));
+        program.Signal(SIGKILL);
+        EXPECT_TRUE(program.WaitForEnd().has_value());
+    }
+    auto const project = vordal::ProjectStore(file).Load();
+    EXPECT_EQ(project.devices.size(), 3U);
+    std::filesystem::remove(file);
+}
+
+TEST(RunWindow, SeveralSignalsAtOnceStillLetItSave)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "hurried-project.qx";
+    std::filesystem::remove(file);
+    {
+        // It has nothing yet that a session under way would have saved.
+        ChildProcess program({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
+        ASSERT_TRUE(program.WaitForOutput("The window is open"));
+        // Again and again, so that they do not all count as one; it has not been waited for, so its number is its own.
+        for (int i = 0; i < 200; ++i) {
+            program.Signal(i % 2 == 0 ? SIGTERM : SIGHUP);
+            std::this_thread::yield();
+        }
+        // One that comes when all is done may end it, too.
+        EXPECT_TRUE(program.WaitForEnd().has_value());
+    }
+    auto const project = vordal::ProjectStore(file).Load();
+    EXPECT_EQ(project.devices.size(), 3U);
+    EXPECT_EQ(project.windows.size(), 1U);
     std::filesystem::remove(file);
 }
 
