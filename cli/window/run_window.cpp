@@ -35,6 +35,7 @@
 #include <QBuffer>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFontMetrics>
 #include <QPixmap>
 #include <QSocketNotifier>
 #include <QTabBar>
@@ -378,6 +379,13 @@ int RunWindow(RunOptions const& options)
     qInstallMessageHandler(TakeToolkitMessage);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("qx5"));
+    if (!QFontMetrics(QApplication::font()).inFont(u'A')) {
+        constexpr char const* remedy = "there is no font on this system; install one, such as fonts-dejavu-core";
+        if (isPicture) {
+            return Complain(ExitFailed, std::string("no picture: ") + remedy);
+        }
+        vordal::Log(vordal::LogLevel::Warning, std::string("window: its texts are empty boxes, ") + remedy);
+    }
 
     auto const feed = std::make_shared<vordal::WindowFeed>();
     int const mode = options.dark ? darkMode : lightMode;

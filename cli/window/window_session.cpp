@@ -1,6 +1,7 @@
 // The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
 #include "window_session.h"
 
+#include "cli/commands.h"
 #include "cli/dropped_text.h"
 #include "reference_host/base/path_text.h"
 #include "reference_host/host/log.h"
@@ -142,7 +143,7 @@ WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int light
 WindowSession::~WindowSession()
 {
     if (std::string error; !End(error)) {
-        fmt::print(stderr, "qx5: {}\n", error);
+        Complain(ExitFailed, error);
     }
     m_host.SetObserver(nullptr);
 }
@@ -420,8 +421,8 @@ bool WindowSession::End(std::string& error, std::chrono::milliseconds limit)
 void WindowSession::LeaveWithoutHostThread()
 {
     // A thread cannot be ended from outside, and going on would take away what it works on.
-    fmt::print(stderr, "qx5: a task on the host thread does not end; the process leaves without it, "
-                       "the project keeps the sonars' settings as they were saved last\n");
+    Complain(ExitFailed, "a task on the host thread does not end; the process leaves without it, the project keeps the "
+                         "sonars' settings as they were saved last");
     m_keeper.reset();
     try {
         if (m_store != nullptr && m_begun) {
@@ -431,7 +432,7 @@ void WindowSession::LeaveWithoutHostThread()
             m_store->SaveWindow(windowName, m_windowMemory);
         }
     } catch (vordal::StoreError const& failure) {
-        fmt::print(stderr, "qx5: {}\n", failure.what());
+        Complain(ExitFailed, failure.what());
     }
     std::fflush(nullptr);
     std::_Exit(EXIT_FAILURE);

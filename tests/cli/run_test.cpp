@@ -236,6 +236,22 @@ TEST(Run, AProjectThatTheDiskHasNoRoomForMakesItFail)
     std::filesystem::remove(file);
 }
 
+TEST(Run, SaysSoWhenItIsOutOfDescriptors)
+{
+    bool wasEnough = false;
+    for (int most = 5; most < 24; ++most) {
+        ChildProcess program({"/bin/sh", "-c", "ulimit -n " + std::to_string(most) + "; exec \"$@\"", "sh", QX5_PROGRAM,
+                              "run", "--guided", "--once"});
+        auto const code = program.WaitForEnd();
+        wasEnough = code == 0;
+        if (code != 0) {
+            EXPECT_EQ(code, 1) << most;
+            EXPECT_THAT(program.Errors(), HasSubstr("Too many open files")) << most;
+        }
+    }
+    EXPECT_TRUE(wasEnough);
+}
+
 TEST(Run, ADroppedRequestIsToldInOneLine)
 {
     Simulator sonar;
