@@ -24,8 +24,8 @@ inline bool MayFilterSockets()
 }
 
 /// Moves a process that may not filter sockets into namespaces of its own, where it may, with a loopback device and
-/// nothing else; its children come along. To be called while the process has one thread. An empty text when segments can
-/// be taken away from now on, otherwise why not.
+/// nothing else; its children come along. To be called while the process has one thread. An empty text when segments
+/// can be taken away from now on, otherwise why not.
 inline std::string PrepareToDropSegments()
 {
     if (MayFilterSockets()) {

@@ -9,6 +9,7 @@
 
 #include <tvcoreR/Utf8.h>
 
+#include <protocol/outside_sizes.h>
 #include <protocol/utf8.h>
 
 #include <algorithm>
@@ -129,14 +130,14 @@ public:
     }
 
     CString Text(int column) const { return CString(qx5::protocol::DecodeUtf8(Bytes(column))); }
-    template <typename Unsigned>
-    Unsigned Small(int column) const
+    template <typename Number>
+    Number Small(int column) const
     {
-        auto const value = Integer(column);
-        if (value < 0 || value > std::numeric_limits<Unsigned>::max()) {
+        auto const value = qx5::protocol::SameNumber<Number>(Integer(column));
+        if (!value.has_value()) {
             File().RefuseDamaged("a number is out of range");
         }
-        return static_cast<Unsigned>(value);
+        return *value;
     }
     CDataId Id(int column) const
     {
@@ -320,7 +321,7 @@ StoredProject ProjectStore::Load()
          row.Step();) {
         ComputationSetup computation;
         computation.dataId = row.Id(1);
-        computation.type = static_cast<int>(row.Integer(2));
+        computation.type = row.Small<int>(2);
         computation.stream = row.Id(3);
         computation.attributes = row.Tree(4);
         auto linked = m_impl->Sql("SELECT device FROM computation_device WHERE computation=? ORDER BY position");
