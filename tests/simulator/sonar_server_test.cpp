@@ -670,10 +670,33 @@ TEST_F(SonarServerTest, TellsWhyItCannotListen)
 TEST_F(SonarServerTest, AnswersWrongCommandsInOneLine)
 {
     Start();
-    for (std::string_view const wrong :
-         {"", "  ", "sing", "misbehave", "misbehave badly", "misbehave answer-late", "misbehave answer-late soon",
-          "misbehave drop-link 0", "misbehave split 3", "misbehave garbage -1", "misbehave refuse politely", "set",
-          "set x5Range", "state x5Unheard", "behave now", "ping 3", "drop 1", "status please"}) {
+    for (std::string_view const wrong : {"",
+                                         "  ",
+                                         "sing",
+                                         "misbehave",
+                                         "misbehave badly",
+                                         "misbehave answer-late",
+                                         "misbehave answer-late soon",
+                                         "misbehave drop-link 0",
+                                         "misbehave split 3",
+                                         "misbehave garbage -1",
+                                         "misbehave refuse politely",
+                                         "misbehave vanish now",
+                                         "misbehave lie-about-size much",
+                                         "misbehave lie-about-size 4294967296",
+                                         "misbehave flood",
+                                         "misbehave flood rivers",
+                                         "misbehave collide 0",
+                                         "misbehave collide 100001",
+                                         "misbehave slow-drip 0",
+                                         "misbehave slow-drip slowly",
+                                         "set",
+                                         "set x5Range",
+                                         "state x5Unheard",
+                                         "behave now",
+                                         "ping 3",
+                                         "drop 1",
+                                         "status please"}) {
         auto const answer = Do(wrong, false);
         EXPECT_FALSE(answer.empty()) << wrong;
         EXPECT_EQ(answer.find('\n'), std::string::npos) << wrong;
