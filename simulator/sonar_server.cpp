@@ -47,15 +47,18 @@ struct Outgoing
 struct Connection
 {
     Connection(asio::io_context& context, tcp::socket&& accepted, std::uint64_t itsNumber, protocol::IdleLimit limit)
-        : socket(std::move(accepted)), sendTimer(context), idleTimer(context), number(itsNumber), idleLimit(limit)
+        : socket(std::move(accepted)), sendTimer(context), idleTimer(context), quietTimer(context), number(itsNumber),
+          idleLimit(limit)
     {
     }
 
     tcp::socket socket;
     asio::steady_timer sendTimer;
     asio::steady_timer idleTimer;
+    asio::steady_timer quietTimer;
     std::uint64_t number;
     bool open = true;
+    SteadyTime heard = Clock::now(); ///< the last good frame, or the connection itself
     protocol::FrameReader reader;
     protocol::IdleLimit idleLimit;
     bool idleWatched = false; ///< the timer is under way
@@ -77,6 +80,9 @@ struct Connection
     std::uint64_t bytesSent = 0;
     std::uint64_t framesSent = 0;
     std::uint64_t skippedBytes = 0;
+
+    /// Whether it has shown that it speaks the protocol.
+    bool IsKnown() const { return reader.GoodFrames() > 0; }
 };
 using ConnectionPointer = std::shared_ptr<Connection>;
 
@@ -222,6 +228,9 @@ private:
     void ListenAgain();
     void Accept();
     void Take(tcp::socket&& socket);
+    bool MakeRoom();
+    void AwaitFirstFrame(ConnectionPointer const& connection);
+    void BoundUnfinished();
     void Close(ConnectionPointer const& connection, std::string_view why);
     void CloseConnections(std::string_view why);
     void CloseAll();
@@ -377,7 +386,7 @@ void SonarServer::Implementation::Accept()
 void SonarServer::Implementation::Take(tcp::socket&& socket)
 {
     asio::error_code error;
-    if (m_misbehaviour.refusal != Refusal::None || m_connections.size() >= m_options.greatestConnections) {
+    if (m_misbehaviour.refusal != Refusal::None || !MakeRoom()) {
         ++m_counts.refused;
         bool const full = m_misbehaviour.refusal == Refusal::None;
         socket.close(error);
@@ -400,7 +409,60 @@ void SonarServer::Implementation::Take(tcp::socket&& socket)
     connection->collisionDue = m_misbehaviour.collidingKeys > 0;
     Introduce(connection);
     PumpWrites(connection);
+    AwaitFirstFrame(connection);
     Read(connection);
+}
+
+/// Sees to it that there is room for one more. Those who never sent a frame cannot keep a host out, nor can those who
+/// sent one once and then nothing; a host that is at work keeps its place.
+bool SonarServer::Implementation::MakeRoom()
+{
+    if (m_connections.size() < m_options.greatestConnections)
+        return true;
+    auto const known = [](ConnectionPointer const& connection) { return connection->IsKnown(); };
+    auto const oldest = std::min_element(m_connections.begin(), m_connections.end(),
+                                         [&](ConnectionPointer const& a, ConnectionPointer const& b) {
+                                             return std::pair(known(a), a->heard) < std::pair(known(b), b->heard);
+                                         });
+    if (oldest == m_connections.end() || (known(*oldest) && Clock::now() - (*oldest)->heard < m_options.quietLimit))
+        return false;
+    Close(ConnectionPointer(*oldest), "it gives way to another connection");
+    return true;
+}
+
+void SonarServer::Implementation::AwaitFirstFrame(ConnectionPointer const& connection)
+{
+    if (!connection->open)
+        return;
+    connection->quietTimer.expires_after(m_options.quietLimit);
+    connection->quietTimer.async_wait([this, connection](asio::error_code const& error) {
+        if (error || !connection->open || connection->IsKnown())
+            return;
+        // Where this side does not listen, nobody can be heard.
+        if (m_misbehaviour.stall || m_misbehaviour.vanish || connection->held > 0)
+            AwaitFirstFrame(connection);
+        else
+            Close(connection, "it has sent no record");
+    });
+}
+
+void SonarServer::Implementation::BoundUnfinished()
+{
+    for (;;) {
+        std::size_t sum = 0;
+        for (ConnectionPointer const& connection : m_connections)
+            sum += connection->reader.BufferedBytes();
+        if (sum <= m_options.greatestUnfinished)
+            return;
+        auto const weight = [](ConnectionPointer const& connection) {
+            auto const bytes = connection->reader.BufferedBytes();
+            return std::pair(bytes > 0 && !connection->IsKnown(), bytes);
+        };
+        auto const heaviest = std::max_element(
+            m_connections.begin(), m_connections.end(),
+            [&](ConnectionPointer const& a, ConnectionPointer const& b) { return weight(a) < weight(b); });
+        Close(ConnectionPointer(*heaviest), "unfinished frames take too much memory");
+    }
 }
 
 void SonarServer::Implementation::Introduce(ConnectionPointer const& connection)
@@ -421,6 +483,7 @@ void SonarServer::Implementation::Close(ConnectionPointer const& connection, std
     connection->socket.close(ignored);
     connection->sendTimer.cancel();
     connection->idleTimer.cancel();
+    connection->quietTimer.cancel();
     connection->queue.clear();
     connection->queuedBytes = 0;
     std::erase(m_connections, connection);
@@ -488,6 +551,7 @@ void SonarServer::Implementation::TakeBytes(ConnectionPointer const& connection,
 {
     connection->reader.Feed(std::span(connection->arrived).first(count));
     TakeFrames(connection);
+    BoundUnfinished();
     if (connection->open) {
         connection->idleLimit.Heard(connection->reader, Clock::now());
         WatchIdle(connection);
@@ -501,8 +565,10 @@ void SonarServer::Implementation::TakeFrames(ConnectionPointer const& connection
         auto const frame = connection->reader.Next();
         if (!frame)
             break;
+        connection->heard = Clock::now();
         TakeFrame(connection, *frame);
     }
+    connection->reader.Feed({}); // gives back what a large frame took
     if (connection->open && !connection->damageTold && connection->reader.SkippedBytes() > 0) {
         connection->damageTold = true;
         Tell(EventKind::Damaged, "bytes that belong to no frame are skipped", connection->number);

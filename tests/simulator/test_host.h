@@ -2,9 +2,11 @@
 #pragma once
 
 #include <arpa/inet.h>
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -222,6 +224,12 @@ public:
     std::span<unsigned char const> LastData() const
     {
         return std::span(m_lastFrame).subspan(64, m_lastFrame.size() - 68);
+    }
+    /// Sent, and not yet with the sonar's system.
+    int UnacknowledgedBytes() const
+    {
+        int bytes = 0;
+        return ioctl(m_socket, SIOCOUTQ, &bytes) == 0 ? bytes : -1;
     }
     int Socket() const { return m_socket; }
     bool Ended() const { return m_ended; }
