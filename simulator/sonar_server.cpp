@@ -438,8 +438,11 @@ void SonarServer::Implementation::AwaitFirstFrame(ConnectionPointer const& conne
     connection->quietTimer.async_wait([this, connection](asio::error_code const& error) {
         if (error || !connection->open || connection->IsKnown())
             return;
-        // Where this side does not listen, nobody can be heard.
-        if (m_misbehaviour.stall || m_misbehaviour.vanish || connection->held > 0)
+        // Where this side does not listen, nobody can be heard; and a host that only reads may, while there is room.
+        bool const isDeaf = m_misbehaviour.stall || m_misbehaviour.vanish || connection->held > 0;
+        bool const onlyReads =
+            connection->bytesReceived == 0 && m_connections.size() <= m_options.greatestConnections / 2;
+        if (isDeaf || onlyReads)
             AwaitFirstFrame(connection);
         else
             Close(connection, "it has sent no record");

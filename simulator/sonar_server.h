@@ -35,7 +35,8 @@ struct ServerOptions
     /// the new one; else one with good frames that has been quiet for `quietLimit`. Where there is none, the new one is
     /// refused.
     std::size_t greatestConnections = 32;
-    /// A connection whose first good frame has not come after so long is closed.
+    /// A connection whose first good frame has not come after so long is closed; one that has sent nothing at all,
+    /// such as a host that only reads, no earlier than half of the connections that there may be are in use.
     std::chrono::milliseconds quietLimit{60000};
     /// Bytes of unfinished frames, of all connections together. What takes most of it is closed when there are more,
     /// one without a good frame first. Memory is taken as bytes arrive, whatever a frame claims.

@@ -281,6 +281,7 @@ TEST_F(SonarServerTest, EndsAConnectionThatSendsNoFrame)
 {
     ServerOptions options;
     options.quietLimit = 100ms;
+    options.greatestConnections = 1; // no room to spare
     Start(options);
     Host silent(Port());
     EXPECT_TRUE(silent.Ends());
@@ -293,10 +294,26 @@ TEST_F(SonarServerTest, EndsAConnectionThatSendsNoFrame)
     }));
 }
 
+TEST_F(SonarServerTest, KeepsAHostThatOnlyReadsWhileThereIsRoom)
+{
+    ServerOptions options;
+    options.quietLimit = 100ms;
+    Start(options);
+    Host reader(Port());
+    ASSERT_TRUE(reader.Told(L"DeviceId"));
+    // The limit of a connection that began later has passed.
+    Host talking(Port());
+    ASSERT_TRUE(talking.Send(Bytes(100, 0x05)));
+    EXPECT_TRUE(talking.Ends());
+    Do("set x5Gain=7");
+    EXPECT_EQ(reader.Told(L"x5Gain"), Value(7.0));
+}
+
 TEST_F(SonarServerTest, KeepsAHostThatHasSentAFrame)
 {
     ServerOptions options;
     options.quietLimit = 1s;
+    options.greatestConnections = 2;
     Start(options);
     Host host(Port());
     ASSERT_TRUE(host.Send(test::RangeFifty()));
