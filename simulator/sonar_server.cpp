@@ -868,7 +868,7 @@ bool SonarServer::Implementation::Misbehave(std::string_view name, std::string_v
         return false;
     if (m_misbehaviour.vanish && !before.vanish && !Vanish(true)) {
         m_misbehaviour = before;
-        answer = "this system has no way to acknowledge nothing";
+        answer = "this system lets this user not filter sockets, which vanishing takes; root may";
         return false;
     }
     if (name == "collide") {
