@@ -20,6 +20,7 @@
 #include <array>
 #include <charconv>
 #include <filesystem>
+#include <new>
 #include <thread>
 
 #include <fmt/format.h>
@@ -127,14 +128,20 @@ Session::~Session()
     if (m_port != nullptr) {
         m_port->Close();
     }
-    m_host.RunAndWait([this] {
+    auto const end = [this] {
         m_introduction.Unsubscribe();
         if (m_plugin != nullptr) {
             m_plugin->ReleaseDevices();
         }
         m_host.RemoveAllDevices();
-    });
-    m_host.Stop();
+    };
+    try {
+        m_host.RunAndWait(end);
+        m_host.Stop();
+    } catch (std::bad_alloc const&) {
+        m_host.Stop();
+        end();
+    }
     m_port.reset();
     m_plugin.reset();
 }
@@ -168,7 +175,9 @@ bool Session::OpenProject(std::string const& file, std::string& error)
     try {
         m_project = std::make_unique<vordal::ProjectStore>(file);
         m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
-        for (vordal::StoredDevice const& stored : m_project->Load().devices) {
+        vordal::StoredProject const project = m_project->Load();
+        m_host.RunAndWait([&] { m_host.SetToldLimits(*m_device, project.toldLimits); });
+        for (vordal::StoredDevice const& stored : project.devices) {
             if (stored.dataId == SonarId()) {
                 m_host.RunAndWait([&] {
                     m_host.LoadDevice(*m_device, stored.attributes);

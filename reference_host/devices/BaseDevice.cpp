@@ -8,6 +8,7 @@
 #include "reference_host/data/stream_buffer.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
+#include "reference_host/host/request_sends.h"
 
 #include <utility>
 
@@ -34,10 +35,29 @@ bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap
     {
         std::lock_guard const lock(*internals.lock);
         Merge(internals.tree, tree);
+        internals.told.NoteOthersWrote();
         info = ChangeInfo(internals, id);
     }
     internals.subscriptions->Bus()->NotifyKeysOf(tree, info.get());
     return true;
+}
+
+bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree)
+{
+    if (tree.Count() == 0) {
+        return false;
+    }
+    std::shared_ptr<DataId_NI const> info;
+    bool firstRefusal = false;
+    {
+        std::lock_guard const lock(*internals.lock);
+        Merge(internals.tree, tree, internals.told);
+        firstRefusal = !internals.refusalTold && internals.told.Refused() != TreeSize{};
+        internals.refusalTold = internals.refusalTold || firstRefusal;
+        info = ChangeInfo(internals, id);
+    }
+    internals.subscriptions->Bus()->NotifyKeysOf(tree, info.get());
+    return firstRefusal;
 }
 
 } // namespace vordal
@@ -158,6 +178,7 @@ bool BaseDevice::AppendAttributeMap(CAttributeMap const& map, unsigned flags)
         for (CAttributeMap const& child : given) {
             m_attributes->Append(child);
         }
+        m_internals->told.NoteOthersWrote();
         info = vordal::ChangeInfo(*m_internals, m_dataId);
     }
     m_internals->subscriptions->Bus()->NotifyKeysOf(map, info.get());
@@ -389,7 +410,10 @@ bool BaseDevice::SendMessageW(std::string const& bytes, bool flag)
 {
     auto* const host = CurrentState();
     auto* const traffic = host != nullptr ? host->traffic.load(std::memory_order_acquire) : nullptr;
-    return traffic != nullptr && traffic->SendRaw({m_dataId, GetPortPtr()}, bytes, flag);
+    return traffic != nullptr &&
+           vordal::RequestSends::Once({.kind = vordal::SendMark::Kind::Raw, .size = bytes.size()}, [&] {
+               return traffic->SendRaw({m_dataId, GetPortPtr()}, bytes, flag);
+           });
 }
 
 bool BaseDevice::SendMessageToPort(std::string const& bytes)

@@ -10,6 +10,7 @@
 #include "reference_host/host/host_state.h"
 #include "reference_host/host/host_turn.h"
 #include "reference_host/host/log.h"
+#include "reference_host/host/request_sends.h"
 #include "reference_host/link/settings_data.h"
 
 #include <VordalBaseR/FileObject.h>
@@ -19,6 +20,7 @@
 
 #include <algorithm>
 #include <future>
+#include <new>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -26,6 +28,9 @@
 
 namespace vordal {
 namespace {
+
+/// More than any request of the chain takes at a time, images aside.
+constexpr std::size_t ReserveBytes = std::size_t{512} << 10;
 
 std::atomic<Host*> currentHost{nullptr};
 
@@ -684,11 +689,38 @@ void Host::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)
     auto& internals = device.Internals();
     std::lock_guard const lock(*internals.lock);
     internals.tree = tree;
+    internals.told.CountAnew(internals.tree);
 }
 
 void Host::MergeDecoded(BaseDevice& device, CAttributeMap const& tree)
 {
-    MergeAndNotify(device.Internals(), device.GetDataId(), tree);
+    if (!MergeToldAndNotify(device.Internals(), device.GetDataId(), tree)) {
+        return;
+    }
+    auto const told = Told(device);
+    Log(LogLevel::Warning, "the device \"" + tvcore::ToUtf8(device.GetDeviceName()) + "\" (" +
+                               tvcore::ToUtf8(device.GetDataId().GetKey()) + "): its sonar tells more than " +
+                               std::to_string(told.Limits().keys) + " keys or " + std::to_string(told.Limits().bytes) +
+                               " bytes of texts and lists; the rest is refused and counted, values of known keys go "
+                               "on, and this is said once");
+    if (auto* const observer = Observer()) {
+        observer->OnAttributesRefused(device);
+    }
+}
+
+void Host::SetToldLimits(BaseDevice& device, TreeLimits const& limits)
+{
+    auto& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    internals.told.SetLimits(limits);
+    internals.refusalTold = false;
+}
+
+TreeAccount Host::Told(BaseDevice const& device) const
+{
+    auto const& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    return internals.told;
 }
 
 bool Host::MergeIntoComputation(CDataId const& dataId, CAttributeMap const& tree)
@@ -710,6 +742,7 @@ bool Host::LoadDevice(Device& device, CAttributeMap const& tree)
     auto& internals = device.Internals();
     std::lock_guard const lock(*internals.lock);
     ForgetReferences(internals.tree);
+    internals.told.CountAnew(internals.tree);
     return loaded;
 }
 
@@ -719,19 +752,47 @@ void Host::ApplyDevice(Device& device, bool changed)
     auto& internals = device.Internals();
     std::lock_guard const lock(*internals.lock);
     ForgetReferences(internals.tree);
+    internals.told.NoteOthersWrote();
 }
 
-bool Host::DeliverRequest(Device& device, CAttributeMap* request)
+bool Host::HasReserve()
+{
+    if (m_state->reserve == nullptr) {
+        m_state->reserve.reset(new (std::nothrow) std::byte[ReserveBytes]);
+    }
+    return m_state->reserve != nullptr;
+}
+
+void Host::CarryOut(Device& device, CAttributeMap* request, CAttributeMap const* given)
+{
+    if (!HasReserve()) {
+        throw std::bad_alloc();
+    }
+    RequestSends sends;
+    try {
+        device.DeliverRequest(request);
+        return;
+    } catch (std::bad_alloc const&) {
+        if (given == nullptr || !sends.BeginAgain()) {
+            throw;
+        }
+    }
+    m_state->reserve.reset();
+    CAttributeMap again(*given);
+    device.DeliverRequest(&again);
+}
+
+bool Host::DeliverRequest(Device& device, CAttributeMap* request, CAttributeMap const* given)
 {
     HostTurn const turn;
     if (m_state->failures == RequestFailures::Pass) {
-        device.DeliverRequest(request);
+        CarryOut(device, request, given);
         return true;
     }
     std::exception_ptr failure;
     std::string reason;
     try {
-        device.DeliverRequest(request);
+        CarryOut(device, request, given);
         return true;
     } catch (std::exception const& thrown) {
         failure = std::current_exception();

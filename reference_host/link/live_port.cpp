@@ -8,6 +8,8 @@
 #include <VordalDataBlocksR/BaseDevice.h>
 #include <tvcoreR/Utf8.h>
 
+#include <algorithm>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -16,6 +18,19 @@ namespace {
 
 constexpr std::size_t GreatestUndeliveredPieces = 256;
 constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
+constexpr std::size_t GreatestUndeliveredStatuses = 64;
+
+/// What the sonar has told is told once: when memory runs out in the middle, it is delivered again. The second failure
+/// is the host thread's to log.
+template <typename Task>
+void OrOnceMore(Task const& task)
+{
+    try {
+        task();
+    } catch (std::bad_alloc const&) {
+        task();
+    }
+}
 
 } // namespace
 
@@ -57,16 +72,21 @@ void LivePort::PostToHost(std::function<void()> task)
 void LivePort::PostPiece(std::size_t bytes, std::function<void()> task)
 {
     CountUndelivered(bytes);
-    PostToHost([this, bytes, task = std::move(task)] {
-        // Counted also when a subscriber throws.
-        struct Delivery
-        {
-            LivePort& port;
-            std::size_t bytes;
-            ~Delivery() { port.CountDelivered(bytes); }
-        } const delivery{*this, bytes};
-        task();
-    });
+    try {
+        PostToHost([this, bytes, task = std::move(task)] {
+            // Counted also when a subscriber throws.
+            struct Delivery
+            {
+                LivePort& port;
+                std::size_t bytes;
+                ~Delivery() { port.CountDelivered(bytes); }
+            } const delivery{*this, bytes};
+            OrOnceMore(task);
+        });
+    } catch (...) {
+        CountDelivered(bytes);
+        throw;
+    }
 }
 
 void LivePort::OnDevicesTold(bool) {}
@@ -76,7 +96,58 @@ void LivePort::OnLinkStatus(LinkStatus const& status)
     if (status.state == LinkState::Connected) {
         OnConnectionBegins();
     }
-    PostToHost([this, status] { TellDevices(status); });
+    {
+        std::lock_guard const lock(m_undeliveredMutex);
+        if (m_statuses.size() == GreatestUndeliveredStatuses) {
+            // What matters of a line that comes and goes: that it was lost. How it stands follows.
+            auto const lost = std::find_if(m_statuses.rbegin(), m_statuses.rend(),
+                                           [](LinkStatus const& each) { return each.state == LinkState::Lost; });
+            std::deque<LinkStatus> kept(lost != m_statuses.rend() ? 1 : 0);
+            if (lost != m_statuses.rend()) {
+                kept.front() = std::move(*lost);
+            }
+            m_statuses.swap(kept);
+        }
+        m_statuses.push_back(status);
+        if (m_statusTasks >= m_statuses.size()) {
+            return;
+        }
+        ++m_statusTasks;
+    }
+    try {
+        PostToHost([this] { TellNextStatus(); });
+    } catch (...) {
+        // The link tells it again.
+        std::lock_guard const lock(m_undeliveredMutex);
+        --m_statusTasks;
+        if (!m_statuses.empty()) {
+            m_statuses.pop_back();
+        }
+        throw;
+    }
+}
+
+void LivePort::TellNextStatus()
+{
+    LinkStatus status;
+    {
+        std::lock_guard const lock(m_undeliveredMutex);
+        --m_statusTasks;
+        if (m_statuses.empty()) {
+            return;
+        }
+        status = std::move(m_statuses.front());
+        m_statuses.pop_front();
+    }
+    OrOnceMore([&] {
+        bool const connected = m_devicesConnected;
+        try {
+            TellDevices(status);
+        } catch (std::bad_alloc const&) {
+            m_devicesConnected = connected; // some have heard of it, none is left out
+            throw;
+        }
+    });
 }
 
 void LivePort::TellDevices(LinkStatus const& status)

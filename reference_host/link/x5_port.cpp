@@ -6,8 +6,10 @@
 #include "settings_data.h"
 #include "tree_transfer.h"
 
+#include "reference_host/attributes/tree_account.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/log.h"
+#include "reference_host/host/request_sends.h"
 
 #include <tvcoreR/Utf8.h>
 
@@ -69,7 +71,9 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     }
     protocol::Target const from{static_cast<std::int32_t>(frame.header.deviceId),
                                 static_cast<std::int16_t>(frame.header.enumerator)};
-    PostPiece(frame.bytes.size(), [this, from, tree = ToAttributeMap(*nodes)] { Deliver(from, tree); });
+    // A character takes more memory here than on the wire, and a key more than its name.
+    auto const size = frame.bytes.size() * sizeof(wchar_t) + CountKeys(*nodes) * BytesOfAnyKey;
+    PostPiece(size, [this, from, tree = ToAttributeMap(*nodes)] { Deliver(from, tree); });
 }
 
 void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
@@ -174,8 +178,10 @@ bool X5Port::SendRemoteControlCommandWithPassThrough(std::uint32_t recordId, voi
     try {
         auto const command = protocol::EncodePassThrough(
             {{static_cast<std::int32_t>(deviceId), static_cast<std::int32_t>(enumerator)}, recordId, bytes});
-        return SendRemoteControlRecord(GetLink(), protocol::records::PassThroughCommand.Id(), command,
-                                       protocol::SonarProcessor.deviceId, protocol::SonarProcessor.enumerator);
+        return RequestSends::Once({.kind = SendMark::Kind::RemoteControl, .record = recordId, .size = size}, [&] {
+            return SendRemoteControlRecord(GetLink(), protocol::records::PassThroughCommand.Id(), command,
+                                           protocol::SonarProcessor.deviceId, protocol::SonarProcessor.enumerator);
+        });
     } catch (std::length_error const&) {
         return false;
     }
