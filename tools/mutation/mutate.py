@@ -178,7 +178,10 @@ def find_all(copy: Copy, names: list[str], jobs: int) -> list[Mutant]:
 
 def build_mutants(copy: Copy, names: list[str], mutants: list[Mutant], jobs: int) -> list[Mutant]:
     """Writes and builds the mutated copy. Returns what compiles; its place in the list, from 1, is a mutant's number."""
-    refused = 0
+    # What did not compile the last time is not tried again.
+    file = copy.folder / "refused.json"
+    refused = set(json.loads(file.read_text())) if file.exists() else set()
+    mutants = [each for each, key in zip(mutants, unique_keys(mutants)) if key not in refused]
     for _ in range(BUILD_ROUNDS):
         by_file = collections.defaultdict(list)
         for number, mutant in enumerate(mutants, 1):
@@ -189,7 +192,8 @@ def build_mutants(copy: Copy, names: list[str], mutants: list[Mutant], jobs: int
         failure = copy.compile(jobs)
         if failure is None:
             if refused:
-                say(f"{refused} mutants do not compile and are left out")
+                file.write_text(json.dumps(sorted(refused), indent=0))
+                say(f"{len(refused)} mutants do not compile and are left out")
             return mutants
         at_fault = {(str(pathlib.Path(copy.build, file).resolve()), int(line))
                     for file, line in COMPLAINT.findall(failure)}
@@ -197,7 +201,7 @@ def build_mutants(copy: Copy, names: list[str], mutants: list[Mutant], jobs: int
         if len(kept) == len(mutants):
             raise SystemExit(failure + "\nthe mutated copy does not compile")
         (copy.folder / "refused.log").write_text(failure)
-        refused += len(mutants) - len(kept)
+        refused |= set(unique_keys(mutants)) - set(unique_keys(kept))
         mutants = kept
     raise SystemExit("the mutated copy does not compile after many rounds")
 
