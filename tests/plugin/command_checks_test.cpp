@@ -1,6 +1,9 @@
 // Tests of what is checked of a command when it is compiled: a key or a record that its family does not list is found.
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/Gates.h"
+#include "DeviceDLLs/QX5SonarConfiguration/handlers/command_catalogue.h"
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/command_checks.h"
+
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -45,6 +48,44 @@ TEST(CommandChecks, ARecordThatNoFamilyListsIsFound)
 {
     EXPECT_FALSE(EveryRecordIsListed({.sends = strayRecords}));
     EXPECT_TRUE(EveryRecordIsListed({.sends = std::span(strayRecords).first(1)}));
+}
+
+// What the tables say of a command to whoever explains it.
+
+constexpr Operand plain{protocol::keys::x5MinRangeGate};
+constexpr Operand completed{protocol::keys::x5MaxRangeGate, {.source = Source::Completed}};
+constexpr Operand stored{protocol::keys::x5MinDepthGate, {.source = Source::Stored}};
+constexpr Operand requested{protocol::keys::x5MaxDepthGate, {.source = Source::Request}};
+
+TEST(CommandForms, StrictAndLaxOnesAreCompletedFromTheTree)
+{
+    for (Form const form : {Form::Direct, Form::Strict, Form::Lax, Form::AllRequired, Form::Presence, Form::Own}) {
+        Command const command{.form = form};
+        EXPECT_EQ(IsCompleted(command, plain), form == Form::Strict || form == Form::Lax) << static_cast<int>(form);
+        EXPECT_TRUE(IsCompleted(command, completed)) << static_cast<int>(form);
+        EXPECT_TRUE(IsCompleted(command, stored)) << static_cast<int>(form);
+        EXPECT_FALSE(IsCompleted(command, requested)) << static_cast<int>(form);
+    }
+}
+
+TEST(CommandForms, AKeyThatDoesNotTriggerNeedsOneThatDoes)
+{
+    static constexpr Operand operands[]{{protocol::keys::x5MinRangeGate, {.triggers = false}},
+                                        {protocol::keys::x5MaxRangeGate, {.triggers = false}},
+                                        protocol::keys::x5MinDepthGate,
+                                        protocol::keys::x5MaxDepthGate};
+    Command const command{.form = Form::Lax, .operands = operands};
+    EXPECT_EQ(NeededBeside(command, operands[0]), std::vector{&operands[2]});
+    EXPECT_EQ(NeededBeside(command, operands[2]), std::vector<Operand const*>());
+}
+
+TEST(CommandForms, OneThatReadsInItsOwnWayMayConcernAnyTree)
+{
+    for (Form const form : {Form::Own, Form::Lax}) {
+        Command const command{.form = form, .operands = listedKeys};
+        EXPECT_EQ(MayConcern(0, command), form == Form::Own);
+        EXPECT_TRUE(MayConcern(listedKeys[0].attribute.Filter(), command));
+    }
 }
 
 } // namespace

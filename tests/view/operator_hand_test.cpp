@@ -4,9 +4,12 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QComboBox>
+#include <QCursor>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStackedWidget>
 #include <QTabBar>
 
 #include <gtest/gtest.h>
@@ -151,6 +154,47 @@ TEST_F(OperatorHand, EveryControlHasANameAndAPlaceInTheTabOrder)
         }
         EXPECT_GT(controls, 4) << name;
     }
+}
+
+TEST_F(OperatorHand, ALabelHasRoomForItsWidestText)
+{
+    struct Room
+    {
+        char const* page;
+        int id;
+        QString widest;
+    };
+    for (auto const& [name, id, widest] :
+         {Room{"settings", 16940, QStringLiteral("15000.0 m")}, Room{"gates", 28123, QStringLiteral("-30\u00B0")},
+          Room{"gates", 28124, QStringLiteral("100%")}, Room{"ocean", 16924, QStringLiteral("120.0 dB/km")},
+          Room{"steering", 28100, QStringLiteral("5.0\u00B0")}, Room{"steering", 28102, QStringLiteral("10")}}) {
+        auto const& label = *view->Find<QLabel>(name, id);
+        EXPECT_EQ(label.minimumWidth(), label.fontMetrics().horizontalAdvance(widest)) << name << " " << id;
+    }
+}
+
+TEST_F(OperatorHand, TheWaitCursorIsThereWhileAPageIsFetchedAndNoLonger)
+{
+    auto& pane = *view->Display().Widget();
+    auto& tabs = *pane.findChild<QTabBar*>(QStringLiteral("id28075"));
+    int waits = 0;
+    QObject::connect(pane.findChild<QStackedWidget*>(), &QStackedWidget::currentChanged, &tabs, [&waits] {
+        auto const* const cursor = QGuiApplication::overrideCursor();
+        waits += cursor != nullptr && cursor->shape() == Qt::WaitCursor ? 1 : 0;
+    });
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr) << "the first page is there";
+    tabs.setCurrentIndex(3);
+    EXPECT_EQ(waits, 1);
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(OperatorHand, TheTabsKeepTheirWidthAndScrollInANarrowPane)
+{
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    EXPECT_FALSE(tabs.expanding());
+    EXPECT_TRUE(tabs.usesScrollButtons());
+    EXPECT_EQ(tabs.accessibleName(), QStringLiteral("Pages of the sonar"));
+    EXPECT_EQ(tabs.parentWidget()->layout()->contentsMargins(), QMargins(5, 5, 5, 5));
 }
 
 TEST_F(OperatorHand, ThePagesTurnByKeyboard)
