@@ -1,7 +1,11 @@
-// Tests of what is checked of a command when it is compiled: a key or a record that its family does not list is found.
+// Tests of what is checked of a command when it is compiled: a key or a record that its family does not list is found,
+// and a scalar row whose record is not what it sends.
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/Gates.h"
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/command_catalogue.h"
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/command_checks.h"
+#include "DeviceDLLs/QX5SonarConfiguration/handlers/scalar_checks.h"
+
+#include <protocol/records/basic.h>
 
 #include <vector>
 
@@ -18,6 +22,7 @@ using protocol::Unit;
 using protocol::Wire;
 
 constexpr Key tilt{L"a tilt that no family lists", Kind::Double, Unit::Degree, "tilt of the fan"};
+constexpr Key number{L"a number that no family lists", Kind::Int, Unit::None, "number"};
 /// The text of a listed key, and yet another key.
 constexpr Key twin{L"x5MinRangeGate", Kind::Double, Unit::Metre, "twin"};
 constexpr RecordTable fan{1099, "a record that no family lists", 4, {{&tilt, 0, Wire::F32, Convert::Radians}}};
@@ -86,6 +91,53 @@ TEST(CommandForms, OneThatReadsInItsOwnWayMayConcernAnyTree)
         EXPECT_EQ(MayConcern(0, command), form == Form::Own);
         EXPECT_TRUE(MayConcern(listedKeys[0].attribute.Filter(), command));
     }
+}
+
+namespace keys = protocol::keys;
+namespace records = protocol::records;
+
+TEST(ScalarChecks, ARecordThatIsWhatTheRowSendsPasses)
+{
+    EXPECT_TRUE(FitsScalarPath(records::Range, keys::x5Range, PARM_FLOAT));
+    EXPECT_TRUE(FitsScalarPath(records::Absorption, keys::x5Absorption, PARM_FLOAT));
+    EXPECT_TRUE(FitsScalarPath(records::BeamSteer, keys::x5BeamSteer, PARM_ANGLE_PAIR));
+    EXPECT_TRUE(FitsScalarPath(records::Projector, keys::DeviceEnum, PARM_INT));
+}
+
+TEST(ScalarChecks, AKindThatIsNotTheKeysIsFound)
+{
+    EXPECT_FALSE(FitsScalarPath(records::Range, keys::x5Range, PARM_INT));
+    EXPECT_FALSE(FitsScalarPath(records::Range, keys::x5Range, PARM_ANGLE_PAIR));
+    EXPECT_FALSE(FitsScalarPath(records::BeamSteer, keys::x5BeamSteer, PARM_FLOAT));
+    EXPECT_FALSE(FitsScalarPath(records::Range, keys::x5Range, PARMTYPE{3}));
+}
+
+TEST(ScalarChecks, AnotherKeysRecordIsFound)
+{
+    EXPECT_FALSE(FitsScalarPath(records::Range, keys::x5Power, PARM_FLOAT));
+}
+
+TEST(ScalarChecks, AConversionThatTheScalarPathDoesNotMakeIsFound)
+{
+    EXPECT_FALSE(FitsScalarPath(fan, tilt, PARM_FLOAT));
+}
+
+TEST(ScalarChecks, ARecordThatHoldsMoreIsFound)
+{
+    constexpr RecordTable wider{1099, "wider", 8, {{&tilt, 0, Wire::F32}}};
+    EXPECT_FALSE(FitsScalarPath(wider, tilt, PARM_FLOAT));
+    EXPECT_FALSE(FitsScalarPath(records::CoverageSector, keys::x5CoverageAngle, PARM_FLOAT));
+}
+
+TEST(ScalarChecks, ACarrierThatTheNumberDoesNotHaveIsFound)
+{
+    using protocol::Carrier;
+    constexpr RecordTable wrapped{7613, "wrapped", 4, {{&tilt, 0, Wire::F32}}};
+    EXPECT_FALSE(FitsScalarPath(wrapped, tilt, PARM_FLOAT));
+    constexpr RecordTable framed{1099, "framed", 4, {{&tilt, 0, Wire::F32}}, {.carrier = Carrier::Data}};
+    EXPECT_FALSE(FitsScalarPath(framed, tilt, PARM_FLOAT));
+    constexpr RecordTable framedInt{7613, "framed int", 4, {{&number, 0, Wire::I32}}, {.carrier = Carrier::Data}};
+    EXPECT_FALSE(FitsScalarPath(framedInt, number, PARM_INT));
 }
 
 } // namespace
