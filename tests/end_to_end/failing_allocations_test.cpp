@@ -6,15 +6,18 @@
 #include "failing_memory.h"
 
 #include <cli/session.h>
+#include <protocol/bytes.h>
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
 #include <reference_host/host/log.h>
+#include <simulator/sonar_server.h>
 
 #include <vordalhostdllR/DataManager.h>
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -22,6 +25,8 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <netinet/in.h>
 #include <poll.h>
@@ -208,8 +213,94 @@ Outcome RunSession(std::uint16_t port)
     }
 }
 
+/// A host of the simulated sonar that needs no memory.
+class PlainHost
+{
+public:
+    PlainHost() = default;
+    PlainHost(PlainHost const&) = delete;
+    PlainHost& operator=(PlainHost const&) = delete;
+    ~PlainHost() { ::close(m_socket); }
+
+    /// Connects where it is not; true when something has come from the sonar on this connection.
+    bool Hears(std::uint16_t port)
+    {
+        if (m_socket < 0) {
+            m_heard = false;
+            m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            sockaddr_in address{};
+            address.sin_family = AF_INET;
+            address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            address.sin_port = htons(port);
+            if (::connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+                ::close(std::exchange(m_socket, -1));
+                return false;
+            }
+        }
+        std::array<char, 4096> bytes{};
+        auto const count = ::recv(m_socket, bytes.data(), bytes.size(), MSG_DONTWAIT);
+        if (count == 0 || (count < 0 && errno != EAGAIN)) {
+            ::close(std::exchange(m_socket, -1));
+            return false;
+        }
+        m_heard = m_heard || count > 0;
+        return m_heard;
+    }
+    void Send(std::vector<unsigned char> const& frame) const
+    {
+        (void)::send(m_socket, frame.data(), frame.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    }
+
+private:
+    int m_socket = -1;
+    bool m_heard = false;
+};
+
+/// A session of the simulated sonar: whatever fails in it, hosts come back, and it understands them.
+Outcome RunSimulated(std::uint16_t)
+{
+    std::vector<std::vector<unsigned char>> ranges;
+    {
+        SafeMemory const safe;
+        for (float const range : {10.0F, 20.0F, 30.0F}) {
+            std::vector<unsigned char> payload(4);
+            protocol::PutF32LE(payload, 0, range);
+            ranges.push_back(protocol::BuildRemoteControlRecord(1003, payload, {0, -1}, 0.0));
+        }
+    }
+    try {
+        simulator::SonarServer server({}, {});
+        if (server.Start()) {
+            return Refused;
+        }
+        PlainHost host;
+        char const* const expected[] = {"x5Range = 10 m", "x5Range = 20 m", "x5Range = 30 m"};
+        for (std::size_t i = 0; i < ranges.size(); ++i) {
+            bool const isUnderstood = Eventually([&] {
+                if (!host.Hears(server.Port())) {
+                    return false;
+                }
+                host.Send(ranges[i]);
+                std::this_thread::sleep_for(5ms);
+                try {
+                    std::string answer;
+                    return server.Command("state x5Range", answer) && answer.find(expected[i]) != std::string::npos;
+                } catch (std::bad_alloc const&) {
+                    return false; // it was this one
+                }
+            });
+            if (!isUnderstood) {
+                return host.Hears(server.Port()) ? NeverAnswered : NeverConnected;
+            }
+        }
+        return Good;
+    } catch (std::exception const&) {
+        return Refused;
+    }
+}
+
 /// In a process of its own; the answer is how that ended.
-std::string RunInChild(std::uint64_t failing, std::uint16_t port)
+std::string RunInChild(Outcome (*session)(std::uint16_t), std::uint64_t failing, std::uint16_t port)
 {
     pid_t const child = ::fork();
     if (child == 0) {
@@ -221,7 +312,7 @@ std::string RunInChild(std::uint64_t failing, std::uint16_t port)
             }
         });
         FailAllocation(failing);
-        int const outcome = RunSession(port);
+        int const outcome = session(port);
         *sharedCount = AllocationsSince();
         FailAllocation(0);
         std::_Exit(outcome);
@@ -247,12 +338,12 @@ std::uint64_t NumberFrom(char const* variable, std::uint64_t otherwise)
     return text != nullptr ? std::strtoull(text, nullptr, 10) : otherwise;
 }
 
-TEST(FailingAllocations, NoneEndsASessionOrLosesAnEcho)
+void FailEach(Outcome (*session)(std::uint16_t))
 {
     sharedCount = static_cast<std::uint64_t*>(
         ::mmap(nullptr, sizeof(std::uint64_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     Sonar const sonar;
-    ASSERT_EQ(RunInChild(0, sonar.port), "good");
+    ASSERT_EQ(RunInChild(session, 0, sonar.port), "good");
     std::uint64_t const all = *sharedCount;
     ASSERT_GT(all, 300U);
     auto const stride = NumberFrom("QX5_FAIL_STRIDE", all / 60);
@@ -261,7 +352,7 @@ TEST(FailingAllocations, NoneEndsASessionOrLosesAnEcho)
     std::map<std::string, int> outcomes;
     std::string firstBad;
     for (std::uint64_t failing = first; failing <= (only != 0 ? only : all); failing += stride) {
-        auto const outcome = RunInChild(failing, sonar.port);
+        auto const outcome = RunInChild(session, failing, sonar.port);
         ++outcomes[outcome];
         if (outcome != "good" && outcome != "refused") {
             std::printf("allocation %llu of %llu: %s\n", static_cast<unsigned long long>(failing),
@@ -275,6 +366,16 @@ TEST(FailingAllocations, NoneEndsASessionOrLosesAnEcho)
     }
     EXPECT_EQ(firstBad, "") << "QX5_FAIL_FROM=N QX5_TRACE_FAILURE=1 tells where; drawn from " << first << ", each "
                             << stride << "th of " << all;
+}
+
+TEST(FailingAllocations, NoneEndsASessionOrLosesAnEcho)
+{
+    FailEach(RunSession);
+}
+
+TEST(FailingAllocations, NoneEndsTheSimulatedSonar)
+{
+    FailEach(RunSimulated);
 }
 
 } // namespace
