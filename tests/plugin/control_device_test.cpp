@@ -400,6 +400,16 @@ TEST_F(TargetFiles, TheActiveOneIsOpenAsLongAsTheDeviceIsThere)
     EXPECT_EQ(seen.size(), 4U);
 }
 
+TEST_F(TargetFiles, ANameWithABackslashIsWholeAndNoneIsOpenedAsItIs)
+{
+    // Nothing completes these.
+    m_host.Targets().SetActive(CString(L"\\wrecks.sts"));
+    QX5SonarConfigurationControlDevice const whole;
+    m_host.Targets().SetActive(CString());
+    QX5SonarConfigurationControlDevice const none;
+    EXPECT_EQ(seen, (Lines{"open \\wrecks.sts", "open "}));
+}
+
 TEST(PositioningUnit, BaudCodesAndTheirRates)
 {
     EXPECT_EQ(ControlDeviceAccess::BaudRate(0), 1200U);

@@ -109,6 +109,8 @@ TEST_F(DroppedRequests, APortOfThePositioningUnitWhoseValueCannotBeRead)
 {
     CAttributeMap request = One(L"OstDgnssInsPrimarySerialPort485", CVordalInt(1));
     EXPECT_EQ(Dropped(request), Lines{"OstDgnssInsPrimarySerialPort485 lacks OstDgnssInsPrimarySerialPort485"});
+    EXPECT_EQ(Dropped(One(L"OstDgnssInsPrimarySerialPortBaudrate", CVordalBool(true))),
+              Lines{"OstDgnssInsPrimarySerialPortBaudrate lacks OstDgnssInsPrimarySerialPortBaudrate"});
     request.Add(L"OstDgnssInsPrimarySerialPortBaudrate", CVordalBool(true));
     EXPECT_EQ(Dropped(request),
               Lines{"OstDgnssInsPrimarySerialPortBaudrate lacks OstDgnssInsPrimarySerialPortBaudrate"});
