@@ -9,6 +9,7 @@
 
 #include <protocol/records/all.h>
 #include <protocol/utf8.h>
+#include <vordalhostdllR/DataManager.h>
 
 #include <cmath>
 #include <cstdint>
@@ -274,6 +275,15 @@ TEST_F(ControlDevice, AWideAndADeepRequestAreTakenInTheirStride)
     EXPECT_EQ(traffic.lines, Lines({"remote 1008 0000803f to 0,-1"}));
 }
 
+TEST_F(ControlDevice, AListOfTargetsTakesTheTimeOfADataStreamAndMakesNone)
+{
+    CAttributeMap request;
+    request.Add(L"SendTargetList");
+    Request(request);
+    EXPECT_EQ(traffic.lines.size(), 1U);
+    EXPECT_EQ(DataManager::GetDataManager().FindDatablockBuffer(CDataId(1, 78, 1, 1), false), nullptr);
+}
+
 TEST_F(ControlDevice, AnswersTheHostsOutputAsItsBaseDoes)
 {
     EXPECT_FALSE(device->DoOutput(0));
@@ -331,6 +341,15 @@ TEST_F(OwnCommands, ACompletedKeyIsReadFromTheTreeInEveryForm)
     Store(One(L"x5Gain", CVordalDouble(3.0)));
     EXPECT_TRUE(Reads(request, command));
     EXPECT_EQ(values[1], qx5::protocol::Value(3.0));
+}
+
+TEST_F(OwnCommands, AKeyOfTheRequestAloneIsNotCompletedAndNotMissed)
+{
+    static constexpr qx5::Operand operands[]{keys::x5Range, {keys::x5Gain, {.source = qx5::Source::Request}}};
+    qx5::Command const command{.form = qx5::Form::Strict, .operands = operands};
+    Store(One(L"x5Gain", CVordalDouble(3.0)));
+    EXPECT_FALSE(Reads(One(L"x5Range", CVordalDouble(50.0)), command));
+    EXPECT_EQ(told, Lines());
 }
 
 TEST_F(OwnCommands, WhatAskedIsTheMissingKeyItselfOrElseTheFirstThatTriggers)
@@ -398,6 +417,16 @@ TEST_F(TargetFiles, TheActiveOneIsOpenAsLongAsTheDeviceIsThere)
     sonar.reset();
     EXPECT_EQ(seen.back(), "close rocks.sts");
     EXPECT_EQ(seen.size(), 4U);
+}
+
+TEST_F(TargetFiles, ANameWithABackslashIsWholeAndNoneIsOpenedAsItIs)
+{
+    // Nothing completes these.
+    m_host.Targets().SetActive(CString(L"\\wrecks.sts"));
+    QX5SonarConfigurationControlDevice const whole;
+    m_host.Targets().SetActive(CString());
+    QX5SonarConfigurationControlDevice const none;
+    EXPECT_EQ(seen, (Lines{"open \\wrecks.sts", "open "}));
 }
 
 TEST(PositioningUnit, BaudCodesAndTheirRates)

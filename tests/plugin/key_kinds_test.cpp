@@ -91,6 +91,8 @@ TEST(KeyKinds, AValueOfAnotherKindIsNotRead)
         EXPECT_FALSE(qx5::ReadKey(request, Key{LengthKey.text, kind}, LengthAttribute, value))
             << static_cast<int>(kind);
         EXPECT_TRUE(qx5::protocol::IsEmpty(value)) << static_cast<int>(kind);
+        EXPECT_FALSE(qx5::ReadKey(CAttributeMap(), Key{LengthKey.text, kind}, LengthAttribute, value))
+            << "nothing there";
     }
     Value value;
     EXPECT_TRUE(qx5::ReadKey(request, Key{LengthKey.text, Kind::String}, LengthAttribute, value));
@@ -107,6 +109,19 @@ TEST(Operands, AKeyBehindTheLastOfACommandIsNoneOfIts)
     qx5::Command const command{.operands = std::span(threeOperands).first(1)};
     EXPECT_EQ(qx5::OperandOf(command, first), 0U);
     EXPECT_EQ(qx5::OperandOf(command, third), 1U);
+}
+
+TEST(Operands, OneTriggersAnyOfThemOrTheFirstAsTheFormSays)
+{
+    using qx5::Form;
+    CAttributeMap request;
+    request.Add(second.text, CVordalUInt(1), 0);
+    for (Form const form : {Form::Direct, Form::Strict, Form::Lax, Form::AllRequired, Form::Presence, Form::Own}) {
+        qx5::Command const command{.form = form, .operands = threeOperands};
+        EXPECT_EQ(qx5::IsTriggered(request, command), form == Form::Strict || form == Form::Lax || form == Form::Own)
+            << static_cast<int>(form);
+        EXPECT_EQ(qx5::IsTriggered(CAttributeMap(), command), form == Form::Own) << static_cast<int>(form);
+    }
 }
 
 TEST(Operands, AFieldOfAKeyThatIsNoOperandStays0)

@@ -34,6 +34,9 @@ COMPLAINT = re.compile(r"^(\S+?):(\d+):\d+: +(?:error|fatal error|required from)
 # Rounds of building without what did not compile in the round before.
 BUILD_ROUNDS = 6
 
+# Files of the project that no test of a mutant reads.
+NOT_READ = ("dev", "scripts", "tools")
+
 # Of a mutant that survives without a run.
 NEVER_DIFFERS = "has the same value in every test"
 
@@ -126,15 +129,16 @@ class Copy:
 
 
     def states_of(self, tests: list[suite.Test], count: int) -> dict[str, str]:
-        """What each test runs on, by its name: its program, what is in the build for all, and files that are read."""
-        shared = [path for folder in ("bin", "lib") for path in sorted((self.build / folder).rglob("*"))]
-        shared += [path for path in sorted(self.source.rglob("*"))
-                   if path.suffix not in (".cpp", ".h", ".toml") and
-                   path.relative_to(self.source).parts[0] != "build"]
+        """What each test runs on, by its name: its program, files that its command names, and what all share."""
+        files = [path for path in sorted(self.source.rglob("*")) if path.suffix not in (".cpp", ".h") and
+                 path.relative_to(self.source).parts[0] not in ("build", *NOT_READ)]
+        built = [path for folder in ("bin", "lib") for path in sorted((self.build / folder).rglob("*"))]
         programs = {test.command[0] for test in tests if test.filter is not None}
-        common = state_of([path for path in shared if str(path) not in programs])
-        own = {name: state_of([pathlib.Path(name)]) for name in programs}
-        return {test.name: f"{count} {common} {own.get(test.command[0])} {' '.join(test.command)}" for test in tests}
+        named = {word for test in tests for word in test.command}
+        common = state_of([path for path in files + built if str(path) not in programs | (named & set(map(str, files)))])
+        own = {word: state_of([pathlib.Path(word)]) for word in named if word.startswith("/")}
+        return {test.name: " ".join([str(count), common, *test.command, *(own[word] for word in test.command
+                                                                         if word in own)]) for test in tests}
 
 
 def state_of(paths: list[pathlib.Path]) -> str:
@@ -311,7 +315,7 @@ class Memory:
         self.file.write_text("{\n" + ",\n".join(rows) + "\n}\n")
 
 
-def judge_all(mutants: list[Mutant], chosen: list[int], copy: Copy, memory: Memory,
+def judge_all(mutants: list[Mutant], chosen: list[int], listed: set[int], copy: Copy, memory: Memory,
               options: argparse.Namespace) -> dict[int, suite.Verdict]:
     tests = suite.list_tests(copy.build, options.tests, options.leave_out)
     runner = suite.Runner(options.build / "scratch")
@@ -339,11 +343,12 @@ def judge_all(mutants: list[Mutant], chosen: list[int], copy: Copy, memory: Memo
             verdicts[number] = suite.Verdict("survived", NEVER_DIFFERS)
         if number in verdicts:
             memory.note(number, verdicts[number])
-    # The tests that take long come when only few mutants are left. None is run again with a mutant that it let pass.
+    # The tests that take long come when only few mutants are left, and spare those that are listed as equivalent. None
+    # is run again with a mutant that it let pass.
     for dear in (False, True):
         given: dict[int, list[suite.Test]] = {}
         for number in chosen:
-            if number not in verdicts or verdicts[number] == suite.Verdict("survived"):
+            if number not in verdicts or verdicts[number] == suite.Verdict("survived") and number not in listed:
                 former = memory.of(number)
                 given[number] = [test for test in noticing[number] if judge.is_dear(test) == dear and
                                  (former is None or digests[test.name] not in former.passed)]
@@ -449,7 +454,8 @@ def main() -> int:
     if not options.again:
         for number in chosen:
             memory.forget(number)
-    verdicts = judge_all(mutants, chosen, copy, memory, options)
+    listed = {number for number in chosen if equivalents.reason(mutants[number - 1]) is not None}
+    verdicts = judge_all(mutants, chosen, listed, copy, memory, options)
     if options.again and options.sample is None:
         verdicts = former | verdicts
     results = [Result(mutants[number - 1], verdict, equivalents.reason(mutants[number - 1]))

@@ -25,7 +25,7 @@ MEMORY_LIMIT_KIB = 8 * 1024 * 1024
 DEAR_SECONDS = 1.0
 
 # On a busy machine a run may take so many times its limit.
-MOST_PATIENCE = 20
+MOST_PATIENCE = 6
 
 # So many tests that neighbours fell to are tried first.
 LIKELY_TESTS = 4
