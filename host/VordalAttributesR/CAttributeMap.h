@@ -89,7 +89,7 @@ public:
     /// Leaves `other` an empty root, unless it is a child: that keeps its content, and this becomes a copy.
     CAttributeMap(CAttributeMap&& other) noexcept : CAttributeRec() { MoveFrom(other); }
     CAttributeMap& operator=(CAttributeMap const& other);
-    CAttributeMap& operator=(CAttributeMap&& other) noexcept;
+    CAttributeMap& operator=(CAttributeMap&& other);
     ~CAttributeMap()
     {
         if (m_node != nullptr) {
@@ -223,6 +223,8 @@ private:
     void CopyFrom(CAttributeMap const& other);
     void MoveFrom(CAttributeMap& other) noexcept;
     void Release() noexcept;
+    /// Makes the node, whose reference it takes over, this one's content.
+    void Take(AttributeNodeHead* content);
 
     static CAttributeMap const s_empty;
 };

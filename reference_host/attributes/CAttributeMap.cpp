@@ -66,37 +66,35 @@ void CAttributeMap::Release() noexcept
 CAttributeMap& CAttributeMap::operator=(CAttributeMap const& other)
 {
     if (this != &other) {
-        // The old content goes last, since `other` may be part of it.
-        CAttributeMap old;
-        old.m_node = m_node;
-        auto* node = AttributeNode::Share(TreeAccess::Node(other));
-        if (m_childHash != 0) {
-            auto const& own = *TreeAccess::Node(*this);
-            node = node != nullptr ? AttributeNode::Rekey(node, own.Key(), own.hash)
-                                   : AttributeNode::Create(own.Key(), own.hash);
-        }
-        m_node = node;
+        Take(AttributeNode::Share(TreeAccess::Node(other)));
     }
     return *this;
 }
 
-CAttributeMap& CAttributeMap::operator=(CAttributeMap&& other) noexcept
+CAttributeMap& CAttributeMap::operator=(CAttributeMap&& other)
 {
     if (other.m_childHash != 0) {
         return *this = std::as_const(other);
     }
     if (this != &other) {
-        CAttributeMap old;
-        old.m_node = m_node;
-        auto* node = static_cast<AttributeNode*>(std::exchange(other.m_node, nullptr));
-        if (m_childHash != 0) {
-            auto const& own = *TreeAccess::Node(*this);
-            node = node != nullptr ? AttributeNode::Rekey(node, own.Key(), own.hash)
-                                   : AttributeNode::Create(own.Key(), own.hash);
-        }
-        m_node = node;
+        Take(std::exchange(other.m_node, nullptr));
     }
     return *this;
+}
+
+void CAttributeMap::Take(AttributeNodeHead* content)
+{
+    CAttributeMap given;
+    given.m_node = content;
+    if (m_childHash != 0) {
+        // Only when the node is there under this child's key does the content change.
+        auto const& own = *TreeAccess::Node(*this);
+        auto* const node = TreeAccess::Node(given);
+        given.m_node = node != nullptr ? AttributeNode::Rekey(node, own.Key(), own.hash)
+                                       : AttributeNode::Create(own.Key(), own.hash);
+    }
+    // The old content goes last, since what is given may be part of it.
+    std::swap(m_node, given.m_node);
 }
 
 CAttributeMap* CAttributeMap::Add(AttributeKey const& key)

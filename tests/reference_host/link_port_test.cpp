@@ -410,6 +410,9 @@ TEST_F(X5PortTest, ALineThatComesAndGoesBeforeABusyHostIsToldInBoundedPieces)
     EXPECT_LE(states.size(), 64U) << "of more than 200 changes";
     EXPECT_NE(std::find(notes.begin(), notes.end(), "disconnected"), notes.end());
     EXPECT_EQ(notes.back(), "connected");
+    // Its end is told, too, while there is somebody to tell.
+    port->Close();
+    Settle();
 }
 
 TEST_F(X5PortTest, AFrameOfOneHeadReachesItsDeviceAlone)
