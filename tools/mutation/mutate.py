@@ -449,6 +449,7 @@ def main() -> int:
     chosen = list(former)
     if options.again:
         chosen = [number for number, verdict in former.items() if verdict is None or not verdict.killed]
+        chosen.sort(key=lambda number: former[number] is not None)  # what is not known at all comes first
     if options.sample is not None:
         chosen = sorted(random.Random(options.seed).sample(chosen, min(options.sample, len(chosen))))
     if not options.again:
