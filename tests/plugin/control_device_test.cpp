@@ -9,7 +9,6 @@
 
 #include <protocol/records/all.h>
 #include <protocol/utf8.h>
-#include <vordalhostdllR/DataManager.h>
 
 #include <cmath>
 #include <cstdint>
@@ -273,15 +272,6 @@ TEST_F(ControlDevice, AWideAndADeepRequestAreTakenInTheirStride)
     }
     Request(deep);
     EXPECT_EQ(traffic.lines, Lines({"remote 1008 0000803f to 0,-1"}));
-}
-
-TEST_F(ControlDevice, AListOfTargetsTakesTheTimeOfADataStreamAndMakesNone)
-{
-    CAttributeMap request;
-    request.Add(L"SendTargetList");
-    Request(request);
-    EXPECT_EQ(traffic.lines.size(), 1U);
-    EXPECT_EQ(DataManager::GetDataManager().FindDatablockBuffer(CDataId(1, 78, 1, 1), false), nullptr);
 }
 
 TEST_F(ControlDevice, AnswersTheHostsOutputAsItsBaseDoes)

@@ -120,15 +120,27 @@ TEST(OceanPage, MovesOnReleaseAndSendsAtTheEnd)
     EXPECT_EQ(run.Control(6, page, spreadingText).at("text"), "21.0 dB");
 }
 
+TEST(OceanPage, FreesTheSliderForASonarThatNeverAnswers)
+{
+    Json const mute = {
+        {"devices",
+         Json::array({{{"id", {1, 78, 1, 1}}, {"kind", "plain"}, {"name", "Sonar"}, {"attributes", SonarTree()}}})}};
+    ViewRun const run(Json(), {Click(page, overrideBox), Look(), Click(page, overrideBox), Look()}, mute);
+    EXPECT_EQ(run.Control(1, page, velocity).at("enabled"), true);
+    EXPECT_EQ(run.Control(3, page, velocity).at("enabled"), false);
+}
+
 TEST(OceanPage, ShowsTheFilterOfASonarThatHasOne)
 {
     ViewRun const run(SonarTree(), {Attributes({{"x5SoundVelocityFilter", "int", 3}}), Look(), Choose(page, filter, 3),
-                                    Attributes({{"x5SoundVelocityFilter", "int", 0}}), Look()});
+                                    Attributes({{"x5SoundVelocityFilter", "int", 0}}), Look(),
+                                    Attributes({{"x5SoundVelocityFilter", "int", 3}}), Choose(page, filter, 0)});
     EXPECT_EQ(run.Control(1, page, filter).at("visible"), true);
     EXPECT_EQ(run.Control(1, page, filterCaption).at("visible"), true);
     EXPECT_EQ(run.Control(1, page, filter).at("selected"), 2) << "Normal";
     EXPECT_EQ(run.Requests(2), Json::parse(R"([[["x5SoundVelocityFilter", "int", 4]]])"));
     EXPECT_EQ(run.Control(4, page, filter).at("visible"), false);
+    EXPECT_EQ(run.Requests(6), Json::parse(R"([[["x5SoundVelocityFilter", "int", 1]]])"));
 }
 
 TEST(OceanPage, IsLockedWhereTheTrackerGoverns)

@@ -64,6 +64,16 @@ TEST_F(ScrollSliders, TellEachKeyByItsKind)
                                     ended, toLeftEnd, ended}));
 }
 
+TEST_F(ScrollSliders, EndAnActionThatComesFromNoHandAtOnce)
+{
+    // As from an aid for those who use neither mouse nor keys.
+    slider.triggerAction(QAbstractSlider::SliderSingleStepAdd);
+    EXPECT_EQ(scrolls.kinds, (Kinds{lineRight, ended}));
+    EXPECT_EQ(requests.made, Made{"x5Gain=1"});
+    slider.triggerAction(QAbstractSlider::SliderNoAction);
+    EXPECT_EQ(scrolls.kinds.size(), 2U);
+}
+
 TEST_F(ScrollSliders, EndAThumbThatWasPulledAloneByARelease)
 {
     QTest::mouseClick(&slider, Qt::LeftButton, Qt::NoModifier, End());

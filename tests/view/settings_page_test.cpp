@@ -185,7 +185,9 @@ TEST(SettingsPage, OffersOffAndMaxToASonarThatPingsFreely)
         With(ModeSettings(), Json::parse(R"(["x5PingRate", [["x5Max", "double", 1], ["x5Ratio", "double", 1],
                                         ["x5FreeRun", "bool", true]]])"));
     auto const tree = With(With(SonarTree(settings), {"x5PingOnOffState", "int", 1}), Value("x5MaxPingRate", 1));
-    ViewRun const run(tree, {Look(), SlideTo(page, pingRate, moving, 0), Look(), Slide(page, pingRate, ended)});
+    ViewRun const run(tree, {Look(), SlideTo(page, pingRate, moving, 0), Look(), Slide(page, pingRate, ended),
+                             SlideTo(page, pingRate, moving, 1), Look(),
+                             Attributes(Json::array({{"x5SonarSettings", ModeSettings()}})), Look()});
     EXPECT_EQ(run.Control(0, page, pingRate).at("max"), 1);
     EXPECT_EQ(run.Control(0, page, pingRate).at("position"), 1);
     EXPECT_EQ(run.Control(0, page, pingRateText).at("text"), "MAX");
@@ -193,6 +195,20 @@ TEST(SettingsPage, OffersOffAndMaxToASonarThatPingsFreely)
     EXPECT_EQ(run.Control(0, page, 16950).at("text"), "MAX");
     EXPECT_EQ(run.Control(2, page, pingRateText).at("text"), "OFF");
     EXPECT_EQ(run.Requests(3), OneRequest("x5MaxPingRate", "double", 0.0));
+    EXPECT_EQ(run.Control(5, page, pingRateText).at("text"), "MAX");
+    EXPECT_EQ(run.Control(7, page, 16949).at("text"), "0") << "a sonar that can be set again";
+    EXPECT_EQ(run.Control(7, page, 16950).at("text"), "20");
+}
+
+TEST(SettingsPage, AsksForPingsOnlyWhereTheyAreOffAndTheRateIsNot)
+{
+    auto const rate = With(SonarTree(), Value("x5MaxPingRate", 10));
+    ViewRun const off(rate, {Look(), Slide(page, pingRate, ended)});
+    EXPECT_EQ(off.Control(0, page, pingRate).at("position"), 0) << "the rate stands, the pings are off";
+    EXPECT_EQ(off.Requests(1), OneRequest("x5MaxPingRate", "double", 10.0));
+    ViewRun const on(With(rate, {"x5PingOnOffState", "int", 1}), {Look(), Slide(page, pingRate, ended)});
+    EXPECT_EQ(on.Control(0, page, pingRate).at("position"), 100);
+    EXPECT_EQ(on.Requests(1), OneRequest("x5MaxPingRate", "double", 10.0));
 }
 
 TEST(SettingsPage, SendsADragOfTheRangeOnce)
@@ -339,6 +355,15 @@ TEST(SettingsPage, TakesTheMinimaOfTheSteeringAsAFirstValueAlone)
     EXPECT_EQ(run.Control(2, page, steeringText).at("text"), "0.00\u00B0");
 }
 
+TEST(SettingsPage, TakesEachSteeringAngleThatChangesAlone)
+{
+    auto const tree = With(With(SonarTree(), Value("x5ProjBeamAngleVer", 5)), Value("x5ProjBeamAngleHor", 3));
+    ViewRun const run(tree, {Attributes(Json::array({Value("x5ProjBeamAngleHor", 4)})), Slide(page, steering, ended),
+                             Attributes(Json::array({Value("x5ProjBeamAngleVer", -10)})), Look()});
+    EXPECT_EQ(run.Requests(1), OneRequest("x5BeamSteer", "pair", {5.0, 4.0}));
+    EXPECT_EQ(run.Control(3, page, steeringText).at("text"), "-10.00\u00B0") << "one minimum alone is a value";
+}
+
 TEST(SettingsPage, KnowsTwoGainModes)
 {
     ViewRun const run(SonarTree(),
@@ -383,10 +408,13 @@ TEST(SettingsPage, AsksForModeAndPulseType)
     auto const second = With(With(ModeSettings(), {"SystemText", "string", "400 kHz"}), {"DeviceEnum", "int", 7});
     auto tree = SonarTree();
     tree.push_back({"x5SonarSettings", second});
-    ViewRun const run(tree, {Choose(page, modes, 1), Choose(page, pulseType, 1), Choose(page, modes, 2)});
+    ViewRun const run(tree, {Choose(page, modes, 1), Choose(page, pulseType, 1), Choose(page, modes, 2),
+                             Choose(page, modes, 0), Choose(page, pulseType, 0)});
     EXPECT_EQ(run.Requests(0), OneRequest("DeviceEnum", "int", 7));
     EXPECT_EQ(run.Requests(1), OneRequest("x5PulseType", "int", 1));
     EXPECT_EQ(run.Events(2), Json::array()) << "there is no such mode";
+    EXPECT_EQ(run.Requests(3), OneRequest("DeviceEnum", "int", 0));
+    EXPECT_EQ(run.Requests(4), OneRequest("x5PulseType", "int", 0));
 }
 
 TEST(SettingsPage, OffersScanningOnlyOnAPanAndTiltUnit)

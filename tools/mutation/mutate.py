@@ -34,8 +34,11 @@ COMPLAINT = re.compile(r"^(\S+?):(\d+):\d+: +(?:error|fatal error|required from)
 # Rounds of building without what did not compile in the round before.
 BUILD_ROUNDS = 6
 
+# So often what is known is written down.
+KEEP_SECONDS = 30.0
+
 # Files of the project that no test of a mutant reads.
-NOT_READ = ("dev", "scripts", "tools")
+NOT_READ = ("CONTRIBUTING.md", "dev", "scripts", "tools")
 
 # Of a mutant that survives without a run.
 NEVER_DIFFERS = "has the same value in every test"
@@ -360,7 +363,7 @@ def run_all(judge: suite.Judge, mutants: list[Mutant], given: dict[int, list[sui
             verdicts: dict[int, suite.Verdict], memory: Memory, digests: dict[str, str], jobs: int) -> None:
     """Adds the verdicts on the mutants that are given some tests, or none more."""
     say(f"Running {len(given)} mutants")
-    started = time.monotonic()
+    started = kept = time.monotonic()
 
     def one(number: int) -> tuple[int, suite.Verdict]:
         mutant = mutants[number - 1]
@@ -374,8 +377,10 @@ def run_all(judge: suite.Judge, mutants: list[Mutant], given: dict[int, list[sui
         for count, (number, verdict) in enumerate(pool.map(one, given), 1):
             verdicts[number] = verdict
             memory.note(number, verdict)
-            if count % 100 == 0:
+            if time.monotonic() - kept > KEEP_SECONDS:
                 memory.keep()
+                kept = time.monotonic()
+            if count % 100 == 0:
                 say(f"{count} of {len(given)} after {time.monotonic() - started:.0f} s")
     memory.keep()
 
@@ -449,6 +454,7 @@ def main() -> int:
     chosen = list(former)
     if options.again:
         chosen = [number for number, verdict in former.items() if verdict is None or not verdict.killed]
+        chosen.sort(key=lambda number: former[number] is not None)  # what is not known at all comes first
     if options.sample is not None:
         chosen = sorted(random.Random(options.seed).sample(chosen, min(options.sample, len(chosen))))
     if not options.again:

@@ -27,6 +27,9 @@ DEAR_SECONDS = 1.0
 # On a busy machine a run may take so many times its limit.
 MOST_PATIENCE = 6
 
+# So often a run is looked at, whether it still gets on.
+LOOK_SECONDS = 1.0
+
 # So many tests that neighbours fell to are tried first.
 LIKELY_TESTS = 4
 
@@ -84,17 +87,28 @@ def list_tests(build: pathlib.Path, wanted: str, left_out: str) -> list[Test]:
     return tests
 
 
-def ends_within(process: subprocess.Popen, limit: float) -> bool:
-    """Waits for the end of a process. What it spends in the queue for a processor does not count, within reason."""
-    started = time.monotonic()
-    left = limit
-    while left > 0:
+def ends_within(process: subprocess.Popen, silence: float, total: float, output: int) -> bool:
+    """Waits for the end of a process, which is to write to `output` after so much silence at most. What it spends in the
+    queue for a processor does not count, within reason.
+    """
+    started = since = time.monotonic()
+    written, queued_before, queued = 0, 0.0, 0.0
+    while time.monotonic() - started < MOST_PATIENCE * total:
+        left = min(silence + queued, MOST_PATIENCE * silence) - (time.monotonic() - since)
+        if left <= 0:
+            now = queued_seconds(process.pid) - queued_before
+            if now <= queued or time.monotonic() - since >= MOST_PATIENCE * silence:
+                return False
+            queued = now
+            continue
         try:
-            process.wait(left)
+            process.wait(min(left, LOOK_SECONDS))
             return True
         except subprocess.TimeoutExpired:
-            spent = time.monotonic() - started
-            left = min(limit + queued_seconds(process.pid), MOST_PATIENCE * limit) - spent
+            size = os.fstat(output).st_size
+            if size != written:
+                written, since = size, time.monotonic()
+                queued_before, queued = queued_seconds(process.pid), 0.0
     return False
 
 
@@ -128,7 +142,9 @@ class Runner:
         shutil.rmtree(scratch, ignore_errors=True)
         scratch.mkdir(parents=True)
 
-    def run(self, tests: list[Test], limit: float, mutant: int = 0, reached: pathlib.Path | None = None) -> Outcome:
+    def run(self, tests: list[Test], silence: float, total: float = 0.0, mutant: int = 0,
+            reached: pathlib.Path | None = None) -> Outcome:
+        """Runs the tests in one process, which may be silent so long, and take so long in all."""
         folder = tempfile.mkdtemp(dir=self.scratch)
         environment = dict(os.environ, TMPDIR=folder, **dict(tests[0].environment))
         environment.pop("QX5_MUTANT", None)
@@ -142,7 +158,7 @@ class Runner:
             process = subprocess.Popen(limited, cwd=tests[0].folder, env=environment, stdin=subprocess.DEVNULL,
                                        stdout=output, stderr=subprocess.STDOUT, start_new_session=True)
             try:
-                by_time = not ends_within(process, limit)
+                by_time = not ends_within(process, silence, max(silence, total), output.fileno())
             finally:
                 # Programs that the test has started go with it.
                 try:
@@ -235,12 +251,14 @@ class Judge:
         return sum(self.seconds[test.name] for test in tests)
 
     def judge_by_batch(self, number: int, tests: list[Test]) -> Verdict | None:
-        limit = self.least_limit + 3 * self.expected(tests)
+        # Each test of a program of GoogleTest tells when it begins.
+        silence = self.least_limit + 3 * max(self.seconds[test.name] for test in tests)
+        total = self.least_limit + 3 * self.expected(tests)
         left = list(tests)
         for _ in range(3):
             if not left:
                 return None
-            outcome = self.runner.run(left, limit, mutant=number)
+            outcome = self.runner.run(left, silence, total, mutant=number)
             if not outcome.fell:
                 return None
             culprit = at_fault(left, outcome)
@@ -249,12 +267,12 @@ class Judge:
             if outcome.by_time:
                 return Verdict("killed by time", culprit.name)
             # What counts is that the test falls as ctest runs it: alone, and not by chance.
-            if self.runner.run([culprit], limit, mutant=number).fell:
+            if self.runner.run([culprit], silence, mutant=number).fell:
                 return Verdict("killed", culprit.name)
             left.remove(culprit)
         # They disturb one another with this mutant: each for itself.
         for test in left:
-            outcome = self.runner.run([test], limit, mutant=number)
+            outcome = self.runner.run([test], silence, mutant=number)
             if outcome.fell:
                 return Verdict("killed by time" if outcome.by_time else "killed", test.name)
         return None
