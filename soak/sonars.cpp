@@ -1,0 +1,231 @@
+// The soak's simulated sonars, and what is in the water when.
+#include "sonars.h"
+
+#include <protocol/records/basic.h>
+#include <protocol/utf8.h>
+
+#include <algorithm>
+#include <array>
+
+#include <fmt/format.h>
+
+namespace qx5::soak {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A pause is told in whole milliseconds, rounded.
+constexpr auto rounding = 1ms;
+/// What excuses a ping may be seen at the sonar so long before or after it.
+constexpr auto around = 2s;
+/// A ping is judged when all that may excuse it has been seen.
+constexpr auto judgedAfter = 3s;
+constexpr auto forgottenAfter = 10s;
+
+} // namespace
+
+Sonars::Sonars()
+{
+    m_judgedUntil = Clock::now();
+    for (std::size_t i = 0; i < SonarCount; ++i) {
+        m_sonars.push_back(std::make_unique<Sonar>());
+    }
+    for (std::size_t i = 0; i < SonarCount; ++i) {
+        simulator::ServerOptions options;
+        options.rebootTime = 300ms;
+        m_sonars[i]->server = std::make_unique<simulator::SonarServer>(
+            options, [this, i](simulator::SonarEvent const& event) { OnEvent(i, event); });
+        if (auto const problem = m_sonars[i]->server->Start()) {
+            throw Broken("a sonar cannot listen: " + problem->text);
+        }
+    }
+}
+
+Sonars::~Sonars()
+{
+    for (auto const& sonar : m_sonars) {
+        sonar->server->Stop();
+    }
+}
+
+std::uint16_t Sonars::Port(std::size_t sonar) const
+{
+    return m_sonars[sonar]->server->Port();
+}
+
+bool Sonars::Try(std::size_t sonar, std::string_view line, std::string& answer)
+{
+    if (line.starts_with("buffer-status")) {
+        std::lock_guard const lock(m_sonars[sonar]->mutex);
+        m_sonars[sonar]->disturbances.push_back(Clock::now());
+    }
+    return m_sonars[sonar]->server->Command(line, answer);
+}
+
+void Sonars::Command(std::size_t sonar, std::string_view line)
+{
+    if (std::string answer; !Try(sonar, line, answer)) {
+        throw Broken(fmt::format("sonar {} does not take '{}': {}", sonar + 1, line, answer));
+    }
+}
+
+std::uint64_t Sonars::OpenConnections(std::size_t sonar)
+{
+    return m_sonars[sonar]->server->Counts().open;
+}
+
+std::uint64_t Sonars::Pings(std::size_t sonar) const
+{
+    std::lock_guard const lock(m_sonars[sonar]->mutex);
+    return m_sonars[sonar]->pingCount;
+}
+
+double Sonars::LastRange(std::size_t sonar) const
+{
+    std::lock_guard const lock(m_sonars[sonar]->mutex);
+    return m_sonars[sonar]->lastRange;
+}
+
+void Sonars::ControlChanges()
+{
+    std::lock_guard const lock(m_mutex);
+    m_controlChanges.push_back(Clock::now());
+}
+
+void Sonars::OnEvent(std::size_t index, simulator::SonarEvent const& event)
+{
+    using simulator::EventKind;
+    Sonar& sonar = *m_sonars[index];
+    auto const now = Clock::now();
+    switch (event.kind) {
+    case EventKind::Connected:
+    case EventKind::Disconnected: {
+        std::lock_guard const lock(sonar.mutex);
+        sonar.newestConnection = std::max(sonar.newestConnection, event.connection);
+        sonar.disturbances.push_back(now);
+        break;
+    }
+    case EventKind::Record: {
+        std::lock_guard const lock(sonar.mutex);
+        if (event.record->effect == simulator::Effect::Ping) {
+            sonar.isCommandStale = event.connection != sonar.newestConnection;
+        }
+        for (auto const& [key, value] : event.record->values) {
+            if (auto const* const range = std::get_if<double>(&value);
+                range != nullptr && key == &protocol::keys::x5Range) {
+                sonar.lastRange = *range;
+            }
+        }
+        break;
+    }
+    case EventKind::Pinged: {
+        bool const isOwn = PingsByItself(index);
+        bool const isOfGroup = TurnsOf[index].group != 0;
+        bool isJudged = false;
+        {
+            std::lock_guard const lock(sonar.mutex);
+            isJudged = isOfGroup && !isOwn && !sonar.isCommandStale;
+            ++sonar.pingCount;
+            auto const travelTime =
+                std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(event.pingTravelTime));
+            sonar.pings.push_back({now, now + travelTime, isJudged});
+        }
+        std::lock_guard const lock(m_mutex);
+        ++m_counts.all;
+        m_counts.judged += isJudged ? 1U : 0U;
+        m_counts.own += isOfGroup && isOwn ? 1U : 0U;
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+/// On the sonar's own thread.
+bool Sonars::PingsByItself(std::size_t sonar)
+{
+    static std::string const ask = "state " + protocol::EncodeUtf8(protocol::keys::x5PingOnOffState.text);
+    std::string answer;
+    m_sonars[sonar]->server->Command(ask, answer);
+    return !answer.ends_with("= 0");
+}
+
+bool Sonars::IsDisturbed(std::size_t sonar, Clock::time_point from, Clock::time_point to) const
+{
+    std::lock_guard const lock(m_sonars[sonar]->mutex);
+    auto const& times = m_sonars[sonar]->disturbances;
+    return std::any_of(times.begin(), times.end(), [&](auto time) { return time >= from && time <= to; });
+}
+
+bool Sonars::HasControlChanged(Clock::time_point from, Clock::time_point to) const
+{
+    std::lock_guard const lock(m_mutex);
+    return std::any_of(m_controlChanges.begin(), m_controlChanges.end(),
+                       [&](auto time) { return time >= from && time <= to; });
+}
+
+void Sonars::JudgePings()
+{
+    struct Seen
+    {
+        std::size_t sonar;
+        Ping ping;
+    };
+    auto const until = Clock::now() - judgedAfter;
+    auto const forget = [&](auto& list, auto timeOf) {
+        while (!list.empty() && timeOf(list.front()) < until - forgottenAfter) {
+            list.pop_front();
+        }
+    };
+    std::array<std::vector<Seen>, 4> groups;
+    for (std::size_t i = 0; i < SonarCount; ++i) {
+        std::lock_guard const lock(m_sonars[i]->mutex);
+        forget(m_sonars[i]->pings, [](Ping const& ping) { return ping.begin; });
+        forget(m_sonars[i]->disturbances, [](Clock::time_point time) { return time; });
+        for (Ping const& ping : m_sonars[i]->pings) {
+            if (ping.isJudged && ping.begin <= until) {
+                groups[static_cast<std::size_t>(TurnsOf[i].group)].push_back({i, ping});
+            }
+        }
+    }
+    {
+        std::lock_guard const lock(m_mutex);
+        forget(m_controlChanges, [](Clock::time_point time) { return time; });
+    }
+    for (auto& group : groups) {
+        std::sort(group.begin(), group.end(), [](Seen const& a, Seen const& b) { return a.ping.begin < b.ping.begin; });
+        for (auto first = group.begin(); first != group.end(); ++first) {
+            for (auto second = first + 1; second != group.end() && second->ping.begin + rounding < first->ping.end;
+                 ++second) {
+                if (second->sonar == first->sonar || second->ping.begin <= m_judgedUntil) {
+                    continue;
+                }
+                auto const from = first->ping.begin - around;
+                auto const to = second->ping.begin + around;
+                if (HasControlChanged(from, to) || IsDisturbed(first->sonar, from, to) ||
+                    IsDisturbed(second->sonar, from, to)) {
+                    std::lock_guard const lock(m_mutex);
+                    ++m_counts.excused;
+                    continue;
+                }
+                using Milliseconds = std::chrono::duration<double, std::milli>;
+                throw Broken(fmt::format(
+                    "sonars {} and {} of group {} were in the water at once: the second pinged {:.1f} ms after the "
+                    "first, whose echoes take {:.1f} ms",
+                    first->sonar + 1, second->sonar + 1, TurnsOf[first->sonar].group,
+                    Milliseconds(second->ping.begin - first->ping.begin).count(),
+                    Milliseconds(first->ping.end - first->ping.begin).count()));
+            }
+        }
+    }
+    m_judgedUntil = until;
+}
+
+PingCounts Sonars::Counts() const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_counts;
+}
+
+} // namespace qx5::soak
