@@ -5,6 +5,7 @@
 #include "handlers/command_catalogue.h"
 
 #include <VordalAttributesR/CVordalType.h>
+#include <protocol/catalogue.h>
 #include <protocol/utf8.h>
 
 #include <algorithm>
@@ -43,12 +44,16 @@ bool HasKey(std::span<protocol::Field const> fields, protocol::Key const* key)
     });
 }
 
+/// Whether who reads the record finds the key in it: records of several families share a number and a form.
 bool IsCarried(Sending const& sending, protocol::Key const* key)
 {
-    auto const& record = sending.record;
-    bool const isByItself = record.fields.empty() && record.itemFields.empty(); // that it comes says all
-    return isByItself || HasKey(record.fields, key) || HasKey(record.itemFields, key) ||
-           (record.tailKey != nullptr && record.tailKey == key);
+    auto const* const record = protocol::FindLayout(sending.record.carrier, sending.record.id, sending.record.size);
+    if (record == nullptr) {
+        return false;
+    }
+    bool const isByItself = record->fields.empty() && record->itemFields.empty(); // that it comes says all
+    return isByItself || HasKey(record->fields, key) || HasKey(record->itemFields, key) ||
+           (record->tailKey != nullptr && record->tailKey == key);
 }
 
 } // namespace
