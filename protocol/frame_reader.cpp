@@ -138,6 +138,9 @@ void FrameReader::Feed(std::span<unsigned char const> bytes)
     } else if (m_begin > 0 && m_begin >= m_bytes.size() - m_begin) {
         m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin));
         m_begin = 0;
+        // What came with the end of a large frame must not keep its memory.
+        if (m_bytes.capacity() > KeptBytes && m_bytes.size() < m_bytes.capacity() / 4)
+            m_bytes.shrink_to_fit();
     }
     m_finished = false;
     m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());

@@ -19,7 +19,7 @@ namespace qx5::protocol {
 /// feeds the reader knows the time and says when an unfinished frame is doubted, or that nothing more comes.
 ///
 /// Memory: at most one unfinished frame (`maximumFrameSize`) and what was fed since the frames were last taken;
-/// garbage is dropped at once.
+/// garbage is dropped at once. What a large frame took is given back when anything, be it nothing, is fed after it.
 ///
 /// For one thread at a time.
 class FrameReader
@@ -54,6 +54,8 @@ public:
     std::uint64_t Position() const { return m_position; }
     /// Bytes held now.
     std::size_t BufferedBytes() const { return m_bytes.size() - m_begin; }
+    /// Memory for them, in bytes.
+    std::size_t HeldMemory() const { return m_bytes.capacity(); }
 
 private:
     /// What may be a frame inside of the unfinished one and had not arrived whole when it was found.

@@ -11,6 +11,10 @@ namespace {
 constexpr std::uint64_t GreatestDelay = 600000; // ms
 constexpr std::uint64_t GreatestGarbage = 1U << 20;
 constexpr std::uint64_t UsualGarbage = 37;
+/// Larger than what follows, and still a size that a host takes from a sonar.
+constexpr std::uint64_t UsualClaim = 8U << 20;
+constexpr std::uint64_t UsualCollidingKeys = 10000;
+constexpr std::uint64_t UsualDrip = 50; // ms
 
 constexpr auto Names = std::to_array<MisbehaviourName>({
     {"drop-link", "[RECORDS]", "cut the link after so many records, or at once"},
@@ -21,6 +25,11 @@ constexpr auto Names = std::to_array<MisbehaviourName>({
     {"silent", "", "take everything, answer nothing"},
     {"half-frame", "", "send half of the next frame, then cut the link"},
     {"stall", "", "stop reading"},
+    {"vanish", "", "acknowledge nothing and send nothing, as with a pulled cable"},
+    {"lie-about-size", "[BYTES]", "send each third frame first with a size word that claims so much, 8 MiB"},
+    {"flood", "KIND", "send as much of one kind as the line takes"},
+    {"collide", "[KEYS]", "send a tree of keys with one hash, 10000, once on each connection"},
+    {"slow-drip", "[MILLISECONDS]", "send byte by byte, each after that time, 50"},
 });
 
 bool ParseCount(std::string_view text, std::uint64_t greatest, std::uint64_t& count)
@@ -83,10 +92,39 @@ bool AddMisbehaviour(std::string_view name, std::string_view argument, Misbehavi
         current.garbageBytes = static_cast<std::size_t>(count);
         return true;
     }
+    if (name == "lie-about-size") {
+        count = UsualClaim;
+        if (!argument.empty() && !ParseCount(argument, UINT32_MAX, count))
+            return wants("a number of bytes up to " + std::to_string(UINT32_MAX));
+        current.claimedSize = static_cast<std::uint32_t>(count);
+        return true;
+    }
+    if (name == "flood") {
+        auto const* const kind = FindFloodKind(argument);
+        if (kind == nullptr)
+            return wants("one of: " + FloodKindNames());
+        current.flood = kind;
+        return true;
+    }
+    if (name == "collide") {
+        count = UsualCollidingKeys;
+        if (!argument.empty() && (!ParseCount(argument, MaximumCollidingKeys, count) || count == 0))
+            return wants("a number of keys from 1 to " + std::to_string(MaximumCollidingKeys));
+        current.collidingKeys = static_cast<std::size_t>(count);
+        return true;
+    }
+    if (name == "slow-drip") {
+        count = UsualDrip;
+        if (!argument.empty() && (!ParseCount(argument, GreatestDelay, count) || count == 0))
+            return wants("a number of milliseconds from 1 to " + std::to_string(GreatestDelay));
+        current.slowDrip = std::chrono::milliseconds(count);
+        return true;
+    }
     bool* const flag = name == "split"        ? &current.split
                        : name == "silent"     ? &current.silent
                        : name == "half-frame" ? &current.halfFrame
                        : name == "stall"      ? &current.stall
+                       : name == "vanish"     ? &current.vanish
                                               : nullptr;
     if (flag == nullptr) {
         error =
@@ -120,6 +158,16 @@ std::string Describe(Misbehaviour const& current)
         add("half-frame");
     if (current.stall)
         add("stall");
+    if (current.vanish)
+        add("vanish");
+    if (current.claimedSize)
+        add("lie-about-size " + std::to_string(*current.claimedSize) + " bytes");
+    if (current.flood != nullptr)
+        add("flood " + std::string(current.flood->name));
+    if (current.collidingKeys > 0)
+        add("collide " + std::to_string(current.collidingKeys) + " keys");
+    if (current.slowDrip.count() > 0)
+        add("slow-drip " + std::to_string(current.slowDrip.count()) + " ms");
     return text.empty() ? "none" : text;
 }
 

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include <simulator/flood.h>
+
 namespace qx5::simulator {
 
 /// How a sonar is that takes no connections.
@@ -30,6 +32,12 @@ struct Misbehaviour
     bool silent = false;          ///< takes everything, tells nothing
     bool halfFrame = false;       ///< of the next frame only the first half leaves, then the link is cut; happens once
     bool stall = false;           ///< reads nothing
+    bool vanish = false;          ///< nothing that arrives is acknowledged, and nothing leaves
+    /// Before each third frame a copy of it leaves whose size word claims so much.
+    std::optional<std::uint32_t> claimedSize;
+    FloodKind const* flood = nullptr;      ///< leaves whenever nothing else does
+    std::size_t collidingKeys = 0;         ///< of a tree that leaves once on each connection
+    std::chrono::milliseconds slowDrip{0}; ///< bytes leave one by one, each after this time
 };
 
 /// One row of the list of failures.

@@ -107,6 +107,19 @@ void ReadCommands(std::shared_ptr<Run> const& run, std::istream& commands, bool 
 
 } // namespace
 
+std::string ListenWarning(std::string_view address)
+{
+    asio::error_code error;
+    auto const parsed =
+        asio::ip::make_address(address == "localhost" ? std::string("127.0.0.1") : std::string(address), error);
+    if (error || parsed.is_loopback() ||
+        (parsed.is_v6() && parsed.to_v6().is_v4_mapped() &&
+         asio::ip::make_address_v4(asio::ip::v4_mapped, parsed.to_v6()).is_loopback()))
+        return {};
+    return "listening on " + std::string(address) +
+           ": whoever reaches this machine can command the sonar; 127.0.0.1 is for this machine alone";
+}
+
 int RunSimulator(SimulatorOptions const& options, std::istream& commands, std::ostream& out, std::ostream& err,
                  SimulatorStop& stop)
 {
@@ -122,6 +135,8 @@ int RunSimulator(SimulatorOptions const& options, std::istream& commands, std::o
         err << "qx5 sim: " << error->text << '\n';
         return error->kind == StartError::Kind::BadAddress ? 2 : 1;
     }
+    if (auto const warning = ListenWarning(options.server.address); !warning.empty())
+        err << "qx5 sim: " << warning << '\n' << std::flush;
     bool const isVersion6 = options.server.address.find(':') != std::string::npos;
     out << "listening on " << (isVersion6 ? "[" : "")
         << (options.server.address == "localhost" ? "127.0.0.1" : options.server.address) << (isVersion6 ? "]:" : ":")

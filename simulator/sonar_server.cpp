@@ -13,11 +13,14 @@
 
 #include <asio.hpp>
 
+#include <protocol/bytes.h>
 #include <protocol/frame_reader.h>
 #include <protocol/idle_limit.h>
 #include <protocol/print.h>
 #include <protocol/utf8.h>
+#include <simulator/flood.h>
 #include <simulator/misbehaviour.h>
+#include <simulator/socket_filter.h>
 
 namespace qx5::simulator {
 
@@ -31,6 +34,8 @@ using SharedBytes = std::shared_ptr<Bytes const>;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t GreatestPingsWaiting = 64;
+constexpr std::size_t SizeWordAt = 8;     // of a frame
+constexpr std::uint64_t FramesToALie = 3; // the first, the fourth and so on
 
 struct Outgoing
 {
@@ -42,15 +47,18 @@ struct Outgoing
 struct Connection
 {
     Connection(asio::io_context& context, tcp::socket&& accepted, std::uint64_t itsNumber, protocol::IdleLimit limit)
-        : socket(std::move(accepted)), sendTimer(context), idleTimer(context), number(itsNumber), idleLimit(limit)
+        : socket(std::move(accepted)), sendTimer(context), idleTimer(context), quietTimer(context), number(itsNumber),
+          idleLimit(limit)
     {
     }
 
     tcp::socket socket;
     asio::steady_timer sendTimer;
     asio::steady_timer idleTimer;
+    asio::steady_timer quietTimer;
     std::uint64_t number;
     bool open = true;
+    SteadyTime heard = Clock::now(); ///< the last good frame, or the connection itself
     protocol::FrameReader reader;
     protocol::IdleLimit idleLimit;
     bool idleWatched = false; ///< the timer is under way
@@ -59,9 +67,12 @@ struct Connection
     bool reading = false; ///< an operation is under way
     std::deque<Outgoing> queue;
     std::size_t queuedBytes = 0;
-    Bytes leaving;        ///< the frame under way, with what is sent before it
-    std::size_t left = 0; ///< bytes of `leaving` that have left
-    bool writing = false; ///< an operation or the timer is under way
+    Bytes leaving;             ///< the frame under way, with what is sent before it
+    std::size_t left = 0;      ///< bytes of `leaving` that have left
+    bool writing = false;      ///< an operation or the timer is under way
+    bool heldBack = false;     ///< the rest of `leaving` waits until what vanished is back
+    bool overflown = false;    ///< more piled up meanwhile than may wait
+    bool collisionDue = false; ///< a tree of colliding keys is still to leave
     bool closeAfterWrite = false;
     bool damageTold = false;
     bool unfinishedTold = false;
@@ -69,6 +80,9 @@ struct Connection
     std::uint64_t bytesSent = 0;
     std::uint64_t framesSent = 0;
     std::uint64_t skippedBytes = 0;
+
+    /// Whether it has shown that it speaks the protocol.
+    bool IsKnown() const { return reader.GoodFrames() > 0; }
 };
 using ConnectionPointer = std::shared_ptr<Connection>;
 
@@ -214,6 +228,9 @@ private:
     void ListenAgain();
     void Accept();
     void Take(tcp::socket&& socket);
+    bool MakeRoom();
+    void AwaitFirstFrame(ConnectionPointer const& connection);
+    void BoundUnfinished();
     void Close(ConnectionPointer const& connection, std::string_view why);
     void CloseConnections(std::string_view why);
     void CloseAll();
@@ -227,7 +244,17 @@ private:
     void Broadcast(SharedBytes const& bytes);
     void PumpWrites(ConnectionPointer const& connection);
     void Write(ConnectionPointer const& connection);
+    void WriteBytes(ConnectionPointer const& connection, std::size_t count);
+    void WriteOn();
+    SharedBytes NextFrame(ConnectionPointer const& connection);
+    SharedBytes FloodFrame(FloodRecord const& record);
     void AppendGarbage(Bytes& bytes);
+    void AppendLie(Bytes& bytes, Bytes const& frame);
+    bool Vanish(bool vanish);
+    bool Misbehave(std::string_view name, std::string_view argument, std::string& answer);
+    void Behave();
+    void Introduce(ConnectionPointer const& connection);
+    std::int32_t EnumeratorOf(Head const& head) const;
     SharedBytes TreeFrame(std::vector<TreeNode> nodes, Head const& head);
 
     // The sonar's own doing.
@@ -268,6 +295,8 @@ private:
     ServerCounts m_counts; // of connections that ended, and of what belongs to none
     std::uint64_t m_lastNumber = 0;
     std::uint32_t m_garbageSeed = 1;
+    std::uint64_t m_framesSinceLie = 0;
+    std::uint64_t m_floodRecords = 0;
     bool m_poweredOn = true;
     bool m_stopping = false;
     bool m_reportScheduled = false;
@@ -313,6 +342,8 @@ bool SonarServer::Implementation::Listen(asio::error_code& error)
         return false;
     }
     m_endpoint = m_acceptor.local_endpoint(ignored); // keeps a port that the system chose
+    if (m_misbehaviour.vanish)
+        DropWhatArrives(m_acceptor.native_handle(), true);
     Accept();
     return true;
 }
@@ -355,7 +386,7 @@ void SonarServer::Implementation::Accept()
 void SonarServer::Implementation::Take(tcp::socket&& socket)
 {
     asio::error_code error;
-    if (m_misbehaviour.refusal != Refusal::None || m_connections.size() >= m_options.greatestConnections) {
+    if (m_misbehaviour.refusal != Refusal::None || !MakeRoom()) {
         ++m_counts.refused;
         bool const full = m_misbehaviour.refusal == Refusal::None;
         socket.close(error);
@@ -373,12 +404,77 @@ void SonarServer::Implementation::Take(tcp::socket&& socket)
          connection->number);
     if (!connection->open)
         return;
-    if (!m_misbehaviour.silent) {
-        for (Head const& head : m_heads)
-            Send(connection, TreeFrame(m_state.Introduction(), head));
-        Tell(EventKind::Answered, "introduction", connection->number);
-    }
+    if (m_misbehaviour.vanish)
+        DropWhatArrives(connection->socket.native_handle(), true);
+    connection->collisionDue = m_misbehaviour.collidingKeys > 0;
+    Introduce(connection);
+    PumpWrites(connection);
+    AwaitFirstFrame(connection);
     Read(connection);
+}
+
+/// Sees to it that there is room for one more. Those who never sent a frame cannot keep a host out, nor can those who
+/// sent one once and then nothing; a host that is at work keeps its place.
+bool SonarServer::Implementation::MakeRoom()
+{
+    if (m_connections.size() < m_options.greatestConnections)
+        return true;
+    auto const known = [](ConnectionPointer const& connection) { return connection->IsKnown(); };
+    auto const oldest = std::min_element(m_connections.begin(), m_connections.end(),
+                                         [&](ConnectionPointer const& a, ConnectionPointer const& b) {
+                                             return std::pair(known(a), a->heard) < std::pair(known(b), b->heard);
+                                         });
+    if (oldest == m_connections.end() || (known(*oldest) && Clock::now() - (*oldest)->heard < m_options.quietLimit))
+        return false;
+    Close(ConnectionPointer(*oldest), "it gives way to another connection");
+    return true;
+}
+
+void SonarServer::Implementation::AwaitFirstFrame(ConnectionPointer const& connection)
+{
+    if (!connection->open)
+        return;
+    connection->quietTimer.expires_after(m_options.quietLimit);
+    connection->quietTimer.async_wait([this, connection](asio::error_code const& error) {
+        if (error || !connection->open || connection->IsKnown())
+            return;
+        // Where this side does not listen, nobody can be heard; and a host that only reads may, while there is room.
+        bool const isDeaf = m_misbehaviour.stall || m_misbehaviour.vanish || connection->held > 0;
+        bool const onlyReads =
+            connection->bytesReceived == 0 && m_connections.size() <= m_options.greatestConnections / 2;
+        if (isDeaf || onlyReads)
+            AwaitFirstFrame(connection);
+        else
+            Close(connection, "it has sent no record");
+    });
+}
+
+void SonarServer::Implementation::BoundUnfinished()
+{
+    for (;;) {
+        std::size_t sum = 0;
+        for (ConnectionPointer const& connection : m_connections)
+            sum += connection->reader.BufferedBytes();
+        if (sum <= m_options.greatestUnfinished)
+            return;
+        auto const weight = [](ConnectionPointer const& connection) {
+            auto const bytes = connection->reader.BufferedBytes();
+            return std::pair(bytes > 0 && !connection->IsKnown(), bytes);
+        };
+        auto const heaviest = std::max_element(
+            m_connections.begin(), m_connections.end(),
+            [&](ConnectionPointer const& a, ConnectionPointer const& b) { return weight(a) < weight(b); });
+        Close(ConnectionPointer(*heaviest), "unfinished frames take too much memory");
+    }
+}
+
+void SonarServer::Implementation::Introduce(ConnectionPointer const& connection)
+{
+    if (m_misbehaviour.silent || !connection->open)
+        return;
+    for (Head const& head : m_heads)
+        Send(connection, TreeFrame(m_state.Introduction(), head));
+    Tell(EventKind::Answered, "introduction", connection->number);
 }
 
 void SonarServer::Implementation::Close(ConnectionPointer const& connection, std::string_view why)
@@ -390,6 +486,7 @@ void SonarServer::Implementation::Close(ConnectionPointer const& connection, std
     connection->socket.close(ignored);
     connection->sendTimer.cancel();
     connection->idleTimer.cancel();
+    connection->quietTimer.cancel();
     connection->queue.clear();
     connection->queuedBytes = 0;
     std::erase(m_connections, connection);
@@ -457,6 +554,7 @@ void SonarServer::Implementation::TakeBytes(ConnectionPointer const& connection,
 {
     connection->reader.Feed(std::span(connection->arrived).first(count));
     TakeFrames(connection);
+    BoundUnfinished();
     if (connection->open) {
         connection->idleLimit.Heard(connection->reader, Clock::now());
         WatchIdle(connection);
@@ -470,8 +568,10 @@ void SonarServer::Implementation::TakeFrames(ConnectionPointer const& connection
         auto const frame = connection->reader.Next();
         if (!frame)
             break;
+        connection->heard = Clock::now();
         TakeFrame(connection, *frame);
     }
+    connection->reader.Feed({}); // gives back what a large frame took
     if (connection->open && !connection->damageTold && connection->reader.SkippedBytes() > 0) {
         connection->damageTold = true;
         Tell(EventKind::Damaged, "bytes that belong to no frame are skipped", connection->number);
@@ -553,16 +653,20 @@ void SonarServer::Implementation::TakeFrame(ConnectionPointer const& connection,
 
 // Of several heads each says who it is; a single one is the operation mode that it is in. For the rest they have the
 // same to tell.
+std::int32_t SonarServer::Implementation::EnumeratorOf(Head const& head) const
+{
+    auto const* const mode = m_heads.size() == 1 ? m_state.Find(protocol::keys::DeviceEnum) : nullptr;
+    return mode != nullptr ? std::get<std::int32_t>(*mode) : head.enumerator;
+}
+
 SharedBytes SonarServer::Implementation::TreeFrame(std::vector<TreeNode> nodes, Head const& head)
 {
-    std::int32_t enumerator = head.enumerator;
+    std::int32_t const enumerator = EnumeratorOf(head);
     if (m_heads.size() > 1) {
         for (TreeNode& node : nodes) {
             if (node.key == protocol::keys::DeviceEnum.text)
                 node.value = enumerator;
         }
-    } else if (auto const* const mode = m_state.Find(protocol::keys::DeviceEnum)) {
-        enumerator = std::get<std::int32_t>(*mode);
     }
     std::string error;
     auto const payload = protocol::EncodeTree(nodes, error);
@@ -579,7 +683,11 @@ void SonarServer::Implementation::Send(ConnectionPointer const& connection, Shar
     if (!bytes || !connection->open || m_misbehaviour.silent)
         return;
     if (connection->queuedBytes + bytes->size() > m_options.greatestSendQueue) {
-        Close(connection, "the host does not read");
+        // An end would leave, too.
+        if (m_misbehaviour.vanish)
+            connection->overflown = true;
+        else
+            Close(connection, "the host does not read");
         return;
     }
     // An answer never overtakes an earlier one, even when the delay has become shorter.
@@ -606,12 +714,52 @@ void SonarServer::Implementation::AppendGarbage(Bytes& bytes)
     }
 }
 
+// The copy is no frame, and what is told is none the less told: the good frame follows it.
+void SonarServer::Implementation::AppendLie(Bytes& bytes, Bytes const& frame)
+{
+    if (!m_misbehaviour.claimedSize || m_framesSinceLie++ % FramesToALie != 0)
+        return;
+    std::size_t const begin = bytes.size();
+    bytes.insert(bytes.end(), frame.begin(), frame.end());
+    protocol::PutU32LE(bytes, begin + SizeWordAt, *m_misbehaviour.claimedSize);
+}
+
+SharedBytes SonarServer::Implementation::FloodFrame(FloodRecord const& record)
+{
+    Head const& head = m_heads[static_cast<std::size_t>(m_floodRecords++ % m_heads.size())];
+    return std::make_shared<Bytes const>(
+        protocol::BuildFrame(record.id, {model::DeviceId, EnumeratorOf(head)}, m_state.UtcSeconds(), record.payload));
+}
+
+/// What leaves next; nothing while there is nothing, or it is not due yet. Floods wait for whatever else is to leave,
+/// and are made as the line takes them.
+SharedBytes SonarServer::Implementation::NextFrame(ConnectionPointer const& connection)
+{
+    auto& queue = connection->queue;
+    if (!queue.empty() && queue.front().due <= Clock::now()) {
+        SharedBytes next = std::move(queue.front().bytes);
+        queue.pop_front();
+        connection->queuedBytes -= next->size();
+        return next;
+    }
+    if (m_misbehaviour.silent)
+        return {};
+    if (std::exchange(connection->collisionDue, false))
+        return FloodFrame(CollidingTree(m_misbehaviour.collidingKeys));
+    if (m_misbehaviour.flood != nullptr)
+        return FloodFrame(m_misbehaviour.flood->make(m_floodRecords, m_state));
+    return {};
+}
+
 void SonarServer::Implementation::PumpWrites(ConnectionPointer const& connection)
 {
-    if (!connection->open || connection->writing || connection->queue.empty())
+    if (!connection->open || connection->writing || m_misbehaviour.vanish)
         return;
-    connection->writing = true;
-    if (connection->queue.front().due > Clock::now()) {
+    SharedBytes const next = NextFrame(connection);
+    if (!next) {
+        if (connection->queue.empty())
+            return;
+        connection->writing = true;
         connection->sendTimer.expires_at(connection->queue.front().due);
         connection->sendTimer.async_wait([this, connection](asio::error_code const&) {
             connection->writing = false;
@@ -619,26 +767,47 @@ void SonarServer::Implementation::PumpWrites(ConnectionPointer const& connection
         });
         return;
     }
-    Outgoing const next = std::move(connection->queue.front());
-    connection->queue.pop_front();
+    connection->writing = true;
     connection->leaving.clear();
     AppendGarbage(connection->leaving);
-    std::size_t length = next.bytes->size();
+    AppendLie(connection->leaving, *next);
+    std::size_t length = next->size();
     if (std::exchange(m_misbehaviour.halfFrame, false)) {
         length /= 2;
         connection->closeAfterWrite = true;
     }
-    connection->leaving.insert(connection->leaving.end(), next.bytes->begin(),
-                               next.bytes->begin() + static_cast<std::ptrdiff_t>(length));
+    connection->leaving.insert(connection->leaving.end(), next->begin(),
+                               next->begin() + static_cast<std::ptrdiff_t>(length));
     connection->left = 0;
-    connection->queuedBytes -= next.bytes->size();
     Write(connection);
 }
 
 void SonarServer::Implementation::Write(ConnectionPointer const& connection)
 {
-    std::size_t const rest = connection->leaving.size() - connection->left;
-    std::size_t const count = m_misbehaviour.split ? std::min<std::size_t>(1, rest) : rest;
+    if (!connection->open)
+        return;
+    if (m_misbehaviour.vanish) {
+        connection->heldBack = true;
+        return;
+    }
+    if (m_misbehaviour.slowDrip.count() > 0) {
+        connection->sendTimer.expires_after(m_misbehaviour.slowDrip);
+        connection->sendTimer.async_wait([this, connection](asio::error_code const&) {
+            if (!connection->open)
+                return;
+            if (m_misbehaviour.vanish)
+                connection->heldBack = true;
+            else
+                WriteBytes(connection, 1);
+        });
+        return;
+    }
+    WriteBytes(connection, m_misbehaviour.split ? 1 : connection->leaving.size() - connection->left);
+}
+
+/// At least one byte is left.
+void SonarServer::Implementation::WriteBytes(ConnectionPointer const& connection, std::size_t count)
+{
     asio::async_write(connection->socket, asio::buffer(connection->leaving.data() + connection->left, count),
                       [this, connection](asio::error_code const& error, std::size_t written) {
                           if (!connection->open)
@@ -661,6 +830,83 @@ void SonarServer::Implementation::Write(ConnectionPointer const& connection)
                           connection->writing = false;
                           PumpWrites(connection);
                       });
+}
+
+/// After a change of failures: what waits for a time or for another change looks again.
+void SonarServer::Implementation::WriteOn()
+{
+    auto const connections = m_connections; // writing may close one
+    for (ConnectionPointer const& connection : connections) {
+        connection->sendTimer.cancel();
+        if (m_misbehaviour.vanish)
+            continue;
+        if (std::exchange(connection->heldBack, false))
+            Write(connection);
+        else
+            PumpWrites(connection);
+    }
+}
+
+/// False where the system cannot; nothing has changed then.
+bool SonarServer::Implementation::Vanish(bool vanish)
+{
+    bool done = true;
+    if (m_acceptor.is_open())
+        done = DropWhatArrives(m_acceptor.native_handle(), vanish);
+    for (ConnectionPointer const& connection : m_connections)
+        done = DropWhatArrives(connection->socket.native_handle(), vanish) && done;
+    if (!done && vanish)
+        Vanish(false);
+    return done;
+}
+
+bool SonarServer::Implementation::Misbehave(std::string_view name, std::string_view argument, std::string& answer)
+{
+    Misbehaviour const before = m_misbehaviour;
+    bool dropNow = false;
+    if (!AddMisbehaviour(name, argument, m_misbehaviour, dropNow, answer))
+        return false;
+    if (m_misbehaviour.vanish && !before.vanish && !Vanish(true)) {
+        m_misbehaviour = before;
+        answer = "this system has no way to acknowledge nothing";
+        return false;
+    }
+    if (name == "collide") {
+        for (ConnectionPointer const& connection : m_connections)
+            connection->collisionDue = true;
+    } else if (name == "lie-about-size") {
+        m_framesSinceLie = 0;
+    }
+    if (dropNow)
+        CloseConnections("dropped on demand");
+    if (m_misbehaviour.refusal == Refusal::NotListening) {
+        asio::error_code ignored;
+        m_acceptor.close(ignored);
+    } else {
+        ListenAgain();
+    }
+    WriteOn();
+    answer = "failures: " + Describe(m_misbehaviour);
+    return true;
+}
+
+void SonarServer::Implementation::Behave()
+{
+    Misbehaviour const before = std::exchange(m_misbehaviour, {});
+    if (before.vanish)
+        Vanish(false);
+    ListenAgain();
+    auto const connections = m_connections; // reading and writing may close one
+    for (ConnectionPointer const& connection : connections) {
+        connection->collisionDue = false;
+        if (connection->overflown)
+            Close(connection, "the host does not read");
+        // What was told in between was not true.
+        if (before.flood != nullptr)
+            Introduce(connection);
+        Read(connection);
+    }
+    WriteOn();
 }
 
 // A frame that is for one of several heads names it; any other is for all.
@@ -983,28 +1229,12 @@ bool SonarServer::Implementation::Command(std::string_view line, std::string& an
     }
     if (word == "misbehave") {
         std::string_view const name = TakeWord(rest);
-        bool dropNow = false;
-        if (!AddMisbehaviour(name, rest, m_misbehaviour, dropNow, answer))
-            return false;
-        if (dropNow)
-            CloseConnections("dropped on demand");
-        if (m_misbehaviour.refusal == Refusal::NotListening) {
-            asio::error_code ignored;
-            m_acceptor.close(ignored);
-        } else {
-            ListenAgain();
-        }
-        answer = "failures: " + Describe(m_misbehaviour);
-        return true;
+        return Misbehave(name, rest, answer);
     }
     if (word == "behave") {
         if (!takesNothing())
             return false;
-        m_misbehaviour = {};
-        ListenAgain();
-        auto const connections = m_connections; // reading may close one
-        for (ConnectionPointer const& connection : connections)
-            Read(connection);
+        Behave();
         answer = "no failures";
         return true;
     }
@@ -1073,6 +1303,12 @@ bool SonarServer::Implementation::Command(std::string_view line, std::string& an
             std::string left = "  " + std::string(row.name) + " " + std::string(row.argument);
             left.resize(std::max<std::size_t>(left.size() + 1, 36), ' ');
             answer += "\n" + left + std::string(row.meaning);
+        }
+        answer += "\nkinds of flood:";
+        for (FloodKind const& kind : FloodKinds()) {
+            std::string left = "  " + std::string(kind.name);
+            left.resize(36, ' ');
+            answer += "\n" + left + std::string(kind.meaning);
         }
         return true;
     }

@@ -31,7 +31,16 @@ struct ServerOptions
     /// Report every ping as it is transmitted. Off, only those that a command asked for are reported: at 50 pings a
     /// second a host would be told more of pings than of anything else.
     bool announcePings = false;
+    /// Where there are more, that which was heard longest ago of those that have sent no good frame yet gives way to
+    /// the new one; else one with good frames that has been quiet for `quietLimit`. Where there is none, the new one is
+    /// refused.
     std::size_t greatestConnections = 32;
+    /// A connection whose first good frame has not come after so long is closed; one that has sent nothing at all,
+    /// such as a host that only reads, no earlier than half of the connections that there may be are in use.
+    std::chrono::milliseconds quietLimit{60000};
+    /// Bytes of unfinished frames, of all connections together. What takes most of it is closed when there are more,
+    /// one without a good frame first. Memory is taken as bytes arrive, whatever a frame claims.
+    std::size_t greatestUnfinished = std::size_t{160} << 20;
     /// Bytes waiting for one host. A host that lets more pile up is disconnected; when it comes back it is told
     /// everything anew.
     std::size_t greatestSendQueue = std::size_t{4} << 20;

@@ -132,5 +132,29 @@ TEST_F(DamagedStream, AMegabyteOfGarbageEachWayCostsNoConnection)
     EXPECT_GE(near.Port().GetLink().GetCounters().bytesSkipped, 1000000U);
 }
 
+TEST(LyingSonar, WhatFollowsAFalseSizeWordIsHeard)
+{
+    FarEnd far;
+    NearEnd near(far.Port());
+    ASSERT_TRUE(near.Connect());
+    far.Command("misbehave lie-about-size");
+    for (double const range : {55.0, 56.0, 57.0, 58.0}) {
+        far.Command("set x5Range=" + std::to_string(range));
+        ASSERT_TRUE(near.WaitUntilSeen(range));
+    }
+    EXPECT_TRUE(near.Port().GetLink().IsConnected());
+    EXPECT_EQ(far.Server().Counts().connections, 1U);
+}
+
+TEST(CollidingSonar, IsHeardBehindItsTree)
+{
+    FarEnd far;
+    NearEnd near(far.Port());
+    ASSERT_TRUE(near.Connect());
+    far.Command("misbehave collide 3000");
+    far.Command("set x5Range=55");
+    ASSERT_TRUE(near.WaitUntilSeen(55.0));
+}
+
 } // namespace
 } // namespace qx5::test

@@ -51,6 +51,27 @@ Frames ReadWhole(FrameReader& reader, std::vector<unsigned char> const& stream)
     return frames;
 }
 
+TEST(FrameReader, GivesBackTheMemoryOfALargeFrame)
+{
+    constexpr std::size_t large = std::size_t{64} << 20;
+    auto frame = BuildFrame(7000, OwnSonar, 1700000000.0, std::vector<unsigned char>(large));
+    for (std::size_t const further : {0U, 1U, 100U}) {
+        FrameReader reader;
+        auto stream = frame;
+        auto const next = FirstFrame();
+        stream.insert(stream.end(), next.begin(),
+                      next.begin() + static_cast<std::ptrdiff_t>(std::min(further, next.size())));
+        for (std::size_t at = 0; at < stream.size(); at += 65536)
+            reader.Feed(std::span(stream).subspan(at, std::min<std::size_t>(65536, stream.size() - at)));
+        ASSERT_TRUE(reader.Next());
+        EXPECT_GE(reader.HeldMemory(), large);
+        EXPECT_EQ(reader.Next().has_value(), further >= next.size());
+        reader.Feed({});
+        EXPECT_LE(reader.HeldMemory(), std::size_t{4} << 20) << further;
+        EXPECT_EQ(reader.SkippedBytes(), 0U);
+    }
+}
+
 TEST(FrameReader, TwoFramesAtEverySplitPosition)
 {
     auto const stream = Join({FirstFrame(), SecondFrame()});

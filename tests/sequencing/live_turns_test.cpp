@@ -3,13 +3,16 @@
 
 #include <VordalSubscriberR/Subscriber.h>
 #include <VordalSubscriberR/Subscription.h>
+#include <reference_host/host/log.h>
 #include <vordalhostdllR/DataManager.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <mutex>
 #include <random>
+#include <string>
 #include <utility>
 
 namespace qx5::test {
@@ -189,6 +192,45 @@ TEST(LiveTurns, AnAwaitedSonarWhoseLinkIsLostFreesTheOtherAndComesBack)
     auto const before = fleet.arrivals.PingCount(0);
     fleet.Command(0, "behave");
     EXPECT_TRUE(fleet.arrivals.WaitForPingsOf(0, before + 5));
+}
+
+TEST(LiveTurns, AnAwaitedSonarThatVanishesFreesTheOtherWithinThreeSecondsAndItsRecordsAreTold)
+{
+    std::mutex mutex;
+    std::vector<std::string> lines;
+    vordal::SetLogSink([&](vordal::LogLevel, std::string_view line) {
+        std::lock_guard const lock(mutex);
+        lines.emplace_back(line);
+    });
+    {
+        LiveFleet fleet({{.group = 1}, {.group = 1}, {.group = 2}});
+        fleet.Command(0, "misbehave silent");
+        ASSERT_TRUE(ComeToRest(fleet)) << "A is awaited and holds up B";
+        fleet.Command(0, "misbehave vanish");
+        // The turn goes on to B, comes back to A, and what A is then told reaches nobody.
+        auto const before = fleet.arrivals.PingCount(1);
+        fleet.Data(0);
+        ASSERT_TRUE(fleet.arrivals.WaitForPingsOf(1, before + 20)) << "B goes on alone";
+        std::vector<Clock::time_point> pings;
+        for (Arrival const& arrival : fleet.arrivals.All()) {
+            if (arrival.sonar == 1 && arrival.command == 1107) {
+                pings.push_back(arrival.time);
+            }
+        }
+        // Its own last ping, then the silence, then no pause of that kind any more.
+        EXPECT_LT(pings[before + 1] - pings[before], std::chrono::seconds(3));
+        EXPECT_GT(pings[before + 1] - pings[before], std::chrono::milliseconds(1500)) << "A was awaited";
+        EXPECT_TRUE(Eventually([&] {
+            std::lock_guard const lock(mutex);
+            return std::count_if(lines.begin(), lines.end(), [](std::string const& line) {
+                       return line.find("1 record (92 bytes) was sent and not acknowledged: 1107") != std::string::npos;
+                   }) == 1;
+        }));
+        auto const pingsOfA = fleet.arrivals.PingCount(0);
+        fleet.Command(0, "behave");
+        EXPECT_TRUE(fleet.arrivals.WaitForPingsOf(0, pingsOfA + 5)) << "it takes its turns again";
+    }
+    vordal::SetLogSink({});
 }
 
 TEST(LiveTurns, AnAwaitedSonarThatGoesFreesTheOther)

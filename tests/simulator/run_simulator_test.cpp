@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <list>
 #include <mutex>
 #include <sstream>
 #include <streambuf>
@@ -47,10 +48,17 @@ private:
     std::string m_text;
 };
 
+/// The reader of commands may be left behind; they then have to live as long as the process.
+std::istringstream& Commands(std::string const& text)
+{
+    static auto& kept = *new std::list<std::istringstream>;
+    return kept.emplace_back(text);
+}
+
 class Program
 {
 public:
-    explicit Program(std::string const& commands, SimulatorOptions const& options = {}) : m_commands(commands)
+    explicit Program(std::string const& commands, SimulatorOptions const& options = {}) : m_commands(Commands(commands))
     {
         m_thread = std::thread([this, options] {
             std::ostream out(&m_out);
@@ -90,7 +98,7 @@ public:
     }
 
 private:
-    std::istringstream m_commands;
+    std::istringstream& m_commands;
     SharedText m_out;
     SharedText m_err;
     SimulatorStop m_stop;
@@ -135,7 +143,7 @@ TEST(RunSimulator, QuitsOnRequest)
 
 TEST(RunSimulator, EndsOnASignal)
 {
-    std::istringstream none;
+    std::istringstream& none = Commands("");
     SharedText text;
     std::ostream out(&text);
     int result = -1;
@@ -161,6 +169,20 @@ TEST(RunSimulator, SaysWhyItCannotListen)
     EXPECT_EQ(third.Errors(),
               "qx5 sim: 'nowhere' is no address to listen on; take one of this machine, such as 127.0.0.1\n");
     EXPECT_EQ(third.Out(), "");
+}
+
+TEST(RunSimulator, WarnsWhenOtherMachinesCanReachIt)
+{
+    for (char const* const here : {"127.0.0.1", "127.1.2.3", "localhost", "::1", "::ffff:127.0.0.1"})
+        EXPECT_EQ(ListenWarning(here), "") << here;
+    EXPECT_EQ(ListenWarning("0.0.0.0"), "listening on 0.0.0.0: whoever reaches this machine can command the sonar; "
+                                        "127.0.0.1 is for this machine alone");
+    for (char const* const beyond : {"192.0.2.1", "::", "2001:db8::1", "128.0.0.1"})
+        EXPECT_NE(ListenWarning(beyond).find(beyond), std::string::npos);
+    Program program("");
+    program.Port();
+    EXPECT_EQ(program.End(), 0);
+    EXPECT_EQ(program.Errors(), "");
 }
 
 TEST(RunSimulator, PrintsEveryFieldWhenVerboseAndPingsWhenAsked)

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <arpa/inet.h>
+#include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -165,20 +167,30 @@ public:
         return true;
     }
 
-    /// The next attribute tree; nothing at the deadline or when the link has ended.
-    std::optional<std::vector<protocol::TreeNode>> Tree()
+    /// Waits for the next good frame, which is LastFrame then; false at the deadline or when the link has ended.
+    bool Frame()
     {
         auto const deadline = std::chrono::steady_clock::now() + Deadline;
         while (std::chrono::steady_clock::now() < deadline) {
-            while (auto const frame = m_reader.Next()) {
+            if (auto const frame = m_reader.Next()) {
                 m_lastFrame.assign(frame->bytes.begin(), frame->bytes.end());
-                if (frame->header.recordId != 90010)
-                    continue;
-                std::string error;
-                return protocol::DecodeTree(frame->data, error);
+                m_lastId = frame->header.recordId;
+                return true;
             }
             if (!Receive() && m_ended)
-                return std::nullopt;
+                return false;
+        }
+        return false;
+    }
+
+    /// The next attribute tree; nothing at the deadline or when the link has ended.
+    std::optional<std::vector<protocol::TreeNode>> Tree()
+    {
+        while (Frame()) {
+            if (m_lastId == 90010) {
+                std::string error;
+                return protocol::DecodeTree(LastData(), error);
+            }
         }
         return std::nullopt;
     }
@@ -207,6 +219,20 @@ public:
 
     std::vector<protocol::TreeNode> const& LastTree() const { return m_lastTree; }
     Bytes const& LastFrame() const { return m_lastFrame; }
+    std::uint32_t LastId() const { return m_lastId; }
+    /// The last frame without header and trailing word.
+    std::span<unsigned char const> LastData() const
+    {
+        return std::span(m_lastFrame).subspan(64, m_lastFrame.size() - 68);
+    }
+    /// Sent, and not yet with the sonar's system.
+    int UnacknowledgedBytes() const
+    {
+        int bytes = 0;
+        return ioctl(m_socket, SIOCOUTQ, &bytes) == 0 ? bytes : -1;
+    }
+    int Socket() const { return m_socket; }
+    bool Ended() const { return m_ended; }
     Bytes const& AllBytes() const { return m_bytes; }
     protocol::FrameReader const& Reader() const { return m_reader; }
 
@@ -216,6 +242,7 @@ private:
     bool m_ended = false;
     Bytes m_bytes;
     Bytes m_lastFrame;
+    std::uint32_t m_lastId = 0;
     std::vector<protocol::TreeNode> m_lastTree;
     protocol::FrameReader m_reader;
 };
