@@ -123,13 +123,14 @@ void UntilItSays(std::string_view text, std::vector<std::string> arguments)
 std::vector<Case> CommandLineCases()
 {
     std::vector<Case> cases;
-    cases.push_back(
-        {"qx5-send", "`qx5 send x5Range=50`, start to exit, to a sonar that tells nothing of itself", 3,
-         [sonar = std::make_shared<SilentSonar>()](std::size_t samples, std::vector<double>& nanoseconds) {
-             Time(samples, 1, nanoseconds, [&] {
-                 RunOnce({QX5_FILE, "send", "--sonar", "127.0.0.1:" + std::to_string(sonar->Port()), "x5Range=50"});
-             });
-         }});
+    cases.push_back({"qx5-send",
+                     "`qx5 send --wait 0 x5Range=50`, start to exit, to a sonar that tells nothing of itself", 3,
+                     [sonar = std::make_shared<SilentSonar>()](std::size_t samples, std::vector<double>& nanoseconds) {
+                         Time(samples, 1, nanoseconds, [&] {
+                             RunOnce({QX5_FILE, "send", "--wait", "0", "--sonar",
+                                      "127.0.0.1:" + std::to_string(sonar->Port()), "x5Range=50"});
+                         });
+                     }});
 #ifdef QX5_VIEW
     cases.push_back({"qx5-window", "`qx5 run`: start, three simulated sonars, plug-in, window shown and painted", 1,
                      [](std::size_t samples, std::vector<double>& nanoseconds) {

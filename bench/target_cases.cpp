@@ -71,6 +71,7 @@ public:
         stored[contactId] = m_contact;
         vordal::TargetFile(m_folder.Path() / "contacts.sts", vordal::TargetFile::Missing::Create).Replace(stored);
 
+        stage.Host().SetFileFolders({m_folder.Path()});
         stage.Host().Targets().SetActive(m_targetFile);
         SonarTargetsManager::Instance().geoTiffOutputEnabled = true;
         m_sonar = std::make_unique<LiveSonar>(stage.Host(), stage.Links(), static_cast<unsigned short>(3));

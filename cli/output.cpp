@@ -48,7 +48,7 @@ std::string Problem()
 void TellOnce()
 {
     if (!isTold.exchange(true)) {
-        fmt::print(stderr, "qx5: {}\n", Problem());
+        SayError("qx5: " + Problem() + "\n");
     }
 }
 
@@ -68,12 +68,13 @@ void Say(std::string_view text) noexcept
         Remember(errno);
     }
     if (!Flush()) {
-        try {
-            TellOnce();
-        } catch (std::exception const&) {
-            // Neither output takes anything; the exit code is what is left.
-        }
+        TellOnce();
     }
+}
+
+void SayError(std::string_view text) noexcept
+{
+    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
 }
 
 void FlushOutput()
@@ -90,13 +91,18 @@ bool HasOutputFailed()
 
 int EndedBy(std::exception const& failure)
 {
-    if (!HasOutputFailed()) {
-        return Complain(ExitFailed, failure.what());
+    auto const* const problem = dynamic_cast<std::system_error const*>(&failure);
+    if (HasOutputFailed()) {
+        if (problem != nullptr) {
+            Remember(problem->code().value());
+        }
+        return ExitFailed;
     }
-    if (auto const* const problem = dynamic_cast<std::system_error const*>(&failure)) {
-        Remember(problem->code().value());
-    }
-    return ExitFailed;
+    bool const isOutOfDescriptors = problem != nullptr && (problem->code() == std::errc::too_many_files_open ||
+                                                           problem->code() == std::errc::too_many_files_open_in_system);
+    return Complain(ExitFailed, isOutOfDescriptors
+                                    ? problem->code().message() + "; `ulimit -n` tells how many a program may have open"
+                                    : failure.what());
 }
 
 int EndOutput(int code)
@@ -111,7 +117,7 @@ int EndOutput(int code)
 int Complain(ExitCode code, std::string const& text)
 {
     bool const says = !Flush() && !isTold.exchange(true);
-    fmt::print(stderr, "qx5: {}{}\n", text, says ? "; and " + Problem() : "");
+    SayError(fmt::format("qx5: {}{}\n", text, says ? "; and " + Problem() : ""));
     return code;
 }
 

@@ -14,6 +14,9 @@ void BeginOutput();
 /// failure is told on standard error at once and remembered. Any thread.
 void Say(std::string_view text) noexcept;
 
+/// Writes the text to standard error; what that does not take is lost, for there is nowhere left to tell it.
+void SayError(std::string_view text) noexcept;
+
 /// Writes out what was held back. Throws std::system_error, as fmt::print does, when that fails: for a command that
 /// goes on, and has nothing to go on for when nobody reads it.
 void FlushOutput();

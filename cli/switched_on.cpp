@@ -166,7 +166,7 @@ void SayLeftOn(std::vector<std::string> const& lines) noexcept
             Say(line + "\n");
         }
         if (HasOutputFailed()) {
-            std::fputs((line + "\n").c_str(), stderr);
+            SayError(line + "\n");
         }
     }
 }

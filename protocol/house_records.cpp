@@ -7,6 +7,7 @@
 
 #include <protocol/bytes.h>
 #include <protocol/numbers.h>
+#include <protocol/outside_sizes.h>
 #include <protocol/utf8.h>
 
 namespace qx5::protocol {
@@ -251,7 +252,7 @@ private:
         if (!U32(value))
             return false;
         count = value;
-        return count <= Left() / width || Fail("a count that the bytes cannot hold");
+        return HoldCount(Left(), count, width) || Fail("a count that the bytes cannot hold");
     }
     bool Text(std::wstring& text)
     {

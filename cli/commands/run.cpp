@@ -229,27 +229,35 @@ public:
         return true;
     }
 
+    /// ExitFailed when something that was promised was not done.
+    int ExitCode() const { return m_exitCode; }
+
 private:
     /// Prints what was collected, or `otherwise` when that is nothing, and keeps the project.
     void Show(std::string_view otherwise)
     {
         std::string const seen = m_transcript.Take();
         fmt::print("{}", seen.empty() ? otherwise : seen);
-        if (std::string error; !m_session.SaveProject(error)) {
-            fmt::print("{}\n", error);
+        std::string error;
+        bool const isSaved = m_session.SaveProject(error);
+        if (!isSaved && error != m_told) {
+            m_exitCode = Complain(ExitFailed, error);
         }
+        // The same is not told again until a save was good.
+        m_told = isSaved ? std::string() : error;
     }
 
     Session& m_session;
     Transcript& m_transcript;
     simulator::SonarServer* m_sonar;
+    std::string m_told; ///< why the project was not saved the last time
+    int m_exitCode = ExitGood;
 };
 
 /// The keyboard as the sonar's operator terminal, until it ends.
-void RunTerminal(Session& session, Runner& runner)
+void RunTerminal(Session& session, Runner& runner, EndSignals const& signals)
 {
     session.AttachTerminal();
-    EndSignals const signals;
     fmt::print("The keyboard is the operator terminal now.\n{}", TerminalKeyHelp());
     FlushOutput();
     if (IsTerminal(Stream::Input)) {
@@ -276,9 +284,8 @@ void ShowGuidedSteps(Runner& runner)
 }
 
 /// Lines of the operator, until they end.
-void RunLines(Runner& runner)
+void RunLines(Runner& runner, EndSignals const& signals)
 {
-    EndSignals const signals;
     InputLines lines(signals.Descriptor());
     bool const prompt = IsTerminal(Stream::Input) && IsTerminal(Stream::Output);
     fmt::print("Now it is your turn: key=value, or `help`.\n");
@@ -335,6 +342,8 @@ int RunOnTerminal(RunOptions const& options)
     fmt::print("The host is connected; the sonar has told of itself, {} lines of attributes.\n\n",
                std::count(tree.begin(), tree.end(), '\n'));
 
+    // Until all is said and saved: a second signal cuts nothing short.
+    EndSignals const signals;
     // A simulated sonar of its own goes with the session.
     std::optional<LeavingWord> leavingWord;
     if (sonar == nullptr) {
@@ -342,8 +351,8 @@ int RunOnTerminal(RunOptions const& options)
     }
     Runner runner(session, transcript, sonar.get());
     if (options.terminal) {
-        RunTerminal(session, runner);
-        return ExitGood;
+        RunTerminal(session, runner, signals);
+        return runner.ExitCode();
     }
     if (sonar != nullptr) {
         ShowGuidedSteps(runner);
@@ -352,11 +361,11 @@ int RunOnTerminal(RunOptions const& options)
                    "something.\n\n");
     }
     if (!options.once) {
-        RunLines(runner);
+        RunLines(runner, signals);
     } else if (sonar == nullptr) {
         fmt::print("{}", tree);
     }
-    return ExitGood;
+    return runner.ExitCode();
 }
 
 } // namespace

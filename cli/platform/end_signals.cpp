@@ -3,6 +3,7 @@
 #include "end_signals.h"
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <system_error>
@@ -18,8 +19,14 @@ constexpr std::array endSignals{SIGINT, SIGTERM, SIGHUP};
 /// Read end and write end; used within a signal's handler, which may still run on another thread when the object has
 /// gone: made once, they stay for the life of the process.
 int ends[2]{-1, -1};
-/// The one that came; 0 for none.
+/// The one that came last; 0 for none.
 volatile std::sig_atomic_t received = 0;
+/// All that came, and those of them from the keyboard.
+std::atomic<int> count = 0;
+std::atomic<int> interrupts = 0;
+static_assert(std::atomic<int>::is_always_lock_free);
+
+constexpr int enoughInterrupts = 3;
 
 void OnSignal(int number)
 {
@@ -27,8 +34,11 @@ void OnSignal(int number)
     received = number;
     char const told = 1;
     static_cast<void>(!write(ends[1], &told, 1));
-    // The next one is the system's again.
-    std::signal(number, SIG_DFL);
+    count.fetch_add(1);
+    if (number == SIGINT && interrupts.fetch_add(1) + 1 == enoughInterrupts - 1) {
+        // The next one is the system's again.
+        std::signal(number, SIG_DFL);
+    }
     errno = before;
 }
 
@@ -43,6 +53,9 @@ EndSignals::EndSignals()
     std::array<char, 16> earlier;
     while (read(ends[0], earlier.data(), earlier.size()) > 0) {
     }
+    received = 0;
+    count = 0;
+    interrupts = 0;
     for (int const number : endSignals) {
         std::signal(number, OnSignal);
     }
@@ -61,6 +74,11 @@ void EndSignals::PassOn()
         std::signal(number, SIG_DFL);
         std::raise(number);
     }
+}
+
+int EndSignals::Count()
+{
+    return count.load();
 }
 
 int EndSignals::Descriptor() const

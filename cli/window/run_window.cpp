@@ -35,6 +35,7 @@
 #include <QBuffer>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFontMetrics>
 #include <QPixmap>
 #include <QSocketNotifier>
 #include <QTabBar>
@@ -50,6 +51,12 @@ using namespace std::chrono_literals;
 
 constexpr int darkMode = 2;
 constexpr int lightMode = 4;
+
+/// From one look at what has changed to the next; what the operator did is on the disk within 5 s.
+constexpr auto saveInterval = 2s;
+/// What a task on the host thread may take once the window is closed, and when a second signal asks for haste.
+constexpr std::chrono::milliseconds endLimit = 5s;
+constexpr std::chrono::milliseconds hurriedLimit = 500ms;
 
 /// Groups of ids: of sonars, and of the devices of other instruments.
 constexpr unsigned short sonarGroup = 78;
@@ -372,6 +379,13 @@ int RunWindow(RunOptions const& options)
     qInstallMessageHandler(TakeToolkitMessage);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("qx5"));
+    if (!QFontMetrics(QApplication::font()).inFont(u'A')) {
+        constexpr char const* remedy = "there is no font on this system; install one, such as fonts-dejavu-core";
+        if (isPicture) {
+            return Complain(ExitFailed, std::string("no picture: ") + remedy);
+        }
+        vordal::Log(vordal::LogLevel::Warning, std::string("window: its texts are empty boxes, ") + remedy);
+    }
 
     auto const feed = std::make_shared<vordal::WindowFeed>();
     int const mode = options.dark ? darkMode : lightMode;
@@ -388,6 +402,11 @@ int RunWindow(RunOptions const& options)
         return Complain(ExitFailed, error);
     }
 
+    // Also while it ends: what ends it twice hurries it, and leaves nothing unsaved.
+    std::optional<EndSignals> signals;
+    if (!isPicture) {
+        signals.emplace();
+    }
     int code = ExitGood;
     {
         vordal::WindowThread thread(session.Host());
@@ -408,9 +427,16 @@ int RunWindow(RunOptions const& options)
             window.SetLightMode(darkMode);
             session.Requests().setLightMode(darkMode);
         }
-        QObject::connect(&window, &vordal::MainWindow::Closing, &window, [&] {
+        auto const remember = [&] {
             QByteArray const bytes = window.SaveMemory();
             session.WindowMemory().assign(bytes.begin(), bytes.end());
+        };
+        QObject::connect(&window, &vordal::MainWindow::Closing, &window, remember);
+        QTimer saving;
+        QObject::connect(&saving, &QTimer::timeout, &window, [&] {
+            remember();
+            view.Keep();
+            session.SaveSoon();
         });
         view.OpenFirst(fleet.First().id);
         std::optional<SoundVelocityProbes> probes;
@@ -425,16 +451,16 @@ int RunWindow(RunOptions const& options)
             }
             code = TakePicture(options, shown != nullptr ? *shown : fleet.First(), window, view.Frame());
         } else {
-            EndSignals const signals;
-            QSocketNotifier const notifier(signals.Descriptor(), QSocketNotifier::Read);
+            QSocketNotifier const notifier(signals->Descriptor(), QSocketNotifier::Read);
             QObject::connect(&notifier, &QSocketNotifier::activated, &window, &QWidget::close);
+            saving.start(saveInterval);
             // From within the event loop, where the window is shown and painted first.
             QTimer::singleShot(0, &window, [&fleet] { Say(fmt::format("The window is open; {}.\n", fleet.Where())); });
             QApplication::exec();
         }
         view.Close();
     }
-    bool const isSaved = session.End(error);
+    bool const isSaved = session.End(error, EndSignals::Count() > 1 ? hurriedLimit : endLimit);
     SayLeftOn(session.LeftOn());
     return isSaved ? code : Complain(ExitFailed, error);
 }

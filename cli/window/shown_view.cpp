@@ -66,11 +66,16 @@ void ShownView::Follow()
 void ShownView::Close()
 {
     m_frame.Close();
+    Keep();
+    m_viewClass = {};
+    m_window.SetView(nullptr);
+}
+
+void ShownView::Keep()
+{
     if (!m_viewClass.IsEmpty()) {
         m_session.StoredView(m_viewClass) = m_frame.StoredAttributes();
     }
-    m_viewClass = {};
-    m_window.SetView(nullptr);
 }
 
 void ShownView::Open(CDataId const& device, bool isChosen)

@@ -30,6 +30,8 @@ public:
     /// The window marks the device that the view shows now. To be called when notifications were delivered.
     void Follow();
     void Close();
+    /// What the view would store if it were closed now goes into the session.
+    void Keep();
 
     vordal::ViewFrame& Frame() { return m_frame; }
 

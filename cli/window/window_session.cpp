@@ -1,6 +1,7 @@
 // The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
 #include "window_session.h"
 
+#include "cli/commands.h"
 #include "cli/dropped_text.h"
 #include "reference_host/base/path_text.h"
 #include "reference_host/host/log.h"
@@ -32,7 +33,6 @@ using namespace std::chrono_literals;
 constexpr wchar_t const* sonarViewName = L"sonar view";
 constexpr wchar_t const* otherViewName = L"view of ";
 constexpr wchar_t const* windowName = L"main window";
-constexpr auto stopLimit = 5s;
 
 /// Group of the computations that steer a sonar along a route or a pipe.
 constexpr unsigned short steeringGroup = 1117;
@@ -114,6 +114,23 @@ void Put(std::vector<Item>& list, Item const& item, Value Item::*member)
     }
 }
 
+/// What the fleet holds now; what the project keeps beyond it stays.
+void PutFleet(vordal::StoredProject& project, vordal::StoredProject const& fleet)
+{
+    for (vordal::VesselSetup const& vessel : fleet.vessels) {
+        Put(project.vessels, vessel, &vordal::VesselSetup::number);
+    }
+    for (vordal::StoredPort const& port : fleet.ports) {
+        Put(project.ports, port, &vordal::StoredPort::name);
+    }
+    for (vordal::StoredDevice const& device : fleet.devices) {
+        Put(project.devices, device, &vordal::StoredDevice::dataId);
+    }
+    for (vordal::ComputationSetup const& computation : fleet.computations) {
+        Put(project.computations, computation, &vordal::ComputationSetup::dataId);
+    }
+}
+
 } // namespace
 
 WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode) : m_feed(std::move(feed))
@@ -126,7 +143,7 @@ WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int light
 WindowSession::~WindowSession()
 {
     if (std::string error; !End(error)) {
-        fmt::print(stderr, "qx5: {}\n", error);
+        Complain(ExitFailed, error);
     }
     m_host.SetObserver(nullptr);
 }
@@ -208,6 +225,10 @@ bool WindowSession::Begin(std::vector<FleetVessel> const& fleet, std::string con
         return false;
     }
     m_begun = true;
+    if (m_store != nullptr) {
+        m_keeper = std::make_unique<ProjectKeeper>(
+            *m_store, [feed = m_feed](std::string const& problem) { feed->PutLine(problem); });
+    }
     return true;
 }
 
@@ -363,7 +384,18 @@ vordal::WindowRequests WindowSession::Requests()
             .setLightMode = [](int mode) { ColorControl::SetLightMode(mode, true); }};
 }
 
-bool WindowSession::End(std::string& error)
+void WindowSession::SaveSoon()
+{
+    if (m_keeper == nullptr) {
+        return;
+    }
+    m_host.Post([this, project = ProjectOfWindow()]() mutable {
+        PutFleet(project, m_open->Collect());
+        m_keeper->Put(std::move(project));
+    });
+}
+
+bool WindowSession::End(std::string& error, std::chrono::milliseconds limit)
 {
     if (std::exchange(m_ended, true)) {
         return true;
@@ -377,9 +409,10 @@ bool WindowSession::End(std::string& error)
         }
         m_host.RemoveAllDevices();
     });
-    if (!m_host.Stop(stopLimit)) {
+    if (!m_host.Stop(limit)) {
         LeaveWithoutHostThread();
     }
+    m_keeper.reset();
     m_open.reset(); // with its connections
     m_plugins.reset();
     return SaveProject(error);
@@ -388,8 +421,9 @@ bool WindowSession::End(std::string& error)
 void WindowSession::LeaveWithoutHostThread()
 {
     // A thread cannot be ended from outside, and going on would take away what it works on.
-    fmt::print(stderr, "qx5: a task on the host thread does not end; the process leaves without it, "
-                       "the project keeps the sonars' settings as they were saved last\n");
+    Complain(ExitFailed, "a task on the host thread does not end; the process leaves without it, the project keeps the "
+                         "sonars' settings as they were saved last");
+    m_keeper.reset();
     try {
         if (m_store != nullptr && m_begun) {
             for (auto const& [name, stored] : m_views) {
@@ -398,10 +432,23 @@ void WindowSession::LeaveWithoutHostThread()
             m_store->SaveWindow(windowName, m_windowMemory);
         }
     } catch (vordal::StoreError const& failure) {
-        fmt::print(stderr, "qx5: {}\n", failure.what());
+        Complain(ExitFailed, failure.what());
     }
     std::fflush(nullptr);
     std::_Exit(EXIT_FAILURE);
+}
+
+vordal::StoredProject WindowSession::ProjectOfWindow() const
+{
+    auto project = m_project;
+    project.activeVessel = m_activeVessel;
+    for (auto const& [name, stored] : m_views) {
+        project.views[name] = stored;
+    }
+    if (!m_windowMemory.empty()) {
+        project.windows[windowName] = m_windowMemory;
+    }
+    return project;
 }
 
 bool WindowSession::SaveProject(std::string& error)
@@ -410,27 +457,8 @@ bool WindowSession::SaveProject(std::string& error)
         return true;
     }
     try {
-        auto& project = m_project;
-        // What the project keeps beyond this session's fleet stays.
-        for (vordal::VesselSetup const& vessel : m_saved.vessels) {
-            Put(project.vessels, vessel, &vordal::VesselSetup::number);
-        }
-        for (vordal::StoredPort const& port : m_saved.ports) {
-            Put(project.ports, port, &vordal::StoredPort::name);
-        }
-        for (vordal::StoredDevice const& device : m_saved.devices) {
-            Put(project.devices, device, &vordal::StoredDevice::dataId);
-        }
-        for (vordal::ComputationSetup const& computation : m_saved.computations) {
-            Put(project.computations, computation, &vordal::ComputationSetup::dataId);
-        }
-        project.activeVessel = m_activeVessel;
-        for (auto const& [name, stored] : m_views) {
-            project.views[name] = stored;
-        }
-        if (!m_windowMemory.empty()) {
-            project.windows[windowName] = m_windowMemory;
-        }
+        auto project = ProjectOfWindow();
+        PutFleet(project, m_saved);
         m_store->Save(project);
         return true;
     } catch (vordal::StoreError const& failure) {

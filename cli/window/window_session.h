@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/switched_on.h"
+#include "cli/window/project_keeper.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/link/live_traffic.h"
@@ -66,10 +67,13 @@ public:
     /// Opens the project (no name: none is kept), makes the vessels with their devices and begins to connect them.
     /// False, and one line in `error`, when something of it cannot be had.
     bool Begin(std::vector<FleetVessel> const& fleet, std::string const& project, std::string& error);
+    /// Has the project saved as it stands, with what the views stored and WindowMemory hold, if that is not on the disk
+    /// yet. To be called now and then; returns at once. A project that cannot be saved is a line for the operator.
+    void SaveSoon();
     /// Ends in order: ping threads, devices, host thread, connections, plug-ins; then saves the project with what the
-    /// views stored and WindowMemory hold. Bounded: when a task on the host thread does not end, the process does.
-    /// False, and one line in `error`, when the project cannot be saved. The view must be closed before.
-    bool End(std::string& error);
+    /// views stored and WindowMemory hold. Bounded: when a task on the host thread does not end within `limit`, the
+    /// process does. False, and one line in `error`, when the project cannot be saved. The view must be closed before.
+    bool End(std::string& error, std::chrono::milliseconds limit = std::chrono::seconds(5));
 
     vordal::Host& Host() { return m_host; }
     /// A line for each thing that the session has switched on at a sonar that is not its own simulated one, and that is
@@ -99,6 +103,8 @@ private:
     /// What is at work in this session: its fleet, with what the project keeps of it.
     vordal::StoredProject ProjectOfFleet() const;
     void WatchPorts();
+    /// Views, windows and the chosen vessel as they are now; the rest as it was opened.
+    vordal::StoredProject ProjectOfWindow() const;
     bool SaveProject(std::string& error);
     [[noreturn]] void LeaveWithoutHostThread();
 
@@ -119,6 +125,7 @@ private:
     vordal::LinkThread m_linkThread;
     std::unique_ptr<vordal::PlugIns> m_plugins;
     std::unique_ptr<vordal::OpenProject> m_open;
+    std::unique_ptr<ProjectKeeper> m_keeper; ///< once it has begun; tasks of the host thread use it
 };
 
 } // namespace qx5::cli

@@ -87,7 +87,6 @@ AttributeIndex* AttributeIndex::Clone() const
     auto* copy = Allocate(m_mask + 1);
     std::copy_n(Entries(), m_mask + 1, copy->Entries());
     copy->m_taken = m_taken;
-    copy->m_crowded = m_crowded;
     return copy;
 }
 
@@ -121,18 +120,17 @@ AttributeIndex::Location AttributeIndex::Locate(AttributeNode const& node, Attri
 {
     std::uint32_t others = 0;
     auto const tag = TagOf(key.Hash());
-    auto const first = Probe(node, tag, key.Text(), 0, others);
-    if (!m_crowded || Entries()[first].place != NoPlace || !IsCrowded(tag)) {
-        return {tag, first, others};
+    auto const first = Probe(node, tag, key.Text(), 0, Marks::Found, others);
+    if (Entries()[first].place != CrowdedPlace) {
+        return {tag, first, others, false};
     }
-    others = 0;
     auto const textTag = TagOf(vordal::SaltedHash(key.Text()));
-    auto const firstOfText = Probe(node, textTag, key.Text(), 0, others);
-    return {textTag, firstOfText, others};
+    auto const firstOfText = Probe(node, textTag, key.Text(), 0, Marks::Passed, others);
+    return {textTag, firstOfText, others, true};
 }
 
 std::uint32_t AttributeIndex::Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text,
-                                    std::uint32_t occurrence, std::uint32_t& others) const
+                                    std::uint32_t occurrence, Marks marks, std::uint32_t& others) const
 {
     auto const* entries = Entries();
     for (auto at = FirstEntry(tag, occurrence) & m_mask;; at = (at + 1) & m_mask) {
@@ -140,34 +138,86 @@ std::uint32_t AttributeIndex::Probe(AttributeNode const& node, std::uint32_t tag
         if (entry.place == NoPlace) {
             return at;
         }
-        if (entry.tag == tag && entry.occurrence == occurrence && entry.place != RemovedPlace) {
+        if (entry.tag != tag || entry.occurrence != occurrence) {
+            continue;
+        }
+        if (entry.place < CrowdedPlace) {
             if (node.KeyAt(entry.place) == text) {
                 return at;
             }
             ++others;
+        } else if (entry.place == CrowdedPlace && marks == Marks::Found) {
+            return at;
         }
     }
 }
 
-bool AttributeIndex::IsCrowded(std::uint32_t tag) const
+std::uint32_t AttributeIndex::ProbeFurther(AttributeNode const& node, Location const& location, AttributeKey const& key,
+                                           std::uint32_t occurrence) const
 {
-    auto const* entries = Entries();
-    auto at = FirstEntry(tag, CrowdMark) & m_mask;
-    while (entries[at].place != NoPlace && (entries[at].tag != tag || entries[at].occurrence != CrowdMark)) {
-        at = (at + 1) & m_mask;
+    std::uint32_t others = 0;
+    return Probe(node, location.tag, key.Text(), occurrence, Marks::Passed, others);
+}
+
+AttributeIndex* AttributeIndex::MakeCrowded(AttributeNode const& node, AttributeIndex* index, std::uint32_t tag)
+{
+    auto const isHere = [&](Entry const& entry) {
+        return entry.tag == tag && entry.occurrence == 0 && entry.place < CrowdedPlace;
+    };
+    // The entries of one search lie behind one another, up to a free one.
+    auto const walk = [&](auto const& visit) {
+        for (auto at = FirstEntry(tag, 0) & index->m_mask; index->Entries()[at].place != NoPlace;
+             at = (at + 1) & index->m_mask) {
+            if (isHere(index->Entries()[at])) {
+                visit(index->Entries()[at]);
+            }
+        }
+    };
+    std::uint64_t moving = 1;
+    walk([&](Entry const& first) { moving += first.count; });
+    index = MakeRoom(index, moving);
+    walk([&](Entry const& first) {
+        auto const text = node.KeyAt(first.place);
+        auto const textTag = index->TagOf(vordal::SaltedHash(text));
+        if (textTag == tag) {
+            return; // it stands where it has to
+        }
+        std::uint32_t others = 0;
+        for (std::uint32_t occurrence = first.count; occurrence-- > 0;) {
+            auto& entry = index->Entries()[index->Probe(node, tag, text, occurrence, Marks::Passed, others)];
+            auto moved = entry;
+            moved.tag = textTag;
+            entry.place = RemovedPlace;
+            index->Take(moved);
+        }
+    });
+    index->Take({tag, 0, CrowdedPlace, 0});
+    return index;
+}
+
+AttributeIndex* AttributeIndex::MakeRoom(AttributeIndex* index, std::uint64_t wanted)
+{
+    auto const capacity = index->m_mask + 1;
+    if (index->m_taken + wanted <= std::uint64_t{capacity} / 4 * 3) {
+        return index;
     }
-    return entries[at].place != NoPlace;
+    auto const* entries = index->Entries();
+    auto const isThere = [](Entry const& entry) { return entry.place != NoPlace && entry.place != RemovedPlace; };
+    auto const there = static_cast<std::uint32_t>(std::count_if(entries, entries + capacity, isThere));
+    auto* larger = Create(there + there / 4 + static_cast<std::uint32_t>(wanted));
+    std::for_each(entries, entries + capacity, [&](Entry const& entry) {
+        if (isThere(entry)) {
+            larger->Take(entry);
+        }
+    });
+    Release(index);
+    return larger;
 }
 
 std::uint32_t AttributeIndex::Find(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence) const
 {
-    std::uint32_t others = 0;
-    auto const place = Entries()[Probe(node, TagOf(key.Hash()), key.Text(), occurrence, others)].place;
-    if (place != NoPlace || !m_crowded) {
-        return place;
-    }
     auto const location = Locate(node, key);
-    return Entries()[Probe(node, location.tag, key.Text(), occurrence, others)].place;
+    return Entries()[occurrence == 0 ? location.first : ProbeFurther(node, location, key, occurrence)].place;
 }
 
 std::uint32_t AttributeIndex::Count(AttributeNode const& node, AttributeKey const& key) const
@@ -188,40 +238,25 @@ void AttributeIndex::Take(Entry const& entry)
 AttributeIndex* AttributeIndex::Append(AttributeNode const& node, AttributeIndex* index, AttributeKey const& key,
                                        std::uint32_t place)
 {
-    auto const capacity = index->m_mask + 1;
-    // Room for the entry and a mark.
-    if (std::uint64_t{index->m_taken} + 2 > std::uint64_t{capacity} / 4 * 3) {
-        auto const* entries = index->Entries();
-        auto const isThere = [](Entry const& entry) { return entry.place < RemovedPlace; };
-        auto const there = static_cast<std::uint32_t>(std::count_if(entries, entries + capacity, isThere));
-        auto* larger = Create(there + there / 4 + 2);
-        larger->m_crowded = index->m_crowded;
-        std::for_each(entries, entries + capacity, [&](Entry const& entry) {
-            if (isThere(entry)) {
-                larger->Take(entry);
-            }
-        });
-        Release(std::exchange(index, larger));
-    }
-    auto [tag, first, others] = index->Locate(node, key);
-    if (index->Entries()[first].place != NoPlace) {
-        index->Take({tag, index->Entries()[first].count++, place, 0});
+    index = MakeRoom(index, 1);
+    auto location = index->Locate(node, key);
+    if (auto& first = index->Entries()[location.first]; first.place != NoPlace) {
+        index->Take({location.tag, first.count++, place, 0});
         return index;
     }
-    if (others >= Crowd && !index->IsCrowded(tag)) {
-        index->Take({tag, CrowdMark, 0, 0});
-        index->m_crowded = true;
-        tag = index->TagOf(vordal::SaltedHash(key.Text()));
+    if (location.others >= Crowd && !location.isByText) {
+        index = MakeRoom(MakeCrowded(node, index, location.tag), 1);
+        location = index->Locate(node, key);
     }
-    index->Take({tag, 0, place, 1});
+    index->Take({location.tag, 0, place, 1});
     return index;
 }
 
 void AttributeIndex::Remove(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence)
 {
-    auto location = Locate(node, key);
+    auto const location = Locate(node, key);
     auto const entryOf = [&](std::uint32_t wanted) -> Entry& {
-        return Entries()[wanted == 0 ? location.first : Probe(node, location.tag, key.Text(), wanted, location.others)];
+        return Entries()[wanted == 0 ? location.first : ProbeFurther(node, location, key, wanted)];
     };
     auto const count = entryOf(0).count--;
     for (auto i = occurrence; i + 1 < count; ++i) {

@@ -58,8 +58,8 @@ struct AttributePage
 ///
 /// Keys come from outside, and their hash is one that anybody can compute, so whoever sends them could have them all
 /// share a hash, or a place in here. Hence places follow from the hash by way of numbers drawn when the program starts,
-/// and texts are compared. Where more than a few keys share a hash, as chance never makes them, the further ones are
-/// found by a keyed hash of their texts. A look-up passes few entries whatever the keys are.
+/// and texts are compared. Where more than a few keys share a hash, as chance never makes them, they are found by a
+/// keyed hash of their texts. A look-up passes few entries whatever the keys are.
 class alignas(std::uint64_t) AttributeIndex
 {
 public:
@@ -98,11 +98,11 @@ private:
         std::uint32_t tag;
         std::uint32_t first;  ///< the entry of occurrence 0, or a free one when there is none
         std::uint32_t others; ///< keys of that tag that were passed
+        bool isByText;        ///< the tag is that of the key's text, because that of its hash is crowded
     };
     static constexpr std::uint32_t RemovedPlace = NoPlace - 1;
-    /// The occurrence of an entry that marks its tag as crowded: keys of that tag may stand under the tag of their
-    /// text.
-    static constexpr std::uint32_t CrowdMark = 0xFFFFFFFFU;
+    /// In an entry that marks its tag as crowded: the keys of that hash stand under the tags of their texts.
+    static constexpr std::uint32_t CrowdedPlace = NoPlace - 2;
     /// Keys of one tag that make it crowded.
     static constexpr std::uint32_t Crowd = 3;
 
@@ -112,11 +112,23 @@ private:
     Entry const* Entries() const { return reinterpret_cast<Entry const*>(this + 1); }
     std::uint32_t TagOf(std::uint64_t hash) const;
     Location Locate(AttributeNode const& node, AttributeKey const& key) const;
-    /// The number of the entry, or of the free one that the search for it ends at. `others` counts what has the same
-    /// tag and occurrence and another text.
+    enum class Marks
+    {
+        Found,
+        Passed,
+    };
+    /// The number of the entry, or of the free one that the search for it ends at, or with Marks::Found of the one that
+    /// marks the tag as crowded. `others` counts what has the same tag and occurrence and another text.
     std::uint32_t Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text, std::uint32_t occurrence,
-                        std::uint32_t& others) const;
-    bool IsCrowded(std::uint32_t tag) const;
+                        Marks marks, std::uint32_t& others) const;
+    /// The entry of a further occurrence of a key that was located.
+    std::uint32_t ProbeFurther(AttributeNode const& node, Location const& location, AttributeKey const& key,
+                               std::uint32_t occurrence) const;
+    /// Marks the tag as crowded and takes the keys of that hash to the tags of their texts.
+    [[nodiscard]] static AttributeIndex* MakeCrowded(AttributeNode const& node, AttributeIndex* index,
+                                                     std::uint32_t tag);
+    /// The index itself or a larger one in its place, with room for so many entries.
+    [[nodiscard]] static AttributeIndex* MakeRoom(AttributeIndex* index, std::uint64_t entries);
     /// Takes a free entry for one that is not here yet.
     void Take(Entry const& entry);
 
@@ -124,8 +136,6 @@ private:
     std::uint32_t m_mask = 0;
     /// Entries ever taken, removed ones included.
     std::uint32_t m_taken = 0;
-    /// Some tag is crowded.
-    bool m_crowded = false;
     /// Two of the program's own random numbers.
     std::uint64_t m_salt[2] = {};
 };

@@ -21,7 +21,7 @@ HugeFileStream::~HugeFileStream() = default;
 bool HugeFileStream::Open(CString const& fileName, bool write, bool create)
 {
     Close();
-    auto const path = vordal::PathOfFile(fileName);
+    auto const path = vordal::PathOfNamedFile(fileName, vordal::FileUse::Read);
     if (path.empty()) {
         return false;
     }
@@ -84,7 +84,7 @@ bool HugeFileStream::Remove(CString const& fileName)
     if (auto* const observer = vordal::CurrentObserver()) {
         observer->OnRemoveFile(fileName);
     }
-    auto const path = vordal::PathOfFile(fileName);
+    auto const path = vordal::PathOfNamedFile(fileName, vordal::FileUse::Remove);
     std::error_code error;
     // A file alone: an empty folder could be removed likewise.
     auto const status = std::filesystem::symlink_status(path, error);

@@ -4,6 +4,7 @@
 #include <VordalBaseR/CString.h>
 
 #include <QString>
+#include <QTextDocument>
 
 namespace vordal {
 
@@ -15,6 +16,12 @@ inline QString ToQString(CString const& text)
 inline CString FromQString(QString const& text)
 {
     return CString(text.toStdWString());
+}
+
+/// The text as a tool tip that shows its characters as they stand: a tip that looks like rich text is taken for it.
+inline QString PlainToolTip(QString const& text)
+{
+    return Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text;
 }
 
 } // namespace vordal

@@ -12,4 +12,14 @@ namespace vordal {
 /// name that no file can have. Any thread.
 VORDAL_API std::filesystem::path PathOfFile(CString const& fullName);
 
+enum class FileUse
+{
+    Read,
+    Remove,
+};
+
+/// As PathOfFile, for what a contact names: empty, with a line in the log, also for a file that does not lie where the
+/// host lets it (Host::SetFileFolders), whatever links lead to it. A link is removed itself. Any thread.
+VORDAL_API std::filesystem::path PathOfNamedFile(CString const& fullName, FileUse use);
+
 } // namespace vordal

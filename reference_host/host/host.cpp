@@ -787,6 +787,12 @@ void Host::SetFileRoot(std::filesystem::path const& folder)
     m_state->fileRoot = folder;
 }
 
+void Host::SetFileFolders(std::vector<std::filesystem::path> folders)
+{
+    std::lock_guard const lock(m_state->mutex);
+    m_state->fileFolders = std::move(folders);
+}
+
 TargetStore& Host::Targets()
 {
     return *m_state->targets;

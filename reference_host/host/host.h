@@ -239,6 +239,9 @@ public:
     // Files, contacts, the application. Any thread.
     /// Full names of files mean files below this folder from now on, and none leads out of it; empty: as they stand.
     void SetFileRoot(std::filesystem::path const& folder);
+    /// Without a file root a contact can name only files below these folders, to be read or removed; links that lead
+    /// out of them do. None: those below the project's folders (SetProjectFolder).
+    void SetFileFolders(std::vector<std::filesystem::path> folders);
     TargetStore& Targets();
     /// At first a text of its own for each host.
     void SetAppInstanceGuid(CString const& guid);

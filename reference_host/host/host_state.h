@@ -175,6 +175,7 @@ struct HostState
     std::map<unsigned short, int> nextDevice;
     std::map<CString, std::unique_ptr<DevICreator>> creators;
     std::filesystem::path fileRoot;
+    std::vector<std::filesystem::path> fileFolders;
     CString appInstanceGuid;
 
     std::atomic<bool> userIsOperator{true};

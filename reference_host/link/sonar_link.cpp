@@ -584,6 +584,13 @@ private:
             return;
         }
         m_candidate = tcp::socket(m_context);
+        // What keeps a socket from being made at all, the connection below does not tell.
+        asio::error_code failed;
+        m_candidate.open(endpoints.front().protocol(), failed);
+        if (failed) {
+            FailOnLinkThread(attempt, failed.message());
+            return;
+        }
         // Shared, because the operation walks the list after this returns.
         auto const list = std::make_shared<std::vector<tcp::endpoint>>(std::move(endpoints));
         asio::async_connect(m_candidate, list->begin(), list->end(),

@@ -38,6 +38,9 @@ std::vector<std::filesystem::path> FindModules(std::filesystem::path const& fold
             modules.push_back(entry->path());
         }
     }
+    if (failure && failure != std::errc::no_such_file_or_directory && failure != std::errc::not_a_directory) {
+        throw std::filesystem::filesystem_error("a folder of plug-ins cannot be read", folder, failure);
+    }
     std::sort(modules.begin(), modules.end());
     return modules;
 }

@@ -44,6 +44,18 @@ void ProjectDefinition::SetFolder(unsigned kind, std::optional<CString> folder)
     m_folders[kind] = std::move(folder);
 }
 
+std::vector<CString> ProjectDefinition::Folders() const
+{
+    std::lock_guard const lock(m_mutex);
+    std::vector<CString> folders;
+    for (auto const& [kind, folder] : m_folders) {
+        if (folder.has_value() && !folder->IsEmpty()) {
+            folders.push_back(*folder);
+        }
+    }
+    return folders;
+}
+
 bool ProjectDefinition::Complete(unsigned kind, CString& name) const
 {
     std::lock_guard const lock(m_mutex);

@@ -36,6 +36,8 @@ public:
     /// project has no place for them. A kind that was never set has the empty text.
     void SetFolder(unsigned kind, std::optional<CString> folder);
     bool Complete(unsigned kind, CString& name) const;
+    /// All of them that have a text.
+    std::vector<CString> Folders() const;
 
     void SetRoutes(std::vector<CString> routes);
     std::vector<CString> Routes() const;

@@ -5,10 +5,14 @@
 #include "sqlite_file.h"
 #include "tree_blob.h"
 
+#include "attributes/tree_merge.h"
+
 #include <tvcoreR/Utf8.h>
 
+#include <protocol/outside_sizes.h>
 #include <protocol/utf8.h>
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <span>
@@ -126,14 +130,14 @@ public:
     }
 
     CString Text(int column) const { return CString(qx5::protocol::DecodeUtf8(Bytes(column))); }
-    template <typename Unsigned>
-    Unsigned Small(int column) const
+    template <typename Number>
+    Number Small(int column) const
     {
-        auto const value = Integer(column);
-        if (value < 0 || value > std::numeric_limits<Unsigned>::max()) {
+        auto const value = qx5::protocol::SameNumber<Number>(Integer(column));
+        if (!value.has_value()) {
             File().RefuseDamaged("a number is out of range");
         }
-        return static_cast<Unsigned>(value);
+        return *value;
     }
     CDataId Id(int column) const
     {
@@ -249,6 +253,33 @@ void InsertDevice(Store& store, StoredDevice const& device)
 
 } // namespace
 
+bool operator==(StoredProject const& a, StoredProject const& b)
+{
+    auto const ports = [](StoredPort const& one, StoredPort const& other) {
+        return one.name == other.name && one.host == other.host && one.tcpPort == other.tcpPort &&
+               one.watch == other.watch;
+    };
+    auto const devices = [](StoredDevice const& one, StoredDevice const& other) {
+        return one.dataId == other.dataId && one.className == other.className && one.name == other.name &&
+               one.portName == other.portName && one.enabled == other.enabled &&
+               TreesEqual(one.attributes, other.attributes);
+    };
+    auto const computations = [](ComputationSetup const& one, ComputationSetup const& other) {
+        return one.dataId == other.dataId && one.type == other.type && one.stream == other.stream &&
+               one.linkedDevices == other.linkedDevices && TreesEqual(one.attributes, other.attributes);
+    };
+    auto const vessels = [](VesselSetup const& one, VesselSetup const& other) {
+        return one.number == other.number && one.name == other.name && one.configuration == other.configuration;
+    };
+    auto const views = [](auto const& one, auto const& other) {
+        return one.first == other.first && TreesEqual(one.second, other.second);
+    };
+    return a.activeVessel == b.activeVessel && a.windows == b.windows && std::ranges::equal(a.ports, b.ports, ports) &&
+           std::ranges::equal(a.devices, b.devices, devices) &&
+           std::ranges::equal(a.computations, b.computations, computations) &&
+           std::ranges::equal(a.vessels, b.vessels, vessels) && std::ranges::equal(a.views, b.views, views);
+}
+
 ProjectStore::ProjectStore(std::filesystem::path const& file, Missing missing)
     : m_impl(std::make_unique<Impl>(file, missing))
 {
@@ -290,7 +321,7 @@ StoredProject ProjectStore::Load()
          row.Step();) {
         ComputationSetup computation;
         computation.dataId = row.Id(1);
-        computation.type = static_cast<int>(row.Integer(2));
+        computation.type = row.Small<int>(2);
         computation.stream = row.Id(3);
         computation.attributes = row.Tree(4);
         auto linked = m_impl->Sql("SELECT device FROM computation_device WHERE computation=? ORDER BY position");

@@ -57,6 +57,9 @@ struct StoredProject
     std::map<CString, CAttributeMap> views;
     /// How each window stood, by the window's name, in bytes that only the window understands.
     std::map<CString, std::vector<unsigned char>> windows;
+
+    /// The same in all that is saved.
+    VORDAL_API friend bool operator==(StoredProject const& a, StoredProject const& b);
 };
 
 /// A project file, open. Each save is one transaction: it is on the disk when the call returns, and a process that is

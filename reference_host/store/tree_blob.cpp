@@ -3,6 +3,8 @@
 
 #include "reference_host/attributes/tree_merge.h"
 
+#include <protocol/outside_sizes.h>
+
 #include <bit>
 #include <cstdint>
 #include <memory>
@@ -212,7 +214,7 @@ public:
     std::size_t Count(std::size_t width)
     {
         auto const count = Number();
-        if (count > m_bytes.size() / width) {
+        if (!qx5::protocol::HoldCount(m_bytes.size(), count, width)) {
             throw Damaged("a count goes beyond the end");
         }
         return static_cast<std::size_t>(count);

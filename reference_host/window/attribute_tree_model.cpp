@@ -2,6 +2,7 @@
 #include "attribute_tree_model.h"
 
 #include "reference_host/attributes/attribute_node.h"
+#include "reference_host/controls/qt_text.h"
 
 #include <QBrush>
 #include <QGuiApplication>
@@ -367,7 +368,7 @@ QVariant AttributeTreeModel::data(QModelIndex const& index, int role) const
         if (auto const flags = node->content.GetFlags(); flags != 0) {
             tip += QStringLiteral("\nflags %1").arg(flags);
         }
-        return tip;
+        return PlainToolTip(tip);
     }
     if (role == Qt::BackgroundRole && index.column() == Value && node->changed != SteadyClock::time_point()) {
         QColor tint = QGuiApplication::palette().color(QPalette::Highlight);

@@ -2,6 +2,7 @@
 #include "device_panel.h"
 
 #include "appearance.h"
+#include "reference_host/controls/qt_text.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -199,7 +200,7 @@ void DevicePanel::Paint()
         auto const text = StatusText(row.status);
         row.item->setText(1, QString::fromUtf8(ToText(row.status.state).data(),
                                                static_cast<qsizetype>(ToText(row.status.state).size())));
-        row.item->setToolTip(1, text);
+        row.item->setToolTip(1, PlainToolTip(text));
         row.item->setIcon(1, MarkOf(palette(), row.status.state, devicePixelRatioF()));
         row.item->setData(0, Qt::AccessibleTextRole,
                           (shown ? tr("%1, shown, %2") : tr("%1, %2")).arg(row.item->text(0), text));

@@ -4,6 +4,7 @@
 #include "appearance.h"
 #include "attribute_browser.h"
 #include "record_monitor.h"
+#include "reference_host/controls/qt_text.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -197,7 +198,7 @@ void MainWindow::SetLightMode(int mode)
 void MainWindow::ShowLine(QString const& line)
 {
     m_line->setText(line);
-    m_line->setToolTip(line);
+    m_line->setToolTip(PlainToolTip(line));
 }
 
 void MainWindow::FetchTree()

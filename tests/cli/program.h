@@ -15,8 +15,8 @@ namespace qx5::test {
 Outcome Qx5(std::vector<std::string> arguments, std::string input = {},
             std::vector<std::string> const& environment = {}, OutputTo output = OutputTo::Test);
 
-/// It ended with that code, and standard error holds exactly one line, which begins with the program's name and holds
-/// each of the texts.
+/// It ended with that code, and standard error holds exactly one line beside those of the host's log, which begins with
+/// the program's name and holds each of the texts.
 void ExpectComplaint(Outcome const& outcome, int code, std::vector<std::string> const& texts);
 
 /// A `qx5 sim` on a port of its own choice, ended with its scope.

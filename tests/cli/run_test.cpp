@@ -222,6 +222,36 @@ TEST(Run, ItsOwnSonarsGoWithIt)
     EXPECT_THAT(Qx5({"run", "--demo", "pan-tilt"}).out, Not(HasSubstr("is left with")));
 }
 
+TEST(Run, AProjectThatTheDiskHasNoRoomForMakesItFail)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "too-large-a-project.qx";
+    std::filesystem::remove(file);
+    ASSERT_EQ(Qx5({"run", "--guided", "--project", file.string()}, "quit\n").code, 0);
+    ChildProcess program({"/bin/sh", "-c",
+                          // Eight blocks, less than a project has: nothing more can be written to it.
+                          "trap '' XFSZ; ulimit -f 8; exec \"$1\" run --guided --once --project \"$2\"", "sh",
+                          QX5_PROGRAM, file.string()});
+    EXPECT_EQ(program.WaitForEnd(), 1);
+    ExpectComplaint({1, {}, program.Errors()}, 1, {"too-large-a-project.qx"});
+    std::filesystem::remove(file);
+}
+
+TEST(Run, SaysSoWhenItIsOutOfDescriptors)
+{
+    bool wasEnough = false;
+    for (int most = 5; most < 24; ++most) {
+        ChildProcess program({"/bin/sh", "-c", "ulimit -n " + std::to_string(most) + "; exec \"$@\"", "sh", QX5_PROGRAM,
+                              "run", "--guided", "--once"});
+        auto const code = program.WaitForEnd();
+        wasEnough = code == 0;
+        if (code != 0) {
+            EXPECT_EQ(code, 1) << most;
+            EXPECT_THAT(program.Errors(), HasSubstr("Too many open files")) << most;
+        }
+    }
+    EXPECT_TRUE(wasEnough);
+}
+
 TEST(Run, ADroppedRequestIsToldInOneLine)
 {
     Simulator sonar;

@@ -4,6 +4,7 @@
 Usage: mutation_test.py MUTATE FIXTURE FOLDER
 """
 
+import json
 import pathlib
 import shutil
 import subprocess
@@ -15,7 +16,7 @@ COMMAND, FIXTURE, FOLDER = (pathlib.Path(each) for each in sys.argv[1:4])
 
 def mutate(*arguments: str) -> subprocess.CompletedProcess:
     command = ["/usr/bin/python3", str(COMMAND), "source", "--project", str(FOLDER / "project"), "--build",
-               str(FOLDER / "mutated"), "--least-limit", "1", *arguments]
+               str(FOLDER / "mutated"), "--least-limit", "5", *arguments]
     return subprocess.run(command, capture_output=True, text=True, check=False)
 
 
@@ -47,6 +48,24 @@ class MutateCommand(unittest.TestCase):
             "source/limits.cpp:9: Limited: value > greatest => value >= greatest",
         ]))
         self.assertEqual(self.first.returncode, 1, self.first.stderr)
+
+    def test_tells_which_of_these_have_the_same_value_in_every_test(self):
+        # The tests give 1, 2 and 3 with the limits 2 and 4: only the comparison with the least differs once.
+        lines = [line for line in self.first.stdout.split("\n") if line.startswith("  source/limits.cpp:")]
+        told = sorted(line.strip().split("  [")[0] for line in lines if "same value in every test" in line)
+        self.assertEqual(told, sorted([
+            "source/limits.cpp:9: Limited: value > greatest => false",
+            "source/limits.cpp:9: Limited: value > greatest => value >= greatest",
+        ]))
+
+    def test_runs_no_test_again_whose_files_are_the_same(self):
+        known = json.loads((FOLDER / "mutated" / "reach.json").read_text())
+        for row in known.values():
+            row["reach"]["different"] = []
+        (FOLDER / "mutated" / "reach.json").write_text(json.dumps(known))
+        # What is remembered here of the tests is not true any more, and is believed.
+        again = mutate("--again")
+        self.assertIn("value < least => value <= least  [has the same value in every test]", again.stdout)
 
     def test_tells_what_no_test_runs_through(self):
         self.assertEqual(section(self.first.stdout, "Not reached:"), sorted([

@@ -48,6 +48,7 @@ protected:
         vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
         host.SetClock(&m_clock);
         host.SetTraffic(&m_traffic);
+        host.SetFileFolders({folder});
         host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
         host.Targets().SetActive(targetFile);
         SonarTargetsManager::Instance().geoTiffOutputEnabled = true;

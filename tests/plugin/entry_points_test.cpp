@@ -2,9 +2,15 @@
 // services of the host are stood in for here, so that they can be seen and can refuse.
 #include "QX5SonarConfiguration.h"
 
+#include "reference_host/host/host.h"
+
 #include <VersionControlR/CheckDllVersion.h>
+#include <vordalhostdllR/CDocTemplateList.h>
+#include <vordalhostdllR/CVordalBaseApp.h>
+#include <vordalhostdllR/VORDALMultiDocTemplate.h>
 #include <vordalhostdllR/VordalHost.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -81,6 +87,44 @@ TEST_F(Attaching, IsRefusedByAHostOfAnotherVersion)
     EXPECT_FALSE(LibraryAttach());
     EXPECT_EQ(handshakes.size(), 1U);
     EXPECT_TRUE(bindings.empty());
+}
+
+/// Owns the templates that it is given; all else is another application's work.
+class OwningApplication final : public CVordalBaseApp
+{
+public:
+    explicit OwningApplication(CVordalBaseApp& other) : m_other(other) {}
+
+    CDisplayMap& GetDisplayMap() override { return m_other.GetDisplayMap(); }
+    CPrsConfiguration& GetPresConfig() override { return m_other.GetPresConfig(); }
+    void AddDocTemplate(VORDALMultiDocTemplate* displayTemplate) override { templates.emplace_back(displayTemplate); }
+    bool AddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
+                    CString const& section, bool show, BaseDevice* device, unsigned short vessel) override
+    {
+        return m_other.AddDisplay(viewKey, name, type, settings, section, show, device, vessel);
+    }
+    bool SelectDisplay(CString const& name) override { return m_other.SelectDisplay(name); }
+    void NotifyAttributesChanged(CDataId const& dataId, int item) override
+    {
+        m_other.NotifyAttributesChanged(dataId, item);
+    }
+
+    std::vector<std::unique_ptr<VORDALMultiDocTemplate>> templates;
+
+private:
+    CVordalBaseApp& m_other;
+};
+
+TEST(Templates, AreGivenToTheApplicationThatOwnsThem)
+{
+    vordal::Host host;
+    host.SetApplication({});
+    OwningApplication application(*host.Application());
+    InitializeTemplates(&application);
+    ASSERT_EQ(application.templates.size(), 1U);
+    EXPECT_EQ(application.templates[0].get(),
+              CDocTemplateList::GetDocTemplates().FindTemplate(L"QX5SONARCONFIGURATION"));
+    UnInitializeTemplates();
 }
 
 } // namespace

@@ -9,6 +9,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -48,6 +50,24 @@ TEST(PlugInLoader, RefusesAFileThatIsNoModule)
     auto const file = std::filesystem::path(::testing::TempDir()) / "no_module.so";
     std::ofstream(file) << "some text";
     EXPECT_THAT(RefusalOf(file), HasSubstr("it is not a module"));
+    std::filesystem::remove(file);
+}
+
+TEST(PlugInLoader, RefusesAModuleThatIsCutShortBeforeItIsMapped)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "cut_short.so";
+    std::filesystem::copy_file(MODULE_GOOD, file, std::filesystem::copy_options::overwrite_existing);
+    auto const whole = std::filesystem::file_size(file);
+    // Wherever it ends: the last byte alone, within its tables, its data, its code, its header.
+    std::vector<std::uintmax_t> lengths{whole - 1, 100, 64, 63, 17, 4};
+    for (std::uintmax_t part = 31; part > 0; --part) {
+        lengths.push_back(whole / 32 * part);
+    }
+    std::sort(lengths.rbegin(), lengths.rend());
+    for (std::uintmax_t const length : lengths) {
+        std::filesystem::resize_file(file, length);
+        EXPECT_THAT(RefusalOf(file), HasSubstr(length < 64 ? "it is not a module" : "the file is cut short")) << length;
+    }
     std::filesystem::remove(file);
 }
 

@@ -8,6 +8,7 @@
 #include <reference_host/targets/target_store.h>
 
 #include <VordalBaseR/HugeFileStream.h>
+#include <VordalConfigureR/DataSearch.h>
 #include <VordalSubscriberR/GeneralSubKeys.h>
 #include <VordalSubscriberR/Subscriber.h>
 #include <vordalhostdllR/SonarTargetsManager.h>
@@ -372,6 +373,7 @@ protected:
     {
         host.SetClock(&clock);
         host.SetObserver(&watcher);
+        host.SetFileFolders({folder});
     }
     SonarTargetsControl* Open() { return SonarTargetsManager::Instance().OpenSTSFile(Name()); }
     /// Runs within one notification.
@@ -654,6 +656,53 @@ TEST_F(TargetStoreTest, FilesAreRemovedByName)
     EXPECT_TRUE(fs::exists(path));
     std::wstring const event = L"remove " + std::wstring(name.View());
     EXPECT_EQ(watcher.events, (std::vector<std::wstring>{event, event, L"remove ", event}));
+}
+
+TEST_F(TargetStoreTest, OnlyFilesBelowTheProjectsFoldersAreReadAndRemoved)
+{
+    auto const open = [](fs::path const& path) {
+        HugeFileStream stream;
+        return stream.Open(vordal::TextOf(path), false, false);
+    };
+    auto const remove = [](fs::path const& path) { return HugeFileStream::Remove(vordal::TextOf(path)); };
+    fs::create_directories(folder / "project" / "images");
+    fs::create_directory(folder / "project-not");
+    fs::create_directory(folder / "pictures");
+    auto const inside = folder / "project" / "images" / "inside.tif";
+    std::vector<fs::path> const outside{folder / "outside.tif", folder / "project-not" / "outside.tif",
+                                        folder / "pictures" / "outside.tif"};
+    Write(inside, "x");
+    for (auto const& path : outside) {
+        Write(path, "x");
+    }
+    fs::create_symlink(outside[0], folder / "project" / "link.tif");
+    fs::create_directory_symlink(folder / "pictures", folder / "project" / "linked");
+    std::vector<fs::path> leadOut = outside;
+    leadOut.push_back(folder / "project" / ".." / "outside.tif");
+    leadOut.push_back(folder / "project" / "linked" / "outside.tif");
+
+    host.SetFileFolders({});
+    EXPECT_FALSE(open(inside)) << "a host without a project names no folder";
+    host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(folder / "project" / "survey.qx5"));
+    EXPECT_TRUE(open(inside));
+    EXPECT_TRUE(open(folder / "project" / "." / "images" / ".." / "images" / "inside.tif"));
+    EXPECT_FALSE(open(folder / "project" / "link.tif"));
+    for (auto const& path : leadOut) {
+        EXPECT_FALSE(open(path)) << path;
+        EXPECT_FALSE(remove(path)) << path;
+        EXPECT_TRUE(fs::exists(path)) << path;
+    }
+    EXPECT_TRUE(remove(folder / "project" / "link.tif")) << "the link itself lies there";
+    EXPECT_TRUE(fs::exists(outside[0]));
+    EXPECT_TRUE(remove(inside));
+
+    // Folders of the host's own choice take the place of the project's.
+    host.SetFileFolders({folder / "pictures"});
+    EXPECT_TRUE(open(outside[2]));
+    EXPECT_TRUE(open(folder / "project" / "linked" / "outside.tif"));
+    Write(inside, "x");
+    EXPECT_FALSE(open(inside));
+    EXPECT_TRUE(remove(outside[2]));
 }
 
 TEST_F(TargetStoreTest, NoNameLeadsOutOfTheFileRoot)

@@ -13,12 +13,18 @@
 
 #include <QDockWidget>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMetaObject>
 #include <QSlider>
 #include <QTabBar>
+#include <QTextDocument>
 
+#include <algorithm>
 #include <csignal>
+#include <fstream>
 #include <mutex>
+#include <optional>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -160,6 +166,54 @@ TEST(LiveWindow, OpensConnectsShowsTheTreeAndTheRecordsAndCloses)
     EXPECT_EQ(stage.Control<QTabBar>("id28075").count(), 6);
     EXPECT_TRUE(RunUntil([&] { return stage.window->Records().Model().rowCount() > 0; }));
     stage.End();
+}
+
+/// What the toolkit shows of a text that it may take for rich text: its characters as they stand, or something else.
+bool ShowsAsItStands(QString const& text, QString const& meant)
+{
+    QTextDocument shown;
+    if (!Qt::mightBeRichText(text)) {
+        return text.contains(meant);
+    }
+    shown.setHtml(text);
+    return shown.toPlainText().contains(meant);
+}
+
+TEST(LiveWindow, ATextOfASonarIsNeverTakenForRichText)
+{
+    QString const told = QStringLiteral("<b>bold</b><img src=file:///etc/hostname>");
+    Stage stage;
+    ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
+    std::string answer;
+    for (char const* key : {"x5DirectoryName", "x5FileName", "InfoText"}) {
+        stage.sonars[0].Server().Command("set " + (key + ("=" + told.toStdString())), answer);
+    }
+    auto& field = stage.Control<QLineEdit>("id28083");
+    ASSERT_TRUE(RunUntil([&] { return field.text() == told; })) << answer;
+    stage.window->ShowLine(told);
+
+    int tips = 0;
+    for (auto const* const widget : stage.window->findChildren<QWidget*>()) {
+        if (widget->toolTip().contains(QStringLiteral("bold"))) {
+            EXPECT_TRUE(ShowsAsItStands(widget->toolTip(), told)) << widget->objectName().toStdString();
+            ++tips;
+        }
+        if (auto const* const label = qobject_cast<QLabel const*>(widget);
+            label != nullptr && label->text().contains(QStringLiteral("bold"))) {
+            EXPECT_EQ(label->textFormat(), Qt::PlainText) << label->objectName().toStdString();
+        }
+    }
+    EXPECT_EQ(tips, 3) << "both fields of the page and the window's line";
+    auto const& model = stage.window->Attributes().Model();
+    QModelIndexList found;
+    ASSERT_TRUE(RunUntil([&] {
+        found = model.match(model.index(0, vordal::AttributeTreeModel::Value), Qt::DisplayRole, QStringLiteral("bold"),
+                            -1, Qt::MatchContains | Qt::MatchRecursive);
+        return found.size() >= 2;
+    }));
+    for (QModelIndex const& value : found) {
+        EXPECT_TRUE(ShowsAsItStands(value.data(Qt::ToolTipRole).toString(), told));
+    }
 }
 
 TEST(LiveWindow, ClosesBeforeAnythingIsConnected)
@@ -369,6 +423,75 @@ TEST(RunWindow, OpensByItselfEndsOnASignalAndSavesTheProject)
     EXPECT_EQ(project.devices.size(), 3U);
     EXPECT_EQ(project.windows.size(), 1U);
     EXPECT_EQ(project.views.size(), 1U);
+    std::filesystem::remove(file);
+}
+
+/// The project in the file as another program finds it; nothing while there is none, or it is being written.
+std::optional<vordal::StoredProject> Saved(std::filesystem::path const& file)
+{
+    try {
+        return vordal::ProjectStore(file, vordal::ProjectStore::Missing::Refuse).Load();
+    } catch (vordal::StoreError const&) {
+        return std::nullopt;
+    }
+}
+
+TEST(RunWindow, ATextWithoutAFontIsNoPicture)
+{
+    auto const folder = std::filesystem::path(::testing::TempDir());
+    auto const file = folder / "boxes.png";
+    std::filesystem::remove(file);
+    auto const none = folder / "no-fonts.conf";
+    std::ofstream(none) << "<?xml version=\"1.0\"?><fontconfig></fontconfig>\n";
+    ExpectComplaint(Qx5({"run", "--screenshot", file.string()}, {}, {"FONTCONFIG_FILE=" + none.string()}), 1,
+                    {"no picture", "no font", "fonts-dejavu-core"});
+    EXPECT_FALSE(std::filesystem::exists(file));
+    std::filesystem::remove(none);
+}
+
+TEST(RunWindow, WhatItDidIsSavedWhileItRuns)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "killed-project.qx";
+    std::filesystem::remove(file);
+    {
+        ChildProcess program({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
+        ASSERT_TRUE(program.WaitForOutput("The window is open"));
+        auto const isSaved = [&file] {
+            auto const project = Saved(file);
+            return project.has_value() && project->devices.size() == 3 && project->windows.size() == 1 &&
+                   project->views.size() == 1 &&
+                   std::ranges::all_of(project->devices, [](vordal::StoredDevice const& device) {
+                       return device.attributes.Has(AttributeKey(L"x5Range"));
+                   });
+        };
+        EXPECT_TRUE(RunUntil(isSaved));
+        program.Signal(SIGKILL);
+        EXPECT_TRUE(program.WaitForEnd().has_value());
+    }
+    auto const project = vordal::ProjectStore(file).Load();
+    EXPECT_EQ(project.devices.size(), 3U);
+    std::filesystem::remove(file);
+}
+
+TEST(RunWindow, SeveralSignalsAtOnceStillLetItSave)
+{
+    auto const file = std::filesystem::path(::testing::TempDir()) / "hurried-project.qx";
+    std::filesystem::remove(file);
+    {
+        // It has nothing yet that a session under way would have saved.
+        ChildProcess program({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
+        ASSERT_TRUE(program.WaitForOutput("The window is open"));
+        // Again and again, so that they do not all count as one; it has not been waited for, so its number is its own.
+        for (int i = 0; i < 200; ++i) {
+            program.Signal(i % 2 == 0 ? SIGTERM : SIGHUP);
+            std::this_thread::yield();
+        }
+        // One that comes when all is done may end it, too.
+        EXPECT_TRUE(program.WaitForEnd().has_value());
+    }
+    auto const project = vordal::ProjectStore(file).Load();
+    EXPECT_EQ(project.devices.size(), 3U);
+    EXPECT_EQ(project.windows.size(), 1U);
     std::filesystem::remove(file);
 }
 

@@ -22,6 +22,7 @@ import sys
 import time
 import tomllib
 
+import effects
 import schemata
 import sites
 import suite
@@ -32,6 +33,9 @@ COMPLAINT = re.compile(r"^(\S+?):(\d+):\d+: +(?:error|fatal error|required from)
 
 # Rounds of building without what did not compile in the round before.
 BUILD_ROUNDS = 6
+
+# Of a mutant that survives without a run.
+NEVER_DIFFERS = "has the same value in every test"
 
 
 def say(text: str) -> None:
@@ -121,6 +125,22 @@ class Copy:
         return None if done.returncode == 0 else (done.stdout + done.stderr).decode(errors="replace")
 
 
+    def states_of(self, tests: list[suite.Test], count: int) -> dict[str, str]:
+        """What each test runs on, by its name: its program, what is in the build for all, and files that are read."""
+        shared = [path for folder in ("bin", "lib") for path in sorted((self.build / folder).rglob("*"))]
+        shared += [path for path in sorted(self.source.rglob("*"))
+                   if path.suffix not in (".cpp", ".h") and path.relative_to(self.source).parts[0] != "build"]
+        programs = {test.command[0] for test in tests if test.filter is not None}
+        common = state_of([path for path in shared if str(path) not in programs])
+        own = {name: state_of([pathlib.Path(name)]) for name in programs}
+        return {test.name: f"{count} {common} {own.get(test.command[0])} {' '.join(test.command)}" for test in tests}
+
+
+def state_of(paths: list[pathlib.Path]) -> str:
+    rows = [f"{path} {path.stat().st_mtime_ns} {path.stat().st_size}" for path in paths if path.is_file()]
+    return hashlib.sha256("\n".join(rows).encode()).hexdigest()
+
+
 def run_quietly(command: list[str]) -> None:
     done = subprocess.run(command, capture_output=True, check=False)
     if done.returncode != 0:
@@ -139,7 +159,8 @@ def find_all(copy: Copy, names: list[str], jobs: int) -> list[Mutant]:
     state = hashlib.sha256(json.dumps(rows).encode())
     for path in [*originals, *sorted(name for name in copy.files() if name.endswith(".h"))]:
         state.update((copy.project / path.removeprefix(f"{copy.source}/")).read_bytes())
-    state.update(pathlib.Path(sites.__file__).read_bytes())
+    for module in (sites, effects):
+        state.update(pathlib.Path(module.__file__).read_bytes())
     remembered = copy.folder / "mutants.json"
     if remembered.exists():
         memory = json.loads(remembered.read_text())
@@ -237,33 +258,30 @@ def unique_keys(mutants: list[Mutant]) -> list[str]:
     return keys
 
 
-def measure(runner: suite.Runner, tests: list[suite.Test], count: int,
-            jobs: int) -> tuple[dict[str, set[int]], dict[str, float], list[suite.Test]]:
-    """Who reaches what, how long each group takes, and the tests that hold without a mutant."""
-    reach: dict[str, set[int]] = {}
-    sound: list[suite.Test] = []
+def measure(runner: suite.Runner, tests: list[suite.Test], count: int, copy: Copy,
+            jobs: int) -> dict[str, suite.Reach]:
+    """What each test reaches, of those that hold without a mutant. What a test's files tell no other of, is remembered."""
+    remembered = copy.folder / "reach.json"
+    memory = json.loads(remembered.read_text()) if remembered.exists() else {}
+    states = copy.states_of(tests, count)
+    known = {name: suite.Reach(**row["reach"]) for name, row in memory.items() if states.get(name) == row["state"]}
+    open_tests = [test for test in tests if test.name not in known]
+
+    def one(test: suite.Test) -> suite.Reach | None:
+        for _ in range(2):
+            found, outcome = runner.reached_by(test, count + 1, 300.0)
+            if not outcome.fell:
+                return found
+        say(f"{test.name} falls without a mutant and is left out")
+        return None
+
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-        measured = pool.map(lambda test: runner.reached_by(test, count + 1, 300.0), tests)
-        for test, (found, outcome) in zip(tests, measured):
-            if outcome.fell:
-                found, outcome = runner.reached_by(test, count + 1, 300.0)
-            if outcome.fell:
-                say(f"{test.name} falls without a mutant and is left out")
-                continue
-            reach[test.name] = found
-            if found:
-                sound.append(test)
-        groups = collections.defaultdict(list)
-        for test in sound:
-            groups[test.group].append(test)
-        outcomes = pool.map(lambda group: runner.run(group, 600.0), groups.values())
-        seconds = {}
-        for name, outcome in zip(groups, outcomes):
-            seconds[name] = outcome.seconds
-            if outcome.fell:
-                say(f"the tests of {name} do not hold in one process: "
-                    f"{(suite.at_fault(groups[name], outcome) or groups[name][0]).name}")
-    return reach, seconds, sound
+        for test, found in zip(open_tests, pool.map(one, open_tests)):
+            if found is not None:
+                known[test.name] = found
+    remembered.write_text(json.dumps({name: {"state": states[name], "reach": dataclasses.asdict(reach)}
+                                      for name, reach in known.items()}))
+    return known
 
 
 class Memory:
@@ -288,17 +306,30 @@ def judge_all(mutants: list[Mutant], chosen: list[int], copy: Copy, memory: Memo
     tests = suite.list_tests(copy.build, options.tests, options.leave_out)
     runner = suite.Runner(options.build / "scratch")
     say(f"Finding out which of {len(tests)} tests reach which of {len(mutants)} mutants")
-    reach, seconds, sound = measure(runner, tests, len(mutants), options.jobs)
-    sizes = collections.Counter(test.group for test in sound)
-    judge = suite.Judge(runner, seconds, options.least_limit)
-    by_number = {number: [test for test in sound if number in reach[test.name]] for number in chosen}
+    started = time.monotonic()
+    reach = measure(runner, tests, len(mutants), copy, options.jobs)
+    say(f"Known after {time.monotonic() - started:.0f} s")
+    judge = suite.Judge(runner, {name: found.seconds for name, found in reach.items()}, options.least_limit)
+    reaching: dict[int, list[suite.Test]] = collections.defaultdict(list)
+    noticing: dict[int, list[suite.Test]] = collections.defaultdict(list)
+    for test in tests:
+        if test.name in reach:
+            different = set(reach[test.name].different)
+            for number in reach[test.name].reached:
+                reaching[number].append(test)
+                if not mutants[number - 1].differs or number in different:
+                    noticing[number].append(test)
     say(f"Running {len(chosen)} mutants")
     verdicts: dict[int, suite.Verdict] = {}
     started = time.monotonic()
 
     def one(number: int) -> tuple[int, suite.Verdict]:
         mutant = mutants[number - 1]
-        return number, judge.judge(number, f"{mutant.file} {mutant.function}", by_number[number], sizes)
+        if not reaching[number]:
+            return number, suite.Verdict("not reached")
+        if not noticing[number]:
+            return number, suite.Verdict("survived", NEVER_DIFFERS)
+        return number, judge.judge(number, (f"{mutant.file} {mutant.function}", mutant.file), noticing[number])
 
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
         for number, verdict in pool.map(one, chosen):

@@ -38,12 +38,18 @@ def nest(numbered: list[tuple[int, Mutant]]) -> list[Place]:
 
 def with_switch(number: int, mutant: Mutant, inner: str) -> str:
     switch = f"{'QX5MutantIsOnAtRunTime' if mutant.compiled else 'QX5MutantIsOn'}({number}UL)"
-    if mutant.how == "true":
-        return f"({switch} || ({inner}))"
-    if mutant.how == "false":
-        return f"(!{switch} && ({inner}))"
+    if mutant.how in ("true", "false"):
+        if mutant.differs:
+            inner = f"QX5MutantBeside({number}UL, static_cast<bool>({inner}), {mutant.how})"
+        return f"({switch} || ({inner}))" if mutant.how == "true" else f"(!{switch} && ({inner}))"
     if mutant.how == "delete":
-        return f"({switch} ? static_cast<void>(0) : static_cast<void>({inner}))"
+        beside = ""
+        if mutant.differs:
+            left, right = mutant.original.split(" = ", 1)
+            beside = f"QX5MutantCompare({number}UL, ({left}), ({right})), "
+        return f"({switch} ? static_cast<void>(0) : ({beside}static_cast<void>({inner})))"
+    if mutant.differs:
+        inner = f"QX5MutantBeside({number}UL, ({inner}), ({mutant.mutated}))"
     return f"({switch} ? ({mutant.mutated}) : ({inner}))"
 
 

@@ -13,6 +13,8 @@ import shlex
 
 from clang.cindex import Cursor, CursorKind, Index, TokenKind, TranslationUnit, TypeKind
 
+from effects import is_quiet, kind_of
+
 INTEGERS = {
     TypeKind.CHAR_U, TypeKind.UCHAR, TypeKind.CHAR_S, TypeKind.SCHAR, TypeKind.WCHAR, TypeKind.CHAR16, TypeKind.CHAR32,
     TypeKind.USHORT, TypeKind.UINT, TypeKind.ULONG, TypeKind.ULONGLONG, TypeKind.SHORT, TypeKind.INT, TypeKind.LONG,
@@ -60,6 +62,8 @@ class Mutant:
     original: str
     mutated: str
     compiled: bool  # may be evaluated by the compiler
+    # The values that it makes differ, and nothing else: "value" of the text itself, "assigned" of what is assigned to.
+    differs: str = ""
 
     def key(self) -> str:
         """What the mutant is called from one run to the next: its text, not its place."""
@@ -166,7 +170,7 @@ class Finder:
             last = stop
         return "".join(parts)
 
-    def add(self, span: tuple[int, int], how: str, mutated: str) -> None:
+    def add(self, span: tuple[int, int], how: str, mutated: str, differs: str = "") -> None:
         begin, end = span
         original = self.text(begin, end)
         if original == mutated:
@@ -174,7 +178,7 @@ class Finder:
         line = self.content.count(b"\n", 0, begin) + 1
         self.mutants.append(
             Mutant(self.relative, line, self.function, self.lines[line - 1].strip(), begin, end, how, original, mutated,
-                   self.compiled))
+                   self.compiled, differs))
 
     # Declarations
 
@@ -316,7 +320,7 @@ class Finder:
             if is_asked and values and variable.type.get_canonical().kind == TypeKind.POINTER:
                 span = self.span(values[-1])
                 if span is not None:
-                    self.add(span, "replace", "nullptr")
+                    self.add(span, "replace", "nullptr", by_value(values[-1]))
 
     def loop_or_switch(self, cursor: Cursor, children: list[Cursor]) -> None:
         for child in children[:-1]:
@@ -354,12 +358,18 @@ class Finder:
         bare = unwrap(cursor)
         if span is not None and bare.kind not in (CursorKind.CSTYLE_CAST_EXPR, CursorKind.CXX_STATIC_CAST_EXPR,
                                                   CursorKind.DECL_REF_EXPR, CursorKind.CXX_THROW_EXPR):
-            self.add(span, "delete", "(deleted)")
+            self.add(span, "delete", "(deleted)", self.by_assignment(bare))
         if bare.kind == CursorKind.UNARY_OPERATOR:
             for child in bare.get_children():
                 self.expression(child)
         else:
             self.expression(cursor)
+
+    def by_assignment(self, cursor: Cursor) -> str:
+        """A plain assignment that is left out differs where the old value is another one than the new."""
+        if cursor.kind != CursorKind.BINARY_OPERATOR or self.operator_of(cursor) != "=":
+            return ""
+        return "assigned" if all(is_quiet(child) for child in cursor.get_children()) else ""
 
     def returned(self, cursor: Cursor) -> None:
         self.expression(cursor)
@@ -376,7 +386,7 @@ class Finder:
         elif kind in NUMBERS and operator is None and self.constant(bare) is None:
             self.add(span, "replace", f"({self.text(*span)}) + 1")
         elif kind == TypeKind.POINTER:
-            self.add(span, "replace", "nullptr")
+            self.add(span, "replace", "nullptr", by_value(cursor))
 
     # Expressions
 
@@ -394,7 +404,7 @@ class Finder:
         if operator == "&&":
             values = values - {"true"}
         for value in sorted(values):
-            self.add(span, value, value)
+            self.add(span, value, value, by_value(cursor))
 
     def operator_of(self, cursor: Cursor) -> str | None:
         """The operator of an expression that has one, a class's own included."""
@@ -477,7 +487,7 @@ class Finder:
                 # An operand that is a chain of the same operator forces what its own operands force.
                 if operand is not None and self.operator_of(unwrap(child)) != operator:
                     neutral = "true" if operator == "&&" else "false"
-                    self.add(operand, neutral, neutral)
+                    self.add(operand, neutral, neutral, by_value(child))
             return
         for child in children:
             self.expression(child)
@@ -490,8 +500,13 @@ class Finder:
             if operator == "%" or (operator in "&|^" and cursor.type.get_canonical().kind in FLOATS):
                 swapped = "*" if operator == "%" else None
         if swapped is not None:
+            # By zero, and with what the compiler refuses, nothing is computed beside what was written.
+            is_safe = operator in BOUNDARIES or not self.compiled and (
+                operator in "+-/" or cursor.type.get_canonical().kind in FLOATS)
+            # The opposite always differs.
+            differs = by_value(cursor) if is_safe and operator not in OPPOSITES else ""
             self.add(span, "replace",
-                     f"{self.text(span[0], token[0])} {swapped} {self.text(token[1], span[1])}")
+                     f"{self.text(span[0], token[0])} {swapped} {self.text(token[1], span[1])}", differs)
 
     def compound_assignment(self, cursor: Cursor, span: tuple[int, int], children: list[Cursor]) -> None:
         token = self.operator_token(cursor)
@@ -528,7 +543,9 @@ class Finder:
         swapped = FUNCTIONS.get(cursor.spelling)
         text = self.text(*span)
         if swapped is not None and text.startswith("std::" + cursor.spelling):
-            self.add(span, "replace", "std::" + swapped + text.removeprefix("std::" + cursor.spelling))
+            is_number = cursor.type.get_canonical().kind in NUMBERS
+            self.add(span, "replace", "std::" + swapped + text.removeprefix("std::" + cursor.spelling),
+                     by_value(cursor) if is_number else "")
 
     def number(self, span: tuple[int, int]) -> None:
         text = self.text(*span)
@@ -576,12 +593,9 @@ class Finder:
         return text + " * 2" if kind in FLOATS else None
 
 
-def kind_of(cursor: Cursor) -> CursorKind | None:
-    """The kind of a node, or nothing for one that this version of the library has no name for."""
-    try:
-        return cursor.kind
-    except ValueError:
-        return None
+def by_value(cursor: Cursor) -> str:
+    """Where nothing but its value can be noticed of an expression, a mutant of it differs by that alone."""
+    return "value" if is_quiet(cursor) else ""
 
 
 def unwrap(cursor: Cursor) -> Cursor:

@@ -21,6 +21,15 @@ GTEST_FAILED = re.compile(rb"^\[  FAILED  \] ([^\s,]+)", re.MULTILINE)
 # A mutant may ask for memory without end; the machine is not to feel it.
 MEMORY_LIMIT_KIB = 8 * 1024 * 1024
 
+# A test that takes longer than this is dear, and runs in a process of its own, late.
+DEAR_SECONDS = 1.0
+
+# On a busy machine a run may take so many times its limit.
+MOST_PATIENCE = 20
+
+# So many tests that neighbours fell to are tried first.
+LIKELY_TESTS = 4
+
 
 @dataclasses.dataclass(frozen=True)
 class Test:
@@ -49,6 +58,15 @@ class Outcome:
     ended_by_signal: bool = False
 
 
+@dataclasses.dataclass
+class Reach:
+    """How long one test takes, the mutants whose places it runs through, and those that have another value there."""
+
+    seconds: float
+    reached: list[int]
+    different: list[int]
+
+
 def list_tests(build: pathlib.Path, wanted: str, left_out: str) -> list[Test]:
     """The tests of a build folder whose names fit one regular expression and not another, which may be empty."""
     command = ["ctest", "--test-dir", str(build), "--show-only=json-v1"]
@@ -64,6 +82,33 @@ def list_tests(build: pathlib.Path, wanted: str, left_out: str) -> list[Test]:
         folder = properties.get("WORKING_DIRECTORY", str(build))
         tests.append(Test(row["name"], tuple(row["command"]), folder, environment))
     return tests
+
+
+def ends_within(process: subprocess.Popen, limit: float) -> bool:
+    """Waits for the end of a process. What it spends in the queue for a processor does not count, within reason."""
+    started = time.monotonic()
+    left = limit
+    while left > 0:
+        try:
+            process.wait(left)
+            return True
+        except subprocess.TimeoutExpired:
+            spent = time.monotonic() - started
+            left = min(limit + queued_seconds(process.pid), MOST_PATIENCE * limit) - spent
+    return False
+
+
+def queued_seconds(session: int) -> float:
+    """How long the threads of a session's processes have been ready to run, and were not."""
+    total = 0
+    for folder in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            if os.getsid(int(folder.name)) == session:
+                for file in folder.glob("task/*/schedstat"):
+                    total += int(file.read_text().split()[1])
+        except (OSError, ValueError, IndexError):
+            continue  # it has just ended
+    return total / 1e9
 
 
 def together(tests: list[Test]) -> list[str]:
@@ -93,14 +138,11 @@ class Runner:
             environment["QX5_MUTANTS_REACHED"] = str(reached)
         limited = ["sh", "-c", f'ulimit -c 0; ulimit -v {MEMORY_LIMIT_KIB}; exec "$@"', "sh", *together(tests)]
         started = time.monotonic()
-        by_time = False
         with tempfile.TemporaryFile(dir=folder) as output:
             process = subprocess.Popen(limited, cwd=tests[0].folder, env=environment, stdin=subprocess.DEVNULL,
                                        stdout=output, stderr=subprocess.STDOUT, start_new_session=True)
             try:
-                process.wait(limit)
-            except subprocess.TimeoutExpired:
-                by_time = True
+                by_time = not ends_within(process, limit)
             finally:
                 # Programs that the test has started go with it.
                 try:
@@ -114,14 +156,15 @@ class Runner:
         return Outcome(by_time or process.returncode != 0, by_time, time.monotonic() - started, text,
                        process.returncode < 0)
 
-    def reached_by(self, test: Test, count: int, limit: float) -> tuple[set[int], Outcome]:
-        """The mutants, numbered below `count`, whose places one test runs through with none of them on."""
+    def reached_by(self, test: Test, count: int, limit: float) -> tuple[Reach, Outcome]:
+        """What becomes of the mutants, numbered below `count`, in one test with none of them on."""
         with tempfile.NamedTemporaryFile(dir=self.scratch) as file:
-            file.truncate(count)
+            file.truncate(2 * count)
             outcome = self.run([test], limit, reached=pathlib.Path(file.name))
-            with mmap.mmap(file.fileno(), count, access=mmap.ACCESS_READ) as flags:
-                found = {number for number in range(1, count) if flags[number]}
-        return found, outcome
+            with mmap.mmap(file.fileno(), 2 * count, access=mmap.ACCESS_READ) as flags:
+                reached = [number for number in range(1, count) if flags[number]]
+                different = [number for number in reached if flags[count + number]]
+        return Reach(outcome.seconds, reached, different), outcome
 
 
 def at_fault(tests: list[Test], outcome: Outcome) -> Test | None:
@@ -146,34 +189,51 @@ class Verdict:
 
 
 class Judge:
-    """Decides about mutants: runs what reaches them, cheap groups first, until one test falls. Any thread."""
+    """Decides about mutants: runs what reaches them until one test falls. First come the tests that neighbours fell to,
+    then the tests of each program together, the cheapest first; a test that takes long is run alone. Any thread.
+    """
 
     def __init__(self, runner: Runner, seconds: dict[str, float], least_limit: float):
         self.runner = runner
-        self.seconds = seconds  # of each group as a whole, without a mutant
+        self.seconds = seconds  # of each test, without a mutant
         self.least_limit = least_limit
         self.killers: collections.Counter[tuple[str, str]] = collections.Counter()
         self.lock = threading.Lock()
 
-    def judge(self, number: int, place: str, tests: list[Test], sizes: dict[str, int]) -> Verdict:
-        """`place`: mutants of one place tend to fall to one group. `sizes`: how many tests each group has."""
-        if not tests:
-            return Verdict("not reached")
-        groups: dict[str, list[Test]] = collections.defaultdict(list)
-        for test in tests:
-            groups[test.group].append(test)
-        expected = {name: self.seconds[name] * len(some) / sizes[name] for name, some in groups.items()}
-        with self.lock:
-            kills = {name: self.killers[place, name] for name in groups}
-        for name in sorted(groups, key=lambda each: (-kills[each], expected[each])):
-            verdict = self.judge_by_group(number, groups[name], self.least_limit + 3 * expected[name])
+    def judge(self, number: int, places: tuple[str, ...], tests: list[Test]) -> Verdict:
+        """`places`: mutants of one place tend to fall to one test; the narrowest place first."""
+        for batch in self.batches(places, tests):
+            verdict = self.judge_by_batch(number, batch)
             if verdict is not None:
                 with self.lock:
-                    self.killers[place, name] += 1
+                    for place in places:
+                        self.killers[place, verdict.by] += 1
                 return verdict
         return Verdict("survived")
 
-    def judge_by_group(self, number: int, tests: list[Test], limit: float) -> Verdict | None:
+    def batches(self, places: tuple[str, ...], tests: list[Test]) -> list[list[Test]]:
+        with self.lock:
+            kills = {test: tuple(self.killers[place, test.name] for place in places) for test in tests}
+        likely = [test for test in sorted(tests, key=lambda each: kills[each], reverse=True) if any(kills[test])]
+        likely = [test for test in likely[:LIKELY_TESTS] if self.is_cheap(test) or kills[test][0]]
+        others = [test for test in tests if test not in likely]
+        return self.by_cost(likely) + self.by_cost(others)
+
+    def by_cost(self, tests: list[Test]) -> list[list[Test]]:
+        """Tests that can run in one process; the cheapest of these processes first."""
+        groups: dict[str, list[Test]] = collections.defaultdict(list)
+        for test in tests:
+            groups[test.group if self.is_cheap(test) else test.name].append(test)
+        return sorted(groups.values(), key=self.expected)
+
+    def is_cheap(self, test: Test) -> bool:
+        return self.seconds[test.name] < DEAR_SECONDS
+
+    def expected(self, tests: list[Test]) -> float:
+        return sum(self.seconds[test.name] for test in tests)
+
+    def judge_by_batch(self, number: int, tests: list[Test]) -> Verdict | None:
+        limit = self.least_limit + 3 * self.expected(tests)
         left = list(tests)
         for _ in range(3):
             if not left:

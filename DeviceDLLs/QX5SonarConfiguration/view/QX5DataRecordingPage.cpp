@@ -27,7 +27,8 @@ void ShowText(QLineEdit& field, QString const& text)
         field.setText(text);
         // Long names show from their beginning, and whole beside the field.
         field.setCursorPosition(0);
-        field.setToolTip(text);
+        // A tip that looks like rich text is taken for it, and the names are the sonar's.
+        field.setToolTip(Qt::mightBeRichText(text) ? Qt::convertFromPlainText(text) : text);
     }
 }
 

@@ -1,0 +1,66 @@
+// Saves a project that is open while the session goes on, so that a process that is killed leaves what it did.
+#include "project_keeper.h"
+
+#include <utility>
+
+namespace qx5::cli {
+
+ProjectKeeper::ProjectKeeper(vordal::ProjectStore& store, std::function<void(std::string const&)> tell)
+    : m_store(store), m_tell(std::move(tell)), m_thread([this] { Run(); })
+{
+}
+
+ProjectKeeper::~ProjectKeeper()
+{
+    {
+        std::lock_guard const lock(m_mutex);
+        m_ending = true;
+    }
+    m_changed.notify_one();
+    m_thread.join();
+}
+
+void ProjectKeeper::Put(vordal::StoredProject project)
+{
+    {
+        std::lock_guard const lock(m_mutex);
+        m_waiting = std::move(project);
+    }
+    m_changed.notify_one();
+}
+
+void ProjectKeeper::Run()
+{
+    std::unique_lock lock(m_mutex);
+    while (true) {
+        m_changed.wait(lock, [this] { return m_ending || m_waiting.has_value(); });
+        if (m_ending) {
+            return;
+        }
+        auto project = std::move(*m_waiting);
+        m_waiting.reset();
+        lock.unlock();
+        Save(std::move(project));
+        lock.lock();
+    }
+}
+
+void ProjectKeeper::Save(vordal::StoredProject project)
+{
+    if (m_saved.has_value() && *m_saved == project) {
+        return;
+    }
+    std::string problem;
+    try {
+        m_store.Save(project);
+        m_saved = std::move(project);
+    } catch (std::exception const& failure) {
+        problem = failure.what();
+    }
+    if (!problem.empty() && problem != m_told) {
+        m_tell(problem);
+    }
+    m_told = std::move(problem);
+}
+
+} // namespace qx5::cli
