@@ -94,7 +94,8 @@ void RequestOutcome::Take(SessionEvent const& event)
         // An introduction that comes late is no answer: the sonar sent it before it had read the request.
         bool const isIntroduction = !m_introduced && told->Has(AttributeKey(protocol::keys::DeviceId.text));
         m_introduced = m_introduced || isIntroduction;
-        vordal::Merge(m_begun && !isIntroduction ? m_answer : m_told, *told);
+        bool const isAnswer = m_begun && !isIntroduction;
+        vordal::Merge(isAnswer ? m_answer : m_told, *told, isAnswer ? m_answerAccount : m_toldAccount);
         return;
     }
     std::lock_guard const lock(m_mutex);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/session.h"
+#include "reference_host/attributes/tree_account.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 
@@ -75,6 +76,8 @@ private:
     CAttributeMap m_echoed;
     CAttributeMap m_told;   ///< by the sonar before the request
     CAttributeMap m_answer; ///< by the sonar since
+    vordal::TreeAccount m_toldAccount;
+    vordal::TreeAccount m_answerAccount;
     std::vector<SessionEvent> m_events;
     std::set<std::wstring> m_carried; ///< keys of the records that left
 };

@@ -168,7 +168,9 @@ bool Session::OpenProject(std::string const& file, std::string& error)
     try {
         m_project = std::make_unique<vordal::ProjectStore>(file);
         m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
-        for (vordal::StoredDevice const& stored : m_project->Load().devices) {
+        vordal::StoredProject const project = m_project->Load();
+        m_host.RunAndWait([&] { m_host.SetToldLimits(*m_device, project.toldLimits); });
+        for (vordal::StoredDevice const& stored : project.devices) {
             if (stored.dataId == SonarId()) {
                 m_host.RunAndWait([&] {
                     m_host.LoadDevice(*m_device, stored.attributes);

@@ -70,7 +70,8 @@ void RequireSame(StoredProject const& a, StoredProject const& b)
     for (std::size_t i = 0; i < a.vessels.size(); ++i)
         Require(a.vessels[i].number == b.vessels[i].number && a.vessels[i].name == b.vessels[i].name &&
                 a.vessels[i].configuration == b.vessels[i].configuration);
-    Require(a.activeVessel == b.activeVessel && a.windows == b.windows && a.views.size() == b.views.size());
+    Require(a.activeVessel == b.activeVessel && a.toldLimits == b.toldLimits && a.windows == b.windows &&
+            a.views.size() == b.views.size());
     for (auto const& [name, shown] : a.views)
         Require(b.views.count(name) == 1 && TreesEqual(shown, b.views.at(name)));
 }

@@ -2,15 +2,14 @@
 #include "cli/commands.h"
 
 #include "cli/demos/demos.h"
-#include "cli/event_text.h"
 #include "cli/key_values.h"
 #include "cli/output.h"
 #include "cli/platform/end_signals.h"
 #include "cli/platform/terminal.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
-#include "cli/sonar_frames.h"
 #include "cli/terminal_keys.h"
+#include "cli/transcript.h"
 #ifdef QX5_VIEW
 #include "cli/window/run_window.h"
 #endif
@@ -49,81 +48,6 @@ constexpr GuidedStep guidedSteps[]{
     {"A value of another kind is not understood: nothing is sent, nothing echoed.", "x5Range:int=50"},
 };
 
-/// What happens around one request, collected from all threads and shown in a readable order.
-class Transcript
-{
-public:
-    void OnSession(SessionEvent const& event)
-    {
-        std::lock_guard const lock(m_mutex);
-        if (event.kind == SessionEvent::Kind::Received) {
-            if (auto told = ToldAttributes(event.frame)) {
-                m_answers.push_back(std::move(*told));
-            }
-        } else {
-            m_sent += event.kind == SessionEvent::Kind::Sent ? 1 : 0;
-            m_events.push_back(event);
-        }
-        m_changed.notify_all();
-    }
-
-    void OnSonar(simulator::SonarEvent const& event)
-    {
-        if (event.kind != simulator::EventKind::Record) {
-            return;
-        }
-        std::lock_guard const lock(m_mutex);
-        m_understood.push_back(simulator::EventLine(event, {}));
-        m_changed.notify_all();
-    }
-
-    /// Waits until the sonar has taken what was sent and has answered, or is not going to.
-    void WaitForSonar(bool simulated)
-    {
-        std::unique_lock lock(m_mutex);
-        if (m_sent == 0) {
-            return;
-        }
-        m_changed.wait_for(lock, 2s,
-                           [&] { return !m_answers.empty() && (!simulated || m_understood.size() >= m_sent); });
-    }
-
-    /// What was collected, as text; forgets it.
-    std::string Take()
-    {
-        std::lock_guard const lock(m_mutex);
-        std::string text;
-        for (SessionEvent const& event : m_events) {
-            text += EventText(event, "  ", false);
-        }
-        for (std::string const& line : m_understood) {
-            text += fmt::format("  the sonar understood\n{}", Indented(line, "    "));
-        }
-        for (CAttributeMap const& answer : m_answers) {
-            // What a sonar reports as a whole may be long; the host's tree has it all.
-            std::string const tree = vordal::TreeText(answer);
-            auto const lines = std::count(tree.begin(), tree.end(), '\n');
-            text += lines > greatestAnswer ? fmt::format("  the sonar answered with {} lines of settings\n", lines)
-                                           : "  the sonar answered\n" + Indented(tree, "    ");
-        }
-        m_events.clear();
-        m_understood.clear();
-        m_answers.clear();
-        m_sent = 0;
-        return text;
-    }
-
-private:
-    static constexpr std::ptrdiff_t greatestAnswer = 12;
-
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::vector<SessionEvent> m_events;
-    std::vector<std::string> m_understood;
-    std::vector<CAttributeMap> m_answers;
-    std::size_t m_sent = 0;
-};
-
 constexpr std::string_view help = "key=value ...          one request with these keys (key:kind=value forces a kind)\n"
                                   "tree                   the device's tree as it stands\n"
                                   "keys [FILTER]          the request keys\n"
@@ -151,7 +75,7 @@ public:
                 return false;
             }
         }
-        m_transcript.Take(); // pings and ticks since the last request are not of this one
+        m_transcript.Begin();
         auto const refusedBefore = m_session.Counters().refused;
         if (!m_session.Request(request)) {
             fmt::print("  the request was broken off\n");
@@ -170,7 +94,7 @@ public:
     {
         terminal::Code const* const code = terminal::FindCode(number);
         fmt::print("> code {}, {}\n", number, code != nullptr ? code->meaning : "which means nothing");
-        m_transcript.Take();
+        m_transcript.Begin();
         m_session.EnterCode(number);
         m_transcript.WaitForSonar(m_sonar != nullptr);
         bool const onlySelects = code != nullptr && code->action == terminal::Action::None;

@@ -263,6 +263,7 @@ vordal::StoredProject WindowSession::ProjectOfFleet() const
 {
     vordal::StoredProject project;
     project.activeVessel = m_activeVessel;
+    project.toldLimits = m_project.toldLimits;
     for (FleetVessel const& vessel : m_fleet) {
         auto const* const knownVessel = FindBy(m_project.vessels, &vordal::VesselSetup::number, vessel.number);
         auto& setup = project.vessels.emplace_back();
@@ -521,6 +522,12 @@ void WindowSession::OnRequestDropped(BaseDevice& device, AttributeKey const& ask
 {
     m_feed->PutLine(fmt::format("A request to {} was dropped: {}", protocol::EncodeUtf8(device.GetDeviceName().View()),
                                 DroppedText(asked, missing)));
+}
+
+void WindowSession::OnAttributesRefused(BaseDevice& device)
+{
+    m_feed->PutLine(fmt::format("{} tells more attributes than it may: new ones are refused and counted",
+                                protocol::EncodeUtf8(device.GetDeviceName().View())));
 }
 
 } // namespace qx5::cli

@@ -98,6 +98,7 @@ private:
     void OnMessage(CString const& text) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
     void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
+    void OnAttributesRefused(BaseDevice& device) override;
 
     bool ReadProject(std::string const& file, std::string& error);
     /// What is at work in this session: its fleet, with what the project keeps of it.

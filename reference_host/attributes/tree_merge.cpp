@@ -3,6 +3,7 @@
 
 #include "attribute_node.h"
 #include "base/salted_hash.h"
+#include "tree_account.h"
 
 #include <algorithm>
 #include <string_view>
@@ -56,16 +57,66 @@ struct Level
     std::unordered_map<std::wstring_view, std::uint32_t, SaltedTextHash> passed = {};
 };
 
-} // namespace
-
-void Merge(CAttributeMap& into, CAttributeMap const& given)
+/// The merge of whoever may write as much as he likes.
+struct Unlimited
 {
-    if (&into == &given || TreeAccess::ChildHash(given) != 0) {
-        // It may be a part of what is about to change; a root of its own cannot be.
-        CAttributeMap const held(given);
-        Merge(into, held);
-        return;
+    static bool AdmitKeys(CAttributeMap const&, std::size_t) { return true; }
+    static bool AdmitValue(AttributeNode const&, AttributeNode const&) { return true; }
+};
+
+/// The merge of whoever has an account.
+class Limited
+{
+public:
+    Limited(CAttributeMap const& into, TreeAccount& account) : m_into(into), m_account(account) {}
+
+    /// So many nodes of the key of `given` are to be made, the last one with its value; its children follow one by one.
+    bool AdmitKeys(CAttributeMap const& given, std::size_t count)
+    {
+        TreeSize const more{count, count * given.KeyText().size() * 4 + BytesOf(given.Value())};
+        if (Admit(more)) {
+            return true;
+        }
+        auto const below = SizeOf(given);
+        m_account.Refuse({more.keys + below.keys, more.bytes + below.bytes});
+        return false;
     }
+
+    bool AdmitValue(AttributeNode const& known, AttributeNode const& given)
+    {
+        auto const before = known.value != nullptr ? BytesOf(*known.value) : 0;
+        auto const after = given.value != nullptr ? BytesOf(*given.value) : 0;
+        if (after <= before) {
+            m_account.GiveBack(before - after);
+            return true;
+        }
+        if (Admit({0, after - before})) {
+            return true;
+        }
+        m_account.Refuse({0, after - before});
+        return false;
+    }
+
+private:
+    bool Admit(TreeSize const& more)
+    {
+        if (!m_account.HasRoomFor(more)) {
+            m_account.LookAgain(m_into);
+            if (!m_account.HasRoomFor(more)) {
+                return false;
+            }
+        }
+        m_account.Use(more);
+        return true;
+    }
+
+    CAttributeMap const& m_into;
+    TreeAccount& m_account;
+};
+
+template <typename Admission>
+void MergeAdmitted(CAttributeMap& into, CAttributeMap const& given, Admission& admission)
+{
     // Most trees that are merged have one level, which costs no allocation.
     Level top{&into, &given};
     std::vector<Level> deeper;
@@ -91,25 +142,66 @@ void Merge(CAttributeMap& into, CAttributeMap const& given)
         if (isLeaf && source.value != nullptr) {
             auto const place = target != nullptr ? target->FindPlace(key, 0) : AttributeIndex::NoPlace;
             if (place == AttributeIndex::NoPlace) {
-                level.into->Append(*child);
-            } else if (!SameContent(*TreeAccess::Node(target->At(place)), source)) {
+                if (admission.AdmitKeys(*child, 1)) {
+                    level.into->Append(*child);
+                }
+            } else if (auto const& known = *TreeAccess::Node(target->At(place));
+                       !SameContent(known, source) && admission.AdmitValue(known, source)) {
                 TakeContent(TreeAccess::Own(*level.into).OwnSlot(place), source);
             }
             continue;
         }
-        if (isLeaf) {
-            if (target == nullptr || target->FindPlace(key, occurrence) == AttributeIndex::NoPlace) {
-                EnsurePlace(TreeAccess::Own(*level.into), key, occurrence);
-            }
+        bool const isThere = target != nullptr && target->FindPlace(key, occurrence) != AttributeIndex::NoPlace;
+        if (isThere ? isLeaf
+                    : !admission.AdmitKeys(*child, occurrence + 1 - (target != nullptr ? target->CountOf(key) : 0))) {
             continue;
         }
         auto& own = TreeAccess::Own(*level.into);
-        auto& branch = own.OwnSlot(EnsurePlace(own, key, occurrence));
-        if (source.value != nullptr && !SameContent(*TreeAccess::Node(branch), source)) {
-            TakeContent(branch, source);
+        auto const place = EnsurePlace(own, key, occurrence);
+        if (isLeaf) {
+            continue;
+        }
+        auto& branch = own.OwnSlot(place);
+        if (source.value != nullptr) {
+            auto const& known = *TreeAccess::Node(branch);
+            // The value of a new branch was admitted with its key.
+            if (!SameContent(known, source) && (!isThere || admission.AdmitValue(known, source))) {
+                TakeContent(branch, source);
+            }
         }
         deeper.push_back({&branch, child});
     }
+}
+
+/// Calls `merge` with what is given, or a copy of it where it may be a part of what is about to change; a root of its
+/// own cannot be.
+template <typename MergeThat>
+void WithOwnRoot(CAttributeMap const& into, CAttributeMap const& given, MergeThat merge)
+{
+    if (&into == &given || TreeAccess::ChildHash(given) != 0) {
+        CAttributeMap const held(given);
+        merge(held);
+    } else {
+        merge(given);
+    }
+}
+
+} // namespace
+
+void Merge(CAttributeMap& into, CAttributeMap const& given)
+{
+    WithOwnRoot(into, given, [&](CAttributeMap const& tree) {
+        Unlimited unlimited;
+        MergeAdmitted(into, tree, unlimited);
+    });
+}
+
+void Merge(CAttributeMap& into, CAttributeMap const& given, TreeAccount& account)
+{
+    WithOwnRoot(into, given, [&](CAttributeMap const& tree) {
+        Limited limited(into, account);
+        MergeAdmitted(into, tree, limited);
+    });
 }
 
 void SetChildValue(CAttributeMap& tree, AttributeKey const& key, CVordalType const& value, unsigned flags)

@@ -7,6 +7,8 @@
 
 namespace vordal {
 
+class TreeAccount;
+
 /// Merges the children of `given` into those of `into`, in order:
 /// - a node without children sets value and flags of the first node of its key, or is appended;
 /// - a node with children meets the node of its key that has the same occurrence index as it has itself among its
@@ -18,6 +20,11 @@ namespace vordal {
 /// merge itself hands out none, so copies of `into` stay cheap. `given` may be a part of `into`, not the reverse. Any
 /// depth.
 VORDAL_API void Merge(CAttributeMap& into, CAttributeMap const& given);
+
+/// The same within what the account has room for. A key that is there takes any value that is no longer than the one it
+/// has; a new key (a branch with all below it) or a longer text or list for which there is no room is left out, and
+/// counted as refused. What follows it is merged.
+VORDAL_API void Merge(CAttributeMap& into, CAttributeMap const& given, TreeAccount& account);
 
 /// Gives the first child of that key the value and flags, appended when missing, with nothing handed out: later copies
 /// of `tree` stay cheap, unlike after `FindCreate`.

@@ -34,10 +34,29 @@ bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap
     {
         std::lock_guard const lock(*internals.lock);
         Merge(internals.tree, tree);
+        internals.told.NoteOthersWrote();
         info = ChangeInfo(internals, id);
     }
     internals.subscriptions->Bus()->NotifyKeysOf(tree, info.get());
     return true;
+}
+
+bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree)
+{
+    if (tree.Count() == 0) {
+        return false;
+    }
+    std::shared_ptr<DataId_NI const> info;
+    bool firstRefusal = false;
+    {
+        std::lock_guard const lock(*internals.lock);
+        Merge(internals.tree, tree, internals.told);
+        firstRefusal = !internals.refusalTold && internals.told.Refused() != TreeSize{};
+        internals.refusalTold = internals.refusalTold || firstRefusal;
+        info = ChangeInfo(internals, id);
+    }
+    internals.subscriptions->Bus()->NotifyKeysOf(tree, info.get());
+    return firstRefusal;
 }
 
 } // namespace vordal
@@ -158,6 +177,7 @@ bool BaseDevice::AppendAttributeMap(CAttributeMap const& map, unsigned flags)
         for (CAttributeMap const& child : given) {
             m_attributes->Append(child);
         }
+        m_internals->told.NoteOthersWrote();
         info = vordal::ChangeInfo(*m_internals, m_dataId);
     }
     m_internals->subscriptions->Bus()->NotifyKeysOf(map, info.get());

@@ -690,11 +690,38 @@ void Host::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)
     auto& internals = device.Internals();
     std::lock_guard const lock(*internals.lock);
     internals.tree = tree;
+    internals.told.CountAnew(internals.tree);
 }
 
 void Host::MergeDecoded(BaseDevice& device, CAttributeMap const& tree)
 {
-    MergeAndNotify(device.Internals(), device.GetDataId(), tree);
+    if (!MergeToldAndNotify(device.Internals(), device.GetDataId(), tree)) {
+        return;
+    }
+    auto const told = Told(device);
+    Log(LogLevel::Warning, "the device \"" + tvcore::ToUtf8(device.GetDeviceName()) + "\" (" +
+                               tvcore::ToUtf8(device.GetDataId().GetKey()) + "): its sonar tells more than " +
+                               std::to_string(told.Limits().keys) + " keys or " + std::to_string(told.Limits().bytes) +
+                               " bytes of texts and lists; the rest is refused and counted, values of known keys go "
+                               "on, and this is said once");
+    if (auto* const observer = Observer()) {
+        observer->OnAttributesRefused(device);
+    }
+}
+
+void Host::SetToldLimits(BaseDevice& device, TreeLimits const& limits)
+{
+    auto& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    internals.told.SetLimits(limits);
+    internals.refusalTold = false;
+}
+
+TreeAccount Host::Told(BaseDevice const& device) const
+{
+    auto const& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    return internals.told;
 }
 
 bool Host::MergeIntoComputation(CDataId const& dataId, CAttributeMap const& tree)
@@ -716,6 +743,7 @@ bool Host::LoadDevice(Device& device, CAttributeMap const& tree)
     auto& internals = device.Internals();
     std::lock_guard const lock(*internals.lock);
     ForgetReferences(internals.tree);
+    internals.told.CountAnew(internals.tree);
     return loaded;
 }
 
@@ -725,6 +753,7 @@ void Host::ApplyDevice(Device& device, bool changed)
     auto& internals = device.Internals();
     std::lock_guard const lock(*internals.lock);
     ForgetReferences(internals.tree);
+    internals.told.NoteOthersWrote();
 }
 
 bool Host::DeliverRequest(Device& device, CAttributeMap* request)

@@ -11,6 +11,7 @@
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/Device.h>
 
+#include "reference_host/attributes/tree_account.h"
 #include "reference_host/host/host_task.h"
 #include "reference_host/link/sonar_traffic.h"
 
@@ -213,8 +214,15 @@ public:
     // Attributes.
     /// Puts the tree in place; nobody is told.
     void ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree);
-    /// Merges what was decoded from a record into the tree and notifies, as SetAttributeMap does, but it is no echo.
+    /// Merges what was decoded from a record into the tree and notifies, as SetAttributeMap does, but it is no echo. It
+    /// may fill no more of the tree than SetToldLimits allows: what is beyond is refused, counted, and told once for
+    /// each device, by a line in the log and to the observer. What anybody else writes is never refused.
     void MergeDecoded(BaseDevice& device, CAttributeMap const& tree);
+    /// For this device in place of the limits that TreeLimits begins with. Any thread.
+    void SetToldLimits(BaseDevice& device, TreeLimits const& limits);
+    /// The account of what MergeDecoded has filled and refused. What a tree holds when it is loaded or put in place
+    /// counts as told. Any thread.
+    TreeAccount Told(BaseDevice const& device) const;
     /// Merges into a computation's attributes and tells nobody. False when it is not there.
     bool MergeIntoComputation(CDataId const& dataId, CAttributeMap const& tree);
     /// LoadAttribs of the device with a configuration that yields the tree.

@@ -39,5 +39,6 @@ void HostObserver::OnContractBreach(CString const& rule)
 }
 void HostObserver::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) {}
 void HostObserver::OnRequestDropped(BaseDevice&, AttributeKey const&, AttributeKey const&) {}
+void HostObserver::OnAttributesRefused(BaseDevice&) {}
 
 } // namespace vordal

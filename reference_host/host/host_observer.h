@@ -67,6 +67,8 @@ public:
     virtual void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure);
     /// Device::ReportDroppedRequest. The keys are valid during the call.
     virtual void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing);
+    /// For the first time a sonar has told more than its device's tree takes (Host::SetToldLimits); Host::Told counts.
+    virtual void OnAttributesRefused(BaseDevice& device);
 };
 
 } // namespace vordal

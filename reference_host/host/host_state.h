@@ -2,6 +2,7 @@
 #pragma once
 
 #include "reference_host/application/message_service.h"
+#include "reference_host/attributes/tree_account.h"
 #include "reference_host/bus/notification_bus.h"
 #include "reference_host/bus/window_inbox.h"
 #include "reference_host/displays/display_register.h"
@@ -49,8 +50,11 @@ inline CDataId UnpackedId(std::uint64_t packed)
 struct DeviceInternals
 {
     CAttributeMap tree;
-    /// The device's lock, which guards the tree.
+    /// The device's lock, which guards the tree and its account.
     CriticalSection* lock = nullptr;
+    /// Of what the sonar tells; what others write needs no room in it.
+    TreeAccount told;
+    bool refusalTold = false;
     std::shared_ptr<SubscriptionMap> const subscriptions = std::make_shared<SubscriptionMap>();
     /// What attribute notifications carry; made anew when the id has changed. Guarded by the device's lock.
     std::shared_ptr<DataId_NI const> changeInfo;
@@ -234,5 +238,7 @@ BaseDataSource* FindBuffer(CDataId const& id);
 
 /// Merges into the device's tree under its lock and then tells the subscribers; false when nothing was given.
 bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree);
+/// The same within the account of what the sonar tells. True when something was refused for the first time.
+bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree);
 
 } // namespace vordal

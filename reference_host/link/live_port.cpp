@@ -8,6 +8,7 @@
 #include <VordalDataBlocksR/BaseDevice.h>
 #include <tvcoreR/Utf8.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -16,6 +17,7 @@ namespace {
 
 constexpr std::size_t GreatestUndeliveredPieces = 256;
 constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
+constexpr std::size_t GreatestUndeliveredStatuses = 64;
 
 } // namespace
 
@@ -76,7 +78,40 @@ void LivePort::OnLinkStatus(LinkStatus const& status)
     if (status.state == LinkState::Connected) {
         OnConnectionBegins();
     }
-    PostToHost([this, status] { TellDevices(status); });
+    {
+        std::lock_guard const lock(m_undeliveredMutex);
+        if (m_statuses.size() == GreatestUndeliveredStatuses) {
+            // What matters of a line that comes and goes: that it was lost. How it stands follows.
+            auto const lost = std::find_if(m_statuses.rbegin(), m_statuses.rend(),
+                                           [](LinkStatus const& each) { return each.state == LinkState::Lost; });
+            std::deque<LinkStatus> kept(lost != m_statuses.rend() ? 1 : 0);
+            if (lost != m_statuses.rend()) {
+                kept.front() = std::move(*lost);
+            }
+            m_statuses.swap(kept);
+        }
+        m_statuses.push_back(status);
+        if (m_statusTasks >= m_statuses.size()) {
+            return;
+        }
+        ++m_statusTasks;
+    }
+    PostToHost([this] { TellNextStatus(); });
+}
+
+void LivePort::TellNextStatus()
+{
+    LinkStatus status;
+    {
+        std::lock_guard const lock(m_undeliveredMutex);
+        --m_statusTasks;
+        if (m_statuses.empty()) {
+            return;
+        }
+        status = std::move(m_statuses.front());
+        m_statuses.pop_front();
+    }
+    TellDevices(status);
 }
 
 void LivePort::TellDevices(LinkStatus const& status)

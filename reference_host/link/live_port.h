@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -24,8 +25,9 @@ class Host;
 /// When the connection comes up or is lost the devices are told, on the host thread. Attach the devices before Open:
 /// one that comes later hears of the connection at its next change.
 ///
-/// When the host thread falls behind by more than 256 pieces of what arrived or 8 MiB of them, reading pauses until it
-/// has caught up by half, so that the other side waits and memory does not grow.
+/// When the host thread falls behind by more than 256 pieces of what arrived or 8 MiB of memory that they take, reading
+/// pauses until it has caught up by half, so that the other side waits and memory does not grow. Of a connection that
+/// comes and goes meanwhile the devices hear that it was lost, and how it stands at last.
 ///
 /// Needs a threaded host. Make it after the host and the link thread; destroy it on the host thread, or once the host
 /// has stopped, with no device attached to it any more.
@@ -67,7 +69,7 @@ protected:
     void End();
     /// Runs the task on the host thread unless the port is gone by then.
     void PostToHost(std::function<void()> task);
-    /// The same with a piece of `bytes` bytes that arrived. Link thread.
+    /// The same with a piece that arrived and takes `bytes` bytes of memory. Link thread.
     void PostPiece(std::size_t bytes, std::function<void()> task);
 
     Host& GetHost() const { return m_host; }
@@ -81,6 +83,7 @@ private:
     void OnLinkStatus(LinkStatus const& status) override;
     void OnLinkReport(std::string_view line) override;
 
+    void TellNextStatus();
     void TellDevices(LinkStatus const& status);
     void CountUndelivered(std::size_t bytes);
     void CountDelivered(std::size_t bytes);
@@ -98,6 +101,9 @@ private:
     std::size_t m_undeliveredPieces = 0;
     std::size_t m_undeliveredBytes = 0;
     bool m_paused = false;
+    /// On their way to the host thread, each with a task; there may be more tasks than that.
+    std::deque<LinkStatus> m_statuses;
+    std::size_t m_statusTasks = 0;
     std::atomic<std::uint64_t> m_pauses{0};
 
     SonarLink m_link;

@@ -45,6 +45,15 @@ void AddNodes(CAttributeMap& parent, std::span<TreeNode const> nodes)
 
 } // namespace
 
+std::size_t CountKeys(std::span<TreeNode const> nodes)
+{
+    auto count = nodes.size();
+    for (auto const& node : nodes) {
+        count += CountKeys(node.children);
+    }
+    return count;
+}
+
 CAttributeMap ToAttributeMap(std::span<TreeNode const> nodes)
 {
     CAttributeMap root;

@@ -5,6 +5,7 @@
 
 #include <protocol/house_records.h>
 
+#include <cstddef>
 #include <span>
 #include <vector>
 
@@ -12,5 +13,8 @@ namespace vordal {
 
 /// A root with these nodes as its children, in order. At most protocol::MaximumTreeDepth deep, which decoding sees to.
 VORDAL_API CAttributeMap ToAttributeMap(std::span<qx5::protocol::TreeNode const> nodes);
+
+/// All nodes, at any depth.
+VORDAL_API std::size_t CountKeys(std::span<qx5::protocol::TreeNode const> nodes);
 
 } // namespace vordal

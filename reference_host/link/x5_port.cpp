@@ -6,6 +6,7 @@
 #include "settings_data.h"
 #include "tree_transfer.h"
 
+#include "reference_host/attributes/tree_account.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/log.h"
 
@@ -69,7 +70,9 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     }
     protocol::Target const from{static_cast<std::int32_t>(frame.header.deviceId),
                                 static_cast<std::int16_t>(frame.header.enumerator)};
-    PostPiece(frame.bytes.size(), [this, from, tree = ToAttributeMap(*nodes)] { Deliver(from, tree); });
+    // A character takes more memory here than on the wire, and a key more than its name.
+    auto const size = frame.bytes.size() * sizeof(wchar_t) + CountKeys(*nodes) * BytesOfAnyKey;
+    PostPiece(size, [this, from, tree = ToAttributeMap(*nodes)] { Deliver(from, tree); });
 }
 
 void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)

@@ -43,6 +43,7 @@ OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project)
                 continue;
             }
             m_devices.push_back({i, device});
+            m_host.SetToldLimits(*device, m_project.toldLimits);
             m_host.LoadDevice(*device, stored.attributes);
         }
         for (ComputationSetup const& computation : m_project.computations) {

@@ -88,6 +88,11 @@ SealedTable const SealedTables[] = {
     {"window", "name, state"},
 };
 
+// Names in the table "setting".
+constexpr wchar_t const* ActiveVesselSetting = L"active vessel";
+constexpr wchar_t const* ToldKeysSetting = L"told keys";
+constexpr wchar_t const* ToldBytesSetting = L"told bytes";
+
 [[noreturn]] void RefuseStore(std::string const& line)
 {
     throw StoreError(line);
@@ -342,8 +347,15 @@ StoredProject ProjectStore::Load()
         }
         project.vessels.push_back(std::move(vessel));
     }
-    for (auto row = m_impl->Sql("SELECT value FROM setting WHERE name='active vessel'"); row.Step();) {
-        project.activeVessel = row.Small<unsigned short>(0);
+    for (auto row = m_impl->Sql("SELECT name, value FROM setting"); row.Step();) {
+        auto const name = row.Text(0);
+        if (name == ActiveVesselSetting) {
+            project.activeVessel = row.Small<unsigned short>(1);
+        } else if (name == ToldKeysSetting) {
+            project.toldLimits.keys = row.Small<std::uint32_t>(1);
+        } else if (name == ToldBytesSetting) {
+            project.toldLimits.bytes = row.Small<std::uint32_t>(1);
+        }
     }
     for (auto row = m_impl->Sql("SELECT name, shown FROM view"); row.Step();) {
         project.views[row.Text(0)] = row.Tree(1);
@@ -418,9 +430,11 @@ void ProjectStore::Save(StoredProject const& project)
                 }
             }
         }
-        m_impl->Sql("INSERT INTO setting(name, value) VALUES('active vessel', ?)")
-            .Bind(std::int64_t{project.activeVessel})
-            .Step();
+        for (auto const& [name, value] : {std::pair{ActiveVesselSetting, std::int64_t{project.activeVessel}},
+                                          std::pair{ToldKeysSetting, std::int64_t{project.toldLimits.keys}},
+                                          std::pair{ToldBytesSetting, std::int64_t{project.toldLimits.bytes}}}) {
+            m_impl->Sql("INSERT INTO setting(name, value) VALUES(?, ?)").Bind(CString(name)).Bind(value).Step();
+        }
         for (auto const& [name, shown] : project.views) {
             m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step();
         }

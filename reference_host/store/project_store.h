@@ -53,6 +53,8 @@ struct StoredProject
     std::vector<ComputationSetup> computations;
     std::vector<VesselSetup> vessels;
     unsigned short activeVessel = 0; ///< 0: none
+    /// What the sonar of each device may fill of its tree.
+    TreeLimits toldLimits;
     /// What each view showed, by the view's name.
     std::map<CString, CAttributeMap> views;
     /// How each window stood, by the window's name, in bytes that only the window understands.

@@ -76,6 +76,7 @@ public:
         told += "breach ";
     }
     void OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) override { told += "failed "; }
+    void OnAttributesRefused(BaseDevice&) override { told += "refused "; }
     void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override
     {
         told += "dropped" + std::to_string(device.GetGroupId()) + (asked == L"asked" ? ":a" : ":?") +
@@ -319,6 +320,73 @@ TEST_F(HostRequests, TheObserverHearsWhatPlugInsCallAndNotWhatTheHostDoes)
     EXPECT_EQ(recorder.told, "echo0/4 stat12/0 quiet watched view dropped78:am ");
     host.SetObserver(nullptr);
     device->ReportDroppedRequest(L"asked", L"missing"); // nobody watches
+}
+
+/// Ints named by letter and number.
+CAttributeMap Numbered(wchar_t letter, int first, int count)
+{
+    CAttributeMap tree;
+    for (int i = first; i < first + count; ++i) {
+        tree.Append(CAttributeMap(AttributeKey(CString(letter + std::to_wstring(i))), VordalTypeCreator::MakeValue(i)));
+    }
+    return tree;
+}
+
+TEST_F(HostRequests, WhatASonarTellsBeyondItsLimitsIsRefusedCountedAndToldOnce)
+{
+    std::vector<std::string> lines;
+    vordal::SetLogSink([&](vordal::LogLevel, std::string_view line) { lines.emplace_back(line); });
+    Host host;
+    Recorder recorder;
+    auto* device = Add(host);
+    auto* other = Add(host, Elsewhere);
+    host.SetObserver(&recorder);
+    host.SetToldLimits(*device, {.keys = 100, .bytes = 10000});
+    host.MergeDecoded(*device, Numbered(L'a', 0, 90));
+    EXPECT_EQ(recorder.told, "");
+    for (int i = 0; i < 10; ++i) {
+        host.MergeDecoded(*device, Numbered(L'b', 50 * i, 50));
+    }
+    EXPECT_EQ(recorder.told, "refused ");
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_NE(lines[0].find("\"Sonar\""), std::string::npos);
+    EXPECT_NE(lines[0].find("more than 100 keys or 10000 bytes"), std::string::npos);
+    EXPECT_EQ(host.Told(*device).Used().keys, 100U);
+    EXPECT_EQ(host.Told(*device).Refused().keys, 490U);
+    CAttributeMap tree;
+    device->GetAttributeMap(tree);
+    EXPECT_EQ(tree.Count(), 100);
+
+    // Known keys go on, another device has limits of its own, and what others write needs no room.
+    CAttributeMap known;
+    known.Add(L"a7", CVordalInt(-7));
+    host.MergeDecoded(*device, known);
+    EXPECT_EQ(IntOf(*device, L"a7"), -7);
+    host.MergeDecoded(*other, Numbered(L'c', 0, 500));
+    EXPECT_EQ(IntOf(*other, L"c499"), 499);
+    recorder.told.clear();
+    device->SetAttributeMap(Numbered(L'd', 0, 300), 0);
+    device->AppendAttributeMap(Numbered(L'e', 0, 300), 0);
+    EXPECT_TRUE(manager.SetAttributeMap(Sonar, Numbered(L'f', 0, 300), 4, false));
+    EXPECT_EQ(IntOf(*device, L"d299") + IntOf(*device, L"e299") + IntOf(*device, L"f299"), 3 * 299);
+    EXPECT_EQ(recorder.told.find("refused"), std::string::npos);
+    EXPECT_EQ(host.Told(*device).Used().keys, 100U);
+    host.SetObserver(nullptr);
+    vordal::SetLogSink({});
+}
+
+TEST_F(HostRequests, WhatATreeHoldsWhenItIsLoadedCountsAsTold)
+{
+    Host host;
+    auto* device = Add(host);
+    host.SetToldLimits(*device, {.keys = 100, .bytes = 10000});
+    EXPECT_TRUE(host.LoadDevice(*device, Numbered(L'a', 0, 95)));
+    host.MergeDecoded(*device, Numbered(L'b', 0, 10));
+    EXPECT_EQ(IntOf(*device, L"b4"), 4);
+    EXPECT_EQ(IntOf(*device, L"b5"), -1);
+    host.ReplaceAttributes(*device, CAttributeMap());
+    host.MergeDecoded(*device, Numbered(L'b', 0, 10));
+    EXPECT_EQ(IntOf(*device, L"b9"), 9);
 }
 
 TEST_F(HostRequests, LoadingAndReplacingTellNobody)

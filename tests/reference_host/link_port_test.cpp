@@ -1,6 +1,7 @@
 // Tests of the sonar's port: bytes of every kind of send, attributes that come back, devices told of the connection.
 #include "link_test_peer.h"
 
+#include <reference_host/attributes/tree_account.h>
 #include <reference_host/host/clock.h>
 #include <reference_host/host/host.h>
 #include <reference_host/host/log.h>
@@ -17,7 +18,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fstream>
+#include <mutex>
 #include <optional>
+#include <string>
 
 namespace vordal::test {
 namespace {
@@ -278,6 +283,133 @@ Bytes SettingsFrame(double range)
     frame[33] = 0x5F;
     frame[34] = 1;
     return frame;
+}
+
+Bytes FrameOfNodes(std::vector<qx5::protocol::TreeNode> const& nodes)
+{
+    std::string error;
+    auto const payload = qx5::protocol::EncodeTree(nodes, error);
+    auto frame = Frame(payload.value());
+    frame[32] = 0x9A; // record 90010
+    frame[33] = 0x5F;
+    frame[34] = 1;
+    return frame;
+}
+
+/// The most memory that the process has had since `Reset`, in MiB.
+class PeakMemory
+{
+public:
+    static void Reset() { std::ofstream("/proc/self/clear_refs") << '5'; }
+    static std::size_t MiB()
+    {
+        std::ifstream status("/proc/self/status");
+        for (std::string word; status >> word;) {
+            if (word == "VmHWM:") {
+                std::size_t kilobytes = 0;
+                status >> kilobytes;
+                return kilobytes >> 10;
+            }
+        }
+        return 0;
+    }
+};
+
+/// What the host takes beside what it had, whatever a sonar tells. The sanitizers have memory of their own.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr std::size_t GreatestGrowth = 4096;
+#else
+constexpr std::size_t GreatestGrowth = 128;
+#endif
+
+class SonarFlood : public X5PortTest
+{
+protected:
+    /// The sonar tells `pieces` frames, and then a known key.
+    template <typename Piece>
+    void Flood(int pieces, Piece piece)
+    {
+        Connect();
+        host.RunAndWait([&] { host.SetPort(*second, nullptr); });
+        peer.Write(TreeFrame(1));
+        ASSERT_TRUE(Eventually([&] { return NumberOf(*first) == 1; }));
+        PeakMemory::Reset();
+        auto const before = PeakMemory::MiB();
+        for (int i = 0; i < pieces; ++i) {
+            peer.Write(FrameOfNodes(piece(i)));
+        }
+        peer.Write(TreeFrame(42));
+        ASSERT_TRUE(Eventually([&] { return NumberOf(*first) == 42; })) << "the value of a known key";
+        EXPECT_LT(PeakMemory::MiB() - before, GreatestGrowth);
+        CAttributeMap tree;
+        first->GetAttributeMap(tree);
+        auto const size = SizeOf(tree);
+        EXPECT_LE(size.keys, 20'000U);
+        EXPECT_LE(size.bytes, std::size_t{8} << 20);
+        EXPECT_TRUE(size.keys == 20'000U || size.bytes > std::size_t{4} << 20) << "no flood at all";
+    }
+};
+
+TEST_F(SonarFlood, OfUnknownKeysIsTakenUpToItsLimit)
+{
+    Flood(200, [](int piece) {
+        std::vector<qx5::protocol::TreeNode> nodes;
+        for (int i = 0; i < 1000; ++i) {
+            nodes.push_back({L"k" + std::to_wstring(piece * 1000 + i), i, {}});
+        }
+        return nodes;
+    });
+}
+
+TEST_F(SonarFlood, OfHugeValuesIsTakenUpToItsLimit)
+{
+    Flood(40, [](int piece) {
+        return std::vector<qx5::protocol::TreeNode>{
+            {L"v" + std::to_wstring(piece % 20), std::wstring(std::size_t{1} << (17 + piece / 20), L'x'), {}}};
+    });
+}
+
+TEST_F(SonarFlood, OfDeepTreesIsTakenUpToItsLimit)
+{
+    Flood(500, [](int piece) {
+        std::vector<qx5::protocol::TreeNode> nodes;
+        for (int level = 0; level < 199; ++level) {
+            std::vector<qx5::protocol::TreeNode> outer(1);
+            outer[0].key = L"d" + std::to_wstring(piece);
+            outer[0].children = std::move(nodes);
+            nodes = std::move(outer);
+        }
+        return nodes;
+    });
+}
+
+TEST_F(X5PortTest, ALineThatComesAndGoesBeforeABusyHostIsToldInBoundedPieces)
+{
+    std::vector<LinkState> states;
+    port->SetStatusListener([&](LinkStatus const& status) { states.push_back(status.state); });
+    Connect();
+    std::mutex busy;
+    std::unique_lock working(busy);
+    host.Post([&] { std::lock_guard const wait(busy); });
+    for (std::size_t i = 0; i < 60; ++i) {
+        auto const connections = port->GetLink().GetCounters().connections;
+        ASSERT_TRUE(Eventually([&] {
+            relay.Cut(); // again, where the relay had not got so far yet
+            return port->GetLink().GetCounters().connections > connections;
+        }));
+    }
+    notes.clear();
+    states.clear();
+    working.unlock();
+    ASSERT_TRUE(Eventually([&] {
+        bool isConnected = false;
+        host.RunAndWait([&] { isConnected = !states.empty() && states.back() == LinkState::Connected; });
+        return isConnected && port->GetLink().IsConnected();
+    }));
+    Settle();
+    EXPECT_LE(states.size(), 64U) << "of more than 200 changes";
+    EXPECT_NE(std::find(notes.begin(), notes.end(), "disconnected"), notes.end());
+    EXPECT_EQ(notes.back(), "connected");
 }
 
 TEST_F(X5PortTest, AFrameOfOneHeadReachesItsDeviceAlone)

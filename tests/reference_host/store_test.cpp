@@ -198,6 +198,7 @@ TEST_F(StoreTest, AProjectComesBack)
     vessel.configuration[L"general"][L"draft"] = L"4.2";
     project.vessels.push_back(vessel);
     project.activeVessel = 3;
+    project.toldLimits = {.keys = 700, .bytes = 123456};
     project.views[L"Sonar view"].Add(L"ATTR_DATAID", CVordalDataInfo(CDataId(1, 78, 1, 1), 65535, 65535), 0);
     project.windows[L"main"] = {0, 255, 39, 0};
     project.windows[L"empty"] = {};
@@ -233,6 +234,7 @@ TEST_F(StoreTest, AProjectComesBack)
     EXPECT_EQ(loaded.vessels[0].name, L"Surveyor");
     EXPECT_EQ(loaded.vessels[0].configuration, vessel.configuration);
     EXPECT_EQ(loaded.activeVessel, 3);
+    EXPECT_EQ(loaded.toldLimits, (TreeLimits{700, 123456}));
     ASSERT_EQ(loaded.views.size(), 1U);
     EXPECT_TRUE(TreesEqual(loaded.views.at(L"Sonar view"), project.views[L"Sonar view"]));
     EXPECT_EQ(loaded.windows, project.windows);
@@ -332,8 +334,8 @@ bool Equal(StoredProject const& left, StoredProject const& right)
                           return a.dataId == b.dataId && a.type == b.type && a.stream == b.stream &&
                                  a.linkedDevices == b.linkedDevices && TreesEqual(a.attributes, b.attributes);
                       }) &&
-           left.activeVessel == right.activeVessel && left.windows == right.windows &&
-           sameTrees(left.views, right.views);
+           left.activeVessel == right.activeVessel && left.toldLimits == right.toldLimits &&
+           left.windows == right.windows && sameTrees(left.views, right.views);
 }
 
 TEST_F(StoreTest, AFlippedBitIsFoundOrChangesNothing)
