@@ -13,6 +13,8 @@ struct Failure
     std::string command; ///< "misbehave NAME ARGUMENT"
     /// Whether the host may miss for good what the sonar tells meanwhile on a connection that stays.
     bool swallows = true;
+    /// Whether the sonar keeps the host busy with what it sends.
+    bool floods = false;
 };
 
 /// Each failure of the simulated sonar's list once, those with a choice of arguments once for each choice. A new name

@@ -25,6 +25,8 @@ void RequestWatch::Attach(vordal::Host& host)
     m_host = &host;
     m_inner = host.Observer();
     host.SetObserver(this);
+    std::lock_guard const lock(m_mutex);
+    m_refused.clear();
 }
 
 void RequestWatch::Post(CDataId const& device, MadeRequest const& made)
@@ -41,6 +43,7 @@ void RequestWatch::Post(CDataId const& device, MadeRequest const& made)
         ticket.text = made.text;
         ticket.promised = made.echoed;
         ticket.posted = Clock::now();
+        ticket.isInFlood = m_isFlooded;
         ++m_counts.posted;
         m_counts.promised += made.echoed.empty() ? 0U : 1U;
     }
@@ -54,6 +57,18 @@ std::size_t RequestWatch::Outstanding() const
 {
     std::lock_guard const lock(m_mutex);
     return m_tickets.size();
+}
+
+void RequestWatch::SetFlooded(bool isFlooded)
+{
+    std::lock_guard const lock(m_mutex);
+    m_isFlooded = isFlooded;
+}
+
+bool RequestWatch::HasRefused(CDataId const& device) const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_refused.contains(device.GetKey());
 }
 
 RequestCounts RequestWatch::Counts() const
@@ -73,7 +88,7 @@ void RequestWatch::Finish(std::uint64_t number)
         ++m_counts.away;
         return;
     }
-    m_latencies.Add(now - ticket.posted);
+    (ticket.isInFlood ? m_latenciesInFloods : m_latencies).Add(now - ticket.posted);
     m_counts.echoed += ticket.isEchoed ? 1U : 0U;
     m_counts.dropped += ticket.isDropped ? 1U : 0U;
     m_counts.failed += ticket.hasFailed ? 1U : 0U;
@@ -173,6 +188,15 @@ void RequestWatch::OnRequestDropped(BaseDevice& device, AttributeKey const& aske
     if (Ticket* const ticket = Current(device)) {
         ticket->isDropped = true;
     }
+}
+
+void RequestWatch::OnAttributesRefused(BaseDevice& device)
+{
+    if (m_inner != nullptr) {
+        m_inner->OnAttributesRefused(device);
+    }
+    std::lock_guard const lock(m_mutex);
+    m_refused.insert(device.GetDataId().GetKey());
 }
 
 } // namespace qx5::soak

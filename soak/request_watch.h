@@ -46,8 +46,14 @@ public:
     std::size_t Outstanding() const;
 
     RequestCounts Counts() const;
-    /// From the post to the moment when all of its echoes were told.
+    /// Requests from here on are made while a sonar floods the host, or not.
+    void SetFlooded(bool isFlooded);
+    /// From the post to the moment when all of its echoes were told. To be asked when nothing is outstanding.
     Latencies const& Taken() const { return m_latencies; }
+    Latencies const& TakenInFloods() const { return m_latenciesInFloods; }
+
+    /// Whether the device has refused some of what its sonar told, as it was more than its share.
+    bool HasRefused(CDataId const& device) const;
 
 private:
     struct Ticket
@@ -56,6 +62,7 @@ private:
         std::string text;
         std::vector<protocol::Key const*> promised;
         Clock::time_point posted;
+        bool isInFlood = false;
         bool isBegun = false;
         bool isDropped = false;
         bool hasFailed = false;
@@ -74,6 +81,7 @@ private:
     void OnContractBreach(CString const& rule) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
     void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
+    void OnAttributesRefused(BaseDevice& device) override;
 
     Ledger& m_ledger;
     vordal::Host* m_host = nullptr;
@@ -84,6 +92,9 @@ private:
     std::uint64_t m_current = 0; ///< whose request the host thread carries out; 0 for none
     RequestCounts m_counts;
     Latencies m_latencies;
+    Latencies m_latenciesInFloods;
+    bool m_isFlooded = false;
+    std::set<CString> m_refused; ///< keys of the devices' ids
 };
 
 } // namespace qx5::soak

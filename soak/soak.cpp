@@ -48,6 +48,8 @@ constexpr double memoryAllowance = 4.0;
 
 /// 99 of 100 requests are carried out, with their echoes told, within this time, in milliseconds.
 constexpr double latencyBound = 100.0 * slowness;
+/// The same while a sonar floods the host.
+constexpr double latencyBoundInFloods = 3000.0 * slowness;
 /// What may grow over all samples together, beyond the noise: a descriptor, a thread, so many MiB.
 constexpr double countAllowance = 1.0;
 /// Rests before these are the warm-up: caches fill, lists reach their bounds, every key was asked for once.
@@ -57,6 +59,10 @@ constexpr std::size_t leastSamples = 10;
 constexpr auto patience = std::chrono::seconds(slowness > 1.0 ? 180 : 60);
 /// Every so many rounds the plug-in goes and comes.
 constexpr std::uint64_t roundsOfPlugin = 4;
+/// Every so many of these times with a new project; what a flood has left in the trees goes with the old one.
+constexpr std::uint64_t pluginsOfProject = 2;
+/// A flood is over after so many actions.
+constexpr std::size_t actionsOfFlood = 20;
 constexpr std::size_t greatestContacts = 30;
 
 std::string_view LevelText(vordal::LogLevel level)
@@ -92,7 +98,8 @@ Soak::Soak(Options const& options, std::filesystem::path folder, std::function<b
     vordal::SetLogSink([this](vordal::LogLevel level, std::string_view line) { m_ledger.Log(LevelText(level), line); });
     // Room for all samples now: what the soak itself keeps must not grow.
     m_samples.reserve(100000);
-    m_stage = std::make_unique<Stage>(m_sonars, m_watch, m_folder);
+    m_newSamples.reserve(100000);
+    m_stage = std::make_unique<Stage>(m_sonars, m_watch, m_folder, true);
 }
 
 Soak::~Soak()
@@ -145,10 +152,15 @@ void Soak::Run()
         }
         Rest();
         if (m_round % roundsOfPlugin == 0) {
-            ReloadAll();
+            bool const isNew = m_round / roundsOfPlugin % pluginsOfProject == 0;
+            ReloadAll(isNew);
+            Rest();
+            if (isNew) {
+                m_newSamples.push_back(m_samples.back());
+            }
         }
     }
-    ReloadAll();
+    ReloadAll(false);
     Rest();
     m_stage->End();
     m_stage.reset();
@@ -168,6 +180,7 @@ void Soak::DoOne()
             m_detail.clear();
             (this->*action.act)();
             m_ledger.Act(action.kind, m_detail);
+            EndOldFlood();
             return;
         }
         drawn -= action.weight;
@@ -374,9 +387,26 @@ void Soak::Misbehave()
     std::size_t const sonar = (m_failuresGiven + m_failuresGiven / m_failures.size()) % SonarCount;
     ++m_failuresGiven;
     m_detail = SonarText(sonar) + " " + failure.command;
+    if (failure.floods) {
+        if (m_flooding) {
+            m_sonars.Command(*m_flooding, "behave");
+        }
+        m_flooding = sonar;
+        m_floodedActions = 0;
+        m_watch.SetFlooded(true);
+    }
     m_sonars.Command(sonar, failure.command);
     m_ledger.Misbehave(failure.command.substr(sizeof "misbehave"));
     m_mayHaveMissed[sonar] = m_mayHaveMissed[sonar] || failure.swallows;
+}
+
+void Soak::EndOldFlood()
+{
+    if (m_flooding && ++m_floodedActions > actionsOfFlood) {
+        m_sonars.Command(*m_flooding, "behave");
+        m_flooding.reset();
+        m_watch.SetFlooded(false);
+    }
 }
 
 void Soak::Behave()
@@ -430,11 +460,13 @@ void Soak::Rest()
             m_stage->AddSonar(i);
         }
     }
+    m_flooding.reset();
     ConnectAnew();
     BringToRest();
     CompareTrees();
     m_sonars.JudgePings();
-    TakeSample();
+    m_watch.SetFlooded(false);
+    m_samples.push_back(LookAtProcess());
 }
 
 /// Sonars of which the host may have missed something introduce themselves again.
@@ -509,7 +541,7 @@ void Soak::CompareTrees()
                 WaitUntil(SonarText(i) + " introduces itself",
                           [&] { return (told = introduction.Told()).has_value(); });
             }
-            difference = Difference(*told, m_stage->TreeOf(i));
+            difference = Difference(*told, m_stage->TreeOf(i), m_watch.HasRefused(IdOf(i)));
             isEqual = difference.empty();
             if (!isEqual && Clock::now() - began > 10s * slowness) {
                 throw Broken(fmt::format("{} at rest, the trees differ: {}", SonarText(i), difference));
@@ -520,18 +552,14 @@ void Soak::CompareTrees()
     }
 }
 
-void Soak::TakeSample()
-{
-    m_samples.push_back(LookAtProcess());
-}
-
-void Soak::ReloadAll()
+void Soak::ReloadAll(bool isNew)
 {
     m_stage->End();
     m_stage.reset();
-    m_ledger.Act("plug-in and project", "saved, unloaded, loaded, opened");
+    m_ledger.Act("plug-in and project",
+                 isNew ? "saved, unloaded; loaded, a new project" : "saved, unloaded; loaded, the project opened");
     ++m_reloads;
-    m_stage = std::make_unique<Stage>(m_sonars, m_watch, m_folder);
+    m_stage = std::make_unique<Stage>(m_sonars, m_watch, m_folder, isNew);
     for (std::size_t i = 0; i < SonarCount; ++i) {
         WaitUntil(SonarText(i) + " is connected", [&] { return m_stage->IsQuiet(i); });
     }
@@ -564,22 +592,29 @@ constexpr Resource resources[]{{"memory allocated, MiB", &Held::memory, memoryAl
 
 void Soak::CheckGrowth() const
 {
-    for (auto const& resource : resources) {
-        auto const values = ValuesOf(m_samples, resource.member, warmUpPart);
-        if (auto const trend = TrendOf(values); values.size() >= leastSamples && trend.Grows(resource.allowance)) {
-            throw Broken(fmt::format("{} grow: {:+.3f} +- {:.3f} a rest, {:+.2f} over {} rests", resource.name,
-                                     trend.slope, trend.error, trend.Growth(), trend.count));
+    for (auto const* const samples : {&m_samples, &m_newSamples}) {
+        for (auto const& resource : resources) {
+            auto const values = ValuesOf(*samples, resource.member, warmUpPart);
+            if (auto const trend = TrendOf(values); values.size() >= leastSamples && trend.Grows(resource.allowance)) {
+                throw Broken(fmt::format("{} grow: {:+.3f} +- {:.3f} a rest, {:+.2f} over {} rests{}", resource.name,
+                                         trend.slope, trend.error, trend.Growth(), trend.count,
+                                         samples == &m_samples ? "" : " on a new project"));
+            }
         }
     }
 }
 
 void Soak::CheckLatency() const
 {
-    if (double const slow = m_watch.Taken().Milliseconds(0.99);
-        m_watch.Taken().Count() >= 1000 && slow > latencyBound) {
-        throw Broken(
-            fmt::format("99 of 100 requests took up to {:.1f} ms; the bound is {:.0f} ms", slow, latencyBound));
-    }
+    auto const check = [](Latencies const& latencies, double bound, char const* when) {
+        constexpr std::uint64_t leastRequests = 1000;
+        if (double const slow = latencies.Milliseconds(0.99); latencies.Count() >= leastRequests && slow > bound) {
+            throw Broken(
+                fmt::format("99 of 100 requests{} took up to {:.1f} ms; the bound is {:.0f} ms", when, slow, bound));
+        }
+    };
+    check(m_watch.Taken(), latencyBound, "");
+    check(m_watch.TakenInFloods(), latencyBoundInFloods, " while a sonar floods the host");
 }
 
 void Soak::PrintTable() const
@@ -618,24 +653,32 @@ void Soak::PrintTable() const
     number("to a device that was not there", requests.away);
     number("of the view and of terminals besides", requests.others);
     number("echoes in all", requests.echoes);
-    row("carried out within, p50", fmt::format("{:>10.2f} ms", m_watch.Taken().Milliseconds(0.5)));
-    row("carried out within, p99",
-        fmt::format("{:>10.2f} ms of {:.0f}", m_watch.Taken().Milliseconds(0.99), latencyBound));
+    auto const latency = [&](std::string_view when, Latencies const& latencies, double bound) {
+        row(fmt::format("carried out{}, p50", when), fmt::format("{:>10.2f} ms", latencies.Milliseconds(0.5)));
+        row(fmt::format("carried out{}, p99", when),
+            fmt::format("{:>10.2f} ms of {:.0f}", latencies.Milliseconds(0.99), bound));
+    };
+    latency("", m_watch.Taken(), latencyBound);
+    latency(" in a flood", m_watch.TakenInFloods(), latencyBoundInFloods);
     fmt::print("lines of the host's log\n");
     for (auto const& [level, count] : m_ledger.LogLevels()) {
         number(level, count);
     }
-    fmt::print("held at rest{:>32}{:>10}{:>24}{:>12}\n", "first", "last", "slope a rest", "in all");
-    auto const trendOf = [&](char const* name, double Held::*member) {
-        auto const trend = TrendOf(ValuesOf(m_samples, member, warmUpPart));
-        fmt::print("  {:<32}{:>10.2f}{:>10.2f}{:>+13.4f} +- {:.4f}{:>+12.2f}\n", name,
-                   m_samples.empty() ? 0.0 : m_samples.front().*member,
-                   m_samples.empty() ? 0.0 : m_samples.back().*member, trend.slope, trend.error, trend.Growth());
+    auto const table = [](std::string_view title, std::vector<Held> const& samples) {
+        fmt::print("{:<34}{:>10}{:>10}{:>24}{:>12}\n", title, "first", "last", "slope a rest", "in all");
+        auto const line = [&](std::string_view name, double Held::*member) {
+            auto const trend = TrendOf(ValuesOf(samples, member, warmUpPart));
+            fmt::print("  {:<32}{:>10.2f}{:>10.2f}{:>+13.4f} +- {:.4f}{:>+12.2f}\n", name,
+                       samples.empty() ? 0.0 : samples.front().*member, samples.empty() ? 0.0 : samples.back().*member,
+                       trend.slope, trend.error, trend.Growth());
+        };
+        for (auto const& resource : resources) {
+            line(resource.name, resource.member);
+        }
+        line("memory resident, MiB, not judged", &Held::resident);
     };
-    for (auto const& resource : resources) {
-        trendOf(resource.name, resource.member);
-    }
-    trendOf("memory resident, MiB, not judged", &Held::resident);
+    table(fmt::format("held at {} rests", m_samples.size()), m_samples);
+    table(fmt::format("held at {} rests on a new project", m_newSamples.size()), m_newSamples);
     std::fflush(stdout);
 }
 

@@ -86,11 +86,11 @@ private:
     void ConnectAnew();
     void BringToRest();
     void CompareTrees();
-    void TakeSample();
     void CheckGrowth() const;
     void CheckLatency() const;
     /// Saves the project, takes the plug-in out, loads it again, opens the project.
-    void ReloadAll();
+    void ReloadAll(bool isNew);
+    void EndOldFlood();
 
     /// Runs the event loop for that time.
     void Idle(std::chrono::milliseconds time);
@@ -119,7 +119,10 @@ private:
     std::string m_detail; ///< of the action that is under way
     std::vector<std::uint32_t> m_contacts;
     std::uint32_t m_lastContact = 0;
-    std::vector<Held> m_samples;
+    std::optional<std::size_t> m_flooding; ///< a sonar that keeps the host busy; one at a time
+    std::size_t m_floodedActions = 0;      ///< since it began
+    std::vector<Held> m_samples;           ///< of all rests
+    std::vector<Held> m_newSamples;        ///< of rests on a new project
     vordal::LinkThread m_introductions;
     std::unique_ptr<Stage> m_stage;
     Watchdog m_watchdog;

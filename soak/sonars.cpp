@@ -56,8 +56,11 @@ std::uint16_t Sonars::Port(std::size_t sonar) const
 
 bool Sonars::Try(std::size_t sonar, std::string_view line, std::string& answer)
 {
-    if (line.starts_with("buffer-status")) {
+    // What the host then goes by is not how the sonar pings.
+    bool const beginsToLie = line == "misbehave flood pings";
+    if (beginsToLie || line == "behave" || line.starts_with("buffer-status")) {
         std::lock_guard const lock(m_sonars[sonar]->mutex);
+        m_sonars[sonar]->isLying = beginsToLie;
         m_sonars[sonar]->disturbances.push_back(Clock::now());
     }
     return m_sonars[sonar]->server->Command(line, answer);
@@ -125,7 +128,7 @@ void Sonars::OnEvent(std::size_t index, simulator::SonarEvent const& event)
         bool isJudged = false;
         {
             std::lock_guard const lock(sonar.mutex);
-            isJudged = isOfGroup && !isOwn && !sonar.isCommandStale;
+            isJudged = isOfGroup && !isOwn && !sonar.isCommandStale && !sonar.isLying;
             ++sonar.pingCount;
             auto const travelTime =
                 std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(event.pingTravelTime));

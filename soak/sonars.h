@@ -84,6 +84,7 @@ private:
         std::deque<Ping> pings;
         std::deque<Clock::time_point> disturbances;
         std::uint64_t newestConnection = 0;
+        bool isLying = false;        ///< it tells settings of pings that never were
         bool isCommandStale = false; ///< the last command to ping came on a connection that was given up
         double lastRange = 0.0;
         std::uint64_t pingCount = 0;

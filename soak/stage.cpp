@@ -33,6 +33,12 @@ constexpr unsigned short sonarGroup = 78;
 constexpr std::size_t onFirstVessel = 5;
 /// These have an operator terminal: one of a group, one by itself.
 constexpr std::array<std::size_t, 2> withTerminal{0, SonarCount - 1};
+/// What a sonar may fill of its device's tree: little, so that a flood soon meets the bound.
+constexpr vordal::TreeLimits toldLimits{.keys = 2500, .bytes = std::uint32_t{2} << 20};
+/// A sanitizer on a busy machine is slow.
+constexpr auto endLimit = std::chrono::seconds(60);
+/// As `qx5 run` does.
+constexpr auto saveInterval = std::chrono::seconds(2);
 /// A device that comes and goes, so that the host looks for the sonars that take turns.
 CDataId const passerBy(1, 500, 1, 1);
 
@@ -88,7 +94,7 @@ CDataId IdOf(std::size_t sonar)
     return CDataId(1, sonarGroup, static_cast<unsigned short>(sonar + 1), VesselOf(sonar));
 }
 
-Stage::Stage(Sonars& sonars, RequestWatch& watch, std::filesystem::path const& folder)
+Stage::Stage(Sonars& sonars, RequestWatch& watch, std::filesystem::path const& folder, bool isNew)
     : m_sonars(sonars), m_folder(folder), m_contactFile(vordal::TextOf(folder / "contacts.sts")),
       m_session(std::make_unique<cli::WindowSession>(m_feed, lightMode))
 {
@@ -108,6 +114,9 @@ Stage::Stage(Sonars& sonars, RequestWatch& watch, std::filesystem::path const& f
         SonarTargetsManager::Instance().geoTiffOutputEnabled = true;
     });
     auto const project = m_folder / "soak.qx5";
+    if (isNew) {
+        std::filesystem::remove(project);
+    }
     if (!std::filesystem::exists(project)) {
         MakeProject(project);
     }
@@ -129,6 +138,12 @@ Stage::Stage(Sonars& sonars, RequestWatch& watch, std::filesystem::path const& f
     }
     m_view->OpenFirst(IdOf(0));
     m_window->show();
+    QObject::connect(&m_saving, &QTimer::timeout, m_window.get(), [this] {
+        Remember();
+        m_view->Keep();
+        m_session->SaveSoon();
+    });
+    m_saving.start(saveInterval);
 }
 
 Stage::~Stage() = default;
@@ -136,6 +151,7 @@ Stage::~Stage() = default;
 void Stage::MakeProject(std::filesystem::path const& file)
 {
     vordal::StoredProject project;
+    project.toldLimits = toldLimits;
     for (std::size_t i = 0; i < SonarCount; ++i) {
         project.devices.push_back({IdOf(i), m_sonarClass, NameOf(i), {}, true, ConfigurationOf(i)});
     }
@@ -165,16 +181,22 @@ std::vector<cli::FleetVessel> Stage::Fleet()
     return fleet;
 }
 
-void Stage::End()
+void Stage::Remember()
 {
     auto const memory = m_window->SaveMemory();
     m_session->WindowMemory().assign(memory.begin(), memory.end());
+}
+
+void Stage::End()
+{
+    m_saving.stop();
+    Remember();
     m_view.reset();
     m_window.reset();
     m_thread.reset();
     m_sonars.ControlChanges();
     std::string error;
-    bool const isSaved = m_session->End(error);
+    bool const isSaved = m_session->End(error, endLimit);
     m_session.reset();
     if (!isSaved) {
         throw Broken("the session does not end in order: " + error);
@@ -235,6 +257,7 @@ void Stage::AddSonar(std::size_t sonar)
         if (device == nullptr) {
             return;
         }
+        Host().SetToldLimits(*device, toldLimits);
         Host().LoadDevice(*device, removed.attributes);
         Host().ApplyDevice(*device, true);
         Host().SetPort(*device, removed.port);

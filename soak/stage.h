@@ -19,6 +19,7 @@
 #include <optional>
 #include <string>
 
+#include <QTimer>
 #include <QWidget>
 
 namespace qx5::soak {
@@ -29,8 +30,8 @@ CDataId IdOf(std::size_t sonar);
 class Stage
 {
 public:
-    /// Opens the project in that folder; makes it when there is none.
-    Stage(Sonars& sonars, RequestWatch& watch, std::filesystem::path const& folder);
+    /// Opens the project in that folder; makes it when there is none, or when a new one is wanted.
+    Stage(Sonars& sonars, RequestWatch& watch, std::filesystem::path const& folder, bool isNew);
     Stage(Stage const&) = delete;
     Stage& operator=(Stage const&) = delete;
     /// Without saving what was not saved.
@@ -72,6 +73,7 @@ private:
 
     std::vector<cli::FleetVessel> Fleet();
     void MakeProject(std::filesystem::path const& file);
+    void Remember();
 
     Sonars& m_sonars;
     std::filesystem::path const m_folder;
@@ -83,6 +85,7 @@ private:
     std::unique_ptr<vordal::WindowThread> m_thread;
     std::unique_ptr<vordal::MainWindow> m_window;
     std::unique_ptr<cli::ShownView> m_view;
+    QTimer m_saving;
 };
 
 } // namespace qx5::soak

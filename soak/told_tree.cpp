@@ -103,7 +103,7 @@ std::set<CString> const& KeysOfHostAlone()
     return keys;
 }
 
-std::string Difference(CAttributeMap const& told, CAttributeMap const& held)
+std::string Difference(CAttributeMap const& told, CAttributeMap const& held, bool mayLack)
 {
     // Of values under one key the host keeps the last; branches under one key it keeps apart.
     std::map<CString, int> left;
@@ -121,6 +121,9 @@ std::string Difference(CAttributeMap const& told, CAttributeMap const& held)
         int const occurrence = isBranch ? branches[key]++ : 0;
         auto const* const other = held.GetAttrMap(AttributeKey(key), occurrence);
         auto const name = fmt::format("{}[{}]", protocol::EncodeUtf8(key.View()), occurrence);
+        if (other == nullptr && mayLack) {
+            continue;
+        }
         if (other == nullptr) {
             return fmt::format("{}: the sonar has {}, the host has no such key", name, ShortText(node.Value()));
         }
@@ -128,7 +131,7 @@ std::string Difference(CAttributeMap const& told, CAttributeMap const& held)
             return fmt::format("{}: the sonar has {}, the host {}", name, ShortText(node.Value()),
                                ShortText(other->Value()));
         }
-        if (auto const below = Difference(node, *other); !below.empty()) {
+        if (auto const below = Difference(node, *other, mayLack); !below.empty()) {
             return name + "/" + below;
         }
     }

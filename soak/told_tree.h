@@ -42,7 +42,7 @@ private:
 std::set<CString> const& KeysOfHostAlone();
 
 /// The first value of `told` that `held` does not have just so, with what it has; empty when it has all of them. Keys
-/// of the host alone are passed over.
-std::string Difference(CAttributeMap const& told, CAttributeMap const& held);
+/// of the host alone are passed over, and where `mayLack` is true those that `held` does not have at all.
+std::string Difference(CAttributeMap const& told, CAttributeMap const& held, bool mayLack);
 
 } // namespace qx5::soak
