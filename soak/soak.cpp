@@ -148,6 +148,7 @@ void Soak::Run()
             DoOne();
             Idle(std::chrono::milliseconds(static_cast<int>(1000.0 / m_options.pace)));
             m_ledger.Check();
+            m_sonars.JudgePings();
             m_watchdog.Progress();
         }
         Rest();
@@ -446,6 +447,7 @@ void Soak::WaitUntil(std::string_view what, Condition condition)
     while (!condition()) {
         Idle(10ms);
         m_ledger.Check();
+        m_sonars.JudgePings();
     }
     m_watchdog.Progress();
 }
