@@ -10,6 +10,7 @@
 #include "sonars.h"
 #include "stage.h"
 #include "watchdog.h"
+#include "yardstick.h"
 
 #include "reference_host/link/sonar_link.h"
 
@@ -88,6 +89,8 @@ private:
     void CompareTrees();
     void CheckGrowth() const;
     void CheckLatency() const;
+    double LatencyBound(bool inFlood) const;
+    void Post(std::size_t sonar, MadeRequest const& made);
     /// Saves the project, takes the plug-in out, loads it again, opens the project.
     void ReloadAll(bool isNew);
     void EndOldFlood();
@@ -125,6 +128,7 @@ private:
     std::vector<Held> m_newSamples;        ///< of rests on a new project
     vordal::LinkThread m_introductions;
     std::unique_ptr<Stage> m_stage;
+    Yardstick m_yardstick;
     Watchdog m_watchdog;
 };
 
