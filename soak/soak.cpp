@@ -667,7 +667,7 @@ void Soak::PrintTable() const
     number("all", pings.all);
     number("in turn, judged", pings.judged);
     number("of a sonar that was told to ping by itself", pings.own);
-    number("at once around a lost link or a new beginning", pings.excused);
+    number("at once, excused (see CONTRIBUTING.md)", pings.excused);
     number("at once without such an excuse", 0);
     RequestCounts const requests = m_watch.Counts();
     fmt::print("requests\n");

@@ -22,6 +22,8 @@ constexpr auto around = 2s;
 /// A ping is judged when all that may excuse it has been seen.
 constexpr auto judgedAfter = 3s;
 constexpr auto forgottenAfter = 10s;
+/// What is told of a sonar in whose turn something is wrong.
+constexpr std::size_t greatestStory = 200;
 
 } // namespace
 
@@ -105,14 +107,17 @@ void Sonars::OnEvent(std::size_t index, simulator::SonarEvent const& event)
     case EventKind::Connected:
     case EventKind::Disconnected: {
         std::lock_guard const lock(sonar.mutex);
-        sonar.newestConnection = std::max(sonar.newestConnection, event.connection);
         sonar.disturbances.push_back(now);
+        Note(sonar, now,
+             fmt::format("connection {} {}", event.connection, event.kind == EventKind::Connected ? "comes" : "goes"));
         break;
     }
     case EventKind::Record: {
         std::lock_guard const lock(sonar.mutex);
+        sonar.newestConnection = std::max(sonar.newestConnection, event.connection);
         if (event.record->effect == simulator::Effect::Ping) {
             sonar.isCommandStale = event.connection != sonar.newestConnection;
+            Note(sonar, now, fmt::format("connection {} commands a ping", event.connection));
         }
         for (auto const& [key, value] : event.record->values) {
             if (auto const* const range = std::get_if<double>(&value);
@@ -130,9 +135,11 @@ void Sonars::OnEvent(std::size_t index, simulator::SonarEvent const& event)
             std::lock_guard const lock(sonar.mutex);
             isJudged = isOfGroup && !isOwn && !sonar.isCommandStale && !sonar.isLying;
             ++sonar.pingCount;
+            sonar.settingsTold = 0;
             auto const travelTime =
                 std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(event.pingTravelTime));
             sonar.pings.push_back({now, now + travelTime, isJudged});
+            Note(sonar, now, fmt::format("pings for {} m{}", event.pingRange, isOwn ? " by itself" : ""));
         }
         std::lock_guard const lock(m_mutex);
         ++m_counts.all;
@@ -145,6 +152,36 @@ void Sonars::OnEvent(std::size_t index, simulator::SonarEvent const& event)
     }
 }
 
+void Sonars::SettingsReachedHost(std::size_t sonar)
+{
+    auto const now = Clock::now();
+    std::lock_guard const lock(m_sonars[sonar]->mutex);
+    Note(*m_sonars[sonar], now, "its settings data reach the host");
+    if (++m_sonars[sonar]->settingsTold > 1) {
+        m_sonars[sonar]->disturbances.push_back(now);
+    }
+}
+
+/// With its lock held.
+void Sonars::Note(Sonar& sonar, Clock::time_point now, std::string text)
+{
+    sonar.story.emplace_back(now, std::move(text));
+    if (sonar.story.size() > greatestStory) {
+        sonar.story.pop_front();
+    }
+}
+
+std::string Sonars::StoryOf(std::size_t sonar, Clock::time_point zero) const
+{
+    std::lock_guard const lock(m_sonars[sonar]->mutex);
+    std::string text;
+    for (auto const& [time, line] : m_sonars[sonar]->story) {
+        text += fmt::format("\n  {:>9.1f} ms  sonar {} {}",
+                            std::chrono::duration<double, std::milli>(time - zero).count(), sonar + 1, line);
+    }
+    return text;
+}
+
 /// On the sonar's own thread.
 bool Sonars::PingsByItself(std::size_t sonar)
 {
@@ -154,11 +191,19 @@ bool Sonars::PingsByItself(std::size_t sonar)
     return !answer.ends_with("= 0");
 }
 
-bool Sonars::IsDisturbed(std::size_t sonar, Clock::time_point from, Clock::time_point to) const
+bool Sonars::IsDisturbed(int group, Clock::time_point from, Clock::time_point to) const
 {
-    std::lock_guard const lock(m_sonars[sonar]->mutex);
-    auto const& times = m_sonars[sonar]->disturbances;
-    return std::any_of(times.begin(), times.end(), [&](auto time) { return time >= from && time <= to; });
+    for (std::size_t i = 0; i < SonarCount; ++i) {
+        if (TurnsOf[i].group != group) {
+            continue;
+        }
+        std::lock_guard const lock(m_sonars[i]->mutex);
+        auto const& times = m_sonars[i]->disturbances;
+        if (std::any_of(times.begin(), times.end(), [&](auto time) { return time >= from && time <= to; })) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool Sonars::HasControlChanged(Clock::time_point from, Clock::time_point to) const
@@ -206,19 +251,24 @@ void Sonars::JudgePings()
                 }
                 auto const from = first->ping.begin - around;
                 auto const to = second->ping.begin + around;
-                if (HasControlChanged(from, to) || IsDisturbed(first->sonar, from, to) ||
-                    IsDisturbed(second->sonar, from, to)) {
+                if (HasControlChanged(from, to) || IsDisturbed(TurnsOf[first->sonar].group, from, to)) {
                     std::lock_guard const lock(m_mutex);
                     ++m_counts.excused;
                     continue;
                 }
+                std::string stories;
+                for (std::size_t i = 0; i < SonarCount; ++i) {
+                    if (TurnsOf[i].group == TurnsOf[first->sonar].group) {
+                        stories += StoryOf(i, first->ping.begin);
+                    }
+                }
                 using Milliseconds = std::chrono::duration<double, std::milli>;
                 throw Broken(fmt::format(
                     "sonars {} and {} of group {} were in the water at once: the second pinged {:.1f} ms after the "
-                    "first, whose echoes take {:.1f} ms",
+                    "first, whose echoes take {:.1f} ms{}",
                     first->sonar + 1, second->sonar + 1, TurnsOf[first->sonar].group,
                     Milliseconds(second->ping.begin - first->ping.begin).count(),
-                    Milliseconds(first->ping.end - first->ping.begin).count()));
+                    Milliseconds(first->ping.end - first->ping.begin).count(), stories));
             }
         }
     }

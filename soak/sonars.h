@@ -38,7 +38,7 @@ struct PingCounts
     std::uint64_t all = 0;
     std::uint64_t judged = 0;  ///< in turn, on the host's command
     std::uint64_t own = 0;     ///< of a sonar of a group that an operator had told to ping by itself
-    std::uint64_t excused = 0; ///< pairs in the water at once, around a connection that broke or turns that began anew
+    std::uint64_t excused = 0; ///< pairs in the water at once, for a reason that JudgePings takes
 };
 
 /// Any thread, unless something else is said.
@@ -62,12 +62,15 @@ public:
     /// The range that it was last commanded to take, in m.
     double LastRange(std::size_t sonar) const;
 
+    /// Settings data of the sonar have reached whoever follows its stream in the host.
+    void SettingsReachedHost(std::size_t sonar);
     /// The host is about to end its control of all pings and to begin anew, or has done so.
     void ControlChanges();
 
     /// Looks through the pings that are old enough to tell what happened around them. Throws Broken when two sonars of
-    /// a group were in the water at once though nothing happened that excuses it: a connection of one of them that came
-    /// or went, its stream told as unwell, or turns that began anew. One thread.
+    /// a group were in the water at once though nothing happened that excuses it: a connection of one of the group that
+    /// came or went, a stream told as unwell, settings told a second time after one ping (all of which end the wait for
+    /// whoever is next), or turns that began anew. One thread.
     void JudgePings();
     PingCounts Counts() const;
 
@@ -83,9 +86,11 @@ private:
         mutable std::mutex mutex; ///< guards what follows, up to the server
         std::deque<Ping> pings;
         std::deque<Clock::time_point> disturbances;
-        std::uint64_t newestConnection = 0;
-        bool isLying = false;        ///< it tells settings of pings that never were
+        std::uint64_t newestConnection = 0;                          ///< of those that sent a record
+        std::deque<std::pair<Clock::time_point, std::string>> story; ///< what happened last, for who has to find out
+        bool isLying = false;                                        ///< it tells settings of pings that never were
         bool isCommandStale = false; ///< the last command to ping came on a connection that was given up
+        int settingsTold = 0;        ///< to the host since the last ping
         double lastRange = 0.0;
         std::uint64_t pingCount = 0;
         std::unique_ptr<simulator::SonarServer> server;
@@ -93,7 +98,9 @@ private:
 
     void OnEvent(std::size_t sonar, simulator::SonarEvent const& event);
     bool PingsByItself(std::size_t sonar);
-    bool IsDisturbed(std::size_t sonar, Clock::time_point from, Clock::time_point to) const;
+    static void Note(Sonar& sonar, Clock::time_point now, std::string text);
+    std::string StoryOf(std::size_t sonar, Clock::time_point zero) const;
+    bool IsDisturbed(int group, Clock::time_point from, Clock::time_point to) const;
     bool HasControlChanged(Clock::time_point from, Clock::time_point to) const;
 
     std::vector<std::unique_ptr<Sonar>> m_sonars;

@@ -9,6 +9,8 @@
 #include <VordalAttributesR/CVordalType.h>
 #include <VordalDataBlocksR/BaseIOHandler.h>
 #include <VordalDataBlocksR/CDataBlock.h>
+#include <VordalSubscriberR/Subscriber.h>
+#include <VordalSubscriberR/Subscription.h>
 #include <protocol/bytes.h>
 #include <protocol/records/all.h>
 #include <protocol/settings_keys.h>
@@ -89,6 +91,26 @@ CString NameOf(std::size_t sonar)
 
 } // namespace
 
+class Stage::StreamWatch
+{
+public:
+    StreamWatch(Sonars& sonars, std::size_t sonar) : m_sonars(sonars), m_sonar(sonar)
+    {
+        m_subscription.SetSubscriber(new MemFunNoInfoSubscriber<StreamWatch>(this, &StreamWatch::OnData), true);
+        m_subscription.Subscribe(IdOf(sonar));
+    }
+    StreamWatch(StreamWatch const&) = delete;
+    StreamWatch& operator=(StreamWatch const&) = delete;
+    ~StreamWatch() { m_subscription.Unsubscribe(); }
+
+private:
+    void OnData() { m_sonars.SettingsReachedHost(m_sonar); }
+
+    Sonars& m_sonars;
+    std::size_t const m_sonar;
+    DataSubscription m_subscription;
+};
+
 CDataId IdOf(std::size_t sonar)
 {
     return CDataId(1, sonarGroup, static_cast<unsigned short>(sonar + 1), VesselOf(sonar));
@@ -123,6 +145,11 @@ Stage::Stage(Sonars& sonars, RequestWatch& watch, std::filesystem::path const& f
     m_sonars.ControlChanges();
     bool const isBegun = m_session->Begin(Fleet(), project.string(), error);
     must(isBegun, error);
+    Host().RunAndWait([&] {
+        for (std::size_t i = 0; i < SonarCount; ++i) {
+            m_streams.push_back(std::make_unique<StreamWatch>(m_sonars, i));
+        }
+    });
     m_thread = std::make_unique<vordal::WindowThread>(Host());
     m_window = std::make_unique<vordal::MainWindow>(vordal::WindowSetup{.vessels = m_session->Listed(),
                                                                         .lightMode = lightMode,
@@ -194,6 +221,7 @@ void Stage::End()
     m_view.reset();
     m_window.reset();
     m_thread.reset();
+    Host().RunAndWait([this] { m_streams.clear(); });
     m_sonars.ControlChanges();
     std::string error;
     bool const isSaved = m_session->End(error, endLimit);

@@ -18,6 +18,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <QTimer>
 #include <QWidget>
@@ -86,6 +87,9 @@ private:
     std::unique_ptr<vordal::MainWindow> m_window;
     std::unique_ptr<cli::ShownView> m_view;
     QTimer m_saving;
+    /// Follows the stream of one sonar.
+    class StreamWatch;
+    std::vector<std::unique_ptr<StreamWatch>> m_streams; ///< host thread
 };
 
 } // namespace qx5::soak
