@@ -667,7 +667,8 @@ void Soak::PrintTable() const
     number("all", pings.all);
     number("in turn, judged", pings.judged);
     number("of a sonar that was told to ping by itself", pings.own);
-    number("at once, excused (see CONTRIBUTING.md)", pings.excused);
+    number("at once around a lost link or the like", pings.excused);
+    number("at once in a group out of step since then", pings.outOfStep);
     number("at once without such an excuse", 0);
     RequestCounts const requests = m_watch.Counts();
     fmt::print("requests\n");

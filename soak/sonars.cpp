@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include <fmt/format.h>
 
@@ -215,24 +216,19 @@ bool Sonars::HasControlChanged(Clock::time_point from, Clock::time_point to) con
 
 void Sonars::JudgePings()
 {
-    struct Seen
-    {
-        std::size_t sonar;
-        Ping ping;
-    };
     auto const until = Clock::now() - judgedAfter;
     auto const forget = [&](auto& list, auto timeOf) {
         while (!list.empty() && timeOf(list.front()) < until - forgottenAfter) {
             list.pop_front();
         }
     };
-    std::array<std::vector<Seen>, 4> groups;
+    std::array<std::vector<Seen>, groupCount> groups;
     for (std::size_t i = 0; i < SonarCount; ++i) {
         std::lock_guard const lock(m_sonars[i]->mutex);
         forget(m_sonars[i]->pings, [](Ping const& ping) { return ping.begin; });
         forget(m_sonars[i]->disturbances, [](Clock::time_point time) { return time; });
         for (Ping const& ping : m_sonars[i]->pings) {
-            if (ping.isJudged && ping.begin <= until) {
+            if (ping.begin <= until) {
                 groups[static_cast<std::size_t>(TurnsOf[i].group)].push_back({i, ping});
             }
         }
@@ -241,38 +237,60 @@ void Sonars::JudgePings()
         std::lock_guard const lock(m_mutex);
         forget(m_controlChanges, [](Clock::time_point time) { return time; });
     }
-    for (auto& group : groups) {
-        std::sort(group.begin(), group.end(), [](Seen const& a, Seen const& b) { return a.ping.begin < b.ping.begin; });
-        for (auto first = group.begin(); first != group.end(); ++first) {
-            for (auto second = first + 1; second != group.end() && second->ping.begin + rounding < first->ping.end;
-                 ++second) {
-                if (second->sonar == first->sonar || second->ping.begin <= m_judgedUntil) {
-                    continue;
-                }
-                auto const from = first->ping.begin - around;
-                auto const to = second->ping.begin + around;
-                if (HasControlChanged(from, to) || IsDisturbed(TurnsOf[first->sonar].group, from, to)) {
-                    std::lock_guard const lock(m_mutex);
-                    ++m_counts.excused;
-                    continue;
-                }
-                std::string stories;
-                for (std::size_t i = 0; i < SonarCount; ++i) {
-                    if (TurnsOf[i].group == TurnsOf[first->sonar].group) {
-                        stories += StoryOf(i, first->ping.begin);
-                    }
-                }
-                using Milliseconds = std::chrono::duration<double, std::milli>;
-                throw Broken(fmt::format(
-                    "sonars {} and {} of group {} were in the water at once: the second pinged {:.1f} ms after the "
-                    "first, whose echoes take {:.1f} ms{}",
-                    first->sonar + 1, second->sonar + 1, TurnsOf[first->sonar].group,
-                    Milliseconds(second->ping.begin - first->ping.begin).count(),
-                    Milliseconds(first->ping.end - first->ping.begin).count(), stories));
-            }
-        }
+    for (std::size_t group = 1; group < groupCount; ++group) {
+        std::sort(groups[group].begin(), groups[group].end(),
+                  [](Seen const& a, Seen const& b) { return a.ping.begin < b.ping.begin; });
+        JudgeGroup(static_cast<int>(group), groups[group]);
     }
     m_judgedUntil = until;
+}
+
+void Sonars::JudgeGroup(int group, std::vector<Seen> const& pings)
+{
+    auto const size = static_cast<std::size_t>(std::count_if(
+        std::begin(TurnsOf), std::end(TurnsOf), [group](Turns const& turns) { return turns.group == group; }));
+    std::size_t& cleanPauses = m_cleanPauses[static_cast<std::size_t>(group)];
+    for (auto second = pings.begin(); second != pings.end(); ++second) {
+        if (second->ping.begin <= m_judgedUntil || second == pings.begin()) {
+            continue;
+        }
+        auto const before = second - 1;
+        auto const to = second->ping.begin + around;
+        bool const isExcused = HasControlChanged(before->ping.begin - around, to) ||
+                               IsDisturbed(group, before->ping.begin - around, to) || !second->ping.isJudged ||
+                               !before->ping.isJudged;
+        for (auto first = pings.begin(); first != second; ++first) {
+            if (first->sonar == second->sonar || !first->ping.isJudged || !second->ping.isJudged ||
+                second->ping.begin + rounding >= first->ping.end) {
+                continue;
+            }
+            bool const isOutOfStep = cleanPauses < 2 * size;
+            if (!isExcused && !isOutOfStep) {
+                TellOverlap(group, *first, *second);
+            }
+            std::lock_guard const lock(m_mutex);
+            ++(isExcused ? m_counts.excused : m_counts.outOfStep);
+        }
+        auto const pause = (before->ping.end - before->ping.begin) * (TurnsOf[before->sonar].overhead / 100.0);
+        bool const isClean = second->ping.begin - before->ping.begin + rounding >= pause;
+        cleanPauses = isExcused || !isClean ? 0 : cleanPauses + 1;
+    }
+}
+
+void Sonars::TellOverlap(int group, Seen const& first, Seen const& second) const
+{
+    std::string stories;
+    for (std::size_t i = 0; i < SonarCount; ++i) {
+        if (TurnsOf[i].group == group) {
+            stories += StoryOf(i, first.ping.begin);
+        }
+    }
+    using Milliseconds = std::chrono::duration<double, std::milli>;
+    throw Broken(fmt::format("sonars {} and {} of group {} were in the water at once: the second pinged {:.1f} ms "
+                             "after the first, whose echoes take {:.1f} ms{}",
+                             first.sonar + 1, second.sonar + 1, group,
+                             Milliseconds(second.ping.begin - first.ping.begin).count(),
+                             Milliseconds(first.ping.end - first.ping.begin).count(), stories));
 }
 
 PingCounts Sonars::Counts() const

@@ -5,6 +5,7 @@
 
 #include <simulator/sonar_server.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstddef>
@@ -36,9 +37,10 @@ inline constexpr Turns TurnsOf[SonarCount]{{1, 100.0}, {1, 120.0}, {1, 100.0}, {
 struct PingCounts
 {
     std::uint64_t all = 0;
-    std::uint64_t judged = 0;  ///< in turn, on the host's command
-    std::uint64_t own = 0;     ///< of a sonar of a group that an operator had told to ping by itself
-    std::uint64_t excused = 0; ///< pairs in the water at once, for a reason that JudgePings takes
+    std::uint64_t judged = 0;    ///< in turn, on the host's command
+    std::uint64_t own = 0;       ///< of a sonar of a group that an operator had told to ping by itself
+    std::uint64_t excused = 0;   ///< pairs in the water at once, around something that JudgePings takes as a reason
+    std::uint64_t outOfStep = 0; ///< pairs in the water at once of a group that was out of step since such a reason
 };
 
 /// Any thread, unless something else is said.
@@ -69,8 +71,11 @@ public:
 
     /// Looks through the pings that are old enough to tell what happened around them. Throws Broken when two sonars of
     /// a group were in the water at once though nothing happened that excuses it: a connection of one of the group that
-    /// came or went, a stream told as unwell, settings told a second time after one ping (all of which end the wait for
-    /// whoever is next), or turns that began anew. One thread.
+    /// came or went, a stream told as unwell, settings told a second time after one ping, or turns that began anew.
+    ///
+    /// A sonar that tells something in its own pause lets the next one ping without being awaited; what that one tells
+    /// falls into a pause in turn, and so on: the group is out of step, each pause is that of the sonar before. A group
+    /// is in step again after two rounds in which each sonar had its own pause. One thread.
     void JudgePings();
     PingCounts Counts() const;
 
@@ -103,8 +108,18 @@ private:
     bool IsDisturbed(int group, Clock::time_point from, Clock::time_point to) const;
     bool HasControlChanged(Clock::time_point from, Clock::time_point to) const;
 
+    struct Seen
+    {
+        std::size_t sonar;
+        Ping ping;
+    };
+    void JudgeGroup(int group, std::vector<Seen> const& pings);
+    [[noreturn]] void TellOverlap(int group, Seen const& first, Seen const& second) const;
+
+    static constexpr std::size_t groupCount = 4; ///< 0, those in none, among them
     std::vector<std::unique_ptr<Sonar>> m_sonars;
-    mutable std::mutex m_mutex; ///< guards what follows
+    std::array<std::size_t, groupCount> m_cleanPauses{}; ///< one behind the other
+    mutable std::mutex m_mutex;                          ///< guards what follows
     std::deque<Clock::time_point> m_controlChanges;
     PingCounts m_counts;
     Clock::time_point m_judgedUntil;
