@@ -20,6 +20,7 @@
 #include <array>
 #include <charconv>
 #include <filesystem>
+#include <new>
 #include <thread>
 
 #include <fmt/format.h>
@@ -127,14 +128,20 @@ Session::~Session()
     if (m_port != nullptr) {
         m_port->Close();
     }
-    m_host.RunAndWait([this] {
+    auto const end = [this] {
         m_introduction.Unsubscribe();
         if (m_plugin != nullptr) {
             m_plugin->ReleaseDevices();
         }
         m_host.RemoveAllDevices();
-    });
-    m_host.Stop();
+    };
+    try {
+        m_host.RunAndWait(end);
+        m_host.Stop();
+    } catch (std::bad_alloc const&) {
+        m_host.Stop();
+        end();
+    }
     m_port.reset();
     m_plugin.reset();
 }

@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <deque>
 #include <future>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -163,8 +165,8 @@ public:
         if (Listen(error)) {
             m_port = m_endpoint.port();
             std::lock_guard const lock(m_runningMutex);
+            m_thread = std::thread([this] { Run(); });
             m_running = true;
-            m_thread = std::thread([this] { m_context.run(); });
             return std::nullopt;
         }
         // Asio has no name for it, and its codes do not compare with conditions of the standard library.
@@ -189,34 +191,50 @@ public:
                 return;
             m_running = false;
             // Commands posted before are carried out before; none come after.
-            asio::post(m_context, [this] { CloseAll(); });
+            try {
+                asio::post(m_context, [this] { CloseAll(); });
+            } catch (std::bad_alloc const&) {
+                m_stopWanted.store(true);
+                m_context.stop();
+            }
         }
         m_thread.join();
     }
 
     std::uint16_t Port() const { return m_port; }
 
-    /// Runs `task` on the sonar's thread and waits for it; false when it does not run.
-    bool Call(std::function<void()> const& task)
+    enum class Called : std::uint8_t
     {
-        auto const done = std::make_shared<std::promise<void>>();
+        Done,
+        NotRunning,
+        Failed,
+    };
+
+    /// Runs `task` on the sonar's thread and waits for it. Where it fails, the sonar begins anew.
+    Called Call(std::function<void()> const& task)
+    {
+        auto const done = std::make_shared<std::promise<Called>>();
         bool isOwnThread = false;
         {
             std::lock_guard const lock(m_runningMutex);
             if (!m_running)
-                return false;
+                return Called::NotRunning;
             isOwnThread = std::this_thread::get_id() == m_thread.get_id();
             if (!isOwnThread)
                 asio::post(m_context, [&task, done] {
-                    task();
-                    done->set_value();
+                    try {
+                        task();
+                    } catch (...) {
+                        done->set_value(Called::Failed);
+                        throw;
+                    }
+                    done->set_value(Called::Done);
                 });
         }
-        if (isOwnThread)
-            task();
-        else
-            done->get_future().wait();
-        return true;
+        if (!isOwnThread)
+            return done->get_future().get();
+        task();
+        return Called::Done;
     }
 
     bool Command(std::string_view line, std::string& answer);
@@ -234,6 +252,8 @@ private:
     void Close(ConnectionPointer const& connection, std::string_view why);
     void CloseConnections(std::string_view why);
     void CloseAll();
+    void Run() noexcept;
+    void BeginAnew();
     void Read(ConnectionPointer const& connection);
     void TakeBytes(ConnectionPointer const& connection, std::size_t count);
     void TakeFrames(ConnectionPointer const& connection);
@@ -303,8 +323,9 @@ private:
     bool m_tickScheduled = false;
     bool m_pingScheduled = false;
     bool m_hasPinged = false;
-    SteadyTime m_lastPing;     // when it was due
-    std::vector<Head> m_heads; // all there from the beginning; their timers' handlers refer to them
+    SteadyTime m_lastPing;                 // when it was due
+    std::vector<Head> m_heads;             // all there from the beginning; their timers' handlers refer to them
+    std::atomic<bool> m_stopWanted{false}; // where the end could not be posted
     std::thread m_thread;
     std::mutex m_runningMutex; // no task is posted after the last one; guards m_thread's id while m_running
     bool m_running = false;
@@ -519,6 +540,51 @@ void SonarServer::Implementation::CloseAll()
     for (Head& head : m_heads)
         head.echoTimer.cancel();
     m_work.reset();
+}
+
+/// Whatever fails in a handler, such as memory that runs out, costs the connections and what was under way, not the
+/// sonar.
+void SonarServer::Implementation::Run() noexcept
+{
+    for (bool anew = false;;) {
+        try {
+            if (m_stopWanted.load())
+                CloseAll();
+            else if (anew)
+                BeginAnew();
+            anew = false;
+            m_context.run();
+            if (m_stopping)
+                return;
+        } catch (...) {
+            anew = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        m_context.restart();
+    }
+}
+
+void SonarServer::Implementation::BeginAnew()
+{
+    if (m_stopping) {
+        CloseAll();
+        return;
+    }
+    for (auto* const timer : {&m_reportTimer, &m_pingTimer, &m_recordingTimer, &m_retryTimer})
+        timer->cancel();
+    m_reportScheduled = false;
+    m_tickScheduled = false;
+    m_pingScheduled = false;
+    for (Head& head : m_heads) {
+        head.echoTimer.cancel();
+        head.inTheWater.reset();
+        head.waiting = 0;
+    }
+    CloseConnections("something failed in the sonar, which begins anew");
+    asio::error_code ignored;
+    m_acceptor.close(ignored);
+    ListenAgain();
+    StateChanged();
 }
 
 void SonarServer::Implementation::Read(ConnectionPointer const& connection)
@@ -868,7 +934,7 @@ bool SonarServer::Implementation::Misbehave(std::string_view name, std::string_v
         return false;
     if (m_misbehaviour.vanish && !before.vanish && !Vanish(true)) {
         m_misbehaviour = before;
-        answer = "this system has no way to acknowledge nothing";
+        answer = "this system lets this user not filter sockets, which vanishing takes; root may";
         return false;
     }
     if (name == "collide") {
@@ -1345,9 +1411,11 @@ std::uint16_t SonarServer::Port() const
 bool SonarServer::Command(std::string_view line, std::string& answer)
 {
     bool done = false;
-    if (m_implementation->Call([&] { done = m_implementation->Command(line, answer); }))
+    auto const called = m_implementation->Call([&] { done = m_implementation->Command(line, answer); });
+    if (called == Implementation::Called::Done)
         return done;
-    answer = "the sonar is not running";
+    answer = called == Implementation::Called::Failed ? "that failed, and the sonar begins anew"
+                                                      : "the sonar is not running";
     return false;
 }
 

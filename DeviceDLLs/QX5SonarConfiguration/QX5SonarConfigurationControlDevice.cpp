@@ -4,6 +4,7 @@
 #include "handlers/chain.h"
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
+#include "handlers/scalar_checks.h"
 #include <VordalBaseR/CExTime.h>
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
@@ -28,6 +29,10 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
 #define QX5_HANDLER(name) name(request);
 #define QX5_KEYED(name, rowKey) name(request, At<keys::rowKey>);
 #define QX5_SCALAR(record, rowKey, rowKind)                                                                            \
+    static_assert(FitsScalarPath(records::record, keys::rowKey, rowKind),                                              \
+                  "the table of this scalar row's record is not what the row sends: PARM_INT goes with an int key as " \
+                  "I32, PARM_FLOAT with a double as F32 (carrier Data for 7600 to 7699, and for these alone), "        \
+                  "PARM_ANGLE_PAIR with a pair as two F32 in radians, and the record holds nothing else");             \
     RequestValue(request, static_cast<int>(records::record.Id()), At<keys::rowKey>, (rowKind));
     QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
 #undef QX5_HANDLER

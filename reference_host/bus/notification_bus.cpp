@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <new>
 
 namespace vordal {
 
@@ -132,9 +133,7 @@ bool TellsOnHostThread(NotificationInfo const* info, Tell tell)
         return false;
     }
     thread->Post([tell = std::move(tell), copy = info != nullptr ? info->Clone() : nullptr] {
-        if (auto const failure = FailureOf([&] { tell(copy.get()); })) {
-            Log(LogLevel::Error, "a notification failed on the host thread: " + *failure);
-        }
+        LogFailureOf("a notification failed on the host thread: ", [&] { tell(copy.get()); });
     });
     return true;
 }
@@ -181,7 +180,16 @@ void NotificationBus::Join(std::shared_ptr<Joint> const& joint, std::span<CStrin
     Publish(std::move(next));
 }
 
-void NotificationBus::Leave(std::shared_ptr<Joint> const& joint)
+void NotificationBus::Leave(std::shared_ptr<Joint> const& joint) noexcept
+{
+    try {
+        TakeOut(joint);
+    } catch (std::bad_alloc const&) {
+        // It stays where it is, and once it has left by itself nobody finds a sink behind it.
+    }
+}
+
+void NotificationBus::TakeOut(std::shared_ptr<Joint> const& joint)
 {
     std::lock_guard const lock(m_mutex);
     if (m_snapshot == nullptr) {

@@ -106,7 +106,7 @@ public:
 
     /// Joins to further keys; a joint that is there keeps its turn.
     void Join(std::shared_ptr<Joint> const& joint, std::span<CString const> keys);
-    void Leave(std::shared_ptr<Joint> const& joint);
+    void Leave(std::shared_ptr<Joint> const& joint) noexcept;
     /// Takes the joints off whose sinks are such, as if their subscriptions had ended; how many there were.
     std::size_t LeaveAll(std::function<bool(Subscriber const&)> const& areSuch);
 
@@ -119,6 +119,7 @@ private:
     struct Snapshot;
 
     std::shared_ptr<Snapshot const> Take() const;
+    void TakeOut(std::shared_ptr<Joint> const& joint);
     void Publish(std::shared_ptr<Snapshot const> next);
 
     mutable std::mutex m_mutex;

@@ -3,7 +3,6 @@
 
 #include "reference_host/bus/notification_bus.h"
 #include "reference_host/host/failure.h"
-#include "reference_host/host/log.h"
 
 #include <VordalSubscriberR/NotificationInfo.h>
 
@@ -15,9 +14,7 @@ namespace {
 template <typename Call>
 void Contain(Call&& call)
 {
-    if (auto const failure = FailureOf(call)) {
-        Log(LogLevel::Error, "a notification failed on the window thread: " + *failure);
-    }
+    LogFailureOf("a notification failed on the window thread: ", call);
 }
 
 } // namespace

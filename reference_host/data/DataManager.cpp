@@ -72,8 +72,9 @@ bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap 
     if (device != nullptr) {
         int const requests = map.Count(vordal::keys::Request);
         for (int i = 0; i < requests; ++i) {
-            CAttributeMap request(map.Find(vordal::keys::Request, i));
-            host.DeliverRequest(*device, &request);
+            CAttributeMap const& given = map.Find(vordal::keys::Request, i);
+            CAttributeMap request(given);
+            host.DeliverRequest(*device, &request, &given);
         }
         if (map.Count() > requests) {
             CAttributeMap rest(map);

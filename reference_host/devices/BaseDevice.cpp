@@ -8,6 +8,7 @@
 #include "reference_host/data/stream_buffer.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/host/host_state.h"
+#include "reference_host/host/request_sends.h"
 
 #include <utility>
 
@@ -409,7 +410,10 @@ bool BaseDevice::SendMessageW(std::string const& bytes, bool flag)
 {
     auto* const host = CurrentState();
     auto* const traffic = host != nullptr ? host->traffic.load(std::memory_order_acquire) : nullptr;
-    return traffic != nullptr && traffic->SendRaw({m_dataId, GetPortPtr()}, bytes, flag);
+    return traffic != nullptr &&
+           vordal::RequestSends::Once({.kind = vordal::SendMark::Kind::Raw, .size = bytes.size()}, [&] {
+               return traffic->SendRaw({m_dataId, GetPortPtr()}, bytes, flag);
+           });
 }
 
 bool BaseDevice::SendMessageToPort(std::string const& bytes)

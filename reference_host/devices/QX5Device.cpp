@@ -3,9 +3,13 @@
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 
 #include "reference_host/host/host_state.h"
+#include "reference_host/host/request_sends.h"
 
 #include <limits>
 #include <span>
+
+using vordal::RequestSends;
+using vordal::SendMark;
 
 namespace {
 
@@ -38,13 +42,18 @@ bool QX5Device::SendRemoteControlRecord(std::uint32_t recordId, void const* payl
     std::span<unsigned char const> bytes;
     auto* const traffic = Traffic();
     return traffic != nullptr && AsBytes(payload, size, bytes) &&
-           traffic->SendRemoteControl({m_dataId, GetPortPtr()}, recordId, bytes, deviceId, enumerator);
+           RequestSends::Once({SendMark::Kind::RemoteControl, recordId, size, deviceId, enumerator}, [&] {
+               return traffic->SendRemoteControl({m_dataId, GetPortPtr()}, recordId, bytes, deviceId, enumerator);
+           });
 }
 
 bool QX5Device::SingleRecordRequest(std::uint32_t recordId, int deviceId, int enumerator)
 {
     auto* const traffic = Traffic();
-    return traffic != nullptr && traffic->AskForRecord({m_dataId, GetPortPtr()}, recordId, deviceId, enumerator);
+    return traffic != nullptr &&
+           RequestSends::Once({SendMark::Kind::RecordRequest, recordId, 0, deviceId, enumerator}, [&] {
+               return traffic->AskForRecord({m_dataId, GetPortPtr()}, recordId, deviceId, enumerator);
+           });
 }
 
 bool QX5Device::SendRecord(std::uint32_t recordId, void const* payload, std::uint32_t size, double time, int deviceId,
@@ -53,7 +62,9 @@ bool QX5Device::SendRecord(std::uint32_t recordId, void const* payload, std::uin
     std::span<unsigned char const> bytes;
     auto* const traffic = Traffic();
     return traffic != nullptr && AsBytes(payload, size, bytes) &&
-           traffic->SendData({m_dataId, GetPortPtr()}, recordId, bytes, time, deviceId, enumerator);
+           RequestSends::Once({SendMark::Kind::Data, recordId, size, deviceId, enumerator}, [&] {
+               return traffic->SendData({m_dataId, GetPortPtr()}, recordId, bytes, time, deviceId, enumerator);
+           });
 }
 
 bool QX5Device::DoOutput(long output, CDataId const& dataId)

@@ -1,6 +1,8 @@
 // Calls whose exceptions end with them: what one says, for a line in the log.
 #pragma once
 
+#include "reference_host/host/log.h"
+
 #include <exception>
 #include <optional>
 #include <string>
@@ -18,6 +20,19 @@ std::optional<std::string> FailureOf(Call&& call)
         return thrown.what();
     } catch (...) {
         return "an exception of an unknown kind";
+    }
+}
+
+/// Runs `call`; when it fails, one line in the log says `what` and why. Lets nothing out, also without any memory.
+template <typename Call>
+void LogFailureOf(char const* what, Call&& call) noexcept
+{
+    try {
+        if (auto const failure = FailureOf(call)) {
+            Log(LogLevel::Error, what + *failure);
+        }
+    } catch (...) {
+        Log(LogLevel::Error, what);
     }
 }
 

@@ -10,6 +10,7 @@
 #include "reference_host/host/host_state.h"
 #include "reference_host/host/host_turn.h"
 #include "reference_host/host/log.h"
+#include "reference_host/host/request_sends.h"
 #include "reference_host/link/settings_data.h"
 
 #include <VordalBaseR/FileObject.h>
@@ -19,6 +20,7 @@
 
 #include <algorithm>
 #include <future>
+#include <new>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -26,6 +28,9 @@
 
 namespace vordal {
 namespace {
+
+/// More than any request of the chain takes at a time, images aside.
+constexpr std::size_t ReserveBytes = std::size_t{512} << 10;
 
 std::atomic<Host*> currentHost{nullptr};
 
@@ -756,17 +761,44 @@ void Host::ApplyDevice(Device& device, bool changed)
     internals.told.NoteOthersWrote();
 }
 
-bool Host::DeliverRequest(Device& device, CAttributeMap* request)
+bool Host::HasReserve()
+{
+    if (m_state->reserve == nullptr) {
+        m_state->reserve.reset(new (std::nothrow) std::byte[ReserveBytes]);
+    }
+    return m_state->reserve != nullptr;
+}
+
+void Host::CarryOut(Device& device, CAttributeMap* request, CAttributeMap const* given)
+{
+    if (!HasReserve()) {
+        throw std::bad_alloc();
+    }
+    RequestSends sends;
+    try {
+        device.DeliverRequest(request);
+        return;
+    } catch (std::bad_alloc const&) {
+        if (given == nullptr || !sends.BeginAgain()) {
+            throw;
+        }
+    }
+    m_state->reserve.reset();
+    CAttributeMap again(*given);
+    device.DeliverRequest(&again);
+}
+
+bool Host::DeliverRequest(Device& device, CAttributeMap* request, CAttributeMap const* given)
 {
     HostTurn const turn;
     if (m_state->failures == RequestFailures::Pass) {
-        device.DeliverRequest(request);
+        CarryOut(device, request, given);
         return true;
     }
     std::exception_ptr failure;
     std::string reason;
     try {
-        device.DeliverRequest(request);
+        CarryOut(device, request, given);
         return true;
     } catch (std::exception const& thrown) {
         failure = std::current_exception();

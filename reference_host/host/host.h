@@ -233,7 +233,11 @@ public:
 
     /// Hands `request` to the device's HandleRequestMap at once. What an exception does SetRequestFailures says; when
     /// it is contained the answer is false. Host thread.
-    bool DeliverRequest(Device& device, CAttributeMap* request);
+    ///
+    /// Handlers write into the request. With `given`, what it was before, a request in which memory runs out is carried
+    /// out once more with what the host keeps in reserve: what has left does not leave again, and its echo follows.
+    /// While the reserve cannot be had back, requests are refused before anything of them is sent.
+    bool DeliverRequest(Device& device, CAttributeMap* request, CAttributeMap const* given = nullptr);
 
     // Streams.
     /// The stream's buffer, made when it is missing. Any thread.
@@ -268,6 +272,9 @@ private:
     /// At once on the host thread, otherwise posted to it.
     void RunOnHostThread(HostTask task);
     bool TakeOut(BaseDevice* device);
+    /// False when there is no memory in reserve any more.
+    bool HasReserve();
+    void CarryOut(Device& device, CAttributeMap* request, CAttributeMap const* given);
     /// Announces the last block of each sonar whose stream is well, and that of others once it is.
     void TellSettingsAgain();
 

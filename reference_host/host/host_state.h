@@ -186,6 +186,8 @@ struct HostState
     std::atomic<bool> aScanOn{false};
     std::unique_ptr<TargetStore> targets;
 
+    /// Given up when memory runs out within a request; null until there is enough for it again. Host thread.
+    std::unique_ptr<std::byte[]> reserve;
     /// Null in a host that runs on the threads of its callers.
     std::unique_ptr<HostThread> thread;
     /// Tells that a device is not in use any more (see DeviceInUse).

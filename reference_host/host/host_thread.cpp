@@ -124,9 +124,7 @@ void HostThread::RunAll(std::vector<Task>& tasks)
 
 void HostThread::Execute(Task& task)
 {
-    if (auto const failure = FailureOf(task)) {
-        Log(LogLevel::Error, "a task on the host thread failed: " + *failure);
-    }
+    LogFailureOf("a task on the host thread failed: ", task);
 }
 
 } // namespace vordal

@@ -9,6 +9,7 @@
 #include <tvcoreR/Utf8.h>
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -18,6 +19,18 @@ namespace {
 constexpr std::size_t GreatestUndeliveredPieces = 256;
 constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
 constexpr std::size_t GreatestUndeliveredStatuses = 64;
+
+/// What the sonar has told is told once: when memory runs out in the middle, it is delivered again. The second failure
+/// is the host thread's to log.
+template <typename Task>
+void OrOnceMore(Task const& task)
+{
+    try {
+        task();
+    } catch (std::bad_alloc const&) {
+        task();
+    }
+}
 
 } // namespace
 
@@ -59,16 +72,21 @@ void LivePort::PostToHost(std::function<void()> task)
 void LivePort::PostPiece(std::size_t bytes, std::function<void()> task)
 {
     CountUndelivered(bytes);
-    PostToHost([this, bytes, task = std::move(task)] {
-        // Counted also when a subscriber throws.
-        struct Delivery
-        {
-            LivePort& port;
-            std::size_t bytes;
-            ~Delivery() { port.CountDelivered(bytes); }
-        } const delivery{*this, bytes};
-        task();
-    });
+    try {
+        PostToHost([this, bytes, task = std::move(task)] {
+            // Counted also when a subscriber throws.
+            struct Delivery
+            {
+                LivePort& port;
+                std::size_t bytes;
+                ~Delivery() { port.CountDelivered(bytes); }
+            } const delivery{*this, bytes};
+            OrOnceMore(task);
+        });
+    } catch (...) {
+        CountDelivered(bytes);
+        throw;
+    }
 }
 
 void LivePort::OnDevicesTold(bool) {}
@@ -96,7 +114,17 @@ void LivePort::OnLinkStatus(LinkStatus const& status)
         }
         ++m_statusTasks;
     }
-    PostToHost([this] { TellNextStatus(); });
+    try {
+        PostToHost([this] { TellNextStatus(); });
+    } catch (...) {
+        // The link tells it again.
+        std::lock_guard const lock(m_undeliveredMutex);
+        --m_statusTasks;
+        if (!m_statuses.empty()) {
+            m_statuses.pop_back();
+        }
+        throw;
+    }
 }
 
 void LivePort::TellNextStatus()
@@ -111,7 +139,15 @@ void LivePort::TellNextStatus()
         status = std::move(m_statuses.front());
         m_statuses.pop_front();
     }
-    TellDevices(status);
+    OrOnceMore([&] {
+        bool const connected = m_devicesConnected;
+        try {
+            TellDevices(status);
+        } catch (std::bad_alloc const&) {
+            m_devicesConnected = connected; // some have heard of it, none is left out
+            throw;
+        }
+    });
 }
 
 void LivePort::TellDevices(LinkStatus const& status)

@@ -5,6 +5,7 @@
 #include <asio/ip/tcp.hpp>
 
 #include <atomic>
+#include <chrono>
 #include <exception>
 #include <memory>
 #include <system_error>
@@ -28,6 +29,37 @@ std::vector<std::string> AskSystem(std::string const& host)
     return addresses;
 }
 
+NameLookUpResult Answer(std::string const& host, NameLookUp const& lookUp) noexcept
+{
+    NameLookUpResult result;
+    try {
+        try {
+            result.addresses = lookUp ? lookUp(host) : AskSystem(host);
+            if (result.addresses.empty()) {
+                result.failure = "the name has no address";
+            }
+        } catch (std::system_error const& error) {
+            result.failure = error.code().message();
+        } catch (std::exception const& error) {
+            result.failure = error.what();
+        }
+    } catch (...) {
+        result.failure = "failed"; // short enough to need no memory
+    }
+    return result;
+}
+
+template <typename Call>
+bool FailsFor(Call const& call) noexcept
+{
+    try {
+        call();
+        return false;
+    } catch (...) {
+        return true;
+    }
+}
+
 // Shared with the abandoned threads, so that one that outlives the statics of the process touches nothing dead.
 std::shared_ptr<std::atomic<std::size_t>> const& UnderWay()
 {
@@ -46,21 +78,14 @@ bool StartNameLookUp(std::string host, NameLookUp lookUp, std::function<void(Nam
     }
     try {
         std::thread([count, host = std::move(host), lookUp = std::move(lookUp), done = std::move(done)]() mutable {
-            NameLookUpResult result;
-            try {
-                result.addresses = lookUp ? lookUp(host) : AskSystem(host);
-                if (result.addresses.empty()) {
-                    result.failure = "the name has no address";
-                }
-            } catch (std::system_error const& error) {
-                result.failure = error.code().message();
-            } catch (std::exception const& error) {
-                result.failure = error.what();
-            }
+            auto const result = Answer(host, lookUp);
             count->fetch_sub(1);
-            done(std::move(result));
+            // Whoever waits for the answer asks nobody else: it is told as soon as there is the memory for it.
+            while (FailsFor([&] { done(result); })) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
         }).detach();
-    } catch (std::system_error const&) {
+    } catch (...) {
         count->fetch_sub(1);
         return false;
     }

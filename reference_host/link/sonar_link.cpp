@@ -101,6 +101,30 @@ private:
     asio::io_context* m_context;
 };
 
+/// What the link thread looks after when nothing could be posted to it, because there was no memory: telling it takes
+/// none.
+class AttendedLink
+{
+public:
+    AttendedLink() = default;
+    AttendedLink(AttendedLink const&) = delete;
+    AttendedLink& operator=(AttendedLink const&) = delete;
+
+    /// Keeps it alive; null when it is going already.
+    virtual std::shared_ptr<AttendedLink> Hold() noexcept = 0;
+    /// Does what it has noted. False: again in a moment. Link thread.
+    virtual bool Attend() noexcept = 0;
+
+protected:
+    ~AttendedLink() = default;
+
+private:
+    friend LinkThread::Core;
+    AttendedLink* m_next = nullptr;
+    bool m_called = false;
+    bool m_again = false;
+};
+
 } // namespace
 
 struct LinkThread::Core
@@ -109,16 +133,97 @@ struct LinkThread::Core
     asio::executor_work_guard<asio::io_context::executor_type> work{context.get_executor()};
     std::shared_ptr<Gate> gate = std::make_shared<Gate>(context);
     std::thread thread;
+    std::atomic<bool> ending{false};
+    /// Guards the list of links.
+    std::mutex linksMutex;
+    AttendedLink* links = nullptr;
+
+    void Join(AttendedLink& link)
+    {
+        std::lock_guard const lock(linksMutex);
+        link.m_next = std::exchange(links, &link);
+    }
+    void Leave(AttendedLink const& link)
+    {
+        std::lock_guard const lock(linksMutex);
+        auto** place = &links;
+        while (*place != &link) {
+            place = &(*place)->m_next;
+        }
+        *place = link.m_next;
+    }
+    /// Has the link thread attend to the link. Any thread; takes no memory.
+    void Call(AttendedLink& link) noexcept
+    {
+        {
+            std::lock_guard const lock(linksMutex);
+            link.m_called = true;
+        }
+        context.stop();
+    }
+
+    void Run()
+    {
+        bool again = false;
+        while (!ending.load()) {
+            try {
+                if (again) {
+                    context.run_for(AttendAgainAfter);
+                } else {
+                    context.run();
+                }
+            } catch (...) {
+                // The links let nothing go, and nobody else posts anything that could fail.
+            }
+            context.restart();
+            again = AttendAll();
+        }
+    }
+
+private:
+    static constexpr std::chrono::milliseconds AttendAgainAfter{20};
+
+    bool AttendAll()
+    {
+        while (auto const link = NextCalled()) {
+            if (!link->Attend()) {
+                std::lock_guard const lock(linksMutex);
+                link->m_again = true;
+            }
+        }
+        bool again = false;
+        std::lock_guard const lock(linksMutex);
+        for (auto* link = links; link != nullptr; link = link->m_next) {
+            link->m_called = link->m_called || link->m_again;
+            link->m_again = false;
+            again = again || link->m_called;
+        }
+        return again;
+    }
+
+    std::shared_ptr<AttendedLink> NextCalled()
+    {
+        std::lock_guard const lock(linksMutex);
+        for (auto* link = links; link != nullptr; link = link->m_next) {
+            if (std::exchange(link->m_called, false)) {
+                if (auto held = link->Hold()) {
+                    return held;
+                }
+            }
+        }
+        return nullptr;
+    }
 };
 
 LinkThread::LinkThread() : m_core(std::make_shared<Core>())
 {
-    m_core->thread = std::thread([core = m_core.get()] { core->context.run(); });
+    m_core->thread = std::thread([core = m_core.get()] { core->Run(); });
 }
 
 LinkThread::~LinkThread()
 {
     m_core->gate->Shut();
+    m_core->ending.store(true);
     m_core->context.stop();
     m_core->thread.join();
 }
@@ -155,7 +260,13 @@ std::string_view ToText(LinkState state)
 //
 // The socket is used by two sides: senders write to it under m_sendMutex, the link thread reads from it without. It is
 // replaced and closed on the link thread under m_sendMutex, which is all that the two could disturb each other in.
-class SonarLink::Impl final : public GatheringLink, public std::enable_shared_from_this<SonarLink::Impl>
+//
+// Memory may run out anywhere. A handler that fails gives its connection up, which takes none, and the link thread
+// begins it anew. A sender that fails has sent nothing of its frame, or ends the connection. What cannot be posted is
+// noted, and the link thread called to it (Need).
+class SonarLink::Impl final : public GatheringLink,
+                              public AttendedLink,
+                              public std::enable_shared_from_this<SonarLink::Impl>
 {
 public:
     Impl(LinkThread& thread, LinkOptions options, SonarLinkListener& listener)
@@ -167,42 +278,35 @@ public:
         if (m_options.clock == nullptr) {
             m_options.clock = SystemTime;
         }
+        thread.GetCore().Join(*this);
+    }
+    Impl(Impl const&) = delete;
+    Impl& operator=(Impl const&) = delete;
+    ~Impl()
+    {
+        if (auto const core = m_core.lock()) {
+            core->Leave(*this);
+        }
     }
 
     void Open()
     {
-        asio::post(m_context, [self = shared_from_this()] {
-            if (!self->m_open && self->m_listener != nullptr) {
-                self->m_open = true;
-                self->m_backOff.Reset();
-                self->AttemptOnLinkThread();
-            }
-        });
+        m_openWanted.store(true);
+        Need(Opening);
     }
 
     void Close()
     {
         SendHeld();
+        m_openWanted.store(false);
         if (m_thread.IsCurrent()) {
             CloseOnLinkThread();
             return;
         }
-        // Owned by the task too: the link thread may still be leaving notify_all when the waiter goes on.
-        struct Done
-        {
-            std::mutex mutex;
-            std::condition_variable changed;
-            bool is = false;
-        };
-        auto const done = std::make_shared<Done>();
-        asio::post(m_context, [self = shared_from_this(), done] {
-            self->CloseOnLinkThread();
-            std::lock_guard const lock(done->mutex);
-            done->is = true;
-            done->changed.notify_all();
-        });
-        std::unique_lock lock(done->mutex);
-        done->changed.wait(lock, [&] { return done->is; });
+        std::unique_lock lock(m_closeMutex);
+        auto const wanted = ++m_closesWanted;
+        Need(Closing);
+        m_closed.wait(lock, [&] { return m_closesDone >= wanted; });
     }
 
     void ForgetListener() { m_forgetListener.store(true); }
@@ -214,12 +318,21 @@ public:
             m_refused.fetch_add(1, std::memory_order_relaxed);
             return false;
         }
+        // The frame has left, or will: nothing that fails from here on may look as if it had not.
         if (SendGathering::IsMoreAnnounced()) {
-            // Also when this frame left at once: that is rare and costs nothing.
-            SendGathering::Hold(weak_from_this(), m_core.lock());
+            try {
+                // Also when this frame left at once: that is rare and costs nothing.
+                SendGathering::Hold(weak_from_this(), m_core.lock());
+            } catch (...) {
+                SendHeld();
+            }
         }
         if (m_options.framed && m_observed.load(std::memory_order_acquire)) {
-            Trace({true, m_options.clock(), accepted, frame});
+            try {
+                Trace({true, m_options.clock(), accepted, frame});
+            } catch (...) {
+                // Whoever looks on has missed one.
+            }
         }
         return true;
     }
@@ -264,11 +377,7 @@ public:
     {
         m_paused.store(paused, std::memory_order_release);
         if (!paused) {
-            asio::post(m_context, [self = shared_from_this()] {
-                // The pause was ours: the sonar has its whole limit from here on.
-                self->m_idleLimit.Restart(self->m_reader, std::chrono::steady_clock::now());
-                self->ReadOnLinkThread();
-            });
+            PostOrNeed(Resuming, [self = shared_from_this()] { self->ResumeOnLinkThread(); });
         }
     }
 
@@ -279,13 +388,154 @@ public:
         m_observer.swap(observer);
     }
 
+    std::shared_ptr<AttendedLink> Hold() noexcept override { return weak_from_this().lock(); }
+
+    bool Attend() noexcept override
+    {
+        auto const noted = m_noted.exchange(0);
+        if ((noted & Closing) != 0) {
+            std::uint64_t wanted = 0;
+            {
+                std::lock_guard const lock(m_closeMutex);
+                wanted = m_closesWanted;
+            }
+            CloseOnLinkThread();
+            std::lock_guard const lock(m_closeMutex);
+            m_closesDone = wanted;
+            m_closed.notify_all();
+        }
+        try {
+            AttendOnLinkThread(noted);
+            return true;
+        } catch (...) {
+            // What follows from a connection that is given up needs nothing else of this.
+            GiveUpOnLinkThread();
+            m_noted.fetch_or(BeginningAnew | (noted & Opening));
+            return false;
+        }
+    }
+
 private:
+    // What the link thread is to do when it is called.
+    enum Needs : unsigned
+    {
+        Opening = 1,
+        Closing = 2,
+        Resuming = 4,
+        Draining = 8,
+        SendingHeld = 16,
+        Breaking = 32,
+        BeginningAnew = 64,
+    };
+
+    void Need(Needs what) noexcept
+    {
+        m_noted.fetch_or(what);
+        if (auto const core = m_core.lock()) {
+            core->Call(*this);
+        }
+    }
+
+    template <typename Task>
+    void PostOrNeed(Needs what, Task task) noexcept
+    {
+        try {
+            asio::post(m_context, Contained(std::move(task)));
+        } catch (...) {
+            Need(what);
+        }
+    }
+
+    /// A handler, which owns this link, so that nothing leaves it.
+    template <typename Handler>
+    auto Contained(Handler handler)
+    {
+        return [this, handler = std::move(handler)](auto&&... results) mutable noexcept {
+            try {
+                handler(results...);
+            } catch (...) {
+                GiveUpOnLinkThread();
+                Need(BeginningAnew);
+            }
+        };
+    }
+
+    /// Takes no memory.
+    void GiveUpOnLinkThread() noexcept
+    {
+        DisconnectOnLinkThread();
+        m_reader.Reset();
+        m_lookingUp = false;
+        ++m_attempt;
+    }
+
+    void AttendOnLinkThread(unsigned noted)
+    {
+        if ((noted & Opening) != 0 && m_openWanted.load() && !m_open && m_listener != nullptr) {
+            m_open = true;
+            m_backOff.Reset();
+            AttemptOnLinkThread();
+        }
+        if ((noted & BeginningAnew) != 0 && m_open) {
+            auto const reason = Where() + ": memory ran out at this end, the connection begins anew";
+            auto const attempt = m_attempt;
+            if (m_connectedTold) {
+                Tell({LinkState::Lost, reason, {}});
+                m_connectedTold = false;
+            }
+            if (attempt == m_attempt) {
+                m_listener->OnLinkReport(reason);
+            }
+            if (attempt == m_attempt) {
+                WaitOnLinkThread(reason);
+            }
+        }
+        if (!m_isConnected) {
+            return;
+        }
+        if ((noted & Breaking) != 0) {
+            LoseOnLinkThread(m_attempt, asio::error_code(m_breakError.load(), asio::system_category()));
+            return;
+        }
+        if ((noted & SendingHeld) != 0) {
+            SendHeld();
+        }
+        if ((noted & Draining) != 0) {
+            WaitToDrainOnLinkThread(m_attempt);
+        }
+        if ((noted & Resuming) != 0) {
+            ResumeOnLinkThread();
+        }
+    }
+
+    void ResumeOnLinkThread()
+    {
+        // The pause was ours: the sonar has its whole limit from here on.
+        m_idleLimit.Restart(m_reader, std::chrono::steady_clock::now());
+        ReadOnLinkThread();
+    }
+
     // Sending.
 
     /// The frame's sequence number, 0 when it was refused.
-    std::uint64_t Accept(std::span<unsigned char const> frame)
+    std::uint64_t Accept(std::span<unsigned char const> frame) noexcept
     {
         std::lock_guard const lock(m_sendMutex);
+        auto const queued = QueuedLocked();
+        try {
+            return AcceptLocked(frame);
+        } catch (...) {
+            // There was no memory to queue it in. Where a part of it has left already, the connection has to go.
+            if (QueuedLocked() > queued || m_frameBegun) {
+                BreakLocked(asio::error::no_memory);
+            }
+            return 0;
+        }
+    }
+
+    std::uint64_t AcceptLocked(std::span<unsigned char const> frame)
+    {
+        m_frameBegun = false;
         if (!m_connected.load(std::memory_order_relaxed) || frame.empty() || frame.size() > m_options.greatestFrame) {
             return 0;
         }
@@ -367,6 +617,7 @@ private:
         if (error || sent == frame.size()) {
             return;
         }
+        m_frameBegun = sent > 0;
         ReserveQueueLocked(frame.size());
         m_queue.resize(frame.size());
         for (auto queued = frame.size(); sent < queued && !error;) {
@@ -405,7 +656,7 @@ private:
     void DrainLocked()
     {
         m_draining = true;
-        asio::post(m_context,
+        PostOrNeed(Draining,
                    [self = shared_from_this(), attempt = m_socketAttempt] { self->WaitToDrainOnLinkThread(attempt); });
     }
 
@@ -415,15 +666,15 @@ private:
         if (std::exchange(m_heldWatched, true)) {
             return;
         }
-        asio::post(m_context, [self = shared_from_this()] {
+        PostOrNeed(SendingHeld, [self = shared_from_this()] {
             self->m_heldTimer.expires_after(HeldTime);
-            self->m_heldTimer.async_wait([self](asio::error_code) {
+            self->m_heldTimer.async_wait(self->Contained([self](asio::error_code) {
                 {
                     std::lock_guard const lock(self->m_sendMutex);
                     self->m_heldWatched = false;
                 }
                 self->SendHeld();
-            });
+            }));
         });
     }
 
@@ -444,10 +695,10 @@ private:
             m_queueHead = 0;
         }
         ReserveQueueLocked(bytes.size());
-        if (bytes.size() > m_options.queueBytes) {
-            m_largeRest = QueuedLocked() + bytes.size();
-        }
         m_queue.insert(m_queue.end(), bytes.begin(), bytes.end());
+        if (bytes.size() > m_options.queueBytes) {
+            m_largeRest = QueuedLocked();
+        }
     }
 
     void WaitToDrainOnLinkThread(std::uint64_t attempt)
@@ -455,14 +706,15 @@ private:
         if (attempt != m_attempt) {
             return;
         }
-        m_socket.async_wait(tcp::socket::wait_write, [self = shared_from_this(), attempt](asio::error_code error) {
-            if (attempt != self->m_attempt) {
-                return;
-            }
-            if (error || !self->DrainOnLinkThread(error)) {
-                self->LoseOnLinkThread(attempt, error);
-            }
-        });
+        m_socket.async_wait(tcp::socket::wait_write,
+                            Contained([self = shared_from_this(), attempt](asio::error_code error) {
+                                if (attempt != self->m_attempt) {
+                                    return;
+                                }
+                                if (error || !self->DrainOnLinkThread(error)) {
+                                    self->LoseOnLinkThread(attempt, error);
+                                }
+                            }));
     }
 
     /// Writes what the system takes; false with the reason when the connection is broken.
@@ -502,10 +754,11 @@ private:
     }
 
     /// A sender found the connection broken: nothing is sent from here on, the link thread does the rest.
-    void BreakLocked(asio::error_code error)
+    void BreakLocked(asio::error_code error) noexcept
     {
         m_connected.store(false, std::memory_order_release);
-        asio::post(m_context, [self = shared_from_this(), attempt = m_socketAttempt, error] {
+        m_breakError.store(error.value());
+        PostOrNeed(Breaking, [self = shared_from_this(), attempt = m_socketAttempt, error] {
             self->LoseOnLinkThread(attempt, error);
         });
     }
@@ -522,12 +775,12 @@ private:
             return;
         }
         m_timer.expires_after(m_options.connectTimeout);
-        m_timer.async_wait([self = shared_from_this(), attempt](asio::error_code error) {
+        m_timer.async_wait(Contained([self = shared_from_this(), attempt](asio::error_code error) {
             if (!error && attempt == self->m_attempt && !self->m_isConnected) {
                 self->FailOnLinkThread(attempt,
                                        self->m_lookingUp ? "the look-up of the name gave no answer" : "no answer");
             }
-        });
+        }));
 
         asio::error_code notNumeric;
         auto const address = asio::ip::make_address(m_options.host, notNumeric);
@@ -540,17 +793,16 @@ private:
         if (m_lookUpPending) {
             return;
         }
-        m_lookUpPending = true;
-        auto const started = StartNameLookUp(m_options.host, m_options.lookUp,
-                                             [weak = weak_from_this(), gate = m_gate](NameLookUpResult result) {
-                                                 gate->Post([weak, result = std::move(result)] {
-                                                     if (auto const self = weak.lock()) {
-                                                         self->TakeLookUpOnLinkThread(result);
-                                                     }
-                                                 });
-                                             });
+        auto const started = StartNameLookUp(
+            m_options.host, m_options.lookUp, [weak = weak_from_this(), gate = m_gate](NameLookUpResult result) {
+                gate->Post([weak, result = std::move(result)] {
+                    if (auto const self = weak.lock()) {
+                        self->Contained([&] { self->TakeLookUpOnLinkThread(result); })();
+                    }
+                });
+            });
+        m_lookUpPending = started;
         if (!started) {
-            m_lookUpPending = false;
             FailOnLinkThread(attempt, "too many name look-ups are under way");
         }
     }
@@ -594,7 +846,7 @@ private:
         // Shared, because the operation walks the list after this returns.
         auto const list = std::make_shared<std::vector<tcp::endpoint>>(std::move(endpoints));
         asio::async_connect(m_candidate, list->begin(), list->end(),
-                            [self = shared_from_this(), attempt, list](asio::error_code error, auto) {
+                            Contained([self = shared_from_this(), attempt, list](asio::error_code error, auto) {
                                 if (attempt != self->m_attempt || self->m_isConnected) {
                                     return;
                                 }
@@ -603,7 +855,7 @@ private:
                                 } else {
                                     self->ConnectedOnLinkThread(attempt);
                                 }
-                            });
+                            }));
     }
 
     void ConnectedOnLinkThread(std::uint64_t attempt)
@@ -641,6 +893,7 @@ private:
             m_connected.store(true, std::memory_order_release);
         }
         m_connections.fetch_add(1, std::memory_order_relaxed);
+        m_connectedTold = true;
         Tell({LinkState::Connected, Where(), {}});
         if (attempt == m_attempt) {
             ReadOnLinkThread();
@@ -655,24 +908,24 @@ private:
             return;
         }
         m_reading = true;
-        m_socket.async_read_some(asio::buffer(m_readBuffer), [self = shared_from_this(), attempt = m_attempt](
-                                                                 asio::error_code error, std::size_t count) {
-            if (attempt != self->m_attempt) {
-                return;
-            }
-            self->m_reading = false;
-            if (count > 0) {
-                self->TakeBytesOnLinkThread(attempt, {self->m_readBuffer.data(), count});
-                if (attempt != self->m_attempt) {
-                    return;
-                }
-            }
-            if (error) {
-                self->LoseOnLinkThread(attempt, error);
-            } else {
-                self->ReadOnLinkThread();
-            }
-        });
+        m_socket.async_read_some(asio::buffer(m_readBuffer), Contained([self = shared_from_this(), attempt = m_attempt](
+                                                                           asio::error_code error, std::size_t count) {
+                                     if (attempt != self->m_attempt) {
+                                         return;
+                                     }
+                                     self->m_reading = false;
+                                     if (count > 0) {
+                                         self->TakeBytesOnLinkThread(attempt, {self->m_readBuffer.data(), count});
+                                         if (attempt != self->m_attempt) {
+                                             return;
+                                         }
+                                     }
+                                     if (error) {
+                                         self->LoseOnLinkThread(attempt, error);
+                                     } else {
+                                         self->ReadOnLinkThread();
+                                     }
+                                 }));
     }
 
     void TakeBytesOnLinkThread(std::uint64_t attempt, std::span<unsigned char const> bytes)
@@ -732,12 +985,12 @@ private:
         }
         m_idleWatched = true;
         m_idleTimer.expires_at(*due);
-        m_idleTimer.async_wait([self = shared_from_this(), attempt = m_attempt](asio::error_code error) {
+        m_idleTimer.async_wait(Contained([self = shared_from_this(), attempt = m_attempt](asio::error_code error) {
             if (!error && attempt == self->m_attempt && self->m_isConnected) {
                 self->m_idleWatched = false;
                 self->LookForIdleOnLinkThread(attempt);
             }
-        });
+        }));
     }
 
     void LookForIdleOnLinkThread(std::uint64_t attempt)
@@ -822,6 +1075,7 @@ private:
         auto const text = Where() + ": " + ReasonOf(error);
         auto const current = ++m_attempt;
         Tell({LinkState::Lost, text, {}});
+        m_connectedTold = false;
         if (current == m_attempt && !unacknowledged.empty()) {
             m_listener->OnLinkReport(Where() + ": " + unacknowledged);
         }
@@ -846,11 +1100,11 @@ private:
         auto const attempt = m_attempt;
         auto const wait = m_backOff.Next();
         m_timer.expires_after(wait);
-        m_timer.async_wait([self = shared_from_this(), attempt](asio::error_code error) {
+        m_timer.async_wait(Contained([self = shared_from_this(), attempt](asio::error_code error) {
             if (!error && attempt == self->m_attempt) {
                 self->AttemptOnLinkThread();
             }
-        });
+        }));
         Tell({LinkState::Waiting, std::move(reason), wait});
     }
 
@@ -859,6 +1113,7 @@ private:
         m_open = false;
         m_lookingUp = false;
         ++m_attempt;
+        m_connectedTold = false;
         m_timer.cancel();
         m_heldTimer.cancel();
         m_idleTimer.cancel();
@@ -910,6 +1165,7 @@ private:
     std::uint64_t m_attempt = 0;
     bool m_open = false;
     bool m_isConnected = false;
+    bool m_connectedTold = false;
     bool m_lookingUp = false;
     bool m_lookUpPending = false;
     bool m_reading = false;
@@ -934,6 +1190,8 @@ private:
     /// The link thread waits for the system to take the queue; otherwise what is queued is held back by its sender.
     bool m_draining = false;
     bool m_heldWatched = false;
+    /// A part of the frame at hand has left.
+    bool m_frameBegun = false;
     SentFrames m_sent;
 
     mutable std::mutex m_statusMutex;
@@ -946,6 +1204,14 @@ private:
     std::atomic<bool> m_connected{false};
     std::atomic<bool> m_paused{false};
     std::atomic<bool> m_forgetListener{false};
+    std::atomic<bool> m_openWanted{false};
+    std::atomic<unsigned> m_noted{0}; ///< of Needs
+    std::atomic<int> m_breakError{0}; ///< of the system
+
+    std::mutex m_closeMutex;
+    std::condition_variable m_closed;
+    std::uint64_t m_closesWanted = 0;
+    std::uint64_t m_closesDone = 0;
     std::atomic<std::uint64_t> m_connections{0};
     std::atomic<std::uint64_t> m_refused{0};
     std::atomic<std::uint64_t> m_framesIn{0};

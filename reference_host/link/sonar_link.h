@@ -23,7 +23,8 @@
 namespace vordal {
 
 /// The one thread on which all links connect, read and drain their queues. Make it before the links; it must outlive
-/// them. Nothing that runs on it may wait.
+/// them. Nothing that runs on it may wait. An exception there, such as memory that runs out, ends the connection whose
+/// it is: that is told, and it begins anew.
 class VORDAL_API LinkThread
 {
 public:
@@ -171,11 +172,11 @@ public:
     /// or will come, unless it is called on the link thread itself, from within such a call. The listener is not told.
     void Close();
 
-    /// Sends one whole frame. Any thread; never waits, never allocates unless bytes have to be queued. False: there is
-    /// no connection, or the queue has no room; then nothing of the frame is sent. True: the frame leaves whole and
-    /// unmixed, unless the connection is lost first; nothing queued survives its connection. A frame of a thread that
-    /// has announced more work (see SendGathering) may be held back for up to 16 KiB and a millisecond to leave
-    /// together with those that follow, in order; all others leave at once.
+    /// Sends one whole frame. Any thread; never waits, never throws, never allocates unless bytes have to be queued.
+    /// False: there is no connection, or the queue has no room, or no memory; then the sonar does not get the frame.
+    /// True: the frame leaves whole and unmixed, unless the connection is lost first; nothing queued survives its
+    /// connection. A frame of a thread that has announced more work (see SendGathering) may be held back for up to 16
+    /// KiB and a millisecond to leave together with those that follow, in order; all others leave at once.
     bool Send(std::span<unsigned char const> frame);
 
     bool IsConnected() const;

@@ -9,6 +9,7 @@
 #include "reference_host/attributes/tree_account.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/log.h"
+#include "reference_host/host/request_sends.h"
 
 #include <tvcoreR/Utf8.h>
 
@@ -177,8 +178,10 @@ bool X5Port::SendRemoteControlCommandWithPassThrough(std::uint32_t recordId, voi
     try {
         auto const command = protocol::EncodePassThrough(
             {{static_cast<std::int32_t>(deviceId), static_cast<std::int32_t>(enumerator)}, recordId, bytes});
-        return SendRemoteControlRecord(GetLink(), protocol::records::PassThroughCommand.Id(), command,
-                                       protocol::SonarProcessor.deviceId, protocol::SonarProcessor.enumerator);
+        return RequestSends::Once({.kind = SendMark::Kind::RemoteControl, .record = recordId, .size = size}, [&] {
+            return SendRemoteControlRecord(GetLink(), protocol::records::PassThroughCommand.Id(), command,
+                                           protocol::SonarProcessor.deviceId, protocol::SonarProcessor.enumerator);
+        });
     } catch (std::length_error const&) {
         return false;
     }

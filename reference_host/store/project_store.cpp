@@ -279,8 +279,8 @@ bool operator==(StoredProject const& a, StoredProject const& b)
     auto const views = [](auto const& one, auto const& other) {
         return one.first == other.first && TreesEqual(one.second, other.second);
     };
-    return a.activeVessel == b.activeVessel && a.windows == b.windows && std::ranges::equal(a.ports, b.ports, ports) &&
-           std::ranges::equal(a.devices, b.devices, devices) &&
+    return a.activeVessel == b.activeVessel && a.toldLimits == b.toldLimits && a.windows == b.windows &&
+           std::ranges::equal(a.ports, b.ports, ports) && std::ranges::equal(a.devices, b.devices, devices) &&
            std::ranges::equal(a.computations, b.computations, computations) &&
            std::ranges::equal(a.vessels, b.vessels, vessels) && std::ranges::equal(a.views, b.views, views);
 }

@@ -2,6 +2,7 @@
 #include "attribute_tree_model.h"
 
 #include "reference_host/attributes/attribute_node.h"
+#include "reference_host/base/salted_hash.h"
 #include "reference_host/controls/qt_text.h"
 
 #include <QBrush>
@@ -75,14 +76,15 @@ public:
     Identity Next(std::wstring_view key) { return {key, m_count[key]++}; }
 
 private:
-    std::unordered_map<std::wstring_view, int> m_count;
+    /// Keys are a sonar's: nobody can choose them so that they crowd.
+    std::unordered_map<std::wstring_view, int, SaltedTextHash> m_count;
 };
 
 struct IdentityHash
 {
     std::size_t operator()(Occurrences::Identity const& identity) const
     {
-        return std::hash<std::wstring_view>()(identity.first) + static_cast<std::size_t>(identity.second) * 0x9E3779B9U;
+        return SaltedTextHash()(identity.first) + static_cast<std::size_t>(identity.second) * 0x9E3779B9U;
     }
 };
 

@@ -1,6 +1,8 @@
 // The acoustic commands at sizes that no scenario file would hold.
 #include "one_sonar.h"
 
+#include <protocol/records/all.h>
+
 #include <memory>
 #include <vector>
 
@@ -69,6 +71,38 @@ TEST_F(Acoustics, ASweepFindsAProjectorFarDownTheList)
     EXPECT_TRUE(merged.Find(L"x5PingSettingsList", 9999).FindValue(L"x5FMSweepNegative").Get(negative));
     EXPECT_FALSE(negative);
     EXPECT_FALSE(merged.Find(L"x5PingSettingsList", 0).Has(L"x5FMSweepNegative"));
+}
+
+TEST_F(Acoustics, ALeastNumberOfBeamsThatIsWantedGivesWayToTheGreatest)
+{
+    CAttributeMap stored = One(L"x5CustomBeams", CVordalDouble(100.0));
+    stored.Add(L"x5MinBeams", CVordalDouble(100.0), 0);
+    stored.Add(L"x5MaxBeams", CVordalDouble(50.0), 0);
+    Store(stored);
+    Request(One(L"x5CustomBeamsEnabled", CVordalBool(true)));
+    double count = 0.0;
+    EXPECT_TRUE(Stored().FindValue(L"x5CustomBeams").Get(count));
+    EXPECT_EQ(count, 50.0) << "the least is not above what is wanted, so it wins nothing";
+}
+
+TEST_F(Acoustics, AStandardSectorOfASingleHeadLeavesTheRollOut)
+{
+    CAttributeMap stored = One(L"x5StdCoverage", CVordalDouble(120.0));
+    stored.Add(L"GUIMinAngle", CVordalDouble(-70.0), 0);
+    stored.Add(L"GUIMaxAngle", CVordalDouble(70.0), 0);
+    stored.Add(AttributeKey(qx5::protocol::keys::ATTR_ROLLCOR.text), CVordalDouble(10.0), 0);
+    Store(stored);
+    auto const steering = [&] {
+        Request(One(L"x5ResetCoverage", CVordalBool(true)));
+        double degrees = -1.0;
+        EXPECT_TRUE(Stored().FindValue(L"x5RxSteeringAngle").Get(degrees));
+        return degrees;
+    };
+    EXPECT_EQ(steering(), 0.0);
+    // Of two heads that limit nothing: -60 and 60, turned by 10.
+    stored.Add(L"x5DualHeadMode", CVordalInt(3), 0);
+    Store(stored);
+    EXPECT_EQ(steering(), 10.0);
 }
 
 } // namespace

@@ -1,8 +1,20 @@
 // The device class without a module around it: the scalar path at its limits, the chain, the device without connection.
 #include "one_sonar.h"
 
+#include "handlers/command_values.h"
+#include "reference_host/base/path_text.h"
+#include "reference_host/host/host_observer.h"
+#include "reference_host/targets/target_file.h"
+#include "reference_host/targets/target_store.h"
+
+#include <protocol/records/all.h>
+#include <protocol/utf8.h>
+#include <vordalhostdllR/DataManager.h>
+
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <memory>
 
@@ -23,6 +35,15 @@ struct ControlDeviceAccess
     static void ConfigureHeadingSensor(QX5SonarConfigurationControlDevice& device, CAttributeMap& request)
     {
         device.RequestHeadingSensorConfiguration(&request);
+    }
+    static bool ReadOperands(QX5SonarConfigurationControlDevice& device, CAttributeMap const& request,
+                             qx5::Command const& command, qx5::CommandValues& values)
+    {
+        return device.ReadOperands(request, *device.m_attributes, command, values);
+    }
+    static void FollowActiveTargets(QX5SonarConfigurationControlDevice& device)
+    {
+        device.OnSonarTargetsVisualizationChange();
     }
     /// A data member as it lies in the device.
     struct Member
@@ -252,6 +273,160 @@ TEST_F(ControlDevice, AWideAndADeepRequestAreTakenInTheirStride)
     }
     Request(deep);
     EXPECT_EQ(traffic.lines, Lines({"remote 1008 0000803f to 0,-1"}));
+}
+
+TEST_F(ControlDevice, AListOfTargetsTakesTheTimeOfADataStreamAndMakesNone)
+{
+    CAttributeMap request;
+    request.Add(L"SendTargetList");
+    Request(request);
+    EXPECT_EQ(traffic.lines.size(), 1U);
+    EXPECT_EQ(DataManager::GetDataManager().FindDatablockBuffer(CDataId(1, 78, 1, 1), false), nullptr);
+}
+
+TEST_F(ControlDevice, AnswersTheHostsOutputAsItsBaseDoes)
+{
+    EXPECT_FALSE(device->DoOutput(0));
+    EXPECT_FALSE(device->DoOutput(1));
+}
+
+// Commands of the tests' own: what a table may say, and no table of the sonar's says yet.
+
+/// Tells what was missing.
+class OwnCommands : public OneSonar, protected vordal::HostObserver
+{
+protected:
+    OwnCommands() { m_host.SetObserver(this); }
+    ~OwnCommands() override { m_host.SetObserver(nullptr); }
+
+    void OnRequestDropped(BaseDevice&, AttributeKey const& asked, AttributeKey const& missing) override
+    {
+        told.push_back(qx5::protocol::EncodeUtf8(asked.Text()) + " lacks " + qx5::protocol::EncodeUtf8(missing.Text()));
+    }
+    bool Reads(CAttributeMap const& request, qx5::Command const& command)
+    {
+        told.clear();
+        return ControlDeviceAccess::ReadOperands(*device, request, command, values);
+    }
+
+    qx5::CommandValues values;
+    Lines told;
+};
+
+namespace keys = qx5::protocol::keys;
+
+TEST_F(OwnCommands, AKeyOfTheStoredTreeIsNotAskedFor)
+{
+    static constexpr qx5::Operand operands[]{keys::x5Range, {keys::x5Gain, {.source = qx5::Source::Stored}}};
+    qx5::Command const command{.form = qx5::Form::Strict, .operands = operands};
+    CAttributeMap request = One(L"x5Gain", CVordalDouble(7.0));
+    EXPECT_FALSE(Reads(request, command)) << "it does not trigger";
+    EXPECT_EQ(told, Lines());
+    request.Add(L"x5Range", CVordalDouble(50.0));
+    EXPECT_FALSE(Reads(request, command)) << "nor is it read from the request";
+    EXPECT_EQ(told, Lines{"x5Range lacks x5Gain"});
+    Store(One(L"x5Gain", CVordalDouble(3.0)));
+    EXPECT_TRUE(Reads(request, command));
+    EXPECT_EQ(values[0], qx5::protocol::Value(50.0));
+    EXPECT_EQ(values[1], qx5::protocol::Value(3.0));
+}
+
+TEST_F(OwnCommands, ACompletedKeyIsReadFromTheTreeInEveryForm)
+{
+    static constexpr qx5::Operand operands[]{keys::x5Range, {keys::x5Gain, {.source = qx5::Source::Completed}}};
+    qx5::Command const command{.form = qx5::Form::AllRequired, .operands = operands};
+    CAttributeMap const request = One(L"x5Range", CVordalDouble(50.0));
+    EXPECT_FALSE(Reads(request, command));
+    EXPECT_EQ(told, Lines{"x5Range lacks x5Gain"});
+    Store(One(L"x5Gain", CVordalDouble(3.0)));
+    EXPECT_TRUE(Reads(request, command));
+    EXPECT_EQ(values[1], qx5::protocol::Value(3.0));
+}
+
+TEST_F(OwnCommands, AKeyOfTheRequestAloneIsNotCompletedAndNotMissed)
+{
+    static constexpr qx5::Operand operands[]{keys::x5Range, {keys::x5Gain, {.source = qx5::Source::Request}}};
+    qx5::Command const command{.form = qx5::Form::Strict, .operands = operands};
+    Store(One(L"x5Gain", CVordalDouble(3.0)));
+    EXPECT_FALSE(Reads(One(L"x5Range", CVordalDouble(50.0)), command));
+    EXPECT_EQ(told, Lines());
+}
+
+TEST_F(OwnCommands, WhatAskedIsTheMissingKeyItselfOrElseTheFirstThatTriggers)
+{
+    static constexpr qx5::Operand operands[]{
+        {keys::x5Power, {.triggers = false}}, keys::x5Range, keys::x5Gain, keys::x5MaxPingRate};
+    qx5::Command const command{.form = qx5::Form::Strict, .operands = operands};
+    CAttributeMap request = One(L"x5Power", CVordalDouble(200.0));
+    request.Add(L"x5Range", CVordalDouble(50.0));
+    EXPECT_FALSE(Reads(request, command));
+    EXPECT_EQ(told, Lines{"x5Range lacks x5Gain"});
+    request.Add(L"x5Gain", CVordalBool(true));
+    EXPECT_FALSE(Reads(request, command));
+    EXPECT_EQ(told, Lines{"x5Gain lacks x5Gain"}) << "there, and of another kind";
+}
+
+/// Tells which target files are opened and closed.
+class TargetFiles : public OneSonar, protected vordal::HostObserver
+{
+protected:
+    TargetFiles()
+    {
+        auto name = (std::filesystem::temp_directory_path() / "qx5-targets-XXXXXX").string();
+        EXPECT_NE(mkdtemp(name.data()), nullptr);
+        m_folder = name;
+        m_host.SetObserver(this);
+    }
+    ~TargetFiles() override
+    {
+        m_host.SetObserver(nullptr);
+        std::filesystem::remove_all(m_folder);
+    }
+    void OnOpenTargets(CString const& fileName) override { Note("open ", fileName); }
+    void OnCloseTargets(CString const& fileName) override { Note("close ", fileName); }
+
+    /// Makes an empty target file and the active one of it.
+    void Activate(char const* name)
+    {
+        auto const file = m_folder / name;
+        vordal::TargetFile(file, vordal::TargetFile::Missing::Create).Replace({});
+        m_host.Targets().SetActive(vordal::TextOf(file));
+    }
+
+    Lines seen;
+
+private:
+    void Note(char const* what, CString const& fileName)
+    {
+        seen.push_back(what + std::filesystem::path(qx5::protocol::EncodeUtf8(fileName.View())).filename().string());
+    }
+
+    std::filesystem::path m_folder;
+};
+
+TEST_F(TargetFiles, TheActiveOneIsOpenAsLongAsTheDeviceIsThere)
+{
+    Activate("wrecks.sts");
+    auto sonar = std::make_unique<QX5SonarConfigurationControlDevice>();
+    EXPECT_EQ(seen, Lines{"open wrecks.sts"});
+    ControlDeviceAccess::FollowActiveTargets(*sonar);
+    EXPECT_EQ(seen, Lines{"open wrecks.sts"}) << "it is open already";
+    Activate("rocks.sts");
+    ControlDeviceAccess::FollowActiveTargets(*sonar);
+    EXPECT_EQ(seen, (Lines{"open wrecks.sts", "close wrecks.sts", "open rocks.sts"}));
+    sonar.reset();
+    EXPECT_EQ(seen.back(), "close rocks.sts");
+    EXPECT_EQ(seen.size(), 4U);
+}
+
+TEST_F(TargetFiles, ANameWithABackslashIsWholeAndNoneIsOpenedAsItIs)
+{
+    // Nothing completes these.
+    m_host.Targets().SetActive(CString(L"\\wrecks.sts"));
+    QX5SonarConfigurationControlDevice const whole;
+    m_host.Targets().SetActive(CString());
+    QX5SonarConfigurationControlDevice const none;
+    EXPECT_EQ(seen, (Lines{"open \\wrecks.sts", "open "}));
 }
 
 TEST(PositioningUnit, BaudCodesAndTheirRates)

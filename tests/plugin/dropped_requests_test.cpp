@@ -103,12 +103,20 @@ TEST_F(DroppedRequests, ASweepNeedsItsPingSettingsAndTheFrequency)
     stored.FindCreate(L"x5PingSettingsList", 0).Add(L"x5FMSweepNegative", CVordalBool(false));
     Store(stored);
     EXPECT_EQ(Dropped(request), Lines{"x5FMSweep lacks x5CenterFrequency"});
+    CAttributeMap ofAnotherKind = request;
+    ofAnotherKind.Add(L"x5FMSweepNegative", CVordalInt(1), 0);
+    CAttributeMap bare;
+    bare.Add(L"x5PingSettingsList");
+    Store(bare);
+    EXPECT_EQ(Dropped(ofAnotherKind), Lines{"x5FMSweepNegative lacks x5FMSweepNegative"});
 }
 
 TEST_F(DroppedRequests, APortOfThePositioningUnitWhoseValueCannotBeRead)
 {
     CAttributeMap request = One(L"OstDgnssInsPrimarySerialPort485", CVordalInt(1));
     EXPECT_EQ(Dropped(request), Lines{"OstDgnssInsPrimarySerialPort485 lacks OstDgnssInsPrimarySerialPort485"});
+    EXPECT_EQ(Dropped(One(L"OstDgnssInsPrimarySerialPortBaudrate", CVordalBool(true))),
+              Lines{"OstDgnssInsPrimarySerialPortBaudrate lacks OstDgnssInsPrimarySerialPortBaudrate"});
     request.Add(L"OstDgnssInsPrimarySerialPortBaudrate", CVordalBool(true));
     EXPECT_EQ(Dropped(request),
               Lines{"OstDgnssInsPrimarySerialPortBaudrate lacks OstDgnssInsPrimarySerialPortBaudrate"});

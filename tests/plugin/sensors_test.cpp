@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -73,6 +74,35 @@ TEST_F(Sensors, ManyHeadsInTurnShareWhatIsSaidOfOneOfThem)
     char const* const x[] = {"00008040", "00000040", "00004040"};
     for (std::size_t i = 0; i < traffic.lines.size(); ++i) {
         ASSERT_EQ(traffic.lines[i].substr(12 + 72, 8), x[i % 3]) << i;
+    }
+}
+
+TEST_F(Sensors, WhatALaterBracketOfAHeadDoesNotSayStaysAsTheEarlierSaid)
+{
+    CAttributeMap stored;
+    stored.Add(L"x5Bracket");
+    stored.Add(L"x5Bracket");
+    Store(stored);
+    CAttributeMap request;
+    auto* const earlier = request.Add(L"x5Bracket");
+    earlier->Add(L"x5BracketSelected", CVordalInt(2), 0);
+    earlier->Add(L"x5BracketX", CVordalDouble(1.0), 0);
+    earlier->Add(L"x5BracketY", CVordalDouble(2.0), 0);
+    earlier->Add(L"x5BracketZ", CVordalDouble(3.0), 0);
+    request.Add(L"x5Bracket");
+    Request(request);
+    CAttributeMap const told = Stored();
+    ASSERT_EQ(told.Count(L"x5Bracket"), 2);
+    for (int i = 0; i < 2; ++i) {
+        CAttributeMap const& bracket = told.Find(L"x5Bracket", i);
+        int selected = 0;
+        EXPECT_TRUE(bracket.FindValue(L"x5BracketSelected").Get(selected));
+        EXPECT_EQ(selected, 2) << i;
+        double place = 0.0;
+        for (auto const& [key, value] : {std::pair{L"x5BracketX", 1.0}, {L"x5BracketY", 2.0}, {L"x5BracketZ", 3.0}}) {
+            EXPECT_TRUE(bracket.FindValue(key).Get(place));
+            EXPECT_EQ(place, value) << i;
+        }
     }
 }
 

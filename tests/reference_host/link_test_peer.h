@@ -291,6 +291,8 @@ inline LinkOptions OptionsFor(std::uint16_t port)
     options.host = "127.0.0.1";
     options.port = port;
     options.backOff = {std::chrono::milliseconds(1), std::chrono::milliseconds(8), 0.0};
+    // A busy machine is no pulled cable.
+    options.watch.unacknowledged = std::chrono::minutes(1);
     return options;
 }
 

@@ -1,6 +1,8 @@
 // Tests of the discovery of sonars under ping control, the records made for them, and the pause after a ping.
 #include "fleet.h"
 
+#include "QX5SonarConfiguration.h"
+
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalSubscriberR/NotificationInfo.h>
 #include <VordalSubscriberR/Subscription.h>
@@ -61,6 +63,16 @@ TEST(Discovery, SeesDevicesThatCameWithTheNextInit)
     EXPECT_EQ(ConfigurationInfoAccess::Entries(fleet.Info()).size(), 1U);
     fleet.Info().Init();
     EXPECT_EQ(ConfigurationInfoAccess::Entries(fleet.Info()).size(), 2U);
+}
+
+TEST(Discovery, TheHostsCallForItBeginsAnewEachTime)
+{
+    ScriptedFleet fleet(std::vector<SonarSetup>(2));
+    DiscoverDevices();
+    DiscoverDevices();
+    EXPECT_EQ(ConfigurationInfoAccess::Entries(fleet.Info()).size(), 2U);
+    ReleaseDevices();
+    EXPECT_TRUE(ConfigurationInfoAccess::Entries(fleet.Info()).empty());
 }
 
 TEST(Discovery, CopiesShareEntriesAndGroups)

@@ -4,7 +4,6 @@
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalAttributesR/CVordalType.h>
 
-#include <stdexcept>
 #include <string>
 
 namespace qx5::test {
@@ -24,6 +23,19 @@ ShownView::ShownView()
     m_display->InitialUpdate();
     m_display->DeliverSize(0, 700, 640);
     QCoreApplication::processEvents();
+}
+
+QWidget* ShownView::Page(std::string_view name)
+{
+    auto* const found =
+        m_display->Widget()->findChild<QWidget*>(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
+    return found != nullptr ? found : throw std::runtime_error("the view has no page \"" + std::string(name) + "\"");
+}
+
+std::runtime_error ShownView::NoControl(char const* page, int id)
+{
+    return std::runtime_error("the page \"" + std::string(page) + "\" has no control of that kind with the number " +
+                              std::to_string(id));
 }
 
 } // namespace qx5::test

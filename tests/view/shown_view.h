@@ -11,6 +11,8 @@
 
 #include <chrono>
 #include <memory>
+#include <stdexcept>
+#include <string_view>
 
 namespace qx5::test {
 
@@ -23,15 +25,19 @@ public:
 
     QSlider& Slider(char const* page, int id) { return *Find<QSlider>(page, id); }
     QString Text(char const* page, int id) { return Find<QLabel>(page, id)->text(); }
+    /// Throws std::runtime_error, which says what there is not, as does Find.
+    QWidget* Page(std::string_view name);
     template <typename T>
     T* Find(char const* page, int id)
     {
-        auto* const found = m_display->Widget()->findChild<QWidget*>(QString::fromLatin1(page));
-        return found->findChild<T*>(QStringLiteral("id%1").arg(id));
+        auto* const found = Page(page)->findChild<T*>(QStringLiteral("id%1").arg(id));
+        return found != nullptr ? found : throw NoControl(page, id);
     }
     vordal::Display& Display() { return *m_display; }
 
 private:
+    static std::runtime_error NoControl(char const* page, int id);
+
     std::unique_ptr<vordal::Display> m_display;
 };
 

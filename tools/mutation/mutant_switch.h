@@ -79,7 +79,7 @@ private:
         close(descriptor);
     }
 
-    unsigned long m_on = 0; ///< no mutant has this number
+    unsigned long m_on = 0;    ///< no mutant has this number
     unsigned long m_count = 0; ///< mutants in the file, number 0 included
     unsigned char volatile* m_reached = nullptr;
 };

@@ -34,6 +34,9 @@ COMPLAINT = re.compile(r"^(\S+?):(\d+):\d+: +(?:error|fatal error|required from)
 # Rounds of building without what did not compile in the round before.
 BUILD_ROUNDS = 6
 
+# Files of the project that no test of a mutant reads.
+NOT_READ = ("dev", "scripts", "tools")
+
 # Of a mutant that survives without a run.
 NEVER_DIFFERS = "has the same value in every test"
 
@@ -126,14 +129,16 @@ class Copy:
 
 
     def states_of(self, tests: list[suite.Test], count: int) -> dict[str, str]:
-        """What each test runs on, by its name: its program, what is in the build for all, and files that are read."""
-        shared = [path for folder in ("bin", "lib") for path in sorted((self.build / folder).rglob("*"))]
-        shared += [path for path in sorted(self.source.rglob("*"))
-                   if path.suffix not in (".cpp", ".h") and path.relative_to(self.source).parts[0] != "build"]
+        """What each test runs on, by its name: its program, files that its command names, and what all share."""
+        files = [path for path in sorted(self.source.rglob("*")) if path.suffix not in (".cpp", ".h") and
+                 path.relative_to(self.source).parts[0] not in ("build", *NOT_READ)]
+        built = [path for folder in ("bin", "lib") for path in sorted((self.build / folder).rglob("*"))]
         programs = {test.command[0] for test in tests if test.filter is not None}
-        common = state_of([path for path in shared if str(path) not in programs])
-        own = {name: state_of([pathlib.Path(name)]) for name in programs}
-        return {test.name: f"{count} {common} {own.get(test.command[0])} {' '.join(test.command)}" for test in tests}
+        named = {word for test in tests for word in test.command}
+        common = state_of([path for path in files + built if str(path) not in programs | (named & set(map(str, files)))])
+        own = {word: state_of([pathlib.Path(word)]) for word in named if word.startswith("/")}
+        return {test.name: " ".join([str(count), common, *test.command, *(own[word] for word in test.command
+                                                                         if word in own)]) for test in tests}
 
 
 def state_of(paths: list[pathlib.Path]) -> str:
@@ -177,7 +182,10 @@ def find_all(copy: Copy, names: list[str], jobs: int) -> list[Mutant]:
 
 def build_mutants(copy: Copy, names: list[str], mutants: list[Mutant], jobs: int) -> list[Mutant]:
     """Writes and builds the mutated copy. Returns what compiles; its place in the list, from 1, is a mutant's number."""
-    refused = 0
+    # What did not compile the last time is not tried again.
+    file = copy.folder / "refused.json"
+    refused = set(json.loads(file.read_text())) if file.exists() else set()
+    mutants = [each for each, key in zip(mutants, unique_keys(mutants)) if key not in refused]
     for _ in range(BUILD_ROUNDS):
         by_file = collections.defaultdict(list)
         for number, mutant in enumerate(mutants, 1):
@@ -188,7 +196,8 @@ def build_mutants(copy: Copy, names: list[str], mutants: list[Mutant], jobs: int
         failure = copy.compile(jobs)
         if failure is None:
             if refused:
-                say(f"{refused} mutants do not compile and are left out")
+                file.write_text(json.dumps(sorted(refused), indent=0))
+                say(f"{len(refused)} mutants do not compile and are left out")
             return mutants
         at_fault = {(str(pathlib.Path(copy.build, file).resolve()), int(line))
                     for file, line in COMPLAINT.findall(failure)}
@@ -196,7 +205,7 @@ def build_mutants(copy: Copy, names: list[str], mutants: list[Mutant], jobs: int
         if len(kept) == len(mutants):
             raise SystemExit(failure + "\nthe mutated copy does not compile")
         (copy.folder / "refused.log").write_text(failure)
-        refused += len(mutants) - len(kept)
+        refused |= set(unique_keys(mutants)) - set(unique_keys(kept))
         mutants = kept
     raise SystemExit("the mutated copy does not compile after many rounds")
 
@@ -259,11 +268,10 @@ def unique_keys(mutants: list[Mutant]) -> list[str]:
 
 
 def measure(runner: suite.Runner, tests: list[suite.Test], count: int, copy: Copy,
-            jobs: int) -> dict[str, suite.Reach]:
+            states: dict[str, str], jobs: int) -> dict[str, suite.Reach]:
     """What each test reaches, of those that hold without a mutant. What a test's files tell no other of, is remembered."""
     remembered = copy.folder / "reach.json"
     memory = json.loads(remembered.read_text()) if remembered.exists() else {}
-    states = copy.states_of(tests, count)
     known = {name: suite.Reach(**row["reach"]) for name, row in memory.items() if states.get(name) == row["state"]}
     open_tests = [test for test in tests if test.name not in known]
 
@@ -290,24 +298,32 @@ class Memory:
     def __init__(self, file: pathlib.Path, keys: list[str]):
         self.file = file
         self.keys = keys  # of the mutants, the first one's number is 1
-        self.rows: dict[str, list[str]] = json.loads(file.read_text()) if file.exists() else {}
+        self.rows: dict[str, list] = json.loads(file.read_text()) if file.exists() else {}
 
     def of(self, number: int) -> suite.Verdict | None:
         row = self.rows.get(self.keys[number - 1])
-        return suite.Verdict(*row) if row is not None else None
+        return suite.Verdict(row[0], row[1], set(row[2:])) if row is not None else None
 
-    def keep(self, verdicts: dict[int, suite.Verdict]) -> None:
-        self.rows |= {self.keys[number - 1]: [verdict.state, verdict.by] for number, verdict in verdicts.items()}
-        self.file.write_text(json.dumps(self.rows, indent=0))
+    def forget(self, number: int) -> None:
+        self.rows.pop(self.keys[number - 1], None)
+
+    def note(self, number: int, verdict: suite.Verdict) -> None:
+        self.rows[self.keys[number - 1]] = [verdict.state, verdict.by, *sorted(verdict.passed)]
+
+    def keep(self) -> None:
+        rows = [f"{json.dumps(key)}: {json.dumps(row)}" for key, row in self.rows.items()]
+        self.file.write_text("{\n" + ",\n".join(rows) + "\n}\n")
 
 
-def judge_all(mutants: list[Mutant], chosen: list[int], copy: Copy, memory: Memory,
+def judge_all(mutants: list[Mutant], chosen: list[int], listed: set[int], copy: Copy, memory: Memory,
               options: argparse.Namespace) -> dict[int, suite.Verdict]:
     tests = suite.list_tests(copy.build, options.tests, options.leave_out)
     runner = suite.Runner(options.build / "scratch")
     say(f"Finding out which of {len(tests)} tests reach which of {len(mutants)} mutants")
     started = time.monotonic()
-    reach = measure(runner, tests, len(mutants), copy, options.jobs)
+    states = copy.states_of(tests, len(mutants))
+    reach = measure(runner, tests, len(mutants), copy, states, options.jobs)
+    digests = {name: hashlib.sha256(f"{name} {state}".encode()).hexdigest()[:12] for name, state in states.items()}
     say(f"Known after {time.monotonic() - started:.0f} s")
     judge = suite.Judge(runner, {name: found.seconds for name, found in reach.items()}, options.least_limit)
     reaching: dict[int, list[suite.Test]] = collections.defaultdict(list)
@@ -319,26 +335,49 @@ def judge_all(mutants: list[Mutant], chosen: list[int], copy: Copy, memory: Memo
                 reaching[number].append(test)
                 if not mutants[number - 1].differs or number in different:
                     noticing[number].append(test)
-    say(f"Running {len(chosen)} mutants")
     verdicts: dict[int, suite.Verdict] = {}
+    for number in chosen:
+        if not reaching[number]:
+            verdicts[number] = suite.Verdict("not reached")
+        elif not noticing[number]:
+            verdicts[number] = suite.Verdict("survived", NEVER_DIFFERS)
+        if number in verdicts:
+            memory.note(number, verdicts[number])
+    # The tests that take long come when only few mutants are left, and spare those that are listed as equivalent. None
+    # is run again with a mutant that it let pass.
+    for dear in (False, True):
+        given: dict[int, list[suite.Test]] = {}
+        for number in chosen:
+            if number not in verdicts or verdicts[number] == suite.Verdict("survived") and number not in listed:
+                former = memory.of(number)
+                given[number] = [test for test in noticing[number] if judge.is_dear(test) == dear and
+                                 (former is None or digests[test.name] not in former.passed)]
+        run_all(judge, mutants, given, verdicts, memory, digests, options.jobs)
+    return verdicts
+
+
+def run_all(judge: suite.Judge, mutants: list[Mutant], given: dict[int, list[suite.Test]],
+            verdicts: dict[int, suite.Verdict], memory: Memory, digests: dict[str, str], jobs: int) -> None:
+    """Adds the verdicts on the mutants that are given some tests, or none more."""
+    say(f"Running {len(given)} mutants")
     started = time.monotonic()
 
     def one(number: int) -> tuple[int, suite.Verdict]:
         mutant = mutants[number - 1]
-        if not reaching[number]:
-            return number, suite.Verdict("not reached")
-        if not noticing[number]:
-            return number, suite.Verdict("survived", NEVER_DIFFERS)
-        return number, judge.judge(number, (f"{mutant.file} {mutant.function}", mutant.file), noticing[number])
+        verdict = judge.judge(number, (f"{mutant.file} {mutant.function}", mutant.file), given[number])
+        if verdict == suite.Verdict("survived"):
+            former = memory.of(number)
+            verdict.passed = {digests[test.name] for test in given[number]} | (former.passed if former else set())
+        return number, verdict
 
-    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        for number, verdict in pool.map(one, chosen):
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        for count, (number, verdict) in enumerate(pool.map(one, given), 1):
             verdicts[number] = verdict
-            if len(verdicts) % 100 == 0:
-                memory.keep(verdicts)
-                say(f"{len(verdicts)} of {len(chosen)} after {time.monotonic() - started:.0f} s")
-    memory.keep(verdicts)
-    return verdicts
+            memory.note(number, verdict)
+            if count % 100 == 0:
+                memory.keep()
+                say(f"{count} of {len(given)} after {time.monotonic() - started:.0f} s")
+    memory.keep()
 
 
 # Telling
@@ -412,7 +451,11 @@ def main() -> int:
         chosen = [number for number, verdict in former.items() if verdict is None or not verdict.killed]
     if options.sample is not None:
         chosen = sorted(random.Random(options.seed).sample(chosen, min(options.sample, len(chosen))))
-    verdicts = judge_all(mutants, chosen, copy, memory, options)
+    if not options.again:
+        for number in chosen:
+            memory.forget(number)
+    listed = {number for number in chosen if equivalents.reason(mutants[number - 1]) is not None}
+    verdicts = judge_all(mutants, chosen, listed, copy, memory, options)
     if options.again and options.sample is None:
         verdicts = former | verdicts
     results = [Result(mutants[number - 1], verdict, equivalents.reason(mutants[number - 1]))

@@ -25,7 +25,7 @@ MEMORY_LIMIT_KIB = 8 * 1024 * 1024
 DEAR_SECONDS = 1.0
 
 # On a busy machine a run may take so many times its limit.
-MOST_PATIENCE = 20
+MOST_PATIENCE = 6
 
 # So many tests that neighbours fell to are tried first.
 LIKELY_TESTS = 4
@@ -182,6 +182,8 @@ def at_fault(tests: list[Test], outcome: Outcome) -> Test | None:
 class Verdict:
     state: str  # "killed", "killed by time", "survived", "not reached"
     by: str = ""
+    # What tells the tests that it survived, as they were then.
+    passed: set[str] = dataclasses.field(default_factory=set, compare=False)
 
     @property
     def killed(self) -> bool:
@@ -215,7 +217,7 @@ class Judge:
         with self.lock:
             kills = {test: tuple(self.killers[place, test.name] for place in places) for test in tests}
         likely = [test for test in sorted(tests, key=lambda each: kills[each], reverse=True) if any(kills[test])]
-        likely = [test for test in likely[:LIKELY_TESTS] if self.is_cheap(test) or kills[test][0]]
+        likely = likely[:LIKELY_TESTS]
         others = [test for test in tests if test not in likely]
         return self.by_cost(likely) + self.by_cost(others)
 
@@ -223,11 +225,11 @@ class Judge:
         """Tests that can run in one process; the cheapest of these processes first."""
         groups: dict[str, list[Test]] = collections.defaultdict(list)
         for test in tests:
-            groups[test.group if self.is_cheap(test) else test.name].append(test)
+            groups[test.name if self.is_dear(test) else test.group].append(test)
         return sorted(groups.values(), key=self.expected)
 
-    def is_cheap(self, test: Test) -> bool:
-        return self.seconds[test.name] < DEAR_SECONDS
+    def is_dear(self, test: Test) -> bool:
+        return self.seconds[test.name] >= DEAR_SECONDS
 
     def expected(self, tests: list[Test]) -> float:
         return sum(self.seconds[test.name] for test in tests)

@@ -31,9 +31,11 @@ template <Command const& C>
 constexpr Command const* Checked()
 {
     static_assert(EveryKeyIsListed(C), "this command reads a key that is not in the list at the end of its family's "
-                                       "file in protocol/records: `qx5 explain` would not know it");
+                                       "file in protocol/records, or that list is not in protocol/catalogue_tables.h: "
+                                       "`qx5 explain` would not know it");
     static_assert(EveryRecordIsListed(C), "this command sends a record that is not in the list at the end of its "
-                                          "family's file in protocol/records: `qx5 decode` would not know it");
+                                          "family's file in protocol/records, or that list is not in "
+                                          "protocol/catalogue_tables.h: `qx5 decode` would not know it");
     return &C;
 }
 
