@@ -62,9 +62,19 @@ void StreamBuffer::AnnounceBlock()
 
 void StreamBuffer::Announce()
 {
+    {
+        std::lock_guard const lock(m_mutex);
+        m_announceWhenWell = false;
+    }
     if (auto const bus = StreamBus(); bus != nullptr && !bus->IsEmpty()) {
         bus->Notify(m_key, &m_info);
     }
+}
+
+void StreamBuffer::AnnounceWhenWell()
+{
+    std::lock_guard const lock(m_mutex);
+    m_announceWhenWell = true;
 }
 
 void StreamBuffer::Reset()
@@ -103,8 +113,14 @@ bool StreamBuffer::GetStatus(unsigned short& state, unsigned short& status)
 
 void StreamBuffer::SetStatus(unsigned short status)
 {
-    std::lock_guard const lock(m_mutex);
-    m_status = status;
+    {
+        std::lock_guard const lock(m_mutex);
+        m_status = status;
+        if (status != 0 || !m_announceWhenWell) {
+            return;
+        }
+    }
+    Announce();
 }
 
 } // namespace vordal

@@ -29,8 +29,11 @@ public:
     /// As StoreBlock and AnnounceBlock on the host thread.
     void Put(CDataBlock const& block);
     void Announce();
+    /// The next time that the status becomes 0, unless it was announced by then.
+    void AnnounceWhenWell();
     /// As Reset.
     void Empty();
+    /// Announces what was to be announced then. Host thread.
     void SetStatus(unsigned short status);
 
 private:
@@ -41,6 +44,7 @@ private:
     CDataBlock m_block;
     bool m_hasBlock = false;
     unsigned short m_status = 0;
+    bool m_announceWhenWell = false;
 };
 
 } // namespace vordal

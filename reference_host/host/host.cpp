@@ -531,8 +531,14 @@ void Host::TellSettingsAgain()
         auto* const buffer = id.GetGroupId() == SonarDataGroup ? m_state->FindBuffer(id, false) : nullptr;
         unsigned short state = 0;
         unsigned short status = 0;
-        if (buffer != nullptr && buffer->GetStatus(state, status) && state != 0 && status == 0) {
+        if (buffer == nullptr || !buffer->GetStatus(state, status) || state == 0) {
+            continue;
+        }
+        if (status == 0) {
             buffer->Announce();
+        } else {
+            // It would be pinged and awaited though it cannot answer.
+            buffer->AnnounceWhenWell();
         }
     }
 }

@@ -169,7 +169,7 @@ public:
     void SetPort(BaseDevice& device, BaseIOHandler* port);
     /// Takes the device off its port, out of the register, and destroys it. False when it is not the host's. A
     /// plug-in's ping control is released before and discovers the others anew: they join with the settings that they
-    /// told last, and take their turns again.
+    /// told last, those whose stream is not well once it is, and take their turns again.
     bool RemoveDevice(BaseDevice* device);
     /// The same for all; nothing is discovered.
     void RemoveAllDevices();
@@ -275,7 +275,7 @@ private:
     /// False when there is no memory in reserve any more.
     bool HasReserve();
     void CarryOut(Device& device, CAttributeMap* request, CAttributeMap const* given);
-    /// Announces the last block of each sonar whose stream is well.
+    /// Announces the last block of each sonar whose stream is well, and that of others once it is.
     void TellSettingsAgain();
 
     std::unique_ptr<HostState> m_state;

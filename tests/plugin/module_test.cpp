@@ -364,6 +364,39 @@ TEST(PluginModule, ASonarThatIsRemovedInItsTurnIsOutOfItAndTheOthersGoOn)
     }
 }
 
+TEST(PluginModule, ASonarWhoseStreamIsNotWellWhileAnotherIsRemovedTakesItsTurnsOnceItIs)
+{
+    Pings pings;
+    vordal::Host host(vordal::Threading::Threaded);
+    host.SetTraffic(&pings);
+    host.SetApplication({});
+    host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    CDataId const unwell(1, 78, 2, 1);
+    std::unique_ptr<vordal::PlugIn> plugin;
+    host.RunAndWait([&] {
+        Device* const first = AddPingingSonar(host, 1, 1, 0.0);
+        AddPingingSonar(host, 2, 1, 0.0);
+        plugin = Load();
+        plugin->InitializeTemplates(host.Application());
+        TellSettings(host, 2);
+        host.SetBufferStatus(unwell, 3);
+        EXPECT_TRUE(host.RemoveDevice(first));
+    });
+    int const before = pings.ofSonar[2];
+    // It pings on command alone, so it tells no settings by itself.
+    host.SetBufferStatus(unwell, 0);
+    EXPECT_TRUE(Eventually([&] { return pings.ofSonar[2] == before + 1; }));
+    // It is told of once, not at each change of its stream.
+    host.SetBufferStatus(unwell, 3);
+    host.SetBufferStatus(unwell, 0);
+    ASSERT_TRUE(Eventually([&] { return pings.ofSonar[2] == before + 2; }));
+    EXPECT_EQ(pings.joins, 2);
+    host.RunAndWait([&] {
+        host.RemoveAllDevices();
+        plugin.reset();
+    });
+}
+
 TEST(PluginModule, LeavesNothingBehindInAThousandLives)
 {
     // Whatever is made once for the whole process is made in the first lives; the toolkit's tables grow over some more.
