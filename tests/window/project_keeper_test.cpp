@@ -47,7 +47,10 @@ protected:
         return project;
     }
 
-    std::filesystem::path const file = std::filesystem::path(::testing::TempDir()) / "kept-meanwhile.qx";
+    /// Each test has its own: they run beside one another.
+    std::filesystem::path const file =
+        std::filesystem::path(::testing::TempDir()) /
+        (std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + "-kept-meanwhile.qx");
     vordal::ProjectStore store{file};
     std::mutex mutex;
     std::vector<std::string> lines;
