@@ -16,15 +16,21 @@ namespace {
 
 using namespace std::chrono_literals;
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool isSlow = true;
+#else
+constexpr bool isSlow = false;
+#endif
+
 /// A pause is told in whole milliseconds, rounded.
 constexpr auto rounding = 1ms;
 /// What excuses a ping may be seen at the sonar so long before or after it.
-constexpr auto around = 2s;
+constexpr auto around = isSlow ? 10s : 2s;
 /// A ping is judged when all that may excuse it has been seen.
-constexpr auto judgedAfter = 3s;
-constexpr auto forgottenAfter = 10s;
+constexpr auto judgedAfter = around + 1s;
+constexpr auto forgottenAfter = 4 * around;
 /// What is told of a sonar in whose turn something is wrong.
-constexpr std::size_t greatestStory = 200;
+constexpr std::size_t greatestStory = 400;
 
 } // namespace
 
@@ -160,6 +166,8 @@ void Sonars::SettingsReachedHost(std::size_t sonar)
     Note(*m_sonars[sonar], now, "its settings data reach the host");
     if (++m_sonars[sonar]->settingsTold > 1) {
         m_sonars[sonar]->disturbances.push_back(now);
+    } else if (!m_sonars[sonar]->pings.empty()) {
+        m_sonars[sonar]->pings.back().told = now;
     }
 }
 
@@ -271,8 +279,10 @@ void Sonars::JudgeGroup(int group, std::vector<Seen> const& pings)
             std::lock_guard const lock(m_mutex);
             ++(isExcused ? m_counts.excused : m_counts.outOfStep);
         }
-        auto const pause = (before->ping.end - before->ping.begin) * (TurnsOf[before->sonar].overhead / 100.0);
-        bool const isClean = second->ping.begin - before->ping.begin + rounding >= pause;
+        auto const pause = std::chrono::duration_cast<Clock::duration>((before->ping.end - before->ping.begin) *
+                                                                       (TurnsOf[before->sonar].overhead / 100.0));
+        bool const isClean =
+            before->ping.told < second->ping.begin && second->ping.begin - before->ping.told + rounding >= pause;
         cleanPauses = isExcused || !isClean ? 0 : cleanPauses + 1;
     }
 }

@@ -75,7 +75,8 @@ public:
     ///
     /// A sonar that tells something in its own pause lets the next one ping without being awaited; what that one tells
     /// falls into a pause in turn, and so on: the group is out of step, each pause is that of the sonar before. A group
-    /// is in step again after two rounds in which each sonar had its own pause. One thread.
+    /// is in step again after two rounds in which each sonar's settings had reached the host a whole pause before the
+    /// next ping. One thread.
     void JudgePings();
     PingCounts Counts() const;
 
@@ -85,6 +86,7 @@ private:
         Clock::time_point begin;
         Clock::time_point end;
         bool isJudged = false;
+        Clock::time_point told = Clock::time_point::max(); ///< when its settings first reached the host
     };
     struct Sonar
     {
