@@ -16,7 +16,8 @@ class BaseDevice;
 namespace vordal {
 
 /// The modules in a folder (see platform::ModuleExtension), in the order of their names; none when there is no such
-/// folder, std::filesystem::filesystem_error when it cannot be read. Whether they are plug-ins shows when they are loaded.
+/// folder, std::filesystem::filesystem_error when it cannot be read. Whether they are plug-ins shows when they are
+/// loaded.
 VORDAL_API std::vector<std::filesystem::path> FindModules(std::filesystem::path const& folder);
 
 /// Host thread, except that what is asked of it may be asked on any thread while nothing is loaded or registered.
