@@ -4,6 +4,7 @@
 #include "reference_host/host/log.h"
 
 #include <exception>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -20,6 +21,17 @@ std::optional<std::string> FailureOf(Call&& call)
         return thrown.what();
     } catch (...) {
         return "an exception of an unknown kind";
+    }
+}
+
+/// Runs `call`, and once more when memory ran out in it, for what must not be left undone and can be begun again.
+template <typename Call>
+decltype(auto) OrOnceMore(Call const& call)
+{
+    try {
+        return call();
+    } catch (std::bad_alloc const&) {
+        return call();
     }
 }
 

@@ -2,6 +2,7 @@
 // waits for them.
 #include "live_port.h"
 
+#include "reference_host/host/failure.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/log.h"
 
@@ -19,18 +20,6 @@ namespace {
 constexpr std::size_t GreatestUndeliveredPieces = 256;
 constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
 constexpr std::size_t GreatestUndeliveredStatuses = 64;
-
-/// What the sonar has told is told once: when memory runs out in the middle, it is delivered again. The second failure
-/// is the host thread's to log.
-template <typename Task>
-void OrOnceMore(Task const& task)
-{
-    try {
-        task();
-    } catch (std::bad_alloc const&) {
-        task();
-    }
-}
 
 } // namespace
 
@@ -81,6 +70,7 @@ void LivePort::PostPiece(std::size_t bytes, std::function<void()> task)
                 std::size_t bytes;
                 ~Delivery() { port.CountDelivered(bytes); }
             } const delivery{*this, bytes};
+            // What the sonar has told is told once. The second failure is the host thread's to log.
             OrOnceMore(task);
         });
     } catch (...) {

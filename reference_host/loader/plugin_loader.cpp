@@ -254,8 +254,10 @@ PlugIn::PlugIn() : m_body(std::make_unique<Body>()) {}
 
 PlugIn::~PlugIn()
 {
+    // What is left of it in the host would be called when the module has gone.
+    auto const takeBack = [this] { return m_body->TakeBack(); };
     if (!m_body->attached) {
-        m_body->TakeBack();
+        OrOnceMore(takeBack);
         return;
     }
     m_body->unloading = true;
@@ -266,15 +268,15 @@ PlugIn::~PlugIn()
         UnRegisterDevices();
     }
     if (auto* const host = CurrentState()) {
-        host->openDisplays.CloseAllOf(m_body.get());
+        OrOnceMore([&] { host->openDisplays.CloseAllOf(m_body.get()); });
     }
     if (m_body->controlsPings) {
         ReleaseDevices();
     }
-    auto const devices = m_body->RemoveDevices();
+    auto const devices = OrOnceMore([this] { return m_body->RemoveDevices(); });
     m_body->SetKnownToHost(false);
     m_body->Contain("LibraryDetach", m_body->libraryDetach);
-    auto left = m_body->TakeBack();
+    auto left = OrOnceMore(takeBack);
     if (devices > 0) {
         left.push_back(std::to_string(devices) + (devices == 1 ? " device" : " devices"));
     }
