@@ -62,7 +62,8 @@ constexpr std::size_t leastSamples = 10;
 constexpr auto patience = std::chrono::seconds(slowness > 1.0 ? 180 : 60);
 /// Every so many rounds the plug-in goes and comes.
 constexpr std::uint64_t roundsOfPlugin = 4;
-/// Every so many of these times with a new project; what a flood has left in the trees goes with the old one.
+/// Every so many of these times with a new project and new sonars; what a flood has left in the trees of either side
+/// goes with the old ones.
 constexpr std::uint64_t pluginsOfProject = 2;
 /// A flood is over after so many actions.
 constexpr std::size_t actionsOfFlood = 20;
@@ -581,6 +582,9 @@ void Soak::ReloadAll(bool isNew)
     m_ledger.Act("plug-in and project",
                  isNew ? "saved, unloaded; loaded, a new project" : "saved, unloaded; loaded, the project opened");
     ++m_reloads;
+    if (isNew) {
+        m_sonars.Replace();
+    }
     m_stage = std::make_unique<Stage>(m_sonars, m_watch, m_folder, isNew);
     for (std::size_t i = 0; i < SonarCount; ++i) {
         WaitUntil(SonarText(i) + " is connected", [&] { return m_stage->IsQuiet(i); });

@@ -40,6 +40,16 @@ Sonars::Sonars()
     for (std::size_t i = 0; i < SonarCount; ++i) {
         m_sonars.push_back(std::make_unique<Sonar>());
     }
+    Start();
+}
+
+Sonars::~Sonars()
+{
+    Stop();
+}
+
+void Sonars::Start()
+{
     for (std::size_t i = 0; i < SonarCount; ++i) {
         simulator::ServerOptions options;
         options.rebootTime = 300ms;
@@ -51,11 +61,22 @@ Sonars::Sonars()
     }
 }
 
-Sonars::~Sonars()
+void Sonars::Stop()
 {
     for (auto const& sonar : m_sonars) {
         sonar->server->Stop();
     }
+}
+
+void Sonars::Replace()
+{
+    Stop();
+    for (auto const& sonar : m_sonars) {
+        std::lock_guard const lock(sonar->mutex);
+        sonar->newestConnection = 0;
+        sonar->lastRange = 0.0;
+    }
+    Start();
 }
 
 std::uint16_t Sonars::Port(std::size_t sonar) const

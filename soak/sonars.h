@@ -53,6 +53,10 @@ public:
     Sonars& operator=(Sonars const&) = delete;
     ~Sonars();
 
+    /// Others in their places, in the state of a new sonar and on other ports, while no host has them: what was set on
+    /// the old ones is gone with them. Throws Broken when one cannot listen.
+    void Replace();
+
     std::uint16_t Port(std::size_t sonar) const;
     /// A command that may be refused.
     bool Try(std::size_t sonar, std::string_view line, std::string& answer);
@@ -103,6 +107,8 @@ private:
         std::unique_ptr<simulator::SonarServer> server;
     };
 
+    void Start();
+    void Stop();
     void OnEvent(std::size_t sonar, simulator::SonarEvent const& event);
     bool PingsByItself(std::size_t sonar);
     static void Note(Sonar& sonar, Clock::time_point now, std::string text);
