@@ -3,6 +3,7 @@
 
 #include "cli/sonar_frames.h"
 #include "handlers/command_catalogue.h"
+#include "reference_host/attributes/tree_account.h"
 
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/catalogue.h>
@@ -127,7 +128,8 @@ std::string Difference(CAttributeMap const& told, CAttributeMap const& held, boo
         if (other == nullptr) {
             return fmt::format("{}: the sonar has {}, the host has no such key", name, ShortText(node.Value()));
         }
-        if (!node.Value().IsSame(other->Value())) {
+        bool const hadNoRoom = mayLack && vordal::BytesOf(node.Value()) > vordal::BytesOf(other->Value());
+        if (!node.Value().IsSame(other->Value()) && !hadNoRoom) {
             return fmt::format("{}: the sonar has {}, the host {}", name, ShortText(node.Value()),
                                ShortText(other->Value()));
         }

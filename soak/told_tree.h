@@ -42,7 +42,8 @@ private:
 std::set<CString> const& KeysOfHostAlone();
 
 /// The first value of `told` that `held` does not have just so, with what it has; empty when it has all of them. Keys
-/// of the host alone are passed over, and where `mayLack` is true those that `held` does not have at all.
+/// of the host alone are passed over, and where `mayLack` is true those that `held` does not have at all or has with a
+/// shorter text or list: there was no room for more.
 std::string Difference(CAttributeMap const& told, CAttributeMap const& held, bool mayLack);
 
 } // namespace qx5::soak
