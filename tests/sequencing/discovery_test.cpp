@@ -4,8 +4,10 @@
 #include "QX5SonarConfiguration.h"
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
+#include <VordalAttributesR/CVordalType.h>
 #include <VordalSubscriberR/NotificationInfo.h>
 #include <VordalSubscriberR/Subscription.h>
+#include <vordalhostdllR/DataManager.h>
 
 #include <gtest/gtest.h>
 
@@ -54,6 +56,28 @@ TEST(Discovery, KeepsWhatTheDevicesTell)
     fleet.Info().Exit();
 }
 
+TEST(Discovery, PassesOverWhatIsNotControlledAndMovesTheHostsWalkOn)
+{
+    ScriptedFleet fleet({{.group = 1}, {.group = 2}, {.group = 3}, {.group = 4}});
+    auto const devices = fleet.host.Devices();
+    auto uncontrolled = AttributesOf({}, 0);
+    uncontrolled.FindCreate(L"PingMode").SetValue(CVordalInt(0));
+    fleet.host.ReplaceAttributes(*devices[0], uncontrolled);
+    fleet.host.ReplaceAttributes(*devices[2], CAttributeMap());
+    CAttributeMap nameless;
+    nameless.Add(L"PingMode", CVordalInt(1), 0);
+    fleet.host.ReplaceAttributes(*devices[3], nameless);
+    // A device of another kind of data, whatever its tree says, is no sonar.
+    auto* const other = fleet.host.AddDevice(std::make_unique<QX5Device>(), CDataId(1, 77, 5, 1));
+    fleet.host.ReplaceAttributes(*other, AttributesOf({}, 4));
+    fleet.Info().Init();
+    auto const& entries = ConfigurationInfoAccess::Entries(fleet.Info());
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_TRUE(entries[0].dataId == IdOfSonar(1));
+    // Three sonars were passed over, so the walk stands at the fourth device.
+    EXPECT_EQ(DataManager::GetDataManager().GetNextDevice(1), devices[3]);
+}
+
 TEST(Discovery, SeesDevicesThatCameWithTheNextInit)
 {
     ScriptedFleet fleet(std::vector<SonarSetup>(1));
@@ -96,6 +120,36 @@ TEST(Discovery, CopiesShareEntriesAndGroups)
     EXPECT_EQ(fleet.arrivals.Pings().size(), before);
     fleet.Info().Exit();
     EXPECT_EQ(ConfigurationInfoAccess::Groups(fleet.Info()), 0U);
+}
+
+TEST(Discovery, AnAssignmentTakesAllOfTheOther)
+{
+    ScriptedFleet fleet(std::vector<SonarSetup>(1));
+    fleet.Info().Init();
+    QX5SonarConfigurationInfo const empty = [&] {
+        fleet.Info().Exit();
+        return QX5SonarConfigurationInfo(fleet.Info());
+    }();
+    fleet.Info().Init();
+    fleet.Data(0);
+    QX5SonarConfigurationInfo full(fleet.Info());
+    QX5SonarConfigurationInfo assigned(empty);
+    assigned = full;
+    for (auto* const copy : {&full, &assigned}) {
+        EXPECT_EQ(ConfigurationInfoAccess::Entries(*copy).size(), 1U);
+        EXPECT_EQ(ConfigurationInfoAccess::Groups(*copy), 1U);
+        EXPECT_EQ(ConfigurationInfoAccess::LastBuffer(*copy),
+                  DataManager::GetDataManager().FindDatablockBuffer(IdOfSonar(0), false));
+        EXPECT_NE(ConfigurationInfoAccess::LastBuffer(*copy), nullptr);
+        unsigned short index = 0;
+        EXPECT_TRUE(ConfigurationInfoAccess::LastBlock(*copy).LookUp(699, ADDR_BY_ITEM, index));
+    }
+    auto& same = assigned;
+    assigned = same;
+    EXPECT_EQ(ConfigurationInfoAccess::Entries(assigned).size(), 1U);
+    assigned = empty;
+    EXPECT_TRUE(ConfigurationInfoAccess::IsEmpty(assigned));
+    EXPECT_EQ(ConfigurationInfoAccess::Entries(full).size(), 1U);
 }
 
 TEST(Discovery, AnExitEndsTheSubscriptionsThatACopyHoldsStill)
@@ -153,6 +207,8 @@ TEST(Pause, IsTheTravelTimeTimesTheOverhead)
     // 0.75 ms is 1, 0.375 ms is 0.
     EXPECT_EQ(PauseMilliseconds(0.5625, 1500.0, 100.0), 1U);
     EXPECT_EQ(PauseMilliseconds(0.28125, 1500.0, 100.0), 0U);
+    // 0.125 s of travel times 0.4 % are 0.5 ms exactly, which is rounded up.
+    EXPECT_EQ(PauseMilliseconds(1.0, 16.0, 0.4), 1U);
 }
 
 TEST(Pause, SaturatesAndTakesNoNumberAsZero)

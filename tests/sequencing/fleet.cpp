@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <fstream>
 #include <stdexcept>
 
 namespace qx5::test {
@@ -121,15 +122,15 @@ bool Arrivals::WaitForPingsOf(std::size_t sonar, std::size_t count) const
     });
 }
 
-bool ScriptedTraffic::SendRaw(Sender const& sender, std::string_view bytes, bool)
+bool ScriptedTraffic::SendRaw(Sender const& sender, std::string_view bytes, bool flag)
 {
     auto const sonar = IndexOf(sender.device);
     auto const command = CommandOf(bytes);
     auto const time = Clock::now();
-    if (command == pingCommand && onPing) {
-        onPing(sonar);
+    if (auto const& told = command == pingCommand ? onPing : onSilence) {
+        told(sonar);
     }
-    m_arrivals.Add({sonar, command, std::string(bytes), time});
+    m_arrivals.Add({sonar, command, std::string(bytes), flag, time});
     return true;
 }
 
@@ -208,7 +209,7 @@ void LiveFleet::OnSonar(std::size_t firstHead, simulator::SonarEvent const& even
     if (event.kind == simulator::EventKind::Record) {
         std::string const frame(event.frame->bytes.begin(), event.frame->bytes.end());
         std::size_t const head = m_areHeads ? event.frame->header.enumerator : 0;
-        arrivals.Add({firstHead + head, CommandOf(frame), frame, Clock::now()});
+        arrivals.Add({firstHead + head, CommandOf(frame), frame, false, Clock::now()});
     } else if (event.kind == simulator::EventKind::Pinged) {
         std::lock_guard const lock(m_pingedMutex);
         m_pinged[firstHead + static_cast<std::size_t>(std::max(event.head, 0))].push_back(Clock::now());
@@ -251,6 +252,21 @@ std::vector<Clock::time_point> LiveFleet::Pinged(std::size_t sonar) const
 {
     std::lock_guard const lock(m_pingedMutex);
     return m_pinged[sonar];
+}
+
+bool Waits(pid_t thread)
+{
+    for (int look = 0; look < 3; ++look) {
+        std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+        std::string text;
+        std::getline(file, text);
+        auto const name = text.rfind(')');
+        if (name == std::string::npos || text.substr(name, 3) != ") S") {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }
 
 } // namespace qx5::test

@@ -22,10 +22,14 @@
 #include <thread>
 #include <vector>
 
+#include <sys/types.h>
+
 /// Looks inside. Unless said otherwise while nobody else calls.
 struct ConfigurationInfoAccess
 {
     static std::vector<SonarEntry> const& Entries(QX5SonarConfigurationInfo& info) { return info.entries; }
+    static BaseDataSource* LastBuffer(QX5SonarConfigurationInfo& info) { return info.lastBuffer; }
+    static CDataBlock const& LastBlock(QX5SonarConfigurationInfo& info) { return info.lastBlock; }
     static std::size_t Groups(QX5SonarConfigurationInfo& info) { return info.groups.size(); }
     static CStringA Record(QX5SonarConfigurationInfo& info, unsigned long command, unsigned char* payload,
                            unsigned long size, int deviceId, int enumerator)
@@ -74,6 +78,7 @@ struct Arrival
     std::size_t sonar = 0;
     std::uint32_t command = 0; ///< 1107 for a ping
     std::string frame;
+    bool flag = false; ///< as SendMessageW was told
     Clock::time_point time;
 };
 
@@ -107,6 +112,8 @@ public:
 
     /// Called on the sender's thread for each ping, before it is noted. Set before the discovery.
     std::function<void(std::size_t sonar)> onPing;
+    /// The same for what else is sent: the command that ends a sonar's own pings.
+    std::function<void(std::size_t sonar)> onSilence;
 
     bool SendRemoteControl(Sender const&, std::uint32_t, std::span<unsigned char const>, int, int) override
     {
@@ -185,6 +192,10 @@ private:
     std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
     std::vector<std::unique_ptr<vordal::X5Port>> m_ports;
 };
+
+/// Whether a thread of this process waits for something: the system says so at three looks in a row, so that it is no
+/// lock that it meets on its way.
+bool Waits(pid_t thread);
 
 /// Asks again and again until it holds; false when patience is over.
 template <typename Condition>

@@ -8,7 +8,6 @@
 
 #include <array>
 #include <atomic>
-#include <fstream>
 #include <future>
 #include <random>
 #include <string>
@@ -26,23 +25,6 @@ std::string Alternating(std::size_t length)
         text += i % 2 == 0 ? 'A' : 'B';
     }
     return text;
-}
-
-/// Whether a thread of this process waits for something: the system says so at three looks in a row, so that it is no
-/// lock that it meets on its way.
-bool Waits(pid_t thread)
-{
-    for (int look = 0; look < 3; ++look) {
-        std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
-        std::string text;
-        std::getline(file, text);
-        auto const name = text.rfind(')');
-        if (name == std::string::npos || text.substr(name, 3) != ") S") {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 /// Two sonars that have joined; A has pinged and is awaited.
@@ -382,6 +364,10 @@ TEST(Stops, OneThatFindsNothingToStopWaitsForTheOneThatStops)
     ASSERT_TRUE(Eventually([&] { return ConfigurationInfoAccess::IsEmpty(fleet.Info()); }));
     std::atomic<pid_t> thread{0};
     auto second = std::async(std::launch::async, [&] {
+        // A notification that this thread has carried out before is over.
+        DataId_NI const known(IdOfSonar(0));
+        fleet.Info().OnNewSonarSettingsData(&known);
+        fleet.Info().OnBufferStatusChange(&known);
         thread = gettid();
         fleet.Info().Exit();
         EXPECT_TRUE(released) << "a ping was under way still";
@@ -393,6 +379,57 @@ TEST(Stops, OneThatFindsNothingToStopWaitsForTheOneThatStops)
     mayReturn.set_value();
     EXPECT_EQ(first.wait_for(patience), std::future_status::ready);
     EXPECT_EQ(second.wait_for(patience), std::future_status::ready);
+}
+
+TEST(Stops, OneFromWithinANotificationDoesNotWaitForTheOneThatWaitsForThatNotification)
+{
+    ScriptedFleet fleet(std::vector<SonarSetup>(1));
+    std::future<void> first;
+    std::atomic<pid_t> thread{0};
+    fleet.traffic.onSilence = [&](std::size_t) {
+        first = std::async(std::launch::async, [&] {
+            thread = gettid();
+            fleet.Info().Exit();
+        });
+        // It waits until the notification that this happens in is over.
+        EXPECT_TRUE(Eventually([&] { return thread != 0 && Waits(thread); }));
+        fleet.Info().Exit();
+    };
+    fleet.Info().Init();
+    fleet.Data(0);
+    ASSERT_TRUE(first.valid());
+    EXPECT_EQ(first.wait_for(patience), std::future_status::ready);
+}
+
+TEST(Stops, TellsAllGroupsBeforeItWaitsForOne)
+{
+    ScriptedFleet fleet({{.group = 1}, {.group = 2}, {.group = 3}});
+    std::promise<void> mayReturn;
+    std::atomic<bool> sends{false};
+    std::array<std::atomic<pid_t>, 2> threads{};
+    fleet.traffic.onPing = [&](std::size_t sonar) {
+        if (sonar < 2) {
+            threads[sonar] = gettid();
+        } else {
+            sends = true;
+            mayReturn.get_future().wait();
+        }
+    };
+    fleet.Info().Init();
+    for (std::size_t i = 0; i < 3; ++i) {
+        fleet.Data(i);
+    }
+    ASSERT_TRUE(fleet.arrivals.WaitForPings(2));
+    ASSERT_TRUE(Eventually([&] { return sends.load(); }));
+    auto stop = std::async(std::launch::async, [&] { fleet.Info().Exit(); });
+    // The third does not return from its send; the others end nevertheless.
+    for (auto const& thread : threads) {
+        EXPECT_TRUE(
+            Eventually([&] { return access(("/proc/self/task/" + std::to_string(thread)).c_str(), F_OK) != 0; }));
+    }
+    EXPECT_EQ(stop.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    mayReturn.set_value();
+    EXPECT_EQ(stop.wait_for(patience), std::future_status::ready);
 }
 
 TEST(Stops, AGroupThatHasEndedStartsNoThreadAgain)
