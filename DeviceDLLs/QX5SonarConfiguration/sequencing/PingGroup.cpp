@@ -265,7 +265,6 @@ void PingGroup::Run()
     TakeTurns(lock);
     while (m_stopRequested != 0 && m_startAgain && !m_reaping && !m_closed) {
         ResetTurn();
-        ++m_generation;
         TakeTurns(lock);
     }
     m_ended = true;
@@ -278,9 +277,6 @@ void PingGroup::TakeTurns(Lock& lock)
     for (;;) {
         bool anyPinged = false;
         for (PingMember const& member : m_members) {
-            if (m_stopRequested != 0) {
-                return;
-            }
             lock.unlock();
             bool const hasWindow = HasMainWindow();
             lock.lock();
