@@ -242,10 +242,20 @@ CAttributeMap HeadAttributes(int enumerator)
     return tree;
 }
 
+/// A record 90010, a tree.
+Bytes TreeRecord(Bytes const& payload)
+{
+    auto frame = Frame(payload);
+    frame[32] = 0x9A;
+    frame[33] = 0x5F;
+    frame[34] = 1;
+    return frame;
+}
+
 /// A tree record that says "n" = number.
 Bytes TreeFrame(unsigned char number)
 {
-    auto frame = Frame({
+    return TreeRecord({
         1,      0, 0, 0,      // format
         1,      0, 0, 0,      // one node
         1,      0, 0, 0, 'n', // key
@@ -253,10 +263,6 @@ Bytes TreeFrame(unsigned char number)
         number, 0, 0, 0,      // value
         0,      0, 0, 0,      // no children
     });
-    frame[32] = 0x9A; // record 90010
-    frame[33] = 0x5F;
-    frame[34] = 1;
-    return frame;
 }
 
 TEST_F(X5PortTest, AttributesFromTheSonarReachAllItsDevices)
@@ -271,29 +277,18 @@ TEST_F(X5PortTest, AttributesFromTheSonarReachAllItsDevices)
     EXPECT_EQ(port->DroppedTrees(), 0U);
 }
 
-/// A tree record of settings data: "x5PingNumber" = 1, "x5Range" = range, "x5SoundVelocity" = 1500.
-Bytes SettingsFrame(double range)
-{
-    std::vector<qx5::protocol::TreeNode> const nodes{
-        {L"x5PingNumber", std::int32_t{1}, {}}, {L"x5Range", range, {}}, {L"x5SoundVelocity", 1500.0, {}}};
-    std::string error;
-    auto const payload = qx5::protocol::EncodeTree(nodes, error);
-    auto frame = Frame(payload.value());
-    frame[32] = 0x9A; // record 90010
-    frame[33] = 0x5F;
-    frame[34] = 1;
-    return frame;
-}
-
 Bytes FrameOfNodes(std::vector<qx5::protocol::TreeNode> const& nodes)
 {
     std::string error;
     auto const payload = qx5::protocol::EncodeTree(nodes, error);
-    auto frame = Frame(payload.value());
-    frame[32] = 0x9A; // record 90010
-    frame[33] = 0x5F;
-    frame[34] = 1;
-    return frame;
+    return TreeRecord(payload.value());
+}
+
+/// A tree record of settings data: "x5PingNumber" = 1, "x5Range" = range, "x5SoundVelocity" = 1500.
+Bytes SettingsFrame(double range)
+{
+    return FrameOfNodes(
+        {{L"x5PingNumber", std::int32_t{1}, {}}, {L"x5Range", range, {}}, {L"x5SoundVelocity", 1500.0, {}}});
 }
 
 /// The most memory that the process has had since `Reset`, in MiB.

@@ -42,6 +42,13 @@ protected:
         ASSERT_FALSE(error) << error->text;
         ASSERT_NE(m_server->Port(), 0);
     }
+    void StartWithRoomFor(std::size_t connections, std::chrono::milliseconds quietLimit)
+    {
+        ServerOptions options;
+        options.greatestConnections = connections;
+        options.quietLimit = quietLimit;
+        Start(options);
+    }
     std::string Do(std::string_view line, bool good = true)
     {
         std::string answer;
@@ -215,10 +222,7 @@ TEST_F(SonarServerTest, ServesTwoHosts)
 
 TEST_F(SonarServerTest, RefusesMoreHostsThanItHasRoomForWhileAllAreAtWork)
 {
-    ServerOptions options;
-    options.greatestConnections = 1;
-    options.quietLimit = 1h;
-    Start(options);
+    StartWithRoomFor(1, 1h);
     Host first(Port());
     ASSERT_TRUE(first.Send(test::RangeFifty()));
     EXPECT_EQ(first.Told(L"x5Range"), Value(100.0));
@@ -243,10 +247,7 @@ TEST_F(SonarServerTest, IdleConnectionsDoNotLockAHostOut)
 
 TEST_F(SonarServerTest, WhoNeverSentAFrameGivesWayTheOldestFirst)
 {
-    ServerOptions options;
-    options.greatestConnections = 3;
-    options.quietLimit = 1h;
-    Start(options);
+    StartWithRoomFor(3, 1h);
     Host known(Port());
     ASSERT_TRUE(known.Send(test::RangeFifty()));
     ASSERT_TRUE(WaitUntil([&] { return m_server->Counts().recordsReceived == 1; }));
@@ -267,10 +268,7 @@ TEST_F(SonarServerTest, WhoNeverSentAFrameGivesWayTheOldestFirst)
 
 TEST_F(SonarServerTest, WhoSentAFrameOnceAndThenNothingGivesWayInTheEnd)
 {
-    ServerOptions options;
-    options.greatestConnections = 1;
-    options.quietLimit = 1s;
-    Start(options);
+    StartWithRoomFor(1, 1s);
     Host quiet(Port());
     ASSERT_TRUE(quiet.Send(test::RangeFifty()));
     EXPECT_TRUE(WaitUntil([&] { return Host(Port()).Told(L"DeviceId").has_value(); }));
@@ -279,10 +277,7 @@ TEST_F(SonarServerTest, WhoSentAFrameOnceAndThenNothingGivesWayInTheEnd)
 
 TEST_F(SonarServerTest, EndsAConnectionThatSendsNoFrame)
 {
-    ServerOptions options;
-    options.quietLimit = 100ms;
-    options.greatestConnections = 1; // no room to spare
-    Start(options);
+    StartWithRoomFor(1, 100ms); // no room to spare
     Host silent(Port());
     EXPECT_TRUE(silent.Ends());
     Host talking(Port());
@@ -311,10 +306,7 @@ TEST_F(SonarServerTest, KeepsAHostThatOnlyReadsWhileThereIsRoom)
 
 TEST_F(SonarServerTest, KeepsAHostThatHasSentAFrame)
 {
-    ServerOptions options;
-    options.quietLimit = 1s;
-    options.greatestConnections = 2;
-    Start(options);
+    StartWithRoomFor(2, 1s);
     Host host(Port());
     ASSERT_TRUE(host.Send(test::RangeFifty()));
     // The limit of a connection that began later has passed.
