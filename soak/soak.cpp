@@ -506,7 +506,11 @@ void Soak::ConnectAnew()
         }
     }
     for (std::size_t i = 0; i < SonarCount; ++i) {
-        WaitUntil(SonarText(i) + " is connected", [&] { return m_stage->IsQuiet(i); });
+        WaitUntil(SonarText(i) + " is connected", [&] {
+            // A request to shut down may have been on its way when all were switched on.
+            m_sonars.Command(i, "start");
+            return m_stage->IsQuiet(i);
+        });
     }
 }
 
@@ -529,6 +533,7 @@ void Soak::BringToRest()
         WaitUntil(SonarText(i) + " takes a range", [&] {
             if (Clock::now() - asked > 2s) {
                 asked = Clock::now();
+                m_sonars.Command(i, "start");
                 Post(i, OneValue(keys::x5Range, CVordalDouble(range)));
             }
             return m_sonars.LastRange(i) == range;
@@ -718,10 +723,15 @@ void Soak::PrintTable() const
     std::fflush(stdout);
 }
 
-void Soak::PrintEnd(std::string const& reason) const
+void Soak::PrintEnd(std::string const& reason)
 {
     fmt::print(stderr, "soak: BROKEN in round {}: {}\nrepeat with --seed {}\n", m_round, reason, m_options.seed);
     m_ledger.PrintLast();
+    for (std::size_t i = 0; i < SonarCount; ++i) {
+        if (std::string status; m_sonars.Try(i, "status", status)) {
+            fmt::print(stderr, "{}: {}\n", SonarText(i), std::string_view(status).substr(0, status.find("\nrecord ")));
+        }
+    }
 }
 
 } // namespace qx5::soak

@@ -51,7 +51,7 @@ public:
     /// What was done and seen, on standard output.
     void PrintTable() const;
     /// The seed, the round, the last actions; for who has to find out.
-    void PrintEnd(std::string const& reason) const;
+    void PrintEnd(std::string const& reason);
 
 private:
     struct Action
