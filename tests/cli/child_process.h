@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,6 +50,11 @@ public:
     /// Its exit code, or 128 and the number of the signal that ended it; nothing when it still runs after the limit.
     /// All output has then been read.
     std::optional<int> WaitForEnd(std::chrono::milliseconds limit = generousLimit);
+
+    /// Its number in the system.
+    std::string Id() const;
+    /// The most memory that it has had in its pages at once, in MiB; 0 when it has ended.
+    std::size_t PeakMiB() const;
 
 private:
     struct Body;
