@@ -57,6 +57,10 @@ struct ControlDeviceAccess
     {
         device.SendSonarx5ContactOutputRecord(info);
     }
+    static void SendTargetList(QX5SonarConfigurationControlDevice& device, std::vector<CString> const& targetGuids)
+    {
+        device.Send3004Record(targetGuids);
+    }
     static void FollowActiveTargets(QX5SonarConfigurationControlDevice& device)
     {
         device.OnSonarTargetsVisualizationChange();
@@ -451,11 +455,11 @@ protected:
         blocksStored += stream == vordal::PanTiltUnit::HoistStream(CDataId(1, 78, 1, 1)) ? 1 : 0;
     }
 
-    /// Makes an empty target file and the active one of it.
-    void Activate(char const* name)
+    /// Makes a target file and the active one of it.
+    void Activate(char const* name, std::vector<vordal::StoredTarget> const& contacts = {})
     {
         auto const file = m_folder / name;
-        vordal::TargetFile(file, vordal::TargetFile::Missing::Create).Replace({});
+        vordal::TargetFile(file, vordal::TargetFile::Missing::Create).Replace(contacts);
         m_host.Targets().SetActive(vordal::TextOf(file));
     }
 
@@ -535,6 +539,21 @@ TEST_F(TargetFiles, ADeviceThatClosesItsFileHearsOfNothingAnyMore)
     EXPECT_EQ(told, 2);
     EXPECT_EQ(traffic.lines, Lines());
     EXPECT_EQ(blocksStored, 1);
+}
+
+TEST_F(TargetFiles, AListOfMoreContactsThanAFrameHoldsIsRefusedInALine)
+{
+    // A frame of 128 MiB less 68 bytes around the record and 72 ahead of the contacts holds 1,016,799 of 132 bytes.
+    vordal::StoredTarget contact;
+    contact.target.targetGuid = CString(L"g");
+    Activate("wrecks.sts", {contact});
+    ControlDeviceAccess::FollowActiveTargets(*device);
+    std::vector<CString> const guids(1'016'800, contact.target.targetGuid);
+    ::testing::internal::CaptureStderr();
+    ControlDeviceAccess::SendTargetList(*device, guids);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "QX5SonarConfiguration: a list of 1016800 contacts is not sent: a frame holds 1016799\n");
+    EXPECT_EQ(traffic.lines, Lines());
 }
 
 TEST(PositioningUnit, BaudCodesAndTheirRates)
