@@ -148,11 +148,7 @@ void ControlDevice::HandlePortConnected()
     }
 
     hoistSubscription.Unsubscribe();
-    SubscriptionMap* const attributes = GetAttributeSubscriptionMap();
-    if (attributes == nullptr) {
-        return;
-    }
-    hoistSubscription.SetMap(attributes);
+    hoistSubscription.SetMap(GetAttributeSubscriptionMap());
     hoistSubscription.Subscribe(std::vector<CString>{CString(keys::CmdRaiseLower.text), CString(keys::CmdRoll.text),
                                                      CString(keys::CmdRotate.text), CString(keys::CmdTilt.text)});
 }

@@ -269,7 +269,7 @@ void QX5SonarConfigurationView::ApplySettingsValues(CAttributeMap const& tree)
 void QX5SonarConfigurationView::ApplyOceanValues(CAttributeMap const& tree)
 {
     bool const override = ReadValue<keys::x5SoundVelocityOverride>(tree, false);
-    m_oceanPage->RefreshOverride(override);
+    m_oceanPage->SetOverride(override);
     // Otherwise the velocity comes from the sensor.
     if (override) {
         m_oceanPage->UpdateSoundVelocity(NarrowToFloat(ReadValue<keys::x5SoundVelocity>(tree, 0.0)));

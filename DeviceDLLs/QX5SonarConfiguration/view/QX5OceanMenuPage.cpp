@@ -60,14 +60,7 @@ QX5OceanMenuPage::QX5OceanMenuPage(QX5SonarConfigurationView& view, QWidget* par
     m_ui->id16921->setRange(1400, 1600);
     m_ui->id16921->setValue(1500);
     m_ui->id16921->setEnabled(false);
-    // Until it is initialised the page stores values and leaves its controls alone.
-    m_forceUpdate = true;
-    UpdateAbsorption(m_absorption);
-    UpdateSpreading(m_spreading);
-    UpdateSoundVelocity(m_soundVelocity);
-    SetOverride(m_soundVelocityOverride);
-    m_initialised = true;
-    m_forceUpdate = false;
+    // The controls stand where the form has them until the sonar tells.
 
     connect(m_ui->id16920, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnAbsorptionScrolled);
     connect(m_ui->id16922, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnSpreadingScrolled);
@@ -80,63 +73,40 @@ QX5OceanMenuPage::~QX5OceanMenuPage() = default;
 
 void QX5OceanMenuPage::UpdateAbsorption(float decibelPerKilometre)
 {
-    if (!m_forceUpdate && decibelPerKilometre == m_absorption) {
+    if (decibelPerKilometre == m_absorption) {
         return;
     }
     m_absorption = decibelPerKilometre;
-    if (m_initialised) {
-        m_ui->id16924->setText(AbsorptionText(m_absorption));
-        m_ui->id16920->setValue(FloorToInt(m_absorption));
-    }
+    m_ui->id16924->setText(AbsorptionText(m_absorption));
+    m_ui->id16920->setValue(FloorToInt(m_absorption));
 }
 
 void QX5OceanMenuPage::UpdateSpreading(float decibel)
 {
-    if (!m_forceUpdate && decibel == m_spreading) {
+    if (decibel == m_spreading) {
         return;
     }
     m_spreading = decibel;
-    if (m_initialised) {
-        m_ui->id16925->setText(SpreadingText(m_spreading));
-        m_ui->id16922->setValue(FloorToInt(m_spreading));
-    }
+    m_ui->id16925->setText(SpreadingText(m_spreading));
+    m_ui->id16922->setValue(FloorToInt(m_spreading));
 }
 
 void QX5OceanMenuPage::UpdateSoundVelocity(float metresPerSecond)
 {
-    if (!m_forceUpdate && metresPerSecond == m_soundVelocity) {
+    if (metresPerSecond == m_soundVelocity) {
         return;
     }
     m_soundVelocity = metresPerSecond;
-    if (m_initialised) {
-        m_ui->id16923->setText(SoundVelocityText(m_soundVelocity));
-        // Without override the label follows the sensor and the slider stays.
-        if (m_ui->id16921->isEnabledTo(this)) {
-            m_ui->id16921->setValue(FloorToInt(m_soundVelocity));
-        }
+    m_ui->id16923->setText(SoundVelocityText(m_soundVelocity));
+    // Without override the label follows the sensor and the slider stays.
+    if (m_ui->id16921->isEnabledTo(this)) {
+        m_ui->id16921->setValue(FloorToInt(m_soundVelocity));
     }
 }
 
 void QX5OceanMenuPage::SetOverride(bool on)
 {
-    if (!m_forceUpdate && on == m_soundVelocityOverride) {
-        return;
-    }
     m_soundVelocityOverride = on;
-    ShowOverride();
-}
-
-void QX5OceanMenuPage::RefreshOverride(bool on)
-{
-    m_soundVelocityOverride = on;
-    ShowOverride();
-}
-
-void QX5OceanMenuPage::ShowOverride()
-{
-    if (!m_initialised) {
-        return;
-    }
     m_ui->id28092->setChecked(m_soundVelocityOverride);
     m_ui->id16921->setEnabled(m_soundVelocityOverride);
     if (m_soundVelocityOverride) {

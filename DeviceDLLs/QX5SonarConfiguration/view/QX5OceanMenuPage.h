@@ -25,10 +25,8 @@ public:
     void UpdateSoundVelocity(float metresPerSecond);
     void UpdateAbsorption(float decibelPerKilometre);
     void UpdateSpreading(float decibel);
-    /// Whether the operator's sound velocity holds rather than the sensor's.
+    /// Whether the operator's sound velocity holds rather than the sensor's. The controls follow in any case.
     void SetOverride(bool on);
-    /// The same, and the controls follow in any case.
-    void RefreshOverride(bool on);
     /// 0 when the sonar has no such filter, otherwise 1 more than the index of the list.
     void ShowSoundVelocityFilter(int filter);
     /// Limits of the sound velocity slider in metres per second.
@@ -45,12 +43,9 @@ private:
     void OnOverrideClicked();
     void OnFilterChosen(int index);
     void SendSoundVelocity();
-    void ShowOverride();
 
     QX5SonarConfigurationView& m_view;
     std::unique_ptr<Ui::QX5OceanMenuPage> m_ui;
-    bool m_initialised = false;
-    bool m_forceUpdate = false;
     float m_soundVelocity = 1500.0F; ///< m/s
     bool m_soundVelocityOverride = false;
     float m_absorption = 0.0F; ///< dB/km
