@@ -77,16 +77,17 @@ private:
     bool Send76xxRecord(unsigned long recordId, float value);
 
     // What handlers are made of; see handlers/command.h.
-    /// Runs a command that its table tells completely: trigger, completion, record, echo, follow-ups. Says whether
-    /// it went through.
-    bool Run(CAttributeMap const& request, qx5::Command const& command)
+    /// Runs a command that its table tells completely: trigger, completion, record, echo, follow-ups.
+    void Run(CAttributeMap const& request, qx5::Command const& command)
     {
         // By far most commands have nothing to do with a request; this tells so at the least cost.
-        return qx5::MayConcern(request.KeyFilter(), command) && RunIfTriggered(request, command);
+        if (qx5::MayConcern(request.KeyFilter(), command)) {
+            RunIfTriggered(request, command);
+        }
     }
-    bool RunIfTriggered(CAttributeMap const& request, qx5::Command const& command);
+    void RunIfTriggered(CAttributeMap const& request, qx5::Command const& command);
     /// The same once the command is known to start.
-    bool CarryOut(CAttributeMap const& request, qx5::Command const& command);
+    void CarryOut(CAttributeMap const& request, qx5::Command const& command);
     /// Reads and completes the operands as the command's form says; false when it does not start or a value
     /// is missing. The host is told of one that not even the stored tree has.
     bool ReadOperands(CAttributeMap const& request, CAttributeMap const& stored, qx5::Command const& command,

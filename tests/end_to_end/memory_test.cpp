@@ -26,7 +26,7 @@ struct Attack
 {
     std::string name;
     std::string command;
-    std::uint64_t bytes = 12'000'000; ///< by default more than the system keeps on the way
+    std::uint64_t bytes = 9'000'000; ///< by default more than the host lets wait
 };
 
 // For messages of the tests.

@@ -3,9 +3,11 @@
 
 #include <protocol/records/all.h>
 
+#include <cmath>
 #include <memory>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -103,6 +105,21 @@ TEST_F(Acoustics, AStandardSectorOfASingleHeadLeavesTheRollOut)
     stored.Add(L"x5DualHeadMode", CVordalInt(3), 0);
     Store(stored);
     EXPECT_EQ(steering(), 10.0);
+}
+
+TEST_F(Acoustics, ALimitThatIsTheSectorsOwnEndLeavesTheEndAsItIs)
+{
+    // A coverage of -0: from 0 to -0. Limits of the other signs are neither greater nor smaller.
+    CAttributeMap stored = One(L"x5StdCoverage", CVordalDouble(-0.0));
+    stored.Add(L"GUIMinAngle", CVordalDouble(-0.0), 0);
+    stored.Add(L"GUIMaxAngle", CVordalDouble(0.0), 0);
+    Store(stored);
+    Request(One(L"x5ResetCoverage", CVordalBool(true)));
+    // -0 less 0 is -0, and half of their sum is 0.
+    EXPECT_THAT(traffic.lines, ::testing::Contains("remote 1035 0000008000000000 to 0,-1"));
+    double coverage = 1.0;
+    EXPECT_TRUE(Stored().FindValue(L"x5CoverageAngle").Get(coverage));
+    EXPECT_TRUE(std::signbit(coverage));
 }
 
 } // namespace

@@ -6,7 +6,12 @@
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/scalar_checks.h"
 
 #include <protocol/records/basic.h>
+#include <protocol/records/shared_keys.h>
+#include <protocol/records/tracker_detection.h>
 
+#include <cstdint>
+#include <span>
+#include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -84,6 +89,89 @@ TEST(CommandForms, AKeyThatDoesNotTriggerNeedsOneThatDoes)
     EXPECT_EQ(NeededBeside(command, operands[2]), std::vector<Operand const*>());
 }
 
+TEST(CommandForms, AllRequiredMeansAllThatAreNotOptional)
+{
+    static constexpr Operand operands[]{protocol::keys::x5MinRangeGate,
+                                        protocol::keys::x5MaxRangeGate,
+                                        {protocol::keys::x5MinDepthGate, {.optional = true}},
+                                        {protocol::keys::x5MaxDepthGate, {.triggers = false}}};
+    Command const all{.form = Form::AllRequired, .operands = operands};
+    EXPECT_EQ(NeededBeside(all, operands[0]), (std::vector{&operands[1], &operands[3]}));
+    EXPECT_EQ(NeededBeside(all, operands[2]), (std::vector{&operands[0], &operands[1], &operands[3]}));
+    for (Form const form : {Form::Direct, Form::Strict, Form::Lax, Form::Presence, Form::Own}) {
+        Command const some{.form = form, .operands = operands};
+        EXPECT_EQ(NeededBeside(some, operands[0]), std::vector<Operand const*>()) << static_cast<int>(form);
+        EXPECT_EQ(NeededBeside(some, operands[3]), std::vector{&operands[0]}) << static_cast<int>(form);
+    }
+}
+
+TEST(CommandForms, WhatOnlyTheRequestCanHoldIsNeededThere)
+{
+    static constexpr Operand operands[]{{protocol::keys::x5MinRangeGate, {.source = Source::Request}},
+                                        {protocol::keys::x5MaxRangeGate, {.source = Source::Completed}},
+                                        {protocol::keys::x5MinDepthGate, {.source = Source::Request, .optional = true}},
+                                        {protocol::keys::x5MaxDepthGate, {.source = Source::Stored}}};
+    Command const command{.form = Form::Strict, .operands = operands};
+    EXPECT_EQ(NeededBeside(command, operands[0]), std::vector<Operand const*>());
+    EXPECT_EQ(NeededBeside(command, operands[1]), std::vector{&operands[0]});
+    EXPECT_EQ(NeededBeside(command, operands[2]), std::vector{&operands[0]});
+}
+
+TEST(CommandForms, AKeyWithinABranchNeedsTheBranch)
+{
+    static constexpr Operand operands[]{protocol::keys::x5MinRangeGate,
+                                        {protocol::keys::x5MaxRangeGate, {.source = Source::Branch}},
+                                        {protocol::keys::x5MinDepthGate, {.source = Source::Told}}};
+    Command const command{.form = Form::Own, .operands = operands};
+    EXPECT_EQ(NeededBeside(command, operands[0]), std::vector<Operand const*>());
+    EXPECT_EQ(NeededBeside(command, operands[1]), std::vector{&operands[0]});
+    EXPECT_EQ(NeededBeside(command, operands[2]), std::vector<Operand const*>());
+}
+
+TEST(CommandForms, WhatIsStoredOrToldCannotBeRequested)
+{
+    for (Source const source : {Source::AsForm, Source::Request, Source::Completed, Source::Branch}) {
+        EXPECT_TRUE(IsRequestable({protocol::keys::x5MinRangeGate, {.source = source}})) << static_cast<int>(source);
+    }
+    for (Source const source : {Source::Stored, Source::Told}) {
+        EXPECT_FALSE(IsRequestable({protocol::keys::x5MinRangeGate, {.source = source}})) << static_cast<int>(source);
+    }
+}
+
+/// The handlers of the rows that read the key, as they stand in the chain.
+std::vector<std::string_view> HandlersOf(Key const& key)
+{
+    std::vector<std::string_view> handlers;
+    for (ChainEntry const* const entry : RowsOfKey(key)) {
+        handlers.push_back(entry->handler);
+    }
+    return handlers;
+}
+
+TEST(CommandForms, AKeysRowsAreThoseThatReadItFromARequest)
+{
+    using Handlers = std::vector<std::string_view>;
+    EXPECT_EQ(HandlersOf(protocol::keys::x5MinRangeGate), Handlers{"RequestAbsoluteGates"});
+    EXPECT_EQ(HandlersOf(protocol::keys::x5Range), Handlers{"RequestValue"});
+    // Others tell the first and look the second up.
+    EXPECT_EQ(HandlersOf(protocol::keys::AutoConfigManualDone), Handlers());
+    EXPECT_EQ(HandlersOf(protocol::keys::x5SystemIDH), Handlers());
+    EXPECT_EQ(HandlersOf(number), Handlers());
+}
+
+TEST(CommandForms, AFilterLetsThroughWhatHasOneOfItsBitsOfEachKind)
+{
+    KeyFilter const filter{.lowerBits = 0x5, .upperBits = 0x5};
+    EXPECT_TRUE(filter.Passes(0x1));
+    EXPECT_TRUE(filter.Passes(0x4));
+    EXPECT_FALSE(filter.Passes(0x2));
+    EXPECT_FALSE(filter.Passes(0));
+    KeyFilter const apart{.lowerBits = 0x1, .upperBits = 0x4};
+    EXPECT_TRUE(apart.Passes(0x5));
+    EXPECT_FALSE(apart.Passes(0x1));
+    EXPECT_FALSE(apart.Passes(0x4));
+}
+
 TEST(CommandForms, OneThatReadsInItsOwnWayMayConcernAnyTree)
 {
     for (Form const form : {Form::Own, Form::Lax}) {
@@ -129,6 +217,95 @@ TEST(ScalarChecks, ARecordThatHoldsMoreIsFound)
     EXPECT_FALSE(FitsScalarPath(records::CoverageSector, keys::x5CoverageAngle, PARM_FLOAT));
 }
 
+// Layouts that no table may have, too: each differs from what passes in one thing.
+
+constexpr Key angles{L"angles that no family lists", Kind::Pair, Unit::Degree, "two angles"};
+
+/// A record of one number.
+bool FitsAs(PARMTYPE kind, Key const& key, protocol::Field const& field, std::uint32_t size = 4)
+{
+    return FitsScalarPath({.id = 1099, .size = size, .fields = std::span(&field, 1)}, key, kind);
+}
+
+TEST(ScalarChecks, AFieldThatLiesOtherwiseIsFound)
+{
+    EXPECT_TRUE(FitsAs(PARM_FLOAT, tilt, {&tilt, 0, Wire::F32}));
+    EXPECT_FALSE(FitsAs(PARM_FLOAT, tilt, {&tilt, 4, Wire::F32}));
+    EXPECT_FALSE(FitsAs(PARM_FLOAT, tilt, {&tilt, 0, Wire::I32}));
+    EXPECT_FALSE(FitsAs(PARM_FLOAT, tilt, {.key = &tilt, .wire = Wire::F32, .part = 1}));
+    EXPECT_FALSE(FitsAs(PARM_FLOAT, tilt, {&tilt, 0, Wire::F32}, 8));
+    EXPECT_TRUE(FitsAs(PARM_INT, number, {&number, 0, Wire::I32}));
+    EXPECT_FALSE(FitsAs(PARM_INT, number, {&number, 4, Wire::I32}));
+    EXPECT_FALSE(FitsAs(PARM_INT, number, {&number, 0, Wire::U32}));
+    EXPECT_FALSE(FitsAs(PARM_INT, number, {.key = &number, .wire = Wire::I32, .part = 1}));
+    EXPECT_FALSE(FitsAs(PARM_INT, number, {&number, 0, Wire::I32, Convert::PlusOne}));
+}
+
+TEST(ScalarChecks, AKeyOfAnotherKindIsFound)
+{
+    EXPECT_FALSE(FitsAs(PARM_FLOAT, number, {&number, 0, Wire::F32}));
+    EXPECT_FALSE(FitsAs(PARM_INT, tilt, {&tilt, 0, Wire::I32}));
+}
+
+/// A record of two angles.
+bool FitsAsAngles(Key const& key, protocol::Field const& first, protocol::Field const& second)
+{
+    protocol::Field const fields[]{first, second};
+    return FitsScalarPath({.id = 1099, .size = 8, .fields = fields}, key, PARM_ANGLE_PAIR);
+}
+
+TEST(ScalarChecks, EachOfTwoAnglesIsLookedAt)
+{
+    auto const angle = [](Key const& key, std::uint8_t part) {
+        return protocol::Field{.key = &key,
+                               .offset = static_cast<std::uint16_t>(4 * part),
+                               .wire = Wire::F32,
+                               .convert = Convert::Radians,
+                               .part = part};
+    };
+    protocol::Field const first = angle(angles, 0);
+    protocol::Field const second = angle(angles, 1);
+    EXPECT_TRUE(FitsAsAngles(angles, first, second));
+    EXPECT_FALSE(FitsAsAngles(angles, second, second));
+    EXPECT_FALSE(FitsAsAngles(angles, first, first));
+    EXPECT_FALSE(FitsAsAngles(angles, second, first));
+    EXPECT_FALSE(FitsAsAngles(tilt, angle(tilt, 0), angle(tilt, 1)));
+    for (auto const change : {+[](protocol::Field& field) { field.convert = Convert::None; },
+                              +[](protocol::Field& field) { field.wire = Wire::I32; },
+                              +[](protocol::Field& field) { field.key = &tilt; }}) {
+        protocol::Field changed = first;
+        change(changed);
+        EXPECT_FALSE(FitsAsAngles(angles, changed, second));
+        changed = second;
+        change(changed);
+        EXPECT_FALSE(FitsAsAngles(angles, first, changed));
+    }
+}
+
+TEST(ScalarChecks, AnotherCountOfFieldsIsFound)
+{
+    protocol::Field const numbers[]{{&number, 0, Wire::I32}, {nullptr, 4, Wire::I32}};
+    EXPECT_FALSE(FitsScalarPath({.id = 1099, .size = 8, .fields = numbers}, number, PARM_INT));
+    protocol::Field const floats[]{{&tilt, 0, Wire::F32}, {nullptr, 4, Wire::F32}};
+    EXPECT_FALSE(FitsScalarPath({.id = 1099, .size = 8, .fields = floats}, tilt, PARM_FLOAT));
+    auto const angle = [](protocol::KeyPointer key, std::uint8_t part) {
+        return protocol::Field{.key = key,
+                               .offset = static_cast<std::uint16_t>(4 * part),
+                               .wire = Wire::F32,
+                               .convert = Convert::Radians,
+                               .part = part};
+    };
+    protocol::Field const three[]{angle(&angles, 0), angle(&angles, 1), angle(nullptr, 2)};
+    EXPECT_FALSE(FitsScalarPath({.id = 1099, .size = 12, .fields = three}, angles, PARM_ANGLE_PAIR));
+}
+
+TEST(ScalarChecks, WhatFollowsTheFieldsIsFound)
+{
+    protocol::Field const field{&tilt, 0, Wire::F32};
+    EXPECT_FALSE(FitsScalarPath({.id = 1099, .size = 4, .fields = std::span(&field, 1), .tail = protocol::Tail::Bytes},
+                                tilt, PARM_FLOAT));
+}
+
 TEST(ScalarChecks, ACarrierThatTheNumberDoesNotHaveIsFound)
 {
     using protocol::Carrier;
@@ -138,6 +315,8 @@ TEST(ScalarChecks, ACarrierThatTheNumberDoesNotHaveIsFound)
     EXPECT_FALSE(FitsScalarPath(framed, tilt, PARM_FLOAT));
     constexpr RecordTable framedInt{7613, "framed int", 4, {{&number, 0, Wire::I32}}, {.carrier = Carrier::Data}};
     EXPECT_FALSE(FitsScalarPath(framedInt, number, PARM_INT));
+    constexpr RecordTable wrappedInt{7613, "wrapped int", 4, {{&number, 0, Wire::I32}}};
+    EXPECT_FALSE(FitsScalarPath(wrappedInt, number, PARM_INT));
 }
 
 } // namespace

@@ -255,6 +255,34 @@ TEST_F(LiveContacts, AnImageThatNoFrameHoldsIsToldAndStays)
     }
 }
 
+TEST_F(LiveContacts, AnImageAsLargeAsAFrameHoldsIsTaken)
+{
+    Write(folder / "image.tif", {});
+    fs::resize_file(folder / "image.tif", std::uintmax_t{128} * 1024 * 1024 - aroundImage); // sparse
+    Write(folder / "contact.tif", {1});
+    host.Targets().Add(targetFile, ContactWithImage(folder / "image.tif", folder / "contact.tif"));
+    Connect();
+    testing::internal::CaptureStderr();
+    Tell(9);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(Counters().framesOut + Counters().refused, 1U);
+    EXPECT_FALSE(fs::exists(folder / "contact.tif"));
+}
+
+TEST_F(LiveContacts, AnImageThatNobodyMayWriteIsSent)
+{
+    // A program that runs: not even the superuser opens it for writing.
+    fs::create_symlink("/proc/self/exe", folder / "image.tif");
+    Write(folder / "contact.tif", {1});
+    ASSERT_FALSE(std::ofstream(folder / "image.tif", std::ios::in | std::ios::out).is_open());
+    host.SetFileFolders({folder, fs::read_symlink("/proc/self/exe").parent_path()});
+    host.Targets().Add(targetFile, ContactWithImage(folder / "image.tif", folder / "contact.tif"));
+    Connect();
+    Tell(9);
+    EXPECT_EQ(Counters().framesOut + Counters().refused, 1U);
+    EXPECT_FALSE(fs::exists(folder / "contact.tif"));
+}
+
 TEST_F(LiveContacts, OfAnImageBeyondFourGigabytesTheLow32BitsOfItsSizeGoOut)
 {
     Write(folder / "image.tif", {'I', 'I', '*', 0, 9, 9});

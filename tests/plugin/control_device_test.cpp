@@ -3,19 +3,27 @@
 
 #include "handlers/command_values.h"
 #include "reference_host/base/path_text.h"
+#include "reference_host/devices/pan_tilt_unit.h"
 #include "reference_host/host/host_observer.h"
 #include "reference_host/targets/target_file.h"
 #include "reference_host/targets/target_store.h"
 
+#include <VordalConfigureR/DataSearch.h>
+#include <VordalDataBlocksR/CDataBlock.h>
+#include <VordalSubscriberR/GeneralSubKeys.h>
 #include <protocol/records/all.h>
 #include <protocol/utf8.h>
+#include <vordalhostdllR/SonarTarget.h>
 
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <memory>
+
+#include <malloc.h>
 
 #include <gtest/gtest.h>
 
@@ -39,6 +47,19 @@ struct ControlDeviceAccess
                              qx5::Command const& command, qx5::CommandValues& values)
     {
         return device.ReadOperands(request, *device.m_attributes, command, values);
+    }
+    static void CarryOut(QX5SonarConfigurationControlDevice& device, CAttributeMap const& request,
+                         qx5::Command const& command)
+    {
+        device.CarryOut(request, command);
+    }
+    static void SendContact(QX5SonarConfigurationControlDevice& device, SONAR_TARGET_SEL_INFO const* info)
+    {
+        device.SendSonarx5ContactOutputRecord(info);
+    }
+    static void SendTargetList(QX5SonarConfigurationControlDevice& device, std::vector<CString> const& targetGuids)
+    {
+        device.Send3004Record(targetGuids);
     }
     static void FollowActiveTargets(QX5SonarConfigurationControlDevice& device)
     {
@@ -280,6 +301,38 @@ TEST_F(ControlDevice, AnswersTheHostsOutputAsItsBaseDoes)
     EXPECT_FALSE(device->DoOutput(1));
 }
 
+TEST_F(ControlDevice, SendsNoContactThatNobodyTellsOf)
+{
+    Store(One(L"DeviceId", CVordalInt(7125)));
+    ControlDeviceAccess::SendContact(*device, nullptr);
+    EXPECT_EQ(traffic.lines, Lines());
+}
+
+TEST_F(ControlDevice, FindsNoMultibeamSystemWhereNoHostHasIt)
+{
+    QX5SonarConfigurationControlDevice alone;
+    alone.ApplyAttribs(true);
+    CAttributeMap tree;
+    alone.GetAttributeMap(tree);
+    EXPECT_FALSE(tree.Has(L"MountedOnPanAndTilt"));
+}
+
+TEST_F(ControlDevice, LeavesNoMemoryBehind)
+{
+    // Under a sanitizer the numbers stand still, and its leak checker tells.
+    auto const comeAndGo = [](int times) {
+        for (int i = 0; i < times; ++i) {
+            QX5SonarConfigurationControlDevice const passing;
+        }
+    };
+    comeAndGo(100);
+    constexpr int devices = 2000;
+    auto const before = mallinfo2().uordblks;
+    comeAndGo(devices);
+    // What grows by itself, such as the buses' lists, is of another order than a piece of memory for each device.
+    EXPECT_LT(mallinfo2().uordblks, before + devices * 8);
+}
+
 // Commands of the tests' own: what a table may say, and no table of the sonar's says yet.
 
 /// Tells what was missing.
@@ -356,6 +409,23 @@ TEST_F(OwnCommands, WhatAskedIsTheMissingKeyItselfOrElseTheFirstThatTriggers)
     EXPECT_EQ(told, Lines{"x5Gain lacks x5Gain"}) << "there, and of another kind";
 }
 
+TEST_F(OwnCommands, ATextThatIsNotReadIsNotTooLong)
+{
+    static constexpr qx5::Operand operands[]{keys::x5DirectoryName};
+    static constexpr qx5::protocol::Field fields[]{
+        {&keys::x5TxName, 0, qx5::protocol::Wire::Text, qx5::protocol::Convert::None, 4},
+        {&keys::x5DirectoryName, 4, qx5::protocol::Wire::Text, qx5::protocol::Convert::None, 4}};
+    static constexpr qx5::Sending sends[]{{qx5::protocol::RecordLayout{.id = 1099, .size = 8, .fields = fields}}};
+    qx5::Command command{
+        .form = qx5::Form::Presence, .operands = operands, .sends = sends, .longTexts = qx5::LongTexts::Refused};
+    CAttributeMap const request = One(keys::x5DirectoryName.text, CVordalText(CString(L"long")));
+    ControlDeviceAccess::CarryOut(*device, request, command);
+    EXPECT_EQ(traffic.lines, Lines{"remote 1099 0000000000000000 to 0,-1"});
+    command.form = qx5::Form::Direct;
+    ControlDeviceAccess::CarryOut(*device, request, command);
+    EXPECT_EQ(traffic.lines.size(), 1U) << "this one is, by the 0 at its end";
+}
+
 /// Tells which target files are opened and closed.
 class TargetFiles : public OneSonar, protected vordal::HostObserver
 {
@@ -373,22 +443,40 @@ protected:
         std::filesystem::remove_all(m_folder);
     }
     void OnOpenTargets(CString const& fileName) override { Note("open ", fileName); }
-    void OnCloseTargets(CString const& fileName) override { Note("close ", fileName); }
+    void OnCloseTargets(CString const& fileName) override
+    {
+        Note("close ", fileName);
+        if (whileClosing) {
+            whileClosing();
+        }
+    }
+    void OnStoreBlock(CDataId const& stream, CDataBlock const&) override
+    {
+        blocksStored += stream == vordal::PanTiltUnit::HoistStream(CDataId(1, 78, 1, 1)) ? 1 : 0;
+    }
 
-    /// Makes an empty target file and the active one of it.
-    void Activate(char const* name)
+    /// Makes a target file and the active one of it.
+    void Activate(char const* name, std::vector<vordal::StoredTarget> const& contacts = {})
     {
         auto const file = m_folder / name;
-        vordal::TargetFile(file, vordal::TargetFile::Missing::Create).Replace({});
+        vordal::TargetFile(file, vordal::TargetFile::Missing::Create).Replace(contacts);
         m_host.Targets().SetActive(vordal::TextOf(file));
     }
 
     Lines seen;
+    std::function<void()> whileClosing;
+    int blocksStored = 0; ///< of the hoist
 
 private:
+    /// Names in the folder without it.
     void Note(char const* what, CString const& fileName)
     {
-        seen.push_back(what + std::filesystem::path(qx5::protocol::EncodeUtf8(fileName.View())).filename().string());
+        std::string name = qx5::protocol::EncodeUtf8(fileName.View());
+        std::string const folder = m_folder.string() + "/";
+        if (name.starts_with(folder)) {
+            name.erase(0, folder.size());
+        }
+        seen.push_back(what + name);
     }
 
     std::filesystem::path m_folder;
@@ -411,12 +499,61 @@ TEST_F(TargetFiles, TheActiveOneIsOpenAsLongAsTheDeviceIsThere)
 
 TEST_F(TargetFiles, ANameWithABackslashIsWholeAndNoneIsOpenedAsItIs)
 {
+    m_host.SetProjectFolder(FILE_SONAR_TARGETS, CString(L"targets/"));
+    m_host.Targets().SetActive(CString(L"rocks.sts"));
+    QX5SonarConfigurationControlDevice const completed;
     // Nothing completes these.
     m_host.Targets().SetActive(CString(L"\\wrecks.sts"));
     QX5SonarConfigurationControlDevice const whole;
     m_host.Targets().SetActive(CString());
     QX5SonarConfigurationControlDevice const none;
-    EXPECT_EQ(seen, (Lines{"open \\wrecks.sts", "open "}));
+    EXPECT_EQ(seen, (Lines{"open targets/rocks.sts", "open \\wrecks.sts", "open "}));
+}
+
+TEST_F(TargetFiles, ADeviceThatClosesItsFileHearsOfNothingAnyMore)
+{
+    CDataId const unitStream(1, 40, 1, 1);
+    vordal::PanTiltUnit unit(m_host, CDataId(1, 1112, 1, 1), unitStream);
+    unit.Carry(*device, CDataId(1, 1011, 1, 1));
+    CAttributeMap tree;
+    tree.Add(L"DeviceId", CVordalInt(7125));
+    tree.Add(L"PingOnlyDuringScan", CVordalBool(true));
+    m_host.MergeDecoded(*device, tree);
+    m_host.ApplyDevice(*device, true);
+    Activate("wrecks.sts");
+    ControlDeviceAccess::FollowActiveTargets(*device);
+    int told = 0;
+    auto const tell = [&](bool scanning, double tilt) {
+        SONAR_TARGET_SEL_INFO const deleted(7, SONAR_TARGET_SEL_INFO::Deleted, 1700000000.0);
+        m_host.Notify(Subscription::General, GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE, &deleted);
+        unit.SetScanning(scanning);
+        device->SetAttributeMap(One(L"CmdTilt", CVordalDouble(tilt)), 0);
+        ++told;
+    };
+    tell(true, 5.0);
+    EXPECT_GE(traffic.lines.size(), 2U) << "the contact, and the pings that the unit lets begin";
+    EXPECT_EQ(blocksStored, 1) << "the hoist's";
+    traffic.lines.clear();
+    whileClosing = [&] { tell(false, 6.0); };
+    m_host.RemoveDevice(device);
+    EXPECT_EQ(told, 2);
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(blocksStored, 1);
+}
+
+TEST_F(TargetFiles, AListOfMoreContactsThanAFrameHoldsIsRefusedInALine)
+{
+    // A frame of 128 MiB less 68 bytes around the record and 72 ahead of the contacts holds 1,016,799 of 132 bytes.
+    vordal::StoredTarget contact;
+    contact.target.targetGuid = CString(L"g");
+    Activate("wrecks.sts", {contact});
+    ControlDeviceAccess::FollowActiveTargets(*device);
+    std::vector<CString> const guids(1'016'800, contact.target.targetGuid);
+    ::testing::internal::CaptureStderr();
+    ControlDeviceAccess::SendTargetList(*device, guids);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "QX5SonarConfiguration: a list of 1016800 contacts is not sent: a frame holds 1016799\n");
+    EXPECT_EQ(traffic.lines, Lines());
 }
 
 TEST(PositioningUnit, BaudCodesAndTheirRates)

@@ -3,8 +3,11 @@
 #include "QX5SonarConfiguration.h"
 
 #include "reference_host/host/host.h"
+#include "sequencing/QX5SonarConfigurationInfo.h"
 
+#include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VersionControlR/CheckDllVersion.h>
+#include <VordalAttributesR/CVordalType.h>
 #include <vordalhostdllR/CDocTemplateList.h>
 #include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/VORDALMultiDocTemplate.h>
@@ -17,6 +20,11 @@
 #include <dlfcn.h>
 
 #include <gmock/gmock.h>
+
+struct ConfigurationInfoAccess
+{
+    static bool FollowsAny() { return !QX5SonarConfigurationInfo::Instance().entries.empty(); }
+};
 
 namespace {
 
@@ -87,6 +95,21 @@ TEST_F(Attaching, IsRefusedByAHostOfAnotherVersion)
     EXPECT_FALSE(LibraryAttach());
     EXPECT_EQ(handshakes.size(), 1U);
     EXPECT_TRUE(bindings.empty());
+}
+
+TEST_F(Attaching, FollowsNoSonarAnyMoreWhenItIsTakenOut)
+{
+    vordal::Host host;
+    host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    auto* const sonar = host.AddDevice(std::make_unique<QX5Device>(), CDataId(1, 78, 1, 1), L"sonar");
+    CAttributeMap tree;
+    tree.Add(L"PingMode", CVordalInt(1));
+    tree.Add(L"DeviceId", CVordalInt(7125));
+    host.ReplaceAttributes(*sonar, tree);
+    DiscoverDevices();
+    EXPECT_TRUE(ConfigurationInfoAccess::FollowsAny());
+    LibraryDetach();
+    EXPECT_FALSE(ConfigurationInfoAccess::FollowsAny());
 }
 
 /// Owns the templates that it is given; all else is another application's work.

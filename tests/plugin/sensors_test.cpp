@@ -3,9 +3,12 @@
 #include "one_sonar.h"
 #include "platform/local_time.h"
 
+#include <cstdlib>
+#include <ctime>
 #include <limits>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -155,6 +158,25 @@ TEST_F(Sensors, TheLoggersOtherBusesAndEventsAreNotHeard)
     m_host.Notify(Subscription::ActiveVessel, L"$VordalHostloggerStartLogging$", nullptr);
     m_host.Notify(Subscription::General, L"$VordalHostloggerStartLogging", nullptr);
     EXPECT_TRUE(traffic.lines.empty());
+}
+
+TEST(LocalTime, FollowsAClockThatIsSetToAnotherZone)
+{
+    char const* const former = std::getenv("TZ");
+    std::string const zone = former != nullptr ? former : "";
+    auto const hourIn = [](char const* name) {
+        setenv("TZ", name, 1);
+        return qx5::platform::LocalTime(0).tm_hour;
+    };
+    EXPECT_EQ(hourIn("AAA0"), 0);
+    EXPECT_EQ(hourIn("BBB-9"), 9);
+    EXPECT_EQ(hourIn("CCC5"), 19);
+    if (former != nullptr) {
+        setenv("TZ", zone.c_str(), 1);
+    } else {
+        unsetenv("TZ");
+    }
+    tzset();
 }
 
 TEST(LocalTime, ATimeBeyondTheCalendarIsNoArgument)

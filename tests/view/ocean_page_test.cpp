@@ -79,6 +79,20 @@ TEST(OceanPage, ShowsTheSonarsVelocityUnderOverride)
     EXPECT_EQ(run.Control(1, page, overrideBox).at("checked"), true);
 }
 
+TEST(OceanPage, LeavesTheLabelsOfItsStartWhileTheSonarTellsNoLosses)
+{
+    ViewRun const run(SonarTree(), {Look()});
+    EXPECT_EQ(run.Control(0, page, absorptionText).at("text"), "70.0 dB/km");
+    EXPECT_EQ(run.Control(0, page, spreadingText).at("text"), "30.0 dB");
+}
+
+TEST(OceanPage, LeavesTheSliderWhileThereIsNoOverride)
+{
+    ViewRun const run(SonarTree(), {Sensor(1523.4), Attributes({{"x5Absorption", "double", 80.0}}), Look()});
+    EXPECT_EQ(run.Control(2, page, velocityText).at("text"), "1523.4 m/s");
+    EXPECT_EQ(run.Control(2, page, velocity).at("position"), 1500);
+}
+
 TEST(OceanPage, LetsTheLabelFollowTheSensorWithoutOverride)
 {
     ViewRun const run(SonarTree(), {Sensor(1523.4), Look(), Override(false, 1450.0), Look()});

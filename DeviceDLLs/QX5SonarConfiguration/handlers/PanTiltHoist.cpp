@@ -175,7 +175,7 @@ void ControlDevice::OnPanAndTiltUpdate()
         return;
     }
     CAttributeMap request;
-    request.Add(At<keys::x5PingOnOffState>, CVordalInt(panTiltScanning ? 1 : 0), 0);
+    request.Add(At<keys::x5PingOnOffState>, CVordalInt(panTiltScanning ? 1 : 0));
     RequestPingOnOff(&request);
 
     if (panTiltScanning) {

@@ -98,10 +98,9 @@ void ControlDevice::Send3004Record(std::vector<CString> const& targetGuids)
 
     std::vector<SonarTarget const*> contacts;
     contacts.reserve(targetGuids.size());
+    // The GUIDs are the open file's; without one there are none.
     for (CString const& guid : targetGuids) {
-        auto const* const contact =
-            sonarTargetsControl != nullptr ? sonarTargetsControl->GetSonarTargetByTargetGuid(guid) : nullptr;
-        if (contact != nullptr) {
+        if (auto const* const contact = sonarTargetsControl->GetSonarTargetByTargetGuid(guid)) {
             contacts.push_back(contact);
         }
     }

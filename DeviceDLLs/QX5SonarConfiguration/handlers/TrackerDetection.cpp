@@ -98,8 +98,8 @@ void ControlDevice::SendEchoMarker(CAttributeMap* request)
     protocol::Payload payload(record.size);
     for (Operand const& operand : commands::SendEchoMarker.operands) {
         protocol::Value value;
-        if (operand.options.source != Source::Branch || !ReadKey(*marker, *operand.key, operand.attribute, value) ||
-            !IsGiven(value)) {
+        // The marker itself is a branch, of which nothing is read.
+        if (!ReadKey(*marker, *operand.key, operand.attribute, value) || !IsGiven(value)) {
             continue;
         }
         PackKey(record, *operand.key, value, payload);

@@ -178,7 +178,7 @@ bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey c
     }
     case protocol::Kind::Branch:
     case protocol::Kind::Any:
-        return false;
+        break;
     }
     return false;
 }
@@ -297,22 +297,24 @@ bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap con
     return true;
 }
 
-bool ControlDevice::RunIfTriggered(CAttributeMap const& request, qx5::Command const& command)
+void ControlDevice::RunIfTriggered(CAttributeMap const& request, qx5::Command const& command)
 {
-    return qx5::IsTriggered(request, command) && CarryOut(request, command);
+    if (qx5::IsTriggered(request, command)) {
+        CarryOut(request, command);
+    }
 }
 
-bool ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& command)
+void ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& command)
 {
     qx5::CommandValues values;
     if (command.form != qx5::Form::Presence && !ReadOperands(request, Stored(), command, values)) {
-        return false;
+        return;
     }
 
     if (command.longTexts == qx5::LongTexts::Refused) {
         for (qx5::Sending const& sending : command.sends) {
             if (!qx5::TextsFit(command, values, sending.record)) {
-                return false;
+                return;
             }
         }
     }
@@ -328,7 +330,6 @@ bool ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& c
         }
     }
     AskFor(command.followUps);
-    return true;
 }
 
 void ControlDevice::Send(qx5::protocol::RecordLayout const& record, std::span<unsigned char const> payload,

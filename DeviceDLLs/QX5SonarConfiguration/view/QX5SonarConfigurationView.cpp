@@ -382,9 +382,6 @@ void QX5SonarConfigurationView::WriteSteeringAttribute(AttributeKey const& key, 
 
 void QX5SonarConfigurationView::SaveSteeringAttributes()
 {
-    if (m_steeringComputation == nullptr) {
-        return;
-    }
     CDataId const id = m_steeringComputation->GetDataId();
     DataManager::GetDataManager().SetAttributeMap(id, m_steeringAttributes, steeringFlags, false);
     if (auto* const application = CVordalBaseApp::Instance()) {

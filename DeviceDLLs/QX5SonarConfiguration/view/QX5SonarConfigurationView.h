@@ -62,7 +62,7 @@ public:
     /// Reads the computation's attributes anew, puts the value in place of the key's, and hands all of them back to the
     /// host. Takes ownership of `value`. Without a computation nothing is written.
     void WriteSteeringAttribute(AttributeKey const& key, CVordalType* value);
-    /// Hands `steeringAttributes` back to the host.
+    /// Hands `steeringAttributes` back to the host. The computation must be there.
     void SaveSteeringAttributes();
 
     CDataId const& DeviceId() const { return m_deviceId; }
