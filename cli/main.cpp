@@ -2,6 +2,7 @@
 #include "commands.h"
 #include "demos/demos.h"
 #include "output.h"
+#include "platform/memory_reserve.h"
 
 #include <algorithm>
 
@@ -221,6 +222,7 @@ int RunCommandLine(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    qx5::cli::MemoryReserve const reserve;
     qx5::cli::BeginOutput();
     return qx5::cli::EndOutput(qx5::cli::RunCommandLine(argc, argv));
 }

@@ -5,6 +5,7 @@
 #include "cli/key_values.h"
 #include "cli/output.h"
 #include "cli/platform/end_signals.h"
+#include "cli/platform/memory_reserve.h"
 #include "cli/platform/terminal.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
@@ -218,6 +219,7 @@ void RunLines(Runner& runner, EndSignals const& signals)
             fmt::print("qx5> ");
         }
         FlushOutput();
+        MemoryReserve::FillUp();
         auto const line = lines.Read();
         if (!line.has_value() || !runner.Line(*line)) {
             break;

@@ -4,6 +4,7 @@
 #include "cli/key_values.h"
 #include "cli/output.h"
 #include "cli/platform/end_signals.h"
+#include "cli/platform/memory_reserve.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
 #include "cli/window/shown_view.h"
@@ -434,6 +435,7 @@ int RunWindow(RunOptions const& options)
         QObject::connect(&window, &vordal::MainWindow::Closing, &window, remember);
         QTimer saving;
         QObject::connect(&saving, &QTimer::timeout, &window, [&] {
+            MemoryReserve::FillUp();
             remember();
             view.Keep();
             session.SaveSoon();

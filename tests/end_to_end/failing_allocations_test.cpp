@@ -4,6 +4,7 @@
 // Each session is a process of its own. QX5_FAIL_STRIDE=1 takes every allocation (it takes long), QX5_FAIL_FROM=N the
 // N-th alone with QX5_TRACE_FAILURE=1 telling where it failed; by default each so many-th from one drawn at random.
 #include "failing_memory.h"
+#include "tests/cli/child_process.h"
 
 #include <cli/session.h>
 #include <protocol/bytes.h>
@@ -21,7 +22,10 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <map>
+#include <optional>
 #include <random>
 #include <string>
 #include <thread>
@@ -372,6 +376,42 @@ TEST(FailingAllocations, NoneEndsASessionOrLosesAnEcho)
 {
     FailEach(RunSession);
 }
+
+#ifdef FAILING_MEMORY_LIBRARY
+/// A session of the operator's window in which that allocation fails: its exit code, and what it complained of.
+std::optional<int> RunWindow(std::uint64_t failing, std::uint16_t port, std::string const& countFile)
+{
+    ChildProcess run({QX5_PROGRAM, "run", "--sonar", "127.0.0.1:" + std::to_string(port)},
+                     {"QT_QPA_PLATFORM=offscreen", "LD_PRELOAD=" FAILING_MEMORY_LIBRARY,
+                      "QX5_FAIL_ALLOCATION=" + std::to_string(failing), "QX5_COUNT_ALLOCATIONS=" + countFile});
+    if (run.WaitForOutput("The window is open")) {
+        run.Signal(SIGTERM);
+    }
+    auto const code = run.WaitForEnd();
+    if (code != 0) {
+        std::printf("%s", run.Errors().c_str());
+    }
+    return code;
+}
+
+TEST(FailingAllocations, NoneEndsTheWindow)
+{
+    simulator::SonarServer sonar({}, {});
+    ASSERT_FALSE(sonar.Start());
+    std::string const countFile = testing::TempDir() + "window_allocations_" + std::to_string(::getpid());
+    ASSERT_EQ(RunWindow(0, sonar.Port(), countFile), 0);
+    std::uint64_t all = 0;
+    std::ifstream(countFile) >> all;
+    ASSERT_GT(all, 10000U);
+    auto const stride = NumberFrom("QX5_FAIL_STRIDE", all / 20);
+    auto const first = 1 + std::random_device()() % stride;
+    for (std::uint64_t failing = first; failing <= all; failing += stride) {
+        EXPECT_EQ(RunWindow(failing, sonar.Port(), countFile), 0) << "allocation " << failing << " of " << all;
+    }
+    std::filesystem::remove(countFile);
+    sonar.Stop();
+}
+#endif
 
 TEST(FailingAllocations, NoneEndsTheSimulatedSonar)
 {

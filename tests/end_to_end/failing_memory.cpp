@@ -1,9 +1,12 @@
 // One allocation of the program, chosen by its number, that fails: stands in for operator new, and for the allocation
-// that Asio calls, in the program and in every library that it loads.
+// that Asio calls, in the program and in every library that it loads. Linked to a test, or, as a library by itself,
+// loaded before those of another program: then the variable QX5_FAIL_ALLOCATION chooses, and the number of allocations
+// is written to the file that QX5_COUNT_ALLOCATIONS names when the program ends.
 #include "failing_memory.h"
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 
@@ -37,12 +40,40 @@ void* AllocateOrNull(std::size_t size)
 
 void* Allocate(std::size_t size)
 {
-    void* const memory = AllocateOrNull(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
+    for (;;) {
+        if (void* const memory = AllocateOrNull(size)) {
+            return memory;
+        }
+        // As operator new has to.
+        if (auto const handler = std::get_new_handler()) {
+            handler();
+        } else {
+            throw std::bad_alloc();
+        }
     }
-    return memory;
 }
+
+/// Of a library that is loaded before others.
+struct Environment
+{
+    Environment()
+    {
+        if (char const* const number = std::getenv("QX5_FAIL_ALLOCATION")) {
+            qx5::test::FailAllocation(std::strtoull(number, nullptr, 10));
+        }
+    }
+    Environment(Environment const&) = delete;
+    Environment& operator=(Environment const&) = delete;
+    ~Environment()
+    {
+        char const* const name = std::getenv("QX5_COUNT_ALLOCATIONS");
+        if (std::FILE* const file = name != nullptr ? std::fopen(name, "w") : nullptr) {
+            std::fprintf(file, "%llu\n", static_cast<unsigned long long>(allocations.load()));
+            std::fclose(file);
+        }
+    }
+};
+Environment const environment;
 
 } // namespace
 
