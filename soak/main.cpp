@@ -10,6 +10,7 @@
 #include <random>
 
 #include <QApplication>
+#include <QPixmapCache>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -76,6 +77,9 @@ int main(int argc, char** argv)
         }
     });
     QApplication const application(argc, argv);
+    // Of each pixmap that was ever in it the toolkit keeps the key for good, a few hundred bytes, and every view and
+    // light mode brings new ones: what grows there would hide what grows here.
+    QPixmapCache::setCacheLimit(0);
     try {
         qx5::cli::EndSignals const signals;
         OwnFolder const folder;

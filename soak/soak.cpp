@@ -20,7 +20,6 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QPixmapCache>
 #include <QTabBar>
 #include <QTest>
 #include <QTimer>
@@ -490,8 +489,6 @@ void Soak::Rest()
     CompareTrees();
     m_sonars.JudgePings();
     m_watch.SetFlooded(false);
-    // The toolkit's own, filled up to its bound within hours: it keeps the pixmaps of each view that was ever made.
-    QPixmapCache::clear();
     m_samples.push_back(LookAtProcess());
 }
 
