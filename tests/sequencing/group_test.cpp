@@ -239,18 +239,23 @@ TEST_F(Group, AThreadThatEndedForWantOfAWindowIsNotBegunAnewUntilItIsStopped)
 
 TEST_F(Group, MayBeGivenUpByItsOwnThread)
 {
-    std::weak_ptr<PingGroup> const left = group;
+    auto given = std::make_shared<PingGroup>(2);
+    PingGroup& made = *given;
+    std::weak_ptr<PingGroup> const left = given;
+    std::atomic<bool> isGiven{false};
     std::promise<void> mayEnd;
     fleet.traffic.onPing = [&](std::size_t) {
-        group->End(); // from its own thread: without a wait
-        group.reset();
+        given->End(); // from its own thread: without a wait
+        given.reset();
+        isGiven = true;
         mayEnd.get_future().wait();
     };
-    Join(0);
-    ASSERT_TRUE(Eventually([&] { return left.use_count() == 1; })) << "the thread alone has it";
+    ASSERT_TRUE(made.BeginJoining(IdOfSonar(0)));
+    made.Join(Member(0));
+    ASSERT_TRUE(Eventually([&] { return isGiven.load(); }));
+    EXPECT_EQ(left.use_count(), 1) << "the thread alone has it";
     mayEnd.set_value();
     EXPECT_TRUE(Eventually([&] { return left.expired(); }));
-    group = std::make_shared<PingGroup>(1);
 }
 
 TEST_F(Group, AThreadThatWasStoppedFromWithinAndBegunAnewCanBeAgain)
