@@ -118,6 +118,7 @@ TreeNode ArrayBranch(std::int32_t head)
     info.push_back(Leaf(keys::x5MBesXYZFrequency, model::Modes.front().centreFrequency));
     for (std::size_t array = 0; array < 2; ++array) {
         std::vector<TreeNode> numbers;
+        numbers.reserve(std::size(model::ArrayNumbers));
         for (model::ArrayNumber const& number : model::ArrayNumbers)
             numbers.push_back(Leaf(*number.key, number.values[array]));
         info.push_back(Branch(keys::x5MBesXYZ, std::move(numbers)));

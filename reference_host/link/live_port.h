@@ -36,7 +36,7 @@ class VORDAL_API LivePort : private SonarLinkListener
 public:
     LivePort(LivePort const&) = delete;
     LivePort& operator=(LivePort const&) = delete;
-    virtual ~LivePort();
+    ~LivePort() override;
 
     CString const& GetName() const { return m_name; }
     /// The port as devices see it.

@@ -106,7 +106,7 @@ PlugIn* PlugIns::FindByDeviceClass(CString const& name) const
 CString PlugIns::SonarClass() const
 {
     for (auto const& plugIn : m_plugIns) {
-        if (auto const name = plugIn->SonarClass(); !name.IsEmpty()) {
+        if (auto name = plugIn->SonarClass(); !name.IsEmpty()) {
             return name;
         }
     }
@@ -117,7 +117,7 @@ CString PlugIns::ViewClassFor(BaseDevice const& device) const
 {
     auto const* const named = CDocTemplateList::GetDocTemplates().FindTemplate(device.GetDeviceCtrlViewType());
     if (named != nullptr) {
-        if (auto const name = NameOfView(named->GetViewClass()); !name.IsEmpty()) {
+        if (auto name = NameOfView(named->GetViewClass()); !name.IsEmpty()) {
             return name;
         }
     }

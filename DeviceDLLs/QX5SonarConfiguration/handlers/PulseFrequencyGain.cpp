@@ -44,8 +44,8 @@ void ControlDevice::RequestFMSweep(CAttributeMap* request)
     Read(Stored(), At<keys::DeviceEnum>, projector);
     int const index = Stored().Has(settingsKey, projector) ? projector : 0;
     CAttributeMap const* settings = Stored().GetAttrMap(settingsKey, index);
-    auto const drop = [&](AttributeKey const& missing) {
-        ReportDroppedRequest(AskedBy(*request, missing, sweepKey, negativeKey), missing);
+    auto const drop = [&, &sweep = sweepKey, &isNegative = negativeKey](AttributeKey const& missing) {
+        ReportDroppedRequest(AskedBy(*request, missing, sweep, isNegative), missing);
     };
     if (settings == nullptr) {
         return drop(settingsKey);

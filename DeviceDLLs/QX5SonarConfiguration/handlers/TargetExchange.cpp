@@ -98,9 +98,10 @@ void ControlDevice::Send3004Record(std::vector<CString> const& targetGuids)
 
     std::vector<SonarTarget const*> contacts;
     contacts.reserve(targetGuids.size());
-    // The GUIDs are the open file's; without one there are none.
     for (CString const& guid : targetGuids) {
-        if (auto const* const contact = sonarTargetsControl->GetSonarTargetByTargetGuid(guid)) {
+        auto const* const contact =
+            sonarTargetsControl != nullptr ? sonarTargetsControl->GetSonarTargetByTargetGuid(guid) : nullptr;
+        if (contact != nullptr) {
             contacts.push_back(contact);
         }
     }
