@@ -5,7 +5,6 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstring>
-#include <fstream>
 #include <mutex>
 #include <system_error>
 #include <thread>
@@ -255,19 +254,6 @@ std::string ChildProcess::Errors() const
 std::string ChildProcess::Id() const
 {
     return std::to_string(m_body->id);
-}
-
-std::size_t ChildProcess::PeakMiB() const
-{
-    std::ifstream status("/proc/" + Id() + "/status");
-    for (std::string word; status >> word;) {
-        if (word == "VmHWM:") {
-            std::size_t kilobytes = 0;
-            status >> kilobytes;
-            return kilobytes >> 10;
-        }
-    }
-    return 0;
 }
 
 void ChildProcess::Signal(int number)

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,8 +52,6 @@ public:
 
     /// Its number in the system.
     std::string Id() const;
-    /// The most memory that it has had in its pages at once, in MiB; 0 when it has ended.
-    std::size_t PeakMiB() const;
 
 private:
     struct Body;

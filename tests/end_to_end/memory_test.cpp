@@ -1,5 +1,6 @@
 // Tests of the memory that a whole process takes whatever its sonar sends.
 #include "tests/cli/child_process.h"
+#include "tests/peak_memory.h"
 
 #include <simulator/flood.h>
 #include <simulator/sonar_server.h>
@@ -117,7 +118,7 @@ protected:
         // Until it has taken in what is on the way, and waits.
         ASSERT_TRUE(sonar.Command("behave", answer)) << answer;
         EXPECT_TRUE(waitFor([&] { return IsAllRead(sonar.Port()) && IsAtRest(run.Id()); }));
-        std::size_t const held = run.PeakMiB();
+        std::size_t const held = PeakMiBOf(run.Id());
         EXPECT_GT(held, 0U);
         EXPECT_LT(held, statedMiB);
         RecordProperty("peakMiB", static_cast<int>(held));

@@ -1,4 +1,5 @@
 // Tests of the sonar's port: bytes of every kind of send, attributes that come back, devices told of the connection.
+#include "../peak_memory.h"
 #include "link_test_peer.h"
 
 #include <reference_host/attributes/tree_account.h>
@@ -296,18 +297,7 @@ class PeakMemory
 {
 public:
     static void Reset() { std::ofstream("/proc/self/clear_refs") << '5'; }
-    static std::size_t MiB()
-    {
-        std::ifstream status("/proc/self/status");
-        for (std::string word; status >> word;) {
-            if (word == "VmHWM:") {
-                std::size_t kilobytes = 0;
-                status >> kilobytes;
-                return kilobytes >> 10;
-            }
-        }
-        return 0;
-    }
+    static std::size_t MiB() { return qx5::test::PeakMiBOf("self"); }
 };
 
 /// What the host takes beside what it had, whatever a sonar tells. The sanitizers have memory of their own.
