@@ -2,9 +2,10 @@
 #include "QX5SonarConfigurationControlDevice.h"
 
 #include "handlers/chain.h"
+#include "handlers/commands.h"
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
-#include "handlers/scalar_checks.h"
+#include "handlers/scalar.h"
 #include <VordalBaseR/CExTime.h>
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
@@ -20,6 +21,17 @@ using namespace qx5;
 namespace keys = qx5::protocol::keys;
 namespace records = qx5::protocol::records;
 
+#define QX5_TABLE(name)                                                                                                \
+    static_assert(commands::name.form != Form::Own, "a command that reads in its own way needs a handler by hand");    \
+    void ControlDevice::name(CAttributeMap* request)                                                                   \
+    {                                                                                                                  \
+        Run(*request, commands::name);                                                                                 \
+    }
+#define QX5_NO_HANDLER(...)
+QX5_REQUEST_CHAIN(QX5_TABLE, QX5_NO_HANDLER, QX5_NO_HANDLER, QX5_NO_HANDLER)
+#undef QX5_TABLE
+#undef QX5_NO_HANDLER
+
 void ControlDevice::HandleRequestMap(CAttributeMap* request)
 {
     if (request == nullptr) {
@@ -34,7 +46,7 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
                   "I32, PARM_FLOAT with a double as F32 (carrier Data for 7600 to 7699, and for these alone), "        \
                   "PARM_ANGLE_PAIR with a pair as two F32 in radians, and the record holds nothing else");             \
     RequestValue(request, static_cast<int>(records::record.Id()), At<keys::rowKey>, (rowKind));
-    QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
+    QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
 #undef QX5_HANDLER
 #undef QX5_KEYED
 #undef QX5_SCALAR
@@ -42,59 +54,26 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
 
 void ControlDevice::RequestValue(CAttributeMap* request, int recordId, AttributeKey const& key, PARMTYPE kind)
 {
-    using protocol::Field;
-    using protocol::PackField;
-    using protocol::Wire;
-
     if (!request->Has(key, 0)) {
         return;
     }
-    auto const id = static_cast<std::uint32_t>(recordId);
-    EchoMap echo;
-    switch (kind) {
-    case PARM_INT: {
-        int value = 0;
-        if (!Read(*request, key, value)) {
-            return;
-        }
-        std::array<unsigned char, 4> payload{};
-        PackField(Field{.wire = Wire::I32}, value, payload);
-        SendRemote(id, payload, OwnSonar);
-        echo.Tell(key, value);
-        break;
-    }
-    case PARM_FLOAT: {
-        double value = 0.0;
-        if (!Read(*request, key, value)) {
-            return;
-        }
-        if (FramesItself(recordId)) {
-            Send76xxRecord(id, protocol::NarrowToFloat(value));
-        } else {
-            std::array<unsigned char, 4> payload{};
-            PackField(Field{.wire = Wire::F32}, value, payload);
-            SendRemote(id, payload, OwnSonar);
-        }
-        echo.Tell(key, value);
-        break;
-    }
-    case PARM_ANGLE_PAIR: {
-        double first = 0.0;
-        double second = 0.0;
-        if (!Read(*request, key, first, second)) {
-            return;
-        }
-        std::array<unsigned char, 8> payload{};
-        PackField(Field{.offset = 0, .wire = Wire::F32, .convert = protocol::Convert::Radians}, first, payload);
-        PackField(Field{.offset = 4, .wire = Wire::F32, .convert = protocol::Convert::Radians}, second, payload);
-        SendRemote(id, payload, OwnSonar);
-        echo.Tell(key, first, second);
-        break;
-    }
-    default:
-        // Any other number is no kind: nothing is sent and nothing echoed.
+    ScalarShape const shape = ShapeOf(kind);
+    protocol::Value value;
+    if (!ReadKind(*request, shape.kind, key, value)) {
         return;
     }
+    auto const id = static_cast<std::uint32_t>(recordId);
+    if (kind == PARM_FLOAT && FramesItself(recordId)) {
+        Send76xxRecord(id, protocol::NarrowToFloat(std::get<double>(value)));
+    } else {
+        protocol::Payload payload(4 * shape.fields.size());
+        for (protocol::Field const& field : shape.fields) {
+            protocol::PackField(field, value, payload.Bytes());
+        }
+        SendRemote(id, payload, OwnSonar);
+    }
+    EchoMap echo;
+    echo.TellValue(key, value);
     Report(echo.Tree(), 0);
 }
 

@@ -9,6 +9,7 @@
 #include <VordalSubscriberR/Subscription.h>
 
 #include "handlers/Contacts.h"
+#include "handlers/chain.h"
 #include "handlers/command.h"
 #include "sequencing/TerminalCommandsToQX5Conv.h"
 
@@ -110,143 +111,25 @@ private:
     QX5SocketIoHandler* SonarPort() const;
     CAttributeMap const& Stored() const { return *m_attributes; }
 
-    // Basic operation: projector, pings, sound velocity, temperature, sector, motion compensation, system commands.
-    void RequestNewProjector(CAttributeMap* request);
-    void RequestCalibrationControl(CAttributeMap* request);
-    void RequestPingOnOff(CAttributeMap* request);
-    void RequestPingOnlyDuringScanning(CAttributeMap* request);
-    void RequestManualSoundVelocity(CAttributeMap* request);
-    void RequestManualTemperature(CAttributeMap* request);
-    void RequestCoverageSector(CAttributeMap* request);
-    void RequestMotionCompensation(CAttributeMap* request);
-    void RequestLoadFactoryParams(CAttributeMap* request);
-    void RequestShutdown(CAttributeMap* request);
-    void RequestReboot(CAttributeMap* request);
-    void RequestSSR7503CMD(CAttributeMap* request);
-
-    // Two heads that work as one system.
-    void RequestDisconnectSlave(CAttributeMap* request);
-    void RequestConnectSlave(CAttributeMap* request);
-    void RequestSetSlavedRecords(CAttributeMap* request);
-
-    // Beam geometry: mode, flex sector, spacing, number and width of beams, coverage, system mode.
-    void RequestBeamMode(CAttributeMap* request);
-    void RequestFlexModeParams(CAttributeMap* request);
-    void RequestConstantSpacing(CAttributeMap* request);
-    void RequestCustomBeams(CAttributeMap* request);
-    void RequestProjectorBeamWidths(CAttributeMap* request);
-    void RequestResetCoverage(CAttributeMap* request);
-    void RequestSystemMode(CAttributeMap* request);
-
-    // Gates: where the bottom detection may look.
-    void RequestAbsoluteGates(CAttributeMap* request);
-    void RequestAdaptiveGates(CAttributeMap* request);
-    void RequestBarCheckGates(CAttributeMap* request);
-    void RequestGateEnableFlags(CAttributeMap* request);
-    void SendLorqGating(CAttributeMap* request);
-    void RequestVerticalDetectionMode(CAttributeMap* request);
-
-    // Pulse, frequency, gain, sample rate and ping pattern.
-    void RequestPulseType(CAttributeMap* request);
-    void RequestPulseCharacteristics(CAttributeMap* request);
-    void RequestCenterFrequency(CAttributeMap* request);
-    void RequestFMSweep(CAttributeMap* request);
-    void RequestConfigureMultiFrequency(CAttributeMap* request);
-    void RequestVernierParameters(CAttributeMap* request);
-    void RequestGainMode(CAttributeMap* request);
-    void RequestSourceLevelMode(CAttributeMap* request);
-    void RequestSampleRate(CAttributeMap* request);
-    void RequestPingSequence(CAttributeMap* request);
-    void RequestMultiPing(CAttributeMap* request);
-
-    // Tracker, automatic configuration, detections, echo markers and depth.
-    void RequestTrackerControl(CAttributeMap* request);
-    void RequestManualAutoConfig(CAttributeMap* request);
-    void RequestMultiDetect(CAttributeMap* request);
-    void RequestSnippetControl(CAttributeMap* request);
-    void RequestForwardDetect(CAttributeMap* request);
-    void SendEchoMarker(CAttributeMap* request);
-    void RequestSearchDepth(CAttributeMap* request);
-    void RequestSystemDepth(CAttributeMap* request);
-
-    // Triggers and timing signals.
-    void RequestPPSEdge(CAttributeMap* request);
-    void RequestTriggerOutput(CAttributeMap* request);
-    void RequestAdvancedTriggerOutput(CAttributeMap* request);
-    void RequestTriggerInput(CAttributeMap* request);
-
-    // Options around the acquisition of data.
-    void RequestStacking(CAttributeMap* request);
-    void RequestPowerSaveMode(CAttributeMap* request);
-    void RequestDutyCycleLimitation(CAttributeMap* request);
-    void Request7042Options(CAttributeMap* request);
-    void RequestImageDataSetup(CAttributeMap* request);
-    void RequestSoundVelocityProbe(CAttributeMap* request);
-    void RequestASDRecording(CAttributeMap* request);
-    void RequestStaveRecording(CAttributeMap* request);
-    void RequestAScanBeams(CAttributeMap* request);
-
-    // Motion and heading sensors.
-    void RequestMotionSensorConfiguration(CAttributeMap* request);
+    // The handlers, one for each row of the chain: what each does, its command of the same name tells.
+#define QX5_HANDLER(name) void name(CAttributeMap* request);
+#define QX5_KEYED(name, key) void name(CAttributeMap* request, AttributeKey const& key);
+#define QX5_NO_HANDLER(...)
+    QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_HANDLER, QX5_KEYED, QX5_NO_HANDLER)
+#undef QX5_HANDLER
+#undef QX5_KEYED
+#undef QX5_NO_HANDLER
     /// Not in the chain: no request reaches it.
     void RequestHeadingSensorConfiguration(CAttributeMap* request);
 
-    // Sensors on the sonar's serial inputs, remote I/O, mounting and deck mode.
-    void RequestPortSensorConfiguration(CAttributeMap* request);
-    void RequestSensorsSettings(CAttributeMap* request);
-    void RequestPowerBuiltInPOSMV(CAttributeMap* request);
-    void RequestQMIOAddresses(CAttributeMap* request);
-    void RequestSonarMounting(CAttributeMap* request);
-    void RequestDeckMode(CAttributeMap* request);
-
-    // Serial ports, UDP ports and time sources of the sonar processor.
-    void RequestSerialPortConfiguration(CAttributeMap* request);
-    void RequestSerialPortStatus(CAttributeMap* request);
-    void RequestUdpPortConfiguration(CAttributeMap* request);
-    void RequestUdpPortStatus(CAttributeMap* request);
-    void RequestTimeSourceEnabled(CAttributeMap* request);
-    void RequestTimeSourceEthernetConfiguration(CAttributeMap* request);
-    void RequestSerialPortConfigRecord(CAttributeMap* request);
-    void RequestSerialPortStatusRecord(CAttributeMap* request);
-    void RequestUdpPortConfigRecord(CAttributeMap* request);
-    void RequestUdpPortStatusRecord(CAttributeMap* request);
-
-    // How the sonar is mounted and how it starts up.
-    void UpdateSonarInstallationIdentifiers(CAttributeMap* request);
-    void RequestAuvConfig(CAttributeMap* request);
-
     // The satellite positioning and inertial unit.
-    void SendDGNSSGeometry(CAttributeMap* request);
-    void SendDGNSSConfiguratorXml(CAttributeMap* request);
-    void SendDGNSSSerialPortConfiguration(CAttributeMap* request);
-    void SendDgnssSerialPortCorrectionsConfig(CAttributeMap* request);
-    void SendDgnssNtripConfig(CAttributeMap* request);
-    void SendDgnssPpsConfig(CAttributeMap* request);
-    void SendInsAutoCalibration(CAttributeMap* request);
     /// One of the unit's three serial ports; what the request leaves out of the two keys comes from the unit's tree.
     void SendDgnssSerialPortConfig(CAttributeMap* request, AttributeKey const& baudKey, AttributeKey const& rs485Key,
                                    unsigned char portId);
     /// Bits per second of the unit's baud code, 0 for a code that it does not have.
     static unsigned ConvertDGNSSEnumToBaudRate(int code);
 
-    // Single-beam systems.
-    void RequestTransducerIndex(CAttributeMap* request);
-    void RequestSbesChannelSelect(CAttributeMap* request);
-    void RequestSbesTransducerDraft(CAttributeMap* request);
-    void RequestSbesOperationMode(CAttributeMap* request);
-    void RequestSbesTrackerTweakMode(CAttributeMap* request);
-    void RequestSbesGainTweak(CAttributeMap* request);
-    void RequestSbesPowerTweak(CAttributeMap* request);
-    void RequestSbesPulseLengthTweak(CAttributeMap* request);
-    void RequestSbesRangeTweak(CAttributeMap* request);
-    void SendSbesTransducerUpdateXml(CAttributeMap* request);
-    void RequestSbesSettingsXml(CAttributeMap* request);
-    void SendSbesSettingsUpdateXml(CAttributeMap* request);
-    void RequestSbesDefaultSettings(CAttributeMap* request);
-
     // Recording by the sonar processor.
-    void RequestOnOffDataRecording(CAttributeMap* request, AttributeKey const& key);
-    void RequestSyncDataRecording(CAttributeMap* request);
     /// The host's logger has started or stopped; the recording follows it when it is to be in step. Host thread.
     void StartLogging();
     void StopLogging();
@@ -256,35 +139,9 @@ private:
     /// Starts a recording of that name; with an empty one the sonar chooses.
     void StartRecording(CString const& fileName, qx5::Target target);
 
-    // The sonar's data recorder.
-    void RequestRDRFiltering(CAttributeMap* request);
-    void RequestRDRSettings(CAttributeMap* request);
-    void RequestRDRRecordingDirectory(CAttributeMap* request);
-    void RequestRDRRecordingPreAndPostfix(CAttributeMap* request);
-
-    // Custom storage and playback.
-    void RequestCustomPlayback(CAttributeMap* request);
-    void RequestCustomStorage(CAttributeMap* request);
-    void RequestPlaybackSpeed(CAttributeMap* request);
-    void RequestPlaybackPosition(CAttributeMap* request);
-    void RequestPlaybackStepForward(CAttributeMap* request);
-    void RequestPlaybackStepBack(CAttributeMap* request);
-    void RequestPlaybackLoop(CAttributeMap* request);
-
-    // Target lists, detection-unit settings, user role and system events.
-    void SychronizeTargetManagersHandler(CAttributeMap* request);
-    void SendTargetList(CAttributeMap* request);
+    // Targets and contacts.
     /// One item for each GUID that the open target file still finds; without one the head alone goes out.
     void Send3004Record(std::vector<CString> const& targetGuids);
-    void RequestAScanSetupMonitorerStatus(CAttributeMap* request);
-    void SendImageEnhancementMode(CAttributeMap* request);
-    void SendDetectionSensitivity(CAttributeMap* request);
-    void SendDetectorAlgorithm(CAttributeMap* request);
-    void SendCADBeamAndSampleSetting(CAttributeMap* request);
-    void SendUserRole(CAttributeMap* request);
-    void SendSystemEvent(CAttributeMap* request);
-
-    // Sonar contacts.
     /// The selected contact was made, changed or deleted; `info` is a SONAR_TARGET_SEL_INFO, anything else and null
     /// do nothing. Host thread.
     void OnSelectedSonarTargetChange(NotificationInfo const* info);
@@ -298,15 +155,12 @@ private:
     /// Brings the open target file into line with the one that is active in the host.
     void OnSonarTargetsVisualizationChange();
 
-    // Pan, tilt, hoist and ray tracer.
+    // Pan, tilt and hoist.
     /// A block of the pan-and-tilt unit has come: pings run while the unit scans, if that is what the operator wants.
     /// Host thread, as the one below.
     void OnPanAndTiltUpdate();
     /// One of the commanded values has changed: publishes all four as a data block of the host.
     void OnHoistDataChange();
-    void RequestRaytracerSetupMode(CAttributeMap* request);
-    void RequestSetPanTiltRotate(CAttributeMap* request);
-    void RequestHoistActive(CAttributeMap* request);
 
     // In the order in which they are constructed; they go in reverse.
     Subscription startLoggingSubscription{Subscription::General};   ///< the host logger starts

@@ -3,7 +3,7 @@
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/Gates.h"
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/command_catalogue.h"
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/command_checks.h"
-#include "DeviceDLLs/QX5SonarConfiguration/handlers/scalar_checks.h"
+#include "DeviceDLLs/QX5SonarConfiguration/handlers/scalar.h"
 
 #include <protocol/records/basic.h>
 #include <protocol/records/shared_keys.h>

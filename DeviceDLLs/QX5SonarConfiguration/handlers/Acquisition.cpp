@@ -10,21 +10,6 @@ using namespace qx5;
 namespace keys = qx5::protocol::keys;
 namespace records = qx5::protocol::records;
 
-void ControlDevice::RequestStacking(CAttributeMap* request)
-{
-    Run(*request, commands::RequestStacking);
-}
-
-void ControlDevice::RequestPowerSaveMode(CAttributeMap* request)
-{
-    Run(*request, commands::RequestPowerSaveMode);
-}
-
-void ControlDevice::RequestDutyCycleLimitation(CAttributeMap* request)
-{
-    Run(*request, commands::RequestDutyCycleLimitation);
-}
-
 void ControlDevice::Request7042Options(CAttributeMap* request)
 {
     constexpr Command const& command = commands::Request7042Options;
@@ -72,24 +57,4 @@ void ControlDevice::RequestImageDataSetup(CAttributeMap* request)
         echo.Tell(At<keys::BytesPerPixel>, bytesPerPixel);
     }
     Report(echo.Tree(), commands::RequestImageDataSetup.echoFlags);
-}
-
-void ControlDevice::RequestSoundVelocityProbe(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSoundVelocityProbe);
-}
-
-void ControlDevice::RequestASDRecording(CAttributeMap* request)
-{
-    Run(*request, commands::RequestASDRecording);
-}
-
-void ControlDevice::RequestStaveRecording(CAttributeMap* request)
-{
-    Run(*request, commands::RequestStaveRecording);
-}
-
-void ControlDevice::RequestAScanBeams(CAttributeMap* request)
-{
-    Run(*request, commands::RequestAScanBeams);
 }

@@ -11,16 +11,6 @@ using namespace qx5;
 namespace keys = qx5::protocol::keys;
 namespace records = qx5::protocol::records;
 
-void ControlDevice::RequestNewProjector(CAttributeMap* request)
-{
-    Run(*request, commands::RequestNewProjector);
-}
-
-void ControlDevice::RequestCalibrationControl(CAttributeMap* request)
-{
-    Run(*request, commands::RequestCalibrationControl);
-}
-
 void ControlDevice::RequestPingOnOff(CAttributeMap* request)
 {
     int state = 0;
@@ -117,16 +107,6 @@ void ControlDevice::RequestManualTemperature(CAttributeMap* request)
     Report(echo.Tree(), commands::RequestManualTemperature.echoFlags);
 }
 
-void ControlDevice::RequestCoverageSector(CAttributeMap* request)
-{
-    Run(*request, commands::RequestCoverageSector);
-}
-
-void ControlDevice::RequestMotionCompensation(CAttributeMap* request)
-{
-    Run(*request, commands::RequestMotionCompensation);
-}
-
 void ControlDevice::RequestLoadFactoryParams(CAttributeMap* request)
 {
     // The device whose processor keeps a further settings record.
@@ -149,19 +129,4 @@ void ControlDevice::RequestLoadFactoryParams(CAttributeMap* request)
     echo.Tell(At<keys::x5CustomBeams>, 0.0);
     echo.Tell(At<keys::x5ConstantSpacing>, 0.0);
     Report(echo.Tree(), commands::RequestLoadFactoryParams.echoFlags);
-}
-
-void ControlDevice::RequestShutdown(CAttributeMap* request)
-{
-    Run(*request, commands::RequestShutdown);
-}
-
-void ControlDevice::RequestReboot(CAttributeMap* request)
-{
-    Run(*request, commands::RequestReboot);
-}
-
-void ControlDevice::RequestSSR7503CMD(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSSR7503CMD);
 }

@@ -90,11 +90,6 @@ void ControlDevice::RequestBeamMode(CAttributeMap* request)
     request->Add(At<keys::x5ConstantSpacingEnabled>, CVordalBool(constantSpacing), 0);
 }
 
-void ControlDevice::RequestFlexModeParams(CAttributeMap* request)
-{
-    Run(*request, commands::RequestFlexModeParams);
-}
-
 void ControlDevice::RequestConstantSpacing(CAttributeMap* request)
 {
     constexpr auto& spacingKey = At<keys::x5ConstantSpacing>;
@@ -161,11 +156,6 @@ void ControlDevice::RequestCustomBeams(CAttributeMap* request)
     Report(echo.Tree(), commands::RequestCustomBeams.echoFlags);
 }
 
-void ControlDevice::RequestProjectorBeamWidths(CAttributeMap* request)
-{
-    Run(*request, commands::RequestProjectorBeamWidths);
-}
-
 void ControlDevice::RequestResetCoverage(CAttributeMap* request)
 {
     constexpr double flexSectorCoverage = 45.0; // degrees
@@ -202,9 +192,4 @@ void ControlDevice::RequestResetCoverage(CAttributeMap* request)
     Replace(*request, At<keys::x5RxSteeringAngle>, (start + end) * 0.5);
     Replace(*request, At<keys::x5FlexSectorCoverage>, flexSectorCoverage);
     Replace(*request, At<keys::x5FlexSectorSteering>, 0.0);
-}
-
-void ControlDevice::RequestSystemMode(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSystemMode);
 }

@@ -1,8 +1,6 @@
 // The handlers for gates: where the bottom detection may look.
 #include "Gates.h"
 #include "../QX5SonarConfigurationControlDevice.h"
-#include "command_values.h"
-#include "echo_map.h"
 #include "reading.h"
 
 #include <array>
@@ -44,26 +42,6 @@ void PackPipeRoutePoint(CAttributeMap const& point, std::span<unsigned char> ite
 
 } // namespace
 
-void ControlDevice::RequestAbsoluteGates(CAttributeMap* request)
-{
-    Run(*request, commands::RequestAbsoluteGates);
-}
-
-void ControlDevice::RequestAdaptiveGates(CAttributeMap* request)
-{
-    Run(*request, commands::RequestAdaptiveGates);
-}
-
-void ControlDevice::RequestBarCheckGates(CAttributeMap* request)
-{
-    Run(*request, commands::RequestBarCheckGates);
-}
-
-void ControlDevice::RequestGateEnableFlags(CAttributeMap* request)
-{
-    Run(*request, commands::RequestGateEnableFlags);
-}
-
 void ControlDevice::SendLorqGating(CAttributeMap* request)
 {
     constexpr auto& groupKey = At<keys::x5LorqGating>;
@@ -85,9 +63,4 @@ void ControlDevice::SendLorqGating(CAttributeMap* request)
         }
         SendRemote(record.id, payload, OwnSonar);
     }
-}
-
-void ControlDevice::RequestVerticalDetectionMode(CAttributeMap* request)
-{
-    Run(*request, commands::RequestVerticalDetectionMode);
 }

@@ -258,8 +258,3 @@ void ControlDevice::UpdateSonarInstallationIdentifiers(CAttributeMap* request)
     echo.Tell(At<keys::ATTR_CABLELENGTH>, installation.cableLength);
     Report(echo.Tree(), commands::UpdateSonarInstallationIdentifiers.echoFlags);
 }
-
-void ControlDevice::RequestAuvConfig(CAttributeMap* request)
-{
-    Run(*request, commands::RequestAuvConfig);
-}

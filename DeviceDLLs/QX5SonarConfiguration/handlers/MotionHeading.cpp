@@ -5,11 +5,6 @@
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;
 
-void ControlDevice::RequestMotionSensorConfiguration(CAttributeMap* request)
-{
-    Run(*request, commands::RequestMotionSensorConfiguration);
-}
-
 void ControlDevice::RequestHeadingSensorConfiguration(CAttributeMap* request)
 {
     Run(*request, commands::RequestHeadingSensorConfiguration);

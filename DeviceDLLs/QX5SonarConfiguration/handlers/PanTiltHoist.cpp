@@ -143,16 +143,6 @@ void ControlDevice::RequestRaytracerSetupMode(CAttributeMap* request)
     Send(record, payload, command.sends.front().target);
 }
 
-void ControlDevice::RequestSetPanTiltRotate(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSetPanTiltRotate);
-}
-
-void ControlDevice::RequestHoistActive(CAttributeMap* request)
-{
-    Run(*request, commands::RequestHoistActive);
-}
-
 void ControlDevice::OnPanAndTiltUpdate()
 {
     if (!pingOnlyDuringScan || panTiltBuffer == nullptr ||

@@ -202,11 +202,6 @@ void ControlDevice::SendDgnssSerialPortConfig(CAttributeMap* request, AttributeK
     Send(record, payload, PositioningUnit);
 }
 
-void ControlDevice::SendDgnssSerialPortCorrectionsConfig(CAttributeMap* request)
-{
-    Run(*request, commands::SendDgnssSerialPortCorrectionsConfig);
-}
-
 void ControlDevice::SendDgnssNtripConfig(CAttributeMap* request)
 {
     if (!HasAnyOf(*request, commands::SendDgnssNtripConfig)) {
@@ -259,9 +254,4 @@ void ControlDevice::SendDgnssPpsConfig(CAttributeMap* request)
     PackKey(record, keys::OstDgnssInsPpsFlags, pulseFlags, payload);
     PackKey(record, keys::OstDgnssInsPpsDelayNs, delay, payload);
     Send(record, payload, PositioningUnit);
-}
-
-void ControlDevice::SendInsAutoCalibration(CAttributeMap* request)
-{
-    Run(*request, commands::SendInsAutoCalibration);
 }

@@ -30,16 +30,6 @@ std::wstring const& TextOf(Command const& command, CommandValues const& values, 
 
 } // namespace
 
-void ControlDevice::RequestSerialPortConfiguration(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSerialPortConfiguration);
-}
-
-void ControlDevice::RequestSerialPortStatus(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSerialPortStatus);
-}
-
 void ControlDevice::RequestUdpPortConfiguration(CAttributeMap* request)
 {
     constexpr Command const& command = commands::RequestUdpPortConfiguration;
@@ -64,16 +54,6 @@ void ControlDevice::RequestUdpPortConfiguration(CAttributeMap* request)
     EchoMap echo;
     TellOperands(command, values, record, payload, echo);
     Report(echo.Tree(), command.echoFlags);
-}
-
-void ControlDevice::RequestUdpPortStatus(CAttributeMap* request)
-{
-    Run(*request, commands::RequestUdpPortStatus);
-}
-
-void ControlDevice::RequestTimeSourceEnabled(CAttributeMap* request)
-{
-    Run(*request, commands::RequestTimeSourceEnabled);
 }
 
 void ControlDevice::RequestTimeSourceEthernetConfiguration(CAttributeMap* request)

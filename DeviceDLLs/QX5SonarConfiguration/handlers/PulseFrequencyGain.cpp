@@ -21,16 +21,6 @@ void ControlDevice::RequestPulseType(CAttributeMap* request)
     AskFor(commands::RequestPulseType.followUps);
 }
 
-void ControlDevice::RequestPulseCharacteristics(CAttributeMap* request)
-{
-    Run(*request, commands::RequestPulseCharacteristics);
-}
-
-void ControlDevice::RequestCenterFrequency(CAttributeMap* request)
-{
-    Run(*request, commands::RequestCenterFrequency);
-}
-
 void ControlDevice::RequestFMSweep(CAttributeMap* request)
 {
     constexpr auto& sweepKey = At<keys::x5FMSweep>;
@@ -80,16 +70,6 @@ void ControlDevice::RequestFMSweep(CAttributeMap* request)
     Report(echo, commands::RequestFMSweep.echoFlags);
 }
 
-void ControlDevice::RequestConfigureMultiFrequency(CAttributeMap* request)
-{
-    Run(*request, commands::RequestConfigureMultiFrequency);
-}
-
-void ControlDevice::RequestVernierParameters(CAttributeMap* request)
-{
-    Run(*request, commands::RequestVernierParameters);
-}
-
 void ControlDevice::RequestGainMode(CAttributeMap* request)
 {
     constexpr auto& modeKey = At<keys::x5GainMode>;
@@ -125,11 +105,6 @@ void ControlDevice::RequestGainMode(CAttributeMap* request)
     Report(echo.Tree(), commands::RequestGainMode.echoFlags);
 }
 
-void ControlDevice::RequestSourceLevelMode(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSourceLevelMode);
-}
-
 void ControlDevice::RequestSampleRate(CAttributeMap* request)
 {
     int selection = 0;
@@ -150,14 +125,4 @@ void ControlDevice::RequestSampleRate(CAttributeMap* request)
     QX5Utils::AddBeamModeAttribs(Stored(), echo.Tree());
     QX5Utils::AddPulseLengthValuesAttrib(Stored(), echo.Tree());
     Report(echo.Tree(), commands::RequestSampleRate.echoFlags);
-}
-
-void ControlDevice::RequestPingSequence(CAttributeMap* request)
-{
-    Run(*request, commands::RequestPingSequence);
-}
-
-void ControlDevice::RequestMultiPing(CAttributeMap* request)
-{
-    Run(*request, commands::RequestMultiPing);
 }

@@ -1,7 +1,6 @@
 // The handlers for the sonar's data recorder.
 #include "RecorderSettings.h"
 #include "../QX5SonarConfigurationControlDevice.h"
-#include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
 
@@ -32,19 +31,4 @@ void ControlDevice::RequestRDRFiltering(CAttributeMap* request)
     EchoMap echo;
     echo.Tell(At<keys::x5RDRFilterList>, entries);
     Report(echo.Tree(), commands::RequestRDRFiltering.echoFlags);
-}
-
-void ControlDevice::RequestRDRSettings(CAttributeMap* request)
-{
-    Run(*request, commands::RequestRDRSettings);
-}
-
-void ControlDevice::RequestRDRRecordingDirectory(CAttributeMap* request)
-{
-    Run(*request, commands::RequestRDRRecordingDirectory);
-}
-
-void ControlDevice::RequestRDRRecordingPreAndPostfix(CAttributeMap* request)
-{
-    Run(*request, commands::RequestRDRRecordingPreAndPostfix);
 }

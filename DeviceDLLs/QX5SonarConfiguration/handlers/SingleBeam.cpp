@@ -54,21 +54,6 @@ void ControlDevice::RequestTransducerIndex(CAttributeMap* request)
     }
 }
 
-void ControlDevice::RequestSbesChannelSelect(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSbesChannelSelect);
-}
-
-void ControlDevice::RequestSbesTransducerDraft(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSbesTransducerDraft);
-}
-
-void ControlDevice::RequestSbesOperationMode(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSbesOperationMode);
-}
-
 void ControlDevice::RequestSbesTrackerTweakMode(CAttributeMap* request)
 {
     constexpr std::size_t settings = 7;
@@ -96,26 +81,6 @@ void ControlDevice::RequestSbesTrackerTweakMode(CAttributeMap* request)
     Report(echo.Tree(), commands::RequestSbesTrackerTweakMode.echoFlags);
 }
 
-void ControlDevice::RequestSbesGainTweak(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSbesGainTweak);
-}
-
-void ControlDevice::RequestSbesPowerTweak(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSbesPowerTweak);
-}
-
-void ControlDevice::RequestSbesPulseLengthTweak(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSbesPulseLengthTweak);
-}
-
-void ControlDevice::RequestSbesRangeTweak(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSbesRangeTweak);
-}
-
 void ControlDevice::SendSbesTransducerUpdateXml(CAttributeMap* request)
 {
     CString xml;
@@ -139,11 +104,6 @@ void ControlDevice::SendSbesTransducerUpdateXml(CAttributeMap* request)
     SendMessageW(std::string(frame.begin(), frame.end()), false);
 }
 
-void ControlDevice::RequestSbesSettingsXml(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSbesSettingsXml);
-}
-
 void ControlDevice::SendSbesSettingsUpdateXml(CAttributeMap* request)
 {
     CString checksum;
@@ -160,9 +120,4 @@ void ControlDevice::SendSbesSettingsUpdateXml(CAttributeMap* request)
     protocol::PackField(records::SettingsXmlSize, static_cast<std::uint32_t>(settings.size()), payload.Bytes());
     PackTail(record, settings, payload);
     SendRemote(record.id, payload, OwnSonar);
-}
-
-void ControlDevice::RequestSbesDefaultSettings(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSbesDefaultSettings);
 }

@@ -21,16 +21,6 @@ double CommandTime(CAttributeMap const& request)
 
 } // namespace
 
-void ControlDevice::RequestCustomPlayback(CAttributeMap* request)
-{
-    Run(*request, commands::RequestCustomPlayback);
-}
-
-void ControlDevice::RequestCustomStorage(CAttributeMap* request)
-{
-    Run(*request, commands::RequestCustomStorage);
-}
-
 void ControlDevice::RequestPlaybackSpeed(CAttributeMap* request)
 {
     double speed = 0.0;

@@ -161,31 +161,6 @@ void ControlDevice::RequestAScanSetupMonitorerStatus(CAttributeMap* request)
                sending.target.deviceId, sending.target.enumerator);
 }
 
-void ControlDevice::SendImageEnhancementMode(CAttributeMap* request)
-{
-    Run(*request, commands::SendImageEnhancementMode);
-}
-
-void ControlDevice::SendDetectionSensitivity(CAttributeMap* request)
-{
-    Run(*request, commands::SendDetectionSensitivity);
-}
-
-void ControlDevice::SendDetectorAlgorithm(CAttributeMap* request)
-{
-    Run(*request, commands::SendDetectorAlgorithm);
-}
-
-void ControlDevice::SendCADBeamAndSampleSetting(CAttributeMap* request)
-{
-    Run(*request, commands::SendCADBeamAndSampleSetting);
-}
-
-void ControlDevice::SendUserRole(CAttributeMap* request)
-{
-    Run(*request, commands::SendUserRole);
-}
-
 void ControlDevice::SendSystemEvent(CAttributeMap* request)
 {
     int type = 0;

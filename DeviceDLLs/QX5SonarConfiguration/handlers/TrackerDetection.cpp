@@ -47,11 +47,6 @@ bool IsGiven(protocol::Value const& value)
 
 } // namespace
 
-void ControlDevice::RequestTrackerControl(CAttributeMap* request)
-{
-    Run(*request, commands::RequestTrackerControl);
-}
-
 void ControlDevice::RequestManualAutoConfig(CAttributeMap* request)
 {
     constexpr auto& nameKey = At<keys::AutoConfigActiveName>;
@@ -70,21 +65,6 @@ void ControlDevice::RequestManualAutoConfig(CAttributeMap* request)
     echo.Tell(At<keys::AutoConfigManualDone>, true);
     echo.Tell(nameKey, name);
     Report(echo.Tree(), commands::RequestManualAutoConfig.echoFlags);
-}
-
-void ControlDevice::RequestMultiDetect(CAttributeMap* request)
-{
-    Run(*request, commands::RequestMultiDetect);
-}
-
-void ControlDevice::RequestSnippetControl(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSnippetControl);
-}
-
-void ControlDevice::RequestForwardDetect(CAttributeMap* request)
-{
-    Run(*request, commands::RequestForwardDetect);
 }
 
 void ControlDevice::SendEchoMarker(CAttributeMap* request)
@@ -108,14 +88,4 @@ void ControlDevice::SendEchoMarker(CAttributeMap* request)
         }
     }
     SendRecord(record.id, payload.Data(), record.size, 0.0, OwnSonar.deviceId, OwnSonar.enumerator);
-}
-
-void ControlDevice::RequestSearchDepth(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSearchDepth);
-}
-
-void ControlDevice::RequestSystemDepth(CAttributeMap* request)
-{
-    Run(*request, commands::RequestSystemDepth);
 }

@@ -9,21 +9,6 @@ using namespace qx5;
 namespace keys = qx5::protocol::keys;
 namespace records = qx5::protocol::records;
 
-void ControlDevice::RequestPPSEdge(CAttributeMap* request)
-{
-    Run(*request, commands::RequestPPSEdge);
-}
-
-void ControlDevice::RequestTriggerOutput(CAttributeMap* request)
-{
-    Run(*request, commands::RequestTriggerOutput);
-}
-
-void ControlDevice::RequestAdvancedTriggerOutput(CAttributeMap* request)
-{
-    Run(*request, commands::RequestAdvancedTriggerOutput);
-}
-
 void ControlDevice::RequestTriggerInput(CAttributeMap* request)
 {
     bool on = false;

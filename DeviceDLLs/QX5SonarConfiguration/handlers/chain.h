@@ -1,16 +1,19 @@
 // The chain that every request runs through: its rows, in the order in which they take effect.
 #pragma once
 
-// HANDLER(name)        a handler of the device class; its command stands under the same name in qx5::commands
-// KEYED(name, key)     a handler that is told its key
+// TABLE(name)                a handler that does what the command of that name in qx5::commands tells, and nothing else
+// HANDLER(name)              a handler written by hand; its command stands under the same name in qx5::commands
+// KEYED(name, key)           such a handler that is told its key
 // SCALAR(record, key, kind)  one key that goes out as the whole payload of one record
+//
+// A row declares its handler in the device class; that of TABLE also defines it.
 //
 // The order carries meaning: a handler may write keys into the request for a handler further down, and some rely on
 // what ran before them.
-#define QX5_REQUEST_CHAIN(HANDLER, KEYED, SCALAR)                                                                      \
-    HANDLER(RequestNewProjector)                                                                                       \
-    HANDLER(RequestCalibrationControl)                                                                                 \
-    HANDLER(RequestDeckMode)                                                                                           \
+#define QX5_REQUEST_CHAIN(TABLE, HANDLER, KEYED, SCALAR)                                                               \
+    TABLE(RequestNewProjector)                                                                                         \
+    TABLE(RequestCalibrationControl)                                                                                   \
+    TABLE(RequestDeckMode)                                                                                             \
     SCALAR(Absorption, x5Absorption, PARM_FLOAT)                                                                       \
     SCALAR(SpreadingLoss, x5SpreadingLoss, PARM_FLOAT)                                                                 \
     SCALAR(Range, x5Range, PARM_FLOAT)                                                                                 \
@@ -28,65 +31,65 @@
     HANDLER(RequestManualTemperature)                                                                                  \
     HANDLER(RequestBeamMode)                                                                                           \
     HANDLER(RequestResetCoverage)                                                                                      \
-    HANDLER(RequestCoverageSector)                                                                                     \
-    HANDLER(RequestFlexModeParams)                                                                                     \
-    HANDLER(RequestAbsoluteGates)                                                                                      \
-    HANDLER(RequestAdaptiveGates)                                                                                      \
-    HANDLER(RequestBarCheckGates)                                                                                      \
-    HANDLER(RequestGateEnableFlags)                                                                                    \
-    HANDLER(RequestSystemMode)                                                                                         \
+    TABLE(RequestCoverageSector)                                                                                       \
+    TABLE(RequestFlexModeParams)                                                                                       \
+    TABLE(RequestAbsoluteGates)                                                                                        \
+    TABLE(RequestAdaptiveGates)                                                                                        \
+    TABLE(RequestBarCheckGates)                                                                                        \
+    TABLE(RequestGateEnableFlags)                                                                                      \
+    TABLE(RequestSystemMode)                                                                                           \
     HANDLER(RequestRDRFiltering)                                                                                       \
-    HANDLER(RequestRDRSettings)                                                                                        \
-    HANDLER(RequestRDRRecordingDirectory)                                                                              \
-    HANDLER(RequestRDRRecordingPreAndPostfix)                                                                          \
-    HANDLER(RequestMotionCompensation)                                                                                 \
-    HANDLER(RequestMotionSensorConfiguration)                                                                          \
+    TABLE(RequestRDRSettings)                                                                                          \
+    TABLE(RequestRDRRecordingDirectory)                                                                                \
+    TABLE(RequestRDRRecordingPreAndPostfix)                                                                            \
+    TABLE(RequestMotionCompensation)                                                                                   \
+    TABLE(RequestMotionSensorConfiguration)                                                                            \
     HANDLER(RequestLoadFactoryParams)                                                                                  \
     HANDLER(RequestDisconnectSlave)                                                                                    \
     HANDLER(RequestConnectSlave)                                                                                       \
     HANDLER(RequestSetSlavedRecords)                                                                                   \
     HANDLER(RequestGainMode)                                                                                           \
-    HANDLER(RequestProjectorBeamWidths)                                                                                \
-    HANDLER(RequestCenterFrequency)                                                                                    \
-    HANDLER(RequestPPSEdge)                                                                                            \
-    HANDLER(RequestMultiPing)                                                                                          \
-    HANDLER(RequestTriggerOutput)                                                                                      \
-    HANDLER(RequestAdvancedTriggerOutput)                                                                              \
-    HANDLER(RequestPowerBuiltInPOSMV)                                                                                  \
+    TABLE(RequestProjectorBeamWidths)                                                                                  \
+    TABLE(RequestCenterFrequency)                                                                                      \
+    TABLE(RequestPPSEdge)                                                                                              \
+    TABLE(RequestMultiPing)                                                                                            \
+    TABLE(RequestTriggerOutput)                                                                                        \
+    TABLE(RequestAdvancedTriggerOutput)                                                                                \
+    TABLE(RequestPowerBuiltInPOSMV)                                                                                    \
     HANDLER(RequestTriggerInput)                                                                                       \
     HANDLER(RequestFMSweep)                                                                                            \
     HANDLER(RequestCustomBeams)                                                                                        \
     HANDLER(RequestConstantSpacing)                                                                                    \
-    HANDLER(RequestTrackerControl)                                                                                     \
-    HANDLER(RequestMultiDetect)                                                                                        \
-    HANDLER(RequestSnippetControl)                                                                                     \
-    HANDLER(RequestPowerSaveMode)                                                                                      \
-    HANDLER(RequestAuvConfig)                                                                                          \
-    HANDLER(RequestDutyCycleLimitation)                                                                                \
+    TABLE(RequestTrackerControl)                                                                                       \
+    TABLE(RequestMultiDetect)                                                                                          \
+    TABLE(RequestSnippetControl)                                                                                       \
+    TABLE(RequestPowerSaveMode)                                                                                        \
+    TABLE(RequestAuvConfig)                                                                                            \
+    TABLE(RequestDutyCycleLimitation)                                                                                  \
     HANDLER(Request7042Options)                                                                                        \
     HANDLER(RequestImageDataSetup)                                                                                     \
     HANDLER(RequestSampleRate)                                                                                         \
-    HANDLER(RequestVernierParameters)                                                                                  \
+    TABLE(RequestVernierParameters)                                                                                    \
     HANDLER(RequestManualAutoConfig)                                                                                   \
-    HANDLER(RequestConfigureMultiFrequency)                                                                            \
-    HANDLER(RequestAScanBeams)                                                                                         \
-    HANDLER(RequestPingSequence)                                                                                       \
-    HANDLER(RequestVerticalDetectionMode)                                                                              \
-    HANDLER(RequestSourceLevelMode)                                                                                    \
-    HANDLER(RequestPulseCharacteristics)                                                                               \
-    HANDLER(RequestSearchDepth)                                                                                        \
-    HANDLER(RequestSystemDepth)                                                                                        \
-    HANDLER(RequestSoundVelocityProbe)                                                                                 \
-    HANDLER(RequestASDRecording)                                                                                       \
-    HANDLER(RequestStaveRecording)                                                                                     \
-    HANDLER(RequestForwardDetect)                                                                                      \
-    HANDLER(RequestPortSensorConfiguration)                                                                            \
-    HANDLER(RequestQMIOAddresses)                                                                                      \
-    HANDLER(RequestCustomPlayback)                                                                                     \
-    HANDLER(RequestCustomStorage)                                                                                      \
-    HANDLER(RequestSensorsSettings)                                                                                    \
-    HANDLER(RequestStacking)                                                                                           \
-    HANDLER(RequestSonarMounting)                                                                                      \
+    TABLE(RequestConfigureMultiFrequency)                                                                              \
+    TABLE(RequestAScanBeams)                                                                                           \
+    TABLE(RequestPingSequence)                                                                                         \
+    TABLE(RequestVerticalDetectionMode)                                                                                \
+    TABLE(RequestSourceLevelMode)                                                                                      \
+    TABLE(RequestPulseCharacteristics)                                                                                 \
+    TABLE(RequestSearchDepth)                                                                                          \
+    TABLE(RequestSystemDepth)                                                                                          \
+    TABLE(RequestSoundVelocityProbe)                                                                                   \
+    TABLE(RequestASDRecording)                                                                                         \
+    TABLE(RequestStaveRecording)                                                                                       \
+    TABLE(RequestForwardDetect)                                                                                        \
+    TABLE(RequestPortSensorConfiguration)                                                                              \
+    TABLE(RequestQMIOAddresses)                                                                                        \
+    TABLE(RequestCustomPlayback)                                                                                       \
+    TABLE(RequestCustomStorage)                                                                                        \
+    TABLE(RequestSensorsSettings)                                                                                      \
+    TABLE(RequestStacking)                                                                                             \
+    TABLE(RequestSonarMounting)                                                                                        \
     HANDLER(SendLorqGating)                                                                                            \
     HANDLER(SendEchoMarker)                                                                                            \
     HANDLER(UpdateSonarInstallationIdentifiers)                                                                        \
@@ -96,48 +99,48 @@
     HANDLER(RequestPlaybackStepBack)                                                                                   \
     HANDLER(RequestPlaybackLoop)                                                                                       \
     SCALAR(SingleBeamMaxPingRate, x5MaxPingRate, PARM_FLOAT)                                                           \
-    HANDLER(RequestSbesChannelSelect)                                                                                  \
+    TABLE(RequestSbesChannelSelect)                                                                                    \
     HANDLER(RequestTransducerIndex)                                                                                    \
-    HANDLER(RequestSbesTransducerDraft)                                                                                \
-    HANDLER(RequestSbesOperationMode)                                                                                  \
+    TABLE(RequestSbesTransducerDraft)                                                                                  \
+    TABLE(RequestSbesOperationMode)                                                                                    \
     HANDLER(RequestSbesTrackerTweakMode)                                                                               \
-    HANDLER(RequestSbesGainTweak)                                                                                      \
-    HANDLER(RequestSbesPowerTweak)                                                                                     \
-    HANDLER(RequestSbesPulseLengthTweak)                                                                               \
-    HANDLER(RequestSbesRangeTweak)                                                                                     \
-    HANDLER(RequestSerialPortConfiguration)                                                                            \
-    HANDLER(RequestSerialPortStatus)                                                                                   \
+    TABLE(RequestSbesGainTweak)                                                                                        \
+    TABLE(RequestSbesPowerTweak)                                                                                       \
+    TABLE(RequestSbesPulseLengthTweak)                                                                                 \
+    TABLE(RequestSbesRangeTweak)                                                                                       \
+    TABLE(RequestSerialPortConfiguration)                                                                              \
+    TABLE(RequestSerialPortStatus)                                                                                     \
     HANDLER(RequestSerialPortConfigRecord)                                                                             \
     HANDLER(RequestSerialPortStatusRecord)                                                                             \
     HANDLER(RequestUdpPortConfiguration)                                                                               \
-    HANDLER(RequestUdpPortStatus)                                                                                      \
+    TABLE(RequestUdpPortStatus)                                                                                        \
     HANDLER(RequestUdpPortConfigRecord)                                                                                \
     HANDLER(RequestUdpPortStatusRecord)                                                                                \
     HANDLER(SychronizeTargetManagersHandler)                                                                           \
     HANDLER(SendTargetList)                                                                                            \
     HANDLER(RequestAScanSetupMonitorerStatus)                                                                          \
     HANDLER(RequestRaytracerSetupMode)                                                                                 \
-    HANDLER(RequestSetPanTiltRotate)                                                                                   \
-    HANDLER(RequestHoistActive)                                                                                        \
+    TABLE(RequestSetPanTiltRotate)                                                                                     \
+    TABLE(RequestHoistActive)                                                                                          \
     HANDLER(RequestTimeSourceEthernetConfiguration)                                                                    \
-    HANDLER(RequestTimeSourceEnabled)                                                                                  \
-    HANDLER(RequestShutdown)                                                                                           \
-    HANDLER(RequestReboot)                                                                                             \
-    HANDLER(RequestSSR7503CMD)                                                                                         \
-    HANDLER(SendImageEnhancementMode)                                                                                  \
-    HANDLER(SendDetectionSensitivity)                                                                                  \
-    HANDLER(SendDetectorAlgorithm)                                                                                     \
-    HANDLER(SendCADBeamAndSampleSetting)                                                                               \
-    HANDLER(SendUserRole)                                                                                              \
+    TABLE(RequestTimeSourceEnabled)                                                                                    \
+    TABLE(RequestShutdown)                                                                                             \
+    TABLE(RequestReboot)                                                                                               \
+    TABLE(RequestSSR7503CMD)                                                                                           \
+    TABLE(SendImageEnhancementMode)                                                                                    \
+    TABLE(SendDetectionSensitivity)                                                                                    \
+    TABLE(SendDetectorAlgorithm)                                                                                       \
+    TABLE(SendCADBeamAndSampleSetting)                                                                                 \
+    TABLE(SendUserRole)                                                                                                \
     HANDLER(SendSystemEvent)                                                                                           \
     HANDLER(SendDGNSSGeometry)                                                                                         \
     HANDLER(SendDGNSSConfiguratorXml)                                                                                  \
     HANDLER(SendDGNSSSerialPortConfiguration)                                                                          \
-    HANDLER(SendDgnssSerialPortCorrectionsConfig)                                                                      \
+    TABLE(SendDgnssSerialPortCorrectionsConfig)                                                                        \
     HANDLER(SendDgnssNtripConfig)                                                                                      \
     HANDLER(SendDgnssPpsConfig)                                                                                        \
-    HANDLER(SendInsAutoCalibration)                                                                                    \
+    TABLE(SendInsAutoCalibration)                                                                                      \
     HANDLER(SendSbesTransducerUpdateXml)                                                                               \
-    HANDLER(RequestSbesSettingsXml)                                                                                    \
+    TABLE(RequestSbesSettingsXml)                                                                                      \
     HANDLER(SendSbesSettingsUpdateXml)                                                                                 \
-    HANDLER(RequestSbesDefaultSettings)
+    TABLE(RequestSbesDefaultSettings)

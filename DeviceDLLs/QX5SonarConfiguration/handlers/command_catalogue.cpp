@@ -1,27 +1,9 @@
 // The chain's rows with their commands, made of the tables that the handlers use.
 #include "command_catalogue.h"
 
-#include "Acquisition.h"
-#include "BasicCommands.h"
-#include "BeamGeometry.h"
-#include "DataRecording.h"
-#include "DualHead.h"
-#include "Gates.h"
-#include "Installation.h"
-#include "MotionHeading.h"
-#include "PanTiltHoist.h"
-#include "PortSensors.h"
-#include "Positioning.h"
-#include "ProcessorPorts.h"
-#include "PulseFrequencyGain.h"
-#include "RecorderSettings.h"
-#include "SingleBeam.h"
-#include "StoragePlayback.h"
-#include "TargetExchange.h"
-#include "TrackerDetection.h"
-#include "TriggersTiming.h"
 #include "chain.h"
 #include "command_checks.h"
+#include "commands.h"
 
 #include <array>
 
@@ -48,7 +30,7 @@ struct Scalar
     ChainEntry{0, "RequestValue", Checked<Scalar<keys::key, records::record>::command>(), &keys::key},
 constexpr auto MakeChain()
 {
-    std::array chain{QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_KEYED, QX5_SCALAR) ChainEntry{}};
+    std::array chain{QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_HANDLER, QX5_KEYED, QX5_SCALAR) ChainEntry{}};
     std::array<ChainEntry, chain.size() - 1> numbered{};
     for (std::size_t i = 0; i < numbered.size(); ++i) {
         numbered[i] = chain[i];

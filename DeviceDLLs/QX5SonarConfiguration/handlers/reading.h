@@ -48,9 +48,14 @@ AttributeKey const& AskedBy(CAttributeMap const& request, AttributeKey const& mi
     return *asked;
 }
 
-/// Reads a value of the kind that the key carries; leaves `value` alone on failure. A key of kind Any or Branch has
-/// nothing to read.
-bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute,
-             protocol::Value& value);
+/// Reads a value of that kind; leaves `value` alone on failure. Of the kinds Any and Branch there is nothing to read.
+bool ReadKind(CAttributeMap const& tree, protocol::Kind kind, AttributeKey const& attribute, protocol::Value& value);
+
+/// The same of the kind that the key carries.
+inline bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute,
+                    protocol::Value& value)
+{
+    return ReadKind(tree, key.kind, attribute, value);
+}
 
 } // namespace qx5

@@ -133,9 +133,9 @@ bool IsTriggered(CAttributeMap const& request, Command const& command)
     return false;
 }
 
-bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute, protocol::Value& value)
+bool ReadKind(CAttributeMap const& tree, protocol::Kind kind, AttributeKey const& attribute, protocol::Value& value)
 {
-    switch (key.kind) {
+    switch (kind) {
     case protocol::Kind::Int:
         return ReadAs<int>(tree, attribute, value);
     case protocol::Kind::UInt:

@@ -1,0 +1,22 @@
+// The commands of all families.
+#pragma once
+
+#include "Acquisition.h"
+#include "BasicCommands.h"
+#include "BeamGeometry.h"
+#include "DataRecording.h"
+#include "DualHead.h"
+#include "Gates.h"
+#include "Installation.h"
+#include "MotionHeading.h"
+#include "PanTiltHoist.h"
+#include "PortSensors.h"
+#include "Positioning.h"
+#include "ProcessorPorts.h"
+#include "PulseFrequencyGain.h"
+#include "RecorderSettings.h"
+#include "SingleBeam.h"
+#include "StoragePlayback.h"
+#include "TargetExchange.h"
+#include "TrackerDetection.h"
+#include "TriggersTiming.h"
