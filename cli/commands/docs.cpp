@@ -68,9 +68,6 @@ int Docs(DocsOptions const& options)
         "sonar, and the records are what the far end received, decoded.\n\n";
     for (ChainEntry const& entry : Chain()) {
         Command const& command = *entry.command;
-        if (command.form == Form::Awaited) {
-            continue;
-        }
         simulator::ServerOptions server;
         simulator::SonarServer sonar(server, [&](simulator::SonarEvent const& event) {
             if (event.kind == simulator::EventKind::Record) {

@@ -29,8 +29,6 @@ std::string Text(protocol::Key const& key)
 std::string_view FormText(Form form)
 {
     switch (form) {
-    case Form::Awaited:
-        return "not built yet";
     case Form::Direct:
         return "direct: the key must be readable in the request";
     case Form::Strict:
@@ -194,17 +192,12 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
 {
     Command const& command = *entry.command;
     fmt::print("row {} of the chain, {}\n", entry.row, entry.handler);
-    if (command.form == Form::Awaited) {
-        fmt::print("  not built yet: it does nothing\n");
-        return;
-    }
     fmt::print("  read    {}\n", FormText(command.form));
     bool const completes = command.form == Form::Strict || command.form == Form::Lax;
     for (Operand const& operand : command.operands) {
-        std::string line =
-            fmt::format("          {}{:<36} {:<8}",
-                        completes && operand.options.triggers && operand.options.source != Source::Stored ? "* " : "  ",
-                        Text(*operand.key), KindText(operand.key->kind));
+        std::string line = fmt::format("          {}{:<36} {:<8}",
+                                       completes && operand.options.triggers && IsRequestable(operand) ? "* " : "  ",
+                                       Text(*operand.key), KindText(operand.key->kind));
         if (std::string_view const unit = protocol::UnitText(operand.key->unit); !unit.empty()) {
             line += fmt::format(" [{}]", unit);
         }
@@ -215,13 +208,14 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
         } else if (operand.options.source == Source::Branch) {
             line += fmt::format(" in the branch {}", Text(*command.operands.front().key));
         } else if (operand.options.source == Source::Told) {
-            line += " not read, only told";
+            line += " not read, told as " + DefaultText(operand);
         } else if (operand.options.source == Source::Request && command.form != Form::Direct &&
                    command.form != Form::AllRequired) {
             line += " from the request alone";
         }
         bool const hasDefault = operand.key->kind != Kind::Branch && operand.key->kind != Kind::Any;
-        if ((command.form == Form::Lax || operand.options.optional) && hasDefault) {
+        if ((command.form == Form::Lax || operand.options.optional) && hasDefault &&
+            operand.options.source != Source::Told) {
             line += " default " + DefaultText(operand);
         }
         if (&*operand.key == marked) {
@@ -250,7 +244,7 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
         }
         fmt::print("  sent    {} {} {}, {}, to {}{}\n", carrier, sending.record.id, sending.record.name, size,
                    TargetText(sending.target, sending.addressee),
-                   sending.when.empty() ? "" : fmt::format(", when {}", sending.when));
+                   sending.when.text.empty() ? "" : fmt::format(", when {}", sending.when.text));
         PrintFields(sending.record.fields, marked, "          ");
         PrintFields(sending.record.itemFields, marked, "          item ");
         if (sending.record.tailKey != nullptr) {
@@ -288,7 +282,7 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
     }
     for (FollowUp const& followUp : command.followUps) {
         fmt::print("  asked   record {} of {}{}\n", followUp.recordId, TargetText(followUp.target),
-                   followUp.when.empty() ? "" : fmt::format(", when {}", followUp.when));
+                   followUp.when.text.empty() ? "" : fmt::format(", when {}", followUp.when.text));
     }
 }
 

@@ -156,14 +156,14 @@ TEST_F(ExplainedTargets, EachRecordThatACommandTellsOfLeavesForWhomItTells)
         frames.left.clear();
         Request(sample.request);
         for (qx5::Sending const& sending : entry.command->sends) {
-            if (sending.when.empty()) {
+            if (sending.when.text.empty()) {
                 EXPECT_TRUE(HasLeft(Told(sending)))
                     << "row " << entry.row << ", " << entry.handler << ": no " << Told(sending);
                 ++sendings;
             }
         }
         for (qx5::FollowUp const& followUp : entry.command->followUps) {
-            if (followUp.when.empty()) {
+            if (followUp.when.text.empty()) {
                 EXPECT_TRUE(HasLeft(Told(followUp)))
                     << "row " << entry.row << ", " << entry.handler << ": no " << Told(followUp);
             }

@@ -11,20 +11,6 @@ using namespace qx5;
 namespace keys = qx5::protocol::keys;
 namespace records = qx5::protocol::records;
 
-void ControlDevice::RequestPingOnOff(CAttributeMap* request)
-{
-    int state = 0;
-    if (!Read(*request, At<keys::x5PingOnOffState>, state)) {
-        return;
-    }
-    SendRemote(state != 0 ? records::PingsOn.Id() : records::PingsOff.Id(), {}, OwnSonar);
-
-    EchoMap echo;
-    echo.Tell(At<keys::x5PingOnOffState>, state);
-    echo.Tell(At<keys::PingSequenceId>, -1);
-    Report(echo.Tree(), commands::RequestPingOnOff.echoFlags);
-}
-
 void ControlDevice::RequestPingOnlyDuringScanning(CAttributeMap* request)
 {
     if (!Read(*request, At<keys::PingOnlyDuringScan>, pingOnlyDuringScan)) {
@@ -120,7 +106,7 @@ void ControlDevice::RequestLoadFactoryParams(CAttributeMap* request)
     int deviceId = 0;
     Read(Stored(), At<keys::DeviceId>, deviceId);
     for (FollowUp const& followUp : commands::RequestLoadFactoryParams.followUps) {
-        if (followUp.when.empty() || deviceId == deviceWithRecord7059) {
+        if (followUp.when.kind == Condition::Kind::Always || deviceId == deviceWithRecord7059) {
             SingleRecordRequest(followUp.recordId, followUp.target.deviceId, followUp.target.enumerator);
         }
     }

@@ -22,10 +22,9 @@ inline constexpr Operand calibrationKeys[]{keys::x5CalibCommand};
 inline constexpr Sending calibrationSends[]{{records::CalibrationControl}};
 inline constexpr FollowUp calibrationAsks[]{{7055}};
 
-inline constexpr Operand pingOnOffKeys[]{{keys::x5PingOnOffState, fromRequest},
-                                         {keys::PingSequenceId, {.source = Source::Told}}};
-inline constexpr Sending pingOnOffSends[]{{records::PingsOn, OwnSonar, "the state is not 0"},
-                                          {records::PingsOff, OwnSonar, "the state is 0"}};
+inline constexpr Operand noPingSequence{keys::PingSequenceId, {.source = Source::Told, .fallback = -1.0}};
+inline constexpr Operand pingOnOffKeys[]{keys::x5PingOnOffState, noPingSequence};
+inline constexpr Sending pingOnOffSends[]{{records::PingsOn, OwnSonar, WhenNot0}, {records::PingsOff, OwnSonar, When0}};
 
 inline constexpr Operand pingOnlyDuringScanKeys[]{{keys::PingOnlyDuringScan, fromRequest}};
 
@@ -81,11 +80,11 @@ inline constexpr Command RequestCalibrationControl{
 };
 
 inline constexpr Command RequestPingOnOff{
-    .form = Form::Own,
+    .form = Form::Direct,
     .operands = basic::pingOnOffKeys,
     .sends = basic::pingOnOffSends,
     .echoFlags = 0,
-    .note = "Direct. The echo also tells that no ping sequence runs (-1).",
+    .note = "The echo also tells that no ping sequence runs (-1).",
 };
 
 inline constexpr Command RequestPingOnlyDuringScanning{

@@ -3,6 +3,8 @@
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "reading.h"
 
+#include <protocol/pack.h>
+
 #include <array>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;

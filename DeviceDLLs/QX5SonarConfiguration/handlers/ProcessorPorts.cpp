@@ -4,7 +4,6 @@
 #include "command_values.h"
 #include "echo_map.h"
 #include "number_text.h"
-#include "reading.h"
 
 #include <string>
 
@@ -14,14 +13,6 @@ namespace keys = qx5::protocol::keys;
 namespace records = qx5::protocol::records;
 
 namespace {
-
-/// Whether the command's one key is true in the request.
-bool IsAskedFor(CAttributeMap const& request, Command const& command)
-{
-    bool asked = false;
-    Read(request, command.operands.front().attribute, asked);
-    return asked;
-}
 
 std::wstring const& TextOf(Command const& command, CommandValues const& values, protocol::Key const& key)
 {
@@ -75,32 +66,4 @@ void ControlDevice::RequestTimeSourceEthernetConfiguration(CAttributeMap* reques
     PackOperands(command, values, record, payload);
     PackKey(record, keys::TimeSourceIPV4, address, payload);
     SendRemote(record.id, payload, OwnSonar);
-}
-
-void ControlDevice::RequestSerialPortConfigRecord(CAttributeMap* request)
-{
-    if (IsAskedFor(*request, commands::RequestSerialPortConfigRecord)) {
-        AskFor(commands::RequestSerialPortConfigRecord.followUps);
-    }
-}
-
-void ControlDevice::RequestSerialPortStatusRecord(CAttributeMap* request)
-{
-    if (IsAskedFor(*request, commands::RequestSerialPortStatusRecord)) {
-        AskFor(commands::RequestSerialPortStatusRecord.followUps);
-    }
-}
-
-void ControlDevice::RequestUdpPortConfigRecord(CAttributeMap* request)
-{
-    if (IsAskedFor(*request, commands::RequestUdpPortConfigRecord)) {
-        AskFor(commands::RequestUdpPortConfigRecord.followUps);
-    }
-}
-
-void ControlDevice::RequestUdpPortStatusRecord(CAttributeMap* request)
-{
-    if (IsAskedFor(*request, commands::RequestUdpPortStatusRecord)) {
-        AskFor(commands::RequestUdpPortStatusRecord.followUps);
-    }
 }

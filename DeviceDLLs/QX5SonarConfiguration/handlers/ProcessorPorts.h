@@ -57,17 +57,15 @@ inline constexpr Operand timeSourceEthernetKeys[]{
     {keys::TimeSourceID, fromRequest}, {keys::TimeSourceName, fromRequest}, {keys::TimeSourceIPV4, fromRequest}};
 inline constexpr Sending timeSourceEthernetSends[]{{records::TimeSourceEthernet}};
 
-inline constexpr std::string_view whenTrue = "the value is true";
-inline constexpr std::string_view reportNote = "Direct. Asks for a report when the value is true; false does nothing.";
-inline constexpr Operand serialConfigReportKeys[]{{keys::SerialPortsConfigRequest, fromRequest}};
-inline constexpr FollowUp serialConfigReportAsks[]{{10060, OwnSonarZero, whenTrue}};
-inline constexpr Operand serialStatusReportKeys[]{{keys::SerialPortsStatusRequest, fromRequest}};
-inline constexpr FollowUp serialStatusReportAsks[]{{10061, OwnSonarZero, whenTrue}};
-inline constexpr Operand udpConfigReportKeys[]{{keys::UdpPortsConfigRequest, fromRequest}};
-inline constexpr FollowUp udpConfigReportAsks[]{{10063, OwnSonarZero, whenTrue}};
-inline constexpr Operand udpStatusReportKeys[]{{keys::UdpPortsStatusRequest, fromRequest}};
+inline constexpr Operand serialConfigReportKeys[]{keys::SerialPortsConfigRequest};
+inline constexpr FollowUp serialConfigReportAsks[]{{10060, OwnSonarZero, WhenTrue}};
+inline constexpr Operand serialStatusReportKeys[]{keys::SerialPortsStatusRequest};
+inline constexpr FollowUp serialStatusReportAsks[]{{10061, OwnSonarZero, WhenTrue}};
+inline constexpr Operand udpConfigReportKeys[]{keys::UdpPortsConfigRequest};
+inline constexpr FollowUp udpConfigReportAsks[]{{10063, OwnSonarZero, WhenTrue}};
+inline constexpr Operand udpStatusReportKeys[]{keys::UdpPortsStatusRequest};
 // The status of UDP ports comes in the record of the serial ports.
-inline constexpr FollowUp udpStatusReportAsks[]{{10061, OwnSonarZero, whenTrue}};
+inline constexpr FollowUp udpStatusReportAsks[]{{10061, OwnSonarZero, WhenTrue}};
 
 } // namespace processor_ports
 
@@ -119,31 +117,27 @@ inline constexpr Command RequestTimeSourceEthernetConfiguration{
 };
 
 inline constexpr Command RequestSerialPortConfigRecord{
-    .form = Form::Own,
+    .form = Form::Direct,
     .operands = processor_ports::serialConfigReportKeys,
     .followUps = processor_ports::serialConfigReportAsks,
-    .note = processor_ports::reportNote,
 };
 
 inline constexpr Command RequestSerialPortStatusRecord{
-    .form = Form::Own,
+    .form = Form::Direct,
     .operands = processor_ports::serialStatusReportKeys,
     .followUps = processor_ports::serialStatusReportAsks,
-    .note = processor_ports::reportNote,
 };
 
 inline constexpr Command RequestUdpPortConfigRecord{
-    .form = Form::Own,
+    .form = Form::Direct,
     .operands = processor_ports::udpConfigReportKeys,
     .followUps = processor_ports::udpConfigReportAsks,
-    .note = processor_ports::reportNote,
 };
 
 inline constexpr Command RequestUdpPortStatusRecord{
-    .form = Form::Own,
+    .form = Form::Direct,
     .operands = processor_ports::udpStatusReportKeys,
     .followUps = processor_ports::udpStatusReportAsks,
-    .note = processor_ports::reportNote,
 };
 
 } // namespace qx5::commands

@@ -5,6 +5,7 @@
 #include "reading.h"
 
 #include <protocol/bytes.h>
+#include <protocol/pack.h>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;

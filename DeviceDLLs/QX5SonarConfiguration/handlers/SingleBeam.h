@@ -15,7 +15,7 @@ inline constexpr OperandOptions fromRequest{.source = Source::Request};
 
 inline constexpr Operand transducerKeys[]{{keys::SbTransducerIndex, fromRequest}};
 inline constexpr Sending transducerSends[]{{records::TransducerSelect}};
-inline constexpr std::string_view whenLive = "the port is a live sonar connection";
+inline constexpr Condition whenLive = "the port is a live sonar connection";
 inline constexpr FollowUp transducerAsks[]{
     {7001, OwnSonar, whenLive}, {10000, OwnSonar, whenLive}, {10004, OwnSonarZero, whenLive}};
 

@@ -2,7 +2,6 @@
 #include "TrackerDetection.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
-#include "echo_map.h"
 #include "reading.h"
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
@@ -46,26 +45,6 @@ bool IsGiven(protocol::Value const& value)
 }
 
 } // namespace
-
-void ControlDevice::RequestManualAutoConfig(CAttributeMap* request)
-{
-    constexpr auto& nameKey = At<keys::AutoConfigActiveName>;
-    if (!request->Has(nameKey, 0)) {
-        return;
-    }
-    CString name;
-    Read(*request, nameKey, name);
-
-    protocol::RecordLayout const record = records::AutoConfiguration;
-    protocol::Payload payload(record.size);
-    PackKey(record, keys::AutoConfigActiveName, name.View(), payload);
-    SendRemote(record.id, payload, Processor);
-
-    EchoMap echo;
-    echo.Tell(At<keys::AutoConfigManualDone>, true);
-    echo.Tell(nameKey, name);
-    Report(echo.Tree(), commands::RequestManualAutoConfig.echoFlags);
-}
 
 void ControlDevice::SendEchoMarker(CAttributeMap* request)
 {

@@ -18,7 +18,7 @@ inline constexpr Operand trackerControlKeys[]{
 };
 inline constexpr Sending trackerControlSends[]{{records::TrackerControl}};
 
-inline constexpr Operand manualAutoConfigKeys[]{{keys::AutoConfigManualDone, {.source = Source::Told}},
+inline constexpr Operand manualAutoConfigKeys[]{{keys::AutoConfigManualDone, {.source = Source::Told, .fallback = 1.0}},
                                                 {keys::AutoConfigActiveName, {.source = Source::Request}}};
 inline constexpr Sending manualAutoConfigSends[]{{records::AutoConfiguration, Processor}};
 
@@ -64,7 +64,7 @@ inline constexpr Command RequestTrackerControl{
 };
 
 inline constexpr Command RequestManualAutoConfig{
-    .form = Form::Own,
+    .form = Form::Lax,
     .operands = tracker_detection::manualAutoConfigKeys,
     .sends = tracker_detection::manualAutoConfigSends,
     .echoFlags = 0,

@@ -30,8 +30,8 @@ inline constexpr Operand advancedTriggerOutputKeys[]{
 };
 inline constexpr Sending advancedTriggerOutputSends[]{{records::AdvancedTriggerOutput}};
 
-inline constexpr Operand triggerInputKeys[]{{keys::x5TriggerInput, {.source = Source::Request}}};
-inline constexpr Sending triggerInputSends[]{{records::TriggerInput, OwnSonar, "the value is true"}};
+inline constexpr Operand triggerInputKeys[]{keys::x5TriggerInput};
+inline constexpr Sending triggerInputSends[]{{records::TriggerInput, OwnSonar, WhenTrue}};
 
 } // namespace triggers_timing
 
@@ -58,11 +58,11 @@ inline constexpr Command RequestAdvancedTriggerOutput{
 };
 
 inline constexpr Command RequestTriggerInput{
-    .form = Form::Own,
+    .form = Form::Direct,
     .operands = triggers_timing::triggerInputKeys,
     .sends = triggers_timing::triggerInputSends,
     .echoFlags = 0,
-    .note = "Direct. A switch of one way: no record turns the input off, so false is echoed and nothing sent.",
+    .note = "A switch of one way: no record turns the input off, so false is echoed and nothing sent.",
 };
 
 } // namespace qx5::commands

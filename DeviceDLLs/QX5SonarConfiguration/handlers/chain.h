@@ -23,7 +23,7 @@
     SCALAR(PulseLength, x5PulseLength, PARM_FLOAT)                                                                     \
     SCALAR(Gain, x5Gain, PARM_FLOAT)                                                                                   \
     SCALAR(BeamSteer, x5BeamSteer, PARM_ANGLE_PAIR)                                                                    \
-    HANDLER(RequestPingOnOff)                                                                                          \
+    TABLE(RequestPingOnOff)                                                                                            \
     KEYED(RequestOnOffDataRecording, x5DataRecording)                                                                  \
     HANDLER(RequestPingOnlyDuringScanning)                                                                             \
     HANDLER(RequestSyncDataRecording)                                                                                  \
@@ -56,7 +56,7 @@
     TABLE(RequestTriggerOutput)                                                                                        \
     TABLE(RequestAdvancedTriggerOutput)                                                                                \
     TABLE(RequestPowerBuiltInPOSMV)                                                                                    \
-    HANDLER(RequestTriggerInput)                                                                                       \
+    TABLE(RequestTriggerInput)                                                                                         \
     HANDLER(RequestFMSweep)                                                                                            \
     HANDLER(RequestCustomBeams)                                                                                        \
     HANDLER(RequestConstantSpacing)                                                                                    \
@@ -70,7 +70,7 @@
     HANDLER(RequestImageDataSetup)                                                                                     \
     HANDLER(RequestSampleRate)                                                                                         \
     TABLE(RequestVernierParameters)                                                                                    \
-    HANDLER(RequestManualAutoConfig)                                                                                   \
+    TABLE(RequestManualAutoConfig)                                                                                     \
     TABLE(RequestConfigureMultiFrequency)                                                                              \
     TABLE(RequestAScanBeams)                                                                                           \
     TABLE(RequestPingSequence)                                                                                         \
@@ -110,12 +110,12 @@
     TABLE(RequestSbesRangeTweak)                                                                                       \
     TABLE(RequestSerialPortConfiguration)                                                                              \
     TABLE(RequestSerialPortStatus)                                                                                     \
-    HANDLER(RequestSerialPortConfigRecord)                                                                             \
-    HANDLER(RequestSerialPortStatusRecord)                                                                             \
+    TABLE(RequestSerialPortConfigRecord)                                                                               \
+    TABLE(RequestSerialPortStatusRecord)                                                                               \
     HANDLER(RequestUdpPortConfiguration)                                                                               \
     TABLE(RequestUdpPortStatus)                                                                                        \
-    HANDLER(RequestUdpPortConfigRecord)                                                                                \
-    HANDLER(RequestUdpPortStatusRecord)                                                                                \
+    TABLE(RequestUdpPortConfigRecord)                                                                                  \
+    TABLE(RequestUdpPortStatusRecord)                                                                                  \
     HANDLER(SychronizeTargetManagersHandler)                                                                           \
     HANDLER(SendTargetList)                                                                                            \
     HANDLER(RequestAScanSetupMonitorerStatus)                                                                          \

@@ -28,7 +28,6 @@ inline constexpr AttributeKey At{K.text};
 /// How a command comes by the values of its keys.
 enum class Form : std::uint8_t
 {
-    Awaited,     ///< the handler is in the chain and does nothing yet
     Direct,      ///< the one key, from the request
     Strict,      ///< any key triggers; each from the request, failing that from the stored tree; one missing drops all
     Lax,         ///< as strict, but a value found nowhere keeps its default
@@ -45,7 +44,7 @@ enum class Source : std::uint8_t
     Completed, ///< in the request and, failing that, in the stored tree
     Stored,    ///< in the stored tree alone; such a key cannot be requested here
     Branch,    ///< among the children of the branch that is the command's first operand
-    Told,      ///< nowhere: the handler tells the key of its own accord
+    Told,      ///< nowhere: the echo tells the fallback of its own accord
 };
 
 /// What the echo carries for an operand.
@@ -95,12 +94,37 @@ enum class Addressee : std::uint8_t
     StoredSonar,  ///< "DeviceId" and "DeviceEnum" of the stored tree; nothing is sent while the former is 0
 };
 
+/// What a part of a command hangs on, once the command goes through.
+struct Condition
+{
+    enum class Kind : std::uint8_t
+    {
+        Always,
+        Set,    ///< the value of the first operand is true, or not 0
+        Clear,  ///< it is false, or 0
+        Stated, ///< the text tells what, and somebody else sees to it: the handler, the port
+    };
+
+    constexpr Condition() = default;
+    constexpr Condition(Kind conditionKind, std::string_view conditionText) : kind(conditionKind), text(conditionText)
+    {
+    }
+    constexpr Condition(char const* stated) : kind(Kind::Stated), text(stated) {}
+
+    Kind kind = Kind::Always;
+    std::string_view text = {}; ///< what follows "when"; empty for always
+};
+
+inline constexpr Condition WhenTrue{Condition::Kind::Set, "the value is true"};
+inline constexpr Condition WhenNot0{Condition::Kind::Set, "the value is not 0"};
+inline constexpr Condition When0{Condition::Kind::Clear, "the value is 0"};
+
 /// One record that a command sends.
 struct Sending
 {
     protocol::RecordLayout record;
     Target target = OwnSonar;
-    std::string_view when = {}; ///< empty: whenever the command goes through
+    Condition when = {};
     Addressee addressee = Addressee::Target;
 };
 
@@ -115,7 +139,7 @@ struct FollowUp
 {
     std::uint32_t recordId;
     Target target = OwnSonar;
-    std::string_view when = {};
+    Condition when = {};
 };
 
 inline constexpr int NoEcho = -1;
@@ -148,7 +172,7 @@ constexpr KeyFilter FilterOf(std::span<Operand const> operands)
 /// One command. The spans are views of tables of static storage.
 struct Command
 {
-    Form form = Form::Awaited;
+    Form form = Form::Own;
     std::span<Operand const> operands = {};      ///< in reading order
     std::span<Sending const> sends = {};         ///< in sending order
     int echoFlags = NoEcho;                      ///< the flag word of the echo

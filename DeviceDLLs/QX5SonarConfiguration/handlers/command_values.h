@@ -43,7 +43,7 @@ void PackOperands(Command const& command, CommandValues const& values, protocol:
 
 /// Tells each operand in the echo's order, as its options say; `payload` is the record as it was sent.
 void TellOperands(Command const& command, CommandValues const& values, protocol::RecordLayout const& record,
-                  protocol::Payload const& payload, EchoMap& echo);
+                  std::span<unsigned char const> payload, EchoMap& echo);
 
 /// Packs one keyed field of a record; the record must have the key.
 template <typename T>

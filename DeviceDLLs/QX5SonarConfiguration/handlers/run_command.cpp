@@ -98,7 +98,30 @@ bool TextsFit(Command const& command, CommandValues const& values, protocol::Rec
 
 bool Asks(CAttributeMap const& request, Operand const& operand)
 {
-    return operand.options.source != Source::Stored && request.Has(operand.attribute, 0);
+    return operand.options.source != Source::Stored && operand.options.source != Source::Told &&
+           request.Has(operand.attribute, 0);
+}
+
+/// Whether the value counts as switched on: true, or not 0.
+bool IsSet(protocol::Value const& value)
+{
+    auto const* const number = std::get_if<std::int32_t>(&value);
+    auto const* const flag = std::get_if<bool>(&value);
+    return (number != nullptr && *number != 0) || (flag != nullptr && *flag);
+}
+
+bool Holds(Condition const& condition, CommandValues const& values)
+{
+    switch (condition.kind) {
+    case Condition::Kind::Set:
+        return IsSet(values[0]);
+    case Condition::Kind::Clear:
+        return !IsSet(values[0]);
+    case Condition::Kind::Always:
+    case Condition::Kind::Stated:
+        break;
+    }
+    return true;
 }
 
 /// The key by which the request asked for the command that lacks that operand.
@@ -208,7 +231,7 @@ void PackOperands(Command const& command, CommandValues const& values, protocol:
 }
 
 void TellOperands(Command const& command, CommandValues const& values, protocol::RecordLayout const& record,
-                  protocol::Payload const& payload, EchoMap& echo)
+                  std::span<unsigned char const> payload, EchoMap& echo)
 {
     auto const tell = [&](Operand const& operand) {
         protocol::Value const& value = values[OperandOf(command, *operand.key)];
@@ -217,7 +240,7 @@ void TellOperands(Command const& command, CommandValues const& values, protocol:
             echo.TellValue(operand.attribute, value);
             break;
         case Echo::AsSent:
-            echo.TellValue(operand.attribute, SentValue(record, *operand.key, payload.Bytes()));
+            echo.TellValue(operand.attribute, SentValue(record, *operand.key, payload));
             break;
         case Echo::WhenTrue:
             if (bool const* const flag = std::get_if<bool>(&value); flag != nullptr && *flag) {
@@ -277,6 +300,10 @@ bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap con
     }
     for (std::size_t i = 0; i < command.operands.size(); ++i) {
         qx5::Operand const& operand = command.operands[i];
+        if (operand.options.source == Source::Told) {
+            values[i] = qx5::Fallback(operand);
+            continue;
+        }
         bool const fromRequest = operand.options.source != Source::Stored;
         bool const fromStored = operand.options.source == Source::Stored ||
                                 operand.options.source == Source::Completed ||
@@ -318,18 +345,29 @@ void ControlDevice::CarryOut(CAttributeMap const& request, qx5::Command const& c
             }
         }
     }
+    qx5::Sending const* sent = nullptr;
+    std::optional<qx5::protocol::Payload> payload;
     for (qx5::Sending const& sending : command.sends) {
-        qx5::protocol::Payload payload(sending.record.size);
-        qx5::PackOperands(command, values, sending.record, payload);
-        Send(sending.record, payload, sending.target);
-
-        if (command.echoFlags != qx5::NoEcho) {
-            qx5::EchoMap echo;
-            qx5::TellOperands(command, values, sending.record, payload, echo);
-            Report(echo.Tree(), command.echoFlags);
+        if (qx5::Holds(sending.when, values)) {
+            sent = &sending;
+            qx5::PackOperands(command, values, sending.record, payload.emplace(sending.record.size));
+            Send(sending.record, *payload, sending.target);
         }
     }
-    AskFor(command.followUps);
+    if (command.echoFlags != qx5::NoEcho) {
+        qx5::EchoMap echo;
+        if (sent != nullptr) {
+            qx5::TellOperands(command, values, sent->record, *payload, echo);
+        } else {
+            qx5::TellOperands(command, values, {}, {}, echo);
+        }
+        Report(echo.Tree(), command.echoFlags);
+    }
+    for (qx5::FollowUp const& followUp : command.followUps) {
+        if (qx5::Holds(followUp.when, values)) {
+            SingleRecordRequest(followUp.recordId, followUp.target.deviceId, followUp.target.enumerator);
+        }
+    }
 }
 
 void ControlDevice::Send(qx5::protocol::RecordLayout const& record, std::span<unsigned char const> payload,
