@@ -73,7 +73,7 @@ public:
     /// What the view shows of that value.
     bool IsShown() const
     {
-        auto const* const label = m_display->Widget()->findChild<QLabel*>(QStringLiteral("id16940"));
+        auto const* const label = m_display->Widget()->findChild<QLabel*>(QStringLiteral("rangeValue"));
         return label != nullptr && label->text() == QStringLiteral("100.0 m");
     }
 

@@ -235,7 +235,10 @@ QWidget* Stage::Control(std::string_view page, int id)
 {
     auto* const widget =
         m_view->Frame().findChild<QWidget*>(QString::fromLatin1(page.data(), static_cast<qsizetype>(page.size())));
-    return widget != nullptr ? widget->findChild<QWidget*>(QStringLiteral("id%1").arg(id)) : nullptr;
+    auto const* const row = cli::FindViewControl(page, id);
+    return widget != nullptr && row != nullptr ? widget->findChild<QWidget*>(QString::fromLatin1(
+                                                     row->name.data(), static_cast<qsizetype>(row->name.size())))
+                                               : nullptr;
 }
 
 QWidget* Stage::Tabs()

@@ -3,10 +3,11 @@
 #include "cli/commands.h"
 
 #include "cli/plugins.h"
-#include "cli/record_documents.h"
-#include "cli/sample_request.h"
+#include "cli/documents/record_documents.h"
+#include "cli/documents/templates.h"
 #include "cli/session.h"
 #include "handlers/command_catalogue.h"
+#include "handlers/sample_request.h"
 
 #include <protocol/print.h>
 #include <simulator/sonar_console.h>
@@ -62,10 +63,7 @@ int Docs(DocsOptions const& options)
     std::string error;
 
     Arrivals arrivals;
-    std::string text =
-        "# One request of each handler and what arrives at the sonar\n\n"
-        "Written by `./dev docs`: each request below was sent by the plug-in over a TCP connection to the simulated\n"
-        "sonar, and the records are what the far end received, decoded.\n\n";
+    std::string text;
     for (ChainEntry const& entry : Chain()) {
         Command const& command = *entry.command;
         simulator::ServerOptions server;
@@ -126,7 +124,7 @@ int Docs(DocsOptions const& options)
         sonar.Stop();
     }
     for (auto const& [name, content] :
-         {std::pair{"sends.md", text}, {"records.md", RecordTables()}, {"x5_records.lua", WiresharkDissector()}}) {
+         {std::pair{"sends.md", Filled(documents::sends_md, "sends", text)}, {"records.md", RecordTables()}, {"x5_records.lua", WiresharkDissector()}}) {
         if (!Write(folder / name, content, error)) {
             return Complain(ExitFailed, error);
         }

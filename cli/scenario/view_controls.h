@@ -36,126 +36,127 @@ constexpr std::string_view NameOf(ControlKind kind)
 struct ViewControl
 {
     std::string_view page; ///< the name of the page's widget
-    int id = 0;            ///< the control's widget is named "id" and this number
+    int id = 0;
+    std::string_view name; ///< the name of the control's widget
     ControlKind kind = ControlKind::Label;
 };
 
-/// The number of the tab strip, which stands on no page.
-inline constexpr int tabStripControl = 28075;
+/// The name of the tab strip's widget, which stands on no page.
+inline constexpr std::string_view tabStripName = "tabs";
 
 // The pages in the order of their tabs, the rows of one page together.
 // clang-format off
 inline constexpr ViewControl viewControls[] = {
-    {"settings", 28077, ControlKind::Label},        // "Operation mode:"
-    {"settings", 28076, ControlKind::List},
-    {"settings", 16934, ControlKind::Label},        // "Range:"
-    {"settings", 16926, ControlKind::Slider},
-    {"settings", 16940, ControlKind::Label},
-    {"settings", 16937, ControlKind::Label},
-    {"settings", 16936, ControlKind::Label},
-    {"settings", 16935, ControlKind::Label},        // "Power:"
-    {"settings", 16927, ControlKind::Slider},
-    {"settings", 16941, ControlKind::Label},
-    {"settings", 16938, ControlKind::Label},
-    {"settings", 16939, ControlKind::Label},
-    {"settings", 16951, ControlKind::Label},        // "Max. ping rate:"
-    {"settings", 16928, ControlKind::Slider},
-    {"settings", 16952, ControlKind::Label},
-    {"settings", 16949, ControlKind::Label},
-    {"settings", 16950, ControlKind::Label},
-    {"settings", 16929, ControlKind::Slider},       // gain
-    {"settings", 16957, ControlKind::Label},
-    {"settings", 16958, ControlKind::Label},
-    {"settings", 16959, ControlKind::Label},
-    {"settings", 28089, ControlKind::Label},        // "Gain mode:"
-    {"settings", 28090, ControlKind::RadioButton},
-    {"settings", 28091, ControlKind::RadioButton},
-    {"settings", 16942, ControlKind::Label},        // "Pulse length:"
-    {"settings", 16931, ControlKind::Slider},
-    {"settings", 16945, ControlKind::Label},
-    {"settings", 16943, ControlKind::Label},
-    {"settings", 16944, ControlKind::Label},
-    {"settings", 28087, ControlKind::Label},        // "Pulse type:"
-    {"settings", 28088, ControlKind::List},
-    {"settings", 28110, ControlKind::Label},        // "Gates:"
-    {"settings", 28107, ControlKind::ToggleButton},
-    {"settings", 28108, ControlKind::ToggleButton},
-    {"settings", 28109, ControlKind::ToggleButton},
-    {"settings", 16947, ControlKind::Label},        // "Beam width:"
-    {"settings", 16930, ControlKind::Slider},
-    {"settings", 16946, ControlKind::Label},
-    {"settings", 16948, ControlKind::Label},
-    {"settings", 16933, ControlKind::Label},
-    {"settings", 16954, ControlKind::Label},        // "Vertical steering:"
-    {"settings", 16932, ControlKind::Slider},
-    {"settings", 16953, ControlKind::Label},
-    {"settings", 16955, ControlKind::Label},
-    {"settings", 16956, ControlKind::Label},
-    {"settings", 28128, ControlKind::CheckBox},     // "Ping only when scanning"
+    {"settings", 28077, "operationModeCaption", ControlKind::Label},
+    {"settings", 28076, "operationModeList", ControlKind::List},
+    {"settings", 16934, "rangeCaption", ControlKind::Label},
+    {"settings", 16926, "rangeSlider", ControlKind::Slider},
+    {"settings", 16940, "rangeValue", ControlKind::Label},
+    {"settings", 16937, "rangeLeast", ControlKind::Label},
+    {"settings", 16936, "rangeGreatest", ControlKind::Label},
+    {"settings", 16935, "powerCaption", ControlKind::Label},
+    {"settings", 16927, "powerSlider", ControlKind::Slider},
+    {"settings", 16941, "powerValue", ControlKind::Label},
+    {"settings", 16938, "powerLeast", ControlKind::Label},
+    {"settings", 16939, "powerGreatest", ControlKind::Label},
+    {"settings", 16951, "pingRateCaption", ControlKind::Label},
+    {"settings", 16928, "pingRateSlider", ControlKind::Slider},
+    {"settings", 16952, "pingRateValue", ControlKind::Label},
+    {"settings", 16949, "pingRateLeast", ControlKind::Label},
+    {"settings", 16950, "pingRateGreatest", ControlKind::Label},
+    {"settings", 16929, "gainSlider", ControlKind::Slider},
+    {"settings", 16957, "gainValue", ControlKind::Label},
+    {"settings", 16958, "gainLeast", ControlKind::Label},
+    {"settings", 16959, "gainGreatest", ControlKind::Label},
+    {"settings", 28089, "gainModeCaption", ControlKind::Label},
+    {"settings", 28090, "timeVariedGainButton", ControlKind::RadioButton},
+    {"settings", 28091, "fixedGainButton", ControlKind::RadioButton},
+    {"settings", 16942, "pulseLengthCaption", ControlKind::Label},
+    {"settings", 16931, "pulseLengthSlider", ControlKind::Slider},
+    {"settings", 16945, "pulseLengthValue", ControlKind::Label},
+    {"settings", 16943, "pulseLengthLeast", ControlKind::Label},
+    {"settings", 16944, "pulseLengthGreatest", ControlKind::Label},
+    {"settings", 28087, "pulseTypeCaption", ControlKind::Label},
+    {"settings", 28088, "pulseTypeList", ControlKind::List},
+    {"settings", 28110, "gatesCaption", ControlKind::Label},
+    {"settings", 28107, "depthGateButton", ControlKind::ToggleButton},
+    {"settings", 28108, "rangeGateButton", ControlKind::ToggleButton},
+    {"settings", 28109, "adaptiveGateButton", ControlKind::ToggleButton},
+    {"settings", 16947, "beamWidthCaption", ControlKind::Label},
+    {"settings", 16930, "beamWidthSlider", ControlKind::Slider},
+    {"settings", 16946, "beamWidthValue", ControlKind::Label},
+    {"settings", 16948, "beamWidthLeast", ControlKind::Label},
+    {"settings", 16933, "beamWidthGreatest", ControlKind::Label},
+    {"settings", 16954, "verticalSteeringCaption", ControlKind::Label},
+    {"settings", 16932, "verticalSteeringSlider", ControlKind::Slider},
+    {"settings", 16953, "verticalSteeringValue", ControlKind::Label},
+    {"settings", 16955, "verticalSteeringLeast", ControlKind::Label},
+    {"settings", 16956, "verticalSteeringGreatest", ControlKind::Label},
+    {"settings", 28128, "pingOnlyWhenScanningBox", ControlKind::CheckBox},
 
-    {"gates", 28111, ControlKind::CheckBox},        // "Use depth gate"
-    {"gates", 28112, ControlKind::TextField},
-    {"gates", 28113, ControlKind::TextField},
-    {"gates", 28125, ControlKind::Slider},          // tilt
-    {"gates", 28123, ControlKind::Label},
-    {"gates", 28114, ControlKind::CheckBox},        // "Use range gate"
-    {"gates", 28115, ControlKind::TextField},
-    {"gates", 28116, ControlKind::TextField},
-    {"gates", 28117, ControlKind::CheckBox},        // "Use adaptive gate"
-    {"gates", 28118, ControlKind::TextField},
-    {"gates", 28119, ControlKind::TextField},
-    {"gates", 28120, ControlKind::CheckBox},        // "Follow seafloor"
-    {"gates", 28100, ControlKind::Slider},          // window size
-    {"gates", 28124, ControlKind::Label},
-    {"gates", 28126, ControlKind::Label},
-    {"gates", 28127, ControlKind::Label},
-    {"gates", 28122, ControlKind::Button},          // "Apply"
+    {"gates", 28111, "useDepthGateBox", ControlKind::CheckBox},
+    {"gates", 28112, "minDepthField", ControlKind::TextField},
+    {"gates", 28113, "maxDepthField", ControlKind::TextField},
+    {"gates", 28125, "tiltSlider", ControlKind::Slider},
+    {"gates", 28123, "tiltValue", ControlKind::Label},
+    {"gates", 28114, "useRangeGateBox", ControlKind::CheckBox},
+    {"gates", 28115, "minRangeField", ControlKind::TextField},
+    {"gates", 28116, "maxRangeField", ControlKind::TextField},
+    {"gates", 28117, "useAdaptiveGateBox", ControlKind::CheckBox},
+    {"gates", 28118, "minSearchDepthField", ControlKind::TextField},
+    {"gates", 28119, "maxSearchDepthField", ControlKind::TextField},
+    {"gates", 28120, "followSeafloorBox", ControlKind::CheckBox},
+    {"gates", 28100, "windowSizeSlider", ControlKind::Slider},
+    {"gates", 28124, "windowSizeValue", ControlKind::Label},
+    {"gates", 28126, "windowSizeLeast", ControlKind::Label},
+    {"gates", 28127, "windowSizeGreatest", ControlKind::Label},
+    {"gates", 28122, "applyButton", ControlKind::Button},
 
-    {"ocean", 16920, ControlKind::Slider},          // absorption
-    {"ocean", 16924, ControlKind::Label},
-    {"ocean", 28131, ControlKind::Label},
-    {"ocean", 16922, ControlKind::Slider},          // spreading
-    {"ocean", 16925, ControlKind::Label},
-    {"ocean", 28132, ControlKind::Label},
-    {"ocean", 16921, ControlKind::Slider},          // sound velocity
-    {"ocean", 16923, ControlKind::Label},
-    {"ocean", 28129, ControlKind::Label},
-    {"ocean", 28130, ControlKind::Label},
-    {"ocean", 28092, ControlKind::CheckBox},        // "Override sound velocity"
-    {"ocean", 28106, ControlKind::Label},           // "Sound velocity filter:"
-    {"ocean", 28105, ControlKind::List},
+    {"ocean", 16920, "absorptionSlider", ControlKind::Slider},
+    {"ocean", 16924, "absorptionValue", ControlKind::Label},
+    {"ocean", 28131, "absorptionGreatest", ControlKind::Label},
+    {"ocean", 16922, "spreadingSlider", ControlKind::Slider},
+    {"ocean", 16925, "spreadingValue", ControlKind::Label},
+    {"ocean", 28132, "spreadingGreatest", ControlKind::Label},
+    {"ocean", 16921, "soundVelocitySlider", ControlKind::Slider},
+    {"ocean", 16923, "soundVelocityValue", ControlKind::Label},
+    {"ocean", 28129, "soundVelocityLeast", ControlKind::Label},
+    {"ocean", 28130, "soundVelocityGreatest", ControlKind::Label},
+    {"ocean", 28092, "overrideSoundVelocityBox", ControlKind::CheckBox},
+    {"ocean", 28106, "soundVelocityFilterCaption", ControlKind::Label},
+    {"ocean", 28105, "soundVelocityFilterList", ControlKind::List},
 
-    {"recording", 28079, ControlKind::CheckBox},    // "Synchronize with main logging"
-    {"recording", 28080, ControlKind::Button},      // "Start"
-    {"recording", 28081, ControlKind::Button},      // "Stop"
-    {"recording", 28082, ControlKind::ReadOnlyText},
-    {"recording", 28083, ControlKind::ReadOnlyText},
-    {"recording", 28084, ControlKind::ReadOnlyText},
-    {"recording", 28085, ControlKind::ReadOnlyText},
-    {"recording", 28086, ControlKind::ReadOnlyText},
+    {"recording", 28079, "synchronizeBox", ControlKind::CheckBox},
+    {"recording", 28080, "startButton", ControlKind::Button},
+    {"recording", 28081, "stopButton", ControlKind::Button},
+    {"recording", 28082, "recordingModeField", ControlKind::ReadOnlyText},
+    {"recording", 28083, "directoryField", ControlKind::ReadOnlyText},
+    {"recording", 28084, "fileNameField", ControlKind::ReadOnlyText},
+    {"recording", 28085, "fileSizeField", ControlKind::ReadOnlyText},
+    {"recording", 28086, "freeSpaceField", ControlKind::ReadOnlyText},
 
-    {"steering", 28093, ControlKind::CheckBox},     // "Enable route steering"
-    {"steering", 28103, ControlKind::CheckBox},     // "Enable pipe steering"
-    {"steering", 28094, ControlKind::RadioButton},
-    {"steering", 28095, ControlKind::RadioButton},
-    {"steering", 28096, ControlKind::List},         // routes
-    {"steering", 28097, ControlKind::RadioButton},
-    {"steering", 28098, ControlKind::RadioButton},
-    {"steering", 28099, ControlKind::Slider},       // difference
-    {"steering", 28100, ControlKind::Label},
-    {"steering", 28101, ControlKind::Slider},       // delay
-    {"steering", 28102, ControlKind::Label},
+    {"steering", 28093, "routeSteeringBox", ControlKind::CheckBox},
+    {"steering", 28103, "pipeSteeringBox", ControlKind::CheckBox},
+    {"steering", 28094, "activeRouteButton", ControlKind::RadioButton},
+    {"steering", 28095, "localRouteButton", ControlKind::RadioButton},
+    {"steering", 28096, "routeList", ControlKind::List},
+    {"steering", 28097, "horizontalButton", ControlKind::RadioButton},
+    {"steering", 28098, "flexButton", ControlKind::RadioButton},
+    {"steering", 28099, "differenceSlider", ControlKind::Slider},
+    {"steering", 28100, "differenceValue", ControlKind::Label},
+    {"steering", 28101, "delaySlider", ControlKind::Slider},
+    {"steering", 28102, "delayValue", ControlKind::Label},
 
-    {"tracker", 28133, ControlKind::CheckBox},      // "Enable tracker"
-    {"tracker", 28134, ControlKind::CheckBox},
-    {"tracker", 28135, ControlKind::CheckBox},
-    {"tracker", 28136, ControlKind::CheckBox},
-    {"tracker", 28137, ControlKind::CheckBox},      // coverage angle
-    {"tracker", 28138, ControlKind::CheckBox},
-    {"tracker", 28140, ControlKind::TextField},
-    {"tracker", 28139, ControlKind::CheckBox},
-    {"tracker", 28141, ControlKind::TextField},
-    {"tracker", 28122, ControlKind::Button},        // "Apply"
+    {"tracker", 28133, "enableTrackerBox", ControlKind::CheckBox},
+    {"tracker", 28134, "trackRangeBox", ControlKind::CheckBox},
+    {"tracker", 28135, "trackPowerAndGainBox", ControlKind::CheckBox},
+    {"tracker", 28136, "trackPulseLengthBox", ControlKind::CheckBox},
+    {"tracker", 28137, "trackCoverageBox", ControlKind::CheckBox},
+    {"tracker", 28138, "fixedSwathBox", ControlKind::CheckBox},
+    {"tracker", 28140, "swathWidthField", ControlKind::TextField},
+    {"tracker", 28139, "limitCoverageBox", ControlKind::CheckBox},
+    {"tracker", 28141, "maxCoverageField", ControlKind::TextField},
+    {"tracker", 28122, "applyButton", ControlKind::Button},
 };
 // clang-format on
 

@@ -47,11 +47,6 @@ JsonValue TextOf(QString const& text)
     return JsonValue::Text(Utf8FromWide(text.toStdWString()));
 }
 
-QString NameOfWidget(int id)
-{
-    return QStringLiteral("id%1").arg(id);
-}
-
 /// A caption as it is seen, without the marks of its access key.
 QString Caption(QString const& text)
 {
@@ -142,7 +137,8 @@ struct ViewDriver::State
             return nullptr;
         }
         auto* const page = view->findChild<QWidget*>(ToQString(name.page));
-        auto* const widget = page != nullptr ? page->findChild<T*>(NameOfWidget(name.id)) : nullptr;
+        auto const* const row = FindViewControl(name.page, name.id);
+        auto* const widget = page != nullptr && row != nullptr ? page->findChild<T*>(ToQString(row->name)) : nullptr;
         if (widget == nullptr) {
             throw std::runtime_error("the view has no control " + std::to_string(name.id) + " on the page " +
                                      name.page);
@@ -153,7 +149,7 @@ struct ViewDriver::State
     QTabBar* Tabs() const
     {
         auto* const view = ActiveWidget();
-        return view != nullptr ? view->findChild<QTabBar*>(NameOfWidget(tabStripControl)) : nullptr;
+        return view != nullptr ? view->findChild<QTabBar*>(ToQString(tabStripName)) : nullptr;
     }
 
     vordal::Host& host;
@@ -281,7 +277,7 @@ JsonValue ViewDriver::Look() const
         JsonValue states = JsonValue::Object();
         for (auto const& control : viewControls) {
             auto* const widget =
-                page != nullptr && control.page == name ? page->findChild<QWidget*>(NameOfWidget(control.id)) : nullptr;
+                page != nullptr && control.page == name ? page->findChild<QWidget*>(ToQString(control.name)) : nullptr;
             if (widget == nullptr) {
                 continue;
             }

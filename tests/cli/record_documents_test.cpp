@@ -1,6 +1,6 @@
 // The documents written from the record tables: that they hold every record and key, and that other programs read them.
 #include "child_process.h"
-#include "cli/record_documents.h"
+#include "cli/documents/record_documents.h"
 
 #include <protocol/catalogue.h>
 #include <protocol/utf8.h>

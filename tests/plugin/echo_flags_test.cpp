@@ -1,6 +1,6 @@
 // The flag words of what handlers tell: none bears any, whatever its kind.
-#include "cli/sample_request.h"
 #include "handlers/command_catalogue.h"
+#include "handlers/sample_request.h"
 #include "handlers/echo_map.h"
 #include "one_sonar.h"
 #include "reference_host/host/host_observer.h"
@@ -35,7 +35,7 @@ TEST_F(EchoFlags, NoEchoOfAnyCommandBearsAny)
     m_host.SetObserver(&echoes);
     for (qx5::ChainEntry const& entry : qx5::Chain()) {
         SCOPED_TRACE(entry.handler);
-        auto const sample = qx5::cli::SampleOf(*entry.command);
+        auto const sample = qx5::SampleOf(*entry.command);
         Store(sample.stored);
         Request(sample.request);
     }

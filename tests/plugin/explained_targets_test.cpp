@@ -1,6 +1,6 @@
 // What the tables tell of a command's records, whom they name above all, held against the frames that leave.
-#include "cli/sample_request.h"
 #include "handlers/command_catalogue.h"
+#include "handlers/sample_request.h"
 #include "one_sonar.h"
 
 #include <reference_host/devices/port.h>
@@ -149,7 +149,7 @@ TEST_F(ExplainedTargets, EachRecordThatACommandTellsOfLeavesForWhomItTells)
 {
     int sendings = 0;
     for (qx5::ChainEntry const& entry : qx5::Chain()) {
-        qx5::cli::SampleRequest sample = qx5::cli::SampleOf(*entry.command);
+        qx5::SampleRequest sample = qx5::SampleOf(*entry.command);
         sample.stored.FindCreate(L"DeviceId", 0).SetValue(CVordalInt(7125));
         sample.stored.FindCreate(L"DeviceEnum", 0).SetValue(CVordalInt(3));
         Store(sample.stored);
@@ -184,7 +184,7 @@ TEST_F(ExplainedTargets, NothingLeavesThatNoCommandTellsOf)
         }
     }
     for (qx5::ChainEntry const& entry : qx5::Chain()) {
-        qx5::cli::SampleRequest sample = qx5::cli::SampleOf(*entry.command);
+        qx5::SampleRequest sample = qx5::SampleOf(*entry.command);
         sample.stored.FindCreate(L"DeviceId", 0).SetValue(CVordalInt(7125));
         sample.stored.FindCreate(L"DeviceEnum", 0).SetValue(CVordalInt(3));
         Store(sample.stored);

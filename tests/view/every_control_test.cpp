@@ -253,7 +253,7 @@ public:
 
     void Do(Touch const& touch)
     {
-        auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+        auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("tabs"));
         auto const page = std::find(cli::viewPages.begin(), cli::viewPages.end(), touch.page);
         tabs.setCurrentIndex(static_cast<int>(page - cli::viewPages.begin()));
         QCoreApplication::processEvents();

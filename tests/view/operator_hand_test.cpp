@@ -117,7 +117,7 @@ TEST_F(OperatorHand, AWheelOverTheSliderInUseMovesIt)
 
 TEST_F(OperatorHand, AnEditedFieldIsPureYellowUntilItIsApplied)
 {
-    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("tabs"));
     QColor const yellow(255, 255, 0);
     for (auto const& [name, tab, ids] : {std::tuple{"gates", 1, std::vector{28112, 28113, 28115, 28116, 28118, 28119}},
                                          std::tuple{"tracker", 5, std::vector{28140, 28141}}}) {
@@ -177,7 +177,7 @@ TEST_F(OperatorHand, ALabelHasRoomForItsWidestText)
 TEST_F(OperatorHand, TheWaitCursorIsThereWhileAPageIsFetchedAndNoLonger)
 {
     auto& pane = *view->Display().Widget();
-    auto& tabs = *pane.findChild<QTabBar*>(QStringLiteral("id28075"));
+    auto& tabs = *pane.findChild<QTabBar*>(QStringLiteral("tabs"));
     int waits = 0;
     QObject const within; // the pages change once more when the view goes
     QObject::connect(pane.findChild<QStackedWidget*>(), &QStackedWidget::currentChanged, &within, [&waits] {
@@ -192,7 +192,7 @@ TEST_F(OperatorHand, TheWaitCursorIsThereWhileAPageIsFetchedAndNoLonger)
 
 TEST_F(OperatorHand, TheTabsKeepTheirWidthAndScrollInANarrowPane)
 {
-    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("tabs"));
     EXPECT_FALSE(tabs.expanding());
     EXPECT_TRUE(tabs.usesScrollButtons());
     EXPECT_EQ(tabs.accessibleName(), QStringLiteral("Pages of the sonar"));
@@ -201,7 +201,7 @@ TEST_F(OperatorHand, TheTabsKeepTheirWidthAndScrollInANarrowPane)
 
 TEST_F(OperatorHand, EachTabShowsItsPageAlone)
 {
-    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("tabs"));
     ASSERT_EQ(static_cast<std::size_t>(tabs.count()), cli::viewPages.size())
         << "QX5SonarConfigurationView::Tabs names other pages than cli/scenario/view_controls.h has rows of";
     for (int tab = 0; tab < tabs.count(); ++tab) {
@@ -214,31 +214,32 @@ TEST_F(OperatorHand, EachTabShowsItsPageAlone)
     }
 }
 
-TEST_F(OperatorHand, EveryNumberedControlHasARow)
+TEST_F(OperatorHand, EveryControlHasARow)
 {
-    auto const& pages = *view->Display().Widget()->findChild<QStackedWidget*>();
-    std::size_t controls = 0;
-    for (auto* const each : pages.findChildren<QWidget*>()) {
-        bool hasNumber = false;
-        int const number = each->objectName().mid(2).toInt(&hasNumber);
-        if (!hasNumber || !each->objectName().startsWith(QStringLiteral("id"))) {
-            continue;
+    std::size_t worked = 0;
+    for (auto const name : cli::viewPages) {
+        for (auto* const each : view->Page(name)->findChildren<QWidget*>()) {
+            if (dynamic_cast<QAbstractButton*>(each) == nullptr && dynamic_cast<QSlider*>(each) == nullptr &&
+                dynamic_cast<QComboBox*>(each) == nullptr && dynamic_cast<QLineEdit*>(each) == nullptr) {
+                continue;
+            }
+            std::string const widget = each->objectName().toStdString();
+            ++worked;
+            EXPECT_TRUE(std::any_of(
+                std::begin(cli::viewControls), std::end(cli::viewControls),
+                [&](cli::ViewControl const& control) { return control.page == name && control.name == widget; }))
+                << "cli/scenario/view_controls.h has no row for \"" << widget << "\" of the page \"" << name << "\"";
         }
-        auto const* owner = each;
-        while (owner->parentWidget() != &pages) {
-            owner = owner->parentWidget();
-        }
-        std::string const name = owner->objectName().toStdString();
-        ++controls;
-        EXPECT_NE(cli::FindViewControl(name, number), nullptr)
-            << "cli/scenario/view_controls.h has no row for control " << number << " of the page \"" << name << "\"";
     }
-    EXPECT_EQ(controls, std::size(cli::viewControls));
+    auto const isShownAlone = [](cli::ViewControl const& control) { return control.kind == cli::ControlKind::Label; };
+    EXPECT_EQ(worked, std::size(cli::viewControls) -
+                          static_cast<std::size_t>(
+                              std::count_if(std::begin(cli::viewControls), std::end(cli::viewControls), isShownAlone)));
 }
 
 TEST_F(OperatorHand, ThePagesTurnByKeyboard)
 {
-    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("tabs"));
     view->Slider(page, range).setFocus();
     QTest::keyClick(&view->Slider(page, range), Qt::Key_Tab, Qt::ControlModifier);
     EXPECT_EQ(tabs.currentIndex(), 1);
@@ -249,7 +250,7 @@ TEST_F(OperatorHand, ThePagesTurnByKeyboard)
 
 TEST_F(OperatorHand, ThePagesTurnRoundBothWays)
 {
-    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("tabs"));
     QTest::keyClick(&view->Slider(page, range), Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
     EXPECT_EQ(tabs.currentIndex(), tabs.count() - 1);
     QTest::keyClick(&tabs, Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
@@ -268,7 +269,7 @@ protected:
 
 TEST_F(HandOnARemovedDisplay, ThereAreNoPagesToTurn)
 {
-    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("tabs"));
     ASSERT_EQ(tabs.count(), 0);
     QTest::keyClick(&view->Slider(page, range), Qt::Key_Tab, Qt::ControlModifier);
     QTest::keyClick(&view->Slider(page, range), Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
@@ -284,7 +285,7 @@ TEST_F(OperatorHand, LargeTextsStayWholeInASmallPane)
     auto* const pane = view->Display().Widget();
     pane->resize(360, 300);
     view->Display().DeliverSize(0, 360, 300);
-    auto& tabs = *pane->findChild<QTabBar*>(QStringLiteral("id28075"));
+    auto& tabs = *pane->findChild<QTabBar*>(QStringLiteral("tabs"));
     int texts = 0;
     // The texts that have less room than they take.
     auto const cut = [&] {

@@ -209,7 +209,7 @@ TEST_F(ScrollSliders, ForgetAMovementWhenTheirPageIsPutAway)
 {
     Press();
     Pull();
-    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("id28075"));
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("tabs"));
     tabs.setCurrentIndex(1);
     tabs.setCurrentIndex(0);
     LetGo();

@@ -1,6 +1,8 @@
 // The plug-in's view on a sonar, in a window of its own, as tests operate it.
 #include "shown_view.h"
 
+#include "cli/scenario/view_controls.h"
+
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalAttributesR/CVordalType.h>
 
@@ -30,6 +32,15 @@ QWidget* ShownView::Page(std::string_view name)
     auto* const found =
         m_display->Widget()->findChild<QWidget*>(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
     return found != nullptr ? found : throw std::runtime_error("the view has no page \"" + std::string(name) + "\"");
+}
+
+QString ShownView::NameOf(char const* page, int id)
+{
+    auto const* const row = cli::FindViewControl(page, id);
+    if (row == nullptr) {
+        throw NoControl(page, id);
+    }
+    return QString::fromUtf8(row->name.data(), static_cast<qsizetype>(row->name.size()));
 }
 
 std::runtime_error ShownView::NoControl(char const* page, int id)

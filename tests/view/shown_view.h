@@ -30,12 +30,13 @@ public:
     template <typename T>
     T* Find(char const* page, int id)
     {
-        auto* const found = Page(page)->findChild<T*>(QStringLiteral("id%1").arg(id));
+        auto* const found = Page(page)->findChild<T*>(NameOf(page, id));
         return found != nullptr ? found : throw NoControl(page, id);
     }
     vordal::Display& Display() { return *m_display; }
 
 private:
+    static QString NameOf(char const* page, int id);
     static std::runtime_error NoControl(char const* page, int id);
 
     std::unique_ptr<vordal::Display> m_display;

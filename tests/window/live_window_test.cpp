@@ -117,7 +117,7 @@ public:
     bool IsReady() const
     {
         return IsConnected(hull) && IsConnected(pole) && IsConnected(rov) &&
-               window->Attributes().Model().NodeCount() > 20 && Label("id16941") != QString();
+               window->Attributes().Model().NodeCount() > 20 && Label("powerValue") != QString();
     }
 
     QString Label(char const* name) const { return Control<QLabel>(name).text(); }
@@ -163,7 +163,7 @@ TEST(LiveWindow, OpensConnectsShowsTheTreeAndTheRecordsAndCloses)
 {
     Stage stage;
     ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
-    EXPECT_EQ(stage.Control<QTabBar>("id28075").count(), 6);
+    EXPECT_EQ(stage.Control<QTabBar>("tabs").count(), 6);
     EXPECT_TRUE(RunUntil([&] { return stage.window->Records().Model().rowCount() > 0; }));
     stage.End();
 }
@@ -188,7 +188,7 @@ TEST(LiveWindow, ATextOfASonarIsNeverTakenForRichText)
     for (char const* key : {"x5DirectoryName", "x5FileName", "InfoText"}) {
         stage.sonars[0].Server().Command("set " + (key + ("=" + told.toStdString())), answer);
     }
-    auto& field = stage.Control<QLineEdit>("id28083");
+    auto& field = stage.Control<QLineEdit>("directoryField");
     ASSERT_TRUE(RunUntil([&] { return field.text() == told; })) << answer;
     stage.window->ShowLine(told);
 
@@ -226,11 +226,12 @@ TEST(LiveWindow, ASliderReachesTheSonarAndItsAnswerTheLabel)
 {
     Stage stage;
     ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
-    ASSERT_TRUE(RunUntil([&] { return stage.Label("id16941") == "190 dB"; })) << stage.Label("id16941").toStdString();
-    stage.Scroll("id16927", 1);
-    EXPECT_EQ(stage.Label("id16941"), "191 dB");
+    ASSERT_TRUE(RunUntil([&] { return stage.Label("powerValue") == "190 dB"; }))
+        << stage.Label("powerValue").toStdString();
+    stage.Scroll("powerSlider", 1);
+    EXPECT_EQ(stage.Label("powerValue"), "191 dB");
     EXPECT_TRUE(stage.sonars[0].Payloads(1005).empty()) << "sent before the end of scrolling";
-    stage.Scroll("id16927", 8);
+    stage.Scroll("powerSlider", 8);
     ASSERT_TRUE(RunUntil([&] { return !stage.sonars[0].Payloads(1005).empty(); }));
     // 191.0 as a 32-bit float.
     EXPECT_EQ(stage.sonars[0].Payloads(1005), (std::vector<std::vector<unsigned char>>{{0x00, 0x00, 0x3F, 0x43}}));
@@ -238,8 +239,9 @@ TEST(LiveWindow, ASliderReachesTheSonarAndItsAnswerTheLabel)
     // The sonar changes it of itself; the label follows.
     std::string answer;
     ASSERT_TRUE(stage.sonars[0].Server().Command("set x5Power=205", answer)) << answer;
-    EXPECT_TRUE(RunUntil([&] { return stage.Label("id16941") == "205 dB"; }));
-    EXPECT_EQ(stage.Control<QSlider>("id16927").value(), 205 - 220 + stage.Control<QSlider>("id16927").maximum());
+    EXPECT_TRUE(RunUntil([&] { return stage.Label("powerValue") == "205 dB"; }));
+    EXPECT_EQ(stage.Control<QSlider>("powerSlider").value(),
+              205 - 220 + stage.Control<QSlider>("powerSlider").maximum());
 }
 
 TEST(LiveWindow, TheViewFollowsTheChosenSonarAndVessel)
@@ -250,8 +252,8 @@ TEST(LiveWindow, TheViewFollowsTheChosenSonarAndVessel)
     EXPECT_TRUE(RunUntil([&] { return stage.window->ShownDevice() == pole; }));
     EXPECT_TRUE(
         RunUntil([&] { return stage.window->findChild<QLabel*>("viewTitle")->text() == "Pole sonar - Surveyor"; }));
-    stage.Scroll("id16927", 1);
-    stage.Scroll("id16927", 8);
+    stage.Scroll("powerSlider", 1);
+    stage.Scroll("powerSlider", 8);
     EXPECT_TRUE(RunUntil([&] { return !stage.sonars[1].Payloads(1005).empty(); }));
     EXPECT_TRUE(stage.sonars[0].Payloads(1005).empty());
 
@@ -273,8 +275,8 @@ TEST(LiveWindow, ALostSonarIsToldWithTheReason)
     }));
     EXPECT_TRUE(stage.IsConnected(pole));
     // What the operator asks for now goes nowhere and holds nobody up.
-    stage.Scroll("id16927", 1);
-    stage.Scroll("id16927", 8);
+    stage.Scroll("powerSlider", 1);
+    stage.Scroll("powerSlider", 8);
     stage.End();
 }
 
@@ -288,8 +290,8 @@ TEST(LiveWindow, TheProjectRemembersWindowDocksAndTheViewsDevice)
         Q_EMIT stage.window->Devices().SonarChosen(pole);
         ASSERT_TRUE(RunUntil([&] { return stage.window->ShownDevice() == pole; }));
         stage.window->findChild<QDockWidget*>("attributeDock")->hide();
-        stage.Scroll("id16927", 1);
-        stage.Scroll("id16927", 8);
+        stage.Scroll("powerSlider", 1);
+        stage.Scroll("powerSlider", 8);
         ASSERT_TRUE(RunUntil([&] { return !stage.sonars[1].Payloads(1005).empty(); }));
     }
     {
@@ -325,7 +327,7 @@ TEST(LiveWindow, ABurstOfChangesIsFollowedToTheLast)
         last.Add(AttributeKey(L"x5Power"), CVordalDouble(217.0));
         host.MergeDecoded(*device, last);
     });
-    EXPECT_TRUE(RunUntil([&] { return stage.Label("id16941") == "217 dB"; }));
+    EXPECT_TRUE(RunUntil([&] { return stage.Label("powerValue") == "217 dB"; }));
 }
 
 /// The host behind a window on one sonar, without the window.

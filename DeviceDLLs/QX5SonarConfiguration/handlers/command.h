@@ -3,6 +3,8 @@
 // One table serves the handler, `qx5 keys`, `qx5 explain` and the manual.
 #pragma once
 
+#include "../attribute_at.h"
+
 #include <VordalAttributesR/AttributeKey.h>
 #include <protocol/frame.h>
 #include <protocol/record_layout.h>
@@ -20,10 +22,6 @@ inline constexpr Target Processor = protocol::SonarProcessor;
 inline constexpr Target PositioningUnit{9100, 0}; ///< the satellite positioning and inertial unit
 /// The device's own sonar, under enumerator 0 in place of the configured one.
 inline constexpr Target OwnSonarZero{0, 0};
-
-/// The key as the attribute tree takes it, its hash made at compile time.
-template <protocol::Key const& K>
-inline constexpr AttributeKey At{K.text};
 
 /// How a command comes by the values of its keys.
 enum class Form : std::uint8_t

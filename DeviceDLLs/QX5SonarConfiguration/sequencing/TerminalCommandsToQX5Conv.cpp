@@ -1,6 +1,7 @@
 // The conversion of an operator terminal's codes into requests.
 #include "TerminalCommandsToQX5Conv.h"
 
+#include "default_ranges.h"
 #include "handlers/command.h"
 #include "handlers/reading.h"
 
@@ -30,13 +31,6 @@ using namespace qx5::terminal;
 namespace keys = qx5::protocol::keys;
 
 namespace {
-
-/// Ranges that a sonar offers before it has told its own, in metres.
-constexpr double defaultRanges[]{
-    2.5,    5.0,    8.0,    10.0,   15.0,   20.0,   25.0,   30.0,   35.0,   40.0,   50.0,   75.0,    100.0,   125.0,
-    150.0,  175.0,  200.0,  250.0,  300.0,  350.0,  400.0,  500.0,  750.0,  1000.0, 1250.0, 1500.0,  1750.0,  2000.0,
-    2500.0, 3000.0, 3500.0, 4000.0, 4500.0, 5000.0, 5500.0, 6000.0, 6500.0, 7000.0, 7500.0, 10000.0, 12500.0, 15000.0};
-static_assert(std::size(defaultRanges) == 42);
 
 constexpr wchar_t const* snapshotDisplay = L"snapshot view"; ///< a display's name and its type
 constexpr wchar_t const* bathymetryDisplay = L"bathy";
@@ -69,7 +63,7 @@ double ReadDouble(CAttributeMap const& tree, AttributeKey const& key)
 
 } // namespace
 
-TerminalCommandsToQX5Conv::TerminalCommandsToQX5Conv() : rangeSet(std::begin(defaultRanges), std::end(defaultRanges))
+TerminalCommandsToQX5Conv::TerminalCommandsToQX5Conv() : rangeSet(std::begin(DefaultRanges), std::end(DefaultRanges))
 {
     using Sink = MemFunNoInfoSubscriber<TerminalCommandsToQX5Conv>;
     settingsSubscription.SetSubscriber(new Sink(this, &TerminalCommandsToQX5Conv::HandleSettingsChange), true);

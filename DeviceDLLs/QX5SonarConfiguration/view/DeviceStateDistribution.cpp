@@ -60,7 +60,7 @@ struct BeamWidths
 template <qx5::protocol::Key const& axis>
 BeamWidths ReadBeamWidths(CAttributeMap const& settings)
 {
-    auto const& branch = settings.Find(qx5::HashedKey<axis>);
+    auto const& branch = settings.Find(qx5::At<axis>);
     BeamWidths widths;
     widths.variable = ReadValue<keys::x5Variable>(branch, false);
     widths.list = ReadValue<keys::x5BeamWidthList>(branch, std::vector<double>());
@@ -114,7 +114,7 @@ void QX5SonarConfigurationView::OnSoundVelocityData()
 void QX5SonarConfigurationView::ApplySonarSettings(CAttributeMap const& tree)
 {
     int deviceEnum = 0;
-    if (!tree.FindValue(qx5::HashedKey<keys::DeviceEnum>).Get(deviceEnum)) {
+    if (!tree.FindValue(qx5::At<keys::DeviceEnum>).Get(deviceEnum)) {
         return;
     }
     m_deviceEnum = deviceEnum;
@@ -127,10 +127,10 @@ void QX5SonarConfigurationView::ApplySonarSettings(CAttributeMap const& tree)
 
     auto& limits = m_settingsPage->limits;
     limits.rangeSet = ReadValue<keys::x5RangeSet>(rateSet, std::vector<double>());
-    auto const& range = rateSet.Find(qx5::HashedKey<keys::x5Range>);
+    auto const& range = rateSet.Find(qx5::At<keys::x5Range>);
     limits.rangeMin = ReadValue<keys::x5Min>(range, 0.0);
     limits.rangeMax = ReadValue<keys::x5Max>(range, 0.0);
-    auto const& power = settings.Find(qx5::HashedKey<keys::x5Power>);
+    auto const& power = settings.Find(qx5::At<keys::x5Power>);
     limits.powerMin = ReadValue<keys::x5Min>(power, 0.0);
     limits.powerMax = ReadValue<keys::x5Max>(power, 0.0);
     auto const pulseLengths = ReadValue<keys::x5PulseLengthValues>(tree, std::vector<double>());
@@ -138,7 +138,7 @@ void QX5SonarConfigurationView::ApplySonarSettings(CAttributeMap const& tree)
     limits.pulseLengthMax = pulseLengths.empty() ? 0.0 : pulseLengths.back();
     ApplyBeamWidths(settings);
 
-    auto const& steer = settings.Find(qx5::HashedKey<keys::x5BeamSteer>);
+    auto const& steer = settings.Find(qx5::At<keys::x5BeamSteer>);
     limits.steerMinX = NarrowToFloat(ReadValue<keys::x5MinX>(steer, 0.0));
     limits.steerMaxX = NarrowToFloat(ReadValue<keys::x5MaxX>(steer, 0.0));
     limits.steerMinZ = NarrowToFloat(ReadValue<keys::x5MinZ>(steer, 0.0));
@@ -147,19 +147,19 @@ void QX5SonarConfigurationView::ApplySonarSettings(CAttributeMap const& tree)
     // A first value for a page that has none yet.
     m_settingsPage->UpdateBeamSteering(limits.steerMinX, limits.steerMinZ);
 
-    auto const& pingRate = settings.Find(qx5::HashedKey<keys::x5PingRate>);
+    auto const& pingRate = settings.Find(qx5::At<keys::x5PingRate>);
     limits.pingRateMin = NarrowToFloat(ReadValue<keys::x5Min>(pingRate, 0.0));
     limits.pingRateMax = NarrowToFloat(ReadValue<keys::x5Max>(pingRate, 0.0));
     limits.pingRateRatio = NarrowToFloat(ReadValue<keys::x5Ratio>(pingRate, 0.0));
     limits.freeRun = ReadValue<keys::x5FreeRun>(pingRate, false);
-    auto const& gain = settings.Find(qx5::HashedKey<keys::x5Gain>);
+    auto const& gain = settings.Find(qx5::At<keys::x5Gain>);
     limits.gainMin = ReadValue<keys::x5Min>(gain, 0.0);
     limits.gainMax = ReadValue<keys::x5Max>(gain, 0.0);
-    auto const& fixedGain = gain.Find(qx5::HashedKey<keys::x5Fixed>);
+    auto const& fixedGain = gain.Find(qx5::At<keys::x5Fixed>);
     limits.fixedGainAvailable = ReadValue<keys::x5Available>(fixedGain, false);
     limits.fixedGainMin = ReadValue<keys::x5Min>(fixedGain, 0.0);
     limits.fixedGainMax = ReadValue<keys::x5Max>(fixedGain, 0.0);
-    auto const& frequency = settings.Find(qx5::HashedKey<keys::x5Frequency>);
+    auto const& frequency = settings.Find(qx5::At<keys::x5Frequency>);
     limits.frequencyMin = ReadValue<keys::x5Min>(frequency, 0.0);
     limits.frequencyMax = ReadValue<keys::x5Max>(frequency, 0.0);
     limits.frequencyCenter = ReadValue<keys::x5CenterFreq>(frequency, 0.0);
@@ -195,7 +195,7 @@ void QX5SonarConfigurationView::ApplyBeamWidths(CAttributeMap const& settings)
 void QX5SonarConfigurationView::ApplyOperationModes(CAttributeMap const& tree)
 {
     m_settingsPage->operationModes.clear();
-    auto const& key = qx5::HashedKey<keys::x5SonarSettings>;
+    auto const& key = qx5::At<keys::x5SonarSettings>;
     for (int i = 0;; ++i) {
         auto const* const mode = tree.GetAttrMap(key, i);
         if (mode == nullptr) {
@@ -216,7 +216,7 @@ void QX5SonarConfigurationView::ApplyOperationModes(CAttributeMap const& tree)
 
 void QX5SonarConfigurationView::ApplyOceanLimits(CAttributeMap const& settings)
 {
-    auto const& velocity = settings.Find(qx5::HashedKey<keys::x5SoundVelocity>);
+    auto const& velocity = settings.Find(qx5::At<keys::x5SoundVelocity>);
     m_oceanPage->SetSoundVelocityLimits(ReadValue<keys::x5Min>(velocity, 0.0), ReadValue<keys::x5Max>(velocity, 0.0));
     m_oceanPage->SetMaxAbsorption(ReadValue<keys::MaxAbsorption>(settings, 0.0));
     m_oceanPage->SetMaxSpreading(ReadValue<keys::MaxSpreading>(settings, 0.0));

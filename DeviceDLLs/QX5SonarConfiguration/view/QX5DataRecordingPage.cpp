@@ -1,8 +1,8 @@
 // The page "Data Recording": two commands that wait for the sonar's answer, and how the recording stands.
 #include "QX5DataRecordingPage.h"
 
-#include "QX5SonarConfigurationView.h"
 #include "page_controls.h"
+#include "page_device.h"
 #include "ui_QX5DataRecordingPage.h"
 
 #include <VordalAttributesR/CVordalType.h>
@@ -34,13 +34,13 @@ void ShowText(QLineEdit& field, QString const& text)
 
 } // namespace
 
-QX5DataRecordingPage::QX5DataRecordingPage(QX5SonarConfigurationView& view, QWidget* parent)
-    : QWidget(parent), m_view(view), m_ui(std::make_unique<Ui::QX5DataRecordingPage>())
+QX5DataRecordingPage::QX5DataRecordingPage(qx5::PageDevice& device, QWidget* parent)
+    : QWidget(parent), m_device(device), m_ui(std::make_unique<Ui::QX5DataRecordingPage>())
 {
     m_ui->setupUi(this);
-    connect(m_ui->id28079, &QCheckBox::clicked, this, [this] { OnSyncClicked(); });
-    connect(m_ui->id28080, &QPushButton::clicked, this, [this] { OnStart(); });
-    connect(m_ui->id28081, &QPushButton::clicked, this, [this] { OnStop(); });
+    connect(m_ui->synchronizeBox, &QCheckBox::clicked, this, [this] { OnSyncClicked(); });
+    connect(m_ui->startButton, &QPushButton::clicked, this, [this] { OnStart(); });
+    connect(m_ui->stopButton, &QPushButton::clicked, this, [this] { OnStop(); });
     RefreshSync();
 }
 
@@ -48,8 +48,8 @@ QX5DataRecordingPage::~QX5DataRecordingPage() = default;
 
 void QX5DataRecordingPage::RefreshSync()
 {
-    m_syncRecording = qx5::ReadValue<keys::SyncDataRecording>(m_view.DeviceAttributes(), false);
-    m_ui->id28079->setChecked(m_syncRecording);
+    m_syncRecording = qx5::ReadValue<keys::SyncDataRecording>(m_device.DeviceAttributes(), false);
+    m_ui->synchronizeBox->setChecked(m_syncRecording);
 }
 
 void QX5DataRecordingPage::UpdateStatus(int state, CString const& directory, CString const& file, int diskFree,
@@ -66,18 +66,18 @@ void QX5DataRecordingPage::UpdateStatus(int state, CString const& directory, CSt
         ReadStateNames();
     }
     if (state >= 0 && static_cast<std::size_t>(state) < m_stateNames.size()) {
-        ShowText(*m_ui->id28082, qx5::ToQString(m_stateNames[static_cast<std::size_t>(state)]));
+        ShowText(*m_ui->recordingModeField, qx5::ToQString(m_stateNames[static_cast<std::size_t>(state)]));
     }
-    ShowText(*m_ui->id28086, QString::number(diskFree) + QStringLiteral(" %"));
-    ShowText(*m_ui->id28085, qx5::ToQString(FormatByteSize(fileSize)));
-    ShowText(*m_ui->id28083, qx5::ToQString(directory));
-    ShowText(*m_ui->id28084, qx5::ToQString(file));
+    ShowText(*m_ui->freeSpaceField, QString::number(diskFree) + QStringLiteral(" %"));
+    ShowText(*m_ui->fileSizeField, qx5::ToQString(FormatByteSize(fileSize)));
+    ShowText(*m_ui->directoryField, qx5::ToQString(directory));
+    ShowText(*m_ui->fileNameField, qx5::ToQString(file));
 }
 
 void QX5DataRecordingPage::ReadStateNames()
 {
     auto const& definition = DataDefinition::GetDataDefinition();
-    auto const group = m_view.DeviceId().GetGroupId();
+    auto const group = m_device.DeviceId().GetGroupId();
     CString name;
     for (int i = 0; definition.GetGroupItemMapTxt(group, recordingStateItem, i, name); ++i) {
         m_stateNames.push_back(name);
@@ -86,26 +86,26 @@ void QX5DataRecordingPage::ReadStateNames()
 
 void QX5DataRecordingPage::EnableButtons(bool start, bool stop)
 {
-    m_ui->id28080->setEnabled(start);
-    m_ui->id28081->setEnabled(stop);
+    m_ui->startButton->setEnabled(start);
+    m_ui->stopButton->setEnabled(stop);
 }
 
 void QX5DataRecordingPage::OnStart()
 {
     EnableButtons(false, false);
-    m_view.SendRequestValue(keys::x5DataRecording.text, CVordalInt(stateRecording));
+    m_device.SendRequestValue(keys::x5DataRecording.text, CVordalInt(stateRecording));
 }
 
 void QX5DataRecordingPage::OnStop()
 {
     EnableButtons(false, false);
-    m_view.SendRequestValue(keys::x5DataRecording.text, CVordalInt(stateIdle));
+    m_device.SendRequestValue(keys::x5DataRecording.text, CVordalInt(stateIdle));
 }
 
 void QX5DataRecordingPage::OnSyncClicked()
 {
-    bool const checked = m_ui->id28079->isChecked();
+    bool const checked = m_ui->synchronizeBox->isChecked();
     m_syncRecording = checked;
-    m_view.SendRequestValue(keys::SyncDataRecording.text, CVordalBool(checked));
+    m_device.SendRequestValue(keys::SyncDataRecording.text, CVordalBool(checked));
     EnableButtons(!checked && m_recordingState == stateIdle, !checked && m_recordingState == stateRecording);
 }

@@ -9,8 +9,9 @@
 #include <memory>
 #include <vector>
 
-class QX5SonarConfigurationView;
-
+namespace qx5 {
+class PageDevice;
+}
 namespace Ui {
 class QX5DataRecordingPage;
 }
@@ -19,7 +20,7 @@ class QX5DataRecordingPage;
 class QX5DataRecordingPage : public QWidget
 {
 public:
-    QX5DataRecordingPage(QX5SonarConfigurationView& view, QWidget* parent);
+    QX5DataRecordingPage(qx5::PageDevice& device, QWidget* parent);
     ~QX5DataRecordingPage() override;
 
     /// Takes the option from the view's copy of the device's tree.
@@ -34,7 +35,7 @@ private:
     void EnableButtons(bool start, bool stop);
     void ReadStateNames();
 
-    QX5SonarConfigurationView& m_view;
+    qx5::PageDevice& m_device;
     std::unique_ptr<Ui::QX5DataRecordingPage> m_ui;
     int m_recordingState = 5;
     bool m_syncRecording = false;

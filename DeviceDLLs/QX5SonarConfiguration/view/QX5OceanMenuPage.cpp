@@ -1,8 +1,8 @@
 // The page "Ocean Menu": how its controls stand for absorption, spreading loss and sound velocity.
 #include "QX5OceanMenuPage.h"
 
-#include "QX5SonarConfigurationView.h"
 #include "page_controls.h"
+#include "page_device.h"
 #include "ui_QX5OceanMenuPage.h"
 #include "value_text.h"
 
@@ -44,22 +44,22 @@ QString LimitText(double value)
 
 } // namespace
 
-QX5OceanMenuPage::QX5OceanMenuPage(QX5SonarConfigurationView& view, QWidget* parent)
-    : QWidget(parent), m_view(view), m_ui(std::make_unique<Ui::QX5OceanMenuPage>())
+QX5OceanMenuPage::QX5OceanMenuPage(qx5::PageDevice& device, QWidget* parent)
+    : QWidget(parent), m_device(device), m_ui(std::make_unique<Ui::QX5OceanMenuPage>())
 {
     m_ui->setupUi(this);
-    qx5::FillList(*m_ui->id28105, QStringLiteral("None,Light,Normal,Wizard"));
-    qx5::LeaveWheelToPage(*m_ui->id28105);
-    qx5::ReserveWidth(*m_ui->id16924, AbsorptionText(120.0F));
-    m_ui->id28106->setVisible(false);
-    m_ui->id28105->setVisible(false);
-    m_ui->id16920->setRange(0, 120);
-    m_ui->id16920->setValue(70);
-    m_ui->id16922->setRange(0, 60);
-    m_ui->id16922->setValue(30);
-    m_ui->id16921->setRange(1400, 1600);
-    m_ui->id16921->setValue(1500);
-    m_ui->id16921->setEnabled(false);
+    qx5::FillList(*m_ui->soundVelocityFilterList, QStringLiteral("None,Light,Normal,Wizard"));
+    qx5::LeaveWheelToPage(*m_ui->soundVelocityFilterList);
+    qx5::ReserveWidth(*m_ui->absorptionValue, AbsorptionText(120.0F));
+    m_ui->soundVelocityFilterCaption->setVisible(false);
+    m_ui->soundVelocityFilterList->setVisible(false);
+    m_ui->absorptionSlider->setRange(0, 120);
+    m_ui->absorptionSlider->setValue(70);
+    m_ui->spreadingSlider->setRange(0, 60);
+    m_ui->spreadingSlider->setValue(30);
+    m_ui->soundVelocitySlider->setRange(1400, 1600);
+    m_ui->soundVelocitySlider->setValue(1500);
+    m_ui->soundVelocitySlider->setEnabled(false);
     // Until it is initialised the page stores values and leaves its controls alone.
     m_forceUpdate = true;
     UpdateAbsorption(m_absorption);
@@ -69,11 +69,11 @@ QX5OceanMenuPage::QX5OceanMenuPage(QX5SonarConfigurationView& view, QWidget* par
     m_initialised = true;
     m_forceUpdate = false;
 
-    connect(m_ui->id16920, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnAbsorptionScrolled);
-    connect(m_ui->id16922, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnSpreadingScrolled);
-    connect(m_ui->id16921, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnSoundVelocityScrolled);
-    connect(m_ui->id28092, &QCheckBox::clicked, this, &QX5OceanMenuPage::OnOverrideClicked);
-    connect(m_ui->id28105, &QComboBox::activated, this, &QX5OceanMenuPage::OnFilterChosen);
+    connect(m_ui->absorptionSlider, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnAbsorptionScrolled);
+    connect(m_ui->spreadingSlider, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnSpreadingScrolled);
+    connect(m_ui->soundVelocitySlider, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnSoundVelocityScrolled);
+    connect(m_ui->overrideSoundVelocityBox, &QCheckBox::clicked, this, &QX5OceanMenuPage::OnOverrideClicked);
+    connect(m_ui->soundVelocityFilterList, &QComboBox::activated, this, &QX5OceanMenuPage::OnFilterChosen);
 }
 
 QX5OceanMenuPage::~QX5OceanMenuPage() = default;
@@ -85,8 +85,8 @@ void QX5OceanMenuPage::UpdateAbsorption(float decibelPerKilometre)
     }
     m_absorption = decibelPerKilometre;
     if (m_initialised) {
-        m_ui->id16924->setText(AbsorptionText(m_absorption));
-        m_ui->id16920->setValue(FloorToInt(m_absorption));
+        m_ui->absorptionValue->setText(AbsorptionText(m_absorption));
+        m_ui->absorptionSlider->setValue(FloorToInt(m_absorption));
     }
 }
 
@@ -97,8 +97,8 @@ void QX5OceanMenuPage::UpdateSpreading(float decibel)
     }
     m_spreading = decibel;
     if (m_initialised) {
-        m_ui->id16925->setText(SpreadingText(m_spreading));
-        m_ui->id16922->setValue(FloorToInt(m_spreading));
+        m_ui->spreadingValue->setText(SpreadingText(m_spreading));
+        m_ui->spreadingSlider->setValue(FloorToInt(m_spreading));
     }
 }
 
@@ -109,10 +109,10 @@ void QX5OceanMenuPage::UpdateSoundVelocity(float metresPerSecond)
     }
     m_soundVelocity = metresPerSecond;
     if (m_initialised) {
-        m_ui->id16923->setText(SoundVelocityText(m_soundVelocity));
+        m_ui->soundVelocityValue->setText(SoundVelocityText(m_soundVelocity));
         // Without override the label follows the sensor and the slider stays.
-        if (m_ui->id16921->isEnabledTo(this)) {
-            m_ui->id16921->setValue(FloorToInt(m_soundVelocity));
+        if (m_ui->soundVelocitySlider->isEnabledTo(this)) {
+            m_ui->soundVelocitySlider->setValue(FloorToInt(m_soundVelocity));
         }
     }
 }
@@ -137,49 +137,49 @@ void QX5OceanMenuPage::ShowOverride()
     if (!m_initialised) {
         return;
     }
-    m_ui->id28092->setChecked(m_soundVelocityOverride);
-    m_ui->id16921->setEnabled(m_soundVelocityOverride);
+    m_ui->overrideSoundVelocityBox->setChecked(m_soundVelocityOverride);
+    m_ui->soundVelocitySlider->setEnabled(m_soundVelocityOverride);
     if (m_soundVelocityOverride) {
-        m_ui->id16921->setValue(FloorToInt(m_soundVelocity));
+        m_ui->soundVelocitySlider->setValue(FloorToInt(m_soundVelocity));
     }
 }
 
 void QX5OceanMenuPage::ShowSoundVelocityFilter(int filter)
 {
     bool const offered = filter > 0;
-    m_ui->id28106->setVisible(offered);
-    m_ui->id28105->setVisible(offered);
+    m_ui->soundVelocityFilterCaption->setVisible(offered);
+    m_ui->soundVelocityFilterList->setVisible(offered);
     if (offered) {
-        m_ui->id28105->setCurrentIndex(filter - 1);
+        m_ui->soundVelocityFilterList->setCurrentIndex(filter - 1);
     }
 }
 
 void QX5OceanMenuPage::SetSoundVelocityLimits(double least, double greatest)
 {
-    m_ui->id16921->setRange(TruncateToInt32(least), TruncateToInt32(greatest));
-    m_ui->id16921->setValue(FloorToInt(m_soundVelocity));
-    m_ui->id28129->setText(LimitText(least));
-    m_ui->id28130->setText(LimitText(greatest));
+    m_ui->soundVelocitySlider->setRange(TruncateToInt32(least), TruncateToInt32(greatest));
+    m_ui->soundVelocitySlider->setValue(FloorToInt(m_soundVelocity));
+    m_ui->soundVelocityLeast->setText(LimitText(least));
+    m_ui->soundVelocityGreatest->setText(LimitText(greatest));
 }
 
 void QX5OceanMenuPage::SetMaxAbsorption(double decibelPerKilometre)
 {
-    m_ui->id16920->setRange(0, TruncateToInt32(decibelPerKilometre));
-    m_ui->id16920->setValue(FloorToInt(m_absorption));
-    m_ui->id28131->setText(LimitText(decibelPerKilometre));
+    m_ui->absorptionSlider->setRange(0, TruncateToInt32(decibelPerKilometre));
+    m_ui->absorptionSlider->setValue(FloorToInt(m_absorption));
+    m_ui->absorptionGreatest->setText(LimitText(decibelPerKilometre));
 }
 
 void QX5OceanMenuPage::SetMaxSpreading(double decibel)
 {
-    m_ui->id16922->setRange(0, TruncateToInt32(decibel));
-    m_ui->id16922->setValue(FloorToInt(m_spreading));
-    m_ui->id28132->setText(LimitText(decibel));
+    m_ui->spreadingSlider->setRange(0, TruncateToInt32(decibel));
+    m_ui->spreadingSlider->setValue(FloorToInt(m_spreading));
+    m_ui->spreadingGreatest->setText(LimitText(decibel));
 }
 
 void QX5OceanMenuPage::LockLosses(bool locked)
 {
-    m_ui->id16920->setEnabled(!locked);
-    m_ui->id16922->setEnabled(!locked);
+    m_ui->absorptionSlider->setEnabled(!locked);
+    m_ui->spreadingSlider->setEnabled(!locked);
 }
 
 // What the operator does. Unlike on other pages the release of the thumb is a move.
@@ -195,51 +195,51 @@ int OceanPosition(ScrollSlider const& slider, ScrollKind kind, int position)
 
 void QX5OceanMenuPage::OnAbsorptionScrolled(ScrollKind kind, int position)
 {
-    int const p = OceanPosition(*m_ui->id16920, kind, position);
+    int const p = OceanPosition(*m_ui->absorptionSlider, kind, position);
     m_absorption = static_cast<float>(p);
-    m_ui->id16924->setText(AbsorptionText(m_absorption));
+    m_ui->absorptionValue->setText(AbsorptionText(m_absorption));
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.SendRequestValue(keys::x5Absorption.text, CVordalDouble(m_absorption));
+        m_device.SendRequestValue(keys::x5Absorption.text, CVordalDouble(m_absorption));
     }
-    m_ui->id16920->setValue(p);
+    m_ui->absorptionSlider->setValue(p);
 }
 
 void QX5OceanMenuPage::OnSpreadingScrolled(ScrollKind kind, int position)
 {
-    int const p = OceanPosition(*m_ui->id16922, kind, position);
+    int const p = OceanPosition(*m_ui->spreadingSlider, kind, position);
     m_spreading = static_cast<float>(p);
-    m_ui->id16925->setText(SpreadingText(m_spreading));
+    m_ui->spreadingValue->setText(SpreadingText(m_spreading));
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.SendRequestValue(keys::x5SpreadingLoss.text, CVordalDouble(m_spreading));
+        m_device.SendRequestValue(keys::x5SpreadingLoss.text, CVordalDouble(m_spreading));
     }
-    m_ui->id16922->setValue(p);
+    m_ui->spreadingSlider->setValue(p);
 }
 
 void QX5OceanMenuPage::OnSoundVelocityScrolled(ScrollKind kind, int position)
 {
-    int const p = OceanPosition(*m_ui->id16921, kind, position);
+    int const p = OceanPosition(*m_ui->soundVelocitySlider, kind, position);
     m_soundVelocity = static_cast<float>(p);
-    m_ui->id16923->setText(SoundVelocityText(m_soundVelocity));
+    m_ui->soundVelocityValue->setText(SoundVelocityText(m_soundVelocity));
     if (kind == ScrollKind::EndOfScrolling) {
         SendSoundVelocity();
     }
-    m_ui->id16921->setValue(p);
+    m_ui->soundVelocitySlider->setValue(p);
 }
 
 void QX5OceanMenuPage::OnOverrideClicked()
 {
-    SetOverride(m_ui->id28092->isChecked());
+    SetOverride(m_ui->overrideSoundVelocityBox->isChecked());
     SendSoundVelocity();
 }
 
 void QX5OceanMenuPage::OnFilterChosen(int index)
 {
     if (index >= 0) {
-        m_view.SendRequestValue(keys::x5SoundVelocityFilter.text, CVordalInt(index + 1));
+        m_device.SendRequestValue(keys::x5SoundVelocityFilter.text, CVordalInt(index + 1));
     }
 }
 
 void QX5OceanMenuPage::SendSoundVelocity()
 {
-    m_view.RequestSoundVelocity(m_soundVelocity, m_soundVelocityOverride);
+    m_device.RequestSoundVelocity(m_soundVelocity, m_soundVelocityOverride);
 }

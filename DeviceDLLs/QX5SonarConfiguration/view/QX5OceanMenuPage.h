@@ -8,8 +8,10 @@
 #include <memory>
 
 class QLabel;
-class QX5SonarConfigurationView;
 
+namespace qx5 {
+class PageDevice;
+}
 namespace Ui {
 class QX5OceanMenuPage;
 }
@@ -19,7 +21,7 @@ class QX5OceanMenuPage;
 class QX5OceanMenuPage : public QWidget
 {
 public:
-    QX5OceanMenuPage(QX5SonarConfigurationView& view, QWidget* parent);
+    QX5OceanMenuPage(qx5::PageDevice& device, QWidget* parent);
     ~QX5OceanMenuPage() override;
 
     void UpdateSoundVelocity(float metresPerSecond);
@@ -47,7 +49,7 @@ private:
     void SendSoundVelocity();
     void ShowOverride();
 
-    QX5SonarConfigurationView& m_view;
+    qx5::PageDevice& m_device;
     std::unique_ptr<Ui::QX5OceanMenuPage> m_ui;
     bool m_initialised = false;
     bool m_forceUpdate = false;

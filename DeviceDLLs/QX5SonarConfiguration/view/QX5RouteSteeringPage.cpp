@@ -1,8 +1,8 @@
 // The page "Sonar Steering": how its controls stand for the attributes of the computation that steers the swath.
 #include "QX5RouteSteeringPage.h"
 
-#include "QX5SonarConfigurationView.h"
 #include "page_controls.h"
+#include "page_device.h"
 #include "steering_keys.h"
 #include "ui_QX5RouteSteeringPage.h"
 #include "value_text.h"
@@ -72,35 +72,35 @@ int Limited(ScrollSlider const& slider, int position)
 
 } // namespace
 
-QX5RouteSteeringPage::QX5RouteSteeringPage(QX5SonarConfigurationView& view, QWidget* parent)
-    : QWidget(parent), m_view(view), m_ui(std::make_unique<Ui::QX5RouteSteeringPage>()),
+QX5RouteSteeringPage::QX5RouteSteeringPage(qx5::PageDevice& device, QWidget* parent)
+    : QWidget(parent), m_device(device), m_ui(std::make_unique<Ui::QX5RouteSteeringPage>()),
       m_routes(COMBO_ROUTE_FILES, true)
 {
     m_ui->setupUi(this);
-    m_ui->id28103->setVisible(false);
-    qx5::ReserveWidth(*m_ui->id28100, QStringLiteral("5.0\u00B0"));
-    qx5::ReserveWidth(*m_ui->id28102, QStringLiteral("10"));
-    qx5::LeaveWheelToPage(*m_ui->id28096);
-    m_routes.Attach(m_ui->id28096);
+    m_ui->pipeSteeringBox->setVisible(false);
+    qx5::ReserveWidth(*m_ui->differenceValue, QStringLiteral("5.0\u00B0"));
+    qx5::ReserveWidth(*m_ui->delayValue, QStringLiteral("10"));
+    qx5::LeaveWheelToPage(*m_ui->routeList);
+    m_routes.Attach(m_ui->routeList);
     SetSliderLimits();
 
-    connect(m_ui->id28093, &QCheckBox::clicked, this, [this] { OnRouteSteeringClicked(); });
-    connect(m_ui->id28103, &QCheckBox::clicked, this, [this] { OnPipeSteeringClicked(); });
-    connect(m_ui->id28094, &QRadioButton::clicked, this, [this] { m_view.SetSteeringRouteSource(0); });
-    connect(m_ui->id28095, &QRadioButton::clicked, this, [this] { m_view.SetSteeringRouteSource(1); });
-    connect(m_ui->id28096, &QComboBox::activated, this, [this] { OnRouteChosen(); });
-    connect(m_ui->id28097, &QRadioButton::clicked, this, [this] { m_view.SetSteeringMode(0); });
-    connect(m_ui->id28098, &QRadioButton::clicked, this, [this] { m_view.SetSteeringMode(1); });
-    connect(m_ui->id28099, &ScrollSlider::Scrolled, this, &QX5RouteSteeringPage::OnDifferenceScrolled);
-    connect(m_ui->id28101, &ScrollSlider::Scrolled, this, &QX5RouteSteeringPage::OnDelayScrolled);
+    connect(m_ui->routeSteeringBox, &QCheckBox::clicked, this, [this] { OnRouteSteeringClicked(); });
+    connect(m_ui->pipeSteeringBox, &QCheckBox::clicked, this, [this] { OnPipeSteeringClicked(); });
+    connect(m_ui->activeRouteButton, &QRadioButton::clicked, this, [this] { m_device.SetSteeringRouteSource(0); });
+    connect(m_ui->localRouteButton, &QRadioButton::clicked, this, [this] { m_device.SetSteeringRouteSource(1); });
+    connect(m_ui->routeList, &QComboBox::activated, this, [this] { OnRouteChosen(); });
+    connect(m_ui->horizontalButton, &QRadioButton::clicked, this, [this] { m_device.SetSteeringMode(0); });
+    connect(m_ui->flexButton, &QRadioButton::clicked, this, [this] { m_device.SetSteeringMode(1); });
+    connect(m_ui->differenceSlider, &ScrollSlider::Scrolled, this, &QX5RouteSteeringPage::OnDifferenceScrolled);
+    connect(m_ui->delaySlider, &ScrollSlider::Scrolled, this, &QX5RouteSteeringPage::OnDelayScrolled);
 }
 
 QX5RouteSteeringPage::~QX5RouteSteeringPage() = default;
 
 void QX5RouteSteeringPage::SetSliderLimits()
 {
-    m_ui->id28099->setRange(0, greatestDifference);
-    m_ui->id28101->setRange(leastDelay, greatestDelay);
+    m_ui->differenceSlider->setRange(0, greatestDifference);
+    m_ui->delaySlider->setRange(leastDelay, greatestDelay);
 }
 
 // What the computation says
@@ -108,25 +108,25 @@ void QX5RouteSteeringPage::SetSliderLimits()
 void QX5RouteSteeringPage::UpdateSteering(int sonarSteering, int routeSource, CString const& routeName, int mode,
                                           int pipeSteering, int delay, double difference)
 {
-    m_ui->id28093->setChecked(sonarSteering != 0);
-    qx5::SetChecked(*m_ui->id28094, routeSource == 0);
-    qx5::SetChecked(*m_ui->id28095, routeSource == 1);
-    qx5::SetChecked(*m_ui->id28097, mode == 0);
-    qx5::SetChecked(*m_ui->id28098, mode == 1);
+    m_ui->routeSteeringBox->setChecked(sonarSteering != 0);
+    qx5::SetChecked(*m_ui->activeRouteButton, routeSource == 0);
+    qx5::SetChecked(*m_ui->localRouteButton, routeSource == 1);
+    qx5::SetChecked(*m_ui->horizontalButton, mode == 0);
+    qx5::SetChecked(*m_ui->flexButton, mode == 1);
 
     m_pipeRouteSonarSteering = pipeSteering;
     m_pipeDetectionLevel = ReadPipeDetectionLevel();
-    m_ui->id28103->setVisible(m_pipeDetectionLevel > 0);
+    m_ui->pipeSteeringBox->setVisible(m_pipeDetectionLevel > 0);
     ShowPipeSteering(sonarSteering != 0);
 
     m_routes.SetSelected(routeName);
 
-    int const tenths = Limited(*m_ui->id28099, FloorToInt(difference * 10.0 + 0.5));
+    int const tenths = Limited(*m_ui->differenceSlider, FloorToInt(difference * 10.0 + 0.5));
     ShowDifference(tenths);
-    m_ui->id28099->setValue(tenths);
-    int const limitedDelay = Limited(*m_ui->id28101, delay);
+    m_ui->differenceSlider->setValue(tenths);
+    int const limitedDelay = Limited(*m_ui->delaySlider, delay);
     ShowDelay(limitedDelay);
-    m_ui->id28101->setValue(limitedDelay);
+    m_ui->delaySlider->setValue(limitedDelay);
 }
 
 int QX5RouteSteeringPage::ReadPipeDetectionLevel()
@@ -144,40 +144,40 @@ int QX5RouteSteeringPage::ReadPipeDetectionLevel()
 void QX5RouteSteeringPage::ShowPipeSteering(bool routeSteering)
 {
     if (m_pipeDetectionLevel != 0) {
-        m_ui->id28103->setEnabled(!routeSteering);
-        m_ui->id28103->setChecked(m_pipeRouteSonarSteering != 0 && !routeSteering);
+        m_ui->pipeSteeringBox->setEnabled(!routeSteering);
+        m_ui->pipeSteeringBox->setChecked(m_pipeRouteSonarSteering != 0 && !routeSteering);
     }
 }
 
 void QX5RouteSteeringPage::ShowDifference(int tenths)
 {
-    m_ui->id28100->setText(FixedText(tenths * degreesPerStep, 1, 2) + QStringLiteral("\u00B0"));
+    m_ui->differenceValue->setText(FixedText(tenths * degreesPerStep, 1, 2) + QStringLiteral("\u00B0"));
 }
 
 void QX5RouteSteeringPage::ShowDelay(int delay)
 {
-    m_ui->id28102->setText(QString::number(delay));
+    m_ui->delayValue->setText(QString::number(delay));
 }
 
 // What the operator does
 
 void QX5RouteSteeringPage::OnRouteSteeringClicked()
 {
-    bool const checked = m_ui->id28093->isChecked();
-    m_view.WriteSteeringAttribute(steering::SonarSteering, VordalTypeCreator::MakeValue(checked ? 1 : 0));
+    bool const checked = m_ui->routeSteeringBox->isChecked();
+    m_device.WriteSteeringAttribute(steering::SonarSteering, VordalTypeCreator::MakeValue(checked ? 1 : 0));
     ShowPipeSteering(checked);
 }
 
 void QX5RouteSteeringPage::OnPipeSteeringClicked()
 {
-    m_pipeRouteSonarSteering = m_ui->id28103->isChecked() ? 1 : 0;
-    m_view.WriteSteeringAttribute(steering::PipeRouteSonarSteering,
-                                  VordalTypeCreator::MakeValue(m_pipeRouteSonarSteering));
+    m_pipeRouteSonarSteering = m_ui->pipeSteeringBox->isChecked() ? 1 : 0;
+    m_device.WriteSteeringAttribute(steering::PipeRouteSonarSteering,
+                                    VordalTypeCreator::MakeValue(m_pipeRouteSonarSteering));
 }
 
 void QX5RouteSteeringPage::OnRouteChosen()
 {
-    m_view.WriteSteeringAttribute(steering::RouteName, VordalTypeCreator::MakeValue(m_routes.GetSelected()));
+    m_device.WriteSteeringAttribute(steering::RouteName, VordalTypeCreator::MakeValue(m_routes.GetSelected()));
 }
 
 void QX5RouteSteeringPage::OnDifferenceScrolled(ScrollKind kind, int position)
@@ -185,13 +185,13 @@ void QX5RouteSteeringPage::OnDifferenceScrolled(ScrollKind kind, int position)
     if (kind == ScrollKind::ThumbReleased) {
         return;
     }
-    int const tenths = PositionAfter(*m_ui->id28099, kind, position);
+    int const tenths = PositionAfter(*m_ui->differenceSlider, kind, position);
     ShowDifference(tenths);
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.WriteSteeringAttribute(steering::PipeRouteSteeringDiff,
-                                      VordalTypeCreator::MakeValue(tenths * degreesPerStep));
+        m_device.WriteSteeringAttribute(steering::PipeRouteSteeringDiff,
+                                        VordalTypeCreator::MakeValue(tenths * degreesPerStep));
     }
-    m_ui->id28099->setValue(tenths);
+    m_ui->differenceSlider->setValue(tenths);
 }
 
 void QX5RouteSteeringPage::OnDelayScrolled(ScrollKind kind, int position)
@@ -199,10 +199,10 @@ void QX5RouteSteeringPage::OnDelayScrolled(ScrollKind kind, int position)
     if (kind == ScrollKind::ThumbReleased) {
         return;
     }
-    int const delay = PositionAfter(*m_ui->id28101, kind, position);
+    int const delay = PositionAfter(*m_ui->delaySlider, kind, position);
     ShowDelay(delay);
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.WriteSteeringAttribute(steering::PipeRouteSteeringDelay, VordalTypeCreator::MakeValue(delay));
+        m_device.WriteSteeringAttribute(steering::PipeRouteSteeringDelay, VordalTypeCreator::MakeValue(delay));
     }
-    m_ui->id28101->setValue(delay);
+    m_ui->delaySlider->setValue(delay);
 }

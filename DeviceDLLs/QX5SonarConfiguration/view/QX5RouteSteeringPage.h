@@ -10,8 +10,9 @@
 
 #include <memory>
 
-class QX5SonarConfigurationView;
-
+namespace qx5 {
+class PageDevice;
+}
 namespace Ui {
 class QX5RouteSteeringPage;
 }
@@ -20,7 +21,7 @@ class QX5RouteSteeringPage;
 class QX5RouteSteeringPage : public QWidget
 {
 public:
-    QX5RouteSteeringPage(QX5SonarConfigurationView& view, QWidget* parent);
+    QX5RouteSteeringPage(qx5::PageDevice& device, QWidget* parent);
     ~QX5RouteSteeringPage() override;
 
     /// Gives the sliders their limits again.
@@ -42,7 +43,7 @@ private:
     /// Route steering and pipe steering exclude each other on the screen; the stored pipe setting survives.
     void ShowPipeSteering(bool routeSteering);
 
-    QX5SonarConfigurationView& m_view;
+    qx5::PageDevice& m_device;
     std::unique_ptr<Ui::QX5RouteSteeringPage> m_ui;
     FileTypeCombo m_routes;
     int m_pipeRouteSonarSteering = 0;

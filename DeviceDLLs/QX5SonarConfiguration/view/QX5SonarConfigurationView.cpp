@@ -179,7 +179,7 @@ void QX5SonarConfigurationView::CreatePages()
 {
     QWidget* const form = GetForm();
     m_tabBar = new QTabBar(form);
-    m_tabBar->setObjectName(QStringLiteral("id28075"));
+    m_tabBar->setObjectName(QStringLiteral("tabs"));
     m_tabBar->setAccessibleName(QStringLiteral("Pages of the sonar"));
     m_tabBar->setExpanding(false);
     m_tabBar->setUsesScrollButtons(true);
@@ -298,7 +298,7 @@ void QX5SonarConfigurationView::SelectDevice(CDataId const& id)
     }
     m_deviceAttributes = std::move(tree);
     unsigned flags = 0;
-    m_deviceAttributes.GetAttribValue(qx5::HashedKey<keys::DeviceEnum>, m_deviceEnum, flags);
+    m_deviceAttributes.GetAttribValue(qx5::At<keys::DeviceEnum>, m_deviceEnum, flags);
     int index = 0;
     do {
         m_steeringComputation = data.GetLinkedComputation(m_deviceId, index++);
@@ -323,7 +323,7 @@ void QX5SonarConfigurationView::RenameDisplay(CDataId const& id)
 void QX5SonarConfigurationView::SendRequest(CAttributeMap const& values)
 {
     CAttributeMap map;
-    *map.Add(qx5::HashedKey<keys::Request>) = values;
+    *map.Add(qx5::At<keys::Request>) = values;
     DataManager::GetDataManager().SetAttributeMap(m_deviceId, map, requestFlags, false);
 }
 
@@ -337,18 +337,18 @@ void QX5SonarConfigurationView::SendRequestValue(CString const& key, CVordalType
 void QX5SonarConfigurationView::RequestSoundVelocity(double velocity, bool override)
 {
     CAttributeMap request;
-    request.Add(qx5::HashedKey<keys::x5SoundVelocity>, CVordalDouble(velocity));
-    request.Add(qx5::HashedKey<keys::x5SoundVelocityOverride>, CVordalBool(override));
+    request.Add(qx5::At<keys::x5SoundVelocity>, CVordalDouble(velocity));
+    request.Add(qx5::At<keys::x5SoundVelocityOverride>, CVordalBool(override));
     SendRequest(request);
 }
 
 void QX5SonarConfigurationView::RequestGateEnables(bool depth, bool range, bool adaptive)
 {
     CAttributeMap request;
-    request.Add(qx5::HashedKey<keys::x5DepthFilterEnabled>, CVordalBool(depth));
-    request.Add(qx5::HashedKey<keys::x5RangeFilterEnabled>, CVordalBool(range));
-    request.Add(qx5::HashedKey<keys::x5AdaptiveGateEnabled>, CVordalBool(adaptive));
-    request.Add(qx5::HashedKey<keys::x5AGDepthFilterEnabled>, CVordalBool(adaptive));
+    request.Add(qx5::At<keys::x5DepthFilterEnabled>, CVordalBool(depth));
+    request.Add(qx5::At<keys::x5RangeFilterEnabled>, CVordalBool(range));
+    request.Add(qx5::At<keys::x5AdaptiveGateEnabled>, CVordalBool(adaptive));
+    request.Add(qx5::At<keys::x5AGDepthFilterEnabled>, CVordalBool(adaptive));
     SendRequest(request);
 }
 

@@ -1,6 +1,8 @@
 // The operator's window onto one sonar: six pages under one tab strip.
 #pragma once
 
+#include "page_device.h"
+
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/CString.h>
@@ -27,7 +29,7 @@ class QX5SonarTrackerPage;
 /// Follows the sonar that the host has selected and the active vessel, hands what the device's tree says to its pages,
 /// and is the pages' only way to the device. What the operator changes shows at once; the sonar's value follows with
 /// the echo. Window thread alone: the host delivers notifications there.
-class QX5SonarConfigurationView : public CFormView
+class QX5SonarConfigurationView : public CFormView, private qx5::PageDevice
 {
 public:
     QX5SonarConfigurationView();
@@ -47,27 +49,19 @@ public:
     /// Makes that device the one shown, whether or not it is there.
     void SelectDevice(CDataId const& id);
 
-    // What the pages call. Each request leaves at once.
-    /// A request of one key.
-    void SendRequestValue(CString const& key, CVordalType const& value);
-    /// A request of whatever `values` has below its root.
-    void SendRequest(CAttributeMap const& values);
-    /// `velocity` in metres per second.
-    void RequestSoundVelocity(double velocity, bool override);
-    void RequestGateEnables(bool depth, bool range, bool adaptive);
-    /// 0 the active route, 1 a local one.
-    void SetSteeringRouteSource(int source);
-    /// 0 horizontal, 1 flex.
-    void SetSteeringMode(int mode);
-    /// Reads the computation's attributes anew, puts the value in place of the key's, and hands all of them back to the
-    /// host. Takes ownership of `value`. Without a computation nothing is written.
-    void WriteSteeringAttribute(AttributeKey const& key, CVordalType* value);
+    // What the pages call.
+    void SendRequestValue(CString const& key, CVordalType const& value) override;
+    void SendRequest(CAttributeMap const& values) override;
+    void RequestSoundVelocity(double velocity, bool override) override;
+    void RequestGateEnables(bool depth, bool range, bool adaptive) override;
+    void SetSteeringRouteSource(int source) override;
+    void SetSteeringMode(int mode) override;
+    void WriteSteeringAttribute(AttributeKey const& key, CVordalType* value) override;
+    CDataId const& DeviceId() const override { return m_deviceId; }
+    CAttributeMap const& DeviceAttributes() const override { return m_deviceAttributes; }
+
     /// Hands `steeringAttributes` back to the host. The computation must be there.
     void SaveSteeringAttributes();
-
-    CDataId const& DeviceId() const { return m_deviceId; }
-    /// The view's copy of the device's tree.
-    CAttributeMap const& DeviceAttributes() const { return m_deviceAttributes; }
 
 private:
     /// A tab: what it is called and which page it shows.

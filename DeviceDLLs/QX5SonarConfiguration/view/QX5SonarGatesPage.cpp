@@ -1,8 +1,8 @@
 // The page "Sonar Gates": limits that are forced into what the sonar can do, sliders and options that act at once.
 #include "QX5SonarGatesPage.h"
 
-#include "QX5SonarConfigurationView.h"
 #include "page_controls.h"
+#include "page_device.h"
 #include "sonar_settings.h"
 #include "ui_QX5SonarGatesPage.h"
 #include "value_text.h"
@@ -17,9 +17,9 @@
 
 namespace keys = qx5::protocol::keys;
 
+using qx5::At;
 using qx5::FixedText;
 using qx5::FloorToInt;
-using qx5::HashedKey;
 using qx5::PositionAfter;
 using qx5::ReadValue;
 using qx5::ScrollKind;
@@ -51,15 +51,15 @@ double ReadNumber(QLineEdit* field)
 
 } // namespace
 
-QX5SonarGatesPage::QX5SonarGatesPage(QX5SonarConfigurationView& view, QWidget* parent)
-    : QWidget(parent), m_view(view), m_ui(std::make_unique<Ui::QX5SonarGatesPage>())
+QX5SonarGatesPage::QX5SonarGatesPage(qx5::PageDevice& device, QWidget* parent)
+    : QWidget(parent), m_device(device), m_ui(std::make_unique<Ui::QX5SonarGatesPage>())
 {
     m_ui->setupUi(this);
-    qx5::ReserveWidth(*m_ui->id28123, QStringLiteral("-30\u00B0"));
-    qx5::ReserveWidth(*m_ui->id28124, QStringLiteral("100%"));
-    ConnectGate(m_depthGate, m_ui->id28112, m_ui->id28113);
-    ConnectGate(m_rangeGate, m_ui->id28115, m_ui->id28116);
-    ConnectGate(m_adaptiveGate, m_ui->id28118, m_ui->id28119);
+    qx5::ReserveWidth(*m_ui->tiltValue, QStringLiteral("-30\u00B0"));
+    qx5::ReserveWidth(*m_ui->windowSizeValue, QStringLiteral("100%"));
+    ConnectGate(m_depthGate, m_ui->minDepthField, m_ui->maxDepthField);
+    ConnectGate(m_rangeGate, m_ui->minRangeField, m_ui->maxRangeField);
+    ConnectGate(m_adaptiveGate, m_ui->minSearchDepthField, m_ui->maxSearchDepthField);
     ConnectControls();
     ResetEditState();
 }
@@ -81,26 +81,28 @@ void QX5SonarGatesPage::ConnectGate(Gate& gate, QLineEdit* minField, QLineEdit* 
 void QX5SonarGatesPage::ConnectControls()
 {
     auto const onFilterGate = [this] {
-        m_ui->id28117->setChecked(false);
+        m_ui->useAdaptiveGateBox->setChecked(false);
         OnGatesClicked();
     };
-    connect(m_ui->id28111, &QCheckBox::clicked, this, onFilterGate);
-    connect(m_ui->id28114, &QCheckBox::clicked, this, onFilterGate);
-    connect(m_ui->id28117, &QCheckBox::clicked, this, [this] {
-        m_ui->id28111->setChecked(false);
-        m_ui->id28114->setChecked(false);
+    connect(m_ui->useDepthGateBox, &QCheckBox::clicked, this, onFilterGate);
+    connect(m_ui->useRangeGateBox, &QCheckBox::clicked, this, onFilterGate);
+    connect(m_ui->useAdaptiveGateBox, &QCheckBox::clicked, this, [this] {
+        m_ui->useDepthGateBox->setChecked(false);
+        m_ui->useRangeGateBox->setChecked(false);
         OnGatesClicked();
     });
     // The key tells the opposite of what the box says.
-    connect(m_ui->id28120, &QCheckBox::clicked, this,
-            [this](bool checked) { m_view.SendRequestValue(keys::x5AGDepthFilterFixed.text, CVordalBool(!checked)); });
-    connect(m_ui->id28125, &ScrollSlider::Scrolled, this, [this](ScrollKind kind, int position) {
-        OnSliderScrolled(*m_ui->id28125, *m_ui->id28123, TiltText, keys::x5DepthGateTilt.text, kind, position);
+    connect(m_ui->followSeafloorBox, &QCheckBox::clicked, this, [this](bool checked) {
+        m_device.SendRequestValue(keys::x5AGDepthFilterFixed.text, CVordalBool(!checked));
     });
-    connect(m_ui->id28100, &ScrollSlider::Scrolled, this, [this](ScrollKind kind, int position) {
-        OnSliderScrolled(*m_ui->id28100, *m_ui->id28124, WindowSizeText, keys::x5AGWindowSize.text, kind, position);
+    connect(m_ui->tiltSlider, &ScrollSlider::Scrolled, this, [this](ScrollKind kind, int position) {
+        OnSliderScrolled(*m_ui->tiltSlider, *m_ui->tiltValue, TiltText, keys::x5DepthGateTilt.text, kind, position);
     });
-    connect(m_ui->id28122, &QPushButton::clicked, this, [this] { Apply(); });
+    connect(m_ui->windowSizeSlider, &ScrollSlider::Scrolled, this, [this](ScrollKind kind, int position) {
+        OnSliderScrolled(*m_ui->windowSizeSlider, *m_ui->windowSizeValue, WindowSizeText, keys::x5AGWindowSize.text,
+                         kind, position);
+    });
+    connect(m_ui->applyButton, &QPushButton::clicked, this, [this] { Apply(); });
 }
 
 void QX5SonarGatesPage::AddSubscribedKeys(std::vector<CString>& keys)
@@ -122,9 +124,9 @@ void QX5SonarGatesPage::ApplyLimits(CAttributeMap const& tree, int deviceEnum)
         gate.minValue = ReadValue<keys::x5MinValue>(limits, 0.0);
         gate.minWindow = ReadValue<keys::x5MinWindow>(limits, 0.0);
     };
-    take(m_rangeGate, settings.Find(HashedKey<keys::x5RangeGate>));
-    take(m_depthGate, settings.Find(HashedKey<keys::x5DepthGate>));
-    take(m_adaptiveGate, settings.Find(HashedKey<keys::x5NadirGate>));
+    take(m_rangeGate, settings.Find(At<keys::x5RangeGate>));
+    take(m_depthGate, settings.Find(At<keys::x5DepthGate>));
+    take(m_adaptiveGate, settings.Find(At<keys::x5NadirGate>));
 }
 
 void QX5SonarGatesPage::RefreshControls(CAttributeMap const& tree)
@@ -135,20 +137,20 @@ void QX5SonarGatesPage::RefreshControls(CAttributeMap const& tree)
     ShowLimits(m_adaptiveGate, ReadValue<keys::x5AGSearchMin>(tree, 0.0), ReadValue<keys::x5AGSearchMax>(tree, 0.0));
     m_refreshing = false;
 
-    ShowValue(*m_ui->id28125, *m_ui->id28123, TiltText, tiltLeast, tiltGreatest,
+    ShowValue(*m_ui->tiltSlider, *m_ui->tiltValue, TiltText, tiltLeast, tiltGreatest,
               ReadValue<keys::x5DepthGateTilt>(tree, 0.0));
-    ShowValue(*m_ui->id28100, *m_ui->id28124, WindowSizeText, windowSizeLeast, windowSizeGreatest,
+    ShowValue(*m_ui->windowSizeSlider, *m_ui->windowSizeValue, WindowSizeText, windowSizeLeast, windowSizeGreatest,
               ReadValue<keys::x5AGWindowSize>(tree, 0.0));
 
     auto const& rateSet = qx5::SelectedSampleRateSet(tree, qx5::ActiveSettings(tree, m_deviceEnum));
-    m_maxRange = ReadValue<keys::x5Max>(rateSet.Find(HashedKey<keys::x5Range>), 0.0);
+    m_maxRange = ReadValue<keys::x5Max>(rateSet.Find(At<keys::x5Range>), 0.0);
 
     ResetEditState();
 
-    m_ui->id28111->setChecked(ReadValue<keys::x5DepthFilterEnabled>(tree, false));
-    m_ui->id28114->setChecked(ReadValue<keys::x5RangeFilterEnabled>(tree, false));
-    m_ui->id28117->setChecked(ReadValue<keys::x5AdaptiveGateEnabled>(tree, false));
-    m_ui->id28120->setChecked(!ReadValue<keys::x5AGDepthFilterFixed>(tree, false));
+    m_ui->useDepthGateBox->setChecked(ReadValue<keys::x5DepthFilterEnabled>(tree, false));
+    m_ui->useRangeGateBox->setChecked(ReadValue<keys::x5RangeFilterEnabled>(tree, false));
+    m_ui->useAdaptiveGateBox->setChecked(ReadValue<keys::x5AdaptiveGateEnabled>(tree, false));
+    m_ui->followSeafloorBox->setChecked(!ReadValue<keys::x5AGDepthFilterFixed>(tree, false));
 }
 
 void QX5SonarGatesPage::ShowLimits(Gate& gate, double least, double greatest)
@@ -181,7 +183,7 @@ void QX5SonarGatesPage::OnEdited(Gate& gate, CColorEdit& edit, bool minimum)
     gate.minEdited = minimum;
     if (!m_refreshing) {
         edit.SetBackColor(255, 255, 0);
-        m_ui->id28122->setEnabled(true);
+        m_ui->applyButton->setEnabled(true);
     }
 }
 
@@ -194,7 +196,7 @@ void QX5SonarGatesPage::ResetEditState()
             }
         }
     }
-    m_ui->id28122->setEnabled(false);
+    m_ui->applyButton->setEnabled(false);
 }
 
 QX5SonarGatesPage::Interval QX5SonarGatesPage::LimitedInterval(Gate const& gate, bool keepMinimum) const
@@ -220,19 +222,20 @@ void QX5SonarGatesPage::Apply()
     // Which side of the search interval holds follows the range gate, on purpose.
     auto const search = LimitedInterval(m_adaptiveGate, m_rangeGate.minEdited);
     CAttributeMap values;
-    values.Add(HashedKey<keys::x5MinDepthGate>, CVordalDouble(depth.least));
-    values.Add(HashedKey<keys::x5MaxDepthGate>, CVordalDouble(depth.greatest));
-    values.Add(HashedKey<keys::x5MinRangeGate>, CVordalDouble(range.least));
-    values.Add(HashedKey<keys::x5MaxRangeGate>, CVordalDouble(range.greatest));
-    values.Add(HashedKey<keys::x5AGSearchMin>, CVordalDouble(search.least));
-    values.Add(HashedKey<keys::x5AGSearchMax>, CVordalDouble(search.greatest));
-    m_view.SendRequest(values);
+    values.Add(At<keys::x5MinDepthGate>, CVordalDouble(depth.least));
+    values.Add(At<keys::x5MaxDepthGate>, CVordalDouble(depth.greatest));
+    values.Add(At<keys::x5MinRangeGate>, CVordalDouble(range.least));
+    values.Add(At<keys::x5MaxRangeGate>, CVordalDouble(range.greatest));
+    values.Add(At<keys::x5AGSearchMin>, CVordalDouble(search.least));
+    values.Add(At<keys::x5AGSearchMax>, CVordalDouble(search.greatest));
+    m_device.SendRequest(values);
     ResetEditState();
 }
 
 void QX5SonarGatesPage::OnGatesClicked()
 {
-    m_view.RequestGateEnables(m_ui->id28111->isChecked(), m_ui->id28114->isChecked(), m_ui->id28117->isChecked());
+    m_device.RequestGateEnables(m_ui->useDepthGateBox->isChecked(), m_ui->useRangeGateBox->isChecked(),
+                                m_ui->useAdaptiveGateBox->isChecked());
 }
 
 void QX5SonarGatesPage::OnSliderScrolled(ScrollSlider& slider, QLabel& label, TextOf text, CString const& key,
@@ -244,7 +247,7 @@ void QX5SonarGatesPage::OnSliderScrolled(ScrollSlider& slider, QLabel& label, Te
     int const reached = PositionAfter(slider, kind, position);
     label.setText(text(reached));
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.SendRequestValue(key, CVordalDouble(reached));
+        m_device.SendRequestValue(key, CVordalDouble(reached));
     }
     slider.setValue(reached);
 }

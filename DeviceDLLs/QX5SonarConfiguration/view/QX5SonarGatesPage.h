@@ -16,8 +16,10 @@ class CAttributeMap;
 class QLabel;
 class QLineEdit;
 class QString;
-class QX5SonarConfigurationView;
 
+namespace qx5 {
+class PageDevice;
+}
 namespace Ui {
 class QX5SonarGatesPage;
 }
@@ -27,7 +29,7 @@ class QX5SonarGatesPage;
 class QX5SonarGatesPage : public QWidget
 {
 public:
-    QX5SonarGatesPage(QX5SonarConfigurationView& view, QWidget* parent);
+    QX5SonarGatesPage(qx5::PageDevice& device, QWidget* parent);
     ~QX5SonarGatesPage() override;
 
     /// Takes the least values and openings of the gates from the settings of the enumerator.
@@ -74,7 +76,7 @@ private:
                           qx5::ScrollKind kind, int position);
     static void ShowValue(qx5::ScrollSlider& slider, QLabel& label, TextOf text, int least, int greatest, double value);
 
-    QX5SonarConfigurationView& m_view;
+    qx5::PageDevice& m_device;
     std::unique_ptr<Ui::QX5SonarGatesPage> m_ui;
     int m_deviceEnum = 0;
     Gate m_depthGate;

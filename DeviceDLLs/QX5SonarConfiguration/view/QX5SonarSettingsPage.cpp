@@ -1,8 +1,9 @@
 // The page "Sonar Settings": how its sliders, lists and buttons stand for values of the sonar.
 #include "QX5SonarSettingsPage.h"
 
-#include "QX5SonarConfigurationView.h"
+#include "default_ranges.h"
 #include "page_controls.h"
+#include "page_device.h"
 #include "sonar_settings.h"
 #include "ui_QX5SonarSettingsPage.h"
 #include "value_text.h"
@@ -29,12 +30,6 @@ using qx5::protocol::NarrowToFloat;
 using qx5::protocol::TruncateToInt32;
 
 namespace {
-
-/// The steps of the range slider until the sonar gives its own, in metres.
-constexpr double defaultRangeSet[]{2.5,  5,    8,    10,   15,   20,   25,    30,    35,   40,   50,
-                                   75,   100,  125,  150,  175,  200,  250,   300,   350,  400,  500,
-                                   750,  1000, 1250, 1500, 1750, 2000, 2500,  3000,  3500, 4000, 4500,
-                                   5000, 5500, 6000, 6500, 7000, 7500, 10000, 12500, 15000};
 
 constexpr int pulseLengthSteps = 30000;
 constexpr int quarterDegreesPerPage = 8;
@@ -72,19 +67,19 @@ QString Degrees(double value, int decimals)
 
 } // namespace
 
-QX5SonarSettingsPage::QX5SonarSettingsPage(QX5SonarConfigurationView& view, QWidget* parent)
-    : QWidget(parent), m_view(view), m_ui(std::make_unique<Ui::QX5SonarSettingsPage>())
+QX5SonarSettingsPage::QX5SonarSettingsPage(qx5::PageDevice& device, QWidget* parent)
+    : QWidget(parent), m_device(device), m_ui(std::make_unique<Ui::QX5SonarSettingsPage>())
 {
     m_ui->setupUi(this);
     beamWidthX = limits.beamWidthXMin;
     beamWidthZ = limits.beamWidthZMin;
-    limits.rangeSet.assign(std::begin(defaultRangeSet), std::end(defaultRangeSet));
+    limits.rangeSet.assign(std::begin(qx5::DefaultRanges), std::end(qx5::DefaultRanges));
     limits.rangeMin = limits.rangeSet.front();
     limits.rangeMax = limits.rangeSet.back();
-    qx5::FillList(*m_ui->id28088, QStringLiteral("CW,FM"));
-    qx5::ReserveWidth(*m_ui->id16940, QStringLiteral("15000.0 m"));
-    qx5::LeaveWheelToPage(*m_ui->id28076);
-    qx5::LeaveWheelToPage(*m_ui->id28088);
+    qx5::FillList(*m_ui->pulseTypeList, QStringLiteral("CW,FM"));
+    qx5::ReserveWidth(*m_ui->rangeValue, QStringLiteral("15000.0 m"));
+    qx5::LeaveWheelToPage(*m_ui->operationModeList);
+    qx5::LeaveWheelToPage(*m_ui->pulseTypeList);
     ConnectControls();
     RefreshControls();
 }
@@ -93,42 +88,43 @@ QX5SonarSettingsPage::~QX5SonarSettingsPage() = default;
 
 void QX5SonarSettingsPage::ConnectControls()
 {
-    connect(m_ui->id16926, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnRangeScrolled);
-    connect(m_ui->id16927, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnPowerScrolled);
-    connect(m_ui->id16928, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnPingRateScrolled);
-    connect(m_ui->id16929, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnGainScrolled);
-    connect(m_ui->id16930, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnBeamWidthScrolled);
-    connect(m_ui->id16932, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnSteeringScrolled);
-    connect(m_ui->id16931, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnPulseLengthScrolled);
-    connect(m_ui->id28076, &QComboBox::activated, this, [this](int index) {
+    connect(m_ui->rangeSlider, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnRangeScrolled);
+    connect(m_ui->powerSlider, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnPowerScrolled);
+    connect(m_ui->pingRateSlider, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnPingRateScrolled);
+    connect(m_ui->gainSlider, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnGainScrolled);
+    connect(m_ui->beamWidthSlider, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnBeamWidthScrolled);
+    connect(m_ui->verticalSteeringSlider, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnSteeringScrolled);
+    connect(m_ui->pulseLengthSlider, &ScrollSlider::Scrolled, this, &QX5SonarSettingsPage::OnPulseLengthScrolled);
+    connect(m_ui->operationModeList, &QComboBox::activated, this, [this](int index) {
         if (index >= 0) {
-            m_view.SendRequestValue(keys::DeviceEnum.text, CVordalInt(m_ui->id28076->itemData(index).toInt()));
+            m_device.SendRequestValue(keys::DeviceEnum.text,
+                                      CVordalInt(m_ui->operationModeList->itemData(index).toInt()));
         }
     });
-    connect(m_ui->id28088, &QComboBox::activated, this, [this](int index) {
+    connect(m_ui->pulseTypeList, &QComboBox::activated, this, [this](int index) {
         if (index >= 0) {
             m_pulseType = index;
-            m_view.SendRequestValue(keys::x5PulseType.text, CVordalInt(index));
+            m_device.SendRequestValue(keys::x5PulseType.text, CVordalInt(index));
         }
     });
-    connect(m_ui->id28090, &QRadioButton::clicked, this, [this] { OnGainModeClicked(gainModeTimeVaried); });
-    connect(m_ui->id28091, &QRadioButton::clicked, this, [this] { OnGainModeClicked(gainModeFixed); });
+    connect(m_ui->timeVariedGainButton, &QRadioButton::clicked, this,
+            [this] { OnGainModeClicked(gainModeTimeVaried); });
+    connect(m_ui->fixedGainButton, &QRadioButton::clicked, this, [this] { OnGainModeClicked(gainModeFixed); });
     auto const onFilterGate = [this] {
-        m_ui->id28109->setChecked(false);
+        m_ui->adaptiveGateButton->setChecked(false);
         OnGatesClicked();
     };
-    connect(m_ui->id28107, &QPushButton::clicked, this, onFilterGate);
-    connect(m_ui->id28108, &QPushButton::clicked, this, onFilterGate);
-    connect(m_ui->id28109, &QPushButton::clicked, this, [this] {
-        m_ui->id28107->setChecked(false);
-        m_ui->id28108->setChecked(false);
+    connect(m_ui->depthGateButton, &QPushButton::clicked, this, onFilterGate);
+    connect(m_ui->rangeGateButton, &QPushButton::clicked, this, onFilterGate);
+    connect(m_ui->adaptiveGateButton, &QPushButton::clicked, this, [this] {
+        m_ui->depthGateButton->setChecked(false);
+        m_ui->rangeGateButton->setChecked(false);
         OnGatesClicked();
     });
-    connect(m_ui->id28128, &QCheckBox::clicked, this, [this](bool checked) {
+    connect(m_ui->pingOnlyWhenScanningBox, &QCheckBox::clicked, this, [this](bool checked) {
         CAttributeMap request;
-        request.Append(
-            new CAttributeMap(qx5::HashedKey<keys::PingOnlyDuringScan>, VordalTypeCreator::MakeValue(checked)));
-        m_view.SendRequest(request);
+        request.Append(new CAttributeMap(qx5::At<keys::PingOnlyDuringScan>, VordalTypeCreator::MakeValue(checked)));
+        m_device.SendRequest(request);
     });
 }
 
@@ -152,61 +148,63 @@ void QX5SonarSettingsPage::RefreshControls()
 
 void QX5SonarSettingsPage::ApplyLimits()
 {
-    m_ui->id28128->setVisible(m_mountedOnPanAndTilt > 0);
+    m_ui->pingOnlyWhenScanningBox->setVisible(m_mountedOnPanAndTilt > 0);
 
     auto const steps = static_cast<int>(std::min<std::size_t>(limits.rangeSet.size(), 1U << 30));
-    m_ui->id16926->setRange(0, std::max(steps - 1, 0));
-    m_ui->id16926->setValue(0);
-    m_ui->id16927->setRange(
+    m_ui->rangeSlider->setRange(0, std::max(steps - 1, 0));
+    m_ui->rangeSlider->setValue(0);
+    m_ui->powerSlider->setRange(
         0, TruncateToInt32(std::floor(limits.powerMax + 0.001) - std::floor(limits.powerMin + 0.001) + 1.0));
-    m_ui->id16927->setValue(10);
-    m_ui->id16931->setRange(0, pulseLengthSteps);
+    m_ui->powerSlider->setValue(10);
+    m_ui->pulseLengthSlider->setRange(0, pulseLengthSteps);
     if (m_pulseLength == -1.0F) {
-        m_ui->id16931->setValue(1000);
+        m_ui->pulseLengthSlider->setValue(1000);
     }
-    m_ui->id28088->setCurrentIndex(m_pulseType);
-    m_ui->id28088->setEnabled(limits.chirp != 0);
+    m_ui->pulseTypeList->setCurrentIndex(m_pulseType);
+    m_ui->pulseTypeList->setEnabled(limits.chirp != 0);
     ApplyBeamLimits();
     ApplyPingRateLimits();
-    m_ui->id28090->setEnabled(limits.fixedGainAvailable);
-    m_ui->id28091->setEnabled(limits.fixedGainAvailable);
+    m_ui->timeVariedGainButton->setEnabled(limits.fixedGainAvailable);
+    m_ui->fixedGainButton->setEnabled(limits.fixedGainAvailable);
     UpdateGainMode(m_gainMode);
-    m_ui->id16937->setText(FixedText(limits.rangeMin, 1));
-    m_ui->id16936->setText(FixedText(limits.rangeMax, 1));
-    m_ui->id16940->setText(FixedText(m_range, 1) + QStringLiteral(" m"));
-    m_ui->id16939->setText(FixedText(limits.powerMax, 0));
+    m_ui->rangeLeast->setText(FixedText(limits.rangeMin, 1));
+    m_ui->rangeGreatest->setText(FixedText(limits.rangeMax, 1));
+    m_ui->rangeValue->setText(FixedText(m_range, 1) + QStringLiteral(" m"));
+    m_ui->powerGreatest->setText(FixedText(limits.powerMax, 0));
     // The value at position 10.
-    m_ui->id16941->setText(FixedText(limits.powerMin + 9.0, 0) + QStringLiteral(" dB"));
+    m_ui->powerValue->setText(FixedText(limits.powerMin + 9.0, 0) + QStringLiteral(" dB"));
     ApplyPulseLengthLimits();
     FillOperationModes();
 }
 
 void QX5SonarSettingsPage::ApplyBeamLimits()
 {
-    m_ui->id16930->setRange(0, limits.beamWidthXCount - 1);
-    m_ui->id16930->setValue(0);
+    m_ui->beamWidthSlider->setRange(0, limits.beamWidthXCount - 1);
+    m_ui->beamWidthSlider->setValue(0);
     if (limits.steerMaxX > 0.0F) {
-        m_ui->id16932->setRange(TruncateToInt32(4.0 * std::floor(limits.steerMinX + 0.01)),
-                                TruncateToInt32(4.0 * std::floor(limits.steerMaxX + 0.01)));
-        m_ui->id16932->setValue(0);
+        m_ui->verticalSteeringSlider->setRange(TruncateToInt32(4.0 * std::floor(limits.steerMinX + 0.01)),
+                                               TruncateToInt32(4.0 * std::floor(limits.steerMaxX + 0.01)));
+        m_ui->verticalSteeringSlider->setValue(0);
     }
-    for (QWidget* control : {static_cast<QWidget*>(m_ui->id16930), static_cast<QWidget*>(m_ui->id16946),
-                             static_cast<QWidget*>(m_ui->id16948), static_cast<QWidget*>(m_ui->id16933),
-                             static_cast<QWidget*>(m_ui->id16947)}) {
+    for (QWidget* control :
+         {static_cast<QWidget*>(m_ui->beamWidthSlider), static_cast<QWidget*>(m_ui->beamWidthValue),
+          static_cast<QWidget*>(m_ui->beamWidthLeast), static_cast<QWidget*>(m_ui->beamWidthGreatest),
+          static_cast<QWidget*>(m_ui->beamWidthCaption)}) {
         control->setVisible(limits.beamWidthVariable);
     }
     if (limits.beamWidthVariable) {
-        m_ui->id16946->setText(Degrees(beamWidthX, 1));
+        m_ui->beamWidthValue->setText(Degrees(beamWidthX, 1));
     }
-    m_ui->id16948->setText(Degrees(limits.beamWidthXMin, 1));
-    m_ui->id16933->setText(Degrees(limits.beamWidthXMax, 1));
-    for (QWidget* control : {static_cast<QWidget*>(m_ui->id16932), static_cast<QWidget*>(m_ui->id16955),
-                             static_cast<QWidget*>(m_ui->id16956), static_cast<QWidget*>(m_ui->id16953),
-                             static_cast<QWidget*>(m_ui->id16954)}) {
+    m_ui->beamWidthLeast->setText(Degrees(limits.beamWidthXMin, 1));
+    m_ui->beamWidthGreatest->setText(Degrees(limits.beamWidthXMax, 1));
+    for (QWidget* control :
+         {static_cast<QWidget*>(m_ui->verticalSteeringSlider), static_cast<QWidget*>(m_ui->verticalSteeringLeast),
+          static_cast<QWidget*>(m_ui->verticalSteeringGreatest), static_cast<QWidget*>(m_ui->verticalSteeringValue),
+          static_cast<QWidget*>(m_ui->verticalSteeringCaption)}) {
         control->setVisible(limits.steerable);
     }
-    m_ui->id16955->setText(Degrees(limits.steerMinX, 0));
-    m_ui->id16956->setText(Degrees(limits.steerMaxX, 0));
+    m_ui->verticalSteeringLeast->setText(Degrees(limits.steerMinX, 0));
+    m_ui->verticalSteeringGreatest->setText(Degrees(limits.steerMaxX, 0));
 }
 
 void QX5SonarSettingsPage::ApplyPingRateLimits()
@@ -214,47 +212,47 @@ void QX5SonarSettingsPage::ApplyPingRateLimits()
     // Whatever the sonar says: the operator must be able to stop it.
     limits.pingRateMin = 0.0F;
     if (limits.freeRun) {
-        m_ui->id16928->setRange(0, 1);
-        m_ui->id16928->setValue(1);
-        m_ui->id16950->setText(QStringLiteral("MAX"));
-        m_ui->id16949->setText(QStringLiteral("OFF"));
+        m_ui->pingRateSlider->setRange(0, 1);
+        m_ui->pingRateSlider->setValue(1);
+        m_ui->pingRateGreatest->setText(QStringLiteral("MAX"));
+        m_ui->pingRateLeast->setText(QStringLiteral("OFF"));
     } else {
         float const steps = limits.pingRateRatio * limits.pingRateMax;
-        m_ui->id16928->setRange(0, FloorToInt(steps));
-        m_ui->id16928->setValue(50);
-        m_ui->id16950->setText(FixedText(limits.pingRateMax, 0));
-        m_ui->id16949->setText(FixedText(limits.pingRateMin, 0));
+        m_ui->pingRateSlider->setRange(0, FloorToInt(steps));
+        m_ui->pingRateSlider->setValue(50);
+        m_ui->pingRateGreatest->setText(FixedText(limits.pingRateMax, 0));
+        m_ui->pingRateLeast->setText(FixedText(limits.pingRateMin, 0));
     }
 }
 
 void QX5SonarSettingsPage::ApplyPulseLengthLimits()
 {
     if (limits.pulseLengthMax < 0.001) {
-        m_ui->id16943->setText(FixedText(limits.pulseLengthMin * 1e6, 0) + QStringLiteral(" \u00B5s"));
-        m_ui->id16944->setText(FixedText(limits.pulseLengthMax * 1e6, 0) + QStringLiteral(" \u00B5s"));
+        m_ui->pulseLengthLeast->setText(FixedText(limits.pulseLengthMin * 1e6, 0) + QStringLiteral(" \u00B5s"));
+        m_ui->pulseLengthGreatest->setText(FixedText(limits.pulseLengthMax * 1e6, 0) + QStringLiteral(" \u00B5s"));
     } else {
-        m_ui->id16943->setText(FixedText(limits.pulseLengthMin * 1000.0, 2) + QStringLiteral(" ms"));
-        m_ui->id16944->setText(FixedText(limits.pulseLengthMax * 1000.0, 1) + QStringLiteral(" ms"));
+        m_ui->pulseLengthLeast->setText(FixedText(limits.pulseLengthMin * 1000.0, 2) + QStringLiteral(" ms"));
+        m_ui->pulseLengthGreatest->setText(FixedText(limits.pulseLengthMax * 1000.0, 1) + QStringLiteral(" ms"));
     }
 }
 
 void QX5SonarSettingsPage::FillOperationModes()
 {
-    QSignalBlocker const quiet(m_ui->id28076);
-    m_ui->id28076->clear();
+    QSignalBlocker const quiet(m_ui->operationModeList);
+    m_ui->operationModeList->clear();
     for (auto const& [name, enumerator] : operationModes) {
-        m_ui->id28076->addItem(name, enumerator);
+        m_ui->operationModeList->addItem(name, enumerator);
     }
-    m_ui->id28076->setCurrentIndex(-1);
+    m_ui->operationModeList->setCurrentIndex(-1);
 }
 
 // Values
 
 void QX5SonarSettingsPage::SelectOperationMode(int enumerator)
 {
-    for (int i = 0; i < m_ui->id28076->count(); ++i) {
-        if (m_ui->id28076->itemData(i).toInt() == enumerator) {
-            m_ui->id28076->setCurrentIndex(i);
+    for (int i = 0; i < m_ui->operationModeList->count(); ++i) {
+        if (m_ui->operationModeList->itemData(i).toInt() == enumerator) {
+            m_ui->operationModeList->setCurrentIndex(i);
             return;
         }
     }
@@ -262,7 +260,7 @@ void QX5SonarSettingsPage::SelectOperationMode(int enumerator)
 
 void QX5SonarSettingsPage::EnableOperationModes(bool enabled)
 {
-    m_ui->id28076->setEnabled(enabled);
+    m_ui->operationModeList->setEnabled(enabled);
 }
 
 void QX5SonarSettingsPage::UpdateRange(float metres)
@@ -271,13 +269,13 @@ void QX5SonarSettingsPage::UpdateRange(float metres)
         return;
     }
     m_range = metres;
-    m_ui->id16926->setValue(PositionInList(limits.rangeSet, limits.rangeSet.size(), metres));
-    m_ui->id16940->setText(FixedText(metres, 1) + QStringLiteral(" m"));
+    m_ui->rangeSlider->setValue(PositionInList(limits.rangeSet, limits.rangeSet.size(), metres));
+    m_ui->rangeValue->setText(FixedText(metres, 1) + QStringLiteral(" m"));
 }
 
 void QX5SonarSettingsPage::ShowPower(bool off, double decibel)
 {
-    m_ui->id16941->setText(off ? QStringLiteral("OFF") : FixedText(decibel, 0) + QStringLiteral(" dB"));
+    m_ui->powerValue->setText(off ? QStringLiteral("OFF") : FixedText(decibel, 0) + QStringLiteral(" dB"));
 }
 
 void QX5SonarSettingsPage::UpdatePower(float decibel)
@@ -287,7 +285,7 @@ void QX5SonarSettingsPage::UpdatePower(float decibel)
     }
     m_power = decibel;
     bool const off = decibel < 0.1;
-    m_ui->id16927->setValue(off ? 0 : TruncateToInt32(std::floor(decibel) - limits.powerMin + 1.0));
+    m_ui->powerSlider->setValue(off ? 0 : TruncateToInt32(std::floor(decibel) - limits.powerMin + 1.0));
     ShowPower(off, decibel);
 }
 
@@ -300,14 +298,14 @@ void QX5SonarSettingsPage::UpdatePingRate(float pingsPerSecond, unsigned state)
     m_maxPingRate = pingsPerSecond < 0.0F ? 0.0F : pingsPerSecond;
     float const steps = limits.pingRateRatio * pingsPerSecond;
     if (state == 0 || steps < 1.0F) {
-        m_ui->id16928->setValue(0);
-        m_ui->id16952->setText(QStringLiteral("OFF"));
+        m_ui->pingRateSlider->setValue(0);
+        m_ui->pingRateValue->setText(QStringLiteral("OFF"));
         return;
     }
     float const position = limits.pingRateRatio * m_maxPingRate;
-    m_ui->id16928->setValue(FloorToInt(position));
-    m_ui->id16952->setText(limits.freeRun ? QStringLiteral("MAX")
-                                          : FixedText(m_maxPingRate, 1) + QStringLiteral(" p/s"));
+    m_ui->pingRateSlider->setValue(FloorToInt(position));
+    m_ui->pingRateValue->setText(limits.freeRun ? QStringLiteral("MAX")
+                                                : FixedText(m_maxPingRate, 1) + QStringLiteral(" p/s"));
 }
 
 void QX5SonarSettingsPage::UpdateGainMode(int mode)
@@ -316,14 +314,14 @@ void QX5SonarSettingsPage::UpdateGainMode(int mode)
         return;
     }
     m_gainMode = mode;
-    qx5::SetChecked(*m_ui->id28090, mode == gainModeTimeVaried);
-    qx5::SetChecked(*m_ui->id28091, mode == gainModeFixed);
+    qx5::SetChecked(*m_ui->timeVariedGainButton, mode == gainModeTimeVaried);
+    qx5::SetChecked(*m_ui->fixedGainButton, mode == gainModeFixed);
     double const least = mode == gainModeFixed ? limits.fixedGainMin : limits.gainMin;
     double const greatest = mode == gainModeFixed ? limits.fixedGainMax : limits.gainMax;
-    m_ui->id16929->setRange(FloorToInt(least + 0.001), FloorToInt(greatest + 0.001));
-    m_ui->id16929->setValue(FloorToInt(m_gain));
-    m_ui->id16958->setText(FixedText(least, 1));
-    m_ui->id16959->setText(FixedText(greatest, 1));
+    m_ui->gainSlider->setRange(FloorToInt(least + 0.001), FloorToInt(greatest + 0.001));
+    m_ui->gainSlider->setValue(FloorToInt(m_gain));
+    m_ui->gainLeast->setText(FixedText(least, 1));
+    m_ui->gainGreatest->setText(FixedText(greatest, 1));
 }
 
 void QX5SonarSettingsPage::UpdateGain(float decibel)
@@ -332,8 +330,8 @@ void QX5SonarSettingsPage::UpdateGain(float decibel)
         return;
     }
     m_gain = decibel;
-    m_ui->id16929->setValue(FloorToInt(decibel));
-    m_ui->id16957->setText(FixedText(decibel, 1) + QStringLiteral(" dB"));
+    m_ui->gainSlider->setValue(FloorToInt(decibel));
+    m_ui->gainValue->setText(FixedText(decibel, 1) + QStringLiteral(" dB"));
 }
 
 void QX5SonarSettingsPage::UpdateBeamWidth(float x, float z)
@@ -343,9 +341,9 @@ void QX5SonarSettingsPage::UpdateBeamWidth(float x, float z)
     }
     beamWidthX = x;
     beamWidthZ = z;
-    m_ui->id16930->setValue(
+    m_ui->beamWidthSlider->setValue(
         PositionInList(limits.beamWidthXList, static_cast<std::size_t>(limits.beamWidthXCount), x + 0.001));
-    m_ui->id16946->setText(Degrees(x, 1));
+    m_ui->beamWidthValue->setText(Degrees(x, 1));
 }
 
 void QX5SonarSettingsPage::UpdateBeamSteering(float vertical, float horizontal)
@@ -360,14 +358,14 @@ void QX5SonarSettingsPage::UpdateBeamSteering(float vertical, float horizontal)
     }
     m_steerVertical = vertical;
     m_steerHorizontal = horizontal;
-    m_ui->id16932->setValue(TruncateToInt32(4.0F * vertical));
-    m_ui->id16953->setText(Degrees(vertical, 2));
+    m_ui->verticalSteeringSlider->setValue(TruncateToInt32(4.0F * vertical));
+    m_ui->verticalSteeringValue->setText(Degrees(vertical, 2));
 }
 
 void QX5SonarSettingsPage::SelectPulseType(int type)
 {
     m_pulseType = type;
-    m_ui->id28088->setCurrentIndex(type);
+    m_ui->pulseTypeList->setCurrentIndex(type);
 }
 
 void QX5SonarSettingsPage::UpdatePulseLength(float seconds)
@@ -392,40 +390,41 @@ void QX5SonarSettingsPage::UpdatePulseLength(float seconds)
 
 void QX5SonarSettingsPage::ShowPulseLength()
 {
-    m_ui->id16945->setText(PulseLengthText(m_pulseLengthMicroseconds));
+    m_ui->pulseLengthValue->setText(PulseLengthText(m_pulseLengthMicroseconds));
 }
 
 void QX5SonarSettingsPage::SetPulseLengthPosition()
 {
-    double const least = m_ui->id16931->minimum();
-    double const greatest = m_ui->id16931->maximum();
+    double const least = m_ui->pulseLengthSlider->minimum();
+    double const greatest = m_ui->pulseLengthSlider->maximum();
     double const value = m_pulseLength;
-    m_ui->id16931->setValue(TruncateToInt32(least + (greatest - least) * (std::log10(value) - m_pulseLengthLogMin) /
-                                                        (m_pulseLengthLogMax - m_pulseLengthLogMin)));
+    m_ui->pulseLengthSlider->setValue(
+        TruncateToInt32(least + (greatest - least) * (std::log10(value) - m_pulseLengthLogMin) /
+                                    (m_pulseLengthLogMax - m_pulseLengthLogMin)));
 }
 
 void QX5SonarSettingsPage::ShowGates(bool depth, bool range, bool adaptive)
 {
-    m_ui->id28107->setChecked(depth);
-    m_ui->id28108->setChecked(range);
-    m_ui->id28109->setChecked(adaptive);
+    m_ui->depthGateButton->setChecked(depth);
+    m_ui->rangeGateButton->setChecked(range);
+    m_ui->adaptiveGateButton->setChecked(adaptive);
 }
 
 void QX5SonarSettingsPage::ShowScanOption(int mounted, bool pingOnlyDuringScan)
 {
     m_mountedOnPanAndTilt = mounted;
-    m_ui->id28128->setVisible(mounted > 0);
-    m_ui->id28128->setChecked(pingOnlyDuringScan);
+    m_ui->pingOnlyWhenScanningBox->setVisible(mounted > 0);
+    m_ui->pingOnlyWhenScanningBox->setChecked(pingOnlyDuringScan);
 }
 
 void QX5SonarSettingsPage::UpdateTrackerLocks(CAttributeMap const& tree)
 {
     bool const tracks = qx5::IsTracking(tree);
     bool const powerGain = tracks && ReadValue<keys::x5TrackerPowerGainEnabled>(tree, false);
-    m_ui->id16929->setEnabled(!powerGain);
-    m_ui->id16927->setEnabled(!powerGain);
-    m_ui->id16926->setEnabled(!(tracks && ReadValue<keys::x5TrackerRangeEnabled>(tree, false)));
-    m_ui->id16931->setEnabled(!(tracks && ReadValue<keys::x5TrackerPulseLengthEnabled>(tree, false)));
+    m_ui->gainSlider->setEnabled(!powerGain);
+    m_ui->powerSlider->setEnabled(!powerGain);
+    m_ui->rangeSlider->setEnabled(!(tracks && ReadValue<keys::x5TrackerRangeEnabled>(tree, false)));
+    m_ui->pulseLengthSlider->setEnabled(!(tracks && ReadValue<keys::x5TrackerPulseLengthEnabled>(tree, false)));
 }
 
 // What the operator does. In a slider event the value is stored and shown, then requested, and the slider follows last:
@@ -436,15 +435,15 @@ void QX5SonarSettingsPage::OnRangeScrolled(ScrollKind kind, int position)
     if (kind == ScrollKind::ThumbReleased) {
         return;
     }
-    int const p = PositionAfter(*m_ui->id16926, kind, position);
+    int const p = PositionAfter(*m_ui->rangeSlider, kind, position);
     if (p >= 0 && static_cast<std::size_t>(p) < limits.rangeSet.size()) {
         m_range = NarrowToFloat(limits.rangeSet[static_cast<std::size_t>(p)]);
     }
-    m_ui->id16940->setText(FixedText(m_range, 1) + QStringLiteral(" m"));
+    m_ui->rangeValue->setText(FixedText(m_range, 1) + QStringLiteral(" m"));
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.SendRequestValue(keys::x5Range.text, CVordalDouble(m_range));
+        m_device.SendRequestValue(keys::x5Range.text, CVordalDouble(m_range));
     }
-    m_ui->id16926->setValue(p);
+    m_ui->rangeSlider->setValue(p);
 }
 
 void QX5SonarSettingsPage::OnPowerScrolled(ScrollKind kind, int position)
@@ -452,13 +451,13 @@ void QX5SonarSettingsPage::OnPowerScrolled(ScrollKind kind, int position)
     if (kind == ScrollKind::ThumbReleased) {
         return;
     }
-    int const p = PositionAfter(*m_ui->id16927, kind, position);
+    int const p = PositionAfter(*m_ui->powerSlider, kind, position);
     m_power = p == 0 ? 0.0F : NarrowToFloat(limits.powerMin + p - 1.0);
     ShowPower(p == 0, m_power);
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.SendRequestValue(keys::x5Power.text, CVordalDouble(m_power));
+        m_device.SendRequestValue(keys::x5Power.text, CVordalDouble(m_power));
     }
-    m_ui->id16927->setValue(p);
+    m_ui->powerSlider->setValue(p);
 }
 
 void QX5SonarSettingsPage::OnGainScrolled(ScrollKind kind, int position)
@@ -466,13 +465,13 @@ void QX5SonarSettingsPage::OnGainScrolled(ScrollKind kind, int position)
     if (kind == ScrollKind::ThumbReleased) {
         return;
     }
-    int const p = PositionAfter(*m_ui->id16929, kind, position);
+    int const p = PositionAfter(*m_ui->gainSlider, kind, position);
     m_gain = static_cast<float>(p);
-    m_ui->id16957->setText(FixedText(m_gain, 1) + QStringLiteral(" dB"));
+    m_ui->gainValue->setText(FixedText(m_gain, 1) + QStringLiteral(" dB"));
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.SendRequestValue(keys::x5Gain.text, CVordalDouble(m_gain));
+        m_device.SendRequestValue(keys::x5Gain.text, CVordalDouble(m_gain));
     }
-    m_ui->id16929->setValue(p);
+    m_ui->gainSlider->setValue(p);
 }
 
 void QX5SonarSettingsPage::OnBeamWidthScrolled(ScrollKind kind, int position)
@@ -480,13 +479,13 @@ void QX5SonarSettingsPage::OnBeamWidthScrolled(ScrollKind kind, int position)
     if (kind == ScrollKind::ThumbReleased) {
         return;
     }
-    int const p = PositionAfter(*m_ui->id16930, kind, position);
+    int const p = PositionAfter(*m_ui->beamWidthSlider, kind, position);
     beamWidthX = limits.beamWidthXList[static_cast<std::size_t>(std::clamp(p, 0, MaxBeamWidths - 1))];
-    m_ui->id16946->setText(Degrees(beamWidthX, 1));
+    m_ui->beamWidthValue->setText(Degrees(beamWidthX, 1));
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.SendRequestValue(keys::x5BeamWidthX.text, CVordalDouble(beamWidthX));
+        m_device.SendRequestValue(keys::x5BeamWidthX.text, CVordalDouble(beamWidthX));
     }
-    m_ui->id16930->setValue(p);
+    m_ui->beamWidthSlider->setValue(p);
 }
 
 void QX5SonarSettingsPage::OnSteeringScrolled(ScrollKind kind, int position)
@@ -494,13 +493,13 @@ void QX5SonarSettingsPage::OnSteeringScrolled(ScrollKind kind, int position)
     if (kind == ScrollKind::ThumbReleased) {
         return;
     }
-    int const p = PositionAfter(*m_ui->id16932, kind, position, quarterDegreesPerPage);
+    int const p = PositionAfter(*m_ui->verticalSteeringSlider, kind, position, quarterDegreesPerPage);
     m_steerVertical = NarrowToFloat(p * 0.25);
-    m_ui->id16953->setText(Degrees(m_steerVertical, 2));
+    m_ui->verticalSteeringValue->setText(Degrees(m_steerVertical, 2));
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.SendRequestValue(keys::x5BeamSteer.text, CVordalDouble2D(m_steerVertical, m_steerHorizontal));
+        m_device.SendRequestValue(keys::x5BeamSteer.text, CVordalDouble2D(m_steerVertical, m_steerHorizontal));
     }
-    m_ui->id16932->setValue(p);
+    m_ui->verticalSteeringSlider->setValue(p);
 }
 
 void QX5SonarSettingsPage::OnPingRateScrolled(ScrollKind kind, int position)
@@ -508,21 +507,21 @@ void QX5SonarSettingsPage::OnPingRateScrolled(ScrollKind kind, int position)
     if (kind == ScrollKind::ThumbReleased) {
         return;
     }
-    int const p = PositionAfter(*m_ui->id16928, kind, position);
+    int const p = PositionAfter(*m_ui->pingRateSlider, kind, position);
     if (kind == ScrollKind::EndOfScrolling) {
         // The rate that the event before this one left.
-        m_view.SendRequestValue(keys::x5MaxPingRate.text, CVordalDouble(m_maxPingRate));
+        m_device.SendRequestValue(keys::x5MaxPingRate.text, CVordalDouble(m_maxPingRate));
         if (m_maxPingRate > 0.0F && p != 0 && m_pingOnOffState == 0) {
             m_pingOnOffState = 1;
-            m_view.SendRequestValue(keys::x5PingOnOffState.text, CVordalInt(1));
+            m_device.SendRequestValue(keys::x5PingOnOffState.text, CVordalInt(1));
         }
     }
     // A sonar without a ratio has a slider without a way to go.
     m_maxPingRate = p == 0 ? 0.0F : static_cast<float>(p) / limits.pingRateRatio;
-    m_ui->id16952->setText(m_maxPingRate == 0.0F ? QStringLiteral("OFF")
-                           : limits.freeRun      ? QStringLiteral("MAX")
-                                                 : FixedText(m_maxPingRate, 1) + QStringLiteral(" p/s"));
-    m_ui->id16928->setValue(p);
+    m_ui->pingRateValue->setText(m_maxPingRate == 0.0F ? QStringLiteral("OFF")
+                                 : limits.freeRun      ? QStringLiteral("MAX")
+                                                       : FixedText(m_maxPingRate, 1) + QStringLiteral(" p/s"));
+    m_ui->pingRateSlider->setValue(p);
 }
 
 int QX5SonarSettingsPage::PulseLengthAfter(ScrollKind kind, int position) const
@@ -541,8 +540,8 @@ int QX5SonarSettingsPage::PulseLengthAfter(ScrollKind kind, int position) const
     case ScrollKind::PageRight:
         return moved(5 * step);
     case ScrollKind::ThumbMoving: {
-        auto const least = static_cast<float>(m_ui->id16931->minimum());
-        auto const greatest = static_cast<float>(m_ui->id16931->maximum());
+        auto const least = static_cast<float>(m_ui->pulseLengthSlider->minimum());
+        auto const greatest = static_cast<float>(m_ui->pulseLengthSlider->maximum());
         float const part = (static_cast<float>(position) - least) / (greatest - least);
         return TruncateToInt32(
             std::pow(10.0, part * (m_pulseLengthLogMax - m_pulseLengthLogMin) + m_pulseLengthLogMin) * 1e6);
@@ -562,7 +561,7 @@ void QX5SonarSettingsPage::OnPulseLengthScrolled(ScrollKind kind, int position)
 {
     if (kind == ScrollKind::ThumbReleased) {
         // The end of scrolling, which follows, writes it again.
-        m_ui->id16945->clear();
+        m_ui->pulseLengthValue->clear();
         return;
     }
     int length = PulseLengthAfter(kind, position);
@@ -582,7 +581,7 @@ void QX5SonarSettingsPage::OnPulseLengthScrolled(ScrollKind kind, int position)
     m_pulseLength = static_cast<float>(length) / 1e6F;
     m_pulseUpdatesToIgnore = 2;
     if (kind == ScrollKind::EndOfScrolling) {
-        m_view.SendRequestValue(keys::x5PulseLength.text, CVordalDouble(m_pulseLength));
+        m_device.SendRequestValue(keys::x5PulseLength.text, CVordalDouble(m_pulseLength));
     }
     SetPulseLengthPosition();
 }
@@ -590,10 +589,11 @@ void QX5SonarSettingsPage::OnPulseLengthScrolled(ScrollKind kind, int position)
 void QX5SonarSettingsPage::OnGainModeClicked(int mode)
 {
     UpdateGainMode(mode);
-    m_view.SendRequestValue(keys::x5GainMode.text, CVordalInt(m_gainMode));
+    m_device.SendRequestValue(keys::x5GainMode.text, CVordalInt(m_gainMode));
 }
 
 void QX5SonarSettingsPage::OnGatesClicked()
 {
-    m_view.RequestGateEnables(m_ui->id28107->isChecked(), m_ui->id28108->isChecked(), m_ui->id28109->isChecked());
+    m_device.RequestGateEnables(m_ui->depthGateButton->isChecked(), m_ui->rangeGateButton->isChecked(),
+                                m_ui->adaptiveGateButton->isChecked());
 }

@@ -12,8 +12,10 @@
 #include <vector>
 
 class CAttributeMap;
-class QX5SonarConfigurationView;
 
+namespace qx5 {
+class PageDevice;
+}
 namespace Ui {
 class QX5SonarSettingsPage;
 }
@@ -70,7 +72,7 @@ public:
         bool steerable = false;
     };
 
-    QX5SonarSettingsPage(QX5SonarConfigurationView& view, QWidget* parent);
+    QX5SonarSettingsPage(qx5::PageDevice& device, QWidget* parent);
     ~QX5SonarSettingsPage() override;
 
     Limits limits;
@@ -133,7 +135,7 @@ private:
     /// `m_pulseLengthMicroseconds` after the event.
     int PulseLengthAfter(ScrollKind kind, int position) const;
 
-    QX5SonarConfigurationView& m_view;
+    qx5::PageDevice& m_device;
     std::unique_ptr<Ui::QX5SonarSettingsPage> m_ui;
     bool m_forceUpdate = false;
     unsigned m_pingOnOffState = 0;

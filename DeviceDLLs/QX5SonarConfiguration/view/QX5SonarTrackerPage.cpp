@@ -1,8 +1,8 @@
 // The page "Tracker": options that are requests of their own, and two numbers that wait for Apply.
 #include "QX5SonarTrackerPage.h"
 
-#include "QX5SonarConfigurationView.h"
 #include "page_controls.h"
+#include "page_device.h"
 #include "sonar_settings.h"
 #include "ui_QX5SonarTrackerPage.h"
 
@@ -12,27 +12,27 @@
 
 namespace keys = qx5::protocol::keys;
 
-using qx5::HashedKey;
+using qx5::At;
 using qx5::ReadValue;
 
-QX5SonarTrackerPage::QX5SonarTrackerPage(QX5SonarConfigurationView& view, QWidget* parent)
-    : QWidget(parent), m_view(view), m_ui(std::make_unique<Ui::QX5SonarTrackerPage>())
+QX5SonarTrackerPage::QX5SonarTrackerPage(qx5::PageDevice& device, QWidget* parent)
+    : QWidget(parent), m_device(device), m_ui(std::make_unique<Ui::QX5SonarTrackerPage>())
 {
     m_ui->setupUi(this);
-    m_fixedSwathWidth.Attach(m_ui->id28140);
-    m_maxCoverageAngle.Attach(m_ui->id28141);
+    m_fixedSwathWidth.Attach(m_ui->swathWidthField);
+    m_maxCoverageAngle.Attach(m_ui->maxCoverageField);
     UpdateData(CDataExchange::Direction::ToControls);
     SetDialogUnits(this);
     ConnectField(m_fixedSwathWidth);
     ConnectField(m_maxCoverageAngle);
-    connect(m_ui->id28133, &QCheckBox::clicked, this, [this] { OnTrackerClicked(); });
-    ConnectOption(m_ui->id28134, HashedKey<keys::x5TrackerRangeEnabled>, &Fields::trackRange);
-    ConnectOption(m_ui->id28135, HashedKey<keys::x5TrackerPowerGainEnabled>, &Fields::trackPowerGain);
-    ConnectOption(m_ui->id28136, HashedKey<keys::x5TrackerPulseLengthEnabled>, &Fields::trackPulseLength);
-    ConnectOption(m_ui->id28137, HashedKey<keys::x5TrackerCoverageAngleEnabled>, &Fields::coverageAngleEnabled);
-    ConnectOption(m_ui->id28138, HashedKey<keys::x5TrackerFixedSwathEnabled>, &Fields::fixedSwathEnabled);
-    ConnectOption(m_ui->id28139, HashedKey<keys::x5TrackerLimitCoverage>, &Fields::limitCoverage);
-    connect(m_ui->id28122, &QPushButton::clicked, this, [this] { Apply(); });
+    connect(m_ui->enableTrackerBox, &QCheckBox::clicked, this, [this] { OnTrackerClicked(); });
+    ConnectOption(m_ui->trackRangeBox, At<keys::x5TrackerRangeEnabled>, &Fields::trackRange);
+    ConnectOption(m_ui->trackPowerAndGainBox, At<keys::x5TrackerPowerGainEnabled>, &Fields::trackPowerGain);
+    ConnectOption(m_ui->trackPulseLengthBox, At<keys::x5TrackerPulseLengthEnabled>, &Fields::trackPulseLength);
+    ConnectOption(m_ui->trackCoverageBox, At<keys::x5TrackerCoverageAngleEnabled>, &Fields::coverageAngleEnabled);
+    ConnectOption(m_ui->fixedSwathBox, At<keys::x5TrackerFixedSwathEnabled>, &Fields::fixedSwathEnabled);
+    ConnectOption(m_ui->limitCoverageBox, At<keys::x5TrackerLimitCoverage>, &Fields::limitCoverage);
+    connect(m_ui->applyButton, &QPushButton::clicked, this, [this] { Apply(); });
     ResetEditState();
 }
 
@@ -42,7 +42,7 @@ void QX5SonarTrackerPage::ConnectField(CColorEdit& edit)
 {
     edit.SetEditHandler([this, &edit] {
         edit.SetBackColor(255, 255, 0);
-        m_ui->id28122->setEnabled(true);
+        m_ui->applyButton->setEnabled(true);
     });
     edit.SetApplyHandler([this] { Apply(); });
 }
@@ -53,7 +53,7 @@ void QX5SonarTrackerPage::ConnectOption(QCheckBox* box, AttributeKey const& key,
         UpdateData(CDataExchange::Direction::FromControls);
         CAttributeMap values;
         values.Append(new CAttributeMap(key, VordalTypeCreator::MakeValue(m_fields.*field)));
-        m_view.SendRequest(values);
+        m_device.SendRequest(values);
     });
 }
 
@@ -85,36 +85,35 @@ void QX5SonarTrackerPage::RefreshControls(CAttributeMap const& tree)
 void QX5SonarTrackerPage::UpdateData(CDataExchange::Direction direction)
 {
     CDataExchange const exchange(direction);
-    DDX_bCheck(exchange, m_ui->id28133, m_fields.trackerEnabled);
-    DDX_bCheck(exchange, m_ui->id28134, m_fields.trackRange);
-    DDX_bCheck(exchange, m_ui->id28135, m_fields.trackPowerGain);
-    DDX_bCheck(exchange, m_ui->id28136, m_fields.trackPulseLength);
-    DDX_bCheck(exchange, m_ui->id28137, m_fields.coverageAngleEnabled);
-    DDX_bCheck(exchange, m_ui->id28138, m_fields.fixedSwathEnabled);
-    DDX_bCheck(exchange, m_ui->id28139, m_fields.limitCoverage);
-    DDX_FmtDouble(exchange, m_ui->id28140, m_fields.fixedSwathWidth, FORMAT_DISTANCE, 0);
-    DDX_FmtDouble(exchange, m_ui->id28141, m_fields.maxCoverageAngle, FORMAT_ANGLE, 0);
+    DDX_bCheck(exchange, m_ui->enableTrackerBox, m_fields.trackerEnabled);
+    DDX_bCheck(exchange, m_ui->trackRangeBox, m_fields.trackRange);
+    DDX_bCheck(exchange, m_ui->trackPowerAndGainBox, m_fields.trackPowerGain);
+    DDX_bCheck(exchange, m_ui->trackPulseLengthBox, m_fields.trackPulseLength);
+    DDX_bCheck(exchange, m_ui->trackCoverageBox, m_fields.coverageAngleEnabled);
+    DDX_bCheck(exchange, m_ui->fixedSwathBox, m_fields.fixedSwathEnabled);
+    DDX_bCheck(exchange, m_ui->limitCoverageBox, m_fields.limitCoverage);
+    DDX_FmtDouble(exchange, m_ui->swathWidthField, m_fields.fixedSwathWidth, FORMAT_DISTANCE, 0);
+    DDX_FmtDouble(exchange, m_ui->maxCoverageField, m_fields.maxCoverageAngle, FORMAT_ANGLE, 0);
 }
 
 void QX5SonarTrackerPage::OnTrackerClicked()
 {
     UpdateData(CDataExchange::Direction::FromControls);
     CAttributeMap values;
-    values.Append(
-        new CAttributeMap(HashedKey<keys::x5SystemMode>,
-                          VordalTypeCreator::MakeValue(m_fields.trackerEnabled ? qx5::SystemModeTracker : 0)));
-    m_view.SendRequest(values);
+    values.Append(new CAttributeMap(
+        At<keys::x5SystemMode>, VordalTypeCreator::MakeValue(m_fields.trackerEnabled ? qx5::SystemModeTracker : 0)));
+    m_device.SendRequest(values);
 }
 
 void QX5SonarTrackerPage::Apply()
 {
     UpdateData(CDataExchange::Direction::FromControls);
     CAttributeMap values;
-    values.Append(new CAttributeMap(HashedKey<keys::x5TrackerFixedSwathWidth>,
-                                    VordalTypeCreator::MakeValue(m_fields.fixedSwathWidth)));
-    values.Append(new CAttributeMap(HashedKey<keys::x5TrackerMaxCoverageAngle>,
+    values.Append(
+        new CAttributeMap(At<keys::x5TrackerFixedSwathWidth>, VordalTypeCreator::MakeValue(m_fields.fixedSwathWidth)));
+    values.Append(new CAttributeMap(At<keys::x5TrackerMaxCoverageAngle>,
                                     VordalTypeCreator::MakeValue(m_fields.maxCoverageAngle)));
-    m_view.SendRequest(values);
+    m_device.SendRequest(values);
     ResetEditState();
 }
 
@@ -125,5 +124,5 @@ void QX5SonarTrackerPage::ResetEditState()
             edit->SetSystemBackColor(SYSTEM_COLOR_CLEAN_FIELD);
         }
     }
-    m_ui->id28122->setEnabled(false);
+    m_ui->applyButton->setEnabled(false);
 }

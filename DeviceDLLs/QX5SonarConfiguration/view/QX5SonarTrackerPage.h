@@ -13,8 +13,10 @@
 class AttributeKey;
 class CAttributeMap;
 class QCheckBox;
-class QX5SonarConfigurationView;
 
+namespace qx5 {
+class PageDevice;
+}
 namespace Ui {
 class QX5SonarTrackerPage;
 }
@@ -23,7 +25,7 @@ class QX5SonarTrackerPage;
 class QX5SonarTrackerPage : public QWidget
 {
 public:
-    QX5SonarTrackerPage(QX5SonarConfigurationView& view, QWidget* parent);
+    QX5SonarTrackerPage(qx5::PageDevice& device, QWidget* parent);
     ~QX5SonarTrackerPage() override;
 
     void RefreshControls(CAttributeMap const& tree);
@@ -52,7 +54,7 @@ private:
     void Apply();
     void ResetEditState();
 
-    QX5SonarConfigurationView& m_view;
+    qx5::PageDevice& m_device;
     std::unique_ptr<Ui::QX5SonarTrackerPage> m_ui;
     Fields m_fields;
     CColorEdit m_fixedSwathWidth;

@@ -1,7 +1,8 @@
 // Small things that all pages do with their controls and trees.
 #pragma once
 
-#include <VordalAttributesR/AttributeKey.h>
+#include "../attribute_at.h"
+
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CString.h>
 
@@ -19,15 +20,11 @@ class QLabel;
 
 namespace qx5 {
 
-/// A key of the protocol's tables with its hash made at compile time.
-template <protocol::Key const& key>
-inline constexpr AttributeKey HashedKey{key.text};
-
 /// The value below `tree`, or `missing` where it is absent or of another kind.
 template <protocol::Key const& key, typename T>
 T ReadValue(CAttributeMap const& tree, T missing)
 {
-    tree.FindValue(HashedKey<key>).Get(missing);
+    tree.FindValue(At<key>).Get(missing);
     return missing;
 }
 

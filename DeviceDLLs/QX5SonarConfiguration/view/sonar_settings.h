@@ -12,14 +12,14 @@ namespace qx5 {
 /// The settings of the enumerator, otherwise the first; an empty node when there are none.
 inline CAttributeMap const& ActiveSettings(CAttributeMap const& tree, int deviceEnum)
 {
-    auto const& key = HashedKey<protocol::keys::x5SonarSettings>;
+    auto const& key = At<protocol::keys::x5SonarSettings>;
     return tree.Find(key, tree.Has(key, deviceEnum) ? deviceEnum : 0);
 }
 
 /// The sample rate that the tree says is active; an empty node when the settings do not have it.
 inline CAttributeMap const& SelectedSampleRateSet(CAttributeMap const& tree, CAttributeMap const& settings)
 {
-    return settings.Find(HashedKey<protocol::keys::x5SampleRateSet>,
+    return settings.Find(At<protocol::keys::x5SampleRateSet>,
                          ReadValue<protocol::keys::x5SampleRateSelection>(tree, 0));
 }
 

@@ -45,7 +45,7 @@ public:
     void OnInitialUpdate() override
     {
         m_baseView.ConnectDisplayDoc(GetDocument(), 0);
-        auto* const tabs = Named<QTabBar>(GetForm(), "id28075");
+        auto* const tabs = Named<QTabBar>(GetForm(), "tabs");
         MakeSettings();
         MakeGates();
         MakeOthers();
@@ -105,7 +105,7 @@ private:
     void MakeSettings()
     {
         auto* const page = Named<QWidget>(GetForm(), "settings");
-        auto* const slider = Named<TestSlider>(page, "id16926");
+        auto* const slider = Named<TestSlider>(page, "rangeSlider");
         slider->setRange(5, 25);
         QObject::connect(slider, &TestSlider::Scrolled, slider, [this, slider](int kind, int position) {
             if (kind == 4 || kind == 5) {
@@ -119,23 +119,23 @@ private:
                 Send(L"scroll", CVordalDouble2D(kind, position));
             }
         });
-        m_range = Named<QLabel>(page, "id16940");
+        m_range = Named<QLabel>(page, "rangeValue");
         m_range->setText(QStringLiteral("100.0 m"));
-        auto* const modes = Named<QComboBox>(page, "id28076");
+        auto* const modes = Named<QComboBox>(page, "operationModeList");
         modes->addItems({QStringLiteral("A & B"), QStringLiteral("C")});
         modes->setCurrentIndex(-1);
         QObject::connect(modes, &QComboBox::activated, modes,
                          [this](int index) { Send(L"DeviceEnum", CVordalInt(index)); });
-        for (auto const* name : {"id28090", "id28091"}) {
+        for (auto const* name : {"timeVariedGainButton", "fixedGainButton"}) {
             auto* const radio = Named<QRadioButton>(page, name);
             radio->setText(QStringLiteral("&Mode"));
             QObject::connect(radio, &QRadioButton::clicked, radio, [this](bool on) { Send(L"mode", CVordalBool(on)); });
         }
-        auto* const toggle = Named<QPushButton>(page, "id28107");
+        auto* const toggle = Named<QPushButton>(page, "depthGateButton");
         toggle->setText(QStringLiteral("Depth"));
         toggle->setCheckable(true);
         QObject::connect(toggle, &QPushButton::clicked, toggle, [this](bool on) { Send(L"toggle", CVordalBool(on)); });
-        auto* const option = Named<QCheckBox>(page, "id28128");
+        auto* const option = Named<QCheckBox>(page, "pingOnlyWhenScanningBox");
         option->hide();
         QObject::connect(option, &QCheckBox::clicked, option, [this](bool on) { Send(L"option", CVordalBool(on)); });
     }
@@ -143,8 +143,8 @@ private:
     void MakeGates()
     {
         auto* const page = Named<QWidget>(GetForm(), "gates");
-        m_minimum.Attach(Named<QLineEdit>(page, "id28112"));
-        m_apply = Named<QPushButton>(page, "id28122");
+        m_minimum.Attach(Named<QLineEdit>(page, "minDepthField"));
+        m_apply = Named<QPushButton>(page, "applyButton");
         m_apply->setText(QStringLiteral("Apply"));
         m_apply->setEnabled(false);
         m_minimum.SetEditHandler([this] {
@@ -164,16 +164,16 @@ private:
     {
         Named<QWidget>(GetForm(), "ocean");
         auto* const recording = Named<QWidget>(GetForm(), "recording");
-        auto* const state = Named<QLineEdit>(recording, "id28082");
+        auto* const state = Named<QLineEdit>(recording, "recordingModeField");
         state->setReadOnly(true);
         CString text;
         DataDefinition::GetDataDefinition().GetGroupItemMapTxt(78, 2701, 1, text);
         state->setText(QString::fromStdWString(std::wstring(text.View())));
-        m_routes.Attach(Named<QComboBox>(Named<QWidget>(GetForm(), "steering"), "id28096"));
+        m_routes.Attach(Named<QComboBox>(Named<QWidget>(GetForm(), "steering"), "routeList"));
         auto* const tracker = Named<QWidget>(GetForm(), "tracker");
         double width = 2.5;
-        DDX_FmtDouble(CDataExchange(CDataExchange::Direction::ToControls), Named<QLineEdit>(tracker, "id28140"), width,
-                      FORMAT_DISTANCE, 0);
+        DDX_FmtDouble(CDataExchange(CDataExchange::Direction::ToControls), Named<QLineEdit>(tracker, "swathWidthField"),
+                      width, FORMAT_DISTANCE, 0);
     }
 
     void OnSonar(NotificationInfo const* info)

@@ -1,12 +1,12 @@
 // One request of each command, for whoever shows or checks what the command sends.
 #pragma once
 
-#include "handlers/command.h"
+#include "command.h"
 #include <VordalAttributesR/CAttributeMap.h>
 
 #include <string>
 
-namespace qx5::cli {
+namespace qx5 {
 
 /// A request that lets the command start, and what the device's tree must hold for it.
 struct SampleRequest
@@ -19,4 +19,4 @@ struct SampleRequest
 /// With plausible values. Of a command that completes, one key is asked for and the tree holds the others.
 SampleRequest SampleOf(Command const& command);
 
-} // namespace qx5::cli
+} // namespace qx5

@@ -1,7 +1,7 @@
 // One request of each command, made of its table.
-#include "cli/sample_request.h"
+#include "sample_request.h"
 
-#include "handlers/command_catalogue.h"
+#include "command_catalogue.h"
 #include <VordalAttributesR/CVordalType.h>
 #include <VordalBaseR/CCompOffset.h>
 #include <protocol/utf8.h>
@@ -10,7 +10,7 @@
 #include <set>
 #include <vector>
 
-namespace qx5::cli {
+namespace qx5 {
 
 namespace {
 
@@ -71,4 +71,4 @@ SampleRequest SampleOf(Command const& command)
     return sample;
 }
 
-} // namespace qx5::cli
+} // namespace qx5

@@ -1,0 +1,274 @@
+// Documents written from the record tables.
+#include "cli/documents/record_documents.h"
+
+#include "cli/documents/templates.h"
+#include "cli/table_texts.h"
+
+#include <protocol/catalogue.h>
+#include <protocol/print.h>
+#include <protocol/utf8.h>
+
+#include <optional>
+#include <set>
+#include <string_view>
+
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+namespace {
+
+using protocol::Carrier;
+using protocol::Field;
+using protocol::RecordLayout;
+using protocol::Tail;
+using protocol::Wire;
+
+std::string Utf8(protocol::Key const& key)
+{
+    return protocol::EncodeUtf8(key.text);
+}
+
+std::string NameOf(Field const& field)
+{
+    if (field.key == nullptr) {
+        return field.name.empty() ? "constant" : std::string(field.name);
+    }
+    bool const hasParts = field.key->kind == protocol::Kind::Pair || field.key->kind == protocol::Kind::Offset;
+    return hasParts ? fmt::format("{}[{}]", Utf8(*field.key), field.part) : Utf8(*field.key);
+}
+
+std::string WireOf(Field const& field)
+{
+    bool const hasWidth = field.wire == Wire::Text || field.wire == Wire::Bytes;
+    return hasWidth ? fmt::format("{}[{}]", protocol::WireText(field.wire), field.extent)
+                    : std::string(protocol::WireText(field.wire));
+}
+
+std::string_view CarrierText(Carrier carrier)
+{
+    switch (carrier) {
+    case Carrier::RemoteControl:
+        return "command";
+    case Carrier::Data:
+        return "data record";
+    case Carrier::PassThrough:
+        return "command passed on";
+    }
+    return "";
+}
+
+std::string_view TailText(Tail tail)
+{
+    switch (tail) {
+    case Tail::None:
+    case Tail::Items:
+        return "";
+    case Tail::I32List:
+        return "i32, to the end";
+    case Tail::U32List:
+        return "u32, to the end";
+    case Tail::U16List:
+        return "u16, to the end";
+    case Tail::Utf8:
+        return "UTF-8 text, to the end";
+    case Tail::Utf8Z:
+        return "UTF-8 text and a 0, to the end";
+    case Tail::Bytes:
+        return "bytes, to the end";
+    }
+    return "";
+}
+
+std::string TailName(RecordLayout const& record)
+{
+    return record.tailKey != nullptr ? Utf8(*record.tailKey) : std::string(record.tailName);
+}
+
+// The manual's tables.
+
+std::string FieldRows(std::span<Field const> fields)
+{
+    std::string text;
+    for (Field const& field : fields) {
+        std::string remark(ConvertText(field.convert));
+        if (field.constant != 0) {
+            remark += fmt::format("{}always {}", remark.empty() ? "" : "; ", field.constant);
+        }
+        text += fmt::format("| {} | {} | {} | {} | {} |\n", Place(field), WireOf(field), NameOf(field),
+                            protocol::UnitText(WireUnit(field)), remark);
+    }
+    return text;
+}
+
+// The dissector. It is a table of the records, and a program that reads it.
+
+std::string LuaText(std::string_view text)
+{
+    std::string quoted = "\"";
+    for (char const character : text) {
+        if (character == '"' || character == '\\') {
+            quoted += '\\';
+        }
+        quoted += character;
+    }
+    return quoted + '"';
+}
+
+/// By what the wire's number is multiplied to give the key's; nothing where no factor does that.
+std::optional<std::string_view> BackFactor(protocol::Convert convert)
+{
+    using protocol::Convert;
+    switch (convert) {
+    case Convert::Radians:
+    case Convert::RadiansByFactor:
+        return "180 / math.pi";
+    case Convert::NegatedRadians:
+    case Convert::NegatedRadiansByFactor:
+        return "-180 / math.pi";
+    case Convert::Negated:
+        return "-1";
+    case Convert::TimesThousand:
+        return "1 / 1000";
+    case Convert::Thousandth:
+        return "1000";
+    case Convert::TimesTwenty:
+        return "1 / 20";
+    case Convert::FifthOfFloat:
+        return "5";
+    case Convert::None:
+    case Convert::Truncated:
+    case Convert::SetWhenZero:
+    case Convert::SetWhenOne:
+    case Convert::PlusOne:
+    case Convert::Computed:
+        break;
+    }
+    return std::nullopt;
+}
+
+std::string LuaFields(std::span<Field const> fields, std::string_view indent)
+{
+    std::string text;
+    for (Field const& field : fields) {
+        text += fmt::format("{}{{ at = {}, width = {}, wire = {}, name = {}", indent, field.offset,
+                            protocol::WidthOf(field), LuaText(protocol::WireText(field.wire)), LuaText(NameOf(field)));
+        bool const isBit = field.wire == Wire::BitOfU16 || field.wire == Wire::BitOfU32 || field.wire == Wire::BitOfU64;
+        if (isBit || field.wire == Wire::BitsOfU32) {
+            text += fmt::format(", bit = {}, bits = {}", field.extent, isBit ? 1 : int{field.bitCount});
+        }
+        if (auto const unit = protocol::UnitText(WireUnit(field)); !unit.empty()) {
+            text += fmt::format(", unit = {}", LuaText(unit));
+        }
+        if (auto const factor = BackFactor(field.convert); factor && field.key != nullptr) {
+            text += fmt::format(", factor = {}, keyUnit = {}", *factor, LuaText(protocol::UnitText(field.key->unit)));
+        } else if (auto const remark = ConvertText(field.convert); !remark.empty()) {
+            text += fmt::format(", remark = {}", LuaText(remark));
+        }
+        if (field.key == nullptr && field.constant != 0) {
+            text += fmt::format(", constant = {}", field.constant);
+        }
+        text += " },\n";
+    }
+    return text;
+}
+
+std::string_view LuaTail(Tail tail)
+{
+    switch (tail) {
+    case Tail::None:
+        return "none";
+    case Tail::Items:
+        return "items";
+    case Tail::I32List:
+        return "i32";
+    case Tail::U32List:
+        return "u32";
+    case Tail::U16List:
+        return "u16";
+    case Tail::Utf8:
+    case Tail::Utf8Z:
+        return "text";
+    case Tail::Bytes:
+        return "bytes";
+    }
+    return "none";
+}
+
+std::string_view LuaCarrier(Carrier carrier)
+{
+    switch (carrier) {
+    case Carrier::RemoteControl:
+        return "command";
+    case Carrier::Data:
+        return "data";
+    case Carrier::PassThrough:
+        return "passed";
+    }
+    return "data";
+}
+
+} // namespace
+
+std::string Filled(std::string_view document, std::string_view name, std::string_view text)
+{
+    std::size_t const mark = document.find(fmt::format("@{}@", name));
+    std::size_t const begin = document.rfind('\n', mark) + 1;
+    std::size_t const end = document.find('\n', mark) + 1;
+    return fmt::format("{}{}{}", document.substr(0, begin), text, document.substr(end));
+}
+
+std::string RecordTables()
+{
+    std::string text;
+    for (RecordLayout const& record : protocol::AllLayouts()) {
+        text += fmt::format("## {} {}\n\n{}, {} bytes{}\n\n", record.id, record.name, CarrierText(record.carrier),
+                            record.size, record.tail == Tail::None ? "" : " and what follows them");
+        if (!record.fields.empty() || record.tail != Tail::None) {
+            text += "| at | wire | key or name | unit | remark |\n|---|---|---|---|---|\n" + FieldRows(record.fields);
+        }
+        if (record.tail == Tail::Items) {
+            text += fmt::format("\nThen items of {} bytes to the end:\n\n| at | wire | key or name | unit | remark |\n"
+                                "|---|---|---|---|---|\n",
+                                record.itemSize) +
+                    FieldRows(record.itemFields);
+        } else if (record.tail != Tail::None) {
+            text += fmt::format("| @{} | {} | {} | | |\n", record.size, TailText(record.tail), TailName(record));
+        }
+        text += '\n';
+    }
+    std::string keys;
+    for (protocol::Key const* const key : protocol::AllKeys()) {
+        std::set<std::uint32_t> ids;
+        for (RecordLayout const& record : protocol::AllLayouts()) {
+            bool carries = record.tailKey == key;
+            for (auto const fields : {record.fields, record.itemFields}) {
+                for (Field const& field : fields) {
+                    carries = carries || field.key == key;
+                }
+            }
+            if (carries) {
+                ids.insert(record.id);
+            }
+        }
+        keys += fmt::format("| `{}` | {} | {} | {} | {} |\n", Utf8(*key), KindText(key->kind),
+                            protocol::UnitText(key->unit), key->meaning, fmt::join(ids, ", "));
+    }
+    return Filled(Filled(documents::records_md, "records", text), "keys", keys);
+}
+
+std::string WiresharkDissector()
+{
+    std::string text;
+    for (RecordLayout const& record : protocol::AllLayouts()) {
+        text += fmt::format("    {{ carrier = {}, id = {}, name = {}, size = {}, tail = {}, tailName = {},\n"
+                            "        itemSize = {}, fields = {{\n",
+                            LuaText(LuaCarrier(record.carrier)), record.id, LuaText(record.name), record.size,
+                            LuaText(LuaTail(record.tail)), LuaText(TailName(record)), record.itemSize);
+        text += LuaFields(record.fields, "            ") + "        }, items = {\n" +
+                LuaFields(record.itemFields, "            ") + "        } },\n";
+    }
+    return Filled(documents::x5_records_lua, "records", text);
+}
+
+} // namespace qx5::cli
