@@ -2,10 +2,10 @@
 #include "stage.h"
 
 #include "allocations.h"
-#include "handlers/command_catalogue.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/attributes/tree_merge.h"
 #include <VordalAttributesR/CVordalType.h>
+#include <commands/catalogue.h>
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
 #include <vordalhostdllR/DataManager.h>

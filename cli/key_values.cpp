@@ -1,16 +1,14 @@
 // Requests as people type them, turned into trees.
 #include "key_values.h"
 
+#include "reference_host/link/tree_transfer.h"
+
 #include <VordalAttributesR/AttributeKey.h>
-#include <VordalAttributesR/CVordalType.h>
 #include <protocol/catalogue.h>
 #include <protocol/utf8.h>
+#include <protocol/value.h>
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <limits>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -25,185 +23,18 @@ using protocol::Kind;
 constexpr std::size_t greatestDepth = 64;
 constexpr std::size_t greatestKeyText = 200;
 
-struct KindName
-{
-    std::string_view name;
-    Kind kind;
-};
-constexpr KindName kindNames[]{
-    {"int", Kind::Int},       {"uint", Kind::UInt},     {"int64", Kind::Int64},
-    {"bool", Kind::Bool},     {"double", Kind::Double}, {"pair", Kind::Pair},
-    {"string", Kind::String}, {"ints", Kind::IntList},  {"doubles", Kind::DoubleList},
-    {"offset", Kind::Offset}, {"none", Kind::Any},
-};
+/// What stands for the kind Any here, as in scenario files.
+constexpr std::string_view withoutValue = "none";
 
-std::optional<Kind> FindKind(std::string_view name)
+std::string KindsToChooseFrom()
 {
-    for (KindName const& entry : kindNames) {
-        if (entry.name == name) {
-            return entry.kind;
+    std::string names;
+    for (protocol::KindRow const& row : protocol::KindRows) {
+        if (row.kind != Kind::Branch && row.kind != Kind::Any) {
+            names += std::string(row.name) + ", ";
         }
     }
-    return std::nullopt;
-}
-
-std::string_view NameOf(Kind kind)
-{
-    for (KindName const& entry : kindNames) {
-        if (entry.kind == kind) {
-            return entry.name;
-        }
-    }
-    return "branch";
-}
-
-std::string_view Trim(std::string_view text)
-{
-    while (!text.empty() && text.front() == ' ') {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && text.back() == ' ') {
-        text.remove_suffix(1);
-    }
-    return text;
-}
-
-template <typename Number>
-bool ParseWhole(std::string_view text, Number& number)
-{
-    text = Trim(text);
-    if (!text.empty() && text.front() == '+') {
-        text.remove_prefix(1);
-    }
-    auto const [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return problem == std::errc() && end == text.data() + text.size();
-}
-
-bool ParseReal(std::string_view text, double& number)
-{
-    text = Trim(text);
-    if (!text.empty() && text.front() == '+') {
-        text.remove_prefix(1);
-    }
-    auto const [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return problem == std::errc() && end == text.data() + text.size();
-}
-
-std::vector<std::string_view> SplitList(std::string_view text)
-{
-    std::vector<std::string_view> parts;
-    if (Trim(text).empty()) {
-        return parts;
-    }
-    for (;;) {
-        std::size_t const comma = text.find(',');
-        parts.push_back(text.substr(0, comma));
-        if (comma == std::string_view::npos) {
-            return parts;
-        }
-        text.remove_prefix(comma + 1);
-    }
-}
-
-template <typename Number>
-bool ParseList(std::string_view text, std::vector<Number>& list, bool (*parse)(std::string_view, Number&))
-{
-    for (std::string_view part : SplitList(text)) {
-        Number number{};
-        if (!parse(part, number)) {
-            return false;
-        }
-        list.push_back(number);
-    }
-    return true;
-}
-
-/// The value of a kind; null, and what it must look like in `wanted`, when the text is none.
-std::unique_ptr<CVordalType> ParseValue(Kind kind, std::string_view text, std::string_view& wanted)
-{
-    switch (kind) {
-    case Kind::Int: {
-        wanted = "a whole number from -2147483648 to 2147483647";
-        int number = 0;
-        if (ParseWhole(text, number)) {
-            return std::make_unique<CVordalInt>(number);
-        }
-        return nullptr;
-    }
-    case Kind::UInt: {
-        wanted = "a whole number from 0 to 4294967295";
-        unsigned number = 0;
-        if (ParseWhole(text, number)) {
-            return std::make_unique<CVordalUInt>(number);
-        }
-        return nullptr;
-    }
-    case Kind::Int64: {
-        wanted = "a whole number from -9223372036854775808 to 9223372036854775807";
-        std::int64_t number = 0;
-        if (ParseWhole(text, number)) {
-            return std::make_unique<CVordalInt64>(number);
-        }
-        return nullptr;
-    }
-    case Kind::Bool:
-        wanted = "true or false";
-        text = Trim(text);
-        if (text == "true" || text == "1" || text == "on") {
-            return std::make_unique<CVordalBool>(true);
-        }
-        if (text == "false" || text == "0" || text == "off") {
-            return std::make_unique<CVordalBool>(false);
-        }
-        return nullptr;
-    case Kind::Double: {
-        wanted = "a number";
-        double number = 0.0;
-        if (ParseReal(text, number)) {
-            return std::make_unique<CVordalDouble>(number);
-        }
-        return nullptr;
-    }
-    case Kind::Pair: {
-        wanted = "two numbers, such as 10,-10";
-        std::vector<double> numbers;
-        if (ParseList(text, numbers, ParseReal) && numbers.size() == 2) {
-            return std::make_unique<CVordalDouble2D>(numbers[0], numbers[1]);
-        }
-        return nullptr;
-    }
-    case Kind::Offset: {
-        wanted = "three numbers, such as 1.5,0,-2";
-        std::vector<double> numbers;
-        if (ParseList(text, numbers, ParseReal) && numbers.size() == 3) {
-            return std::make_unique<CVordalOffset>(CCompOffset(numbers[0], numbers[1], numbers[2]));
-        }
-        return nullptr;
-    }
-    case Kind::String:
-        return std::make_unique<CVordalText>(CString(protocol::DecodeUtf8(text)));
-    case Kind::IntList: {
-        wanted = "whole numbers separated by commas, such as 7000,7002";
-        std::vector<int> numbers;
-        if (ParseList(text, numbers, ParseWhole<int>)) {
-            return std::make_unique<CVordalIntList>(std::move(numbers));
-        }
-        return nullptr;
-    }
-    case Kind::DoubleList: {
-        wanted = "numbers separated by commas, such as 0.5,1";
-        std::vector<double> numbers;
-        if (ParseList(text, numbers, ParseReal)) {
-            return std::make_unique<CVordalDoubleList>(std::move(numbers));
-        }
-        return nullptr;
-    }
-    case Kind::Branch:
-    case Kind::Any:
-        // Only the key's presence counts; a truth value is what a button would send.
-        return std::make_unique<CVordalBool>(true);
-    }
-    return nullptr;
+    return names + std::string(withoutValue);
 }
 
 bool IsGoodKey(std::wstring_view key)
@@ -254,13 +85,9 @@ bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& err
     std::optional<Kind> forced;
     if (std::size_t const colon = path.find(':'); colon != std::string_view::npos) {
         std::string_view const kindName = path.substr(colon + 1);
-        forced = FindKind(kindName);
+        forced = kindName == withoutValue ? Kind::Any : protocol::FindKind(kindName);
         if (!forced) {
-            std::string known;
-            for (KindName const& entry : kindNames) {
-                known += (known.empty() ? "" : ", ") + std::string(entry.name);
-            }
-            error = fmt::format("'{}': there is no kind '{}'; write one of {}", text, kindName, known);
+            error = fmt::format("'{}': there is no kind '{}'; write one of {}", text, kindName, KindsToChooseFrom());
             return false;
         }
         path = path.substr(0, colon);
@@ -302,11 +129,11 @@ bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& err
         error = fmt::format("'{}' has no value; write {}=VALUE", text, path);
         return false;
     }
-    std::string_view wanted;
-    std::string_view const value = equals == std::string_view::npos ? std::string_view() : text.substr(equals + 1);
-    auto made = ParseValue(kind, value, wanted);
-    if (made == nullptr) {
-        error = fmt::format("'{}': {} takes {} ({})", text, path, wanted, NameOf(kind));
+    std::string_view const written = equals == std::string_view::npos ? std::string_view() : text.substr(equals + 1);
+    // Where only the key's presence counts, a truth value is what a button would send.
+    auto const value = needsValue ? protocol::ParseValue(kind, written) : protocol::Value(true);
+    if (!value) {
+        error = fmt::format("'{}': {} takes {} ({})", text, path, protocol::RowOf(kind).form, protocol::NameOf(kind));
         return false;
     }
 
@@ -316,7 +143,7 @@ bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& err
         int const count = node->Count(key);
         node = &node->FindCreate(key, count > 0 ? count - 1 : 0);
     }
-    node->Add(AttributeKey{std::wstring_view(leaf)}, *made, 0);
+    node->Add(AttributeKey{std::wstring_view(leaf)})->ReplaceValue(vordal::MakeValue(*value));
     return true;
 }
 

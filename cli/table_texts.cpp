@@ -5,39 +5,6 @@
 
 namespace qx5::cli {
 
-using protocol::Kind;
-
-std::string_view KindText(Kind kind)
-{
-    switch (kind) {
-    case Kind::Int:
-        return "int";
-    case Kind::UInt:
-        return "uint";
-    case Kind::Int64:
-        return "int64";
-    case Kind::Bool:
-        return "bool";
-    case Kind::Double:
-        return "double";
-    case Kind::Pair:
-        return "pair";
-    case Kind::String:
-        return "string";
-    case Kind::IntList:
-        return "ints";
-    case Kind::DoubleList:
-        return "doubles";
-    case Kind::Offset:
-        return "offset";
-    case Kind::Branch:
-        return "branch";
-    case Kind::Any:
-        return "any";
-    }
-    return "";
-}
-
 std::string_view ConvertText(protocol::Convert convert)
 {
     using protocol::Convert;

@@ -1,4 +1,4 @@
-// What the record tables say, in words: kinds, conversions, places.
+// What the record tables say, in words: conversions, places.
 #pragma once
 
 #include <protocol/record_layout.h>
@@ -7,9 +7,6 @@
 #include <string_view>
 
 namespace qx5::cli {
-
-/// "int", "double"..., as `key:kind=value` takes them.
-std::string_view KindText(protocol::Kind kind);
 
 /// What becomes of a value on its way to the wire; empty for None.
 std::string_view ConvertText(protocol::Convert convert);

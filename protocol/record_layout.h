@@ -1,6 +1,8 @@
 // The vocabulary in which records of the sonar protocol are written down as tables: keys, fields, layouts.
 #pragma once
 
+#include "kinds.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -8,23 +10,6 @@
 #include <type_traits>
 
 namespace qx5::protocol {
-
-/// The kind of value that a key carries in a request, in a device's tree and in an echo.
-enum class Kind : std::uint8_t
-{
-    Int,   ///< signed 32-bit integer
-    UInt,  ///< unsigned 32-bit integer
-    Int64, ///< signed 64-bit integer
-    Bool,
-    Double,
-    Pair,   ///< two doubles
-    String, ///< wide text
-    IntList,
-    DoubleList,
-    Offset, ///< three axes
-    Branch, ///< no value of its own, children instead
-    Any,    ///< only the key's presence counts
-};
 
 /// What a number of a key or of a wire field is counted in.
 enum class Unit : std::uint8_t

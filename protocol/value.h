@@ -1,9 +1,13 @@
 // A value that a key carries, outside of any tree: what packing takes and unpacking gives.
 #pragma once
 
+#include "kinds.h"
+
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -20,5 +24,10 @@ inline bool IsEmpty(Value const& value)
 {
     return std::holds_alternative<std::monostate>(value);
 }
+
+/// The value that a person has written, as the kind's row tells its form; blanks around a number and a plus before it
+/// do not count, "on" and "off" are truth values, too. Nothing when the text is no such value, and for the kinds Branch
+/// and Any. Numbers are read the same whatever the locale.
+std::optional<Value> ParseValue(Kind kind, std::string_view text);
 
 } // namespace qx5::protocol

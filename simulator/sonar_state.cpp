@@ -2,7 +2,6 @@
 #include <simulator/sonar_state.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <type_traits>
@@ -13,6 +12,7 @@
 #include <protocol/time_stamp.h>
 #include <protocol/unpack.h>
 #include <protocol/utf8.h>
+#include <protocol/value.h>
 
 namespace qx5::simulator {
 
@@ -216,100 +216,6 @@ bool WireFlag(Understood const& record, protocol::Field const& field)
     auto const wire = protocol::UnpackField(field, record.payload).wire;
     auto const* const set = std::get_if<bool>(&wire);
     return set != nullptr && *set;
-}
-
-template <typename Number>
-bool ParseNumber(std::string_view text, Number& number)
-{
-    auto const* const end = text.data() + text.size();
-    auto const [at, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && at == end && !text.empty();
-}
-
-template <typename Number>
-bool ParseList(std::string_view text, std::vector<Number>& numbers)
-{
-    while (!text.empty()) {
-        std::size_t const comma = std::min(text.find(','), text.size());
-        Number number{};
-        if (!ParseNumber(text.substr(0, comma), number))
-            return false;
-        numbers.push_back(number);
-        if (comma + 1 == text.size())
-            return false;
-        text.remove_prefix(std::min(comma + 1, text.size()));
-    }
-    return true;
-}
-
-struct KindName
-{
-    std::string_view name;
-    Kind kind;
-};
-constexpr KindName KindNames[] = {{"int", Kind::Int},       {"uint", Kind::UInt},     {"int64", Kind::Int64},
-                                  {"bool", Kind::Bool},     {"double", Kind::Double}, {"pair", Kind::Pair},
-                                  {"string", Kind::String}, {"ints", Kind::IntList},  {"doubles", Kind::DoubleList},
-                                  {"offset", Kind::Offset}};
-
-std::string_view NameOf(Kind kind)
-{
-    for (KindName const& row : KindNames) {
-        if (row.kind == kind)
-            return row.name;
-    }
-    return "a value";
-}
-
-bool ParseValue(Kind kind, std::string_view text, Value& value)
-{
-    switch (kind) {
-    case Kind::Int: {
-        std::int32_t number = 0;
-        value = number;
-        return ParseNumber(text, std::get<std::int32_t>(value));
-    }
-    case Kind::UInt: {
-        std::uint32_t number = 0;
-        value = number;
-        return ParseNumber(text, std::get<std::uint32_t>(value));
-    }
-    case Kind::Int64: {
-        std::int64_t number = 0;
-        value = number;
-        return ParseNumber(text, std::get<std::int64_t>(value));
-    }
-    case Kind::Bool:
-        value = text == "true" || text == "1";
-        return text == "true" || text == "1" || text == "false" || text == "0";
-    case Kind::Double:
-        value = 0.0;
-        return ParseNumber(text, std::get<double>(value));
-    case Kind::Pair:
-    case Kind::Offset: {
-        std::vector<double> numbers;
-        if (!ParseList(text, numbers) || numbers.size() != (kind == Kind::Pair ? 2U : 3U))
-            return false;
-        if (kind == Kind::Pair)
-            value = std::pair(numbers[0], numbers[1]);
-        else
-            value = std::array<double, 3>{numbers[0], numbers[1], numbers[2]};
-        return true;
-    }
-    case Kind::String:
-        value = protocol::DecodeUtf8(text);
-        return true;
-    case Kind::IntList:
-        value = std::vector<std::int32_t>();
-        return ParseList(text, std::get<std::vector<std::int32_t>>(value));
-    case Kind::DoubleList:
-        value = std::vector<double>();
-        return ParseList(text, std::get<std::vector<double>>(value));
-    case Kind::Branch:
-    case Kind::Any:
-        return false;
-    }
-    return false;
 }
 
 void PutInto(std::vector<Attribute>& attributes, Key const& key, Value value)
@@ -753,11 +659,8 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
     std::string_view const text = assignment.substr(equals + 1);
     std::optional<Kind> told;
     if (std::size_t const colon = name.find(':'); colon != std::string_view::npos) {
-        for (KindName const& row : KindNames) {
-            if (row.name == name.substr(colon + 1))
-                told = row.kind;
-        }
-        if (!told) {
+        told = protocol::FindKind(name.substr(colon + 1));
+        if (!told || *told == Kind::Branch || *told == Kind::Any) {
             error = "'" + std::string(name.substr(colon + 1)) + "' is no kind; take int, uint, int64, bool, double, " +
                     "pair, string, ints, doubles or offset";
             return false;
@@ -772,12 +675,12 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
     }
     Kind const kind = key != nullptr ? key->kind : *told;
     if (told && *told != kind) {
-        error = std::string(name) + " is of kind " + std::string(NameOf(kind));
+        error = std::string(name) + " is of kind " + std::string(protocol::NameOf(kind));
         return false;
     }
-    Value value;
-    if (!ParseValue(kind, text, value)) {
-        error = std::string(name) + " wants a value of kind " + std::string(NameOf(kind));
+    auto value = protocol::ParseValue(kind, text);
+    if (!value) {
+        error = std::string(name) + " wants a value of kind " + std::string(protocol::NameOf(kind));
         return false;
     }
     if (key == nullptr) {
@@ -785,18 +688,18 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
             error = "the sonar holds no more attributes";
             return false;
         }
-        PutText(wide, nullptr, std::move(value));
+        PutText(wide, nullptr, std::move(*value));
         return true;
     }
     if (key == &keys::x5DataRecording) {
         Advance(now);
-        if (std::get<std::int32_t>(value) != 0)
+        if (std::get<std::int32_t>(*value) != 0)
             StartRecording({}, now);
         else
             StopRecording();
         return true;
     }
-    if (Put(*key, std::move(value)))
+    if (Put(*key, std::move(*value)))
         return true;
     error = "the sonar does not take this value for " + std::string(name);
     return false;

@@ -3,8 +3,8 @@
 
 #include "random.h"
 
-#include "handlers/command_catalogue.h"
 #include <VordalAttributesR/CAttributeMap.h>
+#include <commands/catalogue.h>
 
 #include <string>
 #include <vector>

@@ -2,8 +2,8 @@
 #include "told_tree.h"
 
 #include "cli/sonar_frames.h"
-#include "handlers/command_catalogue.h"
 #include "reference_host/attributes/tree_account.h"
+#include <commands/catalogue.h>
 
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/catalogue.h>

@@ -1,12 +1,12 @@
 // The frame of a request: the chain of handlers, the scalar path, the path of records that frame themselves.
 #include "QX5SonarConfigurationControlDevice.h"
 
-#include "handlers/chain.h"
-#include "handlers/commands.h"
 #include "handlers/echo_map.h"
 #include "handlers/reading.h"
 #include "handlers/scalar.h"
 #include <VordalBaseR/CExTime.h>
+#include <commands/all.h>
+#include <commands/chain.h>
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
 #include <protocol/numbers.h>

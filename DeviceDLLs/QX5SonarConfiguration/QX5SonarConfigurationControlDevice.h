@@ -8,10 +8,10 @@
 #include <VordalDataBlocksR/CDataBlock.h>
 #include <VordalSubscriberR/Subscription.h>
 
-#include "handlers/Contacts.h"
-#include "handlers/chain.h"
-#include "handlers/command.h"
+#include "handlers/contacts.h"
 #include "sequencing/TerminalCommandsToQX5Conv.h"
+#include <commands/chain.h>
+#include <commands/command.h>
 
 #include <array>
 #include <cstdint>

@@ -2,12 +2,12 @@
 // real sends.
 #include "cli/commands.h"
 
-#include "cli/plugins.h"
 #include "cli/documents/record_documents.h"
 #include "cli/documents/templates.h"
+#include "cli/plugins.h"
 #include "cli/session.h"
-#include "handlers/command_catalogue.h"
-#include "handlers/sample_request.h"
+#include <commands/catalogue.h>
+#include <commands/sample_request.h>
 
 #include <protocol/print.h>
 #include <simulator/sonar_console.h>
@@ -123,8 +123,9 @@ int Docs(DocsOptions const& options)
         }
         sonar.Stop();
     }
-    for (auto const& [name, content] :
-         {std::pair{"sends.md", Filled(documents::sends_md, "sends", text)}, {"records.md", RecordTables()}, {"x5_records.lua", WiresharkDissector()}}) {
+    for (auto const& [name, content] : {std::pair{"sends.md", Filled(documents::sends_md, "sends", text)},
+                                        {"records.md", RecordTables()},
+                                        {"x5_records.lua", WiresharkDissector()}}) {
         if (!Write(folder / name, content, error)) {
             return Complain(ExitFailed, error);
         }

@@ -3,7 +3,7 @@
 
 #include "cli/key_values.h"
 #include "cli/table_texts.h"
-#include "handlers/command_catalogue.h"
+#include <commands/catalogue.h>
 #include <protocol/catalogue.h>
 #include <protocol/print.h>
 #include <protocol/record_table.h>
@@ -111,7 +111,7 @@ std::vector<KeyRow> CollectRows()
             if (operand.options.source == Source::Branch) {
                 row.key = Text(*entry.command->operands.front().key) + '/' + row.key;
             }
-            row.kind = KindText(operand.key->kind);
+            row.kind = protocol::NameOf(operand.key->kind);
             row.unit = protocol::UnitText(operand.key->unit);
             row.handler = entry.handler;
             std::set<std::uint32_t> records;
@@ -197,7 +197,7 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
     for (Operand const& operand : command.operands) {
         std::string line = fmt::format("          {}{:<36} {:<8}",
                                        completes && operand.options.triggers && IsRequestable(operand) ? "* " : "  ",
-                                       Text(*operand.key), KindText(operand.key->kind));
+                                       Text(*operand.key), protocol::NameOf(operand.key->kind));
         if (std::string_view const unit = protocol::UnitText(operand.key->unit); !unit.empty()) {
             line += fmt::format(" [{}]", unit);
         }
@@ -334,7 +334,7 @@ int Explain(std::vector<std::string> const& names)
         if (protocol::Key const* key = protocol::FindKey(protocol::DecodeUtf8(name)); key != nullptr) {
             found = true;
             std::string_view const unit = protocol::UnitText(key->unit);
-            fmt::print("{}: {}\n  {}{}\n\n", name, key->meaning, KindText(key->kind),
+            fmt::print("{}: {}\n  {}{}\n\n", name, key->meaning, protocol::NameOf(key->kind),
                        unit.empty() ? "" : fmt::format(", in {}", unit));
             auto const rows = RowsOfKey(*key);
             for (ChainEntry const* entry : rows) {

@@ -251,7 +251,7 @@ std::string RecordTables()
                 ids.insert(record.id);
             }
         }
-        keys += fmt::format("| `{}` | {} | {} | {} | {} |\n", Utf8(*key), KindText(key->kind),
+        keys += fmt::format("| `{}` | {} | {} | {} | {} |\n", Utf8(*key), protocol::NameOf(key->kind),
                             protocol::UnitText(key->unit), key->meaning, fmt::join(ids, ", "));
     }
     return Filled(Filled(documents::records_md, "records", text), "keys", keys);

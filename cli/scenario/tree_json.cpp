@@ -4,6 +4,8 @@
 #include "cli/scenario/json_read.h"
 #include "cli/scenario/unicode.h"
 
+#include "reference_host/attributes/kind_names.h"
+
 #include <VordalAttributesR/CVordalType.h>
 
 #include <limits>
@@ -65,7 +67,6 @@ CVordalType* MakeDataInfo(JsonValue const& value, JsonPath const& path)
 
 struct TypeTag
 {
-    std::string_view name;
     VordalKind kind;
     /// Gives a value that the caller owns.
     CVordalType* (*make)(JsonValue const& value, JsonPath const& path);
@@ -74,23 +75,21 @@ struct TypeTag
 using Creator = VordalTypeCreator;
 
 constexpr TypeTag typeTags[] = {
-    {"int", VordalKind::Int,
-     [](auto const& value, auto const& path) { return Creator::MakeValue(ReadInt32(value, path)); }},
-    {"uint", VordalKind::UInt, MakeUInt},
-    {"int64", VordalKind::Int64, MakeInt64},
-    {"bool", VordalKind::Bool,
-     [](auto const& value, auto const& path) { return Creator::MakeValue(ReadBool(value, path)); }},
-    {"double", VordalKind::Double,
+    {VordalKind::Int, [](auto const& value, auto const& path) { return Creator::MakeValue(ReadInt32(value, path)); }},
+    {VordalKind::UInt, MakeUInt},
+    {VordalKind::Int64, MakeInt64},
+    {VordalKind::Bool, [](auto const& value, auto const& path) { return Creator::MakeValue(ReadBool(value, path)); }},
+    {VordalKind::Double,
      [](auto const& value, auto const& path) { return Creator::MakeValue(ReadDouble(value, path)); }},
-    {"pair", VordalKind::Pair, MakePair},
-    {"string", VordalKind::String,
+    {VordalKind::Pair, MakePair},
+    {VordalKind::String,
      [](auto const& value, auto const& path) { return Creator::MakeValue(ReadWideText(value, path)); }},
-    {"ints", VordalKind::IntList,
+    {VordalKind::IntList,
      [](auto const& value, auto const& path) { return Creator::MakeValue(ReadIntegers(value, path)); }},
-    {"doubles", VordalKind::DoubleList,
+    {VordalKind::DoubleList,
      [](auto const& value, auto const& path) { return Creator::MakeValue(ReadDoubles(value, path)); }},
-    {"dataid", VordalKind::DataInfo, MakeDataInfo},
-    {"offset", VordalKind::Offset, MakeOffset},
+    {VordalKind::DataInfo, MakeDataInfo},
+    {VordalKind::Offset, MakeOffset},
 };
 
 void ReadNodes(CAttributeMap& parent, JsonValue const& value, JsonPath const& path);
@@ -120,7 +119,7 @@ void ReadNode(CAttributeMap& parent, JsonValue const& value, JsonPath const& pat
         return;
     }
     for (auto const& tag : typeTags) {
-        if (tag.name == type) {
+        if (vordal::NameOf(tag.kind) == type) {
             if (items.size() < 3) {
                 throw InvalidScenario(path, "the value is missing");
             }
@@ -223,7 +222,7 @@ JsonValue WriteNodes(CAttributeMap const& parent, int depth)
         JsonValue node = JsonValue::Array({JsonValue::Text(Utf8FromWide(child.KeyText()))});
         for (auto const& tag : typeTags) {
             if (child.HasValue() && tag.kind == child.Value().Kind()) {
-                node.items.push_back(JsonValue::Text(std::string(tag.name)));
+                node.items.push_back(JsonValue::Text(std::string(vordal::NameOf(tag.kind))));
                 node.items.push_back(WriteValue(child.Value()));
             }
         }

@@ -16,6 +16,17 @@ namespace {
 using qx5::protocol::TreeNode;
 using qx5::protocol::Value;
 
+void AddNodes(CAttributeMap& parent, std::span<TreeNode const> nodes)
+{
+    for (auto const& node : nodes) {
+        auto* const child = parent.Add(AttributeKey(std::wstring_view(node.key)));
+        child->ReplaceValue(MakeValue(node.value));
+        AddNodes(*child, node.children);
+    }
+}
+
+} // namespace
+
 CVordalType* MakeValue(Value const& value)
 {
     return std::visit(
@@ -33,17 +44,6 @@ CVordalType* MakeValue(Value const& value)
         },
         value);
 }
-
-void AddNodes(CAttributeMap& parent, std::span<TreeNode const> nodes)
-{
-    for (auto const& node : nodes) {
-        auto* const child = parent.Add(AttributeKey(std::wstring_view(node.key)));
-        child->ReplaceValue(MakeValue(node.value));
-        AddNodes(*child, node.children);
-    }
-}
-
-} // namespace
 
 std::size_t CountKeys(std::span<TreeNode const> nodes)
 {

@@ -2,6 +2,7 @@
 #include "attribute_tree_model.h"
 
 #include "reference_host/attributes/attribute_node.h"
+#include "reference_host/attributes/kind_names.h"
 #include "reference_host/base/salted_hash.h"
 #include "reference_host/controls/qt_text.h"
 
@@ -18,37 +19,6 @@ namespace vordal {
 namespace {
 
 using SteadyClock = std::chrono::steady_clock;
-
-QString KindText(VordalKind kind)
-{
-    switch (kind) {
-    case VordalKind::None:
-        break;
-    case VordalKind::Int:
-        return QStringLiteral("int");
-    case VordalKind::UInt:
-        return QStringLiteral("unsigned");
-    case VordalKind::Int64:
-        return QStringLiteral("int64");
-    case VordalKind::Bool:
-        return QStringLiteral("bool");
-    case VordalKind::Double:
-        return QStringLiteral("double");
-    case VordalKind::Pair:
-        return QStringLiteral("pair");
-    case VordalKind::DataInfo:
-        return QStringLiteral("data id");
-    case VordalKind::String:
-        return QStringLiteral("string");
-    case VordalKind::IntList:
-        return QStringLiteral("int list");
-    case VordalKind::DoubleList:
-        return QStringLiteral("double list");
-    case VordalKind::Offset:
-        return QStringLiteral("offset");
-    }
-    return {};
-}
 
 /// A value of any length as a text that a row can hold.
 QString ShortValue(CVordalType const& value, qsizetype greatest)
@@ -358,7 +328,7 @@ QVariant AttributeTreeModel::data(QModelIndex const& index, int role) const
             return QString::fromWCharArray(key.data(), static_cast<qsizetype>(key.size()));
         }
         case Kind:
-            return KindText(value.Kind());
+            return QString::fromLatin1(NameOf(value.Kind()));
         case Value:
             return value.IsEmpty() ? QString() : ShortValue(value, rowText);
         default:

@@ -2,7 +2,7 @@
 // command's own table says which other keys it needs, and with these a record arrives.
 #include "stage.h"
 
-#include "handlers/command_catalogue.h"
+#include <commands/catalogue.h>
 
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/bytes.h>

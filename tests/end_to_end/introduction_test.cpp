@@ -1,8 +1,8 @@
 // What a fresh simulated sonar tells of itself, held against the commands: whatever a command completes from the
 // device's tree is there from the first moment on.
-#include "handlers/Positioning.h"
-#include "handlers/command_catalogue.h"
 #include "handlers/reading.h"
+#include <commands/catalogue.h>
+#include <commands/positioning.h>
 
 #include <reference_host/link/tree_transfer.h>
 #include <simulator/sonar_state.h>

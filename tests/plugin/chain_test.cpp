@@ -1,5 +1,5 @@
 // What is easily forgotten of a command: its row in the chain, and the scenario that holds its bytes.
-#include "handlers/command_catalogue.h"
+#include <commands/catalogue.h>
 
 #include <protocol/catalogue.h>
 #include <protocol/house_records.h>

@@ -1,9 +1,9 @@
 // Tests of what is checked of a command when it is compiled: a key or a record that its family does not list is found,
 // and a scalar row whose record is not what it sends.
-#include "DeviceDLLs/QX5SonarConfiguration/handlers/Gates.h"
-#include "DeviceDLLs/QX5SonarConfiguration/handlers/command_catalogue.h"
-#include "DeviceDLLs/QX5SonarConfiguration/handlers/command_checks.h"
 #include "DeviceDLLs/QX5SonarConfiguration/handlers/scalar.h"
+#include <commands/catalogue.h>
+#include <commands/checks.h>
+#include <commands/gates.h>
 
 #include <protocol/records/basic.h>
 #include <protocol/records/shared_keys.h>

@@ -3,8 +3,8 @@
 
 #include "reference_host/host/host_observer.h"
 
-#include <handlers/command.h>
-#include <handlers/command_catalogue.h>
+#include <commands/catalogue.h>
+#include <commands/command.h>
 #include <protocol/utf8.h>
 #include <protocol/value.h>
 

@@ -1,9 +1,9 @@
 // The flag words of what handlers tell: none bears any, whatever its kind.
-#include "handlers/command_catalogue.h"
-#include "handlers/sample_request.h"
 #include "handlers/echo_map.h"
 #include "one_sonar.h"
 #include "reference_host/host/host_observer.h"
+#include <commands/catalogue.h>
+#include <commands/sample_request.h>
 
 namespace {
 

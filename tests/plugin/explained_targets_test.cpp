@@ -1,7 +1,7 @@
 // What the tables tell of a command's records, whom they name above all, held against the frames that leave.
-#include "handlers/command_catalogue.h"
-#include "handlers/sample_request.h"
 #include "one_sonar.h"
+#include <commands/catalogue.h>
+#include <commands/sample_request.h>
 
 #include <reference_host/devices/port.h>
 

@@ -51,8 +51,8 @@ def say(text: str) -> None:
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="mutate", description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("folder", nargs="*", default=["DeviceDLLs/QX5SonarConfiguration"],
-                        help="folder or file whose sources are mutated, relative to the project (the plug-in's)")
+    parser.add_argument("folder", nargs="*", default=["DeviceDLLs/QX5SonarConfiguration", "commands"],
+                        help="folder or file whose sources are mutated, relative to the project (those of the plug-in and its commands)")
     parser.add_argument("--project", type=pathlib.Path, default=pathlib.Path.cwd(), help="the project's folder")
     parser.add_argument("--build", type=pathlib.Path, help="where the mutated copy lives (build/mutate)")
     parser.add_argument("--equivalent", type=pathlib.Path, help="TOML file of mutants that change nothing, and why")

@@ -3,7 +3,7 @@
 
 #include <VordalAttributesR/CAttributeMap.h>
 
-#include "command.h"
+#include <commands/command.h>
 #include <protocol/pack.h>
 #include <protocol/value.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "../QX5SonarConfigurationControlDevice.h"
-#include "command.h"
+#include <commands/command.h>
 
 #include <algorithm>
 #include <span>

@@ -2,8 +2,8 @@
 #include "TerminalCommandsToQX5Conv.h"
 
 #include "default_ranges.h"
-#include "handlers/command.h"
 #include "handlers/reading.h"
+#include <commands/command.h>
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalAttributesR/CVordalType.h>

@@ -1,7 +1,7 @@
 // Small things that all pages do with their controls and trees.
 #pragma once
 
-#include "../attribute_at.h"
+#include <commands/attribute_at.h>
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CString.h>

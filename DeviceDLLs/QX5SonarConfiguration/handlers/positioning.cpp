@@ -1,9 +1,9 @@
 // The handlers for the satellite positioning and inertial unit. Nothing of it is echoed: the unit's settings stand in
 // the tree of a device of its own.
-#include "Positioning.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "reading.h"
+#include <commands/positioning.h>
 
 #include <HalvaneX5InterfaceR/StringObfuscator.h>
 #include <protocol/bytes.h>

@@ -1,7 +1,7 @@
 // One request of each command, made of its table.
 #include "sample_request.h"
 
-#include "command_catalogue.h"
+#include "catalogue.h"
 #include <VordalAttributesR/CVordalType.h>
 #include <VordalBaseR/CCompOffset.h>
 #include <protocol/utf8.h>

@@ -1,9 +1,9 @@
 // The handlers for options around the acquisition of data.
-#include "Acquisition.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
+#include <commands/acquisition.h>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;

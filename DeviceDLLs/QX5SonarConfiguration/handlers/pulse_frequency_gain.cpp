@@ -1,9 +1,9 @@
 // The handlers for pulse, frequency, gain, sample rate and ping pattern.
-#include "PulseFrequencyGain.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
+#include <commands/pulse_frequency_gain.h>
 
 #include <HalvaneX5InterfaceR/QX5Utils.h>
 

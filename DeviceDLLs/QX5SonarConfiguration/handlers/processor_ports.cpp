@@ -1,9 +1,9 @@
 // The handlers for serial ports, UDP ports and time sources of the sonar processor.
-#include "ProcessorPorts.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "number_text.h"
+#include <commands/processor_ports.h>
 
 #include <string>
 

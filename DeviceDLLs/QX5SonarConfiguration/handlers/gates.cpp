@@ -1,7 +1,7 @@
 // The handlers for gates: where the bottom detection may look.
-#include "Gates.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "reading.h"
+#include <commands/gates.h>
 
 #include <protocol/pack.h>
 

@@ -1,8 +1,8 @@
 // The handlers for tracker, automatic configuration, detections, echo markers and depth.
-#include "TrackerDetection.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "reading.h"
+#include <commands/tracker_detection.h>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;

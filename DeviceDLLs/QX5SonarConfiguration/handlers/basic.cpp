@@ -1,10 +1,10 @@
 // The handlers for basic operation: projector, pings, sound velocity, temperature, sector, motion compensation, system
 // commands.
-#include "BasicCommands.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
+#include <commands/basic.h>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;

@@ -1,6 +1,6 @@
 // The handlers for motion and heading sensors.
-#include "MotionHeading.h"
 #include "../QX5SonarConfigurationControlDevice.h"
+#include <commands/motion_heading.h>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;

@@ -1,13 +1,13 @@
 // The device's life: how it comes into being, takes up its configuration, follows its port and goes away.
 #include "QX5SonarConfigurationControlDevice.h"
 
-#include "handlers/DataRecording.h"
 #include "handlers/reading.h"
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalBaseR/CDataInfo.h>
 #include <VordalConfigureR/DataSearch.h>
 #include <VordalSubscriberR/GeneralSubKeys.h>
 #include <VordalSubscriberR/Subscriber.h>
+#include <commands/data_recording.h>
 #include <protocol/records/basic.h>
 #include <protocol/records/pan_tilt_hoist.h>
 #include <vordalhostdllR/DataManager.h>

@@ -1,8 +1,8 @@
 // The handlers for the sonar's data recorder.
-#include "RecorderSettings.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "echo_map.h"
 #include "reading.h"
+#include <commands/recorder_settings.h>
 
 #include <protocol/bytes.h>
 #include <protocol/pack.h>

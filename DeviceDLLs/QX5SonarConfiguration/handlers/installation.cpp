@@ -1,10 +1,10 @@
 // The handlers for how the sonar is mounted and how it starts up.
-#include "Installation.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
 #include "sonar_head.h"
+#include <commands/installation.h>
 
 #include <VordalAttributesR/AttributeConstants.h>
 #include <protocol/pack.h>

@@ -1,8 +1,8 @@
 // Pan, tilt, hoist and ray tracer: the handlers, pings only while the unit scans, the hoist's data block.
-#include "PanTiltHoist.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "reading.h"
+#include <commands/pan_tilt_hoist.h>
 
 #include <VordalBaseR/Angles.h>
 #include <VordalBaseR/CExTime.h>

@@ -1,7 +1,7 @@
 // The handlers for custom storage and playback. What steers the playback of a file goes to the port, not to the sonar.
-#include "StoragePlayback.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "reading.h"
+#include <commands/storage_playback.h>
 
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 

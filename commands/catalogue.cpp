@@ -1,9 +1,9 @@
 // The chain's rows with their commands, made of the tables that the handlers use.
-#include "command_catalogue.h"
+#include "catalogue.h"
 
+#include "all.h"
 #include "chain.h"
-#include "command_checks.h"
-#include "commands.h"
+#include "checks.h"
 
 #include <array>
 

@@ -3,7 +3,7 @@
 // One table serves the handler, `qx5 keys`, `qx5 explain` and the manual.
 #pragma once
 
-#include "../attribute_at.h"
+#include "attribute_at.h"
 
 #include <VordalAttributesR/AttributeKey.h>
 #include <protocol/frame.h>

@@ -1,9 +1,9 @@
 // The handlers for target lists, detection-unit settings, user role and system events.
-#include "TargetExchange.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "../platform/complaint.h"
 #include "command_values.h"
 #include "reading.h"
+#include <commands/target_exchange.h>
 
 #include <VordalDataBlocksR/BaseDataSource.h>
 #include <protocol/bytes.h>

@@ -1,5 +1,5 @@
 // Sonar contacts on their way to the sonar: the contact itself and its image.
-#include "Contacts.h"
+#include "contacts.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "../platform/complaint.h"
 #include "../platform/large_memory.h"

@@ -1,9 +1,9 @@
 // The handlers for two heads that work as one system.
-#include "DualHead.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
+#include <commands/dual_head.h>
 
 #include <protocol/bytes.h>
 

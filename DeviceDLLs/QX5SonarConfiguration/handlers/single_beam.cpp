@@ -1,9 +1,9 @@
 // The handlers for single-beam systems.
-#include "SingleBeam.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
+#include <commands/single_beam.h>
 
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <VordalBaseR/CExTime.h>

@@ -1,9 +1,9 @@
 // The handlers for recording by the sonar processor, and how it keeps in step with the host's logger.
-#include "DataRecording.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "../platform/local_time.h"
 #include "echo_map.h"
 #include "reading.h"
+#include <commands/data_recording.h>
 
 #include <VordalBaseR/CExTime.h>
 #include <protocol/pack.h>

@@ -1,9 +1,9 @@
 // The handlers for beam geometry: mode, flex sector, spacing, number and width of beams, coverage, system mode.
-#include "BeamGeometry.h"
 #include "../QX5SonarConfigurationControlDevice.h"
 #include "command_values.h"
 #include "echo_map.h"
 #include "reading.h"
+#include <commands/beam_geometry.h>
 
 #include <HalvaneX5InterfaceR/QX5Utils.h>
 

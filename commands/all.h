@@ -1,0 +1,22 @@
+// The commands of all families.
+#pragma once
+
+#include "acquisition.h"
+#include "basic.h"
+#include "beam_geometry.h"
+#include "data_recording.h"
+#include "dual_head.h"
+#include "gates.h"
+#include "installation.h"
+#include "motion_heading.h"
+#include "pan_tilt_hoist.h"
+#include "port_sensors.h"
+#include "positioning.h"
+#include "processor_ports.h"
+#include "pulse_frequency_gain.h"
+#include "recorder_settings.h"
+#include "single_beam.h"
+#include "storage_playback.h"
+#include "target_exchange.h"
+#include "tracker_detection.h"
+#include "triggers_timing.h"
