@@ -8,10 +8,10 @@
 
 #include <VordalConfigureR/DataSearch.h>
 #include <VordalSubscriberR/Subscriber.h>
+#include <commands/terminal_codes.h>
 #include <protocol/bytes.h>
 #include <protocol/records/all.h>
 #include <protocol/settings_keys.h>
-#include <sequencing/terminal_codes.h>
 #include <tvcoreR/Utf8.h>
 
 #include "reference_host/attributes/host_keys.h"

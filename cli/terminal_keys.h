@@ -1,7 +1,7 @@
 // The keyboard as an operator terminal: which key stands for which code.
 #pragma once
 
-#include <sequencing/terminal_codes.h>
+#include <commands/terminal_codes.h>
 
 #include <cstdint>
 #include <optional>

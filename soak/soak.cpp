@@ -8,11 +8,11 @@
 #include "reference_host/targets/target_store.h"
 
 #include <VordalAttributesR/CVordalType.h>
+#include <commands/terminal_codes.h>
 #include <protocol/catalogue.h>
 #include <protocol/records/all.h>
 #include <protocol/settings_keys.h>
 #include <protocol/utf8.h>
-#include <sequencing/terminal_codes.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,7 @@
 // The host with the plug-in and the project, and the operator's window on it.
 #include "stage.h"
 
+#include "cli/scenario/view_controls.h"
 #include "reference_host/base/path_text.h"
 #include "reference_host/link/live_port.h"
 #include "reference_host/store/project_store.h"
@@ -11,10 +12,10 @@
 #include <VordalDataBlocksR/CDataBlock.h>
 #include <VordalSubscriberR/Subscriber.h>
 #include <VordalSubscriberR/Subscription.h>
+#include <commands/terminal_codes.h>
 #include <protocol/bytes.h>
 #include <protocol/records/all.h>
 #include <protocol/settings_keys.h>
-#include <sequencing/terminal_codes.h>
 #include <simulator/sonar_model.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/SonarTargetsManager.h>

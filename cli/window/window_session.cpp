@@ -12,8 +12,8 @@
 #include <VordalMfc0R/ColorControl.h>
 #include <vordalhostdllR/DataManager.h>
 
+#include <commands/steering_keys.h>
 #include <protocol/utf8.h>
-#include <view/steering_keys.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -5,7 +5,7 @@
 #include "reference_host/devices/pan_tilt_unit.h"
 #include "reference_host/displays/display.h"
 #include "reference_host/host/host.h"
-#include "sequencing/terminal_codes.h"
+#include <commands/terminal_codes.h>
 
 #include <VordalAttributesR/CVordalType.h>
 #include <VordalConfigureR/CViewList.h>

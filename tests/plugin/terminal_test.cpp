@@ -2,8 +2,8 @@
 #include "one_sonar.h"
 #include "reference_host/displays/display.h"
 #include "reference_host/host/host_observer.h"
-#include "sequencing/terminal_codes.h"
 #include "sequencing/terminal_steps.h"
+#include <commands/terminal_codes.h>
 
 #include <VordalConfigureR/CViewList.h>
 #include <VordalMfc0R/CView.h>

@@ -1,8 +1,8 @@
 // The conversion of an operator terminal's codes into requests.
 #pragma once
 
-#include "terminal_codes.h"
 #include "terminal_steps.h"
+#include <commands/terminal_codes.h>
 
 #include <VordalBaseR/CDataId.h>
 #include <VordalSubscriberR/Subscription.h>

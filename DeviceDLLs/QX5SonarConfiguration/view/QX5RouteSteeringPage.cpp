@@ -3,9 +3,9 @@
 
 #include "page_controls.h"
 #include "page_device.h"
-#include "steering_keys.h"
 #include "ui_QX5RouteSteeringPage.h"
 #include "value_text.h"
+#include <commands/steering_keys.h>
 
 #include <VordalAttributesR/CVordalType.h>
 #include <VordalConfigureR/CPrsConfiguration.h>

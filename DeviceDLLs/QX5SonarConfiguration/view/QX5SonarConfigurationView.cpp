@@ -8,7 +8,7 @@
 #include "QX5SonarSettingsPage.h"
 #include "QX5SonarTrackerPage.h"
 #include "page_controls.h"
-#include "steering_keys.h"
+#include <commands/steering_keys.h>
 
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalAttributesR/CVordalType.h>

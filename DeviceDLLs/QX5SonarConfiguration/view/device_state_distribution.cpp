@@ -9,7 +9,7 @@
 #include "QX5SonarTrackerPage.h"
 #include "page_controls.h"
 #include "sonar_settings.h"
-#include "steering_keys.h"
+#include <commands/steering_keys.h>
 
 #include <VordalDataBlocksR/BaseDataSource.h>
 #include <VordalDataBlocksR/CDataBlock.h>
