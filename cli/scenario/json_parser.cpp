@@ -30,10 +30,10 @@ constexpr bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// A document as the library can read it on. It gives up the whole for a byte that is no UTF-8, a lone surrogate, a
-/// number beyond the range of a double; it takes a zero byte for the end; and it makes 0 of -0. So the copy has in the
-/// place of each something harmless of the same length that is JSON where the original is and only there, and what the
-/// original has is noted, in the order in which the library will come to it.
+/// A copy of a document for the library, which gives up the whole for a byte that is no UTF-8, a lone surrogate or a
+/// number beyond the range of a double, and takes a zero byte for the end. Each of these is overwritten by as many
+/// bytes that do no harm; what was JSON stays JSON, and what was none does not become it. Beside the copy stands what
+/// it or the library loses, in the order of the document: what is wrong with a text, and how a number is written (-0).
 class HarmlessCopy
 {
 public:
@@ -108,7 +108,8 @@ private:
                       m_copy.begin() + static_cast<std::ptrdiff_t>(afterDigits), ' ');
             m_copy[afterDigits - 1] = '1';
         }
-        for (auto i = std::min(m_text.find_first_of("eE", afterDigits), end); i < end; ++i) {
+        auto const exponent = m_numbers.back().find_first_of("eE");
+        for (auto i = exponent == std::string_view::npos ? end : at + exponent; i < end; ++i) {
             m_copy[i] = IsDigit(m_copy[i]) ? '0' : m_copy[i];
         }
         return end;
