@@ -44,7 +44,7 @@ public:
         }
         for (std::size_t at = 0; at < text.size();) {
             if (text[at] == '"') {
-                at = PastText(at + 1);
+                at = PastText(at);
             } else if (text[at] == '-' || IsDigit(text[at])) {
                 at = PastNumber(at);
             } else if (text[at++] == '\0') {
@@ -55,10 +55,17 @@ public:
 
     std::string const& Text() const { return m_copy; }
     /// What is wrong with the next text, keys among them; null for a sound one.
-    char const* NextDefect() { return m_defects[m_defectsTold++]; }
-    std::string_view NextNumber() { return m_numbers[m_numbersTold++]; }
+    char const* TakeDefect() { return m_texts[m_textsTaken++].defect; }
+    std::string_view TakeNumber() { return m_numbers[m_numbersTaken++]; }
+    /// Where the text begins that is next.
+    std::size_t NextTextAt() const { return m_texts[m_textsTaken].at; }
 
 private:
+    struct TextNote
+    {
+        std::size_t at;
+        char const* defect;
+    };
     static constexpr char NoJson = '?'; ///< outside of texts
 
     /// The four digits of a \u that stands there, or what is no code point.
@@ -72,9 +79,10 @@ private:
                    : ~char32_t{};
     }
 
-    std::size_t PastText(std::size_t at)
+    std::size_t PastText(std::size_t const begin)
     {
         char const* defect = nullptr;
+        auto at = begin + 1;
         for (; at < m_text.size() && m_text[at] != '"'; ++at) {
             if (m_copy[at] != m_text[at]) {
                 defect = "a text is not valid UTF-8";
@@ -92,7 +100,7 @@ private:
                 ++at;
             }
         }
-        m_defects.push_back(defect);
+        m_texts.push_back({begin, defect});
         return at + 1;
     }
 
@@ -117,25 +125,25 @@ private:
 
     std::string_view m_text;
     std::string m_copy;
-    std::vector<char const*> m_defects;
+    std::vector<TextNote> m_texts;
     std::vector<std::string_view> m_numbers;
-    std::size_t m_defectsTold = 0;
-    std::size_t m_numbersTold = 0;
+    std::size_t m_textsTaken = 0;
+    std::size_t m_numbersTaken = 0;
 };
 
 /// What the library says of a document that is no JSON, in its words and in ours; the first that fits counts.
 constexpr std::pair<std::string_view, std::string_view> Reasons[] = {
+    {"parsing array", "a comma or ] is missing"},
+    {"parsing object -", "a comma or } is missing"},
+    {"parsing object separator", "a colon is missing after a key"},
     {"missing closing quote", "a text does not end"},
     {"control character", "a control character in a text must be escaped"},
     {"after backslash", "no such escape in a text"},
     {"4 hex digits", "\\u needs four hexadecimal digits"},
+    {"parsing object key", "a key in quotes is missing"},
     {"after '-'", "a digit is missing"},
     {"after '.'", "a digit is missing after the point"},
     {"after exponent", "a digit is missing in the exponent"},
-    {"parsing object key", "a key in quotes is missing"},
-    {"parsing object separator", "a colon is missing after a key"},
-    {"parsing object", "a comma or } is missing"},
-    {"parsing array", "a comma or ] is missing"},
     {"unexpected end of input", "the text ends too early"},
     {"", "a value is missing"},
 };
@@ -159,7 +167,7 @@ public:
     bool number_float(double, std::string const&) { return PutNumber(); }
     bool string(std::string& text)
     {
-        auto const* const defect = m_copy.NextDefect();
+        auto const* const defect = m_copy.TakeDefect();
         return Put(defect != nullptr ? Defect(defect) : JsonValue::Text(std::move(text)));
     }
     bool binary(nlohmann::json::binary_t&) { return false; }
@@ -175,7 +183,7 @@ public:
     }
     bool key(std::string& text)
     {
-        auto const* const defect = m_copy.NextDefect();
+        auto const* const defect = m_copy.TakeDefect();
         if (m_open.back() != nullptr) {
             // A key that cannot be told has its place all the same.
             m_open.back()->members.emplace_back(defect != nullptr
@@ -193,21 +201,28 @@ public:
         std::string_view reason = std::find_if(std::begin(Reasons), std::end(Reasons), [&](auto const& each) {
                                       return tells(each.first);
                                   })->second;
-        if (m_begun && m_open.empty()) {
+        bool const isAfterEnd = m_begun && m_open.empty();
+        if (isAfterEnd) {
             reason = "there is more text after the end of the document";
         }
+        // What belongs here and is wrong in itself is told where it goes wrong, anything else where it begins.
+        bool const isInPlace =
+            !isAfterEnd && (tells("parsing value") || (tells("parsing object key") && tells("invalid string")));
         std::size_t where = position - 1;
-        if (tells("unexpected string")) {
-            where = position - token.size();
-        } else if (tells("unexpected number")) {
+        auto const backOver = [&](char const* these) { where = m_text.substr(0, where).find_last_not_of(these) + 1; };
+        if (tells("unexpected number")) {
             where = position - token.size();
             if (where > 0 && m_text[where - 1] == '0' && token.front() != '-') {
                 reason = "a number begins with a superfluous 0";
                 where = std::min(m_text.find_first_not_of("0123456789", where), m_text.size());
             }
+        } else if (tells("unexpected string") || (tells("invalid string") && !isInPlace)) {
+            where = m_copy.NextTextAt();
+        } else if (tells("invalid number") && !isInPlace) {
+            backOver("+-.0123456789eE");
         } else if (tells("invalid literal") || tells("unexpected true") || tells("unexpected false") ||
                    tells("unexpected null")) {
-            where = m_text.substr(0, where).find_last_not_of("abcdefghijklmnopqrstuvwxyz") + 1;
+            backOver("abcdefghijklmnopqrstuvwxyz");
         }
         if (tells("object separator") && m_open.back() != nullptr) {
             m_open.back()->members.pop_back();
@@ -249,7 +264,7 @@ private:
     {
         JsonValue number;
         number.kind = Kind::Number;
-        number.text = m_copy.NextNumber();
+        number.text = m_copy.TakeNumber();
         double ignored = 0.0;
         return Put(number.ReadNumber(ignored)
                        ? std::move(number)

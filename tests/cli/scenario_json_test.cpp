@@ -253,6 +253,12 @@ TEST(Json, SaysWhatStandsWhereSomethingElseIsWanted)
     EXPECT_EQ(Refusal("[-00]"), "$[0]: not JSON: a number begins with a superfluous 0 (line 1, column 5)");
     EXPECT_EQ(Refusal("[\xFF]"), "$[0]: not JSON: a value is missing (line 1, column 2)");
     EXPECT_EQ(Refusal("{\"a\":1,\"b\\x\":2}"), "$.a: not JSON: no such escape in a text (line 1, column 11)");
+    // A quote too many is told where it stands, not where the text ends that it begins.
+    EXPECT_EQ(Refusal("[\"a\"\",1]\n\n"), "$[0]: not JSON: a comma or ] is missing (line 1, column 5)");
+    EXPECT_EQ(Refusal("{\"a\":\"b\"\",\n\"c\":1}"), "$.a: not JSON: a comma or } is missing (line 1, column 9)");
+    EXPECT_EQ(Refusal("{\"a\"\":1}"), "$: not JSON: a colon is missing after a key (line 1, column 5)");
+    EXPECT_EQ(Refusal("{}\"\\x\""), "$: not JSON: there is more text after the end of the document (line 1, column 3)");
+    EXPECT_EQ(Refusal("[1 -]"), "$[0]: not JSON: a comma or ] is missing (line 1, column 4)");
     // Columns count bytes.
     EXPECT_EQ(Refusal("[\"\xC3\xA9\",x]"), "$[1]: not JSON: a value is missing (line 1, column 7)");
 }
