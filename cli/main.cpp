@@ -4,7 +4,11 @@
 #include "output.h"
 #include "platform/memory_reserve.h"
 
+#include "reference_host/host/log_settings.h"
+
 #include <algorithm>
+#include <array>
+#include <functional>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -12,6 +16,32 @@
 namespace qx5::cli {
 
 namespace {
+
+/// The log of the host that a command runs, as its options tell.
+struct LogOptions
+{
+    std::string level = "info";
+    std::string file;
+};
+
+/// In the order of vordal::LogLevel.
+constexpr std::array<char const*, 4> LogLevels{"debug", "info", "warning", "error"};
+
+void AddLogOptions(CLI::App& command, LogOptions& log)
+{
+    command.add_option("--log-level", log.level, "The least that the host's log tells: debug, info, warning or error")
+        ->capture_default_str()
+        ->check(CLI::IsMember(std::vector<std::string>(LogLevels.begin(), LogLevels.end())).description(""))
+        ->type_name("LEVEL");
+    command.add_option("--log-file", log.file, "File that takes the host's log in place of standard error")
+        ->type_name("FILE");
+}
+
+void BeginLog(LogOptions const& log)
+{
+    auto const level = std::find(LogLevels.begin(), LogLevels.end(), log.level) - LogLevels.begin();
+    vordal::BeginLog({.least = static_cast<vordal::LogLevel>(level), .file = log.file});
+}
 
 /// Does what the command line asks for and gives the exit code.
 int RunCommandLine(int argc, char** argv)
@@ -32,6 +62,14 @@ int RunCommandLine(int argc, char** argv)
         return fmt::format("{}: {}; `{} --help` tells how it is called\n", name, text, name);
     });
     int code = ExitGood;
+    LogOptions log;
+    auto const runsHost = [&](CLI::App* command, std::function<void()> run) {
+        AddLogOptions(*command, log);
+        command->callback([&log, run = std::move(run)] {
+            BeginLog(log);
+            run();
+        });
+    };
 
     RunOptions run;
     CLI::App* runCommand = app.add_subcommand(
@@ -105,7 +143,7 @@ int RunCommandLine(int argc, char** argv)
         ->needs(screenshot)
         ->excludes(allTabs);
     runCommand->add_flag("--dark", run.dark, "Begin with a dark palette");
-    runCommand->callback([&] { code = Run(run); });
+    runsHost(runCommand, [&] { code = Run(run); });
 
     SimOptions sim;
     CLI::App* simCommand =
@@ -145,7 +183,7 @@ int RunCommandLine(int argc, char** argv)
     sendCommand->add_option("request", send.keyValues, "key=value, or key:kind=value to force a kind")
         ->required()
         ->type_name("KEY=VALUE");
-    sendCommand->callback([&] { code = Send(send); });
+    runsHost(sendCommand, [&] { code = Send(send); });
 
     ScenarioCommandOptions scenario;
     CLI::App* scenarioCommand =
@@ -158,7 +196,7 @@ int RunCommandLine(int argc, char** argv)
     scenarioCommand->add_option("file", scenario.files, "Scenario files; - is standard input")
         ->required()
         ->type_name("FILE");
-    scenarioCommand->callback([&] { code = Scenario(scenario); });
+    runsHost(scenarioCommand, [&] { code = Scenario(scenario); });
 
     DecodeOptions decode;
     CLI::App* decodeCommand =
@@ -184,14 +222,14 @@ int RunCommandLine(int argc, char** argv)
     CLI::App* pluginCommand =
         app.add_subcommand("plugin", "Load a plug-in as a host does, tell what it registers, and unload it");
     pluginCommand->add_option("file", plugin.file, "The plug-in module")->required()->type_name("FILE");
-    pluginCommand->callback([&] { code = Plugin(plugin); });
+    runsHost(pluginCommand, [&] { code = Plugin(plugin); });
 
     DocsOptions docs;
     CLI::App* docsCommand = app.add_subcommand("docs", "Write the tables of the manual anew, from real sends");
     docsCommand->add_option("--plugin", docs.plugin, "The plug-in module (default: the one beside this program)")
         ->type_name("FILE");
     docsCommand->add_option("folder", docs.folder, "Where the documents lie")->capture_default_str();
-    docsCommand->callback([&] { code = Docs(docs); });
+    runsHost(docsCommand, [&] { code = Docs(docs); });
 
     auto const commands =
         app.get_subcommands([&](CLI::App const* command) { return command->check_name(argc > 1 ? argv[1] : ""); });

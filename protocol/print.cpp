@@ -43,22 +43,14 @@ std::string Hex(std::uint64_t value, int digits)
 std::string Escaped(std::wstring_view text)
 {
     std::string escaped;
-    for (std::size_t begin = 0; begin < text.size(); ++begin) {
-        auto const unit = static_cast<std::uint32_t>(text[begin]);
-        if (unit == '"' || unit == '\\')
-            (escaped += '\\') += static_cast<char>(unit);
-        else if (unit < 0x20 || (unit >= 0x7F && unit < 0xA0))
-            (escaped += "\\x") += Hex(unit, 2);
-        else if (unit < 0x7F)
-            escaped += static_cast<char>(unit);
-        else {
-            // Together with its neighbours, for where a character takes two units.
-            std::size_t end = begin + 1;
-            while (end < text.size() && static_cast<std::uint32_t>(text[end]) >= 0xA0)
-                ++end;
-            escaped += EncodeUtf8(text.substr(begin, end - begin));
-            begin = end - 1;
-        }
+    for (std::size_t at = 0; at < text.size();) {
+        auto const codePoint = NextCodePoint(text, at);
+        if (codePoint == '"' || codePoint == '\\')
+            (escaped += '\\') += static_cast<char>(codePoint);
+        else if (codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0))
+            (escaped += "\\x") += Hex(codePoint, 2);
+        else
+            AppendUtf8(escaped, codePoint);
     }
     return escaped;
 }

@@ -1,110 +1,32 @@
-// The UTF-8 coder: one routine that takes a wide text apart, one that takes bytes apart.
+// The UTF-8 coder, on utf8cpp, which says what is valid and what the bytes of a code point are.
 #include <protocol/utf8.h>
 
 #include <array>
 #include <cstdint>
+#include <iterator>
+
+#include <utf8.h>
 
 namespace qx5::protocol {
 
 namespace {
 
-constexpr std::uint32_t Replacement = 0xFFFD;
+constexpr char32_t Replacement = 0xFFFD;
 
-constexpr bool IsSurrogate(std::uint32_t unit)
+constexpr std::uint32_t OrReplacement(char32_t codePoint)
 {
-    return unit >= 0xD800 && unit <= 0xDFFF;
-}
-
-/// Takes the code point at `at` and moves `at` past it.
-std::uint32_t NextCodePoint(std::wstring_view text, std::size_t& at)
-{
-    auto const unit = static_cast<std::uint32_t>(text[at++]);
-    if constexpr (sizeof(wchar_t) == 2) {
-        if (unit >= 0xD800 && unit <= 0xDBFF && at < text.size()) {
-            auto const low = static_cast<std::uint32_t>(text[at]);
-            if (low >= 0xDC00 && low <= 0xDFFF) {
-                ++at;
-                return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
-            }
-        }
-    }
-    return IsSurrogate(unit) || unit > 0x10FFFF ? Replacement : unit;
-}
-
-struct Sequence
-{
-    std::array<unsigned char, 4> bytes = {};
-    std::size_t length = 0;
-};
-
-constexpr Sequence Encode(std::uint32_t codePoint)
-{
-    auto const byte = [](std::uint32_t bits) { return static_cast<unsigned char>(bits); };
-    auto const trailing = [&](unsigned shift) { return byte(0x80U | ((codePoint >> shift) & 0x3FU)); };
-    if (codePoint < 0x80)
-        return {{byte(codePoint)}, 1};
-    if (codePoint < 0x800)
-        return {{byte(0xC0U | (codePoint >> 6)), trailing(0)}, 2};
-    if (codePoint < 0x10000)
-        return {{byte(0xE0U | (codePoint >> 12)), trailing(6), trailing(0)}, 3};
-    return {{byte(0xF0U | (codePoint >> 18)), trailing(12), trailing(6), trailing(0)}, 4};
+    return IsHighSurrogate(codePoint) || IsLowSurrogate(codePoint) || codePoint > 0x10FFFF ? Replacement : codePoint;
 }
 
 template <typename Sink>
-void EncodeEach(std::wstring_view text, Sink&& sink)
+void EncodeEach(std::wstring_view text, Sink sink)
 {
     for (std::size_t at = 0; at < text.size();) {
-        Sequence const sequence = Encode(NextCodePoint(text, at));
-        if (!sink(std::span(sequence.bytes).first(sequence.length)))
-            return;
+        std::array<unsigned char, 4> bytes = {};
+        auto const* const end = utf8::unchecked::append(OrReplacement(NextCodePoint(text, at)), bytes.data());
+        for (auto const* byte = bytes.data(); byte != end; ++byte)
+            sink(*byte);
     }
-}
-
-void AppendWide(std::wstring& text, std::uint32_t codePoint)
-{
-    if constexpr (sizeof(wchar_t) == 2) {
-        if (codePoint >= 0x10000) {
-            text += static_cast<wchar_t>(0xD800 + ((codePoint - 0x10000) >> 10));
-            text += static_cast<wchar_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
-            return;
-        }
-    }
-    text += static_cast<wchar_t>(codePoint);
-}
-
-/// Length of the valid sequence at the start of `bytes` and its code point; length 0 when there is none.
-std::size_t DecodeOne(std::span<unsigned char const> bytes, std::uint32_t& codePoint)
-{
-    unsigned const first = bytes[0];
-    if (first < 0x80) {
-        codePoint = first;
-        return 1;
-    }
-    std::size_t length = 0;
-    std::uint32_t least = 0;
-    if (first >= 0xC2 && first <= 0xDF) {
-        length = 2;
-        least = 0x80;
-        codePoint = first & 0x1FU;
-    } else if (first >= 0xE0 && first <= 0xEF) {
-        length = 3;
-        least = 0x800;
-        codePoint = first & 0x0FU;
-    } else if (first >= 0xF0 && first <= 0xF4) {
-        length = 4;
-        least = 0x10000;
-        codePoint = first & 0x07U;
-    } else {
-        return 0;
-    }
-    if (bytes.size() < length)
-        return 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((bytes[i] & 0xC0U) != 0x80)
-            return 0;
-        codePoint = (codePoint << 6) | (bytes[i] & 0x3FU);
-    }
-    return codePoint < least || codePoint > 0x10FFFF || IsSurrogate(codePoint) ? 0 : length;
 }
 
 } // namespace
@@ -113,54 +35,80 @@ std::string EncodeUtf8(std::wstring_view text)
 {
     std::string bytes;
     bytes.reserve(text.size());
-    EncodeEach(text, [&](std::span<unsigned char const> sequence) {
-        for (unsigned char const byte : sequence)
-            bytes += static_cast<char>(byte);
-        return true;
-    });
+    EncodeEach(text, [&](unsigned char byte) { bytes += static_cast<char>(byte); });
     return bytes;
 }
 
 std::size_t Utf8Length(std::wstring_view text)
 {
     std::size_t length = 0;
-    EncodeEach(text, [&](std::span<unsigned char const> sequence) {
-        length += sequence.size();
-        return true;
-    });
+    EncodeEach(text, [&](unsigned char) { ++length; });
     return length;
 }
 
 std::size_t EncodeUtf8Into(std::wstring_view text, std::span<unsigned char> bytes)
 {
     std::size_t written = 0;
-    EncodeEach(text, [&](std::span<unsigned char const> sequence) {
-        for (unsigned char const byte : sequence) {
-            if (written == bytes.size())
-                return false;
+    EncodeEach(text, [&](unsigned char byte) {
+        if (written < bytes.size())
             bytes[written++] = byte;
-        }
-        return true;
     });
     return written;
 }
 
-std::wstring DecodeUtf8(std::span<unsigned char const> bytes)
+std::wstring DecodeUtf8(std::string_view bytes)
 {
     std::wstring text;
     text.reserve(bytes.size());
-    while (!bytes.empty()) {
-        std::uint32_t codePoint = 0;
-        std::size_t const length = DecodeOne(bytes, codePoint);
-        AppendWide(text, length == 0 ? Replacement : codePoint);
-        bytes = bytes.subspan(length == 0 ? 1 : length);
+    for (;;) {
+        auto const valid = bytes.substr(0, FindInvalidUtf8(bytes));
+        if constexpr (sizeof(wchar_t) == 2)
+            utf8::unchecked::utf8to16(valid.begin(), valid.end(), std::back_inserter(text));
+        else
+            utf8::unchecked::utf8to32(valid.begin(), valid.end(), std::back_inserter(text));
+        if (valid.size() == bytes.size())
+            return text;
+        AppendCodePoint(text, Replacement);
+        bytes.remove_prefix(valid.size() + 1);
     }
-    return text;
 }
 
-std::wstring DecodeUtf8(std::string_view bytes)
+std::wstring DecodeUtf8(std::span<unsigned char const> bytes)
 {
-    return DecodeUtf8(std::span(reinterpret_cast<unsigned char const*>(bytes.data()), bytes.size()));
+    return DecodeUtf8(std::string_view(reinterpret_cast<char const*>(bytes.data()), bytes.size()));
+}
+
+std::size_t FindInvalidUtf8(std::string_view bytes)
+{
+    return static_cast<std::size_t>(utf8::find_invalid(bytes.begin(), bytes.end()) - bytes.begin());
+}
+
+void AppendUtf8(std::string& text, char32_t codePoint)
+{
+    utf8::unchecked::append(OrReplacement(codePoint), std::back_inserter(text));
+}
+
+char32_t NextCodePoint(std::wstring_view text, std::size_t& at)
+{
+    auto const unit = static_cast<char32_t>(text[at++]);
+    if constexpr (sizeof(wchar_t) == 2) {
+        if (IsHighSurrogate(unit) && at < text.size() && IsLowSurrogate(static_cast<char32_t>(text[at])))
+            return 0x10000 + ((unit & 0x3FFU) << 10) + (static_cast<char32_t>(text[at++]) & 0x3FFU);
+    }
+    return unit;
+}
+
+void AppendCodePoint(std::wstring& text, char32_t codePoint)
+{
+    if constexpr (sizeof(wchar_t) == 2) {
+        if (codePoint > 0x10FFFF)
+            codePoint = Replacement;
+        if (codePoint >= 0x10000) {
+            text += static_cast<wchar_t>(0xD7C0 + (codePoint >> 10));
+            codePoint = 0xDC00 + (codePoint & 0x3FFU);
+        }
+    }
+    text += static_cast<wchar_t>(codePoint);
 }
 
 } // namespace qx5::protocol

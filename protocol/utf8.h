@@ -1,4 +1,4 @@
-// Wide text to UTF-8 and back, for any input.
+// Wide text to UTF-8 and back, for any input: the one place that knows of sequences of bytes and of surrogates.
 #pragma once
 
 #include <cstddef>
@@ -23,5 +23,30 @@ std::size_t EncodeUtf8Into(std::wstring_view text, std::span<unsigned char> byte
 /// and numbers beyond U+10FFFF are not valid.
 std::wstring DecodeUtf8(std::string_view bytes);
 std::wstring DecodeUtf8(std::span<unsigned char const> bytes);
+
+/// Where the first byte stands that is not part of a valid sequence; the length of `bytes` when all are.
+std::size_t FindInvalidUtf8(std::string_view bytes);
+
+// One code point at a time. It may be any number: text that must come back as it was keeps what is no character, too.
+
+constexpr bool IsHighSurrogate(char32_t unit)
+{
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+constexpr bool IsLowSurrogate(char32_t unit)
+{
+    return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+/// Appends UTF-8; a surrogate and a number beyond U+10FFFF become U+FFFD.
+void AppendUtf8(std::string& text, char32_t codePoint);
+
+/// Takes what stands at `at`, which must be before the end, and moves `at` past it: a pair of UTF-16 joined where
+/// `wchar_t` has 16 bits, otherwise the unit as it is.
+char32_t NextCodePoint(std::wstring_view text, std::size_t& at);
+
+/// Appends as NextCodePoint reads; where `wchar_t` has 16 bits, a number beyond U+10FFFF becomes U+FFFD.
+void AppendCodePoint(std::wstring& text, char32_t codePoint);
 
 } // namespace qx5::protocol

@@ -1,10 +1,14 @@
-// Reads JSON text into values, without recursion.
+// Reads JSON text into values, by nlohmann's reader, which tells nothing of a text that it cannot use.
 #include "cli/scenario/json_parser.h"
 
-#include "cli/scenario/unicode.h"
+#include <nlohmann/json.hpp>
+#include <protocol/utf8.h>
 
+#include <algorithm>
+#include <charconv>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qx5::cli {
@@ -21,158 +25,275 @@ JsonValue Defect(std::string reason)
     return value;
 }
 
-class Parser
+constexpr bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+/// A copy of a document for the library, which gives up the whole for a byte that is no UTF-8, a lone surrogate or a
+/// number beyond the range of a double, and takes a zero byte for the end. Each of these is overwritten by as many
+/// bytes that do no harm; what was JSON stays JSON, and what was none does not become it. Beside the copy stands what
+/// it or the library loses, in the order of the document: what is wrong with a text, and how a number is written (-0).
+class HarmlessCopy
 {
 public:
-    explicit Parser(std::string_view text) : m_text(text) {}
+    explicit HarmlessCopy(std::string_view text) : m_text(text), m_copy(text)
+    {
+        for (std::size_t at = 0; (at += protocol::FindInvalidUtf8(text.substr(at))) < text.size(); ++at) {
+            m_copy[at] = NoJson;
+        }
+        for (std::size_t at = 0; at < text.size();) {
+            if (text[at] == '"') {
+                at = PastText(at);
+            } else if (text[at] == '-' || IsDigit(text[at])) {
+                at = PastNumber(at);
+            } else if (text[at++] == '\0') {
+                m_copy[at - 1] = NoJson;
+            }
+        }
+    }
+
+    std::string const& Text() const { return m_copy; }
+    /// What is wrong with the next text, keys among them; null for a sound one.
+    char const* TakeDefect() { return m_texts[m_textsTaken++].defect; }
+    std::string_view TakeNumber() { return m_numbers[m_numbersTaken++]; }
+    /// Where the text begins that is next.
+    std::size_t NextTextAt() const { return m_texts[m_textsTaken].at; }
+
+private:
+    struct TextNote
+    {
+        std::size_t at;
+        char const* defect;
+    };
+    static constexpr char NoJson = '?'; ///< outside of texts
+
+    /// The four digits of a \u that stands there, or what is no code point.
+    char32_t EscapedUnit(std::size_t at) const
+    {
+        auto const escape = m_text.substr(std::min(at, m_text.size()), 6);
+        unsigned unit = 0;
+        auto const* const end = escape.data() + escape.size();
+        return escape.starts_with("\\u") && std::from_chars(escape.data() + 2, end, unit, 16).ptr == escape.data() + 6
+                   ? unit
+                   : ~char32_t{};
+    }
+
+    std::size_t PastText(std::size_t const begin)
+    {
+        char const* defect = nullptr;
+        auto at = begin + 1;
+        for (; at < m_text.size() && m_text[at] != '"'; ++at) {
+            if (m_copy[at] != m_text[at]) {
+                defect = "a text is not valid UTF-8";
+            } else if (m_text[at] == '\\') {
+                auto const unit = EscapedUnit(at);
+                if (unit == 0) {
+                    defect = "a text holds U+0000";
+                } else if (protocol::IsHighSurrogate(unit) && protocol::IsLowSurrogate(EscapedUnit(at + 6))) {
+                    at += 6;
+                } else if (protocol::IsHighSurrogate(unit) || protocol::IsLowSurrogate(unit)) {
+                    defect = "a text holds a lone surrogate";
+                    m_copy.replace(at + 2, 4, "fffd");
+                    at += 4;
+                }
+                ++at;
+            }
+        }
+        m_texts.push_back({begin, defect});
+        return at + 1;
+    }
+
+    std::size_t PastNumber(std::size_t at)
+    {
+        auto const end = std::min(m_text.find_first_not_of("+-.0123456789eE", at), m_text.size());
+        m_numbers.push_back(m_text.substr(at, end - at));
+        // Without its exponent and with no more than one of many digits it has the range of a double.
+        auto const first = at + (m_text[at] == '-' ? 1 : 0);
+        auto const afterDigits = std::min(m_text.find_first_not_of("0123456789", first), end);
+        if (afterDigits - at > 300 && m_text[first] != '0') {
+            std::fill(m_copy.begin() + static_cast<std::ptrdiff_t>(at),
+                      m_copy.begin() + static_cast<std::ptrdiff_t>(afterDigits), ' ');
+            m_copy[afterDigits - 1] = '1';
+        }
+        auto const exponent = m_numbers.back().find_first_of("eE");
+        for (auto i = exponent == std::string_view::npos ? end : at + exponent; i < end; ++i) {
+            m_copy[i] = IsDigit(m_copy[i]) ? '0' : m_copy[i];
+        }
+        return end;
+    }
+
+    std::string_view m_text;
+    std::string m_copy;
+    std::vector<TextNote> m_texts;
+    std::vector<std::string_view> m_numbers;
+    std::size_t m_textsTaken = 0;
+    std::size_t m_numbersTaken = 0;
+};
+
+/// What the library says of a document that is no JSON, in its words and in ours; the first that fits counts.
+constexpr std::pair<std::string_view, std::string_view> Reasons[] = {
+    {"parsing array", "a comma or ] is missing"},
+    {"parsing object -", "a comma or } is missing"},
+    {"parsing object separator", "a colon is missing after a key"},
+    {"missing closing quote", "a text does not end"},
+    {"control character", "a control character in a text must be escaped"},
+    {"after backslash", "no such escape in a text"},
+    {"4 hex digits", "\\u needs four hexadecimal digits"},
+    {"parsing object key", "a key in quotes is missing"},
+    {"after '-'", "a digit is missing"},
+    {"after '.'", "a digit is missing after the point"},
+    {"after exponent", "a digit is missing in the exponent"},
+    {"unexpected end of input", "the text ends too early"},
+    {"", "a value is missing"},
+};
+
+/// Takes what the library reads.
+class Reader
+{
+public:
+    explicit Reader(std::string_view text) : m_text(text), m_copy(text) {}
 
     JsonValue Run()
     {
-        if (m_text.substr(0, 3) == "\xEF\xBB\xBF") {
-            m_at = 3;
+        nlohmann::json::sax_parse(m_copy.Text(), this);
+        return std::move(m_root);
+    }
+
+    bool null() { return Put(JsonValue()); }
+    bool boolean(bool value) { return Put(JsonValue::Bool(value)); }
+    bool number_integer(std::int64_t) { return PutNumber(); }
+    bool number_unsigned(std::uint64_t) { return PutNumber(); }
+    bool number_float(double, std::string const&) { return PutNumber(); }
+    bool string(std::string& text)
+    {
+        auto const* const defect = m_copy.TakeDefect();
+        return Put(defect != nullptr ? Defect(defect) : JsonValue::Text(std::move(text)));
+    }
+    bool binary(nlohmann::json::binary_t&) { return false; }
+    bool start_array(std::size_t) { return Open(JsonValue::Array()); }
+    bool end_array() { return Close(); }
+    bool start_object(std::size_t) { return Open(JsonValue::Object()); }
+    bool end_object()
+    {
+        if (m_open.back() != nullptr) {
+            MarkDuplicates(*m_open.back());
         }
-        JsonValue root;
-        JsonValue* slot = &root;
-        while (slot != nullptr) {
-            SkipSpace();
-            char const c = Peek();
-            if (c == '{' || c == '[') {
-                slot = Open(*slot, c == '{');
-            } else {
-                ReadScalar(*slot);
-                slot = AfterValue();
+        return Close();
+    }
+    bool key(std::string& text)
+    {
+        auto const* const defect = m_copy.TakeDefect();
+        if (m_open.back() != nullptr) {
+            // A key that cannot be told has its place all the same.
+            m_open.back()->members.emplace_back(defect != nullptr
+                                                    ? JsonValue::Member("", Defect(std::string("in a key: ") + defect))
+                                                    : JsonValue::Member(std::move(text), JsonValue()));
+        }
+        return true;
+    }
+    /// Throws. `position` counts the bytes read, `token` ends with the last of them.
+    bool parse_error(std::size_t position, std::string const& token, nlohmann::json::exception const& failure)
+    {
+        std::string_view told = failure.what();
+        told = told.substr(0, told.find("; last read: "));
+        auto const tells = [&](std::string_view part) { return told.find(part) != std::string_view::npos; };
+        std::string_view reason = std::find_if(std::begin(Reasons), std::end(Reasons), [&](auto const& each) {
+                                      return tells(each.first);
+                                  })->second;
+        bool const isAfterEnd = m_begun && m_open.empty();
+        if (isAfterEnd) {
+            reason = "there is more text after the end of the document";
+        }
+        // What belongs here and is wrong in itself is told where it goes wrong, anything else where it begins.
+        bool const isInPlace =
+            !isAfterEnd && (tells("parsing value") || (tells("parsing object key") && tells("invalid string")));
+        std::size_t where = position - 1;
+        auto const backOver = [&](char const* these) { where = m_text.substr(0, where).find_last_not_of(these) + 1; };
+        if (tells("unexpected number")) {
+            where = position - token.size();
+            if (where > 0 && m_text[where - 1] == '0' && token.front() != '-') {
+                reason = "a number begins with a superfluous 0";
+                where = std::min(m_text.find_first_not_of("0123456789", where), m_text.size());
             }
+        } else if (tells("unexpected string") || (tells("invalid string") && !isInPlace)) {
+            where = m_copy.NextTextAt();
+        } else if (tells("invalid number") && !isInPlace) {
+            backOver("+-.0123456789eE");
+        } else if (tells("invalid literal") || tells("unexpected true") || tells("unexpected false") ||
+                   tells("unexpected null")) {
+            backOver("abcdefghijklmnopqrstuvwxyz");
         }
-        SkipSpace();
-        if (m_at != m_text.size()) {
-            Fail("there is more text after the end of the document");
+        if (tells("object separator") && m_open.back() != nullptr) {
+            m_open.back()->members.pop_back();
         }
-        return root;
+        auto const before = m_text.substr(0, where);
+        auto const line = 1 + std::count(before.begin(), before.end(), '\n');
+        auto const column = where - (before.rfind('\n') + 1) + 1;
+        throw InvalidScenario(Path(!tells("parsing array")), "not JSON: " + std::string(reason) + " (line " +
+                                                                 std::to_string(line) + ", column " +
+                                                                 std::to_string(column) + ")");
     }
 
 private:
-    /// An open array or object. Null stands for one that cannot be kept and whose content goes nowhere.
-    struct Frame
+    /// Where the next value goes; what stands within a defect goes nowhere.
+    JsonValue& Next()
     {
-        JsonValue* value;
-        bool isObject;
-    };
-
-    [[noreturn]] void Fail(std::string const& reason) const
-    {
-        std::size_t line = 1;
-        std::size_t column = 1;
-        for (std::size_t i = 0; i < m_at && i < m_text.size(); ++i) {
-            if (m_text[i] == '\n') {
-                ++line;
-                column = 1;
-            } else {
-                ++column;
-            }
+        m_begun = true;
+        if (m_open.empty()) {
+            return m_root;
         }
-        std::string path = "$";
-        for (auto const& frame : m_open) {
-            if (frame.value == nullptr) {
-                break;
-            }
-            if (frame.isObject && !frame.value->members.empty()) {
-                JsonPath::AppendKey(path, frame.value->members.back().first);
-            } else if (!frame.isObject && !frame.value->items.empty()) {
-                JsonPath::AppendIndex(path, frame.value->items.size() - 1);
-            }
+        auto* const around = m_open.back();
+        if (around == nullptr) {
+            return m_nowhere;
         }
-        throw InvalidScenario(path, "not JSON: " + reason + " (line " + std::to_string(line) + ", column " +
-                                        std::to_string(column) + ")");
+        if (around->Is(Kind::Array)) {
+            return around->items.emplace_back();
+        }
+        auto& member = around->members.back().second;
+        return member.Is(Kind::Defect) ? m_nowhere : member;
     }
 
-    /// The next character, '\0' at the end.
-    char Peek() const { return m_at < m_text.size() ? m_text[m_at] : '\0'; }
-
-    void SkipSpace()
+    bool Put(JsonValue value)
     {
-        while (m_at < m_text.size() &&
-               (m_text[m_at] == ' ' || m_text[m_at] == '\t' || m_text[m_at] == '\n' || m_text[m_at] == '\r')) {
-            ++m_at;
-        }
+        Next() = std::move(value);
+        return true;
     }
 
-    /// Opens an array or object in `slot`; gives the slot of the next value, null when the document is complete.
-    JsonValue* Open(JsonValue& slot, bool isObject)
+    bool PutNumber()
     {
-        ++m_at;
-        if (&slot == &m_nowhere) {
-            m_open.push_back({nullptr, isObject});
+        JsonValue number;
+        number.kind = Kind::Number;
+        number.text = m_copy.TakeNumber();
+        double ignored = 0.0;
+        return Put(number.ReadNumber(ignored)
+                       ? std::move(number)
+                       : Defect("the number " + number.text.substr(0, 40) + " is beyond the range of a double"));
+    }
+
+    bool Open(JsonValue empty)
+    {
+        auto* slot = &Next();
+        if (slot == &m_nowhere) {
+            slot = nullptr;
         } else if (m_open.size() >= JsonNestingLimit) {
-            slot = Defect("nested deeper than " + std::to_string(JsonNestingLimit) + " levels");
-            m_open.push_back({nullptr, isObject});
+            *slot = Defect("nested deeper than " + std::to_string(JsonNestingLimit) + " levels");
+            slot = nullptr;
         } else {
-            slot = isObject ? JsonValue::Object() : JsonValue::Array();
-            m_open.push_back({&slot, isObject});
+            *slot = std::move(empty);
         }
-        SkipSpace();
-        if (Peek() == (isObject ? '}' : ']')) {
-            return AfterValue();
-        }
-        return NextSlot();
+        m_open.push_back(slot);
+        return true;
     }
 
-    /// A slot for the next value of the innermost array or object, whose key, if it has one, is read first.
-    JsonValue* NextSlot()
+    bool Close()
     {
-        auto const frame = m_open.back();
-        if (!frame.isObject) {
-            return frame.value != nullptr ? &frame.value->items.emplace_back() : &m_nowhere;
-        }
-        SkipSpace();
-        if (Peek() != '"') {
-            Fail("a key in quotes is missing");
-        }
-        JsonValue key;
-        ReadText(key);
-        SkipSpace();
-        if (Peek() != ':') {
-            Fail("a colon is missing after a key");
-        }
-        ++m_at;
-        if (frame.value == nullptr) {
-            return &m_nowhere;
-        }
-        if (key.kind == Kind::Defect) {
-            // The key cannot be told, so its place is; the value still has to be read.
-            frame.value->members.emplace_back("", Defect("in a key: " + key.text));
-            return &m_nowhere;
-        }
-        return &frame.value->members.emplace_back(std::move(key.text), JsonValue()).second;
-    }
-
-    /// Reads what follows a value: closes what ends here, and gives the slot of the next value or null.
-    JsonValue* AfterValue()
-    {
-        while (!m_open.empty()) {
-            SkipSpace();
-            auto const frame = m_open.back();
-            char const c = Peek();
-            if (c == ',') {
-                ++m_at;
-                return NextSlot();
-            }
-            if (c != (frame.isObject ? '}' : ']')) {
-                Fail(frame.isObject ? "a comma or } is missing" : "a comma or ] is missing");
-            }
-            ++m_at;
-            if (frame.value != nullptr && frame.isObject) {
-                MarkDuplicates(*frame.value);
-            }
-            m_open.pop_back();
-        }
-        return nullptr;
+        m_open.pop_back();
+        return true;
     }
 
     static void MarkDuplicates(JsonValue& object)
     {
-        if (object.members.size() < 2) {
-            return;
-        }
         std::set<std::string_view> seen;
         for (auto& [key, value] : object.members) {
             if (!seen.insert(key).second && value.kind != Kind::Defect) {
@@ -181,196 +302,36 @@ private:
         }
     }
 
-    void ReadScalar(JsonValue& slot)
+    /// Of the value read last, or of the one that is awaited after it.
+    std::string Path(bool isAwaited) const
     {
-        char const c = Peek();
-        if (c == '"') {
-            slot.kind = Kind::Text;
-            ReadText(slot);
-        } else if (c == '-' || (c >= '0' && c <= '9')) {
-            ReadNumber(slot);
-        } else if (!ReadWord(slot, "null", JsonValue()) && !ReadWord(slot, "true", JsonValue::Bool(true)) &&
-                   !ReadWord(slot, "false", JsonValue::Bool(false))) {
-            Fail(m_at < m_text.size() ? "a value is missing" : "the text ends too early");
-        }
-    }
-
-    bool ReadWord(JsonValue& slot, std::string_view word, JsonValue const& value)
-    {
-        if (m_text.substr(m_at, word.size()) != word) {
-            return false;
-        }
-        m_at += word.size();
-        slot = value;
-        return true;
-    }
-
-    bool SkipDigits()
-    {
-        auto const from = m_at;
-        while (Peek() >= '0' && Peek() <= '9') {
-            ++m_at;
-        }
-        return m_at != from;
-    }
-
-    void ReadNumber(JsonValue& slot)
-    {
-        auto const from = m_at;
-        if (Peek() == '-') {
-            ++m_at;
-        }
-        auto const digits = m_at;
-        if (!SkipDigits()) {
-            Fail("a digit is missing");
-        }
-        if (m_text[digits] == '0' && m_at - digits > 1) {
-            Fail("a number begins with a superfluous 0");
-        }
-        if (Peek() == '.') {
-            ++m_at;
-            if (!SkipDigits()) {
-                Fail("a digit is missing after the point");
+        std::string path = "$";
+        for (auto const* value : m_open) {
+            if (value == nullptr) {
+                break;
+            }
+            if (value->Is(Kind::Array)) {
+                JsonPath::AppendIndex(path, value->items.size() - (isAwaited && value == m_open.back() ? 0 : 1));
+            } else if (!value->members.empty()) {
+                JsonPath::AppendKey(path, value->members.back().first);
             }
         }
-        if (Peek() == 'e' || Peek() == 'E') {
-            ++m_at;
-            if (Peek() == '+' || Peek() == '-') {
-                ++m_at;
-            }
-            if (!SkipDigits()) {
-                Fail("a digit is missing in the exponent");
-            }
-        }
-        JsonValue number;
-        number.kind = Kind::Number;
-        number.text = std::string(m_text.substr(from, m_at - from));
-        double ignored = 0.0;
-        if (!number.ReadNumber(ignored)) {
-            number = Defect("the number " + number.text.substr(0, 40) + " is beyond the range of a double");
-        }
-        slot = std::move(number);
-    }
-
-    /// Four hexadecimal digits.
-    char32_t ReadHex()
-    {
-        char32_t value = 0;
-        for (int i = 0; i < 4; ++i, ++m_at) {
-            char const c = Peek();
-            unsigned digit = 0;
-            if (c >= '0' && c <= '9') {
-                digit = static_cast<unsigned>(c - '0');
-            } else if (c >= 'a' && c <= 'f') {
-                digit = static_cast<unsigned>(c - 'a') + 10;
-            } else if (c >= 'A' && c <= 'F') {
-                digit = static_cast<unsigned>(c - 'A') + 10;
-            } else {
-                Fail("\\u needs four hexadecimal digits");
-            }
-            value = value * 16 + digit;
-        }
-        return value;
-    }
-
-    void ReadEscape(std::string& text, char const*& defect)
-    {
-        ++m_at;
-        char const c = Peek();
-        ++m_at;
-        switch (c) {
-        case '"':
-        case '\\':
-        case '/':
-            text += c;
-            return;
-        case 'b':
-            text += '\b';
-            return;
-        case 'f':
-            text += '\f';
-            return;
-        case 'n':
-            text += '\n';
-            return;
-        case 'r':
-            text += '\r';
-            return;
-        case 't':
-            text += '\t';
-            return;
-        case 'u':
-            break;
-        default:
-            --m_at;
-            Fail("no such escape in a text");
-        }
-        char32_t codePoint = ReadHex();
-        if (codePoint >= 0xD800 && codePoint < 0xDC00 && m_text.substr(m_at, 2) == "\\u") {
-            auto const before = m_at;
-            m_at += 2;
-            char32_t const low = ReadHex();
-            if (low >= 0xDC00 && low < 0xE000) {
-                codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (low - 0xDC00);
-            } else {
-                m_at = before;
-            }
-        }
-        if (codePoint == 0) {
-            defect = "a text holds U+0000";
-        } else if (codePoint >= 0xD800 && codePoint < 0xE000) {
-            defect = "a text holds a lone surrogate";
-        }
-        AppendUtf8(text, codePoint);
-    }
-
-    /// A text in quotes; `slot` gets the text, or becomes a defect.
-    void ReadText(JsonValue& slot)
-    {
-        std::string text;
-        char const* defect = nullptr;
-        ++m_at;
-        while (Peek() != '"') {
-            if (m_at >= m_text.size()) {
-                Fail("a text does not end");
-            }
-            auto const byte = static_cast<unsigned char>(m_text[m_at]);
-            if (byte < 0x20) {
-                Fail("a control character in a text must be escaped");
-            }
-            if (byte == '\\') {
-                ReadEscape(text, defect);
-                continue;
-            }
-            char32_t codePoint = 0;
-            std::size_t const length = DecodeUtf8(m_text, m_at, codePoint);
-            if (length == 0) {
-                defect = "a text is not valid UTF-8";
-                ++m_at;
-                continue;
-            }
-            text.append(m_text.substr(m_at, length));
-            m_at += length;
-        }
-        ++m_at;
-        if (defect != nullptr) {
-            slot = Defect(defect);
-        } else {
-            slot.text = std::move(text);
-        }
+        return path;
     }
 
     std::string_view m_text;
-    std::size_t m_at = 0;
-    std::vector<Frame> m_open;
+    HarmlessCopy m_copy;
+    JsonValue m_root;
     JsonValue m_nowhere;
+    bool m_begun = false;
+    std::vector<JsonValue*> m_open; ///< arrays and objects; null for one that is not kept
 };
 
 } // namespace
 
 JsonValue ParseJson(std::string_view text)
 {
-    return Parser(text).Run();
+    return Reader(text).Run();
 }
 
 void RefuseDefects(JsonValue const& value, JsonPath const& path)

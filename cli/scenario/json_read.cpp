@@ -1,7 +1,7 @@
 // Reads typed values out of JSON values, with messages that say where and why.
 #include "cli/scenario/json_read.h"
 
-#include "cli/scenario/unicode.h"
+#include <protocol/utf8.h>
 
 #include <limits>
 
@@ -106,7 +106,7 @@ std::string const& ReadText(JsonValue const& value, JsonPath const& path)
 
 CString ReadWideText(JsonValue const& value, JsonPath const& path)
 {
-    return WideFromUtf8(ReadText(value, path));
+    return CString(protocol::DecodeUtf8(ReadText(value, path)));
 }
 
 CDataId ReadDataId(JsonValue const& value, JsonPath const& path)

@@ -1,7 +1,7 @@
 // A JSON value, its numbers, and its text.
 #include "cli/scenario/json_value.h"
 
-#include "cli/scenario/unicode.h"
+#include <protocol/utf8.h>
 
 #include <algorithm>
 #include <charconv>
@@ -61,9 +61,9 @@ void AppendQuoted(std::string& out, std::string_view text)
 {
     static constexpr char hex[] = "0123456789abcdef";
     out += '"';
-    for (std::size_t at = 0; at < text.size();) {
-        char32_t codePoint = 0xFFFD;
-        std::size_t const length = DecodeUtf8(text, at, codePoint);
+    auto const wide = protocol::DecodeUtf8(text);
+    for (std::size_t at = 0; at < wide.size();) {
+        auto const codePoint = protocol::NextCodePoint(wide, at);
         if (codePoint == '"' || codePoint == '\\') {
             out += '\\';
             out += static_cast<char>(codePoint);
@@ -79,9 +79,8 @@ void AppendQuoted(std::string& out, std::string_view text)
                 out += hex[(codePoint >> shift) & 0xFU];
             }
         } else {
-            AppendUtf8(out, codePoint);
+            protocol::AppendUtf8(out, codePoint);
         }
-        at += length != 0 ? length : 1;
     }
     out += '"';
 }
@@ -168,6 +167,11 @@ JsonValue JsonValue::Text(std::string value)
     json.kind = Kind::Text;
     json.text = std::move(value);
     return json;
+}
+
+JsonValue JsonValue::Text(std::wstring_view value)
+{
+    return Text(protocol::EncodeUtf8(value));
 }
 
 JsonValue JsonValue::Array(std::vector<JsonValue> items)

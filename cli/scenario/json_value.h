@@ -41,6 +41,7 @@ struct JsonValue
     /// "-inf" as texts.
     static JsonValue Double(double value);
     static JsonValue Text(std::string value);
+    static JsonValue Text(std::wstring_view value);
     static JsonValue Array(std::vector<JsonValue> items = {});
     static JsonValue Object(std::vector<Member> members = {});
 

@@ -4,10 +4,10 @@
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/json_read.h"
 #include "cli/scenario/tree_json.h"
-#include "cli/scenario/unicode.h"
 
 #include <VordalBaseR/FileObject.h>
 #include <VordalDataBlocksR/BaseDevice.h>
+#include <protocol/utf8.h>
 
 #include <algorithm>
 #include <string>
@@ -119,7 +119,7 @@ void Recorder::OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsig
 
 void Recorder::OnContractBreach(CString const& rule)
 {
-    Add(JsonValue::Object({{"breach", JsonValue::Text(Utf8FromWide(rule.View()))}}));
+    Add(JsonValue::Object({{"breach", JsonValue::Text(rule.View())}}));
 }
 
 void Recorder::OnOutputStat(BaseDevice& device, double time, int status)
@@ -135,7 +135,7 @@ void Recorder::OnDisableTimeOut(BaseDevice& device, bool disable)
 
 void Recorder::OnDeviceCtrlViewType(BaseDevice& device, CString const& name)
 {
-    AddOf(JsonValue::Object({{"view-type", JsonValue::Text(Utf8FromWide(name.View()))}}), IdOf(device));
+    AddOf(JsonValue::Object({{"view-type", JsonValue::Text(name.View())}}), IdOf(device));
 }
 
 void Recorder::OnResetBuffer(CDataId const& stream, CDataId const& owner)
@@ -160,12 +160,12 @@ void Recorder::OnUpdateDisplays(int hint)
 
 void Recorder::OnSelectDisplay(CString const& name)
 {
-    Add(JsonValue::Object({{"display-select", JsonValue::Text(Utf8FromWide(name.View()))}}));
+    Add(JsonValue::Object({{"display-select", JsonValue::Text(name.View())}}));
 }
 
 void Recorder::OnEnableDisplay(CString const& name)
 {
-    Add(JsonValue::Object({{"display-enable", JsonValue::Text(Utf8FromWide(name.View()))}}));
+    Add(JsonValue::Object({{"display-enable", JsonValue::Text(name.View())}}));
 }
 
 void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
@@ -173,14 +173,13 @@ void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const
 {
     JsonValue items = JsonValue::Object({});
     for (auto const& [item, value] : settings.GetItems(section)) {
-        items.members.emplace_back(Utf8FromWide(item.View()), JsonValue::Text(Utf8FromWide(value.View())));
+        items.members.emplace_back(protocol::EncodeUtf8(item.View()), JsonValue::Text(value.View()));
     }
-    Add(JsonValue::Object(
-        {{"display-add", JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
-                                            {"name", JsonValue::Text(Utf8FromWide(name.View()))},
-                                            {"type", JsonValue::Text(Utf8FromWide(type.View()))},
-                                            {"section", JsonValue::Text(Utf8FromWide(section.View()))},
-                                            {"items", std::move(items)}})}}));
+    Add(JsonValue::Object({{"display-add", JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
+                                                              {"name", JsonValue::Text(name.View())},
+                                                              {"type", JsonValue::Text(type.View())},
+                                                              {"section", JsonValue::Text(section.View())},
+                                                              {"items", std::move(items)}})}}));
 }
 
 void Recorder::OnSetLightMode(int mode, bool redraw)
@@ -195,27 +194,27 @@ void Recorder::OnNotifyApplication(CDataId const& dataId)
 
 void Recorder::OnRenameDisplay(CString const& title)
 {
-    Add(JsonValue::Object({{"title", JsonValue::Text(Utf8FromWide(title.View()))}}));
+    Add(JsonValue::Object({{"title", JsonValue::Text(title.View())}}));
 }
 
 void Recorder::OnRemoveDisplay(CString const& title)
 {
-    Add(JsonValue::Object({{"display-remove", JsonValue::Text(Utf8FromWide(title.View()))}}));
+    Add(JsonValue::Object({{"display-remove", JsonValue::Text(title.View())}}));
 }
 
 void Recorder::OnMessage(CString const& text)
 {
-    Add(JsonValue::Object({{"message", JsonValue::Text(Utf8FromWide(text.View()))}}));
+    Add(JsonValue::Object({{"message", JsonValue::Text(text.View())}}));
 }
 
 void Recorder::OnOpenTargets(CString const& fileName)
 {
-    Add(JsonValue::Object({{"open-targets", JsonValue::Text(Utf8FromWide(fileName.View()))}}));
+    Add(JsonValue::Object({{"open-targets", JsonValue::Text(fileName.View())}}));
 }
 
 void Recorder::OnCloseTargets(CString const& fileName)
 {
-    Add(JsonValue::Object({{"close-targets", JsonValue::Text(Utf8FromWide(fileName.View()))}}));
+    Add(JsonValue::Object({{"close-targets", JsonValue::Text(fileName.View())}}));
 }
 
 void Recorder::OnTargetListRequested()
@@ -225,7 +224,7 @@ void Recorder::OnTargetListRequested()
 
 void Recorder::OnRemoveFile(CString const& fileName)
 {
-    Add(JsonValue::Object({{"remove-file", JsonValue::Text(Utf8FromWide(fileName.View()))}}));
+    Add(JsonValue::Object({{"remove-file", JsonValue::Text(fileName.View())}}));
 }
 
 bool Recorder::SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,

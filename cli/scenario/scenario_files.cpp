@@ -1,12 +1,11 @@
 // The files of a scenario: a private temporary folder that stands for "/", and target files beside it.
 #include "cli/scenario/scenario_files.h"
 
-#include "cli/scenario/unicode.h"
-
 #include "reference_host/host/file_root.h"
 #include "reference_host/host/host.h"
 #include "reference_host/targets/target_store.h"
 
+#include <protocol/utf8.h>
 #include <vordalhostdllR/SonarTargetsManager.h>
 
 #include <fstream>
@@ -88,7 +87,7 @@ void ScenarioFiles::PutInto(vordal::Host& host, Scenario const& scenario) const
     fs::create_directory(root);
     host.SetFileRoot(root);
     for (auto const& [name, content] : scenario.files) {
-        auto const path = vordal::PathOfFile(WideFromUtf8(name));
+        auto const path = vordal::PathOfFile(CString(protocol::DecodeUtf8(name)));
         std::error_code error;
         fs::create_directories(path.parent_path(), error);
         std::ofstream file(path, std::ios::binary);

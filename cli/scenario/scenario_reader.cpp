@@ -7,7 +7,8 @@
 #include "cli/scenario/json_read.h"
 #include "cli/scenario/step_reader.h"
 #include "cli/scenario/tree_json.h"
-#include "cli/scenario/unicode.h"
+
+#include <protocol/utf8.h>
 
 #include <algorithm>
 #include <charconv>
@@ -115,9 +116,9 @@ ScenarioVessel ReadVessel(JsonValue const& value, JsonPath const& path)
         JsonPath const configPath = members.At("config");
         for (auto const& [section, items] : ReadObject(*config, configPath)) {
             JsonPath const sectionPath(configPath, section);
-            auto& texts = vessel.config[WideFromUtf8(section)];
+            auto& texts = vessel.config[CString(protocol::DecodeUtf8(section))];
             for (auto const& [item, text] : ReadObject(items, sectionPath)) {
-                texts[WideFromUtf8(item)] = ReadWideText(text, JsonPath(sectionPath, item));
+                texts[CString(protocol::DecodeUtf8(item))] = ReadWideText(text, JsonPath(sectionPath, item));
             }
         }
     }
@@ -215,7 +216,7 @@ ScenarioTargets ReadTargets(JsonValue const& value, JsonPath const& path)
     if (auto const* files = members.Find("files"); files != nullptr) {
         JsonPath const filesPath = members.At("files");
         for (auto const& [name, list] : ReadObject(*files, filesPath)) {
-            targets.files[WideFromUtf8(name)] = ReadList(list, JsonPath(filesPath, name), ReadTarget);
+            targets.files[CString(protocol::DecodeUtf8(name))] = ReadList(list, JsonPath(filesPath, name), ReadTarget);
         }
     }
     targets.operatorName = members.WideText("operator");

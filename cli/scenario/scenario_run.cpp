@@ -5,7 +5,6 @@
 #include "cli/scenario/recorder.h"
 #include "cli/scenario/scenario_files.h"
 #include "cli/scenario/timezone.h"
-#include "cli/scenario/unicode.h"
 #if defined(QX5_VIEW)
 #include "cli/scenario/view_driver.h"
 #endif
@@ -19,6 +18,7 @@
 #include <VordalDataBlocksR/CDataBlock.h>
 #include <VordalSubscriberR/GeneralSubKeys.h>
 #include <protocol/bytes.h>
+#include <protocol/utf8.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 
@@ -549,7 +549,7 @@ StepFunction FindFunction(StepKind kind)
 void AddException(Recorder& recorder, char const* kind, char const* what)
 {
     // Brought to valid UTF-8: the text is whatever the plug-in made it.
-    auto const text = Utf8FromWide(WideFromUtf8(what).View());
+    auto const text = protocol::EncodeUtf8(protocol::DecodeUtf8(what));
     recorder.Add(JsonValue::Object({{"throws", JsonValue::Text(kind)}, {"what", JsonValue::Text(text)}}));
 }
 

@@ -2,7 +2,6 @@
 #include "cli/scenario/tree_json.h"
 
 #include "cli/scenario/json_read.h"
-#include "cli/scenario/unicode.h"
 
 #include "reference_host/attributes/kind_names.h"
 
@@ -192,7 +191,7 @@ JsonValue WriteValue(CVordalType const& value)
         return WriteDataId(reference.GetDataId());
     case VordalKind::String:
         value.Get(text);
-        return JsonValue::Text(Utf8FromWide(text.View()));
+        return JsonValue::Text(text.View());
     case VordalKind::IntList: {
         value.Get(integers);
         JsonValue array = JsonValue::Array();
@@ -219,7 +218,7 @@ JsonValue WriteNodes(CAttributeMap const& parent, int depth)
     }
     JsonValue nodes = JsonValue::Array();
     for (CAttributeMap const& child : parent) {
-        JsonValue node = JsonValue::Array({JsonValue::Text(Utf8FromWide(child.KeyText()))});
+        JsonValue node = JsonValue::Array({JsonValue::Text(child.KeyText())});
         for (auto const& tag : typeTags) {
             if (child.HasValue() && tag.kind == child.Value().Kind()) {
                 node.items.push_back(JsonValue::Text(std::string(vordal::NameOf(tag.kind))));

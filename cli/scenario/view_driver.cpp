@@ -3,7 +3,6 @@
 
 #include "cli/scenario/json_read.h"
 #include "cli/scenario/offscreen_toolkit.h"
-#include "cli/scenario/unicode.h"
 #include "cli/scenario/view_controls.h"
 
 #include "reference_host/displays/display.h"
@@ -44,7 +43,7 @@ QString ToQString(std::string_view text)
 
 JsonValue TextOf(QString const& text)
 {
-    return JsonValue::Text(Utf8FromWide(text.toStdWString()));
+    return JsonValue::Text(text.toStdWString());
 }
 
 /// A caption as it is seen, without the marks of its access key.
@@ -297,7 +296,7 @@ JsonValue ViewDriver::Look() const
     }
     controls.members.emplace_back("tabs", std::move(captions));
     controls.members.emplace_back("tab", JsonValue::Integer(tabs != nullptr ? tabs->currentIndex() : -1));
-    controls.members.emplace_back("title", JsonValue::Text(Utf8FromWide(m_state->display->Title().View())));
+    controls.members.emplace_back("title", JsonValue::Text(m_state->display->Title().View()));
     auto const* const form = dynamic_cast<CFormView const*>(m_state->display->View());
     controls.members.emplace_back(
         "scroll", JsonValue::Array({JsonValue::Integer(form != nullptr ? form->GetScrollWidth() : 0),

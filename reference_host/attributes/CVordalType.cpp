@@ -1,6 +1,8 @@
 // The kinds of values, their texts for people, and the factory.
 #include <VordalAttributesR/CVordalType.h>
 
+#include <protocol/utf8.h>
+
 #include <bit>
 #include <charconv>
 #include <cstddef>
@@ -36,47 +38,11 @@ std::string ListText(std::vector<Number> const& values)
     return text += ']';
 }
 
-void AppendUtf8(std::string& out, char32_t codePoint)
-{
-    auto const byte = [&](char32_t bits) { out += static_cast<char>(static_cast<unsigned char>(bits)); };
-    if (codePoint < 0x80) {
-        byte(codePoint);
-    } else if (codePoint < 0x800) {
-        byte(0xC0 | (codePoint >> 6));
-        byte(0x80 | (codePoint & 0x3F));
-    } else if (codePoint < 0x10000) {
-        byte(0xE0 | (codePoint >> 12));
-        byte(0x80 | ((codePoint >> 6) & 0x3F));
-        byte(0x80 | (codePoint & 0x3F));
-    } else {
-        byte(0xF0 | (codePoint >> 18));
-        byte(0x80 | ((codePoint >> 12) & 0x3F));
-        byte(0x80 | ((codePoint >> 6) & 0x3F));
-        byte(0x80 | (codePoint & 0x3F));
-    }
-}
-
-/// The code point at `at`, which then points behind it; U+FFFD for what is none.
-char32_t NextCodePoint(std::wstring_view text, std::size_t& at)
-{
-    auto const unit = static_cast<char32_t>(text[at++]);
-    if constexpr (sizeof(wchar_t) == 2) {
-        if ((unit & 0xFC00) == 0xD800 && at < text.size()) {
-            auto const low = static_cast<char32_t>(text[at]);
-            if ((low & 0xFC00) == 0xDC00) {
-                ++at;
-                return 0x10000 + ((unit & 0x3FF) << 10) + (low & 0x3FF);
-            }
-        }
-    }
-    return unit > 0x10FFFF || (unit & 0xFFFFF800) == 0xD800 ? char32_t{0xFFFD} : unit;
-}
-
 std::string QuotedText(std::wstring_view text)
 {
     std::string quoted = "\"";
     for (std::size_t at = 0; at < text.size();) {
-        auto const codePoint = NextCodePoint(text, at);
+        auto const codePoint = qx5::protocol::NextCodePoint(text, at);
         if (codePoint == U'"' || codePoint == U'\\') {
             quoted += '\\';
             quoted += static_cast<char>(codePoint);
@@ -91,58 +57,10 @@ std::string QuotedText(std::wstring_view text)
             quoted += Digits[codePoint >> 4];
             quoted += Digits[codePoint & 0xF];
         } else {
-            AppendUtf8(quoted, codePoint);
+            qx5::protocol::AppendUtf8(quoted, codePoint);
         }
     }
     return quoted += '"';
-}
-
-void AppendWide(std::wstring& out, char32_t codePoint)
-{
-    if constexpr (sizeof(wchar_t) == 2) {
-        if (codePoint >= 0x10000) {
-            out += static_cast<wchar_t>(0xD800 + ((codePoint - 0x10000) >> 10));
-            out += static_cast<wchar_t>(0xDC00 + (codePoint & 0x3FF));
-            return;
-        }
-    }
-    out += static_cast<wchar_t>(codePoint);
-}
-
-std::wstring WideFromUtf8(std::string_view bytes)
-{
-    std::wstring text;
-    for (std::size_t at = 0; at < bytes.size();) {
-        auto const lead = static_cast<unsigned char>(bytes[at]);
-        std::size_t length = 1;
-        char32_t codePoint = lead;
-        char32_t least = 0;
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            length = 2;
-            codePoint = lead & 0x1F;
-            least = 0x80;
-        } else if (lead >= 0xE0 && lead <= 0xEF) {
-            length = 3;
-            codePoint = lead & 0x0F;
-            least = 0x800;
-        } else if (lead >= 0xF0 && lead <= 0xF4) {
-            length = 4;
-            codePoint = lead & 0x07;
-            least = 0x10000;
-        } else if (lead >= 0x80) {
-            length = 0;
-        }
-        bool valid = length > 0 && at + length <= bytes.size();
-        for (std::size_t i = 1; valid && i < length; ++i) {
-            auto const next = static_cast<unsigned char>(bytes[at + i]);
-            valid = (next & 0xC0) == 0x80;
-            codePoint = (codePoint << 6) | (next & 0x3F);
-        }
-        valid = valid && codePoint >= least && codePoint <= 0x10FFFF && (codePoint & 0xFFFFF800) != 0xD800;
-        AppendWide(text, valid ? codePoint : char32_t{0xFFFD});
-        at += valid ? length : 1;
-    }
-    return text;
 }
 
 } // namespace
@@ -538,7 +456,7 @@ CVordalType* VordalTypeCreator::MakeValue(CDataInfo const& value)
 }
 CVordalType* VordalTypeCreator::MakeValue(char const* value)
 {
-    return new CVordalText(CString(value != nullptr ? WideFromUtf8(value) : std::wstring()));
+    return new CVordalText(CString(value != nullptr ? qx5::protocol::DecodeUtf8(value) : std::wstring()));
 }
 CVordalType* VordalTypeCreator::MakeValue(wchar_t const* value)
 {

@@ -18,7 +18,8 @@ enum class LogLevel
 
 using LogSink = std::function<void(LogLevel level, std::string_view line)>;
 
-/// Writes one UTF-8 line without its line end. Any thread; never throws. Debug lines go nowhere but to a sink.
+/// Writes one UTF-8 line without its line end. Any thread; never throws. What is kept is told by log_settings.h: unless
+/// told otherwise, debug lines go nowhere but to a sink.
 VORDAL_API void Log(LogLevel level, std::string_view line) noexcept;
 
 /// Takes the log over until it is given back with an empty function. The sink is called from any thread, one call at a

@@ -4,6 +4,7 @@
 #include "reference_host/attributes/tree_merge.h"
 
 #include <protocol/outside_sizes.h>
+#include <protocol/utf8.h>
 
 #include <bit>
 #include <cstdint>
@@ -44,18 +45,10 @@ public:
     }
     void Text(std::wstring_view text)
     {
-        std::vector<std::uint32_t> codePoints;
+        std::vector<char32_t> codePoints;
         codePoints.reserve(text.size());
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            auto point = static_cast<std::uint32_t>(text[i]);
-            if constexpr (sizeof(wchar_t) == 2) {
-                point &= 0xFFFFU;
-                if ((point & 0xFC00U) == 0xD800U && i + 1 < text.size() &&
-                    (static_cast<std::uint32_t>(text[i + 1]) & 0xFC00U) == 0xDC00U) {
-                    point = 0x10000U + ((point & 0x3FFU) << 10) + (static_cast<std::uint32_t>(text[++i]) & 0x3FFU);
-                }
-            }
-            codePoints.push_back(point);
+        for (std::size_t at = 0; at < text.size();) {
+            codePoints.push_back(qx5::protocol::NextCodePoint(text, at));
         }
         Number(codePoints.size());
         for (auto const point : codePoints) {
@@ -229,18 +222,7 @@ public:
             if (point > 0xFFFFFFFFU) {
                 throw Damaged("a character is too large");
             }
-            if constexpr (sizeof(wchar_t) == 2) {
-                if (point > 0x10FFFFU) {
-                    text.push_back(static_cast<wchar_t>(0xFFFD));
-                    continue;
-                }
-                if (point > 0xFFFFU) {
-                    text.push_back(static_cast<wchar_t>(0xD800U + ((point - 0x10000U) >> 10)));
-                    text.push_back(static_cast<wchar_t>(0xDC00U + ((point - 0x10000U) & 0x3FFU)));
-                    continue;
-                }
-            }
-            text.push_back(static_cast<wchar_t>(point));
+            qx5::protocol::AppendCodePoint(text, static_cast<char32_t>(point));
         }
         return text;
     }

@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace qx5::cli {
 namespace {
@@ -129,6 +131,187 @@ TEST(Json, KeepsDefectsInTheirPlaces)
     EXPECT_EQ(Refusal(R"({"a":1,"b":2,"a":3})"), "$.a: the key \"a\" stands here twice");
     EXPECT_EQ(Refusal(R"({"x y":{"\u0000":1}})"), R"($["x y"][""]: in a key: a text holds U+0000)");
     EXPECT_EQ(Refusal(R"({"\ud800":[[1,{"a":2}],3]})"), R"($[""]: in a key: a text holds a lone surrogate)");
+}
+
+TEST(Json, KeepsTheTextOfEachNumber)
+{
+    std::string const large = '1' + std::string(400, '0');
+    std::string const kept = "[-0,-0.0,0,1E+05,2e-3,-12345678901234567890123,18446744073709551615,1e-400," + large +
+                             "e-300," + large + ".5E-390]";
+    EXPECT_EQ(Rewritten(kept), kept);
+    EXPECT_EQ(Refusal(kept), "accepted");
+    EXPECT_EQ(Refusal('[' + large + ']'),
+              "$[0]: the number 1000000000000000000000000000000000000000 is beyond the range of a double");
+    EXPECT_EQ(Refusal("[-" + large + ".5]"),
+              "$[0]: the number -100000000000000000000000000000000000000 is beyond the range of a double");
+    EXPECT_EQ(Refusal("[1.5e+309,2]"), "$[0]: the number 1.5e+309 is beyond the range of a double");
+    EXPECT_EQ(Refusal('0' + large), "$: not JSON: a number begins with a superfluous 0 (line 1, column 403)");
+    EXPECT_EQ(Refusal(large + "."), "$: not JSON: a digit is missing after the point (line 1, column 403)");
+    EXPECT_EQ(Refusal("1e999e"), "$: not JSON: there is more text after the end of the document (line 1, column 6)");
+    EXPECT_EQ(Refusal("[1.e999]"), "$[0]: not JSON: a digit is missing after the point (line 1, column 4)");
+}
+
+TEST(Json, SaysWhereTheTextIsCut)
+{
+    std::string const whole = R"({"a":[-1.5e3,"x\u00e9",null],"b":{"c":0}})";
+    std::string const comma = "a comma or ] is missing";
+    std::string const brace = "a comma or } is missing";
+    std::string const early = "the text ends too early";
+    std::string const open = "a text does not end";
+    std::string const hex = "\\u needs four hexadecimal digits";
+    std::pair<char const*, std::string> const cuts[] = {
+        {"$", early},
+        {"$", "a key in quotes is missing"},
+        {"$", open},
+        {"$", open},
+        {"$", "a colon is missing after a key"},
+        {"$.a", early},
+        {"$.a[0]", early},
+        {"$.a[0]", "a digit is missing"},
+        {"$.a[0]", comma},
+        {"$.a[0]", "a digit is missing after the point"},
+        {"$.a[0]", comma},
+        {"$.a[0]", "a digit is missing in the exponent"},
+        {"$.a[0]", comma},
+        {"$.a[1]", early},
+        {"$.a[1]", open},
+        {"$.a[1]", open},
+        {"$.a[1]", "no such escape in a text"},
+        {"$.a[1]", hex},
+        {"$.a[1]", hex},
+        {"$.a[1]", hex},
+        {"$.a[1]", hex},
+        {"$.a[1]", open},
+        {"$.a[1]", comma},
+        {"$.a[2]", early},
+        {"$.a[2]", ""}, // a word that is cut begins where no value does
+        {"$.a[2]", ""},
+        {"$.a[2]", ""},
+        {"$.a[2]", comma},
+        {"$.a", brace},
+        {"$.a", "a key in quotes is missing"},
+        {"$.a", open},
+        {"$.a", open},
+        {"$.a", "a colon is missing after a key"},
+        {"$.b", early},
+        {"$.b", "a key in quotes is missing"},
+        {"$.b", open},
+        {"$.b", open},
+        {"$.b", "a colon is missing after a key"},
+        {"$.b.c", early},
+        {"$.b.c", brace},
+        {"$.b", brace},
+    };
+    ASSERT_EQ(std::size(cuts), whole.size());
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        auto const& [path, reason] = cuts[length];
+        auto const said = reason.empty() ? "a value is missing (line 1, column 24)"
+                                         : reason + " (line 1, column " + std::to_string(length + 1) + ")";
+        EXPECT_EQ(Refusal(whole.substr(0, length)), path + (": not JSON: " + said));
+    }
+    EXPECT_EQ(Refusal(whole), "accepted");
+}
+
+TEST(Json, SaysWhatFollowsTheDocument)
+{
+    std::string const more = "$: not JSON: there is more text after the end of the document";
+    EXPECT_EQ(Refusal("[]\r\n\n  ]"), more + " (line 3, column 3)");
+    EXPECT_EQ(Refusal("1 2"), more + " (line 1, column 3)");
+    EXPECT_EQ(Refusal("1 true"), more + " (line 1, column 3)");
+    EXPECT_EQ(Refusal("{}x"), more + " (line 1, column 3)");
+    EXPECT_EQ(Refusal("\"a\" \"b\""), more + " (line 1, column 5)");
+    EXPECT_EQ(Refusal("{},"), more + " (line 1, column 3)");
+    EXPECT_EQ(Refusal(std::string("{}\n\0", 4)), more + " (line 2, column 1)");
+    EXPECT_EQ(Refusal("[]\xEF\xBB\xBF"), more + " (line 1, column 3)");
+    EXPECT_EQ(Refusal("[] // no"), more + " (line 1, column 4)");
+    EXPECT_EQ(Refusal(" \t\r\n "), "$: not JSON: the text ends too early (line 2, column 2)");
+    EXPECT_EQ(Refusal("\xEF\xBB\xBF"), "$: not JSON: the text ends too early (line 1, column 4)");
+    EXPECT_EQ(Refusal("[1] \n\n"), "accepted");
+}
+
+TEST(Json, SaysWhatStandsWhereSomethingElseIsWanted)
+{
+    EXPECT_EQ(Refusal("[1 23]"), "$[0]: not JSON: a comma or ] is missing (line 1, column 4)");
+    EXPECT_EQ(Refusal("[1 true]"), "$[0]: not JSON: a comma or ] is missing (line 1, column 4)");
+    EXPECT_EQ(Refusal("[[] x]"), "$[0]: not JSON: a comma or ] is missing (line 1, column 5)");
+    EXPECT_EQ(Refusal("[\"a\" \"b c\"]"), "$[0]: not JSON: a comma or ] is missing (line 1, column 6)");
+    EXPECT_EQ(Refusal("[true}"), "$[0]: not JSON: a comma or ] is missing (line 1, column 6)");
+    EXPECT_EQ(Refusal("{\"a\":1 \"b\":2}"), "$.a: not JSON: a comma or } is missing (line 1, column 8)");
+    EXPECT_EQ(Refusal("{\"a\":1]"), "$.a: not JSON: a comma or } is missing (line 1, column 7)");
+    EXPECT_EQ(Refusal("{\"a\":}"), "$.a: not JSON: a value is missing (line 1, column 6)");
+    EXPECT_EQ(Refusal("{\"a\":1,\"b\" \"c\"}"), "$.a: not JSON: a colon is missing after a key (line 1, column 12)");
+    EXPECT_EQ(Refusal("{7:1}"), "$: not JSON: a key in quotes is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("{null:1}"), "$: not JSON: a key in quotes is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("{'a':1}"), "$: not JSON: a key in quotes is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("[,1]"), "$[0]: not JSON: a value is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("[1, /* */ 2]"), "$[1]: not JSON: a value is missing (line 1, column 5)");
+    EXPECT_EQ(Refusal("[nul]"), "$[0]: not JSON: a value is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("[True]"), "$[0]: not JSON: a value is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("[.5]"), "$[0]: not JSON: a value is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("[+1]"), "$[0]: not JSON: a value is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("[1,-x]"), "$[1]: not JSON: a digit is missing (line 1, column 5)");
+    EXPECT_EQ(Refusal("[-00]"), "$[0]: not JSON: a number begins with a superfluous 0 (line 1, column 5)");
+    EXPECT_EQ(Refusal("[\xFF]"), "$[0]: not JSON: a value is missing (line 1, column 2)");
+    EXPECT_EQ(Refusal("{\"a\":1,\"b\\x\":2}"), "$.a: not JSON: no such escape in a text (line 1, column 11)");
+    // A quote too many is told where it stands, not where the text ends that it begins.
+    EXPECT_EQ(Refusal("[\"a\"\",1]\n\n"), "$[0]: not JSON: a comma or ] is missing (line 1, column 5)");
+    EXPECT_EQ(Refusal("{\"a\":\"b\"\",\n\"c\":1}"), "$.a: not JSON: a comma or } is missing (line 1, column 9)");
+    EXPECT_EQ(Refusal("{\"a\"\":1}"), "$: not JSON: a colon is missing after a key (line 1, column 5)");
+    EXPECT_EQ(Refusal("{}\"\\x\""), "$: not JSON: there is more text after the end of the document (line 1, column 3)");
+    EXPECT_EQ(Refusal("[1 -]"), "$[0]: not JSON: a comma or ] is missing (line 1, column 4)");
+    // Columns count bytes.
+    EXPECT_EQ(Refusal("[\"\xC3\xA9\",x]"), "$[1]: not JSON: a value is missing (line 1, column 7)");
+}
+
+TEST(Json, ABadValueSpoilsNoOther)
+{
+    auto const document = ParseJson(
+        "[\"\xFF\",\"\\ud800\",\"\\u0000\",1e999,{\"a\":1,\"a\":2},{\"\xC3\":3},\"\xE2\x82\",\"\\\"\xC3\xA9\",-0]");
+    ASSERT_EQ(document.items.size(), 9U);
+    auto const isSound = [&](std::size_t index) {
+        try {
+            RefuseDefects(document.items[index], JsonPath());
+        } catch (InvalidScenario const&) {
+            return false;
+        }
+        return true;
+    };
+    for (std::size_t i = 0; i < 7; ++i) {
+        EXPECT_FALSE(isSound(i)) << i;
+    }
+    EXPECT_EQ(WriteJson(document.items[7]), "\"\\\"\xC3\xA9\"");
+    EXPECT_EQ(WriteJson(document.items[8]), "-0");
+    // But what is no JSON spoils the whole, wherever it stands.
+    EXPECT_EQ(Refusal("[\"\xFF\",\"\\ud800\",1e999,x]"), "$[3]: not JSON: a value is missing (line 1, column 21)");
+    EXPECT_EQ(Refusal("[\"\xFF\\x\"]"), "$[0]: not JSON: no such escape in a text (line 1, column 5)");
+    EXPECT_EQ(Refusal("[\"\\ud800\\ud8x0\"]"), "$[0]: not JSON: \\u needs four hexadecimal digits (line 1, column 13)");
+}
+
+TEST(Json, JoinsSurrogates)
+{
+    EXPECT_EQ(ParseJson(R"("\uD83D\uDE00\udbff\udfff")").text, "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF");
+    EXPECT_EQ(Rewritten("\"\xF0\x9F\x98\x80\xEF\xBF\xBF\""), "\"\xF0\x9F\x98\x80\xEF\xBF\xBF\"");
+    for (char const* lone : {R"("\ud83d\\ude00")", R"("\ud83dude00")", R"("\ud83d")", R"("\ud83d\n\ude00")",
+                             R"("\ud83d\ud83d\ude00")", R"("\ude00\ud83d\ude00")"}) {
+        EXPECT_EQ(Refusal(lone), "$: a text holds a lone surrogate") << lone;
+    }
+    for (char const* bad : {"\"\x80\"", "\"\xC2\"", "\"\xC0\xAF\"", "\"\xE0\x9F\xBF\"", "\"\xF0\x8F\xBF\xBF\"",
+                            "\"\xF4\x90\x80\x80\"", "\"\xF5\"", "\"\xE2\x82z\""}) {
+        EXPECT_EQ(Refusal(bad), "$: a text is not valid UTF-8") << bad;
+    }
+}
+
+TEST(Json, RefusesEveryRepetitionOfAKey)
+{
+    EXPECT_EQ(Refusal(R"({"a":1,"\u0061":2})"), "$.a: the key \"a\" stands here twice");
+    EXPECT_EQ(Refusal(R"([{"b":{"a":[],"a":{"c":1}}}])"), "$[0].b.a: the key \"a\" stands here twice");
+    EXPECT_EQ(Refusal(R"({"a":{"a":{"a":1}},"b":{"a":1}})"), "accepted");
+    auto const thrice = ParseJson(R"({"a":1,"a":2,"a":3,"b":4})");
+    ASSERT_EQ(thrice.members.size(), 4U);
+    EXPECT_EQ(thrice.members[0].second.text, "1");
+    EXPECT_TRUE(thrice.members[1].second.Is(JsonValue::Kind::Defect));
+    EXPECT_TRUE(thrice.members[2].second.Is(JsonValue::Kind::Defect));
+    EXPECT_EQ(thrice.members[3].second.text, "4");
 }
 
 TEST(Json, BoundsNesting)

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 
 #include <gmock/gmock.h>
 
@@ -306,6 +309,34 @@ TEST(PlugInCommand, OutlivesAPlugInThatBehavesBadly)
         EXPECT_EQ(run.code, 1) << run.err;
         EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
     }
+}
+
+TEST(PlugInCommand, WritesTheLogWhereAndFromWhereOnItIsTold)
+{
+    auto const file = (std::filesystem::path(::testing::TempDir()) / "plugin_command_test.log").string();
+    std::filesystem::remove(file);
+    auto const plugin = [](std::vector<std::string> const& options) {
+        std::vector<std::string> command{"plugin", MODULE_BAD};
+        command.insert(command.end(), options.begin(), options.end());
+        auto const outcome = Qx5(command, "", {"BAD_PLUGIN=LibraryDetach"});
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        EXPECT_THAT(outcome.out, HasSubstr("and is unloaded again\n"));
+        return outcome.err;
+    };
+    auto const wanted = ::testing::MatchesRegex("[^\n]*\\[warning\\][^\n]*: no LibraryDetach today\n");
+    EXPECT_THAT(plugin({}), wanted);
+    EXPECT_THAT(plugin({"--log-level", "warning"}), wanted);
+    EXPECT_EQ(plugin({"--log-level", "error"}), "");
+    EXPECT_EQ(plugin({"--log-file", file}), "");
+    std::ostringstream kept;
+    kept << std::ifstream(file).rdbuf();
+    EXPECT_THAT(kept.str(), wanted);
+    EXPECT_EQ(plugin({"--log-level", "error", "--log-file", file}), "");
+    std::ostringstream still;
+    still << std::ifstream(file).rdbuf();
+    EXPECT_EQ(still.str(), kept.str());
+    ExpectComplaint(Qx5({"plugin", MODULE_BAD, "--log-file", file + "/inside.log"}), 1, {file + "/inside.log"});
+    std::filesystem::remove(file);
 }
 
 TEST(Send, PrintsNumbersAlikeWhateverTheLocale)

@@ -9,6 +9,7 @@ namespace qx5::test {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 TEST(Usage, HelpListsEveryCommand)
 {
@@ -45,6 +46,17 @@ TEST(Usage, EveryCommandTellsItsOptions)
     }
 }
 
+TEST(Usage, EveryCommandThatRunsAHostTellsTheOptionsOfItsLog)
+{
+    for (char const* command : {"run", "send", "scenario", "plugin", "docs"}) {
+        auto const help = Qx5({command, "--help"});
+        EXPECT_THAT(help.out, HasSubstr("--log-level LEVEL")) << command;
+        EXPECT_THAT(help.out, HasSubstr("debug, info, warning or error")) << command;
+        EXPECT_THAT(help.out, HasSubstr("--log-file FILE")) << command;
+    }
+    EXPECT_THAT(Qx5({"sim", "--help"}).out, Not(HasSubstr("--log-")));
+}
+
 TEST(Usage, VersionIsTold)
 {
     auto const version = Qx5({"--version"});
@@ -71,6 +83,8 @@ TEST(Usage, WrongCallsAreOneLineAndExitCodeTwo)
     ExpectComplaint(Qx5({"send", "--wait", "soon", "x5Range=50"}), 2, {"soon"});
     ExpectComplaint(Qx5({"decode", "--hex", "--raw"}), 2, {"--hex", "--raw", "qx5 decode --help"});
     ExpectComplaint(Qx5({"sim", "two\nlines"}), 2, {"two lines"});
+    ExpectComplaint(Qx5({"run", "--log-level", "loud"}), 2, {"--log-level", "loud", "warning", "qx5 run --help"});
+    ExpectComplaint(Qx5({"plugin", "--log-file"}), 2, {"--log-file", "qx5 plugin --help"});
 }
 
 } // namespace

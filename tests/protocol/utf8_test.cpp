@@ -82,6 +82,45 @@ TEST(Utf8, EachByteOutsideAValidSequenceIsOneReplacement)
                                  L"A\uFFFD");
 }
 
+TEST(Utf8, FindsTheFirstInvalidByte)
+{
+    auto const place = [](std::string_view hex) {
+        auto const bytes = Bytes(hex);
+        return FindInvalidUtf8({reinterpret_cast<char const*>(bytes.data()), bytes.size()});
+    };
+    EXPECT_EQ(place(""), 0U);
+    EXPECT_EQ(place("41c2b5f48fbfbf00"), 8U);
+    EXPECT_EQ(place("41c2b5e282"), 3U); // cut off
+    EXPECT_EQ(place("41c2b5e28241"), 3U);
+    EXPECT_EQ(place("4180"), 1U);
+    EXPECT_EQ(place("eda080"), 0U);
+    EXPECT_EQ(place("efbfbff4908080"), 3U);
+}
+
+TEST(Utf8, AppendsOneCodePoint)
+{
+    std::string bytes = "a";
+    for (char32_t const codePoint : {0x00U, 0x7FFU, 0xFFFEU, 0x10FFFFU, 0xD800U, 0xDFFFU, 0x110000U, 0xFFFFFFFFU})
+        AppendUtf8(bytes, codePoint);
+    EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.end()),
+              Bytes("6100dfbfefbfbef48fbfbfefbfbdefbfbdefbfbdefbfbd"));
+}
+
+TEST(Utf8, TakesAWideTextApartAndPutsItTogether)
+{
+    // What is no character keeps its number, alone or before one.
+    std::wstring const text = std::wstring(L"a\U0001F600\U0010FFFF\uFFFF") + static_cast<wchar_t>(0xD800) + L"b" +
+                              static_cast<wchar_t>(0xDC00);
+    std::vector<char32_t> codePoints;
+    std::wstring again;
+    for (std::size_t at = 0; at < text.size();) {
+        codePoints.push_back(NextCodePoint(text, at));
+        AppendCodePoint(again, codePoints.back());
+    }
+    EXPECT_EQ(codePoints, (std::vector<char32_t>{U'a', 0x1F600, 0x10FFFF, 0xFFFF, 0xD800, U'b', 0xDC00}));
+    EXPECT_EQ(again, text);
+}
+
 } // namespace
 
 } // namespace qx5::protocol::test
