@@ -265,7 +265,7 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
     } else {
         std::string echoed;
         auto const tell = [&](Operand const& operand) {
-            if (operand.options.echo == Echo::None || operand.options.source == Source::Stored) {
+            if (operand.options.echo == Echo::None) {
                 return;
             }
             echoed += (echoed.empty() ? "" : ", ") + Text(*operand.key);

@@ -1,0 +1,238 @@
+// Commands held to their tables: the handler of one row of the chain runs on generated requests, and what it does is
+// compared with what the table of its command tells.
+#pragma once
+
+#include "one_sonar.h"
+
+#include "handlers/command_catalogue.h"
+
+#include <protocol/value.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace qx5::conformance {
+
+/// One record that left.
+struct Sent
+{
+    protocol::Carrier carrier;
+    std::uint32_t record;
+    Target target;
+    std::string payload;
+
+    friend bool operator==(Sent const&, Sent const&) = default;
+};
+
+/// One record that was asked for.
+struct Asked
+{
+    std::uint32_t record;
+    Target target;
+
+    friend bool operator==(Asked const&, Asked const&) = default;
+};
+
+struct Told
+{
+    int flags;
+    CAttributeMap tree;
+};
+
+/// What one request to one handler came to. Drops do not count: no table tells of them.
+struct Observation
+{
+    std::vector<Sent> sent;
+    std::vector<Asked> asked;
+    std::vector<Told> told;
+    /// Operations at the port, keys written into the request, what the open target file was told.
+    std::vector<std::string> others;
+    std::set<std::wstring> written; ///< the keys among these that were written into the request
+    std::string order;              ///< of all that, one letter each
+    bool threw = false;
+
+    bool Happened() const { return !order.empty(); }
+    /// The same for observations in which the same happened in the same order.
+    std::uint64_t Print() const;
+
+private:
+    mutable std::optional<std::uint64_t> m_print;
+};
+
+/// What a handler finds beside request and tree.
+struct Surroundings
+{
+    bool sonarPort = true; ///< the device's port is a sonar's; otherwise it has none
+    bool playback = false; ///< a file is played back there
+    bool isOperator = true;
+    bool loggerRuns = true;
+};
+
+/// A device on which handlers run one by one. Its id is that of the satellite positioning unit: what handlers take from
+/// the unit's tree stands in the device's stored tree.
+class Bench final : public OneSonar
+{
+public:
+    Bench();
+    ~Bench() override;
+
+    /// Runs the handler of that row, from 1, and of no other.
+    Observation Observe(int row, Surroundings const& surroundings, CAttributeMap const& request,
+                        CAttributeMap const& stored);
+
+private:
+    class Watch;
+
+    void TestBody() override {}
+
+    std::unique_ptr<Watch> m_watch;
+};
+
+/// Where a key is put.
+enum class Side : std::uint8_t
+{
+    Request,
+    Stored,
+};
+
+/// A key of a generated request or tree.
+struct Choice
+{
+    enum Kind : std::uint8_t
+    {
+        Absent,
+        Wrong,   ///< there, with a value of another kind
+        Alike,   ///< the value of that number, the same wherever the key occurs
+        Varying, ///< the value of that number, another one at each occurrence
+    } kind = Absent;
+    std::uint8_t number = 0;
+
+    friend auto operator<=>(Choice const&, Choice const&) = default;
+};
+
+/// What is chosen for a key on either side.
+struct Cell
+{
+    Choice request;
+    Choice stored;
+
+    Choice& Of(Side side) { return side == Side::Request ? request : stored; }
+    Choice const& Of(Side side) const { return side == Side::Request ? request : stored; }
+    friend auto operator<=>(Cell const&, Cell const&) = default;
+};
+
+/// One request with its stored tree, and what the handler made of it.
+struct Case
+{
+    std::size_t base;
+    std::vector<Cell> cells; ///< by the study's keys
+    Observation observed;
+};
+
+/// What a key is found to do.
+struct Facts
+{
+    bool requestMatters = false; ///< whether the request has it, or with which value
+    bool storedMatters = false;  ///< the same of the stored tree, while the request does not have it
+    bool besideMatters = false;  ///< the same while the request has it
+    bool goesOnWithout = false;  ///< something happens though it is nowhere
+    bool startsAlone = false;    ///< something happens when the request has nothing else
+};
+
+/// How one row's handler answers when certain keys come and go. What it observes depends on the row and the keys alone,
+/// not on what a table tells of them, so that tables of the same keys share a study.
+class Study
+{
+public:
+    /// The keys as a table names them.
+    Study(Bench& bench, ChainEntry const& row, std::vector<protocol::Key const*> keys);
+
+    ChainEntry const& Row() const { return m_row; }
+    std::vector<protocol::Key const*> const& Keys() const { return m_keys; }
+    std::size_t IndexOf(protocol::Key const& key) const;
+    /// The key that this one stands below on that side, or null.
+    protocol::Key const* BranchOf(std::size_t key, Side side) const;
+
+    /// The cases by number, null behind the last: bases in which many keys are there, and each base with one key
+    /// changed on both sides.
+    Case const* At(std::size_t number);
+    /// Whether keys that are none of the study's make a difference. Without `knowsSonar` those by which a sonar's frame
+    /// is addressed are left out.
+    bool OthersMatter(bool knowsSonar);
+    Facts const& FactsOf(std::size_t key);
+    /// The numbers that, on that side, are as good as the absent key in all cases; none when every number is.
+    std::vector<double> const& AsGoodAsAbsent(std::size_t key, Side side);
+
+    /// What the case has of a key.
+    struct Found
+    {
+        bool isThere = false;
+        bool isReadable = false;
+        bool isOne = true; ///< it occurs no more than once
+        protocol::Value value;
+    };
+    Found Find(Case const& at, std::size_t key, Side side) const;
+    /// A number or truth of the stored tree's root, whether a key of the study or not.
+    std::int32_t StoredNumber(Case const& at, protocol::Key const& key) const;
+
+    static Surroundings const& SurroundingsOf(std::size_t base);
+
+private:
+    using Cells = std::vector<Cell>;
+
+    /// One planned case: what becomes of a key of a base.
+    struct Step
+    {
+        std::size_t base;
+        std::size_t key; ///< the number of keys: none
+        int request;
+        int stored;
+        bool alone = false; ///< the request has nothing else
+    };
+
+    void Plan();
+    Case const& Try(std::size_t base, Cells cells);
+    Cells BaseCells(std::size_t base) const;
+    Case const& Changed(std::size_t base, std::size_t key, Cell const& cell);
+    CAttributeMap Build(std::size_t base, Cells const& cells, Side side) const;
+    void Fill(CAttributeMap& node, std::size_t branch, Cells const& cells, Side side, unsigned occurrence) const;
+    /// The nodes of that key, or the tree itself for the number of keys.
+    std::vector<CAttributeMap*> NodesOf(CAttributeMap& tree, std::size_t key, Side side) const;
+    /// Among one value each of all keys that are not the study's nor `written`; the phase moves these values on.
+    CAttributeMap BuildAmongOthers(std::size_t base, Cells const& cells, Side side, std::size_t phase, bool knowsSonar,
+                                   std::set<std::wstring> const& written) const;
+
+    Bench& m_bench;
+    ChainEntry const& m_row;
+    std::vector<protocol::Key const*> m_keys;
+    std::vector<AttributeKey> m_attributes;
+    std::array<std::vector<std::size_t>, 2> m_branches; ///< by side and key; the number of keys: the root
+    std::size_t m_bases;
+    std::map<std::pair<std::size_t, Cells>, std::size_t> m_known;
+    std::deque<Case> m_cases;
+    std::vector<std::optional<Facts>> m_facts;
+    std::map<std::pair<std::size_t, Side>, std::vector<double>> m_asGoodAsAbsent;
+    std::array<std::optional<bool>, 2> m_othersMatter;
+    std::vector<Step> m_plan;
+};
+
+/// Where the table is not what the handler does, up to `limit` sentences. The study is of the table's keys.
+std::vector<std::string> Discrepancies(Command const& table, Study& study, std::size_t limit);
+
+/// Whether the record's field holds all values of the key, so that "as sent" says the same as "as read".
+bool CarriesAllValues(Command const& table, Sending const& sending, protocol::Key const& key);
+
+/// The operands' keys in order, each once.
+std::vector<protocol::Key const*> KeysOf(Command const& table);
+
+} // namespace qx5::conformance
