@@ -304,7 +304,10 @@ bool Study::OthersMatter(bool knowsSonar)
                     BuildAmongOthers(base, cells, Side::Request, phase, knowsSonar, alone.written);
                 CAttributeMap const stored = BuildAmongOthers(base, cells, Side::Stored, phase, knowsSonar, {});
                 Observation const among = m_bench.Observe(m_row.row, SurroundingsOf(base), request, stored);
-                matters = *matters || among.Print() != alone.Print();
+                if (among.Print() != alone.Print()) {
+                    matters = true;
+                    break;
+                }
             }
         }
     }
