@@ -26,19 +26,25 @@ inline constexpr Operand noPingSequence{keys::PingSequenceId, {.source = Source:
 inline constexpr Operand pingOnOffKeys[]{keys::x5PingOnOffState, noPingSequence};
 inline constexpr Sending pingOnOffSends[]{{records::PingsOn, OwnSonar, WhenNot0}, {records::PingsOff, OwnSonar, When0}};
 
-inline constexpr Operand pingOnlyDuringScanKeys[]{{keys::PingOnlyDuringScan, fromRequest}};
+inline constexpr Operand pingOnlyDuringScanKeys[]{{keys::x5PingOnOffState, {.source = Source::Told}},
+                                                  {keys::PingSequenceId, {.source = Source::Told}},
+                                                  {keys::PingOnlyDuringScan, fromRequest}};
+inline constexpr Sending pingOnlyDuringScanSends[]{{records::PingsOn, OwnSonar, "the value is false"}};
 
 inline constexpr Operand soundVelocityKeys[]{
     {keys::x5SoundVelocityOverride, {.source = Source::Completed, .optional = true}},
     {keys::x5SoundVelocity, {.source = Source::Request, .optional = true}},
     {keys::x5SoundVelocityFilter, {.source = Source::Request, .optional = true}},
 };
+inline constexpr Operand const* soundVelocityEchoes[]{&soundVelocityKeys[1], &soundVelocityKeys[0],
+                                                      &soundVelocityKeys[2]};
 inline constexpr Sending soundVelocitySends[]{{records::ManualSoundVelocity, Processor}};
 
 inline constexpr Operand temperatureKeys[]{
     {keys::x5TemperatureOverride, {.source = Source::Completed}},
     {keys::x5Temperature, {.source = Source::Request, .optional = true}},
 };
+inline constexpr Operand const* temperatureEchoes[]{&temperatureKeys[1], &temperatureKeys[0]};
 inline constexpr Sending temperatureSends[]{{records::ManualTemperature}};
 
 inline constexpr Operand coverageSectorKeys[]{keys::x5CoverageAngle, keys::x5RxSteeringAngle};
@@ -47,8 +53,12 @@ inline constexpr Sending coverageSectorSends[]{{records::CoverageSector}};
 inline constexpr Operand motionCompensationKeys[]{keys::x5MotionCompensationRoll, keys::x5MotionCompensationPitch};
 inline constexpr Sending motionCompensationSends[]{{records::MotionCompensation}};
 
-inline constexpr Operand loadFactoryKeys[]{{keys::x5LoadFactoryParameters, fromRequest},
-                                           {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None}}};
+inline constexpr Operand loadFactoryKeys[]{
+    {keys::x5LoadFactoryParameters, {.source = Source::Request, .echo = Echo::None}},
+    {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None, .optional = true}},
+    {keys::x5CustomBeams, {.source = Source::Told}},
+    {keys::x5ConstantSpacing, {.source = Source::Told}},
+};
 inline constexpr Sending loadFactorySends[]{{records::LoadFactoryParameters, Processor}};
 inline constexpr FollowUp loadFactoryAsks[]{
     {7504, Processor}, {7503}, {7025, Processor}, {7052, Processor}, {7059, Processor, "\"DeviceId\" is 1002"}, {7002},
@@ -90,8 +100,9 @@ inline constexpr Command RequestPingOnOff{
 inline constexpr Command RequestPingOnlyDuringScanning{
     .form = Form::Own,
     .operands = basic::pingOnlyDuringScanKeys,
+    .sends = basic::pingOnlyDuringScanSends,
     .echoFlags = 0,
-    .note = "Direct. Sends nothing of its own; false turns the pings on.",
+    .note = "Direct. False turns the pings on, as a request for that would, and is echoed after it.",
 };
 
 inline constexpr Command RequestManualSoundVelocity{
@@ -99,6 +110,7 @@ inline constexpr Command RequestManualSoundVelocity{
     .operands = basic::soundVelocityKeys,
     .sends = basic::soundVelocitySends,
     .echoFlags = 0,
+    .echoes = basic::soundVelocityEchoes,
     .note = "Any key triggers. The override is completed from the stored tree and is false when found nowhere. "
             "Velocity and filter count only when the request holds them: two flags of the record tell.",
 };
@@ -108,6 +120,7 @@ inline constexpr Command RequestManualTemperature{
     .operands = basic::temperatureKeys,
     .sends = basic::temperatureSends,
     .echoFlags = 0,
+    .echoes = basic::temperatureEchoes,
     .note = "Any key triggers. The override is completed from the stored tree and must be found. The temperature "
             "counts only when the request holds it: a flag of the record tells.",
 };

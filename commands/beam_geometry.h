@@ -4,6 +4,7 @@
 
 #include "command.h"
 #include <protocol/records/beam_geometry.h>
+#include <protocol/settings_keys.h>
 
 namespace qx5::commands {
 
@@ -12,10 +13,11 @@ namespace beam_geometry {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
-/// Read from the stored tree to work something out, never requested or echoed here.
-inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None};
+/// Read from the stored tree to work something out, never requested or echoed here; found nowhere it is 0.
+inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None, .optional = true};
 
 inline constexpr Operand beamModeKeys[]{{keys::x5BeamModeSelection, {.source = Source::Request}},
+                                        {keys::x5BeamModes, {.source = Source::Stored, .optional = true}},
                                         {keys::x5ConstantSpacingEnabled, storedOnly}};
 inline constexpr Sending beamModeSends[]{{records::BeamMode}};
 

@@ -42,7 +42,7 @@ enum class Source : std::uint8_t
     Completed, ///< in the request and, failing that, in the stored tree
     Stored,    ///< in the stored tree alone; such a key cannot be requested here
     Branch,    ///< among the children of the branch that is the command's first operand
-    Told,      ///< nowhere: the echo tells the fallback of its own accord
+    Told,      ///< nowhere: the command tells the key of its own accord, with a form that tells all as the fallback
 };
 
 /// What the echo carries for an operand.
@@ -108,6 +108,8 @@ struct Condition
     {
     }
     constexpr Condition(char const* stated) : kind(Kind::Stated), text(stated) {}
+
+    constexpr bool IsAlways() const { return kind == Kind::Always; }
 
     Kind kind = Kind::Always;
     std::string_view text = {}; ///< what follows "when"; empty for always

@@ -14,7 +14,8 @@ namespace records = protocol::records;
 inline constexpr Operand disconnectKeys[]{{keys::x5DualHeadMode, {.source = Source::Request}}};
 inline constexpr Sending disconnectSends[]{{records::UncoupleHeads}};
 
-inline constexpr Operand integratedSystem{keys::x5SystemIDH, {.source = Source::Stored, .echo = Echo::None}};
+inline constexpr Operand integratedSystem{keys::x5SystemIDH,
+                                          {.source = Source::Stored, .echo = Echo::None, .optional = true}};
 inline constexpr Operand dualHeadMode{keys::x5DualHeadMode, {.source = Source::Request}};
 inline constexpr Operand fullRate{keys::x5FullRateDualHead, {.source = Source::Request, .optional = true}};
 inline constexpr Operand slaveAddress{keys::x5DualHeadSlaveIp, {.source = Source::Request, .optional = true}};

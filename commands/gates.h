@@ -35,7 +35,7 @@ inline constexpr Sending enableSends[]{{records::GateEnableFlags}};
 inline constexpr OperandOptions fromRequest{.source = Source::Request, .echo = Echo::None, .optional = true};
 inline constexpr Operand pipeRouteKeys[]{
     {keys::x5LorqGating, {.source = Source::Request, .echo = Echo::None}},
-    {keys::x5LorqPipeRoutePoint, fromRequest},
+    {keys::x5LorqPipeRoutePoint, {.source = Source::Branch, .echo = Echo::None, .optional = true}},
     {keys::x5LorqPipeRoutePipeNumber, fromRequest},
     {keys::x5LorqDetDiameter, fromRequest},
     {keys::x5LorqDetBeamX, fromRequest},

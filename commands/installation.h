@@ -11,8 +11,8 @@ namespace installation {
 namespace keys = protocol::keys;
 namespace records = protocol::records;
 
-/// Inside of a bracket of the request or, failing that, of the stored one; it triggers nothing by itself.
-inline constexpr OperandOptions withinBracket{.source = Source::Branch, .triggers = false};
+/// Inside of a bracket of the request or, failing that, of the stored one; found nowhere it is 0.
+inline constexpr OperandOptions withinBracket{.source = Source::Branch, .optional = true};
 /// Read from the stored tree, never requested or echoed here.
 inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None, .optional = true};
 

@@ -57,7 +57,7 @@ inline constexpr Sending correctionsSends[]{{records::PositioningCorrections, Po
 inline constexpr Operand ntripKeys[]{
     {keys::OstDgnssInsNtripServer, optional},        {keys::OstDgnssInsNtripUsername, optional},
     {keys::OstDgnssInsNtripPassword, optional},      {keys::OstDgnssInsNtripMountPoint, optional},
-    {keys::OstDgnssInsNtripVersion, optionalNumber}, {keys::OstDgnssInsNtripCga, optionalNumber},
+    {keys::OstDgnssInsNtripVersion, optionalNumber}, {keys::OstDgnssInsNtripCga, fromRequest},
     {keys::OstDgnssInsNtripPort, optionalNumber},    {keys::OstDgnssInsNtripDisabled, optional},
 };
 inline constexpr Sending ntripSends[]{{records::PositioningNtrip, PositioningUnit}};

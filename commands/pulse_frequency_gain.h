@@ -3,6 +3,7 @@
 
 #include "command.h"
 #include <protocol/records/pulse_frequency_gain.h>
+#include <protocol/settings_keys.h>
 
 namespace qx5::commands {
 
@@ -13,9 +14,13 @@ namespace records = protocol::records;
 
 /// Read from the stored tree to work something out, never requested or echoed here.
 inline constexpr OperandOptions storedOnly{.source = Source::Stored, .echo = Echo::None};
+/// The same where the command goes on without it.
+inline constexpr OperandOptions storedIfThere{.source = Source::Stored, .echo = Echo::None, .optional = true};
+/// Told as it is stored, if it is.
+inline constexpr OperandOptions storedAndTold{.source = Source::Stored, .optional = true};
 
 inline constexpr Operand pulseTypeKeys[]{{keys::x5PulseType, {.source = Source::Request}}};
-inline constexpr Sending pulseTypeSends[]{{records::PulseType}};
+inline constexpr Sending pulseTypeSends[]{{records::PulseType, OwnSonar, "the value is a whole number"}};
 inline constexpr FollowUp pulseTypeAsks[]{{7503}};
 
 inline constexpr Operand pulseCharacteristicsKeys[]{keys::PulseCharacteristicsMode, keys::PulseControl,
@@ -27,9 +32,10 @@ inline constexpr Sending centerFrequencySends[]{{records::CenterFrequency}};
 
 inline constexpr Operand sweepKeys[]{{keys::x5FMSweep, {.source = Source::Completed}},
                                      {keys::x5FMSweepNegative, {.source = Source::Completed}},
-                                     {keys::DeviceEnum, storedOnly},
-                                     {keys::x5PingSettingsList, storedOnly},
+                                     {keys::DeviceEnum, storedIfThere},
+                                     {keys::x5PingSettingsList, {.source = Source::Stored}},
                                      {keys::x5CenterFrequency, storedOnly}};
+inline constexpr Operand const* sweepEchoes[]{&sweepKeys[3], &sweepKeys[0], &sweepKeys[1]};
 inline constexpr Sending sweepSends[]{{records::FMSweep}};
 
 inline constexpr Operand multiFrequencyKeys[]{keys::PingSequenceFrequencyStart, keys::PingSequenceFrequencyEnd,
@@ -43,17 +49,22 @@ inline constexpr Sending vernierSends[]{{records::VernierParameters}};
 
 inline constexpr Operand gainModeKeys[]{{keys::x5GainMode, {.source = Source::Completed, .optional = true}},
                                         {keys::x5GainStageSelection, {.source = Source::Completed, .optional = true}},
-                                        {keys::x5Gain, storedOnly},
-                                        {keys::x5GainAlt, storedOnly}};
+                                        {keys::x5Gain, storedAndTold},
+                                        {keys::x5GainAlt, storedAndTold}};
 inline constexpr Sending gainModeSends[]{{records::GainMode}};
 
 inline constexpr Operand sourceLevelModeKeys[]{keys::x5SourceLevelMode};
 inline constexpr Sending sourceLevelModeSends[]{{records::SourceLevelMode}};
 
 inline constexpr Operand sampleRateKeys[]{{keys::x5SampleRateSelection, {.source = Source::Request}},
-                                          {keys::x5SonarSettings, storedOnly},
-                                          {keys::x5SampleRateSet, storedOnly},
-                                          {keys::x5IQRate, storedOnly}};
+                                          {keys::DeviceEnum, storedIfThere},
+                                          {keys::x5SonarSettings, storedIfThere},
+                                          {keys::x5SampleRateSet, storedIfThere},
+                                          {keys::x5IQRate, storedIfThere},
+                                          {keys::x5BeamModes, storedAndTold},
+                                          {keys::x5PulseType, storedIfThere},
+                                          {keys::x5PulseLengthSet, storedIfThere},
+                                          {keys::x5PulseLengthValues, storedAndTold}};
 inline constexpr Sending sampleRateSends[]{{records::SampleRate}};
 
 inline constexpr Operand pingSequenceKeys[]{keys::PingSequenceId};
@@ -92,6 +103,7 @@ inline constexpr Command RequestFMSweep{
     .operands = pulse_frequency_gain::sweepKeys,
     .sends = pulse_frequency_gain::sweepSends,
     .echoFlags = 0,
+    .echoes = pulse_frequency_gain::sweepEchoes,
     .note = "Strict, but completed from the stored ping settings numbered by \"DeviceEnum\" (the first when there are "
             "none of that number) and echoed under them. The record holds the stored centre frequency, which must be "
             "there, less and plus half the sweep; a negative sweep begins above.",

@@ -40,8 +40,9 @@ inline constexpr Sending pulseLengthTweakSends[]{{records::PulseLengthTweak}};
 inline constexpr Operand rangeTweakKeys[]{keys::x5RangeTweak};
 inline constexpr Sending rangeTweakSends[]{{records::RangeTweak}};
 
-inline constexpr Operand transducerUpdateKeys[]{{keys::SbesTransducerUpdateXml, fromRequest},
-                                                {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None}}};
+inline constexpr Operand transducerUpdateKeys[]{
+    {keys::SbesTransducerUpdateXml, fromRequest},
+    {keys::DeviceId, {.source = Source::Stored, .echo = Echo::None, .optional = true}}};
 inline constexpr Sending transducerUpdateSends[]{{records::FileForSonar, OwnSonarZero, {}, Addressee::StoredDevice}};
 
 inline constexpr Operand settingsUpdateKeys[]{{keys::SbesSettingsXmlChecksum, fromRequest},

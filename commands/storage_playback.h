@@ -21,8 +21,8 @@ inline constexpr Operand playbackKeys[]{keys::Kv3PlaybackDirectory, keys::Kv3Pla
 inline constexpr Sending playbackSends[]{{records::CustomPlayback}};
 
 inline constexpr OperandOptions fromRequest{.source = Source::Request};
-inline constexpr Operand commandTime{
-    keys::x5PlaybackCommandTime, {.source = Source::Request, .echo = Echo::None, .triggers = false, .optional = true}};
+inline constexpr Operand commandTime{keys::x5PlaybackCommandTime,
+                                     {.source = Source::Request, .echo = Echo::None, .optional = true}};
 inline constexpr Operand speedKeys[]{{keys::x5PlaybackSpeed, fromRequest}, commandTime};
 inline constexpr Operand positionKeys[]{{keys::x5PlaybackPosition, fromRequest}, commandTime};
 inline constexpr Operand stepForwardKeys[]{{keys::x5PlaybackStepForward, fromRequest}, commandTime};

@@ -32,7 +32,7 @@ inline constexpr Sending snippetControlSends[]{{records::SnippetControl}};
 inline constexpr Operand forwardDetectKeys[]{keys::ForwardDetectSensitivity};
 inline constexpr Sending forwardDetectSends[]{{records::ForwardDetection}};
 
-inline constexpr OperandOptions inMarker{.source = Source::Branch, .echo = Echo::None};
+inline constexpr OperandOptions inMarker{.source = Source::Branch, .echo = Echo::None, .optional = true};
 inline constexpr Operand echoMarkerKeys[]{
     {keys::EchoMarker, {.source = Source::Request, .echo = Echo::None}},
     {keys::EchoMarkerAnnotation, inMarker},

@@ -208,7 +208,7 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
         } else if (operand.options.source == Source::Branch) {
             line += fmt::format(" in the branch {}", Text(*command.operands.front().key));
         } else if (operand.options.source == Source::Told) {
-            line += " not read, told as " + DefaultText(operand);
+            line += command.form == Form::Own ? " not read, only told" : " not read, told as " + DefaultText(operand);
         } else if (operand.options.source == Source::Request && command.form != Form::Direct &&
                    command.form != Form::AllRequired) {
             line += " from the request alone";
@@ -244,7 +244,7 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
         }
         fmt::print("  sent    {} {} {}, {}, to {}{}\n", carrier, sending.record.id, sending.record.name, size,
                    TargetText(sending.target, sending.addressee),
-                   sending.when.text.empty() ? "" : fmt::format(", when {}", sending.when.text));
+                   sending.when.IsAlways() ? "" : fmt::format(", when {}", sending.when.text));
         PrintFields(sending.record.fields, marked, "          ");
         PrintFields(sending.record.itemFields, marked, "          item ");
         if (sending.record.tailKey != nullptr) {
@@ -259,7 +259,7 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
     } else {
         std::string echoed;
         auto const tell = [&](Operand const& operand) {
-            if (operand.options.echo == Echo::None || operand.options.source == Source::Stored) {
+            if (operand.options.echo == Echo::None) {
                 return;
             }
             echoed += (echoed.empty() ? "" : ", ") + Text(*operand.key);
@@ -282,7 +282,7 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
     }
     for (FollowUp const& followUp : command.followUps) {
         fmt::print("  asked   record {} of {}{}\n", followUp.recordId, TargetText(followUp.target),
-                   followUp.when.text.empty() ? "" : fmt::format(", when {}", followUp.when.text));
+                   followUp.when.IsAlways() ? "" : fmt::format(", when {}", followUp.when.text));
     }
 }
 

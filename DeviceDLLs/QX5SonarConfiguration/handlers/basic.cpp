@@ -106,7 +106,7 @@ void ControlDevice::RequestLoadFactoryParams(CAttributeMap* request)
     int deviceId = 0;
     Read(Stored(), At<keys::DeviceId>, deviceId);
     for (FollowUp const& followUp : commands::RequestLoadFactoryParams.followUps) {
-        if (followUp.when.kind == Condition::Kind::Always || deviceId == deviceWithRecord7059) {
+        if (followUp.when.IsAlways() || deviceId == deviceWithRecord7059) {
             SingleRecordRequest(followUp.recordId, followUp.target.deviceId, followUp.target.enumerator);
         }
     }
