@@ -24,8 +24,9 @@ struct Found
 
 void Require(bool holds)
 {
-    if (!holds)
+    if (!holds) {
         std::abort();
+    }
 }
 
 void Take(FrameReader& reader, std::span<unsigned char const> stream, std::vector<Found>& found)
@@ -63,8 +64,9 @@ void Read(std::span<unsigned char const> stream, std::uint8_t cut, bool doubting
     reader.Finish();
     Take(reader, stream, found);
     std::size_t good = 0;
-    for (auto const& frame : found)
+    for (auto const& frame : found) {
         good += frame.size;
+    }
     Require(good + reader.SkippedBytes() == stream.size() && reader.BufferedBytes() == 0);
     Require(reader.GoodFrames() == found.size());
 }
@@ -75,8 +77,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
 {
     static std::vector<Found> whole;
     static std::vector<Found> pieces;
-    if (size == 0)
+    if (size == 0) {
         return 0;
+    }
     std::span<unsigned char const> const stream(data + 1, size - 1);
     Read(stream, 255, false, whole);
     Read(stream, data[0], false, pieces);

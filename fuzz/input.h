@@ -29,8 +29,9 @@ public:
     std::int64_t Long()
     {
         std::uint64_t value = 0;
-        for (unsigned shift = 0; shift < 64; shift += 8)
+        for (unsigned shift = 0; shift < 64; shift += 8) {
             value |= std::uint64_t{Byte()} << shift;
+        }
         return static_cast<std::int64_t>(value);
     }
     /// At most so many.

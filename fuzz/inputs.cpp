@@ -22,16 +22,18 @@ void WriteInput(std::ostream& out, std::string const& title, std::string const& 
         constexpr char digits[] = "0123456789abcdef";
         auto const byte = static_cast<unsigned char>(bytes[at]);
         out << digits[byte >> 4U] << digits[byte & 15U];
-        if (at % lineBytes == lineBytes - 1 && at + 1 < bytes.size())
+        if (at % lineBytes == lineBytes - 1 && at + 1 < bytes.size()) {
             out << '\n';
+        }
     }
     out << '\n';
 }
 
 void Flush(std::ofstream& out, std::filesystem::path const& path)
 {
-    if (!out.flush())
+    if (!out.flush()) {
         throw std::runtime_error(path.string() + ": cannot be written");
+    }
 }
 
 void Unpack(std::filesystem::path const& folder, char** from, char** end)
@@ -54,8 +56,9 @@ void Pack(std::filesystem::path const& path, std::filesystem::path const& folder
 {
     std::vector<std::string> inputs;
     for (auto const& file : FilesOf(folder)) {
-        for (auto& bytes : ReadInputs(file))
+        for (auto& bytes : ReadInputs(file)) {
             inputs.push_back(std::move(bytes));
+        }
     }
     std::sort(inputs.begin(), inputs.end(), [](std::string const& a, std::string const& b) {
         return a.size() != b.size() ? a.size() < b.size() : a < b;
@@ -64,8 +67,9 @@ void Pack(std::filesystem::path const& path, std::filesystem::path const& folder
     std::ofstream out(path, std::ios::binary);
     out << "# " << comment << '\n';
     for (auto const& bytes : inputs) {
-        if (!bytes.empty())
+        if (!bytes.empty()) {
             WriteInput(out, std::to_string(bytes.size()) + " bytes", bytes);
+        }
     }
     Flush(out, path);
 }
@@ -75,12 +79,14 @@ void Add(std::filesystem::path const& path, std::filesystem::path const& input, 
     auto const bytes = ReadInputs(input).at(0);
     if (std::filesystem::exists(path)) {
         auto const there = ReadInputs(path);
-        if (std::find(there.begin(), there.end(), bytes) != there.end())
+        if (std::find(there.begin(), there.end(), bytes) != there.end()) {
             return;
+        }
     }
     std::ofstream out(path, std::ios::binary | std::ios::app);
-    if (out.tellp() == 0)
+    if (out.tellp() == 0) {
         out << "# Inputs that failed once; each is run by the tests.\n";
+    }
     WriteInput(out, title, bytes);
     Flush(out, path);
 }

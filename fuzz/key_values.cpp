@@ -25,15 +25,18 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         bool const known =
             name.find(':') != std::string_view::npos ||
             qx5::protocol::FindKey(qx5::protocol::DecodeUtf8(name.substr(name.rfind('/') + 1))) != nullptr;
-        if (!known && (size % 32 != 0 || lines > 0))
+        if (!known && (size % 32 != 0 || lines > 0)) {
             continue;
+        }
         CAttributeMap const before(request);
         std::string error;
         bool const added = qx5::cli::AddKeyValue(request, line, error);
-        if (added ? !error.empty() : error.empty() || error.find('\n') != std::string::npos)
+        if (added ? !error.empty() : error.empty() || error.find('\n') != std::string::npos) {
             std::abort();
-        if (added == vordal::TreesEqual(before, request))
+        }
+        if (added == vordal::TreesEqual(before, request)) {
             std::abort();
+        }
     }
     return 0;
 }

@@ -18,12 +18,14 @@ void Check(std::string const& text)
     for (char const c : text) {
         auto const byte = static_cast<unsigned char>(c);
         // U+0080 to U+009F are commands to terminals, too.
-        if ((byte < 0x20 && c != '\n') || byte == 0x7F || (before == 0xC2 && byte < 0xA0))
+        if ((byte < 0x20 && c != '\n') || byte == 0x7F || (before == 0xC2 && byte < 0xA0)) {
             std::abort();
+        }
         before = byte;
     }
-    if (!text.empty() && text.back() != '\n')
+    if (!text.empty() && text.back() != '\n') {
         std::abort();
+    }
 }
 
 } // namespace
@@ -31,13 +33,15 @@ void Check(std::string const& text)
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     using namespace qx5::protocol;
-    if (size < 2)
+    if (size < 2) {
         return 0;
+    }
     std::size_t const choice = std::size_t{data[0]} * 256 + data[1];
     std::span<unsigned char const> const bytes(data + 2, size - 2);
     if (choice == 0xFFFF) {
-        if (auto const frame = ParseFrame(bytes))
+        if (auto const frame = ParseFrame(bytes)) {
             Check(PrintFrame(*frame));
+        }
         return 0;
     }
     auto const layouts = AllLayouts();

@@ -16,8 +16,9 @@ using namespace vordal;
 
 void Require(bool holds)
 {
-    if (!holds)
+    if (!holds) {
         std::abort();
+    }
 }
 
 struct Table
@@ -58,8 +59,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     static fuzz::Rows rows(file);
     fuzz::Input input(data, size);
     rows.Run("BEGIN");
-    for (auto const& table : Tables)
+    for (auto const& table : Tables) {
         rows.Run(std::string("DELETE FROM ") + table.name);
+    }
     for (int count = 0; !input.IsEmpty() && count < 32; ++count) {
         auto const& table = Tables[input.Byte() % std::size(Tables)];
         rows.Insert(table.name, table.columns, input);

@@ -14,8 +14,10 @@ using namespace qx5::cli;
 void CheckMessage(InvalidScenario const& failure)
 {
     std::string_view const reason = failure.what();
-    if (reason.empty() || reason.find('\n') != std::string_view::npos || failure.Path().find('\n') != std::string::npos)
+    if (reason.empty() || reason.find('\n') != std::string_view::npos ||
+        failure.Path().find('\n') != std::string::npos) {
         std::abort();
+    }
 }
 
 void Read(JsonValue const& value, JsonPath const& path)
@@ -39,9 +41,11 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         return 0;
     }
     JsonPath const root;
-    if (!document.Is(JsonValue::Kind::Array))
+    if (!document.Is(JsonValue::Kind::Array)) {
         Read(document, root);
-    for (std::size_t i = 0; i < document.items.size(); ++i)
+    }
+    for (std::size_t i = 0; i < document.items.size(); ++i) {
         Read(document.items[i], JsonPath(root, i));
+    }
     return 0;
 }

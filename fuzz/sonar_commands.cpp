@@ -22,8 +22,9 @@ SonarServer& SonarAtWork()
     if (server == nullptr || ++inputs == InputsOfASonar) {
         inputs = 0;
         server = std::make_unique<SonarServer>(ServerOptions{}, [](SonarEvent const&) {});
-        if (server->Start())
+        if (server->Start()) {
             std::abort();
+        }
     }
     std::string answer;
     server->Command("behave", answer);
@@ -41,8 +42,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         auto const end = rest.find('\n');
         auto const line = rest.substr(0, end);
         rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-        if (!server.Command(line, answer) && answer.empty())
+        if (!server.Command(line, answer) && answer.empty()) {
             std::abort();
+        }
     }
     return 0;
 }

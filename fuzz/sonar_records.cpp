@@ -17,8 +17,9 @@ using namespace qx5;
 
 void Require(bool holds)
 {
-    if (!holds)
+    if (!holds) {
         std::abort();
+    }
 }
 
 /// What the sonar tells must be a tree that a host takes.
@@ -36,10 +37,12 @@ std::vector<unsigned char> NextFrame(fuzz::Input& input)
     std::size_t const choice = input.Short();
     auto const bytes = input.Take(input.Byte() < 0xF0 ? input.Byte() : input.Short());
     std::vector<unsigned char> payload(bytes.begin(), bytes.end());
-    if (choice == 0xFFFF)
+    if (choice == 0xFFFF) {
         return protocol::BuildFrame(input.Short(), protocol::OwnSonar, 0.0, payload);
-    if (choice == 0xFFFE)
+    }
+    if (choice == 0xFFFE) {
         return protocol::BuildFrame(protocol::RemoteControlRecordId, protocol::OwnSonar, 0.0, payload);
+    }
     auto const& layout = layouts[choice % layouts.size()];
     switch (layout.carrier) {
     case protocol::Carrier::PassThrough:
@@ -66,20 +69,23 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         Require(view.has_value());
         auto const understood = state.Apply(*view, now);
         if (understood.effect == simulator::Effect::AnswerRecord) {
-            if (auto const answer = state.Answer(understood.requestedRecord))
+            if (auto const answer = state.Answer(understood.requestedRecord)) {
                 CheckTree(*answer);
+            }
         }
         now += std::chrono::milliseconds(input.Byte() * 100);
         state.Advance(now);
-        if (state.HasReport())
+        if (state.HasReport()) {
             CheckTree(state.TakeReport());
+        }
         Require(state.PingRate() >= 0.0 && state.TravelTime().count() >= 0);
         Require(state.Attributes().size() <= simulator::MaximumAttributes);
         Require(state.Records().size() <= simulator::MaximumKeptRecords);
         Require(state.Units().size() <= simulator::MaximumKeptUnits);
     }
     // What a host is told upon connection takes longer than all else here.
-    if (size % 8 == 0)
+    if (size % 8 == 0) {
         CheckTree(state.Introduction());
+    }
     return 0;
 }

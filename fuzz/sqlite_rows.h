@@ -42,8 +42,9 @@ class Rows
 public:
     explicit Rows(std::filesystem::path const& file)
     {
-        if (sqlite3_open(file.c_str(), &m_database) != SQLITE_OK)
+        if (sqlite3_open(file.c_str(), &m_database) != SQLITE_OK) {
             std::abort();
+        }
         Run("PRAGMA synchronous=OFF");
     }
     Rows(Rows const&) = delete;
@@ -52,16 +53,18 @@ public:
 
     void Run(std::string const& sql)
     {
-        if (sqlite3_exec(m_database, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+        if (sqlite3_exec(m_database, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
             std::abort();
+        }
     }
 
     /// One row of a table, a value of any type in each column.
     void Insert(std::string const& table, std::string const& columns, Input& input)
     {
         std::string marks = "?";
-        for (char const c : columns)
+        for (char const c : columns) {
             marks += c == ',' ? ",?" : "";
+        }
         RunWith("INSERT INTO " + table + "(" + columns + ") VALUES(" + marks + ")", input);
     }
 
@@ -69,10 +72,12 @@ public:
     void RunWith(std::string const& sql, Input& input)
     {
         sqlite3_stmt* statement = nullptr;
-        if (sqlite3_prepare_v2(m_database, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK)
+        if (sqlite3_prepare_v2(m_database, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
             std::abort();
-        for (int i = 1; i <= sqlite3_bind_parameter_count(statement); ++i)
+        }
+        for (int i = 1; i <= sqlite3_bind_parameter_count(statement); ++i) {
             Bind(statement, i, input);
+        }
         sqlite3_step(statement);
         sqlite3_finalize(statement);
     }

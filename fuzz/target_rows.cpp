@@ -64,8 +64,9 @@ std::optional<std::vector<StoredTarget>> Read(TargetFile& file)
         return file.Read();
     } catch (TargetFileError const& error) {
         std::string const line = error.what();
-        if (line.empty() || line.find('\n') != std::string::npos)
+        if (line.empty() || line.find('\n') != std::string::npos) {
             std::abort();
+        }
         return std::nullopt;
     }
 }
@@ -109,11 +110,13 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     if (auto const targets = Read(file)) {
         file.Replace(*targets);
         auto const again = Read(file);
-        if (!again || again->size() != targets->size())
+        if (!again || again->size() != targets->size()) {
             std::abort();
+        }
         for (std::size_t i = 0; i < targets->size(); ++i) {
-            if (!Same((*targets)[i], (*again)[i]))
+            if (!Same((*targets)[i], (*again)[i])) {
                 std::abort();
+            }
         }
     }
     return 0;

@@ -25,8 +25,9 @@ constexpr int Moved = 255; // "moved"
 
 void Require(bool holds)
 {
-    if (!holds)
+    if (!holds) {
         std::abort();
+    }
 }
 
 /// 128 keys of one hash, 124 of others, a few that the program knows beforehand.
@@ -35,10 +36,12 @@ std::wstring const& KeyText(int number)
     static std::wstring const below = L"below";
     static auto const texts = [] {
         std::array<std::wstring, 256> made;
-        for (std::size_t i = 0; i < 128; ++i)
+        for (std::size_t i = 0; i < 128; ++i) {
             made[i] = vordal::test::CollidingKey(i);
-        for (std::size_t i = 128; i < 252; ++i)
+        }
+        for (std::size_t i = 128; i < 252; ++i) {
             made[i] = L"k" + std::to_wstring(i);
+        }
         made[252] = L"x5Range";
         made[253] = L"Request";
         made[254] = L"";
@@ -115,8 +118,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         case 4: {
             int const position = model.Position(number, occurrence);
             Require(tree.Remove(key, occurrence) == (position >= 0));
-            if (position >= 0)
+            if (position >= 0) {
                 model.children.erase(model.children.begin() + position);
+            }
             break;
         }
         case 5:
@@ -168,10 +172,12 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         default:
             break;
         }
-        for (auto const& subject : subjects)
+        for (auto const& subject : subjects) {
             Probe(subject, number, occurrence);
+        }
     }
-    for (auto const& subject : subjects)
+    for (auto const& subject : subjects) {
         RequireSame(subject.tree, subject.model);
+    }
     return 0;
 }

@@ -15,8 +15,9 @@ template <typename Unsigned>
 constexpr void PutUnsignedLE(std::span<unsigned char> bytes, std::size_t offset, Unsigned value)
 {
     assert(offset <= bytes.size() && sizeof(Unsigned) <= bytes.size() - offset);
-    for (std::size_t i = 0; i < sizeof(Unsigned); ++i)
+    for (std::size_t i = 0; i < sizeof(Unsigned); ++i) {
         bytes[offset + i] = static_cast<unsigned char>((value >> (8 * i)) & 0xFFU);
+    }
 }
 
 template <typename Unsigned>
@@ -24,8 +25,9 @@ constexpr Unsigned GetUnsignedLE(std::span<unsigned char const> bytes, std::size
 {
     assert(offset <= bytes.size() && sizeof(Unsigned) <= bytes.size() - offset);
     Unsigned value = 0;
-    for (std::size_t i = 0; i < sizeof(Unsigned); ++i)
+    for (std::size_t i = 0; i < sizeof(Unsigned); ++i) {
         value = static_cast<Unsigned>(value | (static_cast<Unsigned>(bytes[offset + i]) << (8 * i)));
+    }
     return value;
 }
 

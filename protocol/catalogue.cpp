@@ -15,8 +15,9 @@ using namespace catalogue;
 constexpr bool TextsDiffer()
 {
     for (std::size_t i = 1; i < SortedKeys.size(); ++i) {
-        if (SortedKeys[i - 1]->text == SortedKeys[i]->text)
+        if (SortedKeys[i - 1]->text == SortedKeys[i]->text) {
             return false;
+        }
     }
     return true;
 }
@@ -27,8 +28,9 @@ constexpr bool EveryKeyOfARecordIsListed()
     for (RecordLayout const& layout : Layouts) {
         auto const listed = [](Field const& field) { return IsListed(field.key); };
         if (!std::all_of(layout.fields.begin(), layout.fields.end(), listed) ||
-            !std::all_of(layout.itemFields.begin(), layout.itemFields.end(), listed) || !IsListed(layout.tailKey))
+            !std::all_of(layout.itemFields.begin(), layout.itemFields.end(), listed) || !IsListed(layout.tailKey)) {
             return false;
+        }
     }
     return true;
 }
@@ -42,16 +44,21 @@ RecordLayout const* BestLayout(Carrier carrier, std::uint32_t id, std::optional<
     RecordLayout const* first = nullptr;
     RecordLayout const* largest = nullptr;
     for (RecordLayout const& layout : Layouts) {
-        if (layout.carrier != carrier || layout.id != id || !isWanted(layout))
+        if (layout.carrier != carrier || layout.id != id || !isWanted(layout)) {
             continue;
-        if (first == nullptr)
+        }
+        if (first == nullptr) {
             first = &layout;
-        if (!payloadSize)
+        }
+        if (!payloadSize) {
             continue;
-        if (layout.size == *payloadSize && layout.tail == Tail::None)
+        }
+        if (layout.size == *payloadSize && layout.tail == Tail::None) {
             return &layout;
-        if (layout.size <= *payloadSize && (largest == nullptr || layout.size > largest->size))
+        }
+        if (layout.size <= *payloadSize && (largest == nullptr || layout.size > largest->size)) {
             largest = &layout;
+        }
     }
     return largest != nullptr ? largest : first;
 }
@@ -59,13 +66,15 @@ RecordLayout const* BestLayout(Carrier carrier, std::uint32_t id, std::optional<
 bool CarriesConstants(RecordLayout const& layout, std::span<unsigned char const> payload)
 {
     for (Field const& field : layout.fields) {
-        if (field.key != nullptr || field.constant == 0)
+        if (field.key != nullptr || field.constant == 0) {
             continue;
+        }
         Value const wire = UnpackField(field, payload).wire;
         auto const* const number = std::get_if<std::uint32_t>(&wire);
         auto const* const bit = std::get_if<bool>(&wire);
-        if (!(number != nullptr && *number == field.constant) && !(bit != nullptr && *bit))
+        if (!(number != nullptr && *number == field.constant) && !(bit != nullptr && *bit)) {
             return false;
+        }
     }
     return true;
 }
@@ -85,8 +94,9 @@ std::span<Key const* const> AllKeys()
 RecordLayout const* FindLayout(Carrier carrier, std::uint32_t id, std::optional<std::size_t> payloadSize)
 {
     auto const* const layout = BestLayout(carrier, id, payloadSize, [](RecordLayout const&) { return true; });
-    if (layout == nullptr && carrier == Carrier::PassThrough)
+    if (layout == nullptr && carrier == Carrier::PassThrough) {
         return FindLayout(Carrier::RemoteControl, id, payloadSize);
+    }
     return layout;
 }
 
@@ -94,10 +104,12 @@ RecordLayout const* FindLayout(Carrier carrier, std::uint32_t id, std::span<unsi
 {
     auto const* const layout = BestLayout(
         carrier, id, payload.size(), [payload](RecordLayout const& form) { return CarriesConstants(form, payload); });
-    if (layout != nullptr)
+    if (layout != nullptr) {
         return layout;
-    if (carrier == Carrier::PassThrough)
+    }
+    if (carrier == Carrier::PassThrough) {
         return FindLayout(Carrier::RemoteControl, id, payload);
+    }
     return FindLayout(carrier, id, payload.size());
 }
 

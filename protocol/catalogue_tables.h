@@ -19,8 +19,9 @@ constexpr auto Concatenate(std::array<Item, Sizes> const&... arrays)
     std::array<Item, (Sizes + ... + 0)> all{};
     std::size_t at = 0;
     auto const append = [&](auto const& items) {
-        for (auto const& item : items)
+        for (auto const& item : items) {
             all[at++] = item;
+        }
     };
     (append(arrays), ...);
     return all;
@@ -84,8 +85,9 @@ inline constexpr auto SortedKeys = [] {
 /// Halves its way through the sorted keys: compilers count the steps of a constant expression.
 constexpr bool IsListed(KeyPointer key)
 {
-    if (key == nullptr)
+    if (key == nullptr) {
         return true;
+    }
     auto const place = std::lower_bound(SortedKeys.begin(), SortedKeys.end(), key->text,
                                         [](Key const* listed, std::wstring_view text) { return listed->text < text; });
     return place != SortedKeys.end() && key == *place;

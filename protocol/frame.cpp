@@ -31,15 +31,17 @@ constexpr std::size_t FrameStartSize = 12;
 
 std::vector<unsigned char> EmptyFrame(std::size_t dataSize)
 {
-    if (dataSize > std::numeric_limits<std::uint32_t>::max() - FrameOverhead)
+    if (dataSize > std::numeric_limits<std::uint32_t>::max() - FrameOverhead) {
         throw std::length_error("a frame cannot be that long");
+    }
     return std::vector<unsigned char>(dataSize + FrameOverhead);
 }
 
 std::optional<FrameView> Fail(FrameError* out, FrameError error)
 {
-    if (out != nullptr)
+    if (out != nullptr) {
         *out = error;
+    }
     return std::nullopt;
 }
 
@@ -94,8 +96,9 @@ std::vector<unsigned char> BuildFrame(std::uint32_t recordId, Target target, dou
 std::vector<unsigned char> BuildRemoteControlRecord(std::uint32_t commandId, std::span<unsigned char const> payload,
                                                     Target target, double secondsSince1970)
 {
-    if (payload.size() > std::numeric_limits<std::uint32_t>::max() - RemoteControlOverhead)
+    if (payload.size() > std::numeric_limits<std::uint32_t>::max() - RemoteControlOverhead) {
         throw std::length_error("a remote-control record cannot be that long");
+    }
     auto frame = EmptyFrame(RemoteControlHeaderSize + payload.size());
     WriteFrameHeader(frame, static_cast<std::uint32_t>(frame.size()), RemoteControlRecordId, target, secondsSince1970);
     auto const data = std::span(frame).subspan(FrameHeaderSize);
@@ -107,17 +110,22 @@ std::vector<unsigned char> BuildRemoteControlRecord(std::uint32_t commandId, std
 
 FrameError CheckFrameStart(std::span<unsigned char const> bytes, std::uint32_t& totalSize)
 {
-    if (bytes.size() < FrameStartSize)
+    if (bytes.size() < FrameStartSize) {
         return FrameError::TooShort;
-    if (GetU16LE(bytes, at::Version) != ProtocolVersion)
+    }
+    if (GetU16LE(bytes, at::Version) != ProtocolVersion) {
         return FrameError::BadVersion;
-    if (GetU16LE(bytes, at::DataOffset) != DataSectionOffset)
+    }
+    if (GetU16LE(bytes, at::DataOffset) != DataSectionOffset) {
         return FrameError::BadOffset;
-    if (GetU32LE(bytes, at::Sync) != SyncWord)
+    }
+    if (GetU32LE(bytes, at::Sync) != SyncWord) {
         return FrameError::BadSync;
+    }
     std::uint32_t const size = GetU32LE(bytes, at::TotalSize);
-    if (size < FrameOverhead || size > MaximumFrameSize)
+    if (size < FrameOverhead || size > MaximumFrameSize) {
         return FrameError::BadSize;
+    }
     totalSize = size;
     return FrameError::None;
 }
@@ -125,13 +133,16 @@ FrameError CheckFrameStart(std::span<unsigned char const> bytes, std::uint32_t& 
 std::optional<FrameView> ParseFrame(std::span<unsigned char const> bytes, FrameError* error)
 {
     std::uint32_t totalSize = 0;
-    if (auto const start = CheckFrameStart(bytes, totalSize); start != FrameError::None)
+    if (auto const start = CheckFrameStart(bytes, totalSize); start != FrameError::None) {
         return Fail(error, start);
-    if (bytes.size() < totalSize)
+    }
+    if (bytes.size() < totalSize) {
         return Fail(error, FrameError::TooShort);
+    }
     auto const frame = bytes.first(totalSize);
-    if (GetU32LE(frame, totalSize - TrailingWordSize) != 0)
+    if (GetU32LE(frame, totalSize - TrailingWordSize) != 0) {
         return Fail(error, FrameError::BadTrailingWord);
+    }
     FrameView view;
     view.header.totalSize = totalSize;
     view.header.time = GetTimeX5LE(frame, at::Time);
@@ -141,15 +152,17 @@ std::optional<FrameView> ParseFrame(std::span<unsigned char const> bytes, FrameE
     view.header.enumerator = GetU16LE(frame, at::Enumerator);
     view.bytes = frame;
     view.data = frame.subspan(FrameHeaderSize, totalSize - FrameOverhead);
-    if (error != nullptr)
+    if (error != nullptr) {
         *error = FrameError::None;
+    }
     return view;
 }
 
 std::optional<RemoteControlView> ParseRemoteControl(FrameView const& frame)
 {
-    if (frame.header.recordId != RemoteControlRecordId || frame.data.size() < RemoteControlHeaderSize)
+    if (frame.header.recordId != RemoteControlRecordId || frame.data.size() < RemoteControlHeaderSize) {
         return std::nullopt;
+    }
     RemoteControlView view;
     view.commandId = GetU32LE(frame.data, at::CommandId);
     view.ticket = GetU32LE(frame.data, at::Ticket);

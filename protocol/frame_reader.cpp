@@ -30,12 +30,14 @@ std::size_t FindFrameStart(std::span<unsigned char const> bytes)
 {
     for (std::size_t at = 0; at < bytes.size(); ++at) {
         void const* const found = std::memchr(bytes.data() + at, FrameStart[0], bytes.size() - at);
-        if (found == nullptr)
+        if (found == nullptr) {
             return bytes.size();
+        }
         at = static_cast<std::size_t>(static_cast<unsigned char const*>(found) - bytes.data());
         std::size_t const length = std::min(FrameStart.size(), bytes.size() - at);
-        if (std::memcmp(bytes.data() + at, FrameStart.data(), length) == 0)
+        if (std::memcmp(bytes.data() + at, FrameStart.data(), length) == 0) {
             return at;
+        }
     }
     return bytes.size();
 }
@@ -72,16 +74,19 @@ std::optional<std::size_t> FrameReader::FindCandidate()
         Skip(FindFrameStart(Unread()));
         auto const unread = Unread();
         if (unread.size() < SizeEnd) {
-            if (!m_finished)
+            if (!m_finished) {
                 return std::nullopt;
-            if (unread.empty())
+            }
+            if (unread.empty()) {
                 return std::nullopt;
+            }
             Skip(1);
             continue;
         }
         std::uint32_t totalSize = 0;
-        if (CheckFrameStart(unread, totalSize) == FrameError::None && totalSize <= m_maximumFrameSize)
+        if (CheckFrameStart(unread, totalSize) == FrameError::None && totalSize <= m_maximumFrameSize) {
             return totalSize;
+        }
         Skip(1);
     }
 }
@@ -96,11 +101,13 @@ void FrameReader::CollectClaims()
         auto at = static_cast<std::size_t>(m_searched - m_position);
         at += FindFrameStart(unread.subspan(at));
         m_searched = m_position + at;
-        if (unread.size() - at < SizeEnd)
+        if (unread.size() - at < SizeEnd) {
             return;
+        }
         std::uint32_t totalSize = 0;
-        if (CheckFrameStart(unread.subspan(at), totalSize) == FrameError::None && totalSize <= m_maximumFrameSize)
+        if (CheckFrameStart(unread.subspan(at), totalSize) == FrameError::None && totalSize <= m_maximumFrameSize) {
             m_claims.push_back({m_searched, m_searched + totalSize});
+        }
         ++m_searched;
     }
 }
@@ -124,8 +131,9 @@ std::optional<std::size_t> FrameReader::FindInside()
             }
         }
         // With room for more claims the search may go on.
-        if (before < MaximumClaims || m_claims.size() == before)
+        if (before < MaximumClaims || m_claims.size() == before) {
             return std::nullopt;
+        }
     }
 }
 
@@ -139,8 +147,9 @@ void FrameReader::Feed(std::span<unsigned char const> bytes)
         m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_begin));
         m_begin = 0;
         // What came with the end of a large frame must not keep its memory.
-        if (m_bytes.capacity() > KeptBytes && m_bytes.size() < m_bytes.capacity() / 4)
+        if (m_bytes.capacity() > KeptBytes && m_bytes.size() < m_bytes.capacity() / 4) {
             m_bytes.shrink_to_fit();
+        }
     }
     m_finished = false;
     m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
@@ -157,8 +166,9 @@ std::optional<FrameView> FrameReader::Next()
         if (Unread().size() < *totalSize) {
             if (!m_finished) {
                 auto const inside = m_doubted ? FindInside() : std::nullopt;
-                if (!inside)
+                if (!inside) {
                     return std::nullopt;
+                }
                 ++m_damagedFrames;
                 Skip(*inside);
                 continue;

@@ -44,16 +44,18 @@ public:
     /// False when the count does not fit its word.
     bool Count(std::size_t count)
     {
-        if (count > std::numeric_limits<std::uint32_t>::max())
+        if (count > std::numeric_limits<std::uint32_t>::max()) {
             return false;
+        }
         U32(static_cast<std::uint32_t>(count));
         return true;
     }
     bool Text(std::wstring_view text)
     {
         std::size_t const length = Utf8Length(text);
-        if (!Count(length))
+        if (!Count(length)) {
             return false;
+        }
         EncodeUtf8Into(text, Grow(length));
         return true;
     }
@@ -91,20 +93,26 @@ private:
 
     bool List(std::span<TreeNode const> nodes, std::size_t depth)
     {
-        if (!nodes.empty() && depth > MaximumTreeDepth)
+        if (!nodes.empty() && depth > MaximumTreeDepth) {
             return Fail("the tree is deeper than " + std::to_string(MaximumTreeDepth) + " levels");
-        if (nodes.size() > MaximumTreeNodes - m_nodes)
+        }
+        if (nodes.size() > MaximumTreeNodes - m_nodes) {
             return Fail("the tree has more than " + std::to_string(MaximumTreeNodes) + " nodes");
+        }
         m_nodes += nodes.size();
-        if (!m_writer.Count(nodes.size()))
+        if (!m_writer.Count(nodes.size())) {
             return Fail("a list is too long");
+        }
         for (TreeNode const& node : nodes) {
-            if (!m_writer.Text(node.key) || !Put(node.value))
+            if (!m_writer.Text(node.key) || !Put(node.value)) {
                 return Fail("a text or list is too long");
-            if (m_writer.Size() > MaximumTreeSize)
+            }
+            if (m_writer.Size() > MaximumTreeSize) {
                 return Fail("the tree does not fit a frame");
-            if (!List(node.children, depth + 1))
+            }
+            if (!List(node.children, depth + 1)) {
                 return false;
+            }
         }
         return true;
     }
@@ -163,26 +171,31 @@ private:
     bool Put(std::vector<std::int32_t> const& values)
     {
         m_writer.Tag(ValueTag::Ints);
-        if (!m_writer.Count(values.size()))
+        if (!m_writer.Count(values.size())) {
             return false;
-        for (std::int32_t const value : values)
+        }
+        for (std::int32_t const value : values) {
             m_writer.I32(value);
+        }
         return true;
     }
     bool Put(std::vector<double> const& values)
     {
         m_writer.Tag(ValueTag::Doubles);
-        if (!m_writer.Count(values.size()))
+        if (!m_writer.Count(values.size())) {
             return false;
-        for (double const value : values)
+        }
+        for (double const value : values) {
             m_writer.F64(value);
+        }
         return true;
     }
     bool Put(std::array<double, 3> const& axes)
     {
         m_writer.Tag(ValueTag::Offset);
-        for (double const axis : axes)
+        for (double const axis : axes) {
             m_writer.F64(axis);
+        }
         return true;
     }
 
@@ -222,24 +235,27 @@ private:
 
     bool U8(std::uint8_t& value)
     {
-        if (!Need(1))
+        if (!Need(1)) {
             return false;
+        }
         value = GetU8(m_bytes, m_at);
         m_at += 1;
         return true;
     }
     bool U32(std::uint32_t& value)
     {
-        if (!Need(4))
+        if (!Need(4)) {
             return false;
+        }
         value = GetU32LE(m_bytes, m_at);
         m_at += 4;
         return true;
     }
     bool F64(double& value)
     {
-        if (!Need(8))
+        if (!Need(8)) {
             return false;
+        }
         value = GetF64LE(m_bytes, m_at);
         m_at += 8;
         return true;
@@ -249,16 +265,18 @@ private:
     bool Count(std::size_t& count, std::size_t width)
     {
         std::uint32_t value = 0;
-        if (!U32(value))
+        if (!U32(value)) {
             return false;
+        }
         count = value;
         return HoldCount(Left(), count, width) || Fail("a count that the bytes cannot hold");
     }
     bool Text(std::wstring& text)
     {
         std::size_t length = 0;
-        if (!Count(length, 1))
+        if (!Count(length, 1)) {
             return false;
+        }
         text = DecodeUtf8(m_bytes.subspan(m_at, length));
         m_at += length;
         return true;
@@ -268,17 +286,21 @@ private:
     {
         constexpr std::size_t leastNode = 4 + 1 + 4; // empty key, no value, no children
         std::size_t count = 0;
-        if (!Count(count, leastNode))
+        if (!Count(count, leastNode)) {
             return false;
-        if (count > 0 && depth > MaximumTreeDepth)
+        }
+        if (count > 0 && depth > MaximumTreeDepth) {
             return Fail("the tree is too deep");
-        if (count > MaximumTreeNodes - m_nodes)
+        }
+        if (count > MaximumTreeNodes - m_nodes) {
             return Fail("the tree has too many nodes");
+        }
         m_nodes += count;
         nodes.resize(count);
         for (TreeNode& node : nodes) {
-            if (!Text(node.key) || !Get(node.value) || !List(node.children, depth + 1))
+            if (!Text(node.key) || !Get(node.value) || !List(node.children, depth + 1)) {
                 return false;
+            }
         }
         return true;
     }
@@ -286,60 +308,69 @@ private:
     bool Get(Value& value)
     {
         std::uint8_t tag = 0;
-        if (!U8(tag))
+        if (!U8(tag)) {
             return false;
+        }
         switch (static_cast<ValueTag>(tag)) {
         case ValueTag::None:
             value = std::monostate{};
             return true;
         case ValueTag::Int: {
             std::uint32_t bits = 0;
-            if (!U32(bits))
+            if (!U32(bits)) {
                 return false;
+            }
             value = static_cast<std::int32_t>(bits);
             return true;
         }
         case ValueTag::UInt: {
             std::uint32_t number = 0;
-            if (!U32(number))
+            if (!U32(number)) {
                 return false;
+            }
             value = number;
             return true;
         }
         case ValueTag::Bool: {
             std::uint8_t flag = 0;
-            if (!U8(flag))
+            if (!U8(flag)) {
                 return false;
-            if (flag > 1)
+            }
+            if (flag > 1) {
                 return Fail("a bool that is neither 0 nor 1");
+            }
             value = flag == 1;
             return true;
         }
         case ValueTag::Double: {
             double real = 0.0;
-            if (!F64(real))
+            if (!F64(real)) {
                 return false;
+            }
             value = real;
             return true;
         }
         case ValueTag::Pair: {
             std::pair<double, double> pair;
-            if (!F64(pair.first) || !F64(pair.second))
+            if (!F64(pair.first) || !F64(pair.second)) {
                 return false;
+            }
             value = pair;
             return true;
         }
         case ValueTag::Text: {
             std::wstring text;
-            if (!Text(text))
+            if (!Text(text)) {
                 return false;
+            }
             value = std::move(text);
             return true;
         }
         case ValueTag::Ints: {
             std::size_t count = 0;
-            if (!Count(count, 4))
+            if (!Count(count, 4)) {
                 return false;
+            }
             std::vector<std::int32_t> numbers(count);
             for (std::int32_t& number : numbers) {
                 number = GetI32LE(m_bytes, m_at);
@@ -350,8 +381,9 @@ private:
         }
         case ValueTag::Doubles: {
             std::size_t count = 0;
-            if (!Count(count, 8))
+            if (!Count(count, 8)) {
                 return false;
+            }
             std::vector<double> numbers(count);
             for (double& number : numbers) {
                 number = GetF64LE(m_bytes, m_at);
@@ -363,15 +395,17 @@ private:
         case ValueTag::Offset: {
             std::array<double, 3> axes{};
             for (double& axis : axes) {
-                if (!F64(axis))
+                if (!F64(axis)) {
                     return false;
+                }
             }
             value = axes;
             return true;
         }
         case ValueTag::Int64: {
-            if (!Need(8))
+            if (!Need(8)) {
                 return false;
+            }
             value = static_cast<std::int64_t>(GetU64LE(m_bytes, m_at));
             m_at += 8;
             return true;
@@ -397,16 +431,18 @@ std::vector<unsigned char> EncodeRecordRequest(std::uint32_t recordId)
 
 std::optional<std::uint32_t> DecodeRecordRequest(std::span<unsigned char const> payload)
 {
-    if (payload.size() != records::RecordRequest.Size())
+    if (payload.size() != records::RecordRequest.Size()) {
         return std::nullopt;
+    }
     return GetU32LE(payload, 0);
 }
 
 std::vector<unsigned char> EncodePassThrough(PassThrough const& command)
 {
     std::size_t const head = records::PassThroughCommand.Size();
-    if (command.payload.size() > MaximumFrameSize - RemoteControlOverhead - head)
+    if (command.payload.size() > MaximumFrameSize - RemoteControlOverhead - head) {
         throw std::length_error("a pass-through command cannot be that long");
+    }
     std::vector<unsigned char> payload(head + command.payload.size());
     PutI32LE(payload, 0, command.target.deviceId);
     PutU16LE(payload, 4, Low16Bits(command.target.enumerator));
@@ -419,8 +455,9 @@ std::vector<unsigned char> EncodePassThrough(PassThrough const& command)
 std::optional<PassThrough> DecodePassThrough(std::span<unsigned char const> payload)
 {
     std::size_t const head = records::PassThroughCommand.Size();
-    if (payload.size() < head || GetU32LE(payload, 12) != payload.size() - head)
+    if (payload.size() < head || GetU32LE(payload, 12) != payload.size() - head) {
         return std::nullopt;
+    }
     PassThrough command;
     command.target.deviceId = GetI32LE(payload, 0);
     command.target.enumerator = static_cast<std::int16_t>(GetU16LE(payload, 4));
@@ -440,12 +477,14 @@ std::vector<unsigned char> EncodePlayback(Playback const& playback)
 
 std::optional<Playback> DecodePlayback(std::span<unsigned char const> payload)
 {
-    if (payload.size() != records::PlaybackCommand.Size())
+    if (payload.size() != records::PlaybackCommand.Size()) {
         return std::nullopt;
+    }
     std::uint32_t const operation = GetU32LE(payload, 0);
     if (operation < static_cast<std::uint32_t>(PlaybackOperation::SetSpeed) ||
-        operation > static_cast<std::uint32_t>(PlaybackOperation::SetLoop))
+        operation > static_cast<std::uint32_t>(PlaybackOperation::SetLoop)) {
         return std::nullopt;
+    }
     return Playback{static_cast<PlaybackOperation>(operation), GetF64LE(payload, 4), GetF64LE(payload, 12)};
 }
 

@@ -32,8 +32,9 @@ public:
             m_doubtDue.reset();
             return;
         }
-        if (!m_due || reader.Position() != m_position)
+        if (!m_due || reader.Position() != m_position) {
             m_doubtDue = now + m_share;
+        }
         m_position = reader.Position();
         m_due = now + m_limit;
     }
@@ -48,8 +49,9 @@ public:
     /// Frames were taken without further bytes, after a doubt: what is unfinished now may be another frame.
     void Taken(FrameReader const& reader, Time now)
     {
-        if (reader.BufferedBytes() == 0 || reader.Position() != m_position)
+        if (reader.BufferedBytes() == 0 || reader.Position() != m_position) {
             Heard(reader, now);
+        }
     }
 
     /// When an unfinished frame is doubted or given up; nothing while there is none.
@@ -58,8 +60,9 @@ public:
     /// True when the share has passed, once for each frame: Next may give frames from now on.
     bool Doubt(FrameReader& reader, Time now)
     {
-        if (!m_doubtDue || now < *m_doubtDue)
+        if (!m_doubtDue || now < *m_doubtDue) {
             return false;
+        }
         m_doubtDue.reset();
         reader.DoubtUnfinished();
         return true;
@@ -68,8 +71,9 @@ public:
     /// True when the limit has passed: the unfinished frame counts as damaged then, and Next gives the frames inside.
     bool Expire(FrameReader& reader, Time now)
     {
-        if (!m_due || now < *m_due)
+        if (!m_due || now < *m_due) {
             return false;
+        }
         m_due.reset();
         m_doubtDue.reset();
         reader.Finish();

@@ -12,12 +12,15 @@ static_assert(std::numeric_limits<float>::is_iec559 && std::numeric_limits<doubl
 /// Toward zero; what lies outside the 32-bit range becomes its nearer end, NaN becomes 0.
 constexpr std::int32_t TruncateToInt32(double value)
 {
-    if (value != value)
+    if (value != value) {
         return 0;
-    if (value >= 2147483647.0)
+    }
+    if (value >= 2147483647.0) {
         return std::numeric_limits<std::int32_t>::max();
-    if (value <= -2147483648.0)
+    }
+    if (value <= -2147483648.0) {
         return std::numeric_limits<std::int32_t>::min();
+    }
     return static_cast<std::int32_t>(value);
 }
 
@@ -28,12 +31,15 @@ constexpr float NarrowToFloat(double value)
     constexpr double greatest = std::numeric_limits<float>::max();
     constexpr double roundsToInfinity = 0x1.ffffffp127; // half a step above the greatest float
     constexpr float infinity = std::numeric_limits<float>::infinity();
-    if (value != value)
+    if (value != value) {
         return std::bit_cast<float>(std::uint32_t{0x7FC00000});
-    if (value > greatest)
+    }
+    if (value > greatest) {
         return value < roundsToInfinity ? std::numeric_limits<float>::max() : infinity;
-    if (value < -greatest)
+    }
+    if (value < -greatest) {
         return value > -roundsToInfinity ? std::numeric_limits<float>::lowest() : -infinity;
+    }
     return static_cast<float>(value);
 }
 

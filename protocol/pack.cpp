@@ -67,8 +67,9 @@ bool PutReal(Field const& field, double value, std::span<unsigned char> payload)
 /// `bits` are the value's two's complement, `real` its value.
 bool PackInteger(Field const& field, std::uint64_t wideBits, double real, std::span<unsigned char> payload)
 {
-    if (!Holds(field, payload))
+    if (!Holds(field, payload)) {
         return false;
+    }
     auto bits = static_cast<std::uint32_t>(wideBits); // no wire form is wider than that
     switch (field.convert) {
     case Convert::TimesTwenty:
@@ -97,14 +98,16 @@ bool PackInteger(Field const& field, std::uint64_t wideBits, double real, std::s
         bool const set = field.convert == Convert::SetWhenZero  ? wideBits == 0
                          : field.convert == Convert::SetWhenOne ? wideBits == 1
                                                                 : wideBits != 0;
-        if (field.extent >= 8 * WidthOf(field))
+        if (field.extent >= 8 * WidthOf(field)) {
             return false;
+        }
         PutBit(payload, field.offset, field.extent, set);
         return true;
     }
     case Wire::BitsOfU32:
-        if (field.extent >= 32)
+        if (field.extent >= 32) {
             return false;
+        }
         PutU32LE(payload, field.offset, GetU32LE(payload, field.offset) | (bits << field.extent));
         return true;
     case Wire::F32:
@@ -126,8 +129,9 @@ bool PackInteger(Field const& field, std::uint64_t wideBits, double real, std::s
 /// The bytes of a text field that the text itself may take; empty when there is no such field.
 std::span<unsigned char> TextBytes(Field const& field, std::span<unsigned char> payload)
 {
-    if ((field.wire != Wire::Text && field.wire != Wire::Bytes) || field.extent == 0 || !Holds(field, payload))
+    if ((field.wire != Wire::Text && field.wire != Wire::Bytes) || field.extent == 0 || !Holds(field, payload)) {
         return {};
+    }
     auto const bytes = payload.subspan(field.offset, field.extent);
     std::fill(bytes.begin(), bytes.end(), static_cast<unsigned char>(0));
     return bytes;
@@ -158,8 +162,9 @@ bool PackField(Field const& field, std::int64_t value, std::span<unsigned char> 
 bool PackField(Field const& field, double value, std::span<unsigned char> payload)
 {
     if (field.wire == Wire::F32 || field.wire == Wire::F64 || field.wire == Wire::TimeX5) {
-        if (!Holds(field, payload))
+        if (!Holds(field, payload)) {
             return false;
+        }
         if (field.convert == Convert::FifthOfFloat) {
             PutF32LE(payload, field.offset, NarrowToFloat(value) / 5.0F);
             return true;
@@ -172,8 +177,9 @@ bool PackField(Field const& field, double value, std::span<unsigned char> payloa
 bool PackField(Field const& field, std::wstring_view text, std::span<unsigned char> payload)
 {
     auto const bytes = TextBytes(field, payload);
-    if (bytes.empty())
+    if (bytes.empty()) {
         return false;
+    }
     EncodeUtf8Into(text, bytes.first(UsableLength(field)));
     return true;
 }
@@ -181,43 +187,54 @@ bool PackField(Field const& field, std::wstring_view text, std::span<unsigned ch
 bool PackField(Field const& field, std::string_view utf8, std::span<unsigned char> payload)
 {
     auto const bytes = TextBytes(field, payload);
-    if (bytes.empty())
+    if (bytes.empty()) {
         return false;
+    }
     std::size_t const length = std::min(utf8.size(), UsableLength(field));
-    for (std::size_t i = 0; i < length; ++i)
+    for (std::size_t i = 0; i < length; ++i) {
         bytes[i] = static_cast<unsigned char>(utf8[i]);
+    }
     return true;
 }
 
 bool PackField(Field const& field, Value const& value, std::span<unsigned char> payload)
 {
-    if (auto const* integer = std::get_if<std::int32_t>(&value))
+    if (auto const* integer = std::get_if<std::int32_t>(&value)) {
         return PackField(field, *integer, payload);
-    if (auto const* number = std::get_if<std::uint32_t>(&value))
+    }
+    if (auto const* number = std::get_if<std::uint32_t>(&value)) {
         return PackField(field, *number, payload);
-    if (auto const* wide = std::get_if<std::int64_t>(&value))
+    }
+    if (auto const* wide = std::get_if<std::int64_t>(&value)) {
         return PackField(field, *wide, payload);
-    if (auto const* flag = std::get_if<bool>(&value))
+    }
+    if (auto const* flag = std::get_if<bool>(&value)) {
         return PackField(field, *flag, payload);
-    if (auto const* real = std::get_if<double>(&value))
+    }
+    if (auto const* real = std::get_if<double>(&value)) {
         return PackField(field, *real, payload);
-    if (auto const* text = std::get_if<std::wstring>(&value))
+    }
+    if (auto const* text = std::get_if<std::wstring>(&value)) {
         return PackField(field, std::wstring_view(*text), payload);
+    }
     if (auto const* pair = std::get_if<std::pair<double, double>>(&value)) {
-        if (field.part > 1)
+        if (field.part > 1) {
             return false;
+        }
         return PackField(field, field.part == 0 ? pair->first : pair->second, payload);
     }
-    if (auto const* axes = std::get_if<std::array<double, 3>>(&value))
+    if (auto const* axes = std::get_if<std::array<double, 3>>(&value)) {
         return field.part < axes->size() && PackField(field, (*axes)[field.part], payload);
+    }
     return false;
 }
 
 void PackConstants(std::span<Field const> fields, std::span<unsigned char> payload)
 {
     for (Field const& field : fields) {
-        if (field.key == nullptr && field.constant != 0)
+        if (field.key == nullptr && field.constant != 0) {
             PackField(field, field.constant, payload);
+        }
     }
 }
 

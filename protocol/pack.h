@@ -22,11 +22,13 @@ public:
 
     explicit Payload(std::size_t size) : m_size(size)
     {
-        if (size > InlineSize)
+        if (size > InlineSize) {
             m_heap.resize(size);
-        else
-            for (std::size_t i = 0; i < size; ++i)
+        } else {
+            for (std::size_t i = 0; i < size; ++i) {
                 m_inline[i] = 0;
+            }
+        }
     }
 
     std::span<unsigned char> Bytes() { return {m_size > InlineSize ? m_heap.data() : m_inline.data(), m_size}; }

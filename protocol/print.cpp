@@ -24,8 +24,9 @@ constexpr std::size_t MostLines = 10000;
 template <typename Number>
 std::string ShortestText(Number value)
 {
-    if (std::isnan(value))
+    if (std::isnan(value)) {
         return "nan";
+    }
     std::array<char, 64> text;
     auto const result = std::to_chars(text.data(), text.data() + text.size(), value);
     return std::string(text.data(), result.ptr);
@@ -34,8 +35,9 @@ std::string ShortestText(Number value)
 std::string Hex(std::uint64_t value, int digits)
 {
     std::string text(static_cast<std::size_t>(digits), '0');
-    for (auto digit = text.rbegin(); digit != text.rend(); ++digit, value >>= 4)
+    for (auto digit = text.rbegin(); digit != text.rend(); ++digit, value >>= 4) {
         *digit = "0123456789abcdef"[value & 0xFU];
+    }
     return text;
 }
 
@@ -45,12 +47,13 @@ std::string Escaped(std::wstring_view text)
     std::string escaped;
     for (std::size_t at = 0; at < text.size();) {
         auto const codePoint = NextCodePoint(text, at);
-        if (codePoint == '"' || codePoint == '\\')
+        if (codePoint == '"' || codePoint == '\\') {
             (escaped += '\\') += static_cast<char>(codePoint);
-        else if (codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0))
+        } else if (codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0)) {
             (escaped += "\\x") += Hex(codePoint, 2);
-        else
+        } else {
             AppendUtf8(escaped, codePoint);
+        }
     }
     return escaped;
 }
@@ -65,16 +68,18 @@ std::string Bracketed(Numbers const& numbers)
 {
     std::string text = "[";
     for (std::size_t i = 0; i < numbers.size(); ++i) {
-        if (i > 0)
+        if (i > 0) {
             text += ", ";
+        }
         if (i == MostItems) {
             text += "and " + std::to_string(numbers.size() - i) + " more";
             break;
         }
-        if constexpr (std::is_floating_point_v<typename Numbers::value_type>)
+        if constexpr (std::is_floating_point_v<typename Numbers::value_type>) {
             text += NumberText(numbers[i]);
-        else
+        } else {
             text += std::to_string(numbers[i]);
+        }
     }
     return text += "]";
 }
@@ -86,8 +91,9 @@ std::string Narrow(std::wstring_view text)
 
 std::string WithUnit(std::string text, Unit unit)
 {
-    if (unit != Unit::None)
+    if (unit != Unit::None) {
         (text += ' ') += UnitText(unit);
+    }
     return text;
 }
 
@@ -98,16 +104,18 @@ std::string WireValueText(FieldValue const& value)
         auto const* const seconds = std::get_if<double>(&value.wire);
         return seconds != nullptr ? TimeText(ToTimeX5(*seconds)) : "no time";
     }
-    if (auto const* real = std::get_if<double>(&value.wire); real != nullptr && value.field->wire == Wire::F32)
+    if (auto const* real = std::get_if<double>(&value.wire); real != nullptr && value.field->wire == Wire::F32) {
         return NumberText(NarrowToFloat(*real));
+    }
     return ValueText(value.wire);
 }
 
 /// The attribute's value; what came from a float is told to a float's precision, so that 10 degrees read "10".
 std::string AttributeText(FieldValue const& value)
 {
-    if (auto const* real = std::get_if<double>(&value.attribute); real != nullptr && value.field->wire == Wire::F32)
+    if (auto const* real = std::get_if<double>(&value.attribute); real != nullptr && value.field->wire == Wire::F32) {
         return NumberText(NarrowToFloat(*real));
+    }
     return ValueText(value.attribute);
 }
 
@@ -115,10 +123,11 @@ std::string Place(Field const& field)
 {
     std::string place = "@" + std::to_string(field.offset);
     bool const bit = field.wire == Wire::BitOfU16 || field.wire == Wire::BitOfU32 || field.wire == Wire::BitOfU64;
-    if (bit)
+    if (bit) {
         place += "." + std::to_string(field.extent);
-    else if (field.wire == Wire::BitsOfU32)
+    } else if (field.wire == Wire::BitsOfU32) {
         place += "." + std::to_string(field.extent) + "-" + std::to_string(field.extent + field.bitCount - 1);
+    }
     place.resize(std::max<std::size_t>(place.size(), 3), ' ');
     std::string wire(WireText(field.wire));
     wire.resize(std::max<std::size_t>(wire.size(), 4), ' ');
@@ -127,11 +136,13 @@ std::string Place(Field const& field)
 
 std::string FieldName(Field const& field)
 {
-    if (field.key == nullptr)
+    if (field.key == nullptr) {
         return field.name.empty() ? "constant" : std::string(field.name);
+    }
     std::string name = Narrow(field.key->text);
-    if (field.key->kind == Kind::Pair || field.key->kind == Kind::Offset)
+    if (field.key->kind == Kind::Pair || field.key->kind == Kind::Offset) {
         name += "[" + std::to_string(field.part) + "]";
+    }
     return name;
 }
 
@@ -139,23 +150,28 @@ std::string FieldLine(FieldValue const& value)
 {
     Field const& field = *value.field;
     std::string line = Place(field) + " " + FieldName(field) + " = ";
-    if (field.key == nullptr)
+    if (field.key == nullptr) {
         return line + WithUnit(WireValueText(value), WireUnit(field));
-    if (field.convert == Convert::Computed)
+    }
+    if (field.convert == Convert::Computed) {
         return line + "(wire " + WithUnit(WireValueText(value), WireUnit(field)) + ")";
-    if (field.wire == Wire::TimeX5)
+    }
+    if (field.wire == Wire::TimeX5) {
         return line + WireValueText(value);
+    }
     line += WithUnit(AttributeText(value), field.key->unit);
-    if (field.convert != Convert::None)
+    if (field.convert != Convert::None) {
         line += "  (wire " + WithUnit(WireValueText(value), WireUnit(field)) + ")";
+    }
     return line;
 }
 
 std::string PrintFields(std::span<FieldValue const> fields, std::string_view indent)
 {
     std::string text;
-    for (FieldValue const& field : fields)
+    for (FieldValue const& field : fields) {
         ((text += indent) += FieldLine(field)) += '\n';
+    }
     return text;
 }
 
@@ -163,8 +179,9 @@ std::string PrintTail(RecordLayout const& layout, UnpackedRecord const& record, 
 {
     std::string const inner = std::string(indent) + "  ";
     std::string name(layout.tailName);
-    if (layout.tailKey != nullptr)
+    if (layout.tailKey != nullptr) {
         name = Narrow(layout.tailKey->text);
+    }
     std::string const place = std::string(indent) + "@" + std::to_string(layout.size) + " ";
     std::string text;
     switch (layout.tail) {
@@ -185,10 +202,11 @@ std::string PrintTail(RecordLayout const& layout, UnpackedRecord const& record, 
     case Tail::U16List: {
         std::string numbers;
         auto const* const words = std::get_if<std::vector<std::int32_t>>(&record.tail);
-        if (words != nullptr && layout.tail == Tail::U32List)
+        if (words != nullptr && layout.tail == Tail::U32List) {
             numbers = Bracketed(std::vector<std::uint32_t>(words->begin(), words->end()));
-        else
+        } else {
             numbers = ValueText(record.tail);
+        }
         text += place + (name.empty() ? "list" : name) + " = " + numbers + "\n";
         break;
     }
@@ -208,8 +226,9 @@ std::string PrintTail(RecordLayout const& layout, UnpackedRecord const& record, 
 void PrintNodes(std::span<TreeNode const> nodes, std::string const& indent, std::size_t& lines, std::string& text)
 {
     for (TreeNode const& node : nodes) {
-        if (lines == 0)
+        if (lines == 0) {
             return;
+        }
         if (--lines == 0) {
             text += indent + "and more\n";
             return;
@@ -242,14 +261,16 @@ std::string PrintHouseRecord(std::uint32_t id, std::span<unsigned char const> pa
     if (id == records::AttributeTree.Id()) {
         std::string error;
         auto const nodes = DecodeTree(payload, error);
-        if (!nodes)
+        if (!nodes) {
             return std::string(indent) + "damaged: " + error + "\n" + HexDump(payload, indent);
+        }
         std::size_t lines = MostLines;
         PrintNodes(*nodes, std::string(indent), lines, text);
     } else if (id == records::PassThroughCommand.Id()) {
         auto const command = DecodePassThrough(payload);
-        if (!command)
+        if (!command) {
             return text;
+        }
         auto const name = RecordName(Carrier::PassThrough, command->commandId, command->payload);
         auto const enumerator = Low16Bits(command->target.enumerator);
         text = std::string(indent) + "passes command " + std::to_string(command->commandId) + " " + std::string(name) +
@@ -388,8 +409,9 @@ std::string HexDump(std::span<unsigned char const> bytes, std::string_view inden
         }
         ((text += "  ") += characters) += '\n';
     }
-    if (shown < bytes.size())
+    if (shown < bytes.size()) {
         ((text += indent) += "and " + std::to_string(bytes.size() - shown) + " bytes more\n");
+    }
     return text;
 }
 
@@ -412,8 +434,9 @@ std::string PrintPayload(RecordLayout const& layout, std::span<unsigned char con
 std::string PrintPayload(Carrier carrier, std::uint32_t id, std::span<unsigned char const> payload,
                          std::string_view indent)
 {
-    if (auto text = PrintHouseRecord(id, payload, indent); !text.empty())
+    if (auto text = PrintHouseRecord(id, payload, indent); !text.empty()) {
         return text;
+    }
     RecordLayout const* const layout = FindLayout(carrier, id, payload);
     return layout != nullptr ? PrintPayload(*layout, payload, indent) : HexDump(payload, indent);
 }
@@ -428,8 +451,9 @@ std::string PrintFrame(FrameView const& frame)
     std::string text = "record " + std::to_string(header.recordId) + " " + std::string(name) + ", " +
                        std::to_string(header.totalSize) + " bytes, " + TargetText(header.deviceId, header.enumerator) +
                        ", " + TimeText(header.time) + "\n";
-    if (!command)
+    if (!command) {
         return text + PrintPayload(Carrier::Data, header.recordId, frame.data, "  ");
+    }
     text += "  command " + std::to_string(command->commandId) + " " +
             std::string(RecordName(Carrier::RemoteControl, command->commandId, command->payload)) + ", ticket " +
             std::to_string(command->ticket) + "\n";

@@ -59,8 +59,9 @@ public:
     friend constexpr bool operator==(KeyPointer pointer, std::nullptr_t) { return !pointer.m_present; }
     friend constexpr bool operator==(KeyPointer a, KeyPointer b)
     {
-        if (!std::is_constant_evaluated())
+        if (!std::is_constant_evaluated()) {
             return a.m_key == b.m_key;
+        }
         return a.m_present == b.m_present && (!a.m_present || a.m_key->text == b.m_key->text);
     }
     friend constexpr bool operator==(KeyPointer a, Key const* b) { return a == KeyPointer(b); }
@@ -140,8 +141,9 @@ enum class Tail : std::uint8_t
 /// What the number on the wire is counted in: the key's unit, changed by the conversion.
 constexpr Unit WireUnit(Field const& field)
 {
-    if (field.unit != Unit::None || field.key == nullptr)
+    if (field.unit != Unit::None || field.key == nullptr) {
         return field.unit;
+    }
     switch (field.convert) {
     case Convert::Radians:
     case Convert::NegatedRadians:

@@ -83,14 +83,18 @@ constexpr bool KindFits(Kind kind, Wire wire, Convert convert)
     case Convert::Computed:
         return true;
     case Convert::None:
-        if (IsBit(wire))
+        if (IsBit(wire)) {
             return kind == Kind::Bool;
-        if (IsInteger(wire) || wire == Wire::BitsOfU32)
+        }
+        if (IsInteger(wire) || wire == Wire::BitsOfU32) {
             return whole || kind == Kind::Bool;
-        if (IsFloating(wire))
+        }
+        if (IsFloating(wire)) {
             return real;
-        if (IsText(wire))
+        }
+        if (IsText(wire)) {
             return kind == Kind::String;
+        }
         return wire == Wire::TimeX5 && kind == Kind::Double;
     case Convert::Radians:
     case Convert::NegatedRadians:
@@ -115,55 +119,71 @@ constexpr bool ExtentIsRight(Field const& field, LayoutError& error)
 {
     error = LayoutError::None;
     if (IsText(field.wire)) {
-        if (field.extent == 0)
+        if (field.extent == 0) {
             error = LayoutError::TextWithoutExtent;
+        }
     } else if (IsBit(field.wire)) {
-        if (field.extent >= 8 * WidthOf(field))
+        if (field.extent >= 8 * WidthOf(field)) {
             error = LayoutError::BitOutOfRange;
+        }
     } else if (field.wire == Wire::BitsOfU32) {
-        if (field.bitCount == 0 || field.extent + field.bitCount > 32)
+        if (field.bitCount == 0 || field.extent + field.bitCount > 32) {
             error = LayoutError::BitOutOfRange;
+        }
     } else if (field.extent != 0) {
         error = LayoutError::StrayExtent;
     }
-    if (error == LayoutError::None && field.bitCount != 0 && field.wire != Wire::BitsOfU32)
+    if (error == LayoutError::None && field.bitCount != 0 && field.wire != Wire::BitsOfU32) {
         error = LayoutError::StrayExtent;
+    }
     return error == LayoutError::None;
 }
 
 constexpr LayoutError LintConstant(Field const& field)
 {
-    if (field.constant == 0)
+    if (field.constant == 0) {
         return LayoutError::None;
-    if (field.key != nullptr || IsText(field.wire) || field.wire == Wire::TimeX5)
+    }
+    if (field.key != nullptr || IsText(field.wire) || field.wire == Wire::TimeX5) {
         return LayoutError::ConstantMisplaced;
+    }
     std::size_t bits = 8 * WidthOf(field);
-    if (IsBit(field.wire))
+    if (IsBit(field.wire)) {
         bits = 1;
-    if (field.wire == Wire::BitsOfU32)
+    }
+    if (field.wire == Wire::BitsOfU32) {
         bits = field.bitCount;
-    if (bits < 32 && (field.constant >> bits) != 0)
+    }
+    if (bits < 32 && (field.constant >> bits) != 0) {
         return LayoutError::ConstantMisplaced;
+    }
     return LayoutError::None;
 }
 
 constexpr LayoutError LintField(Field const& field, std::size_t size)
 {
     LayoutError error = LayoutError::None;
-    if (!ExtentIsRight(field, error))
+    if (!ExtentIsRight(field, error)) {
         return error;
-    if (field.offset > size || WidthOf(field) > size - field.offset)
+    }
+    if (field.offset > size || WidthOf(field) > size - field.offset) {
         return LayoutError::BeyondSize;
-    if (field.key == nullptr && field.name.empty() && field.constant == 0)
+    }
+    if (field.key == nullptr && field.name.empty() && field.constant == 0) {
         return LayoutError::Unnamed;
-    if (error = LintConstant(field); error != LayoutError::None)
+    }
+    if (error = LintConstant(field); error != LayoutError::None) {
         return error;
-    if (!ConvertFitsWire(field.wire, field.convert))
+    }
+    if (!ConvertFitsWire(field.wire, field.convert)) {
         return LayoutError::ConvertMismatch;
-    if (field.key == nullptr)
+    }
+    if (field.key == nullptr) {
         return field.part == 0 ? LayoutError::None : LayoutError::PartOutOfRange;
-    if (!KindFits(field.key->kind, field.wire, field.convert))
+    }
+    if (!KindFits(field.key->kind, field.wire, field.convert)) {
         return LayoutError::KindMismatch;
+    }
     unsigned const parts = field.key->kind == Kind::Offset ? 3U : field.key->kind == Kind::Pair ? 2U : 1U;
     return field.part < parts ? LayoutError::None : LayoutError::PartOutOfRange;
 }
@@ -177,8 +197,9 @@ constexpr std::size_t FirstBit(Field const& field)
 }
 constexpr std::size_t BitLength(Field const& field)
 {
-    if (IsBit(field.wire))
+    if (IsBit(field.wire)) {
         return 1;
+    }
     return field.wire == Wire::BitsOfU32 ? field.bitCount : 8 * WidthOf(field);
 }
 
@@ -188,16 +209,18 @@ constexpr std::size_t BitLength(Field const& field)
 constexpr LayoutError LintFields(std::span<Field const> fields, std::size_t size)
 {
     for (Field const& field : fields) {
-        if (auto const error = detail::LintField(field, size); error != LayoutError::None)
+        if (auto const error = detail::LintField(field, size); error != LayoutError::None) {
             return error;
+        }
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
         std::size_t const begin = detail::FirstBit(fields[i]);
         std::size_t const end = begin + detail::BitLength(fields[i]);
         for (std::size_t j = i + 1; j < fields.size(); ++j) {
             std::size_t const otherBegin = detail::FirstBit(fields[j]);
-            if (begin < otherBegin + detail::BitLength(fields[j]) && otherBegin < end)
+            if (begin < otherBegin + detail::BitLength(fields[j]) && otherBegin < end) {
                 return LayoutError::Overlap;
+            }
         }
     }
     return LayoutError::None;
@@ -206,13 +229,16 @@ constexpr LayoutError LintFields(std::span<Field const> fields, std::size_t size
 /// Checks a whole record; gives the first error found.
 constexpr LayoutError LintRecord(RecordLayout const& layout)
 {
-    if (auto const error = LintFields(layout.fields, layout.size); error != LayoutError::None)
+    if (auto const error = LintFields(layout.fields, layout.size); error != LayoutError::None) {
         return error;
+    }
     bool const items = layout.tail == Tail::Items;
-    if (items != (layout.itemSize != 0) || items != !layout.itemFields.empty())
+    if (items != (layout.itemSize != 0) || items != !layout.itemFields.empty()) {
         return LayoutError::TailMismatch;
-    if (layout.tail == Tail::None && (layout.tailKey != nullptr || !layout.tailName.empty()))
+    }
+    if (layout.tail == Tail::None && (layout.tailKey != nullptr || !layout.tailName.empty())) {
         return LayoutError::TailMismatch;
+    }
     return LintFields(layout.itemFields, layout.itemSize);
 }
 
@@ -231,8 +257,9 @@ struct RepeatedItems
 {
     constexpr RepeatedItems(std::uint32_t sizeOfItem, Field const (&rows)[M]) : itemSize(sizeOfItem)
     {
-        for (std::size_t i = 0; i < M; ++i)
+        for (std::size_t i = 0; i < M; ++i) {
             fields[i] = rows[i];
+        }
     }
     std::uint32_t itemSize = 0; ///< bytes
     std::array<Field, M> fields = {};
@@ -257,8 +284,9 @@ public:
                           Field const (&fields)[N == 0 ? 1 : N], RecordOptions options = {}) requires(N != 0 && M == 0)
         : m_id(id), m_size(size), m_name(name), m_options(options)
     {
-        for (std::size_t i = 0; i < N; ++i)
+        for (std::size_t i = 0; i < N; ++i) {
             m_fields[i] = fields[i];
+        }
         Check();
     }
 
@@ -268,8 +296,9 @@ public:
         : m_id(id), m_size(size), m_itemSize(items.itemSize), m_name(name), m_options(options),
           m_itemFields(items.fields)
     {
-        for (std::size_t i = 0; i < N; ++i)
+        for (std::size_t i = 0; i < N; ++i) {
             m_fields[i] = fields[i];
+        }
         m_options.tail = Tail::Items;
         Check();
     }
@@ -299,8 +328,9 @@ public:
     constexpr Field const& FieldOf(Key const& key, std::uint8_t part = 0) const
     {
         for (Field const& field : m_fields) {
-            if (field.key == &key && field.part == part)
+            if (field.key == &key && field.part == part) {
                 return field;
+            }
         }
         throw std::logic_error("the record has no field of that key");
     }
@@ -361,8 +391,9 @@ RecordTable(std::uint32_t, std::string_view, std::uint32_t, Field const (&)[N], 
 constexpr Field const* FindField(RecordLayout const& layout, Key const& key, std::uint8_t part = 0)
 {
     for (Field const& field : layout.fields) {
-        if (field.key == &key && field.part == part)
+        if (field.key == &key && field.part == part) {
             return &field;
+        }
     }
     return nullptr;
 }

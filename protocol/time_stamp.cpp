@@ -17,10 +17,12 @@ constexpr double EndSecond = 253402300800.0;   // 10000-01-01 00:00:00
 
 bool IsValid(TimeX5 const& time)
 {
-    if (time.year < 1 || time.year > 9999 || time.dayOfYear < 1 || time.hour > 23 || time.minute > 59)
+    if (time.year < 1 || time.year > 9999 || time.dayOfYear < 1 || time.hour > 23 || time.minute > 59) {
         return false;
-    if (time.dayOfYear > (std::chrono::year(time.year).is_leap() ? 366 : 365))
+    }
+    if (time.dayOfYear > (std::chrono::year(time.year).is_leap() ? 366 : 365)) {
         return false;
+    }
     return time.seconds >= 0.0F && time.seconds <= 60.0F; // false for NaN
 }
 
@@ -33,8 +35,9 @@ std::chrono::sys_days FirstOfYear(std::chrono::year year)
 
 TimeX5 ToTimeX5(double secondsSince1970)
 {
-    if (!(secondsSince1970 >= FirstSecond && secondsSince1970 < EndSecond)) // also NaN
+    if (!(secondsSince1970 >= FirstSecond && secondsSince1970 < EndSecond)) { // also NaN
         return {};
+    }
     double days = std::floor(secondsSince1970 / SecondsOfDay);
     double secondOfDay = secondsSince1970 - days * SecondsOfDay;
     // Just before midnight the quotient or the difference can round up to the next day.
@@ -60,8 +63,9 @@ TimeX5 ToTimeX5(double secondsSince1970)
 
 std::optional<double> FromTimeX5(TimeX5 const& time)
 {
-    if (!IsValid(time))
+    if (!IsValid(time)) {
         return std::nullopt;
+    }
     auto const day = FirstOfYear(std::chrono::year(time.year)) + std::chrono::days(time.dayOfYear - 1);
     return static_cast<double>(day.time_since_epoch().count()) * SecondsOfDay + time.hour * 3600.0 +
            time.minute * 60.0 + static_cast<double>(time.seconds);
@@ -89,10 +93,12 @@ TimeX5 GetTimeX5LE(std::span<unsigned char const> bytes, std::size_t offset)
 
 std::string TimeText(TimeX5 const& time)
 {
-    if (time == TimeX5{})
+    if (time == TimeX5{}) {
         return "no time";
-    if (!IsValid(time))
+    }
+    if (!IsValid(time)) {
         return "invalid time";
+    }
     auto const day = FirstOfYear(std::chrono::year(time.year)) + std::chrono::days(time.dayOfYear - 1);
     std::chrono::year_month_day const date(day);
     auto const milliseconds = static_cast<unsigned>(std::lround(static_cast<double>(time.seconds) * 1000.0));

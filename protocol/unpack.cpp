@@ -42,12 +42,14 @@ Value WireValue(Field const& field, std::span<unsigned char const> payload)
     case Wire::BitOfU16:
     case Wire::BitOfU32:
     case Wire::BitOfU64:
-        if (field.extent >= 8 * WidthOf(field))
+        if (field.extent >= 8 * WidthOf(field)) {
             return {};
+        }
         return GetBit(payload, field.offset, field.extent);
     case Wire::BitsOfU32: {
-        if (field.bitCount == 0 || field.extent + field.bitCount > 32)
+        if (field.bitCount == 0 || field.extent + field.bitCount > 32) {
             return {};
+        }
         std::uint32_t const mask = 0xFFFFFFFFU >> (32 - field.bitCount);
         return (GetU32LE(payload, field.offset) >> field.extent) & mask;
     }
@@ -55,8 +57,9 @@ Value WireValue(Field const& field, std::span<unsigned char const> payload)
     case Wire::Bytes:
         return WireText(payload.subspan(field.offset, field.extent));
     case Wire::TimeX5:
-        if (auto const seconds = FromTimeX5(GetTimeX5LE(payload, field.offset)))
+        if (auto const seconds = FromTimeX5(GetTimeX5LE(payload, field.offset))) {
             return *seconds;
+        }
         return {};
     }
     return {};
@@ -87,15 +90,16 @@ double RealBefore(Convert convert, double wire)
 std::uint32_t WholeBefore(Convert convert, Value const& wire)
 {
     std::uint32_t bits = 0;
-    if (auto const* number = std::get_if<std::uint32_t>(&wire))
+    if (auto const* number = std::get_if<std::uint32_t>(&wire)) {
         bits = *number;
-    else if (auto const* integer = std::get_if<std::int32_t>(&wire))
+    } else if (auto const* integer = std::get_if<std::int32_t>(&wire)) {
         bits = static_cast<std::uint32_t>(*integer);
-    else if (auto const* set = std::get_if<bool>(&wire))
+    } else if (auto const* set = std::get_if<bool>(&wire)) {
         bits = *set ? 1 : 0;
-    else if (auto const* real = std::get_if<double>(&wire))
+    } else if (auto const* real = std::get_if<double>(&wire)) {
         bits = static_cast<std::uint32_t>(
             TruncateToInt32(convert == Convert::FifthOfFloat ? std::round(*real * 5.0) : *real));
+    }
     switch (convert) {
     case Convert::TimesTwenty:
         return bits / 20;
@@ -110,8 +114,9 @@ std::uint32_t WholeBefore(Convert convert, Value const& wire)
 
 Value AttributeValue(Field const& field, Value const& wire)
 {
-    if (field.key == nullptr || field.convert == Convert::Computed || IsEmpty(wire))
+    if (field.key == nullptr || field.convert == Convert::Computed || IsEmpty(wire)) {
         return {};
+    }
     switch (field.key->kind) {
     case Kind::Int: {
         std::uint32_t const bits = WholeBefore(field.convert, wire);
@@ -121,8 +126,9 @@ Value AttributeValue(Field const& field, Value const& wire)
         return WholeBefore(field.convert, wire);
     case Kind::Int64: {
         std::uint32_t const bits = WholeBefore(field.convert, wire);
-        if (std::holds_alternative<std::uint32_t>(wire))
+        if (std::holds_alternative<std::uint32_t>(wire)) {
             return std::int64_t{bits};
+        }
         return std::int64_t{static_cast<std::int32_t>(bits)};
     }
     case Kind::Bool:
@@ -130,12 +136,15 @@ Value AttributeValue(Field const& field, Value const& wire)
     case Kind::Double:
     case Kind::Pair:
     case Kind::Offset:
-        if (auto const* real = std::get_if<double>(&wire))
+        if (auto const* real = std::get_if<double>(&wire)) {
             return RealBefore(field.convert, *real);
-        if (auto const* integer = std::get_if<std::int32_t>(&wire))
+        }
+        if (auto const* integer = std::get_if<std::int32_t>(&wire)) {
             return static_cast<double>(*integer);
-        if (auto const* number = std::get_if<std::uint32_t>(&wire))
+        }
+        if (auto const* number = std::get_if<std::uint32_t>(&wire)) {
             return static_cast<double>(*number);
+        }
         return {};
     case Kind::String:
         return std::holds_alternative<std::wstring>(wire) ? wire : Value{};
@@ -153,8 +162,9 @@ std::vector<FieldValue> UnpackFields(std::span<Field const> fields, std::span<un
     std::vector<FieldValue> values;
     values.reserve(fields.size());
     for (Field const& field : fields) {
-        if (Fits(bytes.size(), field.offset, WidthOf(field)))
+        if (Fits(bytes.size(), field.offset, WidthOf(field))) {
             values.push_back(UnpackField(field, bytes));
+        }
     }
     return values;
 }
@@ -164,8 +174,9 @@ void UnpackTail(RecordLayout const& layout, UnpackedRecord& record)
     auto const bytes = record.tailBytes;
     auto const list = [&](std::size_t width, auto&& get) {
         std::vector<std::int32_t> numbers(bytes.size() / width);
-        for (std::size_t i = 0; i < numbers.size(); ++i)
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
             numbers[i] = get(i * width);
+        }
         record.tail = std::move(numbers);
         record.excessBytes = bytes.size() % width;
     };
@@ -174,11 +185,13 @@ void UnpackTail(RecordLayout const& layout, UnpackedRecord& record)
     case Tail::Bytes:
         break;
     case Tail::Items:
-        if (layout.itemSize == 0)
+        if (layout.itemSize == 0) {
             break;
+        }
         record.items.reserve(bytes.size() / layout.itemSize);
-        for (std::size_t at = 0; bytes.size() - at >= layout.itemSize; at += layout.itemSize)
+        for (std::size_t at = 0; bytes.size() - at >= layout.itemSize; at += layout.itemSize) {
             record.items.push_back(UnpackFields(layout.itemFields, bytes.subspan(at, layout.itemSize)));
+        }
         record.excessBytes = bytes.size() % layout.itemSize;
         break;
     case Tail::I32List:
@@ -231,8 +244,9 @@ std::vector<std::pair<Key const*, Value>> KeyValues(std::span<FieldValue const> 
 {
     std::vector<std::pair<Key const*, Value>> values;
     for (FieldValue const& field : fields) {
-        if (field.field == nullptr || IsEmpty(field.attribute))
+        if (field.field == nullptr || IsEmpty(field.attribute)) {
             continue;
+        }
         Key const* const key = field.field->key;
         auto const* const real = std::get_if<double>(&field.attribute);
         bool const isPair = key->kind == Kind::Pair && real != nullptr;
@@ -246,10 +260,11 @@ std::vector<std::pair<Key const*, Value>> KeyValues(std::span<FieldValue const> 
             Value const empty = isPair ? Value(std::pair<double, double>()) : Value(std::array<double, 3>());
             at = values.insert(values.end(), {key, empty});
         }
-        if (auto* pair = std::get_if<std::pair<double, double>>(&at->second))
+        if (auto* pair = std::get_if<std::pair<double, double>>(&at->second)) {
             (field.field->part == 0 ? pair->first : pair->second) = *real;
-        else if (auto* axes = std::get_if<std::array<double, 3>>(&at->second); axes && field.field->part < 3)
+        } else if (auto* axes = std::get_if<std::array<double, 3>>(&at->second); axes && field.field->part < 3) {
             (*axes)[field.field->part] = *real;
+        }
     }
     return values;
 }

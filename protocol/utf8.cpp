@@ -24,8 +24,9 @@ void EncodeEach(std::wstring_view text, Sink sink)
     for (std::size_t at = 0; at < text.size();) {
         std::array<unsigned char, 4> bytes = {};
         auto const* const end = utf8::unchecked::append(OrReplacement(NextCodePoint(text, at)), bytes.data());
-        for (auto const* byte = bytes.data(); byte != end; ++byte)
+        for (auto const* byte = bytes.data(); byte != end; ++byte) {
             sink(*byte);
+        }
     }
 }
 
@@ -50,8 +51,9 @@ std::size_t EncodeUtf8Into(std::wstring_view text, std::span<unsigned char> byte
 {
     std::size_t written = 0;
     EncodeEach(text, [&](unsigned char byte) {
-        if (written < bytes.size())
+        if (written < bytes.size()) {
             bytes[written++] = byte;
+        }
     });
     return written;
 }
@@ -62,12 +64,14 @@ std::wstring DecodeUtf8(std::string_view bytes)
     text.reserve(bytes.size());
     for (;;) {
         auto const valid = bytes.substr(0, FindInvalidUtf8(bytes));
-        if constexpr (sizeof(wchar_t) == 2)
+        if constexpr (sizeof(wchar_t) == 2) {
             utf8::unchecked::utf8to16(valid.begin(), valid.end(), std::back_inserter(text));
-        else
+        } else {
             utf8::unchecked::utf8to32(valid.begin(), valid.end(), std::back_inserter(text));
-        if (valid.size() == bytes.size())
+        }
+        if (valid.size() == bytes.size()) {
             return text;
+        }
         AppendCodePoint(text, Replacement);
         bytes.remove_prefix(valid.size() + 1);
     }
@@ -92,8 +96,9 @@ char32_t NextCodePoint(std::wstring_view text, std::size_t& at)
 {
     auto const unit = static_cast<char32_t>(text[at++]);
     if constexpr (sizeof(wchar_t) == 2) {
-        if (IsHighSurrogate(unit) && at < text.size() && IsLowSurrogate(static_cast<char32_t>(text[at])))
+        if (IsHighSurrogate(unit) && at < text.size() && IsLowSurrogate(static_cast<char32_t>(text[at]))) {
             return 0x10000 + ((unit & 0x3FFU) << 10) + (static_cast<char32_t>(text[at++]) & 0x3FFU);
+        }
     }
     return unit;
 }
@@ -101,8 +106,9 @@ char32_t NextCodePoint(std::wstring_view text, std::size_t& at)
 void AppendCodePoint(std::wstring& text, char32_t codePoint)
 {
     if constexpr (sizeof(wchar_t) == 2) {
-        if (codePoint > 0x10FFFF)
+        if (codePoint > 0x10FFFF) {
             codePoint = Replacement;
+        }
         if (codePoint >= 0x10000) {
             text += static_cast<wchar_t>(0xD7C0 + (codePoint >> 10));
             codePoint = 0xDC00 + (codePoint & 0x3FFU);

@@ -35,8 +35,9 @@ inline constexpr std::size_t CollidingKeyCount = std::size_t{1} << CollidingText
 inline std::wstring CollidingKey(std::size_t number)
 {
     std::wstring text;
-    for (std::size_t pair = 0; pair < CollidingTexts.size(); ++pair)
+    for (std::size_t pair = 0; pair < CollidingTexts.size(); ++pair) {
         text += CollidingTexts[pair][(number >> pair) & 1U];
+    }
     return text;
 }
 

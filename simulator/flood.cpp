@@ -27,8 +27,9 @@ FloodRecord Tree(std::vector<TreeNode> const& nodes)
 {
     std::string error;
     auto payload = protocol::EncodeTree(nodes, error);
-    if (!payload)
+    if (!payload) {
         throw std::logic_error(error);
+    }
     return {protocol::records::AttributeTree.Id(), std::move(*payload)};
 }
 
@@ -53,8 +54,9 @@ FloodRecord Answers(std::uint64_t number, SonarState const& state)
 {
     std::vector<TreeNode> nodes;
     for (Attribute const& attribute : state.Attributes()) {
-        if (auto const* const value = std::get_if<double>(&attribute.value))
+        if (auto const* const value = std::get_if<double>(&attribute.value)) {
             nodes.push_back({attribute.text, *value + static_cast<double>(number % 1000 + 1) / 1000.0, {}});
+        }
     }
     return Tree(nodes);
 }
@@ -78,8 +80,9 @@ FloodRecord Depth(std::uint64_t number, SonarState const&)
 FloodRecord Size(std::uint64_t number, SonarState const&)
 {
     TreeNode branch{L"FloodSize", {}, {}};
-    for (std::size_t i = 1; i < protocol::MaximumTreeNodes; ++i)
+    for (std::size_t i = 1; i < protocol::MaximumTreeNodes; ++i) {
         branch.children.push_back({std::to_wstring(i), static_cast<std::int64_t>(number), {}});
+    }
     return Tree({branch});
 }
 
@@ -124,16 +127,18 @@ FloodKind const* FindFloodKind(std::string_view name)
 std::string FloodKindNames()
 {
     std::string names;
-    for (FloodKind const& kind : Kinds)
+    for (FloodKind const& kind : Kinds) {
         names += (names.empty() ? "" : ", ") + std::string(kind.name);
+    }
     return names;
 }
 
 FloodRecord CollidingTree(std::size_t keys)
 {
     std::vector<TreeNode> nodes;
-    for (std::size_t i = 0; i < keys; ++i)
+    for (std::size_t i = 0; i < keys; ++i) {
         nodes.push_back({CollidingKey(i), static_cast<std::int32_t>(i), {}});
+    }
     return Tree(nodes);
 }
 

@@ -42,8 +42,9 @@ bool ParseCount(std::string_view text, std::uint64_t greatest, std::uint64_t& co
 std::string ListOfNames()
 {
     std::string list;
-    for (MisbehaviourName const& row : Names)
+    for (MisbehaviourName const& row : Names) {
         list += (list.empty() ? "" : ", ") + std::string(row.name);
+    }
     return list;
 }
 
@@ -68,55 +69,63 @@ bool AddMisbehaviour(std::string_view name, std::string_view argument, Misbehavi
             dropNow = true;
             return true;
         }
-        if (!ParseCount(argument, UINT64_MAX, count) || count == 0)
+        if (!ParseCount(argument, UINT64_MAX, count) || count == 0) {
             return wants("a number of records above 0");
+        }
         current.recordsUntilDrop = count;
         return true;
     }
     if (name == "answer-late") {
-        if (!ParseCount(argument, GreatestDelay, count))
+        if (!ParseCount(argument, GreatestDelay, count)) {
             return wants("a number of milliseconds up to " + std::to_string(GreatestDelay));
+        }
         current.answerLate = std::chrono::milliseconds(count);
         return true;
     }
     if (name == "refuse") {
-        if (!argument.empty() && argument != "close" && argument != "not-listening")
+        if (!argument.empty() && argument != "close" && argument != "not-listening") {
             return wants("'close' or 'not-listening'");
+        }
         current.refusal = argument == "not-listening" ? Refusal::NotListening : Refusal::Close;
         return true;
     }
     if (name == "garbage") {
         count = UsualGarbage;
-        if (!argument.empty() && (!ParseCount(argument, GreatestGarbage, count) || count == 0))
+        if (!argument.empty() && (!ParseCount(argument, GreatestGarbage, count) || count == 0)) {
             return wants("a number of bytes from 1 to " + std::to_string(GreatestGarbage));
+        }
         current.garbageBytes = static_cast<std::size_t>(count);
         return true;
     }
     if (name == "lie-about-size") {
         count = UsualClaim;
-        if (!argument.empty() && !ParseCount(argument, UINT32_MAX, count))
+        if (!argument.empty() && !ParseCount(argument, UINT32_MAX, count)) {
             return wants("a number of bytes up to " + std::to_string(UINT32_MAX));
+        }
         current.claimedSize = static_cast<std::uint32_t>(count);
         return true;
     }
     if (name == "flood") {
         auto const* const kind = FindFloodKind(argument);
-        if (kind == nullptr)
+        if (kind == nullptr) {
             return wants("one of: " + FloodKindNames());
+        }
         current.flood = kind;
         return true;
     }
     if (name == "collide") {
         count = UsualCollidingKeys;
-        if (!argument.empty() && (!ParseCount(argument, MaximumCollidingKeys, count) || count == 0))
+        if (!argument.empty() && (!ParseCount(argument, MaximumCollidingKeys, count) || count == 0)) {
             return wants("a number of keys from 1 to " + std::to_string(MaximumCollidingKeys));
+        }
         current.collidingKeys = static_cast<std::size_t>(count);
         return true;
     }
     if (name == "slow-drip") {
         count = UsualDrip;
-        if (!argument.empty() && (!ParseCount(argument, GreatestDelay, count) || count == 0))
+        if (!argument.empty() && (!ParseCount(argument, GreatestDelay, count) || count == 0)) {
             return wants("a number of milliseconds from 1 to " + std::to_string(GreatestDelay));
+        }
         current.slowDrip = std::chrono::milliseconds(count);
         return true;
     }
@@ -132,8 +141,9 @@ bool AddMisbehaviour(std::string_view name, std::string_view argument, Misbehavi
             ListOfNames();
         return false;
     }
-    if (!argument.empty())
+    if (!argument.empty()) {
         return wants("no argument");
+    }
     *flag = true;
     return true;
 }
@@ -142,32 +152,45 @@ std::string Describe(Misbehaviour const& current)
 {
     std::string text;
     auto const add = [&text](std::string_view what) { text += (text.empty() ? "" : ", ") + std::string(what); };
-    if (current.recordsUntilDrop)
+    if (current.recordsUntilDrop) {
         add("drop-link after " + std::to_string(*current.recordsUntilDrop) + " records");
-    if (current.answerLate.count() > 0)
+    }
+    if (current.answerLate.count() > 0) {
         add("answer-late " + std::to_string(current.answerLate.count()) + " ms");
-    if (current.refusal != Refusal::None)
+    }
+    if (current.refusal != Refusal::None) {
         add(current.refusal == Refusal::Close ? "refuse close" : "refuse not-listening");
-    if (current.garbageBytes > 0)
+    }
+    if (current.garbageBytes > 0) {
         add("garbage " + std::to_string(current.garbageBytes) + " bytes");
-    if (current.split)
+    }
+    if (current.split) {
         add("split");
-    if (current.silent)
+    }
+    if (current.silent) {
         add("silent");
-    if (current.halfFrame)
+    }
+    if (current.halfFrame) {
         add("half-frame");
-    if (current.stall)
+    }
+    if (current.stall) {
         add("stall");
-    if (current.vanish)
+    }
+    if (current.vanish) {
         add("vanish");
-    if (current.claimedSize)
+    }
+    if (current.claimedSize) {
         add("lie-about-size " + std::to_string(*current.claimedSize) + " bytes");
-    if (current.flood != nullptr)
+    }
+    if (current.flood != nullptr) {
         add("flood " + std::string(current.flood->name));
-    if (current.collidingKeys > 0)
+    }
+    if (current.collidingKeys > 0) {
         add("collide " + std::to_string(current.collidingKeys) + " keys");
-    if (current.slowDrip.count() > 0)
+    }
+    if (current.slowDrip.count() > 0) {
         add("slow-drip " + std::to_string(current.slowDrip.count()) + " ms");
+    }
     return text.empty() ? "none" : text;
 }
 

@@ -44,8 +44,9 @@ struct StopOnSignals::Implementation
 StopOnSignals::StopOnSignals(SimulatorStop& stop) : m_implementation(std::make_unique<Implementation>())
 {
     m_implementation->signals.async_wait([&stop](asio::error_code const& error, int) {
-        if (!error)
+        if (!error) {
             stop.Request();
+        }
     });
     m_implementation->thread = std::thread([this] { m_implementation->context.run(); });
 }
@@ -74,8 +75,9 @@ struct Run
         std::lock_guard const lock(outMutex);
         *out << line << '\n' << std::flush;
         // A simulator that nobody can read ends; whose output it is tells why.
-        if (!*out)
+        if (!*out) {
             stop->Request();
+        }
     }
 };
 
@@ -84,25 +86,30 @@ void ReadCommands(std::shared_ptr<Run> const& run, std::istream& commands, bool 
     std::string line;
     while (std::getline(commands, line)) {
         std::lock_guard const lock(run->commandMutex);
-        if (run->ended)
+        if (run->ended) {
             return;
-        while (!line.empty() && (line.back() == '\r' || line.back() == ' '))
+        }
+        while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) {
             line.pop_back();
-        if (line.empty())
+        }
+        if (line.empty()) {
             continue;
+        }
         if (line == "quit") {
             run->stop->Request();
             break;
         }
         std::string answer;
         run->server->Command(line, answer);
-        if (!answer.empty())
+        if (!answer.empty()) {
             run->Line(answer);
+        }
     }
     std::lock_guard const lock(run->commandMutex);
     run->readerDone = true;
-    if (stopAtEnd && !run->ended)
+    if (stopAtEnd && !run->ended) {
         run->stop->Request();
+    }
 }
 
 } // namespace
@@ -114,8 +121,9 @@ std::string ListenWarning(std::string_view address)
         asio::ip::make_address(address == "localhost" ? std::string("127.0.0.1") : std::string(address), error);
     if (error || parsed.is_loopback() ||
         (parsed.is_v6() && parsed.to_v6().is_v4_mapped() &&
-         asio::ip::make_address_v4(asio::ip::v4_mapped, parsed.to_v6()).is_loopback()))
+         asio::ip::make_address_v4(asio::ip::v4_mapped, parsed.to_v6()).is_loopback())) {
         return {};
+    }
     return "listening on " + std::string(address) +
            ": whoever reaches this machine can command the sonar; 127.0.0.1 is for this machine alone";
 }
@@ -135,15 +143,17 @@ int RunSimulator(SimulatorOptions const& options, std::istream& commands, std::o
         err << "qx5 sim: " << error->text << '\n';
         return error->kind == StartError::Kind::BadAddress ? 2 : 1;
     }
-    if (auto const warning = ListenWarning(options.server.address); !warning.empty())
+    if (auto const warning = ListenWarning(options.server.address); !warning.empty()) {
         err << "qx5 sim: " << warning << '\n' << std::flush;
+    }
     bool const isVersion6 = options.server.address.find(':') != std::string::npos;
     out << "listening on " << (isVersion6 ? "[" : "")
         << (options.server.address == "localhost" ? "127.0.0.1" : options.server.address) << (isVersion6 ? "]:" : ":")
         << std::to_string(server.Port()) << '\n'
         << std::flush;
-    if (!out)
+    if (!out) {
         stop.Request();
+    }
     firstLine.unlock();
 
     std::thread reader(
@@ -155,17 +165,20 @@ int RunSimulator(SimulatorOptions const& options, std::istream& commands, std::o
         run->ended = true;
         readerDone = run->readerDone;
     }
-    if (readerDone)
+    if (readerDone) {
         reader.join();
-    else
+    } else {
         reader.detach();
+    }
 
     std::string state;
-    if (options.showState)
+    if (options.showState) {
         server.Command("state", state);
+    }
     server.Stop();
-    if (!state.empty())
+    if (!state.empty()) {
         run->Line(state);
+    }
     return 0;
 }
 

@@ -30,8 +30,9 @@ std::string Fixed(double value, int decimals)
 std::string WithUnit(protocol::Value const& value, protocol::Unit unit)
 {
     std::string text = protocol::ValueText(value);
-    if (unit != protocol::Unit::None)
+    if (unit != protocol::Unit::None) {
         text += " " + std::string(protocol::UnitText(unit));
+    }
     return text;
 }
 
@@ -39,18 +40,24 @@ std::string RecordText(Understood const& record)
 {
     std::string text = std::to_string(record.id) + " ";
     text += record.name.empty() ? "unknown record" : record.name;
-    if (record.carrier == protocol::Carrier::PassThrough)
+    if (record.carrier == protocol::Carrier::PassThrough) {
         text += " for unit " + std::to_string(record.target.deviceId) + "/" + std::to_string(record.target.enumerator);
-    if (record.damaged)
+    }
+    if (record.damaged) {
         return text + "  (damaged)";
-    for (auto const& [key, value] : record.values)
+    }
+    for (auto const& [key, value] : record.values) {
         text += "  " + protocol::EncodeUtf8(key->text) + "=" + WithUnit(value, key->unit);
-    for (auto const& [name, value] : record.fields)
+    }
+    for (auto const& [name, value] : record.fields) {
         text += "  " + std::string(name) + "=" + protocol::ValueText(value);
-    if (record.missingBytes != 0)
+    }
+    if (record.missingBytes != 0) {
         text += "  (too short by " + std::to_string(record.missingBytes) + " bytes, ignored)";
-    if (record.layout == nullptr && !record.payload.empty())
+    }
+    if (record.layout == nullptr && !record.payload.empty()) {
         text += "  (" + std::to_string(record.payload.size()) + " bytes)";
+    }
     return text;
 }
 
@@ -58,12 +65,14 @@ std::string VerboseText(SonarEvent const& event)
 {
     Understood const& record = *event.record;
     std::string text;
-    if (record.layout != nullptr)
+    if (record.layout != nullptr) {
         text = protocol::PrintPayload(*record.layout, record.payload, "    ");
-    else if (!record.payload.empty())
+    } else if (!record.payload.empty()) {
         text = protocol::HexDump(record.payload, "    ");
-    while (text.ends_with('\n'))
+    }
+    while (text.ends_with('\n')) {
         text.pop_back();
+    }
     return text;
 }
 
@@ -72,8 +81,9 @@ std::string VerboseText(SonarEvent const& event)
 std::string EventLine(SonarEvent const& event, ConsoleOptions const& options)
 {
     std::string line = ClockText(event.utcSeconds) + "  ";
-    if (event.connection != 0)
+    if (event.connection != 0) {
         line += "#" + std::to_string(event.connection) + "  ";
+    }
     switch (event.kind) {
     case EventKind::Notice:
     case EventKind::Damaged:
@@ -85,20 +95,23 @@ std::string EventLine(SonarEvent const& event, ConsoleOptions const& options)
     case EventKind::Record:
         line += RecordText(*event.record);
         if (options.verbose) {
-            if (auto const fields = VerboseText(event); !fields.empty())
+            if (auto const fields = VerboseText(event); !fields.empty()) {
                 line += "\n" + fields;
+            }
         }
         return line;
     case EventKind::Answered:
         return line + "told: " + std::string(event.text);
     case EventKind::Pinged:
-        if (!options.pings)
+        if (!options.pings) {
             return {};
+        }
         return line + "ping " + std::to_string(event.pingNumber) + ", range " + protocol::NumberText(event.pingRange) +
                " m, echoes in " + Fixed(event.pingTravelTime * 1000.0, 1) + " ms";
     case EventKind::Echoed:
-        if (!options.pings)
+        if (!options.pings) {
             return {};
+        }
         return line + "ping " + std::to_string(event.pingNumber) + " is in";
     }
     return line;
@@ -108,8 +121,9 @@ EventSink ConsoleSink(ConsoleOptions options, LineSink lines)
 {
     return [options, lines = std::move(lines)](SonarEvent const& event) {
         std::string const line = EventLine(event, options);
-        if (!line.empty())
+        if (!line.empty()) {
             lines(line);
+        }
     };
 }
 

@@ -110,17 +110,21 @@ struct Head
 std::string_view TakeWord(std::string_view& line)
 {
     auto const isBlank = [](char character) { return character == ' ' || character == '\t' || character == '\r'; };
-    while (!line.empty() && isBlank(line.front()))
+    while (!line.empty() && isBlank(line.front())) {
         line.remove_prefix(1);
+    }
     std::size_t length = 0;
-    while (length < line.size() && !isBlank(line[length]))
+    while (length < line.size() && !isBlank(line[length])) {
         ++length;
+    }
     std::string_view const word = line.substr(0, length);
     line.remove_prefix(length);
-    while (!line.empty() && isBlank(line.front()))
+    while (!line.empty() && isBlank(line.front())) {
         line.remove_prefix(1);
-    while (!line.empty() && isBlank(line.back()))
+    }
+    while (!line.empty() && isBlank(line.back())) {
         line.remove_suffix(1);
+    }
     return word;
 }
 
@@ -132,8 +136,9 @@ std::string Plural(std::uint64_t count, std::string_view what)
 std::string AttributeLine(Attribute const& attribute)
 {
     std::string line = protocol::EncodeUtf8(attribute.text) + " = " + protocol::ValueText(attribute.value);
-    if (attribute.key != nullptr && attribute.key->unit != protocol::Unit::None)
+    if (attribute.key != nullptr && attribute.key->unit != protocol::Unit::None) {
         line += " " + std::string(protocol::UnitText(attribute.key->unit));
+    }
     return line;
 }
 
@@ -148,8 +153,9 @@ public:
           m_rebootTimer(m_context), m_retryTimer(m_context), m_work(asio::make_work_guard(m_context))
     {
         m_heads.reserve(static_cast<std::size_t>(m_options.heads));
-        for (std::int32_t enumerator = 0; enumerator < m_options.heads; ++enumerator)
+        for (std::int32_t enumerator = 0; enumerator < m_options.heads; ++enumerator) {
             m_heads.emplace_back(m_context, enumerator);
+        }
     }
 
     std::optional<StartError> Start()
@@ -157,10 +163,11 @@ public:
         asio::error_code error;
         std::string const host = m_options.address == "localhost" ? "127.0.0.1" : m_options.address;
         auto const address = asio::ip::make_address(host, error);
-        if (error)
+        if (error) {
             return StartError{StartError::Kind::BadAddress,
                               "'" + m_options.address +
                                   "' is no address to listen on; take one of this machine, such as 127.0.0.1"};
+        }
         m_endpoint = tcp::endpoint(address, m_options.port);
         if (Listen(error)) {
             m_port = m_endpoint.port();
@@ -173,13 +180,16 @@ public:
         bool const isNoAddressHere =
             std::error_code(error.value(), std::system_category()) == std::errc::address_not_available;
         std::string const where = "port " + std::to_string(m_options.port) + " on " + host;
-        if (error == asio::error::address_in_use)
+        if (error == asio::error::address_in_use) {
             return StartError{StartError::Kind::PortInUse, where + " is in use; choose another, or 0 for any"};
-        if (error == asio::error::access_denied)
+        }
+        if (error == asio::error::access_denied) {
             return StartError{StartError::Kind::Other, where + " may not be used; choose one above 1023, or 0 for any"};
-        if (isNoAddressHere || error == asio::error::address_family_not_supported)
+        }
+        if (isNoAddressHere || error == asio::error::address_family_not_supported) {
             return StartError{StartError::Kind::BadAddress,
                               "this machine has no address " + host + "; take one of its own, such as 127.0.0.1"};
+        }
         return StartError{StartError::Kind::Other, where + ": " + error.message()};
     }
 
@@ -187,8 +197,9 @@ public:
     {
         {
             std::lock_guard const lock(m_runningMutex);
-            if (!m_running)
+            if (!m_running) {
                 return;
+            }
             m_running = false;
             // Commands posted before are carried out before; none come after.
             try {
@@ -217,10 +228,11 @@ public:
         bool isOwnThread = false;
         {
             std::lock_guard const lock(m_runningMutex);
-            if (!m_running)
+            if (!m_running) {
                 return Called::NotRunning;
+            }
             isOwnThread = std::this_thread::get_id() == m_thread.get_id();
-            if (!isOwnThread)
+            if (!isOwnThread) {
                 asio::post(m_context, [&task, done] {
                     try {
                         task();
@@ -230,9 +242,11 @@ public:
                     }
                     done->set_value(Called::Done);
                 });
+            }
         }
-        if (!isOwnThread)
+        if (!isOwnThread) {
             return done->get_future().get();
+        }
         task();
         return Called::Done;
     }
@@ -335,8 +349,9 @@ private:
 void SonarServer::Implementation::Tell(SonarEvent event)
 {
     event.utcSeconds = m_state.UtcSeconds();
-    if (m_sink)
+    if (m_sink) {
         m_sink(event);
+    }
 }
 
 void SonarServer::Implementation::Tell(EventKind kind, std::string_view text, std::uint64_t connection)
@@ -349,47 +364,54 @@ bool SonarServer::Implementation::Listen(asio::error_code& error)
     asio::error_code ignored;
     m_acceptor.close(ignored);
     m_acceptor.open(m_endpoint.protocol(), error);
-    if (error)
+    if (error) {
         return false;
+    }
 #ifndef _WIN32
     // There the option would let two programs listen on one port.
     m_acceptor.set_option(tcp::acceptor::reuse_address(true), ignored);
 #endif
     m_acceptor.bind(m_endpoint, error);
-    if (!error)
+    if (!error) {
         m_acceptor.listen(asio::socket_base::max_listen_connections, error);
+    }
     if (error) {
         m_acceptor.close(ignored);
         return false;
     }
     m_endpoint = m_acceptor.local_endpoint(ignored); // keeps a port that the system chose
-    if (m_misbehaviour.vanish)
+    if (m_misbehaviour.vanish) {
         DropWhatArrives(m_acceptor.native_handle(), true);
+    }
     Accept();
     return true;
 }
 
 void SonarServer::Implementation::ListenAgain()
 {
-    if (m_stopping || !m_poweredOn || m_misbehaviour.refusal == Refusal::NotListening || m_acceptor.is_open())
+    if (m_stopping || !m_poweredOn || m_misbehaviour.refusal == Refusal::NotListening || m_acceptor.is_open()) {
         return;
+    }
     asio::error_code error;
-    if (Listen(error))
+    if (Listen(error)) {
         return;
+    }
     // Somebody took the port meanwhile.
     Tell(EventKind::Notice, "cannot listen again: " + error.message() + "; trying once a second");
     m_retryTimer.expires_after(std::chrono::seconds(1));
     m_retryTimer.async_wait([this](asio::error_code const& waited) {
-        if (!waited)
+        if (!waited) {
             ListenAgain();
+        }
     });
 }
 
 void SonarServer::Implementation::Accept()
 {
     m_acceptor.async_accept([this](asio::error_code const& error, tcp::socket socket) {
-        if (m_stopping || error == asio::error::operation_aborted || !m_acceptor.is_open())
+        if (m_stopping || error == asio::error::operation_aborted || !m_acceptor.is_open()) {
             return;
+        }
         if (!error) {
             Take(std::move(socket));
             Accept();
@@ -398,8 +420,9 @@ void SonarServer::Implementation::Accept()
         // Out of descriptors or the like: not worth a busy loop.
         m_retryTimer.expires_after(std::chrono::milliseconds(100));
         m_retryTimer.async_wait([this](asio::error_code const& waited) {
-            if (!waited && m_acceptor.is_open())
+            if (!waited && m_acceptor.is_open()) {
                 Accept();
+            }
         });
     });
 }
@@ -423,10 +446,12 @@ void SonarServer::Implementation::Take(tcp::socket&& socket)
     Tell(EventKind::Connected,
          error ? std::string("unknown") : remote.address().to_string() + ":" + std::to_string(remote.port()),
          connection->number);
-    if (!connection->open)
+    if (!connection->open) {
         return;
-    if (m_misbehaviour.vanish)
+    }
+    if (m_misbehaviour.vanish) {
         DropWhatArrives(connection->socket.native_handle(), true);
+    }
     connection->collisionDue = m_misbehaviour.collidingKeys > 0;
     Introduce(connection);
     PumpWrites(connection);
@@ -438,35 +463,40 @@ void SonarServer::Implementation::Take(tcp::socket&& socket)
 /// sent one once and then nothing; a host that is at work keeps its place.
 bool SonarServer::Implementation::MakeRoom()
 {
-    if (m_connections.size() < m_options.greatestConnections)
+    if (m_connections.size() < m_options.greatestConnections) {
         return true;
+    }
     auto const known = [](ConnectionPointer const& connection) { return connection->IsKnown(); };
     auto const oldest = std::min_element(m_connections.begin(), m_connections.end(),
                                          [&](ConnectionPointer const& a, ConnectionPointer const& b) {
                                              return std::pair(known(a), a->heard) < std::pair(known(b), b->heard);
                                          });
-    if (oldest == m_connections.end() || (known(*oldest) && Clock::now() - (*oldest)->heard < m_options.quietLimit))
+    if (oldest == m_connections.end() || (known(*oldest) && Clock::now() - (*oldest)->heard < m_options.quietLimit)) {
         return false;
+    }
     Close(ConnectionPointer(*oldest), "it gives way to another connection");
     return true;
 }
 
 void SonarServer::Implementation::AwaitFirstFrame(ConnectionPointer const& connection)
 {
-    if (!connection->open)
+    if (!connection->open) {
         return;
+    }
     connection->quietTimer.expires_after(m_options.quietLimit);
     connection->quietTimer.async_wait([this, connection](asio::error_code const& error) {
-        if (error || !connection->open || connection->IsKnown())
+        if (error || !connection->open || connection->IsKnown()) {
             return;
+        }
         // Where this side does not listen, nobody can be heard; and a host that only reads may, while there is room.
         bool const isDeaf = m_misbehaviour.stall || m_misbehaviour.vanish || connection->held > 0;
         bool const onlyReads =
             connection->bytesReceived == 0 && m_connections.size() <= m_options.greatestConnections / 2;
-        if (isDeaf || onlyReads)
+        if (isDeaf || onlyReads) {
             AwaitFirstFrame(connection);
-        else
+        } else {
             Close(connection, "it has sent no record");
+        }
     });
 }
 
@@ -474,10 +504,12 @@ void SonarServer::Implementation::BoundUnfinished()
 {
     for (;;) {
         std::size_t sum = 0;
-        for (ConnectionPointer const& connection : m_connections)
+        for (ConnectionPointer const& connection : m_connections) {
             sum += connection->reader.BufferedBytes();
-        if (sum <= m_options.greatestUnfinished)
+        }
+        if (sum <= m_options.greatestUnfinished) {
             return;
+        }
         auto const weight = [](ConnectionPointer const& connection) {
             auto const bytes = connection->reader.BufferedBytes();
             return std::pair(bytes > 0 && !connection->IsKnown(), bytes);
@@ -491,17 +523,20 @@ void SonarServer::Implementation::BoundUnfinished()
 
 void SonarServer::Implementation::Introduce(ConnectionPointer const& connection)
 {
-    if (m_misbehaviour.silent || !connection->open)
+    if (m_misbehaviour.silent || !connection->open) {
         return;
-    for (Head const& head : m_heads)
+    }
+    for (Head const& head : m_heads) {
         Send(connection, TreeFrame(m_state.Introduction(), head));
+    }
     Tell(EventKind::Answered, "introduction", connection->number);
 }
 
 void SonarServer::Implementation::Close(ConnectionPointer const& connection, std::string_view why)
 {
-    if (!connection->open)
+    if (!connection->open) {
         return;
+    }
     connection->open = false;
     asio::error_code ignored;
     connection->socket.close(ignored);
@@ -525,8 +560,9 @@ void SonarServer::Implementation::Close(ConnectionPointer const& connection, std
 
 void SonarServer::Implementation::CloseConnections(std::string_view why)
 {
-    while (!m_connections.empty())
+    while (!m_connections.empty()) {
         Close(ConnectionPointer(m_connections.back()), why);
+    }
 }
 
 void SonarServer::Implementation::CloseAll()
@@ -535,10 +571,12 @@ void SonarServer::Implementation::CloseAll()
     asio::error_code ignored;
     m_acceptor.close(ignored);
     CloseConnections("the sonar ends");
-    for (auto* const timer : {&m_reportTimer, &m_pingTimer, &m_recordingTimer, &m_rebootTimer, &m_retryTimer})
+    for (auto* const timer : {&m_reportTimer, &m_pingTimer, &m_recordingTimer, &m_rebootTimer, &m_retryTimer}) {
         timer->cancel();
-    for (Head& head : m_heads)
+    }
+    for (Head& head : m_heads) {
         head.echoTimer.cancel();
+    }
     m_work.reset();
 }
 
@@ -548,14 +586,16 @@ void SonarServer::Implementation::Run() noexcept
 {
     for (bool anew = false;;) {
         try {
-            if (m_stopWanted.load())
+            if (m_stopWanted.load()) {
                 CloseAll();
-            else if (anew)
+            } else if (anew) {
                 BeginAnew();
+            }
             anew = false;
             m_context.run();
-            if (m_stopping)
+            if (m_stopping) {
                 return;
+            }
         } catch (...) {
             anew = true;
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -570,8 +610,9 @@ void SonarServer::Implementation::BeginAnew()
         CloseAll();
         return;
     }
-    for (auto* const timer : {&m_reportTimer, &m_pingTimer, &m_recordingTimer, &m_retryTimer})
+    for (auto* const timer : {&m_reportTimer, &m_pingTimer, &m_recordingTimer, &m_retryTimer}) {
         timer->cancel();
+    }
     m_reportScheduled = false;
     m_tickScheduled = false;
     m_pingScheduled = false;
@@ -589,19 +630,22 @@ void SonarServer::Implementation::BeginAnew()
 
 void SonarServer::Implementation::Read(ConnectionPointer const& connection)
 {
-    if (!connection->open || connection->reading || m_misbehaviour.stall)
+    if (!connection->open || connection->reading || m_misbehaviour.stall) {
         return;
+    }
     if (std::size_t const held = std::exchange(connection->held, 0); held > 0) {
         TakeBytes(connection, held);
-        if (!connection->open)
+        if (!connection->open) {
             return;
+        }
     }
     connection->reading = true;
     connection->socket.async_read_some(
         asio::buffer(connection->arrived), [this, connection](asio::error_code const& error, std::size_t count) {
             connection->reading = false;
-            if (!connection->open)
+            if (!connection->open) {
                 return;
+            }
             if (error) {
                 Close(connection, error == asio::error::eof ? "the host closed the link" : error.message());
                 return;
@@ -632,8 +676,9 @@ void SonarServer::Implementation::TakeFrames(ConnectionPointer const& connection
 {
     while (connection->open) {
         auto const frame = connection->reader.Next();
-        if (!frame)
+        if (!frame) {
             break;
+        }
         connection->heard = Clock::now();
         TakeFrame(connection, *frame);
     }
@@ -648,13 +693,15 @@ void SonarServer::Implementation::TakeFrames(ConnectionPointer const& connection
 void SonarServer::Implementation::WatchIdle(ConnectionPointer const& connection)
 {
     auto const due = connection->idleLimit.Due();
-    if (!connection->open || !due || (connection->idleWatched && *due >= connection->idleTimer.expiry()))
+    if (!connection->open || !due || (connection->idleWatched && *due >= connection->idleTimer.expiry())) {
         return;
+    }
     connection->idleWatched = true;
     connection->idleTimer.expires_at(*due);
     connection->idleTimer.async_wait([this, connection](asio::error_code const& error) {
-        if (error || !connection->open)
+        if (error || !connection->open) {
             return;
+        }
         connection->idleWatched = false;
         LookForIdle(connection);
     });
@@ -682,8 +729,9 @@ void SonarServer::Implementation::LookForIdle(ConnectionPointer const& connectio
         // Told below in words of its own.
         connection->damageTold = true;
         TakeFrames(connection);
-        if (connection->open && !std::exchange(connection->unfinishedTold, true))
+        if (connection->open && !std::exchange(connection->unfinishedTold, true)) {
             Tell(EventKind::Damaged, "a frame that was begun got no further byte and is skipped", connection->number);
+        }
         StateChanged();
     }
     WatchIdle(connection);
@@ -730,8 +778,9 @@ SharedBytes SonarServer::Implementation::TreeFrame(std::vector<TreeNode> nodes, 
     std::int32_t const enumerator = EnumeratorOf(head);
     if (m_heads.size() > 1) {
         for (TreeNode& node : nodes) {
-            if (node.key == protocol::keys::DeviceEnum.text)
+            if (node.key == protocol::keys::DeviceEnum.text) {
                 node.value = enumerator;
+            }
         }
     }
     std::string error;
@@ -746,20 +795,23 @@ SharedBytes SonarServer::Implementation::TreeFrame(std::vector<TreeNode> nodes, 
 
 void SonarServer::Implementation::Send(ConnectionPointer const& connection, SharedBytes const& bytes)
 {
-    if (!bytes || !connection->open || m_misbehaviour.silent)
+    if (!bytes || !connection->open || m_misbehaviour.silent) {
         return;
+    }
     if (connection->queuedBytes + bytes->size() > m_options.greatestSendQueue) {
         // An end would leave, too.
-        if (m_misbehaviour.vanish)
+        if (m_misbehaviour.vanish) {
             connection->overflown = true;
-        else
+        } else {
             Close(connection, "the host does not read");
+        }
         return;
     }
     // An answer never overtakes an earlier one, even when the delay has become shorter.
     SteadyTime due = Clock::now() + m_misbehaviour.answerLate;
-    if (!connection->queue.empty())
+    if (!connection->queue.empty()) {
         due = std::max(due, connection->queue.back().due);
+    }
     connection->queue.push_back({bytes, due});
     connection->queuedBytes += bytes->size();
     PumpWrites(connection);
@@ -768,8 +820,9 @@ void SonarServer::Implementation::Send(ConnectionPointer const& connection, Shar
 void SonarServer::Implementation::Broadcast(SharedBytes const& bytes)
 {
     auto const connections = m_connections; // Send may close one
-    for (ConnectionPointer const& connection : connections)
+    for (ConnectionPointer const& connection : connections) {
         Send(connection, bytes);
+    }
 }
 
 void SonarServer::Implementation::AppendGarbage(Bytes& bytes)
@@ -783,8 +836,9 @@ void SonarServer::Implementation::AppendGarbage(Bytes& bytes)
 // The copy is no frame, and what is told is none the less told: the good frame follows it.
 void SonarServer::Implementation::AppendLie(Bytes& bytes, Bytes const& frame)
 {
-    if (!m_misbehaviour.claimedSize || m_framesSinceLie++ % FramesToALie != 0)
+    if (!m_misbehaviour.claimedSize || m_framesSinceLie++ % FramesToALie != 0) {
         return;
+    }
     std::size_t const begin = bytes.size();
     bytes.insert(bytes.end(), frame.begin(), frame.end());
     protocol::PutU32LE(bytes, begin + SizeWordAt, *m_misbehaviour.claimedSize);
@@ -808,23 +862,28 @@ SharedBytes SonarServer::Implementation::NextFrame(ConnectionPointer const& conn
         connection->queuedBytes -= next->size();
         return next;
     }
-    if (m_misbehaviour.silent)
+    if (m_misbehaviour.silent) {
         return {};
-    if (std::exchange(connection->collisionDue, false))
+    }
+    if (std::exchange(connection->collisionDue, false)) {
         return FloodFrame(CollidingTree(m_misbehaviour.collidingKeys));
-    if (m_misbehaviour.flood != nullptr)
+    }
+    if (m_misbehaviour.flood != nullptr) {
         return FloodFrame(m_misbehaviour.flood->make(m_floodRecords, m_state));
+    }
     return {};
 }
 
 void SonarServer::Implementation::PumpWrites(ConnectionPointer const& connection)
 {
-    if (!connection->open || connection->writing || m_misbehaviour.vanish)
+    if (!connection->open || connection->writing || m_misbehaviour.vanish) {
         return;
+    }
     SharedBytes const next = NextFrame(connection);
     if (!next) {
-        if (connection->queue.empty())
+        if (connection->queue.empty()) {
             return;
+        }
         connection->writing = true;
         connection->sendTimer.expires_at(connection->queue.front().due);
         connection->sendTimer.async_wait([this, connection](asio::error_code const&) {
@@ -850,8 +909,9 @@ void SonarServer::Implementation::PumpWrites(ConnectionPointer const& connection
 
 void SonarServer::Implementation::Write(ConnectionPointer const& connection)
 {
-    if (!connection->open)
+    if (!connection->open) {
         return;
+    }
     if (m_misbehaviour.vanish) {
         connection->heldBack = true;
         return;
@@ -859,12 +919,14 @@ void SonarServer::Implementation::Write(ConnectionPointer const& connection)
     if (m_misbehaviour.slowDrip.count() > 0) {
         connection->sendTimer.expires_after(m_misbehaviour.slowDrip);
         connection->sendTimer.async_wait([this, connection](asio::error_code const&) {
-            if (!connection->open)
+            if (!connection->open) {
                 return;
-            if (m_misbehaviour.vanish)
+            }
+            if (m_misbehaviour.vanish) {
                 connection->heldBack = true;
-            else
+            } else {
                 WriteBytes(connection, 1);
+            }
         });
         return;
     }
@@ -876,8 +938,9 @@ void SonarServer::Implementation::WriteBytes(ConnectionPointer const& connection
 {
     asio::async_write(connection->socket, asio::buffer(connection->leaving.data() + connection->left, count),
                       [this, connection](asio::error_code const& error, std::size_t written) {
-                          if (!connection->open)
+                          if (!connection->open) {
                               return;
+                          }
                           if (error) {
                               Close(connection, error.message());
                               return;
@@ -904,12 +967,14 @@ void SonarServer::Implementation::WriteOn()
     auto const connections = m_connections; // writing may close one
     for (ConnectionPointer const& connection : connections) {
         connection->sendTimer.cancel();
-        if (m_misbehaviour.vanish)
+        if (m_misbehaviour.vanish) {
             continue;
-        if (std::exchange(connection->heldBack, false))
+        }
+        if (std::exchange(connection->heldBack, false)) {
             Write(connection);
-        else
+        } else {
             PumpWrites(connection);
+        }
     }
 }
 
@@ -917,12 +982,15 @@ void SonarServer::Implementation::WriteOn()
 bool SonarServer::Implementation::Vanish(bool vanish)
 {
     bool done = true;
-    if (m_acceptor.is_open())
+    if (m_acceptor.is_open()) {
         done = DropWhatArrives(m_acceptor.native_handle(), vanish);
-    for (ConnectionPointer const& connection : m_connections)
+    }
+    for (ConnectionPointer const& connection : m_connections) {
         done = DropWhatArrives(connection->socket.native_handle(), vanish) && done;
-    if (!done && vanish)
+    }
+    if (!done && vanish) {
         Vanish(false);
+    }
     return done;
 }
 
@@ -930,21 +998,24 @@ bool SonarServer::Implementation::Misbehave(std::string_view name, std::string_v
 {
     Misbehaviour const before = m_misbehaviour;
     bool dropNow = false;
-    if (!AddMisbehaviour(name, argument, m_misbehaviour, dropNow, answer))
+    if (!AddMisbehaviour(name, argument, m_misbehaviour, dropNow, answer)) {
         return false;
+    }
     if (m_misbehaviour.vanish && !before.vanish && !Vanish(true)) {
         m_misbehaviour = before;
         answer = "this system lets this user not filter sockets, which vanishing takes; root may";
         return false;
     }
     if (name == "collide") {
-        for (ConnectionPointer const& connection : m_connections)
+        for (ConnectionPointer const& connection : m_connections) {
             connection->collisionDue = true;
+        }
     } else if (name == "lie-about-size") {
         m_framesSinceLie = 0;
     }
-    if (dropNow)
+    if (dropNow) {
         CloseConnections("dropped on demand");
+    }
     if (m_misbehaviour.refusal == Refusal::NotListening) {
         asio::error_code ignored;
         m_acceptor.close(ignored);
@@ -959,17 +1030,20 @@ bool SonarServer::Implementation::Misbehave(std::string_view name, std::string_v
 void SonarServer::Implementation::Behave()
 {
     Misbehaviour const before = std::exchange(m_misbehaviour, {});
-    if (before.vanish)
+    if (before.vanish) {
         Vanish(false);
+    }
     ListenAgain();
     auto const connections = m_connections; // reading and writing may close one
     for (ConnectionPointer const& connection : connections) {
         connection->collisionDue = false;
-        if (connection->overflown)
+        if (connection->overflown) {
             Close(connection, "the host does not read");
+        }
         // What was told in between was not true.
-        if (before.flood != nullptr)
+        if (before.flood != nullptr) {
             Introduce(connection);
+        }
         Read(connection);
     }
     WriteOn();
@@ -979,11 +1053,13 @@ void SonarServer::Implementation::Behave()
 std::span<Head> SonarServer::Implementation::HeadsAt(protocol::Target target)
 {
     std::span<Head> const all(m_heads);
-    if (all.size() == 1 || target.deviceId != model::DeviceId || target.enumerator < 0)
+    if (all.size() == 1 || target.deviceId != model::DeviceId || target.enumerator < 0) {
         return all;
+    }
     auto const head = static_cast<std::size_t>(target.enumerator);
-    if (head < all.size())
+    if (head < all.size()) {
         return all.subspan(head, 1);
+    }
     Tell(EventKind::Notice, "the sonar has no head " + std::to_string(target.enumerator));
     return {};
 }
@@ -997,10 +1073,12 @@ void SonarServer::Implementation::AnswerRecord(ConnectionPointer const& connecti
         Tell(EventKind::Notice, record + " was asked for; the sonar has none");
         return;
     }
-    if (m_misbehaviour.silent)
+    if (m_misbehaviour.silent) {
         return;
-    for (Head const& head : HeadsAt(request.target))
+    }
+    for (Head const& head : HeadsAt(request.target)) {
         Send(connection, TreeFrame(*nodes, head));
+    }
     Tell(EventKind::Answered, record + ", " + Plural(nodes->size(), "attribute"), connection->number);
 }
 
@@ -1012,31 +1090,37 @@ void SonarServer::Implementation::StateChanged()
         m_recordingTimer.expires_after(m_options.recordingTick);
         m_recordingTimer.async_wait([this](asio::error_code const& error) {
             m_tickScheduled = false;
-            if (!error && !m_stopping)
+            if (!error && !m_stopping) {
                 TickRecording();
+            }
         });
     }
-    if (m_reportScheduled || m_stopping || !m_state.HasReport())
+    if (m_reportScheduled || m_stopping || !m_state.HasReport()) {
         return;
+    }
     m_reportScheduled = true;
     m_reportTimer.expires_after(m_options.reportLatency);
     m_reportTimer.async_wait([this](asio::error_code const& error) {
         m_reportScheduled = false;
-        if (!error && !m_stopping)
+        if (!error && !m_stopping) {
             Report();
+        }
     });
 }
 
 void SonarServer::Implementation::Report()
 {
     auto const nodes = m_state.TakeReport();
-    if (nodes.empty() || m_connections.empty() || m_misbehaviour.silent)
+    if (nodes.empty() || m_connections.empty() || m_misbehaviour.silent) {
         return;
-    for (Head const& head : m_heads)
+    }
+    for (Head const& head : m_heads) {
         Broadcast(TreeFrame(nodes, head));
+    }
     std::string text = Plural(nodes.size(), "changed attribute") + ":";
-    for (TreeNode const& node : nodes)
+    for (TreeNode const& node : nodes) {
         text += " " + protocol::EncodeUtf8(node.key);
+    }
     Tell(EventKind::Answered, text);
 }
 
@@ -1050,8 +1134,9 @@ void SonarServer::Implementation::SchedulePings()
 {
     double const rate = m_state.PingRate();
     if (m_stopping || !m_poweredOn || !m_state.PingsOn() || !(rate > 0.0)) {
-        if (std::exchange(m_pingScheduled, false))
+        if (std::exchange(m_pingScheduled, false)) {
             m_pingTimer.cancel();
+        }
         return;
     }
     // No faster than the echoes come in, and from ping to ping on the steady clock, so that nothing adds up.
@@ -1059,22 +1144,26 @@ void SonarServer::Implementation::SchedulePings()
     auto const interval = std::max<Clock::duration>({byRate, m_state.TravelTime(), std::chrono::milliseconds(1)});
     auto const now = Clock::now();
     SteadyTime due = m_hasPinged ? std::max(m_lastPing + interval, now) : now;
-    for (Head const& head : m_heads)
+    for (Head const& head : m_heads) {
         due = std::max(due, head.listensUntil);
-    if (m_pingScheduled && m_pingTimer.expiry() == due)
+    }
+    if (m_pingScheduled && m_pingTimer.expiry() == due) {
         return;
+    }
     m_pingScheduled = true;
     m_pingTimer.expires_at(due);
     m_pingTimer.async_wait([this](asio::error_code const& error) {
-        if (error || !m_pingScheduled)
+        if (error || !m_pingScheduled) {
             return; // timed anew, or not wanted any more
+        }
         m_pingScheduled = false;
         // A command may have been quicker.
         if (!IsListening()) {
             m_lastPing = m_pingTimer.expiry();
             m_hasPinged = true;
-            for (Head& head : m_heads)
+            for (Head& head : m_heads) {
                 Transmit(head, false);
+            }
         }
         SchedulePings();
     });
@@ -1110,8 +1199,9 @@ std::string SonarServer::Implementation::PingAtCommand(std::span<Head> heads, bo
 // The sonar tells its settings as it pings, so that a host knows how long the echoes can take.
 void SonarServer::Implementation::Transmit(Head& head, bool commanded)
 {
-    if (m_stopping || !m_poweredOn)
+    if (m_stopping || !m_poweredOn) {
         return;
+    }
     EchoesAreIn(head);     // of the ping before, if their timer is a little late
     if (head.inTheWater) { // whoever was told of them commanded another
         head.waiting += commanded ? 1U : 0U;
@@ -1142,8 +1232,9 @@ void SonarServer::Implementation::AwaitEchoes(Head& head)
 {
     head.echoTimer.expires_at(head.listensUntil);
     head.echoTimer.async_wait([this, &head](asio::error_code const& error) {
-        if (error || m_stopping || head.listensUntil > Clock::now())
+        if (error || m_stopping || head.listensUntil > Clock::now()) {
             return;
+        }
         EchoesAreIn(head);
         if (head.waiting > 0 && !head.inTheWater) {
             --head.waiting;
@@ -1155,8 +1246,9 @@ void SonarServer::Implementation::AwaitEchoes(Head& head)
 void SonarServer::Implementation::EchoesAreIn(Head& head)
 {
     auto const ping = std::exchange(head.inTheWater, std::nullopt);
-    if (!ping)
+    if (!ping) {
         return;
+    }
     Tell({.kind = EventKind::Echoed,
           .text = {},
           .pingNumber = ping->number,
@@ -1182,12 +1274,14 @@ void SonarServer::Implementation::PowerDown(bool reboot)
     CloseConnections(reboot ? "the sonar restarts" : "the sonar was shut down");
     Tell(EventKind::Notice, reboot ? "restarting" : "shut down; 'start' brings it back");
     m_rebootTimer.cancel();
-    if (!reboot)
+    if (!reboot) {
         return;
+    }
     m_rebootTimer.expires_after(m_options.rebootTime);
     m_rebootTimer.async_wait([this](asio::error_code const& error) {
-        if (!error && !m_stopping && !m_poweredOn)
+        if (!error && !m_stopping && !m_poweredOn) {
             PowerUp();
+        }
     });
 }
 
@@ -1197,8 +1291,9 @@ void SonarServer::Implementation::PowerUp()
     m_poweredOn = true;
     m_hasPinged = false;
     ListenAgain();
-    if (m_acceptor.is_open())
+    if (m_acceptor.is_open()) {
         Tell(EventKind::Notice, "up again, listening on port " + std::to_string(m_endpoint.port()));
+    }
 }
 
 ServerCounts SonarServer::Implementation::Counts() const
@@ -1221,17 +1316,20 @@ std::string SonarServer::Implementation::StateText(std::string_view key, bool& k
     std::wstring const wide = protocol::DecodeUtf8(key);
     known = key.empty();
     for (Attribute const& attribute : m_state.Attributes()) {
-        if (!key.empty() && attribute.text != wide)
+        if (!key.empty() && attribute.text != wide) {
             continue;
+        }
         known = true;
         text += (text.empty() ? "" : "\n") + AttributeLine(attribute);
     }
-    if (!key.empty())
+    if (!key.empty()) {
         return text;
+    }
     for (auto const& [unit, attributes] : m_state.Units()) {
-        for (Attribute const& attribute : attributes)
+        for (Attribute const& attribute : attributes) {
             text += "\nunit " + std::to_string(unit.first) + "/" + std::to_string(unit.second) + ": " +
                     AttributeLine(attribute);
+        }
     }
     return text;
 }
@@ -1248,20 +1346,23 @@ std::string SonarServer::Implementation::StatusText() const
             Plural(m_state.UnknownRecords(), "unknown record") + ", " +
             Plural(m_state.UnknownRequests(), "unanswered request") + "; " + Plural(counts.pings, "ping") +
             "; failures: " + Describe(m_misbehaviour);
-    for (ConnectionPointer const& connection : m_connections)
+    for (ConnectionPointer const& connection : m_connections) {
         text += "\nconnection " + std::to_string(connection->number) + ": " +
                 Plural(connection->bytesReceived, "byte") + " and " +
                 Plural(connection->reader.GoodFrames(), "record") + " received, " +
                 Plural(connection->bytesSent, "byte") + " and " + Plural(connection->framesSent, "frame") + " sent, " +
                 Plural(connection->queuedBytes, "byte") + " waiting";
+    }
     for (auto const& [id, count] : m_state.Records()) {
         text += "\nrecord " + std::to_string(id.second) + " " +
                 std::string(count.name.empty() ? "unknown" : count.name) + ": " + std::to_string(count.count) +
                 " times";
-        if (count.name.empty() && !count.lastPayload.empty())
+        if (count.name.empty() && !count.lastPayload.empty()) {
             text += ", last payload " + protocol::HexDump(count.lastPayload, "\n  ", 16);
-        while (text.ends_with('\n'))
+        }
+        while (text.ends_with('\n')) {
             text.pop_back();
+        }
     }
     return text;
 }
@@ -1272,16 +1373,18 @@ bool SonarServer::Implementation::Command(std::string_view line, std::string& an
     std::string_view rest = line;
     std::string_view const word = TakeWord(rest);
     auto const takesNothing = [&] {
-        if (rest.empty())
+        if (rest.empty()) {
             return true;
+        }
         answer = std::string(word) + " takes no argument";
         return false;
     };
     if (word == "state") {
         bool known = false;
         answer = StateText(rest, known);
-        if (!known)
+        if (!known) {
             answer = "the sonar holds no attribute " + std::string(rest);
+        }
         return known;
     }
     if (word == "set") {
@@ -1298,15 +1401,17 @@ bool SonarServer::Implementation::Command(std::string_view line, std::string& an
         return Misbehave(name, rest, answer);
     }
     if (word == "behave") {
-        if (!takesNothing())
+        if (!takesNothing()) {
             return false;
+        }
         Behave();
         answer = "no failures";
         return true;
     }
     if (word == "ping") {
-        if (!takesNothing())
+        if (!takesNothing()) {
             return false;
+        }
         if (!m_poweredOn) {
             answer = "the sonar is switched off; 'start' brings it back";
             return false;
@@ -1326,21 +1431,24 @@ bool SonarServer::Implementation::Command(std::string_view line, std::string& an
         std::string const key = protocol::EncodeUtf8(protocol::keys::StreamStatus.text);
         bool const taken = m_state.Set(key + "=" + std::to_string(status), Clock::now(), answer);
         StateChanged();
-        if (taken)
+        if (taken) {
             answer = "the status of the data stream is " + std::to_string(status);
+        }
         return taken;
     }
     if (word == "drop") {
-        if (!takesNothing())
+        if (!takesNothing()) {
             return false;
+        }
         std::uint64_t const count = m_connections.size();
         CloseConnections("dropped on demand");
         answer = Plural(count, "connection") + " dropped";
         return true;
     }
     if (word == "start") {
-        if (!takesNothing())
+        if (!takesNothing()) {
             return false;
+        }
         if (m_poweredOn) {
             answer = "the sonar is on";
             return true;
@@ -1350,8 +1458,9 @@ bool SonarServer::Implementation::Command(std::string_view line, std::string& an
         return true;
     }
     if (word == "status") {
-        if (!takesNothing())
+        if (!takesNothing()) {
             return false;
+        }
         answer = StatusText();
         return true;
     }
@@ -1412,8 +1521,9 @@ bool SonarServer::Command(std::string_view line, std::string& answer)
 {
     bool done = false;
     auto const called = m_implementation->Call([&] { done = m_implementation->Command(line, answer); });
-    if (called == Implementation::Called::Done)
+    if (called == Implementation::Called::Done) {
         return done;
+    }
     answer = called == Implementation::Called::Failed ? "that failed, and the sonar begins anew"
                                                       : "the sonar is not running";
     return false;

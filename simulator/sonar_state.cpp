@@ -75,8 +75,9 @@ TreeNode ModeBranch(OperationMode const& mode, std::int32_t enumerator, std::int
             Branch(keys::x5SampleRateSet, {Leaf(keys::x5IQRate, rate.rate), Leaf(keys::x5RangeSet, List(rate.ranges)),
                                            LimitBranch(keys::x5Range, LimitsOf(rate.ranges))}));
     }
-    for (auto const lengths : mode.pulseLengths)
+    for (auto const lengths : mode.pulseLengths) {
         nodes.push_back(Branch(keys::x5PulseLengthSet, {Leaf(keys::x5PulseLengthValues, List(lengths))}));
+    }
     nodes.push_back(LimitBranch(keys::x5Power, mode.power));
     nodes.push_back(LimitBranch(keys::x5SoundVelocity, model::SoundVelocity));
     TreeNode pingRate = LimitBranch(keys::x5PingRate, mode.pingRate);
@@ -119,8 +120,9 @@ TreeNode ArrayBranch(std::int32_t head)
     for (std::size_t array = 0; array < 2; ++array) {
         std::vector<TreeNode> numbers;
         numbers.reserve(std::size(model::ArrayNumbers));
-        for (model::ArrayNumber const& number : model::ArrayNumbers)
+        for (model::ArrayNumber const& number : model::ArrayNumbers) {
             numbers.push_back(Leaf(*number.key, number.values[array]));
+        }
         info.push_back(Branch(keys::x5MBesXYZ, std::move(numbers)));
     }
     return Branch(keys::x5MBesXYZList, {Branch(keys::x5MBesXYZInfo, std::move(info))});
@@ -130,8 +132,9 @@ TreeNode ArrayBranch(std::int32_t head)
 Key const* BranchOf(Key const* key)
 {
     for (model::BranchMember const& member : model::BranchMembers) {
-        if (member.key == key)
+        if (member.key == key) {
             return member.branch;
+        }
     }
     return nullptr;
 }
@@ -168,14 +171,16 @@ bool HoldsNan(Value const& value)
     return std::visit(
         [](auto const& held) {
             using Held = std::decay_t<decltype(held)>;
-            if constexpr (std::is_same_v<Held, double>)
+            if constexpr (std::is_same_v<Held, double>) {
                 return std::isnan(held);
-            else if constexpr (std::is_same_v<Held, std::pair<double, double>>)
+            } else if constexpr (std::is_same_v<Held, std::pair<double, double>>) {
                 return std::isnan(held.first) || std::isnan(held.second);
-            else if constexpr (std::is_same_v<Held, std::vector<double>> || std::is_same_v<Held, std::array<double, 3>>)
+            } else if constexpr (std::is_same_v<Held, std::vector<double>> ||
+                                 std::is_same_v<Held, std::array<double, 3>>) {
                 return std::any_of(held.begin(), held.end(), [](double number) { return std::isnan(number); });
-            else
+            } else {
                 return false;
+            }
         },
         value);
 }
@@ -183,8 +188,9 @@ bool HoldsNan(Value const& value)
 bool Clamp(Value& value, Limits limits)
 {
     auto* const number = std::get_if<double>(&value);
-    if (number == nullptr)
+    if (number == nullptr) {
         return false;
+    }
     *number = std::clamp(*number, limits.least, limits.greatest);
     return true;
 }
@@ -197,11 +203,13 @@ bool IsIndex(Value const& value, std::size_t count)
 
 Key const* KeyOfText(std::wstring_view text)
 {
-    if (Key const* const key = protocol::FindKey(text))
+    if (Key const* const key = protocol::FindKey(text)) {
         return key;
+    }
     for (Key const* const key : protocol::SettingsKeys) {
-        if (key->text == text)
+        if (key->text == text) {
             return key;
+        }
     }
     return nullptr;
 }
@@ -226,8 +234,9 @@ void PutInto(std::vector<Attribute>& attributes, Key const& key, Value value)
             return;
         }
     }
-    if (attributes.size() < MaximumAttributes)
+    if (attributes.size() < MaximumAttributes) {
         attributes.push_back({std::wstring(key.text), &key, std::move(value)});
+    }
 }
 
 std::wstring NameByClock(double utcSeconds)
@@ -235,10 +244,11 @@ std::wstring NameByClock(double utcSeconds)
     auto const time = protocol::TimeText(protocol::ToTimeX5(utcSeconds)); // "2023-11-14 22:13:20.000 UTC"
     std::wstring name;
     for (char const character : time.substr(0, std::min(time.size(), time.find('.')))) {
-        if (character >= '0' && character <= '9')
+        if (character >= '0' && character <= '9') {
             name += static_cast<wchar_t>(character);
-        else if (character == ' ')
+        } else if (character == ' ') {
             name += L'_';
+        }
     }
     return name + L".x5";
 }
@@ -269,18 +279,21 @@ void SonarState::LoadFactorySettings()
 {
     PutText(keys::DeviceEnum.text, &keys::DeviceEnum, std::int32_t{0});
     PutText(keys::x5SampleRateSelection.text, &keys::x5SampleRateSelection, std::int32_t{0});
-    for (model::FactorySetting const& setting : model::FactorySettings)
+    for (model::FactorySetting const& setting : model::FactorySettings) {
         PutText(setting.key->text, setting.key, OfKind(setting.key->kind, setting.value));
-    for (model::FactoryText const& setting : model::FactoryTexts)
+    }
+    for (model::FactoryText const& setting : model::FactoryTexts) {
         PutText(setting.key->text, setting.key, std::wstring(setting.text));
+    }
     PutText(keys::x5PulseLengthValues.text, &keys::x5PulseLengthValues, List(PulseLengths()));
 }
 
 std::size_t SonarState::IndexOf(std::wstring_view text) const
 {
     for (std::size_t i = 0; i < m_attributes.size(); ++i) {
-        if (m_attributes[i].text == text)
+        if (m_attributes[i].text == text) {
             return i;
+        }
     }
     return m_attributes.size();
 }
@@ -338,16 +351,18 @@ std::chrono::nanoseconds SonarState::TravelTime() const
 
 void SonarState::Touch(std::size_t index)
 {
-    if (std::find(m_touched.begin(), m_touched.end(), index) == m_touched.end())
+    if (std::find(m_touched.begin(), m_touched.end(), index) == m_touched.end()) {
         m_touched.push_back(index);
+    }
 }
 
 void SonarState::PutText(std::wstring_view text, Key const* key, Value value)
 {
     std::size_t const at = IndexOf(text);
     if (at == m_attributes.size()) {
-        if (m_attributes.size() >= MaximumAttributes)
+        if (m_attributes.size() >= MaximumAttributes) {
             return;
+        }
         m_attributes.push_back({std::wstring(text), key, {}});
     }
     m_attributes[at].value = std::move(value);
@@ -356,18 +371,24 @@ void SonarState::PutText(std::wstring_view text, Key const* key, Value value)
 
 bool SonarState::Admit(Key const& key, Value& value) const
 {
-    if (HoldsNan(value))
+    if (HoldsNan(value)) {
         return false;
-    if (&key == &keys::DeviceEnum)
+    }
+    if (&key == &keys::DeviceEnum) {
         return m_heads == 1 && IsIndex(value, model::Modes.size());
-    if (&key == &keys::x5SampleRateSelection)
+    }
+    if (&key == &keys::x5SampleRateSelection) {
         return IsIndex(value, Mode().sampleRates.size());
-    if (&key == &keys::x5PulseType)
+    }
+    if (&key == &keys::x5PulseType) {
         return IsIndex(value, Mode().pulseLengths.size());
-    if (&key == &keys::x5BeamModeSelection)
+    }
+    if (&key == &keys::x5BeamModeSelection) {
         return IsIndex(value, model::BeamModes.size());
-    if (&key == &keys::DeviceId || &key == &keys::x5PulseLengthValues)
+    }
+    if (&key == &keys::DeviceId || &key == &keys::x5PulseLengthValues) {
         return false;
+    }
     if (&key == &keys::x5Range) {
         auto const selection = static_cast<std::size_t>(IntOf(keys::x5SampleRateSelection));
         return Clamp(value, LimitsOf(Mode().sampleRates[selection].ranges));
@@ -376,20 +397,27 @@ bool SonarState::Admit(Key const& key, Value& value) const
         auto const* const power = std::get_if<double>(&value);
         return power != nullptr && (*power == 0.0 || Clamp(value, Mode().power));
     }
-    if (&key == &keys::x5Gain)
+    if (&key == &keys::x5Gain) {
         return Clamp(value, IntOf(keys::x5GainMode) == 2 ? Mode().fixedGain : Mode().gain);
-    if (&key == &keys::x5MaxPingRate)
+    }
+    if (&key == &keys::x5MaxPingRate) {
         return Clamp(value, Mode().pingRate);
-    if (&key == &keys::x5PulseLength)
+    }
+    if (&key == &keys::x5PulseLength) {
         return Clamp(value, LimitsOf(PulseLengths()));
-    if (&key == &keys::x5SoundVelocity)
+    }
+    if (&key == &keys::x5SoundVelocity) {
         return Clamp(value, model::SoundVelocity);
-    if (&key == &keys::x5CenterFrequency)
+    }
+    if (&key == &keys::x5CenterFrequency) {
         return Clamp(value, Mode().frequency);
-    if (&key == &keys::x5Absorption)
+    }
+    if (&key == &keys::x5Absorption) {
         return Clamp(value, {0.0, Mode().greatestAbsorption});
-    if (&key == &keys::x5SpreadingLoss)
+    }
+    if (&key == &keys::x5SpreadingLoss) {
         return Clamp(value, {0.0, Mode().greatestSpreading});
+    }
     return true;
 }
 
@@ -397,8 +425,9 @@ bool SonarState::Put(Key const& key, Value value)
 {
     if (!Admit(key, value)) {
         std::size_t const at = IndexOf(key.text);
-        if (at < m_attributes.size())
+        if (at < m_attributes.size()) {
             Touch(at);
+        }
         return false;
     }
     bool const isOtherGainMode = &key == &keys::x5GainMode && value != *Find(keys::x5GainMode);
@@ -409,8 +438,9 @@ bool SonarState::Put(Key const& key, Value value)
         Put(keys::x5Gain, Value(*Find(keys::x5GainAlt)));
         PutText(keys::x5GainAlt.text, &keys::x5GainAlt, gain);
     }
-    if (&key == &keys::DeviceEnum || &key == &keys::x5SampleRateSelection || &key == &keys::x5PulseType)
+    if (&key == &keys::DeviceEnum || &key == &keys::x5SampleRateSelection || &key == &keys::x5PulseType) {
         ModeChanged();
+    }
     if (&key == &keys::x5BeamSteer) {
         auto const* const angles = std::get_if<std::pair<double, double>>(Find(keys::x5BeamSteer));
         if (angles != nullptr) {
@@ -424,14 +454,16 @@ bool SonarState::Put(Key const& key, Value value)
 
 void SonarState::ModeChanged()
 {
-    if (static_cast<std::size_t>(IntOf(keys::x5SampleRateSelection)) >= Mode().sampleRates.size())
+    if (static_cast<std::size_t>(IntOf(keys::x5SampleRateSelection)) >= Mode().sampleRates.size()) {
         PutText(keys::x5SampleRateSelection.text, &keys::x5SampleRateSelection, std::int32_t{0});
+    }
     PutText(keys::x5PulseLengthValues.text, &keys::x5PulseLengthValues, List(PulseLengths()));
     for (Key const* const key :
          {&keys::x5Range, &keys::x5Power, &keys::x5Gain, &keys::x5MaxPingRate, &keys::x5PulseLength,
           &keys::x5CenterFrequency, &keys::x5Absorption, &keys::x5SpreadingLoss}) {
-        if (auto const* const value = Find(*key))
+        if (auto const* const value = Find(*key)) {
             Put(*key, Value(*value));
+        }
     }
 }
 
@@ -473,39 +505,46 @@ Understood SonarState::Apply(protocol::FrameView const& frame, SteadyTime now)
 void SonarState::Read(Understood& record)
 {
     record.layout = protocol::FindLayout(record.carrier, record.id, record.payload);
-    if (record.layout == nullptr)
+    if (record.layout == nullptr) {
         return;
+    }
     record.name = record.layout->name;
     auto unpacked = protocol::Unpack(*record.layout, record.payload);
     record.missingBytes = unpacked.missingBytes;
     record.values = protocol::KeyValues(unpacked.fields);
     for (protocol::FieldValue const& field : unpacked.fields) {
-        if (field.field->key == nullptr && field.field->constant == 0 && !protocol::IsEmpty(field.wire))
+        if (field.field->key == nullptr && field.field->constant == 0 && !protocol::IsEmpty(field.wire)) {
             record.fields.emplace_back(field.field->name, field.wire);
+        }
     }
     if (record.layout->tailKey != nullptr && !protocol::IsEmpty(unpacked.tail) &&
-        unpacked.tailBytes.size() <= MaximumKeptTail)
+        unpacked.tailBytes.size() <= MaximumKeptTail) {
         record.values.emplace_back(record.layout->tailKey, std::move(unpacked.tail));
+    }
 
     // What the tables cannot turn back, because it takes the sonar's own settings to do so.
-    if (record.carrier != Carrier::RemoteControl || record.missingBytes != 0)
+    if (record.carrier != Carrier::RemoteControl || record.missingBytes != 0) {
         return;
+    }
     if (record.layout->id == records::SampleRate.Id()) {
         auto const rate = protocol::GetI32LE(record.payload, 0);
         auto const rates = Mode().sampleRates;
         for (std::size_t i = 0; i < rates.size(); ++i) {
-            if (rates[i].rate == rate)
+            if (rates[i].rate == rate) {
                 record.values.emplace_back(&keys::x5SampleRateSelection, static_cast<std::int32_t>(i));
+            }
         }
     } else if (record.layout->id == records::CustomBeams.Id()) {
         auto const beams = protocol::GetU16LE(record.payload, 0);
-        if (beams != 0)
+        if (beams != 0) {
             record.values.emplace_back(&keys::x5CustomBeams, static_cast<double>(beams));
+        }
         record.values.emplace_back(&keys::x5CustomBeamsEnabled, beams != 0);
     } else if (record.layout->id == records::ConstantSpacing.Id()) {
         auto const spacing = static_cast<double>(protocol::GetF32LE(record.payload, 0));
-        if (spacing > 0.0)
+        if (spacing > 0.0) {
             record.values.emplace_back(&keys::x5ConstantSpacing, spacing);
+        }
         record.values.emplace_back(&keys::x5ConstantSpacingEnabled, spacing > 0.0);
     } else if (record.layout->id == records::FMSweep.Id()) {
         auto const start = protocol::UnpackField(records::SweepStart, record.payload).wire;
@@ -516,10 +555,12 @@ void SonarState::Read(Understood& record)
     }
     // Flags say which of the numbers are meant.
     if (record.layout->id == records::ManualSoundVelocity.Id()) {
-        if (WireFlag(record, records::NoNewSoundVelocity))
+        if (WireFlag(record, records::NoNewSoundVelocity)) {
             EraseValue(record.values, keys::x5SoundVelocity);
-        if (!WireFlag(record, records::NewSoundVelocityFilter))
+        }
+        if (!WireFlag(record, records::NewSoundVelocityFilter)) {
             EraseValue(record.values, keys::x5SoundVelocityFilter);
+        }
     } else if (record.layout->id == records::ManualTemperature.Id() && WireFlag(record, records::NoNewTemperature)) {
         EraseValue(record.values, keys::x5Temperature);
     }
@@ -527,23 +568,27 @@ void SonarState::Read(Understood& record)
 
 void SonarState::Take(Understood& record, SteadyTime now)
 {
-    if (record.missingBytes != 0)
+    if (record.missingBytes != 0) {
         return;
+    }
     if (record.carrier == Carrier::PassThrough) {
         auto const unit = std::pair(record.target.deviceId, record.target.enumerator);
         if (m_units.size() < MaximumKeptUnits || m_units.contains(unit)) {
             auto& attributes = m_units[unit];
-            for (auto const& [key, value] : record.values)
+            for (auto const& [key, value] : record.values) {
                 PutInto(attributes, *key, value);
+            }
         }
         return;
     }
     for (auto const& [key, value] : record.values) {
-        if (!IsOfTheArrays(*key))
+        if (!IsOfTheArrays(*key)) {
             Put(*key, value);
+        }
     }
-    if (record.carrier != Carrier::RemoteControl)
+    if (record.carrier != Carrier::RemoteControl) {
         return;
+    }
     switch (record.id) {
     case records::Shutdown.Id():
         record.effect = Effect::ShutDown;
@@ -583,11 +628,13 @@ void SonarState::Take(Understood& record, SteadyTime now)
 
 void SonarState::Count(Understood const& record)
 {
-    if (record.name.empty())
+    if (record.name.empty()) {
         ++m_unknownRecords;
+    }
     auto const id = std::pair(record.carrier, record.id);
-    if (m_records.size() >= MaximumKeptRecords && !m_records.contains(id))
+    if (m_records.size() >= MaximumKeptRecords && !m_records.contains(id)) {
         return;
+    }
     RecordCount& count = m_records[id];
     count.name = record.name;
     ++count.count;
@@ -602,8 +649,9 @@ void SonarState::StartRecording(std::wstring name, SteadyTime now)
     m_recording = true;
     m_recordedUntil = now;
     m_fileBytes = 0.0;
-    if (name.empty())
+    if (name.empty()) {
         name = NameByClock(m_utc());
+    }
     PutText(keys::x5FileName.text, &keys::x5FileName, std::move(name));
     PutText(keys::x5DataRecording.text, &keys::x5DataRecording, std::int32_t{1});
     PutRecorder();
@@ -625,26 +673,29 @@ void SonarState::PutRecorder()
 
 bool SonarState::Advance(SteadyTime now)
 {
-    if (!m_recording || now <= m_recordedUntil)
+    if (!m_recording || now <= m_recordedUntil) {
         return HasReport();
+    }
     std::chrono::duration<double> const elapsed = now - m_recordedUntil;
     m_recordedUntil = now;
     double const wanted = elapsed.count() * model::RecordingBytesPerSecond;
     double const written = std::min(wanted, m_diskFreeBytes);
     m_fileBytes += written;
     m_diskFreeBytes -= written;
-    if (written < wanted)
+    if (written < wanted) {
         StopRecording(); // the disk is full
-    else
+    } else {
         PutRecorder();
+    }
     return HasReport();
 }
 
 void SonarState::Restart(SteadyTime now)
 {
     Advance(now);
-    if (m_recording)
+    if (m_recording) {
         StopRecording();
+    }
     PutText(keys::x5PingOnOffState.text, &keys::x5PingOnOffState, std::int32_t{0});
 }
 
@@ -693,14 +744,16 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
     }
     if (key == &keys::x5DataRecording) {
         Advance(now);
-        if (std::get<std::int32_t>(*value) != 0)
+        if (std::get<std::int32_t>(*value) != 0) {
             StartRecording({}, now);
-        else
+        } else {
             StopRecording();
+        }
         return true;
     }
-    if (Put(*key, std::move(*value)))
+    if (Put(*key, std::move(*value))) {
         return true;
+    }
     error = "the sonar does not take this value for " + std::string(name);
     return false;
 }
@@ -709,24 +762,29 @@ std::vector<TreeNode> SonarState::LimitNodes() const
 {
     std::vector<TreeNode> nodes;
     if (m_heads > 1) {
-        for (std::int32_t head = 0; head < m_heads; ++head)
+        for (std::int32_t head = 0; head < m_heads; ++head) {
             nodes.push_back(ModeBranch(Mode(), head, head));
+        }
     } else {
-        for (std::size_t i = 0; i < model::Modes.size(); ++i)
+        for (std::size_t i = 0; i < model::Modes.size(); ++i) {
             nodes.push_back(ModeBranch(model::Modes[i], static_cast<std::int32_t>(i), 0));
+        }
     }
-    for (std::int32_t head = 0; head < m_heads; ++head)
+    for (std::int32_t head = 0; head < m_heads; ++head) {
         nodes.push_back(ArrayBranch(head));
-    for (std::wstring_view const mode : model::BeamModes)
+    }
+    for (std::wstring_view const mode : model::BeamModes) {
         nodes.push_back(Leaf(keys::x5BeamModes, std::wstring(mode)));
+    }
     return nodes;
 }
 
 std::vector<TreeNode> SonarState::Introduction() const
 {
     std::vector<TreeNode> nodes = LimitNodes();
-    for (Attribute const& attribute : m_attributes)
+    for (Attribute const& attribute : m_attributes) {
         AddNode(nodes, attribute);
+    }
     return nodes;
 }
 
@@ -744,8 +802,9 @@ void SonarState::AddNode(std::vector<TreeNode>& nodes, Attribute const& attribut
                      Branch(*branch, {}));
     }
     for (TreeNode& node : nodes) {
-        if (isBranch(node))
+        if (isBranch(node)) {
             node.children.push_back(Leaf(*attribute.key, attribute.value));
+        }
     }
 }
 
@@ -754,30 +813,37 @@ std::optional<std::vector<TreeNode>> SonarState::Answer(std::uint32_t recordId) 
     auto const* const row =
         std::find_if(model::Answers.begin(), model::Answers.end(),
                      [&](model::RecordAnswer const& answer) { return answer.recordId == recordId; });
-    if (row == model::Answers.end())
+    if (row == model::Answers.end()) {
         return std::nullopt;
-    if (row->everything)
+    }
+    if (row->everything) {
         return Introduction();
+    }
     std::vector<TreeNode> nodes{Leaf(keys::DeviceId, model::DeviceId)};
     std::vector<Key const*> told{nullptr, &keys::DeviceId};
     auto const add = [&](Key const* key) {
-        if (std::find(told.begin(), told.end(), key) != told.end())
+        if (std::find(told.begin(), told.end(), key) != told.end()) {
             return;
+        }
         told.push_back(key);
-        if (auto const* const value = Find(*key))
+        if (auto const* const value = Find(*key)) {
             AddNode(nodes, {std::wstring(key->text), key, *value});
+        }
     };
     for (std::uint32_t const command : row->commands) {
         for (protocol::RecordLayout const& layout : protocol::AllLayouts()) {
-            if (layout.id != command || layout.carrier != Carrier::RemoteControl)
+            if (layout.id != command || layout.carrier != Carrier::RemoteControl) {
                 continue;
-            for (protocol::Field const& field : layout.fields)
+            }
+            for (protocol::Field const& field : layout.fields) {
                 add(field.key);
+            }
             add(layout.tailKey);
         }
     }
-    for (Key const* const key : row->more)
+    for (Key const* const key : row->more) {
         add(key);
+    }
     return nodes;
 }
 
@@ -785,8 +851,9 @@ std::vector<TreeNode> SonarState::TakeReport()
 {
     std::vector<TreeNode> nodes;
     nodes.reserve(m_touched.size());
-    for (std::size_t const index : m_touched)
+    for (std::size_t const index : m_touched) {
         AddNode(nodes, m_attributes[index]);
+    }
     m_touched.clear();
     return nodes;
 }

@@ -12,7 +12,7 @@ import sys
 
 # The folders that are shipped. What lies in a folder of the second row is one room with it.
 PRODUCT = ("protocol", "host", "commands", "DeviceDLLs/QX5SonarConfiguration", "reference_host", "simulator", "cli")
-WHOLE = ("protocol", "host", "simulator", "cli/scenario")
+WHOLE = ("protocol", "host", "commands", "simulator", "cli/scenario")
 SHORT = {"DeviceDLLs/QX5SonarConfiguration": "plug-in"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]([^">]+)[">]', re.MULTILINE)
@@ -69,7 +69,7 @@ def draw(uses: dict[str, set[str]]) -> str:
 
     def deep(room: str, path: tuple[str, ...]) -> int:
         if room not in depth:
-            below = [deep(other, (*path, room)) for other in uses[room] if other not in path and other != room]
+            below = [deep(other, (*path, room)) for other in sorted(uses[room]) if other not in path and other != room]
             if path and any(other in path for other in uses[room]):
                 return 1 + max(below, default=-1)
             depth[room] = 1 + max(below, default=-1)

@@ -27,16 +27,18 @@ std::vector<unsigned char> SecondFrame()
 std::vector<unsigned char> Claim(std::uint32_t size)
 {
     auto bytes = Bytes("0500 3c00 ffff0000");
-    for (unsigned shift = 0; shift < 32; shift += 8)
+    for (unsigned shift = 0; shift < 32; shift += 8) {
         bytes.push_back(static_cast<unsigned char>((size >> shift) & 0xFFU));
+    }
     return bytes;
 }
 
 Frames TakeAll(FrameReader& reader)
 {
     Frames frames;
-    while (auto const frame = reader.Next())
+    while (auto const frame = reader.Next()) {
         frames.push_back(Copy(frame->bytes));
+    }
     return frames;
 }
 
@@ -46,8 +48,9 @@ Frames ReadWhole(FrameReader& reader, std::vector<unsigned char> const& stream)
     reader.Feed(stream);
     auto frames = TakeAll(reader);
     reader.Finish();
-    for (auto& frame : TakeAll(reader))
+    for (auto& frame : TakeAll(reader)) {
         frames.push_back(std::move(frame));
+    }
     return frames;
 }
 
@@ -61,8 +64,9 @@ TEST(FrameReader, GivesBackTheMemoryOfALargeFrame)
         auto const next = FirstFrame();
         stream.insert(stream.end(), next.begin(),
                       next.begin() + static_cast<std::ptrdiff_t>(std::min(further, next.size())));
-        for (std::size_t at = 0; at < stream.size(); at += 65536)
+        for (std::size_t at = 0; at < stream.size(); at += 65536) {
             reader.Feed(std::span(stream).subspan(at, std::min<std::size_t>(65536, stream.size() - at)));
+        }
         ASSERT_TRUE(reader.Next());
         EXPECT_GE(reader.HeldMemory(), large);
         EXPECT_EQ(reader.Next().has_value(), further >= next.size());
@@ -81,8 +85,9 @@ TEST(FrameReader, TwoFramesAtEverySplitPosition)
         auto frames = TakeAll(reader);
         EXPECT_EQ(frames.size(), split < 96 ? 0U : split < stream.size() ? 1U : 2U) << "split at " << split;
         reader.Feed(std::span(stream).subspan(split));
-        for (auto& frame : TakeAll(reader))
+        for (auto& frame : TakeAll(reader)) {
             frames.push_back(std::move(frame));
+        }
         ASSERT_EQ(frames.size(), 2U) << "split at " << split;
         EXPECT_EQ(frames[0], FirstFrame());
         EXPECT_EQ(frames[1], SecondFrame());
@@ -194,8 +199,9 @@ TEST(FrameReader, EndlessGarbageCostsNoMemory)
     std::vector<unsigned char> garbage(4096);
     FrameReader reader;
     for (int round = 0; round < 500; ++round) {
-        for (auto& byte : garbage)
+        for (auto& byte : garbage) {
             byte = static_cast<unsigned char>(random() & 0xFFU);
+        }
         reader.Feed(garbage);
         EXPECT_FALSE(reader.Next());
         ASSERT_LT(reader.BufferedBytes(), 12U);
@@ -209,11 +215,13 @@ TEST(FrameReader, AStreamOfNothingButStartsTakesLinearTime)
     // each of them would not come to an end here.
     std::vector<unsigned char> starts;
     auto const claim = Claim(1U << 20);
-    while (starts.size() < 3U << 20)
+    while (starts.size() < 3U << 20) {
         starts.insert(starts.end(), claim.begin(), claim.end());
+    }
     FrameReader reader;
-    for (std::size_t at = 0; at < starts.size(); at += 1000)
+    for (std::size_t at = 0; at < starts.size(); at += 1000) {
         reader.Feed(std::span(starts).subspan(at, std::min<std::size_t>(1000, starts.size() - at)));
+    }
     EXPECT_EQ(TakeAll(reader).size(), 0U);
     EXPECT_GT(reader.DamagedFrames(), 100000U);
     EXPECT_LE(reader.BufferedBytes(), std::size_t{1} << 20);
@@ -265,8 +273,9 @@ TEST(FrameReader, ADoubtedFrameWithNoneInsideStillArrives)
     // 16 MiB of every byte, among them starts of frames that are none.
     std::mt19937 random(2);
     std::vector<unsigned char> data((16U << 20) - 68);
-    for (auto& byte : data)
+    for (auto& byte : data) {
         byte = static_cast<unsigned char>(random() & 0xFFU);
+    }
     for (std::size_t at = 1000; at + 12 < data.size(); at += 100000) {
         auto const claim = Claim(static_cast<std::uint32_t>(68 + at % 70000));
         std::copy(claim.begin(), claim.end(), data.begin() + static_cast<std::ptrdiff_t>(at));
@@ -301,8 +310,9 @@ TEST(FrameReader, DoubtingAStreamOfNothingButStartsTakesLinearTime)
     // More claims than are remembered, each of as much as is allowed; every byte that comes asks again.
     std::vector<unsigned char> starts;
     auto const claim = Claim(1U << 18);
-    while (starts.size() < (1U << 18) - 100)
+    while (starts.size() < (1U << 18) - 100) {
         starts.insert(starts.end(), claim.begin(), claim.end());
+    }
     FrameReader reader;
     for (std::size_t at = 0; at < starts.size(); ++at) {
         reader.Feed(std::span(starts).subspan(at, 1));

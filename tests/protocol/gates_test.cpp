@@ -56,8 +56,9 @@ TEST(PipeRouteRecord, PointsPackedAgainGiveTheSameBytes)
     PackField(records::PipeRoutePointCount, record.fields[0].wire, bytes);
     auto rest = bytes.subspan(records::PipeRouteGating.Size());
     for (auto const& item : record.items) {
-        for (FieldValue const& value : item)
+        for (FieldValue const& value : item) {
             PackField(*value.field, IsEmpty(value.attribute) ? value.wire : value.attribute, rest.first(40));
+        }
         rest = rest.subspan(40);
     }
     EXPECT_EQ(again, payload);

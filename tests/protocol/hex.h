@@ -15,11 +15,13 @@ inline std::vector<unsigned char> Bytes(std::string_view hex)
     std::vector<unsigned char> bytes;
     int high = -1;
     for (char const c : hex) {
-        if (c == ' ' || c == '\n')
+        if (c == ' ' || c == '\n') {
             continue;
+        }
         std::size_t const digit = std::string_view("0123456789abcdef").find(c);
-        if (digit == std::string_view::npos)
+        if (digit == std::string_view::npos) {
             throw std::invalid_argument("not a hexadecimal digit");
+        }
         if (high < 0) {
             high = static_cast<int>(digit);
         } else {
@@ -27,8 +29,9 @@ inline std::vector<unsigned char> Bytes(std::string_view hex)
             high = -1;
         }
     }
-    if (high >= 0)
+    if (high >= 0) {
         throw std::invalid_argument("half a byte");
+    }
     return bytes;
 }
 
@@ -50,8 +53,9 @@ inline std::vector<unsigned char> Text(std::string_view text)
 inline std::vector<unsigned char> Join(std::initializer_list<std::vector<unsigned char>> parts)
 {
     std::vector<unsigned char> all;
-    for (auto const& part : parts)
+    for (auto const& part : parts) {
         all.insert(all.end(), part.begin(), part.end());
+    }
     return all;
 }
 

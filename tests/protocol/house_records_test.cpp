@@ -168,9 +168,11 @@ TEST(Tree, DepthIsLimitedOnBothSides)
 
     // The bytes of a chain far deeper: one node with an empty key, no value and one child, over and over.
     auto hostile = test::Bytes("01000000");
-    for (int i = 0; i < 100000; ++i)
-        for (unsigned char const byte : test::Bytes("01000000 00000000 00"))
+    for (int i = 0; i < 100000; ++i) {
+        for (unsigned char const byte : test::Bytes("01000000 00000000 00")) {
             hostile.push_back(byte);
+        }
+    }
     hostile.resize(hostile.size() + 4);
     EXPECT_EQ(DecodeError(hostile).substr(0, 20), "the tree is too deep");
 }
@@ -193,8 +195,9 @@ TEST(Tree, RandomDamageNeverHarms)
     std::mt19937 random(7);
     for (int round = 0; round < 20000; ++round) {
         auto bytes = good;
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 3; ++i) {
             bytes[random() % bytes.size()] = static_cast<unsigned char>(random() & 0xFFU);
+        }
         error.clear();
         auto const nodes = DecodeTree(bytes, error);
         EXPECT_EQ(nodes.has_value(), error.empty());

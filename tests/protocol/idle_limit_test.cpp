@@ -22,16 +22,18 @@ protected:
     }
     void TakeAll()
     {
-        while (auto const frame = reader.Next())
+        while (auto const frame = reader.Next()) {
             frames.push_back(frame->header.recordId);
+        }
     }
     bool DoubtAfter(milliseconds passed)
     {
         now += passed;
         bool const doubted = limit.Doubt(reader, now);
         TakeAll();
-        if (doubted)
+        if (doubted) {
             limit.Taken(reader, now);
+        }
         return doubted;
     }
     bool ExpireAfter(milliseconds passed)

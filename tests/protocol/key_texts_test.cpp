@@ -39,13 +39,15 @@ bool IsWordCharacter(char c)
 std::string_view WithoutLastWord(std::string_view text, std::string_view& word)
 {
     auto const dropBlanks = [&] {
-        while (!text.empty() && (text.back() == ' ' || text.back() == '\n'))
+        while (!text.empty() && (text.back() == ' ' || text.back() == '\n')) {
             text.remove_suffix(1);
+        }
     };
     dropBlanks();
     std::size_t start = text.size();
-    while (start > 0 && IsWordCharacter(text[start - 1]))
+    while (start > 0 && IsWordCharacter(text[start - 1])) {
         --start;
+    }
     word = text.substr(start);
     text = text.substr(0, start);
     dropBlanks();
@@ -55,10 +57,12 @@ std::string_view WithoutLastWord(std::string_view text, std::string_view& word)
 /// Whether what stands before a literal makes it the row of a key: `Key x5Range{` or `AttributeKey Request{`.
 bool OpensRow(std::string_view before)
 {
-    while (!before.empty() && (before.back() == ' ' || before.back() == '\n'))
+    while (!before.empty() && (before.back() == ' ' || before.back() == '\n')) {
         before.remove_suffix(1);
-    if (before.empty() || before.back() != '{')
+    }
+    if (before.empty() || before.back() != '{') {
         return false;
+    }
     before.remove_suffix(1);
     std::string_view name;
     std::string_view type;
@@ -72,11 +76,13 @@ Literals LiteralsOf(std::string_view source, std::string const& name)
     std::size_t line = 1;
     std::size_t counted = 0;
     for (std::size_t at = source.find("L\""); at != std::string_view::npos; at = source.find("L\"", at + 1)) {
-        if (at > 0 && IsWordCharacter(source[at - 1]))
+        if (at > 0 && IsWordCharacter(source[at - 1])) {
             continue; // a narrow literal that ends in L, or a longer word
+        }
         std::size_t end = at + 2;
-        while (end < source.size() && source[end] != '"' && source[end] != '\n')
+        while (end < source.size() && source[end] != '"' && source[end] != '\n') {
             end += source[end] == '\\' ? 2U : 1U;
+        }
         line += static_cast<std::size_t>(std::count(source.begin() + static_cast<std::ptrdiff_t>(counted),
                                                     source.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
         counted = at;
@@ -89,8 +95,9 @@ Literals LiteralsOf(std::string_view source, std::string const& name)
 
 void Merge(Literals&& from, Literals& into)
 {
-    for (auto& [text, places] : from)
+    for (auto& [text, places] : from) {
         std::move(places.begin(), places.end(), std::back_inserter(into[text]));
+    }
 }
 
 /// One line for each key text that stands at more than one place.
@@ -100,11 +107,13 @@ std::vector<std::string> Twins(Literals const& literals, std::set<std::string> c
     for (auto const& [text, places] : literals) {
         bool const isKey =
             keys.contains(text) || std::any_of(places.begin(), places.end(), [](Place const& p) { return p.isRow; });
-        if (!isKey || places.size() < 2)
+        if (!isKey || places.size() < 2) {
             continue;
+        }
         twins.push_back(text);
-        for (Place const& place : places)
+        for (Place const& place : places) {
             twins.back() += " " + place.where;
+        }
     }
     return twins;
 }
@@ -112,10 +121,12 @@ std::vector<std::string> Twins(Literals const& literals, std::set<std::string> c
 std::set<std::string> TextsOfAllKeys()
 {
     std::set<std::string> texts;
-    for (Key const* const key : AllKeys())
+    for (Key const* const key : AllKeys()) {
         texts.insert(EncodeUtf8(key->text));
-    for (Key const* const key : SettingsKeys)
+    }
+    for (Key const* const key : SettingsKeys) {
         texts.insert(EncodeUtf8(key->text));
+    }
     return texts;
 }
 
@@ -144,8 +155,9 @@ TEST(KeyTexts, EachStandsOnceInTheSources)
         ASSERT_TRUE(fs::is_directory(root)) << root;
         for (auto const& entry : fs::recursive_directory_iterator(root)) {
             auto const extension = entry.path().extension();
-            if (extension != ".h" && extension != ".cpp")
+            if (extension != ".h" && extension != ".cpp") {
                 continue;
+            }
             std::ifstream file(entry.path(), std::ios::binary);
             std::string const source((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
             ASSERT_FALSE(source.empty()) << entry.path();
@@ -154,8 +166,9 @@ TEST(KeyTexts, EachStandsOnceInTheSources)
     }
     auto const keys = TextsOfAllKeys();
     EXPECT_EQ(Twins(all, keys), std::vector<std::string>{});
-    for (std::string const& key : keys)
+    for (std::string const& key : keys) {
         EXPECT_TRUE(all.contains(key)) << key << " is no literal of the sources";
+    }
 }
 
 } // namespace

@@ -19,8 +19,9 @@ template <typename Kind>
 std::vector<unsigned char> Packed(std::size_t size, Field const& field, Kind const& value)
 {
     std::vector<unsigned char> payload(size);
-    if (!PackField(field, value, payload))
+    if (!PackField(field, value, payload)) {
         return {};
+    }
     return payload;
 }
 
@@ -148,8 +149,9 @@ TEST(PackField, PairsAndOffsetsByPart)
 {
     std::vector<unsigned char> payload(8);
     Value const pair = std::pair(10.0, -10.0);
-    for (Field const& field : records::BeamSteer.Fields())
+    for (Field const& field : records::BeamSteer.Fields()) {
         EXPECT_TRUE(PackField(field, pair, payload));
+    }
     EXPECT_EQ(payload, Bytes("c2b8323e c2b832be"));
     Value const offset = std::array<double, 3>{1.0, 2.0, 4.0};
     EXPECT_EQ(Packed(4, {.wire = Wire::F32, .part = 2}, offset), Bytes("00008040"));

@@ -28,8 +28,9 @@ public:
         switch (field.wire) {
         case Wire::F32:
         case Wire::F64:
-            if (field.convert == Convert::FifthOfFloat)
+            if (field.convert == Convert::FifthOfFloat) {
                 return static_cast<std::int32_t>(Below(2000)) - 1000;
+            }
             return static_cast<double>(
                 NarrowToFloat(std::uniform_real_distribution<double>(-1000.0, 1000.0)(m_random)));
         case Wire::TimeX5:
@@ -38,15 +39,17 @@ public:
         case Wire::Bytes: {
             std::uint32_t const usable = field.extent - (field.wire == Wire::Text ? 1U : 0U);
             std::wstring text(Below(usable + 1ULL), L' ');
-            for (wchar_t& character : text)
+            for (wchar_t& character : text) {
                 character = static_cast<wchar_t>('!' + static_cast<int>(Below(90)));
+            }
             return text;
         }
         case Wire::BitOfU16:
         case Wire::BitOfU32:
         case Wire::BitOfU64:
-            if (field.convert == Convert::SetWhenZero || field.convert == Convert::SetWhenOne)
+            if (field.convert == Convert::SetWhenZero || field.convert == Convert::SetWhenOne) {
                 return static_cast<std::int32_t>(Below(2));
+            }
             return Below(2) == 1;
         case Wire::BitsOfU32:
             return Whole(field, std::uint64_t{1} << field.bitCount);
@@ -64,19 +67,24 @@ public:
 private:
     Value Whole(Field const& field, std::uint64_t limit)
     {
-        if (field.key != nullptr && field.key->kind == Kind::Bool)
+        if (field.key != nullptr && field.key->kind == Kind::Bool) {
             return Below(2) == 1;
-        if (field.convert == Convert::TimesTwenty)
+        }
+        if (field.convert == Convert::TimesTwenty) {
             limit /= 20;
-        if (field.convert == Convert::PlusOne)
+        }
+        if (field.convert == Convert::PlusOne) {
             limit -= 1;
-        if (field.convert == Convert::Truncated)
+        }
+        if (field.convert == Convert::Truncated) {
             return static_cast<double>(Below(std::min<std::uint64_t>(limit, 0x7FFFFFFF)));
+        }
         std::uint32_t const number = Below(limit);
         // What a handler computes is compared as it stands on the wire, all else as the key's value.
         bool const ofKey = field.key != nullptr && field.convert != Convert::Computed;
-        if (ofKey ? field.key->kind == Kind::Int : field.wire == Wire::I32)
+        if (ofKey ? field.key->kind == Kind::Int : field.wire == Wire::I32) {
             return static_cast<std::int32_t>(number);
+        }
         return number;
     }
 
@@ -87,10 +95,11 @@ void ExpectSame(Value const& expected, Value const& actual, std::string const& w
 {
     auto const* const a = std::get_if<double>(&expected);
     auto const* const b = std::get_if<double>(&actual);
-    if (a != nullptr && b != nullptr)
+    if (a != nullptr && b != nullptr) {
         EXPECT_NEAR(*a, *b, 1e-6 * std::max(1.0, std::fabs(*a))) << where;
-    else
+    } else {
         EXPECT_TRUE(expected == actual) << where;
+    }
 }
 
 /// All fields go into one payload before any is looked at, so that a field which disturbs another shows.
@@ -109,10 +118,11 @@ void RoundTrip(std::span<Field const> fields, std::size_t size, RandomValues& ra
         FieldValue const unpacked = UnpackField(field, payload);
         std::string const where = record + " @" + std::to_string(field.offset);
         bool const inverse = field.key != nullptr && field.convert != Convert::Computed;
-        if (inverse)
+        if (inverse) {
             ExpectSame(packed[i], unpacked.attribute, where);
-        else if (field.convert == Convert::None || field.convert == Convert::Computed)
+        } else if (field.convert == Convert::None || field.convert == Convert::Computed) {
             ExpectSame(packed[i], unpacked.wire, where);
+        }
     }
 }
 
@@ -135,13 +145,15 @@ TEST(RoundTrip, EveryRecordCutAtEveryLengthIsReadWithoutHarm)
         std::size_t const longest = std::min<std::size_t>(layout.size + 2 * layout.itemSize + 5, 300);
         for (std::size_t length = 0; length <= longest; ++length) {
             std::vector<unsigned char> payload(length);
-            for (auto& byte : payload)
+            for (auto& byte : payload) {
                 byte = static_cast<unsigned char>(random.Below(256));
+            }
             UnpackedRecord const record = Unpack(layout, payload);
             EXPECT_EQ(record.missingBytes, length < layout.size ? layout.size - length : 0U);
             std::size_t held = 0;
-            for (Field const& field : layout.fields)
+            for (Field const& field : layout.fields) {
                 held += field.offset + WidthOf(field) <= length ? 1U : 0U;
+            }
             EXPECT_EQ(record.fields.size(), held);
         }
     }

@@ -57,8 +57,9 @@ TEST(TimeStamp, SecondsNarrowWithoutACarry)
 
 TEST(TimeStamp, ReadsBack)
 {
-    for (double const seconds : {0.0, 1700000000.0, 1735689570.0, 951782400.5, -1.0, -62135596800.0, 253402300799.0})
+    for (double const seconds : {0.0, 1700000000.0, 1735689570.0, 951782400.5, -1.0, -62135596800.0, 253402300799.0}) {
         EXPECT_EQ(FromTimeX5(ToTimeX5(seconds)), seconds);
+    }
     EXPECT_FALSE(FromTimeX5(TimeX5{}));
     EXPECT_FALSE(FromTimeX5(TimeX5{.year = 2023, .dayOfYear = 366}));
     EXPECT_TRUE(FromTimeX5(TimeX5{.year = 2024, .dayOfYear = 366}));

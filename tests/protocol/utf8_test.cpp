@@ -100,8 +100,9 @@ TEST(Utf8, FindsTheFirstInvalidByte)
 TEST(Utf8, AppendsOneCodePoint)
 {
     std::string bytes = "a";
-    for (char32_t const codePoint : {0x00U, 0x7FFU, 0xFFFEU, 0x10FFFFU, 0xD800U, 0xDFFFU, 0x110000U, 0xFFFFFFFFU})
+    for (char32_t const codePoint : {0x00U, 0x7FFU, 0xFFFEU, 0x10FFFFU, 0xD800U, 0xDFFFU, 0x110000U, 0xFFFFFFFFU}) {
         AppendUtf8(bytes, codePoint);
+    }
     EXPECT_EQ(std::vector<unsigned char>(bytes.begin(), bytes.end()),
               Bytes("6100dfbfefbfbef48fbfbfefbfbdefbfbdefbfbdefbfbd"));
 }

@@ -35,8 +35,9 @@ protected:
     void Start(ServerOptions options = {})
     {
         m_server = std::make_unique<SonarServer>(std::move(options), [this](SonarEvent const& event) {
-            if (event.kind == EventKind::Answered)
+            if (event.kind == EventKind::Answered) {
                 ++m_answers;
+            }
         });
         auto const error = m_server->Start();
         ASSERT_FALSE(error) << error->text;
@@ -64,8 +65,9 @@ tcp_info InfoOf(Host const& host)
 std::size_t Depth(std::vector<TreeNode> const& nodes)
 {
     std::size_t depth = 0;
-    for (TreeNode const& node : nodes)
+    for (TreeNode const& node : nodes) {
         depth = std::max(depth, 1 + Depth(node.children));
+    }
     return depth;
 }
 
@@ -73,8 +75,9 @@ std::size_t Depth(std::vector<TreeNode> const& nodes)
 std::uint64_t PlainHash(std::wstring const& text)
 {
     std::uint64_t hash = 14695981039346656037U;
-    for (wchar_t const character : text)
+    for (wchar_t const character : text) {
         hash = (hash ^ static_cast<std::uint64_t>(character)) * 1099511628211U;
+    }
     return hash;
 }
 
@@ -84,8 +87,9 @@ class VanishedSonar : public Failures
 protected:
     void SetUp() override
     {
-        if (std::string const why = qx5::test::PrepareToDropSegments(); !why.empty())
+        if (std::string const why = qx5::test::PrepareToDropSegments(); !why.empty()) {
             GTEST_SKIP() << why;
+        }
     }
 };
 
@@ -157,8 +161,9 @@ TEST_F(Failures, LiesAboutTheSizeOfEachThirdFrameAndSendsItWellBehind)
     for (int frame = 0; frame < 7; ++frame) {
         std::size_t const size = frame % 3 == 0 ? 2 * GainFrame : GainFrame;
         Do("set x5Gain=" + std::to_string(frame));
-        while (host.AllBytes().size() < before + size)
+        while (host.AllBytes().size() < before + size) {
             ASSERT_TRUE(host.Receive());
+        }
         auto const at = host.AllBytes().begin() + static_cast<std::ptrdiff_t>(before);
         Bytes const arrived(at, host.AllBytes().end());
         ASSERT_EQ(arrived.size(), size);
@@ -208,13 +213,15 @@ TEST_P(Floods, FillTheLineUntilTheyEnd)
             continue;
         }
         ASSERT_TRUE(tree) << error;
-        if (tree->size() == 1 && tree->front().key == L"x5Range")
+        if (tree->size() == 1 && tree->front().key == L"x5Range") {
             continue;
+        }
         ++i;
         if (name == "keys") {
             nodes += tree->size();
-            for (TreeNode const& node : *tree)
+            for (TreeNode const& node : *tree) {
                 keys.insert(node.key);
+            }
             EXPECT_EQ(keys.size(), nodes) << "one was there before";
         } else if (name == "answers" || name == "pings") {
             auto const at = std::find_if(tree->begin(), tree->end(), [&](TreeNode const& node) {
@@ -235,8 +242,9 @@ TEST_P(Floods, FillTheLineUntilTheyEnd)
     }
     Do("behave");
     std::optional<Value> told;
-    while (!told && !host.Ended()) // passes over broken ones
+    while (!told && !host.Ended()) { // passes over broken ones
         told = host.Told(L"DeviceId");
+    }
     EXPECT_EQ(told, Value(std::int32_t{7125})) << "what holds is told anew";
     auto const gain = std::find_if(host.LastTree().begin(), host.LastTree().end(),
                                    [](TreeNode const& node) { return node.key == L"x5Gain"; });
@@ -252,8 +260,9 @@ INSTANTIATE_TEST_SUITE_P(Kinds, Floods, ::testing::ValuesIn(FloodKinds().begin()
 TEST_F(Failures, AFloodOfNoKindIsRefusedWithTheKindsThereAre)
 {
     Start();
-    for (std::string_view const wrong : {"misbehave flood", "misbehave flood rivers"})
+    for (std::string_view const wrong : {"misbehave flood", "misbehave flood rivers"}) {
         EXPECT_EQ(Do(wrong, false), "flood wants one of: records, keys, answers, pings, depth, size, text, broken");
+    }
     EXPECT_NE(Do("status").find("failures: none"), std::string::npos);
 }
 
@@ -328,13 +337,15 @@ TEST(FailureNames, StandInTheManualAsTheyAre)
     std::string rows = "| failure | what happens |\n|---|---|\n";
     for (MisbehaviourName const& row : MisbehaviourNames()) {
         std::string argument(row.argument.empty() ? "" : " ");
-        for (char const character : row.argument)
+        for (char const character : row.argument) {
             argument += character == '|' ? "\\|" : std::string(1, character);
+        }
         rows += "| `" + std::string(row.name) + argument + "` | " + std::string(row.meaning) + " |\n";
     }
     rows += "\n| flood | what it is |\n|---|---|\n";
-    for (FloodKind const& kind : FloodKinds())
+    for (FloodKind const& kind : FloodKinds()) {
         rows += "| `" + std::string(kind.name) + "` | " + std::string(kind.meaning) + " |\n";
+    }
     EXPECT_NE(text.str().find(rows), std::string::npos) << "docs/manual.md should have\n" << rows;
 }
 

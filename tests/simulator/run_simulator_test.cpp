@@ -68,8 +68,9 @@ public:
     }
     ~Program()
     {
-        if (m_thread.joinable())
+        if (m_thread.joinable()) {
             End();
+        }
     }
     int End()
     {
@@ -173,12 +174,14 @@ TEST(RunSimulator, SaysWhyItCannotListen)
 
 TEST(RunSimulator, WarnsWhenOtherMachinesCanReachIt)
 {
-    for (char const* const here : {"127.0.0.1", "127.1.2.3", "localhost", "::1", "::ffff:127.0.0.1"})
+    for (char const* const here : {"127.0.0.1", "127.1.2.3", "localhost", "::1", "::ffff:127.0.0.1"}) {
         EXPECT_EQ(ListenWarning(here), "") << here;
+    }
     EXPECT_EQ(ListenWarning("0.0.0.0"), "listening on 0.0.0.0: whoever reaches this machine can command the sonar; "
                                         "127.0.0.1 is for this machine alone");
-    for (char const* const beyond : {"192.0.2.1", "::", "2001:db8::1", "128.0.0.1"})
+    for (char const* const beyond : {"192.0.2.1", "::", "2001:db8::1", "128.0.0.1"}) {
         EXPECT_NE(ListenWarning(beyond).find(beyond), std::string::npos);
+    }
     Program program("");
     program.Port();
     EXPECT_EQ(program.End(), 0);

@@ -29,14 +29,16 @@ protected:
         m_server = std::make_unique<SonarServer>(std::move(options), [this](SonarEvent const& event) {
             std::lock_guard const lock(m_mutex);
             m_kinds.push_back(event.kind);
-            if (event.kind == EventKind::Pinged || event.kind == EventKind::Echoed)
+            if (event.kind == EventKind::Pinged || event.kind == EventKind::Echoed) {
                 m_pings.push_back({event.kind, event.head, event.pingNumber, std::chrono::steady_clock::now()});
-            if (event.kind == EventKind::Pinged)
+            }
+            if (event.kind == EventKind::Pinged) {
                 m_course.emplace_back("ping");
-            else if (event.kind == EventKind::Echoed)
+            } else if (event.kind == EventKind::Echoed) {
                 m_course.emplace_back("echoes");
-            else if (event.kind == EventKind::Answered && event.text.starts_with("settings of ping"))
+            } else if (event.kind == EventKind::Answered && event.text.starts_with("settings of ping")) {
                 m_course.emplace_back(event.text);
+            }
         });
         auto const error = m_server->Start();
         ASSERT_FALSE(error) << error->text;
@@ -113,8 +115,9 @@ TEST_F(SonarServerTest, ReportsManyChangesTogether)
     Host host(Port());
     ASSERT_TRUE(host.Told(L"DeviceId"));
     Bytes bytes = test::RangeFifty();
-    for (Bytes const& more : {test::Command(1008, Hex("00 00 20 41")), test::Command(1100)})
+    for (Bytes const& more : {test::Command(1008, Hex("00 00 20 41")), test::Command(1100)}) {
         bytes.insert(bytes.end(), more.begin(), more.end());
+    }
     ASSERT_TRUE(host.Send(bytes));
     EXPECT_EQ(host.Told(L"x5Range"), Value(50.0));
     ASSERT_EQ(host.LastTree().size(), 3U);
@@ -142,8 +145,9 @@ TEST_F(SonarServerTest, TakesFramesInAnySplit)
     Bytes bytes = test::RangeFifty();
     Bytes const gain = test::Command(1008, Hex("00 00 20 41"));
     bytes.insert(bytes.end(), gain.begin(), gain.end());
-    for (unsigned char const byte : bytes)
+    for (unsigned char const byte : bytes) {
         ASSERT_TRUE(host.Send(&byte, 1));
+    }
     EXPECT_EQ(host.Told(L"x5Gain"), Value(10.0));
     EXPECT_NE(Do("state x5Range").find("50 m"), std::string::npos);
 }
@@ -259,8 +263,9 @@ TEST_F(SonarServerTest, WhoNeverSentAFrameGivesWayTheOldestFirst)
     EXPECT_TRUE(another.Told(L"DeviceId"));
     EXPECT_TRUE(older.Ends());
     Do("set x5Gain=7");
-    for (Host* const host : {&known, &younger, &another})
+    for (Host* const host : {&known, &younger, &another}) {
         EXPECT_EQ(host->Told(L"x5Gain"), Value(host == &known ? 20.0 : 7.0));
+    }
     EXPECT_EQ(known.Told(L"x5Gain"), Value(7.0)) << "the introduction came before";
     EXPECT_EQ(m_server->Counts().open, 3U);
     EXPECT_EQ(m_server->Counts().refused, 0U);
@@ -449,8 +454,9 @@ TEST_F(SonarServerTest, EachOfTwoHeadsIntroducesItselfUnderItsOwnEnumerator)
             if (node.key == L"x5EnumIsFixed") {
                 EXPECT_EQ(node.value, Value(true));
             }
-            if (node.key == L"x5SonarSettings")
+            if (node.key == L"x5SonarSettings") {
                 modes.push_back(node.children[1].value);
+            }
         }
         EXPECT_EQ(modes, (std::vector<Value>{std::int32_t{0}, std::int32_t{1}}));
     }
@@ -518,8 +524,9 @@ TEST_F(SonarServerTest, PingsByItsRateNoFasterThanTheEchoesAllow)
     EXPECT_NE(Do("state x5MaxPingRate").find("50"), std::string::npos);
     auto const before = std::chrono::steady_clock::now();
     ASSERT_TRUE(host.Send(test::Command(1100)));
-    for (std::int32_t number = 1; number <= 10; ++number)
+    for (std::int32_t number = 1; number <= 10; ++number) {
         ASSERT_EQ(host.Told(L"x5PingNumber"), Value(number));
+    }
     EXPECT_GE(std::chrono::steady_clock::now() - before, 179ms); // nine intervals
     ASSERT_TRUE(host.Send(test::Command(1101)));
     EXPECT_EQ(host.Told(L"x5PingOnOffState"), Value(std::int32_t{0}));
@@ -753,20 +760,23 @@ TEST_F(SonarServerTest, StopsWhileBusy)
     for (int i = 0; i < 3; ++i) {
         hosts.emplace_back([&] {
             Host host(Port());
-            while (!ended && host.Send(test::RangeFifty()) && host.Send(test::RecordRequest(7503)))
+            while (!ended && host.Send(test::RangeFifty()) && host.Send(test::RecordRequest(7503))) {
                 host.Receive(10ms);
+            }
         });
     }
     hosts.emplace_back([&] {
         std::string answer;
-        while (!ended)
+        while (!ended) {
             m_server->Command("status", answer);
+        }
     });
     EXPECT_TRUE(WaitUntil([&] { return m_server->Counts().recordsReceived > 200; }));
     m_server->Stop();
     ended = true;
-    for (std::thread& thread : hosts)
+    for (std::thread& thread : hosts) {
         thread.join();
+    }
     std::string answer;
     EXPECT_FALSE(m_server->Command("status", answer));
     EXPECT_EQ(answer, "the sonar is not running");
@@ -824,8 +834,9 @@ TEST_F(SonarServerTest, AnswersWrongCommandsInOneLine)
     }
     EXPECT_NE(Do("status").find("failures: none"), std::string::npos);
     auto const help = Do("help");
-    for (MisbehaviourName const& row : MisbehaviourNames())
+    for (MisbehaviourName const& row : MisbehaviourNames()) {
         EXPECT_NE(help.find(row.name), std::string::npos);
+    }
     EXPECT_NE(Do("state").find("x5Range = 100 m\n"), std::string::npos);
     EXPECT_EQ(Do("set x5Range=30"), "x5Range = 30 m");
 }

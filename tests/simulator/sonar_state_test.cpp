@@ -34,8 +34,9 @@ protected:
     std::vector<std::wstring> ReportedKeys()
     {
         std::vector<std::wstring> texts;
-        for (TreeNode const& node : m_state.TakeReport())
+        for (TreeNode const& node : m_state.TakeReport()) {
             texts.push_back(node.key);
+        }
         return texts;
     }
 
@@ -249,8 +250,9 @@ TEST_F(SonarStateTest, CountsUnknownRecordsAndKeepsTheirBytes)
 
 TEST_F(SonarStateTest, KeepsABoundedNumberOfUnknownRecords)
 {
-    for (std::uint32_t id = 100000; id < 103000; ++id)
+    for (std::uint32_t id = 100000; id < 103000; ++id) {
         Take(test::Command(id, Bytes(1000)));
+    }
     EXPECT_EQ(m_state.Records().size(), MaximumKeptRecords);
     EXPECT_EQ(m_state.UnknownRecords(), 3000U);
     EXPECT_EQ(m_state.Records().begin()->second.lastPayload.size(), MaximumKeptPayload);
@@ -261,15 +263,17 @@ TEST_F(SonarStateTest, AnswersRequestsForItsRecords)
     auto const request = Take(test::RecordRequest(7503));
     EXPECT_EQ(request.effect, Effect::AnswerRecord);
     EXPECT_EQ(request.requestedRecord, 7503U);
-    for (std::uint32_t const id :
-         {1504U, 3006U, 7001U, 7002U, 7025U, 7052U, 7055U, 7059U, 7503U, 7504U, 10000U, 10004U, 10060U, 10061U, 10063U})
+    for (std::uint32_t const id : {1504U, 3006U, 7001U, 7002U, 7025U, 7052U, 7055U, 7059U, 7503U, 7504U, 10000U, 10004U,
+                                   10060U, 10061U, 10063U}) {
         EXPECT_TRUE(m_state.Answer(id)) << id;
+    }
     EXPECT_FALSE(m_state.Answer(7777));
     auto const pulse = m_state.Answer(7002);
     ASSERT_TRUE(pulse);
     std::vector<std::wstring> texts;
-    for (TreeNode const& node : *pulse)
+    for (TreeNode const& node : *pulse) {
         texts.push_back(node.key);
+    }
     EXPECT_EQ(texts, (std::vector<std::wstring>{L"DeviceId", L"x5PulseLength", L"x5PulseType", L"x5VernierBfMode",
                                                 L"x5VernierSmoothFilterType", L"x5VernierSmoothFilterLength",
                                                 L"x5CenterFrequency", L"PulseCharacteristicsMode", L"PulseControl",
@@ -283,15 +287,17 @@ TEST_F(SonarStateTest, TellsTheLimitsThatTheOperatorsPagesWant)
     auto const child = [](std::vector<TreeNode> const& list, std::wstring_view key) -> TreeNode const& {
         static TreeNode const none;
         for (TreeNode const& node : list) {
-            if (node.key == key)
+            if (node.key == key) {
                 return node;
+            }
         }
         return none;
     };
     std::size_t modes = 0;
     for (TreeNode const& node : nodes) {
-        if (node.key != L"x5SonarSettings")
+        if (node.key != L"x5SonarSettings") {
             continue;
+        }
         EXPECT_EQ(child(node.children, L"DeviceEnum").value, Value(static_cast<std::int32_t>(modes++)));
         auto const& rate = child(node.children, L"x5SampleRateSet").children;
         auto const& ranges = child(rate, L"x5RangeSet").value;

@@ -36,8 +36,9 @@ inline Bytes Hex(std::string_view text)
                           : character >= 'a' && character <= 'f' ? character - 'a' + 10
                           : character >= 'A' && character <= 'F' ? character - 'A' + 10
                                                                  : -1;
-        if (digit < 0)
+        if (digit < 0) {
             continue;
+        }
         if (high < 0) {
             high = digit;
         } else {
@@ -50,8 +51,9 @@ inline Bytes Hex(std::string_view text)
 
 inline void Append32(Bytes& bytes, std::uint32_t value)
 {
-    for (unsigned shift = 0; shift < 32; shift += 8)
+    for (unsigned shift = 0; shift < 32; shift += 8) {
         bytes.push_back(static_cast<unsigned char>(value >> shift));
+    }
 }
 
 /// A frame of a data record to the device's own sonar, without a time.
@@ -103,8 +105,9 @@ bool WaitUntil(Condition&& condition)
 {
     auto const deadline = std::chrono::steady_clock::now() + Deadline;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
+        if (std::chrono::steady_clock::now() > deadline) {
             return false;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;
@@ -135,8 +138,9 @@ public:
     {
         while (count > 0) {
             ssize_t const sent = send(m_socket, bytes, count, MSG_NOSIGNAL);
-            if (sent <= 0)
+            if (sent <= 0) {
                 return false;
+            }
             bytes += sent;
             count -= static_cast<std::size_t>(sent);
         }
@@ -153,8 +157,9 @@ public:
     bool Receive(std::chrono::milliseconds limit = Deadline)
     {
         pollfd wait{m_socket, POLLIN, 0};
-        if (poll(&wait, 1, static_cast<int>(limit.count())) <= 0)
+        if (poll(&wait, 1, static_cast<int>(limit.count())) <= 0) {
             return false;
+        }
         unsigned char buffer[65536];
         ssize_t const count = recv(m_socket, buffer, sizeof buffer, 0);
         if (count <= 0) {
@@ -177,8 +182,9 @@ public:
                 m_lastId = frame->header.recordId;
                 return true;
             }
-            if (!Receive() && m_ended)
+            if (!Receive() && m_ended) {
                 return false;
+            }
         }
         return false;
     }
@@ -201,8 +207,9 @@ public:
         while (auto const tree = Tree()) {
             m_lastTree = *tree;
             for (auto const& node : *tree) {
-                if (node.key == key)
+                if (node.key == key) {
                     return node.value;
+                }
             }
         }
         return std::nullopt;
@@ -212,8 +219,9 @@ public:
     bool Ends()
     {
         auto const deadline = std::chrono::steady_clock::now() + Deadline;
-        while (!m_ended && std::chrono::steady_clock::now() < deadline)
+        while (!m_ended && std::chrono::steady_clock::now() < deadline) {
             Receive();
+        }
         return m_ended;
     }
 

@@ -1,9 +1,9 @@
 // The conversion of an operator terminal's codes into requests.
 #include "TerminalCommandsToQX5Conv.h"
 
-#include "default_ranges.h"
 #include "handlers/reading.h"
 #include <commands/command.h>
+#include <commands/default_ranges.h>
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalAttributesR/CVordalType.h>

@@ -1,12 +1,12 @@
 // The page "Sonar Settings": how its sliders, lists and buttons stand for values of the sonar.
 #include "QX5SonarSettingsPage.h"
 
-#include "default_ranges.h"
 #include "page_controls.h"
 #include "page_device.h"
 #include "sonar_settings.h"
 #include "ui_QX5SonarSettingsPage.h"
 #include "value_text.h"
+#include <commands/default_ranges.h>
 
 #include <VordalAttributesR/CVordalType.h>
 
