@@ -13,9 +13,10 @@ namespace qx5 {
 constexpr bool EveryKeyIsListed(Command const& command)
 {
     return std::all_of(command.operands.begin(), command.operands.end(), [](Operand const& operand) {
-        return protocol::catalogue::IsListed(operand.key) ||
-               std::find(protocol::SettingsKeys.begin(), protocol::SettingsKeys.end(), operand.key) !=
-                   protocol::SettingsKeys.end();
+        protocol::KeyPointer const key = operand.key;
+        return protocol::catalogue::IsListed(key) ||
+               std::any_of(protocol::SettingsKeys.begin(), protocol::SettingsKeys.end(),
+                           [&](protocol::Key const* reported) { return key == reported; });
     });
 }
 
