@@ -50,7 +50,8 @@ std::size_t Utf8Length(std::wstring_view text)
 std::size_t EncodeUtf8Into(std::wstring_view text, std::span<unsigned char> bytes)
 {
     std::size_t written = 0;
-    EncodeEach(text, [&](unsigned char byte) {
+    // Each unit makes a byte at least: what stands further behind finds no room, and a text may be long.
+    EncodeEach(text.substr(0, bytes.size() + 1), [&](unsigned char byte) {
         if (written < bytes.size()) {
             bytes[written++] = byte;
         }
