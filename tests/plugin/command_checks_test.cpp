@@ -60,6 +60,20 @@ TEST(CommandChecks, ARecordThatNoFamilyListsIsFound)
     EXPECT_TRUE(EveryRecordIsListed({.sends = std::span(strayRecords).first(1)}));
 }
 
+TEST(CommandChecks, AConditionNeedsAValueThatIsSwitchedOnAndOff)
+{
+    static constexpr Sending sends[]{{protocol::records::AbsoluteGates, OwnSonar, WhenNot0}};
+    static constexpr Sending always[]{{protocol::records::AbsoluteGates}};
+    static constexpr FollowUp asks[]{{7503, OwnSonar, When0}};
+    static constexpr Operand numberFirst[]{number, tilt};
+    static constexpr Operand tiltFirst[]{tilt, number};
+    EXPECT_TRUE(ConditionsHaveAValue({.operands = numberFirst, .sends = sends}));
+    EXPECT_FALSE(ConditionsHaveAValue({.operands = tiltFirst, .sends = sends}));
+    EXPECT_FALSE(ConditionsHaveAValue({.operands = tiltFirst, .followUps = asks}));
+    EXPECT_FALSE(ConditionsHaveAValue({.sends = sends}));
+    EXPECT_TRUE(ConditionsHaveAValue({.operands = tiltFirst, .sends = always}));
+}
+
 // What the tables say of a command to whoever explains it.
 
 constexpr Operand plain{protocol::keys::x5MinRangeGate};
