@@ -3,6 +3,7 @@
 
 #include "reference_host/base/path_text.h"
 #include "reference_host/targets/target_store.h"
+#include "tests/temporary_folder.h"
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/records/shared_keys.h>
 #include <vordalhostdllR/SonarTargetsManager.h>
@@ -26,38 +27,15 @@ constexpr std::size_t imageBytes = 50'000'000;
 constexpr std::size_t imageFrameBytes = imageBytes + 248;
 constexpr std::uint32_t contactId = 500;
 
-/// A folder that goes with this object.
-class TemporaryFolder
-{
-public:
-    TemporaryFolder() : m_path(fs::temp_directory_path() / ("qx5-bench-" + std::to_string(std::random_device()())))
-    {
-        if (!fs::create_directory(m_path)) {
-            throw std::runtime_error("no room for temporary files");
-        }
-    }
-    TemporaryFolder(TemporaryFolder const&) = delete;
-    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
-    ~TemporaryFolder()
-    {
-        std::error_code ignored;
-        fs::remove_all(m_path, ignored);
-    }
-    fs::path const& Path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
-
 /// A sonar that follows a target file of 1,000 contacts; one of them has an image.
 class Contacts
 {
 public:
-    explicit Contacts(Stage& stage) : m_stage(stage), m_targetFile(vordal::TextOf(m_folder.Path() / "contacts.sts"))
+    explicit Contacts(Stage& stage) : m_stage(stage), m_targetFile(vordal::TextOf(m_folder / "contacts.sts"))
     {
         {
             std::vector<char> const image(imageBytes, '\x5A');
-            std::ofstream(m_folder.Path() / "image.tif", std::ios::binary).write(image.data(), imageBytes);
+            std::ofstream(m_folder / "image.tif", std::ios::binary).write(image.data(), imageBytes);
         }
         std::vector<vordal::StoredTarget> stored(1000);
         for (std::uint32_t id = 0; id < stored.size(); ++id) {
@@ -66,12 +44,12 @@ public:
             stored[id].target.description = L"Boat, upright";
         }
         m_contact = stored[contactId];
-        m_contact.target.SetTempSonarContactGeoTiff(vordal::TextOf(m_folder.Path() / "image.tif"));
-        m_contact.target.SetGeoTIFF(vordal::TextOf(m_folder.Path() / "no.tif"));
+        m_contact.target.SetTempSonarContactGeoTiff(vordal::TextOf(m_folder / "image.tif"));
+        m_contact.target.SetGeoTIFF(vordal::TextOf(m_folder / "no.tif"));
         stored[contactId] = m_contact;
-        vordal::TargetFile(m_folder.Path() / "contacts.sts", vordal::TargetFile::Missing::Create).Replace(stored);
+        vordal::TargetFile(m_folder / "contacts.sts", vordal::TargetFile::Missing::Create).Replace(stored);
 
-        stage.Host().SetFileFolders({m_folder.Path()});
+        stage.Host().SetFileFolders({m_folder});
         stage.Host().Targets().SetActive(m_targetFile);
         SonarTargetsManager::Instance().geoTiffOutputEnabled = true;
         m_sonar = std::make_unique<LiveSonar>(stage.Host(), stage.Links(), static_cast<unsigned short>(3));
@@ -107,7 +85,7 @@ public:
     }
 
 private:
-    TemporaryFolder m_folder;
+    test::TemporaryFolder const m_folder{"qx5-bench"};
     Stage& m_stage;
     CString m_targetFile;
     vordal::StoredTarget m_contact;

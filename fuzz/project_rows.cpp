@@ -2,6 +2,7 @@
 // again as the same.
 #include "reference_host/store/project_store.h"
 #include "sqlite_rows.h"
+#include "tests/temporary_folder.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -53,8 +54,8 @@ std::optional<StoredProject> Load(ProjectStore& store)
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
-    static fuzz::Folder const folder;
-    static auto const file = folder.Path() / "project.qx5p";
+    static qx5::test::TemporaryFolder const folder{"qx5-fuzz"};
+    static auto const file = folder / "project.qx5p";
     static ProjectStore store(file);
     static fuzz::Rows rows(file);
     fuzz::Input input(data, size);

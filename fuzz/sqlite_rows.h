@@ -14,27 +14,6 @@
 
 namespace fuzz {
 
-/// A folder of its own for this process, gone with it.
-class Folder
-{
-public:
-    Folder() : m_path(std::filesystem::temp_directory_path() / ("qx5-fuzz-" + std::to_string(getpid())))
-    {
-        std::filesystem::create_directories(m_path);
-    }
-    Folder(Folder const&) = delete;
-    Folder& operator=(Folder const&) = delete;
-    ~Folder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    std::filesystem::path const& Path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
-
 /// A second connection to a file that is there already. What it is told must succeed, except that a row which the
 /// tables themselves refuse is left out.
 class Rows

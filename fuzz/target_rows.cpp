@@ -2,6 +2,7 @@
 // read again as the same.
 #include "reference_host/targets/target_file.h"
 #include "sqlite_rows.h"
+#include "tests/temporary_folder.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -88,8 +89,8 @@ bool Same(StoredTarget const& a, StoredTarget const& b)
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
-    static fuzz::Folder const folder;
-    static auto const path = folder.Path() / "targets.qx5t";
+    static qx5::test::TemporaryFolder const folder{"qx5-fuzz"};
+    static auto const path = folder / "targets.qx5t";
     static TargetFile file(path, TargetFile::Missing::Create, TargetFile::Keeping::Scratch);
     static fuzz::Rows rows(path);
     fuzz::Input input(data, size);

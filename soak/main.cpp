@@ -2,6 +2,7 @@
 #include "soak.h"
 
 #include "cli/platform/end_signals.h"
+#include "tests/temporary_folder.h"
 
 #include <poll.h>
 
@@ -18,31 +19,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A folder that goes with this object.
-class OwnFolder
-{
-public:
-    OwnFolder()
-    {
-        auto name = (fs::temp_directory_path() / "qx5-soak-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            throw qx5::soak::Broken("no folder can be made in " + fs::temp_directory_path().string());
-        }
-        m_path = name;
-    }
-    OwnFolder(OwnFolder const&) = delete;
-    OwnFolder& operator=(OwnFolder const&) = delete;
-    ~OwnFolder()
-    {
-        std::error_code ignored;
-        fs::remove_all(m_path, ignored);
-    }
-    fs::path const& Path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
 
 bool IsReadable(int descriptor)
 {
@@ -82,8 +58,8 @@ int main(int argc, char** argv)
     QPixmapCache::setCacheLimit(0);
     try {
         qx5::cli::EndSignals const signals;
-        OwnFolder const folder;
-        qx5::soak::Soak soak(options, folder.Path(), [&] { return IsReadable(signals.Descriptor()); });
+        qx5::test::TemporaryFolder const folder{"qx5-soak"};
+        qx5::soak::Soak soak(options, folder, [&] { return IsReadable(signals.Descriptor()); });
         try {
             soak.Run();
         } catch (std::exception const& broken) {
@@ -91,7 +67,7 @@ int main(int argc, char** argv)
             soak.PrintTable();
             // What is broken need not end in order.
             std::error_code ignored;
-            fs::remove_all(folder.Path(), ignored);
+            fs::remove_all(folder, ignored);
             std::fflush(nullptr);
             std::_Exit(EXIT_FAILURE);
         }

@@ -1,5 +1,6 @@
 // Files in folders of any name, given to the commands as a user does, in a plain and in a UTF-8 locale.
 #include "program.h"
+#include "tests/temporary_folder.h"
 
 #include <fstream>
 
@@ -16,18 +17,6 @@ using ::testing::HasSubstr;
 class FileNames : public ::testing::TestWithParam<char const*>
 {
 protected:
-    FileNames()
-    {
-        auto name = (fs::temp_directory_path() / "qx5 s\u00f6\u00f1ar \u6c34-XXXXXX").string();
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-    }
-    ~FileNames() override
-    {
-        std::error_code ignored;
-        fs::remove_all(folder, ignored);
-    }
-
     Outcome Run(std::vector<std::string> arguments, std::string input = {}) const
     {
         std::string const locale = GetParam();
@@ -40,7 +29,7 @@ protected:
         EXPECT_EQ(outcome.err, "");
     }
 
-    fs::path folder;
+    TemporaryFolder const folder{"qx5 s\u00f6\u00f1ar \u6c34"};
 };
 
 TEST_P(FileNames, AProjectIsMadeAndOpenedAgain)

@@ -1,6 +1,7 @@
 // Output that cannot be written: on a full disk, into a pipe whose reader has gone. Whatever the command, that is told
 // in one line and is no success.
 #include "program.h"
+#include "tests/temporary_folder.h"
 
 #include <algorithm>
 #include <csignal>
@@ -121,19 +122,15 @@ TEST(OutputFails, ASimulatorEndsWhenItsReaderGoes)
 
 TEST(OutputFails, DocumentsSayWhichCannotBeWritten)
 {
-    std::filesystem::path const folder = std::filesystem::path(::testing::TempDir()) / "qx5_docs_full";
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
-    auto const told = Qx5({"docs", folder.string()}, {}, {}, OutputTo::FullDisk);
+    TemporaryFolder const full;
+    auto const told = Qx5({"docs", full.string()}, {}, {}, OutputTo::FullDisk);
     ExpectComplaint(told, 1, {"standard output cannot be written"});
 
     for (char const* name : {"records.md", "x5_records.lua"}) {
-        std::filesystem::remove_all(folder);
-        std::filesystem::create_directories(folder);
+        TemporaryFolder const folder;
         std::filesystem::create_symlink("/dev/full", folder / name);
         ExpectComplaint(Qx5({"docs", folder.string()}), 1, {name, "cannot be written"});
     }
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace

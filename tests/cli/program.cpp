@@ -115,17 +115,9 @@ DeafPort::~DeafPort()
     close(m_socket);
 }
 
-TemporaryFile::TemporaryFile(std::string const& name, std::string const& content)
-    : m_path(std::filesystem::path(::testing::TempDir()) / ("qx5_" + std::to_string(getpid()) + "_" + name))
+TemporaryFile::TemporaryFile(std::string const& name, std::string const& content) : m_path(m_folder / name)
 {
-    std::ofstream out(m_path, std::ios::binary);
-    out << content;
-}
-
-TemporaryFile::~TemporaryFile()
-{
-    std::error_code ignored;
-    std::filesystem::remove(m_path, ignored);
+    std::ofstream(m_path, std::ios::binary) << content;
 }
 
 std::string FromHex(std::string_view hex)

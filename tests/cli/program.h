@@ -2,6 +2,7 @@
 #pragma once
 
 #include "child_process.h"
+#include "tests/temporary_folder.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -71,10 +72,10 @@ public:
     TemporaryFile(std::string const& name, std::string const& content);
     TemporaryFile(TemporaryFile const&) = delete;
     TemporaryFile& operator=(TemporaryFile const&) = delete;
-    ~TemporaryFile();
     std::string Path() const { return m_path.string(); }
 
 private:
+    TemporaryFolder m_folder;
     std::filesystem::path m_path;
 };
 

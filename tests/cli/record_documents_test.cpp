@@ -1,6 +1,7 @@
 // The documents written from the record tables: that they hold every record and key, and that other programs read them.
 #include "child_process.h"
 #include "cli/documents/record_documents.h"
+#include "tests/temporary_folder.h"
 
 #include <protocol/catalogue.h>
 #include <protocol/utf8.h>
@@ -22,21 +23,13 @@ using ::testing::Not;
 class RecordDocuments : public testing::Test
 {
 protected:
-    RecordDocuments()
-    {
-        auto name = (std::filesystem::temp_directory_path() / "qx5-documents-XXXXXX").string();
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-    }
-    ~RecordDocuments() override { std::filesystem::remove_all(folder); }
-
     std::string Write(char const* name, std::string const& text) const
     {
         std::ofstream(folder / name, std::ios::binary) << text;
         return (folder / name).string();
     }
 
-    std::filesystem::path folder;
+    test::TemporaryFolder const folder;
 };
 
 TEST_F(RecordDocuments, TheDissectorHoldsEveryRecordAndField)

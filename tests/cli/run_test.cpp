@@ -1,5 +1,6 @@
 // `qx5 run`: the guided session, and lines on standard input.
 #include "program.h"
+#include "tests/temporary_folder.h"
 
 #include <csignal>
 #include <fstream>
@@ -225,8 +226,8 @@ TEST(Run, ItsOwnSonarsGoWithIt)
 
 TEST(Run, AProjectThatTheDiskHasNoRoomForMakesItFail)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "too-large-a-project.qx";
-    std::filesystem::remove(file);
+    TemporaryFolder const folder;
+    auto const file = folder / "too-large-a-project.qx";
     ASSERT_EQ(Qx5({"run", "--guided", "--project", file.string()}, "quit\n").code, 0);
     ChildProcess program({"/bin/sh", "-c",
                           // Eight blocks, less than a project has: nothing more can be written to it.
@@ -234,7 +235,6 @@ TEST(Run, AProjectThatTheDiskHasNoRoomForMakesItFail)
                           QX5_PROGRAM, file.string()});
     EXPECT_EQ(program.WaitForEnd(), 1);
     ExpectComplaint({1, {}, program.Errors()}, 1, {"too-large-a-project.qx"});
-    std::filesystem::remove(file);
 }
 
 TEST(Run, SaysSoWhenItIsOutOfDescriptors)

@@ -2,6 +2,7 @@
 #include "cli/scenario/scenario_command.h"
 #include "cli/scenario/scenario_run.h"
 #include "cli/scenario/step_kinds.h"
+#include "tests/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -246,7 +247,7 @@ TEST(ScenarioRun, ABadScenarioStopsNoOther)
 
 TEST(ScenarioRun, TellsFilesThatCannotBeRead)
 {
-    auto const folder = std::filesystem::path(testing::TempDir());
+    test::TemporaryFolder const folder;
     auto const good = (folder / "scenario_run_test_good.json").string();
     std::ofstream(good) << R"({"name":"good"})";
     auto const missing = (folder / "scenario_run_test_missing.json").string();
@@ -256,7 +257,6 @@ TEST(ScenarioRun, TellsFilesThatCannotBeRead)
                                ": $: cannot be read: it is a folder\n"
                                "-: $: not JSON: a key in quotes is missing (line 1, column 2)\n");
     EXPECT_THAT(outcome.out, testing::StartsWith(R"({"name":"good",)"));
-    std::filesystem::remove(good);
 }
 
 TEST(ScenarioRun, TellsAMissingPlugIn)

@@ -1,5 +1,6 @@
 // `qx5 send`: what it prints of a good request, and what it says to everything else.
 #include "program.h"
+#include "tests/temporary_folder.h"
 
 #include <algorithm>
 #include <csignal>
@@ -313,8 +314,8 @@ TEST(PlugInCommand, OutlivesAPlugInThatBehavesBadly)
 
 TEST(PlugInCommand, WritesTheLogWhereAndFromWhereOnItIsTold)
 {
-    auto const file = (std::filesystem::path(::testing::TempDir()) / "plugin_command_test.log").string();
-    std::filesystem::remove(file);
+    TemporaryFolder const folder;
+    auto const file = (folder / "some.log").string();
     auto const plugin = [](std::vector<std::string> const& options) {
         std::vector<std::string> command{"plugin", MODULE_BAD};
         command.insert(command.end(), options.begin(), options.end());
@@ -336,7 +337,6 @@ TEST(PlugInCommand, WritesTheLogWhereAndFromWhereOnItIsTold)
     still << std::ifstream(file).rdbuf();
     EXPECT_EQ(still.str(), kept.str());
     ExpectComplaint(Qx5({"plugin", MODULE_BAD, "--log-file", file + "/inside.log"}), 1, {file + "/inside.log"});
-    std::filesystem::remove(file);
 }
 
 TEST(Send, PrintsNumbersAlikeWhateverTheLocale)

@@ -1,6 +1,7 @@
 // What `./dev` says and does where something is missing, held, moved or called from elsewhere. Nothing is installed or
 // built: stand-ins on the PATH play the package system, sudo and the tools.
 #include "child_process.h"
+#include "tests/temporary_folder.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -99,18 +100,10 @@ protected:
         EXPECT_EQ(outcome.err, line + "\n");
     }
 
-    fs::path const folder = MakeFolder();
+    test::TemporaryFolder const folder{"qx5-dev"};
     fs::path const checkout = folder / "checkout";
     fs::path const programs = folder / "programs";
     fs::path const elsewhere = folder / "else where";
-
-private:
-    static fs::path MakeFolder()
-    {
-        auto name = (fs::temp_directory_path() / "qx5-dev-XXXXXX").string();
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        return name;
-    }
 };
 
 TEST_F(DevScript, NothingMissingNeedsNobodysLeave)

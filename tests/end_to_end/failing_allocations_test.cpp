@@ -5,6 +5,7 @@
 // N-th alone with QX5_TRACE_FAILURE=1 telling where it failed; by default each so many-th from one drawn at random.
 #include "failing_memory.h"
 #include "tests/cli/child_process.h"
+#include "tests/temporary_folder.h"
 
 #include <cli/session.h>
 #include <protocol/bytes.h>
@@ -398,7 +399,8 @@ TEST(FailingAllocations, NoneEndsTheWindow)
 {
     simulator::SonarServer sonar({}, {});
     ASSERT_FALSE(sonar.Start());
-    std::string const countFile = testing::TempDir() + "window_allocations_" + std::to_string(::getpid());
+    test::TemporaryFolder const folder;
+    std::string const countFile = folder / "allocations";
     ASSERT_EQ(RunWindow(0, sonar.Port(), countFile), 0);
     std::uint64_t all = 0;
     std::ifstream(countFile) >> all;

@@ -1,5 +1,6 @@
 // A project from its file to sonars that answer, and back into the file.
 #include "stage.h"
+#include "tests/temporary_folder.h"
 
 #include <reference_host/loader/plugin_set.h>
 #include <reference_host/project/open_project.h>
@@ -25,10 +26,6 @@ class Projects : public testing::Test
 protected:
     Projects()
     {
-        auto name = (fs::temp_directory_path() / "qx5-project-XXXXXX").string();
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-
         vordal::StoredProject project;
         project.ports = {{L"port-1", L"127.0.0.1", sonars[0].Port(), {}},
                          {L"port-2", L"127.0.0.1", sonars[1].Port(), {}}};
@@ -46,11 +43,10 @@ protected:
         project.devices.push_back({foreign, L"ForeignDevice", L"winch", L"port-2", true, CAttributeMap()});
         vordal::ProjectStore(File()).Save(project);
     }
-    ~Projects() override { fs::remove_all(folder); }
 
     fs::path File() const { return folder / "project.qx"; }
 
-    fs::path folder;
+    test::TemporaryFolder const folder;
     FarEnd sonars[2];
 };
 

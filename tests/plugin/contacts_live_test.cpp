@@ -8,6 +8,7 @@
 #include "reference_host/link/x5_port.h"
 #include "reference_host/targets/target_store.h"
 #include "tests/reference_host/link_test_peer.h"
+#include "tests/temporary_folder.h"
 
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/bytes.h>
@@ -41,9 +42,6 @@ class LiveContacts : public ::testing::Test
 protected:
     LiveContacts()
     {
-        auto name = (fs::temp_directory_path() / "qx5 contacts s\u00f6\u00f1ar \u6c34-XXXXXX").string();
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
         targetFile = vordal::TextOf(folder / "wreck.sts");
         vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
         host.SetClock(&m_clock);
@@ -63,7 +61,6 @@ protected:
         host.RemoveAllDevices();
         m_port.reset();
         vordal::SetLogSink({});
-        fs::remove_all(folder);
     }
 
     /// A sonar on a live connection to `peer`.
@@ -103,7 +100,7 @@ protected:
         stream.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     }
 
-    fs::path folder;
+    qx5::test::TemporaryFolder const folder{"qx5 contacts s\u00f6\u00f1ar \u6c34"};
     CString targetFile;
     vordal::test::Peer peer;
     vordal::Host host{vordal::Threading::Threaded};

@@ -7,6 +7,7 @@
 #include "reference_host/host/host_observer.h"
 #include "reference_host/targets/target_file.h"
 #include "reference_host/targets/target_store.h"
+#include "tests/temporary_folder.h"
 
 #include <VordalConfigureR/DataSearch.h>
 #include <VordalDataBlocksR/CDataBlock.h>
@@ -430,18 +431,8 @@ TEST_F(OwnCommands, ATextThatIsNotReadIsNotTooLong)
 class TargetFiles : public OneSonar, protected vordal::HostObserver
 {
 protected:
-    TargetFiles()
-    {
-        auto name = (std::filesystem::temp_directory_path() / "qx5-targets-XXXXXX").string();
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        m_folder = name;
-        m_host.SetObserver(this);
-    }
-    ~TargetFiles() override
-    {
-        m_host.SetObserver(nullptr);
-        std::filesystem::remove_all(m_folder);
-    }
+    TargetFiles() { m_host.SetObserver(this); }
+    ~TargetFiles() override { m_host.SetObserver(nullptr); }
     void OnOpenTargets(CString const& fileName) override { Note("open ", fileName); }
     void OnCloseTargets(CString const& fileName) override
     {
@@ -479,7 +470,7 @@ private:
         seen.push_back(what + name);
     }
 
-    std::filesystem::path m_folder;
+    qx5::test::TemporaryFolder const m_folder;
 };
 
 TEST_F(TargetFiles, TheActiveOneIsOpenAsLongAsTheDeviceIsThere)

@@ -2,6 +2,7 @@
 #include "reference_host/host/host.h"
 #include "reference_host/host/log.h"
 #include "reference_host/loader/plugin_set.h"
+#include "tests/temporary_folder.h"
 
 #include <VersionControlR/CheckDllVersion.h>
 #include <vordalhostdllR/CDevList.h>
@@ -47,16 +48,17 @@ TEST(PlugInLoader, RefusesAFolder)
 
 TEST(PlugInLoader, RefusesAFileThatIsNoModule)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "no_module.so";
+    qx5::test::TemporaryFolder const folder;
+    auto const file = folder / "no_module.so";
     std::ofstream(file) << "some text";
     EXPECT_THAT(RefusalOf(file), HasSubstr("it is not a module"));
-    std::filesystem::remove(file);
 }
 
 TEST(PlugInLoader, RefusesAModuleThatIsCutShortBeforeItIsMapped)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "cut_short.so";
-    std::filesystem::copy_file(MODULE_GOOD, file, std::filesystem::copy_options::overwrite_existing);
+    qx5::test::TemporaryFolder const folder;
+    auto const file = folder / "cut_short.so";
+    std::filesystem::copy_file(MODULE_GOOD, file);
     auto const whole = std::filesystem::file_size(file);
     // Wherever it ends: the last byte alone, within its tables, its data, its code, its header.
     std::vector<std::uintmax_t> lengths{whole - 1, 100, 64, 63, 17, 4};
@@ -68,7 +70,6 @@ TEST(PlugInLoader, RefusesAModuleThatIsCutShortBeforeItIsMapped)
         std::filesystem::resize_file(file, length);
         EXPECT_THAT(RefusalOf(file), HasSubstr(length < 64 ? "it is not a module" : "the file is cut short")) << length;
     }
-    std::filesystem::remove(file);
 }
 
 TEST(PlugInLoader, NamesTheMissingEntryPoint)
@@ -148,15 +149,14 @@ TEST(PlugInLoader, AsksForTheOptionalEntryPointsWhereTheyAre)
 
 TEST(PlugIns, AreFoundInAFolderByNameAndOtherFilesAreNot)
 {
-    auto const folder = std::filesystem::path(::testing::TempDir()) / "modules";
-    std::filesystem::remove_all(folder);
+    qx5::test::TemporaryFolder const parent;
+    auto const folder = parent / "modules";
     EXPECT_TRUE(vordal::FindModules(folder).empty()) << "there is no such folder";
     std::filesystem::create_directory(folder);
     for (char const* const name : {"b.so", "a.so", "a.txt", "libc.so.6"}) {
         std::ofstream(folder / name) << "text";
     }
     EXPECT_EQ(vordal::FindModules(folder), (std::vector<std::filesystem::path>{folder / "a.so", folder / "b.so"}));
-    std::filesystem::remove_all(folder);
 }
 
 TEST(PlugIns, ADeviceIsItsOwnPlugInsAlone)

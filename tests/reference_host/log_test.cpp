@@ -1,5 +1,6 @@
 // The host's log: what it keeps, where, and what becomes of a file that has grown.
 #include "reference_host/host/log_settings.h"
+#include "tests/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,12 +20,7 @@ using ::testing::MatchesRegex;
 class LogTest : public testing::Test
 {
 protected:
-    void SetUp() override { std::filesystem::create_directories(m_folder); }
-    void TearDown() override
-    {
-        BeginLog({});
-        std::filesystem::remove_all(m_folder);
-    }
+    ~LogTest() override { BeginLog({}); }
 
     std::filesystem::path Path(std::string const& name) const { return m_folder / name; }
     std::string Content(std::string const& name) const
@@ -34,7 +30,7 @@ protected:
         return text.str();
     }
 
-    std::filesystem::path const m_folder = std::filesystem::path(testing::TempDir()) / "log_test";
+    qx5::test::TemporaryFolder const m_folder;
 };
 
 TEST_F(LogTest, KeepsLinesFromItsLevelOnInItsFile)

@@ -1,4 +1,6 @@
 // Tests of the project store: what goes in comes out, and nothing that is there is ever lost or overwritten.
+#include "tests/temporary_folder.h"
+
 #include <reference_host/attributes/tree_merge.h>
 #include <reference_host/store/project_store.h>
 #include <reference_host/store/tree_blob.h>
@@ -26,15 +28,6 @@ using Bytes = std::vector<unsigned char>;
 class StoreTest : public testing::Test
 {
 protected:
-    StoreTest()
-    {
-        auto name = (fs::temp_directory_path() / "qx5-store-XXXXXX").string();
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-        file = folder / "project.qx5p";
-    }
-    ~StoreTest() override { fs::remove_all(folder); }
-
     static Bytes Content(fs::path const& path)
     {
         std::ifstream stream(path, std::ios::binary);
@@ -57,8 +50,8 @@ protected:
         }
     }
 
-    fs::path folder;
-    fs::path file;
+    qx5::test::TemporaryFolder const folder;
+    fs::path const file = folder / "project.qx5p";
 };
 
 CAttributeMap TreeOfEveryKind()

@@ -1,5 +1,7 @@
 // Tests of the target store and of files by name: what goes in comes out, other programs are followed, damage is
 // refused.
+#include "tests/temporary_folder.h"
+
 #include <reference_host/base/path_text.h>
 #include <reference_host/host/clock.h>
 #include <reference_host/host/host.h>
@@ -132,17 +134,9 @@ class TargetsTest : public testing::Test
 protected:
     TargetsTest()
     {
-        auto name = (fs::temp_directory_path() / "qx5 targets s\u00f6\u00f1ar \u6c34-XXXXXX").string();
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
-        file = folder / "wreck.sts";
         SetLogSink([this](LogLevel, std::string_view line) { lines.emplace_back(line); });
     }
-    ~TargetsTest() override
-    {
-        SetLogSink({});
-        fs::remove_all(folder);
-    }
+    ~TargetsTest() override { SetLogSink({}); }
 
     static void Write(fs::path const& path, std::string const& bytes)
     {
@@ -176,8 +170,8 @@ protected:
     CString Name() const { return vordal::TextOf(file); }
     std::string Quoted() const { return "\"" + file.string() + "\""; }
 
-    fs::path folder;
-    fs::path file;
+    qx5::test::TemporaryFolder const folder{"qx5 targets s\u00f6\u00f1ar \u6c34"};
+    fs::path const file = folder / "wreck.sts";
     std::vector<std::string> lines;
 };
 

@@ -3,6 +3,7 @@
 #include "../reference_host/link_test_peer.h"
 #include "frames.h"
 #include "program.h"
+#include "tests/temporary_folder.h"
 
 #include <cli/window/shown_view.h>
 #include <cli/window/window_session.h>
@@ -167,8 +168,8 @@ TEST(ForeignDevice, TheOperatorsChoiceSelectsTheDeviceAndTheDisplay)
 
 TEST(ForeignDevice, TheProjectKeepsItsAttributesAndWhatItsDisplayShowed)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "foreign-project.qx";
-    std::filesystem::remove(file);
+    TemporaryFolder const folder;
+    auto const file = folder / "foreign-project.qx";
     {
         Stage stage(file.string());
         ASSERT_TRUE(RunUntil([&] { return stage.AreConnected(); }));
@@ -181,14 +182,13 @@ TEST(ForeignDevice, TheProjectKeepsItsAttributesAndWhatItsDisplayShowed)
         EXPECT_EQ(stage.window->ShownDevice(), stern);
         EXPECT_EQ(stage.Control<QDoubleSpinBox>("draught")->value(), 2.0);
     }
-    std::filesystem::remove(file);
 }
 
 /// `qx5 run` of the installation renders the display while the instrument tells that depth.
 QImage Picture(std::string_view sentence, std::vector<std::string> const& more = {})
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "sounder.png";
-    std::filesystem::remove(file);
+    TemporaryFolder const folder;
+    auto const file = folder / "sounder.png";
     Peer instrument;
     std::vector<std::string> command{
         INSTALLED_PROGRAM, "run",        "--plugin",
@@ -201,7 +201,6 @@ QImage Picture(std::string_view sentence, std::vector<std::string> const& more =
     EXPECT_EQ(program.WaitForEnd(), 0) << program.Errors();
     EXPECT_EQ(program.Errors(), "");
     QImage picture(QString::fromStdString(file.string()));
-    std::filesystem::remove(file);
     return picture;
 }
 
@@ -221,7 +220,6 @@ public:
     Installation()
     {
         namespace fs = std::filesystem;
-        fs::remove_all(m_folder);
         fs::create_directories(m_folder / "bin");
         fs::copy_file(INSTALLED_PROGRAM, Program());
         fs::copy(fs::path(INSTALLED_PROGRAM).parent_path().parent_path() / "lib", m_folder / "lib",
@@ -229,13 +227,12 @@ public:
     }
     Installation(Installation const&) = delete;
     Installation& operator=(Installation const&) = delete;
-    ~Installation() { std::filesystem::remove_all(m_folder); }
 
     std::filesystem::path Program() const { return m_folder / "bin" / "qx5"; }
     std::filesystem::path Modules() const { return m_folder / "lib" / "qx5"; }
 
 private:
-    std::filesystem::path const m_folder = std::filesystem::path(::testing::TempDir()) / "installation";
+    TemporaryFolder const m_folder{"qx5-installation"};
 };
 
 TEST(ForeignDevice, ModulesOfTheInstallationAreFoundByThemselves)

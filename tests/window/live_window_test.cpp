@@ -1,6 +1,7 @@
 // Tests of the window on simulated sonars over TCP: from the operator's hand to the sonar and back, and an orderly end.
 #include "frames.h"
 #include "program.h"
+#include "tests/temporary_folder.h"
 
 #include <cli/window/shown_view.h>
 #include <cli/window/window_session.h>
@@ -282,8 +283,8 @@ TEST(LiveWindow, ALostSonarIsToldWithTheReason)
 
 TEST(LiveWindow, TheProjectRemembersWindowDocksAndTheViewsDevice)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "window-project.qx";
-    std::filesystem::remove(file);
+    TemporaryFolder const folder;
+    auto const file = folder / "window-project.qx";
     {
         Stage stage(file.string());
         ASSERT_TRUE(RunUntil([&] { return stage.IsReady(); }));
@@ -308,7 +309,6 @@ TEST(LiveWindow, TheProjectRemembersWindowDocksAndTheViewsDevice)
     EXPECT_EQ(project.devices.size(), 3U);
     EXPECT_EQ(project.computations.size(), 3U);
     EXPECT_EQ(project.vessels.size(), 2U);
-    std::filesystem::remove(file);
 }
 
 TEST(LiveWindow, ABurstOfChangesIsFollowedToTheLast)
@@ -387,8 +387,8 @@ TEST(LiveWindow, WhatItLeavesOnIsKnownWhenItLeaves)
 
 TEST(LiveWindow, APlugInThatIsNoneIsRefusedAndTheProjectLeftAsItIs)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "kept-project.qx";
-    std::filesystem::remove(file);
+    TemporaryFolder const folder;
+    auto const file = folder / "kept-project.qx";
     {
         vordal::ProjectStore store(file);
         CAttributeMap attributes;
@@ -410,13 +410,12 @@ TEST(LiveWindow, APlugInThatIsNoneIsRefusedAndTheProjectLeftAsItIs)
     auto const project = vordal::ProjectStore(file).Load();
     ASSERT_EQ(project.devices.size(), 1U);
     EXPECT_TRUE(project.devices[0].attributes.Has(AttributeKey(L"kept")));
-    std::filesystem::remove(file);
 }
 
 TEST(RunWindow, OpensByItselfEndsOnASignalAndSavesTheProject)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "signalled-project.qx";
-    std::filesystem::remove(file);
+    TemporaryFolder const folder;
+    auto const file = folder / "signalled-project.qx";
     ChildProcess program({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
     ASSERT_TRUE(program.WaitForOutput("The window is open; simulated sonars listen on 127.0.0.1:"));
     program.Signal(SIGTERM);
@@ -425,7 +424,6 @@ TEST(RunWindow, OpensByItselfEndsOnASignalAndSavesTheProject)
     EXPECT_EQ(project.devices.size(), 3U);
     EXPECT_EQ(project.windows.size(), 1U);
     EXPECT_EQ(project.views.size(), 1U);
-    std::filesystem::remove(file);
 }
 
 /// The project in the file as another program finds it; nothing while there is none, or it is being written.
@@ -440,21 +438,19 @@ std::optional<vordal::StoredProject> Saved(std::filesystem::path const& file)
 
 TEST(RunWindow, ATextWithoutAFontIsNoPicture)
 {
-    auto const folder = std::filesystem::path(::testing::TempDir());
+    TemporaryFolder const folder;
     auto const file = folder / "boxes.png";
-    std::filesystem::remove(file);
     auto const none = folder / "no-fonts.conf";
     std::ofstream(none) << "<?xml version=\"1.0\"?><fontconfig></fontconfig>\n";
     ExpectComplaint(Qx5({"run", "--screenshot", file.string()}, {}, {"FONTCONFIG_FILE=" + none.string()}), 1,
                     {"no picture", "no font", "fonts-dejavu-core"});
     EXPECT_FALSE(std::filesystem::exists(file));
-    std::filesystem::remove(none);
 }
 
 TEST(RunWindow, WhatItDidIsSavedWhileItRuns)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "killed-project.qx";
-    std::filesystem::remove(file);
+    TemporaryFolder const folder;
+    auto const file = folder / "killed-project.qx";
     {
         ChildProcess program({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
         ASSERT_TRUE(program.WaitForOutput("The window is open"));
@@ -472,13 +468,12 @@ TEST(RunWindow, WhatItDidIsSavedWhileItRuns)
     }
     auto const project = vordal::ProjectStore(file).Load();
     EXPECT_EQ(project.devices.size(), 3U);
-    std::filesystem::remove(file);
 }
 
 TEST(RunWindow, SeveralSignalsAtOnceStillLetItSave)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "hurried-project.qx";
-    std::filesystem::remove(file);
+    TemporaryFolder const folder;
+    auto const file = folder / "hurried-project.qx";
     {
         // It has nothing yet that a session under way would have saved.
         ChildProcess program({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
@@ -494,7 +489,6 @@ TEST(RunWindow, SeveralSignalsAtOnceStillLetItSave)
     auto const project = vordal::ProjectStore(file).Load();
     EXPECT_EQ(project.devices.size(), 3U);
     EXPECT_EQ(project.windows.size(), 1U);
-    std::filesystem::remove(file);
 }
 
 #ifdef QX5_WESTON
@@ -502,9 +496,8 @@ TEST(RunWindow, OpensWhereThereIsAWaylandDisplayAlone)
 {
     ASSERT_STRNE(QX5_WESTON, "") << "there is no weston: install Debian's package of that name and configure again, as "
                                     "./dev test does";
-    auto folder = (std::filesystem::temp_directory_path() / "qx5-wayland-XXXXXX").string();
-    ASSERT_NE(mkdtemp(folder.data()), nullptr);
-    std::string const home = "XDG_RUNTIME_DIR=" + folder;
+    TemporaryFolder const folder{"qx5-wayland"};
+    std::string const home = "XDG_RUNTIME_DIR=" + folder.string();
     {
         ChildProcess display({QX5_WESTON, "--backend=headless-backend.so", "--socket=qx5", "--no-config"}, {home});
         ASSERT_TRUE(display.WaitForError("weston-desktop-shell'")) << display.Errors();
@@ -517,7 +510,6 @@ TEST(RunWindow, OpensWhereThereIsAWaylandDisplayAlone)
         display.Signal(SIGTERM);
         EXPECT_TRUE(display.WaitForEnd().has_value());
     }
-    std::filesystem::remove_all(folder);
 }
 #endif
 
@@ -531,9 +523,9 @@ TEST(RunWindow, OnlyReadsASonarThatIsNotItsOwnAndTakesNoPictureOfItAtWork)
     EXPECT_EQ(program.WaitForEnd(), 0) << program.Errors();
     EXPECT_THAT(program.Output(), ::testing::Not(HasSubstr("is left with")));
 
-    auto const file = std::filesystem::path(::testing::TempDir()) / "picture-of-a-sonar.png";
+    TemporaryFolder const folder;
+    auto const file = folder / "picture-of-a-sonar.png";
     EXPECT_EQ(Qx5({"run", "--sonar", sonar.Endpoint(), "--screenshot", file.string(), "--whole-window"}).code, 0);
-    std::filesystem::remove(file);
     sonar.Process().Write("status\n");
     EXPECT_TRUE(sonar.Process().WaitForOutput("2 taken, 0 refused; 0 records received")) << sonar.Process().Output();
 }
@@ -557,7 +549,8 @@ TEST(RunWindow, SaysInOneLineWhyTheDisplayDoesNotOpen)
 
 TEST(RunPicture, IsTakenWithoutADisplay)
 {
-    auto const file = std::filesystem::path(::testing::TempDir()) / "picture.png";
+    TemporaryFolder const folder;
+    auto const file = folder / "picture.png";
     auto const taken = Qx5({"run", "--screenshot", file.string(), "--tab", "5", "--dark", "--scale", "150"}, {},
                            {"DISPLAY=", "WAYLAND_DISPLAY="});
     EXPECT_EQ(taken.code, 0) << taken.err;
@@ -565,14 +558,12 @@ TEST(RunPicture, IsTakenWithoutADisplay)
     QImage const picture(QString::fromStdString(file.string()));
     EXPECT_EQ(picture.size(), QSize(1020, 840)); // 680 by 560 at 150 per cent
     EXPECT_LT(picture.pixelColor(10, picture.height() - 10).lightness(), 128);
-    std::filesystem::remove(file);
     ExpectComplaint(Qx5({"run", "--screenshot", "/nowhere/picture.png"}), 1, {"/nowhere/picture.png"});
 }
 
 TEST(RunPicture, LiesBesideItsProjectInAFolderOfAnyNameWhateverTheLocale)
 {
-    auto const folder = std::filesystem::path(::testing::TempDir()) / "qx5 window s\u00f6\u00f1ar \u6c34";
-    std::filesystem::create_directory(folder);
+    TemporaryFolder const folder{"qx5 window s\u00f6\u00f1ar \u6c34"};
     for (std::string const locale : {"C", "C.UTF-8"}) {
         auto const picture = (folder / ("\u6c34 " + locale + ".png")).string();
         auto const project = folder / ("\u00f6 " + locale + ".qx5");
@@ -583,7 +574,6 @@ TEST(RunPicture, LiesBesideItsProjectInAFolderOfAnyNameWhateverTheLocale)
         EXPECT_TRUE(std::filesystem::exists(picture)) << locale;
         EXPECT_TRUE(std::filesystem::exists(project)) << locale;
     }
-    std::filesystem::remove_all(folder);
 }
 
 TEST(RunPicture, SaysWhenTheDiskIsFull)

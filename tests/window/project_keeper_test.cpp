@@ -1,5 +1,6 @@
 // The thread that saves a project while a session goes on.
 #include "frames.h"
+#include "tests/temporary_folder.h"
 
 #include <cli/window/project_keeper.h>
 
@@ -16,8 +17,6 @@ namespace {
 class Keeper : public ::testing::Test
 {
 protected:
-    ~Keeper() override { std::filesystem::remove(file); }
-
     void Tell(std::string const& line)
     {
         std::lock_guard const lock(mutex);
@@ -47,10 +46,8 @@ protected:
         return project;
     }
 
-    /// Each test has its own: they run beside one another.
-    std::filesystem::path const file =
-        std::filesystem::path(::testing::TempDir()) /
-        (std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + "-kept-meanwhile.qx");
+    TemporaryFolder const folder;
+    std::filesystem::path const file = folder / "kept-meanwhile.qx";
     vordal::ProjectStore store{file};
     std::mutex mutex;
     std::vector<std::string> lines;

@@ -1,6 +1,7 @@
 // Tests of the record monitor: its table, filter, pause and file.
 #include "frames.h"
 #include "program.h"
+#include "tests/temporary_folder.h"
 
 #include <reference_host/window/record_monitor.h>
 #include <reference_host/window/record_monitor_model.h>
@@ -203,7 +204,8 @@ TEST_F(MonitorTest, WhatItSavesCanBeDecoded)
     cut.totalBytes = 5000000;
     content.frames.push_back(cut);
     monitor.Model().Append(std::move(content));
-    auto const file = std::filesystem::path(::testing::TempDir()) / "saved s\u00f6\u00f1ar \u6c34.txt";
+    TemporaryFolder const folder;
+    auto const file = folder / "saved s\u00f6\u00f1ar \u6c34.txt";
     QString error;
     ASSERT_TRUE(monitor.Model().SaveTo(QString::fromStdString(file.string()), error)) << error.toStdString();
     auto const decoded = Qx5({"decode", file.string()});
@@ -216,7 +218,6 @@ TEST_F(MonitorTest, WhatItSavesCanBeDecoded)
     monitor.Model().SetFilter("60", RecordMonitorModel::Way::Both);
     ASSERT_TRUE(monitor.Model().SaveTo(QString::fromStdString(file.string()), error));
     EXPECT_THAT(Qx5({"decode", file.string()}).out, Not(HasSubstr("x5Range = 50 m")));
-    std::filesystem::remove(file);
 
     EXPECT_FALSE(monitor.Model().SaveTo("/nowhere/records.txt", error));
     EXPECT_THAT(error.toStdString(), HasSubstr("/nowhere/records.txt cannot be written"));
