@@ -38,7 +38,6 @@ double NextRange()
 /// One plausible value of each key that any handler reads, in one request.
 CAttributeMap RequestOfAllKeys()
 {
-    using qx5::protocol::Kind;
     CAttributeMap request;
     std::set<qx5::protocol::Key const*> told;
     for (qx5::ChainEntry const& entry : qx5::Chain()) {
@@ -46,42 +45,7 @@ CAttributeMap RequestOfAllKeys()
             if (!qx5::IsRequestable(operand) || !told.insert(operand.key).second) {
                 continue;
             }
-            switch (operand.key->kind) {
-            case Kind::Int:
-                request.Add(operand.attribute, CVordalInt(1), 0);
-                break;
-            case Kind::UInt:
-                request.Add(operand.attribute, CVordalUInt(1), 0);
-                break;
-            case Kind::Int64:
-                request.Add(operand.attribute, CVordalInt64(1), 0);
-                break;
-            case Kind::Bool:
-            case Kind::Any:
-                request.Add(operand.attribute, CVordalBool(true), 0);
-                break;
-            case Kind::Double:
-                request.Add(operand.attribute, CVordalDouble(1.5), 0);
-                break;
-            case Kind::Pair:
-                request.Add(operand.attribute, CVordalDouble2D(1.0, -1.0), 0);
-                break;
-            case Kind::String:
-                request.Add(operand.attribute, CVordalText(L"16"), 0);
-                break;
-            case Kind::IntList:
-                request.Add(operand.attribute, CVordalIntList({1, 2, 3}), 0);
-                break;
-            case Kind::DoubleList:
-                request.Add(operand.attribute, CVordalDoubleList({1.0, 2.0}), 0);
-                break;
-            case Kind::Offset:
-                request.Add(operand.attribute, CVordalOffset(CCompOffset(1.0, 2.0, 3.0)), 0);
-                break;
-            case Kind::Branch:
-                request.Add(operand.attribute);
-                break;
-            }
+            qx5::AddValue(request, operand.attribute, qx5::protocol::ExampleOf(operand.key->kind));
         }
     }
     return request;

@@ -1,12 +1,10 @@
 // Requests as people type them, turned into trees.
 #include "key_values.h"
 
-#include "reference_host/link/tree_transfer.h"
-
 #include <VordalAttributesR/AttributeKey.h>
 #include <protocol/catalogue.h>
 #include <protocol/utf8.h>
-#include <protocol/value.h>
+#include <values/vordal_value.h>
 
 #include <algorithm>
 #include <optional>
@@ -143,7 +141,7 @@ bool AddKeyValue(CAttributeMap& request, std::string_view text, std::string& err
         int const count = node->Count(key);
         node = &node->FindCreate(key, count > 0 ? count - 1 : 0);
     }
-    node->Add(AttributeKey{std::wstring_view(leaf)})->ReplaceValue(vordal::MakeValue(*value));
+    AddValue(*node, AttributeKey{std::wstring_view(leaf)}, *value);
     return true;
 }
 

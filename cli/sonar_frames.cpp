@@ -1,12 +1,14 @@
 // Frames between host and sonar, taken apart.
 #include "cli/sonar_frames.h"
 
-#include "reference_host/link/tree_transfer.h"
+#include "reference_host/attributes/tree_bytes.h"
 
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
+#include <protocol/tree_codec.h>
 
 #include <string>
+#include <utility>
 
 namespace qx5::cli {
 
@@ -17,8 +19,9 @@ std::optional<CAttributeMap> ToldAttributes(std::span<unsigned char const> frame
         return std::nullopt;
     }
     std::string problem;
-    auto const nodes = protocol::DecodeTree(view->data, problem);
-    return nodes ? std::optional(vordal::ToAttributeMap(*nodes)) : std::nullopt;
+    CAttributeMap tree;
+    return vordal::DecodeTree(view->data, protocol::LinkTree, tree, problem) ? std::optional(std::move(tree))
+                                                                             : std::nullopt;
 }
 
 std::optional<SonarCommand> CommandOf(std::span<unsigned char const> frame)

@@ -3,6 +3,7 @@
 
 #include "command.h"
 #include <VordalAttributesR/CAttributeMap.h>
+#include <protocol/value.h>
 
 #include <string>
 
@@ -15,6 +16,9 @@ struct SampleRequest
     CAttributeMap stored;
     std::string asked; ///< the keys of the request, with blanks between them
 };
+
+/// Puts the operand where the command looks for it, unless something stands there already.
+void PutOperand(CAttributeMap& tree, Command const& command, Operand const& operand, protocol::Value const& value);
 
 /// With plausible values. Of a command that completes, one key is asked for and the tree holds the others.
 SampleRequest SampleOf(Command const& command);

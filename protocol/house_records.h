@@ -12,12 +12,10 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 #include <vector>
 
 #include <protocol/frame.h>
 #include <protocol/record_table.h>
-#include <protocol/value.h>
 
 namespace qx5::protocol {
 
@@ -37,7 +35,7 @@ inline constexpr RecordTable PassThroughCommand{90002,
                                                  Field{.offset = 12, .wire = Wire::U32, .name = "size"}},
                                                 RecordOptions{.tail = Tail::Bytes, .tailName = "payload"}};
 
-/// See EncodeTree for the bytes.
+/// See LinkTree in tree_codec.h for the bytes.
 inline constexpr RecordTable AttributeTree{
     90010,
     "attribute tree",
@@ -92,30 +90,5 @@ struct Playback
 std::vector<unsigned char> EncodePlayback(Playback const& playback);
 /// Nothing for another size or an unknown operation.
 std::optional<Playback> DecodePlayback(std::span<unsigned char const> payload);
-
-/// One node of a tree of attributes.
-struct TreeNode
-{
-    std::wstring key;
-    Value value;
-    std::vector<TreeNode> children;
-
-    friend bool operator==(TreeNode const&, TreeNode const&) = default;
-};
-
-inline constexpr std::size_t MaximumTreeDepth = 200;
-inline constexpr std::size_t MaximumTreeNodes = 100000;
-/// Bytes of an encoded tree: with its frame it stays within the 16 MiB that a host takes from a sonar.
-inline constexpr std::size_t MaximumTreeSize = std::size_t{16} * 1024 * 1024 - 4096;
-
-/// The payload of an attribute tree. Bytes: u32 format (1), then a list of nodes. A list of nodes: u32 count, then the
-/// nodes. A node: text key, u8 kind, the value, list of children. A text: u32 length in bytes, UTF-8. Kinds and values:
-/// 0 none; 1 i32; 2 u32; 3 u8, 0 or 1; 4 f64; 5 two f64; 6 text; 7 u32 count and i32s; 8 u32 count and f64s; 9 three
-/// f64; 10 i64. All little-endian. Nothing, and why in `error`, when the tree is deeper or larger than the limits.
-std::optional<std::vector<unsigned char>> EncodeTree(std::span<TreeNode const> nodes, std::string& error);
-
-/// Takes any bytes. Nothing, and why and where in `error`, when they are not exactly one tree within the limits.
-/// Memory stays in proportion to the bytes given.
-std::optional<std::vector<TreeNode>> DecodeTree(std::span<unsigned char const> payload, std::string& error);
 
 } // namespace qx5::protocol

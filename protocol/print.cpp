@@ -10,6 +10,7 @@
 #include <protocol/catalogue.h>
 #include <protocol/house_records.h>
 #include <protocol/numbers.h>
+#include <protocol/tree_codec.h>
 #include <protocol/unpack.h>
 #include <protocol/utf8.h>
 
@@ -378,6 +379,14 @@ std::string ValueText(Value const& value)
         std::string operator()(std::pair<double, double> const& pair) const
         {
             return "(" + NumberText(pair.first) + ", " + NumberText(pair.second) + ")";
+        }
+        std::string operator()(DataReference const& reference) const
+        {
+            std::string text;
+            for (std::size_t i = 0; i < (reference[4] == 65535 && reference[5] == 65535 ? 4 : reference.size()); ++i) {
+                text += (i == 0 ? "" : ".") + std::to_string(reference[i]);
+            }
+            return text;
         }
         std::string operator()(std::wstring const& text) const { return Quoted(text); }
         std::string operator()(std::vector<std::int32_t> const& numbers) const { return Bracketed(numbers); }

@@ -148,6 +148,7 @@ Value AttributeValue(Field const& field, Value const& wire)
         return {};
     case Kind::String:
         return std::holds_alternative<std::wstring>(wire) ? wire : Value{};
+    case Kind::DataId:
     case Kind::IntList:
     case Kind::DoubleList:
     case Kind::Branch:

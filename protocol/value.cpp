@@ -29,14 +29,14 @@ std::optional<Number> ParseNumber(std::string_view text)
 }
 
 template <typename Number>
-std::optional<std::vector<Number>> ParseList(std::string_view text)
+std::optional<std::vector<Number>> ParseList(std::string_view text, char separator = ',')
 {
     std::vector<Number> list;
     if (Trim(text).empty()) {
         return list;
     }
     for (;;) {
-        std::size_t const comma = text.find(',');
+        std::size_t const comma = text.find(separator);
         auto const number = ParseNumber<Number>(text.substr(0, comma));
         if (!number) {
             return std::nullopt;
@@ -92,6 +92,11 @@ std::optional<Value> ParseValue(Kind kind, std::string_view text)
             return std::array{(*list)[0], (*list)[1], (*list)[2]};
         }
         return std::nullopt;
+    case Kind::DataId:
+        if (auto const list = ParseList<std::uint16_t>(text, '.'); list && list->size() == 4) {
+            return DataReference{(*list)[0], (*list)[1], (*list)[2], (*list)[3], 65535, 65535};
+        }
+        return std::nullopt;
     case Kind::String:
         return DecodeUtf8(text);
     case Kind::IntList:
@@ -103,6 +108,34 @@ std::optional<Value> ParseValue(Kind kind, std::string_view text)
         break;
     }
     return std::nullopt;
+}
+
+Value ValueOfKind(Kind kind, double number)
+{
+    Value value;
+    [&]<std::size_t... I>(std::index_sequence<I...>)
+    {
+        static_cast<void>(((I == static_cast<std::size_t>(kind) + 1 && (value.emplace<I>(), true)) || ...));
+    }
+    (std::make_index_sequence<std::variant_size_v<Value>>());
+    std::visit(
+        [number](auto& held) {
+            using Held = std::decay_t<decltype(held)>;
+            if constexpr (std::is_same_v<Held, bool>) {
+                held = number != 0.0;
+            } else if constexpr (std::is_arithmetic_v<Held>) {
+                held = static_cast<Held>(number);
+            } else if constexpr (std::is_same_v<Held, std::pair<double, double>>) {
+                held = {number, number};
+            }
+        },
+        value);
+    return value;
+}
+
+Value ExampleOf(Kind kind)
+{
+    return kind == Kind::Any ? Value(true) : ParseValue(kind, RowOf(kind).example).value_or(Value());
 }
 
 } // namespace qx5::protocol

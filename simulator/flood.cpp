@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <protocol/house_records.h>
+#include <protocol/tree_codec.h>
 #include <simulator/colliding_keys.h>
 
 namespace qx5::simulator {
@@ -69,7 +70,7 @@ FloodRecord Pings(std::uint64_t number, SonarState const& state)
 FloodRecord Depth(std::uint64_t number, SonarState const&)
 {
     TreeNode node{L"FloodDepth", static_cast<std::int64_t>(number), {}};
-    for (std::size_t level = 1; level < protocol::MaximumTreeDepth; ++level) {
+    for (std::size_t level = 1; level < protocol::LinkTree.deepest; ++level) {
         TreeNode above{L"FloodDepth", {}, {}};
         above.children.push_back(std::move(node));
         node = std::move(above);
@@ -80,7 +81,7 @@ FloodRecord Depth(std::uint64_t number, SonarState const&)
 FloodRecord Size(std::uint64_t number, SonarState const&)
 {
     TreeNode branch{L"FloodSize", {}, {}};
-    for (std::size_t i = 1; i < protocol::MaximumTreeNodes; ++i) {
+    for (std::size_t i = 1; i < protocol::LinkTree.mostNodes; ++i) {
         branch.children.push_back({std::to_wstring(i), static_cast<std::int64_t>(number), {}});
     }
     return Tree({branch});

@@ -711,7 +711,7 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
     std::optional<Kind> told;
     if (std::size_t const colon = name.find(':'); colon != std::string_view::npos) {
         told = protocol::FindKind(name.substr(colon + 1));
-        if (!told || *told == Kind::Branch || *told == Kind::Any) {
+        if (!told || protocol::RowOf(*told).onLink == 0) {
             error = "'" + std::string(name.substr(colon + 1)) + "' is no kind; take int, uint, int64, bool, double, " +
                     "pair, string, ints, doubles or offset";
             return false;

@@ -16,6 +16,7 @@
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
 #include <protocol/record_layout.h>
+#include <protocol/tree_codec.h>
 #include <protocol/value.h>
 #include <simulator/sonar_model.h>
 

@@ -1,14 +1,12 @@
 // Requests made of the commands' tables.
 #include "requests.h"
 
-#include <VordalAttributesR/CVordalType.h>
-#include <VordalBaseR/CCompOffset.h>
+#include <commands/sample_request.h>
 #include <protocol/utf8.h>
 
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <memory>
 #include <set>
 
 namespace qx5::soak {
@@ -17,7 +15,7 @@ namespace {
 
 using protocol::Key;
 using protocol::Kind;
-using Value = std::unique_ptr<CVordalType>;
+using protocol::Value;
 
 constexpr auto infinity = std::numeric_limits<double>::infinity();
 constexpr std::array sensibleIntegers{0, 1, 1, 2};
@@ -31,33 +29,34 @@ Value SensibleValue(Random& random, Kind kind)
 {
     switch (kind) {
     case Kind::Int:
-        return std::make_unique<CVordalInt>(random.Pick(sensibleIntegers));
+        return std::int32_t(random.Pick(sensibleIntegers));
     case Kind::UInt:
-        return std::make_unique<CVordalUInt>(static_cast<unsigned>(random.Pick(sensibleIntegers)));
+        return static_cast<std::uint32_t>(random.Pick(sensibleIntegers));
     case Kind::Int64:
-        return std::make_unique<CVordalInt64>(random.Pick(sensibleIntegers));
+        return std::int64_t(random.Pick(sensibleIntegers));
     case Kind::Bool:
     case Kind::Any:
-        return std::make_unique<CVordalBool>(random.OneIn(2));
+        return random.OneIn(2);
     case Kind::Double:
-        return std::make_unique<CVordalDouble>(random.Pick(sensibleDoubles));
+        return random.Pick(sensibleDoubles);
     case Kind::Pair: {
         double const first = random.Pick(sensibleDoubles);
-        return std::make_unique<CVordalDouble2D>(first, -random.Pick(sensibleDoubles));
+        return std::pair<double, double>(first, -random.Pick(sensibleDoubles));
     }
     case Kind::String:
         // A number as well as a name.
-        return std::make_unique<CVordalText>(CString(random.OneIn(2) ? L"16" : L"1"));
+        return std::wstring(random.OneIn(2) ? L"16" : L"1");
     case Kind::IntList:
-        return std::make_unique<CVordalIntList>(std::vector<int>{7000, 7002});
+        return std::vector<std::int32_t>{7000, 7002};
     case Kind::DoubleList:
-        return std::make_unique<CVordalDoubleList>(std::vector<double>{0.5, random.Pick(sensibleDoubles)});
+        return std::vector<double>{0.5, random.Pick(sensibleDoubles)};
     case Kind::Offset:
-        return std::make_unique<CVordalOffset>(CCompOffset(1.0, random.Pick(sensibleDoubles), 3.0));
+        return std::array{1.0, random.Pick(sensibleDoubles), 3.0};
+    case Kind::DataId:
     case Kind::Branch:
         break;
     }
-    return std::make_unique<CVordalType>();
+    return {};
 }
 
 std::wstring SenselessText(Random& random)
@@ -82,49 +81,37 @@ Value SenselessValue(Random& random, Kind kind)
 {
     switch (kind) {
     case Kind::Int:
-        return std::make_unique<CVordalInt>(random.Pick(senselessIntegers));
+        return std::int32_t(random.Pick(senselessIntegers));
     case Kind::UInt:
-        return std::make_unique<CVordalUInt>(static_cast<unsigned>(random.Pick(senselessIntegers)));
+        return static_cast<std::uint32_t>(random.Pick(senselessIntegers));
     case Kind::Int64:
-        return std::make_unique<CVordalInt64>(random.OneIn(2) ? std::numeric_limits<std::int64_t>::min()
-                                                              : std::int64_t{1} << 60);
+        return random.OneIn(2) ? std::numeric_limits<std::int64_t>::min() : std::int64_t{1} << 60;
     case Kind::Bool:
     case Kind::Any:
-        return std::make_unique<CVordalBool>(random.OneIn(2));
+        return random.OneIn(2);
     case Kind::Double:
-        return std::make_unique<CVordalDouble>(random.Pick(senselessDoubles));
+        return random.Pick(senselessDoubles);
     case Kind::Pair: {
         double const first = random.Pick(senselessDoubles);
-        return std::make_unique<CVordalDouble2D>(first, random.Pick(senselessDoubles));
+        return std::pair<double, double>(first, random.Pick(senselessDoubles));
     }
     case Kind::String:
-        return std::make_unique<CVordalText>(CString(SenselessText(random)));
+        return SenselessText(random);
     case Kind::IntList:
-        return std::make_unique<CVordalIntList>(
-            std::vector<int>(random.OneIn(2) ? 0 : 2000, random.Pick(senselessIntegers)));
+        return std::vector<std::int32_t>(random.OneIn(2) ? 0 : 2000, random.Pick(senselessIntegers));
     case Kind::DoubleList:
-        return std::make_unique<CVordalDoubleList>(
-            std::vector<double>(random.OneIn(2) ? 0 : 2000, random.Pick(senselessDoubles)));
+        return std::vector<double>(random.OneIn(2) ? 0 : 2000, random.Pick(senselessDoubles));
     case Kind::Offset:
-        return std::make_unique<CVordalOffset>(CCompOffset(infinity, random.Pick(senselessDoubles), 0.0));
+        return std::array{infinity, random.Pick(senselessDoubles), 0.0};
+    case Kind::DataId:
     case Kind::Branch:
         break;
     }
-    return std::make_unique<CVordalType>();
+    return {};
 }
 
 constexpr std::array kinds{Kind::Int,    Kind::UInt,    Kind::Int64,      Kind::Bool,   Kind::Double, Kind::Pair,
                            Kind::String, Kind::IntList, Kind::DoubleList, Kind::Offset, Kind::Branch};
-
-/// Puts the operand where the command looks for it, unless something stands there.
-void Add(CAttributeMap& request, Command const& command, Operand const& operand, CVordalType const& value)
-{
-    bool const isInBranch = operand.options.source == Source::Branch;
-    CAttributeMap& place = isInBranch ? request.FindCreate(command.operands.front().attribute, 0) : request;
-    if (!place.Has(operand.attribute, 0)) {
-        place.Add(operand.attribute, value, 0);
-    }
-}
 
 /// Whether an echo of that operand is promised once the request holds it with a value of its kind and all that the
 /// command needs: not where the handler decides by a rule of its own, or by the value.
@@ -175,9 +162,9 @@ MadeRequest RequestMaker::Sensible()
     Command const& command = *entry->command;
     MadeRequest made;
     made.text = TextOf(*entry, *operand);
-    Add(made.request, command, *operand, *SensibleValue(m_random, operand->key->kind));
+    PutOperand(made.request, command, *operand, SensibleValue(m_random, operand->key->kind));
     for (Operand const* const other : NeededBeside(command, *operand)) {
-        Add(made.request, command, *other, *SensibleValue(m_random, other->key->kind));
+        PutOperand(made.request, command, *other, SensibleValue(m_random, other->key->kind));
         made.text += " " + protocol::EncodeUtf8(other->key->text);
     }
     if (IsEchoed(command, *operand)) {
@@ -196,10 +183,10 @@ MadeRequest RequestMaker::Senseless()
     auto const anything = [this](Kind kind) {
         return SenselessValue(m_random, m_random.OneIn(4) ? m_random.Pick(kinds) : kind);
     };
-    Add(made.request, command, *operand, *anything(operand->key->kind));
+    PutOperand(made.request, command, *operand, anything(operand->key->kind));
     for (Operand const* const other : NeededBeside(command, *operand)) {
         if (!m_random.OneIn(4)) {
-            Add(made.request, command, *other, *anything(other->key->kind));
+            PutOperand(made.request, command, *other, anything(other->key->kind));
         }
     }
     return made;

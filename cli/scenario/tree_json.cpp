@@ -3,13 +3,14 @@
 
 #include "cli/scenario/json_read.h"
 
-#include "reference_host/attributes/kind_names.h"
+#include <values/vordal_value.h>
 
-#include <VordalAttributesR/CVordalType.h>
-
+#include <array>
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <variant>
 #include <vector>
 
 namespace qx5::cli {
@@ -36,60 +37,45 @@ std::vector<double> ReadDoubles(JsonValue const& value, JsonPath const& path, st
     return numbers;
 }
 
-CVordalType* MakePair(JsonValue const& value, JsonPath const& path)
+protocol::Value ReadValue(protocol::Kind kind, JsonValue const& value, JsonPath const& path)
 {
-    auto const numbers = ReadDoubles(value, path, 2);
-    return VordalTypeCreator::MakeValue(std::pair(numbers[0], numbers[1]));
+    using protocol::Kind;
+    using Widest = std::numeric_limits<std::int64_t>;
+    switch (kind) {
+    case Kind::Int:
+        return ReadInt32(value, path);
+    case Kind::UInt:
+        return ReadUInt32(value, path);
+    case Kind::Int64:
+        return ReadInteger(value, path, Widest::min(), Widest::max());
+    case Kind::Bool:
+        return ReadBool(value, path);
+    case Kind::Double:
+        return ReadDouble(value, path);
+    case Kind::Pair: {
+        auto const numbers = ReadDoubles(value, path, 2);
+        return std::pair(numbers[0], numbers[1]);
+    }
+    case Kind::DataId: {
+        auto const id = ReadDataId(value, path);
+        return protocol::DataReference{id.GetType(), id.GetGroupId(), id.GetDeviceNum(), id.GetVessel(), 65535, 65535};
+    }
+    case Kind::String:
+        return std::wstring(ReadWideText(value, path).View());
+    case Kind::IntList:
+        return ReadIntegers(value, path);
+    case Kind::DoubleList:
+        return ReadDoubles(value, path);
+    case Kind::Offset: {
+        auto const axes = ReadDoubles(value, path, 3);
+        return std::array{axes[0], axes[1], axes[2]};
+    }
+    case Kind::Branch:
+    case Kind::Any:
+        break;
+    }
+    return {};
 }
-
-CVordalType* MakeOffset(JsonValue const& value, JsonPath const& path)
-{
-    auto const numbers = ReadDoubles(value, path, 3);
-    return VordalTypeCreator::MakeValue(CCompOffset(numbers[0], numbers[1], numbers[2]));
-}
-
-CVordalType* MakeInt64(JsonValue const& value, JsonPath const& path)
-{
-    using Limits = std::numeric_limits<std::int64_t>;
-    return VordalTypeCreator::MakeValue(ReadInteger(value, path, Limits::min(), Limits::max()));
-}
-
-CVordalType* MakeUInt(JsonValue const& value, JsonPath const& path)
-{
-    return VordalTypeCreator::MakeValue(static_cast<unsigned int>(ReadUInt32(value, path)));
-}
-
-CVordalType* MakeDataInfo(JsonValue const& value, JsonPath const& path)
-{
-    return VordalTypeCreator::MakeValue(CDataInfo(ReadDataId(value, path), 65535, 65535));
-}
-
-struct TypeTag
-{
-    VordalKind kind;
-    /// Gives a value that the caller owns.
-    CVordalType* (*make)(JsonValue const& value, JsonPath const& path);
-};
-
-using Creator = VordalTypeCreator;
-
-constexpr TypeTag typeTags[] = {
-    {VordalKind::Int, [](auto const& value, auto const& path) { return Creator::MakeValue(ReadInt32(value, path)); }},
-    {VordalKind::UInt, MakeUInt},
-    {VordalKind::Int64, MakeInt64},
-    {VordalKind::Bool, [](auto const& value, auto const& path) { return Creator::MakeValue(ReadBool(value, path)); }},
-    {VordalKind::Double,
-     [](auto const& value, auto const& path) { return Creator::MakeValue(ReadDouble(value, path)); }},
-    {VordalKind::Pair, MakePair},
-    {VordalKind::String,
-     [](auto const& value, auto const& path) { return Creator::MakeValue(ReadWideText(value, path)); }},
-    {VordalKind::IntList,
-     [](auto const& value, auto const& path) { return Creator::MakeValue(ReadIntegers(value, path)); }},
-    {VordalKind::DoubleList,
-     [](auto const& value, auto const& path) { return Creator::MakeValue(ReadDoubles(value, path)); }},
-    {VordalKind::DataInfo, MakeDataInfo},
-    {VordalKind::Offset, MakeOffset},
-};
 
 void ReadNodes(CAttributeMap& parent, JsonValue const& value, JsonPath const& path);
 
@@ -117,19 +103,17 @@ void ReadNode(CAttributeMap& parent, JsonValue const& value, JsonPath const& pat
         }
         return;
     }
-    for (auto const& tag : typeTags) {
-        if (vordal::NameOf(tag.kind) == type) {
-            if (items.size() < 3) {
-                throw InvalidScenario(path, "the value is missing");
-            }
-            node.ReplaceValue(tag.make(items[2], JsonPath(path, 2)));
-            if (items.size() == 4) {
-                ReadNodes(node, items[3], JsonPath(path, 3));
-            }
-            return;
-        }
+    auto const kind = protocol::FindKind(type);
+    if (!kind || *kind == protocol::Kind::Branch || *kind == protocol::Kind::Any) {
+        throw InvalidScenario(typePath, "unknown type " + QuoteForMessage(type));
     }
-    throw InvalidScenario(typePath, "unknown type " + QuoteForMessage(type));
+    if (items.size() < 3) {
+        throw InvalidScenario(path, "the value is missing");
+    }
+    node.ReplaceValue(MakeVordal(ReadValue(*kind, items[2], JsonPath(path, 2))).release());
+    if (items.size() == 4) {
+        ReadNodes(node, items[3], JsonPath(path, 3));
+    }
 }
 
 void ReadNodes(CAttributeMap& parent, JsonValue const& value, JsonPath const& path)
@@ -142,73 +126,42 @@ void ReadNodes(CAttributeMap& parent, JsonValue const& value, JsonPath const& pa
     }
 }
 
-template <typename Numbers>
-JsonValue WriteDoubles(Numbers const& numbers)
-{
-    JsonValue array = JsonValue::Array();
-    for (double const number : numbers) {
-        array.items.push_back(JsonValue::Double(number));
-    }
-    return array;
-}
+template <typename Elements>
+JsonValue WriteList(Elements const& elements);
 
 /// The value of a node that has one.
-JsonValue WriteValue(CVordalType const& value)
+struct ValueWriter
 {
-    int integer = 0;
-    unsigned int natural = 0;
-    std::int64_t wide = 0;
-    bool truth = false;
-    double numbers[3] = {};
-    CDataInfo reference;
-    CString text;
-    CCompOffset offset;
-    std::vector<int> integers;
-    std::vector<double> doubles;
-    switch (value.Kind()) {
-    case VordalKind::None:
-        break;
-    case VordalKind::Int:
-        value.Get(integer);
-        return JsonValue::Integer(integer);
-    case VordalKind::UInt:
-        value.Get(natural);
-        return JsonValue::Unsigned(natural);
-    case VordalKind::Int64:
-        value.Get(wide);
-        return JsonValue::Integer(wide);
-    case VordalKind::Bool:
-        value.Get(truth);
-        return JsonValue::Bool(truth);
-    case VordalKind::Double:
-        value.Get(numbers[0]);
-        return JsonValue::Double(numbers[0]);
-    case VordalKind::Pair:
-        value.Get(numbers[0], numbers[1]);
-        return JsonValue::Array({JsonValue::Double(numbers[0]), JsonValue::Double(numbers[1])});
-    case VordalKind::DataInfo:
-        value.Get(reference);
-        return WriteDataId(reference.GetDataId());
-    case VordalKind::String:
-        value.Get(text);
-        return JsonValue::Text(text.View());
-    case VordalKind::IntList: {
-        value.Get(integers);
-        JsonValue array = JsonValue::Array();
-        for (int const number : integers) {
-            array.items.push_back(JsonValue::Integer(number));
-        }
-        return array;
+    JsonValue operator()(std::monostate) const { return {}; }
+    JsonValue operator()(std::int32_t number) const { return JsonValue::Integer(number); }
+    JsonValue operator()(std::uint32_t number) const { return JsonValue::Unsigned(number); }
+    JsonValue operator()(std::int64_t number) const { return JsonValue::Integer(number); }
+    JsonValue operator()(bool truth) const { return JsonValue::Bool(truth); }
+    JsonValue operator()(double number) const { return JsonValue::Double(number); }
+    JsonValue operator()(std::pair<double, double> const& pair) const
+    {
+        return WriteList(std::array{pair.first, pair.second});
     }
-    case VordalKind::DoubleList:
-        value.Get(doubles);
-        return WriteDoubles(doubles);
-    case VordalKind::Offset:
-        value.Get(offset);
-        offset.GetOffset(numbers[0], numbers[1], numbers[2]);
-        return WriteDoubles(numbers);
+    JsonValue operator()(protocol::DataReference const& parts) const
+    {
+        return WriteDataId({parts[0], parts[1], parts[2], parts[3]});
     }
-    return JsonValue();
+    JsonValue operator()(std::wstring const& text) const { return JsonValue::Text(text); }
+    template <typename Elements>
+    JsonValue operator()(Elements const& elements) const
+    {
+        return WriteList(elements);
+    }
+};
+
+template <typename Elements>
+JsonValue WriteList(Elements const& elements)
+{
+    JsonValue array = JsonValue::Array();
+    for (auto const element : elements) {
+        array.items.push_back(ValueWriter()(element));
+    }
+    return array;
 }
 
 JsonValue WriteNodes(CAttributeMap const& parent, int depth)
@@ -219,11 +172,9 @@ JsonValue WriteNodes(CAttributeMap const& parent, int depth)
     JsonValue nodes = JsonValue::Array();
     for (CAttributeMap const& child : parent) {
         JsonValue node = JsonValue::Array({JsonValue::Text(child.KeyText())});
-        for (auto const& tag : typeTags) {
-            if (child.HasValue() && tag.kind == child.Value().Kind()) {
-                node.items.push_back(JsonValue::Text(std::string(vordal::NameOf(tag.kind))));
-                node.items.push_back(WriteValue(child.Value()));
-            }
+        if (child.HasValue()) {
+            node.items.push_back(JsonValue::Text(std::string(NameOf(KindOf(child.Value().Kind())))));
+            node.items.push_back(std::visit(ValueWriter(), ValueOf(child.Value())));
         }
         if (child.Count() > 0) {
             node.items.push_back(WriteNodes(child, depth + 1));

@@ -30,5 +30,5 @@ target_link_libraries(vordal_link_faults PUBLIC Threads::Threads PRIVATE vordal_
 
 target_sources(vordalhost PRIVATE
   link/frame_addressees.cpp link/live_port.cpp link/live_traffic.cpp link/raw_port.cpp link/settings_data.cpp
-  link/tree_transfer.cpp link/x5_port.cpp)
+ link/x5_port.cpp)
 target_link_libraries(vordalhost PRIVATE vordal_sonar_link)

@@ -4,9 +4,9 @@
 #include "frame_addressees.h"
 #include "live_traffic.h"
 #include "settings_data.h"
-#include "tree_transfer.h"
 
 #include "reference_host/attributes/tree_account.h"
+#include "reference_host/attributes/tree_bytes.h"
 #include "reference_host/host/host.h"
 #include "reference_host/host/log.h"
 #include "reference_host/host/request_sends.h"
@@ -60,8 +60,8 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
         return;
     }
     std::string error;
-    auto const nodes = protocol::DecodeTree(frame.data, error);
-    if (!nodes) {
+    CAttributeMap tree;
+    if (!DecodeTree(frame.data, protocol::LinkTree, tree, error)) {
         m_droppedTrees.fetch_add(1);
         if (!std::exchange(m_damageTold, true)) {
             Log(LogLevel::Warning, tvcore::ToUtf8(GetName()) + ": attributes from the sonar are dropped, " + error +
@@ -72,8 +72,8 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     protocol::Target const from{static_cast<std::int32_t>(frame.header.deviceId),
                                 static_cast<std::int16_t>(frame.header.enumerator)};
     // A character takes more memory here than on the wire, and a key more than its name.
-    auto const size = frame.bytes.size() * sizeof(wchar_t) + CountKeys(*nodes) * BytesOfAnyKey;
-    PostPiece(size, [this, from, tree = ToAttributeMap(*nodes)] { Deliver(from, tree); });
+    auto const size = frame.bytes.size() * sizeof(wchar_t) + SizeOf(tree).keys * BytesOfAnyKey;
+    PostPiece(size, [this, from, tree = std::move(tree)] { Deliver(from, tree); });
 }
 
 void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)

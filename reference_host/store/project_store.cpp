@@ -2,8 +2,8 @@
 // windows stood.
 #include "project_store.h"
 
+#include "reference_host/attributes/tree_bytes.h"
 #include "sqlite_file.h"
-#include "tree_blob.h"
 
 #include "attributes/tree_merge.h"
 
@@ -121,7 +121,7 @@ public:
     {
         std::vector<unsigned char> blob;
         try {
-            blob = EncodeTreeBlob(tree);
+            blob = EncodeTree(tree, qx5::protocol::StoredTree);
         } catch (std::length_error const& error) {
             File().Refuse(std::string("cannot be saved: ") + error.what());
         }
@@ -163,7 +163,7 @@ public:
     {
         CAttributeMap tree;
         std::string error;
-        if (!DecodeTreeBlob(Blob(column), tree, error)) {
+        if (!DecodeTree(Blob(column), qx5::protocol::StoredTree, tree, error)) {
             File().RefuseDamaged("an attribute tree is unreadable, " + error);
         }
         return tree;

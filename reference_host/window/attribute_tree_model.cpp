@@ -2,9 +2,10 @@
 #include "attribute_tree_model.h"
 
 #include "reference_host/attributes/attribute_node.h"
-#include "reference_host/attributes/kind_names.h"
 #include "reference_host/base/salted_hash.h"
 #include "reference_host/controls/qt_text.h"
+
+#include <values/vordal_value.h>
 
 #include <QBrush>
 #include <QGuiApplication>
@@ -328,7 +329,8 @@ QVariant AttributeTreeModel::data(QModelIndex const& index, int role) const
             return QString::fromWCharArray(key.data(), static_cast<qsizetype>(key.size()));
         }
         case Kind:
-            return QString::fromLatin1(NameOf(value.Kind()));
+            return QString::fromLatin1(value.IsEmpty() ? std::string_view()
+                                                       : qx5::protocol::NameOf(qx5::KindOf(value.Kind())));
         case Value:
             return value.IsEmpty() ? QString() : ShortValue(value, rowText);
         default:

@@ -42,7 +42,20 @@ TEST(KeyValues, AnUnknownKindIsToldWithThoseThatThereAre)
     std::string error;
     EXPECT_FALSE(AddKeyValue(request, "Spool:metres=1", error));
     EXPECT_EQ(error, "'Spool:metres=1': there is no kind 'metres'; write one of int, uint, int64, bool, double, pair, "
-                     "string, ints, doubles, offset, none");
+                     "dataid, string, ints, doubles, offset, none");
+}
+
+TEST(KeyValues, AReferenceToADataItemIsFourNumbers)
+{
+    CAttributeMap request;
+    std::string error;
+    ASSERT_TRUE(AddKeyValue(request, "Source:dataid=1.78.3.2", error)) << error;
+    CDataInfo held;
+    ASSERT_TRUE(request.FindValue(AttributeKey(L"Source"), 0).Get(held));
+    EXPECT_EQ(held, CDataInfo(CDataId(1, 78, 3, 2), 65535, 65535));
+    EXPECT_FALSE(AddKeyValue(request, "Source:dataid=1.78.3", error));
+    EXPECT_EQ(error, "'Source:dataid=1.78.3': Source takes type, group, device and vessel, such as 1.78.1.1 (dataid)");
+    EXPECT_FALSE(AddKeyValue(request, "Source:dataid=1.78.3.65536", error));
 }
 
 } // namespace

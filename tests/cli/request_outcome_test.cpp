@@ -3,6 +3,7 @@
 #include <cli/request_outcome.h>
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
+#include <protocol/tree_codec.h>
 
 #include <VordalAttributesR/CVordalType.h>
 

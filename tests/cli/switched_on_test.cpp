@@ -2,6 +2,7 @@
 #include <cli/switched_on.h>
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
+#include <protocol/tree_codec.h>
 
 #include <gtest/gtest.h>
 

@@ -2,6 +2,7 @@
 #include <cli/transcript.h>
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
+#include <protocol/tree_codec.h>
 
 #include <VordalAttributesR/CVordalType.h>
 

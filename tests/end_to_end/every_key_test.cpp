@@ -3,8 +3,8 @@
 #include "stage.h"
 
 #include <commands/catalogue.h>
+#include <commands/sample_request.h>
 
-#include <VordalAttributesR/CVordalType.h>
 #include <protocol/bytes.h>
 #include <protocol/utf8.h>
 
@@ -73,57 +73,16 @@ std::vector<Arrived> SignsOf(Command const& command)
 }
 
 /// Values to try; some commands do something with one of them alone.
-std::vector<std::unique_ptr<CVordalType>> ValuesOf(protocol::Key const& key)
+std::vector<protocol::Value> ValuesOf(protocol::Key const& key)
 {
-    std::vector<std::unique_ptr<CVordalType>> values;
     switch (key.kind) {
     case Kind::Int:
-        values.push_back(std::make_unique<CVordalInt>(1));
-        values.push_back(std::make_unique<CVordalInt>(0));
-        break;
-    case Kind::UInt:
-        values.push_back(std::make_unique<CVordalUInt>(1U));
-        break;
-    case Kind::Int64:
-        values.push_back(std::make_unique<CVordalInt64>(1));
-        break;
+        return {1, 0};
     case Kind::Bool:
     case Kind::Any:
-        values.push_back(std::make_unique<CVordalBool>(true));
-        values.push_back(std::make_unique<CVordalBool>(false));
-        break;
-    case Kind::Double:
-        values.push_back(std::make_unique<CVordalDouble>(12.5));
-        break;
-    case Kind::Pair:
-        values.push_back(std::make_unique<CVordalDouble2D>(1.0, -1.0));
-        break;
-    case Kind::String:
-        values.push_back(std::make_unique<CVordalText>(CString(L"16"))); // a number as well as a name
-        break;
-    case Kind::IntList:
-        values.push_back(std::make_unique<CVordalIntList>(std::vector<int>{7000}));
-        break;
-    case Kind::DoubleList:
-        values.push_back(std::make_unique<CVordalDoubleList>(std::vector<double>{1.0}));
-        break;
-    case Kind::Offset:
-        values.push_back(std::make_unique<CVordalOffset>(CCompOffset(1.0, 2.0, 3.0)));
-        break;
-    case Kind::Branch:
-        values.push_back(std::make_unique<CVordalType>());
-        break;
-    }
-    return values;
-}
-
-/// Puts the operand where the command looks for it.
-void Add(CAttributeMap& request, Command const& command, Operand const& operand, CVordalType const& value)
-{
-    bool const isInBranch = operand.options.source == Source::Branch;
-    CAttributeMap& place = isInBranch ? request.FindCreate(command.operands.front().attribute, 0) : request;
-    if (!place.Has(operand.attribute, 0)) {
-        place.Add(operand.attribute, value, 0);
+        return {true, false};
+    default:
+        return {protocol::ExampleOf(key.kind)};
     }
 }
 
@@ -165,9 +124,9 @@ bool DoesSomething(Command const& command, Operand const& operand, std::vector<O
     auto const signs = SignsOf(command);
     for (auto const& value : ValuesOf(*operand.key)) {
         CAttributeMap request;
-        Add(request, command, operand, *value);
+        PutOperand(request, command, operand, value);
         for (Operand const* const other : others) {
-            Add(request, command, *other, *ValuesOf(*other->key).front());
+            PutOperand(request, command, *other, ValuesOf(*other->key).front());
         }
         if (HasOneOf(ArrivalsOf(request, signs), signs)) {
             return true;

@@ -11,6 +11,7 @@
 #include <protocol/bytes.h>
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
+#include <protocol/tree_codec.h>
 #include <reference_host/host/log.h>
 #include <simulator/sonar_server.h>
 

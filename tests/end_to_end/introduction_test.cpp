@@ -4,7 +4,7 @@
 #include <commands/catalogue.h>
 #include <commands/positioning.h>
 
-#include <reference_host/link/tree_transfer.h>
+#include <reference_host/attributes/tree_bytes.h>
 #include <simulator/sonar_state.h>
 
 #include <VordalAttributesR/AttributeConstants.h>
@@ -55,7 +55,11 @@ bool IsOfThePositioningUnit(Command const& command)
 
 TEST(Introduction, TellsEveryKeyThatACommandCompletesFromTheStoredTree)
 {
-    CAttributeMap const tree = vordal::ToAttributeMap(simulator::SonarState().Introduction());
+    std::string error;
+    auto const told = protocol::EncodeTree(simulator::SonarState().Introduction(), error);
+    ASSERT_TRUE(told) << error;
+    CAttributeMap tree;
+    ASSERT_TRUE(vordal::DecodeTree(*told, protocol::LinkTree, tree, error)) << error;
     int completed = 0;
     std::vector<std::string> missing;
     for (ChainEntry const& entry : Chain()) {

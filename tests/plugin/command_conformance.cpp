@@ -84,7 +84,7 @@ Value ValueInRecord(RecordLayout const& record, Key const& key, std::string cons
 
 bool IsSame(Value const& value, CVordalType const& vordal)
 {
-    return MakeVordal(value)->IsSame(vordal);
+    return Vordal(value)->IsSame(vordal);
 }
 
 std::string InCase(Case const& at, Study const& study)

@@ -44,6 +44,7 @@ std::vector<Value> MakeValues(Kind kind)
         return {std::vector<double>{0.5, 1.1}, std::vector<double>{}, std::vector<double>{-1.3}};
     case Kind::Offset:
         return {std::array<double, 3>{1.1, 2.2, 3.3}, std::array<double, 3>{}, std::array<double, 3>{-1.0, 0.1, 9.0}};
+    case Kind::DataId:
     case Kind::Branch:
     case Kind::Any:
         break;
@@ -53,30 +54,10 @@ std::vector<Value> MakeValues(Kind kind)
 
 } // namespace
 
-std::unique_ptr<CVordalType> MakeVordal(Value const& value)
+std::unique_ptr<CVordalType> Vordal(Value const& value)
 {
-    struct Maker
-    {
-        using Made = std::unique_ptr<CVordalType>;
-        Made operator()(std::monostate) const { return std::make_unique<CVordalType>(); }
-        Made operator()(std::int32_t number) const { return std::make_unique<CVordalInt>(number); }
-        Made operator()(std::uint32_t number) const { return std::make_unique<CVordalUInt>(number); }
-        Made operator()(std::int64_t number) const { return std::make_unique<CVordalInt64>(number); }
-        Made operator()(bool flag) const { return std::make_unique<CVordalBool>(flag); }
-        Made operator()(double number) const { return std::make_unique<CVordalDouble>(number); }
-        Made operator()(std::pair<double, double> const& pair) const
-        {
-            return std::make_unique<CVordalDouble2D>(pair.first, pair.second);
-        }
-        Made operator()(std::wstring const& text) const { return std::make_unique<CVordalText>(CString(text)); }
-        Made operator()(std::vector<std::int32_t> const& list) const { return std::make_unique<CVordalIntList>(list); }
-        Made operator()(std::vector<double> const& list) const { return std::make_unique<CVordalDoubleList>(list); }
-        Made operator()(std::array<double, 3> const& axes) const
-        {
-            return std::make_unique<CVordalOffset>(CCompOffset(axes[0], axes[1], axes[2]));
-        }
-    };
-    return std::visit(Maker{}, value);
+    auto made = MakeVordal(value);
+    return made ? std::move(made) : std::make_unique<CVordalType>();
 }
 
 Pool const& PoolOf(Kind kind)
@@ -86,7 +67,7 @@ Pool const& PoolOf(Kind kind)
     if (pool.values.empty()) {
         pool.values = MakeValues(kind);
         for (Value const& value : pool.values) {
-            pool.vordal.push_back(MakeVordal(value));
+            pool.vordal.push_back(Vordal(value));
         }
         pool.wrong = kind == Kind::String ? MakeVordal(std::int32_t{3}) : MakeVordal(std::wstring(L"other"));
     }
@@ -140,6 +121,7 @@ Value FallbackOf(Operand const& operand)
         return std::vector<double>();
     case Kind::Offset:
         return std::array<double, 3>{};
+    case Kind::DataId:
     case Kind::Branch:
     case Kind::Any:
         break;

@@ -4,7 +4,7 @@
 #include <commands/command.h>
 
 #include <VordalAttributesR/CVordalType.h>
-#include <protocol/value.h>
+#include <values/vordal_value.h>
 
 #include <cstddef>
 #include <memory>
@@ -25,8 +25,8 @@ Pool const& PoolOf(protocol::Kind kind);
 /// At least two.
 std::size_t CountOfValues(protocol::Key const& key);
 
-/// As it stands in a tree.
-std::unique_ptr<CVordalType> MakeVordal(protocol::Value const& value);
+/// As it stands in a tree; the empty value for none.
+std::unique_ptr<CVordalType> Vordal(protocol::Value const& value);
 /// A number, or a truth as 1 or 0.
 std::optional<double> AsNumber(protocol::Value const& value);
 bool HasNumber(protocol::Kind kind);

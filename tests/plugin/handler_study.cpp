@@ -238,7 +238,7 @@ CAttributeMap Study::Build(std::size_t base, Cells const& cells, Side side) cons
         for (Key const* key : sonarKeys) {
             if (Value const value = SonarValue(base, *key);
                 !protocol::IsEmpty(value) && IndexOf(*key) == m_keys.size()) {
-                tree.Add(key->text, *MakeVordal(value), 0);
+                tree.Add(key->text, *Vordal(value), 0);
             }
         }
     }

@@ -319,7 +319,7 @@ Finding CheckEchoValue(Command const& table, Operand const& operand, Study const
     }
     auto const read = ReadValue(table, operand, study, at);
     if (read && !IsSame(*read, value) && !IsExempt(workedOut, study.Row(), operand.key)) {
-        return "is echoed as " + value.ToText() + " in place of " + MakeVordal(*read)->ToText();
+        return "is echoed as " + value.ToText() + " in place of " + Vordal(*read)->ToText();
     }
     return std::nullopt;
 }

@@ -208,7 +208,7 @@ Finding Broken(Promise const& promise, Command const& table, Observation const& 
             CAttributeMap const& child = tree.GetChild(position++);
             if (child.KeyText() != key->text || !IsSame(value, child.Value())) {
                 return "an echo with " + Text(child.KeyText()) + '=' + child.Value().ToText() + " in place of " +
-                       Text(*key) + '=' + MakeVordal(value)->ToText();
+                       Text(*key) + '=' + Vordal(value)->ToText();
             }
         }
     }

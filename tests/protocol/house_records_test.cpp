@@ -6,6 +6,7 @@
 
 #include <protocol/bytes.h>
 #include <protocol/house_records.h>
+#include <protocol/tree_codec.h>
 
 #include "hex.h"
 
@@ -133,7 +134,7 @@ TEST(Tree, EveryCutIsAnError)
 
 TEST(Tree, TellsWhatIsWrong)
 {
-    EXPECT_EQ(DecodeError(test::Bytes("02000000 00000000")), "an unknown format at byte 4");
+    EXPECT_EQ(DecodeError(test::Bytes("02000000 00000000")), "an unknown version at byte 4");
     EXPECT_EQ(DecodeError(test::Bytes("01000000 00000000 00")), "bytes after the tree at byte 8");
     EXPECT_EQ(DecodeError(test::Bytes("01000000 ffffffff")), "a count that the bytes cannot hold at byte 8");
     EXPECT_EQ(DecodeError(test::Bytes("01000000 01000000 00000000 0b 00000000")),
@@ -160,10 +161,10 @@ std::vector<TreeNode> Chain(std::size_t depth)
 TEST(Tree, DepthIsLimitedOnBothSides)
 {
     std::string error;
-    auto const deepest = EncodeTree(Chain(MaximumTreeDepth), error);
+    auto const deepest = EncodeTree(Chain(LinkTree.deepest), error);
     ASSERT_TRUE(deepest) << error;
-    EXPECT_EQ(DecodeTree(*deepest, error), Chain(MaximumTreeDepth));
-    EXPECT_FALSE(EncodeTree(Chain(MaximumTreeDepth + 1), error));
+    EXPECT_EQ(DecodeTree(*deepest, error), Chain(LinkTree.deepest));
+    EXPECT_FALSE(EncodeTree(Chain(LinkTree.deepest + 1), error));
     EXPECT_EQ(error, "the tree is deeper than 200 levels");
 
     // The bytes of a chain far deeper: one node with an empty key, no value and one child, over and over.
@@ -180,11 +181,11 @@ TEST(Tree, DepthIsLimitedOnBothSides)
 TEST(Tree, TheNumberOfNodesIsLimitedOnBothSides)
 {
     std::string error;
-    EXPECT_FALSE(EncodeTree(std::vector<TreeNode>(MaximumTreeNodes + 1), error));
+    EXPECT_FALSE(EncodeTree(std::vector<TreeNode>(LinkTree.mostNodes + 1), error));
     EXPECT_EQ(error, "the tree has more than 100000 nodes");
-    std::vector<unsigned char> hostile(8 + (MaximumTreeNodes + 1) * 9);
+    std::vector<unsigned char> hostile(8 + (LinkTree.mostNodes + 1) * 9);
     PutU32LE(hostile, 0, 1);
-    PutU32LE(hostile, 4, static_cast<std::uint32_t>(MaximumTreeNodes + 1));
+    PutU32LE(hostile, 4, static_cast<std::uint32_t>(LinkTree.mostNodes + 1));
     EXPECT_EQ(DecodeError(hostile), "the tree has too many nodes at byte 8");
 }
 

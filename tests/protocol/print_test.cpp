@@ -7,6 +7,7 @@
 #include <protocol/pack.h>
 #include <protocol/print.h>
 #include <protocol/records/basic.h>
+#include <protocol/tree_codec.h>
 
 #include "hex.h"
 

@@ -3,12 +3,12 @@
 #include "link_test_peer.h"
 
 #include <reference_host/attributes/tree_account.h>
+#include <reference_host/attributes/tree_bytes.h>
 #include <reference_host/host/clock.h>
 #include <reference_host/host/host.h>
 #include <reference_host/host/log.h>
 #include <reference_host/link/fault_injection.h>
 #include <reference_host/link/live_traffic.h>
-#include <reference_host/link/tree_transfer.h>
 #include <reference_host/link/x5_port.h>
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
@@ -482,15 +482,26 @@ TEST_F(X5PortTest, AllFramesAreForASoleDevice)
     EXPECT_EQ(NumberOf(*second), -1);
 }
 
-TEST(TreeTransfer, AWholeNumberOf64BitsStaysOne)
+TEST(LinkTrees, AWholeNumberOf64BitsStaysOne)
 {
-    std::vector<qx5::protocol::TreeNode> const nodes{{L"size", std::int64_t{5000000000}, {}}};
-    auto const tree = ToAttributeMap(nodes);
+    // One node "s" with 5000000000, which is 0x12a05f200.
+    Bytes const bytes{1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 's', 10, 0, 0xF2, 5, 0x2A, 1, 0, 0, 0, 0, 0, 0, 0};
+    CAttributeMap tree;
+    std::string error;
+    ASSERT_TRUE(DecodeTree(bytes, qx5::protocol::LinkTree, tree, error)) << error;
     std::int64_t size = 0;
-    EXPECT_TRUE(tree.FindValue(AttributeKey(L"size"), 0).Get(size));
+    EXPECT_TRUE(tree.FindValue(AttributeKey(L"s"), 0).Get(size));
     EXPECT_EQ(size, 5000000000);
     double real = 0.0;
-    EXPECT_FALSE(tree.FindValue(AttributeKey(L"size"), 0).Get(real));
+    EXPECT_FALSE(tree.FindValue(AttributeKey(L"s"), 0).Get(real));
+    EXPECT_EQ(EncodeTree(tree, qx5::protocol::LinkTree), bytes);
+}
+
+TEST(LinkTrees, AReferenceHasNoFormThere)
+{
+    CAttributeMap tree;
+    tree.Add(L"r", CVordalDataInfo(CDataId(1, 78, 1, 1), 65535, 65535), 0);
+    EXPECT_THROW(EncodeTree(tree, qx5::protocol::LinkTree), std::length_error);
 }
 
 TEST_F(X5PortTest, DamagedTreesAreDroppedWithOneLine)

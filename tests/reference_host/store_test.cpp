@@ -1,9 +1,9 @@
 // Tests of the project store: what goes in comes out, and nothing that is there is ever lost or overwritten.
 #include "tests/temporary_folder.h"
 
+#include <reference_host/attributes/tree_bytes.h>
 #include <reference_host/attributes/tree_merge.h>
 #include <reference_host/store/project_store.h>
-#include <reference_host/store/tree_blob.h>
 
 #include <gtest/gtest.h>
 
@@ -23,6 +23,7 @@ namespace vordal::test {
 namespace {
 
 namespace fs = std::filesystem;
+using qx5::protocol::StoredTree;
 using Bytes = std::vector<unsigned char>;
 
 class StoreTest : public testing::Test
@@ -83,7 +84,7 @@ CAttributeMap TreeOfEveryKind()
     return tree;
 }
 
-TEST(TreeBlob, BytesOfASmallTree)
+TEST(StoredTrees, BytesOfASmallTree)
 {
     CAttributeMap tree;
     tree.Add(L"R\x00FC", CVordalInt(258), 300)->Add(L"b", CVordalBool(true), 0);
@@ -100,56 +101,57 @@ TEST(TreeBlob, BytesOfASmallTree)
         4,    1,                   // a truth value, true
         0,                         // no children
     };
-    EXPECT_EQ(EncodeTreeBlob(tree), expected);
+    EXPECT_EQ(EncodeTree(tree, StoredTree), expected);
     CAttributeMap decoded;
     std::string error;
-    ASSERT_TRUE(DecodeTreeBlob(expected, decoded, error)) << error;
+    ASSERT_TRUE(DecodeTree(expected, StoredTree, decoded, error)) << error;
     EXPECT_TRUE(TreesEqual(tree, decoded));
 }
 
-TEST(TreeBlob, EveryKindComesBack)
+TEST(StoredTrees, EveryKindComesBack)
 {
     auto const tree = TreeOfEveryKind();
     CAttributeMap decoded;
     std::string error;
-    ASSERT_TRUE(DecodeTreeBlob(EncodeTreeBlob(tree), decoded, error)) << error;
+    ASSERT_TRUE(DecodeTree(EncodeTree(tree, StoredTree), StoredTree, decoded, error)) << error;
     EXPECT_TRUE(TreesEqual(tree, decoded)) << TreeText(decoded);
     EXPECT_EQ(decoded.GetGroup(), L"settings");
 }
 
-TEST(TreeBlob, DamageIsRefusedAndTheTreeUntouched)
+TEST(StoredTrees, DamageIsRefusedAndTheTreeUntouched)
 {
-    auto const blob = EncodeTreeBlob(TreeOfEveryKind());
+    auto const blob = EncodeTree(TreeOfEveryKind(), StoredTree);
     CAttributeMap tree;
     tree.Add(L"kept", CVordalInt(1), 0);
     std::string error;
     for (std::size_t size = 0; size < blob.size(); ++size) {
-        EXPECT_FALSE(DecodeTreeBlob(std::span(blob).first(size), tree, error)) << size;
+        EXPECT_FALSE(DecodeTree(std::span(blob).first(size), StoredTree, tree, error)) << size;
         EXPECT_FALSE(error.empty());
     }
     auto longer = blob;
     longer.push_back(0);
-    EXPECT_FALSE(DecodeTreeBlob(longer, tree, error));
+    EXPECT_FALSE(DecodeTree(longer, StoredTree, tree, error));
     auto newer = blob;
     newer[0] = 2;
-    EXPECT_FALSE(DecodeTreeBlob(newer, tree, error));
-    EXPECT_EQ(error, "it has version 2");
+    EXPECT_FALSE(DecodeTree(newer, StoredTree, tree, error));
+    EXPECT_EQ(error, "an unknown version at byte 1");
     // Counts of more than there can be, and a number that does not end.
-    EXPECT_FALSE(DecodeTreeBlob(Bytes{1, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}, tree, error));
-    EXPECT_FALSE(
-        DecodeTreeBlob(Bytes{1, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01}, tree, error));
+    EXPECT_FALSE(DecodeTree(Bytes{1, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}, StoredTree, tree, error));
+    EXPECT_FALSE(DecodeTree(Bytes{1, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01}, StoredTree,
+                            tree, error));
     EXPECT_TRUE(tree.Has(L"kept"));
     // Any single byte changed gives a tree or a refusal, and nothing worse.
     for (std::size_t at = 0; at < blob.size(); ++at) {
         auto changed = blob;
         changed[at] = static_cast<unsigned char>(changed[at] ^ 0xFFU);
         CAttributeMap scratch;
-        DecodeTreeBlob(changed, scratch, error);
+        DecodeTree(changed, StoredTree, scratch, error);
     }
 }
 
-TEST(TreeBlob, DepthHasALimit)
+TEST(StoredTrees, DepthHasALimit)
 {
+    constexpr auto deepest = static_cast<int>(StoredTree.deepest);
     auto const deep = [](int levels) {
         CAttributeMap tree;
         auto* node = &tree;
@@ -160,15 +162,15 @@ TEST(TreeBlob, DepthHasALimit)
     };
     CAttributeMap decoded;
     std::string error;
-    EXPECT_TRUE(DecodeTreeBlob(EncodeTreeBlob(deep(MaximumStoredDepth)), decoded, error)) << error;
-    EXPECT_THROW(EncodeTreeBlob(deep(MaximumStoredDepth + 1)), std::length_error);
+    EXPECT_TRUE(DecodeTree(EncodeTree(deep(deepest), StoredTree), StoredTree, decoded, error)) << error;
+    EXPECT_THROW(EncodeTree(deep(deepest + 1), StoredTree), std::length_error);
     Bytes bomb{1, 0};
     for (int i = 0; i < 100'000; ++i) {
         bomb.insert(bomb.end(), {1, 0, 0, 0}); // one child: empty key, no flags, no value
     }
     bomb.push_back(0);
-    EXPECT_FALSE(DecodeTreeBlob(bomb, decoded, error));
-    EXPECT_EQ(error, "it is too deep");
+    EXPECT_FALSE(DecodeTree(bomb, StoredTree, decoded, error));
+    EXPECT_EQ(error.rfind("the tree is too deep at byte ", 0), 0U) << error;
 }
 
 TEST_F(StoreTest, AProjectComesBack)
@@ -428,7 +430,7 @@ TEST_F(StoreTest, AProjectThatCannotBeSavedLeavesTheOldOne)
     project.devices.push_back({CDataId(1, 78, 1, 1), L"A", L"kept", L"", true, {}});
     store.Save(project);
     auto* node = &project.devices[0].attributes;
-    for (int i = 0; i <= MaximumStoredDepth; ++i) {
+    for (std::size_t i = 0; i <= StoredTree.deepest; ++i) {
         node = node->Add(L"k");
     }
     EXPECT_THROW(store.Save(project), StoreError);

@@ -20,6 +20,7 @@
 
 #include <protocol/frame_reader.h>
 #include <protocol/house_records.h>
+#include <protocol/tree_codec.h>
 
 namespace qx5::simulator::test {
 

@@ -4,7 +4,7 @@
 #include <VordalAttributesR/CAttributeMap.h>
 
 #include <commands/command.h>
-#include <protocol/value.h>
+#include <values/vordal_value.h>
 
 #include <cstdint>
 #include <utility>
@@ -38,7 +38,12 @@ public:
         m_tree.Append(new CAttributeMap(key, VordalTypeCreator::MakeValue(utf8), 0));
     }
     /// A value in the kind that it is held in; no value tells nothing.
-    void TellValue(AttributeKey const& key, protocol::Value const& value);
+    void TellValue(AttributeKey const& key, protocol::Value const& value)
+    {
+        if (!protocol::IsEmpty(value)) {
+            AddValue(m_tree, key, value);
+        }
+    }
     /// Without this a pointer would be told as a bool.
     void Tell(AttributeKey const& key, void const* value) = delete;
 

@@ -4,7 +4,7 @@
 #include <VordalAttributesR/CAttributeMap.h>
 
 #include <commands/command.h>
-#include <protocol/value.h>
+#include <values/vordal_value.h>
 
 namespace qx5 {
 
@@ -49,7 +49,12 @@ AttributeKey const& AskedBy(CAttributeMap const& request, AttributeKey const& mi
 }
 
 /// Reads a value of that kind; leaves `value` alone on failure. Of the kinds Any and Branch there is nothing to read.
-bool ReadKind(CAttributeMap const& tree, protocol::Kind kind, AttributeKey const& attribute, protocol::Value& value);
+inline bool ReadKind(CAttributeMap const& tree, protocol::Kind kind, AttributeKey const& attribute,
+                     protocol::Value& value)
+{
+    auto const* const child = tree.GetAttrMap(attribute, 0);
+    return child != nullptr && ReadVordal(child->Value(), kind, value);
+}
 
 /// The same of the kind that the key carries.
 inline bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute,

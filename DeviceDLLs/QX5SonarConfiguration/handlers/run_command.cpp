@@ -15,48 +15,6 @@ namespace qx5 {
 
 namespace {
 
-template <typename T>
-bool ReadAs(CAttributeMap const& tree, AttributeKey const& key, protocol::Value& value)
-{
-    T read{};
-    if (!Read(tree, key, read)) {
-        return false;
-    }
-    value = std::move(read);
-    return true;
-}
-
-/// The value of an operand that is found nowhere.
-protocol::Value Fallback(Operand const& operand)
-{
-    switch (operand.key->kind) {
-    case protocol::Kind::Int:
-        return static_cast<std::int32_t>(operand.options.fallback);
-    case protocol::Kind::UInt:
-        return static_cast<std::uint32_t>(operand.options.fallback);
-    case protocol::Kind::Int64:
-        return static_cast<std::int64_t>(operand.options.fallback);
-    case protocol::Kind::Bool:
-        return operand.options.fallback != 0.0;
-    case protocol::Kind::Double:
-        return operand.options.fallback;
-    case protocol::Kind::Pair:
-        return std::pair<double, double>(operand.options.fallback, operand.options.fallback);
-    case protocol::Kind::String:
-        return std::wstring();
-    case protocol::Kind::IntList:
-        return std::vector<std::int32_t>();
-    case protocol::Kind::DoubleList:
-        return std::vector<double>();
-    case protocol::Kind::Offset:
-        return std::array<double, 3>{};
-    case protocol::Kind::Branch:
-    case protocol::Kind::Any:
-        break;
-    }
-    return {};
-}
-
 /// What the record carries for the key, in the key's own kind.
 protocol::Value SentValue(protocol::RecordLayout const& record, protocol::Key const& key,
                           std::span<unsigned char const> payload)
@@ -156,56 +114,6 @@ bool IsTriggered(CAttributeMap const& request, Command const& command)
     return false;
 }
 
-bool ReadKind(CAttributeMap const& tree, protocol::Kind kind, AttributeKey const& attribute, protocol::Value& value)
-{
-    switch (kind) {
-    case protocol::Kind::Int:
-        return ReadAs<int>(tree, attribute, value);
-    case protocol::Kind::UInt:
-        return ReadAs<unsigned>(tree, attribute, value);
-    case protocol::Kind::Int64:
-        return ReadAs<std::int64_t>(tree, attribute, value);
-    case protocol::Kind::Bool:
-        return ReadAs<bool>(tree, attribute, value);
-    case protocol::Kind::Double:
-        return ReadAs<double>(tree, attribute, value);
-    case protocol::Kind::Pair: {
-        std::pair<double, double> read;
-        if (!Read(tree, attribute, read.first, read.second)) {
-            return false;
-        }
-        value = read;
-        return true;
-    }
-    case protocol::Kind::String: {
-        CString read;
-        if (!Read(tree, attribute, read)) {
-            return false;
-        }
-        value = std::wstring(read.View());
-        return true;
-    }
-    case protocol::Kind::IntList:
-        return ReadAs<std::vector<int>>(tree, attribute, value);
-    case protocol::Kind::DoubleList:
-        return ReadAs<std::vector<double>>(tree, attribute, value);
-    case protocol::Kind::Offset: {
-        CCompOffset read;
-        if (!Read(tree, attribute, read)) {
-            return false;
-        }
-        std::array<double, 3> axes{};
-        read.GetOffset(axes[0], axes[1], axes[2]);
-        value = axes;
-        return true;
-    }
-    case protocol::Kind::Branch:
-    case protocol::Kind::Any:
-        break;
-    }
-    return false;
-}
-
 std::size_t OperandOf(Command const& command, protocol::Key const& key)
 {
     std::size_t at = 0;
@@ -262,30 +170,6 @@ void TellOperands(Command const& command, CommandValues const& values, protocol:
     }
 }
 
-void EchoMap::TellValue(AttributeKey const& key, protocol::Value const& value)
-{
-    struct Teller
-    {
-        EchoMap& echo;
-        AttributeKey const& key;
-        void operator()(std::monostate) const {}
-        void operator()(std::int32_t number) const { echo.Tell(key, static_cast<int>(number)); }
-        void operator()(std::uint32_t number) const { echo.Tell(key, static_cast<unsigned>(number)); }
-        void operator()(std::int64_t number) const { echo.Tell(key, number); }
-        void operator()(bool flag) const { echo.Tell(key, flag); }
-        void operator()(double number) const { echo.Tell(key, number); }
-        void operator()(std::pair<double, double> const& pair) const { echo.Tell(key, pair.first, pair.second); }
-        void operator()(std::wstring const& text) const { echo.Tell(key, CString(text)); }
-        void operator()(std::vector<std::int32_t> const& list) const { echo.Tell(key, list); }
-        void operator()(std::vector<double> const& list) const { echo.Tell(key, list); }
-        void operator()(std::array<double, 3> const& axes) const
-        {
-            echo.Tell(key, CCompOffset(axes[0], axes[1], axes[2]));
-        }
-    };
-    std::visit(Teller{*this, key}, value);
-}
-
 } // namespace qx5
 
 bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap const& stored, qx5::Command const& command,
@@ -301,7 +185,7 @@ bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap con
     for (std::size_t i = 0; i < command.operands.size(); ++i) {
         qx5::Operand const& operand = command.operands[i];
         if (operand.options.source == Source::Told) {
-            values[i] = qx5::Fallback(operand);
+            values[i] = qx5::protocol::ValueOfKind(operand.key->kind, operand.options.fallback);
             continue;
         }
         bool const fromRequest = operand.options.source != Source::Stored;
@@ -319,7 +203,7 @@ bool ControlDevice::ReadOperands(CAttributeMap const& request, CAttributeMap con
             }
             return false;
         }
-        values[i] = qx5::Fallback(operand);
+        values[i] = qx5::protocol::ValueOfKind(operand.key->kind, operand.options.fallback);
     }
     return true;
 }

@@ -1,0 +1,23 @@
+// Attribute trees as bytes, from the link and in a project.
+#pragma once
+
+#include <VordalAttributesR/CAttributeMap.h>
+
+#include <protocol/tree_codec.h>
+
+#include <span>
+#include <string>
+#include <vector>
+
+namespace vordal {
+
+/// The children of `tree` with keys, values and order, where the form tells them flags and the root's group, too.
+/// Throws std::length_error when the tree is beyond the form's limits.
+VORDAL_API std::vector<unsigned char> EncodeTree(CAttributeMap const& tree, qx5::protocol::TreeForm const& form);
+
+/// Takes any bytes. False, and why and where in `error`, when they are not exactly one tree within the form's limits;
+/// `tree` stays as it was then.
+VORDAL_API bool DecodeTree(std::span<unsigned char const> bytes, qx5::protocol::TreeForm const& form,
+                           CAttributeMap& tree, std::string& error);
+
+} // namespace vordal
