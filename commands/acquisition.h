@@ -46,28 +46,28 @@ inline constexpr Sending aScanBeamsSends[]{{records::AScanBeams},
 
 } // namespace acquisition
 
-inline constexpr Command RequestStacking{
+QX5_COMMAND(RequestStacking) = {
     .form = Form::Strict,
     .operands = acquisition::stackingKeys,
     .sends = acquisition::stackingSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestPowerSaveMode{
+QX5_COMMAND(RequestPowerSaveMode) = {
     .form = Form::Strict,
     .operands = acquisition::powerSaveKeys,
     .sends = acquisition::powerSaveSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestDutyCycleLimitation{
+QX5_COMMAND(RequestDutyCycleLimitation) = {
     .form = Form::Direct,
     .operands = acquisition::dutyCycleKeys,
     .sends = acquisition::dutyCycleSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command Request7042Options{
+QX5_COMMAND(Request7042Options) = {
     .form = Form::Lax,
     .operands = acquisition::options7042Keys,
     .sends = acquisition::options7042Sends,
@@ -75,7 +75,7 @@ inline constexpr Command Request7042Options{
     .note = "With a downsample type other than 0 a divisor below 2 becomes 2, in the record and in the echo.",
 };
 
-inline constexpr Command RequestImageDataSetup{
+QX5_COMMAND(RequestImageDataSetup) = {
     .form = Form::Own,
     .operands = acquisition::imageDataKeys,
     .sends = acquisition::imageDataSends,
@@ -84,28 +84,28 @@ inline constexpr Command RequestImageDataSetup{
             "The echo leaves out what is 0 and may be empty.",
 };
 
-inline constexpr Command RequestSoundVelocityProbe{
+QX5_COMMAND(RequestSoundVelocityProbe) = {
     .form = Form::Direct,
     .operands = acquisition::soundVelocityProbeKeys,
     .sends = acquisition::soundVelocityProbeSends,
     .echoFlags = 4,
 };
 
-inline constexpr Command RequestASDRecording{
+QX5_COMMAND(RequestASDRecording) = {
     .form = Form::Direct,
     .operands = acquisition::asdRecordingKeys,
     .sends = acquisition::asdRecordingSends,
     .echoFlags = 4,
 };
 
-inline constexpr Command RequestStaveRecording{
+QX5_COMMAND(RequestStaveRecording) = {
     .form = Form::Strict,
     .operands = acquisition::staveRecordingKeys,
     .sends = acquisition::staveRecordingSends,
     .echoFlags = 4,
 };
 
-inline constexpr Command RequestAScanBeams{
+QX5_COMMAND(RequestAScanBeams) = {
     .form = Form::AllRequired,
     .operands = acquisition::aScanBeamsKeys,
     .sends = acquisition::aScanBeamsSends,

@@ -74,7 +74,7 @@ inline constexpr FollowUp settingsAsks[]{{7503}};
 
 } // namespace basic
 
-inline constexpr Command RequestNewProjector{
+QX5_COMMAND(RequestNewProjector) = {
     .form = Form::Direct,
     .operands = basic::newProjectorKeys,
     .sends = basic::newProjectorSends,
@@ -82,14 +82,14 @@ inline constexpr Command RequestNewProjector{
     .followUps = basic::newProjectorAsks,
 };
 
-inline constexpr Command RequestCalibrationControl{
+QX5_COMMAND(RequestCalibrationControl) = {
     .form = Form::Direct,
     .operands = basic::calibrationKeys,
     .sends = basic::calibrationSends,
     .followUps = basic::calibrationAsks,
 };
 
-inline constexpr Command RequestPingOnOff{
+QX5_COMMAND(RequestPingOnOff) = {
     .form = Form::Direct,
     .operands = basic::pingOnOffKeys,
     .sends = basic::pingOnOffSends,
@@ -97,7 +97,7 @@ inline constexpr Command RequestPingOnOff{
     .note = "The echo also tells that no ping sequence runs (-1).",
 };
 
-inline constexpr Command RequestPingOnlyDuringScanning{
+QX5_COMMAND(RequestPingOnlyDuringScanning) = {
     .form = Form::Own,
     .operands = basic::pingOnlyDuringScanKeys,
     .sends = basic::pingOnlyDuringScanSends,
@@ -105,7 +105,7 @@ inline constexpr Command RequestPingOnlyDuringScanning{
     .note = "Direct. False turns the pings on, as a request for that would, and is echoed after it.",
 };
 
-inline constexpr Command RequestManualSoundVelocity{
+QX5_COMMAND(RequestManualSoundVelocity) = {
     .form = Form::Own,
     .operands = basic::soundVelocityKeys,
     .sends = basic::soundVelocitySends,
@@ -115,7 +115,7 @@ inline constexpr Command RequestManualSoundVelocity{
             "Velocity and filter count only when the request holds them: two flags of the record tell.",
 };
 
-inline constexpr Command RequestManualTemperature{
+QX5_COMMAND(RequestManualTemperature) = {
     .form = Form::Own,
     .operands = basic::temperatureKeys,
     .sends = basic::temperatureSends,
@@ -125,21 +125,21 @@ inline constexpr Command RequestManualTemperature{
             "counts only when the request holds it: a flag of the record tells.",
 };
 
-inline constexpr Command RequestCoverageSector{
+QX5_COMMAND(RequestCoverageSector) = {
     .form = Form::Strict,
     .operands = basic::coverageSectorKeys,
     .sends = basic::coverageSectorSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestMotionCompensation{
+QX5_COMMAND(RequestMotionCompensation) = {
     .form = Form::Strict,
     .operands = basic::motionCompensationKeys,
     .sends = basic::motionCompensationSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestLoadFactoryParams{
+QX5_COMMAND(RequestLoadFactoryParams) = {
     .form = Form::Own,
     .operands = basic::loadFactoryKeys,
     .sends = basic::loadFactorySends,
@@ -149,19 +149,19 @@ inline constexpr Command RequestLoadFactoryParams{
             "echoed as 0.",
 };
 
-inline constexpr Command RequestShutdown{
+QX5_COMMAND(RequestShutdown) = {
     .form = Form::Presence,
     .operands = basic::shutdownKeys,
     .sends = basic::shutdownSends,
 };
 
-inline constexpr Command RequestReboot{
+QX5_COMMAND(RequestReboot) = {
     .form = Form::Presence,
     .operands = basic::rebootKeys,
     .sends = basic::rebootSends,
 };
 
-inline constexpr Command RequestSSR7503CMD{
+QX5_COMMAND(RequestSSR7503CMD) = {
     .form = Form::Presence,
     .operands = basic::settingsKeys,
     .followUps = basic::settingsAsks,

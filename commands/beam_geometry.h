@@ -60,7 +60,7 @@ inline constexpr Sending systemModeSends[]{{records::SystemMode}};
 
 } // namespace beam_geometry
 
-inline constexpr Command RequestBeamMode{
+QX5_COMMAND(RequestBeamMode) = {
     .form = Form::Own,
     .operands = beam_geometry::beamModeKeys,
     .sends = beam_geometry::beamModeSends,
@@ -69,14 +69,14 @@ inline constexpr Command RequestBeamMode{
             "request, so that the spacing goes out anew for the new beam mode.",
 };
 
-inline constexpr Command RequestFlexModeParams{
+QX5_COMMAND(RequestFlexModeParams) = {
     .form = Form::Strict,
     .operands = beam_geometry::flexModeKeys,
     .sends = beam_geometry::flexModeSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestConstantSpacing{
+QX5_COMMAND(RequestConstantSpacing) = {
     .form = Form::Own,
     .operands = beam_geometry::constantSpacingKeys,
     .sends = beam_geometry::constantSpacingSends,
@@ -85,7 +85,7 @@ inline constexpr Command RequestConstantSpacing{
             "hundredth of the stored range; otherwise 0 is sent. The spacing is echoed, as sent, only when above 0.",
 };
 
-inline constexpr Command RequestCustomBeams{
+QX5_COMMAND(RequestCustomBeams) = {
     .form = Form::Own,
     .operands = beam_geometry::customBeamsKeys,
     .sends = beam_geometry::customBeamsSends,
@@ -95,14 +95,14 @@ inline constexpr Command RequestCustomBeams{
             "The record holds the number rounded. The number is echoed, unrounded, only when on, the switch always.",
 };
 
-inline constexpr Command RequestProjectorBeamWidths{
+QX5_COMMAND(RequestProjectorBeamWidths) = {
     .form = Form::Strict,
     .operands = beam_geometry::beamWidthsKeys,
     .sends = beam_geometry::beamWidthsSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestResetCoverage{
+QX5_COMMAND(RequestResetCoverage) = {
     .form = Form::Own,
     .operands = beam_geometry::resetCoverageKeys,
     .note = "Direct, whatever the value. Sends nothing of its own: it writes opening angle and steering of the swath "
@@ -110,7 +110,7 @@ inline constexpr Command RequestResetCoverage{
             "standard one, within the limits of the system and, with two heads, of the overlap.",
 };
 
-inline constexpr Command RequestSystemMode{
+QX5_COMMAND(RequestSystemMode) = {
     .form = Form::Direct,
     .operands = beam_geometry::systemModeKeys,
     .sends = beam_geometry::systemModeSends,

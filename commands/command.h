@@ -4,6 +4,7 @@
 #pragma once
 
 #include "attribute_at.h"
+#include "chain.h"
 
 #include <VordalAttributesR/AttributeKey.h>
 #include <protocol/frame.h>
@@ -182,6 +183,21 @@ struct Command
     KeyFilter keyFilter = FilterOf(operands); ///< a tree that does not pass has none of the keys
     std::string_view note = {};               ///< what the tables do not tell, in one or two sentences
 };
+
+/// Whether the chain has a row for a handler of that name.
+constexpr bool HasRow(std::string_view handler)
+{
+#define QX5_IS_IT(name, ...) || handler == #name
+#define QX5_IS_NOT(...)
+    return false QX5_REQUEST_CHAIN(QX5_IS_IT, QX5_IS_IT, QX5_IS_IT, QX5_IS_NOT);
+#undef QX5_IS_IT
+#undef QX5_IS_NOT
+}
+
+/// Begins the table of the command that the chain's row of that name carries out.
+#define QX5_COMMAND(name)                                                                                              \
+    static_assert(HasRow(#name), "this command has no row in commands/chain.h: no request would ever reach it");       \
+    inline constexpr Command name
 
 /// False when a tree of this CAttributeMap::KeyFilter certainly has nothing that lets the command start. With a command
 /// known to the compiler this is one comparison or two.

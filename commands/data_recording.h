@@ -30,7 +30,7 @@ inline constexpr Sending syncSends[]{
 
 } // namespace data_recording
 
-inline constexpr Command RequestOnOffDataRecording{
+QX5_COMMAND(RequestOnOffDataRecording) = {
     .form = Form::Own,
     .operands = data_recording::onOffKeys,
     .sends = data_recording::onOffSends,
@@ -38,7 +38,7 @@ inline constexpr Command RequestOnOffDataRecording{
     .note = "Direct. The recording gets no name: the sonar chooses one.",
 };
 
-inline constexpr Command RequestSyncDataRecording{
+QX5_COMMAND(RequestSyncDataRecording) = {
     .form = Form::Own,
     .operands = data_recording::syncKeys,
     .sends = data_recording::syncSends,

@@ -33,7 +33,7 @@ inline constexpr Sending slavedRecordsSends[]{{records::Forwarding}};
 
 } // namespace dual_head
 
-inline constexpr Command RequestDisconnectSlave{
+QX5_COMMAND(RequestDisconnectSlave) = {
     .form = Form::Own,
     .operands = dual_head::disconnectKeys,
     .sends = dual_head::disconnectSends,
@@ -42,7 +42,7 @@ inline constexpr Command RequestDisconnectSlave{
     .note = "Direct, for the mode 0 alone.",
 };
 
-inline constexpr Command RequestConnectSlave{
+QX5_COMMAND(RequestConnectSlave) = {
     .form = Form::Own,
     .operands = dual_head::connectKeys,
     .sends = dual_head::connectSends,
@@ -53,7 +53,7 @@ inline constexpr Command RequestConnectSlave{
             "0 when absent, and all three are echoed.",
 };
 
-inline constexpr Command RequestSetSlavedRecords{
+QX5_COMMAND(RequestSetSlavedRecords) = {
     .form = Form::Own,
     .operands = dual_head::slavedRecordsKeys,
     .sends = dual_head::slavedRecordsSends,

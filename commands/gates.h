@@ -54,35 +54,35 @@ inline constexpr Sending verticalSends[]{{records::VerticalDetectionMode, Proces
 
 } // namespace gates
 
-inline constexpr Command RequestAbsoluteGates{
+QX5_COMMAND(RequestAbsoluteGates) = {
     .form = Form::Strict,
     .operands = gates::absoluteKeys,
     .sends = gates::absoluteSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestAdaptiveGates{
+QX5_COMMAND(RequestAdaptiveGates) = {
     .form = Form::Strict,
     .operands = gates::adaptiveKeys,
     .sends = gates::adaptiveSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestBarCheckGates{
+QX5_COMMAND(RequestBarCheckGates) = {
     .form = Form::AllRequired,
     .operands = gates::barCheckKeys,
     .sends = gates::barCheckSends,
     .followUps = gates::barCheckAsks,
 };
 
-inline constexpr Command RequestGateEnableFlags{
+QX5_COMMAND(RequestGateEnableFlags) = {
     .form = Form::Strict,
     .operands = gates::enableKeys,
     .sends = gates::enableSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command SendLorqGating{
+QX5_COMMAND(SendLorqGating) = {
     .form = Form::Own,
     .operands = gates::pipeRouteKeys,
     .sends = gates::pipeRouteSends,
@@ -91,7 +91,7 @@ inline constexpr Command SendLorqGating{
             "number of a detection is sample rate x two-way travel time.",
 };
 
-inline constexpr Command RequestVerticalDetectionMode{
+QX5_COMMAND(RequestVerticalDetectionMode) = {
     .form = Form::Direct,
     .operands = gates::verticalKeys,
     .sends = gates::verticalSends,

@@ -62,7 +62,7 @@ inline constexpr Sending startupSends[]{{records::StartupConfiguration, Processo
 
 } // namespace installation
 
-inline constexpr Command UpdateSonarInstallationIdentifiers{
+QX5_COMMAND(UpdateSonarInstallationIdentifiers) = {
     .form = Form::Own,
     .operands = installation::identifiersKeys,
     .sends = installation::identifiersSends,
@@ -72,7 +72,7 @@ inline constexpr Command UpdateSonarInstallationIdentifiers{
             "of them. What is found nowhere is 0. The echo tells all brackets and the installation's values.",
 };
 
-inline constexpr Command RequestAuvConfig{
+QX5_COMMAND(RequestAuvConfig) = {
     .form = Form::Strict,
     .operands = installation::startupKeys,
     .sends = installation::startupSends,

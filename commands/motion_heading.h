@@ -26,15 +26,15 @@ inline constexpr Sending headingSensorSends[]{{records::HeadingSensor}};
 
 } // namespace motion_heading
 
-inline constexpr Command RequestMotionSensorConfiguration{
+QX5_COMMAND(RequestMotionSensorConfiguration) = {
     .form = Form::Strict,
     .operands = motion_heading::motionSensorKeys,
     .sends = motion_heading::motionSensorSends,
     .echoFlags = 0,
 };
 
-/// Has no row in the chain: no request reaches it.
-inline constexpr Command RequestHeadingSensorConfiguration{
+/// Without a row in the chain, and so without QX5_COMMAND: no request reaches it, the device's handler alone.
+inline constexpr Command RequestHeadingSensorConfiguration = {
     .form = Form::Strict,
     .operands = motion_heading::headingSensorKeys,
     .sends = motion_heading::headingSensorSends,

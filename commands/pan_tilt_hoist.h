@@ -23,20 +23,20 @@ inline constexpr Sending hoistSends[]{{records::HoistRaiseLower}};
 
 } // namespace pan_tilt_hoist
 
-inline constexpr Command RequestRaytracerSetupMode{
+QX5_COMMAND(RequestRaytracerSetupMode) = {
     .form = Form::AllRequired,
     .operands = pan_tilt_hoist::raytracerKeys,
     .sends = pan_tilt_hoist::raytracerSends,
     .note = "The range is taken from the project's unit of distance; depth and tilt go out as they stand.",
 };
 
-inline constexpr Command RequestSetPanTiltRotate{
+QX5_COMMAND(RequestSetPanTiltRotate) = {
     .form = Form::AllRequired,
     .operands = pan_tilt_hoist::panTiltKeys,
     .sends = pan_tilt_hoist::panTiltSends,
 };
 
-inline constexpr Command RequestHoistActive{
+QX5_COMMAND(RequestHoistActive) = {
     .form = Form::AllRequired,
     .operands = pan_tilt_hoist::hoistKeys,
     .sends = pan_tilt_hoist::hoistSends,

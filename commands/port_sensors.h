@@ -41,41 +41,41 @@ inline constexpr Sending deckModeSends[]{{records::DeckMode, Processor}};
 
 } // namespace port_sensors
 
-inline constexpr Command RequestPortSensorConfiguration{
+QX5_COMMAND(RequestPortSensorConfiguration) = {
     .form = Form::Strict,
     .operands = port_sensors::portSensorKeys,
     .sends = port_sensors::portSensorSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSensorsSettings{
+QX5_COMMAND(RequestSensorsSettings) = {
     .form = Form::Strict,
     .operands = port_sensors::sensorSelectionKeys,
     .sends = port_sensors::sensorSelectionSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestPowerBuiltInPOSMV{
+QX5_COMMAND(RequestPowerBuiltInPOSMV) = {
     .form = Form::Presence,
     .operands = port_sensors::motionUnitPowerKeys,
     .sends = port_sensors::motionUnitPowerSends,
 };
 
-inline constexpr Command RequestQMIOAddresses{
+QX5_COMMAND(RequestQMIOAddresses) = {
     .form = Form::Strict,
     .operands = port_sensors::remoteIoKeys,
     .sends = port_sensors::remoteIoSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSonarMounting{
+QX5_COMMAND(RequestSonarMounting) = {
     .form = Form::Direct,
     .operands = port_sensors::sonarMountingKeys,
     .sends = port_sensors::sonarMountingSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestDeckMode{
+QX5_COMMAND(RequestDeckMode) = {
     .form = Form::Direct,
     .operands = port_sensors::deckModeKeys,
     .sends = port_sensors::deckModeSends,

@@ -74,21 +74,21 @@ inline constexpr Sending autoCalibrationSends[]{{records::InertialAutoCalibratio
 
 } // namespace positioning
 
-inline constexpr Command SendDGNSSGeometry{
+QX5_COMMAND(SendDGNSSGeometry) = {
     .form = Form::Own,
     .operands = positioning::geometryKeys,
     .sends = positioning::geometrySends,
     .note = "Goes out when at least one value can be read from the request; the others are 0, whatever is stored.",
 };
 
-inline constexpr Command SendDGNSSConfiguratorXml{
+QX5_COMMAND(SendDGNSSConfiguratorXml) = {
     .form = Form::Own,
     .operands = positioning::xmlKeys,
     .sends = positioning::xmlSends,
     .note = "Direct. The encoding is written into the text's XML declaration, at character 19 whatever stands there.",
 };
 
-inline constexpr Command SendDGNSSSerialPortConfiguration{
+QX5_COMMAND(SendDGNSSSerialPortConfiguration) = {
     .form = Form::Own,
     .operands = positioning::serialPortKeys,
     .sends = positioning::serialPortSends,
@@ -97,13 +97,13 @@ inline constexpr Command SendDGNSSSerialPortConfiguration{
             "drops that port.",
 };
 
-inline constexpr Command SendDgnssSerialPortCorrectionsConfig{
+QX5_COMMAND(SendDgnssSerialPortCorrectionsConfig) = {
     .form = Form::Strict,
     .operands = positioning::correctionsKeys,
     .sends = positioning::correctionsSends,
 };
 
-inline constexpr Command SendDgnssNtripConfig{
+QX5_COMMAND(SendDgnssNtripConfig) = {
     .form = Form::Own,
     .operands = positioning::ntripKeys,
     .sends = positioning::ntripSends,
@@ -111,14 +111,14 @@ inline constexpr Command SendDgnssNtripConfig{
             "under their own keys, but the position interval under that of the version. The password is obfuscated.",
 };
 
-inline constexpr Command SendDgnssPpsConfig{
+QX5_COMMAND(SendDgnssPpsConfig) = {
     .form = Form::Own,
     .operands = positioning::pulseKeys,
     .sends = positioning::pulseSends,
     .note = "Goes out when at least one value can be read from the request; the others come from the unit's tree.",
 };
 
-inline constexpr Command SendInsAutoCalibration{
+QX5_COMMAND(SendInsAutoCalibration) = {
     .form = Form::Direct,
     .operands = positioning::autoCalibrationKeys,
     .sends = positioning::autoCalibrationSends,

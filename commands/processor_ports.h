@@ -69,21 +69,21 @@ inline constexpr FollowUp udpStatusReportAsks[]{{10061, OwnSonarZero, WhenTrue}}
 
 } // namespace processor_ports
 
-inline constexpr Command RequestSerialPortConfiguration{
+QX5_COMMAND(RequestSerialPortConfiguration) = {
     .form = Form::AllRequired,
     .operands = processor_ports::serialPortKeys,
     .sends = processor_ports::serialPortSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSerialPortStatus{
+QX5_COMMAND(RequestSerialPortStatus) = {
     .form = Form::AllRequired,
     .operands = processor_ports::serialStatusKeys,
     .sends = processor_ports::serialStatusSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestUdpPortConfiguration{
+QX5_COMMAND(RequestUdpPortConfiguration) = {
     .form = Form::Own,
     .operands = processor_ports::udpPortKeys,
     .sends = processor_ports::udpPortSends,
@@ -94,20 +94,20 @@ inline constexpr Command RequestUdpPortConfiguration{
         "a text that holds none, or one beyond 32 bits, throws, and nothing is sent.",
 };
 
-inline constexpr Command RequestUdpPortStatus{
+QX5_COMMAND(RequestUdpPortStatus) = {
     .form = Form::AllRequired,
     .operands = processor_ports::udpStatusKeys,
     .sends = processor_ports::udpStatusSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestTimeSourceEnabled{
+QX5_COMMAND(RequestTimeSourceEnabled) = {
     .form = Form::AllRequired,
     .operands = processor_ports::timeSourceKeys,
     .sends = processor_ports::timeSourceSends,
 };
 
-inline constexpr Command RequestTimeSourceEthernetConfiguration{
+QX5_COMMAND(RequestTimeSourceEthernetConfiguration) = {
     .form = Form::Own,
     .operands = processor_ports::timeSourceEthernetKeys,
     .sends = processor_ports::timeSourceEthernetSends,
@@ -116,25 +116,25 @@ inline constexpr Command RequestTimeSourceEthernetConfiguration{
         "that holds none, or one beyond 32 bits, throws, and nothing is sent.",
 };
 
-inline constexpr Command RequestSerialPortConfigRecord{
+QX5_COMMAND(RequestSerialPortConfigRecord) = {
     .form = Form::Direct,
     .operands = processor_ports::serialConfigReportKeys,
     .followUps = processor_ports::serialConfigReportAsks,
 };
 
-inline constexpr Command RequestSerialPortStatusRecord{
+QX5_COMMAND(RequestSerialPortStatusRecord) = {
     .form = Form::Direct,
     .operands = processor_ports::serialStatusReportKeys,
     .followUps = processor_ports::serialStatusReportAsks,
 };
 
-inline constexpr Command RequestUdpPortConfigRecord{
+QX5_COMMAND(RequestUdpPortConfigRecord) = {
     .form = Form::Direct,
     .operands = processor_ports::udpConfigReportKeys,
     .followUps = processor_ports::udpConfigReportAsks,
 };
 
-inline constexpr Command RequestUdpPortStatusRecord{
+QX5_COMMAND(RequestUdpPortStatusRecord) = {
     .form = Form::Direct,
     .operands = processor_ports::udpStatusReportKeys,
     .followUps = processor_ports::udpStatusReportAsks,

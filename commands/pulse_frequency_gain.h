@@ -75,7 +75,7 @@ inline constexpr Sending multiPingSends[]{{records::MultiPing}};
 
 } // namespace pulse_frequency_gain
 
-inline constexpr Command RequestPulseType{
+QX5_COMMAND(RequestPulseType) = {
     .form = Form::Own,
     .operands = pulse_frequency_gain::pulseTypeKeys,
     .sends = pulse_frequency_gain::pulseTypeSends,
@@ -84,21 +84,21 @@ inline constexpr Command RequestPulseType{
     .note = "Direct, but the settings are asked for whenever the key is there, whatever its value.",
 };
 
-inline constexpr Command RequestPulseCharacteristics{
+QX5_COMMAND(RequestPulseCharacteristics) = {
     .form = Form::Strict,
     .operands = pulse_frequency_gain::pulseCharacteristicsKeys,
     .sends = pulse_frequency_gain::pulseCharacteristicsSends,
     .echoFlags = 4,
 };
 
-inline constexpr Command RequestCenterFrequency{
+QX5_COMMAND(RequestCenterFrequency) = {
     .form = Form::Strict,
     .operands = pulse_frequency_gain::centerFrequencyKeys,
     .sends = pulse_frequency_gain::centerFrequencySends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestFMSweep{
+QX5_COMMAND(RequestFMSweep) = {
     .form = Form::Own,
     .operands = pulse_frequency_gain::sweepKeys,
     .sends = pulse_frequency_gain::sweepSends,
@@ -109,21 +109,21 @@ inline constexpr Command RequestFMSweep{
             "there, less and plus half the sweep; a negative sweep begins above.",
 };
 
-inline constexpr Command RequestConfigureMultiFrequency{
+QX5_COMMAND(RequestConfigureMultiFrequency) = {
     .form = Form::Strict,
     .operands = pulse_frequency_gain::multiFrequencyKeys,
     .sends = pulse_frequency_gain::multiFrequencySends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestVernierParameters{
+QX5_COMMAND(RequestVernierParameters) = {
     .form = Form::Strict,
     .operands = pulse_frequency_gain::vernierKeys,
     .sends = pulse_frequency_gain::vernierSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestGainMode{
+QX5_COMMAND(RequestGainMode) = {
     .form = Form::Own,
     .operands = pulse_frequency_gain::gainModeKeys,
     .sends = pulse_frequency_gain::gainModeSends,
@@ -132,14 +132,14 @@ inline constexpr Command RequestGainMode{
             "with the parked one, if both are there. The gain itself is not sent.",
 };
 
-inline constexpr Command RequestSourceLevelMode{
+QX5_COMMAND(RequestSourceLevelMode) = {
     .form = Form::Direct,
     .operands = pulse_frequency_gain::sourceLevelModeKeys,
     .sends = pulse_frequency_gain::sourceLevelModeSends,
     .echoFlags = 4,
 };
 
-inline constexpr Command RequestSampleRate{
+QX5_COMMAND(RequestSampleRate) = {
     .form = Form::Own,
     .operands = pulse_frequency_gain::sampleRateKeys,
     .sends = pulse_frequency_gain::sampleRateSends,
@@ -148,14 +148,14 @@ inline constexpr Command RequestSampleRate{
             "echo also tells the beam modes and the pulse lengths of the present pulse type.",
 };
 
-inline constexpr Command RequestPingSequence{
+QX5_COMMAND(RequestPingSequence) = {
     .form = Form::Direct,
     .operands = pulse_frequency_gain::pingSequenceKeys,
     .sends = pulse_frequency_gain::pingSequenceSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestMultiPing{
+QX5_COMMAND(RequestMultiPing) = {
     .form = Form::Lax,
     .operands = pulse_frequency_gain::multiPingKeys,
     .sends = pulse_frequency_gain::multiPingSends,

@@ -26,7 +26,7 @@ inline constexpr Sending fileNameSends[]{{records::RecordingFileNameParts, Proce
 
 } // namespace recorder_settings
 
-inline constexpr Command RequestRDRFiltering{
+QX5_COMMAND(RequestRDRFiltering) = {
     .form = Form::Own,
     .operands = recorder_settings::filterKeys,
     .sends = recorder_settings::filterSends,
@@ -34,7 +34,7 @@ inline constexpr Command RequestRDRFiltering{
     .note = "Direct. The list follows the fixed part of the record, as it stands.",
 };
 
-inline constexpr Command RequestRDRSettings{
+QX5_COMMAND(RequestRDRSettings) = {
     .form = Form::Strict,
     .operands = recorder_settings::fileKeys,
     .sends = recorder_settings::fileSends,
@@ -42,7 +42,7 @@ inline constexpr Command RequestRDRSettings{
     .echoes = recorder_settings::fileEchoes,
 };
 
-inline constexpr Command RequestRDRRecordingDirectory{
+QX5_COMMAND(RequestRDRRecordingDirectory) = {
     .form = Form::Direct,
     .operands = recorder_settings::directoryKeys,
     .sends = recorder_settings::directorySends,
@@ -50,7 +50,7 @@ inline constexpr Command RequestRDRRecordingDirectory{
     .longTexts = LongTexts::Refused,
 };
 
-inline constexpr Command RequestRDRRecordingPreAndPostfix{
+QX5_COMMAND(RequestRDRRecordingPreAndPostfix) = {
     .form = Form::AllRequired,
     .operands = recorder_settings::fileNameKeys,
     .sends = recorder_settings::fileNameSends,

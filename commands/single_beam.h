@@ -57,7 +57,7 @@ inline constexpr Sending defaultSettingsSends[]{{records::DefaultSettings, Proce
 
 } // namespace single_beam
 
-inline constexpr Command RequestTransducerIndex{
+QX5_COMMAND(RequestTransducerIndex) = {
     .form = Form::Own,
     .operands = single_beam::transducerKeys,
     .sends = single_beam::transducerSends,
@@ -66,28 +66,28 @@ inline constexpr Command RequestTransducerIndex{
     .note = "Direct. While a file is played back, or without a sonar's port, nothing is asked for.",
 };
 
-inline constexpr Command RequestSbesChannelSelect{
+QX5_COMMAND(RequestSbesChannelSelect) = {
     .form = Form::Direct,
     .operands = single_beam::channelKeys,
     .sends = single_beam::channelSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSbesTransducerDraft{
+QX5_COMMAND(RequestSbesTransducerDraft) = {
     .form = Form::AllRequired,
     .operands = single_beam::draftKeys,
     .sends = single_beam::draftSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSbesOperationMode{
+QX5_COMMAND(RequestSbesOperationMode) = {
     .form = Form::AllRequired,
     .operands = single_beam::operationModeKeys,
     .sends = single_beam::operationModeSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSbesTrackerTweakMode{
+QX5_COMMAND(RequestSbesTrackerTweakMode) = {
     .form = Form::Own,
     .operands = single_beam::trackerTweakKeys,
     .sends = single_beam::trackerTweakSends,
@@ -96,48 +96,48 @@ inline constexpr Command RequestSbesTrackerTweakMode{
             "others, any other value sends 0 for all.",
 };
 
-inline constexpr Command RequestSbesGainTweak{
+QX5_COMMAND(RequestSbesGainTweak) = {
     .form = Form::Direct,
     .operands = single_beam::gainTweakKeys,
     .sends = single_beam::gainTweakSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSbesPowerTweak{
+QX5_COMMAND(RequestSbesPowerTweak) = {
     .form = Form::Direct,
     .operands = single_beam::powerTweakKeys,
     .sends = single_beam::powerTweakSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSbesPulseLengthTweak{
+QX5_COMMAND(RequestSbesPulseLengthTweak) = {
     .form = Form::Direct,
     .operands = single_beam::pulseLengthTweakKeys,
     .sends = single_beam::pulseLengthTweakSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSbesRangeTweak{
+QX5_COMMAND(RequestSbesRangeTweak) = {
     .form = Form::Direct,
     .operands = single_beam::rangeTweakKeys,
     .sends = single_beam::rangeTweakSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command SendSbesTransducerUpdateXml{
+QX5_COMMAND(SendSbesTransducerUpdateXml) = {
     .form = Form::Own,
     .operands = single_beam::transducerUpdateKeys,
     .sends = single_beam::transducerUpdateSends,
     .note = "Direct. The text goes as a file \"transducer.update\", in a record framed here.",
 };
 
-inline constexpr Command RequestSbesSettingsXml{
+QX5_COMMAND(RequestSbesSettingsXml) = {
     .form = Form::Presence,
     .operands = single_beam::settingsReportKeys,
     .followUps = single_beam::settingsReportAsks,
 };
 
-inline constexpr Command SendSbesSettingsUpdateXml{
+QX5_COMMAND(SendSbesSettingsUpdateXml) = {
     .form = Form::Own,
     .operands = single_beam::settingsUpdateKeys,
     .sends = single_beam::settingsUpdateSends,
@@ -145,7 +145,7 @@ inline constexpr Command SendSbesSettingsUpdateXml{
         "Both keys are required in the request. The checksum is cut at 128 bytes; the XML follows with a 0 at its end.",
 };
 
-inline constexpr Command RequestSbesDefaultSettings{
+QX5_COMMAND(RequestSbesDefaultSettings) = {
     .form = Form::Presence,
     .operands = single_beam::defaultSettingsKeys,
     .sends = single_beam::defaultSettingsSends,

@@ -31,7 +31,7 @@ inline constexpr Operand loopKeys[]{{keys::x5PlaybackLoop, fromRequest}, command
 
 } // namespace storage_playback
 
-inline constexpr Command RequestCustomPlayback{
+QX5_COMMAND(RequestCustomPlayback) = {
     .form = Form::Strict,
     .operands = storage_playback::playbackKeys,
     .sends = storage_playback::playbackSends,
@@ -39,7 +39,7 @@ inline constexpr Command RequestCustomPlayback{
     .longTexts = LongTexts::Refused,
 };
 
-inline constexpr Command RequestCustomStorage{
+QX5_COMMAND(RequestCustomStorage) = {
     .form = Form::Strict,
     .operands = storage_playback::storageKeys,
     .sends = storage_playback::storageSends,
@@ -47,31 +47,31 @@ inline constexpr Command RequestCustomStorage{
     .longTexts = LongTexts::Refused,
 };
 
-inline constexpr Command RequestPlaybackSpeed{
+QX5_COMMAND(RequestPlaybackSpeed) = {
     .form = Form::Own,
     .operands = storage_playback::speedKeys,
     .note = "Direct. Sets the speed at the sonar's port, as of the command time (0 when there is none).",
 };
 
-inline constexpr Command RequestPlaybackPosition{
+QX5_COMMAND(RequestPlaybackPosition) = {
     .form = Form::Own,
     .operands = storage_playback::positionKeys,
     .note = "Direct. Sets the position at the sonar's port, as of the command time (0 when there is none).",
 };
 
-inline constexpr Command RequestPlaybackStepForward{
+QX5_COMMAND(RequestPlaybackStepForward) = {
     .form = Form::Own,
     .operands = storage_playback::stepForwardKeys,
     .note = "The key's presence is enough. A step at the sonar's port, as of the command time (0 when there is none).",
 };
 
-inline constexpr Command RequestPlaybackStepBack{
+QX5_COMMAND(RequestPlaybackStepBack) = {
     .form = Form::Own,
     .operands = storage_playback::stepBackKeys,
     .note = "The key's presence is enough. A step at the sonar's port, as of the command time (0 when there is none).",
 };
 
-inline constexpr Command RequestPlaybackLoop{
+QX5_COMMAND(RequestPlaybackLoop) = {
     .form = Form::Own,
     .operands = storage_playback::loopKeys,
     .note = "Direct. Sets the loop at the sonar's port, as of the command time (0 when there is none).",

@@ -50,7 +50,7 @@ inline constexpr Sending systemEventSends[]{{records::SystemEvent, OwnSonar, "th
 
 } // namespace target_exchange
 
-inline constexpr Command SychronizeTargetManagersHandler{
+QX5_COMMAND(SychronizeTargetManagersHandler) = {
     .form = Form::Own,
     .operands = target_exchange::listRequestKeys,
     .sends = target_exchange::listRequestSends,
@@ -58,7 +58,7 @@ inline constexpr Command SychronizeTargetManagersHandler{
             "list was asked for, even if the request then goes nowhere.",
 };
 
-inline constexpr Command SendTargetList{
+QX5_COMMAND(SendTargetList) = {
     .form = Form::Own,
     .operands = target_exchange::listKeys,
     .sends = target_exchange::listSends,
@@ -66,7 +66,7 @@ inline constexpr Command SendTargetList{
             "bears the time of the device's last data.",
 };
 
-inline constexpr Command RequestAScanSetupMonitorerStatus{
+QX5_COMMAND(RequestAScanSetupMonitorerStatus) = {
     .form = Form::Own,
     .operands = target_exchange::aScanKeys,
     .sends = target_exchange::aScanSends,
@@ -75,37 +75,37 @@ inline constexpr Command RequestAScanSetupMonitorerStatus{
             "frame holds, 67108810, none goes out. The record bears the time of the device's last data.",
 };
 
-inline constexpr Command SendImageEnhancementMode{
+QX5_COMMAND(SendImageEnhancementMode) = {
     .form = Form::Direct,
     .operands = target_exchange::enhancementKeys,
     .sends = target_exchange::enhancementSends,
 };
 
-inline constexpr Command SendDetectionSensitivity{
+QX5_COMMAND(SendDetectionSensitivity) = {
     .form = Form::Direct,
     .operands = target_exchange::sensitivityKeys,
     .sends = target_exchange::sensitivitySends,
 };
 
-inline constexpr Command SendDetectorAlgorithm{
+QX5_COMMAND(SendDetectorAlgorithm) = {
     .form = Form::Direct,
     .operands = target_exchange::algorithmKeys,
     .sends = target_exchange::algorithmSends,
 };
 
-inline constexpr Command SendCADBeamAndSampleSetting{
+QX5_COMMAND(SendCADBeamAndSampleSetting) = {
     .form = Form::AllRequired,
     .operands = target_exchange::beamSettingKeys,
     .sends = target_exchange::beamSettingSends,
 };
 
-inline constexpr Command SendUserRole{
+QX5_COMMAND(SendUserRole) = {
     .form = Form::AllRequired,
     .operands = target_exchange::userRoleKeys,
     .sends = target_exchange::userRoleSends,
 };
 
-inline constexpr Command SendSystemEvent{
+QX5_COMMAND(SendSystemEvent) = {
     .form = Form::Own,
     .operands = target_exchange::systemEventKeys,
     .sends = target_exchange::systemEventSends,

@@ -56,14 +56,14 @@ inline constexpr Sending systemDepthSends[]{{records::SystemDepth}};
 
 } // namespace tracker_detection
 
-inline constexpr Command RequestTrackerControl{
+QX5_COMMAND(RequestTrackerControl) = {
     .form = Form::Strict,
     .operands = tracker_detection::trackerControlKeys,
     .sends = tracker_detection::trackerControlSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestManualAutoConfig{
+QX5_COMMAND(RequestManualAutoConfig) = {
     .form = Form::Lax,
     .operands = tracker_detection::manualAutoConfigKeys,
     .sends = tracker_detection::manualAutoConfigSends,
@@ -72,28 +72,28 @@ inline constexpr Command RequestManualAutoConfig{
             "name and that a configuration was chosen by hand.",
 };
 
-inline constexpr Command RequestMultiDetect{
+QX5_COMMAND(RequestMultiDetect) = {
     .form = Form::Strict,
     .operands = tracker_detection::multiDetectKeys,
     .sends = tracker_detection::multiDetectSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestSnippetControl{
+QX5_COMMAND(RequestSnippetControl) = {
     .form = Form::Strict,
     .operands = tracker_detection::snippetControlKeys,
     .sends = tracker_detection::snippetControlSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestForwardDetect{
+QX5_COMMAND(RequestForwardDetect) = {
     .form = Form::Direct,
     .operands = tracker_detection::forwardDetectKeys,
     .sends = tracker_detection::forwardDetectSends,
     .echoFlags = 4,
 };
 
-inline constexpr Command SendEchoMarker{
+QX5_COMMAND(SendEchoMarker) = {
     .form = Form::Own,
     .operands = tracker_detection::echoMarkerKeys,
     .sends = tracker_detection::echoMarkerSends,
@@ -101,13 +101,13 @@ inline constexpr Command SendEchoMarker{
             "Of several branches the first counts. The record carries no time of its own.",
 };
 
-inline constexpr Command RequestSearchDepth{
+QX5_COMMAND(RequestSearchDepth) = {
     .form = Form::Presence,
     .operands = tracker_detection::searchDepthKeys,
     .sends = tracker_detection::searchDepthSends,
 };
 
-inline constexpr Command RequestSystemDepth{
+QX5_COMMAND(RequestSystemDepth) = {
     .form = Form::Strict,
     .operands = tracker_detection::systemDepthKeys,
     .sends = tracker_detection::systemDepthSends,

@@ -35,21 +35,21 @@ inline constexpr Sending triggerInputSends[]{{records::TriggerInput, OwnSonar, W
 
 } // namespace triggers_timing
 
-inline constexpr Command RequestPPSEdge{
+QX5_COMMAND(RequestPPSEdge) = {
     .form = Form::Lax,
     .operands = triggers_timing::ppsEdgeKeys,
     .sends = triggers_timing::ppsEdgeSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestTriggerOutput{
+QX5_COMMAND(RequestTriggerOutput) = {
     .form = Form::Lax,
     .operands = triggers_timing::triggerOutputKeys,
     .sends = triggers_timing::triggerOutputSends,
     .echoFlags = 0,
 };
 
-inline constexpr Command RequestAdvancedTriggerOutput{
+QX5_COMMAND(RequestAdvancedTriggerOutput) = {
     .form = Form::Lax,
     .operands = triggers_timing::advancedTriggerOutputKeys,
     .sends = triggers_timing::advancedTriggerOutputSends,
@@ -57,7 +57,7 @@ inline constexpr Command RequestAdvancedTriggerOutput{
     .note = "The channel stays with the device; no record carries it.",
 };
 
-inline constexpr Command RequestTriggerInput{
+QX5_COMMAND(RequestTriggerInput) = {
     .form = Form::Direct,
     .operands = triggers_timing::triggerInputKeys,
     .sends = triggers_timing::triggerInputSends,

@@ -12,7 +12,7 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-constexpr char const* rowsMove = "a row that is new in handlers/chain.h moves those below it: count anew here";
+constexpr char const* rowsMove = "a row that is new in commands/chain.h moves those below it: count anew here";
 
 TEST(Keys, ListsAllOrThoseThatMatch)
 {

@@ -107,7 +107,7 @@ TEST(Chain, EachRecordOfTheTablesIsSentByARow)
     EXPECT_GT(sent.size(), 100U);
     for (auto const& layout : qx5::protocol::AllLayouts()) {
         EXPECT_TRUE(sent.contains({layout.carrier, layout.id}))
-            << "no row of handlers/chain.h has a command that sends record " << NameOf({layout.carrier, layout.id});
+            << "no row of commands/chain.h has a command that sends record " << NameOf({layout.carrier, layout.id});
     }
 }
 
@@ -117,7 +117,7 @@ TEST(Chain, NoHandlerStandsTwice)
     for (qx5::ChainEntry const& entry : qx5::Chain()) {
         auto const [at, isNew] = rows.try_emplace({entry.command, entry.told}, entry.row);
         EXPECT_TRUE(isNew) << entry.handler << " stands in rows " << at->second << " and " << entry.row
-                           << " of handlers/chain.h: each of its records would leave twice";
+                           << " of commands/chain.h: each of its records would leave twice";
     }
 }
 

@@ -10,7 +10,10 @@
 #include <protocol/records/tracker_detection.h>
 
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -52,6 +55,28 @@ TEST(CommandChecks, AKeyThatNoFamilyListsIsFound)
     EXPECT_TRUE(EveryKeyIsListed({.operands = listedKeys}));
     EXPECT_FALSE(EveryKeyIsListed({.operands = strayKeys}));
     EXPECT_FALSE(EveryKeyIsListed({.operands = twinKeys}));
+}
+
+TEST(CommandChecks, ACommandWithoutARowIsFound)
+{
+    EXPECT_TRUE(HasRow("RequestAbsoluteGates"));
+    EXPECT_TRUE(HasRow("RequestOnOffDataRecording"));
+    EXPECT_FALSE(HasRow("RequestAbsoluteGate"));
+    EXPECT_FALSE(HasRow(""));
+    // A table that is declared in another way is not asked for its row.
+    std::vector<std::string> others;
+    std::size_t asked = 0;
+    for (auto const& file : std::filesystem::directory_iterator(QX5_COMMANDS)) {
+        std::ifstream source(file.path());
+        for (std::string line; std::getline(source, line);) {
+            asked += line.starts_with("QX5_COMMAND(") ? 1 : 0;
+            if (line.starts_with("inline constexpr Command ")) {
+                others.push_back(line);
+            }
+        }
+    }
+    EXPECT_GT(asked, 100U);
+    EXPECT_EQ(others, std::vector<std::string>{"inline constexpr Command RequestHeadingSensorConfiguration = {"});
 }
 
 TEST(CommandChecks, ARecordThatNoFamilyListsIsFound)
