@@ -21,8 +21,12 @@ set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+  # What it needs to be told of precompiled headers.
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${CCACHE_PROGRAM}")
 endif()
+# Programs as well as libraries, so that they share precompiled headers.
+add_compile_options(-fPIC)
+include("${CMAKE_CURRENT_LIST_DIR}/PrecompiledHeaders.cmake")
 
 # The number texts of records must not change with the compiler's freedom to contract a*b+c.
 add_compile_options(-ffp-contract=off)

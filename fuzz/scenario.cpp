@@ -20,15 +20,6 @@ void CheckMessage(InvalidScenario const& failure)
     }
 }
 
-void Read(JsonValue const& value, JsonPath const& path)
-{
-    try {
-        ReadScenario(value, path);
-    } catch (InvalidScenario const& failure) {
-        CheckMessage(failure);
-    }
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
@@ -40,12 +31,13 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         CheckMessage(failure);
         return 0;
     }
-    JsonPath const root;
-    if (!document.Is(JsonValue::Kind::Array)) {
-        Read(document, root);
-    }
-    for (std::size_t i = 0; i < document.items.size(); ++i) {
-        Read(document.items[i], JsonPath(root, i));
-    }
+    auto const read = [](ScenarioSource const& source, JsonPath const&) {
+        try {
+            ReadScenario(source);
+        } catch (InvalidScenario const& failure) {
+            CheckMessage(failure);
+        }
+    };
+    ForEachScenario(document, read, CheckMessage);
     return 0;
 }

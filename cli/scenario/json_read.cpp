@@ -155,7 +155,21 @@ MemberReader::MemberReader(JsonValue const& object, JsonPath const& path) : m_ob
 JsonValue const* MemberReader::Find(std::string_view key)
 {
     m_known.insert(key);
-    return m_object.Find(key);
+    auto const* const own = m_object.Find(key);
+    return own == nullptr && m_fallback != nullptr ? m_fallback->Find(key) : own;
+}
+
+void MemberReader::FallBackTo(JsonValue const& object, JsonPath const& path)
+{
+    ReadObject(object, path);
+    m_fallback = &object;
+    m_fallbackPath = &path;
+}
+
+JsonPath MemberReader::At(std::string_view key) const
+{
+    bool const isFallback = m_fallback != nullptr && m_object.Find(key) == nullptr && m_fallback->Find(key) != nullptr;
+    return {isFallback ? *m_fallbackPath : m_path, key};
 }
 
 JsonValue const& MemberReader::Get(std::string_view key)
@@ -169,10 +183,16 @@ JsonValue const& MemberReader::Get(std::string_view key)
 
 void MemberReader::RefuseUnknown() const
 {
-    for (auto const& [key, value] : m_object.members) {
-        if (m_known.count(key) == 0) {
-            throw InvalidScenario(m_path, "unknown key " + QuoteForMessage(key));
+    auto const check = [this](JsonValue const& object, JsonPath const& path) {
+        for (auto const& [key, value] : object.members) {
+            if (m_known.count(key) == 0) {
+                throw InvalidScenario(path, "unknown key " + QuoteForMessage(key));
+            }
         }
+    };
+    check(m_object, m_path);
+    if (m_fallback != nullptr) {
+        check(*m_fallback, *m_fallbackPath);
     }
 }
 

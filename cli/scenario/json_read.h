@@ -49,11 +49,15 @@ public:
     /// Throws InvalidScenario when the value is no object.
     MemberReader(JsonValue const& object, JsonPath const& path);
 
+    /// What the object lacks is looked for in this one, which must outlive the reader, too.
+    void FallBackTo(JsonValue const& object, JsonPath const& path);
+
     /// The member, or null when it is absent. Either way the key is known from now on.
     JsonValue const* Find(std::string_view key);
     /// The member. Throws InvalidScenario when it is absent.
     JsonValue const& Get(std::string_view key);
-    JsonPath At(std::string_view key) const { return JsonPath(m_path, key); }
+    /// Where the member stands, or would stand.
+    JsonPath At(std::string_view key) const;
     JsonPath const& Path() const { return m_path; }
     /// Throws InvalidScenario for the first member that nobody asked for.
     void RefuseUnknown() const;
@@ -68,6 +72,8 @@ public:
 private:
     JsonValue const& m_object;
     JsonPath const& m_path;
+    JsonValue const* m_fallback = nullptr;
+    JsonPath const* m_fallbackPath = nullptr;
     std::set<std::string_view> m_known;
 };
 

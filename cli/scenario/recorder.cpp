@@ -2,6 +2,7 @@
 #include "cli/scenario/recorder.h"
 
 #include "cli/scenario/block_json.h"
+#include "cli/scenario/event_kinds.h"
 #include "cli/scenario/json_read.h"
 #include "cli/scenario/tree_json.h"
 
@@ -102,7 +103,7 @@ CDataId Recorder::IdOf(BaseDevice const& device) const
 
 void Recorder::OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags)
 {
-    AddOf(JsonValue::Object({{"echo", WriteTree(tree)}, {"flags", JsonValue::Unsigned(flags)}}), IdOf(device));
+    AddOf(Event(EventKind::Echo, WriteTree(tree), {{"flags", JsonValue::Unsigned(flags)}}), IdOf(device));
 }
 
 void Recorder::OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsigned flags)
@@ -113,59 +114,59 @@ void Recorder::OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsig
             return;
         }
     }
-    Add(JsonValue::Object(
-        {{"host-set", WriteTree(tree)}, {"id", WriteDataId(dataId)}, {"flags", JsonValue::Unsigned(flags)}}));
+    Add(Event(EventKind::HostSet, WriteTree(tree),
+              {{"id", WriteDataId(dataId)}, {"flags", JsonValue::Unsigned(flags)}}));
 }
 
 void Recorder::OnContractBreach(CString const& rule)
 {
-    Add(JsonValue::Object({{"breach", JsonValue::Text(rule.View())}}));
+    Add(Event(EventKind::Breach, JsonValue::Text(rule.View())));
 }
 
 void Recorder::OnOutputStat(BaseDevice& device, double time, int status)
 {
-    Add(JsonValue::Object({{"output-stat", JsonValue::Array({JsonValue::Double(time), JsonValue::Integer(status)})},
-                           {"of", WriteDataId(IdOf(device))}}));
+    Add(Event(EventKind::OutputStat, JsonValue::Array({JsonValue::Double(time), JsonValue::Integer(status)}),
+              {{"of", WriteDataId(IdOf(device))}}));
 }
 
 void Recorder::OnDisableTimeOut(BaseDevice& device, bool disable)
 {
-    Add(JsonValue::Object({{"disable-timeout", JsonValue::Bool(disable)}, {"of", WriteDataId(IdOf(device))}}));
+    Add(Event(EventKind::DisableTimeout, JsonValue::Bool(disable), {{"of", WriteDataId(IdOf(device))}}));
 }
 
 void Recorder::OnDeviceCtrlViewType(BaseDevice& device, CString const& name)
 {
-    AddOf(JsonValue::Object({{"view-type", JsonValue::Text(name.View())}}), IdOf(device));
+    AddOf(Event(EventKind::ViewType, JsonValue::Text(name.View())), IdOf(device));
 }
 
 void Recorder::OnResetBuffer(CDataId const& stream, CDataId const& owner)
 {
-    Add(JsonValue::Object({{"reset-buffer", WriteDataId(stream)}, {"of", WriteDataId(owner)}}));
+    Add(Event(EventKind::ResetBuffer, WriteDataId(stream), {{"of", WriteDataId(owner)}}));
 }
 
 void Recorder::OnStoreBlock(CDataId const& stream, CDataBlock const& block)
 {
-    Add(JsonValue::Object({{"store", WriteBlock(block)}, {"id", WriteDataId(stream)}}));
+    Add(Event(EventKind::Store, WriteBlock(block), {{"id", WriteDataId(stream)}}));
 }
 
 void Recorder::OnAnnounceBlock(CDataId const& stream)
 {
-    Add(JsonValue::Object({{"announce", WriteDataId(stream)}}));
+    Add(Event(EventKind::Announce, WriteDataId(stream)));
 }
 
 void Recorder::OnUpdateDisplays(int hint)
 {
-    Add(JsonValue::Object({{"display-update", JsonValue::Integer(hint)}}));
+    Add(Event(EventKind::DisplayUpdate, JsonValue::Integer(hint)));
 }
 
 void Recorder::OnSelectDisplay(CString const& name)
 {
-    Add(JsonValue::Object({{"display-select", JsonValue::Text(name.View())}}));
+    Add(Event(EventKind::DisplaySelect, JsonValue::Text(name.View())));
 }
 
 void Recorder::OnEnableDisplay(CString const& name)
 {
-    Add(JsonValue::Object({{"display-enable", JsonValue::Text(name.View())}}));
+    Add(Event(EventKind::DisplayEnable, JsonValue::Text(name.View())));
 }
 
 void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
@@ -175,74 +176,73 @@ void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const
     for (auto const& [item, value] : settings.GetItems(section)) {
         items.members.emplace_back(protocol::EncodeUtf8(item.View()), JsonValue::Text(value.View()));
     }
-    Add(JsonValue::Object({{"display-add", JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
-                                                              {"name", JsonValue::Text(name.View())},
-                                                              {"type", JsonValue::Text(type.View())},
-                                                              {"section", JsonValue::Text(section.View())},
-                                                              {"items", std::move(items)}})}}));
+    Add(Event(EventKind::DisplayAdd, JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
+                                                        {"name", JsonValue::Text(name.View())},
+                                                        {"type", JsonValue::Text(type.View())},
+                                                        {"section", JsonValue::Text(section.View())},
+                                                        {"items", std::move(items)}})));
 }
 
 void Recorder::OnSetLightMode(int mode, bool redraw)
 {
-    Add(JsonValue::Object({{"light-mode", JsonValue::Array({JsonValue::Integer(mode), JsonValue::Bool(redraw)})}}));
+    Add(Event(EventKind::LightMode, JsonValue::Array({JsonValue::Integer(mode), JsonValue::Bool(redraw)})));
 }
 
 void Recorder::OnNotifyApplication(CDataId const& dataId)
 {
-    Add(JsonValue::Object({{"notify-app", WriteDataId(dataId)}}));
+    Add(Event(EventKind::NotifyApp, WriteDataId(dataId)));
 }
 
 void Recorder::OnRenameDisplay(CString const& title)
 {
-    Add(JsonValue::Object({{"title", JsonValue::Text(title.View())}}));
+    Add(Event(EventKind::Title, JsonValue::Text(title.View())));
 }
 
 void Recorder::OnRemoveDisplay(CString const& title)
 {
-    Add(JsonValue::Object({{"display-remove", JsonValue::Text(title.View())}}));
+    Add(Event(EventKind::DisplayRemove, JsonValue::Text(title.View())));
 }
 
 void Recorder::OnMessage(CString const& text)
 {
-    Add(JsonValue::Object({{"message", JsonValue::Text(text.View())}}));
+    Add(Event(EventKind::Message, JsonValue::Text(text.View())));
 }
 
 void Recorder::OnOpenTargets(CString const& fileName)
 {
-    Add(JsonValue::Object({{"open-targets", JsonValue::Text(fileName.View())}}));
+    Add(Event(EventKind::OpenTargets, JsonValue::Text(fileName.View())));
 }
 
 void Recorder::OnCloseTargets(CString const& fileName)
 {
-    Add(JsonValue::Object({{"close-targets", JsonValue::Text(fileName.View())}}));
+    Add(Event(EventKind::CloseTargets, JsonValue::Text(fileName.View())));
 }
 
 void Recorder::OnTargetListRequested()
 {
-    Add(JsonValue::Object({{"sync-stamp", JsonValue::Bool(true)}}));
+    Add(Event(EventKind::SyncStamp, JsonValue::Bool(true)));
 }
 
 void Recorder::OnRemoveFile(CString const& fileName)
 {
-    Add(JsonValue::Object({{"remove-file", JsonValue::Text(fileName.View())}}));
+    Add(Event(EventKind::RemoveFile, JsonValue::Text(fileName.View())));
 }
 
 bool Recorder::SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                                  int deviceId, int enumerator)
 {
-    AddOf(JsonValue::Object({{"remote", JsonValue::Unsigned(recordId)},
-                             {"payload", Hex(payload)},
-                             {"device", JsonValue::Integer(deviceId)},
-                             {"enumerator", JsonValue::Integer(enumerator)}}),
+    AddOf(Event(EventKind::Remote, JsonValue::Unsigned(recordId),
+                {{"payload", Hex(payload)},
+                 {"device", JsonValue::Integer(deviceId)},
+                 {"enumerator", JsonValue::Integer(enumerator)}}),
           sender.device);
     return true;
 }
 
 bool Recorder::AskForRecord(Sender const& sender, std::uint32_t recordId, int deviceId, int enumerator)
 {
-    AddOf(JsonValue::Object({{"ask", JsonValue::Unsigned(recordId)},
-                             {"device", JsonValue::Integer(deviceId)},
-                             {"enumerator", JsonValue::Integer(enumerator)}}),
+    AddOf(Event(EventKind::Ask, JsonValue::Unsigned(recordId),
+                {{"device", JsonValue::Integer(deviceId)}, {"enumerator", JsonValue::Integer(enumerator)}}),
           sender.device);
     return true;
 }
@@ -250,11 +250,11 @@ bool Recorder::AskForRecord(Sender const& sender, std::uint32_t recordId, int de
 bool Recorder::SendData(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                         double time, int deviceId, int enumerator)
 {
-    AddOf(JsonValue::Object({{"record", JsonValue::Unsigned(recordId)},
-                             {"payload", Hex(payload)},
-                             {"time", JsonValue::Double(time)},
-                             {"device", JsonValue::Integer(deviceId)},
-                             {"enumerator", JsonValue::Integer(enumerator)}}),
+    AddOf(Event(EventKind::Record, JsonValue::Unsigned(recordId),
+                {{"payload", Hex(payload)},
+                 {"time", JsonValue::Double(time)},
+                 {"device", JsonValue::Integer(deviceId)},
+                 {"enumerator", JsonValue::Integer(enumerator)}}),
           sender.device);
     return true;
 }
@@ -262,7 +262,7 @@ bool Recorder::SendData(Sender const& sender, std::uint32_t recordId, std::span<
 bool Recorder::SendRaw(Sender const& sender, std::string_view bytes, bool flag)
 {
     std::vector<unsigned char> const copy(bytes.begin(), bytes.end());
-    AddOf(JsonValue::Object({{"raw", Hex(copy)}, {"flag", JsonValue::Bool(flag)}}), sender.device);
+    AddOf(Event(EventKind::Raw, Hex(copy), {{"flag", JsonValue::Bool(flag)}}), sender.device);
     return true;
 }
 
@@ -280,8 +280,8 @@ CDataId RecordingSonarPort::User() const
 
 void RecordingSonarPort::AddPlayback(std::string_view operation, std::vector<JsonValue> args)
 {
-    m_recorder.AddOf(JsonValue::Object({{"playback", JsonValue::Text(std::string(operation))},
-                                        {"args", JsonValue::Array(std::move(args))}}),
+    m_recorder.AddOf(Event(EventKind::Playback, JsonValue::Text(std::string(operation)),
+                           {{"args", JsonValue::Array(std::move(args))}}),
                      User());
 }
 
@@ -318,10 +318,10 @@ bool RecordingSonarPort::SendRemoteControlCommandWithPassThrough(std::uint32_t r
     if (payload != nullptr) {
         bytes = {static_cast<unsigned char const*>(payload), static_cast<std::size_t>(size)};
     }
-    m_recorder.AddOf(JsonValue::Object({{"through", JsonValue::Unsigned(recordId)},
-                                        {"payload", Hex(bytes)},
-                                        {"device", JsonValue::Unsigned(deviceId)},
-                                        {"enumerator", JsonValue::Unsigned(enumerator)}}),
+    m_recorder.AddOf(Event(EventKind::Through, JsonValue::Unsigned(recordId),
+                           {{"payload", Hex(bytes)},
+                            {"device", JsonValue::Unsigned(deviceId)},
+                            {"enumerator", JsonValue::Unsigned(enumerator)}}),
                      User());
     return true;
 }

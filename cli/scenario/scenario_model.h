@@ -252,14 +252,20 @@ using StepArgument =
                  TargetChangeArgument, BlockArgument, BufferStatusArgument, CallArgument, ViewArgument, SliderArgument,
                  ControlArgument, ChooseArgument, TypeArgument, ViewUpdateArgument, SizeArgument>;
 
+/// What a step is expected to do, as the file has it.
+struct ExpectedEvents
+{
+    std::vector<JsonValue> events;
+    std::optional<std::vector<std::string>> of; ///< kinds of events that count; absent: all
+};
+
 struct ScenarioStep
 {
     StepKind kind = StepKind::Request;
     /// The device that the step means: the one it names, otherwise the first; undefined when there is none.
     CDataId device;
     StepArgument argument;
-    /// What the step is expected to do, as the file has it.
-    std::optional<std::vector<JsonValue>> expect;
+    std::optional<ExpectedEvents> expect;
 };
 
 struct Scenario

@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <set>
+#include <string>
 
 namespace qx5::cli {
 
@@ -344,15 +346,19 @@ void ReadVessels(Scenario& scenario, MemberReader& members)
     }
 }
 
-} // namespace
-
-Scenario ReadScenario(JsonValue const& value, JsonPath const& path)
+/// What is wrong with a set-up beside what would be wrong in a scenario, too.
+void CheckSetUp(JsonValue const& setUp, JsonPath const& path)
 {
-    RefuseDefects(value, path);
-    if (!value.Is(Kind::Object)) {
-        throw InvalidScenario(path, "a scenario is an object, not " + std::string(KindName(value)));
+    RefuseDefects(setUp, path);
+    for (auto const& [key, value] : ReadObject(setUp, path)) {
+        if (key == "name" || key == "setup" || key == "steps") {
+            throw InvalidScenario(JsonPath(path, key), "a set-up has no " + QuoteForMessage(key));
+        }
     }
-    MemberReader members(value, path);
+}
+
+Scenario ReadScenarioMembers(MemberReader& members)
+{
     Scenario scenario;
     if (auto const* name = members.Find("name"); name != nullptr) {
         scenario.name = ReadText(*name, members.At("name"));
@@ -395,6 +401,93 @@ Scenario ReadScenario(JsonValue const& value, JsonPath const& path)
     }
     members.RefuseUnknown();
     return scenario;
+}
+
+/// The names of the set-ups that the scenarios use.
+std::set<std::string> UsedSetUps(JsonValue const& scenarios)
+{
+    std::set<std::string> used;
+    for (auto const& scenario : scenarios.items) {
+        if (auto const* const setUp = scenario.Find("setup"); setUp != nullptr) {
+            used.insert(setUp->text);
+        }
+    }
+    return used;
+}
+
+} // namespace
+
+Scenario ReadScenario(ScenarioSource const& source)
+{
+    RefuseDefects(source.value, source.path);
+    if (!source.value.Is(Kind::Object)) {
+        throw InvalidScenario(source.path, "a scenario is an object, not " + std::string(KindName(source.value)));
+    }
+    MemberReader members(source.value, source.path);
+    auto const* const named = members.Find("setup");
+    if (named == nullptr) {
+        return ReadScenarioMembers(members);
+    }
+    auto const& name = ReadText(*named, members.At("setup"));
+    auto const* const setUp = source.setUps != nullptr ? source.setUps->Find(name) : nullptr;
+    if (setUp == nullptr) {
+        throw InvalidScenario(members.At("setup"), "there is no set-up " + QuoteForMessage(name));
+    }
+    JsonPath const setUpPath(*source.setUpsPath, name);
+    CheckSetUp(*setUp, setUpPath);
+    members.FallBackTo(*setUp, setUpPath);
+    return ReadScenarioMembers(members);
+}
+
+void ForEachScenario(JsonValue const& document,
+                     std::function<void(ScenarioSource const& source, JsonPath const& path)> const& run,
+                     std::function<void(InvalidScenario const& failure)> const& refuse)
+{
+    JsonPath const root;
+    bool const hasParts = document.Find("scenarios") != nullptr || document.Find("setups") != nullptr;
+    if (!document.Is(Kind::Array) && !hasParts) {
+        run({document, root}, root);
+        return;
+    }
+    JsonValue const* scenarios = &document;
+    JsonPath scenariosPath = root;
+    JsonValue const none = JsonValue::Object({});
+    JsonValue const* setUps = &none;
+    JsonPath setUpsPath = root;
+    try {
+        if (hasParts) {
+            MemberReader parts(document, root);
+            scenarios = &parts.Get("scenarios");
+            scenariosPath = parts.At("scenarios");
+            if (auto const* const told = parts.Find("setups"); told != nullptr) {
+                setUps = told;
+                setUpsPath = parts.At("setups");
+            }
+            ReadArray(*scenarios, scenariosPath);
+            ReadObject(*setUps, setUpsPath);
+            parts.RefuseUnknown();
+        }
+    } catch (InvalidScenario const& failure) {
+        refuse(failure);
+        return;
+    }
+    for (auto const used = UsedSetUps(*scenarios); auto const& [name, setUp] : setUps->members) {
+        if (used.contains(name)) {
+            continue; // told where it is used
+        }
+        JsonPath const path(setUpsPath, name);
+        try {
+            CheckSetUp(setUp, path);
+            MemberReader members(setUp, path);
+            ReadScenarioMembers(members);
+        } catch (InvalidScenario const& failure) {
+            refuse(failure);
+        }
+    }
+    for (std::size_t i = 0; i < scenarios->items.size(); ++i) {
+        JsonPath const path(scenariosPath, i);
+        run({scenarios->items[i], path, setUps, &setUpsPath}, path);
+    }
 }
 
 } // namespace qx5::cli

@@ -1,5 +1,6 @@
 // Runs one scenario on a host of its own: set-up, steps, end.
 #include "cli/scenario/scenario_run.h"
+#include "cli/scenario/event_kinds.h"
 
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/recorder.h"
@@ -482,7 +483,7 @@ void RunPressReturn(Stage& stage, ScenarioStep const& step)
 
 void RunLook(Stage& stage, ScenarioStep const&)
 {
-    stage.recorder.Add(JsonValue::Object({{"controls", stage.View().Look()}}));
+    stage.recorder.Add(Event(EventKind::Controls, stage.View().Look()));
 }
 
 void RunViewUpdate(Stage& stage, ScenarioStep const& step)
@@ -550,7 +551,7 @@ void AddException(Recorder& recorder, char const* kind, char const* what)
 {
     // Brought to valid UTF-8: the text is whatever the plug-in made it.
     auto const text = protocol::EncodeUtf8(protocol::DecodeUtf8(what));
-    recorder.Add(JsonValue::Object({{"throws", JsonValue::Text(kind)}, {"what", JsonValue::Text(text)}}));
+    recorder.Add(Event(EventKind::Throws, JsonValue::Text(kind), {{"what", JsonValue::Text(text)}}));
 }
 
 void RunStep(Stage& stage, ScenarioStep const& step)

@@ -2,6 +2,7 @@
 #include "cli/scenario/step_reader.h"
 
 #include "cli/scenario/block_json.h"
+#include "cli/scenario/event_kinds.h"
 #include "cli/scenario/json_read.h"
 #include "cli/scenario/tree_json.h"
 #include "cli/scenario/view_controls.h"
@@ -370,6 +371,35 @@ void CheckMeaning(StepForm const& form, CDataId const& device, JsonPath const& p
     }
 }
 
+ExpectedEvents ReadExpected(JsonValue const& value, JsonPath const& path)
+{
+    ExpectedEvents expected;
+    auto const readEvents = [&](JsonValue const& events, JsonPath const& eventsPath) {
+        expected.events = ReadArray(events, eventsPath);
+        for (std::size_t i = 0; i < expected.events.size(); ++i) {
+            ReadObject(expected.events[i], JsonPath(eventsPath, i));
+        }
+    };
+    if (!value.Is(JsonValue::Kind::Object)) {
+        readEvents(value, path);
+        return expected;
+    }
+    MemberReader members(value, path);
+    JsonPath const kinds = members.At("of");
+    auto& of = expected.of.emplace();
+    for (auto const& item : ReadArray(members.Get("of"), kinds)) {
+        JsonPath const at(kinds, of.size());
+        auto const& kind = ReadText(item, at);
+        if (std::find(EventNames.begin(), EventNames.end(), kind) == EventNames.end()) {
+            throw InvalidScenario(at, "there is no event " + QuoteForMessage(kind));
+        }
+        of.push_back(kind);
+    }
+    readEvents(members.Get("events"), members.At("events"));
+    members.RefuseUnknown();
+    return expected;
+}
+
 } // namespace
 
 ScenarioStep ReadStep(JsonValue const& value, JsonPath const& path, Scenario const& scenario)
@@ -389,11 +419,7 @@ ScenarioStep ReadStep(JsonValue const& value, JsonPath const& path, Scenario con
     }
     CheckMeaning(form, step.device, device != nullptr ? members.At("device") : path, scenario);
     if (auto const* expect = members.Find("expect"); expect != nullptr) {
-        JsonPath const expectPath = members.At("expect");
-        step.expect = ReadArray(*expect, expectPath);
-        for (std::size_t i = 0; i < step.expect->size(); ++i) {
-            ReadObject((*step.expect)[i], JsonPath(expectPath, i));
-        }
+        step.expect = ReadExpected(*expect, members.At("expect"));
     }
     members.RefuseUnknown();
     return step;

@@ -11,7 +11,7 @@ namespace {
 
 Scenario Read(std::string const& text)
 {
-    return ReadScenario(ParseJson(text), JsonPath());
+    return ReadScenario({ParseJson(text), JsonPath()});
 }
 
 std::string Refusal(std::string const& text)
@@ -142,7 +142,7 @@ TEST(ScenarioReader, ReadsEveryStep)
     ASSERT_EQ(scenario.steps.size(), 35U);
     EXPECT_EQ(scenario.steps[0].kind, StepKind::Request);
     EXPECT_EQ(scenario.steps[0].device, CDataId(1, 78, 1, 1));
-    EXPECT_EQ(scenario.steps[0].expect->size(), 1U);
+    EXPECT_EQ(scenario.steps[0].expect->events.size(), 1U);
     EXPECT_FALSE(std::get<TreeArgument>(scenario.steps[1].argument).tree.has_value());
     EXPECT_EQ(scenario.steps[1].device, CDataId(1, 78, 2, 1));
     EXPECT_FALSE(scenario.steps[1].expect.has_value());
@@ -225,8 +225,9 @@ TEST(ScenarioReader, SaysWhereAStepIsWrong)
     EXPECT_EQ(StepRefusal(R"({"host-request":null})"),
               "$.steps[0].host-request: a tree is an array of nodes, not null");
     EXPECT_EQ(StepRefusal(R"({"request":[["a","dbl",1]]})"), "$.steps[0].request[0][1]: unknown type \"dbl\"");
-    EXPECT_EQ(StepRefusal(R"({"request":[],"expect":{}})"),
-              "$.steps[0].expect: an array is expected here, not an object");
+    EXPECT_EQ(StepRefusal(R"({"request":[],"expect":1})"),
+              "$.steps[0].expect: an array is expected here, not an integer");
+    EXPECT_EQ(StepRefusal(R"({"request":[],"expect":{}})"), "$.steps[0].expect: \"of\" is missing");
     EXPECT_EQ(StepRefusal(R"({"request":[],"expect":[1]})"),
               "$.steps[0].expect[0]: an object is expected here, not an integer");
     EXPECT_EQ(StepRefusal(R"({"request":[],"device":[1,78,9,1]})"),

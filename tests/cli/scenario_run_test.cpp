@@ -307,5 +307,94 @@ TEST(ScenarioCheck, ABadScenarioOutweighsADifference)
     EXPECT_THAT(outcome.out, testing::HasSubstr("did not happen"));
 }
 
+TEST(ScenarioSetUps, AScenarioBeginsWithItsSetUpAndItsOwnKeysReplaceWholeOnes)
+{
+    auto const outcome = CheckText(R"({"setups":{
+      "head 1":{"clock":5,"devices":[{"attributes":[["DeviceId","int",7125]]}]},
+      "unused":{"timezone":"UTC"}},
+     "scenarios":[
+      {"name":"its own","setup":"head 1","steps":[
+        {"request":[["x5Range","double",50]],"expect":[
+          {"remote":1003,"payload":"00004842","device":0,"enumerator":-1},{"echo":[["x5Range","double",50]],"flags":0}]}]},
+      {"name":"another device","setup":"head 1","devices":[{"id":[1,78,2,1]}],"steps":[
+        {"request":[["x5Range","double",50]],"device":[1,78,2,1],"expect":[
+          {"remote":1003,"payload":"00004842","device":0,"enumerator":-1},{"echo":[["x5Range","double",50]],"flags":0}]},
+        {"request":[["x5Range","double",50]],"device":[1,78,1,1]}]},
+      {"name":"none","steps":[{"clock":1}]}]})");
+    EXPECT_EQ(outcome.err, "-: $.scenarios[1].steps[1].device: the scenario has no device [1,78,1,1]\n");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "-: $.scenarios[0] \"its own\": matches (1 of 1 steps checked)\n"
+                           "-: $.scenarios[2] \"none\": matches (0 of 1 steps checked)\n");
+}
+
+TEST(ScenarioSetUps, WhatIsWrongIsToldWhereItStands)
+{
+    auto const complaint = [](std::string const& text) {
+        auto const outcome = RunText(text);
+        EXPECT_EQ(outcome.status, 2) << text;
+        return outcome.err;
+    };
+    EXPECT_EQ(complaint(R"({"setups":{"a":{}},"scenarios":[{"setup":"b"}]})"),
+              "-: $.scenarios[0].setup: there is no set-up \"b\"\n");
+    EXPECT_EQ(complaint(R"({"setup":"a"})"), "-: $.setup: there is no set-up \"a\"\n");
+    EXPECT_EQ(complaint(R"([{"setup":1}])"), "-: $[0].setup: a text is expected here, not an integer\n");
+    for (std::string const key : {"name", "setup", "steps"}) {
+        EXPECT_EQ(complaint(R"({"setups":{"a":{")" + key + R"(":[]}},"scenarios":[{"setup":"a"}]})"),
+                  "-: $.setups.a." + key + ": a set-up has no \"" + key + "\"\n");
+        // Used by nobody, it is wrong all the same.
+        EXPECT_EQ(complaint(R"({"setups":{"a":{")" + key + R"(":[]}},"scenarios":[]})"),
+                  "-: $.setups.a." + key + ": a set-up has no \"" + key + "\"\n");
+    }
+    EXPECT_EQ(complaint(R"({"setups":{"a":{"clock":"noon"}},"scenarios":[{"setup":"a"},{"setup":"a","clock":1}]})"),
+              "-: $.setups.a.clock: a number, or \"nan\", \"inf\" or \"-inf\", is expected here, not a text\n");
+    EXPECT_EQ(complaint(R"({"setups":{"a":{"clok":1}},"scenarios":[{"setup":"a"}]})"),
+              "-: $.setups.a: unknown key \"clok\"\n");
+    EXPECT_EQ(complaint(R"({"setups":{"a":[]},"scenarios":[{"setup":"a"}]})"),
+              "-: $.setups.a: an object is expected here, not an array\n");
+    EXPECT_EQ(complaint(R"({"setups":{}})"), "-: $: \"scenarios\" is missing\n");
+    EXPECT_EQ(complaint(R"({"scenarios":{}})"), "-: $.scenarios: an array is expected here, not an object\n");
+    EXPECT_EQ(complaint(R"({"setups":[],"scenarios":[]})"), "-: $.setups: an object is expected here, not an array\n");
+    EXPECT_EQ(complaint(R"({"scenarios":[],"name":"a"})"), "-: $: unknown key \"name\"\n");
+    EXPECT_EQ(RunText(R"({"scenarios":[{"name":"alone"}]})").status, 0);
+}
+
+TEST(ScenarioSetUps, ABadOneSpoilsOnlyTheScenariosThatUseIt)
+{
+    auto const outcome = RunText(R"({"setups":{"bad":{"devices":[{"name":"\ud800"}]},"good":{}},"scenarios":[
+      {"name":"first","setup":"bad"},{"name":"second","setup":"good"},{"name":"third","setup":"bad","devices":[]}]})");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.err, testing::MatchesRegex("(-: \\$.setups.bad.devices\\[0\\].name: [^\n]*\n){2}"));
+    EXPECT_THAT(outcome.out, testing::HasSubstr(R"({"name":"second",)"));
+    EXPECT_THAT(outcome.out, testing::Not(testing::HasSubstr("first")));
+}
+
+TEST(ScenarioCheck, EventsOfSomeKindsAloneAreCompared)
+{
+    auto const check = [](std::string const& expect) {
+        return CheckText(
+            R"({"name":"range","steps":[{"request":[["x5Range","double",50],["x5Power","double",200]],"expect":)" +
+            expect + "}]}");
+    };
+    EXPECT_EQ(check(R"({"of":["echo"],"events":[{"echo":[["x5Range","double",50]],"flags":0},
+                                                {"echo":[["x5Power","double",200]],"flags":0}]})")
+                  .status,
+              0);
+    EXPECT_EQ(check(R"({"of":["ask","throws"],"events":[]})").status, 0);
+    EXPECT_EQ(check(R"({"events":[{"remote":1003,"payload":"00004842","device":0,"enumerator":-1},
+                                  {"remote":1005,"payload":"00004843","device":0,"enumerator":-1}],"of":["remote"]})")
+                  .status,
+              0);
+    auto const missing =
+        check(R"({"of":["remote"],"events":[{"remote":1003,"payload":"00004842","device":0,"enumerator":-1}]})");
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_THAT(missing.out, testing::HasSubstr("event 2 was not expected (1 expected, 2 happened)"));
+    EXPECT_EQ(check(R"({"of":["remtoe"],"events":[]})").err,
+              "-: $.steps[0].expect.of[0]: there is no event \"remtoe\"\n");
+    EXPECT_EQ(check(R"({"of":["remote"]})").err, "-: $.steps[0].expect: \"events\" is missing\n");
+    EXPECT_EQ(check(R"({"events":[]})").err, "-: $.steps[0].expect: \"of\" is missing\n");
+    EXPECT_EQ(check(R"({"of":[],"events":[],"more":1})").err, "-: $.steps[0].expect: unknown key \"more\"\n");
+    EXPECT_EQ(check(R"("all")").err, "-: $.steps[0].expect: an array is expected here, not a text\n");
+}
+
 } // namespace
 } // namespace qx5::cli

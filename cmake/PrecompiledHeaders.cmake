@@ -1,0 +1,39 @@
+# Headers that nearly every source takes, read once: they are more than half of what a compiler reads here.
+#
+# What a source needs it includes all the same: builds with clang know no precompiled headers, and would miss it.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  set(QX5_PRECOMPILES ON)
+else()
+  set(QX5_PRECOMPILES OFF)
+endif()
+
+set(qx5_common_headers
+  <algorithm> <array> <atomic> <charconv> <chrono> <cmath> <cstddef> <cstdint> <filesystem> <fstream> <functional> <limits>
+  <map> <memory> <mutex> <optional> <span> <stdexcept> <string> <string_view> <thread> <utility> <variant> <vector>
+  <VordalAttributesR/CAttributeMap.h>)
+set(qx5_view_headers <QApplication> <QComboBox> <QLabel> <QLineEdit> <QPointer> <QTimer> <QVBoxLayout> <QWidget>)
+set(qx5_test_headers <gtest/gtest.h> <gmock/gmock.h>)
+
+# qx5_precompile(target headers...): these for all sources of the target. It must link with whatever has them.
+function(qx5_precompile target)
+  if(QX5_PRECOMPILES)
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+  endif()
+endfunction()
+
+# qx5_share_precompiled(name LIBRARIES ... HEADERS ...): a target whose headers others take with
+# qx5_take_precompiled(target name).
+function(qx5_share_precompiled name)
+  cmake_parse_arguments(ARG "" "" "LIBRARIES;HEADERS" ${ARGN})
+  if(QX5_PRECOMPILES)
+    file(GENERATE OUTPUT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp" CONTENT "")
+    add_library(${name} OBJECT "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
+    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} qx5_warnings)
+    target_precompile_headers(${name} PRIVATE ${ARG_HEADERS})
+  endif()
+endfunction()
+function(qx5_take_precompiled target name)
+  if(QX5_PRECOMPILES)
+    target_precompile_headers(${target} REUSE_FROM ${name})
+  endif()
+endfunction()
