@@ -35,7 +35,7 @@ struct SessionEvent
         Sent,     ///< a frame left
         Echoed,   ///< the plug-in reported what was asked for
         Received, ///< a frame arrived
-        Asked,    ///< the plug-in asked the host for a request, for its terminal's sake
+        Asked,    ///< the plug-in asked the host for a request, on behalf of its terminal
         Shown,    ///< the plug-in asked the application for something about its displays
         Dropped,  ///< the plug-in dropped what was asked for, because a value that it needs is found nowhere
     };

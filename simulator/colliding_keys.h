@@ -8,7 +8,7 @@
 namespace qx5::simulator {
 
 /// Of each pair either text leads from the state of the hash (64-bit FNV-1a over code points) behind all pairs before
-/// it to the same state; found by searching. So the pairs strung together, one text of each, are 2^17 different texts
+/// it to the same state; found by searching. So the pairs appended to one another, one text of each, are 2^17 different texts
 /// with one hash.
 inline constexpr std::array<std::array<wchar_t const*, 2>, 17> CollidingTexts{{
     {L"\u03c3\ub0b6!", L"\u03cc\ubaa0\U0008e9bc"},

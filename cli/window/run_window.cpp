@@ -233,7 +233,7 @@ bool WritePicture(QPixmap const& picture, QString const& file, std::string& erro
     QBuffer buffer(&bytes);
     bool const isMade = buffer.open(QIODevice::WriteOnly) && picture.save(&buffer, "PNG");
     QFile target(file);
-    // Without a buffer of its own, which would swallow what a full disk says.
+    // Without a buffer of its own, in which the error of a full disk would be lost.
     if (isMade && target.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && target.write(bytes) == bytes.size()) {
         return true;
     }
@@ -403,7 +403,7 @@ int RunWindow(RunOptions const& options)
         return Complain(ExitFailed, error);
     }
 
-    // Also while it ends: what ends it twice hurries it, and leaves nothing unsaved.
+    // Also while it ends: a second signal changes nothing, and nothing is left unsaved.
     std::optional<EndSignals> signals;
     if (!isPicture) {
         signals.emplace();

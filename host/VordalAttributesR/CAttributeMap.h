@@ -70,7 +70,7 @@ protected:
 ///
 /// References. What a non-const operation hands out (`Add`, `FindCreate`, non-const `GetAttrMap`) stays valid, and
 /// writes through it reach this tree alone, until that child is removed or the tree is destroyed or assigned to. It
-/// makes later copies of this tree dearer, so read through a const tree. What a const operation hands out (`Find`,
+/// makes later copies of this tree slower, so read through a const tree. What a const operation hands out (`Find`,
 /// `FindValue`, const `GetAttrMap`, `GetChild`, iteration) is valid only until the tree is changed by anyone, a merge
 /// included: to keep such a node across a change, copy it.
 ///

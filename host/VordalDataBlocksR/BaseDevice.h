@@ -57,7 +57,7 @@ public:
     virtual CCompOffset GetOffset() const;
 
     // Attributes.
-    /// The subscriptions to this device's attributes; callers cope with null. Stays until the host goes.
+    /// The subscriptions to this device's attributes; null is possible. Stays until the host goes.
     virtual SubscriptionMap* GetAttributeSubscriptionMap();
     /// Merges the tree into the device's attribute tree and notifies, once, the subscribers of any of the tree's
     /// top-level keys, after the merge. Locks on its own. False when nothing was given. `flags` 0, 4 and 15 merge

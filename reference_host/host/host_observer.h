@@ -1,4 +1,4 @@
-// What a tool that looks over the host's shoulder is told, in the order in which it happens.
+// What a tool that watches the host is told, in the order in which it happens.
 #pragma once
 
 #include <VordalAttributesR/CAttributeMap.h>

@@ -18,7 +18,7 @@ namespace {
 thread_local bool isSequencingThread = false;
 
 /// How long before the end of a pause the next ping is rehearsed: enough for some groups whose pauses end together, too
-/// little for the processor to forget again. Once is best: a thread that wakes more often than it must waits longer for
+/// little for the processor's caches to lose it again. Once is best: a thread that wakes more often than it must waits longer for
 /// its turn on a busy system.
 constexpr auto rehearsalAhead = std::chrono::microseconds(250);
 
@@ -53,8 +53,8 @@ void Ping(PingMember const& member, std::vector<BaseDevice*> const& devices)
     member.device->SendMessageW(member.pingRecord, false);
 }
 
-/// Goes where the next ping will go, without any effect. After a long pause the processor has forgotten the way, and
-/// finding it again takes longer than the system takes to wake the thread.
+/// Reads what the next ping will read, without any effect. After a long pause that is no longer in the processor's caches,
+/// and loading it takes longer than the system takes to wake the thread.
 void Rehearse(std::vector<BaseDevice*> const& devices)
 {
     // Volatile, so that the walk is made though nobody asks for the number.
@@ -301,7 +301,7 @@ void PingGroup::TakeTurns(Lock& lock)
             AwaitAndPause(lock, pinged, devices);
         }
         if (!anyPinged) {
-            // Whoever takes the last sonar out of the turn stops the thread in the same breath. One that was passed
+            // Whoever takes the last sonar out of the turn stops the thread at once. One that was passed
             // over may have come back while the lock was open further down the round.
             m_wake.wait(lock, [this] {
                 return m_stopRequested != 0 ||

@@ -39,7 +39,7 @@ std::optional<std::int64_t> StepIndex(std::int64_t index, std::int64_t span, Dir
 
 std::int64_t SpanOf(double least, double greatest)
 {
-    // Limits that are a hair below a whole number count as that number.
+    // Limits that are slightly below a whole number count as that number.
     constexpr double hair = 0.001;
     return std::int64_t{TruncateToInt32(std::floor(greatest + hair))} - TruncateToInt32(std::floor(least + hair));
 }
