@@ -2,13 +2,8 @@
 #pragma once
 
 #include "cli/switched_on.h"
-#include "reference_host/host/host.h"
 #include "reference_host/host/host_observer.h"
-#include "reference_host/link/live_traffic.h"
-#include "reference_host/link/sonar_link.h"
-#include "reference_host/link/x5_port.h"
-#include "reference_host/loader/plugin_loader.h"
-#include "reference_host/store/project_store.h"
+#include "reference_host/project/live_host.h"
 
 #include <atomic>
 #include <chrono>
@@ -127,13 +122,11 @@ private:
 
     CString m_guid; ///< of the application
     SwitchedOn m_switches;
-    vordal::LiveTraffic m_traffic;
-    vordal::Host m_host{vordal::Threading::Threaded};
-    vordal::LinkThread m_linkThread;
-    std::unique_ptr<vordal::PlugIn> m_plugin;
-    std::unique_ptr<vordal::X5Port> m_port;
-    std::unique_ptr<vordal::ProjectStore> m_project;
+    vordal::LiveHost m_host;
+    vordal::StoredProject m_project; ///< the sonar, with what is stored of it
+    std::unique_ptr<vordal::ProjectStore> m_store;
     Device* m_device = nullptr;
+    vordal::SonarLink* m_link = nullptr;
     Subscription m_introduction;
 };
 

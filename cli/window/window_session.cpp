@@ -135,7 +135,6 @@ void PutFleet(vordal::StoredProject& project, vordal::StoredProject const& fleet
 
 WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode) : m_feed(std::move(feed))
 {
-    m_host.SetTraffic(&m_traffic);
     m_host.SetApplication({.guid = L"qx5", .mainWindow = true, .lightMode = lightMode, .displays = {}});
     m_host.SetObserver(this);
 }
@@ -150,45 +149,28 @@ WindowSession::~WindowSession()
 
 bool WindowSession::LoadPlugins(std::vector<std::filesystem::path> const& files, std::size_t told, std::string& error)
 {
-    m_ended = false;
-    m_plugins = std::make_unique<vordal::PlugIns>();
-    std::size_t loaded = 0;
-    bool good = true;
-    // A plug-in that throws is told of like one that says no.
-    m_host.RunAndWait([&] {
-        for (std::size_t i = 0; i < files.size() && good; ++i) {
-            std::string reason;
-            try {
-                if (m_plugins->Add(files[i], reason)) {
-                    ++loaded;
-                    continue;
-                }
-            } catch (std::exception const& failure) {
-                reason = failure.what();
+    bool hasLoaded = false;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        std::string reason;
+        // A plug-in that throws is told of like one that says no.
+        try {
+            if (m_host.LoadPlugIn(files[i], reason)) {
+                hasLoaded = true;
+                continue;
             }
-            if (i < told) {
-                error = reason;
-                good = false;
-            } else {
-                vordal::Log(vordal::LogLevel::Warning, reason);
-                error = reason;
-            }
+        } catch (std::exception const& failure) {
+            reason = failure.what();
         }
-    });
-    if (good && loaded == 0) {
-        good = false;
-        if (error.empty()) {
-            error = "there is no plug-in beside this program; --plugin FILE tells one";
+        error = reason;
+        if (i < told) {
+            return false;
         }
+        vordal::Log(vordal::LogLevel::Warning, reason);
     }
-    return good;
-}
-
-CString WindowSession::SonarClass()
-{
-    CString name;
-    m_host.RunAndWait([&] { name = m_plugins->SonarClass(); });
-    return name;
+    if (!hasLoaded && error.empty()) {
+        error = "there is no plug-in beside this program; --plugin FILE tells one";
+    }
+    return hasLoaded;
 }
 
 bool WindowSession::MakesSonars(CString const& deviceClass)
@@ -213,13 +195,13 @@ bool WindowSession::Begin(std::vector<FleetVessel> const& fleet, std::string con
             m_host.SetItemTexts(sonarGroup, recordingItem, {L"Idle", L"Recording"});
             m_host.SetRoutes({L"Lane 1", L"Lane 2", L"Pipeline"});
         });
-        m_open = std::make_unique<vordal::OpenProject>(m_host, m_linkThread, ProjectOfFleet());
-        if (!m_open->Problems().empty()) {
-            error = m_open->Problems().front();
+        auto const& problems = m_host.Open(ProjectOfFleet()).Problems();
+        if (!problems.empty()) {
+            error = problems.front();
             return false;
         }
         WatchPorts();
-        m_open->Start(*m_plugins);
+        m_host.Start();
     } catch (std::exception const& failure) {
         error = failure.what();
         return false;
@@ -308,7 +290,7 @@ void WindowSession::WatchPorts()
             if (device.port == 0) {
                 continue;
             }
-            auto& port = *m_open->Ports()[number++];
+            auto& port = *m_host.Project()->Ports()[number++];
             auto records = vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View()));
             port.GetLink().SetObserver(std::make_shared<PortWatch>(
                 std::move(records), m_switches.emplace_back(std::make_shared<SwitchedOn>())));
@@ -331,7 +313,7 @@ FleetDevice const* WindowSession::Find(CDataId const& device) const
 CString WindowSession::ViewClassFor(CDataId const& device)
 {
     auto const* const found = DataManager::GetDataManager().FindDevice(device);
-    return found != nullptr ? m_plugins->ViewClassFor(*found) : CString();
+    return found != nullptr ? m_host.LoadedPlugIns().ViewClassFor(*found) : CString();
 }
 
 CAttributeMap& WindowSession::StoredView(CString const& viewClass)
@@ -391,7 +373,7 @@ void WindowSession::SaveSoon()
         return;
     }
     m_host.Post([this, project = ProjectOfWindow()]() mutable {
-        PutFleet(project, m_open->Collect());
+        PutFleet(project, m_host.Project()->Collect());
         m_keeper->Put(std::move(project));
     });
 }
@@ -401,21 +383,15 @@ bool WindowSession::End(std::string& error, std::chrono::milliseconds limit)
     if (std::exchange(m_ended, true)) {
         return true;
     }
-    m_host.Post([this] {
-        if (m_open != nullptr) {
-            m_saved = m_open->Collect();
+    auto const collect = [this] {
+        if (auto const* const open = m_host.Project()) {
+            m_saved = open->Collect();
         }
-        if (m_plugins != nullptr) {
-            m_plugins->ReleaseDevices();
-        }
-        m_host.RemoveAllDevices();
-    });
-    if (!m_host.Stop(limit)) {
+    };
+    if (!m_host.End(limit, collect)) {
         LeaveWithoutHostThread();
     }
     m_keeper.reset();
-    m_open.reset(); // with its connections
-    m_plugins.reset();
     return SaveProject(error);
 }
 

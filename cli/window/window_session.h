@@ -3,13 +3,8 @@
 
 #include "cli/switched_on.h"
 #include "cli/window/project_keeper.h"
-#include "reference_host/host/host.h"
 #include "reference_host/host/host_observer.h"
-#include "reference_host/link/live_traffic.h"
-#include "reference_host/link/sonar_link.h"
-#include "reference_host/loader/plugin_set.h"
-#include "reference_host/project/open_project.h"
-#include "reference_host/store/project_store.h"
+#include "reference_host/project/live_host.h"
 #include "reference_host/window/main_window.h"
 #include "reference_host/window/window_feed.h"
 
@@ -60,7 +55,7 @@ public:
     /// The classes of devices that the plug-ins offer.
     std::vector<CString> DeviceClasses() const { return m_host.DeviceClasses(); }
     /// The first whose devices are sonars; empty when there is none.
-    CString SonarClass();
+    CString SonarClass() { return m_host.SonarClass(); }
     /// Whether devices of that class speak the record protocol.
     bool MakesSonars(CString const& deviceClass);
 
@@ -118,14 +113,10 @@ private:
     std::vector<FleetVessel> m_fleet;
     std::vector<std::shared_ptr<SwitchedOn>> m_switches; ///< of the fleet's sonars, in its order
     bool m_begun = false;                                ///< all of it: what the devices hold is worth keeping
-    bool m_ended = true;
+    bool m_ended = false;
     vordal::StoredProject m_saved; ///< of the fleet; written on the host thread, read when that has ended
 
-    vordal::LiveTraffic m_traffic;
-    vordal::Host m_host{vordal::Threading::Threaded};
-    vordal::LinkThread m_linkThread;
-    std::unique_ptr<vordal::PlugIns> m_plugins;
-    std::unique_ptr<vordal::OpenProject> m_open;
+    vordal::LiveHost m_host;
     std::unique_ptr<ProjectKeeper> m_keeper; ///< once it has begun; tasks of the host thread use it
 };
 

@@ -89,6 +89,7 @@ TEST_F(Projects, AreMadeLoadedAppliedConnectedFollowedAndSaved)
         EXPECT_FALSE(tree.Has(L"Request", 0)) << "a stored request does not come back to life";
 
         project.Start(*plugIns);
+        project.Connect();
         EXPECT_TRUE(Eventually([&] {
             return project.FindPort(L"port-1")->GetLink().IsConnected() &&
                    project.FindPort(L"port-2")->GetLink().IsConnected();
