@@ -54,16 +54,18 @@ bool LiveHost::End(std::chrono::milliseconds limit, Task const& first)
     if (std::exchange(m_hasEnded, true)) {
         return true;
     }
-    auto const takeDown = [this, first] {
-        if (first) {
-            OrOnceMore(first);
-        }
-        OrOnceMore([this] { RemoveAllDevices(); });
-    };
-    OrOnceMore([&] { Post(takeDown); });
+    OrOnceMore([&] {
+        Post([this, first] {
+            if (first) {
+                OrOnceMore(first);
+            }
+            RemoveAllDevices();
+        });
+    });
     if (!Stop(limit)) {
         return false;
     }
+    RemoveAllDevices(); // those that the host thread has left
     m_project.reset();
     m_plugIns.reset();
     return true;
