@@ -1,4 +1,5 @@
-// A host as a program runs it: its sends go over live connections, and it takes down in order what was brought up in it.
+// A host as a program runs it: its sends go over live connections, and it takes down in order what was brought up in
+// it.
 #pragma once
 
 #include "open_project.h"

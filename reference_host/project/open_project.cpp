@@ -16,6 +16,13 @@
 
 namespace vordal {
 
+void AddConnected(StoredProject& project, StoredDevice device, CString const& host, std::uint16_t tcpPort)
+{
+    device.portName = CString(L"port ") + device.dataId.GetKey();
+    project.ports.push_back({device.portName, host, tcpPort, {}});
+    project.devices.push_back(std::move(device));
+}
+
 OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project, LinkOptions const& like)
     : m_host(host), m_project(std::move(project))
 {

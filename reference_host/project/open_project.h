@@ -18,6 +18,9 @@ namespace vordal {
 class Host;
 class PlugIns;
 
+/// Adds a device to the project, on a port of its own that is named by the device's id.
+VORDAL_API void AddConnected(StoredProject& project, StoredDevice device, CString const& host, std::uint16_t tcpPort);
+
 /// Makes a project's vessels, devices and computations in a threaded host, and its ports: a port with a sonar on it
 /// (QX5Device) speaks the record protocol, one with other devices alone hands them what arrives (RawPort). Used from
 /// one thread, which is not the host's; what it does to the host it does on the host thread.

@@ -194,7 +194,7 @@ NearEnd::NearEnd(std::uint16_t port, std::function<void(vordal::LinkOptions&)> c
     }
     vordal::StoredProject project;
     project.vessels = {std::move(vessel)};
-    project.ports = {{L"port-1", L"127.0.0.1", port, {}}};
+    project.ports = {{L"port-1", L"127.0.0.1", port, like.watch}};
     project.devices = {{SonarId(), L"QX5SonarConfigurationControlDevice", L"sonar", L"port-1", true, {}}};
     m_port = dynamic_cast<vordal::X5Port*>(m_host.Open(std::move(project), like).FindPort(L"port-1"));
     m_device = dynamic_cast<QX5Device*>(DataManager::GetDataManager().FindDevice(SonarId()));

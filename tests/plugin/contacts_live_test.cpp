@@ -62,13 +62,14 @@ protected:
     /// A sonar on a live connection to `peer`.
     void Connect()
     {
+        auto const like = vordal::test::OptionsFor(peer.Port());
         vordal::StoredProject project;
         project.vessels = {{.number = 1, .name = L"Vessel", .configuration = {}}};
-        project.ports = {{L"Sonar", L"127.0.0.1", peer.Port(), {}}};
+        project.ports = {{L"Sonar", L"127.0.0.1", peer.Port(), like.watch}};
         project.devices = {{sonarId, L"QX5SonarConfigurationControlDevice", L"sonar", L"Sonar", true, {}}};
         project.devices.front().attributes.Add(L"DeviceId", CVordalInt(7125), 0);
         host.RunAndWait(RegisterDevices);
-        m_link = &host.Open(std::move(project), vordal::test::OptionsFor(peer.Port())).Ports().front()->GetLink();
+        m_link = &host.Open(std::move(project), like).Ports().front()->GetLink();
         device = dynamic_cast<QX5SonarConfigurationControlDevice*>(host.Devices().front());
         host.Start();
         ASSERT_TRUE(vordal::test::Eventually([&] { return m_link->IsConnected(); }));
