@@ -56,12 +56,12 @@ public:
 
     /// False, and one line in `error`, when the plug-in or its device class cannot be had.
     bool LoadPlugin(std::string const& path, std::string& error);
-    /// Takes up what a project keeps of the sonar, as a host does when the project is opened: the device loads its
-    /// attributes and applies them. False, and one line in `error`, when the file cannot be used.
+    /// Takes up what a project keeps of the sonar; before Connect. False, and one line in `error`, when the file cannot
+    /// be used.
     bool OpenProject(std::string const& file, std::string& error);
     /// Keeps the device's attributes in the project; without one it does nothing. False, and why, when that failed.
     bool SaveProject(std::string& error);
-    /// Begins to connect and returns.
+    /// Makes the sonar's device, begins to connect and returns; once. What follows here is for after it.
     void Connect(std::string const& host, std::uint16_t port);
     /// Waits until the connection stands; false, and why, when it does not within the limit.
     bool WaitForConnection(std::chrono::milliseconds limit, std::string& error);
@@ -79,8 +79,8 @@ public:
     /// Hands the request to the device as a view does, and returns when the device has carried it out. False when an
     /// exception ended it; it has been logged.
     bool Request(CAttributeMap const& request);
-    /// Gives the sonar an operator terminal with presets, and the host an application with displays. After LoadPlugin,
-    /// once; what the plug-in asks for is then told, too.
+    /// Gives the sonar an operator terminal with presets, and the host an application with displays. Once;
+    /// what the plug-in asks for is then told, too.
     void AttachTerminal();
     /// Hands a code to the terminal's stream and returns when the plug-in has acted on it.
     void EnterCode(std::uint32_t code);
