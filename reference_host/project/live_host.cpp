@@ -51,7 +51,7 @@ void LiveHost::Start()
 
 bool LiveHost::End(std::chrono::milliseconds limit, Task const& first)
 {
-    if (std::exchange(m_hasEnded, true)) {
+    if (!m_plugIns.has_value()) {
         return true;
     }
     OrOnceMore([&] {

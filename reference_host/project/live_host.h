@@ -29,6 +29,7 @@ public:
 
     /// PlugIns::Add on the host thread.
     bool LoadPlugIn(std::filesystem::path const& file, std::string& reason);
+    /// Until the end.
     PlugIns& LoadedPlugIns() { return *m_plugIns; }
     /// The first class of all whose devices are sonars; empty when there is none.
     CString SonarClass();
@@ -43,15 +44,15 @@ public:
     LinkThread& Links() { return m_linkThread; }
 
     /// Takes down in order: `first` on the host thread, turns of sonars, devices, host thread, connections, plug-ins.
-    /// False when a task on the host thread does not end within the limit: connections and plug-ins are still there.
+    /// False when a task on the host thread does not end within the limit: connections and plug-ins are still there, to
+    /// be taken down by another call.
     bool End(std::chrono::milliseconds limit = std::chrono::seconds(10), Task const& first = {});
 
 private:
     LiveTraffic m_traffic;
     LinkThread m_linkThread;
-    std::optional<PlugIns> m_plugIns{std::in_place};
+    std::optional<PlugIns> m_plugIns{std::in_place}; ///< until its end
     std::unique_ptr<OpenProject> m_project;
-    bool m_hasEnded = false;
 };
 
 } // namespace vordal
