@@ -157,7 +157,6 @@ int main(int argc, char** argv)
         cases.push_back(std::move(sequencing));
     }
 #ifdef QX5_VIEW
-    stage.Host().RunAndWait([&stage] { stage.PlugIn().RegisterViews(); });
     for (Case& view : bench::ViewCases(stage)) {
         cases.push_back(std::move(view));
     }

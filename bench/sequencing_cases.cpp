@@ -167,103 +167,71 @@ private:
     Clock::duration m_late{0};
 };
 
-/// Sonars under ping control for the time of one case. A port for each, or none.
+/// Sonars under ping control for the time of one case; those that have a TCP port here begin to connect to it.
 class ControlledSonars
 {
 public:
     ControlledSonars(Stage& stage, vordal::SonarTraffic& traffic, std::size_t sonars, std::size_t groups,
-                     double overhead, std::vector<BaseIOHandler*> const& ports = {})
+                     double overhead, std::vector<std::uint16_t> const& tcpPorts = {})
         : m_stage(stage)
     {
-        stage.Host().RunAndWait([&] {
-            auto& host = stage.Host();
-            host.SetMainWindow(true);
-            host.SetTraffic(&traffic);
-            for (std::size_t i = 0; i < sonars; ++i) {
-                m_devices.push_back(host.AddDevice(std::make_unique<QX5Device>(), IdOf(i)));
-                CAttributeMap tree;
-                tree.Add(AttributeKey(keys::PingMode.text), CVordalInt(1), 0);
-                tree.Add(AttributeKey(keys::SonarGroupId.text), CVordalInt(static_cast<int>(i % groups)), 0);
-                tree.Add(AttributeKey(keys::Overhead.text), CVordalDouble(overhead), 0);
-                tree.Add(AttributeKey(keys::DeviceId.text), CVordalInt(7125), 0);
-                host.ReplaceAttributes(*m_devices.back(), tree);
-                if (i < ports.size()) {
-                    host.SetPort(*m_devices.back(), ports[i]);
-                }
+        stage.Host().SetMainWindow(true);
+        stage.Host().SetTraffic(&traffic);
+        vordal::StoredProject project;
+        for (std::size_t i = 0; i < sonars; ++i) {
+            vordal::StoredDevice sonar{IdOf(i), L"QX5Device", {}, {}, true, {}};
+            sonar.attributes.Add(AttributeKey(keys::PingMode.text), CVordalInt(1), 0);
+            sonar.attributes.Add(AttributeKey(keys::SonarGroupId.text), CVordalInt(static_cast<int>(i % groups)), 0);
+            sonar.attributes.Add(AttributeKey(keys::Overhead.text), CVordalDouble(overhead), 0);
+            sonar.attributes.Add(AttributeKey(keys::DeviceId.text), CVordalInt(7125), 0);
+            if (i < tcpPorts.size()) {
+                vordal::AddConnected(project, sonar, L"127.0.0.1", tcpPorts[i]);
+            } else {
+                project.devices.push_back(sonar);
             }
-            stage.PlugIn().DiscoverDevices();
-        });
+        }
+        m_project.emplace(stage.Host(), stage.Host().Links(), std::move(project));
+        m_project->Start(stage.Host().LoadedPlugIns());
+        m_project->Connect();
+        for (auto const& port : m_project->Ports()) {
+            while (!port->GetLink().IsConnected()) {
+                std::this_thread::yield();
+            }
+        }
     }
     ControlledSonars(ControlledSonars const&) = delete;
     ControlledSonars& operator=(ControlledSonars const&) = delete;
     ~ControlledSonars()
     {
-        m_stage.Host().RunAndWait([this] {
-            m_stage.PlugIn().ReleaseDevices();
-            for (Device* const device : m_devices) {
-                m_stage.Host().RemoveDevice(device);
-            }
-            m_stage.Host().SetTraffic(nullptr);
-        });
+        m_project.reset();
+        m_stage.Host().SetTraffic(nullptr);
     }
 
     /// Settings data of one sonar, told on the host thread.
-    void Data(std::size_t sonar) { m_stage.Host().PutBlock(m_devices[sonar]->GetDataId(), m_block); }
+    void Data(std::size_t sonar) { m_stage.Host().PutBlock(IdOf(sonar), m_block); }
 
 private:
     Stage& m_stage;
     CDataBlock const m_block = SettingsBlock();
-    std::vector<Device*> m_devices;
+    std::optional<vordal::OpenProject> m_project;
 };
 
-/// One sonar's connection with nothing at the far end but the socket.
-struct Connection
-{
-    explicit Connection(Stage& stage)
-    {
-        vordal::LinkOptions options;
-        options.host = "127.0.0.1";
-        options.port = listener.Port();
-        port = std::make_unique<vordal::X5Port>(stage.Host(), stage.LinkThread(), L"port", options);
-        port->Open();
-        farEnd = listener.Accept();
-        while (!port->GetLink().IsConnected()) {
-            std::this_thread::yield();
-        }
-    }
-    Connection(Connection const&) = delete;
-    Connection& operator=(Connection const&) = delete;
-    ~Connection()
-    {
-        port->Close();
-        CloseSocket(farEnd);
-    }
-
-    Listener listener;
-    std::unique_ptr<vordal::X5Port> port;
-    int farEnd = -1;
-};
-
-/// A simulated sonar on a port of its own, which notes when it pings.
+/// A simulated sonar, which notes when it pings.
 class SimulatedSonar
 {
 public:
-    SimulatedSonar(Stage& stage, double range)
+    explicit SimulatedSonar(double range)
         : m_server({}, [this](qx5::simulator::SonarEvent const& event) { OnEvent(event); })
     {
         std::string answer;
         if (m_server.Start() || !m_server.Command("set x5Range=" + std::to_string(range), answer)) {
             throw std::runtime_error("a simulated sonar cannot be had");
         }
-        vordal::LinkOptions options;
-        options.host = "127.0.0.1";
-        options.port = m_server.Port();
-        m_port = std::make_unique<vordal::X5Port>(stage.Host(), stage.LinkThread(), L"simulated", options);
     }
     SimulatedSonar(SimulatedSonar const&) = delete;
     SimulatedSonar& operator=(SimulatedSonar const&) = delete;
 
-    vordal::X5Port& Port() { return *m_port; }
+    std::uint16_t Port() const { return m_server.Port(); }
     /// When it pinged, once it has done so at least so often.
     std::vector<Clock::time_point> WaitForPings(std::size_t count)
     {
@@ -287,7 +255,6 @@ private:
     std::condition_variable m_changed;
     std::vector<Clock::time_point> m_pings;
     qx5::simulator::SonarServer m_server; // its thread uses what stands above
-    std::unique_ptr<vordal::X5Port> m_port;
 };
 
 void WakeOnTime()
@@ -397,26 +364,15 @@ void MeasurePauses(Stage& stage, std::size_t groups, std::size_t samples, std::v
 /// Rounds of two simulated sonars that take turns: how far each is off range and overhead, shorter or longer.
 void MeasureRounds(Stage& stage, std::size_t samples, std::vector<double>& nanoseconds)
 {
-    auto first = std::make_unique<SimulatedSonar>(stage, 100.0);
-    auto second = std::make_unique<SimulatedSonar>(stage, 200.0);
-    {
-        vordal::LiveTraffic live;
-        ControlledSonars const sonars(stage, live, 2, 1, 120.0, {&first->Port(), &second->Port()});
-        first->Port().Open();
-        second->Port().Open();
-        // The second may join only after the first has had a turn of its own.
-        std::size_t const joined = second->WaitForPings(1).size() + first->WaitForPings(1).size();
-        auto const pings = first->WaitForPings(joined + samples + 1);
-        for (std::size_t i = joined; i < joined + samples; ++i) {
-            nanoseconds.push_back(std::abs(Nanoseconds(pings[i + 1] - pings[i]) - RoundOfTwo));
-        }
-        first->Port().Close();
-        second->Port().Close();
+    SimulatedSonar first(100.0);
+    SimulatedSonar second(200.0);
+    ControlledSonars const sonars(stage, stage.Live(), 2, 1, 120.0, {first.Port(), second.Port()});
+    // The second may join only after the first has had a turn of its own.
+    std::size_t const joined = second.WaitForPings(1).size() + first.WaitForPings(1).size();
+    auto const pings = first.WaitForPings(joined + samples + 1);
+    for (std::size_t i = joined; i < joined + samples; ++i) {
+        nanoseconds.push_back(std::abs(Nanoseconds(pings[i + 1] - pings[i]) - RoundOfTwo));
     }
-    stage.Host().RunAndWait([&] {
-        first.reset();
-        second.reset();
-    });
 }
 
 /// The pauses of MeasurePauses with nothing but threads that sleep until an absolute deadline.
@@ -464,34 +420,27 @@ std::vector<Case> SequencingCases(Stage& stage)
          "settings data of one sonar of two, told on the host thread, until the 92 bytes of the other's ping "
          "were read at its far end; overhead 0",
          300, [&stage](std::size_t samples, std::vector<double>& nanoseconds) {
-             std::array<std::unique_ptr<Connection>, 2> connections;
-             std::vector<BaseIOHandler*> ports;
-             for (auto& connection : connections) {
-                 connection = std::make_unique<Connection>(stage);
-                 ports.push_back(connection->port.get());
-             }
-             {
-                 vordal::LiveTraffic live;
-                 ControlledSonars sonars(stage, live, 2, 1, 0.0, ports);
-                 std::array<unsigned char, pingRateBytes> bytes{};
-                 sonars.Data(0);
-                 ReadAll(connections[0]->farEnd, bytes);
-                 ReadAll(connections[0]->farEnd, std::span(bytes).first(pingBytes));
-                 sonars.Data(1);
-                 ReadAll(connections[1]->farEnd, bytes);
-                 // As a connection does it: on the host thread.
-                 stage.Host().RunAndWait([&] {
-                     for (std::size_t i = 0; i < samples; ++i) {
-                         std::size_t const awaited = i % 2;
-                         Time(1, 1, nanoseconds, [&] {
-                             sonars.Data(awaited);
-                             ReadAll(connections[1 - awaited]->farEnd, std::span(bytes).first(pingBytes));
-                         });
-                     }
-                 });
-             }
-             // Ports go on the host thread, where what they posted has run.
-             stage.Host().RunAndWait([&] { connections = {}; });
+             std::array<Listener, 2> listeners;
+             ControlledSonars sonars(stage, stage.Live(), 2, 1, 0.0, {listeners[0].Port(), listeners[1].Port()});
+             std::array const farEnds{listeners[0].Accept(), listeners[1].Accept()};
+             std::array<unsigned char, pingRateBytes> bytes{};
+             sonars.Data(0);
+             ReadAll(farEnds[0], bytes);
+             ReadAll(farEnds[0], std::span(bytes).first(pingBytes));
+             sonars.Data(1);
+             ReadAll(farEnds[1], bytes);
+             // As a connection does it: on the host thread.
+             stage.Host().RunAndWait([&] {
+                 for (std::size_t i = 0; i < samples; ++i) {
+                     std::size_t const awaited = i % 2;
+                     Time(1, 1, nanoseconds, [&] {
+                         sonars.Data(awaited);
+                         ReadAll(farEnds[1 - awaited], std::span(bytes).first(pingBytes));
+                     });
+                 }
+             });
+             CloseSocket(farEnds[0]);
+             CloseSocket(farEnds[1]);
          }});
     cases.push_back(
         {"bare-hand-over",
@@ -567,8 +516,9 @@ std::vector<Case> SequencingCases(Stage& stage)
                                  sonars.Data(group);
                              }
                              times.WaitFor(groups);
-                             stage.Host().RunAndWait(
-                                 [&] { Time(1, 1, nanoseconds, [&] { stage.PlugIn().ReleaseDevices(); }); });
+                             stage.Host().RunAndWait([&] {
+                                 Time(1, 1, nanoseconds, [&] { stage.Host().LoadedPlugIns().ReleaseDevices(); });
+                             });
                          }
                      }});
     cases.push_back({"groups-waiting-64", "processor time of the whole process in one second in which 64 groups wait",

@@ -24,25 +24,23 @@ CAttributeMap Stage::MakeTree(int nodes)
     return tree;
 }
 
-LiveSonar::LiveSonar(vordal::Host& host, vordal::LinkThread& thread, unsigned short number) : m_host(host)
+LiveSonar::LiveSonar(vordal::LiveHost& host, unsigned short number)
 {
-    vordal::LinkOptions options;
-    options.host = "127.0.0.1";
-    options.port = m_listener.Port();
-    m_port = std::make_unique<vordal::X5Port>(host, thread, L"port", options);
-    host.RunAndWait([&] {
-        m_device =
-            host.AddDevice(host.MakeDevice(L"QX5SonarConfigurationControlDevice"), CDataId(1, 78, number, 1), L"sonar");
-        host.ReplaceAttributes(*m_device, Stage::MakeTree(5000));
-        host.SetPort(*m_device, m_port.get());
-    });
+    CDataId const id(1, 78, number, 1);
+    vordal::StoredProject project;
+    vordal::AddConnected(project,
+                         {id, L"QX5SonarConfigurationControlDevice", L"sonar", {}, true, Stage::MakeTree(5000)},
+                         L"127.0.0.1", m_listener.Port());
+    m_project.emplace(host, host.Links(), std::move(project));
+    m_device = host.Devices().back();
     m_subscription = std::make_unique<Subscription>();
     m_subscription->SetSubscriber(new MemFunNoInfoSubscriber<LiveSonar>(this, &LiveSonar::OnEcho), true);
     m_subscription->SetMap(m_device->GetAttributeSubscriptionMap());
     m_subscription->Subscribe(CString(rangeKey.Text()));
-    m_port->Open();
+    m_project->Start(host.LoadedPlugIns());
+    m_project->Connect();
     m_farEnd = m_listener.Accept();
-    while (!m_port->GetLink().IsConnected()) {
+    while (!m_project->Ports().front()->GetLink().IsConnected()) {
         std::this_thread::yield();
     }
 }
@@ -50,11 +48,7 @@ LiveSonar::LiveSonar(vordal::Host& host, vordal::LinkThread& thread, unsigned sh
 LiveSonar::~LiveSonar()
 {
     m_subscription.reset();
-    m_port->Close();
-    m_host.RunAndWait([this] {
-        m_host.RemoveDevice(m_device);
-        m_port.reset();
-    });
+    m_project.reset();
     CloseSocket(m_farEnd);
 }
 
@@ -75,26 +69,17 @@ void LiveSonar::WaitUntilTold(std::uint64_t times)
 Stage::Stage()
 {
     m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-    m_host.RunAndWait([this] {
-        std::string reason;
-        m_plugin = vordal::PlugIn::Load(PLUGIN_FILE, reason);
-        if (m_plugin == nullptr) {
-            throw std::runtime_error(reason);
-        }
-        m_plugin->RegisterDevices();
-    });
-    m_drained = std::make_unique<LiveSonar>(m_host, m_linkThread, static_cast<unsigned short>(1));
+    if (std::string reason; !m_host.LoadPlugIn(PLUGIN_FILE, reason)) {
+        throw std::runtime_error(reason);
+    }
+    m_drained = std::make_unique<LiveSonar>(m_host, static_cast<unsigned short>(1));
     m_drain = std::make_unique<Drain>(m_drained->FarEnd());
-    m_read = std::make_unique<LiveSonar>(m_host, m_linkThread, static_cast<unsigned short>(2));
+    m_read = std::make_unique<LiveSonar>(m_host, static_cast<unsigned short>(2));
 }
 
 Stage::~Stage()
 {
     m_drain.reset();
-    m_drained.reset();
-    m_read.reset();
-    m_host.RunAndWait([this] { m_plugin.reset(); });
-    m_host.Stop();
 }
 
 void Stage::OnHostRecorded(std::function<void()> const& work)
@@ -108,7 +93,7 @@ void Stage::OnHostRecorded(std::function<void()> const& work)
 void Stage::OnHostLive(std::function<void()> const& work)
 {
     m_host.RunAndWait([&] {
-        m_host.SetTraffic(&m_live);
+        m_host.SetTraffic(m_live);
         work();
     });
 }

@@ -3,16 +3,13 @@
 
 #include "loopback.h"
 #include "measure.h"
-#include "reference_host/host/host.h"
-#include "reference_host/link/live_traffic.h"
-#include "reference_host/link/sonar_link.h"
-#include "reference_host/link/x5_port.h"
-#include "reference_host/loader/plugin_loader.h"
+#include "reference_host/project/live_host.h"
 #include <VordalAttributesR/AttributeKey.h>
 #include <protocol/records/shared_keys.h>
 
 #include <atomic>
 #include <memory>
+#include <optional>
 
 namespace bench {
 
@@ -49,7 +46,7 @@ private:
 class LiveSonar
 {
 public:
-    LiveSonar(vordal::Host& host, vordal::LinkThread& thread, unsigned short number);
+    LiveSonar(vordal::LiveHost& host, unsigned short number);
     LiveSonar(LiveSonar const&) = delete;
     LiveSonar& operator=(LiveSonar const&) = delete;
     ~LiveSonar();
@@ -63,9 +60,8 @@ public:
 private:
     void OnEcho();
 
-    vordal::Host& m_host;
     Listener m_listener;
-    std::unique_ptr<vordal::X5Port> m_port;
+    std::optional<vordal::OpenProject> m_project;
     Device* m_device = nullptr;
     std::unique_ptr<Subscription> m_subscription;
     CAttributeMap m_seen; ///< the tree as the subscriber last copied it, as a view does
@@ -83,13 +79,12 @@ public:
     Stage& operator=(Stage const&) = delete;
     ~Stage();
 
-    vordal::Host& Host() { return m_host; }
-    vordal::PlugIn& PlugIn() { return *m_plugin; }
-    vordal::LinkThread& LinkThread() { return m_linkThread; }
+    vordal::LiveHost& Host() { return m_host; }
     LiveSonar& Drained() { return *m_drained; }
     Drain& DrainThread() { return *m_drain; }
     LiveSonar& Read() { return *m_read; }
-    vordal::LinkThread& Links() { return m_linkThread; }
+    /// What sends over the connections.
+    vordal::SonarTraffic& Live() { return *m_live; }
 
     /// Runs on the host thread with sends going to a recorder, or to the live connections.
     void OnHostRecorded(std::function<void()> const& work);
@@ -100,10 +95,8 @@ public:
 
 private:
     CountingTraffic m_recorder;
-    vordal::LiveTraffic m_live;
-    vordal::Host m_host{vordal::Threading::Threaded};
-    vordal::LinkThread m_linkThread;
-    std::unique_ptr<vordal::PlugIn> m_plugin;
+    vordal::LiveHost m_host;
+    vordal::SonarTraffic* const m_live = m_host.Traffic();
     std::unique_ptr<LiveSonar> m_drained;
     std::unique_ptr<Drain> m_drain;
     std::unique_ptr<LiveSonar> m_read;

@@ -52,7 +52,7 @@ public:
         stage.Host().SetFileFolders({m_folder});
         stage.Host().Targets().SetActive(m_targetFile);
         SonarTargetsManager::Instance().geoTiffOutputEnabled = true;
-        m_sonar = std::make_unique<LiveSonar>(stage.Host(), stage.Links(), static_cast<unsigned short>(3));
+        m_sonar = std::make_unique<LiveSonar>(stage.Host(), static_cast<unsigned short>(3));
         stage.Host().Targets().SetActive(CString());
         CAttributeMap identity;
         identity.Add(deviceIdKey, CVordalInt(7125), 0);

@@ -32,13 +32,9 @@ CDataId const shownSonar(1, 78, 9, 1);
 class ViewedSonar
 {
 public:
-    explicit ViewedSonar(vordal::Host& host) : m_host(host)
+    explicit ViewedSonar(vordal::LiveHost& host)
+        : m_host(host), m_project(host, host.Links(), Project()), m_device(host.Devices().back())
     {
-        m_host.RunAndWait([this] {
-            m_device =
-                m_host.AddDevice(m_host.MakeDevice(L"QX5SonarConfigurationControlDevice"), shownSonar, L"viewed");
-            m_host.ReplaceAttributes(*m_device, Stage::MakeTree(2000));
-        });
         m_host.SetWindowThread({});
         vordal::DisplayContent content;
         content.viewClass = L"QX5SonarConfigurationView";
@@ -57,7 +53,6 @@ public:
     {
         m_display.reset();
         m_host.EndWindowThread();
-        m_host.RunAndWait([this] { m_host.RemoveDevice(m_device); });
     }
 
     /// The sonar tells a value that it has told before.
@@ -80,8 +75,17 @@ public:
 private:
     static constexpr AttributeKey protocolKey{qx5::protocol::keys::x5Range.text};
 
+    static vordal::StoredProject Project()
+    {
+        vordal::StoredProject project;
+        project.devices = {
+            {shownSonar, L"QX5SonarConfigurationControlDevice", L"viewed", {}, true, Stage::MakeTree(2000)}};
+        return project;
+    }
+
     vordal::Host& m_host;
-    Device* m_device = nullptr;
+    vordal::OpenProject m_project;
+    Device* const m_device;
     std::unique_ptr<vordal::Display> m_display;
 };
 

@@ -12,6 +12,7 @@
 #include <protocol/bytes.h>
 #include <protocol/records/all.h>
 #include <protocol/settings_keys.h>
+#include <protocol/utf8.h>
 #include <tvcoreR/Utf8.h>
 
 #include "reference_host/attributes/host_keys.h"
@@ -20,7 +21,6 @@
 #include <array>
 #include <charconv>
 #include <filesystem>
-#include <new>
 #include <thread>
 
 #include <fmt/format.h>
@@ -111,78 +111,50 @@ private:
 
 Session::Session(Listener listener, CString guid) : m_listener(std::move(listener)), m_guid(std::move(guid))
 {
-    m_host.SetTraffic(&m_traffic);
     m_host.SetObserver(this);
     // Asked before there is an application, the host tells the GUID that it made for this run.
     if (m_guid.View().empty()) {
         m_guid = CVordalBaseApp::GetAppInstanceGuid();
     }
     m_host.SetApplication({.guid = m_guid, .mainWindow = false, .lightMode = 4, .displays = {}});
-    m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
     m_host.SetItemTexts(78, 2701, {L"Idle", L"Recording"}); // the states of recording
+    m_project.vessels = {{.number = 1, .name = L"Vessel", .configuration = {}}};
+    m_project.devices = {{.dataId = SonarId(),
+                          .className = {},
+                          .name = L"sonar",
+                          .portName = L"port-1",
+                          .enabled = true,
+                          .attributes = {}}};
 }
 
 Session::~Session()
 {
-    // First the connection, then the device, then the code that the device is made of.
-    if (m_port != nullptr) {
-        m_port->Close();
-    }
-    auto const end = [this] {
-        m_introduction.Unsubscribe();
-        if (m_plugin != nullptr) {
-            m_plugin->ReleaseDevices();
-        }
-        m_host.RemoveAllDevices();
-    };
-    try {
-        m_host.RunAndWait(end);
-        m_host.Stop();
-    } catch (std::bad_alloc const&) {
-        m_host.Stop();
-        end();
-    }
-    m_port.reset();
-    m_plugin.reset();
+    m_host.End(std::chrono::seconds(10), [this] { m_introduction.Unsubscribe(); });
 }
 
 bool Session::LoadPlugin(std::string const& path, std::string& error)
 {
-    bool loaded = false;
-    m_host.RunAndWait([&] {
-        m_plugin = vordal::PlugIn::Load(path, error);
-        if (m_plugin == nullptr) {
-            return;
-        }
-        m_plugin->RegisterDevices();
-        std::unique_ptr<Device> device = m_host.MakeDevice(m_plugin->SonarClass());
-        if (device == nullptr) {
-            error = fmt::format("{}: the plug-in does not offer the sonar's device class", path);
-            return;
-        }
-        m_device = m_host.AddDevice(std::move(device), SonarId(), L"sonar");
-        m_host.ApplyDevice(*m_device, true);
-        m_introduction.SetSubscriber(new MemFunNoInfoSubscriber<Session>(this, &Session::OnDeviceIdChange), true);
-        m_introduction.SetMap(m_device->GetAttributeSubscriptionMap());
-        m_introduction.Subscribe(CString(protocol::keys::DeviceId.text));
-        loaded = true;
-    });
-    return loaded;
+    if (!m_host.LoadPlugIn(path, error)) {
+        return false;
+    }
+    CString& deviceClass = m_project.devices.front().className;
+    deviceClass = m_host.SonarClass();
+    if (deviceClass.IsEmpty()) {
+        error = fmt::format("{}: the plug-in does not offer the sonar's device class", path);
+    }
+    return !deviceClass.IsEmpty();
 }
 
 bool Session::OpenProject(std::string const& file, std::string& error)
 {
     try {
-        m_project = std::make_unique<vordal::ProjectStore>(file);
+        m_store = std::make_unique<vordal::ProjectStore>(file);
         m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
-        vordal::StoredProject const project = m_project->Load();
-        m_host.RunAndWait([&] { m_host.SetToldLimits(*m_device, project.toldLimits); });
-        for (vordal::StoredDevice const& stored : project.devices) {
-            if (stored.dataId == SonarId()) {
-                m_host.RunAndWait([&] {
-                    m_host.LoadDevice(*m_device, stored.attributes);
-                    m_host.ApplyDevice(*m_device, true);
-                });
+        vordal::StoredProject const stored = m_store->Load();
+        m_project.toldLimits = stored.toldLimits;
+        for (vordal::StoredDevice const& device : stored.devices) {
+            if (device.dataId == SonarId()) {
+                m_project.devices.front().attributes = device.attributes;
             }
         }
         return true;
@@ -194,19 +166,15 @@ bool Session::OpenProject(std::string const& file, std::string& error)
 
 bool Session::SaveProject(std::string& error)
 {
-    if (m_project == nullptr) {
+    if (m_store == nullptr) {
         return true;
     }
     try {
-        auto const attributes = Attributes();
+        auto sonar = m_project.devices.front();
+        sonar.attributes = Attributes();
         // What else the project says of a device that it has stays as it is.
-        if (!m_project->SaveAttributes(SonarId(), attributes)) {
-            m_project->SaveDevice({.dataId = SonarId(),
-                                   .className = m_device->GetDeviceDriverName(),
-                                   .name = L"sonar",
-                                   .portName = L"port-1",
-                                   .enabled = true,
-                                   .attributes = attributes});
+        if (!m_store->SaveAttributes(sonar.dataId, sonar.attributes)) {
+            m_store->SaveDevice(sonar);
         }
         return true;
     } catch (vordal::StoreError const& failure) {
@@ -217,29 +185,23 @@ bool Session::SaveProject(std::string& error)
 
 void Session::Connect(std::string const& host, std::uint16_t port)
 {
-    vordal::LinkOptions options;
-    options.host = host;
-    options.port = port;
     m_endpoint = fmt::format("{}:{}", host, port);
-    m_port = std::make_unique<vordal::X5Port>(m_host, m_linkThread, L"port-1", options);
-    m_port->GetLink().SetObserver(std::make_shared<Monitor>(*this));
-    m_port->SetStatusListener([this](vordal::LinkStatus const& status) {
+    m_project.ports = {{L"port-1", CString(protocol::DecodeUtf8(host)), port, {}}};
+    auto& livePort = *m_host.Open(m_project).Ports().front();
+    m_device = m_host.Devices().front();
+    m_link = &livePort.GetLink();
+    m_link->SetObserver(std::make_shared<Monitor>(*this));
+    livePort.SetStatusListener([this](vordal::LinkStatus const& status) {
         {
             std::lock_guard const lock(m_stateMutex);
             m_status = status;
         }
         m_stateChanged.notify_all();
     });
-    m_host.RunAndWait([&] {
-        // The devices are there and know what the project keeps of them.
-        m_plugin->RegisterViews();
-        m_plugin->InitializeTemplates(m_host.Application());
-        CDataId const& id = m_device->GetDataId();
-        m_plugin->DeviceCtrlInit(id.GetVessel(), id.GetGroupId(), id.GetDeviceNum(), id.GetType());
-        m_device->SetPortName(L"port-1");
-        m_host.SetPort(*m_device, m_port.get());
-    });
-    m_port->Open();
+    m_introduction.SetSubscriber(new MemFunNoInfoSubscriber<Session>(this, &Session::OnDeviceIdChange), true);
+    m_introduction.SetMap(m_device->GetAttributeSubscriptionMap());
+    m_introduction.Subscribe(CString(protocol::keys::DeviceId.text));
+    m_host.Start();
 }
 
 bool Session::WaitForConnection(std::chrono::milliseconds limit, std::string& error)
@@ -281,8 +243,8 @@ void Session::OnDeviceIdChange()
 bool Session::WaitUntilSent(std::chrono::milliseconds limit)
 {
     auto const deadline = std::chrono::steady_clock::now() + limit;
-    while (m_port->GetLink().GetQueuedBytes() != 0) {
-        if (std::chrono::steady_clock::now() > deadline || !m_port->GetLink().IsConnected()) {
+    while (m_link->GetQueuedBytes() != 0) {
+        if (std::chrono::steady_clock::now() > deadline || !m_link->IsConnected()) {
             return false;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -354,7 +316,7 @@ CAttributeMap Session::Attributes()
 
 vordal::LinkCounters Session::Counters() const
 {
-    return m_port->GetLink().GetCounters();
+    return m_link->GetCounters();
 }
 
 void Session::OnHost(std::function<void(vordal::Host&, Device&)> const& task)

@@ -2,13 +2,8 @@
 #pragma once
 
 #include "cli/switched_on.h"
-#include "reference_host/host/host.h"
 #include "reference_host/host/host_observer.h"
-#include "reference_host/link/live_traffic.h"
-#include "reference_host/link/sonar_link.h"
-#include "reference_host/link/x5_port.h"
-#include "reference_host/loader/plugin_loader.h"
-#include "reference_host/store/project_store.h"
+#include "reference_host/project/live_host.h"
 
 #include <atomic>
 #include <chrono>
@@ -61,12 +56,12 @@ public:
 
     /// False, and one line in `error`, when the plug-in or its device class cannot be had.
     bool LoadPlugin(std::string const& path, std::string& error);
-    /// Takes up what a project keeps of the sonar, as a host does when the project is opened: the device loads its
-    /// attributes and applies them. False, and one line in `error`, when the file cannot be used.
+    /// Takes up what a project keeps of the sonar; before Connect. False, and one line in `error`, when the file cannot
+    /// be used.
     bool OpenProject(std::string const& file, std::string& error);
     /// Keeps the device's attributes in the project; without one it does nothing. False, and why, when that failed.
     bool SaveProject(std::string& error);
-    /// Begins to connect and returns.
+    /// Makes the sonar's device, begins to connect and returns; once. What follows here is for after it.
     void Connect(std::string const& host, std::uint16_t port);
     /// Waits until the connection stands; false, and why, when it does not within the limit.
     bool WaitForConnection(std::chrono::milliseconds limit, std::string& error);
@@ -84,8 +79,8 @@ public:
     /// Hands the request to the device as a view does, and returns when the device has carried it out. False when an
     /// exception ended it; it has been logged.
     bool Request(CAttributeMap const& request);
-    /// Gives the sonar an operator terminal with presets, and the host an application with displays. After LoadPlugin,
-    /// once; what the plug-in asks for is then told, too.
+    /// Gives the sonar an operator terminal with presets, and the host an application with displays. Once;
+    /// what the plug-in asks for is then told, too.
     void AttachTerminal();
     /// Hands a code to the terminal's stream and returns when the plug-in has acted on it.
     void EnterCode(std::uint32_t code);
@@ -127,13 +122,11 @@ private:
 
     CString m_guid; ///< of the application
     SwitchedOn m_switches;
-    vordal::LiveTraffic m_traffic;
-    vordal::Host m_host{vordal::Threading::Threaded};
-    vordal::LinkThread m_linkThread;
-    std::unique_ptr<vordal::PlugIn> m_plugin;
-    std::unique_ptr<vordal::X5Port> m_port;
-    std::unique_ptr<vordal::ProjectStore> m_project;
+    vordal::LiveHost m_host;
+    vordal::StoredProject m_project; ///< the sonar, with what is stored of it
+    std::unique_ptr<vordal::ProjectStore> m_store;
     Device* m_device = nullptr;
+    vordal::SonarLink* m_link = nullptr;
     Subscription m_introduction;
 };
 

@@ -141,7 +141,11 @@ Stage::Stage(Sonars& sonars, RequestWatch& watch, std::filesystem::path const& f
         std::filesystem::remove(project);
     }
     if (!std::filesystem::exists(project)) {
-        MakeProject(project);
+        try {
+            vordal::ProjectStore(project).Save(Fleet());
+        } catch (vordal::StoreError const& failure) {
+            throw Broken(failure.what());
+        }
     }
     m_sonars.ControlChanges();
     bool const isBegun = m_session->Begin(Fleet(), project.string(), error);
@@ -176,35 +180,17 @@ Stage::Stage(Sonars& sonars, RequestWatch& watch, std::filesystem::path const& f
 
 Stage::~Stage() = default;
 
-void Stage::MakeProject(std::filesystem::path const& file)
+vordal::StoredProject Stage::Fleet()
 {
-    vordal::StoredProject project;
-    project.toldLimits = toldLimits;
+    vordal::StoredProject fleet;
+    fleet.toldLimits = toldLimits;
+    fleet.vessels = {cli::MakeVessel(1, L"Survey vessel", true), cli::MakeVessel(2, L"ROV", false)};
     for (std::size_t i = 0; i < SonarCount; ++i) {
-        project.devices.push_back({IdOf(i), m_sonarClass, NameOf(i), {}, true, ConfigurationOf(i)});
+        vordal::AddConnected(fleet, {IdOf(i), m_sonarClass, NameOf(i), {}, true, ConfigurationOf(i)}, L"127.0.0.1",
+                             m_sonars.Port(i));
     }
     for (std::size_t const i : withTerminal) {
-        project.devices.push_back({TerminalOf(i), L"Device", NameOf(i) + L"'s terminal", {}, true, Presets()});
-    }
-    try {
-        vordal::ProjectStore(file).Save(project);
-    } catch (vordal::StoreError const& failure) {
-        throw Broken(failure.what());
-    }
-}
-
-std::vector<cli::FleetVessel> Stage::Fleet()
-{
-    std::vector<cli::FleetVessel> fleet(2);
-    fleet[0] = {.number = 1, .name = L"Survey vessel", .detectsPipes = true, .devices = {}};
-    fleet[1] = {.number = 2, .name = L"ROV", .detectsPipes = false, .devices = {}};
-    for (std::size_t i = 0; i < SonarCount; ++i) {
-        fleet[VesselOf(i) - 1U].devices.push_back(
-            {IdOf(i), m_sonarClass, NameOf(i), "127.0.0.1", m_sonars.Port(i), true, true});
-    }
-    for (std::size_t const i : withTerminal) {
-        fleet[VesselOf(i) - 1U].devices.push_back(
-            {TerminalOf(i), L"Device", NameOf(i) + L"'s terminal", {}, 0, false, false});
+        fleet.devices.push_back({TerminalOf(i), L"Device", NameOf(i) + L"'s terminal", {}, true, Presets()});
     }
     return fleet;
 }

@@ -72,8 +72,8 @@ private:
         BaseIOHandler* port = nullptr; ///< the project's
     };
 
-    std::vector<cli::FleetVessel> Fleet();
-    void MakeProject(std::filesystem::path const& file);
+    /// What a new project begins with.
+    vordal::StoredProject Fleet();
     void Remember();
 
     Sonars& m_sonars;

@@ -2,10 +2,7 @@
 #include "cli/demos/demos.h"
 #include "cli/output.h"
 #include "cli/plugins.h"
-#include "reference_host/host/host.h"
-#include "reference_host/link/live_traffic.h"
-#include "reference_host/link/x5_port.h"
-#include "reference_host/loader/plugin_loader.h"
+#include "reference_host/project/live_host.h"
 
 #include <simulator/sonar_server.h>
 
@@ -153,57 +150,33 @@ private:
     std::string const m_columns;
 };
 
-/// The sonars, the host with the plug-in, and the connections between them.
+/// The sonars, and the host with the project that they are in.
 class Fleet
 {
 public:
     Fleet(Timeline& timeline, int sonars) : m_timeline(timeline), m_sonars(sonars)
     {
-        m_host.SetTraffic(&m_traffic);
         m_host.SetMainWindow(true); // this terminal
-        m_host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
-    }
-    Fleet(Fleet const&) = delete;
-    Fleet& operator=(Fleet const&) = delete;
-    ~Fleet()
-    {
-        // First the turns, then the connections, the devices, and the code that they are made of.
-        m_host.RunAndWait([this] {
-            if (m_plugin != nullptr) {
-                m_plugin->ReleaseDevices();
-            }
-        });
-        for (auto const& port : m_ports) {
-            port->Close();
-        }
-        m_host.RunAndWait([this] { m_host.RemoveAllDevices(); });
-        m_host.Stop();
-        m_ports.clear();
-        m_plugin.reset();
     }
 
     /// False, and why, when a sonar or the plug-in cannot be had.
     bool Begin(std::string const& plugin, std::string& error)
     {
-        m_host.RunAndWait([&] {
-            m_plugin = vordal::PlugIn::Load(plugin, error);
-            if (m_plugin != nullptr) {
-                m_plugin->RegisterDevices();
-            }
-        });
-        if (m_plugin == nullptr) {
+        if (!m_host.LoadPlugIn(plugin, error)) {
             return false;
         }
+        vordal::StoredProject project;
+        project.vessels = {{.number = 1, .name = L"Vessel", .configuration = {}}};
         for (int sonar = 0; sonar < m_sonars; ++sonar) {
-            if (!AddSonar(sonar, error)) {
+            if (!AddSonar(sonar, project, error)) {
                 return false;
             }
         }
-        // Discovery comes with the templates, once the devices are there.
-        m_host.RunAndWait([this] { m_plugin->InitializeTemplates(m_host.Application()); });
-        for (auto const& port : m_ports) {
-            port->Open();
+        if (!m_host.Open(std::move(project)).Problems().empty()) {
+            error = "the plug-in does not offer the sonar's device class";
+            return false;
         }
+        m_host.Start();
         return true;
     }
 
@@ -217,7 +190,7 @@ public:
 private:
     static CDataId IdOf(int sonar) { return CDataId(1, 78, static_cast<unsigned short>(sonar + 1), 1); }
 
-    bool AddSonar(int sonar, std::string& error)
+    bool AddSonar(int sonar, vordal::StoredProject& project, std::string& error)
     {
         Setting const& setting = SettingOf(sonar);
         m_servers.push_back(std::make_unique<simulator::SonarServer>(
@@ -230,38 +203,22 @@ private:
         Command(sonar, fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5Range.text), setting.range));
         Command(sonar, fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5SoundVelocity.text),
                                    setting.soundSpeed));
-        vordal::LinkOptions options;
-        options.host = "127.0.0.1";
-        options.port = m_servers.back()->Port();
-        CString const name(L"port-" + std::to_wstring(sonar + 1));
-        m_ports.push_back(std::make_unique<vordal::X5Port>(m_host, m_linkThread, name, options));
-        m_host.RunAndWait([&] {
-            auto* const device = m_host.AddDevice(m_host.MakeDevice(m_plugin->SonarClass()), IdOf(sonar), L"sonar");
-            if (device == nullptr) {
-                error = "the plug-in does not offer the sonar's device class";
-                return;
-            }
-            CAttributeMap tree;
-            tree.Add(AttributeKey(protocol::keys::PingMode.text), CVordalInt(1), 0);
-            tree.Add(AttributeKey(protocol::keys::SonarGroupId.text), CVordalInt(m_timeline.Group(sonar) + 1), 0);
-            tree.Add(AttributeKey(protocol::keys::Overhead.text), CVordalDouble(setting.overhead), 0);
-            tree.Add(AttributeKey(protocol::keys::DeviceId.text), CVordalInt(simulator::model::DeviceId), 0);
-            tree.Add(AttributeKey(protocol::keys::DeviceEnum.text), CVordalInt(0), 0);
-            m_host.ReplaceAttributes(*device, tree);
-            device->SetPortName(name);
-            m_host.SetPort(*device, m_ports.back().get());
-        });
-        return error.empty();
+        CAttributeMap tree;
+        tree.Add(AttributeKey(protocol::keys::PingMode.text), CVordalInt(1), 0);
+        tree.Add(AttributeKey(protocol::keys::SonarGroupId.text), CVordalInt(m_timeline.Group(sonar) + 1), 0);
+        tree.Add(AttributeKey(protocol::keys::Overhead.text), CVordalDouble(setting.overhead), 0);
+        tree.Add(AttributeKey(protocol::keys::DeviceId.text), CVordalInt(simulator::model::DeviceId), 0);
+        tree.Add(AttributeKey(protocol::keys::DeviceEnum.text), CVordalInt(0), 0);
+        CString const port(L"port-" + std::to_wstring(sonar + 1));
+        project.ports.push_back({port, L"127.0.0.1", m_servers.back()->Port(), {}});
+        project.devices.push_back({IdOf(sonar), m_host.SonarClass(), L"sonar", port, true, tree});
+        return true;
     }
 
     Timeline& m_timeline;
     int const m_sonars;
     std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
-    vordal::LiveTraffic m_traffic;
-    vordal::Host m_host{vordal::Threading::Threaded};
-    vordal::LinkThread m_linkThread;
-    std::unique_ptr<vordal::PlugIn> m_plugin;
-    std::vector<std::unique_ptr<vordal::X5Port>> m_ports;
+    vordal::LiveHost m_host;
 };
 
 } // namespace

@@ -12,6 +12,7 @@
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/controls/window_thread.h"
 #include "reference_host/host/log.h"
+#include "reference_host/link/settings_data.h"
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
 #include "reference_host/window/record_monitor.h"
@@ -59,8 +60,7 @@ constexpr auto saveInterval = 2s;
 constexpr std::chrono::milliseconds endLimit = 5s;
 constexpr std::chrono::milliseconds hurriedLimit = 500ms;
 
-/// Groups of ids: of sonars, and of the devices of other instruments.
-constexpr unsigned short sonarGroup = 78;
+/// Group of the ids of other instruments' devices.
 constexpr unsigned short otherGroup = 500;
 
 std::string JoinedNames(std::vector<CString> const& names)
@@ -72,7 +72,7 @@ std::string JoinedNames(std::vector<CString> const& names)
     return text.empty() ? "none" : text;
 }
 
-/// The vessels and devices of the session; simulated sonars are started.
+/// The vessels and devices of the session, as a project; simulated sonars are started.
 class Fleet
 {
 public:
@@ -88,107 +88,97 @@ public:
                                                     "those that there are: {}",
                                                     JoinedNames(session.DeviceClasses())));
         }
-        auto const sonar = [&](unsigned short number, unsigned short vessel, CString const& name) {
-            return FleetDevice{CDataId(1, sonarGroup, number, vessel), sonarClass, name, {}, 0, true};
+        auto const add = [&](unsigned short number, unsigned short vessel, CString const& name) {
+            CDataId const id(1, vordal::SonarDataGroup, number, vessel);
+            auto const told = options.sonar.empty() ? std::nullopt : std::optional(options.sonar);
+            return Add({id, sonarClass, name, {}, true, {}}, "--sonar: ", told);
         };
         if (!options.sonar.empty()) {
-            FleetDevice told = sonar(1, 1, L"Sonar");
-            std::string error;
-            if (!ParseEndpoint(options.sonar, told.host, told.port, error)) {
-                return Complain(ExitWrong, "--sonar: " + error);
-            }
-            m_vessels = {{.number = 1, .name = L"Vessel", .detectsPipes = true, .devices = {told}}};
-            return ExitGood;
+            m_project.vessels = {MakeVessel(1, L"Vessel", true)};
+            return add(1, 1, L"Sonar");
         }
-        m_vessels = {{.number = 1,
-                      .name = L"Survey vessel",
-                      .detectsPipes = false,
-                      .devices = {sonar(1, 1, L"Hull sonar"), sonar(2, 1, L"Pole sonar")}},
-                     {.number = 2, .name = L"ROV", .detectsPipes = true, .devices = {sonar(1, 2, L"ROV sonar")}}};
-        return StartSimulated();
+        m_project.vessels = {MakeVessel(1, L"Survey vessel", false), MakeVessel(2, L"ROV", true)};
+        int code = add(1, 1, L"Hull sonar");
+        code = code == ExitGood ? add(2, 1, L"Pole sonar") : code;
+        return code == ExitGood ? add(1, 2, L"ROV sonar") : code;
     }
 
-    std::vector<FleetVessel> const& Vessels() const { return m_vessels; }
-    FleetDevice const& First() const { return m_vessels.front().devices.front(); }
-    bool IsSimulated() const { return !m_servers.empty(); }
+    vordal::StoredProject const& Project() const { return m_project; }
+    vordal::StoredDevice const& First() const { return m_project.devices.front(); }
+    /// The sonars that this program has started.
+    std::vector<CDataId> const& Simulated() const { return m_simulated; }
 
     /// "simulated sonars listen on 127.0.0.1:40001, 127.0.0.1:40002"
     std::string Where() const
     {
-        std::string simulated;
-        std::string told;
-        for (FleetVessel const& vessel : m_vessels) {
-            for (FleetDevice const& device : vessel.devices) {
-                if (device.port == 0) {
-                    continue;
-                }
-                std::string& text = device.isSimulated ? simulated : told;
-                text += fmt::format("{}{}:{}", text.empty() ? "" : ", ", device.host, device.port);
-            }
-        }
-        if (simulated.empty() && told.empty()) {
+        if (m_simulatedAt.empty() && m_toldAt.empty()) {
             return "its devices have no connection";
         }
-        std::string const of = m_vessels.front().devices.front().isSonar ? "its sonar is " : "its device is at ";
-        return simulated.empty()
-                   ? of + told
-                   : "simulated sonars listen on " + simulated + (told.empty() ? "" : ", others at " + told);
+        std::string const of = IsSonar(First().dataId) ? "its sonar is " : "its device is at ";
+        return m_simulatedAt.empty() ? of + m_toldAt
+                                     : "simulated sonars listen on " + m_simulatedAt +
+                                           (m_toldAt.empty() ? "" : ", others at " + m_toldAt);
     }
 
 private:
     /// CLASS or CLASS=HOST:PORT each.
     int BeginDevices(std::vector<std::string> const& devices, WindowSession& session)
     {
-        FleetVessel vessel{.number = 1, .name = L"Vessel", .detectsPipes = false, .devices = {}};
         auto const classes = session.DeviceClasses();
+        bool hasSonar = false;
         unsigned short number = 0;
         for (std::string const& text : devices) {
             auto const equals = text.find('=');
-            FleetDevice device;
-            device.className = CString(protocol::DecodeUtf8(text.substr(0, equals)));
-            if (std::find(classes.begin(), classes.end(), device.className) == classes.end()) {
+            CString const className(protocol::DecodeUtf8(text.substr(0, equals)));
+            if (std::find(classes.begin(), classes.end(), className) == classes.end()) {
                 return Complain(ExitWrong, fmt::format("--device: no plug-in offers the class '{}'; there are: {}",
                                                        text.substr(0, equals), JoinedNames(classes)));
             }
-            std::string error;
-            if (equals != std::string::npos &&
-                !ParseEndpoint(text.substr(equals + 1), device.host, device.port, error)) {
-                return Complain(ExitWrong, "--device: " + error);
-            }
-            device.isSonar = session.MakesSonars(device.className);
-            vessel.detectsPipes = vessel.detectsPipes || device.isSonar;
+            bool const isSonar = session.MakesSonars(className);
+            hasSonar = hasSonar || isSonar;
             ++number;
-            device.id = CDataId(1, device.isSonar ? sonarGroup : otherGroup, number, vessel.number);
-            device.name =
-                devices.size() == 1 ? device.className : device.className + CString(L" " + std::to_wstring(number));
-            vessel.devices.push_back(device);
-        }
-        m_vessels = {vessel};
-        return StartSimulated();
-    }
-
-    /// Starts a simulated sonar for each sonar that is not told where it is.
-    int StartSimulated()
-    {
-        for (FleetVessel& vessel : m_vessels) {
-            for (FleetDevice& device : vessel.devices) {
-                if (!device.isSonar || device.port != 0) {
-                    continue;
-                }
-                simulator::ServerOptions onFreePort;
-                device.host = onFreePort.address;
-                auto& server = m_servers.emplace_back(std::make_unique<simulator::SonarServer>(onFreePort));
-                if (auto const problem = server->Start()) {
-                    return Complain(ExitFailed, problem->text);
-                }
-                device.port = server->Port();
-                device.isSimulated = true;
+            CDataId const id(1, isSonar ? vordal::SonarDataGroup : otherGroup, number, 1);
+            CString const name = devices.size() == 1 ? className : className + CString(L" " + std::to_wstring(number));
+            auto const told = equals == std::string::npos ? std::nullopt : std::optional(text.substr(equals + 1));
+            if (int const code = Add({id, className, name, {}, true, {}}, "--device: ", told); code != ExitGood) {
+                return code;
             }
         }
+        m_project.vessels = {MakeVessel(1, L"Vessel", hasSonar)};
+        return ExitGood;
+    }
+    /// Adds the device, with a connection where it is told one; a sonar that is told none is simulated.
+    int Add(vordal::StoredDevice const& device, std::string const& option, std::optional<std::string> const& endpoint)
+    {
+        std::string host;
+        std::uint16_t port = 0;
+        if (endpoint.has_value()) {
+            if (std::string error; !ParseEndpoint(*endpoint, host, port, error)) {
+                return Complain(ExitWrong, option + error);
+            }
+        } else if (IsSonar(device.dataId)) {
+            simulator::ServerOptions const onFreePort;
+            host = onFreePort.address;
+            auto& server = m_servers.emplace_back(std::make_unique<simulator::SonarServer>(onFreePort));
+            if (auto const problem = server->Start()) {
+                return Complain(ExitFailed, problem->text);
+            }
+            port = server->Port();
+            m_simulated.push_back(device.dataId);
+        } else {
+            m_project.devices.push_back(device);
+            return ExitGood;
+        }
+        std::string& text = endpoint.has_value() ? m_toldAt : m_simulatedAt;
+        text += fmt::format("{}{}:{}", text.empty() ? "" : ", ", host, port);
+        vordal::AddConnected(m_project, device, CString(protocol::DecodeUtf8(host)), port);
         return ExitGood;
     }
 
-    std::vector<FleetVessel> m_vessels;
+    vordal::StoredProject m_project;
+    std::vector<CDataId> m_simulated;
+    std::string m_simulatedAt;
+    std::string m_toldAt;
     std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
 };
 
@@ -243,21 +233,22 @@ bool WritePicture(QPixmap const& picture, QString const& file, std::string& erro
 }
 
 /// Renders the view, or the whole window, with that tab in front, or with each in turn.
-int TakePicture(RunOptions const& options, FleetDevice const& shown, vordal::MainWindow& window,
+int TakePicture(RunOptions const& options, vordal::StoredDevice const& shown, vordal::MainWindow& window,
                 vordal::ViewFrame& frame)
 {
     if (frame.Shown() == nullptr) {
         return Complain(ExitFailed, "no picture: there is no view");
     }
-    auto const isConnected = [&] { return window.Devices().StateOf(shown.id) == vordal::LinkState::Connected; };
+    bool const isSonar = IsSonar(shown.dataId);
+    auto const isConnected = [&] { return window.Devices().StateOf(shown.dataId) == vordal::LinkState::Connected; };
     auto const hasAttributes = [&] { return window.Attributes().Model().NodeCount() > 0; };
-    if (shown.port != 0) {
+    if (!shown.portName.IsEmpty()) {
         if (!RunUntil(isConnected, 10s)) {
             return Complain(ExitFailed,
-                            fmt::format("no picture: {} is not connected", shown.isSonar ? "the sonar" : "the device"));
+                            fmt::format("no picture: {} is not connected", isSonar ? "the sonar" : "the device"));
         }
         // Another instrument need not have anything to tell.
-        if (!RunUntil(hasAttributes, 10s) && shown.isSonar) {
+        if (!RunUntil(hasAttributes, 10s) && isSonar) {
             return Complain(ExitFailed, "no picture: the sonar tells nothing of itself");
         }
     }
@@ -284,7 +275,7 @@ int TakePicture(RunOptions const& options, FleetDevice const& shown, vordal::Mai
         }
         // What a device tells of itself arrives in pieces.
         RunUntil([] { return false; }, 500ms);
-        if (options.wholeWindow && shown.isSonar) {
+        if (options.wholeWindow && isSonar) {
             window.Records().ChooseNewest(protocol::records::BeamSteer.Id());
         }
         auto file = QString::fromStdString(options.screenshot);
@@ -305,7 +296,8 @@ int TakePicture(RunOptions const& options, FleetDevice const& shown, vordal::Mai
 class SoundVelocityProbes
 {
 public:
-    SoundVelocityProbes(vordal::Host& host, std::vector<FleetVessel> const& vessels) : m_host(host), m_vessels(vessels)
+    SoundVelocityProbes(vordal::Host& host, std::vector<vordal::StoredDevice> const& devices)
+        : m_host(host), m_devices(devices)
     {
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { Measure(); });
         m_timer.start(1s);
@@ -322,25 +314,23 @@ private:
         double const velocity = 1496.5 + 0.5 * std::sin(static_cast<double>(m_count++) / 10.0);
         std::array<unsigned char, 8> bytes{};
         protocol::PutF64LE(bytes, 0, velocity);
-        for (FleetVessel const& vessel : m_vessels) {
-            for (FleetDevice const& device : vessel.devices) {
-                if (!device.isSonar) {
-                    continue;
-                }
-                CDataId stream = device.id;
-                stream.SetGroupId(streamGroup);
-                m_host.Post([&host = m_host, stream, bytes] {
-                    CDataBlock block;
-                    block.SetTime(host.Now());
-                    block.AddItem(velocityItem, DATA_DOUBLE, bytes, bytes.size(), 0);
-                    host.PutBlock(stream, block);
-                });
+        for (vordal::StoredDevice const& device : m_devices) {
+            if (!IsSonar(device.dataId)) {
+                continue;
             }
+            CDataId stream = device.dataId;
+            stream.SetGroupId(streamGroup);
+            m_host.Post([&host = m_host, stream, bytes] {
+                CDataBlock block;
+                block.SetTime(host.Now());
+                block.AddItem(velocityItem, DATA_DOUBLE, bytes, bytes.size(), 0);
+                host.PutBlock(stream, block);
+            });
         }
     }
 
     vordal::Host& m_host;
-    std::vector<FleetVessel> const& m_vessels;
+    std::vector<vordal::StoredDevice> const& m_devices;
     QTimer m_timer;
     int m_count = 0;
 };
@@ -399,7 +389,7 @@ int RunWindow(RunOptions const& options)
     if (int const code = fleet.Begin(options, session); code != ExitGood) {
         return code;
     }
-    if (!session.Begin(fleet.Vessels(), options.project, error)) {
+    if (!session.Begin(fleet.Project(), options.project, error)) {
         return Complain(ExitFailed, error);
     }
 
@@ -414,7 +404,7 @@ int RunWindow(RunOptions const& options)
         vordal::MainWindow window({.vessels = session.Listed(),
                                    .lightMode = mode,
                                    .activeVessel = session.ActiveVessel(),
-                                   .shownDevice = fleet.First().id},
+                                   .shownDevice = fleet.First().dataId},
                                   feed, session.Requests());
         ShownView view(session, window);
         thread.SetDeliveredHandler([&] { view.Follow(); });
@@ -440,16 +430,18 @@ int RunWindow(RunOptions const& options)
             view.Keep();
             session.SaveSoon();
         });
-        view.OpenFirst(fleet.First().id);
+        view.OpenFirst(fleet.First().dataId);
         std::optional<SoundVelocityProbes> probes;
-        if (fleet.IsSimulated()) {
-            probes.emplace(session.Host(), fleet.Vessels());
+        if (!fleet.Simulated().empty()) {
+            probes.emplace(session.Host(), fleet.Project().devices);
         }
         window.show();
         if (isPicture) {
             auto const* const shown = session.Find(window.ShownDevice());
-            if (options.wholeWindow && shown != nullptr && shown->isSimulated) {
-                AskForSomething(shown->id);
+            auto const& simulated = fleet.Simulated();
+            if (options.wholeWindow &&
+                std::find(simulated.begin(), simulated.end(), window.ShownDevice()) != simulated.end()) {
+                AskForSomething(window.ShownDevice());
             }
             code = TakePicture(options, shown != nullptr ? *shown : fleet.First(), window, view.Frame());
         } else {
@@ -463,7 +455,7 @@ int RunWindow(RunOptions const& options)
         view.Close();
     }
     bool const isSaved = session.End(error, EndSignals::Count() > 1 ? hurriedLimit : endLimit);
-    SayLeftOn(session.LeftOn());
+    SayLeftOn(session.LeftOn(fleet.Simulated()));
     return isSaved ? code : Complain(ExitFailed, error);
 }
 

@@ -50,7 +50,7 @@ void ShownView::Choose(CDataId const& device)
         Open(device, true);
     } else if (m_frame.Shown() == nullptr) {
         Name(device);
-    } else if (auto const* const found = m_session.Find(device); found != nullptr && !found->isSonar) {
+    } else if (!IsSonar(device) && m_session.Find(device) != nullptr) {
         m_frame.SelectDevice(device);
         Name(device);
     } // else the host tells the view which sonar was selected

@@ -5,6 +5,7 @@
 #include "cli/dropped_text.h"
 #include "reference_host/base/path_text.h"
 #include "reference_host/host/log.h"
+#include "reference_host/link/settings_data.h"
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalAttributesR/AttributeConstants.h>
@@ -36,8 +37,7 @@ constexpr wchar_t const* windowName = L"main window";
 
 /// Group of the computations that steer a sonar along a route or a pipe.
 constexpr unsigned short steeringGroup = 1117;
-/// Group and item of the names of a sonar's recording states.
-constexpr unsigned short sonarGroup = 78;
+/// Item of the names of a sonar's recording states.
 constexpr unsigned short recordingItem = 2701;
 
 QString ToQt(CString const& text)
@@ -133,9 +133,21 @@ void PutFleet(vordal::StoredProject& project, vordal::StoredProject const& fleet
 
 } // namespace
 
+bool IsSonar(CDataId const& device)
+{
+    return device.GetGroupId() == vordal::SonarDataGroup;
+}
+
+vordal::VesselSetup MakeVessel(unsigned short number, CString const& name, bool detectsPipes)
+{
+    CString const enabled = detectsPipes ? L"1,1" : L"0,0";
+    return {.number = number,
+            .name = name,
+            .configuration = {{steering::PipeDetectionSection, {{steering::EnablePipeDetectionItem, enabled}}}}};
+}
+
 WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode) : m_feed(std::move(feed))
 {
-    m_host.SetTraffic(&m_traffic);
     m_host.SetApplication({.guid = L"qx5", .mainWindow = true, .lightMode = lightMode, .displays = {}});
     m_host.SetObserver(this);
 }
@@ -150,45 +162,28 @@ WindowSession::~WindowSession()
 
 bool WindowSession::LoadPlugins(std::vector<std::filesystem::path> const& files, std::size_t told, std::string& error)
 {
-    m_ended = false;
-    m_plugins = std::make_unique<vordal::PlugIns>();
-    std::size_t loaded = 0;
-    bool good = true;
-    // A plug-in that throws is told of like one that says no.
-    m_host.RunAndWait([&] {
-        for (std::size_t i = 0; i < files.size() && good; ++i) {
-            std::string reason;
-            try {
-                if (m_plugins->Add(files[i], reason)) {
-                    ++loaded;
-                    continue;
-                }
-            } catch (std::exception const& failure) {
-                reason = failure.what();
+    bool hasLoaded = false;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        std::string reason;
+        // A plug-in that throws is told of like one that says no.
+        try {
+            if (m_host.LoadPlugIn(files[i], reason)) {
+                hasLoaded = true;
+                continue;
             }
-            if (i < told) {
-                error = reason;
-                good = false;
-            } else {
-                vordal::Log(vordal::LogLevel::Warning, reason);
-                error = reason;
-            }
+        } catch (std::exception const& failure) {
+            reason = failure.what();
         }
-    });
-    if (good && loaded == 0) {
-        good = false;
-        if (error.empty()) {
-            error = "there is no plug-in beside this program; --plugin FILE tells one";
+        error = reason;
+        if (i < told) {
+            return false;
         }
+        vordal::Log(vordal::LogLevel::Warning, reason);
     }
-    return good;
-}
-
-CString WindowSession::SonarClass()
-{
-    CString name;
-    m_host.RunAndWait([&] { name = m_plugins->SonarClass(); });
-    return name;
+    if (!hasLoaded && error.empty()) {
+        error = "there is no plug-in beside this program; --plugin FILE tells one";
+    }
+    return hasLoaded;
 }
 
 bool WindowSession::MakesSonars(CString const& deviceClass)
@@ -201,25 +196,26 @@ bool WindowSession::MakesSonars(CString const& deviceClass)
     return makes;
 }
 
-bool WindowSession::Begin(std::vector<FleetVessel> const& fleet, std::string const& project, std::string& error)
+bool WindowSession::Begin(vordal::StoredProject fleet, std::string const& file, std::string& error)
 {
-    m_fleet = fleet;
-    m_activeVessel = fleet.front().number;
-    if (!project.empty() && !ReadProject(project, error)) {
+    m_fleet = std::move(fleet);
+    m_activeVessel = m_fleet.vessels.front().number;
+    if (!file.empty() && !ReadProject(file, error)) {
         return false;
     }
+    CompleteFleet();
     try {
         m_host.RunAndWait([this] {
-            m_host.SetItemTexts(sonarGroup, recordingItem, {L"Idle", L"Recording"});
+            m_host.SetItemTexts(vordal::SonarDataGroup, recordingItem, {L"Idle", L"Recording"});
             m_host.SetRoutes({L"Lane 1", L"Lane 2", L"Pipeline"});
         });
-        m_open = std::make_unique<vordal::OpenProject>(m_host, m_linkThread, ProjectOfFleet());
-        if (!m_open->Problems().empty()) {
-            error = m_open->Problems().front();
+        auto const& problems = m_host.Open(m_fleet).Problems();
+        if (!problems.empty()) {
+            error = problems.front();
             return false;
         }
         WatchPorts();
-        m_open->Start(*m_plugins);
+        m_host.Start();
     } catch (std::exception const& failure) {
         error = failure.what();
         return false;
@@ -249,8 +245,7 @@ bool WindowSession::ReadProject(std::string const& file, std::string& error)
             m_views[name] = stored;
         }
     }
-    if (std::any_of(m_fleet.begin(), m_fleet.end(),
-                    [&](FleetVessel const& vessel) { return vessel.number == m_project.activeVessel; })) {
+    if (FindBy(m_fleet.vessels, &vordal::VesselSetup::number, m_project.activeVessel) != nullptr) {
         m_activeVessel = m_project.activeVessel;
     }
     if (auto const window = m_project.windows.find(windowName); window != m_project.windows.end()) {
@@ -259,103 +254,85 @@ bool WindowSession::ReadProject(std::string const& file, std::string& error)
     return true;
 }
 
-vordal::StoredProject WindowSession::ProjectOfFleet() const
+void WindowSession::CompleteFleet()
 {
-    vordal::StoredProject project;
-    project.activeVessel = m_activeVessel;
-    project.toldLimits = m_project.toldLimits;
-    for (FleetVessel const& vessel : m_fleet) {
-        auto const* const knownVessel = FindBy(m_project.vessels, &vordal::VesselSetup::number, vessel.number);
-        auto& setup = project.vessels.emplace_back();
-        setup.number = vessel.number;
-        setup.name = vessel.name;
-        if (knownVessel != nullptr) {
-            setup.configuration = knownVessel->configuration;
-        }
-        setup.configuration[steering::PipeDetectionSection][steering::EnablePipeDetectionItem] =
-            vessel.detectsPipes ? L"1,1" : L"0,0";
-        for (FleetDevice const& device : vessel.devices) {
-            // A port of its own, named by the device: other devices of the project keep theirs.
-            CString const port = device.port != 0 ? CString(L"port ") + device.id.GetKey() : CString();
-            if (device.port != 0) {
-                project.ports.push_back({port, CString(protocol::DecodeUtf8(device.host)), device.port, {}});
-            }
-            auto const* const known = FindBy(m_project.devices, &vordal::StoredDevice::dataId, device.id);
-            bool const isKnown = known != nullptr && known->className == device.className;
-            project.devices.push_back({.dataId = device.id,
-                                       .className = device.className,
-                                       .name = device.name,
-                                       .portName = port,
-                                       .enabled = true,
-                                       .attributes = isKnown ? known->attributes : CAttributeMap()});
-            if (device.isSonar) {
-                auto const* const steered =
-                    FindBy(m_project.computations, &vordal::ComputationSetup::dataId, SteeringOf(device.id));
-                project.computations.push_back(
-                    SteeringComputation(device.id, steered != nullptr ? steered->attributes : SteeringAttributes()));
+    m_fleet.activeVessel = m_activeVessel;
+    m_fleet.toldLimits = m_project.toldLimits;
+    for (vordal::VesselSetup& vessel : m_fleet.vessels) {
+        if (auto const* const known = FindBy(m_project.vessels, &vordal::VesselSetup::number, vessel.number)) {
+            for (auto const& [section, items] : known->configuration) {
+                vessel.configuration[section].insert(items.begin(), items.end());
             }
         }
     }
-    return project;
+    for (vordal::StoredDevice& device : m_fleet.devices) {
+        auto const* const known = FindBy(m_project.devices, &vordal::StoredDevice::dataId, device.dataId);
+        if (known != nullptr && known->className == device.className) {
+            device.attributes = known->attributes;
+        }
+        if (IsSonar(device.dataId)) {
+            auto const* const steered =
+                FindBy(m_project.computations, &vordal::ComputationSetup::dataId, SteeringOf(device.dataId));
+            m_fleet.computations.push_back(
+                SteeringComputation(device.dataId, steered != nullptr ? steered->attributes : SteeringAttributes()));
+        }
+    }
+}
+
+vordal::StoredPort const* WindowSession::PortOf(vordal::StoredDevice const& device) const
+{
+    return FindBy(m_fleet.ports, &vordal::StoredPort::name, device.portName);
 }
 
 void WindowSession::WatchPorts()
 {
-    std::size_t number = 0;
-    m_switches.clear();
-    for (FleetVessel const& vessel : m_fleet) {
-        for (FleetDevice const& device : vessel.devices) {
-            if (device.port == 0) {
-                continue;
-            }
-            auto& port = *m_open->Ports()[number++];
-            auto records = vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View()));
-            port.GetLink().SetObserver(std::make_shared<PortWatch>(
-                std::move(records), m_switches.emplace_back(std::make_shared<SwitchedOn>())));
-            port.SetStatusListener(
-                [feed = m_feed, id = device.id](vordal::LinkStatus const& status) { feed->PutStatus(id, status); });
+    for (vordal::StoredDevice const& device : m_fleet.devices) {
+        auto* const port = m_host.Project()->FindPort(device.portName);
+        if (port == nullptr) {
+            continue;
         }
+        auto& switches = m_switches[device.portName] = std::make_shared<SwitchedOn>();
+        port->GetLink().SetObserver(std::make_shared<PortWatch>(
+            vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View())), switches));
+        port->SetStatusListener(
+            [feed = m_feed, id = device.dataId](vordal::LinkStatus const& status) { feed->PutStatus(id, status); });
     }
 }
 
-FleetDevice const* WindowSession::Find(CDataId const& device) const
+vordal::StoredDevice const* WindowSession::Find(CDataId const& device) const
 {
-    for (FleetVessel const& vessel : m_fleet) {
-        if (auto const* const found = FindBy(vessel.devices, &FleetDevice::id, device)) {
-            return found;
-        }
-    }
-    return nullptr;
+    return FindBy(m_fleet.devices, &vordal::StoredDevice::dataId, device);
 }
 
 CString WindowSession::ViewClassFor(CDataId const& device)
 {
     auto const* const found = DataManager::GetDataManager().FindDevice(device);
-    return found != nullptr ? m_plugins->ViewClassFor(*found) : CString();
+    return found != nullptr ? m_host.LoadedPlugIns().ViewClassFor(*found) : CString();
 }
 
 CAttributeMap& WindowSession::StoredView(CString const& viewClass)
 {
-    bool const isOfSonars = std::any_of(m_fleet.begin(), m_fleet.end(), [&](FleetVessel const& vessel) {
-        return std::any_of(vessel.devices.begin(), vessel.devices.end(), [&](FleetDevice const& device) {
-            return device.isSonar && ViewClassFor(device.id) == viewClass;
+    bool const isOfSonars =
+        std::any_of(m_fleet.devices.begin(), m_fleet.devices.end(), [&](vordal::StoredDevice const& device) {
+            return IsSonar(device.dataId) && ViewClassFor(device.dataId) == viewClass;
         });
-    });
     return m_views[isOfSonars ? CString(sonarViewName) : CString(otherViewName) + viewClass];
 }
 
 std::vector<vordal::ListedVessel> WindowSession::Listed() const
 {
     std::vector<vordal::ListedVessel> vessels;
-    for (FleetVessel const& vessel : m_fleet) {
+    for (vordal::VesselSetup const& vessel : m_fleet.vessels) {
         auto& listed = vessels.emplace_back();
         listed.number = vessel.number;
         listed.name = ToQt(vessel.name);
-        for (FleetDevice const& device : vessel.devices) {
-            listed.devices.push_back({device.id, ToQt(device.name),
-                                      device.port != 0
-                                          ? QString::fromStdString(fmt::format("{}:{}", device.host, device.port))
-                                          : QString()});
+        for (vordal::StoredDevice const& device : m_fleet.devices) {
+            if (device.dataId.GetVessel() == vessel.number) {
+                auto const* const port = PortOf(device);
+                listed.devices.push_back(
+                    {device.dataId, ToQt(device.name),
+                     port != nullptr ? ToQt(port->host) + u':' + QString::number(port->tcpPort) : QString()});
+            }
         }
     }
     return vessels;
@@ -365,7 +342,7 @@ vordal::WindowRequests WindowSession::Requests()
 {
     return {.selectSonar =
                 [this](CDataId const& device) {
-                    if (auto const* const found = Find(device); found != nullptr && found->isSonar) {
+                    if (IsSonar(device) && Find(device) != nullptr) {
                         m_host.SelectSonar(device);
                     }
                 },
@@ -391,7 +368,7 @@ void WindowSession::SaveSoon()
         return;
     }
     m_host.Post([this, project = ProjectOfWindow()]() mutable {
-        PutFleet(project, m_open->Collect());
+        PutFleet(project, m_host.Project()->Collect());
         m_keeper->Put(std::move(project));
     });
 }
@@ -401,21 +378,15 @@ bool WindowSession::End(std::string& error, std::chrono::milliseconds limit)
     if (std::exchange(m_ended, true)) {
         return true;
     }
-    m_host.Post([this] {
-        if (m_open != nullptr) {
-            m_saved = m_open->Collect();
+    auto const collect = [this] {
+        if (auto const* const open = m_host.Project()) {
+            m_saved = open->Collect();
         }
-        if (m_plugins != nullptr) {
-            m_plugins->ReleaseDevices();
-        }
-        m_host.RemoveAllDevices();
-    });
-    if (!m_host.Stop(limit)) {
+    };
+    if (!m_host.End(limit, collect)) {
         LeaveWithoutHostThread();
     }
     m_keeper.reset();
-    m_open.reset(); // with its connections
-    m_plugins.reset();
     return SaveProject(error);
 }
 
@@ -468,28 +439,22 @@ bool WindowSession::SaveProject(std::string& error)
     }
 }
 
-std::vector<std::string> WindowSession::LeftOn() const
+std::vector<std::string> WindowSession::LeftOn(std::vector<CDataId> const& goWithIt) const
 {
     std::vector<std::string> lines;
-    auto switches = m_switches.begin();
-    for (FleetVessel const& vessel : m_fleet) {
-        for (FleetDevice const& device : vessel.devices) {
-            if (device.port == 0) {
-                continue;
-            }
-            if (switches == m_switches.end()) {
-                return lines; // it did not begin
-            }
-            auto const& ofDevice = *switches++;
-            if (!device.isSonar || device.isSimulated) {
-                continue;
-            }
-            bool const isVersion6 = device.host.find(':') != std::string::npos;
-            std::string const host = isVersion6 ? "[" + device.host + "]" : device.host;
-            auto const left =
-                ofDevice->Lines(protocol::EncodeUtf8(device.name.View()), fmt::format("{}:{}", host, device.port));
-            lines.insert(lines.end(), left.begin(), left.end());
+    for (vordal::StoredDevice const& device : m_fleet.devices) {
+        auto const switches = m_switches.find(device.portName);
+        if (switches == m_switches.end() || !IsSonar(device.dataId) ||
+            std::find(goWithIt.begin(), goWithIt.end(), device.dataId) != goWithIt.end()) {
+            continue;
         }
+        auto const* const port = PortOf(device);
+        std::string const host = protocol::EncodeUtf8(port->host.View());
+        bool const isVersion6 = host.find(':') != std::string::npos;
+        auto const left =
+            switches->second->Lines(protocol::EncodeUtf8(device.name.View()),
+                                    fmt::format("{}:{}", isVersion6 ? "[" + host + "]" : host, port->tcpPort));
+        lines.insert(lines.end(), left.begin(), left.end());
     }
     return lines;
 }

@@ -3,18 +3,12 @@
 
 #include "cli/switched_on.h"
 #include "cli/window/project_keeper.h"
-#include "reference_host/host/host.h"
 #include "reference_host/host/host_observer.h"
-#include "reference_host/link/live_traffic.h"
-#include "reference_host/link/sonar_link.h"
-#include "reference_host/loader/plugin_set.h"
-#include "reference_host/project/open_project.h"
-#include "reference_host/store/project_store.h"
+#include "reference_host/project/live_host.h"
 #include "reference_host/window/main_window.h"
 #include "reference_host/window/window_feed.h"
 
 #include <chrono>
-#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -23,26 +17,11 @@
 
 namespace qx5::cli {
 
-/// A device of the session and where it is reached.
-struct FleetDevice
-{
-    CDataId id;
-    CString className;
-    CString name;
-    std::string host;
-    std::uint16_t port = 0;   ///< 0: it has no connection
-    bool isSonar = true;      ///< it speaks the record protocol
-    bool isSimulated = false; ///< a sonar that this program started, and that goes with it
-};
+/// Sonars have a group of ids of their own.
+bool IsSonar(CDataId const& device);
 
-struct FleetVessel
-{
-    unsigned short number = 1;
-    CString name;
-    /// Pipe detection is set up on it, so that its sonars may be steered along a pipe.
-    bool detectsPipes = false;
-    std::vector<FleetDevice> devices;
-};
+/// A vessel for a session's project. Where pipe detection is set up, sonars may be steered along a pipe.
+vordal::VesselSetup MakeVessel(unsigned short number, CString const& name, bool detectsPipes);
 
 /// LoadPlugins, Begin and End wait; everything between them returns at once. Used from the window thread.
 class WindowSession final : private vordal::HostObserver
@@ -60,13 +39,13 @@ public:
     /// The classes of devices that the plug-ins offer.
     std::vector<CString> DeviceClasses() const { return m_host.DeviceClasses(); }
     /// The first whose devices are sonars; empty when there is none.
-    CString SonarClass();
+    CString SonarClass() { return m_host.SonarClass(); }
     /// Whether devices of that class speak the record protocol.
     bool MakesSonars(CString const& deviceClass);
 
-    /// Opens the project (no name: none is kept), makes the vessels with their devices and begins to connect them.
-    /// False, and one line in `error`, when something of it cannot be had.
-    bool Begin(std::vector<FleetVessel> const& fleet, std::string const& project, std::string& error);
+    /// Opens `fleet`, the vessels and devices of this session, with what the file (no name: none is kept) holds of
+    /// them, and begins to connect. False, and one line in `error`, when something of it cannot be had.
+    bool Begin(vordal::StoredProject fleet, std::string const& file, std::string& error);
     /// Has the project saved as it stands, with what the views stored and WindowMemory hold, if that is not on the disk
     /// yet. To be called now and then; returns at once. A project that cannot be saved is a line for the operator.
     void SaveSoon();
@@ -76,11 +55,11 @@ public:
     bool End(std::string& error, std::chrono::milliseconds limit = std::chrono::seconds(5));
 
     vordal::Host& Host() { return m_host; }
-    /// A line for each thing that the session has switched on at a sonar that is not its own simulated one, and that is
-    /// on still; also after End.
-    std::vector<std::string> LeftOn() const;
+    /// A line for each thing that the session has switched on at a sonar, and that is on still; also after End. Nothing
+    /// is said of those that go with this program.
+    std::vector<std::string> LeftOn(std::vector<CDataId> const& goWithIt = {}) const;
     /// Null for a device that is not of the fleet.
-    FleetDevice const* Find(CDataId const& device) const;
+    vordal::StoredDevice const* Find(CDataId const& device) const;
     /// The view class that shows the device; empty when its plug-in has none.
     CString ViewClassFor(CDataId const& device);
     /// The devices as the window lists them.
@@ -101,8 +80,10 @@ private:
     void OnAttributesRefused(BaseDevice& device) override;
 
     bool ReadProject(std::string const& file, std::string& error);
-    /// What is at work in this session: its fleet, with what the project keeps of it.
-    vordal::StoredProject ProjectOfFleet() const;
+    /// Adds to the fleet what the project keeps of it, and how its sonars are steered.
+    void CompleteFleet();
+    /// Null for a device without a connection.
+    vordal::StoredPort const* PortOf(vordal::StoredDevice const& device) const;
     void WatchPorts();
     /// Views, windows and the chosen vessel as they are now; the rest as it was opened.
     vordal::StoredProject ProjectOfWindow() const;
@@ -115,17 +96,13 @@ private:
     std::map<CString, CAttributeMap> m_views; ///< by the names that the project keeps them under
     std::vector<unsigned char> m_windowMemory;
     unsigned short m_activeVessel = 1;
-    std::vector<FleetVessel> m_fleet;
-    std::vector<std::shared_ptr<SwitchedOn>> m_switches; ///< of the fleet's sonars, in its order
-    bool m_begun = false;                                ///< all of it: what the devices hold is worth keeping
-    bool m_ended = true;
+    vordal::StoredProject m_fleet;
+    std::map<CString, std::shared_ptr<SwitchedOn>> m_switches; ///< by the names of the ports
+    bool m_begun = false;                                      ///< all of it: what the devices hold is worth keeping
+    bool m_ended = false;
     vordal::StoredProject m_saved; ///< of the fleet; written on the host thread, read when that has ended
 
-    vordal::LiveTraffic m_traffic;
-    vordal::Host m_host{vordal::Threading::Threaded};
-    vordal::LinkThread m_linkThread;
-    std::unique_ptr<vordal::PlugIns> m_plugins;
-    std::unique_ptr<vordal::OpenProject> m_open;
+    vordal::LiveHost m_host;
     std::unique_ptr<ProjectKeeper> m_keeper; ///< once it has begun; tasks of the host thread use it
 };
 

@@ -1,9 +1,9 @@
 // Making a project's parts in a host, in the order in which they need one another.
 #include "open_project.h"
 
+#include "reference_host/host/failure.h"
 #include "reference_host/host/host.h"
 #include "reference_host/link/raw_port.h"
-#include "reference_host/link/sonar_link.h"
 #include "reference_host/link/x5_port.h"
 #include "reference_host/loader/plugin_set.h"
 
@@ -16,7 +16,14 @@
 
 namespace vordal {
 
-OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project)
+void AddConnected(StoredProject& project, StoredDevice device, CString const& host, std::uint16_t tcpPort)
+{
+    device.portName = CString(L"port ") + device.dataId.GetKey();
+    project.ports.push_back({device.portName, host, tcpPort, {}});
+    project.devices.push_back(std::move(device));
+}
+
+OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project, LinkOptions const& like)
     : m_host(host), m_project(std::move(project))
 {
     m_host.RunAndWait([this] {
@@ -51,13 +58,12 @@ OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project)
         }
     });
     for (StoredPort const& stored : m_project.ports) {
-        m_ports.push_back(MakePort(thread, stored));
+        m_ports.push_back(MakePort(thread, stored, like));
     }
 }
 
-std::unique_ptr<LivePort> OpenProject::MakePort(LinkThread& thread, StoredPort const& stored) const
+std::unique_ptr<LivePort> OpenProject::MakePort(LinkThread& thread, StoredPort const& stored, LinkOptions options) const
 {
-    LinkOptions options;
     options.host = tvcore::ToUtf8(stored.host);
     options.port = stored.tcpPort;
     options.watch = stored.watch;
@@ -80,7 +86,7 @@ OpenProject::~OpenProject()
     for (auto const& port : m_ports) {
         port->Close();
     }
-    m_host.RunAndWait([this] {
+    auto const remove = [this] {
         if (m_plugIns != nullptr) {
             m_plugIns->ReleaseDevices();
         }
@@ -88,7 +94,8 @@ OpenProject::~OpenProject()
             m_host.RemoveDevice(made.device);
         }
         m_ports.clear();
-    });
+    };
+    OrOnceMore([&] { m_host.RunAndWait(remove); });
 }
 
 void OpenProject::Start(PlugIns& plugIns)
@@ -109,6 +116,10 @@ void OpenProject::Start(PlugIns& plugIns)
             }
         }
     });
+}
+
+void OpenProject::Connect()
+{
     for (auto const& port : m_ports) {
         port->Open();
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "reference_host/link/live_port.h"
+#include "reference_host/link/sonar_link.h"
 #include "reference_host/store/project_store.h"
 
 #include <VordalBaseR/Export.h>
@@ -15,8 +16,10 @@ class Device;
 namespace vordal {
 
 class Host;
-class LinkThread;
 class PlugIns;
+
+/// Adds a device to the project, on a port of its own that is named by the device's id.
+VORDAL_API void AddConnected(StoredProject& project, StoredDevice device, CString const& host, std::uint16_t tcpPort);
 
 /// Makes a project's vessels, devices and computations in a threaded host, and its ports: a port with a sonar on it
 /// (QX5Device) speaks the record protocol, one with other devices alone hands them what arrives (RawPort). Used from
@@ -26,8 +29,8 @@ class VORDAL_API OpenProject
 public:
     /// Each device is made by its class, which a plug-in has registered before, and loads its attributes. A device
     /// whose class nobody has registered, or whose id is taken, is left out, with a line in Problems; the project keeps
-    /// it.
-    OpenProject(Host& host, LinkThread& thread, StoredProject project);
+    /// it. The ports are like `like`, but for what the project says of each.
+    OpenProject(Host& host, LinkThread& thread, StoredProject project, LinkOptions const& like = {});
     OpenProject(OpenProject const&) = delete;
     OpenProject& operator=(OpenProject const&) = delete;
     /// Closes the ports and removes the project's devices from the host, unless the host has stopped. The plug-ins are
@@ -38,8 +41,10 @@ public:
 
     /// To be called once: the plug-ins set up their views and templates and look for sonars that ping under their
     /// control, the devices apply their attributes, and those that are switched on and have a port of the project are
-    /// put on it. Then the ports connect, and go on trying until the end. `plugIns` must outlive this.
+    /// put on it. `plugIns` must outlive this.
     void Start(PlugIns& plugIns);
+    /// The ports connect, and go on trying until the end.
+    void Connect();
 
     /// The ports in the project's order; they are there until the end.
     std::vector<std::unique_ptr<LivePort>> const& Ports() const { return m_ports; }
@@ -57,7 +62,7 @@ private:
         Device* device;     ///< the host's
     };
 
-    std::unique_ptr<LivePort> MakePort(LinkThread& thread, StoredPort const& stored) const;
+    std::unique_ptr<LivePort> MakePort(LinkThread& thread, StoredPort const& stored, LinkOptions options) const;
 
     Host& m_host;
     StoredProject m_project;

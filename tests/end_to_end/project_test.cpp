@@ -9,6 +9,7 @@
 #include <vordalhostdllR/DataManager.h>
 
 #include <filesystem>
+#include <future>
 
 #include <gtest/gtest.h>
 
@@ -85,6 +86,7 @@ TEST_F(Projects, AreMadeLoadedAppliedConnectedFollowedAndSaved)
         EXPECT_FALSE(tree.Has(L"Request", 0)) << "a stored request does not come back to life";
 
         project.Start(*plugIns);
+        project.Connect();
         EXPECT_TRUE(Eventually([&] {
             return project.FindPort(L"port-1")->GetLink().IsConnected() &&
                    project.FindPort(L"port-2")->GetLink().IsConnected();
@@ -122,6 +124,45 @@ TEST_F(Projects, AreMadeLoadedAppliedConnectedFollowedAndSaved)
     EXPECT_EQ(saved.ports.size(), 2U);
     ASSERT_EQ(saved.vessels.size(), 1U);
     EXPECT_EQ(saved.vessels[0].name, L"Meridian");
+}
+
+TEST_F(Projects, ALiveHostTakesDownInOrder)
+{
+    vordal::LiveHost host;
+    std::string reason;
+    ASSERT_TRUE(host.LoadPlugIn(QX5_PLUGIN_FILE, reason)) << reason;
+    EXPECT_EQ(host.SonarClass(), L"QX5SonarConfigurationControlDevice");
+    auto& project = host.Open(vordal::ProjectStore(File()).Load());
+    host.Start();
+    EXPECT_TRUE(Eventually([&] { return project.FindPort(L"port-2")->GetLink().IsConnected(); }));
+    int called = 0;
+    auto const before = [&] {
+        ++called;
+        EXPECT_TRUE(host.IsHostThread());
+        EXPECT_EQ(host.Devices().size(), 2U);
+        EXPECT_TRUE(project.FindPort(L"port-2")->GetLink().IsConnected());
+    };
+    EXPECT_TRUE(host.End(patience, before));
+    EXPECT_TRUE(host.End(patience, before));
+    EXPECT_EQ(called, 1);
+    EXPECT_TRUE(host.Devices().empty());
+    EXPECT_EQ(host.Project(), nullptr);
+    EXPECT_TRUE(host.DeviceClasses().empty()) << "the plug-in is still there";
+}
+
+TEST_F(Projects, ALiveHostKeepsConnectionsAndPlugInsFromATaskThatDoesNotEnd)
+{
+    vordal::LiveHost host;
+    std::string reason;
+    ASSERT_TRUE(host.LoadPlugIn(QX5_PLUGIN_FILE, reason)) << reason;
+    host.Open(vordal::ProjectStore(File()).Load());
+    host.Start();
+    std::promise<void> end;
+    host.Post([ended = end.get_future().share()] { ended.wait(); });
+    EXPECT_FALSE(host.End(std::chrono::milliseconds(1)));
+    EXPECT_NE(host.Project(), nullptr);
+    EXPECT_FALSE(host.DeviceClasses().empty());
+    end.set_value();
 }
 
 TEST_F(Projects, ADeviceWhoseIdIsTakenIsLeftOut)

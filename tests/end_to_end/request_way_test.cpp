@@ -59,7 +59,7 @@ TEST_F(RequestWay, AnAbsorptionTravelsInAFrameOfItsOwn)
     tree.Add(L"DeviceEnum", CVordalInt(3), 0);
     far.Command("misbehave silent"); // so that the tree stays as it is put
     near.Host().RunAndWait([&] { near.Host().ReplaceAttributes(near.Sonar(), tree); });
-    near.Port().Open();
+    near.Open();
     ASSERT_TRUE(near.WaitForConnection());
     CAttributeMap request;
     request.Add(L"x5Absorption", CVordalDouble(70.0), 0);

@@ -181,33 +181,26 @@ NearEnd::NearEnd(std::uint16_t port, std::function<void(vordal::LinkOptions&)> c
         m_lines.emplace_back(line);
     });
     m_host.SetClock(&m_clock);
-    m_host.SetTraffic(&m_traffic);
     m_host.SetObserver(m_watcher.get());
-    m_host.AddVessel(std::move(vessel));
-
-    vordal::LinkOptions options;
-    options.host = "127.0.0.1";
-    options.port = port;
-    options.backOff.first = std::chrono::milliseconds(5);
-    options.backOff.greatest = std::chrono::milliseconds(50);
-    if (change) {
-        change(options);
+    std::string reason;
+    if (!m_host.LoadPlugIn(QX5_PLUGIN_FILE, reason)) {
+        throw std::runtime_error(reason);
     }
-    m_port = std::make_unique<vordal::X5Port>(m_host, m_linkThread, L"port-1", options);
-    m_host.RunAndWait([this] {
-        std::string reason;
-        m_plugin = vordal::PlugIn::Load(QX5_PLUGIN_FILE, reason);
-        if (m_plugin == nullptr) {
-            throw std::runtime_error(reason);
-        }
-        m_plugin->RegisterDevices();
-        auto device = m_host.MakeDevice(L"QX5SonarConfigurationControlDevice");
-        m_device = dynamic_cast<QX5Device*>(m_host.AddDevice(std::move(device), SonarId(), L"sonar"));
-        if (m_device == nullptr) {
-            throw std::runtime_error("the plug-in makes no sonar device");
-        }
-        m_host.SetPort(*m_device, m_port.get());
-    });
+    vordal::LinkOptions like;
+    like.backOff.first = std::chrono::milliseconds(5);
+    like.backOff.greatest = std::chrono::milliseconds(50);
+    if (change) {
+        change(like);
+    }
+    vordal::StoredProject project;
+    project.vessels = {std::move(vessel)};
+    project.ports = {{L"port-1", L"127.0.0.1", port, like.watch}};
+    project.devices = {{SonarId(), L"QX5SonarConfigurationControlDevice", L"sonar", L"port-1", true, {}}};
+    m_port = dynamic_cast<vordal::X5Port*>(m_host.Open(std::move(project), like).FindPort(L"port-1"));
+    m_device = dynamic_cast<QX5Device*>(DataManager::GetDataManager().FindDevice(SonarId()));
+    if (m_device == nullptr) {
+        throw std::runtime_error("the plug-in makes no sonar device");
+    }
     m_subscription = std::make_unique<Subscription>();
     m_subscription->SetSubscriber(new MemFunNoInfoSubscriber<NearEnd>(this, &NearEnd::OnRangeTold), true);
     m_subscription->SetMap(m_device->GetAttributeSubscriptionMap());
@@ -217,18 +210,13 @@ NearEnd::NearEnd(std::uint16_t port, std::function<void(vordal::LinkOptions&)> c
 NearEnd::~NearEnd()
 {
     m_subscription.reset();
-    m_port->Close();
-    m_host.RunAndWait([this] { m_host.RemoveAllDevices(); });
-    m_host.Stop();
-    m_host.RemoveAllDevices();
-    m_port.reset();
-    m_plugin.reset();
+    m_host.End();
     vordal::SetLogSink({});
 }
 
 bool NearEnd::Connect()
 {
-    m_port->Open();
+    Open();
     return WaitForConnection() && Eventually([this] { return Value(L"x5Gain").has_value(); });
 }
 

@@ -2,13 +2,10 @@
 #pragma once
 
 #include <reference_host/host/clock.h>
-#include <reference_host/host/host.h>
 #include <reference_host/host/host_observer.h>
 #include <reference_host/host/log.h>
-#include <reference_host/link/live_traffic.h>
-#include <reference_host/link/sonar_link.h>
 #include <reference_host/link/x5_port.h>
-#include <reference_host/loader/plugin_loader.h>
+#include <reference_host/project/live_host.h>
 #include <simulator/sonar_server.h>
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
@@ -104,7 +101,9 @@ public:
     NearEnd& operator=(NearEnd const&) = delete;
     ~NearEnd();
 
-    /// Opens the port, waits for the connection and for what the sonar tells of itself.
+    /// Begins to connect.
+    void Open() { m_host.Start(); }
+    /// The same, and waits for the connection and for what the sonar tells of itself.
     bool Connect();
     bool WaitForConnection()
     {
@@ -136,24 +135,20 @@ public:
     vordal::Host& Host() { return m_host; }
     vordal::X5Port& Port() { return *m_port; }
     QX5Device& Sonar() { return *m_device; }
-    vordal::PlugIn& PlugIn() { return *m_plugin; }
 
 private:
     class Watcher;
     void OnRangeTold();
 
     vordal::FixedClock m_clock{standingTime};
-    vordal::LiveTraffic m_traffic;
     std::unique_ptr<Watcher> m_watcher;
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::vector<double> m_seen;
     std::vector<double> m_echoed;
     std::vector<std::string> m_lines;
-    vordal::Host m_host{vordal::Threading::Threaded};
-    vordal::LinkThread m_linkThread;
-    std::unique_ptr<vordal::PlugIn> m_plugin;
-    std::unique_ptr<vordal::X5Port> m_port;
+    vordal::LiveHost m_host;
+    vordal::X5Port* m_port = nullptr;
     QX5Device* m_device = nullptr;
     std::unique_ptr<Subscription> m_subscription;
 };

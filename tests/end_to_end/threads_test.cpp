@@ -85,7 +85,7 @@ TEST(Threads, ASubscriberSeesEveryEchoInOrder)
     FarEnd far;
     far.Command("misbehave silent"); // so that nothing but echoes changes the tree
     NearEnd near(far.Port());
-    near.Port().Open();
+    near.Open();
     ASSERT_TRUE(near.WaitForConnection());
     std::vector<double> expected;
     for (int i = 1; i <= 500; ++i) {

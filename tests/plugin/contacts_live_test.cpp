@@ -1,11 +1,10 @@
 // Contacts and their images over a live connection: real files, a real target file, another program that changes it.
+#include "QX5SonarConfiguration.h"
 #include "QX5SonarConfigurationControlDevice.h"
 #include "reference_host/base/path_text.h"
 #include "reference_host/host/clock.h"
-#include "reference_host/host/host.h"
 #include "reference_host/host/log.h"
-#include "reference_host/link/live_traffic.h"
-#include "reference_host/link/x5_port.h"
+#include "reference_host/project/live_host.h"
 #include "reference_host/targets/target_store.h"
 #include "tests/reference_host/link_test_peer.h"
 #include "tests/temporary_folder.h"
@@ -33,6 +32,7 @@ namespace protocol = qx5::protocol;
 using vordal::StoredTarget;
 using vordal::test::Bytes;
 
+CDataId const sonarId(1, 78, 1, 1);
 constexpr std::size_t contactFrame = 590;
 constexpr std::size_t aroundImage = 248;
 constexpr std::size_t imageOffset = 244;
@@ -45,40 +45,31 @@ protected:
         targetFile = vordal::TextOf(folder / "wreck.sts");
         vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
         host.SetClock(&m_clock);
-        host.SetTraffic(&m_traffic);
         host.SetFileFolders({folder});
-        host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
         host.Targets().SetActive(targetFile);
         SonarTargetsManager::Instance().geoTiffOutputEnabled = true;
         vordal::TargetFile(folder / "wreck.sts", vordal::TargetFile::Missing::Create).Replace({});
     }
     ~LiveContacts() override
     {
-        if (m_port != nullptr) {
-            m_port->Close();
-        }
-        host.Stop();
-        host.RemoveAllDevices();
-        m_port.reset();
+        host.End();
         vordal::SetLogSink({});
     }
 
     /// A sonar on a live connection to `peer`.
     void Connect()
     {
-        m_port =
-            std::make_unique<vordal::X5Port>(host, m_thread, CString(L"Sonar"), vordal::test::OptionsFor(peer.Port()));
-        host.RunAndWait([&] {
-            auto made = std::make_unique<QX5SonarConfigurationControlDevice>();
-            device = made.get();
-            host.AddDevice(std::move(made), CDataId(1, 78, 1, 1), L"sonar");
-            CAttributeMap tree;
-            tree.Add(L"DeviceId", CVordalInt(7125), 0);
-            host.ReplaceAttributes(*device, tree);
-            host.SetPort(*device, m_port.get());
-        });
-        m_port->Open();
-        ASSERT_TRUE(vordal::test::Eventually([&] { return m_port->GetLink().IsConnected(); }));
+        auto const like = vordal::test::OptionsFor(peer.Port());
+        vordal::StoredProject project;
+        project.vessels = {{.number = 1, .name = L"Vessel", .configuration = {}}};
+        project.ports = {{L"Sonar", L"127.0.0.1", peer.Port(), like.watch}};
+        project.devices = {{sonarId, L"QX5SonarConfigurationControlDevice", L"sonar", L"Sonar", true, {}}};
+        project.devices.front().attributes.Add(L"DeviceId", CVordalInt(7125), 0);
+        host.RunAndWait(RegisterDevices);
+        m_link = &host.Open(std::move(project), like).Ports().front()->GetLink();
+        device = dynamic_cast<QX5SonarConfigurationControlDevice*>(host.Devices().front());
+        host.Start();
+        ASSERT_TRUE(vordal::test::Eventually([&] { return m_link->IsConnected(); }));
     }
     StoredTarget ContactWithImage(fs::path const& image, fs::path const& removed) const
     {
@@ -92,8 +83,8 @@ protected:
     {
         host.RunAndWait([&] { host.Targets().Tell(7, code, 1700000000.0); });
     }
-    vordal::LinkCounters Counters() const { return m_port->GetLink().GetCounters(); }
-    bool Idle() const { return m_port->GetLink().GetQueuedBytes() == 0; }
+    vordal::LinkCounters Counters() const { return m_link->GetCounters(); }
+    bool Idle() const { return m_link->GetQueuedBytes() == 0; }
     static void Write(fs::path const& path, Bytes const& bytes)
     {
         std::ofstream stream(path, std::ios::binary);
@@ -103,14 +94,12 @@ protected:
     qx5::test::TemporaryFolder const folder{"qx5 contacts s\u00f6\u00f1ar \u6c34"};
     CString targetFile;
     vordal::test::Peer peer;
-    vordal::Host host{vordal::Threading::Threaded};
+    vordal::LiveHost host;
     QX5SonarConfigurationControlDevice* device = nullptr;
 
 private:
     vordal::FixedClock m_clock{1700000000.0};
-    vordal::LiveTraffic m_traffic;
-    vordal::LinkThread m_thread;
-    std::unique_ptr<vordal::X5Port> m_port;
+    vordal::SonarLink const* m_link = nullptr;
 };
 
 TEST_F(LiveContacts, AnImageOf50MegabytesArrivesWholeAndHoldsNobodyUp)

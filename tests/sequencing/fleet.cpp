@@ -156,19 +156,22 @@ LiveFleet::LiveFleet(std::vector<SonarSetup> const& sonars, Connections connecti
     : m_areHeads(connections == Connections::Shared), m_pinged(sonars.size())
 {
     host.SetClock(&clock);
-    host.SetTraffic(&traffic);
     host.SetMainWindow(true);
-    host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
+    vordal::StoredProject project;
+    project.vessels = {{.number = 1, .name = L"Vessel", .configuration = {}}};
     for (std::size_t i = 0; i < sonars.size(); ++i) {
         if (!m_areHeads || i == 0) {
-            AddSonar(sonars[i], m_areHeads ? static_cast<std::int32_t>(sonars.size()) : 1);
+            project.ports.push_back(MakeSonar(sonars[i], m_areHeads ? static_cast<std::int32_t>(sonars.size()) : 1));
         }
-        AddDevice(i, sonars[i], *m_ports.back());
+        project.devices.push_back(
+            {IdOfSonar(i), L"QX5Device", {}, project.ports.back().name, true, AttributesOf(sonars[i], i)});
     }
+    auto& open = host.Open(std::move(project));
+    open.Start(host.LoadedPlugIns());
     host.RunAndWait([] { QX5SonarConfigurationInfo::Instance().Init(); });
     for (std::size_t i = 0; i < sonars.size(); ++i) {
-        if (i < m_ports.size()) {
-            m_ports[i]->Open();
+        if (i < open.Ports().size()) {
+            open.Ports()[i]->Open();
         }
         if (!Joins(i)) {
             throw std::runtime_error("a sonar did not join its group");
@@ -176,7 +179,7 @@ LiveFleet::LiveFleet(std::vector<SonarSetup> const& sonars, Connections connecti
     }
 }
 
-void LiveFleet::AddSonar(SonarSetup const& setup, std::int32_t heads)
+vordal::StoredPort LiveFleet::MakeSonar(SonarSetup const& setup, std::int32_t heads)
 {
     std::size_t const index = m_servers.size();
     simulator::ServerOptions server;
@@ -188,20 +191,7 @@ void LiveFleet::AddSonar(SonarSetup const& setup, std::int32_t heads)
     }
     Command(index, "set x5Range=" + std::to_string(setup.range));
     Command(index, "set x5SoundVelocity=" + std::to_string(setup.soundSpeed));
-    vordal::LinkOptions options;
-    options.host = "127.0.0.1";
-    options.port = m_servers.back()->Port();
-    m_ports.push_back(
-        std::make_unique<vordal::X5Port>(host, m_linkThread, CString(L"port-" + std::to_wstring(index)), options));
-}
-
-void LiveFleet::AddDevice(std::size_t sonar, SonarSetup const& setup, vordal::X5Port& port)
-{
-    host.RunAndWait([&] {
-        auto* const device = host.AddDevice(std::make_unique<QX5Device>(), IdOfSonar(sonar));
-        host.ReplaceAttributes(*device, AttributesOf(setup, sonar));
-        host.SetPort(*device, &port);
-    });
+    return {L"port-" + std::to_wstring(index), L"127.0.0.1", m_servers.back()->Port(), {}};
 }
 
 void LiveFleet::OnSonar(std::size_t firstHead, simulator::SonarEvent const& event)
@@ -228,13 +218,7 @@ bool LiveFleet::Joins(std::size_t sonar)
 
 LiveFleet::~LiveFleet()
 {
-    host.RunAndWait([] { QX5SonarConfigurationInfo::Instance().Exit(); });
-    for (auto const& port : m_ports) {
-        port->Close();
-    }
-    host.RunAndWait([this] { host.RemoveAllDevices(); });
-    host.Stop();
-    m_ports.clear();
+    host.End(std::chrono::seconds(10), [] { QX5SonarConfigurationInfo::Instance().Exit(); });
     for (auto const& server : m_servers) {
         server->Stop();
     }

@@ -5,9 +5,7 @@
 #include "sequencing/QX5SonarConfigurationInfo.h"
 
 #include <reference_host/host/clock.h>
-#include <reference_host/host/host.h>
-#include <reference_host/link/live_traffic.h>
-#include <reference_host/link/x5_port.h>
+#include <reference_host/project/live_host.h>
 #include <simulator/sonar_server.h>
 
 #include <VordalDataBlocksR/CDataBlock.h>
@@ -176,21 +174,17 @@ public:
 
     Arrivals arrivals;
     vordal::FixedClock clock{standingTime};
-    vordal::LiveTraffic traffic;
-    vordal::Host host{vordal::Threading::Threaded};
+    vordal::LiveHost host;
 
 private:
-    void AddSonar(SonarSetup const& setup, std::int32_t heads);
-    void AddDevice(std::size_t sonar, SonarSetup const& setup, vordal::X5Port& port);
+    vordal::StoredPort MakeSonar(SonarSetup const& setup, std::int32_t heads);
     void OnSonar(std::size_t firstHead, simulator::SonarEvent const& event);
     bool Joins(std::size_t sonar);
 
     bool const m_areHeads; ///< of one sonar
     mutable std::mutex m_pingedMutex;
     std::vector<std::vector<Clock::time_point>> m_pinged;
-    vordal::LinkThread m_linkThread;
     std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
-    std::vector<std::unique_ptr<vordal::X5Port>> m_ports;
 };
 
 /// Whether a thread of this process waits for something: the system says so at three looks in a row, so that it is no

@@ -225,7 +225,6 @@ public:
             CAttributeMap mounted;
             mounted.Add(L"MountedOnPanAndTilt", CVordalInt(1));
             near.Host().MergeDecoded(near.Sonar(), mounted);
-            near.PlugIn().RegisterViews();
         });
         window = std::make_unique<vordal::WindowThread>(near.Host());
         view = std::make_unique<ShownView>();

@@ -23,7 +23,6 @@ protected:
     LiveView()
     {
         EXPECT_TRUE(near.Connect());
-        near.Host().RunAndWait([this] { near.PlugIn().RegisterViews(); });
         window = std::make_unique<vordal::WindowThread>(near.Host());
         view = std::make_unique<ShownView>();
     }

@@ -54,12 +54,11 @@ public:
         std::string error;
         EXPECT_TRUE(session.LoadPlugins({SOUNDER_PLUGIN, QX5_PLUGIN_FILE}, 2, error)) << error;
         EXPECT_FALSE(session.MakesSonars(sounderClass));
-        std::vector<cli::FleetVessel> const fleet{
-            {.number = 1,
-             .name = L"Surveyor",
-             .devices = {{bow, sounderClass, L"Bow sounder", "127.0.0.1", instruments[0].Port(), false},
-                         {stern, sounderClass, L"Stern sounder", "127.0.0.1", instruments[1].Port(), false},
-                         {sonar, session.SonarClass(), L"Hull sonar", "", 0, true}}}};
+        vordal::StoredProject fleet;
+        fleet.vessels = {cli::MakeVessel(1, L"Surveyor", false)};
+        AddConnected(fleet, {bow, sounderClass, L"Bow sounder", {}, true, {}}, L"127.0.0.1", instruments[0].Port());
+        AddConnected(fleet, {stern, sounderClass, L"Stern sounder", {}, true, {}}, L"127.0.0.1", instruments[1].Port());
+        fleet.devices.push_back({sonar, session.SonarClass(), L"Hull sonar", {}, true, {}});
         EXPECT_TRUE(session.Begin(fleet, project, error)) << error;
         thread = std::make_unique<vordal::WindowThread>(session.Host());
         window = std::make_unique<vordal::MainWindow>(vordal::WindowSetup{.vessels = session.Listed(),

@@ -96,18 +96,15 @@ public:
     }
     ~Stage() { End(); }
 
-    std::vector<cli::FleetVessel> Fleet()
+    vordal::StoredProject Fleet()
     {
         CString const sonarClass = session.SonarClass();
-        return {{.number = 1,
-                 .name = L"Surveyor",
-                 .detectsPipes = false,
-                 .devices = {{hull, sonarClass, L"Hull sonar", "127.0.0.1", sonars[0].Port()},
-                             {pole, sonarClass, L"Pole sonar", "127.0.0.1", sonars[1].Port()}}},
-                {.number = 2,
-                 .name = L"ROV",
-                 .detectsPipes = true,
-                 .devices = {{rov, sonarClass, L"ROV sonar", "127.0.0.1", sonars[2].Port()}}}};
+        vordal::StoredProject fleet;
+        fleet.vessels = {cli::MakeVessel(1, L"Surveyor", false), cli::MakeVessel(2, L"ROV", true)};
+        AddConnected(fleet, {hull, sonarClass, L"Hull sonar", {}, true, {}}, L"127.0.0.1", sonars[0].Port());
+        AddConnected(fleet, {pole, sonarClass, L"Pole sonar", {}, true, {}}, L"127.0.0.1", sonars[1].Port());
+        AddConnected(fleet, {rov, sonarClass, L"ROV sonar", {}, true, {}}, L"127.0.0.1", sonars[2].Port());
+        return fleet;
     }
 
     bool IsConnected(CDataId const& device) const
@@ -330,6 +327,14 @@ TEST(LiveWindow, ABurstOfChangesIsFollowedToTheLast)
     EXPECT_TRUE(RunUntil([&] { return stage.Label("powerValue") == "217 dB"; }));
 }
 
+vordal::StoredProject OneSonar(CString const& sonarClass, std::uint16_t port)
+{
+    vordal::StoredProject fleet;
+    fleet.vessels = {cli::MakeVessel(1, L"V", false)};
+    AddConnected(fleet, {hull, sonarClass, L"Hull sonar", {}, true, {}}, L"127.0.0.1", port);
+    return fleet;
+}
+
 /// The host behind a window on one sonar, without the window.
 class OneSonarSession
 {
@@ -338,8 +343,7 @@ public:
     {
         std::string error;
         EXPECT_TRUE(session.LoadPlugins({QX5_PLUGIN_FILE}, 1, error)) << error;
-        cli::FleetDevice const sonar{hull, session.SonarClass(), L"Hull sonar", "127.0.0.1", port};
-        EXPECT_TRUE(session.Begin({{.number = 1, .name = L"V", .devices = {sonar}}}, {}, error)) << error;
+        EXPECT_TRUE(session.Begin(OneSonar(session.SonarClass(), port), {}, error)) << error;
     }
 
     void Ask(AttributeKey const& key, CVordalType const& value)
@@ -402,9 +406,7 @@ TEST(LiveWindow, APlugInThatIsNoneIsRefusedAndTheProjectLeftAsItIs)
         cli::WindowSession session(std::make_shared<vordal::WindowFeed>(), 4);
         std::string error;
         ASSERT_TRUE(session.LoadPlugins({QX5_PLUGIN_FILE}, 1, error)) << error;
-        EXPECT_FALSE(session.Begin(
-            {{.number = 1, .name = L"V", .devices = {{hull, L"Nobody's", L"Hull sonar", "127.0.0.1", 1}}}},
-            file.string(), error));
+        EXPECT_FALSE(session.Begin(OneSonar(L"Nobody's", 1), file.string(), error));
         EXPECT_THAT(error, HasSubstr("no plug-in has registered its class Nobody's"));
     }
     auto const project = vordal::ProjectStore(file).Load();
