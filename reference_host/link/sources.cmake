@@ -23,11 +23,6 @@ target_include_directories(vordal_sonar_link PUBLIC "${PROJECT_SOURCE_DIR}")
 target_link_libraries(vordal_sonar_link PUBLIC vordal_host_contract qx5_protocol Threads::Threads
   PRIVATE vordal_asio qx5_warnings)
 
-# For tests alone: a connection that misbehaves on command.
-add_library(vordal_link_faults STATIC EXCLUDE_FROM_ALL "${CMAKE_CURRENT_LIST_DIR}/fault_injection.cpp")
-target_include_directories(vordal_link_faults PUBLIC "${PROJECT_SOURCE_DIR}")
-target_link_libraries(vordal_link_faults PUBLIC Threads::Threads PRIVATE vordal_asio qx5_warnings)
-
 target_sources(vordalhost PRIVATE
   link/frame_addressees.cpp link/live_port.cpp link/live_traffic.cpp link/raw_port.cpp link/settings_data.cpp
   link/tree_transfer.cpp link/x5_port.cpp)

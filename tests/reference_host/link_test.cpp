@@ -1,8 +1,8 @@
 // Tests of the sonar link over real sockets: whole frames, full queues, lost connections, names that do not answer.
 #include "../own_network.h"
+#include "../support/fault_relay.h"
 #include "link_test_peer.h"
 
-#include <reference_host/link/fault_injection.h>
 #include <reference_host/link/send_gathering.h>
 #include <reference_host/link/sent_frames.h>
 
