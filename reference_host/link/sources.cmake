@@ -14,8 +14,13 @@ target_link_libraries(vordal_asio INTERFACE Threads::Threads)
 add_library(vordal_sonar_link OBJECT
   "${CMAKE_CURRENT_LIST_DIR}/../platform/large_pages.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/../platform/line_watch.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/connecting.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/frame_receiving.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/frame_sending.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/link_thread.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/name_look_up.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/send_gathering.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/send_queue.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sent_frames.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sonar_link.cpp")
 target_compile_definitions(vordal_sonar_link PRIVATE VORDAL_HOST_BUILD)
