@@ -14,13 +14,11 @@
 #include <asio.hpp>
 
 #include <protocol/arriving_frames.h>
+#include <simulator/answer_frames.h>
 #include <simulator/misbehaviour.h>
 #include <simulator/sonar_server.h>
 
 namespace qx5::simulator {
-
-using Bytes = std::vector<unsigned char>;
-using SharedBytes = std::shared_ptr<Bytes const>;
 
 class Hosts;
 
@@ -100,12 +98,12 @@ private:
 
     std::deque<Outgoing> m_queue;
     std::size_t m_queuedBytes = 0;
-    Bytes m_leaving;               ///< the frame under way, with what is sent before it
-    std::size_t m_left = 0;        ///< bytes of `m_leaving` that have left
-    bool m_isWriting = false;      ///< an operation or the timer is under way
-    bool m_isHeldBack = false;     ///< the rest of `m_leaving` waits until what vanished is back
-    bool m_isOverflown = false;    ///< more piled up meanwhile than may wait
-    bool m_isCollisionDue = false; ///< a tree of colliding keys is still to leave
+    std::vector<unsigned char> m_leaving; ///< the frame under way, with what is sent before it
+    std::size_t m_left = 0;               ///< bytes of `m_leaving` that have left
+    bool m_isWriting = false;             ///< an operation or the timer is under way
+    bool m_isHeldBack = false;            ///< the rest of `m_leaving` waits until what vanished is back
+    bool m_isOverflown = false;           ///< more piled up meanwhile than may wait
+    bool m_isCollisionDue = false;        ///< a tree of colliding keys is still to leave
     bool m_closeAfterWrite = false;
     std::uint64_t m_bytesSent = 0;
     std::uint64_t m_framesSent = 0;

@@ -1,24 +1,18 @@
-// The simulated sonar as a whole: its thread, its hosts, what it answers and reports, its failures and its power.
+// The simulated sonar as a whole: what it answers and reports, its failures and its power.
 #include <simulator/sonar_server.h>
 
-#include <algorithm>
-#include <atomic>
-#include <future>
-#include <mutex>
-#include <new>
-#include <thread>
 #include <utility>
-
-#include <asio.hpp>
 
 #include <protocol/print.h>
 #include <protocol/utf8.h>
+#include <simulator/answer_frames.h>
 #include <simulator/flood.h>
 #include <simulator/hosts.h>
 #include <simulator/misbehaviour.h>
 #include <simulator/pinging.h>
 #include <simulator/plural.h>
 #include <simulator/sonar_commands.h>
+#include <simulator/sonar_thread.h>
 
 namespace qx5::simulator {
 
@@ -30,18 +24,17 @@ using Clock = std::chrono::steady_clock;
 
 } // namespace
 
-class SonarServer::Implementation final : private HostedSonar, private PingingSonar, public CommandedSonar
+class SonarServer::Implementation final : private SonarThread::Sonar,
+                                          private HostedSonar,
+                                          private PingingSonar,
+                                          public CommandedSonar
 {
 public:
     Implementation(ServerOptions options, EventSink sink)
         : m_options(std::move(options)), m_sink(std::move(sink)), m_state(m_options.utc, m_options.heads),
-          m_hosts(m_context, m_options, m_misbehaviour, *this), m_pinging(m_context, m_state, *this),
-          m_reportTimer(m_context), m_recordingTimer(m_context), m_rebootTimer(m_context),
-          m_work(asio::make_work_guard(m_context))
+          m_hosts(m_thread.Context(), m_options, m_misbehaviour, *this), m_pinging(m_thread.Context(), m_state, *this),
+          m_reportTimer(m_thread.Context()), m_recordingTimer(m_thread.Context()), m_rebootTimer(m_thread.Context())
     {
-        for (std::int32_t head = 0; head < m_options.heads; ++head) {
-            m_heads.push_back(head);
-        }
     }
 
     std::optional<StartError> Start()
@@ -49,70 +42,14 @@ public:
         auto error = m_hosts.Start();
         if (!error) {
             m_port = m_hosts.Port();
-            std::lock_guard const lock(m_runningMutex);
-            m_thread = std::thread([this] { Run(); });
-            m_running = true;
+            m_thread.Start();
         }
         return error;
     }
 
-    void Stop()
-    {
-        {
-            std::lock_guard const lock(m_runningMutex);
-            if (!m_running) {
-                return;
-            }
-            m_running = false;
-            // Commands posted before are carried out before; none come after.
-            try {
-                asio::post(m_context, [this] { CloseAll(); });
-            } catch (std::bad_alloc const&) {
-                m_stopWanted.store(true);
-                m_context.stop();
-            }
-        }
-        m_thread.join();
-    }
-
     std::uint16_t Port() const { return m_port; }
 
-    enum class Called : std::uint8_t
-    {
-        Done,
-        NotRunning,
-        Failed,
-    };
-
-    /// Runs `task` on the sonar's thread and waits for it. Where it fails, the sonar begins anew.
-    Called Call(std::function<void()> const& task)
-    {
-        auto const done = std::make_shared<std::promise<Called>>();
-        bool isOwnThread = false;
-        {
-            std::lock_guard const lock(m_runningMutex);
-            if (!m_running) {
-                return Called::NotRunning;
-            }
-            isOwnThread = std::this_thread::get_id() == m_thread.get_id();
-            if (!isOwnThread) {
-                asio::post(m_context, [&task, done] {
-                    try {
-                        task();
-                    } catch (...) {
-                        done->set_value(Called::Failed);
-                        throw;
-                    }
-                    done->set_value(Called::Done);
-                });
-            }
-        }
-        if (!isOwnThread) {
-            return done->get_future().get();
-        }
-        task();
-        return Called::Done;
-    }
+    SonarThread& Thread() { return m_thread; }
 
     ServerCounts Counts() const
     {
@@ -128,25 +65,25 @@ public:
     void StateChanged() override
     {
         m_pinging.Schedule();
-        if (m_state.IsRecording() && !m_tickScheduled && !m_stopping) {
+        if (m_state.IsRecording() && !m_tickScheduled && !m_thread.IsEnding()) {
             m_tickScheduled = true;
             m_recordingTimer.expires_after(m_options.recordingTick);
             m_recordingTimer.async_wait([this](asio::error_code const& error) {
                 m_tickScheduled = false;
-                if (!error && !m_stopping) {
+                if (!error && !m_thread.IsEnding()) {
                     m_state.Advance(Clock::now());
                     StateChanged();
                 }
             });
         }
-        if (m_reportScheduled || m_stopping || !m_state.HasReport()) {
+        if (m_reportScheduled || m_thread.IsEnding() || !m_state.HasReport()) {
             return;
         }
         m_reportScheduled = true;
         m_reportTimer.expires_after(m_options.reportLatency);
         m_reportTimer.async_wait([this](asio::error_code const& error) {
             m_reportScheduled = false;
-            if (!error && !m_stopping) {
+            if (!error && !m_thread.IsEnding()) {
                 Report();
             }
         });
@@ -206,8 +143,8 @@ public:
     bool PingOnce(std::string& answer) override
     {
         bool done = false;
-        answer =
-            m_poweredOn ? m_pinging.PingAtCommand(m_heads, done) : "the sonar is switched off; 'start' brings it back";
+        answer = m_poweredOn ? m_pinging.PingAtCommand(m_frames.Heads(), done)
+                             : "the sonar is switched off; 'start' brings it back";
         return done;
     }
 
@@ -258,38 +195,10 @@ public:
     }
 
 private:
-    // The thread.
+    // Its thread.
 
-    /// Whatever fails in a handler, such as memory that runs out, costs the connections and what was under way, not the
-    /// sonar.
-    void Run() noexcept
+    void BeginAnew() override
     {
-        for (bool anew = false;;) {
-            try {
-                if (m_stopWanted.load()) {
-                    CloseAll();
-                } else if (anew) {
-                    BeginAnew();
-                }
-                anew = false;
-                m_context.run();
-                if (m_stopping) {
-                    return;
-                }
-            } catch (...) {
-                anew = true;
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-            m_context.restart();
-        }
-    }
-
-    void BeginAnew()
-    {
-        if (m_stopping) {
-            CloseAll();
-            return;
-        }
         m_reportTimer.cancel();
         m_recordingTimer.cancel();
         m_reportScheduled = false;
@@ -301,23 +210,21 @@ private:
         StateChanged();
     }
 
-    void CloseAll()
+    void CloseAll() override
     {
-        m_stopping = true;
         m_hosts.StopListening();
         m_hosts.CloseAll("the sonar ends");
         for (auto* const timer : {&m_reportTimer, &m_recordingTimer, &m_rebootTimer}) {
             timer->cancel();
         }
         m_pinging.Stop();
-        m_work.reset();
     }
 
     // Hosts.
 
     bool WantsHosts() const override
     {
-        return !m_stopping && m_poweredOn && m_misbehaviour.refusal != Refusal::NotListening;
+        return !m_thread.IsEnding() && m_poweredOn && m_misbehaviour.refusal != Refusal::NotListening;
     }
 
     void OnHost(HostConnection& host, std::string_view address) override
@@ -380,46 +287,23 @@ private:
 
     // What they are told.
 
-    // Of several heads each says who it is; a single one is the operation mode that it is in. For the rest they have
-    // the same to tell.
-    std::int32_t EnumeratorOf(std::int32_t head) const
-    {
-        return m_heads.size() == 1 ? m_state.IntOf(protocol::keys::DeviceEnum) : head;
-    }
-
-    // A frame that is for one of several heads names it; any other is for all.
     std::span<std::int32_t const> HeadsAt(protocol::Target target)
     {
-        std::span<std::int32_t const> const all(m_heads);
-        if (all.size() == 1 || target.deviceId != model::DeviceId || target.enumerator < 0) {
-            return all;
+        auto const heads = m_frames.HeadsAt(target);
+        if (heads.empty()) {
+            Tell(EventKind::Notice, "the sonar has no head " + std::to_string(target.enumerator));
         }
-        auto const head = static_cast<std::size_t>(target.enumerator);
-        if (head < all.size()) {
-            return all.subspan(head, 1);
-        }
-        Tell(EventKind::Notice, "the sonar has no head " + std::to_string(target.enumerator));
-        return {};
+        return heads;
     }
 
     SharedBytes TreeFrame(std::vector<TreeNode> nodes, std::int32_t head)
     {
-        std::int32_t const enumerator = EnumeratorOf(head);
-        if (m_heads.size() > 1) {
-            for (TreeNode& node : nodes) {
-                if (node.key == protocol::keys::DeviceEnum.text) {
-                    node.value = enumerator;
-                }
-            }
-        }
         std::string error;
-        auto const payload = protocol::EncodeTree(nodes, error);
-        if (!payload) {
+        auto frame = m_frames.Tree(std::move(nodes), head, error);
+        if (!frame) {
             Tell(EventKind::Notice, "an answer cannot be sent: " + error);
-            return {};
         }
-        return std::make_shared<Bytes const>(protocol::BuildFrame(
-            protocol::records::AttributeTree.Id(), {model::DeviceId, enumerator}, m_state.UtcSeconds(), *payload));
+        return frame;
     }
 
     /// Once on each connection a tree of colliding keys, then whatever floods it.
@@ -433,9 +317,8 @@ private:
         } else {
             return {};
         }
-        auto const head = m_heads[static_cast<std::size_t>(m_floodRecords++ % m_heads.size())];
-        return std::make_shared<Bytes const>(protocol::BuildFrame(record.id, {model::DeviceId, EnumeratorOf(head)},
-                                                                  m_state.UtcSeconds(), record.payload));
+        auto const head = static_cast<std::int32_t>(m_floodRecords++ % m_frames.Heads().size());
+        return m_frames.Record(record.id, record.payload, head);
     }
 
     void Introduce(HostConnection& connection)
@@ -443,7 +326,7 @@ private:
         if (m_misbehaviour.silent || !connection.IsOpen()) {
             return;
         }
-        for (std::int32_t const head : m_heads) {
+        for (std::int32_t const head : m_frames.Heads()) {
             connection.Send(TreeFrame(m_state.Introduction(), head));
         }
         Tell(EventKind::Answered, "introduction", connection.Number());
@@ -473,7 +356,7 @@ private:
         if (nodes.empty() || m_hosts.Number() == 0 || m_misbehaviour.silent) {
             return;
         }
-        for (std::int32_t const head : m_heads) {
+        for (std::int32_t const head : m_frames.Heads()) {
             m_hosts.Broadcast(TreeFrame(nodes, head));
         }
         std::string text = Plural(nodes.size(), "changed attribute") + ":";
@@ -485,7 +368,7 @@ private:
 
     // Pings.
 
-    bool MayPing() const override { return !m_stopping && m_poweredOn; }
+    bool MayPing() const override { return !m_thread.IsEnding() && m_poweredOn; }
 
     // The sonar tells its settings as it pings, so that a host knows how long the echoes can take.
     void OnPinged(Ping const& ping) override
@@ -516,7 +399,7 @@ private:
         }
         m_rebootTimer.expires_after(m_options.rebootTime);
         m_rebootTimer.async_wait([this](asio::error_code const& error) {
-            if (!error && !m_stopping && !m_poweredOn) {
+            if (!error && !m_thread.IsEnding() && !m_poweredOn) {
                 PowerUp();
             }
         });
@@ -553,7 +436,7 @@ private:
         Tell({.kind = kind,
               .text = {},
               .pingNumber = ping.number,
-              .head = m_heads.size() > 1 ? ping.head : -1,
+              .head = m_frames.Heads().size() > 1 ? ping.head : -1,
               .pingRange = ping.range,
               .pingTravelTime = ping.travelTime});
     }
@@ -561,24 +444,18 @@ private:
     ServerOptions m_options;
     EventSink m_sink;
     SonarState m_state;
-    asio::io_context m_context{1};
+    AnswerFrames m_frames{m_state};
+    SonarThread m_thread{*this};
     Misbehaviour m_misbehaviour;
     Hosts m_hosts;
     Pinging m_pinging;
     asio::steady_timer m_reportTimer;
     asio::steady_timer m_recordingTimer;
     asio::steady_timer m_rebootTimer;
-    asio::executor_work_guard<asio::io_context::executor_type> m_work;
     std::uint64_t m_floodRecords = 0;
-    std::vector<std::int32_t> m_heads; // their numbers
     bool m_poweredOn = true;
-    bool m_stopping = false;
     bool m_reportScheduled = false;
     bool m_tickScheduled = false;
-    std::atomic<bool> m_stopWanted{false}; // where the end could not be posted
-    std::thread m_thread;
-    std::mutex m_runningMutex; // no task is posted after the last one; guards m_thread's id while m_running
-    bool m_running = false;
     std::uint16_t m_port = 0;
 };
 
@@ -599,7 +476,7 @@ std::optional<StartError> SonarServer::Start()
 
 void SonarServer::Stop()
 {
-    m_implementation->Stop();
+    m_implementation->Thread().Stop();
 }
 
 std::uint16_t SonarServer::Port() const
@@ -610,19 +487,19 @@ std::uint16_t SonarServer::Port() const
 bool SonarServer::Command(std::string_view line, std::string& answer)
 {
     bool done = false;
-    auto const called = m_implementation->Call([&] { done = CarryOut(*m_implementation, line, answer); });
-    if (called == Implementation::Called::Done) {
+    auto const called = m_implementation->Thread().Call([&] { done = CarryOut(*m_implementation, line, answer); });
+    if (called == SonarThread::Called::Done) {
         return done;
     }
-    answer = called == Implementation::Called::Failed ? "that failed, and the sonar begins anew"
-                                                      : "the sonar is not running";
+    answer =
+        called == SonarThread::Called::Failed ? "that failed, and the sonar begins anew" : "the sonar is not running";
     return false;
 }
 
 ServerCounts SonarServer::Counts()
 {
     ServerCounts counts;
-    m_implementation->Call([&] { counts = m_implementation->Counts(); });
+    m_implementation->Thread().Call([&] { counts = m_implementation->Counts(); });
     return counts;
 }
 
