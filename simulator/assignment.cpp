@@ -64,7 +64,11 @@ std::optional<Attribute> ParseAssignment(std::string_view assignment, std::strin
         error = std::string(name) + " wants a value of kind " + std::string(protocol::NameOf(kind));
         return std::nullopt;
     }
-    return Attribute{wide, key, std::move(*value)};
+    std::optional<Attribute> assigned(std::in_place);
+    assigned->text = wide;
+    assigned->key = key;
+    assigned->value = std::move(*value);
+    return assigned;
 }
 
 } // namespace qx5::simulator

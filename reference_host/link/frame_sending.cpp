@@ -208,6 +208,7 @@ void FrameSending::End() noexcept
     asio::error_code ignored;
     std::lock_guard const lock(m_mutex);
     m_isOpen.store(false, std::memory_order_release);
+    m_heldTimer.cancel();
     m_socket.close(ignored);
     DropQueueLocked();
 }
