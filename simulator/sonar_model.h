@@ -37,6 +37,11 @@ struct Limits
     double least = 0.0;
     double greatest = 0.0;
 };
+/// From the first to the last of ascending values.
+constexpr Limits LimitsOf(std::span<double const> values)
+{
+    return {values.front(), values.back()};
+}
 
 /// One rate at which the receiver samples, and the ranges that its memory then reaches.
 struct SampleRate

@@ -18,50 +18,16 @@
 #include <protocol/record_layout.h>
 #include <protocol/tree_codec.h>
 #include <protocol/value.h>
+#include <simulator/attribute.h>
+#include <simulator/recorder.h>
 #include <simulator/sonar_model.h>
+#include <simulator/understood_record.h>
 
 namespace qx5::simulator {
-
-using SteadyTime = std::chrono::steady_clock::time_point;
 
 /// Seconds since 1970-01-01 UTC.
 using UtcClock = std::function<double()>;
 double SystemUtcSeconds();
-
-/// One attribute that the sonar holds.
-struct Attribute
-{
-    std::wstring text;
-    protocol::Key const* key = nullptr; ///< null for a text that no table knows
-    protocol::Value value;
-};
-
-/// What a record asks for beyond its attributes.
-enum class Effect : std::uint8_t
-{
-    None,
-    AnswerRecord, ///< send `requestedRecord`
-    Ping,         ///< ping once
-    ShutDown,
-    Reboot,
-};
-
-/// One record as the sonar took it. Views point into the frame that it came in.
-struct Understood
-{
-    protocol::Carrier carrier = protocol::Carrier::RemoteControl;
-    std::uint32_t id = 0;
-    std::string_view name;                          ///< empty for an unknown record
-    protocol::RecordLayout const* layout = nullptr; ///< null for a record without table
-    protocol::Target target;                        ///< of the frame, or of a pass-through command
-    std::span<unsigned char const> payload;
-    std::vector<std::pair<protocol::Key const*, protocol::Value>> values; ///< attributes that it sets, as it gives them
-    std::vector<std::pair<std::string_view, protocol::Value>> fields;     ///< what it carries beside attributes
-    std::size_t missingBytes = 0; ///< of a payload too short; such a record changes nothing
-    bool damaged = false;         ///< a remote-control record or a wrapped command that does not hold together
-    Effect effect = Effect::None;
-    std::uint32_t requestedRecord = 0; ///< of AnswerRecord
-};
 
 /// How often a record came, and how it last looked.
 struct RecordCount
@@ -75,7 +41,6 @@ inline constexpr std::size_t MaximumKeptPayload = 256;
 inline constexpr std::size_t MaximumKeptRecords = 1024; ///< different ids; those beyond are only counted together
 inline constexpr std::size_t MaximumKeptUnits = 64;     ///< other units that commands are passed on to
 inline constexpr std::size_t MaximumAttributes = 4096;
-inline constexpr std::size_t MaximumKeptTail = 65536; ///< bytes of a text or list; a longer one is not kept
 
 /// A sonar that takes records and keeps what they say. Values outside of its limits are brought inside, and what it
 /// cannot do (an operation mode that it does not have, a range that is no number) it does not do: the next report then
@@ -101,9 +66,18 @@ public:
     protocol::Value const* Find(protocol::Key const& key) const;
     protocol::Value const* Find(std::wstring_view text) const;
     std::span<Attribute const> Attributes() const { return m_attributes; }
+    /// 0 where there is none or it is of another kind.
+    std::int32_t IntOf(protocol::Key const& key) const;
+    double DoubleOf(protocol::Key const& key) const;
 
-    /// "KEY=VALUE" or "KEY:KIND=VALUE" (int, uint, int64, bool, double, pair, string, ints, doubles, offset). False,
-    /// and one line in `error`, when the text is none or the sonar does not take the value.
+    std::int32_t Heads() const { return m_heads; }
+    /// That all heads are in.
+    OperationMode const& Mode() const;
+    /// s, of the pulse type in use.
+    std::span<double const> PulseLengths() const;
+
+    /// As ParseAssignment reads it. False, and one line in `error`, when it does not or the sonar does not take the
+    /// value.
     bool Set(std::string_view assignment, SteadyTime now, std::string& error);
 
     /// All that it tells upon connection: limits and values.
@@ -122,7 +96,7 @@ public:
     std::vector<protocol::TreeNode> PingReport(std::int32_t number, double utcSeconds) const;
 
     bool PingsOn() const;
-    bool IsRecording() const { return m_recording; }
+    bool IsRecording() const { return m_recorder.IsRecording(); }
     /// Pings per second, 0 for none.
     double PingRate() const;
     /// From the transmission to the last echo of the range, both ways.
@@ -139,26 +113,17 @@ public:
 
 private:
     void LoadFactorySettings();
-    void Read(Understood& record);
     void Take(Understood& record, SteadyTime now);
     void Count(Understood const& record);
     /// False when the sonar refuses the value. Reports the attribute in either case.
     bool Put(protocol::Key const& key, protocol::Value value);
     void PutText(std::wstring_view text, protocol::Key const* key, protocol::Value value);
-    bool Admit(protocol::Key const& key, protocol::Value& value) const;
     void ModeChanged();
     void Touch(std::size_t index);
     std::size_t IndexOf(std::wstring_view text) const;
-    OperationMode const& Mode() const;
-    std::int32_t IntOf(protocol::Key const& key) const;
-    double DoubleOf(protocol::Key const& key) const;
-    std::span<double const> PulseLengths() const;
     void StartRecording(std::wstring name, SteadyTime now);
     void StopRecording();
     void PutRecorder();
-    std::vector<protocol::TreeNode> LimitNodes() const;
-    /// Adds the attribute at the top, or to the branches that it belongs into.
-    void AddNode(std::vector<protocol::TreeNode>& nodes, Attribute const& attribute) const;
 
     UtcClock m_utc;
     std::int32_t const m_heads;
@@ -169,10 +134,7 @@ private:
     std::uint64_t m_unknownRecords = 0;
     std::uint64_t m_unknownRequests = 0;
     std::int32_t m_pings = 0;
-    bool m_recording = false;
-    SteadyTime m_recordedUntil;
-    double m_fileBytes = 0.0;
-    double m_diskFreeBytes = model::DiskFreeAtStart;
+    Recorder m_recorder;
 };
 
 } // namespace qx5::simulator

@@ -232,6 +232,10 @@ HostObserver* CurrentObserver();
 /// The host thread, for what this thread may raise but not tell. Null when it tells by itself: on the host thread, and
 /// where there is none.
 HostThread* ThreadToTellOn();
+/// At once where ThreadToTellOn is null, otherwise on that thread.
+void RunOnHostThread(HostTask task);
+/// As HostStreams::Notify.
+void NotifyBus(Subscription::Kind kind, CString const& key, NotificationInfo const* info);
 
 // For the subscription classes. Null without a host or for another kind.
 std::shared_ptr<NotificationBus> BusOfKind(int kind);

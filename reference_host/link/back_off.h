@@ -14,12 +14,17 @@ struct BackOffSchedule
     std::chrono::milliseconds greatest{5000};
     /// Share of a wait that chance may take away, 0 to 1.
     double jitter = 0.2;
+    /// A connection that stood this long, or brought something good, starts anew with `first` when it is lost.
+    std::chrono::milliseconds provenAfter{5000};
 };
 
-/// The waits between the attempts of one link. A plain value without a clock; one thread at a time.
+/// The waits between the attempts of one link. A plain value without a clock: the caller passes the time, on one steady
+/// clock. One thread at a time.
 class BackOff
 {
 public:
+    using Time = std::chrono::steady_clock::time_point;
+
     BackOff(BackOffSchedule const& schedule, std::uint64_t seed) : m_schedule(schedule), m_random(seed) { Reset(); }
 
     /// The next wait: `first`, then each twice the one before, at most `greatest`, each shortened by chance by at most
@@ -33,7 +38,18 @@ public:
         return std::chrono::milliseconds(std::max<std::int64_t>(wait, 1));
     }
 
-    /// The connection has proved itself: the next wait is the first one again.
+    /// A connection stands.
+    void Connected(Time now) { m_connectedAt = now; }
+    /// It was lost. Where it stood long enough, or was `proven` by what it brought, the next wait is the first one
+    /// again.
+    void Lost(Time now, bool proven)
+    {
+        if (proven || now - m_connectedAt >= m_schedule.provenAfter) {
+            Reset();
+        }
+    }
+
+    /// The next wait is the first one again.
     void Reset() { m_next = m_schedule.first.count(); }
 
 private:
@@ -54,6 +70,7 @@ private:
     BackOffSchedule m_schedule;
     std::uint64_t m_random;
     std::int64_t m_next = 0;
+    Time m_connectedAt;
 };
 
 } // namespace vordal

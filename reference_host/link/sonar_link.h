@@ -1,9 +1,10 @@
-// The TCP connection to one sonar, and the thread that serves all such connections.
+// The TCP connection to one sonar.
 #pragma once
 
 #include <VordalBaseR/Export.h>
 
 #include "back_off.h"
+#include "link_thread.h"
 
 #include "reference_host/platform/line_watch.h"
 
@@ -21,30 +22,6 @@
 #include <vector>
 
 namespace vordal {
-
-/// The one thread on which all links connect, read and drain their queues. Make it before the links; it must outlive
-/// them. Nothing that runs on it may wait. An exception there, such as memory that runs out, ends the connection whose
-/// it is: that is told, and it begins anew.
-class VORDAL_API LinkThread
-{
-public:
-    LinkThread();
-    LinkThread(LinkThread const&) = delete;
-    LinkThread& operator=(LinkThread const&) = delete;
-    /// Ends the thread. Bounded: nothing on the thread blocks, and name look-ups run elsewhere and are abandoned.
-    ~LinkThread();
-
-    /// Runs `task` on the link thread; any thread.
-    void Post(std::function<void()> task);
-    bool IsCurrent() const;
-
-    struct Core;
-    Core& GetCore() { return *m_core; }
-    std::shared_ptr<Core> ShareCore() { return m_core; }
-
-private:
-    std::shared_ptr<Core> m_core;
-};
 
 enum class LinkState
 {
@@ -141,9 +118,6 @@ struct LinkOptions
     BackOffSchedule backOff;
     /// For one attempt, name look-up included.
     std::chrono::milliseconds connectTimeout{5000};
-    /// A connection that stood this long, or brought one good frame (without frames: a byte), starts the back-off anew
-    /// when it is lost.
-    std::chrono::milliseconds provenAfter{5000};
     /// Empty: the system's own look-up.
     NameLookUp lookUp;
     /// Host time in seconds; null: the system's clock.

@@ -14,19 +14,19 @@ target_link_libraries(vordal_asio INTERFACE Threads::Threads)
 add_library(vordal_sonar_link OBJECT
   "${CMAKE_CURRENT_LIST_DIR}/../platform/large_pages.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/../platform/line_watch.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/connecting.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/frame_receiving.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/frame_sending.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/link_thread.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/name_look_up.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/send_gathering.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/send_queue.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sent_frames.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sonar_link.cpp")
 target_compile_definitions(vordal_sonar_link PRIVATE VORDAL_HOST_BUILD)
 target_include_directories(vordal_sonar_link PUBLIC "${PROJECT_SOURCE_DIR}")
 target_link_libraries(vordal_sonar_link PUBLIC vordal_host_contract qx5_protocol Threads::Threads
   PRIVATE vordal_asio qx5_warnings)
-
-# For tests alone: a connection that misbehaves on command.
-add_library(vordal_link_faults STATIC EXCLUDE_FROM_ALL "${CMAKE_CURRENT_LIST_DIR}/fault_injection.cpp")
-target_include_directories(vordal_link_faults PUBLIC "${PROJECT_SOURCE_DIR}")
-target_link_libraries(vordal_link_faults PUBLIC Threads::Threads PRIVATE vordal_asio qx5_warnings)
 
 target_sources(vordalhost PRIVATE
   link/frame_addressees.cpp link/live_port.cpp link/live_traffic.cpp link/raw_port.cpp link/settings_data.cpp

@@ -1,7 +1,7 @@
 // The link is cut in the middle and comes back: nothing torn, nothing old, no call that waits.
 #include "stage.h"
 
-#include <reference_host/link/fault_injection.h>
+#include "tests/support/fault_relay.h"
 
 #include <algorithm>
 #include <map>

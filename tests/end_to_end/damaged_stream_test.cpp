@@ -1,7 +1,7 @@
 // Garbage, damaged frames and single bytes in both directions: both ends find the next good frame.
 #include "stage.h"
 
-#include <reference_host/link/fault_injection.h>
+#include "tests/support/fault_relay.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 // Order among threads, and stopping in the middle of work.
 #include "stage.h"
 
-#include <reference_host/link/fault_injection.h>
+#include "tests/support/fault_relay.h"
 
 #include <algorithm>
 

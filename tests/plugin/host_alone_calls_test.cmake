@@ -7,6 +7,7 @@ set(hosts_alone _ZN25QX5SonarConfigurationInfo4InitEv _ZN25QX5SonarConfiguration
 string(REPLACE "," ";" objects "${OBJECTS}")
 set(problems "")
 set(defined "")
+list(FILTER objects INCLUDE REGEX "\\.o(bj)?$") # not the headers that were compiled beforehand
 foreach(object IN LISTS objects)
   execute_process(COMMAND "${NM}" --format=posix "${object}" OUTPUT_VARIABLE listing RESULT_VARIABLE failed)
   if(failed)

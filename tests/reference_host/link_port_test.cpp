@@ -1,5 +1,6 @@
 // Tests of the sonar's port: bytes of every kind of send, attributes that come back, devices told of the connection.
 #include "../peak_memory.h"
+#include "../support/fault_relay.h"
 #include "link_test_peer.h"
 
 #include <reference_host/attributes/tree_account.h>
@@ -7,7 +8,6 @@
 #include <reference_host/host/clock.h>
 #include <reference_host/host/host.h>
 #include <reference_host/host/log.h>
-#include <reference_host/link/fault_injection.h>
 #include <reference_host/link/live_traffic.h>
 #include <reference_host/link/x5_port.h>
 

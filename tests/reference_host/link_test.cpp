@@ -1,10 +1,9 @@
 // Tests of the sonar link over real sockets: whole frames, full queues, lost connections, names that do not answer.
 #include "../own_network.h"
+#include "../support/fault_relay.h"
 #include "link_test_peer.h"
 
-#include <reference_host/link/fault_injection.h>
 #include <reference_host/link/send_gathering.h>
-#include <reference_host/link/sent_frames.h>
 
 #include <gtest/gtest.h>
 
@@ -58,41 +57,6 @@ std::vector<std::uint32_t> IndicesOf(Bytes const& stream)
         at += size;
     }
     return indices;
-}
-
-TEST(BackOff, DoublesToTheGreatestAndStartsAnew)
-{
-    BackOff backOff({milliseconds(100), milliseconds(5000), 0.0}, 1);
-    std::vector<long> waits;
-    for (int i = 0; i < 8; ++i) {
-        waits.push_back(static_cast<long>(backOff.Next().count()));
-    }
-    EXPECT_EQ(waits, (std::vector<long>{100, 200, 400, 800, 1600, 3200, 5000, 5000}));
-    backOff.Reset();
-    EXPECT_EQ(backOff.Next().count(), 100);
-}
-
-TEST(BackOff, ChanceShortensByAtMostItsShare)
-{
-    BackOff backOff({milliseconds(1000), milliseconds(1000), 0.2}, 7);
-    bool differs = false;
-    for (int i = 0; i < 1000; ++i) {
-        auto const wait = backOff.Next().count();
-        ASSERT_GE(wait, 800);
-        ASSERT_LE(wait, 1000);
-        differs = differs || wait < 950;
-    }
-    EXPECT_TRUE(differs);
-}
-
-TEST(BackOff, OddSchedulesStayBounded)
-{
-    BackOff none({milliseconds(0), milliseconds(0), 5.0}, 1);
-    BackOff huge({milliseconds::max(), milliseconds::max(), -1.0}, 1);
-    for (int i = 0; i < 100; ++i) {
-        EXPECT_EQ(none.Next().count(), 1);
-        EXPECT_EQ(huge.Next().count(), 86'400'000);
-    }
 }
 
 TEST(SonarLink, SendsFramesAsTheyAre)
@@ -371,18 +335,6 @@ TEST(SonarLink, WhatThisSideDoesNotReadIsNotUnfinished)
     done.get_future().wait();
 }
 
-/// A remote-control record of one command without payload, byte by byte.
-Bytes Command(std::uint16_t id)
-{
-    Bytes data(24, 0);
-    data[0] = data[4] = static_cast<unsigned char>(id & 0xFFU);
-    data[1] = data[5] = static_cast<unsigned char>(id >> 8);
-    auto frame = Frame(data);
-    frame[32] = 0x4C; // 7500
-    frame[33] = 0x1D;
-    return frame;
-}
-
 struct LostLine
 {
     std::chrono::steady_clock::duration after;
@@ -483,29 +435,6 @@ TEST(SonarLink, APeerThatTakesNothingMoreIsLostWithWhatWaited)
     ASSERT_TRUE(listener.WaitForReport());
     EXPECT_NE(listener.Reports()[0].find("were sent and not acknowledged: 7, 7, "), std::string::npos)
         << listener.Reports()[0];
-}
-
-TEST(SentFrames, NamesTheLastAndCountsTheRest)
-{
-    SentFrames sent;
-    EXPECT_EQ(sent.TellUnacknowledged(0), "");
-    EXPECT_EQ(sent.TellUnacknowledged(5), "") << "nothing was sent that could be missing";
-    for (std::uint16_t id = 1000; id < 1020; ++id) {
-        sent.Add(Command(id));
-    }
-    EXPECT_EQ(sent.Frames(), 20U);
-    EXPECT_EQ(sent.Bytes(), 20U * 92U);
-    EXPECT_EQ(sent.TellUnacknowledged(0), "");
-    EXPECT_EQ(sent.TellUnacknowledged(1), "1 record (1 bytes) was sent and not acknowledged: 1019");
-    EXPECT_EQ(sent.TellUnacknowledged(92), "1 record (92 bytes) was sent and not acknowledged: 1019");
-    EXPECT_EQ(sent.TellUnacknowledged(93), "2 records (93 bytes) were sent and not acknowledged: 1018, 1019");
-    EXPECT_EQ(sent.TellUnacknowledged(20 * 92),
-              "20 records (1840 bytes) were sent and not acknowledged: 1000, 1001, 1002, 1003, 1004, 1005, 1006, "
-              "1007, 1008, 1009, 1010, 1011 and more");
-    for (int i = 0; i < 64; ++i) {
-        sent.Add(Command(1100));
-    }
-    EXPECT_EQ(sent.TellUnacknowledged(100 * 92).substr(0, 20), "at least 64 records ");
 }
 
 TEST(SonarLink, AnEndlessStreamOfGarbageIsDropped)

@@ -54,6 +54,18 @@ inline Bytes Frame(Bytes const& data)
     return bytes;
 }
 
+/// A remote-control record of one command without payload, byte by byte.
+inline Bytes Command(std::uint16_t id)
+{
+    Bytes data(24, 0);
+    data[0] = data[4] = static_cast<unsigned char>(id & 0xFFU);
+    data[1] = data[5] = static_cast<unsigned char>(id >> 8);
+    auto frame = Frame(data);
+    frame[32] = 0x4C; // 7500
+    frame[33] = 0x1D;
+    return frame;
+}
+
 /// Listens on a free port of loopback, takes one connection at a time and keeps what arrives.
 class Peer
 {

@@ -31,18 +31,11 @@ using qx5::protocol::TruncateToInt32;
 
 namespace {
 
-constexpr int pulseLengthSteps = 30000;
 constexpr int quarterDegreesPerPage = 8;
 
 /// Values of "x5GainMode" that the page offers.
 constexpr int gainModeTimeVaried = 0;
 constexpr int gainModeFixed = 2;
-
-/// Power of ten as an integer, 0 below 1; saturates.
-int PowerOfTen(double exponent)
-{
-    return TruncateToInt32(std::pow(10.0, exponent));
-}
 
 /// How many of the first `count` entries are not greater than `value`, before the first that is, less one: the position
 /// that stands for the value.
@@ -52,12 +45,6 @@ int PositionInList(List const& list, std::size_t count, double value)
     auto const end = list.begin() + static_cast<std::ptrdiff_t>(count);
     auto const greater = std::find_if(list.begin(), end, [value](double entry) { return entry > value; });
     return static_cast<int>(greater - list.begin()) - 1;
-}
-
-QString PulseLengthText(int microseconds)
-{
-    return microseconds >= 1000 ? FixedText(microseconds / 1000.0, 2) + QStringLiteral(" ms")
-                                : QString::number(microseconds) + QStringLiteral(" \u00B5s");
 }
 
 QString Degrees(double value, int decimals)
@@ -141,7 +128,7 @@ void QX5SonarSettingsPage::RefreshControls()
     UpdateGainMode(m_gainMode);
     UpdateGain(m_gain);
     UpdateBeamWidth(NarrowToFloat(beamWidthX), NarrowToFloat(beamWidthZ));
-    UpdatePulseLength(m_pulseLength);
+    UpdatePulseLength(m_pulseLength.Seconds());
     UpdateBeamSteering(m_steerVertical, m_steerHorizontal);
     m_forceUpdate = false;
 }
@@ -156,8 +143,8 @@ void QX5SonarSettingsPage::ApplyLimits()
     m_ui->powerSlider->setRange(
         0, TruncateToInt32(std::floor(limits.powerMax + 0.001) - std::floor(limits.powerMin + 0.001) + 1.0));
     m_ui->powerSlider->setValue(10);
-    m_ui->pulseLengthSlider->setRange(0, pulseLengthSteps);
-    if (m_pulseLength == -1.0F) {
+    m_ui->pulseLengthSlider->setRange(0, qx5::PulseLengthScale::Steps);
+    if (!m_pulseLength.IsKnown()) {
         m_ui->pulseLengthSlider->setValue(1000);
     }
     m_ui->pulseTypeList->setCurrentIndex(m_pulseType);
@@ -374,33 +361,20 @@ void QX5SonarSettingsPage::UpdatePulseLength(float seconds)
         --m_pulseUpdatesToIgnore;
         return;
     }
-    if (!m_forceUpdate && seconds == m_pulseLength) {
+    if (!m_forceUpdate && seconds == m_pulseLength.Seconds()) {
         return;
     }
     if (TruncateToInt32(seconds) == -1) {
         return;
     }
-    m_pulseLength = seconds;
-    m_pulseLengthLogMin = std::log10(limits.pulseLengthMin);
-    m_pulseLengthLogMax = std::log10(limits.pulseLengthMax);
-    m_pulseLengthMicroseconds = FloorToInt(seconds * 1e6 + 0.5);
+    m_pulseLength.Set(seconds, limits.pulseLengthMin, limits.pulseLengthMax);
     ShowPulseLength();
-    SetPulseLengthPosition();
+    m_ui->pulseLengthSlider->setValue(m_pulseLength.Position());
 }
 
 void QX5SonarSettingsPage::ShowPulseLength()
 {
-    m_ui->pulseLengthValue->setText(PulseLengthText(m_pulseLengthMicroseconds));
-}
-
-void QX5SonarSettingsPage::SetPulseLengthPosition()
-{
-    double const least = m_ui->pulseLengthSlider->minimum();
-    double const greatest = m_ui->pulseLengthSlider->maximum();
-    double const value = m_pulseLength;
-    m_ui->pulseLengthSlider->setValue(
-        TruncateToInt32(least + (greatest - least) * (std::log10(value) - m_pulseLengthLogMin) /
-                                    (m_pulseLengthLogMax - m_pulseLengthLogMin)));
+    m_ui->pulseLengthValue->setText(m_pulseLength.Text());
 }
 
 void QX5SonarSettingsPage::ShowGates(bool depth, bool range, bool adaptive)
@@ -524,39 +498,6 @@ void QX5SonarSettingsPage::OnPingRateScrolled(ScrollKind kind, int position)
     m_ui->pingRateSlider->setValue(p);
 }
 
-int QX5SonarSettingsPage::PulseLengthAfter(ScrollKind kind, int position) const
-{
-    int const now = m_pulseLengthMicroseconds;
-    // A tenth of the decade that the length lies in.
-    long long const step = PowerOfTen(std::floor(std::log10(static_cast<double>(now)))) / 10;
-    auto const moved = [now](long long by) { return TruncateToInt32(static_cast<double>(now + by)); };
-    switch (kind) {
-    case ScrollKind::LineLeft:
-        return moved(-step);
-    case ScrollKind::LineRight:
-        return moved(step);
-    case ScrollKind::PageLeft:
-        return moved(-5 * step);
-    case ScrollKind::PageRight:
-        return moved(5 * step);
-    case ScrollKind::ThumbMoving: {
-        auto const least = static_cast<float>(m_ui->pulseLengthSlider->minimum());
-        auto const greatest = static_cast<float>(m_ui->pulseLengthSlider->maximum());
-        float const part = (static_cast<float>(position) - least) / (greatest - least);
-        return TruncateToInt32(
-            std::pow(10.0, part * (m_pulseLengthLogMax - m_pulseLengthLogMin) + m_pulseLengthLogMin) * 1e6);
-    }
-    case ScrollKind::ToLeftEnd:
-        return TruncateToInt32(limits.pulseLengthMin * 1e6);
-    case ScrollKind::ToRightEnd:
-        return TruncateToInt32(limits.pulseLengthMax * 1e6);
-    case ScrollKind::ThumbReleased:
-    case ScrollKind::EndOfScrolling:
-        break;
-    }
-    return now;
-}
-
 void QX5SonarSettingsPage::OnPulseLengthScrolled(ScrollKind kind, int position)
 {
     if (kind == ScrollKind::ThumbReleased) {
@@ -564,26 +505,13 @@ void QX5SonarSettingsPage::OnPulseLengthScrolled(ScrollKind kind, int position)
         m_ui->pulseLengthValue->clear();
         return;
     }
-    int length = PulseLengthAfter(kind, position);
-    if (kind != ScrollKind::EndOfScrolling) {
-        // Down to two digits.
-        if (int const unit = PowerOfTen(std::floor(std::log10(static_cast<double>(length))) - 1.0); unit > 0) {
-            length = length / unit * unit;
-        }
-        if (length / 1e6 > limits.pulseLengthMax) {
-            length = TruncateToInt32(limits.pulseLengthMax * 1e6);
-        } else if (length / 1e6 < limits.pulseLengthMin) {
-            length = TruncateToInt32(limits.pulseLengthMin * 1e6);
-        }
-    }
-    m_pulseLengthMicroseconds = length;
+    m_pulseLength.Move(kind, position, limits.pulseLengthMin, limits.pulseLengthMax);
     ShowPulseLength();
-    m_pulseLength = static_cast<float>(length) / 1e6F;
     m_pulseUpdatesToIgnore = 2;
     if (kind == ScrollKind::EndOfScrolling) {
-        m_device.SendRequestValue(keys::x5PulseLength.text, CVordalDouble(m_pulseLength));
+        m_device.SendRequestValue(keys::x5PulseLength.text, CVordalDouble(m_pulseLength.Seconds()));
     }
-    SetPulseLengthPosition();
+    m_ui->pulseLengthSlider->setValue(m_pulseLength.Position());
 }
 
 void QX5SonarSettingsPage::OnGainModeClicked(int mode)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "ScrollSlider.h"
+#include "pulse_length_scale.h"
 
 #include <QWidget>
 
@@ -130,10 +131,6 @@ private:
 
     void ShowPower(bool off, double decibel);
     void ShowPulseLength();
-    /// From the logarithms of the limits and the stored value.
-    void SetPulseLengthPosition();
-    /// `m_pulseLengthMicroseconds` after the event.
-    int PulseLengthAfter(ScrollKind kind, int position) const;
 
     qx5::PageDevice& m_device;
     std::unique_ptr<Ui::QX5SonarSettingsPage> m_ui;
@@ -145,11 +142,8 @@ private:
     float m_power = 0.0F;       ///< dB, 0 is off
     float m_maxPingRate = 0.0F; ///< pings per second
     int m_gainMode = -1;
-    float m_gain = 0.0F;         ///< dB
-    float m_pulseLength = -1.0F; ///< s
-    double m_pulseLengthLogMin = 0.0;
-    double m_pulseLengthLogMax = 0.0;
-    int m_pulseLengthMicroseconds = 0;
+    float m_gain = 0.0F; ///< dB
+    qx5::PulseLengthScale m_pulseLength;
     int m_pulseType = 0;
     float m_steerVertical = -1.0F;   ///< degrees; -1.0 means no value yet
     float m_steerHorizontal = -1.0F; ///< degrees; -1.0 means no value yet

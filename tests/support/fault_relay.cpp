@@ -1,5 +1,5 @@
 // A TCP relay for tests that cuts, delays, splits, corrupts and stalls what passes through it, on command.
-#include "fault_injection.h"
+#include "fault_relay.h"
 
 #include <asio/buffer.hpp>
 #include <asio/executor_work_guard.hpp>

@@ -1,0 +1,214 @@
+// The index of a node with many children: finds each by its key.
+#include "attribute_index.h"
+
+#include "attribute_node.h"
+
+#include "base/salted_hash.h"
+
+#include <algorithm>
+#include <memory>
+#include <new>
+
+namespace {
+
+/// Where the search for an entry begins. Occurrences of one key spread evenly, whatever the key's tag.
+constexpr std::uint32_t FirstEntry(std::uint32_t tag, std::uint32_t occurrence)
+{
+    return tag + occurrence * 0x9E3779B9U;
+}
+
+} // namespace
+
+AttributeIndex* AttributeIndex::Allocate(std::uint32_t capacity)
+{
+    static_assert(sizeof(AttributeIndex) % alignof(Entry) == 0);
+    void* memory = ::operator new(sizeof(AttributeIndex) + capacity * sizeof(Entry));
+    auto* index = new (memory) AttributeIndex;
+    index->m_mask = capacity - 1;
+    auto const& salt = vordal::ProgramSalt();
+    std::copy(salt.begin(), salt.end(), index->m_salt);
+    std::uninitialized_fill_n(index->Entries(), capacity, Entry());
+    return index;
+}
+
+AttributeIndex* AttributeIndex::Create(std::uint32_t expected)
+{
+    std::uint32_t capacity = 64;
+    while (capacity < expected * 2) {
+        capacity *= 2;
+    }
+    return Allocate(capacity);
+}
+
+AttributeIndex* AttributeIndex::Clone() const
+{
+    auto* copy = Allocate(m_mask + 1);
+    std::copy_n(Entries(), m_mask + 1, copy->Entries());
+    copy->m_taken = m_taken;
+    return copy;
+}
+
+void AttributeIndex::Release(AttributeIndex* index)
+{
+    if (index != nullptr && DropReference(index->m_references)) {
+        index->~AttributeIndex();
+        ::operator delete(index);
+    }
+}
+
+std::uint32_t AttributeIndex::TagOf(std::uint64_t hash) const
+{
+    // Twice, so that factors which nobody outside knows reach every bit that stays.
+    auto mixed = (hash ^ m_salt[0]) * (m_salt[1] | 1U);
+    mixed = (mixed ^ (mixed >> 32)) * (m_salt[0] | 1U);
+    return static_cast<std::uint32_t>(mixed >> 32);
+}
+
+AttributeIndex::Location AttributeIndex::Locate(AttributeNode const& node, AttributeKey const& key) const
+{
+    std::uint32_t others = 0;
+    auto const tag = TagOf(key.Hash());
+    auto const first = Probe(node, tag, key.Text(), 0, Marks::Found, others);
+    if (Entries()[first].place != CrowdedPlace) {
+        return {tag, first, others, false};
+    }
+    auto const textTag = TagOf(vordal::SaltedHash(key.Text()));
+    auto const firstOfText = Probe(node, textTag, key.Text(), 0, Marks::Passed, others);
+    return {textTag, firstOfText, others, true};
+}
+
+std::uint32_t AttributeIndex::Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text,
+                                    std::uint32_t occurrence, Marks marks, std::uint32_t& others) const
+{
+    auto const* entries = Entries();
+    for (auto at = FirstEntry(tag, occurrence) & m_mask;; at = (at + 1) & m_mask) {
+        auto const& entry = entries[at];
+        if (entry.place == NoPlace) {
+            return at;
+        }
+        if (entry.tag != tag || entry.occurrence != occurrence) {
+            continue;
+        }
+        if (entry.place < CrowdedPlace) {
+            if (node.KeyAt(entry.place) == text) {
+                return at;
+            }
+            ++others;
+        } else if (entry.place == CrowdedPlace && marks == Marks::Found) {
+            return at;
+        }
+    }
+}
+
+std::uint32_t AttributeIndex::ProbeFurther(AttributeNode const& node, Location const& location, AttributeKey const& key,
+                                           std::uint32_t occurrence) const
+{
+    std::uint32_t others = 0;
+    return Probe(node, location.tag, key.Text(), occurrence, Marks::Passed, others);
+}
+
+AttributeIndex* AttributeIndex::MakeCrowded(AttributeNode const& node, AttributeIndex* index, std::uint32_t tag)
+{
+    auto const isHere = [&](Entry const& entry) {
+        return entry.tag == tag && entry.occurrence == 0 && entry.place < CrowdedPlace;
+    };
+    // The entries of one search lie behind one another, up to a free one.
+    auto const walk = [&](auto const& visit) {
+        for (auto at = FirstEntry(tag, 0) & index->m_mask; index->Entries()[at].place != NoPlace;
+             at = (at + 1) & index->m_mask) {
+            if (isHere(index->Entries()[at])) {
+                visit(index->Entries()[at]);
+            }
+        }
+    };
+    std::uint64_t moving = 1;
+    walk([&](Entry const& first) { moving += first.count; });
+    index = MakeRoom(index, moving);
+    walk([&](Entry const& first) {
+        auto const text = node.KeyAt(first.place);
+        auto const textTag = index->TagOf(vordal::SaltedHash(text));
+        if (textTag == tag) {
+            return; // it stands where it has to
+        }
+        std::uint32_t others = 0;
+        for (std::uint32_t occurrence = first.count; occurrence-- > 0;) {
+            auto& entry = index->Entries()[index->Probe(node, tag, text, occurrence, Marks::Passed, others)];
+            auto moved = entry;
+            moved.tag = textTag;
+            entry.place = RemovedPlace;
+            index->Take(moved);
+        }
+    });
+    index->Take({tag, 0, CrowdedPlace, 0});
+    return index;
+}
+
+AttributeIndex* AttributeIndex::MakeRoom(AttributeIndex* index, std::uint64_t wanted)
+{
+    auto const capacity = index->m_mask + 1;
+    if (index->m_taken + wanted <= std::uint64_t{capacity} / 4 * 3) {
+        return index;
+    }
+    auto const* entries = index->Entries();
+    auto const isThere = [](Entry const& entry) { return entry.place != NoPlace && entry.place != RemovedPlace; };
+    auto const there = static_cast<std::uint32_t>(std::count_if(entries, entries + capacity, isThere));
+    auto* larger = Create(there + there / 4 + static_cast<std::uint32_t>(wanted));
+    std::for_each(entries, entries + capacity, [&](Entry const& entry) {
+        if (isThere(entry)) {
+            larger->Take(entry);
+        }
+    });
+    Release(index);
+    return larger;
+}
+
+std::uint32_t AttributeIndex::Find(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence) const
+{
+    auto const location = Locate(node, key);
+    return Entries()[occurrence == 0 ? location.first : ProbeFurther(node, location, key, occurrence)].place;
+}
+
+std::uint32_t AttributeIndex::Count(AttributeNode const& node, AttributeKey const& key) const
+{
+    return Entries()[Locate(node, key).first].count;
+}
+
+void AttributeIndex::Take(Entry const& entry)
+{
+    auto at = FirstEntry(entry.tag, entry.occurrence) & m_mask;
+    while (Entries()[at].place != NoPlace) {
+        at = (at + 1) & m_mask;
+    }
+    Entries()[at] = entry;
+    ++m_taken;
+}
+
+AttributeIndex* AttributeIndex::Append(AttributeNode const& node, AttributeIndex* index, AttributeKey const& key,
+                                       std::uint32_t place)
+{
+    index = MakeRoom(index, 1);
+    auto location = index->Locate(node, key);
+    if (auto& first = index->Entries()[location.first]; first.place != NoPlace) {
+        index->Take({location.tag, first.count++, place, 0});
+        return index;
+    }
+    if (location.others >= Crowd && !location.isByText) {
+        index = MakeRoom(MakeCrowded(node, index, location.tag), 1);
+        location = index->Locate(node, key);
+    }
+    index->Take({location.tag, 0, place, 1});
+    return index;
+}
+
+void AttributeIndex::Remove(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence)
+{
+    auto const location = Locate(node, key);
+    auto const entryOf = [&](std::uint32_t wanted) -> Entry& {
+        return Entries()[wanted == 0 ? location.first : ProbeFurther(node, location, key, wanted)];
+    };
+    auto const count = entryOf(0).count--;
+    for (auto i = occurrence; i + 1 < count; ++i) {
+        entryOf(i).place = entryOf(i + 1).place;
+    }
+    entryOf(count - 1).place = RemovedPlace;
+}
