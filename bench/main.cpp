@@ -2,7 +2,7 @@
 // run; with --json one JSON object a line and nothing else. --ratios leaves the report out, --only TEXT,TEXT the cases
 // with none of these in their name.
 #include "measure.h"
-#include "reference_host/host/log.h"
+#include "reference_host/common/log.h"
 #include "stage.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Contacts and their images: from the host's notification until the sonar has them, held against a bare send.
 #include "stage.h"
 
-#include "reference_host/base/path_text.h"
+#include "reference_host/common/path_text.h"
 #include "reference_host/targets/target_store.h"
 #include "tests/temporary_folder.h"
 #include <VordalAttributesR/CVordalType.h>

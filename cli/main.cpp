@@ -4,7 +4,7 @@
 #include "output.h"
 #include "platform/memory_reserve.h"
 
-#include "reference_host/host/log_settings.h"
+#include "reference_host/common/log_settings.h"
 
 #include <algorithm>
 #include <array>

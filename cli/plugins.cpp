@@ -3,7 +3,7 @@
 
 #include "platform/executable_path.h"
 
-#include "reference_host/host/host.h"
+#include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_set.h"
 
 #include <algorithm>

@@ -16,7 +16,7 @@
 #include <tvcoreR/Utf8.h>
 
 #include "reference_host/attributes/host_keys.h"
-#include "reference_host/base/path_text.h"
+#include "reference_host/common/path_text.h"
 
 #include <array>
 #include <charconv>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "cli/switched_on.h"
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
 #include "reference_host/project/live_host.h"
 
 #include <atomic>

@@ -6,8 +6,8 @@
 #include "requests.h"
 #include "sonars.h"
 
-#include "reference_host/host/host.h"
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/core/host.h"
 
 #include <cstdint>
 #include <map>

@@ -4,7 +4,7 @@
 #include "told_tree.h"
 
 #include "cli/scenario/view_controls.h"
-#include "reference_host/host/log.h"
+#include "reference_host/common/log.h"
 #include "reference_host/targets/target_store.h"
 
 #include <VordalAttributesR/CVordalType.h>

@@ -2,7 +2,7 @@
 #include "stage.h"
 
 #include "cli/scenario/view_controls.h"
-#include "reference_host/base/path_text.h"
+#include "reference_host/common/path_text.h"
 #include "reference_host/link/live_port.h"
 #include "reference_host/store/project_store.h"
 #include "reference_host/targets/target_store.h"

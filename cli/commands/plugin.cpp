@@ -1,7 +1,7 @@
 // `qx5 plugin`: loads a plug-in as a host does, tells what it registers, and takes it out again.
 #include "cli/commands.h"
 
-#include "reference_host/host/host.h"
+#include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_loader.h"
 
 #include <tvcoreR/Utf8.h>

@@ -5,7 +5,7 @@
 #include "cli/output.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
-#include "reference_host/devices/pan_tilt_unit.h"
+#include "reference_host/core/pan_tilt_unit.h"
 
 #include <simulator/sonar_console.h>
 #include <simulator/sonar_server.h>

@@ -1,7 +1,7 @@
 // Memory kept for when the system has none left.
 #include "memory_reserve.h"
 
-#include "reference_host/host/log.h"
+#include "reference_host/common/log.h"
 
 #include <array>
 #include <atomic>

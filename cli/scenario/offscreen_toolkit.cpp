@@ -1,7 +1,7 @@
 // The view's toolkit where nothing is to be shown.
 #include "cli/scenario/offscreen_toolkit.h"
 
-#include "reference_host/host/log.h"
+#include "reference_host/common/log.h"
 
 #include <QApplication>
 #include <QByteArray>

@@ -3,9 +3,9 @@
 
 #include "cli/scenario/json_value.h"
 
-#include "reference_host/devices/port.h"
-#include "reference_host/host/host_observer.h"
-#include "reference_host/link/sonar_traffic.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/common/sonar_traffic.h"
+#include "reference_host/core/port.h"
 
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <VordalBaseR/CDataId.h>

@@ -1,8 +1,8 @@
 // The files of a scenario: a private temporary folder that stands for "/", and target files beside it.
 #include "cli/scenario/scenario_files.h"
 
-#include "reference_host/host/file_root.h"
-#include "reference_host/host/host.h"
+#include "reference_host/common/file_root.h"
+#include "reference_host/core/host.h"
 #include "reference_host/targets/target_store.h"
 
 #include <protocol/utf8.h>

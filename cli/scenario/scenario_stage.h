@@ -8,8 +8,8 @@
 #include "cli/scenario/view_driver.h"
 #endif
 
-#include "reference_host/host/clock.h"
-#include "reference_host/host/host.h"
+#include "reference_host/common/clock.h"
+#include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_loader.h"
 
 #include <filesystem>

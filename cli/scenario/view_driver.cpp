@@ -5,8 +5,8 @@
 #include "cli/scenario/offscreen_toolkit.h"
 #include "cli/scenario/view_controls.h"
 
+#include "reference_host/core/host.h"
 #include "reference_host/displays/display.h"
-#include "reference_host/host/host.h"
 
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalAttributesR/CAttributeMap.h>

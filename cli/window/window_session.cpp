@@ -3,9 +3,9 @@
 
 #include "cli/commands.h"
 #include "cli/dropped_text.h"
-#include "reference_host/base/path_text.h"
-#include "reference_host/host/log.h"
-#include "reference_host/link/settings_data.h"
+#include "reference_host/common/log.h"
+#include "reference_host/common/path_text.h"
+#include "reference_host/streams/settings_data.h"
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalAttributesR/AttributeConstants.h>

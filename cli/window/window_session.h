@@ -3,7 +3,7 @@
 
 #include "cli/switched_on.h"
 #include "cli/window/project_keeper.h"
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
 #include "reference_host/project/live_host.h"
 #include "reference_host/window/main_window.h"
 #include "reference_host/window/window_feed.h"

@@ -3,7 +3,7 @@
 
 #include "attribute_node.h"
 
-#include "base/salted_hash.h"
+#include "reference_host/common/salted_hash.h"
 
 #include <algorithm>
 #include <memory>

@@ -2,7 +2,7 @@
 #include "tree_merge.h"
 
 #include "attribute_node.h"
-#include "base/salted_hash.h"
+#include "reference_host/common/salted_hash.h"
 #include "tree_account.h"
 
 #include <algorithm>

@@ -2,10 +2,11 @@
 #include "reference_host/bus/notification_bus.h"
 
 #include "reference_host/attributes/attribute_node.h"
-#include "reference_host/host/failure.h"
-#include "reference_host/host/host_state.h"
-#include "reference_host/host/host_turn.h"
-#include "reference_host/host/log.h"
+#include "reference_host/common/current_host.h"
+#include "reference_host/common/failure.h"
+#include "reference_host/common/host_thread.h"
+#include "reference_host/common/host_turn.h"
+#include "reference_host/common/log.h"
 
 #include <algorithm>
 #include <array>

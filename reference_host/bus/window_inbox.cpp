@@ -2,7 +2,7 @@
 #include "reference_host/bus/window_inbox.h"
 
 #include "reference_host/bus/notification_bus.h"
-#include "reference_host/host/failure.h"
+#include "reference_host/common/failure.h"
 
 #include <VordalSubscriberR/NotificationInfo.h>
 

@@ -1,7 +1,7 @@
 // What waits for the window thread: notifications of its subscriptions, and a few tasks.
 #pragma once
 
-#include "reference_host/host/host_task.h"
+#include "reference_host/common/host_task.h"
 
 #include <VordalBaseR/CString.h>
 #include <VordalBaseR/Export.h>

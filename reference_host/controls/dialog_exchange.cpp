@@ -1,7 +1,7 @@
 // The exchange of numbers and truth values with controls, and the project's units in labels.
 #include <VordalMfc0R/DialogExchange.h>
 
-#include "reference_host/base/number_text.h"
+#include "reference_host/common/number_text.h"
 #include "reference_host/controls/qt_text.h"
 
 #include <QAbstractButton>

@@ -2,7 +2,7 @@
 #include <VordalConfigureR/FileTypeCombo.h>
 
 #include "reference_host/controls/qt_text.h"
-#include "reference_host/host/host_state.h"
+#include "reference_host/core/host_state.h"
 
 #include <QComboBox>
 #include <QPointer>

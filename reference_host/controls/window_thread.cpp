@@ -1,7 +1,7 @@
 // The window thread of a host: woken when something waits, at a pace that leaves it free.
 #include "reference_host/controls/window_thread.h"
 
-#include "reference_host/host/host.h"
+#include "reference_host/core/host.h"
 #include "reference_host/platform/wake_handle.h"
 
 #include <QSocketNotifier>

@@ -1,9 +1,11 @@
 // An open display: a document, a frame and a view, made by run-time class and taken down in the right order.
 #include "reference_host/displays/display.h"
 
+#include "reference_host/common/current_host.h"
+#include "reference_host/common/host_observer.h"
 #include "reference_host/displays/display_objects.h"
-#include "reference_host/host/host_observer.h"
-#include "reference_host/host/host_state.h"
+#include "reference_host/displays/display_register.h"
+#include "reference_host/displays/open_displays.h"
 
 #include <VordalMfc0R/CView.h>
 #include <tvcoreR/Utf8.h>
@@ -57,8 +59,8 @@ std::unique_ptr<Display> Display::Open(DisplayContent content, DisplayHolder* ho
         reason = "cannot open a display of the view " + tvcore::ToUtf8(content.viewClass) + ": " + why;
         return std::unique_ptr<Display>();
     };
-    auto* const host = CurrentState();
-    auto const registered = host != nullptr ? host->displays.FindViewAndTemplate(content.viewClass) : RegisteredView();
+    auto const* const views = CurrentDisplayRegister();
+    auto const registered = views != nullptr ? views->FindViewAndTemplate(content.viewClass) : RegisteredView();
     if (registered.viewClass == nullptr) {
         return refuse("there is no such view");
     }
@@ -83,7 +85,7 @@ std::unique_ptr<Display> Display::Open(DisplayContent content, DisplayHolder* ho
     CDisplayDocAccess::Of(*display->m_frame).display = display.get();
     display->m_document->GetViewAttributes(0) = display->m_attributes;
     display->m_view->SetDocument(display->m_document.get());
-    host->openDisplays.Add(*display, display->m_name, registered.registrant);
+    CurrentOpenDisplays()->Add(*display, display->m_name, registered.registrant);
     return display;
 }
 
@@ -99,8 +101,8 @@ void Display::Close()
     }
     m_holder->OnClose();
     // Out of everybody's reach first: what the view's end sets off finds no display.
-    if (auto* const host = CurrentState()) {
-        host->openDisplays.Take(*this);
+    if (auto* const open = CurrentOpenDisplays()) {
+        open->Take(*this);
     }
     m_ready = false;
     auto view = std::move(m_view);
@@ -137,8 +139,8 @@ QWidget* Display::Widget() const
 
 bool Display::IsRemoved() const
 {
-    auto const* const host = CurrentState();
-    return host != nullptr && host->openDisplays.IsRemoved(*this);
+    auto const* const open = CurrentOpenDisplays();
+    return open != nullptr && open->IsRemoved(*this);
 }
 
 CAttributeMap Display::StoredAttributes() const
@@ -149,8 +151,8 @@ CAttributeMap Display::StoredAttributes() const
 void Display::TakeTitle(CString const& title)
 {
     m_title = title;
-    if (auto* const host = CurrentState()) {
-        host->openDisplays.SetTitle(*this, title);
+    if (auto* const open = CurrentOpenDisplays()) {
+        open->SetTitle(*this, title);
     }
     m_holder->OnTitle(title);
 }

@@ -69,4 +69,7 @@ private:
     std::vector<OwnedTemplate> m_templates;
 };
 
+/// Of the host that lives; null when there is none.
+DisplayRegister* CurrentDisplayRegister();
+
 } // namespace vordal

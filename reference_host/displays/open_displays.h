@@ -55,4 +55,7 @@ private:
     std::vector<Entry> m_entries;
 };
 
+/// Of the host that lives; null when there is none.
+OpenDisplays* CurrentOpenDisplays();
+
 } // namespace vordal

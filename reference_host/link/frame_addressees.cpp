@@ -2,7 +2,7 @@
 #include "frame_addressees.h"
 
 #include "reference_host/attributes/host_keys.h"
-#include "reference_host/devices/port.h"
+#include "reference_host/core/port.h"
 
 #include <VordalDataBlocksR/BaseDevice.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "link_handlers.h"
-#include "send_gathering.h"
+#include "reference_host/common/send_gathering.h"
 #include "send_queue.h"
 #include "sent_frames.h"
 

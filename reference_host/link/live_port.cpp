@@ -2,9 +2,9 @@
 // waits for them.
 #include "live_port.h"
 
-#include "reference_host/host/failure.h"
-#include "reference_host/host/host.h"
-#include "reference_host/host/log.h"
+#include "reference_host/common/failure.h"
+#include "reference_host/common/log.h"
+#include "reference_host/core/host.h"
 
 #include <VordalDataBlocksR/BaseDevice.h>
 #include <tvcoreR/Utf8.h>

@@ -2,7 +2,7 @@
 // waits for them.
 #pragma once
 
-#include "reference_host/devices/port.h"
+#include "reference_host/core/port.h"
 #include "sonar_link.h"
 
 #include <VordalBaseR/CString.h>

@@ -1,7 +1,7 @@
 // Sends of sonar devices as frames on their live connections.
 #pragma once
 
-#include "sonar_traffic.h"
+#include "reference_host/common/sonar_traffic.h"
 
 #include <VordalBaseR/Export.h>
 

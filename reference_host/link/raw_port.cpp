@@ -1,7 +1,7 @@
 // The port of a device whose frames are its own: what arrives goes to the device byte for byte.
 #include "raw_port.h"
 
-#include "reference_host/host/log.h"
+#include "reference_host/common/log.h"
 
 #include <VordalDataBlocksR/BaseDevice.h>
 #include <tvcoreR/Utf8.h>

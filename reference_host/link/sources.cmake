@@ -19,7 +19,7 @@ add_library(vordal_sonar_link OBJECT
   "${CMAKE_CURRENT_LIST_DIR}/frame_sending.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/link_thread.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/name_look_up.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/send_gathering.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/../common/send_gathering.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/send_queue.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sent_frames.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sonar_link.cpp")
@@ -29,6 +29,6 @@ target_link_libraries(vordal_sonar_link PUBLIC vordal_host_contract qx5_protocol
   PRIVATE vordal_asio qx5_warnings)
 
 target_sources(vordalhost PRIVATE
-  link/frame_addressees.cpp link/live_port.cpp link/live_traffic.cpp link/raw_port.cpp link/settings_data.cpp
+  link/frame_addressees.cpp link/live_port.cpp link/live_traffic.cpp link/raw_port.cpp streams/settings_data.cpp
  link/x5_port.cpp)
 target_link_libraries(vordalhost PRIVATE vordal_sonar_link)

@@ -3,13 +3,13 @@
 
 #include "frame_addressees.h"
 #include "live_traffic.h"
-#include "settings_data.h"
+#include "reference_host/streams/settings_data.h"
 
 #include "reference_host/attributes/tree_account.h"
 #include "reference_host/attributes/tree_bytes.h"
-#include "reference_host/host/host.h"
-#include "reference_host/host/log.h"
-#include "reference_host/host/request_sends.h"
+#include "reference_host/common/log.h"
+#include "reference_host/common/request_sends.h"
+#include "reference_host/core/host.h"
 
 #include <tvcoreR/Utf8.h>
 

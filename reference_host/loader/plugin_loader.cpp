@@ -1,9 +1,9 @@
 // Loads a plug-in, refuses one that does not fit, and takes it out again; the version handshake.
 #include "reference_host/loader/plugin_loader.h"
 
-#include "reference_host/host/failure.h"
-#include "reference_host/host/host_state.h"
-#include "reference_host/host/log.h"
+#include "reference_host/common/failure.h"
+#include "reference_host/common/log.h"
+#include "reference_host/core/host_state.h"
 #include "reference_host/loader/version_check.h"
 #include "reference_host/platform/module.h"
 

@@ -1,7 +1,7 @@
 // The plug-ins of one host: loaded in order, called together, each about its own devices alone.
 #include "reference_host/loader/plugin_set.h"
 
-#include "reference_host/host/host.h"
+#include "reference_host/core/host.h"
 #include "reference_host/platform/module.h"
 
 #include <VordalConfigureR/CViewList.h>

@@ -1,8 +1,8 @@
 // Bringing a host up and taking it down.
 #include "live_host.h"
 
-#include "reference_host/host/failure.h"
-#include "reference_host/host/host_state.h"
+#include "reference_host/common/failure.h"
+#include "reference_host/core/host_state.h"
 
 #include <utility>
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "open_project.h"
-#include "reference_host/host/host.h"
+#include "reference_host/core/host.h"
 #include "reference_host/link/live_traffic.h"
 #include "reference_host/link/sonar_link.h"
 #include "reference_host/loader/plugin_set.h"

@@ -1,8 +1,8 @@
 // Making a project's parts in a host, in the order in which they need one another.
 #include "open_project.h"
 
-#include "reference_host/host/failure.h"
-#include "reference_host/host/host.h"
+#include "reference_host/common/failure.h"
+#include "reference_host/core/host.h"
 #include "reference_host/link/raw_port.h"
 #include "reference_host/link/x5_port.h"
 #include "reference_host/loader/plugin_set.h"

@@ -2,7 +2,8 @@
 // windows stood.
 #pragma once
 
-#include "reference_host/host/host.h"
+#include "reference_host/attributes/tree_account.h"
+#include "reference_host/common/setups.h"
 #include "reference_host/platform/line_watch.h"
 
 #include <VordalAttributesR/CAttributeMap.h>

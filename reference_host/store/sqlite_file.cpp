@@ -1,7 +1,7 @@
 // Opening, checking and refusing a SQLite file, and its statements.
 #include "sqlite_file.h"
 
-#include "reference_host/base/path_text.h"
+#include "reference_host/common/path_text.h"
 
 #include <sqlite3.h>
 #include <zlib.h>

@@ -1,4 +1,4 @@
 # The target store; included by the reference host.
 find_package(SQLite3 REQUIRED)
-target_sources(vordalhost PRIVATE targets/SonarTargetsManager.cpp targets/target_file.cpp targets/target_store.cpp)
+target_sources(vordalhost PRIVATE contract/SonarTargetsManager.cpp targets/target_file.cpp targets/target_store.cpp)
 target_link_libraries(vordalhost PRIVATE SQLite::SQLite3)

@@ -1,8 +1,8 @@
 // The host's store of sonar contacts: which target file is active, and changes to contacts that everybody hears of.
 #include "target_store.h"
 
-#include "reference_host/host/file_root.h"
-#include "reference_host/host/host.h"
+#include "reference_host/common/current_host.h"
+#include "reference_host/common/file_root.h"
 
 #include <VordalSubscriberR/GeneralSubKeys.h>
 
@@ -74,7 +74,7 @@ bool TargetStore::ChangeAndTell(CString const& fullName, TargetFile::Missing mis
                                 std::uint32_t changeCode, std::function<bool(TargetFile&)> const& change)
 {
     bool changed = false;
-    m_host.RunAndWait([&] {
+    m_runAndWait([&] {
         {
             auto const path = PathOf(fullName);
             // Opened anew each time, as somebody may have put another file in its place.
@@ -84,7 +84,7 @@ bool TargetStore::ChangeAndTell(CString const& fullName, TargetFile::Missing mis
             changed = change(file);
         }
         if (changed) {
-            Tell(targetId, changeCode, m_host.Now());
+            Tell(targetId, changeCode, m_now());
         }
     });
     return changed;
@@ -93,7 +93,7 @@ bool TargetStore::ChangeAndTell(CString const& fullName, TargetFile::Missing mis
 void TargetStore::Tell(std::uint32_t targetId, std::uint32_t changeCode, double time)
 {
     SONAR_TARGET_SEL_INFO const info(targetId, changeCode, time);
-    m_host.Notify(Subscription::General, GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE, &info);
+    NotifyBus(Subscription::General, GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE, &info);
 }
 
 } // namespace vordal

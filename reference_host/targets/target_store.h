@@ -12,17 +12,20 @@
 #include <map>
 #include <mutex>
 #include <set>
+#include <utility>
 
 namespace vordal {
-
-class Host;
 
 /// What stands behind SonarTargetsManager; Host::Targets gives it. A target file's full name is its path, below the
 /// host's file root, unless Place says where it is.
 class VORDAL_API TargetStore
 {
 public:
-    explicit TargetStore(Host& host) : m_host(host) {}
+    /// How the store runs something on the host thread and waits for it, and the host's time.
+    using RunAndWait = std::function<void(std::function<void()> const& task)>;
+    using Now = std::function<double()>;
+
+    TargetStore(RunAndWait runAndWait, Now now) : m_runAndWait(std::move(runAndWait)), m_now(std::move(now)) {}
     TargetStore(TargetStore const&) = delete;
     TargetStore& operator=(TargetStore const&) = delete;
 
@@ -51,7 +54,8 @@ private:
     bool ChangeAndTell(CString const& fullName, TargetFile::Missing missing, std::uint32_t targetId,
                        std::uint32_t changeCode, std::function<bool(TargetFile&)> const& change);
 
-    Host& m_host;
+    RunAndWait m_runAndWait;
+    Now m_now;
     /// Files that were whole when they were changed for the first time: checking all of a large one at each change
     /// would cost more than the change. Host thread alone.
     std::set<std::filesystem::path> m_checked;

@@ -2,7 +2,7 @@
 #include "attribute_tree_model.h"
 
 #include "reference_host/attributes/attribute_node.h"
-#include "reference_host/base/salted_hash.h"
+#include "reference_host/common/salted_hash.h"
 #include "reference_host/controls/qt_text.h"
 
 #include <values/vordal_value.h>

@@ -1,7 +1,7 @@
 // Tests of the memory that is kept for when there is none.
 #include "cli/platform/memory_reserve.h"
 
-#include <reference_host/host/log.h>
+#include <reference_host/common/log.h>
 
 #include <gtest/gtest.h>
 

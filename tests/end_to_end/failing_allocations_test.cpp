@@ -12,7 +12,7 @@
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
 #include <protocol/tree_codec.h>
-#include <reference_host/host/log.h>
+#include <reference_host/common/log.h>
 #include <simulator/sonar_server.h>
 
 #include <vordalhostdllR/DataManager.h>

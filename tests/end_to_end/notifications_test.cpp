@@ -2,7 +2,7 @@
 #include "stage.h"
 
 #include <VordalDataBlocksR/BaseDataSource.h>
-#include <reference_host/devices/pan_tilt_unit.h>
+#include <reference_host/core/pan_tilt_unit.h>
 
 #include <cstring>
 

@@ -1,9 +1,9 @@
 // What the end-to-end tests play on: a simulated sonar that keeps every frame, and a host with the plug-in module.
 #pragma once
 
-#include <reference_host/host/clock.h>
-#include <reference_host/host/host_observer.h>
-#include <reference_host/host/log.h>
+#include <reference_host/common/clock.h>
+#include <reference_host/common/host_observer.h>
+#include <reference_host/common/log.h>
 #include <reference_host/link/x5_port.h>
 #include <reference_host/project/live_host.h>
 #include <simulator/sonar_server.h>

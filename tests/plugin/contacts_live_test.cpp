@@ -1,9 +1,9 @@
 // Contacts and their images over a live connection: real files, a real target file, another program that changes it.
 #include "QX5SonarConfiguration.h"
 #include "QX5SonarConfigurationControlDevice.h"
-#include "reference_host/base/path_text.h"
-#include "reference_host/host/clock.h"
-#include "reference_host/host/log.h"
+#include "reference_host/common/clock.h"
+#include "reference_host/common/log.h"
+#include "reference_host/common/path_text.h"
 #include "reference_host/project/live_host.h"
 #include "reference_host/targets/target_store.h"
 #include "tests/reference_host/link_test_peer.h"

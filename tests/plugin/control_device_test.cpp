@@ -2,9 +2,9 @@
 #include "one_sonar.h"
 
 #include "handlers/command_values.h"
-#include "reference_host/base/path_text.h"
-#include "reference_host/devices/pan_tilt_unit.h"
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/common/path_text.h"
+#include "reference_host/core/pan_tilt_unit.h"
 #include "reference_host/targets/target_file.h"
 #include "reference_host/targets/target_store.h"
 #include "tests/temporary_folder.h"

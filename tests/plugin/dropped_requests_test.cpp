@@ -1,7 +1,7 @@
 // A request that lacks a value is dropped whole, and the host is told which: what asked, and what was found nowhere.
 #include "one_sonar.h"
 
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
 
 #include <commands/catalogue.h>
 #include <commands/command.h>

@@ -1,7 +1,7 @@
 // The flag words of what handlers tell: none bears any, whatever its kind.
 #include "handlers/echo_map.h"
 #include "one_sonar.h"
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
 #include <commands/catalogue.h>
 #include <commands/sample_request.h>
 

@@ -2,7 +2,7 @@
 // services of the host are stood in for here, so that they can be seen and can refuse.
 #include "QX5SonarConfiguration.h"
 
-#include "reference_host/host/host.h"
+#include "reference_host/core/host.h"
 #include "sequencing/QX5SonarConfigurationInfo.h"
 
 #include <HalvaneX5InterfaceR/QX5Device.h>

@@ -2,9 +2,9 @@
 // waiting for himself; what is the window's is done there.
 #include "QX5SonarConfigurationControlDevice.h"
 #include "recorded_traffic.h"
-#include "reference_host/devices/pan_tilt_unit.h"
+#include "reference_host/core/host.h"
+#include "reference_host/core/pan_tilt_unit.h"
 #include "reference_host/displays/display.h"
-#include "reference_host/host/host.h"
 #include <commands/terminal_codes.h>
 
 #include <VordalAttributesR/CVordalType.h>

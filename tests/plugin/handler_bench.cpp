@@ -1,8 +1,8 @@
 // The bench: a host that writes down what one handler does.
 #include "handler_bench.h"
 
-#include "reference_host/devices/port.h"
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/core/port.h"
 #include <commands/chain.h>
 
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>

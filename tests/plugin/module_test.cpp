@@ -1,6 +1,6 @@
 // The plug-in as a module: what it registers, and that nothing of it stays behind however often it is loaded.
-#include "reference_host/host/host.h"
-#include "reference_host/link/sonar_traffic.h"
+#include "reference_host/common/sonar_traffic.h"
+#include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_loader.h"
 
 #include <VordalConfigureR/CViewList.h>

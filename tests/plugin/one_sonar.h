@@ -3,8 +3,8 @@
 
 #include "QX5SonarConfigurationControlDevice.h"
 #include "recorded_traffic.h"
-#include "reference_host/host/clock.h"
-#include "reference_host/host/host.h"
+#include "reference_host/common/clock.h"
+#include "reference_host/core/host.h"
 
 #include <VordalAttributesR/CVordalType.h>
 

@@ -1,7 +1,7 @@
 // A connection that keeps what a device sends, for tests.
 #pragma once
 
-#include "reference_host/link/sonar_traffic.h"
+#include "reference_host/common/sonar_traffic.h"
 
 #include <cstdio>
 #include <string>

@@ -1,7 +1,7 @@
 // The operator terminal's arithmetic at its limits, and what a scenario cannot show of the conversion.
 #include "one_sonar.h"
+#include "reference_host/common/host_observer.h"
 #include "reference_host/displays/display.h"
-#include "reference_host/host/host_observer.h"
 #include "sequencing/terminal_steps.h"
 #include <commands/terminal_codes.h>
 

@@ -1,6 +1,6 @@
 // The application of the host: its displays, its light mode, and what an observer is told of them.
-#include "reference_host/host/host.h"
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/core/host.h"
 
 #include <VordalBaseR/FileObject.h>
 #include <VordalConfigureR/CPrsConfiguration.h>

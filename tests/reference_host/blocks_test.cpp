@@ -1,6 +1,6 @@
 // Tests of data blocks, of the buffers of streams, and of who is told about them.
-#include "reference_host/host/host.h"
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/core/host.h"
 
 #include <VordalDataBlocksR/BaseDataSource.h>
 #include <VordalDataBlocksR/CDataBlock.h>

@@ -1,6 +1,6 @@
 // Tests of subscriptions: who is told, in which order, how often, and that nobody is told after leaving.
 #include "reference_host/bus/notification_bus.h"
-#include "reference_host/host/host.h"
+#include "reference_host/core/host.h"
 
 #include <VordalSubscriberR/GeneralSubKeys.h>
 #include <VordalSubscriberR/Subscriber.h>

@@ -3,7 +3,7 @@
 #include "colliding_keys.h"
 
 #include <attributes/tree_merge.h>
-#include <base/sip_hash.h>
+#include <reference_host/common/sip_hash.h>
 
 #include <VordalAttributesR/CAttributeMap.h>
 

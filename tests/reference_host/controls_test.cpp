@@ -1,8 +1,8 @@
 // Tests of the controls that the host offers to pages: fields, exchange, lists, forms; and of the texts of numbers.
 #include "reference_host/controls/view_size.h"
 #include "reference_host/controls/window_thread.h"
+#include "reference_host/core/host.h"
 #include "reference_host/displays/display.h"
-#include "reference_host/host/host.h"
 #include "reference_host/loader/plugin_loader.h"
 
 #include <VordalBaseR/Formatting.h>

@@ -1,7 +1,7 @@
 // Tests of open displays: what they are made of, what reaches them, how they are removed and closed. No window.
+#include "reference_host/common/host_observer.h"
+#include "reference_host/core/host.h"
 #include "reference_host/displays/display.h"
-#include "reference_host/host/host.h"
-#include "reference_host/host/host_observer.h"
 
 #include <VordalConfigureR/CViewList.h>
 #include <VordalMfc0R/CView.h>

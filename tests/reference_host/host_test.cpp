@@ -1,9 +1,9 @@
 // Tests of the host: the way of a request, its failures, its threads, and the registers of devices, vessels, classes.
-#include "reference_host/devices/port.h"
-#include "reference_host/host/clock.h"
-#include "reference_host/host/host.h"
-#include "reference_host/host/host_observer.h"
-#include "reference_host/host/log.h"
+#include "reference_host/common/clock.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/common/log.h"
+#include "reference_host/core/host.h"
+#include "reference_host/core/port.h"
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>

@@ -5,9 +5,9 @@
 
 #include <reference_host/attributes/tree_account.h>
 #include <reference_host/attributes/tree_bytes.h>
-#include <reference_host/host/clock.h>
-#include <reference_host/host/host.h>
-#include <reference_host/host/log.h>
+#include <reference_host/common/clock.h>
+#include <reference_host/common/log.h>
+#include <reference_host/core/host.h>
 #include <reference_host/link/live_traffic.h>
 #include <reference_host/link/x5_port.h>
 

@@ -3,7 +3,7 @@
 #include "../support/fault_relay.h"
 #include "link_test_peer.h"
 
-#include <reference_host/link/send_gathering.h>
+#include <reference_host/common/send_gathering.h>
 
 #include <gtest/gtest.h>
 

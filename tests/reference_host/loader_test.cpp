@@ -1,6 +1,6 @@
 // Tests of the plug-in loader: what it refuses and in which words, and the order of calls into a good plug-in.
-#include "reference_host/host/host.h"
-#include "reference_host/host/log.h"
+#include "reference_host/common/log.h"
+#include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_set.h"
 #include "tests/temporary_folder.h"
 

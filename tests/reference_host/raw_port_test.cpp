@@ -1,8 +1,8 @@
 // Tests of the port of other instruments: every byte reaches its devices, on the host thread, in order and bounded.
 #include "link_test_peer.h"
 
-#include <reference_host/host/host.h>
-#include <reference_host/host/log.h>
+#include <reference_host/common/log.h>
+#include <reference_host/core/host.h>
 #include <reference_host/link/live_traffic.h>
 #include <reference_host/link/raw_port.h>
 #include <reference_host/link/x5_port.h>

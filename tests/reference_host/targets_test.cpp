@@ -2,11 +2,11 @@
 // refused.
 #include "tests/temporary_folder.h"
 
-#include <reference_host/base/path_text.h>
-#include <reference_host/host/clock.h>
-#include <reference_host/host/host.h>
-#include <reference_host/host/host_observer.h>
-#include <reference_host/host/log.h>
+#include <reference_host/common/clock.h>
+#include <reference_host/common/host_observer.h>
+#include <reference_host/common/log.h>
+#include <reference_host/common/path_text.h>
+#include <reference_host/core/host.h>
 #include <reference_host/targets/target_store.h>
 
 #include <VordalBaseR/HugeFileStream.h>
@@ -437,7 +437,8 @@ TEST_F(TargetStoreTest, AFileIsCheckedAsAWholeOnce)
     Write(file, damaged);
     EXPECT_NE(Refusal().find("is damaged"), std::string::npos) << Refusal();
     EXPECT_TRUE(host.Targets().Change(Name(), Contact(0, L"6f9619ff-8b86-d011-b42d-00cf4fc964ff", 2.0F)));
-    EXPECT_THROW(TargetStore(host).Change(Name(), Contact(0, L"", 3.0F)), TargetFileError) << "its first change";
+    TargetStore another([this](auto const& task) { host.RunAndWait(task); }, [this] { return host.Now(); });
+    EXPECT_THROW(another.Change(Name(), Contact(0, L"", 3.0F)), TargetFileError) << "its first change";
     // What it is, is looked at each time.
     Write(file, std::string(5000, 'x'));
     EXPECT_THROW(host.Targets().Change(Name(), Contact(0)), TargetFileError);

@@ -5,7 +5,7 @@
 #include <VordalBaseR/CExTime.h>
 #include <VordalBaseR/FileObject.h>
 #include <VordalBaseR/TimeX5.h>
-#include <reference_host/base/path_text.h>
+#include <reference_host/common/path_text.h>
 #include <tvcoreR/Utf8.h>
 
 #include <gtest/gtest.h>

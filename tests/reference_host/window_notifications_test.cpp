@@ -1,6 +1,6 @@
 // Tests of what waits for the window thread: one notification of each subscription, the latest, told on that thread.
-#include "reference_host/host/host.h"
-#include "reference_host/host/log.h"
+#include "reference_host/common/log.h"
+#include "reference_host/core/host.h"
 
 #include <VordalDataBlocksR/BaseDataSource.h>
 #include <VordalDataBlocksR/CDataBlock.h>

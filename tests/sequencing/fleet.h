@@ -4,7 +4,7 @@
 #include "sequencing/PingGroup.h"
 #include "sequencing/QX5SonarConfigurationInfo.h"
 
-#include <reference_host/host/clock.h>
+#include <reference_host/common/clock.h>
 #include <reference_host/project/live_host.h>
 #include <simulator/sonar_server.h>
 

@@ -3,7 +3,7 @@
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalDataBlocksR/BaseIOHandler.h>
-#include <reference_host/host/host_observer.h>
+#include <reference_host/common/host_observer.h>
 
 #include <gtest/gtest.h>
 

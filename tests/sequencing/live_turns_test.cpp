@@ -4,7 +4,7 @@
 
 #include <VordalSubscriberR/Subscriber.h>
 #include <VordalSubscriberR/Subscription.h>
-#include <reference_host/host/log.h>
+#include <reference_host/common/log.h>
 #include <vordalhostdllR/DataManager.h>
 
 #include <gtest/gtest.h>

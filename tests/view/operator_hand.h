@@ -4,8 +4,8 @@
 #include "shown_view.h"
 #include "view_run.h"
 
-#include "reference_host/host/host.h"
-#include "reference_host/host/host_observer.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_loader.h"
 
 #include <QObject>

@@ -1,0 +1,243 @@
+// The register of devices, computations and streams, and the way into a device from a view.
+#include <vordalhostdllR/DataManager.h>
+
+#include "reference_host/attributes/host_keys.h"
+#include "reference_host/attributes/tree_merge.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/common/log.h"
+#include "reference_host/core/host_state.h"
+#include "reference_host/streams/stream_buffer.h"
+
+#include <tvcoreR/Utf8.h>
+
+using vordal::CurrentState;
+
+struct DataManagerAccess
+{
+    static DataManager instance;
+};
+DataManager DataManagerAccess::instance;
+
+Compform::~Compform() = default;
+
+DataManager& DataManager::GetDataManager()
+{
+    return DataManagerAccess::instance;
+}
+
+namespace {
+
+/// The entry of `list` at `index` among those of a vessel, or null. `idOf` gives an entry's id.
+template <typename List, typename IdOf>
+auto const* AtOfVessel(List const& list, int index, unsigned short vessel, IdOf idOf)
+{
+    for (auto const& entry : list) {
+        if (idOf(entry).GetVessel() == vessel && index-- == 0) {
+            return &entry;
+        }
+    }
+    return static_cast<typename List::value_type const*>(nullptr);
+}
+
+template <typename List, typename IdOf>
+int CountOfVessel(List const& list, unsigned short vessel, IdOf idOf)
+{
+    int count = 0;
+    for (auto const& entry : list) {
+        count += idOf(entry).GetVessel() == vessel ? 1 : 0;
+    }
+    return count;
+}
+
+CDataId const& IdOfDevice(vordal::HostState::DeviceEntry const& entry)
+{
+    return entry.id;
+}
+CDataId const& IdOfComputation(std::unique_ptr<vordal::Computation> const& entry)
+{
+    return entry->GetDataId();
+}
+
+bool IsThere(vordal::HostState const& host, CDataId const& id)
+{
+    return host.FindDevice(id) != nullptr || host.FindComputation(id) != nullptr;
+}
+
+/// What SetAttributeMap does once it is its turn; `device` is the one of that id, or null. The host thread.
+bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap const& map, unsigned flags)
+{
+    if (auto* observer = host.Observer()) {
+        observer->OnHostSet(id, map, flags);
+    }
+    if (device != nullptr) {
+        int const requests = map.Count(vordal::keys::Request);
+        for (int i = 0; i < requests; ++i) {
+            CAttributeMap const& given = map.Find(vordal::keys::Request, i);
+            CAttributeMap request(given);
+            host.DeliverRequest(*device, &request, &given);
+        }
+        if (map.Count() > requests) {
+            CAttributeMap rest(map);
+            while (rest.Remove(vordal::keys::Request, 0)) {
+            }
+            vordal::MergeAndNotify(device->Internals(), id, rest);
+        }
+        return true;
+    }
+    if (auto* const computation = host.State().FindComputation(id)) {
+        if (map.Count() > 0) {
+            computation->MergeIn(map);
+            DataId_NI const info(id);
+            computation->Subscriptions().Bus()->NotifyKeysOf(map, &info);
+        }
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+BaseDevice* DataManager::FindDevice(CDataId const& dataId)
+{
+    auto const* const host = CurrentState();
+    return host != nullptr ? host->FindDevice(dataId) : nullptr;
+}
+
+int DataManager::GetDeviceCount(unsigned short vessel)
+{
+    auto const* const host = CurrentState();
+    if (host == nullptr) {
+        return 0;
+    }
+    std::lock_guard const lock(host->mutex);
+    return CountOfVessel(host->devices, vessel, IdOfDevice);
+}
+
+BaseDevice* DataManager::GetDevice(int index, unsigned short vessel)
+{
+    auto const* const host = CurrentState();
+    if (host == nullptr) {
+        return nullptr;
+    }
+    std::lock_guard const lock(host->mutex);
+    auto const* const entry = AtOfVessel(host->devices, index, vessel, IdOfDevice);
+    return entry != nullptr ? entry->device.get() : nullptr;
+}
+
+BaseDevice* DataManager::GetNextDevice(unsigned short vessel)
+{
+    auto* const host = CurrentState();
+    if (host == nullptr) {
+        return nullptr;
+    }
+    std::lock_guard const lock(host->mutex);
+    auto& next = host->nextDevice[vessel];
+    auto const* const entry = AtOfVessel(host->devices, next, vessel, IdOfDevice);
+    next = entry != nullptr ? next + 1 : 0;
+    return entry != nullptr ? entry->device.get() : nullptr;
+}
+
+int DataManager::GetCompsCount(unsigned short vessel)
+{
+    auto const* const host = CurrentState();
+    if (host == nullptr) {
+        return 0;
+    }
+    std::lock_guard const lock(host->mutex);
+    return CountOfVessel(host->computations, vessel, IdOfComputation);
+}
+
+Compform* DataManager::GetComputation(int index, unsigned short vessel)
+{
+    auto const* const host = CurrentState();
+    if (host == nullptr) {
+        return nullptr;
+    }
+    std::lock_guard const lock(host->mutex);
+    auto const* const entry = AtOfVessel(host->computations, index, vessel, IdOfComputation);
+    return entry != nullptr ? entry->get() : nullptr;
+}
+
+Compform* DataManager::FindComputation(CDataId const& dataId)
+{
+    auto const* const host = CurrentState();
+    return host != nullptr ? host->FindComputation(dataId) : nullptr;
+}
+
+Compform* DataManager::GetLinkedComputation(CDataId const& dataId, int index)
+{
+    auto const* const host = CurrentState();
+    if (host == nullptr) {
+        return nullptr;
+    }
+    std::lock_guard const lock(host->mutex);
+    for (auto const& computation : host->computations) {
+        if (computation->IsLinkedTo(dataId) && index-- == 0) {
+            return computation.get();
+        }
+    }
+    return nullptr;
+}
+
+bool DataManager::SetAttributeMap(CDataId const& dataId, CAttributeMap const& map, unsigned flags, bool unused)
+{
+    auto* const host = vordal::Host::CurrentOrNull();
+    if (host == nullptr) {
+        return false;
+    }
+    if (auto* const observer = host->Observer(); observer != nullptr && unused) {
+        observer->OnContractBreach(L"the last argument of DataManager::SetAttributeMap is always false");
+    }
+    if (host->State().threading == vordal::Threading::Inline || host->IsHostThread()) {
+        return Apply(*host, host->State().FindDevice(dataId), dataId, map, flags);
+    }
+    bool const there = IsThere(host->State(), dataId);
+    // The id travels as its fields: its text would cost an allocation for each request.
+    bool const posted = host->Post([host, id = vordal::PackedId(dataId), map, flags] {
+        if (auto* const device = host->State().FindDevice(id)) {
+            Apply(*host, device, device->GetDataId(), map, flags);
+        } else {
+            Apply(*host, nullptr, vordal::UnpackedId(id), map, flags);
+        }
+    });
+    return there && posted;
+}
+
+bool DataManager::GetAttributeMap(CDataId const& dataId, CAttributeMap& map)
+{
+    if (auto* const host = CurrentState()) {
+        if (vordal::DeviceInUse const device(*host, dataId); device.Get() != nullptr) {
+            return device.Get()->GetAttributeMap(map);
+        }
+        if (auto* const computation = host->FindComputation(dataId)) {
+            computation->GetAttributeMap(map);
+            return true;
+        }
+    }
+    map = CAttributeMap();
+    return false;
+}
+
+SubscriptionMap* DataManager::GetAttributeSubscriptionMap(CDataId const& dataId)
+{
+    if (auto* const host = CurrentState()) {
+        if (vordal::DeviceInUse const device(*host, dataId); device.Get() != nullptr) {
+            return device.Get()->GetAttributeSubscriptionMap();
+        }
+        if (auto* const computation = host->FindComputation(dataId)) {
+            return &computation->Subscriptions();
+        }
+    }
+    return nullptr;
+}
+
+BaseDataSource* DataManager::FindDatablockBuffer(CDataId const& dataId, bool create)
+{
+    auto* const host = CurrentState();
+    return host != nullptr ? host->FindBuffer(dataId, create) : nullptr;
+}
+
+VesselManager& DataManager::GetVesselManager()
+{
+    return VesselManager::GetVesselManager();
+}

@@ -1,0 +1,264 @@
+// The devices of the reference host: their register, their ports and their attributes.
+#include "reference_host/core/host_devices.h"
+
+#include "reference_host/attributes/tree_merge.h"
+#include "reference_host/common/host_observer.h"
+#include "reference_host/common/log.h"
+#include "reference_host/core/host_state.h"
+#include "reference_host/core/port.h"
+#include "reference_host/streams/settings_data.h"
+#include "reference_host/streams/stream_buffer.h"
+
+#include <HalvaneX5InterfaceR/QX5Device.h>
+#include <VordalBaseR/FileObject.h>
+#include <tvcoreR/Utf8.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace vordal {
+
+std::vector<CString> HostDevices::DeviceClasses() const
+{
+    std::lock_guard const lock(m_state.mutex);
+    std::vector<CString> names;
+    for (auto const& [name, creator] : m_state.creators) {
+        names.push_back(name);
+    }
+    return names;
+}
+
+namespace {
+
+std::unique_ptr<Device> MakeDeviceOf(CString const& className)
+{
+    if (className == L"QX5Device") {
+        return std::make_unique<QX5Device>();
+    }
+    if (className == L"Device") {
+        return std::make_unique<Device>();
+    }
+    std::unique_ptr<BaseDevice> made(CDevList::GetDevList().MakeDevice(className));
+    auto* const device = dynamic_cast<Device*>(made.get());
+    if (device == nullptr) {
+        return nullptr;
+    }
+    static_cast<void>(made.release()); // the same object as `device`
+    return std::unique_ptr<Device>(device);
+}
+
+} // namespace
+
+std::unique_ptr<Device> HostDevices::MakeDevice(CString const& className)
+{
+    auto device = MakeDeviceOf(className);
+    if (device != nullptr) {
+        device->SetDeviceDriverName(className);
+    }
+    return device;
+}
+
+Device* HostDevices::AddDevice(std::unique_ptr<Device> device, CDataId const& dataId, CString const& name)
+{
+    auto* const added = device.get();
+    if (added == nullptr || dataId.IsUndefined()) {
+        return nullptr;
+    }
+    auto* const buffer = m_state.FindBuffer(dataId, true);
+    {
+        std::lock_guard const lock(m_state.mutex);
+        for (auto const& entry : m_state.devices) {
+            if (entry.id == dataId) {
+                return nullptr;
+            }
+        }
+        m_state.devices.push_back({dataId, std::move(device)});
+    }
+    added->SetDeviceName(name);
+    added->Create(dataId, buffer);
+    return added;
+}
+
+void HostDevices::SetPort(BaseDevice& device, BaseIOHandler* port)
+{
+    auto* const before = device.GetPortPtr();
+    if (before == port) {
+        return;
+    }
+    if (auto* devices = dynamic_cast<AttachedDevices*>(before)) {
+        devices->Detach(&device);
+    }
+    device.SetPortPtr(port);
+    if (auto* devices = dynamic_cast<AttachedDevices*>(port)) {
+        devices->Attach(&device);
+    }
+}
+
+bool HostDevices::RemoveDevice(BaseDevice* device)
+{
+    bool isOurs = false;
+    std::vector<PingControl*> released;
+    {
+        std::lock_guard const lock(m_state.mutex);
+        isOurs = std::any_of(m_state.devices.begin(), m_state.devices.end(),
+                             [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; });
+        if (isOurs) {
+            released = m_state.pingControls;
+        }
+    }
+    std::erase_if(released, [](PingControl const* control) { return !control->IsActive(); });
+    for (PingControl* const control : released) {
+        control->Release();
+    }
+    bool const isGone = isOurs && TakeOut(device);
+    for (PingControl* const control : released) {
+        control->Discover();
+    }
+    if (!released.empty()) {
+        TellSettingsAgain();
+    }
+    return isGone;
+}
+
+bool HostDevices::TakeOut(BaseDevice* device)
+{
+    std::unique_ptr<Device> removed;
+    {
+        std::unique_lock lock(m_state.mutex);
+        auto const found =
+            std::find_if(m_state.devices.begin(), m_state.devices.end(),
+                         [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; });
+        if (found == m_state.devices.end()) {
+            return false;
+        }
+        removed = std::move(found->device);
+        m_state.devices.erase(found);
+        m_state.formerSubscriptions.push_back(removed->Internals().subscriptions);
+        // Nobody finds it any more; who found it before is waited for.
+        m_state.useEnded.wait(lock, [&] { return removed->Internals().uses == 0; });
+    }
+    removed->StopDevice();
+    SetPort(*removed, nullptr);
+    return true;
+}
+
+void HostDevices::TellSettingsAgain()
+{
+    // A sonar that pings on command alone says nothing by itself, and joins its group with its settings.
+    for (Device* const device : Devices()) {
+        CDataId const& id = device->GetDataId();
+        auto* const buffer = id.GetGroupId() == SonarDataGroup ? m_state.FindBuffer(id, false) : nullptr;
+        unsigned short state = 0;
+        unsigned short status = 0;
+        if (buffer == nullptr || !buffer->GetStatus(state, status) || state == 0) {
+            continue;
+        }
+        if (status == 0) {
+            buffer->Announce();
+        } else {
+            // It would be pinged and awaited though it cannot answer.
+            buffer->AnnounceWhenWell();
+        }
+    }
+}
+
+void HostDevices::RemoveAllDevices()
+{
+    std::vector<PingControl*> controls;
+    {
+        std::lock_guard const lock(m_state.mutex);
+        controls = m_state.pingControls;
+    }
+    for (PingControl* const control : controls) {
+        if (control->IsActive()) {
+            control->Release();
+        }
+    }
+    while (true) {
+        Device* first = nullptr;
+        {
+            std::lock_guard const lock(m_state.mutex);
+            if (m_state.devices.empty()) {
+                return;
+            }
+            first = m_state.devices.front().device.get();
+        }
+        TakeOut(first);
+    }
+}
+
+std::vector<Device*> HostDevices::Devices() const
+{
+    std::lock_guard const lock(m_state.mutex);
+    std::vector<Device*> devices;
+    devices.reserve(m_state.devices.size());
+    for (auto const& entry : m_state.devices) {
+        devices.push_back(entry.device.get());
+    }
+    return devices;
+}
+
+void HostDevices::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree)
+{
+    auto& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    internals.tree = tree;
+    internals.told.CountAnew(internals.tree);
+}
+
+void HostDevices::MergeDecoded(BaseDevice& device, CAttributeMap const& tree)
+{
+    if (!MergeToldAndNotify(device.Internals(), device.GetDataId(), tree)) {
+        return;
+    }
+    auto const told = Told(device);
+    Log(LogLevel::Warning, "the device \"" + tvcore::ToUtf8(device.GetDeviceName()) + "\" (" +
+                               tvcore::ToUtf8(device.GetDataId().GetKey()) + "): its sonar tells more than " +
+                               std::to_string(told.Limits().keys) + " keys or " + std::to_string(told.Limits().bytes) +
+                               " bytes of texts and lists; the rest is refused and counted, values of known keys go "
+                               "on, and this is said once");
+    if (auto* const observer = CurrentObserver()) {
+        observer->OnAttributesRefused(device);
+    }
+}
+
+void HostDevices::SetToldLimits(BaseDevice& device, TreeLimits const& limits)
+{
+    auto& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    internals.told.SetLimits(limits);
+    internals.refusalTold = false;
+}
+
+TreeAccount HostDevices::Told(BaseDevice const& device) const
+{
+    auto const& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    return internals.told;
+}
+
+bool HostDevices::LoadDevice(Device& device, CAttributeMap const& tree)
+{
+    auto const& name = device.GetDeviceName();
+    FileObject file;
+    file.CreateSection(name);
+    file.SetAttributeMap(name, tree);
+    bool const loaded = device.LoadAttribs(name, &file);
+    auto& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    ForgetReferences(internals.tree);
+    internals.told.CountAnew(internals.tree);
+    return loaded;
+}
+
+void HostDevices::ApplyDevice(Device& device, bool changed)
+{
+    device.ApplyAttribs(changed);
+    auto& internals = device.Internals();
+    std::lock_guard const lock(*internals.lock);
+    ForgetReferences(internals.tree);
+    internals.told.NoteOthersWrote();
+}
+
+} // namespace vordal

@@ -1,0 +1,164 @@
+// What the reference host consists of: look-ups in its registers, and what others find of the host that lives.
+#include "reference_host/core/host_state.h"
+
+#include "reference_host/core/application.h"
+#include "reference_host/streams/stream_buffer.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vordal {
+
+HostObserver* CurrentObserver()
+{
+    auto* const state = CurrentState();
+    return state != nullptr ? state->observer.load(std::memory_order_acquire) : nullptr;
+}
+
+HostThread* ThreadToTellOn()
+{
+    auto* const state = CurrentState();
+    auto* const thread = state != nullptr ? state->thread.get() : nullptr;
+    return thread != nullptr && !thread->IsThisThread() ? thread : nullptr;
+}
+
+std::shared_ptr<NotificationBus> BusOfKind(int kind)
+{
+    auto* const state = CurrentState();
+    if (state == nullptr) {
+        return nullptr;
+    }
+    switch (kind) {
+    case Subscription::ActiveVessel:
+        return state->activeVesselBus;
+    case Subscription::BufferStatus:
+        return state->bufferStatusBus;
+    case Subscription::General:
+        return state->generalBus;
+    default:
+        return nullptr;
+    }
+}
+
+std::shared_ptr<NotificationBus> StreamBus()
+{
+    auto* const state = CurrentState();
+    return state != nullptr ? state->streamBus : nullptr;
+}
+
+void RunOnHostThread(HostTask task)
+{
+    if (auto* const thread = ThreadToTellOn()) {
+        thread->Post(std::move(task));
+    } else {
+        task();
+    }
+}
+
+void NotifyBus(Subscription::Kind kind, CString const& key, NotificationInfo const* info)
+{
+    if (auto const bus = BusOfKind(kind)) {
+        bus->Notify(AttributeKey(key), info);
+    }
+}
+
+BaseDataSource* FindBuffer(CDataId const& id)
+{
+    auto* const state = CurrentState();
+    return state != nullptr ? state->FindBuffer(id, false) : nullptr;
+}
+
+HostState::HostState(Threading mode) : threading(mode), window(std::make_shared<WindowInbox>(mode == Threading::Inline))
+{
+}
+HostState::~HostState() = default;
+
+Device* HostState::FindDevice(std::uint64_t packedId) const
+{
+    std::lock_guard const lock(mutex);
+    return FindDeviceLocked(packedId);
+}
+
+Device* HostState::FindDeviceLocked(std::uint64_t packedId) const
+{
+    auto const found = std::find_if(devices.begin(), devices.end(),
+                                    [&](DeviceEntry const& entry) { return PackedId(entry.id) == packedId; });
+    return found != devices.end() ? found->device.get() : nullptr;
+}
+
+DeviceInUse::DeviceInUse(HostState& host, CDataId const& id) : m_host(host)
+{
+    std::lock_guard const lock(m_host.mutex);
+    m_device = m_host.FindDeviceLocked(PackedId(id));
+    if (m_device != nullptr) {
+        ++m_device->Internals().uses;
+    }
+}
+
+DeviceInUse::~DeviceInUse()
+{
+    if (m_device != nullptr) {
+        std::lock_guard const lock(m_host.mutex);
+        if (--m_device->Internals().uses == 0) {
+            m_host.useEnded.notify_all();
+        }
+    }
+}
+
+Computation* HostState::FindComputation(CDataId const& id) const
+{
+    std::lock_guard const lock(mutex);
+    for (auto const& computation : computations) {
+        if (computation->GetDataId() == id) {
+            return computation.get();
+        }
+    }
+    return nullptr;
+}
+
+StreamBuffer* HostState::FindBuffer(CDataId const& id, bool create)
+{
+    std::lock_guard const lock(mutex);
+    auto const found = buffers.find(PackedId(id));
+    if (found != buffers.end()) {
+        return found->second.get();
+    }
+    return create ? buffers.emplace(PackedId(id), std::make_unique<StreamBuffer>(id)).first->second.get() : nullptr;
+}
+
+std::vector<std::shared_ptr<NotificationBus>> HostState::AllBuses() const
+{
+    std::vector<std::shared_ptr<NotificationBus>> buses{activeVesselBus, bufferStatusBus, generalBus, streamBus};
+    std::lock_guard const lock(mutex);
+    for (auto const& entry : devices) {
+        buses.push_back(entry.device->Internals().subscriptions->Bus());
+    }
+    for (auto const& computation : computations) {
+        buses.push_back(computation->Subscriptions().Bus());
+    }
+    return buses;
+}
+
+void HostState::ChangeDeviceId(BaseDevice const& device, CDataId const& id)
+{
+    std::lock_guard const lock(mutex);
+    for (auto& entry : devices) {
+        if (entry.device.get() == &device) {
+            entry.id = id;
+        }
+    }
+}
+
+OpenDisplays* CurrentOpenDisplays()
+{
+    auto* const host = CurrentState();
+    return host != nullptr ? &host->openDisplays : nullptr;
+}
+
+DisplayRegister* CurrentDisplayRegister()
+{
+    auto* const host = CurrentState();
+    return host != nullptr ? &host->displays : nullptr;
+}
+
+} // namespace vordal

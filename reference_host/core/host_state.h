@@ -1,0 +1,240 @@
+// What the reference host consists of, for its own sources: registers, buses, buffers, the host thread.
+#pragma once
+
+#include "reference_host/attributes/tree_account.h"
+#include "reference_host/bus/notification_bus.h"
+#include "reference_host/bus/window_inbox.h"
+#include "reference_host/common/current_host.h"
+#include "reference_host/common/host_thread.h"
+#include "reference_host/core/host.h"
+#include "reference_host/core/message_service.h"
+#include "reference_host/core/project_definition.h"
+#include "reference_host/displays/display_register.h"
+#include "reference_host/displays/open_displays.h"
+#include "reference_host/targets/target_store.h"
+
+#include <VordalAttributesR/CAttributeMap.h>
+#include <VordalConfigureR/CPrsConfiguration.h>
+#include <VordalDataBlocksR/BaseDataSource.h>
+#include <vordalhostdllR/CDevList.h>
+#include <vordalhostdllR/DataManager.h>
+#include <vordalhostdllR/VesselManager.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace vordal {
+
+class Application;
+class StreamBuffer;
+
+/// The four fields of an id in one number, for look-ups.
+inline std::uint64_t PackedId(CDataId const& id)
+{
+    return std::uint64_t{id.GetType()} << 48 | std::uint64_t{id.GetGroupId()} << 32 |
+           std::uint64_t{id.GetDeviceNum()} << 16 | std::uint64_t{id.GetVessel()};
+}
+
+inline CDataId UnpackedId(std::uint64_t packed)
+{
+    auto const field = [packed](int shift) { return static_cast<unsigned short>(packed >> shift & 0xFFFF); };
+    return CDataId(field(48), field(32), field(16), field(0));
+}
+
+/// What the host keeps about one device.
+struct DeviceInternals
+{
+    CAttributeMap tree;
+    /// The device's lock, which guards the tree and its account.
+    CriticalSection* lock = nullptr;
+    /// Of what the sonar tells; what others write needs no room in it.
+    TreeAccount told;
+    bool refusalTold = false;
+    std::shared_ptr<SubscriptionMap> const subscriptions = std::make_shared<SubscriptionMap>();
+    /// What attribute notifications carry; made anew when the id has changed. Guarded by the device's lock.
+    std::shared_ptr<DataId_NI const> changeInfo;
+
+    CString name;
+    CString driverName;
+
+    mutable std::mutex mutex; ///< guards what follows
+    CDataBlock block;
+    CString portName;
+    CString controlViewType;
+    double timeOut = 0.0;
+
+    std::atomic<int> outputStat{0};
+    std::atomic<bool> alwaysNotify{false};
+    std::atomic<bool> enabled{true};
+    std::atomic<bool> timeOutDisabled{false};
+    std::atomic<BaseIOHandler*> port{nullptr};
+    int uses = 0; ///< see DeviceInUse; guarded by the host's mutex
+};
+
+/// A module's control of pings. It knows devices by their addresses, so none goes while it is active.
+class PingControl
+{
+public:
+    PingControl() = default;
+    PingControl(PingControl const&) = delete;
+    PingControl& operator=(PingControl const&) = delete;
+
+    virtual bool IsActive() const = 0;
+    virtual void Release() = 0;
+    virtual void Discover() = 0;
+
+protected:
+    ~PingControl() = default;
+};
+
+class Computation final : public Compform
+{
+public:
+    explicit Computation(ComputationSetup setup) : m_setup(std::move(setup)) {}
+
+    CDataId const& GetDataId() const override { return m_setup.dataId; }
+    int GetType() const override { return m_setup.type; }
+    bool GetAttribValue(AttributeKey const& key, CDataInfo& value, unsigned& flags) const override;
+    void GetDataSource(CDataId& dataId) const override;
+    void GetAttributeMap(CAttributeMap& map) const override;
+    void ResetDataSource() override;
+
+    bool IsLinkedTo(CDataId const& device) const;
+    void MergeIn(CAttributeMap const& tree);
+    SubscriptionMap& Subscriptions() { return m_subscriptions; }
+
+private:
+    ComputationSetup m_setup;
+    mutable std::mutex m_mutex; ///< guards the attributes
+    SubscriptionMap m_subscriptions;
+};
+
+/// A vessel and what the project says of it; it never changes.
+class Vessel final : public CBaseVessel, private CPrsConfiguration
+{
+public:
+    explicit Vessel(VesselSetup setup) : m_setup(std::move(setup)) {}
+
+    unsigned short GetVesselNumber() const override { return m_setup.number; }
+    CPrsConfiguration const* GetConfiguration() const override { return this; }
+    VesselSetup const& Setup() const { return m_setup; }
+
+private:
+    bool GetItem(CString const& section, CString const& key, CString& value) const override;
+    bool GetItem(CString const& section, CString const& key, bool& value) const override;
+
+    VesselSetup m_setup;
+};
+
+struct HostState
+{
+    explicit HostState(Threading mode);
+    HostState(HostState const&) = delete;
+    HostState& operator=(HostState const&) = delete;
+    ~HostState();
+
+    struct DeviceEntry
+    {
+        CDataId id;
+        std::unique_ptr<Device> device;
+    };
+
+    Threading const threading;
+    std::thread::id const owner = std::this_thread::get_id();
+    std::atomic<Clock const*> clock{nullptr};
+    std::atomic<SonarTraffic*> traffic{nullptr};
+    std::atomic<HostObserver*> observer{nullptr};
+    std::atomic<RequestFailures> failures{RequestFailures::Contain};
+
+    std::shared_ptr<NotificationBus> const activeVesselBus = std::make_shared<NotificationBus>();
+    std::shared_ptr<NotificationBus> const bufferStatusBus = std::make_shared<NotificationBus>();
+    std::shared_ptr<NotificationBus> const generalBus = std::make_shared<NotificationBus>();
+    std::shared_ptr<NotificationBus> const streamBus = std::make_shared<NotificationBus>();
+
+    ProjectDefinition project;
+    DisplayRegister displays;
+    OpenDisplays openDisplays;
+    MessageService messages;
+    /// What waits for the window thread; joints that were made there hold on to it.
+    std::shared_ptr<WindowInbox> const window;
+    /// Null until it is set up; stays until the host goes.
+    std::unique_ptr<Application> application;
+
+    /// Guards the registers below; never held while calling out.
+    mutable std::mutex mutex;
+    std::unordered_map<std::uint64_t, std::unique_ptr<StreamBuffer>> buffers;
+    std::vector<std::unique_ptr<Vessel>> vessels;
+    std::size_t activeVessel = 0;
+    std::vector<std::unique_ptr<Computation>> computations;
+    std::vector<DeviceEntry> devices;
+    /// Of devices that have gone: others may still be about to leave or to join them.
+    std::vector<std::shared_ptr<SubscriptionMap>> formerSubscriptions;
+    std::vector<PingControl*> pingControls;
+    /// Where GetNextDevice stands, by vessel.
+    std::map<unsigned short, int> nextDevice;
+    std::map<CString, std::unique_ptr<DevICreator>> creators;
+    std::filesystem::path fileRoot;
+    std::vector<std::filesystem::path> fileFolders;
+    CString appInstanceGuid;
+
+    std::atomic<bool> userIsOperator{true};
+    std::atomic<bool> aScanOn{false};
+    std::unique_ptr<TargetStore> targets;
+
+    /// Given up when memory runs out within a request; null until there is enough for it again. Host thread.
+    std::unique_ptr<std::byte[]> reserve;
+    /// Null in a host that runs on the threads of its callers.
+    std::unique_ptr<HostThread> thread;
+    /// Tells that a device is not in use any more (see DeviceInUse).
+    std::condition_variable useEnded;
+
+    Device* FindDevice(CDataId const& id) const { return FindDevice(PackedId(id)); }
+    Device* FindDevice(std::uint64_t packedId) const;
+    Computation* FindComputation(CDataId const& id) const;
+    /// With `mutex` held.
+    Device* FindDeviceLocked(std::uint64_t packedId) const;
+    /// Null when it is missing and not to be made.
+    StreamBuffer* FindBuffer(CDataId const& id, bool create);
+    /// Every bus that subscriptions may be joined to.
+    std::vector<std::shared_ptr<NotificationBus>> AllBuses() const;
+    /// The device has another id now; the register follows.
+    void ChangeDeviceId(BaseDevice const& device, CDataId const& id);
+};
+
+/// A device that was looked up and stays until the end of its use, whoever removes it meanwhile. Any thread; for short
+/// uses, which the removal waits for.
+class DeviceInUse
+{
+public:
+    DeviceInUse(HostState& host, CDataId const& id);
+    DeviceInUse(DeviceInUse const&) = delete;
+    DeviceInUse& operator=(DeviceInUse const&) = delete;
+    ~DeviceInUse();
+
+    /// Null when there is no such device.
+    Device* Get() const { return m_device; }
+
+private:
+    HostState& m_host;
+    Device* m_device;
+};
+
+/// The state of the host that lives; null when there is none.
+HostState* CurrentState();
+
+// For the subscription classes. Null without a host or for another kind.
+std::shared_ptr<NotificationBus> BusOfKind(int kind);
+BaseDataSource* FindBuffer(CDataId const& id);
+
+/// Merges into the device's tree under its lock and then tells the subscribers; false when nothing was given.
+bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree);
+/// The same within the account of what the sonar tells. True when something was refused for the first time.
+bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree);
+
+} // namespace vordal
