@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
 #include <semaphore>
 
 namespace vordal::test {
@@ -59,6 +60,29 @@ std::vector<std::uint32_t> IndicesOf(Bytes const& stream)
     return indices;
 }
 
+/// A link to a peer on loopback.
+class ConnectedLink : public testing::Test
+{
+protected:
+    /// With the options as they stand; both sides know of the connection.
+    SonarLink& Connect()
+    {
+        auto& link = m_link.emplace(thread, options, listener);
+        link.Open();
+        EXPECT_TRUE(listener.WaitForState(LinkState::Connected));
+        EXPECT_TRUE(peer.WaitForConnections(1));
+        return link;
+    }
+
+    Peer peer;
+    LinkThread thread;
+    Listener listener;
+    LinkOptions options = OptionsFor(peer.Port());
+
+private:
+    std::optional<SonarLink> m_link;
+};
+
 TEST(SonarLink, SendsFramesAsTheyAre)
 {
     Peer peer;
@@ -98,15 +122,9 @@ TEST(SonarLink, OpensAgainAfterClose)
     }
 }
 
-TEST(SonarLink, AFrameArrivesWholeInEverySplit)
+TEST_F(ConnectedLink, AFrameArrivesWholeInEverySplit)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    SonarLink link(thread, OptionsFor(peer.Port()), listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
-    ASSERT_TRUE(peer.WaitForConnections(1));
+    auto& link = Connect();
     auto const frame = Frame({1, 2, 3, 4});
     std::size_t frames = 0;
     std::uint64_t bytes = 0;
@@ -150,15 +168,9 @@ TEST(SonarLink, SingleBytesMakeTheSameFrames)
     }
 }
 
-TEST(SonarLink, GarbageIsCountedReportedOnceAndSkipped)
+TEST_F(ConnectedLink, GarbageIsCountedReportedOnceAndSkipped)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    SonarLink link(thread, OptionsFor(peer.Port()), listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
-    ASSERT_TRUE(peer.WaitForConnections(1));
+    auto& link = Connect();
     auto const frame = Frame({9, 9});
     peer.Write({'H', 'T', 'T', 'P'});
     peer.Write(frame);
@@ -203,17 +215,10 @@ TEST(SonarLink, ADamagedFrameCostsNothingButItself)
     ASSERT_TRUE(Eventually([&] { return link.GetCounters().bytesSkipped == 72; }));
 }
 
-TEST(SonarLink, AFrameThatIsNeverFinishedKeepsBackNothingForLong)
+TEST_F(ConnectedLink, AFrameThatIsNeverFinishedKeepsBackNothingForLong)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    auto options = OptionsFor(peer.Port());
     options.idleLimit = milliseconds(40);
-    SonarLink link(thread, options, listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
-    ASSERT_TRUE(peer.WaitForConnections(1));
+    auto& link = Connect();
     // The start of a frame of 1 MiB, and a whole one behind it.
     Bytes const claim{5, 0, 60, 0, 0xFF, 0xFF, 0, 0, 0, 0, 0x10, 0};
     auto const frame = Frame({9, 9});
@@ -233,17 +238,10 @@ TEST(SonarLink, AFrameThatIsNeverFinishedKeepsBackNothingForLong)
     EXPECT_EQ(link.GetCounters().connections, 1U);
 }
 
-TEST(SonarLink, AFalseSizeWordDeafensNobodyWhileTheSonarKeepsTalking)
+TEST_F(ConnectedLink, AFalseSizeWordDeafensNobodyWhileTheSonarKeepsTalking)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    auto options = OptionsFor(peer.Port());
     options.idleLimit = std::chrono::hours(1);
-    SonarLink link(thread, options, listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
-    ASSERT_TRUE(peer.WaitForConnections(1));
+    auto& link = Connect();
     for (std::uint32_t round = 1; round <= 3; ++round) {
         // The start of a frame of 15 MiB, and whole ones behind it that do not amount to it within this test.
         peer.Write({5, 0, 60, 0, 0xFF, 0xFF, 0, 0, 0, 0, 0xF0, 0});
@@ -263,17 +261,10 @@ TEST(SonarLink, AFalseSizeWordDeafensNobodyWhileTheSonarKeepsTalking)
     EXPECT_NE(listener.Reports()[0].find("bytes that are no frame"), std::string::npos);
 }
 
-TEST(SonarLink, ALargeFrameOnASlowLineArrives)
+TEST_F(ConnectedLink, ALargeFrameOnASlowLineArrives)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    auto options = OptionsFor(peer.Port());
     options.frameShare = milliseconds(1);
-    SonarLink link(thread, options, listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
-    ASSERT_TRUE(peer.WaitForConnections(1));
+    auto& link = Connect();
     auto const frame = Frame(Bytes(1 << 20, 5));
     std::uint64_t written = 0;
     for (auto at = frame.begin(); at != frame.end();) {
@@ -415,18 +406,12 @@ TEST_F(LineThatIsCut, IsLostByEachPortsOwnPatience)
     EXPECT_EQ(lost.reports, (std::vector<std::string>{"1 record (92 bytes) was sent and not acknowledged: 1003"}));
 }
 
-TEST(SonarLink, APeerThatTakesNothingMoreIsLostWithWhatWaited)
+TEST_F(ConnectedLink, APeerThatTakesNothingMoreIsLostWithWhatWaited)
 {
-    Peer peer;
     peer.SetReading(false);
-    LinkThread thread;
-    Listener listener;
-    auto options = OptionsFor(peer.Port());
     options.systemBufferBytes = 4096;
     options.watch.unacknowledged = milliseconds(300);
-    SonarLink link(thread, options, listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    auto& link = Connect();
     // More than all buffers on the way hold, so that the window closes and the rest waits here.
     auto const frame = Numbered(0, 60'000);
     while (link.Send(frame)) {
@@ -437,15 +422,9 @@ TEST(SonarLink, APeerThatTakesNothingMoreIsLostWithWhatWaited)
         << listener.Reports()[0];
 }
 
-TEST(SonarLink, AnEndlessStreamOfGarbageIsDropped)
+TEST_F(ConnectedLink, AnEndlessStreamOfGarbageIsDropped)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    SonarLink link(thread, OptionsFor(peer.Port()), listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
-    ASSERT_TRUE(peer.WaitForConnections(1));
+    auto& link = Connect();
     Bytes const garbage(1 << 20, 0xAB);
     for (int i = 0; i < 32; ++i) {
         peer.Write(garbage);
@@ -456,18 +435,12 @@ TEST(SonarLink, AnEndlessStreamOfGarbageIsDropped)
     EXPECT_EQ(listener.Reports().size(), 1U);
 }
 
-TEST(SonarLink, AFullQueueRefusesAtOnceAndNothingIsTorn)
+TEST_F(ConnectedLink, AFullQueueRefusesAtOnceAndNothingIsTorn)
 {
-    Peer peer;
     peer.SetReading(false);
-    LinkThread thread;
-    Listener listener;
-    auto options = OptionsFor(peer.Port());
     options.queueBytes = 100'000;
     options.systemBufferBytes = 4096;
-    SonarLink link(thread, options, listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    auto& link = Connect();
     std::uint32_t index = 0;
     std::vector<std::uint32_t> accepted;
     std::size_t bytes = 0;
@@ -492,18 +465,12 @@ TEST(SonarLink, AFullQueueRefusesAtOnceAndNothingIsTorn)
     EXPECT_TRUE(link.Send(Numbered(index, 4))) << "room again";
 }
 
-TEST(SonarLink, OneFrameBeyondTheQueueStillLeavesWhole)
+TEST_F(ConnectedLink, OneFrameBeyondTheQueueStillLeavesWhole)
 {
-    Peer peer;
     peer.SetReading(false);
-    LinkThread thread;
-    Listener listener;
-    auto options = OptionsFor(peer.Port());
     options.queueBytes = 10;
     options.greatestFrame = 12'000'000;
-    SonarLink link(thread, options, listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    auto& link = Connect();
     EXPECT_FALSE(link.Send(Numbered(1, 13'000'000)));
     auto const frame = Numbered(1, 11'000'000);
     EXPECT_TRUE(link.Send(frame));
@@ -526,14 +493,9 @@ struct BusySender
     }
 };
 
-TEST(SonarLink, GatheredFramesArriveWholeAndInOrder)
+TEST_F(ConnectedLink, GatheredFramesArriveWholeAndInOrder)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    SonarLink link(thread, OptionsFor(peer.Port()), listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    auto& link = Connect();
     std::vector<std::uint32_t> sent;
     std::size_t bytes = 0;
     {
@@ -553,14 +515,9 @@ TEST(SonarLink, GatheredFramesArriveWholeAndInOrder)
     EXPECT_TRUE(Eventually([&] { return link.GetQueuedBytes() == 0; }));
 }
 
-TEST(SonarLink, AHeldFrameLeavesThoughItsSenderStaysBusy)
+TEST_F(ConnectedLink, AHeldFrameLeavesThoughItsSenderStaysBusy)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    SonarLink link(thread, OptionsFor(peer.Port()), listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    auto& link = Connect();
     BusySender const busy;
     for (std::uint32_t index = 0; index < 3; ++index) {
         ASSERT_TRUE(link.Send(Numbered(index, 4)));
@@ -569,14 +526,9 @@ TEST(SonarLink, AHeldFrameLeavesThoughItsSenderStaysBusy)
     EXPECT_EQ(IndicesOf(peer.Received()), (std::vector<std::uint32_t>{0, 1, 2}));
 }
 
-TEST(SonarLink, AnotherThreadsFrameFollowsThoseThatAreHeld)
+TEST_F(ConnectedLink, AnotherThreadsFrameFollowsThoseThatAreHeld)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    SonarLink link(thread, OptionsFor(peer.Port()), listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    auto& link = Connect();
     BusySender const busy;
     ASSERT_TRUE(link.Send(Numbered(0, 4)));
     ASSERT_TRUE(link.Send(Numbered(1, 4)));
@@ -605,18 +557,12 @@ TEST(SonarLink, ClosingSendsWhatIsHeld)
     SendGathering::SendHeld();
 }
 
-TEST(SonarLink, AFullQueueRefusesGatheredFramesToo)
+TEST_F(ConnectedLink, AFullQueueRefusesGatheredFramesToo)
 {
-    Peer peer;
     peer.SetReading(false);
-    LinkThread thread;
-    Listener listener;
-    auto options = OptionsFor(peer.Port());
     options.queueBytes = 100'000;
     options.systemBufferBytes = 4096;
-    SonarLink link(thread, options, listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    auto& link = Connect();
     BusySender const busy;
     std::vector<std::uint32_t> accepted;
     std::size_t bytes = 0;
@@ -635,16 +581,10 @@ TEST(SonarLink, AFullQueueRefusesGatheredFramesToo)
     EXPECT_EQ(IndicesOf(peer.Received()), accepted);
 }
 
-TEST(SonarLink, EightThreadsGiveWholeFrames)
+TEST_F(ConnectedLink, EightThreadsGiveWholeFrames)
 {
-    Peer peer;
-    LinkThread thread;
-    Listener listener;
-    auto options = OptionsFor(peer.Port());
     options.systemBufferBytes = 4096; // so that both ways, straight and queued, are taken
-    SonarLink link(thread, options, listener);
-    link.Open();
-    ASSERT_TRUE(listener.WaitForState(LinkState::Connected));
+    auto& link = Connect();
     constexpr std::uint32_t Each = 500;
     std::atomic<std::size_t> bytes{0};
     std::vector<std::thread> senders;
