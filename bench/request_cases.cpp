@@ -7,6 +7,7 @@
 #include <VordalAttributesR/CVordalType.h>
 #include <commands/catalogue.h>
 #include <protocol/bytes.h>
+#include <values/vordal_value.h>
 #include <protocol/frame.h>
 #include <vordalhostdllR/DataManager.h>
 

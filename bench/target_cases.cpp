@@ -85,7 +85,7 @@ public:
     }
 
 private:
-    test::TemporaryFolder const m_folder{"qx5-bench"};
+    qx5::test::TemporaryFolder const m_folder{"qx5-bench"};
     Stage& m_stage;
     CString m_targetFile;
     vordal::StoredTarget m_contact;
