@@ -7,8 +7,8 @@
 #include <VordalAttributesR/CVordalType.h>
 #include <commands/catalogue.h>
 #include <protocol/bytes.h>
-#include <values/vordal_value.h>
 #include <protocol/frame.h>
+#include <values/vordal_value.h>
 #include <vordalhostdllR/DataManager.h>
 
 #include <array>
