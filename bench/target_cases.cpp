@@ -3,7 +3,7 @@
 
 #include "reference_host/common/path_text.h"
 #include "reference_host/targets/target_store.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/records/shared_keys.h>
 #include <vordalhostdllR/SonarTargetsManager.h>

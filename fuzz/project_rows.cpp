@@ -2,7 +2,7 @@
 // again as the same.
 #include "reference_host/store/project_store.h"
 #include "sqlite_rows.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         CheckMessage(failure);
         return 0;
     }
-    auto const read = [](ScenarioSource const& source, JsonPath const&) {
+    auto const read = [](ScenarioSource const& source) {
         try {
             ReadScenario(source);
         } catch (InvalidScenario const& failure) {

@@ -2,7 +2,7 @@
 // read again as the same.
 #include "reference_host/targets/target_file.h"
 #include "sqlite_rows.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cstddef>
 #include <cstdint>

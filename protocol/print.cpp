@@ -383,8 +383,8 @@ std::string ValueText(Value const& value)
         std::string operator()(DataReference const& reference) const
         {
             std::string text;
-            for (std::size_t i = 0; i < (reference[4] == 65535 && reference[5] == 65535 ? 4 : reference.size()); ++i) {
-                text += (i == 0 ? "" : ".") + std::to_string(reference[i]);
+            for (auto const part : reference) {
+                text += (text.empty() ? "" : ".") + std::to_string(part);
             }
             return text;
         }

@@ -169,7 +169,7 @@ public:
     {
     }
 
-    void Read()
+    std::size_t Read()
     {
         std::uint32_t const version = m_form.stored ? Get<std::uint8_t>() : Get<std::uint32_t>();
         if (version != TreeVersion) {
@@ -182,6 +182,7 @@ public:
         if (m_at != m_bytes.size()) {
             Fail("bytes after the tree");
         }
+        return m_nodes;
     }
 
 private:
@@ -356,14 +357,14 @@ private:
 
 } // namespace
 
-bool ReadTree(std::span<unsigned char const> bytes, TreeForm const& form, TreeSink& sink, std::string& error)
+std::optional<std::size_t> ReadTree(std::span<unsigned char const> bytes, TreeForm const& form, TreeSink& sink,
+                                    std::string& error)
 {
     try {
-        TreeReader(bytes, form, sink).Read();
-        return true;
+        return TreeReader(bytes, form, sink).Read();
     } catch (Damaged const& damage) {
         error = damage.what();
-        return false;
+        return std::nullopt;
     }
 }
 

@@ -87,9 +87,11 @@ protected:
     ~TreeSink() = default;
 };
 
-/// Takes any bytes. False, and why and where in `error`, when they are not exactly one tree within the limits; the sink
-/// may have been given a part of it then. Memory stays in proportion to the bytes given.
-bool ReadTree(std::span<unsigned char const> bytes, TreeForm const& form, TreeSink& sink, std::string& error);
+/// Takes any bytes. The number of nodes; nothing, and why and where in `error`, when they are not exactly one tree
+/// within the limits, and the sink may have been given a part of it then. Memory stays in proportion to the bytes
+/// given.
+std::optional<std::size_t> ReadTree(std::span<unsigned char const> bytes, TreeForm const& form, TreeSink& sink,
+                                    std::string& error);
 
 /// A tree that stands for itself, outside of any host.
 struct TreeNode

@@ -27,6 +27,18 @@ Key const* KeyOfText(std::wstring_view text)
     return nullptr;
 }
 
+/// Those that the sonar can tell of.
+std::string Kinds()
+{
+    std::string names;
+    for (protocol::KindRow const& row : protocol::KindRows) {
+        if (row.onLink != 0) {
+            (names += names.empty() ? "" : ", ") += row.name;
+        }
+    }
+    return names;
+}
+
 } // namespace
 
 std::optional<Attribute> ParseAssignment(std::string_view assignment, std::string& error)
@@ -42,8 +54,7 @@ std::optional<Attribute> ParseAssignment(std::string_view assignment, std::strin
     if (std::size_t const colon = name.find(':'); colon != std::string_view::npos) {
         told = protocol::FindKind(name.substr(colon + 1));
         if (!told || protocol::RowOf(*told).onLink == 0) {
-            error = "'" + std::string(name.substr(colon + 1)) + "' is no kind; take int, uint, int64, bool, double, " +
-                    "pair, string, ints, doubles or offset";
+            error = "'" + std::string(name.substr(colon + 1)) + "' is no kind; take one of " + Kinds();
             return std::nullopt;
         }
         name = name.substr(0, colon);

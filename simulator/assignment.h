@@ -9,7 +9,7 @@
 
 namespace qx5::simulator {
 
-/// "KEY=VALUE" or "KEY:KIND=VALUE" (int, uint, int64, bool, double, pair, string, ints, doubles, offset); a key of no
+/// "KEY=VALUE" or "KEY:KIND=VALUE" (any kind that goes over the link); a key of no
 /// table needs its kind. Nothing, and one line in `error` that says what to do, when the text is none.
 std::optional<Attribute> ParseAssignment(std::string_view assignment, std::string& error);
 

@@ -2,7 +2,7 @@
 #include "soak.h"
 
 #include "cli/platform/end_signals.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <poll.h>
 

@@ -112,7 +112,7 @@ private:
             return;
         }
         ForEachScenario(
-            document, [&](auto const& scenario, JsonPath const& path) { RunOne(file, scenario, path); },
+            document, [&](ScenarioSource const& source) { RunOne(file, source); },
             [&](InvalidScenario const& failure) { ReportUnusable(file, failure.Path(), failure.what()); });
     }
 
@@ -127,8 +127,9 @@ private:
         }
     }
 
-    void RunOne(std::string const& file, ScenarioSource const& source, JsonPath const& path)
+    void RunOne(std::string const& file, ScenarioSource const& source)
     {
+        JsonPath const& path = source.path;
         try {
             Scenario const scenario = ReadScenario(source);
             RefuseUnbuilt(scenario, path);

@@ -439,14 +439,13 @@ Scenario ReadScenario(ScenarioSource const& source)
     return ReadScenarioMembers(members);
 }
 
-void ForEachScenario(JsonValue const& document,
-                     std::function<void(ScenarioSource const& source, JsonPath const& path)> const& run,
+void ForEachScenario(JsonValue const& document, std::function<void(ScenarioSource const& source)> const& run,
                      std::function<void(InvalidScenario const& failure)> const& refuse)
 {
     JsonPath const root;
     bool const hasParts = document.Find("scenarios") != nullptr || document.Find("setups") != nullptr;
     if (!document.Is(Kind::Array) && !hasParts) {
-        run({document, root}, root);
+        run({document, root});
         return;
     }
     JsonValue const* scenarios = &document;
@@ -486,7 +485,7 @@ void ForEachScenario(JsonValue const& document,
     }
     for (std::size_t i = 0; i < scenarios->items.size(); ++i) {
         JsonPath const path(scenariosPath, i);
-        run({scenarios->items[i], path, setUps, &setUpsPath}, path);
+        run({scenarios->items[i], path, setUps, &setUpsPath});
     }
 }
 

@@ -22,11 +22,10 @@ struct ScenarioSource
 /// have are wrong.
 Scenario ReadScenario(ScenarioSource const& source);
 
-/// Calls `run` with each scenario of a document and its path: a scenario object, an array of them, or
+/// Calls `run` with each scenario of a document: a scenario object, an array of them, or
 /// {"setups": {name: {...}}, "scenarios": [...]}. What is wrong around the scenarios, and with a set-up that none of
 /// them uses, goes to `refuse`.
-void ForEachScenario(JsonValue const& document,
-                     std::function<void(ScenarioSource const& source, JsonPath const& path)> const& run,
+void ForEachScenario(JsonValue const& document, std::function<void(ScenarioSource const& source)> const& run,
                      std::function<void(InvalidScenario const& failure)> const& refuse);
 
 } // namespace qx5::cli

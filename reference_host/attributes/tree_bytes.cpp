@@ -54,15 +54,15 @@ std::vector<unsigned char> EncodeTree(CAttributeMap const& tree, protocol::TreeF
     return writer.Take();
 }
 
-bool DecodeTree(std::span<unsigned char const> bytes, protocol::TreeForm const& form, CAttributeMap& tree,
-                std::string& error)
+std::optional<std::size_t> DecodeTree(std::span<unsigned char const> bytes, protocol::TreeForm const& form,
+                                      CAttributeMap& tree, std::string& error)
 {
     MapSink sink;
-    if (!protocol::ReadTree(bytes, form, sink, error)) {
-        return false;
+    auto const keys = protocol::ReadTree(bytes, form, sink, error);
+    if (keys) {
+        tree = sink.Take();
     }
-    tree = sink.Take();
-    return true;
+    return keys;
 }
 
 } // namespace vordal

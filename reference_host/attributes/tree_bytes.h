@@ -5,6 +5,8 @@
 
 #include <protocol/tree_codec.h>
 
+#include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -15,9 +17,10 @@ namespace vordal {
 /// Throws std::length_error when the tree is beyond the form's limits.
 VORDAL_API std::vector<unsigned char> EncodeTree(CAttributeMap const& tree, qx5::protocol::TreeForm const& form);
 
-/// Takes any bytes. False, and why and where in `error`, when they are not exactly one tree within the form's limits;
-/// `tree` stays as it was then.
-VORDAL_API bool DecodeTree(std::span<unsigned char const> bytes, qx5::protocol::TreeForm const& form,
-                           CAttributeMap& tree, std::string& error);
+/// Takes any bytes. The number of keys; nothing, and why and where in `error`, when they are not exactly one tree
+/// within the form's limits, and `tree` stays as it was then.
+VORDAL_API std::optional<std::size_t> DecodeTree(std::span<unsigned char const> bytes,
+                                                 qx5::protocol::TreeForm const& form, CAttributeMap& tree,
+                                                 std::string& error);
 
 } // namespace vordal

@@ -61,7 +61,8 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     }
     std::string error;
     CAttributeMap tree;
-    if (!DecodeTree(frame.data, protocol::LinkTree, tree, error)) {
+    auto const keys = DecodeTree(frame.data, protocol::LinkTree, tree, error);
+    if (!keys) {
         m_droppedTrees.fetch_add(1);
         if (!std::exchange(m_damageTold, true)) {
             Log(LogLevel::Warning, tvcore::ToUtf8(GetName()) + ": attributes from the sonar are dropped, " + error +
@@ -72,7 +73,7 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
     protocol::Target const from{static_cast<std::int32_t>(frame.header.deviceId),
                                 static_cast<std::int16_t>(frame.header.enumerator)};
     // A character takes more memory here than on the wire, and a key more than its name.
-    auto const size = frame.bytes.size() * sizeof(wchar_t) + SizeOf(tree).keys * BytesOfAnyKey;
+    auto const size = frame.bytes.size() * sizeof(wchar_t) + *keys * BytesOfAnyKey;
     PostPiece(size, [this, from, tree = std::move(tree)] { Deliver(from, tree); });
 }
 

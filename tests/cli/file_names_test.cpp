@@ -1,6 +1,6 @@
 // Files in folders of any name, given to the commands as a user does, in a plain and in a UTF-8 locale.
 #include "program.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <fstream>
 

@@ -1,7 +1,7 @@
 // Output that cannot be written: on a full disk, into a pipe whose reader has gone. Whatever the command, that is told
 // in one line and is no success.
 #include "program.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <algorithm>
 #include <csignal>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "child_process.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cstdint>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // The documents written from the record tables: that they hold every record and key, and that other programs read them.
 #include "child_process.h"
 #include "cli/documents/record_documents.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <protocol/catalogue.h>
 #include <protocol/utf8.h>

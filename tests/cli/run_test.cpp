@@ -1,6 +1,6 @@
 // `qx5 run`: the guided session, and lines on standard input.
 #include "program.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <csignal>
 #include <fstream>

@@ -2,7 +2,7 @@
 #include "cli/scenario/scenario_command.h"
 #include "cli/scenario/scenario_run.h"
 #include "cli/scenario/step_kinds.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // `qx5 send`: what it prints of a good request, and what it says to everything else.
 #include "program.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <algorithm>
 #include <csignal>

@@ -1,7 +1,7 @@
 // What `./dev` says and does where something is missing, held, moved or called from elsewhere. Nothing is installed or
 // built: stand-ins on the PATH play the package system, sudo and the tools.
 #include "child_process.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -5,7 +5,7 @@
 // N-th alone with QX5_TRACE_FAILURE=1 telling where it failed; by default each so many-th from one drawn at random.
 #include "failing_memory.h"
 #include "tests/cli/child_process.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cli/session.h>
 #include <protocol/bytes.h>

@@ -1,6 +1,6 @@
 // Tests of the memory that a whole process takes whatever its sonar sends.
 #include "tests/cli/child_process.h"
-#include "tests/peak_memory.h"
+#include "tests/support/peak_memory.h"
 
 #include <simulator/flood.h>
 #include <simulator/sonar_server.h>

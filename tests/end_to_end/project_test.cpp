@@ -1,6 +1,6 @@
 // A project from its file to sonars that answer, and back into the file.
 #include "stage.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <reference_host/loader/plugin_set.h>
 #include <reference_host/project/open_project.h>

@@ -7,7 +7,7 @@
 #include "reference_host/project/live_host.h"
 #include "reference_host/targets/target_store.h"
 #include "tests/reference_host/link_test_peer.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/bytes.h>

@@ -7,7 +7,7 @@
 #include "reference_host/core/pan_tilt_unit.h"
 #include "reference_host/targets/target_file.h"
 #include "reference_host/targets/target_store.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <VordalConfigureR/DataSearch.h>
 #include <VordalDataBlocksR/CDataBlock.h>

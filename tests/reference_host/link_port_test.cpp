@@ -1,7 +1,7 @@
 // Tests of the sonar's port: bytes of every kind of send, attributes that come back, devices told of the connection.
-#include "../peak_memory.h"
 #include "../support/fault_relay.h"
 #include "link_test_peer.h"
+#include "tests/support/peak_memory.h"
 
 #include <reference_host/attributes/tree_account.h>
 #include <reference_host/attributes/tree_bytes.h>

@@ -1,7 +1,7 @@
 // Tests of the sonar link over real sockets: whole frames, full queues, lost connections, names that do not answer.
-#include "../own_network.h"
 #include "../support/fault_relay.h"
 #include "link_test_peer.h"
+#include "tests/support/own_network.h"
 
 #include <reference_host/common/send_gathering.h>
 

@@ -2,7 +2,7 @@
 #include "reference_host/common/log.h"
 #include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_set.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <VersionControlR/CheckDllVersion.h>
 #include <vordalhostdllR/CDevList.h>

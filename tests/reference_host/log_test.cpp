@@ -1,6 +1,6 @@
 // The host's log: what it keeps, where, and what becomes of a file that has grown.
 #include "reference_host/common/log_settings.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

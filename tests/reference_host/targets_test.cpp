@@ -1,6 +1,6 @@
 // Tests of the target store and of files by name: what goes in comes out, other programs are followed, damage is
 // refused.
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <reference_host/common/clock.h>
 #include <reference_host/common/host_observer.h>

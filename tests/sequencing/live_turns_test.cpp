@@ -1,6 +1,6 @@
 // Tests of turns on real sockets: simulated sonars that answer, fall silent, go and come back.
-#include "../own_network.h"
 #include "fleet.h"
+#include "tests/support/own_network.h"
 
 #include <VordalSubscriberR/Subscriber.h>
 #include <VordalSubscriberR/Subscription.h>

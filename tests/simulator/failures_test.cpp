@@ -12,8 +12,8 @@
 #include <set>
 #include <sstream>
 
-#include "../own_network.h"
 #include "test_host.h"
+#include "tests/support/own_network.h"
 
 namespace qx5::simulator {
 namespace {

@@ -3,7 +3,7 @@
 #include "../reference_host/link_test_peer.h"
 #include "frames.h"
 #include "program.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cli/window/shown_view.h>
 #include <cli/window/window_session.h>

@@ -1,7 +1,7 @@
 // Tests of the window on simulated sonars over TCP: from the operator's hand to the sonar and back, and an orderly end.
 #include "frames.h"
 #include "program.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cli/window/shown_view.h>
 #include <cli/window/window_session.h>

@@ -1,6 +1,6 @@
 // The thread that saves a project while a session goes on.
 #include "frames.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cli/window/project_keeper.h>
 

@@ -1,7 +1,7 @@
 // Tests of the record monitor: its table, filter, pause and file.
 #include "frames.h"
 #include "program.h"
-#include "tests/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 #include <reference_host/window/record_monitor.h>
 #include <reference_host/window/record_monitor_model.h>
