@@ -21,7 +21,7 @@
 #include <algorithm>
 #include <set>
 
-namespace qx5::test {
+namespace qx5::test::every_control_test {
 namespace {
 
 enum class Hand
@@ -408,4 +408,4 @@ TEST(EveryControl, IsWorked)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::every_control_test
