@@ -43,4 +43,4 @@ endif()
 add_library(qx5_warnings INTERFACE)
 target_compile_options(qx5_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 
-include("${CMAKE_CURRENT_LIST_DIR}/PrecompiledHeaders.cmake")
+include("${CMAKE_CURRENT_LIST_DIR}/FastBuilds.cmake")
