@@ -49,7 +49,7 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     titleFont.setBold(true);
     m_title->setFont(titleFont);
     m_title->setTextFormat(Qt::PlainText);
-    m_title->setAccessibleName(tr("Title of the view"));
+    m_title->setAccessibleDescription(tr("Title of the view"));
     m_title->setObjectName(QStringLiteral("viewTitle"));
     m_noView->setText(tr("No view is open."));
     m_noView->setAlignment(Qt::AlignCenter);
@@ -67,7 +67,7 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     MakeMenus({devices, m_attributeDock, records});
 
     m_line->setTextFormat(Qt::PlainText);
-    m_line->setAccessibleName(tr("Last message"));
+    m_line->setAccessibleDescription(tr("Last message"));
     m_line->setObjectName(QStringLiteral("lastMessage"));
     statusBar()->addWidget(m_line, 1);
 
@@ -123,7 +123,8 @@ void MainWindow::MakeMenus(std::vector<QDockWidget*> const& docks)
     connect(quit, &QAction::triggered, this, &QWidget::close);
 
     auto* const view = menuBar()->addMenu(tr("&View"));
-    char const* const shortcuts[]{"Ctrl+D", "Ctrl+A", "Ctrl+R"};
+    // None that a field or a list has a meaning of its own for.
+    char const* const shortcuts[]{"Ctrl+Shift+D", "Ctrl+Shift+A", "Ctrl+Shift+M"};
     for (std::size_t i = 0; i < docks.size(); ++i) {
         auto* const toggle = docks[i]->toggleViewAction();
         toggle->setShortcut(QKeySequence(QString::fromLatin1(shortcuts[i % std::size(shortcuts)])));

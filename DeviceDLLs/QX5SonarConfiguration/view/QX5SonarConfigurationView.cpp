@@ -7,6 +7,7 @@
 #include "QX5SonarGatesPage.h"
 #include "QX5SonarSettingsPage.h"
 #include "QX5SonarTrackerPage.h"
+#include "accessible_controls.h"
 #include "page_controls.h"
 #include <commands/steering_keys.h>
 
@@ -178,6 +179,7 @@ void QX5SonarConfigurationView::OnInitialUpdate()
 void QX5SonarConfigurationView::CreatePages()
 {
     QWidget* const form = GetForm();
+    m_accessible = std::make_unique<qx5::AccessibleControls>(*form);
     m_tabBar = new QTabBar(form);
     m_tabBar->setObjectName(QStringLiteral("tabs"));
     m_tabBar->setAccessibleName(QStringLiteral("Pages of the sonar"));
