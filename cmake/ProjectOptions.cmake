@@ -26,7 +26,6 @@ if(CCACHE_PROGRAM)
 endif()
 # Programs as well as libraries, so that they share precompiled headers.
 add_compile_options(-fPIC)
-include("${CMAKE_CURRENT_LIST_DIR}/PrecompiledHeaders.cmake")
 
 # The number texts of records must not change with the compiler's freedom to contract a*b+c.
 add_compile_options(-ffp-contract=off)
@@ -43,3 +42,5 @@ endif()
 # Link with this for the warnings, which are errors.
 add_library(qx5_warnings INTERFACE)
 target_compile_options(qx5_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+include("${CMAKE_CURRENT_LIST_DIR}/FastBuilds.cmake")

@@ -44,18 +44,18 @@ public:
 
     // In the host's slot order. Each gives non-zero when the value has the kind.
     virtual ~CVordalType() = default;
-    virtual int GetInt(int& value) const;
-    virtual int GetUInt(unsigned int& value) const;
-    virtual int GetInt64(std::int64_t& value) const;
-    virtual int GetBool(bool& value) const;
-    virtual int GetDouble(double& value) const;
-    virtual int GetPair(double& first, double& second) const;
-    virtual int GetDataInfo(CDataInfo& value) const;
-    virtual int GetString(CString& value) const;
-    virtual int GetIntList(std::vector<int>& value) const;
-    virtual int GetDoubleList(std::vector<double>& value) const;
+    virtual int GetInt(int&) const { return 0; }
+    virtual int GetUInt(unsigned int&) const { return 0; }
+    virtual int GetInt64(std::int64_t&) const { return 0; }
+    virtual int GetBool(bool&) const { return 0; }
+    virtual int GetDouble(double&) const { return 0; }
+    virtual int GetPair(double& /*first*/, double& /*second*/) const { return 0; }
+    virtual int GetDataInfo(CDataInfo&) const { return 0; }
+    virtual int GetString(CString&) const { return 0; }
+    virtual int GetIntList(std::vector<int>&) const { return 0; }
+    virtual int GetDoubleList(std::vector<double>&) const { return 0; }
     // Beyond the slots that plug-ins were built against: new ones go to the end.
-    virtual int GetOffset(CCompOffset& value) const;
+    virtual int GetOffset(CCompOffset&) const { return 0; }
     /// A new heap value equal to this one; the caller owns it.
     virtual CVordalType* Clone() const;
     virtual VordalKind Kind() const;
@@ -92,171 +92,148 @@ private:
     mutable std::atomic<std::uint32_t> m_references{1};
 };
 
+/// What the classes of all kinds have alike. `Class` is the one that derives from it.
+template <typename Class, VordalKind ItsKind>
+class VORDAL_API CVordalKindOf : public CVordalType
+{
+public:
+    CVordalType* Clone() const final;
+    VordalKind Kind() const final;
+    bool IsSame(CVordalType const& other) const final;
+    std::string ToText() const final;
+};
+
 /// A signed 32-bit integer.
-class VORDAL_API CVordalInt final : public CVordalType
+class VORDAL_API CVordalInt final : public CVordalKindOf<CVordalInt, VordalKind::Int>
 {
 public:
     explicit CVordalInt(int value) : m_value(value) {}
     int GetInt(int& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     int m_value;
 };
 
 /// An unsigned 32-bit integer.
-class VORDAL_API CVordalUInt final : public CVordalType
+class VORDAL_API CVordalUInt final : public CVordalKindOf<CVordalUInt, VordalKind::UInt>
 {
 public:
     explicit CVordalUInt(unsigned int value) : m_value(value) {}
     int GetUInt(unsigned int& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     unsigned int m_value;
 };
 
 /// A signed 64-bit integer.
-class VORDAL_API CVordalInt64 final : public CVordalType
+class VORDAL_API CVordalInt64 final : public CVordalKindOf<CVordalInt64, VordalKind::Int64>
 {
 public:
     explicit CVordalInt64(std::int64_t value) : m_value(value) {}
     int GetInt64(std::int64_t& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     std::int64_t m_value;
 };
 
 /// A truth value.
-class VORDAL_API CVordalBool final : public CVordalType
+class VORDAL_API CVordalBool final : public CVordalKindOf<CVordalBool, VordalKind::Bool>
 {
 public:
     explicit CVordalBool(bool value) : m_value(value) {}
     int GetBool(bool& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     bool m_value;
 };
 
 /// A double; NaN and the infinities are values like any other.
-class VORDAL_API CVordalDouble final : public CVordalType
+class VORDAL_API CVordalDouble final : public CVordalKindOf<CVordalDouble, VordalKind::Double>
 {
 public:
     explicit CVordalDouble(double value) : m_value(value) {}
     int GetDouble(double& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     double m_value;
 };
 
 /// A pair of doubles.
-class VORDAL_API CVordalDouble2D final : public CVordalType
+class VORDAL_API CVordalDouble2D final : public CVordalKindOf<CVordalDouble2D, VordalKind::Pair>
 {
 public:
-    CVordalDouble2D(double first, double second) : m_first(first), m_second(second) {}
+    CVordalDouble2D(double first, double second) : m_value(first, second) {}
     int GetPair(double& first, double& second) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
-    double m_first;
-    double m_second;
+    friend CVordalKindOf;
+    std::pair<double, double> m_value;
 };
 
 /// A reference to a data item.
-class VORDAL_API CVordalDataInfo final : public CVordalType
+class VORDAL_API CVordalDataInfo final : public CVordalKindOf<CVordalDataInfo, VordalKind::DataInfo>
 {
 public:
+    explicit CVordalDataInfo(CDataInfo const& value) : m_value(value) {}
     /// The two numbers narrow the reference to an item; 65535 for both means the whole stream.
     CVordalDataInfo(CDataId const& id, unsigned short first, unsigned short second);
-    explicit CVordalDataInfo(CDataInfo const& value);
     int GetDataInfo(CDataInfo& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     CDataInfo m_value;
 };
 
 /// A wide text. (`CVordalString` is the host's splitter of delimited texts, not a value.)
-class VORDAL_API CVordalText final : public CVordalType
+class VORDAL_API CVordalText final : public CVordalKindOf<CVordalText, VordalKind::String>
 {
 public:
     explicit CVordalText(CString value) : m_value(std::move(value)) {}
     int GetString(CString& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     CString m_value;
 };
 
 /// A list of signed 32-bit integers; it may be empty.
-class VORDAL_API CVordalIntList final : public CVordalType
+class VORDAL_API CVordalIntList final : public CVordalKindOf<CVordalIntList, VordalKind::IntList>
 {
 public:
     explicit CVordalIntList(std::vector<int> value) : m_value(std::move(value)) {}
     int GetIntList(std::vector<int>& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     std::vector<int> m_value;
 };
 
 /// A list of doubles; it may be empty.
-class VORDAL_API CVordalDoubleList final : public CVordalType
+class VORDAL_API CVordalDoubleList final : public CVordalKindOf<CVordalDoubleList, VordalKind::DoubleList>
 {
 public:
     explicit CVordalDoubleList(std::vector<double> value) : m_value(std::move(value)) {}
     int GetDoubleList(std::vector<double>& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     std::vector<double> m_value;
 };
 
 /// A three-axis offset, in metres.
-class VORDAL_API CVordalOffset final : public CVordalType
+class VORDAL_API CVordalOffset final : public CVordalKindOf<CVordalOffset, VordalKind::Offset>
 {
 public:
     explicit CVordalOffset(CCompOffset const& value) : m_value(value) {}
     int GetOffset(CCompOffset& value) const override;
-    CVordalType* Clone() const override;
-    VordalKind Kind() const override;
-    bool IsSame(CVordalType const& other) const override;
-    std::string ToText() const override;
 
 private:
+    friend CVordalKindOf;
     CCompOffset m_value;
 };
 

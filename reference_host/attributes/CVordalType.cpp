@@ -3,43 +3,116 @@
 
 #include <protocol/utf8.h>
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cstddef>
 #include <string_view>
+#include <tuple>
 
 constinit CVordalType CVordalType::s_empty;
 
 namespace {
 
-bool SameBits(double a, double b)
+using Axes = std::array<double, 3>;
+
+Axes AxesOf(CCompOffset const& offset)
+{
+    Axes axes{};
+    offset.GetOffset(axes[0], axes[1], axes[2]);
+    return axes;
+}
+
+// What a kind of value is read, compared and told by.
+
+template <typename Value>
+bool Read(CVordalType const& from, Value& value)
+{
+    return from.Get(value);
+}
+bool Read(CVordalType const& from, std::pair<double, double>& value)
+{
+    return from.Get(value.first, value.second);
+}
+
+template <typename Value>
+bool Same(Value const& a, Value const& b)
+{
+    return a == b;
+}
+bool Same(double a, double b)
 {
     return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
+bool Same(std::pair<double, double> const& a, std::pair<double, double> const& b)
+{
+    return Same(a.first, b.first) && Same(a.second, b.second);
+}
+/// Lists of doubles.
+template <typename List>
+bool SameEach(List const& a, List const& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](double one, double other) { return Same(one, other); });
+}
+bool Same(std::vector<double> const& a, std::vector<double> const& b)
+{
+    return SameEach(a, b);
+}
+bool Same(CCompOffset const& a, CCompOffset const& b)
+{
+    return SameEach(AxesOf(a), AxesOf(b));
+}
 
 template <typename Number>
-std::string NumberText(Number value)
+std::string Text(Number value)
 {
     char text[32];
     auto const end = std::to_chars(text, text + sizeof text, value);
     return std::string(text, end.ptr);
 }
-
-template <typename Number>
-std::string ListText(std::vector<Number> const& values)
+std::string Text(bool value)
 {
-    std::string text = "[";
-    for (auto const value : values) {
-        if (text.size() > 1) {
-            text += ", ";
-        }
-        text += NumberText(value);
-    }
-    return text += ']';
+    return value ? "true" : "false";
 }
-
-std::string QuotedText(std::wstring_view text)
+template <typename List>
+std::string Joined(List const& values)
 {
+    std::string text;
+    for (auto const value : values) {
+        text += text.empty() ? "" : ", ";
+        text += Text(value);
+    }
+    return text;
+}
+std::string Text(std::pair<double, double> const& value)
+{
+    return Joined(std::array{value.first, value.second});
+}
+template <typename Number>
+std::string Text(std::vector<Number> const& values)
+{
+    return '[' + Joined(values) + ']';
+}
+std::string Text(CCompOffset const& value)
+{
+    return '(' + Joined(AxesOf(value)) + ')';
+}
+std::string Text(CDataInfo const& value)
+{
+    auto const& id = value.GetDataId();
+    auto const field = [](unsigned short number) { return Text(static_cast<unsigned int>(number)); };
+    auto text = field(id.GetType()) + '.' + field(id.GetGroupId()) + '.' + field(id.GetDeviceNum()) + '.' +
+                field(id.GetVessel());
+    if (value.GetItem() != 65535 || value.GetIndex() != 65535) {
+        text += " item " + field(value.GetItem()) + " index " + field(value.GetIndex());
+    }
+    return text;
+}
+std::string Text(CString const& value)
+{
+    auto const text = value.View();
     std::string quoted = "\"";
     for (std::size_t at = 0; at < text.size();) {
         auto const codePoint = qx5::protocol::NextCodePoint(text, at);
@@ -65,50 +138,6 @@ std::string QuotedText(std::wstring_view text)
 
 } // namespace
 
-int CVordalType::GetInt(int&) const
-{
-    return 0;
-}
-int CVordalType::GetUInt(unsigned int&) const
-{
-    return 0;
-}
-int CVordalType::GetInt64(std::int64_t&) const
-{
-    return 0;
-}
-int CVordalType::GetBool(bool&) const
-{
-    return 0;
-}
-int CVordalType::GetDouble(double&) const
-{
-    return 0;
-}
-int CVordalType::GetPair(double&, double&) const
-{
-    return 0;
-}
-int CVordalType::GetDataInfo(CDataInfo&) const
-{
-    return 0;
-}
-int CVordalType::GetString(CString&) const
-{
-    return 0;
-}
-int CVordalType::GetIntList(std::vector<int>&) const
-{
-    return 0;
-}
-int CVordalType::GetDoubleList(std::vector<double>&) const
-{
-    return 0;
-}
-int CVordalType::GetOffset(CCompOffset&) const
-{
-    return 0;
-}
 CVordalType* CVordalType::Clone() const
 {
     return new CVordalType;
@@ -126,288 +155,85 @@ std::string CVordalType::ToText() const
     return "none";
 }
 
+template <typename Class, VordalKind ItsKind>
+CVordalType* CVordalKindOf<Class, ItsKind>::Clone() const
+{
+    return new Class(static_cast<Class const&>(*this));
+}
+template <typename Class, VordalKind ItsKind>
+VordalKind CVordalKindOf<Class, ItsKind>::Kind() const
+{
+    return ItsKind;
+}
+template <typename Class, VordalKind ItsKind>
+bool CVordalKindOf<Class, ItsKind>::IsSame(CVordalType const& other) const
+{
+    decltype(Class::m_value) theirs{};
+    return Read(other, theirs) && Same(theirs, static_cast<Class const&>(*this).m_value);
+}
+template <typename Class, VordalKind ItsKind>
+std::string CVordalKindOf<Class, ItsKind>::ToText() const
+{
+    return Text(static_cast<Class const&>(*this).m_value);
+}
 int CVordalInt::GetInt(int& value) const
 {
     value = m_value;
     return 1;
 }
-CVordalType* CVordalInt::Clone() const
-{
-    return new CVordalInt(*this);
-}
-VordalKind CVordalInt::Kind() const
-{
-    return VordalKind::Int;
-}
-bool CVordalInt::IsSame(CVordalType const& other) const
-{
-    int value = 0;
-    return other.Get(value) && value == m_value;
-}
-std::string CVordalInt::ToText() const
-{
-    return NumberText(m_value);
-}
-
 int CVordalUInt::GetUInt(unsigned int& value) const
 {
     value = m_value;
     return 1;
 }
-CVordalType* CVordalUInt::Clone() const
-{
-    return new CVordalUInt(*this);
-}
-VordalKind CVordalUInt::Kind() const
-{
-    return VordalKind::UInt;
-}
-bool CVordalUInt::IsSame(CVordalType const& other) const
-{
-    unsigned int value = 0;
-    return other.Get(value) && value == m_value;
-}
-std::string CVordalUInt::ToText() const
-{
-    return NumberText(m_value);
-}
-
 int CVordalInt64::GetInt64(std::int64_t& value) const
 {
     value = m_value;
     return 1;
 }
-CVordalType* CVordalInt64::Clone() const
-{
-    return new CVordalInt64(*this);
-}
-VordalKind CVordalInt64::Kind() const
-{
-    return VordalKind::Int64;
-}
-bool CVordalInt64::IsSame(CVordalType const& other) const
-{
-    std::int64_t value = 0;
-    return other.Get(value) && value == m_value;
-}
-std::string CVordalInt64::ToText() const
-{
-    return NumberText(m_value);
-}
-
 int CVordalBool::GetBool(bool& value) const
 {
     value = m_value;
     return 1;
 }
-CVordalType* CVordalBool::Clone() const
-{
-    return new CVordalBool(*this);
-}
-VordalKind CVordalBool::Kind() const
-{
-    return VordalKind::Bool;
-}
-bool CVordalBool::IsSame(CVordalType const& other) const
-{
-    bool value = false;
-    return other.Get(value) && value == m_value;
-}
-std::string CVordalBool::ToText() const
-{
-    return m_value ? "true" : "false";
-}
-
 int CVordalDouble::GetDouble(double& value) const
 {
     value = m_value;
     return 1;
 }
-CVordalType* CVordalDouble::Clone() const
-{
-    return new CVordalDouble(*this);
-}
-VordalKind CVordalDouble::Kind() const
-{
-    return VordalKind::Double;
-}
-bool CVordalDouble::IsSame(CVordalType const& other) const
-{
-    double value = 0.0;
-    return other.Get(value) && SameBits(value, m_value);
-}
-std::string CVordalDouble::ToText() const
-{
-    return NumberText(m_value);
-}
-
 int CVordalDouble2D::GetPair(double& first, double& second) const
 {
-    first = m_first;
-    second = m_second;
+    std::tie(first, second) = m_value;
     return 1;
 }
-CVordalType* CVordalDouble2D::Clone() const
-{
-    return new CVordalDouble2D(*this);
-}
-VordalKind CVordalDouble2D::Kind() const
-{
-    return VordalKind::Pair;
-}
-bool CVordalDouble2D::IsSame(CVordalType const& other) const
-{
-    double first = 0.0;
-    double second = 0.0;
-    return other.Get(first, second) && SameBits(first, m_first) && SameBits(second, m_second);
-}
-std::string CVordalDouble2D::ToText() const
-{
-    return NumberText(m_first) + ", " + NumberText(m_second);
-}
-
-CVordalDataInfo::CVordalDataInfo(CDataId const& id, unsigned short first, unsigned short second)
-    : m_value(id, first, second)
-{
-}
-CVordalDataInfo::CVordalDataInfo(CDataInfo const& value) : m_value(value) {}
 int CVordalDataInfo::GetDataInfo(CDataInfo& value) const
 {
     value = m_value;
     return 1;
 }
-CVordalType* CVordalDataInfo::Clone() const
+CVordalDataInfo::CVordalDataInfo(CDataId const& id, unsigned short first, unsigned short second)
+    : m_value(id, first, second)
 {
-    return new CVordalDataInfo(*this);
 }
-VordalKind CVordalDataInfo::Kind() const
-{
-    return VordalKind::DataInfo;
-}
-bool CVordalDataInfo::IsSame(CVordalType const& other) const
-{
-    CDataInfo value;
-    return other.Get(value) && value == m_value;
-}
-std::string CVordalDataInfo::ToText() const
-{
-    auto const& id = m_value.GetDataId();
-    auto const field = [](unsigned short value) { return NumberText(static_cast<unsigned int>(value)); };
-    auto text = field(id.GetType()) + '.' + field(id.GetGroupId()) + '.' + field(id.GetDeviceNum()) + '.' +
-                field(id.GetVessel());
-    if (m_value.GetItem() != 65535 || m_value.GetIndex() != 65535) {
-        text += " item " + field(m_value.GetItem()) + " index " + field(m_value.GetIndex());
-    }
-    return text;
-}
-
 int CVordalText::GetString(CString& value) const
 {
     value = m_value;
     return 1;
 }
-CVordalType* CVordalText::Clone() const
-{
-    return new CVordalText(*this);
-}
-VordalKind CVordalText::Kind() const
-{
-    return VordalKind::String;
-}
-bool CVordalText::IsSame(CVordalType const& other) const
-{
-    CString value;
-    return other.Get(value) && value == m_value;
-}
-std::string CVordalText::ToText() const
-{
-    return QuotedText(m_value.View());
-}
-
 int CVordalIntList::GetIntList(std::vector<int>& value) const
 {
     value = m_value;
     return 1;
 }
-CVordalType* CVordalIntList::Clone() const
-{
-    return new CVordalIntList(*this);
-}
-VordalKind CVordalIntList::Kind() const
-{
-    return VordalKind::IntList;
-}
-bool CVordalIntList::IsSame(CVordalType const& other) const
-{
-    std::vector<int> value;
-    return other.Get(value) && value == m_value;
-}
-std::string CVordalIntList::ToText() const
-{
-    return ListText(m_value);
-}
-
 int CVordalDoubleList::GetDoubleList(std::vector<double>& value) const
 {
     value = m_value;
     return 1;
 }
-CVordalType* CVordalDoubleList::Clone() const
-{
-    return new CVordalDoubleList(*this);
-}
-VordalKind CVordalDoubleList::Kind() const
-{
-    return VordalKind::DoubleList;
-}
-bool CVordalDoubleList::IsSame(CVordalType const& other) const
-{
-    std::vector<double> value;
-    if (!other.Get(value) || value.size() != m_value.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        if (!SameBits(value[i], m_value[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-std::string CVordalDoubleList::ToText() const
-{
-    return ListText(m_value);
-}
-
 int CVordalOffset::GetOffset(CCompOffset& value) const
 {
     value = m_value;
     return 1;
-}
-CVordalType* CVordalOffset::Clone() const
-{
-    return new CVordalOffset(*this);
-}
-VordalKind CVordalOffset::Kind() const
-{
-    return VordalKind::Offset;
-}
-bool CVordalOffset::IsSame(CVordalType const& other) const
-{
-    CCompOffset value;
-    if (!other.Get(value)) {
-        return false;
-    }
-    double own[3];
-    double theirs[3];
-    m_value.GetOffset(own[0], own[1], own[2]);
-    value.GetOffset(theirs[0], theirs[1], theirs[2]);
-    return SameBits(own[0], theirs[0]) && SameBits(own[1], theirs[1]) && SameBits(own[2], theirs[2]);
-}
-std::string CVordalOffset::ToText() const
-{
-    double axes[3];
-    m_value.GetOffset(axes[0], axes[1], axes[2]);
-    return '(' + NumberText(axes[0]) + ", " + NumberText(axes[1]) + ", " + NumberText(axes[2]) + ')';
 }
 
 CVordalType* VordalTypeCreator::MakeValue(int value)

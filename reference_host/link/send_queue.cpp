@@ -1,8 +1,6 @@
 // The bytes that wait until the system takes them from a link.
 #include "send_queue.h"
 
-#include "reference_host/platform/large_pages.h"
-
 namespace vordal {
 namespace {
 
@@ -18,7 +16,10 @@ void SendQueue::Append(std::span<unsigned char const> frame)
         m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_head));
         m_head = 0;
     }
-    Reserve(frame.size());
+    if (frame.size() > m_greatest) {
+        // Room for those that follow, too, which must not make it move.
+        m_bytes.reserve(m_bytes.size() + frame.size() + m_greatest);
+    }
     m_bytes.insert(m_bytes.end(), frame.begin(), frame.end());
     if (frame.size() > m_greatest) {
         m_largeRest = Bytes();
@@ -38,15 +39,6 @@ void SendQueue::Clear()
     m_largeRest = 0;
     if (m_bytes.capacity() > KeptBytes) {
         decltype(m_bytes)().swap(m_bytes);
-    }
-}
-
-/// Room for a long frame, and for those that follow, which must not make it move.
-void SendQueue::Reserve(std::size_t bytes)
-{
-    if (bytes > m_greatest) {
-        m_bytes.reserve(m_bytes.size() + bytes + m_greatest);
-        platform::PreferLargePages(m_bytes.data() + m_bytes.size(), m_bytes.capacity() - m_bytes.size());
     }
 }
 

@@ -52,7 +52,6 @@ public:
             return taken.has_value();
         }
         auto sent = *taken;
-        Reserve(frame.size());
         m_bytes.resize(frame.size());
         for (auto queued = frame.size(); sent < queued && taken;) {
             auto const piece = std::min(queued - sent, PieceBytes);
@@ -92,8 +91,6 @@ private:
             ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
         }
     };
-
-    void Reserve(std::size_t bytes);
 
     std::size_t m_greatest;
     std::vector<unsigned char, UnsetAllocator<unsigned char>> m_bytes;

@@ -1,18 +1,6 @@
 # The sonar link and what stands on it; included by the reference host.
-find_package(Threads REQUIRED)
-
-# Asio as all of ours use it: alone, without its older names.
-add_library(vordal_asio INTERFACE)
-target_compile_definitions(vordal_asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
-if(QX5_SANITIZE MATCHES "thread")
-  # The thread sanitizer does not understand fences; Asio's mutexes order all that the fences do.
-  target_compile_definitions(vordal_asio INTERFACE ASIO_DISABLE_FENCED_BLOCK)
-endif()
-target_link_libraries(vordal_asio INTERFACE Threads::Threads)
-
 # The transport knows nothing of the rest of the host and is tested without it.
 add_library(vordal_sonar_link OBJECT
-  "${CMAKE_CURRENT_LIST_DIR}/../platform/large_pages.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/../platform/line_watch.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/connecting.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/frame_receiving.cpp"
@@ -27,6 +15,8 @@ target_compile_definitions(vordal_sonar_link PRIVATE VORDAL_HOST_BUILD)
 target_include_directories(vordal_sonar_link PUBLIC "${PROJECT_SOURCE_DIR}")
 target_link_libraries(vordal_sonar_link PUBLIC vordal_host_contract qx5_protocol Threads::Threads
   PRIVATE vordal_asio qx5_warnings)
+qx5_take_precompiled(vordal_sonar_link qx5_network_precompiled)
+qx5_compile_together(vordal_sonar_link)
 
 target_sources(vordalhost PRIVATE
   link/frame_addressees.cpp link/live_port.cpp link/live_traffic.cpp link/raw_port.cpp streams/settings_data.cpp

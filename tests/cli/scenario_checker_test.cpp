@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::cli {
+namespace qx5::cli::scenario_checker_test {
 namespace {
 
 /// The first line of the difference between two lists of events, or "same".
@@ -95,4 +95,4 @@ TEST(Checker, TakesNoNoticeOfTheSignOfANaN)
 }
 
 } // namespace
-} // namespace qx5::cli
+} // namespace qx5::cli::scenario_checker_test

@@ -6,7 +6,7 @@
 
 #include <cmath>
 
-namespace qx5::cli {
+namespace qx5::cli::scenario_reader_test {
 namespace {
 
 Scenario Read(std::string const& text)
@@ -265,4 +265,4 @@ TEST(ScenarioReader, SaysWhereAStepIsWrong)
 }
 
 } // namespace
-} // namespace qx5::cli
+} // namespace qx5::cli::scenario_reader_test

@@ -13,7 +13,7 @@
 #include <sstream>
 #include <string>
 
-namespace qx5::cli {
+namespace qx5::cli::scenario_run_test {
 namespace {
 
 struct Outcome
@@ -397,4 +397,4 @@ TEST(ScenarioCheck, EventsOfSomeKindsAloneAreCompared)
 }
 
 } // namespace
-} // namespace qx5::cli
+} // namespace qx5::cli::scenario_run_test

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <string>
 
-namespace qx5::cli {
+namespace qx5::cli::scenario_tree_test {
 namespace {
 
 CAttributeMap Read(std::string const& text)
@@ -151,4 +151,4 @@ TEST(Tree, WritesDeepTreesAndRefusesToOverflow)
 }
 
 } // namespace
-} // namespace qx5::cli
+} // namespace qx5::cli::scenario_tree_test

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::test {
+namespace qx5::test::device_state_test {
 namespace {
 
 constexpr int modes = 28076;
@@ -255,4 +255,4 @@ TEST(DeviceState, RefreshesBetweenTwoEchoesOfOneRequest)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::device_state_test

@@ -22,7 +22,7 @@
 #include <algorithm>
 #include <set>
 
-namespace qx5::test {
+namespace qx5::test::every_control_test {
 namespace {
 
 enum class Hand
@@ -479,4 +479,4 @@ TEST(EveryControlOfAllPages, IsWorked)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::every_control_test

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::test {
+namespace qx5::test::gates_page_test {
 namespace {
 
 constexpr char const* page = "gates";
@@ -472,4 +472,4 @@ TEST(GatesPage, JumpsBackWhenTheSonarSpeaksDuringADrag)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::gates_page_test

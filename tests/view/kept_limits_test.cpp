@@ -8,7 +8,7 @@
 #include <functional>
 #include <vector>
 
-namespace qx5::test {
+namespace qx5::test::kept_limits_test {
 namespace {
 
 Json Widths(char const* axis, Json const& list)
@@ -134,4 +134,4 @@ TEST_F(KeptLimits, OfferTheLeastSteeringInPlaceOfNone)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::kept_limits_test

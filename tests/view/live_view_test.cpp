@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::test {
+namespace qx5::test::live_view_test {
 namespace {
 
 constexpr char const* page = "settings";
@@ -93,4 +93,4 @@ TEST_F(LiveView, GoesInTheMiddleOfABurst)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::live_view_test

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::test {
+namespace qx5::test::ocean_page_test {
 namespace {
 
 constexpr char const* page = "ocean";
@@ -179,4 +179,4 @@ TEST(OceanPage, TakesAnItemOfTheRightFormAlone)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::ocean_page_test

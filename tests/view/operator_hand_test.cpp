@@ -20,7 +20,7 @@
 #include <tuple>
 #include <vector>
 
-namespace qx5::test {
+namespace qx5::test::operator_hand_test {
 namespace {
 
 constexpr char const* page = "settings";
@@ -320,4 +320,4 @@ TEST_F(OperatorHand, LargeTextsStayWholeInASmallPane)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::operator_hand_test

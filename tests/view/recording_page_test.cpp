@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::test {
+namespace qx5::test::recording_page_test {
 namespace {
 
 constexpr char const* page = "recording";
@@ -170,4 +170,4 @@ TEST(RecordingPage, TakesTheOptionWithTheSettingsAlone)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::recording_page_test

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace qx5::test {
+namespace qx5::test::scroll_slider_test {
 namespace {
 
 constexpr char const* page = "settings";
@@ -288,4 +288,4 @@ TEST_F(ScrollSliders, BringAPulledThumbWithinItsLimits)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::scroll_slider_test

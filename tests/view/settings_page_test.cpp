@@ -6,7 +6,7 @@
 #include <cmath>
 #include <limits>
 
-namespace qx5::test {
+namespace qx5::test::settings_page_test {
 namespace {
 
 constexpr char const* page = "settings";
@@ -506,4 +506,4 @@ TEST(SettingsPage, StandsAnyNumberAsALimit)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::settings_page_test

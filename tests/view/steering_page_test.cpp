@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::test {
+namespace qx5::test::steering_page_test {
 namespace {
 
 constexpr char const* page = "steering";
@@ -351,4 +351,4 @@ TEST(SteeringPage, KeepsWhatItHadForASonarWithoutAComputation)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::steering_page_test

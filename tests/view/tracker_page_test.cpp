@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::test {
+namespace qx5::test::tracker_page_test {
 namespace {
 
 constexpr char const* page = "tracker";
@@ -194,4 +194,4 @@ TEST(TrackerPage, SurvivesNumbersThatAreNone)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::tracker_page_test

