@@ -11,8 +11,10 @@
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/common/log.h"
+#include "reference_host/controls/field_text.h"
 #include "reference_host/controls/window_thread.h"
 #include "reference_host/streams/settings_data.h"
+#include "reference_host/window/announcements.h"
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
 #include "reference_host/window/record_monitor.h"
@@ -39,6 +41,7 @@
 #include <QFile>
 #include <QFontMetrics>
 #include <QPixmap>
+#include <QScreen>
 #include <QSocketNotifier>
 #include <QTabBar>
 #include <QTimer>
@@ -349,6 +352,20 @@ void AskForSomething(CDataId const& sonar)
     }
 }
 
+/// What the screen has for a window's content, beside what a window manager puts around it.
+QSize RoomFor(QWidget const& window)
+{
+    return window.screen()->availableSize() - QSize(0, 2 * window.fontMetrics().lineSpacing());
+}
+
+QString TextOf(vordal::FieldNotice const& notice)
+{
+    return notice.kind == vordal::FieldNotice::Kind::Overwritten
+               ? QStringLiteral("%1: \"%2\" was typed and not applied, and has given way to %3, which the sonar has")
+                     .arg(notice.field, notice.typed, notice.now)
+               : QStringLiteral("%1: \"%2\" is no number; it counts as %3").arg(notice.field, notice.typed, notice.now);
+}
+
 } // namespace
 
 bool HasDisplay()
@@ -370,6 +387,7 @@ int RunWindow(RunOptions const& options)
     qInstallMessageHandler(TakeToolkitMessage);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("qx5"));
+    vordal::LimitedAnnouncements const announcements;
     if (!QFontMetrics(QApplication::font()).inFont(u'A')) {
         constexpr char const* remedy = "there is no font on this system; install one, such as fonts-dejavu-core";
         if (isPicture) {
@@ -418,6 +436,10 @@ int RunWindow(RunOptions const& options)
             window.SetLightMode(darkMode);
             session.Requests().setLightMode(darkMode);
         }
+        if (!isPicture) {
+            window.FitInto(RoomFor(window));
+        }
+        vordal::SetFieldListener([&](vordal::FieldNotice const& notice) { window.ShowLine(TextOf(notice)); });
         auto const remember = [&] {
             QByteArray const bytes = window.SaveMemory();
             session.WindowMemory().assign(bytes.begin(), bytes.end());
@@ -453,6 +475,7 @@ int RunWindow(RunOptions const& options)
             QApplication::exec();
         }
         view.Close();
+        vordal::SetFieldListener({});
     }
     bool const isSaved = session.End(error, EndSignals::Count() > 1 ? hurriedLimit : endLimit);
     SayLeftOn(session.LeftOn(fleet.Simulated()));

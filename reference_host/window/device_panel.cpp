@@ -100,7 +100,8 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     m_list->setIndentation(m_list->fontMetrics().averageCharWidth() * 2);
     m_list->header()->setSectionsMovable(false);
     m_list->header()->setStretchLastSection(true);
-    m_list->setToolTip(tr("The selected sonar is the one that is operated; a click on a vessel makes it the active one"));
+    m_list->setToolTip(
+        tr("The selected sonar is the one that is operated; a click on a vessel makes it the active one"));
     m_list->installEventFilter(this);
     for (ListedVessel const& vessel : m_vessels) {
         auto* const vesselItem = new QTreeWidgetItem(m_list, {vessel.name});
@@ -207,8 +208,8 @@ bool DevicePanel::eventFilter(QObject* watched, QEvent* event)
     if (watched != m_list || event->type() != QEvent::KeyPress || m_rows.empty()) {
         return QWidget::eventFilter(watched, event);
     }
-    auto const current = std::find_if(m_rows.begin(), m_rows.end(),
-                                      [&](Row const& row) { return row.item == m_list->currentItem(); });
+    auto const current =
+        std::find_if(m_rows.begin(), m_rows.end(), [&](Row const& row) { return row.item == m_list->currentItem(); });
     auto const last = m_rows.end() - 1;
     auto wanted = current;
     switch (static_cast<QKeyEvent const*>(event)->key()) {

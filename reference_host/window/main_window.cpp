@@ -29,6 +29,8 @@ namespace {
 constexpr std::chrono::milliseconds LookInterval{50};
 /// The tree is asked for at every so many looks.
 constexpr int LooksForEachTree = 4;
+/// What a view is to have at least, in pixels that do not depend on the display's scale.
+constexpr QSize LeastView{340, 440};
 /// Of what SaveMemory writes.
 constexpr qint32 MemoryFormat = 1;
 
@@ -60,11 +62,10 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
     setCorner(Qt::BottomLeftCorner, Qt::BottomDockWidgetArea);
     setCorner(Qt::BottomRightCorner, Qt::BottomDockWidgetArea);
-    auto* const devices = AddDock(m_devices, tr("Devices"), QStringLiteral("deviceDock"), Qt::LeftDockWidgetArea);
+    m_deviceDock = AddDock(m_devices, tr("Devices"), QStringLiteral("deviceDock"), Qt::LeftDockWidgetArea);
     m_attributeDock = AddDock(m_attributes, tr("Attributes"), QStringLiteral("attributeDock"), Qt::RightDockWidgetArea);
-    auto* const records =
-        AddDock(m_records, tr("Record monitor"), QStringLiteral("recordDock"), Qt::BottomDockWidgetArea);
-    MakeMenus({devices, m_attributeDock, records});
+    m_recordDock = AddDock(m_records, tr("Record monitor"), QStringLiteral("recordDock"), Qt::BottomDockWidgetArea);
+    MakeMenus({m_deviceDock, m_attributeDock, m_recordDock});
 
     m_line->setTextFormat(Qt::PlainText);
     m_line->setAccessibleDescription(tr("Last message"));
@@ -92,8 +93,8 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     auto const character = fontMetrics().averageCharWidth();
     auto const line = fontMetrics().lineSpacing();
     resize(character * 215, line * 60);
-    resizeDocks({devices, m_attributeDock}, {character * 38, character * 62}, Qt::Horizontal);
-    resizeDocks({records}, {line * 17}, Qt::Vertical);
+    resizeDocks({m_deviceDock, m_attributeDock}, {character * 38, character * 62}, Qt::Horizontal);
+    resizeDocks({m_recordDock}, {line * 17}, Qt::Vertical);
     m_timer->start(LookInterval);
 }
 
@@ -182,6 +183,25 @@ void MainWindow::SetShownDevice(CDataId const& device)
     m_treeAsked = false;
     m_looks = 0;
     FetchTree();
+}
+
+void MainWindow::FitInto(QSize const& room)
+{
+    auto const margins = m_middle->contentsMargins();
+    QSize needed = LeastView + QSize(margins.left() + margins.right(), margins.top() + margins.bottom());
+    needed.rheight() += menuBar()->sizeHint().height() + m_title->sizeHint().height() + m_middle->spacing() +
+                        statusBar()->sizeHint().height();
+    needed.rwidth() += m_deviceDock->minimumSizeHint().width() + m_attributeDock->minimumSizeHint().width();
+    for (auto* const dock : {m_attributeDock, m_deviceDock}) {
+        if (needed.width() > room.width()) {
+            needed.rwidth() -= dock->minimumSizeHint().width();
+            dock->hide();
+        }
+    }
+    if (needed.height() + m_recordDock->minimumSizeHint().height() > room.height()) {
+        m_recordDock->hide();
+    }
+    resize(size().boundedTo(room));
 }
 
 void MainWindow::SetLightMode(int mode)

@@ -293,9 +293,9 @@ TEST(ColourFields, TellOfTextsThatAreNoNumbers)
         double number;
         bool told;
     };
-    for (auto const& [typed, number, told] : {Case{"abc", 0.0, true}, Case{"12x", 12.0, true}, Case{"", 0.0, true},
-                                              Case{" 12.5 ", 12.5, false}, Case{"-1e2", -100.0, false},
-                                              Case{"1,5", 1.0, true}, Case{".", 0.0, true}}) {
+    for (auto const& [typed, number, told] :
+         {Case{"abc", 0.0, true}, Case{"12x", 12.0, true}, Case{"", 0.0, true}, Case{" 12.5 ", 12.5, false},
+          Case{"-1e2", -100.0, false}, Case{"1,5", 1.0, true}, Case{".", 0.0, true}}) {
         notices.told.clear();
         field.setText(QString::fromLatin1(typed));
         double value = -1.0;

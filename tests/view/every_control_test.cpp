@@ -407,7 +407,7 @@ class EveryControl : public ::testing::TestWithParam<Way>
 };
 
 INSTANTIATE_TEST_SUITE_P(By, EveryControl, ::testing::Values(Way::Hand, Way::Accessible),
-                         [](auto const& info) { return info.param == Way::Hand ? "Hand" : "ScreenReader"; });
+                         [](auto const& way) { return way.param == Way::Hand ? "Hand" : "ScreenReader"; });
 
 TEST_P(EveryControl, ReachesTheSonarAndAllPagesShowItsAnswer)
 {

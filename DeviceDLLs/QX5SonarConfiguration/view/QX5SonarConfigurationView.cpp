@@ -28,6 +28,7 @@
 #include <protocol/settings_keys.h>
 
 #include <QGuiApplication>
+#include <QHBoxLayout>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QStackedWidget>
@@ -56,6 +57,7 @@ constexpr unsigned requestFlags = 4;
 constexpr unsigned steeringFlags = 15;
 
 /// A narrower or lower pane scrolls. Pixels.
+constexpr int greatestPageCharacters = 120;
 constexpr int leastWidth = 340;
 constexpr int leastHeight = 440;
 constexpr int margin = 5;
@@ -198,7 +200,12 @@ void QX5SonarConfigurationView::CreatePages()
     auto* const layout = new QVBoxLayout(form);
     layout->setContentsMargins(margin, margin, margin, margin);
     layout->addWidget(m_tabBar);
-    layout->addWidget(m_pageArea, 1);
+    // Beyond some width a slider's ends are farther apart than a hand or an eye likes to go.
+    m_pageArea->setMaximumWidth(m_pageArea->fontMetrics().averageCharWidth() * greatestPageCharacters);
+    auto* const pageRow = new QHBoxLayout;
+    pageRow->addWidget(m_pageArea, 1);
+    pageRow->addStretch(0);
+    layout->addLayout(pageRow, 1);
 
     auto const stepTabs = [this](int by) {
         if (int const count = m_tabBar->count(); count > 0) {
