@@ -33,7 +33,8 @@ bool IsOperators(RequestOrigin who)
 
 bool IsCarriedOut(Result result)
 {
-    return result == Result::Agrees || result == Result::Differs || result == Result::Unanswered;
+    return result != Result::Pending && result != Result::NotSent && result != Result::Dropped &&
+           result != Result::Refused && result != Result::Failed;
 }
 
 std::string NameOf(std::wstring_view key)

@@ -46,8 +46,8 @@ struct PresetOrigin
 {
     std::string name;
     double utcSeconds = 0.0; ///< since 1970-01-01
-    std::string sonar;
-    std::string sonarClass;
+    std::string sonar = {};
+    std::string sonarClass = {};
 };
 
 /// The settings (see commands/settings.h) that a device's tree holds, in the order in which requests take them. A value

@@ -65,13 +65,12 @@ PresetTable PresetTable::Of(Preset const& now, Preset const& then, SonarLimits c
 
 PresetTable PresetTable::ForSonar(CAttributeMap const& tree, Preset const& then)
 {
-    return Of(TakePreset(tree, {.name = "now", .utcSeconds = 0.0, .sonar = {}, .sonarClass = {}}), then,
-              SonarLimits(tree, then.Tree()), Extent::Then);
+    return Of(TakePreset(tree, {.name = "now"}), then, SonarLimits(tree, then.Tree()), Extent::Then);
 }
 
-PresetTable PresetTable::Between(Preset const& now, Preset const& then)
+PresetTable PresetTable::Between(Preset const& now, Preset const& then, SonarLimits const& limits)
 {
-    return Of(now, then, {}, Extent::Both);
+    return Of(now, then, limits, Extent::Both);
 }
 
 std::size_t PresetTable::Count(RowState state) const

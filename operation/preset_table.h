@@ -49,8 +49,8 @@ public:
     static PresetTable ForSonar(CAttributeMap const& tree, Preset const& then);
 
     /// One preset beside another: a row for each setting of `then`, in its order, then one for each that only `now`
-    /// has.
-    static PresetTable Between(Preset const& now, Preset const& then);
+    /// has. `limits` are those of the sonar that has `now`, where there is one.
+    static PresetTable Between(Preset const& now, Preset const& then, SonarLimits const& limits = {});
 
     std::vector<PresetRow> const& Rows() const { return m_rows; }
     std::size_t Count(RowState state) const;

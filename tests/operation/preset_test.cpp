@@ -9,12 +9,15 @@
 
 #include <clocale>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
 #include <string>
+
+#include <sys/resource.h>
 
 namespace qx5::operation {
 namespace {
@@ -291,6 +294,32 @@ TEST(PresetFile, IsAsItWasWhenWritingFails)
     // A folder cannot be replaced by a file; nothing is left beside it.
     std::filesystem::create_directory(folder / "taken.json");
     EXPECT_THAT(refusal(folder / "taken.json"), HasSubstr("cannot be written: Is a directory"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.string()), {}), 1);
+}
+
+TEST(PresetFile, IsAsItWasOnAFullDisk)
+{
+    test::TemporaryFolder const folder;
+    auto const file = folder / "preset.json";
+    WritePresetFile(file, ReadPreset(goodDocument));
+    // No file may grow beyond so many bytes: to this process as good as a full disk.
+    auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    rlimit const full{100, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
+    std::string refusal;
+    try {
+        auto other = ReadPreset(goodDocument);
+        other.name = "other";
+        WritePresetFile(file, other);
+    } catch (PresetError const& failure) {
+        refusal = failure.what();
+    }
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_THAT(refusal, HasSubstr("preset.json\": cannot be written: File too large"));
+    EXPECT_EQ(Content(file), goodDocument);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.string()), {}), 1);
 }
 
