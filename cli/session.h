@@ -84,6 +84,8 @@ public:
     void AttachTerminal();
     /// Hands a code to the terminal's stream and returns when the plug-in has acted on it.
     void EnterCode(std::uint32_t code);
+    /// Of the sonar's device, once the plug-in is loaded.
+    CString SonarClass() const { return m_project.devices.front().className; }
     /// The device's tree as it stands.
     CAttributeMap Attributes();
     vordal::LinkCounters Counters() const;

@@ -26,7 +26,7 @@ namespace {
 
 // The file's header bears both: "QX5P", and the version of the tables below.
 constexpr std::int64_t ApplicationId = 0x51583550;
-constexpr std::int64_t FormatVersion = 3;
+constexpr std::int64_t FormatVersion = 4;
 
 // Each row bears the checksum of the columns before it, null while a transaction has not sealed it yet.
 // clang-format off
@@ -47,8 +47,9 @@ constexpr char const* Tables[] = {
     R"(CREATE TABLE view(name TEXT PRIMARY KEY, shown BLOB NOT NULL, checksum INTEGER))",
     R"(CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL, checksum INTEGER))",
     R"(CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL, checksum INTEGER))",
+    R"(CREATE TABLE preset(name TEXT PRIMARY KEY, document TEXT NOT NULL, checksum INTEGER))",
 };
-/// What turns format 1 into 2, and 2 into 3.
+/// What turns format 1 into 2, 2 into 3, and 3 into 4.
 constexpr char const* ToSecondFormat[] = {
     "CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL)",
 };
@@ -66,6 +67,9 @@ constexpr char const* ToThirdFormat[] = {
     "ALTER TABLE view ADD COLUMN checksum INTEGER",
     "ALTER TABLE setting ADD COLUMN checksum INTEGER",
     "ALTER TABLE window ADD COLUMN checksum INTEGER",
+};
+constexpr char const* ToFourthFormat[] = {
+    "CREATE TABLE preset(name TEXT PRIMARY KEY, document TEXT NOT NULL, checksum INTEGER)",
 };
 // clang-format on
 
@@ -86,6 +90,7 @@ SealedTable const SealedTables[] = {
     {"view", "name, shown"},
     {"setting", "name, value"},
     {"window", "name, state"},
+    {"preset", "name, document"},
 };
 
 // Names in the table "setting".
@@ -114,6 +119,11 @@ public:
     Statement& Bind(CString const& text)
     {
         BindText(tvcore::ToUtf8(text));
+        return *this;
+    }
+    Statement& Bind(std::string const& text)
+    {
+        BindText(text);
         return *this;
     }
     Statement& Bind(CDataId const& id) { return Bind(id.GetKey()); }
@@ -186,11 +196,18 @@ public:
             m_file.MakeTables([this] { RunAll(Tables); });
         } else if (m_file.IsOlder()) {
             m_file.BringUpToDate([this] {
-                if (m_file.Number("PRAGMA user_version") < 2) {
+                auto const version = m_file.Number("PRAGMA user_version");
+                if (version < 2) {
                     RunAll(ToSecondFormat);
                 }
-                RunAll(ToThirdFormat);
-                Seal();
+                if (version < 3) {
+                    RunAll(ToThirdFormat);
+                }
+                RunAll(ToFourthFormat);
+                // A row that a file with checksums has not sealed is damage.
+                if (version < 3) {
+                    Seal();
+                }
             });
         }
         RequireSeals();
@@ -469,6 +486,32 @@ void ProjectStore::SaveWindow(CString const& name, std::vector<unsigned char> co
 {
     m_impl->InTransaction(
         [&] { m_impl->Sql("INSERT OR REPLACE INTO window(name, state) VALUES(?, ?)").Bind(name).Bind(state).Step(); });
+}
+
+std::map<CString, std::string> ProjectStore::Presets()
+{
+    std::map<CString, std::string> presets;
+    for (auto row = m_impl->Sql("SELECT name, document FROM preset"); row.Step();) {
+        presets[row.Text(0)] = row.Bytes(1);
+    }
+    return presets;
+}
+
+void ProjectStore::SavePreset(CString const& name, std::string const& document)
+{
+    m_impl->InTransaction([&] {
+        m_impl->Sql("INSERT OR REPLACE INTO preset(name, document) VALUES(?, ?)").Bind(name).Bind(document).Step();
+    });
+}
+
+bool ProjectStore::RemovePreset(CString const& name)
+{
+    bool found = false;
+    m_impl->InTransaction([&] {
+        m_impl->Sql("DELETE FROM preset WHERE name=?").Bind(name).Step();
+        found = m_impl->Changes() > 0;
+    });
+    return found;
 }
 
 bool ProjectStore::RemoveDevice(CDataId const& dataId)

@@ -16,6 +16,7 @@
 #include <map>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace vordal {
@@ -89,7 +90,7 @@ public:
 
     StoredProject Load();
 
-    /// Replaces all that the file holds.
+    /// Replaces all that the file holds but the presets.
     void Save(StoredProject const& project);
     /// Replaces the device of that id, in its place, or appends it.
     void SaveDevice(StoredDevice const& device);
@@ -97,6 +98,12 @@ public:
     bool SaveAttributes(CDataId const& dataId, CAttributeMap const& attributes);
     void SaveView(CString const& name, CAttributeMap const& shown);
     void SaveWindow(CString const& name, std::vector<unsigned char> const& state);
+    /// The documents of the presets by their names. A document is kept as it is given; whoever reads it checks it.
+    std::map<CString, std::string> Presets();
+    /// Replaces the preset of that name, or adds it.
+    void SavePreset(CString const& name, std::string const& document);
+    /// False when there is no such preset.
+    bool RemovePreset(CString const& name);
     /// False when there is no such device.
     bool RemoveDevice(CDataId const& dataId);
 

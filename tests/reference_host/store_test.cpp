@@ -302,6 +302,67 @@ TEST_F(StoreTest, FilesOfFormerFormatsAreBroughtUpToDate)
     }
 }
 
+TEST_F(StoreTest, AFileOfTheThirdFormatKeepsItsChecksums)
+{
+    auto const makeThird = [&](char const* after) {
+        fs::remove(file);
+        {
+            ProjectStore store(file);
+            store.SaveWindow(L"main", {7});
+        }
+        sqlite3* database = nullptr;
+        ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+        ASSERT_EQ(sqlite3_exec(database, "DROP TABLE preset; PRAGMA user_version=3;", nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+        ASSERT_EQ(sqlite3_exec(database, after, nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(database);
+    };
+    makeThird("");
+    {
+        ProjectStore store(file);
+        EXPECT_EQ(store.Load().windows.size(), 1U);
+        EXPECT_TRUE(store.Presets().empty());
+        store.SavePreset(L"a", "{}");
+    }
+    EXPECT_EQ(ProjectStore(file).Presets().size(), 1U);
+    // Damage is not sealed on the way.
+    makeThird("UPDATE window SET state=x'08', checksum=NULL");
+    EXPECT_NE(Refusal(file).find("\"window\" is not as it was saved"), std::string::npos) << Refusal(file);
+}
+
+TEST_F(StoreTest, PresetsStayBesideWhatIsSaved)
+{
+    ProjectStore store(file);
+    store.SavePreset(L"Shallow \x00E4", "{\"a\": 1}\n");
+    store.SavePreset(L"Deep", "x");
+    store.SavePreset(L"Deep", "y");
+    store.Save({});
+    EXPECT_EQ(store.Presets(), (std::map<CString, std::string>{{L"Deep", "y"}, {L"Shallow \x00E4", "{\"a\": 1}\n"}}));
+    {
+        // Another program, while this one has the file open.
+        ProjectStore other(file);
+        EXPECT_EQ(other.Presets().size(), 2U);
+        EXPECT_TRUE(other.RemovePreset(L"Deep"));
+        EXPECT_FALSE(other.RemovePreset(L"Deep"));
+    }
+    EXPECT_EQ(store.Presets().size(), 1U);
+}
+
+TEST_F(StoreTest, AChangedBitOfAPresetIsDamage)
+{
+    {
+        ProjectStore store(file);
+        store.SavePreset(L"name", "a document that is looked for");
+    }
+    auto bytes = Content(file);
+    std::string const text = "a document that is looked for";
+    auto const found = std::search(bytes.begin(), bytes.end(), text.begin(), text.end());
+    ASSERT_NE(found, bytes.end());
+    *found ^= 1U;
+    Write(file, bytes);
+    EXPECT_NE(Refusal(file).find("\"preset\" is not as it was saved"), std::string::npos) << Refusal(file);
+}
+
 bool Equal(StoredProject const& left, StoredProject const& right)
 {
     auto const sameTrees = [](auto const& one, auto const& other) {
@@ -480,10 +541,10 @@ TEST_F(StoreTest, ANewerVersionAndAForeignDatabaseAreRefusedAndUntouched)
     auto newer = Content(file);
     ASSERT_GT(newer.size(), 100U);
     EXPECT_EQ(Bytes(newer.begin() + 68, newer.begin() + 72), (Bytes{'Q', 'X', '5', 'P'}));
-    EXPECT_EQ(newer[63], 3);
-    newer[63] = 4;
+    EXPECT_EQ(newer[63], 4);
+    newer[63] = 5;
     Write(file, newer);
-    EXPECT_NE(Refusal(file).find("newer version (format 4"), std::string::npos) << Refusal(file);
+    EXPECT_NE(Refusal(file).find("newer version (format 5"), std::string::npos) << Refusal(file);
     EXPECT_EQ(Content(file), newer);
     auto foreign = newer;
     foreign[68] = 0;
