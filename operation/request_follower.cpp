@@ -3,6 +3,7 @@
 
 #include "operation/action_values.h"
 #include "operation/dropped_text.h"
+#include "operation/steady_seconds.h"
 #include "operation/tree_walk.h"
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/common/failure.h"
@@ -16,7 +17,6 @@
 #include <protocol/records/shared_keys.h>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include <fmt/format.h>
@@ -95,9 +95,7 @@ std::string DifferenceOf(Action const& action)
 RequestFollower::RequestFollower(FollowerOptions options) : m_options(std::move(options))
 {
     if (!m_options.steadyClock) {
-        m_options.steadyClock = [] {
-            return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-        };
+        m_options.steadyClock = SteadySeconds;
     }
 }
 

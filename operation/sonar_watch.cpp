@@ -1,6 +1,8 @@
 // How each sonar is, by what it tells and when.
 #include "operation/sonar_watch.h"
 
+#include "operation/steady_seconds.h"
+
 #include <VordalAttributesR/CVordalType.h>
 #include <VordalBaseR/CExTime.h>
 #include <protocol/records/basic.h>
@@ -8,7 +10,6 @@
 #include <protocol/settings_keys.h>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace qx5::operation {
@@ -30,9 +31,7 @@ constexpr double pingsMissing = 3.0;
 SonarWatch::SonarWatch(std::function<double()> steadyClock) : m_steadyClock(std::move(steadyClock))
 {
     if (!m_steadyClock) {
-        m_steadyClock = [] {
-            return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-        };
+        m_steadyClock = SteadySeconds;
     }
 }
 
