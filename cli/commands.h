@@ -118,6 +118,16 @@ struct PluginOptions
 };
 int Plugin(PluginOptions const& options);
 
+struct ShowLogOptions
+{
+    std::string project;
+    bool json = false; ///< a line of JSON for each row
+    bool csv = false;
+    std::string sonar; ///< name or id; empty: all
+    std::string key;   ///< part of a key; empty: all
+};
+int ShowLog(ShowLogOptions const& options);
+
 struct DocsOptions
 {
     std::string folder = "docs";

@@ -320,6 +320,16 @@ int RunCommandLine(int argc, char** argv)
     decodeCommand->add_option("file", decode.files, "Files; - or none is standard input")->type_name("FILE");
     decodeCommand->callback([&] { code = Decode(decode); });
 
+    ShowLogOptions actions;
+    CLI::App* actionsCommand =
+        app.add_subcommand("log", "Print a project's log of actions: who asked which sonar for what, what came of it");
+    CLI::Option* json = actionsCommand->add_flag("--json", actions.json, "A line of JSON for each row");
+    actionsCommand->add_flag("--csv", actions.csv, "A table as RFC 4180 has it")->excludes(json);
+    actionsCommand->add_option("--sonar", actions.sonar, "Rows of this sonar alone")->type_name("NAME");
+    actionsCommand->add_option("--key", actions.key, "Rows whose key has this in it")->type_name("TEXT");
+    actionsCommand->add_option("project", actions.project, "The project file")->required()->type_name("PROJECT");
+    actionsCommand->callback([&] { code = ShowLog(actions); });
+
     KeysOptions keys;
     CLI::App* keysCommand = app.add_subcommand("keys", "List the request keys: kind, unit, record, offset, handler");
     keysCommand->add_flag("--markdown", keys.markdown, "As a table for a document");

@@ -59,6 +59,8 @@ constexpr int lightMode = 4;
 
 /// From one look at what has changed to the next; what the operator did is on the disk within 5 s.
 constexpr auto saveInterval = 2s;
+/// What time brings, such as a sonar that does not answer, is told within 100 ms.
+constexpr auto tickInterval = 50ms;
 /// What a task on the host thread may take once the window is closed, and when a second signal asks for haste.
 constexpr std::chrono::milliseconds endLimit = 5s;
 constexpr std::chrono::milliseconds hurriedLimit = 500ms;
@@ -160,7 +162,8 @@ private:
                 return Complain(ExitWrong, option + error);
             }
         } else if (IsSonar(device.dataId)) {
-            simulator::ServerOptions const onFreePort;
+            simulator::ServerOptions onFreePort;
+            onFreePort.announcePings = true; // so that their rate is seen
             host = onFreePort.address;
             auto& server = m_servers.emplace_back(std::make_unique<simulator::SonarServer>(onFreePort));
             if (auto const problem = server->Start()) {
@@ -411,6 +414,10 @@ int RunWindow(RunOptions const& options)
         return Complain(ExitFailed, error);
     }
 
+    for (CDataId const& sonar : fleet.Simulated()) {
+        session.Desk().Lock().Exempt(sonar);
+    }
+
     // Also while it ends: a second signal changes nothing, and nothing is left unsaved.
     std::optional<EndSignals> signals;
     if (!isPicture) {
@@ -452,6 +459,9 @@ int RunWindow(RunOptions const& options)
             view.Keep();
             session.SaveSoon();
         });
+        QTimer ticking;
+        QObject::connect(&ticking, &QTimer::timeout, &window, [&] { session.Tick(); });
+        ticking.start(tickInterval);
         view.OpenFirst(fleet.First().dataId);
         std::optional<SoundVelocityProbes> probes;
         if (!fleet.Simulated().empty()) {

@@ -194,6 +194,7 @@ TEST_F(StoreTest, AProjectComesBack)
     project.vessels.push_back(vessel);
     project.activeVessel = 3;
     project.toldLimits = {.keys = 700, .bytes = 123456};
+    project.transmitLocked = true;
     project.views[L"Sonar view"].Add(L"ATTR_DATAID", CVordalDataInfo(CDataId(1, 78, 1, 1), 65535, 65535), 0);
     project.windows[L"main"] = {0, 255, 39, 0};
     project.windows[L"empty"] = {};
@@ -230,6 +231,7 @@ TEST_F(StoreTest, AProjectComesBack)
     EXPECT_EQ(loaded.vessels[0].configuration, vessel.configuration);
     EXPECT_EQ(loaded.activeVessel, 3);
     EXPECT_EQ(loaded.toldLimits, (TreeLimits{700, 123456}));
+    EXPECT_TRUE(loaded.transmitLocked);
     ASSERT_EQ(loaded.views.size(), 1U);
     EXPECT_TRUE(TreesEqual(loaded.views.at(L"Sonar view"), project.views[L"Sonar view"]));
     EXPECT_EQ(loaded.windows, project.windows);
@@ -391,7 +393,8 @@ bool Equal(StoredProject const& left, StoredProject const& right)
                                  a.linkedDevices == b.linkedDevices && TreesEqual(a.attributes, b.attributes);
                       }) &&
            left.activeVessel == right.activeVessel && left.toldLimits == right.toldLimits &&
-           left.windows == right.windows && sameTrees(left.views, right.views);
+           left.transmitLocked == right.transmitLocked && left.windows == right.windows &&
+           sameTrees(left.views, right.views);
 }
 
 TEST_F(StoreTest, AFlippedBitIsFoundOrChangesNothing)
@@ -441,6 +444,35 @@ TEST_F(StoreTest, AFlippedBitIsFoundOrChangesNothing)
     }
     EXPECT_GT(tried, 500U);
     EXPECT_GT(refused, 400U);
+}
+
+TEST_F(StoreTest, AFileWithoutALogGetsOne)
+{
+    {
+        ProjectStore store(file);
+        store.SaveWindow(L"main", {7});
+    }
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    // What the third format lacks.
+    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE action; PRAGMA user_version=3", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(database);
+    auto const rows = [this] {
+        std::size_t count = 0;
+        EXPECT_EQ(ProjectStore::ReadActions(file, [&](vordal::StoredAction const&) { ++count; }), vordal::LogDamage{});
+        return count;
+    };
+    EXPECT_EQ(rows(), 0U) << "reading alone changes nothing";
+    {
+        ProjectStore store(file);
+        auto const loaded = store.Load();
+        EXPECT_EQ(loaded.windows.size(), 1U);
+        EXPECT_FALSE(loaded.transmitLocked);
+        vordal::StoredAction action;
+        action.sonar = CDataId(1, 78, 1, 1);
+        store.AppendActions(std::span(&action, 1));
+    }
+    EXPECT_EQ(rows(), 1U);
 }
 
 TEST_F(StoreTest, AChangedValueIsNamedByItsTable)
