@@ -67,8 +67,18 @@ QIcon MarkOf(QPalette const& palette, LinkState state, qreal ratio)
     }
     painter.end();
     QIcon icon(pixmap);
-    // The same when the row is selected.
-    icon.addPixmap(pixmap, QIcon::Selected);
+    // On a selected row the same on a ground of its own, as its colours are made for that of the list.
+    QPixmap onGround(pixmap.size());
+    onGround.setDevicePixelRatio(ratio);
+    onGround.fill(Qt::transparent);
+    QPainter second(&onGround);
+    second.setRenderHint(QPainter::Antialiasing);
+    second.setPen(Qt::NoPen);
+    second.setBrush(palette.color(QPalette::Active, QPalette::Base));
+    second.drawEllipse(QRectF(0, 0, size, size));
+    second.drawPixmap(0, 0, pixmap);
+    second.end();
+    icon.addPixmap(onGround, QIcon::Selected);
     return icon;
 }
 

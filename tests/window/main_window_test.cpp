@@ -1,4 +1,5 @@
 // Tests of the main window alone: devices, docks, what it remembers, light and dark.
+#include "contrast.h"
 #include "frames.h"
 
 #include <reference_host/window/announcements.h>
@@ -20,7 +21,6 @@
 #include <QTest>
 #include <QTreeWidget>
 
-#include <cmath>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -335,20 +335,6 @@ TEST(Announcements, ComeAtMostFourTimesASecondAndTheLastAlways)
     }
     gone.reset();
     EXPECT_TRUE(QTest::qWaitFor([&] { return time.hasExpired(600); }));
-}
-
-/// The ratio of two colours' luminances, 1 to 21.
-double Contrast(QColor const& a, QColor const& b)
-{
-    auto const luminance = [](QColor const& colour) {
-        auto const linear = [](double part) {
-            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-        };
-        return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
-    };
-    auto const brighter = std::max(luminance(a), luminance(b));
-    auto const darker = std::min(luminance(a), luminance(b));
-    return (brighter + 0.05) / (darker + 0.05);
 }
 
 TEST(Appearance, TextStandsOutInEachLightMode)
