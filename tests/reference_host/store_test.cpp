@@ -314,7 +314,8 @@ TEST_F(StoreTest, AFileOfTheThirdFormatKeepsItsChecksums)
         }
         sqlite3* database = nullptr;
         ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
-        ASSERT_EQ(sqlite3_exec(database, "DROP TABLE preset; PRAGMA user_version=3;", nullptr, nullptr, nullptr),
+        ASSERT_EQ(sqlite3_exec(database, "DROP TABLE preset; DROP TABLE action; PRAGMA user_version=3;", nullptr,
+                               nullptr, nullptr),
                   SQLITE_OK);
         ASSERT_EQ(sqlite3_exec(database, after, nullptr, nullptr, nullptr), SQLITE_OK);
         sqlite3_close(database);
@@ -455,7 +456,9 @@ TEST_F(StoreTest, AFileWithoutALogGetsOne)
     sqlite3* database = nullptr;
     ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
     // What the third format lacks.
-    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE action; PRAGMA user_version=3", nullptr, nullptr, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE preset; DROP TABLE action; PRAGMA user_version=3", nullptr, nullptr,
+                           nullptr),
+              SQLITE_OK);
     sqlite3_close(database);
     auto const rows = [this] {
         std::size_t count = 0;
