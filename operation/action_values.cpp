@@ -2,6 +2,7 @@
 #include "operation/action_values.h"
 
 #include "operation/request_judgement.h"
+#include "operation/same_value.h"
 #include "operation/tree_walk.h"
 
 #include <VordalAttributesR/CVordalType.h>

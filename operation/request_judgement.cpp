@@ -1,6 +1,7 @@
 // What was asked for beside what the sonar then has.
 #include "operation/request_judgement.h"
 
+#include "operation/same_value.h"
 #include "operation/tree_walk.h"
 #include "reference_host/attributes/tree_merge.h"
 
@@ -9,43 +10,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <utility>
 
 namespace qx5::operation {
-
-namespace {
-
-/// Numbers pass the wire as 32-bit floats, angles as radians besides: that much of the asked number may be lost.
-constexpr double wirePrecision = 1e-6;
-
-bool IsNear(double asked, double has)
-{
-    return asked == has || std::abs(asked - has) <= wirePrecision * std::max(std::abs(asked), std::abs(has));
-}
-
-} // namespace
-
-bool IsSameValue(CVordalType const& asked, CVordalType const& has)
-{
-    if (asked.IsSame(has)) {
-        return true;
-    }
-    double askedNumber = 0.0;
-    double number = 0.0;
-    if (asked.Get(askedNumber) && has.Get(number)) {
-        return IsNear(askedNumber, number);
-    }
-    std::pair<double, double> askedPair;
-    std::pair<double, double> pair;
-    if (asked.Get(askedPair.first, askedPair.second) && has.Get(pair.first, pair.second)) {
-        return IsNear(askedPair.first, pair.first) && IsNear(askedPair.second, pair.second);
-    }
-    std::vector<double> askedList;
-    std::vector<double> list;
-    return asked.Get(askedList) && has.Get(list) &&
-           std::equal(askedList.begin(), askedList.end(), list.begin(), list.end(), IsNear);
-}
 
 bool IsSameAsFarAsTold(CAttributeMap const& asked, CAttributeMap const& has)
 {

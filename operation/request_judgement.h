@@ -11,9 +11,6 @@
 
 namespace qx5::operation {
 
-/// Whether a value is the one asked for, as far as a 32-bit float on the wire carries it.
-bool IsSameValue(CVordalType const& asked, CVordalType const& has);
-
 /// Whether all that `asked` and `has` both have values of is the same, nodes meeting by key and occurrence; false when
 /// they have none in common. Any depth.
 bool IsSameAsFarAsTold(CAttributeMap const& asked, CAttributeMap const& has);

@@ -1,6 +1,8 @@
 // Values compared as precisely as the wire carries them.
 #include "same_value.h"
 
+#include <values/vordal_value.h>
+
 #include <algorithm>
 #include <cmath>
 #include <type_traits>
@@ -42,6 +44,11 @@ bool IsSameValue(protocol::Value const& asked, protocol::Value const& has)
             }
         },
         asked);
+}
+
+bool IsSameValue(CVordalType const& asked, CVordalType const& has)
+{
+    return asked.IsSame(has) || IsSameValue(ValueOf(asked), ValueOf(has));
 }
 
 } // namespace qx5::operation

@@ -3,6 +3,8 @@
 
 #include <protocol/value.h>
 
+class CVordalType;
+
 namespace qx5::operation {
 
 /// Numbers pass the wire as 32-bit floats, angles as radians besides.
@@ -10,5 +12,6 @@ bool IsNear(double asked, double has);
 
 /// Of one kind, and equal or near. NaN is NaN.
 bool IsSameValue(protocol::Value const& asked, protocol::Value const& has);
+bool IsSameValue(CVordalType const& asked, CVordalType const& has);
 
 } // namespace qx5::operation

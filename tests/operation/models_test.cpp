@@ -3,6 +3,7 @@
 
 #include <operation/action_values.h>
 #include <operation/operator_desk.h>
+#include <operation/same_value.h>
 
 #include <VordalAttributesR/CVordalType.h>
 #include <protocol/records/all.h>
@@ -22,6 +23,21 @@ using vordal::RequestOrigin;
 vordal::LinkStatus Status(LinkState state, std::string reason = {})
 {
     return {.state = state, .reason = std::move(reason), .retryIn = {}};
+}
+
+TEST(SameValue, IsNearAsFarAsTheWireCarriesIt)
+{
+    constexpr double endless = std::numeric_limits<double>::infinity();
+    constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
+    auto const same = [](double a, double b) { return IsSameValue(CVordalDouble(a), CVordalDouble(b)); };
+    EXPECT_TRUE(same(0.1, 0.10000000149));
+    EXPECT_FALSE(same(0.1, 0.1001));
+    EXPECT_TRUE(same(endless, endless));
+    EXPECT_FALSE(same(endless, 500.0));
+    EXPECT_FALSE(same(500.0, -endless));
+    EXPECT_TRUE(same(nothing, nothing));
+    EXPECT_FALSE(same(nothing, 1.0));
+    EXPECT_FALSE(IsSameValue(CVordalInt(1), CVordalDouble(1.0)));
 }
 
 class Desk : public OneSonar
