@@ -170,7 +170,7 @@ public:
     /// Returns once the sonar has told what it has; nothing has been asked of it then. Throws Refusal.
     LiveSonar(std::string const& endpoint, PresetOptions const& options)
         : m_endpoint(endpoint), m_limit(options.timeoutMilliseconds),
-          m_session([this](SessionEvent const& event) { OnEvent(event); })
+          m_session([this](SessionEvent const& event) { OnEvent(event); }, {}, vordal::RequestOrigin::Preset)
     {
         std::string error;
         std::string host;

@@ -167,7 +167,7 @@ void MainWindow::SetView(QWidget* view)
 void MainWindow::SetViewTitle(QString const& title)
 {
     m_title->setText(title);
-    m_title->setVisible(!title.isEmpty());
+    m_title->setVisible(!title.isEmpty() && m_hasTitleLine);
     setWindowTitle(title.isEmpty() ? tr("Sonar operation") : tr("%1 \u2013 Sonar operation").arg(title));
 }
 
@@ -187,19 +187,36 @@ void MainWindow::SetShownDevice(CDataId const& device)
 
 void MainWindow::FitInto(QSize const& room)
 {
-    auto const margins = m_middle->contentsMargins();
-    QSize needed = LeastView + QSize(margins.left() + margins.right(), margins.top() + margins.bottom());
-    needed.rheight() += menuBar()->sizeHint().height() + m_title->sizeHint().height() + m_middle->spacing() +
-                        statusBar()->sizeHint().height();
-    needed.rwidth() += m_deviceDock->minimumSizeHint().width() + m_attributeDock->minimumSizeHint().width();
+    auto const needed = [this] {
+        auto const margins = m_middle->contentsMargins();
+        QSize around(margins.left() + margins.right(), margins.top() + margins.bottom());
+        if (m_hasTitleLine) {
+            around.rheight() += m_title->sizeHint().height() + m_middle->spacing();
+        }
+        centralWidget()->setMinimumSize(LeastView + around);
+        layout()->activate();
+        return minimumSizeHint();
+    };
     for (auto* const dock : {m_attributeDock, m_deviceDock}) {
-        if (needed.width() > room.width()) {
-            needed.rwidth() -= dock->minimumSizeHint().width();
+        if (needed().width() > room.width()) {
             dock->hide();
         }
     }
-    if (needed.height() + m_recordDock->minimumSizeHint().height() > room.height()) {
+    if (needed().height() > room.height()) {
         m_recordDock->hide();
+    }
+    if (needed().height() > room.height()) {
+        // The window's own title tells the same.
+        m_hasTitleLine = false;
+        m_title->hide();
+        auto margins = m_middle->contentsMargins();
+        margins.setTop(2);
+        margins.setBottom(2);
+        m_middle->setContentsMargins(margins);
+    }
+    if (needed().width() > room.width() || needed().height() > room.height()) {
+        // Then the view scrolls.
+        centralWidget()->setMinimumSize(0, 0);
     }
     resize(size().boundedTo(room));
 }

@@ -60,7 +60,7 @@ public:
     CDataId const& ShownDevice() const { return m_shownDevice; }
 
     /// Makes the window no larger than that. Where the view would not be whole any more, docks are closed: attributes
-    /// first, then devices; the record monitor where there is not the height.
+    /// first, then devices; the record monitor where there is not the height, and then the line with the view's title.
     void FitInto(QSize const& room);
 
     void SetLightMode(int mode);
@@ -105,6 +105,7 @@ private:
     QDockWidget* m_attributeDock = nullptr;
     QDockWidget* m_recordDock = nullptr;
     QLabel* m_title;
+    bool m_hasTitleLine = true;
     QLabel* m_noView;
     QVBoxLayout* m_middle;
     QWidget* m_view = nullptr;

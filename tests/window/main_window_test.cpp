@@ -299,6 +299,36 @@ TEST_F(MainWindowTest, NoShortcutTakesOneThatFieldsAndListsHave)
     EXPECT_FALSE(taken.empty());
 }
 
+TEST_F(MainWindowTest, FitsIntoItsScreenWithTheViewWhole)
+{
+    struct Screen
+    {
+        QSize size;
+        bool devices;
+        bool attributes;
+        bool records;
+    };
+    // 3840x2160 at 1.0, 1920x1080 at 2.0, 1280x800 at 1.0 and at 1.5, each less a title bar.
+    for (auto const& [size, devices, attributes, records] :
+         {Screen{{3840, 2120}, true, true, true}, Screen{{960, 500}, true, true, false},
+          Screen{{1280, 760}, true, true, true}, Screen{{853, 493}, true, true, false},
+          Screen{{500, 700}, false, false, true}}) {
+        MainWindow fitted(TwoVessels(), feed, Requests());
+        fitted.FitInto(size);
+        fitted.show();
+        QApplication::processEvents();
+        EXPECT_LE(fitted.width(), size.width());
+        EXPECT_LE(fitted.height(), size.height());
+        auto const isOpen = [&](char const* name) { return fitted.findChild<QDockWidget*>(name)->isVisible(); };
+        EXPECT_EQ(isOpen("deviceDock"), devices) << size.width() << "x" << size.height();
+        EXPECT_EQ(isOpen("attributeDock"), attributes) << size.width() << "x" << size.height();
+        EXPECT_EQ(isOpen("recordDock"), records) << size.width() << "x" << size.height();
+        auto const* const middle = fitted.centralWidget();
+        EXPECT_GE(middle->width(), 340) << size.width() << "x" << size.height();
+        EXPECT_GE(middle->height(), 440) << size.width() << "x" << size.height();
+    }
+}
+
 TEST(Announcements, ComeAtMostFourTimesASecondAndTheLastAlways)
 {
     int announced = 0;
