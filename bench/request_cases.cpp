@@ -2,6 +2,7 @@
 #include "stage.h"
 
 #include "allocations.h"
+#include "operation/operator_desk.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/attributes/tree_merge.h"
 #include <VordalAttributesR/CVordalType.h>
@@ -203,6 +204,32 @@ std::vector<Case> RequestCases(Stage& stage)
                  }
              });
          }});
+    auto const desk = std::make_shared<qx5::operation::OperatorDesk>();
+    auto const live = [&stage, &sonar](std::size_t samples, std::vector<double>& nanoseconds, auto const& answer) {
+        std::uint64_t arrived = stage.DrainThread().Bytes();
+        for (std::size_t i = 0; i < samples; ++i) {
+            CAttributeMap const given = RangeRequest(NextRange());
+            CAttributeMap request = given;
+            Time(1, 1, nanoseconds, [&] { stage.Host().DeliverRequest(sonar, &request, &given); });
+            arrived += recordBytes;
+            stage.DrainThread().WaitFor(arrived);
+            answer(given);
+        }
+    };
+    cases.push_back({"request-by-the-host", "the same handed over by the host, which nobody follows", 1000,
+                     [&stage, live](std::size_t samples, std::vector<double>& nanoseconds) {
+                         stage.OnHostLive([&] { live(samples, nanoseconds, [](CAttributeMap const&) {}); });
+                     }});
+    cases.push_back({"request-followed",
+                     "the same while it is followed, guarded and logged; what the sonar then tells comes between", 1000,
+                     [&stage, &sonar, live, desk](std::size_t samples, std::vector<double>& nanoseconds) {
+                         stage.OnHostLive([&] {
+                             desk->Join(stage.Host());
+                             live(samples, nanoseconds,
+                                  [&](CAttributeMap const& told) { stage.Host().MergeDecoded(sonar, told); });
+                             qx5::operation::OperatorDesk::Leave(stage.Host());
+                         });
+                     }});
     cases.push_back({"bare-round-trip", "bare program: 96 bytes to another thread over loopback and back", 1000,
                      [mirror = std::make_shared<Mirror>()](std::size_t samples, std::vector<double>& nanoseconds) {
                          Time(samples, 1, nanoseconds, [&] { mirror->RoundTrip(); });

@@ -45,6 +45,33 @@ struct SendOptions
 };
 int Send(SendOptions const& options);
 
+struct PresetOptions
+{
+    std::string project; ///< file; empty: none
+    std::string sonar;   ///< HOST:PORT; empty: none
+    std::string plugin;
+    std::string device;            ///< of the project: by its name, or its id as four numbers with points
+    std::string preset;            ///< a name in the project, a file, or where it is compared HOST:PORT
+    std::string other;             ///< the same, of what it is compared with
+    std::string file;              ///< to write to or to read from
+    std::string name;              ///< to take in place of the preset's own
+    std::vector<std::string> only; ///< keys; empty: all
+    int timeoutMilliseconds = 3000;
+    double waitSeconds = 0.5; ///< for the sonar's answer, at most
+    bool dryRun = false;
+    bool replace = false;
+    bool all = false; ///< rows that are equal, too
+    bool json = false;
+};
+int PresetSave(PresetOptions const& options);
+int PresetList(PresetOptions const& options);
+int PresetShow(PresetOptions const& options);
+int PresetCompare(PresetOptions const& options);
+int PresetLoad(PresetOptions const& options);
+int PresetExport(PresetOptions const& options);
+int PresetImport(PresetOptions const& options);
+int PresetRemove(PresetOptions const& options);
+
 struct RunOptions
 {
     std::vector<std::string> plugins; ///< beside those that lie beside this program
@@ -90,6 +117,16 @@ struct PluginOptions
     std::string file;
 };
 int Plugin(PluginOptions const& options);
+
+struct ShowLogOptions
+{
+    std::string project;
+    bool json = false; ///< a line of JSON for each row
+    bool csv = false;
+    std::string sonar; ///< name or id; empty: all
+    std::string key;   ///< part of a key; empty: all
+};
+int ShowLog(ShowLogOptions const& options);
 
 struct DocsOptions
 {

@@ -44,6 +44,9 @@ std::string EventText(SessionEvent const& event, std::string_view indent, bool b
     if (event.kind == SessionEvent::Kind::Dropped) {
         return fmt::format("{}dropped: {}\n", indent, event.text);
     }
+    if (event.kind == SessionEvent::Kind::Refused) {
+        return fmt::format("{}refused: {}\n", indent, event.text);
+    }
     std::string text = fmt::format("{}{}\n", indent, event.kind == SessionEvent::Kind::Sent ? "sent" : "received");
     std::string const deeper = std::string(indent) + "  ";
     if (auto const frame = protocol::ParseFrame(event.frame)) {

@@ -43,6 +43,116 @@ void BeginLog(LogOptions const& log)
     vordal::BeginLog({.least = static_cast<vordal::LogLevel>(level), .file = log.file});
 }
 
+using Runs = std::function<void(CLI::App*, std::function<void()>)>;
+
+/// `qx5 preset` and what it does. `runsHost` adds the options of the log to those that run a host.
+void AddPresetCommands(CLI::App& app, PresetOptions& preset, int& code, Runs const& runsHost)
+{
+    CLI::App* commands =
+        app.add_subcommand("preset", "Keep settings of sonars under a name, compare them, load them into a sonar");
+    commands->require_subcommand(1);
+    auto const add = [&](char const* name, char const* text, int (*run)(PresetOptions const&)) {
+        CLI::App* command = commands->add_subcommand(name, text);
+        command->callback([&code, &preset, run] { code = run(preset); });
+        return command;
+    };
+    auto const addWithHost = [&](char const* name, char const* text, int (*run)(PresetOptions const&)) {
+        CLI::App* command = commands->add_subcommand(name, text);
+        runsHost(command, [&code, &preset, run] { code = run(preset); });
+        command->add_option("--plugin", preset.plugin, "The plug-in module (default: the one beside this program)")
+            ->type_name("FILE");
+        command
+            ->add_option("--timeout", preset.timeoutMilliseconds,
+                         "Milliseconds to wait for a connection, and for what the sonar tells of itself, 1 to 600000")
+            ->capture_default_str()
+            ->check(CLI::Range(1, 600000).description(""));
+        return command;
+    };
+    auto const addProject = [&](CLI::App* command) {
+        return command->add_option("--project", preset.project, "The project file that keeps the presets")
+            ->type_name("FILE");
+    };
+    auto const addName = [&](CLI::App* command, char const* text) {
+        command->add_option("name", preset.preset, text)->required()->type_name("NAME");
+    };
+    auto const addEither = [&](CLI::App* command, char const* name, std::string& value, char const* text) {
+        command->add_option(name, value, text)->required()->type_name("PRESET");
+    };
+    auto const addReplace = [&](CLI::App* command) {
+        command->add_flag("--replace", preset.replace, "Put it in the place of what is there under that name");
+    };
+    auto const addJson = [&](CLI::App* command) {
+        command->add_flag("--json", preset.json, "One JSON object on a line for each row");
+    };
+    auto const addAll = [&](CLI::App* command) { command->add_flag("--all", preset.all, "Print what is equal, too"); };
+
+    CLI::App* save = addWithHost("save", "Take the settings of a sonar", PresetSave);
+    CLI::Option* saveProject = addProject(save);
+    CLI::Option* saveSonar =
+        save->add_option("--sonar", preset.sonar, "A sonar that runs, in place of one that the project holds")
+            ->type_name("HOST:PORT");
+    save->add_option("--device", preset.device, "Which sonar of the project, by its name or id")
+        ->excludes(saveSonar)
+        ->type_name("NAME");
+    save->add_option("--file", preset.file, "A file to keep it in, in place of the project")
+        ->excludes(saveProject)
+        ->type_name("FILE");
+    addReplace(save);
+    addName(save, "The preset's name");
+
+    CLI::App* list = add("list", "List the presets of a project", PresetList);
+    addProject(list)->required();
+    addJson(list);
+
+    CLI::App* show = add("show", "Print a preset", PresetShow);
+    addProject(show);
+    addJson(show);
+    addEither(show, "preset", preset.preset, "A preset of the project, or a file");
+
+    CLI::App* compare =
+        addWithHost("compare", "Compare two presets, or sonars that run; exit 1 if they differ", PresetCompare);
+    addProject(compare);
+    addAll(compare);
+    addJson(compare);
+    addEither(compare, "now", preset.preset, "A preset of the project, a file, or HOST:PORT of a sonar");
+    addEither(compare, "then", preset.other, "The same, of what it is compared with");
+
+    CLI::App* load = addWithHost("load",
+                                 "Ask a sonar for what a preset has and it has not, and print what it then has; exit 1 "
+                                 "if that is something else",
+                                 PresetLoad);
+    addProject(load);
+    load->add_option("--sonar", preset.sonar, "The sonar")->required()->type_name("HOST:PORT");
+    load->add_option("--only", preset.only, "These keys alone, separated by commas; also beyond the sonar's limits")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("KEY");
+    load->add_option("--wait", preset.waitSeconds, "Seconds to wait for the sonar's answer, 0 to 600")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 600.0).description(""))
+        ->type_name("SECONDS");
+    load->add_flag("--dry-run", preset.dryRun, "Print the table, and ask for nothing");
+    addAll(load);
+    addJson(load);
+    addEither(load, "preset", preset.preset, "A preset of the project, or a file");
+
+    CLI::App* write = add("export", "Write a preset of a project to a file", PresetExport);
+    addProject(write)->required();
+    addReplace(write);
+    addName(write, "The preset's name");
+    write->add_option("file", preset.file, "The file")->required()->type_name("FILE");
+
+    CLI::App* read = add("import", "Take a preset from a file into a project", PresetImport);
+    addProject(read)->required();
+    addReplace(read);
+    read->add_option("--name", preset.name, "Its name there (default: the one that it has)")->type_name("NAME");
+    read->add_option("file", preset.file, "The file")->required()->type_name("FILE");
+
+    CLI::App* remove = add("remove", "Remove a preset from a project", PresetRemove);
+    addProject(remove)->required();
+    addName(remove, "The preset's name");
+}
+
 /// Does what the command line asks for and gives the exit code.
 int RunCommandLine(int argc, char** argv)
 {
@@ -52,7 +162,8 @@ int RunCommandLine(int argc, char** argv)
     app.set_version_flag("--version", QX5_VERSION);
     app.failure_message([](CLI::App const* root, CLI::Error const& error) {
         std::string name = "qx5";
-        for (CLI::App const* command : root->get_subcommands()) {
+        for (CLI::App const* command = root; !command->get_subcommands().empty();) {
+            command = command->get_subcommands().front();
             name += " " + command->get_name();
         }
         std::string text = error.what();
@@ -185,6 +296,9 @@ int RunCommandLine(int argc, char** argv)
         ->type_name("KEY=VALUE");
     runsHost(sendCommand, [&] { code = Send(send); });
 
+    PresetOptions preset;
+    AddPresetCommands(app, preset, code, runsHost);
+
     ScenarioCommandOptions scenario;
     CLI::App* scenarioCommand =
         app.add_subcommand("scenario", "Run scenario files with a fixed clock and without sockets; print the results");
@@ -205,6 +319,16 @@ int RunCommandLine(int argc, char** argv)
     decodeCommand->add_flag("--raw", decode.raw, "The input is raw bytes")->excludes(hex);
     decodeCommand->add_option("file", decode.files, "Files; - or none is standard input")->type_name("FILE");
     decodeCommand->callback([&] { code = Decode(decode); });
+
+    ShowLogOptions actions;
+    CLI::App* actionsCommand =
+        app.add_subcommand("log", "Print a project's log of actions: who asked which sonar for what, what came of it");
+    CLI::Option* json = actionsCommand->add_flag("--json", actions.json, "A line of JSON for each row");
+    actionsCommand->add_flag("--csv", actions.csv, "A table as RFC 4180 has it")->excludes(json);
+    actionsCommand->add_option("--sonar", actions.sonar, "Rows of this sonar alone")->type_name("NAME");
+    actionsCommand->add_option("--key", actions.key, "Rows whose key has this in it")->type_name("TEXT");
+    actionsCommand->add_option("project", actions.project, "The project file")->required()->type_name("PROJECT");
+    actionsCommand->callback([&] { code = ShowLog(actions); });
 
     KeysOptions keys;
     CLI::App* keysCommand = app.add_subcommand("keys", "List the request keys: kind, unit, record, offset, handler");

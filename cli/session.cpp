@@ -1,7 +1,7 @@
 // A live host with the plug-in and one sonar on a TCP connection.
 #include "session.h"
 
-#include "dropped_text.h"
+#include "operation/dropped_text.h"
 
 #include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/DataManager.h>
@@ -16,6 +16,7 @@
 #include <tvcoreR/Utf8.h>
 
 #include "reference_host/attributes/host_keys.h"
+#include "reference_host/common/failure.h"
 #include "reference_host/common/path_text.h"
 
 #include <array>
@@ -109,7 +110,8 @@ private:
     Session& m_session;
 };
 
-Session::Session(Listener listener, CString guid) : m_listener(std::move(listener)), m_guid(std::move(guid))
+Session::Session(Listener listener, CString guid, vordal::RequestOrigin origin)
+    : m_listener(std::move(listener)), m_guid(std::move(guid)), m_origin(origin)
 {
     m_host.SetObserver(this);
     // Asked before there is an application, the host tells the GUID that it made for this run.
@@ -129,7 +131,14 @@ Session::Session(Listener listener, CString guid) : m_listener(std::move(listene
 
 Session::~Session()
 {
-    m_host.End(std::chrono::seconds(10), [this] { m_introduction.Unsubscribe(); });
+    m_host.End(std::chrono::seconds(10), [this] {
+        m_introduction.Unsubscribe();
+        m_desk.Finish();
+    });
+    if (m_store != nullptr) {
+        vordal::LogFailureOf("the last actions are not in the project's log: ",
+                             [this] { m_desk.Log().WriteTo(*m_store); });
+    }
 }
 
 bool Session::LoadPlugin(std::string const& path, std::string& error)
@@ -145,13 +154,16 @@ bool Session::LoadPlugin(std::string const& path, std::string& error)
     return !deviceClass.IsEmpty();
 }
 
-bool Session::OpenProject(std::string const& file, std::string& error)
+bool Session::OpenProject(std::string const& file, bool isSimulated, std::string& error)
 {
     try {
         m_store = std::make_unique<vordal::ProjectStore>(file);
         m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
         vordal::StoredProject const stored = m_store->Load();
         m_project.toldLimits = stored.toldLimits;
+        m_desk.SetName(SonarId(), "sonar");
+        m_desk.Lock().SetLocked(stored.transmitLocked && !isSimulated);
+        m_desk.Join(m_host);
         for (vordal::StoredDevice const& device : stored.devices) {
             if (device.dataId == SonarId()) {
                 m_project.devices.front().attributes = device.attributes;
@@ -176,6 +188,8 @@ bool Session::SaveProject(std::string& error)
         if (!m_store->SaveAttributes(sonar.dataId, sonar.attributes)) {
             m_store->SaveDevice(sonar);
         }
+        m_host.RunAndWait([this] { m_desk.Tick(); });
+        m_desk.Log().WriteTo(*m_store);
         return true;
     } catch (vordal::StoreError const& failure) {
         error = failure.what();
@@ -192,6 +206,9 @@ void Session::Connect(std::string const& host, std::uint16_t port)
     m_link = &livePort.GetLink();
     m_link->SetObserver(std::make_shared<Monitor>(*this));
     livePort.SetStatusListener([this](vordal::LinkStatus const& status) {
+        if (m_store != nullptr) {
+            m_desk.OnLinkStatus(SonarId(), status);
+        }
         {
             std::lock_guard const lock(m_stateMutex);
             m_status = status;
@@ -270,7 +287,10 @@ bool Session::Request(CAttributeMap const& request)
     CAttributeMap tree;
     *tree.Add(vordal::keys::Request) = request;
     m_requestFailed = false;
-    m_host.RunAndWait([&] { DataManager::GetDataManager().SetAttributeMap(SonarId(), tree, 4, false); });
+    m_host.RunAndWait([&] {
+        vordal::OriginScope const scope(m_origin);
+        DataManager::GetDataManager().SetAttributeMap(SonarId(), tree, 4, false);
+    });
     return !m_requestFailed;
 }
 
@@ -304,7 +324,10 @@ void Session::EnterCode(std::uint32_t code)
     CDataBlock block;
     block.SetTime(m_host.Now());
     block.AddItem(terminal::CodeItem, DATA_INT32, bytes, bytes.size(), 0);
-    m_host.RunAndWait([&] { m_host.PutBlock(TerminalId(), block); });
+    m_host.RunAndWait([&] {
+        vordal::OriginScope const scope(m_origin);
+        m_host.PutBlock(TerminalId(), block);
+    });
 }
 
 CAttributeMap Session::Attributes()
@@ -375,7 +398,12 @@ void Session::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_
 
 void Session::OnRequestDropped(BaseDevice&, AttributeKey const& asked, AttributeKey const& missing)
 {
-    Tell({SessionEvent::Kind::Dropped, {}, {}, 0, DroppedText(asked, missing)});
+    Tell({SessionEvent::Kind::Dropped, {}, {}, 0, operation::DroppedText(asked, missing)});
+}
+
+void Session::OnRequestRefused(BaseDevice&, CAttributeMap const&, vordal::RequestOrigin, std::string const& reason)
+{
+    Tell({SessionEvent::Kind::Refused, {}, {}, 0, reason});
 }
 
 void Session::Tell(SessionEvent const& event)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/switched_on.h"
+#include "operation/operator_desk.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/project/live_host.h"
 
@@ -33,12 +34,13 @@ struct SessionEvent
         Asked,    ///< the plug-in asked the host for a request, on behalf of its terminal
         Shown,    ///< the plug-in asked the application for something about its displays
         Dropped,  ///< the plug-in dropped what was asked for, because a value that it needs is found nowhere
+        Refused,  ///< what was asked for is locked
     };
     Kind kind;
     std::vector<unsigned char> frame; ///< of Sent and Received
     CAttributeMap tree;               ///< of Echoed and Asked
     unsigned flags = 0;               ///< of Echoed
-    std::string text = {};            ///< of Shown and Dropped
+    std::string text = {};            ///< of Shown, Dropped and Refused
 };
 
 /// Loads the plug-in, makes one sonar device and connects it. Used from one thread; events come from others.
@@ -48,18 +50,22 @@ public:
     using Listener = std::function<void(SessionEvent const&)>;
 
     /// `listener` is called for each event, one call at a time, from any thread; it must not call the session.
-    /// `guid` is the application's; an empty one stands for the one that the host makes.
-    explicit Session(Listener listener, CString guid = {});
+    /// `guid` is the application's; an empty one stands for the one that the host makes. `origin` is where its requests
+    /// come from.
+    explicit Session(Listener listener, CString guid = {},
+                     vordal::RequestOrigin origin = vordal::RequestOrigin::Terminal);
     Session(Session const&) = delete;
     Session& operator=(Session const&) = delete;
     ~Session() override;
 
     /// False, and one line in `error`, when the plug-in or its device class cannot be had.
     bool LoadPlugin(std::string const& path, std::string& error);
-    /// Takes up what a project keeps of the sonar; before Connect. False, and one line in `error`, when the file cannot
-    /// be used.
-    bool OpenProject(std::string const& file, std::string& error);
-    /// Keeps the device's attributes in the project; without one it does nothing. False, and why, when that failed.
+    /// Takes up what a project keeps of the sonar, and its transmit lock, unless the sonar is simulated; before
+    /// Connect. Who asks for what is logged in the project from here on. False, and one line in `error`, when the file
+    /// cannot be used.
+    bool OpenProject(std::string const& file, bool isSimulated, std::string& error);
+    /// Keeps the device's attributes in the project, and the log; without one it does nothing. False, and why, when
+    /// that failed.
     bool SaveProject(std::string& error);
     /// Makes the sonar's device, begins to connect and returns; once. What follows here is for after it.
     void Connect(std::string const& host, std::uint16_t port);
@@ -84,6 +90,8 @@ public:
     void AttachTerminal();
     /// Hands a code to the terminal's stream and returns when the plug-in has acted on it.
     void EnterCode(std::uint32_t code);
+    /// Of the sonar's device, once the plug-in is loaded.
+    CString SonarClass() const { return m_project.devices.front().className; }
     /// The device's tree as it stands.
     CAttributeMap Attributes();
     vordal::LinkCounters Counters() const;
@@ -105,6 +113,8 @@ private:
     void OnSetLightMode(int mode, bool redraw) override;
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
     void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
+    void OnRequestRefused(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
+                          std::string const& reason) override;
     void OnDeviceIdChange();
     void TellShown(std::string text);
     void Tell(SessionEvent const& event);
@@ -121,7 +131,9 @@ private:
     bool m_requestFailed = false;
 
     CString m_guid; ///< of the application
+    vordal::RequestOrigin const m_origin;
     SwitchedOn m_switches;
+    operation::OperatorDesk m_desk; ///< at work where there is a project
     vordal::LiveHost m_host;
     vordal::StoredProject m_project; ///< the sonar, with what is stored of it
     std::unique_ptr<vordal::ProjectStore> m_store;

@@ -48,6 +48,7 @@ inline constexpr Sending aScanBeamsSends[]{{records::AScanBeams},
 
 QX5_COMMAND(RequestStacking) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = acquisition::stackingKeys,
     .sends = acquisition::stackingSends,
     .echoFlags = 0,
@@ -55,6 +56,7 @@ QX5_COMMAND(RequestStacking) = {
 
 QX5_COMMAND(RequestPowerSaveMode) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = acquisition::powerSaveKeys,
     .sends = acquisition::powerSaveSends,
     .echoFlags = 0,
@@ -62,6 +64,7 @@ QX5_COMMAND(RequestPowerSaveMode) = {
 
 QX5_COMMAND(RequestDutyCycleLimitation) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = acquisition::dutyCycleKeys,
     .sends = acquisition::dutyCycleSends,
     .echoFlags = 0,
@@ -69,6 +72,7 @@ QX5_COMMAND(RequestDutyCycleLimitation) = {
 
 QX5_COMMAND(Request7042Options) = {
     .form = Form::Lax,
+    .keeps = Keeps::Settings,
     .operands = acquisition::options7042Keys,
     .sends = acquisition::options7042Sends,
     .echoFlags = 0,
@@ -86,6 +90,7 @@ QX5_COMMAND(RequestImageDataSetup) = {
 
 QX5_COMMAND(RequestSoundVelocityProbe) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = acquisition::soundVelocityProbeKeys,
     .sends = acquisition::soundVelocityProbeSends,
     .echoFlags = 4,

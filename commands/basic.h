@@ -76,6 +76,7 @@ inline constexpr FollowUp settingsAsks[]{{7503}};
 
 QX5_COMMAND(RequestNewProjector) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = basic::newProjectorKeys,
     .sends = basic::newProjectorSends,
     .echoFlags = 0,
@@ -107,6 +108,7 @@ QX5_COMMAND(RequestPingOnlyDuringScanning) = {
 
 QX5_COMMAND(RequestManualSoundVelocity) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = basic::soundVelocityKeys,
     .sends = basic::soundVelocitySends,
     .echoFlags = 0,
@@ -117,6 +119,7 @@ QX5_COMMAND(RequestManualSoundVelocity) = {
 
 QX5_COMMAND(RequestManualTemperature) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = basic::temperatureKeys,
     .sends = basic::temperatureSends,
     .echoFlags = 0,
@@ -127,6 +130,7 @@ QX5_COMMAND(RequestManualTemperature) = {
 
 QX5_COMMAND(RequestCoverageSector) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = basic::coverageSectorKeys,
     .sends = basic::coverageSectorSends,
     .echoFlags = 0,
@@ -134,6 +138,7 @@ QX5_COMMAND(RequestCoverageSector) = {
 
 QX5_COMMAND(RequestMotionCompensation) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = basic::motionCompensationKeys,
     .sends = basic::motionCompensationSends,
     .echoFlags = 0,

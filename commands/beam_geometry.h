@@ -62,6 +62,7 @@ inline constexpr Sending systemModeSends[]{{records::SystemMode}};
 
 QX5_COMMAND(RequestBeamMode) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = beam_geometry::beamModeKeys,
     .sends = beam_geometry::beamModeSends,
     .echoFlags = 0,
@@ -71,6 +72,7 @@ QX5_COMMAND(RequestBeamMode) = {
 
 QX5_COMMAND(RequestFlexModeParams) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = beam_geometry::flexModeKeys,
     .sends = beam_geometry::flexModeSends,
     .echoFlags = 0,
@@ -78,6 +80,7 @@ QX5_COMMAND(RequestFlexModeParams) = {
 
 QX5_COMMAND(RequestConstantSpacing) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = beam_geometry::constantSpacingKeys,
     .sends = beam_geometry::constantSpacingSends,
     .echoFlags = 4,
@@ -87,6 +90,7 @@ QX5_COMMAND(RequestConstantSpacing) = {
 
 QX5_COMMAND(RequestCustomBeams) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = beam_geometry::customBeamsKeys,
     .sends = beam_geometry::customBeamsSends,
     .echoFlags = 4,
@@ -97,6 +101,7 @@ QX5_COMMAND(RequestCustomBeams) = {
 
 QX5_COMMAND(RequestProjectorBeamWidths) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = beam_geometry::beamWidthsKeys,
     .sends = beam_geometry::beamWidthsSends,
     .echoFlags = 0,
@@ -112,6 +117,7 @@ QX5_COMMAND(RequestResetCoverage) = {
 
 QX5_COMMAND(RequestSystemMode) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = beam_geometry::systemModeKeys,
     .sends = beam_geometry::systemModeSends,
     .echoFlags = 0,

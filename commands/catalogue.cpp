@@ -21,7 +21,8 @@ struct Scalar
     static constexpr Operand operands[]{K};
     static constexpr Sending sends[]{
         {Record, OwnSonar, {}, FramesItself(Record.Id()) ? Addressee::StoredSonar : Addressee::Target}};
-    static constexpr Command command{.form = Form::Direct, .operands = operands, .sends = sends, .echoFlags = 0};
+    static constexpr Command command{
+        .form = Form::Direct, .keeps = Keeps::Settings, .operands = operands, .sends = sends, .echoFlags = 0};
 };
 
 #define QX5_HANDLER(name) ChainEntry{0, #name, Checked<commands::name>(), nullptr},

@@ -62,6 +62,16 @@ enum class LongTexts : std::uint8_t
     Refused, ///< the whole request is dropped: nothing is sent, nothing echoed
 };
 
+/// What becomes of the values that a command is given.
+enum class Keeps : std::uint8_t
+{
+    /// The command acts once, switches transmission or a recording, hands data on, tells the place that the sonar has
+    /// on its vessel and in the network, or sets one of several like things of which no tree holds all.
+    Nothing,
+    /// The sonar keeps them until it is given others, and the device's tree holds them: its settings.
+    Settings,
+};
+
 /// The less usual properties of an operand; name what differs.
 struct OperandOptions
 {
@@ -174,6 +184,9 @@ constexpr KeyFilter FilterOf(std::span<Operand const> operands)
 struct Command
 {
     Form form = Form::Own;
+    Keeps keeps = Keeps::Nothing;
+    /// The branch of the device's tree that holds the settings, one for each operation mode; null: its root does.
+    protocol::Key const* keptIn = nullptr;
     std::span<Operand const> operands = {};      ///< in reading order
     std::span<Sending const> sends = {};         ///< in sending order
     int echoFlags = NoEcho;                      ///< the flag word of the echo

@@ -56,6 +56,7 @@ inline constexpr Sending verticalSends[]{{records::VerticalDetectionMode, Proces
 
 QX5_COMMAND(RequestAbsoluteGates) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = gates::absoluteKeys,
     .sends = gates::absoluteSends,
     .echoFlags = 0,
@@ -63,6 +64,7 @@ QX5_COMMAND(RequestAbsoluteGates) = {
 
 QX5_COMMAND(RequestAdaptiveGates) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = gates::adaptiveKeys,
     .sends = gates::adaptiveSends,
     .echoFlags = 0,
@@ -77,6 +79,7 @@ QX5_COMMAND(RequestBarCheckGates) = {
 
 QX5_COMMAND(RequestGateEnableFlags) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = gates::enableKeys,
     .sends = gates::enableSends,
     .echoFlags = 0,
@@ -93,6 +96,7 @@ QX5_COMMAND(SendLorqGating) = {
 
 QX5_COMMAND(RequestVerticalDetectionMode) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = gates::verticalKeys,
     .sends = gates::verticalSends,
     .echoFlags = 0,

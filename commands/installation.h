@@ -74,6 +74,7 @@ QX5_COMMAND(UpdateSonarInstallationIdentifiers) = {
 
 QX5_COMMAND(RequestAuvConfig) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = installation::startupKeys,
     .sends = installation::startupSends,
     .echoFlags = 0,

@@ -28,6 +28,7 @@ inline constexpr Sending headingSensorSends[]{{records::HeadingSensor}};
 
 QX5_COMMAND(RequestMotionSensorConfiguration) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = motion_heading::motionSensorKeys,
     .sends = motion_heading::motionSensorSends,
     .echoFlags = 0,

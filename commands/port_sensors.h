@@ -43,6 +43,7 @@ inline constexpr Sending deckModeSends[]{{records::DeckMode, Processor}};
 
 QX5_COMMAND(RequestPortSensorConfiguration) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = port_sensors::portSensorKeys,
     .sends = port_sensors::portSensorSends,
     .echoFlags = 0,
@@ -50,6 +51,7 @@ QX5_COMMAND(RequestPortSensorConfiguration) = {
 
 QX5_COMMAND(RequestSensorsSettings) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = port_sensors::sensorSelectionKeys,
     .sends = port_sensors::sensorSelectionSends,
     .echoFlags = 0,
@@ -77,6 +79,7 @@ QX5_COMMAND(RequestSonarMounting) = {
 
 QX5_COMMAND(RequestDeckMode) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = port_sensors::deckModeKeys,
     .sends = port_sensors::deckModeSends,
     .echoFlags = 0,

@@ -77,6 +77,7 @@ inline constexpr Sending multiPingSends[]{{records::MultiPing}};
 
 QX5_COMMAND(RequestPulseType) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = pulse_frequency_gain::pulseTypeKeys,
     .sends = pulse_frequency_gain::pulseTypeSends,
     .echoFlags = 0,
@@ -86,6 +87,7 @@ QX5_COMMAND(RequestPulseType) = {
 
 QX5_COMMAND(RequestPulseCharacteristics) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = pulse_frequency_gain::pulseCharacteristicsKeys,
     .sends = pulse_frequency_gain::pulseCharacteristicsSends,
     .echoFlags = 4,
@@ -93,6 +95,7 @@ QX5_COMMAND(RequestPulseCharacteristics) = {
 
 QX5_COMMAND(RequestCenterFrequency) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = pulse_frequency_gain::centerFrequencyKeys,
     .sends = pulse_frequency_gain::centerFrequencySends,
     .echoFlags = 0,
@@ -100,6 +103,8 @@ QX5_COMMAND(RequestCenterFrequency) = {
 
 QX5_COMMAND(RequestFMSweep) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
+    .keptIn = &protocol::keys::x5PingSettingsList,
     .operands = pulse_frequency_gain::sweepKeys,
     .sends = pulse_frequency_gain::sweepSends,
     .echoFlags = 0,
@@ -111,6 +116,7 @@ QX5_COMMAND(RequestFMSweep) = {
 
 QX5_COMMAND(RequestConfigureMultiFrequency) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = pulse_frequency_gain::multiFrequencyKeys,
     .sends = pulse_frequency_gain::multiFrequencySends,
     .echoFlags = 0,
@@ -118,6 +124,7 @@ QX5_COMMAND(RequestConfigureMultiFrequency) = {
 
 QX5_COMMAND(RequestVernierParameters) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = pulse_frequency_gain::vernierKeys,
     .sends = pulse_frequency_gain::vernierSends,
     .echoFlags = 0,
@@ -125,6 +132,7 @@ QX5_COMMAND(RequestVernierParameters) = {
 
 QX5_COMMAND(RequestGainMode) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = pulse_frequency_gain::gainModeKeys,
     .sends = pulse_frequency_gain::gainModeSends,
     .echoFlags = 0,
@@ -134,6 +142,7 @@ QX5_COMMAND(RequestGainMode) = {
 
 QX5_COMMAND(RequestSourceLevelMode) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = pulse_frequency_gain::sourceLevelModeKeys,
     .sends = pulse_frequency_gain::sourceLevelModeSends,
     .echoFlags = 4,
@@ -141,6 +150,7 @@ QX5_COMMAND(RequestSourceLevelMode) = {
 
 QX5_COMMAND(RequestSampleRate) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = pulse_frequency_gain::sampleRateKeys,
     .sends = pulse_frequency_gain::sampleRateSends,
     .echoFlags = 0,
@@ -157,6 +167,7 @@ QX5_COMMAND(RequestPingSequence) = {
 
 QX5_COMMAND(RequestMultiPing) = {
     .form = Form::Lax,
+    .keeps = Keeps::Settings,
     .operands = pulse_frequency_gain::multiPingKeys,
     .sends = pulse_frequency_gain::multiPingSends,
     .echoFlags = 0,

@@ -28,6 +28,7 @@ inline constexpr Sending fileNameSends[]{{records::RecordingFileNameParts, Proce
 
 QX5_COMMAND(RequestRDRFiltering) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = recorder_settings::filterKeys,
     .sends = recorder_settings::filterSends,
     .echoFlags = 0,
@@ -36,6 +37,7 @@ QX5_COMMAND(RequestRDRFiltering) = {
 
 QX5_COMMAND(RequestRDRSettings) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = recorder_settings::fileKeys,
     .sends = recorder_settings::fileSends,
     .echoFlags = 0,
@@ -52,6 +54,7 @@ QX5_COMMAND(RequestRDRRecordingDirectory) = {
 
 QX5_COMMAND(RequestRDRRecordingPreAndPostfix) = {
     .form = Form::AllRequired,
+    .keeps = Keeps::Settings,
     .operands = recorder_settings::fileNameKeys,
     .sends = recorder_settings::fileNameSends,
     .echoFlags = 0,

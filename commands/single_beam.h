@@ -89,6 +89,7 @@ QX5_COMMAND(RequestSbesOperationMode) = {
 
 QX5_COMMAND(RequestSbesTrackerTweakMode) = {
     .form = Form::Own,
+    .keeps = Keeps::Settings,
     .operands = single_beam::trackerTweakKeys,
     .sends = single_beam::trackerTweakSends,
     .echoFlags = 0,
@@ -98,6 +99,7 @@ QX5_COMMAND(RequestSbesTrackerTweakMode) = {
 
 QX5_COMMAND(RequestSbesGainTweak) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = single_beam::gainTweakKeys,
     .sends = single_beam::gainTweakSends,
     .echoFlags = 0,
@@ -105,6 +107,7 @@ QX5_COMMAND(RequestSbesGainTweak) = {
 
 QX5_COMMAND(RequestSbesPowerTweak) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = single_beam::powerTweakKeys,
     .sends = single_beam::powerTweakSends,
     .echoFlags = 0,
@@ -112,6 +115,7 @@ QX5_COMMAND(RequestSbesPowerTweak) = {
 
 QX5_COMMAND(RequestSbesPulseLengthTweak) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = single_beam::pulseLengthTweakKeys,
     .sends = single_beam::pulseLengthTweakSends,
     .echoFlags = 0,
@@ -119,6 +123,7 @@ QX5_COMMAND(RequestSbesPulseLengthTweak) = {
 
 QX5_COMMAND(RequestSbesRangeTweak) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = single_beam::rangeTweakKeys,
     .sends = single_beam::rangeTweakSends,
     .echoFlags = 0,

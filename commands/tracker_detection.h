@@ -58,6 +58,7 @@ inline constexpr Sending systemDepthSends[]{{records::SystemDepth}};
 
 QX5_COMMAND(RequestTrackerControl) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = tracker_detection::trackerControlKeys,
     .sends = tracker_detection::trackerControlSends,
     .echoFlags = 0,
@@ -74,6 +75,7 @@ QX5_COMMAND(RequestManualAutoConfig) = {
 
 QX5_COMMAND(RequestMultiDetect) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = tracker_detection::multiDetectKeys,
     .sends = tracker_detection::multiDetectSends,
     .echoFlags = 0,
@@ -81,6 +83,7 @@ QX5_COMMAND(RequestMultiDetect) = {
 
 QX5_COMMAND(RequestSnippetControl) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = tracker_detection::snippetControlKeys,
     .sends = tracker_detection::snippetControlSends,
     .echoFlags = 0,
@@ -88,6 +91,7 @@ QX5_COMMAND(RequestSnippetControl) = {
 
 QX5_COMMAND(RequestForwardDetect) = {
     .form = Form::Direct,
+    .keeps = Keeps::Settings,
     .operands = tracker_detection::forwardDetectKeys,
     .sends = tracker_detection::forwardDetectSends,
     .echoFlags = 4,
@@ -109,6 +113,7 @@ QX5_COMMAND(RequestSearchDepth) = {
 
 QX5_COMMAND(RequestSystemDepth) = {
     .form = Form::Strict,
+    .keeps = Keeps::Settings,
     .operands = tracker_detection::systemDepthKeys,
     .sends = tracker_detection::systemDepthSends,
     .echoFlags = 4,

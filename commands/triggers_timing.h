@@ -37,6 +37,7 @@ inline constexpr Sending triggerInputSends[]{{records::TriggerInput, OwnSonar, W
 
 QX5_COMMAND(RequestPPSEdge) = {
     .form = Form::Lax,
+    .keeps = Keeps::Settings,
     .operands = triggers_timing::ppsEdgeKeys,
     .sends = triggers_timing::ppsEdgeSends,
     .echoFlags = 0,
@@ -44,6 +45,7 @@ QX5_COMMAND(RequestPPSEdge) = {
 
 QX5_COMMAND(RequestTriggerOutput) = {
     .form = Form::Lax,
+    .keeps = Keeps::Settings,
     .operands = triggers_timing::triggerOutputKeys,
     .sends = triggers_timing::triggerOutputSends,
     .echoFlags = 0,

@@ -37,6 +37,7 @@ constexpr Table Tables[] = {
     {"view", "name,shown"},
     {"setting", "name,value"},
     {"window", "name,state"},
+    {"preset", "name,document"},
 };
 
 std::optional<StoredProject> Load(ProjectStore& store)

@@ -1,6 +1,6 @@
 // Fuzzes the reader of scenario files: any bytes give scenarios or one line that says where and why not.
-#include "cli/scenario/json_parser.h"
 #include "cli/scenario/scenario_reader.h"
+#include "json/json_parser.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,9 +9,10 @@
 
 namespace {
 
+using namespace qx5;
 using namespace qx5::cli;
 
-void CheckMessage(InvalidScenario const& failure)
+void CheckMessage(InvalidDocument const& failure)
 {
     std::string_view const reason = failure.what();
     if (reason.empty() || reason.find('\n') != std::string_view::npos ||
@@ -27,14 +28,14 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     JsonValue document;
     try {
         document = ParseJson(std::string_view(reinterpret_cast<char const*>(data), size));
-    } catch (InvalidScenario const& failure) {
+    } catch (InvalidDocument const& failure) {
         CheckMessage(failure);
         return 0;
     }
     auto const read = [](ScenarioSource const& source) {
         try {
             ReadScenario(source);
-        } catch (InvalidScenario const& failure) {
+        } catch (InvalidDocument const& failure) {
             CheckMessage(failure);
         }
     };

@@ -21,9 +21,12 @@ enum class Result : unsigned char
     Dropped,    ///< the plug-in dropped it whole, since a key that completes it was found nowhere
     Refused,    ///< locked, or not the asker's to ask
     Failed,     ///< an exception broke it off
+    Replaced,   ///< a later request for the same took its place before the sonar told anything of it
 };
 
-/// The trees hold one another's values at the same places; copies share them.
+/// The trees hold one another's values at the same places; copies share them. What somebody else has changed is an
+/// action of RequestOrigin::OtherHost: `before` is what was asked for here and agreed, `asked` and `got` what it is
+/// now.
 struct Action
 {
     std::uint64_t number = 0; ///< in the order in which they were asked for, from 1

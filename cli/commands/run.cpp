@@ -256,7 +256,7 @@ int RunOnTerminal(RunOptions const& options)
         return Complain(ExitFailed, error);
     }
     fmt::print("The host has loaded the plug-in.\n");
-    if (!options.project.empty() && !session.OpenProject(options.project, error)) {
+    if (!options.project.empty() && !session.OpenProject(options.project, sonar != nullptr, error)) {
         return Complain(ExitFailed, error);
     }
     session.Connect(host, port);

@@ -65,7 +65,7 @@ int Send(SendOptions const& options)
     }
 
     RequestOutcome outcome;
-    Session session([&](SessionEvent const& event) { outcome.Take(event); });
+    Session session([&](SessionEvent const& event) { outcome.Take(event); }, {}, vordal::RequestOrigin::CommandLine);
     LeavingWord const leavingWord(session.Switches(), options.sonar);
     if (!session.LoadPlugin(PluginPath(options.plugin), error)) {
         return Complain(ExitFailed, error);

@@ -80,7 +80,7 @@ std::vector<unsigned char> BytesOf(std::uint16_t tag, JsonValue const& value, Js
 ScenarioBlockItem ReadItem(JsonValue const& value, JsonPath const& path)
 {
     if (!value.Is(Kind::Array) || value.items.size() < 4 || value.items.size() > 5) {
-        throw InvalidScenario(path, "a block item is [item, type tag, size in bytes, value, item status]");
+        throw InvalidDocument(path, "a block item is [item, type tag, size in bytes, value, item status]");
     }
     auto const& fields = value.items;
     ScenarioBlockItem item;
@@ -88,7 +88,7 @@ ScenarioBlockItem ReadItem(JsonValue const& value, JsonPath const& path)
     item.type = ReadUInt16(fields[1], JsonPath(path, 1));
     item.size = SizeOfTag(item.type);
     if (item.size == 0) {
-        throw InvalidScenario(JsonPath(path, 1), "unknown type tag " + std::to_string(item.type));
+        throw InvalidDocument(JsonPath(path, 1), "unknown type tag " + std::to_string(item.type));
     }
     if (!fields[2].Is(Kind::Null)) {
         item.size = static_cast<std::uint32_t>(ReadInteger(fields[2], JsonPath(path, 2), 0, LargestItem));

@@ -1,8 +1,8 @@
 // Data blocks as JSON and back.
 #pragma once
 
-#include "cli/scenario/json_read.h"
 #include "cli/scenario/scenario_model.h"
+#include "json/json_read.h"
 
 #include <VordalDataBlocksR/CDataBlock.h>
 

@@ -1,7 +1,7 @@
 // Compares what a scenario did with what it was expected to do.
 #include "cli/scenario/checker.h"
 
-#include "cli/scenario/json_path.h"
+#include "json/json_path.h"
 
 #include <algorithm>
 #include <bit>

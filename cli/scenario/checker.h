@@ -1,7 +1,7 @@
 // Compares what a scenario did with what it was expected to do.
 #pragma once
 
-#include "cli/scenario/json_value.h"
+#include "json/json_value.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 // The kinds of events that a scenario's result may have, by name.
 #pragma once
 
-#include "cli/scenario/json_value.h"
+#include "json/json_value.h"
 
 #include <array>
 #include <cstddef>

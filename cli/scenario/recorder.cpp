@@ -3,8 +3,8 @@
 
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/event_kinds.h"
-#include "cli/scenario/json_read.h"
 #include "cli/scenario/tree_json.h"
+#include "json/json_read.h"
 
 #include <VordalBaseR/FileObject.h>
 #include <VordalDataBlocksR/BaseDevice.h>

@@ -1,7 +1,7 @@
 // Writes down everything that a plug-in does to its host, as the events of a scenario's result.
 #pragma once
 
-#include "cli/scenario/json_value.h"
+#include "json/json_value.h"
 
 #include "reference_host/common/host_observer.h"
 #include "reference_host/common/sonar_traffic.h"

@@ -3,9 +3,9 @@
 
 #include "cli/scenario/checker.h"
 #include "cli/scenario/event_kinds.h"
-#include "cli/scenario/json_parser.h"
 #include "cli/scenario/scenario_reader.h"
 #include "cli/scenario/scenario_run.h"
+#include "json/json_parser.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -107,13 +107,13 @@ private:
         JsonValue document;
         try {
             document = ParseJson(*text);
-        } catch (InvalidScenario const& failure) {
+        } catch (InvalidDocument const& failure) {
             ReportUnusable(file, failure.Path(), failure.what());
             return;
         }
         ForEachScenario(
             document, [&](ScenarioSource const& source) { RunOne(file, source); },
-            [&](InvalidScenario const& failure) { ReportUnusable(file, failure.Path(), failure.what()); });
+            [&](InvalidDocument const& failure) { ReportUnusable(file, failure.Path(), failure.what()); });
     }
 
     static void RefuseUnbuilt(Scenario const& scenario, JsonPath const& path)
@@ -121,7 +121,7 @@ private:
         JsonPath const steps(path, "steps");
         for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
             if (!IsBuilt(scenario.steps[i].kind)) {
-                throw InvalidScenario(JsonPath(steps, i), "step \"" + std::string(NameOf(scenario.steps[i].kind)) +
+                throw InvalidDocument(JsonPath(steps, i), "step \"" + std::string(NameOf(scenario.steps[i].kind)) +
                                                               "\" needs the view, which this build leaves out");
             }
         }
@@ -139,7 +139,7 @@ private:
             } else {
                 m_out << WriteJson(WriteResult(result)) << std::endl;
             }
-        } catch (InvalidScenario const& failure) {
+        } catch (InvalidDocument const& failure) {
             ReportUnusable(file, failure.Path(), failure.what());
         } catch (std::exception const& failure) {
             ReportUnusable(file, path.ToText(), failure.what());

@@ -1,8 +1,8 @@
 // A scenario as its file states it, checked and with every default filled in.
 #pragma once
 
-#include "cli/scenario/json_value.h"
 #include "cli/scenario/step_kinds.h"
+#include "json/json_value.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CDataId.h>

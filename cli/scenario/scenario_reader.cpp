@@ -3,10 +3,10 @@
 
 #include "cli/scenario/base64.h"
 #include "cli/scenario/block_json.h"
-#include "cli/scenario/json_parser.h"
-#include "cli/scenario/json_read.h"
 #include "cli/scenario/step_reader.h"
 #include "cli/scenario/tree_json.h"
+#include "json/json_parser.h"
+#include "json/json_read.h"
 
 #include <protocol/utf8.h>
 
@@ -40,7 +40,7 @@ std::uint32_t ReadNumberKey(std::string const& key, JsonPath const& path)
     auto const end = key.data() + key.size();
     auto const result = std::from_chars(key.data(), end, number);
     if (result.ec != std::errc() || result.ptr != end) {
-        throw InvalidScenario(path, "the key " + QuoteForMessage(key) + " is no number of 32 bits");
+        throw InvalidDocument(path, "the key " + QuoteForMessage(key) + " is no number of 32 bits");
     }
     return number;
 }
@@ -65,7 +65,7 @@ std::size_t ReadChoice(JsonValue const& value, JsonPath const& path, std::string
     for (auto const name : names) {
         known += (known.empty() ? "\"" : ", \"") + std::string(name) + "\"";
     }
-    throw InvalidScenario(path, QuoteForMessage(text) + " is none of " + known);
+    throw InvalidDocument(path, QuoteForMessage(text) + " is none of " + known);
 }
 
 ScenarioDevice ReadDevice(JsonValue const& value, JsonPath const& path)
@@ -265,7 +265,7 @@ void CheckFilePath(std::string const& file, JsonPath const& path)
         from = end + 1;
     }
     if (!usable) {
-        throw InvalidScenario(path, "the path of a file names a file and has no \"..\" in it");
+        throw InvalidDocument(path, "the path of a file names a file and has no \"..\" in it");
     }
 }
 
@@ -292,7 +292,7 @@ void ReadFiles(Scenario& scenario, JsonValue const& value, JsonPath const& path)
         CheckFilePath(file, filePath);
         auto bytes = DecodeBase64(ReadText(content, filePath));
         if (!bytes.has_value()) {
-            throw InvalidScenario(filePath, "the content of a file is base64 (standard alphabet, padded, no breaks)");
+            throw InvalidDocument(filePath, "the content of a file is base64 (standard alphabet, padded, no breaks)");
         }
         scenario.files[file] = std::move(*bytes);
     }
@@ -315,7 +315,7 @@ void RefuseTwice(List const& list, GetId const& idOf, JsonPath const& path, char
     for (std::size_t i = 0; i < list.size(); ++i) {
         for (std::size_t j = 0; j < i; ++j) {
             if (idOf(list[i]) == idOf(list[j])) {
-                throw InvalidScenario(JsonPath(path, i), what);
+                throw InvalidDocument(JsonPath(path, i), what);
             }
         }
     }
@@ -352,7 +352,7 @@ void CheckSetUp(JsonValue const& setUp, JsonPath const& path)
     RefuseDefects(setUp, path);
     for (auto const& [key, value] : ReadObject(setUp, path)) {
         if (key == "name" || key == "setup" || key == "steps") {
-            throw InvalidScenario(JsonPath(path, key), "a set-up has no " + QuoteForMessage(key));
+            throw InvalidDocument(JsonPath(path, key), "a set-up has no " + QuoteForMessage(key));
         }
     }
 }
@@ -421,7 +421,7 @@ Scenario ReadScenario(ScenarioSource const& source)
 {
     RefuseDefects(source.value, source.path);
     if (!source.value.Is(Kind::Object)) {
-        throw InvalidScenario(source.path, "a scenario is an object, not " + std::string(KindName(source.value)));
+        throw InvalidDocument(source.path, "a scenario is an object, not " + std::string(KindName(source.value)));
     }
     MemberReader members(source.value, source.path);
     auto const* const named = members.Find("setup");
@@ -431,7 +431,7 @@ Scenario ReadScenario(ScenarioSource const& source)
     auto const& name = ReadText(*named, members.At("setup"));
     auto const* const setUp = source.setUps != nullptr ? source.setUps->Find(name) : nullptr;
     if (setUp == nullptr) {
-        throw InvalidScenario(members.At("setup"), "there is no set-up " + QuoteForMessage(name));
+        throw InvalidDocument(members.At("setup"), "there is no set-up " + QuoteForMessage(name));
     }
     JsonPath const setUpPath(*source.setUpsPath, name);
     CheckSetUp(*setUp, setUpPath);
@@ -440,7 +440,7 @@ Scenario ReadScenario(ScenarioSource const& source)
 }
 
 void ForEachScenario(JsonValue const& document, std::function<void(ScenarioSource const& source)> const& run,
-                     std::function<void(InvalidScenario const& failure)> const& refuse)
+                     std::function<void(InvalidDocument const& failure)> const& refuse)
 {
     JsonPath const root;
     bool const hasParts = document.Find("scenarios") != nullptr || document.Find("setups") != nullptr;
@@ -466,7 +466,7 @@ void ForEachScenario(JsonValue const& document, std::function<void(ScenarioSourc
             ReadObject(*setUps, setUpsPath);
             parts.RefuseUnknown();
         }
-    } catch (InvalidScenario const& failure) {
+    } catch (InvalidDocument const& failure) {
         refuse(failure);
         return;
     }
@@ -479,7 +479,7 @@ void ForEachScenario(JsonValue const& document, std::function<void(ScenarioSourc
             CheckSetUp(setUp, path);
             MemberReader members(setUp, path);
             ReadScenarioMembers(members);
-        } catch (InvalidScenario const& failure) {
+        } catch (InvalidDocument const& failure) {
             refuse(failure);
         }
     }

@@ -1,9 +1,9 @@
 // Reads and checks scenarios.
 #pragma once
 
-#include "cli/scenario/json_path.h"
-#include "cli/scenario/json_value.h"
 #include "cli/scenario/scenario_model.h"
+#include "json/json_path.h"
+#include "json/json_value.h"
 
 #include <functional>
 
@@ -18,7 +18,7 @@ struct ScenarioSource
     JsonPath const* setUpsPath = nullptr;
 };
 
-/// Throws InvalidScenario for the first thing in the scenario or its set-up that is wrong; keys that scenarios do not
+/// Throws InvalidDocument for the first thing in the scenario or its set-up that is wrong; keys that scenarios do not
 /// have are wrong.
 Scenario ReadScenario(ScenarioSource const& source);
 
@@ -26,6 +26,6 @@ Scenario ReadScenario(ScenarioSource const& source);
 /// {"setups": {name: {...}}, "scenarios": [...]}. What is wrong around the scenarios, and with a set-up that none of
 /// them uses, goes to `refuse`.
 void ForEachScenario(JsonValue const& document, std::function<void(ScenarioSource const& source)> const& run,
-                     std::function<void(InvalidScenario const& failure)> const& refuse);
+                     std::function<void(InvalidDocument const& failure)> const& refuse);
 
 } // namespace qx5::cli

@@ -1,8 +1,8 @@
 // Runs one scenario on a host of its own.
 #pragma once
 
-#include "cli/scenario/json_value.h"
 #include "cli/scenario/scenario_model.h"
+#include "json/json_value.h"
 
 #include <filesystem>
 #include <vector>

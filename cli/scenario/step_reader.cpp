@@ -3,9 +3,9 @@
 
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/event_kinds.h"
-#include "cli/scenario/json_read.h"
 #include "cli/scenario/tree_json.h"
 #include "cli/scenario/view_controls.h"
+#include "json/json_read.h"
 
 #include <algorithm>
 #include <array>
@@ -39,7 +39,7 @@ StepArgument ReadRequest(Source const& source)
 StepArgument ReadTrue(Source const& source)
 {
     if (!ReadBool(source.value, source.path)) {
-        throw InvalidScenario(source.path, "this step takes true alone");
+        throw InvalidDocument(source.path, "this step takes true alone");
     }
     return NoArgument();
 }
@@ -48,7 +48,7 @@ StepArgument ReadLogger(Source const& source)
 {
     auto const& text = ReadText(source.value, source.path);
     if (text != "start" && text != "stop") {
-        throw InvalidScenario(source.path, "the logger takes \"start\" or \"stop\", not " + QuoteForMessage(text));
+        throw InvalidDocument(source.path, "the logger takes \"start\" or \"stop\", not " + QuoteForMessage(text));
     }
     return LoggerArgument{text == "start"};
 }
@@ -102,7 +102,7 @@ StepArgument ReadSettle(Source const& source)
     constexpr double tenMinutes = 600000.0;
     double const milliseconds = ReadDouble(source.value, source.path);
     if (!(milliseconds >= 0.0 && milliseconds <= tenMinutes)) {
-        throw InvalidScenario(source.path, "milliseconds from 0 to 600000 are expected here");
+        throw InvalidDocument(source.path, "milliseconds from 0 to 600000 are expected here");
     }
     return NumberArgument{milliseconds};
 }
@@ -123,21 +123,21 @@ StepArgument ReadCall(Source const& source)
     auto const* const found = std::find_if(std::begin(functions), std::end(functions),
                                            [&name](auto const& each) { return each.first == name; });
     if (found == std::end(functions)) {
-        throw InvalidScenario(source.path, "the plug-in exports no such function that a step may call");
+        throw InvalidDocument(source.path, "the plug-in exports no such function that a step may call");
     }
     CallArgument argument{found->second, {}};
     bool const takesNumbers = argument.function == EntryPoint::DeviceCtrlInit;
     auto const* const args = source.members.Find("args");
     if (args == nullptr) {
         if (takesNumbers) {
-            throw InvalidScenario(source.path, "DeviceCtrlInit takes four numbers in \"args\"");
+            throw InvalidDocument(source.path, "DeviceCtrlInit takes four numbers in \"args\"");
         }
         return argument;
     }
     auto const path = source.members.At("args");
     auto const& numbers = takesNumbers ? ReadArray(*args, path, argument.numbers.size()) : ReadArray(*args, path);
     if (!takesNumbers && !numbers.empty()) {
-        throw InvalidScenario(path, "this function takes nothing");
+        throw InvalidDocument(path, "this function takes nothing");
     }
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         argument.numbers[i] = ReadUInt16(numbers[i], JsonPath(path, i));
@@ -165,7 +165,7 @@ StepArgument ReadView(Source const& source)
 {
     auto const& text = ReadText(source.value, source.path);
     if (text != "open" && text != "close") {
-        throw InvalidScenario(source.path, "the view takes \"open\" or \"close\", not " + QuoteForMessage(text));
+        throw InvalidDocument(source.path, "the view takes \"open\" or \"close\", not " + QuoteForMessage(text));
     }
     ViewArgument argument;
     argument.open = text == "open";
@@ -185,17 +185,17 @@ ControlName ReadControl(Source const& source, std::initializer_list<ControlKind>
     ControlName control;
     control.page = ReadText(members.Get("page"), members.At("page"));
     if (std::find(viewPages.begin(), viewPages.end(), control.page) == viewPages.end()) {
-        throw InvalidScenario(members.At("page"), "there is no page " + QuoteForMessage(control.page));
+        throw InvalidDocument(members.At("page"), "there is no page " + QuoteForMessage(control.page));
     }
     control.id = ReadInt32(members.Get("id"), members.At("id"));
     members.RefuseUnknown();
     auto const* const known = FindViewControl(control.page, control.id);
     if (known == nullptr) {
-        throw InvalidScenario(members.At("id"), "the page " + QuoteForMessage(control.page) + " has no control " +
+        throw InvalidDocument(members.At("id"), "the page " + QuoteForMessage(control.page) + " has no control " +
                                                     std::to_string(control.id));
     }
     if (std::find(kinds.begin(), kinds.end(), known->kind) == kinds.end()) {
-        throw InvalidScenario(members.At("id"), "control " + std::to_string(control.id) + " is " +
+        throw InvalidDocument(members.At("id"), "control " + std::to_string(control.id) + " is " +
                                                     std::string(NameOf(known->kind)) +
                                                     ", which this step cannot act on");
     }
@@ -327,7 +327,7 @@ StepForm const& FindForm(JsonValue const& step, JsonPath const& path)
             continue;
         }
         if (found != nullptr) {
-            throw InvalidScenario(path, "a step is of one kind, not \"" + std::string(NameOf(found->kind)) +
+            throw InvalidDocument(path, "a step is of one kind, not \"" + std::string(NameOf(found->kind)) +
                                             "\" and \"" + key + "\"");
         }
         found = &*form;
@@ -337,10 +337,10 @@ StepForm const& FindForm(JsonValue const& step, JsonPath const& path)
     }
     for (auto const& [key, value] : step.members) {
         if (key != "device" && key != "expect") {
-            throw InvalidScenario(path, "unknown step " + QuoteForMessage(key));
+            throw InvalidDocument(path, "unknown step " + QuoteForMessage(key));
         }
     }
-    throw InvalidScenario(path, "a step needs a key that says what it does");
+    throw InvalidDocument(path, "a step needs a key that says what it does");
 }
 
 void CheckMeaning(StepForm const& form, CDataId const& device, JsonPath const& path, Scenario const& scenario)
@@ -353,7 +353,7 @@ void CheckMeaning(StepForm const& form, CDataId const& device, JsonPath const& p
         std::find_if(devices.begin(), devices.end(), [&](auto const& each) { return each.id == device; });
     if (found != devices.end()) {
         if (form.meaning == Meaning::SonarDevice && !found->isSonar) {
-            throw InvalidScenario(path, "the step \"" + std::string(NameOf(form.kind)) +
+            throw InvalidDocument(path, "the step \"" + std::string(NameOf(form.kind)) +
                                             "\" needs a sonar device, and this is a plain one");
         }
         return;
@@ -362,11 +362,11 @@ void CheckMeaning(StepForm const& form, CDataId const& device, JsonPath const& p
     bool const isComputation =
         std::any_of(computations.begin(), computations.end(), [&](auto const& each) { return each.id == device; });
     if (!isComputation) {
-        throw InvalidScenario(path, devices.empty() ? "the scenario has no device for this step"
+        throw InvalidDocument(path, devices.empty() ? "the scenario has no device for this step"
                                                     : "the scenario has no device " + WriteJson(WriteDataId(device)));
     }
     if (form.meaning != Meaning::DeviceOrComputation) {
-        throw InvalidScenario(path, "the step \"" + std::string(NameOf(form.kind)) +
+        throw InvalidDocument(path, "the step \"" + std::string(NameOf(form.kind)) +
                                         "\" needs a device, and this is a computation");
     }
 }
@@ -391,7 +391,7 @@ ExpectedEvents ReadExpected(JsonValue const& value, JsonPath const& path)
         JsonPath const at(kinds, of.size());
         auto const& kind = ReadText(item, at);
         if (std::find(EventNames.begin(), EventNames.end(), kind) == EventNames.end()) {
-            throw InvalidScenario(at, "there is no event " + QuoteForMessage(kind));
+            throw InvalidDocument(at, "there is no event " + QuoteForMessage(kind));
         }
         of.push_back(kind);
     }

@@ -1,15 +1,15 @@
 // Attribute trees as JSON and back.
 #pragma once
 
-#include "cli/scenario/json_path.h"
-#include "cli/scenario/json_value.h"
+#include "json/json_path.h"
+#include "json/json_value.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 
 namespace qx5::cli {
 
 /// A tree from an array of nodes, each [key, type, value], [key, [nodes]], [key, type, value, [nodes]] or
-/// [key, "none"]. `value` stands at `path`. Throws InvalidScenario when it is no tree.
+/// [key, "none"]. `value` stands at `path`. Throws InvalidDocument when it is no tree.
 CAttributeMap ReadTree(JsonValue const& value, JsonPath const& path);
 
 /// The children of `tree` as an array of nodes. Flag words and group labels are not written. Throws std::length_error

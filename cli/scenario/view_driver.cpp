@@ -1,9 +1,9 @@
 // Opens the plug-in's view without a window, acts on its controls as an operator does, and tells how they stand.
 #include "cli/scenario/view_driver.h"
 
-#include "cli/scenario/json_read.h"
 #include "cli/scenario/offscreen_toolkit.h"
 #include "cli/scenario/view_controls.h"
+#include "json/json_read.h"
 
 #include "reference_host/core/host.h"
 #include "reference_host/displays/display.h"

@@ -1,8 +1,8 @@
 // Opens the plug-in's view without a window, acts on its controls as an operator does, and tells how they stand.
 #pragma once
 
-#include "cli/scenario/json_value.h"
 #include "cli/scenario/scenario_model.h"
+#include "json/json_value.h"
 
 #include <memory>
 #include <optional>

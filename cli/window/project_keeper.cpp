@@ -5,8 +5,9 @@
 
 namespace qx5::cli {
 
-ProjectKeeper::ProjectKeeper(vordal::ProjectStore& store, std::function<void(std::string const&)> tell)
-    : m_store(store), m_tell(std::move(tell)), m_thread([this] { Run(); })
+ProjectKeeper::ProjectKeeper(vordal::ProjectStore& store, std::function<void(std::string const&)> tell,
+                             operation::ActionLog* log)
+    : m_store(store), m_tell(std::move(tell)), m_log(log), m_thread([this] { Run(); })
 {
 }
 
@@ -45,15 +46,22 @@ void ProjectKeeper::Run()
     }
 }
 
-void ProjectKeeper::Save(vordal::StoredProject project)
+void ProjectKeeper::SaveChanged(vordal::StoredProject project)
 {
-    if (m_saved.has_value() && *m_saved == project) {
-        return;
-    }
-    std::string problem;
-    try {
+    if (!m_saved.has_value() || !(*m_saved == project)) {
         m_store.Save(project);
         m_saved = std::move(project);
+    }
+}
+
+void ProjectKeeper::Save(vordal::StoredProject project)
+{
+    std::string problem;
+    try {
+        SaveChanged(std::move(project));
+        if (m_log != nullptr) {
+            m_log->WriteTo(m_store);
+        }
     } catch (std::exception const& failure) {
         problem = failure.what();
     }

@@ -1,6 +1,7 @@
 // Saves a project that is open while the session goes on, so that a process that is killed leaves what it did.
 #pragma once
 
+#include "operation/action_log.h"
 #include "reference_host/store/project_store.h"
 
 #include <condition_variable>
@@ -17,8 +18,10 @@ class ProjectKeeper
 {
 public:
     /// The store is the keeper's as long as the keeper lives. `tell` takes one line when a project cannot be saved, on
-    /// the keeper's thread; the same line is not told twice in a row.
-    ProjectKeeper(vordal::ProjectStore& store, std::function<void(std::string const&)> tell);
+    /// the keeper's thread; the same line is not told twice in a row. What waits in `log` (null for none), which
+    /// outlives the keeper, is written after each project; what cannot be written goes on waiting there.
+    ProjectKeeper(vordal::ProjectStore& store, std::function<void(std::string const&)> tell,
+                  operation::ActionLog* log = nullptr);
     ProjectKeeper(ProjectKeeper const&) = delete;
     ProjectKeeper& operator=(ProjectKeeper const&) = delete;
     /// Waits for a save under way; what has not been begun is left to whoever saves last.
@@ -31,9 +34,11 @@ public:
 private:
     void Run();
     void Save(vordal::StoredProject project);
+    void SaveChanged(vordal::StoredProject project);
 
     vordal::ProjectStore& m_store;
     std::function<void(std::string const&)> const m_tell;
+    operation::ActionLog* const m_log;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::optional<vordal::StoredProject> m_waiting;

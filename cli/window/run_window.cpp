@@ -11,8 +11,10 @@
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/common/log.h"
+#include "reference_host/controls/field_text.h"
 #include "reference_host/controls/window_thread.h"
 #include "reference_host/streams/settings_data.h"
+#include "reference_host/window/announcements.h"
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
 #include "reference_host/window/record_monitor.h"
@@ -39,6 +41,7 @@
 #include <QFile>
 #include <QFontMetrics>
 #include <QPixmap>
+#include <QScreen>
 #include <QSocketNotifier>
 #include <QTabBar>
 #include <QTimer>
@@ -56,6 +59,8 @@ constexpr int lightMode = 4;
 
 /// From one look at what has changed to the next; what the operator did is on the disk within 5 s.
 constexpr auto saveInterval = 2s;
+/// What time brings, such as a sonar that does not answer, is told within 100 ms.
+constexpr auto tickInterval = 50ms;
 /// What a task on the host thread may take once the window is closed, and when a second signal asks for haste.
 constexpr std::chrono::milliseconds endLimit = 5s;
 constexpr std::chrono::milliseconds hurriedLimit = 500ms;
@@ -157,7 +162,8 @@ private:
                 return Complain(ExitWrong, option + error);
             }
         } else if (IsSonar(device.dataId)) {
-            simulator::ServerOptions const onFreePort;
+            simulator::ServerOptions onFreePort;
+            onFreePort.announcePings = true; // so that their rate is seen
             host = onFreePort.address;
             auto& server = m_servers.emplace_back(std::make_unique<simulator::SonarServer>(onFreePort));
             if (auto const problem = server->Start()) {
@@ -349,6 +355,20 @@ void AskForSomething(CDataId const& sonar)
     }
 }
 
+/// What the screen has for a window's content, beside what a window manager puts around it.
+QSize RoomFor(QWidget const& window)
+{
+    return window.screen()->availableSize() - QSize(0, 2 * window.fontMetrics().lineSpacing());
+}
+
+QString TextOf(vordal::FieldNotice const& notice)
+{
+    return notice.kind == vordal::FieldNotice::Kind::Overwritten
+               ? QStringLiteral("%1: \"%2\" was typed and not applied, and has given way to %3, which the sonar has")
+                     .arg(notice.field, notice.typed, notice.now)
+               : QStringLiteral("%1: \"%2\" is no number; it counts as %3").arg(notice.field, notice.typed, notice.now);
+}
+
 } // namespace
 
 bool HasDisplay()
@@ -370,6 +390,7 @@ int RunWindow(RunOptions const& options)
     qInstallMessageHandler(TakeToolkitMessage);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("qx5"));
+    vordal::LimitedAnnouncements const announcements;
     if (!QFontMetrics(QApplication::font()).inFont(u'A')) {
         constexpr char const* remedy = "there is no font on this system; install one, such as fonts-dejavu-core";
         if (isPicture) {
@@ -391,6 +412,10 @@ int RunWindow(RunOptions const& options)
     }
     if (!session.Begin(fleet.Project(), options.project, error)) {
         return Complain(ExitFailed, error);
+    }
+
+    for (CDataId const& sonar : fleet.Simulated()) {
+        session.Desk().Lock().Exempt(sonar);
     }
 
     // Also while it ends: a second signal changes nothing, and nothing is left unsaved.
@@ -418,6 +443,10 @@ int RunWindow(RunOptions const& options)
             window.SetLightMode(darkMode);
             session.Requests().setLightMode(darkMode);
         }
+        if (!isPicture) {
+            window.FitInto(RoomFor(window));
+        }
+        vordal::SetFieldListener([&](vordal::FieldNotice const& notice) { window.ShowLine(TextOf(notice)); });
         auto const remember = [&] {
             QByteArray const bytes = window.SaveMemory();
             session.WindowMemory().assign(bytes.begin(), bytes.end());
@@ -430,6 +459,9 @@ int RunWindow(RunOptions const& options)
             view.Keep();
             session.SaveSoon();
         });
+        QTimer ticking;
+        QObject::connect(&ticking, &QTimer::timeout, &window, [&] { session.Tick(); });
+        ticking.start(tickInterval);
         view.OpenFirst(fleet.First().dataId);
         std::optional<SoundVelocityProbes> probes;
         if (!fleet.Simulated().empty()) {
@@ -453,6 +485,7 @@ int RunWindow(RunOptions const& options)
             QApplication::exec();
         }
         view.Close();
+        vordal::SetFieldListener({});
     }
     bool const isSaved = session.End(error, EndSignals::Count() > 1 ? hurriedLimit : endLimit);
     SayLeftOn(session.LeftOn(fleet.Simulated()));

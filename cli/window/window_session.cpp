@@ -2,7 +2,7 @@
 #include "window_session.h"
 
 #include "cli/commands.h"
-#include "cli/dropped_text.h"
+#include "operation/dropped_text.h"
 #include "reference_host/common/log.h"
 #include "reference_host/common/path_text.h"
 #include "reference_host/streams/settings_data.h"
@@ -150,6 +150,7 @@ WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int light
 {
     m_host.SetApplication({.guid = L"qx5", .mainWindow = true, .lightMode = lightMode, .displays = {}});
     m_host.SetObserver(this);
+    m_desk.Join(m_host);
 }
 
 WindowSession::~WindowSession()
@@ -158,6 +159,7 @@ WindowSession::~WindowSession()
         Complain(ExitFailed, error);
     }
     m_host.SetObserver(nullptr);
+    operation::OperatorDesk::Leave(m_host);
 }
 
 bool WindowSession::LoadPlugins(std::vector<std::filesystem::path> const& files, std::size_t told, std::string& error)
@@ -204,6 +206,10 @@ bool WindowSession::Begin(vordal::StoredProject fleet, std::string const& file, 
         return false;
     }
     CompleteFleet();
+    m_desk.Lock().SetLocked(m_project.transmitLocked);
+    for (vordal::StoredDevice const& device : m_fleet.devices) {
+        m_desk.SetName(device.dataId, protocol::EncodeUtf8(device.name.View()));
+    }
     try {
         m_host.RunAndWait([this] {
             m_host.SetItemTexts(vordal::SonarDataGroup, recordingItem, {L"Idle", L"Recording"});
@@ -223,7 +229,7 @@ bool WindowSession::Begin(vordal::StoredProject fleet, std::string const& file, 
     m_begun = true;
     if (m_store != nullptr) {
         m_keeper = std::make_unique<ProjectKeeper>(
-            *m_store, [feed = m_feed](std::string const& problem) { feed->PutLine(problem); });
+            *m_store, [feed = m_feed](std::string const& problem) { feed->PutLine(problem); }, &m_desk.Log());
     }
     return true;
 }
@@ -294,8 +300,10 @@ void WindowSession::WatchPorts()
         auto& switches = m_switches[device.portName] = std::make_shared<SwitchedOn>();
         port->GetLink().SetObserver(std::make_shared<PortWatch>(
             vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View())), switches));
-        port->SetStatusListener(
-            [feed = m_feed, id = device.dataId](vordal::LinkStatus const& status) { feed->PutStatus(id, status); });
+        port->SetStatusListener([feed = m_feed, desk = &m_desk, id = device.dataId](vordal::LinkStatus const& status) {
+            feed->PutStatus(id, status);
+            desk->OnLinkStatus(id, status);
+        });
     }
 }
 
@@ -373,6 +381,23 @@ void WindowSession::SaveSoon()
     });
 }
 
+void WindowSession::Tick()
+{
+    // A host thread that has fallen behind is not given more of them.
+    if (!m_ticks.exchange(true)) {
+        m_host.Post([this] {
+            m_ticks.store(false);
+            m_desk.Tick();
+        });
+    }
+}
+
+void WindowSession::SetTransmitLock(bool locked)
+{
+    m_project.transmitLocked = locked;
+    m_desk.Lock().SetLocked(locked);
+}
+
 bool WindowSession::End(std::string& error, std::chrono::milliseconds limit)
 {
     if (std::exchange(m_ended, true)) {
@@ -382,6 +407,7 @@ bool WindowSession::End(std::string& error, std::chrono::milliseconds limit)
         if (auto const* const open = m_host.Project()) {
             m_saved = open->Collect();
         }
+        m_desk.Finish();
     };
     if (!m_host.End(limit, collect)) {
         LeaveWithoutHostThread();
@@ -402,6 +428,7 @@ void WindowSession::LeaveWithoutHostThread()
                 m_store->SaveView(name, stored);
             }
             m_store->SaveWindow(windowName, m_windowMemory);
+            m_desk.Log().WriteTo(*m_store);
         }
     } catch (vordal::StoreError const& failure) {
         Complain(ExitFailed, failure.what());
@@ -432,6 +459,7 @@ bool WindowSession::SaveProject(std::string& error)
         auto project = ProjectOfWindow();
         PutFleet(project, m_saved);
         m_store->Save(project);
+        m_desk.Log().WriteTo(*m_store);
         return true;
     } catch (vordal::StoreError const& failure) {
         error = failure.what();
@@ -486,13 +514,20 @@ void WindowSession::OnRequestFailed(BaseDevice& device, CAttributeMap const&, st
 void WindowSession::OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing)
 {
     m_feed->PutLine(fmt::format("A request to {} was dropped: {}", protocol::EncodeUtf8(device.GetDeviceName().View()),
-                                DroppedText(asked, missing)));
+                                operation::DroppedText(asked, missing)));
 }
 
 void WindowSession::OnAttributesRefused(BaseDevice& device)
 {
     m_feed->PutLine(fmt::format("{} tells more attributes than it may: new ones are refused and counted",
                                 protocol::EncodeUtf8(device.GetDeviceName().View())));
+}
+
+void WindowSession::OnRequestRefused(BaseDevice& device, CAttributeMap const&, vordal::RequestOrigin,
+                                     std::string const& reason)
+{
+    m_feed->PutLine(
+        fmt::format("A request to {} was refused: {}", protocol::EncodeUtf8(device.GetDeviceName().View()), reason));
 }
 
 } // namespace qx5::cli

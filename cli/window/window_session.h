@@ -3,11 +3,13 @@
 
 #include "cli/switched_on.h"
 #include "cli/window/project_keeper.h"
+#include "operation/operator_desk.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/project/live_host.h"
 #include "reference_host/window/main_window.h"
 #include "reference_host/window/window_feed.h"
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <map>
@@ -54,6 +56,14 @@ public:
     /// process does. False, and one line in `error`, when the project cannot be saved. The view must be closed before.
     bool End(std::string& error, std::chrono::milliseconds limit = std::chrono::seconds(5));
 
+    /// Lets those who follow requests know that time has passed. To be called every 50 ms or so; returns at once.
+    void Tick();
+    /// What surrounds the requests of this session.
+    operation::OperatorDesk& Desk() { return m_desk; }
+    /// Whether what can do harm at a real sonar is refused; the project keeps it.
+    void SetTransmitLock(bool locked);
+    bool IsTransmitLocked() const { return m_project.transmitLocked; }
+
     vordal::Host& Host() { return m_host; }
     /// A line for each thing that the session has switched on at a sonar, and that is on still; also after End. Nothing
     /// is said of those that go with this program.
@@ -78,6 +88,8 @@ private:
     void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
     void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
     void OnAttributesRefused(BaseDevice& device) override;
+    void OnRequestRefused(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
+                          std::string const& reason) override;
 
     bool ReadProject(std::string const& file, std::string& error);
     /// Adds to the fleet what the project keeps of it, and how its sonars are steered.
@@ -101,6 +113,9 @@ private:
     bool m_begun = false;                                      ///< all of it: what the devices hold is worth keeping
     bool m_ended = false;
     vordal::StoredProject m_saved; ///< of the fleet; written on the host thread, read when that has ended
+
+    operation::OperatorDesk m_desk;
+    std::atomic<bool> m_ticks{false}; ///< a Tick is on its way to the host thread
 
     vordal::LiveHost m_host;
     std::unique_ptr<ProjectKeeper> m_keeper; ///< once it has begun; tasks of the host thread use it

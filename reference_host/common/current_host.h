@@ -15,9 +15,11 @@ namespace vordal {
 class HostObserver;
 class HostThread;
 class NotificationBus;
+class RequestObserver;
 
 /// Null unless there is such an observer.
 HostObserver* CurrentObserver();
+RequestObserver* CurrentRequestObserver();
 
 /// The host thread, for what this thread may raise but not tell. Null when it tells by itself: on the host thread, and
 /// where there is none.

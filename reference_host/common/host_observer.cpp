@@ -40,5 +40,6 @@ void HostObserver::OnContractBreach(CString const& rule)
 void HostObserver::OnRequestFailed(BaseDevice&, CAttributeMap const&, std::exception_ptr) {}
 void HostObserver::OnRequestDropped(BaseDevice&, AttributeKey const&, AttributeKey const&) {}
 void HostObserver::OnAttributesRefused(BaseDevice&) {}
+void HostObserver::OnRequestRefused(BaseDevice&, CAttributeMap const&, RequestOrigin, std::string const&) {}
 
 } // namespace vordal

@@ -1,6 +1,8 @@
 // What a tool that watches the host is told, in the order in which it happens.
 #pragma once
 
+#include "reference_host/common/request_origin.h"
+
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/CString.h>
@@ -8,6 +10,7 @@
 #include <VordalDataBlocksR/CDataBlock.h>
 
 #include <exception>
+#include <string>
 
 class BaseDevice;
 class FileObject;
@@ -69,6 +72,9 @@ public:
     virtual void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing);
     /// For the first time a sonar has told more than its device's tree takes (Host::SetToldLimits); Host::Told counts.
     virtual void OnAttributesRefused(BaseDevice& device);
+    /// The guard has refused a request (Host::SetRequestGuard); `reason` is one line.
+    virtual void OnRequestRefused(BaseDevice& device, CAttributeMap const& request, RequestOrigin who,
+                                  std::string const& reason);
 };
 
 } // namespace vordal

@@ -35,6 +35,8 @@ struct Scanned
     std::string text;
     /// Power of ten of the first digit that is not 0, the exponent included; saturated.
     std::int64_t magnitude = 0;
+    /// Of what was scanned, how much it takes.
+    std::size_t length = 0;
 };
 
 /// Empty when the text begins with no number.
@@ -66,6 +68,7 @@ Scanned ScanUnsigned(std::wstring_view text)
     if (!anyDigit) {
         return {};
     }
+    scanned.length = at;
     if (at < text.size() && (text[at] == L'e' || text[at] == L'E')) {
         std::size_t from = at + 1;
         bool const negative = from < text.size() && text[from] == L'-';
@@ -78,11 +81,29 @@ Scanned ScanUnsigned(std::wstring_view text)
                 exponent = std::min(exponent * 10 + (text[from] - L'0'), limit);
             }
             exponent = negative ? -exponent : exponent;
+            scanned.length = from;
             scanned.text += 'e' + std::to_string(exponent);
             scanned.magnitude += exponent;
         }
     }
     return scanned;
+}
+
+void SkipSpace(std::wstring_view& text)
+{
+    while (!text.empty() && IsSpace(text.front())) {
+        text.remove_prefix(1);
+    }
+}
+
+/// Takes the sign of a number; true for a minus.
+bool TakeSign(std::wstring_view& text)
+{
+    bool const negative = !text.empty() && text.front() == L'-';
+    if (!text.empty() && (text.front() == L'-' || text.front() == L'+')) {
+        text.remove_prefix(1);
+    }
+    return negative;
 }
 
 } // namespace
@@ -108,13 +129,8 @@ std::string ShortNumberText(double value)
 
 double LeadingNumber(std::wstring_view text)
 {
-    while (!text.empty() && IsSpace(text.front())) {
-        text.remove_prefix(1);
-    }
-    bool const negative = !text.empty() && text.front() == L'-';
-    if (!text.empty() && (text.front() == L'-' || text.front() == L'+')) {
-        text.remove_prefix(1);
-    }
+    SkipSpace(text);
+    bool const negative = TakeSign(text);
     auto const scanned = ScanUnsigned(text);
     if (scanned.text.empty()) {
         return 0.0;
@@ -125,6 +141,16 @@ double LeadingNumber(std::wstring_view text)
         value = scanned.magnitude > 0 ? std::numeric_limits<double>::infinity() : 0.0;
     }
     return negative ? -value : value;
+}
+
+bool IsNumber(std::wstring_view text)
+{
+    SkipSpace(text);
+    TakeSign(text);
+    auto const length = ScanUnsigned(text).length;
+    text.remove_prefix(length);
+    SkipSpace(text);
+    return length > 0 && text.empty();
 }
 
 } // namespace vordal

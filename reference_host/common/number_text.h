@@ -13,5 +13,7 @@ std::string ShortNumberText(double value);
 /// The number that the text begins with, after white space: a sign, digits with a point, an exponent; 0 when it begins
 /// with none. Hexadecimal, infinities and NaN are none. Beyond the range of a double come infinity and 0.
 double LeadingNumber(std::wstring_view text);
+/// Whether the text is such a number to its end, white space around it aside.
+bool IsNumber(std::wstring_view text);
 
 } // namespace vordal

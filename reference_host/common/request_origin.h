@@ -1,6 +1,10 @@
 // Who asks a device for something.
 #pragma once
 
+#include <VordalBaseR/Export.h>
+
+#include <string_view>
+
 namespace vordal {
 
 /// Where a request comes from.
@@ -13,6 +17,30 @@ enum class RequestOrigin : unsigned char
     Undo,        ///< undo or redo
     CommandLine, ///< a command such as `qx5 send`
     OtherHost,   ///< somebody else who commands the same sonar, or the sonar itself
+};
+
+/// "program", "view", "terminal", "preset", "undo", "command line", "another host".
+VORDAL_API std::string_view ToText(RequestOrigin origin);
+
+/// Where what this thread asks for comes from: what its innermost OriginScope says, without one what the thread is by
+/// default.
+VORDAL_API RequestOrigin CurrentOrigin();
+/// What this thread is without an OriginScope: Program at first; the host makes the window thread View.
+VORDAL_API void SetThreadOrigin(RequestOrigin origin);
+
+/// Requests that its thread makes (DataManager::SetAttributeMap) in its scope come from there, whenever and on
+/// whichever thread the host carries them out. What a plug-in asks for while it carries out a request is the plug-in's
+/// own.
+class VORDAL_API OriginScope
+{
+public:
+    explicit OriginScope(RequestOrigin origin);
+    OriginScope(OriginScope const&) = delete;
+    OriginScope& operator=(OriginScope const&) = delete;
+    ~OriginScope();
+
+private:
+    RequestOrigin const m_outer;
 };
 
 } // namespace vordal

@@ -5,7 +5,7 @@
 #include <VordalDataBlocksR/BaseIOHandler.h>
 
 #include "reference_host/common/host_observer.h"
-#include "reference_host/common/request_sends.h"
+#include "reference_host/common/request_observer.h"
 #include "reference_host/core/host_state.h"
 #include "reference_host/streams/stream_buffer.h"
 
@@ -265,10 +265,11 @@ bool BaseDevice::SendMessageW(std::string const& bytes, bool flag)
 {
     auto* const host = CurrentState();
     auto* const traffic = host != nullptr ? host->traffic.load(std::memory_order_acquire) : nullptr;
-    return traffic != nullptr &&
-           vordal::RequestSends::Once({.kind = vordal::SendMark::Kind::Raw, .size = bytes.size()}, [&] {
-               return traffic->SendRaw({m_dataId, GetPortPtr()}, bytes, flag);
-           });
+    vordal::SendMark const mark{.kind = vordal::SendMark::Kind::Raw, .size = bytes.size()};
+    bool const taken = traffic != nullptr && vordal::RequestSends::Once(mark, [&] {
+                           return traffic->SendRaw({m_dataId, GetPortPtr()}, bytes, flag);
+                       });
+    return vordal::TellSend(mark, {}, taken);
 }
 
 bool BaseDevice::SendMessageToPort(std::string const& bytes)

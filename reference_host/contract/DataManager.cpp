@@ -63,8 +63,10 @@ bool IsThere(vordal::HostState const& host, CDataId const& id)
     return host.FindDevice(id) != nullptr || host.FindComputation(id) != nullptr;
 }
 
-/// What SetAttributeMap does once it is its turn; `device` is the one of that id, or null. The host thread.
-bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap const& map, unsigned flags)
+/// What SetAttributeMap does once it is its turn; `device` is the one of that id, or null; `who` asked. The host
+/// thread.
+bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap const& map, unsigned flags,
+           vordal::RequestOrigin who)
 {
     if (auto* observer = host.Observer()) {
         observer->OnHostSet(id, map, flags);
@@ -74,7 +76,7 @@ bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap 
         for (int i = 0; i < requests; ++i) {
             CAttributeMap const& given = map.Find(vordal::keys::Request, i);
             CAttributeMap request(given);
-            host.DeliverRequest(*device, &request, &given);
+            host.DeliverRequest(*device, &request, &given, who);
         }
         if (map.Count() > requests) {
             CAttributeMap rest(map);
@@ -188,16 +190,17 @@ bool DataManager::SetAttributeMap(CDataId const& dataId, CAttributeMap const& ma
     if (auto* const observer = host->Observer(); observer != nullptr && unused) {
         observer->OnContractBreach(L"the last argument of DataManager::SetAttributeMap is always false");
     }
+    auto const who = vordal::CurrentOrigin();
     if (host->State().threading == vordal::Threading::Inline || host->IsHostThread()) {
-        return Apply(*host, host->State().FindDevice(dataId), dataId, map, flags);
+        return Apply(*host, host->State().FindDevice(dataId), dataId, map, flags, who);
     }
     bool const there = IsThere(host->State(), dataId);
     // The id travels as its fields: its text would cost an allocation for each request.
-    bool const posted = host->Post([host, id = vordal::PackedId(dataId), map, flags] {
+    bool const posted = host->Post([host, id = vordal::PackedId(dataId), map, flags, who] {
         if (auto* const device = host->State().FindDevice(id)) {
-            Apply(*host, device, device->GetDataId(), map, flags);
+            Apply(*host, device, device->GetDataId(), map, flags, who);
         } else {
-            Apply(*host, nullptr, vordal::UnpackedId(id), map, flags);
+            Apply(*host, nullptr, vordal::UnpackedId(id), map, flags, who);
         }
     });
     return there && posted;

@@ -4,6 +4,7 @@
 #include <VordalBaseR/FileObject.h>
 
 #include "reference_host/common/host_observer.h"
+#include "reference_host/common/request_observer.h"
 #include "reference_host/core/host_state.h"
 
 #include <mutex>
@@ -69,6 +70,9 @@ void Device::ReportDroppedRequest(AttributeKey const& asked, AttributeKey const&
 {
     if (auto* observer = vordal::CurrentObserver()) {
         observer->OnRequestDropped(*this, asked, missing);
+    }
+    if (auto* const observer = vordal::CurrentRequestObserver()) {
+        observer->OnDropped(*this, asked, missing);
     }
 }
 

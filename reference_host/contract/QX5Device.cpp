@@ -2,6 +2,7 @@
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 
+#include "reference_host/common/request_observer.h"
 #include "reference_host/common/request_sends.h"
 #include "reference_host/core/host_state.h"
 
@@ -29,6 +30,15 @@ bool AsBytes(void const* payload, std::uint64_t size, std::span<unsigned char co
     return true;
 }
 
+/// Sends once within a request, and tells who follows requests; without traffic nothing leaves.
+template <typename Send>
+bool SendOnce(SendMark const& mark, std::span<unsigned char const> payload, Send send)
+{
+    auto* const traffic = Traffic();
+    bool const taken = traffic != nullptr && RequestSends::Once(mark, [&] { return send(*traffic); });
+    return vordal::TellSend(mark, payload, taken);
+}
+
 } // namespace
 
 QX5SocketIoHandler::~QX5SocketIoHandler() = default;
@@ -40,31 +50,31 @@ bool QX5Device::SendRemoteControlRecord(std::uint32_t recordId, void const* payl
                                         int enumerator)
 {
     std::span<unsigned char const> bytes;
-    auto* const traffic = Traffic();
-    return traffic != nullptr && AsBytes(payload, size, bytes) &&
-           RequestSends::Once({SendMark::Kind::RemoteControl, recordId, size, deviceId, enumerator}, [&] {
-               return traffic->SendRemoteControl({m_dataId, GetPortPtr()}, recordId, bytes, deviceId, enumerator);
-           });
+    return AsBytes(payload, size, bytes) &&
+           SendOnce(
+               {SendMark::Kind::RemoteControl, recordId, size, deviceId, enumerator}, bytes,
+               [&](vordal::SonarTraffic& traffic) {
+                   return traffic.SendRemoteControl({m_dataId, GetPortPtr()}, recordId, bytes, deviceId, enumerator);
+               });
 }
 
 bool QX5Device::SingleRecordRequest(std::uint32_t recordId, int deviceId, int enumerator)
 {
-    auto* const traffic = Traffic();
-    return traffic != nullptr &&
-           RequestSends::Once({SendMark::Kind::RecordRequest, recordId, 0, deviceId, enumerator}, [&] {
-               return traffic->AskForRecord({m_dataId, GetPortPtr()}, recordId, deviceId, enumerator);
-           });
+    return SendOnce({SendMark::Kind::RecordRequest, recordId, 0, deviceId, enumerator}, {},
+                    [&](vordal::SonarTraffic& traffic) {
+                        return traffic.AskForRecord({m_dataId, GetPortPtr()}, recordId, deviceId, enumerator);
+                    });
 }
 
 bool QX5Device::SendRecord(std::uint32_t recordId, void const* payload, std::uint32_t size, double time, int deviceId,
                            int enumerator)
 {
     std::span<unsigned char const> bytes;
-    auto* const traffic = Traffic();
-    return traffic != nullptr && AsBytes(payload, size, bytes) &&
-           RequestSends::Once({SendMark::Kind::Data, recordId, size, deviceId, enumerator}, [&] {
-               return traffic->SendData({m_dataId, GetPortPtr()}, recordId, bytes, time, deviceId, enumerator);
-           });
+    return AsBytes(payload, size, bytes) &&
+           SendOnce({SendMark::Kind::Data, recordId, size, deviceId, enumerator}, bytes,
+                    [&](vordal::SonarTraffic& traffic) {
+                        return traffic.SendData({m_dataId, GetPortPtr()}, recordId, bytes, time, deviceId, enumerator);
+                    });
 }
 
 bool QX5Device::DoOutput(long output, CDataId const& dataId)

@@ -3,6 +3,7 @@
 
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/common/host_observer.h"
+#include "reference_host/common/request_observer.h"
 #include "reference_host/core/host_state.h"
 
 #include <utility>
@@ -57,7 +58,19 @@ bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttribut
 
 } // namespace vordal
 
-using vordal::CurrentObserver;
+namespace {
+
+void TellEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags)
+{
+    if (auto* const observer = vordal::CurrentObserver()) {
+        observer->OnEcho(device, tree, flags);
+    }
+    if (auto* const observer = vordal::CurrentRequestObserver()) {
+        observer->OnEcho(device, tree);
+    }
+}
+
+} // namespace
 
 SubscriptionMap* BaseDevice::GetAttributeSubscriptionMap()
 {
@@ -66,17 +79,13 @@ SubscriptionMap* BaseDevice::GetAttributeSubscriptionMap()
 
 bool BaseDevice::SetAttributeMap(CAttributeMap const& map, unsigned flags)
 {
-    if (auto* observer = CurrentObserver()) {
-        observer->OnEcho(*this, map, flags);
-    }
+    TellEcho(*this, map, flags);
     return vordal::MergeAndNotify(*m_internals, m_dataId, map);
 }
 
 bool BaseDevice::AppendAttributeMap(CAttributeMap const& map, unsigned flags)
 {
-    if (auto* observer = CurrentObserver()) {
-        observer->OnEcho(*this, map, flags);
-    }
+    TellEcho(*this, map, flags);
     if (map.Count() == 0) {
         return false;
     }

@@ -1,6 +1,7 @@
 // The text field of the contract that shows by its colour whether it was edited.
 #include <VordalMfc0R/CColorEdit.h>
 
+#include "reference_host/controls/field_text.h"
 #include "reference_host/controls/qt_text.h"
 
 #include <QColor>
@@ -14,8 +15,7 @@
 
 namespace {
 
-/// True in a field while it has a colour of its own, for tools that look at widgets alone.
-constexpr char const* editedProperty = "edited";
+using vordal::EditedProperty;
 
 void Call(std::function<void()> const& handler)
 {
@@ -33,6 +33,7 @@ struct CColorEdit::State
     QPointer<QLineEdit> field;
     /// The connections to the field end with it.
     std::unique_ptr<QObject> connections;
+    bool typed = false; ///< the edit was told, its change comes next
     std::function<void()> onEdit;
     std::function<void()> onApply;
 };
@@ -52,7 +53,17 @@ void CColorEdit::Attach(QLineEdit* field)
     state->connections = std::make_unique<QObject>();
     state->field = field;
     if (field != nullptr) {
-        QObject::connect(field, &QLineEdit::textEdited, state->connections.get(), [state] { Call(state->onEdit); });
+        // What a screen reader writes is no less an edit than what is typed, though the toolkit tells it as a change
+        // alone. What is typed it tells as both, the edit first.
+        QObject::connect(field, &QLineEdit::textEdited, state->connections.get(), [state] {
+            state->typed = true;
+            Call(state->onEdit);
+        });
+        QObject::connect(field, &QLineEdit::textChanged, state->connections.get(), [state] {
+            if (!std::exchange(state->typed, false)) {
+                Call(state->onEdit);
+            }
+        });
         QObject::connect(field, &QLineEdit::returnPressed, state->connections.get(), [state] { Call(state->onApply); });
     }
 }
@@ -60,7 +71,7 @@ void CColorEdit::Attach(QLineEdit* field)
 void CColorEdit::SetText(CString const& text)
 {
     if (m_state->field != nullptr) {
-        m_state->field->setText(vordal::ToQString(text));
+        vordal::RewriteField(*m_state->field, vordal::ToQString(text));
         Call(m_state->onEdit);
     }
 }
@@ -82,7 +93,7 @@ void CColorEdit::SetBackColor(std::uint8_t red, std::uint8_t green, std::uint8_t
     palette.setColor(QPalette::Base, background);
     palette.setColor(QPalette::Text, text);
     m_state->field->setPalette(palette);
-    m_state->field->setProperty(editedProperty, true);
+    m_state->field->setProperty(EditedProperty, true);
 }
 
 void CColorEdit::SetSystemBackColor(int)
@@ -90,13 +101,13 @@ void CColorEdit::SetSystemBackColor(int)
     // All of the system's colours are those of the window.
     if (m_state->field != nullptr) {
         m_state->field->setPalette(QPalette());
-        m_state->field->setProperty(editedProperty, false);
+        m_state->field->setProperty(EditedProperty, false);
     }
 }
 
 bool CColorEdit::HasOwnBackColor() const
 {
-    return m_state->field != nullptr && m_state->field->property(editedProperty).toBool();
+    return m_state->field != nullptr && m_state->field->property(EditedProperty).toBool();
 }
 
 void CColorEdit::SetEditHandler(std::function<void()> handler)

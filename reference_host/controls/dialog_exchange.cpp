@@ -2,6 +2,7 @@
 #include <VordalMfc0R/DialogExchange.h>
 
 #include "reference_host/common/number_text.h"
+#include "reference_host/controls/field_text.h"
 #include "reference_host/controls/qt_text.h"
 
 #include <QAbstractButton>
@@ -17,9 +18,9 @@ void DDX_FmtDouble(CDataExchange const& exchange, QLineEdit* field, double& valu
         return;
     }
     if (exchange.IsFromControls()) {
-        value = vordal::LeadingNumber(field->text().toStdWString());
+        value = vordal::ReadField(*field);
     } else {
-        field->setText(QString::fromStdString(vordal::ShortNumberText(value)));
+        vordal::RewriteField(*field, QString::fromStdString(vordal::ShortNumberText(value)));
     }
 }
 

@@ -4,6 +4,7 @@
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/common/log.h"
+#include "reference_host/common/request_observer.h"
 #include "reference_host/core/host_state.h"
 #include "reference_host/core/port.h"
 #include "reference_host/streams/settings_data.h"
@@ -209,6 +210,9 @@ void HostDevices::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tre
 
 void HostDevices::MergeDecoded(BaseDevice& device, CAttributeMap const& tree)
 {
+    if (auto* const observer = CurrentRequestObserver()) {
+        observer->OnTold(device, tree);
+    }
     if (!MergeToldAndNotify(device.Internals(), device.GetDataId(), tree)) {
         return;
     }

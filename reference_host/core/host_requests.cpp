@@ -4,6 +4,8 @@
 #include "reference_host/common/host_observer.h"
 #include "reference_host/common/host_turn.h"
 #include "reference_host/common/log.h"
+#include "reference_host/common/request_guard.h"
+#include "reference_host/common/request_observer.h"
 #include "reference_host/common/request_sends.h"
 #include "reference_host/core/host_state.h"
 
@@ -45,6 +47,16 @@ void HostRequests::SetRequestFailures(RequestFailures failures)
     m_state.failures = failures;
 }
 
+void HostRequests::SetRequestGuard(RequestGuard* guard)
+{
+    m_state.requestGuard.store(guard, std::memory_order_release);
+}
+
+void HostRequests::SetRequestObserver(RequestObserver* observer)
+{
+    m_state.requestObserver.store(observer, std::memory_order_release);
+}
+
 bool HostRequests::HasReserve()
 {
     if (m_state.reserve == nullptr) {
@@ -72,18 +84,42 @@ void HostRequests::CarryOut(Device& device, CAttributeMap* request, CAttributeMa
     device.DeliverRequest(&again);
 }
 
-bool HostRequests::DeliverRequest(Device& device, CAttributeMap* request, CAttributeMap const* given)
+bool HostRequests::IsRefused(Device& device, CAttributeMap const& asked, RequestOrigin who)
+{
+    auto* const guard = m_state.requestGuard.load(std::memory_order_acquire);
+    if (guard == nullptr) {
+        return false;
+    }
+    std::string reason;
+    if (guard->Admits(device, asked, who, reason)) {
+        return false;
+    }
+    if (auto* const observer = CurrentObserver()) {
+        observer->OnRequestRefused(device, asked, who, reason);
+    }
+    if (auto* const observer = m_state.requestObserver.load(std::memory_order_acquire)) {
+        observer->OnRequestRefused(device, asked, who, reason);
+    }
+    return true;
+}
+
+bool HostRequests::DeliverRequest(Device& device, CAttributeMap* request, CAttributeMap const* given, RequestOrigin who)
 {
     HostTurn const turn;
-    if (m_state.failures == RequestFailures::Pass) {
-        CarryOut(device, request, given);
-        return true;
+    CAttributeMap const& asked = given != nullptr ? *given : request != nullptr ? *request : CAttributeMap::EmptyNode();
+    if (IsRefused(device, asked, who)) {
+        return false;
     }
+    auto* const observer = m_state.requestObserver.load(std::memory_order_acquire);
+    if (observer != nullptr) {
+        observer->OnRequest(device, asked, who);
+    }
+    // What the device asks others for meanwhile is its own.
+    OriginScope const own(RequestOrigin::Program);
     std::exception_ptr failure;
     std::string reason;
     try {
         CarryOut(device, request, given);
-        return true;
     } catch (std::exception const& thrown) {
         failure = std::current_exception();
         reason = thrown.what();
@@ -91,9 +127,18 @@ bool HostRequests::DeliverRequest(Device& device, CAttributeMap* request, CAttri
         failure = std::current_exception();
         reason = "an exception of an unknown kind";
     }
+    if (observer != nullptr) {
+        observer->OnRequestEnd(device, failure != nullptr ? &reason : nullptr);
+    }
+    if (failure == nullptr) {
+        return true;
+    }
+    if (m_state.failures == RequestFailures::Pass) {
+        std::rethrow_exception(failure);
+    }
     Log(LogLevel::Error, DescribeRequest(device, request) + " failed: " + reason);
-    if (auto* observer = CurrentObserver()) {
-        observer->OnRequestFailed(device, request != nullptr ? *request : CAttributeMap::EmptyNode(), failure);
+    if (auto* const told = CurrentObserver()) {
+        told->OnRequestFailed(device, request != nullptr ? *request : CAttributeMap::EmptyNode(), failure);
     }
     return false;
 }

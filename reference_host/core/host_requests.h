@@ -5,8 +5,12 @@
 #include <VordalBaseR/Export.h>
 #include <vordalhostdllR/Device.h>
 
+#include "reference_host/common/request_origin.h"
+
 namespace vordal {
 
+class RequestGuard;
+class RequestObserver;
 struct HostState;
 
 /// What becomes of an exception that leaves a request.
@@ -25,13 +29,19 @@ public:
 
     void SetRequestFailures(RequestFailures failures);
 
-    /// Hands `request` to the device's HandleRequestMap at once. What an exception does SetRequestFailures says; when
-    /// it is contained the answer is false. Host thread.
+    /// Who is asked before each request is carried out, and who follows them; null for nobody. Both outlive the host
+    /// or are taken away while no request runs.
+    void SetRequestGuard(RequestGuard* guard);
+    void SetRequestObserver(RequestObserver* observer);
+
+    /// Hands `request` to the device's HandleRequestMap at once, unless the guard refuses it: then the answer is false.
+    /// What an exception does SetRequestFailures says; when it is contained the answer is false. Host thread.
     ///
     /// Handlers write into the request. With `given`, what it was before, a request in which memory runs out is carried
     /// out once more with what the host keeps in reserve: what has left does not leave again, and its echo follows.
     /// While the reserve cannot be had back, requests are refused before anything of them is sent.
-    bool DeliverRequest(Device& device, CAttributeMap* request, CAttributeMap const* given = nullptr);
+    bool DeliverRequest(Device& device, CAttributeMap* request, CAttributeMap const* given = nullptr,
+                        RequestOrigin who = CurrentOrigin());
 
 protected:
     explicit HostRequests(HostState& state) : m_state(state) {}
@@ -41,6 +51,7 @@ private:
     /// False when there is no memory in reserve any more.
     bool HasReserve();
     void CarryOut(Device& device, CAttributeMap* request, CAttributeMap const* given);
+    bool IsRefused(Device& device, CAttributeMap const& asked, RequestOrigin who);
 
     HostState& m_state;
 };

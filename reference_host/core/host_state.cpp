@@ -15,6 +15,12 @@ HostObserver* CurrentObserver()
     return state != nullptr ? state->observer.load(std::memory_order_acquire) : nullptr;
 }
 
+RequestObserver* CurrentRequestObserver()
+{
+    auto* const state = CurrentState();
+    return state != nullptr ? state->requestObserver.load(std::memory_order_acquire) : nullptr;
+}
+
 HostThread* ThreadToTellOn()
 {
     auto* const state = CurrentState();

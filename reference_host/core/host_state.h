@@ -150,6 +150,8 @@ struct HostState
     std::atomic<Clock const*> clock{nullptr};
     std::atomic<SonarTraffic*> traffic{nullptr};
     std::atomic<HostObserver*> observer{nullptr};
+    std::atomic<RequestObserver*> requestObserver{nullptr};
+    std::atomic<RequestGuard*> requestGuard{nullptr};
     std::atomic<RequestFailures> failures{RequestFailures::Contain};
 
     std::shared_ptr<NotificationBus> const activeVesselBus = std::make_shared<NotificationBus>();

@@ -1,6 +1,7 @@
 // The threads of the reference host: where tasks run, and where the window is told.
 #include "reference_host/core/host_threads.h"
 
+#include "reference_host/common/request_origin.h"
 #include "reference_host/core/host_state.h"
 
 #include <future>
@@ -76,10 +77,12 @@ bool HostThreads::Stop(std::chrono::milliseconds limit)
 void HostThreads::SetWindowThread(std::function<void()> wake)
 {
     m_state.window->Attach(std::move(wake));
+    SetThreadOrigin(RequestOrigin::View);
 }
 
 void HostThreads::EndWindowThread()
 {
+    SetThreadOrigin(RequestOrigin::Program);
     m_state.window->Detach();
 }
 

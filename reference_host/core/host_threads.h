@@ -43,7 +43,7 @@ public:
     // The window thread. Subscriptions that are made on it are told on it: in a threaded host always by way of a queue
     // that holds at most one notification of each, the latest; in an inline host at once, unless another thread raised
     // the notification.
-    /// Makes the calling thread the window thread. `wake` is called, on any thread and with no lock held, when
+    /// Makes the calling thread the window thread; what it asks for comes from the view (CurrentOrigin). `wake` is called, on any thread and with no lock held, when
     /// something waits for DeliverToWindow; it must not fail, and may still be called a moment after EndWindowThread.
     /// Empty: the window thread looks by itself.
     void SetWindowThread(std::function<void()> wake);

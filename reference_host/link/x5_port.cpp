@@ -8,7 +8,7 @@
 #include "reference_host/attributes/tree_account.h"
 #include "reference_host/attributes/tree_bytes.h"
 #include "reference_host/common/log.h"
-#include "reference_host/common/request_sends.h"
+#include "reference_host/common/request_observer.h"
 #include "reference_host/core/host.h"
 
 #include <tvcoreR/Utf8.h>
@@ -179,10 +179,14 @@ bool X5Port::SendRemoteControlCommandWithPassThrough(std::uint32_t recordId, voi
     try {
         auto const command = protocol::EncodePassThrough(
             {{static_cast<std::int32_t>(deviceId), static_cast<std::int32_t>(enumerator)}, recordId, bytes});
-        return RequestSends::Once({.kind = SendMark::Kind::RemoteControl, .record = recordId, .size = size}, [&] {
-            return SendRemoteControlRecord(GetLink(), protocol::records::PassThroughCommand.Id(), command,
-                                           protocol::SonarProcessor.deviceId, protocol::SonarProcessor.enumerator);
-        });
+        constexpr auto envelope = protocol::records::PassThroughCommand.Id();
+        constexpr auto target = protocol::SonarProcessor;
+        bool const taken =
+            RequestSends::Once({.kind = SendMark::Kind::RemoteControl, .record = recordId, .size = size}, [&] {
+                return SendRemoteControlRecord(GetLink(), envelope, command, target.deviceId, target.enumerator);
+            });
+        return TellSend({SendMark::Kind::RemoteControl, envelope, command.size(), target.deviceId, target.enumerator},
+                        command, taken);
     } catch (std::length_error const&) {
         return false;
     }

@@ -26,7 +26,13 @@ namespace {
 
 // The file's header bears both: "QX5P", and the version of the tables below.
 constexpr std::int64_t ApplicationId = 0x51583550;
-constexpr std::int64_t FormatVersion = 3;
+constexpr std::int64_t FormatVersion = 4;
+
+// Rows of the log are sealed as they are written, and a damaged one is no damage of the project.
+constexpr char const* CreateActions =
+    R"(CREATE TABLE action(number INTEGER PRIMARY KEY, time REAL NOT NULL, who TEXT NOT NULL, sonar TEXT NOT NULL,
+                           sonar_name TEXT NOT NULL, key TEXT NOT NULL, before TEXT NOT NULL, asked TEXT NOT NULL,
+                           result TEXT NOT NULL, checksum INTEGER))";
 
 // Each row bears the checksum of the columns before it, null while a transaction has not sealed it yet.
 // clang-format off
@@ -47,8 +53,10 @@ constexpr char const* Tables[] = {
     R"(CREATE TABLE view(name TEXT PRIMARY KEY, shown BLOB NOT NULL, checksum INTEGER))",
     R"(CREATE TABLE setting(name TEXT PRIMARY KEY, value INTEGER NOT NULL, checksum INTEGER))",
     R"(CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL, checksum INTEGER))",
+    R"(CREATE TABLE preset(name TEXT PRIMARY KEY, document TEXT NOT NULL, checksum INTEGER))",
+    CreateActions,
 };
-/// What turns format 1 into 2, and 2 into 3.
+/// What turns format 1 into 2, and so on.
 constexpr char const* ToSecondFormat[] = {
     "CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL)",
 };
@@ -66,6 +74,10 @@ constexpr char const* ToThirdFormat[] = {
     "ALTER TABLE view ADD COLUMN checksum INTEGER",
     "ALTER TABLE setting ADD COLUMN checksum INTEGER",
     "ALTER TABLE window ADD COLUMN checksum INTEGER",
+};
+constexpr char const* ToFourthFormat[] = {
+    "CREATE TABLE preset(name TEXT PRIMARY KEY, document TEXT NOT NULL, checksum INTEGER)",
+    CreateActions,
 };
 // clang-format on
 
@@ -86,12 +98,16 @@ SealedTable const SealedTables[] = {
     {"view", "name, shown"},
     {"setting", "name, value"},
     {"window", "name, state"},
+    {"preset", "name, document"},
 };
 
 // Names in the table "setting".
 constexpr wchar_t const* ActiveVesselSetting = L"active vessel";
 constexpr wchar_t const* ToldKeysSetting = L"told keys";
 constexpr wchar_t const* ToldBytesSetting = L"told bytes";
+constexpr wchar_t const* TransmitLockSetting = L"transmit lock";
+/// The number of the last row of the log; Save leaves it.
+constexpr wchar_t const* LastActionSetting = L"last action";
 
 [[noreturn]] void RefuseStore(std::string const& line)
 {
@@ -114,6 +130,11 @@ public:
     Statement& Bind(CString const& text)
     {
         BindText(tvcore::ToUtf8(text));
+        return *this;
+    }
+    Statement& Bind(std::string const& text)
+    {
+        BindText(text);
         return *this;
     }
     Statement& Bind(CDataId const& id) { return Bind(id.GetKey()); }
@@ -186,11 +207,18 @@ public:
             m_file.MakeTables([this] { RunAll(Tables); });
         } else if (m_file.IsOlder()) {
             m_file.BringUpToDate([this] {
-                if (m_file.Number("PRAGMA user_version") < 2) {
+                auto const version = m_file.Number("PRAGMA user_version");
+                if (version < 2) {
                     RunAll(ToSecondFormat);
                 }
-                RunAll(ToThirdFormat);
-                Seal();
+                if (version < 3) {
+                    RunAll(ToThirdFormat);
+                }
+                RunAll(ToFourthFormat);
+                // A row that a file with checksums has not sealed is damage.
+                if (version < 3) {
+                    Seal();
+                }
             });
         }
         RequireSeals();
@@ -198,6 +226,7 @@ public:
 
     Statement Sql(char const* sql) { return Statement(m_file, sql); }
     void Run(char const* sql) { m_file.Run(sql); }
+    std::int64_t Number(char const* sql) { return m_file.Number(sql); }
     int Changes() const { return m_file.Changes(); }
 
     template <typename Action>
@@ -279,8 +308,9 @@ bool operator==(StoredProject const& a, StoredProject const& b)
     auto const views = [](auto const& one, auto const& other) {
         return one.first == other.first && TreesEqual(one.second, other.second);
     };
-    return a.activeVessel == b.activeVessel && a.toldLimits == b.toldLimits && a.windows == b.windows &&
-           std::ranges::equal(a.ports, b.ports, ports) && std::ranges::equal(a.devices, b.devices, devices) &&
+    return a.activeVessel == b.activeVessel && a.toldLimits == b.toldLimits && a.transmitLocked == b.transmitLocked &&
+           a.windows == b.windows && std::ranges::equal(a.ports, b.ports, ports) &&
+           std::ranges::equal(a.devices, b.devices, devices) &&
            std::ranges::equal(a.computations, b.computations, computations) &&
            std::ranges::equal(a.vessels, b.vessels, vessels) && std::ranges::equal(a.views, b.views, views);
 }
@@ -355,6 +385,8 @@ StoredProject ProjectStore::Load()
             project.toldLimits.keys = row.Small<std::uint32_t>(1);
         } else if (name == ToldBytesSetting) {
             project.toldLimits.bytes = row.Small<std::uint32_t>(1);
+        } else if (name == TransmitLockSetting) {
+            project.transmitLocked = row.Integer(1) != 0;
         }
     }
     for (auto row = m_impl->Sql("SELECT name, shown FROM view"); row.Step();) {
@@ -372,8 +404,8 @@ void ProjectStore::Save(StoredProject const& project)
     m_impl->InTransaction([&] {
         for (auto const* const table :
              {"DELETE FROM port", "DELETE FROM device", "DELETE FROM computation", "DELETE FROM computation_device",
-              "DELETE FROM vessel", "DELETE FROM vessel_item", "DELETE FROM view", "DELETE FROM setting",
-              "DELETE FROM window"}) {
+              "DELETE FROM vessel", "DELETE FROM vessel_item", "DELETE FROM view",
+              "DELETE FROM setting WHERE name<>'last action'", "DELETE FROM window"}) {
             m_impl->Run(table);
         }
         for (auto const& port : project.ports) {
@@ -432,7 +464,8 @@ void ProjectStore::Save(StoredProject const& project)
         }
         for (auto const& [name, value] : {std::pair{ActiveVesselSetting, std::int64_t{project.activeVessel}},
                                           std::pair{ToldKeysSetting, std::int64_t{project.toldLimits.keys}},
-                                          std::pair{ToldBytesSetting, std::int64_t{project.toldLimits.bytes}}}) {
+                                          std::pair{ToldBytesSetting, std::int64_t{project.toldLimits.bytes}},
+                                          std::pair{TransmitLockSetting, std::int64_t{project.transmitLocked}}}) {
             m_impl->Sql("INSERT INTO setting(name, value) VALUES(?, ?)").Bind(CString(name)).Bind(value).Step();
         }
         for (auto const& [name, shown] : project.views) {
@@ -471,6 +504,32 @@ void ProjectStore::SaveWindow(CString const& name, std::vector<unsigned char> co
         [&] { m_impl->Sql("INSERT OR REPLACE INTO window(name, state) VALUES(?, ?)").Bind(name).Bind(state).Step(); });
 }
 
+std::map<CString, std::string> ProjectStore::Presets()
+{
+    std::map<CString, std::string> presets;
+    for (auto row = m_impl->Sql("SELECT name, document FROM preset"); row.Step();) {
+        presets[row.Text(0)] = row.Bytes(1);
+    }
+    return presets;
+}
+
+void ProjectStore::SavePreset(CString const& name, std::string const& document)
+{
+    m_impl->InTransaction([&] {
+        m_impl->Sql("INSERT OR REPLACE INTO preset(name, document) VALUES(?, ?)").Bind(name).Bind(document).Step();
+    });
+}
+
+bool ProjectStore::RemovePreset(CString const& name)
+{
+    bool found = false;
+    m_impl->InTransaction([&] {
+        m_impl->Sql("DELETE FROM preset WHERE name=?").Bind(name).Step();
+        found = m_impl->Changes() > 0;
+    });
+    return found;
+}
+
 bool ProjectStore::RemoveDevice(CDataId const& dataId)
 {
     bool found = false;
@@ -479,6 +538,71 @@ bool ProjectStore::RemoveDevice(CDataId const& dataId)
         found = m_impl->Changes() > 0;
     });
     return found;
+}
+
+void ProjectStore::AppendActions(std::span<StoredAction const> actions, std::int64_t greatest)
+{
+    if (actions.empty()) {
+        return;
+    }
+    m_impl->InTransaction([&] {
+        // Where the log itself was cut, numbers go on behind those that are gone.
+        auto last = m_impl->Number("SELECT max(coalesce((SELECT max(number) FROM action), 0), "
+                                   "coalesce((SELECT value FROM setting WHERE name='last action'), 0))");
+        auto insert =
+            m_impl->Sql("INSERT INTO action(number, time, who, sonar, sonar_name, key, before, asked, result, "
+                        "checksum) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, "
+                        "checksum(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9))");
+        for (auto const& action : actions) {
+            insert.Bind(++last);
+            insert.BindDouble(action.time);
+            insert.BindText(action.who);
+            insert.Bind(action.sonar);
+            insert.BindText(action.sonarName);
+            insert.BindText(action.key);
+            insert.BindText(action.before);
+            insert.BindText(action.asked);
+            insert.BindText(action.result);
+            insert.Step();
+            insert.Reset();
+        }
+        m_impl->Sql("DELETE FROM action WHERE number<=?").Bind(last - greatest).Step();
+        m_impl->Sql("INSERT OR REPLACE INTO setting(name, value) VALUES(?, ?)")
+            .Bind(CString(LastActionSetting))
+            .Bind(last)
+            .Step();
+    });
+}
+
+LogDamage ProjectStore::ReadActions(std::filesystem::path const& file,
+                                    std::function<void(StoredAction const&)> const& visit)
+{
+    SqliteFile project(file, Format, SqliteFile::Missing::Refuse, SqliteFile::Check::Header);
+    LogDamage damage;
+    if (project.IsNew() || project.IsOlder()) {
+        return damage;
+    }
+    project.AddChecksumFunction();
+    auto const last = project.Number("SELECT value FROM setting WHERE name='last action'");
+    std::int64_t seen = 0;
+    if (project.Number("SELECT count(*) FROM sqlite_schema WHERE name='action'") != 0) {
+        Statement row(project, "SELECT number, time, who, sonar, sonar_name, key, before, asked, result, checksum IS "
+                               "checksum(number, time, who, sonar, sonar_name, key, before, asked, result) FROM action "
+                               "ORDER BY number");
+        while (row.Step()) {
+            auto const number = row.Integer(0);
+            damage.missing += seen != 0 ? static_cast<std::size_t>(number - seen - 1) : 0;
+            seen = number;
+            if (row.Integer(9) == 0) {
+                ++damage.changed;
+                continue;
+            }
+            visit({row.Real(1), row.Bytes(2), row.Id(3), row.Bytes(4), row.Bytes(5), row.Bytes(6), row.Bytes(7),
+                   row.Bytes(8)});
+        }
+    }
+    damage.missing += last > seen ? static_cast<std::size_t>(last - seen) : 0;
+    return damage;
 }
 
 } // namespace vordal

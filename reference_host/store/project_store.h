@@ -11,11 +11,15 @@
 #include <VordalBaseR/CString.h>
 #include <VordalBaseR/Export.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
+#include <span>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace vordal {
@@ -56,6 +60,8 @@ struct StoredProject
     unsigned short activeVessel = 0; ///< 0: none
     /// What the sonar of each device may fill of its tree.
     TreeLimits toldLimits;
+    /// What can do harm at a real sonar is refused.
+    bool transmitLocked = false;
     /// What each view showed, by the view's name.
     std::map<CString, CAttributeMap> views;
     /// How each window stood, by the window's name, in bytes that only the window understands.
@@ -63,6 +69,30 @@ struct StoredProject
 
     /// The same in all that is saved.
     VORDAL_API friend bool operator==(StoredProject const& a, StoredProject const& b);
+};
+
+/// One key that somebody asked a sonar for, as the log of actions keeps it. Texts are UTF-8.
+struct StoredAction
+{
+    double time = 0.0; ///< seconds since 1970-01-01 UTC
+    std::string who;
+    CDataId sonar;
+    std::string sonarName; ///< what the operator calls it
+    std::string key;
+    std::string before; ///< the value that was there, as JSON
+    std::string asked;  ///< the value asked for, as JSON
+    std::string result;
+
+    bool operator==(StoredAction const&) const = default;
+};
+
+/// What of a log is not as it was written.
+struct LogDamage
+{
+    std::size_t changed = 0; ///< rows that are not as they were saved; they are left out
+    std::size_t missing = 0; ///< rows that are not there any more, those aside that gave way to newer ones
+
+    bool operator==(LogDamage const&) const = default;
 };
 
 /// A project file, open. Each save is one transaction: it is on the disk when the call returns, and a process that is
@@ -89,7 +119,7 @@ public:
 
     StoredProject Load();
 
-    /// Replaces all that the file holds.
+    /// Replaces all that the file holds but the presets.
     void Save(StoredProject const& project);
     /// Replaces the device of that id, in its place, or appends it.
     void SaveDevice(StoredDevice const& device);
@@ -97,8 +127,24 @@ public:
     bool SaveAttributes(CDataId const& dataId, CAttributeMap const& attributes);
     void SaveView(CString const& name, CAttributeMap const& shown);
     void SaveWindow(CString const& name, std::vector<unsigned char> const& state);
+    /// The documents of the presets by their names. A document is kept as it is given; whoever reads it checks it.
+    std::map<CString, std::string> Presets();
+    /// Replaces the preset of that name, or adds it.
+    void SavePreset(CString const& name, std::string const& document);
+    /// False when there is no such preset.
+    bool RemovePreset(CString const& name);
     /// False when there is no such device.
     bool RemoveDevice(CDataId const& dataId);
+
+    /// Rows that the log of actions keeps.
+    static constexpr std::int64_t GreatestActions = 100'000;
+    /// Adds to the log, which Save and Load have nothing to do with; beyond `greatest` rows the oldest give way.
+    void AppendActions(std::span<StoredAction const> actions, std::int64_t greatest = GreatestActions);
+    /// Calls `visit` for each row of a project's log, the oldest first. Reads alone, also while another program has the
+    /// project open; a log that is damaged does not keep a project from being opened, nor its good rows from being
+    /// read. An exception of `visit` passes through.
+    static LogDamage ReadActions(std::filesystem::path const& file,
+                                 std::function<void(StoredAction const&)> const& visit);
 
 private:
     class Impl;

@@ -13,6 +13,10 @@
 #include <QString>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <limits>
 #include <unordered_map>
 #include <utility>
 
@@ -21,10 +25,45 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-/// A value of any length as a text that a row can hold.
-QString ShortValue(CVordalType const& value, qsizetype greatest)
+/// A number as a row shows it: what was a 32-bit float on the wire by its own digits, "9.9" and not
+/// "9.899999618530273", others with twelve.
+std::string RowNumber(double value)
 {
-    QString text = QString::fromStdString(value.ToText());
+    std::array<char, 64> text{};
+    bool const mayBeNarrow = std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max());
+    float const narrow = mayBeNarrow ? static_cast<float>(value) : 0.0F;
+    auto const end =
+        static_cast<double>(narrow) == value
+            ? std::to_chars(text.data(), text.data() + text.size(), narrow).ptr
+            : std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::general, 12).ptr;
+    return std::string(text.data(), end);
+}
+
+std::string RowText(CVordalType const& value)
+{
+    double number = 0.0;
+    double second = 0.0;
+    std::vector<double> list;
+    if (value.Get(number)) {
+        return RowNumber(number);
+    }
+    if (value.Get(number, second)) {
+        return RowNumber(number) + ", " + RowNumber(second);
+    }
+    if (value.Get(list)) {
+        std::string text = "[";
+        for (double const each : list) {
+            text += (text.size() > 1 ? ", " : "") + RowNumber(each);
+        }
+        return text + "]";
+    }
+    return value.ToText();
+}
+
+/// A text of any length as one that a row can hold.
+QString Shortened(std::string const& whole, qsizetype greatest)
+{
+    QString text = QString::fromStdString(whole);
     if (text.size() > greatest) {
         text.truncate(greatest);
         text += QChar(0x2026);
@@ -332,13 +371,13 @@ QVariant AttributeTreeModel::data(QModelIndex const& index, int role) const
             return QString::fromLatin1(value.IsEmpty() ? std::string_view()
                                                        : qx5::protocol::NameOf(qx5::KindOf(value.Kind())));
         case Value:
-            return value.IsEmpty() ? QString() : ShortValue(value, rowText);
+            return value.IsEmpty() ? QString() : Shortened(RowText(value), rowText);
         default:
             return {};
         }
     }
     if (role == Qt::ToolTipRole && index.column() == Value && !value.IsEmpty()) {
-        QString tip = ShortValue(value, tipText);
+        QString tip = Shortened(value.ToText(), tipText);
         if (auto const flags = node->content.GetFlags(); flags != 0) {
             tip += QStringLiteral("\nflags %1").arg(flags);
         }

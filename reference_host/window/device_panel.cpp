@@ -8,6 +8,7 @@
 #include <QEvent>
 #include <QHeaderView>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QPixmap>
@@ -15,6 +16,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace vordal {
@@ -24,6 +26,8 @@ namespace {
 constexpr int VesselRole = Qt::UserRole;
 /// The place of a device in the list of rows.
 constexpr int RowRole = Qt::UserRole + 1;
+/// A sonar that was chosen is shown by then, or the selection goes back.
+constexpr std::chrono::seconds patience{1};
 
 Signal SignalOf(LinkState state)
 {
@@ -63,8 +67,18 @@ QIcon MarkOf(QPalette const& palette, LinkState state, qreal ratio)
     }
     painter.end();
     QIcon icon(pixmap);
-    // The same when the row is selected.
-    icon.addPixmap(pixmap, QIcon::Selected);
+    // On a selected row the same on a ground of its own, as its colours are made for that of the list.
+    QPixmap onGround(pixmap.size());
+    onGround.setDevicePixelRatio(ratio);
+    onGround.fill(Qt::transparent);
+    QPainter second(&onGround);
+    second.setRenderHint(QPainter::Antialiasing);
+    second.setPen(Qt::NoPen);
+    second.setBrush(palette.color(QPalette::Active, QPalette::Base));
+    second.drawEllipse(QRectF(0, 0, size, size));
+    second.drawPixmap(0, 0, pixmap);
+    second.end();
+    icon.addPixmap(onGround, QIcon::Selected);
     return icon;
 }
 
@@ -96,7 +110,9 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     m_list->setIndentation(m_list->fontMetrics().averageCharWidth() * 2);
     m_list->header()->setSectionsMovable(false);
     m_list->header()->setStretchLastSection(true);
-    m_list->setToolTip(tr("Return or a click shows the sonar; on a vessel it makes that vessel the active one"));
+    m_list->setToolTip(
+        tr("The selected sonar is the one that is operated; a click on a vessel makes it the active one"));
+    m_list->installEventFilter(this);
     for (ListedVessel const& vessel : m_vessels) {
         auto* const vesselItem = new QTreeWidgetItem(m_list, {vessel.name});
         vesselItem->setData(0, VesselRole, int{vessel.number});
@@ -113,7 +129,7 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     m_explained->setTextFormat(Qt::PlainText);
     m_explained->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     m_explained->setFocusPolicy(Qt::StrongFocus);
-    m_explained->setAccessibleName(tr("The connection of the current device in full"));
+    m_explained->setAccessibleDescription(tr("The connection of the device shown, in full"));
     m_explained->setObjectName(QStringLiteral("deviceExplained"));
     m_explained->setMinimumHeight(m_explained->fontMetrics().lineSpacing() * 4);
     m_explained->setAlignment(Qt::AlignTop | Qt::AlignLeft);
@@ -122,9 +138,12 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     column->addWidget(m_list, 1);
     column->addWidget(m_explained);
 
-    connect(m_list, &QTreeWidget::itemActivated, this, [this](QTreeWidgetItem* item) { Choose(item); });
-    connect(m_list, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* item) { Choose(item); });
+    connect(m_list, &QTreeWidget::itemActivated, this, [this](QTreeWidgetItem const* item) { Choose(*item); });
+    connect(m_list, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem const* item) { Choose(*item); });
     connect(m_list, &QTreeWidget::currentItemChanged, this, &DevicePanel::Explain);
+    m_notFollowed.setSingleShot(true);
+    m_notFollowed.setInterval(patience);
+    connect(&m_notFollowed, &QTimer::timeout, this, &DevicePanel::SelectShown);
     Paint();
     m_list->resizeColumnToContents(0);
     // A name that becomes the active vessel's or the shown sonar's is set in bold.
@@ -151,10 +170,18 @@ void DevicePanel::SetStatus(CDataId const& device, LinkStatus const& status)
 void DevicePanel::MarkShown(CDataId const& device)
 {
     m_shown = device;
-    if (auto* const item = ItemOf(device); item != nullptr && !m_list->hasFocus()) {
-        m_list->setCurrentItem(item);
-    }
+    SelectShown();
     Paint();
+}
+
+void DevicePanel::SelectShown()
+{
+    m_notFollowed.stop();
+    if (auto* const item = ItemOf(m_shown); item != nullptr) {
+        m_list->setCurrentItem(item);
+    } else {
+        m_list->setCurrentItem(nullptr);
+    }
 }
 
 void DevicePanel::MarkActiveVessel(unsigned short number)
@@ -169,16 +196,54 @@ LinkState DevicePanel::StateOf(CDataId const& device) const
     return found != m_rows.end() ? found->status.state : LinkState::Closed;
 }
 
-void DevicePanel::Choose(QTreeWidgetItem const* item)
+void DevicePanel::Choose(QTreeWidgetItem const& item)
 {
-    if (int const vessel = item->data(0, VesselRole).toInt(); vessel != 0) {
+    if (int const vessel = item.data(0, VesselRole).toInt(); vessel != 0) {
+        SelectShown();
         Q_EMIT VesselChosen(static_cast<unsigned short>(vessel));
         return;
     }
-    auto const row = static_cast<std::size_t>(item->data(0, RowRole).toInt());
+    auto const row = static_cast<std::size_t>(item.data(0, RowRole).toInt());
     if (row < m_rows.size()) {
+        m_list->setCurrentItem(m_rows[row].item);
+        if (!(m_rows[row].id == m_shown)) {
+            m_notFollowed.start();
+        }
         Q_EMIT SonarChosen(m_rows[row].id);
     }
+}
+
+bool DevicePanel::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched != m_list || event->type() != QEvent::KeyPress || m_rows.empty()) {
+        return QWidget::eventFilter(watched, event);
+    }
+    auto const current =
+        std::find_if(m_rows.begin(), m_rows.end(), [&](Row const& row) { return row.item == m_list->currentItem(); });
+    auto const last = m_rows.end() - 1;
+    auto wanted = current;
+    switch (static_cast<QKeyEvent const*>(event)->key()) {
+    case Qt::Key_Up:
+        wanted = current == m_rows.end() || current == m_rows.begin() ? m_rows.begin() : current - 1;
+        break;
+    case Qt::Key_Down:
+        wanted = current == m_rows.end() ? m_rows.begin() : std::min(current + 1, last);
+        break;
+    case Qt::Key_Home:
+    case Qt::Key_PageUp:
+        wanted = m_rows.begin();
+        break;
+    case Qt::Key_End:
+    case Qt::Key_PageDown:
+        wanted = last;
+        break;
+    default:
+        return QWidget::eventFilter(watched, event);
+    }
+    if (wanted != current) {
+        Choose(*wanted->item);
+    }
+    return true;
 }
 
 void DevicePanel::Paint()

@@ -6,6 +6,7 @@
 #include <VordalBaseR/CDataId.h>
 
 #include <QString>
+#include <QTimer>
 #include <QWidget>
 
 #include <vector>
@@ -34,7 +35,8 @@ struct ListedVessel
 /// One line on how a connection stands: "connected", "waiting, tries again in 2.0 s".
 QString StatusText(LinkStatus const& status);
 
-/// A list with a line for each vessel and each device; below it, in full, what there is to say of the current one.
+/// A list with a line for each vessel and each device; below it, in full, what there is to say of the selected one,
+/// which is the one that is operated.
 /// Window thread.
 class DevicePanel final : public QWidget
 {
@@ -59,10 +61,14 @@ Q_SIGNALS:
 
 protected:
     void changeEvent(QEvent* event) override;
+    /// Keys go from sonar to sonar, whatever vessels lie between, and choose it.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     QTreeWidgetItem* ItemOf(CDataId const& device) const;
-    void Choose(QTreeWidgetItem const* item);
+    void Choose(QTreeWidgetItem const& item);
+    /// The selection is on the sonar that is shown, and nowhere else.
+    void SelectShown();
     void Paint();
     void Explain();
 
@@ -79,6 +85,7 @@ private:
         LinkStatus status;
     };
     std::vector<Row> m_rows;
+    QTimer m_notFollowed;
 };
 
 } // namespace vordal

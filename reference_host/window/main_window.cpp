@@ -29,6 +29,8 @@ namespace {
 constexpr std::chrono::milliseconds LookInterval{50};
 /// The tree is asked for at every so many looks.
 constexpr int LooksForEachTree = 4;
+/// What a view is to have at least, in pixels that do not depend on the display's scale.
+constexpr QSize LeastView{340, 440};
 /// Of what SaveMemory writes.
 constexpr qint32 MemoryFormat = 1;
 
@@ -49,7 +51,7 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     titleFont.setBold(true);
     m_title->setFont(titleFont);
     m_title->setTextFormat(Qt::PlainText);
-    m_title->setAccessibleName(tr("Title of the view"));
+    m_title->setAccessibleDescription(tr("Title of the view"));
     m_title->setObjectName(QStringLiteral("viewTitle"));
     m_noView->setText(tr("No view is open."));
     m_noView->setAlignment(Qt::AlignCenter);
@@ -60,14 +62,13 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
     setCorner(Qt::BottomLeftCorner, Qt::BottomDockWidgetArea);
     setCorner(Qt::BottomRightCorner, Qt::BottomDockWidgetArea);
-    auto* const devices = AddDock(m_devices, tr("Devices"), QStringLiteral("deviceDock"), Qt::LeftDockWidgetArea);
+    m_deviceDock = AddDock(m_devices, tr("Devices"), QStringLiteral("deviceDock"), Qt::LeftDockWidgetArea);
     m_attributeDock = AddDock(m_attributes, tr("Attributes"), QStringLiteral("attributeDock"), Qt::RightDockWidgetArea);
-    auto* const records =
-        AddDock(m_records, tr("Record monitor"), QStringLiteral("recordDock"), Qt::BottomDockWidgetArea);
-    MakeMenus({devices, m_attributeDock, records});
+    m_recordDock = AddDock(m_records, tr("Record monitor"), QStringLiteral("recordDock"), Qt::BottomDockWidgetArea);
+    MakeMenus({m_deviceDock, m_attributeDock, m_recordDock});
 
     m_line->setTextFormat(Qt::PlainText);
-    m_line->setAccessibleName(tr("Last message"));
+    m_line->setAccessibleDescription(tr("Last message"));
     m_line->setObjectName(QStringLiteral("lastMessage"));
     statusBar()->addWidget(m_line, 1);
 
@@ -92,8 +93,8 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     auto const character = fontMetrics().averageCharWidth();
     auto const line = fontMetrics().lineSpacing();
     resize(character * 215, line * 60);
-    resizeDocks({devices, m_attributeDock}, {character * 38, character * 62}, Qt::Horizontal);
-    resizeDocks({records}, {line * 17}, Qt::Vertical);
+    resizeDocks({m_deviceDock, m_attributeDock}, {character * 38, character * 62}, Qt::Horizontal);
+    resizeDocks({m_recordDock}, {line * 17}, Qt::Vertical);
     m_timer->start(LookInterval);
 }
 
@@ -123,7 +124,8 @@ void MainWindow::MakeMenus(std::vector<QDockWidget*> const& docks)
     connect(quit, &QAction::triggered, this, &QWidget::close);
 
     auto* const view = menuBar()->addMenu(tr("&View"));
-    char const* const shortcuts[]{"Ctrl+D", "Ctrl+A", "Ctrl+R"};
+    // None that a field or a list has a meaning of its own for.
+    char const* const shortcuts[]{"Ctrl+Shift+D", "Ctrl+Shift+A", "Ctrl+Shift+M"};
     for (std::size_t i = 0; i < docks.size(); ++i) {
         auto* const toggle = docks[i]->toggleViewAction();
         toggle->setShortcut(QKeySequence(QString::fromLatin1(shortcuts[i % std::size(shortcuts)])));
@@ -165,7 +167,7 @@ void MainWindow::SetView(QWidget* view)
 void MainWindow::SetViewTitle(QString const& title)
 {
     m_title->setText(title);
-    m_title->setVisible(!title.isEmpty());
+    m_title->setVisible(!title.isEmpty() && m_hasTitleLine);
     setWindowTitle(title.isEmpty() ? tr("Sonar operation") : tr("%1 \u2013 Sonar operation").arg(title));
 }
 
@@ -181,6 +183,42 @@ void MainWindow::SetShownDevice(CDataId const& device)
     m_treeAsked = false;
     m_looks = 0;
     FetchTree();
+}
+
+void MainWindow::FitInto(QSize const& room)
+{
+    auto const needed = [this] {
+        auto const margins = m_middle->contentsMargins();
+        QSize around(margins.left() + margins.right(), margins.top() + margins.bottom());
+        if (m_hasTitleLine) {
+            around.rheight() += m_title->sizeHint().height() + m_middle->spacing();
+        }
+        centralWidget()->setMinimumSize(LeastView + around);
+        layout()->activate();
+        return minimumSizeHint();
+    };
+    for (auto* const dock : {m_attributeDock, m_deviceDock}) {
+        if (needed().width() > room.width()) {
+            dock->hide();
+        }
+    }
+    if (needed().height() > room.height()) {
+        m_recordDock->hide();
+    }
+    if (needed().height() > room.height()) {
+        // The window's own title tells the same.
+        m_hasTitleLine = false;
+        m_title->hide();
+        auto margins = m_middle->contentsMargins();
+        margins.setTop(2);
+        margins.setBottom(2);
+        m_middle->setContentsMargins(margins);
+    }
+    if (needed().width() > room.width() || needed().height() > room.height()) {
+        // Then the view scrolls.
+        centralWidget()->setMinimumSize(0, 0);
+    }
+    resize(size().boundedTo(room));
 }
 
 void MainWindow::SetLightMode(int mode)

@@ -59,6 +59,10 @@ public:
     void SetShownDevice(CDataId const& device);
     CDataId const& ShownDevice() const { return m_shownDevice; }
 
+    /// Makes the window no larger than that. Where the view would not be whole any more, docks are closed: attributes
+    /// first, then devices; the record monitor where there is not the height, and then the line with the view's title.
+    void FitInto(QSize const& room);
+
     void SetLightMode(int mode);
     int LightMode() const { return m_lightMode; }
     /// A line for the operator, in the status bar until the next one.
@@ -97,8 +101,11 @@ private:
     DevicePanel* m_devices;
     AttributeBrowser* m_attributes;
     RecordMonitor* m_records;
+    QDockWidget* m_deviceDock = nullptr;
     QDockWidget* m_attributeDock = nullptr;
+    QDockWidget* m_recordDock = nullptr;
     QLabel* m_title;
+    bool m_hasTitleLine = true;
     QLabel* m_noView;
     QVBoxLayout* m_middle;
     QWidget* m_view = nullptr;

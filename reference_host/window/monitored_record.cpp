@@ -164,18 +164,19 @@ std::string MonitoredRecord::Summarise() const
     return line;
 }
 
+std::string MonitoredRecord::Text() const
+{
+    if (auto const view = IsWhole() ? protocol::ParseFrame(m_frame.bytes) : std::nullopt) {
+        return protocol::PrintFrame(*view);
+    }
+    return IsWhole() ? "no good frame\n"
+                     : "a record of " + std::to_string(m_frame.totalBytes) + " bytes, of which " +
+                           std::to_string(m_frame.bytes.size()) + " were kept\n";
+}
+
 std::string MonitoredRecord::Details() const
 {
-    std::string text;
-    if (auto const view = IsWhole() ? protocol::ParseFrame(m_frame.bytes) : std::nullopt) {
-        text = protocol::PrintFrame(*view);
-    } else if (IsWhole()) {
-        text = "no good frame\n";
-    } else {
-        text = "a record of " + std::to_string(m_frame.totalBytes) + " bytes, of which " +
-               std::to_string(m_frame.bytes.size()) + " were kept\n";
-    }
-    return text + "\n" + protocol::HexDump(m_frame.bytes, "");
+    return Text() + "\n" + protocol::HexDump(m_frame.bytes, "");
 }
 
 std::string MonitoredRecord::SavedText() const

@@ -37,7 +37,9 @@ public:
     /// The fields in one line of at most some 200 characters: "x5BeamSteer = (10, -10) deg, ...". Worked out when it is
     /// asked for first.
     std::string const& Summary() const;
-    /// All fields line by line, then the bytes.
+    /// All fields line by line.
+    std::string Text() const;
+    /// The same, then the bytes.
     std::string Details() const;
     /// Comment lines on the record, then its bytes in hexadecimal, as `qx5 decode` reads them. A record whose bytes are
     /// not all here is a comment alone.

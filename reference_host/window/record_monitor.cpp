@@ -17,6 +17,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include <cmath>
 #include <utility>
 
 namespace vordal {
@@ -47,7 +48,7 @@ RecordMonitor::RecordMonitor(std::shared_ptr<RecordQueue> queue, QWidget* parent
       m_filter(new QLineEdit(this)), m_way(new QComboBox(this)),
       m_pause(MakeButton(tr("&Pause"), tr("Pause the record monitor"), this)), m_count(new QLabel(this))
 {
-    m_filter->setPlaceholderText(tr("Filter: number, name, field or value"));
+    m_filter->setPlaceholderText(tr("Filter: sonar, number, name, field or value; -word leaves out"));
     m_filter->setAccessibleName(tr("Filter of the record monitor"));
     m_filter->setClearButtonEnabled(true);
     m_filter->setObjectName(QStringLiteral("recordFilter"));
@@ -62,7 +63,7 @@ RecordMonitor::RecordMonitor(std::shared_ptr<RecordQueue> queue, QWidget* parent
     m_table->setObjectName(QStringLiteral("records"));
     m_table->setAccessibleName(tr("Records"));
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_table->setAlternatingRowColors(true);
     m_table->setShowGrid(false);
     m_table->setWordWrap(false);
@@ -77,6 +78,7 @@ RecordMonitor::RecordMonitor(std::shared_ptr<RecordQueue> queue, QWidget* parent
     header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     header->resizeSection(RecordMonitorModel::Time, WidthFor(*m_table, QStringLiteral("00:00:00.000")));
     header->resizeSection(RecordMonitorModel::Direction, WidthFor(*m_table, tr("Way ")));
+    header->resizeSection(RecordMonitorModel::Sonar, WidthFor(*m_table, QString(12, QLatin1Char('n'))));
     header->resizeSection(RecordMonitorModel::Number, WidthFor(*m_table, tr("Number ")));
     header->resizeSection(RecordMonitorModel::Name, WidthFor(*m_table, QString(22, QLatin1Char('n'))));
 
@@ -191,6 +193,9 @@ void RecordMonitor::CountAgain()
     auto const kept = static_cast<qulonglong>(m_model->KeptCount());
     auto const shown = static_cast<qulonglong>(m_model->rowCount());
     QString text = shown == kept ? tr("%1 records").arg(kept) : tr("%1 of %2 records").arg(shown).arg(kept);
+    if (kept > 1) {
+        text += tr(", of %1 s").arg(std::lround(m_model->KeptSeconds()));
+    }
     if (auto const gone = m_model->GoneCount(); gone > 0) {
         text += tr(", %1 older ones gone").arg(static_cast<qulonglong>(gone));
     }
@@ -229,7 +234,7 @@ QByteArray RecordMonitor::SaveState() const
     QByteArray state;
     QDataStream stream(&state, QIODevice::WriteOnly);
     stream << m_splitter->saveState() << m_table->horizontalHeader()->saveState() << m_filter->text()
-           << static_cast<qint32>(m_way->currentIndex());
+           << static_cast<qint32>(m_way->currentIndex()) << static_cast<qint32>(RecordMonitorModel::ColumnCount);
     return state;
 }
 
@@ -245,7 +250,12 @@ void RecordMonitor::RestoreState(QByteArray const& state)
         return;
     }
     m_splitter->restoreState(parts);
-    m_table->horizontalHeader()->restoreState(columns);
+    // Columns of another number are those of another version.
+    qint32 count = 0;
+    stream >> count;
+    if (count == RecordMonitorModel::ColumnCount) {
+        m_table->horizontalHeader()->restoreState(columns);
+    }
     m_filter->setText(filter);
     if (way >= 0 && way < m_way->count()) {
         m_way->setCurrentIndex(way);

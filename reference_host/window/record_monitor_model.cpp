@@ -105,12 +105,21 @@ void RecordMonitorModel::Clear()
 
 void RecordMonitorModel::SetFilter(QString const& text, Way way)
 {
-    auto words = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (words == m_words && way == m_way) {
+    QStringList words;
+    QStringList unwanted;
+    for (auto const& word : text.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        if (!word.startsWith(QLatin1Char('-'))) {
+            words << word;
+        } else if (word.size() > 1) {
+            unwanted << word.mid(1);
+        } // a '-' alone is being typed, and leaves nothing out yet
+    }
+    if (words == m_words && unwanted == m_unwanted && way == m_way) {
         return;
     }
     beginResetModel();
     m_words = std::move(words);
+    m_unwanted = std::move(unwanted);
     m_way = way;
     m_shown.clear();
     for (std::size_t i = 0; i < m_records.size(); ++i) {
@@ -126,21 +135,28 @@ bool RecordMonitorModel::Passes(MonitoredRecord const& record) const
     if (m_way != Way::Both && (m_way == Way::Out) != record.Frame().outgoing) {
         return false;
     }
-    if (m_words.isEmpty()) {
+    if (m_words.isEmpty() && m_unwanted.isEmpty()) {
         return true;
     }
     auto const number = QString::number(record.Number());
     auto const heading = FromUtf8(record.Frame().link + ' ' + record.Name());
     QString fields;
-    return std::all_of(m_words.begin(), m_words.end(), [&](QString const& word) {
+    auto const has = [&](QString const& word) {
         if (number == word || heading.contains(word, Qt::CaseInsensitive)) {
             return true;
         }
         if (fields.isNull()) {
-            fields = FromUtf8(record.Summary()) + QLatin1Char(' ');
+            // The line in the list is cut where it gets long.
+            fields = FromUtf8(record.Summary() + '\n' + record.Text());
         }
         return fields.contains(word, Qt::CaseInsensitive);
-    });
+    };
+    return std::all_of(m_words.begin(), m_words.end(), has) && std::none_of(m_unwanted.begin(), m_unwanted.end(), has);
+}
+
+double RecordMonitorModel::KeptSeconds() const
+{
+    return m_records.empty() ? 0.0 : m_records.back().Frame().time - m_records.front().Frame().time;
 }
 
 MonitoredRecord const* RecordMonitorModel::RecordAt(int row) const
@@ -192,6 +208,8 @@ QVariant RecordMonitorModel::data(QModelIndex const& index, int role) const
             return ClockOf(FromUtf8(record->TimeText()));
         case Direction:
             return FromUtf8(record->DirectionText());
+        case Sonar:
+            return FromUtf8(record->Frame().link);
         case Number:
             return record->Number();
         case Name:
@@ -203,7 +221,7 @@ QVariant RecordMonitorModel::data(QModelIndex const& index, int role) const
         }
     }
     if (role == Qt::ToolTipRole && index.column() == Time) {
-        return FromUtf8(record->TimeText() + ", " + record->Frame().link);
+        return FromUtf8(record->TimeText());
     }
     if (role == Qt::TextAlignmentRole && index.column() == Number) {
         return QVariant::fromValue(Qt::Alignment(Qt::AlignRight | Qt::AlignVCenter));
@@ -216,7 +234,7 @@ QVariant RecordMonitorModel::headerData(int section, Qt::Orientation orientation
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0 || section >= ColumnCount) {
         return {};
     }
-    static char const* const titles[]{"Time (UTC)", "Way", "Number", "Record", "Fields"};
+    static char const* const titles[]{"Time (UTC)", "Way", "Sonar", "Number", "Record", "Fields"};
     return QString::fromLatin1(titles[section]);
 }
 

@@ -24,6 +24,7 @@ public:
     {
         Time,
         Direction,
+        Sonar,
         Number,
         Name,
         Fields,
@@ -42,14 +43,17 @@ public:
 
     void Append(RecordQueue::Content content);
     void Clear();
-    /// Shows the records of that way which have all words of the text in link, number, name or fields, whatever the
-    /// case; a word of digits alone that is some record's number means that number.
+    /// Shows the records of that way which have all words of the text in sonar, number, name, fields or any line of the
+    /// record in full, whatever the case, and none of the words that a '-' stands before; a word of digits alone that
+    /// is some record's number means that number.
     void SetFilter(QString const& text, Way way);
 
     /// All records that are kept, and those of them that are shown.
     std::size_t KeptCount() const { return m_records.size(); }
     /// Records that are no longer here: too old, or lost before they came.
     std::uint64_t GoneCount() const { return m_gone; }
+    /// From the oldest record kept to the newest, in seconds.
+    double KeptSeconds() const;
 
     /// Null beyond the end; valid until the model changes.
     MonitoredRecord const* RecordAt(int row) const;
@@ -75,7 +79,8 @@ private:
     std::deque<Id> m_shown;
     std::size_t m_bytes = 0;
     std::uint64_t m_gone = 0;
-    QStringList m_words;
+    QStringList m_words;    ///< that a record has
+    QStringList m_unwanted; ///< that it has not
     Way m_way = Way::Both;
 };
 

@@ -1,6 +1,6 @@
 // What counts as the same event, and how a difference is told.
 #include "cli/scenario/checker.h"
-#include "cli/scenario/json_parser.h"
+#include "json/json_parser.h"
 
 #include <gtest/gtest.h>
 

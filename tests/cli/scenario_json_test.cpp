@@ -1,6 +1,6 @@
 // JSON as scenarios need it: numbers by their texts, defects in their places, one line for every error.
 #include "cli/scenario/base64.h"
-#include "cli/scenario/json_parser.h"
+#include "json/json_parser.h"
 
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ std::string Refusal(std::string const& text)
     try {
         auto const value = ParseJson(text);
         RefuseDefects(value, JsonPath());
-    } catch (InvalidScenario const& failure) {
+    } catch (InvalidDocument const& failure) {
         return failure.Path() + ": " + failure.what();
     }
     return "accepted";
@@ -90,6 +90,28 @@ TEST(Json, WritesDoublesThatReadBack)
     EXPECT_EQ(DoubleText(-std::numeric_limits<double>::infinity()), "-inf");
     EXPECT_EQ(DoubleText(-std::numeric_limits<double>::quiet_NaN()), "nan");
     EXPECT_EQ(WriteJson(JsonValue::Double(std::numeric_limits<double>::quiet_NaN())), "\"nan\"");
+}
+
+TEST(Json, KnowsWhereEachValueBegins)
+{
+    std::string const text = "{\"a\": [1, true,\n  \"x\", {}], \"b\" : null, \"\xFF\": 1e999, \"b\": -2}";
+    auto const document = ParseJson(text);
+    auto const from = [&](JsonValue const& value) { return text.substr(value.at, 3); };
+    EXPECT_EQ(from(document), "{\"a");
+    ASSERT_EQ(document.members.size(), 4U);
+    auto const& list = document.members[0].second;
+    EXPECT_EQ(from(list), "[1,");
+    ASSERT_EQ(list.items.size(), 4U);
+    EXPECT_EQ(from(list.items[0]), "1, ");
+    EXPECT_EQ(from(list.items[1]), "tru");
+    EXPECT_EQ(from(list.items[2]), "\"x\"");
+    EXPECT_EQ(from(list.items[3]), "{}]");
+    EXPECT_EQ(from(document.members[1].second), "nul");
+    // A defect stands where its text does: a key that cannot be told, and one that stands there twice.
+    EXPECT_EQ(from(document.members[2].second), "\"\xFF\"");
+    EXPECT_EQ(from(document.members[3].second), "-2}");
+    EXPECT_EQ(LineAndColumn(text, list.items[2].at), "line 2, column 3");
+    EXPECT_EQ(LineAndColumn(text, 0), "line 1, column 1");
 }
 
 TEST(Json, RefusesWhatIsNotJson)
@@ -271,7 +293,7 @@ TEST(Json, ABadValueSpoilsNoOther)
     auto const isSound = [&](std::size_t index) {
         try {
             RefuseDefects(document.items[index], JsonPath());
-        } catch (InvalidScenario const&) {
+        } catch (InvalidDocument const&) {
             return false;
         }
         return true;

@@ -1,6 +1,6 @@
 // What a scenario file may hold, what it means when it says nothing, and how each mistake is told.
-#include "cli/scenario/json_parser.h"
 #include "cli/scenario/scenario_reader.h"
+#include "json/json_parser.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ std::string Refusal(std::string const& text)
 {
     try {
         Read(text);
-    } catch (InvalidScenario const& failure) {
+    } catch (InvalidDocument const& failure) {
         return failure.Path() + ": " + failure.what();
     }
     return "accepted";

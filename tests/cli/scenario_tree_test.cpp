@@ -1,6 +1,6 @@
 // Attribute trees as JSON and back.
-#include "cli/scenario/json_parser.h"
 #include "cli/scenario/tree_json.h"
+#include "json/json_parser.h"
 
 #include <VordalAttributesR/CVordalType.h>
 
@@ -26,7 +26,7 @@ std::string Refusal(std::string const& text)
 {
     try {
         Read(text);
-    } catch (InvalidScenario const& failure) {
+    } catch (InvalidDocument const& failure) {
         return failure.Path() + ": " + failure.what();
     }
     return "accepted";

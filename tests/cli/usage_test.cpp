@@ -16,7 +16,7 @@ TEST(Usage, HelpListsEveryCommand)
     auto const help = Qx5({"--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.err, "");
-    for (char const* command : {"run", "sim", "send", "scenario", "decode", "keys", "explain", "docs"}) {
+    for (char const* command : {"run", "sim", "send", "preset", "scenario", "decode", "keys", "explain", "docs"}) {
         EXPECT_THAT(help.out, HasSubstr("\n  " + std::string(command) + " "));
     }
 }
@@ -29,6 +29,7 @@ TEST(Usage, EveryCommandTellsItsOptions)
         {"send",
          {"--sonar HOST:PORT", "127.0.0.1:7000", "--plugin FILE", "--stored KEY=VALUE", "--timeout", "3000",
           "--wait SECONDS", "0.5", "--bytes", "KEY=VALUE"}},
+        {"preset", {"save", "list", "show", "compare", "load", "export", "import", "remove"}},
         {"scenario", {"--check", "--plugin FILE", "FILE"}},
         {"decode", {"--hex", "--raw", "FILE"}},
         {"keys", {"--markdown", "filter"}},

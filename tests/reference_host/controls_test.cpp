@@ -1,4 +1,5 @@
 // Tests of the controls that the host offers to pages: fields, exchange, lists, forms; and of the texts of numbers.
+#include "reference_host/controls/field_text.h"
 #include "reference_host/controls/view_size.h"
 #include "reference_host/controls/window_thread.h"
 #include "reference_host/core/host.h"
@@ -16,6 +17,7 @@
 #include <VordalSubscriberR/Subscriber.h>
 #include <VordalSubscriberR/Subscription.h>
 
+#include <QAccessible>
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
@@ -27,8 +29,10 @@
 #include <QPalette>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QTest>
 #include <QVariant>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -36,6 +40,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -216,6 +221,92 @@ TEST(ColourFields, CountEveryWritingButTheExchangeAsAnEdit)
     Q_EMIT field.returnPressed();
     EXPECT_EQ(applies, 1);
     EXPECT_EQ(edits, 3);
+}
+
+TEST(ColourFields, TakeWhatAScreenReaderWritesForAnEdit)
+{
+    QLineEdit field;
+    CColorEdit edit(&field);
+    int edits = 0;
+    edit.SetEditHandler([&] { ++edits; });
+    auto* const text = QAccessible::queryAccessibleInterface(&field)->editableTextInterface();
+    text->replaceText(0, 0, QStringLiteral("12"));
+    EXPECT_EQ(edits, 1);
+    EXPECT_EQ(field.text(), QStringLiteral("12"));
+    // By hand it is one edit for each key, as ever.
+    QTest::keyClicks(&field, QStringLiteral(".5"));
+    EXPECT_EQ(edits, 3);
+    EXPECT_EQ(field.text(), QStringLiteral("12.5"));
+}
+
+/// Hears of fields for as long as it lives.
+class Notices
+{
+public:
+    Notices()
+    {
+        vordal::SetFieldListener([this](vordal::FieldNotice const& notice) {
+            told.push_back((notice.kind == vordal::FieldNotice::Kind::NoNumber ? "no number: " : "overwritten: ") +
+                           notice.field.toStdString() + ", " + notice.typed.toStdString() + ", " +
+                           notice.now.toStdString());
+        });
+    }
+    ~Notices() { vordal::SetFieldListener({}); }
+
+    std::vector<std::string> told;
+};
+
+TEST(ColourFields, AreSelectedAsAWholeWhenTheyAreRewrittenUnderTheOperatorsHands)
+{
+    Notices notices;
+    QLineEdit field;
+    field.setAccessibleName(QStringLiteral("Minimum depth"));
+    field.show();
+    field.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&field));
+    field.setFocus();
+    CColorEdit edit(&field);
+    edit.SetEditHandler([&] { edit.SetBackColor(255, 255, 0); });
+    QTest::keyClicks(&field, QStringLiteral("1"));
+    edit.SetText(L"10.0");
+    EXPECT_THAT(notices.told, testing::ElementsAre("overwritten: Minimum depth, 1, 10.0"));
+    QTest::keyClicks(&field, QStringLiteral("2.5"));
+    EXPECT_EQ(field.text(), QStringLiteral("2.5"));
+    // The same number in other words is no loss.
+    edit.SetText(L"2.50");
+    EXPECT_EQ(notices.told.size(), 1U);
+    // What was not edited is nobody's.
+    edit.SetSystemBackColor(SYSTEM_COLOR_CLEAN_FIELD);
+    edit.SetEditHandler({});
+    edit.SetText(L"7");
+    EXPECT_EQ(notices.told.size(), 1U);
+}
+
+TEST(ColourFields, TellOfTextsThatAreNoNumbers)
+{
+    Notices notices;
+    QLineEdit field;
+    field.setAccessibleName(QStringLiteral("Swath width"));
+    struct Case
+    {
+        char const* typed;
+        double number;
+        bool told;
+    };
+    for (auto const& [typed, number, told] :
+         {Case{"abc", 0.0, true}, Case{"12x", 12.0, true}, Case{"", 0.0, true}, Case{" 12.5 ", 12.5, false},
+          Case{"-1e2", -100.0, false}, Case{"1,5", 1.0, true}, Case{".", 0.0, true}}) {
+        notices.told.clear();
+        field.setText(QString::fromLatin1(typed));
+        double value = -1.0;
+        DDX_FmtDouble(CDataExchange(CDataExchange::Direction::FromControls), &field, value, FORMAT_PLAIN, 0);
+        EXPECT_EQ(value, number) << typed;
+        EXPECT_EQ(notices.told.size(), told ? 1U : 0U) << typed;
+    }
+    field.setText(QStringLiteral("12x"));
+    double value = 0.0;
+    DDX_FmtDouble(CDataExchange(CDataExchange::Direction::FromControls), &field, value, FORMAT_PLAIN, 0);
+    EXPECT_EQ(notices.told.back(), "no number: Swath width, 12x, 12");
 }
 
 TEST(ColourFields, ShowTheirColour)

@@ -194,6 +194,7 @@ TEST_F(StoreTest, AProjectComesBack)
     project.vessels.push_back(vessel);
     project.activeVessel = 3;
     project.toldLimits = {.keys = 700, .bytes = 123456};
+    project.transmitLocked = true;
     project.views[L"Sonar view"].Add(L"ATTR_DATAID", CVordalDataInfo(CDataId(1, 78, 1, 1), 65535, 65535), 0);
     project.windows[L"main"] = {0, 255, 39, 0};
     project.windows[L"empty"] = {};
@@ -230,6 +231,7 @@ TEST_F(StoreTest, AProjectComesBack)
     EXPECT_EQ(loaded.vessels[0].configuration, vessel.configuration);
     EXPECT_EQ(loaded.activeVessel, 3);
     EXPECT_EQ(loaded.toldLimits, (TreeLimits{700, 123456}));
+    EXPECT_TRUE(loaded.transmitLocked);
     ASSERT_EQ(loaded.views.size(), 1U);
     EXPECT_TRUE(TreesEqual(loaded.views.at(L"Sonar view"), project.views[L"Sonar view"]));
     EXPECT_EQ(loaded.windows, project.windows);
@@ -302,6 +304,68 @@ TEST_F(StoreTest, FilesOfFormerFormatsAreBroughtUpToDate)
     }
 }
 
+TEST_F(StoreTest, AFileOfTheThirdFormatKeepsItsChecksums)
+{
+    auto const makeThird = [&](char const* after) {
+        fs::remove(file);
+        {
+            ProjectStore store(file);
+            store.SaveWindow(L"main", {7});
+        }
+        sqlite3* database = nullptr;
+        ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+        ASSERT_EQ(sqlite3_exec(database, "DROP TABLE preset; DROP TABLE action; PRAGMA user_version=3;", nullptr,
+                               nullptr, nullptr),
+                  SQLITE_OK);
+        ASSERT_EQ(sqlite3_exec(database, after, nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(database);
+    };
+    makeThird("");
+    {
+        ProjectStore store(file);
+        EXPECT_EQ(store.Load().windows.size(), 1U);
+        EXPECT_TRUE(store.Presets().empty());
+        store.SavePreset(L"a", "{}");
+    }
+    EXPECT_EQ(ProjectStore(file).Presets().size(), 1U);
+    // Damage is not sealed on the way.
+    makeThird("UPDATE window SET state=x'08', checksum=NULL");
+    EXPECT_NE(Refusal(file).find("\"window\" is not as it was saved"), std::string::npos) << Refusal(file);
+}
+
+TEST_F(StoreTest, PresetsStayBesideWhatIsSaved)
+{
+    ProjectStore store(file);
+    store.SavePreset(L"Shallow \x00E4", "{\"a\": 1}\n");
+    store.SavePreset(L"Deep", "x");
+    store.SavePreset(L"Deep", "y");
+    store.Save({});
+    EXPECT_EQ(store.Presets(), (std::map<CString, std::string>{{L"Deep", "y"}, {L"Shallow \x00E4", "{\"a\": 1}\n"}}));
+    {
+        // Another program, while this one has the file open.
+        ProjectStore other(file);
+        EXPECT_EQ(other.Presets().size(), 2U);
+        EXPECT_TRUE(other.RemovePreset(L"Deep"));
+        EXPECT_FALSE(other.RemovePreset(L"Deep"));
+    }
+    EXPECT_EQ(store.Presets().size(), 1U);
+}
+
+TEST_F(StoreTest, AChangedBitOfAPresetIsDamage)
+{
+    {
+        ProjectStore store(file);
+        store.SavePreset(L"name", "a document that is looked for");
+    }
+    auto bytes = Content(file);
+    std::string const text = "a document that is looked for";
+    auto const found = std::search(bytes.begin(), bytes.end(), text.begin(), text.end());
+    ASSERT_NE(found, bytes.end());
+    *found ^= 1U;
+    Write(file, bytes);
+    EXPECT_NE(Refusal(file).find("\"preset\" is not as it was saved"), std::string::npos) << Refusal(file);
+}
+
 bool Equal(StoredProject const& left, StoredProject const& right)
 {
     auto const sameTrees = [](auto const& one, auto const& other) {
@@ -330,7 +394,8 @@ bool Equal(StoredProject const& left, StoredProject const& right)
                                  a.linkedDevices == b.linkedDevices && TreesEqual(a.attributes, b.attributes);
                       }) &&
            left.activeVessel == right.activeVessel && left.toldLimits == right.toldLimits &&
-           left.windows == right.windows && sameTrees(left.views, right.views);
+           left.transmitLocked == right.transmitLocked && left.windows == right.windows &&
+           sameTrees(left.views, right.views);
 }
 
 TEST_F(StoreTest, AFlippedBitIsFoundOrChangesNothing)
@@ -380,6 +445,37 @@ TEST_F(StoreTest, AFlippedBitIsFoundOrChangesNothing)
     }
     EXPECT_GT(tried, 500U);
     EXPECT_GT(refused, 400U);
+}
+
+TEST_F(StoreTest, AFileWithoutALogGetsOne)
+{
+    {
+        ProjectStore store(file);
+        store.SaveWindow(L"main", {7});
+    }
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    // What the third format lacks.
+    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE preset; DROP TABLE action; PRAGMA user_version=3", nullptr, nullptr,
+                           nullptr),
+              SQLITE_OK);
+    sqlite3_close(database);
+    auto const rows = [this] {
+        std::size_t count = 0;
+        EXPECT_EQ(ProjectStore::ReadActions(file, [&](vordal::StoredAction const&) { ++count; }), vordal::LogDamage{});
+        return count;
+    };
+    EXPECT_EQ(rows(), 0U) << "reading alone changes nothing";
+    {
+        ProjectStore store(file);
+        auto const loaded = store.Load();
+        EXPECT_EQ(loaded.windows.size(), 1U);
+        EXPECT_FALSE(loaded.transmitLocked);
+        vordal::StoredAction action;
+        action.sonar = CDataId(1, 78, 1, 1);
+        store.AppendActions(std::span(&action, 1));
+    }
+    EXPECT_EQ(rows(), 1U);
 }
 
 TEST_F(StoreTest, AChangedValueIsNamedByItsTable)
@@ -480,10 +576,10 @@ TEST_F(StoreTest, ANewerVersionAndAForeignDatabaseAreRefusedAndUntouched)
     auto newer = Content(file);
     ASSERT_GT(newer.size(), 100U);
     EXPECT_EQ(Bytes(newer.begin() + 68, newer.begin() + 72), (Bytes{'Q', 'X', '5', 'P'}));
-    EXPECT_EQ(newer[63], 3);
-    newer[63] = 4;
+    EXPECT_EQ(newer[63], 4);
+    newer[63] = 5;
     Write(file, newer);
-    EXPECT_NE(Refusal(file).find("newer version (format 4"), std::string::npos) << Refusal(file);
+    EXPECT_NE(Refusal(file).find("newer version (format 5"), std::string::npos) << Refusal(file);
     EXPECT_EQ(Content(file), newer);
     auto foreign = newer;
     foreign[68] = 0;

@@ -1,5 +1,5 @@
-// Every control of the six pages, worked in a window on a fresh simulated sonar: the record arrives at the sonar, its
-// answer comes back, and all pages that show it agree.
+// Every control of the six pages, worked in a window on a fresh simulated sonar, by hand and as a screen reader works
+// it: the record arrives at the sonar, its answer comes back, and all pages that show it agree.
 #include "shown_view.h"
 
 #include "cli/scenario/view_controls.h"
@@ -12,6 +12,7 @@
 
 #include <QAbstractButton>
 #include <QAbstractSlider>
+#include <QAccessible>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QTabBar>
@@ -201,14 +202,24 @@ std::vector<Row> const rows{
      {{"tracker", 28140, Hand::Type, "80"}}},
 };
 
+/// On the pages that have one.
+constexpr int applyButton = 28122;
+
 CDataId const sonarId(1, 78, 1, 1);
 CDataId const computationId(1, 1117, 1, 1);
+
+/// How the operator gets at the controls.
+enum class Way
+{
+    Hand,      ///< mouse and keys
+    Accessible ///< what the toolkit offers to screen readers and test robots
+};
 
 /// A fresh sonar, a host with the plug-in, and the view in a window.
 class Bridge
 {
 public:
-    Bridge()
+    explicit Bridge(Way way) : m_way(way)
     {
         EXPECT_TRUE(near.Connect());
         CAttributeMap steering;
@@ -258,6 +269,10 @@ public:
         QCoreApplication::processEvents();
         auto* const control = view->Find<QWidget>(touch.page, touch.id);
         ASSERT_TRUE(control->isVisible() && control->isEnabled()) << touch.page << " " << touch.id;
+        if (m_way == Way::Accessible) {
+            DoAccessibly(touch, *control);
+            return;
+        }
         control->setFocus();
         switch (touch.hand) {
         case Hand::Click:
@@ -281,6 +296,54 @@ public:
             }
             break;
         }
+    }
+
+    void DoAccessibly(Touch const& touch, QWidget& control)
+    {
+        auto* const access = QAccessible::queryAccessibleInterface(&control);
+        ASSERT_NE(access, nullptr);
+        EXPECT_FALSE(access->text(QAccessible::Name).isEmpty()) << touch.page << " " << touch.id;
+        switch (touch.hand) {
+        case Hand::Click:
+            Press(control, *access);
+            break;
+        case Hand::ToTheLeft:
+            access->valueInterface()->setCurrentValue(access->valueInterface()->minimumValue());
+            break;
+        case Hand::ToTheRight:
+            access->valueInterface()->setCurrentValue(access->valueInterface()->maximumValue());
+            break;
+        case Hand::Next: {
+            auto const& list = dynamic_cast<QComboBox&>(control);
+            auto* const item = access->child(list.currentIndex() + 1);
+            ASSERT_NE(item, nullptr);
+            item->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+            break;
+        }
+        case Hand::Enter:
+        case Hand::Type: {
+            auto* const text = access->editableTextInterface();
+            text->replaceText(0, access->textInterface()->characterCount(), QString::fromLatin1(touch.text));
+            if (touch.hand == Hand::Enter) {
+                // There is no Return without a keyboard.
+                auto& apply = *view->Find<QWidget>(touch.page, applyButton);
+                Press(apply, *QAccessible::queryAccessibleInterface(&apply));
+            }
+            break;
+        }
+        }
+    }
+
+    static void Press(QWidget& control, QAccessibleInterface& access)
+    {
+        auto* const actions = access.actionInterface();
+        ASSERT_NE(actions, nullptr);
+        auto const& toggle = QAccessibleActionInterface::toggleAction();
+        bool const toggles = actions->actionNames().contains(toggle);
+        actions->doAction(toggles ? toggle : QAccessibleActionInterface::pressAction());
+        // The toolkit lets the press be seen before it ends.
+        auto const& button = dynamic_cast<QAbstractButton&>(control);
+        EXPECT_TRUE(RunUntil([&] { return !button.isDown(); }));
     }
 
     QString StateOf(Shown const& shown)
@@ -335,10 +398,18 @@ public:
     std::unique_ptr<ShownView> view;
 
 private:
+    Way const m_way;
     int m_settled = 0;
 };
 
-TEST(EveryControl, ReachesTheSonarAndAllPagesShowItsAnswer)
+class EveryControl : public ::testing::TestWithParam<Way>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(By, EveryControl, ::testing::Values(Way::Hand, Way::Accessible),
+                         [](auto const& way) { return way.param == Way::Hand ? "Hand" : "ScreenReader"; });
+
+TEST_P(EveryControl, ReachesTheSonarAndAllPagesShowItsAnswer)
 {
     int worked = 0;
     int arrived = 0;
@@ -349,7 +420,7 @@ TEST(EveryControl, ReachesTheSonarAndAllPagesShowItsAnswer)
     for (Row const& row : rows) {
         std::string const name = std::string(row.touch.page) + " " + std::to_string(row.touch.id);
         SCOPED_TRACE(name);
-        Bridge bridge;
+        Bridge bridge(GetParam());
         for (Touch const& touch : row.before) {
             bridge.Do(touch);
             bridge.Settle();
@@ -395,7 +466,7 @@ TEST(EveryControl, ReachesTheSonarAndAllPagesShowItsAnswer)
         worked, arrived, answered, written, agreed, onOtherPages);
 }
 
-TEST(EveryControl, IsWorked)
+TEST(EveryControlOfAllPages, IsWorked)
 {
     std::set<std::pair<std::string_view, int>> worked;
     for (Row const& row : rows) {

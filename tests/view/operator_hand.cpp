@@ -1,9 +1,9 @@
 // The view's real controls under an operator's mouse, wheel and keys, with a host that tells what was asked for.
 #include "operator_hand.h"
 
-#include "cli/scenario/json_parser.h"
-#include "cli/scenario/json_path.h"
 #include "cli/scenario/tree_json.h"
+#include "json/json_parser.h"
+#include "json/json_path.h"
 
 #include <QStyle>
 #include <QStyleOptionSlider>
@@ -17,7 +17,7 @@ namespace {
 
 CAttributeMap Tree(Json const& tree)
 {
-    return cli::ReadTree(cli::ParseJson(tree.dump()), cli::JsonPath());
+    return cli::ReadTree(ParseJson(tree.dump()), JsonPath());
 }
 
 } // namespace

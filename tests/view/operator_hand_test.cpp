@@ -4,6 +4,7 @@
 #include "cli/scenario/view_controls.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
 #include <QComboBox>
 #include <QCursor>
@@ -195,6 +196,77 @@ TEST_F(OperatorHand, TheWaitCursorIsThereWhileAPageIsFetchedAndNoLonger)
     tabs.setCurrentIndex(3);
     EXPECT_EQ(waits, 1);
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(OperatorHand, SlidersStayWithinReachInAWidePane)
+{
+    auto& pane = *view->Display().Widget()->window();
+    pane.resize(3840, 1000);
+    auto& slider = InUse(range);
+    QCoreApplication::processEvents();
+    EXPECT_GE(slider.width(), 200);
+    EXPECT_LE(slider.width(), 1000);
+}
+
+TEST_F(OperatorHand, AfterStartTheFocusGoesToStopAndBack)
+{
+    auto& tabs = *view->Display().Widget()->findChild<QTabBar*>(QStringLiteral("tabs"));
+    InUse(range);
+    SonarSays(Json::parse(R"([["x5DataRecording", "int", 0]])"));
+    auto& start = *view->Find<QPushButton>("recording", 28080);
+    auto& stop = *view->Find<QPushButton>("recording", 28081);
+    tabs.setCurrentIndex(3);
+    start.setFocus();
+    ASSERT_TRUE(start.hasFocus());
+    QTest::keyClick(&start, Qt::Key_Space);
+    EXPECT_FALSE(start.isEnabled());
+    SonarSays(Json::parse(R"([["x5DataRecording", "int", 1]])"));
+    EXPECT_TRUE(stop.hasFocus());
+    QTest::keyClick(&stop, Qt::Key_Space);
+    SonarSays(Json::parse(R"([["x5DataRecording", "int", 0]])"));
+    EXPECT_TRUE(start.hasFocus());
+    // An operator who has gone elsewhere meanwhile is left there.
+    QTest::keyClick(&start, Qt::Key_Space);
+    auto& elsewhere = *view->Find<QLineEdit>("recording", 28083);
+    auto* const held = QApplication::focusWidget();
+    (held != &elsewhere ? static_cast<QWidget&>(elsewhere) : static_cast<QWidget&>(tabs)).setFocus();
+    auto* const chosen = QApplication::focusWidget();
+    SonarSays(Json::parse(R"([["x5DataRecording", "int", 1]])"));
+    EXPECT_EQ(QApplication::focusWidget(), chosen);
+}
+
+TEST_F(OperatorHand, SlidersTellValuesAsTheirLabelsDo)
+{
+    struct Told
+    {
+        int id;
+        double value;
+        char const* text;
+    };
+    // A range of 100 m of a set that begins at 5 m, and a pulse of 100 microseconds.
+    for (auto const& [id, value, text] : {Told{range, 100.0, "100.0 m"}, Told{16931, 100.0, "100 \u00B5s"}}) {
+        auto* const element = QAccessible::queryAccessibleInterface(view->Find<QSlider>("settings", id));
+        ASSERT_NE(element, nullptr);
+        EXPECT_EQ(element->role(), QAccessible::Slider);
+        EXPECT_EQ(element->text(QAccessible::Value), QString::fromUtf8(text));
+        EXPECT_EQ(element->text(QAccessible::Description), QString::fromUtf8(text));
+        EXPECT_DOUBLE_EQ(element->valueInterface()->currentValue().toDouble(), value);
+    }
+    // What the tracker governs says so, and takes nothing from anybody.
+    auto& slider = *view->Find<QSlider>("settings", range);
+    auto* const element = QAccessible::queryAccessibleInterface(&slider);
+    SonarSays(Json::parse(R"([["x5SystemMode", "int", 1], ["x5TrackerRangeEnabled", "bool", true]])"));
+    EXPECT_FALSE(slider.isEnabled());
+    EXPECT_EQ(slider.toolTip(), QStringLiteral("The tracker sets this"));
+    EXPECT_EQ(element->text(QAccessible::Description), QStringLiteral("100.0 m, The tracker sets this"));
+    auto const before = requests.made.size();
+    element->valueInterface()->setCurrentValue(50.0);
+    element->actionInterface()->doAction(QAccessibleActionInterface::increaseAction());
+    EXPECT_EQ(requests.made.size(), before);
+    SonarSays(Json::parse(R"([["x5TrackerRangeEnabled", "bool", false]])"));
+    EXPECT_TRUE(slider.toolTip().isEmpty());
+    element->actionInterface()->doAction(QAccessibleActionInterface::increaseAction());
+    EXPECT_EQ(requests.made.size(), before + 1);
 }
 
 TEST_F(OperatorHand, TheTabsKeepTheirWidthAndScrollInANarrowPane)

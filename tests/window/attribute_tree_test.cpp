@@ -13,6 +13,8 @@
 
 #include <random>
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 namespace qx5::test {
@@ -64,6 +66,30 @@ TEST(AttributeTreeModel, ShowsKeysKindsAndValues)
     EXPECT_EQ(kind(1), "");
     EXPECT_EQ(kind(3), "bool");
     EXPECT_EQ(model.NodeCount(), 7U);
+}
+
+TEST(AttributeTreeModel, NumbersHaveASensibleLengthAndAreWholeInTheirTip)
+{
+    AttributeTreeModel model;
+    CAttributeMap tree;
+    // 9.9 as it came through a 32-bit float.
+    tree.Add(L"wire", CVordalDouble(9.899999618530273));
+    tree.Add(L"pair", CVordalDouble2D(9.899999618530273, -0.5));
+    tree.Add(L"list", CVordalDoubleList({9.899999618530273, 1.0}));
+    tree.Add(L"third", CVordalDouble(1.0 / 3.0));
+    tree.Add(L"time", CVordalDouble(1795361261.25));
+    tree.Add(L"great", CVordalDouble(1e300));
+    tree.Add(L"endless", CVordalDouble(std::numeric_limits<double>::infinity()));
+    model.Reset(tree);
+    EXPECT_EQ(Text(model), "wire = 9.9\n"
+                           "pair = 9.9, -0.5\n"
+                           "list = [9.9, 1]\n"
+                           "third = 0.333333333333\n"
+                           "time = 1795361261.25\n"
+                           "great = 1e+300\n"
+                           "endless = inf\n");
+    auto const tip = model.data(model.index(0, AttributeTreeModel::Value), Qt::ToolTipRole).toString();
+    EXPECT_TRUE(tip.contains("9.899999618530273")) << tip.toStdString();
 }
 
 TEST(AttributeTreeModel, AChangedValueIsOneRepaintedRow)

@@ -308,6 +308,29 @@ TEST(LiveWindow, TheProjectRemembersWindowDocksAndTheViewsDevice)
     EXPECT_EQ(project.vessels.size(), 2U);
 }
 
+TEST(LiveWindow, WhatTheOperatorDoesIsInTheProjectsLog)
+{
+    TemporaryFolder const folder;
+    auto const file = folder / "logged.qx5";
+    {
+        Stage stage(file.string());
+        ASSERT_TRUE(RunUntil([&] { return stage.IsReady() && stage.Label("powerValue") == "190 dB"; }));
+        stage.Scroll("powerSlider", 1);
+        stage.Scroll("powerSlider", 8);
+        ASSERT_TRUE(RunUntil([&] {
+            stage.session.Tick();
+            return stage.session.Desk().Log().Waiting() != 0;
+        }));
+    }
+    std::vector<std::string> rows;
+    vordal::ProjectStore::ReadActions(
+        file, [&](vordal::StoredAction const& row) { rows.push_back(operation::JsonLine(row)); });
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_THAT(rows[0],
+                ::testing::HasSubstr(R"("who":"view","sonar":"Hull sonar","key":"x5Power","old":190,"new":191,)"
+                                     R"("result":"agrees"})"));
+}
+
 TEST(LiveWindow, ABurstOfChangesIsFollowedToTheLast)
 {
     Stage stage;

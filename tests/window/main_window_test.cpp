@@ -1,22 +1,27 @@
 // Tests of the main window alone: devices, docks, what it remembers, light and dark.
+#include "contrast.h"
 #include "frames.h"
 
+#include <reference_host/window/announcements.h>
 #include <reference_host/window/appearance.h>
 #include <reference_host/window/attribute_browser.h>
 #include <reference_host/window/device_panel.h>
 #include <reference_host/window/main_window.h>
 #include <reference_host/window/record_monitor.h>
 
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QDockWidget>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QSlider>
 #include <QTest>
 #include <QTreeWidget>
 
-#include <cmath>
+#include <set>
 
 #include <gtest/gtest.h>
 
@@ -101,9 +106,40 @@ TEST_F(MainWindowTest, ChoosingIsPassedOnByMouseAndByKey)
     EXPECT_EQ(sonars, std::vector<CDataId>{pole});
     click(list.topLevelItem(1));
     EXPECT_EQ(vessels, std::vector<unsigned short>{2});
-    list.setCurrentItem(list.topLevelItem(1)->child(0));
-    QTest::keyClick(&list, Qt::Key_Return);
-    EXPECT_EQ(sonars, (std::vector<CDataId>{pole, rov}));
+    QTest::keyClick(&list, Qt::Key_Down);
+    EXPECT_EQ(sonars, (std::vector<CDataId>{pole, pole}));
+}
+
+TEST_F(MainWindowTest, TheSelectedSonarIsTheOneThatIsOperated)
+{
+    window.show();
+    auto& list = *window.findChild<QTreeWidget*>("devices");
+    auto* const ofHull = list.topLevelItem(0)->child(0);
+    auto* const ofPole = list.topLevelItem(0)->child(1);
+    auto* const ofRov = list.topLevelItem(1)->child(0);
+    EXPECT_EQ(list.selectedItems(), QList<QTreeWidgetItem*>{ofHull});
+    // Keys choose, past the vessels between.
+    list.setFocus();
+    QTest::keyClick(&list, Qt::Key_Down);
+    window.SetShownDevice(pole);
+    QTest::keyClick(&list, Qt::Key_Down);
+    window.SetShownDevice(rov);
+    EXPECT_EQ(list.selectedItems(), QList<QTreeWidgetItem*>{ofRov});
+    QTest::keyClick(&list, Qt::Key_Down);
+    QTest::keyClick(&list, Qt::Key_Home);
+    EXPECT_EQ(sonars, (std::vector<CDataId>{pole, rov, hull}));
+    window.SetShownDevice(hull);
+    QTest::keyClick(&list, Qt::Key_End);
+    EXPECT_EQ(sonars.back(), rov);
+    // What the view did not follow is not left selected.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return list.selectedItems() == QList<QTreeWidgetItem*>{ofHull}; }));
+    // A vessel that is made the active one does not become the selected row.
+    QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.visualItemRect(list.topLevelItem(1)).center());
+    EXPECT_EQ(vessels, std::vector<unsigned short>{2});
+    EXPECT_EQ(list.selectedItems(), QList<QTreeWidgetItem*>{ofHull});
+    // The view's own change of sonar is followed while the list has the focus.
+    window.SetShownDevice(pole);
+    EXPECT_EQ(list.selectedItems(), QList<QTreeWidgetItem*>{ofPole});
 }
 
 TEST_F(MainWindowTest, TheTreeOfTheShownDeviceIsFollowedAndNoOther)
@@ -202,8 +238,8 @@ TEST_F(MainWindowTest, ABurstOfRecordsIsTakenInBounds)
 
 TEST_F(MainWindowTest, EveryFieldOfTheWindowIsReachedByKeyAndHasAName)
 {
-    for (char const* name : {"devices", "attributes", "attributeSearch", "records", "recordFilter", "recordPause",
-                             "recordDetails", "deviceExplained"}) {
+    for (char const* name :
+         {"devices", "attributes", "attributeSearch", "records", "recordFilter", "recordPause", "recordDetails"}) {
         auto const* const widget = window.findChild<QWidget*>(name);
         ASSERT_NE(widget, nullptr) << name;
         EXPECT_FALSE(widget->accessibleName().isEmpty()) << name;
@@ -211,18 +247,124 @@ TEST_F(MainWindowTest, EveryFieldOfTheWindowIsReachedByKeyAndHasAName)
     }
 }
 
-/// The ratio of two colours' luminances, 1 to 21.
-double Contrast(QColor const& a, QColor const& b)
+TEST_F(MainWindowTest, EveryStopOfTheTabKeyHasAName)
 {
-    auto const luminance = [](QColor const& colour) {
-        auto const linear = [](double part) {
-            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-        };
-        return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) + 0.0722 * linear(colour.blueF());
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    auto& first = *window.findChild<QTreeWidget*>("devices");
+    first.setFocus();
+    int stops = 0;
+    do {
+        auto* const stop = QApplication::focusWidget();
+        ASSERT_NE(stop, nullptr);
+        auto* const element = QAccessible::queryAccessibleInterface(stop);
+        ASSERT_NE(element, nullptr);
+        EXPECT_FALSE(element->text(QAccessible::Name).isEmpty())
+            << stop->metaObject()->className() << " " << stop->objectName().toStdString();
+        QTest::keyClick(stop, Qt::Key_Tab);
+        ++stops;
+    } while (QApplication::focusWidget() != &first && stops < 100);
+    EXPECT_GE(stops, 10);
+    EXPECT_LT(stops, 100);
+}
+
+TEST_F(MainWindowTest, WhatChangesIsReadAsItStands)
+{
+    auto const told = [&](char const* name) {
+        return QAccessible::queryAccessibleInterface(window.findChild<QLabel*>(name))->text(QAccessible::Name);
     };
-    auto const brighter = std::max(luminance(a), luminance(b));
-    auto const darker = std::min(luminance(a), luminance(b));
-    return (brighter + 0.05) / (darker + 0.05);
+    window.ShowLine("the line");
+    EXPECT_EQ(told("lastMessage"), "the line");
+    window.SetViewTitle("Hull sonar - Survey vessel");
+    EXPECT_EQ(told("viewTitle"), "Hull sonar - Survey vessel");
+    feed->PutStatus(hull, {.state = LinkState::Waiting, .reason = "refused", .retryIn = {}});
+    window.Look();
+    EXPECT_EQ(told("deviceExplained"), "Hull sonar (192.0.2.1:7000)\nwaiting: refused");
+}
+
+TEST_F(MainWindowTest, NoShortcutTakesOneThatFieldsAndListsHave)
+{
+    std::set<QKeySequence> taken;
+    for (auto const* const action : window.findChildren<QAction*>()) {
+        for (auto const& keys : action->shortcuts()) {
+            EXPECT_TRUE(taken.insert(keys).second) << keys.toString().toStdString();
+            for (auto const standard : {QKeySequence::SelectAll, QKeySequence::Copy, QKeySequence::Cut,
+                                        QKeySequence::Paste, QKeySequence::Find, QKeySequence::Delete,
+                                        QKeySequence::DeleteStartOfWord, QKeySequence::MoveToNextWord}) {
+                EXPECT_FALSE(QKeySequence::keyBindings(standard).contains(keys)) << keys.toString().toStdString();
+            }
+        }
+    }
+    EXPECT_FALSE(taken.empty());
+}
+
+TEST_F(MainWindowTest, FitsIntoItsScreenWithTheViewWhole)
+{
+    struct Screen
+    {
+        QSize size;
+        bool devices;
+        bool attributes;
+        bool records;
+    };
+    // 3840x2160 at 1.0, 1920x1080 at 2.0, 1280x800 at 1.0 and at 1.5, each less a title bar.
+    for (auto const& [size, devices, attributes, records] :
+         {Screen{{3840, 2120}, true, true, true}, Screen{{960, 500}, true, true, false},
+          Screen{{1280, 760}, true, true, true}, Screen{{853, 493}, true, true, false},
+          Screen{{500, 700}, false, false, true}}) {
+        MainWindow fitted(TwoVessels(), feed, Requests());
+        fitted.FitInto(size);
+        fitted.show();
+        QApplication::processEvents();
+        EXPECT_LE(fitted.width(), size.width());
+        EXPECT_LE(fitted.height(), size.height());
+        auto const isOpen = [&](char const* name) { return fitted.findChild<QDockWidget*>(name)->isVisible(); };
+        EXPECT_EQ(isOpen("deviceDock"), devices) << size.width() << "x" << size.height();
+        EXPECT_EQ(isOpen("attributeDock"), attributes) << size.width() << "x" << size.height();
+        EXPECT_EQ(isOpen("recordDock"), records) << size.width() << "x" << size.height();
+        auto const* const middle = fitted.centralWidget();
+        EXPECT_GE(middle->width(), 340) << size.width() << "x" << size.height();
+        EXPECT_GE(middle->height(), 440) << size.width() << "x" << size.height();
+    }
+}
+
+TEST(Announcements, ComeAtMostFourTimesASecondAndTheLastAlways)
+{
+    int announced = 0;
+    int focused = 0;
+    QVariant last;
+    vordal::AnnouncementLimit limit([&](QAccessibleEvent& event) {
+        if (event.type() == QAccessible::ValueChanged) {
+            ++announced;
+            last = static_cast<QAccessibleValueChangeEvent&>(event).value();
+        } else {
+            ++focused;
+        }
+    });
+    QSlider slider;
+    slider.setRange(0, 1000);
+    QElapsedTimer time;
+    time.start();
+    for (int i = 1; i <= 1000; ++i) {
+        slider.setValue(i);
+        QAccessibleValueChangeEvent value(&slider, i);
+        limit.Take(value);
+        QAccessibleEvent focus(&slider, QAccessible::Focus);
+        limit.Take(focus);
+    }
+    EXPECT_LE(announced, 1 + time.elapsed() / 250);
+    EXPECT_EQ(focused, 1000);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return last == QVariant(1000); }));
+    EXPECT_LE(announced, 2 + time.elapsed() / 250);
+    // An element that goes takes what waits with it.
+    auto gone = std::make_unique<QSlider>();
+    for (int i = 0; i < 2; ++i) {
+        QAccessibleValueChangeEvent value(gone.get(), i);
+        limit.Take(value);
+    }
+    gone.reset();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return time.hasExpired(600); }));
 }
 
 TEST(Appearance, TextStandsOutInEachLightMode)

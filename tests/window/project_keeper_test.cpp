@@ -4,6 +4,8 @@
 
 #include <cli/window/project_keeper.h>
 
+#include <VordalAttributesR/CVordalType.h>
+
 #include <filesystem>
 #include <mutex>
 #include <vector>
@@ -51,8 +53,37 @@ protected:
     vordal::ProjectStore store{file};
     std::mutex mutex;
     std::vector<std::string> lines;
-    cli::ProjectKeeper keeper{store, [this](std::string const& line) { Tell(line); }};
+    operation::ActionLog log;
+    cli::ProjectKeeper keeper{store, [this](std::string const& line) { Tell(line); }, &log};
 };
+
+TEST_F(Keeper, WritesTheLogBehindTheProject)
+{
+    operation::Action action;
+    action.sonar = CDataId(1, 78, 1, 1);
+    action.asked.Add(L"x5Range", CVordalDouble(50.0));
+    action.result = operation::Result::Agrees;
+    auto const rows = [this] {
+        std::size_t count = 0;
+        vordal::ProjectStore::ReadActions(file, [&](vordal::StoredAction const&) { ++count; });
+        return count;
+    };
+    log.OnActionStands(action);
+    keeper.Put(Project(2));
+    EXPECT_TRUE(RunUntil([&] { return rows() == 1; }));
+    // Also when the project is as it was.
+    log.OnActionStands(action);
+    keeper.Put(Project(2));
+    EXPECT_TRUE(RunUntil([&] { return rows() == 2; }));
+    // What cannot be written waits, and the project is saved all the same.
+    Change("ALTER TABLE action RENAME TO aside");
+    log.OnActionStands(action);
+    keeper.Put(Project(3));
+    EXPECT_TRUE(RunUntil([&] { return ActiveVessel() == 3 && Told().size() == 1; }));
+    Change("ALTER TABLE aside RENAME TO action");
+    keeper.Put(Project(3));
+    EXPECT_TRUE(RunUntil([&] { return rows() == 3; }));
+}
 
 TEST_F(Keeper, SavesWhatItIsGiven)
 {

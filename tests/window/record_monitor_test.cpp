@@ -110,6 +110,21 @@ TEST(RecordMonitorModel, FiltersByWordsAndWay)
     model.SetFilter("", Way::Both);
     EXPECT_EQ(model.rowCount(), 10);
     EXPECT_EQ(model.KeptCount(), 10U);
+    // Words that are to be left out.
+    model.SetFilter("-range", Way::Both);
+    EXPECT_EQ(model.rowCount(), 5);
+    EXPECT_EQ(Cell(model, 0, RecordMonitorModel::Number), "1100");
+    model.SetFilter("-1100", Way::Both);
+    EXPECT_EQ(model.rowCount(), 5);
+    EXPECT_EQ(Cell(model, 0, RecordMonitorModel::Number), "1003");
+    model.SetFilter("range -50", Way::Both);
+    EXPECT_EQ(model.rowCount(), 0);
+    model.SetFilter("-", Way::Both);
+    EXPECT_EQ(model.rowCount(), 10);
+    // What the line in the list does not say, the record in full does.
+    model.SetFilter("ticket", Way::Both);
+    EXPECT_EQ(model.rowCount(), 10);
+    EXPECT_EQ(model.KeptSeconds(), 9.0);
 }
 
 TEST(RecordMonitorModel, AFilterHoldsForWhatComesAndGoes)

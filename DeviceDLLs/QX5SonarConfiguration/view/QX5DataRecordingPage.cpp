@@ -11,6 +11,8 @@
 
 #include <protocol/records/all.h>
 
+#include <QApplication>
+
 namespace keys = qx5::protocol::keys;
 
 namespace {
@@ -86,8 +88,21 @@ void QX5DataRecordingPage::ReadStateNames()
 
 void QX5DataRecordingPage::EnableButtons(bool start, bool stop)
 {
+    auto* const inUse = QApplication::focusWidget();
+    bool const isInUse =
+        inUse != nullptr && (inUse == m_ui->startButton || inUse == m_ui->stopButton || inUse == m_heldFocus);
     m_ui->startButton->setEnabled(start);
     m_ui->stopButton->setEnabled(stop);
+    m_heldFocus = nullptr;
+    if (!isInUse) {
+        return;
+    }
+    if (start || stop) {
+        (stop ? m_ui->stopButton : m_ui->startButton)->setFocus();
+    } else {
+        // Where the toolkit has put it meanwhile; an operator who goes elsewhere is left alone.
+        m_heldFocus = QApplication::focusWidget();
+    }
 }
 
 void QX5DataRecordingPage::OnStart()

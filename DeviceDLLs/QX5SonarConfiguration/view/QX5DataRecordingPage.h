@@ -3,6 +3,7 @@
 
 #include <VordalBaseR/CString.h>
 
+#include <QPointer>
 #include <QWidget>
 
 #include <cstdint>
@@ -32,6 +33,7 @@ private:
     void OnStart();
     void OnStop();
     void OnSyncClicked();
+    /// The focus stays with the two: from Start it goes to Stop once that can be pressed, and back.
     void EnableButtons(bool start, bool stop);
     void ReadStateNames();
 
@@ -40,4 +42,6 @@ private:
     int m_recordingState = 5;
     bool m_syncRecording = false;
     std::vector<CString> m_stateNames;
+    /// Has the focus in their place while neither can be pressed.
+    QPointer<QWidget> m_heldFocus;
 };

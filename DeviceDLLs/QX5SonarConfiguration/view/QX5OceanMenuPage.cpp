@@ -69,6 +69,12 @@ QX5OceanMenuPage::QX5OceanMenuPage(qx5::PageDevice& device, QWidget* parent)
     m_initialised = true;
     m_forceUpdate = false;
 
+    m_ui->absorptionSlider->SetScale(
+        {}, [this] { return double{m_absorption}; }, *m_ui->absorptionValue);
+    m_ui->spreadingSlider->SetScale(
+        {}, [this] { return double{m_spreading}; }, *m_ui->spreadingValue);
+    m_ui->soundVelocitySlider->SetScale(
+        {}, [this] { return double{m_soundVelocity}; }, *m_ui->soundVelocityValue);
     connect(m_ui->absorptionSlider, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnAbsorptionScrolled);
     connect(m_ui->spreadingSlider, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnSpreadingScrolled);
     connect(m_ui->soundVelocitySlider, &ScrollSlider::Scrolled, this, &QX5OceanMenuPage::OnSoundVelocityScrolled);
@@ -178,8 +184,8 @@ void QX5OceanMenuPage::SetMaxSpreading(double decibel)
 
 void QX5OceanMenuPage::LockLosses(bool locked)
 {
-    m_ui->absorptionSlider->setEnabled(!locked);
-    m_ui->spreadingSlider->setEnabled(!locked);
+    qx5::LockByTracker(*m_ui->absorptionSlider, locked);
+    qx5::LockByTracker(*m_ui->spreadingSlider, locked);
 }
 
 // What the operator does. Unlike on other pages the release of the thumb is a move.

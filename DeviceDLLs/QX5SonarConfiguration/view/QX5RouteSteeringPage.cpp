@@ -91,6 +91,8 @@ QX5RouteSteeringPage::QX5RouteSteeringPage(qx5::PageDevice& device, QWidget* par
     connect(m_ui->routeList, &QComboBox::activated, this, [this] { OnRouteChosen(); });
     connect(m_ui->horizontalButton, &QRadioButton::clicked, this, [this] { m_device.SetSteeringMode(0); });
     connect(m_ui->flexButton, &QRadioButton::clicked, this, [this] { m_device.SetSteeringMode(1); });
+    m_ui->differenceSlider->SetScale([](int tenths) { return tenths * degreesPerStep; }, {}, *m_ui->differenceValue);
+    m_ui->delaySlider->SetScale({}, {}, *m_ui->delayValue);
     connect(m_ui->differenceSlider, &ScrollSlider::Scrolled, this, &QX5RouteSteeringPage::OnDifferenceScrolled);
     connect(m_ui->delaySlider, &ScrollSlider::Scrolled, this, &QX5RouteSteeringPage::OnDelayScrolled);
 }

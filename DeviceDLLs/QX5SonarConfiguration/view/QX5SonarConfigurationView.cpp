@@ -7,6 +7,7 @@
 #include "QX5SonarGatesPage.h"
 #include "QX5SonarSettingsPage.h"
 #include "QX5SonarTrackerPage.h"
+#include "accessible_controls.h"
 #include "page_controls.h"
 #include <commands/steering_keys.h>
 
@@ -27,6 +28,7 @@
 #include <protocol/settings_keys.h>
 
 #include <QGuiApplication>
+#include <QHBoxLayout>
 #include <QShortcut>
 #include <QSignalBlocker>
 #include <QStackedWidget>
@@ -55,6 +57,7 @@ constexpr unsigned requestFlags = 4;
 constexpr unsigned steeringFlags = 15;
 
 /// A narrower or lower pane scrolls. Pixels.
+constexpr int greatestPageCharacters = 120;
 constexpr int leastWidth = 340;
 constexpr int leastHeight = 440;
 constexpr int margin = 5;
@@ -178,6 +181,7 @@ void QX5SonarConfigurationView::OnInitialUpdate()
 void QX5SonarConfigurationView::CreatePages()
 {
     QWidget* const form = GetForm();
+    m_accessible = std::make_unique<qx5::AccessibleControls>(*form);
     m_tabBar = new QTabBar(form);
     m_tabBar->setObjectName(QStringLiteral("tabs"));
     m_tabBar->setAccessibleName(QStringLiteral("Pages of the sonar"));
@@ -196,7 +200,12 @@ void QX5SonarConfigurationView::CreatePages()
     auto* const layout = new QVBoxLayout(form);
     layout->setContentsMargins(margin, margin, margin, margin);
     layout->addWidget(m_tabBar);
-    layout->addWidget(m_pageArea, 1);
+    // Beyond some width a slider's ends are farther apart than a hand or an eye likes to go.
+    m_pageArea->setMaximumWidth(m_pageArea->fontMetrics().averageCharWidth() * greatestPageCharacters);
+    auto* const pageRow = new QHBoxLayout;
+    pageRow->addWidget(m_pageArea, 1);
+    pageRow->addStretch(0);
+    layout->addLayout(pageRow, 1);
 
     auto const stepTabs = [this](int by) {
         if (int const count = m_tabBar->count(); count > 0) {

@@ -11,6 +11,7 @@
 #include <VordalSubscriberR/Subscription.h>
 #include <vordalhostdllR/CVordalBaseView.h>
 
+#include <memory>
 #include <vector>
 
 class Compform;
@@ -25,6 +26,9 @@ class QX5RouteSteeringPage;
 class QX5SonarGatesPage;
 class QX5SonarSettingsPage;
 class QX5SonarTrackerPage;
+namespace qx5 {
+class AccessibleControls;
+}
 
 /// Follows the sonar that the host has selected and the active vessel, hands what the device's tree says to its pages,
 /// and is the pages' only way to the device. What the operator changes shows at once; the sonar's value follows with
@@ -96,6 +100,7 @@ private:
     void ApplyRecordingValues(CAttributeMap const& tree);
     void ApplySteeringValues();
 
+    std::unique_ptr<qx5::AccessibleControls> m_accessible;
     QTabBar* m_tabBar = nullptr;
     QStackedWidget* m_pageArea = nullptr;
     // The view owns its pages, by way of the form; all are there from OnInitialUpdate on.

@@ -95,6 +95,8 @@ void QX5SonarGatesPage::ConnectControls()
     connect(m_ui->followSeafloorBox, &QCheckBox::clicked, this, [this](bool checked) {
         m_device.SendRequestValue(keys::x5AGDepthFilterFixed.text, CVordalBool(!checked));
     });
+    m_ui->tiltSlider->SetScale({}, {}, *m_ui->tiltValue);
+    m_ui->windowSizeSlider->SetScale({}, {}, *m_ui->windowSizeValue);
     connect(m_ui->tiltSlider, &ScrollSlider::Scrolled, this, [this](ScrollKind kind, int position) {
         OnSliderScrolled(*m_ui->tiltSlider, *m_ui->tiltValue, TiltText, keys::x5DepthGateTilt.text, kind, position);
     });

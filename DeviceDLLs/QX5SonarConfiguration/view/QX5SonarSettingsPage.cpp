@@ -68,6 +68,7 @@ QX5SonarSettingsPage::QX5SonarSettingsPage(qx5::PageDevice& device, QWidget* par
     qx5::LeaveWheelToPage(*m_ui->operationModeList);
     qx5::LeaveWheelToPage(*m_ui->pulseTypeList);
     ConnectControls();
+    SetScales();
     RefreshControls();
 }
 
@@ -113,6 +114,31 @@ void QX5SonarSettingsPage::ConnectControls()
         request.Append(new CAttributeMap(qx5::At<keys::PingOnlyDuringScan>, VordalTypeCreator::MakeValue(checked)));
         m_device.SendRequest(request);
     });
+}
+
+void QX5SonarSettingsPage::SetScales()
+{
+    m_ui->rangeSlider->SetScale(
+        [this](int p) {
+            auto const index = static_cast<std::size_t>(std::max(p, 0));
+            return index < limits.rangeSet.size() ? limits.rangeSet[index] : double{m_range};
+        },
+        [this] { return double{m_range}; }, *m_ui->rangeValue);
+    m_ui->powerSlider->SetScale([this](int p) { return p == 0 ? 0.0 : limits.powerMin + p - 1.0; },
+                                [this] { return double{m_power}; }, *m_ui->powerValue);
+    m_ui->pingRateSlider->SetScale(
+        [this](int p) { return p == 0 ? 0.0 : double{static_cast<float>(p) / limits.pingRateRatio}; },
+        [this] { return m_pingOnOffState == 0 ? 0.0 : double{m_maxPingRate}; }, *m_ui->pingRateValue);
+    m_ui->gainSlider->SetScale([](int p) { return double{static_cast<float>(p)}; }, [this] { return double{m_gain}; },
+                               *m_ui->gainValue);
+    m_ui->beamWidthSlider->SetScale(
+        [this](int p) { return limits.beamWidthXList[static_cast<std::size_t>(std::clamp(p, 0, MaxBeamWidths - 1))]; },
+        [this] { return beamWidthX; }, *m_ui->beamWidthValue);
+    m_ui->verticalSteeringSlider->SetScale([](int p) { return p * 0.25; }, [this] { return double{m_steerVertical}; },
+                                           *m_ui->verticalSteeringValue);
+    // In microseconds, as the label tells it.
+    m_ui->pulseLengthSlider->SetScale([this](int p) { return m_pulseLength.MicrosecondsAt(p); },
+                                      [this] { return m_pulseLength.Microseconds(); }, *m_ui->pulseLengthValue);
 }
 
 // Limits
@@ -395,10 +421,10 @@ void QX5SonarSettingsPage::UpdateTrackerLocks(CAttributeMap const& tree)
 {
     bool const tracks = qx5::IsTracking(tree);
     bool const powerGain = tracks && ReadValue<keys::x5TrackerPowerGainEnabled>(tree, false);
-    m_ui->gainSlider->setEnabled(!powerGain);
-    m_ui->powerSlider->setEnabled(!powerGain);
-    m_ui->rangeSlider->setEnabled(!(tracks && ReadValue<keys::x5TrackerRangeEnabled>(tree, false)));
-    m_ui->pulseLengthSlider->setEnabled(!(tracks && ReadValue<keys::x5TrackerPulseLengthEnabled>(tree, false)));
+    qx5::LockByTracker(*m_ui->gainSlider, powerGain);
+    qx5::LockByTracker(*m_ui->powerSlider, powerGain);
+    qx5::LockByTracker(*m_ui->rangeSlider, tracks && ReadValue<keys::x5TrackerRangeEnabled>(tree, false));
+    qx5::LockByTracker(*m_ui->pulseLengthSlider, tracks && ReadValue<keys::x5TrackerPulseLengthEnabled>(tree, false));
 }
 
 // What the operator does. In a slider event the value is stored and shown, then requested, and the slider follows last:

@@ -113,6 +113,8 @@ private:
     using ScrollKind = qx5::ScrollKind;
 
     void ConnectControls();
+    /// Tells the sliders what their positions stand for.
+    void SetScales();
     void ApplyLimits();
     void ApplyPingRateLimits();
     void ApplyPulseLengthLimits();

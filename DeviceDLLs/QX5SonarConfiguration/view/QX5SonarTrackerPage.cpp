@@ -69,7 +69,6 @@ void QX5SonarTrackerPage::AddSubscribedKeys(std::vector<CString>& keys)
 
 void QX5SonarTrackerPage::RefreshControls(CAttributeMap const& tree)
 {
-    ResetEditState();
     m_fields.trackerEnabled = qx5::IsTracking(tree);
     m_fields.trackRange = ReadValue<keys::x5TrackerRangeEnabled>(tree, false);
     m_fields.trackPowerGain = ReadValue<keys::x5TrackerPowerGainEnabled>(tree, false);
@@ -80,6 +79,8 @@ void QX5SonarTrackerPage::RefreshControls(CAttributeMap const& tree)
     m_fields.limitCoverage = ReadValue<keys::x5TrackerLimitCoverage>(tree, false);
     m_fields.maxCoverageAngle = ReadValue<keys::x5TrackerMaxCoverageAngle>(tree, 0.0);
     UpdateData(CDataExchange::Direction::ToControls);
+    // Last: the exchange tells of what was typed and is gone.
+    ResetEditState();
 }
 
 void QX5SonarTrackerPage::UpdateData(CDataExchange::Direction direction)

@@ -2,12 +2,14 @@
 #include "ScrollSlider.h"
 
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMouseEvent>
 #include <QWheelEvent>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 namespace qx5 {
 
@@ -30,6 +32,41 @@ void ScrollSlider::scroll(int kind, int position)
     if (kind >= static_cast<int>(ScrollKind::LineLeft) && kind <= static_cast<int>(ScrollKind::EndOfScrolling)) {
         Tell(static_cast<ScrollKind>(kind), std::clamp(position, minimum(), maximum()));
     }
+}
+
+void ScrollSlider::SetScale(std::function<double(int)> valueAt, std::function<double()> value, QLabel& label)
+{
+    m_valueAt = std::move(valueAt);
+    m_value = std::move(value);
+    m_label = &label;
+}
+
+double ScrollSlider::Value() const
+{
+    return m_value ? m_value() : ValueAt(value());
+}
+
+QString ScrollSlider::ValueText() const
+{
+    return m_label != nullptr ? m_label->text() : QString::number(value());
+}
+
+double ScrollSlider::ValueAt(int position) const
+{
+    return m_valueAt ? m_valueAt(position) : position;
+}
+
+int ScrollSlider::PositionOf(double wanted) const
+{
+    std::int64_t least = minimum();
+    std::int64_t greatest = maximum();
+    while (greatest - least > 1) {
+        auto const middle = (least + greatest) / 2;
+        (ValueAt(static_cast<int>(middle)) <= wanted ? least : greatest) = middle;
+    }
+    bool const isLeastNearer =
+        wanted - ValueAt(static_cast<int>(least)) <= ValueAt(static_cast<int>(greatest)) - wanted;
+    return static_cast<int>(isLeastNearer ? least : greatest);
 }
 
 void ScrollSlider::Tell(ScrollKind kind, int position)

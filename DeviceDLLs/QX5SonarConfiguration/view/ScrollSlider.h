@@ -1,7 +1,13 @@
 // A slider that moves nothing by itself: it tells its page what the operator does, and the page moves it.
 #pragma once
 
+#include <QPointer>
 #include <QSlider>
+#include <QString>
+
+#include <functional>
+
+class QLabel;
 
 namespace qx5 {
 
@@ -32,6 +38,16 @@ public:
     /// Tells the page of an event, as if the operator had caused it: a ScrollKind and, with ThumbMoving and
     /// ThumbReleased, a position, which is brought within the limits.
     Q_INVOKABLE void scroll(int kind, int position);
+
+    /// What positions stand for, for whoever works the slider by values and not by eye: `valueAt` gives the value at a
+    /// position, never less at a greater one; `value` the one that stands now, which may lie between two positions;
+    /// `label` shows that one as a text. A function that is not given leaves the position to stand for itself.
+    void SetScale(std::function<double(int position)> valueAt, std::function<double()> value, QLabel& label);
+    double Value() const;
+    QString ValueText() const;
+    double ValueAt(int position) const;
+    /// The position whose value is nearest.
+    int PositionOf(double value) const;
 
 Q_SIGNALS:
     /// `position` is where the thumb was pulled to; with kinds other than ThumbMoving and ThumbReleased it is where the
@@ -65,6 +81,9 @@ private:
 
     Gesture m_gesture = Gesture::None;
     bool m_scrolled = false;
+    std::function<double(int)> m_valueAt;
+    std::function<double()> m_value;
+    QPointer<QLabel> m_label;
     int m_wheelAngle = 0; ///< eighths of a degree that do not make a step yet
 };
 

@@ -46,6 +46,14 @@ void LeaveWheelToPage(QComboBox& list)
     list.installEventFilter(new WheelFilter(&list));
 }
 
+void LockByTracker(QWidget& control, bool locked)
+{
+    control.setEnabled(!locked);
+    QString const reason = locked ? QStringLiteral("The tracker sets this") : QString();
+    control.setToolTip(reason);
+    control.setAccessibleDescription(reason);
+}
+
 void ReserveWidth(QLabel& label, QString const& widest)
 {
     label.setMinimumWidth(label.fontMetrics().horizontalAdvance(widest));

@@ -17,6 +17,7 @@
 
 class QComboBox;
 class QLabel;
+class QWidget;
 
 namespace qx5 {
 
@@ -56,6 +57,9 @@ void FillList(QComboBox& list, QString const& commaSeparated);
 
 /// A wheel turned over the list while it has not the focus changes nothing and scrolls what lies below.
 void LeaveWheelToPage(QComboBox& list);
+
+/// Takes a control out of the operator's hands because the sonar's tracker governs it, and says so, or gives it back.
+void LockByTracker(QWidget& control, bool locked);
 
 /// Makes a value's label as wide as the widest text that is to be expected, so that sliders beside it keep their size.
 void ReserveWidth(QLabel& label, QString const& widest);

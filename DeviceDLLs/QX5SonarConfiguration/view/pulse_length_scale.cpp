@@ -52,6 +52,13 @@ int PulseLengthScale::Position() const
     return TruncateToInt32(Steps * (std::log10(value) - m_logLeast) / (m_logGreatest - m_logLeast));
 }
 
+double PulseLengthScale::MicrosecondsAt(int position) const
+{
+    double const part = static_cast<double>(position) / Steps;
+    double const length = std::pow(10.0, part * (m_logGreatest - m_logLeast) + m_logLeast) * 1e6;
+    return std::isfinite(length) ? length : 0.0;
+}
+
 QString PulseLengthScale::Text() const
 {
     return m_microseconds >= 1000 ? FixedText(m_microseconds / 1000.0, 2) + QStringLiteral(" ms")

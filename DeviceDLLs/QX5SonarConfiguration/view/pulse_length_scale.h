@@ -24,6 +24,9 @@ public:
     /// digits, between the limits. At the end of scrolling it stays.
     void Move(ScrollKind kind, int position, double least, double greatest);
     int Position() const;
+    double Microseconds() const { return m_microseconds; }
+    /// What a position stands for, before it is rounded to two digits; 0 while there are no limits.
+    double MicrosecondsAt(int position) const;
     /// In microseconds below 1,000 of them, otherwise "1.20 ms".
     QString Text() const;
 

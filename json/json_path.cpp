@@ -1,11 +1,11 @@
 // The text of a JSON path.
-#include "cli/scenario/json_path.h"
+#include "json_path.h"
 
-#include "cli/scenario/json_value.h"
+#include "json_value.h"
 
 #include <algorithm>
 
-namespace qx5::cli {
+namespace qx5 {
 
 namespace {
 
@@ -52,4 +52,4 @@ void JsonPath::AppendTo(std::string& text) const
     }
 }
 
-} // namespace qx5::cli
+} // namespace qx5

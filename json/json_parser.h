@@ -1,24 +1,24 @@
 // Reads JSON text into values.
 #pragma once
 
-#include "cli/scenario/json_path.h"
-#include "cli/scenario/json_value.h"
+#include "json_path.h"
+#include "json_value.h"
 
 #include <string_view>
 
-namespace qx5::cli {
+namespace qx5 {
 
 /// How many arrays and objects may stand inside one another; a node of a tree takes two. What is nested deeper is
 /// checked for syntax, costs no memory, and becomes a defect.
 inline constexpr std::size_t JsonNestingLimit = 1024;
 
-/// Reads one JSON document (RFC 8259; a byte order mark before it is skipped). Throws InvalidScenario when the text is
+/// Reads one JSON document (RFC 8259; a byte order mark before it is skipped). Throws InvalidDocument when the text is
 /// not JSON; the reason then names line and column. What is JSON but not usable becomes a defect in its place: a text
 /// with U+0000, a lone surrogate or invalid UTF-8, a number beyond the range of a double, a key that its object has
 /// already, nesting past the limit.
 JsonValue ParseJson(std::string_view text);
 
-/// Throws InvalidScenario for the first defect in `value`, which stands at `path`.
+/// Throws InvalidDocument for the first defect in `value`, which stands at `path`.
 void RefuseDefects(JsonValue const& value, JsonPath const& path);
 
-} // namespace qx5::cli
+} // namespace qx5

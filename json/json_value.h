@@ -1,13 +1,15 @@
-// A JSON value that keeps what scenario files depend on: number texts, the order of members, where a defect sits.
+// A JSON value that keeps what its readers depend on: number texts, the order of members, where it stood and where a
+// defect sits.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-namespace qx5::cli {
+namespace qx5 {
 
 /// A JSON value. A value type; nesting is bounded by whoever makes it (the parser: JsonNestingLimit).
 ///
@@ -30,6 +32,7 @@ struct JsonValue
 
     Kind kind = Kind::Null;
     bool boolean = false;
+    std::size_t at = 0; ///< of one that was read: where it begins in its document, in bytes
     std::string text;
     std::vector<JsonValue> items;
     std::vector<Member> members;
@@ -62,7 +65,9 @@ std::string DoubleText(double value);
 
 /// Compact JSON on one line; texts as UTF-8, control characters escaped.
 std::string WriteJson(JsonValue const& value);
+/// "line 3, column 7" of a place in a document, each from 1; columns count bytes.
+std::string LineAndColumn(std::string_view document, std::size_t at);
 /// A text in quotes, escaped, cut after about `limit` bytes: for messages, which are one line each.
 std::string QuoteForMessage(std::string_view text, std::size_t limit = 60);
 
-} // namespace qx5::cli
+} // namespace qx5

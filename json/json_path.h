@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace qx5::cli {
+namespace qx5 {
 
 /// A step on the way from the document's root to a value. Paths are made on the stack while a document is walked; each
 /// refers to its parent and to its key, which must outlive it. Written as `$[1].steps[0].request[2]`.
@@ -33,13 +33,13 @@ private:
 };
 
 /// A document, or one scenario of it, that cannot be used: where and why, each without line breaks.
-class InvalidScenario : public std::runtime_error
+class InvalidDocument : public std::runtime_error
 {
 public:
-    InvalidScenario(std::string path, std::string const& reason) : std::runtime_error(reason), m_path(std::move(path))
+    InvalidDocument(std::string path, std::string const& reason) : std::runtime_error(reason), m_path(std::move(path))
     {
     }
-    InvalidScenario(JsonPath const& path, std::string const& reason) : InvalidScenario(path.ToText(), reason) {}
+    InvalidDocument(JsonPath const& path, std::string const& reason) : InvalidDocument(path.ToText(), reason) {}
 
     std::string const& Path() const { return m_path; }
 
@@ -47,4 +47,4 @@ private:
     std::string m_path;
 };
 
-} // namespace qx5::cli
+} // namespace qx5

@@ -1,11 +1,11 @@
 // The line on a dropped request.
-#include "cli/dropped_text.h"
+#include "operation/dropped_text.h"
 
 #include <tvcoreR/Utf8.h>
 
 #include <fmt/format.h>
 
-namespace qx5::cli {
+namespace qx5::operation {
 
 std::string DroppedText(AttributeKey const& asked, AttributeKey const& missing)
 {
@@ -17,4 +17,4 @@ std::string DroppedText(AttributeKey const& asked, AttributeKey const& missing)
                        tvcore::ToUtf8(missing.ToString()));
 }
 
-} // namespace qx5::cli
+} // namespace qx5::operation

@@ -1,5 +1,5 @@
 // A JSON value, its numbers, and its text.
-#include "cli/scenario/json_value.h"
+#include "json_value.h"
 
 #include <protocol/utf8.h>
 
@@ -8,7 +8,7 @@
 #include <cmath>
 #include <system_error>
 
-namespace qx5::cli {
+namespace qx5 {
 
 namespace {
 
@@ -257,6 +257,14 @@ std::string WriteJson(JsonValue const& value)
     return out;
 }
 
+std::string LineAndColumn(std::string_view document, std::size_t at)
+{
+    auto const before = document.substr(0, at);
+    auto const line = 1 + std::count(before.begin(), before.end(), '\n');
+    auto const column = before.size() - (before.rfind('\n') + 1) + 1;
+    return "line " + std::to_string(line) + ", column " + std::to_string(column);
+}
+
 std::string QuoteForMessage(std::string_view text, std::size_t limit)
 {
     std::string out;
@@ -273,4 +281,4 @@ std::string QuoteForMessage(std::string_view text, std::size_t limit)
     return out;
 }
 
-} // namespace qx5::cli
+} // namespace qx5

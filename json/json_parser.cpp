@@ -1,5 +1,5 @@
 // Reads JSON text into values, by nlohmann's reader, which tells nothing of a text that it cannot use.
-#include "cli/scenario/json_parser.h"
+#include "json_parser.h"
 
 #include <nlohmann/json.hpp>
 #include <protocol/utf8.h>
@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-namespace qx5::cli {
+namespace qx5 {
 
 namespace {
 
@@ -30,10 +30,16 @@ constexpr bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+constexpr bool IsLetter(char c)
+{
+    return c >= 'a' && c <= 'z';
+}
+
 /// A copy of a document for the library, which gives up the whole for a byte that is no UTF-8, a lone surrogate or a
 /// number beyond the range of a double, and takes a zero byte for the end. Each of these is overwritten by as many
 /// bytes that do no harm; what was JSON stays JSON, and what was none does not become it. Beside the copy stands what
-/// it or the library loses, in the order of the document: what is wrong with a text, and how a number is written (-0).
+/// it or the library loses, in the order of the document: where values begin, what is wrong with a text, and how a
+/// number is written (-0).
 class HarmlessCopy
 {
 public:
@@ -47,6 +53,11 @@ public:
                 at = PastText(at);
             } else if (text[at] == '-' || IsDigit(text[at])) {
                 at = PastNumber(at);
+            } else if (text[at] == '{' || text[at] == '[') {
+                m_others.push_back(at++);
+            } else if (IsLetter(text[at])) {
+                m_others.push_back(at);
+                at = std::min(text.find_first_not_of("abcdefghijklmnopqrstuvwxyz", at), text.size());
             } else if (text[at++] == '\0') {
                 m_copy[at - 1] = NoJson;
             }
@@ -54,18 +65,20 @@ public:
     }
 
     std::string const& Text() const { return m_copy; }
-    /// What is wrong with the next text, keys among them; null for a sound one.
-    char const* TakeDefect() { return m_texts[m_textsTaken++].defect; }
+    struct TextNote
+    {
+        std::size_t at;
+        char const* defect; ///< what is wrong with it; null for a sound one
+    };
+    /// The next text, keys among them.
+    TextNote TakeText() { return m_texts[m_textsTaken++]; }
     std::string_view TakeNumber() { return m_numbers[m_numbersTaken++]; }
+    /// Where the next array, object, truth value or null begins.
+    std::size_t TakeOther() { return m_others[m_othersTaken++]; }
     /// Where the text begins that is next.
     std::size_t NextTextAt() const { return m_texts[m_textsTaken].at; }
 
 private:
-    struct TextNote
-    {
-        std::size_t at;
-        char const* defect;
-    };
     static constexpr char NoJson = '?'; ///< outside of texts
 
     /// The four digits of a \u that stands there, or what is no code point.
@@ -127,8 +140,10 @@ private:
     std::string m_copy;
     std::vector<TextNote> m_texts;
     std::vector<std::string_view> m_numbers;
+    std::vector<std::size_t> m_others;
     std::size_t m_textsTaken = 0;
     std::size_t m_numbersTaken = 0;
+    std::size_t m_othersTaken = 0;
 };
 
 /// What the library says of a document that is no JSON, in its words and in ours; the first that fits counts.
@@ -160,15 +175,15 @@ public:
         return std::move(m_root);
     }
 
-    bool null() { return Put(JsonValue()); }
-    bool boolean(bool value) { return Put(JsonValue::Bool(value)); }
+    bool null() { return Put(JsonValue(), m_copy.TakeOther()); }
+    bool boolean(bool value) { return Put(JsonValue::Bool(value), m_copy.TakeOther()); }
     bool number_integer(std::int64_t) { return PutNumber(); }
     bool number_unsigned(std::uint64_t) { return PutNumber(); }
     bool number_float(double, std::string const&) { return PutNumber(); }
     bool string(std::string& text)
     {
-        auto const* const defect = m_copy.TakeDefect();
-        return Put(defect != nullptr ? Defect(defect) : JsonValue::Text(std::move(text)));
+        auto const [at, defect] = m_copy.TakeText();
+        return Put(defect != nullptr ? Defect(defect) : JsonValue::Text(std::move(text)), at);
     }
     bool binary(nlohmann::json::binary_t&) { return false; }
     bool start_array(std::size_t) { return Open(JsonValue::Array()); }
@@ -183,12 +198,13 @@ public:
     }
     bool key(std::string& text)
     {
-        auto const* const defect = m_copy.TakeDefect();
+        auto const [at, defect] = m_copy.TakeText();
         if (m_open.back() != nullptr) {
             // A key that cannot be told has its place all the same.
             m_open.back()->members.emplace_back(defect != nullptr
                                                     ? JsonValue::Member("", Defect(std::string("in a key: ") + defect))
                                                     : JsonValue::Member(std::move(text), JsonValue()));
+            m_open.back()->members.back().second.at = at;
         }
         return true;
     }
@@ -227,12 +243,8 @@ public:
         if (tells("object separator") && m_open.back() != nullptr) {
             m_open.back()->members.pop_back();
         }
-        auto const before = m_text.substr(0, where);
-        auto const line = 1 + std::count(before.begin(), before.end(), '\n');
-        auto const column = where - (before.rfind('\n') + 1) + 1;
-        throw InvalidScenario(Path(!tells("parsing array")), "not JSON: " + std::string(reason) + " (line " +
-                                                                 std::to_string(line) + ", column " +
-                                                                 std::to_string(column) + ")");
+        throw InvalidDocument(Path(!tells("parsing array")),
+                              "not JSON: " + std::string(reason) + " (" + LineAndColumn(m_text, where) + ")");
     }
 
 private:
@@ -254,8 +266,9 @@ private:
         return member.Is(Kind::Defect) ? m_nowhere : member;
     }
 
-    bool Put(JsonValue value)
+    bool Put(JsonValue value, std::size_t at)
     {
+        value.at = at;
         Next() = std::move(value);
         return true;
     }
@@ -264,23 +277,29 @@ private:
     {
         JsonValue number;
         number.kind = Kind::Number;
-        number.text = m_copy.TakeNumber();
+        auto const literal = m_copy.TakeNumber();
+        auto const at = static_cast<std::size_t>(literal.data() - m_text.data());
+        number.text = literal;
         double ignored = 0.0;
         return Put(number.ReadNumber(ignored)
                        ? std::move(number)
-                       : Defect("the number " + number.text.substr(0, 40) + " is beyond the range of a double"));
+                       : Defect("the number " + number.text.substr(0, 40) + " is beyond the range of a double"),
+                   at);
     }
 
     bool Open(JsonValue empty)
     {
+        auto const at = m_copy.TakeOther();
         auto* slot = &Next();
         if (slot == &m_nowhere) {
             slot = nullptr;
         } else if (m_open.size() >= JsonNestingLimit) {
             *slot = Defect("nested deeper than " + std::to_string(JsonNestingLimit) + " levels");
+            slot->at = at;
             slot = nullptr;
         } else {
             *slot = std::move(empty);
+            slot->at = at;
         }
         m_open.push_back(slot);
         return true;
@@ -297,7 +316,9 @@ private:
         std::set<std::string_view> seen;
         for (auto& [key, value] : object.members) {
             if (!seen.insert(key).second && value.kind != Kind::Defect) {
+                auto const at = value.at;
                 value = Defect("the key " + QuoteForMessage(key) + " stands here twice");
+                value.at = at;
             }
         }
     }
@@ -337,7 +358,7 @@ JsonValue ParseJson(std::string_view text)
 void RefuseDefects(JsonValue const& value, JsonPath const& path)
 {
     if (value.kind == Kind::Defect) {
-        throw InvalidScenario(path, value.text);
+        throw InvalidDocument(path, value.text);
     }
     for (std::size_t i = 0; i < value.items.size(); ++i) {
         RefuseDefects(value.items[i], JsonPath(path, i));
@@ -347,4 +368,4 @@ void RefuseDefects(JsonValue const& value, JsonPath const& path)
     }
 }
 
-} // namespace qx5::cli
+} // namespace qx5

@@ -1,11 +1,11 @@
 // Reads typed values out of JSON values, with messages that say where and why.
-#include "cli/scenario/json_read.h"
+#include "json_read.h"
 
 #include <protocol/utf8.h>
 
 #include <limits>
 
-namespace qx5::cli {
+namespace qx5 {
 
 namespace {
 
@@ -13,7 +13,7 @@ using Kind = JsonValue::Kind;
 
 [[noreturn]] void Refuse(JsonPath const& path, std::string_view wanted, JsonValue const& value)
 {
-    throw InvalidScenario(path, std::string(wanted) + " is expected here, not " + std::string(KindName(value)));
+    throw InvalidDocument(path, std::string(wanted) + " is expected here, not " + std::string(KindName(value)));
 }
 
 } // namespace
@@ -54,7 +54,7 @@ std::int64_t ReadInteger(JsonValue const& value, JsonPath const& path, std::int6
     }
     std::int64_t number = 0;
     if (!value.ReadInteger(number) || number < lowest || number > highest) {
-        throw InvalidScenario(path, value.text.substr(0, 40) + " is out of range, which is " + std::to_string(lowest) +
+        throw InvalidDocument(path, value.text.substr(0, 40) + " is out of range, which is " + std::to_string(lowest) +
                                         " to " + std::to_string(highest));
     }
     return number;
@@ -112,7 +112,7 @@ CString ReadWideText(JsonValue const& value, JsonPath const& path)
 CDataId ReadDataId(JsonValue const& value, JsonPath const& path)
 {
     if (!value.Is(Kind::Array) || value.items.size() != 4) {
-        throw InvalidScenario(path, "an id is four integers, [a, b, c, d]");
+        throw InvalidDocument(path, "an id is four integers, [a, b, c, d]");
     }
     std::uint16_t fields[4];
     for (std::size_t i = 0; i < 4; ++i) {
@@ -127,7 +127,7 @@ std::vector<JsonValue> const& ReadArray(JsonValue const& value, JsonPath const& 
         Refuse(path, "an array", value);
     }
     if (count != 0 && value.items.size() != count) {
-        throw InvalidScenario(path, "an array of " + std::to_string(count) + " is expected here, not of " +
+        throw InvalidDocument(path, "an array of " + std::to_string(count) + " is expected here, not of " +
                                         std::to_string(value.items.size()));
     }
     return value.items;
@@ -176,7 +176,7 @@ JsonValue const& MemberReader::Get(std::string_view key)
 {
     auto const* value = Find(key);
     if (value == nullptr) {
-        throw InvalidScenario(m_path, QuoteForMessage(key) + " is missing");
+        throw InvalidDocument(m_path, QuoteForMessage(key) + " is missing");
     }
     return *value;
 }
@@ -186,7 +186,7 @@ void MemberReader::RefuseUnknown() const
     auto const check = [this](JsonValue const& object, JsonPath const& path) {
         for (auto const& [key, value] : object.members) {
             if (m_known.count(key) == 0) {
-                throw InvalidScenario(path, "unknown key " + QuoteForMessage(key));
+                throw InvalidDocument(path, "unknown key " + QuoteForMessage(key));
             }
         }
     };
@@ -232,4 +232,4 @@ CString MemberReader::WideText(std::string_view key, std::wstring_view absent)
     return value != nullptr ? ReadWideText(*value, At(key)) : CString(absent);
 }
 
-} // namespace qx5::cli
+} // namespace qx5

@@ -1,8 +1,8 @@
 // Reads typed values out of JSON values, with messages that say where and why.
 #pragma once
 
-#include "cli/scenario/json_path.h"
-#include "cli/scenario/json_value.h"
+#include "json_path.h"
+#include "json_value.h"
 
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/CString.h>
@@ -14,9 +14,9 @@
 #include <string_view>
 #include <vector>
 
-namespace qx5::cli {
+namespace qx5 {
 
-// Each of these throws InvalidScenario at `path` when the value is of another kind or out of range.
+// Each of these throws InvalidDocument at `path` when the value is of another kind or out of range.
 
 bool ReadBool(JsonValue const& value, JsonPath const& path);
 /// An integer written without point and exponent, within the limits, both included.
@@ -46,7 +46,7 @@ std::string_view KindName(JsonValue const& value);
 class MemberReader
 {
 public:
-    /// Throws InvalidScenario when the value is no object.
+    /// Throws InvalidDocument when the value is no object.
     MemberReader(JsonValue const& object, JsonPath const& path);
 
     /// What the object lacks is looked for in this one, which must outlive the reader, too.
@@ -54,12 +54,12 @@ public:
 
     /// The member, or null when it is absent. Either way the key is known from now on.
     JsonValue const* Find(std::string_view key);
-    /// The member. Throws InvalidScenario when it is absent.
+    /// The member. Throws InvalidDocument when it is absent.
     JsonValue const& Get(std::string_view key);
     /// Where the member stands, or would stand.
     JsonPath At(std::string_view key) const;
     JsonPath const& Path() const { return m_path; }
-    /// Throws InvalidScenario for the first member that nobody asked for.
+    /// Throws InvalidDocument for the first member that nobody asked for.
     void RefuseUnknown() const;
 
     bool Bool(std::string_view key, bool absent);
@@ -77,4 +77,4 @@ private:
     std::set<std::string_view> m_known;
 };
 
-} // namespace qx5::cli
+} // namespace qx5

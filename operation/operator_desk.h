@@ -1,0 +1,68 @@
+// What surrounds the requests of one session: they are followed, guarded, logged, and what matters of them is told.
+#pragma once
+
+#include "operation/action_log.h"
+#include "operation/event_list.h"
+#include "operation/held_requests.h"
+#include "operation/request_follower.h"
+#include "operation/sonar_watch.h"
+#include "operation/transmit_lock.h"
+#include "reference_host/link/sonar_link.h"
+
+#include <map>
+#include <string>
+
+namespace vordal {
+class Host;
+}
+
+namespace qx5::operation {
+
+/// The models of this folder, joined. Each tells which of its operations are for which thread; those here are for the
+/// host thread unless they say otherwise.
+class OperatorDesk
+{
+public:
+    explicit OperatorDesk(FollowerOptions options = {});
+    OperatorDesk(OperatorDesk const&) = delete;
+    OperatorDesk& operator=(OperatorDesk const&) = delete;
+
+    /// The host's requests are followed and guarded from here on, until Leave; before its first request. The desk
+    /// outlives what it has joined.
+    void Join(vordal::Host& host);
+    static void Leave(vordal::Host& host);
+    /// What the operator calls a sonar. Any thread.
+    void SetName(CDataId const& sonar, std::string const& name);
+
+    /// How a sonar's connection stands, at each change (LivePort::SetStatusListener).
+    void OnLinkStatus(CDataId const& sonar, vordal::LinkStatus const& status);
+    /// To be called every 50 ms or so.
+    void Tick();
+    /// Before the host thread ends: what waits is judged as it stands.
+    void Finish() { m_follower.Finish(); }
+
+    RequestFollower& Follower() { return m_follower; }
+    EventList& Events() { return m_events; }
+    HeldRequests& Held() { return m_held; }
+    SonarWatch& Watch() { return m_watch; }
+    TransmitLock& Lock() { return m_lock; }
+    ActionLog& Log() { return m_log; }
+
+private:
+    EventList m_events;
+    HeldRequests m_held;
+    SonarWatch m_watch;
+    TransmitLock m_lock;
+    ActionLog m_log;
+    RequestFollower m_follower;
+    /// By the text of the id: whether a connection stood, and was lost since.
+    struct Link
+    {
+        bool connected = false;
+        bool lost = false;
+    };
+    std::map<CString, Link> m_links;
+    std::map<CString, bool> m_silent;
+};
+
+} // namespace qx5::operation

@@ -1,0 +1,250 @@
+// Who asks, who may refuse, and what whoever follows requests is told of them.
+#include <reference_host/common/host_observer.h>
+#include <reference_host/common/request_guard.h>
+#include <reference_host/common/request_observer.h>
+#include <reference_host/core/host.h>
+
+#include <HalvaneX5InterfaceR/QX5Device.h>
+#include <VordalAttributesR/CVordalType.h>
+#include <tvcoreR/Utf8.h>
+#include <vordalhostdllR/DataManager.h>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using vordal::Host;
+using vordal::OriginScope;
+using vordal::RequestOrigin;
+using vordal::Threading;
+
+CDataId const Sonar(1, 78, 1, 1);
+CDataId const Other(1, 78, 2, 1);
+
+class Scripted : public QX5Device
+{
+public:
+    std::function<void(CAttributeMap*)> onRequest;
+
+private:
+    void HandleRequestMap(CAttributeMap* request) override
+    {
+        if (onRequest) {
+            onRequest(request);
+        }
+    }
+};
+
+CAttributeMap One(AttributeKey const& key, double value)
+{
+    CAttributeMap tree;
+    tree.Add(key, CVordalDouble(value));
+    return tree;
+}
+
+CAttributeMap Request(AttributeKey const& key, double value = 50.0)
+{
+    CAttributeMap tree;
+    *tree.Add(L"Request") = One(key, value);
+    return tree;
+}
+
+std::string FirstKey(CAttributeMap const& tree)
+{
+    return tvcore::ToUtf8(CString(tree.GetChild(0).KeyText()));
+}
+
+/// Writes down what it is told, one line each.
+class Follower final : public vordal::RequestObserver, public vordal::HostObserver
+{
+public:
+    std::string told;
+
+    void OnRequest(BaseDevice& device, CAttributeMap const& request, RequestOrigin who) override
+    {
+        double stored = 0.0;
+        unsigned flags = 0;
+        device.GetAttribValue(L"x", stored, flags);
+        told += "asked " + FirstKey(request) + " by " + std::string(ToText(who)) + ", x was " +
+                std::to_string(static_cast<int>(stored)) + "\n";
+    }
+    void OnRequestEnd(BaseDevice&, std::string const* failure) override
+    {
+        told += failure != nullptr ? "broken off: " + *failure + "\n" : "done\n";
+    }
+    void OnRequestRefused(BaseDevice&, CAttributeMap const& request, RequestOrigin who,
+                          std::string const& reason) override
+    {
+        told += "refused " + FirstKey(request) + " of " + std::string(ToText(who)) + ": " + reason + "\n";
+    }
+    void OnSend(vordal::SendMark const& mark, std::span<unsigned char const> payload, bool taken) override
+    {
+        told += "sent " + std::to_string(mark.record) + ", " + std::to_string(payload.size()) + " bytes" +
+                (taken ? "\n" : ", not taken\n");
+    }
+    void OnEcho(BaseDevice&, CAttributeMap const& tree) override { told += "echo " + FirstKey(tree) + "\n"; }
+    void OnDropped(BaseDevice&, AttributeKey const& asked, AttributeKey const& missing) override
+    {
+        told += "dropped " + tvcore::ToUtf8(asked.ToString()) + " for " + tvcore::ToUtf8(missing.ToString()) + "\n";
+    }
+    void OnTold(BaseDevice& device, CAttributeMap const& tree) override
+    {
+        CAttributeMap stored;
+        device.GetAttributeMap(stored);
+        told += "told " + FirstKey(tree) + (stored.Has(L"y") ? ", y there\n" : "\n");
+    }
+};
+
+class Guard final : public vordal::RequestGuard
+{
+public:
+    bool Admits(BaseDevice&, CAttributeMap const& request, RequestOrigin, std::string& reason) override
+    {
+        if (!request.Has(L"locked")) {
+            return true;
+        }
+        reason = "it is locked";
+        return false;
+    }
+};
+
+class FollowedRequests : public ::testing::Test
+{
+protected:
+    Scripted* Add(Host& host, CDataId const& id = Sonar)
+    {
+        return static_cast<Scripted*>(host.AddDevice(std::make_unique<Scripted>(), id, L"Sonar"));
+    }
+    bool Ask(AttributeKey const& key) { return manager.SetAttributeMap(Sonar, Request(key), 4, false); }
+
+    DataManager& manager = DataManager::GetDataManager();
+    Follower follower;
+};
+
+TEST_F(FollowedRequests, AreToldFromTheAskingToTheEnd)
+{
+    Host host;
+    host.SetRequestObserver(&follower);
+    auto* const device = Add(host);
+    host.ReplaceAttributes(*device, One(L"x", 7.0));
+    unsigned char const payload[] = {1, 2, 3, 4};
+    device->onRequest = [&](CAttributeMap*) {
+        device->SendRemoteControlRecord(1003, payload, 4, 0, -1);
+        device->SendMessageW(std::string("abc"), false);
+        device->ReportDroppedRequest(L"z", L"y");
+        device->SetAttributeMap(One(L"x", 50.0), 0);
+    };
+    Ask(L"x");
+    EXPECT_EQ(follower.told, "asked x by program, x was 7\n"
+                             "sent 1003, 4 bytes, not taken\n"
+                             "sent 0, 0 bytes, not taken\n"
+                             "dropped z for y\n"
+                             "echo x\n"
+                             "done\n");
+    follower.told.clear();
+    host.MergeDecoded(*device, One(L"y", 1.0));
+    EXPECT_EQ(follower.told, "told y\n") << "before it is merged";
+    follower.told.clear();
+    host.SetRequestObserver(nullptr);
+    Ask(L"x");
+    EXPECT_EQ(follower.told, "");
+}
+
+TEST_F(FollowedRequests, EndWhenTheyAreBrokenOffAndWhenTheExceptionPasses)
+{
+    Host host;
+    host.SetRequestObserver(&follower);
+    Add(host)->onRequest = [](CAttributeMap*) { throw std::invalid_argument("no number"); };
+    Ask(L"x");
+    EXPECT_EQ(follower.told, "asked x by program, x was 0\nbroken off: no number\n");
+    follower.told.clear();
+    host.SetRequestFailures(vordal::RequestFailures::Pass);
+    EXPECT_THROW(Ask(L"x"), std::invalid_argument);
+    EXPECT_EQ(follower.told, "asked x by program, x was 0\nbroken off: no number\n");
+}
+
+TEST_F(FollowedRequests, AGuardRefusesThemBeforeAnythingIsDone)
+{
+    class Watcher final : public vordal::HostObserver
+    {
+    public:
+        std::string refused;
+
+    private:
+        void OnRequestRefused(BaseDevice& device, CAttributeMap const& request, RequestOrigin who,
+                              std::string const& reason) override
+        {
+            refused += tvcore::ToUtf8(device.GetDataId().GetKey()) + " " + FirstKey(request) + " " +
+                       std::string(ToText(who)) + " " + reason;
+        }
+    } watcher;
+    Host host;
+    Guard guard;
+    host.SetObserver(&watcher);
+    host.SetRequestObserver(&follower);
+    host.SetRequestGuard(&guard);
+    int ran = 0;
+    Add(host)->onRequest = [&](CAttributeMap*) { ++ran; };
+    OriginScope const scope(RequestOrigin::Undo);
+    Ask(L"locked");
+    EXPECT_EQ(ran, 0);
+    EXPECT_EQ(watcher.refused, "1.78.1.1 locked undo it is locked");
+    EXPECT_EQ(follower.told, "refused locked of undo: it is locked\n");
+    Ask(L"x");
+    host.SetRequestGuard(nullptr);
+    Ask(L"locked");
+    EXPECT_EQ(ran, 2);
+    host.SetObserver(nullptr);
+}
+
+TEST_F(FollowedRequests, KeepTheirOriginOnTheWayToTheHostThread)
+{
+    Host host(Threading::Threaded);
+    host.SetRequestObserver(&follower);
+    Add(host);
+    {
+        OriginScope const outer(RequestOrigin::Preset);
+        {
+            OriginScope const inner(RequestOrigin::CommandLine);
+            Ask(L"a");
+        }
+        Ask(L"b");
+    }
+    Ask(L"c");
+    host.RunAndWait([&] {
+        OriginScope const scope(RequestOrigin::Terminal);
+        Ask(L"d");
+    });
+    ASSERT_TRUE(host.Stop());
+    EXPECT_EQ(follower.told, "asked a by command line, x was 0\ndone\nasked b by preset, x was 0\ndone\n"
+                             "asked c by program, x was 0\ndone\nasked d by terminal, x was 0\ndone\n");
+}
+
+TEST_F(FollowedRequests, OfTheWindowThreadAreTheViewsAndOfThePlugInItsOwn)
+{
+    Host host(Threading::Threaded);
+    host.SetRequestObserver(&follower);
+    auto* const inner = Add(host, Other);
+    Add(host)->onRequest = [&](CAttributeMap* request) {
+        if (request->Has(L"a")) {
+            manager.SetAttributeMap(Other, Request(L"inner"), 4, false);
+        }
+    };
+    ASSERT_NE(inner, nullptr);
+    std::thread([&] {
+        host.SetWindowThread({});
+        Ask(L"a");
+        host.EndWindowThread();
+        Ask(L"b");
+    }).join();
+    ASSERT_TRUE(host.Stop());
+    EXPECT_EQ(follower.told, "asked a by view, x was 0\nasked inner by program, x was 0\ndone\ndone\n"
+                             "asked b by program, x was 0\ndone\n");
+}
+
+} // namespace
