@@ -6,7 +6,7 @@
 namespace vordal {
 namespace {
 
-thread_local RequestOrigin current = RequestOrigin::Program;
+thread_local RequestOrigin currentOrigin = RequestOrigin::Program;
 
 } // namespace
 
@@ -33,19 +33,19 @@ std::string_view ToText(RequestOrigin origin)
 
 RequestOrigin CurrentOrigin()
 {
-    return current;
+    return currentOrigin;
 }
 
 void SetThreadOrigin(RequestOrigin origin)
 {
-    current = origin;
+    currentOrigin = origin;
 }
 
-OriginScope::OriginScope(RequestOrigin origin) : m_outer(std::exchange(current, origin)) {}
+OriginScope::OriginScope(RequestOrigin origin) : m_outer(std::exchange(currentOrigin, origin)) {}
 
 OriginScope::~OriginScope()
 {
-    current = m_outer;
+    currentOrigin = m_outer;
 }
 
 } // namespace vordal
