@@ -29,6 +29,8 @@ public:
         std::string value; ///< with its unit; of a key with branches empty
         double time = 0.0; ///< host time at which it was asked for
         vordal::RequestOrigin who = vordal::RequestOrigin::Program;
+
+        bool operator==(Held const&) const = default;
     };
     /// In the order in which they were asked for.
     std::vector<Held> Of(CDataId const& sonar) const;

@@ -13,7 +13,7 @@ namespace qx5::operation {
 OperatorDesk::OperatorDesk(FollowerOptions options) : m_watch(options.steadyClock), m_follower(std::move(options))
 {
     for (ActionListener* const listener :
-         std::initializer_list<ActionListener*>{&m_watch, &m_held, &m_log, &m_events}) {
+         std::initializer_list<ActionListener*>{&m_watch, &m_held, &m_log, &m_events, &m_history}) {
         m_follower.AddListener(*listener);
     }
 }

@@ -5,6 +5,7 @@
 #include "operation/event_list.h"
 #include "operation/held_requests.h"
 #include "operation/request_follower.h"
+#include "operation/session_history.h"
 #include "operation/sonar_watch.h"
 #include "operation/transmit_lock.h"
 #include "reference_host/link/sonar_link.h"
@@ -47,6 +48,7 @@ public:
     SonarWatch& Watch() { return m_watch; }
     TransmitLock& Lock() { return m_lock; }
     ActionLog& Log() { return m_log; }
+    SessionHistory& Steps() { return m_history; }
 
 private:
     EventList m_events;
@@ -54,6 +56,7 @@ private:
     SonarWatch m_watch;
     TransmitLock m_lock;
     ActionLog m_log;
+    SessionHistory m_history{m_events};
     RequestFollower m_follower;
     /// By the text of the id: whether a connection stood, and was lost since.
     struct Link

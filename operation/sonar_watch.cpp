@@ -49,11 +49,16 @@ void SonarWatch::SetLink(CDataId const& id, vordal::LinkStatus const& status)
     Sonar& sonar = Of(id);
     if (status.state == vordal::LinkState::Connected && sonar.link.state != vordal::LinkState::Connected) {
         sonar.heard = now;
+        sonar.wasConnected = true;
     }
     if (status.state != vordal::LinkState::Connected) {
         sonar.recent.clear();
     }
+    if (status.state == vordal::LinkState::Lost || status.state == vordal::LinkState::Waiting) {
+        sonar.failure = status.reason.empty() ? sonar.failure : status.reason;
+    }
     sonar.link = status;
+    sonar.linkTold = now;
 }
 
 void SonarWatch::NotePing(Sonar& sonar, int number, double now)
@@ -112,6 +117,9 @@ SonarState SonarWatch::StateAt(Sonar const& sonar, double now)
     SonarState state;
     state.sonar = sonar.id;
     state.link = sonar.link;
+    state.wasConnected = sonar.wasConnected;
+    state.sinceLink = std::max(0.0, now - sonar.linkTold);
+    state.failure = sonar.failure;
     state.lastData = sonar.lastData;
     state.sinceData = std::max(0.0, now - sonar.heard);
     state.pingsOn = sonar.pingsOn;

@@ -10,6 +10,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace qx5::operation {
@@ -26,6 +27,9 @@ struct SonarState
     CDataId sonar;
     SonarCondition condition = SonarCondition::NotConnected;
     vordal::LinkStatus link;
+    bool wasConnected = false;      ///< now or before
+    double sinceLink = 0.0;         ///< seconds since the state of the link was told
+    std::string failure;            ///< why the link was lost last, or did not come about; in one line
     std::optional<double> lastData; ///< host time in seconds at which it last told something
     double sinceData = 0.0;         ///< seconds since then
     std::optional<bool> pingsOn;    ///< as it told last
@@ -73,7 +77,10 @@ private:
         CDataId id;
         vordal::LinkStatus link;
         std::optional<double> lastData; ///< host time
-        double heard = 0.0;             ///< by the steady clock: last data, connection, or pings that went on
+        double linkTold = 0.0;          ///< by the steady clock, as is the next
+        bool wasConnected = false;
+        std::string failure;
+        double heard = 0.0; ///< last data, connection, or pings that went on
         std::optional<bool> pingsOn;
         std::deque<Ping> recent; ///< no more than GreatestRecent
         std::uint64_t pings = 0;

@@ -7,11 +7,11 @@
 #include "cli/platform/memory_reserve.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
+#include "cli/window/operator_panes.h"
 #include "cli/window/shown_view.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/common/log.h"
-#include "reference_host/controls/field_text.h"
 #include "reference_host/controls/window_thread.h"
 #include "reference_host/streams/settings_data.h"
 #include "reference_host/window/announcements.h"
@@ -344,7 +344,8 @@ private:
 /// Requests of an operator at work, so that a picture of the whole window has something to show.
 void AskForSomething(CDataId const& sonar)
 {
-    for (char const* keyValues : {"x5Range=75", "x5Power=210", "x5BeamSteer=10,-5", "x5PingOnOffState=1"}) {
+    for (char const* keyValues :
+         {"x5Range=75", "x5MaxPingRate=99", "x5Power=210", "x5BeamSteer=10,-5", "x5PingOnOffState=1"}) {
         CAttributeMap request;
         std::string error;
         CAttributeMap tree;
@@ -359,14 +360,6 @@ void AskForSomething(CDataId const& sonar)
 QSize RoomFor(QWidget const& window)
 {
     return window.screen()->availableSize() - QSize(0, 2 * window.fontMetrics().lineSpacing());
-}
-
-QString TextOf(vordal::FieldNotice const& notice)
-{
-    return notice.kind == vordal::FieldNotice::Kind::Overwritten
-               ? QStringLiteral("%1: \"%2\" was typed and not applied, and has given way to %3, which the sonar has")
-                     .arg(notice.field, notice.typed, notice.now)
-               : QStringLiteral("%1: \"%2\" is no number; it counts as %3").arg(notice.field, notice.typed, notice.now);
 }
 
 } // namespace
@@ -415,7 +408,7 @@ int RunWindow(RunOptions const& options)
     }
 
     for (CDataId const& sonar : fleet.Simulated()) {
-        session.Desk().Lock().Exempt(sonar);
+        session.SetSimulated(sonar);
     }
 
     // Also while it ends: a second signal changes nothing, and nothing is left unsaved.
@@ -431,6 +424,7 @@ int RunWindow(RunOptions const& options)
                                    .activeVessel = session.ActiveVessel(),
                                    .shownDevice = fleet.First().dataId},
                                   feed, session.Requests());
+        OperatorPanes panes(session, window);
         ShownView view(session, window);
         thread.SetDeliveredHandler([&] { view.Follow(); });
         auto const& memory = session.WindowMemory();
@@ -446,7 +440,7 @@ int RunWindow(RunOptions const& options)
         if (!isPicture) {
             window.FitInto(RoomFor(window));
         }
-        vordal::SetFieldListener([&](vordal::FieldNotice const& notice) { window.ShowLine(TextOf(notice)); });
+        vordal::SetFieldListener([&](vordal::FieldNotice const& notice) { panes.Note(notice); });
         auto const remember = [&] {
             QByteArray const bytes = window.SaveMemory();
             session.WindowMemory().assign(bytes.begin(), bytes.end());

@@ -2,7 +2,6 @@
 #include "window_session.h"
 
 #include "cli/commands.h"
-#include "operation/dropped_text.h"
 #include "reference_host/common/log.h"
 #include "reference_host/common/path_text.h"
 #include "reference_host/streams/settings_data.h"
@@ -150,6 +149,7 @@ WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int light
 {
     m_host.SetApplication({.guid = L"qx5", .mainWindow = true, .lightMode = lightMode, .displays = {}});
     m_host.SetObserver(this);
+    m_desk.Events().SetWake([this] { m_eventsWait.Raise(); });
     m_desk.Join(m_host);
 }
 
@@ -229,7 +229,7 @@ bool WindowSession::Begin(vordal::StoredProject fleet, std::string const& file, 
     m_begun = true;
     if (m_store != nullptr) {
         m_keeper = std::make_unique<ProjectKeeper>(
-            *m_store, [feed = m_feed](std::string const& problem) { feed->PutLine(problem); }, &m_desk.Log());
+            *m_store, [this](std::string const& problem) { Tell(problem); }, &m_desk.Log());
     }
     return true;
 }
@@ -339,7 +339,8 @@ std::vector<vordal::ListedVessel> WindowSession::Listed() const
                 auto const* const port = PortOf(device);
                 listed.devices.push_back(
                     {device.dataId, ToQt(device.name),
-                     port != nullptr ? ToQt(port->host) + u':' + QString::number(port->tcpPort) : QString()});
+                     port != nullptr ? ToQt(port->host) + u':' + QString::number(port->tcpPort) : QString(),
+                     std::find(m_simulated.begin(), m_simulated.end(), device.dataId) != m_simulated.end()});
             }
         }
     }
@@ -390,6 +391,33 @@ void WindowSession::Tick()
             m_desk.Tick();
         });
     }
+}
+
+void WindowSession::Tell(std::string line)
+{
+    m_desk.Events().PutState({}, operation::EventKind::Note, operation::Severity::Warning, std::move(line));
+}
+
+operation::EventList::Content WindowSession::TakeEvents()
+{
+    m_eventsWait.Clear();
+    return m_desk.Events().Take();
+}
+
+void WindowSession::Undo()
+{
+    m_host.Post([this] { m_desk.Steps().Undo(); });
+}
+
+void WindowSession::Redo()
+{
+    m_host.Post([this] { m_desk.Steps().Redo(); });
+}
+
+void WindowSession::SetSimulated(CDataId const& sonar)
+{
+    m_simulated.push_back(sonar);
+    m_desk.Lock().Exempt(sonar);
 }
 
 void WindowSession::SetTransmitLock(bool locked)
@@ -494,40 +522,13 @@ void WindowSession::OnSetLightMode(int mode, bool)
 
 void WindowSession::OnMessage(CString const& text)
 {
-    m_feed->PutLine(protocol::EncodeUtf8(text.View()));
-}
-
-void WindowSession::OnRequestFailed(BaseDevice& device, CAttributeMap const&, std::exception_ptr failure)
-{
-    std::string reason = "an exception of an unknown kind";
-    try {
-        std::rethrow_exception(std::move(failure));
-    } catch (std::exception const& known) {
-        reason = known.what();
-    } catch (...) {
-        // As it stands above.
-    }
-    m_feed->PutLine(
-        fmt::format("A request to {} was broken off: {}", protocol::EncodeUtf8(device.GetDeviceName().View()), reason));
-}
-
-void WindowSession::OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing)
-{
-    m_feed->PutLine(fmt::format("A request to {} was dropped: {}", protocol::EncodeUtf8(device.GetDeviceName().View()),
-                                operation::DroppedText(asked, missing)));
+    Tell(protocol::EncodeUtf8(text.View()));
 }
 
 void WindowSession::OnAttributesRefused(BaseDevice& device)
 {
-    m_feed->PutLine(fmt::format("{} tells more attributes than it may: new ones are refused and counted",
-                                protocol::EncodeUtf8(device.GetDeviceName().View())));
-}
-
-void WindowSession::OnRequestRefused(BaseDevice& device, CAttributeMap const&, vordal::RequestOrigin,
-                                     std::string const& reason)
-{
-    m_feed->PutLine(
-        fmt::format("A request to {} was refused: {}", protocol::EncodeUtf8(device.GetDeviceName().View()), reason));
+    m_desk.Events().PutState(device.GetDataId(), operation::EventKind::Note, operation::Severity::Warning,
+                             "it tells more attributes than it may: new ones are refused and counted");
 }
 
 } // namespace qx5::cli

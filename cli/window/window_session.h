@@ -5,6 +5,7 @@
 #include "cli/window/project_keeper.h"
 #include "operation/operator_desk.h"
 #include "reference_host/common/host_observer.h"
+#include "reference_host/platform/wake_handle.h"
 #include "reference_host/project/live_host.h"
 #include "reference_host/window/main_window.h"
 #include "reference_host/window/window_feed.h"
@@ -60,6 +61,16 @@ public:
     void Tick();
     /// What surrounds the requests of this session.
     operation::OperatorDesk& Desk() { return m_desk; }
+    /// Readable while events wait to be taken.
+    int EventsHandle() const { return m_eventsWait.Handle(); }
+    /// What an operator must hear of. The lines of the host's messages are among it.
+    operation::EventList::Content TakeEvents();
+    /// Undoes the newest step that can be, and asks again for the next one that was undone; what cannot be is an event.
+    /// Return at once.
+    void Undo();
+    void Redo();
+    /// The sonar is one of this program's own: it is listed as simulated, and the transmit lock does not concern it.
+    void SetSimulated(CDataId const& sonar);
     /// Whether what can do harm at a real sonar is refused; the project keeps it.
     void SetTransmitLock(bool locked);
     bool IsTransmitLocked() const { return m_project.transmitLocked; }
@@ -85,11 +96,7 @@ public:
 private:
     void OnSetLightMode(int mode, bool redraw) override;
     void OnMessage(CString const& text) override;
-    void OnRequestFailed(BaseDevice& device, CAttributeMap const& request, std::exception_ptr failure) override;
-    void OnRequestDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
     void OnAttributesRefused(BaseDevice& device) override;
-    void OnRequestRefused(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
-                          std::string const& reason) override;
 
     bool ReadProject(std::string const& file, std::string& error);
     /// Adds to the fleet what the project keeps of it, and how its sonars are steered.
@@ -100,6 +107,8 @@ private:
     /// Views, windows and the chosen vessel as they are now; the rest as it was opened.
     vordal::StoredProject ProjectOfWindow() const;
     bool SaveProject(std::string& error);
+    /// A line for the operator. Any thread.
+    void Tell(std::string line);
     [[noreturn]] void LeaveWithoutHostThread();
 
     std::shared_ptr<vordal::WindowFeed> const m_feed;
@@ -108,12 +117,14 @@ private:
     std::map<CString, CAttributeMap> m_views; ///< by the names that the project keeps them under
     std::vector<unsigned char> m_windowMemory;
     unsigned short m_activeVessel = 1;
+    std::vector<CDataId> m_simulated;
     vordal::StoredProject m_fleet;
     std::map<CString, std::shared_ptr<SwitchedOn>> m_switches; ///< by the names of the ports
     bool m_begun = false;                                      ///< all of it: what the devices hold is worth keeping
     bool m_ended = false;
     vordal::StoredProject m_saved; ///< of the fleet; written on the host thread, read when that has ended
 
+    vordal::platform::WakeHandle m_eventsWait;
     operation::OperatorDesk m_desk;
     std::atomic<bool> m_ticks{false}; ///< a Tick is on its way to the host thread
 

@@ -6,7 +6,7 @@
 namespace vordal {
 namespace {
 
-thread_local RequestOrigin innermost = RequestOrigin::Program;
+thread_local RequestOrigin currentOrigin = RequestOrigin::Program;
 
 } // namespace
 
@@ -33,19 +33,19 @@ std::string_view ToText(RequestOrigin origin)
 
 RequestOrigin CurrentOrigin()
 {
-    return innermost;
+    return currentOrigin;
 }
 
 void SetThreadOrigin(RequestOrigin origin)
 {
-    innermost = origin;
+    currentOrigin = origin;
 }
 
-OriginScope::OriginScope(RequestOrigin origin) : m_outer(std::exchange(innermost, origin)) {}
+OriginScope::OriginScope(RequestOrigin origin) : m_outer(std::exchange(currentOrigin, origin)) {}
 
 OriginScope::~OriginScope()
 {
-    innermost = m_outer;
+    currentOrigin = m_outer;
 }
 
 } // namespace vordal

@@ -1,12 +1,14 @@
 // A signal that an event loop can watch beside its other events.
 #pragma once
 
+#include <VordalBaseR/Export.h>
+
 #include <memory>
 
 namespace vordal::platform {
 
 /// Raised by any thread; readable through a handle of the system while it is raised.
-class WakeHandle
+class VORDAL_API WakeHandle
 {
 public:
     /// Throws std::system_error when the system has no handle left.

@@ -2,6 +2,7 @@
 #include "device_panel.h"
 
 #include "appearance.h"
+#include "mark.h"
 #include "reference_host/controls/qt_text.h"
 
 #include <QApplication>
@@ -45,8 +46,9 @@ Signal SignalOf(LinkState state)
     return Signal::Idle;
 }
 
-/// Colour alone does not tell: a full disc is connected, a ring is not, a ring with a dot is on its way.
-QIcon MarkOf(QPalette const& palette, LinkState state, qreal ratio)
+/// Colour alone does not tell: a full disc is connected, a ring is not, a ring with a dot is on its way, one with a bar
+/// is silent.
+QIcon MarkOf(QPalette const& palette, LinkState state, bool silent, qreal ratio)
 {
     constexpr int size = 12;
     QPixmap pixmap(QSize(size, size) * ratio);
@@ -54,9 +56,11 @@ QIcon MarkOf(QPalette const& palette, LinkState state, qreal ratio)
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
-    auto const colour = SignalColour(palette, SignalOf(state));
+    auto const colour = SignalColour(palette, silent ? Signal::Bad : SignalOf(state));
     painter.setPen(QPen(colour, 2));
-    if (state == LinkState::Connected) {
+    if (silent) {
+        painter.drawLine(QPointF(4, size / 2.0), QPointF(size - 4, size / 2.0));
+    } else if (state == LinkState::Connected) {
         painter.setBrush(colour);
     }
     painter.drawEllipse(QRectF(2, 2, size - 4, size - 4));
@@ -82,7 +86,37 @@ QIcon MarkOf(QPalette const& palette, LinkState state, qreal ratio)
     return icon;
 }
 
+/// A part of a disc, one further at each step.
+QIcon PingMark(QPalette const& palette, int step, int steps, qreal ratio)
+{
+    return DrawnMark(palette, palette.color(QPalette::Text), ratio,
+                     [step, steps](QPainter& painter, QColor const& colour) {
+                         constexpr int fullTurn = 360 * 16;
+                         QRectF const disc(1.5, 1.5, MarkSize - 3, MarkSize - 3);
+                         painter.setPen(QPen(colour, 1));
+                         painter.drawEllipse(disc);
+                         painter.setBrush(colour);
+                         painter.drawPie(disc, fullTurn / 4 - step * fullTurn / steps, -fullTurn / steps);
+                     });
+}
+
 } // namespace
+
+QString DurationText(double seconds)
+{
+    if (seconds < 1.0) {
+        return QObject::tr("< 1 s");
+    }
+    constexpr double longest = 1e9;
+    auto const whole = static_cast<qint64>(std::min(seconds, longest));
+    if (whole < 60) {
+        return QObject::tr("%1 s").arg(whole);
+    }
+    if (whole < 3600) {
+        return QObject::tr("%1 min %2 s").arg(whole / 60).arg(whole % 60);
+    }
+    return QObject::tr("%1 h %2 min").arg(whole / 3600).arg(whole / 60 % 60);
+}
 
 QString StatusText(LinkStatus const& status)
 {
@@ -117,9 +151,10 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
         auto* const vesselItem = new QTreeWidgetItem(m_list, {vessel.name});
         vesselItem->setData(0, VesselRole, int{vessel.number});
         for (ListedDevice const& device : vessel.devices) {
-            auto* const item = new QTreeWidgetItem(vesselItem, {device.name});
+            auto* const item = new QTreeWidgetItem(
+                vesselItem, {device.simulated ? tr("%1\nsimulated").arg(device.name) : device.name});
             item->setData(0, RowRole, static_cast<int>(m_rows.size()));
-            m_rows.push_back({device.id, item, device.endpoint, {}});
+            m_rows.push_back({device.id, item, device.name, device.endpoint, {}, device.simulated, {}, {}});
         }
     }
     m_list->expandAll();
@@ -165,6 +200,30 @@ void DevicePanel::SetStatus(CDataId const& device, LinkStatus const& status)
         }
     }
     Paint();
+}
+
+void DevicePanel::SetActivity(CDataId const& device, DeviceActivity const& activity)
+{
+    auto const row = std::find_if(m_rows.begin(), m_rows.end(), [&](Row const& each) { return each.id == device; });
+    if (row == m_rows.end() || row->activity == activity) {
+        return;
+    }
+    bool const steps = !row->activity || row->activity->pings != activity.pings;
+    bool const isAnother = !row->activity || row->activity->silent != activity.silent ||
+                           row->activity->wasConnected != activity.wasConnected;
+    row->activity = activity;
+    if (steps && activity.pings != 0) {
+        row->item->setIcon(0, m_pingMarks[activity.pings % PingSteps]);
+    }
+    PaintRow(*row, isAnother);
+    if (row->item == m_list->currentItem()) {
+        Explain();
+    }
+}
+
+bool DevicePanel::IsSimulated(CDataId const& device) const
+{
+    return std::any_of(m_rows.begin(), m_rows.end(), [&](Row const& row) { return row.id == device && row.simulated; });
 }
 
 void DevicePanel::MarkShown(CDataId const& device)
@@ -248,6 +307,9 @@ bool DevicePanel::eventFilter(QObject* watched, QEvent* event)
 
 void DevicePanel::Paint()
 {
+    for (std::size_t step = 0; step < PingSteps; ++step) {
+        m_pingMarks[step] = PingMark(palette(), static_cast<int>(step), PingSteps, devicePixelRatioF());
+    }
     for (int i = 0; i < m_list->topLevelItemCount(); ++i) {
         auto* const item = m_list->topLevelItem(i);
         bool const active = item->data(0, VesselRole).toInt() == int{m_activeVessel};
@@ -257,20 +319,77 @@ void DevicePanel::Paint()
         item->setText(1, active ? tr("active vessel") : QString());
         item->setData(0, Qt::AccessibleTextRole, active ? tr("%1, active vessel").arg(item->text(0)) : item->text(0));
     }
-    for (Row const& row : m_rows) {
-        QFont font = m_list->font();
-        bool const shown = row.id == m_shown;
-        font.setBold(shown);
-        row.item->setFont(0, font);
-        auto const text = StatusText(row.status);
-        row.item->setText(1, QString::fromUtf8(ToText(row.status.state).data(),
-                                               static_cast<qsizetype>(ToText(row.status.state).size())));
-        row.item->setToolTip(1, PlainToolTip(text));
-        row.item->setIcon(1, MarkOf(palette(), row.status.state, devicePixelRatioF()));
-        row.item->setData(0, Qt::AccessibleTextRole,
-                          (shown ? tr("%1, shown, %2") : tr("%1, %2")).arg(row.item->text(0), text));
+    for (Row& row : m_rows) {
+        PaintRow(row, true);
+        row.item->setIcon(0, m_pingMarks[(row.activity ? row.activity->pings : 0) % PingSteps]);
     }
     Explain();
+}
+
+QString DevicePanel::ConditionOf(Row const& row)
+{
+    if (row.activity && row.activity->silent) {
+        return tr("silent");
+    }
+    auto const state = row.status.state;
+    if (row.activity && row.activity->wasConnected && state != LinkState::Connected && state != LinkState::Closed) {
+        return tr("lost");
+    }
+    return QString::fromUtf8(ToText(state).data(), static_cast<qsizetype>(ToText(state).size()));
+}
+
+QString DevicePanel::PingsOf(Row const& row)
+{
+    if (!row.activity) {
+        return {};
+    }
+    if (row.activity->pingsOn == false) {
+        return tr("pings off");
+    }
+    return row.activity->pingRate ? tr("%1 p/s").arg(QString::number(*row.activity->pingRate, 'f', 1)) : QString();
+}
+
+QString DevicePanel::DataOf(Row const& row)
+{
+    if (!row.activity) {
+        return {};
+    }
+    return row.activity->sinceData ? DurationText(*row.activity->sinceData) : tr("no data");
+}
+
+void DevicePanel::PaintRow(Row& row, bool isWhole)
+{
+    auto const condition = ConditionOf(row);
+    auto const pings = PingsOf(row);
+    auto const told = DataOf(row);
+    auto const both = pings.isEmpty() || told.isEmpty() ? pings + told : pings + QStringLiteral(", ") + told;
+    row.item->setText(1, both.isEmpty() ? condition : condition + QLatin1Char('\n') + both);
+    // What a screen reader hears of what changes all the time it hears once a second.
+    constexpr std::chrono::milliseconds pause{1000};
+    if (!isWhole && row.spoken.isValid() && !row.spoken.hasExpired(pause.count())) {
+        return;
+    }
+    row.spoken.start();
+    bool const shown = row.id == m_shown;
+    auto const text = StatusText(row.status);
+    QString spoken = row.name;
+    spoken += row.simulated ? tr(", simulated") : QString();
+    spoken += shown ? tr(", shown") : QString();
+    // "lost" stays while attempts come and go.
+    spoken += QStringLiteral(", ") + (text.startsWith(condition) ? text : condition + QStringLiteral(", ") + text);
+    spoken += pings.isEmpty() ? QString() : QStringLiteral(", ") + pings;
+    if (row.activity) {
+        spoken += row.activity->sinceData ? tr(", last data %1 ago").arg(told) : QStringLiteral(", ") + told;
+    }
+    row.item->setData(0, Qt::AccessibleTextRole, spoken);
+    if (isWhole) {
+        QFont font = m_list->font();
+        font.setBold(shown);
+        row.item->setFont(0, font);
+        row.item->setToolTip(1, PlainToolTip(text));
+        bool const silent = row.activity && row.activity->silent;
+        row.item->setIcon(1, MarkOf(palette(), row.status.state, silent, devicePixelRatioF()));
+    }
 }
 
 void DevicePanel::Explain()
@@ -279,11 +398,18 @@ void DevicePanel::Explain()
     QString text;
     for (Row const& row : m_rows) {
         if (row.item == item) {
-            text = row.item->text(0);
+            text = row.simulated ? tr("%1, simulated").arg(row.name) : row.name;
             if (!row.endpoint.isEmpty()) {
                 text += QStringLiteral(" (%1)").arg(row.endpoint);
             }
-            text += QLatin1Char('\n') + StatusText(row.status);
+            bool const silent = row.activity && row.activity->silent;
+            text += QLatin1Char('\n') + StatusText(row.status) + (silent ? tr(", silent") : QString());
+            if (auto const pings = PingsOf(row); !pings.isEmpty()) {
+                text += QLatin1Char('\n') + pings;
+            }
+            if (row.activity && row.activity->sinceData) {
+                text += tr("\nlast data %1 ago").arg(DataOf(row));
+            }
         }
     }
     if (text != m_explained->text()) {

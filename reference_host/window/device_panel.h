@@ -5,10 +5,16 @@
 
 #include <VordalBaseR/CDataId.h>
 
+#include <QElapsedTimer>
+#include <QIcon>
 #include <QString>
 #include <QTimer>
 #include <QWidget>
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 class QLabel;
@@ -23,6 +29,7 @@ struct ListedDevice
     CDataId id;
     QString name;
     QString endpoint; ///< where its connection goes; may be empty
+    bool simulated = false;
 };
 
 struct ListedVessel
@@ -31,6 +38,22 @@ struct ListedVessel
     QString name;
     std::vector<ListedDevice> devices;
 };
+
+/// What is known of a device beyond its connection.
+struct DeviceActivity
+{
+    bool wasConnected = false;       ///< now or before
+    bool silent = false;             ///< connected, should ping, and tells nothing
+    std::optional<bool> pingsOn;     ///< as it told last
+    std::optional<double> pingRate;  ///< pings in a second; none unless it tells of its pings
+    std::uint64_t pings = 0;         ///< all in all
+    std::optional<double> sinceData; ///< seconds since it told something; none: it has told nothing
+
+    bool operator==(DeviceActivity const&) const = default;
+};
+
+/// "< 1 s", "12 s", "2 min 5 s", "3 h 12 min".
+QString DurationText(double seconds);
 
 /// One line on how a connection stands: "connected", "waiting, tries again in 2.0 s".
 QString StatusText(LinkStatus const& status);
@@ -46,11 +69,14 @@ public:
     explicit DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent = nullptr);
 
     void SetStatus(CDataId const& device, LinkStatus const& status);
+    /// May come ten times a second.
+    void SetActivity(CDataId const& device, DeviceActivity const& activity);
     /// Marks the device that the view shows; an id that is not listed marks none.
     void MarkShown(CDataId const& device);
     void MarkActiveVessel(unsigned short number);
 
     std::vector<ListedVessel> const& Vessels() const { return m_vessels; }
+    bool IsSimulated(CDataId const& device) const;
     /// How a device's connection stands; Closed for one that is not listed.
     LinkState StateOf(CDataId const& device) const;
 
@@ -81,10 +107,20 @@ private:
     {
         CDataId id;
         QTreeWidgetItem* item = nullptr;
+        QString name;
         QString endpoint;
         LinkStatus status;
+        bool simulated = false;
+        std::optional<DeviceActivity> activity;
+        QElapsedTimer spoken; ///< since its accessible text was made
     };
+    static QString ConditionOf(Row const& row);
+    static QString PingsOf(Row const& row);
+    static QString DataOf(Row const& row);
+    void PaintRow(Row& row, bool isWhole);
     std::vector<Row> m_rows;
+    static constexpr std::size_t PingSteps = 4;
+    std::array<QIcon, PingSteps> m_pingMarks;
     QTimer m_notFollowed;
 };
 

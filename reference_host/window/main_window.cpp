@@ -5,6 +5,7 @@
 #include "attribute_browser.h"
 #include "record_monitor.h"
 #include "reference_host/controls/qt_text.h"
+#include "view_ground.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -12,6 +13,7 @@
 #include <QCloseEvent>
 #include <QDataStream>
 #include <QDockWidget>
+#include <QHBoxLayout>
 #include <QIODevice>
 #include <QLabel>
 #include <QMenu>
@@ -39,14 +41,14 @@ constexpr qint32 MemoryFormat = 1;
 MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, WindowRequests requests)
     : m_feed(std::move(feed)), m_requests(std::move(requests)), m_shownDevice(setup.shownDevice),
       m_devices(new DevicePanel(std::move(setup.vessels))), m_attributes(new AttributeBrowser),
-      m_records(new RecordMonitor(m_feed->Records())), m_title(new QLabel), m_noView(new QLabel), m_line(new QLabel),
-      m_lightModes(new QActionGroup(this)), m_timer(new QTimer(this))
+      m_records(new RecordMonitor(m_feed->Records())), m_ground(new ViewGround(this)), m_title(new QLabel),
+      m_titleNote(new QLabel), m_noView(new QLabel), m_line(new QLabel), m_lightModes(new QActionGroup(this)),
+      m_timer(new QTimer(this))
 {
     setObjectName(QStringLiteral("mainWindow"));
     SetViewTitle({});
 
-    auto* const middle = new QWidget(this);
-    m_middle = new QVBoxLayout(middle);
+    m_middle = new QVBoxLayout(m_ground);
     QFont titleFont = m_title->font();
     titleFont.setBold(true);
     m_title->setFont(titleFont);
@@ -55,9 +57,16 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     m_title->setObjectName(QStringLiteral("viewTitle"));
     m_noView->setText(tr("No view is open."));
     m_noView->setAlignment(Qt::AlignCenter);
-    m_middle->addWidget(m_title);
+    m_titleNote->setTextFormat(Qt::PlainText);
+    m_titleNote->setObjectName(QStringLiteral("viewTitleNote"));
+    m_titleNote->setAccessibleDescription(tr("What kind of sonar the view shows"));
+    auto* const titleRow = new QHBoxLayout;
+    titleRow->addWidget(m_title);
+    titleRow->addWidget(m_titleNote);
+    titleRow->addStretch(1);
+    m_middle->addLayout(titleRow);
     m_middle->addWidget(m_noView, 1);
-    setCentralWidget(middle);
+    setCentralWidget(m_ground);
 
     setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
     setCorner(Qt::BottomLeftCorner, Qt::BottomDockWidgetArea);
@@ -88,12 +97,13 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
 
     m_devices->MarkActiveVessel(setup.activeVessel);
     m_devices->MarkShown(m_shownDevice);
+    NoteSimulated();
     SetLightMode(setup.lightMode);
     // The view at its natural size, the docks with room to read.
     auto const character = fontMetrics().averageCharWidth();
     auto const line = fontMetrics().lineSpacing();
     resize(character * 215, line * 60);
-    resizeDocks({m_deviceDock, m_attributeDock}, {character * 38, character * 62}, Qt::Horizontal);
+    resizeDocks({m_deviceDock, m_attributeDock}, {character * 45, character * 57}, Qt::Horizontal);
     resizeDocks({m_recordDock}, {line * 17}, Qt::Vertical);
     m_timer->start(LookInterval);
 }
@@ -123,7 +133,8 @@ void MainWindow::MakeMenus(std::vector<QDockWidget*> const& docks)
     quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
     connect(quit, &QAction::triggered, this, &QWidget::close);
 
-    auto* const view = menuBar()->addMenu(tr("&View"));
+    m_viewMenu = menuBar()->addMenu(tr("&View"));
+    auto* const view = m_viewMenu;
     // None that a field or a list has a meaning of its own for.
     char const* const shortcuts[]{"Ctrl+Shift+D", "Ctrl+Shift+A", "Ctrl+Shift+M"};
     for (std::size_t i = 0; i < docks.size(); ++i) {
@@ -131,7 +142,7 @@ void MainWindow::MakeMenus(std::vector<QDockWidget*> const& docks)
         toggle->setShortcut(QKeySequence(QString::fromLatin1(shortcuts[i % std::size(shortcuts)])));
         view->addAction(toggle);
     }
-    view->addSeparator();
+    m_endOfDocks = view->addSeparator();
     auto* const light = view->addMenu(tr("&Light"));
     QString const names[]{tr("&Night"), tr("D&usk"), tr("&Overcast"), tr("&Daylight")};
     for (int mode = 1; mode <= 4; ++mode) {
@@ -152,6 +163,7 @@ void MainWindow::MakeMenus(std::vector<QDockWidget*> const& docks)
 void MainWindow::SetView(QWidget* view)
 {
     if (m_view != nullptr) {
+        m_ground->SetView(nullptr);
         m_middle->removeWidget(m_view);
         m_view->hide();
         m_view->setParent(nullptr);
@@ -160,8 +172,48 @@ void MainWindow::SetView(QWidget* view)
     m_noView->setVisible(view == nullptr);
     if (view != nullptr) {
         m_middle->addWidget(view, 1);
+        m_ground->SetView(view);
         view->show();
     }
+}
+
+void MainWindow::SetBanner(QWidget* banner)
+{
+    constexpr int belowTitle = 1;
+    m_middle->insertWidget(belowTitle, banner);
+}
+
+void MainWindow::MarkViewOld(bool isOld)
+{
+    m_ground->MarkOld(isOld);
+}
+
+QDockWidget* MainWindow::AddPane(QWidget* content, QString const& title, QString const& name, Qt::DockWidgetArea area,
+                                 QKeySequence const& shortcut)
+{
+    auto* const dock = AddDock(content, title, name, area);
+    if (area == Qt::BottomDockWidgetArea) {
+        splitDockWidget(m_recordDock, dock, Qt::Horizontal);
+        // As much of the width for either, and the height that the record monitor has.
+        resizeDocks({m_recordDock, dock}, {1, 1}, Qt::Horizontal);
+    }
+    dock->toggleViewAction()->setShortcut(shortcut);
+    m_viewMenu->insertAction(m_endOfDocks, dock->toggleViewAction());
+    m_panes.push_back(dock);
+    return dock;
+}
+
+QMenu* MainWindow::AddMenu(QString const& title)
+{
+    auto* const menu = new QMenu(title, this);
+    menuBar()->insertMenu(m_viewMenu->menuAction(), menu);
+    return menu;
+}
+
+void MainWindow::NoteSimulated()
+{
+    m_titleNote->setText(m_devices->IsSimulated(m_shownDevice) ? tr("simulated") : QString());
+    m_titleNote->setVisible(!m_titleNote->text().isEmpty());
 }
 
 void MainWindow::SetViewTitle(QString const& title)
@@ -178,6 +230,7 @@ void MainWindow::SetShownDevice(CDataId const& device)
     }
     m_shownDevice = device;
     m_devices->MarkShown(device);
+    NoteSimulated();
     m_attributes->Begin();
     // Its tree need not wait for the next round.
     m_treeAsked = false;
@@ -204,6 +257,11 @@ void MainWindow::FitInto(QSize const& room)
     }
     if (needed().height() > room.height()) {
         m_recordDock->hide();
+        for (auto* const pane : m_panes) {
+            if (dockWidgetArea(pane) == Qt::BottomDockWidgetArea) {
+                pane->hide();
+            }
+        }
     }
     if (needed().height() > room.height()) {
         // The window's own title tells the same.

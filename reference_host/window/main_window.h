@@ -15,6 +15,7 @@ class QAction;
 class QActionGroup;
 class QDockWidget;
 class QLabel;
+class QMenu;
 class QTimer;
 class QVBoxLayout;
 
@@ -22,6 +23,7 @@ namespace vordal {
 
 class AttributeBrowser;
 class RecordMonitor;
+class ViewGround;
 
 /// What the window asks of the host. Called on the window thread; each returns at once and works elsewhere.
 struct WindowRequests
@@ -53,6 +55,17 @@ public:
     /// Puts a view's widget into the middle, in place of what is there; null: a word that no view is open. The widget
     /// stays its owner's, who takes it out before it goes.
     void SetView(QWidget* view);
+    /// A widget between the view's title and the view, once; it becomes the window's.
+    void SetBanner(QWidget* banner);
+    /// Whether what the view shows is old: the ground around it is hatched then, and says so to a screen reader. The
+    /// view itself stays as it is.
+    void MarkViewOld(bool isOld);
+    /// A dock of somebody else's, which becomes the window's: at the left below the devices, at the bottom beside the
+    /// record monitor. Before RestoreMemory.
+    QDockWidget* AddPane(QWidget* content, QString const& title, QString const& name, Qt::DockWidgetArea area,
+                         QKeySequence const& shortcut);
+    /// A menu between File and View.
+    QMenu* AddMenu(QString const& title);
     /// The title of the display in the middle.
     void SetViewTitle(QString const& title);
     /// The device that the view shows has changed.
@@ -90,6 +103,7 @@ private:
     QDockWidget* AddDock(QWidget* content, QString const& title, QString const& name, Qt::DockWidgetArea area);
     void MakeMenus(std::vector<QDockWidget*> const& docks);
     void FetchTree();
+    void NoteSimulated();
 
     std::shared_ptr<WindowFeed> const m_feed;
     WindowRequests const m_requests;
@@ -104,12 +118,17 @@ private:
     QDockWidget* m_deviceDock = nullptr;
     QDockWidget* m_attributeDock = nullptr;
     QDockWidget* m_recordDock = nullptr;
+    std::vector<QDockWidget*> m_panes;
+    ViewGround* m_ground;
     QLabel* m_title;
     bool m_hasTitleLine = true;
+    QLabel* m_titleNote; ///< beside the title
     QLabel* m_noView;
     QVBoxLayout* m_middle;
     QWidget* m_view = nullptr;
     QLabel* m_line;
+    QMenu* m_viewMenu = nullptr;
+    QAction* m_endOfDocks = nullptr; ///< in the View menu
     QActionGroup* m_lightModes;
     QTimer* m_timer;
 };

@@ -305,6 +305,23 @@ TEST_F(Watch, ASonarThatShouldPingAndTellsNothingIsSilent)
     EXPECT_EQ(State().condition, SonarCondition::Silent);
 }
 
+TEST_F(Watch, TellsSinceWhenALinkIsAsItIsAndWhyItWasLost)
+{
+    EXPECT_FALSE(State().wasConnected);
+    Link(LinkState::Waiting, "refused");
+    Pass(1.5);
+    EXPECT_DOUBLE_EQ(State().sinceLink, 1.5);
+    EXPECT_FALSE(State().wasConnected);
+    // An attempt tells nothing of why the last one failed.
+    Link(LinkState::Connecting);
+    EXPECT_EQ(State().failure, "refused");
+    Link(LinkState::Connected);
+    Link(LinkState::Lost, "cut");
+    EXPECT_TRUE(State().wasConnected);
+    EXPECT_EQ(State().failure, "cut");
+    EXPECT_DOUBLE_EQ(State().sinceLink, 0.0);
+}
+
 TEST_F(Watch, ASonarThatPingsSlowlyHasMoreTime)
 {
     Link(LinkState::Connected);
