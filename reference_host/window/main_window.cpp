@@ -250,18 +250,19 @@ void MainWindow::FitInto(QSize const& room)
         layout()->activate();
         return minimumSizeHint();
     };
+    auto const hideWithPanes = [this](QDockWidget* dock) {
+        dock->hide();
+        for (auto* const pane : m_panes) {
+            pane->setVisible(pane->isVisibleTo(this) && dockWidgetArea(pane) != dockWidgetArea(dock));
+        }
+    };
     for (auto* const dock : {m_attributeDock, m_deviceDock}) {
         if (needed().width() > room.width()) {
-            dock->hide();
+            hideWithPanes(dock);
         }
     }
     if (needed().height() > room.height()) {
-        m_recordDock->hide();
-        for (auto* const pane : m_panes) {
-            if (dockWidgetArea(pane) == Qt::BottomDockWidgetArea) {
-                pane->hide();
-            }
-        }
+        hideWithPanes(m_recordDock);
     }
     if (needed().height() > room.height()) {
         // The window's own title tells the same.
