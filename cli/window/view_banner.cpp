@@ -125,6 +125,7 @@ ViewBanner::ViewBanner(std::function<void()> send, std::function<void()> drop, Q
 {
     setObjectName(QStringLiteral("viewBanner"));
     setAccessibleName(tr("State of the shown sonar"));
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     setFrameShape(StyledPanel);
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);

@@ -400,6 +400,9 @@ TEST_F(AroundTheView, ASilentSonarIsMarkedAndSoIsTheAgeOfTheView)
     EXPECT_EQ(Find<QLabel>("bannerTitle").text(), "Hull sonar is silent");
     EXPECT_THAT(Find<QLabel>("bannerAge").text().toStdString(), HasSubstr(" ago: what the view shows is as of then."));
     EXPECT_TRUE(HullRow().text(1).startsWith("silent\n"));
+    auto const lineHeight = Banner().fontMetrics().lineSpacing();
+    EXPECT_TRUE(RunUntil([&] { return Banner().height() < 6 * lineHeight; }))
+        << "three lines, and the view has the rest";
     EXPECT_GE(RowOf("silent"), 0);
     EXPECT_THAT(Status().toStdString(), HasSubstr("Hull sonar: its pings are on, and it has told nothing for "));
     QCoreApplication::processEvents();
@@ -411,7 +414,7 @@ TEST_F(AroundTheView, ASilentSonarIsMarkedAndSoIsTheAgeOfTheView)
     ASSERT_TRUE(stage.sonars[0].Tell("behave"));
     EXPECT_TRUE(RunUntil([&] { return Banner().isHidden(); }));
     EXPECT_TRUE(Comes("tells again"));
-    EXPECT_TRUE(HullRow().text(1).startsWith("connected\n"));
+    EXPECT_TRUE(RunUntil([&] { return HullRow().text(1).startsWith("connected\n"); }));
     QCoreApplication::processEvents();
     EXPECT_EQ(ground().pixelColor(beside), usual);
 }
@@ -425,7 +428,7 @@ TEST_F(AroundTheView, WhatALostSonarWasAskedForIsOfferedAndNeverSentByItself)
     EXPECT_EQ(Find<QLabel>("bannerTitle").text(), "Hull sonar: the connection is lost");
     EXPECT_TRUE(RunUntil([&] { return Find<QLabel>("bannerReason").text().contains("next attempt in "); }))
         << Find<QLabel>("bannerReason").text().toStdString();
-    EXPECT_TRUE(HullRow().text(1).startsWith("lost\n"));
+    EXPECT_TRUE(RunUntil([&] { return HullRow().text(1).startsWith("lost\n"); }));
     EXPECT_GE(RowOf("link lost"), 0);
     auto const& list = Find<QListWidget>("heldRequests");
     EXPECT_FALSE(list.isVisible());
