@@ -13,26 +13,28 @@
 
 namespace qx5::operation {
 
-std::vector<std::pair<std::wstring const*, HeldRequests::Entry const*>> HeldRequests::InOrder(Sonar const& sonar)
+std::vector<std::pair<std::wstring const*, HeldRequests::Entry const*>> HeldRequests::Waiting(CDataId const& id) const
 {
-    std::vector<std::pair<std::wstring const*, Entry const*>> entries;
-    for (auto const& [key, entry] : sonar.entries) {
-        entries.emplace_back(&key, &entry);
+    std::vector<std::pair<std::wstring const*, Entry const*>> waiting;
+    auto const sonar = m_sonars.find(id.GetKey());
+    if (sonar == m_sonars.end()) {
+        return waiting;
     }
-    std::sort(entries.begin(), entries.end(),
+    for (auto const& [key, entry] : sonar->second.entries) {
+        if (!entry.isSent) {
+            waiting.emplace_back(&key, &entry);
+        }
+    }
+    std::sort(waiting.begin(), waiting.end(),
               [](auto const& a, auto const& b) { return a.second->order < b.second->order; });
-    return entries;
+    return waiting;
 }
 
 std::vector<HeldRequests::Held> HeldRequests::Of(CDataId const& id) const
 {
     std::vector<Held> held;
     std::lock_guard const lock(m_mutex);
-    auto const sonar = m_sonars.find(id.GetKey());
-    if (sonar == m_sonars.end()) {
-        return held;
-    }
-    for (auto const& [key, entry] : InOrder(sonar->second)) {
+    for (auto const& [key, entry] : Waiting(id)) {
         auto const* const value = ValueOf(&entry->values.GetChild(0));
         held.push_back({tvcore::ToUtf8(CString(*key)), value != nullptr ? ValueText(*key, value) : std::string(),
                         entry->time, entry->who});
@@ -43,8 +45,7 @@ std::vector<HeldRequests::Held> HeldRequests::Of(CDataId const& id) const
 std::size_t HeldRequests::Count(CDataId const& id) const
 {
     std::lock_guard const lock(m_mutex);
-    auto const sonar = m_sonars.find(id.GetKey());
-    return sonar != m_sonars.end() ? sonar->second.entries.size() : 0;
+    return Waiting(id).size();
 }
 
 std::uint64_t HeldRequests::Lost(CDataId const& id) const
@@ -60,18 +61,20 @@ bool HeldRequests::Send(CDataId const& id)
     auto who = vordal::RequestOrigin::Program;
     {
         std::lock_guard const lock(m_mutex);
-        auto const sonar = m_sonars.find(id.GetKey());
-        if (sonar == m_sonars.end() || sonar->second.entries.empty()) {
+        auto const waiting = Waiting(id);
+        if (waiting.empty()) {
             return false;
         }
+        auto& sonar = m_sonars[id.GetKey()];
         auto* const request = tree.Add(vordal::keys::Request);
-        for (auto const& [key, entry] : InOrder(sonar->second)) {
+        for (auto const& [key, entry] : waiting) {
             for (CAttributeMap const& node : entry->values) {
                 request->Append(node);
             }
             who = entry->who;
+            sonar.entries.find(*key)->second.isSent = true;
         }
-        m_sonars.erase(sonar);
+        sonar.lost = 0;
     }
     {
         vordal::OriginScope const scope(who);
@@ -87,9 +90,17 @@ void HeldRequests::Drop(CDataId const& id)
 {
     {
         std::lock_guard const lock(m_mutex);
-        if (m_sonars.erase(id.GetKey()) == 0) {
+        auto const found = m_sonars.find(id.GetKey());
+        if (found == m_sonars.end()) {
             return;
         }
+        auto& sonar = found->second;
+        std::erase_if(sonar.entries, [&sonar](auto const& item) {
+            bool const drops = !item.second.isSent;
+            sonar.bytes -= drops ? item.second.bytes : 0;
+            return drops;
+        });
+        sonar.lost = 0;
     }
     if (m_changed) {
         m_changed(id);
@@ -118,8 +129,8 @@ void HeldRequests::Hold(Sonar& sonar, Action const& action)
             std::min_element(sonar.entries.begin(), sonar.entries.end(),
                              [](auto const& a, auto const& b) { return a.second.order < b.second.order; });
         sonar.bytes -= oldest->second.bytes;
+        sonar.lost += oldest->second.isSent ? 0 : 1;
         sonar.entries.erase(oldest);
-        ++sonar.lost;
     }
 }
 
@@ -137,23 +148,36 @@ bool HeldRequests::Forget(Sonar& sonar, Action const& action)
     return forgot;
 }
 
+bool HeldRequests::TakeBack(Sonar& sonar, Action const& action)
+{
+    bool tookBack = false;
+    for (CAttributeMap const& child : action.asked) {
+        auto const entry = sonar.entries.find(child.KeyText());
+        if (entry != sonar.entries.end() && entry->second.isSent) {
+            entry->second.isSent = false;
+            tookBack = true;
+        }
+    }
+    return tookBack;
+}
+
 void HeldRequests::OnActionStands(Action const& action)
 {
-    bool const isHeard = (action.result == Result::Agrees || action.result == Result::Differs ||
-                          action.result == Result::Unanswered || action.result == Result::Replaced) &&
-                         action.who != vordal::RequestOrigin::OtherHost;
-    if (action.result != Result::NotSent && !isHeard) {
+    if (action.who == vordal::RequestOrigin::OtherHost || action.result == Result::Pending) {
         return;
     }
     {
         std::lock_guard const lock(m_mutex);
-        if (isHeard) {
+        if (action.result == Result::NotSent) {
+            Hold(m_sonars[action.sonar.GetKey()], action);
+        } else {
+            bool const isHeard = action.result == Result::Agrees || action.result == Result::Differs ||
+                                 action.result == Result::Unanswered || action.result == Result::Replaced;
             auto const sonar = m_sonars.find(action.sonar.GetKey());
-            if (sonar == m_sonars.end() || !Forget(sonar->second, action)) {
+            if (sonar == m_sonars.end() ||
+                !(isHeard ? Forget(sonar->second, action) : TakeBack(sonar->second, action))) {
                 return;
             }
-        } else {
-            Hold(m_sonars[action.sonar.GetKey()], action);
         }
     }
     if (m_changed) {

@@ -38,8 +38,9 @@ public:
     /// Keys that gave way since they were last sent or dropped.
     std::uint64_t Lost(CDataId const& sonar) const;
 
-    /// Asks the sonar for all of it in one request, which comes from where the newest of it came from; nothing is held
-    /// any more. False when there was nothing. What cannot be sent again is held again.
+    /// Asks the sonar for all of it in one request, which comes from where the newest of it came from. False when there
+    /// was nothing. While the request is under way its keys do not count as held; those that it does not bring to the
+    /// sonar (no connection again, refused, failed) are held again.
     bool Send(CDataId const& sonar);
     void Drop(CDataId const& sonar);
 
@@ -56,6 +57,7 @@ private:
         double time = 0.0;
         std::uint64_t order = 0;
         vordal::RequestOrigin who = vordal::RequestOrigin::Program;
+        bool isSent = false; ///< under way; it is not known yet whether it is heard
     };
     struct Sonar
     {
@@ -66,7 +68,8 @@ private:
 
     void Hold(Sonar& sonar, Action const& action);
     static bool Forget(Sonar& sonar, Action const& action);
-    static std::vector<std::pair<std::wstring const*, Entry const*>> InOrder(Sonar const& sonar);
+    static bool TakeBack(Sonar& sonar, Action const& action);
+    std::vector<std::pair<std::wstring const*, Entry const*>> Waiting(CDataId const& sonar) const;
 
     std::function<void(CDataId const&)> m_changed;
     mutable std::mutex m_mutex; ///< guards what follows

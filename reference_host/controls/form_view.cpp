@@ -66,6 +66,8 @@ CFormView::CFormView() : m_state(std::make_unique<State>())
 {
     m_state->area->setFrameShape(QFrame::NoFrame);
     m_state->area->setWidgetResizable(true);
+    // What is in the form scrolls into sight when it gets the focus; the area itself would be a stop without a name.
+    m_state->area->setFocusPolicy(Qt::NoFocus);
     m_state->area->setWidget(m_state->form);
     new LayoutWatcher(*m_state->form, [state = m_state.get()] { state->ApplySizes(); });
 }

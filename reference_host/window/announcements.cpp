@@ -10,6 +10,8 @@ namespace vordal {
 namespace {
 
 constexpr std::chrono::milliseconds interval{250};
+/// So often it is looked for what has waited long enough.
+constexpr std::chrono::milliseconds lookInterval{50};
 
 QAccessible::UpdateHandler previousHandler = nullptr;
 std::optional<AnnouncementLimit> limit;
@@ -31,7 +33,7 @@ void Pass(QAccessibleEvent& event)
 
 AnnouncementLimit::AnnouncementLimit(Announce announce) : m_announce(std::move(announce))
 {
-    m_timer.setInterval(interval);
+    m_timer.setInterval(lookInterval);
     connect(&m_timer, &QTimer::timeout, this, &AnnouncementLimit::AnnounceWaiting);
 }
 
@@ -52,7 +54,9 @@ void AnnouncementLimit::Take(QAccessibleEvent& event)
     }
     auto& announced = m_announced.emplace_back(Announced{event.object(), event.type(), {}, false});
     announced.since.start();
-    m_timer.start();
+    if (!m_timer.isActive()) {
+        m_timer.start(); // starting it again would put off what waits
+    }
     m_announce(event);
 }
 
@@ -60,7 +64,7 @@ void AnnouncementLimit::AnnounceWaiting()
 {
     std::vector<Announced> due;
     std::erase_if(m_announced, [&](Announced const& each) {
-        bool const isOver = each.object == nullptr || each.since.hasExpired(interval.count() - 1);
+        bool const isOver = each.object == nullptr || each.since.hasExpired(interval.count());
         if (isOver && each.waits) {
             due.push_back(each);
         }

@@ -200,6 +200,24 @@ TEST_F(Held, KeepTheNewestOfEachKeyUntilItIsSentOrDropped)
     EXPECT_EQ(desk.Held().Count(id), 0U);
 }
 
+TEST_F(Held, WhatIsRefusedWhenItIsSentIsStillHeld)
+{
+    CDataId const id = device->GetDataId();
+    traffic.connected = false;
+    Ask(L"x5Gain", 3.0);
+    Request(One(L"x5PingOnOffState", CVordalInt(1)));
+    traffic.connected = true;
+    traffic.lines.clear();
+    desk.Lock().SetLocked(true);
+    EXPECT_TRUE(desk.Held().Send(id));
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(desk.Held().Count(id), 2U);
+    desk.Lock().SetLocked(false);
+    EXPECT_TRUE(desk.Held().Send(id));
+    EXPECT_FALSE(traffic.lines.empty());
+    EXPECT_EQ(desk.Held().Count(id), 0U);
+}
+
 TEST_F(Held, WhatReachesTheSonarLaterNeedNotWait)
 {
     traffic.connected = false;

@@ -1,4 +1,6 @@
 // Tests of the host: the way of a request, its failures, its threads, and the registers of devices, vessels, classes.
+#include "scripted_device.h"
+
 #include "reference_host/common/clock.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/common/log.h"
@@ -30,24 +32,10 @@ namespace {
 using vordal::Host;
 using vordal::RequestFailures;
 using vordal::Threading;
+using vordal::test::Scripted;
 
 CDataId const Sonar(1, 78, 1, 1);
 CDataId const Elsewhere(9, 9, 9, 9);
-
-/// A device whose requests run what a test gives it.
-class Scripted : public QX5Device
-{
-public:
-    std::function<void(CAttributeMap*)> onRequest;
-
-private:
-    void HandleRequestMap(CAttributeMap* request) override
-    {
-        if (onRequest) {
-            onRequest(request);
-        }
-    }
-};
 
 /// Writes down what the host tells, as short words.
 class Recorder : public vordal::HostObserver, public vordal::SonarTraffic

@@ -1,4 +1,6 @@
 // Who asks, who may refuse, and what whoever follows requests is told of them.
+#include "scripted_device.h"
+
 #include <reference_host/common/host_observer.h>
 #include <reference_host/common/request_guard.h>
 #include <reference_host/common/request_observer.h>
@@ -22,23 +24,10 @@ using vordal::Host;
 using vordal::OriginScope;
 using vordal::RequestOrigin;
 using vordal::Threading;
+using vordal::test::Scripted;
 
 CDataId const Sonar(1, 78, 1, 1);
 CDataId const Other(1, 78, 2, 1);
-
-class Scripted : public QX5Device
-{
-public:
-    std::function<void(CAttributeMap*)> onRequest;
-
-private:
-    void HandleRequestMap(CAttributeMap* request) override
-    {
-        if (onRequest) {
-            onRequest(request);
-        }
-    }
-};
 
 CAttributeMap One(AttributeKey const& key, double value)
 {

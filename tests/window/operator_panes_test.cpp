@@ -1,5 +1,6 @@
 // Tests of what stands around the view: events, banner, history, transmit lock, and how the list marks its sonars.
 #include "live_stage.h"
+#include "tab_stops.h"
 
 #include <cli/window/row_table.h>
 #include <reference_host/window/device_panel.h>
@@ -335,6 +336,21 @@ protected:
         tree.Add(AttributeKey(L"Request"))->Add(key, value);
         DataManager::GetDataManager().SetAttributeMap(sonar, tree, 4, false);
     }
+    /// Ends the hull sonar's connection; it takes no other until it is told to behave.
+    void Lose()
+    {
+        ASSERT_TRUE(stage.sonars[0].Tell("misbehave refuse not-listening"));
+        ASSERT_TRUE(stage.sonars[0].Tell("drop"));
+        ASSERT_TRUE(RunUntil([&] { return !Banner().isHidden(); }));
+    }
+    /// Loses it, and moves its power meanwhile.
+    void AskOfTheLost()
+    {
+        ASSERT_NO_FATAL_FAILURE(Lose());
+        stage.Scroll("powerSlider", 1);
+        stage.Scroll("powerSlider", 8);
+        ASSERT_TRUE(RunUntil([&] { return Find<QListWidget>("heldRequests").isVisible(); }));
+    }
     void Trigger(char const* action) { Find<QAction>(action).trigger(); }
     template <typename T>
     T& Find(char const* name)
@@ -422,9 +438,7 @@ TEST_F(AroundTheView, ASilentSonarIsMarkedAndSoIsTheAgeOfTheView)
 TEST_F(AroundTheView, WhatALostSonarWasAskedForIsOfferedAndNeverSentByItself)
 {
     ASSERT_TRUE(RunUntil([&] { return stage.Label("powerValue") == "190 dB"; }));
-    ASSERT_TRUE(stage.sonars[0].Tell("misbehave refuse not-listening"));
-    ASSERT_TRUE(stage.sonars[0].Tell("drop"));
-    ASSERT_TRUE(RunUntil([&] { return !Banner().isHidden(); }));
+    ASSERT_NO_FATAL_FAILURE(Lose());
     EXPECT_EQ(Find<QLabel>("bannerTitle").text(), "Hull sonar: the connection is lost");
     EXPECT_TRUE(RunUntil([&] { return Find<QLabel>("bannerReason").text().contains("next attempt in "); }))
         << Find<QLabel>("bannerReason").text().toStdString();
@@ -455,12 +469,7 @@ TEST_F(AroundTheView, WhatALostSonarWasAskedForIsOfferedAndNeverSentByItself)
 
 TEST_F(AroundTheView, WhatIsDroppedIsNotSent)
 {
-    ASSERT_TRUE(stage.sonars[0].Tell("misbehave refuse not-listening"));
-    ASSERT_TRUE(stage.sonars[0].Tell("drop"));
-    ASSERT_TRUE(RunUntil([&] { return !Banner().isHidden(); }));
-    stage.Scroll("powerSlider", 1);
-    stage.Scroll("powerSlider", 8);
-    ASSERT_TRUE(RunUntil([&] { return Find<QListWidget>("heldRequests").isVisible(); }));
+    ASSERT_NO_FATAL_FAILURE(AskOfTheLost());
     QTest::keyClick(&Find<QPushButton>("dropHeld"), Qt::Key_Space);
     EXPECT_TRUE(RunUntil([&] { return !Find<QListWidget>("heldRequests").isVisible(); }));
     ASSERT_TRUE(stage.sonars[0].Tell("behave"));
@@ -578,28 +587,11 @@ TEST_F(AroundTheView, EveryStopOfTheTabKeyHasANameAndWhatWasAddedIsAmongThem)
     stage.window->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(stage.window.get()));
     Trigger("transmitLockAction");
-    ASSERT_TRUE(stage.sonars[0].Tell("misbehave refuse not-listening"));
-    ASSERT_TRUE(stage.sonars[0].Tell("drop"));
-    ASSERT_TRUE(RunUntil([&] { return !Banner().isHidden(); }));
-    stage.Scroll("powerSlider", 1);
-    stage.Scroll("powerSlider", 8);
-    ASSERT_TRUE(RunUntil([&] { return Find<QListWidget>("heldRequests").isVisible(); }));
-    auto& first = Find<QTreeWidget>("devices");
-    first.setFocus();
+    ASSERT_NO_FATAL_FAILURE(AskOfTheLost());
     std::set<QString> reached;
-    int stops = 0;
-    do {
-        auto* const stop = QApplication::focusWidget();
-        ASSERT_NE(stop, nullptr);
-        auto* const element = QAccessible::queryAccessibleInterface(stop);
-        ASSERT_NE(element, nullptr);
-        bool const isViews = stage.view->Frame().isAncestorOf(stop);
-        EXPECT_TRUE(isViews || !element->text(QAccessible::Name).isEmpty())
-            << stop->metaObject()->className() << " " << stop->objectName().toStdString();
+    for (auto const* const stop : NamedTabStops(Find<QTreeWidget>("devices"))) {
         reached.insert(stop->objectName());
-        QTest::keyClick(stop, Qt::Key_Tab);
-        ++stops;
-    } while (QApplication::focusWidget() != &first && stops < 200);
+    }
     for (char const* name : {"events", "history", "bannerTitle", "heldRequests", "dropHeld", "transmitLock"}) {
         EXPECT_TRUE(reached.contains(QString::fromLatin1(name))) << name;
     }
