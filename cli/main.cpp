@@ -211,9 +211,25 @@ int RunCommandLine(int argc, char** argv)
     runCommand->add_option("--demo", run.demo, "Show this and end, in place of the guided session")
         ->check(CLI::IsMember(demoNames))
         ->type_name("NAME");
-    runCommand->add_option("--sonars", run.sonars, "How many sonars the demonstration of sequencing has, 1 to 26")
+    runCommand
+        ->add_option("--sonars", run.sonars,
+                     "How many simulated sonars there are, 1 to 256 in the window, 1 to 26 in the demonstration of "
+                     "sequencing")
         ->capture_default_str()
-        ->check(CLI::Range(1, 26).description(""));
+        ->check(CLI::Range(1, 256).description(""))
+        ->excludes(sonarOption)
+        ->excludes("--guided")
+        ->excludes("--once")
+        ->excludes("--terminal");
+    runCommand
+        ->add_option("--pings", run.pingRate, "The window's simulated sonars ping from the start, so often a second")
+        ->check(CLI::Range(0.01, 50.0).description(""))
+        ->type_name("RATE")
+        ->excludes(sonarOption)
+        ->excludes("--demo")
+        ->excludes("--guided")
+        ->excludes("--once")
+        ->excludes("--terminal");
     runCommand->add_option("--groups", run.groups, "How many groups they form, 1 to 26")
         ->capture_default_str()
         ->check(CLI::Range(1, 26).description(""));

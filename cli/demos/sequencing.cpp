@@ -225,6 +225,10 @@ private:
 
 int SequencingDemo(RunOptions const& options)
 {
+    // Each has a letter.
+    if (options.sonars > 26) {
+        return Complain(ExitWrong, "--sonars: the demonstration of sequencing has 26 at most");
+    }
     int const groups = std::min(options.groups, options.sonars);
     fmt::print("Sonars of one group take turns; a turn is the travel time of the range and an overhead.\n\n");
     Timeline timeline(options.sonars, groups);

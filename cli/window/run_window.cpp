@@ -102,10 +102,19 @@ public:
             m_project.vessels = {MakeVessel(1, L"Vessel", true)};
             return add(1, 1, L"Sonar");
         }
+        m_pingRate = options.pingRate;
         m_project.vessels = {MakeVessel(1, L"Survey vessel", false), MakeVessel(2, L"ROV", true)};
-        int code = add(1, 1, L"Hull sonar");
-        code = code == ExitGood ? add(2, 1, L"Pole sonar") : code;
-        return code == ExitGood ? add(1, 2, L"ROV sonar") : code;
+        int code = ExitGood;
+        for (int i = 0; i < options.sonars && code == ExitGood; ++i) {
+            constexpr int rov = 2;
+            auto const number = static_cast<unsigned short>(i + 1 - (i > rov ? 1 : 0));
+            code = i == rov ? add(1, 2, L"ROV sonar")
+                            : add(number, 1,
+                                  i == 0   ? CString(L"Hull sonar")
+                                  : i == 1 ? CString(L"Pole sonar")
+                                           : CString(L"Sonar " + std::to_wstring(i + 1)));
+        }
+        return code;
     }
 
     vordal::StoredProject const& Project() const { return m_project; }
@@ -169,6 +178,14 @@ private:
             if (auto const problem = server->Start()) {
                 return Complain(ExitFailed, problem->text);
             }
+            if (m_pingRate > 0.0) {
+                std::string answer;
+                server->Command(
+                    fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5MaxPingRate.text), m_pingRate),
+                    answer);
+                server->Command(fmt::format("set {}=1", protocol::EncodeUtf8(protocol::keys::x5PingOnOffState.text)),
+                                answer);
+            }
             port = server->Port();
             m_simulated.push_back(device.dataId);
         } else {
@@ -182,6 +199,7 @@ private:
     }
 
     vordal::StoredProject m_project;
+    double m_pingRate = 0.0;
     std::vector<CDataId> m_simulated;
     std::string m_simulatedAt;
     std::string m_toldAt;

@@ -3,6 +3,7 @@
 #include "program.h"
 #include "tests/support/temporary_folder.h"
 
+#include <protocol/utf8.h>
 #include <reference_host/window/record_monitor.h>
 
 #include <vordalhostdllR/DataManager.h>
@@ -329,6 +330,40 @@ std::optional<vordal::StoredProject> Saved(std::filesystem::path const& file)
     } catch (vordal::StoreError const&) {
         return std::nullopt;
     }
+}
+
+TEST(RunWindow, HasAsManySonarsAsToldWhichPingFromTheStart)
+{
+    TemporaryFolder const folder;
+    auto const file = folder / "many.qx";
+    ChildProcess program({QX5_PROGRAM, "run", "--sonars", "6", "--pings", "12.5", "--project", file.string()},
+                         {"QT_QPA_PLATFORM=offscreen"});
+    ASSERT_TRUE(program.WaitForOutput("The window is open; simulated sonars listen on 127.0.0.1:")) << program.Errors();
+    std::vector<std::string> pinging;
+    auto const look = [&] {
+        pinging.clear();
+        auto const project = Saved(file);
+        for (auto const& device : project ? project->devices : std::vector<vordal::StoredDevice>()) {
+            int on = 0;
+            double rate = 0.0;
+            if (device.attributes.FindValue(AttributeKey(L"x5PingOnOffState"), 0).Get(on) && on == 1 &&
+                device.attributes.FindValue(AttributeKey(L"x5MaxPingRate"), 0).Get(rate) && rate == 12.5) {
+                pinging.push_back(protocol::EncodeUtf8(device.name.View()));
+            }
+        }
+        return pinging.size() == 6;
+    };
+    EXPECT_TRUE(RunUntil(look));
+    EXPECT_THAT(pinging, ::testing::UnorderedElementsAre("Hull sonar", "Pole sonar", "ROV sonar", "Sonar 4", "Sonar 5",
+                                                         "Sonar 6"));
+    program.Signal(SIGTERM);
+    EXPECT_EQ(program.WaitForEnd(), 0) << program.Errors();
+}
+
+TEST(RunWindow, RefusesMoreSonarsThanThereCanBe)
+{
+    ExpectComplaint(Qx5({"run", "--sonars", "257"}), 2, {"--sonars", "257", "256"});
+    ExpectComplaint(Qx5({"run", "--demo", "sequencing", "--sonars", "27"}), 2, {"--sonars", "26"});
 }
 
 TEST(RunWindow, ATextWithoutAFontIsNoPicture)
