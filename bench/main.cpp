@@ -4,6 +4,9 @@
 #include "measure.h"
 #include "reference_host/common/log.h"
 #include "stage.h"
+#ifdef QX5_VIEW
+#include "window_load.h"
+#endif
 
 #include <algorithm>
 #include <array>
@@ -46,6 +49,11 @@ std::vector<Ratio> Promises()
         {"a contact's change to its record at the far end, to a bare send", "contact", "bare-contact", 2.0},
         {"an image of 50 MB to its record at the far end, to a bare send", "contact-image", "bare-image", 2.0},
         {"a refresh of the view in which nothing changed, tree of 2,000, ns", "view-refresh-unchanged", "", 100000.0},
+        {"first show of the window with 3 sonars, ns of work", "window-first-show-3", "", 50000000.0},
+        {"the same with 64", "window-first-show-64", "", 500000000.0},
+        {"the window's thread in a second, 64 sonars at 50 pings/s, ns", "window-thread-64", "", 300000000.0},
+        {"60 changes a second told to changes shown, meanwhile", "window-changes-shown", "window-changes-told", 1.05},
+        {"a refused request to its line in the event list, meanwhile, ns", "window-event-told", "", 100000000.0},
         {"start of qx5 to its window shown and painted, ns", "qx5-window", "", 500000000.0},
         {"qx5 send, start to exit, ns", "qx5-send", "", 200000000.0},
     };
@@ -140,6 +148,12 @@ int main(int argc, char** argv)
     }
     argc = kept;
 
+#ifdef QX5_VIEW
+    if (argc == 4 && std::strcmp(argv[1], "--window-load") == 0) {
+        fmt::print("{}\n", bench::TextOf(bench::MeasureWindowLoad(std::atoi(argv[2]), std::atof(argv[3]))));
+        return 0;
+    }
+#endif
     // What a live sonar refuses is of no interest here, and is refused thousands of times.
     vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
     bench::Stage stage;

@@ -1,5 +1,6 @@
 // The operator's view: what a refresh costs in which nothing has changed.
 #include "stage.h"
+#include "window_load.h"
 
 #include "reference_host/displays/display.h"
 
@@ -10,7 +11,11 @@
 #include <QLabel>
 #include <QWidget>
 
+#include <memory>
+#include <optional>
 #include <stdexcept>
+
+#include <fmt/format.h>
 
 namespace bench {
 
@@ -108,6 +113,36 @@ std::vector<Case> ViewCases(Stage& stage)
                              sonar.TellTheSame();
                              Time(1, 1, nanoseconds, [&sonar] { sonar.Refresh(); });
                          }
+                     }});
+    for (int const sonars : {3, 64}) {
+        cases.push_back({fmt::format("window-first-show-{}", sonars),
+                         fmt::format("work of the window's thread until it is shown and painted, {} sonars", sonars), 1,
+                         [sonars](std::size_t samples, std::vector<double>& nanoseconds) {
+                             for (std::size_t i = 0; i < samples; ++i) {
+                                 nanoseconds.push_back(WindowLoadElsewhere(sonars, 0.0).firstShow);
+                             }
+                         }});
+    }
+    // One run tells both; each case takes what is its own.
+    auto const last = std::make_shared<std::optional<WindowLoad>>();
+    cases.push_back({"window-thread-64", "work of the window's thread in a second, 64 sonars at 50 pings/s each", 1,
+                     [last](std::size_t samples, std::vector<double>& nanoseconds) {
+                         for (std::size_t i = 0; i < samples; ++i) {
+                             *last = WindowLoadElsewhere(64, 3.0);
+                             nanoseconds.push_back((*last)->perSecond);
+                         }
+                     }});
+    cases.push_back({"window-changes-told", "from one change of the shown sonar to the next, meanwhile", 1,
+                     [last](std::size_t, std::vector<double>& nanoseconds) {
+                         nanoseconds.push_back(1e9 / last->value_or(WindowLoad{}).told);
+                     }});
+    cases.push_back({"window-changes-shown", "from one change that the view shows to the next", 1,
+                     [last](std::size_t, std::vector<double>& nanoseconds) {
+                         nanoseconds.push_back(1e9 / last->value_or(WindowLoad{}).shown);
+                     }});
+    cases.push_back({"window-event-told", "from a refused request to its line in the event list, the longest of 20", 1,
+                     [last](std::size_t, std::vector<double>& nanoseconds) {
+                         nanoseconds.push_back(last->value_or(WindowLoad{}).event);
                      }});
     return cases;
 }

@@ -8,6 +8,7 @@
 #include "cli/plugins.h"
 #include "cli/session.h"
 #include "cli/window/operator_panes.h"
+#include "cli/window/run_until.h"
 #include "cli/window/shown_view.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
@@ -37,7 +38,6 @@
 
 #include <QApplication>
 #include <QBuffer>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFontMetrics>
 #include <QPixmap>
@@ -223,21 +223,6 @@ void TakeToolkitMessage(QtMsgType type, QMessageLogContext const&, QString const
     if (type == QtCriticalMsg) {
         vordal::Log(vordal::LogLevel::Error, "window: " + text.toStdString());
     }
-}
-
-/// Runs the event loop until the condition holds; false when it does not within the limit.
-template <typename Condition>
-bool RunUntil(Condition condition, std::chrono::milliseconds limit)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > limit.count()) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 20);
-    }
-    return true;
 }
 
 /// False, and why, when the picture could not be written whole.

@@ -1,12 +1,10 @@
 // Frames for the tests of the record monitor, and a wait that keeps the event loop running.
 #pragma once
 
+#include <cli/window/run_until.h>
 #include <reference_host/window/record_queue.h>
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QEventLoop>
-
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -25,16 +23,7 @@ vordal::CapturedFrame Captured(std::vector<unsigned char> bytes, bool outgoing =
 template <typename Condition>
 bool RunUntil(Condition condition)
 {
-    constexpr qint64 patience = 60000;
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > patience) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
-    }
-    return true;
+    return cli::RunUntil(condition, std::chrono::minutes(1));
 }
 
 } // namespace qx5::test
