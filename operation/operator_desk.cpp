@@ -10,7 +10,8 @@
 
 namespace qx5::operation {
 
-OperatorDesk::OperatorDesk(FollowerOptions options) : m_watch(options.steadyClock), m_follower(std::move(options))
+OperatorDesk::OperatorDesk(FollowerOptions options)
+    : m_watch(options.steadyClock), m_lease(options.steadyClock), m_follower(std::move(options))
 {
     for (ActionListener* const listener :
          std::initializer_list<ActionListener*>{&m_watch, &m_held, &m_log, &m_events, &m_history}) {
@@ -20,7 +21,7 @@ OperatorDesk::OperatorDesk(FollowerOptions options) : m_watch(options.steadyCloc
 
 void OperatorDesk::Join(vordal::Host& host)
 {
-    host.SetRequestGuard(&m_lock);
+    host.SetRequestGuard(this);
     host.SetRequestObserver(&m_follower);
 }
 
@@ -28,6 +29,12 @@ void OperatorDesk::Leave(vordal::Host& host)
 {
     host.SetRequestObserver(nullptr);
     host.SetRequestGuard(nullptr);
+}
+
+bool OperatorDesk::Admits(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
+                          std::string& reason)
+{
+    return m_lease.Admits(device, request, who, reason) && m_lock.Admits(device, request, who, reason);
 }
 
 void OperatorDesk::SetName(CDataId const& sonar, std::string const& name)

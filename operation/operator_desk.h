@@ -1,6 +1,7 @@
 // What surrounds the requests of one session: they are followed, guarded, logged, and what matters of them is told.
 #pragma once
 
+#include "operation/action_lease.h"
 #include "operation/action_log.h"
 #include "operation/event_list.h"
 #include "operation/held_requests.h"
@@ -21,7 +22,7 @@ namespace qx5::operation {
 
 /// The models of this folder, joined. Each tells which of its operations are for which thread; those here are for the
 /// host thread unless they say otherwise.
-class OperatorDesk
+class OperatorDesk final : private vordal::RequestGuard
 {
 public:
     explicit OperatorDesk(FollowerOptions options = {});
@@ -47,14 +48,20 @@ public:
     HeldRequests& Held() { return m_held; }
     SonarWatch& Watch() { return m_watch; }
     TransmitLock& Lock() { return m_lock; }
+    ActionLease& Lease() { return m_lease; }
     ActionLog& Log() { return m_log; }
     SessionHistory& Steps() { return m_history; }
 
 private:
+    /// Who has no lease hears of that first.
+    bool Admits(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
+                std::string& reason) override;
+
     EventList m_events;
     HeldRequests m_held;
     SonarWatch m_watch;
     TransmitLock m_lock;
+    ActionLease m_lease;
     ActionLog m_log;
     SessionHistory m_history{m_events};
     RequestFollower m_follower;

@@ -58,7 +58,11 @@ OperatorPanes::OperatorPanes(WindowSession& session, vordal::MainWindow& window)
       m_history(new HistoryPane([this](CDataId const& device) { return NameOf(device, false); })),
       m_banner(new ViewBanner([this] { m_session.Desk().Held().Send(m_window.ShownDevice()); },
                               [this] { m_session.Desk().Held().Drop(m_window.ShownDevice()); })),
-      m_lock(new QLabel(QObject::tr("Transmit lock is on"))),
+      m_lock(AddMark(QObject::tr("Transmit lock is on"), "transmitLock",
+                     QObject::tr("Pings on, full power, shut-down, reboot and factory settings of a sonar that is not "
+                                 "simulated are refused"))),
+      m_lease(AddMark(QObject::tr("The operator has the lease"), "actionLease",
+                      QObject::tr("What other components of the host ask of the shown sonar is refused"))),
       m_eventsWait(session.EventsHandle(), QSocketNotifier::Read)
 {
     m_window.AddPane(m_events, QObject::tr("Events"), QStringLiteral("eventDock"), Qt::BottomDockWidgetArea,
@@ -66,20 +70,6 @@ OperatorPanes::OperatorPanes(WindowSession& session, vordal::MainWindow& window)
     m_window.AddPane(m_history, QObject::tr("History"), QStringLiteral("historyDock"), Qt::LeftDockWidgetArea,
                      QKeySequence(QStringLiteral("Ctrl+Shift+H")));
     m_window.SetBanner(m_banner);
-
-    m_lock->setObjectName(QStringLiteral("transmitLock"));
-    m_lock->setTextFormat(Qt::PlainText);
-    m_lock->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    m_lock->setFocusPolicy(Qt::StrongFocus);
-    m_lock->setFrameShape(QFrame::Box);
-    m_lock->setMargin(2);
-    QFont bold = m_lock->font();
-    bold.setBold(true);
-    m_lock->setFont(bold);
-    m_lock->setToolTip(QObject::tr("Pings on, full power, shut-down, reboot and factory settings of a sonar that is "
-                                   "not simulated are refused"));
-    m_lock->setAccessibleDescription(m_lock->toolTip());
-    m_window.statusBar()->addPermanentWidget(m_lock);
 
     MakeMenus();
     ShowLock();
@@ -96,6 +86,34 @@ OperatorPanes::OperatorPanes(WindowSession& session, vordal::MainWindow& window)
     Look();
 }
 
+QLabel* OperatorPanes::AddMark(QString const& text, char const* name, QString const& explanation)
+{
+    auto* const mark = new QLabel(text);
+    mark->setObjectName(QString::fromLatin1(name));
+    mark->setTextFormat(Qt::PlainText);
+    mark->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    mark->setFocusPolicy(Qt::StrongFocus);
+    mark->setFrameShape(QFrame::Box);
+    mark->setMargin(2);
+    QFont bold = mark->font();
+    bold.setBold(true);
+    mark->setFont(bold);
+    mark->setToolTip(explanation);
+    mark->setAccessibleDescription(explanation);
+    m_window.statusBar()->addPermanentWidget(mark);
+    mark->hide(); // the status bar shows what it takes
+    return mark;
+}
+
+QAction* OperatorPanes::AddSwitch(QMenu& menu, QString const& text, char const* name, QLabel const& mark)
+{
+    auto* const action = menu.addAction(text);
+    action->setCheckable(true);
+    action->setObjectName(QString::fromLatin1(name));
+    action->setToolTip(mark.toolTip());
+    return action;
+}
+
 void OperatorPanes::MakeMenus()
 {
     auto* const edit = m_window.AddMenu(QObject::tr("&Edit"));
@@ -110,14 +128,21 @@ void OperatorPanes::MakeMenus()
     QObject::connect(m_redo, &QAction::triggered, &m_timer, [this] { m_session.Redo(); });
 
     auto* const sonar = m_window.AddMenu(QObject::tr("S&onar"));
-    m_lockAction = sonar->addAction(QObject::tr("&Transmit lock"));
-    m_lockAction->setCheckable(true);
+    m_lockAction = AddSwitch(*sonar, QObject::tr("&Transmit lock"), "transmitLockAction", *m_lock);
     m_lockAction->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+L")));
-    m_lockAction->setObjectName(QStringLiteral("transmitLockAction"));
-    m_lockAction->setToolTip(m_lock->toolTip());
     QObject::connect(m_lockAction, &QAction::triggered, &m_timer, [this](bool locked) {
         m_session.SetTransmitLock(locked);
         ShowLock();
+    });
+    m_leaseAction = AddSwitch(*sonar, QObject::tr("&Only the operator asks"), "actionLeaseAction", *m_lease);
+    QObject::connect(m_leaseAction, &QAction::triggered, &m_timer, [this](bool leased) {
+        auto& lease = m_session.Desk().Lease();
+        if (leased) {
+            lease.Take(m_window.ShownDevice(), operation::Hand::Operator);
+        } else {
+            lease.GiveBack(m_window.ShownDevice(), operation::Hand::Operator);
+        }
+        ShowLease();
     });
 }
 
@@ -192,6 +217,7 @@ void OperatorPanes::ShowSonars()
     auto const content = BannerOf(state, NameOf(shown, true), held.Of(shown), held.Lost(shown));
     m_banner->Show(content);
     m_window.MarkViewOld(content && content->isOld);
+    ShowLease(); // of the sonar that is shown now
 }
 
 void OperatorPanes::ShowLock()
@@ -199,6 +225,14 @@ void OperatorPanes::ShowLock()
     bool const locked = m_session.IsTransmitLocked();
     m_lockAction->setChecked(locked);
     m_lock->setVisible(locked);
+}
+
+void OperatorPanes::ShowLease()
+{
+    auto const lease = m_session.Desk().Lease().Of(m_window.ShownDevice());
+    bool const leased = lease && lease->hand == operation::Hand::Operator;
+    m_leaseAction->setChecked(leased);
+    m_lease->setVisible(leased);
 }
 
 QString OperatorPanes::NameOf(CDataId const& device, bool marksSimulated) const

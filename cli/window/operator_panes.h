@@ -44,7 +44,11 @@ private:
     void TakeEvents();
     void ShowHistory();
     void ShowSonars();
+    /// A word in the status bar for as long as something is refused.
+    QLabel* AddMark(QString const& text, char const* name, QString const& explanation);
+    QAction* AddSwitch(QMenu& menu, QString const& text, char const* name, QLabel const& mark);
     void ShowLock();
+    void ShowLease();
     /// What the operator calls the device; empty for one that is not listed.
     QString NameOf(CDataId const& device, bool marksSimulated) const;
 
@@ -54,9 +58,11 @@ private:
     HistoryPane* m_history;
     ViewBanner* m_banner;
     QLabel* m_lock;
+    QLabel* m_lease;
     QAction* m_undo = nullptr;
     QAction* m_redo = nullptr;
     QAction* m_lockAction = nullptr;
+    QAction* m_leaseAction = nullptr;
     std::uint64_t m_historyVersion = 0;
     int m_looks = 0;
     QTimer m_timer;

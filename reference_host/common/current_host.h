@@ -8,7 +8,7 @@
 
 #include <memory>
 
-struct NotificationInfo;
+class NotificationInfo;
 
 namespace vordal {
 

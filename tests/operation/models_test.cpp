@@ -449,5 +449,62 @@ TEST_F(Lock, PassesOverSimulatedSonars)
     EXPECT_EQ(Refusal(One(L"x5PingOnOffState", CVordalInt(1))), "");
 }
 
+class Leased : public Desk
+{
+protected:
+    void AskAs(RequestOrigin who, double range)
+    {
+        CAttributeMap tree;
+        tree.Add(L"Request")->Add(L"x5Range", CVordalDouble(range));
+        OriginScope const scope(who);
+        DataManager::GetDataManager().SetAttributeMap(id, tree, 4, false);
+    }
+    CDataId const id = device->GetDataId();
+};
+
+TEST_F(Leased, ASonarTakesWhatItsHolderAsksAndRefusesTheOthers)
+{
+    EXPECT_FALSE(desk.Lease().Of(id).has_value());
+    AskAs(RequestOrigin::Program, 50.0);
+    EXPECT_EQ(traffic.lines, (Lines{"remote 1003 00004842 to 0,-1"})) << "nobody has the lease";
+    ASSERT_TRUE(desk.Lease().Take(id, Hand::Operator));
+    desk.Events().Take();
+    traffic.lines.clear();
+    AskAs(RequestOrigin::Program, 60.0);
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(Lately(), Lines{"Bow: x5Range=60 m: refused: the operator has the lease of this sonar's actions"});
+    AskAs(RequestOrigin::View, 60.0);
+    AskAs(RequestOrigin::Undo, 50.0);
+    AskAs(RequestOrigin::Preset, 60.0);
+    AskAs(RequestOrigin::Terminal, 50.0);
+    AskAs(RequestOrigin::CommandLine, 60.0);
+    EXPECT_EQ(traffic.lines.size(), 5U);
+    EXPECT_FALSE(desk.Lease().Take(id, Hand::Program)) << "the operator has it";
+    EXPECT_FALSE(desk.Lease().GiveBack(id, Hand::Program));
+    ASSERT_TRUE(desk.Lease().GiveBack(id, Hand::Operator));
+    AskAs(RequestOrigin::Program, 50.0);
+    EXPECT_EQ(traffic.lines.size(), 6U);
+}
+
+TEST_F(Leased, EndsInTimeAndTheOperatorTakesItBack)
+{
+    ASSERT_TRUE(desk.Lease().Take(id, Hand::Program, 30.0));
+    now += 10.0;
+    AskAs(RequestOrigin::View, 50.0);
+    EXPECT_EQ(traffic.lines, Lines());
+    EXPECT_EQ(Lately(),
+              Lines{"Bow: x5Range=50 m: refused: a program has the lease of this sonar's actions for another 20 s"});
+    ASSERT_TRUE(desk.Lease().Take(id, Hand::Program, 30.0));
+    EXPECT_EQ(desk.Lease().Of(id)->since, 500.0) << "the same lease, longer";
+    now += 30.0;
+    EXPECT_FALSE(desk.Lease().Of(id).has_value());
+    AskAs(RequestOrigin::View, 50.0);
+    EXPECT_EQ(traffic.lines.size(), 1U);
+    ASSERT_TRUE(desk.Lease().Take(id, Hand::Program, 30.0));
+    ASSERT_TRUE(desk.Lease().Take(id, Hand::Operator));
+    EXPECT_EQ(desk.Lease().Of(id)->hand, Hand::Operator);
+    EXPECT_FALSE(desk.Lease().Of(CDataId(9, 9, 9, 9)).has_value());
+}
+
 } // namespace
 } // namespace qx5::operation

@@ -569,6 +569,36 @@ TEST_F(AroundTheView, TheTransmitLockIsSeenAndSaysWhatItRefuses)
     EXPECT_FALSE(stage.session.IsTransmitLocked());
 }
 
+TEST_F(AroundTheView, AnotherComponentIsRefusedWhileTheOperatorHasTheLease)
+{
+    auto const& mark = Find<QLabel>("actionLease");
+    EXPECT_TRUE(mark.isHidden());
+    Trigger("actionLeaseAction");
+    EXPECT_FALSE(mark.isHidden());
+    {
+        vordal::OriginScope const scope(vordal::RequestOrigin::Program);
+        Ask(L"x5Power", CVordalDouble(205.0));
+    }
+    ASSERT_TRUE(Comes("refused"));
+    EXPECT_EQ(Cell(RowOf("refused"), EventModel::Reason), "the operator has the lease of this sonar's actions");
+    Ask(L"x5Power", CVordalDouble(200.0));
+    ASSERT_TRUE(RunUntil([&] { return stage.Label("powerValue") == "200 dB"; }));
+    EXPECT_EQ(stage.sonars[0].Payloads(1005), (std::vector<std::vector<unsigned char>>{{0x00, 0x00, 0x48, 0x43}}));
+    // It is the hull sonar's.
+    stage.session.Requests().selectSonar(pole);
+    ASSERT_TRUE(RunUntil([&] { return mark.isHidden(); }));
+    EXPECT_FALSE(Find<QAction>("actionLeaseAction").isChecked());
+    stage.session.Requests().selectSonar(hull);
+    ASSERT_TRUE(RunUntil([&] { return !mark.isHidden(); }));
+    Trigger("actionLeaseAction");
+    EXPECT_TRUE(mark.isHidden());
+    {
+        vordal::OriginScope const scope(vordal::RequestOrigin::Program);
+        Ask(L"x5Power", CVordalDouble(205.0));
+    }
+    EXPECT_TRUE(RunUntil([&] { return stage.Label("powerValue") == "205 dB"; }));
+}
+
 TEST_F(AroundTheView, AFieldThatGaveWayIsANoteOfTheShownSonar)
 {
     stage.panes->Note({vordal::FieldNotice::Kind::NoNumber, "Range", "12x", "12"});
