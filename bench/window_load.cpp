@@ -1,11 +1,9 @@
 // The operator's window on many sonars that ping.
 #include "window_load.h"
 
-#include "cli/window/operator_panes.h"
+#include "cli/window/operator_window.h"
 #include "cli/window/run_until.h"
-#include "cli/window/shown_view.h"
-#include "cli/window/window_session.h"
-#include "reference_host/controls/window_thread.h"
+#include "reference_host/attributes/host_keys.h"
 #include "reference_host/streams/settings_data.h"
 #include "reference_host/window/attribute_browser.h"
 
@@ -26,9 +24,9 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QEvent>
 #include <QLabel>
 #include <QProcess>
-#include <QTimer>
 
 #include <fmt/format.h>
 
@@ -124,6 +122,29 @@ private:
     std::thread m_thread;
 };
 
+/// Counts the texts that the label is painted with.
+class ShownChanges final : public QObject
+{
+public:
+    explicit ShownChanges(QLabel& label) : m_label(label) { label.installEventFilter(this); }
+    int Count() const { return m_count; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint && m_label.text() != m_last) {
+            m_last = m_label.text();
+            ++m_count;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QLabel const& m_label;
+    QString m_last;
+    int m_count = 0;
+};
+
 /// Asks for what the transmit lock refuses; ns until the operator sees a line of it.
 double TimeOfRefusal(qx5::cli::OperatorPanes& panes, CDataId const& sonar)
 {
@@ -133,7 +154,7 @@ double TimeOfRefusal(qx5::cli::OperatorPanes& panes, CDataId const& sonar)
         return events.index(row, qx5::cli::EventModel::Kind).data().toString() == QStringLiteral("refused");
     };
     CAttributeMap tree;
-    tree.Add(AttributeKey(L"Request"))->Add(pings, CVordalInt(1));
+    tree.Add(vordal::keys::Request)->Add(pings, CVordalInt(1));
     int seen = events.rowCount();
     QElapsedTimer timer;
     timer.start();
@@ -176,34 +197,15 @@ WindowLoad MeasureWindowLoad(int count, double seconds)
     WindowLoad load;
     {
         double const begun = ProcessorTime(CLOCK_THREAD_CPUTIME_ID);
-        vordal::WindowThread thread(session.Host());
-        vordal::MainWindow window({.vessels = session.Listed(),
-                                   .lightMode = 4,
-                                   .activeVessel = session.ActiveVessel(),
-                                   .shownDevice = project.devices.front().dataId},
-                                  feed, session.Requests());
-        qx5::cli::OperatorPanes panes(session, window);
-        qx5::cli::ShownView view(session, window);
-        QLabel const* power = nullptr;
-        QString lastShown;
-        int shown = 0;
-        thread.SetDeliveredHandler([&] {
-            view.Follow();
-            power = power == nullptr ? view.Frame().findChild<QLabel*>(QStringLiteral("powerValue")) : power;
-            if (power != nullptr && power->text() != lastShown) {
-                lastShown = power->text();
-                ++shown;
-            }
-        });
-        view.OpenFirst(project.devices.front().dataId);
-        window.show();
-        window.grab(); // painted, as the first event loop would
+        qx5::cli::OperatorWindow window(session, feed, 4, project.devices.front().dataId);
+        window.View().OpenFirst(project.devices.front().dataId);
+        window.Main().show();
+        window.Main().grab(); // painted, as the first event loop would
         load.firstShow = ProcessorTime(CLOCK_THREAD_CPUTIME_ID) - begun;
 
-        // What `qx5 run` has besides.
-        QTimer ticking;
-        QObject::connect(&ticking, &QTimer::timeout, &window, [&] { session.Tick(); });
-        ticking.start(50ms);
+        // The view has painted what it shows of the sonar's power.
+        auto& power = *window.View().Frame().findChild<QLabel*>(QStringLiteral("powerValue"));
+        ShownChanges shown(power);
         auto const allPing = [&] {
             auto const states = session.Desk().Watch().States();
             return std::count_if(states.begin(), states.end(),
@@ -224,7 +226,7 @@ WindowLoad MeasureWindowLoad(int count, double seconds)
         double const window0 = ProcessorTime(CLOCK_THREAD_CPUTIME_ID);
         double const process0 = ProcessorTime(CLOCK_PROCESS_CPUTIME_ID);
         double const pings0 = pings();
-        int const shown0 = shown;
+        int const shown0 = shown.Count();
         int const made0 = changes.Made();
         QElapsedTimer timer;
         timer.start();
@@ -233,15 +235,14 @@ WindowLoad MeasureWindowLoad(int count, double seconds)
         load.perSecond = (ProcessorTime(CLOCK_THREAD_CPUTIME_ID) - window0) / took;
         load.processPerSecond = (ProcessorTime(CLOCK_PROCESS_CPUTIME_ID) - process0) / took;
         load.pings = (pings() - pings0) / took;
-        load.shown = (shown - shown0) / took;
+        load.shown = (shown.Count() - shown0) / took;
         load.told = (changes.Made() - made0) / took;
         if (seconds > 0.0) {
             session.SetTransmitLock(true);
             for (int i = 0; i < 20; ++i) {
-                load.event = std::max(load.event, TimeOfRefusal(panes, project.devices.back().dataId));
+                load.event = std::max(load.event, TimeOfRefusal(window.Panes(), project.devices.back().dataId));
             }
         }
-        view.Close();
     }
     session.End(error);
     return load;

@@ -355,19 +355,24 @@ void RequestFollower::Answer(Sonar& sonar, AttributeKey const& key, CAttributeMa
     }
     Waiting& oldest = *waiting.front();
     bool const isNews = !HasTheSame(sonar.told, tree, key);
-    if (!isNews && (isPing || &oldest != &sonar.waiting.front())) {
-        // It may have been on its way when the request left.
+    if (!isNews) {
         for (Waiting* const each : waiting) {
-            if (std::find(each->repeated.begin(), each->repeated.end(), key.Text()) == each->repeated.end()) {
-                each->repeated.emplace_back(key.Text());
+            auto& repeated = each->repeated;
+            auto known = std::find_if(repeated.begin(), repeated.end(),
+                                      [&](auto const& item) { return item.key == key.Text(); });
+            if (known == repeated.end()) {
+                known = repeated.insert(known, {std::wstring(key.Text()), false});
+            }
+            // A report is one request's answer: the oldest's.
+            if (!isPing && each == &sonar.waiting.front()) {
+                known->byReport = true;
+                each->differsSince = each->differsSince.value_or(m_options.steadyClock());
             }
         }
         return;
     }
     give(oldest);
-    if (!oldest.differsSince) {
-        oldest.differsSince = m_options.steadyClock();
-    }
+    oldest.differsSince = oldest.differsSince.value_or(m_options.steadyClock());
 }
 
 void RequestFollower::NoteOthersChange(Sonar& sonar, AttributeKey const& key, CAttributeMap const& tree, bool isPing,
@@ -394,12 +399,11 @@ void RequestFollower::EndSome(Sonar& sonar, double now, std::vector<Action>& sta
     for (std::size_t place = 0; place < sonar.waiting.size();) {
         Waiting& waiting = sonar.waiting[place];
         bool const isOver = now - waiting.asked >= m_options.answerLimit;
-        if (isOver) {
-            for (std::wstring const& key : waiting.repeated) {
-                AttributeKey const told(key);
-                if (!waiting.judgement.HasAnswerOf(told)) {
-                    vordal::Merge(waiting.judgement.AnswerTree(), ChildrenOf(sonar.told, told), waiting.account);
-                }
+        bool const isSettled = waiting.differsSince && now - *waiting.differsSince >= m_options.settleLimit;
+        for (auto const& [key, byReport] : waiting.repeated) {
+            AttributeKey const told(key);
+            if ((isOver || (isSettled && byReport)) && !waiting.judgement.HasAnswerOf(told)) {
+                vordal::Merge(waiting.judgement.AnswerTree(), ChildrenOf(sonar.told, told), waiting.account);
             }
         }
         // What an older request waits for is not known yet, even if it is told to be as it is asked for here.
@@ -411,7 +415,6 @@ void RequestFollower::EndSome(Sonar& sonar, double now, std::vector<Action>& sta
                                    return older.judgement.Asked().Has(key) && !older.judgement.HasAnswerOf(key);
                                });
         };
-        bool const isSettled = waiting.differsSince && now - *waiting.differsSince >= m_options.settleLimit;
         CAttributeMap const& asked = waiting.judgement.Asked();
         if (isOver || isSettled ||
             (waiting.judgement.IsAnswered(sonar.told) && std::none_of(asked.begin(), asked.end(), isOpenBefore))) {

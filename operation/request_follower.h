@@ -23,7 +23,8 @@ struct FollowerOptions
 {
     /// A sonar that has not answered after so many seconds does not count as answering.
     double answerLimit = 1.0;
-    /// Once one value differs, the others of the same request are waited for no longer than this, in seconds.
+    /// Once one value differs, the others of the same request are waited for no longer than this, in seconds; so is
+    /// another one than a report that repeats what was told before.
     double settleLimit = 0.04;
     /// Seconds of a clock that never goes back; empty for the system's.
     std::function<double()> steadyClock;
@@ -32,7 +33,8 @@ struct FollowerOptions
 /// Makes one Action of each request, and one of each change that somebody else makes to a setting that was asked for
 /// here and that the sonar had agreed to. The first settings of a connection are no answers. A sonar answers in the
 /// order in which it is asked: a value that is not the one asked for is the answer to the oldest request for it that
-/// waits, and what a ping repeats of what was told before is no answer at all.
+/// waits. What repeats what was told before may have been on its way: of a report it is the answer when no other comes,
+/// of a ping it is none.
 ///
 /// Requests are followed on the thread that carries them out, the host thread; all but OnEcho, OnSend and OnDropped,
 /// which pass over what is of no request, is for that thread alone. Memory is bounded: of each sonar 64 requests and 1
@@ -95,7 +97,14 @@ private:
         double asked = 0.0;          ///< by the steady clock, as are those below
         std::optional<double> differsSince;
         bool replaced = false;
-        std::vector<std::wstring> repeated; ///< keys that pings told again as they were
+        /// Keys that were told again as they were. It may have been on its way when the request left: what a report
+        /// repeats counts once it is settled that nothing else comes, what pings repeat when the time is over.
+        struct Repeated
+        {
+            std::wstring key;
+            bool byReport = false;
+        };
+        std::vector<Repeated> repeated;
     };
     struct Sonar
     {

@@ -113,6 +113,22 @@ TEST_F(Events, SayWhatIsNotAsItWasAskedFor)
     EXPECT_EQ(Lately(), Lines{"Bow: x5Gain was 3 dB, somebody else has made it 4 dB"});
 }
 
+TEST_F(Events, LetAReportThatWasOnItsWayBeFollowedByTheAnswer)
+{
+    Ask(L"x5Range", 34.0);
+    Told(L"x5Range", 34.0);
+    Ask(L"x5Range", 35.0);
+    Told(L"x5Range", 34.0);
+    Pass(0.02);
+    Told(L"x5Range", 35.0);
+    EXPECT_EQ(Lately(), Lines());
+    Ask(L"x5Range", 36.0);
+    Told(L"x5Range", 35.0);
+    EXPECT_EQ(Lately(), Lines());
+    Pass(0.05);
+    EXPECT_EQ(Lately(), Lines{"Bow: x5Range: asked 36 m, the sonar has 35 m"}) << "that was its answer";
+}
+
 TEST_F(Events, NameFourKeysAndTellTwentyDifferences)
 {
     CAttributeMap asked;
