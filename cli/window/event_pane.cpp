@@ -65,8 +65,6 @@ QString TextOf(Event const& event, int column)
     switch (column) {
     case EventModel::Time:
         return ClockText(event.time);
-    case EventModel::Level:
-        return LevelText(event.severity);
     case EventModel::Sonar:
         return QString::fromStdString(event.sonarName);
     case EventModel::Kind:
@@ -147,6 +145,8 @@ QVariant EventModel::data(QModelIndex const& index, int role) const
         return TextOf(event, index.column());
     case Qt::DecorationRole:
         return index.column() == Level ? QVariant(m_marks[static_cast<std::size_t>(event.severity)]) : QVariant();
+    case Qt::AccessibleTextRole:
+        return index.column() == Level ? LevelText(event.severity) : TextOf(event, index.column());
     case Qt::ToolTipRole:
         return index.column() == Time ? QString::fromStdString(operation::IsoTime(event.time))
                                       : vordal::PlainToolTip(QString::fromStdString(StatusLine(event)));
@@ -174,7 +174,7 @@ EventPane::EventPane(QWidget* parent)
     m_table->setToolTip(
         tr("What did not come as it was asked for, the newest last; Ctrl+A selects all, Ctrl+C copies"));
     m_table->FitColumn(EventModel::Time, QStringLiteral("00:00:00.000"));
-    m_table->FitColumn(EventModel::Level, tr("Warning"), true);
+    m_table->FitColumn(EventModel::Level, tr("Level"));
     m_table->FitColumn(EventModel::Sonar, QStringLiteral("Hull sonar"));
     m_table->FitColumn(EventModel::Kind, QStringLiteral("unanswered"));
     m_table->FitColumn(EventModel::What, QStringLiteral("x5CoverageAngle"));

@@ -38,7 +38,9 @@ QString RowTable::SelectedText() const
     QString text;
     for (QModelIndex const& row : rows) {
         for (int column = 0; column < model()->columnCount(); ++column) {
-            auto cell = row.siblingAtColumn(column).data().toString();
+            auto const index = row.siblingAtColumn(column);
+            auto const spoken = index.data(Qt::AccessibleTextRole); // of a cell with a mark alone
+            auto cell = (spoken.isValid() ? spoken : index.data()).toString();
             // Such a character would begin another cell.
             cell.replace(QLatin1Char('\t'), QLatin1Char(' '));
             text += (column == 0 ? QString() : QStringLiteral("\t")) + cell;

@@ -45,12 +45,14 @@ QString NextAttempt(SonarState const& state)
                       : QObject::tr("trying to connect");
 }
 
-QString AgeText(SonarState const& state)
+QString AgeText(SonarState const& state, bool hasHeld)
 {
     if (!state.lastData) {
         return QObject::tr("It has told nothing in this session: what the view shows is older.");
     }
-    return QObject::tr("Last data at %1 UTC, %2 ago: what the view shows is as of then.")
+    // What is asked for is shown, whether it was heard or not.
+    return (hasHeld ? QObject::tr("Last data at %1 UTC, %2 ago: what the view shows is as of then, or asked for since.")
+                    : QObject::tr("Last data at %1 UTC, %2 ago: what the view shows is as of then."))
         .arg(ClockText(*state.lastData).left(8), vordal::DurationText(state.sinceData));
 }
 
@@ -109,7 +111,7 @@ std::optional<BannerContent> BannerOf(SonarState const& state, QString const& na
         content.title = QObject::tr("%1 can be reached again").arg(name);
         content.reason = QObject::tr("What was asked for before was not heard, and is sent only if you say so.");
     }
-    content.age = content.isOld ? AgeText(state) : QString();
+    content.age = content.isOld ? AgeText(state, !held.empty()) : QString();
     content.canSend = isThere;
     content.held = std::move(held);
     content.lost = lost;
