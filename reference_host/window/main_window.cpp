@@ -103,7 +103,7 @@ MainWindow::MainWindow(WindowSetup setup, std::shared_ptr<WindowFeed> feed, Wind
     auto const character = fontMetrics().averageCharWidth();
     auto const line = fontMetrics().lineSpacing();
     resize(character * 215, line * 60);
-    resizeDocks({m_deviceDock, m_attributeDock}, {character * 45, character * 57}, Qt::Horizontal);
+    resizeDocks({m_deviceDock, m_attributeDock}, {character * 45, character * 54}, Qt::Horizontal);
     resizeDocks({m_recordDock}, {line * 17}, Qt::Vertical);
     m_timer->start(LookInterval);
 }
