@@ -14,7 +14,7 @@
 #include <vector>
 
 /// What a value is. A value is readable through the getters of its own kind alone.
-enum class VordalKind
+enum class VORDAL_API_ENUM VordalKind
 {
     None,
     Int,

@@ -7,8 +7,11 @@
 #else
 #define VORDAL_API __declspec(dllimport)
 #endif
+#define VORDAL_API_ENUM
 #define VORDAL_PLUGIN_EXPORT __declspec(dllexport)
 #else
 #define VORDAL_API __attribute__((visibility("default")))
+// Of an enumeration that exported templates are made with: else some compilers do not export what is made.
+#define VORDAL_API_ENUM VORDAL_API
 #define VORDAL_PLUGIN_EXPORT __attribute__((visibility("default")))
 #endif

@@ -76,6 +76,7 @@ public:
         told += "sent " + std::to_string(mark.record) + ", " + std::to_string(payload.size()) + " bytes" +
                 (taken ? "\n" : ", not taken\n");
     }
+    using vordal::HostObserver::OnEcho;
     void OnEcho(BaseDevice&, CAttributeMap const& tree) override { told += "echo " + FirstKey(tree) + "\n"; }
     void OnDropped(BaseDevice&, AttributeKey const& asked, AttributeKey const& missing) override
     {
