@@ -109,8 +109,8 @@ void OperatorPanes::MakeMenus()
     m_redo->setObjectName(QStringLiteral("redo"));
     QObject::connect(m_redo, &QAction::triggered, &m_timer, [this] { m_session.Redo(); });
 
-    auto* const sonar = m_window.AddMenu(QObject::tr("S&onar"));
-    m_lockAction = sonar->addAction(QObject::tr("&Transmit lock"));
+    m_sonarMenu = m_window.AddMenu(QObject::tr("S&onar"));
+    m_lockAction = m_sonarMenu->addAction(QObject::tr("&Transmit lock"));
     m_lockAction->setCheckable(true);
     m_lockAction->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+L")));
     m_lockAction->setObjectName(QStringLiteral("transmitLockAction"));
