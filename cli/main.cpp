@@ -202,7 +202,7 @@ int RunCommandLine(int argc, char** argv)
         ->allow_extra_args(false)
         ->type_name("FILE");
     runCommand
-        ->add_option("--project", run.project, "Project file that keeps the sonar's attributes; made when missing")
+        ->add_option("--project", run.project, "Project file that keeps the sonars and their settings; made when missing")
         ->type_name("FILE");
     std::vector<std::string> demoNames;
     for (Demo const& demo : demos) {

@@ -414,7 +414,10 @@ void WindowSession::FollowTurns()
     bool isAnother = false;
     for (InTurn& each : m_inTurn) {
         auto const told = NumberOf(TreeOf(each.sonar), deviceIdKey);
-        isAnother = std::exchange(each.told, told) != told || isAnother;
+        if (told && told != each.told) {
+            each.told = told;
+            isAnother = true;
+        }
     }
     if (isAnother) {
         m_host.DiscoverAnew([] {});

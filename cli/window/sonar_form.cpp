@@ -29,6 +29,7 @@ QLabel* NewProblem()
     auto* const label = new QLabel;
     label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
+    label->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     label->hide();
     return label;
 }
@@ -107,6 +108,7 @@ SonarForm::SonarForm(Setup setup, QWidget* parent)
 QLabel* SonarForm::AddRow(QFormLayout& rows, QString const& text, QWidget* field, char const* name)
 {
     field->setObjectName(QString::fromLatin1(name));
+    field->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     QString plain = text;
     field->setAccessibleName(plain.remove(QLatin1Char('&')));
     rows.addRow(text, field);

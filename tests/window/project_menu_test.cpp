@@ -327,6 +327,15 @@ TEST(RunWindowProject, OpensWhatItKeepsAndSimulatedSonarsAnew)
         program.Signal(SIGTERM);
         EXPECT_EQ(program.WaitForEnd(), 0) << program.Errors();
     }
+    {
+        ChildProcess killed({QX5_PROGRAM, "run", "--project", file.string()}, {"QT_QPA_PLATFORM=offscreen"});
+        ASSERT_TRUE(killed.WaitForOutput("The window is open"));
+        killed.Signal(SIGKILL);
+        EXPECT_TRUE(killed.WaitForEnd().has_value());
+        std::string error;
+        EXPECT_NE(HeldProject::Open(file, vordal::ProjectStore::Missing::Refuse, error), nullptr)
+            << "what a killed program has left keeps nobody out: " << error;
+    }
     auto const project = vordal::ProjectStore(file).Load();
     ASSERT_EQ(project.devices.size(), 3U);
     EXPECT_EQ(project.devices[2].name, L"Winch") << "what nobody could make stays";
