@@ -1,6 +1,7 @@
 // The commands of `qx5`: what each is given and the exit code that it ends with.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -78,7 +79,7 @@ struct RunOptions
     std::vector<std::string> devices; ///< CLASS or CLASS=HOST:PORT, in place of the sonars; for the window
     std::string sonar;                ///< empty: start a simulated one
     std::string project;              ///< empty: nothing is kept
-    int sonars = 3;                   ///< simulated ones: in the window 1 to 256, sequenced 1 to 26
+    std::optional<int> sonars;        ///< simulated ones: in the window 1 to 256, sequenced 1 to 26; none: 3
     double pingRate = 0.0;            ///< at which the window's simulated sonars ping from the start; 0: they do not
     int groups = 2;                   ///< of the same; no more than there are sonars
     std::string demo;                 ///< name of a demonstration to show in place of the guided session

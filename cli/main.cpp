@@ -202,7 +202,8 @@ int RunCommandLine(int argc, char** argv)
         ->allow_extra_args(false)
         ->type_name("FILE");
     runCommand
-        ->add_option("--project", run.project, "Project file that keeps the sonar's attributes; made when missing")
+        ->add_option("--project", run.project,
+                     "Project file that keeps the sonars and their settings; made when missing")
         ->type_name("FILE");
     std::vector<std::string> demoNames;
     for (Demo const& demo : demos) {
@@ -214,8 +215,7 @@ int RunCommandLine(int argc, char** argv)
     runCommand
         ->add_option("--sonars", run.sonars,
                      "How many simulated sonars there are, 1 to 256 in the window, 1 to 26 in the demonstration of "
-                     "sequencing")
-        ->capture_default_str()
+                     "sequencing; 3 unless told")
         ->check(CLI::Range(1, 256).description(""))
         ->excludes(sonarOption)
         ->excludes("--guided")

@@ -221,6 +221,12 @@ HistoryStep const* History::NextRedo() const
     return found != m_steps.end() ? &*found : nullptr;
 }
 
+void History::Forget(CDataId const& sonar)
+{
+    std::erase_if(m_steps, [&](HistoryStep const& step) { return step.sonar == sonar; });
+    std::erase_if(m_awaited, [&](Awaited const& each) { return each.sonar == sonar; });
+}
+
 History::Answer History::Undo(CAttributeMap const& tree)
 {
     return Ask(const_cast<HistoryStep*>(NextUndo()), tree, State::Done);

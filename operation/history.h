@@ -78,6 +78,9 @@ public:
     /// The same for NextRedo, with the values that the step left.
     Answer Redo(CAttributeMap const& tree);
 
+    /// The sonar is not there any more: its steps go.
+    void Forget(CDataId const& sonar);
+
     /// From the oldest to the newest.
     std::deque<HistoryStep> const& Steps() const { return m_steps; }
 

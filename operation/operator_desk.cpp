@@ -63,6 +63,21 @@ void OperatorDesk::OnLinkStatus(CDataId const& sonar, vordal::LinkStatus const& 
     }
 }
 
+void OperatorDesk::OnMoved(CDataId const& sonar)
+{
+    m_follower.SetConnected(sonar, false);
+    m_links.erase(sonar.GetKey());
+    m_silent.erase(sonar.GetKey());
+    m_watch.Forget(sonar);
+}
+
+void OperatorDesk::OnRemoved(CDataId const& sonar)
+{
+    OnMoved(sonar);
+    m_held.Drop(sonar);
+    m_history.Forget(sonar);
+}
+
 void OperatorDesk::Tick()
 {
     m_follower.Tick();

@@ -22,6 +22,13 @@ bool SessionHistory::ReadIfChanged(std::uint64_t version, Content& content) cons
     return true;
 }
 
+void SessionHistory::Forget(CDataId const& sonar)
+{
+    std::lock_guard const lock(m_mutex);
+    m_history.Forget(sonar);
+    ++m_version;
+}
+
 void SessionHistory::OnActionStands(Action const& action)
 {
     std::lock_guard const lock(m_mutex);

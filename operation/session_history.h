@@ -24,6 +24,9 @@ public:
     void Undo() { Ask(true); }
     void Redo() { Ask(false); }
 
+    /// The sonar is not there any more: its steps go. Any thread.
+    void Forget(CDataId const& sonar);
+
     struct Content
     {
         std::deque<HistoryStep> steps; ///< from the oldest to the newest

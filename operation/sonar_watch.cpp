@@ -61,6 +61,12 @@ void SonarWatch::SetLink(CDataId const& id, vordal::LinkStatus const& status)
     sonar.linkTold = now;
 }
 
+void SonarWatch::Forget(CDataId const& id)
+{
+    std::lock_guard const lock(m_mutex);
+    m_sonars.erase(id.GetKey());
+}
+
 void SonarWatch::NotePing(Sonar& sonar, int number, double now)
 {
     if (!sonar.recent.empty()) {

@@ -42,8 +42,8 @@ struct SonarState
 /// when it has told nothing for 1.5 s, or, if that is longer, for three pings: as far apart as its range and its rate
 /// make them, and as its last ones were.
 ///
-/// Has no timer: Tick, every 100 ms or so, finds out what time brings. Tick, SetLink and what it listens to are for the
-/// host thread, the rest for any.
+/// Has no timer: Tick, every 100 ms or so, finds out what time brings. Tick, SetLink, Forget and what it listens to are
+/// for the host thread, the rest for any.
 class SonarWatch final : public ActionListener
 {
 public:
@@ -55,6 +55,8 @@ public:
     explicit SonarWatch(std::function<double()> steadyClock = {});
 
     void SetLink(CDataId const& sonar, vordal::LinkStatus const& status);
+    /// The sonar is not there any more, or is another one: nothing is known of it.
+    void Forget(CDataId const& sonar);
     /// The sonars whose condition is another one than at the last Tick, with what it is now.
     std::vector<SonarState> Tick();
 

@@ -127,10 +127,13 @@ std::optional<std::string> HarmOf(CAttributeMap const& request, CAttributeMap co
     return harm ? harm : HarmOfPower(request, stored);
 }
 
-void TransmitLock::Exempt(CDataId const& sonar)
+void TransmitLock::Exempt(CDataId const& sonar, bool isSimulated)
 {
     std::lock_guard const lock(m_mutex);
-    m_exempt.push_back(sonar);
+    std::erase(m_exempt, sonar);
+    if (isSimulated) {
+        m_exempt.push_back(sonar);
+    }
 }
 
 bool TransmitLock::Admits(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin, std::string& reason)

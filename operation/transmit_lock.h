@@ -32,8 +32,8 @@ class TransmitLock final : public vordal::RequestGuard
 public:
     void SetLocked(bool locked) { m_isLocked.store(locked); }
     bool IsLocked() const { return m_isLocked.load(); }
-    /// The sonar is simulated: nothing of it is refused.
-    void Exempt(CDataId const& sonar);
+    /// Whether the sonar is simulated: nothing of such a one is refused.
+    void Exempt(CDataId const& sonar, bool isSimulated = true);
 
     bool Admits(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
                 std::string& reason) override;

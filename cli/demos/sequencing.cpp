@@ -226,13 +226,14 @@ private:
 int SequencingDemo(RunOptions const& options)
 {
     // Each has a letter.
-    if (options.sonars > 26) {
+    int const sonars = options.sonars.value_or(3);
+    if (sonars > 26) {
         return Complain(ExitWrong, "--sonars: the demonstration of sequencing has 26 at most");
     }
-    int const groups = std::min(options.groups, options.sonars);
+    int const groups = std::min(options.groups, sonars);
     fmt::print("Sonars of one group take turns; a turn is the travel time of the range and an overhead.\n\n");
-    Timeline timeline(options.sonars, groups);
-    for (int sonar = 0; sonar < options.sonars; ++sonar) {
+    Timeline timeline(sonars, groups);
+    for (int sonar = 0; sonar < sonars; ++sonar) {
         Setting const& setting = SettingOf(sonar);
         fmt::print(
             "  {}  group {}  {:g} m at {:g} m/s: {:.1f} ms there and back, its turn takes {:g} % of it: {:.0f} ms\n",
@@ -241,7 +242,7 @@ int SequencingDemo(RunOptions const& options)
     }
     fmt::print("\nA letter: that sonar pings; |: its echoes are in.\n\n");
     FlushOutput();
-    Fleet fleet(timeline, options.sonars);
+    Fleet fleet(timeline, sonars);
     std::string error;
     if (!fleet.Begin(PluginPath(options.plugins), error)) {
         return Complain(ExitFailed, error);

@@ -127,14 +127,14 @@ void OperatorPanes::MakeMenus()
     m_redo->setObjectName(QStringLiteral("redo"));
     QObject::connect(m_redo, &QAction::triggered, &m_timer, [this] { m_session.Redo(); });
 
-    auto* const sonar = m_window.AddMenu(QObject::tr("S&onar"));
-    m_lockAction = AddSwitch(*sonar, QObject::tr("&Transmit lock"), "transmitLockAction", *m_lock);
+    m_sonarMenu = m_window.AddMenu(QObject::tr("S&onar"));
+    m_lockAction = AddSwitch(*m_sonarMenu, QObject::tr("&Transmit lock"), "transmitLockAction", *m_lock);
     m_lockAction->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+L")));
     QObject::connect(m_lockAction, &QAction::triggered, &m_timer, [this](bool locked) {
         m_session.SetTransmitLock(locked);
         ShowLock();
     });
-    m_leaseAction = AddSwitch(*sonar, QObject::tr("&Only the operator asks"), "actionLeaseAction", *m_lease);
+    m_leaseAction = AddSwitch(*m_sonarMenu, QObject::tr("&Only the operator asks"), "actionLeaseAction", *m_lease);
     QObject::connect(m_leaseAction, &QAction::triggered, &m_timer, [this](bool leased) {
         auto& lease = m_session.Desk().Lease();
         if (leased) {

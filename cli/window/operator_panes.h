@@ -17,6 +17,7 @@
 
 class QAction;
 class QLabel;
+class QMenu;
 
 namespace qx5::cli {
 
@@ -37,6 +38,7 @@ public:
     void Look();
 
     EventPane& Events() { return *m_events; }
+    QMenu& SonarMenu() { return *m_sonarMenu; }
     HistoryPane& History() { return *m_history; }
 
 private:
@@ -59,6 +61,7 @@ private:
     ViewBanner* m_banner;
     QLabel* m_lock;
     QLabel* m_lease;
+    QMenu* m_sonarMenu = nullptr;
     QAction* m_undo = nullptr;
     QAction* m_redo = nullptr;
     QAction* m_lockAction = nullptr;

@@ -3,6 +3,7 @@
 
 #include "cli/window/operator_panes.h"
 #include "cli/window/shown_view.h"
+#include "cli/window/sonar_menu.h"
 #include "cli/window/window_session.h"
 #include "reference_host/controls/window_thread.h"
 #include "reference_host/window/main_window.h"
@@ -13,8 +14,9 @@
 
 namespace qx5::cli {
 
-/// Main window, panes around the view, and the view, which is not open yet; the session is told that time passes. The
-/// thread that makes it is the host's window thread until it goes, and it goes before the session ends. Window thread.
+/// Main window, panes around the view, the menu of sonars, and the view, which is not open yet; the session is told
+/// that time passes. The thread that makes it is the host's window thread until it goes, and it goes before the session
+/// ends. Window thread.
 class OperatorWindow
 {
 public:
@@ -34,6 +36,7 @@ private:
     vordal::MainWindow m_main;
     OperatorPanes m_panes;
     ShownView m_view;
+    SonarMenu m_sonars;
     QTimer m_ticking;
 };
 

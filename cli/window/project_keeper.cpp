@@ -5,27 +5,54 @@
 
 namespace qx5::cli {
 
-ProjectKeeper::ProjectKeeper(vordal::ProjectStore& store, std::function<void(std::string const&)> tell,
+ProjectKeeper::ProjectKeeper(std::unique_ptr<HeldProject> project, std::function<void(std::string const&)> tell,
                              operation::ActionLog* log)
-    : m_store(store), m_tell(std::move(tell)), m_log(log), m_thread([this] { Run(); })
+    : m_project(std::move(project)), m_tell(std::move(tell)), m_log(log), m_thread([this] { Run(); })
 {
 }
 
 ProjectKeeper::~ProjectKeeper()
+{
+    End();
+}
+
+std::unique_ptr<HeldProject> ProjectKeeper::End()
 {
     {
         std::lock_guard const lock(m_mutex);
         m_ending = true;
     }
     m_changed.notify_one();
-    m_thread.join();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+    return std::move(m_project);
 }
 
 void ProjectKeeper::Put(vordal::StoredProject project)
 {
+    Add({std::move(project), {}, {}});
+}
+
+void ProjectKeeper::Save(vordal::StoredProject project, Saved saved)
+{
+    Add({std::move(project), {}, std::move(saved)});
+}
+
+void ProjectKeeper::SaveAs(vordal::StoredProject project, std::filesystem::path file, Saved saved)
+{
+    Add({std::move(project), std::move(file), std::move(saved)});
+}
+
+void ProjectKeeper::Add(Job job)
+{
     {
         std::lock_guard const lock(m_mutex);
-        m_waiting = std::move(project);
+        // What nobody has asked for gives way to what is newer.
+        if (!m_waiting.empty() && !m_waiting.back().saved) {
+            m_waiting.pop_back();
+        }
+        m_waiting.push_back(std::move(job));
     }
     m_changed.notify_one();
 }
@@ -34,14 +61,23 @@ void ProjectKeeper::Run()
 {
     std::unique_lock lock(m_mutex);
     while (true) {
-        m_changed.wait(lock, [this] { return m_ending || m_waiting.has_value(); });
-        if (m_ending) {
+        m_changed.wait(lock, [this] { return m_ending || !m_waiting.empty(); });
+        if (m_waiting.empty()) {
             return;
         }
-        auto project = std::move(*m_waiting);
-        m_waiting.reset();
+        auto job = std::move(m_waiting.front());
+        m_waiting.pop_front();
+        if (m_ending && !job.saved) {
+            continue;
+        }
         lock.unlock();
-        Save(std::move(project));
+        auto problem = SaveOf(job);
+        if (job.saved) {
+            job.saved(problem);
+        } else if (!problem.empty() && problem != m_told) {
+            m_tell(problem);
+        }
+        m_told = std::move(problem);
         lock.lock();
     }
 }
@@ -49,26 +85,34 @@ void ProjectKeeper::Run()
 void ProjectKeeper::SaveChanged(vordal::StoredProject project)
 {
     if (!m_saved.has_value() || !(*m_saved == project)) {
-        m_store.Save(project);
+        m_project->Store().Save(project);
         m_saved = std::move(project);
     }
 }
 
-void ProjectKeeper::Save(vordal::StoredProject project)
+std::string ProjectKeeper::SaveOf(Job& job)
 {
-    std::string problem;
     try {
-        SaveChanged(std::move(project));
+        if (job.file) {
+            std::string error;
+            auto made = HeldProject::SaveAs(*job.file, job.project, m_project.get(), error);
+            if (made == nullptr) {
+                return error;
+            }
+            m_project = std::move(made);
+            m_saved = std::move(job.project);
+        } else if (m_project != nullptr) {
+            SaveChanged(std::move(job.project));
+        } else {
+            return job.saved ? "the project has no name yet" : std::string();
+        }
         if (m_log != nullptr) {
-            m_log->WriteTo(m_store);
+            m_log->WriteTo(m_project->Store());
         }
     } catch (std::exception const& failure) {
-        problem = failure.what();
+        return failure.what();
     }
-    if (!problem.empty() && problem != m_told) {
-        m_tell(problem);
-    }
-    m_told = std::move(problem);
+    return {};
 }
 
 } // namespace qx5::cli

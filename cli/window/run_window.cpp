@@ -6,15 +6,13 @@
 #include "cli/platform/end_signals.h"
 #include "cli/platform/memory_reserve.h"
 #include "cli/plugins.h"
-#include "cli/session.h"
-#include "cli/window/operator_panes.h"
+#include "cli/window/fleet.h"
+#include "cli/window/operator_window.h"
+#include "cli/window/project_menu.h"
 #include "cli/window/run_until.h"
-#include "cli/window/shown_view.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/common/log.h"
-#include "reference_host/controls/window_thread.h"
-#include "reference_host/streams/settings_data.h"
 #include "reference_host/window/announcements.h"
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
@@ -23,7 +21,6 @@
 #include <protocol/bytes.h>
 #include <protocol/records/all.h>
 #include <protocol/utf8.h>
-#include <simulator/sonar_server.h>
 #include <vordalhostdllR/DataManager.h>
 
 #include <algorithm>
@@ -59,152 +56,9 @@ constexpr int lightMode = 4;
 
 /// From one look at what has changed to the next; what the operator did is on the disk within 5 s.
 constexpr auto saveInterval = 2s;
-/// What time brings, such as a sonar that does not answer, is told within 100 ms.
-constexpr auto tickInterval = 50ms;
 /// What a task on the host thread may take once the window is closed, and when a second signal asks for haste.
 constexpr std::chrono::milliseconds endLimit = 5s;
 constexpr std::chrono::milliseconds hurriedLimit = 500ms;
-
-/// Group of the ids of other instruments' devices.
-constexpr unsigned short otherGroup = 500;
-
-std::string JoinedNames(std::vector<CString> const& names)
-{
-    std::string text;
-    for (CString const& name : names) {
-        text += (text.empty() ? "" : ", ") + protocol::EncodeUtf8(name.View());
-    }
-    return text.empty() ? "none" : text;
-}
-
-/// The vessels and devices of the session, as a project; simulated sonars are started.
-class Fleet
-{
-public:
-    /// An exit code other than ExitGood after a complaint.
-    int Begin(RunOptions const& options, WindowSession& session)
-    {
-        if (!options.devices.empty()) {
-            return BeginDevices(options.devices, session);
-        }
-        CString const sonarClass = session.SonarClass();
-        if (sonarClass.IsEmpty()) {
-            return Complain(ExitFailed, fmt::format("no plug-in offers a device class of sonars; --device takes one of "
-                                                    "those that there are: {}",
-                                                    JoinedNames(session.DeviceClasses())));
-        }
-        auto const add = [&](unsigned short number, unsigned short vessel, CString const& name) {
-            CDataId const id(1, vordal::SonarDataGroup, number, vessel);
-            auto const told = options.sonar.empty() ? std::nullopt : std::optional(options.sonar);
-            return Add({id, sonarClass, name, {}, true, {}}, "--sonar: ", told);
-        };
-        if (!options.sonar.empty()) {
-            m_project.vessels = {MakeVessel(1, L"Vessel", true)};
-            return add(1, 1, L"Sonar");
-        }
-        m_pingRate = options.pingRate;
-        m_project.vessels = {MakeVessel(1, L"Survey vessel", false), MakeVessel(2, L"ROV", true)};
-        int code = ExitGood;
-        for (int i = 0; i < options.sonars && code == ExitGood; ++i) {
-            constexpr int rov = 2;
-            auto const number = static_cast<unsigned short>(i + 1 - (i > rov ? 1 : 0));
-            code = i == rov ? add(1, 2, L"ROV sonar")
-                            : add(number, 1,
-                                  i == 0   ? CString(L"Hull sonar")
-                                  : i == 1 ? CString(L"Pole sonar")
-                                           : CString(L"Sonar " + std::to_wstring(i + 1)));
-        }
-        return code;
-    }
-
-    vordal::StoredProject const& Project() const { return m_project; }
-    vordal::StoredDevice const& First() const { return m_project.devices.front(); }
-    /// The sonars that this program has started.
-    std::vector<CDataId> const& Simulated() const { return m_simulated; }
-
-    /// "simulated sonars listen on 127.0.0.1:40001, 127.0.0.1:40002"
-    std::string Where() const
-    {
-        if (m_simulatedAt.empty() && m_toldAt.empty()) {
-            return "its devices have no connection";
-        }
-        std::string const of = IsSonar(First().dataId) ? "its sonar is " : "its device is at ";
-        return m_simulatedAt.empty() ? of + m_toldAt
-                                     : "simulated sonars listen on " + m_simulatedAt +
-                                           (m_toldAt.empty() ? "" : ", others at " + m_toldAt);
-    }
-
-private:
-    /// CLASS or CLASS=HOST:PORT each.
-    int BeginDevices(std::vector<std::string> const& devices, WindowSession& session)
-    {
-        auto const classes = session.DeviceClasses();
-        bool hasSonar = false;
-        unsigned short number = 0;
-        for (std::string const& text : devices) {
-            auto const equals = text.find('=');
-            CString const className(protocol::DecodeUtf8(text.substr(0, equals)));
-            if (std::find(classes.begin(), classes.end(), className) == classes.end()) {
-                return Complain(ExitWrong, fmt::format("--device: no plug-in offers the class '{}'; there are: {}",
-                                                       text.substr(0, equals), JoinedNames(classes)));
-            }
-            bool const isSonar = session.MakesSonars(className);
-            hasSonar = hasSonar || isSonar;
-            ++number;
-            CDataId const id(1, isSonar ? vordal::SonarDataGroup : otherGroup, number, 1);
-            CString const name = devices.size() == 1 ? className : className + CString(L" " + std::to_wstring(number));
-            auto const told = equals == std::string::npos ? std::nullopt : std::optional(text.substr(equals + 1));
-            if (int const code = Add({id, className, name, {}, true, {}}, "--device: ", told); code != ExitGood) {
-                return code;
-            }
-        }
-        m_project.vessels = {MakeVessel(1, L"Vessel", hasSonar)};
-        return ExitGood;
-    }
-    /// Adds the device, with a connection where it is told one; a sonar that is told none is simulated.
-    int Add(vordal::StoredDevice const& device, std::string const& option, std::optional<std::string> const& endpoint)
-    {
-        std::string host;
-        std::uint16_t port = 0;
-        if (endpoint.has_value()) {
-            if (std::string error; !ParseEndpoint(*endpoint, host, port, error)) {
-                return Complain(ExitWrong, option + error);
-            }
-        } else if (IsSonar(device.dataId)) {
-            simulator::ServerOptions onFreePort;
-            onFreePort.announcePings = true; // so that their rate is seen
-            host = onFreePort.address;
-            auto& server = m_servers.emplace_back(std::make_unique<simulator::SonarServer>(onFreePort));
-            if (auto const problem = server->Start()) {
-                return Complain(ExitFailed, problem->text);
-            }
-            if (m_pingRate > 0.0) {
-                std::string answer;
-                server->Command(
-                    fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5MaxPingRate.text), m_pingRate),
-                    answer);
-                server->Command(fmt::format("set {}=1", protocol::EncodeUtf8(protocol::keys::x5PingOnOffState.text)),
-                                answer);
-            }
-            port = server->Port();
-            m_simulated.push_back(device.dataId);
-        } else {
-            m_project.devices.push_back(device);
-            return ExitGood;
-        }
-        std::string& text = endpoint.has_value() ? m_toldAt : m_simulatedAt;
-        text += fmt::format("{}{}:{}", text.empty() ? "" : ", ", host, port);
-        vordal::AddConnected(m_project, device, CString(protocol::DecodeUtf8(host)), port);
-        return ExitGood;
-    }
-
-    vordal::StoredProject m_project;
-    double m_pingRate = 0.0;
-    std::vector<CDataId> m_simulated;
-    std::string m_simulatedAt;
-    std::string m_toldAt;
-    std::vector<std::unique_ptr<simulator::SonarServer>> m_servers;
-};
 
 /// What the toolkit has to say goes where the host's reports go; its remarks on the platform go nowhere.
 void TakeToolkitMessage(QtMsgType type, QMessageLogContext const&, QString const& text)
@@ -305,8 +159,7 @@ int TakePicture(RunOptions const& options, vordal::StoredDevice const& shown, vo
 class SoundVelocityProbes
 {
 public:
-    SoundVelocityProbes(vordal::Host& host, std::vector<vordal::StoredDevice> const& devices)
-        : m_host(host), m_devices(devices)
+    explicit SoundVelocityProbes(WindowSession& session) : m_session(session)
     {
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { Measure(); });
         m_timer.start(1s);
@@ -323,13 +176,9 @@ private:
         double const velocity = 1496.5 + 0.5 * std::sin(static_cast<double>(m_count++) / 10.0);
         std::array<unsigned char, 8> bytes{};
         protocol::PutF64LE(bytes, 0, velocity);
-        for (vordal::StoredDevice const& device : m_devices) {
-            if (!IsSonar(device.dataId)) {
-                continue;
-            }
-            CDataId stream = device.dataId;
+        for (CDataId stream : m_session.Simulators().Ids()) {
             stream.SetGroupId(streamGroup);
-            m_host.Post([&host = m_host, stream, bytes] {
+            m_session.Host().Post([&host = m_session.Host(), stream, bytes] {
                 CDataBlock block;
                 block.SetTime(host.Now());
                 block.AddItem(velocityItem, DATA_DOUBLE, bytes, bytes.size(), 0);
@@ -338,8 +187,7 @@ private:
         }
     }
 
-    vordal::Host& m_host;
-    std::vector<vordal::StoredDevice> const& m_devices;
+    WindowSession& m_session;
     QTimer m_timer;
     int m_count = 0;
 };
@@ -363,6 +211,123 @@ void AskForSomething(CDataId const& sonar)
 QSize RoomFor(QWidget const& window)
 {
     return window.screen()->availableSize() - QSize(0, 2 * window.fontMetrics().lineSpacing());
+}
+
+/// Begins the session's sonars: as the options tell, or, without any, as the project keeps them.
+int BeginFleet(Fleet& fleet, RunOptions const& options, NextSession const& begun)
+{
+    if (begun.kind == NextSession::Kind::New) {
+        fleet.BeginEmpty();
+        return ExitGood;
+    }
+    bool const isTold =
+        begun.kind == NextSession::Kind::None && (!options.sonar.empty() || options.sonars || !options.devices.empty());
+    bool const isKept = begun.project != nullptr && !begun.project->IsEmpty();
+    if (begun.kind == NextSession::Kind::Open || (isKept && !isTold)) {
+        return fleet.BeginAsKept(begun.project->Loaded());
+    }
+    return fleet.BeginAsTold(options);
+}
+
+/// A session from its beginning to its end. `begun` is what it begins with: None stands for what the options tell. An
+/// exit code; what the operator asked for then stands in `next`.
+int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSignals>& signals, NextSession& next)
+{
+    bool const isPicture = !options.screenshot.empty();
+    auto const feed = std::make_shared<vordal::WindowFeed>();
+    int const mode = options.dark ? darkMode : lightMode;
+    WindowSession session(feed, mode);
+    std::string error;
+    if (!session.LoadPlugins(PluginFiles(options.plugins), options.plugins.size(), error)) {
+        return Complain(ExitFailed, error);
+    }
+    if (begun.kind == NextSession::Kind::None && !options.project.empty()) {
+        begun.project = HeldProject::Open(options.project, vordal::ProjectStore::Missing::Create, error);
+        if (begun.project == nullptr) {
+            return Complain(ExitFailed, error);
+        }
+    }
+    session.Simulators().SetPingRate(options.pingRate);
+    Fleet fleet(session);
+    if (int const code = BeginFleet(fleet, options, begun); code != ExitGood) {
+        return code;
+    }
+    if (!session.BeginWith(fleet.Project(), std::move(begun.project), error)) {
+        return Complain(ExitFailed, error);
+    }
+    for (std::string const& line : fleet.LeftOut()) {
+        session.Tell(line);
+    }
+    CDataId const first = fleet.First() != nullptr ? fleet.First()->dataId : CDataId();
+
+    // Also while it ends: a second signal changes nothing, and nothing is left unsaved.
+    if (!isPicture && !signals) {
+        signals.emplace();
+    }
+    int code = ExitGood;
+    {
+        OperatorWindow whole(session, feed, mode, first);
+        auto& window = whole.Main();
+        auto& view = whole.View();
+        std::optional<ProjectMenu> project;
+        if (!isPicture) {
+            project.emplace(session, window, next);
+        }
+        auto const& memory = session.WindowMemory();
+        if (!memory.empty() && !isPicture) {
+            window.RestoreMemory(
+                QByteArray(reinterpret_cast<char const*>(memory.data()), static_cast<qsizetype>(memory.size())));
+        }
+        if (options.dark) {
+            // By way of the host, whose newest mode the window follows.
+            window.SetLightMode(darkMode);
+            session.Requests().setLightMode(darkMode);
+        }
+        if (!isPicture) {
+            window.FitInto(RoomFor(window));
+        }
+        auto const remember = [&] {
+            QByteArray const bytes = window.SaveMemory();
+            session.WindowMemory().assign(bytes.begin(), bytes.end());
+        };
+        QObject::connect(&window, &vordal::MainWindow::Closing, &window, remember);
+        QTimer saving;
+        QObject::connect(&saving, &QTimer::timeout, &window, [&] {
+            MemoryReserve::FillUp();
+            remember();
+            view.Keep();
+            session.SaveSoon();
+        });
+        if (fleet.First() != nullptr) {
+            view.OpenFirst(first);
+        } else {
+            window.ShowLine(QObject::tr("There is no sonar; the Sonar menu adds one."));
+        }
+        SoundVelocityProbes const probes(session);
+        window.show();
+        if (isPicture) {
+            auto const* const shown = session.Find(window.ShownDevice());
+            if (options.wholeWindow && session.Simulators().IsSimulated(window.ShownDevice())) {
+                AskForSomething(window.ShownDevice());
+            }
+            code = shown != nullptr ? TakePicture(options, *shown, window, view.Frame())
+                                    : Complain(ExitFailed, "no picture: there is no sonar");
+        } else {
+            QSocketNotifier const notifier(signals->Descriptor(), QSocketNotifier::Read);
+            QObject::connect(&notifier, &QSocketNotifier::activated, &window, [&] {
+                // Whoever sends it answers no questions.
+                project->CloseAtOnce();
+                window.close();
+            });
+            saving.start(saveInterval);
+            // From within the event loop, where the window is shown and painted first.
+            QTimer::singleShot(0, &window, [&fleet] { Say(fmt::format("The window is open; {}.\n", fleet.Where())); });
+            QApplication::exec();
+        }
+    }
+    bool const isSaved = session.End(error, EndSignals::Count() > 1 ? hurriedLimit : endLimit);
+    SayLeftOn(session.LeftOn(session.Simulators().Ids()));
+    return isSaved ? code : Complain(ExitFailed, error);
 }
 
 } // namespace
@@ -395,98 +360,17 @@ int RunWindow(RunOptions const& options)
         vordal::Log(vordal::LogLevel::Warning, std::string("window: its texts are empty boxes, ") + remedy);
     }
 
-    auto const feed = std::make_shared<vordal::WindowFeed>();
-    int const mode = options.dark ? darkMode : lightMode;
-    WindowSession session(feed, mode);
-    std::string error;
-    if (!session.LoadPlugins(PluginFiles(options.plugins), options.plugins.size(), error)) {
-        return Complain(ExitFailed, error);
-    }
-    Fleet fleet;
-    if (int const code = fleet.Begin(options, session); code != ExitGood) {
-        return code;
-    }
-    if (!session.Begin(fleet.Project(), options.project, error)) {
-        return Complain(ExitFailed, error);
-    }
-
-    for (CDataId const& sonar : fleet.Simulated()) {
-        session.SetSimulated(sonar);
-    }
-
-    // Also while it ends: a second signal changes nothing, and nothing is left unsaved.
     std::optional<EndSignals> signals;
-    if (!isPicture) {
-        signals.emplace();
+    NextSession begun;
+    while (true) {
+        NextSession next;
+        int const code = RunSession(options, std::move(begun), signals, next);
+        // A signal ends the program, whatever was asked for before.
+        if (next.kind == NextSession::Kind::None || EndSignals::Count() > 0) {
+            return code;
+        }
+        begun = std::move(next);
     }
-    int code = ExitGood;
-    {
-        vordal::WindowThread thread(session.Host());
-        vordal::MainWindow window({.vessels = session.Listed(),
-                                   .lightMode = mode,
-                                   .activeVessel = session.ActiveVessel(),
-                                   .shownDevice = fleet.First().dataId},
-                                  feed, session.Requests());
-        OperatorPanes panes(session, window);
-        ShownView view(session, window);
-        thread.SetDeliveredHandler([&] { view.Follow(); });
-        auto const& memory = session.WindowMemory();
-        if (!memory.empty() && !isPicture) {
-            window.RestoreMemory(
-                QByteArray(reinterpret_cast<char const*>(memory.data()), static_cast<qsizetype>(memory.size())));
-        }
-        if (options.dark) {
-            // By way of the host, whose newest mode the window follows.
-            window.SetLightMode(darkMode);
-            session.Requests().setLightMode(darkMode);
-        }
-        if (!isPicture) {
-            window.FitInto(RoomFor(window));
-        }
-        vordal::SetFieldListener([&](vordal::FieldNotice const& notice) { panes.Note(notice); });
-        auto const remember = [&] {
-            QByteArray const bytes = window.SaveMemory();
-            session.WindowMemory().assign(bytes.begin(), bytes.end());
-        };
-        QObject::connect(&window, &vordal::MainWindow::Closing, &window, remember);
-        QTimer saving;
-        QObject::connect(&saving, &QTimer::timeout, &window, [&] {
-            MemoryReserve::FillUp();
-            remember();
-            view.Keep();
-            session.SaveSoon();
-        });
-        QTimer ticking;
-        QObject::connect(&ticking, &QTimer::timeout, &window, [&] { session.Tick(); });
-        ticking.start(tickInterval);
-        view.OpenFirst(fleet.First().dataId);
-        std::optional<SoundVelocityProbes> probes;
-        if (!fleet.Simulated().empty()) {
-            probes.emplace(session.Host(), fleet.Project().devices);
-        }
-        window.show();
-        if (isPicture) {
-            auto const* const shown = session.Find(window.ShownDevice());
-            auto const& simulated = fleet.Simulated();
-            if (options.wholeWindow &&
-                std::find(simulated.begin(), simulated.end(), window.ShownDevice()) != simulated.end()) {
-                AskForSomething(window.ShownDevice());
-            }
-            code = TakePicture(options, shown != nullptr ? *shown : fleet.First(), window, view.Frame());
-        } else {
-            QSocketNotifier const notifier(signals->Descriptor(), QSocketNotifier::Read);
-            QObject::connect(&notifier, &QSocketNotifier::activated, &window, &QWidget::close);
-            saving.start(saveInterval);
-            // From within the event loop, where the window is shown and painted first.
-            QTimer::singleShot(0, &window, [&fleet] { Say(fmt::format("The window is open; {}.\n", fleet.Where())); });
-            QApplication::exec();
-        }
-        view.Close();
-        vordal::SetFieldListener({});
-    }
-    bool const isSaved = session.End(error, EndSignals::Count() > 1 ? hurriedLimit : endLimit);
-    SayLeftOn(session.LeftOn(fleet.Simulated()));
-    return isSaved ? code : Complain(ExitFailed, error);
 }
 
 } // namespace qx5::cli

@@ -27,6 +27,8 @@ public:
     void OpenFirst(CDataId const& device);
     /// The operator has chosen the device.
     void Choose(CDataId const& device);
+    /// The shown device or its vessel has another name.
+    void Rename() { SetTitle(); }
     /// The window marks the device that the view shows now. To be called when notifications were delivered.
     void Follow();
     void Close();

@@ -44,14 +44,6 @@ QString ToQt(CString const& text)
     return QString::fromStdWString(std::wstring(text.View()));
 }
 
-/// Where the computation of route steering that belongs to a sonar stands.
-CDataId SteeringOf(CDataId const& sonar)
-{
-    CDataId id = sonar;
-    id.SetGroupId(steeringGroup);
-    return id;
-}
-
 CAttributeMap SteeringAttributes()
 {
     CAttributeMap attributes;
@@ -63,15 +55,6 @@ CAttributeMap SteeringAttributes()
     attributes.Add(steering::PipeRouteSteeringDiff, CVordalDouble(0.0));
     attributes.Add(steering::RouteName, CVordalText(L"Lane 1"));
     return attributes;
-}
-
-vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap attributes)
-{
-    return {.dataId = SteeringOf(sonar),
-            .type = steeringGroup,
-            .attributes = std::move(attributes),
-            .linkedDevices = {sonar},
-            .stream = {}};
 }
 
 /// Shows the frames of a link to the record monitor and to the switches of its sonar.
@@ -113,14 +96,19 @@ void Put(std::vector<Item>& list, Item const& item, Value Item::*member)
     }
 }
 
-/// What the fleet holds now; what the project keeps beyond it stays.
-void PutFleet(vordal::StoredProject& project, vordal::StoredProject const& fleet)
+/// What the fleet holds now; what the project keeps beyond it stays. Of `simulated` ports no address is kept.
+void PutFleet(vordal::StoredProject& project, vordal::StoredProject const& fleet, std::vector<CString> const& simulated)
 {
     for (vordal::VesselSetup const& vessel : fleet.vessels) {
         Put(project.vessels, vessel, &vordal::VesselSetup::number);
     }
     for (vordal::StoredPort const& port : fleet.ports) {
         Put(project.ports, port, &vordal::StoredPort::name);
+        if (std::find(simulated.begin(), simulated.end(), port.name) != simulated.end()) {
+            auto& kept = *FindBy(project.ports, &vordal::StoredPort::name, port.name);
+            kept.host = {};
+            kept.tcpPort = 0;
+        }
     }
     for (vordal::StoredDevice const& device : fleet.devices) {
         Put(project.devices, device, &vordal::StoredDevice::dataId);
@@ -131,6 +119,29 @@ void PutFleet(vordal::StoredProject& project, vordal::StoredProject const& fleet
 }
 
 } // namespace
+
+CDataId SteeringOf(CDataId const& sonar)
+{
+    CDataId id = sonar;
+    id.SetGroupId(steeringGroup);
+    return id;
+}
+
+std::string EndpointOf(vordal::StoredPort const& port)
+{
+    std::string const host = protocol::EncodeUtf8(port.host.View());
+    bool const isVersion6 = host.find(':') != std::string::npos;
+    return fmt::format("{}:{}", isVersion6 ? "[" + host + "]" : host, port.tcpPort);
+}
+
+vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap const& attributes)
+{
+    return {.dataId = SteeringOf(sonar),
+            .type = steeringGroup,
+            .attributes = attributes.Count() != 0 ? attributes : SteeringAttributes(),
+            .linkedDevices = {sonar},
+            .stream = {}};
+}
 
 bool IsSonar(CDataId const& device)
 {
@@ -200,10 +211,23 @@ bool WindowSession::MakesSonars(CString const& deviceClass)
 
 bool WindowSession::Begin(vordal::StoredProject fleet, std::string const& file, std::string& error)
 {
+    std::unique_ptr<HeldProject> project;
+    if (!file.empty()) {
+        project = HeldProject::Open(file, vordal::ProjectStore::Missing::Create, error);
+        if (project == nullptr) {
+            return false;
+        }
+    }
+    return BeginWith(std::move(fleet), std::move(project), error);
+}
+
+bool WindowSession::BeginWith(vordal::StoredProject fleet, std::unique_ptr<HeldProject> project, std::string& error)
+{
     m_fleet = std::move(fleet);
     m_activeVessel = m_fleet.vessels.front().number;
-    if (!file.empty() && !ReadProject(file, error)) {
-        return false;
+    if (project != nullptr) {
+        TakeProject(*project);
+        m_held = std::move(project);
     }
     CompleteFleet();
     m_desk.Lock().SetLocked(m_project.transmitLocked);
@@ -220,30 +244,35 @@ bool WindowSession::Begin(vordal::StoredProject fleet, std::string const& file, 
             error = problems.front();
             return false;
         }
-        WatchPorts();
+        for (vordal::StoredDevice const& device : m_fleet.devices) {
+            WatchPort(device);
+        }
+        m_host.RunAndWait([this] {
+            for (vordal::StoredDevice const& device : m_fleet.devices) {
+                NoteTurns(device.dataId);
+            }
+        });
         m_host.Start();
     } catch (std::exception const& failure) {
         error = failure.what();
         return false;
     }
-    m_begun = true;
-    if (m_store != nullptr) {
-        m_keeper = std::make_unique<ProjectKeeper>(
-            *m_store, [this](std::string const& problem) { Tell(problem); }, &m_desk.Log());
+    for (CString const& name : DeviceClasses()) {
+        if (MakesSonars(name)) {
+            m_sonarClasses.push_back(name);
+        }
     }
+    m_begun = true;
+    m_keeper = std::make_unique<ProjectKeeper>(
+        std::move(m_held), [this](std::string const& problem) { Tell(problem); }, &m_desk.Log());
     return true;
 }
 
-bool WindowSession::ReadProject(std::string const& file, std::string& error)
+void WindowSession::TakeProject(HeldProject const& project)
 {
-    try {
-        m_store = std::make_unique<vordal::ProjectStore>(file);
-        m_project = m_store->Load();
-    } catch (vordal::StoreError const& failure) {
-        error = failure.what();
-        return false;
-    }
-    m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
+    m_project = project.Loaded();
+    m_file = project.File();
+    m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(m_file));
     // A view that showed a device of another session begins with one of this.
     for (auto const& [name, stored] : m_project.views) {
         CDataInfo shown;
@@ -257,7 +286,12 @@ bool WindowSession::ReadProject(std::string const& file, std::string& error)
     if (auto const window = m_project.windows.find(windowName); window != m_project.windows.end()) {
         m_windowMemory = window->second;
     }
-    return true;
+}
+
+std::filesystem::path WindowSession::ProjectFile() const
+{
+    std::lock_guard const lock(m_fileMutex);
+    return m_file;
 }
 
 void WindowSession::CompleteFleet()
@@ -280,7 +314,7 @@ void WindowSession::CompleteFleet()
             auto const* const steered =
                 FindBy(m_project.computations, &vordal::ComputationSetup::dataId, SteeringOf(device.dataId));
             m_fleet.computations.push_back(
-                SteeringComputation(device.dataId, steered != nullptr ? steered->attributes : SteeringAttributes()));
+                SteeringComputation(device.dataId, steered != nullptr ? steered->attributes : CAttributeMap()));
         }
     }
 }
@@ -290,21 +324,27 @@ vordal::StoredPort const* WindowSession::PortOf(vordal::StoredDevice const& devi
     return FindBy(m_fleet.ports, &vordal::StoredPort::name, device.portName);
 }
 
-void WindowSession::WatchPorts()
+void WindowSession::Watch(vordal::LivePort& port, vordal::StoredDevice const& device)
 {
-    for (vordal::StoredDevice const& device : m_fleet.devices) {
-        auto* const port = m_host.Project()->FindPort(device.portName);
-        if (port == nullptr) {
-            continue;
-        }
-        auto& switches = m_switches[device.portName] = std::make_shared<SwitchedOn>();
-        port->GetLink().SetObserver(std::make_shared<PortWatch>(
-            vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View())), switches));
-        port->SetStatusListener([feed = m_feed, desk = &m_desk, id = device.dataId](vordal::LinkStatus const& status) {
-            feed->PutStatus(id, status);
-            desk->OnLinkStatus(id, status);
-        });
+    auto& switches = m_switches[device.portName];
+    if (switches == nullptr) {
+        switches = std::make_shared<SwitchedOn>();
     }
+    port.GetLink().SetObserver(std::make_shared<PortWatch>(
+        vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View())), switches));
+}
+
+void WindowSession::WatchPort(vordal::StoredDevice const& device)
+{
+    auto* const port = m_host.Project()->FindPort(device.portName);
+    if (port == nullptr) {
+        return;
+    }
+    Watch(*port, device);
+    port->SetStatusListener([feed = m_feed, desk = &m_desk, id = device.dataId](vordal::LinkStatus const& status) {
+        feed->PutStatus(id, status);
+        desk->OnLinkStatus(id, status);
+    });
 }
 
 vordal::StoredDevice const* WindowSession::Find(CDataId const& device) const
@@ -373,13 +413,50 @@ vordal::WindowRequests WindowSession::Requests()
 
 void WindowSession::SaveSoon()
 {
-    if (m_keeper == nullptr) {
+    if (m_keeper == nullptr || ProjectFile().empty()) {
         return;
     }
-    m_host.Post([this, project = ProjectOfWindow()]() mutable {
-        PutFleet(project, m_host.Project()->Collect());
-        m_keeper->Put(std::move(project));
+    CollectFor([this](vordal::StoredProject project) { m_keeper->Put(std::move(project)); });
+}
+
+void WindowSession::CollectFor(std::function<void(vordal::StoredProject)> take)
+{
+    m_host.Post([this, project = ProjectOfWindow(), simulated = SimulatedPorts(), take = std::move(take)]() mutable {
+        PutFleet(project, m_host.Project()->Collect(), simulated);
+        take(std::move(project));
     });
+}
+
+void WindowSession::Save(ProjectKeeper::Saved saved)
+{
+    CollectFor(
+        [this, saved = std::move(saved)](vordal::StoredProject project) { m_keeper->Save(std::move(project), saved); });
+}
+
+void WindowSession::SaveAs(std::filesystem::path const& file, ProjectKeeper::Saved saved)
+{
+    auto const note = [this, file, saved = std::move(saved)](std::string const& problem) {
+        if (problem.empty()) {
+            {
+                std::lock_guard const lock(m_fileMutex);
+                m_file = file;
+            }
+            m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
+        }
+        saved(problem);
+    };
+    CollectFor([this, file, note](vordal::StoredProject project) { m_keeper->SaveAs(std::move(project), file, note); });
+}
+
+std::vector<CString> WindowSession::SimulatedPorts() const
+{
+    std::vector<CString> ports;
+    for (vordal::StoredDevice const& device : m_fleet.devices) {
+        if (m_simulators.IsSimulated(device.dataId)) {
+            ports.push_back(device.portName);
+        }
+    }
+    return ports;
 }
 
 void WindowSession::Tick()
@@ -389,6 +466,7 @@ void WindowSession::Tick()
         m_host.Post([this] {
             m_ticks.store(false);
             m_desk.Tick();
+            FollowTurns();
         });
     }
 }
@@ -414,14 +492,18 @@ void WindowSession::Redo()
     m_host.Post([this] { m_desk.Steps().Redo(); });
 }
 
-void WindowSession::SetSimulated(CDataId const& sonar)
+void WindowSession::SetSimulated(CDataId const& sonar, bool isSimulated)
 {
-    m_simulated.push_back(sonar);
-    m_desk.Lock().Exempt(sonar);
+    std::erase(m_simulated, sonar);
+    if (isSimulated) {
+        m_simulated.push_back(sonar);
+    }
+    m_desk.Lock().Exempt(sonar, isSimulated);
 }
 
 void WindowSession::SetTransmitLock(bool locked)
 {
+    m_isEdited = true;
     m_project.transmitLocked = locked;
     m_desk.Lock().SetLocked(locked);
 }
@@ -440,8 +522,17 @@ bool WindowSession::End(std::string& error, std::chrono::milliseconds limit)
     if (!m_host.End(limit, collect)) {
         LeaveWithoutHostThread();
     }
-    m_keeper.reset();
-    return SaveProject(error);
+    EndKeeper();
+    bool const isSaved = SaveProject(error);
+    m_held.reset();
+    return isSaved;
+}
+
+void WindowSession::EndKeeper()
+{
+    if (m_keeper != nullptr) {
+        m_held = m_keeper->End();
+    }
 }
 
 void WindowSession::LeaveWithoutHostThread()
@@ -449,14 +540,14 @@ void WindowSession::LeaveWithoutHostThread()
     // A thread cannot be ended from outside, and going on would take away what it works on.
     Complain(ExitFailed, "a task on the host thread does not end; the process leaves without it, the project keeps the "
                          "sonars' settings as they were saved last");
-    m_keeper.reset();
+    EndKeeper();
     try {
-        if (m_store != nullptr && m_begun) {
+        if (m_held != nullptr && m_begun) {
             for (auto const& [name, stored] : m_views) {
-                m_store->SaveView(name, stored);
+                m_held->Store().SaveView(name, stored);
             }
-            m_store->SaveWindow(windowName, m_windowMemory);
-            m_desk.Log().WriteTo(*m_store);
+            m_held->Store().SaveWindow(windowName, m_windowMemory);
+            m_desk.Log().WriteTo(m_held->Store());
         }
     } catch (vordal::StoreError const& failure) {
         Complain(ExitFailed, failure.what());
@@ -480,14 +571,14 @@ vordal::StoredProject WindowSession::ProjectOfWindow() const
 
 bool WindowSession::SaveProject(std::string& error)
 {
-    if (m_store == nullptr || !m_begun) {
+    if (m_held == nullptr || !m_begun) {
         return true;
     }
     try {
         auto project = ProjectOfWindow();
-        PutFleet(project, m_saved);
-        m_store->Save(project);
-        m_desk.Log().WriteTo(*m_store);
+        PutFleet(project, m_saved, SimulatedPorts());
+        m_held->Store().Save(project);
+        m_desk.Log().WriteTo(m_held->Store());
         return true;
     } catch (vordal::StoreError const& failure) {
         error = failure.what();
@@ -495,22 +586,23 @@ bool WindowSession::SaveProject(std::string& error)
     }
 }
 
+std::vector<std::string> WindowSession::LinesLeftOn(vordal::StoredDevice const& device) const
+{
+    auto const switches = m_switches.find(device.portName);
+    if (switches == m_switches.end() || !IsSonar(device.dataId)) {
+        return {};
+    }
+    return switches->second->Lines(protocol::EncodeUtf8(device.name.View()), EndpointOf(*PortOf(device)));
+}
+
 std::vector<std::string> WindowSession::LeftOn(std::vector<CDataId> const& goWithIt) const
 {
-    std::vector<std::string> lines;
+    std::vector<std::string> lines = m_leftOn;
     for (vordal::StoredDevice const& device : m_fleet.devices) {
-        auto const switches = m_switches.find(device.portName);
-        if (switches == m_switches.end() || !IsSonar(device.dataId) ||
-            std::find(goWithIt.begin(), goWithIt.end(), device.dataId) != goWithIt.end()) {
-            continue;
+        if (std::find(goWithIt.begin(), goWithIt.end(), device.dataId) == goWithIt.end()) {
+            auto const left = LinesLeftOn(device);
+            lines.insert(lines.end(), left.begin(), left.end());
         }
-        auto const* const port = PortOf(device);
-        std::string const host = protocol::EncodeUtf8(port->host.View());
-        bool const isVersion6 = host.find(':') != std::string::npos;
-        auto const left =
-            switches->second->Lines(protocol::EncodeUtf8(device.name.View()),
-                                    fmt::format("{}:{}", isVersion6 ? "[" + host + "]" : host, port->tcpPort));
-        lines.insert(lines.end(), left.begin(), left.end());
     }
     return lines;
 }

@@ -3,6 +3,8 @@
 
 #include "cli/switched_on.h"
 #include "cli/window/project_keeper.h"
+#include "cli/window/simulated_sonars.h"
+#include "cli/window/sonar_entry.h"
 #include "operation/operator_desk.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/platform/wake_handle.h"
@@ -13,8 +15,11 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,10 +28,19 @@ namespace qx5::cli {
 /// Sonars have a group of ids of their own.
 bool IsSonar(CDataId const& device);
 
+/// The address of a connection, "127.0.0.1:7000" or "[::1]:7000".
+std::string EndpointOf(vordal::StoredPort const& port);
+
+/// Where the computation of route steering that belongs to a sonar stands, and that computation as a project keeps it
+/// (without attributes: as it begins).
+CDataId SteeringOf(CDataId const& sonar);
+vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap const& attributes);
+
 /// A vessel for a session's project. Where pipe detection is set up, sonars may be steered along a pipe.
 vordal::VesselSetup MakeVessel(unsigned short number, CString const& name, bool detectsPipes);
 
-/// LoadPlugins, Begin and End wait; everything between them returns at once. Used from the window thread.
+/// LoadPlugins, Begin and End wait, and so do changes of the list of sonars, for the host thread; everything else
+/// between them returns at once. Used from the window thread.
 class WindowSession final : private vordal::HostObserver
 {
 public:
@@ -49,6 +63,16 @@ public:
     /// Opens `fleet`, the vessels and devices of this session, with what the file (no name: none is kept) holds of
     /// them, and begins to connect. False, and one line in `error`, when something of it cannot be had.
     bool Begin(vordal::StoredProject fleet, std::string const& file, std::string& error);
+    /// The same with a project that was opened before; null: none.
+    bool BeginWith(vordal::StoredProject fleet, std::unique_ptr<HeldProject> project, std::string& error);
+    /// The file of the project; empty while there is none. Any thread.
+    std::filesystem::path ProjectFile() const;
+    /// Whether the list of sonars or the transmit lock was changed, and no project keeps it.
+    bool IsUnsaved() const { return m_isEdited && ProjectFile().empty(); }
+    /// Saves the project now, and tells how that ended (see ProjectKeeper); between Begin and End. Returns at once.
+    void Save(ProjectKeeper::Saved saved);
+    /// The session goes on in that file, which then has all that the former one had.
+    void SaveAs(std::filesystem::path const& file, ProjectKeeper::Saved saved);
     /// Has the project saved as it stands, with what the views stored and WindowMemory hold, if that is not on the disk
     /// yet. To be called now and then; returns at once. A project that cannot be saved is a line for the operator.
     void SaveSoon();
@@ -65,12 +89,17 @@ public:
     int EventsHandle() const { return m_eventsWait.Handle(); }
     /// What an operator must hear of. The lines of the host's messages are among it.
     operation::EventList::Content TakeEvents();
+    /// A line for the operator. Any thread.
+    void Tell(std::string line);
     /// Undoes the newest step that can be, and asks again for the next one that was undone; what cannot be is an event.
     /// Return at once.
     void Undo();
     void Redo();
-    /// The sonar is one of this program's own: it is listed as simulated, and the transmit lock does not concern it.
-    void SetSimulated(CDataId const& sonar);
+    /// Whether the sonar is one of this program's own: such a one is listed as simulated, and the transmit lock does
+    /// not concern it.
+    void SetSimulated(CDataId const& sonar, bool isSimulated = true);
+    /// The simulated sonars that go with the session.
+    SimulatedSonars& Simulators() { return m_simulators; }
     /// Whether what can do harm at a real sonar is refused; the project keeps it.
     void SetTransmitLock(bool locked);
     bool IsTransmitLocked() const { return m_project.transmitLocked; }
@@ -85,6 +114,24 @@ public:
     CString ViewClassFor(CDataId const& device);
     /// The devices as the window lists them.
     std::vector<vordal::ListedVessel> Listed() const;
+
+    // Changes of the list of sonars, between Begin and End. What cannot be done is one line in `error`, and nothing is
+    // changed. No view shows a sonar that is removed, or that goes to another vessel or class, while that is done.
+
+    /// What a new or a present sonar is to be checked against.
+    SonarSurroundings Around(std::optional<CDataId> const& sonar) const;
+    /// What stands for a sonar of the list.
+    SonarEntry EntryOf(CDataId const& sonar) const;
+    /// Adds a sonar, which begins to connect, and gives its id.
+    std::optional<CDataId> AddSonar(SonarSetup const& setup, std::string& error);
+    /// Changes what is otherwise: name, address and group of the sonar as it is, where the others stay as they are. One
+    /// of another vessel or class is another sonar with the same settings. Gives its id, which may be a new one.
+    std::optional<CDataId> ChangeSonar(CDataId const& sonar, SonarSetup const& setup, std::string& error);
+    /// Whether the change closes the sonar and opens another in its place.
+    bool IsReplacedBy(CDataId const& sonar, SonarSetup const& setup) const;
+    bool RemoveSonar(CDataId const& sonar, std::string& error);
+    /// What goes with a sonar that is removed, a line each.
+    std::vector<std::string> LostWith(CDataId const& sonar);
     unsigned short ActiveVessel() const { return m_activeVessel; }
     /// What the window may ask for.
     vordal::WindowRequests Requests();
@@ -98,29 +145,66 @@ private:
     void OnMessage(CString const& text) override;
     void OnAttributesRefused(BaseDevice& device) override;
 
-    bool ReadProject(std::string const& file, std::string& error);
+    void TakeProject(HeldProject const& project);
     /// Adds to the fleet what the project keeps of it, and how its sonars are steered.
     void CompleteFleet();
     /// Null for a device without a connection.
     vordal::StoredPort const* PortOf(vordal::StoredDevice const& device) const;
-    void WatchPorts();
+    /// Records, switches and status of the device's port are followed; before the port is opened.
+    void WatchPort(vordal::StoredDevice const& device);
+    /// Records and switches alone.
+    void Watch(vordal::LivePort& port, vordal::StoredDevice const& device);
+    /// Has it made in the host, put into the fleet, and connected.
+    bool Install(vordal::StoredDevice device, vordal::VesselSetup const& vessel, SonarSetup const& setup,
+                 CAttributeMap const& steering, std::string& error);
+    void Rename(CDataId const& sonar, CString const& name);
+    bool Move(CDataId const& sonar, SonarSetup const& setup, std::string& error);
+    void SetGroup(CDataId const& sonar, std::optional<std::int32_t> group);
+    /// Hands the project as it stands to `take`, on the host thread.
+    void CollectFor(std::function<void(vordal::StoredProject)> take);
+    void EndKeeper();
+    /// What is left on at the sonar is said at the end, though it is not of the fleet any more.
+    void KeepLeftOn(vordal::StoredDevice const& device);
+    void ForgetPort(CString const& name);
+    vordal::VesselSetup VesselOf(CString const& name) const;
+    CDataId FreeId(unsigned short vessel) const;
+    std::vector<std::string> LinesLeftOn(vordal::StoredDevice const& device) const;
+    /// Sonars that ping in turn are found by the number that they tell: once it is another one, they are looked for
+    /// anew. Host thread.
+    void FollowTurns();
+    /// The sonar pings in turn, or does not. Host thread.
+    void NoteTurns(CDataId const& sonar);
+    /// Ports of simulated sonars are others the next time: no address is kept of them.
+    std::vector<CString> SimulatedPorts() const;
     /// Views, windows and the chosen vessel as they are now; the rest as it was opened.
     vordal::StoredProject ProjectOfWindow() const;
     bool SaveProject(std::string& error);
-    /// A line for the operator. Any thread.
-    void Tell(std::string line);
     [[noreturn]] void LeaveWithoutHostThread();
 
     std::shared_ptr<vordal::WindowFeed> const m_feed;
-    std::unique_ptr<vordal::ProjectStore> m_store;
+    std::unique_ptr<HeldProject> m_held; ///< before it has begun, and at its end
+    mutable std::mutex m_fileMutex;
+    std::filesystem::path m_file; ///< of the project; guarded by the mutex
+    bool m_isEdited = false;
     vordal::StoredProject m_project;
     std::map<CString, CAttributeMap> m_views; ///< by the names that the project keeps them under
     std::vector<unsigned char> m_windowMemory;
     unsigned short m_activeVessel = 1;
     std::vector<CDataId> m_simulated;
+    std::vector<CString> m_sonarClasses; ///< once it has begun
     vordal::StoredProject m_fleet;
     std::map<CString, std::shared_ptr<SwitchedOn>> m_switches; ///< by the names of the ports
-    bool m_begun = false;                                      ///< all of it: what the devices hold is worth keeping
+    std::vector<std::string> m_leftOn;                         ///< at sonars that are not of the fleet any more
+    std::vector<CDataId> m_formerIds;                          ///< of those; none is given twice
+    /// Those that ping in turn, with the number that each has told. Host thread.
+    struct InTurn
+    {
+        CDataId sonar;
+        std::optional<int> told;
+    };
+    std::vector<InTurn> m_inTurn;
+    SimulatedSonars m_simulators;
+    bool m_begun = false; ///< all of it: what the devices hold is worth keeping
     bool m_ended = false;
     vordal::StoredProject m_saved; ///< of the fleet; written on the host thread, read when that has ended
 

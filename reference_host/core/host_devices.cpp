@@ -98,28 +98,36 @@ void HostDevices::SetPort(BaseDevice& device, BaseIOHandler* port)
 
 bool HostDevices::RemoveDevice(BaseDevice* device)
 {
-    bool isOurs = false;
+    {
+        std::lock_guard const lock(m_state.mutex);
+        if (std::none_of(m_state.devices.begin(), m_state.devices.end(),
+                         [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; })) {
+            return false;
+        }
+    }
+    bool isGone = false;
+    DiscoverAnew([&] { isGone = TakeOut(device); });
+    return isGone;
+}
+
+void HostDevices::DiscoverAnew(std::function<void()> const& change)
+{
     std::vector<PingControl*> released;
     {
         std::lock_guard const lock(m_state.mutex);
-        isOurs = std::any_of(m_state.devices.begin(), m_state.devices.end(),
-                             [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; });
-        if (isOurs) {
-            released = m_state.pingControls;
-        }
+        released = m_state.pingControls;
     }
     std::erase_if(released, [](PingControl const* control) { return !control->IsActive(); });
     for (PingControl* const control : released) {
         control->Release();
     }
-    bool const isGone = isOurs && TakeOut(device);
+    change();
     for (PingControl* const control : released) {
         control->Discover();
     }
     if (!released.empty()) {
         TellSettingsAgain();
     }
-    return isGone;
 }
 
 bool HostDevices::TakeOut(BaseDevice* device)

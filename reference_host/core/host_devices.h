@@ -9,6 +9,7 @@
 
 #include "reference_host/attributes/tree_account.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -37,10 +38,13 @@ public:
     /// Attaches the device to the port, after those that are there (null takes it off its port). Ports made of
     /// PortWithDevices learn of it.
     void SetPort(BaseDevice& device, BaseIOHandler* port);
-    /// Takes the device off its port, out of the register, and destroys it. False when it is not the host's. A
-    /// plug-in's ping control is released before and discovers the others anew: they join with the settings that they
-    /// told last, those whose stream is not well once it is, and take their turns again.
+    /// Takes the device off its port, out of the register, and destroys it, while no plug-in controls pings (see
+    /// DiscoverAnew). False when it is not the host's.
     bool RemoveDevice(BaseDevice* device);
+    /// Runs `change` while no plug-in controls pings. Those that did discover their sonars anew: these join with the
+    /// settings that they told last, those whose stream is not well once it is, and take their turns again. For what
+    /// changes which sonars ping in turn: their list, or what a device's tree says of its group. Host thread.
+    void DiscoverAnew(std::function<void()> const& change);
     /// The same for all; nothing is discovered.
     void RemoveAllDevices();
     /// All devices in the order in which they were added. Any thread.

@@ -49,6 +49,12 @@ void LivePort::Close()
     PostToHost([this] { TellDevices({}); });
 }
 
+void LivePort::Retire()
+{
+    End();
+    TellDevices({});
+}
+
 void LivePort::PostToHost(std::function<void()> task)
 {
     m_host.Post([life = std::weak_ptr<int>(m_life), task = std::move(task)] {

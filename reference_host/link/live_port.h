@@ -53,6 +53,8 @@ public:
     void Open();
     /// Any thread but that of a call from the link. Devices that were told of a connection are told of its end.
     void Close();
+    /// The same for good: the devices are told before it returns, and nothing comes from it any more. Host thread.
+    void Retire();
 
     /// How often reading has paused because the host thread fell behind. Any thread.
     std::uint64_t Pauses() const { return m_pauses.load(); }

@@ -8,6 +8,7 @@
 #include "reference_host/loader/plugin_set.h"
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
+#include <protocol/settings_keys.h>
 #include <tvcoreR/Utf8.h>
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/Device.h>
@@ -15,6 +16,17 @@
 #include <utility>
 
 namespace vordal {
+
+namespace {
+
+/// Whether a plug-in is to find the device when it looks for sonars that it has ping.
+bool PingsInTurn(CAttributeMap const& attributes)
+{
+    int mode = 0;
+    return attributes.FindValue(AttributeKey(qx5::protocol::keys::PingMode.text)).Get(mode) && mode != 0;
+}
+
+} // namespace
 
 void AddConnected(StoredProject& project, StoredDevice device, CString const& host, std::uint16_t tcpPort)
 {
@@ -24,7 +36,7 @@ void AddConnected(StoredProject& project, StoredDevice device, CString const& ho
 }
 
 OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project, LinkOptions const& like)
-    : m_host(host), m_project(std::move(project))
+    : m_host(host), m_thread(thread), m_like(like), m_project(std::move(project))
 {
     m_host.RunAndWait([this] {
         for (VesselSetup const& vessel : m_project.vessels) {
@@ -34,36 +46,43 @@ OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project, 
             m_host.SelectVessel(m_project.activeVessel);
         }
         for (std::size_t i = 0; i < m_project.devices.size(); ++i) {
-            StoredDevice const& stored = m_project.devices[i];
-            auto made = m_host.MakeDevice(stored.className);
-            if (made == nullptr) {
-                m_problems.push_back("the device \"" + tvcore::ToUtf8(stored.name) + "\" is left out: no plug-in has " +
-                                     "registered its class " + tvcore::ToUtf8(stored.className));
-                continue;
-            }
-            made->SetPortName(stored.portName);
-            made->SetEnable(stored.enabled);
-            Device* const device = m_host.AddDevice(std::move(made), stored.dataId, stored.name);
-            if (device == nullptr) {
-                m_problems.push_back("the device \"" + tvcore::ToUtf8(stored.name) + "\" is left out: its id " +
-                                     tvcore::ToUtf8(stored.dataId.GetKey()) + " is taken");
-                continue;
-            }
-            m_devices.push_back({i, device});
-            m_host.SetToldLimits(*device, m_project.toldLimits);
-            m_host.LoadDevice(*device, stored.attributes);
+            MakeDevice(i);
         }
         for (ComputationSetup const& computation : m_project.computations) {
             m_host.AddComputation(computation);
         }
     });
     for (StoredPort const& stored : m_project.ports) {
-        m_ports.push_back(MakePort(thread, stored, like));
+        m_ports.push_back(MakePort(stored));
     }
 }
 
-std::unique_ptr<LivePort> OpenProject::MakePort(LinkThread& thread, StoredPort const& stored, LinkOptions options) const
+bool OpenProject::MakeDevice(std::size_t place)
 {
+    StoredDevice const& stored = m_project.devices[place];
+    auto made = m_host.MakeDevice(stored.className);
+    if (made == nullptr) {
+        m_problems.push_back("the device \"" + tvcore::ToUtf8(stored.name) + "\" is left out: no plug-in has " +
+                             "registered its class " + tvcore::ToUtf8(stored.className));
+        return false;
+    }
+    made->SetPortName(stored.portName);
+    made->SetEnable(stored.enabled);
+    Device* const device = m_host.AddDevice(std::move(made), stored.dataId, stored.name);
+    if (device == nullptr) {
+        m_problems.push_back("the device \"" + tvcore::ToUtf8(stored.name) + "\" is left out: its id " +
+                             tvcore::ToUtf8(stored.dataId.GetKey()) + " is taken");
+        return false;
+    }
+    m_devices.push_back({place, device});
+    m_host.SetToldLimits(*device, m_project.toldLimits);
+    m_host.LoadDevice(*device, stored.attributes);
+    return true;
+}
+
+std::unique_ptr<LivePort> OpenProject::MakePort(StoredPort const& stored) const
+{
+    auto options = m_like;
     options.host = tvcore::ToUtf8(stored.host);
     options.port = stored.tcpPort;
     options.watch = stored.watch;
@@ -76,9 +95,9 @@ std::unique_ptr<LivePort> OpenProject::MakePort(LinkThread& thread, StoredPort c
         }
     }
     if (hasDevice && !hasSonar) {
-        return std::make_unique<RawPort>(m_host, thread, stored.name, options);
+        return std::make_unique<RawPort>(m_host, m_thread, stored.name, options);
     }
-    return std::make_unique<X5Port>(m_host, thread, stored.name, options);
+    return std::make_unique<X5Port>(m_host, m_thread, stored.name, options);
 }
 
 OpenProject::~OpenProject()
@@ -94,6 +113,7 @@ OpenProject::~OpenProject()
             m_host.RemoveDevice(made.device);
         }
         m_ports.clear();
+        m_formerPorts.clear();
     };
     OrOnceMore([&] { m_host.RunAndWait(remove); });
 }
@@ -110,12 +130,17 @@ void OpenProject::Start(PlugIns& plugIns)
             m_host.ApplyDevice(*made.device, true);
         }
         for (MadeDevice const& made : m_devices) {
-            StoredDevice const& stored = m_project.devices[made.stored];
-            if (LivePort* const port = FindPort(stored.portName); port != nullptr && stored.enabled) {
-                m_host.SetPort(*made.device, &port->Handler());
-            }
+            PutOnPort(made);
         }
     });
+}
+
+void OpenProject::PutOnPort(MadeDevice const& made)
+{
+    StoredDevice const& stored = m_project.devices[made.stored];
+    if (LivePort* const port = FindPort(stored.portName); port != nullptr && stored.enabled) {
+        m_host.SetPort(*made.device, &port->Handler());
+    }
 }
 
 void OpenProject::Connect()
@@ -146,6 +171,150 @@ StoredProject OpenProject::Collect() const
         DataManager::GetDataManager().GetAttributeMap(computation.dataId, computation.attributes);
     }
     return project;
+}
+
+OpenProject::MadeDevice const* OpenProject::Find(CDataId const& device) const
+{
+    for (MadeDevice const& made : m_devices) {
+        if (m_project.devices[made.stored].dataId == device) {
+            return &made;
+        }
+    }
+    return nullptr;
+}
+
+LivePort* OpenProject::PortOf(CDataId const& device) const
+{
+    MadeDevice const* const made = Find(device);
+    return made != nullptr ? FindPort(m_project.devices[made->stored].portName) : nullptr;
+}
+
+void OpenProject::AddVessel(VesselSetup const& vessel)
+{
+    m_project.vessels.push_back(vessel);
+    m_host.AddVessel(vessel);
+}
+
+bool OpenProject::Add(StoredDevice const& device, std::optional<StoredPort> const& port,
+                      std::vector<ComputationSetup> const& computations)
+{
+    bool isAdded = false;
+    auto const add = [&] {
+        m_project.devices.push_back(device);
+        isAdded = MakeDevice(m_project.devices.size() - 1);
+        if (!isAdded) {
+            m_project.devices.pop_back();
+            m_problems.pop_back();
+            return;
+        }
+        if (port) {
+            m_project.ports.push_back(*port);
+            m_ports.push_back(MakePort(*port));
+        }
+        for (ComputationSetup const& computation : computations) {
+            m_project.computations.push_back(computation);
+            m_host.AddComputation(computation);
+        }
+        MadeDevice const& made = m_devices.back();
+        m_plugIns->DeviceCtrlInit(*made.device);
+        m_host.ApplyDevice(*made.device, true);
+        PutOnPort(made);
+    };
+    if (PingsInTurn(device.attributes)) {
+        m_host.DiscoverAnew(add);
+    } else {
+        add();
+    }
+    return isAdded;
+}
+
+bool OpenProject::Remove(CDataId const& device)
+{
+    MadeDevice const* const found = Find(device);
+    if (found == nullptr) {
+        return false;
+    }
+    MadeDevice const made = *found;
+    CString const portName = m_project.devices[made.stored].portName;
+    m_host.RemoveDevice(made.device);
+    std::erase_if(m_devices, [&](MadeDevice const& each) { return each.device == made.device; });
+    for (MadeDevice& each : m_devices) {
+        each.stored -= each.stored > made.stored ? 1 : 0;
+    }
+    m_project.devices.erase(m_project.devices.begin() + static_cast<std::ptrdiff_t>(made.stored));
+    // In the host they stay, as whoever has found one may hold on to it; nothing leads to them any more.
+    std::erase_if(m_project.computations, [&](ComputationSetup const& each) {
+        return each.linkedDevices.size() == 1 && each.linkedDevices.front() == device;
+    });
+    DropPort(portName);
+    return true;
+}
+
+bool OpenProject::Rename(CDataId const& device, CString const& name)
+{
+    MadeDevice const* const made = Find(device);
+    if (made != nullptr) {
+        m_project.devices[made->stored].name = name;
+        made->device->SetDeviceName(name);
+    }
+    return made != nullptr;
+}
+
+bool OpenProject::SetAddress(CDataId const& device, CString const& host, std::uint16_t tcpPort)
+{
+    MadeDevice const* const made = Find(device);
+    if (made == nullptr) {
+        return false;
+    }
+    StoredDevice& stored = m_project.devices[made->stored];
+    StoredPort next{.name = {}, .host = host, .tcpPort = tcpPort, .watch = {}};
+    for (StoredPort const& port : m_project.ports) {
+        if (port.name == stored.portName) {
+            next.watch = port.watch;
+        }
+    }
+    CString const before = std::exchange(stored.portName, CString());
+    if (!before.IsEmpty()) {
+        DropPort(before);
+    }
+    m_host.SetPort(*made->device, nullptr);
+    next.name = CString(L"port ") + device.GetKey();
+    while (FindPort(next.name) != nullptr) {
+        next.name = next.name + L"'";
+    }
+    stored.portName = next.name;
+    made->device->SetPortName(next.name);
+    m_project.ports.push_back(next);
+    m_ports.push_back(MakePort(next));
+    PutOnPort(*made);
+    return true;
+}
+
+void OpenProject::DropPort(CString const& name)
+{
+    for (MadeDevice const& made : m_devices) {
+        if (m_project.devices[made.stored].portName == name) {
+            return;
+        }
+    }
+    for (auto& port : m_ports) {
+        if (port->GetName() == name) {
+            port->SetStatusListener({});
+            port->Retire();
+            m_formerPorts.push_back(std::move(port));
+        }
+    }
+    std::erase(m_ports, nullptr);
+    std::erase_if(m_project.ports, [&](StoredPort const& port) { return port.name == name; });
+}
+
+bool OpenProject::SetTurns(CDataId const& device, CAttributeMap const& tree)
+{
+    if (Find(device) == nullptr) {
+        return false;
+    }
+    m_host.DiscoverAnew([&] { DataManager::GetDataManager().SetAttributeMap(device, tree, 0, false); });
+    return true;
 }
 
 } // namespace vordal

@@ -8,6 +8,7 @@
 #include <VordalBaseR/Export.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,14 +47,36 @@ public:
     /// The ports connect, and go on trying until the end.
     void Connect();
 
-    /// The ports in the project's order; they are there until the end.
+    /// The ports in the project's order; they are there until the end, or their device's.
     std::vector<std::unique_ptr<LivePort>> const& Ports() const { return m_ports; }
     /// The port of that name, or null.
     LivePort* FindPort(CString const& name) const;
 
     /// The project as it stands, with what its devices and computations hold now, to be saved. Any thread, as long as
-    /// the devices are there.
+    /// the devices are there and nothing of the following is under way.
     StoredProject Collect() const;
+
+    // Changes while it is at work, after Start. All other sonars stay connected; those that ping in turn begin their
+    // turns anew where the device that comes, goes or changes its group is one of them. Host thread.
+
+    /// As if the vessel had been in the project.
+    void AddVessel(VesselSetup const& vessel);
+    /// As if the device, its port (none: on no port) and its computations had been in the project. False, and nothing
+    /// is changed, when nobody has registered its class or its id is taken. The port is not open yet.
+    bool Add(StoredDevice const& device, std::optional<StoredPort> const& port,
+             std::vector<ComputationSetup> const& computations);
+    /// The device goes, and with it its port, unless others are on that, and the computations that belong to it alone.
+    /// False when the project has no such device.
+    bool Remove(CDataId const& device);
+    /// The name that the device has from here on. No other thread may be asking it for its name.
+    bool Rename(CDataId const& device, CString const& name);
+    /// The device's connection goes to another address, by a port of its own, which is not open yet; the former one is
+    /// closed unless others are on it. False when the project has no such device.
+    bool SetAddress(CDataId const& device, CString const& host, std::uint16_t tcpPort);
+    /// Merges into the device's tree what decides on its turns.
+    bool SetTurns(CDataId const& device, CAttributeMap const& tree);
+    /// The port that the device is on; null when there is none.
+    LivePort* PortOf(CDataId const& device) const;
 
 private:
     struct MadeDevice
@@ -62,11 +85,21 @@ private:
         Device* device;     ///< the host's
     };
 
-    std::unique_ptr<LivePort> MakePort(LinkThread& thread, StoredPort const& stored, LinkOptions options) const;
+    std::unique_ptr<LivePort> MakePort(StoredPort const& stored) const;
+    /// Makes the device of that place in the list; false, and a line in Problems, when it is left out.
+    bool MakeDevice(std::size_t stored);
+    void PutOnPort(MadeDevice const& made);
+    MadeDevice const* Find(CDataId const& device) const;
+    /// Closes the port and takes it out of the project, unless a device is on it.
+    void DropPort(CString const& name);
 
     Host& m_host;
+    LinkThread& m_thread;
+    LinkOptions const m_like;
     StoredProject m_project;
     std::vector<std::unique_ptr<LivePort>> m_ports;
+    /// Those that are closed for good: a ping thread or a window may be about to send by one of them.
+    std::vector<std::unique_ptr<LivePort>> m_formerPorts;
     std::vector<MadeDevice> m_devices;
     std::vector<std::string> m_problems;
     PlugIns* m_plugIns = nullptr; ///< once it was started

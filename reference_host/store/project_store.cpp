@@ -3,6 +3,8 @@
 #include "project_store.h"
 
 #include "reference_host/attributes/tree_bytes.h"
+#include "reference_host/common/path_text.h"
+#include "reference_host/platform/replace_file.h"
 #include "sqlite_file.h"
 
 #include "attributes/tree_merge.h"
@@ -475,6 +477,66 @@ void ProjectStore::Save(StoredProject const& project)
             m_impl->Sql("INSERT OR REPLACE INTO window(name, state) VALUES(?, ?)").Bind(name).Bind(state).Step();
         }
     });
+}
+
+void ProjectStore::TakePresetsAndLog(std::filesystem::path const& source)
+{
+    m_impl->Sql("ATTACH DATABASE ? AS source").Bind(Utf8Of(source)).Step();
+    // Rows of the log as they stand: one that is damaged stays known as such.
+    m_impl->InTransaction([&] {
+        m_impl->Run("INSERT INTO preset SELECT * FROM source.preset");
+        m_impl->Run("INSERT INTO action SELECT * FROM source.action");
+        m_impl->Run("INSERT INTO setting SELECT * FROM source.setting WHERE name='last action'");
+    });
+    m_impl->Run("DETACH DATABASE source");
+}
+
+void ProjectStore::SaveAs(std::filesystem::path const& file, StoredProject const& project,
+                          std::filesystem::path const& source)
+{
+    std::error_code error;
+    auto target = std::filesystem::weakly_canonical(file, error);
+    target = error ? file : target;
+    if (std::filesystem::exists(target, error)) {
+        // What a process that was killed has left beside it is of this file, not of the new one; it is put in order.
+        SqliteFile old(target, Format, SqliteFile::Missing::Refuse, SqliteFile::Check::Header);
+        old.RequireWritable();
+        old.Run("BEGIN EXCLUSIVE");
+        old.Run("ROLLBACK");
+    }
+    auto beside = target;
+    beside += ".new";
+    auto const removeBeside = [&] {
+        std::error_code ignored;
+        std::filesystem::remove(beside, ignored);
+        auto journal = beside;
+        journal += "-journal";
+        std::filesystem::remove(journal, ignored);
+    };
+    removeBeside();
+    try {
+        ProjectStore store(beside);
+        store.Save(project);
+        if (!source.empty()) {
+            store.TakePresetsAndLog(source);
+        }
+    } catch (StoreError const& failure) {
+        removeBeside();
+        // The operator knows nothing of the file beside it.
+        std::string line = failure.what();
+        auto const name = Utf8Of(beside);
+        if (auto const at = line.find(name); at != std::string::npos) {
+            line.replace(at, name.size(), Utf8Of(target));
+        }
+        throw StoreError(line);
+    } catch (...) {
+        removeBeside();
+        throw;
+    }
+    if (auto const failure = platform::ReplaceFile(beside, target)) {
+        removeBeside();
+        throw StoreError("\"" + Utf8Of(target) + "\" cannot be written: " + failure.message());
+    }
 }
 
 void ProjectStore::SaveDevice(StoredDevice const& device)

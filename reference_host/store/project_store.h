@@ -121,6 +121,11 @@ public:
 
     /// Replaces all that the file holds but the presets.
     void Save(StoredProject const& project);
+    /// Makes another project file that holds `project`, and the presets and the log of the one in `source` (no name:
+    /// none). A project file that is there is replaced once all of that is on the disk; anything else that is there, or
+    /// a project that another program is writing, is refused and left as it is.
+    static void SaveAs(std::filesystem::path const& file, StoredProject const& project,
+                       std::filesystem::path const& source = {});
     /// Replaces the device of that id, in its place, or appends it.
     void SaveDevice(StoredDevice const& device);
     /// Replaces the attributes of a device that the project has; false when it has none of that id.
@@ -147,6 +152,8 @@ public:
                                  std::function<void(StoredAction const&)> const& visit);
 
 private:
+    void TakePresetsAndLog(std::filesystem::path const& source);
+
     class Impl;
     std::unique_ptr<Impl> m_impl;
 };

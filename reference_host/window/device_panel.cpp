@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPixmap>
+#include <QSignalBlocker>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -147,17 +148,8 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     m_list->setToolTip(
         tr("The selected sonar is the one that is operated; a click on a vessel makes it the active one"));
     m_list->installEventFilter(this);
-    for (ListedVessel const& vessel : m_vessels) {
-        auto* const vesselItem = new QTreeWidgetItem(m_list, {vessel.name});
-        vesselItem->setData(0, VesselRole, int{vessel.number});
-        for (ListedDevice const& device : vessel.devices) {
-            auto* const item = new QTreeWidgetItem(
-                vesselItem, {device.simulated ? tr("%1\nsimulated").arg(device.name) : device.name});
-            item->setData(0, RowRole, static_cast<int>(m_rows.size()));
-            m_rows.push_back({device.id, item, device.name, device.endpoint, {}, device.simulated, {}, {}});
-        }
-    }
-    m_list->expandAll();
+    m_list->setContextMenuPolicy(Qt::CustomContextMenu);
+    FillList();
     m_list->setMinimumWidth(m_list->fontMetrics().averageCharWidth() * 34);
 
     m_explained->setWordWrap(true);
@@ -176,6 +168,14 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     connect(m_list, &QTreeWidget::itemActivated, this, [this](QTreeWidgetItem const* item) { Choose(*item); });
     connect(m_list, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem const* item) { Choose(*item); });
     connect(m_list, &QTreeWidget::currentItemChanged, this, &DevicePanel::Explain);
+    connect(m_list, &QTreeWidget::customContextMenuRequested, this, [this](QPoint const& place) {
+        if (auto const* const item = m_list->itemAt(place); item != nullptr && item->data(0, VesselRole).toInt() == 0) {
+            Choose(*item);
+        } else {
+            SelectShown();
+        }
+        Q_EMIT MenuAsked(m_list->viewport()->mapToGlobal(place));
+    });
     m_notFollowed.setSingleShot(true);
     m_notFollowed.setInterval(patience);
     connect(&m_notFollowed, &QTimer::timeout, this, &DevicePanel::SelectShown);
@@ -184,6 +184,43 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     // A name that becomes the active vessel's or the shown sonar's is set in bold.
     auto* const header = m_list->header();
     header->resizeSection(0, header->sectionSize(0) + m_list->fontMetrics().averageCharWidth() * 2);
+}
+
+void DevicePanel::FillList()
+{
+    auto const before = std::exchange(m_rows, {});
+    m_list->clear();
+    for (ListedVessel const& vessel : m_vessels) {
+        auto* const vesselItem = new QTreeWidgetItem(m_list, {vessel.name});
+        vesselItem->setData(0, VesselRole, int{vessel.number});
+        for (ListedDevice const& device : vessel.devices) {
+            auto* const item = new QTreeWidgetItem(
+                vesselItem, {device.simulated ? tr("%1\nsimulated").arg(device.name) : device.name});
+            item->setData(0, RowRole, static_cast<int>(m_rows.size()));
+            auto const known =
+                std::find_if(before.begin(), before.end(), [&](Row const& row) { return row.id == device.id; });
+            Row row = known != before.end() ? *known : Row{};
+            row.id = device.id;
+            row.item = item;
+            row.name = device.name;
+            row.endpoint = device.endpoint;
+            row.simulated = device.simulated;
+            m_rows.push_back(std::move(row));
+        }
+    }
+    m_list->expandAll();
+}
+
+void DevicePanel::SetVessels(std::vector<ListedVessel> vessels)
+{
+    m_vessels = std::move(vessels);
+    {
+        // Nobody chooses anything while rows come and go.
+        QSignalBlocker const blocker(m_list);
+        FillList();
+    }
+    SelectShown();
+    Paint();
 }
 
 QTreeWidgetItem* DevicePanel::ItemOf(CDataId const& device) const

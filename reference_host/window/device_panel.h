@@ -68,6 +68,8 @@ class DevicePanel final : public QWidget
 public:
     explicit DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent = nullptr);
 
+    /// Another list in the place of the former one; what is known of a device that stays is kept.
+    void SetVessels(std::vector<ListedVessel> vessels);
     void SetStatus(CDataId const& device, LinkStatus const& status);
     /// May come ten times a second.
     void SetActivity(CDataId const& device, DeviceActivity const& activity);
@@ -84,6 +86,9 @@ Q_SIGNALS:
     /// The operator has chosen a sonar, or a vessel by its number.
     void SonarChosen(CDataId const& device);
     void VesselChosen(unsigned short number);
+    /// The operator asks for a menu at that place of the screen, after the sonar under the hand was chosen as by a
+    /// click; nothing of the kind is chosen where none is.
+    void MenuAsked(QPoint const& place);
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -91,6 +96,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void FillList();
     QTreeWidgetItem* ItemOf(CDataId const& device) const;
     void Choose(QTreeWidgetItem const& item);
     /// The selection is on the sonar that is shown, and nowhere else.

@@ -126,7 +126,8 @@ void MainWindow::MakeMenus(std::vector<QDockWidget*> const& docks)
 {
     auto* const file = menuBar()->addMenu(tr("&File"));
     auto* const save = file->addAction(tr("&Save records\u2026"));
-    save->setShortcut(QKeySequence::Save);
+    // Those of a file are the project's.
+    save->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+R")));
     connect(save, &QAction::triggered, m_records, &RecordMonitor::SaveAs);
     file->addSeparator();
     auto* const quit = file->addAction(tr("&Quit"));
@@ -210,6 +211,13 @@ QMenu* MainWindow::AddMenu(QString const& title)
     return menu;
 }
 
+QMenu* MainWindow::AddFirstMenu(QString const& title)
+{
+    auto* const menu = new QMenu(title, this);
+    menuBar()->insertMenu(menuBar()->actions().front(), menu);
+    return menu;
+}
+
 void MainWindow::NoteSimulated()
 {
     m_titleNote->setText(m_devices->IsSimulated(m_shownDevice) ? tr("simulated") : QString());
@@ -220,7 +228,26 @@ void MainWindow::SetViewTitle(QString const& title)
 {
     m_title->setText(title);
     m_title->setVisible(!title.isEmpty() && m_hasTitleLine);
-    setWindowTitle(title.isEmpty() ? tr("Sonar operation") : tr("%1 \u2013 Sonar operation").arg(title));
+    ShowTitle();
+}
+
+void MainWindow::SetProjectName(QString const& name)
+{
+    m_projectName = name;
+    ShowTitle();
+}
+
+void MainWindow::ShowTitle()
+{
+    QStringList parts{m_title->text(), m_projectName, tr("Sonar operation")};
+    parts.removeAll(QString());
+    setWindowTitle(parts.join(QStringLiteral(" \u2013 ")));
+}
+
+void MainWindow::SetVessels(std::vector<ListedVessel> vessels)
+{
+    m_devices->SetVessels(std::move(vessels));
+    NoteSimulated();
 }
 
 void MainWindow::SetShownDevice(CDataId const& device)
@@ -374,6 +401,10 @@ bool MainWindow::RestoreMemory(QByteArray const& memory)
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
+    if (m_mayClose && !m_mayClose()) {
+        event->ignore();
+        return;
+    }
     Q_EMIT Closing();
     event->accept();
 }

@@ -68,6 +68,10 @@ public:
     QMenu* AddMenu(QString const& title);
     /// The title of the display in the middle.
     void SetViewTitle(QString const& title);
+    /// What the window's title says of the project; empty: nothing.
+    void SetProjectName(QString const& name);
+    /// Another list of vessels and devices.
+    void SetVessels(std::vector<ListedVessel> vessels);
     /// The device that the view shows has changed.
     void SetShownDevice(CDataId const& device);
     CDataId const& ShownDevice() const { return m_shownDevice; }
@@ -92,6 +96,11 @@ public:
     AttributeBrowser& Attributes() { return *m_attributes; }
     RecordMonitor& Records() { return *m_records; }
 
+    /// Asked before the window closes; it stays open where the answer is false. Empty: it closes.
+    void SetMayClose(std::function<bool()> mayClose) { m_mayClose = std::move(mayClose); }
+    /// A menu before all others, once.
+    QMenu* AddFirstMenu(QString const& title);
+
 Q_SIGNALS:
     /// The operator closes the window.
     void Closing();
@@ -104,10 +113,13 @@ private:
     void MakeMenus(std::vector<QDockWidget*> const& docks);
     void FetchTree();
     void NoteSimulated();
+    void ShowTitle();
 
     std::shared_ptr<WindowFeed> const m_feed;
     WindowRequests const m_requests;
+    std::function<bool()> m_mayClose;
     CDataId m_shownDevice;
+    QString m_projectName;
     int m_lightMode = 0;
     bool m_treeAsked = false; ///< and not come yet
     int m_looks = 0;

@@ -165,6 +165,182 @@ TEST_F(Projects, ALiveHostKeepsConnectionsAndPlugInsFromATaskThatDoesNotEnd)
     end.set_value();
 }
 
+/// A project at work in a live host, without the device that nobody can make.
+class ProjectsAtWork : public Projects
+{
+protected:
+    ProjectsAtWork()
+    {
+        host.SetClock(&clock);
+        // Turns end with the main window.
+        host.SetApplication({.guid = L"test", .mainWindow = true, .lightMode = 4, .displays = {}});
+        std::string reason;
+        EXPECT_TRUE(host.LoadPlugIn(QX5_PLUGIN_FILE, reason)) << reason;
+        auto stored = vordal::ProjectStore(File()).Load();
+        stored.devices.pop_back();
+        project = &host.Open(stored);
+        host.Start();
+        EXPECT_TRUE(Eventually([&] { return IsConnected(first) && IsConnected(second); }));
+    }
+    bool IsConnected(CDataId const& device)
+    {
+        bool connected = false;
+        host.RunAndWait([&] {
+            auto* const port = project->PortOf(device);
+            connected = port != nullptr && port->GetLink().IsConnected();
+        });
+        return connected;
+    }
+    std::uint64_t Connections(CDataId const& device)
+    {
+        std::uint64_t count = 0;
+        host.RunAndWait([&] { count = project->PortOf(device)->GetLink().GetCounters().connections; });
+        return count;
+    }
+    void Ask(CDataId const& device, double range)
+    {
+        CAttributeMap request;
+        request.Add(L"Request")->Add(L"x5Range", CVordalDouble(range), 0);
+        host.RunAndWait([&] { DataManager::GetDataManager().SetAttributeMap(device, request, 4, false); });
+    }
+
+    FarEnd other;
+    vordal::FixedClock clock{standingTime};
+    vordal::LiveHost host;
+    vordal::OpenProject* project = nullptr;
+};
+
+TEST_F(ProjectsAtWork, ADeviceIsAddedConnectedAndRemoved)
+{
+    CDataId const third(1, 78, 9, 2);
+    vordal::StoredDevice device{third, L"QX5SonarConfigurationControlDevice", L"ROV sonar", L"port-3", true, {}};
+    device.attributes.Add(L"Note", CVordalInt(7), 0);
+    vordal::ComputationSetup steering;
+    steering.dataId = CDataId(1, 1117, 9, 2);
+    steering.type = 1117;
+    steering.linkedDevices = {third};
+    bool isAdded = false;
+    host.RunAndWait([&] {
+        project->AddVessel({.number = 2, .name = L"ROV", .configuration = {}});
+        isAdded = project->Add(device, vordal::StoredPort{L"port-3", L"127.0.0.1", other.Port(), {}}, {steering});
+        project->PortOf(third)->Open();
+    });
+    ASSERT_TRUE(isAdded);
+    ASSERT_TRUE(Eventually([&] { return IsConnected(third); }));
+    EXPECT_EQ(NumberOf<int>(third, L"Note"), 7);
+    EXPECT_NE(DataManager::GetDataManager().GetLinkedComputation(third, 0), nullptr);
+    Ask(third, 50.0);
+    EXPECT_TRUE(other.WaitForRange(50.0F));
+    vordal::StoredProject now;
+    host.RunAndWait([&] {
+        now = project->Collect();
+        EXPECT_FALSE(project->Add(device, {}, {})) << "its id is taken";
+        device.dataId = CDataId(1, 78, 10, 2);
+        device.className = L"Nobody's";
+        EXPECT_FALSE(project->Add(device, {}, {}));
+    });
+    EXPECT_EQ(now.devices.size(), 3U);
+    EXPECT_EQ(now.vessels.size(), 2U);
+    EXPECT_EQ(now.computations.size(), 1U);
+    EXPECT_EQ(now.ports.size(), 3U);
+    EXPECT_TRUE(project->Problems().empty());
+
+    host.RunAndWait([&] {
+        EXPECT_TRUE(project->Remove(third));
+        EXPECT_FALSE(project->Remove(third));
+        now = project->Collect();
+    });
+    EXPECT_EQ(now.devices.size(), 2U);
+    EXPECT_EQ(now.devices[0].name, L"deep sonar");
+    EXPECT_TRUE(now.computations.empty());
+    EXPECT_EQ(now.ports.size(), 2U);
+    EXPECT_EQ(DataManager::GetDataManager().FindDevice(third), nullptr);
+    EXPECT_TRUE(IsConnected(first) && IsConnected(second));
+    EXPECT_EQ(Connections(first), 1U);
+    // The first of the list goes: the others are found as before.
+    host.RunAndWait([&] {
+        EXPECT_TRUE(project->Remove(first));
+        EXPECT_TRUE(project->Rename(second, L"shoal sonar"));
+        now = project->Collect();
+    });
+    ASSERT_EQ(now.devices.size(), 1U);
+    EXPECT_EQ(now.devices[0].name, L"shoal sonar");
+    EXPECT_EQ(now.devices[0].dataId, second);
+    EXPECT_TRUE(IsConnected(second));
+}
+
+TEST_F(ProjectsAtWork, AnotherAddressConnectsThatSonarAloneAnew)
+{
+    Ask(second, 40.0);
+    ASSERT_TRUE(sonars[1].WaitForRange(40.0F));
+    vordal::StoredProject now;
+    host.RunAndWait([&] {
+        EXPECT_TRUE(project->SetAddress(second, L"127.0.0.1", other.Port()));
+        EXPECT_FALSE(project->SetAddress(foreign, L"127.0.0.1", other.Port()));
+        project->PortOf(second)->Open();
+        now = project->Collect();
+    });
+    ASSERT_TRUE(Eventually([&] { return IsConnected(second); }));
+    Ask(second, 60.0);
+    EXPECT_TRUE(other.WaitForRange(60.0F));
+    EXPECT_EQ(sonars[1].Ranges(), std::vector<float>{40.0F}) << "the former one hears nothing more";
+    EXPECT_EQ(Connections(first), 1U);
+    ASSERT_EQ(now.ports.size(), 2U);
+    EXPECT_EQ(now.ports[1].tcpPort, other.Port());
+    EXPECT_EQ(now.devices[1].portName, now.ports[1].name);
+    EXPECT_NE(NumberOf<double>(second, L"x5Range"), 0.0) << "its settings stay";
+}
+
+TEST_F(ProjectsAtWork, OneOfTwoOnAPortGoesToAnotherAddress)
+{
+    CDataId const twin(1, 78, 9, 1);
+    host.RunAndWait([&] {
+        ASSERT_TRUE(project->Add({twin, L"QX5SonarConfigurationControlDevice", L"twin", L"port-1", true, {}}, {}, {}));
+        EXPECT_EQ(project->PortOf(twin), project->PortOf(first));
+        EXPECT_TRUE(project->SetAddress(twin, L"127.0.0.1", other.Port()));
+        project->PortOf(twin)->Open();
+    });
+    EXPECT_TRUE(Eventually([&] { return IsConnected(twin); }));
+    EXPECT_TRUE(IsConnected(first));
+    EXPECT_EQ(Connections(first), 1U);
+    host.RunAndWait([&] { EXPECT_TRUE(project->Remove(twin)); });
+    EXPECT_TRUE(IsConnected(first));
+}
+
+TEST_F(ProjectsAtWork, ASonarJoinsTheTurnsOfItsGroupAndLeavesThem)
+{
+    auto const pings = [](FarEnd& sonar) {
+        std::size_t count = 0;
+        for (auto const& arrival : sonar.Arrivals()) {
+            Bytes const& frame = arrival.frame;
+            // Command 1107 is 0x0453.
+            count += frame.size() == 92 && frame[64] == 0x53 && frame[65] == 0x04 ? 1 : 0;
+        }
+        return count;
+    };
+    EXPECT_EQ(pings(sonars[1]), 0U);
+    CAttributeMap turns;
+    turns.Add(L"PingMode", CVordalInt(1), 0);
+    turns.Add(L"SonarGroupId", CVordalInt(0), 0);
+    turns.Add(L"DeviceId", CVordalInt(7125), 0);
+    host.RunAndWait([&] { EXPECT_TRUE(project->SetTurns(second, turns)); });
+    ASSERT_TRUE(Eventually([&] { return pings(sonars[0]) > 3 && pings(sonars[1]) > 3; }));
+    CAttributeMap none;
+    none.Add(L"PingMode", CVordalInt(0), 0);
+    host.RunAndWait([&] {
+        EXPECT_TRUE(project->SetTurns(second, none));
+        EXPECT_FALSE(project->SetTurns(foreign, none));
+    });
+    auto const before = pings(sonars[0]);
+    ASSERT_TRUE(Eventually([&] { return pings(sonars[0]) > before + 5; }));
+    auto const left = pings(sonars[1]);
+    ASSERT_TRUE(Eventually([&] { return pings(sonars[0]) > before + 15; }));
+    EXPECT_EQ(pings(sonars[1]), left);
+    // One that takes turns goes while its group is at it.
+    host.RunAndWait([&] { EXPECT_TRUE(project->Remove(first)); });
+    EXPECT_TRUE(IsConnected(second));
+}
+
 TEST_F(Projects, ADeviceWhoseIdIsTakenIsLeftOut)
 {
     vordal::Host host{vordal::Threading::Threaded};

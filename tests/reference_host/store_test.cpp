@@ -16,6 +16,7 @@
 #include <limits>
 
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -664,6 +665,165 @@ TEST_F(StoreTest, AKilledProcessLosesNothingThatWasSaved)
             EXPECT_EQ(other, found) << "half a save";
         }
     }
+}
+
+StoredProject ProjectOfVessel(unsigned short vessel)
+{
+    StoredProject project;
+    project.activeVessel = vessel;
+    return project;
+}
+
+/// From here on a file of this process holds no more than so many pages: a save finds the disk full.
+class FullDisk
+{
+public:
+    explicit FullDisk(int pages)
+    {
+        greatestPages = pages;
+        sqlite3_auto_extension(reinterpret_cast<void (*)()>(Limit));
+    }
+    FullDisk(FullDisk const&) = delete;
+    FullDisk& operator=(FullDisk const&) = delete;
+    ~FullDisk() { sqlite3_reset_auto_extension(); }
+
+private:
+    static int Limit(sqlite3* database, char**, void const*)
+    {
+        auto const limit = "PRAGMA max_page_count=" + std::to_string(greatestPages);
+        return sqlite3_exec(database, limit.c_str(), nullptr, nullptr, nullptr);
+    }
+    static inline int greatestPages = 0;
+};
+
+class SaveAsTest : public StoreTest
+{
+protected:
+    SaveAsTest()
+    {
+        ProjectStore store(file);
+        store.Save(ProjectOfVessel(1));
+        store.SavePreset(L"Deep", "{deep}");
+        StoredAction action{.time = 1.5,
+                            .who = "view",
+                            .sonar = CDataId(1, 78, 1, 1),
+                            .sonarName = "Bow",
+                            .key = "x5Range",
+                            .before = "100",
+                            .asked = "50",
+                            .result = "agrees"};
+        for (int i = 0; i < 3; ++i) {
+            store.AppendActions({&action, 1}, 2);
+        }
+    }
+    std::string Failure(fs::path const& target, fs::path const& source = {}) const
+    {
+        try {
+            ProjectStore::SaveAs(target, ProjectOfVessel(7), source);
+            return {};
+        } catch (StoreError const& error) {
+            return error.what();
+        }
+    }
+    std::size_t FileCount() const
+    {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder.string()), {}));
+    }
+
+    fs::path const other = folder / "other.qx5";
+};
+
+TEST_F(SaveAsTest, TakesPresetsAndLogWithIt)
+{
+    ProjectStore const open(file); // as that of a window
+    EXPECT_EQ(Failure(other, file), "");
+    EXPECT_EQ(FileCount(), 2U);
+    ProjectStore copy(other, ProjectStore::Missing::Refuse);
+    EXPECT_EQ(copy.Load(), ProjectOfVessel(7));
+    EXPECT_EQ(copy.Presets(), (std::map<CString, std::string>{{L"Deep", "{deep}"}}));
+    std::vector<StoredAction> rows;
+    EXPECT_EQ(ProjectStore::ReadActions(other, [&](StoredAction const& row) { rows.push_back(row); }), LogDamage());
+    ASSERT_EQ(rows.size(), 2U) << "of three the first had given way";
+    EXPECT_EQ(rows[0].sonarName, "Bow");
+    // The numbers go on: none is missing.
+    copy.AppendActions({rows.data(), 1});
+    EXPECT_EQ(ProjectStore::ReadActions(other, [](StoredAction const&) {}), LogDamage());
+    EXPECT_EQ(ProjectStore(file).Load(), ProjectOfVessel(1)) << "the source is as it was";
+}
+
+TEST_F(SaveAsTest, ReplacesAProjectAndNothingElse)
+{
+    ProjectStore(other).SavePreset(L"Old", "{}");
+    EXPECT_EQ(Failure(other), "");
+    ProjectStore replaced(other);
+    EXPECT_EQ(replaced.Load(), ProjectOfVessel(7));
+    EXPECT_TRUE(replaced.Presets().empty());
+
+    auto const letter = folder / "letter.txt";
+    Write(letter, {'D', 'e', 'a', 'r', ' ', 'a', 'l', 'l'});
+    EXPECT_EQ(Failure(letter), "\"" + letter.string() + "\" is no project file; it is left as it is");
+    EXPECT_EQ(Content(letter), (Bytes{'D', 'e', 'a', 'r', ' ', 'a', 'l', 'l'}));
+    EXPECT_EQ(Failure(folder), "\"" + folder.string() + "\" is no file");
+    EXPECT_NE(Failure(folder / "none" / "a.qx5").find("none/a.qx5\" cannot be"), std::string::npos);
+    EXPECT_EQ(FileCount(), 3U);
+}
+
+TEST_F(SaveAsTest, LeavesTheOldFileWholeOnAFullDisk)
+{
+    ProjectStore(other).SavePreset(L"Old", "{}");
+    auto const before = Content(other);
+    {
+        FullDisk const full(12);
+        EXPECT_EQ(Failure(other, file), "\"" + other.string() + "\" cannot be written: the disk is full");
+    }
+    {
+        // No file may grow beyond so many bytes.
+        auto* const handler = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit was{};
+        ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &was), 0);
+        rlimit const full{20000, was.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
+        auto const line = Failure(other, file);
+        setrlimit(RLIMIT_FSIZE, &was);
+        std::signal(SIGXFSZ, handler);
+        EXPECT_EQ(line.find("\"" + other.string() + "\" cannot be"), 0U) << line;
+    }
+    EXPECT_EQ(Content(other), before);
+    EXPECT_EQ(FileCount(), 2U) << "nothing is left beside it";
+    EXPECT_EQ(Failure(other, file), "") << "and later it works";
+}
+
+TEST_F(SaveAsTest, LeavesAFileThatAnotherProgramWrites)
+{
+    ProjectStore(other).SavePreset(L"Old", "{}");
+    auto const before = Content(other);
+    sqlite3* writer = nullptr;
+    ASSERT_EQ(sqlite3_open(other.c_str(), &writer), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(writer, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_EQ(Failure(other), "\"" + other.string() + "\" is in use by another program");
+    sqlite3_close(writer);
+    EXPECT_EQ(Content(other), before);
+}
+
+TEST_F(StoreTest, AFullDiskLosesNothingThatWasSaved)
+{
+    ProjectStore(file).Save(ProjectOfVessel(3));
+    {
+        FullDisk const full(30);
+        ProjectStore store(file);
+        auto project = ProjectOfVessel(4);
+        project.windows[L"main window"].assign(1000000, 1);
+        std::string line;
+        try {
+            store.Save(project);
+        } catch (StoreError const& error) {
+            line = error.what();
+        }
+        EXPECT_EQ(line, "\"" + file.string() + "\" cannot be written: the disk is full");
+        EXPECT_EQ(store.Load(), ProjectOfVessel(3));
+        store.Save(ProjectOfVessel(5));
+    }
+    EXPECT_EQ(ProjectStore(file).Load(), ProjectOfVessel(5));
 }
 
 } // namespace

@@ -140,6 +140,24 @@ public:
             QMetaObject::invokeMethod(&Control<QSlider>(slider), "scroll", Q_ARG(int, kind), Q_ARG(int, position)));
     }
 
+    /// Whether the list of events has a line with that text.
+    bool HasEvent(std::string const& text) const
+    {
+        auto const& model = panes->Events().Model();
+        for (int row = 0; row < model.rowCount(); ++row) {
+            for (int column = 0; column < model.columnCount(); ++column) {
+                if (model.index(row, column).data().toString().contains(QString::fromStdString(text))) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+    bool WaitForEvent(std::string const& text) const
+    {
+        return RunUntil([&] { return HasEvent(text); });
+    }
+
     /// As when the operator closes the window.
     void End()
     {

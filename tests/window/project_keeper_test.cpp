@@ -50,11 +50,12 @@ protected:
 
     TemporaryFolder const folder;
     std::filesystem::path const file = folder / "kept-meanwhile.qx";
-    vordal::ProjectStore store{file};
     std::mutex mutex;
     std::vector<std::string> lines;
     operation::ActionLog log;
-    cli::ProjectKeeper keeper{store, [this](std::string const& line) { Tell(line); }, &log};
+    std::string error;
+    cli::ProjectKeeper keeper{cli::HeldProject::Open(file, vordal::ProjectStore::Missing::Create, error),
+                              [this](std::string const& line) { Tell(line); }, &log};
 };
 
 TEST_F(Keeper, WritesTheLogBehindTheProject)
@@ -83,6 +84,87 @@ TEST_F(Keeper, WritesTheLogBehindTheProject)
     Change("ALTER TABLE aside RENAME TO action");
     keeper.Put(Project(3));
     EXPECT_TRUE(RunUntil([&] { return rows() == 3; }));
+}
+
+TEST_F(Keeper, SavesAsAnotherFileAndGoesOnInThatOne)
+{
+    vordal::ProjectStore(file).SavePreset(L"Deep", "{}");
+    keeper.Put(Project(2));
+    ASSERT_TRUE(RunUntil([&] { return ActiveVessel() == 2; }));
+    auto const other = folder / "other.qx5";
+    std::vector<std::string> ends;
+    auto const note = [&](std::string const& problem) {
+        std::lock_guard const lock(mutex);
+        ends.push_back(problem);
+    };
+    auto const count = [&] {
+        std::lock_guard const lock(mutex);
+        return ends.size();
+    };
+    keeper.SaveAs(Project(3), other, note);
+    keeper.Save(Project(4), note);
+    ASSERT_TRUE(RunUntil([&] { return count() == 2; }));
+    EXPECT_EQ(ends, (std::vector<std::string>{"", ""}));
+    EXPECT_EQ(ActiveVessel(), 2) << "the former one is as it was";
+    EXPECT_EQ(vordal::ProjectStore(other).Load().activeVessel, 4);
+    EXPECT_EQ(vordal::ProjectStore(other).Presets().size(), 1U);
+
+    // Where it cannot be, all goes on as it was.
+    keeper.SaveAs(Project(5), folder / "none" / "a.qx5", note);
+    keeper.Put(Project(6));
+    ASSERT_TRUE(RunUntil([&] { return vordal::ProjectStore(other).Load().activeVessel == 6; }));
+    ASSERT_EQ(count(), 3U);
+    EXPECT_THAT(ends.back(), ::testing::HasSubstr("none/a.qx5"));
+    EXPECT_TRUE(Told().empty()) << "who asked is told, nobody else";
+}
+
+TEST_F(Keeper, DoesWhatWasAskedForBeforeItEnds)
+{
+    auto const other = folder / "at-last.qx5";
+    std::string problem = "not told";
+    keeper.SaveAs(Project(3), other, [&](std::string const& told) { problem = told; });
+    auto const held = keeper.End();
+    EXPECT_EQ(problem, "");
+    ASSERT_NE(held, nullptr);
+    EXPECT_EQ(held->File(), std::filesystem::canonical(other));
+}
+
+TEST_F(Keeper, AnotherWindowIsKeptOut)
+{
+    auto const shortcut = folder / "shortcut.qx5";
+    std::filesystem::create_symlink(file, shortcut);
+    for (auto const& way : {file, shortcut}) {
+        std::string line;
+        EXPECT_EQ(cli::HeldProject::Open(way, vordal::ProjectStore::Missing::Refuse, line), nullptr);
+        EXPECT_THAT(line, ::testing::HasSubstr("kept-meanwhile.qx\" is open in another window (process "));
+    }
+    std::string problem;
+    auto const held = cli::HeldProject::SaveAs(file, Project(9), nullptr, problem);
+    EXPECT_EQ(held, nullptr);
+    EXPECT_THAT(problem, ::testing::HasSubstr("is open in another window"));
+    keeper.End().reset();
+    EXPECT_NE(cli::HeldProject::Open(file, vordal::ProjectStore::Missing::Refuse, problem), nullptr) << problem;
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.string()), {}), 2)
+        << "nothing is left beside it";
+}
+
+TEST(KeeperWithoutProject, SavesNothingUntilItHasAName)
+{
+    TemporaryFolder const folder;
+    std::vector<std::string> lines;
+    cli::ProjectKeeper keeper(nullptr, [&](std::string const& line) { lines.push_back(line); });
+    std::vector<std::string> ends;
+    auto const note = [&](std::string const& problem) { ends.push_back(problem); };
+    vordal::StoredProject project;
+    project.activeVessel = 7;
+    keeper.Put(project);
+    keeper.Save(project, note);
+    keeper.SaveAs(project, folder / "named.qx5", note);
+    auto const held = keeper.End();
+    EXPECT_EQ(ends, (std::vector<std::string>{"the project has no name yet", ""}));
+    EXPECT_TRUE(lines.empty());
+    ASSERT_NE(held, nullptr);
+    EXPECT_EQ(held->Loaded().activeVessel, 7);
 }
 
 TEST_F(Keeper, SavesWhatItIsGiven)

@@ -1,0 +1,54 @@
+// The simulated sonars that a window session has started, by the sonars that stand for them.
+#include "simulated_sonars.h"
+
+#include <protocol/records/all.h>
+#include <protocol/utf8.h>
+
+#include <algorithm>
+#include <utility>
+
+#include <fmt/format.h>
+
+namespace qx5::cli {
+
+std::uint16_t SimulatedSonars::Start(CDataId const& sonar, std::string& error)
+{
+    simulator::ServerOptions onFreePort;
+    onFreePort.announcePings = true; // so that their rate is seen
+    auto server = std::make_unique<simulator::SonarServer>(onFreePort);
+    if (auto const problem = server->Start()) {
+        error = problem->text;
+        return 0;
+    }
+    if (m_pingRate > 0.0) {
+        std::string answer;
+        server->Command(fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5MaxPingRate.text), m_pingRate),
+                        answer);
+        server->Command(fmt::format("set {}=1", protocol::EncodeUtf8(protocol::keys::x5PingOnOffState.text)), answer);
+    }
+    auto const port = server->Port();
+    Stop(sonar);
+    m_servers.emplace_back(sonar, std::move(server));
+    return port;
+}
+
+void SimulatedSonars::Stop(CDataId const& sonar)
+{
+    std::erase_if(m_servers, [&](auto const& each) { return each.first == sonar; });
+}
+
+bool SimulatedSonars::IsSimulated(CDataId const& sonar) const
+{
+    return std::any_of(m_servers.begin(), m_servers.end(), [&](auto const& each) { return each.first == sonar; });
+}
+
+std::vector<CDataId> SimulatedSonars::Ids() const
+{
+    std::vector<CDataId> ids;
+    for (auto const& [id, server] : m_servers) {
+        ids.push_back(id);
+    }
+    return ids;
+}
+
+} // namespace qx5::cli

@@ -1,0 +1,13 @@
+// Puts one file in the place of another.
+#pragma once
+
+#include <filesystem>
+#include <system_error>
+
+namespace vordal::platform {
+
+/// `file` takes the name of `target`, which it replaces if it is there; that is on the disk when the call returns. Both
+/// lie in one folder. When it fails, both are as they were.
+std::error_code ReplaceFile(std::filesystem::path const& file, std::filesystem::path const& target);
+
+} // namespace vordal::platform
