@@ -196,7 +196,9 @@ void TakeToolkitMessage(QtMsgType type, QMessageLogContext const&, QString const
     if (type == QtWarningMsg) {
         reason = text.simplified().toStdString();
     }
-    if (type == QtFatalMsg) {
+    if (type == QtFatalMsg && !QCoreApplication::startingUp()) {
+        Complain(ExitFailed, fmt::format("the window cannot go on: {}", text.simplified().toStdString()));
+    } else if (type == QtFatalMsg) {
         // The toolkit would abort: a display that is not there is nothing to leave a core file for.
         Complain(ExitFailed, fmt::format("no window, the display does not open: {}; `qx5 run --guided` needs none",
                                          reason.empty() ? text.simplified().toStdString() : reason));

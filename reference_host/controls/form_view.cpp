@@ -65,6 +65,8 @@ struct CFormView::State
 CFormView::CFormView() : m_state(std::make_unique<State>())
 {
     m_state->area->setFrameShape(QFrame::NoFrame);
+    // What it holds takes the focus, and comes into sight with it.
+    m_state->area->setFocusPolicy(Qt::NoFocus);
     m_state->area->setWidgetResizable(true);
     m_state->area->setWidget(m_state->form);
     new LayoutWatcher(*m_state->form, [state = m_state.get()] { state->ApplySizes(); });
