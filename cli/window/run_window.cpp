@@ -7,6 +7,7 @@
 #include "cli/platform/memory_reserve.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
+#include "cli/window/help_menu.h"
 #include "cli/window/operator_panes.h"
 #include "cli/window/shown_view.h"
 #include "cli/window/window_session.h"
@@ -428,6 +429,7 @@ int RunWindow(RunOptions const& options)
                                   feed, session.Requests());
         OperatorPanes panes(session, window);
         ShownView view(session, window);
+        AddHelpMenu(window, {.program = options.facts, .plugIns = [&session] { return session.PlugIns(); }});
         thread.SetDeliveredHandler([&] { view.Follow(); });
         auto const& memory = session.WindowMemory();
         if (!memory.empty() && !isPicture) {
