@@ -52,21 +52,25 @@ constexpr int greatestWidthInTable = 310;
 class ManualText final : public QTextBrowser
 {
 public:
-    std::map<QString, QSize> sizes; ///< by file
+    struct Picture
+    {
+        QString file;
+        QSize size;
+    };
+    std::map<QString, Picture> pictures; ///< by their names in the text
 
 protected:
     QVariant loadResource(int type, QUrl const& name) override
     {
-        auto const size = sizes.find(name.toString());
-        if (type != QTextDocument::ImageResource || size == sizes.end()) {
+        auto const picture = pictures.find(name.toString());
+        if (type != QTextDocument::ImageResource || picture == pictures.end()) {
             return {};
         }
         auto const ratio = devicePixelRatioF();
-        auto picture = QImageReader(size->first)
-                           .read()
-                           .scaled(size->second * ratio, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-        picture.setDevicePixelRatio(ratio);
-        return picture;
+        auto const& [file, size] = picture->second;
+        auto image = QImageReader(file).read().scaled(size * ratio, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        image.setDevicePixelRatio(ratio);
+        return image;
     }
 };
 
@@ -195,18 +199,18 @@ void ManualWindow::PutPictures()
         cursor.setPosition(picture->position);
         cursor.setPosition(picture->position + 1, QTextCursor::KeepAnchor);
         auto const file = m_pictures + QLatin1Char('/') + picture->format.name();
-        auto const size = QImageReader(file).size();
-        if (!size.isValid()) {
+        auto const natural = QImageReader(file).size();
+        if (!natural.isValid()) {
             cursor.insertText(tr("[picture: %1]").arg(picture->format.property(QTextFormat::ImageAltText).toString()),
                               QTextCharFormat());
             continue;
         }
-        int const width =
-            std::min(size.width(), cursor.currentTable() != nullptr ? greatestWidthInTable : greatestWidth);
-        picture->format.setName(file);
-        picture->format.setWidth(width);
-        picture->format.setHeight(width * size.height() / size.width());
-        m_text->sizes[file] = QSize(width, width * size.height() / size.width());
+        int const most = cursor.currentTable() != nullptr ? greatestWidthInTable : greatestWidth;
+        int const width = std::min(natural.width(), most);
+        QSize const size(width, width * natural.height() / natural.width());
+        picture->format.setWidth(size.width());
+        picture->format.setHeight(size.height());
+        m_text->pictures[picture->format.name()] = {file, size};
         cursor.setCharFormat(picture->format);
     }
     cursor.endEditBlock();

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
+#include <QImage>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
@@ -22,6 +23,7 @@
 #include <QTextBlock>
 #include <QTextBrowser>
 #include <QTreeWidget>
+#include <QUrl>
 
 #include <filesystem>
 #include <fstream>
@@ -213,7 +215,7 @@ int PicturesIn(QTextDocument const& document)
             auto const format = at.fragment().charFormat();
             if (format.isImageFormat()) {
                 ++pictures;
-                EXPECT_TRUE(QFile::exists(format.toImageFormat().name()));
+                EXPECT_TRUE(std::filesystem::exists(documents / format.toImageFormat().name().toStdString()));
                 EXPECT_GT(format.toImageFormat().width(), 100);
                 EXPECT_LE(format.toImageFormat().width(), 640);
             }
@@ -233,6 +235,8 @@ TEST_F(Help, TheManualShowsItsPicturesOrTheirWords)
     ASSERT_GE(count, 10);
     EXPECT_EQ(PicturesIn(*text.document()), count);
     EXPECT_FALSE(text.toPlainText().contains("[picture: "));
+    auto const picture = text.document()->resource(QTextDocument::ImageResource, QUrl("images/window-dark.png"));
+    EXPECT_EQ(picture.value<QImage>().width(), 640);
 
     TemporaryFolder const empty;
     cli::ManualWindow without(empty);
