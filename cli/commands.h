@@ -1,6 +1,8 @@
 // The commands of `qx5`: what each is given and the exit code that it ends with.
 #pragma once
 
+#include "program_facts.h"
+
 #include <optional>
 #include <string>
 #include <vector>
@@ -92,6 +94,7 @@ struct RunOptions
     bool dark = false;        ///< the window begins with a dark palette
     bool allTabs = false;     ///< render each tab, named by its caption where the file's name has a %
     bool wholeWindow = false; ///< render the whole window, not the view alone
+    std::vector<Fact> facts;  ///< what this program is, for its window
 };
 int Run(RunOptions const& options);
 

@@ -1,5 +1,6 @@
 // The command qx5: reads the command line and hands over to one command.
 #include "commands.h"
+#include "commit.h"
 #include "demos/demos.h"
 #include "output.h"
 #include "platform/memory_reserve.h"
@@ -159,7 +160,8 @@ int RunCommandLine(int argc, char** argv)
     CLI::App app{"qx5 operates x5 sonars: it runs a host with the plug-in, a simulated sonar, and tools for records."};
     app.name("qx5");
     app.require_subcommand(1);
-    app.set_version_flag("--version", QX5_VERSION);
+    auto const facts = ProgramFacts(QX5_VERSION, programCommit);
+    app.set_version_flag("--version", FactLines(facts));
     app.failure_message([](CLI::App const* root, CLI::Error const& error) {
         std::string name = "qx5";
         for (CLI::App const* command = root; !command->get_subcommands().empty();) {
@@ -183,6 +185,7 @@ int RunCommandLine(int argc, char** argv)
     };
 
     RunOptions run;
+    run.facts = facts;
     CLI::App* runCommand = app.add_subcommand(
         "run", "Start simulated sonars and a host with the plug-in and open the operator's window; without a display a "
                "guided session and key=value lines");

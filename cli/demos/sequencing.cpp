@@ -151,10 +151,10 @@ private:
 };
 
 /// The sonars, and the host with the project that they are in.
-class Fleet
+class SequencedSonars
 {
 public:
-    Fleet(Timeline& timeline, int sonars) : m_timeline(timeline), m_sonars(sonars)
+    SequencedSonars(Timeline& timeline, int sonars) : m_timeline(timeline), m_sonars(sonars)
     {
         m_host.SetMainWindow(true); // this terminal
     }
@@ -242,7 +242,7 @@ int SequencingDemo(RunOptions const& options)
     }
     fmt::print("\nA letter: that sonar pings; |: its echoes are in.\n\n");
     FlushOutput();
-    Fleet fleet(timeline, sonars);
+    SequencedSonars fleet(timeline, sonars);
     std::string error;
     if (!fleet.Begin(PluginPath(options.plugins), error)) {
         return Complain(ExitFailed, error);

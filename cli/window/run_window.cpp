@@ -7,6 +7,7 @@
 #include "cli/platform/memory_reserve.h"
 #include "cli/plugins.h"
 #include "cli/window/fleet.h"
+#include "cli/window/help_menu.h"
 #include "cli/window/operator_window.h"
 #include "cli/window/project_menu.h"
 #include "cli/window/run_until.h"
@@ -68,7 +69,9 @@ void TakeToolkitMessage(QtMsgType type, QMessageLogContext const&, QString const
     if (type == QtWarningMsg) {
         reason = text.simplified().toStdString();
     }
-    if (type == QtFatalMsg) {
+    if (type == QtFatalMsg && !QCoreApplication::startingUp()) {
+        Complain(ExitFailed, fmt::format("the window cannot go on: {}", text.simplified().toStdString()));
+    } else if (type == QtFatalMsg) {
         // The toolkit would abort: a display that is not there is nothing to leave a core file for.
         Complain(ExitFailed, fmt::format("no window, the display does not open: {}; `qx5 run --guided` needs none",
                                          reason.empty() ? text.simplified().toStdString() : reason));
@@ -269,6 +272,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
         OperatorWindow whole(session, feed, mode, first);
         auto& window = whole.Main();
         auto& view = whole.View();
+        AddHelpMenu(window, {.program = options.facts, .plugIns = [&session] { return session.PlugIns(); }});
         std::optional<ProjectMenu> project;
         if (!isPicture) {
             project.emplace(session, window, next);

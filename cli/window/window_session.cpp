@@ -199,6 +199,19 @@ bool WindowSession::LoadPlugins(std::vector<std::filesystem::path> const& files,
     return hasLoaded;
 }
 
+std::vector<Fact> WindowSession::PlugIns()
+{
+    std::vector<Fact> facts;
+    for (auto const& plugIn : m_host.LoadedPlugIns().All()) {
+        auto const& [contract, built] = plugIn->Version();
+        facts.push_back({plugIn->File().filename().string(),
+                         contract == 0 ? "tells no version"
+                                       : fmt::format("for host contract {}, built {}",
+                                                     vordal::ContractVersionText(contract), built)});
+    }
+    return facts;
+}
+
 bool WindowSession::MakesSonars(CString const& deviceClass)
 {
     bool makes = false;

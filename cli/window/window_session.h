@@ -1,6 +1,7 @@
 // The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
 #pragma once
 
+#include "cli/program_facts.h"
 #include "cli/switched_on.h"
 #include "cli/window/project_keeper.h"
 #include "cli/window/simulated_sonars.h"
@@ -53,6 +54,8 @@ public:
     /// Loads all plug-ins; what they register can be asked for from here on. The first `told` of them must load, else
     /// false and one line in `error`; one of the others that does not leaves a line in the log.
     bool LoadPlugins(std::vector<std::filesystem::path> const& files, std::size_t told, std::string& error);
+    /// The loaded plug-ins by their files' names, with the version of each.
+    std::vector<Fact> PlugIns();
     /// The classes of devices that the plug-ins offer.
     std::vector<CString> DeviceClasses() const { return m_host.DeviceClasses(); }
     /// The first whose devices are sonars; empty when there is none.

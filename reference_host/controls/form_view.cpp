@@ -65,6 +65,8 @@ struct CFormView::State
 CFormView::CFormView() : m_state(std::make_unique<State>())
 {
     m_state->area->setFrameShape(QFrame::NoFrame);
+    // What it holds takes the focus, and comes into sight with it.
+    m_state->area->setFocusPolicy(Qt::NoFocus);
     m_state->area->setWidgetResizable(true);
     // What is in the form scrolls into sight when it gets the focus; the area itself would be a stop without a name.
     m_state->area->setFocusPolicy(Qt::NoFocus);

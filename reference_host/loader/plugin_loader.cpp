@@ -20,13 +20,7 @@
 namespace vordal {
 namespace {
 
-thread_local std::string versionRefusal;
-
-std::string VersionText(unsigned version)
-{
-    return std::to_string(version >> 24) + '.' + std::to_string(version >> 16 & 0xFFU) + '.' +
-           std::to_string(version >> 8 & 0xFFU) + '.' + std::to_string(version & 0xFFU);
-}
+thread_local VersionCheck lastCheck;
 
 std::string Joined(std::vector<std::string> const& parts, char const* separator)
 {
@@ -70,9 +64,15 @@ void NoteAdded(std::vector<CString>& added, std::vector<CString> (Host::*list)()
 
 } // namespace
 
-std::string TakeVersionRefusal()
+VersionCheck TakeVersionCheck()
 {
-    return std::exchange(versionRefusal, {});
+    return std::exchange(lastCheck, {});
+}
+
+std::string ContractVersionText(unsigned version)
+{
+    return std::to_string(version >> 24) + '.' + std::to_string(version >> 16 & 0xFFU) + '.' +
+           std::to_string(version >> 8 & 0xFFU) + '.' + std::to_string(version & 0xFFU);
 }
 
 PlugInError::~PlugInError() = default;
@@ -81,6 +81,7 @@ struct PlugIn::Body final : PingControl
 {
     std::filesystem::path file;
     platform::Module module;
+    PlugInVersion version;
 
     void (*registerDevices)() = nullptr;
     bool (*unRegisterDevices)() = nullptr;
@@ -318,17 +319,18 @@ std::unique_ptr<PlugIn> PlugIn::Load(std::filesystem::path const& file, std::str
     if (auto const* const missing = body.FindEntryPoints()) {
         return refuse(std::string("it is not a plug-in, the entry point ") + missing + " is missing");
     }
-    TakeVersionRefusal();
+    TakeVersionCheck();
     {
         Registrant const registrant(&body);
         if (auto const thrown = FailureOf([&body] { body.attached = body.libraryAttach(); })) {
             return refuse("it failed to attach itself: " + *thrown);
         }
     }
-    auto const refusal = TakeVersionRefusal();
+    auto check = TakeVersionCheck();
     if (!body.attached) {
-        return refuse(refusal.empty() ? "it refused to be attached and did not say why" : refusal);
+        return refuse(check.refusal.empty() ? "it refused to be attached and did not say why" : check.refusal);
     }
+    body.version = {check.version, std::move(check.buildTime)};
     body.SetKnownToHost(true);
     return plugIn;
 }
@@ -336,6 +338,11 @@ std::unique_ptr<PlugIn> PlugIn::Load(std::filesystem::path const& file, std::str
 std::filesystem::path const& PlugIn::File() const
 {
     return m_body->file;
+}
+
+PlugInVersion const& PlugIn::Version() const
+{
+    return m_body->version;
 }
 
 void PlugIn::RegisterDevices()
@@ -420,13 +427,14 @@ bool CheckDllVersion(unsigned version, char const* sourceFile, char const* build
 {
     // Within one major and minor version the contract only grows, at the end of its classes; patch and build say
     // nothing about it.
-    if (version >> 16 == VORDAL_CONTRACT_VERSION >> 16) {
-        vordal::versionRefusal.clear();
-        return true;
+    bool const fits = version >> 16 == VORDAL_CONTRACT_VERSION >> 16;
+    char const* const built = buildTime != nullptr ? buildTime : "?";
+    vordal::lastCheck = {{}, version, built};
+    if (!fits) {
+        vordal::lastCheck.refusal = "it was built for version " + vordal::ContractVersionText(version) +
+                                    " of the host contract, this host speaks version " +
+                                    vordal::ContractVersionText(VORDAL_CONTRACT_VERSION) + " (" +
+                                    (sourceFile != nullptr ? sourceFile : "?") + ", " + built + ")";
     }
-    vordal::versionRefusal =
-        "it was built for version " + vordal::VersionText(version) +
-        " of the host contract, this host speaks version " + vordal::VersionText(VORDAL_CONTRACT_VERSION) + " (" +
-        (sourceFile != nullptr ? sourceFile : "?") + ", " + (buildTime != nullptr ? buildTime : "?") + ")";
-    return false;
+    return fits;
 }

@@ -22,6 +22,16 @@ public:
     ~PlugInError() override;
 };
 
+/// "5.5.1.0": a version of the host contract as CheckDllVersion takes it. Any thread.
+VORDAL_API std::string ContractVersionText(unsigned version);
+
+/// What a plug-in has told of itself when it was attached.
+struct PlugInVersion
+{
+    unsigned contract = 0; ///< the version of the host contract that it was built against; 0: it did not tell
+    std::string built;     ///< date and time, as it told them
+};
+
 /// A plug-in that is loaded and attached. The entry points are called through it. Host thread.
 ///
 /// What an entry point throws never passes. One that registers and fails throws PlugInError instead: all that the
@@ -42,6 +52,7 @@ public:
     ~PlugIn();
 
     std::filesystem::path const& File() const;
+    PlugInVersion const& Version() const;
 
     void RegisterDevices(); ///< registers
     /// The answer of the host's list of classes, as the plug-in passes it on: false when nothing was registered.

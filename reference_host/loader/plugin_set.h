@@ -40,6 +40,8 @@ public:
     void DeviceCtrlInit(BaseDevice const& device);
     void ReleaseDevices();
 
+    /// In the order in which they were loaded.
+    std::vector<std::unique_ptr<PlugIn>> const& All() const { return m_plugIns; }
     /// The plug-in that has registered that device class; null when none has.
     PlugIn* FindByDeviceClass(CString const& name) const;
     /// The first class of all whose devices speak the record protocol; empty when there is none. Host thread.

@@ -5,7 +5,14 @@
 
 namespace vordal {
 
-/// Why this thread's last CheckDllVersion said no; empty when it said yes or was not asked. Asking clears it.
-std::string TakeVersionRefusal();
+struct VersionCheck
+{
+    std::string refusal;   ///< empty when it said yes or was not asked
+    unsigned version = 0;  ///< of the contract, as the module told it; 0 when it was not asked
+    std::string buildTime; ///< as the module told it
+};
+
+/// This thread's last CheckDllVersion. Asking forgets it.
+VersionCheck TakeVersionCheck();
 
 } // namespace vordal

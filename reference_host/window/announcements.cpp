@@ -50,9 +50,12 @@ void AnnouncementLimit::Take(QAccessibleEvent& event)
     });
     if (known != m_announced.end()) {
         known->waits = true;
+        if (event.type() == QAccessible::ValueChanged) {
+            known->value = static_cast<QAccessibleValueChangeEvent&>(event).value();
+        }
         return;
     }
-    auto& announced = m_announced.emplace_back(Announced{event.object(), event.type(), {}, false});
+    auto& announced = m_announced.emplace_back(Announced{event.object(), event.type(), {}, false, {}});
     announced.since.start();
     if (!m_timer.isActive()) {
         m_timer.start(); // starting it again would put off what waits
@@ -78,9 +81,10 @@ void AnnouncementLimit::AnnounceWaiting()
         if (element == nullptr) {
             continue;
         }
-        auto* const value = element->valueInterface();
-        if (each.kind == QAccessible::ValueChanged && value != nullptr) {
-            QAccessibleValueChangeEvent event(each.object, value->currentValue());
+        if (each.kind == QAccessible::ValueChanged) {
+            // A list tells the text of its item, and has no number.
+            auto* const number = element->valueInterface();
+            QAccessibleValueChangeEvent event(each.object, number != nullptr ? number->currentValue() : each.value);
             Take(event);
         } else {
             QAccessibleEvent event(each.object, each.kind);

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
+#include <QVariant>
 
 #include <functional>
 #include <vector>
@@ -31,6 +32,7 @@ private:
         QAccessible::Event kind;
         QElapsedTimer since;
         bool waits = false;
+        QVariant value; ///< that waits; of a new value alone
     };
 
     void AnnounceWaiting();

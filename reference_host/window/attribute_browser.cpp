@@ -1,6 +1,8 @@
 // The attribute tree of the device shown, as it changes, with a search.
 #include "attribute_browser.h"
 
+#include "search_field.h"
+
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
@@ -12,7 +14,9 @@ namespace vordal {
 
 AttributeBrowser::AttributeBrowser(QWidget* parent)
     : QWidget(parent), m_model(new AttributeTreeModel(this)), m_filtered(new QSortFilterProxyModel(this)),
-      m_view(new QTreeView(this)), m_search(new QLineEdit(this)), m_count(new QLabel(this))
+      m_view(new QTreeView(this)),
+      m_search(MakeSearchField(tr("Search in the attributes"), tr("Search: attribute, kind or value"), this)),
+      m_count(new QLabel(this))
 {
     m_filtered->setSourceModel(m_model);
     m_filtered->setFilterKeyColumn(-1);
@@ -20,9 +24,6 @@ AttributeBrowser::AttributeBrowser(QWidget* parent)
     m_filtered->setRecursiveFilteringEnabled(true);
     m_filtered->setAutoAcceptChildRows(true);
 
-    m_search->setPlaceholderText(tr("Search: attribute, kind or value"));
-    m_search->setAccessibleName(tr("Search in the attributes"));
-    m_search->setClearButtonEnabled(true);
     m_search->setObjectName(QStringLiteral("attributeSearch"));
 
     m_view->setModel(m_filtered);

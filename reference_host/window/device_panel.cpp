@@ -101,6 +101,21 @@ QIcon PingMark(QPalette const& palette, int step, int steps, qreal ratio)
                      });
 }
 
+/// Selects whole rows, and does not say so: of a tree that does, the toolkit's accessible interface selects another row
+/// than the one that it was asked for, as it takes the number among siblings for that in the list.
+class DeviceList final : public QTreeWidget
+{
+public:
+    explicit DeviceList(QWidget* parent) : QTreeWidget(parent) { setSelectionBehavior(SelectItems); }
+
+protected:
+    QItemSelectionModel::SelectionFlags selectionCommand(QModelIndex const& index, QEvent const* event) const override
+    {
+        auto const command = QTreeWidget::selectionCommand(index, event);
+        return command == QItemSelectionModel::NoUpdate ? command : command | QItemSelectionModel::Rows;
+    }
+};
+
 } // namespace
 
 QString DurationText(double seconds)
@@ -134,7 +149,7 @@ QString StatusText(LinkStatus const& status)
 }
 
 DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
-    : QWidget(parent), m_vessels(std::move(vessels)), m_list(new QTreeWidget(this)), m_explained(new QLabel(this))
+    : QWidget(parent), m_vessels(std::move(vessels)), m_list(new DeviceList(this)), m_explained(new QLabel(this))
 {
     m_list->setObjectName(QStringLiteral("devices"));
     m_list->setAccessibleName(tr("Vessels and sonars"));
@@ -176,6 +191,8 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
         }
         Q_EMIT MenuAsked(m_list->viewport()->mapToGlobal(place));
     });
+    // A screen reader selects a row and leaves the current one where it is; a hand moves both, the selection first.
+    connect(m_list, &QTreeWidget::itemSelectionChanged, this, &DevicePanel::ChooseSelected, Qt::QueuedConnection);
     m_notFollowed.setSingleShot(true);
     m_notFollowed.setInterval(patience);
     connect(&m_notFollowed, &QTimer::timeout, this, &DevicePanel::SelectShown);
@@ -306,6 +323,20 @@ void DevicePanel::Choose(QTreeWidgetItem const& item)
             m_notFollowed.start();
         }
         Q_EMIT SonarChosen(m_rows[row].id);
+    }
+}
+
+void DevicePanel::ChooseSelected()
+{
+    auto* const current = m_list->currentItem();
+    auto const selected = m_list->selectedItems();
+    auto const other = std::find_if(selected.begin(), selected.end(), [&](auto* item) { return item != current; });
+    if (other != selected.end()) {
+        Choose(**other);
+    } else if (current != nullptr) {
+        // A part of the row may have been taken out, or all of it.
+        m_list->selectionModel()->select(m_list->indexFromItem(current),
+                                         QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     }
 }
 

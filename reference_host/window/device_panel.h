@@ -99,6 +99,7 @@ private:
     void FillList();
     QTreeWidgetItem* ItemOf(CDataId const& device) const;
     void Choose(QTreeWidgetItem const& item);
+    void ChooseSelected();
     /// The selection is on the sonar that is shown, and nowhere else.
     void SelectShown();
     void Paint();

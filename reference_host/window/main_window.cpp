@@ -20,6 +20,7 @@
 #include <QMenuBar>
 #include <QStatusBar>
 #include <QTimer>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 #include <chrono>
@@ -133,6 +134,11 @@ void MainWindow::MakeMenus(std::vector<QDockWidget*> const& docks)
     auto* const quit = file->addAction(tr("&Quit"));
     quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
     connect(quit, &QAction::triggered, this, &QWidget::close);
+
+    // It comes where there is no room for all menus, and the toolkit gives it a picture alone.
+    for (auto* const more : menuBar()->findChildren<QToolButton*>()) {
+        more->setAccessibleName(tr("More menus"));
+    }
 
     m_viewMenu = menuBar()->addMenu(tr("&View"));
     auto* const view = m_viewMenu;

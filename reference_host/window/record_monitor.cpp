@@ -1,6 +1,8 @@
 // The record monitor: a list of what passes between host and sonars, with one record in full below it.
 #include "record_monitor.h"
 
+#include "search_field.h"
+
 #include <QComboBox>
 #include <QDataStream>
 #include <QFileDialog>
@@ -45,12 +47,11 @@ int WidthFor(QTableView const& table, QString const& sample)
 RecordMonitor::RecordMonitor(std::shared_ptr<RecordQueue> queue, QWidget* parent)
     : QWidget(parent), m_queue(std::move(queue)), m_model(new RecordMonitorModel(this)), m_table(new QTableView(this)),
       m_details(new QPlainTextEdit(this)), m_splitter(new QSplitter(Qt::Horizontal, this)),
-      m_filter(new QLineEdit(this)), m_way(new QComboBox(this)),
-      m_pause(MakeButton(tr("&Pause"), tr("Pause the record monitor"), this)), m_count(new QLabel(this))
+      m_filter(MakeSearchField(tr("Filter of the record monitor"),
+                               tr("Filter: sonar, number, name, field or value; -word leaves out"), this)),
+      m_way(new QComboBox(this)), m_pause(MakeButton(tr("&Pause"), tr("Pause the record monitor"), this)),
+      m_count(new QLabel(this))
 {
-    m_filter->setPlaceholderText(tr("Filter: sonar, number, name, field or value; -word leaves out"));
-    m_filter->setAccessibleName(tr("Filter of the record monitor"));
-    m_filter->setClearButtonEnabled(true);
     m_filter->setObjectName(QStringLiteral("recordFilter"));
     m_way->addItems({tr("In and out"), tr("Out"), tr("In")});
     m_way->setAccessibleName(tr("Way of the records shown"));

@@ -62,7 +62,10 @@ TEST(Usage, VersionIsTold)
 {
     auto const version = Qx5({"--version"});
     EXPECT_EQ(version.code, 0);
-    EXPECT_THAT(version.out, ::testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    EXPECT_THAT(version.out, ::testing::MatchesRegex("qx5 [0-9]+\\.[0-9]+\\.[0-9]+\n"
+                                                     "commit ([0-9a-f]+( with changes)?|unknown)\n"
+                                                     "host contract 5\\.5\\.1\\.0\n"
+                                                     "(Qt 6\\.[0-9.]+, built with 6\\.[0-9.]+\n)?"));
 }
 
 TEST(Usage, WrongCallsAreOneLineAndExitCodeTwo)

@@ -165,6 +165,44 @@ TEST_F(OperatorHand, EveryControlHasANameAndAPlaceInTheTabOrder)
     }
 }
 
+TEST_F(OperatorHand, NoStopOfTheTabKeyIsNameless)
+{
+    auto* const whole = view->Display().Widget();
+    auto widgets = whole->findChildren<QWidget*>();
+    widgets.prepend(whole);
+    for (auto* const widget : widgets) {
+        // Not the lists that fall down from a field, which are windows of their own.
+        if (widget->window() == whole->window() && (widget->focusPolicy() & Qt::TabFocus) != 0) {
+            EXPECT_FALSE(QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name).isEmpty())
+                << widget->metaObject()->className() << " " << widget->objectName().toStdString();
+        }
+    }
+}
+
+TEST_F(OperatorHand, AFieldThatIsOnlyReadTakesNoTextFromARobot)
+{
+    auto& field = *view->Find<QLineEdit>("recording", 28083);
+    ASSERT_TRUE(field.isReadOnly());
+    field.setText(QStringLiteral("/sonar/recordings"));
+    auto* const element = QAccessible::queryAccessibleInterface(&field);
+    // It can be read whole, and copied.
+    ASSERT_NE(element->textInterface(), nullptr);
+    EXPECT_EQ(element->textInterface()->text(0, 6), QStringLiteral("/sonar"));
+    EXPECT_TRUE(element->state().readOnly);
+    EXPECT_FALSE(element->state().editable);
+    element->setText(QAccessible::Value, QStringLiteral("elsewhere"));
+    if (auto* const editable = element->editableTextInterface()) {
+        editable->deleteText(0, 6);
+        editable->insertText(0, QStringLiteral("x"));
+        editable->replaceText(0, 1, QStringLiteral("y"));
+    }
+    EXPECT_EQ(field.text(), QStringLiteral("/sonar/recordings"));
+    // One that is not keeps what the toolkit has for it.
+    auto* const other = QAccessible::queryAccessibleInterface(view->Find<QLineEdit>("gates", 28112));
+    EXPECT_TRUE(other->state().editable);
+    ASSERT_NE(other->editableTextInterface(), nullptr);
+}
+
 TEST_F(OperatorHand, ALabelHasRoomForItsWidestText)
 {
     struct Room

@@ -21,42 +21,8 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 namespace qx5::test {
 namespace {
-
-QImage PictureOf(QWidget& widget)
-{
-    return widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
-}
-
-/// The colour that most of a picture has.
-QColor GroundOf(QImage const& picture)
-{
-    std::map<QRgb, int> counts;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            ++counts[picture.pixel(x, y)];
-        }
-    }
-    return QColor(std::max_element(counts.begin(), counts.end(), [](auto const& a, auto const& b) {
-                      return a.second < b.second;
-                  })->first);
-}
-
-/// The greatest contrast of anything in the picture to its ground.
-double GreatestContrast(QImage const& picture)
-{
-    auto const ground = GroundOf(picture);
-    double greatest = 1.0;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            greatest = std::max(greatest, Contrast(QColor(picture.pixel(x, y)), ground));
-        }
-    }
-    return greatest;
-}
 
 /// How much all in all stands out from the ground.
 double Presence(QImage const& picture)

@@ -10,9 +10,11 @@
 #include <reference_host/window/main_window.h>
 #include <reference_host/window/record_monitor.h>
 
+#include <QAbstractButton>
 #include <QAccessible>
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QDockWidget>
 #include <QElapsedTimer>
 #include <QLabel>
@@ -109,6 +111,28 @@ TEST_F(MainWindowTest, ChoosingIsPassedOnByMouseAndByKey)
     EXPECT_EQ(vessels, std::vector<unsigned short>{2});
     QTest::keyClick(&list, Qt::Key_Down);
     EXPECT_EQ(sonars, (std::vector<CDataId>{pole, pole}));
+}
+
+TEST_F(MainWindowTest, ARowThatAScreenReaderTogglesIsChosen)
+{
+    window.show();
+    auto& list = *window.findChild<QTreeWidget*>("devices");
+    auto* const table = QAccessible::queryAccessibleInterface(&list)->tableInterface();
+    // By their rows: a vessel, its two sonars, a vessel.
+    auto const toggle = [&](int row) {
+        table->cellAt(row, 0)->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+        QApplication::processEvents();
+    };
+    toggle(2);
+    EXPECT_EQ(sonars, std::vector<CDataId>{pole});
+    window.SetShownDevice(pole);
+    EXPECT_EQ(list.selectedItems(), QList<QTreeWidgetItem*>{list.topLevelItem(0)->child(1)});
+    toggle(2);
+    EXPECT_EQ(list.selectedItems(), QList<QTreeWidgetItem*>{list.topLevelItem(0)->child(1)});
+    toggle(3);
+    EXPECT_EQ(vessels, std::vector<unsigned short>{2});
+    EXPECT_EQ(list.selectedItems(), QList<QTreeWidgetItem*>{list.topLevelItem(0)->child(1)});
+    EXPECT_EQ(sonars, std::vector<CDataId>{pole});
 }
 
 TEST_F(MainWindowTest, TheSelectedSonarIsTheOneThatIsOperated)
@@ -248,6 +272,22 @@ TEST_F(MainWindowTest, EveryFieldOfTheWindowIsReachedByKeyAndHasAName)
     }
 }
 
+TEST_F(MainWindowTest, EveryButtonOfTheWindowHasAName)
+{
+    int buttons = 0;
+    for (auto* const button : window.findChildren<QAbstractButton*>()) {
+        auto* const element = QAccessible::queryAccessibleInterface(button);
+        // The corner between the headings of a table is never seen where its rows have none.
+        bool const isCorner = button->inherits("QTableCornerButton");
+        if (element->role() == QAccessible::Button && !isCorner) {
+            ++buttons;
+            EXPECT_FALSE(element->text(QAccessible::Name).isEmpty())
+                << button->metaObject()->className() << " in " << button->parent()->objectName().toStdString();
+        }
+    }
+    EXPECT_GE(buttons, 4);
+}
+
 TEST_F(MainWindowTest, EveryStopOfTheTabKeyHasAName)
 {
     window.show();
@@ -382,6 +422,24 @@ TEST(Announcements, AreNotPutOffByElementsThatCome)
         limit.Take(value);
         return last == QVariant(2);
     }));
+}
+
+TEST(Announcements, OfAnElementWithoutANumberTheLastValueIsAnnouncedAsItIs)
+{
+    std::vector<QVariant> announced;
+    vordal::AnnouncementLimit limit([&](QAccessibleEvent& event) {
+        ASSERT_EQ(event.type(), QAccessible::ValueChanged);
+        announced.push_back(static_cast<QAccessibleValueChangeEvent&>(event).value());
+    });
+    QComboBox list;
+    list.addItems({"CW", "FM", "TVG"});
+    ASSERT_EQ(QAccessible::queryAccessibleInterface(&list)->valueInterface(), nullptr);
+    for (int i = 0; i < 3; ++i) {
+        QAccessibleValueChangeEvent value(&list, list.itemText(i));
+        limit.Take(value);
+    }
+    EXPECT_TRUE(QTest::qWaitFor([&] { return announced.size() == 2; }));
+    EXPECT_EQ(announced, (std::vector<QVariant>{"CW", "TVG"}));
 }
 
 TEST(Appearance, TextStandsOutInEachLightMode)

@@ -207,18 +207,20 @@ void QX5SonarConfigurationView::CreatePages()
     pageRow->addStretch(0);
     layout->addLayout(pageRow, 1);
 
+    form->setAccessibleName(QStringLiteral("View of the sonar"));
     auto const stepTabs = [this](int by) {
         if (int const count = m_tabBar->count(); count > 0) {
             m_tabBar->setCurrentIndex((m_tabBar->currentIndex() + by + count) % count);
         }
     };
-    auto const addShortcut = [form, stepTabs](QKeySequence::StandardKey key, int by) {
+    auto const addShortcut = [form, stepTabs](QKeySequence::StandardKey key, int by, char const* what) {
         auto* const shortcut = new QShortcut(key, form);
         shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        shortcut->setWhatsThis(QString::fromLatin1(what)); // for a list of all that there are
         QObject::connect(shortcut, &QShortcut::activated, form, [stepTabs, by] { stepTabs(by); });
     };
-    addShortcut(QKeySequence::NextChild, 1);
-    addShortcut(QKeySequence::PreviousChild, -1);
+    addShortcut(QKeySequence::NextChild, 1, "The next page");
+    addShortcut(QKeySequence::PreviousChild, -1, "The page before");
 }
 
 std::vector<QX5SonarConfigurationView::Tab> QX5SonarConfigurationView::Tabs() const

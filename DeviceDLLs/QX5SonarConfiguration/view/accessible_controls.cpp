@@ -7,6 +7,7 @@
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <QComboBox>
+#include <QLineEdit>
 #include <QPointer>
 #include <QVariant>
 #include <QWidget>
@@ -151,6 +152,73 @@ public:
 
 private:
     QAbstractButton& m_button;
+};
+
+/// A field that is only read. The toolkit's own would take a text that no hand can type.
+class ReadOnlyFieldAccess final : public QAccessibleWidget, public QAccessibleTextInterface
+{
+public:
+    explicit ReadOnlyFieldAccess(QLineEdit& field)
+        : QAccessibleWidget(&field, QAccessible::EditableText), m_field(field)
+    {
+    }
+
+    void* interface_cast(QAccessible::InterfaceType type) override
+    {
+        return type == QAccessible::TextInterface ? static_cast<QAccessibleTextInterface*>(this)
+                                                  : QAccessibleWidget::interface_cast(type);
+    }
+    QString text(QAccessible::Text kind) const override
+    {
+        auto const told = QAccessibleWidget::text(kind);
+        bool const isValue = kind == QAccessible::Value || (kind == QAccessible::Description && told.isEmpty());
+        return isValue ? m_field.text() : told;
+    }
+    void setText(QAccessible::Text, QString const&) override {}
+    QAccessible::State state() const override
+    {
+        auto state = QAccessibleWidget::state();
+        state.readOnly = true;
+        state.selectableText = true;
+        return state;
+    }
+
+    QString text(int begin, int end) const override { return m_field.text().mid(begin, end - begin); }
+    int characterCount() const override { return static_cast<int>(m_field.text().size()); }
+    int cursorPosition() const override { return m_field.cursorPosition(); }
+    void setCursorPosition(int position) override { m_field.setCursorPosition(position); }
+    int selectionCount() const override { return m_field.hasSelectedText() ? 1 : 0; }
+    void selection(int index, int* begin, int* end) const override
+    {
+        bool const isThere = index == 0 && m_field.hasSelectedText();
+        *begin = isThere ? m_field.selectionStart() : 0;
+        *end = isThere ? m_field.selectionEnd() : 0;
+    }
+    void addSelection(int begin, int end) override { m_field.setSelection(begin, end - begin); }
+    void removeSelection(int) override { m_field.deselect(); }
+    void setSelection(int, int begin, int end) override { m_field.setSelection(begin, end - begin); }
+    void scrollToSubstring(int begin, int) override { m_field.setCursorPosition(begin); }
+    /// Of the letters as they stand while the field is not scrolled.
+    QRect characterRect(int offset) const override
+    {
+        auto const metrics = m_field.fontMetrics();
+        int const left = metrics.horizontalAdvance(m_field.text().left(offset));
+        auto const corner = m_field.mapToGlobal(QPoint(left, 0));
+        return {corner, QSize(metrics.horizontalAdvance(m_field.text().mid(offset, 1)), m_field.height())};
+    }
+    int offsetAtPoint(QPoint const& point) const override
+    {
+        return m_field.cursorPositionAt(m_field.mapFromGlobal(point));
+    }
+    QString attributes(int, int* begin, int* end) const override
+    {
+        *begin = 0;
+        *end = characterCount();
+        return {};
+    }
+
+private:
+    QLineEdit& m_field;
 };
 
 /// Makes an item the chosen one as the operator does.
@@ -298,6 +366,12 @@ QAccessibleInterface* Make(QString const& className, QObject* object)
         auto* const list = qobject_cast<QComboBox*>(object);
         if (list != nullptr && IsBelowForm(list)) {
             return new ListAccess(*list);
+        }
+    }
+    if (className == QLatin1String("QLineEdit")) {
+        auto* const field = qobject_cast<QLineEdit*>(object);
+        if (field != nullptr && field->isReadOnly() && IsBelowForm(field)) {
+            return new ReadOnlyFieldAccess(*field);
         }
     }
     return nullptr;
