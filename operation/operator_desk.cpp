@@ -13,7 +13,7 @@ namespace qx5::operation {
 OperatorDesk::OperatorDesk(FollowerOptions options) : m_watch(options.steadyClock), m_follower(std::move(options))
 {
     for (ActionListener* const listener :
-         std::initializer_list<ActionListener*>{&m_watch, &m_held, &m_log, &m_events, &m_history}) {
+         std::initializer_list<ActionListener*>{&m_watch, &m_held, &m_log, &m_events, &m_history, &m_presets}) {
         m_follower.AddListener(*listener);
     }
 }
@@ -59,6 +59,7 @@ void OperatorDesk::OnLinkStatus(CDataId const& sonar, vordal::LinkStatus const& 
 void OperatorDesk::Tick()
 {
     m_follower.Tick();
+    m_presets.Tick();
     for (SonarState const& state : m_watch.Tick()) {
         bool& silent = m_silent[state.sonar.GetKey()];
         bool const wasSilent = std::exchange(silent, state.condition == SonarCondition::Silent);

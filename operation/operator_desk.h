@@ -4,6 +4,7 @@
 #include "operation/action_log.h"
 #include "operation/event_list.h"
 #include "operation/held_requests.h"
+#include "operation/preset_load.h"
 #include "operation/request_follower.h"
 #include "operation/session_history.h"
 #include "operation/sonar_watch.h"
@@ -49,6 +50,7 @@ public:
     TransmitLock& Lock() { return m_lock; }
     ActionLog& Log() { return m_log; }
     SessionHistory& Steps() { return m_history; }
+    PresetLoads& Presets() { return m_presets; }
 
 private:
     EventList m_events;
@@ -57,6 +59,7 @@ private:
     TransmitLock m_lock;
     ActionLog m_log;
     SessionHistory m_history{m_events};
+    PresetLoads m_presets;
     RequestFollower m_follower;
     /// By the text of the id: whether a connection stood, and was lost since.
     struct Link

@@ -243,6 +243,14 @@ std::string RefusePresetName(std::string_view name)
     return {};
 }
 
+std::string RefuseSonarClass(Preset const& preset, std::string_view sonarClass)
+{
+    return preset.sonarClass == sonarClass
+               ? std::string()
+               : fmt::format("the preset is of a sonar of the class {}, this one is of the class {}",
+                             QuoteForMessage(preset.sonarClass), QuoteForMessage(sonarClass));
+}
+
 Preset TakePreset(CAttributeMap const& tree, PresetOrigin const& origin)
 {
     if (auto const reason = RefusePresetName(origin.name); !reason.empty()) {

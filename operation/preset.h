@@ -59,6 +59,9 @@ Preset TakePreset(CAttributeMap const& tree, PresetOrigin const& origin);
 /// characters.
 std::string RefusePresetName(std::string_view name);
 
+/// Why a sonar of that class of devices cannot be given the preset, in one line; empty when it can.
+std::string RefuseSonarClass(Preset const& preset, std::string_view sonarClass);
+
 /// The document: one setting on a line, key, kind, value and unit. Numbers read back to the last bit, whatever the
 /// locale.
 std::string WritePreset(Preset const& preset);

@@ -1,4 +1,4 @@
-// What surrounds the requests of a session, shown in its window: events, history, banner, transmit lock.
+// What surrounds the requests of a session, shown in its window: events, history, banner, transmit lock, presets.
 #include "operator_panes.h"
 
 #include "window_session.h"
@@ -119,6 +119,7 @@ void OperatorPanes::MakeMenus()
         m_session.SetTransmitLock(locked);
         ShowLock();
     });
+    m_presets.emplace(m_session, m_window);
 }
 
 void OperatorPanes::Note(vordal::FieldNotice const& notice)

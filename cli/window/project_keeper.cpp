@@ -30,11 +30,28 @@ void ProjectKeeper::Put(vordal::StoredProject project)
     m_changed.notify_one();
 }
 
+void ProjectKeeper::Do(std::function<void(vordal::ProjectStore&)> task)
+{
+    {
+        std::lock_guard const lock(m_mutex);
+        m_tasks.push_back(std::move(task));
+    }
+    m_changed.notify_one();
+}
+
 void ProjectKeeper::Run()
 {
     std::unique_lock lock(m_mutex);
     while (true) {
-        m_changed.wait(lock, [this] { return m_ending || m_waiting.has_value(); });
+        m_changed.wait(lock, [this] { return m_ending || m_waiting.has_value() || !m_tasks.empty(); });
+        if (!m_tasks.empty()) {
+            auto const task = std::move(m_tasks.front());
+            m_tasks.pop_front();
+            lock.unlock();
+            task(m_store);
+            lock.lock();
+            continue;
+        }
         if (m_ending) {
             return;
         }

@@ -5,6 +5,7 @@
 #include "reference_host/store/project_store.h"
 
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -24,12 +25,15 @@ public:
                   operation::ActionLog* log = nullptr);
     ProjectKeeper(ProjectKeeper const&) = delete;
     ProjectKeeper& operator=(ProjectKeeper const&) = delete;
-    /// Waits for a save under way; what has not been begun is left to whoever saves last.
+    /// Waits for a save under way and for all tasks; a save that has not been begun is left to whoever saves last.
     ~ProjectKeeper();
 
     /// How the project stands. It is saved when it is not as it was saved before; of several that wait, the newest
     /// alone. Any thread; does not wait.
     void Put(vordal::StoredProject project);
+    /// Has the task run with the store on the keeper's thread, after those before it. It may not throw. Any thread;
+    /// does not wait.
+    void Do(std::function<void(vordal::ProjectStore&)> task);
 
 private:
     void Run();
@@ -42,6 +46,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::optional<vordal::StoredProject> m_waiting;
+    std::deque<std::function<void(vordal::ProjectStore&)>> m_tasks;
     bool m_ending = false;
     // The thread's own.
     std::optional<vordal::StoredProject> m_saved;

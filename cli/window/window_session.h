@@ -13,6 +13,7 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -69,6 +70,10 @@ public:
     /// Return at once.
     void Undo();
     void Redo();
+    /// Whether there is a project that keeps what it is given.
+    bool HasProject() const { return m_keeper != nullptr; }
+    /// ProjectKeeper::Do; the task is left where there is no project.
+    void WithProject(std::function<void(vordal::ProjectStore&)> task);
     /// The sonar is one of this program's own: it is listed as simulated, and the transmit lock does not concern it.
     void SetSimulated(CDataId const& sonar);
     /// Whether what can do harm at a real sonar is refused; the project keeps it.
