@@ -90,6 +90,7 @@ struct RunOptions
     bool dark = false;        ///< the window begins with a dark palette
     bool allTabs = false;     ///< render each tab, named by its caption where the file's name has a %
     bool wholeWindow = false; ///< render the whole window, not the view alone
+    std::string preset;       ///< file of one: render the dialog that has loaded it, not the view
 };
 int Run(RunOptions const& options);
 

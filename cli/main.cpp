@@ -253,6 +253,12 @@ int RunCommandLine(int argc, char** argv)
     runCommand->add_flag("--whole-window", run.wholeWindow, "Render the whole window")
         ->needs(screenshot)
         ->excludes(allTabs);
+    runCommand->add_option("--load-preset", run.preset, "Render the dialog that has loaded this preset into the sonar")
+        ->needs(screenshot)
+        ->excludes(allTabs)
+        ->excludes(tab)
+        ->excludes("--whole-window")
+        ->type_name("FILE");
     runCommand->add_flag("--dark", run.dark, "Begin with a dark palette");
     runsHost(runCommand, [&] { code = Run(run); });
 

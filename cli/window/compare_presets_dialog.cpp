@@ -53,7 +53,7 @@ ComparePresetsDialog::ComparePresetsDialog(PresetWork& work, CDataId const& sona
     Say(tr("Choose what is to be compared."));
     m_choosers[0]->ChooseSonar(sonar);
     PresetsChanged();
-    resize(fontMetrics().averageCharWidth() * 125, fontMetrics().lineSpacing() * 32);
+    resize(fontMetrics().averageCharWidth() * 145, fontMetrics().lineSpacing() * 32);
     m_choosers[1]->setFocus();
 }
 

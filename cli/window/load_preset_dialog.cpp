@@ -59,13 +59,14 @@ LoadPresetDialog::LoadPresetDialog(PresetWork& work, CDataId const& sonar, QWidg
         "What is ticked is asked for; Space ticks and unticks the selected rows, Ctrl+A selects all, Ctrl+C copies"));
 
     AddEnd([this](QHBoxLayout& buttons) {
-        AddButton(buttons, tr("Tick &all"), QStringLiteral("tickAll"), tr("Ticks all that differs and can be loaded"),
-                  [this] { m_table->Model().TickAll(true); });
-        AddButton(buttons, tr("&Untick all"), QStringLiteral("untickAll"), tr("Unticks all rows"),
-                  [this] { m_table->Model().TickAll(false); });
-        AddButton(buttons, tr("&Tick or untick selected"), QStringLiteral("tickSelected"),
-                  tr("Ticks the selected rows; unticks them when they are ticked"),
-                  [this] { m_table->ToggleSelected(); });
+        m_tickers.push_back(AddButton(buttons, tr("Tick &all"), QStringLiteral("tickAll"),
+                                      tr("Ticks all that differs and can be loaded"),
+                                      [this] { m_table->Model().TickAll(true); }));
+        m_tickers.push_back(AddButton(buttons, tr("&Untick all"), QStringLiteral("untickAll"), tr("Unticks all rows"),
+                                      [this] { m_table->Model().TickAll(false); }));
+        m_tickers.push_back(AddButton(buttons, tr("&Tick or untick selected"), QStringLiteral("tickSelected"),
+                                      tr("Ticks the selected rows; unticks them when they are ticked"),
+                                      [this] { m_table->ToggleSelected(); }));
         buttons.addStretch(1);
         m_again = AddButton(buttons, tr("Look a&gain"), QStringLiteral("lookAgain"),
                             tr("Shows what the preset would change now"), [this] { LookAgain(); });
@@ -90,7 +91,7 @@ LoadPresetDialog::LoadPresetDialog(PresetWork& work, CDataId const& sonar, QWidg
     connect(&m_following, &QTimer::timeout, this, [this] { Look(); });
     m_following.start(followInterval);
     m_presets->Refresh();
-    resize(fontMetrics().averageCharWidth() * 125, fontMetrics().lineSpacing() * 32);
+    resize(fontMetrics().averageCharWidth() * 145, fontMetrics().lineSpacing() * 32);
     ShowPhase();
     m_presets->setFocus();
 }
@@ -173,12 +174,18 @@ void LoadPresetDialog::Take(SonarNow const& now)
     ShowPhase();
 }
 
+bool LoadPresetDialog::CanLoad() const
+{
+    return m_preset && m_phase == Phase::Looking && m_refusal.isEmpty() && !m_isFresh &&
+           !m_table->Model().Ticked().empty();
+}
+
 void LoadPresetDialog::Load()
 {
-    m_asked = m_table->Model().Ticked();
-    if (!m_preset || m_phase != Phase::Looking || m_asked.empty() || !m_refusal.isEmpty()) {
+    if (!CanLoad()) {
         return;
     }
+    m_asked = m_table->Model().Ticked();
     ++m_round;
     m_isLooking = false;
     m_phase = Phase::Waiting;
@@ -232,8 +239,10 @@ QString LoadPresetDialog::Counted() const
 
 void LoadPresetDialog::ShowPhase()
 {
-    bool const canLoad = m_preset && m_phase == Phase::Looking && m_refusal.isEmpty() && !m_isFresh;
-    m_load->setEnabled(canLoad && !m_table->Model().Ticked().empty());
+    m_load->setEnabled(CanLoad());
+    for (auto* const ticker : m_tickers) {
+        ticker->setEnabled(m_preset && m_phase == Phase::Looking);
+    }
     m_again->setEnabled(m_preset && m_phase != Phase::Waiting);
     m_sonar->setEnabled(m_phase != Phase::Waiting);
     m_presets->setEnabled(m_phase != Phase::Waiting);

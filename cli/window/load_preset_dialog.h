@@ -12,6 +12,7 @@
 #include <QTimer>
 
 #include <optional>
+#include <vector>
 
 class QPushButton;
 
@@ -29,6 +30,10 @@ public:
     LoadPresetDialog(PresetWork& work, CDataId const& sonar, QWidget* parent);
 
     PresetChooser& Presets() { return *m_presets; }
+    /// Asks for what is ticked, as the button does.
+    void Load();
+    bool CanLoad() const;
+    bool HasLoaded() const { return m_phase == Phase::Loaded; }
     void PresetsChanged() override;
 
 private:
@@ -45,7 +50,6 @@ private:
     void Look();
     /// How the sonar stands now has come.
     void Take(SonarNow const& now);
-    void Load();
     void TakeOutcome(operation::PresetLoadOutcome const& outcome);
     /// Who may be pressed, and what the line says meanwhile.
     void ShowPhase();
@@ -54,6 +58,7 @@ private:
     SonarList* m_sonar;
     PresetChooser* m_presets;
     PresetTableView* m_table;
+    std::vector<QPushButton*> m_tickers;
     QPushButton* m_load = nullptr;
     QPushButton* m_again = nullptr;
     QTimer m_following;

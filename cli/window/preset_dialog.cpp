@@ -29,6 +29,11 @@ PresetDialog::PresetDialog(PresetWork& work, QString const& title, QString const
     m_line->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
 }
 
+QString PresetDialog::Line() const
+{
+    return m_line->text();
+}
+
 void PresetDialog::Say(QString const& line)
 {
     if (m_line->text() != line) {

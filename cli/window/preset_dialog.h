@@ -25,6 +25,8 @@ public:
 
     /// The presets of the project are others now.
     virtual void PresetsChanged() {}
+    /// What the last line says.
+    QString Line() const;
     /// Who is told that this dialog has changed them.
     void SetChanged(std::function<void()> changed) { m_changed = std::move(changed); }
 

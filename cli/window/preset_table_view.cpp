@@ -48,6 +48,7 @@ protected:
         if ((option->features & QStyleOptionViewItem::HasCheckIndicator) != 0 &&
             (index.flags() & Qt::ItemIsUserCheckable) == 0) {
             option->state &= ~QStyle::State_Enabled;
+            option->palette.setBrush(QPalette::Base, option->palette.brush(QPalette::Active, QPalette::Mid));
             for (auto const role : {QPalette::Text, QPalette::HighlightedText, QPalette::Highlight}) {
                 option->palette.setBrush(QPalette::Disabled, role, option->palette.brush(QPalette::Active, role));
             }
@@ -113,9 +114,10 @@ void PresetTableView::FitColumns()
     m_table->FitColumn(PresetTableModel::Unit, QStringLiteral("pings/s"));
     m_table->FitColumn(PresetTableModel::Now, QStringLiteral("1234.5678901234"));
     m_table->FitColumn(PresetTableModel::Then, QStringLiteral("1234.5678901234"));
-    m_table->FitColumn(PresetTableModel::State, m_model->HasAfter()
-                                                    ? QStringLiteral("different, and so on")
-                                                    : QStringLiteral("beyond: the sonar does not take this value"));
+    // The last column has what is left.
+    if (m_model->HasAfter()) {
+        m_table->FitColumn(PresetTableModel::State, QStringLiteral("unknown: no setting that"));
+    }
 }
 
 void PresetTableView::TellWhyNot(int row)

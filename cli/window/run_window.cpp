@@ -7,7 +7,9 @@
 #include "cli/platform/memory_reserve.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
+#include "cli/window/load_preset_dialog.h"
 #include "cli/window/operator_panes.h"
+#include "cli/window/preset_chooser.h"
 #include "cli/window/shown_view.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
@@ -35,6 +37,7 @@
 #include <optional>
 #include <vector>
 
+#include <QAction>
 #include <QApplication>
 #include <QBuffer>
 #include <QElapsedTimer>
@@ -238,6 +241,26 @@ bool WritePicture(QPixmap const& picture, QString const& file, std::string& erro
     return false;
 }
 
+/// Renders the dialog that has loaded the preset into the shown sonar.
+int TakePresetPicture(RunOptions const& options, vordal::MainWindow& window)
+{
+    window.findChild<QAction*>(QStringLiteral("loadPresetAction"))->trigger();
+    auto* const dialog =
+        dynamic_cast<LoadPresetDialog*>(window.findChild<QDialog*>(QStringLiteral("loadPresetDialog")));
+    dialog->Presets().ChooseFile(QString::fromStdString(options.preset));
+    bool hasLoaded = RunUntil([&] { return dialog->CanLoad(); }, 10s);
+    if (hasLoaded) {
+        dialog->Load();
+        hasLoaded = RunUntil([&] { return dialog->HasLoaded(); }, 10s);
+    }
+    if (!hasLoaded) {
+        return Complain(ExitFailed, "no picture: the preset is not loaded: " + dialog->Line().toStdString());
+    }
+    std::string error;
+    bool const isWritten = WritePicture(dialog->grab(), QString::fromStdString(options.screenshot), error);
+    return isWritten ? ExitGood : Complain(ExitFailed, error);
+}
+
 /// Renders the view, or the whole window, with that tab in front, or with each in turn.
 int TakePicture(RunOptions const& options, vordal::StoredDevice const& shown, vordal::MainWindow& window,
                 vordal::ViewFrame& frame)
@@ -257,6 +280,9 @@ int TakePicture(RunOptions const& options, vordal::StoredDevice const& shown, vo
         if (!RunUntil(hasAttributes, 10s) && isSonar) {
             return Complain(ExitFailed, "no picture: the sonar tells nothing of itself");
         }
+    }
+    if (!options.preset.empty()) {
+        return TakePresetPicture(options, window);
     }
     QWidget* target = &window;
     if (!options.wholeWindow) {
