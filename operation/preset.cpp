@@ -223,7 +223,10 @@ CAttributeMap Preset::Tree() const
 {
     CAttributeMap tree;
     for (PresetSetting const& setting : settings) {
-        AddValue(tree, AttributeKey(std::wstring_view(setting.key)), setting.value);
+        // Of those that nobody knows there may be many.
+        if (Setting const* const known = FindSetting(setting.key); known != nullptr) {
+            AddValue(tree, known->operand->attribute, setting.value);
+        }
     }
     return tree;
 }

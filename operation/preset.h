@@ -37,7 +37,7 @@ struct Preset
     std::string sonarClass;              ///< of which class of devices that one is
     std::vector<PresetSetting> settings; ///< no key twice
 
-    /// The values at the root of a tree, as a request or a device's tree has them.
+    /// Those that are known here at the root of a tree, as a request has them.
     CAttributeMap Tree() const;
 };
 
