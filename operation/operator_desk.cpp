@@ -14,7 +14,7 @@ OperatorDesk::OperatorDesk(FollowerOptions options)
     : m_watch(options.steadyClock), m_lease(options.steadyClock), m_follower(std::move(options))
 {
     for (ActionListener* const listener :
-         std::initializer_list<ActionListener*>{&m_watch, &m_held, &m_log, &m_events, &m_history}) {
+         std::initializer_list<ActionListener*>{&m_watch, &m_held, &m_log, &m_events, &m_history, &m_presets}) {
         m_follower.AddListener(*listener);
     }
 }
@@ -81,6 +81,7 @@ void OperatorDesk::OnRemoved(CDataId const& sonar)
 void OperatorDesk::Tick()
 {
     m_follower.Tick();
+    m_presets.Tick();
     for (SonarState const& state : m_watch.Tick()) {
         bool& silent = m_silent[state.sonar.GetKey()];
         bool const wasSilent = std::exchange(silent, state.condition == SonarCondition::Silent);

@@ -5,6 +5,7 @@
 #include "operation/action_log.h"
 #include "operation/event_list.h"
 #include "operation/held_requests.h"
+#include "operation/preset_load.h"
 #include "operation/request_follower.h"
 #include "operation/session_history.h"
 #include "operation/sonar_watch.h"
@@ -56,6 +57,7 @@ public:
     ActionLease& Lease() { return m_lease; }
     ActionLog& Log() { return m_log; }
     SessionHistory& Steps() { return m_history; }
+    PresetLoads& Presets() { return m_presets; }
 
 private:
     /// Who has no lease hears of that first.
@@ -69,6 +71,7 @@ private:
     ActionLease m_lease;
     ActionLog m_log;
     SessionHistory m_history{m_events};
+    PresetLoads m_presets;
     RequestFollower m_follower;
     /// By the text of the id: whether a connection stood, and was lost since.
     struct Link

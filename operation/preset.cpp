@@ -223,7 +223,10 @@ CAttributeMap Preset::Tree() const
 {
     CAttributeMap tree;
     for (PresetSetting const& setting : settings) {
-        AddValue(tree, AttributeKey(std::wstring_view(setting.key)), setting.value);
+        // Of those that nobody knows there may be many.
+        if (Setting const* const known = FindSetting(setting.key); known != nullptr) {
+            AddValue(tree, known->operand->attribute, setting.value);
+        }
     }
     return tree;
 }
@@ -241,6 +244,14 @@ std::string RefusePresetName(std::string_view name)
         return "a preset's name is text in one line, without control characters";
     }
     return {};
+}
+
+std::string RefuseSonarClass(Preset const& preset, std::string_view sonarClass)
+{
+    return preset.sonarClass == sonarClass
+               ? std::string()
+               : fmt::format("the preset is of a sonar of the class {}, this one is of the class {}",
+                             QuoteForMessage(preset.sonarClass), QuoteForMessage(sonarClass));
 }
 
 Preset TakePreset(CAttributeMap const& tree, PresetOrigin const& origin)

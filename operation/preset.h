@@ -37,7 +37,7 @@ struct Preset
     std::string sonarClass;              ///< of which class of devices that one is
     std::vector<PresetSetting> settings; ///< no key twice
 
-    /// The values at the root of a tree, as a request or a device's tree has them.
+    /// Those that are known here at the root of a tree, as a request has them.
     CAttributeMap Tree() const;
 };
 
@@ -58,6 +58,9 @@ Preset TakePreset(CAttributeMap const& tree, PresetOrigin const& origin);
 /// Why no preset can have the name, in one line; empty for a good one. Names have 1 to 100 characters, without control
 /// characters.
 std::string RefusePresetName(std::string_view name);
+
+/// Why a sonar of that class of devices cannot be given the preset, in one line; empty when it can.
+std::string RefuseSonarClass(Preset const& preset, std::string_view sonarClass);
 
 /// The document: one setting on a line, key, kind, value and unit. Numbers read back to the last bit, whatever the
 /// locale.

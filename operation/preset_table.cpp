@@ -5,11 +5,14 @@
 
 #include <commands/catalogue.h>
 #include <commands/settings.h>
+#include <protocol/print.h>
 #include <values/vordal_value.h>
 
 #include <algorithm>
 #include <set>
 #include <utility>
+
+#include <fmt/format.h>
 
 namespace qx5::operation {
 
@@ -37,6 +40,27 @@ std::string_view NameOf(RowState state)
     constexpr std::array<std::string_view, RowStates.size()> names{"equal", "different", "beyond", "unknown",
                                                                    "missing"};
     return names[static_cast<std::size_t>(state)];
+}
+
+std::string_view WhyNotTicked(PresetRow const& row)
+{
+    switch (row.state) {
+    case RowState::Equal:
+    case RowState::Different:
+        return {};
+    case RowState::Beyond:
+        return PresetTable::CanBeAsked(row) ? "the sonar does not take this value" : "this is no finite number";
+    case RowState::Unknown:
+        return "no setting that this program knows";
+    case RowState::Missing:
+        return protocol::IsEmpty(row.now) ? "the sonar tells none" : "the preset has none";
+    }
+    return {};
+}
+
+std::string ShownValue(protocol::Value const& value)
+{
+    return protocol::IsEmpty(value) ? "-" : protocol::ValueText(value);
 }
 
 PresetTable PresetTable::Of(Preset const& now, Preset const& then, SonarLimits const& limits, Extent extent)
@@ -71,6 +95,31 @@ PresetTable PresetTable::ForSonar(CAttributeMap const& tree, Preset const& then)
 PresetTable PresetTable::Between(Preset const& now, Preset const& then, SonarLimits const& limits)
 {
     return Of(now, then, limits, Extent::Both);
+}
+
+PresetTable PresetTable::Between(PresetSide const& now, PresetSide const& then)
+{
+    return Between(now.preset, then.preset, now.tree ? SonarLimits(*now.tree, then.preset.Tree()) : SonarLimits());
+}
+
+std::string PresetTable::CountsText() const
+{
+    std::string text;
+    for (RowState const state : RowStates) {
+        text += fmt::format("{}{} {}", text.empty() ? "" : ", ", Count(state), NameOf(state));
+    }
+    return text;
+}
+
+bool PresetTable::IsAsPreset() const
+{
+    return Count(RowState::Equal) + Count(RowState::Unknown) == m_rows.size();
+}
+
+bool PresetTable::IsSameOnBothSides() const
+{
+    return std::all_of(m_rows.begin(), m_rows.end(),
+                       [](PresetRow const& row) { return IsSameValue(row.then, row.now); });
 }
 
 std::size_t PresetTable::Count(RowState state) const

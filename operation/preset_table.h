@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,6 +41,20 @@ struct PresetRow
     RowState state = RowState::Unknown;
 };
 
+/// Why a row that differs cannot be ticked among those that are asked for without more ado, in a few words; empty for
+/// one that can be, and for one that is equal.
+std::string_view WhyNotTicked(PresetRow const& row);
+
+/// A value as a table shows it, "-" for none.
+std::string ShownValue(protocol::Value const& value);
+
+/// What is compared: settings, and the tree of the sonar that has them, if that runs.
+struct PresetSide
+{
+    Preset preset;
+    std::optional<CAttributeMap> tree = {};
+};
+
 /// A value; any thread.
 class PresetTable
 {
@@ -51,9 +66,17 @@ public:
     /// One preset beside another: a row for each setting of `then`, in its order, then one for each that only `now`
     /// has. `limits` are those of the sonar that has `now`, where there is one.
     static PresetTable Between(Preset const& now, Preset const& then, SonarLimits const& limits = {});
+    /// The same, with the limits of the first where that is a sonar.
+    static PresetTable Between(PresetSide const& now, PresetSide const& then);
 
     std::vector<PresetRow> const& Rows() const { return m_rows; }
     std::size_t Count(RowState state) const;
+    /// "129 equal, 3 different, 0 beyond, 0 unknown, 0 missing"
+    std::string CountsText() const;
+    /// Whether the sonar has what the preset says; of a key that is no setting nobody can tell.
+    bool IsAsPreset() const;
+    /// Whether either side has all that the other has, also of keys that are no settings.
+    bool IsSameOnBothSides() const;
     /// Keeps the rows of these keys alone; gives those of them that the table has not.
     std::vector<std::wstring> KeepOnly(std::vector<std::wstring> const& keys);
 

@@ -1,6 +1,8 @@
-// qx5-pictures FOLDER [light|dark]: drives the operator's window on simulated sonars into the states that the manual
-// shows, and renders each as PNG, without a display.
+// qx5-pictures FOLDER PRESET: drives the operator's window on simulated sonars into the states that the manual shows,
+// and renders each as PNG into the folder, light and dark, without a display. The preset is one that can be loaded.
+#include "cli/window/load_preset_dialog.h"
 #include "cli/window/operator_window.h"
+#include "cli/window/preset_chooser.h"
 #include "cli/window/run_until.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/window/attribute_browser.h"
@@ -35,6 +37,8 @@ namespace {
 
 using namespace std::chrono_literals;
 namespace keys = qx5::protocol::keys;
+
+QString presetFile;
 
 constexpr int darkMode = 2;
 constexpr int lightMode = 4;
@@ -156,10 +160,21 @@ void AskWhileLost(Stage& stage)
     stage.Await([&] { return stage.Find<QListWidget>("heldRequests").count() == 2; });
 }
 
+void LoadPreset(Stage& stage)
+{
+    stage.Find<QAction>("loadPresetAction").trigger();
+    auto& dialog = dynamic_cast<qx5::cli::LoadPresetDialog&>(stage.Find<QDialog>("loadPresetDialog"));
+    dialog.Presets().ChooseFile(presetFile);
+    stage.Await([&] { return dialog.CanLoad(); });
+    dialog.Load();
+    stage.Await([&] { return dialog.HasLoaded(); });
+}
+
 struct State
 {
     char const* name; ///< of the file
     void (*reach)(Stage& stage);
+    char const* shown = nullptr; ///< the dialog that is rendered; none: the window
 };
 
 constexpr std::array states{
@@ -185,6 +200,7 @@ constexpr std::array states{
               stage.Await([&] { return stage.Session().Desk().Watch().StateOf(Stage::Shown()).pingsOn == false; });
               stage.Tell("set x5Power=190");
           }},
+    State{"preset-load", LoadPreset, "loadPresetDialog"},
 };
 
 /// Each state has a window of its own: one host at a time.
@@ -196,7 +212,8 @@ void Render(State const& state, int mode, QString const& folder)
     auto const file = QStringLiteral("%1/%2-%3.png")
                           .arg(folder, QString::fromLatin1(state.name),
                                mode == darkMode ? QStringLiteral("dark") : QStringLiteral("light"));
-    if (!stage.Window().grab().save(file, "PNG")) {
+    QWidget& shown = state.shown != nullptr ? stage.Find<QWidget>(state.shown) : stage.Window();
+    if (!shown.grab().save(file, "PNG")) {
         throw std::runtime_error(file.toStdString() + " cannot be written");
     }
 }
@@ -205,10 +222,11 @@ void Render(State const& state, int mode, QString const& folder)
 
 int main(int argc, char** argv)
 {
-    if (argc < 2) {
-        std::fputs("qx5-pictures FOLDER: a folder is missing\n", stderr);
+    if (argc != 3) {
+        std::fputs("qx5-pictures FOLDER PRESET: a folder and a preset, nothing else\n", stderr);
         return 2;
     }
+    presetFile = QString::fromLocal8Bit(argv[2]);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication const application(argc, argv);
     try {

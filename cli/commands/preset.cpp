@@ -6,8 +6,8 @@
 #include "cli/session.h"
 #include "cli/sonar_frames.h"
 #include "operation/preset.h"
+#include "operation/preset_shelf.h"
 #include "operation/preset_table.h"
-#include "operation/same_value.h"
 #include "reference_host/attributes/tree_account.h"
 #include "reference_host/attributes/tree_merge.h"
 
@@ -39,6 +39,7 @@ using operation::Preset;
 using operation::PresetError;
 using operation::PresetRow;
 using operation::PresetSetting;
+using operation::PresetSide;
 using operation::PresetTable;
 using operation::RowState;
 
@@ -54,42 +55,28 @@ double UtcSeconds()
     return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-CString WideText(std::string const& text)
-{
-    return CString(protocol::DecodeUtf8(text));
-}
-
 // Where presets are
 
 /// The project that keeps presets, open.
-class Shelf
+class OpenShelf
 {
 public:
     /// Throws Refusal when the options tell no project.
-    explicit Shelf(PresetOptions const& options,
-                   vordal::ProjectStore::Missing missing = vordal::ProjectStore::Missing::Refuse)
+    explicit OpenShelf(PresetOptions const& options,
+                       vordal::ProjectStore::Missing missing = vordal::ProjectStore::Missing::Refuse)
         : m_store(FileOf(options), missing)
     {
     }
 
     vordal::ProjectStore& Store() { return m_store; }
-
-    /// Nothing when the project has none of that name.
-    std::optional<std::string> Find(std::string const& name)
-    {
-        auto presets = m_store.Presets();
-        auto const found = presets.find(WideText(name));
-        return found != presets.end() ? std::optional(std::move(found->second)) : std::nullopt;
-    }
+    operation::PresetShelf& Presets() { return m_presets; }
 
     void Put(Preset const& preset, bool replace)
     {
-        if (!replace && Find(preset.name)) {
-            throw Refusal{ExitFailed, fmt::format("the project has a preset {} already; --replace puts the new one in "
-                                                  "its place",
-                                                  QuoteForMessage(preset.name))};
+        if (!m_presets.Put(preset, replace)) {
+            throw Refusal{ExitFailed,
+                          operation::PresetIsThere(preset.name) + "; --replace puts the new one in its place"};
         }
-        m_store.SavePreset(WideText(preset.name), WritePreset(preset));
     }
 
 private:
@@ -102,17 +89,8 @@ private:
     }
 
     vordal::ProjectStore m_store;
+    operation::PresetShelf m_presets{m_store};
 };
-
-Preset ReadKept(std::string const& name, std::string const& document)
-{
-    try {
-        return operation::ReadPreset(document);
-    } catch (PresetError const& failure) {
-        throw Refusal{ExitFailed,
-                      fmt::format("the preset {} of the project: {}", QuoteForMessage(name), failure.what())};
-    }
-}
 
 bool IsThere(std::string const& file)
 {
@@ -124,8 +102,8 @@ bool IsThere(std::string const& file)
 std::optional<Preset> FindPreset(std::string const& name, PresetOptions const& options)
 {
     if (!options.project.empty()) {
-        if (auto const document = Shelf(options).Find(name)) {
-            return ReadKept(name, *document);
+        if (auto preset = OpenShelf(options).Presets().Find(name)) {
+            return preset;
         }
     }
     return IsThere(name) ? std::optional(operation::ReadPresetFile(name)) : std::nullopt;
@@ -289,14 +267,7 @@ vordal::StoredDevice const& GetDevice(vordal::StoredProject const& project, std:
                                            : fmt::format("tell one by its name or id with --device: {}", names)};
 }
 
-/// What is compared: settings, and the tree of the sonar that has them, if that runs.
-struct Side
-{
-    Preset preset;
-    std::optional<CAttributeMap> tree;
-};
-
-Side GetSide(std::string const& name, PresetOptions const& options)
+PresetSide GetSide(std::string const& name, PresetOptions const& options)
 {
     if (auto preset = FindPreset(name, options)) {
         return {std::move(*preset), std::nullopt};
@@ -336,11 +307,6 @@ std::string Aligned(std::vector<Columns> const& lines)
     return text;
 }
 
-std::string ShownValue(protocol::Value const& value)
-{
-    return protocol::IsEmpty(value) ? "-" : protocol::ValueText(value);
-}
-
 JsonValue::Member TextMember(std::string_view name, std::string_view text)
 {
     return {std::string(name), JsonValue::Text(std::string(text))};
@@ -372,24 +338,14 @@ void PrintTable(PresetTable const& table, PresetOptions const& options, std::str
                             TextMember("unit", row.unit), TextMember("state", operation::NameOf(row.state))});
             PrintObject(std::move(members));
         } else if (options.all || row.state != RowState::Equal) {
-            lines.push_back(
-                {key, ShownValue(row.now), ShownValue(row.then), row.unit, std::string(operation::NameOf(row.state))});
+            lines.push_back({key, operation::ShownValue(row.now), operation::ShownValue(row.then), row.unit,
+                             std::string(operation::NameOf(row.state))});
         }
     }
     if (options.json) {
         return;
     }
-    std::string counts;
-    for (RowState const state : operation::RowStates) {
-        counts += fmt::format("{}{} {}", counts.empty() ? "" : ", ", table.Count(state), operation::NameOf(state));
-    }
-    fmt::print("{}{}\n", lines.size() > 1 ? Aligned(lines) : "", counts);
-}
-
-/// Whether the sonar has what the preset says; of a key that is no setting nobody can tell.
-bool IsAsPreset(PresetTable const& table)
-{
-    return table.Count(RowState::Equal) + table.Count(RowState::Unknown) == table.Rows().size();
+    fmt::print("{}{}\n", lines.size() > 1 ? Aligned(lines) : "", table.CountsText());
 }
 
 PresetTable TableFor(CAttributeMap const& tree, Preset const& preset, PresetOptions const& options)
@@ -420,6 +376,8 @@ int Guarded(Task const& task)
         return task();
     } catch (Refusal const& refusal) {
         return Complain(refusal.code, refusal.line);
+    } catch (operation::DamagedPreset const& failure) {
+        return Complain(ExitFailed, failure.what());
     } catch (PresetError const& failure) {
         return Complain(ExitWrong, failure.what());
     } catch (vordal::StoreError const& failure) {
@@ -450,7 +408,7 @@ int PresetSave(PresetOptions const& options)
         if (!options.sonar.empty()) {
             preset = LiveSonar(options.sonar, options).Take(options.preset);
         } else {
-            auto const project = Shelf(options).Store().Load();
+            auto const project = OpenShelf(options).Store().Load();
             auto const& device = GetDevice(project, options.device);
             preset = operation::TakePreset(device.attributes, {.name = options.preset,
                                                                .utcSeconds = UtcSeconds(),
@@ -463,7 +421,7 @@ int PresetSave(PresetOptions const& options)
         if (!options.file.empty()) {
             WriteFile(preset, options);
         } else {
-            Shelf(options, vordal::ProjectStore::Missing::Create).Put(preset, options.replace);
+            OpenShelf(options, vordal::ProjectStore::Missing::Create).Put(preset, options.replace);
         }
         PrintTaken(preset);
         return ExitGood;
@@ -475,22 +433,18 @@ int PresetList(PresetOptions const& options)
     return Guarded([&] {
         std::vector<Columns> lines{{"name", "taken", "of", "class", "settings"}};
         std::vector<std::string> unreadable;
-        for (auto const& [wideName, document] : Shelf(options).Store().Presets()) {
-            auto const name = tvcore::ToUtf8(wideName);
-            try {
-                Preset const preset = ReadKept(name, document);
-                auto const count = preset.settings.size();
-                if (options.json) {
-                    PrintObject({TextMember("name", name),
-                                 TextMember("time", preset.time),
-                                 TextMember("sonar", preset.sonar),
-                                 TextMember("class", preset.sonarClass),
-                                 {"settings", JsonValue::Unsigned(count)}});
-                } else {
-                    lines.push_back({name, preset.time, preset.sonar, preset.sonarClass, std::to_string(count)});
-                }
-            } catch (Refusal const& refusal) {
-                unreadable.push_back(refusal.line);
+        for (auto const& preset : OpenShelf(options).Presets().List()) {
+            if (!preset.damage.empty()) {
+                unreadable.push_back(preset.damage);
+            } else if (options.json) {
+                PrintObject({TextMember("name", preset.name),
+                             TextMember("time", preset.time),
+                             TextMember("sonar", preset.sonar),
+                             TextMember("class", preset.sonarClass),
+                             {"settings", JsonValue::Unsigned(preset.settings)}});
+            } else {
+                lines.push_back(
+                    {preset.name, preset.time, preset.sonar, preset.sonarClass, std::to_string(preset.settings)});
             }
         }
         if (!options.json) {
@@ -514,7 +468,7 @@ int PresetShow(PresetOptions const& options)
                 PrintObject(
                     {TextMember("key", key), ValueMember("value", setting.value), TextMember("unit", setting.unit)});
             } else {
-                lines.push_back({key, ShownValue(setting.value), setting.unit});
+                lines.push_back({key, operation::ShownValue(setting.value), setting.unit});
             }
         }
         if (!options.json) {
@@ -528,15 +482,11 @@ int PresetShow(PresetOptions const& options)
 int PresetCompare(PresetOptions const& options)
 {
     return Guarded([&] {
-        Side const now = GetSide(options.preset, options);
-        Side const then = GetSide(options.other, options);
-        auto const table = PresetTable::Between(now.preset, then.preset,
-                                                now.tree ? operation::SonarLimits(*now.tree, then.preset.Tree())
-                                                         : operation::SonarLimits());
+        PresetSide const now = GetSide(options.preset, options);
+        PresetSide const then = GetSide(options.other, options);
+        auto const table = PresetTable::Between(now, then);
         PrintTable(table, options);
-        bool const isSame = std::all_of(table.Rows().begin(), table.Rows().end(),
-                                        [](PresetRow const& row) { return operation::IsSameValue(row.then, row.now); });
-        return isSame ? ExitGood : ExitFailed;
+        return table.IsSameOnBothSides() ? ExitGood : ExitFailed;
     });
 }
 
@@ -546,15 +496,13 @@ int PresetLoad(PresetOptions const& options)
         Preset const preset = GetPreset(options.preset, options);
         LiveSonar sonar(options.sonar, options);
         LeavingWord const leavingWord(sonar.Switches(), options.sonar);
-        if (preset.sonarClass != sonar.Class()) {
-            throw Refusal{ExitWrong,
-                          fmt::format("the preset is of a sonar of the class {}, this one is of the class {}",
-                                      QuoteForMessage(preset.sonarClass), QuoteForMessage(sonar.Class()))};
+        if (auto const reason = operation::RefuseSonarClass(preset, sonar.Class()); !reason.empty()) {
+            throw Refusal{ExitWrong, reason};
         }
         auto const before = TableFor(sonar.Tree(), preset, options);
         PrintTable(before, options, "before");
         if (options.dryRun) {
-            return IsAsPreset(before) ? ExitGood : ExitFailed;
+            return before.IsAsPreset() ? ExitGood : ExitFailed;
         }
         // What is beyond the limits goes out only when its key was named.
         auto const request = before.Request(
@@ -569,7 +517,7 @@ int PresetLoad(PresetOptions const& options)
         if (!complaint.empty()) {
             throw Refusal{ExitFailed, complaint};
         }
-        if (!IsAsPreset(after)) {
+        if (!after.IsAsPreset()) {
             throw Refusal{ExitFailed, "the sonar has something else than the preset, see above"};
         }
         return ExitGood;
@@ -579,11 +527,11 @@ int PresetLoad(PresetOptions const& options)
 int PresetExport(PresetOptions const& options)
 {
     return Guarded([&] {
-        auto const document = Shelf(options).Find(options.preset);
-        if (!document) {
-            throw Refusal{ExitWrong, fmt::format("the project has no preset {}", QuoteForMessage(options.preset, 200))};
+        auto const preset = OpenShelf(options).Presets().Find(options.preset);
+        if (!preset) {
+            throw Refusal{ExitWrong, operation::NoSuchPreset(options.preset)};
         }
-        WriteFile(ReadKept(options.preset, *document), options);
+        WriteFile(*preset, options);
         return ExitGood;
     });
 }
@@ -596,7 +544,7 @@ int PresetImport(PresetOptions const& options)
             CheckName(options.name);
             preset.name = options.name;
         }
-        Shelf(options, vordal::ProjectStore::Missing::Create).Put(preset, options.replace);
+        OpenShelf(options, vordal::ProjectStore::Missing::Create).Put(preset, options.replace);
         PrintTaken(preset);
         return ExitGood;
     });
@@ -605,8 +553,8 @@ int PresetImport(PresetOptions const& options)
 int PresetRemove(PresetOptions const& options)
 {
     return Guarded([&] {
-        if (!Shelf(options).Store().RemovePreset(WideText(options.preset))) {
-            throw Refusal{ExitWrong, fmt::format("the project has no preset {}", QuoteForMessage(options.preset, 200))};
+        if (!OpenShelf(options).Presets().Remove(options.preset)) {
+            throw Refusal{ExitWrong, operation::NoSuchPreset(options.preset)};
         }
         return ExitGood;
     });

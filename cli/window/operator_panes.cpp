@@ -1,4 +1,4 @@
-// What surrounds the requests of a session, shown in its window: events, history, banner, transmit lock.
+// What surrounds the requests of a session, shown in its window: events, history, banner, transmit lock, presets.
 #include "operator_panes.h"
 
 #include "window_session.h"
@@ -144,6 +144,7 @@ void OperatorPanes::MakeMenus()
         }
         ShowLease();
     });
+    m_presets.emplace(m_session, m_window);
 }
 
 void OperatorPanes::Note(vordal::FieldNotice const& notice)

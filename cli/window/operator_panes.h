@@ -1,8 +1,9 @@
-// What surrounds the requests of a session, shown in its window: events, history, banner, transmit lock.
+// What surrounds the requests of a session, shown in its window: events, history, banner, transmit lock, presets.
 #pragma once
 
 #include "event_pane.h"
 #include "history_pane.h"
+#include "preset_menu.h"
 #include "view_banner.h"
 
 #include "reference_host/controls/field_text.h"
@@ -13,6 +14,7 @@
 #include <QTimer>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 class QAction;
@@ -66,6 +68,7 @@ private:
     QAction* m_redo = nullptr;
     QAction* m_lockAction = nullptr;
     QAction* m_leaseAction = nullptr;
+    std::optional<PresetMenu> m_presets;
     std::uint64_t m_historyVersion = 0;
     int m_looks = 0;
     QTimer m_timer;

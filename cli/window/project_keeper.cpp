@@ -31,17 +31,22 @@ std::unique_ptr<HeldProject> ProjectKeeper::End()
 
 void ProjectKeeper::Put(vordal::StoredProject project)
 {
-    Add({std::move(project), {}, {}});
+    Add({std::move(project), {}, {}, {}});
 }
 
 void ProjectKeeper::Save(vordal::StoredProject project, Saved saved)
 {
-    Add({std::move(project), {}, std::move(saved)});
+    Add({std::move(project), {}, std::move(saved), {}});
 }
 
 void ProjectKeeper::SaveAs(vordal::StoredProject project, std::filesystem::path file, Saved saved)
 {
-    Add({std::move(project), std::move(file), std::move(saved)});
+    Add({std::move(project), std::move(file), std::move(saved), {}});
+}
+
+void ProjectKeeper::Do(std::function<void(vordal::ProjectStore&)> task)
+{
+    Add({{}, {}, {}, std::move(task)});
 }
 
 void ProjectKeeper::Add(Job job)
@@ -49,7 +54,7 @@ void ProjectKeeper::Add(Job job)
     {
         std::lock_guard const lock(m_mutex);
         // What nobody has asked for gives way to what is newer.
-        if (!m_waiting.empty() && !m_waiting.back().saved) {
+        if (!m_waiting.empty() && m_waiting.back().MayGiveWay()) {
             m_waiting.pop_back();
         }
         m_waiting.push_back(std::move(job));
@@ -67,10 +72,17 @@ void ProjectKeeper::Run()
         }
         auto job = std::move(m_waiting.front());
         m_waiting.pop_front();
-        if (m_ending && !job.saved) {
+        if (m_ending && job.MayGiveWay()) {
             continue;
         }
         lock.unlock();
+        if (job.task) {
+            if (m_project != nullptr) {
+                job.task(m_project->Store());
+            }
+            lock.lock();
+            continue;
+        }
         auto problem = SaveOf(job);
         if (job.saved) {
             job.saved(problem);

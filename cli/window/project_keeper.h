@@ -44,8 +44,12 @@ public:
     /// when that fails, both files are as they were, and the former one is the project still.
     void SaveAs(vordal::StoredProject project, std::filesystem::path file, Saved saved);
 
-    /// Waits for what was asked for by Save and SaveAs and gives the project back (null: there is none); what Put has
-    /// left is for whoever saves last. Nothing is saved any more.
+    /// Has the task run with the store on the keeper's thread, in its turn; where there is no project it is left. It
+    /// may not throw. Any thread; does not wait.
+    void Do(std::function<void(vordal::ProjectStore&)> task);
+
+    /// Waits for what was asked for by Save, SaveAs and Do and gives the project back (null: there is none); what Put
+    /// has left is for whoever saves last. Nothing is saved any more.
     std::unique_ptr<HeldProject> End();
 
 private:
@@ -53,7 +57,10 @@ private:
     {
         vordal::StoredProject project;
         std::optional<std::filesystem::path> file;
-        Saved saved; ///< empty: nobody has asked for it
+        Saved saved;                                     ///< empty: nobody has asked for it
+        std::function<void(vordal::ProjectStore&)> task; ///< in place of a save
+
+        bool MayGiveWay() const { return !saved && !task; }
     };
 
     void Add(Job job);

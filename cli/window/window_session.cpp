@@ -505,6 +505,13 @@ void WindowSession::Redo()
     m_host.Post([this] { m_desk.Steps().Redo(); });
 }
 
+void WindowSession::WithProject(std::function<void(vordal::ProjectStore&)> task)
+{
+    if (m_keeper != nullptr) {
+        m_keeper->Do(std::move(task));
+    }
+}
+
 void WindowSession::SetSimulated(CDataId const& sonar, bool isSimulated)
 {
     std::erase(m_simulated, sonar);

@@ -98,6 +98,10 @@ public:
     /// Return at once.
     void Undo();
     void Redo();
+    /// Whether there is a project that keeps what it is given.
+    bool HasProject() const { return !ProjectFile().empty(); }
+    /// ProjectKeeper::Do; the task is left where there is no project.
+    void WithProject(std::function<void(vordal::ProjectStore&)> task);
     /// Whether the sonar is one of this program's own: such a one is listed as simulated, and the transmit lock does
     /// not concern it.
     void SetSimulated(CDataId const& sonar, bool isSimulated = true);

@@ -577,8 +577,14 @@ std::map<CString, std::string> ProjectStore::Presets()
 
 void ProjectStore::SavePreset(CString const& name, std::string const& document)
 {
+    RenamePreset(name, name, document);
+}
+
+void ProjectStore::RenamePreset(CString const& name, CString const& to, std::string const& document)
+{
     m_impl->InTransaction([&] {
-        m_impl->Sql("INSERT OR REPLACE INTO preset(name, document) VALUES(?, ?)").Bind(name).Bind(document).Step();
+        m_impl->Sql("DELETE FROM preset WHERE name=?").Bind(name).Step();
+        m_impl->Sql("INSERT OR REPLACE INTO preset(name, document) VALUES(?, ?)").Bind(to).Bind(document).Step();
     });
 }
 

@@ -136,6 +136,8 @@ public:
     std::map<CString, std::string> Presets();
     /// Replaces the preset of that name, or adds it.
     void SavePreset(CString const& name, std::string const& document);
+    /// Puts the document under the new name and takes away what was under the old one, in one step.
+    void RenamePreset(CString const& name, CString const& to, std::string const& document);
     /// False when there is no such preset.
     bool RemovePreset(CString const& name);
     /// False when there is no such device.

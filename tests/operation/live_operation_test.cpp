@@ -6,6 +6,7 @@
 #include <VordalAttributesR/CVordalType.h>
 
 #include <mutex>
+#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -151,6 +152,50 @@ TEST_F(LiveOperation, WhatNobodyCouldHearIsOfferedAndSentByHandAlone)
     EXPECT_TRUE(desk.Held().Send(Sonar));
     EXPECT_TRUE(far.WaitForRange(80.0F));
     EXPECT_EQ(far.Ranges(), std::vector<float>{80.0F});
+}
+
+TEST_F(LiveOperation, APresetIsOneRequestAndTellsWhatTheSonarThenHas)
+{
+    ASSERT_TRUE(near.Connect());
+    ASSERT_TRUE(Eventually([&] { return near.Value(L"x5Gain").has_value(); }));
+    operation::Preset const preset{
+        "Shallow", "", "", "", {{L"x5Range", 50.0, "m"}, {L"x5Gain", 30.0, "dB"}, {L"x5Power", 190.0, "dB"}}};
+    std::optional<operation::PresetLoadOutcome> outcome;
+    auto const load = [&](CDataId const& sonar, operation::PresetLoads::Keys const& keys) {
+        outcome.reset();
+        near.Host().RunAndWait([&] {
+            desk.Presets().Load(sonar, preset, keys, [&](operation::PresetLoadOutcome const& told) { outcome = told; });
+        });
+    };
+    auto const rangeOf = [](operation::Preset const& has) {
+        for (auto const& setting : has.settings) {
+            if (setting.key == L"x5Range") {
+                return std::get<double>(setting.value);
+            }
+        }
+        return 0.0;
+    };
+    load(Sonar, {L"x5Range", L"x5Gain", L"x5Power"});
+    EXPECT_FALSE(outcome.has_value()) << "the sonar has not answered";
+    ASSERT_TRUE(WaitForNothingPending());
+    ASSERT_TRUE(Eventually([&] {
+        near.Host().RunAndWait([this] { desk.Tick(); });
+        return outcome.has_value();
+    }));
+    EXPECT_EQ(outcome->result, operation::Result::Agrees);
+    EXPECT_EQ(outcome->asked.Count(), 2) << "what is equal is not asked for";
+    EXPECT_EQ(rangeOf(outcome->has), 50.0);
+
+    // Nothing is left to ask for, and that is told at once.
+    load(Sonar, {L"x5Range", L"x5Gain", L"x5Power", L"later"});
+    ASSERT_TRUE(outcome.has_value());
+    EXPECT_EQ(outcome->asked.Count(), 0);
+    EXPECT_EQ(outcome->reason, "");
+    EXPECT_EQ(rangeOf(outcome->has), 50.0);
+    load(CDataId(1, 78, 9, 1), {L"x5Range"});
+    ASSERT_TRUE(outcome.has_value());
+    EXPECT_EQ(outcome->result, operation::Result::NotSent);
+    EXPECT_EQ(outcome->reason, "the sonar is not there any more");
 }
 
 } // namespace

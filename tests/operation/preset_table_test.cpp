@@ -19,6 +19,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Doubles = std::vector<double>;
 
+constexpr double noNumber = std::numeric_limits<double>::quiet_NaN();
 constexpr double endless = std::numeric_limits<double>::infinity();
 
 AttributeKey Key(std::wstring_view text)
@@ -162,6 +163,28 @@ TEST(PresetTable, TellsHowEachValueStands)
     EXPECT_EQ(table.Count(RowState::Beyond), 1U);
     EXPECT_EQ(table.Count(RowState::Unknown), 2U);
     EXPECT_EQ(table.Count(RowState::Missing), 1U);
+}
+
+TEST(PresetTable, SaysWhyARowCannotBeTickedAndCountsInOneLine)
+{
+    auto const table = PresetTable::ForSonar(SonarTree(), PresetOf({{L"x5Range", 50.0},
+                                                                    {L"x5Power", 190.0},
+                                                                    {L"x5Gain", 84.0},
+                                                                    {L"x5SoundVelocity", noNumber},
+                                                                    {L"later", 1.0},
+                                                                    {L"x5CoverageAngle", 140.0}}));
+    std::vector<std::string> why;
+    for (PresetRow const& row : table.Rows()) {
+        why.emplace_back(WhyNotTicked(row));
+    }
+    EXPECT_THAT(why, ElementsAre("", "", "the sonar does not take this value", "this is no finite number",
+                                 "no setting that this program knows", "the sonar tells none"));
+    EXPECT_EQ(table.CountsText(), "1 equal, 1 different, 2 beyond, 1 unknown, 1 missing");
+    EXPECT_FALSE(table.IsAsPreset());
+    EXPECT_FALSE(table.IsSameOnBothSides());
+    EXPECT_TRUE(PresetTable::ForSonar(SonarTree(), PresetOf({{L"x5Power", 190.0}, {L"later", 1.0}})).IsAsPreset());
+    EXPECT_EQ(WhyNotTicked(PresetTable::Between(PresetOf({{L"x5Range", 50.0}}), PresetOf({})).Rows()[0]),
+              "the preset has none");
 }
 
 TEST(PresetTable, WhatTheWireTakesIsNoDifference)

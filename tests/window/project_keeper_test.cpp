@@ -206,5 +206,25 @@ TEST_F(Keeper, TellsOnceWhyItCannotSaveAndSavesLater)
     EXPECT_TRUE(RunUntil([&] { return Told().size() == 2; })) << "after a good save it is told anew";
 }
 
+TEST(ProjectKeeper, DoesItsTasksInOrderAlsoWhileItEnds)
+{
+    TemporaryFolder const folder;
+    auto const file = folder / "survey.qx5";
+    std::string error;
+    std::vector<int> done;
+    {
+        cli::ProjectKeeper keeper(cli::HeldProject::Open(file, vordal::ProjectStore::Missing::Create, error),
+                                  [](std::string const&) {});
+        for (int i = 1; i <= 3; ++i) {
+            keeper.Do([&done, i](vordal::ProjectStore& of) {
+                of.SavePreset(L"Deep", std::to_string(i));
+                done.push_back(i);
+            });
+        }
+    }
+    EXPECT_EQ(done, (std::vector<int>{1, 2, 3}));
+    EXPECT_EQ(vordal::ProjectStore(file).Presets().at(L"Deep"), "3");
+}
+
 } // namespace
 } // namespace qx5::test
