@@ -9,6 +9,7 @@
 #include "cli/session.h"
 #include "cli/window/help_menu.h"
 #include "cli/window/operator_panes.h"
+#include "cli/window/screen_room.h"
 #include "cli/window/shown_view.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
@@ -42,7 +43,6 @@
 #include <QFile>
 #include <QFontMetrics>
 #include <QPixmap>
-#include <QScreen>
 #include <QSocketNotifier>
 #include <QTabBar>
 #include <QTimer>
@@ -357,12 +357,6 @@ void AskForSomething(CDataId const& sonar)
             DataManager::GetDataManager().SetAttributeMap(sonar, tree, 4, false);
         }
     }
-}
-
-/// What the screen has for a window's content, beside what a window manager puts around it.
-QSize RoomFor(QWidget const& window)
-{
-    return window.screen()->availableSize() - QSize(0, 2 * window.fontMetrics().lineSpacing());
 }
 
 } // namespace
