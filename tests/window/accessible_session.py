@@ -20,7 +20,7 @@ from desktop import Desktop, Missing, wait_until
 SKIPPED = 77
 DEVICE = "QX5SonarConfigurationControlDevice"
 # In seconds; ctest's limit is beyond it, so that this script is the one to clear away.
-GREATEST_TIME = 240
+GREATEST_TIME = 540
 
 # Roles that hold or divide, and that nobody meets by themselves.
 HOLDING = {"filler", "panel", "layered pane", "scroll bar", "separator", "split pane", "popup menu", "menu bar", "status bar",
@@ -116,7 +116,7 @@ class Screen:
         # The toolkit's side knows no other way to ask for the name of an action.
         warnings.filterwarnings("ignore", category=DeprecationWarning)
         self.Atspi.init()
-        self.Atspi.set_timeout(10000, 20000)
+        self.Atspi.set_timeout(30000, 60000)
         desktop = self.Atspi.get_desktop(0)
         # What an element says now, not what it said when it was asked before.
         desktop.set_cache_mask(self.Atspi.Cache.NONE)
@@ -174,7 +174,7 @@ class Sonar:
 
     def end(self):
         self._process.write("quit")
-        assert self._process.process.wait(20) == 0, self._process.errors()
+        assert self._process.process.wait(60) == 0, self._process.errors()
 
 
 class Session:
