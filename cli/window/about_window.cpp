@@ -1,6 +1,8 @@
 // What program this is, and which plug-ins it has loaded.
 #include "about_window.h"
 
+#include "screen_room.h"
+
 #include <QApplication>
 #include <QClipboard>
 #include <QDialogButtonBox>
@@ -30,7 +32,8 @@ AboutWindow::AboutWindow(QWidget* parent) : QDialog(parent), m_text(new QPlainTe
     auto* const column = new QVBoxLayout(this);
     column->addWidget(m_text, 1);
     column->addWidget(buttons);
-    resize(fontMetrics().averageCharWidth() * 105, fontMetrics().lineSpacing() * 16);
+    QSize const wanted(fontMetrics().averageCharWidth() * 105, fontMetrics().lineSpacing() * 16);
+    resize(wanted.boundedTo(RoomFor(*this)));
 }
 
 void AboutWindow::Show(std::vector<Fact> const& program, std::vector<Fact> const& plugIns)

@@ -3,14 +3,13 @@
 
 #include "cli/platform/executable_path.h"
 #include "cli/window/manual.h"
+#include "cli/window/screen_room.h"
 #include "reference_host/window/search_field.h"
 
 #include <QAction>
 #include <QDialogButtonBox>
 #include <QEvent>
-#include <QFileInfo>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QImageReader>
 #include <QLabel>
 #include <QLineEdit>
@@ -143,7 +142,8 @@ ManualWindow::ManualWindow(std::filesystem::path const& pictures, QWidget* paren
     column->addWidget(both, 1);
     column->addWidget(buttons);
     AddActions();
-    resize(fontMetrics().averageCharWidth() * 40 + greatestWidth + 100, fontMetrics().lineSpacing() * 42);
+    QSize const wanted(fontMetrics().averageCharWidth() * 40 + greatestWidth + 100, fontMetrics().lineSpacing() * 42);
+    resize(wanted.boundedTo(RoomFor(*this)));
 }
 
 void ManualWindow::AddActions()

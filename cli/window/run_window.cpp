@@ -11,6 +11,7 @@
 #include "cli/window/operator_window.h"
 #include "cli/window/project_menu.h"
 #include "cli/window/run_until.h"
+#include "cli/window/screen_room.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/common/log.h"
@@ -39,7 +40,6 @@
 #include <QFile>
 #include <QFontMetrics>
 #include <QPixmap>
-#include <QScreen>
 #include <QSocketNotifier>
 #include <QTabBar>
 #include <QTimer>
@@ -208,12 +208,6 @@ void AskForSomething(CDataId const& sonar)
             DataManager::GetDataManager().SetAttributeMap(sonar, tree, 4, false);
         }
     }
-}
-
-/// What the screen has for a window's content, beside what a window manager puts around it.
-QSize RoomFor(QWidget const& window)
-{
-    return window.screen()->availableSize() - QSize(0, 2 * window.fontMetrics().lineSpacing());
 }
 
 /// Begins the session's sonars: as the options tell, or, without any, as the project keeps them.

@@ -3,6 +3,7 @@
 
 #include "manual_window.h"
 #include "row_table.h"
+#include "screen_room.h"
 
 #include <QAction>
 #include <QDialogButtonBox>
@@ -144,7 +145,8 @@ ShortcutList::ShortcutList(QMainWindow& window)
     auto* const column = new QVBoxLayout(this);
     column->addWidget(m_table, 1);
     column->addWidget(buttons);
-    resize(fontMetrics().averageCharWidth() * 150, fontMetrics().lineSpacing() * 36);
+    QSize const wanted(fontMetrics().averageCharWidth() * 150, fontMetrics().lineSpacing() * 36);
+    resize(wanted.boundedTo(RoomFor(*this)));
 }
 
 void ShortcutList::showEvent(QShowEvent* event)

@@ -27,7 +27,7 @@ class Late(AssertionError):
     """A condition did not come to hold within its limit."""
 
 
-def wait_until(condition, what, limit=20.0):
+def wait_until(condition, what, limit=60.0):
     """Gives what the condition gives once that counts as true; `what` says what was waited for."""
     end = time.monotonic() + limit
     while True:
@@ -110,7 +110,7 @@ class Process:
 
         wait_until(seen, f"{self.name} says '{text}'")
 
-    def end(self, how=signal.SIGTERM, limit=20.0):
+    def end(self, how=signal.SIGTERM, limit=60.0):
         """Its exit code."""
         self.process.send_signal(how)
         return self.process.wait(limit)
@@ -166,7 +166,7 @@ class Desktop:
         with os.fdopen(reading, encoding="ascii") as line:
             process = self.run(name, [part.replace("{}", str(writing)) for part in command], pass_fds=(writing,))
             os.close(writing)
-            ready, _, _ = select.select([line], [], [], 20.0)
+            ready, _, _ = select.select([line], [], [], 60.0)
             told = line.readline().strip() if ready else ""
         if not told:
             raise AssertionError(f"{name} does not start: {process.errors()}")

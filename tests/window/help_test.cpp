@@ -17,6 +17,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QPlainTextEdit>
+#include <QScreen>
 #include <QShortcut>
 #include <QTableView>
 #include <QTest>
@@ -71,13 +72,14 @@ protected:
         }
         throw std::runtime_error("it does not open");
     }
-    /// The dialog stops nobody, fits on a screen of 1280 times 800 under a title bar, names each stop of the Tab key,
-    /// and goes at Esc.
+    /// The dialog stops nobody, fits on its screen under a title bar, and on one of 1280 times 800, names each stop of
+    /// the Tab key, and goes at Esc.
     static void ExpectAWellBehavedDialog(QDialog& dialog)
     {
         EXPECT_FALSE(dialog.isModal());
-        EXPECT_LE(dialog.width(), 1280);
-        EXPECT_LE(dialog.height(), 760);
+        auto const room = dialog.screen()->availableSize().boundedTo({1280, 800});
+        EXPECT_LE(dialog.width(), room.width());
+        EXPECT_LE(dialog.height(), room.height() - 20);
         EXPECT_FALSE(dialog.windowTitle().isEmpty());
         std::set<QWidget*> stops;
         while (stops.insert(QApplication::focusWidget()).second) {
@@ -128,6 +130,18 @@ TEST_F(Help, ItsWindowsAreWellBehaved)
     ExpectAWellBehavedDialog(Opened<cli::ManualWindow>("manualAction"));
     ExpectAWellBehavedDialog(Opened<cli::ShortcutList>("shortcutsAction"));
     ExpectAWellBehavedDialog(Opened<cli::AboutWindow>("aboutAction"));
+}
+
+TEST_F(Help, ItsWindowsFitOnTheScreenWithLargeTextsToo)
+{
+    auto const usual = QApplication::font();
+    auto large = usual;
+    large.setPointSize(2 * usual.pointSize());
+    QApplication::setFont(large);
+    ExpectAWellBehavedDialog(Opened<cli::ManualWindow>("manualAction"));
+    ExpectAWellBehavedDialog(Opened<cli::ShortcutList>("shortcutsAction"));
+    ExpectAWellBehavedDialog(Opened<cli::AboutWindow>("aboutAction"));
+    QApplication::setFont(usual);
 }
 
 TEST_F(Help, AboutTellsAllAndIsCopied)
