@@ -19,7 +19,6 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
@@ -30,6 +29,7 @@
 #include <QTimer>
 
 #include <chrono>
+#include <ctime>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -54,6 +54,14 @@ std::string const gain30 = R"({"key": "x5Gain", "kind": "double", "value": 30.0,
 std::string const power190 = R"({"key": "x5Power", "kind": "double", "value": 190.0, "unit": "dB"})";
 Payloads const rangeOf50{{0x00, 0x00, 0x48, 0x42}};
 Payloads const gainOf30{{0x00, 0x00, 0xF0, 0x41}};
+
+/// What this thread has worked, whatever else the machine does meanwhile.
+double SecondsOfThisThread()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
 
 /// A window on three sonars, with a project or without.
 class PresetDialogs : public ::testing::Test
@@ -436,24 +444,23 @@ TEST_F(PresetDialogs, TenThousandKeysLeaveTheTableAtWork)
     ASSERT_TRUE(RunUntil([&] { return ModelOf(dialog).rowCount() == 10'001; }));
     EXPECT_LT(dialog.findChildren<QWidget*>().size(), 100);
     EXPECT_EQ(Find<QCheckBox>(dialog, "show unknown").text(), "Unknown (10000)");
-    // No pass of the event loop takes longer than an operator notices, also while the sonar changes.
+    // No pass of the event loop works longer than an operator bears, also while the sonar changes.
     auto& table = Find<cli::RowTable>(dialog, "presetTable");
-    qint64 longest = 0;
-    QElapsedTimer since;
+    double longest = 0.0;
     for (int range = 60; range < 70; ++range) {
         ASSERT_TRUE(stage.sonars[0].Tell("set x5Range=" + std::to_string(range)));
         table.setFocus();
         QTest::keyClick(&table, Qt::Key_PageDown);
         auto const& model = ModelOf(dialog);
         EXPECT_TRUE(RunUntil([&] {
-            since.start();
+            double const begun = SecondsOfThisThread();
             QCoreApplication::processEvents();
-            longest = std::max(longest, since.elapsed());
+            longest = std::max(longest, SecondsOfThisThread() - begun);
             return model.index(0, PresetTableModel::Now).data().toString() == QString::number(range);
         }));
     }
-    RecordProperty("longest_ms", static_cast<int>(longest));
-    EXPECT_LT(longest, 1000);
+    RecordProperty("longest_ms", static_cast<int>(longest * 1000.0));
+    EXPECT_LT(longest, 0.5);
     QTest::mouseClick(&Find<QCheckBox>(dialog, "show unknown"), Qt::LeftButton);
     EXPECT_EQ(ModelOf(dialog).rowCount(), 1);
     Press(dialog, "loadTicked");
