@@ -67,8 +67,8 @@ ProjectQuestions AskedByDialogs(QWidget& window)
     questions.saveFirst = [&window] {
         auto const answer =
             QMessageBox::question(&window, QObject::tr("No project yet"),
-                                  QObject::tr("No project keeps the sonars as they are listed now.\n\n"
-                                              "Save them in a project?"),
+                                  QObject::tr("The list of sonars or the transmit lock was changed, and no project "
+                                              "keeps that.\n\nSave it in a project?"),
                                   QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save);
         return answer == QMessageBox::Save      ? ProjectQuestions::Answer::Yes
                : answer == QMessageBox::Discard ? ProjectQuestions::Answer::No
