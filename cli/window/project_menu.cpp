@@ -120,10 +120,14 @@ QString ProjectMenu::Present() const
 void ProjectMenu::ShowName()
 {
     auto const present = Present();
-    if (!present.isEmpty()) {
+    m_window.SetProjectName(present.isEmpty() ? QString() : QFileInfo(present).fileName());
+}
+
+void ProjectMenu::NoteOpened()
+{
+    if (auto const present = Present(); !present.isEmpty()) {
         m_recent.Note(present);
     }
-    m_window.SetProjectName(present.isEmpty() ? QString() : QFileInfo(present).fileName());
 }
 
 void ProjectMenu::FillRecent()
@@ -210,6 +214,7 @@ void ProjectMenu::SaveInto(QString const& name, Then then)
     m_session.SaveAs(PathOf(QFileInfo(file).absoluteFilePath()),
                      OnWindow([this, then = std::move(then)](std::string const& problem) {
                          ShowName();
+                         NoteOpened();
                          problem.empty() ? then() : Tell(problem);
                      }));
 }

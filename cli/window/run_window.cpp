@@ -293,10 +293,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
         OperatorPanes panes(session, window);
         ShownView view(session, window);
         SonarMenu const sonars(session, window, view, panes.SonarMenu());
-        std::optional<ProjectMenu> project;
-        if (!isPicture) {
-            project.emplace(session, window, next);
-        }
+        ProjectMenu project(session, window, next);
         thread.SetDeliveredHandler([&] { view.Follow(); });
         auto const& memory = session.WindowMemory();
         if (!memory.empty() && !isPicture) {
@@ -310,6 +307,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
         }
         if (!isPicture) {
             window.FitInto(RoomFor(window));
+            project.NoteOpened();
         }
         vordal::SetFieldListener([&](vordal::FieldNotice const& notice) { panes.Note(notice); });
         auto const remember = [&] {
@@ -345,7 +343,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
             QSocketNotifier const notifier(signals->Descriptor(), QSocketNotifier::Read);
             QObject::connect(&notifier, &QSocketNotifier::activated, &window, [&] {
                 // Whoever sends it answers no questions.
-                project->CloseAtOnce();
+                project.CloseAtOnce();
                 window.close();
             });
             saving.start(saveInterval);
