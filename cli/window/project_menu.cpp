@@ -67,8 +67,8 @@ ProjectQuestions AskedByDialogs(QWidget& window)
     questions.saveFirst = [&window] {
         auto const answer =
             QMessageBox::question(&window, QObject::tr("No project yet"),
-                                  QObject::tr("No project keeps the sonars as they are listed now.\n\n"
-                                              "Save them in a project?"),
+                                  QObject::tr("The list of sonars or the transmit lock was changed, and no project "
+                                              "keeps that.\n\nSave it in a project?"),
                                   QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Save);
         return answer == QMessageBox::Save      ? ProjectQuestions::Answer::Yes
                : answer == QMessageBox::Discard ? ProjectQuestions::Answer::No
@@ -120,10 +120,14 @@ QString ProjectMenu::Present() const
 void ProjectMenu::ShowName()
 {
     auto const present = Present();
-    if (!present.isEmpty()) {
+    m_window.SetProjectName(present.isEmpty() ? QString() : QFileInfo(present).fileName());
+}
+
+void ProjectMenu::NoteOpened()
+{
+    if (auto const present = Present(); !present.isEmpty()) {
         m_recent.Note(present);
     }
-    m_window.SetProjectName(present.isEmpty() ? QString() : QFileInfo(present).fileName());
 }
 
 void ProjectMenu::FillRecent()
@@ -210,6 +214,7 @@ void ProjectMenu::SaveInto(QString const& name, Then then)
     m_session.SaveAs(PathOf(QFileInfo(file).absoluteFilePath()),
                      OnWindow([this, then = std::move(then)](std::string const& problem) {
                          ShowName();
+                         NoteOpened();
                          problem.empty() ? then() : Tell(problem);
                      }));
 }

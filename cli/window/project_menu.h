@@ -64,6 +64,8 @@ public:
     ProjectMenu& operator=(ProjectMenu const&) = delete;
     ~ProjectMenu();
 
+    /// The project that is open is the newest of the recent ones from here on.
+    void NoteOpened();
     void New();
     void Open();
     void OpenFile(QString const& file);

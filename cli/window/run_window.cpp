@@ -267,10 +267,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
         auto& window = whole.Main();
         auto& view = whole.View();
         AddHelpMenu(window, {.program = options.facts, .plugIns = [&session] { return session.PlugIns(); }});
-        std::optional<ProjectMenu> project;
-        if (!isPicture) {
-            project.emplace(session, window, next);
-        }
+        ProjectMenu project(session, window, next);
         auto const& memory = session.WindowMemory();
         if (!memory.empty() && !isPicture) {
             window.RestoreMemory(
@@ -283,6 +280,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
         }
         if (!isPicture) {
             window.FitInto(RoomFor(window));
+            project.NoteOpened();
         }
         auto const remember = [&] {
             QByteArray const bytes = window.SaveMemory();
@@ -314,7 +312,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
             QSocketNotifier const notifier(signals->Descriptor(), QSocketNotifier::Read);
             QObject::connect(&notifier, &QSocketNotifier::activated, &window, [&] {
                 // Whoever sends it answers no questions.
-                project->CloseAtOnce();
+                project.CloseAtOnce();
                 window.close();
             });
             saving.start(saveInterval);

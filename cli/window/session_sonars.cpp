@@ -253,18 +253,16 @@ std::optional<CDataId> WindowSession::ChangeSonar(CDataId const& sonar, SonarSet
         }
         return device.dataId;
     }
-    if (found->name != setup.name) {
-        Rename(sonar, setup.name);
-    }
-    bool const wasSimulated = m_simulators.IsSimulated(sonar);
+    bool const isSimulated = m_simulators.IsSimulated(sonar);
     auto const* const port = PortOf(*found);
-    bool const isMoved =
-        wasSimulated != setup.simulated ||
-        (!setup.simulated &&
-         (port == nullptr ||
-          EndpointOf(*port) != EndpointOf({{}, CString(protocol::DecodeUtf8(setup.host)), setup.tcpPort, {}})));
-    if (isMoved && !Move(sonar, setup, error)) {
+    vordal::StoredPort const wanted{{}, CString(protocol::DecodeUtf8(setup.host)), setup.tcpPort, {}};
+    bool const isElsewhere = !setup.simulated && (port == nullptr || EndpointOf(*port) != EndpointOf(wanted));
+    // First what may fail, so that nothing is half done.
+    if ((isSimulated != setup.simulated || isElsewhere) && !Move(sonar, setup, error)) {
         return std::nullopt;
+    }
+    if (Find(sonar)->name != setup.name) {
+        Rename(sonar, setup.name);
     }
     if (GroupOf(tree) != setup.group) {
         SetGroup(sonar, setup.group);

@@ -197,10 +197,7 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
     m_notFollowed.setInterval(patience);
     connect(&m_notFollowed, &QTimer::timeout, this, &DevicePanel::SelectShown);
     Paint();
-    m_list->resizeColumnToContents(0);
-    // A name that becomes the active vessel's or the shown sonar's is set in bold.
-    auto* const header = m_list->header();
-    header->resizeSection(0, header->sectionSize(0) + m_list->fontMetrics().averageCharWidth() * 2);
+    FitNames();
 }
 
 void DevicePanel::FillList()
@@ -228,6 +225,14 @@ void DevicePanel::FillList()
     m_list->expandAll();
 }
 
+void DevicePanel::FitNames()
+{
+    m_list->resizeColumnToContents(0);
+    // A name that becomes the active vessel's or the shown sonar's is set in bold.
+    auto* const header = m_list->header();
+    header->resizeSection(0, header->sectionSize(0) + m_list->fontMetrics().averageCharWidth() * 2);
+}
+
 void DevicePanel::SetVessels(std::vector<ListedVessel> vessels)
 {
     m_vessels = std::move(vessels);
@@ -238,6 +243,7 @@ void DevicePanel::SetVessels(std::vector<ListedVessel> vessels)
     }
     SelectShown();
     Paint();
+    FitNames();
 }
 
 QTreeWidgetItem* DevicePanel::ItemOf(CDataId const& device) const

@@ -97,6 +97,7 @@ protected:
 
 private:
     void FillList();
+    void FitNames();
     QTreeWidgetItem* ItemOf(CDataId const& device) const;
     void Choose(QTreeWidgetItem const& item);
     void ChooseSelected();

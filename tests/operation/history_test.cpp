@@ -188,6 +188,12 @@ TEST(History, OtherKeysAndOtherSonarsAreOtherSteps)
     at(elsewhere, 1.3);
     EXPECT_EQ(hand.history.Steps().size(), 4U);
     EXPECT_EQ(hand.history.NextUndo()->sonar, otherSonar);
+    // The steps of a sonar that is removed go, and no others.
+    hand.history.Forget(otherSonar);
+    EXPECT_EQ(hand.history.Steps().size(), 3U);
+    EXPECT_EQ(hand.history.NextUndo()->sonar, sonar);
+    hand.history.Forget(sonar);
+    EXPECT_EQ(hand.history.NextUndo(), nullptr);
 }
 
 TEST(History, ADragAfterAnUndoIsANewStep)

@@ -356,6 +356,22 @@ TEST_F(Watch, TellsSinceWhenALinkIsAsItIsAndWhyItWasLost)
     EXPECT_DOUBLE_EQ(State().sinceLink, 0.0);
 }
 
+TEST_F(Watch, OneThatGoesToAnotherAddressBeginsAnew)
+{
+    Link(LinkState::Connected);
+    Told(One(L"x5PingOnOffState", CVordalInt(1)));
+    Ping(1, 0.0);
+    static_cast<void>(Lately());
+    desk.OnMoved(device->GetDataId());
+    EXPECT_FALSE(State().wasConnected);
+    EXPECT_EQ(State().pings, 0U);
+    Link(LinkState::Connecting);
+    Link(LinkState::Connected);
+    Pass(60.0);
+    EXPECT_EQ(State().condition, SonarCondition::Well) << "it has told nothing of pings yet";
+    EXPECT_EQ(Lately(), Lines{}) << "no connection was lost";
+}
+
 TEST_F(Watch, ASonarThatPingsSlowlyHasMoreTime)
 {
     Link(LinkState::Connected);
@@ -463,6 +479,9 @@ TEST_F(Lock, PassesOverSimulatedSonars)
     desk.Lock().SetLocked(true);
     desk.Lock().Exempt(device->GetDataId());
     EXPECT_EQ(Refusal(One(L"x5PingOnOffState", CVordalInt(1))), "");
+    // One that gets the address of a real sonar is none any more.
+    desk.Lock().Exempt(device->GetDataId(), false);
+    EXPECT_NE(Refusal(One(L"x5PingOnOffState", CVordalInt(1))), "");
 }
 
 class Leased : public Desk

@@ -286,6 +286,7 @@ TEST_F(ProjectMenus, RecentOnesAreListedAndThoseThatAreGoneAreTold)
     }
     EXPECT_EQ(recent.List().size(), 10);
     Begin(file);
+    menu->NoteOpened();
     auto& menuOf = *stage->window->findChild<QMenu*>(QStringLiteral("recentProjects"));
     Q_EMIT menuOf.aboutToShow();
     auto const actions = menuOf.actions();
