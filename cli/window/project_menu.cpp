@@ -6,13 +6,11 @@
 #include "reference_host/window/main_window.h"
 
 #include <QAction>
-#include <QCoreApplication>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMenu>
 #include <QMessageBox>
-#include <QMetaObject>
 
 #include <system_error>
 #include <utility>
@@ -82,8 +80,10 @@ ProjectQuestions AskedByDialogs(QWidget& window)
 ProjectMenu::ProjectMenu(WindowSession& session, vordal::MainWindow& window, NextSession& next,
                          ProjectQuestions questions)
     : m_session(session), m_window(window), m_next(next),
-      m_questions(questions.saveFirst ? std::move(questions) : AskedByDialogs(window))
+      m_questions(questions.saveFirst ? std::move(questions) : AskedByDialogs(window)),
+      m_answered(m_answers->wake.Handle(), QSocketNotifier::Read)
 {
+    QObject::connect(&m_answered, &QSocketNotifier::activated, &m_answered, [this] { TakeAnswers(); });
     auto* const menu = m_window.AddFirstMenu(QObject::tr("&Project"));
     auto const add = [&](QString const& text, char const* name, QKeySequence const& shortcut, auto act) {
         auto* const action = menu->addAction(text);
@@ -265,16 +265,26 @@ void ProjectMenu::Leave(NextSession next)
 
 std::function<void(std::string const&)> ProjectMenu::OnWindow(std::function<void(std::string const&)> then)
 {
-    return [life = std::weak_ptr<int>(m_life), then = std::move(then)](std::string const& text) {
-        QMetaObject::invokeMethod(
-            qApp,
-            [life, then, text] {
-                if (!life.expired()) {
-                    then(text);
-                }
-            },
-            Qt::QueuedConnection);
+    return [answers = m_answers, then = std::move(then)](std::string const& text) {
+        {
+            std::lock_guard const lock(answers->mutex);
+            answers->waiting.emplace_back([then, text] { then(text); });
+        }
+        answers->wake.Raise();
     };
+}
+
+void ProjectMenu::TakeAnswers()
+{
+    m_answers->wake.Clear();
+    std::vector<Then> answers;
+    {
+        std::lock_guard const lock(m_answers->mutex);
+        answers.swap(m_answers->waiting);
+    }
+    for (auto const& answer : answers) {
+        answer();
+    }
 }
 
 void ProjectMenu::SaySaved()
