@@ -229,6 +229,7 @@ int main(int argc, char** argv)
     presetFile = QString::fromLocal8Bit(argv[2]);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication const application(argc, argv);
+    QApplication::setCursorFlashTime(0); // the same pictures each time
     try {
         for (State const& state : states) {
             for (int const mode : {lightMode, darkMode}) {

@@ -347,6 +347,9 @@ int RunWindow(RunOptions const& options)
     qInstallMessageHandler(TakeToolkitMessage);
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("qx5"));
+    if (isPicture) {
+        QApplication::setCursorFlashTime(0); // the same picture each time
+    }
     vordal::LimitedAnnouncements const announcements;
     if (!QFontMetrics(QApplication::font()).inFont(u'A')) {
         constexpr char const* remedy = "there is no font on this system; install one, such as fonts-dejavu-core";
