@@ -196,7 +196,7 @@ void ManagePresetsDialog::ExportSelected()
 void ManagePresetsDialog::Import()
 {
     AskForFile(false, {}, [this](QString const& file) {
-        PresetWork::OnDisk(
+        Work().OnDisk(
             *this,
             [this, file]() -> PresetWork::Answer {
                 return [this, preset = operation::ReadPresetFile(file.toStdU16String())] {

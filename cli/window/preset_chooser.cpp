@@ -181,7 +181,7 @@ void PresetChooser::Read(QObject& asker, std::function<void(PresetSide const&)> 
             refused);
         return;
     case Source::Kind::File:
-        PresetWork::OnDisk(
+        m_work.OnDisk(
             asker,
             [file = source->name, answer]() -> PresetWork::Answer {
                 return [answer, side = PresetSide{operation::ReadPresetFile(file.toStdU16String())}] { answer(side); };

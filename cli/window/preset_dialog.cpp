@@ -135,7 +135,7 @@ void PresetDialog::Put(operation::Preset const& preset, bool replace, std::funct
 void PresetDialog::Export(operation::Preset const& preset, std::function<void(QString const& file)> written)
 {
     AskForFile(true, QString::fromStdString(preset.name), [this, preset, written](QString const& file) {
-        PresetWork::OnDisk(
+        m_work.OnDisk(
             *this,
             [preset, file, written]() -> PresetWork::Answer {
                 operation::WritePresetFile(file.toStdU16String(), preset);

@@ -8,8 +8,6 @@
 #include <tvcoreR/Utf8.h>
 #include <vordalhostdllR/DataManager.h>
 
-#include <QCoreApplication>
-#include <QMetaObject>
 #include <QPointer>
 #include <QThreadPool>
 
@@ -25,30 +23,36 @@ using operation::Preset;
 using operation::PresetLoadOutcome;
 using operation::PresetLoads;
 using operation::PresetShelf;
-using Asker = QPointer<QObject>;
 
-/// From any thread.
-void Post(Asker const& asker, std::function<void()> answer)
+/// How answers come to one asker; to be called on any thread.
+class Mail
 {
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(),
-        [asker, answer = std::move(answer)] {
+public:
+    Mail(WindowAnswers const& answers, QObject& asker) : m_post(answers.Poster()), m_asker(&asker) {}
+
+    void Post(PresetWork::Answer answer) const
+    {
+        m_post([asker = m_asker, answer = std::move(answer)] {
             if (asker) {
                 answer();
             }
-        },
-        Qt::QueuedConnection);
-}
-
-template <typename Task>
-void RunAndAnswer(Asker const& asker, Task const& task, PresetWork::Refused const& refused)
-{
-    try {
-        Post(asker, task());
-    } catch (std::exception const& failure) {
-        Post(asker, [refused, line = QString::fromStdString(failure.what())] { refused(line); });
+        });
     }
-}
+    /// Answers with what the task gives, or with what it throws.
+    template <typename Task>
+    void PostOf(Task const& task, PresetWork::Refused const& refused) const
+    {
+        try {
+            Post(task());
+        } catch (std::exception const& failure) {
+            Post([refused, line = QString::fromStdString(failure.what())] { refused(line); });
+        }
+    }
+
+private:
+    std::function<void(WindowAnswers::Answer)> m_post;
+    QPointer<QObject> m_asker;
+};
 
 } // namespace
 
@@ -75,41 +79,39 @@ void PresetWork::OnShelf(QObject& asker, std::function<Answer(PresetShelf&)> tas
         refused(NoProject());
         return;
     }
-    m_session.WithProject(
-        [asker = Asker(&asker), task = std::move(task), refused = std::move(refused)](vordal::ProjectStore& store) {
-            PresetShelf shelf(store);
-            RunAndAnswer(
-                asker, [&] { return task(shelf); }, refused);
-        });
+    m_session.WithProject([mail = Mail(m_answers, asker), task = std::move(task),
+                           refused = std::move(refused)](vordal::ProjectStore& store) {
+        PresetShelf shelf(store);
+        mail.PostOf([&] { return task(shelf); }, refused);
+    });
 }
 
 void PresetWork::OnDisk(QObject& asker, std::function<Answer()> task, Refused refused)
 {
-    QThreadPool::globalInstance()->start([asker = Asker(&asker), task = std::move(task), refused = std::move(refused)] {
-        RunAndAnswer(asker, task, refused);
-    });
+    QThreadPool::globalInstance()->start([mail = Mail(m_answers, asker), task = std::move(task),
+                                          refused = std::move(refused)] { mail.PostOf(task, refused); });
 }
 
 void PresetWork::Look(QObject& asker, CDataId const& sonar, std::function<void(SonarNow const&)> answer)
 {
     bool const isListed = m_session.Find(sonar) != nullptr;
-    m_session.Host().Post([&desk = m_session.Desk(), asker = Asker(&asker), sonar, isListed, answer] {
+    m_session.Host().Post([&desk = m_session.Desk(), mail = Mail(m_answers, asker), sonar, isListed, answer] {
         SonarNow now;
         now.isThere = isListed && DataManager::GetDataManager().FindDevice(sonar) != nullptr;
         now.isConnected = now.isThere && desk.Watch().StateOf(sonar).link.state == vordal::LinkState::Connected;
         if (now.isThere) {
             DataManager::GetDataManager().GetAttributeMap(sonar, now.tree);
         }
-        Post(asker, [answer, now] { answer(now); });
+        mail.Post([answer, now] { answer(now); });
     });
 }
 
 void PresetWork::Load(QObject& asker, CDataId const& sonar, Preset const& preset, PresetLoads::Keys const& keys,
                       PresetLoads::Done done)
 {
-    m_session.Host().Post([&desk = m_session.Desk(), asker = Asker(&asker), sonar, preset, keys, done] {
-        desk.Presets().Load(sonar, preset, keys, [asker, done](PresetLoadOutcome const& outcome) {
-            Post(asker, [done, outcome] { done(outcome); });
+    m_session.Host().Post([&desk = m_session.Desk(), mail = Mail(m_answers, asker), sonar, preset, keys, done] {
+        desk.Presets().Load(sonar, preset, keys, [mail, done](PresetLoadOutcome const& outcome) {
+            mail.Post([done, outcome] { done(outcome); });
         });
     });
 }

@@ -1,6 +1,7 @@
 // What the dialogs of presets need of host, project and disk: done elsewhere, answered on the window thread.
 #pragma once
 
+#include "cli/window/window_answers.h"
 #include "operation/preset_load.h"
 #include "operation/preset_shelf.h"
 
@@ -50,7 +51,7 @@ public:
     /// project the line says that.
     void OnShelf(QObject& asker, std::function<Answer(operation::PresetShelf&)> task, Refused refused);
     /// The same of a task that reads or writes files.
-    static void OnDisk(QObject& asker, std::function<Answer()> task, Refused refused);
+    void OnDisk(QObject& asker, std::function<Answer()> task, Refused refused);
     /// How the sonar stands.
     void Look(QObject& asker, CDataId const& sonar, std::function<void(SonarNow const&)> answer);
     /// PresetLoads::Load.
@@ -72,6 +73,7 @@ public:
 private:
     WindowSession& m_session;
     vordal::DevicePanel const& m_sonars;
+    WindowAnswers m_answers;
 };
 
 /// A list of the sonars to choose from, as they are when it is made. Window thread.

@@ -80,10 +80,8 @@ ProjectQuestions AskedByDialogs(QWidget& window)
 ProjectMenu::ProjectMenu(WindowSession& session, vordal::MainWindow& window, NextSession& next,
                          ProjectQuestions questions)
     : m_session(session), m_window(window), m_next(next),
-      m_questions(questions.saveFirst ? std::move(questions) : AskedByDialogs(window)),
-      m_answered(m_answers->wake.Handle(), QSocketNotifier::Read)
+      m_questions(questions.saveFirst ? std::move(questions) : AskedByDialogs(window))
 {
-    QObject::connect(&m_answered, &QSocketNotifier::activated, &m_answered, [this] { TakeAnswers(); });
     auto* const menu = m_window.AddFirstMenu(QObject::tr("&Project"));
     auto const add = [&](QString const& text, char const* name, QKeySequence const& shortcut, auto act) {
         auto* const action = menu->addAction(text);
@@ -265,26 +263,9 @@ void ProjectMenu::Leave(NextSession next)
 
 std::function<void(std::string const&)> ProjectMenu::OnWindow(std::function<void(std::string const&)> then)
 {
-    return [answers = m_answers, then = std::move(then)](std::string const& text) {
-        {
-            std::lock_guard const lock(answers->mutex);
-            answers->waiting.emplace_back([then, text] { then(text); });
-        }
-        answers->wake.Raise();
+    return [post = m_answers.Poster(), then = std::move(then)](std::string const& text) {
+        post([then, text] { then(text); });
     };
-}
-
-void ProjectMenu::TakeAnswers()
-{
-    m_answers->wake.Clear();
-    std::vector<Then> answers;
-    {
-        std::lock_guard const lock(m_answers->mutex);
-        answers.swap(m_answers->waiting);
-    }
-    for (auto const& answer : answers) {
-        answer();
-    }
 }
 
 void ProjectMenu::SaySaved()

@@ -3,17 +3,14 @@
 
 #include "cli/window/held_project.h"
 #include "cli/window/recent_projects.h"
-#include "reference_host/platform/wake_handle.h"
+#include "cli/window/window_answers.h"
 
-#include <QSocketNotifier>
 #include <QString>
 
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <vector>
 
 class QMenu;
 
@@ -91,7 +88,6 @@ private:
     /// A function for any thread that has `then` called with what it is given, on the window thread, as long as this
     /// lives.
     std::function<void(std::string const&)> OnWindow(std::function<void(std::string const&)> then);
-    void TakeAnswers();
     void Leave(NextSession next);
     /// What went wrong, as an event.
     void Tell(std::string const& line);
@@ -106,15 +102,7 @@ private:
     RecentProjects m_recent;
     QMenu* m_recentMenu = nullptr;
     bool m_closesAtOnce = false;
-    /// What other threads have to say; they may outlive this.
-    struct Answers
-    {
-        vordal::platform::WakeHandle wake;
-        std::mutex mutex; ///< guards what follows
-        std::vector<Then> waiting;
-    };
-    std::shared_ptr<Answers> const m_answers = std::make_shared<Answers>();
-    QSocketNotifier m_answered;
+    WindowAnswers m_answers;
 };
 
 } // namespace qx5::cli
