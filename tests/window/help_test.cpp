@@ -1,5 +1,6 @@
 // Tests of the Help menu: the manual with its search, the list of shortcuts held against what works, what About tells.
 #include "live_stage.h"
+#include "tests/support/temporary_folder.h"
 
 #include <cli/window/about_window.h>
 #include <cli/window/help_menu.h>
