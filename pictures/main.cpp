@@ -1,5 +1,6 @@
 // qx5-pictures FOLDER PRESET: drives the operator's window on simulated sonars into the states that the manual shows,
 // and renders each as PNG into the folder, light and dark, without a display. The preset is one that can be loaded.
+#include "cli/window/help_menu.h"
 #include "cli/window/load_preset_dialog.h"
 #include "cli/window/operator_window.h"
 #include "cli/window/preset_chooser.h"
@@ -24,12 +25,15 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
+#include <QDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPixmap>
 #include <QPushButton>
 #include <QSlider>
-#include <QTabBar>
+#include <QTableView>
 
 #include <fmt/format.h>
 
@@ -70,6 +74,7 @@ public:
         m_session.SetSimulated(CDataId(1, 78, 2, 1));
         m_session.SetSimulated(CDataId(1, 78, 1, 2));
         m_window = std::make_unique<qx5::cli::OperatorWindow>(m_session, m_feed, mode, Shown());
+        qx5::cli::AddHelpMenu(m_window->Main(), {});
         m_window->Main().FitInto({1600, 960});
         m_window->View().OpenFirst(Shown());
         m_window->Main().show();
@@ -201,6 +206,25 @@ constexpr std::array states{
               stage.Tell("set x5Power=190");
           }},
     State{"preset-load", LoadPreset, "loadPresetDialog"},
+    State{"preset-compare",
+          [](Stage& stage) {
+              stage.Find<QAction>("comparePresetsAction").trigger();
+              auto& dialog = stage.Find<QDialog>("comparePresetsDialog");
+              auto& list = stage.Find<QComboBox>("compare2");
+              dynamic_cast<qx5::cli::PresetChooser&>(*list.parentWidget()).ChooseFile(presetFile);
+              auto& table = *dialog.findChild<QTableView*>();
+              stage.Await([&] { return table.model()->rowCount() > 0; });
+          },
+          "comparePresetsDialog"},
+    State{"sonar-form",
+          [](Stage& stage) {
+              stage.Find<QAction>("addSonar").trigger();
+              stage.Find<QLineEdit>("sonarName").setText(QStringLiteral("Pole sonar"));
+              stage.Find<QLineEdit>("sonarAddress").setText(QStringLiteral("192.168.1.10"));
+              stage.Find<QPushButton>("sonarAccept").click();
+          },
+          "sonarForm"},
+    State{"shortcuts", [](Stage& stage) { stage.Find<QAction>("shortcutsAction").trigger(); }, "shortcutList"},
 };
 
 /// Each state has a window of its own: one host at a time.

@@ -12,6 +12,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 #include <initializer_list>
 #include <utility>
 
@@ -160,13 +162,23 @@ void SonarForm::accept()
     }
     if (first != nullptr) {
         first->setFocus();
+        GiveRoom();
         return;
     }
     auto const refusal = m_setup.take(setup);
     Show(*m_problem, *this, refusal);
     if (refusal.empty()) {
         QDialog::accept();
+    } else {
+        GiveRoom();
     }
+}
+
+void SonarForm::GiveRoom()
+{
+    // A text that takes two lines does not make the form higher by itself.
+    layout()->activate();
+    resize(width(), std::max(height(), layout()->totalHeightForWidth(width())));
 }
 
 } // namespace qx5::cli

@@ -41,6 +41,8 @@ public:
 private:
     QLabel* AddRow(QFormLayout& rows, QString const& text, QWidget* field, char const* name);
     static void Show(QLabel& label, QWidget& field, std::string const& problem);
+    /// For what is told below the fields.
+    void GiveRoom();
 
     Setup m_setup;
     QLineEdit* m_name;

@@ -155,6 +155,11 @@ TEST_F(SonarList, WhatIsWrongIsToldBesideTheFieldAndNothingIsTaken)
     EXPECT_THAT(Problem("sonarVesselProblem"), HasSubstr("needs a name"));
     EXPECT_THAT(Problem("sonarGroupProblem"), HasSubstr("from 0 to 2147483647"));
     EXPECT_TRUE(Field<QLabel>("sonarNameProblem").isVisible());
+    auto const isWhole = [&](char const* name) {
+        auto const& label = Field<QLabel>(name);
+        return label.height() >= label.heightForWidth(label.width());
+    };
+    EXPECT_TRUE(RunUntil([&] { return isWhole("sonarAddressProblem") && isWhole("sonarGroupProblem"); }));
     EXPECT_EQ(Field<QLineEdit>("sonarName").accessibleDescription(), "there is another \"Pole sonar\"");
     EXPECT_EQ(ListedNames(), before);
     Field<QLineEdit>("sonarName").setText("");
