@@ -106,7 +106,9 @@ bool HostDevices::RemoveDevice(BaseDevice* device)
         }
     }
     bool isGone = false;
-    DiscoverAnew([&] { isGone = TakeOut(device); });
+    auto const takeOut = [&] { isGone = TakeOut(device); };
+    // By reference: a device goes also while there is no memory, in whose destructors nothing may throw.
+    DiscoverAnew(std::ref(takeOut));
     return isGone;
 }
 
@@ -174,15 +176,15 @@ void HostDevices::TellSettingsAgain()
 
 void HostDevices::RemoveAllDevices()
 {
-    std::vector<PingControl*> controls;
-    {
+    // A host ends also when there is no memory: nothing is copied here.
+    auto const firstActive = [this]() -> PingControl* {
         std::lock_guard const lock(m_state.mutex);
-        controls = m_state.pingControls;
-    }
-    for (PingControl* const control : controls) {
-        if (control->IsActive()) {
-            control->Release();
-        }
+        auto const found = std::find_if(m_state.pingControls.begin(), m_state.pingControls.end(),
+                                        [](PingControl const* control) { return control->IsActive(); });
+        return found != m_state.pingControls.end() ? *found : nullptr;
+    };
+    while (PingControl* const control = firstActive()) {
+        control->Release(); // which makes it inactive
     }
     while (true) {
         Device* first = nullptr;
