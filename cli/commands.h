@@ -133,6 +133,33 @@ struct ShowLogOptions
 };
 int ShowLog(ShowLogOptions const& options);
 
+/// What sound does in water. Quantities in the units of the acoustics (Hz, C, PSU, m, s, degrees, dB).
+struct AcousticsOptions
+{
+    double frequency = 0.0;
+    double temperature = 10.0;
+    double salinity = 35.0;
+    std::optional<double> depth;    ///< of the water; none: the surface
+    std::optional<double> pressure; ///< dbar, in place of the depth
+    double ph = 8.0;
+    std::string model; ///< of absorption or sound speed, by its name; empty: see the command
+    double range = 0.0;
+    double grazing = 0.0;
+    double power = 0.0;
+    double pulseLength = 0.0;
+    double beamWidthAlong = 0.0;
+    double beamWidthAcross = 0.0;
+    std::string bottom; ///< by its name
+    bool json = false;
+};
+/// Names that `model` and `bottom` may have; of absorption's the first where none is told.
+std::vector<std::string> AbsorptionModelNames();
+std::vector<std::string> SoundSpeedModelNames();
+std::vector<std::string> BottomNames();
+int AcousticsAbsorption(AcousticsOptions const& options);
+int AcousticsSoundSpeed(AcousticsOptions const& options);
+int AcousticsBudget(AcousticsOptions const& options);
+
 struct DocsOptions
 {
     std::string folder = "docs";

@@ -154,6 +154,88 @@ void AddPresetCommands(CLI::App& app, PresetOptions& preset, int& code, Runs con
     addName(remove, "The preset's name");
 }
 
+/// `qx5 acoustics` and what it works out. Which values are good is told by the acoustics.
+void AddAcousticsCommands(CLI::App& app, AcousticsOptions& acoustics, int& code)
+{
+    CLI::App* commands = app.add_subcommand(
+        "acoustics",
+        "Work out absorption, sound speed and the budget of an echo from the bottom, by the sonar equation");
+    commands->require_subcommand(1);
+    auto const add = [&](char const* name, char const* text, int (*run)(AcousticsOptions const&)) {
+        CLI::App* command = commands->add_subcommand(name, text);
+        command->callback([&code, &acoustics, run] { code = run(acoustics); });
+        command->add_flag("--json", acoustics.json, "One JSON object on a line");
+        return command;
+    };
+    auto const addWater = [&](CLI::App* command) {
+        return std::array{command->add_option("--temperature", acoustics.temperature, "Of the water")->type_name("C"),
+                          command->add_option("--salinity", acoustics.salinity, "Of the water")->type_name("PSU")};
+    };
+    auto const addDepth = [&](CLI::App* command) {
+        return command->add_option("--depth", acoustics.depth, "Of the water, below the surface")->type_name("M");
+    };
+    auto const addPh = [&](CLI::App* command) {
+        return command->add_option("--ph", acoustics.ph, "Acidity of the water")->type_name("PH");
+    };
+    auto const addFrequency = [&](CLI::App* command) {
+        command->add_option("--frequency", acoustics.frequency, "Of the sound")->required()->type_name("HZ");
+    };
+    auto const addModel = [&](CLI::App* command, std::vector<std::string> const& names, std::string const& text) {
+        command->add_option("--model", acoustics.model, text)
+            ->check(CLI::IsMember(names).description(""))
+            ->type_name("NAME");
+    };
+    auto const addAbsorptionModel = [&](CLI::App* command) {
+        std::vector<std::string> const names = AbsorptionModelNames();
+        addModel(command, names,
+                 fmt::format("Of absorption: {} (the first where none is told)", fmt::join(names, ", ")));
+    };
+
+    CLI::App* absorption = add("absorption", "Absorption of sound in water, in dB/km", AcousticsAbsorption);
+    addFrequency(absorption);
+    for (CLI::Option* option : addWater(absorption)) {
+        option->required();
+    }
+    addDepth(absorption)->required();
+    addPh(absorption)->required();
+    addAbsorptionModel(absorption);
+
+    CLI::App* speed = add("sound-speed", "Speed of sound in water, in m/s", AcousticsSoundSpeed);
+    for (CLI::Option* option : addWater(speed)) {
+        option->required();
+    }
+    CLI::Option* depth = addDepth(speed);
+    speed->add_option("--pressure", acoustics.pressure, "Above that of the air, in place of the depth")
+        ->excludes(depth)
+        ->type_name("DBAR");
+    addModel(speed, SoundSpeedModelNames(),
+             fmt::format("{} (the first where none is told and a depth is, the second where a pressure is)",
+                         fmt::join(SoundSpeedModelNames(), ", ")));
+
+    CLI::App* budget =
+        add("budget", "What is sent, lost and heard of an echo from the bottom, and the noise", AcousticsBudget);
+    addFrequency(budget);
+    auto const addNumber = [&](char const* name, double& value, char const* text, char const* unit) {
+        budget->add_option(name, value, text)->required()->type_name(unit);
+    };
+    addNumber("--range", acoustics.range, "To the bottom along the beam", "M");
+    addNumber("--grazing", acoustics.grazing, "Angle between beam and bottom, 90 straight down", "DEG");
+    addNumber("--power", acoustics.power, "Source level, re 1 uPa at 1 m", "DB");
+    addNumber("--pulse-length", acoustics.pulseLength, "Of the pulse", "S");
+    addNumber("--beam-width-along", acoustics.beamWidthAlong, "Along track", "DEG");
+    addNumber("--beam-width-across", acoustics.beamWidthAcross, "Across track", "DEG");
+    budget->add_option("--bottom", acoustics.bottom, fmt::format("{}", fmt::join(BottomNames(), ", ")))
+        ->required()
+        ->check(CLI::IsMember(BottomNames()).description(""))
+        ->type_name("NAME");
+    for (CLI::Option* option : addWater(budget)) {
+        option->capture_default_str();
+    }
+    addDepth(budget)->default_str("0");
+    addPh(budget)->capture_default_str();
+    addAbsorptionModel(budget);
+}
+
 /// Does what the command line asks for and gives the exit code.
 int RunCommandLine(int argc, char** argv)
 {
@@ -360,6 +442,9 @@ int RunCommandLine(int argc, char** argv)
         "explain", "Tell what becomes of a key: how it is read and completed, what is sent where, what is echoed");
     explainCommand->add_option("name", names, "Keys or handlers")->required();
     explainCommand->callback([&] { code = Explain(names); });
+
+    AcousticsOptions acoustics;
+    AddAcousticsCommands(app, acoustics, code);
 
     PluginOptions plugin;
     CLI::App* pluginCommand =

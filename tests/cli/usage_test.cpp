@@ -16,7 +16,7 @@ TEST(Usage, HelpListsEveryCommand)
     auto const help = Qx5({"--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.err, "");
-    for (char const* command : {"run", "sim", "send", "preset", "scenario", "decode", "keys", "explain", "docs"}) {
+    for (char const* command : {"run", "sim", "send", "preset", "scenario", "decode", "keys", "explain", "acoustics", "docs"}) {
         EXPECT_THAT(help.out, HasSubstr("\n  " + std::string(command) + " "));
     }
 }
@@ -34,6 +34,7 @@ TEST(Usage, EveryCommandTellsItsOptions)
         {"decode", {"--hex", "--raw", "FILE"}},
         {"keys", {"--markdown", "filter"}},
         {"explain", {"name"}},
+        {"acoustics", {"absorption", "sound-speed", "budget"}},
         {"docs", {"--plugin FILE", "folder"}},
     };
     for (auto const& [command, texts] : options) {
