@@ -1,7 +1,8 @@
 // The frame in the main window that a display's view sits in.
 #include "view_frame.h"
 
-#include <QResizeEvent>
+#include "reference_host/controls/view_size.h"
+
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -12,12 +13,6 @@
 #include <utility>
 
 namespace vordal {
-namespace {
-
-/// Of CView::OnSize: neither minimised nor maximised.
-constexpr unsigned RestoredSize = 0;
-
-} // namespace
 
 ViewFrame::ViewFrame(QWidget* parent) : QWidget(parent), m_layout(new QVBoxLayout(this))
 {
@@ -40,7 +35,7 @@ bool ViewFrame::Open(DisplayContent content, std::string& reason)
         widget->show();
     }
     m_display->InitialUpdate();
-    m_display->DeliverSize(RestoredSize, width(), height());
+    FollowWidgetSize(*m_display);
     return true;
 }
 
@@ -79,14 +74,6 @@ QSize ViewFrame::sizeHint() const
     // What the view is laid out for at least is less; here all its tabs are in sight.
     constexpr QSize natural(680, 560);
     return natural;
-}
-
-void ViewFrame::resizeEvent(QResizeEvent* event)
-{
-    QWidget::resizeEvent(event);
-    if (m_display != nullptr) {
-        m_display->DeliverSize(RestoredSize, event->size().width(), event->size().height());
-    }
 }
 
 void ViewFrame::OnTitle(CString const& title)

@@ -47,9 +47,6 @@ Q_SIGNALS:
     /// The host has removed the display; it is gone.
     void Removed();
 
-protected:
-    void resizeEvent(QResizeEvent* event) override;
-
 private:
     QWidget* FrameWidget() override { return this; }
     void OnTitle(CString const& title) override;

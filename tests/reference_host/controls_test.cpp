@@ -468,6 +468,15 @@ TEST(FormViews, FollowTheSizeOfTheirWidget)
     EXPECT_EQ(form.GetScrollWidth(), area->viewport()->width());
     EXPECT_LT(form.GetScrollWidth(), 400);
     EXPECT_EQ(form.GetScrollHeight(), 440);
+    // Something else takes from its height alone.
+    display->Widget()->resize(500, 600);
+    settle();
+    EXPECT_FALSE(area->verticalScrollBar()->isVisible());
+    display->Widget()->resize(500, 300);
+    settle();
+    EXPECT_TRUE(area->verticalScrollBar()->isVisible());
+    EXPECT_FALSE(area->horizontalScrollBar()->isVisible());
+    EXPECT_EQ(const_cast<CFormView&>(form).GetForm()->width(), area->viewport()->width());
     display->Widget()->resize(200, 200);
     settle();
     EXPECT_TRUE(area->horizontalScrollBar()->isVisible());

@@ -18,6 +18,7 @@
 #include <QListWidget>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QScrollBar>
 #include <QTest>
 #include <QTimer>
@@ -467,6 +468,16 @@ TEST_F(AroundTheView, WhatALostSonarWasAskedForIsOfferedAndNeverSentByItself)
     // 191.0 as a 32-bit float.
     EXPECT_EQ(stage.sonars[0].Payloads(1005), (std::vector<std::vector<unsigned char>>{{0x00, 0x00, 0x3F, 0x43}}));
     EXPECT_TRUE(RunUntil([&] { return Banner().isHidden(); }));
+}
+
+TEST_F(AroundTheView, TheBannerTakesHeightAndTheViewScrollsThatWayAlone)
+{
+    stage.window->resize(1290, 840);
+    ASSERT_NO_FATAL_FAILURE(AskOfTheLost());
+    auto const* const area = stage.view->Frame().findChild<QScrollArea*>();
+    ASSERT_NE(area, nullptr);
+    ASSERT_TRUE(RunUntil([&] { return area->verticalScrollBar()->isVisible(); }));
+    EXPECT_TRUE(RunUntil([&] { return !area->horizontalScrollBar()->isVisible(); }));
 }
 
 TEST_F(AroundTheView, WhatIsDroppedIsNotSent)
