@@ -78,6 +78,12 @@ bool ActionLease::GiveBack(CDataId const& sonar, Hand hand)
     return true;
 }
 
+void ActionLease::Forget(CDataId const& sonar)
+{
+    std::lock_guard const lock(m_mutex);
+    Remove(sonar);
+}
+
 std::optional<ActionLease::Lease> ActionLease::Of(CDataId const& sonar) const
 {
     std::lock_guard const lock(m_mutex);

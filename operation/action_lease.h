@@ -44,6 +44,8 @@ public:
     bool Take(CDataId const& sonar, Hand hand, std::optional<double> seconds = {});
     /// False when that hand does not hold it.
     bool GiveBack(CDataId const& sonar, Hand hand);
+    /// The sonar is not there any more: whoever holds its lease holds none.
+    void Forget(CDataId const& sonar);
     std::optional<Lease> Of(CDataId const& sonar) const;
 
     bool Admits(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,

@@ -75,6 +75,7 @@ void OperatorDesk::OnRemoved(CDataId const& sonar)
 {
     OnMoved(sonar);
     m_held.Drop(sonar);
+    m_lease.Forget(sonar);
     m_history.Forget(sonar);
 }
 

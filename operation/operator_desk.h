@@ -42,7 +42,7 @@ public:
     /// The sonar is at another address from here on: what waits for its answer is not answered any more, and how its
     /// connection stood counts no longer. What is held for it stays.
     void OnMoved(CDataId const& sonar);
-    /// The sonar is not there any more: what is held for it and its steps go, too.
+    /// The sonar is not there any more: what is held for it, its lease and its steps go, too.
     void OnRemoved(CDataId const& sonar);
     /// To be called every 50 ms or so.
     void Tick();

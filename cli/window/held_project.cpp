@@ -25,10 +25,7 @@ HeldProject::HeldProject(std::filesystem::path file) : m_file(std::move(file))
     m_lock->setStaleLockTime(0);
 }
 
-HeldProject::~HeldProject()
-{
-    m_store.reset();
-}
+HeldProject::~HeldProject() = default;
 
 bool HeldProject::Lock(std::string& error)
 {

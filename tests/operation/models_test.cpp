@@ -521,6 +521,13 @@ TEST_F(Leased, ASonarTakesWhatItsHolderAsksAndRefusesTheOthers)
     EXPECT_EQ(traffic.lines.size(), 6U);
 }
 
+TEST_F(Leased, GoesWithItsSonar)
+{
+    ASSERT_TRUE(desk.Lease().Take(id, Hand::Operator));
+    desk.OnRemoved(id);
+    EXPECT_FALSE(desk.Lease().Of(id).has_value());
+}
+
 TEST_F(Leased, EndsInTimeAndTheOperatorTakesItBack)
 {
     ASSERT_TRUE(desk.Lease().Take(id, Hand::Program, 30.0));
