@@ -97,17 +97,24 @@ bool FrameReceiving::TakeFrames()
     auto const time = m_options.clock();
     while (auto const frame = m_frames.Next()) {
         m_isProven = true;
+        // Who hears of the frame may ask how much was lost before it.
+        CountSkipped();
         m_listener.OnFrame(*frame, m_frameCount.fetch_add(1, std::memory_order_relaxed) + 1, time);
         if (attempt != m_handlers.Attempt()) {
             return false;
         }
     }
-    auto const skipped = m_frames.Reader().SkippedBytes();
-    m_skippedCount.fetch_add(skipped - std::exchange(m_skippedBefore, skipped), std::memory_order_relaxed);
+    CountSkipped();
     if (auto const damage = m_frames.NewDamage(); damage != qx5::protocol::Damage::None) {
         m_listener.OnDamage(damage);
     }
     return attempt == m_handlers.Attempt();
+}
+
+void FrameReceiving::CountSkipped()
+{
+    auto const skipped = m_frames.Reader().SkippedBytes();
+    m_skippedCount.fetch_add(skipped - std::exchange(m_skippedBefore, skipped), std::memory_order_relaxed);
 }
 
 /// One timer at a time, and what moves the limit back leaves the timer alone: it looks and waits again.

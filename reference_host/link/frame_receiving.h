@@ -61,6 +61,7 @@ private:
     qx5::protocol::ArrivingFrames NewFrames() const;
     void TakeBytes(std::span<unsigned char const> bytes);
     bool TakeFrames();
+    void CountSkipped();
     void WatchIdle();
     void LookForIdle();
 

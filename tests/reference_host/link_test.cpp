@@ -191,6 +191,28 @@ TEST_F(ConnectedLink, GarbageIsCountedReportedOnceAndSkipped)
     EXPECT_EQ(link.GetCounters().bytesSkipped, 10U);
 }
 
+TEST(SonarLink, CountsGarbageBeforeItHandsOverTheFrameBehindIt)
+{
+    Peer peer;
+    std::vector<std::uint64_t> counted;
+    Listener listener;
+    {
+        LinkThread thread;
+        SonarLink link(thread, OptionsFor(peer.Port()), listener);
+        listener.onFrame = [&] { counted.push_back(link.GetCounters().bytesSkipped); };
+        link.Open();
+        ASSERT_TRUE(peer.WaitForConnections(1));
+        auto const frame = Frame({9, 9});
+        Bytes stream{'H', 'T', 'T', 'P'};
+        stream.insert(stream.end(), frame.begin(), frame.end());
+        stream.insert(stream.end(), {1, 2, 3});
+        stream.insert(stream.end(), frame.begin(), frame.end());
+        peer.Write(stream);
+        ASSERT_TRUE(listener.WaitForFrames(2));
+    }
+    EXPECT_EQ(counted, (std::vector<std::uint64_t>{4, 7}));
+}
+
 TEST(SonarLink, ADamagedFrameCostsNothingButItself)
 {
     Peer peer;
