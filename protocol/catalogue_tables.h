@@ -50,7 +50,8 @@ inline constexpr auto Layouts = Concatenate(
     records::StoragePlaybackRecords,
     records::PanTiltHoistRecords,
     records::ContactsRecords,
-    records::TargetExchangeRecords);
+    records::TargetExchangeRecords,
+    records::EchoRecords);
 
 inline constexpr auto Keys = Concatenate(
     SharedKeys,

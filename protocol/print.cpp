@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include <protocol/catalogue.h>
+#include <protocol/echo_records.h>
 #include <protocol/house_records.h>
 #include <protocol/numbers.h>
 #include <protocol/tree_codec.h>
@@ -21,6 +22,7 @@ namespace {
 /// A hostile record must not print for ever.
 constexpr std::size_t MostItems = 1000;
 constexpr std::size_t MostLines = 10000;
+constexpr std::size_t MostDamagedBytes = 256;
 
 template <typename Number>
 std::string ShortestText(Number value)
@@ -111,6 +113,19 @@ std::string WireValueText(FieldValue const& value)
     return ValueText(value.wire);
 }
 
+/// Of a number on the wire.
+double NumberOf(Value const& wire)
+{
+    if (auto const* const whole = std::get_if<std::uint32_t>(&wire)) {
+        return *whole;
+    }
+    if (auto const* const signedWhole = std::get_if<std::int32_t>(&wire)) {
+        return *signedWhole;
+    }
+    auto const* const real = std::get_if<double>(&wire);
+    return real != nullptr ? *real : 0.0;
+}
+
 /// The attribute's value; what came from a float is told to a float's precision, so that 10 degrees read "10".
 std::string AttributeText(FieldValue const& value)
 {
@@ -176,7 +191,49 @@ std::string PrintFields(std::span<FieldValue const> fields, std::string_view ind
     return text;
 }
 
-std::string PrintTail(RecordLayout const& layout, UnpackedRecord const& record, std::string_view indent)
+/// Few numbers are listed; of many, such as the levels of a water column, their number and range say more.
+constexpr std::size_t MostListed = 8;
+
+std::string ArrayLine(UnpackedArray const& array, std::span<unsigned char const> payload)
+{
+    Field field{.offset = 0, .wire = array.array->wire};
+    std::string line = Place({.offset = 0, .wire = field.wire}).substr(3);
+    line = "@" + std::to_string(array.offset) + line + " " + std::string(array.array->name) + " = ";
+    std::size_t const width = WidthOf(field);
+    auto const bytes = payload.subspan(array.offset, array.size);
+    auto const numberAt = [&](std::size_t at) { return UnpackField(field, bytes.subspan(at, width)); };
+    if (bytes.size() <= MostListed * width) {
+        std::string list;
+        for (std::size_t at = 0; at < bytes.size(); at += width) {
+            list += (list.empty() ? "" : ", ") + WireValueText(numberAt(at));
+        }
+        return line + WithUnit("[" + list + "]", array.array->unit);
+    }
+    line += (array.array->rows.empty() ? "" : std::to_string(array.rows) + " x ") + std::to_string(array.count) +
+            " numbers";
+    FieldValue least;
+    FieldValue greatest;
+    for (std::size_t at = 0; at < bytes.size(); at += width) {
+        FieldValue const value = numberAt(at);
+        double const number = NumberOf(value.wire);
+        if (std::isnan(number)) {
+            continue;
+        }
+        if (least.field == nullptr || number < NumberOf(least.wire)) {
+            least = value;
+        }
+        if (greatest.field == nullptr || number > NumberOf(greatest.wire)) {
+            greatest = value;
+        }
+    }
+    if (least.field != nullptr) {
+        line += " from " + WireValueText(least) + " to " + WithUnit(WireValueText(greatest), array.array->unit);
+    }
+    return line;
+}
+
+std::string PrintTail(RecordLayout const& layout, UnpackedRecord const& record, std::span<unsigned char const> payload,
+                      std::string_view indent)
 {
     std::string const inner = std::string(indent) + "  ";
     std::string name(layout.tailName);
@@ -214,6 +271,11 @@ std::string PrintTail(RecordLayout const& layout, UnpackedRecord const& record, 
     case Tail::Utf8:
     case Tail::Utf8Z:
         text += place + (name.empty() ? "text" : name) + " = " + ValueText(record.tail) + "\n";
+        break;
+    case Tail::Arrays:
+        for (UnpackedArray const& array : record.arrays) {
+            text += std::string(indent) + ArrayLine(array, payload) + '\n';
+        }
         break;
     case Tail::Bytes:
         text += place + (name.empty() ? "bytes" : name) + ", " + std::to_string(record.tailBytes.size()) + " bytes\n" +
@@ -267,6 +329,10 @@ std::string PrintHouseRecord(std::uint32_t id, std::span<unsigned char const> pa
         }
         std::size_t lines = MostLines;
         PrintNodes(*nodes, std::string(indent), lines, text);
+    } else if (id == records::Detections.Id() || id == records::WaterColumn.Id()) {
+        if (auto const damage = DamageOfEchoes(id, payload); !damage.empty()) {
+            return std::string(indent) + "damaged: " + damage + "\n" + HexDump(payload, indent, MostDamagedBytes);
+        }
     } else if (id == records::PassThroughCommand.Id()) {
         auto const command = DecodePassThrough(payload);
         if (!command) {
@@ -432,7 +498,7 @@ std::string PrintPayload(RecordLayout const& layout, std::span<unsigned char con
         (text += indent) += std::to_string(record.missingBytes) + " bytes missing\n";
         return text;
     }
-    text += PrintTail(layout, record, indent);
+    text += PrintTail(layout, record, payload, indent);
     if (record.excessBytes > 0) {
         (text += indent) += std::to_string(record.excessBytes) + " bytes too many\n";
         text += HexDump(payload.last(record.excessBytes), std::string(indent) + "  ");

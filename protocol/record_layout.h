@@ -136,6 +136,17 @@ enum class Tail : std::uint8_t
     Utf8,    ///< UTF-8 text to the end, without terminator
     Utf8Z,   ///< UTF-8 text to the end, the last byte 0
     Bytes,   ///< raw bytes to the end
+    Arrays,  ///< `arrays` one after another without gaps, each as long as fixed fields tell
+};
+
+/// One array of a tail of arrays.
+struct ArrayField
+{
+    std::string_view name = {};
+    Wire wire = Wire::U8; ///< of each number: a whole or a real one
+    Unit unit = Unit::None;
+    std::string_view count = {}; ///< the name of the fixed field that tells how many numbers there are
+    std::string_view rows = {};  ///< of a further one, where there are that many rows of so many; empty for one row
 };
 
 /// What the number on the wire is counted in: the key's unit, changed by the conversion.
@@ -204,6 +215,12 @@ constexpr std::size_t WidthOf(Field const& field)
     return 0;
 }
 
+/// Number of bytes of each number of an array.
+constexpr std::size_t WidthOf(ArrayField const& array)
+{
+    return WidthOf(Field{.wire = array.wire});
+}
+
 /// One record: its id, its size and its fields. Views into tables of static storage; see RecordTable.
 struct RecordLayout
 {
@@ -217,6 +234,7 @@ struct RecordLayout
     std::span<Field const> itemFields = {};
     std::string_view tailName = {};
     KeyPointer tailKey = nullptr; ///< the key whose list, text or branch the tail carries
+    std::span<ArrayField const> arrays = {};
 };
 
 } // namespace qx5::protocol

@@ -25,7 +25,8 @@ enum class LayoutError : std::uint8_t
     PartOutOfRange,    ///< `part` outside the key's numbers
     Unnamed,           ///< neither key, name nor constant
     ConstantMisplaced, ///< a constant on a field with a key, on a text or time, or too wide for its field
-    TailMismatch,      ///< items without size or fields, or item fields without a tail of items
+    TailMismatch,      ///< items without size or fields, or item fields without a tail of items; arrays likewise
+    ArrayMismatch,     ///< an array without name or of no numbers, or that no whole number of the fixed fields counts
 };
 
 namespace detail {
@@ -226,6 +227,30 @@ constexpr LayoutError LintFields(std::span<Field const> fields, std::size_t size
     return LayoutError::None;
 }
 
+/// The fixed field without key that tells a whole number under that name, or null.
+constexpr Field const* FindCount(std::span<Field const> fields, std::string_view name)
+{
+    for (Field const& field : fields) {
+        if (field.key == nullptr && field.name == name && detail::IsInteger(field.wire) && field.wire != Wire::I32) {
+            return &field;
+        }
+    }
+    return nullptr;
+}
+
+constexpr LayoutError LintArrays(std::span<ArrayField const> arrays, std::span<Field const> fields)
+{
+    for (ArrayField const& array : arrays) {
+        bool const isOfNumbers = detail::IsInteger(array.wire) || detail::IsFloating(array.wire);
+        bool const isCounted = FindCount(fields, array.count) != nullptr &&
+                               (array.rows.empty() || FindCount(fields, array.rows) != nullptr);
+        if (array.name.empty() || !isOfNumbers || !isCounted) {
+            return LayoutError::ArrayMismatch;
+        }
+    }
+    return LayoutError::None;
+}
+
 /// Checks a whole record; gives the first error found.
 constexpr LayoutError LintRecord(RecordLayout const& layout)
 {
@@ -239,6 +264,12 @@ constexpr LayoutError LintRecord(RecordLayout const& layout)
     if (layout.tail == Tail::None && (layout.tailKey != nullptr || !layout.tailName.empty())) {
         return LayoutError::TailMismatch;
     }
+    if ((layout.tail == Tail::Arrays) != !layout.arrays.empty()) {
+        return LayoutError::TailMismatch;
+    }
+    if (auto const error = LintArrays(layout.arrays, layout.fields); error != LayoutError::None) {
+        return error;
+    }
     return LintFields(layout.itemFields, layout.itemSize);
 }
 
@@ -249,7 +280,28 @@ struct RecordOptions
     Tail tail = Tail::None; ///< Items comes by itself with RepeatedItems
     std::string_view tailName = {};
     KeyPointer tailKey = nullptr;
+    std::span<ArrayField const> arrays = {}; ///< of static storage, for a tail of arrays
 };
+
+/// Fields that several records begin with, and those that follow in one of them.
+template <std::size_t N>
+struct JoinedFields
+{
+    template <std::size_t A, std::size_t B>
+    constexpr JoinedFields(std::array<Field, A> const& first, Field const (&more)[B])
+    {
+        std::size_t at = 0;
+        for (Field const& field : first) {
+            all[at++] = field;
+        }
+        for (Field const& field : more) {
+            all[at++] = field;
+        }
+    }
+    std::array<Field, N> all = {};
+};
+template <std::size_t A, std::size_t B>
+JoinedFields(std::array<Field, A> const&, Field const (&)[B]) -> JoinedFields<A + B>;
 
 /// The items that follow the fixed fields: `RepeatedItems{40, {Field{...}, ...}}`.
 template <std::size_t M>
@@ -290,6 +342,14 @@ public:
         Check();
     }
 
+    /// The same with fields some of which begin other records, too.
+    constexpr RecordTable(std::uint32_t id, std::string_view name, std::uint32_t size, JoinedFields<N> const& fields,
+                          RecordOptions options = {}) requires(N != 0 && M == 0)
+        : m_id(id), m_size(size), m_name(name), m_options(options), m_fields(fields.all)
+    {
+        Check();
+    }
+
     constexpr RecordTable(std::uint32_t id, std::string_view name, std::uint32_t size,
                           Field const (&fields)[N == 0 ? 1 : N], RepeatedItems<M == 0 ? 1 : M> const& items,
                           RecordOptions options = {}) requires(N != 0 && M != 0)
@@ -314,7 +374,8 @@ public:
                             m_itemSize,
                             std::span<Field const>(m_itemFields),
                             m_options.tailName,
-                            m_options.tailKey};
+                            m_options.tailKey,
+                            m_options.arrays};
     }
     constexpr operator RecordLayout() const { return Layout(); }
 
@@ -363,6 +424,8 @@ private:
             throw std::logic_error("record table: a constant that its field cannot hold");
         case LayoutError::TailMismatch:
             throw std::logic_error("record table: tail and items do not agree");
+        case LayoutError::ArrayMismatch:
+            throw std::logic_error("record table: an array that no field counts");
         }
     }
 
@@ -381,6 +444,8 @@ template <std::size_t N>
 RecordTable(std::uint32_t, std::string_view, std::uint32_t, Field const (&)[N]) -> RecordTable<N>;
 template <std::size_t N>
 RecordTable(std::uint32_t, std::string_view, std::uint32_t, Field const (&)[N], RecordOptions) -> RecordTable<N>;
+template <std::size_t N>
+RecordTable(std::uint32_t, std::string_view, std::uint32_t, JoinedFields<N>, RecordOptions) -> RecordTable<N>;
 template <std::size_t N, std::size_t M>
 RecordTable(std::uint32_t, std::string_view, std::uint32_t, Field const (&)[N], RepeatedItems<M>) -> RecordTable<N, M>;
 template <std::size_t N, std::size_t M>

@@ -3,9 +3,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include <protocol/bytes.h>
+#include <protocol/frame.h>
 #include <protocol/numbers.h>
+#include <protocol/record_table.h>
 #include <protocol/time_stamp.h>
 #include <protocol/utf8.h>
 
@@ -170,7 +173,7 @@ std::vector<FieldValue> UnpackFields(std::span<Field const> fields, std::span<un
     return values;
 }
 
-void UnpackTail(RecordLayout const& layout, UnpackedRecord& record)
+void UnpackTail(RecordLayout const& layout, std::span<unsigned char const> payload, UnpackedRecord& record)
 {
     auto const bytes = record.tailBytes;
     auto const list = [&](std::size_t width, auto&& get) {
@@ -185,6 +188,17 @@ void UnpackTail(RecordLayout const& layout, UnpackedRecord& record)
     case Tail::None:
     case Tail::Bytes:
         break;
+    case Tail::Arrays: {
+        record.arrays.resize(layout.arrays.size());
+        auto const whole = PlaceArrays(layout, payload, record.arrays);
+        if (whole && *whole <= payload.size()) {
+            record.excessBytes = payload.size() - *whole;
+        } else {
+            record.arrays.clear();
+            record.missingBytes = whole ? *whole - payload.size() : std::numeric_limits<std::size_t>::max();
+        }
+        break;
+    }
     case Tail::Items:
         if (layout.itemSize == 0) {
             break;
@@ -237,8 +251,34 @@ UnpackedRecord Unpack(RecordLayout const& layout, std::span<unsigned char const>
         return record;
     }
     record.tailBytes = rest;
-    UnpackTail(layout, record);
+    UnpackTail(layout, payload, record);
     return record;
+}
+
+std::optional<std::size_t> PlaceArrays(RecordLayout const& layout, std::span<unsigned char const> payload,
+                                       std::span<UnpackedArray> places)
+{
+    auto const countOf = [&](std::string_view name) {
+        Field const& field = *FindCount(layout.fields, name); // a table without it does not compile
+        std::uint32_t count = 0;
+        for (std::size_t i = WidthOf(field); i-- > 0;) {
+            count = count << 8 | payload[field.offset + i];
+        }
+        return std::size_t{count};
+    };
+    std::size_t end = layout.size;
+    for (std::size_t i = 0; i < layout.arrays.size(); ++i) {
+        ArrayField const& array = layout.arrays[i];
+        UnpackedArray& place = places[i];
+        place = {&array, countOf(array.count), array.rows.empty() ? 1 : countOf(array.rows), end, 0};
+        std::size_t const room = (MaximumFrameSize - end) / WidthOf(array);
+        if (place.rows != 0 && place.count > room / place.rows) {
+            return std::nullopt;
+        }
+        place.size = place.count * place.rows * WidthOf(array);
+        end += place.size;
+    }
+    return end;
 }
 
 std::vector<std::pair<Key const*, Value>> KeyValues(std::span<FieldValue const> fields)

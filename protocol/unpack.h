@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <utility>
 #include <vector>
@@ -23,15 +24,33 @@ struct FieldValue
     Value attribute;
 };
 
+/// One array of a tail of arrays.
+struct UnpackedArray
+{
+    ArrayField const* array = nullptr; ///< a row of static storage
+    std::size_t count = 0;             ///< numbers of a row
+    std::size_t rows = 1;
+    std::size_t offset = 0; ///< from the start of the payload
+    std::size_t size = 0;   ///< bytes of all rows
+};
+
+/// Where the arrays lie of a payload that holds the fixed fields, `places` having room for one each; how long the
+/// payload then is. Nothing where a frame cannot be so long. Allocates nothing.
+std::optional<std::size_t> PlaceArrays(RecordLayout const& layout, std::span<unsigned char const> payload,
+                                       std::span<UnpackedArray> places);
+
 /// A payload taken apart. Views point into the payload.
 struct UnpackedRecord
 {
     std::vector<FieldValue> fields;             ///< the fixed fields that the payload holds, in the layout's order
     std::vector<std::vector<FieldValue>> items; ///< of a tail of items, complete ones only
+    std::vector<UnpackedArray> arrays;          ///< of a tail of arrays that is whole
     Value tail;                                 ///< a list as int32s (unsigned words by their bits) or a text
     std::span<unsigned char const> tailBytes;   ///< all bytes behind the fixed fields, if the layout has a tail
-    std::size_t missingBytes = 0;               ///< how much the payload is too short for the fixed fields
-    std::size_t excessBytes = 0;                ///< at the end, belonging to nothing
+    /// How much the payload is too short for the fixed fields and the arrays that these count; the greatest number when
+    /// no frame holds so many.
+    std::size_t missingBytes = 0;
+    std::size_t excessBytes = 0; ///< at the end, belonging to nothing
 };
 
 /// The value of one field; monostates when the payload does not hold it.

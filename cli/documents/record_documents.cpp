@@ -63,6 +63,7 @@ std::string_view TailText(Tail tail)
     switch (tail) {
     case Tail::None:
     case Tail::Items:
+    case Tail::Arrays:
         return "";
     case Tail::I32List:
         return "i32, to the end";
@@ -97,6 +98,16 @@ std::string FieldRows(std::span<Field const> fields)
         }
         text += fmt::format("| {} | {} | {} | {} | {} |\n", Place(field), WireOf(field), NameOf(field),
                             protocol::UnitText(WireUnit(field)), remark);
+    }
+    return text;
+}
+
+std::string ArrayRows(std::span<protocol::ArrayField const> arrays)
+{
+    std::string text;
+    for (protocol::ArrayField const& array : arrays) {
+        text += fmt::format("| {} | {} | {} | {}{}{} |\n", protocol::WireText(array.wire), array.name,
+                            protocol::UnitText(array.unit), array.rows, array.rows.empty() ? "" : " x ", array.count);
     }
     return text;
 }
@@ -173,6 +184,18 @@ std::string LuaFields(std::span<Field const> fields, std::string_view indent)
     return text;
 }
 
+std::string LuaArrays(std::span<protocol::ArrayField const> arrays)
+{
+    std::string text;
+    for (protocol::ArrayField const& array : arrays) {
+        text += fmt::format("            {{ wire = {}, width = {}, name = {}, unit = {}, count = {}", //
+                            LuaText(protocol::WireText(array.wire)), protocol::WidthOf(array), LuaText(array.name),
+                            LuaText(protocol::UnitText(array.unit)), LuaText(array.count));
+        text += array.rows.empty() ? " },\n" : fmt::format(", rows = {} }},\n", LuaText(array.rows));
+    }
+    return text;
+}
+
 std::string_view LuaTail(Tail tail)
 {
     switch (tail) {
@@ -191,6 +214,8 @@ std::string_view LuaTail(Tail tail)
         return "text";
     case Tail::Bytes:
         return "bytes";
+    case Tail::Arrays:
+        return "arrays";
     }
     return "none";
 }
@@ -232,6 +257,10 @@ std::string RecordTables()
                                 "|---|---|---|---|---|\n",
                                 record.itemSize) +
                     FieldRows(record.itemFields);
+        } else if (record.tail == Tail::Arrays) {
+            text +=
+                fmt::format("\nThen arrays without gaps:\n\n| wire | name | unit | numbers |\n|---|---|---|---|\n{}",
+                            ArrayRows(record.arrays));
         } else if (record.tail != Tail::None) {
             text += fmt::format("| @{} | {} | {} | | |\n", record.size, TailText(record.tail), TailName(record));
         }
@@ -266,7 +295,11 @@ std::string WiresharkDissector()
                             LuaText(LuaCarrier(record.carrier)), record.id, LuaText(record.name), record.size,
                             LuaText(LuaTail(record.tail)), LuaText(TailName(record)), record.itemSize);
         text += LuaFields(record.fields, "            ") + "        }, items = {\n" +
-                LuaFields(record.itemFields, "            ") + "        } },\n";
+                LuaFields(record.itemFields, "            ") + "        }";
+        if (!record.arrays.empty()) {
+            text += ", arrays = {\n" + LuaArrays(record.arrays) + "        }";
+        }
+        text += " },\n";
     }
     return Filled(documents::x5_records_lua, "records", text);
 }

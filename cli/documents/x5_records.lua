@@ -91,6 +91,44 @@ local function addFields(tree, range, fields)
     end
 end
 
+-- The whole number that the record tells under that name.
+local function countOf(range, record, name)
+    for _, field in ipairs(record.fields) do
+        if field.name == name then
+            return range(field.at, field.width):le_uint()
+        end
+    end
+end
+
+-- Each array in one line: its numbers where they are few, else how many there are.
+local function addArrays(tree, range, record)
+    local at = record.size
+    for _, array in ipairs(record.arrays) do
+        local count, rows = countOf(range, record, array.count), array.rows and countOf(range, record, array.rows)
+        local size = count * (rows or 1) * array.width
+        if at + size > range:len() then
+            tree:add(x5, range, "arrays that are not whole")
+            return
+        end
+        local text = (rows and (rows .. " x ") or "") .. count .. " numbers"
+        if size <= 8 * array.width then
+            local numbers = {}
+            for i = 0, size / array.width - 1 do
+                local _, number = valueOf(range(at + i * array.width, array.width), array)
+                numbers[#numbers + 1] = number
+            end
+            text = "[" .. table.concat(numbers, ", ") .. "]"
+        end
+        text = array.name .. " = " .. withUnit(text, array.unit)
+        if size > 0 then
+            tree:add(f.field, range(at, size), array.name):set_text(text)
+        else
+            tree:add(f.field, range, array.name):set_text(text)
+        end
+        at = at + size
+    end
+end
+
 local function addTail(tree, range, record)
     local begin = record.size
     if record.tail == "none" or range:len() <= begin then
@@ -105,6 +143,8 @@ local function addTail(tree, range, record)
         end
     elseif record.tail == "text" then
         tree:add(f.field, rest, record.tailName):set_text(record.tailName .. ' = "' .. textOf(rest) .. '"')
+    elseif record.tail == "arrays" then
+        addArrays(tree, range, record)
     elseif record.tail == "bytes" then
         tree:add(f.payload, rest)
     else

@@ -90,6 +90,11 @@ std::string FieldsInOneLine(protocol::RecordLayout const& layout, std::span<unsi
         std::string const name =
             layout.tailKey != nullptr ? protocol::EncodeUtf8(layout.tailKey->text) : std::string(layout.tailName);
         Add(line, name, protocol::ValueText(record.tail));
+    } else if (!record.arrays.empty()) {
+        for (protocol::UnpackedArray const& array : record.arrays) {
+            std::string const rows = array.array->rows.empty() ? "" : std::to_string(array.rows) + " x ";
+            Add(line, array.array->name, rows + std::to_string(array.count));
+        }
     } else if (!record.tailBytes.empty()) {
         Add(line, layout.tailName, std::to_string(record.tailBytes.size()) + " bytes");
     }

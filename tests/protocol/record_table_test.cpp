@@ -154,6 +154,31 @@ TEST(RecordTable, RefusesItemsWithoutATailOfItems)
                   LayoutError::None);
 }
 
+TEST(RecordTable, RefusesArraysThatNoFieldCounts)
+{
+    static constexpr Field fields[] = {Field{.offset = 0, .wire = Wire::U16, .name = "beams"},
+                                       Field{.offset = 2, .wire = Wire::U8, .name = "samples"},
+                                       Field{.offset = 4, .wire = Wire::I32, .name = "offset"},
+                                       Field{.key = &IntKey, .offset = 8, .wire = Wire::U32, .name = "keyed"}};
+    constexpr auto lint = [](ArrayField array) {
+        return LintRecord(
+            RecordLayout{.size = 12, .fields = fields, .tail = Tail::Arrays, .arrays = std::span(&array, 1)});
+    };
+    static_assert(lint({.name = "levels", .count = "samples", .rows = "beams"}) == LayoutError::None);
+    static_assert(lint({.name = "angle", .wire = Wire::F32, .count = "beams"}) == LayoutError::None);
+    static_assert(lint({.count = "beams"}) == LayoutError::ArrayMismatch);
+    static_assert(lint({.name = "levels"}) == LayoutError::ArrayMismatch);
+    static_assert(lint({.name = "levels", .count = "rows"}) == LayoutError::ArrayMismatch);
+    static_assert(lint({.name = "levels", .count = "beams", .rows = "rows"}) == LayoutError::ArrayMismatch);
+    static_assert(lint({.name = "levels", .count = "offset"}) == LayoutError::ArrayMismatch);
+    static_assert(lint({.name = "levels", .count = "keyed"}) == LayoutError::ArrayMismatch);
+    static_assert(lint({.name = "text", .wire = Wire::Text, .count = "beams"}) == LayoutError::ArrayMismatch);
+    static_assert(LintRecord(RecordLayout{.tail = Tail::Arrays}) == LayoutError::TailMismatch);
+    static constexpr ArrayField array{.name = "angle", .count = "beams"};
+    static_assert(LintRecord(RecordLayout{.size = 12, .fields = fields, .arrays = std::span(&array, 1)}) ==
+                  LayoutError::TailMismatch);
+}
+
 TEST(RecordTable, ChecksTheFieldsOfItems)
 {
     static constexpr Field fields[] = {Field{.key = &RealKey, .offset = 0, .wire = Wire::F32}};
