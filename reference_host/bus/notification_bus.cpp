@@ -141,7 +141,7 @@ bool TellsOnHostThread(NotificationInfo const* info, Tell tell)
 
 } // namespace
 
-NotificationBus::NotificationBus() = default;
+NotificationBus::NotificationBus(void (*changed)() noexcept) : m_changed(changed) {}
 NotificationBus::~NotificationBus() = default;
 
 std::shared_ptr<NotificationBus::Snapshot const> NotificationBus::Take() const
@@ -164,6 +164,12 @@ void NotificationBus::Join(std::shared_ptr<Joint> const& joint, std::span<CStrin
     if (keys.empty()) {
         return;
     }
+    PutIn(joint, keys);
+    TellChanged();
+}
+
+void NotificationBus::PutIn(std::shared_ptr<Joint> const& joint, std::span<CString const> keys)
+{
     std::lock_guard const lock(m_mutex);
     auto next = m_snapshot != nullptr ? std::make_shared<Snapshot>(*m_snapshot) : std::make_shared<Snapshot>();
     auto const found = std::find(next->joints.begin(), next->joints.end(), joint);
@@ -188,6 +194,7 @@ void NotificationBus::Leave(std::shared_ptr<Joint> const& joint) noexcept
     } catch (std::bad_alloc const&) {
         // It stays where it is, and once it has left by itself nobody finds a sink behind it.
     }
+    TellChanged();
 }
 
 void NotificationBus::TakeOut(std::shared_ptr<Joint> const& joint)
@@ -235,6 +242,12 @@ std::size_t NotificationBus::LeaveAll(std::function<bool(Subscriber const&)> con
         }
     }
     return count;
+}
+
+bool NotificationBus::IsFollowed(AttributeKey const& key) const
+{
+    auto const snapshot = Take();
+    return snapshot != nullptr && snapshot->Find(key) != nullptr;
 }
 
 void NotificationBus::Notify(AttributeKey const& key, NotificationInfo const* info) const

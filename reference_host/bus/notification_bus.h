@@ -101,7 +101,9 @@ private:
 class VORDAL_API NotificationBus : public std::enable_shared_from_this<NotificationBus>
 {
 public:
-    NotificationBus();
+    /// `changed`, if any, is called whenever joints have come or gone, with no lock held; any thread, and it may not
+    /// throw.
+    explicit NotificationBus(void (*changed)() noexcept = nullptr);
     ~NotificationBus();
 
     /// Joins to further keys; a joint that is there keeps its turn.
@@ -113,15 +115,26 @@ public:
     void Notify(AttributeKey const& key, NotificationInfo const* info) const;
     /// Tells each joint once that follows any of the tree's top-level keys.
     void NotifyKeysOf(CAttributeMap const& tree, NotificationInfo const* info) const;
+    /// Whether any joint follows the key.
+    bool IsFollowed(AttributeKey const& key) const;
     bool IsEmpty() const { return m_empty.load(std::memory_order_acquire); }
 
 private:
     struct Snapshot;
 
     std::shared_ptr<Snapshot const> Take() const;
+    void PutIn(std::shared_ptr<Joint> const& joint, std::span<CString const> keys);
     void TakeOut(std::shared_ptr<Joint> const& joint);
     void Publish(std::shared_ptr<Snapshot const> next);
 
+    void TellChanged() const noexcept
+    {
+        if (m_changed != nullptr) {
+            m_changed();
+        }
+    }
+
+    void (*const m_changed)() noexcept;
     mutable std::mutex m_mutex;
     std::shared_ptr<Snapshot const> m_snapshot;
     std::atomic<bool> m_empty{true};

@@ -29,6 +29,10 @@ void RunOnHostThread(HostTask task);
 /// As HostStreams::Notify.
 void NotifyBus(Subscription::Kind kind, CString const& key, NotificationInfo const* info);
 
+/// Who follows which streams has changed, or which sonars there are: those who watch it are told, see
+/// HostStreams::WatchFollowers. Any thread.
+void TellFollowersChanged() noexcept;
+
 /// Of all streams; null without a host.
 std::shared_ptr<NotificationBus> StreamBus();
 

@@ -161,8 +161,11 @@ void CDataBlock::AddItem(unsigned short item, unsigned short type, std::span<uns
         return;
     }
     auto& added = m_body->items.back();
-    added.Reallocate(size);
-    std::copy_n(value.begin(), std::min<std::size_t>(value.size(), size), added.bytes.get());
+    auto const given = std::min<std::size_t>(value.size(), size);
+    added.bytes = std::make_unique_for_overwrite<unsigned char[]>(size);
+    std::copy_n(value.begin(), given, added.bytes.get());
+    std::fill_n(added.bytes.get() + given, size - given, static_cast<unsigned char>(0));
+    added.info.data = added.bytes.get();
 }
 
 void CDataBlock::AddItemWithoutData(unsigned short item, unsigned short type, unsigned int size, unsigned short status)

@@ -94,6 +94,7 @@ void HostDevices::SetPort(BaseDevice& device, BaseIOHandler* port)
     if (auto* devices = dynamic_cast<AttachedDevices*>(port)) {
         devices->Attach(&device);
     }
+    TellFollowersChanged();
 }
 
 bool HostDevices::RemoveDevice(BaseDevice* device)

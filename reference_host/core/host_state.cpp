@@ -52,6 +52,20 @@ std::shared_ptr<NotificationBus> StreamBus()
     return state != nullptr ? state->streamBus : nullptr;
 }
 
+void TellFollowersChanged() noexcept
+{
+    auto* const state = CurrentState();
+    if (state == nullptr || state->thread == nullptr || !state->areFollowersWatched.load(std::memory_order_acquire)) {
+        return;
+    }
+    try {
+        // In a turn of its own also on the host thread: whoever subscribes may be in the middle of something.
+        state->thread->Post([state] { state->TellFollowersWatchers(); });
+    } catch (std::bad_alloc const&) {
+        // They look again whenever they hear of their sonar.
+    }
+}
+
 void RunOnHostThread(HostTask task)
 {
     if (auto* const thread = ThreadToTellOn()) {
@@ -108,6 +122,23 @@ DeviceInUse::~DeviceInUse()
         if (--m_device->Internals().uses == 0) {
             m_host.useEnded.notify_all();
         }
+    }
+}
+
+void HostState::TellFollowersWatchers()
+{
+    auto const all = [this] {
+        std::lock_guard const lock(mutex);
+        return followersWatchers;
+    }();
+    for (auto* const watcher : all) {
+        {
+            std::lock_guard const lock(mutex); // one that was told may have taken another away
+            if (std::find(followersWatchers.begin(), followersWatchers.end(), watcher) == followersWatchers.end()) {
+                continue;
+            }
+        }
+        watcher->OnFollowersChanged();
     }
 }
 

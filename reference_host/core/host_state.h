@@ -152,12 +152,13 @@ struct HostState
     std::atomic<HostObserver*> observer{nullptr};
     std::atomic<RequestObserver*> requestObserver{nullptr};
     std::atomic<RequestGuard*> requestGuard{nullptr};
+    std::atomic<bool> areFollowersWatched{false};
     std::atomic<RequestFailures> failures{RequestFailures::Contain};
 
     std::shared_ptr<NotificationBus> const activeVesselBus = std::make_shared<NotificationBus>();
     std::shared_ptr<NotificationBus> const bufferStatusBus = std::make_shared<NotificationBus>();
     std::shared_ptr<NotificationBus> const generalBus = std::make_shared<NotificationBus>();
-    std::shared_ptr<NotificationBus> const streamBus = std::make_shared<NotificationBus>();
+    std::shared_ptr<NotificationBus> const streamBus = std::make_shared<NotificationBus>(TellFollowersChanged);
 
     ProjectDefinition project;
     DisplayRegister displays;
@@ -178,6 +179,7 @@ struct HostState
     /// Of devices that have gone: others may still be about to leave or to join them.
     std::vector<std::shared_ptr<SubscriptionMap>> formerSubscriptions;
     std::vector<PingControl*> pingControls;
+    std::vector<FollowersWatcher*> followersWatchers;
     /// Where GetNextDevice stands, by vessel.
     std::map<unsigned short, int> nextDevice;
     std::map<CString, std::unique_ptr<DevICreator>> creators;
@@ -203,6 +205,8 @@ struct HostState
     Device* FindDeviceLocked(std::uint64_t packedId) const;
     /// Null when it is missing and not to be made.
     StreamBuffer* FindBuffer(CDataId const& id, bool create);
+    /// Host thread.
+    void TellFollowersWatchers();
     /// Every bus that subscriptions may be joined to.
     std::vector<std::shared_ptr<NotificationBus>> AllBuses() const;
     /// The device has another id now; the register follows.

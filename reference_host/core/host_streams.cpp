@@ -34,6 +34,31 @@ void HostStreams::SetBufferStatus(CDataId const& stream, unsigned short status)
     Notify(Subscription::BufferStatus, stream.GetKey(), &info);
 }
 
+void HostStreams::EmptyBuffer(CDataId const& stream)
+{
+    if (auto* const buffer = m_state.FindBuffer(stream, false)) {
+        buffer->Empty();
+    }
+}
+
+bool HostStreams::IsFollowed(CDataId const& stream) const
+{
+    return m_state.streamBus->IsFollowed(AttributeKey(stream.GetKey()));
+}
+
+void HostStreams::WatchFollowers(FollowersWatcher& watcher)
+{
+    std::lock_guard const lock(m_state.mutex);
+    m_state.followersWatchers.push_back(&watcher);
+    m_state.areFollowersWatched.store(true, std::memory_order_release);
+}
+
+void HostStreams::LeaveFollowers(FollowersWatcher& watcher)
+{
+    std::lock_guard const lock(m_state.mutex);
+    std::erase(m_state.followersWatchers, &watcher);
+}
+
 void HostStreams::Notify(Subscription::Kind kind, CString const& key, NotificationInfo const* info)
 {
     NotifyBus(kind, key, info);

@@ -21,6 +21,11 @@ int NumberOf(BaseDevice const& device, AttributeKey const& key)
 
 } // namespace
 
+qx5::protocol::Target IdentityOf(BaseDevice const& device)
+{
+    return {NumberOf(device, keys::DeviceId), NumberOf(device, keys::DeviceEnum)};
+}
+
 std::vector<BaseDevice*> AddresseesOf(AttachedDevices const& devices, qx5::protocol::Target from)
 {
     using qx5::protocol::Low16Bits;
@@ -30,11 +35,10 @@ std::vector<BaseDevice*> AddresseesOf(AttachedDevices const& devices, qx5::proto
     std::vector<BaseDevice*> unknown;
     for (int index = 0; auto* const device = devices.At(index); ++index) {
         all.push_back(device);
-        int const deviceId = NumberOf(*device, keys::DeviceId);
-        if (deviceId == 0) {
+        auto const identity = IdentityOf(*device);
+        if (identity.deviceId == 0) {
             unknown.push_back(device);
-        } else if (deviceId == from.deviceId &&
-                   Low16Bits(NumberOf(*device, keys::DeviceEnum)) == Low16Bits(from.enumerator)) {
+        } else if (identity.deviceId == from.deviceId && Low16Bits(identity.enumerator) == Low16Bits(from.enumerator)) {
             named.push_back(device);
         }
     }

@@ -11,6 +11,9 @@ namespace vordal {
 
 class AttachedDevices;
 
+/// "DeviceId" and "DeviceEnum" of the device's tree; a device id of 0: it does not know who it is. Host thread.
+qx5::protocol::Target IdentityOf(BaseDevice const& device);
+
 /// The devices on the port that a frame with this device id and enumerator is for, in order of attachment:
 /// - a sole device: it has the connection to itself;
 /// - all, when the frame names no unit (0 and -1): it is of the sonar as a whole;

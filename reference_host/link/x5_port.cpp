@@ -29,13 +29,15 @@ namespace protocol = qx5::protocol;
 } // namespace
 
 X5Port::X5Port(Host& host, LinkThread& thread, CString name, LinkOptions options)
-    : LivePort(host, thread, std::move(name), std::move(options), *this, *this)
+    : LivePort(host, thread, std::move(name), std::move(options), *this, *this), m_echoes(host, *this)
 {
+    host.WatchFollowers(*this);
 }
 
 X5Port::~X5Port()
 {
     End();
+    GetHost().LeaveFollowers(*this);
     if (auto const refusals = PlaybackRefusals(); refusals > 1) {
         Log(LogLevel::Info, tvcore::ToUtf8(GetName()) + ": " + std::to_string(refusals) +
                                 " playback commands in all were refused, as the sonar is live");
@@ -45,6 +47,7 @@ X5Port::~X5Port()
 void X5Port::OnConnectionBegins()
 {
     m_damageTold = false;
+    m_echoDamageTold = false;
 }
 
 void X5Port::OnDevicesTold(bool connected)
@@ -52,10 +55,41 @@ void X5Port::OnDevicesTold(bool connected)
     m_settingsTold.clear();
     m_strangerTold = false;
     TellStreamsOfConnection(connected);
+    m_isConnected = connected;
+    m_echoes.ConnectionChanged();
+    OnFollowersChanged();
+}
+
+void X5Port::OnFollowersChanged()
+{
+    m_echoes.Attend(m_isConnected, [this](protocol::Target target, std::span<unsigned char const> request) {
+        return SendRemoteControlRecord(GetLink(), protocol::records::EchoRequest.Id(), request, target.deviceId,
+                                       target.enumerator);
+    });
+}
+
+void X5Port::TakeEchoes(protocol::FrameView const& frame)
+{
+    std::string damage;
+    try {
+        if (m_echoes.Take(frame, damage)) {
+            PostToHost([this] { m_echoes.DeliverNext(); });
+        }
+    } catch (std::bad_alloc const&) {
+        m_echoes.DropNewest();
+    }
+    if (!damage.empty() && !std::exchange(m_echoDamageTold, true)) {
+        Log(LogLevel::Warning, tvcore::ToUtf8(GetName()) + ": record " + std::to_string(frame.header.recordId) +
+                                   " from the sonar is dropped, " + damage + "; said once for this connection");
+    }
 }
 
 void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
 {
+    if (EchoStreams::IsOfEchoes(frame.header.recordId)) {
+        TakeEchoes(frame);
+        return;
+    }
     if (frame.header.recordId != protocol::records::AttributeTree.Id()) {
         return;
     }
@@ -104,6 +138,8 @@ void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
         GetHost().MergeDecoded(*device, tree);
         PutStreamData(*device, status, isData ? settings : std::nullopt);
     }
+    // A sonar that has told who it is can be asked.
+    OnFollowersChanged();
 }
 
 void X5Port::TellStreamsOfConnection(bool connected)

@@ -1,7 +1,9 @@
 // The port of a live sonar: a named connection and the devices that share it.
 #pragma once
 
+#include "echo_streams.h"
 #include "live_port.h"
+#include "reference_host/core/host_streams.h"
 
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <VordalAttributesR/CAttributeMap.h>
@@ -21,7 +23,11 @@ namespace vordal {
 /// A sonar connection as devices see it. Attributes that the sonar sends are merged into the trees of the attached
 /// devices that they are for (frame_addressees.h), settings data go into the buffers of those that are sonars; while
 /// the connection is lost the buffers of sonars have LostStreamStatus, all on the host thread.
-class VORDAL_API X5Port final : public PortWithDevices<QX5SocketIoHandler>, public LivePort
+///
+/// Whoever subscribes to a sonar's detections or water column (SonarEchoItems.h) has the sonar asked for them, again
+/// after each time that the connection comes up, until the last subscription ends. What comes waits for the host thread
+/// beside all else: of each sonar and stream the newest alone, so that nothing waits behind it.
+class VORDAL_API X5Port final : public PortWithDevices<QX5SocketIoHandler>, public LivePort, private FollowersWatcher
 {
 public:
     X5Port(Host& host, LinkThread& thread, CString name, LinkOptions options);
@@ -29,6 +35,8 @@ public:
 
     /// Trees that were dropped because they were damaged or beyond the limits.
     std::uint64_t DroppedTrees() const { return m_droppedTrees.load(); }
+
+    EchoCounters EchoCounts() const { return m_echoes.Counts(); }
 
     /// Playback commands that were refused, as the sonar is live.
     std::uint64_t PlaybackRefusals() const { return m_playbackRefusals.load(); }
@@ -49,6 +57,9 @@ private:
     void OnConnectionBegins() override;
     void OnLinkFrame(qx5::protocol::FrameView const& frame, double time) override;
     void OnDevicesTold(bool connected) override;
+    void OnFollowersChanged() override;
+
+    void TakeEchoes(qx5::protocol::FrameView const& frame);
 
     /// Nothing comes for a stream without connection: whoever waits for its data, such as the sonars that ping in turn,
     /// hears of it as of any change of the stream's status. With the connection the status is 0 until the sonar says
@@ -73,8 +84,11 @@ private:
     std::vector<CDataId> m_settingsTold; ///< of which devices, in this connection
     bool m_strangerTold = false;         ///< in this connection
     bool m_streamsLost = false;
+    bool m_isConnected = false; ///< as the devices know
+    EchoStreams m_echoes;
     /// Link thread alone.
     bool m_damageTold = false;
+    bool m_echoDamageTold = false;
     std::atomic<std::uint64_t> m_droppedTrees{0};
     std::atomic<std::uint64_t> m_playbackRefusals{0};
     std::atomic<unsigned> m_playbackRefusalsTold{0}; ///< one bit for each operation
