@@ -1,6 +1,6 @@
 // The tracker: from what a ping has heard it proposes the settings of the next one, for whichever switches are on.
 //
-// For whom it is called by: TrackerSwitches say what it may set, TrackerLimits within what, TrackedSettings what it
+// Of its types, TrackerSwitches say what it may set, TrackerLimits within what, TrackedSettings what it
 // proposes. Tracker::Next is to be called once for each ping, with its echoes and the settings that it was made with.
 #pragma once
 
