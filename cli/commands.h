@@ -3,6 +3,7 @@
 
 #include "program_facts.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -159,6 +160,23 @@ std::vector<std::string> BottomNames();
 int AcousticsAbsorption(AcousticsOptions const& options);
 int AcousticsSoundSpeed(AcousticsOptions const& options);
 int AcousticsBudget(AcousticsOptions const& options);
+
+struct SoundingsOptions
+{
+    std::string scene;   ///< by its name
+    double depth = 30.0; ///< m, the scene's mean one
+    std::uint64_t seed = 1;
+    bool calm = false; ///< the ship does not move but along its line
+    int pings = 1;
+    bool truth = false; ///< the depth that each beam really meets, too
+    std::vector<std::string> keyValues;
+    bool json = false;
+    bool csv = false;
+    bool xyz = false;
+};
+/// The scenes, each with what is in it.
+std::vector<std::string> SceneTexts();
+int Soundings(SoundingsOptions const& options);
 
 struct DocsOptions
 {

@@ -154,6 +154,33 @@ void AddPresetCommands(CLI::App& app, PresetOptions& preset, int& code, Runs con
     addName(remove, "The preset's name");
 }
 
+/// `qx5 soundings`. Which scenes, depths and settings are good is told by the simulated sonar.
+void AddSoundingsCommand(CLI::App& app, SoundingsOptions& soundings, int& code)
+{
+    CLI::App* command = app.add_subcommand("soundings", "Print what the simulated sonar sounds over a scene");
+    command->callback([&code, &soundings] { code = Soundings(soundings); });
+    command->add_option("--scene", soundings.scene, fmt::format("{}", fmt::join(SceneTexts(), ", ")))
+        ->required()
+        ->type_name("NAME");
+    command->add_option("--depth", soundings.depth, "The scene's mean depth")->capture_default_str()->type_name("M");
+    command->add_option("--seed", soundings.seed, "The same seed gives the same soundings")
+        ->capture_default_str()
+        ->type_name("N");
+    command->add_flag("--calm", soundings.calm, "The ship does not roll, pitch, heave or yaw");
+    command->add_option("--pings", soundings.pings, "How many, 1 to 1000000")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 1'000'000).description(""))
+        ->type_name("N");
+    command->add_flag("--truth", soundings.truth, "The depth at which each beam's axis really meets the bottom, too");
+    CLI::Option* json = command->add_flag("--json", soundings.json, "One JSON object on a line for each detection");
+    CLI::Option* csv = command->add_flag("--csv", soundings.csv, "Comma-separated, with a line of names");
+    CLI::Option* xyz = command->add_flag("--xyz", soundings.xyz, "East, north and depth of each detection");
+    json->excludes(csv)->excludes(xyz);
+    csv->excludes(xyz);
+    command->add_option("settings", soundings.keyValues, "What the sonar is set to first, as `set` of `qx5 sim`")
+        ->type_name("KEY=VALUE");
+}
+
 /// `qx5 acoustics` and what it works out. Which values are good is told by the acoustics.
 void AddAcousticsCommands(CLI::App& app, AcousticsOptions& acoustics, int& code)
 {
@@ -445,6 +472,9 @@ int RunCommandLine(int argc, char** argv)
 
     AcousticsOptions acoustics;
     AddAcousticsCommands(app, acoustics, code);
+
+    SoundingsOptions soundings;
+    AddSoundingsCommand(app, soundings, code);
 
     PluginOptions plugin;
     CLI::App* pluginCommand =

@@ -35,6 +35,14 @@ Result<LineArray> LineArray::OfWidth(double width, Taper taper, double steering)
     return LineArray(FactsOf(taper).halfPower / std::sin(Radians(width / 2.0)), taper, std::sin(Radians(steering)));
 }
 
+Result<LineArray> LineArray::OfLength(double wavelengths, Taper taper)
+{
+    if (auto failure = FirstOutside({{"length", "wavelengths", wavelengths, 0.5, 1e5}})) {
+        return *std::move(failure);
+    }
+    return LineArray(wavelengths, taper, 0.0);
+}
+
 double LineArray::Amplitude(double sine) const
 {
     double const u = m_length * (sine - m_sineOfSteering);

@@ -24,6 +24,9 @@ public:
     /// steered by `steering` degrees off broadside (-90 to 90).
     static Result<LineArray> OfWidth(double width, Taper taper, double steering = 0.0);
 
+    /// The array of so many wavelengths from end to end (0.5 to 100,000), not steered.
+    static Result<LineArray> OfLength(double wavelengths, Taper taper);
+
     /// Relative amplitude, 1 on the axis; negative in every second side lobe.
     double Amplitude(double sine) const;
     /// The same in dB, 0 on the axis; -infinity in a null.

@@ -21,6 +21,8 @@ struct ReceiverSettings
     double gain = 20.0;       ///< dB, -50 to 150
     double spreading = 30.0;  ///< dB for each tenfold range, 0 to 100
     double absorption = 70.0; ///< dB/km one way, 0 to 1000
+
+    bool operator==(ReceiverSettings const&) const = default;
 };
 
 /// What is wrong with them, if anything.

@@ -1,7 +1,10 @@
 // The fluctuation of echoes from a rough bottom: many small ones that add up by chance.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
+#include <vector>
 
 namespace qx5::acoustics {
 
@@ -15,6 +18,10 @@ public:
 
     /// Of the next sample: above 0, below 40.
     double NextIntensity();
+    /// Of as many samples as there are places: the same distribution, from a table that ends 11 dB above the mean. A
+    /// pulse covers `together` samples, whose scatterers neighbours within it share; samples further apart have nothing
+    /// in common. `scratch` is memory that may be kept for the next call.
+    void Fill(std::span<float> intensities, std::size_t together, std::vector<float>& scratch);
 
 private:
     std::uint64_t m_state;
