@@ -62,19 +62,18 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
 {
     fuzz::Input input(data, size);
     simulator::SonarState state([] { return 1.7e9; });
-    simulator::SteadyTime now{};
     for (int records = 0; !input.IsEmpty() && records < 16; ++records) {
         auto const frame = NextFrame(input);
         auto const view = protocol::ParseFrame(frame);
         Require(view.has_value());
-        auto const understood = state.Apply(*view, now);
+        auto const understood = state.Apply(*view);
         if (understood.effect == simulator::Effect::AnswerRecord) {
             if (auto const answer = state.Answer(understood.requestedRecord)) {
                 CheckTree(*answer);
             }
         }
-        now += std::chrono::milliseconds(input.Byte() * 100);
-        state.Advance(now);
+        state.RecordPing(input.Byte() * std::size_t{100000000});
+        state.TellRecorder();
         if (state.HasReport()) {
             CheckTree(state.TakeReport());
         }

@@ -47,7 +47,7 @@ SharedBytes AnswerFrames::Tree(std::vector<TreeNode> nodes, std::int32_t head, s
 SharedBytes AnswerFrames::Record(std::uint32_t id, std::span<unsigned char const> payload, std::int32_t head) const
 {
     return std::make_shared<std::vector<unsigned char> const>(
-        protocol::BuildFrame(id, {model::DeviceId, EnumeratorOf(head)}, m_state.UtcSeconds(), payload));
+        protocol::BuildFrame(id, SourceOf(head), m_state.UtcSeconds(), payload));
 }
 
 } // namespace qx5::simulator

@@ -26,6 +26,8 @@ public:
     std::span<std::int32_t const> Heads() const { return m_heads; }
     /// A frame that is for one of several heads names it, any other is for all; none: the sonar has no such head.
     std::span<std::int32_t const> HeadsAt(protocol::Target target) const;
+    /// Whom its frames are from.
+    protocol::Target SourceOf(std::int32_t head) const { return {model::DeviceId, EnumeratorOf(head)}; }
     /// What the head tells; null, and one line in `error`, when it cannot be sent.
     SharedBytes Tree(std::vector<protocol::TreeNode> nodes, std::int32_t head, std::string& error) const;
     SharedBytes Record(std::uint32_t id, std::span<unsigned char const> payload, std::int32_t head) const;

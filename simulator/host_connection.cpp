@@ -2,6 +2,7 @@
 #include <simulator/host_connection.h>
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include <simulator/hosts.h>
@@ -31,6 +32,8 @@ void HostConnection::Close(std::string_view why)
     m_quietTimer.cancel();
     m_queue.clear();
     m_queuedBytes = 0;
+    m_echoes.clear();
+    m_echoBytes = 0;
     m_hosts.OnClosed(*this, why);
 }
 
@@ -65,7 +68,7 @@ std::string HostConnection::StatusText() const
 {
     return "connection " + std::to_string(m_number) + ": " + Plural(m_bytesReceived, "byte") + " and " +
            Plural(m_arriving.Reader().GoodFrames(), "record") + " received, " + Plural(m_bytesSent, "byte") + " and " +
-           Plural(m_framesSent, "frame") + " sent, " + Plural(m_queuedBytes, "byte") + " waiting";
+           Plural(m_framesSent, "frame") + " sent, " + Plural(m_queuedBytes + m_echoBytes, "byte") + " waiting";
 }
 
 void HostConnection::AwaitFirstFrame()
@@ -202,8 +205,39 @@ void HostConnection::Send(SharedBytes const& bytes)
     PumpWrites();
 }
 
-/// What leaves next; nothing while there is nothing, or it is not due yet. Floods wait for whatever else is to leave,
-/// and are made as the line takes them.
+void HostConnection::SetWish(std::int32_t head, protocol::EchoWish wish)
+{
+    auto const at = static_cast<std::size_t>(head);
+    m_wishes.resize(std::max(m_wishes.size(), at + 1));
+    m_wishes[at] = wish;
+}
+
+protocol::EchoWish HostConnection::WishFor(std::int32_t head) const
+{
+    auto const at = static_cast<std::size_t>(head);
+    return at < m_wishes.size() ? m_wishes[at] : protocol::EchoWish{};
+}
+
+bool HostConnection::SendEchoes(SharedBytes const& bytes, std::int32_t head, EchoKind kind)
+{
+    auto const waiting = std::span(m_echoes).subspan(m_areEchoesLeaving ? 1 : 0);
+    bool const isBefore = std::any_of(waiting.begin(), waiting.end(),
+                                      [&](Echoes const& before) { return before.head == head && before.kind == kind; });
+    bool const isTooMuch = !m_echoes.empty() && m_echoBytes + bytes->size() > m_hosts.Options().greatestEchoQueue;
+    if (!m_isOpen || isBefore || isTooMuch) {
+        return false;
+    }
+    m_echoes.push_back({bytes, head, kind});
+    m_echoBytes += bytes->size();
+    if (m_isAwaitingDue) {
+        m_sendTimer.cancel(); // there is something to leave before it
+    }
+    PumpWrites();
+    return true;
+}
+
+/// What leaves next; nothing while there is nothing, or it is not due yet. Echoes and floods wait for whatever else is
+/// to leave, and are made as the line takes them.
 SharedBytes HostConnection::NextFrame()
 {
     if (!m_queue.empty() && m_queue.front().due <= Clock::now()) {
@@ -211,6 +245,10 @@ SharedBytes HostConnection::NextFrame()
         m_queue.pop_front();
         m_queuedBytes -= next->size();
         return next;
+    }
+    if (!m_echoes.empty()) {
+        m_areEchoesLeaving = true;
+        return m_echoes.front().bytes;
     }
     return m_failures.silent ? SharedBytes() : m_hosts.Sonar().NextFlood(*this);
 }
@@ -226,9 +264,11 @@ void HostConnection::PumpWrites()
             return;
         }
         m_isWriting = true;
+        m_isAwaitingDue = true;
         m_sendTimer.expires_at(m_queue.front().due);
         m_sendTimer.async_wait([this, self = shared_from_this()](asio::error_code const&) {
             m_isWriting = false;
+            m_isAwaitingDue = false;
             PumpWrites();
         });
         return;
@@ -290,6 +330,10 @@ void HostConnection::WriteBytes(std::size_t count)
                           }
                           ++m_framesSent;
                           m_isWriting = false;
+                          if (std::exchange(m_areEchoesLeaving, false)) {
+                              m_echoBytes -= m_echoes.front().bytes->size();
+                              m_echoes.erase(m_echoes.begin());
+                          }
                           PumpWrites();
                       });
 }

@@ -22,6 +22,12 @@ namespace qx5::simulator {
 
 class Hosts;
 
+enum class EchoKind : std::uint8_t
+{
+    Detections,
+    WaterColumn,
+};
+
 /// Sonar's thread alone. Held by shared pointers, its handlers' among them; once it is closed it does nothing more.
 class HostConnection : public std::enable_shared_from_this<HostConnection>
 {
@@ -36,6 +42,13 @@ public:
     /// Sends the bytes of a whole frame when it is their turn and time. A host that lets too much pile up is
     /// disconnected, or, where not even an end would leave, once it would.
     void Send(SharedBytes const& bytes);
+    /// What the host wants to know of a head's echoes.
+    void SetWish(std::int32_t head, protocol::EchoWish wish);
+    protocol::EchoWish WishFor(std::int32_t head) const;
+    /// Sends a frame of echoes when nothing else is to leave, so that no other frame waits behind more than one of
+    /// them. False, and it is left out, while one of that head and kind waits already beside the one that is leaving,
+    /// or while more than `greatestEchoQueue` would wait.
+    bool SendEchoes(SharedBytes const& bytes, std::int32_t head, EchoKind kind);
     /// Sends what can leave now, floods among it.
     void PumpWrites();
     /// After a change of failures: what waits for a time or for another change looks again.
@@ -70,6 +83,13 @@ private:
         SteadyTime due;
     };
 
+    struct Echoes
+    {
+        SharedBytes bytes;
+        std::int32_t head;
+        EchoKind kind;
+    };
+
     void TakeBytes(std::size_t count);
     void TakeFrames();
     void WatchIdle();
@@ -98,6 +118,11 @@ private:
 
     std::deque<Outgoing> m_queue;
     std::size_t m_queuedBytes = 0;
+    std::vector<protocol::EchoWish> m_wishes; ///< by head
+    std::vector<Echoes> m_echoes;             ///< that wait, of each head and kind one; the first may be under way
+    std::size_t m_echoBytes = 0;
+    bool m_areEchoesLeaving = false;      ///< the first of `m_echoes` is in `m_leaving`
+    bool m_isAwaitingDue = false;         ///< the timer runs until the next frame is due
     std::vector<unsigned char> m_leaving; ///< the frame under way, with what is sent before it
     std::size_t m_left = 0;               ///< bytes of `m_leaving` that have left
     bool m_isWriting = false;             ///< an operation or the timer is under way

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 
 #include <protocol/numbers.h>
@@ -10,35 +9,26 @@
 
 namespace qx5::simulator {
 
-using SteadyTime = std::chrono::steady_clock::time_point;
-
-/// Takes no time of its own but what it is given. For one thread at a time.
+/// For one thread at a time.
 class Recorder
 {
 public:
     bool IsRecording() const { return m_recording; }
     /// Begins a new file.
-    void Start(SteadyTime now)
+    void Start()
     {
         m_recording = true;
-        m_recordedUntil = now;
         m_fileBytes = 0.0;
     }
     void Stop() { m_recording = false; }
-    /// Lets the file grow until now; a disk that is full ends the recording. True when time has passed in it.
-    bool Advance(SteadyTime now)
+    /// What a ping brought. False when the disk is full, which ends the recording.
+    bool Write(double bytes)
     {
-        if (!m_recording || now <= m_recordedUntil) {
-            return false;
-        }
-        std::chrono::duration<double> const elapsed = now - m_recordedUntil;
-        m_recordedUntil = now;
-        double const wanted = elapsed.count() * model::RecordingBytesPerSecond;
-        double const written = std::min(wanted, m_diskFreeBytes);
+        double const written = std::min(bytes, m_diskFreeBytes);
         m_fileBytes += written;
         m_diskFreeBytes -= written;
-        m_recording = written >= wanted;
-        return true;
+        m_recording = written >= bytes;
+        return m_recording;
     }
 
     /// Of the file, in bytes.
@@ -48,7 +38,6 @@ public:
 
 private:
     bool m_recording = false;
-    SteadyTime m_recordedUntil;
     double m_fileBytes = 0.0;
     double m_diskFreeBytes = model::DiskFreeAtStart;
 };

@@ -82,7 +82,7 @@ bool State(CommandedSonar& sonar, std::string_view key, std::string& answer)
 
 bool Assign(CommandedSonar& sonar, std::string_view assignment, std::string& answer)
 {
-    bool const taken = sonar.State().Set(assignment, std::chrono::steady_clock::now(), answer);
+    bool const taken = sonar.State().Set(assignment, answer);
     sonar.StateChanged();
     return taken;
 }

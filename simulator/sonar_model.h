@@ -135,7 +135,6 @@ inline constexpr auto BeamModes =
 // The recorder.
 inline constexpr double DiskBytes = 64.0e9;
 inline constexpr double DiskFreeAtStart = 48.0e9;
-inline constexpr double RecordingBytesPerSecond = 40.0e6;
 inline constexpr std::wstring_view RecordingDirectory = L"/sonar/recordings";
 
 /// A factory setting of one number; it takes the kind of its key.

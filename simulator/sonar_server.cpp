@@ -6,9 +6,13 @@
 #include <protocol/print.h>
 #include <protocol/utf8.h>
 #include <simulator/answer_frames.h>
+#include <simulator/echo_frames.h>
+#include <simulator/echo_service.h>
 #include <simulator/flood.h>
+#include <simulator/hearing.h>
 #include <simulator/hosts.h>
 #include <simulator/misbehaviour.h>
+#include <simulator/ping_settings_of.h>
 #include <simulator/pinging.h>
 #include <simulator/plural.h>
 #include <simulator/sonar_commands.h>
@@ -39,6 +43,15 @@ public:
 
     std::optional<StartError> Start()
     {
+        if (!m_options.hear) {
+            std::string error;
+            m_options.hear = HearingOf(m_options, error);
+            if (!m_options.hear) {
+                return StartError{StartError::Kind::BadScene, error};
+            }
+        }
+        m_echoes.emplace(m_thread.Context(), m_options.hear, m_state, m_frames, m_hosts,
+                         static_cast<HostedSonar&>(*this));
         auto error = m_hosts.Start();
         if (!error) {
             m_port = m_hosts.Port();
@@ -49,12 +62,21 @@ public:
 
     std::uint16_t Port() const { return m_port; }
 
+    void Stop()
+    {
+        m_thread.Stop();
+        if (m_echoes) {
+            m_echoes->Stop();
+        }
+    }
+
     SonarThread& Thread() { return m_thread; }
 
     ServerCounts Counts() const
     {
         ServerCounts counts = m_hosts.Counts();
         counts.pings = m_pinging.Count();
+        m_echoes->AddTo(counts);
         return counts;
     }
 
@@ -71,7 +93,7 @@ public:
             m_recordingTimer.async_wait([this](asio::error_code const& error) {
                 m_tickScheduled = false;
                 if (!error && !m_thread.IsEnding()) {
-                    m_state.Advance(Clock::now());
+                    m_state.TellRecorder();
                     StateChanged();
                 }
             });
@@ -176,7 +198,7 @@ public:
                 " received, " + Plural(counts.framesSent, "frame") + " sent, " + Plural(counts.skippedBytes, "byte") +
                 " of no frame; " + Plural(m_state.UnknownRecords(), "unknown record") + ", " +
                 Plural(m_state.UnknownRequests(), "unanswered request") + "; " + Plural(counts.pings, "ping") +
-                "; failures: " + Describe(m_misbehaviour);
+                "; failures: " + Describe(m_misbehaviour) + m_echoes->StatusText();
         for (auto const& connection : m_hosts.All()) {
             text += "\n" + connection->StatusText();
         }
@@ -242,7 +264,7 @@ private:
 
     void OnFrame(HostConnection& from, protocol::FrameView const& frame) override
     {
-        Understood const record = m_state.Apply(frame, Clock::now());
+        Understood const record = m_state.Apply(frame);
         Tell({.kind = EventKind::Record, .connection = from.Number(), .text = {}, .record = &record, .frame = &frame});
         switch (record.effect) {
         case Effect::None:
@@ -255,6 +277,9 @@ private:
             m_pinging.PingAtCommand(HeadsAt(record.target), done);
             break;
         }
+        case Effect::TellEchoes:
+            m_echoes->Wish(from, HeadsAt(record.target), record.echoes);
+            break;
         case Effect::ShutDown:
             PowerDown(false);
             break;
@@ -373,6 +398,10 @@ private:
     // The sonar tells its settings as it pings, so that a host knows how long the echoes can take.
     void OnPinged(Ping const& ping) override
     {
+        if (m_state.IsRecording()) {
+            m_state.RecordPing(BytesOfPing(PingSettingsOf(m_state)));
+        }
+        m_echoes->OnPinged(ping);
         TellPing(EventKind::Pinged, ping);
         if ((ping.commanded || m_options.announcePings) && m_hosts.Number() != 0 && !m_misbehaviour.silent) {
             m_hosts.Broadcast(TreeFrame(m_state.PingReport(ping.number, ping.utcSeconds), ping.head));
@@ -380,15 +409,20 @@ private:
         }
     }
 
-    void OnEchoed(Ping const& ping) override { TellPing(EventKind::Echoed, ping); }
+    void OnEchoed(Ping const& ping) override
+    {
+        TellPing(EventKind::Echoed, ping);
+        m_echoes->OnEchoed(ping);
+    }
 
     // Power.
 
     void PowerDown(bool reboot)
     {
         m_poweredOn = false;
-        m_state.Restart(Clock::now());
+        m_state.Restart();
         m_state.TakeReport(); // nobody is there to be told; who comes is told everything
+        m_echoes->ForgetPings();
         m_pinging.Stop();
         m_hosts.StopListening();
         m_hosts.CloseAll(reboot ? "the sonar restarts" : "the sonar was shut down");
@@ -448,6 +482,7 @@ private:
     SonarThread m_thread{*this};
     Misbehaviour m_misbehaviour;
     Hosts m_hosts;
+    std::optional<EchoService> m_echoes; // from Start on
     Pinging m_pinging;
     asio::steady_timer m_reportTimer;
     asio::steady_timer m_recordingTimer;
@@ -476,7 +511,7 @@ std::optional<StartError> SonarServer::Start()
 
 void SonarServer::Stop()
 {
-    m_implementation->Thread().Stop();
+    m_implementation->Stop();
 }
 
 std::uint16_t SonarServer::Port() const

@@ -13,6 +13,7 @@
 
 #include <protocol/frame.h>
 #include <protocol/idle_limit.h>
+#include <simulator/echo_worker.h>
 #include <simulator/sonar_state.h>
 
 namespace qx5::simulator {
@@ -44,6 +45,16 @@ struct ServerOptions
     /// Bytes waiting for one host. A host that lets more pile up is disconnected; when it comes back it is told
     /// everything anew.
     std::size_t greatestSendQueue = std::size_t{4} << 20;
+    /// Bytes of echoes that wait for one host; one frame may be larger. What is beyond is left out.
+    std::size_t greatestEchoQueue = std::size_t{1} << 20;
+    /// What the sonar hears: a scene by its name (acoustics/scene.h) of that mean depth in m, the same for the same
+    /// seed; `calm` is a ship without motion.
+    std::string scene = "wreck";
+    double depth = 20.0;
+    std::uint64_t seed = 1;
+    bool calm = false;
+    /// In place of the scene, for tests: fills in what is heard. Called on a thread of the sonar's own.
+    EchoWorker::Hear hear;
     /// A frame that was begun and gets no further byte for so long is damage: the sonar goes on inside of it.
     std::chrono::milliseconds idleLimit{5000};
     /// A frame that is not whole after so long is damage once good frames lie whole inside of it: they are taken.
@@ -85,6 +96,7 @@ struct StartError
     enum class Kind : std::uint8_t
     {
         BadAddress,
+        BadScene,
         PortInUse,
         Other,
     };
@@ -104,6 +116,9 @@ struct ServerCounts
     std::uint64_t framesSent = 0;
     std::uint64_t skippedBytes = 0; ///< received, part of no frame
     std::uint64_t pings = 0;
+    std::uint64_t echoesSent = 0;       ///< frames of echoes
+    std::uint64_t echoesDropped = 0;    ///< left out, as the host had not taken those before
+    std::uint64_t pingsNotComputed = 0; ///< left out, as the sonar was not done with those before
 };
 
 /// One sonar with a thread of its own. Start and Stop are for one thread, the rest is for any.
@@ -118,7 +133,8 @@ public:
     /// Listens and starts the thread. Nothing on success. To be called once.
     std::optional<StartError> Start();
 
-    /// Closes everything and ends the thread. Bounded: no operation of the thread waits.
+    /// Closes everything and ends the threads. Bounded: no operation of theirs waits, and one ping at most is computed
+    /// to its end.
     void Stop();
 
     /// Where it listens, after Start.

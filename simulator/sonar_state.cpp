@@ -240,17 +240,17 @@ void SonarState::ModeChanged()
     }
 }
 
-Understood SonarState::Apply(protocol::FrameView const& frame, SteadyTime now)
+Understood SonarState::Apply(protocol::FrameView const& frame)
 {
     Understood record = Understand(frame, Mode());
     if (!record.damaged) {
-        Take(record, now);
+        Take(record);
     }
     Count(record);
     return record;
 }
 
-void SonarState::Take(Understood& record, SteadyTime now)
+void SonarState::Take(Understood& record)
 {
     if (record.missingBytes != 0) {
         return;
@@ -293,16 +293,21 @@ void SonarState::Take(Understood& record, SteadyTime now)
             record.requestedRecord = *requested;
         }
         break;
+    case records::EchoRequest.Id():
+        if (auto const wish = protocol::DecodeEchoRequest(record.payload)) {
+            record.effect = Effect::TellEchoes;
+            record.echoes = *wish;
+        }
+        break;
     case records::SinglePing.Id():
         record.effect = Effect::Ping;
         break;
     case records::StartRecording.Id(): {
         auto name = protocol::UnpackField(records::RecordingFileName, record.payload).wire;
-        StartRecording(std::move(std::get<std::wstring>(name)), now);
+        StartRecording(std::move(std::get<std::wstring>(name)));
         break;
     }
     case records::StopRecording.Id():
-        Advance(now);
         StopRecording();
         break;
     default:
@@ -326,11 +331,10 @@ void SonarState::Count(Understood const& record)
     count.lastPayload.assign(kept.begin(), kept.end());
 }
 
-void SonarState::StartRecording(std::wstring name, SteadyTime now)
+void SonarState::StartRecording(std::wstring name)
 {
     // A recording that is under way ends; the new name begins a new file.
-    Advance(now);
-    m_recorder.Start(now);
+    m_recorder.Start();
     if (name.empty()) {
         name = NameByClock(m_utc());
     }
@@ -352,28 +356,30 @@ void SonarState::PutRecorder()
     PutText(keys::x5DiskFree.text, &keys::x5DiskFree, m_recorder.DiskFree());
 }
 
-bool SonarState::Advance(SteadyTime now)
+void SonarState::RecordPing(std::size_t bytes)
 {
-    if (m_recorder.Advance(now)) {
-        if (IsRecording()) {
-            PutRecorder();
-        } else {
-            StopRecording(); // the disk is full
-        }
+    if (IsRecording() && !m_recorder.Write(static_cast<double>(bytes))) {
+        StopRecording(); // the disk is full
+    }
+}
+
+bool SonarState::TellRecorder()
+{
+    if (IsRecording() && *Find(keys::x5FileSize) != Value(m_recorder.FileSize())) {
+        PutRecorder();
     }
     return HasReport();
 }
 
-void SonarState::Restart(SteadyTime now)
+void SonarState::Restart()
 {
-    Advance(now);
     if (IsRecording()) {
         StopRecording();
     }
     PutText(keys::x5PingOnOffState.text, &keys::x5PingOnOffState, std::int32_t{0});
 }
 
-bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& error)
+bool SonarState::Set(std::string_view assignment, std::string& error)
 {
     auto assigned = ParseAssignment(assignment, error);
     if (!assigned) {
@@ -389,9 +395,8 @@ bool SonarState::Set(std::string_view assignment, SteadyTime now, std::string& e
         return true;
     }
     if (key == &keys::x5DataRecording) {
-        Advance(now);
         if (std::get<std::int32_t>(assigned->value) != 0) {
-            StartRecording({}, now);
+            StartRecording({});
         } else {
             StopRecording();
         }

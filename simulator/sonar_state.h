@@ -29,6 +29,8 @@ namespace qx5::simulator {
 using UtcClock = std::function<double()>;
 double SystemUtcSeconds();
 
+using SteadyTime = std::chrono::steady_clock::time_point;
+
 /// How often a record came, and how it last looked.
 struct RecordCount
 {
@@ -44,7 +46,7 @@ inline constexpr std::size_t MaximumAttributes = 4096;
 
 /// A sonar that takes records and keeps what they say. Values outside of its limits are brought inside, and what it
 /// cannot do (an operation mode that it does not have, a range that is no number) it does not do: the next report then
-/// tells the host what holds. For one thread at a time; takes no time of its own but what it is given.
+/// tells the host what holds. For one thread at a time.
 class SonarState
 {
 public:
@@ -54,13 +56,15 @@ public:
 
     /// Takes one record. Starting and stopping a recording, pings on and off and factory settings are done here; the
     /// rest of `effect` is left to the caller.
-    Understood Apply(protocol::FrameView const& frame, SteadyTime now);
+    Understood Apply(protocol::FrameView const& frame);
 
-    /// Lets a recording grow until now. True when there is something to report.
-    bool Advance(SteadyTime now);
+    /// A recording that is under way grows by what a ping brought. TellRecorder tells of it.
+    void RecordPing(std::size_t bytes);
+    /// True when there is something to report.
+    bool TellRecorder();
 
     /// What a restart does: no pings, no recording; settings stay.
-    void Restart(SteadyTime now);
+    void Restart();
 
     /// The value of an attribute by its key or its text; null when there is none.
     protocol::Value const* Find(protocol::Key const& key) const;
@@ -78,7 +82,7 @@ public:
 
     /// As ParseAssignment reads it. False, and one line in `error`, when it does not or the sonar does not take the
     /// value.
-    bool Set(std::string_view assignment, SteadyTime now, std::string& error);
+    bool Set(std::string_view assignment, std::string& error);
 
     /// All that it tells upon connection: limits and values.
     std::vector<protocol::TreeNode> Introduction() const;
@@ -113,7 +117,7 @@ public:
 
 private:
     void LoadFactorySettings();
-    void Take(Understood& record, SteadyTime now);
+    void Take(Understood& record);
     void Count(Understood const& record);
     /// False when the sonar refuses the value. Reports the attribute in either case.
     bool Put(protocol::Key const& key, protocol::Value value);
@@ -121,7 +125,7 @@ private:
     void ModeChanged();
     void Touch(std::size_t index);
     std::size_t IndexOf(std::wstring_view text) const;
-    void StartRecording(std::wstring name, SteadyTime now);
+    void StartRecording(std::wstring name);
     void StopRecording();
     void PutRecorder();
 

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include <protocol/echo_records.h>
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
 #include <protocol/record_layout.h>
@@ -22,6 +23,7 @@ enum class Effect : std::uint8_t
     None,
     AnswerRecord, ///< send `requestedRecord`
     Ping,         ///< ping once
+    TellEchoes,   ///< tell the host those of `echoes` from now on
     ShutDown,
     Reboot,
 };
@@ -41,6 +43,7 @@ struct Understood
     bool damaged = false;         ///< a remote-control record or a wrapped command that does not hold together
     Effect effect = Effect::None;
     std::uint32_t requestedRecord = 0; ///< of AnswerRecord
+    protocol::EchoWish echoes;         ///< of TellEchoes
 };
 
 inline constexpr std::size_t MaximumKeptTail = 65536; ///< bytes of a text or list; a longer one is not kept

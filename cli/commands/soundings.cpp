@@ -7,7 +7,6 @@
 #include "simulator/ping_settings_of.h"
 
 #include <algorithm>
-#include <chrono>
 #include <string>
 #include <vector>
 
@@ -20,9 +19,8 @@ namespace {
 /// The sonar as an operator's requests leave it.
 bool Request(std::vector<std::string> const& keyValues, simulator::SonarState& sonar, std::string& error)
 {
-    auto const now = std::chrono::steady_clock::now();
     return std::all_of(keyValues.begin(), keyValues.end(),
-                       [&](std::string const& text) { return sonar.Set(text, now, error); });
+                       [&](std::string const& text) { return sonar.Set(text, error); });
 }
 
 int OverScene(SoundingsOptions const& options, SoundingForm form)

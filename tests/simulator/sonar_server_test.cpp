@@ -552,6 +552,7 @@ TEST_F(SonarServerTest, TellsOfTheRecordingWhileItGrows)
     ASSERT_TRUE(host.Told(L"DeviceId"));
     ASSERT_TRUE(host.Send(test::Command(1200, Bytes(260))));
     EXPECT_EQ(host.Told(L"x5DataRecording"), Value(std::int32_t{1}));
+    ASSERT_TRUE(host.Send(test::Command(1100))); // with each ping
     std::int64_t last = 0;
     for (int i = 0; i < 3; ++i) {
         auto const size = host.Told(L"x5FileSize");

@@ -24,7 +24,7 @@ protected:
         m_bytes = bytes;
         auto const frame = protocol::ParseFrame(m_bytes);
         EXPECT_TRUE(frame);
-        return frame ? m_state.Apply(*frame, m_now) : Understood{};
+        return frame ? m_state.Apply(*frame) : Understood{};
     }
     Value At(std::wstring_view key) const
     {
@@ -40,7 +40,6 @@ protected:
         return texts;
     }
 
-    SteadyTime m_now = SteadyTime() + 1h;
     Bytes m_bytes;
     SonarState m_state{[] { return 1700000000.0; }}; // 2023-11-14 22:13:20 UTC
 };
@@ -193,15 +192,17 @@ TEST_F(SonarStateTest, RecordsIntoAFileThatGrows)
     EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{0}));
     EXPECT_EQ(At(L"x5DiskFree"), Value(std::int32_t{75}));
     m_state.TakeReport();
-    m_now += 100s; // 4e9 of 64e9 bytes
-    EXPECT_TRUE(m_state.Advance(m_now));
+    for (int ping = 0; ping < 4; ++ping) {
+        m_state.RecordPing(1000000000); // 4e9 of 64e9 bytes in all
+    }
+    EXPECT_TRUE(m_state.TellRecorder());
     EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{4000000000}));
     EXPECT_EQ(At(L"x5DiskFree"), Value(std::int32_t{68})); // 68.75
     EXPECT_EQ(ReportedKeys(), (std::vector<std::wstring>{L"x5FileSize", L"x5DiskFree"}));
     Take(test::Command(1201));
     EXPECT_EQ(At(L"x5DataRecording"), Value(std::int32_t{0}));
-    m_now += 100s;
-    m_state.Advance(m_now);
+    m_state.RecordPing(1000000000);
+    m_state.TellRecorder();
     EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{4000000000}));
 }
 
@@ -209,8 +210,7 @@ TEST_F(SonarStateTest, NamesARecordingByItsClockAndStopsWhenTheDiskIsFull)
 {
     Take(test::Command(1200, Bytes(260)));
     EXPECT_EQ(At(L"x5FileName"), Value(std::wstring(L"20231114_221320.x5")));
-    m_now += 24h;
-    m_state.Advance(m_now);
+    m_state.RecordPing(50000000000); // of 48e9 that are free
     EXPECT_EQ(At(L"x5DataRecording"), Value(std::int32_t{0}));
     EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{48000000000}));
     EXPECT_EQ(At(L"x5DiskFree"), Value(std::int32_t{0}));
@@ -321,17 +321,17 @@ TEST_F(SonarStateTest, TellsTheLimitsThatTheOperatorsPagesWant)
 TEST_F(SonarStateTest, SetsAttributesFromText)
 {
     std::string error;
-    EXPECT_TRUE(m_state.Set("x5Range=75", m_now, error));
+    EXPECT_TRUE(m_state.Set("x5Range=75", error));
     EXPECT_EQ(At(L"x5Range"), Value(75.0));
-    EXPECT_TRUE(m_state.Set("x5BeamSteer=1.5,-2", m_now, error));
+    EXPECT_TRUE(m_state.Set("x5BeamSteer=1.5,-2", error));
     EXPECT_EQ(At(L"x5BeamSteer"), Value(std::pair(1.5, -2.0)));
-    EXPECT_TRUE(m_state.Set("BufferStatus:int=2", m_now, error));
+    EXPECT_TRUE(m_state.Set("BufferStatus:int=2", error));
     EXPECT_EQ(At(L"BufferStatus"), Value(std::int32_t{2}));
-    EXPECT_TRUE(m_state.Set("x5FileSize=9223372036854775807", m_now, error));
+    EXPECT_TRUE(m_state.Set("x5FileSize=9223372036854775807", error));
     EXPECT_EQ(At(L"x5FileSize"), Value(std::int64_t{9223372036854775807}));
-    EXPECT_TRUE(m_state.Set("Spool:int64=-5000000000", m_now, error));
+    EXPECT_TRUE(m_state.Set("Spool:int64=-5000000000", error));
     EXPECT_EQ(At(L"Spool"), Value(std::int64_t{-5000000000}));
-    EXPECT_TRUE(m_state.Set("x5DataRecording=1", m_now, error));
+    EXPECT_TRUE(m_state.Set("x5DataRecording=1", error));
     EXPECT_TRUE(m_state.IsRecording());
 
     for (std::string_view const wrong :
@@ -339,7 +339,7 @@ TEST_F(SonarStateTest, SetsAttributesFromText)
           "x5Range:metres=50", "DeviceEnum=7", "DeviceId=1", "x5FileSize=1.5", "x5FileSize=9223372036854775808",
           "x5BeamSteer=1", "x5BeamSteer=1,2,", "x5SonarSettings=1"}) {
         error.clear();
-        EXPECT_FALSE(m_state.Set(wrong, m_now, error)) << wrong;
+        EXPECT_FALSE(m_state.Set(wrong, error)) << wrong;
         EXPECT_FALSE(error.empty()) << wrong;
         EXPECT_EQ(error.find('\n'), std::string::npos) << wrong;
     }
