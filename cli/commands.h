@@ -99,6 +99,15 @@ struct RunOptions
 };
 int Run(RunOptions const& options);
 
+/// What a simulated sonar hears.
+struct SceneOptions
+{
+    std::string name;    ///< one of SceneTexts
+    double depth = 30.0; ///< m, the scene's mean one
+    std::uint64_t seed = 1;
+    bool calm = false; ///< the ship does not move but along its line
+};
+
 struct SimOptions
 {
     std::string address = "127.0.0.1";
@@ -107,6 +116,7 @@ struct SimOptions
     bool verbose = false;
     bool state = false;
     bool pings = false;
+    SceneOptions scene{.name = "wreck"};
 };
 int Sim(SimOptions const& options);
 
@@ -163,10 +173,8 @@ int AcousticsBudget(AcousticsOptions const& options);
 
 struct SoundingsOptions
 {
-    std::string scene;   ///< by its name
-    double depth = 30.0; ///< m, the scene's mean one
-    std::uint64_t seed = 1;
-    bool calm = false; ///< the ship does not move but along its line
+    std::string sonar; ///< HOST:PORT; empty: the scene
+    SceneOptions scene;
     int pings = 1;
     bool truth = false; ///< the depth that each beam really meets, too
     std::vector<std::string> keyValues;

@@ -154,30 +154,50 @@ void AddPresetCommands(CLI::App& app, PresetOptions& preset, int& code, Runs con
     addName(remove, "The preset's name");
 }
 
-/// `qx5 soundings`. Which scenes, depths and settings are good is told by the simulated sonar.
-void AddSoundingsCommand(CLI::App& app, SoundingsOptions& soundings, int& code)
+/// What a simulated sonar hears. Gives the option that names the scene, to which the others belong where it has no
+/// default.
+CLI::Option* AddSceneOptions(CLI::App& command, SceneOptions& scene)
 {
-    CLI::App* command = app.add_subcommand("soundings", "Print what the simulated sonar sounds over a scene");
-    command->callback([&code, &soundings] { code = Soundings(soundings); });
-    command->add_option("--scene", soundings.scene, fmt::format("{}", fmt::join(SceneTexts(), ", ")))
-        ->required()
-        ->type_name("NAME");
-    command->add_option("--depth", soundings.depth, "The scene's mean depth")->capture_default_str()->type_name("M");
-    command->add_option("--seed", soundings.seed, "The same seed gives the same soundings")
-        ->capture_default_str()
-        ->type_name("N");
-    command->add_flag("--calm", soundings.calm, "The ship does not roll, pitch, heave or yaw");
+    CLI::Option* name =
+        command.add_option("--scene", scene.name, fmt::format("{}", fmt::join(SceneTexts(), ", ")))->type_name("NAME");
+    CLI::Option* depth =
+        command.add_option("--depth", scene.depth, "The scene's mean depth")->capture_default_str()->type_name("M");
+    CLI::Option* seed = command.add_option("--seed", scene.seed, "The same seed gives the same soundings")
+                            ->capture_default_str()
+                            ->type_name("N");
+    CLI::Option* calm = command.add_flag("--calm", scene.calm, "The ship does not roll, pitch, heave or yaw");
+    if (scene.name.empty()) {
+        for (CLI::Option* each : {depth, seed, calm}) {
+            each->needs(name);
+        }
+    } else {
+        name->capture_default_str();
+    }
+    return name;
+}
+
+/// `qx5 soundings`. Which scenes, depths and settings are good is told by the simulated sonar.
+void AddSoundingsCommand(CLI::App& app, SoundingsOptions& soundings, int& code, Runs const& runsHost)
+{
+    CLI::App* command = app.add_subcommand("soundings", "Print what a sonar sounds, or the simulated one over a scene");
+    runsHost(command, [&code, &soundings] { code = Soundings(soundings); });
+    CLI::Option* sonar = command->add_option("--sonar", soundings.sonar, "One on the network")->type_name("HOST:PORT");
+    CLI::Option* scene = AddSceneOptions(*command, soundings.scene);
+    sonar->excludes(scene);
     command->add_option("--pings", soundings.pings, "How many, 1 to 1000000")
         ->capture_default_str()
         ->check(CLI::Range(1, 1'000'000).description(""))
         ->type_name("N");
-    command->add_flag("--truth", soundings.truth, "The depth at which each beam's axis really meets the bottom, too");
+    command->add_flag("--truth", soundings.truth, "The depth at which each beam's axis really meets the bottom, too")
+        ->needs(scene);
     CLI::Option* json = command->add_flag("--json", soundings.json, "One JSON object on a line for each detection");
     CLI::Option* csv = command->add_flag("--csv", soundings.csv, "Comma-separated, with a line of names");
     CLI::Option* xyz = command->add_flag("--xyz", soundings.xyz, "East, north and depth of each detection");
     json->excludes(csv)->excludes(xyz);
     csv->excludes(xyz);
-    command->add_option("settings", soundings.keyValues, "What the sonar is set to first, as `set` of `qx5 sim`")
+    command
+        ->add_option("settings", soundings.keyValues,
+                     "What the sonar is set to first, over a scene as `set` of `qx5 sim` sets it")
         ->type_name("KEY=VALUE");
 }
 
@@ -397,6 +417,7 @@ int RunCommandLine(int argc, char** argv)
     simCommand->add_flag("--verbose", sim.verbose, "Print every record field by field");
     simCommand->add_flag("--state", sim.state, "Print the state when the simulator ends");
     simCommand->add_flag("--pings", sim.pings, "Report every ping to the hosts");
+    AddSceneOptions(*simCommand, sim.scene);
     simCommand->callback([&] { code = Sim(sim); });
 
     SendOptions send;
@@ -474,7 +495,7 @@ int RunCommandLine(int argc, char** argv)
     AddAcousticsCommands(app, acoustics, code);
 
     SoundingsOptions soundings;
-    AddSoundingsCommand(app, soundings, code);
+    AddSoundingsCommand(app, soundings, code, runsHost);
 
     PluginOptions plugin;
     CLI::App* pluginCommand =

@@ -141,7 +141,7 @@ int RunSimulator(SimulatorOptions const& options, std::istream& commands, std::o
     run->server = &server;
     if (auto const error = server.Start()) {
         err << "qx5 sim: " << error->text << '\n';
-        return error->kind == StartError::Kind::BadAddress ? 2 : 1;
+        return error->kind == StartError::Kind::BadAddress || error->kind == StartError::Kind::BadScene ? 2 : 1;
     }
     if (auto const warning = ListenWarning(options.server.address); !warning.empty()) {
         err << "qx5 sim: " << warning << '\n' << std::flush;

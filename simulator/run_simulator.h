@@ -56,7 +56,7 @@ std::string ListenWarning(std::string_view address);
 /// Listens, says where on `out` ("listening on 127.0.0.1:PORT" in the first line), prints what happens, carries out
 /// commands line by line (those of SonarServer::Command, and "quit") and returns when `stop` was requested, or when
 /// `out` has failed, which is left to its owner to tell. Gives 0 after an orderly end, 1 when it cannot listen, 2 for
-/// an address that is none; why, in one line, on `err`, and ListenWarning.
+/// an address or a scene that is none; why, in one line, on `err`, and ListenWarning.
 ///
 /// A thread reads `commands`. When it still waits for a line at the end, it is left behind: `commands` must then live
 /// as long as the process, as std::cin does. `out` and `err` are not touched after the return.

@@ -50,7 +50,7 @@ struct ServerOptions
     /// What the sonar hears: a scene by its name (acoustics/scene.h) of that mean depth in m, the same for the same
     /// seed; `calm` is a ship without motion.
     std::string scene = "wreck";
-    double depth = 20.0;
+    double depth = 30.0;
     std::uint64_t seed = 1;
     bool calm = false;
     /// In place of the scene, for tests: fills in what is heard. Called on a thread of the sonar's own.

@@ -14,6 +14,10 @@ int Sim(SimOptions const& options)
     run.server.port = static_cast<std::uint16_t>(options.port);
     run.server.heads = options.heads;
     run.server.announcePings = options.pings;
+    run.server.scene = options.scene.name;
+    run.server.depth = options.scene.depth;
+    run.server.seed = options.scene.seed;
+    run.server.calm = options.scene.calm;
     run.verbose = options.verbose;
     run.showState = options.state;
     return simulator::RunSimulator(run, std::cin, std::cout, std::cerr);

@@ -1,8 +1,9 @@
-// `qx5 soundings`: what the simulated sonar sounds over a scene, ping by ping.
+// `qx5 soundings`: what the simulated sonar sounds over a scene, ping by ping; of a sonar on the network elsewhere.
 #include "cli/commands.h"
 
 #include "cli/output.h"
 #include "cli/sounding_lines.h"
+#include "cli/soundings_of_sonar.h"
 #include "simulator/acoustics/sounder.h"
 #include "simulator/ping_settings_of.h"
 
@@ -25,7 +26,7 @@ bool Request(std::vector<std::string> const& keyValues, simulator::SonarState& s
 
 int OverScene(SoundingsOptions const& options, SoundingForm form)
 {
-    auto const scene = acoustics::Scene::OfName(options.scene, options.depth, options.seed);
+    auto const scene = acoustics::Scene::OfName(options.scene.name, options.scene.depth, options.scene.seed);
     if (!scene) {
         return Complain(ExitWrong, scene.WhyNot().line);
     }
@@ -41,8 +42,8 @@ int OverScene(SoundingsOptions const& options, SoundingForm form)
     double const fastest = acoustics::GreatestPingRate(settings.range, settings.soundSpeed);
     double const rate = sonar.PingRate() > 0.0 ? std::min(sonar.PingRate(), fastest) : fastest;
     acoustics::ShipSettings ship;
-    ship.calm = options.calm;
-    acoustics::Sounder sounder(*scene, acoustics::Ship(ship, options.seed), {}, options.seed);
+    ship.calm = options.scene.calm;
+    acoustics::Sounder sounder(*scene, acoustics::Ship(ship, options.scene.seed), {}, options.scene.seed);
     TrueDepth const truth = !options.truth ? TrueDepth() : [&](std::size_t beam) -> std::optional<double> {
         auto const axis = sounder.AxisOf(beam);
         return axis ? std::optional(axis->depth) : std::nullopt;
@@ -72,11 +73,14 @@ std::vector<std::string> SceneTexts()
 
 int Soundings(SoundingsOptions const& options)
 {
+    if (options.sonar.empty() && options.scene.name.empty()) {
+        return Complain(ExitWrong, "tell what is to be sounded: --scene NAME, or --sonar HOST:PORT");
+    }
     SoundingForm const form = options.json  ? SoundingForm::Json
                               : options.csv ? SoundingForm::Csv
                               : options.xyz ? SoundingForm::Xyz
                                             : SoundingForm::Text;
-    return OverScene(options, form);
+    return options.sonar.empty() ? OverScene(options, form) : SoundingsOfSonar(options, form);
 }
 
 } // namespace qx5::cli
