@@ -20,6 +20,8 @@ constexpr double certain = 6.2;
 constexpr std::size_t mostHalfWindow = 256;
 /// Half of the window of the centre of mass, in widths of the echo.
 constexpr double reach = 1.4;
+/// An echo whose middle is nearer than that to an end of what is looked at, in its widths, lies beyond that end.
+constexpr double leastInside = 0.25;
 constexpr std::size_t leans = 256;
 constexpr int mostObjects = 16;
 /// Beams to each side that tell how levels change with the angle, within so many widths of a beam.
@@ -76,7 +78,8 @@ Gate GateInForce(GateSettings const& settings, double bottom)
 
 double DepthDeviation(double range, double angle, double beamWidth, double pulse, double sampleDistance)
 {
-    double const width = std::hypot(range * std::tan(Radians(std::abs(angle))) * Radians(beamWidth), pulse);
+    double const ofBeam = range * std::tan(Radians(std::abs(angle))) * Radians(beamWidth);
+    double const width = std::hypot(ofBeam, pulse, sampleDistance);
     double const piece = std::max(pulse * 2.0 / 3.0, sampleDistance);
     return 0.15 * std::sqrt(width * piece) * std::cos(Radians(angle));
 }
@@ -92,6 +95,7 @@ void Detector::Prepare(PingSettings const& settings, Sampling const& sampling, d
     m_makeUp.resize(samples);
     m_amplitudes.resize(samples);
     m_sums.resize(samples + 1);
+    m_raisedSums.assign(samples + 1, 0.0);
     double const step = sampling.interval * settings.soundSpeed / 2.0;
     for (std::size_t i = 0; i < samples; ++i) {
         m_perNoise[i] = 1.0F / noise[i];
@@ -118,6 +122,7 @@ void Detector::Prepare(PingSettings const& settings, Sampling const& sampling, d
     m_leanWidth = settings.receiveWidth;
     m_lean.assign(leans, 0.0);
     m_variance.assign(leans, 0.0);
+    m_leanOfPulse.assign(leans, 0.0);
     auto const receive = LineArray::OfWidth(settings.receiveWidth, Taper::Hann);
     if (!receive) {
         return;
@@ -151,6 +156,18 @@ void Detector::Prepare(PingSettings const& settings, Sampling const& sampling, d
             m_variance[i] = std::max(0.0, square / mass - centre * centre);
         }
         m_lean[i] = centre - 1.0;
+        // Below the sonar, where one pulse covers all that the beam meets, its middle counts.
+        constexpr int parts = 64;
+        double mass = 0.0;
+        double moment = 0.0;
+        for (int j = 0; j < parts; ++j) {
+            double const off = 2.0 * sineWidth * (2.0 * (j + 0.5) / parts - 1.0);
+            double const at = std::min(std::abs(sine + off), 0.999);
+            double const weight = std::pow(receive->Amplitude(off), 2.0);
+            mass += weight;
+            moment += weight * std::sqrt(squaredDepth / (1.0 - at * at));
+        }
+        m_leanOfPulse[i] = moment / mass - 1.0;
     }
 }
 
@@ -173,7 +190,9 @@ bool Detector::FindPeak(std::size_t from, std::size_t to, float spread, std::spa
         std::size_t const begin = i > from + half ? i - half : from;
         std::size_t const end = std::min(i + half + 1, to);
         auto const mean = static_cast<float>(m_sums[end] - m_sums[begin]) / static_cast<float>(end - begin);
-        float const threshold = thresholds[(end - begin - 1) / 2];
+        auto const raised =
+            static_cast<float>(m_raisedSums[end] - m_raisedSums[begin]) / static_cast<float>(end - begin);
+        float const threshold = thresholds[(end - begin - 1) / 2] * raised;
         float const score = (mean - threshold) * m_makeUp[i];
         if (score > best) {
             best = score;
@@ -183,13 +202,19 @@ bool Detector::FindPeak(std::size_t from, std::size_t to, float spread, std::spa
     return best > 0.0F;
 }
 
-double Detector::CentreOfMass(Peak const& peak, double spread, std::size_t from, std::size_t to) const
+Detector::Mass Detector::CentreOfMass(Peak const& peak, double spread, std::size_t from, std::size_t to) const
 {
     double centre = static_cast<double>(peak.sample) + 0.5;
     double const first = static_cast<double>(from);
     double const last = static_cast<double>(to);
+    double used = reach;
     for (int round = 0; round < 5; ++round) {
-        double const half = std::max(1.0, reach * std::hypot(centre * spread, m_pulse));
+        double const width = std::hypot(centre * spread, m_pulse);
+        // As far to one side as to the other, within reason: an echo that a gate or the end of listening cuts is drawn
+        // inward otherwise.
+        double const half =
+            std::max({1.0, 0.5 * reach * width, std::min({reach * width, centre - first, last - centre})});
+        used = std::min(half / width, reach);
         double const begin = std::max(first, centre - half);
         double const end = std::min(last, centre + half);
         auto const beginSample = static_cast<std::size_t>(begin);
@@ -215,7 +240,8 @@ double Detector::CentreOfMass(Peak const& peak, double spread, std::size_t from,
             break;
         }
     }
-    return centre;
+    double const inside = std::min(centre - first, last - centre) / std::hypot(centre * spread, m_pulse);
+    return {centre, used, inside >= leastInside};
 }
 
 double Detector::BySine(std::span<double const> table, float angle)
@@ -226,12 +252,18 @@ double Detector::BySine(std::span<double const> table, float angle)
     return std::lerp(table[row], table[row + 1], place - static_cast<double>(row));
 }
 
-void Detector::Add(DetectedBeam const& beam, Peak const& peak, double spread, std::size_t from, std::size_t to,
+bool Detector::Add(DetectedBeam const& beam, Peak const& peak, double spread, std::size_t from, std::size_t to,
                    std::span<float const> intensities, std::vector<Detection>& detections) const
 {
-    double const centre = CentreOfMass(peak, spread, from, to);
-    double const axis =
-        std::clamp(centre / (1.0 + BySine(m_lean, beam.angle)), beam.samples.least, beam.samples.greatest);
+    Mass const mass = CentreOfMass(peak, spread, from, to);
+    if (!mass.isInside) {
+        return false;
+    }
+    double const part = mass.reach / reach;
+    double const ofBeam = std::pow(mass.centre * spread, 2.0);
+    double const share = ofBeam / (ofBeam + m_pulse * m_pulse);
+    double const lean = std::lerp(BySine(m_leanOfPulse, beam.angle), BySine(m_lean, beam.angle) * part * part, share);
+    double const axis = std::clamp(mass.centre / (1.0 + lean), beam.samples.least, beam.samples.greatest);
     auto const sample = std::min(static_cast<std::size_t>(axis), intensities.size() - 1);
     double const mean = peak.excess + peak.threshold;
     double const quality = 1.0 - (peak.threshold - noiseMean) / std::max(mean - noiseMean, 1e-9);
@@ -240,6 +272,17 @@ void Detector::Add(DetectedBeam const& beam, Peak const& peak, double spread, st
                           .travelTime = static_cast<float>(axis * m_interval),
                           .level = static_cast<float>(Decibels(intensities[sample])),
                           .quality = static_cast<float>(std::clamp(quality, 0.0, 1.0))});
+    return true;
+}
+
+void Detector::Begin(std::span<float const> sideLobes)
+{
+    m_found.clear();
+    double sum = 0.0;
+    for (std::size_t i = 0; i < m_perNoise.size(); ++i) {
+        sum += std::sqrt(1.0 + static_cast<double>(sideLobes[i] * m_perNoise[i]));
+        m_raisedSums[i + 1] = sum;
+    }
 }
 
 void Detector::Detect(DetectedBeam const& beam, std::span<float const> intensities, std::vector<Detection>& detections)
@@ -270,9 +313,11 @@ void Detector::Detect(DetectedBeam const& beam, std::span<float const> intensiti
         return;
     }
     std::size_t const first = detections.size();
+    if (!Add(beam, peak, spread, from, to, intensities, detections)) {
+        return;
+    }
     m_found.push_back({static_cast<double>(beam.angle), beam.width, beam.samples, first,
                        static_cast<double>(std::log((peak.excess + peak.threshold) * m_makeUp[peak.sample]))});
-    Add(beam, peak, spread, from, to, intensities, detections);
     MultiDetectSettings const& objects = m_settings.multiDetect;
     if (!objects.enabled) {
         return;

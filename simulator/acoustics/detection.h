@@ -5,9 +5,10 @@
 // points), in which pieces of length l fluctuate each for itself, therefore deviates by
 //   range: 0.15 sqrt(W l),  depth: the same x cos(angle),
 // the form and the number that Lurton and Augustin, "A Measurement Quality Factor for Swath Bathymetry Sounders", IEEE
-// J. Oceanic Eng. 35 (2010), have for detection by amplitude. W is what the beam spreads on the bottom and what the
-// pulse takes, W^2 = (range x tan(angle) x width of the beam)^2 + (c x pulse / 2)^2, and l two thirds of the pulse's c
-// x pulse / 2, or the distance of samples where that is more.
+// J. Oceanic Eng. 35 (2010), have for detection by amplitude. W is what the beam spreads on the bottom, what the pulse
+// takes and what a sample takes, W^2 = (range x tan(angle) x width of the beam)^2 + (c x pulse / 2)^2 + (sample)^2, and
+// l two thirds of the pulse's c x pulse / 2, or the distance of samples where that is more. It holds where an echo has
+// more than one such piece: a long pulse straight below deviates less.
 #pragma once
 
 #include "ping_echoes.h"
@@ -57,8 +58,9 @@ public:
     /// dB/km, and for each sample the mean intensity of noise, gain included.
     void Prepare(PingSettings const& settings, Sampling const& sampling, double pulse, std::size_t together,
                  double absorption, std::span<float const> noise);
-    /// To be called before the beams of a ping.
-    void Begin() { m_found.clear(); }
+    /// To be called before the beams of a ping, with the intensities that side lobes alone let any beam hear, one a
+    /// sample: what is no louder is not taken for the bottom.
+    void Begin(std::span<float const> sideLobes);
     /// Appends what it finds: with multi-detection off one detection or none. One intensity a sample, gain included.
     void Detect(DetectedBeam const& beam, std::span<float const> intensities, std::vector<Detection>& detections);
     /// To be called after them: where levels change from beam to beam, each has been drawn towards its louder
@@ -84,8 +86,14 @@ private:
     static double BySine(std::span<double const> table, float angle);
     std::size_t HalfWindow(std::size_t sample, float spread) const;
     bool FindPeak(std::size_t from, std::size_t to, float spread, std::span<float const> thresholds, Peak& peak) const;
-    double CentreOfMass(Peak const& peak, double spread, std::size_t from, std::size_t to) const;
-    void Add(DetectedBeam const& beam, Peak const& peak, double spread, std::size_t from, std::size_t to,
+    struct Mass
+    {
+        double centre; ///< in samples
+        double reach;  ///< of the window that it was found in, to each side, in widths of the echo
+        bool isInside; ///< of what is looked at; otherwise it is the edge of an echo from beyond
+    };
+    Mass CentreOfMass(Peak const& peak, double spread, std::size_t from, std::size_t to) const;
+    bool Add(DetectedBeam const& beam, Peak const& peak, double spread, std::size_t from, std::size_t to,
              std::span<float const> intensities, std::vector<Detection>& detections) const;
 
     PingSettings m_settings;
@@ -96,8 +104,10 @@ private:
     std::vector<float> m_thresholds; // of a mean amplitude, by half window
     std::vector<float> m_forObjects; // the same, for what is detected beside the bottom
     std::vector<double> m_lean; // how far beyond the axis, in its range, the centre of mass lies; by sine of the angle
-    std::vector<double> m_variance; // of its mass, likewise
-    double m_leanWidth = 0.0;       // the width, not steered, that m_lean is for
+    std::vector<double> m_leanOfPulse; // the same for an echo that is all pulse and no beam
+    std::vector<double> m_variance;    // of its mass, likewise
+    double m_leanWidth = 0.0;          // the width, not steered, that m_lean is for
+    std::vector<double> m_raisedSums;  // of what side lobes make of a threshold, a sample
     std::vector<float> m_amplitudes;
     std::vector<double> m_sums;
     std::vector<Found> m_found;

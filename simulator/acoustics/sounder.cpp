@@ -536,7 +536,13 @@ std::optional<Failure> Sounder::Hear(PingSettings const& settings, double second
     }
     SortPatches();
     m_gate = GateInForce(settings.gates, m_bottom);
-    m_detector.Begin();
+    // Some dB above what the lowest side lobes let in, as speckle goes up and down.
+    constexpr auto letIn = static_cast<float>(4.0 * sideLobeFloor);
+    std::fill(m_row.begin(), m_row.end(), 0.0F);
+    for (std::size_t i = 0; i < m_patches.count; ++i) {
+        m_row[m_patches.sample[i]] += m_patches.energy[i] * letIn;
+    }
+    m_detector.Begin(m_row);
     for (std::size_t beam = 0; beam < m_beams.size(); ++beam) {
         CorrectBeam(m_beams[beam]);
         HearBeam(beam, out);
