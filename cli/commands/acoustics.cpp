@@ -1,7 +1,7 @@
 // `qx5 acoustics`: absorption, sound speed and the budget of an echo, as the simulated sonar works them out.
+#include "cli/budget_terms.h"
 #include "cli/commands.h"
 
-#include "simulator/acoustics/echo_level.h"
 #include "json/json_value.h"
 
 #include <algorithm>
@@ -61,26 +61,6 @@ acoustics::Result<double> SoundSpeedBy(std::string const& model, AcousticsOption
         options.pressure ? acoustics::Result(*options.pressure) : acoustics::PressureOfDepth(*options.depth);
     return pressure ? acoustics::SoundSpeedChenMillero(options.temperature, options.salinity, *pressure) : pressure;
 }
-
-/// A term of the budget, as it is called in JSON and for people.
-struct BudgetTerm
-{
-    char const* key;
-    char const* name;
-    char const* unit;
-    double acoustics::EchoBudget::*value;
-};
-
-constexpr BudgetTerm budgetTerms[]{
-    {"source_level", "source level", "dB re 1 uPa at 1 m", &acoustics::EchoBudget::sourceLevel},
-    {"spreading_loss", "spreading there and back", "dB", &acoustics::EchoBudget::spreadingLoss},
-    {"absorption_loss", "absorption there and back", "dB", &acoustics::EchoBudget::absorptionLoss},
-    {"area", "area that echoes at one time", "m^2", &acoustics::EchoBudget::area},
-    {"bottom_strength", "strength of the bottom", "dB for 1 m^2", &acoustics::EchoBudget::bottomStrength},
-    {"echo_level", "echo", "dB re 1 uPa", &acoustics::EchoBudget::echoLevel},
-    {"noise_level", "noise", "dB re 1 uPa", &acoustics::EchoBudget::noiseLevel},
-    {"snr", "echo above noise", "dB", &acoustics::EchoBudget::snr},
-};
 
 } // namespace
 
@@ -145,13 +125,13 @@ int AcousticsBudget(AcousticsOptions const& options)
     }
     if (options.json) {
         std::vector<JsonValue::Member> members;
-        for (BudgetTerm const& term : budgetTerms) {
+        for (BudgetTerm const& term : BudgetTerms) {
             members.emplace_back(term.key, JsonValue::Double((*budget).*term.value));
         }
         fmt::print("{}\n", WriteJson(JsonValue::Object(std::move(members))));
         return ExitGood;
     }
-    for (BudgetTerm const& term : budgetTerms) {
+    for (BudgetTerm const& term : BudgetTerms) {
         fmt::print("{:<28}  {:9.3f}  {}\n", term.name, (*budget).*term.value, term.unit);
     }
     return ExitGood;

@@ -3,6 +3,8 @@
 
 #include "window_session.h"
 
+#include <vordalhostdllR/DataManager.h>
+
 #include <QAction>
 #include <QDockWidget>
 #include <QLabel>
@@ -25,6 +27,7 @@ constexpr std::chrono::milliseconds lookInterval{50};
 constexpr std::chrono::milliseconds leastPause{20};
 /// The list of sonars is brought up to date at every so many looks: more steps of a mark nobody sees.
 constexpr int looksForEachList = 2;
+constexpr int looksForEachBudget = 5;
 /// What a menu says of a step.
 constexpr qsizetype greatestStepText = 60;
 
@@ -56,6 +59,7 @@ vordal::DeviceActivity ActivityOf(operation::SonarState const& state)
 OperatorPanes::OperatorPanes(WindowSession& session, vordal::MainWindow& window)
     : m_session(session), m_window(window), m_events(new EventPane),
       m_history(new HistoryPane([this](CDataId const& device) { return NameOf(device, false); })),
+      m_budget(new BudgetPane),
       m_banner(new ViewBanner([this] { m_session.Desk().Held().Send(m_window.ShownDevice()); },
                               [this] { m_session.Desk().Held().Drop(m_window.ShownDevice()); })),
       m_lock(AddMark(QObject::tr("Transmit lock is on"), "transmitLock",
@@ -69,6 +73,9 @@ OperatorPanes::OperatorPanes(WindowSession& session, vordal::MainWindow& window)
                      QKeySequence(QStringLiteral("Ctrl+Shift+E")));
     m_window.AddPane(m_history, QObject::tr("History"), QStringLiteral("historyDock"), Qt::LeftDockWidgetArea,
                      QKeySequence(QStringLiteral("Ctrl+Shift+H")));
+    auto* const budget = m_window.AddPane(m_budget, QObject::tr("Echo budget"), QStringLiteral("budgetDock"),
+                                          Qt::RightDockWidgetArea, QKeySequence(QStringLiteral("Ctrl+Shift+B")));
+    budget->hide();
     m_window.SetBanner(m_banner);
 
     MakeMenus();
@@ -166,8 +173,11 @@ void OperatorPanes::Look()
     TakeEvents();
     m_eventsWait.setEnabled(true);
     ShowHistory();
-    if (m_looks++ % looksForEachList == 0) {
+    if (m_looks % looksForEachList == 0) {
         ShowSonars();
+    }
+    if (m_looks++ % looksForEachBudget == 0) {
+        ShowBudget();
     }
 }
 
@@ -219,6 +229,15 @@ void OperatorPanes::ShowSonars()
     m_banner->Show(content);
     m_window.MarkViewOld(content && content->isOld);
     ShowLease(); // of the sonar that is shown now
+}
+
+void OperatorPanes::ShowBudget()
+{
+    if (m_budget->isVisible()) {
+        CAttributeMap tree;
+        DataManager::GetDataManager().GetAttributeMap(m_window.ShownDevice(), tree);
+        m_budget->Show(tree);
+    }
 }
 
 void OperatorPanes::ShowLock()

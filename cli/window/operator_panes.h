@@ -1,6 +1,7 @@
 // What surrounds the requests of a session, shown in its window: events, history, banner, transmit lock, presets.
 #pragma once
 
+#include "budget_pane.h"
 #include "event_pane.h"
 #include "history_pane.h"
 #include "preset_menu.h"
@@ -53,6 +54,7 @@ private:
     QAction* AddSwitch(QMenu& menu, QString const& text, char const* name, QLabel const& mark);
     void ShowLock();
     void ShowLease();
+    void ShowBudget();
     /// What the operator calls the device; empty for one that is not listed.
     QString NameOf(CDataId const& device, bool marksSimulated) const;
 
@@ -60,6 +62,7 @@ private:
     vordal::MainWindow& m_window;
     EventPane* m_events;
     HistoryPane* m_history;
+    BudgetPane* m_budget;
     ViewBanner* m_banner;
     QLabel* m_lock;
     QLabel* m_lease;

@@ -74,4 +74,21 @@ Result<EchoBudget> BudgetOf(double sourceLevel, BottomBeam const& beam, Bottom b
     return budget;
 }
 
+Result<double> GreatestRangeHeard(double sourceLevel, BottomBeam beam, Bottom bottom, Medium const& medium,
+                                  double leastSnr)
+{
+    // The further the weaker: spreading outweighs the area that grows with range.
+    double near = 0.1;
+    double far = 50'000.0;
+    for (int step = 0; step < 60; ++step) {
+        beam.range = std::sqrt(near * far);
+        auto const budget = BudgetOf(sourceLevel, beam, bottom, medium);
+        if (!budget) {
+            return budget.WhyNot();
+        }
+        (budget->snr >= leastSnr ? near : far) = beam.range;
+    }
+    return near;
+}
+
 } // namespace qx5::acoustics

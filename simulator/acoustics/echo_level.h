@@ -62,4 +62,9 @@ struct EchoBudget
 /// that of a band of 1 / pulseLength Hz, less the directivity index of an untapered receive array of widthAcross.
 Result<EchoBudget> BudgetOf(double sourceLevel, BottomBeam const& beam, Bottom bottom, Medium const& medium);
 
+/// The greatest range in m at which the echo of such a beam still lies `leastSnr` dB above the noise, up to 50,000; its
+/// own range does not count. 0.1 where it does not even there. Refused as BudgetOf refuses.
+Result<double> GreatestRangeHeard(double sourceLevel, BottomBeam beam, Bottom bottom, Medium const& medium,
+                                  double leastSnr = 0.0);
+
 } // namespace qx5::acoustics

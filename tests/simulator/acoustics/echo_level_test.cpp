@@ -258,5 +258,25 @@ TEST(EchoLevel, IsFiniteAtBothEndsOfEverySetting)
     }
 }
 
+TEST(GreatestRange, IsWhereTheEchoSinksIntoTheNoise)
+{
+    auto const medium = MediumOf(200e3, {});
+    ASSERT_TRUE(medium);
+    BottomBeam beam{.range = 1.0, .grazing = 45.0, .widthAlong = 2.0, .widthAcross = 1.0, .pulseLength = 1e-4};
+    for (double const power : {180.0, 200.0, 220.0}) {
+        for (double const least : {0.0, 12.0}) {
+            auto const greatest = GreatestRangeHeard(power, beam, Bottom::Sand, *medium, least);
+            ASSERT_TRUE(greatest);
+            beam.range = *greatest * 0.99;
+            EXPECT_GT(BudgetOf(power, beam, Bottom::Sand, *medium)->snr, least);
+            beam.range = *greatest * 1.01;
+            EXPECT_LT(BudgetOf(power, beam, Bottom::Sand, *medium)->snr, least);
+        }
+    }
+    EXPECT_DOUBLE_EQ(*GreatestRangeHeard(0.0, beam, Bottom::Mud, *medium), 0.1);
+    beam.pulseLength = 0.0;
+    EXPECT_FALSE(GreatestRangeHeard(200.0, beam, Bottom::Mud, *medium));
+}
+
 } // namespace
 } // namespace qx5::acoustics
