@@ -8,12 +8,11 @@
 
 namespace qx5::simulator {
 
-EchoService::EchoService(asio::io_context& context, EchoWorker::Hear hear, SonarState const& state,
-                         AnswerFrames const& frames, Hosts& hosts, HostedSonar& sonar)
+EchoService::EchoService(asio::io_context& context, EchoWorker::Hear hear, SonarState& state,
+                         AnswerFrames const& frames, Hosts& hosts, EchoingSonar& sonar)
     : m_context(context), m_state(state), m_frames(frames), m_hosts(hosts), m_sonar(sonar), m_began(state.UtcSeconds()),
-      m_inTheWater(frames.Heads().size()),
-      m_worker(std::move(hear), [this](HeardPing heard, EchoJob const&, acoustics::PingEchoes const&) {
-          asio::post(m_context, [this, heard = std::move(heard)] { Send(heard); });
+      m_inTheWater(frames.Heads().size()), m_worker(std::move(hear), [this](HeardPing heard) {
+          asio::post(m_context, [this, heard = std::move(heard)] { OnHeard(heard); });
       })
 {
 }
@@ -40,14 +39,16 @@ void EchoService::OnPinged(Ping const& ping)
 {
     auto& job = m_inTheWater[static_cast<std::size_t>(ping.head)];
     job.reset();
-    if (m_wasAsked && WishFor(ping.head).IsAny()) {
+    auto tracking = TrackingOf(m_state);
+    if (tracking || (m_wasAsked && WishFor(ping.head).IsAny())) {
         job = {ping.head,
                ping.number,
                ping.utcSeconds,
                ping.utcSeconds - m_began,
                PingSettingsOf(m_state),
                m_frames.SourceOf(ping.head),
-               {}};
+               {},
+               std::move(tracking)};
     }
 }
 
@@ -58,7 +59,7 @@ void EchoService::OnEchoed(Ping const& ping)
         return;
     }
     job->wish = WishFor(ping.head); // somebody may have left meanwhile
-    if (job->wish.IsAny()) {
+    if (job->wish.IsAny() || job->tracking) {
         m_worker.Submit(std::move(*job));
     }
 }
@@ -70,14 +71,21 @@ void EchoService::ForgetPings()
     }
 }
 
-void EchoService::Send(HeardPing const& heard)
+void EchoService::OnHeard(HeardPing const& heard)
 {
     if (heard.failure != std::exchange(m_failure, heard.failure) && !heard.failure.empty()) {
         m_sonar.OnNotice("nothing is heard: " + heard.failure);
     }
-    if (m_hosts.Failures().silent) {
-        return;
+    if (heard.tracked && TakeUp(*heard.tracked, heard.settings, m_state)) {
+        m_sonar.StateChanged();
     }
+    if (!m_hosts.Failures().silent) {
+        Send(heard);
+    }
+}
+
+void EchoService::Send(HeardPing const& heard)
+{
     auto const send = [&](HostConnection& host, EchoKind kind, SharedBytes const& frame) {
         if (!frame) {
             ++m_tooLarge;

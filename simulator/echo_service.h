@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <asio.hpp>
@@ -19,14 +20,27 @@
 
 namespace qx5::simulator {
 
-/// Nothing is computed while nobody wants anything: the worker begins with the first ping that somebody does. Sonar's
+/// Whose echoes they are.
+class EchoingSonar
+{
+public:
+    virtual void OnNotice(std::string_view text) = 0;
+    /// The tracker has changed its settings.
+    virtual void StateChanged() = 0;
+
+protected:
+    ~EchoingSonar() = default;
+};
+
+/// Nothing is computed while nobody wants anything and the tracker is off: the worker begins with the first ping that
+/// is to be heard. Sonar's
 /// thread alone, but for Stop.
 class EchoService
 {
 public:
     /// All references are to what outlives this. `hear` is called on the worker's thread.
-    EchoService(asio::io_context& context, EchoWorker::Hear hear, SonarState const& state, AnswerFrames const& frames,
-                Hosts& hosts, HostedSonar& sonar);
+    EchoService(asio::io_context& context, EchoWorker::Hear hear, SonarState& state, AnswerFrames const& frames,
+                Hosts& hosts, EchoingSonar& sonar);
     EchoService(EchoService const&) = delete;
     EchoService& operator=(EchoService const&) = delete;
     ~EchoService() = default;
@@ -48,13 +62,14 @@ public:
 
 private:
     protocol::EchoWish WishFor(std::int32_t head) const;
+    void OnHeard(HeardPing const& heard);
     void Send(HeardPing const& heard);
 
     asio::io_context& m_context;
-    SonarState const& m_state;
+    SonarState& m_state;
     AnswerFrames const& m_frames;
     Hosts& m_hosts;
-    HostedSonar& m_sonar;
+    EchoingSonar& m_sonar;
     double const m_began;
     std::vector<std::optional<EchoJob>> m_inTheWater; ///< by head
     bool m_wasAsked = false;

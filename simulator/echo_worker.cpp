@@ -76,7 +76,7 @@ void EchoWorker::Compute(EchoJob const& job)
     auto failure = m_hear(job, m_echoes);
     m_echoes.number = job.number;
     m_echoes.utcSeconds = job.utcSeconds;
-    HeardPing heard{job.head, job.number, job.wish, nullptr, nullptr, {}};
+    HeardPing heard{job.head, job.number, job.wish, nullptr, nullptr, {}, {}, {}};
     if (failure) {
         heard.failure = std::move(failure->line);
     }
@@ -86,7 +86,11 @@ void EchoWorker::Compute(EchoJob const& job)
     if (job.wish.waterColumn) {
         heard.waterColumn = WaterColumnFrame(job.from, m_echoes);
     }
-    m_done(std::move(heard), job, m_echoes);
+    if (job.tracking && !failure) {
+        heard.settings = job.settings;
+        heard.tracked = m_tracker.Next(m_echoes, job.settings, job.tracking->switches, job.tracking->limits);
+    }
+    m_done(std::move(heard));
 }
 
 } // namespace qx5::simulator

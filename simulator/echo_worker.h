@@ -17,6 +17,7 @@
 #include <simulator/acoustics/ping_settings.h>
 #include <simulator/acoustics/result.h>
 #include <simulator/answer_frames.h>
+#include <simulator/tracking.h>
 
 namespace qx5::simulator {
 
@@ -28,8 +29,9 @@ struct EchoJob
     double utcSeconds = 0.0; ///< of transmission
     double seconds = 0.0;    ///< the same since the sonar began to exist
     acoustics::PingSettings settings;
-    protocol::Target from;   ///< that its frames bear
-    protocol::EchoWish wish; ///< which frames are wanted
+    protocol::Target from;            ///< that its frames bear
+    protocol::EchoWish wish;          ///< which frames are wanted
+    std::optional<Tracking> tracking; ///< none: the tracker is off
 };
 
 /// What came of it.
@@ -40,7 +42,9 @@ struct HeardPing
     protocol::EchoWish wish; ///< which frames were wanted
     SharedBytes detections;  ///< null where they are not wanted, or too many
     SharedBytes waterColumn;
-    std::string failure; ///< why it has heard nothing
+    std::string failure;              ///< why it has heard nothing
+    acoustics::PingSettings settings; ///< of the ping, where the tracker is on
+    std::optional<acoustics::TrackedSettings> tracked;
 };
 
 /// Computes one ping at a time. Of each head one further ping may wait: the newest, which takes the place of the one
@@ -50,8 +54,7 @@ class EchoWorker
 public:
     /// Fills in what a head hears at that ping, whose memory is used again; or what is wrong with its settings.
     using Hear = std::function<std::optional<acoustics::Failure>(EchoJob const& job, acoustics::PingEchoes& echoes)>;
-    /// With what a ping brought besides, valid during the call.
-    using Done = std::function<void(HeardPing heard, EchoJob const& job, acoustics::PingEchoes const& echoes)>;
+    using Done = std::function<void(HeardPing heard)>;
 
     /// Both are called on the worker's thread, which begins with the first job.
     EchoWorker(Hear hear, Done done);
@@ -71,6 +74,7 @@ private:
 
     Hear m_hear;
     Done m_done;
+    acoustics::Tracker m_tracker;   ///< the thread's
     acoustics::PingEchoes m_echoes; ///< used again for ping after ping; the thread's
     std::atomic<std::uint64_t> m_skipped{0};
     std::mutex m_mutex;

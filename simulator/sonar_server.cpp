@@ -31,6 +31,7 @@ using Clock = std::chrono::steady_clock;
 class SonarServer::Implementation final : private SonarThread::Sonar,
                                           private HostedSonar,
                                           private PingingSonar,
+                                          private EchoingSonar,
                                           public CommandedSonar
 {
 public:
@@ -51,7 +52,7 @@ public:
             }
         }
         m_echoes.emplace(m_thread.Context(), m_options.hear, m_state, m_frames, m_hosts,
-                         static_cast<HostedSonar&>(*this));
+                         static_cast<EchoingSonar&>(*this));
         auto error = m_hosts.Start();
         if (!error) {
             m_port = m_hosts.Port();

@@ -84,6 +84,9 @@ public:
     /// value.
     bool Set(std::string_view assignment, std::string& error);
 
+    /// A setting that the sonar changes by itself, of a key of a double; it is brought inside the limits and reported.
+    void SetOwn(protocol::Key const& key, double value) { Put(key, value); }
+
     /// All that it tells upon connection: limits and values.
     std::vector<protocol::TreeNode> Introduction() const;
     /// What that record would bring; nothing for a record that it does not have.

@@ -421,6 +421,80 @@ TEST_F(EchoServiceTest, ASilentSonarSendsNone)
     EXPECT_EQ(DetectionsIn(host).head.number, 2);
 }
 
+TEST_F(EchoServiceTest, TheTrackerSetsWhatItHearsAReasonForAndReportsIt)
+{
+    Start(); // an echo from 375 m, of one beam of two
+    Host host(server->Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Do("set x5TrackerRangeEnabled=true");
+    Ping();
+    EXPECT_EQ(ear.heard, 0) << "the sonar is in no tracker mode";
+    Do("set x5SystemMode=1");
+    Ping();
+    Settle(host);
+    EXPECT_EQ(ear.heard, 1) << "though no host has asked";
+    EXPECT_TRUE(WaitUntil([&] { return Do("state x5Range") == "x5Range = 500 m"; }));
+    Settle(host);
+    bool isReported = false;
+    for (auto const& tree : host.Trees()) {
+        for (auto const& node : tree) {
+            isReported = isReported || (node.key == L"x5Range" && node.value == Value(500.0));
+        }
+    }
+    EXPECT_TRUE(isReported);
+
+    // What an operator has changed meanwhile stays, and so does all once the tracker is off.
+    Ask(host, 1);
+    Do("set x5Range=5");
+    ear.Hold(true);
+    Ping();
+    ASSERT_TRUE(WaitUntil([&] { return ear.heard == 2; }));
+    Do("set x5Range=8");
+    ear.Hold(false);
+    ASSERT_EQ(NextEchoes(host), DetectionsId);
+    EXPECT_EQ(Do("state x5Range"), "x5Range = 8 m");
+    Do("set x5SystemMode=0");
+    Do("set x5Range=5");
+    Ping();
+    ASSERT_EQ(NextEchoes(host), DetectionsId);
+    Settle(host);
+    EXPECT_EQ(Do("state x5Range"), "x5Range = 5 m");
+}
+
+TEST_F(EchoServiceTest, TheTrackerTransmitsNothingWhereNothingIsTransmitted)
+{
+    Start();
+    Host host(server->Port());
+    ASSERT_TRUE(host.Told(L"DeviceId"));
+    Do("set x5Power=0");
+    Do("set x5TrackerPowerGainEnabled=true");
+    Do("set x5SystemMode=1");
+    ear.isBad = false;
+    ear.beams = 100; // one detection is as good as none
+    Ping();
+    ASSERT_TRUE(WaitUntil([&] { return Do("state x5SpreadingLoss") == "x5SpreadingLoss = 30 dB"; }));
+    EXPECT_EQ(Do("state x5Power"), "x5Power = 0 dB");
+}
+
+TEST_F(EchoServiceTest, TheTrackerFindsTheRangeOfAScene)
+{
+    ServerOptions options;
+    options.scene = "flat";
+    options.depth = 5.0;
+    options.calm = true;
+    StartAsIs(options);
+    Do("set x5Range=200");
+    Do("set x5CoverageAngle=90");
+    Do("set x5TrackerRangeEnabled=true");
+    Do("set x5SystemMode=1");
+    // Half of the swath of 90 degrees lies within 5 m x sqrt(2), with room 8 to 10 m.
+    EXPECT_TRUE(WaitUntil([&] {
+        Ping();
+        auto const range = Do("state x5Range");
+        return range == "x5Range = 8 m" || range == "x5Range = 10 m";
+    })) << Do("state x5Range");
+}
+
 TEST_F(EchoServiceTest, TheSceneIsHeard)
 {
     ServerOptions options;

@@ -196,7 +196,9 @@ public:
         while (Frame()) {
             if (m_lastId == 90010) {
                 std::string error;
-                return protocol::DecodeTree(LastData(), error);
+                auto tree = protocol::DecodeTree(LastData(), error);
+                m_trees.push_back(tree.value_or(std::vector<protocol::TreeNode>()));
+                return tree;
             }
         }
         return std::nullopt;
@@ -227,6 +229,8 @@ public:
     }
 
     std::vector<protocol::TreeNode> const& LastTree() const { return m_lastTree; }
+    /// All that were waited for.
+    std::vector<std::vector<protocol::TreeNode>> const& Trees() const { return m_trees; }
     Bytes const& LastFrame() const { return m_lastFrame; }
     std::uint32_t LastId() const { return m_lastId; }
     /// The last frame without header and trailing word.
@@ -253,6 +257,7 @@ private:
     Bytes m_lastFrame;
     std::uint32_t m_lastId = 0;
     std::vector<protocol::TreeNode> m_lastTree;
+    std::vector<std::vector<protocol::TreeNode>> m_trees;
     protocol::FrameReader m_reader;
 };
 
