@@ -22,7 +22,7 @@ constexpr std::size_t mostHalfWindow = 256;
 constexpr double reach = 1.4;
 /// An echo whose middle is nearer than that to an end of what is looked at, in its widths, lies beyond that end.
 constexpr double leastInside = 0.25;
-constexpr std::size_t leans = 256;
+constexpr std::size_t leans = 96;
 constexpr int mostObjects = 16;
 /// Beams to each side that tell how levels change with the angle, within so many widths of a beam.
 constexpr std::size_t mostNeighbours = 12;
@@ -134,8 +134,8 @@ void Detector::Prepare(PingSettings const& settings, Sampling const& sampling, d
         double const squaredDepth = 1.0 - sine * sine;
         double const half = reach * sineWidth * sine / squaredDepth;
         double centre = 1.0;
-        for (int round = 0; round < 8 && half > 0.0; ++round) {
-            constexpr int steps = 80;
+        for (int round = 0; round < 5 && half > 0.0; ++round) {
+            constexpr int steps = 48;
             double mass = 0.0;
             double moment = 0.0;
             double square = 0.0;
@@ -157,7 +157,7 @@ void Detector::Prepare(PingSettings const& settings, Sampling const& sampling, d
         }
         m_lean[i] = centre - 1.0;
         // Below the sonar, where one pulse covers all that the beam meets, its middle counts.
-        constexpr int parts = 64;
+        constexpr int parts = 32;
         double mass = 0.0;
         double moment = 0.0;
         for (int j = 0; j < parts; ++j) {
