@@ -20,7 +20,8 @@ constexpr double certain = 6.2;
 constexpr std::size_t mostHalfWindow = 256;
 /// Half of the window of the centre of mass, in widths of the echo.
 constexpr double reach = 1.4;
-/// An echo whose middle is nearer than that to an end of what is looked at, in its widths, lies beyond that end.
+/// An echo whose middle or loudest part is nearer than that to an end of what is looked at, in its widths, lies beyond
+/// that end.
 constexpr double leastInside = 0.25;
 constexpr std::size_t leans = 96;
 constexpr int mostObjects = 16;
@@ -240,7 +241,9 @@ Detector::Mass Detector::CentreOfMass(Peak const& peak, double spread, std::size
             break;
         }
     }
-    double const inside = std::min(centre - first, last - centre) / std::hypot(centre * spread, m_pulse);
+    auto const loudest = static_cast<double>(peak.sample) + 0.5;
+    double const inside = std::min({centre - first, last - centre, loudest - first, last - loudest}) /
+                          std::hypot(centre * spread, m_pulse);
     return {centre, used, inside >= leastInside};
 }
 
