@@ -22,7 +22,7 @@ PingSettings After(std::vector<std::string> const& assignments)
     SonarState sonar;
     for (std::string const& assignment : assignments) {
         std::string error;
-        EXPECT_TRUE(sonar.Set(assignment, SteadyTime(), error)) << assignment << ": " << error;
+        EXPECT_TRUE(sonar.Set(assignment, error)) << assignment << ": " << error;
     }
     return PingSettingsOf(sonar);
 }
