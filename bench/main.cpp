@@ -56,6 +56,9 @@ std::vector<Ratio> Promises()
         {"the window's thread in a second, 64 sonars at 50 pings/s, ns", "window-thread-64", "", 300000000.0},
         {"60 changes a second told to changes shown, meanwhile", "window-changes-shown", "window-changes-told", 1.05},
         {"a refused request to its line in the event list, meanwhile, ns", "window-event-told", "", 100000000.0},
+        {"a ping of 512 beams by 1,000 samples heard, ns of one processor", "ping-512x1000", "", 20000000.0},
+        {"the same to one of half the beams", "ping-512x1000", "ping-256x1000", 2.2},
+        {"the same to one of half the samples", "ping-512x1000", "ping-512x500", 2.2},
         {"start of qx5 to its window shown and painted, ns", "qx5-window", "", 500000000.0},
         {"qx5 send, start to exit, ns", "qx5-send", "", 200000000.0},
     };
@@ -168,6 +171,9 @@ int main(int argc, char** argv)
     }
     for (Case& tree : bench::TreeCases()) {
         cases.push_back(std::move(tree));
+    }
+    for (Case& sounder : bench::SounderCases()) {
+        cases.push_back(std::move(sounder));
     }
     for (Case& sequencing : bench::SequencingCases(stage)) {
         cases.push_back(std::move(sequencing));

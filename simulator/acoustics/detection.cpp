@@ -20,9 +20,10 @@ constexpr double certain = 6.2;
 constexpr std::size_t mostHalfWindow = 256;
 /// Half of the window of the centre of mass, in widths of the echo.
 constexpr double reach = 1.4;
-/// An echo whose middle is nearer than that to an end of what is looked at, in its widths, lies beyond that end.
+/// An echo whose middle or loudest part is nearer than that to an end of what is looked at, in its widths, lies beyond
+/// that end.
 constexpr double leastInside = 0.25;
-constexpr std::size_t leans = 256;
+constexpr std::size_t leans = 96;
 constexpr int mostObjects = 16;
 /// Beams to each side that tell how levels change with the angle, within so many widths of a beam.
 constexpr std::size_t mostNeighbours = 12;
@@ -134,8 +135,8 @@ void Detector::Prepare(PingSettings const& settings, Sampling const& sampling, d
         double const squaredDepth = 1.0 - sine * sine;
         double const half = reach * sineWidth * sine / squaredDepth;
         double centre = 1.0;
-        for (int round = 0; round < 8 && half > 0.0; ++round) {
-            constexpr int steps = 80;
+        for (int round = 0; round < 5 && half > 0.0; ++round) {
+            constexpr int steps = 48;
             double mass = 0.0;
             double moment = 0.0;
             double square = 0.0;
@@ -157,7 +158,7 @@ void Detector::Prepare(PingSettings const& settings, Sampling const& sampling, d
         }
         m_lean[i] = centre - 1.0;
         // Below the sonar, where one pulse covers all that the beam meets, its middle counts.
-        constexpr int parts = 64;
+        constexpr int parts = 32;
         double mass = 0.0;
         double moment = 0.0;
         for (int j = 0; j < parts; ++j) {
@@ -240,7 +241,9 @@ Detector::Mass Detector::CentreOfMass(Peak const& peak, double spread, std::size
             break;
         }
     }
-    double const inside = std::min(centre - first, last - centre) / std::hypot(centre * spread, m_pulse);
+    auto const loudest = static_cast<double>(peak.sample) + 0.5;
+    double const inside = std::min({centre - first, last - centre, loudest - first, last - loudest}) /
+                          std::hypot(centre * spread, m_pulse);
     return {centre, used, inside >= leastInside};
 }
 

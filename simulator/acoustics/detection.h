@@ -1,11 +1,11 @@
 // Finds the bottom in what one beam has heard: within gates, by the centre of mass of the echo's amplitude.
 //
-// How exact a depth then is, on a flat bottom: the amplitude of an echo from many scatterers fluctuates by
-// sqrt(4/pi - 1) = 0.52 of its mean. The centre of mass of an echo of width W (m of range, between its half-power
-// points), in which pieces of length l fluctuate each for itself, therefore deviates by
-//   range: 0.15 sqrt(W l),  depth: the same x cos(angle),
-// the form and the number that Lurton and Augustin, "A Measurement Quality Factor for Swath Bathymetry Sounders", IEEE
-// J. Oceanic Eng. 35 (2010), have for detection by amplitude. W is what the beam spreads on the bottom, what the pulse
+// How exact a depth then is, on a flat bottom: the amplitude of an echo from many scatterers fluctuates as Rayleigh's,
+// by sqrt(4/pi - 1) = 0.52 of its mean. The centre of mass of an echo of width W (m of range) of n pieces that
+// fluctuate each for itself deviates by 0.52 W / sqrt(12 n): with pieces of length l,
+//   range: 0.15 sqrt(W l),  depth: the same x cos(angle).
+// That is the way in which Lurton and Augustin, "A Measurement Quality Factor for Swath Bathymetry Sounders", IEEE J.
+// Oceanic Eng. 35 (2010), look at detection by amplitude. W is what the beam spreads on the bottom, what the pulse
 // takes and what a sample takes, W^2 = (range x tan(angle) x width of the beam)^2 + (c x pulse / 2)^2 + (sample)^2, and
 // l two thirds of the pulse's c x pulse / 2, or the distance of samples where that is more. It holds where an echo has
 // more than one such piece: a long pulse straight below deviates less.

@@ -33,16 +33,16 @@ struct Interval
 struct GateSettings
 {
     bool byRange = false;
-    Interval range;
+    Interval range{};
     bool byDepth = false;
-    Interval depth;
+    Interval depth{};
     double tilt = 0.0; ///< degrees, of the depth gate: its limits lie deeper by across x tan(tilt), to starboard
     bool depthFollows = false; ///< the depth gate keeps its height, and its middle goes along with the bottom
     bool adaptive = false;
     bool adaptiveFollows = false; ///< a window about the bottom of the ping before; otherwise the search limits alone
     double window = 10.0;         ///< per cent of the depth, its whole height
     bool searchLimited = false;
-    Interval search; ///< depths
+    Interval search{}; ///< depths
 
     bool operator==(GateSettings const&) const = default;
 };

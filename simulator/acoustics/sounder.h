@@ -31,7 +31,7 @@ struct Sea
     Water water{.temperature = 12.9};
     /// m/s: what it is, whatever the sonar is told. As the sonar reckons with from the start, so that depths are true.
     double soundSpeed = 1500.0;
-    NoiseSources noise;
+    NoiseSources noise{};
 };
 
 /// Where the axis of a beam meets the bottom.

@@ -84,8 +84,17 @@ TrackedSettings Tracker::Next(PingEchoes const& echoes, PingSettings const& sett
         if (switches.range) {
             next.range = Offered(limits.ranges, settings.range * 1.001, settings.range);
         }
-        if (switches.powerAndGain) {
-            next.power = Within(settings.power + mostStep, limits.power);
+        if (switches.powerAndGain && !echoes.water.noise.empty()) {
+            // Noise that fills the converter, or is below what that tells apart, hides any echo.
+            Converter const converter;
+            auto const noise = static_cast<double>(echoes.water.noise[echoes.water.noise.size() / 2]);
+            if (noise > converter.fullScale - wantedBelowFullScale) {
+                next.gain = Within(settings.receiver.gain - mostStep, limits.gain);
+            } else if (noise < converter.Step() + levelBand && settings.receiver.gain < limits.gain.greatest) {
+                next.gain = Within(settings.receiver.gain + mostStep, limits.gain);
+            } else {
+                next.power = Within(settings.power + mostStep, limits.power);
+            }
         }
         return next;
     }

@@ -27,7 +27,7 @@ TEST(Receiver, GainIsFixedOrGrowsWithRange)
 
 TEST(Receiver, TellsWhichSettingIsWrong)
 {
-    EXPECT_FALSE(WhatIsWrong({}));
+    EXPECT_FALSE(WhatIsWrong(ReceiverSettings{}));
     auto const expectRefused = [](ReceiverSettings const& settings, char const* quantity) {
         auto const failure = WhatIsWrong(settings);
         ASSERT_TRUE(failure) << quantity;
