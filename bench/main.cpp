@@ -48,6 +48,8 @@ std::vector<Ratio> Promises()
         {"processor time of 64 waiting groups in one second, ns", "groups-waiting-64", "", 1000000.0},
         {"a contact's change to its record at the far end, to a bare send", "contact", "bare-contact", 2.0},
         {"an image of 50 MB to its record at the far end, to a bare send", "contact-image", "bare-image", 2.0},
+        {"a water column of 512 x 1000 to its block announced, to a bare copy of its levels", "echo-block", "bare-copy",
+         2.5},
         {"a refresh of the view in which nothing changed, tree of 2,000, ns", "view-refresh-unchanged", "", 100000.0},
         {"first show of the window with 3 sonars, ns of work", "window-first-show-3", "", 50000000.0},
         {"the same with 64", "window-first-show-64", "", 500000000.0},
@@ -161,6 +163,9 @@ int main(int argc, char** argv)
     vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
     bench::Stage stage;
     std::vector<Case> cases = bench::RequestCases(stage);
+    for (Case& echo : bench::EchoCases(stage)) {
+        cases.push_back(std::move(echo));
+    }
     for (Case& target : bench::TargetCases(stage)) {
         cases.push_back(std::move(target));
     }

@@ -944,6 +944,60 @@ local records = {
             { at = 66, width = 2, wire = "u16", name = "UserRole" },
         }, items = {
         } },
+    { carrier = "command", id = 90020, name = "echo request", size = 4, tail = "none", tailName = "",
+        itemSize = 0, fields = {
+            { at = 0, width = 4, wire = "bit", name = "detections", bit = 0, bits = 1 },
+            { at = 0, width = 4, wire = "bit", name = "water column", bit = 1, bits = 1 },
+        }, items = {
+        } },
+    { carrier = "data", id = 90021, name = "detections", size = 92, tail = "arrays", tailName = "",
+        itemSize = 0, fields = {
+            { at = 0, width = 4, wire = "i32", name = "ping number" },
+            { at = 4, width = 8, wire = "f64", name = "time", unit = "s" },
+            { at = 12, width = 8, wire = "f64", name = "sound velocity", unit = "m/s" },
+            { at = 20, width = 8, wire = "f64", name = "east", unit = "m" },
+            { at = 28, width = 8, wire = "f64", name = "north", unit = "m" },
+            { at = 36, width = 8, wire = "f64", name = "depth", unit = "m" },
+            { at = 44, width = 8, wire = "f64", name = "heading", unit = "deg" },
+            { at = 52, width = 8, wire = "f64", name = "roll", unit = "deg" },
+            { at = 60, width = 8, wire = "f64", name = "pitch", unit = "deg" },
+            { at = 68, width = 8, wire = "f64", name = "heave", unit = "m" },
+            { at = 76, width = 8, wire = "f64", name = "steering", unit = "deg" },
+            { at = 84, width = 4, wire = "u32", name = "beams" },
+            { at = 88, width = 4, wire = "u32", name = "detections" },
+        }, items = {
+        }, arrays = {
+            { wire = "u16", width = 2, name = "beam", unit = "", count = "detections" },
+            { wire = "f32", width = 4, name = "angle", unit = "deg", count = "detections" },
+            { wire = "f32", width = 4, name = "travel time", unit = "s", count = "detections" },
+            { wire = "f32", width = 4, name = "level", unit = "dB", count = "detections" },
+            { wire = "f32", width = 4, name = "quality", unit = "", count = "detections" },
+        } },
+    { carrier = "data", id = 90022, name = "water column", size = 116, tail = "arrays", tailName = "",
+        itemSize = 0, fields = {
+            { at = 0, width = 4, wire = "i32", name = "ping number" },
+            { at = 4, width = 8, wire = "f64", name = "time", unit = "s" },
+            { at = 12, width = 8, wire = "f64", name = "sound velocity", unit = "m/s" },
+            { at = 20, width = 8, wire = "f64", name = "east", unit = "m" },
+            { at = 28, width = 8, wire = "f64", name = "north", unit = "m" },
+            { at = 36, width = 8, wire = "f64", name = "depth", unit = "m" },
+            { at = 44, width = 8, wire = "f64", name = "heading", unit = "deg" },
+            { at = 52, width = 8, wire = "f64", name = "roll", unit = "deg" },
+            { at = 60, width = 8, wire = "f64", name = "pitch", unit = "deg" },
+            { at = 68, width = 8, wire = "f64", name = "heave", unit = "m" },
+            { at = 76, width = 8, wire = "f64", name = "steering", unit = "deg" },
+            { at = 84, width = 4, wire = "u32", name = "beams" },
+            { at = 88, width = 4, wire = "u32", name = "samples" },
+            { at = 92, width = 8, wire = "f64", name = "interval", unit = "s" },
+            { at = 100, width = 8, wire = "f64", name = "floor", unit = "dB" },
+            { at = 108, width = 8, wire = "f64", name = "step", unit = "dB" },
+        }, items = {
+        }, arrays = {
+            { wire = "f32", width = 4, name = "beam angle", unit = "deg", count = "beams" },
+            { wire = "f32", width = 4, name = "gain", unit = "dB", count = "samples" },
+            { wire = "f32", width = 4, name = "noise", unit = "dB", count = "samples" },
+            { wire = "u8", width = 1, name = "level", unit = "", count = "samples", rows = "beams" },
+        } },
 }
 
 local x5 = Proto("x5", "x5 sonar records")
@@ -1027,6 +1081,44 @@ local function addFields(tree, range, fields)
     end
 end
 
+-- The whole number that the record tells under that name.
+local function countOf(range, record, name)
+    for _, field in ipairs(record.fields) do
+        if field.name == name then
+            return range(field.at, field.width):le_uint()
+        end
+    end
+end
+
+-- Each array in one line: its numbers where they are few, else how many there are.
+local function addArrays(tree, range, record)
+    local at = record.size
+    for _, array in ipairs(record.arrays) do
+        local count, rows = countOf(range, record, array.count), array.rows and countOf(range, record, array.rows)
+        local size = count * (rows or 1) * array.width
+        if at + size > range:len() then
+            tree:add(x5, range, "arrays that are not whole")
+            return
+        end
+        local text = (rows and (rows .. " x ") or "") .. count .. " numbers"
+        if size <= 8 * array.width then
+            local numbers = {}
+            for i = 0, size / array.width - 1 do
+                local _, number = valueOf(range(at + i * array.width, array.width), array)
+                numbers[#numbers + 1] = number
+            end
+            text = "[" .. table.concat(numbers, ", ") .. "]"
+        end
+        text = array.name .. " = " .. withUnit(text, array.unit)
+        if size > 0 then
+            tree:add(f.field, range(at, size), array.name):set_text(text)
+        else
+            tree:add(f.field, range, array.name):set_text(text)
+        end
+        at = at + size
+    end
+end
+
 local function addTail(tree, range, record)
     local begin = record.size
     if record.tail == "none" or range:len() <= begin then
@@ -1041,6 +1133,8 @@ local function addTail(tree, range, record)
         end
     elseif record.tail == "text" then
         tree:add(f.field, rest, record.tailName):set_text(record.tailName .. ' = "' .. textOf(rest) .. '"')
+    elseif record.tail == "arrays" then
+        addArrays(tree, range, record)
     elseif record.tail == "bytes" then
         tree:add(f.payload, rest)
     else

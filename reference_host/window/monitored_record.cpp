@@ -76,6 +76,10 @@ std::string FieldsInOneLine(protocol::RecordLayout const& layout, std::span<unsi
 {
     protocol::UnpackedRecord const record = protocol::Unpack(layout, payload);
     std::string line;
+    for (protocol::UnpackedArray const& array : record.arrays) { // first: they are what the record is for
+        std::string const rows = array.array->rows.empty() ? "" : std::to_string(array.rows) + " x ";
+        Add(line, array.array->name, rows + std::to_string(array.count));
+    }
     for (auto const& [key, value] : protocol::KeyValues(record.fields)) {
         Add(line, protocol::EncodeUtf8(key->text), WithUnit(protocol::ValueText(value), key->unit));
     }
@@ -90,12 +94,7 @@ std::string FieldsInOneLine(protocol::RecordLayout const& layout, std::span<unsi
         std::string const name =
             layout.tailKey != nullptr ? protocol::EncodeUtf8(layout.tailKey->text) : std::string(layout.tailName);
         Add(line, name, protocol::ValueText(record.tail));
-    } else if (!record.arrays.empty()) {
-        for (protocol::UnpackedArray const& array : record.arrays) {
-            std::string const rows = array.array->rows.empty() ? "" : std::to_string(array.rows) + " x ";
-            Add(line, array.array->name, rows + std::to_string(array.count));
-        }
-    } else if (!record.tailBytes.empty()) {
+    } else if (!record.tailBytes.empty() && record.arrays.empty()) {
         Add(line, layout.tailName, std::to_string(record.tailBytes.size()) + " bytes");
     }
     if (record.missingBytes > 0) {
@@ -154,13 +153,16 @@ std::string const& MonitoredRecord::Summary() const
 std::string MonitoredRecord::Summarise() const
 {
     auto const payload = Payload();
+    auto const* const layout = protocol::FindLayout(m_carrier, m_number, payload);
     std::string line;
-    if (payload.size() > GreatestSummarised || !IsWhole()) {
+    if (IsWhole() && layout != nullptr && layout->tail == protocol::Tail::Arrays) {
+        line = FieldsInOneLine(*layout, payload); // arrays are told by their sizes, however long they are
+    } else if (payload.size() > GreatestSummarised || !IsWhole()) {
         line = std::to_string(m_frame.totalBytes) + " bytes";
     } else if (m_number >= protocol::records::RecordRequest.Id()) {
         // The layouts of our own records stop where the interesting part begins.
         line = Joined(protocol::PrintPayload(m_carrier, m_number, payload, ""));
-    } else if (auto const* const layout = protocol::FindLayout(m_carrier, m_number, payload)) {
+    } else if (layout != nullptr) {
         line = FieldsInOneLine(*layout, payload);
     } else if (!payload.empty()) {
         line = std::to_string(payload.size()) + " bytes";

@@ -118,5 +118,40 @@ TEST_F(RecordDocuments, TheDissectorTakesCapturedTrafficApart)
     EXPECT_THAT(shown.err, Not(HasSubstr("Lua Error")));
 }
 
+TEST_F(RecordDocuments, TheDissectorTellsArraysByTheirSizes)
+{
+    std::string const shark = QX5_TSHARK;
+    std::string const capturer = QX5_TEXT2PCAP;
+    ASSERT_TRUE(!shark.empty() && !capturer.empty());
+    // Two beams of five samples: angles are listed, levels are counted.
+    auto const dump = Write("dump.txt", "000000 05 00 3c 00 ff ff 00 00 f2 00 00 00 00 00 00 00\n"
+                                        "000010 00 00 00 00 e7 07 3e 01 00 00 a0 41 16 0d 01 00\n"
+                                        "000020 a6 5f 01 00 d5 1b 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000030 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000040 07 00 00 00 00 00 00 00 00 00 f8 3f 00 00 00 00\n"
+                                        "000050 00 70 97 40 00 00 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000060 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000070 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000080 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+                                        "000090 00 00 00 00 02 00 00 00 05 00 00 00 00 00 00 00\n"
+                                        "0000a0 00 00 c0 3f 00 00 00 00 00 00 34 40 00 00 00 00\n"
+                                        "0000b0 00 00 e0 3f 00 00 a0 c1 00 00 a0 41 00 00 80 3f\n"
+                                        "0000c0 00 00 80 3f 00 00 80 3f 00 00 80 3f 00 00 80 3f\n"
+                                        "0000d0 00 00 00 40 00 00 00 40 00 00 00 40 00 00 00 40\n"
+                                        "0000e0 00 00 00 40 01 02 03 04 05 06 07 08 09 0a 00 00\n"
+                                        "0000f0 00 00\n");
+    auto const capture = (folder / "capture.pcap").string();
+    ASSERT_EQ(RunToEnd({capturer, "-q", "-T", "40000,7000", dump, capture}).code, 0);
+    auto const shown = RunToEnd(
+        {shark, "-r", capture, "-X", "lua_script:" + Write("x5.lua", cli::WiresharkDissector()), "-V", "-O", "x5"});
+    EXPECT_EQ(shown.code, 0) << shown.err;
+    EXPECT_THAT(shown.out, HasSubstr("x5 record, 90022 water column\n    Size: 242\n"));
+    EXPECT_THAT(shown.out, HasSubstr("    sound velocity = 1500 m/s\n"));
+    EXPECT_THAT(shown.out, HasSubstr("    beams = 2\n    samples = 5\n    interval = 0.125 s\n"));
+    EXPECT_THAT(shown.out, HasSubstr("    beam angle = [-20, 20] deg\n    gain = [1, 1, 1, 1, 1] dB\n"
+                                     "    noise = [2, 2, 2, 2, 2] dB\n    level = 2 x 5 numbers\n"));
+    EXPECT_THAT(shown.err, Not(HasSubstr("Lua Error")));
+}
+
 } // namespace
 } // namespace qx5::test

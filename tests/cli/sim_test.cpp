@@ -29,6 +29,13 @@ TEST(Sim, RefusesAnAddressThatIsNone)
     ExpectComplaint(Qx5({"sim", "--port", "0", "--address", "192.0.2.1"}), 2, {"no address 192.0.2.1"});
 }
 
+TEST(Sim, RefusesASceneThatIsNone)
+{
+    ExpectComplaint(Qx5({"sim", "--port", "0", "--scene", "moon"}), 2, {"no scene 'moon'", "wreck"});
+    ExpectComplaint(Qx5({"sim", "--port", "0", "--depth", "-1"}), 2, {"depth"});
+    ExpectComplaint(Qx5({"sim", "--port", "0", "--depth", "nan"}), 2, {"depth"});
+}
+
 TEST(Sim, EndsWithQuit)
 {
     Simulator sonar;

@@ -1,6 +1,7 @@
 // Tests of what carries frames from the links to the monitor, and of what is told of one record.
 #include "frames.h"
 
+#include <protocol/echo_records.h>
 #include <reference_host/window/monitored_record.h>
 #include <reference_host/window/record_queue.h>
 #include <reference_host/window/window_feed.h>
@@ -158,6 +159,22 @@ TEST(MonitoredRecord, TellsAnAttributeTreeByItsAttributes)
     EXPECT_EQ(record.Number(), 90010U);
     EXPECT_EQ(record.Name(), "attribute tree");
     EXPECT_THAT(record.Summary(), HasSubstr("Ab = 7"));
+}
+
+TEST(MonitoredRecord, TellsAWaterColumnByItsSizes)
+{
+    qx5::protocol::WaterColumnView sizes;
+    sizes.head.number = 7;
+    sizes.head.beams = 512;
+    sizes.samples = 1000;
+    auto const frame = qx5::protocol::BeginWaterColumn(qx5::protocol::OwnSonar, sizes);
+    ASSERT_TRUE(frame);
+    MonitoredRecord const record(Captured(frame->bytes, false));
+    EXPECT_EQ(record.Name(), "water column");
+    EXPECT_THAT(record.Summary(),
+                testing::StartsWith("beam angle = 512, gain = 1000, noise = 1000, level = 512 x 1000, "
+                                    "ping number = 7, time = 0 s, "));
+    EXPECT_THAT(record.Text(), HasSubstr("level = 512 x 1000 numbers from 0 to 0\n"));
 }
 
 TEST(MonitoredRecord, SaysWhenARecordIsDamagedOrUnknownOrCut)
