@@ -54,6 +54,13 @@ std::vector<Ratio> Promises()
         {"the window's thread in a second, 64 sonars at 50 pings/s, ns", "window-thread-64", "", 300000000.0},
         {"60 changes a second told to changes shown, meanwhile", "window-changes-shown", "window-changes-told", 1.05},
         {"a refused request to its line in the event list, meanwhile, ns", "window-event-told", "", 100000000.0},
+        {"a frame of the fan, 1600 by 900, ns", "picture-fan", "", 4000000.0},
+        {"the same of the waterfall", "picture-waterfall", "", 4000000.0},
+        {"the same of the profile", "picture-profile", "", 4000000.0},
+        {"the same of the map", "picture-map", "", 4000000.0},
+        {"the same of the beam", "picture-beam", "", 4000000.0},
+        {"a ping's echoes announced to pixels painted, ns", "picture-echo-to-pixel", "", 16666666.0},
+        {"the same, p99", "picture-echo-to-pixel", "", 16666666.0, false, true},
         {"start of qx5 to its window shown and painted, ns", "qx5-window", "", 500000000.0},
         {"qx5 send, start to exit, ns", "qx5-send", "", 200000000.0},
     };

@@ -144,6 +144,9 @@ std::vector<Case> ViewCases(Stage& stage)
                      [last](std::size_t, std::vector<double>& nanoseconds) {
                          nanoseconds.push_back(last->value_or(WindowLoad{}).event);
                      }});
+    for (Case& each : PictureCases(stage, EnsureToolkit)) {
+        cases.push_back(std::move(each));
+    }
     return cases;
 }
 

@@ -42,11 +42,11 @@ TEST(BathymetryGrid, ShadesSlopesByTheLightFromTheNorthWest)
         return static_cast<int>(*grid.ShadeAt(east + 1.5, 1.5));
     };
     EXPECT_EQ(slope(0.0, 0.0), 180) << "flat ground";
-    // Rising eastwards it faces west, towards the light: three times as steep as 0.2,
-    // (0.5 * 0.6 + 0.7071) / sqrt(1 + 0.36) = 0.86359, times 180 / 0.7071.
-    EXPECT_EQ(slope(100.0, 0.2), 220);
-    // Falling eastwards: (-0.3 + 0.7071) / 1.16619 = 0.34909.
-    EXPECT_EQ(slope(200.0, -0.2), 89);
+    // Rising eastwards it faces west, towards the light: twice as steep as 0.2,
+    // (0.5 * 0.4 + 0.7071) / sqrt(1 + 0.16) = 0.84223, times 180 / 0.7071.
+    EXPECT_EQ(slope(100.0, 0.2), 214);
+    // Falling eastwards: (-0.2 + 0.7071) / 1.07703 = 0.47084.
+    EXPECT_EQ(slope(200.0, -0.2), 120);
 }
 
 TEST(BathymetryGrid, ShadesWhatChangedAndItsNeighboursAlone)

@@ -32,7 +32,7 @@ std::size_t InTile(std::int32_t i, std::int32_t j)
 /// Light from the north-west, 45 degrees high; slopes are drawn steeper than they are.
 std::uint8_t ShadeOf(double slopeEast, double slopeNorth)
 {
-    constexpr double exaggeration = 3.0;
+    constexpr double exaggeration = 2.0;
     double const x = slopeEast * exaggeration;
     double const y = slopeNorth * exaggeration;
     // The normal of a surface that rises by (x, y), and the light (-1/2, 1/2, 1/sqrt 2).

@@ -158,18 +158,28 @@ void FanPane::PaintDetections(Canvas& canvas, Scene const& scene)
     if (scene.detections == nullptr) {
         return;
     }
+    constexpr double dense = 6.0; // pixels from one to the next: then only what is beside them tells them from echoes
+    double beforeX = -1e9;
+    double beforeY = -1e9;
     for (Detection const& each : scene.detections->detections) {
         Place const at = PlaceAt(each.angle, each.range);
         double const x = m_view.XOf(at);
         double const y = m_view.YOf(at);
-        if (x > -8.0 && y > -8.0 && x < canvas.Width() + 8.0 && y < canvas.Height() + 8.0) {
-            auto const left = static_cast<int>(std::floor(x)) - 2;
-            auto const top = static_cast<int>(std::floor(y)) - 2;
-            canvas.FillBox(left, top, 4, 4, halo);
-            // Doubtful ones are small.
-            bool const isSure = each.quality >= 0.5F;
-            canvas.FillBox(left + 1, top + 1, isSure ? 2 : 1, isSure ? 2 : 1, 0xFFFFFFFFU);
+        if (!(x > -8.0 && y > -8.0 && x < canvas.Width() + 8.0 && y < canvas.Height() + 8.0)) {
+            continue;
         }
+        auto const left = static_cast<int>(std::floor(x)) - 1;
+        auto const top = static_cast<int>(std::floor(y)) - 1;
+        // Doubtful ones are small.
+        int const size = each.quality >= 0.5F ? 2 : 1;
+        if (std::hypot(x - beforeX, y - beforeY) > dense) {
+            canvas.FillBox(left - 1, top - 1, size + 2, size + 2, halo);
+        } else {
+            canvas.FillBox(left, top + size, size, 1, halo);
+        }
+        canvas.FillBox(left, top, size, size, 0xFFFFFFFFU);
+        beforeX = x;
+        beforeY = y;
     }
 }
 

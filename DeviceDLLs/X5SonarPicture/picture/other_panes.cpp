@@ -64,7 +64,7 @@ void WaterfallPane::PaintContent(Canvas& canvas, Scene const& scene)
     double const step = RingStep(range);
     for (int i = -10; i <= 10; ++i) {
         double const x = canvas.Width() / 2.0 * (1.0 + i * step / range);
-        if (x > 0.0 && x < canvas.Width() - ScaleWidth(scene)) {
+        if (x > 0.0 && x < canvas.Width() - ScaleWidth(scene) - scene.glyphs->WidthOf("00000 m port")) {
             canvas.Line(x, 0.0, x, canvas.Height(), 1.0, scene.theme.faint);
             Label label;
             label.Number(std::abs(i * step), step < 1.0 ? 1 : 0) << (i < 0 ? " m port" : i > 0 ? " m stb" : " m");
@@ -229,6 +229,16 @@ void MapPane::PaintContent(Canvas& canvas, Scene const& scene)
     m_height = std::max(1, canvas.Height());
     PingHead const* const ping = scene.detections != nullptr ? static_cast<PingHead const*>(scene.detections)
                                                              : static_cast<PingHead const*>(scene.water);
+    if (scene.detections != nullptr && !m_isFitted && !scene.detections->detections.empty()) {
+        // The first swath takes half of the picture.
+        double across = 1.0;
+        for (Detection const& each : scene.detections->detections) {
+            Sounding const at = Locate(*scene.detections, each, scene.history->compensation);
+            across = std::max(across, std::abs(at.across));
+        }
+        m_view.pixelsPerMetre = std::clamp(m_width / (4.0 * across), 1e-3, 500.0);
+        m_isFitted = true;
+    }
     if (ping != nullptr && (scene.follows || !m_hasView)) {
         m_view.east = ping->pose.east - m_movedX / m_view.pixelsPerMetre;
         m_view.north = ping->pose.north + m_movedY / m_view.pixelsPerMetre;
@@ -324,7 +334,7 @@ void MapPane::Move(double x, double y)
 
 void MapPane::ShowAll()
 {
-    m_view.pixelsPerMetre = MapView{}.pixelsPerMetre;
+    m_isFitted = false;
     m_movedX = 0.0;
     m_movedY = 0.0;
     m_hasView = false;

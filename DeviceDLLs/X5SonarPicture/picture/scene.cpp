@@ -21,9 +21,9 @@ void History::Take(DetectionPing const& ping)
         deepest = std::max(deepest, static_cast<double>(each.range) * std::cos(each.angle * radiansOf));
     }
     if (!m_hasCellSize && deepest > 0.0) {
-        // Some two per cent of the depth, as the beams' footprints are.
-        double const wanted = std::clamp(deepest * 0.02, 0.125, 64.0);
-        grid.Clear(std::exp2(std::floor(std::log2(wanted))));
+        // Some two per cent of the depth, as the beams' footprints are, as a power of two.
+        double const wanted = std::clamp(deepest * 0.025, 0.125, 64.0);
+        grid.Clear(std::exp2(std::round(std::log2(wanted))));
         m_hasCellSize = true;
     }
     for (Detection const& each : ping.detections) {

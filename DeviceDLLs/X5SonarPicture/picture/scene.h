@@ -215,7 +215,8 @@ private:
 
     MapView m_view;
     bool m_hasView = false;
-    double m_movedX = 0.0; ///< pixels, off the ship while it is followed
+    bool m_isFitted = false; ///< to the width of the swath
+    double m_movedX = 0.0;   ///< pixels, off the ship while it is followed
     double m_movedY = 0.0;
     int m_width = 1;
     int m_height = 1;

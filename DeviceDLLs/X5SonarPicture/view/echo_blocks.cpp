@@ -176,7 +176,8 @@ bool ReadWater(CDataBlock const& block, WaterPing& ping, Label& why)
     if (reader.Has(WATER_NOISE)) {
         reader.Floats(WATER_NOISE, ping.samples, ping.noise);
     }
-    if (reader.IsGood() && !std::isfinite(ping.Range())) {
+    // No sound comes back from a thousand kilometres.
+    if (reader.IsGood() && !(ping.Range() < 1e6)) {
         reader.Fail("has a number that cannot be", WATER_SAMPLE_INTERVAL);
     }
     ping.levels = {};
@@ -223,9 +224,16 @@ bool ReadDetections(CDataBlock const& block, DetectionPing& ping, Label& why)
         detection.range = static_cast<float>(floatAt(times, i) * ping.soundVelocity / 2.0);
         detection.level = floatAt(levels, i);
         detection.quality = floatAt(qualities, i);
-        if (!std::isfinite(detection.angle) || !std::isfinite(detection.range) || !std::isfinite(detection.level) ||
-            !std::isfinite(detection.quality) || detection.range < 0.0F) {
-            reader.Fail("has a number that cannot be", DETECTION_ANGLE);
+        auto const check = [&reader](float value, unsigned item, bool isGood = true) {
+            if (!std::isfinite(value) || !isGood) {
+                reader.Fail("has a number that cannot be", item);
+            }
+        };
+        check(detection.angle, DETECTION_ANGLE);
+        check(detection.range, DETECTION_TRAVEL_TIME, detection.range >= 0.0F);
+        check(detection.level, DETECTION_LEVEL);
+        check(detection.quality, DETECTION_QUALITY);
+        if (!reader.IsGood()) {
             ping.detections.clear();
             return false;
         }
