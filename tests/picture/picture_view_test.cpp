@@ -72,7 +72,7 @@ TEST(PictureDisplays, AreRegisteredByName)
     ShownPicture shown(PaneKind::Fan);
     auto const views = shown.host.ViewClasses();
     auto const templates = shown.host.DisplayTemplates();
-    for (wchar_t const* const name : {L"X5 Fan", L"X5 Waterfall", L"X5 Profile", L"X5 Map", L"X5 Beam"}) {
+    for (wchar_t const* const name : {L"X5 Fan", L"X5 Waterfall", L"X5 Profile", L"X5 Map", L"X5 Trace"}) {
         EXPECT_THAT(views, testing::Contains(CString(name)));
         EXPECT_THAT(templates, testing::Contains(CString(name)));
     }

@@ -31,7 +31,7 @@ constexpr char const* NameOf(PaneKind kind)
     case PaneKind::Beam:
         break;
     }
-    return "X5 Beam";
+    return "X5 Trace";
 }
 
 } // namespace picture
