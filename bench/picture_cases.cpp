@@ -15,9 +15,10 @@
 #include <QCoreApplication>
 #include <QWidget>
 
-#include <map>
 #include <memory>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -28,7 +29,7 @@ namespace {
 using picture::PaneKind;
 
 CDataId const picturedSonar(1, 78, 11, 1);
-constexpr int warmUp = 60; ///< frames; a second of them
+constexpr int warmUp = 60; ///< frames: a second of them
 
 /// A display of 1600 by 900 pixels on a sonar of 512 beams by 1,000 samples, whose pings lie ready.
 class PicturedSonar
@@ -44,13 +45,6 @@ public:
             }
             return true;
         }();
-        picture::test::MadeSeabed seabed;
-        seabed.beams = 512;
-        seabed.samples = 1000;
-        for (int ping = 0; ping < 8; ++ping) {
-            m_water.push_back(seabed.Water(ping).Make());
-            m_bottom.push_back(seabed.Detections(ping).Make());
-        }
         m_host.SetWindowThread({});
         vordal::DisplayContent content;
         content.viewClass = m_name;
@@ -85,15 +79,30 @@ public:
     /// Another ping's blocks are stored, and whoever follows them is to be told.
     void Announce()
     {
-        m_next = (m_next + 1) % m_water.size();
-        m_host.PutBlock(StreamOf(SONAR_WATER_COLUMN_GROUP), m_water[m_next]);
-        m_host.PutBlock(StreamOf(SONAR_DETECTIONS_GROUP), m_bottom[m_next]);
+        auto const& [water, bottom] = Blocks().at(m_next++ % Blocks().size());
+        m_host.PutBlock(StreamOf(SONAR_WATER_COLUMN_GROUP), water);
+        m_host.PutBlock(StreamOf(SONAR_DETECTIONS_GROUP), bottom);
         m_host.RunAndWait([] {});
     }
     vordal::LiveHost& Host() { return m_host; }
     picture::PictureWidget& Widget() { return dynamic_cast<X5SonarPictureView&>(*m_display->View()).Picture(); }
 
 private:
+    /// Of pings in turn, the water column and the detections; made once.
+    static std::vector<std::pair<CDataBlock, CDataBlock>> const& Blocks()
+    {
+        static auto const blocks = [] {
+            picture::test::MadeSeabed seabed;
+            seabed.beams = 512;
+            seabed.samples = 1000;
+            std::vector<std::pair<CDataBlock, CDataBlock>> made;
+            for (int ping = 0; ping < 8; ++ping) {
+                made.emplace_back(seabed.Water(ping).Make(), seabed.Detections(ping).Make());
+            }
+            return made;
+        }();
+        return blocks;
+    }
     static CDataId StreamOf(unsigned short group)
     {
         CDataId stream = picturedSonar;
@@ -110,21 +119,9 @@ private:
     vordal::LiveHost& m_host;
     vordal::OpenProject m_project;
     CString const m_name;
-    std::vector<CDataBlock> m_water;
-    std::vector<CDataBlock> m_bottom;
     std::size_t m_next = 0;
     std::unique_ptr<vordal::Display> m_display;
 };
-
-/// One of them at a time: what it shows is set up once for all rounds in turn.
-PicturedSonar& Pictured(Stage& stage, PaneKind kind)
-{
-    static std::map<PaneKind, std::unique_ptr<PicturedSonar>> all;
-    all.clear();
-    auto& made = all[kind];
-    made = std::make_unique<PicturedSonar>(stage.Host(), kind);
-    return *made;
-}
 
 std::string WordOf(PaneKind kind)
 {
@@ -153,7 +150,7 @@ std::vector<Case> PictureCases(Stage& stage, std::function<void()> const& ensure
                          fmt::format("a frame of the {}, 1600 by 900, into its image", WordOf(kind)), 60,
                          [&stage, kind, ensureToolkit](std::size_t samples, std::vector<double>& nanoseconds) {
                              ensureToolkit();
-                             PicturedSonar& sonar = Pictured(stage, kind);
+                             PicturedSonar sonar(stage.Host(), kind);
                              for (std::size_t i = 0; i < samples; ++i) {
                                  sonar.Announce();
                                  sonar.Host().DeliverToWindow();
@@ -164,7 +161,7 @@ std::vector<Case> PictureCases(Stage& stage, std::function<void()> const& ensure
     cases.push_back({"picture-echo-to-pixel", "from a ping's blocks announced to the fan's pixels painted", 60,
                      [&stage, ensureToolkit](std::size_t samples, std::vector<double>& nanoseconds) {
                          ensureToolkit();
-                         PicturedSonar& sonar = Pictured(stage, PaneKind::Fan);
+                         PicturedSonar sonar(stage.Host(), PaneKind::Fan);
                          for (std::size_t i = 0; i < samples; ++i) {
                              Time(1, 1, nanoseconds, [&sonar] {
                                  sonar.Announce();
@@ -179,7 +176,7 @@ std::vector<Case> PictureCases(Stage& stage, std::function<void()> const& ensure
                          fmt::format("allocations of a frame of the {} after the first second", WordOf(kind)), 30,
                          [&stage, kind, ensureToolkit](std::size_t samples, std::vector<double>& nanoseconds) {
                              ensureToolkit();
-                             PicturedSonar& sonar = Pictured(stage, kind);
+                             PicturedSonar sonar(stage.Host(), kind);
                              for (std::size_t i = 0; i < samples; ++i) {
                                  sonar.Announce();
                                  sonar.Host().DeliverToWindow();

@@ -81,11 +81,13 @@ void FanPane::FitView(Canvas const& canvas, Scene const& scene)
     double const right = std::max(0.1, SineWithin(starboard));
     double const above = std::max({0.0, -std::cos(port * radiansOf), -std::cos(starboard * radiansOf)});
     double const margin = std::min(26.0, 0.1 * std::min(canvas.Width(), canvas.Height()));
-    double const width = canvas.Width() - 2.0 * margin;
+    // The colours' scale has the right edge, where there is room for both.
+    int const scaleWidth = ScaleWidth(scene) < canvas.Width() / 4 ? ScaleWidth(scene) : 0;
+    double const width = canvas.Width() - 2.0 * margin - scaleWidth;
     double const height = canvas.Height() - 2.0 * margin;
     FanView fit;
     fit.pixelsPerMetre = std::max(1e-9, std::min(width / (left + right), height / (1.0 + above)) / m_range);
-    fit.originX = canvas.Width() / 2.0 + (left - right) / 2.0 * m_range * fit.pixelsPerMetre;
+    fit.originX = (canvas.Width() - scaleWidth) / 2.0 + (left - right) / 2.0 * m_range * fit.pixelsPerMetre;
     fit.originY = margin + above * m_range * fit.pixelsPerMetre;
     m_view = m_zoomed.value_or(fit);
 }
