@@ -59,6 +59,13 @@ std::vector<Ratio> Promises()
         {"a ping of 512 beams by 1,000 samples heard, ns of one processor", "ping-512x1000", "", 20000000.0},
         {"the same to one of half the beams", "ping-512x1000", "ping-256x1000", 2.2},
         {"the same to one of half the samples", "ping-512x1000", "ping-512x500", 2.2},
+        {"a frame of the fan, 1600 by 900, ns", "picture-fan", "", 4000000.0},
+        {"the same of the waterfall", "picture-waterfall", "", 4000000.0},
+        {"the same of the profile", "picture-profile", "", 4000000.0},
+        {"the same of the map", "picture-map", "", 4000000.0},
+        {"the same of the beam", "picture-beam", "", 4000000.0},
+        {"a ping's echoes announced to pixels painted, ns", "picture-echo-to-pixel", "", 16666666.0},
+        {"the same, p99", "picture-echo-to-pixel", "", 16666666.0, false, true},
         {"start of qx5 to its window shown and painted, ns", "qx5-window", "", 500000000.0},
         {"qx5 send, start to exit, ns", "qx5-send", "", 200000000.0},
     };

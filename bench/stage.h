@@ -8,6 +8,7 @@
 #include <protocol/records/shared_keys.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -114,6 +115,8 @@ inline constexpr double RoundOfTwo = 480e6;
 std::vector<Case> SequencingCases(Stage& stage);
 #ifdef QX5_VIEW
 std::vector<Case> ViewCases(Stage& stage);
+/// `ensureToolkit` is called before anything of the toolkit is made.
+std::vector<Case> PictureCases(Stage& stage, std::function<void()> const& ensureToolkit);
 #endif
 std::vector<Case> CommandLineCases();
 

@@ -19,8 +19,10 @@ OperatorWindow::OperatorWindow(WindowSession& session, std::shared_ptr<vordal::W
                                         .activeVessel = session.ActiveVessel(),
                                         .shownDevice = first},
                                        feed, session.Requests()),
-      m_panes(session, m_main), m_view(session, m_main), m_sonars(session, m_main, m_view, m_panes.SonarMenu())
+      m_panes(session, m_main), m_displays(session, m_main), m_view(session, m_main),
+      m_sonars(session, m_main, m_view, m_panes.SonarMenu())
 {
+    m_view.SetClosedHandler([this] { m_displays.Close(); });
     m_thread.SetDeliveredHandler([this] { m_view.Follow(); });
     vordal::SetFieldListener([this](vordal::FieldNotice const& notice) { m_panes.Note(notice); });
     QObject::connect(&m_ticking, &QTimer::timeout, &m_ticking, [&session] { session.Tick(); });

@@ -1,6 +1,7 @@
 // The operator's window on a session that has begun: all that belongs together, made and ended in the right order.
 #pragma once
 
+#include "cli/window/display_pane.h"
 #include "cli/window/operator_panes.h"
 #include "cli/window/shown_view.h"
 #include "cli/window/sonar_menu.h"
@@ -30,11 +31,13 @@ public:
     vordal::MainWindow& Main() { return m_main; }
     OperatorPanes& Panes() { return m_panes; }
     ShownView& View() { return m_view; }
+    DisplayPane& Displays() { return m_displays; }
 
 private:
     vordal::WindowThread m_thread;
     vordal::MainWindow m_main;
     OperatorPanes m_panes;
+    DisplayPane m_displays;
     ShownView m_view;
     SonarMenu m_sonars;
     QTimer m_ticking;

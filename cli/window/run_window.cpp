@@ -57,6 +57,8 @@ constexpr int lightMode = 4;
 
 /// From one look at what has changed to the next; what the operator did is on the disk within 5 s.
 constexpr auto saveInterval = 2s;
+/// Of a display that is rendered.
+constexpr QSize displaySize(1000, 640);
 /// What a task on the host thread may take once the window is closed, and when a second signal asks for haste.
 constexpr std::chrono::milliseconds endLimit = 5s;
 constexpr std::chrono::milliseconds hurriedLimit = 500ms;
@@ -98,13 +100,9 @@ bool WritePicture(QPixmap const& picture, QString const& file, std::string& erro
     return false;
 }
 
-/// Renders the view, or the whole window, with that tab in front, or with each in turn.
-int TakePicture(RunOptions const& options, vordal::StoredDevice const& shown, vordal::MainWindow& window,
-                vordal::ViewFrame& frame)
+/// Until the device is connected and has told of itself what it has to.
+int AwaitDevice(vordal::StoredDevice const& shown, vordal::MainWindow& window)
 {
-    if (frame.Shown() == nullptr) {
-        return Complain(ExitFailed, "no picture: there is no view");
-    }
     bool const isSonar = IsSonar(shown.dataId);
     auto const isConnected = [&] { return window.Devices().StateOf(shown.dataId) == vordal::LinkState::Connected; };
     auto const hasAttributes = [&] { return window.Attributes().Model().NodeCount() > 0; };
@@ -118,6 +116,52 @@ int TakePicture(RunOptions const& options, vordal::StoredDevice const& shown, vo
             return Complain(ExitFailed, "no picture: the sonar tells nothing of itself");
         }
     }
+    return ExitGood;
+}
+
+/// Renders a display that goes with the sonar's view.
+int TakeDisplayPicture(RunOptions const& options, WindowSession& session, vordal::StoredDevice const& shown,
+                       vordal::MainWindow& window)
+{
+    auto const names = session.OtherDisplays();
+    CString const wanted(protocol::DecodeUtf8(options.display));
+    if (std::find(names.begin(), names.end(), wanted) == names.end()) {
+        std::string list;
+        for (CString const& name : names) {
+            list += (list.empty() ? "; there are " : ", ") + protocol::EncodeUtf8(name.View());
+        }
+        return Complain(ExitFailed, fmt::format("no picture: there is no display \"{}\"{}", options.display, list));
+    }
+    if (int const code = AwaitDevice(shown, window); code != ExitGood) {
+        return code;
+    }
+    vordal::ViewFrame frame;
+    frame.resize(displaySize);
+    std::string error;
+    if (!frame.Open({.viewClass = wanted, .name = L"", .attributes = {}}, error)) {
+        return Complain(ExitFailed, error);
+    }
+    frame.SelectDevice(shown.dataId);
+    frame.show();
+    // A sonar that has no echoes to tell is pictured without them; others need some pings for a waterfall or a map.
+    if (RunUntil([&] { return HasEchoes(shown.dataId); }, 3s)) {
+        RunUntil([] { return false; }, 3s);
+    }
+    return WritePicture(frame.grab(), QString::fromStdString(options.screenshot), error) ? ExitGood
+                                                                                         : Complain(ExitFailed, error);
+}
+
+/// Renders the view, or the whole window, with that tab in front, or with each in turn.
+int TakePicture(RunOptions const& options, vordal::StoredDevice const& shown, vordal::MainWindow& window,
+                vordal::ViewFrame& frame)
+{
+    if (frame.Shown() == nullptr) {
+        return Complain(ExitFailed, "no picture: there is no view");
+    }
+    if (int const code = AwaitDevice(shown, window); code != ExitGood) {
+        return code;
+    }
+    bool const isSonar = IsSonar(shown.dataId);
     QWidget* target = &window;
     if (!options.wholeWindow) {
         window.SetView(nullptr);
@@ -306,8 +350,9 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
             if (options.wholeWindow && session.Simulators().IsSimulated(window.ShownDevice())) {
                 AskForSomething(window.ShownDevice());
             }
-            code = shown != nullptr ? TakePicture(options, *shown, window, view.Frame())
-                                    : Complain(ExitFailed, "no picture: there is no sonar");
+            code = shown == nullptr          ? Complain(ExitFailed, "no picture: there is no sonar")
+                   : options.display.empty() ? TakePicture(options, *shown, window, view.Frame())
+                                             : TakeDisplayPicture(options, session, *shown, window);
         } else {
             QSocketNotifier const notifier(signals->Descriptor(), QSocketNotifier::Read);
             QObject::connect(&notifier, &QSocketNotifier::activated, &window, [&] {

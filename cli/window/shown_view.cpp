@@ -69,6 +69,9 @@ void ShownView::Close()
     Keep();
     m_viewClass = {};
     m_window.SetView(nullptr);
+    if (m_onClosed) {
+        m_onClosed();
+    }
 }
 
 void ShownView::Keep()

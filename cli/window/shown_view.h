@@ -7,6 +7,9 @@
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/CString.h>
 
+#include <functional>
+#include <utility>
+
 namespace qx5::cli {
 
 class WindowSession;
@@ -32,6 +35,8 @@ public:
     /// The window marks the device that the view shows now. To be called when notifications were delivered.
     void Follow();
     void Close();
+    /// Called whenever the view was closed: the sonar that it showed may go now. Before the view is opened.
+    void SetClosedHandler(std::function<void()> handler) { m_onClosed = std::move(handler); }
     /// What the view would store if it were closed now goes into the session.
     void Keep();
 
@@ -46,6 +51,7 @@ private:
     WindowSession& m_session;
     vordal::MainWindow& m_window;
     vordal::ViewFrame m_frame;
+    std::function<void()> m_onClosed;
     CString m_viewClass; ///< of the display, also once the host has removed it
 };
 

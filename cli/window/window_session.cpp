@@ -9,6 +9,8 @@
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalConfigureR/DataSearch.h>
+#include <VordalDataBlocksR/BaseDataSource.h>
+#include <VordalDataBlocksR/SonarEchoItems.h>
 #include <VordalMfc0R/ColorControl.h>
 #include <vordalhostdllR/DataManager.h>
 
@@ -146,6 +148,20 @@ vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap
 bool IsSonar(CDataId const& device)
 {
     return device.GetGroupId() == vordal::SonarDataGroup;
+}
+
+bool HasEchoes(CDataId const& sonar)
+{
+    double time = 0.0;
+    for (SonarEchoGroup const group : {SONAR_WATER_COLUMN_GROUP, SONAR_DETECTIONS_GROUP}) {
+        CDataId stream = sonar;
+        stream.SetGroupId(group);
+        auto* const buffer = DataManager::GetDataManager().FindDatablockBuffer(stream, false);
+        if (buffer != nullptr && buffer->GetLastTime(time)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 vordal::VesselSetup MakeVessel(unsigned short number, CString const& name, bool detectsPipes)
@@ -369,6 +385,17 @@ CString WindowSession::ViewClassFor(CDataId const& device)
 {
     auto const* const found = DataManager::GetDataManager().FindDevice(device);
     return found != nullptr ? m_host.LoadedPlugIns().ViewClassFor(*found) : CString();
+}
+
+std::vector<CString> WindowSession::OtherDisplays()
+{
+    std::vector<CString> displays;
+    for (auto const& plugIn : m_host.LoadedPlugIns().All()) {
+        if (plugIn->DeviceClasses().empty()) {
+            displays.insert(displays.end(), plugIn->ViewClasses().begin(), plugIn->ViewClasses().end());
+        }
+    }
+    return displays;
 }
 
 CAttributeMap& WindowSession::StoredView(CString const& viewClass)

@@ -29,6 +29,9 @@ namespace qx5::cli {
 /// Sonars have a group of ids of their own.
 bool IsSonar(CDataId const& device);
 
+/// Whether the sonar has told echoes; it tells them to those alone who follow their streams.
+bool HasEchoes(CDataId const& sonar);
+
 /// The address of a connection, "127.0.0.1:7000" or "[::1]:7000".
 std::string EndpointOf(vordal::StoredPort const& port);
 
@@ -115,6 +118,9 @@ public:
     /// A line for each thing that the session has switched on at a sonar, and that is on still; also after End. Nothing
     /// is said of those that go with this program.
     std::vector<std::string> LeftOn(std::vector<CDataId> const& goWithIt = {}) const;
+    /// The views of plug-ins that have no devices of their own, plug-in by plug-in: they show what other plug-ins'
+    /// devices tell.
+    std::vector<CString> OtherDisplays();
     /// Null for a device that is not of the fleet.
     vordal::StoredDevice const* Find(CDataId const& device) const;
     /// The view class that shows the device; empty when its plug-in has none.

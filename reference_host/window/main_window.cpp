@@ -203,6 +203,8 @@ QDockWidget* MainWindow::AddPane(QWidget* content, QString const& title, QString
         splitDockWidget(m_recordDock, dock, Qt::Horizontal);
         // As much of the width for either, and the height that the record monitor has.
         resizeDocks({m_recordDock, dock}, {1, 1}, Qt::Horizontal);
+    } else if (area == Qt::RightDockWidgetArea) {
+        tabifyDockWidget(m_attributeDock, dock);
     }
     dock->toggleViewAction()->setShortcut(shortcut);
     m_viewMenu->insertAction(m_endOfDocks, dock->toggleViewAction());

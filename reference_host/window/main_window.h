@@ -61,7 +61,7 @@ public:
     /// view itself stays as it is.
     void MarkViewOld(bool isOld);
     /// A dock of somebody else's, which becomes the window's: at the left below the devices, at the bottom beside the
-    /// record monitor. Before RestoreMemory.
+    /// record monitor, at the right on a tab with the attributes. Before RestoreMemory.
     QDockWidget* AddPane(QWidget* content, QString const& title, QString const& name, Qt::DockWidgetArea area,
                          QKeySequence const& shortcut);
     /// A menu between File and View.
