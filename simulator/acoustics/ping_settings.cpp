@@ -136,11 +136,16 @@ void FillByConstantSpacing(PingSettings const& settings, Sector const& sector, d
 
 } // namespace
 
-void FillBeamAngles(PingSettings const& settings, double depth, std::vector<float>& angles)
+std::size_t MostBeams(PingSettings const& settings)
 {
     int const most = std::clamp(settings.mostBeams, 1, GreatestBeams);
     int const least = std::clamp(settings.leastBeams, 1, most);
-    auto const beams = static_cast<std::size_t>(settings.beams > 0 ? std::clamp(settings.beams, least, most) : most);
+    return static_cast<std::size_t>(settings.beams > 0 ? std::clamp(settings.beams, least, most) : most);
+}
+
+void FillBeamAngles(PingSettings const& settings, double depth, std::vector<float>& angles)
+{
+    std::size_t const beams = MostBeams(settings);
     Sector const sector = SectorOf(settings.sectorSteering, settings.coverage);
     angles.clear();
     if (settings.mode == BeamMode::Flex) {
