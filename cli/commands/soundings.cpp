@@ -66,6 +66,7 @@ int OverScene(SoundingsOptions const& options, SoundingForm form)
 std::vector<std::string> SceneTexts()
 {
     std::vector<std::string> texts;
+    texts.reserve(acoustics::SceneNames.size());
     for (acoustics::SceneName const& scene : acoustics::SceneNames) {
         texts.push_back(fmt::format("{} ({})", scene.name, scene.text));
     }

@@ -96,7 +96,7 @@ void FillFlex(PingSettings const& settings, Sector const& sector, std::size_t be
     dense.from = std::clamp(dense.from, sector.from, sector.to - 0.01);
     dense.to = std::clamp(dense.to, dense.from + 0.01, sector.to);
     double const outside = (dense.from - sector.from) + (sector.to - dense.to);
-    double const most = static_cast<double>(beams / 2);
+    double const most = std::floor(static_cast<double>(beams) / 2.0);
     double const spacing = std::max(settings.outsideSpacing, most > 0.0 ? outside / most : outside + 1.0);
     auto const countOf = [&](double width) {
         return spacing > 0.0 ? static_cast<std::size_t>(width / spacing) : std::size_t{0};

@@ -210,10 +210,13 @@ void Scene::AppendTargets(double east, double north, double reach, double second
     // The n-th number by chance of something that is counted.
     auto const chance = [&](std::uint64_t what, std::uint64_t n) { return Uniform(MixedOf(m_seed, what, n)); };
     if (m_kind == SceneKind::Wreck) {
-        // A mast of iron above the house.
-        double const top = std::max(m_depth * 0.35, leastDepth);
-        for (double depth = top; depth < Depth(4.0, 0.0); depth += 0.5) {
-            add({4.0, 0.0, depth, -28.0});
+        // A mast of iron, 8 m above the house.
+        double const house = Depth(4.0, 0.0);
+        for (int part = 1; part <= 16; ++part) {
+            double const depth = house - 0.5 * part;
+            if (depth > leastDepth) {
+                add({4.0, 0.0, depth, -28.0});
+            }
         }
     } else if (m_kind == SceneKind::Fish) {
         // Schools along the line, one every 25 m; each fish within an ellipsoid of its own.

@@ -328,7 +328,8 @@ void Sounder::GatherBottom(int side)
             std::size_t const row = static_cast<std::size_t>(next.bottom) * anglesOfStrength;
             double const bodySine = BodySine(side * sine);
             double const strength =
-                static_cast<double>(m_strengths[row + static_cast<std::size_t>(tenth + 0.5)]) * FanIntensity(bodySine);
+                static_cast<double>(m_strengths[row + static_cast<std::size_t>(std::lround(tenth))]) *
+                FanIntensity(bodySine);
             pieces.push_back({sine, range, strength, facing});
             AddEcho(range, strength * widthAlong * range * length, bodySine, place);
         }
