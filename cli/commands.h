@@ -163,8 +163,9 @@ int AcousticsBudget(AcousticsOptions const& options);
 
 struct SoundingsOptions
 {
-    std::string scene;   ///< by its name
-    double depth = 30.0; ///< m, the scene's mean one
+    std::string scene;     ///< by its name
+    std::string sceneFile; ///< in place of that
+    double depth = 30.0;   ///< m, the scene's mean one
     std::uint64_t seed = 1;
     bool calm = false; ///< the ship does not move but along its line
     int pings = 1;

@@ -159,10 +159,16 @@ void AddSoundingsCommand(CLI::App& app, SoundingsOptions& soundings, int& code)
 {
     CLI::App* command = app.add_subcommand("soundings", "Print what the simulated sonar sounds over a scene");
     command->callback([&code, &soundings] { code = Soundings(soundings); });
-    command->add_option("--scene", soundings.scene, fmt::format("{}", fmt::join(SceneTexts(), ", ")))
-        ->required()
-        ->type_name("NAME");
-    command->add_option("--depth", soundings.depth, "The scene's mean depth")->capture_default_str()->type_name("M");
+    CLI::Option* scene =
+        command->add_option("--scene", soundings.scene, fmt::format("{}", fmt::join(SceneTexts(), ", ")))
+            ->type_name("NAME");
+    CLI::Option* depth = command->add_option("--depth", soundings.depth, "The scene's mean depth")
+                             ->capture_default_str()
+                             ->type_name("M");
+    command->add_option("--scene-file", soundings.sceneFile, "A scene of one's own, in place of those")
+        ->excludes(scene)
+        ->excludes(depth)
+        ->type_name("FILE");
     command->add_option("--seed", soundings.seed, "The same seed gives the same soundings")
         ->capture_default_str()
         ->type_name("N");

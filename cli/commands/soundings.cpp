@@ -2,6 +2,7 @@
 #include "cli/commands.h"
 
 #include "cli/output.h"
+#include "cli/scene_file.h"
 #include "cli/sounding_lines.h"
 #include "simulator/acoustics/sounder.h"
 #include "simulator/ping_settings_of.h"
@@ -27,7 +28,9 @@ bool Request(std::vector<std::string> const& keyValues, simulator::SonarState& s
 
 int OverScene(SoundingsOptions const& options, SoundingForm form)
 {
-    auto const scene = acoustics::Scene::OfName(options.scene, options.depth, options.seed);
+    auto const scene = !options.sceneFile.empty()
+                           ? ReadSceneFile(options.sceneFile)
+                           : acoustics::Scene::OfName(options.scene, options.depth, options.seed);
     if (!scene) {
         return Complain(ExitWrong, scene.WhyNot().line);
     }
@@ -75,6 +78,11 @@ std::vector<std::string> SceneTexts()
 
 int Soundings(SoundingsOptions const& options)
 {
+    if (options.scene.empty() == options.sceneFile.empty()) {
+        return Complain(ExitWrong,
+                        "soundings: --scene or --scene-file is required; `qx5 soundings --help` tells how it "
+                        "is called");
+    }
     SoundingForm const form = options.json  ? SoundingForm::Json
                               : options.csv ? SoundingForm::Csv
                               : options.xyz ? SoundingForm::Xyz
