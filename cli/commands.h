@@ -176,6 +176,7 @@ struct SoundingsOptions
 {
     std::string sonar; ///< HOST:PORT; empty: the scene
     SceneOptions scene;
+    std::string sceneFile; ///< in place of the scene's name and depth
     int pings = 1;
     bool truth = false; ///< the depth that each beam really meets, too
     std::vector<std::string> keyValues;

@@ -184,12 +184,21 @@ void AddSoundingsCommand(CLI::App& app, SoundingsOptions& soundings, int& code, 
     CLI::Option* sonar = command->add_option("--sonar", soundings.sonar, "One on the network")->type_name("HOST:PORT");
     CLI::Option* scene = AddSceneOptions(*command, soundings.scene);
     sonar->excludes(scene);
+    command->add_option("--scene-file", soundings.sceneFile, "A scene of one's own, in place of those")
+        ->excludes(scene)
+        ->excludes(sonar)
+        ->type_name("FILE");
+    // These hold for either scene.
+    for (char const* const name : {"--seed", "--calm"}) {
+        command->get_option(name)->remove_needs(scene);
+        sonar->excludes(name);
+    }
     command->add_option("--pings", soundings.pings, "How many, 1 to 1000000")
         ->capture_default_str()
         ->check(CLI::Range(1, 1'000'000).description(""))
         ->type_name("N");
     command->add_flag("--truth", soundings.truth, "The depth at which each beam's axis really meets the bottom, too")
-        ->needs(scene);
+        ->excludes(sonar);
     CLI::Option* json = command->add_flag("--json", soundings.json, "One JSON object on a line for each detection");
     CLI::Option* csv = command->add_flag("--csv", soundings.csv, "Comma-separated, with a line of names");
     CLI::Option* xyz = command->add_flag("--xyz", soundings.xyz, "East, north and depth of each detection");

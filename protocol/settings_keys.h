@@ -62,6 +62,7 @@ inline constexpr Key SonarGroupId{L"SonarGroupId", Kind::Int, Unit::None, "sonar
 inline constexpr Key Overhead{L"Overhead", Kind::Double, Unit::Percent, "pause after a ping, as a part of its two-way travel time"};
 // Told by this project's own simulated sonar, and understood by its host.
 inline constexpr Key StreamStatus{L"StreamStatus", Kind::Int, Unit::None, "status of the sonar's data stream, 0 when it is well"};
+inline constexpr Key EchoRecords{L"EchoRecords", Kind::Bool, Unit::None, "the sonar sends detections and water columns to a host that asks for them"};
 
 } // namespace keys
 
@@ -76,6 +77,7 @@ inline constexpr auto SettingsKeys = std::to_array<Key const*>({
     &keys::x5BeamModes, &keys::x5ProjBeamAngleVer, &keys::x5ProjBeamAngleHor, &keys::x5FileName, &keys::x5FileSize,
     &keys::x5DiskFree, &keys::x5PingNumber, &keys::x5PingTime, &keys::preset,
     &keys::PingMode, &keys::SonarGroupId, &keys::Overhead, &keys::StreamStatus,
+    &keys::EchoRecords,
 });
 
 } // namespace qx5::protocol

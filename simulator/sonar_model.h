@@ -1,7 +1,7 @@
 // What the simulated sonar is: a shallow-water multibeam with two operation modes, its limits and factory settings.
 //
 // Upon connection it introduces itself with one attribute tree:
-//   DeviceId, DeviceEnum, x5SystemIDH, x5EnumIsFixed
+//   DeviceId, DeviceEnum, x5SystemIDH, x5EnumIsFixed, EchoRecords
 //   x5SonarSettings, one branch for each operation mode, holding
 //     SystemText, DeviceEnum, x5RxNumber, x5TxName
 //     x5SampleRateSet for each sample rate: x5IQRate, x5RangeSet, x5Range (x5Min, x5Max)

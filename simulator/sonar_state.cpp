@@ -91,6 +91,7 @@ SonarState::SonarState(UtcClock utc, std::int32_t heads)
     PutText(keys::DeviceId.text, &keys::DeviceId, model::DeviceId);
     PutText(keys::x5SystemIDH.text, &keys::x5SystemIDH, false);
     PutText(keys::x5EnumIsFixed.text, &keys::x5EnumIsFixed, m_heads > 1);
+    PutText(keys::EchoRecords.text, &keys::EchoRecords, true);
     PutText(keys::x5PingOnOffState.text, &keys::x5PingOnOffState, std::int32_t{0});
     LoadFactorySettings();
     PutText(keys::x5DataRecording.text, &keys::x5DataRecording, std::int32_t{0});

@@ -31,7 +31,7 @@ namespace qx5::cli {
 namespace {
 
 constexpr std::chrono::seconds connectionLimit{5};
-constexpr std::chrono::milliseconds introductionLimit{500};
+constexpr std::chrono::milliseconds longestIntroduction{500};
 constexpr std::chrono::seconds answerLimit{2};
 /// From one ping to the next, or to a ping's echoes.
 constexpr std::chrono::seconds pingLimit{10};
@@ -199,7 +199,7 @@ int SoundingsOfSonar(SoundingsOptions const& options, SoundingForm form)
         return Complain(ExitFailed,
                         fmt::format("no connection to the sonar: {}; is it (or `qx5 sim`) running there?", error));
     }
-    session.WaitForIntroduction(introductionLimit);
+    session.WaitForIntroduction(longestIntroduction);
     if (!options.keyValues.empty()) {
         if (auto const problem = RequestFirst(session, outcome, request); !problem.empty()) {
             return Complain(ExitFailed, problem);

@@ -11,6 +11,9 @@
 #include <VordalDataBlocksR/BaseDevice.h>
 #include <VordalDataBlocksR/SonarEchoItems.h>
 
+#include <protocol/records/shared_keys.h>
+#include <protocol/settings_keys.h>
+
 #include <algorithm>
 #include <tuple>
 
@@ -18,6 +21,10 @@ namespace vordal {
 namespace {
 
 namespace protocol = qx5::protocol;
+
+constexpr AttributeKey deviceIdKey{protocol::keys::DeviceId.text};
+constexpr AttributeKey deviceEnumKey{protocol::keys::DeviceEnum.text};
+constexpr AttributeKey echoRecordsKey{protocol::keys::EchoRecords.text};
 
 CDataId StreamOf(CDataId sonar, unsigned short group)
 {
@@ -106,7 +113,7 @@ void EchoStreams::Attend(bool connected, Ask const& ask)
     }
     m_areDetectionsFollowed.store(all.detections, std::memory_order_relaxed);
     m_isWaterColumnFollowed.store(all.waterColumn, std::memory_order_relaxed);
-    if (!connected) {
+    if (!connected || !m_areOffered) {
         return;
     }
     auto const bring = [&](protocol::Target target, protocol::EchoWish wish) {
@@ -123,6 +130,16 @@ void EchoStreams::Attend(bool connected, Ask const& ask)
     for (auto const& [target, wish] : wanted) {
         bring(target, wish);
     }
+}
+
+bool EchoStreams::TakeUp(CAttributeMap const& told)
+{
+    bool areOffered = false;
+    unsigned flags = 0;
+    if (told.GetAttribValue(echoRecordsKey, areOffered, flags)) {
+        m_areOffered = areOffered;
+    }
+    return told.Has(deviceIdKey) || told.Has(deviceEnumKey) || told.Has(echoRecordsKey);
 }
 
 bool EchoStreams::IsOfEchoes(std::uint32_t recordId)

@@ -1,6 +1,7 @@
 // The streams of echoes of the sonars on one port: what the sonar is asked for, and what comes of it.
 #pragma once
 
+#include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/Export.h>
 #include <VordalDataBlocksR/CDataBlock.h>
@@ -53,7 +54,14 @@ public:
     using Ask = std::function<bool(qx5::protocol::Target, std::span<unsigned char const> request)>;
 
     /// What was asked for is over: the sonar forgets it with the connection.
-    void ConnectionChanged() { m_asked.clear(); }
+    void ConnectionChanged()
+    {
+        m_asked.clear();
+        m_areOffered = false;
+    }
+    /// Takes up what the sonar tells. Until it has told on this connection that it has echoes, it is asked for none:
+    /// who does not know the request is not to get it. True when Attend is to be called.
+    bool TakeUp(CAttributeMap const& told);
     /// Sees to it that the streams have buffers with the status of the connection, and that the sonar is asked for
     /// what is followed and for no more. A sonar that shares the port is asked once it has told who it is.
     void Attend(bool connected, Ask const& ask);
@@ -94,6 +102,7 @@ private:
 
     Host& m_host;
     AttachedDevices& m_devices;
+    bool m_areOffered = false;
     std::vector<Told> m_told;
     std::vector<std::pair<qx5::protocol::Target, qx5::protocol::EchoWish>> m_asked;
 

@@ -138,8 +138,9 @@ void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
         GetHost().MergeDecoded(*device, tree);
         PutStreamData(*device, status, isData ? settings : std::nullopt);
     }
-    // A sonar that has told who it is can be asked.
-    OnFollowersChanged();
+    if (m_echoes.TakeUp(tree)) {
+        OnFollowersChanged();
+    }
 }
 
 void X5Port::TellStreamsOfConnection(bool connected)
