@@ -125,11 +125,6 @@ void EchoStreams::Attend(bool connected, Ask const& ask)
     }
 }
 
-bool EchoStreams::IsOfEchoes(std::uint32_t recordId)
-{
-    return recordId == protocol::records::Detections.Id() || recordId == protocol::records::WaterColumn.Id();
-}
-
 bool EchoStreams::Take(protocol::FrameView const& frame, std::string& damage)
 {
     bool const isOfDetections = frame.header.recordId == protocol::records::Detections.Id();
