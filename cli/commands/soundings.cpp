@@ -74,7 +74,9 @@ std::vector<std::string> SceneTexts()
 int Soundings(SoundingsOptions const& options)
 {
     if (options.sonar.empty() && options.scene.name.empty()) {
-        return Complain(ExitWrong, "tell what is to be sounded: --scene NAME, or --sonar HOST:PORT");
+        return Complain(
+            ExitWrong,
+            "tell what is to be sounded, --scene NAME or --sonar HOST:PORT; `qx5 soundings --help` tells how");
     }
     SoundingForm const form = options.json  ? SoundingForm::Json
                               : options.csv ? SoundingForm::Csv
