@@ -78,6 +78,11 @@ struct WaterColumnView
 /// the limits above. Copies no array.
 std::optional<DetectionsView> DecodeDetections(std::span<unsigned char const> payload, std::string& error);
 std::optional<WaterColumnView> DecodeWaterColumn(std::span<unsigned char const> payload, std::string& error);
+/// Detections or a water column.
+constexpr bool IsOfEchoes(std::uint32_t recordId)
+{
+    return recordId == records::Detections.Id() || recordId == records::WaterColumn.Id();
+}
 /// Why that payload is no such record; empty when it is one.
 std::string DamageOfEchoes(std::uint32_t recordId, std::span<unsigned char const> payload);
 

@@ -130,6 +130,11 @@ FrameError CheckFrameStart(std::span<unsigned char const> bytes, std::uint32_t& 
     return FrameError::None;
 }
 
+std::uint32_t RecordIdOf(std::span<unsigned char const> frame)
+{
+    return frame.size() >= FrameHeaderSize ? GetU32LE(frame, at::RecordId) : 0;
+}
+
 std::optional<FrameView> ParseFrame(std::span<unsigned char const> bytes, FrameError* error)
 {
     std::uint32_t totalSize = 0;

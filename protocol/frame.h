@@ -83,6 +83,9 @@ std::vector<unsigned char> BuildFrame(std::uint32_t recordId, Target target, dou
 std::vector<unsigned char> BuildRemoteControlRecord(std::uint32_t commandId, std::span<unsigned char const> payload,
                                                     Target target, double secondsSince1970);
 
+/// Of a frame of which the header is there at least; 0 where it is not.
+std::uint32_t RecordIdOf(std::span<unsigned char const> frame);
+
 /// Looks at the first 12 bytes or more: None when they may begin a frame. `totalSize` is set on None.
 FrameError CheckFrameStart(std::span<unsigned char const> bytes, std::uint32_t& totalSize);
 

@@ -329,7 +329,7 @@ std::string PrintHouseRecord(std::uint32_t id, std::span<unsigned char const> pa
         }
         std::size_t lines = MostLines;
         PrintNodes(*nodes, std::string(indent), lines, text);
-    } else if (id == records::Detections.Id() || id == records::WaterColumn.Id()) {
+    } else if (IsOfEchoes(id)) {
         if (auto const damage = DamageOfEchoes(id, payload); !damage.empty()) {
             return std::string(indent) + "damaged: " + damage + "\n" + HexDump(payload, indent, MostDamagedBytes);
         }

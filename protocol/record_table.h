@@ -227,23 +227,25 @@ constexpr LayoutError LintFields(std::span<Field const> fields, std::size_t size
     return LayoutError::None;
 }
 
-/// The fixed field without key that tells a whole number under that name, or null.
-constexpr Field const* FindCount(std::span<Field const> fields, std::string_view name)
+/// The place of the fixed field without key that tells a whole number under that name; beyond the last, if there is
+/// none.
+constexpr std::size_t PlaceOfCount(std::span<Field const> fields, std::string_view name)
 {
-    for (Field const& field : fields) {
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        Field const& field = fields[i];
         if (field.key == nullptr && field.name == name && detail::IsInteger(field.wire) && field.wire != Wire::I32) {
-            return &field;
+            return i;
         }
     }
-    return nullptr;
+    return fields.size();
 }
 
 constexpr LayoutError LintArrays(std::span<ArrayField const> arrays, std::span<Field const> fields)
 {
     for (ArrayField const& array : arrays) {
         bool const isOfNumbers = detail::IsInteger(array.wire) || detail::IsFloating(array.wire);
-        bool const isCounted = FindCount(fields, array.count) != nullptr &&
-                               (array.rows.empty() || FindCount(fields, array.rows) != nullptr);
+        bool const isCounted = PlaceOfCount(fields, array.count) < fields.size() &&
+                               (array.rows.empty() || PlaceOfCount(fields, array.rows) < fields.size());
         if (array.name.empty() || !isOfNumbers || !isCounted) {
             return LayoutError::ArrayMismatch;
         }

@@ -259,7 +259,7 @@ std::optional<std::size_t> PlaceArrays(RecordLayout const& layout, std::span<uns
                                        std::span<UnpackedArray> places)
 {
     auto const countOf = [&](std::string_view name) {
-        Field const& field = *FindCount(layout.fields, name); // a table without it does not compile
+        Field const& field = layout.fields[PlaceOfCount(layout.fields, name)]; // a table without it does not compile
         std::uint32_t count = 0;
         for (std::size_t i = WidthOf(field); i-- > 0;) {
             count = count << 8 | payload[field.offset + i];

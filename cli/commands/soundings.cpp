@@ -79,8 +79,8 @@ int Soundings(SoundingsOptions const& options)
 {
     if (options.sonar.empty() && options.scene.name.empty() && options.sceneFile.empty()) {
         return Complain(ExitWrong,
-                        "soundings: --scene, --scene-file or --sonar is required; `qx5 soundings --help` tells "
-                        "how it is called");
+                        "tell what is to be sounded, --scene NAME, --scene-file FILE or --sonar HOST:PORT; `qx5 "
+                        "soundings --help` tells how");
     }
     SoundingForm const form = options.json  ? SoundingForm::Json
                               : options.csv ? SoundingForm::Csv

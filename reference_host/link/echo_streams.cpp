@@ -142,11 +142,6 @@ bool EchoStreams::TakeUp(CAttributeMap const& told)
     return told.Has(deviceIdKey) || told.Has(deviceEnumKey) || told.Has(echoRecordsKey);
 }
 
-bool EchoStreams::IsOfEchoes(std::uint32_t recordId)
-{
-    return recordId == protocol::records::Detections.Id() || recordId == protocol::records::WaterColumn.Id();
-}
-
 bool EchoStreams::Take(protocol::FrameView const& frame, std::string& damage)
 {
     bool const isOfDetections = frame.header.recordId == protocol::records::Detections.Id();

@@ -71,7 +71,6 @@ public:
 
     // Link thread.
 
-    static bool IsOfEchoes(std::uint32_t recordId);
     /// Makes a block of the record. True when it waits and DeliverNext is to be called for it; else somebody else's
     /// call brings it, or nobody follows it, or it is damaged, and `damage` says how.
     bool Take(qx5::protocol::FrameView const& frame, std::string& damage);

@@ -17,6 +17,7 @@
 #include <protocol/house_records.h>
 
 #include <algorithm>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -62,10 +63,14 @@ void X5Port::OnDevicesTold(bool connected)
 
 void X5Port::OnFollowersChanged()
 {
-    m_echoes.Attend(m_isConnected, [this](protocol::Target target, std::span<unsigned char const> request) {
-        return SendRemoteControlRecord(GetLink(), protocol::records::EchoRequest.Id(), request, target.deviceId,
-                                       target.enumerator);
-    });
+    try {
+        m_echoes.Attend(m_isConnected, [this](protocol::Target target, std::span<unsigned char const> request) {
+            return SendRemoteControlRecord(GetLink(), protocol::records::EchoRequest.Id(), request, target.deviceId,
+                                           target.enumerator);
+        });
+    } catch (std::bad_alloc const&) {
+        // Again with the next tree; what the sonar has told beside must not be told twice for it.
+    }
 }
 
 void X5Port::TakeEchoes(protocol::FrameView const& frame)
@@ -86,7 +91,7 @@ void X5Port::TakeEchoes(protocol::FrameView const& frame)
 
 void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
 {
-    if (EchoStreams::IsOfEchoes(frame.header.recordId)) {
+    if (protocol::IsOfEchoes(frame.header.recordId)) {
         TakeEchoes(frame);
         return;
     }

@@ -3,6 +3,7 @@
 #include "monitored_record.h"
 
 #include <protocol/catalogue.h>
+#include <protocol/echo_records.h>
 #include <protocol/frame.h>
 #include <protocol/house_records.h>
 #include <protocol/print.h>
@@ -72,11 +73,15 @@ std::string Joined(std::string_view lines)
     return text;
 }
 
-std::string FieldsInOneLine(protocol::RecordLayout const& layout, std::span<unsigned char const> payload)
+std::string FieldsInOneLine(protocol::RecordLayout const& layout, std::span<unsigned char const> payload, bool isWhole)
 {
     protocol::UnpackedRecord const record = protocol::Unpack(layout, payload);
     std::string line;
-    for (protocol::UnpackedArray const& array : record.arrays) { // first: they are what the record is for
+    std::vector<protocol::UnpackedArray> arrays(layout.arrays.size());
+    if (payload.size() < layout.size || !protocol::PlaceArrays(layout, payload, arrays)) {
+        arrays.clear();
+    }
+    for (protocol::UnpackedArray const& array : arrays) { // first: they are what the record is for
         std::string const rows = array.array->rows.empty() ? "" : std::to_string(array.rows) + " x ";
         Add(line, array.array->name, rows + std::to_string(array.count));
     }
@@ -94,10 +99,10 @@ std::string FieldsInOneLine(protocol::RecordLayout const& layout, std::span<unsi
         std::string const name =
             layout.tailKey != nullptr ? protocol::EncodeUtf8(layout.tailKey->text) : std::string(layout.tailName);
         Add(line, name, protocol::ValueText(record.tail));
-    } else if (!record.tailBytes.empty() && record.arrays.empty()) {
+    } else if (!record.tailBytes.empty() && arrays.empty()) {
         Add(line, layout.tailName, std::to_string(record.tailBytes.size()) + " bytes");
     }
-    if (record.missingBytes > 0) {
+    if (record.missingBytes > 0 && isWhole) {
         Add(line, "missing", std::to_string(record.missingBytes) + " bytes");
     }
     if (record.excessBytes > 0) {
@@ -113,6 +118,7 @@ MonitoredRecord::MonitoredRecord(CapturedFrame frame) : m_frame(std::move(frame)
     std::span<unsigned char const> const bytes(m_frame.bytes);
     if (!IsWhole()) {
         m_name = "too long to be kept";
+        TakeBeginning();
         return;
     }
     auto const view = protocol::ParseFrame(bytes);
@@ -150,20 +156,34 @@ std::string const& MonitoredRecord::Summary() const
     return *m_summary;
 }
 
+/// Of echoes the beginning tells what and how much they are.
+void MonitoredRecord::TakeBeginning()
+{
+    auto const id = protocol::RecordIdOf(m_frame.bytes);
+    auto const payload = std::span(m_frame.bytes).subspan(std::min(protocol::FrameHeaderSize, m_frame.bytes.size()));
+    auto const* const layout = protocol::FindLayout(protocol::Carrier::Data, id, payload);
+    if (protocol::IsOfEchoes(id) && payload.size() >= layout->size) {
+        m_number = id;
+        m_name = layout->name;
+        m_payloadAt = protocol::FrameHeaderSize;
+        m_payloadSize = payload.size();
+    }
+}
+
 std::string MonitoredRecord::Summarise() const
 {
     auto const payload = Payload();
     auto const* const layout = protocol::FindLayout(m_carrier, m_number, payload);
     std::string line;
-    if (IsWhole() && layout != nullptr && layout->tail == protocol::Tail::Arrays) {
-        line = FieldsInOneLine(*layout, payload); // arrays are told by their sizes, however long they are
+    if (protocol::IsOfEchoes(m_number)) {
+        line = FieldsInOneLine(*layout, payload, IsWhole()); // told by their sizes, however long they are
     } else if (payload.size() > GreatestSummarised || !IsWhole()) {
         line = std::to_string(m_frame.totalBytes) + " bytes";
     } else if (m_number >= protocol::records::RecordRequest.Id()) {
         // The layouts of our own records stop where the interesting part begins.
         line = Joined(protocol::PrintPayload(m_carrier, m_number, payload, ""));
     } else if (layout != nullptr) {
-        line = FieldsInOneLine(*layout, payload);
+        line = FieldsInOneLine(*layout, payload, true);
     } else if (!payload.empty()) {
         line = std::to_string(payload.size()) + " bytes";
     }
@@ -178,7 +198,8 @@ std::string MonitoredRecord::Text() const
     }
     return IsWhole() ? "no good frame\n"
                      : "a record of " + std::to_string(m_frame.totalBytes) + " bytes, of which " +
-                           std::to_string(m_frame.bytes.size()) + " were kept\n";
+                           std::to_string(m_frame.bytes.size()) + " were kept\n" +
+                           (protocol::IsOfEchoes(m_number) ? Summary() + "\n" : std::string());
 }
 
 std::string MonitoredRecord::Details() const

@@ -48,6 +48,7 @@ public:
 private:
     std::span<unsigned char const> Payload() const;
     std::string Summarise() const;
+    void TakeBeginning();
 
     CapturedFrame m_frame;
     std::uint32_t m_number = 0;

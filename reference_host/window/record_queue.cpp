@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <utility>
 
+#include <protocol/echo_records.h>
+#include <protocol/frame.h>
+
 namespace vordal {
 namespace {
 
@@ -16,13 +19,18 @@ public:
 
     void OnTrace(LinkTrace const& trace) override
     {
-        std::size_t const kept =
-            trace.frame.size() > RecordQueue::GreatestFrame ? RecordQueue::KeptOfLongFrame : trace.frame.size();
+        auto const greatest = IsOfEchoes(trace) ? RecordQueue::GreatestEchoes : RecordQueue::GreatestFrame;
+        std::size_t const kept = trace.frame.size() > greatest ? RecordQueue::KeptOfLongFrame : trace.frame.size();
         auto const part = trace.frame.first(kept);
         m_queue->Put({m_link, trace.outgoing, trace.time, {part.begin(), part.end()}, trace.frame.size()});
     }
 
 private:
+    static bool IsOfEchoes(LinkTrace const& trace)
+    {
+        return !trace.outgoing && qx5::protocol::IsOfEchoes(qx5::protocol::RecordIdOf(trace.frame));
+    }
+
     std::shared_ptr<RecordQueue> const m_queue;
     std::string const m_link;
 };

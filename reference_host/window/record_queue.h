@@ -34,6 +34,8 @@ public:
     /// Of a longer frame only the beginning is kept.
     static constexpr std::size_t GreatestFrame = std::size_t{4} << 20;
     static constexpr std::size_t KeptOfLongFrame = 4096;
+    /// The same of longer echoes from a sonar: several a second would crowd out all else.
+    static constexpr std::size_t GreatestEchoes = std::size_t{64} << 10;
 
     void Put(CapturedFrame frame);
 

@@ -175,6 +175,23 @@ TEST(MonitoredRecord, TellsAWaterColumnByItsSizes)
                 testing::StartsWith("beam angle = 512, gain = 1000, noise = 1000, level = 512 x 1000, "
                                     "ping number = 7, time = 0 s, "));
     EXPECT_THAT(record.Text(), HasSubstr("level = 512 x 1000 numbers from 0 to 0\n"));
+
+    // Several a second would crowd out all else: of a longer one the beginning is kept, which tells as much.
+    auto const queue = std::make_shared<RecordQueue>();
+    auto const observer = RecordQueue::ObserverOf(queue, "Sonar");
+    observer->OnTrace({false, 1.0, 1, frame->bytes});
+    auto const kept = queue->Take().frames;
+    ASSERT_EQ(kept.size(), 1U);
+    EXPECT_EQ(kept[0].bytes.size(), RecordQueue::KeptOfLongFrame);
+    MonitoredRecord const beginning(kept[0]);
+    EXPECT_EQ(beginning.Number(), 90022U);
+    EXPECT_EQ(beginning.Name(), "water column");
+    EXPECT_EQ(beginning.Summary(), record.Summary());
+    EXPECT_THAT(beginning.Text(), HasSubstr("of which 4096 were kept\nbeam angle = 512, "));
+    sizes.samples = 10;
+    auto const little = qx5::protocol::BeginWaterColumn(qx5::protocol::OwnSonar, sizes);
+    observer->OnTrace({false, 1.0, 1, little->bytes});
+    EXPECT_EQ(queue->Take().frames[0].bytes, little->bytes);
 }
 
 TEST(MonitoredRecord, SaysWhenARecordIsDamagedOrUnknownOrCut)
