@@ -9,7 +9,7 @@
 
 namespace qx5::cli {
 
-inline constexpr std::size_t GreatestSceneFile = 1024 * 1024; ///< bytes
+inline constexpr std::size_t GreatestSceneFile = 1'048'576; ///< bytes
 
 /// A JSON document: `{"depth": 30, "slope_east": 2, "bottom": "mud", "waves": [{"height", "length", "heading"}],
 /// "mounds": [{"east", "north", "radius", "height", "bottom"}], "targets": [{"east", "north", "depth", "strength"}]}`,
