@@ -233,7 +233,7 @@ void MapPane::PaintContent(Canvas& canvas, Scene const& scene)
         // The first swath takes half of the picture.
         double across = 1.0;
         for (Detection const& each : scene.detections->detections) {
-            Sounding const at = Locate(*scene.detections, each, scene.history->compensation);
+            Sounding const at = Locate(*scene.detections, each);
             across = std::max(across, std::abs(at.across));
         }
         m_view.pixelsPerMetre = std::clamp(m_width / (4.0 * across), 1e-3, 500.0);
@@ -251,7 +251,7 @@ void MapPane::PaintContent(Canvas& canvas, Scene const& scene)
         Spot before;
         bool hasBefore = false;
         for (Detection const& each : scene.detections->detections) {
-            Sounding const at = Locate(*scene.detections, each, scene.history->compensation);
+            Sounding const at = Locate(*scene.detections, each);
             Spot const spot = SpotOf(at.east, at.north);
             if (hasBefore) {
                 canvas.Line(before.x, before.y, spot.x, spot.y, 1.4, scene.theme.ink);

@@ -51,7 +51,6 @@ public:
     Waterfall waterfall;
     Profile profile;
     BathymetryGrid grid;
-    Compensation compensation;
     std::uint32_t beam = 0; ///< that the operator looks at
     bool hasBeam = false;   ///< the operator has chosen one; until then it is the middle one
 
