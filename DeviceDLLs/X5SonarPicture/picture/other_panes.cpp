@@ -201,13 +201,13 @@ void ProfilePane::Describe(Scene const& scene, Spot at, Label& label) const
     }
 }
 
-void ProfilePane::Zoom(double factor, Spot at)
+void AxesPane::Zoom(double factor, Spot at)
 {
     m_axes.Zoom(factor, m_axes.AcrossAt(at.x, m_width), m_axes.DownAt(at.y, m_height));
     m_isZoomed = true;
 }
 
-void ProfilePane::Move(double x, double y)
+void AxesPane::Move(double x, double y)
 {
     double const across = x / m_width * (m_axes.right - m_axes.left);
     double const down = y / m_height * (m_axes.bottom - m_axes.top);
@@ -443,20 +443,6 @@ void BeamPane::Describe(Scene const& scene, Spot at, Label& label) const
             label.Number(water.noise[index], 1) << " dB";
         }
     }
-}
-
-void BeamPane::Zoom(double factor, Spot at)
-{
-    m_axes.Zoom(factor, m_axes.AcrossAt(at.x, m_width), m_axes.DownAt(at.y, m_height));
-    m_isZoomed = true;
-}
-
-void BeamPane::Move(double x, double y)
-{
-    double const across = x / m_width * (m_axes.right - m_axes.left);
-    double const down = y / m_height * (m_axes.bottom - m_axes.top);
-    m_axes = {m_axes.left - across, m_axes.right - across, m_axes.top - down, m_axes.bottom - down};
-    m_isZoomed = true;
 }
 
 } // namespace picture
