@@ -15,6 +15,7 @@
 #include <QCoreApplication>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -145,46 +146,45 @@ std::string WordOf(PaneKind kind)
 std::vector<Case> PictureCases(Stage& stage, std::function<void()> const& ensureToolkit)
 {
     std::vector<Case> cases;
-    for (PaneKind const kind : picture::allPanes) {
-        cases.push_back({fmt::format("picture-{}", WordOf(kind)),
-                         fmt::format("a frame of the {}, 1600 by 900, into its image", WordOf(kind)), 60,
-                         [&stage, kind, ensureToolkit](std::size_t samples, std::vector<double>& nanoseconds) {
+    // Each frame is that of another ping.
+    auto const add = [&](PaneKind kind, std::string const& name, std::string const& work, std::size_t frames,
+                         std::function<void(PicturedSonar&, std::vector<double>&)> const& measure) {
+        cases.push_back({name, work, frames,
+                         [&stage, kind, ensureToolkit, measure](std::size_t samples, std::vector<double>& figures) {
                              ensureToolkit();
                              PicturedSonar sonar(stage.Host(), kind);
                              for (std::size_t i = 0; i < samples; ++i) {
-                                 sonar.Announce();
-                                 sonar.Host().DeliverToWindow();
-                                 Time(1, 1, nanoseconds, [&sonar] { sonar.Widget().Render(); });
+                                 measure(sonar, figures);
                              }
                          }});
+    };
+    for (PaneKind const kind : picture::allPanes) {
+        add(kind, fmt::format("picture-{}", WordOf(kind)),
+            fmt::format("a frame of the {}, 1600 by 900, into its image", WordOf(kind)), 60,
+            [](PicturedSonar& sonar, std::vector<double>& nanoseconds) {
+                sonar.Announce();
+                sonar.Host().DeliverToWindow();
+                Time(1, 1, nanoseconds, [&sonar] { sonar.Widget().Render(); });
+            });
     }
-    cases.push_back({"picture-echo-to-pixel", "from a ping's blocks announced to the fan's pixels painted", 60,
-                     [&stage, ensureToolkit](std::size_t samples, std::vector<double>& nanoseconds) {
-                         ensureToolkit();
-                         PicturedSonar sonar(stage.Host(), PaneKind::Fan);
-                         for (std::size_t i = 0; i < samples; ++i) {
-                             Time(1, 1, nanoseconds, [&sonar] {
-                                 sonar.Announce();
-                                 sonar.Host().DeliverToWindow();
-                                 sonar.Widget().repaint();
-                             });
-                         }
-                     }});
-    // Counts in place of times.
+    add(PaneKind::Fan, "picture-echo-to-pixel", "from a ping's blocks announced to the fan's pixels painted", 60,
+        [](PicturedSonar& sonar, std::vector<double>& nanoseconds) {
+            Time(1, 1, nanoseconds, [&sonar] {
+                sonar.Announce();
+                sonar.Host().DeliverToWindow();
+                sonar.Widget().repaint();
+            });
+        });
     for (PaneKind const kind : picture::allPanes) {
-        cases.push_back({fmt::format("picture-{}-allocations", WordOf(kind)),
-                         fmt::format("allocations of a frame of the {} after the first second", WordOf(kind)), 30,
-                         [&stage, kind, ensureToolkit](std::size_t samples, std::vector<double>& nanoseconds) {
-                             ensureToolkit();
-                             PicturedSonar sonar(stage.Host(), kind);
-                             for (std::size_t i = 0; i < samples; ++i) {
-                                 sonar.Announce();
-                                 sonar.Host().DeliverToWindow();
-                                 std::size_t const before = Allocations();
-                                 sonar.Widget().Render();
-                                 nanoseconds.push_back(static_cast<double>(Allocations() - before));
-                             }
-                         }});
+        add(kind, fmt::format("picture-{}-allocations", WordOf(kind)),
+            fmt::format("allocations of a frame of the {} after the first second, in place of a time", WordOf(kind)),
+            30, [](PicturedSonar& sonar, std::vector<double>& counts) {
+                sonar.Announce();
+                sonar.Host().DeliverToWindow();
+                std::size_t const before = Allocations();
+                sonar.Widget().Render();
+                counts.push_back(static_cast<double>(Allocations() - before));
+            });
     }
     return cases;
 }

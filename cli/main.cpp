@@ -406,7 +406,7 @@ int RunCommandLine(int argc, char** argv)
     CLI::Option* display =
         runCommand
             ->add_option("--display", run.display,
-                         "The display to render in place of the sonar's view, by its name, such as \"X5 Fan\"")
+                         "The display to render in place of the sonar's view, by its name; a wrong one lists them")
             ->type_name("NAME")
             ->needs(screenshot)
             ->excludes(tab)

@@ -11,9 +11,10 @@ import re
 import sys
 
 # The folders that are shipped. What lies in a folder of the second row is one room with it.
-PRODUCT = ("protocol", "host", "values", "json", "commands", "operation", "DeviceDLLs/QX5SonarConfiguration", "reference_host", "simulator", "cli")
+PRODUCT = ("protocol", "host", "values", "json", "commands", "operation", "DeviceDLLs/QX5SonarConfiguration", "DeviceDLLs/X5SonarPicture",
+           "reference_host", "simulator", "cli")
 WHOLE = ("protocol", "host", "values", "json", "commands", "operation", "simulator", "cli/scenario")
-SHORT = {"DeviceDLLs/QX5SonarConfiguration": "plug-in"}
+SHORT = {"DeviceDLLs/QX5SonarConfiguration": "plug-in", "DeviceDLLs/X5SonarPicture": "picture"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]([^">]+)[">]', re.MULTILINE)
 BEGIN, END = "<!-- rooms: written by tools/rooms.py -->\n", "<!-- end of the rooms -->\n"
@@ -41,7 +42,7 @@ def read(root: pathlib.Path) -> tuple[dict[str, set[str]], dict[str, int]]:
             if path.suffix in (".h", ".cpp") and "build" not in path.relative_to(root).parts:
                 files[str(path.relative_to(root))] = path.read_text()
     # What a source may name a file by: from the root, from the contract's and the plug-in's folder, from beside it.
-    bases = ("", "host/", "DeviceDLLs/QX5SonarConfiguration/")
+    bases = ("", "host/", "DeviceDLLs/QX5SonarConfiguration/", "DeviceDLLs/X5SonarPicture/")
     uses: dict[str, set[str]] = collections.defaultdict(set)
     lines: collections.Counter[str] = collections.Counter()
     for name, text in files.items():

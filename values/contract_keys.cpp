@@ -32,8 +32,6 @@ static_assert(IsSame(X5Keys::x5DepthGateTilt, keys::x5DepthGateTilt));
 static_assert(IsSame(X5Keys::x5AdaptiveGateEnabled, keys::x5AdaptiveGateEnabled));
 static_assert(IsSame(X5Keys::x5AGSearchMin, keys::x5AGSearchMin));
 static_assert(IsSame(X5Keys::x5AGSearchMax, keys::x5AGSearchMax));
-static_assert(IsSame(X5Keys::x5MotionCompensationRoll, keys::x5MotionCompensationRoll));
-static_assert(IsSame(X5Keys::x5MotionCompensationPitch, keys::x5MotionCompensationPitch));
 static_assert(IsSame(X5Keys::DeviceEnum, keys::DeviceEnum));
 static_assert(IsSame(X5Keys::x5SonarSettings, keys::x5SonarSettings));
 static_assert(IsSame(X5Keys::x5SampleRateSelection, keys::x5SampleRateSelection));

@@ -30,9 +30,6 @@ inline constexpr AttributeKey x5AdaptiveGateEnabled{L"x5AdaptiveGateEnabled"}; /
 inline constexpr AttributeKey x5AGSearchMin{L"x5AGSearchMin"};                 ///< depths between which it searches
 inline constexpr AttributeKey x5AGSearchMax{L"x5AGSearchMax"};
 
-inline constexpr AttributeKey x5MotionCompensationRoll{L"x5MotionCompensationRoll"};   ///< bool: roll is taken out
-inline constexpr AttributeKey x5MotionCompensationPitch{L"x5MotionCompensationPitch"}; ///< bool: pitch is taken out
-
 // What the sonar offers: a branch "x5SonarSettings" for each operation mode, the active one at the index DeviceEnum.
 inline constexpr AttributeKey DeviceEnum{L"DeviceEnum"};                       ///< int
 inline constexpr AttributeKey x5SonarSettings{L"x5SonarSettings"};             ///< branch

@@ -6,7 +6,7 @@
 // its time is that of transmission. A block is shared: keep a copy of CDataBlock and read its arrays in place.
 //
 // All items are good (status 0), little-endian, arrays without gaps. Angles of beams are in degrees across track off
-// the sonar's own vertical, positive to starboard, ascending; with motion compensation on they are those after it.
+// the vertical, positive to starboard, ascending: the ship's roll is in them, whether the sonar makes up for it or not.
 // Levels are in dB re 1 uPa at the array, plus the receiver's gain.
 #pragma once
 
@@ -21,10 +21,10 @@ enum SonarEchoItem : unsigned short
 {
     ECHO_PING_NUMBER = 9001,    ///< 32-bit integer
     ECHO_SOUND_VELOCITY = 9002, ///< double, m/s: what the sonar works with, as set
-    /// Doubles: east and north of the scene's or the survey's origin (m), depth of the sonar below the surface (m),
-    /// heading, roll (starboard down), pitch (bow up) in degrees, heave (m, up).
+    /// Doubles: east and north of the scene's or the survey's origin (m), depth of the sonar below the surface (m,
+    /// heave included), heading, roll (starboard down), pitch (bow up) in degrees, heave (m, up).
     ECHO_POSE = 9003,
-    ECHO_STEERING = 9004,   ///< double, degrees: the fan's tilt along track, positive forward
+    ECHO_STEERING = 9004,   ///< double, degrees: the fan's tilt along track off the vertical, positive forward
     ECHO_BEAM_COUNT = 9005, ///< 32-bit integer: beams that were formed, with a detection or not
 
     DETECTION_BEAM = 9010,        ///< unsigned 16-bit, one a detection: its beam, from 0, ascending

@@ -28,8 +28,9 @@ std::vector<std::string> Occurrences(std::filesystem::path const& file, std::vec
 }
 
 /// What every name of our plug-in's classes, views, templates and pages begins with, or is.
-std::vector<std::string> const names{"QX5Sonar",     "QX5SONAR",         "QX5DataRecording",
-                                     "QX5OceanMenu", "QX5RouteSteering", "TerminalCommandsToQX5"};
+std::vector<std::string> const names{
+    "QX5Sonar",       "QX5SONAR", "QX5DataRecording", "QX5OceanMenu", "QX5RouteSteering", "TerminalCommandsToQX5",
+    "X5SonarPicture", "X5 Fan"};
 
 TEST(PluginNames, StandInTheirPlugInAlone)
 {

@@ -42,6 +42,33 @@ foreach(file IN LISTS installed)
 endforeach()
 
 expect_loaded("${prefix}/lib/qx5/QX5SonarConfiguration.so" QX5SonarConfigurationControlDevice)
+# The picture is a plug-in like any other: what it is built of needs nothing but what is installed.
+if(VIEW)
+  run("${prefix}/bin/qx5" plugin "${prefix}/lib/qx5/X5SonarPicture.so")
+  foreach(line "fits this host" "view class X5 Fan\n" "display template X5 Waterfall\n" "and is unloaded again")
+    string(FIND "${output}" "${line}" at)
+    if(at EQUAL -1)
+      message(FATAL_ERROR "`qx5 plugin` does not say \"${line}\" of the picture:\n${output}")
+    endif()
+  endforeach()
+  file(COPY "${PICTURE}/" DESTINATION "${FOLDER}/picture")
+  file(WRITE "${FOLDER}/picture/CMakeLists.txt" [[
+cmake_minimum_required(VERSION 3.25)
+project(picture LANGUAGES CXX)
+find_package(VordalHostContract REQUIRED)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
+file(GLOB sources *.cpp picture/*.cpp view/*.cpp)
+add_library(X5SonarPicture MODULE ${sources})
+set_target_properties(X5SonarPicture PROPERTIES PREFIX "" CXX_STANDARD 20 CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden)
+target_include_directories(X5SonarPicture PRIVATE .)
+target_link_libraries(X5SonarPicture PRIVATE VordalHostContract::HostContract Qt6::Widgets)
+]])
+  run("${CMAKE_COMMAND}" -G "${GENERATOR}" "-DCMAKE_MAKE_PROGRAM=${MAKE_PROGRAM}" -S "${FOLDER}/picture"
+    -B "${FOLDER}/picture/build" "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_COMPILER=${COMPILER}"
+    -DCMAKE_FIND_USE_PACKAGE_REGISTRY=OFF)
+  run("${CMAKE_COMMAND}" --build "${FOLDER}/picture/build")
+  run("${prefix}/bin/qx5" plugin "${FOLDER}/picture/build/X5SonarPicture.so")
+endif()
 # The installed command finds the installed plug-in by itself.
 run("${prefix}/bin/qx5" explain x5Range)
 

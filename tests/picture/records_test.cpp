@@ -93,34 +93,35 @@ TEST(Sounding, LiesWhereTheBeamMeetsTheBottom)
     DetectionPing ping;
     ping.pose = {1000.0, 2000.0, 3.0, 90.0, 0.0, 0.0, 0.5};
     // 30 degrees to starboard, 20 m: 10 m across, 17.3205 m down. On an eastern course starboard is south.
-    auto at = Locate(ping, {0, 30.0F, 20.0F, 0.0F, 1.0F}, {});
+    auto at = Locate(ping, {0, 30.0F, 20.0F, 0.0F, 1.0F});
     EXPECT_NEAR(at.across, 10.0, 1e-6);
     EXPECT_NEAR(at.along, 0.0, 1e-9);
     EXPECT_NEAR(at.down, 17.320508, 1e-6);
     EXPECT_NEAR(at.east, 1000.0, 1e-6);
     EXPECT_NEAR(at.north, 1990.0, 1e-6);
-    EXPECT_NEAR(at.depth, 3.0 - 0.5 + 17.320508, 1e-6);
+    EXPECT_NEAR(at.depth, 3.0 + 17.320508, 1e-6) << "the depth of the sonar has the heave in it";
     // The fan is steered 30 degrees forward: half of what was down is ahead, in the east.
     ping.steering = 30.0;
-    at = Locate(ping, {0, 0.0F, 20.0F, 0.0F, 1.0F}, {});
+    at = Locate(ping, {0, 0.0F, 20.0F, 0.0F, 1.0F});
     EXPECT_NEAR(at.along, 10.0, 1e-6);
     EXPECT_NEAR(at.down, 17.320508, 1e-6);
     EXPECT_NEAR(at.east, 1010.0, 1e-6);
     EXPECT_NEAR(at.north, 2000.0, 1e-6);
 }
 
-TEST(Sounding, TurnsWithTheShipWhereTheSonarDoesNotMakeUpForIt)
+TEST(Sounding, LiesWhereBothConesMeet)
 {
     DetectionPing ping;
-    ping.pose.roll = 10.0; // starboard down: a beam 10 degrees to starboard looks straight down
-    ping.pose.pitch = 5.0; // bow up: the fan looks forward
-    auto const kept = Locate(ping, {0, 10.0F, 20.0F, 0.0F, 1.0F}, {false, false});
-    EXPECT_NEAR(kept.across, 0.0, 1e-6);
-    EXPECT_NEAR(kept.along, 20.0 * std::sin(5.0 * radiansOf), 1e-6);
-    EXPECT_NEAR(kept.down, 20.0 * std::cos(5.0 * radiansOf), 1e-6);
-    auto const made = Locate(ping, {0, 10.0F, 20.0F, 0.0F, 1.0F}, {true, true});
-    EXPECT_NEAR(made.across, 20.0 * std::sin(10.0 * radiansOf), 1e-6);
-    EXPECT_NEAR(made.along, 0.0, 1e-6);
+    ping.steering = 30.0;
+    ping.pose.roll = 10.0; // in the angles, as they are told
+    ping.pose.pitch = 5.0;
+    // 30 degrees either way, 20 m: 10 m across, 10 m ahead, and 20 * sqrt(1 - 1/4 - 1/4) = 14.1421 m down.
+    auto const at = Locate(ping, {0, 30.0F, 20.0F, 0.0F, 1.0F});
+    EXPECT_NEAR(at.across, 10.0, 1e-6);
+    EXPECT_NEAR(at.along, 10.0, 1e-6);
+    EXPECT_NEAR(at.down, 14.142136, 1e-5);
+    // A beam that points nowhere: the cones do not meet.
+    EXPECT_EQ(Locate(ping, {0, 80.0F, 20.0F, 0.0F, 1.0F}).down, 0.0);
 }
 
 TEST(Profile, KeepsTheLastTwenty)
@@ -129,7 +130,7 @@ TEST(Profile, KeepsTheLastTwenty)
     DetectionPing ping;
     for (int i = 0; i < 25; ++i) {
         ping.detections = {{7, 0.0F, static_cast<float>(10 + i), 80.0F, 1.0F}};
-        profile.Add(ping, {});
+        profile.Add(ping);
     }
     ASSERT_EQ(profile.Count(), 20U);
     ASSERT_EQ(profile.At(0).size(), 1U);

@@ -201,13 +201,13 @@ void ProfilePane::Describe(Scene const& scene, Spot at, Label& label) const
     }
 }
 
-void ProfilePane::Zoom(double factor, Spot at)
+void AxesPane::Zoom(double factor, Spot at)
 {
     m_axes.Zoom(factor, m_axes.AcrossAt(at.x, m_width), m_axes.DownAt(at.y, m_height));
     m_isZoomed = true;
 }
 
-void ProfilePane::Move(double x, double y)
+void AxesPane::Move(double x, double y)
 {
     double const across = x / m_width * (m_axes.right - m_axes.left);
     double const down = y / m_height * (m_axes.bottom - m_axes.top);
@@ -233,7 +233,7 @@ void MapPane::PaintContent(Canvas& canvas, Scene const& scene)
         // The first swath takes half of the picture.
         double across = 1.0;
         for (Detection const& each : scene.detections->detections) {
-            Sounding const at = Locate(*scene.detections, each, scene.history->compensation);
+            Sounding const at = Locate(*scene.detections, each);
             across = std::max(across, std::abs(at.across));
         }
         m_view.pixelsPerMetre = std::clamp(m_width / (4.0 * across), 1e-3, 500.0);
@@ -251,7 +251,7 @@ void MapPane::PaintContent(Canvas& canvas, Scene const& scene)
         Spot before;
         bool hasBefore = false;
         for (Detection const& each : scene.detections->detections) {
-            Sounding const at = Locate(*scene.detections, each, scene.history->compensation);
+            Sounding const at = Locate(*scene.detections, each);
             Spot const spot = SpotOf(at.east, at.north);
             if (hasBefore) {
                 canvas.Line(before.x, before.y, spot.x, spot.y, 1.4, scene.theme.ink);
@@ -443,20 +443,6 @@ void BeamPane::Describe(Scene const& scene, Spot at, Label& label) const
             label.Number(water.noise[index], 1) << " dB";
         }
     }
-}
-
-void BeamPane::Zoom(double factor, Spot at)
-{
-    m_axes.Zoom(factor, m_axes.AcrossAt(at.x, m_width), m_axes.DownAt(at.y, m_height));
-    m_isZoomed = true;
-}
-
-void BeamPane::Move(double x, double y)
-{
-    double const across = x / m_width * (m_axes.right - m_axes.left);
-    double const down = y / m_height * (m_axes.bottom - m_axes.top);
-    m_axes = {m_axes.left - across, m_axes.right - across, m_axes.top - down, m_axes.bottom - down};
-    m_isZoomed = true;
 }
 
 } // namespace picture

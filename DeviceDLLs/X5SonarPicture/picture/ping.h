@@ -18,7 +18,7 @@ struct Pose
 {
     double east = 0.0;    ///< m
     double north = 0.0;   ///< m
-    double depth = 0.0;   ///< m below the surface
+    double depth = 0.0;   ///< m below the surface, heave included
     double heading = 0.0; ///< degrees from north, clockwise
     double roll = 0.0;    ///< degrees, starboard down
     double pitch = 0.0;   ///< degrees, bow up
@@ -32,7 +32,7 @@ struct PingHead
     double time = 0.0;             ///< s, of transmission
     double soundVelocity = 1500.0; ///< m/s, more than 0
     Pose pose;
-    double steering = 0.0; ///< degrees, the fan along track, positive forward
+    double steering = 0.0; ///< degrees, the fan along track off the vertical, positive forward
 };
 
 /// The levels of all beams. All numbers are finite; angles ascend; `levels` holds angles.size() times `samples` bytes.

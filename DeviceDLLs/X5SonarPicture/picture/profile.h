@@ -24,14 +24,14 @@ public:
         float quality;
     };
 
-    void Add(DetectionPing const& ping, Compensation compensation)
+    void Add(DetectionPing const& ping)
     {
         m_newest = (m_newest + 1) % pings;
         m_count = m_count < pings ? m_count + 1 : pings;
         auto& points = m_points[m_newest];
         points.clear();
         for (Detection const& each : ping.detections) {
-            Sounding const at = Locate(ping, each, compensation);
+            Sounding const at = Locate(ping, each);
             points.push_back({static_cast<float>(at.across), static_cast<float>(at.down), each.level, each.quality});
         }
     }

@@ -15,7 +15,7 @@ History::History() = default;
 
 void History::Take(DetectionPing const& ping)
 {
-    profile.Add(ping, compensation);
+    profile.Add(ping);
     double deepest = 0.0;
     for (Detection const& each : ping.detections) {
         deepest = std::max(deepest, static_cast<double>(each.range) * std::cos(each.angle * radiansOf));
@@ -27,7 +27,7 @@ void History::Take(DetectionPing const& ping)
         m_hasCellSize = true;
     }
     for (Detection const& each : ping.detections) {
-        Sounding const at = Locate(ping, each, compensation);
+        Sounding const at = Locate(ping, each);
         grid.Add(at.east, at.north, at.depth);
     }
     grid.Shade();

@@ -51,7 +51,6 @@ public:
     Waterfall waterfall;
     Profile profile;
     BathymetryGrid grid;
-    Compensation compensation;
     std::uint32_t beam = 0; ///< that the operator looks at
     bool hasBeam = false;   ///< the operator has chosen one; until then it is the middle one
 
@@ -184,21 +183,28 @@ struct Axes
     void Zoom(double factor, double x, double y);
 };
 
-class ProfilePane final : public Pane
+/// What panes with two axes have alike.
+class AxesPane : public Pane
 {
 public:
-    void Describe(Scene const& scene, Spot at, Label& label) const override;
     void Zoom(double factor, Spot at) override;
     void Move(double x, double y) override;
     void ShowAll() override { m_isZoomed = false; }
 
-private:
-    void PaintContent(Canvas& canvas, Scene const& scene) override;
-
+protected:
     Axes m_axes;
     bool m_isZoomed = false;
-    int m_width = 1;
+    int m_width = 1; ///< of the picture that was painted last
     int m_height = 1;
+};
+
+class ProfilePane final : public AxesPane
+{
+public:
+    void Describe(Scene const& scene, Spot at, Label& label) const override;
+
+private:
+    void PaintContent(Canvas& canvas, Scene const& scene) override;
 };
 
 class MapPane final : public Pane
@@ -222,14 +228,11 @@ private:
     int m_height = 1;
 };
 
-/// One beam: level against range, with noise and gain.
-class BeamPane final : public Pane
+/// One beam: level against range, with noise and gain; its axes are metres and decibels.
+class BeamPane final : public AxesPane
 {
 public:
     void Describe(Scene const& scene, Spot at, Label& label) const override;
-    void Zoom(double factor, Spot at) override;
-    void Move(double x, double y) override;
-    void ShowAll() override { m_isZoomed = false; }
 
     /// The beam that a scene shows; nothing without one.
     static std::optional<std::uint32_t> BeamOf(Scene const& scene);
@@ -239,10 +242,6 @@ private:
     void PaintTrace(Canvas& canvas, std::span<TraceColumn const> columns, double range, double width, Colour colour);
 
     BeamTrace m_trace;
-    Axes m_axes; ///< metres and decibels
-    bool m_isZoomed = false;
-    int m_width = 1;
-    int m_height = 1;
 };
 
 } // namespace picture

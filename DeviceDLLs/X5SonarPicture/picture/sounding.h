@@ -3,14 +3,10 @@
 
 #include "ping.h"
 
-namespace picture {
+#include <algorithm>
+#include <cmath>
 
-/// Which movements of the ship the sonar has taken out of its angles.
-struct Compensation
-{
-    bool roll = true;
-    bool pitch = true;
-};
+namespace picture {
 
 struct Sounding
 {
@@ -22,19 +18,20 @@ struct Sounding
     double depth = 0.0;  ///< m below the surface
 };
 
-/// Roll and pitch that the sonar has not taken out turn the beam; what is told of the pose does the rest.
-inline Sounding Locate(PingHead const& ping, Detection const& detection, Compensation compensation)
+/// Angle and steering are both off the vertical, as they are told; a beam lies where its cone across track and that of
+/// the fan along track meet.
+inline Sounding Locate(PingHead const& ping, Detection const& detection)
 {
-    double const angle = (detection.angle - (compensation.roll ? 0.0 : ping.pose.roll)) * radiansOf;
-    double const tilt = (ping.steering + (compensation.pitch ? 0.0 : ping.pose.pitch)) * radiansOf;
+    double const across = std::sin(detection.angle * radiansOf);
+    double const along = std::sin(ping.steering * radiansOf);
     double const heading = ping.pose.heading * radiansOf;
     Sounding sounding;
-    sounding.across = detection.range * std::sin(angle);
-    sounding.along = detection.range * std::cos(angle) * std::sin(tilt);
-    sounding.down = detection.range * std::cos(angle) * std::cos(tilt);
+    sounding.across = detection.range * across;
+    sounding.along = detection.range * along;
+    sounding.down = detection.range * std::sqrt(std::max(0.0, 1.0 - across * across - along * along));
     sounding.east = ping.pose.east + sounding.across * std::cos(heading) + sounding.along * std::sin(heading);
     sounding.north = ping.pose.north - sounding.across * std::sin(heading) + sounding.along * std::cos(heading);
-    sounding.depth = ping.pose.depth - ping.pose.heave + sounding.down;
+    sounding.depth = ping.pose.depth + sounding.down;
     return sounding;
 }
 

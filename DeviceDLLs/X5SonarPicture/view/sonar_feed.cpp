@@ -78,7 +78,6 @@ void SonarFeed::ReadTree()
     if (DataManager::GetDataManager().GetAttributeMap(m_sonar, tree)) {
         m_settings = ReadSettings(tree);
         m_limits = ReadLimits(tree);
-        m_history.compensation = ReadCompensation(tree);
     }
 }
 

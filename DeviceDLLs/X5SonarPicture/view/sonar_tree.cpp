@@ -96,8 +96,6 @@ std::vector<CString> FollowedKeys()
                                     x5AdaptiveGateEnabled,
                                     x5AGSearchMin,
                                     x5AGSearchMax,
-                                    x5MotionCompensationRoll,
-                                    x5MotionCompensationPitch,
                                     DeviceEnum,
                                     x5SonarSettings,
                                     x5SampleRateSelection}) {
@@ -144,11 +142,6 @@ FanLimits ReadLimits(CAttributeMap const& tree)
     limits.depthGate = gate(x5DepthGate);
     limits.search = gate(x5NadirGate);
     return limits;
-}
-
-Compensation ReadCompensation(CAttributeMap const& tree)
-{
-    return {IsOn(tree, X5Keys::x5MotionCompensationRoll, true), IsOn(tree, X5Keys::x5MotionCompensationPitch, true)};
 }
 
 CAttributeMap RequestOf(std::span<Wish const> wishes)

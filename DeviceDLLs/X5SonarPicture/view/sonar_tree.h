@@ -2,7 +2,6 @@
 #pragma once
 
 #include "picture/fan_settings.h"
-#include "picture/sounding.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CString.h>
@@ -18,7 +17,6 @@ std::vector<CString> FollowedKeys();
 /// What is absent, of another kind or not finite is nothing.
 FanSettings ReadSettings(CAttributeMap const& tree);
 FanLimits ReadLimits(CAttributeMap const& tree);
-Compensation ReadCompensation(CAttributeMap const& tree);
 
 /// A tree with one branch "Request" that asks for all of the wishes.
 CAttributeMap RequestOf(std::span<Wish const> wishes);
