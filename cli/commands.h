@@ -175,6 +175,7 @@ struct SoundingsOptions
 {
     std::string sonar; ///< HOST:PORT; empty: the scene
     SceneOptions scene;
+    std::string sceneFile; ///< in place of its name and depth
     int pings = 1;
     bool truth = false; ///< the depth that each beam really meets, too
     std::vector<std::string> keyValues;

@@ -154,26 +154,28 @@ void AddPresetCommands(CLI::App& app, PresetOptions& preset, int& code, Runs con
     addName(remove, "The preset's name");
 }
 
-/// What a simulated sonar hears. Gives the option that names the scene, to which the others belong where it has no
-/// default.
-CLI::Option* AddSceneOptions(CLI::App& command, SceneOptions& scene)
+/// Of AddSceneOptions.
+struct SceneChoice
+{
+    CLI::Option* name;
+    CLI::Option* depth;
+};
+
+/// What a simulated sonar hears.
+SceneChoice AddSceneOptions(CLI::App& command, SceneOptions& scene)
 {
     CLI::Option* name =
         command.add_option("--scene", scene.name, fmt::format("{}", fmt::join(SceneTexts(), ", ")))->type_name("NAME");
     CLI::Option* depth =
         command.add_option("--depth", scene.depth, "The scene's mean depth")->capture_default_str()->type_name("M");
-    CLI::Option* seed = command.add_option("--seed", scene.seed, "The same seed gives the same soundings")
-                            ->capture_default_str()
-                            ->type_name("N");
-    CLI::Option* calm = command.add_flag("--calm", scene.calm, "The ship does not roll, pitch, heave or yaw");
-    if (scene.name.empty()) {
-        for (CLI::Option* each : {depth, seed, calm}) {
-            each->needs(name);
-        }
-    } else {
+    command.add_option("--seed", scene.seed, "The same seed gives the same soundings")
+        ->capture_default_str()
+        ->type_name("N");
+    command.add_flag("--calm", scene.calm, "The ship does not roll, pitch, heave or yaw");
+    if (!scene.name.empty()) {
         name->capture_default_str();
     }
-    return name;
+    return {name, depth};
 }
 
 /// `qx5 soundings`. Which scenes, depths and settings are good is told by the simulated sonar.
@@ -181,15 +183,23 @@ void AddSoundingsCommand(CLI::App& app, SoundingsOptions& soundings, int& code, 
 {
     CLI::App* command = app.add_subcommand("soundings", "Print what a sonar sounds, or the simulated one over a scene");
     runsHost(command, [&code, &soundings] { code = Soundings(soundings); });
-    CLI::Option* sonar = command->add_option("--sonar", soundings.sonar, "One on the network")->type_name("HOST:PORT");
-    CLI::Option* scene = AddSceneOptions(*command, soundings.scene);
-    sonar->excludes(scene);
+    SceneChoice const scene = AddSceneOptions(*command, soundings.scene);
+    CLI::Option* file =
+        command->add_option("--scene-file", soundings.sceneFile, "A scene of one's own, in place of those")
+            ->excludes(scene.name)
+            ->excludes(scene.depth)
+            ->type_name("FILE");
+    CLI::Option* sonar = command->add_option("--sonar", soundings.sonar, "One on the network")
+                             ->excludes(scene.name)
+                             ->excludes(scene.depth)
+                             ->excludes(file)
+                             ->type_name("HOST:PORT");
     command->add_option("--pings", soundings.pings, "How many, 1 to 1000000")
         ->capture_default_str()
         ->check(CLI::Range(1, 1'000'000).description(""))
         ->type_name("N");
     command->add_flag("--truth", soundings.truth, "The depth at which each beam's axis really meets the bottom, too")
-        ->needs(scene);
+        ->excludes(sonar);
     CLI::Option* json = command->add_flag("--json", soundings.json, "One JSON object on a line for each detection");
     CLI::Option* csv = command->add_flag("--csv", soundings.csv, "Comma-separated, with a line of names");
     CLI::Option* xyz = command->add_flag("--xyz", soundings.xyz, "East, north and depth of each detection");

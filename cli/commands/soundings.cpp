@@ -2,6 +2,7 @@
 #include "cli/commands.h"
 
 #include "cli/output.h"
+#include "cli/scene_file.h"
 #include "cli/sounding_lines.h"
 #include "cli/soundings_of_sonar.h"
 #include "simulator/acoustics/sounder.h"
@@ -26,7 +27,9 @@ bool Request(std::vector<std::string> const& keyValues, simulator::SonarState& s
 
 int OverScene(SoundingsOptions const& options, SoundingForm form)
 {
-    auto const scene = acoustics::Scene::OfName(options.scene.name, options.scene.depth, options.scene.seed);
+    auto const scene = !options.sceneFile.empty()
+                           ? ReadSceneFile(options.sceneFile)
+                           : acoustics::Scene::OfName(options.scene.name, options.scene.depth, options.scene.seed);
     if (!scene) {
         return Complain(ExitWrong, scene.WhyNot().line);
     }
@@ -65,6 +68,7 @@ int OverScene(SoundingsOptions const& options, SoundingForm form)
 std::vector<std::string> SceneTexts()
 {
     std::vector<std::string> texts;
+    texts.reserve(acoustics::SceneNames.size());
     for (acoustics::SceneName const& scene : acoustics::SceneNames) {
         texts.push_back(fmt::format("{} ({})", scene.name, scene.text));
     }
@@ -73,10 +77,12 @@ std::vector<std::string> SceneTexts()
 
 int Soundings(SoundingsOptions const& options)
 {
-    if (options.sonar.empty() && options.scene.name.empty()) {
+    int const told =
+        (options.sonar.empty() ? 0 : 1) + (options.scene.name.empty() ? 0 : 1) + (options.sceneFile.empty() ? 0 : 1);
+    if (told != 1) {
         return Complain(
             ExitWrong,
-            "tell what is to be sounded, --scene NAME or --sonar HOST:PORT; `qx5 soundings --help` tells how");
+            "soundings: --scene, --scene-file or --sonar is required; `qx5 soundings --help` tells how it is called");
     }
     SoundingForm const form = options.json  ? SoundingForm::Json
                               : options.csv ? SoundingForm::Csv

@@ -24,7 +24,6 @@ constexpr double reach = 1.4;
 /// that end.
 constexpr double leastInside = 0.25;
 constexpr std::size_t leans = 96;
-constexpr int mostObjects = 16;
 /// Beams to each side that tell how levels change with the angle, within so many widths of a beam.
 constexpr std::size_t mostNeighbours = 12;
 constexpr double neighbourWidths = 2.0;
@@ -226,7 +225,9 @@ Detector::Mass Detector::CentreOfMass(Peak const& peak, double spread, std::size
             // Samples at the ends count as far as they lie in the window.
             double const left = std::max(begin, static_cast<double>(i));
             double const right = std::min(end, static_cast<double>(i) + 1.0);
-            double const above = std::max(0.0, static_cast<double>(m_amplitudes[i]) - noiseMean);
+            // What an amplitude of that mean is without the noise, whose intensity adds up with its own.
+            double const mean = static_cast<double>(m_amplitudes[i]) / noiseMean;
+            double const above = std::sqrt(std::max(0.0, mean * mean - 1.0));
             double const weight = above * m_makeUp[i] * (right - left);
             mass += weight;
             moment += weight * (left + right) / 2.0;
@@ -281,6 +282,7 @@ bool Detector::Add(DetectedBeam const& beam, Peak const& peak, double spread, st
 void Detector::Begin(std::span<float const> sideLobes)
 {
     m_found.clear();
+    m_found.reserve(GreatestBeams);
     double sum = 0.0;
     for (std::size_t i = 0; i < m_perNoise.size(); ++i) {
         sum += std::sqrt(1.0 + static_cast<double>(sideLobes[i] * m_perNoise[i]));
@@ -327,7 +329,7 @@ void Detector::Detect(DetectedBeam const& beam, std::span<float const> intensiti
     }
     float const bottom = detections.back().travelTime;
     // What is found is taken out, and the rest is looked at again.
-    int const most = std::clamp(objects.greatest, 0, mostObjects);
+    int const most = std::clamp(objects.greatest, 0, MultiDetectSettings::Most);
     for (int i = 0; i < most; ++i) {
         std::size_t const half = 2 * HalfWindow(peak.sample, narrow) + static_cast<std::size_t>(m_pulse) + 1 +
                                  static_cast<std::size_t>(std::clamp(objects.objectSize, 1, 100));

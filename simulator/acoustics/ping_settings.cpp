@@ -96,7 +96,7 @@ void FillFlex(PingSettings const& settings, Sector const& sector, std::size_t be
     dense.from = std::clamp(dense.from, sector.from, sector.to - 0.01);
     dense.to = std::clamp(dense.to, dense.from + 0.01, sector.to);
     double const outside = (dense.from - sector.from) + (sector.to - dense.to);
-    double const most = static_cast<double>(beams / 2);
+    double const most = std::floor(static_cast<double>(beams) / 2.0);
     double const spacing = std::max(settings.outsideSpacing, most > 0.0 ? outside / most : outside + 1.0);
     auto const countOf = [&](double width) {
         return spacing > 0.0 ? static_cast<std::size_t>(width / spacing) : std::size_t{0};
@@ -136,11 +136,16 @@ void FillByConstantSpacing(PingSettings const& settings, Sector const& sector, d
 
 } // namespace
 
-void FillBeamAngles(PingSettings const& settings, double depth, std::vector<float>& angles)
+std::size_t MostBeams(PingSettings const& settings)
 {
     int const most = std::clamp(settings.mostBeams, 1, GreatestBeams);
     int const least = std::clamp(settings.leastBeams, 1, most);
-    auto const beams = static_cast<std::size_t>(settings.beams > 0 ? std::clamp(settings.beams, least, most) : most);
+    return static_cast<std::size_t>(settings.beams > 0 ? std::clamp(settings.beams, least, most) : most);
+}
+
+void FillBeamAngles(PingSettings const& settings, double depth, std::vector<float>& angles)
+{
+    std::size_t const beams = MostBeams(settings);
     Sector const sector = SectorOf(settings.sectorSteering, settings.coverage);
     angles.clear();
     if (settings.mode == BeamMode::Flex) {

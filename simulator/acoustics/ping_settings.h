@@ -4,6 +4,7 @@
 #include "receiver.h"
 #include "result.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -52,7 +53,8 @@ struct MultiDetectSettings
     bool enabled = false;
     int objectSize = 1;  ///< samples that an object takes: what is smaller is averaged away
     int sensitivity = 1; ///< 1 (what is far above the noise) to 5 (whatever is above it)
-    int greatest = 4;    ///< detections beside the bottom
+    int greatest = 4;    ///< detections beside the bottom; no more than Most count
+    static constexpr int Most = 16;
 
     bool operator==(MultiDetectSettings const&) const = default;
 };
@@ -119,8 +121,11 @@ double EchoLength(PingSettings const& settings);
 /// Pings per second that echoes from `range` m leave time for, at m/s; 0 where one of them is not above 0 or no number.
 double GreatestPingRate(double range, double soundSpeed);
 
+/// How many beams are formed at most, 1 to GreatestBeams; only a constant spacing may leave some out.
+std::size_t MostBeams(PingSettings const& settings);
+
 /// The directions that are asked for: degrees across track to starboard, ascending, in the frame that they are kept
-/// in; at least 1, at most GreatestBeams, all within GreatestAngle. `depth` in m counts for constant spacing alone.
+/// in; at least 1, at most MostBeams, all within GreatestAngle. `depth` in m counts for constant spacing alone.
 void FillBeamAngles(PingSettings const& settings, double depth, std::vector<float>& angles);
 inline constexpr double GreatestAngle = 85.0;
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace qx5::acoustics {
 
@@ -127,6 +128,62 @@ double Scene::Relief(double east, double north) const
     return height;
 }
 
+Result<Scene> Scene::OfShapes(SceneShapes shapes)
+{
+    constexpr double far = 1e6;
+    if (auto failure = FirstOutside({{"depth", "m", shapes.depth, 0.5, 11000.0},
+                                     {"slope to the east", "degrees", shapes.slopeEast, -60.0, 60.0},
+                                     {"slope to the north", "degrees", shapes.slopeNorth, -60.0, 60.0},
+                                     {"number of waves", "", static_cast<double>(shapes.waves.size()), 0.0,
+                                      static_cast<double>(SceneShapes::MostWaves)},
+                                     {"number of mounds", "", static_cast<double>(shapes.mounds.size()), 0.0,
+                                      static_cast<double>(SceneShapes::MostMounds)},
+                                     {"number of targets", "", static_cast<double>(shapes.targets.size()), 0.0,
+                                      static_cast<double>(GreatestTargets)}})) {
+        return *std::move(failure);
+    }
+    for (SceneShapes::Wave const& wave : shapes.waves) {
+        if (auto failure = FirstOutside({{"height of a wave", "m", wave.height, 0.0, 1000.0},
+                                         {"length of a wave", "m", wave.length, 0.1, far},
+                                         {"heading of a wave", "degrees", wave.heading, -360.0, 360.0}})) {
+            return *std::move(failure);
+        }
+    }
+    for (SceneShapes::Mound const& mound : shapes.mounds) {
+        if (auto failure = FirstOutside({{"east of a mound", "m", mound.east, -far, far},
+                                         {"north of a mound", "m", mound.north, -far, far},
+                                         {"radius of a mound", "m", mound.radius, 0.01, far},
+                                         {"height of a mound", "m", mound.height, -11000.0, 11000.0}})) {
+            return *std::move(failure);
+        }
+    }
+    for (WaterTarget const& target : shapes.targets) {
+        if (auto failure = FirstOutside({{"east of a target", "m", target.east, -far, far},
+                                         {"north of a target", "m", target.north, -far, far},
+                                         {"depth of a target", "m", target.depth, 0.0, 11000.0},
+                                         {"strength of a target", "dB", target.strength, -150.0, 50.0}})) {
+            return *std::move(failure);
+        }
+    }
+    Scene scene(SceneKind::Described, shapes.depth, 0);
+    scene.m_shapes = std::move(shapes);
+    return scene;
+}
+
+double Scene::Shaped(double east, double north) const
+{
+    double depth =
+        m_depth + east * std::tan(Radians(m_shapes.slopeEast)) + north * std::tan(Radians(m_shapes.slopeNorth));
+    for (SceneShapes::Wave const& wave : m_shapes.waves) {
+        double const crossing = north * std::cos(Radians(wave.heading)) + east * std::sin(Radians(wave.heading));
+        depth -= wave.height * Wave(crossing, wave.length, 0.0);
+    }
+    for (SceneShapes::Mound const& mound : m_shapes.mounds) {
+        depth -= mound.height * (1.0 - Step(std::hypot(east - mound.east, north - mound.north), 0.0, mound.radius));
+    }
+    return depth;
+}
+
 double Scene::Depth(double east, double north) const
 {
     double depth = m_depth;
@@ -164,6 +221,9 @@ double Scene::Depth(double east, double north) const
         depth -= m_depth * 0.75 * Step(east, wall, wall + 0.3);
         break;
     }
+    case SceneKind::Described:
+        depth = Shaped(east, north);
+        break;
     }
     return std::max(depth, leastDepth);
 }
@@ -194,6 +254,14 @@ BottomPlace Scene::At(double east, double north) const
     case SceneKind::GasPlume:
         place.bottom = Bottom::Mud;
         break;
+    case SceneKind::Described:
+        place.bottom = m_shapes.bottom;
+        for (SceneShapes::Mound const& mound : m_shapes.mounds) {
+            if (mound.bottom && std::hypot(east - mound.east, north - mound.north) < mound.radius) {
+                place.bottom = *mound.bottom;
+            }
+        }
+        break;
     }
     return place;
 }
@@ -209,11 +277,17 @@ void Scene::AppendTargets(double east, double north, double reach, double second
     };
     // The n-th number by chance of something that is counted.
     auto const chance = [&](std::uint64_t what, std::uint64_t n) { return Uniform(MixedOf(m_seed, what, n)); };
+    for (WaterTarget const& target : m_shapes.targets) {
+        add(target);
+    }
     if (m_kind == SceneKind::Wreck) {
-        // A mast of iron above the house.
-        double const top = std::max(m_depth * 0.35, leastDepth);
-        for (double depth = top; depth < Depth(4.0, 0.0); depth += 0.5) {
-            add({4.0, 0.0, depth, -28.0});
+        // A mast of iron, 8 m above the house.
+        double const house = Depth(4.0, 0.0);
+        for (int part = 1; part <= 16; ++part) {
+            double const depth = house - 0.5 * part;
+            if (depth > leastDepth) {
+                add({4.0, 0.0, depth, -28.0});
+            }
         }
     } else if (m_kind == SceneKind::Fish) {
         // Schools along the line, one every 25 m; each fish within an ellipsoid of its own.

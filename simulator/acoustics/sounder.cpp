@@ -138,6 +138,10 @@ std::optional<Failure> Sounder::Prepare(PingSettings const& settings)
     m_firstPatch.resize(samples + 1);
     m_row.resize(samples);
     m_speckle.assign(samples, 1.0F);
+    for (std::vector<Piece>& pieces : m_pieces) {
+        pieces.reserve(2 * mostPieces);
+    }
+    m_targets.reserve(Scene::GreatestTargets);
     // What the converter leaves is all that detection can tell noise from.
     std::vector<float> floor(m_noise);
     for (float& noise : floor) {
@@ -180,7 +184,9 @@ void Sounder::Point(PingEchoes& out)
     }
 
     double const reckoned = m_settings.depthIsFixed || m_bottom <= 0.0 ? m_settings.depth : m_bottom;
+    out.water.angles.reserve(GreatestBeams);
     FillBeamAngles(m_settings, reckoned, out.water.angles);
+    m_beams.reserve(GreatestBeams);
     m_beams.resize(out.water.angles.size());
     for (std::size_t i = 0; i < m_beams.size(); ++i) {
         double const wanted = static_cast<double>(out.water.angles[i]);
@@ -322,7 +328,8 @@ void Sounder::GatherBottom(int side)
             std::size_t const row = static_cast<std::size_t>(next.bottom) * anglesOfStrength;
             double const bodySine = BodySine(side * sine);
             double const strength =
-                static_cast<double>(m_strengths[row + static_cast<std::size_t>(tenth + 0.5)]) * FanIntensity(bodySine);
+                static_cast<double>(m_strengths[row + static_cast<std::size_t>(std::lround(tenth))]) *
+                FanIntensity(bodySine);
             pieces.push_back({sine, range, strength, facing});
             AddEcho(range, strength * widthAlong * range * length, bodySine, place);
         }
@@ -511,11 +518,14 @@ std::optional<Failure> Sounder::Hear(PingSettings const& settings, double second
     out.soundSpeed = settings.soundSpeed;
     Point(out);
     out.beams = static_cast<std::uint16_t>(m_beams.size());
+    std::size_t const mostOfBeam = m_settings.multiDetect.enabled ? 1 + MultiDetectSettings::Most : 1;
+    out.detections.reserve(MostBeams(m_settings) * mostOfBeam);
     std::size_t const samples = m_sampling.samples;
     out.water.samples = m_sampling.samples;
     out.water.interval = m_sampling.interval;
     out.water.step = levelStep;
     out.water.floor = Converter{}.fullScale - levelSpan;
+    out.water.levels.reserve(MostBeams(m_settings) * samples);
     out.water.levels.resize(m_beams.size() * samples);
     out.water.gain.resize(samples);
     out.water.noise.resize(samples);
@@ -550,6 +560,7 @@ std::optional<Failure> Sounder::Hear(PingSettings const& settings, double second
     m_detector.Finish(out.detections);
 
     m_depths.clear();
+    m_depths.reserve(out.detections.capacity());
     double const alongSine = Sine(out.steering);
     for (Detection const& detection : out.detections) {
         double const sine = Sine(static_cast<double>(detection.angle));

@@ -99,6 +99,7 @@ TrackedSettings Tracker::Next(PingEchoes const& echoes, PingSettings const& sett
         return next;
     }
 
+    m_sorted.reserve(found.capacity());
     m_sorted.clear();
     for (Detection const& detection : found) {
         m_sorted.push_back(static_cast<float>(static_cast<double>(detection.travelTime) * echoes.soundSpeed / 2.0));

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <numbers>
 #include <sstream>
 
@@ -134,10 +135,67 @@ TEST(SoundingsCommand, KeysHaveTheirEffect)
     EXPECT_LE(Objects(Flat({"--json", "x5MaxBeams=4096", "x5CustomBeams=4096"})).size(), 1024U);
 }
 
+TEST(SoundingsCommand, TakesASceneFromAFile)
+{
+    TemporaryFolder const folder("qx5-soundings");
+    std::string const file = folder / "scene.json";
+    auto const sounded = [&](std::string const& text, Words const& more) {
+        std::ofstream(file) << text;
+        Words words{"soundings", "--scene-file", file, "--calm"};
+        words.insert(words.end(), more.begin(), more.end());
+        return Qx5(words);
+    };
+    // The ship begins 40 m to the south of the origin. It heads north: what falls by 5 degrees to the east falls to
+    // starboard, by 0.0875 m for each. A hill below it, 3 m high.
+    auto const outcome = sounded(R"({"depth": 20, "slope_east": 5, "bottom": "gravel",
+        "mounds": [{"north": -40, "radius": 6, "height": 3, "bottom": "rock"}]})",
+                                 {"--json", "--truth", "x5CoverageAngle=120", "x5Power=210", "x5CustomBeams=101"});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    int far = 0;
+    for (std::string const& line : Lines(outcome.out)) {
+        auto const object = nlohmann::json::parse(line);
+        double const across = object["across"];
+        if (std::abs(across) > 10.0) {
+            EXPECT_NEAR(object["true_depth"], 20.0 + 0.08749 * across, 0.4);
+            ++far;
+        } else if (object["beam"] == 50) {
+            EXPECT_NEAR(object["true_depth"], 17.0, 0.01);
+            EXPECT_NEAR(object["depth"], 17.0, 0.3);
+        }
+    }
+    EXPECT_GT(far, 40);
+    for (auto const& [text, where] : std::vector<std::pair<std::string, std::string>>{
+             {"", "line 1, column 1"},
+             {R"({"depth": 20,)", "line 1"},
+             {"[]", "$"},
+             {R"({"depth": "deep"})", "$.depth"},
+             {R"({"depth": 1e999})", "$.depth"},
+             {R"({"depth": "inf"})", "depth inf m lies outside of 0.5 to 11000 m"},
+             {R"({"depth": 0})", "depth 0 m lies outside"},
+             {R"({"depht": 20})", "depht"},
+             {R"({"bottom": "cheese"})", R"(there is no bottom "cheese")"},
+             {R"({"waves": [{"length": 0}]})", "length of a wave 0 m lies outside"},
+             {R"({"mounds": [{"radius": 1}, {"radius": -1}]})", "radius of a mound -1 m"},
+             {R"({"mounds": [{"size": 1}]})", "$.mounds[0]"},
+             {R"({"targets": [{"east": 1}]})", "$.targets[0]"},
+             {R"({"targets": [{"east": 1, "north": 2, "depth": "nan", "strength": -30}]})", "depth of a target nan m"},
+         }) {
+        ExpectComplaint(sounded(text, {"--json"}), 2, {"scene.json", where});
+    }
+    std::string many = R"({"mounds": [{})";
+    for (int i = 0; i < 64; ++i) {
+        many += ",{}";
+    }
+    ExpectComplaint(sounded(many + "]}", {"--json"}), 2, {"$.mounds: holds 65, more than 64"});
+    ExpectComplaint(sounded(std::string(2'000'000, ' '), {"--json"}), 2, {"no more than 1048576 bytes"});
+    ExpectComplaint(Qx5({"soundings", "--scene-file", folder / "none.json"}), 2, {"none.json", "cannot be read"});
+    ExpectComplaint(Qx5({"soundings", "--scene-file", file, "--scene", "flat"}), 2, {"--scene"});
+}
+
 TEST(SoundingsCommand, RefusesWhatIsNoSceneOrSettingInOneLine)
 {
     ExpectComplaint(Qx5({"soundings", "--scene", "moon"}), 2, {"moon", "wreck"});
-    ExpectComplaint(Qx5({"soundings"}), 2, {"--scene", "qx5 soundings --help"});
+    ExpectComplaint(Qx5({"soundings"}), 2, {"--scene, --scene-file or --sonar is required", "qx5 soundings --help"});
     for (char const* const depth : {"0", "-1", "nan", "inf", "1e9"}) {
         ExpectComplaint(Qx5({"soundings", "--scene", "flat", "--depth", depth}), 2, {"0.5 to 11000 m"});
     }
