@@ -154,26 +154,28 @@ void AddPresetCommands(CLI::App& app, PresetOptions& preset, int& code, Runs con
     addName(remove, "The preset's name");
 }
 
-/// What a simulated sonar hears. Gives the option that names the scene, to which the others belong where it has no
-/// default.
-CLI::Option* AddSceneOptions(CLI::App& command, SceneOptions& scene)
+/// Of AddSceneOptions.
+struct SceneChoice
+{
+    CLI::Option* name;
+    CLI::Option* depth;
+};
+
+/// What a simulated sonar hears.
+SceneChoice AddSceneOptions(CLI::App& command, SceneOptions& scene)
 {
     CLI::Option* name =
         command.add_option("--scene", scene.name, fmt::format("{}", fmt::join(SceneTexts(), ", ")))->type_name("NAME");
     CLI::Option* depth =
         command.add_option("--depth", scene.depth, "The scene's mean depth")->capture_default_str()->type_name("M");
-    CLI::Option* seed = command.add_option("--seed", scene.seed, "The same seed gives the same soundings")
-                            ->capture_default_str()
-                            ->type_name("N");
-    CLI::Option* calm = command.add_flag("--calm", scene.calm, "The ship does not roll, pitch, heave or yaw");
-    if (scene.name.empty()) {
-        for (CLI::Option* each : {depth, seed, calm}) {
-            each->needs(name);
-        }
-    } else {
+    command.add_option("--seed", scene.seed, "The same seed gives the same soundings")
+        ->capture_default_str()
+        ->type_name("N");
+    command.add_flag("--calm", scene.calm, "The ship does not roll, pitch, heave or yaw");
+    if (!scene.name.empty()) {
         name->capture_default_str();
     }
-    return name;
+    return {name, depth};
 }
 
 /// `qx5 soundings`. Which scenes, depths and settings are good is told by the simulated sonar.
@@ -181,18 +183,17 @@ void AddSoundingsCommand(CLI::App& app, SoundingsOptions& soundings, int& code, 
 {
     CLI::App* command = app.add_subcommand("soundings", "Print what a sonar sounds, or the simulated one over a scene");
     runsHost(command, [&code, &soundings] { code = Soundings(soundings); });
-    CLI::Option* sonar = command->add_option("--sonar", soundings.sonar, "One on the network")->type_name("HOST:PORT");
-    CLI::Option* scene = AddSceneOptions(*command, soundings.scene);
-    sonar->excludes(scene);
-    command->add_option("--scene-file", soundings.sceneFile, "A scene of one's own, in place of those")
-        ->excludes(scene)
-        ->excludes(sonar)
-        ->type_name("FILE");
-    // These hold for either scene.
-    for (char const* const name : {"--seed", "--calm"}) {
-        command->get_option(name)->remove_needs(scene);
-        sonar->excludes(name);
-    }
+    SceneChoice const scene = AddSceneOptions(*command, soundings.scene);
+    CLI::Option* file =
+        command->add_option("--scene-file", soundings.sceneFile, "A scene of one's own, in place of those")
+            ->excludes(scene.name)
+            ->excludes(scene.depth)
+            ->type_name("FILE");
+    CLI::Option* sonar = command->add_option("--sonar", soundings.sonar, "One on the network")
+                             ->excludes(scene.name)
+                             ->excludes(scene.depth)
+                             ->excludes(file)
+                             ->type_name("HOST:PORT");
     command->add_option("--pings", soundings.pings, "How many, 1 to 1000000")
         ->capture_default_str()
         ->check(CLI::Range(1, 1'000'000).description(""))
@@ -403,22 +404,13 @@ int RunCommandLine(int argc, char** argv)
                        "Render every tab into a file of its own: a % in the file's name stands for the tab's caption")
             ->needs(screenshot)
             ->excludes(tab);
-    CLI::Option* display =
-        runCommand
-            ->add_option("--display", run.display,
-                         "The display to render in place of the sonar's view, by its name; a wrong one lists them")
-            ->type_name("NAME")
-            ->needs(screenshot)
-            ->excludes(tab)
-            ->excludes(allTabs);
     runCommand->add_option("--scale", run.scale, "Size of what is rendered in per cent: 100, 150 or 200")
         ->capture_default_str()
         ->check(CLI::IsMember({100, 150, 200}).description(""))
         ->needs(screenshot);
     runCommand->add_flag("--whole-window", run.wholeWindow, "Render the whole window")
         ->needs(screenshot)
-        ->excludes(allTabs)
-        ->excludes(display);
+        ->excludes(allTabs);
     runCommand->add_flag("--dark", run.dark, "Begin with a dark palette");
     runsHost(runCommand, [&] { code = Run(run); });
 

@@ -77,10 +77,12 @@ std::vector<std::string> SceneTexts()
 
 int Soundings(SoundingsOptions const& options)
 {
-    if (options.sonar.empty() && options.scene.name.empty() && options.sceneFile.empty()) {
-        return Complain(ExitWrong,
-                        "tell what is to be sounded, --scene NAME, --scene-file FILE or --sonar HOST:PORT; `qx5 "
-                        "soundings --help` tells how");
+    int const told =
+        (options.sonar.empty() ? 0 : 1) + (options.scene.name.empty() ? 0 : 1) + (options.sceneFile.empty() ? 0 : 1);
+    if (told != 1) {
+        return Complain(
+            ExitWrong,
+            "soundings: --scene, --scene-file or --sonar is required; `qx5 soundings --help` tells how it is called");
     }
     SoundingForm const form = options.json  ? SoundingForm::Json
                               : options.csv ? SoundingForm::Csv

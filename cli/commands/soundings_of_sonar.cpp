@@ -30,8 +30,8 @@ namespace qx5::cli {
 
 namespace {
 
-constexpr std::chrono::seconds connectionLimit{5};
-constexpr std::chrono::milliseconds longestIntroduction{500};
+constexpr std::chrono::seconds sonarFoundLimit{5};
+constexpr std::chrono::milliseconds sonarToldLimit{500};
 constexpr std::chrono::seconds answerLimit{2};
 /// From one ping to the next, or to a ping's echoes.
 constexpr std::chrono::seconds pingLimit{10};
@@ -195,11 +195,11 @@ int SoundingsOfSonar(SoundingsOptions const& options, SoundingForm form)
         return Complain(ExitFailed, error);
     }
     session.Connect(host, port);
-    if (!session.WaitForConnection(connectionLimit, error)) {
+    if (!session.WaitForConnection(sonarFoundLimit, error)) {
         return Complain(ExitFailed,
                         fmt::format("no connection to the sonar: {}; is it (or `qx5 sim`) running there?", error));
     }
-    session.WaitForIntroduction(longestIntroduction);
+    session.WaitForIntroduction(sonarToldLimit);
     if (!options.keyValues.empty()) {
         if (auto const problem = RequestFirst(session, outcome, request); !problem.empty()) {
             return Complain(ExitFailed, problem);

@@ -195,7 +195,7 @@ TEST(SoundingsCommand, TakesASceneFromAFile)
 TEST(SoundingsCommand, RefusesWhatIsNoSceneOrSettingInOneLine)
 {
     ExpectComplaint(Qx5({"soundings", "--scene", "moon"}), 2, {"moon", "wreck"});
-    ExpectComplaint(Qx5({"soundings"}), 2, {"--scene or --scene-file is required", "qx5 soundings --help"});
+    ExpectComplaint(Qx5({"soundings"}), 2, {"--scene, --scene-file or --sonar is required", "qx5 soundings --help"});
     for (char const* const depth : {"0", "-1", "nan", "inf", "1e9"}) {
         ExpectComplaint(Qx5({"soundings", "--scene", "flat", "--depth", depth}), 2, {"0.5 to 11000 m"});
     }

@@ -64,7 +64,7 @@ TEST(SoundingsOfSonar, FollowsASonarThatPings)
 
 TEST(SoundingsOfSonar, SaysWhatGoesWrong)
 {
-    ExpectComplaint(Qx5({"soundings"}), 2, {"--scene NAME", "--sonar HOST:PORT", "qx5 soundings --help"});
+    ExpectComplaint(Qx5({"soundings"}), 2, {"--scene", "--sonar", "qx5 soundings --help"});
     ExpectComplaint(Qx5({"soundings", "--sonar", "nowhere"}), 2, {"--sonar", "'nowhere' is no HOST:PORT"});
     ExpectComplaint(Qx5({"soundings", "--sonar", "127.0.0.1:1", "--scene", "flat"}), 2, {"excludes"});
     DeafPort const nobody;
