@@ -90,6 +90,7 @@ struct RunOptions
     bool terminal = false;    ///< the keyboard is an operator terminal; no guided session
     bool guided = false;      ///< the guided session in place of the window
     std::string screenshot;   ///< a file: render into that in place of opening a window
+    std::string display;      ///< to render in place of the view, by name; empty: the view
     int tab = 0;              ///< of the view that is rendered, from 0
     int scale = 100;          ///< per cent, of what is rendered
     bool dark = false;        ///< the window begins with a dark palette

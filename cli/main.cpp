@@ -404,13 +404,22 @@ int RunCommandLine(int argc, char** argv)
                        "Render every tab into a file of its own: a % in the file's name stands for the tab's caption")
             ->needs(screenshot)
             ->excludes(tab);
+    CLI::Option* display =
+        runCommand
+            ->add_option("--display", run.display,
+                         "The display to render in place of the sonar's view, by its name; a wrong one lists them")
+            ->type_name("NAME")
+            ->needs(screenshot)
+            ->excludes(tab)
+            ->excludes(allTabs);
     runCommand->add_option("--scale", run.scale, "Size of what is rendered in per cent: 100, 150 or 200")
         ->capture_default_str()
         ->check(CLI::IsMember({100, 150, 200}).description(""))
         ->needs(screenshot);
     runCommand->add_flag("--whole-window", run.wholeWindow, "Render the whole window")
         ->needs(screenshot)
-        ->excludes(allTabs);
+        ->excludes(allTabs)
+        ->excludes(display);
     runCommand->add_flag("--dark", run.dark, "Begin with a dark palette");
     runsHost(runCommand, [&] { code = Run(run); });
 
