@@ -11,7 +11,6 @@
 #include <VordalDataBlocksR/BaseDevice.h>
 #include <VordalDataBlocksR/SonarEchoItems.h>
 
-#include <protocol/records/shared_keys.h>
 #include <protocol/settings_keys.h>
 
 #include <algorithm>
@@ -22,8 +21,6 @@ namespace {
 
 namespace protocol = qx5::protocol;
 
-constexpr AttributeKey deviceIdKey{protocol::keys::DeviceId.text};
-constexpr AttributeKey deviceEnumKey{protocol::keys::DeviceEnum.text};
 constexpr AttributeKey echoRecordsKey{protocol::keys::EchoRecords.text};
 
 CDataId StreamOf(CDataId sonar, unsigned short group)
@@ -132,14 +129,13 @@ void EchoStreams::Attend(bool connected, Ask const& ask)
     }
 }
 
-bool EchoStreams::TakeUp(CAttributeMap const& told)
+void EchoStreams::TakeUp(CAttributeMap const& told)
 {
     bool areOffered = false;
     unsigned flags = 0;
     if (told.GetAttribValue(echoRecordsKey, areOffered, flags)) {
         m_areOffered = areOffered;
     }
-    return told.Has(deviceIdKey) || told.Has(deviceEnumKey) || told.Has(echoRecordsKey);
 }
 
 bool EchoStreams::Take(protocol::FrameView const& frame, std::string& damage)

@@ -60,8 +60,8 @@ public:
         m_areOffered = false;
     }
     /// Takes up what the sonar tells. Until it has told on this connection that it has echoes, it is asked for none:
-    /// who does not know the request is not to get it. True when Attend is to be called.
-    bool TakeUp(CAttributeMap const& told);
+    /// who does not know the request is not to get it. Attend follows.
+    void TakeUp(CAttributeMap const& told);
     /// Sees to it that the streams have buffers with the status of the connection, and that the sonar is asked for
     /// what is followed and for no more. A sonar that shares the port is asked once it has told who it is.
     void Attend(bool connected, Ask const& ask);

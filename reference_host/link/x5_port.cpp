@@ -143,9 +143,9 @@ void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
         GetHost().MergeDecoded(*device, tree);
         PutStreamData(*device, status, isData ? settings : std::nullopt);
     }
-    if (m_echoes.TakeUp(tree)) {
-        OnFollowersChanged();
-    }
+    m_echoes.TakeUp(tree);
+    // A sonar that has told who it is can be asked.
+    OnFollowersChanged();
 }
 
 void X5Port::TellStreamsOfConnection(bool connected)

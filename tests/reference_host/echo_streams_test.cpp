@@ -102,6 +102,17 @@ Bytes NumberFrame(unsigned char number)
     return frame;
 }
 
+/// A tree record 90010 that says "EchoRecords" = true or false.
+Bytes OfferFrame(unsigned char areOffered)
+{
+    auto frame = Frame({1,   0,   0,   0,   1,   0,   0,   0,   11, 0,          0, 0, 'E', 'c', 'h',
+                        'o', 'R', 'e', 'c', 'o', 'r', 'd', 's', 3,  areOffered, 0, 0, 0,   0});
+    frame[32] = 0x9A;
+    frame[33] = 0x5F;
+    frame[34] = 1;
+    return frame;
+}
+
 std::string HexOf(std::span<unsigned char const> bytes)
 {
     std::string text;
@@ -207,12 +218,12 @@ protected:
         tree.Add(L"DeviceEnum", CVordalInt(head), 0);
         host.ReplaceAttributes(device, tree);
     }
-    void Connect(std::size_t connections = 1)
+    void Connect()
     {
         port->Open();
-        ASSERT_TRUE(peer.WaitForConnections(connections));
+        ASSERT_TRUE(peer.WaitForConnections(1));
         ASSERT_TRUE(Eventually([&] { return port->GetLink().IsConnected(); }));
-        Settle();
+        Tell({OfferFrame(1)});
     }
     /// What was posted to the host thread so far has run, and what that posted.
     void Settle()
@@ -302,6 +313,19 @@ TEST_F(EchoStreamsTest, TheSonarIsAskedWhileSomebodyFollowsAndForNoMore)
     EXPECT_EQ(peer.Received().size(), 4 * 96U);
 }
 
+TEST_F(EchoStreamsTest, ASonarThatTellsOfNoEchoesIsAskedForNone)
+{
+    Follower const water(WaterColumn(1));
+    port->Open();
+    ASSERT_TRUE(peer.WaitForConnections(1));
+    ASSERT_TRUE(Eventually([&] { return port->GetLink().IsConnected(); }));
+    Tell({});
+    Tell({OfferFrame(0)});
+    EXPECT_THAT(peer.Received(), IsEmpty());
+    Tell({OfferFrame(1)});
+    EXPECT_THAT(Asked(1), ElementsAre("00000000 ffff 02000000"));
+}
+
 TEST_F(EchoStreamsTest, BlocksHoldWhatTheSonarTold)
 {
     Connect();
@@ -361,6 +385,10 @@ TEST_F(EchoStreamsTest, ItIsAskedAgainWithEachConnectionAndTheStatusTellsOfIt)
     peer.Write(Bytes(cut.begin(), cut.begin() + 150)); // it vanishes in mid-frame
     peer.Disconnect();
     ASSERT_TRUE(peer.WaitForConnections(2));
+    EXPECT_TRUE(Eventually([&] { return StatusOf(WaterColumn(1)) == 0; }));
+    Tell({});
+    EXPECT_EQ(Asked(1).size(), 1U) << "this sonar has not told yet that it has echoes";
+    Tell({OfferFrame(1)});
     EXPECT_THAT(Asked(2).back(), "00000000 ffff 02000000");
     EXPECT_TRUE(Eventually([&] { return StatusOf(WaterColumn(1)) == 0; }));
     EXPECT_EQ(water.Count(), 1U);
@@ -399,6 +427,7 @@ TEST_F(EchoStreamsTest, HeadsOnOneLinkAreKeptApart)
 TEST_F(EchoStreamsTest, WhileTheHostIsBusyTheNewestWinsAndNothingWaitsBehindPictures)
 {
     Connect();
+    auto const before = port->GetLink().GetCounters().bytesIn;
     Follower detections(Detections(1));
     Follower water(WaterColumn(1));
     ASSERT_TRUE(peer.WaitForBytes(96));
@@ -418,7 +447,7 @@ TEST_F(EchoStreamsTest, WhileTheHostIsBusyTheNewestWinsAndNothingWaitsBehindPict
     peer.Write(DetectionsFrame());
     peer.Write(NumberFrame(77));
     // All of it is taken while the host does nothing: what came last came with the rest.
-    auto const all = pings * frame.size() + DetectionsFrame().size() + NumberFrame(77).size();
+    auto const all = before + pings * frame.size() + DetectionsFrame().size() + NumberFrame(77).size();
     EXPECT_TRUE(Eventually([&] { return port->GetLink().GetCounters().bytesIn == all; }));
     EXPECT_EQ(port->Pauses(), 0U);
     EXPECT_TRUE(Eventually([&] { return port->EchoCounts().dropped == pings - 1; }));
