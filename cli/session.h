@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -84,7 +85,13 @@ public:
 
     /// Hands the request to the device as a view does, and returns when the device has carried it out. False when an
     /// exception ended it; it has been logged.
-    bool Request(CAttributeMap const& request);
+    bool Request(CAttributeMap const& request) { return RequestAs(m_origin, request); }
+    /// The same as if another part of the host asked.
+    bool RequestAs(vordal::RequestOrigin who, CAttributeMap const& request);
+    /// From here on only the operator asks, for so long or until it is given back.
+    void TakeLease(std::optional<double> seconds);
+    /// False when there is none.
+    bool GiveBackLease();
     /// Gives the sonar an operator terminal with presets, and the host an application with displays. Once;
     /// what the plug-in asks for is then told, too.
     void AttachTerminal();
@@ -133,7 +140,7 @@ private:
     CString m_guid; ///< of the application
     vordal::RequestOrigin const m_origin;
     SwitchedOn m_switches;
-    operation::OperatorDesk m_desk; ///< at work where there is a project
+    operation::OperatorDesk m_desk;
     vordal::LiveHost m_host;
     vordal::StoredProject m_project; ///< the sonar, with what is stored of it
     std::unique_ptr<vordal::ProjectStore> m_store;

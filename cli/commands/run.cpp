@@ -20,6 +20,7 @@
 #include <simulator/sonar_server.h>
 
 #include <algorithm>
+#include <charconv>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -50,6 +51,9 @@ constexpr GuidedStep guidedSteps[]{
 };
 
 constexpr std::string_view help = "key=value ...          one request with these keys (key:kind=value forces a kind)\n"
+                                  "program key=value ...  the same as if another part of the host asked\n"
+                                  "lease [SECONDS]        only the operator asks, until `release` or for so long\n"
+                                  "release                everybody may ask again\n"
                                   "tree                   the device's tree as it stands\n"
                                   "keys [FILTER]          the request keys\n"
                                   "explain KEY            what becomes of a key\n"
@@ -65,7 +69,7 @@ public:
     }
 
     /// False, after a line on what is wrong, when the text is no request.
-    bool Request(std::string_view keyValues)
+    bool Request(std::string_view keyValues, vordal::RequestOrigin who = vordal::RequestOrigin::Terminal)
     {
         CAttributeMap request;
         std::istringstream words{std::string(keyValues)};
@@ -78,7 +82,7 @@ public:
         }
         m_transcript.Begin();
         auto const refusedBefore = m_session.Counters().refused;
-        if (!m_session.Request(request)) {
+        if (!m_session.RequestAs(who, request)) {
             fmt::print("  the request was broken off\n");
         }
         m_transcript.WaitForSonar(m_sonar != nullptr);
@@ -142,6 +146,15 @@ public:
             fmt::print("a key or a handler is missing; write for example: explain x5Range\n");
         } else if (word == "explain") {
             Explain({rest});
+        } else if (word == "program" && rest.empty()) {
+            fmt::print("a key is missing; write for example: program x5Range=50\n");
+        } else if (word == "program") {
+            Request(rest, vordal::RequestOrigin::Program);
+        } else if (word == "lease") {
+            Lease(rest);
+        } else if (word == "release") {
+            fmt::print("{}\n",
+                       m_session.GiveBackLease() ? "everybody may ask again" : "there is no lease to give back");
         } else if (word == "sonar") {
             std::string answer = "the sonar is not a simulated one of this session";
             if (m_sonar != nullptr) {
@@ -158,6 +171,23 @@ public:
     int ExitCode() const { return m_exitCode; }
 
 private:
+    void Lease(std::string_view text)
+    {
+        if (text.empty()) {
+            m_session.TakeLease({});
+            fmt::print("only the operator asks, until `release`\n");
+            return;
+        }
+        unsigned seconds = 0;
+        auto const [end, problem] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+        if (problem != std::errc() || end != text.data() + text.size() || seconds == 0) {
+            fmt::print("'{}' is no whole number of seconds above 0; write for example: lease 60\n", text);
+        } else {
+            m_session.TakeLease(seconds);
+            fmt::print("only the operator asks, for {} s\n", text);
+        }
+    }
+
     /// Prints what was collected, or `otherwise` when that is nothing, and keeps the project.
     void Show(std::string_view otherwise)
     {
