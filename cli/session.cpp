@@ -292,6 +292,40 @@ bool Session::RequestAs(vordal::RequestOrigin who, CAttributeMap const& request)
     return !m_requestFailed;
 }
 
+void Session::WaitForResults()
+{
+    // The desk ends by itself what waits too long.
+    for (std::size_t waiting = 1; waiting != 0;) {
+        m_host.RunAndWait([&] {
+            m_desk.Tick();
+            waiting = m_desk.Follower().Pending();
+        });
+        if (waiting != 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+}
+
+std::vector<std::string> Session::Step(void (operation::SessionHistory::*step)())
+{
+    WaitForResults();
+    m_desk.Events().Take();
+    m_host.RunAndWait([&] { (m_desk.Steps().*step)(); });
+    std::vector<std::string> lines;
+    for (auto const& event : m_desk.Events().Take().events) {
+        lines.push_back(operation::StatusLine(event));
+    }
+    return lines;
+}
+
+std::deque<operation::HistoryStep> Session::Steps()
+{
+    WaitForResults();
+    operation::SessionHistory::Content content;
+    m_desk.Steps().ReadIfChanged(0, content);
+    return content.steps;
+}
+
 void Session::TakeLease(std::optional<double> seconds)
 {
     m_desk.Lease().Take(SonarId(), operation::Hand::Operator, seconds);

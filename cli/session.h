@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -88,6 +89,12 @@ public:
     bool Request(CAttributeMap const& request) { return RequestAs(m_origin, request); }
     /// The same as if another part of the host asked.
     bool RequestAs(vordal::RequestOrigin who, CAttributeMap const& request);
+    /// Takes back the newest step of what was asked for here, or asks for it again, when the results of all before are
+    /// known. The lines say what could not be done.
+    std::vector<std::string> Undo() { return Step(&operation::SessionHistory::Undo); }
+    std::vector<std::string> Redo() { return Step(&operation::SessionHistory::Redo); }
+    /// What was asked for, from the oldest to the newest.
+    std::deque<operation::HistoryStep> Steps();
     /// From here on only the operator asks, for so long or until it is given back.
     void TakeLease(std::optional<double> seconds);
     /// False when there is none.
@@ -123,6 +130,9 @@ private:
     void OnRequestRefused(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
                           std::string const& reason) override;
     void OnDeviceIdChange();
+    std::vector<std::string> Step(void (operation::SessionHistory::*step)());
+    /// Until it is known what became of all requests.
+    void WaitForResults();
     void TellShown(std::string text);
     void Tell(SessionEvent const& event);
 

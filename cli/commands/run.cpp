@@ -52,6 +52,8 @@ constexpr GuidedStep guidedSteps[]{
 
 constexpr std::string_view help = "key=value ...          one request with these keys (key:kind=value forces a kind)\n"
                                   "program key=value ...  the same as if another part of the host asked\n"
+                                  "undo, redo             take the newest step back, or ask for it again\n"
+                                  "history                what was asked for, step by step\n"
                                   "lease [SECONDS]        only the operator asks, until `release` or for so long\n"
                                   "release                everybody may ask again\n"
                                   "tree                   the device's tree as it stands\n"
@@ -85,13 +87,21 @@ public:
         if (!m_session.RequestAs(who, request)) {
             fmt::print("  the request was broken off\n");
         }
-        m_transcript.WaitForSonar(m_sonar != nullptr);
-        if (auto const refused = m_session.Counters().refused - refusedBefore; refused != 0) {
-            fmt::print("  {} did not leave: the sonar is not connected, or does not read\n",
-                       refused == 1 ? "1 record" : fmt::format("{} records", refused));
-        }
-        Show("  nothing was sent and nothing echoed\n");
+        ShowWhatCame(refusedBefore);
         return true;
+    }
+
+    void Step(bool isUndo)
+    {
+        m_transcript.Begin();
+        auto const refusedBefore = m_session.Counters().refused;
+        auto const problems = isUndo ? m_session.Undo() : m_session.Redo();
+        for (auto const& line : problems) {
+            fmt::print("  {}\n", line);
+        }
+        if (problems.empty()) {
+            ShowWhatCame(refusedBefore);
+        }
     }
 
     /// Enters a code at the operator terminal and prints what came of it.
@@ -150,6 +160,13 @@ public:
             fmt::print("a key is missing; write for example: program x5Range=50\n");
         } else if (word == "program") {
             Request(rest, vordal::RequestOrigin::Program);
+        } else if (word == "undo" || word == "redo") {
+            Step(word == "undo");
+        } else if (word == "history") {
+            for (auto const& step : m_session.Steps()) {
+                bool const isUndone = step.state == operation::HistoryStep::State::Undone;
+                fmt::print("{}  {}{}\n", operation::IsoTime(step.time), StepText(step), isUndone ? " (undone)" : "");
+            }
         } else if (word == "lease") {
             Lease(rest);
         } else if (word == "release") {
@@ -186,6 +203,16 @@ private:
             m_session.TakeLease(seconds);
             fmt::print("only the operator asks, for {} s\n", text);
         }
+    }
+
+    void ShowWhatCame(std::uint64_t refusedBefore)
+    {
+        m_transcript.WaitForSonar(m_sonar != nullptr);
+        if (auto const refused = m_session.Counters().refused - refusedBefore; refused != 0) {
+            fmt::print("  {} did not leave: the sonar is not connected, or does not read\n",
+                       refused == 1 ? "1 record" : fmt::format("{} records", refused));
+        }
+        Show("  nothing was sent and nothing echoed\n");
     }
 
     /// Prints what was collected, or `otherwise` when that is nothing, and keeps the project.

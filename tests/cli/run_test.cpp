@@ -100,6 +100,28 @@ TEST(Run, TheLeaseOfActionsIsTakenAndGivenBackByLines)
     EXPECT_TRUE(sent("x5Range = 90 m"));
 }
 
+TEST(Run, WhatWasAskedForByLinesIsTakenBackByThem)
+{
+    Simulator const sonar;
+    auto const session = Qx5({"run", "--guided", "--sonar", sonar.Endpoint()},
+                             "undo\nx5Range=50\nhistory\nundo\nhistory\nredo\nredo\nx5PingOnOffState=1\nundo\nquit\n");
+    EXPECT_EQ(session.code, 0) << session.err;
+    auto after = [&, from = std::size_t{0}](std::string_view text) mutable {
+        auto const found = session.out.find(text, from);
+        EXPECT_NE(found, std::string::npos) << text << " is not in\n" << session.out.substr(from);
+        from = found == std::string::npos ? from : found + text.size();
+    };
+    after("undo: refused: there is nothing to undo");
+    after("x5Range = 50 m");
+    after("Z  x5Range: 100 to 50\n");
+    after("x5Range = 100 m");
+    after("Z  x5Range: 100 to 50 (undone)\n");
+    after("x5Range = 50 m");
+    after("redo: refused: there is nothing to redo");
+    after("1100 pings on");
+    after("undo: refused: x5PingOnOffState acts or switches: it has no former value");
+}
+
 TEST(Run, ALostSonarIsTold)
 {
     auto const shown = Qx5({"run", "--guided"}, "x5Shutdown\nx5Range=77\n");
