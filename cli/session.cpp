@@ -119,6 +119,8 @@ Session::Session(Listener listener, CString guid, vordal::RequestOrigin origin)
         m_guid = CVordalBaseApp::GetAppInstanceGuid();
     }
     m_host.SetApplication({.guid = m_guid, .mainWindow = false, .lightMode = 4, .displays = {}});
+    m_desk.SetName(SonarId(), "sonar");
+    m_desk.Join(m_host);
     m_host.SetItemTexts(78, 2701, {L"Idle", L"Recording"}); // the states of recording
     m_project.vessels = {{.number = 1, .name = L"Vessel", .configuration = {}}};
     m_project.devices = {{.dataId = SonarId(),
@@ -161,9 +163,7 @@ bool Session::OpenProject(std::string const& file, bool isSimulated, std::string
         m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
         vordal::StoredProject const stored = m_store->Load();
         m_project.toldLimits = stored.toldLimits;
-        m_desk.SetName(SonarId(), "sonar");
         m_desk.Lock().SetLocked(stored.transmitLocked && !isSimulated);
-        m_desk.Join(m_host);
         for (vordal::StoredDevice const& device : stored.devices) {
             if (device.dataId == SonarId()) {
                 m_project.devices.front().attributes = device.attributes;
@@ -178,6 +178,7 @@ bool Session::OpenProject(std::string const& file, bool isSimulated, std::string
 
 bool Session::SaveProject(std::string& error)
 {
+    m_host.RunAndWait([this] { m_desk.Tick(); });
     if (m_store == nullptr) {
         return true;
     }
@@ -188,7 +189,6 @@ bool Session::SaveProject(std::string& error)
         if (!m_store->SaveAttributes(sonar.dataId, sonar.attributes)) {
             m_store->SaveDevice(sonar);
         }
-        m_host.RunAndWait([this] { m_desk.Tick(); });
         m_desk.Log().WriteTo(*m_store);
         return true;
     } catch (vordal::StoreError const& failure) {
@@ -206,9 +206,7 @@ void Session::Connect(std::string const& host, std::uint16_t port)
     m_link = &livePort.GetLink();
     m_link->SetObserver(std::make_shared<Monitor>(*this));
     livePort.SetStatusListener([this](vordal::LinkStatus const& status) {
-        if (m_store != nullptr) {
-            m_desk.OnLinkStatus(SonarId(), status);
-        }
+        m_desk.OnLinkStatus(SonarId(), status);
         {
             std::lock_guard const lock(m_stateMutex);
             m_status = status;
@@ -282,16 +280,60 @@ bool Session::IsConnected()
     return m_status.state == vordal::LinkState::Connected;
 }
 
-bool Session::Request(CAttributeMap const& request)
+bool Session::RequestAs(vordal::RequestOrigin who, CAttributeMap const& request)
 {
     CAttributeMap tree;
     *tree.Add(vordal::keys::Request) = request;
     m_requestFailed = false;
     m_host.RunAndWait([&] {
-        vordal::OriginScope const scope(m_origin);
+        vordal::OriginScope const scope(who);
         DataManager::GetDataManager().SetAttributeMap(SonarId(), tree, 4, false);
     });
     return !m_requestFailed;
+}
+
+void Session::WaitForResults()
+{
+    // The desk ends by itself what waits too long.
+    for (std::size_t waiting = 1; waiting != 0;) {
+        m_host.RunAndWait([&] {
+            m_desk.Tick();
+            waiting = m_desk.Follower().Pending();
+        });
+        if (waiting != 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+}
+
+std::vector<std::string> Session::Step(void (operation::SessionHistory::*step)())
+{
+    WaitForResults();
+    m_desk.Events().Take();
+    m_host.RunAndWait([&] { (m_desk.Steps().*step)(); });
+    std::vector<std::string> lines;
+    for (auto const& event : m_desk.Events().Take().events) {
+        lines.push_back(operation::StatusLine(event));
+    }
+    return lines;
+}
+
+std::deque<operation::HistoryStep> Session::Steps()
+{
+    WaitForResults();
+    operation::SessionHistory::Content content;
+    m_desk.Steps().ReadIfChanged(0, content);
+    return content.steps;
+}
+
+void Session::TakeLease(std::optional<double> seconds)
+{
+    m_desk.Lease().Take(SonarId(), operation::Hand::Operator, seconds);
+}
+
+bool Session::GiveBackLease()
+{
+    return m_desk.Lease().GiveBack(SonarId(), operation::Hand::Operator);
 }
 
 void Session::AttachTerminal()

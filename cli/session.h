@@ -9,9 +9,11 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -84,7 +86,19 @@ public:
 
     /// Hands the request to the device as a view does, and returns when the device has carried it out. False when an
     /// exception ended it; it has been logged.
-    bool Request(CAttributeMap const& request);
+    bool Request(CAttributeMap const& request) { return RequestAs(m_origin, request); }
+    /// The same as if another part of the host asked.
+    bool RequestAs(vordal::RequestOrigin who, CAttributeMap const& request);
+    /// Takes back the newest step of what was asked for here, or asks for it again, when the results of all before are
+    /// known. The lines say what could not be done.
+    std::vector<std::string> Undo() { return Step(&operation::SessionHistory::Undo); }
+    std::vector<std::string> Redo() { return Step(&operation::SessionHistory::Redo); }
+    /// What was asked for, from the oldest to the newest.
+    std::deque<operation::HistoryStep> Steps();
+    /// From here on only the operator asks, for so long or until it is given back.
+    void TakeLease(std::optional<double> seconds);
+    /// False when there is none.
+    bool GiveBackLease();
     /// Gives the sonar an operator terminal with presets, and the host an application with displays. Once;
     /// what the plug-in asks for is then told, too.
     void AttachTerminal();
@@ -116,6 +130,9 @@ private:
     void OnRequestRefused(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
                           std::string const& reason) override;
     void OnDeviceIdChange();
+    std::vector<std::string> Step(void (operation::SessionHistory::*step)());
+    /// Until it is known what became of all requests.
+    void WaitForResults();
     void TellShown(std::string text);
     void Tell(SessionEvent const& event);
 
@@ -133,7 +150,7 @@ private:
     CString m_guid; ///< of the application
     vordal::RequestOrigin const m_origin;
     SwitchedOn m_switches;
-    operation::OperatorDesk m_desk; ///< at work where there is a project
+    operation::OperatorDesk m_desk;
     vordal::LiveHost m_host;
     vordal::StoredProject m_project; ///< the sonar, with what is stored of it
     std::unique_ptr<vordal::ProjectStore> m_store;

@@ -366,7 +366,7 @@ void RequestFollower::Answer(Sonar& sonar, AttributeKey const& key, CAttributeMa
             // A report is one request's answer: the oldest's.
             if (!isPing && each == &sonar.waiting.front()) {
                 known->byReport = true;
-                each->differsSince = each->differsSince.value_or(m_options.steadyClock());
+                each->repeatedSince = each->repeatedSince.value_or(m_options.steadyClock());
             }
         }
         return;
@@ -399,7 +399,8 @@ void RequestFollower::EndSome(Sonar& sonar, double now, std::vector<Action>& sta
     for (std::size_t place = 0; place < sonar.waiting.size();) {
         Waiting& waiting = sonar.waiting[place];
         bool const isOver = now - waiting.asked >= m_options.answerLimit;
-        bool const isSettled = waiting.differsSince && now - *waiting.differsSince >= m_options.settleLimit;
+        auto const isPast = [&](std::optional<double> since) { return since && now - *since >= m_options.settleLimit; };
+        bool const isSettled = isPast(waiting.differsSince) || isPast(waiting.repeatedSince);
         for (auto const& [key, byReport] : waiting.repeated) {
             AttributeKey const told(key);
             if ((isOver || (isSettled && byReport)) && !waiting.judgement.HasAnswerOf(told)) {

@@ -92,10 +92,11 @@ private:
     {
         Action action;
         RequestJudgement judgement;
-        vordal::TreeAccount account; ///< of the answer
-        std::size_t bytes = 0;       ///< of what was asked for
-        double asked = 0.0;          ///< by the steady clock, as are those below
-        std::optional<double> differsSince;
+        vordal::TreeAccount account;         ///< of the answer
+        std::size_t bytes = 0;               ///< of what was asked for
+        double asked = 0.0;                  ///< by the steady clock, as are those below
+        std::optional<double> differsSince;  ///< by news of a value
+        std::optional<double> repeatedSince; ///< by a report of a value that was told before
         bool replaced = false;
         /// Keys that were told again as they were. It may have been on its way when the request left: what a report
         /// repeats counts once it is settled that nothing else comes, what pings repeat when the time is over.

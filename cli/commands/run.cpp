@@ -20,6 +20,7 @@
 #include <simulator/sonar_server.h>
 
 #include <algorithm>
+#include <charconv>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -50,6 +51,11 @@ constexpr GuidedStep guidedSteps[]{
 };
 
 constexpr std::string_view help = "key=value ...          one request with these keys (key:kind=value forces a kind)\n"
+                                  "program key=value ...  the same as if another part of the host asked\n"
+                                  "undo, redo             take the newest step back, or ask for it again\n"
+                                  "history                what was asked for, step by step\n"
+                                  "lease [SECONDS]        only the operator asks, until `release` or for so long\n"
+                                  "release                everybody may ask again\n"
                                   "tree                   the device's tree as it stands\n"
                                   "keys [FILTER]          the request keys\n"
                                   "explain KEY            what becomes of a key\n"
@@ -65,7 +71,7 @@ public:
     }
 
     /// False, after a line on what is wrong, when the text is no request.
-    bool Request(std::string_view keyValues)
+    bool Request(std::string_view keyValues, vordal::RequestOrigin who = vordal::RequestOrigin::Terminal)
     {
         CAttributeMap request;
         std::istringstream words{std::string(keyValues)};
@@ -78,16 +84,24 @@ public:
         }
         m_transcript.Begin();
         auto const refusedBefore = m_session.Counters().refused;
-        if (!m_session.Request(request)) {
+        if (!m_session.RequestAs(who, request)) {
             fmt::print("  the request was broken off\n");
         }
-        m_transcript.WaitForSonar(m_sonar != nullptr);
-        if (auto const refused = m_session.Counters().refused - refusedBefore; refused != 0) {
-            fmt::print("  {} did not leave: the sonar is not connected, or does not read\n",
-                       refused == 1 ? "1 record" : fmt::format("{} records", refused));
-        }
-        Show("  nothing was sent and nothing echoed\n");
+        ShowWhatCame(refusedBefore);
         return true;
+    }
+
+    void Step(bool isUndo)
+    {
+        m_transcript.Begin();
+        auto const refusedBefore = m_session.Counters().refused;
+        auto const problems = isUndo ? m_session.Undo() : m_session.Redo();
+        for (auto const& line : problems) {
+            fmt::print("  {}\n", line);
+        }
+        if (problems.empty()) {
+            ShowWhatCame(refusedBefore);
+        }
     }
 
     /// Enters a code at the operator terminal and prints what came of it.
@@ -142,6 +156,22 @@ public:
             fmt::print("a key or a handler is missing; write for example: explain x5Range\n");
         } else if (word == "explain") {
             Explain({rest});
+        } else if (word == "program" && rest.empty()) {
+            fmt::print("a key is missing; write for example: program x5Range=50\n");
+        } else if (word == "program") {
+            Request(rest, vordal::RequestOrigin::Program);
+        } else if (word == "undo" || word == "redo") {
+            Step(word == "undo");
+        } else if (word == "history") {
+            for (auto const& step : m_session.Steps()) {
+                bool const isUndone = step.state == operation::HistoryStep::State::Undone;
+                fmt::print("{}  {}{}\n", operation::IsoTime(step.time), StepText(step), isUndone ? " (undone)" : "");
+            }
+        } else if (word == "lease") {
+            Lease(rest);
+        } else if (word == "release") {
+            fmt::print("{}\n",
+                       m_session.GiveBackLease() ? "everybody may ask again" : "there is no lease to give back");
         } else if (word == "sonar") {
             std::string answer = "the sonar is not a simulated one of this session";
             if (m_sonar != nullptr) {
@@ -158,6 +188,33 @@ public:
     int ExitCode() const { return m_exitCode; }
 
 private:
+    void Lease(std::string_view text)
+    {
+        if (text.empty()) {
+            m_session.TakeLease({});
+            fmt::print("only the operator asks, until `release`\n");
+            return;
+        }
+        unsigned seconds = 0;
+        auto const [end, problem] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+        if (problem != std::errc() || end != text.data() + text.size() || seconds == 0) {
+            fmt::print("'{}' is no whole number of seconds above 0; write for example: lease 60\n", text);
+        } else {
+            m_session.TakeLease(seconds);
+            fmt::print("only the operator asks, for {} s\n", text);
+        }
+    }
+
+    void ShowWhatCame(std::uint64_t refusedBefore)
+    {
+        m_transcript.WaitForSonar(m_sonar != nullptr);
+        if (auto const refused = m_session.Counters().refused - refusedBefore; refused != 0) {
+            fmt::print("  {} did not leave: the sonar is not connected, or does not read\n",
+                       refused == 1 ? "1 record" : fmt::format("{} records", refused));
+        }
+        Show("  nothing was sent and nothing echoed\n");
+    }
+
     /// Prints what was collected, or `otherwise` when that is nothing, and keeps the project.
     void Show(std::string_view otherwise)
     {

@@ -9,7 +9,6 @@
 #include <vordalhostdllR/DataManager.h>
 
 #include <QPointer>
-#include <QThreadPool>
 
 #include <chrono>
 #include <exception>
@@ -88,8 +87,9 @@ void PresetWork::OnShelf(QObject& asker, std::function<Answer(PresetShelf&)> tas
 
 void PresetWork::OnDisk(QObject& asker, std::function<Answer()> task, Refused refused)
 {
-    QThreadPool::globalInstance()->start([mail = Mail(m_answers, asker), task = std::move(task),
-                                          refused = std::move(refused)] { mail.PostOf(task, refused); });
+    m_disk.Do([mail = Mail(m_answers, asker), task = std::move(task), refused = std::move(refused)] {
+        mail.PostOf(task, refused);
+    });
 }
 
 void PresetWork::Look(QObject& asker, CDataId const& sonar, std::function<void(SonarNow const&)> answer)

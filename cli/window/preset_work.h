@@ -1,6 +1,7 @@
 // What the dialogs of presets need of host, project and disk: done elsewhere, answered on the window thread.
 #pragma once
 
+#include "cli/window/disk_thread.h"
 #include "cli/window/window_answers.h"
 #include "operation/preset_load.h"
 #include "operation/preset_shelf.h"
@@ -74,6 +75,7 @@ private:
     WindowSession& m_session;
     vordal::DevicePanel const& m_sonars;
     WindowAnswers m_answers;
+    DiskThread m_disk;
 };
 
 /// A list of the sonars to choose from, as they are when it is made. Window thread.

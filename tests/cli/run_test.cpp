@@ -81,6 +81,47 @@ TEST(Run, WrongLinesAreToldAndTheSessionGoesOn)
     EXPECT_THAT(after, Not(HasSubstr("x5Range=63 m")));
 }
 
+TEST(Run, TheLeaseOfActionsIsTakenAndGivenBackByLines)
+{
+    auto const session =
+        Qx5({"run", "--guided"}, "program x5Range=60\nlease\nprogram x5Range=70\nx5Range=80\n"
+                                 "lease 3600\nlease soon\nrelease\nrelease\nprogram x5Range=90\nquit\n");
+    EXPECT_EQ(session.code, 0) << session.err;
+    auto const sent = [&](std::string_view range) { return session.out.find(range) != std::string::npos; };
+    EXPECT_TRUE(sent("x5Range = 60 m")) << session.out;
+    EXPECT_THAT(session.out, HasSubstr("only the operator asks, until `release`\n"));
+    EXPECT_THAT(session.out, HasSubstr("refused: the operator has the lease of this sonar's actions\n"));
+    EXPECT_FALSE(sent("x5Range = 70 m"));
+    EXPECT_TRUE(sent("x5Range = 80 m"));
+    EXPECT_THAT(session.out, HasSubstr("only the operator asks, for 3600 s\n"));
+    EXPECT_THAT(session.out, HasSubstr("'soon' is no whole number of seconds above 0; write for example: lease 60\n"));
+    EXPECT_THAT(session.out, HasSubstr("everybody may ask again\n"));
+    EXPECT_THAT(session.out, HasSubstr("there is no lease to give back\n"));
+    EXPECT_TRUE(sent("x5Range = 90 m"));
+}
+
+TEST(Run, WhatWasAskedForByLinesIsTakenBackByThem)
+{
+    Simulator const sonar;
+    auto const session = Qx5({"run", "--guided", "--sonar", sonar.Endpoint()},
+                             "undo\nx5Range=50\nhistory\nundo\nhistory\nredo\nredo\nx5PingOnOffState=1\nundo\nquit\n");
+    EXPECT_EQ(session.code, 0) << session.err;
+    auto after = [&, from = std::size_t{0}](std::string_view text) mutable {
+        auto const found = session.out.find(text, from);
+        EXPECT_NE(found, std::string::npos) << text << " is not in\n" << session.out.substr(from);
+        from = found == std::string::npos ? from : found + text.size();
+    };
+    after("undo: refused: there is nothing to undo");
+    after("x5Range = 50 m");
+    after("Z  x5Range: 100 to 50\n");
+    after("x5Range = 100 m");
+    after("Z  x5Range: 100 to 50 (undone)\n");
+    after("x5Range = 50 m");
+    after("redo: refused: there is nothing to redo");
+    after("1100 pings on");
+    after("undo: refused: x5PingOnOffState acts or switches: it has no former value");
+}
+
 TEST(Run, ALostSonarIsTold)
 {
     auto const shown = Qx5({"run", "--guided"}, "x5Shutdown\nx5Range=77\n");

@@ -211,6 +211,19 @@ TEST_F(FollowedActions, ALaterRequestTakesTheirPlace)
                "2 program, x5Range from 50 m to 60 m has 60 m: agrees"}));
 }
 
+TEST_F(FollowedActions, WhatIsReplacedDoesNotDifferBecauseAReportWasOnItsWay)
+{
+    ToldRange(100.0);
+    AskRange(50.0);
+    ToldRange(100.0);
+    AskRange(60.0);
+    ToldRange(60.0);
+    EXPECT_EQ(
+        TakeStood(),
+        (Lines{"1 program, x5Range from 100 m to 50 m has 60 m: replaced (x5Range: asked 50 m, the sonar has 60 m)",
+               "2 program, x5Range from 100 m to 60 m has 60 m: agrees"}));
+}
+
 TEST_F(FollowedActions, SomebodyElsesChangeIsToldOfWhatWasAgreedHere)
 {
     ToldRange(100.0);
