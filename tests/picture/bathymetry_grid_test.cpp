@@ -1,6 +1,8 @@
 // The grid of soundings: numbers by hand.
 #include "picture/bathymetry_grid.h"
+#include "picture/map_export.h"
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -130,6 +132,49 @@ TEST(BathymetryGrid, PaintsFarOffAndFromFar)
         }
     }
     EXPECT_EQ(grid.Tiles(), 1U) << "looking makes none";
+}
+
+TEST(MapExport, IsTheGridAsEsriHasIt)
+{
+    BathymetryGrid grid(0.5);
+    EXPECT_EQ(WhyNoExport(grid), "there is no sounding on the map yet");
+    grid.Add(-0.75, 10.25, 20.0);
+    grid.Add(-0.75, 10.25, 21.0);
+    grid.Add(0.25, 10.75, 18.125);
+    EXPECT_EQ(WhyNoExport(grid), "");
+    EXPECT_EQ(EsriGridOf(grid), "ncols 3\nnrows 2\nxllcorner -1.000\nyllcorner 10.000\ncellsize 0.500\n"
+                                "NODATA_value -9999\n"
+                                "-9999 -9999 18.125\n"
+                                "20.500 -9999 -9999\n");
+    EXPECT_EQ(WorldFileOf(grid), "0.500000\n0.000000\n0.000000\n-0.500000\n-0.750000\n10.750000\n");
+}
+
+TEST(MapExport, PaintsACellAPixelFromNorthToSouth)
+{
+    BathymetryGrid grid(1.0);
+    grid.Add(0.5, 0.5, 20.0);
+    grid.Add(2.5, 1.5, 20.0);
+    std::array<Colour, 6> pixels{};
+    Canvas canvas(pixels.data(), 3, 2, 3);
+    PaintCells(grid, canvas, MapLayer::Depth, PaletteName::Abyss);
+    EXPECT_EQ(pixels[0], 0U);
+    EXPECT_EQ(pixels[1], 0U);
+    EXPECT_NE(pixels[2], 0U);
+    EXPECT_NE(pixels[3], 0U);
+    EXPECT_EQ(pixels[4], 0U);
+    EXPECT_EQ(pixels[5], 0U);
+}
+
+TEST(MapExport, RefusesSoundingsThatLieTooFarApart)
+{
+    BathymetryGrid grid(0.5);
+    grid.Add(0.0, 0.0, 20.0);
+    grid.Add(5000.25, 5000.25, 20.0);
+    EXPECT_EQ(WhyNoExport(grid), "the soundings lie too far apart: 10001 by 10001 cells");
+    BathymetryGrid fine(0.05);
+    fine.Add(-9e7, 0.0, 20.0);
+    fine.Add(9e7, 0.0, 20.0);
+    EXPECT_EQ(WhyNoExport(fine), "the soundings lie too far apart: 2147483647 by 1 cells");
 }
 
 } // namespace

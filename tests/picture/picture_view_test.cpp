@@ -1,12 +1,16 @@
 // The displays of the picture on a reference host: what blocks and settings become, and what hands ask for.
 #include "made_pings.h"
 #include "shown_picture.h"
+#include "tests/support/temporary_folder.h"
 
 #include <VordalSubscriberR/GeneralSubKeys.h>
 #include <VordalSubscriberR/NotificationInfo.h>
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFile>
+#include <QImage>
+#include <QPushButton>
 #include <QSpinBox>
 #include <QTest>
 #include <QWheelEvent>
@@ -133,6 +137,34 @@ TEST(PictureDisplays, AskOnceForWhatIsDragged)
         EXPECT_EQ(shown.requests[0].Count(), static_cast<int>(row.keys)) << TextOf(shown.requests[0]);
         EXPECT_NEAR(ValueIn(shown.requests[0], row.key), row.value, row.within) << TextOf(shown.requests[0]);
     }
+}
+
+TEST(PictureDisplays, SaveTheMapForOtherPrograms)
+{
+    qx5::test::TemporaryFolder const folder;
+    auto const file = [&](char const* name) { return QString::fromStdString((folder / name).string()); };
+    ShownPicture shown(PaneKind::Map);
+    EXPECT_EQ(shown.View().SaveMap(file("map.asc")), "there is no sounding on the map yet");
+    shown.Ping(MadeSeabed{}, 1);
+    shown.Widget().Render();
+    EXPECT_EQ(shown.View().SaveMap(file("map.asc")), "");
+    QFile grid(file("map.asc"));
+    ASSERT_TRUE(grid.open(QIODevice::ReadOnly));
+    auto const lines = QString::fromLatin1(grid.readAll()).split(QLatin1Char('\n'));
+    ASSERT_GT(lines.size(), 7);
+    int const columns = lines[0].section(QLatin1Char(' '), 1).toInt();
+    int const rows = lines[1].section(QLatin1Char(' '), 1).toInt();
+    EXPECT_GT(columns * rows, 10);
+    EXPECT_EQ(lines.size(), 6 + rows + 1);
+    EXPECT_EQ(lines[6].split(QLatin1Char(' ')).size(), columns);
+
+    EXPECT_EQ(shown.View().SaveMap(file("map.png")), "");
+    QImage const image(file("map.png"));
+    EXPECT_EQ(image.size(), QSize(columns, rows));
+    EXPECT_TRUE(QFile::exists(file("map.pgw")));
+    EXPECT_EQ(shown.View().SaveMap(file("map.gif")), "a map is saved under a name that ends in .asc or .png");
+    EXPECT_TRUE(shown.View().SaveMap(file("none/map.asc")).startsWith("map.asc: "));
+    EXPECT_NE(shown.View().GetWidget()->findChild<QPushButton*>("saveMap"), nullptr);
 }
 
 TEST(PictureDisplays, AskForTheFansTiltWithItsSecondAngle)

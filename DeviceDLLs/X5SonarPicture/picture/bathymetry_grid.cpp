@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace picture {
 
@@ -85,6 +86,20 @@ BathymetryGrid::Cell const* BathymetryGrid::CellAt(Place place) const
     return cell != nullptr && cell->count > 0 ? cell : nullptr;
 }
 
+std::optional<BathymetryGrid::Extent> BathymetryGrid::ExtentOfCells() const
+{
+    if (m_soundings == 0) {
+        return std::nullopt;
+    }
+    // Places lie within 2e9 cells of the origin; what is wider than a number of 32 bits holds counts as that.
+    auto const count = [](std::int32_t from, std::int32_t to) {
+        std::int64_t const cells = std::int64_t{to} - from + 1;
+        return static_cast<std::int32_t>(std::min<std::int64_t>(cells, std::numeric_limits<std::int32_t>::max()));
+    };
+    return Extent{m_southWest.i, m_southWest.j, count(m_southWest.i, m_northEast.i),
+                  count(m_southWest.j, m_northEast.j)};
+}
+
 bool BathymetryGrid::Add(double east, double north, double depth)
 {
     auto const place = PlaceOf(east, north);
@@ -109,7 +124,9 @@ bool BathymetryGrid::Add(double east, double north, double depth)
     cell.squares = static_cast<float>(cell.squares + off * (depth - mean));
     cell.mean = static_cast<float>(mean);
 
-    ++m_soundings;
+    bool const isFirst = ++m_soundings == 1;
+    m_southWest = isFirst ? *place : Place{std::min(m_southWest.i, place->i), std::min(m_southWest.j, place->j)};
+    m_northEast = isFirst ? *place : Place{std::max(m_northEast.i, place->i), std::max(m_northEast.j, place->j)};
     double const offAll = depth - m_mean;
     m_mean += offAll / static_cast<double>(m_soundings);
     m_squares += offAll * (depth - m_mean);

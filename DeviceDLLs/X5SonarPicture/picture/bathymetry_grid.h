@@ -62,6 +62,16 @@ public:
     void Shade();
     void Clear(double cellSize);
 
+    /// Whole cells around all soundings, counted from the origin to the east and north; nothing without soundings.
+    struct Extent
+    {
+        std::int32_t west = 0;
+        std::int32_t south = 0;
+        std::int32_t columns = 0;
+        std::int32_t rows = 0;
+    };
+    std::optional<Extent> ExtentOfCells() const;
+
     /// The cell at a place; nothing where there is no sounding.
     std::optional<Cell> At(double east, double north) const;
     /// Of that cell, 0 (away from the light) to 255; 180 on flat ground. After Shade().
@@ -116,6 +126,8 @@ private:
     double m_greatest = 0.0;
     std::uint32_t m_mostCount = 0;
     double m_mostDeviation = 0.0;
+    Place m_southWest{0, 0};
+    Place m_northEast{0, 0};
 
     // What the tiles' colours were made with.
     MapLayer m_layer = MapLayer::Depth;

@@ -1,6 +1,7 @@
 // The display around a picture: which sonar it shows, and its controls.
 #include "X5SonarPictureView.h"
 
+#include "picture/map_export.h"
 #include "picture_widget.h"
 
 #include <VordalAttributesR/AttributeConstants.h>
@@ -14,11 +15,15 @@
 #include <vordalhostdllR/DataManager.h>
 #include <vordalhostdllR/VesselManager.h>
 
+#include <QBuffer>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QSaveFile>
 #include <QSignalBlocker>
 #include <QSpinBox>
 #include <QVBoxLayout>
@@ -158,11 +163,79 @@ void X5SonarPictureView::MakeControls()
     all->setObjectName(QStringLiteral("showAll"));
     row->addWidget(all);
     QObject::connect(all, &QPushButton::clicked, all, [this] { m_picture->ShowAll(); });
+    if (m_kind == PaneKind::Map) {
+        auto* const save = new QPushButton(QStringLiteral("Save..."));
+        save->setObjectName(QStringLiteral("saveMap"));
+        save->setAccessibleDescription(QStringLiteral("Writes the map as an ESRI grid or as a PNG"));
+        row->addWidget(save);
+        QObject::connect(save, &QPushButton::clicked, save, [this] { AskWhereToSave(); });
+        m_saved = new QLabel;
+        m_saved->setObjectName(QStringLiteral("mapSaved"));
+        row->addWidget(m_saved, 1);
+    }
     row->addStretch(1);
     layout->addLayout(row);
     layout->addWidget(m_picture, 1);
     m_picture->SetChoicesHandler([this] { ShowChoices(); });
     ShowChoices();
+}
+
+void X5SonarPictureView::AskWhereToSave()
+{
+    auto* const dialog = new QFileDialog(m_widget.get(), QStringLiteral("Save the map"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setNameFilters({QStringLiteral("ESRI grid (*.asc)"), QStringLiteral("Picture with a world file (*.png)")});
+    dialog->setDefaultSuffix(QStringLiteral("asc"));
+    QObject::connect(dialog, &QFileDialog::filterSelected, dialog, [dialog](QString const& filter) {
+        dialog->setDefaultSuffix(filter.contains(QStringLiteral("png")) ? QStringLiteral("png")
+                                                                        : QStringLiteral("asc"));
+    });
+    QObject::connect(dialog, &QFileDialog::fileSelected, dialog, [this](QString const& file) {
+        QString const problem = SaveMap(file);
+        m_saved->setText(problem.isEmpty() ? QStringLiteral("Saved as %1").arg(QFileInfo(file).fileName()) : problem);
+    });
+    dialog->open();
+}
+
+QString X5SonarPictureView::SaveMap(QString const& file)
+{
+    auto* const grid = m_picture->Map();
+    if (grid == nullptr) {
+        return QStringLiteral("there is no sonar whose map could be saved");
+    }
+    if (auto const problem = picture::WhyNoExport(*grid); !problem.empty()) {
+        return ToQt(problem);
+    }
+    auto const write = [](QString const& name, QByteArray const& bytes) {
+        QSaveFile out(name); // in place of what is there once it is whole
+        bool const isWritten = out.open(QIODevice::WriteOnly) && out.write(bytes) == bytes.size() && out.commit();
+        return isWritten ? QString() : QStringLiteral("%1: %2").arg(QFileInfo(name).fileName(), out.errorString());
+    };
+    if (file.endsWith(QStringLiteral(".asc"), Qt::CaseInsensitive)) {
+        return write(file, QByteArray::fromStdString(picture::EsriGridOf(*grid)));
+    }
+    if (!file.endsWith(QStringLiteral(".png"), Qt::CaseInsensitive)) {
+        return QStringLiteral("a map is saved under a name that ends in .asc or .png");
+    }
+    auto const extent = *grid->ExtentOfCells();
+    QImage image(extent.columns, extent.rows, QImage::Format_ARGB32);
+    if (image.isNull()) {
+        return QStringLiteral("there is no memory for a picture of %1 by %2").arg(extent.columns).arg(extent.rows);
+    }
+    image.fill(Qt::transparent);
+    picture::Canvas canvas(reinterpret_cast<picture::Colour*>(image.bits()), image.width(), image.height(),
+                           image.bytesPerLine() / 4);
+    picture::PaintCells(*grid, canvas, m_picture->Chosen().layer, m_picture->Chosen().palette);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG")) {
+        return QStringLiteral("the picture cannot be made");
+    }
+    QString const problem = write(file, bytes);
+    return !problem.isEmpty() ? problem
+                              : write(file.chopped(4) + QStringLiteral(".pgw"),
+                                      QByteArray::fromStdString(picture::WorldFileOf(*grid)));
 }
 
 void X5SonarPictureView::TakeChoices()

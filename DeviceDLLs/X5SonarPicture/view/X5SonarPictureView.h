@@ -10,11 +10,14 @@
 #include <VordalSubscriberR/Subscription.h>
 #include <vordalhostdllR/CVordalBaseView.h>
 
+#include <QString>
+
 #include <memory>
 
 class NotificationInfo;
 class QCheckBox;
 class QComboBox;
+class QLabel;
 class QSpinBox;
 class QWidget;
 namespace picture {
@@ -39,9 +42,13 @@ public:
 
     void SelectDevice(CDataId const& id);
     picture::PictureWidget& Picture() { return *m_picture; }
+    /// Writes what the map holds: a name that ends in ".asc" as an ESRI grid of mean depths, in ".png" as it is shown,
+    /// one pixel a cell, with a world file ".pgw" beside it. Empty when that is done, otherwise why not, in one line.
+    QString SaveMap(QString const& file);
 
 private:
     void MakeControls();
+    void AskWhereToSave();
     void TakeChoices();
     void ShowChoices();
     void OnSelectedSonarChange(NotificationInfo const* info);
@@ -56,6 +63,7 @@ private:
     QCheckBox* m_follow = nullptr;
     QComboBox* m_colours = nullptr;
     QComboBox* m_layer = nullptr; ///< of a map alone
+    QLabel* m_saved = nullptr;    ///< of a map alone: what came of saving it
     QSpinBox* m_from = nullptr;
     QSpinBox* m_to = nullptr;
 

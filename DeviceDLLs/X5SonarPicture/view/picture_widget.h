@@ -49,6 +49,8 @@ public:
     QImage const& Render();
     /// What the cursor tells; empty without one.
     QString CursorText();
+    /// The soundings of the shown sonar; null without one. Valid until it is another.
+    BathymetryGrid* Map() { return m_feed != nullptr ? &m_feed->Shared().grid : nullptr; }
     /// The pane itself, to be asked where things are.
     Pane& Content() { return *m_pane; }
     /// The settings as they are painted, those of a drag included.
