@@ -4,7 +4,7 @@
 #include "recording_error.h"
 
 #include "operation/action_values.h"
-#include "json/tree_json.h"
+#include "reference_host/attributes/tree_merge.h"
 
 #include <protocol/utf8.h>
 
@@ -37,6 +37,11 @@ std::size_t BytesOf(CAttributeMap const& tree)
     return nodeBytes * static_cast<std::size_t>(tree.Count());
 }
 
+RecorderPieces OneFile(std::filesystem::path const& file, McapTexts const& program)
+{
+    return {0, [file, program] { return std::make_unique<SessionWriter>(file, program); }};
+}
+
 std::string TextOf(CDataId const& sonar)
 {
     return protocol::EncodeUtf8(sonar.GetKey().View());
@@ -53,22 +58,17 @@ RecorderOptions WithClocks(RecorderOptions options)
     return options;
 }
 
-std::string LibraryOf(McapTexts const& program)
-{
-    std::string text = "qx5";
-    for (auto const& [name, value] : program) {
-        text += name == "version" ? ' ' + value : std::string();
-    }
-    return text;
-}
-
 } // namespace
 
 FlightRecorder::FlightRecorder(std::filesystem::path const& file, RecorderOptions options)
-    : m_options(WithClocks(std::move(options))), m_utcAtStart(m_options.utc()), m_steadyAtStart(m_options.steady()),
-      m_writer(file, LibraryOf(m_options.program))
+    : FlightRecorder(OneFile(file, options.program), options)
 {
-    m_writer.Write(McapMetadata{"program", m_options.program});
+}
+
+FlightRecorder::FlightRecorder(RecorderPieces pieces, RecorderOptions options)
+    : m_options(WithClocks(std::move(options))), m_utcAtStart(m_options.utc()), m_steadyAtStart(m_options.steady()),
+      m_pieces(std::move(pieces)), m_writer(m_pieces.next())
+{
     m_waiting.entries.reserve(usualEntries);
     // Taken from the system only where it is written to.
     m_waiting.frames.reserve(m_options.greatestWaiting);
@@ -132,7 +132,7 @@ void FlightRecorder::Connection(CDataId const& sonar, vordal::LinkStatus const& 
 void FlightRecorder::Mark(std::string text)
 {
     auto const size = text.size();
-    Put({}, entryBytes + size, MarkText{std::move(text)});
+    Put({}, entryBytes + size, RecordedMark{std::move(text)});
 }
 
 void FlightRecorder::OnActionBegins(operation::Action const& action)
@@ -148,12 +148,12 @@ void FlightRecorder::OnActionStands(operation::Action const& action)
 
 void FlightRecorder::OnSonarTells(CDataId const& sonar, CAttributeMap const& tree)
 {
-    Put(sonar, entryBytes + BytesOf(tree), Attributes{false, tree});
+    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{false, tree});
 }
 
 void FlightRecorder::OnEcho(CDataId const& sonar, CAttributeMap const& tree)
 {
-    Put(sonar, entryBytes + BytesOf(tree), Attributes{true, tree});
+    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{true, tree});
 }
 
 RecorderCounts FlightRecorder::Counts() const
@@ -188,18 +188,18 @@ void FlightRecorder::Run()
             m_changed.wait_for(lock, m_options.period, [this] { return m_isEnding || m_waiting.bytes >= soon; });
             isEnding = m_isEnding;
             if (m_loss.messages != 0) {
-                m_waiting.entries.push_back({Now(), {}, std::exchange(m_loss, {0, 0})});
+                m_waiting.entries.push_back({Now(), {}, std::exchange(m_loss, {})});
             }
             std::swap(taken, m_waiting);
         }
         try {
             WriteAll(taken);
             if (isEnding) {
-                m_writer.Finish();
+                m_writer->File().Finish();
             } else {
-                m_writer.CloseChunk();
+                m_writer->File().CloseChunk();
                 if (m_options.sync) {
-                    m_writer.Sync();
+                    m_writer->File().Sync();
                 }
             }
         } catch (std::exception const& problem) {
@@ -209,8 +209,8 @@ void FlightRecorder::Run()
         taken.frames.clear();
         taken.bytes = 0;
         std::lock_guard const lock(m_mutex);
-        m_counts.messages = m_writer.Messages();
-        m_counts.bytes = m_writer.Size();
+        m_counts.messages = m_finished.messages + m_writer->File().Messages();
+        m_counts.bytes = m_finished.bytes + m_writer->File().Size();
         m_hasFailed = !failure.empty();
         m_failure = failure;
     }
@@ -228,84 +228,95 @@ void FlightRecorder::WriteAll(Waiting const& waiting)
 
 void FlightRecorder::WriteOne(Entry const& entry, std::vector<unsigned char> const& frames)
 {
-    struct Writer
+    if (m_pieces.bytes != 0 && m_writer->File().Size() >= m_pieces.bytes) {
+        RollOver(entry.times);
+    }
+    if (auto const* const frame = std::get_if<FrameText>(&entry.what)) {
+        m_writer->File().Write(ChannelOf(frame->isSent ? kinds::Sent : kinds::Received, entry.sonar), entry.times,
+                               std::span(frames).subspan(frame->offset, frame->size));
+        return;
+    }
+    struct Content
     {
-        void operator()(FrameText const& frame) const
+        RecordedContent operator()(FrameText const&) const { return {}; }
+        RecordedContent operator()(Beginning const& beginning) const
         {
-            auto const bytes = std::span(frames).subspan(frame.offset, frame.size);
-            recorder.m_writer.Write(recorder.ChannelOf(frame.isSent ? kinds::Sent : kinds::Received, entry.sonar),
-                                    entry.times, bytes);
+            return RecordedSettings{beginning.name, beginning.settings};
         }
-        void operator()(Beginning const& beginning) const
+        RecordedContent operator()(vordal::LinkStatus const& status) const
         {
-            Json(kinds::Settings, {{"name", JsonValue::Text(beginning.name)}, {"tree", WriteTree(beginning.settings)}});
+            return RecordedConnection{std::string(vordal::ToText(status.state)), status.reason};
         }
-        void operator()(vordal::LinkStatus const& status) const
+        RecordedContent operator()(Request const& request) const
         {
-            Json(kinds::Connection, {{"state", JsonValue::Text(std::string(vordal::ToText(status.state)))},
-                                     {"reason", JsonValue::Text(status.reason)}});
+            return RecordedRequest{request.number, std::string(vordal::ToText(request.who)), request.asked};
         }
-        void operator()(Request const& request) const
+        RecordedContent operator()(Outcome const& outcome) const
         {
-            Json(kinds::Requests, {{"number", JsonValue::Unsigned(request.number)},
-                                   {"who", JsonValue::Text(std::string(vordal::ToText(request.who)))},
-                                   {"request", WriteTree(request.asked)}});
+            return RecordedResult{outcome.number, std::string(operation::ToText(outcome.result)), outcome.got,
+                                  outcome.reason};
         }
-        void operator()(Outcome const& outcome) const
-        {
-            Json(kinds::Results, {{"number", JsonValue::Unsigned(outcome.number)},
-                                  {"result", JsonValue::Text(std::string(operation::ToText(outcome.result)))},
-                                  {"got", WriteTree(outcome.got)},
-                                  {"reason", JsonValue::Text(outcome.reason)}});
-        }
-        void operator()(Attributes const& attributes) const
-        {
-            Json(kinds::Attributes, {{"from", JsonValue::Text(std::string(attributes.isEcho ? "echo" : "sonar"))},
-                                     {"tree", WriteTree(attributes.tree)}});
-        }
-        void operator()(MarkText const& mark) const { Json(kinds::Marks, {{"text", JsonValue::Text(mark.text)}}); }
-        void operator()(Loss const& loss) const
-        {
-            Json(kinds::Lost,
-                 {{"messages", JsonValue::Unsigned(loss.messages)}, {"bytes", JsonValue::Unsigned(loss.bytes)}});
-        }
-        void Json(RecordedKind const& kind, std::vector<JsonValue::Member> members) const
-        {
-            recorder.WriteJson(kind, entry, JsonValue::Object(std::move(members)));
-        }
-
-        FlightRecorder& recorder;
-        Entry const& entry;
-        std::vector<unsigned char> const& frames;
+        RecordedContent operator()(RecordedAttributes const& attributes) const { return attributes; }
+        RecordedContent operator()(RecordedMark const& mark) const { return mark; }
+        RecordedContent operator()(RecordedLoss const& loss) const { return loss; }
     };
-    std::visit(Writer{*this, entry, frames}, entry.what);
+    Write(entry, std::visit(Content{}, entry.what));
 }
 
-void FlightRecorder::WriteJson(RecordedKind const& kind, Entry const& entry, JsonValue const& value)
+void FlightRecorder::Write(Entry const& entry, RecordedContent const& content)
 {
-    auto const text = qx5::WriteJson(value);
-    m_writer.Write(ChannelOf(kind, entry.sonar), entry.times,
-                   {reinterpret_cast<unsigned char const*>(text.data()), text.size()});
+    if (auto const* const settings = std::get_if<RecordedSettings>(&content)) {
+        m_names[entry.sonar.GetKey()] = settings->name;
+    }
+    m_writer->Write(ChannelOf(KindOf(content), entry.sonar), entry.times, content);
+    if (m_pieces.bytes != 0) {
+        Remember(entry, content);
+    }
+}
+
+void FlightRecorder::Remember(Entry const& entry, RecordedContent const& content)
+{
+    if (auto const* const settings = std::get_if<RecordedSettings>(&content)) {
+        auto& standing = m_standing[entry.sonar.GetKey()];
+        standing.sonar = entry.sonar;
+        standing.settings = *settings;
+        return;
+    }
+    auto const standing = m_standing.find(entry.sonar.GetKey());
+    if (standing == m_standing.end()) {
+        return;
+    }
+    if (auto const* const attributes = std::get_if<RecordedAttributes>(&content)) {
+        vordal::Merge(standing->second.settings.tree, attributes->tree);
+    } else if (auto const* const connection = std::get_if<RecordedConnection>(&content)) {
+        standing->second.connection = *connection;
+    }
+}
+
+void FlightRecorder::RollOver(MessageTimes const& times)
+{
+    auto& finished = m_writer->File();
+    finished.Finish();
+    auto next = m_pieces.next();
+    m_finished.messages += finished.Messages();
+    m_finished.bytes += finished.Size();
+    m_writer = std::move(next);
+    m_channels.clear();
+    for (auto const& [id, standing] : m_standing) {
+        m_writer->Write(ChannelOf(kinds::Settings, standing.sonar), times, standing.settings);
+        if (standing.connection) {
+            m_writer->Write(ChannelOf(kinds::Connection, standing.sonar), times, *standing.connection);
+        }
+    }
 }
 
 std::uint16_t FlightRecorder::ChannelOf(RecordedKind const& kind, CDataId const& sonar)
 {
     auto const [place, isNew] = m_channels.try_emplace({&kind, sonar.GetKey()}, std::uint16_t{0});
     if (isNew) {
-        std::uint16_t schema = 0;
-        if (!kind.schema.empty()) {
-            auto& known = m_schemas[&kind];
-            known = known != 0
-                        ? known
-                        : m_writer.Add(McapSchema{0, std::string(kind.name), "jsonschema", std::string(kind.schema)});
-            schema = known;
-        }
-        bool const isOfAll = sonar.IsUndefined();
-        auto const topic = isOfAll ? "/" + std::string(kind.name)
-                                   : std::string(SonarTopic) + TextOf(sonar) + '/' + std::string(kind.name);
-        place->second =
-            m_writer.Add(McapChannel{0, schema, topic, std::string(kind.schema.empty() ? FrameEncoding : "json"),
-                                     isOfAll ? McapTexts{} : McapTexts{{"sonar", TextOf(sonar)}}});
+        auto const name = m_names.find(sonar.GetKey());
+        place->second = m_writer->ChannelOf(kind, sonar.IsUndefined() ? std::string() : TextOf(sonar),
+                                            name != m_names.end() ? name->second : std::string());
     }
     return place->second;
 }

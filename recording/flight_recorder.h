@@ -1,12 +1,11 @@
 // The flight recorder: takes what happens in a session, from any thread, and writes it into a file on one of its own.
 #pragma once
 
-#include "mcap_writer.h"
-#include "recorded_kinds.h"
+#include "recorded_content.h"
+#include "session_writer.h"
 
 #include "operation/action_listener.h"
 #include "reference_host/link/sonar_link.h"
-#include "json/json_value.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CDataId.h>
@@ -19,9 +18,11 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <span>
 #include <string>
-#include <string_view>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -46,10 +47,20 @@ struct RecorderOptions
     std::function<std::uint64_t()> steady;
 };
 
+/// The files of a recorder that writes one after the other. Each is a whole recording: it begins with the settings of
+/// each sonar and how its connection stands; no message falls between two.
+struct RecorderPieces
+{
+    /// A file that has grown to so many bytes is finished, and the next one begun.
+    std::uint64_t bytes = 0;
+    /// Makes the next file. On the recorder's thread, but for the first. Throws RecordingError.
+    std::function<std::unique_ptr<SessionWriter>()> next;
+};
+
 struct RecorderCounts
 {
     std::uint64_t messages = 0; ///< written
-    std::uint64_t bytes = 0;    ///< of the file
+    std::uint64_t bytes = 0;    ///< of all files
     std::uint64_t lost = 0;     ///< messages that found no room
 };
 
@@ -64,6 +75,8 @@ class FlightRecorder final : public operation::ActionListener
 public:
     /// Makes the file and begins. Throws RecordingError where that cannot be.
     FlightRecorder(std::filesystem::path const& file, RecorderOptions options);
+    /// The same into pieces.
+    FlightRecorder(RecorderPieces pieces, RecorderOptions options);
     /// Finishes.
     ~FlightRecorder() override;
 
@@ -109,21 +122,8 @@ private:
         CAttributeMap got;
         std::string reason;
     };
-    struct Attributes
-    {
-        bool isEcho;
-        CAttributeMap tree;
-    };
-    struct MarkText
-    {
-        std::string text;
-    };
-    struct Loss
-    {
-        std::uint64_t messages;
-        std::uint64_t bytes;
-    };
-    using What = std::variant<FrameText, Beginning, vordal::LinkStatus, Request, Outcome, Attributes, MarkText, Loss>;
+    using What = std::variant<FrameText, Beginning, vordal::LinkStatus, Request, Outcome, RecordedAttributes,
+                              RecordedMark, RecordedLoss>;
     struct Entry
     {
         MessageTimes times;
@@ -141,7 +141,9 @@ private:
     void Run();
     void WriteAll(Waiting const& waiting);
     void WriteOne(Entry const& entry, std::vector<unsigned char> const& frames);
-    void WriteJson(RecordedKind const& kind, Entry const& entry, JsonValue const& value);
+    void Write(Entry const& entry, RecordedContent const& content);
+    void RollOver(MessageTimes const& times);
+    void Remember(Entry const& entry, RecordedContent const& content);
     std::uint16_t ChannelOf(RecordedKind const& kind, CDataId const& sonar);
     MessageTimes Now() const;
 
@@ -152,16 +154,26 @@ private:
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_changed;
     Waiting m_waiting;
-    Loss m_loss{0, 0}; ///< that the file does not tell of yet
+    RecordedLoss m_loss; ///< that the file does not tell of yet
     RecorderCounts m_counts;
     bool m_isEnding = false;
     bool m_hasFailed = false;
     std::string m_failure;
 
     // The thread's own.
-    McapWriter m_writer;
-    std::map<RecordedKind const*, std::uint16_t> m_schemas;
+    /// What stands of a sonar, for the beginning of the next piece.
+    struct Standing
+    {
+        CDataId sonar;
+        RecordedSettings settings;
+        std::optional<RecordedConnection> connection;
+    };
+    RecorderPieces const m_pieces;
+    std::unique_ptr<SessionWriter> m_writer;
+    RecorderCounts m_finished; ///< of the pieces before
     std::map<std::pair<RecordedKind const*, CString>, std::uint16_t> m_channels;
+    std::map<CString, std::string> m_names;
+    std::map<CString, Standing> m_standing; ///< by id; of pieces alone
     std::thread m_thread;
 };
 

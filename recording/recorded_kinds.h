@@ -49,5 +49,7 @@ inline constexpr std::array<RecordedKind const*, 9> RecordedKinds{
 
 inline constexpr std::string_view SonarTopic = "/sonar/";
 inline constexpr std::string_view FrameEncoding = "x5-frame";
+/// The record of the file that tells which program wrote it.
+inline constexpr std::string_view ProgramMetadata = "program";
 
 } // namespace qx5::recording

@@ -11,8 +11,8 @@ import re
 import sys
 
 # The folders that are shipped. What lies in a folder of the second row is one room with it.
-PRODUCT = ("protocol", "host", "values", "json", "commands", "operation", "DeviceDLLs/QX5SonarConfiguration", "reference_host", "simulator", "cli")
-WHOLE = ("protocol", "host", "values", "json", "commands", "operation", "simulator", "cli/scenario")
+PRODUCT = ("protocol", "host", "values", "json", "commands", "operation", "recording", "DeviceDLLs/QX5SonarConfiguration", "reference_host", "simulator", "cli")
+WHOLE = ("protocol", "host", "values", "json", "commands", "operation", "recording", "simulator", "cli/scenario")
 SHORT = {"DeviceDLLs/QX5SonarConfiguration": "plug-in"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]([^">]+)[">]', re.MULTILINE)

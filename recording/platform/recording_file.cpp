@@ -30,8 +30,7 @@ RecordingFile::RecordingFile(std::filesystem::path file)
     : m_path(std::move(file)), m_descriptor(::open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644))
 {
     if (m_descriptor < 0) {
-        Refuse(m_path, errno == EEXIST ? "a recording takes no file that is there already" : "cannot be written",
-               errno);
+        Refuse(m_path, errno == EEXIST ? "nothing is written over a file that is there" : "cannot be written", errno);
     }
     ::flock(m_descriptor, LOCK_EX | LOCK_NB);
 }
@@ -71,6 +70,24 @@ void RecordingFile::Sync()
     if (::fdatasync(m_descriptor) != 0 && errno != EINVAL && errno != EROFS) {
         Refuse(m_path, "is not safe on the disk", errno);
     }
+}
+
+RecordingLock::RecordingLock(std::filesystem::path const& file)
+    : m_descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC))
+{
+    if (m_descriptor < 0) {
+        Refuse(file, "cannot be read", errno);
+    }
+    // A file system without locks has nobody who is known to record.
+    if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        ::close(m_descriptor);
+        throw RecordingError(fmt::format("{}: is being recorded", file.string()));
+    }
+}
+
+RecordingLock::~RecordingLock()
+{
+    ::close(m_descriptor);
 }
 
 RecordedFile::RecordedFile(std::filesystem::path file)

@@ -1,4 +1,4 @@
-// The file that a recording is written into: from its beginning to its end, whole pieces alone.
+// Recordings on the disk: the file that one is written into, and one that is read.
 #pragma once
 
 #include <cstdint>
@@ -27,6 +27,20 @@ private:
     std::filesystem::path const m_path;
     int m_descriptor = -1;
     std::uint64_t m_size = 0;
+};
+
+/// Keeps others from recording into a file, and from changing it by way of this, while it lives.
+class RecordingLock
+{
+public:
+    /// Throws RecordingError when there is no such file, or somebody records into it.
+    explicit RecordingLock(std::filesystem::path const& file);
+    RecordingLock(RecordingLock const&) = delete;
+    RecordingLock& operator=(RecordingLock const&) = delete;
+    ~RecordingLock();
+
+private:
+    int m_descriptor = -1;
 };
 
 /// A recording to be read, at any place. Any thread.

@@ -299,7 +299,7 @@ TEST_F(Mcap, AFileThatIsThereIsNotOverwritten)
         McapWriter const writer(file, "qx5");
         FAIL() << "it was taken";
     } catch (RecordingError const& error) {
-        EXPECT_THAT(error.what(), HasSubstr("session.mcap: a recording takes no file that is there already"));
+        EXPECT_THAT(error.what(), HasSubstr("session.mcap: nothing is written over a file that is there"));
     }
     EXPECT_EQ(Content(file), protocol::test::Bytes("01 02 03"));
     EXPECT_THROW(McapWriter(folder / "no" / "such.mcap", "qx5"), RecordingError);

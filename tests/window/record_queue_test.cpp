@@ -1,8 +1,8 @@
 // Tests of what carries frames from the links to the monitor, and of what is told of one record.
 #include "frames.h"
 
-#include <reference_host/window/monitored_record.h>
-#include <reference_host/window/record_queue.h>
+#include <reference_host/monitor/monitored_record.h>
+#include <reference_host/monitor/record_queue.h>
 #include <reference_host/window/window_feed.h>
 
 #include <thread>
