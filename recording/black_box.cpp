@@ -81,7 +81,7 @@ BlackBox::BlackBox(std::filesystem::path folder, std::uint64_t bytes, McapTexts 
 std::unique_ptr<SessionWriter> BlackBox::Next()
 {
     std::error_code error;
-    std::filesystem::create_directories(m_folder, error);
+    std::filesystem::create_directory(m_folder, error);
     if (error) {
         throw RecordingError(fmt::format("{}: cannot be made: {}", m_folder.string(), error.message()));
     }

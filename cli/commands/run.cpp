@@ -18,6 +18,8 @@
 #include "recording/recorders.h"
 #include "recording/recording_error.h"
 #include "reference_host/attributes/tree_merge.h"
+#include "reference_host/common/failure.h"
+#include "reference_host/common/log.h"
 
 #include <simulator/sonar_console.h>
 #include <simulator/sonar_server.h>
@@ -309,35 +311,33 @@ class SessionRecording
 {
 public:
     /// Throws recording::RecordingError when the file cannot be made.
-    explicit SessionRecording(RunOptions const& options)
+    explicit SessionRecording(RunOptions const& options) : m_options(options)
     {
-        recording::RecorderOptions recorder;
-        for (Fact const& fact : options.facts) {
-            recorder.program.emplace_back(fact.name == "qx5" ? "version" : fact.name, fact.value);
-        }
-        recorder.tell = [](std::string const& line) { SayError(fmt::format("qx5: {}\n", line)); };
-        std::vector<std::shared_ptr<recording::FlightRecorder>> all;
         if (!options.record.empty()) {
-            m_file = std::make_shared<recording::FlightRecorder>(options.record, recorder);
-            m_name = options.record;
-            all.push_back(m_file);
-        }
-        if (!options.project.empty() && options.blackBox != 0) {
-            try {
-                all.push_back(recording::BlackBox::Record(recording::BlackBoxOf(options.project), options.blackBox,
-                                                          std::move(recorder)));
-            } catch (recording::RecordingError const& problem) {
-                // It is there for the case of need, and stops nobody from working.
-                SayError(fmt::format("qx5: there is no black box: {}\n", problem.what()));
-            }
-        }
-        if (!all.empty()) {
-            m_all = std::make_shared<recording::Recorders>(std::move(all));
+            m_file = std::make_shared<recording::FlightRecorder>(
+                options.record, Recorder([](std::string const& line) { SayError(fmt::format("qx5: {}\n", line)); }));
         }
     }
 
-    /// Null for none.
-    std::shared_ptr<recording::Recorders> const& All() const { return m_all; }
+    /// All that is recorded into, the black box of a project that was opened with it; null for none.
+    std::shared_ptr<recording::Recorders> Begin()
+    {
+        std::vector<std::shared_ptr<recording::FlightRecorder>> all;
+        if (m_file != nullptr) {
+            all.push_back(m_file);
+        }
+        if (!m_options.project.empty() && m_options.blackBox != 0) {
+            // It is there for the case of need, and stops nobody from working.
+            auto const tell = [](std::string const& line) {
+                vordal::Log(vordal::LogLevel::Warning, "the black box records nothing any more: " + line);
+            };
+            vordal::LogFailureOf("there is no black box: ", [&] {
+                all.push_back(recording::BlackBox::Record(recording::BlackBoxOf(m_options.project), m_options.blackBox,
+                                                          Recorder(tell)));
+            });
+        }
+        return all.empty() ? nullptr : std::make_shared<recording::Recorders>(std::move(all));
+    }
 
     /// After the session: the file is whole. `code` or, where that file lacks something, ExitFailed; that is told.
     int End(int code)
@@ -349,15 +349,25 @@ public:
         bool const isWritten = m_file->Finish().empty();
         auto const lost = m_file->Counts().lost;
         if (lost != 0) {
-            Complain(ExitFailed, fmt::format("{}: {} messages found no room and are not in it", m_name, lost));
+            Complain(ExitFailed,
+                     fmt::format("{}: {} messages found no room and are not in it", m_options.record, lost));
         }
         return isWritten && lost == 0 ? code : std::max<int>(code, ExitFailed);
     }
 
 private:
+    recording::RecorderOptions Recorder(std::function<void(std::string const&)> tell) const
+    {
+        recording::RecorderOptions recorder;
+        for (Fact const& fact : m_options.facts) {
+            recorder.program.emplace_back(fact.name == "qx5" ? "version" : fact.name, fact.value);
+        }
+        recorder.tell = std::move(tell);
+        return recorder;
+    }
+
+    RunOptions const& m_options;
     std::shared_ptr<recording::FlightRecorder> m_file; ///< null for none
-    std::string m_name;
-    std::shared_ptr<recording::Recorders> m_all;
 };
 
 /// The guided session, lines or the operator terminal, on this terminal.
@@ -392,8 +402,9 @@ int RunOnTerminal(RunOptions const& options, SessionRecording& recording)
     if (!options.project.empty() && !session.OpenProject(options.project, sonar != nullptr, error)) {
         return Complain(ExitFailed, error);
     }
-    if (recording.All() != nullptr) {
-        session.RecordInto(recording.All());
+    auto const recorders = recording.Begin();
+    if (recorders != nullptr) {
+        session.RecordInto(recorders);
     }
     session.Connect(host, port);
     if (!session.WaitForConnection(5s, error)) {
@@ -411,7 +422,7 @@ int RunOnTerminal(RunOptions const& options, SessionRecording& recording)
     if (sonar == nullptr) {
         leavingWord.emplace(session.Switches(), options.sonar);
     }
-    Runner runner(session, transcript, sonar.get(), recording.All().get());
+    Runner runner(session, transcript, sonar.get(), recorders.get());
     if (options.terminal) {
         RunTerminal(session, runner, signals);
         return runner.ExitCode();

@@ -166,6 +166,12 @@ TEST_F(BlackBoxTest, WhatIsNotItsOwnStays)
     EXPECT_TRUE(std::filesystem::exists(box / "wreck.mcap"));
 }
 
+TEST_F(BlackBoxTest, NoFolderIsMadeForAProjectThatIsNowhere)
+{
+    EXPECT_THROW(BlackBox::Record(stage.folder / "none" / "box", mebibyte, stage.Options()), RecordingError);
+    EXPECT_FALSE(std::filesystem::exists(stage.folder / "none"));
+}
+
 TEST_F(BlackBoxTest, AFolderThatCannotBeIsOneLine)
 {
     std::ofstream(box.string()) << "a file";
