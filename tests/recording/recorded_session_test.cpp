@@ -346,6 +346,23 @@ TEST_F(Recorded, WhatIsNotWhatItsKindSaysIsPassedOverAndCounted)
     EXPECT_THAT(Check(out).line, HasSubstr("4 messages not what their kind says, the first: message 0 of"));
 }
 
+TEST_F(Recorded, TheManualTellsEveryKind)
+{
+    auto const manual = Content(QX5_SOURCE_DIR "/docs/manual.md");
+    for (RecordedKind const* const kind : RecordedKinds) {
+        auto row = "\n| `" + std::string(kind->name) + "` | " + std::string(kind->meaning) + " | ";
+        std::string members;
+        if (!kind->schema.empty()) {
+            auto const schema = nlohmann::ordered_json::parse(kind->schema);
+            for (auto const& member : schema["properties"].items()) {
+                members += (members.empty() ? "" : ", ") + member.key();
+            }
+        }
+        row += members.empty() ? "bytes |\n" : "`" + members + "` |\n";
+        EXPECT_NE(manual.find(row), std::string::npos) << row;
+    }
+}
+
 TEST_F(Recorded, NoLineSpeaksToTheTerminal)
 {
     {
