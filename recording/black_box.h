@@ -25,7 +25,8 @@ public:
 
     BlackBox(std::filesystem::path folder, std::uint64_t bytes, McapTexts program);
 
-    /// Makes the folder where it is not there (in one that is), room, and the next file. Throws RecordingError. One thread at a time.
+    /// Makes the folder where it is not there (in one that is), room, and the next file. Throws RecordingError. One
+    /// thread at a time.
     std::unique_ptr<SessionWriter> Next();
     std::uint64_t PieceBytes() const { return m_bytes / Pieces; }
 

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <fmt/format.h>
+#include <protocol/utf8.h>
 
 namespace qx5::recording {
 
@@ -81,7 +82,8 @@ std::vector<RecordedSonar> RecordedSession::Sonars() const
         }
         auto& name = names[*sonar];
         if (auto const* const told = TextNamed(channel.metadata, "name"); told != nullptr && !told->empty()) {
-            name = *told;
+            // It comes from a file, and goes into documents.
+            name = protocol::EncodeUtf8(protocol::DecodeUtf8(*told));
         }
     }
     std::vector<RecordedSonar> sonars;

@@ -363,6 +363,30 @@ TEST_F(Recorded, TheManualTellsEveryKind)
     }
 }
 
+TEST_F(Recorded, WordsAreFoundWhateverTheirCaseInAnyAlphabet)
+{
+    {
+        FlightRecorder recorder(out, stage.Options());
+        recorder.Mark("\u00c4rger am Riff \u0420\u0418\u0424");
+        recorder.Finish();
+    }
+    EXPECT_EQ(LinesOf(out, {}, "\u00e4RGER \u0440\u0438\u0444").size(), 1U);
+    EXPECT_EQ(LinesOf(out, {}, "-\u00e4rger").size(), 0U);
+    EXPECT_EQ(LinesOf(out, {}, "arger").size(), 0U);
+}
+
+TEST_F(Recorded, ANameThatIsNoTextSpoilsNoDocument)
+{
+    {
+        SessionWriter writer(out, {});
+        writer.Write(writer.ChannelOf(kinds::Settings, "1.78.1.1", "B\xffow"), {stageStart, stageStart},
+                     RecordedSettings{"Bow", {}});
+        writer.File().Finish();
+    }
+    auto const info = nlohmann::json::parse(InfoJson(RecordedSession(out).Summary()));
+    EXPECT_EQ(info["sonars"][0]["name"], "B\ufffdow");
+}
+
 TEST_F(Recorded, NoLineSpeaksToTheTerminal)
 {
     {
