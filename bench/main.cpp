@@ -30,6 +30,11 @@ std::vector<Ratio> Promises()
         {"a request across threads to a bare round trip", "request-across-threads", "bare-round-trip", 1.3},
         {"a one-key request that is followed and logged, to the bare program", "request-followed", "bare-request", 1.8},
         {"the same to one that nobody follows", "request-followed", "request-by-the-host", 1.5},
+        {"a request that is recorded, beyond one that is followed, ns", "request-recorded", "request-followed", 1000.0,
+         true},
+        {"a message of 10 KiB into a recording (400 MiB/s), ns", "recording-write-10k", "", 24414.0},
+        {"a message of 100 bytes into a recording (35 MiB/s), ns", "recording-write-100", "", 2724.0},
+        {"a recording of 1 GiB opened, told of and read in its middle, ns", "recording-seek", "", 20000000.0},
         {"10,000 requests back to back, ns each", "requests-back-to-back", "", 6000.0},
         {"copy of a tree of 5,000 nodes, ns", "tree-5000-copy", "", 30.0},
         {"copy, change one value, old copy kept, ns", "tree-5000-copy-change", "", 2000.0},
@@ -84,9 +89,12 @@ using bench::Case;
 using bench::Figures;
 
 /// Cases that are little more than one thread waking another, in pairs with what they are held against.
-constexpr std::array<std::string_view, 10> handOvers{
-    "request-one-key-live", "request-by-the-host", "request-followed", "bare-request", "request-across-threads",
-    "bare-round-trip",      "data-to-ping",        "bare-hand-over",   "contact",      "bare-contact"};
+constexpr std::array<std::string_view, 11> handOvers{"request-one-key-live", "request-by-the-host",
+                                                     "request-followed",     "request-recorded",
+                                                     "bare-request",         "request-across-threads",
+                                                     "bare-round-trip",      "data-to-ping",
+                                                     "bare-hand-over",       "contact",
+                                                     "bare-contact"};
 
 /// Whether the name holds one of the parts, which commas separate.
 bool IsWanted(std::string_view name, std::string_view parts)
@@ -186,6 +194,9 @@ int main(int argc, char** argv)
     }
     for (Case& sounder : bench::SounderCases()) {
         cases.push_back(std::move(sounder));
+    }
+    for (Case& recording : bench::RecordingCases()) {
+        cases.push_back(std::move(recording));
     }
     for (Case& sequencing : bench::SequencingCases(stage)) {
         cases.push_back(std::move(sequencing));

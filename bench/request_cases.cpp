@@ -1,8 +1,10 @@
 // Requests: through the chain, onto a connection, across threads; and the bare programs that they are held against.
+#include "recording_folder.h"
 #include "stage.h"
 
 #include "allocations.h"
 #include "operation/operator_desk.h"
+#include "recording/flight_recorder.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/attributes/tree_merge.h"
 #include <VordalAttributesR/CVordalType.h>
@@ -230,6 +232,20 @@ std::vector<Case> RequestCases(Stage& stage)
                              qx5::operation::OperatorDesk::Leave(stage.Host());
                          });
                      }});
+    cases.push_back(
+        {"request-recorded", "the same while a flight recorder takes it into a file in memory", 1000,
+         [&stage, &sonar, live, desk](std::size_t samples, std::vector<double>& nanoseconds) {
+             RecordingFolder const folder;
+             auto const recorder = std::make_shared<qx5::recording::FlightRecorder>(
+                 folder.File(), qx5::recording::RecorderOptions{.program = {}, .tell = {}, .utc = {}, .steady = {}});
+             stage.OnHostLive([&] {
+                 desk->Join(stage.Host());
+                 desk->Tap().Set(recorder);
+                 live(samples, nanoseconds, [&](CAttributeMap const& told) { stage.Host().MergeDecoded(sonar, told); });
+                 desk->Tap().Set(nullptr);
+                 qx5::operation::OperatorDesk::Leave(stage.Host());
+             });
+         }});
     cases.push_back({"bare-round-trip", "bare program: 96 bytes to another thread over loopback and back", 1000,
                      [mirror = std::make_shared<Mirror>()](std::size_t samples, std::vector<double>& nanoseconds) {
                          Time(samples, 1, nanoseconds, [&] { mirror->RoundTrip(); });

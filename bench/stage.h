@@ -108,6 +108,7 @@ std::vector<Case> TargetCases(Stage& stage);
 std::vector<Case> TreeCases();
 std::vector<Case> EchoCases(Stage& stage);
 std::vector<Case> SounderCases();
+std::vector<Case> RecordingCases();
 /// How long range and overhead make a round of the case "round-of-two", ns: 100 m and 200 m at 1500 m/s, both ways,
 /// with an overhead of 120 percent.
 inline constexpr double RoundOfTwo = 480e6;

@@ -85,7 +85,9 @@ struct RunOptions
     std::optional<int> sonars;        ///< simulated ones: in the window 1 to 256, sequenced 1 to 26; none: 3
     double pingRate = 0.0;            ///< at which the window's simulated sonars ping from the start; 0: they do not
     int groups = 2;                   ///< of the same; no more than there are sonars
-    std::string demo;                 ///< name of a demonstration to show in place of the guided session
+    std::string record;               ///< file to record the session into; empty: none
+    std::uint64_t blackBox = std::uint64_t{256} << 20; ///< bytes of the project's black box; 0: none
+    std::string demo; ///< name of a demonstration to show in place of the guided session
     bool once = false;
     bool terminal = false;    ///< the keyboard is an operator terminal; no guided session
     bool guided = false;      ///< the guided session in place of the window
@@ -128,6 +130,31 @@ struct ScenarioCommandOptions
     bool check = false;
 };
 int Scenario(ScenarioCommandOptions const& options);
+
+/// `qx5 recording`.
+struct RecordingOptions
+{
+    std::string file;
+    std::vector<std::string> words; ///< of a filter
+    std::string way;                ///< "out" or "in": frames that way alone; empty: all messages
+    std::string sonar;              ///< id or name; empty: all
+    std::string from;               ///< moments as ReadMoment takes them; empty: from the beginning
+    std::string to;
+    std::string at;
+    std::string out;
+    std::string text;   ///< of a mark
+    bool json = false;  ///< info, list
+    std::string pcapng; ///< files to export into; empty: not that
+    std::string csv;
+    std::optional<std::string> jsonOut; ///< empty: standard output
+    std::vector<std::string> keys;      ///< of the CSV; empty: all
+};
+int RecordingInfo(RecordingOptions const& options);
+int RecordingList(RecordingOptions const& options);
+int RecordingCut(RecordingOptions const& options);
+int RecordingMark(RecordingOptions const& options);
+int RecordingCheck(RecordingOptions const& options);
+int RecordingExport(RecordingOptions const& options);
 
 struct PluginOptions
 {

@@ -293,6 +293,87 @@ void AddAcousticsCommands(CLI::App& app, AcousticsOptions& acoustics, int& code)
     addAbsorptionModel(budget);
 }
 
+/// `qx5 recording` and what it does.
+void AddRecordingCommands(CLI::App& app, RecordingOptions& recording, int& code)
+{
+    CLI::App* commands =
+        app.add_subcommand("recording", "Tell, list, cut, mark, check and export recordings of sessions");
+    commands->require_subcommand(1);
+    auto const add = [&](char const* name, char const* text, int (*run)(RecordingOptions const&)) {
+        CLI::App* command = commands->add_subcommand(name, text);
+        command->callback([&code, &recording, run] { code = run(recording); });
+        command->add_option("file", recording.file, "The recording")->required()->type_name("FILE");
+        return command;
+    };
+    auto const addRange = [&](CLI::App* command) {
+        command->add_option("--sonar", recording.sonar, "Of this sonar alone, by its id or name")->type_name("ID");
+        command
+            ->add_option("--from", recording.from,
+                         "From this time on: as 2026-11-21T01:26:24.5Z, or +SECONDS from the start")
+            ->type_name("TIME");
+        command->add_option("--to", recording.to, "Up to this time, included")->type_name("TIME");
+    };
+
+    CLI::App* info =
+        add("info", "Tell from when to when it is, how much of what it holds, and of which sonars", RecordingInfo);
+    info->add_flag("--json", recording.json, "One JSON object on a line");
+
+    CLI::App* list = add("list", "Print a line for each message", RecordingList);
+    // A word that is to be left out looks like an option of one letter, and any letter may be the first.
+    list->set_help_flag("--help", "Print this help message and exit");
+    list->allow_extras();
+    list->add_option("filter", recording.words,
+                     "Words that must all be there, as in the window's record monitor; -WORD leaves out what has it")
+        ->type_name("WORD");
+    addRange(list);
+    list->add_option("--way", recording.way, "Records that went this way alone: out to the sonar, or in")
+        ->check(CLI::IsMember({"out", "in"}).description(""))
+        ->type_name("WAY");
+    list->add_flag("--json", recording.json, "One JSON object on a line for each");
+    list->callback([&code, &recording, list] {
+        for (std::string const& extra : list->remaining()) {
+            if (extra.starts_with("--")) {
+                throw CLI::ExtrasError({extra});
+            }
+            recording.words.push_back(extra);
+        }
+        code = RecordingList(recording);
+    });
+
+    CLI::App* cut = add("cut", "Write a part into a new recording, which begins with the settings as they then stood",
+                        RecordingCut);
+    cut->add_option("out", recording.out, "The new recording")->required()->type_name("OUT");
+    addRange(cut);
+
+    CLI::App* mark = add("mark", "Put a word for a moment into it", RecordingMark);
+    mark->add_option("text", recording.text, "The word")->required()->type_name("TEXT");
+    mark->add_option("--at", recording.at, "The moment: as 2026-11-21T01:26:24.5Z, or +SECONDS from the start")
+        ->required()
+        ->type_name("TIME");
+
+    add("check", "Read all of it; exit 1 and tell what is damaged or lost if it is not whole", RecordingCheck);
+
+    CLI::App* write = add("export", "Write it for other programs", RecordingExport);
+    CLI::Option* pcapng =
+        write->add_option("--pcapng", recording.pcapng, "The frames as captured traffic")->type_name("OUT");
+    CLI::Option* csv =
+        write->add_option("--csv", recording.csv, "Attributes over time as a table (RFC 4180)")->type_name("OUT");
+    write
+        ->add_option_function<std::string>(
+            "--json", [&recording](std::string const& out) { recording.jsonOut = out; },
+            "A line of JSON for each message; to standard output unless told where")
+        ->expected(0, 1)
+        ->excludes(pcapng)
+        ->excludes(csv)
+        ->type_name("[OUT]");
+    csv->excludes(pcapng);
+    write->add_option("--key", recording.keys, "Of the table these attributes alone; may be repeated")
+        ->allow_extra_args(false)
+        ->needs(csv)
+        ->type_name("KEY");
+    addRange(write);
+}
+
 /// Does what the command line asks for and gives the exit code.
 int RunCommandLine(int argc, char** argv)
 {
@@ -347,13 +428,25 @@ int RunCommandLine(int argc, char** argv)
         ->add_option("--project", run.project,
                      "Project file that keeps the sonars and their settings; made when missing")
         ->type_name("FILE");
+    CLI::Option* recordOption =
+        runCommand
+            ->add_option("--record", run.record,
+                         "Record the session on the terminal into this file, which must not be there")
+            ->type_name("FILE");
+    runCommand
+        ->add_option("--black-box", run.blackBox,
+                     "How much of the newest is kept in a folder beside the project, always: as 256M, the least 1M; 0 "
+                     "keeps nothing")
+        ->transform(CLI::AsSizeValue(false).description(""))
+        ->type_name("BYTES");
     std::vector<std::string> demoNames;
     for (Demo const& demo : demos) {
         demoNames.emplace_back(demo.name);
     }
     runCommand->add_option("--demo", run.demo, "Show this and end, in place of the guided session")
         ->check(CLI::IsMember(demoNames))
-        ->type_name("NAME");
+        ->type_name("NAME")
+        ->excludes(recordOption);
     runCommand
         ->add_option("--sonars", run.sonars,
                      "How many simulated sonars there are, 1 to 256 in the window, 1 to 26 in the demonstration of "
@@ -393,7 +486,8 @@ int RunCommandLine(int argc, char** argv)
                                   ->excludes("--guided")
                                   ->excludes("--once")
                                   ->excludes("--terminal")
-                                  ->excludes("--demo");
+                                  ->excludes("--demo")
+                                  ->excludes(recordOption);
     CLI::Option* tab = runCommand->add_option("--tab", run.tab, "The tab to render, from 0")
                            ->capture_default_str()
                            ->check(CLI::NonNegativeNumber.description(""))
@@ -497,6 +591,9 @@ int RunCommandLine(int argc, char** argv)
     actionsCommand->add_option("--key", actions.key, "Rows whose key has this in it")->type_name("TEXT");
     actionsCommand->add_option("project", actions.project, "The project file")->required()->type_name("PROJECT");
     actionsCommand->callback([&] { code = ShowLog(actions); });
+
+    RecordingOptions recording;
+    AddRecordingCommands(app, recording, code);
 
     KeysOptions keys;
     CLI::App* keysCommand = app.add_subcommand("keys", "List the request keys: kind, unit, record, offset, handler");

@@ -35,6 +35,9 @@ CDataId SonarId()
     return CDataId(1, 78, 1, 1);
 }
 
+/// What the operator calls it.
+constexpr char const* sonarName = "sonar";
+
 CDataId TerminalId()
 {
     CDataId id = SonarId();
@@ -98,6 +101,9 @@ public:
 
     void OnTrace(vordal::LinkTrace const& trace) override
     {
+        if (m_session.m_recorders != nullptr) {
+            m_session.m_recorders->Frame(SonarId(), trace.outgoing, trace.frame);
+        }
         m_session.m_switches.Take(trace.outgoing, trace.frame, trace.time);
         m_session.Tell({trace.outgoing ? SessionEvent::Kind::Sent : SessionEvent::Kind::Received,
                         {trace.frame.begin(), trace.frame.end()},
@@ -119,7 +125,7 @@ Session::Session(Listener listener, CString guid, vordal::RequestOrigin origin)
         m_guid = CVordalBaseApp::GetAppInstanceGuid();
     }
     m_host.SetApplication({.guid = m_guid, .mainWindow = false, .lightMode = 4, .displays = {}});
-    m_desk.SetName(SonarId(), "sonar");
+    m_desk.SetName(SonarId(), sonarName);
     m_desk.Join(m_host);
     m_host.SetItemTexts(78, 2701, {L"Idle", L"Recording"}); // the states of recording
     m_project.vessels = {{.number = 1, .name = L"Vessel", .configuration = {}}};
@@ -197,6 +203,12 @@ bool Session::SaveProject(std::string& error)
     }
 }
 
+void Session::RecordInto(std::shared_ptr<recording::Recorders> recorders)
+{
+    m_recorders = std::move(recorders);
+    m_desk.Tap().Set(m_recorders);
+}
+
 void Session::Connect(std::string const& host, std::uint16_t port)
 {
     m_endpoint = fmt::format("{}:{}", host, port);
@@ -204,8 +216,14 @@ void Session::Connect(std::string const& host, std::uint16_t port)
     auto& livePort = *m_host.Open(m_project).Ports().front();
     m_device = m_host.Devices().front();
     m_link = &livePort.GetLink();
+    if (m_recorders != nullptr) {
+        m_recorders->Begin(SonarId(), sonarName, Attributes());
+    }
     m_link->SetObserver(std::make_shared<Monitor>(*this));
     livePort.SetStatusListener([this](vordal::LinkStatus const& status) {
+        if (m_recorders != nullptr) {
+            m_recorders->Connection(SonarId(), status);
+        }
         m_desk.OnLinkStatus(SonarId(), status);
         {
             std::lock_guard const lock(m_stateMutex);

@@ -3,6 +3,7 @@
 
 #include "cli/switched_on.h"
 #include "operation/operator_desk.h"
+#include "recording/recorders.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/project/live_host.h"
 
@@ -69,6 +70,8 @@ public:
     /// Keeps the device's attributes in the project, and the log; without one it does nothing. False, and why, when
     /// that failed.
     bool SaveProject(std::string& error);
+    /// What passes from Connect on goes into these, too, until the session ends; before Connect.
+    void RecordInto(std::shared_ptr<recording::Recorders> recorders);
     /// Makes the sonar's device, begins to connect and returns; once. What follows here is for after it.
     void Connect(std::string const& host, std::uint16_t port);
     /// Waits until the connection stands; false, and why, when it does not within the limit.
@@ -150,6 +153,7 @@ private:
     CString m_guid; ///< of the application
     vordal::RequestOrigin const m_origin;
     SwitchedOn m_switches;
+    std::shared_ptr<recording::Recorders> m_recorders; ///< null for none; set before there is a link
     operation::OperatorDesk m_desk;
     vordal::LiveHost m_host;
     vordal::StoredProject m_project; ///< the sonar, with what is stored of it

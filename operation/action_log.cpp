@@ -105,19 +105,6 @@ std::string Plain(std::string const& kept)
     return json.is_string() ? json.get<std::string>() : json.is_null() ? std::string() : kept;
 }
 
-std::string CsvField(std::string const& text)
-{
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        return text;
-    }
-    std::string field = "\"";
-    for (char const character : text) {
-        field += character;
-        field += character == '"' ? "\"" : "";
-    }
-    return field + "\"";
-}
-
 std::string ResultText(Action const& action, ActionValue const& value)
 {
     if (action.who == vordal::RequestOrigin::OtherHost) {
@@ -139,6 +126,24 @@ std::string JsonText(CVordalType const* value)
 {
     std::string text = value != nullptr ? Dump(ToJson(*value)) : "null";
     return text.size() <= greatestValue ? text : Dump(text.substr(0, greatestValue) + "...");
+}
+
+std::string PlainText(CVordalType const* value)
+{
+    return value != nullptr ? Plain(Dump(ToJson(*value))) : std::string();
+}
+
+std::string CsvField(std::string const& text)
+{
+    if (text.find_first_of(",\"\r\n") == std::string::npos) {
+        return text;
+    }
+    std::string field = "\"";
+    for (char const character : text) {
+        field += character;
+        field += character == '"' ? "\"" : "";
+    }
+    return field + "\"";
 }
 
 void ActionLog::SetName(CDataId const& sonar, std::string name)

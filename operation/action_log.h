@@ -19,6 +19,10 @@ namespace qx5::operation {
 /// number for (NaN, the infinities) and other kinds as the text that people read. A longer one than 4,000 bytes is a
 /// text of its beginning.
 std::string JsonText(CVordalType const* value);
+/// The same for a table: a text without quotes, nothing for no value, of any length.
+std::string PlainText(CVordalType const* value);
+/// A field of a table as RFC 4180 has it: in quotes where it needs them.
+std::string CsvField(std::string const& text);
 
 /// Collects a row for each key of each action until they are written into a project; what changes nothing and what the
 /// sonar tells of itself is none. Any thread, except for what it listens to. Beyond GreatestWaiting the oldest rows

@@ -3,6 +3,7 @@
 
 #include "operation/action_lease.h"
 #include "operation/action_log.h"
+#include "operation/action_tap.h"
 #include "operation/event_list.h"
 #include "operation/held_requests.h"
 #include "operation/preset_load.h"
@@ -58,6 +59,8 @@ public:
     ActionLog& Log() { return m_log; }
     SessionHistory& Steps() { return m_history; }
     PresetLoads& Presets() { return m_presets; }
+    /// For a recorder.
+    ActionTap& Tap() { return m_tap; }
 
 private:
     /// Who has no lease hears of that first.
@@ -72,6 +75,7 @@ private:
     ActionLog m_log;
     SessionHistory m_history{m_events};
     PresetLoads m_presets;
+    ActionTap m_tap;
     RequestFollower m_follower;
     /// By the text of the id: whether a connection stood, and was lost since.
     struct Link

@@ -262,6 +262,9 @@ void RequestFollower::OnSend(vordal::SendMark const& mark, std::span<unsigned ch
 
 void RequestFollower::OnEcho(BaseDevice& device, CAttributeMap const& tree)
 {
+    for (ActionListener* const listener : m_listeners) {
+        listener->OnEcho(device.GetDataId(), tree);
+    }
     auto* const running = Current();
     if (running != nullptr && device.GetDataId() == running->action.sonar) {
         vordal::LogFailureOf(couldNot, [&] { running->judgement.Echo(tree); });

@@ -14,7 +14,12 @@
 #ifdef QX5_VIEW
 #include "cli/window/run_window.h"
 #endif
+#include "recording/black_box.h"
+#include "recording/recorders.h"
+#include "recording/recording_error.h"
 #include "reference_host/attributes/tree_merge.h"
+#include "reference_host/common/failure.h"
+#include "reference_host/common/log.h"
 
 #include <simulator/sonar_console.h>
 #include <simulator/sonar_server.h>
@@ -56,6 +61,7 @@ constexpr std::string_view help = "key=value ...          one request with these
                                   "history                what was asked for, step by step\n"
                                   "lease [SECONDS]        only the operator asks, until `release` or for so long\n"
                                   "release                everybody may ask again\n"
+                                  "mark TEXT              a word for this moment into what is recorded\n"
                                   "tree                   the device's tree as it stands\n"
                                   "keys [FILTER]          the request keys\n"
                                   "explain KEY            what becomes of a key\n"
@@ -65,8 +71,9 @@ constexpr std::string_view help = "key=value ...          one request with these
 class Runner
 {
 public:
-    Runner(Session& session, Transcript& transcript, simulator::SonarServer* sonar)
-        : m_session(session), m_transcript(transcript), m_sonar(sonar)
+    /// `recorders`: null where nothing is recorded.
+    Runner(Session& session, Transcript& transcript, simulator::SonarServer* sonar, recording::Recorders* recorders)
+        : m_session(session), m_transcript(transcript), m_sonar(sonar), m_recorders(recorders)
     {
     }
 
@@ -172,6 +179,8 @@ public:
         } else if (word == "release") {
             fmt::print("{}\n",
                        m_session.GiveBackLease() ? "everybody may ask again" : "there is no lease to give back");
+        } else if (word == "mark") {
+            Mark(rest);
         } else if (word == "sonar") {
             std::string answer = "the sonar is not a simulated one of this session";
             if (m_sonar != nullptr) {
@@ -188,6 +197,18 @@ public:
     int ExitCode() const { return m_exitCode; }
 
 private:
+    void Mark(std::string const& text)
+    {
+        if (m_recorders == nullptr) {
+            fmt::print("nothing is recorded; start with --record FILE, or with a project\n");
+        } else if (text.empty()) {
+            fmt::print("a word is missing; write for example: mark wreck to port\n");
+        } else {
+            m_recorders->Mark(text);
+            fmt::print("marked\n");
+        }
+    }
+
     void Lease(std::string_view text)
     {
         if (text.empty()) {
@@ -232,6 +253,7 @@ private:
     Session& m_session;
     Transcript& m_transcript;
     simulator::SonarServer* m_sonar;
+    recording::Recorders* m_recorders;
     std::string m_told; ///< why the project was not saved the last time
     int m_exitCode = ExitGood;
 };
@@ -284,8 +306,72 @@ void RunLines(Runner& runner, EndSignals const& signals)
     }
 }
 
+/// What a session is recorded into, from before it begins until after it has ended.
+class SessionRecording
+{
+public:
+    /// Throws recording::RecordingError when the file cannot be made.
+    explicit SessionRecording(RunOptions const& options) : m_options(options)
+    {
+        if (!options.record.empty()) {
+            m_file = std::make_shared<recording::FlightRecorder>(
+                options.record, Recorder([](std::string const& line) { SayError(fmt::format("qx5: {}\n", line)); }));
+        }
+    }
+
+    /// All that is recorded into, the black box of a project that was opened with it; null for none.
+    std::shared_ptr<recording::Recorders> Begin()
+    {
+        std::vector<std::shared_ptr<recording::FlightRecorder>> all;
+        if (m_file != nullptr) {
+            all.push_back(m_file);
+        }
+        if (!m_options.project.empty() && m_options.blackBox != 0) {
+            // It is there for the case of need, and stops nobody from working.
+            auto const tell = [](std::string const& line) {
+                vordal::Log(vordal::LogLevel::Warning, "the black box records nothing any more: " + line);
+            };
+            vordal::LogFailureOf("there is no black box: ", [&] {
+                all.push_back(recording::BlackBox::Record(recording::BlackBoxOf(m_options.project), m_options.blackBox,
+                                                          Recorder(tell)));
+            });
+        }
+        return all.empty() ? nullptr : std::make_shared<recording::Recorders>(std::move(all));
+    }
+
+    /// After the session: the file is whole. `code` or, where that file lacks something, ExitFailed; that is told.
+    int End(int code)
+    {
+        if (m_file == nullptr) {
+            return code;
+        }
+        // A failure was told when it happened.
+        bool const isWritten = m_file->Finish().empty();
+        auto const lost = m_file->Counts().lost;
+        if (lost != 0) {
+            Complain(ExitFailed,
+                     fmt::format("{}: {} messages found no room and are not in it", m_options.record, lost));
+        }
+        return isWritten && lost == 0 ? code : std::max<int>(code, ExitFailed);
+    }
+
+private:
+    recording::RecorderOptions Recorder(std::function<void(std::string const&)> tell) const
+    {
+        recording::RecorderOptions recorder;
+        for (Fact const& fact : m_options.facts) {
+            recorder.program.emplace_back(fact.name == "qx5" ? "version" : fact.name, fact.value);
+        }
+        recorder.tell = std::move(tell);
+        return recorder;
+    }
+
+    RunOptions const& m_options;
+    std::shared_ptr<recording::FlightRecorder> m_file; ///< null for none
+};
+
 /// The guided session, lines or the operator terminal, on this terminal.
-int RunOnTerminal(RunOptions const& options)
+int RunOnTerminal(RunOptions const& options, SessionRecording& recording)
 {
     Transcript transcript;
     std::unique_ptr<simulator::SonarServer> sonar;
@@ -316,6 +402,10 @@ int RunOnTerminal(RunOptions const& options)
     if (!options.project.empty() && !session.OpenProject(options.project, sonar != nullptr, error)) {
         return Complain(ExitFailed, error);
     }
+    auto const recorders = recording.Begin();
+    if (recorders != nullptr) {
+        session.RecordInto(recorders);
+    }
     session.Connect(host, port);
     if (!session.WaitForConnection(5s, error)) {
         return Complain(ExitFailed, fmt::format("no connection to the sonar: {}", error));
@@ -332,7 +422,7 @@ int RunOnTerminal(RunOptions const& options)
     if (sonar == nullptr) {
         leavingWord.emplace(session.Switches(), options.sonar);
     }
-    Runner runner(session, transcript, sonar.get());
+    Runner runner(session, transcript, sonar.get(), recorders.get());
     if (options.terminal) {
         RunTerminal(session, runner, signals);
         return runner.ExitCode();
@@ -365,6 +455,9 @@ int Run(RunOptions const& options)
     }
     bool const isPlain = !options.guided && !options.once && !options.terminal;
 #ifdef QX5_VIEW
+    if (isPlain && !options.record.empty() && (!options.screenshot.empty() || HasDisplay())) {
+        return Complain(ExitWrong, "--record: the window does not record; add --guided, --once or --terminal");
+    }
     if (isPlain && (!options.screenshot.empty() || HasDisplay())) {
         return RunWindow(options);
     }
@@ -385,7 +478,13 @@ int Run(RunOptions const& options)
         fmt::print("{}; {}.\n", noWindow,
                    options.sonar.empty() ? "this is the guided session" : "the sonar takes lines in its place");
     }
-    int const code = RunOnTerminal(options);
+    int code = ExitGood;
+    try {
+        SessionRecording recording(options);
+        code = recording.End(RunOnTerminal(options, recording));
+    } catch (recording::RecordingError const& problem) {
+        code = Complain(ExitFailed, problem.what());
+    }
     EndSignals::PassOn();
     return code;
 }

@@ -3,7 +3,7 @@
 
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/event_kinds.h"
-#include "cli/scenario/tree_json.h"
+#include "json/tree_json.h"
 #include "json/json_read.h"
 
 #include <VordalBaseR/FileObject.h>

@@ -4,7 +4,7 @@
 #include "cli/scenario/base64.h"
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/step_reader.h"
-#include "cli/scenario/tree_json.h"
+#include "json/tree_json.h"
 #include "json/json_parser.h"
 #include "json/json_read.h"
 

@@ -57,7 +57,7 @@ void RecordMonitorModel::Append(RecordQueue::Content content)
     for (CapturedFrame& frame : frames) {
         m_bytes += frame.bytes.size();
         m_records.emplace_back(std::move(frame));
-        if (Passes(m_records.back())) {
+        if (m_filter.Passes(m_records.back())) {
             shown.push_back(m_firstId + m_records.size() - 1);
         }
     }
@@ -105,53 +105,19 @@ void RecordMonitorModel::Clear()
 
 void RecordMonitorModel::SetFilter(QString const& text, Way way)
 {
-    QStringList words;
-    QStringList unwanted;
-    for (auto const& word : text.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
-        if (!word.startsWith(QLatin1Char('-'))) {
-            words << word;
-        } else if (word.size() > 1) {
-            unwanted << word.mid(1);
-        } // a '-' alone is being typed, and leaves nothing out yet
-    }
-    if (words == m_words && unwanted == m_unwanted && way == m_way) {
+    RecordFilter filter(text.toUtf8().toStdString(), way);
+    if (filter == m_filter) {
         return;
     }
     beginResetModel();
-    m_words = std::move(words);
-    m_unwanted = std::move(unwanted);
-    m_way = way;
+    m_filter = std::move(filter);
     m_shown.clear();
     for (std::size_t i = 0; i < m_records.size(); ++i) {
-        if (Passes(m_records[i])) {
+        if (m_filter.Passes(m_records[i])) {
             m_shown.push_back(m_firstId + i);
         }
     }
     endResetModel();
-}
-
-bool RecordMonitorModel::Passes(MonitoredRecord const& record) const
-{
-    if (m_way != Way::Both && (m_way == Way::Out) != record.Frame().outgoing) {
-        return false;
-    }
-    if (m_words.isEmpty() && m_unwanted.isEmpty()) {
-        return true;
-    }
-    auto const number = QString::number(record.Number());
-    auto const heading = FromUtf8(record.Frame().link + ' ' + record.Name());
-    QString fields;
-    auto const has = [&](QString const& word) {
-        if (number == word || heading.contains(word, Qt::CaseInsensitive)) {
-            return true;
-        }
-        if (fields.isNull()) {
-            // The line in the list is cut where it gets long.
-            fields = FromUtf8(record.Summary() + '\n' + record.Text());
-        }
-        return fields.contains(word, Qt::CaseInsensitive);
-    };
-    return std::all_of(m_words.begin(), m_words.end(), has) && std::none_of(m_unwanted.begin(), m_unwanted.end(), has);
 }
 
 double RecordMonitorModel::KeptSeconds() const

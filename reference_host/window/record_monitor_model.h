@@ -1,8 +1,8 @@
 // The records that passed over the links as a table of bounded length, and which of them a filter lets through.
 #pragma once
 
-#include "monitored_record.h"
-#include "record_queue.h"
+#include "reference_host/monitor/record_filter.h"
+#include "reference_host/monitor/record_queue.h"
 
 #include <QAbstractTableModel>
 #include <QString>
@@ -30,12 +30,7 @@ public:
         Fields,
         ColumnCount
     };
-    enum class Way
-    {
-        Both,
-        Out,
-        In
-    };
+    using Way = RecordFilter::Way;
     /// Number that tells a record from all others, from 1.
     using Id = std::uint64_t;
 
@@ -43,9 +38,7 @@ public:
 
     void Append(RecordQueue::Content content);
     void Clear();
-    /// Shows the records of that way which have all words of the text in sonar, number, name, fields or any line of the
-    /// record in full, whatever the case, and none of the words that a '-' stands before; a word of digits alone that
-    /// is some record's number means that number.
+    /// Shows the records that a RecordFilter of that text and way lets through.
     void SetFilter(QString const& text, Way way);
 
     /// All records that are kept, and those of them that are shown.
@@ -70,7 +63,6 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 private:
-    bool Passes(MonitoredRecord const& record) const;
     MonitoredRecord const& Record(Id id) const { return m_records[static_cast<std::size_t>(id - m_firstId)]; }
     void DropOldest(std::size_t count);
 
@@ -79,9 +71,7 @@ private:
     std::deque<Id> m_shown;
     std::size_t m_bytes = 0;
     std::uint64_t m_gone = 0;
-    QStringList m_words;    ///< that a record has
-    QStringList m_unwanted; ///< that it has not
-    Way m_way = Way::Both;
+    RecordFilter m_filter;
 };
 
 } // namespace vordal

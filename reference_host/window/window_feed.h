@@ -1,7 +1,7 @@
 // What other threads tell the operator's window: kept here until the window thread looks, bounded, nobody waits.
 #pragma once
 
-#include "record_queue.h"
+#include "reference_host/monitor/record_queue.h"
 
 #include "reference_host/link/sonar_link.h"
 

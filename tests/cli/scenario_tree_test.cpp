@@ -1,5 +1,5 @@
 // Attribute trees as JSON and back.
-#include "cli/scenario/tree_json.h"
+#include "json/tree_json.h"
 #include "json/json_parser.h"
 
 #include <VordalAttributesR/CVordalType.h>

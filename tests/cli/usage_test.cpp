@@ -16,7 +16,8 @@ TEST(Usage, HelpListsEveryCommand)
     auto const help = Qx5({"--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.err, "");
-    for (char const* command : {"run", "sim", "send", "preset", "scenario", "decode", "keys", "explain", "acoustics", "docs"}) {
+    for (char const* command :
+         {"run", "sim", "send", "preset", "scenario", "decode", "recording", "keys", "explain", "acoustics", "docs"}) {
         EXPECT_THAT(help.out, HasSubstr("\n  " + std::string(command) + " "));
     }
 }
@@ -32,6 +33,7 @@ TEST(Usage, EveryCommandTellsItsOptions)
         {"preset", {"save", "list", "show", "compare", "load", "export", "import", "remove"}},
         {"scenario", {"--check", "--plugin FILE", "FILE"}},
         {"decode", {"--hex", "--raw", "FILE"}},
+        {"recording", {"info", "list", "cut", "mark", "check", "export"}},
         {"keys", {"--markdown", "filter"}},
         {"explain", {"name"}},
         {"acoustics", {"absorption", "sound-speed", "budget"}},

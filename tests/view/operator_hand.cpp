@@ -1,7 +1,7 @@
 // The view's real controls under an operator's mouse, wheel and keys, with a host that tells what was asked for.
 #include "operator_hand.h"
 
-#include "cli/scenario/tree_json.h"
+#include "json/tree_json.h"
 #include "json/json_parser.h"
 #include "json/json_path.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cli/window/run_until.h>
-#include <reference_host/window/record_queue.h>
+#include <reference_host/monitor/record_queue.h>
 
 #include <chrono>
 #include <string>

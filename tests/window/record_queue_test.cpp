@@ -2,8 +2,8 @@
 #include "frames.h"
 
 #include <protocol/echo_records.h>
-#include <reference_host/window/monitored_record.h>
-#include <reference_host/window/record_queue.h>
+#include <reference_host/monitor/monitored_record.h>
+#include <reference_host/monitor/record_queue.h>
 #include <reference_host/window/window_feed.h>
 
 #include <thread>

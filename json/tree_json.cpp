@@ -1,5 +1,5 @@
 // Attribute trees as JSON and back.
-#include "cli/scenario/tree_json.h"
+#include "json/tree_json.h"
 
 #include "json/json_read.h"
 #include "json/value_json.h"
@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-namespace qx5::cli {
+namespace qx5 {
 
 namespace {
 
@@ -101,4 +101,4 @@ JsonValue WriteTree(CAttributeMap const& tree)
     return WriteNodes(tree, 1);
 }
 
-} // namespace qx5::cli
+} // namespace qx5

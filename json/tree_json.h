@@ -6,7 +6,7 @@
 
 #include <VordalAttributesR/CAttributeMap.h>
 
-namespace qx5::cli {
+namespace qx5 {
 
 /// A tree from an array of nodes, each [key, type, value], [key, [nodes]], [key, type, value, [nodes]] or
 /// [key, "none"]. `value` stands at `path`. Throws InvalidDocument when it is no tree.
@@ -19,4 +19,4 @@ JsonValue WriteTree(CAttributeMap const& tree);
 /// More than a JSON document can hold (JsonNestingLimit) and less than what would exhaust a stack.
 inline constexpr int TreeDepthLimit = 1024;
 
-} // namespace qx5::cli
+} // namespace qx5

@@ -1,0 +1,50 @@
+// Where somebody who comes and goes hears of actions: a recorder that is switched on and off in the middle of a
+// session.
+#pragma once
+
+#include "operation/action_listener.h"
+
+#include <atomic>
+#include <memory>
+#include <utility>
+
+namespace qx5::operation {
+
+/// Hands on to a listener that may be set and taken away on any thread while calls arrive; one that is under way then
+/// may still end after that.
+class ActionTap final : public ActionListener
+{
+public:
+    /// Null for nobody.
+    void Set(std::shared_ptr<ActionListener> listener) { m_listener.store(std::move(listener)); }
+
+    void OnActionBegins(Action const& action) override
+    {
+        Tell([&](ActionListener& listener) { listener.OnActionBegins(action); });
+    }
+    void OnActionStands(Action const& action) override
+    {
+        Tell([&](ActionListener& listener) { listener.OnActionStands(action); });
+    }
+    void OnSonarTells(CDataId const& sonar, CAttributeMap const& tree) override
+    {
+        Tell([&](ActionListener& listener) { listener.OnSonarTells(sonar, tree); });
+    }
+    void OnEcho(CDataId const& sonar, CAttributeMap const& tree) override
+    {
+        Tell([&](ActionListener& listener) { listener.OnEcho(sonar, tree); });
+    }
+
+private:
+    template <typename Call>
+    void Tell(Call const& call)
+    {
+        if (auto const listener = m_listener.load()) {
+            call(*listener);
+        }
+    }
+
+    std::atomic<std::shared_ptr<ActionListener>> m_listener;
+};
+
+} // namespace qx5::operation

@@ -1,0 +1,180 @@
+// The flight recorder: takes what happens in a session, from any thread, and writes it into a file on one of its own.
+#pragma once
+
+#include "recorded_content.h"
+#include "session_writer.h"
+
+#include "operation/action_listener.h"
+#include "reference_host/link/sonar_link.h"
+
+#include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/CDataId.h>
+#include <VordalBaseR/CString.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <thread>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace qx5::recording {
+
+struct RecorderOptions
+{
+    /// Which program records, under which names it says so (see Recording in the manual).
+    McapTexts program;
+    /// Bytes that may wait to be written; what comes when there are more is lost, counted, and a message of the file.
+    std::size_t greatestWaiting = std::size_t{64} << 20;
+    /// How often what waits is written and its chunk closed: what the end of the program can cost.
+    std::chrono::milliseconds period{500};
+    /// Whether each chunk is brought to the disk, so that the end of the machine costs no more.
+    bool sync = true;
+    /// Told once, on the recorder's thread, when the file cannot be written any further: one line.
+    std::function<void(std::string const&)> tell;
+    /// Nanoseconds since 1970 UTC by the system's clock, and of a clock that never goes back; empty for the system's.
+    std::function<std::uint64_t()> utc;
+    std::function<std::uint64_t()> steady;
+};
+
+/// The files of a recorder that writes one after the other. Each is a whole recording: it begins with the settings of
+/// each sonar and how its connection stands; no message falls between two.
+struct RecorderPieces
+{
+    /// A file that has grown to so many bytes is finished, and the next one begun.
+    std::uint64_t bytes = 0;
+    /// Makes the next file. On the recorder's thread, but for the first. Throws RecordingError.
+    std::function<std::unique_ptr<SessionWriter>()> next;
+};
+
+struct RecorderCounts
+{
+    std::uint64_t messages = 0; ///< written
+    std::uint64_t bytes = 0;    ///< of all files
+    std::uint64_t lost = 0;     ///< messages that found no room
+};
+
+/// One recording. What is put into it costs the one who puts it a copy into memory: no disk, no wait but for another
+/// thread that is putting something. Any thread, unless something else is said. Trees are shared, not copied; what they
+/// become in the file is worked out on the recorder's thread.
+///
+/// Times in the file: a message's log time is the system's clock at the beginning of the recording plus what a clock
+/// that never goes back has counted since; its publish time is the system's clock as it then was.
+class FlightRecorder final : public operation::ActionListener
+{
+public:
+    /// Makes the file and begins. Throws RecordingError where that cannot be.
+    FlightRecorder(std::filesystem::path const& file, RecorderOptions options);
+    /// The same into pieces.
+    FlightRecorder(RecorderPieces pieces, RecorderOptions options);
+    /// Finishes.
+    ~FlightRecorder() override;
+
+    /// A sonar whose records and attributes follow, with its settings as they stand; again when another part begins.
+    void Begin(CDataId const& sonar, std::string name, CAttributeMap const& settings);
+    void Frame(CDataId const& sonar, bool isSent, std::span<unsigned char const> frame);
+    void Connection(CDataId const& sonar, vordal::LinkStatus const& status);
+    /// A word of the operator's for this moment.
+    void Mark(std::string text);
+
+    void OnActionBegins(operation::Action const& action) override;
+    void OnActionStands(operation::Action const& action) override;
+    void OnSonarTells(CDataId const& sonar, CAttributeMap const& tree) override;
+    void OnEcho(CDataId const& sonar, CAttributeMap const& tree) override;
+
+    RecorderCounts Counts() const;
+    /// Writes what waits, index and end. What comes after it is left. Empty when all was well, otherwise one line. From
+    /// one thread.
+    std::string Finish();
+
+private:
+    struct FrameText
+    {
+        bool isSent;
+        std::size_t offset; ///< in the bytes that wait
+        std::size_t size;
+    };
+    struct Beginning
+    {
+        std::string name;
+        CAttributeMap settings;
+    };
+    struct Request
+    {
+        std::uint64_t number;
+        vordal::RequestOrigin who;
+        CAttributeMap asked;
+    };
+    struct Outcome
+    {
+        std::uint64_t number;
+        operation::Result result;
+        CAttributeMap got;
+        std::string reason;
+    };
+    using What = std::variant<FrameText, Beginning, vordal::LinkStatus, Request, Outcome, RecordedAttributes,
+                              RecordedMark, RecordedLoss>;
+    struct Entry
+    {
+        MessageTimes times;
+        CDataId sonar;
+        What what;
+    };
+    /// What waits, in two: one is filled while the other is written.
+    struct Waiting
+    {
+        std::vector<Entry> entries;
+        std::vector<unsigned char> frames;
+        std::size_t bytes = 0;
+    };
+    void Put(CDataId const& sonar, std::size_t bytes, What what, std::span<unsigned char const> frame = {});
+    void Run();
+    void WriteAll(Waiting const& waiting);
+    void WriteOne(Entry const& entry, std::vector<unsigned char> const& frames);
+    void Write(Entry const& entry, RecordedContent const& content);
+    void RollOver(MessageTimes const& times);
+    void Remember(Entry const& entry, RecordedContent const& content);
+    std::uint16_t ChannelOf(RecordedKind const& kind, CDataId const& sonar);
+    MessageTimes Now() const;
+
+    RecorderOptions const m_options;
+    std::uint64_t const m_utcAtStart;
+    std::uint64_t const m_steadyAtStart;
+
+    mutable std::mutex m_mutex; ///< guards what follows
+    std::condition_variable m_changed;
+    Waiting m_waiting;
+    RecordedLoss m_loss; ///< that the file does not tell of yet
+    RecorderCounts m_counts;
+    bool m_isEnding = false;
+    bool m_hasFailed = false;
+    std::string m_failure;
+
+    // The thread's own.
+    /// What stands of a sonar, for the beginning of the next piece.
+    struct Standing
+    {
+        CDataId sonar;
+        RecordedSettings settings;
+        std::optional<RecordedConnection> connection;
+    };
+    RecorderPieces const m_pieces;
+    std::unique_ptr<SessionWriter> m_writer;
+    RecorderCounts m_finished; ///< of the pieces before
+    std::map<std::pair<RecordedKind const*, CString>, std::uint16_t> m_channels;
+    std::map<CString, std::string> m_names;
+    std::map<CString, Standing> m_standing; ///< by id; of pieces alone
+    std::thread m_thread;
+};
+
+} // namespace qx5::recording

@@ -1,0 +1,155 @@
+// What the messages of a recording say, and how they say it in JSON.
+#include "recorded_content.h"
+
+#include "json/json_parser.h"
+#include "json/json_read.h"
+#include "json/tree_json.h"
+
+#include <limits>
+#include <vector>
+
+namespace qx5::recording {
+
+namespace {
+
+std::uint64_t ReadCount(MemberReader& reader, std::string_view key)
+{
+    return static_cast<std::uint64_t>(
+        ReadInteger(reader.Get(key), reader.At(key), 0, std::numeric_limits<std::int64_t>::max()));
+}
+
+std::string ReadTextOf(MemberReader& reader, std::string_view key)
+{
+    return ReadText(reader.Get(key), reader.At(key));
+}
+
+CAttributeMap ReadTreeOf(MemberReader& reader, std::string_view key)
+{
+    return ReadTree(reader.Get(key), reader.At(key));
+}
+
+using Members = std::vector<JsonValue::Member>;
+
+// One function to write and one to read for each kind, side by side.
+
+Members Write(RecordedFrame const&)
+{
+    return {};
+}
+
+Members Write(RecordedSettings const& settings)
+{
+    return {{"name", JsonValue::Text(settings.name)}, {"tree", WriteTree(settings.tree)}};
+}
+
+RecordedSettings ReadSettings(MemberReader& reader)
+{
+    return {ReadTextOf(reader, "name"), ReadTreeOf(reader, "tree")};
+}
+
+Members Write(RecordedRequest const& request)
+{
+    return {{"number", JsonValue::Unsigned(request.number)},
+            {"who", JsonValue::Text(request.who)},
+            {"request", WriteTree(request.asked)}};
+}
+
+RecordedRequest ReadRequest(MemberReader& reader)
+{
+    return {ReadCount(reader, "number"), ReadTextOf(reader, "who"), ReadTreeOf(reader, "request")};
+}
+
+Members Write(RecordedResult const& result)
+{
+    return {{"number", JsonValue::Unsigned(result.number)},
+            {"result", JsonValue::Text(result.result)},
+            {"got", WriteTree(result.got)},
+            {"reason", JsonValue::Text(result.reason)}};
+}
+
+RecordedResult ReadResult(MemberReader& reader)
+{
+    return {ReadCount(reader, "number"), ReadTextOf(reader, "result"), ReadTreeOf(reader, "got"),
+            ReadTextOf(reader, "reason")};
+}
+
+Members Write(RecordedAttributes const& attributes)
+{
+    return {{"from", JsonValue::Text(std::string(attributes.isEcho ? "echo" : "sonar"))},
+            {"tree", WriteTree(attributes.tree)}};
+}
+
+RecordedAttributes ReadAttributes(MemberReader& reader)
+{
+    auto const from = ReadTextOf(reader, "from");
+    if (from != "sonar" && from != "echo") {
+        throw InvalidDocument(reader.At("from"), "is neither \"sonar\" nor \"echo\"");
+    }
+    return {from == "echo", ReadTreeOf(reader, "tree")};
+}
+
+Members Write(RecordedConnection const& connection)
+{
+    return {{"state", JsonValue::Text(connection.state)}, {"reason", JsonValue::Text(connection.reason)}};
+}
+
+RecordedConnection ReadConnection(MemberReader& reader)
+{
+    return {ReadTextOf(reader, "state"), ReadTextOf(reader, "reason")};
+}
+
+Members Write(RecordedMark const& mark)
+{
+    return {{"text", JsonValue::Text(mark.text)}};
+}
+
+Members Write(RecordedLoss const& loss)
+{
+    return {{"messages", JsonValue::Unsigned(loss.messages)}, {"bytes", JsonValue::Unsigned(loss.bytes)}};
+}
+
+} // namespace
+
+RecordedKind const& KindOf(RecordedContent const& content)
+{
+    if (auto const* const frame = std::get_if<RecordedFrame>(&content)) {
+        return frame->isSent ? kinds::Sent : kinds::Received;
+    }
+    return *RecordedKinds[content.index() + 1];
+}
+
+JsonValue WriteContent(RecordedContent const& content)
+{
+    return JsonValue::Object(std::visit([](auto const& each) { return Write(each); }, content));
+}
+
+RecordedContent ReadContent(RecordedKind const& kind, std::string_view text)
+{
+    if (kind.schema.empty()) {
+        return RecordedFrame{&kind == &kinds::Sent, {reinterpret_cast<unsigned char const*>(text.data()), text.size()}};
+    }
+    auto const document = ParseJson(text);
+    JsonPath const root;
+    MemberReader reader(document, root);
+    if (&kind == &kinds::Settings) {
+        return ReadSettings(reader);
+    }
+    if (&kind == &kinds::Requests) {
+        return ReadRequest(reader);
+    }
+    if (&kind == &kinds::Results) {
+        return ReadResult(reader);
+    }
+    if (&kind == &kinds::Attributes) {
+        return ReadAttributes(reader);
+    }
+    if (&kind == &kinds::Connection) {
+        return ReadConnection(reader);
+    }
+    if (&kind == &kinds::Marks) {
+        return RecordedMark{ReadTextOf(reader, "text")};
+    }
+    return RecordedLoss{ReadCount(reader, "messages"), ReadCount(reader, "bytes")};
+}
+
+} // namespace qx5::recording

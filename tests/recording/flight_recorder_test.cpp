@@ -1,0 +1,211 @@
+// The flight recorder: what it writes of what, when, and what it does when there is no room.
+#include "recording/flight_recorder.h"
+#include "recording/mcap_reader.h"
+#include "recording/recording_error.h"
+
+#include "tests/support/temporary_folder.h"
+
+#include <VordalAttributesR/CVordalType.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace qx5::test {
+namespace {
+
+using recording::FlightRecorder;
+using recording::McapChannel;
+using recording::McapMessage;
+using recording::McapReader;
+using recording::RecorderOptions;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using Lines = std::vector<std::string>;
+
+/// "TOPIC LOG PUBLISH DATA" of each message.
+Lines MessagesIn(std::filesystem::path const& file)
+{
+    McapReader reader(file);
+    Lines lines;
+    reader.ForEach([&](McapChannel const& channel, McapMessage const& message) {
+        lines.push_back(channel.topic + ' ' + std::to_string(message.logTime) + ' ' +
+                        std::to_string(message.publishTime) + ' ' +
+                        std::string(message.data.begin(), message.data.end()));
+        return true;
+    });
+    return lines;
+}
+
+CAttributeMap Range(double metres)
+{
+    CAttributeMap tree;
+    tree.Add(L"x5Range", CVordalDouble(metres), 0);
+    return tree;
+}
+
+std::span<unsigned char const> BytesOf(std::string_view text)
+{
+    return {reinterpret_cast<unsigned char const*>(text.data()), text.size()};
+}
+
+class Flight : public ::testing::Test
+{
+protected:
+    RecorderOptions Options()
+    {
+        RecorderOptions options;
+        options.program = {{"version", "0.1"}, {"commit", "abc"}};
+        options.utc = [this] { return utc.load(); };
+        options.steady = [this] { return steady.fetch_add(1); };
+        options.tell = [this](std::string const& line) { told.push_back(line); };
+        return options;
+    }
+
+    TemporaryFolder const folder;
+    std::filesystem::path const file = folder / "flight.mcap";
+    CDataId const bow{1, 78, 1, 1};
+    std::atomic<std::uint64_t> utc{1'000'000};
+    std::atomic<std::uint64_t> steady{500};
+    Lines told; ///< by the recorder's thread; to be read when that has ended
+};
+
+TEST_F(Flight, EachKindIsAMessageOfItsTopic)
+{
+    {
+        FlightRecorder recorder(file, Options());
+        recorder.Begin(bow, "Bow", Range(100.0));
+        recorder.Connection(bow, {vordal::LinkState::Connected, "", std::chrono::milliseconds(0)});
+        operation::Action action;
+        action.number = 7;
+        action.who = vordal::RequestOrigin::Terminal;
+        action.sonar = bow;
+        action.asked = Range(50.0);
+        recorder.OnActionBegins(action);
+        recorder.Frame(bow, true, BytesOf("out"));
+        recorder.OnEcho(bow, Range(50.0));
+        recorder.Frame(bow, false, BytesOf("in"));
+        recorder.OnSonarTells(bow, Range(49.5));
+        action.result = operation::Result::Differs;
+        action.got = Range(49.5);
+        action.reason = "x5Range: asked 50 m, the sonar has 49.5 m";
+        recorder.OnActionStands(action);
+        recorder.Mark("a \"wreck\"");
+        EXPECT_EQ(recorder.Finish(), "");
+        EXPECT_EQ(recorder.Counts().messages, 9U);
+        EXPECT_EQ(recorder.Counts().bytes, std::filesystem::file_size(file));
+    }
+    EXPECT_THAT(
+        MessagesIn(file),
+        ElementsAre(
+            "/sonar/1.78.1.1/settings 1000001 1000000 {\"name\":\"Bow\",\"tree\":[[\"x5Range\",\"double\",100.0]]}",
+            "/sonar/1.78.1.1/connection 1000002 1000000 {\"state\":\"connected\",\"reason\":\"\"}",
+            "/sonar/1.78.1.1/requests 1000003 1000000 "
+            "{\"number\":7,\"who\":\"terminal\",\"request\":[[\"x5Range\",\"double\",50.0]]}",
+            "/sonar/1.78.1.1/sent 1000004 1000000 out",
+            "/sonar/1.78.1.1/attributes 1000005 1000000 {\"from\":\"echo\",\"tree\":[[\"x5Range\",\"double\",50.0]]}",
+            "/sonar/1.78.1.1/received 1000006 1000000 in",
+            "/sonar/1.78.1.1/attributes 1000007 1000000 {\"from\":\"sonar\",\"tree\":[[\"x5Range\",\"double\",49.5]]}",
+            "/sonar/1.78.1.1/results 1000008 1000000 {\"number\":7,\"result\":\"differs\","
+            "\"got\":[[\"x5Range\",\"double\",49.5]],\"reason\":\"x5Range: asked 50 m, the sonar has 49.5 m\"}",
+            "/marks 1000009 1000000 {\"text\":\"a \\\"wreck\\\"\"}"));
+    McapReader const reader(file);
+    EXPECT_TRUE(reader.IsComplete());
+    ASSERT_EQ(reader.Metadata().size(), 1U);
+    EXPECT_EQ(reader.Metadata()[0].texts, (recording::McapTexts{{"version", "0.1"}, {"commit", "abc"}}));
+}
+
+TEST_F(Flight, AClockThatIsSetBackTurnsNoMessageAround)
+{
+    {
+        FlightRecorder recorder(file, Options());
+        recorder.Mark("before");
+        utc = 400'000;
+        recorder.Mark("after");
+    }
+    EXPECT_THAT(MessagesIn(file), ElementsAre("/marks 1000001 1000000 {\"text\":\"before\"}",
+                                              "/marks 1000002 400000 {\"text\":\"after\"}"));
+}
+
+TEST_F(Flight, WhatFindsNoRoomIsCountedAndToldInTheFile)
+{
+    auto options = Options();
+    options.greatestWaiting = 2'000;
+    // Nothing is written before the end: all has to find room beside the rest.
+    options.period = std::chrono::hours(1);
+    std::string const frame(700, 'x');
+    {
+        FlightRecorder recorder(file, options);
+        recorder.Frame(bow, true, BytesOf(frame));
+        recorder.Frame(bow, true, BytesOf(frame));
+        recorder.Frame(bow, true, BytesOf(frame));
+        recorder.Frame(bow, true, BytesOf(frame));
+        EXPECT_EQ(recorder.Counts().lost, 2U);
+    }
+    EXPECT_EQ(MessagesIn(file).size(), 3U);
+    EXPECT_THAT(MessagesIn(file).back(), HasSubstr("/lost 1000003 1000000 {\"messages\":2,\"bytes\":1400}"));
+}
+
+TEST_F(Flight, FromManyThreadsNothingIsLostAndTimesDoNotGoBack)
+{
+    auto options = Options();
+    options.period = std::chrono::milliseconds(1);
+    constexpr int threads = 4;
+    constexpr int each = 2'000;
+    {
+        FlightRecorder recorder(file, options);
+        std::vector<std::thread> writers;
+        for (int i = 0; i < threads; ++i) {
+            writers.emplace_back([&, i] {
+                for (int k = 0; k < each; ++k) {
+                    recorder.Frame(CDataId(1, 78, static_cast<unsigned short>(i + 1), 1), k % 2 == 0,
+                                   BytesOf(std::to_string(k)));
+                    recorder.OnSonarTells(bow, Range(k));
+                }
+            });
+        }
+        for (auto& writer : writers) {
+            writer.join();
+        }
+    }
+    McapReader reader(file);
+    std::map<std::string, int> counts;
+    std::uint64_t before = 0;
+    reader.ForEach([&](McapChannel const& channel, McapMessage const& message) {
+        ++counts[channel.topic];
+        EXPECT_GT(message.logTime, before);
+        before = message.logTime;
+        return true;
+    });
+    EXPECT_EQ(counts.size(), 9U);
+    EXPECT_EQ(counts["/sonar/1.78.3.1/sent"], each / 2);
+    EXPECT_EQ(counts["/sonar/1.78.1.1/attributes"], threads * each);
+}
+
+TEST_F(Flight, WhatWasWrittenIsReadWhileItGoesOn)
+{
+    auto options = Options();
+    options.period = std::chrono::milliseconds(1);
+    FlightRecorder recorder(file, options);
+    recorder.Mark("first");
+    while (recorder.Counts().messages == 0) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(MessagesIn(file).size(), 1U);
+    EXPECT_FALSE(McapReader(file).IsComplete());
+}
+
+TEST_F(Flight, AFileThatIsThereIsRefused)
+{
+    FlightRecorder const first(file, Options());
+    EXPECT_THROW(FlightRecorder(file, Options()), recording::RecordingError);
+    EXPECT_THROW(FlightRecorder(folder / "none" / "flight.mcap", Options()), recording::RecordingError);
+}
+
+} // namespace
+} // namespace qx5::test
