@@ -1,5 +1,6 @@
 // qx5-pictures FOLDER PRESET: drives the operator's window on simulated sonars into the states that the manual shows,
 // and renders each as PNG into the folder, light and dark, without a display. The preset is one that can be loaded.
+// qx5-pictures --film FOLDER: renders ten seconds of a survey over a wreck, a PNG for each tenth of a second.
 #include "cli/window/help_menu.h"
 #include "cli/window/load_preset_dialog.h"
 #include "cli/window/operator_window.h"
@@ -27,6 +28,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
+#include <QDockWidget>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -54,7 +56,7 @@ public:
     explicit Stage(int mode) : m_mode(mode)
     {
         std::string error;
-        Demand(m_session.LoadPlugins({PLUGIN_FILE}, 1, error), error);
+        Demand(m_session.LoadPlugins({PLUGIN_FILE, PICTURE_FILE}, 1, error), error);
         vordal::StoredProject fleet;
         fleet.vessels = {qx5::cli::MakeVessel(1, L"Survey vessel", false), qx5::cli::MakeVessel(2, L"ROV", true)};
         constexpr std::array<std::wstring_view, 3> names{L"Hull sonar", L"Pole sonar", L"ROV sonar"};
@@ -242,19 +244,50 @@ void Render(State const& state, int mode, QString const& folder)
     }
 }
 
+/// What is seen while the ship passes over the wreck.
+void Film(QString const& folder)
+{
+    Stage stage(darkMode);
+    stage.Window().FitInto({1440, 810});
+    stage.Window().resize(1440, 810);
+    for (char const* const dock : {"recordDock", "eventDock", "historyDock", "deviceDock"}) {
+        stage.Find<QDockWidget>(dock).hide();
+    }
+    stage.Ask(keys::x5MaxPingRate.text, CVordalDouble(10.0));
+    stage.Ask(keys::x5Range.text, CVordalDouble(50.0));
+    auto& picture = stage.Find<QDockWidget>("pictureDock");
+    auto const pings = [&] { return stage.Session().Desk().Watch().StateOf(Stage::Shown()).pings; };
+    stage.Await([&, before = pings()] { return pings() > before + 30 && picture.isVisible(); });
+    stage.Window().resizeDocks({&picture}, {840}, Qt::Horizontal);
+    auto const begin = std::chrono::steady_clock::now();
+    for (int frame = 0; frame < 100; ++frame) {
+        auto const due = begin + frame * 100ms;
+        qx5::cli::RunUntil([&] { return std::chrono::steady_clock::now() >= due; }, 1s);
+        auto const file = QStringLiteral("%1/frame-%2.png").arg(folder).arg(frame, 3, 10, QLatin1Char('0'));
+        if (!stage.Window().grab().save(file, "PNG")) {
+            throw std::runtime_error(file.toStdString() + " cannot be written");
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     if (argc != 3) {
-        std::fputs("qx5-pictures FOLDER PRESET: a folder and a preset, nothing else\n", stderr);
+        std::fputs("qx5-pictures FOLDER PRESET, or qx5-pictures --film FOLDER\n", stderr);
         return 2;
     }
+    bool const isFilm = std::string_view(argv[1]) == "--film";
     presetFile = QString::fromLocal8Bit(argv[2]);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication const application(argc, argv);
     QApplication::setCursorFlashTime(0); // the same pictures each time
     try {
+        if (isFilm) {
+            Film(QString::fromLocal8Bit(argv[2]));
+            return 0;
+        }
         for (State const& state : states) {
             for (int const mode : {lightMode, darkMode}) {
                 Render(state, mode, QString::fromLocal8Bit(argv[1]));

@@ -101,9 +101,7 @@ void DisplayPane::Look()
     Open(m_displays.at(static_cast<std::size_t>(m_tabs->currentIndex())));
     if (!m_hasComeUp && HasEchoes(m_window.ShownDevice())) {
         m_hasComeUp = true;
-        m_dock->show();
-        m_dock->raise();
-        m_window.resizeDocks({m_dock}, {m_window.width() / 2}, Qt::Horizontal);
+        m_window.ShowBesideView(*m_dock);
     }
 }
 

@@ -18,11 +18,13 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -313,6 +315,25 @@ void MainWindow::FitInto(QSize const& room)
         centralWidget()->setMinimumSize(0, 0);
     }
     resize(size().boundedTo(room));
+}
+
+void MainWindow::ShowBesideView(QDockWidget& pane)
+{
+    int const liked = centralWidget()->sizeHint().width();
+    int const before = width() - centralWidget()->width();
+    pane.show();
+    pane.raise();
+    layout()->activate();
+    // What stood beside the view already, such as tabs of the same place, is no width of its own.
+    bool const isAlone = tabifiedDockWidgets(&pane).isEmpty();
+    int const needed = std::max(pane.minimumSizeHint().width(), pane.sizeHint().width());
+    int const others = isAlone ? before : width() - centralWidget()->width() - pane.width();
+    if (!isMaximized() && !isFullScreen()) {
+        int const room = screen()->availableGeometry().width();
+        resize(std::max(width(), std::min(others + liked + needed, room)), height());
+    }
+    int const left = std::max(pane.minimumSizeHint().width(), width() - others - liked);
+    resizeDocks({&pane}, {left}, Qt::Horizontal);
 }
 
 void MainWindow::SetLightMode(int mode)

@@ -79,6 +79,9 @@ public:
     /// Makes the window no larger than that. Where the view would not be whole any more, docks are closed: attributes
     /// first, then devices; the record monitor where there is not the height, and then the line with the view's title.
     void FitInto(QSize const& room);
+    /// Shows a pane beside the view. The window grows for it as far as its screen has room; then the view has the width
+    /// that it likes, the pane what is left, and no less than it needs.
+    void ShowBesideView(QDockWidget& pane);
 
     void SetLightMode(int mode);
     int LightMode() const { return m_lightMode; }

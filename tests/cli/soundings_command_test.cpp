@@ -25,7 +25,7 @@ Words Flat(Words const& more)
     return words;
 }
 
-std::vector<std::string> Lines(std::string const& text)
+std::vector<std::string> TextLines(std::string const& text)
 {
     std::vector<std::string> lines;
     std::istringstream stream(text);
@@ -41,7 +41,7 @@ std::vector<nlohmann::ordered_json> Objects(Words const& words)
     EXPECT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
     std::vector<nlohmann::ordered_json> objects;
-    for (std::string const& line : Lines(outcome.out)) {
+    for (std::string const& line : TextLines(outcome.out)) {
         objects.push_back(nlohmann::ordered_json::parse(line));
     }
     return objects;
@@ -96,13 +96,13 @@ TEST(SoundingsCommand, IsTheSameForTheSameSeed)
 
 TEST(SoundingsCommand, WritesTablesAndPlaces)
 {
-    auto const csv = Lines(Qx5(Flat({"--csv", "x5CustomBeams=12", "--truth"})).out);
+    auto const csv = TextLines(Qx5(Flat({"--csv", "x5CustomBeams=12", "--truth"})).out);
     ASSERT_EQ(csv.size(), 13U);
     EXPECT_EQ(csv[0], "ping,beam,angle,range,depth,across,along,level,quality,true_depth");
     EXPECT_THAT(csv[1], StartsWith("1,0,-70.000,"));
     EXPECT_THAT(csv[1], ::testing::EndsWith(",30.000"));
     EXPECT_EQ(std::count(csv[1].begin(), csv[1].end(), ','), 9);
-    auto const xyz = Lines(Qx5(Flat({"--xyz", "x5CustomBeams=11", "x5CoverageAngle=90"})).out);
+    auto const xyz = TextLines(Qx5(Flat({"--xyz", "x5CustomBeams=11", "x5CoverageAngle=90"})).out);
     ASSERT_EQ(xyz.size(), 11U);
     double east = 0.0;
     double north = 0.0;
@@ -112,7 +112,7 @@ TEST(SoundingsCommand, WritesTablesAndPlaces)
     EXPECT_NEAR(east, -30.0, 0.5);
     EXPECT_NEAR(north, -40.0, 1e-3);
     EXPECT_NEAR(depth, 30.0, 0.5);
-    auto const text = Lines(Qx5(Flat({"--pings", "2", "x5CustomBeams=11"})).out);
+    auto const text = TextLines(Qx5(Flat({"--pings", "2", "x5CustomBeams=11"})).out);
     ASSERT_EQ(text.size(), 2U);
     EXPECT_THAT(text[0], StartsWith("ping 1  11 beams  11 detections  depths "));
 }
@@ -152,7 +152,7 @@ TEST(SoundingsCommand, TakesASceneFromAFile)
                                  {"--json", "--truth", "x5CoverageAngle=120", "x5Power=210", "x5CustomBeams=101"});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     int far = 0;
-    for (std::string const& line : Lines(outcome.out)) {
+    for (std::string const& line : TextLines(outcome.out)) {
         auto const object = nlohmann::json::parse(line);
         double const across = object["across"];
         if (std::abs(across) > 10.0) {

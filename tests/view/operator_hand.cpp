@@ -1,9 +1,9 @@
 // The view's real controls under an operator's mouse, wheel and keys, with a host that tells what was asked for.
 #include "operator_hand.h"
 
-#include "json/tree_json.h"
 #include "json/json_parser.h"
 #include "json/json_path.h"
+#include "json/tree_json.h"
 
 #include <QStyle>
 #include <QStyleOptionSlider>
@@ -17,7 +17,7 @@ namespace {
 
 CAttributeMap Tree(Json const& tree)
 {
-    return cli::ReadTree(ParseJson(tree.dump()), JsonPath());
+    return ReadTree(ParseJson(tree.dump()), JsonPath());
 }
 
 } // namespace
