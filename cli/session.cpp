@@ -237,6 +237,21 @@ void Session::Connect(std::string const& host, std::uint16_t port)
     m_host.Start();
 }
 
+bool Session::Reach(std::string const& plugin, std::string const& host, std::uint16_t port,
+                    std::chrono::milliseconds limit, std::chrono::milliseconds introduction, std::string& error)
+{
+    if (!LoadPlugin(plugin, error)) {
+        return false;
+    }
+    Connect(host, port);
+    if (!WaitForConnection(limit, error)) {
+        error = fmt::format("no connection to the sonar: {}; is it (or `qx5 sim`) running there?", error);
+        return false;
+    }
+    WaitForIntroduction(introduction);
+    return true;
+}
+
 bool Session::WaitForConnection(std::chrono::milliseconds limit, std::string& error)
 {
     std::unique_lock lock(m_stateMutex);

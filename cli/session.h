@@ -74,6 +74,10 @@ public:
     void RecordInto(std::shared_ptr<recording::Recorders> recorders);
     /// Makes the sonar's device, begins to connect and returns; once. What follows here is for after it.
     void Connect(std::string const& host, std::uint16_t port);
+    /// Loads the plug-in, connects and waits for the sonar to tell of itself, as commands do that ask one sonar for
+    /// something. False, and one line in `error`, where there is no plug-in or no sonar.
+    bool Reach(std::string const& plugin, std::string const& host, std::uint16_t port, std::chrono::milliseconds limit,
+               std::chrono::milliseconds introduction, std::string& error);
     /// Waits until the connection stands; false, and why, when it does not within the limit.
     bool WaitForConnection(std::chrono::milliseconds limit, std::string& error);
     /// Waits until the sonar has told who it is and the device's tree has it, or the limit is over.

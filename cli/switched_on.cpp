@@ -159,13 +159,13 @@ std::vector<std::string> SwitchedOn::Lines(std::string const& name, std::string 
     return lines;
 }
 
-void SayLeftOn(std::vector<std::string> const& lines) noexcept
+void SayLeftOn(std::vector<std::string> const& lines, bool isApart) noexcept
 {
     for (std::string const& line : lines) {
-        if (!HasOutputFailed()) {
+        if (!isApart && !HasOutputFailed()) {
             Say(line + "\n");
         }
-        if (HasOutputFailed()) {
+        if (isApart || HasOutputFailed()) {
             SayError(line + "\n");
         }
     }

@@ -52,24 +52,27 @@ private:
     std::array<State, SwitchCount> m_states;
 };
 
-/// Says the lines on standard output, or where that fails on standard error.
-void SayLeftOn(std::vector<std::string> const& lines) noexcept;
+/// Says the lines on standard output, or where that fails, and where they are to stand apart from it, on standard
+/// error.
+void SayLeftOn(std::vector<std::string> const& lines, bool isApart = false) noexcept;
 
 /// Says at the end of its scope, however that is left, what stays on at the sonar. What it follows must outlive it.
 class LeavingWord
 {
 public:
-    LeavingWord(SwitchedOn const& switches, std::string endpoint)
-        : m_switches(switches), m_endpoint(std::move(endpoint))
+    /// `isApart`: on standard error, where the output is somebody's data.
+    LeavingWord(SwitchedOn const& switches, std::string endpoint, bool isApart = false)
+        : m_switches(switches), m_endpoint(std::move(endpoint)), m_isApart(isApart)
     {
     }
     LeavingWord(LeavingWord const&) = delete;
     LeavingWord& operator=(LeavingWord const&) = delete;
-    ~LeavingWord() { SayLeftOn(m_switches.Lines("The sonar " + m_endpoint, m_endpoint)); }
+    ~LeavingWord() { SayLeftOn(m_switches.Lines("The sonar " + m_endpoint, m_endpoint), m_isApart); }
 
 private:
     SwitchedOn const& m_switches;
     std::string m_endpoint;
+    bool m_isApart;
 };
 
 } // namespace qx5::cli

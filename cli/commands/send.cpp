@@ -67,16 +67,10 @@ int Send(SendOptions const& options)
     RequestOutcome outcome;
     Session session([&](SessionEvent const& event) { outcome.Take(event); }, {}, vordal::RequestOrigin::CommandLine);
     LeavingWord const leavingWord(session.Switches(), options.sonar);
-    if (!session.LoadPlugin(PluginPath(options.plugin), error)) {
+    std::chrono::milliseconds const limit(options.timeoutMilliseconds);
+    if (!session.Reach(PluginPath(options.plugin), host, port, limit, introductionLimit, error)) {
         return Complain(ExitFailed, error);
     }
-    session.Connect(host, port);
-    std::chrono::milliseconds const limit(options.timeoutMilliseconds);
-    if (!session.WaitForConnection(limit, error)) {
-        return Complain(ExitFailed,
-                        fmt::format("no connection to the sonar: {}; is it (or `qx5 sim`) running there?", error));
-    }
-    session.WaitForIntroduction(introductionLimit);
     session.Store(stored);
 
     auto const refusedBefore = session.Counters().refused;

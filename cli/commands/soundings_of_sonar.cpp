@@ -191,15 +191,10 @@ int SoundingsOfSonar(SoundingsOptions const& options, SoundingForm form)
     }
     RequestOutcome outcome;
     Session session([&](SessionEvent const& event) { outcome.Take(event); }, {}, vordal::RequestOrigin::CommandLine);
-    if (!session.LoadPlugin(PluginPath(std::string()), error)) {
+    LeavingWord const leavingWord(session.Switches(), options.sonar, true);
+    if (!session.Reach(PluginPath(std::string()), host, port, sonarFoundLimit, sonarToldLimit, error)) {
         return Complain(ExitFailed, error);
     }
-    session.Connect(host, port);
-    if (!session.WaitForConnection(sonarFoundLimit, error)) {
-        return Complain(ExitFailed,
-                        fmt::format("no connection to the sonar: {}; is it (or `qx5 sim`) running there?", error));
-    }
-    session.WaitForIntroduction(sonarToldLimit);
     if (!options.keyValues.empty()) {
         if (auto const problem = RequestFirst(session, outcome, request); !problem.empty()) {
             return Complain(ExitFailed, problem);

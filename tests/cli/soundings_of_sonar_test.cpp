@@ -51,6 +51,17 @@ TEST(SoundingsOfSonar, HasASonarPingThatDoesNotByItself)
     EXPECT_THAT(sonar.Process().Output(), ::testing::Not(HasSubstr("pings on")));
 }
 
+TEST(SoundingsOfSonar, SaysWhatItLeavesOnApartFromTheSoundings)
+{
+    auto sonar = FlatSea();
+    auto const told = Qx5({"soundings", "--sonar", sonar.Endpoint(), "--pings", "1", "--json", "x5PingOnOffState=1"});
+    EXPECT_EQ(told.code, 0) << told.err;
+    EXPECT_THAT(told.err, HasSubstr("The sonar " + sonar.Endpoint() + " is left with its pings on"));
+    for (auto const& line : LinesOf(told.out)) {
+        EXPECT_TRUE(line.starts_with('{')) << line;
+    }
+}
+
 TEST(SoundingsOfSonar, FollowsASonarThatPings)
 {
     auto sonar = FlatSea();
