@@ -19,6 +19,8 @@ public:
     virtual void OnSonarTells(CDataId const&, CAttributeMap const&) {}
     /// A device puts something into its attributes. On the thread that does so, whichever it is.
     virtual void OnEcho(CDataId const&, CAttributeMap const&) {}
+    /// The attributes of a device are others now, by whomever. On any thread.
+    virtual void OnChanged(CDataId const&) {}
 };
 
 } // namespace qx5::operation

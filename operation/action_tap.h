@@ -34,6 +34,10 @@ public:
     {
         Tell([&](ActionListener& listener) { listener.OnEcho(sonar, tree); });
     }
+    void OnChanged(CDataId const& sonar) override
+    {
+        Tell([&](ActionListener& listener) { listener.OnChanged(sonar); });
+    }
 
 private:
     template <typename Call>

@@ -5,6 +5,7 @@
 #include "reference_host/common/request_sends.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/Export.h>
 
 #include <span>
@@ -38,6 +39,8 @@ public:
     virtual void OnDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) = 0;
     /// What the sonar has told of its attributes, before it is merged into the device's tree.
     virtual void OnTold(BaseDevice& device, CAttributeMap const& tree) = 0;
+    /// The device's tree was written to, by whomever; before its subscribers are told. On any thread.
+    virtual void OnChanged(CDataId const&) {}
 };
 
 /// Tells of a send, if anybody follows; gives `taken`. Any thread.
