@@ -66,6 +66,9 @@ ShellClient::ShellClient(std::filesystem::path const& socket, std::chrono::milli
     } catch (std::system_error const& problem) {
         error = problem.code();
     }
+    if (error == asio::error::connection_refused) {
+        throw DeadSocket(fmt::format("{}: {}", socket.string(), error.message()));
+    }
     if (error) {
         throw ShellError(fmt::format("{}: {}", socket.string(), error.message()));
     }
@@ -76,7 +79,8 @@ ShellClient::ShellClient(std::filesystem::path const& socket, std::chrono::milli
             auto const* const greeting = std::get_if<Greeting>(&*answer);
             if (greeting == nullptr) {
                 auto const* const problem = std::get_if<Problem>(&*answer);
-                throw ShellError(problem != nullptr ? problem->text : socket.string() + ": no greeting came");
+                throw ShellError(
+                    fmt::format("{}: {}", socket.string(), problem != nullptr ? problem->text : "no greeting came"));
             }
             m_greeting = *greeting;
             return;
@@ -153,7 +157,7 @@ std::optional<Answer> ShellClient::Take()
     }
 }
 
-std::vector<std::unique_ptr<ShellClient>> AskablePrograms(std::chrono::milliseconds limit)
+std::vector<std::unique_ptr<ShellClient>> AskablePrograms(std::chrono::milliseconds limit, std::string& unanswered)
 {
     std::vector<std::unique_ptr<ShellClient>> programs;
     auto const folder = platform::UserFolder();
@@ -167,8 +171,10 @@ std::vector<std::unique_ptr<ShellClient>> AskablePrograms(std::chrono::milliseco
     for (auto const& socket : SocketsIn(folder)) {
         try {
             programs.push_back(std::make_unique<ShellClient>(socket, limit));
-        } catch (ShellError const&) {
-            // It has died, or does not answer: whoever names it hears of that.
+        } catch (DeadSocket const&) {
+            // The next program takes it away.
+        } catch (ShellError const& problem) {
+            unanswered = problem.what();
         }
     }
     return programs;
@@ -177,10 +183,14 @@ std::vector<std::unique_ptr<ShellClient>> AskablePrograms(std::chrono::milliseco
 std::unique_ptr<ShellClient> FindProgram(std::optional<std::uint64_t> process, std::string const& sonar,
                                          std::chrono::milliseconds limit)
 {
-    auto programs = AskablePrograms(limit);
+    std::string unanswered;
+    auto programs = AskablePrograms(limit, unanswered);
     std::string list;
     for (auto const& program : programs) {
         list += (list.empty() ? "" : "; ") + TextOf(program->Greeted());
+    }
+    if (programs.empty() && !unanswered.empty()) {
+        throw ShellError(unanswered);
     }
     if (programs.empty() && !process) {
         throw ShellError("no `qx5 run` of this user runs; start one, or tell a sonar with --sonar HOST:PORT");

@@ -20,6 +20,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Its program has died.
+class DeadSocket : public ShellError
+{
+public:
+    using ShellError::ShellError;
+};
+
 /// A connection to one program. One thread.
 class ShellClient
 {
@@ -49,9 +56,9 @@ private:
     Greeting m_greeting;
 };
 
-/// All programs of this user that answer, in the order of their numbers. Throws ShellError when their folder is not
-/// this user's alone.
-std::vector<std::unique_ptr<ShellClient>> AskablePrograms(std::chrono::milliseconds limit);
+/// All programs of this user that answer, in the order of their numbers; `unanswered` says in one line of one that runs
+/// and does not. Throws ShellError when their folder is not this user's alone.
+std::vector<std::unique_ptr<ShellClient>> AskablePrograms(std::chrono::milliseconds limit, std::string& unanswered);
 
 /// The one program that is meant: by its number, by a sonar that it alone has (name or id; empty: its only one), or the
 /// only one there. Throws ShellError, which lists those that there are, when that is none or not one.

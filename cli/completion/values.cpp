@@ -107,7 +107,8 @@ std::vector<Candidate> Scenes(std::string_view)
 std::vector<std::unique_ptr<shell::ShellClient>> Programs()
 {
     try {
-        return shell::AskablePrograms(programLimit);
+        std::string unanswered;
+        return shell::AskablePrograms(programLimit, unanswered);
     } catch (shell::ShellError const&) {
         return {};
     }

@@ -446,6 +446,7 @@ TEST_F(ShellCommand, ThereAreNoMoreShellsThanItSays)
     RawShell another(SocketOf(*session));
     EXPECT_EQ(another.Answer()["error"], "32 shells ask this program already");
     EXPECT_EQ(another.Line(), "");
+    ExpectComplaint(Ask({"get", range}), 1, {SocketOf(*session).string(), "32 shells ask this program already"});
     shells.clear();
     Json answer;
     while (!answer.contains("process")) {

@@ -237,7 +237,8 @@ TEST(History, WhatWasNotCarriedOutIsNoStep)
 TEST(History, WhatNoOperatorAskedForIsNoStep)
 {
     Operator hand;
-    for (RequestOrigin const who : {RequestOrigin::Program, RequestOrigin::Undo, RequestOrigin::OtherHost}) {
+    for (RequestOrigin const who :
+         {RequestOrigin::Program, RequestOrigin::Shell, RequestOrigin::Undo, RequestOrigin::OtherHost}) {
         hand.Ask({{L"x5Range", 50.0}}, who);
         hand.Ask({{L"x5Range", 100.0}}, who);
     }

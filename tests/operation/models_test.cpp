@@ -508,6 +508,8 @@ TEST_F(Leased, ASonarTakesWhatItsHolderAsksAndRefusesTheOthers)
     AskAs(RequestOrigin::Program, 60.0);
     EXPECT_EQ(traffic.lines, Lines());
     EXPECT_EQ(Lately(), Lines{"Bow: x5Range=60 m: refused: the operator has the lease of this sonar's actions"});
+    AskAs(RequestOrigin::Shell, 60.0);
+    EXPECT_EQ(traffic.lines, Lines()) << "another program is not the operator";
     AskAs(RequestOrigin::View, 60.0);
     AskAs(RequestOrigin::Undo, 50.0);
     AskAs(RequestOrigin::Preset, 60.0);

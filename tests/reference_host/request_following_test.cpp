@@ -88,6 +88,17 @@ public:
         device.GetAttributeMap(stored);
         told += "told " + FirstKey(tree) + (stored.Has(L"y") ? ", y there\n" : "\n");
     }
+    void OnChanged(CDataId const& sonar) override
+    {
+        CAttributeMap stored;
+        DataManager::GetDataManager().GetAttributeMap(sonar, stored);
+        changed += tvcore::ToUtf8(sonar.GetKey()) + " has";
+        for (CAttributeMap const& child : stored) {
+            changed += " " + tvcore::ToUtf8(child.GetKey());
+        }
+        changed += "\n";
+    }
+    std::string changed;
 };
 
 class Guard final : public vordal::RequestGuard
@@ -143,6 +154,20 @@ TEST_F(FollowedRequests, AreToldFromTheAskingToTheEnd)
     host.SetRequestObserver(nullptr);
     Ask(L"x");
     EXPECT_EQ(follower.told, "");
+}
+
+TEST_F(FollowedRequests, AChangeIsToldOnceTheTreeHasIt)
+{
+    Host host;
+    host.SetRequestObserver(&follower);
+    auto* const device = Add(host);
+    host.MergeDecoded(*device, One(L"y", 1.0));
+    EXPECT_EQ(follower.changed, "1.78.1.1 has y\n");
+    device->SetAttributeMap(One(L"x", 1.0), 0);
+    device->AppendAttributeMap(One(L"z", 1.0), 0);
+    EXPECT_EQ(follower.changed, "1.78.1.1 has y\n1.78.1.1 has y x\n1.78.1.1 has y x z\n");
+    device->SetAttributeMap({}, 0);
+    EXPECT_EQ(follower.changed, "1.78.1.1 has y\n1.78.1.1 has y x\n1.78.1.1 has y x z\n") << "nothing was written";
 }
 
 TEST_F(FollowedRequests, EndWhenTheyAreBrokenOffAndWhenTheExceptionPasses)
