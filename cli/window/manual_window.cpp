@@ -1,8 +1,8 @@
 // The manual in a window: its text with headings to go to, search, and pictures where they are found.
 #include "manual_window.h"
 
-#include "cli/platform/executable_path.h"
 #include "cli/documents/manual.h"
+#include "cli/platform/executable_path.h"
 #include "cli/window/screen_room.h"
 #include "reference_host/window/search_field.h"
 
