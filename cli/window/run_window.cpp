@@ -336,6 +336,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
             MemoryReserve::FillUp();
             remember();
             view.Keep();
+            whole.Displays().Keep();
             session.SaveSoon();
         });
         if (fleet.First() != nullptr) {
