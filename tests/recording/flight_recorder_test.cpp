@@ -10,8 +10,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <limits>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -185,6 +187,70 @@ TEST_F(Flight, FromManyThreadsNothingIsLostAndTimesDoNotGoBack)
     EXPECT_EQ(counts.size(), 9U);
     EXPECT_EQ(counts["/sonar/1.78.3.1/sent"], each / 2);
     EXPECT_EQ(counts["/sonar/1.78.1.1/attributes"], threads * each);
+}
+
+TEST_F(Flight, LongFramesOfManyThreadsStayWhole)
+{
+    auto options = Options();
+    options.period = std::chrono::milliseconds(1);
+    constexpr int threads = 4;
+    constexpr int each = 300;
+    {
+        FlightRecorder recorder(file, options);
+        std::vector<std::thread> writers;
+        for (int i = 0; i < threads; ++i) {
+            writers.emplace_back([&, i] {
+                for (int k = 0; k < each; ++k) {
+                    // Each of its own letter and length, up to 30 KB.
+                    std::string const frame(static_cast<std::size_t>(1 + k * 100), static_cast<char>('a' + i));
+                    recorder.Frame(CDataId(1, 78, static_cast<unsigned short>(i + 1), 1), true, BytesOf(frame));
+                }
+            });
+        }
+        for (auto& writer : writers) {
+            writer.join();
+        }
+        EXPECT_EQ(recorder.Finish(), "");
+        EXPECT_EQ(recorder.Counts().lost, 0U);
+    }
+    std::map<std::string, std::size_t> counts;
+    McapReader(file).ForEach([&](McapChannel const& channel, McapMessage const& message) {
+        auto& count = counts[channel.topic];
+        auto const letter = static_cast<unsigned char>('a' + channel.topic[std::string("/sonar/1.78.").size()] - '1');
+        EXPECT_EQ(message.data.size(), 1 + count * 100);
+        EXPECT_TRUE(
+            std::all_of(message.data.begin(), message.data.end(), [&](unsigned char byte) { return byte == letter; }));
+        ++count;
+        return true;
+    });
+    EXPECT_EQ(counts.size(), 4U);
+    EXPECT_EQ(counts["/sonar/1.78.4.1/sent"], std::size_t{each});
+}
+
+TEST_F(Flight, WhatStandsIsWrittenAnewSoThatNoMomentNeedsAllThatWasBefore)
+{
+    constexpr int frames = 3'000;
+    {
+        FlightRecorder recorder(file, Options());
+        recorder.Begin(bow, "Bow", Range(100.0));
+        recorder.Connection(bow, {vordal::LinkState::Connected, "", {}});
+        recorder.OnSonarTells(bow, Range(49.5));
+        std::string const frame(10'000, 'x');
+        for (int i = 0; i < frames; ++i) {
+            recorder.Frame(bow, false, BytesOf(frame));
+        }
+    }
+    // 30 MB: a part each 8 MiB.
+    Lines settings;
+    for (auto const& line : MessagesIn(file)) {
+        if (line.starts_with("/sonar/1.78.1.1/settings ") || line.starts_with("/sonar/1.78.1.1/connection ")) {
+            settings.push_back(line.substr(line.find('{')));
+        }
+    }
+    std::string const first = R"({"name":"Bow","tree":[["x5Range","double",100.0]]})";
+    std::string const stands = R"({"name":"Bow","tree":[["x5Range","double",49.5]]})";
+    std::string const connected = R"({"state":"connected","reason":""})";
+    EXPECT_THAT(settings, ElementsAre(first, connected, stands, connected, stands, connected, stands, connected));
 }
 
 TEST_F(Flight, WhatWasWrittenIsReadWhileItGoesOn)
