@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/switched_on.h"
+#include "operation/endpoint.h"
 #include "operation/operator_desk.h"
 #include "recording/recorders.h"
 #include "reference_host/common/host_observer.h"
@@ -23,8 +24,7 @@
 
 namespace qx5::cli {
 
-/// Splits "HOST:PORT" (also "[::1]:7000"); false and one line in `error` when it is none.
-bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& port, std::string& error);
+using operation::ParseEndpoint;
 
 /// What a session saw, in the order in which it happened.
 struct SessionEvent
