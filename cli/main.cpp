@@ -429,9 +429,7 @@ int RunCommandLine(int argc, char** argv)
                      "Project file that keeps the sonars and their settings; made when missing")
         ->type_name("FILE");
     CLI::Option* recordOption =
-        runCommand
-            ->add_option("--record", run.record,
-                         "Record the session on the terminal into this file, which must not be there")
+        runCommand->add_option("--record", run.record, "Record the session into this file, which must not be there")
             ->type_name("FILE");
     runCommand
         ->add_option("--black-box", run.blackBox,
