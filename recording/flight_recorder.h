@@ -90,7 +90,8 @@ public:
     void OnActionBegins(operation::Action const& action) override;
     void OnActionStands(operation::Action const& action) override;
     void OnSonarTells(CDataId const& sonar, CAttributeMap const& tree) override;
-    void OnEcho(CDataId const& sonar, CAttributeMap const& tree) override;
+    void OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags) override;
+    void OnWritten(CDataId const& sonar, CAttributeMap const& tree) override;
 
     RecorderCounts Counts() const;
     /// Writes what waits, index and end. What comes after it is left. Empty when all was well, otherwise one line. From
@@ -108,6 +109,7 @@ private:
     {
         std::string name;
         CAttributeMap settings;
+        std::optional<RecordedHost> host;
     };
     struct Request
     {
@@ -123,7 +125,7 @@ private:
         std::string reason;
     };
     using What = std::variant<FrameText, Beginning, vordal::LinkStatus, Request, Outcome, RecordedAttributes,
-                              RecordedMark, RecordedLoss>;
+                              RecordedMark, RecordedLoss, RecordedWriting>;
     struct Entry
     {
         MessageTimes times;

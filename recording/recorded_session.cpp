@@ -195,7 +195,7 @@ std::map<std::string, RecordedSettings> RecordedSession::SettingsBefore(std::uin
         return settings;
     }
     RecordedRange const range{
-        .from = 0, .to = time - 1, .sonar = sonar, .kinds = {&kinds::Settings, &kinds::Attributes}};
+        .from = 0, .to = time - 1, .sonar = sonar, .kinds = {&kinds::Settings, &kinds::Attributes, &kinds::Written}};
     ForEach(range, [&](RecordedMessage const& message) {
         if (message.sonar == nullptr) {
             return true;
@@ -205,6 +205,10 @@ std::map<std::string, RecordedSettings> RecordedSession::SettingsBefore(std::uin
         } else if (auto const* const changed = std::get_if<RecordedAttributes>(&message.content)) {
             if (auto const place = settings.find(*message.sonar); place != settings.end()) {
                 vordal::Merge(place->second.tree, changed->tree);
+            }
+        } else if (auto const* const written = std::get_if<RecordedWriting>(&message.content)) {
+            if (auto const place = settings.find(*message.sonar); place != settings.end()) {
+                vordal::Merge(place->second.tree, written->tree);
             }
         }
         return true;
