@@ -148,6 +148,7 @@ struct RecordingOptions
     std::string csv;
     std::optional<std::string> jsonOut; ///< empty: standard output
     std::vector<std::string> keys;      ///< of the CSV; empty: all
+    std::string scenario;               ///< a file to export into, or FROM..TO: standard output; empty: not that
 };
 int RecordingInfo(RecordingOptions const& options);
 int RecordingList(RecordingOptions const& options);
@@ -155,6 +156,24 @@ int RecordingCut(RecordingOptions const& options);
 int RecordingMark(RecordingOptions const& options);
 int RecordingCheck(RecordingOptions const& options);
 int RecordingExport(RecordingOptions const& options);
+
+struct ReplayOptions
+{
+    std::string file;
+    std::string plugin;
+    std::string from;  ///< moments as ReadMoment takes them; empty: from the beginning
+    std::string to;    ///< empty: to the end
+    std::string sonar; ///< of the recording by id or name, of --as-host HOST:PORT; empty: all, or the only one
+    std::string of;    ///< of --as-host: the sonar of the recording; empty: the only one
+    bool check = false;
+    bool asSonar = false;
+    bool asHost = false;
+    int port = 7000; ///< of --as-sonar, on 127.0.0.1; 0 for any
+    double speed = 1.0;
+    bool step = false; ///< a frame for each line of standard input
+    bool loop = false; ///< from the beginning again at its end
+};
+int Replay(ReplayOptions const& options);
 
 struct PluginOptions
 {

@@ -287,6 +287,12 @@ bool Session::WaitFor(std::function<bool()> const& holds, std::chrono::milliseco
     return holds();
 }
 
+bool Session::WaitUntilConnected(std::chrono::milliseconds limit)
+{
+    std::unique_lock lock(m_stateMutex);
+    return m_stateChanged.wait_for(lock, limit, [this] { return m_status.state == vordal::LinkState::Connected; });
+}
+
 bool Session::IsConnected()
 {
     std::lock_guard const lock(m_stateMutex);

@@ -1,6 +1,8 @@
 // The flight recorder.
 #include "flight_recorder.h"
 
+#include "recorded_host.h"
+
 #include "recording_error.h"
 
 #include "operation/action_values.h"
@@ -134,7 +136,7 @@ void FlightRecorder::Put(CDataId const& sonar, std::size_t bytes, What what)
 
 void FlightRecorder::Begin(CDataId const& sonar, std::string name, CAttributeMap const& settings)
 {
-    Put(sonar, entryBytes + BytesOf(settings), Beginning{std::move(name), settings});
+    Put(sonar, entryBytes + BytesOf(settings), Beginning{std::move(name), settings, HostAround(sonar)});
 }
 
 void FlightRecorder::Frame(CDataId const& sonar, bool isSent, std::span<unsigned char const> frame)
@@ -193,12 +195,17 @@ void FlightRecorder::OnActionStands(operation::Action const& action)
 
 void FlightRecorder::OnSonarTells(CDataId const& sonar, CAttributeMap const& tree)
 {
-    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{false, tree});
+    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{false, tree, {}});
 }
 
-void FlightRecorder::OnEcho(CDataId const& sonar, CAttributeMap const& tree)
+void FlightRecorder::OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags)
 {
-    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{true, tree});
+    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{true, tree, flags});
+}
+
+void FlightRecorder::OnWritten(CDataId const& sonar, CAttributeMap const& tree)
+{
+    Put(sonar, entryBytes + BytesOf(tree), RecordedWriting{tree});
 }
 
 RecorderCounts FlightRecorder::Counts() const
@@ -299,7 +306,7 @@ void FlightRecorder::WriteOne(Entry const& entry, unsigned char const* frames)
         RecordedContent operator()(FrameText const&) const { return {}; }
         RecordedContent operator()(Beginning const& beginning) const
         {
-            return RecordedSettings{beginning.name, beginning.settings};
+            return RecordedSettings{beginning.name, beginning.settings, beginning.host};
         }
         RecordedContent operator()(vordal::LinkStatus const& status) const
         {
@@ -317,6 +324,7 @@ void FlightRecorder::WriteOne(Entry const& entry, unsigned char const* frames)
         RecordedContent operator()(RecordedAttributes const& attributes) const { return attributes; }
         RecordedContent operator()(RecordedMark const& mark) const { return mark; }
         RecordedContent operator()(RecordedLoss const& loss) const { return loss; }
+        RecordedContent operator()(RecordedWriting const& writing) const { return writing; }
     };
     Write(entry, std::visit(Content{}, entry.what));
     m_sincePart += weightOfTexts * (m_writer->File().Size() - before);
@@ -341,8 +349,8 @@ void FlightRecorder::Remember(Entry const& entry, RecordedContent const& content
     if (standing == m_standing.end()) {
         return;
     }
-    if (auto const* const attributes = std::get_if<RecordedAttributes>(&content)) {
-        vordal::Merge(standing->second.settings.tree, attributes->tree);
+    if (auto const* const change = ChangeIn(content)) {
+        vordal::Merge(standing->second.settings.tree, *change);
     } else if (auto const* const connection = std::get_if<RecordedConnection>(&content)) {
         standing->second.connection = *connection;
     }

@@ -95,7 +95,8 @@ public:
     void OnActionBegins(operation::Action const& action) override;
     void OnActionStands(operation::Action const& action) override;
     void OnSonarTells(CDataId const& sonar, CAttributeMap const& tree) override;
-    void OnEcho(CDataId const& sonar, CAttributeMap const& tree) override;
+    void OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags) override;
+    void OnWritten(CDataId const& sonar, CAttributeMap const& tree) override;
 
     RecorderCounts Counts() const;
     /// Writes what waits, index and end. What comes after it is left. Empty when all was well, otherwise one line. From
@@ -115,6 +116,7 @@ private:
     {
         std::string name;
         CAttributeMap settings;
+        std::optional<RecordedHost> host;
     };
     struct Request
     {
@@ -130,7 +132,7 @@ private:
         std::string reason;
     };
     using What = std::variant<FrameText, Beginning, vordal::LinkStatus, Request, Outcome, RecordedAttributes,
-                              RecordedMark, RecordedLoss>;
+                              RecordedMark, RecordedLoss, RecordedWriting>;
     struct Entry
     {
         MessageTimes times;

@@ -248,16 +248,17 @@ std::map<std::string, RecordedState> RecordedSession::StateBefore(std::uint64_t 
     if (time == 0) {
         return states;
     }
-    auto const wanted = ChannelsOf({&kinds::Settings, &kinds::Attributes, &kinds::Connection}, sonar);
+    std::vector<RecordedKind const*> const standing{&kinds::Settings, &kinds::Attributes, &kinds::Written,
+                                                    &kinds::Connection};
+    auto const wanted = ChannelsOf(standing, sonar);
     auto const first = PartBefore(time, sonar);
     auto const choose = [&](std::size_t chunk) {
         return chunk >= first && (!m_reader.IsComplete() || HasAny(chunk, wanted));
     };
     auto const take = [&](McapChannel const& channel, McapMessage const& message) {
         auto const& topic = TopicOf(channel);
-        bool const isWanted =
-            !topic.sonar.empty() && (sonar.empty() || topic.sonar == sonar) &&
-            (topic.kind == &kinds::Settings || topic.kind == &kinds::Attributes || topic.kind == &kinds::Connection);
+        bool const isWanted = !topic.sonar.empty() && (sonar.empty() || topic.sonar == sonar) &&
+                              std::find(standing.begin(), standing.end(), topic.kind) != standing.end();
         auto const understood = isWanted ? Understand(message) : std::nullopt;
         if (!understood) {
             return true;
@@ -267,10 +268,8 @@ std::map<std::string, RecordedState> RecordedSession::StateBefore(std::uint64_t 
             state.settings = *told;
         } else if (auto const* const connection = std::get_if<RecordedConnection>(&understood->content)) {
             state.connection = *connection;
-        } else if (auto const* const changed = std::get_if<RecordedAttributes>(&understood->content)) {
-            if (state.settings) {
-                vordal::Merge(state.settings->tree, changed->tree);
-            }
+        } else if (auto const* const change = ChangeIn(understood->content); change != nullptr && state.settings) {
+            vordal::Merge(state.settings->tree, *change);
         }
         return true;
     };

@@ -81,6 +81,10 @@ Said SaidBy(RecordedContent const& content)
         {
             return {attributes.isEcho ? "echo" : "told", TreeLine(attributes.tree), TreeWords(attributes.tree)};
         }
+        Said operator()(RecordedWriting const& writing) const
+        {
+            return {"written", TreeLine(writing.tree), TreeWords(writing.tree)};
+        }
         Said operator()(RecordedConnection const& connection) const
         {
             return {"connection",

@@ -90,16 +90,17 @@ TEST_F(Flight, EachKindIsAMessageOfItsTopic)
         action.asked = Range(50.0);
         recorder.OnActionBegins(action);
         recorder.Frame(bow, true, BytesOf("out"));
-        recorder.OnEcho(bow, Range(50.0));
+        recorder.OnEcho(bow, Range(50.0), 3);
         recorder.Frame(bow, false, BytesOf("in"));
         recorder.OnSonarTells(bow, Range(49.5));
         action.result = operation::Result::Differs;
         action.got = Range(49.5);
         action.reason = "x5Range: asked 50 m, the sonar has 49.5 m";
         recorder.OnActionStands(action);
+        recorder.OnWritten(bow, Range(70.0));
         recorder.Mark("a \"wreck\"");
         EXPECT_EQ(recorder.Finish(), "");
-        EXPECT_EQ(recorder.Counts().messages, 9U);
+        EXPECT_EQ(recorder.Counts().messages, 10U);
         EXPECT_EQ(recorder.Counts().bytes, std::filesystem::file_size(file));
     }
     EXPECT_THAT(
@@ -110,12 +111,14 @@ TEST_F(Flight, EachKindIsAMessageOfItsTopic)
             "/sonar/1.78.1.1/requests 1000003 1000000 "
             "{\"number\":7,\"who\":\"terminal\",\"request\":[[\"x5Range\",\"double\",50.0]]}",
             "/sonar/1.78.1.1/sent 1000004 1000000 out",
-            "/sonar/1.78.1.1/attributes 1000005 1000000 {\"from\":\"echo\",\"tree\":[[\"x5Range\",\"double\",50.0]]}",
+            "/sonar/1.78.1.1/attributes 1000005 1000000 "
+            "{\"from\":\"echo\",\"tree\":[[\"x5Range\",\"double\",50.0]],\"flags\":3}",
             "/sonar/1.78.1.1/received 1000006 1000000 in",
             "/sonar/1.78.1.1/attributes 1000007 1000000 {\"from\":\"sonar\",\"tree\":[[\"x5Range\",\"double\",49.5]]}",
             "/sonar/1.78.1.1/results 1000008 1000000 {\"number\":7,\"result\":\"differs\","
             "\"got\":[[\"x5Range\",\"double\",49.5]],\"reason\":\"x5Range: asked 50 m, the sonar has 49.5 m\"}",
-            "/marks 1000009 1000000 {\"text\":\"a \\\"wreck\\\"\"}"));
+            "/sonar/1.78.1.1/written 1000009 1000000 {\"tree\":[[\"x5Range\",\"double\",70.0]]}",
+            "/marks 1000010 1000000 {\"text\":\"a \\\"wreck\\\"\"}"));
     McapReader const reader(file);
     EXPECT_TRUE(reader.IsComplete());
     ASSERT_EQ(reader.Metadata().size(), 1U);

@@ -61,7 +61,7 @@ std::filesystem::path RecordedStage::RecordTwoSonars()
     action.asked = Value(L"x5Range", 50.0);
     recorder.OnActionBegins(action);
     recorder.Frame(bow, true, RecordedRangeFrame());
-    recorder.OnEcho(bow, Value(L"x5Range", 50.0));
+    recorder.OnEcho(bow, Value(L"x5Range", 50.0), 0);
     At(2000);
     recorder.Frame(bow, false, RecordedRangeFrame());
     recorder.OnSonarTells(bow, Value(L"x5Range", 49.5));
