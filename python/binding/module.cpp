@@ -3,10 +3,10 @@
 
 #include "python/binding/platform/own_library.h"
 #include "python/binding/python_values.h"
+#include "python/keys/every_key.h"
 #include "python/keys/python_name.h"
 
 #include <commands/catalogue.h>
-#include <protocol/catalogue.h>
 #include <protocol/print.h>
 #include <protocol/utf8.h>
 
@@ -20,7 +20,7 @@ namespace py = pybind11;
 py::list Keys()
 {
     py::list keys;
-    for (qx5::protocol::Key const* const key : qx5::protocol::AllKeys()) {
+    for (qx5::protocol::Key const* const key : qx5::python::EveryKey()) {
         bool isRequestable = false;
         for (qx5::ChainEntry const* const row : qx5::RowsOfKey(*key)) {
             for (qx5::Operand const& operand : row->command->operands) {
@@ -50,6 +50,7 @@ PYBIND11_MODULE(_qx5, module)
     module.def("plugin_folder", [] { return qx5::python::platform::PlugInFolder().string(); });
     module.def("program", [] { return qx5::python::platform::Program().string(); });
     module.attr("version") = QX5_VERSION;
+    qx5::python::AddEchoes(module);
     qx5::python::AddSonars(module);
     qx5::python::AddSimulator(module);
     qx5::python::AddRecordings(module);

@@ -5,6 +5,7 @@
 
 namespace qx5::python {
 
+void AddEchoes(pybind11::module_& module);
 void AddSonars(pybind11::module_& module);
 void AddSimulator(pybind11::module_& module);
 void AddRecordings(pybind11::module_& module);

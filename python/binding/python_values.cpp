@@ -1,9 +1,9 @@
 // What a value is in Python, and what of Python is a value of which kind.
 #include "python/binding/python_values.h"
 
+#include "python/keys/every_key.h"
 #include "python/keys/python_name.h"
 
-#include <protocol/catalogue.h>
 #include <protocol/utf8.h>
 #include <values/vordal_value.h>
 
@@ -13,6 +13,8 @@
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include <unistd.h>
 
 #include <fmt/format.h>
 
@@ -141,7 +143,7 @@ std::unordered_map<std::string, Key const*> const& KeysByName()
 {
     static auto const& names = *[] {
         auto* const all = new std::unordered_map<std::string, Key const*>;
-        for (Key const* const key : protocol::AllKeys()) {
+        for (Key const* const key : EveryKey()) {
             all->emplace(protocol::EncodeUtf8(key->text), key);
             all->emplace(PythonName(*key), key);
         }
@@ -196,6 +198,13 @@ void Raise(char const* name, std::string const& text)
     py::object const type = py::module_::import("qx5._errors").attr(name);
     PyErr_SetObject(type.ptr(), py::str(text).ptr());
     throw py::error_already_set();
+}
+
+void RefuseAnotherProcess(int maker)
+{
+    if (getpid() != maker) {
+        Raise("Error", "this process was forked from the one that connected: its threads did not come along");
+    }
 }
 
 py::object ToPython(Value const& value)

@@ -40,6 +40,9 @@ void AddToTree(CAttributeMap& tree, std::string const& name, py::handle given);
 /// All of a sequence of pairs of a name and a value.
 CAttributeMap TreeFromPairs(py::handle pairs);
 
+/// Raises qx5.Error in a process that was forked from the one that is told: the threads did not come along.
+void RefuseAnotherProcess(int maker);
+
 /// Raises the exception of that name of qx5.
 [[noreturn]] void Raise(char const* name, std::string const& text);
 

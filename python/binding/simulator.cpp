@@ -129,6 +129,7 @@ public:
 
     void Stop()
     {
+        RefuseAnotherProcess(m_process);
         Away const away;
         m_server->Stop();
     }
@@ -136,6 +137,7 @@ public:
     /// Whether it was carried out, and what it answers.
     std::pair<bool, std::string> Command(std::string const& line)
     {
+        RefuseAnotherProcess(m_process);
         std::string answer;
         bool isDone = false;
         {

@@ -1,4 +1,5 @@
 // Sonars, requests and changes for Python.
+#include "python/binding/echoes.h"
 #include "python/binding/module.h"
 #include "python/binding/python_values.h"
 #include "python/binding/waiting.h"
@@ -253,6 +254,7 @@ public:
 
     void Close()
     {
+        RefuseAnotherProcess(m_process);
         Away const away;
         m_sonar->Close();
     }
@@ -305,6 +307,7 @@ public:
     }
     PythonRequest Request(py::handle pairs)
     {
+        RefuseAnotherProcess(m_process);
         CAttributeMap const request = TreeFromPairs(pairs);
         return PythonRequest(m_sonar->Request(request));
     }
@@ -318,6 +321,7 @@ public:
     PythonFeed Follow(std::vector<std::string> const& names, PythonMailbox const* mailbox,
                       std::optional<std::uint64_t> sign)
     {
+        RefuseAnotherProcess(m_process);
         std::vector<std::wstring> keys;
         for (std::string const& name : names) {
             keys.emplace_back(KeyNamed(name).text);
@@ -326,8 +330,15 @@ public:
         Away const away;
         return PythonFeed(m_sonar->Follow(std::move(keys), std::move(ready)), m_sonar);
     }
+    PythonEchoes Echoes(bool waterColumn)
+    {
+        RefuseAnotherProcess(m_process);
+        Away const away;
+        return {m_sonar, m_sonar->FollowEchoes(waterColumn ? SONAR_WATER_COLUMN_GROUP : SONAR_DETECTIONS_GROUP)};
+    }
     PythonRecorder Record(std::string const& file, std::string const& version)
     {
+        RefuseAnotherProcess(m_process);
         std::string error;
         std::shared_ptr<recording::FlightRecorder> recorder;
         {
@@ -417,6 +428,7 @@ void AddSonars(py::module_& module)
         .def("request", &PythonSonar::Request, py::arg("pairs"))
         .def("request_and_wait", &PythonSonar::RequestAndWait, py::arg("pairs"))
         .def("follow", &PythonSonar::Follow, py::arg("keys"), py::arg("mailbox"), py::arg("sign"))
+        .def("echoes", &PythonSonar::Echoes, py::arg("water_column"))
         .def("record", &PythonSonar::Record, py::arg("file"), py::arg("version"));
     module.def("parse_address", &ParsedAddress, py::arg("address"));
     module.def("set_main_thread", [](unsigned long ident) { MainThread().store(ident); }, py::arg("ident"));

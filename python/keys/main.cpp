@@ -1,10 +1,10 @@
 // Writes the properties of qx5.Sonar, one for each key of the tables, as Python and as a typed stub.
+#include "python/keys/every_key.h"
 #include "python/keys/python_name.h"
 
 #include "operation/sonar_limits.h"
 
 #include <commands/catalogue.h>
-#include <protocol/catalogue.h>
 #include <protocol/print.h>
 #include <protocol/utf8.h>
 
@@ -133,7 +133,7 @@ int Run(std::string const& module, std::string const& stub)
                         "from ._tree import Branch, Tree\n\nclass Keys:\n"
                         "    __slots__ = ()\n";
     std::map<std::string, std::string> taken;
-    for (Key const* const key : protocol::AllKeys()) {
+    for (Key const* const key : EveryKey()) {
         std::string const text = protocol::EncodeUtf8(key->text);
         std::string const name = PythonName(*key);
         if (auto const [other, isNew] = taken.emplace(name, text); !isNew) {

@@ -19,9 +19,10 @@ constexpr std::array<std::string_view, 35> words{
     "or",     "pass",   "raise",   "return",   "try",      "while",  "with",   "yield"};
 
 /// What qx5.Sonar has beside its keys; a test compares.
-constexpr std::array<std::string_view, 17> sonarNames{
-    "address", "attributes", "changes", "close",   "closed", "condition", "connected", "connection", "get",
-    "keys",    "limits",     "name",    "record",  "request", "subscribe", "wait_for", "wait_connected"};
+constexpr std::array<std::string_view, 18> sonarNames{
+    "address", "attributes", "changes", "close",     "closed",    "condition",      "connected", "connection",  "get",
+    "limits",  "name",       "record",  "request",   "soundings", "subscribe",      "wait_for",  "wait_connected",
+    "water_column"};
 
 bool IsDigit(char c)
 {

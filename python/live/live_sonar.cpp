@@ -77,6 +77,18 @@ void SonarState::Remove(ChangeFeed const* feed)
     std::erase_if(m_feeds, [&](auto const& each) { return each.get() == feed; });
 }
 
+void SonarState::Add(std::shared_ptr<EchoFeed> const& feed)
+{
+    std::lock_guard const lock(m_mutex);
+    m_echoes.push_back(feed);
+}
+
+void SonarState::Remove(EchoFeed const* feed)
+{
+    std::lock_guard const lock(m_mutex);
+    std::erase_if(m_echoes, [&](auto const& each) { return each.get() == feed; });
+}
+
 void SonarState::SetRecorder(std::shared_ptr<recording::FlightRecorder> recorder)
 {
     std::lock_guard const lock(m_mutex);
@@ -121,13 +133,18 @@ void SonarState::TakeChange()
 void SonarState::End()
 {
     std::vector<std::shared_ptr<ChangeFeed>> feeds;
+    std::vector<std::shared_ptr<EchoFeed>> echoes;
     {
         std::lock_guard const lock(m_mutex);
         m_isClosed = true;
         ++m_news;
         feeds = std::exchange(m_feeds, {});
+        echoes = std::exchange(m_echoes, {});
     }
     m_changed.notify_all();
+    for (auto const& feed : echoes) {
+        feed->End();
+    }
     for (auto const& feed : feeds) {
         feed->End();
     }
@@ -199,6 +216,32 @@ std::shared_ptr<ChangeFeed> LiveSonar::Follow(std::vector<std::wstring> keys, st
         feed->End();
     }
     return feed;
+}
+
+std::shared_ptr<EchoFeed> LiveSonar::FollowEchoes(SonarEchoGroup group)
+{
+    auto const host = Host();
+    std::shared_ptr<EchoFeed> feed;
+    if (host != nullptr) {
+        host->OnHost([&] {
+            if (!m_state->IsClosed()) {
+                feed = std::make_shared<EchoFeed>(m_state->Id(), group);
+                m_state->Add(feed);
+            }
+        });
+    }
+    return feed;
+}
+
+void LiveSonar::Leave(std::shared_ptr<EchoFeed> const& feed)
+{
+    // Of a sonar that is closed it has ended.
+    if (auto const host = Host()) {
+        host->OnHost([&] {
+            m_state->Remove(feed.get());
+            feed->End();
+        });
+    }
 }
 
 operation::SonarState LiveSonar::Watch() const

@@ -3,6 +3,7 @@
 
 #include "operation/sonar_watch.h"
 #include "python/live/change_feed.h"
+#include "python/live/echo_feed.h"
 #include "python/live/live_request.h"
 #include "recording/flight_recorder.h"
 #include "reference_host/link/sonar_link.h"
@@ -43,6 +44,9 @@ public:
 
     void Add(std::shared_ptr<ChangeFeed> const& feed);
     void Remove(ChangeFeed const* feed);
+    /// Host thread, as is the next.
+    void Add(std::shared_ptr<EchoFeed> const& feed);
+    void Remove(EchoFeed const* feed);
     /// Null for none.
     void SetRecorder(std::shared_ptr<recording::FlightRecorder> recorder);
     std::shared_ptr<recording::FlightRecorder> Recorder() const;
@@ -54,8 +58,6 @@ public:
     void End();
 
 private:
-    void Tell();
-
     CDataId const m_id;
     mutable std::mutex m_mutex; ///< guards what follows
     mutable std::condition_variable m_changed;
@@ -63,6 +65,7 @@ private:
     std::uint64_t m_news = 0;
     bool m_isClosed = false;
     std::vector<std::shared_ptr<ChangeFeed>> m_feeds;
+    std::vector<std::shared_ptr<EchoFeed>> m_echoes;
     std::shared_ptr<recording::FlightRecorder> m_recorder;
 };
 
@@ -95,6 +98,10 @@ public:
     std::shared_ptr<LiveRequest> Request(CAttributeMap const& request);
     /// Of no keys all at the top of the tree. See ChangeFeed.
     std::shared_ptr<ChangeFeed> Follow(std::vector<std::wstring> keys, std::function<void()> ready);
+    /// Null when the sonar is closed.
+    std::shared_ptr<EchoFeed> FollowEchoes(SonarEchoGroup group);
+    /// It is followed no more.
+    void Leave(std::shared_ptr<EchoFeed> const& feed);
     operation::SonarState Watch() const;
     /// All that passes goes into this from now on, with the settings as they stand first; null for nothing any more.
     void RecordInto(std::shared_ptr<recording::FlightRecorder> recorder);

@@ -1,12 +1,12 @@
 // Bringing the host up with the first sonar, following what is asked in it, taking it down with the last.
 #include "python/live/shared_host.h"
 
+#include "python/keys/every_key.h"
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/streams/settings_data.h"
 
 #include <VordalSubscriberR/Subscriber.h>
-#include <protocol/catalogue.h>
 #include <protocol/utf8.h>
 #include <vordalhostdllR/CVordalBaseApp.h>
 #include <vordalhostdllR/DataManager.h>
@@ -56,7 +56,7 @@ private:
 std::vector<CString> AllKeyTexts()
 {
     std::vector<CString> texts;
-    for (protocol::Key const* const key : protocol::AllKeys()) {
+    for (protocol::Key const* const key : python::EveryKey()) {
         texts.emplace_back(key->text);
     }
     return texts;
@@ -306,12 +306,11 @@ void SharedHost::Remove(SonarState& sonar)
         sonar.TakeLink({.state = vordal::LinkState::Closed, .reason = "it was closed", .retryIn = {}});
         m_sonars.at(id.GetKey()).changes.reset();
         m_desk.OnRemoved(id);
-        m_host.Project()->Remove(id);
-        {
-            std::lock_guard const lock(m_sonarsMutex);
-            m_sonars.erase(id.GetKey());
-        }
+        // While the sonar still hears that its echoes are not wanted any more.
         sonar.End();
+        m_host.Project()->Remove(id);
+        std::lock_guard const lock(m_sonarsMutex);
+        m_sonars.erase(id.GetKey());
     });
 }
 

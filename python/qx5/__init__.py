@@ -15,6 +15,7 @@ from . import _qx5, _tree
 
 _qx5.set_classes(_tree.Tree, _tree.Value)
 
+from ._echoes import Sounding, WaterColumn  # noqa: E402
 from ._errors import (  # noqa: E402
     BadAddress,
     ConnectionLost,
@@ -40,7 +41,7 @@ from ._errors import (  # noqa: E402
     WrongKind,
 )
 from ._key import Key  # noqa: E402
-from ._recording import Decoded, Frame, Message, Record, Recording, WaterColumn, decode  # noqa: E402
+from ._recording import Decoded, Frame, Message, Record, Recording, decode  # noqa: E402
 from ._scenario import Check, Difference, Scenario, ScenarioResult  # noqa: E402
 from ._simulator import Simulator, Understood  # noqa: E402
 from ._sonar import (  # noqa: E402
@@ -109,6 +110,7 @@ __all__ = [
     "Simulator",
     "SimulatorError",
     "Sonar",
+    "Sounding",
     "Subscription",
     "Timeout",
     "Tree",

@@ -32,11 +32,15 @@ _left_behind: list[object] = []
 _forked = False
 
 
-def is_open(thing: Closable) -> None:
-    """Has native threads until it is closed."""
+def refuse_after_fork() -> None:
+    """To be called before anything with threads begins."""
     if _forked:
         raise Error("this process was forked from one that used qx5, whose threads did not come along: begin a new "
                     "process in place of forking")
+
+
+def is_open(thing: Closable) -> None:
+    """Has native threads until it is closed."""
     _open.add(thing)
 
 

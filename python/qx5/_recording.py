@@ -9,6 +9,7 @@ from datetime import datetime, timezone
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 from . import _errors, _qx5
+from ._echoes import WaterColumn, need_numpy
 from ._tree import Tree
 
 if TYPE_CHECKING:
@@ -215,57 +216,6 @@ class RecordedSonar(NamedTuple):
     name: str
 
 
-class WaterColumn(NamedTuple):
-    """What a sonar heard at one ping. The arrays are read only and lie in the record itself: nothing was copied."""
-
-    ping: int
-    time: float
-    """Of transmission, seconds since 1970 UTC."""
-    sound_velocity: float
-    """m/s"""
-    east: float
-    north: float
-    depth: float
-    """m; of the sonar"""
-    heading: float
-    roll: float
-    """degrees, starboard down"""
-    pitch: float
-    """degrees, bow up"""
-    heave: float
-    """m, up"""
-    steering: float
-    """degrees, of the fan along track"""
-    beams: int
-    interval: float
-    """s there and back from one sample to the next; sample k is of k + 1/2 intervals after transmission"""
-    floor: float
-    """dB re 1 uPa of a level of 0"""
-    step: float
-    """dB from one level to the next"""
-    angle: npt.NDArray[np.float32]
-    """degrees across track off the vertical, positive to starboard; one a beam"""
-    gain: npt.NDArray[np.float32]
-    """dB, of the receiver; one a sample"""
-    noise: npt.NDArray[np.float32]
-    """dB, mean level of noise; one a sample"""
-    levels: npt.NDArray[np.uint8]
-    """A row a beam, a column a sample."""
-
-    def decibel(self) -> npt.NDArray[np.float32]:
-        """The levels in dB re 1 uPa, gain included: floor + levels x step. A new array."""
-        import numpy
-
-        table = (self.floor + self.step * numpy.arange(256)).astype(numpy.float32)
-        return table[self.levels]
-
-    def travel_times(self) -> npt.NDArray[np.float64]:
-        """s there and back, one a sample."""
-        import numpy
-
-        return (numpy.arange(self.levels.shape[1]) + 0.5) * self.interval
-
-
 _arrays_lock = threading.Lock()
 _arrays_prepared = False
 
@@ -274,10 +224,7 @@ def _prepare_arrays() -> None:
     global _arrays_prepared
     with _arrays_lock:
         if not _arrays_prepared:
-            try:
-                import numpy as _  # noqa: F401
-            except ImportError as problem:
-                raise _errors.Error("arrays need NumPy: install python3-numpy") from problem
+            need_numpy()
             _qx5.prepare_arrays()
             _arrays_prepared = True
 

@@ -7,7 +7,7 @@ from types import TracebackType
 from typing import Any, NamedTuple
 
 from . import _errors, _qx5
-from ._dispatch import is_closed, is_open
+from ._dispatch import is_closed, is_open, refuse_after_fork
 
 
 class Understood(NamedTuple):
@@ -44,6 +44,7 @@ class Simulator:
 
     def __init__(self, scene: str = "wreck", *, seed: int = 1, port: int = 0, depth: float = 30.0, calm: bool = False,
                  heads: int = 1, pings: bool = False, address: str = "127.0.0.1") -> None:
+        refuse_after_fork()
         self._host = address
         self._native = _qx5.Simulator(scene=scene, seed=seed, port=port, depth=depth, calm=calm, heads=heads,
                                       pings=pings, address=address)

@@ -10,7 +10,8 @@ from types import TracebackType
 from typing import TYPE_CHECKING, Any, NamedTuple, TypeVar
 
 from . import _errors, _qx5
-from ._dispatch import dispatcher, is_closed, is_open
+from ._dispatch import dispatcher, is_closed, is_open, refuse_after_fork
+from ._echoes import Sounding, WaterColumn, need_numpy
 from ._keys import Keys
 from ._tree import Tree
 
@@ -192,8 +193,9 @@ class Subscription:
 class Recorder:
     """A file that all that passes goes into until it is closed."""
 
-    def __init__(self, native: _qx5.Recorder) -> None:
+    def __init__(self, native: _qx5.Recorder, echoes: list[_qx5.Echoes]) -> None:
         self._native = native
+        self._echoes = echoes
         self._closed = False
 
     def mark(self, text: str) -> None:
@@ -214,6 +216,8 @@ class Recorder:
         """Writes what waits and the file's end. Raises qx5.RecordingError when the disk refused something."""
         if not self._closed:
             self._closed = True
+            for each in self._echoes:
+                each.end()
             problem = self._native.finish()
             if problem:
                 raise _errors.RecordingError(problem)
@@ -386,9 +390,48 @@ class Sonar(Keys):
         """Waits until the connection stands."""
         self.wait_for(lambda sonar: sonar.connected, timeout)
 
-    def record(self, file: str | os.PathLike[str]) -> Recorder:
-        """Records all that passes between host and this sonar into a new file, until the recorder is closed."""
-        return Recorder(self._native.record(os.fspath(file), _qx5.version))
+    # What it hears.
+
+    def soundings(self, *, timeout: float | None = 10.0) -> Iterator[Sounding]:
+        """What the sonar takes for the bottom from now on, a ping each, until it is closed; it is asked for that as
+        long as the iterator lives. It has to ping (ping_on_off_state). Of more than 64 that wait the oldest give way.
+
+        Raises qx5.Timeout when none comes for so many seconds.
+        """
+        need_numpy()
+        return (Sounding(*head, *arrays) for head, arrays in self._echoes(False, timeout))
+
+    def water_column(self, *, timeout: float | None = 10.0) -> Iterator[WaterColumn]:
+        """What the sonar hears from now on, likewise."""
+        need_numpy()
+        return (WaterColumn(*head, *rest) for head, rest in self._echoes(True, timeout))
+
+    def _echoes(self, water_column: bool, timeout: float | None) -> Iterator[tuple[tuple[Any, ...], tuple[Any, ...]]]:
+        return self._echoes_of(self._native.echoes(water_column), timeout)
+
+    def _echoes_of(self, echoes: _qx5.Echoes,
+                   timeout: float | None) -> Iterator[tuple[tuple[Any, ...], tuple[Any, ...]]]:
+        try:
+            while True:
+                ping = echoes.next(timeout)
+                if ping is not None:
+                    yield ping
+                elif echoes.ended:
+                    return
+                else:
+                    raise _errors.Timeout(f"the sonar has told no echoes for {timeout} s: does it ping?")
+        finally:
+            echoes.end()
+
+    def record(self, file: str | os.PathLike[str], *, detections: bool = False,
+               water_column: bool = False) -> Recorder:
+        """Records all that passes between host and this sonar into a new file, until the recorder is closed.
+
+        With `detections` or `water_column` the sonar is asked for these meanwhile.
+        """
+        recorder = self._native.record(os.fspath(file), _qx5.version)
+        wanted = [column for column, wish in ((False, detections), (True, water_column)) if wish]
+        return Recorder(recorder, [self._native.echoes(column) for column in wanted])
 
     if not TYPE_CHECKING:
 
@@ -414,6 +457,7 @@ def connect(address: str, *, timeout: float = 5.0, plugin: str | os.PathLike[str
     may be as many as one likes. Raises qx5.NoSonar, qx5.PluginError or qx5.BadAddress.
     """
     host, port = _qx5.parse_address(address)
+    refuse_after_fork()
     dispatcher.start()
     path = os.fspath(plugin) if plugin is not None else _qx5.plugin_folder()
     sonar = Sonar(_qx5.Sonar(os.path.abspath(path), host, port, name or address), address, name or address)
