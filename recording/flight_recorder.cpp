@@ -292,7 +292,7 @@ void FlightRecorder::WriteOne(Entry const& entry, unsigned char const* frames)
     if (m_pieces.bytes != 0 && m_writer->File().Size() >= m_pieces.bytes) {
         RollOver(entry.times);
     } else if (m_sincePart >= partBytes) {
-        BeginPart(entry.times);
+        BeginPart(entry.times, true);
     }
     auto const before = m_writer->File().Size();
     if (auto const* const frame = std::get_if<FrameText>(&entry.what)) {
@@ -365,12 +365,13 @@ void FlightRecorder::RollOver(MessageTimes const& times)
     m_finished.bytes += finished.Size();
     m_writer = std::move(next);
     m_channels.clear();
-    BeginPart(times);
+    BeginPart(times, false);
 }
 
-void FlightRecorder::BeginPart(MessageTimes const& times)
+void FlightRecorder::BeginPart(MessageTimes const& times, bool isAgain)
 {
-    for (auto const& [sonar, standing] : m_standing) {
+    for (auto& [sonar, standing] : m_standing) {
+        standing.settings.isAgain = isAgain;
         m_writer->Write(ChannelOf(kinds::Settings, sonar), times, standing.settings);
         if (standing.connection) {
             m_writer->Write(ChannelOf(kinds::Connection, sonar), times, *standing.connection);

@@ -163,7 +163,8 @@ private:
     void Write(Entry const& entry, RecordedContent const& content);
     void RollOver(MessageTimes const& times);
     /// Writes what stands of each sonar: who looks for a moment reads no further back.
-    void BeginPart(MessageTimes const& times);
+    /// `isAgain`: within a file that tells what stands already.
+    void BeginPart(MessageTimes const& times, bool isAgain);
     void Remember(Entry const& entry, RecordedContent const& content);
     std::uint16_t ChannelOf(RecordedKind const& kind, SonarNumbers const& sonar);
     MessageTimes Now() const;

@@ -46,6 +46,9 @@ Members Write(RecordedSettings const& settings)
                                                         {"mainWindow", JsonValue::Bool(settings.host->hasMainWindow)},
                                                         {"operator", JsonValue::Bool(settings.host->isOperator)}}));
     }
+    if (settings.isAgain) {
+        members.emplace_back("again", JsonValue::Bool(true));
+    }
     return members;
 }
 
@@ -58,6 +61,9 @@ RecordedSettings ReadSettings(MemberReader& reader)
         settings.host = {ReadTextOf(members, "guid"), ReadTextOf(members, "port"),
                          ReadBool(members.Get("mainWindow"), members.At("mainWindow")),
                          ReadBool(members.Get("operator"), members.At("operator"))};
+    }
+    if (auto const* const again = reader.Find("again")) {
+        settings.isAgain = ReadBool(*again, reader.At("again"));
     }
     return settings;
 }

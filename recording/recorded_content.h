@@ -37,6 +37,8 @@ struct RecordedSettings
     std::string name; ///< the sonar's
     CAttributeMap tree;
     std::optional<RecordedHost> host = {}; ///< nothing where the file does not tell
+    /// Nothing has happened: what stands is written once more, for who begins to read here.
+    bool isAgain = false;
 };
 
 struct RecordedRequest

@@ -21,8 +21,9 @@ namespace kinds {
 inline constexpr RecordedKind Sent{"sent", "a frame that went to the sonar, byte for byte", ""};
 inline constexpr RecordedKind Received{"received", "a frame that came from the sonar, byte for byte", ""};
 inline constexpr RecordedKind Settings{
-    "settings", "the sonar's name and its attributes at the start of a part",
-    R"({"type":"object","properties":{"name":{"type":"string"},"tree":{"type":"array"},"host":{"type":"object","properties":{"guid":{"type":"string"},"port":{"type":"string"},"mainWindow":{"type":"boolean"},"operator":{"type":"boolean"}},"required":["guid","port","mainWindow","operator"]}},"required":["name","tree"]})"};
+    "settings",
+    "the sonar's name and its attributes at the start of a part; again where a long file tells once more what stands",
+    R"({"type":"object","properties":{"name":{"type":"string"},"tree":{"type":"array"},"host":{"type":"object","properties":{"guid":{"type":"string"},"port":{"type":"string"},"mainWindow":{"type":"boolean"},"operator":{"type":"boolean"}},"required":["guid","port","mainWindow","operator"]},"again":{"type":"boolean"}},"required":["name","tree"]})"};
 inline constexpr RecordedKind Requests{
     "requests", "what was asked for, by whom, under a number",
     R"({"type":"object","properties":{"number":{"type":"integer"},"who":{"type":"string"},"request":{"type":"array"}},"required":["number","who","request"]})"};

@@ -64,7 +64,8 @@ Said SaidBy(RecordedContent const& content)
         Said operator()(RecordedFrame const&) const { return {}; }
         Said operator()(RecordedSettings const& settings) const
         {
-            return {"settings", TreeLine(settings.tree), TreeWords(settings.tree)};
+            return {settings.isAgain ? "settings again" : "settings", TreeLine(settings.tree),
+                    TreeWords(settings.tree)};
         }
         Said operator()(RecordedRequest const& request) const
         {

@@ -31,9 +31,11 @@ void ExportCsv(RecordedSession& session, std::filesystem::path const& out, std::
         auto const* const attributes = std::get_if<RecordedAttributes>(&message.content);
         auto const* const settings = std::get_if<RecordedSettings>(&message.content);
         auto const* const writing = std::get_if<RecordedWriting>(&message.content);
-        auto const& tree = attributes != nullptr ? attributes->tree
-                           : writing != nullptr  ? writing->tree
-                                                 : settings->tree;
+        if (settings != nullptr && settings->isAgain) {
+            return true;
+        }
+        auto const* const change = ChangeIn(message.content);
+        auto const& tree = change != nullptr ? *change : settings->tree;
         std::string_view const from = writing != nullptr      ? "host"
                                       : attributes == nullptr ? "settings"
                                       : attributes->isEcho    ? "echo"

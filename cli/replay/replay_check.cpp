@@ -349,7 +349,8 @@ public:
         } else if (auto const* const writing = std::get_if<recording::RecordedWriting>(&content)) {
             Settle();
             m_host.Write(sonar, writing->tree);
-        } else if (auto const* const settings = std::get_if<recording::RecordedSettings>(&content)) {
+        } else if (auto const* const settings = std::get_if<recording::RecordedSettings>(&content);
+                   settings != nullptr && !settings->isAgain) {
             Settle();
             m_host.Replace(sonar, settings->tree);
         } else if (auto const* const connection = std::get_if<recording::RecordedConnection>(&content)) {

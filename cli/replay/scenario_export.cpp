@@ -239,7 +239,8 @@ public:
         } else if (auto const* const writing = std::get_if<recording::RecordedWriting>(&content)) {
             EndRequest();
             Put(sonar, StepKind::Attributes, WriteTree(writing->tree));
-        } else if (auto const* const settings = std::get_if<recording::RecordedSettings>(&content)) {
+        } else if (auto const* const settings = std::get_if<recording::RecordedSettings>(&content);
+                   settings != nullptr && !settings->isAgain) {
             EndRequest();
             auto const& beginning = m_part.sonars.at(sonar);
             if (beginning.toldAt != message.time) {

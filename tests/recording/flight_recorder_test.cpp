@@ -1,7 +1,9 @@
 // The flight recorder: what it writes of what, when, and what it does when there is no room.
 #include "recording/flight_recorder.h"
 #include "recording/mcap_reader.h"
+#include "recording/recorded_session.h"
 #include "recording/recording_error.h"
+#include "recording/table_export.h"
 
 #include "tests/support/temporary_folder.h"
 
@@ -12,6 +14,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <limits>
 #include <map>
 #include <string>
@@ -251,9 +254,20 @@ TEST_F(Flight, WhatStandsIsWrittenAnewSoThatNoMomentNeedsAllThatWasBefore)
         }
     }
     std::string const first = R"({"name":"Bow","tree":[["x5Range","double",100.0]]})";
-    std::string const stands = R"({"name":"Bow","tree":[["x5Range","double",49.5]]})";
+    std::string const stands = R"({"name":"Bow","tree":[["x5Range","double",49.5]],"again":true})";
     std::string const connected = R"({"state":"connected","reason":""})";
     EXPECT_THAT(settings, ElementsAre(first, connected, stands, connected, stands, connected, stands, connected));
+
+    // What is told once more is no change.
+    recording::RecordedSession session(file);
+    recording::ExportCsv(session, folder / "flight.csv", {}, {});
+    std::ifstream csv(folder / "flight.csv");
+    Lines rows;
+    for (std::string row; std::getline(csv, row);) {
+        rows.push_back(row.substr(row.find(',') + 1));
+    }
+    EXPECT_THAT(rows, ElementsAre("sonar,from,key,value\r", "1.78.1.1,settings,x5Range,100\r",
+                                  "1.78.1.1,sonar,x5Range,49.5\r"));
 }
 
 TEST_F(Flight, WhatWasWrittenIsReadWhileItGoesOn)
