@@ -156,6 +156,19 @@ int RecordingMark(RecordingOptions const& options);
 int RecordingCheck(RecordingOptions const& options);
 int RecordingExport(RecordingOptions const& options);
 
+struct ReplayOptions
+{
+    std::string file;
+    std::string plugin;
+    std::string from; ///< a moment as ReadMoment takes it; empty: the beginning
+    double speed = 1.0;
+    bool window = false;    ///< in the window, which it is without any other way to play it
+    std::string screenshot; ///< a file: render the window at that moment into it in place of opening one
+    bool dark = false;
+    std::vector<Fact> facts; ///< what this program is, for its window
+};
+int Replay(ReplayOptions const& options);
+
 struct PluginOptions
 {
     std::string file;

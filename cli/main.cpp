@@ -593,6 +593,27 @@ int RunCommandLine(int argc, char** argv)
     RecordingOptions recording;
     AddRecordingCommands(app, recording, code);
 
+    ReplayOptions replay;
+    replay.facts = facts;
+    CLI::App* replayCommand = app.add_subcommand("replay", "Play a recording in the window, without a sonar");
+    runsHost(replayCommand, [&] { code = Replay(replay); });
+    replayCommand->add_option("file", replay.file, "The recording")->required()->type_name("FILE");
+    replayCommand->add_flag("--window", replay.window, "In the window, as without any other way to play it");
+    replayCommand
+        ->add_option("--from", replay.from, "Begin at this time: as 2026-11-21T01:26:24.5Z, or +SECONDS from the start")
+        ->type_name("TIME");
+    replayCommand->add_option("--speed", replay.speed, "So many times as fast as it was, at first")
+        ->capture_default_str()
+        ->check(CLI::Range(0.1, 100.0).description(""))
+        ->type_name("FACTOR");
+    replayCommand->add_option("--plugin", replay.plugin, "A plug-in module beside those that lie beside this program")
+        ->type_name("FILE");
+    replayCommand
+        ->add_option("--screenshot", replay.screenshot,
+                     "Render that moment as PNG into this file, without a display, and end")
+        ->type_name("FILE");
+    replayCommand->add_flag("--dark", replay.dark, "With dark colours");
+
     KeysOptions keys;
     CLI::App* keysCommand = app.add_subcommand("keys", "List the request keys: kind, unit, record, offset, handler");
     keysCommand->add_flag("--markdown", keys.markdown, "As a table for a document");
