@@ -170,8 +170,12 @@ struct ReplayOptions
     bool asHost = false;
     int port = 7000; ///< of --as-sonar, on 127.0.0.1; 0 for any
     double speed = 1.0;
-    bool step = false; ///< a frame for each line of standard input
-    bool loop = false; ///< from the beginning again at its end
+    bool step = false;      ///< a frame for each line of standard input
+    bool loop = false;      ///< from the beginning again at its end
+    bool window = false;    ///< in the window, which it is without any other way to play it
+    std::string screenshot; ///< a file: render the window at that moment into it in place of opening one
+    bool dark = false;
+    std::vector<Fact> facts; ///< what this program is, for its window
 };
 int Replay(ReplayOptions const& options);
 

@@ -385,7 +385,8 @@ void AddRecordingCommands(CLI::App& app, RecordingOptions& recording, int& code)
 /// `qx5 replay`.
 void AddReplayCommand(CLI::App& app, ReplayOptions& replay, int& code, Runs const& runsHost)
 {
-    CLI::App* command = app.add_subcommand("replay", "Run a recording again");
+    CLI::App* command = app.add_subcommand(
+        "replay", "Play a recording again: in the window, through this program, as its sonar or as its host");
     runsHost(command, [&code, &replay] { code = Replay(replay); });
     command->add_option("file", replay.file, "The recording")->required()->type_name("FILE");
     CLI::Option* check =
@@ -401,6 +402,12 @@ void AddReplayCommand(CLI::App& app, ReplayOptions& replay, int& code, Runs cons
                                          "Ask a sonar for the same at the same times; exit 1 if it answers otherwise")
                               ->excludes(check)
                               ->excludes(asSonar);
+    CLI::Option* window = command
+                              ->add_flag("--window", replay.window,
+                                         "In the window, as it looked at each moment; so without any other of these")
+                              ->excludes(check)
+                              ->excludes(asSonar)
+                              ->excludes(asHost);
     command
         ->add_option("--sonar", replay.sonar,
                      "Of the recording this sonar alone, by its id or name; with --as-host the sonar to ask, HOST:PORT")
@@ -411,7 +418,7 @@ void AddReplayCommand(CLI::App& app, ReplayOptions& replay, int& code, Runs cons
     command
         ->add_option("--from", replay.from, "From this time on: as 2026-11-21T01:26:24.5Z, or +SECONDS from the start")
         ->type_name("TIME");
-    command->add_option("--to", replay.to, "Up to this time, included")->type_name("TIME");
+    command->add_option("--to", replay.to, "Up to this time, included")->excludes(window)->type_name("TIME");
     CLI::Option* speed = command->add_option("--speed", replay.speed, "How much faster than it was, 0.1 to 100")
                              ->capture_default_str()
                              ->check(CLI::Range(0.1, 100.0).description(""))
@@ -427,6 +434,17 @@ void AddReplayCommand(CLI::App& app, ReplayOptions& replay, int& code, Runs cons
         ->needs(asSonar);
     command->add_option("--plugin", replay.plugin, "The plug-in module (default: the one beside this program)")
         ->type_name("FILE");
+    command
+        ->add_option("--screenshot", replay.screenshot,
+                     "Render the window at --from as PNG into this file, without a display, and end")
+        ->excludes(check)
+        ->excludes(asSonar)
+        ->excludes(asHost)
+        ->type_name("FILE");
+    command->add_flag("--dark", replay.dark, "The window with dark colours")
+        ->excludes(check)
+        ->excludes(asSonar)
+        ->excludes(asHost);
 }
 
 /// Does what the command line asks for and gives the exit code.
@@ -649,6 +667,7 @@ int RunCommandLine(int argc, char** argv)
     AddRecordingCommands(app, recording, code);
 
     ReplayOptions replay;
+    replay.facts = facts;
     AddReplayCommand(app, replay, code, runsHost);
 
     KeysOptions keys;

@@ -9,6 +9,10 @@
 #include "cli/replay/replay_check.h"
 #include "cli/replay_as_host.h"
 #include "cli/session.h"
+#ifdef QX5_VIEW
+#include "cli/window/replay_in_window.h"
+#include "cli/window/run_window.h"
+#endif
 #include "recording/recording_time.h"
 
 #include <fmt/format.h>
@@ -121,6 +125,25 @@ int ReplayTheHost(ReplayOptions const& options)
     return ToldOf(session, options.file);
 }
 
+int ReplayTheLook([[maybe_unused]] ReplayOptions const& options)
+{
+    // Told by the same words as for the other ways, which take them.
+    if (!options.sonar.empty() || !options.to.empty()) {
+        throw WrongUse(
+            "--sonar and --to are for --check, --as-sonar and --as-host: the window shows all of a recording");
+    }
+#ifdef QX5_VIEW
+    if (options.screenshot.empty() && !HasDisplay()) {
+        return Complain(ExitFailed, "replay: there is no display for the window; there are --check, --as-sonar, "
+                                    "--as-host and --screenshot");
+    }
+    return ReplayInWindow(options);
+#else
+    return Complain(ExitFailed, "replay: this qx5 was built without the window; there are --check, --as-sonar and "
+                                "--as-host");
+#endif
+}
+
 } // namespace
 
 int Replay(ReplayOptions const& options)
@@ -136,8 +159,7 @@ int Replay(ReplayOptions const& options)
             if (options.asHost) {
                 return ReplayTheHost(options);
             }
-            // Without any of them: the window (ReplayInWindow).
-            return Complain(ExitWrong, "replay: one of --check, --as-sonar and --as-host is required");
+            return ReplayTheLook(options);
         });
     } catch (std::runtime_error const& problem) {
         return Complain(ExitFailed, recording::Printable(problem.what()));
