@@ -7,15 +7,16 @@
 #include "operation/tree_walk.h"
 #include "recording/recording_text.h"
 
-#include <json/tree_json.h>
 #include <protocol/utf8.h>
 
+#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <stdexcept>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -31,12 +32,20 @@ struct ReplayedAnswer
 {
     std::string result;
     CAttributeMap got;
-
-    bool operator==(ReplayedAnswer const& other) const
-    {
-        return result == other.result && WriteJson(WriteTree(got)) == WriteJson(WriteTree(other.got));
-    }
 };
+
+/// Whether the two say the same, as far as both know what the sonar then had.
+bool IsSameAnswer(ReplayedAnswer const& then, ReplayedAnswer const& now)
+{
+    bool isSame = then.result == now.result;
+    operation::WalkTrees<1>(then.got, {&now.got},
+                            [&](std::string const&, CAttributeMap const& node, auto const& others) {
+                                auto const* const one = operation::ValueOf(&node);
+                                auto const* const other = operation::ValueOf(others[0]);
+                                isSame = isSame && (one == nullptr || other == nullptr || one->IsSame(*other));
+                            });
+    return isSame;
+}
 
 /// "agrees, x5Range = 50 m".
 std::string TextOf(ReplayedAnswer const& answer)
@@ -50,6 +59,8 @@ std::string TextOf(ReplayedAnswer const& answer)
     return text;
 }
 
+/// A sonar that has not answered after so long counts as one that does not.
+constexpr std::chrono::seconds answerLimit{1};
 /// A sonar that was asked to begin anew comes back.
 constexpr std::chrono::seconds reconnectionLimit{30};
 
@@ -72,6 +83,27 @@ public:
         std::lock_guard const lock(m_mutex);
         m_answers[action.number] = {std::string(operation::ToText(action.result)), action.got};
     }
+    void OnSonarTells(CDataId const&, CAttributeMap const&) override
+    {
+        {
+            std::lock_guard const lock(m_mutex);
+            ++m_told;
+        }
+        m_changed.notify_all();
+    }
+
+    /// How often the sonar has told something.
+    std::uint64_t Told() const
+    {
+        std::lock_guard const lock(m_mutex);
+        return m_told;
+    }
+    /// Waits until it has told something more than `told` times, or for as long as a sonar may take to answer.
+    void WaitForMore(std::uint64_t told) const
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait_for(lock, answerLimit, [&] { return m_told > told; });
+    }
 
     std::uint64_t Newest() const
     {
@@ -87,6 +119,8 @@ public:
 
 private:
     mutable std::mutex m_mutex;
+    mutable std::condition_variable m_changed;
+    std::uint64_t m_told = 0;
     std::uint64_t m_newest = 0;
     std::map<std::uint64_t, ReplayedAnswer> m_answers;
 };
@@ -121,14 +155,22 @@ HostReplayResult ReplayAsHost(recording::RecordedSession& session, recording::Re
     ReplayPace pace(options.speed, options.clock);
     HostReplayResult result;
     auto wanted = range;
-    wanted.kinds = {&kinds::Requests, &kinds::Results};
+    wanted.kinds = {&kinds::Requests, &kinds::Results, &kinds::Attributes};
     bool isSettled = true;
+    std::optional<std::uint64_t> toldBefore; ///< the last request, as long as nothing was told after it then
     session.ForEach(wanted, [&](recording::RecordedMessage const& message) {
         if (auto const* const stood = std::get_if<recording::RecordedResult>(&message.content)) {
             if (auto const found = asked.find(stood->number); found != asked.end()) {
                 found->second.recorded = {stood->result, stood->got};
             }
             open.erase(stood->number);
+            return true;
+        }
+        if (auto const* const attributes = std::get_if<recording::RecordedAttributes>(&message.content)) {
+            // It had answered before the next was asked: so it does now, however fast the replay is.
+            if (!attributes->isEcho && toldBefore) {
+                answers->WaitForMore(*std::exchange(toldBefore, {}));
+            }
             return true;
         }
         auto const& request = std::get<recording::RecordedRequest>(message.content);
@@ -145,6 +187,7 @@ HostReplayResult ReplayAsHost(recording::RecordedSession& session, recording::Re
             throw std::runtime_error(fmt::format("the connection to {}:{} was lost after {} requests", options.host,
                                                  options.port, result.requests));
         }
+        toldBefore = answers->Told();
         today.Request(request.asked);
         ++result.requests;
         std::string keys;
@@ -164,7 +207,7 @@ HostReplayResult ReplayAsHost(recording::RecordedSession& session, recording::Re
             continue;
         }
         ++result.compared;
-        if (*now == *each.recorded) {
+        if (IsSameAnswer(*each.recorded, *now)) {
             continue;
         }
         auto const line = recording::Printable(fmt::format("request {}, {}: recorded {}; today {}", number, each.keys,

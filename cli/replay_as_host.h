@@ -30,8 +30,9 @@ struct HostReplayResult
 };
 
 /// Asks for the requests of that range, which is of one sonar (range.sonar), at their times. None is asked before all
-/// is known that was known of those before it when it was asked then. What became of each and what the sonar then had
-/// of what was asked is held against the recording; `tell` is given a line for each that is otherwise. Throws
+/// is known that was known of those before it when it was asked then. None is asked before the sonar has told something
+/// where it had told something. What became of each and what the sonar then had of what was asked is held against the
+/// recording, as far as both know it; `tell` is given a line for each that is otherwise. Throws
 /// recording::RecordingError for a recording without requests, std::runtime_error when there is no plug-in or no sonar,
 /// or its connection is lost.
 HostReplayResult ReplayAsHost(recording::RecordedSession& session, recording::RecordedRange const& range,

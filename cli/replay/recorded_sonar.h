@@ -1,6 +1,8 @@
 // What a sonar has told so far, for hosts that come later.
 #pragma once
 
+#include "reference_host/attributes/tree_account.h"
+
 #include <VordalAttributesR/CAttributeMap.h>
 
 #include <protocol/frame.h>
@@ -13,7 +15,8 @@
 
 namespace qx5::cli {
 
-/// Of each unit that frames name (device id and enumerator) its attributes as told so far. One thread.
+/// Of each unit that frames name (device id and enumerator) its attributes as told so far, up to what a host takes of
+/// one sonar; of more units than a sonar has nothing. One thread.
 class ToldSoFar
 {
 public:
@@ -25,7 +28,17 @@ public:
     std::vector<unsigned char> Frames(double time) const;
 
 private:
-    std::map<std::pair<std::int32_t, std::int32_t>, CAttributeMap> m_trees;
+    static constexpr std::size_t GreatestUnits = 64;
+    static constexpr vordal::TreeLimits ToldLimits{20'000, std::uint32_t{4} << 20};
+
+    struct Unit
+    {
+        CAttributeMap tree;
+        vordal::TreeAccount account{ToldLimits};
+    };
+    void Merge(protocol::Target from, CAttributeMap const& tree);
+
+    std::map<std::pair<std::int32_t, std::int32_t>, Unit> m_units;
 };
 
 } // namespace qx5::cli

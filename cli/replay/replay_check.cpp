@@ -247,8 +247,8 @@ private:
             throw std::runtime_error(open.Problems().front());
         }
         m_host.RunAndWait([&] {
-            for (Device* const device : m_host.Devices()) {
-                m_devices[protocol::EncodeUtf8(device->GetDataId().GetKey().View())] = device;
+            for (auto const& [sonar, beginning] : m_part.sonars) {
+                m_devices[sonar] = dynamic_cast<Device*>(DataManager::GetDataManager().FindDevice(SonarIdOf(sonar)));
             }
             m_host.SetRequestObserver(this);
         });
@@ -295,7 +295,8 @@ private:
 
     void Hand(BaseDevice const& device, Doing doing)
     {
-        m_take(LineOf(protocol::EncodeUtf8(device.GetDataId().GetKey().View()), m_part), std::move(doing));
+        // Its port bears the line's name.
+        m_take(protocol::EncodeUtf8(device.GetPortName().View()), std::move(doing));
     }
 
     RecordedPart const& m_part;

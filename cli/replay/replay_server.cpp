@@ -1,6 +1,7 @@
 // A sonar on the network that only tells.
 #include "replay_server.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -81,7 +82,14 @@ public:
     {
         auto const shared = std::make_shared<std::vector<unsigned char> const>(frame.begin(), frame.end());
         {
-            std::lock_guard const lock(m_mutex);
+            std::unique_lock lock(m_mutex);
+            while (m_waitingBytes > GreatestWaiting) {
+                auto const before = m_waitingBytes;
+                if (!m_changed.wait_for(lock, Patience, [&] { return m_waitingBytes != before; })) {
+                    asio::post(m_context, [this] { CloseSlow(); });
+                    m_changed.wait(lock, [&] { return m_waitingBytes != before; });
+                }
+            }
             ++m_waiting;
         }
         asio::post(m_context, [this, shared] {
@@ -104,7 +112,10 @@ public:
     void WaitUntilTold()
     {
         std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_waiting == 0; });
+        for (bool goesOn = true; goesOn && m_waiting != 0;) {
+            auto const before = m_waiting;
+            goesOn = m_changed.wait_for(lock, Patience, [&] { return m_waiting != before; });
+        }
     }
 
     std::uint64_t HostsSoFar() const
@@ -179,15 +190,12 @@ private:
         if (!host->isOpen || frame->empty()) {
             return;
         }
-        if (host->waitingBytes + frame->size() > GreatestWaiting) {
-            Close(host, "it does not read");
-            return;
-        }
         host->waiting.push_back(frame);
         host->waitingBytes += frame->size();
         {
             std::lock_guard const lock(m_mutex);
             ++m_waiting;
+            m_waitingBytes += frame->size();
         }
         if (host->waiting.size() == 1) {
             Write(host);
@@ -202,8 +210,13 @@ private:
                                   Close(host, error.message());
                                   return;
                               }
-                              host->waitingBytes -= host->waiting.front()->size();
+                              auto const size = host->waiting.front()->size();
+                              host->waitingBytes -= size;
                               host->waiting.pop_front();
+                              {
+                                  std::lock_guard const lock(m_mutex);
+                                  m_waitingBytes -= size;
+                              }
                               if (!host->waiting.empty()) {
                                   Write(host);
                               }
@@ -222,10 +235,22 @@ private:
         {
             std::lock_guard const lock(m_mutex);
             m_waiting -= host->waiting.size();
+            m_waitingBytes -= host->waitingBytes;
         }
         m_changed.notify_all();
         if (!why.empty()) {
             Notice(fmt::format("the host at {} has gone: {}", host->address, why));
+        }
+    }
+
+    /// The one for which most waits.
+    void CloseSlow()
+    {
+        auto const slowest = std::max_element(m_hosts.begin(), m_hosts.end(), [](auto const& one, auto const& other) {
+            return one->waitingBytes < other->waitingBytes;
+        });
+        if (slowest != m_hosts.end()) {
+            Close(SharedHost(*slowest), "it does not read");
         }
     }
 
@@ -254,6 +279,7 @@ private:
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_changed;
     std::uint64_t m_hostsSoFar = 0;
+    std::size_t m_waitingBytes = 0;
     std::uint64_t m_waiting = 0; ///< frames to tell, and frames for one host each
     std::thread m_thread;
 };

@@ -1,6 +1,8 @@
 // A sonar on the network that only tells: hosts connect, are given frames, and what they send is read and left.
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -26,8 +28,10 @@ struct ReplayServerOptions
 class ReplayServer
 {
 public:
-    /// Bytes that may wait for one host; one that lets more pile up is disconnected.
-    static constexpr std::size_t GreatestWaiting = std::size_t{64} << 20;
+    /// Bytes that may wait for all hosts together.
+    static constexpr std::size_t GreatestWaiting = std::size_t{16} << 20;
+    /// A host that has taken nothing for so long while so much waits is disconnected.
+    static constexpr std::chrono::seconds Patience{5};
 
     /// Listens. Throws std::runtime_error, in one line, where that cannot be.
     explicit ReplayServer(ReplayServerOptions options);
@@ -37,11 +41,13 @@ public:
     ~ReplayServer();
 
     std::uint16_t Port() const;
-    /// Gives the frame to all hosts that are connected. Any thread; waits for nobody.
+    /// Gives the frame to all hosts that are connected. Waits while much waits for them already, up to `Patience` for
+    /// one that takes nothing. Any thread but the server's.
     void Tell(std::span<unsigned char const> frame);
     /// Waits until a host has connected. Any thread.
     void WaitForHost();
-    /// Waits until the system has taken all that was told to hosts that are still there. Any thread.
+    /// Waits until the system has taken all that was told to hosts that are still there, or nothing of it for
+    /// `Patience`. Any thread.
     void WaitUntilTold();
 
     std::uint64_t HostsSoFar() const;

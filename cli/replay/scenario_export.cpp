@@ -225,6 +225,9 @@ public:
         }
         auto const& sonar = *message.sonar;
         auto const& content = message.content;
+        if (m_part.sonars.count(sonar) == 0) {
+            return; // nothing was asked of it, and nothing is known
+        }
         if (auto const* const request = std::get_if<recording::RecordedRequest>(&content)) {
             TakeRequest(sonar, *request, message.systemTime);
         } else if (auto const* const frame = std::get_if<recording::RecordedFrame>(&content)) {

@@ -8,6 +8,7 @@
 #include "cli/replay/unasked_frames.h"
 #include "cli/scenario/scenario_command.h"
 #include "recording/recording_error.h"
+#include "recording/session_writer.h"
 #include "reference_host/attributes/tree_bytes.h"
 
 #include "tests/protocol/hex.h"
@@ -283,6 +284,76 @@ TEST_F(Replayed, WhatTheSonarToldAndTheHostWroteCompletesRequestsAtItsPlace)
     EXPECT_EQ(result.frames, 3U);
     EXPECT_EQ(Export(file).leftOut, "");
     EXPECT_EQ(CheckScenario(scenario), 0) << said;
+}
+
+TEST_F(Replayed, WhatNoRequestAsksForIsNamedAndItsBytesLookedAt)
+{
+    auto const file = stage.folder / "turns.mcap";
+    auto ping = protocol::BuildRemoteControlRecord(1107, {}, {7125, 0}, 0.0);
+    auto const echoes = protocol::BuildRemoteControlRecord(90020, Bytes{1, 0, 0, 0}, protocol::OwnSonar, 0.0);
+    {
+        FlightRecorder recorder(file, stage.Options());
+        recorder.Begin(stage.bow, "Bow", {});
+        recorder.Frame(stage.bow, true, RangeFrame());
+        Ask(recorder, 1);
+        recorder.Frame(stage.bow, true, ping); // of another thread, in the middle of a request
+        recorder.Frame(stage.bow, true, RangeFrame());
+        recorder.Frame(stage.bow, true, echoes);
+        recorder.OnEcho(stage.bow, Value(L"x5Range", 50.0), 0);
+        ping[72] = 1; // of the tracking number, which is 0
+        recorder.Frame(stage.bow, true, ping);
+        recorder.Finish();
+    }
+    auto const result = Check(file);
+    EXPECT_EQ(result.frames, 1U);
+    EXPECT_EQ(result.differences, 1U);
+    EXPECT_THAT(told,
+                ElementsAre(HasSubstr("record 1107 single ping, ticket 1107: today's program would build other")));
+    ASSERT_THAT(result.notCompared, SizeIs(3));
+    EXPECT_THAT(result.notCompared[0].first, HasSubstr("commands of sonars in turn (1107, 1004)"));
+    EXPECT_EQ(result.notCompared[0].second, 1U);
+    EXPECT_EQ(result.notCompared[1].first, "records that left before the first request");
+    EXPECT_THAT(result.notCompared[2].first, HasSubstr("requests for echoes (90020)"));
+    EXPECT_EQ(Export(file).leftOut, "1 record that no request of the piece asked for, 2 commands of sonars in turn, "
+                                    "1 request for echoes");
+    EXPECT_EQ(CheckScenario(scenario), 0) << said;
+}
+
+TEST_F(Replayed, SonarsThatShareAConnectionAreComparedOnIt)
+{
+    auto const file = stage.folder / "shared.mcap";
+    auto const settings = [](char const* name) {
+        return recording::RecordedSettings{name, {}, recording::RecordedHost{"{guid}", "both", true, true}};
+    };
+    {
+        recording::SessionWriter writer(file, {});
+        std::uint64_t time = stageStart;
+        auto const put = [&](recording::RecordedKind const& kind, char const* sonar,
+                             recording::RecordedContent const& content) {
+            ++time;
+            writer.Write(writer.ChannelOf(kind, sonar), {time, time}, content);
+        };
+        auto const frame = RangeFrame();
+        put(recording::kinds::Settings, "1.78.1.1", settings("Port"));
+        put(recording::kinds::Settings, "1.78.2.1", settings("Starboard"));
+        put(recording::kinds::Requests, "1.78.2.1", recording::RecordedRequest{1, "view", Value(L"x5Range", 50.0)});
+        // Who records a connection may know it by its first sonar.
+        put(recording::kinds::Sent, "1.78.1.1", recording::RecordedFrame{true, frame});
+        put(recording::kinds::Attributes, "1.78.2.1", recording::RecordedAttributes{true, Value(L"x5Range", 50.0), 0U});
+        // The list of contacts bears the application's GUID.
+        put(recording::kinds::Requests, "1.78.1.1",
+            recording::RecordedRequest{2, "view", Value(L"SendTargetList", 1.0)});
+        writer.File().Finish();
+    }
+    auto const result = Check(file);
+    EXPECT_EQ(result.frames, 1U);
+    EXPECT_EQ(result.echoes, 1U);
+    ASSERT_THAT(told, ElementsAre(HasSubstr("3004"))) << "was not recorded";
+    Export(file);
+    EXPECT_THAT(scenario, AllOf(HasSubstr(R"("app": {"guid":"{guid}","mainWindow":true,"operator":true})"),
+                                HasSubstr(R"("portName":"both")"),
+                                HasSubstr(R"("enumerator":-1,"of":[1,78,2,1]},{"echo":[["x5Range","double",50.0]],)"
+                                          R"("flags":0,"of":[1,78,2,1]}]})")));
 }
 
 TEST_F(Replayed, ARecordingWithoutSettingsOrRequestsIsRefused)
