@@ -2,6 +2,7 @@
 #pragma once
 
 #include "program_facts.h"
+#include "value_source.h"
 
 #include <cstdint>
 #include <optional>
@@ -44,10 +45,28 @@ struct SendOptions
     std::vector<std::string> keyValues;
     std::vector<std::string> stored; ///< put into the device's tree beforehand
     int timeoutMilliseconds = 3000;
-    double waitSeconds = 0.5; ///< for the sonar's answer, at most; 0: it is not looked at
-    bool bytes = false;       ///< show the bytes, too
+    double waitSeconds = 0.5;             ///< for the sonar's answer, at most; 0: it is not looked at
+    bool bytes = false;                   ///< show the bytes, too
+    bool isThroughRun = false;            ///< by way of a `qx5 run`, in place of a connection of its own
+    std::optional<std::uint64_t> process; ///< that one; none: the one that there is
+    std::string device;                   ///< its sonar, by name or id; empty: the one that it has
 };
 int Send(SendOptions const& options);
+/// What Send does where it is by way of a `qx5 run`.
+int SendThroughRun(SendOptions const& options);
+
+/// `qx5 get` and `qx5 watch`.
+struct ValuesOptions
+{
+    ValueTarget target;
+    std::vector<std::string> keys; ///< none: all
+    bool json = false;
+    std::optional<int> timeoutMilliseconds;
+    std::optional<int> count;       ///< of lines, after which it ends; of Watch, as is the next
+    std::vector<std::string> until; ///< KEY=VALUE, all of which are waited for
+};
+int Get(ValuesOptions const& options);
+int Watch(ValuesOptions const& options);
 
 struct PresetOptions
 {

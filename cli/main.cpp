@@ -1,7 +1,11 @@
 // The command qx5: reads the command line and hands over to one command.
 #include "commands.h"
 #include "commit.h"
+#include "completion/complete.h"
+#include "completion/scripts.h"
 #include "demos/demos.h"
+#include "describe_command.h"
+#include "documents/write_man_pages.h"
 #include "output.h"
 #include "platform/memory_reserve.h"
 
@@ -30,9 +34,10 @@ constexpr std::array<char const*, 4> LogLevels{"debug", "info", "warning", "erro
 
 void AddLogOptions(CLI::App& command, LogOptions& log)
 {
-    command.add_option("--log-level", log.level, "The least that the host's log tells: debug, info, warning or error")
+    OneOf(command.add_option("--log-level", log.level,
+                             "The least that the host's log tells: debug, info, warning or error"),
+          {LogLevels.begin(), LogLevels.end()})
         ->capture_default_str()
-        ->check(CLI::IsMember(std::vector<std::string>(LogLevels.begin(), LogLevels.end())).description(""))
         ->type_name("LEVEL");
     command.add_option("--log-file", log.file, "File that takes the host's log in place of standard error")
         ->type_name("FILE");
@@ -165,7 +170,7 @@ struct SceneChoice
 SceneChoice AddSceneOptions(CLI::App& command, SceneOptions& scene)
 {
     CLI::Option* name =
-        command.add_option("--scene", scene.name, fmt::format("{}", fmt::join(SceneTexts(), ", ")))->type_name("NAME");
+        command.add_option("--scene", scene.name, fmt::format("{}", fmt::join(SceneTexts(), ", ")))->type_name("SCENE");
     CLI::Option* depth =
         command.add_option("--depth", scene.depth, "The scene's mean depth")->capture_default_str()->type_name("M");
     command.add_option("--seed", scene.seed, "The same seed gives the same soundings")
@@ -238,9 +243,7 @@ void AddAcousticsCommands(CLI::App& app, AcousticsOptions& acoustics, int& code)
         command->add_option("--frequency", acoustics.frequency, "Of the sound")->required()->type_name("HZ");
     };
     auto const addModel = [&](CLI::App* command, std::vector<std::string> const& names, std::string const& text) {
-        command->add_option("--model", acoustics.model, text)
-            ->check(CLI::IsMember(names).description(""))
-            ->type_name("NAME");
+        OneOf(command->add_option("--model", acoustics.model, text), names)->type_name("NAME");
     };
     auto const addAbsorptionModel = [&](CLI::App* command) {
         std::vector<std::string> const names = AbsorptionModelNames();
@@ -281,9 +284,9 @@ void AddAcousticsCommands(CLI::App& app, AcousticsOptions& acoustics, int& code)
     addNumber("--pulse-length", acoustics.pulseLength, "Of the pulse", "S");
     addNumber("--beam-width-along", acoustics.beamWidthAlong, "Along track", "DEG");
     addNumber("--beam-width-across", acoustics.beamWidthAcross, "Across track", "DEG");
-    budget->add_option("--bottom", acoustics.bottom, fmt::format("{}", fmt::join(BottomNames(), ", ")))
+    OneOf(budget->add_option("--bottom", acoustics.bottom, fmt::format("{}", fmt::join(BottomNames(), ", "))),
+          BottomNames())
         ->required()
-        ->check(CLI::IsMember(BottomNames()).description(""))
         ->type_name("NAME");
     for (CLI::Option* option : addWater(budget)) {
         option->capture_default_str();
@@ -326,8 +329,8 @@ void AddRecordingCommands(CLI::App& app, RecordingOptions& recording, int& code)
                      "Words that must all be there, as in the window's record monitor; -WORD leaves out what has it")
         ->type_name("WORD");
     addRange(list);
-    list->add_option("--way", recording.way, "Records that went this way alone: out to the sonar, or in")
-        ->check(CLI::IsMember({"out", "in"}).description(""))
+    OneOf(list->add_option("--way", recording.way, "Records that went this way alone: out to the sonar, or in"),
+          {"out", "in"})
         ->type_name("WAY");
     list->add_flag("--json", recording.json, "One JSON object on a line for each");
     list->callback([&code, &recording, list] {
@@ -447,6 +450,53 @@ void AddReplayCommand(CLI::App& app, ReplayOptions& replay, int& code, Runs cons
         ->excludes(asHost);
 }
 
+/// `qx5 get` and `qx5 watch`.
+void AddValuesCommands(CLI::App& app, ValuesOptions& values, int& code, Runs const& runsHost)
+{
+    auto const add = [&](char const* name, char const* text, int (*run)(ValuesOptions const&)) {
+        CLI::App* command = app.add_subcommand(name, text);
+        runsHost(command, [&code, &values, run] { code = run(values); });
+        CLI::Option* sonar =
+            command
+                ->add_option("--sonar", values.target.sonar,
+                             "A sonar, on a connection of its own that only reads (default: a `qx5 run`)")
+                ->type_name("HOST:PORT");
+        command->add_option("--run", values.target.process, "The `qx5 run` of that process number")
+            ->excludes(sonar)
+            ->type_name("PID");
+        command->add_option("--device", values.target.device, "Its sonar, by name or id")
+            ->excludes(sonar)
+            ->type_name("SONAR");
+        command
+            ->add_option("--plugin", values.target.plugin, "The plug-in module (default: the one beside this program)")
+            ->needs(sonar)
+            ->type_name("FILE");
+        command->add_flag("--json", values.json,
+                          "One JSON object on a line for each value: time, sonar, key, value, unit, kind");
+        command
+            ->add_option("key", values.keys, "Keys, or paths of keys with / between them (default: all that there are)")
+            ->type_name("KEY");
+        return command;
+    };
+    auto const addTimeout = [&](CLI::App* command, char const* text) {
+        command->add_option("--timeout", values.timeoutMilliseconds, text)
+            ->check(CLI::Range(1, 86'400'000).description(""))
+            ->type_name("MS");
+    };
+    CLI::App* get = add("get", "Print values that a sonar has", Get);
+    addTimeout(get, "Milliseconds to wait for the connection and the values; 3000 unless told");
+
+    CLI::App* watch = add("watch", "Print values that a sonar has, and again each that changes", Watch);
+    addTimeout(watch, "Milliseconds to wait for what --until or --count tells; exit 1 when they are over");
+    CLI::Option* count = watch->add_option("--count", values.count, "End after so many lines")
+                             ->check(CLI::Range(1, 1'000'000'000).description(""))
+                             ->type_name("N");
+    watch->add_option("--until", values.until, "End as soon as the key has that value; may be repeated for all of them")
+        ->allow_extra_args(false)
+        ->excludes(count)
+        ->type_name("KEY=VALUE");
+}
+
 /// Does what the command line asks for and gives the exit code.
 int RunCommandLine(int argc, char** argv)
 {
@@ -514,8 +564,10 @@ int RunCommandLine(int argc, char** argv)
     for (Demo const& demo : demos) {
         demoNames.emplace_back(demo.name);
     }
-    runCommand->add_option("--demo", run.demo, "Show this and end, in place of the guided session")
-        ->check(CLI::IsMember(demoNames))
+    OneOf(runCommand->add_option(
+              "--demo", run.demo,
+              fmt::format("Show this and end, in place of the guided session: {}", fmt::join(demoNames, ", "))),
+          demoNames)
         ->type_name("NAME")
         ->excludes(recordOption);
     runCommand
@@ -577,9 +629,9 @@ int RunCommandLine(int argc, char** argv)
             ->needs(screenshot)
             ->excludes(tab)
             ->excludes(allTabs);
-    runCommand->add_option("--scale", run.scale, "Size of what is rendered in per cent: 100, 150 or 200")
+    OneOf(runCommand->add_option("--scale", run.scale, "Size of what is rendered in per cent: 100, 150 or 200"),
+          {"100", "150", "200"})
         ->capture_default_str()
-        ->check(CLI::IsMember({100, 150, 200}).description(""))
         ->needs(screenshot);
     runCommand->add_flag("--whole-window", run.wholeWindow, "Render the whole window")
         ->needs(screenshot)
@@ -607,12 +659,25 @@ int RunCommandLine(int argc, char** argv)
     SendOptions send;
     CLI::App* sendCommand = app.add_subcommand(
         "send", "Send one request to a sonar and print what was sent, what was echoed and what the sonar then has");
-    sendCommand->add_option("--sonar", send.sonar, "The sonar")->type_name("HOST:PORT")->capture_default_str();
-    sendCommand->add_option("--plugin", send.plugin, "The plug-in module (default: the one beside this program)")
-        ->type_name("FILE");
-    sendCommand->add_option("--stored", send.stored, "key=value that the device's tree holds already; may be repeated")
-        ->allow_extra_args(false)
-        ->type_name("KEY=VALUE");
+    CLI::Option* sendTo =
+        sendCommand->add_option("--sonar", send.sonar, "The sonar")->type_name("HOST:PORT")->capture_default_str();
+    CLI::Option* sendPlugin =
+        sendCommand->add_option("--plugin", send.plugin, "The plug-in module (default: the one beside this program)")
+            ->type_name("FILE");
+    CLI::Option* sendStored =
+        sendCommand
+            ->add_option("--stored", send.stored, "key=value that the device's tree holds already; may be repeated")
+            ->allow_extra_args(false)
+            ->type_name("KEY=VALUE");
+    CLI::Option* throughRun =
+        sendCommand->add_flag("--run", send.isThroughRun, "By way of a `qx5 run`, in place of a connection of its own")
+            ->excludes(sendTo)
+            ->excludes(sendPlugin)
+            ->excludes(sendStored);
+    sendCommand->add_option("--process", send.process, "The `qx5 run` of that process number")
+        ->needs(throughRun)
+        ->type_name("PID");
+    sendCommand->add_option("--device", send.device, "Its sonar, by name or id")->needs(throughRun)->type_name("SONAR");
     sendCommand
         ->add_option("--timeout", send.timeoutMilliseconds, "Milliseconds to wait for the connection, 1 to 600000")
         ->capture_default_str()
@@ -623,11 +688,14 @@ int RunCommandLine(int argc, char** argv)
         ->capture_default_str()
         ->check(CLI::Range(0.0, 600.0).description(""))
         ->type_name("SECONDS");
-    sendCommand->add_flag("--bytes", send.bytes, "Print the bytes of each record, too");
+    sendCommand->add_flag("--bytes", send.bytes, "Print the bytes of each record, too")->excludes(throughRun);
     sendCommand->add_option("request", send.keyValues, "key=value, or key:kind=value to force a kind")
         ->required()
         ->type_name("KEY=VALUE");
     runsHost(sendCommand, [&] { code = Send(send); });
+
+    ValuesOptions values;
+    AddValuesCommands(app, values, code, runsHost);
 
     PresetOptions preset;
     AddPresetCommands(app, preset, code, runsHost);
@@ -679,7 +747,7 @@ int RunCommandLine(int argc, char** argv)
     std::vector<std::string> names;
     CLI::App* explainCommand = app.add_subcommand(
         "explain", "Tell what becomes of a key: how it is read and completed, what is sent where, what is echoed");
-    explainCommand->add_option("name", names, "Keys or handlers")->required();
+    explainCommand->add_option("name", names, "Keys or handlers")->required()->type_name("KEY|HANDLER|RECORD");
     explainCommand->callback([&] { code = Explain(names); });
 
     AcousticsOptions acoustics;
@@ -699,7 +767,24 @@ int RunCommandLine(int argc, char** argv)
     docsCommand->add_option("--plugin", docs.plugin, "The plug-in module (default: the one beside this program)")
         ->type_name("FILE");
     docsCommand->add_option("folder", docs.folder, "Where the documents lie")->capture_default_str();
-    runsHost(docsCommand, [&] { code = Docs(docs); });
+    bool writesPages = false;
+    docsCommand->add_flag("--man", writesPages, "Write the manual pages in place of the tables, without any sends");
+    runsHost(docsCommand, [&] {
+        code = writesPages ? WriteManPages(docs.folder, DescribeCommand(app), VersionOf(facts)) : Docs(docs);
+    });
+
+    std::string shellName;
+    CLI::App* completionCommand =
+        app.add_subcommand("completion", "Print what makes a shell complete commands, options, keys and values");
+    OneOf(completionCommand->add_option("shell", shellName, fmt::format("{}", fmt::join(CompletionShells(), ", "))),
+          CompletionShells())
+        ->required()
+        ->type_name("SHELL");
+    completionCommand->callback([&] { code = PrintCompletion(shellName); });
+
+    if (argc > 1 && argv[1] == completeCommand) {
+        return Complete(app, {argv + 2, argv + argc});
+    }
 
     auto const commands =
         app.get_subcommands([&](CLI::App const* command) { return command->check_name(argc > 1 ? argv[1] : ""); });

@@ -19,6 +19,7 @@ namespace {
 /// Of the first write that failed; 0 while none has, or the system did not say.
 std::atomic<int> reason{0};
 std::atomic<bool> isTold{false};
+std::atomic<bool> mayReaderGo{false};
 
 void Remember(int problem)
 {
@@ -45,8 +46,17 @@ std::string Problem()
     return text;
 }
 
+/// Whether all that has failed is that the reader has gone, who may.
+bool HasReaderLeft()
+{
+    return mayReaderGo && reason == EPIPE;
+}
+
 void TellOnce()
 {
+    if (HasReaderLeft()) {
+        return;
+    }
     if (!isTold.exchange(true)) {
         SayError("qx5: " + Problem() + "\n");
     }
@@ -84,6 +94,11 @@ void FlushOutput()
     }
 }
 
+void LetReaderGo()
+{
+    mayReaderGo = true;
+}
+
 bool HasOutputFailed()
 {
     return std::ferror(stdout) != 0;
@@ -96,7 +111,7 @@ int EndedBy(std::exception const& failure)
         if (problem != nullptr) {
             Remember(problem->code().value());
         }
-        return ExitFailed;
+        return HasReaderLeft() ? ExitGood : ExitFailed;
     }
     bool const isOutOfDescriptors = problem != nullptr && (problem->code() == std::errc::too_many_files_open ||
                                                            problem->code() == std::errc::too_many_files_open_in_system);
@@ -111,12 +126,12 @@ int EndOutput(int code)
         return code;
     }
     TellOnce();
-    return code == ExitGood ? ExitFailed : code;
+    return code == ExitGood && !HasReaderLeft() ? ExitFailed : code;
 }
 
 int Complain(ExitCode code, std::string const& text)
 {
-    bool const says = !Flush() && !isTold.exchange(true);
+    bool const says = !Flush() && !HasReaderLeft() && !isTold.exchange(true);
     SayError(fmt::format("qx5: {}{}\n", text, says ? "; and " + Problem() : ""));
     return code;
 }

@@ -21,6 +21,10 @@ void SayError(std::string_view text) noexcept;
 /// goes on, and has nothing to go on for when nobody reads it.
 void FlushOutput();
 
+/// For commands whose reader may go when it has seen enough, as `head` does: from now on that is told nowhere, ends the
+/// command and is no failure.
+void LetReaderGo();
+
 /// Whether something could not be written. Any thread.
 bool HasOutputFailed();
 

@@ -22,6 +22,11 @@ std::vector<Fact> ProgramFacts(std::string_view version, std::string_view commit
     return facts;
 }
 
+std::string VersionOf(std::vector<Fact> const& facts)
+{
+    return facts.empty() ? std::string() : facts.front().value;
+}
+
 std::string FactLines(std::vector<Fact> const& facts)
 {
     std::string lines;

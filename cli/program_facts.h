@@ -19,6 +19,9 @@ struct Fact
 /// Of the program of that version and commit, the program itself first. The toolkit is that which runs now.
 std::vector<Fact> ProgramFacts(std::string_view version, std::string_view commit);
 
+/// The version of the program itself.
+std::string VersionOf(std::vector<Fact> const& facts);
+
 /// "NAME VALUE", a line each; without an end of line after the last.
 std::string FactLines(std::vector<Fact> const& facts);
 

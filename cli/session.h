@@ -125,6 +125,9 @@ public:
     vordal::LinkCounters Counters() const;
     /// What it has switched on at the sonar.
     SwitchedOn const& Switches() const { return m_switches; }
+    /// The host, and what surrounds its requests; for who listens beside this.
+    vordal::Host& Host() { return m_host; }
+    operation::OperatorDesk& Desk() { return m_desk; }
     /// Runs the task on the host thread, with the host and the sonar, and waits for it.
     void OnHost(std::function<void(vordal::Host&, Device&)> const& task);
 

@@ -22,6 +22,7 @@ Hand HandOf(vordal::RequestOrigin who)
     case vordal::RequestOrigin::CommandLine:
         return Hand::Operator;
     case vordal::RequestOrigin::Program:
+    case vordal::RequestOrigin::Shell:
     case vordal::RequestOrigin::OtherHost:
         return Hand::Program;
     }

@@ -22,6 +22,8 @@ public:
     virtual void OnEcho(CDataId const&, CAttributeMap const&, unsigned) {}
     /// Somebody else has put something into a device's attributes that is no request.
     virtual void OnWritten(CDataId const&, CAttributeMap const&) {}
+    /// The attributes of a device are others now, by whomever. On any thread.
+    virtual void OnChanged(CDataId const&) {}
 };
 
 } // namespace qx5::operation

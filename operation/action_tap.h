@@ -38,6 +38,10 @@ public:
     {
         Tell([&](ActionListener& listener) { listener.OnWritten(sonar, tree); });
     }
+    void OnChanged(CDataId const& sonar) override
+    {
+        Tell([&](ActionListener& listener) { listener.OnChanged(sonar); });
+    }
 
 private:
     template <typename Call>

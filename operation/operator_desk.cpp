@@ -13,8 +13,8 @@ namespace qx5::operation {
 OperatorDesk::OperatorDesk(FollowerOptions options)
     : m_watch(options.steadyClock), m_lease(options.steadyClock), m_follower(std::move(options))
 {
-    for (ActionListener* const listener :
-         std::initializer_list<ActionListener*>{&m_tap, &m_watch, &m_held, &m_log, &m_events, &m_history, &m_presets}) {
+    for (ActionListener* const listener : std::initializer_list<ActionListener*>{
+             &m_tap, &m_outsideTap, &m_watch, &m_held, &m_log, &m_events, &m_history, &m_presets}) {
         m_follower.AddListener(*listener);
     }
 }
@@ -41,6 +41,18 @@ void OperatorDesk::SetName(CDataId const& sonar, std::string const& name)
 {
     m_events.SetName(sonar, name);
     m_log.SetName(sonar, name);
+    std::lock_guard const lock(m_namesMutex);
+    m_names[sonar.GetKey()] = {sonar, name};
+}
+
+std::vector<NamedSonar> OperatorDesk::Sonars() const
+{
+    std::lock_guard const lock(m_namesMutex);
+    std::vector<NamedSonar> sonars;
+    for (auto const& [key, sonar] : m_names) {
+        sonars.push_back(sonar);
+    }
+    return sonars;
 }
 
 void OperatorDesk::OnLinkStatus(CDataId const& sonar, vordal::LinkStatus const& status)
@@ -77,6 +89,8 @@ void OperatorDesk::OnRemoved(CDataId const& sonar)
     m_held.Drop(sonar);
     m_lease.Forget(sonar);
     m_history.Forget(sonar);
+    std::lock_guard const lock(m_namesMutex);
+    m_names.erase(sonar.GetKey());
 }
 
 void OperatorDesk::Tick()

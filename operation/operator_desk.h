@@ -14,13 +14,21 @@
 #include "reference_host/link/sonar_link.h"
 
 #include <map>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace vordal {
 class Host;
 }
 
 namespace qx5::operation {
+
+struct NamedSonar
+{
+    CDataId id;
+    std::string name; ///< what the operator calls it
+};
 
 /// The models of this folder, joined. Each tells which of its operations are for which thread; those here are for the
 /// host thread unless they say otherwise.
@@ -37,6 +45,8 @@ public:
     static void Leave(vordal::Host& host);
     /// What the operator calls a sonar. Any thread.
     void SetName(CDataId const& sonar, std::string const& name);
+    /// The sonars that have a name and are there, in the order of their ids. Any thread.
+    std::vector<NamedSonar> Sonars() const;
 
     /// How a sonar's connection stands, at each change (LivePort::SetStatusListener).
     void OnLinkStatus(CDataId const& sonar, vordal::LinkStatus const& status);
@@ -61,6 +71,8 @@ public:
     PresetLoads& Presets() { return m_presets; }
     /// For a recorder.
     ActionTap& Tap() { return m_tap; }
+    /// For who watches on behalf of other programs.
+    ActionTap& OutsideTap() { return m_outsideTap; }
 
 private:
     /// Who has no lease hears of that first.
@@ -76,6 +88,7 @@ private:
     SessionHistory m_history{m_events};
     PresetLoads m_presets;
     ActionTap m_tap;
+    ActionTap m_outsideTap;
     RequestFollower m_follower;
     /// By the text of the id: whether a connection stood, and was lost since.
     struct Link
@@ -85,6 +98,8 @@ private:
     };
     std::map<CString, Link> m_links;
     std::map<CString, bool> m_silent;
+    mutable std::mutex m_namesMutex; ///< guards what follows
+    std::map<CString, NamedSonar> m_names;
 };
 
 } // namespace qx5::operation

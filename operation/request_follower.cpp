@@ -288,6 +288,13 @@ void RequestFollower::OnWritten(BaseDevice& device, CAttributeMap const& tree)
     }
 }
 
+void RequestFollower::OnChanged(CDataId const& sonar)
+{
+    for (ActionListener* const listener : m_listeners) {
+        listener->OnChanged(sonar);
+    }
+}
+
 void RequestFollower::OnTold(BaseDevice& device, CAttributeMap const& tree)
 {
     vordal::LogFailureOf("what a sonar told could not be followed: ", [&] {

@@ -36,11 +36,12 @@ struct FollowerOptions
 /// waits. What repeats what was told before may have been on its way: of a report it is the answer when no other comes,
 /// of a ping it is none.
 ///
-/// Requests are followed on the thread that carries them out, the host thread; all but OnEcho, OnSend and OnDropped,
-/// which pass over what is of no request, is for that thread alone. Memory is bounded: of each sonar 64 requests and 1
-/// MiB of what they ask for wait for answers, then the oldest counts as unanswered; of what a sonar tells 20,000 keys
-/// and 1 MiB of texts and lists are remembered, of what was agreed 4,000 keys and 256 KiB; of what has gone beyond that
-/// nothing is known, as if the sonar had not told it. A request of more than 1 MiB is judged by its echo alone.
+/// Requests are followed on the thread that carries them out, the host thread; all but OnChanged, OnEcho, OnSend and
+/// OnDropped, which pass over what is of no request, is for that thread alone. Memory is bounded: of each sonar 64
+/// requests and 1 MiB of what they ask for wait for answers, then the oldest counts as unanswered; of what a sonar
+/// tells 20,000 keys and 1 MiB of texts and lists are remembered, of what was agreed 4,000 keys and 256 KiB; of what
+/// has gone beyond that nothing is known, as if the sonar had not told it. A request of more than 1 MiB is judged by
+/// its echo alone.
 class RequestFollower final : public vordal::RequestObserver
 {
 public:
@@ -75,6 +76,7 @@ public:
     void OnDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
     void OnTold(BaseDevice& device, CAttributeMap const& tree) override;
     void OnWritten(BaseDevice& device, CAttributeMap const& tree) override;
+    void OnChanged(CDataId const& sonar) override;
 
 private:
     /// A request that is being carried out.

@@ -66,6 +66,14 @@ void WalkTrees(CAttributeMap const& root, std::array<CAttributeMap const*, N> co
     WalkTrees<N>(root, others, enter, [](CAttributeMap const&) {});
 }
 
+/// Whether one of the keys is that path, or the last key of it; without any all are meant.
+inline bool IsPathMeant(std::string_view path, std::vector<std::string> const& keys)
+{
+    auto const last = path.substr(path.rfind('/') + 1);
+    return keys.empty() ||
+           std::any_of(keys.begin(), keys.end(), [&](auto const& key) { return key == path || key == last; });
+}
+
 /// A tree of the children of that key alone.
 inline CAttributeMap ChildrenOf(CAttributeMap const& tree, AttributeKey const& key)
 {

@@ -20,11 +20,6 @@ void ExportCsv(RecordedSession& session, std::filesystem::path const& out, std::
 {
     NewFile file(out);
     file.Write("time,sonar,from,key,value\r\n");
-    auto const isMeant = [&](std::string_view path) {
-        auto const last = path.substr(path.rfind('/') + 1);
-        return keys.empty() ||
-               std::any_of(keys.begin(), keys.end(), [&](auto const& key) { return key == path || key == last; });
-    };
     auto wanted = range;
     wanted.kinds = {&kinds::Settings, &kinds::Attributes, &kinds::Written};
     session.ForEach(wanted, [&](RecordedMessage const& message) {
@@ -43,7 +38,7 @@ void ExportCsv(RecordedSession& session, std::filesystem::path const& out, std::
         auto const time = IsoTime(message.time);
         operation::WalkTrees<0>(tree, {}, [&](std::string const& path, CAttributeMap const& node, auto const&) {
             auto const* const value = operation::ValueOf(&node);
-            if (value == nullptr || !isMeant(path)) {
+            if (value == nullptr || !operation::IsPathMeant(path, keys)) {
                 return;
             }
             file.Write(fmt::format("{},{},{},{},{}\r\n", time, message.sonar != nullptr ? *message.sonar : "", from,

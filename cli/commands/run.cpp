@@ -21,6 +21,7 @@
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/common/failure.h"
 #include "reference_host/common/log.h"
+#include "shell/shell_server.h"
 
 #include <simulator/sonar_console.h>
 #include <simulator/sonar_server.h>
@@ -410,6 +411,7 @@ int RunOnTerminal(RunOptions const& options, SessionRecording& recording)
 
     // Until all is said and saved: a second signal cuts nothing short.
     EndSignals const signals;
+    auto const shells = shell::ShellServer::Begin(session.Host(), session.Desk(), VersionOf(options.facts));
     // A simulated sonar of its own goes with the session.
     std::optional<LeavingWord> leavingWord;
     if (sonar == nullptr) {

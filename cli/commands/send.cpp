@@ -45,6 +45,9 @@ int Judge(RequestOutcome const& outcome, Session& session, double waited)
 
 int Send(SendOptions const& options)
 {
+    if (options.isThroughRun) {
+        return SendThroughRun(options);
+    }
     std::string error;
     std::string host;
     std::uint16_t port = 0;

@@ -2,7 +2,7 @@
 #include "manual_window.h"
 
 #include "cli/platform/executable_path.h"
-#include "cli/window/manual.h"
+#include "cli/documents/manual.h"
 #include "cli/window/screen_room.h"
 #include "reference_host/window/search_field.h"
 

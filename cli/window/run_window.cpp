@@ -20,6 +20,7 @@
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
 #include "reference_host/window/record_monitor.h"
+#include "shell/shell_server.h"
 
 #include <protocol/bytes.h>
 #include <protocol/records/all.h>
@@ -264,6 +265,10 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
     for (std::string const& line : fleet.LeftOut()) {
         session.Tell(line);
     }
+    std::unique_ptr<shell::ShellServer> shells;
+    if (!isPicture) {
+        shells = shell::ShellServer::Begin(session.Host(), session.Desk(), VersionOf(options.facts));
+    }
     CDataId const first = fleet.First() != nullptr ? fleet.First()->dataId : CDataId();
 
     // Also while it ends: a second signal changes nothing, and nothing is left unsaved.
@@ -333,6 +338,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
             QApplication::exec();
         }
     }
+    shells.reset();
     bool const isSaved = session.End(error, EndSignals::Count() > 1 ? hurriedLimit : endLimit);
     SayLeftOn(session.LeftOn(session.Simulators().Ids()));
     for (std::string const& line : session.LackingRecordings()) {

@@ -5,6 +5,7 @@
 #include "reference_host/common/request_sends.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
+#include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/Export.h>
 
 #include <span>
@@ -41,6 +42,8 @@ public:
     /// What somebody else than the device puts into its tree (DataManager::SetAttributeMap, requests aside), before it
     /// is merged.
     virtual void OnWritten(BaseDevice&, CAttributeMap const&) {}
+    /// The device's tree was written to, by whomever; before its subscribers are told. On any thread.
+    virtual void OnChanged(CDataId const&) {}
 };
 
 /// Tells of a send, if anybody follows; gives `taken`. Any thread.

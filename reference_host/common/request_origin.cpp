@@ -25,6 +25,8 @@ std::string_view ToText(RequestOrigin origin)
         return "undo";
     case RequestOrigin::CommandLine:
         return "command line";
+    case RequestOrigin::Shell:
+        return "shell";
     case RequestOrigin::OtherHost:
         return "another host";
     }

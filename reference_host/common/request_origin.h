@@ -16,10 +16,11 @@ enum class RequestOrigin : unsigned char
     Preset,      ///< settings that were kept under a name
     Undo,        ///< undo or redo
     CommandLine, ///< a command such as `qx5 send`
+    Shell,       ///< another program of the same user, by way of this one
     OtherHost,   ///< somebody else who commands the same sonar, or the sonar itself
 };
 
-/// "program", "view", "terminal", "preset", "undo", "command line", "another host".
+/// "program", "view", "terminal", "preset", "undo", "command line", "shell", "another host".
 VORDAL_API std::string_view ToText(RequestOrigin origin);
 
 /// Where what this thread asks for comes from: what its innermost OriginScope says, without one what the thread is by

@@ -20,6 +20,15 @@ std::shared_ptr<DataId_NI const> ChangeInfo(DeviceInternals& internals, CDataId 
     return internals.changeInfo;
 }
 
+/// With the device's lock given back.
+void TellChange(DeviceInternals& internals, CAttributeMap const& tree, DataId_NI const& info)
+{
+    if (auto* const observer = CurrentRequestObserver()) {
+        observer->OnChanged(info.GetDataId());
+    }
+    internals.subscriptions->Bus()->NotifyKeysOf(tree, &info);
+}
+
 } // namespace
 
 bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree)
@@ -34,7 +43,7 @@ bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap
         internals.told.NoteOthersWrote();
         info = ChangeInfo(internals, id);
     }
-    internals.subscriptions->Bus()->NotifyKeysOf(tree, info.get());
+    TellChange(internals, tree, *info);
     return true;
 }
 
@@ -52,7 +61,7 @@ bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttribut
         internals.refusalTold = internals.refusalTold || firstRefusal;
         info = ChangeInfo(internals, id);
     }
-    internals.subscriptions->Bus()->NotifyKeysOf(tree, info.get());
+    TellChange(internals, tree, *info);
     return firstRefusal;
 }
 
@@ -100,7 +109,7 @@ bool BaseDevice::AppendAttributeMap(CAttributeMap const& map, unsigned flags)
         m_internals->told.NoteOthersWrote();
         info = vordal::ChangeInfo(*m_internals, m_dataId);
     }
-    m_internals->subscriptions->Bus()->NotifyKeysOf(map, info.get());
+    vordal::TellChange(*m_internals, map, *info);
     return true;
 }
 

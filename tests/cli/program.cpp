@@ -20,11 +20,6 @@
 
 namespace qx5::test {
 
-std::string const rangeFrameHex =
-    "05 00 3c 00 ff ff 00 00 60 00 00 00 00 00 00 00 00 00 00 00 e7 07 3e 01 00 00 a0 41 16 0d 01 00\n"
-    "4c 1d 00 00 00 00 00 00 00 00 ff ff 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
-    "eb 03 00 00 eb 03 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 48 42 00 00 00 00\n";
-
 Outcome Qx5(std::vector<std::string> arguments, std::string input, std::vector<std::string> const& environment,
             OutputTo output)
 {

@@ -83,6 +83,10 @@ private:
 std::string FromHex(std::string_view hex);
 
 /// A frame of 96 bytes that asks for a range of 50 m, as hexadecimal text; of 2023-11-14 22:13:20 UTC.
-extern std::string const rangeFrameHex;
+/// Here, so that other constants can be made of it.
+inline std::string const rangeFrameHex =
+    "05 00 3c 00 ff ff 00 00 60 00 00 00 00 00 00 00 00 00 00 00 e7 07 3e 01 00 00 a0 41 16 0d 01 00\n"
+    "4c 1d 00 00 00 00 00 00 00 00 ff ff 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00\n"
+    "eb 03 00 00 eb 03 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 48 42 00 00 00 00\n";
 
 } // namespace qx5::test
