@@ -114,14 +114,20 @@ public:
             recorder->OnSonarTells(sonar, tree);
         }
     }
-    void OnEcho(CDataId const& sonar, CAttributeMap const& tree) override
+    void OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags) override
     {
         // Another thread carries out no request.
         if (m_host.m_host.IsHostThread() && m_current != nullptr && m_sonar->Id() == sonar) {
             vordal::Merge(m_echoed, tree);
         }
         if (auto const recorder = m_host.RecorderOf(sonar)) {
-            recorder->OnEcho(sonar, tree);
+            recorder->OnEcho(sonar, tree, flags);
+        }
+    }
+    void OnWritten(CDataId const& sonar, CAttributeMap const& tree) override
+    {
+        if (auto const recorder = m_host.RecorderOf(sonar)) {
+            recorder->OnWritten(sonar, tree);
         }
     }
 
