@@ -8,7 +8,7 @@ namespace qx5::recording {
 
 ReplayPlayer::ReplayPlayer(std::filesystem::path const& file, ReplayReceiver& receiver)
     : m_session(file), m_receiver(receiver), m_start(m_session.File().Start().value_or(0)),
-      m_end(m_session.File().End().value_or(0)), m_position(m_start), m_anchorPosition(m_start)
+      m_end(std::max(m_start, m_session.File().End().value_or(0))), m_position(m_start), m_anchorPosition(m_start)
 {
 }
 
@@ -60,7 +60,8 @@ McapMessage const* ReplayPlayer::Peek()
 
 void ReplayPlayer::Show(McapMessage const& message)
 {
-    m_position = std::max(m_position, message.logTime);
+    // A message may say that it is of another time than its chunk.
+    m_position = std::clamp(message.logTime, m_position, m_end);
     ++m_next;
     if (auto const understood = m_session.Understand(message)) {
         m_receiver.OnMessage(*understood);
@@ -114,7 +115,7 @@ void ReplayPlayer::Advance(double now)
     }
     auto const played = std::max(0.0, now - m_anchor) * m_speed * 1e9;
     auto const rest = static_cast<double>(m_end - m_anchorPosition);
-    auto const due = m_anchorPosition + static_cast<std::uint64_t>(std::min(played, rest));
+    auto const due = played < rest ? m_anchorPosition + static_cast<std::uint64_t>(played) : m_end;
     std::uint64_t bytes = 0;
     for (auto const* message = Peek(); message != nullptr && message->logTime <= due; message = Peek()) {
         bytes += McapMessageHead + message->data.size();
@@ -142,10 +143,12 @@ bool ReplayPlayer::Step()
 bool ReplayPlayer::MoveToNext(std::vector<RecordedKind const*> const& kinds)
 {
     std::optional<std::uint64_t> found;
-    m_session.ForEach({.from = m_position + 1, .kinds = kinds}, [&](RecordedMessage const& message) {
-        found = message.time;
-        return false;
-    });
+    if (m_position < m_end) {
+        m_session.ForEach({.from = m_position + 1, .kinds = kinds}, [&](RecordedMessage const& message) {
+            found = message.time;
+            return false;
+        });
+    }
     m_isPlaying = false;
     if (found) {
         MoveTo(*found, 0.0);

@@ -221,14 +221,14 @@ TEST_F(RecorderMenus, ASonarThatIsAddedLaterIsRecordedToo)
     setup.simulated = true;
     auto const late = stage->session.AddSonar(setup, error);
     ASSERT_TRUE(late) << error;
-    ASSERT_TRUE(RunUntil(
-        [&] { return stage->session.Desk().Watch().StateOf(*late).link.state == vordal::LinkState::Connected; }));
+    // It has told something of itself.
+    ASSERT_TRUE(RunUntil([&] { return stage->session.Desk().Watch().StateOf(*late).lastData.has_value(); }));
     Stop();
-    Content const content(folder / "dive.mcap");
+    Content content(folder / "dive.mcap");
     EXPECT_EQ(content.summary.sonars.size(), 4U);
-    EXPECT_EQ(content.names.at("1.78.3.1"), "Late sonar");
-    EXPECT_THAT(content.states.at("1.78.3.1"), Contains("connected"));
-    EXPECT_GE(content.kinds.at("1.78.3.1 received"), 1);
+    EXPECT_EQ(content.names["1.78.3.1"], "Late sonar");
+    EXPECT_THAT(content.states["1.78.3.1"], Contains("connected"));
+    EXPECT_GE(content.kinds["1.78.3.1 received"], 1);
 }
 
 TEST_F(RecorderMenus, AFileThatIsThereAndAFolderThatIsNotAreOneLineAndTheSessionGoesOn)
