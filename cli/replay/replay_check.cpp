@@ -171,6 +171,7 @@ public:
             vordal::OriginScope const scope(who);
             DataManager::GetDataManager().SetAttributeMap(SonarIdOf(sonar), tree, 4, false);
         });
+        m_host.RunAndWait([] {}); // what it has left to do on the host thread is done
     }
     /// The sonar has told it.
     void Tell(std::string const& sonar, CAttributeMap const& tree)

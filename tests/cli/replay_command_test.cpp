@@ -3,6 +3,7 @@
 
 #include "recording/recorded_session.h"
 #include "recording/session_writer.h"
+#include "tests/recording/recorded_stage.h"
 
 #include <fstream>
 #include <functional>
@@ -177,6 +178,19 @@ TEST_F(ReplayCommand, WhatIsNoneOrCutOrNewerIsSaidInOneLine)
     ExpectComplaint(Qx5({"replay", file, "--as-host", "--sonar", "127.0.0.1:" + std::to_string(deaf.Port())}), 1,
                     {"no connection to the sonar"});
     ExpectComplaint(Qx5({"replay", file, "--as-sonar", "--port", std::to_string(deaf.Port())}), 1, {"is in use"});
+}
+
+TEST_F(ReplayCommand, OfSeveralSonarsOneIsToldOrAsked)
+{
+    RecordedStage stage;
+    auto const two = stage.RecordTwoSonars().string();
+    ExpectComplaint(Qx5({"replay", two, "--as-sonar"}), 2,
+                    {"--sonar is required", "is of 2 sonars: 1.78.1.1 Bow, 1.78.2.1 Stern"});
+    ExpectComplaint(Qx5({"replay", two, "--as-host", "--sonar", "127.0.0.1:7000"}), 2, {"--of is required"});
+    Simulator const sonar;
+    auto const asked = Qx5({"replay", two, "--as-host", "--sonar", sonar.Endpoint(), "--of", "Bow", "--speed", "100"});
+    ExpectComplaint(asked, 1,
+                    {"answers otherwise to 1 of 1 requests", "recorded differs, x5Range = 49.5 m; today agrees"});
 }
 
 TEST_F(ReplayCommand, AHostHearsTheSonarAgain)
