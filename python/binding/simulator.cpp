@@ -83,7 +83,7 @@ public:
     bool WaitBeyond(std::uint64_t number, std::chrono::milliseconds limit) const
     {
         std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, limit, [&] { return m_count > number; });
+        return m_changed.wait_for(lock, limit, [&] { return !m_records.empty() && m_records.back().number > number; });
     }
     void Clear()
     {

@@ -330,6 +330,12 @@ public:
         Away const away;
         return PythonFeed(m_sonar->Follow(std::move(keys), std::move(ready)), m_sonar);
     }
+    bool Ping()
+    {
+        RefuseAnotherProcess(m_process);
+        Away const away;
+        return m_sonar->Ping();
+    }
     PythonEchoes Echoes(bool waterColumn)
     {
         RefuseAnotherProcess(m_process);
@@ -428,6 +434,7 @@ void AddSonars(py::module_& module)
         .def("request", &PythonSonar::Request, py::arg("pairs"))
         .def("request_and_wait", &PythonSonar::RequestAndWait, py::arg("pairs"))
         .def("follow", &PythonSonar::Follow, py::arg("keys"), py::arg("mailbox"), py::arg("sign"))
+        .def("ping", &PythonSonar::Ping)
         .def("echoes", &PythonSonar::Echoes, py::arg("water_column"))
         .def("record", &PythonSonar::Record, py::arg("file"), py::arg("version"));
     module.def("parse_address", &ParsedAddress, py::arg("address"));
