@@ -56,6 +56,7 @@ _failures: dict[str, type[_errors.RequestError]] = {
     "refused": _errors.RequestRefused,
     "failed": _errors.RequestFailed,
     "replaced": _errors.RequestReplaced,
+    "lost": _errors.ConnectionLost,
 }
 
 
@@ -101,7 +102,7 @@ class Request:
         result, reason, is_lost = self._native.outcome()
         if result in ("pending", "agrees"):
             return None
-        kind: type[_errors.RequestError] = _errors.ConnectionLost if is_lost else _failures[result]
+        kind = _failures["lost" if is_lost else result]
         return kind(reason or f"the request was {result}", self)
 
     @property
