@@ -110,8 +110,8 @@ py::object PythonEchoes::Next(std::optional<double> seconds)
 
 void AddEchoes(py::module_& module)
 {
-    py::class_<BlockOwner>(module, "_BlockOwner");
-    py::class_<PythonEchoes>(module, "Echoes")
+    py::class_<BlockOwner>(module, "_BlockOwner", PlainType());
+    py::class_<PythonEchoes>(module, "Echoes", PlainType())
         .def("next", &PythonEchoes::Next, py::arg("timeout"))
         .def("end", &PythonEchoes::End)
         .def_property_readonly("ended", &PythonEchoes::HasEnded)

@@ -5,6 +5,12 @@
 
 namespace qx5::python {
 
+/// The classes are of Python's own kind, as the stubs tell: none has properties of the class.
+inline pybind11::metaclass PlainType()
+{
+    return pybind11::metaclass(reinterpret_cast<PyObject*>(&PyType_Type));
+}
+
 void AddEchoes(pybind11::module_& module);
 void AddSonars(pybind11::module_& module);
 void AddSimulator(pybind11::module_& module);

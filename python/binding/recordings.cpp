@@ -433,10 +433,10 @@ std::optional<std::string> FindDifference(std::string const& expected, std::stri
 
 void AddRecordings(py::module_& module)
 {
-    py::class_<PythonCursor>(module, "Cursor")
+    py::class_<PythonCursor>(module, "Cursor", PlainType())
         .def("next", &PythonCursor::Next)
         .def("problems", &PythonCursor::Problems);
-    py::class_<PythonRecording>(module, "Recording")
+    py::class_<PythonRecording>(module, "Recording", PlainType())
         .def(py::init<std::string>(), py::arg("file"))
         .def("summary", &PythonRecording::Summary)
         .def("find_sonar", &PythonRecording::FindSonar, py::arg("name"))

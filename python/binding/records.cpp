@@ -157,7 +157,7 @@ py::object WaterColumnToPython(py::object const& owner)
 void AddRecords(py::module_& module)
 {
     module.def("decode", &Decode, py::arg("data"));
-    py::class_<SharedFrame>(module, "Frame", py::buffer_protocol())
+    py::class_<SharedFrame>(module, "Frame", PlainType(), py::buffer_protocol())
         .def_buffer([](SharedFrame& frame) {
             auto const bytes = frame.Bytes();
             return py::buffer_info(const_cast<unsigned char*>(bytes.data()), 1, "B", 1,

@@ -83,7 +83,7 @@ public:
     bool WaitBeyond(std::uint64_t number, std::chrono::milliseconds limit) const
     {
         std::unique_lock lock(m_mutex);
-        return m_changed.wait_for(lock, limit, [&] { return m_count > number; });
+        return m_changed.wait_for(lock, limit, [&] { return !m_records.empty() && m_records.back().number > number; });
     }
     void Clear()
     {
@@ -213,7 +213,7 @@ std::unique_ptr<PythonSimulator> MakeSimulator(std::string const& scene, std::ui
 
 void AddSimulator(py::module_& module)
 {
-    py::class_<PythonSimulator>(module, "Simulator")
+    py::class_<PythonSimulator>(module, "Simulator", PlainType())
         .def(py::init(&MakeSimulator), py::kw_only(), py::arg("scene"), py::arg("seed"), py::arg("port"),
              py::arg("depth"), py::arg("calm"), py::arg("heads"), py::arg("pings"), py::arg("address"))
         .def("stop", &PythonSimulator::Stop)

@@ -330,6 +330,12 @@ public:
         Away const away;
         return PythonFeed(m_sonar->Follow(std::move(keys), std::move(ready)), m_sonar);
     }
+    bool Ping()
+    {
+        RefuseAnotherProcess(m_process);
+        Away const away;
+        return m_sonar->Ping();
+    }
     PythonEchoes Echoes(bool waterColumn)
     {
         RefuseAnotherProcess(m_process);
@@ -378,7 +384,7 @@ py::tuple ParsedAddress(std::string const& address)
 
 void AddSonars(py::module_& module)
 {
-    py::class_<PythonMailbox>(module, "Mailbox")
+    py::class_<PythonMailbox>(module, "Mailbox", PlainType())
         .def(py::init<>())
         .def("take", &PythonMailbox::Take, py::arg("timeout"))
         .def("close", [](PythonMailbox const& mailbox) { mailbox.Box()->Close(); })
@@ -393,13 +399,13 @@ void AddSonars(py::module_& module)
             Away const away;
             vordal::SetLogSink({});
         });
-    py::class_<PythonFeed>(module, "Feed")
+    py::class_<PythonFeed>(module, "Feed", PlainType())
         .def("wait", &PythonFeed::Wait, py::arg("timeout"))
         .def("take", &PythonFeed::Take, py::arg("greatest"))
         .def("end", &PythonFeed::End)
         .def_property_readonly("ended", &PythonFeed::HasEnded)
         .def_property_readonly("lost", &PythonFeed::Lost);
-    py::class_<PythonRequest>(module, "Request")
+    py::class_<PythonRequest>(module, "Request", PlainType())
         .def("wait_until_carried_out", &PythonRequest::WaitUntilCarriedOut, py::arg("timeout"))
         .def("wait", &PythonRequest::Wait, py::arg("timeout"))
         .def("outcome", &PythonRequest::Outcome)
@@ -408,11 +414,11 @@ void AddSonars(py::module_& module)
         .def_property_readonly("echoed", &PythonRequest::Echoed)
         .def_property_readonly("got", &PythonRequest::Got)
         .def("tell_when_it_stands", &PythonRequest::TellWhenItStands, py::arg("mailbox"), py::arg("sign"));
-    py::class_<PythonRecorder>(module, "Recorder")
+    py::class_<PythonRecorder>(module, "Recorder", PlainType())
         .def("mark", &PythonRecorder::Mark, py::arg("text"))
         .def("finish", &PythonRecorder::Finish)
         .def("counts", &PythonRecorder::Counts);
-    py::class_<PythonSonar>(module, "Sonar")
+    py::class_<PythonSonar>(module, "Sonar", PlainType())
         .def(py::init<std::string, std::string, std::uint16_t, std::string>(), py::arg("plugin"), py::arg("host"),
              py::arg("port"), py::arg("name"))
         .def("close", &PythonSonar::Close)
@@ -428,6 +434,7 @@ void AddSonars(py::module_& module)
         .def("request", &PythonSonar::Request, py::arg("pairs"))
         .def("request_and_wait", &PythonSonar::RequestAndWait, py::arg("pairs"))
         .def("follow", &PythonSonar::Follow, py::arg("keys"), py::arg("mailbox"), py::arg("sign"))
+        .def("ping", &PythonSonar::Ping)
         .def("echoes", &PythonSonar::Echoes, py::arg("water_column"))
         .def("record", &PythonSonar::Record, py::arg("file"), py::arg("version"));
     module.def("parse_address", &ParsedAddress, py::arg("address"));

@@ -19,9 +19,9 @@ constexpr std::array<std::string_view, 35> words{
     "or",     "pass",   "raise",   "return",   "try",      "while",  "with",   "yield"};
 
 /// What qx5.Sonar has beside its keys; a test compares.
-constexpr std::array<std::string_view, 18> sonarNames{
+constexpr std::array<std::string_view, 19> sonarNames{
     "address", "attributes", "changes", "close",     "closed",    "condition",      "connected", "connection",  "get",
-    "limits",  "name",       "record",  "request",   "soundings", "subscribe",      "wait_for",  "wait_connected",
+    "limits",  "name",       "ping",    "record",  "request",   "soundings", "subscribe",      "wait_for",  "wait_connected",
     "water_column"};
 
 bool IsDigit(char c)

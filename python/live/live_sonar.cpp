@@ -3,7 +3,9 @@
 
 #include "python/live/shared_host.h"
 
+#include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalBaseR/CExTime.h>
+#include <protocol/records/all.h>
 #include <vordalhostdllR/DataManager.h>
 
 #include <algorithm>
@@ -216,6 +218,22 @@ std::shared_ptr<ChangeFeed> LiveSonar::Follow(std::vector<std::wstring> keys, st
         feed->End();
     }
     return feed;
+}
+
+bool LiveSonar::Ping()
+{
+    auto const host = Host();
+    bool isSent = false;
+    if (host != nullptr) {
+        host->OnHost([&] {
+            auto* const device =
+                dynamic_cast<QX5Device*>(DataManager::GetDataManager().FindDevice(m_state->Id()));
+            isSent = device != nullptr && device->SendRemoteControlRecord(protocol::records::SinglePing.Id(), nullptr, 0,
+                                                                          protocol::OwnSonar.deviceId,
+                                                                          protocol::OwnSonar.enumerator);
+        });
+    }
+    return isSent;
 }
 
 std::shared_ptr<EchoFeed> LiveSonar::FollowEchoes(SonarEchoGroup group)

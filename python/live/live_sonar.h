@@ -98,6 +98,8 @@ public:
     std::shared_ptr<LiveRequest> Request(CAttributeMap const& request);
     /// Of no keys all at the top of the tree. See ChangeFeed.
     std::shared_ptr<ChangeFeed> Follow(std::vector<std::wstring> keys, std::function<void()> ready);
+    /// Has it ping once; false when nobody hears that.
+    bool Ping();
     /// Null when the sonar is closed.
     std::shared_ptr<EchoFeed> FollowEchoes(SonarEchoGroup group);
     /// It is followed no more.

@@ -171,7 +171,7 @@ class Frame:
     @property
     def data(self) -> memoryview:
         """Its bytes, not copied."""
-        return memoryview(self._native)
+        return memoryview(self._native)  # type: ignore[arg-type]
 
 
 Content = Frame | Settings | Asked | Outcome | Attributes | Link | Mark | Loss

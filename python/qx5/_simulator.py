@@ -126,14 +126,11 @@ class Simulator:
         """
         import time
 
-        if isinstance(condition, str):
-            key = _qx5.key_text(condition)
+        key = _qx5.key_text(condition) if isinstance(condition, str) else ""
 
-            def holds(record: Understood) -> object:
-                return key in record.values
+        def holds(record: Understood) -> object:
+            return key in record.values if isinstance(condition, str) else condition(record)
 
-        else:
-            holds = condition
         end = None if timeout is None else time.monotonic() + timeout
         seen = 0
         while True:

@@ -56,6 +56,7 @@ _failures: dict[str, type[_errors.RequestError]] = {
     "refused": _errors.RequestRefused,
     "failed": _errors.RequestFailed,
     "replaced": _errors.RequestReplaced,
+    "lost": _errors.ConnectionLost,
 }
 
 
@@ -101,7 +102,7 @@ class Request:
         result, reason, is_lost = self._native.outcome()
         if result in ("pending", "agrees"):
             return None
-        kind = _errors.ConnectionLost if is_lost else _failures[result]
+        kind = _failures["lost" if is_lost else result]
         return kind(reason or f"the request was {result}", self)
 
     @property
@@ -392,9 +393,14 @@ class Sonar(Keys):
 
     # What it hears.
 
+    def ping(self) -> None:
+        """Has it ping once, which one does that does not ping by itself. Raises qx5.ConnectionLost."""
+        if not self._native.ping():
+            raise _errors.ConnectionLost("the ping was not sent: the sonar is not connected")
+
     def soundings(self, *, timeout: float | None = 10.0) -> Iterator[Sounding]:
         """What the sonar takes for the bottom from now on, a ping each, until it is closed; it is asked for that as
-        long as the iterator lives. It has to ping (ping_on_off_state). Of more than 64 that wait the oldest give way.
+        long as the iterator lives. It has to ping: `ping`, or ping_on_off_state = 1. Of more than 64 that wait the oldest give way.
 
         Raises qx5.Timeout when none comes for so many seconds.
         """
