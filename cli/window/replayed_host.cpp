@@ -151,7 +151,8 @@ void ReplayedHost::Take(Sonar& sonar, recording::RecordedMessage const& message)
 {
     if (auto const* const frame = std::get_if<recording::RecordedFrame>(&message.content)) {
         TakeFrame(sonar, *frame);
-    } else if (auto const* const settings = std::get_if<recording::RecordedSettings>(&message.content)) {
+    } else if (auto const* const settings = std::get_if<recording::RecordedSettings>(&message.content);
+               settings != nullptr && !settings->isAgain) {
         sonar.device->SetAttributeMap(settings->tree, 0);
     } else if (auto const* const attributes = std::get_if<recording::RecordedAttributes>(&message.content)) {
         if (attributes->isEcho) {
@@ -160,6 +161,8 @@ void ReplayedHost::Take(Sonar& sonar, recording::RecordedMessage const& message)
             m_session.Host().MergeDecoded(*sonar.device, attributes->tree);
             Attend(sonar); // it may have told who it is
         }
+    } else if (auto const* const writing = std::get_if<recording::RecordedWriting>(&message.content)) {
+        sonar.device->SetAttributeMap(writing->tree, 0);
     } else if (auto const* const connection = std::get_if<recording::RecordedConnection>(&message.content)) {
         TakeConnection(sonar, *connection);
     } else if (auto const* const request = std::get_if<recording::RecordedRequest>(&message.content)) {

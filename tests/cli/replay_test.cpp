@@ -47,7 +47,7 @@ using Lines = std::vector<std::string>;
 /// The frame that asks for 50 m, with one byte put in another's place.
 Bytes RangeFrameWith(std::size_t at, unsigned char byte)
 {
-    auto frame = RangeFrame();
+    auto frame = RecordedRangeFrame();
     frame.at(at) = byte;
     return frame;
 }
@@ -56,8 +56,8 @@ TEST(FrameDifference, TimesOfLeavingAreNone)
 {
     // 20 to 29: year, day, seconds, hour and minute of the header.
     for (std::size_t at = 20; at < 30; ++at) {
-        EXPECT_TRUE(AreSame(RangeFrame(), RangeFrameWith(at, 0x77))) << at;
-        EXPECT_THAT(FieldDifferences(RangeFrame(), RangeFrameWith(at, 0x77)), IsEmpty()) << at;
+        EXPECT_TRUE(AreSame(RecordedRangeFrame(), RangeFrameWith(at, 0x77))) << at;
+        EXPECT_THAT(FieldDifferences(RecordedRangeFrame(), RangeFrameWith(at, 0x77)), IsEmpty()) << at;
     }
 }
 
@@ -68,19 +68,19 @@ TEST(FrameDifference, EveryOtherByteIsToldWithWhatItMeans)
         if (at >= 20 && at < 30) {
             continue;
         }
-        EXPECT_FALSE(AreSame(RangeFrame(), RangeFrameWith(at, 0x77))) << at;
-        EXPECT_THAT(FieldDifferences(RangeFrame(), RangeFrameWith(at, 0x77)), SizeIs(::testing::Ge(1U))) << at;
+        EXPECT_FALSE(AreSame(RecordedRangeFrame(), RangeFrameWith(at, 0x77))) << at;
+        EXPECT_THAT(FieldDifferences(RecordedRangeFrame(), RangeFrameWith(at, 0x77)), SizeIs(::testing::Ge(1U))) << at;
     }
     // 0x42400000 is 48.
-    EXPECT_THAT(FieldDifferences(RangeFrame(), RangeFrameWith(90, 0x40)),
+    EXPECT_THAT(FieldDifferences(RecordedRangeFrame(), RangeFrameWith(90, 0x40)),
                 ElementsAre("@0  f32  x5Range: recorded 50, today 48"));
-    EXPECT_THAT(FieldDifferences(RangeFrame(), RangeFrameWith(36, 7)),
+    EXPECT_THAT(FieldDifferences(RecordedRangeFrame(), RangeFrameWith(36, 7)),
                 ElementsAre("device of the frame: recorded 0, today 7"));
-    EXPECT_THAT(FieldDifferences(RangeFrame(), RangeFrameWith(42, 0xFE)),
+    EXPECT_THAT(FieldDifferences(RecordedRangeFrame(), RangeFrameWith(42, 0xFE)),
                 ElementsAre("enumerator of the frame: recorded -1, today -2"));
-    EXPECT_THAT(FieldDifferences(RangeFrame(), RangeFrameWith(15, 1)),
+    EXPECT_THAT(FieldDifferences(RecordedRangeFrame(), RangeFrameWith(15, 1)),
                 ElementsAre("byte 15 of the frame: recorded 00, today 01"));
-    EXPECT_EQ(cli::NameOf(RangeFrame()), "1003 range, ticket 1003");
+    EXPECT_EQ(cli::NameOf(RecordedRangeFrame()), "1003 range, ticket 1003");
     EXPECT_EQ(cli::NameOf(RangeFrameWith(68, 9)), "1003 range, ticket 777");
 }
 
@@ -182,7 +182,7 @@ protected:
 
 TEST_F(Replayed, WhatLeavesTodayAsItDidThenIsNoDifference)
 {
-    auto const result = Check(RecordOne(RangeFrame()));
+    auto const result = Check(RecordOne(RecordedRangeFrame()));
     EXPECT_THAT(told, IsEmpty());
     EXPECT_EQ(result.requests, 1U);
     EXPECT_EQ(result.frames, 1U);
@@ -202,7 +202,7 @@ TEST_F(Replayed, AnAlteredByteIsToldFieldByField)
 
 TEST_F(Replayed, AnEchoOfAnotherValueOrFlagWordIsADifference)
 {
-    EXPECT_EQ(Check(RecordOne(RangeFrame(), 51.0, 4)).differences, 1U);
+    EXPECT_EQ(Check(RecordOne(RecordedRangeFrame(), 51.0, 4)).differences, 1U);
     EXPECT_THAT(told, ElementsAre(HasSubstr(": the echo differs"), R"(    recorded [["x5Range","double",51.0]])",
                                   R"(    today    [["x5Range","double",50.0]])", "    flag word: recorded 4, today 0"));
 }
@@ -294,10 +294,10 @@ TEST_F(Replayed, WhatNoRequestAsksForIsNamedAndItsBytesLookedAt)
     {
         FlightRecorder recorder(file, stage.Options());
         recorder.Begin(stage.bow, "Bow", {});
-        recorder.Frame(stage.bow, true, RangeFrame());
+        recorder.Frame(stage.bow, true, RecordedRangeFrame());
         Ask(recorder, 1);
         recorder.Frame(stage.bow, true, ping); // of another thread, in the middle of a request
-        recorder.Frame(stage.bow, true, RangeFrame());
+        recorder.Frame(stage.bow, true, RecordedRangeFrame());
         recorder.Frame(stage.bow, true, echoes);
         recorder.OnEcho(stage.bow, Value(L"x5Range", 50.0), 0);
         ping[72] = 1; // of the tracking number, which is 0
@@ -333,7 +333,7 @@ TEST_F(Replayed, SonarsThatShareAConnectionAreComparedOnIt)
             ++time;
             writer.Write(writer.ChannelOf(kind, sonar), {time, time}, content);
         };
-        auto const frame = RangeFrame();
+        auto const frame = RecordedRangeFrame();
         put(recording::kinds::Settings, "1.78.1.1", settings("Port"));
         put(recording::kinds::Settings, "1.78.2.1", settings("Starboard"));
         put(recording::kinds::Requests, "1.78.2.1", recording::RecordedRequest{1, "view", Value(L"x5Range", 50.0)});
@@ -406,7 +406,7 @@ TEST_F(Replayed, APieceIsAScenarioByteForByte)
 
 TEST_F(Replayed, AnotherByteInTheScenarioIsFound)
 {
-    Export(RecordOne(RangeFrame()));
+    Export(RecordOne(RecordedRangeFrame()));
     EXPECT_EQ(CheckScenario(scenario), 0) << said;
     auto const at = scenario.find("00004842");
     ASSERT_NE(at, std::string::npos);
@@ -479,7 +479,7 @@ TEST_F(Replayed, ASonarTellsWhatItToldToEachHost)
         recorder.Frame(stage.bow, false, first);
         stage.At(1000);
         recorder.Frame(stage.bow, false, second);
-        recorder.Frame(stage.stern, false, RangeFrame());
+        recorder.Frame(stage.stern, false, RecordedRangeFrame());
         recorder.Finish();
     }
     std::promise<std::uint16_t> port;

@@ -144,6 +144,32 @@ TEST_F(Replay, LooksAsItLookedAtAnyMoment)
     EXPECT_TRUE(RunUntil([this] { return Records() == 4; }));
 }
 
+TEST_F(Replay, WhatTheHostWroteIsShownFromItsTimeOn)
+{
+    auto const file = stage.folder / "written.mcap";
+    {
+        recording::FlightRecorder recorder(file, stage.Options());
+        recorder.Begin(bow, "Bow", Value(L"x5Range", 100.0));
+        stage.At(1000);
+        recorder.OnWritten(bow, Value(L"x5Range", 75.0));
+        stage.At(3000);
+        recorder.Mark("the end");
+    }
+    Open(file);
+    MoveTo(500);
+    EXPECT_EQ(RangeOf(bow), 100.0);
+    Trigger("playReplay");
+    ASSERT_TRUE(RunUntil([this] { return replay->Control().Status().isPlaying; }));
+    seconds = 1001.0;
+    WaitUntilShown(1500);
+    EXPECT_EQ(RangeOf(bow), 75.0) << "as it plays";
+    Trigger("playReplay");
+    MoveTo(900);
+    EXPECT_EQ(RangeOf(bow), 100.0);
+    MoveTo(2000);
+    EXPECT_EQ(RangeOf(bow), 75.0);
+}
+
 TEST_F(Replay, PlaysOnByItsClockAndStandsStill)
 {
     Open(stage.RecordTwoSonars());
