@@ -32,6 +32,8 @@ std::vector<Ratio> Promises()
         {"the same to one that nobody follows", "request-followed", "request-by-the-host", 1.5},
         {"a request that is recorded, beyond one that is followed, ns", "request-recorded", "request-followed", 1000.0,
          true},
+        {"the same beside 3 sonars at 20 pings/s with water column, all recorded, ns", "request-beside-pings-recorded",
+         "request-beside-pings", 1000.0, true},
         {"a message of 10 KiB into a recording (400 MiB/s), ns", "recording-write-10k", "", 24414.0},
         {"a message of 100 bytes into a recording (35 MiB/s), ns", "recording-write-100", "", 2724.0},
         {"a recording of 1 GiB opened, told of and read in its middle, ns", "recording-seek", "", 20000000.0},
@@ -197,6 +199,9 @@ int main(int argc, char** argv)
     }
     for (Case& recording : bench::RecordingCases()) {
         cases.push_back(std::move(recording));
+    }
+    for (Case& pinging : bench::RecordedPingCases(stage)) {
+        cases.push_back(std::move(pinging));
     }
     for (Case& sequencing : bench::SequencingCases(stage)) {
         cases.push_back(std::move(sequencing));

@@ -53,6 +53,7 @@ public:
     ~LiveSonar();
 
     Device& GetDevice() { return *m_device; }
+    vordal::SonarLink& Link() { return m_project->Ports().front()->GetLink(); }
     /// The socket at the sonar's end.
     int FarEnd() const { return m_farEnd; }
     std::uint64_t Told() const { return m_told.load(); }
@@ -109,6 +110,7 @@ std::vector<Case> TreeCases();
 std::vector<Case> EchoCases(Stage& stage);
 std::vector<Case> SounderCases();
 std::vector<Case> RecordingCases();
+std::vector<Case> RecordedPingCases(Stage& stage);
 /// How long range and overhead make a round of the case "round-of-two", ns: 100 m and 200 m at 1500 m/s, both ways,
 /// with an overhead of 120 percent.
 inline constexpr double RoundOfTwo = 480e6;

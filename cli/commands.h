@@ -167,6 +167,7 @@ struct RecordingOptions
     std::string csv;
     std::optional<std::string> jsonOut; ///< empty: standard output
     std::vector<std::string> keys;      ///< of the CSV; empty: all
+    std::string scenario;               ///< a file to export into, or FROM..TO: standard output; empty: not that
 };
 int RecordingInfo(RecordingOptions const& options);
 int RecordingList(RecordingOptions const& options);
@@ -174,6 +175,28 @@ int RecordingCut(RecordingOptions const& options);
 int RecordingMark(RecordingOptions const& options);
 int RecordingCheck(RecordingOptions const& options);
 int RecordingExport(RecordingOptions const& options);
+
+struct ReplayOptions
+{
+    std::string file;
+    std::string plugin;
+    std::string from;  ///< moments as ReadMoment takes them; empty: from the beginning
+    std::string to;    ///< empty: to the end
+    std::string sonar; ///< of the recording by id or name, of --as-host HOST:PORT; empty: all, or the only one
+    std::string of;    ///< of --as-host: the sonar of the recording; empty: the only one
+    bool check = false;
+    bool asSonar = false;
+    bool asHost = false;
+    int port = 7000; ///< of --as-sonar, on 127.0.0.1; 0 for any
+    double speed = 1.0;
+    bool step = false;      ///< a frame for each line of standard input
+    bool loop = false;      ///< from the beginning again at its end
+    bool window = false;    ///< in the window, which it is without any other way to play it
+    std::string screenshot; ///< a file: render the window at that moment into it in place of opening one
+    bool dark = false;
+    std::vector<Fact> facts; ///< what this program is, for its window
+};
+int Replay(ReplayOptions const& options);
 
 struct PluginOptions
 {

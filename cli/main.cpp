@@ -374,7 +374,80 @@ void AddRecordingCommands(CLI::App& app, RecordingOptions& recording, int& code)
         ->allow_extra_args(false)
         ->needs(csv)
         ->type_name("KEY");
+    write
+        ->add_option("--scenario", recording.scenario,
+                     "A scenario file that asks for the same and expects what left and was echoed; FROM..TO (times as "
+                     "of --from) in place of OUT gives that piece on standard output")
+        ->excludes(pcapng)
+        ->excludes(csv)
+        ->excludes("--json")
+        ->type_name("OUT");
     addRange(write);
+}
+
+/// `qx5 replay`.
+void AddReplayCommand(CLI::App& app, ReplayOptions& replay, int& code, Runs const& runsHost)
+{
+    CLI::App* command = app.add_subcommand(
+        "replay", "Play a recording again: in the window, through this program, as its sonar or as its host");
+    runsHost(command, [&code, &replay] { code = Replay(replay); });
+    command->add_option("file", replay.file, "The recording")->required()->type_name("FILE");
+    CLI::Option* check =
+        command->add_flag("--check", replay.check,
+                          "Run its requests through this program and compare all that leaves, times apart; exit 1 and "
+                          "tell field by field what differs");
+    CLI::Option* asSonar = command
+                               ->add_flag("--as-sonar", replay.asSonar,
+                                          "Tell hosts what the sonar told, at its times, on a port of 127.0.0.1")
+                               ->excludes(check);
+    CLI::Option* asHost = command
+                              ->add_flag("--as-host", replay.asHost,
+                                         "Ask a sonar for the same at the same times; exit 1 if it answers otherwise")
+                              ->excludes(check)
+                              ->excludes(asSonar);
+    CLI::Option* window = command
+                              ->add_flag("--window", replay.window,
+                                         "In the window, as it looked at each moment; so without any other of these")
+                              ->excludes(check)
+                              ->excludes(asSonar)
+                              ->excludes(asHost);
+    command
+        ->add_option("--sonar", replay.sonar,
+                     "Of the recording this sonar alone, by its id or name; with --as-host the sonar to ask, HOST:PORT")
+        ->type_name("ID");
+    command->add_option("--of", replay.of, "With --as-host: this sonar of the recording, by its id or name")
+        ->needs(asHost)
+        ->type_name("ID");
+    command
+        ->add_option("--from", replay.from, "From this time on: as 2026-11-21T01:26:24.5Z, or +SECONDS from the start")
+        ->type_name("TIME");
+    command->add_option("--to", replay.to, "Up to this time, included")->excludes(window)->type_name("TIME");
+    CLI::Option* speed = command->add_option("--speed", replay.speed, "How much faster than it was, 0.1 to 100")
+                             ->capture_default_str()
+                             ->check(CLI::Range(0.1, 100.0).description(""))
+                             ->excludes(check)
+                             ->type_name("X");
+    command->add_flag("--step", replay.step, "With --as-sonar: a record for each line of standard input")
+        ->needs(asSonar)
+        ->excludes(speed);
+    command->add_flag("--loop", replay.loop, "With --as-sonar: from the beginning again at the end")->needs(asSonar);
+    command->add_option("--port", replay.port, "With --as-sonar: where it listens, 0 to 65535; 0 takes a free one")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 65535).description(""))
+        ->needs(asSonar);
+    command->add_option("--plugin", replay.plugin, "The plug-in module (default: the one beside this program)")
+        ->type_name("FILE");
+    command
+        ->add_option("--screenshot", replay.screenshot,
+                     "Render the window at --from as PNG into this file, without a display, and end")
+        ->excludes(check)
+        ->excludes(asSonar)
+        ->excludes(asHost)
+        ->type_name("FILE");
+    command->add_flag("--dark", replay.dark, "The window with dark colours")
+        ->excludes(check)
+        ->excludes(asSonar)
+        ->excludes(asHost);
 }
 
 /// `qx5 get` and `qx5 watch`.
@@ -479,9 +552,7 @@ int RunCommandLine(int argc, char** argv)
                      "Project file that keeps the sonars and their settings; made when missing")
         ->type_name("FILE");
     CLI::Option* recordOption =
-        runCommand
-            ->add_option("--record", run.record,
-                         "Record the session on the terminal into this file, which must not be there")
+        runCommand->add_option("--record", run.record, "Record the session into this file, which must not be there")
             ->type_name("FILE");
     runCommand
         ->add_option("--black-box", run.blackBox,
@@ -662,6 +733,10 @@ int RunCommandLine(int argc, char** argv)
 
     RecordingOptions recording;
     AddRecordingCommands(app, recording, code);
+
+    ReplayOptions replay;
+    replay.facts = facts;
+    AddReplayCommand(app, replay, code, runsHost);
 
     KeysOptions keys;
     CLI::App* keysCommand = app.add_subcommand("keys", "List the request keys: kind, unit, record, offset, handler");

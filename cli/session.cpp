@@ -73,26 +73,6 @@ constexpr Preset shippedPresets[]{
 
 } // namespace
 
-bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& port, std::string& error)
-{
-    std::size_t const colon = text.rfind(':');
-    std::string_view const number =
-        colon == std::string::npos ? std::string_view() : std::string_view(text).substr(colon + 1);
-    unsigned value = 0;
-    auto const [end, problem] = std::from_chars(number.data(), number.data() + number.size(), value);
-    host = text.substr(0, colon);
-    if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
-        host = host.substr(1, host.size() - 2);
-    }
-    if (number.empty() || problem != std::errc() || end != number.data() + number.size() || value == 0 ||
-        value > 65535 || host.empty()) {
-        error = fmt::format("'{}' is no HOST:PORT; write for example 127.0.0.1:7000", text);
-        return false;
-    }
-    port = static_cast<std::uint16_t>(value);
-    return true;
-}
-
 /// Turns the frames of the link into events.
 class Session::Monitor final : public vordal::LinkObserver
 {
@@ -305,6 +285,12 @@ bool Session::WaitFor(std::function<bool()> const& holds, std::chrono::milliseco
     std::unique_lock lock(m_stateMutex);
     m_stateChanged.wait_for(lock, limit, [&] { return holds() || m_status.state != vordal::LinkState::Connected; });
     return holds();
+}
+
+bool Session::WaitUntilConnected(std::chrono::milliseconds limit)
+{
+    std::unique_lock lock(m_stateMutex);
+    return m_stateChanged.wait_for(lock, limit, [this] { return m_status.state == vordal::LinkState::Connected; });
 }
 
 bool Session::IsConnected()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/switched_on.h"
+#include "operation/endpoint.h"
 #include "operation/operator_desk.h"
 #include "recording/recorders.h"
 #include "reference_host/common/host_observer.h"
@@ -23,8 +24,7 @@
 
 namespace qx5::cli {
 
-/// Splits "HOST:PORT" (also "[::1]:7000"); false and one line in `error` when it is none.
-bool ParseEndpoint(std::string const& text, std::string& host, std::uint16_t& port, std::string& error);
+using operation::ParseEndpoint;
 
 /// What a session saw, in the order in which it happened.
 struct SessionEvent
@@ -72,6 +72,8 @@ public:
     bool SaveProject(std::string& error);
     /// What passes from Connect on goes into these, too, until the session ends; before Connect.
     void RecordInto(std::shared_ptr<recording::Recorders> recorders);
+    /// Who hears of what is asked for, in place of recorders; before Connect.
+    void ListenWith(std::shared_ptr<operation::ActionListener> listener) { m_desk.Tap().Set(std::move(listener)); }
     /// Makes the sonar's device, begins to connect and returns; once. What follows here is for after it.
     void Connect(std::string const& host, std::uint16_t port);
     /// Loads the plug-in, connects and waits for the sonar to tell of itself, as commands do that ask one sonar for
@@ -90,6 +92,9 @@ public:
     /// asked after each event, with the session's lock held: it must not call the session.
     bool WaitFor(std::function<bool()> const& holds, std::chrono::milliseconds limit);
     bool IsConnected();
+    /// Waits until the connection stands again, however often it does not come up before; false when it does not within
+    /// the limit.
+    bool WaitUntilConnected(std::chrono::milliseconds limit);
 
     /// Hands the request to the device as a view does, and returns when the device has carried it out. False when an
     /// exception ended it; it has been logged.
@@ -100,6 +105,8 @@ public:
     /// known. The lines say what could not be done.
     std::vector<std::string> Undo() { return Step(&operation::SessionHistory::Undo); }
     std::vector<std::string> Redo() { return Step(&operation::SessionHistory::Redo); }
+    /// Until it is known what became of all requests.
+    void WaitForResults();
     /// What was asked for, from the oldest to the newest.
     std::deque<operation::HistoryStep> Steps();
     /// From here on only the operator asks, for so long or until it is given back.
@@ -141,8 +148,6 @@ private:
                           std::string const& reason) override;
     void OnDeviceIdChange();
     std::vector<std::string> Step(void (operation::SessionHistory::*step)());
-    /// Until it is known what became of all requests.
-    void WaitForResults();
     void TellShown(std::string text);
     void Tell(SessionEvent const& event);
 

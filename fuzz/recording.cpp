@@ -1,15 +1,17 @@
 // Fuzzes the reader of recordings: any bytes behind the magic, or in a chunk whose checksum is right, give messages or
 // one line that says why not; what is read twice is the same, and no more than the summary of a file without an index
-// told.
+// told; a player finds any moment, and stays within the recording.
 #include "recording/mcap_bytes.h"
 #include "recording/recorded_session.h"
 #include "recording/recording_error.h"
 #include "recording/recording_text.h"
 #include "recording/recording_tools.h"
+#include "recording/replay_player.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <map>
 #include <span>
 #include <string>
 #include <string_view>
@@ -76,6 +78,35 @@ private:
     int const m_descriptor;
 };
 
+/// Counts what it is shown.
+class Shown final : public ReplayReceiver
+{
+public:
+    void OnState(std::uint64_t, std::map<std::string, RecordedState> const&) override { messages = 0; }
+    void OnMessage(RecordedMessage const&) override { ++messages; }
+
+    std::uint64_t messages = 0;
+};
+
+void Play(std::string const& file)
+{
+    Shown shown;
+    ReplayPlayer player(file, shown);
+    auto const isWithin = [&] { return player.Start() <= player.Position() && player.Position() <= player.End(); };
+    for (auto const time : {player.Start() + (player.End() - player.Start()) / 2, player.End(), std::uint64_t{0}}) {
+        player.MoveTo(time, 0.0);
+        Require(isWithin());
+        player.Step();
+        player.MoveToNext({&kinds::Marks, &kinds::Requests});
+        player.MoveToPrevious({&kinds::Marks, &kinds::Requests});
+        player.Play(0.0);
+        player.Advance(1e-3);
+        Require(isWithin());
+        player.Advance(1e12);
+        Require(isWithin());
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
@@ -104,6 +135,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
             return true;
         });
         Require(again == messages);
+        Play(file.Path());
     } catch (RecordingError const& problem) {
         RequireLine(problem.what());
     }

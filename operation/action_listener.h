@@ -17,8 +17,11 @@ public:
     virtual void OnActionStands(Action const& action) = 0;
     /// A sonar has told something of its attributes.
     virtual void OnSonarTells(CDataId const&, CAttributeMap const&) {}
-    /// A device puts something into its attributes. On the thread that does so, whichever it is.
-    virtual void OnEcho(CDataId const&, CAttributeMap const&) {}
+    /// A device puts something into its attributes, with the flag word that it gives. On the thread that does so,
+    /// whichever it is.
+    virtual void OnEcho(CDataId const&, CAttributeMap const&, unsigned) {}
+    /// Somebody else has put something into a device's attributes that is no request.
+    virtual void OnWritten(CDataId const&, CAttributeMap const&) {}
     /// The attributes of a device are others now, by whomever. On any thread.
     virtual void OnChanged(CDataId const&) {}
 };

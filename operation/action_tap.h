@@ -30,9 +30,13 @@ public:
     {
         Tell([&](ActionListener& listener) { listener.OnSonarTells(sonar, tree); });
     }
-    void OnEcho(CDataId const& sonar, CAttributeMap const& tree) override
+    void OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags) override
     {
-        Tell([&](ActionListener& listener) { listener.OnEcho(sonar, tree); });
+        Tell([&](ActionListener& listener) { listener.OnEcho(sonar, tree, flags); });
+    }
+    void OnWritten(CDataId const& sonar, CAttributeMap const& tree) override
+    {
+        Tell([&](ActionListener& listener) { listener.OnWritten(sonar, tree); });
     }
     void OnChanged(CDataId const& sonar) override
     {

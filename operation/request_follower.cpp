@@ -260,10 +260,10 @@ void RequestFollower::OnSend(vordal::SendMark const& mark, std::span<unsigned ch
     });
 }
 
-void RequestFollower::OnEcho(BaseDevice& device, CAttributeMap const& tree)
+void RequestFollower::OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags)
 {
     for (ActionListener* const listener : m_listeners) {
-        listener->OnEcho(device.GetDataId(), tree);
+        listener->OnEcho(device.GetDataId(), tree, flags);
     }
     auto* const running = Current();
     if (running != nullptr && device.GetDataId() == running->action.sonar) {
@@ -278,6 +278,13 @@ void RequestFollower::OnDropped(BaseDevice& device, AttributeKey const& asked, A
         vordal::LogFailureOf(couldNot, [&] {
             running->dropped += (running->dropped.empty() ? "" : "; ") + DroppedText(asked, missing);
         });
+    }
+}
+
+void RequestFollower::OnWritten(BaseDevice& device, CAttributeMap const& tree)
+{
+    for (ActionListener* const listener : m_listeners) {
+        listener->OnWritten(device.GetDataId(), tree);
     }
 }
 

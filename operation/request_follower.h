@@ -72,9 +72,10 @@ public:
     void OnRequestRefused(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
                           std::string const& reason) override;
     void OnSend(vordal::SendMark const& mark, std::span<unsigned char const> payload, bool taken) override;
-    void OnEcho(BaseDevice& device, CAttributeMap const& tree) override;
+    void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) override;
     void OnDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) override;
     void OnTold(BaseDevice& device, CAttributeMap const& tree) override;
+    void OnWritten(BaseDevice& device, CAttributeMap const& tree) override;
     void OnChanged(CDataId const& sonar) override;
 
 private:

@@ -26,19 +26,6 @@ using protocol::Value;
 /// A value of x5GainMode: the gain does not vary with time.
 constexpr int fixedGain = 2;
 
-struct Range
-{
-    std::optional<double> least;
-    std::optional<double> greatest;
-
-    bool Has(double number) const
-    {
-        // A value that stands on a limit is there when it comes back from the sonar.
-        return (!least || number >= *least || IsNear(number, *least)) &&
-               (!greatest || number <= *greatest || IsNear(number, *greatest));
-    }
-};
-
 std::optional<double> Number(CAttributeMap const& branch, Key const& key)
 {
     double number = 0.0;
@@ -54,13 +41,13 @@ int Integer(CAttributeMap const& asked, CAttributeMap const& tree, AttributeKey 
     return number;
 }
 
-Range MinMax(CAttributeMap const& branch)
+LimitRange MinMax(CAttributeMap const& branch)
 {
     return {Number(branch, keys::x5Min), Number(branch, keys::x5Max)};
 }
 
 /// Of ascending values to choose from.
-Range FirstToLast(CAttributeMap const& branch, Key const& list)
+LimitRange FirstToLast(CAttributeMap const& branch, Key const& list)
 {
     std::vector<double> values;
     if (!branch.FindValue(AttributeKey(list.text)).Get(values) || values.empty()) {
@@ -70,9 +57,9 @@ Range FirstToLast(CAttributeMap const& branch, Key const& list)
 }
 
 /// Of the number of one of so many; of none told any is as good.
-Range OneOf(int count)
+LimitRange OneOf(int count)
 {
-    return count > 0 ? Range{0.0, count - 1.0} : Range{};
+    return count > 0 ? LimitRange{0.0, count - 1.0} : LimitRange{};
 }
 
 /// Where a key's limits stand in the settings of an operation mode.
@@ -105,28 +92,39 @@ constexpr LimitRow limitRows[]{
     {&keys::x5AGSearchMin, LimitRow::Form::LeastGate, &keys::x5NadirGate},
 };
 
-bool IsBeyondRow(LimitRow const& row, CAttributeMap const& settings, double number)
+LimitRow const* FindRow(Key const& key)
+{
+    auto const* const row = std::find_if(std::begin(limitRows), std::end(limitRows),
+                                         [&](LimitRow const& each) { return each.key == &key; });
+    return row != std::end(limitRows) ? row : nullptr;
+}
+
+LimitRange RangeOfRow(LimitRow const& row, CAttributeMap const& settings)
 {
     CAttributeMap const& branch = settings.Find(AttributeKey(row.where->text));
     switch (row.form) {
     case LimitRow::Form::MinMax:
-        return !MinMax(branch).Has(number);
     case LimitRow::Form::OrOff:
-        return number != 0.0 && !MinMax(branch).Has(number);
+        return MinMax(branch);
     case LimitRow::Form::UpTo: {
         auto const greatest = Number(settings, *row.where);
-        return greatest && !Range{0.0, greatest}.Has(number);
+        return greatest ? LimitRange{0.0, greatest} : LimitRange{};
     }
     case LimitRow::Form::Widths: {
         bool isVariable = false;
         branch.FindValue(At<keys::x5Variable>).Get(isVariable);
-        return isVariable && !FirstToLast(branch, keys::x5BeamWidthList).Has(number);
+        return isVariable ? FirstToLast(branch, keys::x5BeamWidthList) : LimitRange{};
     }
     case LimitRow::Form::LeastGate:
-        return !Range{Number(branch, keys::x5MinValue), std::nullopt}.Has(number);
+        return {Number(branch, keys::x5MinValue), std::nullopt};
     }
-    return false;
+    return {};
 }
+
+/// Those whose limits stand elsewhere than a row can tell.
+constexpr Key const* otherLimits[]{&keys::x5BeamSteer, &keys::DeviceEnum, &keys::x5SampleRateSelection,
+                                   &keys::x5PulseType, &keys::x5BeamModeSelection, &keys::x5Range,
+                                   &keys::x5PulseLength, &keys::x5Gain};
 
 bool IsFinite(Value const& value)
 {
@@ -160,6 +158,12 @@ std::optional<double> NumberOf(Value const& value)
 
 } // namespace
 
+bool LimitRange::Has(double number) const
+{
+    return (!least || number >= *least || IsNear(number, *least)) &&
+           (!greatest || number <= *greatest || IsNear(number, *greatest));
+}
+
 SonarLimits::SonarLimits(CAttributeMap const& tree, CAttributeMap const& asked)
     : m_tree(tree), m_sampleRate(Integer(asked, tree, At<keys::x5SampleRateSelection>)),
       m_pulseType(Integer(asked, tree, At<keys::x5PulseType>)),
@@ -178,47 +182,64 @@ bool SonarLimits::IsBeyond(Key const& key, Value const& value) const
     if (!IsFinite(value)) {
         return true;
     }
-    if (&key == &keys::x5BeamSteer) {
-        CAttributeMap const& steer = m_settings.Find(At<keys::x5BeamSteer>);
-        auto const* const angles = std::get_if<std::pair<double, double>>(&value);
-        return angles != nullptr &&
-               (!Range{Number(steer, keys::x5MinX), Number(steer, keys::x5MaxX)}.Has(angles->first) ||
-                !Range{Number(steer, keys::x5MinZ), Number(steer, keys::x5MaxZ)}.Has(angles->second));
+    if (auto const* const pair = std::get_if<std::pair<double, double>>(&value)) {
+        return !RangeOf(key, 0).Has(pair->first) || !RangeOf(key, 1).Has(pair->second);
     }
-    auto const told = NumberOf(value);
-    if (!told) {
+    auto const number = NumberOf(value);
+    if (!number) {
         return false;
     }
-    double const number = *told;
     if (&key == &keys::DeviceEnum) {
         bool isFixed = false;
         m_tree.FindValue(At<keys::x5EnumIsFixed>).Get(isFixed);
-        return isFixed || !OneOf(m_tree.Count(At<keys::x5SonarSettings>)).Has(number);
+        if (isFixed) {
+            return true;
+        }
+    }
+    auto const* const row = FindRow(key);
+    bool const isOff = row != nullptr && row->form == LimitRow::Form::OrOff && *number == 0.0;
+    return !isOff && !RangeOf(key).Has(*number);
+}
+
+LimitRange SonarLimits::RangeOf(Key const& key, std::size_t part) const
+{
+    if (&key == &keys::x5BeamSteer) {
+        CAttributeMap const& steer = m_settings.Find(At<keys::x5BeamSteer>);
+        return part == 0 ? LimitRange{Number(steer, keys::x5MinX), Number(steer, keys::x5MaxX)}
+                         : LimitRange{Number(steer, keys::x5MinZ), Number(steer, keys::x5MaxZ)};
+    }
+    if (&key == &keys::DeviceEnum) {
+        return OneOf(m_tree.Count(At<keys::x5SonarSettings>));
     }
     if (&key == &keys::x5SampleRateSelection) {
-        return !OneOf(m_settings.Count(At<keys::x5SampleRateSet>)).Has(number);
+        return OneOf(m_settings.Count(At<keys::x5SampleRateSet>));
     }
     if (&key == &keys::x5PulseType) {
-        return !OneOf(m_settings.Count(At<keys::x5PulseLengthSet>)).Has(number);
+        return OneOf(m_settings.Count(At<keys::x5PulseLengthSet>));
     }
     if (&key == &keys::x5BeamModeSelection) {
-        return !OneOf(m_tree.Count(At<keys::x5BeamModes>)).Has(number);
+        return OneOf(m_tree.Count(At<keys::x5BeamModes>));
     }
     if (&key == &keys::x5Range) {
         CAttributeMap const& rate = m_settings.Find(At<keys::x5SampleRateSet>, m_sampleRate);
-        return !MinMax(rate.Find(At<keys::x5Range>)).Has(number);
+        return MinMax(rate.Find(At<keys::x5Range>));
     }
     if (&key == &keys::x5PulseLength) {
         CAttributeMap const& lengths = m_settings.Find(At<keys::x5PulseLengthSet>, m_pulseType);
-        return !FirstToLast(lengths, keys::x5PulseLengthValues).Has(number);
+        return FirstToLast(lengths, keys::x5PulseLengthValues);
     }
     if (&key == &keys::x5Gain) {
         CAttributeMap const& gain = m_settings.Find(At<keys::x5Gain>);
-        return !MinMax(m_isGainFixed ? gain.Find(At<keys::x5Fixed>) : gain).Has(number);
+        return MinMax(m_isGainFixed ? gain.Find(At<keys::x5Fixed>) : gain);
     }
-    auto const* const row = std::find_if(std::begin(limitRows), std::end(limitRows),
-                                         [&](LimitRow const& each) { return each.key == &key; });
-    return row != std::end(limitRows) && IsBeyondRow(*row, m_settings, number);
+    auto const* const row = FindRow(key);
+    return row != nullptr ? RangeOfRow(*row, m_settings) : LimitRange{};
+}
+
+bool SonarLimits::HasLimits(Key const& key)
+{
+    return FindRow(key) != nullptr ||
+           std::find(std::begin(otherLimits), std::end(otherLimits), &key) != std::end(otherLimits);
 }
 
 } // namespace qx5::operation

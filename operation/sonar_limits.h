@@ -6,7 +6,20 @@
 #include <protocol/record_layout.h>
 #include <protocol/value.h>
 
+#include <cstddef>
+#include <optional>
+
 namespace qx5::operation {
+
+/// From the least to the greatest number, both included; where one is missing there is no limit.
+struct LimitRange
+{
+    std::optional<double> least;
+    std::optional<double> greatest;
+
+    /// A number that stands on a limit is there also when it comes back from the sonar.
+    bool Has(double number) const;
+};
 
 /// The limits that a device's tree holds of one operation mode. A value; any thread.
 class SonarLimits
@@ -21,6 +34,12 @@ public:
 
     /// Whether the sonar tells that it does not take that value of the key. A number that is not finite it never takes.
     bool IsBeyond(protocol::Key const& key, protocol::Value const& value) const;
+
+    /// What the sonar tells that it takes of a key with limits, in the key's unit; of a pair the first or the second
+    /// number. Nothing told: no limits.
+    LimitRange RangeOf(protocol::Key const& key, std::size_t part = 0) const;
+    /// Whether sonars have a way to tell limits of that key.
+    static bool HasLimits(protocol::Key const& key);
 
 private:
     CAttributeMap m_tree;

@@ -1,5 +1,6 @@
 // Where each number of the frame stands.
 #include <protocol/frame.h>
+#include <protocol/frame_offsets.h>
 
 #include <algorithm>
 #include <limits>
@@ -13,16 +14,9 @@ namespace qx5::protocol {
 namespace {
 
 namespace at {
-constexpr std::size_t Version = 0;
-constexpr std::size_t DataOffset = 2;
-constexpr std::size_t Sync = 4;
-constexpr std::size_t TotalSize = 8;
-constexpr std::size_t Time = 20;
-constexpr std::size_t RecordVersionWord = 30;
-constexpr std::size_t RecordId = 32;
-constexpr std::size_t DeviceId = 36;
-constexpr std::size_t Enumerator = 42;
-constexpr std::size_t CommandId = 0; // from here on within the data section
+using namespace frame_offsets;
+// Within the data section.
+constexpr std::size_t CommandId = 0;
 constexpr std::size_t Ticket = 4;
 constexpr std::size_t TrackingNumber = 8;
 } // namespace at
@@ -78,7 +72,7 @@ void WriteFrameHeader(std::span<unsigned char> frame, std::uint32_t totalSize, s
     PutU32LE(header, at::Sync, SyncWord);
     PutU32LE(header, at::TotalSize, totalSize);
     PutTimeX5LE(header, at::Time, ToTimeX5(secondsSince1970));
-    PutU16LE(header, at::RecordVersionWord, RecordVersion);
+    PutU16LE(header, at::RecordVersion, RecordVersion);
     PutU32LE(header, at::RecordId, recordId);
     PutI32LE(header, at::DeviceId, target.deviceId);
     PutU16LE(header, at::Enumerator, Low16Bits(target.enumerator));
@@ -151,7 +145,7 @@ std::optional<FrameView> ParseFrame(std::span<unsigned char const> bytes, FrameE
     FrameView view;
     view.header.totalSize = totalSize;
     view.header.time = GetTimeX5LE(frame, at::Time);
-    view.header.recordVersion = GetU16LE(frame, at::RecordVersionWord);
+    view.header.recordVersion = GetU16LE(frame, at::RecordVersion);
     view.header.recordId = GetU32LE(frame, at::RecordId);
     view.header.deviceId = GetU32LE(frame, at::DeviceId);
     view.header.enumerator = GetU16LE(frame, at::Enumerator);

@@ -1,12 +1,16 @@
 // The flight recorder.
 #include "flight_recorder.h"
 
+#include "recorded_host.h"
+
 #include "recording_error.h"
 
 #include "operation/action_values.h"
 #include "reference_host/attributes/tree_merge.h"
 
 #include <protocol/utf8.h>
+
+#include <cstring>
 
 namespace qx5::recording {
 
@@ -19,6 +23,12 @@ constexpr std::size_t entryBytes = 256;
 constexpr std::size_t nodeBytes = 64;
 /// Room for entries is there from the beginning.
 constexpr std::size_t usualEntries = 4096;
+/// A longer frame is copied while others go on: half a megabyte of echoes takes longer than a whole request.
+constexpr std::size_t longFrame = 2048;
+/// A part is about as long to read: what stands is written anew after so many bytes of frames, and after fewer of what
+/// takes longer to understand.
+constexpr std::uint64_t partBytes = std::uint64_t{8} << 20;
+constexpr std::uint64_t weightOfTexts = 8;
 
 std::uint64_t SystemUtc()
 {
@@ -42,11 +52,6 @@ RecorderPieces OneFile(std::filesystem::path const& file, McapTexts const& progr
     return {0, [file, program] { return std::make_unique<SessionWriter>(file, program); }};
 }
 
-std::string TextOf(CDataId const& sonar)
-{
-    return protocol::EncodeUtf8(sonar.GetKey().View());
-}
-
 RecorderOptions WithClocks(RecorderOptions options)
 {
     if (!options.utc) {
@@ -66,12 +71,11 @@ FlightRecorder::FlightRecorder(std::filesystem::path const& file, RecorderOption
 }
 
 FlightRecorder::FlightRecorder(RecorderPieces pieces, RecorderOptions options)
-    : m_options(WithClocks(std::move(options))), m_utcAtStart(m_options.utc()), m_steadyAtStart(m_options.steady()),
+    : m_options(WithClocks(std::move(options))), m_utcAtStart(m_options.utc()),
+      m_steadyAtStart(m_options.steady()), m_both{Waiting(m_options.greatestWaiting),
+                                                  Waiting(m_options.greatestWaiting)},
       m_pieces(std::move(pieces)), m_writer(m_pieces.next())
 {
-    m_waiting.entries.reserve(usualEntries);
-    // Taken from the system only where it is written to.
-    m_waiting.frames.reserve(m_options.greatestWaiting);
     m_thread = std::thread([this] { Run(); });
 }
 
@@ -85,29 +89,45 @@ MessageTimes FlightRecorder::Now() const
     return {m_utcAtStart + (m_options.steady() - m_steadyAtStart), m_options.utc()};
 }
 
-void FlightRecorder::Put(CDataId const& sonar, std::size_t bytes, What what, std::span<unsigned char const> frame)
+FlightRecorder::Waiting::Waiting(std::size_t room) : frames(std::make_unique_for_overwrite<unsigned char[]>(room))
+{
+    entries.reserve(usualEntries);
+}
+
+FlightRecorder::SonarNumbers FlightRecorder::NumbersOf(CDataId const& sonar)
+{
+    return {sonar.GetType(), sonar.GetGroupId(), sonar.GetDeviceNum(), sonar.GetVessel()};
+}
+
+bool FlightRecorder::HasRoom(std::size_t bytes, std::size_t frameBytes)
+{
+    if (m_isEnding || m_hasFailed) {
+        return false;
+    }
+    if (m_waiting->bytes + bytes > m_options.greatestWaiting) {
+        ++m_counts.lost;
+        ++m_loss.messages;
+        m_loss.bytes += frameBytes;
+        return false;
+    }
+    return true;
+}
+
+bool FlightRecorder::Add(CDataId const& sonar, std::size_t bytes, What&& what)
+{
+    // The times are those of the order in the file.
+    m_waiting->entries.push_back({Now(), NumbersOf(sonar), std::move(what)});
+    bool const isMuch = m_waiting->bytes < soon && m_waiting->bytes + bytes >= soon;
+    m_waiting->bytes += bytes;
+    return isMuch;
+}
+
+void FlightRecorder::Put(CDataId const& sonar, std::size_t bytes, What what)
 {
     bool isMuch = false;
     {
         std::lock_guard const lock(m_mutex);
-        if (m_isEnding || m_hasFailed) {
-            return;
-        }
-        if (m_waiting.bytes + bytes > m_options.greatestWaiting) {
-            ++m_counts.lost;
-            ++m_loss.messages;
-            m_loss.bytes += frame.size();
-            return;
-        }
-        // The times are those of the order in the file.
-        auto const now = Now();
-        if (auto* const text = std::get_if<FrameText>(&what)) {
-            text->offset = m_waiting.frames.size();
-            m_waiting.frames.insert(m_waiting.frames.end(), frame.begin(), frame.end());
-        }
-        m_waiting.entries.push_back({now, sonar, std::move(what)});
-        isMuch = m_waiting.bytes < soon && m_waiting.bytes + bytes >= soon;
-        m_waiting.bytes += bytes;
+        isMuch = HasRoom(bytes, 0) && Add(sonar, bytes, std::move(what));
     }
     if (isMuch) {
         m_changed.notify_one();
@@ -116,12 +136,39 @@ void FlightRecorder::Put(CDataId const& sonar, std::size_t bytes, What what, std
 
 void FlightRecorder::Begin(CDataId const& sonar, std::string name, CAttributeMap const& settings)
 {
-    Put(sonar, entryBytes + BytesOf(settings), Beginning{std::move(name), settings});
+    Put(sonar, entryBytes + BytesOf(settings), Beginning{std::move(name), settings, HostAround(sonar)});
 }
 
 void FlightRecorder::Frame(CDataId const& sonar, bool isSent, std::span<unsigned char const> frame)
 {
-    Put(sonar, entryBytes + frame.size(), FrameText{isSent, 0, frame.size()}, frame);
+    auto const bytes = entryBytes + frame.size();
+    Waiting* copyInto = nullptr;
+    std::size_t offset = 0;
+    bool isMuch = false;
+    {
+        std::lock_guard const lock(m_mutex);
+        if (!HasRoom(bytes, frame.size())) {
+            return;
+        }
+        offset = m_waiting->frameBytes;
+        isMuch = Add(sonar, bytes, FrameText{isSent, offset, frame.size()});
+        m_waiting->frameBytes += frame.size();
+        if (frame.size() > longFrame) {
+            copyInto = m_waiting;
+            copyInto->copying.fetch_add(1, std::memory_order_relaxed);
+        } else if (!frame.empty()) {
+            std::memcpy(m_waiting->frames.get() + offset, frame.data(), frame.size());
+        }
+    }
+    if (copyInto != nullptr) {
+        std::memcpy(copyInto->frames.get() + offset, frame.data(), frame.size());
+        if (copyInto->copying.fetch_sub(1, std::memory_order_release) == 1) {
+            copyInto->copying.notify_one();
+        }
+    }
+    if (isMuch) {
+        m_changed.notify_one();
+    }
 }
 
 void FlightRecorder::Connection(CDataId const& sonar, vordal::LinkStatus const& status)
@@ -148,12 +195,17 @@ void FlightRecorder::OnActionStands(operation::Action const& action)
 
 void FlightRecorder::OnSonarTells(CDataId const& sonar, CAttributeMap const& tree)
 {
-    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{false, tree});
+    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{false, tree, {}});
 }
 
-void FlightRecorder::OnEcho(CDataId const& sonar, CAttributeMap const& tree)
+void FlightRecorder::OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags)
 {
-    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{true, tree});
+    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{true, tree, flags});
+}
+
+void FlightRecorder::OnWritten(CDataId const& sonar, CAttributeMap const& tree)
+{
+    Put(sonar, entryBytes + BytesOf(tree), RecordedWriting{tree});
 }
 
 RecorderCounts FlightRecorder::Counts() const
@@ -175,23 +227,32 @@ std::string FlightRecorder::Finish()
     return m_failure;
 }
 
+FlightRecorder::Waiting& FlightRecorder::TakeWaiting(bool& isEnding)
+{
+    Waiting* taken = nullptr;
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait_for(lock, m_options.period, [this] { return m_isEnding || m_waiting->bytes >= soon; });
+        isEnding = m_isEnding;
+        if (m_loss.messages != 0) {
+            m_waiting->entries.push_back({Now(), NumbersOf({}), std::exchange(m_loss, {})});
+        }
+        taken = std::exchange(m_waiting, m_waiting == &m_both[0] ? &m_both[1] : &m_both[0]);
+    }
+    // Nobody begins another copy into it.
+    for (auto copying = taken->copying.load(std::memory_order_acquire); copying != 0;
+         copying = taken->copying.load(std::memory_order_acquire)) {
+        taken->copying.wait(copying, std::memory_order_acquire);
+    }
+    return *taken;
+}
+
 void FlightRecorder::Run()
 {
-    Waiting taken;
-    taken.entries.reserve(usualEntries);
-    taken.frames.reserve(m_options.greatestWaiting);
     bool isEnding = false;
     std::string failure;
     while (!isEnding && failure.empty()) {
-        {
-            std::unique_lock lock(m_mutex);
-            m_changed.wait_for(lock, m_options.period, [this] { return m_isEnding || m_waiting.bytes >= soon; });
-            isEnding = m_isEnding;
-            if (m_loss.messages != 0) {
-                m_waiting.entries.push_back({Now(), {}, std::exchange(m_loss, {})});
-            }
-            std::swap(taken, m_waiting);
-        }
+        auto& taken = TakeWaiting(isEnding);
         try {
             WriteAll(taken);
             if (isEnding) {
@@ -206,7 +267,7 @@ void FlightRecorder::Run()
             failure = problem.what();
         }
         taken.entries.clear();
-        taken.frames.clear();
+        taken.frameBytes = 0;
         taken.bytes = 0;
         std::lock_guard const lock(m_mutex);
         m_counts.messages = m_finished.messages + m_writer->File().Messages();
@@ -222,18 +283,22 @@ void FlightRecorder::Run()
 void FlightRecorder::WriteAll(Waiting const& waiting)
 {
     for (Entry const& entry : waiting.entries) {
-        WriteOne(entry, waiting.frames);
+        WriteOne(entry, waiting.frames.get());
     }
 }
 
-void FlightRecorder::WriteOne(Entry const& entry, std::vector<unsigned char> const& frames)
+void FlightRecorder::WriteOne(Entry const& entry, unsigned char const* frames)
 {
     if (m_pieces.bytes != 0 && m_writer->File().Size() >= m_pieces.bytes) {
         RollOver(entry.times);
+    } else if (m_sincePart >= partBytes) {
+        BeginPart(entry.times, true);
     }
+    auto const before = m_writer->File().Size();
     if (auto const* const frame = std::get_if<FrameText>(&entry.what)) {
         m_writer->File().Write(ChannelOf(frame->isSent ? kinds::Sent : kinds::Received, entry.sonar), entry.times,
-                               std::span(frames).subspan(frame->offset, frame->size));
+                               {frames + frame->offset, frame->size});
+        m_sincePart += m_writer->File().Size() - before;
         return;
     }
     struct Content
@@ -241,7 +306,7 @@ void FlightRecorder::WriteOne(Entry const& entry, std::vector<unsigned char> con
         RecordedContent operator()(FrameText const&) const { return {}; }
         RecordedContent operator()(Beginning const& beginning) const
         {
-            return RecordedSettings{beginning.name, beginning.settings};
+            return RecordedSettings{beginning.name, beginning.settings, beginning.host};
         }
         RecordedContent operator()(vordal::LinkStatus const& status) const
         {
@@ -259,35 +324,33 @@ void FlightRecorder::WriteOne(Entry const& entry, std::vector<unsigned char> con
         RecordedContent operator()(RecordedAttributes const& attributes) const { return attributes; }
         RecordedContent operator()(RecordedMark const& mark) const { return mark; }
         RecordedContent operator()(RecordedLoss const& loss) const { return loss; }
+        RecordedContent operator()(RecordedWriting const& writing) const { return writing; }
     };
     Write(entry, std::visit(Content{}, entry.what));
+    m_sincePart += weightOfTexts * (m_writer->File().Size() - before);
 }
 
 void FlightRecorder::Write(Entry const& entry, RecordedContent const& content)
 {
     if (auto const* const settings = std::get_if<RecordedSettings>(&content)) {
-        m_names[entry.sonar.GetKey()] = settings->name;
+        m_names[entry.sonar] = settings->name;
     }
     m_writer->Write(ChannelOf(KindOf(content), entry.sonar), entry.times, content);
-    if (m_pieces.bytes != 0) {
-        Remember(entry, content);
-    }
+    Remember(entry, content);
 }
 
 void FlightRecorder::Remember(Entry const& entry, RecordedContent const& content)
 {
     if (auto const* const settings = std::get_if<RecordedSettings>(&content)) {
-        auto& standing = m_standing[entry.sonar.GetKey()];
-        standing.sonar = entry.sonar;
-        standing.settings = *settings;
+        m_standing[entry.sonar].settings = *settings;
         return;
     }
-    auto const standing = m_standing.find(entry.sonar.GetKey());
+    auto const standing = m_standing.find(entry.sonar);
     if (standing == m_standing.end()) {
         return;
     }
-    if (auto const* const attributes = std::get_if<RecordedAttributes>(&content)) {
-        vordal::Merge(standing->second.settings.tree, attributes->tree);
+    if (auto const* const change = ChangeIn(content)) {
+        vordal::Merge(standing->second.settings.tree, *change);
     } else if (auto const* const connection = std::get_if<RecordedConnection>(&content)) {
         standing->second.connection = *connection;
     }
@@ -302,21 +365,30 @@ void FlightRecorder::RollOver(MessageTimes const& times)
     m_finished.bytes += finished.Size();
     m_writer = std::move(next);
     m_channels.clear();
-    for (auto const& [id, standing] : m_standing) {
-        m_writer->Write(ChannelOf(kinds::Settings, standing.sonar), times, standing.settings);
-        if (standing.connection) {
-            m_writer->Write(ChannelOf(kinds::Connection, standing.sonar), times, *standing.connection);
-        }
-    }
+    BeginPart(times, false);
 }
 
-std::uint16_t FlightRecorder::ChannelOf(RecordedKind const& kind, CDataId const& sonar)
+void FlightRecorder::BeginPart(MessageTimes const& times, bool isAgain)
 {
-    auto const [place, isNew] = m_channels.try_emplace({&kind, sonar.GetKey()}, std::uint16_t{0});
+    for (auto& [sonar, standing] : m_standing) {
+        standing.settings.isAgain = isAgain;
+        m_writer->Write(ChannelOf(kinds::Settings, sonar), times, standing.settings);
+        if (standing.connection) {
+            m_writer->Write(ChannelOf(kinds::Connection, sonar), times, *standing.connection);
+        }
+    }
+    m_sincePart = 0;
+}
+
+std::uint16_t FlightRecorder::ChannelOf(RecordedKind const& kind, SonarNumbers const& sonar)
+{
+    auto const [place, isNew] = m_channels.try_emplace({&kind, sonar}, std::uint16_t{0});
     if (isNew) {
-        auto const name = m_names.find(sonar.GetKey());
-        place->second = m_writer->ChannelOf(kind, sonar.IsUndefined() ? std::string() : TextOf(sonar),
-                                            name != m_names.end() ? name->second : std::string());
+        CDataId const id(sonar[0], sonar[1], sonar[2], sonar[3]);
+        auto const name = m_names.find(sonar);
+        place->second =
+            m_writer->ChannelOf(kind, id.IsUndefined() ? std::string() : protocol::EncodeUtf8(id.GetKey().View()),
+                                name != m_names.end() ? name->second : std::string());
     }
     return place->second;
 }

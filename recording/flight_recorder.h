@@ -9,8 +9,9 @@
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CDataId.h>
-#include <VordalBaseR/CString.h>
 
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -65,8 +66,12 @@ struct RecorderCounts
 };
 
 /// One recording. What is put into it costs the one who puts it a copy into memory: no disk, no wait but for another
-/// thread that is putting something. Any thread, unless something else is said. Trees are shared, not copied; what they
-/// become in the file is worked out on the recorder's thread.
+/// thread that is putting something in its place, and never for one that copies a long frame. Any thread, unless
+/// something else is said. Trees are shared, not copied; what they become in the file is worked out on the recorder's
+/// thread, which also lets go of them.
+///
+/// What stands of each sonar, settings and connection, is written again whenever the file has grown by some megabytes:
+/// each such part can be understood without those before it.
 ///
 /// Times in the file: a message's log time is the system's clock at the beginning of the recording plus what a clock
 /// that never goes back has counted since; its publish time is the system's clock as it then was.
@@ -90,7 +95,8 @@ public:
     void OnActionBegins(operation::Action const& action) override;
     void OnActionStands(operation::Action const& action) override;
     void OnSonarTells(CDataId const& sonar, CAttributeMap const& tree) override;
-    void OnEcho(CDataId const& sonar, CAttributeMap const& tree) override;
+    void OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags) override;
+    void OnWritten(CDataId const& sonar, CAttributeMap const& tree) override;
 
     RecorderCounts Counts() const;
     /// Writes what waits, index and end. What comes after it is left. Empty when all was well, otherwise one line. From
@@ -98,6 +104,8 @@ public:
     std::string Finish();
 
 private:
+    /// The numbers of an id, without its text: a copy of that would be an allocation for each message.
+    using SonarNumbers = std::array<unsigned short, 4>;
     struct FrameText
     {
         bool isSent;
@@ -108,6 +116,7 @@ private:
     {
         std::string name;
         CAttributeMap settings;
+        std::optional<RecordedHost> host;
     };
     struct Request
     {
@@ -123,28 +132,41 @@ private:
         std::string reason;
     };
     using What = std::variant<FrameText, Beginning, vordal::LinkStatus, Request, Outcome, RecordedAttributes,
-                              RecordedMark, RecordedLoss>;
+                              RecordedMark, RecordedLoss, RecordedWriting>;
     struct Entry
     {
         MessageTimes times;
-        CDataId sonar;
+        SonarNumbers sonar;
         What what;
     };
     /// What waits, in two: one is filled while the other is written.
     struct Waiting
     {
+        explicit Waiting(std::size_t room);
+
         std::vector<Entry> entries;
-        std::vector<unsigned char> frames;
+        std::unique_ptr<unsigned char[]> frames; ///< taken from the system only where it is written to
+        std::size_t frameBytes = 0;
         std::size_t bytes = 0;
+        std::atomic<unsigned> copying{0}; ///< threads that still copy a frame to where its entry says
     };
-    void Put(CDataId const& sonar, std::size_t bytes, What what, std::span<unsigned char const> frame = {});
+    static SonarNumbers NumbersOf(CDataId const& sonar);
+    void Put(CDataId const& sonar, std::size_t bytes, What what);
+    /// Whether there is room for so many bytes; what finds none is counted. With m_mutex held.
+    bool HasRoom(std::size_t bytes, std::size_t frameBytes);
+    /// With m_mutex held; true when the recorder's thread is not to wait for its time.
+    bool Add(CDataId const& sonar, std::size_t bytes, What&& what);
     void Run();
+    Waiting& TakeWaiting(bool& isEnding);
     void WriteAll(Waiting const& waiting);
-    void WriteOne(Entry const& entry, std::vector<unsigned char> const& frames);
+    void WriteOne(Entry const& entry, unsigned char const* frames);
     void Write(Entry const& entry, RecordedContent const& content);
     void RollOver(MessageTimes const& times);
+    /// Writes what stands of each sonar: who looks for a moment reads no further back.
+    /// `isAgain`: within a file that tells what stands already.
+    void BeginPart(MessageTimes const& times, bool isAgain);
     void Remember(Entry const& entry, RecordedContent const& content);
-    std::uint16_t ChannelOf(RecordedKind const& kind, CDataId const& sonar);
+    std::uint16_t ChannelOf(RecordedKind const& kind, SonarNumbers const& sonar);
     MessageTimes Now() const;
 
     RecorderOptions const m_options;
@@ -153,27 +175,28 @@ private:
 
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_changed;
-    Waiting m_waiting;
-    RecordedLoss m_loss; ///< that the file does not tell of yet
+    std::array<Waiting, 2> m_both;
+    Waiting* m_waiting = m_both.data(); ///< the one that is filled
+    RecordedLoss m_loss;                ///< that the file does not tell of yet
     RecorderCounts m_counts;
     bool m_isEnding = false;
     bool m_hasFailed = false;
     std::string m_failure;
 
     // The thread's own.
-    /// What stands of a sonar, for the beginning of the next piece.
+    /// What stands of a sonar, for the beginning of the next part.
     struct Standing
     {
-        CDataId sonar;
         RecordedSettings settings;
         std::optional<RecordedConnection> connection;
     };
     RecorderPieces const m_pieces;
     std::unique_ptr<SessionWriter> m_writer;
     RecorderCounts m_finished; ///< of the pieces before
-    std::map<std::pair<RecordedKind const*, CString>, std::uint16_t> m_channels;
-    std::map<CString, std::string> m_names;
-    std::map<CString, Standing> m_standing; ///< by id; of pieces alone
+    std::map<std::pair<RecordedKind const*, SonarNumbers>, std::uint16_t> m_channels;
+    std::map<SonarNumbers, std::string> m_names;
+    std::map<SonarNumbers, Standing> m_standing;
+    std::uint64_t m_sincePart = 0; ///< bytes since a part began, by their weight
     std::thread m_thread;
 };
 

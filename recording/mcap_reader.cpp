@@ -39,11 +39,13 @@ McapReader::McapReader(std::filesystem::path file) : m_file(std::move(file))
     m_isComplete = ReadIndex();
     if (!m_isComplete) {
         m_chunks.clear();
+        m_channelsIn.clear();
         m_channels.clear();
         m_schemas.clear();
         m_metadata.clear();
         m_counts.reset();
         Scan();
+        DescribeChannels();
     }
     m_isDamaged.assign(m_chunks.size(), false);
 }
@@ -112,6 +114,12 @@ bool McapReader::ReadIndex()
                 return false;
             }
             m_chunks.push_back(place);
+            auto& channels = m_channelsIn.emplace_back();
+            McapTake indexes(content.Bytes(content.U32()));
+            while (!indexes.IsAtEnd() && indexes.IsGood()) {
+                channels.push_back(indexes.U16());
+                indexes.U64();
+            }
         } else if (IsKind(record->kind, McapRecord::Statistics)) {
             content.Bytes(8 + 2 + 4 * 4 + 8 + 8);
             McapTake counts(content.Bytes(content.U32()));
@@ -196,6 +204,9 @@ std::optional<std::uint64_t> McapReader::TakeRecord(std::uint8_t kind, std::uint
         std::array<unsigned char, 6> head{};
         bool const isWhole = length >= head.size() && m_file.Read(contentAt, head) &&
                              protocol::GetU32LE(head, 2) == length - head.size();
+        if (isWhole && !m_channelsIn.empty()) {
+            m_channelsIn.back().push_back(protocol::GetU16LE(head, 0));
+        }
         return isWhole ? std::optional(McapRecordHead + length) : std::nullopt;
     }
     std::vector<unsigned char> content(static_cast<std::size_t>(length));
@@ -230,6 +241,7 @@ void McapReader::Scan()
         }
         if (auto const chunk = IsKind(kind, McapRecord::Chunk) ? ChunkAt(at) : std::nullopt) {
             m_chunks.push_back(*chunk);
+            m_channelsIn.emplace_back();
             at += chunk->length;
             continue;
         }
@@ -243,28 +255,72 @@ void McapReader::Scan()
     }
 }
 
-std::optional<std::span<unsigned char const>> McapReader::ReadChunk(McapChunkPlace const& place)
+/// Which channels there are is known before all was read: each is described in the chunks that hold messages of it.
+void McapReader::DescribeChannels()
 {
-    auto const size = static_cast<std::size_t>(place.length);
-    m_buffer.resize(size);
-    if (!ChunkAt(place.offset) || !m_file.Read(place.offset, m_buffer)) {
+    // A number that stands in a damaged index alone is looked for so often.
+    constexpr int attempts = 3;
+    std::map<std::uint16_t, int> tried;
+    for (std::size_t i = 0; i < m_chunks.size(); ++i) {
+        bool const tellsNew = std::any_of(m_channelsIn[i].begin(), m_channelsIn[i].end(), [&](std::uint16_t id) {
+            return m_channels.count(id) == 0 && tried[id]++ < attempts;
+        });
+        auto const records = tellsNew ? ReadChunk(m_chunks[i], m_buffer) : std::nullopt;
+        if (records) {
+            McapTake take(*records);
+            while (auto const record = NextRecord(take)) {
+                TakeDescription(record->kind, record->content);
+            }
+        }
+    }
+}
+
+std::optional<std::span<unsigned char const>> McapReader::ReadChunk(McapChunkPlace const& place,
+                                                                    std::vector<unsigned char>& bytes) const
+{
+    bytes.resize(static_cast<std::size_t>(place.length));
+    if (!ChunkAt(place.offset) || !m_file.Read(place.offset, bytes)) {
         return {};
     }
-    auto const crc = protocol::GetU32LE(m_buffer, McapRecordHead + 24);
-    auto const records = std::span<unsigned char const>(m_buffer).subspan(McapRecordHead + McapChunkHead);
+    auto const crc = protocol::GetU32LE(bytes, McapRecordHead + 24);
+    auto const records = std::span<unsigned char const>(bytes).subspan(McapRecordHead + McapChunkHead);
     return McapCrc(records) == crc ? std::optional(records) : std::nullopt;
 }
 
-void McapReader::ForEach(Visit const& visit, std::uint64_t from, std::uint64_t to)
+std::optional<std::span<unsigned char const>> McapReader::ReadChunk(std::size_t chunk,
+                                                                    std::vector<unsigned char>& bytes)
+{
+    if (m_isDamaged[chunk]) {
+        return {};
+    }
+    auto const records = ReadChunk(m_chunks[chunk], bytes);
+    if (!records) {
+        m_isDamaged[chunk] = true;
+        ++m_damagedChunks;
+    }
+    return records;
+}
+
+std::optional<McapMessage> McapReader::MessageOf(std::span<unsigned char const> record) const
+{
+    McapTake content(record);
+    McapMessage message;
+    message.channel = content.U16();
+    message.sequence = content.U32();
+    message.logTime = content.U64();
+    message.publishTime = content.U64();
+    message.data = content.Rest();
+    return content.IsGood() && m_channels.count(message.channel) != 0 ? std::optional(message) : std::nullopt;
+}
+
+void McapReader::ForEach(Visit const& visit, std::uint64_t from, std::uint64_t to, Choose const& choose)
 {
     for (std::size_t i = 0; i < m_chunks.size(); ++i) {
-        if (m_isDamaged[i] || m_chunks[i].end < from || m_chunks[i].start > to) {
+        if (m_chunks[i].end < from || m_chunks[i].start > to || (choose && !choose(i))) {
             continue;
         }
-        auto const records = ReadChunk(m_chunks[i]);
+        auto const records = ReadChunk(i, m_buffer);
         if (!records) {
-            m_isDamaged[i] = true;
-            ++m_damagedChunks;
             continue;
         }
         McapTake take(*records);
@@ -273,22 +329,31 @@ void McapReader::ForEach(Visit const& visit, std::uint64_t from, std::uint64_t t
                 TakeDescription(record->kind, record->content);
                 continue;
             }
-            McapTake content(record->content);
-            McapMessage message;
-            message.channel = content.U16();
-            message.sequence = content.U32();
-            message.logTime = content.U64();
-            message.publishTime = content.U64();
-            message.data = content.Rest();
-            auto const channel = m_channels.find(message.channel);
-            if (!content.IsGood() || channel == m_channels.end() || message.logTime < from || message.logTime > to) {
+            auto const message = MessageOf(record->content);
+            if (!message || message->logTime < from || message->logTime > to) {
                 continue;
             }
-            if (!visit(channel->second, message)) {
+            if (!visit(m_channels.at(message->channel), *message)) {
                 return;
             }
         }
     }
+}
+
+std::vector<McapMessage> McapReader::MessagesIn(std::size_t chunk, std::vector<unsigned char>& bytes)
+{
+    std::vector<McapMessage> messages;
+    if (auto const records = ReadChunk(chunk, bytes)) {
+        McapTake take(*records);
+        while (auto const record = NextRecord(take)) {
+            if (!IsKind(record->kind, McapRecord::Message)) {
+                TakeDescription(record->kind, record->content);
+            } else if (auto const message = MessageOf(record->content)) {
+                messages.push_back(*message);
+            }
+        }
+    }
+    return messages;
 }
 
 } // namespace qx5::recording

@@ -42,7 +42,11 @@ public:
     std::uint64_t DamagedChunks() const { return m_damagedChunks; }
 
     std::vector<McapChunkPlace> const& Chunks() const { return m_chunks; }
-    /// Of a file that is not complete those that were seen, which after a walk over all is all.
+    /// The channels of the messages in that chunk as the index beside it says. Of a file that is not complete no
+    /// checksum vouches for that.
+    std::vector<std::uint16_t> const& ChannelsIn(std::size_t chunk) const { return m_channelsIn[chunk]; }
+    /// Of a file that is not complete those that were seen, which after a walk over all is all; from the beginning
+    /// those of chunks that are whole.
     std::map<std::uint16_t, McapChannel> const& Channels() const { return m_channels; }
     std::map<std::uint16_t, McapSchema> const& Schemas() const { return m_schemas; }
     std::vector<McapMetadata> const& Metadata() const { return m_metadata; }
@@ -54,28 +58,39 @@ public:
 
     /// Called for each message; false ends the walk.
     using Visit = std::function<bool(McapChannel const& channel, McapMessage const& message)>;
+    /// Whether a chunk is to be read at all.
+    using Choose = std::function<bool(std::size_t chunk)>;
     /// All messages with log times from `from` to `to`, both included, in the order in which they were written. Reads
-    /// the chunks alone that may hold some.
+    /// the chunks alone that may hold some, and of those the ones that are chosen (empty: all).
     void ForEach(Visit const& visit, std::uint64_t from = 0,
-                 std::uint64_t to = std::numeric_limits<std::uint64_t>::max());
+                 std::uint64_t to = std::numeric_limits<std::uint64_t>::max(), Choose const& choose = {});
+    /// All messages of one chunk, in `bytes`, which they point into; none when it is damaged, which counts.
+    std::vector<McapMessage> MessagesIn(std::size_t chunk, std::vector<unsigned char>& bytes);
 
 private:
     bool ReadIndex();
     void Scan();
+    void DescribeChannels();
     std::optional<std::uint64_t> TakeRecord(std::uint8_t kind, std::uint64_t offset, std::uint64_t length);
     /// The place of the next chunk that stands at or behind `offset`, where the sequence of records is broken.
     std::optional<std::uint64_t> FindChunk(std::uint64_t offset) const;
     std::optional<McapChunkPlace> ChunkAt(std::uint64_t offset) const;
     void TakeDescription(std::uint8_t kind, std::span<unsigned char const> content);
     /// The chunk's records, when its checksum is right.
-    std::optional<std::span<unsigned char const>> ReadChunk(McapChunkPlace const& place);
+    std::optional<std::span<unsigned char const>> ReadChunk(McapChunkPlace const& place,
+                                                            std::vector<unsigned char>& bytes) const;
+    /// The same of a chunk by its number; one that is damaged is counted once.
+    std::optional<std::span<unsigned char const>> ReadChunk(std::size_t chunk, std::vector<unsigned char>& bytes);
+    /// The message of that record, if it is one of a channel that is known.
+    std::optional<McapMessage> MessageOf(std::span<unsigned char const> content) const;
 
     RecordedFile m_file;
     bool m_isComplete = false;
     std::uint64_t m_skipped = 0;
     std::uint64_t m_damagedChunks = 0;
     std::vector<McapChunkPlace> m_chunks;
-    std::vector<bool> m_isDamaged; ///< of the chunks, those that were found to be
+    std::vector<std::vector<std::uint16_t>> m_channelsIn; ///< by chunk
+    std::vector<bool> m_isDamaged;                        ///< of the chunks, those that were found to be
     std::map<std::uint16_t, McapChannel> m_channels;
     std::map<std::uint16_t, McapSchema> m_schemas;
     std::vector<McapMetadata> m_metadata;

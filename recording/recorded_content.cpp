@@ -39,12 +39,33 @@ Members Write(RecordedFrame const&)
 
 Members Write(RecordedSettings const& settings)
 {
-    return {{"name", JsonValue::Text(settings.name)}, {"tree", WriteTree(settings.tree)}};
+    Members members{{"name", JsonValue::Text(settings.name)}, {"tree", WriteTree(settings.tree)}};
+    if (settings.host) {
+        members.emplace_back("host", JsonValue::Object({{"guid", JsonValue::Text(settings.host->guid)},
+                                                        {"port", JsonValue::Text(settings.host->port)},
+                                                        {"mainWindow", JsonValue::Bool(settings.host->hasMainWindow)},
+                                                        {"operator", JsonValue::Bool(settings.host->isOperator)}}));
+    }
+    if (settings.isAgain) {
+        members.emplace_back("again", JsonValue::Bool(true));
+    }
+    return members;
 }
 
 RecordedSettings ReadSettings(MemberReader& reader)
 {
-    return {ReadTextOf(reader, "name"), ReadTreeOf(reader, "tree")};
+    RecordedSettings settings{ReadTextOf(reader, "name"), ReadTreeOf(reader, "tree")};
+    if (auto const* const host = reader.Find("host")) {
+        auto const at = reader.At("host");
+        MemberReader members(*host, at);
+        settings.host = {ReadTextOf(members, "guid"), ReadTextOf(members, "port"),
+                         ReadBool(members.Get("mainWindow"), members.At("mainWindow")),
+                         ReadBool(members.Get("operator"), members.At("operator"))};
+    }
+    if (auto const* const again = reader.Find("again")) {
+        settings.isAgain = ReadBool(*again, reader.At("again"));
+    }
+    return settings;
 }
 
 Members Write(RecordedRequest const& request)
@@ -75,8 +96,12 @@ RecordedResult ReadResult(MemberReader& reader)
 
 Members Write(RecordedAttributes const& attributes)
 {
-    return {{"from", JsonValue::Text(std::string(attributes.isEcho ? "echo" : "sonar"))},
-            {"tree", WriteTree(attributes.tree)}};
+    Members members{{"from", JsonValue::Text(std::string(attributes.isEcho ? "echo" : "sonar"))},
+                    {"tree", WriteTree(attributes.tree)}};
+    if (attributes.flags) {
+        members.emplace_back("flags", JsonValue::Unsigned(*attributes.flags));
+    }
+    return members;
 }
 
 RecordedAttributes ReadAttributes(MemberReader& reader)
@@ -85,7 +110,11 @@ RecordedAttributes ReadAttributes(MemberReader& reader)
     if (from != "sonar" && from != "echo") {
         throw InvalidDocument(reader.At("from"), "is neither \"sonar\" nor \"echo\"");
     }
-    return {from == "echo", ReadTreeOf(reader, "tree")};
+    RecordedAttributes attributes{from == "echo", ReadTreeOf(reader, "tree")};
+    if (auto const* const flags = reader.Find("flags")) {
+        attributes.flags = ReadUInt32(*flags, reader.At("flags"));
+    }
+    return attributes;
 }
 
 Members Write(RecordedConnection const& connection)
@@ -108,6 +137,11 @@ Members Write(RecordedLoss const& loss)
     return {{"messages", JsonValue::Unsigned(loss.messages)}, {"bytes", JsonValue::Unsigned(loss.bytes)}};
 }
 
+Members Write(RecordedWriting const& writing)
+{
+    return {{"tree", WriteTree(writing.tree)}};
+}
+
 } // namespace
 
 RecordedKind const& KindOf(RecordedContent const& content)
@@ -116,6 +150,15 @@ RecordedKind const& KindOf(RecordedContent const& content)
         return frame->isSent ? kinds::Sent : kinds::Received;
     }
     return *RecordedKinds[content.index() + 1];
+}
+
+CAttributeMap const* ChangeIn(RecordedContent const& content)
+{
+    if (auto const* const attributes = std::get_if<RecordedAttributes>(&content)) {
+        return &attributes->tree;
+    }
+    auto const* const writing = std::get_if<RecordedWriting>(&content);
+    return writing != nullptr ? &writing->tree : nullptr;
 }
 
 JsonValue WriteContent(RecordedContent const& content)
@@ -148,6 +191,9 @@ RecordedContent ReadContent(RecordedKind const& kind, std::string_view text)
     }
     if (&kind == &kinds::Marks) {
         return RecordedMark{ReadTextOf(reader, "text")};
+    }
+    if (&kind == &kinds::Written) {
+        return RecordedWriting{ReadTreeOf(reader, "tree")};
     }
     return RecordedLoss{ReadCount(reader, "messages"), ReadCount(reader, "bytes")};
 }

@@ -8,6 +8,7 @@
 #include <VordalAttributesR/CAttributeMap.h>
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -21,11 +22,23 @@ struct RecordedFrame
     std::span<unsigned char const> bytes; ///< of the frame, as long as somebody holds them
 };
 
+/// What of the host around a sonar shows in the bytes that leave for it.
+struct RecordedHost
+{
+    std::string guid; ///< the application's
+    std::string port; ///< the name of the sonar's connection, which several may share
+    bool hasMainWindow = false;
+    bool isOperator = false; ///< the user
+};
+
 /// At the start of a part.
 struct RecordedSettings
 {
     std::string name; ///< the sonar's
     CAttributeMap tree;
+    std::optional<RecordedHost> host = {}; ///< nothing where the file does not tell
+    /// Nothing has happened: what stands is written once more, for who begins to read here.
+    bool isAgain = false;
 };
 
 struct RecordedRequest
@@ -47,6 +60,12 @@ struct RecordedAttributes
 {
     bool isEcho = false;
     CAttributeMap tree;
+    std::optional<unsigned> flags = {}; ///< of an echo; nothing where the file does not tell
+};
+
+struct RecordedWriting
+{
+    CAttributeMap tree;
 };
 
 struct RecordedConnection
@@ -67,11 +86,15 @@ struct RecordedLoss
 };
 
 /// In the order of RecordedKinds, frames both ways as one.
-using RecordedContent = std::variant<RecordedFrame, RecordedSettings, RecordedRequest, RecordedResult,
-                                     RecordedAttributes, RecordedConnection, RecordedMark, RecordedLoss>;
+using RecordedContent =
+    std::variant<RecordedFrame, RecordedSettings, RecordedRequest, RecordedResult, RecordedAttributes,
+                 RecordedConnection, RecordedMark, RecordedLoss, RecordedWriting>;
 
 /// The kind of message that holds it.
 RecordedKind const& KindOf(RecordedContent const& content);
+
+/// What it puts into its sonar's attributes; null for what changes none.
+CAttributeMap const* ChangeIn(RecordedContent const& content);
 
 /// All but frames, which are no JSON: an object without members.
 JsonValue WriteContent(RecordedContent const& content);

@@ -21,8 +21,9 @@ namespace kinds {
 inline constexpr RecordedKind Sent{"sent", "a frame that went to the sonar, byte for byte", ""};
 inline constexpr RecordedKind Received{"received", "a frame that came from the sonar, byte for byte", ""};
 inline constexpr RecordedKind Settings{
-    "settings", "the sonar's name and its attributes at the start of a part",
-    R"({"type":"object","properties":{"name":{"type":"string"},"tree":{"type":"array"}},"required":["name","tree"]})"};
+    "settings",
+    "the sonar's name and its attributes at the start of a part; again where a long file tells once more what stands",
+    R"({"type":"object","properties":{"name":{"type":"string"},"tree":{"type":"array"},"host":{"type":"object","properties":{"guid":{"type":"string"},"port":{"type":"string"},"mainWindow":{"type":"boolean"},"operator":{"type":"boolean"}},"required":["guid","port","mainWindow","operator"]},"again":{"type":"boolean"}},"required":["name","tree"]})"};
 inline constexpr RecordedKind Requests{
     "requests", "what was asked for, by whom, under a number",
     R"({"type":"object","properties":{"number":{"type":"integer"},"who":{"type":"string"},"request":{"type":"array"}},"required":["number","who","request"]})"};
@@ -30,8 +31,8 @@ inline constexpr RecordedKind Results{
     "results", "what became of the request of that number, and what the sonar then had",
     R"({"type":"object","properties":{"number":{"type":"integer"},"result":{"type":"string"},"got":{"type":"array"},"reason":{"type":"string"}},"required":["number","result","got","reason"]})"};
 inline constexpr RecordedKind Attributes{
-    "attributes", "what the sonar told or the plug-in echoed into the device's attributes",
-    R"({"type":"object","properties":{"from":{"enum":["sonar","echo"]},"tree":{"type":"array"}},"required":["from","tree"]})"};
+    "attributes", "what the sonar told or the plug-in echoed into the device's attributes; of an echo its flag word",
+    R"({"type":"object","properties":{"from":{"enum":["sonar","echo"]},"tree":{"type":"array"},"flags":{"type":"integer"}},"required":["from","tree"]})"};
 inline constexpr RecordedKind Connection{
     "connection", "how the connection stands, and why",
     R"({"type":"object","properties":{"state":{"type":"string"},"reason":{"type":"string"}},"required":["state","reason"]})"};
@@ -40,12 +41,15 @@ inline constexpr RecordedKind Marks{"marks", "a word of the operator's for a mom
 inline constexpr RecordedKind Lost{
     "lost", "messages that found no room since the last that was written",
     R"({"type":"object","properties":{"messages":{"type":"integer"},"bytes":{"type":"integer"}},"required":["messages","bytes"]})"};
+inline constexpr RecordedKind Written{
+    "written", "what the host or a view put into the device's attributes by itself",
+    R"({"type":"object","properties":{"tree":{"type":"array"}},"required":["tree"]})"};
 
 } // namespace kinds
 
-inline constexpr std::array<RecordedKind const*, 9> RecordedKinds{
+inline constexpr std::array<RecordedKind const*, 10> RecordedKinds{
     &kinds::Sent,       &kinds::Received,   &kinds::Settings, &kinds::Requests, &kinds::Results,
-    &kinds::Attributes, &kinds::Connection, &kinds::Marks,    &kinds::Lost};
+    &kinds::Attributes, &kinds::Connection, &kinds::Marks,    &kinds::Lost,     &kinds::Written};
 
 inline constexpr std::string_view SonarTopic = "/sonar/";
 inline constexpr std::string_view FrameEncoding = "x5-frame";

@@ -173,43 +173,138 @@ void RecordedSession::ForEachRaw(RecordedRange const& range, RawVisit const& vis
         range.from, range.to);
 }
 
+std::optional<RecordedMessage> RecordedSession::Understand(McapMessage const& message)
+{
+    auto const& channel = m_reader.Channels().at(message.channel);
+    auto const& topic = TopicOf(channel);
+    auto content = topic.kind != nullptr ? ReadOne(*topic.kind, channel, message) : std::nullopt;
+    if (!content) {
+        return {};
+    }
+    return RecordedMessage{topic.kind,      topic.sonar.empty() ? nullptr : &topic.sonar,
+                           message.logTime, message.publishTime,
+                           message.data,    std::move(*content)};
+}
+
 void RecordedSession::ForEach(RecordedRange const& range, Visit const& visit)
 {
-    ForEachRaw(range, [&](McapChannel const& channel, McapMessage const& message) {
+    McapReader::Choose choose;
+    if (m_reader.IsComplete() && !range.kinds.empty()) {
+        choose = [this, wanted = ChannelsOf(range.kinds, {})](std::size_t chunk) { return HasAny(chunk, wanted); };
+    }
+    m_reader.ForEach(
+        [&](McapChannel const& channel, McapMessage const& message) {
+            auto const& topic = TopicOf(channel);
+            bool const isOfSonar = range.sonar.empty() || topic.sonar.empty() || topic.sonar == range.sonar;
+            bool const isOfKind = range.kinds.empty() ||
+                                  std::find(range.kinds.begin(), range.kinds.end(), topic.kind) != range.kinds.end();
+            auto const understood = isOfSonar && isOfKind ? Understand(message) : std::nullopt;
+            return !understood || visit(*understood);
+        },
+        range.from, range.to, choose);
+}
+
+std::set<std::uint16_t> RecordedSession::ChannelsOf(std::vector<RecordedKind const*> const& kinds,
+                                                    std::string const& sonar)
+{
+    std::set<std::uint16_t> channels;
+    for (auto const& [id, channel] : m_reader.Channels()) {
         auto const& topic = TopicOf(channel);
-        auto const* const kind = topic.kind;
-        if (kind == nullptr ||
-            (!range.kinds.empty() && std::find(range.kinds.begin(), range.kinds.end(), kind) == range.kinds.end())) {
+        if (topic.kind != nullptr && std::find(kinds.begin(), kinds.end(), topic.kind) != kinds.end() &&
+            (sonar.empty() || topic.sonar == sonar)) {
+            channels.insert(id);
+        }
+    }
+    return channels;
+}
+
+bool RecordedSession::HasAny(std::size_t chunk, std::set<std::uint16_t> const& channels) const
+{
+    auto const& there = m_reader.ChannelsIn(chunk);
+    return std::any_of(there.begin(), there.end(), [&](std::uint16_t id) { return channels.count(id) != 0; });
+}
+
+/// The chunk from which on all that stood before `time` is told. The index tells where to look; what was found counts.
+std::size_t RecordedSession::PartBefore(std::uint64_t time, std::string const& sonar)
+{
+    auto sought = ChannelsOf({&kinds::Settings, &kinds::Connection}, sonar);
+    auto first = m_reader.Chunks().size();
+    for (auto i = first; i-- != 0 && !sought.empty();) {
+        if (m_reader.Chunks()[i].start >= time || !HasAny(i, sought)) {
+            continue;
+        }
+        for (McapMessage const& message : m_reader.MessagesIn(i, m_chunk)) {
+            if (message.logTime < time && sought.erase(message.channel) != 0) {
+                first = i;
+            }
+        }
+    }
+    return first;
+}
+
+std::map<std::string, RecordedState> RecordedSession::StateBefore(std::uint64_t time, std::string const& sonar)
+{
+    std::map<std::string, RecordedState> states;
+    if (time == 0) {
+        return states;
+    }
+    std::vector<RecordedKind const*> const standing{&kinds::Settings, &kinds::Attributes, &kinds::Written,
+                                                    &kinds::Connection};
+    auto const wanted = ChannelsOf(standing, sonar);
+    auto const first = PartBefore(time, sonar);
+    auto const choose = [&](std::size_t chunk) {
+        return chunk >= first && (!m_reader.IsComplete() || HasAny(chunk, wanted));
+    };
+    auto const take = [&](McapChannel const& channel, McapMessage const& message) {
+        auto const& topic = TopicOf(channel);
+        bool const isWanted = !topic.sonar.empty() && (sonar.empty() || topic.sonar == sonar) &&
+                              std::find(standing.begin(), standing.end(), topic.kind) != standing.end();
+        auto const understood = isWanted ? Understand(message) : std::nullopt;
+        if (!understood) {
             return true;
         }
-        auto content = ReadOne(*kind, channel, message);
-        return !content || visit({kind, topic.sonar.empty() ? nullptr : &topic.sonar, message.logTime,
-                                  message.publishTime, message.data, std::move(*content)});
-    });
+        auto& state = states[topic.sonar];
+        if (auto const* const told = std::get_if<RecordedSettings>(&understood->content)) {
+            state.settings = *told;
+        } else if (auto const* const connection = std::get_if<RecordedConnection>(&understood->content)) {
+            state.connection = *connection;
+        } else if (auto const* const change = ChangeIn(understood->content); change != nullptr && state.settings) {
+            vordal::Merge(state.settings->tree, *change);
+        }
+        return true;
+    };
+    m_reader.ForEach(take, 0, time - 1, choose);
+    std::erase_if(states, [](auto const& each) { return !each.second.settings && !each.second.connection; });
+    return states;
 }
 
 std::map<std::string, RecordedSettings> RecordedSession::SettingsBefore(std::uint64_t time, std::string const& sonar)
 {
     std::map<std::string, RecordedSettings> settings;
-    if (time == 0) {
-        return settings;
-    }
-    RecordedRange const range{
-        .from = 0, .to = time - 1, .sonar = sonar, .kinds = {&kinds::Settings, &kinds::Attributes}};
-    ForEach(range, [&](RecordedMessage const& message) {
-        if (message.sonar == nullptr) {
-            return true;
+    for (auto& [id, state] : StateBefore(time, sonar)) {
+        if (state.settings) {
+            settings.emplace(id, std::move(*state.settings));
         }
-        if (auto const* const told = std::get_if<RecordedSettings>(&message.content)) {
-            settings[*message.sonar] = *told;
-        } else if (auto const* const changed = std::get_if<RecordedAttributes>(&message.content)) {
-            if (auto const place = settings.find(*message.sonar); place != settings.end()) {
-                vordal::Merge(place->second.tree, changed->tree);
+    }
+    return settings;
+}
+
+std::optional<std::uint64_t> RecordedSession::LastBefore(std::uint64_t time,
+                                                         std::vector<RecordedKind const*> const& kinds)
+{
+    auto const sought = ChannelsOf(kinds, {});
+    std::optional<std::uint64_t> last;
+    for (auto i = m_reader.Chunks().size(); i-- != 0 && !last;) {
+        if (m_reader.Chunks()[i].start >= time || !HasAny(i, sought)) {
+            continue;
+        }
+        for (McapMessage const& message : m_reader.MessagesIn(i, m_chunk)) {
+            if (message.logTime < time && sought.count(message.channel) != 0) {
+                last = std::max(last.value_or(0), message.logTime);
             }
         }
-        return true;
-    });
-    return settings;
+    }
+    return last;
 }
 
 } // namespace qx5::recording

@@ -11,6 +11,7 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -43,6 +44,13 @@ struct RecordedRange
     std::uint64_t to = std::numeric_limits<std::uint64_t>::max();
     std::string sonar = {};                      ///< an id: of that sonar, and what concerns none; empty: of all
     std::vector<RecordedKind const*> kinds = {}; ///< empty: all
+};
+
+/// What stood at a moment.
+struct RecordedState
+{
+    std::optional<RecordedSettings> settings;
+    std::optional<RecordedConnection> connection;
 };
 
 /// What a file says of itself.
@@ -83,12 +91,21 @@ public:
     /// A sonar's settings as they stood before that time: those at the start of the part, and what was told and echoed
     /// since. Nothing of sonars that the file says no settings of. By id.
     std::map<std::string, RecordedSettings> SettingsBefore(std::uint64_t time, std::string const& sonar = {});
+    /// The same with how the connections stood, of all sonars of which there is something to tell. Reads the part that
+    /// the moment lies in, and the index.
+    std::map<std::string, RecordedState> StateBefore(std::uint64_t time, std::string const& sonar = {});
+    /// The time of the last message of these kinds before that time; nothing when there is none.
+    std::optional<std::uint64_t> LastBefore(std::uint64_t time, std::vector<RecordedKind const*> const& kinds);
+
+    /// The message in the terms of a session; nothing where it is of no kind that is known here, or not what that says.
+    std::optional<RecordedMessage> Understand(McapMessage const& message);
 
     /// Messages that are not what their kind says, of what was walked over, and what the first of them lacks, in one
     /// line.
     std::uint64_t Unreadable() const { return m_unreadable; }
     std::string const& FirstUnreadable() const { return m_firstUnreadable; }
     McapReader const& File() const { return m_reader; }
+    McapReader& File() { return m_reader; }
 
 private:
     struct Topic
@@ -99,9 +116,14 @@ private:
     Topic const& TopicOf(McapChannel const& channel);
     std::optional<RecordedContent> ReadOne(RecordedKind const& kind, McapChannel const& channel,
                                            McapMessage const& message);
+    /// The channels that have messages of such a kind, of that sonar where it is not empty.
+    std::set<std::uint16_t> ChannelsOf(std::vector<RecordedKind const*> const& kinds, std::string const& sonar);
+    bool HasAny(std::size_t chunk, std::set<std::uint16_t> const& channels) const;
+    std::size_t PartBefore(std::uint64_t time, std::string const& sonar);
 
     McapReader m_reader;
     std::map<std::uint16_t, Topic> m_topics;
+    std::vector<unsigned char> m_chunk;
     std::uint64_t m_unreadable = 0;
     std::string m_firstUnreadable;
 };

@@ -60,10 +60,16 @@ public:
             recorder->OnSonarTells(sonar, tree);
         }
     }
-    void OnEcho(CDataId const& sonar, CAttributeMap const& tree) override
+    void OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags) override
     {
         for (auto const& recorder : m_recorders) {
-            recorder->OnEcho(sonar, tree);
+            recorder->OnEcho(sonar, tree, flags);
+        }
+    }
+    void OnWritten(CDataId const& sonar, CAttributeMap const& tree) override
+    {
+        for (auto const& recorder : m_recorders) {
+            recorder->OnWritten(sonar, tree);
         }
     }
 

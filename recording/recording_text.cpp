@@ -64,7 +64,8 @@ Said SaidBy(RecordedContent const& content)
         Said operator()(RecordedFrame const&) const { return {}; }
         Said operator()(RecordedSettings const& settings) const
         {
-            return {"settings", TreeLine(settings.tree), TreeWords(settings.tree)};
+            return {settings.isAgain ? "settings again" : "settings", TreeLine(settings.tree),
+                    TreeWords(settings.tree)};
         }
         Said operator()(RecordedRequest const& request) const
         {
@@ -80,6 +81,10 @@ Said SaidBy(RecordedContent const& content)
         Said operator()(RecordedAttributes const& attributes) const
         {
             return {attributes.isEcho ? "echo" : "told", TreeLine(attributes.tree), TreeWords(attributes.tree)};
+        }
+        Said operator()(RecordedWriting const& writing) const
+        {
+            return {"written", TreeLine(writing.tree), TreeWords(writing.tree)};
         }
         Said operator()(RecordedConnection const& connection) const
         {

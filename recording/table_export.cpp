@@ -21,12 +21,20 @@ void ExportCsv(RecordedSession& session, std::filesystem::path const& out, std::
     NewFile file(out);
     file.Write("time,sonar,from,key,value\r\n");
     auto wanted = range;
-    wanted.kinds = {&kinds::Settings, &kinds::Attributes};
+    wanted.kinds = {&kinds::Settings, &kinds::Attributes, &kinds::Written};
     session.ForEach(wanted, [&](RecordedMessage const& message) {
         auto const* const attributes = std::get_if<RecordedAttributes>(&message.content);
         auto const* const settings = std::get_if<RecordedSettings>(&message.content);
-        auto const& tree = attributes != nullptr ? attributes->tree : settings->tree;
-        std::string_view const from = attributes == nullptr ? "settings" : attributes->isEcho ? "echo" : "sonar";
+        auto const* const writing = std::get_if<RecordedWriting>(&message.content);
+        if (settings != nullptr && settings->isAgain) {
+            return true;
+        }
+        auto const* const change = ChangeIn(message.content);
+        auto const& tree = change != nullptr ? *change : settings->tree;
+        std::string_view const from = writing != nullptr      ? "host"
+                                      : attributes == nullptr ? "settings"
+                                      : attributes->isEcho    ? "echo"
+                                                              : "sonar";
         auto const time = IsoTime(message.time);
         operation::WalkTrees<0>(tree, {}, [&](std::string const& path, CAttributeMap const& node, auto const&) {
             auto const* const value = operation::ValueOf(&node);

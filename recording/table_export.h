@@ -12,8 +12,8 @@
 namespace qx5::recording {
 
 /// Writes the sonars' attributes over time as RFC 4180 has it: "time,sonar,from,key,value", a row for each value at
-/// each message that tells it. `from` is settings (at the start of a part), sonar or echo; a key is the keys from the
-/// root on with / between them. `keys`: rows of these alone, each either such a path or its last key; empty: all.
+/// each message that tells it. `from` is settings (at the start of a part), sonar, echo or host; a key is the keys from
+/// the root on with / between them. `keys`: rows of these alone, each either such a path or its last key; empty: all.
 /// Throws RecordingError; there is no new file then.
 void ExportCsv(RecordedSession& session, std::filesystem::path const& out, std::vector<std::string> const& keys,
                RecordedRange const& range = {});

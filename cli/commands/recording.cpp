@@ -2,13 +2,18 @@
 #include "cli/commands.h"
 
 #include "cli/output.h"
+#include "cli/recording_use.h"
+#include "cli/replay/scenario_export.h"
+#include "recording/new_file.h"
 #include "recording/pcapng_export.h"
 #include "recording/recorded_session.h"
-#include "recording/recording_error.h"
 #include "recording/recording_text.h"
 #include "recording/recording_time.h"
 #include "recording/recording_tools.h"
 #include "recording/table_export.h"
+
+#include <optional>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -18,106 +23,70 @@ namespace {
 
 using recording::RecordedSession;
 
-/// The command line names what is not there.
-class WrongUse : public std::runtime_error
+recording::RecordedRange RangeTold(RecordedSession& session, RecordingOptions const& options)
 {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-std::uint64_t Moment(RecordedSession& session, std::string const& option, std::string const& text)
-{
-    auto const start = text.starts_with('+') ? session.Summary().start.value_or(0) : 0;
-    auto const moment = recording::ReadMoment(text, start);
-    if (!moment) {
-        throw WrongUse(
-            fmt::format("{}: '{}' is no time; write for example 2026-11-21T01:26:24.5Z, or +12.5 for so many "
-                        "seconds from the start",
-                        option, recording::Printable(text)));
-    }
-    return *moment;
+    return RangeOf(session, options.file, options.from, options.to, options.sonar);
 }
 
-recording::RecordedRange RangeOf(RecordedSession& session, RecordingOptions const& options)
+/// "FROM..TO" in two; nothing where the text is not two moments.
+std::optional<std::pair<std::string, std::string>> PieceIn(std::string const& text)
 {
-    recording::RecordedRange range;
-    if (!options.from.empty()) {
-        range.from = Moment(session, "--from", options.from);
+    auto const dots = text.find("..");
+    if (dots == std::string::npos) {
+        return {};
     }
-    if (!options.to.empty()) {
-        range.to = Moment(session, "--to", options.to);
+    auto const from = text.substr(0, dots);
+    auto const to = text.substr(dots + 2);
+    bool const arePlaces = recording::ReadMoment(from, 0) && recording::ReadMoment(to, 0);
+    return arePlaces ? std::optional(std::pair(from, to)) : std::nullopt;
+}
+
+int ExportAsScenario(RecordedSession& session, RecordingOptions const& options)
+{
+    auto const piece = PieceIn(options.scenario);
+    if (piece && !(options.from.empty() && options.to.empty())) {
+        throw WrongUse("--scenario FROM..TO tells the piece by itself; leave out --from and --to");
     }
-    if (range.from > range.to) {
-        throw WrongUse("--from is later than --to");
+    auto const range = piece ? RangeOf(session, options.file, piece->first, piece->second, options.sonar)
+                             : RangeTold(session, options);
+    std::optional<recording::NewFile> file;
+    if (!piece) {
+        file.emplace(options.scenario);
     }
-    if (!options.sonar.empty()) {
-        auto const id = session.FindSonar(options.sonar);
-        if (!id) {
-            std::string all;
-            for (auto const& sonar : session.Sonars()) {
-                all += (all.empty() ? "" : ", ") + sonar.id + ' ' + sonar.name;
-            }
-            throw recording::RecordingError(
-                recording::Printable(fmt::format("{}: there is no sonar '{}' in it; there {}", options.file,
-                                                 options.sonar, all.empty() ? "is none" : "is " + all)));
+    auto const done = ExportScenario(session, range, options.file, [&](std::string_view text) {
+        if (file) {
+            file->Write(text);
+        } else {
+            fmt::print("{}", text);
         }
-        range.sonar = *id;
+    });
+    if (file) {
+        file->Finish();
+        fmt::print("{}: {} requests, {} events expected\n", options.scenario, done.requests, done.events);
     }
-    return range;
-}
-
-/// Runs what a command does; what stands in its way is one line.
-template <typename Does>
-int Run(Does const& does)
-{
-    try {
-        return does();
-    } catch (WrongUse const& problem) {
-        return Complain(ExitWrong, problem.what());
-    } catch (recording::RecordingError const& problem) {
-        return Complain(ExitFailed, recording::Printable(problem.what()));
+    if (!done.leftOut.empty()) {
+        SayError(fmt::format("qx5: a scenario cannot tell, and this one leaves out: {}\n", done.leftOut));
     }
-}
-
-/// After a walk: what had to be passed over is told, and makes the command fail.
-int Told(RecordedSession const& session, std::string const& file)
-{
-    auto const& mcap = session.File();
-    std::vector<std::string> passedOver;
-    if (mcap.SkippedBytes() != 0) {
-        passedOver.push_back(fmt::format("{} bytes that are no whole record", mcap.SkippedBytes()));
-    }
-    if (mcap.DamagedChunks() != 0) {
-        passedOver.push_back(fmt::format("{} damaged chunks", mcap.DamagedChunks()));
-    }
-    if (session.Unreadable() != 0) {
-        passedOver.push_back(fmt::format("{} messages that are not what their kind says, the first: {}",
-                                         session.Unreadable(), session.FirstUnreadable()));
-    }
-    if (passedOver.empty()) {
-        return ExitGood;
-    }
-    return Complain(ExitFailed,
-                    recording::Printable(fmt::format("{}: passed over {}", file, fmt::join(passedOver, ", "))));
+    return ToldOf(session, options.file);
 }
 
 } // namespace
 
 int RecordingInfo(RecordingOptions const& options)
 {
-    return Run([&] {
+    return RunOnRecording([&] {
         RecordedSession session(options.file);
         auto const summary = session.Summary();
         fmt::print("{}", options.json ? recording::InfoJson(summary) + '\n' : recording::InfoText(summary));
-        return Told(session, options.file);
+        return ToldOf(session, options.file);
     });
 }
 
 int RecordingList(RecordingOptions const& options)
 {
-    return Run([&] {
+    return RunOnRecording([&] {
         RecordedSession session(options.file);
-        auto const range = RangeOf(session, options);
+        auto const range = RangeTold(session, options);
         using Way = vordal::RecordFilter::Way;
         vordal::RecordFilter const filter(fmt::format("{}", fmt::join(options.words, " ")),
                                           options.way.empty()    ? Way::Both
@@ -131,26 +100,26 @@ int RecordingList(RecordingOptions const& options)
             }
             return true;
         });
-        return Told(session, options.file);
+        return ToldOf(session, options.file);
     });
 }
 
 int RecordingCut(RecordingOptions const& options)
 {
-    return Run([&] {
+    return RunOnRecording([&] {
         RecordedSession session(options.file);
-        recording::Cut(options.file, options.out, RangeOf(session, options));
+        recording::Cut(options.file, options.out, RangeTold(session, options));
         return ExitGood;
     });
 }
 
 int RecordingMark(RecordingOptions const& options)
 {
-    return Run([&] {
+    return RunOnRecording([&] {
         std::uint64_t time = 0;
         {
             RecordedSession session(options.file);
-            time = Moment(session, "--at", options.at);
+            time = MomentOf(session, "--at", options.at);
         }
         recording::AddMark(options.file, options.text, time);
         return ExitGood;
@@ -159,7 +128,7 @@ int RecordingMark(RecordingOptions const& options)
 
 int RecordingCheck(RecordingOptions const& options)
 {
-    return Run([&] {
+    return RunOnRecording([&] {
         auto const result = recording::Check(options.file);
         if (!result.isWhole) {
             return Complain(ExitFailed, result.line);
@@ -171,12 +140,15 @@ int RecordingCheck(RecordingOptions const& options)
 
 int RecordingExport(RecordingOptions const& options)
 {
-    if (options.pcapng.empty() && options.csv.empty() && !options.jsonOut) {
-        return Complain(ExitWrong, "recording export: one of --pcapng, --csv and --json is required");
+    if (options.pcapng.empty() && options.csv.empty() && !options.jsonOut && options.scenario.empty()) {
+        return Complain(ExitWrong, "recording export: one of --pcapng, --csv, --json and --scenario is required");
     }
-    return Run([&] {
+    return RunOnRecording([&] {
         RecordedSession session(options.file);
-        auto const range = RangeOf(session, options);
+        if (!options.scenario.empty()) {
+            return ExportAsScenario(session, options);
+        }
+        auto const range = RangeTold(session, options);
         if (!options.pcapng.empty()) {
             recording::ExportPcapng(session, options.pcapng, range);
         } else if (!options.csv.empty()) {
@@ -187,7 +159,7 @@ int RecordingExport(RecordingOptions const& options)
             recording::ExportJson(
                 session, [](std::string_view line) { fmt::print("{}", line); }, range);
         }
-        return Told(session, options.file);
+        return ToldOf(session, options.file);
     });
 }
 

@@ -8,6 +8,7 @@
 #include "cli/platform/memory_reserve.h"
 #include "cli/platform/terminal.h"
 #include "cli/plugins.h"
+#include "cli/recorder_options.h"
 #include "cli/session.h"
 #include "cli/terminal_keys.h"
 #include "cli/transcript.h"
@@ -316,7 +317,9 @@ public:
     {
         if (!options.record.empty()) {
             m_file = std::make_shared<recording::FlightRecorder>(
-                options.record, Recorder([](std::string const& line) { SayError(fmt::format("qx5: {}\n", line)); }));
+                options.record, RecorderOptionsOf(options.facts, [](std::string const& line) {
+                    SayError(fmt::format("qx5: {}\n", line));
+                }));
         }
     }
 
@@ -334,7 +337,7 @@ public:
             };
             vordal::LogFailureOf("there is no black box: ", [&] {
                 all.push_back(recording::BlackBox::Record(recording::BlackBoxOf(m_options.project), m_options.blackBox,
-                                                          Recorder(tell)));
+                                                          RecorderOptionsOf(m_options.facts, tell)));
             });
         }
         return all.empty() ? nullptr : std::make_shared<recording::Recorders>(std::move(all));
@@ -357,16 +360,6 @@ public:
     }
 
 private:
-    recording::RecorderOptions Recorder(std::function<void(std::string const&)> tell) const
-    {
-        recording::RecorderOptions recorder;
-        for (Fact const& fact : m_options.facts) {
-            recorder.program.emplace_back(fact.name == "qx5" ? "version" : fact.name, fact.value);
-        }
-        recorder.tell = std::move(tell);
-        return recorder;
-    }
-
     RunOptions const& m_options;
     std::shared_ptr<recording::FlightRecorder> m_file; ///< null for none
 };
@@ -457,9 +450,6 @@ int Run(RunOptions const& options)
     }
     bool const isPlain = !options.guided && !options.once && !options.terminal;
 #ifdef QX5_VIEW
-    if (isPlain && !options.record.empty() && (!options.screenshot.empty() || HasDisplay())) {
-        return Complain(ExitWrong, "--record: the window does not record; add --guided, --once or --terminal");
-    }
     if (isPlain && (!options.screenshot.empty() || HasDisplay())) {
         return RunWindow(options);
     }

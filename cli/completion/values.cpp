@@ -138,15 +138,15 @@ std::vector<Candidate> RunningPrograms(std::string_view)
     return candidates;
 }
 
-struct Kind
+struct KindOfValue
 {
     std::string_view typeName;
     std::vector<Candidate> (*values)(std::string_view current);
 };
 
 constexpr std::array kinds{
-    Kind{"KEY", KeysAlone}, Kind{"KEY=VALUE", KeyValues}, Kind{"KEY|HANDLER|RECORD", Explained},
-    Kind{"SCENE", Scenes},  Kind{"SONAR", RunningSonars}, Kind{"PID", RunningPrograms},
+    KindOfValue{"KEY", KeysAlone}, KindOfValue{"KEY=VALUE", KeyValues}, KindOfValue{"KEY|HANDLER|RECORD", Explained},
+    KindOfValue{"SCENE", Scenes},  KindOfValue{"SONAR", RunningSonars}, KindOfValue{"PID", RunningPrograms},
 };
 
 constexpr std::array<std::string_view, 4> fileNames{"FILE", "OUT", "[OUT]", "PROJECT"};
@@ -156,7 +156,7 @@ constexpr std::array<std::string_view, 4> fileNames{"FILE", "OUT", "[OUT]", "PRO
 std::vector<Candidate> ValuesFor(std::string_view typeName, std::string_view current)
 {
     auto const found =
-        std::find_if(kinds.begin(), kinds.end(), [&](Kind const& each) { return each.typeName == typeName; });
+        std::find_if(kinds.begin(), kinds.end(), [&](KindOfValue const& each) { return each.typeName == typeName; });
     return found != kinds.end() ? found->values(current) : std::vector<Candidate>();
 }
 

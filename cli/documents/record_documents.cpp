@@ -1,6 +1,7 @@
 // Documents written from the record tables.
 #include "cli/documents/record_documents.h"
 
+#include "cli/documents/dissector_fields.h"
 #include "cli/documents/templates.h"
 #include "cli/table_texts.h"
 
@@ -8,7 +9,6 @@
 #include <protocol/print.h>
 #include <protocol/utf8.h>
 
-#include <optional>
 #include <set>
 #include <string_view>
 
@@ -32,7 +32,7 @@ std::string Utf8(protocol::Key const& key)
 std::string NameOf(Field const& field)
 {
     if (field.key == nullptr) {
-        return field.name.empty() ? "constant" : std::string(field.name);
+        return std::string(TitleOf(field));
     }
     bool const hasParts = field.key->kind == protocol::Kind::Pair || field.key->kind == protocol::Kind::Offset;
     return hasParts ? fmt::format("{}[{}]", Utf8(*field.key), field.part) : Utf8(*field.key);
@@ -112,7 +112,7 @@ std::string ArrayRows(std::span<protocol::ArrayField const> arrays)
     return text;
 }
 
-// The dissector. It is a table of the records, and a program that reads it.
+// The dissector. It is a table of fields, one of the records, and a program that reads both.
 
 std::string LuaText(std::string_view text)
 {
@@ -126,44 +126,67 @@ std::string LuaText(std::string_view text)
     return quoted + '"';
 }
 
-/// By what the wire's number is multiplied to give the key's; nothing where no factor does that.
-std::optional<std::string_view> BackFactor(protocol::Convert convert)
+/// By what name the dissector knows the way from the wire's number to the key's value; empty where that is the number.
+std::string_view LuaConversion(protocol::Convert convert)
 {
     using protocol::Convert;
     switch (convert) {
+    case Convert::None:
+        return "";
     case Convert::Radians:
     case Convert::RadiansByFactor:
-        return "180 / math.pi";
+        return "radians";
     case Convert::NegatedRadians:
     case Convert::NegatedRadiansByFactor:
-        return "-180 / math.pi";
+        return "negated_radians";
     case Convert::Negated:
-        return "-1";
+        return "negated";
     case Convert::TimesThousand:
-        return "1 / 1000";
+        return "times_thousand";
     case Convert::Thousandth:
-        return "1000";
+        return "thousandth";
     case Convert::TimesTwenty:
-        return "1 / 20";
+        return "times_twenty";
     case Convert::FifthOfFloat:
-        return "5";
-    case Convert::None:
+        return "fifth_of_float";
     case Convert::Truncated:
+        return "truncated";
     case Convert::SetWhenZero:
+        return "set_when_zero";
     case Convert::SetWhenOne:
+        return "set_when_one";
     case Convert::PlusOne:
+        return "plus_one";
     case Convert::Computed:
-        break;
+        return "computed";
     }
-    return std::nullopt;
+    return "";
 }
 
-std::string LuaFields(std::span<Field const> fields, std::string_view indent)
+std::string LuaDefinitions()
+{
+    std::string text;
+    for (DissectorField const& field : DissectorFields()) {
+        text += fmt::format("    {{ name = {}, kind = {}, title = {}", LuaText(field.name),
+                            LuaText(TypeText(field.type)), LuaText(field.title));
+        if (auto const unit = protocol::UnitText(field.unit); !unit.empty()) {
+            text += fmt::format(", unit = {}", LuaText(unit));
+        }
+        if (!field.meaning.empty()) {
+            text += fmt::format(", meaning = {}", LuaText(field.meaning));
+        }
+        text += field.key != nullptr ? ", key = true },\n" : " },\n";
+    }
+    return text;
+}
+
+std::string LuaFields(RecordLayout const& record, std::span<Field const> fields)
 {
     std::string text;
     for (Field const& field : fields) {
-        text += fmt::format("{}{{ at = {}, width = {}, wire = {}, name = {}", indent, field.offset,
-                            protocol::WidthOf(field), LuaText(protocol::WireText(field.wire)), LuaText(NameOf(field)));
+        text += fmt::format("            {{ at = {}, width = {}, wire = {}, name = {}, field = {}", field.offset,
+                            protocol::WidthOf(field), LuaText(protocol::WireText(field.wire)), LuaText(NameOf(field)),
+                            LuaText(FieldName(record, field)));
         bool const isBit = field.wire == Wire::BitOfU16 || field.wire == Wire::BitOfU32 || field.wire == Wire::BitOfU64;
         if (isBit || field.wire == Wire::BitsOfU32) {
             text += fmt::format(", bit = {}, bits = {}", field.extent, isBit ? 1 : int{field.bitCount});
@@ -171,10 +194,11 @@ std::string LuaFields(std::span<Field const> fields, std::string_view indent)
         if (auto const unit = protocol::UnitText(WireUnit(field)); !unit.empty()) {
             text += fmt::format(", unit = {}", LuaText(unit));
         }
-        if (auto const factor = BackFactor(field.convert); factor && field.key != nullptr) {
-            text += fmt::format(", factor = {}, keyUnit = {}", *factor, LuaText(protocol::UnitText(field.key->unit)));
-        } else if (auto const remark = ConvertText(field.convert); !remark.empty()) {
-            text += fmt::format(", remark = {}", LuaText(remark));
+        if (auto const conversion = LuaConversion(field.convert); !conversion.empty() && field.key != nullptr) {
+            text += fmt::format(", convert = {}", LuaText(conversion));
+            if (auto const unit = protocol::UnitText(field.key->unit); !unit.empty()) {
+                text += fmt::format(", keyUnit = {}", LuaText(unit));
+            }
         }
         if (field.key == nullptr && field.constant != 0) {
             text += fmt::format(", constant = {}", field.constant);
@@ -184,13 +208,14 @@ std::string LuaFields(std::span<Field const> fields, std::string_view indent)
     return text;
 }
 
-std::string LuaArrays(std::span<protocol::ArrayField const> arrays)
+std::string LuaArrays(RecordLayout const& record)
 {
     std::string text;
-    for (protocol::ArrayField const& array : arrays) {
-        text += fmt::format("            {{ wire = {}, width = {}, name = {}, unit = {}, count = {}", //
+    for (protocol::ArrayField const& array : record.arrays) {
+        text += fmt::format("            {{ wire = {}, width = {}, name = {}, field = {}, unit = {}, count = {}",
                             LuaText(protocol::WireText(array.wire)), protocol::WidthOf(array), LuaText(array.name),
-                            LuaText(protocol::UnitText(array.unit)), LuaText(array.count));
+                            LuaText(FieldName(record, array)), LuaText(protocol::UnitText(array.unit)),
+                            LuaText(array.count));
         text += array.rows.empty() ? " },\n" : fmt::format(", rows = {} }},\n", LuaText(array.rows));
     }
     return text;
@@ -291,17 +316,21 @@ std::string WiresharkDissector()
     std::string text;
     for (RecordLayout const& record : protocol::AllLayouts()) {
         text += fmt::format("    {{ carrier = {}, id = {}, name = {}, size = {}, tail = {}, tailName = {},\n"
-                            "        itemSize = {}, fields = {{\n",
+                            "        itemSize = {}, ",
                             LuaText(LuaCarrier(record.carrier)), record.id, LuaText(record.name), record.size,
                             LuaText(LuaTail(record.tail)), LuaText(TailName(record)), record.itemSize);
-        text += LuaFields(record.fields, "            ") + "        }, items = {\n" +
-                LuaFields(record.itemFields, "            ") + "        }";
+        bool const tellsTail = record.tail != Tail::None && record.tail != Tail::Arrays;
+        if (tellsTail && (record.tail != Tail::Items || record.tailKey != nullptr)) {
+            text += fmt::format("tailField = {}, ", LuaText(TailFieldName(record)));
+        }
+        text += "fields = {\n" + LuaFields(record, record.fields) + "        }, items = {\n" +
+                LuaFields(record, record.itemFields) + "        }";
         if (!record.arrays.empty()) {
-            text += ", arrays = {\n" + LuaArrays(record.arrays) + "        }";
+            text += ", arrays = {\n" + LuaArrays(record) + "        }";
         }
         text += " },\n";
     }
-    return Filled(documents::x5_records_lua, "records", text);
+    return Filled(Filled(documents::x5_records_lua, "records", text), "fields", LuaDefinitions());
 }
 
 } // namespace qx5::cli

@@ -4,11 +4,14 @@
 #include "cli/window/window_session.h"
 #include "reference_host/controls/qt_text.h"
 
+#include <VordalAttributesR/CVordalType.h>
+
 #include <QDockWidget>
 #include <QStackedWidget>
 #include <QTabBar>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <string>
 
 namespace qx5::cli {
@@ -16,6 +19,9 @@ namespace qx5::cli {
 namespace {
 
 constexpr int lookMilliseconds = 250;
+// What is kept of the pane itself.
+constexpr wchar_t paneName[] = L"displays";
+constexpr AttributeKey displayInFront{L"DISPLAY_IN_FRONT"}; ///< text, its name
 
 } // namespace
 
@@ -41,6 +47,12 @@ DisplayPane::DisplayPane(WindowSession& session, vordal::MainWindow& window) : m
         m_displays.push_back({name, new vordal::ViewFrame});
         m_stack->addWidget(m_displays.back().frame);
         m_tabs->addTab(vordal::ToQString(name));
+    }
+    CString front;
+    if (m_session.StoredView(paneName).FindValue(displayInFront).Get(front)) {
+        auto const at = std::find(offered.begin(), offered.end(), front);
+        m_tabs->setCurrentIndex(at == offered.end() ? 0 : static_cast<int>(at - offered.begin()));
+        m_stack->setCurrentIndex(m_tabs->currentIndex());
     }
     m_dock = m_window.AddPane(content, QObject::tr("Picture"), QStringLiteral("pictureDock"), Qt::RightDockWidgetArea,
                               QKeySequence(QStringLiteral("Ctrl+Shift+P")));
@@ -70,11 +82,30 @@ DisplayPane::~DisplayPane()
     Close();
 }
 
+void DisplayPane::Keep()
+{
+    if (m_dock == nullptr) {
+        return;
+    }
+    for (Tab const& each : m_displays) {
+        if (each.frame->Shown() != nullptr) {
+            m_session.StoredView(each.name) = each.frame->StoredAttributes();
+        }
+    }
+    m_session.StoredView(paneName).FindCreate(displayInFront).ReplaceValue(new CVordalText(Front().name));
+}
+
 void DisplayPane::Close()
 {
+    Keep();
     for (Tab const& each : m_displays) {
         each.frame->Close();
     }
+}
+
+DisplayPane::Tab& DisplayPane::Front()
+{
+    return m_displays.at(static_cast<std::size_t>(m_tabs->currentIndex()));
 }
 
 void DisplayPane::Open(Tab& tab)
@@ -83,7 +114,7 @@ void DisplayPane::Open(Tab& tab)
     if (tab.frame->Shown() != nullptr) {
         return;
     }
-    if (!tab.frame->Open({.viewClass = tab.name, .name = L"", .attributes = {}}, problem)) {
+    if (!tab.frame->Open({.viewClass = tab.name, .name = L"", .attributes = m_session.StoredView(tab.name)}, problem)) {
         m_window.ShowLine(QString::fromStdString(problem));
         m_isDismissed = true;
         return;
@@ -98,7 +129,7 @@ void DisplayPane::Look()
         return;
     }
     // Open before it is seen: a sonar tells its echoes to those alone who ask for them.
-    Open(m_displays.at(static_cast<std::size_t>(m_tabs->currentIndex())));
+    Open(Front());
     if (!m_hasComeUp && HasEchoes(m_window.ShownDevice())) {
         m_hasComeUp = true;
         m_window.ShowBesideView(*m_dock);

@@ -35,6 +35,8 @@ public:
 
     /// No display shows any sonar when it returns; they come back with the next look.
     void Close();
+    /// Hands the session what the open displays have to store, and which is in front.
+    void Keep();
     /// Opens what is to be open. Its timer calls it.
     void Look();
     /// Null where no display is offered.
@@ -47,6 +49,8 @@ private:
         vordal::ViewFrame* frame; ///< of the stack
     };
 
+    /// Of a pane with displays.
+    Tab& Front();
     void Open(Tab& tab);
 
     WindowSession& m_session;

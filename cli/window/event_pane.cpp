@@ -116,6 +116,14 @@ void EventModel::Append(operation::EventList::Content content)
     endInsertRows();
 }
 
+void EventModel::Clear()
+{
+    beginResetModel();
+    m_events.clear();
+    m_gone = 0;
+    endResetModel();
+}
+
 void EventModel::SetMarks(std::array<QIcon, 3> marks)
 {
     m_marks = std::move(marks);
@@ -187,6 +195,12 @@ EventPane::EventPane(QWidget* parent)
     column->addWidget(m_table, 1);
     column->addWidget(m_count);
     PaintMarks();
+}
+
+void EventPane::Clear()
+{
+    m_model->Clear();
+    m_count->setText(tr("No events"));
 }
 
 void EventPane::Append(operation::EventList::Content content)

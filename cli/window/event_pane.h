@@ -37,6 +37,7 @@ public:
     };
 
     void Append(operation::EventList::Content content);
+    void Clear();
     /// One for each severity, in its order.
     void SetMarks(std::array<QIcon, 3> marks);
     std::uint64_t GoneCount() const { return m_gone; }
@@ -62,6 +63,7 @@ public:
     explicit EventPane(QWidget* parent = nullptr);
 
     void Append(operation::EventList::Content content);
+    void Clear();
     EventModel& Model() { return *m_model; }
 
 protected:

@@ -9,13 +9,14 @@
 #include "cli/window/fleet.h"
 #include "cli/window/help_menu.h"
 #include "cli/window/operator_window.h"
+#include "cli/window/picture_file.h"
 #include "cli/window/project_menu.h"
+#include "cli/window/recorder_menu.h"
 #include "cli/window/run_until.h"
 #include "cli/window/screen_room.h"
+#include "cli/window/window_application.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
-#include "reference_host/common/log.h"
-#include "reference_host/window/announcements.h"
 #include "reference_host/window/attribute_browser.h"
 #include "reference_host/window/device_panel.h"
 #include "reference_host/window/record_monitor.h"
@@ -31,16 +32,11 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include <QApplication>
-#include <QBuffer>
-#include <QFile>
-#include <QFontMetrics>
-#include <QPixmap>
 #include <QSocketNotifier>
 #include <QTabBar>
 #include <QTimer>
@@ -63,43 +59,6 @@ constexpr QSize displaySize(1000, 640);
 /// What a task on the host thread may take once the window is closed, and when a second signal asks for haste.
 constexpr std::chrono::milliseconds endLimit = 5s;
 constexpr std::chrono::milliseconds hurriedLimit = 500ms;
-
-/// What the toolkit has to say goes where the host's reports go; its remarks on the platform go nowhere.
-void TakeToolkitMessage(QtMsgType type, QMessageLogContext const&, QString const& text)
-{
-    // What went wrong is said before what it comes to.
-    thread_local std::string reason;
-    if (type == QtWarningMsg) {
-        reason = text.simplified().toStdString();
-    }
-    if (type == QtFatalMsg && !QCoreApplication::startingUp()) {
-        Complain(ExitFailed, fmt::format("the window cannot go on: {}", text.simplified().toStdString()));
-    } else if (type == QtFatalMsg) {
-        // The toolkit would abort: a display that is not there is nothing to leave a core file for.
-        Complain(ExitFailed, fmt::format("no window, the display does not open: {}; `qx5 run --guided` needs none",
-                                         reason.empty() ? text.simplified().toStdString() : reason));
-        std::_Exit(ExitFailed);
-    }
-    if (type == QtCriticalMsg) {
-        vordal::Log(vordal::LogLevel::Error, "window: " + text.toStdString());
-    }
-}
-
-/// False, and why, when the picture could not be written whole.
-bool WritePicture(QPixmap const& picture, QString const& file, std::string& error)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    bool const isMade = buffer.open(QIODevice::WriteOnly) && picture.save(&buffer, "PNG");
-    QFile target(file);
-    // Without a buffer of its own, in which the error of a full disk would be lost.
-    if (isMade && target.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && target.write(bytes) == bytes.size()) {
-        return true;
-    }
-    error = fmt::format("{} cannot be written: {}", file.toStdString(),
-                        isMade ? target.errorString().toStdString() : "there is no picture");
-    return false;
-}
 
 /// Until the device is connected and has told of itself what it has to.
 int AwaitDevice(vordal::StoredDevice const& shown, vordal::MainWindow& window)
@@ -294,6 +253,12 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
     if (int const code = BeginFleet(fleet, options, begun); code != ExitGood) {
         return code;
     }
+    if (!isPicture) {
+        // The file that the options tell is that of the first session: nothing is ever written over it.
+        session.SetRecording({.program = options.facts,
+                              .file = begun.kind == NextSession::Kind::None ? options.record : std::string(),
+                              .blackBoxBytes = options.blackBox});
+    }
     if (!session.BeginWith(fleet.Project(), std::move(begun.project), error)) {
         return Complain(ExitFailed, error);
     }
@@ -317,6 +282,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
         auto& view = whole.View();
         AddHelpMenu(window, {.program = options.facts, .plugIns = [&session] { return session.PlugIns(); }});
         ProjectMenu project(session, window, next);
+        RecorderMenu const recorder(session, window);
         auto const& memory = session.WindowMemory();
         if (!memory.empty() && !isPicture) {
             window.RestoreMemory(
@@ -341,6 +307,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
             MemoryReserve::FillUp();
             remember();
             view.Keep();
+            whole.Displays().Keep();
             session.SaveSoon();
         });
         if (fleet.First() != nullptr) {
@@ -374,6 +341,9 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
     shells.reset();
     bool const isSaved = session.End(error, EndSignals::Count() > 1 ? hurriedLimit : endLimit);
     SayLeftOn(session.LeftOn(session.Simulators().Ids()));
+    for (std::string const& line : session.LackingRecordings()) {
+        code = Complain(ExitFailed, line);
+    }
     return isSaved ? code : Complain(ExitFailed, error);
 }
 
@@ -387,27 +357,9 @@ bool HasDisplay()
 
 int RunWindow(RunOptions const& options)
 {
-    bool const isPicture = !options.screenshot.empty();
-    if (isPicture) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        qputenv("QT_SCALE_FACTOR", QByteArray::number(options.scale / 100.0));
-    }
-    int argc = 1;
-    char name[] = "qx5";
-    char* argv[] = {name, nullptr};
-    qInstallMessageHandler(TakeToolkitMessage);
-    QApplication application(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("qx5"));
-    if (isPicture) {
-        QApplication::setCursorFlashTime(0); // the same picture each time
-    }
-    vordal::LimitedAnnouncements const announcements;
-    if (!QFontMetrics(QApplication::font()).inFont(u'A')) {
-        constexpr char const* remedy = "there is no font on this system; install one, such as fonts-dejavu-core";
-        if (isPicture) {
-            return Complain(ExitFailed, std::string("no picture: ") + remedy);
-        }
-        vordal::Log(vordal::LogLevel::Warning, std::string("window: its texts are empty boxes, ") + remedy);
+    WindowApplication const application(!options.screenshot.empty(), options.scale);
+    if (!application.CanBegin()) {
+        return ExitFailed;
     }
 
     std::optional<EndSignals> signals;

@@ -186,6 +186,7 @@ bool WindowSession::Install(vordal::StoredDevice device, vordal::VesselSetup con
         isAdded = m_host.Project()->Add(added.devices.front(), added.ports.front(), added.computations);
         if (isAdded) {
             NoteTurns(id);
+            m_recorder.BeginDevice(id);
         }
     };
     if (!OnHost(m_host, add, error) || !isAdded) {
@@ -278,7 +279,12 @@ void WindowSession::Rename(CDataId const& sonar, CString const& name)
     std::string ignored;
     // The window thread, which asks for the name, waits here.
     OnHost(
-        m_host, [&] { m_host.Project()->Rename(sonar, name); }, ignored);
+        m_host,
+        [&] {
+            m_host.Project()->Rename(sonar, name);
+            m_recorder.BeginDevice(sonar);
+        },
+        ignored);
     device.name = name;
     m_desk.SetName(sonar, Utf8(name));
     if (auto* const port = m_host.Project()->FindPort(device.portName)) {

@@ -59,22 +59,26 @@ CAttributeMap SteeringAttributes()
     return attributes;
 }
 
-/// Shows the frames of a link to the record monitor and to the switches of its sonar.
+/// Shows the frames of a link to the recorder, to the record monitor and to the switches of its sonar.
 class PortWatch final : public vordal::LinkObserver
 {
 public:
-    PortWatch(std::shared_ptr<vordal::LinkObserver> records, std::shared_ptr<SwitchedOn> switches)
-        : m_records(std::move(records)), m_switches(std::move(switches))
+    PortWatch(WindowRecorder& recorder, CDataId const& device, std::shared_ptr<vordal::LinkObserver> records,
+              std::shared_ptr<SwitchedOn> switches)
+        : m_recorder(recorder), m_device(device), m_records(std::move(records)), m_switches(std::move(switches))
     {
     }
 
     void OnTrace(vordal::LinkTrace const& trace) override
     {
+        m_recorder.Frame(m_device, trace.outgoing, trace.frame);
         m_records->OnTrace(trace);
         m_switches->Take(trace.outgoing, trace.frame, trace.time);
     }
 
 private:
+    WindowRecorder& m_recorder;
+    CDataId const m_device;
     std::shared_ptr<vordal::LinkObserver> const m_records;
     std::shared_ptr<SwitchedOn> const m_switches;
 };
@@ -172,7 +176,9 @@ vordal::VesselSetup MakeVessel(unsigned short number, CString const& name, bool 
             .configuration = {{steering::PipeDetectionSection, {{steering::EnablePipeDetectionItem, enabled}}}}};
 }
 
-WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode) : m_feed(std::move(feed))
+WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode,
+                             operation::FollowerOptions following)
+    : m_feed(std::move(feed)), m_desk(std::move(following))
 {
     m_host.SetApplication({.guid = L"qx5", .mainWindow = true, .lightMode = lightMode, .displays = {}});
     m_host.SetObserver(this);
@@ -258,6 +264,9 @@ bool WindowSession::BeginWith(vordal::StoredProject fleet, std::unique_ptr<HeldP
         TakeProject(*project);
         m_held = std::move(project);
     }
+    if (!m_recorder.Begin(m_recording, m_file, error)) {
+        return false;
+    }
     CompleteFleet();
     m_desk.Lock().SetLocked(m_project.transmitLocked);
     for (vordal::StoredDevice const& device : m_fleet.devices) {
@@ -279,6 +288,7 @@ bool WindowSession::BeginWith(vordal::StoredProject fleet, std::unique_ptr<HeldP
         m_host.RunAndWait([this] {
             for (vordal::StoredDevice const& device : m_fleet.devices) {
                 NoteTurns(device.dataId);
+                m_recorder.BeginDevice(device.dataId);
             }
         });
         m_host.Start();
@@ -360,6 +370,7 @@ void WindowSession::Watch(vordal::LivePort& port, vordal::StoredDevice const& de
         switches = std::make_shared<SwitchedOn>();
     }
     port.GetLink().SetObserver(std::make_shared<PortWatch>(
+        m_recorder, device.dataId,
         vordal::RecordQueue::ObserverOf(m_feed->Records(), protocol::EncodeUtf8(device.name.View())), switches));
 }
 
@@ -370,9 +381,10 @@ void WindowSession::WatchPort(vordal::StoredDevice const& device)
         return;
     }
     Watch(*port, device);
-    port->SetStatusListener([feed = m_feed, desk = &m_desk, id = device.dataId](vordal::LinkStatus const& status) {
+    port->SetStatusListener([this, feed = m_feed, id = device.dataId](vordal::LinkStatus const& status) {
+        m_recorder.Connection(id, status);
         feed->PutStatus(id, status);
-        desk->OnLinkStatus(id, status);
+        m_desk.OnLinkStatus(id, status);
     });
 }
 
@@ -482,6 +494,7 @@ void WindowSession::SaveAs(std::filesystem::path const& file, ProjectKeeper::Sav
                 m_file = file;
             }
             m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
+            m_recorder.UseProject(file);
         }
         saved(problem);
     };
@@ -511,9 +524,9 @@ void WindowSession::Tick()
     }
 }
 
-void WindowSession::Tell(std::string line)
+void WindowSession::Tell(operation::Severity severity, std::string line)
 {
-    m_desk.Events().PutState({}, operation::EventKind::Note, operation::Severity::Warning, std::move(line));
+    m_desk.Events().PutState({}, operation::EventKind::Note, severity, std::move(line));
 }
 
 operation::EventList::Content WindowSession::TakeEvents()
@@ -570,6 +583,7 @@ bool WindowSession::End(std::string& error, std::chrono::milliseconds limit)
         LeaveWithoutHostThread();
     }
     EndKeeper();
+    m_lackingRecordings = m_recorder.End();
     bool const isSaved = SaveProject(error);
     m_held.reset();
     return isSaved;
@@ -588,6 +602,9 @@ void WindowSession::LeaveWithoutHostThread()
     Complain(ExitFailed, "a task on the host thread does not end; the process leaves without it, the project keeps the "
                          "sonars' settings as they were saved last");
     EndKeeper();
+    for (std::string const& line : m_recorder.End()) {
+        Complain(ExitFailed, line);
+    }
     try {
         if (m_held != nullptr && m_begun) {
             for (auto const& [name, stored] : m_views) {

@@ -6,6 +6,7 @@
 #include "cli/window/project_keeper.h"
 #include "cli/window/simulated_sonars.h"
 #include "cli/window/sonar_entry.h"
+#include "cli/window/window_recorder.h"
 #include "operation/operator_desk.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/platform/wake_handle.h"
@@ -22,6 +23,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qx5::cli {
@@ -48,7 +50,9 @@ vordal::VesselSetup MakeVessel(unsigned short number, CString const& name, bool 
 class WindowSession final : private vordal::HostObserver
 {
 public:
-    explicit WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode);
+    /// `following`: by which clock requests and sonars are followed.
+    explicit WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode,
+                           operation::FollowerOptions following = {});
     WindowSession(WindowSession const&) = delete;
     WindowSession& operator=(WindowSession const&) = delete;
     /// Ends it, if that was not done.
@@ -66,6 +70,8 @@ public:
     /// Whether devices of that class speak the record protocol.
     bool MakesSonars(CString const& deviceClass);
 
+    /// What is recorded from the beginning; before Begin.
+    void SetRecording(RecordingSetup setup) { m_recording = std::move(setup); }
     /// Opens `fleet`, the vessels and devices of this session, with what the file (no name: none is kept) holds of
     /// them, and begins to connect. False, and one line in `error`, when something of it cannot be had.
     bool Begin(vordal::StoredProject fleet, std::string const& file, std::string& error);
@@ -96,7 +102,8 @@ public:
     /// What an operator must hear of. The lines of the host's messages are among it.
     operation::EventList::Content TakeEvents();
     /// A line for the operator. Any thread.
-    void Tell(std::string line);
+    void Tell(std::string line) { Tell(operation::Severity::Warning, std::move(line)); }
+    void Tell(operation::Severity severity, std::string line);
     /// Undoes the newest step that can be, and asks again for the next one that was undone; what cannot be is an event.
     /// Return at once.
     void Undo();
@@ -108,6 +115,10 @@ public:
     /// Whether the sonar is one of this program's own: such a one is listed as simulated, and the transmit lock does
     /// not concern it.
     void SetSimulated(CDataId const& sonar, bool isSimulated = true);
+    /// What is recorded of this session; until its end.
+    WindowRecorder& Recorder() { return m_recorder; }
+    /// What recordings lack, a line each; after End.
+    std::vector<std::string> const& LackingRecordings() const { return m_lackingRecordings; }
     /// The simulated sonars that go with the session.
     SimulatedSonars& Simulators() { return m_simulators; }
     /// Whether what can do harm at a real sonar is refused; the project keeps it.
@@ -224,6 +235,11 @@ private:
     vordal::platform::WakeHandle m_eventsWait;
     operation::OperatorDesk m_desk;
     std::atomic<bool> m_ticks{false}; ///< a Tick is on its way to the host thread
+    RecordingSetup m_recording;
+    WindowRecorder m_recorder{m_host, m_desk.Tap(), [this](operation::Severity severity, std::string line) {
+                                  Tell(severity, std::move(line));
+                              }};
+    std::vector<std::string> m_lackingRecordings;
 
     vordal::LiveHost m_host;
     std::unique_ptr<ProjectKeeper> m_keeper; ///< once it has begun; tasks of the host thread use it

@@ -34,11 +34,14 @@ public:
     /// its queue. The payload is valid during the call, and empty of a raw frame.
     virtual void OnSend(SendMark const& mark, std::span<unsigned char const> payload, bool taken) = 0;
     /// As HostObserver::OnEcho.
-    virtual void OnEcho(BaseDevice& device, CAttributeMap const& tree) = 0;
+    virtual void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) = 0;
     /// As HostObserver::OnRequestDropped.
     virtual void OnDropped(BaseDevice& device, AttributeKey const& asked, AttributeKey const& missing) = 0;
     /// What the sonar has told of its attributes, before it is merged into the device's tree.
     virtual void OnTold(BaseDevice& device, CAttributeMap const& tree) = 0;
+    /// What somebody else than the device puts into its tree (DataManager::SetAttributeMap, requests aside), before it
+    /// is merged.
+    virtual void OnWritten(BaseDevice&, CAttributeMap const&) {}
     /// The device's tree was written to, by whomever; before its subscribers are told. On any thread.
     virtual void OnChanged(CDataId const&) {}
 };

@@ -5,6 +5,7 @@
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/common/log.h"
+#include "reference_host/common/request_observer.h"
 #include "reference_host/core/host_state.h"
 #include "reference_host/streams/stream_buffer.h"
 
@@ -81,6 +82,9 @@ bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap 
         if (map.Count() > requests) {
             CAttributeMap rest(map);
             while (rest.Remove(vordal::keys::Request, 0)) {
+            }
+            if (auto* const observer = vordal::CurrentRequestObserver()) {
+                observer->OnWritten(*device, rest);
             }
             vordal::MergeAndNotify(device->Internals(), id, rest);
         }

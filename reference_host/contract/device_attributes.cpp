@@ -75,7 +75,7 @@ void TellEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags)
         observer->OnEcho(device, tree, flags);
     }
     if (auto* const observer = vordal::CurrentRequestObserver()) {
-        observer->OnEcho(device, tree);
+        observer->OnEcho(device, tree, flags);
     }
 }
 

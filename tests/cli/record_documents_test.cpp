@@ -51,9 +51,9 @@ TEST_F(RecordDocuments, TheDissectorHoldsEveryRecordAndField)
         }
     }
     EXPECT_THAT(text, HasSubstr(R"({ carrier = "command", id = 1003, name = "range", size = 4, tail = "none")"));
-    EXPECT_THAT(text, HasSubstr(R"({ at = 0, width = 4, wire = "f32", name = "x5Range", unit = "m" })"));
-    EXPECT_THAT(text, HasSubstr(R"({ at = 4, width = 4, wire = "f32", name = "x5BeamSteer[1]", unit = "rad", )"
-                                R"(factor = 180 / math.pi, keyUnit = "deg" })"));
+    EXPECT_THAT(text, HasSubstr(R"({ at = 0, width = 4, wire = "f32", name = "x5Range", field = "range", unit = "m" })"));
+    EXPECT_THAT(text, HasSubstr(R"({ at = 4, width = 4, wire = "f32", name = "x5BeamSteer[1]", field = "beam_steer", )"
+                                R"(unit = "rad", convert = "radians", keyUnit = "deg" })"));
 }
 
 TEST_F(RecordDocuments, TheTablesHoldEveryRecordAndKey)
@@ -108,11 +108,12 @@ TEST_F(RecordDocuments, TheDissectorTakesCapturedTrafficApart)
     auto const shown = RunToEnd(
         {shark, "-r", capture, "-X", "lua_script:" + Write("x5.lua", cli::WiresharkDissector()), "-V", "-O", "x5"});
     EXPECT_EQ(shown.code, 0) << shown.err;
-    EXPECT_THAT(shown.out, HasSubstr("x5 record, 1003 range\n    Size: 96\n"
-                                     "    Time, UTC: 2023, day 318, 22:13:20.000\n    Record: 7500\n    Device: 0\n"
-                                     "    Enumerator: 65535\n    Command: 1003\n    Ticket: 1003\n"));
+    EXPECT_THAT(shown.out, HasSubstr("x5 record, 1003 range\n    Protocol version: 5\n    Size: 96 bytes\n"
+                                     "    Time: Nov 14, 2023 22:13:20.000000000 UTC\n    Record version: 1\n"
+                                     "    Record: 7500\n    Device: 0\n    Enumerator: 65535\n    Command: 1003\n"
+                                     "    Ticket: 1003\n"));
     EXPECT_THAT(shown.out, HasSubstr("    x5Range = 50 m\n"));
-    EXPECT_THAT(shown.out, HasSubstr("x5 record, 1021 beam steering\n    Size: 100\n"));
+    EXPECT_THAT(shown.out, HasSubstr("x5 record, 1021 beam steering\n    Protocol version: 5\n    Size: 100 bytes\n"));
     EXPECT_THAT(shown.out, HasSubstr("    x5BeamSteer[0] = 10 deg  (wire 0.17453292 rad)\n"
                                      "    x5BeamSteer[1] = -10 deg  (wire -0.17453292 rad)\n"));
     EXPECT_THAT(shown.err, Not(HasSubstr("Lua Error")));
@@ -145,11 +146,12 @@ TEST_F(RecordDocuments, TheDissectorTellsArraysByTheirSizes)
     auto const shown = RunToEnd(
         {shark, "-r", capture, "-X", "lua_script:" + Write("x5.lua", cli::WiresharkDissector()), "-V", "-O", "x5"});
     EXPECT_EQ(shown.code, 0) << shown.err;
-    EXPECT_THAT(shown.out, HasSubstr("x5 record, 90022 water column\n    Size: 242\n"));
+    EXPECT_THAT(shown.out, HasSubstr("x5 record, 90022 water column\n    Protocol version: 5\n    Size: 242 bytes\n"));
     EXPECT_THAT(shown.out, HasSubstr("    sound velocity = 1500 m/s\n"));
     EXPECT_THAT(shown.out, HasSubstr("    beams = 2\n    samples = 5\n    interval = 0.125 s\n"));
-    EXPECT_THAT(shown.out, HasSubstr("    beam angle = [-20, 20] deg\n    gain = [1, 1, 1, 1, 1] dB\n"
-                                     "    noise = [2, 2, 2, 2, 2] dB\n    level = 2 x 5 numbers\n"));
+    EXPECT_THAT(shown.out, HasSubstr("    beam angle = [-20, 20] deg\n        beam angle[0] = -20 deg\n"
+                                     "        beam angle[1] = 20 deg\n    gain = [1, 1, 1, 1, 1] dB\n"));
+    EXPECT_THAT(shown.out, HasSubstr("        noise[4] = 2 dB\n    level = 2 x 5 numbers from 1 to 10\n"));
     EXPECT_THAT(shown.err, Not(HasSubstr("Lua Error")));
 }
 

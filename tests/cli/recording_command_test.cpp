@@ -79,9 +79,8 @@ TEST_F(RecordingCommand, ASessionIsRecordedFromItsBeginningToItsEnd)
     auto const lines = LinesOf(Recording("list").out);
     ASSERT_GT(lines.size(), 10U);
     EXPECT_THAT(lines[0], HasSubstr("  settings  sonar"));
-    EXPECT_THAT(Recording("list", {"connection"}).out,
-                AllOf(HasSubstr("  connection  sonar  connecting: 127.0.0.1:"),
-                      HasSubstr("  connection  sonar  connected: 127.0.0.1:")));
+    EXPECT_THAT(Recording("list", {"connection"}).out, AllOf(HasSubstr("  connection  sonar  connecting: 127.0.0.1:"),
+                                                             HasSubstr("  connection  sonar  connected: 127.0.0.1:")));
     // In the order in which it happened.
     auto const asked = Recording("list", {"x5BeamSteer"}).out;
     std::size_t at = 0;
@@ -187,7 +186,7 @@ TEST_F(RecordingCommand, OtherProgramsReadWhatIsExported)
     for (Lines const& again : {Lines{"--pcapng", out}, Lines{"--csv", table}, Lines{"--json", lines}}) {
         ExpectComplaint(Recording("export", again), 1, {"nothing is written over a file that is there"});
     }
-    ExpectComplaint(Recording("export"), 2, {"one of --pcapng, --csv and --json is required"});
+    ExpectComplaint(Recording("export"), 2, {"one of --pcapng, --csv, --json and --scenario is required"});
     ExpectComplaint(Recording("export", {"--key", "x5Range", "--json"}), 2, {"--key", "--csv"});
     ExpectComplaint(Recording("export", {"--pcapng", out, "--csv", out}), 2, {"--csv", "--pcapng"});
 }

@@ -37,7 +37,7 @@ std::string const power = protocol::EncodeUtf8(keys::x5Power.text);
 std::string const beamSteer = protocol::EncodeUtf8(keys::x5BeamSteer.text);
 std::string const pings = protocol::EncodeUtf8(keys::x5PingOnOffState.text);
 
-std::vector<Json> Lines(std::string const& text)
+std::vector<Json> JsonLinesOf(std::string const& text)
 {
     std::vector<Json> lines;
     std::size_t at = 0;
@@ -134,7 +134,7 @@ TEST_F(ShellCommand, GetsValuesOfASonarWithUnitsAndAsJson)
 
     auto const json = Ask({"get", "--json", "--sonar", sonar.Endpoint(), range});
     EXPECT_EQ(json.code, 0) << json.err;
-    auto const lines = Lines(json.out);
+    auto const lines = JsonLinesOf(json.out);
     ASSERT_EQ(lines.size(), 1U) << json.out;
     EXPECT_EQ(lines[0]["key"], range);
     EXPECT_EQ(lines[0]["value"], 75);
@@ -150,7 +150,7 @@ TEST_F(ShellCommand, GetsAllThereIs)
     auto const all = Ask({"get", "--json", "--sonar", sonar.Endpoint()});
     EXPECT_EQ(all.code, 0) << all.err;
     std::size_t heads = 0;
-    for (Json const& line : Lines(all.out)) {
+    for (Json const& line : JsonLinesOf(all.out)) {
         heads += line["key"].get<std::string>().find('/') != std::string::npos ? 1U : 0U;
     }
     EXPECT_GT(heads, 0U);
@@ -232,7 +232,7 @@ TEST_F(ShellCommand, AsksTheProgramThatRuns)
     EXPECT_EQ(got.out, range + " = 50 m\n" + beamSteer + " = 10, -10 deg\n");
     auto const same = Ask({"get", "--run", session->Id(), "--device", "sonar", "--json", range});
     EXPECT_EQ(same.code, 0) << same.err;
-    EXPECT_EQ(Lines(same.out).at(0)["sonar"], "sonar");
+    EXPECT_EQ(JsonLinesOf(same.out).at(0)["sonar"], "sonar");
     EXPECT_EQ(Ask({"get", "--device", "1.78.1.1", range}).out, range + " = 50 m\n");
     ExpectComplaint(Ask({"get", "x5Rnage"}), 1, {"did you mean " + range});
 
@@ -256,7 +256,7 @@ TEST_F(ShellCommand, AsksTheWindowForOneOfItsSonars)
                     {"there are several sonars, tell one with --device: \"Hull sonar\" (1.78.1.1), \"ROV sonar\""});
     auto const told = Ask({"watch", "--device", "ROV sonar", "--count", "1", "--timeout", "60000", "--json", range});
     EXPECT_EQ(told.code, 0) << told.err;
-    EXPECT_EQ(Lines(told.out).at(0)["sonar"], "ROV sonar");
+    EXPECT_EQ(JsonLinesOf(told.out).at(0)["sonar"], "ROV sonar");
     auto const sent = Ask({"send", "--run", "--device", "ROV sonar", range + "=77"});
     EXPECT_EQ(sent.code, 0) << sent.err;
     EXPECT_EQ(Ask({"get", "--device", "ROV sonar", range}).out, range + " = 77 m\n");
@@ -322,7 +322,7 @@ TEST_F(ShellCommand, WhatAShellAsksForIsLockedAndLoggedAsAllElse)
     session->Write("quit\n");
     EXPECT_EQ(session->WaitForEnd(), 0) << session->Errors();
     auto const log = Ask({"log", "--json", project});
-    auto const rows = Lines(log.out);
+    auto const rows = JsonLinesOf(log.out);
     ASSERT_EQ(rows.size(), 1U) << log.out;
     EXPECT_EQ(rows[0]["who"], "shell");
     EXPECT_EQ(rows[0]["key"], range);

@@ -1,7 +1,9 @@
 // The flight recorder: what it writes of what, when, and what it does when there is no room.
 #include "recording/flight_recorder.h"
 #include "recording/mcap_reader.h"
+#include "recording/recorded_session.h"
 #include "recording/recording_error.h"
+#include "recording/table_export.h"
 
 #include "tests/support/temporary_folder.h"
 
@@ -10,8 +12,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <limits>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -88,16 +93,17 @@ TEST_F(Flight, EachKindIsAMessageOfItsTopic)
         action.asked = Range(50.0);
         recorder.OnActionBegins(action);
         recorder.Frame(bow, true, BytesOf("out"));
-        recorder.OnEcho(bow, Range(50.0));
+        recorder.OnEcho(bow, Range(50.0), 3);
         recorder.Frame(bow, false, BytesOf("in"));
         recorder.OnSonarTells(bow, Range(49.5));
         action.result = operation::Result::Differs;
         action.got = Range(49.5);
         action.reason = "x5Range: asked 50 m, the sonar has 49.5 m";
         recorder.OnActionStands(action);
+        recorder.OnWritten(bow, Range(70.0));
         recorder.Mark("a \"wreck\"");
         EXPECT_EQ(recorder.Finish(), "");
-        EXPECT_EQ(recorder.Counts().messages, 9U);
+        EXPECT_EQ(recorder.Counts().messages, 10U);
         EXPECT_EQ(recorder.Counts().bytes, std::filesystem::file_size(file));
     }
     EXPECT_THAT(
@@ -108,12 +114,14 @@ TEST_F(Flight, EachKindIsAMessageOfItsTopic)
             "/sonar/1.78.1.1/requests 1000003 1000000 "
             "{\"number\":7,\"who\":\"terminal\",\"request\":[[\"x5Range\",\"double\",50.0]]}",
             "/sonar/1.78.1.1/sent 1000004 1000000 out",
-            "/sonar/1.78.1.1/attributes 1000005 1000000 {\"from\":\"echo\",\"tree\":[[\"x5Range\",\"double\",50.0]]}",
+            "/sonar/1.78.1.1/attributes 1000005 1000000 "
+            "{\"from\":\"echo\",\"tree\":[[\"x5Range\",\"double\",50.0]],\"flags\":3}",
             "/sonar/1.78.1.1/received 1000006 1000000 in",
             "/sonar/1.78.1.1/attributes 1000007 1000000 {\"from\":\"sonar\",\"tree\":[[\"x5Range\",\"double\",49.5]]}",
             "/sonar/1.78.1.1/results 1000008 1000000 {\"number\":7,\"result\":\"differs\","
             "\"got\":[[\"x5Range\",\"double\",49.5]],\"reason\":\"x5Range: asked 50 m, the sonar has 49.5 m\"}",
-            "/marks 1000009 1000000 {\"text\":\"a \\\"wreck\\\"\"}"));
+            "/sonar/1.78.1.1/written 1000009 1000000 {\"tree\":[[\"x5Range\",\"double\",70.0]]}",
+            "/marks 1000010 1000000 {\"text\":\"a \\\"wreck\\\"\"}"));
     McapReader const reader(file);
     EXPECT_TRUE(reader.IsComplete());
     ASSERT_EQ(reader.Metadata().size(), 1U);
@@ -185,6 +193,81 @@ TEST_F(Flight, FromManyThreadsNothingIsLostAndTimesDoNotGoBack)
     EXPECT_EQ(counts.size(), 9U);
     EXPECT_EQ(counts["/sonar/1.78.3.1/sent"], each / 2);
     EXPECT_EQ(counts["/sonar/1.78.1.1/attributes"], threads * each);
+}
+
+TEST_F(Flight, LongFramesOfManyThreadsStayWhole)
+{
+    auto options = Options();
+    options.period = std::chrono::milliseconds(1);
+    constexpr int threads = 4;
+    constexpr int each = 300;
+    {
+        FlightRecorder recorder(file, options);
+        std::vector<std::thread> writers;
+        for (int i = 0; i < threads; ++i) {
+            writers.emplace_back([&, i] {
+                for (int k = 0; k < each; ++k) {
+                    // Each of its own letter and length, up to 30 KB.
+                    std::string const frame(static_cast<std::size_t>(1 + k * 100), static_cast<char>('a' + i));
+                    recorder.Frame(CDataId(1, 78, static_cast<unsigned short>(i + 1), 1), true, BytesOf(frame));
+                }
+            });
+        }
+        for (auto& writer : writers) {
+            writer.join();
+        }
+        EXPECT_EQ(recorder.Finish(), "");
+        EXPECT_EQ(recorder.Counts().lost, 0U);
+    }
+    std::map<std::string, std::size_t> counts;
+    McapReader(file).ForEach([&](McapChannel const& channel, McapMessage const& message) {
+        auto& count = counts[channel.topic];
+        auto const letter = static_cast<unsigned char>('a' + channel.topic[std::string("/sonar/1.78.").size()] - '1');
+        EXPECT_EQ(message.data.size(), 1 + count * 100);
+        EXPECT_TRUE(
+            std::all_of(message.data.begin(), message.data.end(), [&](unsigned char byte) { return byte == letter; }));
+        ++count;
+        return true;
+    });
+    EXPECT_EQ(counts.size(), 4U);
+    EXPECT_EQ(counts["/sonar/1.78.4.1/sent"], std::size_t{each});
+}
+
+TEST_F(Flight, WhatStandsIsWrittenAnewSoThatNoMomentNeedsAllThatWasBefore)
+{
+    constexpr int frames = 3'000;
+    {
+        FlightRecorder recorder(file, Options());
+        recorder.Begin(bow, "Bow", Range(100.0));
+        recorder.Connection(bow, {vordal::LinkState::Connected, "", {}});
+        recorder.OnSonarTells(bow, Range(49.5));
+        std::string const frame(10'000, 'x');
+        for (int i = 0; i < frames; ++i) {
+            recorder.Frame(bow, false, BytesOf(frame));
+        }
+    }
+    // 30 MB: a part each 8 MiB.
+    Lines settings;
+    for (auto const& line : MessagesIn(file)) {
+        if (line.starts_with("/sonar/1.78.1.1/settings ") || line.starts_with("/sonar/1.78.1.1/connection ")) {
+            settings.push_back(line.substr(line.find('{')));
+        }
+    }
+    std::string const first = R"({"name":"Bow","tree":[["x5Range","double",100.0]]})";
+    std::string const stands = R"({"name":"Bow","tree":[["x5Range","double",49.5]],"again":true})";
+    std::string const connected = R"({"state":"connected","reason":""})";
+    EXPECT_THAT(settings, ElementsAre(first, connected, stands, connected, stands, connected, stands, connected));
+
+    // What is told once more is no change.
+    recording::RecordedSession session(file);
+    recording::ExportCsv(session, folder / "flight.csv", {}, {});
+    std::ifstream csv(folder / "flight.csv");
+    Lines rows;
+    for (std::string row; std::getline(csv, row);) {
+        rows.push_back(row.substr(row.find(',') + 1));
+    }
+    EXPECT_THAT(rows, ElementsAre("sonar,from,key,value\r", "1.78.1.1,settings,x5Range,100\r",
+                                  "1.78.1.1,sonar,x5Range,49.5\r"));
 }
 
 TEST_F(Flight, WhatWasWrittenIsReadWhileItGoesOn)

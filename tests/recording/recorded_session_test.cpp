@@ -8,6 +8,8 @@
 #include "recording/recording_tools.h"
 #include "recording/session_writer.h"
 
+#include "json/json_path.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -373,6 +375,53 @@ TEST_F(Recorded, WordsAreFoundWhateverTheirCaseInAnyAlphabet)
     EXPECT_EQ(LinesOf(out, {}, "\u00e4RGER \u0440\u0438\u0444").size(), 1U);
     EXPECT_EQ(LinesOf(out, {}, "-\u00e4rger").size(), 0U);
     EXPECT_EQ(LinesOf(out, {}, "arger").size(), 0U);
+}
+
+TEST(RecordedContents, WhatEarlierVersionsDoNotTellIsNotThere)
+{
+    using recording::ReadContent;
+    auto const attributes = [](std::string_view text) {
+        return std::get<recording::RecordedAttributes>(ReadContent(kinds::Attributes, text)).flags;
+    };
+    EXPECT_EQ(attributes(R"({"from":"echo","tree":[]})"), std::nullopt);
+    EXPECT_EQ(attributes(R"({"from":"echo","tree":[],"flags":4294967295})"), 4294967295U);
+    EXPECT_THROW(attributes(R"({"from":"echo","tree":[],"flags":-1})"), InvalidDocument);
+
+    auto const settings = [](std::string_view text) {
+        return std::get<recording::RecordedSettings>(ReadContent(kinds::Settings, text)).host;
+    };
+    EXPECT_EQ(settings(R"({"name":"Bow","tree":[]})"), std::nullopt);
+    std::string const told =
+        R"({"name":"Bow","tree":[],"host":{"guid":"{1}","port":"port-1","mainWindow":true,"operator":false}})";
+    auto const host = settings(told);
+    ASSERT_TRUE(host);
+    EXPECT_EQ(host->guid, "{1}");
+    EXPECT_EQ(host->port, "port-1");
+    EXPECT_TRUE(host->hasMainWindow);
+    EXPECT_FALSE(host->isOperator);
+    EXPECT_EQ(WriteJson(recording::WriteContent(ReadContent(kinds::Settings, told))), told);
+    EXPECT_THROW(settings(R"({"name":"Bow","tree":[],"host":{"guid":"{1}"}})"), InvalidDocument);
+}
+
+TEST_F(Recorded, WhatTheHostWroteIsInTheSettingsFromThereOn)
+{
+    {
+        stage.At(0);
+        FlightRecorder recorder(out, stage.Options());
+        recorder.Begin(stage.bow, "Bow", Value(L"x5Range", 100.0));
+        stage.At(1000);
+        recorder.OnWritten(stage.bow, Value(L"x5Range", 30.0));
+        recorder.Finish();
+    }
+    RecordedSession session(out);
+    auto const range = [&](std::uint64_t time) {
+        double value = 0.0;
+        session.SettingsBefore(time).at("1.78.1.1").tree.FindValue(AttributeKey(L"x5Range")).Get(value);
+        return value;
+    };
+    EXPECT_EQ(range(stageStart + 1'000'000'000), 100.0);
+    EXPECT_EQ(range(stageStart + 1'000'000'001), 30.0);
+    EXPECT_THAT(LinesOf(out, {}, "written"), ElementsAre("13:21.000000000Z  written  Bow  x5Range = 30 m"));
 }
 
 TEST_F(Recorded, ANameThatIsNoTextSpoilsNoDocument)

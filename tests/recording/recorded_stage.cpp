@@ -5,7 +5,7 @@
 
 namespace qx5::test {
 
-std::vector<unsigned char> RangeFrame()
+std::vector<unsigned char> RecordedRangeFrame()
 {
     return protocol::test::Bytes("05 00 3c 00 ff ff 00 00 60 00 00 00 00 00 00 00 00 00 00 00 e7 07 3e 01 00 00 a0 41"
                                  "16 0d 01 00 4c 1d 00 00 00 00 00 00 00 00 ff ff 00 00 00 00 00 00 00 00 00 00 00 00"
@@ -60,10 +60,10 @@ std::filesystem::path RecordedStage::RecordTwoSonars()
     action.sonar = bow;
     action.asked = Value(L"x5Range", 50.0);
     recorder.OnActionBegins(action);
-    recorder.Frame(bow, true, RangeFrame());
-    recorder.OnEcho(bow, Value(L"x5Range", 50.0));
+    recorder.Frame(bow, true, RecordedRangeFrame());
+    recorder.OnEcho(bow, Value(L"x5Range", 50.0), 0);
     At(2000);
-    recorder.Frame(bow, false, RangeFrame());
+    recorder.Frame(bow, false, RecordedRangeFrame());
     recorder.OnSonarTells(bow, Value(L"x5Range", 49.5));
     action.result = operation::Result::Differs;
     action.got = Value(L"x5Range", 49.5);
@@ -76,7 +76,7 @@ std::filesystem::path RecordedStage::RecordTwoSonars()
     At(5000);
     recorder.Connection(bow, {LinkState::Lost, "reset", std::chrono::milliseconds(0)});
     recorder.Connection(bow, {LinkState::Connected, "", std::chrono::milliseconds(0)});
-    recorder.Frame(bow, true, RangeFrame());
+    recorder.Frame(bow, true, RecordedRangeFrame());
     recorder.Finish();
     return file;
 }

@@ -21,7 +21,7 @@ namespace qx5::test {
 inline constexpr std::uint64_t stageStart = 1'700'000'000'000'000'000;
 
 /// A frame of 96 bytes that asks for a range of 50 m.
-std::vector<unsigned char> RangeFrame();
+std::vector<unsigned char> RecordedRangeFrame();
 /// A frame of 68 bytes and so many zero bytes of data, of a record that nobody knows.
 std::vector<unsigned char> LongFrame(std::size_t dataSize);
 

@@ -49,7 +49,7 @@ std::string FirstKey(CAttributeMap const& tree)
 }
 
 /// Writes down what it is told, one line each.
-class Follower final : public vordal::RequestObserver, public vordal::HostObserver
+class Follower final : public vordal::RequestObserver
 {
 public:
     std::string told;
@@ -76,8 +76,10 @@ public:
         told += "sent " + std::to_string(mark.record) + ", " + std::to_string(payload.size()) + " bytes" +
                 (taken ? "\n" : ", not taken\n");
     }
-    using vordal::HostObserver::OnEcho;
-    void OnEcho(BaseDevice&, CAttributeMap const& tree) override { told += "echo " + FirstKey(tree) + "\n"; }
+    void OnEcho(BaseDevice&, CAttributeMap const& tree, unsigned flags) override
+    {
+        told += "echo " + FirstKey(tree) + ", flags " + std::to_string(flags) + "\n";
+    }
     void OnDropped(BaseDevice&, AttributeKey const& asked, AttributeKey const& missing) override
     {
         told += "dropped " + tvcore::ToUtf8(asked.ToString()) + " for " + tvcore::ToUtf8(missing.ToString()) + "\n";
@@ -87,6 +89,12 @@ public:
         CAttributeMap stored;
         device.GetAttributeMap(stored);
         told += "told " + FirstKey(tree) + (stored.Has(L"y") ? ", y there\n" : "\n");
+    }
+    void OnWritten(BaseDevice& device, CAttributeMap const& tree) override
+    {
+        CAttributeMap stored;
+        device.GetAttributeMap(stored);
+        told += "written " + FirstKey(tree) + (stored.Has(L"v") ? ", v there\n" : "\n");
     }
     void OnChanged(CDataId const& sonar) override
     {
@@ -138,18 +146,25 @@ TEST_F(FollowedRequests, AreToldFromTheAskingToTheEnd)
         device->SendRemoteControlRecord(1003, payload, 4, 0, -1);
         device->SendMessageW(std::string("abc"), false);
         device->ReportDroppedRequest(L"z", L"y");
-        device->SetAttributeMap(One(L"x", 50.0), 0);
+        device->SetAttributeMap(One(L"x", 50.0), 15);
     };
     Ask(L"x");
     EXPECT_EQ(follower.told, "asked x by program, x was 7\n"
                              "sent 1003, 4 bytes, not taken\n"
                              "sent 0, 0 bytes, not taken\n"
                              "dropped z for y\n"
-                             "echo x\n"
+                             "echo x, flags 15\n"
                              "done\n");
     follower.told.clear();
     host.MergeDecoded(*device, One(L"y", 1.0));
     EXPECT_EQ(follower.told, "told y\n") << "before it is merged";
+    follower.told.clear();
+    // Of a tree with a request beside other things the request comes first, and is no part of what is written.
+    CAttributeMap both = One(L"v", 1.0);
+    *both.Add(L"Request") = One(L"x", 50.0);
+    device->onRequest = {};
+    manager.SetAttributeMap(Sonar, both, 4, false);
+    EXPECT_EQ(follower.told, "asked x by program, x was 50\ndone\nwritten v\n") << "before it is merged";
     follower.told.clear();
     host.SetRequestObserver(nullptr);
     Ask(L"x");

@@ -6,8 +6,12 @@
 
 #include <cli/window/operator_window.h>
 
+#include <QCheckBox>
+#include <QComboBox>
 #include <QDockWidget>
 #include <QImage>
+#include <QSpinBox>
+#include <QStackedWidget>
 #include <QTabBar>
 #include <QTest>
 
@@ -34,9 +38,7 @@ public:
         AddConnected(fleet, {hull, sonarClass, L"Hull sonar", {}, true, {}}, L"127.0.0.1", sonars[0].Port());
         AddConnected(fleet, {pole, sonarClass, L"Pole sonar", {}, true, {}}, L"127.0.0.1", sonars[1].Port());
         EXPECT_TRUE(session.Begin(fleet, {}, error)) << error;
-        whole = std::make_unique<cli::OperatorWindow>(session, feed, 4, hull);
-        whole->View().OpenFirst(hull);
-        whole->Main().show();
+        OpenWindow();
         EXPECT_TRUE(RunUntil([&] {
             return whole->Main().Devices().StateOf(hull) == vordal::LinkState::Connected && Range() != "0.0 m";
         }));
@@ -48,6 +50,13 @@ public:
         EXPECT_TRUE(session.End(error)) << error;
     }
 
+    /// Again after `whole` has gone: what the session keeps is what a project keeps.
+    void OpenWindow()
+    {
+        whole = std::make_unique<cli::OperatorWindow>(session, feed, 4, hull);
+        whole->View().OpenFirst(hull);
+        whole->Main().show();
+    }
     void Ping(CDataId sonar, int number)
     {
         picture::test::MadeSeabed const seabed;
@@ -58,6 +67,13 @@ public:
     }
     QString Range() { return whole->View().Frame().findChild<QLabel*>(QStringLiteral("rangeValue"))->text(); }
     QDockWidget* Dock() { return whole->Displays().Dock(); }
+    QTabBar& Tabs() { return *Dock()->findChild<QTabBar*>(QStringLiteral("displays")); }
+    /// A control of the display in front; null before it is open.
+    template <typename Control>
+    Control* Find(char const* name)
+    {
+        return Dock()->findChild<QStackedWidget*>()->currentWidget()->findChild<Control*>(QString::fromLatin1(name));
+    }
     QWidget* Picture() { return Dock()->findChild<QWidget*>(QStringLiteral("picture")); }
     bool IsUp() { return Dock() != nullptr && Dock()->isVisible(); }
 
@@ -129,6 +145,38 @@ TEST(DisplayPane, StaysAwayOnceTheOperatorHasClosedIt)
     EXPECT_FALSE(stage.IsUp());
     stage.Dock()->toggleViewAction()->trigger();
     EXPECT_TRUE(RunUntil([&] { return stage.IsUp() && stage.Picture() != nullptr; }));
+}
+
+TEST(DisplayPane, KeepsWhatWasChosenOfThePictureAndWhichIsInFront)
+{
+    PicturedStage stage;
+    ASSERT_TRUE(RunUntil([&] { return stage.Find<QSpinBox>("levelTo") != nullptr; }));
+    stage.Find<QComboBox>("colours")->setCurrentIndex(2);
+    stage.Find<QSpinBox>("levelFrom")->setValue(60);
+    stage.Find<QSpinBox>("levelTo")->setValue(90);
+    stage.Find<QCheckBox>("follow")->setChecked(false);
+    stage.Find<QCheckBox>("freeze")->setChecked(true);
+    constexpr int map = 1;
+    ASSERT_EQ(stage.Tabs().tabText(map), QStringLiteral("X5 Map"));
+    stage.Tabs().setCurrentIndex(map);
+    ASSERT_TRUE(RunUntil([&] { return stage.Find<QComboBox>("layer") != nullptr; }));
+    stage.Find<QComboBox>("layer")->setCurrentIndex(1);
+
+    stage.whole.reset();
+    stage.OpenWindow();
+    ASSERT_TRUE(RunUntil([&] { return stage.Picture() != nullptr; }));
+    EXPECT_EQ(stage.Tabs().currentIndex(), map);
+    EXPECT_EQ(stage.Find<QComboBox>("layer")->currentIndex(), 1);
+    EXPECT_EQ(stage.Find<QComboBox>("colours")->currentIndex(), 0) << "each display has its own";
+    stage.Tabs().setCurrentIndex(0);
+    ASSERT_TRUE(RunUntil([&] { return stage.Find<QSpinBox>("levelTo") != nullptr; }));
+    EXPECT_EQ(stage.Find<QComboBox>("colours")->currentIndex(), 2);
+    EXPECT_EQ(stage.Find<QSpinBox>("levelFrom")->value(), 60);
+    EXPECT_EQ(stage.Find<QSpinBox>("levelTo")->value(), 90);
+    EXPECT_FALSE(stage.Find<QCheckBox>("follow")->isChecked());
+    EXPECT_FALSE(stage.Find<QCheckBox>("freeze")->isChecked()) << "what was frozen is over";
+    stage.Ping(hull, 1);
+    EXPECT_EQ(stage.Find<QSpinBox>("levelTo")->value(), 90) << "levels that were chosen are not taken from echoes";
 }
 
 TEST(DisplayPane, LetsGoOfASonarThatIsRemoved)

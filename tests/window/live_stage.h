@@ -19,6 +19,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -83,9 +84,10 @@ private:
 class Stage
 {
 public:
-    explicit Stage(std::string const& project = {})
+    explicit Stage(std::string const& project = {}, cli::RecordingSetup recording = {})
     {
         std::string error;
+        session.SetRecording(std::move(recording));
         EXPECT_TRUE(session.LoadPlugins({QX5_PLUGIN_FILE}, 1, error)) << error;
         EXPECT_TRUE(session.Begin(Fleet(), project, error)) << error;
         thread = std::make_unique<vordal::WindowThread>(session.Host());

@@ -32,7 +32,9 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <utility>
 
+using picture::DecibelRange;
 using picture::PaneKind;
 using picture::PictureWidget;
 
@@ -40,6 +42,12 @@ namespace {
 
 /// Second field of a sonar's id.
 constexpr unsigned short sonarGroup = 78;
+// What an operator has chosen, among the display's stored attributes.
+constexpr AttributeKey storedColours{L"PICTURE_COLOURS"}; ///< text, as the list of colours has it
+constexpr AttributeKey storedFollow{L"PICTURE_FOLLOW"};   ///< bool
+constexpr AttributeKey storedLayer{L"PICTURE_LAYER"};     ///< text, as the map's list has it
+constexpr AttributeKey storedLevels{L"PICTURE_LEVELS"};   ///< pair, dB, of the darkest and the lightest colour
+
 /// Told in the whole stream, not in one item of it.
 constexpr unsigned short wholeStream = 65535;
 
@@ -148,7 +156,10 @@ void X5SonarPictureView::MakeControls()
             level->setFocusPolicy(Qt::StrongFocus);
             level->setKeyboardTracking(false);
             row->addWidget(level);
-            QObject::connect(level, &QSpinBox::valueChanged, level, [this] { TakeChoices(); });
+            QObject::connect(level, &QSpinBox::valueChanged, level, [this] {
+                m_hasChosenLevels = true;
+                TakeChoices();
+            });
             return level;
         };
         m_from = addLevel("levelFrom", QStringLiteral("Level of the darkest colour"));
@@ -157,7 +168,10 @@ void X5SonarPictureView::MakeControls()
         byEchoes->setObjectName(QStringLiteral("scaleByEchoes"));
         byEchoes->setAccessibleDescription(QStringLiteral("Takes the levels from what is heard now"));
         row->addWidget(byEchoes);
-        QObject::connect(byEchoes, &QPushButton::clicked, byEchoes, [this] { m_picture->ScaleByEchoes(); });
+        QObject::connect(byEchoes, &QPushButton::clicked, byEchoes, [this] {
+            m_hasChosenLevels = m_picture->ScaleByEchoes() || m_hasChosenLevels;
+            StoreChoices();
+        });
     }
     auto* const all = new QPushButton(QStringLiteral("Show all"));
     all->setObjectName(QStringLiteral("showAll"));
@@ -257,6 +271,51 @@ void X5SonarPictureView::TakeChoices()
     }
     m_picture->Choose(choices);
     ShowChoices();
+    StoreChoices();
+}
+
+void X5SonarPictureView::StoreChoices()
+{
+    auto const& choices = m_picture->Chosen();
+    auto& stored = m_baseView.GetAttributes();
+    stored.FindCreate(storedColours).ReplaceValue(new CVordalText(m_colours->currentText().toStdWString()));
+    stored.FindCreate(storedFollow).ReplaceValue(new CVordalBool(choices.follows));
+    if (m_layer != nullptr) {
+        stored.FindCreate(storedLayer).ReplaceValue(new CVordalText(m_layer->currentText().toStdWString()));
+    }
+    if (m_hasChosenLevels) {
+        stored.FindCreate(storedLevels).ReplaceValue(new CVordalDouble2D(choices.scale.from, choices.scale.to));
+    }
+}
+
+void X5SonarPictureView::RestoreChoices()
+{
+    auto const& stored = std::as_const(m_baseView.GetAttributes());
+    auto const choose = [&](QComboBox& list, AttributeKey const& key) {
+        CString text;
+        if (stored.FindValue(key).Get(text)) {
+            QSignalBlocker const quiet(list);
+            // An entry that is not offered any more leaves the list as it is.
+            list.setCurrentIndex(std::max(list.findText(QString::fromWCharArray(text.GetString())), 0));
+        }
+    };
+    choose(*m_colours, storedColours);
+    if (m_layer != nullptr) {
+        choose(*m_layer, storedLayer);
+    }
+    if (bool follows = true; stored.FindValue(storedFollow).Get(follows)) {
+        QSignalBlocker const quiet(m_follow);
+        m_follow->setChecked(follows);
+    }
+    DecibelRange levels;
+    if (m_from != nullptr && stored.FindValue(storedLevels).Get(levels.from, levels.to) && levels.from < levels.to) {
+        auto choices = m_picture->Chosen();
+        choices.scale = levels;
+        m_picture->Choose(choices);
+        m_hasChosenLevels = true;
+        ShowChoices();
+    }
+    TakeChoices();
 }
 
 void X5SonarPictureView::ShowChoices()
@@ -280,6 +339,7 @@ void X5SonarPictureView::OnInitialUpdate()
     if (m_baseView.GetAttributes().FindValue(ATTR_DATAID).Get(stored)) {
         SelectDevice(stored.GetDataId());
     }
+    RestoreChoices();
     m_sonarSelection.Subscribe(GeneralSubKeys::ADT_SELECTED_SONAR_CHANGE);
     m_vesselSelection.Subscribe(sel_change::ACTIVE_VESSEL);
 }

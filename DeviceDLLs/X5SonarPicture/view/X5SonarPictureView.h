@@ -50,6 +50,9 @@ private:
     void MakeControls();
     void AskWhereToSave();
     void TakeChoices();
+    /// Among the display's stored attributes, and back from them.
+    void StoreChoices();
+    void RestoreChoices();
     void ShowChoices();
     void OnSelectedSonarChange(NotificationInfo const* info);
     void OnActiveVesselChange(NotificationInfo const* info);
@@ -66,6 +69,7 @@ private:
     QLabel* m_saved = nullptr;    ///< of a map alone: what came of saving it
     QSpinBox* m_from = nullptr;
     QSpinBox* m_to = nullptr;
+    bool m_hasChosenLevels = false; ///< else they are those of the first echoes
 
     CVordalBaseView m_baseView;
     CDataId m_sonar;

@@ -1,0 +1,121 @@
+// Soundings and water columns as they come, with arrays that lie in their blocks.
+#include "python/binding/echoes.h"
+
+#include "python/binding/module.h"
+
+#include <protocol/bytes.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include <pybind11/numpy.h>
+#include <pybind11/stl.h>
+
+namespace qx5::python {
+
+namespace {
+
+/// Keeps a block's bytes for the arrays that are made of them.
+struct BlockOwner
+{
+    CDataBlock block;
+};
+
+std::span<unsigned char const> BytesOf(CDataBlock const& block, SonarEchoItem item)
+{
+    unsigned short index = 0;
+    if (!block.LookUp(item, ADDR_FIRST_OF_ITEM, index)) {
+        return {};
+    }
+    CDataItem const& found = *block.GetItem(index);
+    return {static_cast<unsigned char const*>(found.data), found.size};
+}
+
+double RealOf(CDataBlock const& block, SonarEchoItem item, std::size_t place = 0)
+{
+    auto const bytes = BytesOf(block, item);
+    return protocol::Fits(bytes.size(), 8 * place, 8) ? protocol::GetF64LE(bytes, 8 * place) : 0.0;
+}
+
+std::int32_t WholeOf(CDataBlock const& block, SonarEchoItem item)
+{
+    auto const bytes = BytesOf(block, item);
+    return bytes.size() >= 4 ? protocol::GetI32LE(bytes, 0) : 0;
+}
+
+template <typename Number>
+py::array ArrayIn(py::object const& owner, std::span<unsigned char const> bytes, std::vector<py::ssize_t> shape = {})
+{
+    if (shape.empty()) {
+        shape = {static_cast<py::ssize_t>(bytes.size() / sizeof(Number))};
+    }
+    py::array array(py::dtype::of<Number>(), std::move(shape), {}, bytes.data(), owner);
+    array.attr("flags").attr("writeable") = false;
+    return array;
+}
+
+py::tuple Head(CDataBlock const& block)
+{
+    py::list head;
+    head.append(WholeOf(block, ECHO_PING_NUMBER));
+    head.append(block.GetTime());
+    head.append(RealOf(block, ECHO_SOUND_VELOCITY));
+    for (std::size_t i = 0; i < 7; ++i) {
+        head.append(RealOf(block, ECHO_POSE, i));
+    }
+    head.append(RealOf(block, ECHO_STEERING));
+    head.append(WholeOf(block, ECHO_BEAM_COUNT));
+    return py::tuple(head);
+}
+
+/// The items behind the head: of a sounding five arrays, of a water column interval, floor, step and four.
+py::tuple ItemsOf(CDataBlock const& block)
+{
+    py::object const owner = py::cast(BlockOwner{block});
+    unsigned short index = 0;
+    if (block.LookUp(DETECTION_BEAM, ADDR_FIRST_OF_ITEM, index)) {
+        return py::make_tuple(ArrayIn<std::uint16_t>(owner, BytesOf(block, DETECTION_BEAM)),
+                              ArrayIn<float>(owner, BytesOf(block, DETECTION_ANGLE)),
+                              ArrayIn<float>(owner, BytesOf(block, DETECTION_TRAVEL_TIME)),
+                              ArrayIn<float>(owner, BytesOf(block, DETECTION_LEVEL)),
+                              ArrayIn<float>(owner, BytesOf(block, DETECTION_QUALITY)));
+    }
+    auto const levels = BytesOf(block, WATER_LEVELS);
+    py::ssize_t const samples = WholeOf(block, WATER_SAMPLE_COUNT);
+    py::ssize_t const beams = samples > 0 ? static_cast<py::ssize_t>(levels.size()) / samples : 0;
+    return py::make_tuple(RealOf(block, WATER_SAMPLE_INTERVAL), RealOf(block, WATER_LEVEL_FLOOR),
+                          RealOf(block, WATER_LEVEL_STEP), ArrayIn<float>(owner, BytesOf(block, WATER_BEAM_ANGLE)),
+                          ArrayIn<float>(owner, BytesOf(block, WATER_GAIN)),
+                          ArrayIn<float>(owner, BytesOf(block, WATER_NOISE)),
+                          ArrayIn<std::uint8_t>(owner, levels, {beams, samples}));
+}
+
+} // namespace
+
+py::object PythonEchoes::Next(std::optional<double> seconds)
+{
+    std::optional<CDataBlock> block;
+    if (m_feed != nullptr) {
+        WaitInterruptibly(seconds, [&](std::chrono::milliseconds limit) {
+            bool const hasCome = m_feed->Wait(limit);
+            block = m_feed->Take();
+            return hasCome;
+        });
+    }
+    return block ? py::object(py::make_tuple(Head(*block), ItemsOf(*block))) : py::object(py::none());
+}
+
+void AddEchoes(py::module_& module)
+{
+    py::class_<BlockOwner>(module, "_BlockOwner", PlainType());
+    py::class_<PythonEchoes>(module, "Echoes", PlainType())
+        .def("next", &PythonEchoes::Next, py::arg("timeout"))
+        .def("end", &PythonEchoes::End)
+        .def_property_readonly("ended", &PythonEchoes::HasEnded)
+        .def_property_readonly("lost", &PythonEchoes::Lost);
+}
+
+} // namespace qx5::python
