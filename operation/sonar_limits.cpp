@@ -122,9 +122,9 @@ LimitRange RangeOfRow(LimitRow const& row, CAttributeMap const& settings)
 }
 
 /// Those whose limits stand elsewhere than a row can tell.
-constexpr Key const* otherLimits[]{&keys::x5BeamSteer, &keys::DeviceEnum, &keys::x5SampleRateSelection,
-                                   &keys::x5PulseType, &keys::x5BeamModeSelection, &keys::x5Range,
-                                   &keys::x5PulseLength, &keys::x5Gain};
+constexpr Key const* otherLimits[]{
+    &keys::x5BeamSteer,         &keys::DeviceEnum, &keys::x5SampleRateSelection, &keys::x5PulseType,
+    &keys::x5BeamModeSelection, &keys::x5Range,    &keys::x5PulseLength,         &keys::x5Gain};
 
 bool IsFinite(Value const& value)
 {

@@ -1,7 +1,7 @@
 // The command that runs scenario files: files in, lines out, exit status.
 #include "cli/scenario/scenario_command.h"
 
-#include "cli/scenario/checker.h"
+#include "json/event_difference.h"
 #include "cli/scenario/event_kinds.h"
 #include "cli/scenario/scenario_reader.h"
 #include "cli/scenario/scenario_run.h"

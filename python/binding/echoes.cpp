@@ -86,11 +86,10 @@ py::tuple ItemsOf(CDataBlock const& block)
     auto const levels = BytesOf(block, WATER_LEVELS);
     py::ssize_t const samples = WholeOf(block, WATER_SAMPLE_COUNT);
     py::ssize_t const beams = samples > 0 ? static_cast<py::ssize_t>(levels.size()) / samples : 0;
-    return py::make_tuple(RealOf(block, WATER_SAMPLE_INTERVAL), RealOf(block, WATER_LEVEL_FLOOR),
-                          RealOf(block, WATER_LEVEL_STEP), ArrayIn<float>(owner, BytesOf(block, WATER_BEAM_ANGLE)),
-                          ArrayIn<float>(owner, BytesOf(block, WATER_GAIN)),
-                          ArrayIn<float>(owner, BytesOf(block, WATER_NOISE)),
-                          ArrayIn<std::uint8_t>(owner, levels, {beams, samples}));
+    return py::make_tuple(
+        RealOf(block, WATER_SAMPLE_INTERVAL), RealOf(block, WATER_LEVEL_FLOOR), RealOf(block, WATER_LEVEL_STEP),
+        ArrayIn<float>(owner, BytesOf(block, WATER_BEAM_ANGLE)), ArrayIn<float>(owner, BytesOf(block, WATER_GAIN)),
+        ArrayIn<float>(owner, BytesOf(block, WATER_NOISE)), ArrayIn<std::uint8_t>(owner, levels, {beams, samples}));
 }
 
 } // namespace

@@ -44,9 +44,9 @@ PYBIND11_MODULE(_qx5, module)
     qx5::python::platform::ShowHostLibrary();
     module.def("set_classes", &qx5::python::SetClasses, py::arg("tree"), py::arg("value"));
     module.def("keys", &Keys);
-    module.def("key_text", [](std::string const& name) {
-        return qx5::protocol::EncodeUtf8(qx5::python::KeyNamed(name).text);
-    }, py::arg("name"));
+    module.def(
+        "key_text", [](std::string const& name) { return qx5::protocol::EncodeUtf8(qx5::python::KeyNamed(name).text); },
+        py::arg("name"));
     module.def("plugin_folder", [] { return qx5::python::platform::PlugInFolder().string(); });
     module.def("program", [] { return qx5::python::platform::Program().string(); });
     module.attr("version") = QX5_VERSION;

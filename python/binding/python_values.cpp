@@ -59,11 +59,10 @@ py::object BranchToPython(CAttributeMap const& branch, int depth)
 
 [[noreturn]] void RefuseKind(Kind kind, std::string const& name, py::handle given)
 {
-    std::string const form = kind == Kind::String ? "a text"
-                             : kind == Kind::Any  ? "True, as only its presence counts"
-                             : kind == Kind::Branch
-                                 ? "a mapping of keys to values, or a list of them"
-                                 : std::string(protocol::RowOf(kind).form);
+    std::string const form = kind == Kind::String   ? "a text"
+                             : kind == Kind::Any    ? "True, as only its presence counts"
+                             : kind == Kind::Branch ? "a mapping of keys to values, or a list of them"
+                                                    : std::string(protocol::RowOf(kind).form);
     std::string shown = py::str(py::repr(given));
     constexpr std::size_t longest = 60;
     if (shown.size() > longest) {

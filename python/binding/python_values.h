@@ -34,8 +34,8 @@ protocol::Key const& KeyNamed(std::string const& name);
 /// qx5.WrongKind or qx5.OutOfRange.
 protocol::Value FromPython(protocol::Kind kind, std::string const& name, py::handle given);
 
-/// Appends what `given` says of that key: a value, branches (mappings, qx5.Tree, or a list of them), or a qx5.Value of a
-/// key that is not known here.
+/// Appends what `given` says of that key: a value, branches (mappings, qx5.Tree, or a list of them), or a qx5.Value of
+/// a key that is not known here.
 void AddToTree(CAttributeMap& tree, std::string const& name, py::handle given);
 /// All of a sequence of pairs of a name and a value.
 CAttributeMap TreeFromPairs(py::handle pairs);

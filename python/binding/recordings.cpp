@@ -4,11 +4,11 @@
 #include "python/binding/recorded_frame.h"
 #include "python/binding/waiting.h"
 
-#include "cli/scenario/checker.h"
-#include "json/json_parser.h"
 #include "recording/recorded_session.h"
 #include "recording/recording_error.h"
 #include "recording/recording_text.h"
+#include "json/event_difference.h"
+#include "json/json_parser.h"
 
 #include <protocol/bytes.h>
 #include <protocol/echo_records.h>
@@ -322,7 +322,8 @@ public:
             sonars.append(py::make_tuple(sonar.id, sonar.name));
         }
         told["sonars"] = sonars;
-        told["program"] = std::vector<std::pair<std::string, std::string>>(summary.program.begin(), summary.program.end());
+        told["program"] =
+            std::vector<std::pair<std::string, std::string>>(summary.program.begin(), summary.program.end());
         return told;
     }
     std::optional<std::string> FindSonar(std::string const& name) const
@@ -426,7 +427,7 @@ private:
 /// Where two lists of events differ first, as JSON; none when they are the same.
 std::optional<std::string> FindDifference(std::string const& expected, std::string const& got)
 {
-    return cli::FindDifference(ParseJson(expected).items, ParseJson(got).items);
+    return qx5::FindDifference(ParseJson(expected).items, ParseJson(got).items);
 }
 
 } // namespace
@@ -447,8 +448,8 @@ void AddRecordings(py::module_& module)
     module.def("prepare_arrays", [] {
         PYBIND11_NUMPY_DTYPE_EX(DetectionRow, ping, "ping", time, "time", beam, "beam", angle, "angle", travelTime,
                                 "travel_time", level, "level", quality, "quality");
-        PYBIND11_NUMPY_DTYPE_EX(PingRow, ping, "ping", time, "time", soundVelocity, "sound_velocity", east, "east", north,
-                                "north", depth, "depth", heading, "heading", roll, "roll", pitch, "pitch", heave,
+        PYBIND11_NUMPY_DTYPE_EX(PingRow, ping, "ping", time, "time", soundVelocity, "sound_velocity", east, "east",
+                                north, "north", depth, "depth", heading, "heading", roll, "roll", pitch, "pitch", heave,
                                 "heave", steering, "steering", beams, "beams", detections, "detections");
     });
     module.attr("WATER_COLUMN") = protocol::records::WaterColumn.Id();

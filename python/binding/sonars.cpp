@@ -187,8 +187,7 @@ private:
 class PythonRecorder
 {
 public:
-    explicit PythonRecorder(std::shared_ptr<recording::FlightRecorder> recorder,
-                            std::shared_ptr<live::LiveSonar> sonar)
+    explicit PythonRecorder(std::shared_ptr<recording::FlightRecorder> recorder, std::shared_ptr<live::LiveSonar> sonar)
         : m_recorder(std::move(recorder)), m_sonar(std::move(sonar))
     {
     }
@@ -438,7 +437,8 @@ void AddSonars(py::module_& module)
         .def("echoes", &PythonSonar::Echoes, py::arg("water_column"))
         .def("record", &PythonSonar::Record, py::arg("file"), py::arg("version"));
     module.def("parse_address", &ParsedAddress, py::arg("address"));
-    module.def("set_main_thread", [](unsigned long ident) { MainThread().store(ident); }, py::arg("ident"));
+    module.def(
+        "set_main_thread", [](unsigned long ident) { MainThread().store(ident); }, py::arg("ident"));
     module.def("threads_away", [] { return ThreadsAway().load(); });
 }
 

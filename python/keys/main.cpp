@@ -106,8 +106,8 @@ std::string DocOf(Key const& key, Requesting const& requesting)
     if (!requesting.isPossible) {
         doc += "\nRead only.";
     } else if (!requesting.with.empty()) {
-        doc += fmt::format("\nNothing comes of it alone: request it together with {}.",
-                           fmt::join(requesting.with, ", "));
+        doc +=
+            fmt::format("\nNothing comes of it alone: request it together with {}.", fmt::join(requesting.with, ", "));
     }
     return doc;
 }

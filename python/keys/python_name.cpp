@@ -13,16 +13,16 @@ namespace qx5::python {
 namespace {
 
 constexpr std::array<std::string_view, 35> words{
-    "False",  "None",   "True",    "and",      "as",       "assert", "async",  "await",  "break",
-    "class",  "continue", "def",   "del",      "elif",     "else",   "except", "finally", "for",
-    "from",   "global", "if",      "import",   "in",       "is",     "lambda", "nonlocal", "not",
-    "or",     "pass",   "raise",   "return",   "try",      "while",  "with",   "yield"};
+    "False", "None",     "True",  "and",    "as",   "assert", "async",  "await",    "break",
+    "class", "continue", "def",   "del",    "elif", "else",   "except", "finally",  "for",
+    "from",  "global",   "if",    "import", "in",   "is",     "lambda", "nonlocal", "not",
+    "or",    "pass",     "raise", "return", "try",  "while",  "with",   "yield"};
 
 /// What qx5.Sonar has beside its keys; a test compares.
 constexpr std::array<std::string_view, 19> sonarNames{
-    "address", "attributes", "changes", "close",     "closed",    "condition",      "connected", "connection",  "get",
-    "limits",  "name",       "ping",    "record",  "request",   "soundings", "subscribe",      "wait_for",  "wait_connected",
-    "water_column"};
+    "address",    "attributes", "changes",  "close",          "closed",      "condition", "connected",
+    "connection", "get",        "limits",   "name",           "ping",        "record",    "request",
+    "soundings",  "subscribe",  "wait_for", "wait_connected", "water_column"};
 
 bool IsDigit(char c)
 {

@@ -18,8 +18,8 @@
 
 namespace qx5::live {
 
-/// Keeps the blocks of a stream of echoes until they are taken; the host asks the sonar for them as long as it lives. Of
-/// more than GreatestWaiting the oldest give way and are counted. Blocks share their bytes. Any thread, unless told
+/// Keeps the blocks of a stream of echoes until they are taken; the host asks the sonar for them as long as it lives.
+/// Of more than GreatestWaiting the oldest give way and are counted. Blocks share their bytes. Any thread, unless told
 /// otherwise.
 class EchoFeed
 {

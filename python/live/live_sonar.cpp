@@ -30,10 +30,7 @@ public:
         : m_sonar(sonar), m_recorder(std::move(recorder))
     {
     }
-    void OnTrace(vordal::LinkTrace const& trace) override
-    {
-        m_recorder->Frame(m_sonar, trace.outgoing, trace.frame);
-    }
+    void OnTrace(vordal::LinkTrace const& trace) override { m_recorder->Frame(m_sonar, trace.outgoing, trace.frame); }
 
 private:
     CDataId const m_sonar;
@@ -226,11 +223,10 @@ bool LiveSonar::Ping()
     bool isSent = false;
     if (host != nullptr) {
         host->OnHost([&] {
-            auto* const device =
-                dynamic_cast<QX5Device*>(DataManager::GetDataManager().FindDevice(m_state->Id()));
-            isSent = device != nullptr && device->SendRemoteControlRecord(protocol::records::SinglePing.Id(), nullptr, 0,
-                                                                          protocol::OwnSonar.deviceId,
-                                                                          protocol::OwnSonar.enumerator);
+            auto* const device = dynamic_cast<QX5Device*>(DataManager::GetDataManager().FindDevice(m_state->Id()));
+            isSent = device != nullptr &&
+                     device->SendRemoteControlRecord(protocol::records::SinglePing.Id(), nullptr, 0,
+                                                     protocol::OwnSonar.deviceId, protocol::OwnSonar.enumerator);
         });
     }
     return isSent;

@@ -114,9 +114,9 @@ private:
     void RecordInto(std::shared_ptr<SharedHost> const& host, std::shared_ptr<recording::FlightRecorder> recorder);
 
     std::string const m_name;
-    mutable std::mutex m_mutex; ///< guards what follows
+    mutable std::mutex m_mutex;         ///< guards what follows
     std::shared_ptr<SharedHost> m_host; ///< null once it is closed
-    CAttributeMap m_last; ///< of a sonar that is closed
+    CAttributeMap m_last;               ///< of a sonar that is closed
     std::shared_ptr<SonarState> const m_state;
 };
 

@@ -100,8 +100,8 @@ public:
             m_waiting.erase(found);
             auto const entry = m_host.m_sonars.find(action.sonar.GetKey());
             bool const isConnected = entry != m_host.m_sonars.end() && entry->second.state->IsConnected();
-            bool const wantsConnection = action.result == operation::Result::NotSent ||
-                                         action.result == operation::Result::Unanswered;
+            bool const wantsConnection =
+                action.result == operation::Result::NotSent || action.result == operation::Result::Unanswered;
             request->Stands(action.result, action.reason, action.got, wantsConnection && !isConnected);
         }
         if (auto const recorder = m_host.RecorderOf(action.sonar)) {
@@ -186,7 +186,8 @@ std::shared_ptr<SharedHost> SharedHost::Take(std::filesystem::path const& plugin
 SharedHost::SharedHost(std::filesystem::path const& plugin)
     : m_plugin(plugin), m_follower(std::make_shared<Follower>(*this))
 {
-    m_host.SetApplication({.guid = CVordalBaseApp::GetAppInstanceGuid(), .mainWindow = false, .lightMode = 4, .displays = {}});
+    m_host.SetApplication(
+        {.guid = CVordalBaseApp::GetAppInstanceGuid(), .mainWindow = false, .lightMode = 4, .displays = {}});
     m_desk.Join(m_host);
     m_desk.Tap().Set(m_follower);
     LoadPlugIn();
@@ -330,7 +331,8 @@ std::shared_ptr<recording::FlightRecorder> SharedHost::RecorderOf(CDataId const&
 void SharedHost::Request(std::shared_ptr<SonarState> const& sonar, std::shared_ptr<LiveRequest> const& request,
                          CAttributeMap const& tree)
 {
-    bool const isPosted = m_host.Post([this, sonar = sonar, request = request, tree = tree] { CarryOut(*sonar, request, tree); });
+    bool const isPosted =
+        m_host.Post([this, sonar = sonar, request = request, tree = tree] { CarryOut(*sonar, request, tree); });
     if (!isPosted) {
         request->Stands(operation::Result::NotSent, "the host is ending", {}, true);
     }

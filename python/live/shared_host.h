@@ -62,7 +62,7 @@ private:
     operation::OperatorDesk m_desk; ///< before the host, which it outlives
     std::shared_ptr<Follower> m_follower;
     vordal::LiveHost m_host;
-    std::mutex m_sonarsMutex; ///< held while sonars come or go, and where another thread than the host's looks
+    std::mutex m_sonarsMutex;          ///< held while sonars come or go, and where another thread than the host's looks
     std::map<CString, Entry> m_sonars; ///< by id
     unsigned short m_lastNumber = 0;   ///< host thread
 

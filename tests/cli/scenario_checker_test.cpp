@@ -1,5 +1,5 @@
 // What counts as the same event, and how a difference is told.
-#include "cli/scenario/checker.h"
+#include "json/event_difference.h"
 #include "json/json_parser.h"
 
 #include <gtest/gtest.h>

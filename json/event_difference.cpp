@@ -1,5 +1,5 @@
-// Compares what a scenario did with what it was expected to do.
-#include "cli/scenario/checker.h"
+// The first difference of two lists of events, told for people.
+#include "json/event_difference.h"
 
 #include "json/json_path.h"
 
@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace qx5::cli {
+namespace qx5 {
 
 namespace {
 
@@ -201,4 +201,4 @@ std::optional<std::string> FindDifference(std::vector<JsonValue> const& expected
     return std::nullopt;
 }
 
-} // namespace qx5::cli
+} // namespace qx5

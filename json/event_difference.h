@@ -1,4 +1,4 @@
-// Compares what a scenario did with what it was expected to do.
+// Where two lists of events differ: of what a scenario did and what it was expected to do.
 #pragma once
 
 #include "json/json_value.h"
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace qx5::cli {
+namespace qx5 {
 
 /// The first place where two lists of events differ, told for people in a few lines without a line end; empty when they
 /// are the same.
@@ -19,4 +19,4 @@ namespace qx5::cli {
 /// the quiet NaN without further bits on both sides (7fc00000 or 7ff8000000000000 but for its sign), it is the same.
 std::optional<std::string> FindDifference(std::vector<JsonValue> const& expected, std::vector<JsonValue> const& got);
 
-} // namespace qx5::cli
+} // namespace qx5

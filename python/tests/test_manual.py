@@ -1,0 +1,48 @@
+"""What the manual promises of the package is there."""
+
+import re
+
+import pytest
+
+import qx5
+import qx5.aio
+
+
+@pytest.fixture
+def chapter(source):
+    manual = (source / "docs" / "manual.md").read_text(encoding="utf-8")
+    return manual[manual.index("\n## Python\n") : manual.index("\n## Limits\n")]
+
+
+def test_its_first_script_runs(chapter, qx5_simulator):
+    script = "\n".join(line[4:] for line in chapter.splitlines() if line.startswith("    "))
+    assert script.startswith("import qx5\nsonar = qx5.connect(")
+    names = {}
+    exec(script.replace("127.0.0.1:7000", qx5_simulator.address), names)
+    assert names["sonar"].beam_steer == (10.0, -10.0)
+    names["sonar"].close()
+
+
+def test_every_name_is_there(chapter):
+    names = set(re.findall(r"qx5\.([A-Za-z_]+)", chapter))
+    assert len(names) > 25
+    for name in names - {"pytest"}:
+        assert hasattr(qx5, name), name
+    for name in set(re.findall(r"\bsonar\.([a-z_]+)", chapter)):
+        assert hasattr(qx5.Sonar, name), name
+    for name in ("address", "settings", "set", "command", "misbehave", "understood", "wait_for"):
+        assert f"`{name}" in chapter and hasattr(qx5.Simulator, name)
+    for name in ("detections", "pings", "water_column"):
+        assert f"`.{name}()`" in chapter and hasattr(qx5.Recording, name)
+
+
+def test_every_exception_is_told(chapter):
+    for name in qx5.__all__:
+        thing = getattr(qx5, name)
+        if isinstance(thing, type) and issubclass(thing, qx5.Error) and name not in ("Error", "RequestError"):
+            assert f"`qx5.{name}`" in chapter, name
+
+
+def test_every_example_is_told(chapter, source):
+    for file in (source / "examples" / "python").glob("*.py"):
+        assert f"`{file.name}`" in chapter
