@@ -210,6 +210,9 @@ void Session::Connect(std::string const& host, std::uint16_t port)
             m_status = status;
         }
         m_stateChanged.notify_all();
+        if (m_onStatus) {
+            m_onStatus();
+        }
     });
     m_introduction.SetSubscriber(new MemFunNoInfoSubscriber<Session>(this, &Session::OnDeviceIdChange), true);
     m_introduction.SetMap(m_device->GetAttributeSubscriptionMap());

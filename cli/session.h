@@ -92,6 +92,9 @@ public:
     /// asked after each event, with the session's lock held: it must not call the session.
     bool WaitFor(std::function<bool()> const& holds, std::chrono::milliseconds limit);
     bool IsConnected();
+    /// `listener` is called after each change of the connection, when IsConnected tells of it, on the link's thread; it
+    /// must not wait. Before Connect.
+    void WhenStatusChanges(std::function<void()> listener) { m_onStatus = std::move(listener); }
     /// Waits until the connection stands again, however often it does not come up before; false when it does not within
     /// the limit.
     bool WaitUntilConnected(std::chrono::milliseconds limit);
@@ -153,6 +156,8 @@ private:
 
     Listener m_listener;
     std::mutex m_listenerMutex;
+
+    std::function<void()> m_onStatus; ///< empty for nobody; set before there is a link
 
     std::mutex m_stateMutex;
     std::condition_variable m_stateChanged;

@@ -82,7 +82,7 @@ public:
         std::uint16_t port = 0;
         std::string error;
         m_session.Desk().OutsideTap().Set(m_wake);
-        m_session.Desk().Events().SetWake([wake = m_wake] { wake->Raise(); });
+        m_session.WhenStatusChanges([wake = m_wake] { wake->Raise(); });
         if (!ParseEndpoint(target.sonar, host, port, error) ||
             !m_session.Reach(PluginPath(target.plugin), host, port, limit, limit, error)) {
             throw shell::ShellError(error);
@@ -108,7 +108,6 @@ public:
     {
         if (m_watch.IsEmpty()) {
             m_wake->Clear();
-            m_session.Desk().Events().Take();
             bool const isConnected = m_session.IsConnected();
             m_watch.See(m_session.Attributes());
             m_hasLooked = true;
