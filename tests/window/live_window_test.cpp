@@ -388,7 +388,7 @@ TEST(RunWindow, WhatItDidIsSavedWhileItRuns)
         auto const isSaved = [&file] {
             auto const project = Saved(file);
             return project.has_value() && project->devices.size() == 3 && project->windows.size() == 1 &&
-                   project->views.size() == 1 &&
+                   project->views.contains(L"sonar view") &&
                    std::ranges::all_of(project->devices, [](vordal::StoredDevice const& device) {
                        return device.attributes.Has(AttributeKey(L"x5Range"));
                    });
