@@ -27,6 +27,8 @@ struct DecodeOptions
     std::vector<std::string> files; ///< "-" or none: standard input
     bool hex = false;               ///< the input is hexadecimal text whatever it looks like
     bool raw = false;               ///< the input is raw bytes whatever it looks like
+    bool json = false;              ///< a line of JSON for each record
+    std::optional<int> port;        ///< of captured traffic, connections with it at one end alone; 1 to 65535
 };
 int Decode(DecodeOptions const& options);
 
@@ -34,9 +36,16 @@ struct KeysOptions
 {
     std::string filter; ///< part of a key, a handler or a record id; empty: all
     bool markdown = false;
+    bool json = false; ///< a line of JSON for each row
 };
 int Keys(KeysOptions const& options);
-int Explain(std::vector<std::string> const& names);
+
+struct ExplainOptions
+{
+    std::vector<std::string> names; ///< keys, handlers, numbers of records
+    bool json = false;              ///< a line of JSON for each of them
+};
+int Explain(ExplainOptions const& options);
 
 struct SendOptions
 {
@@ -47,6 +56,7 @@ struct SendOptions
     int timeoutMilliseconds = 3000;
     double waitSeconds = 0.5;             ///< for the sonar's answer, at most; 0: it is not looked at
     bool bytes = false;                   ///< show the bytes, too
+    bool json = false;                    ///< one JSON object in place of the text
     bool isThroughRun = false;            ///< by way of a `qx5 run`, in place of a connection of its own
     std::optional<std::uint64_t> process; ///< that one; none: the one that there is
     std::string device;                   ///< its sonar, by name or id; empty: the one that it has
@@ -147,6 +157,8 @@ struct ScenarioCommandOptions
     std::vector<std::string> files;
     std::string plugin;
     bool check = false;
+    bool json = false; ///< with `check`: a line of JSON for each scenario
+    std::string junit; ///< with `check`: file to write what came of it to as JUnit XML; empty: none
 };
 int Scenario(ScenarioCommandOptions const& options);
 
@@ -201,6 +213,7 @@ int Replay(ReplayOptions const& options);
 struct PluginOptions
 {
     std::string file;
+    bool json = false; ///< one JSON object in place of the text
 };
 int Plugin(PluginOptions const& options);
 
