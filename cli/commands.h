@@ -26,6 +26,8 @@ struct DecodeOptions
     std::vector<std::string> files; ///< "-" or none: standard input
     bool hex = false;               ///< the input is hexadecimal text whatever it looks like
     bool raw = false;               ///< the input is raw bytes whatever it looks like
+    bool json = false;              ///< a line of JSON for each record
+    std::optional<int> port;        ///< of captured traffic, connections with it at one end alone; 1 to 65535
 };
 int Decode(DecodeOptions const& options);
 
@@ -33,9 +35,16 @@ struct KeysOptions
 {
     std::string filter; ///< part of a key, a handler or a record id; empty: all
     bool markdown = false;
+    bool json = false; ///< a line of JSON for each row
 };
 int Keys(KeysOptions const& options);
-int Explain(std::vector<std::string> const& names);
+
+struct ExplainOptions
+{
+    std::vector<std::string> names; ///< keys, handlers, numbers of records
+    bool json = false;              ///< a line of JSON for each of them
+};
+int Explain(ExplainOptions const& options);
 
 struct SendOptions
 {
@@ -46,6 +55,7 @@ struct SendOptions
     int timeoutMilliseconds = 3000;
     double waitSeconds = 0.5; ///< for the sonar's answer, at most; 0: it is not looked at
     bool bytes = false;       ///< show the bytes, too
+    bool json = false;        ///< one JSON object in place of the text
 };
 int Send(SendOptions const& options);
 
@@ -128,6 +138,8 @@ struct ScenarioCommandOptions
     std::vector<std::string> files;
     std::string plugin;
     bool check = false;
+    bool json = false; ///< with `check`: a line of JSON for each scenario
+    std::string junit; ///< with `check`: file to write what came of it to as JUnit XML; empty: none
 };
 int Scenario(ScenarioCommandOptions const& options);
 
@@ -159,6 +171,7 @@ int RecordingExport(RecordingOptions const& options);
 struct PluginOptions
 {
     std::string file;
+    bool json = false; ///< one JSON object in place of the text
 };
 int Plugin(PluginOptions const& options);
 

@@ -1,6 +1,10 @@
 // What a session saw, as text for people.
 #include "event_text.h"
 
+#include "cli/record_json.h"
+#include "recording/recording_text.h"
+#include "json/tree_json.h"
+
 #include <protocol/frame.h>
 #include <protocol/print.h>
 #include <tvcoreR/Utf8.h>
@@ -59,6 +63,48 @@ std::string EventText(SessionEvent const& event, std::string_view indent, bool b
         text += protocol::HexDump(event.frame, deeper);
     }
     return text;
+}
+
+JsonValue EventJson(SessionEvent const& event)
+{
+    using Kind = SessionEvent::Kind;
+    std::vector<JsonValue::Member> members;
+    auto const begin = [&](char const* name) { members.emplace_back("event", JsonValue::Text(std::string(name))); };
+    auto const addText = [&] { members.emplace_back("text", JsonValue::Text(event.text)); };
+    switch (event.kind) {
+    case Kind::Sent:
+    case Kind::Received:
+        begin(event.kind == Kind::Sent ? "sent" : "received");
+        if (auto const frame = protocol::ParseFrame(event.frame)) {
+            auto record = RecordMembers(*frame);
+            std::move(record.begin(), record.end(), std::back_inserter(members));
+        } else {
+            members.emplace_back("bytes", JsonValue::Text(recording::HexText(event.frame)));
+        }
+        break;
+    case Kind::Echoed:
+        begin("echoed");
+        members.emplace_back("flags", JsonValue::Unsigned(event.flags));
+        members.emplace_back("tree", WriteTree(event.tree));
+        break;
+    case Kind::Asked:
+        begin("asked");
+        members.emplace_back("tree", WriteTree(event.tree));
+        break;
+    case Kind::Shown:
+        begin("shown");
+        addText();
+        break;
+    case Kind::Dropped:
+        begin("dropped");
+        addText();
+        break;
+    case Kind::Refused:
+        begin("refused");
+        addText();
+        break;
+    }
+    return JsonValue::Object(std::move(members));
 }
 
 } // namespace qx5::cli

@@ -553,6 +553,7 @@ int RunCommandLine(int argc, char** argv)
         ->check(CLI::Range(0.0, 600.0).description(""))
         ->type_name("SECONDS");
     sendCommand->add_flag("--bytes", send.bytes, "Print the bytes of each record, too");
+    sendCommand->add_flag("--json", send.json, "One JSON object in place of the text");
     sendCommand->add_option("request", send.keyValues, "key=value, or key:kind=value to force a kind")
         ->required()
         ->type_name("KEY=VALUE");
@@ -564,8 +565,13 @@ int RunCommandLine(int argc, char** argv)
     ScenarioCommandOptions scenario;
     CLI::App* scenarioCommand =
         app.add_subcommand("scenario", "Run scenario files with a fixed clock and without sockets; print the results");
-    scenarioCommand->add_flag("--check", scenario.check,
-                              "Compare with what the files expect; exit 1 if anything differs");
+    CLI::Option* check = scenarioCommand->add_flag("--check", scenario.check,
+                                                   "Compare with what the files expect; exit 1 if anything differs");
+    scenarioCommand->add_flag("--json", scenario.json, "A line of JSON for each scenario that is checked")
+        ->needs(check);
+    scenarioCommand->add_option("--junit", scenario.junit, "File to write what came of the check to, as JUnit XML")
+        ->needs(check)
+        ->type_name("FILE");
     scenarioCommand
         ->add_option("--plugin", scenario.plugin, "The plug-in module (default: the one beside this program)")
         ->type_name("FILE");
@@ -575,10 +581,14 @@ int RunCommandLine(int argc, char** argv)
     runsHost(scenarioCommand, [&] { code = Scenario(scenario); });
 
     DecodeOptions decode;
-    CLI::App* decodeCommand =
-        app.add_subcommand("decode", "Print the records of a raw stream or of hexadecimal text field by field");
+    CLI::App* decodeCommand = app.add_subcommand(
+        "decode", "Print the records of captured traffic, a raw stream or hexadecimal text field by field");
     CLI::Option* hex = decodeCommand->add_flag("--hex", decode.hex, "The input is hexadecimal text");
     decodeCommand->add_flag("--raw", decode.raw, "The input is raw bytes")->excludes(hex);
+    decodeCommand->add_flag("--json", decode.json, "A line of JSON for each record");
+    decodeCommand->add_option("--port", decode.port, "Of captured traffic, connections with this port at one end alone")
+        ->check(CLI::Range(1, 65535).description(""))
+        ->type_name("PORT");
     decodeCommand->add_option("file", decode.files, "Files; - or none is standard input")->type_name("FILE");
     decodeCommand->callback([&] { code = Decode(decode); });
 
@@ -597,15 +607,17 @@ int RunCommandLine(int argc, char** argv)
 
     KeysOptions keys;
     CLI::App* keysCommand = app.add_subcommand("keys", "List the request keys: kind, unit, record, offset, handler");
-    keysCommand->add_flag("--markdown", keys.markdown, "As a table for a document");
+    CLI::Option* markdown = keysCommand->add_flag("--markdown", keys.markdown, "As a table for a document");
+    keysCommand->add_flag("--json", keys.json, "A line of JSON for each row")->excludes(markdown);
     keysCommand->add_option("filter", keys.filter, "Part of a key or a handler, or a record id");
     keysCommand->callback([&] { code = Keys(keys); });
 
-    std::vector<std::string> names;
+    ExplainOptions explain;
     CLI::App* explainCommand = app.add_subcommand(
         "explain", "Tell what becomes of a key: how it is read and completed, what is sent where, what is echoed");
-    explainCommand->add_option("name", names, "Keys or handlers")->required();
-    explainCommand->callback([&] { code = Explain(names); });
+    explainCommand->add_flag("--json", explain.json, "A line of JSON for each name");
+    explainCommand->add_option("name", explain.names, "Keys, handlers or numbers of records")->required();
+    explainCommand->callback([&] { code = Explain(explain); });
 
     AcousticsOptions acoustics;
     AddAcousticsCommands(app, acoustics, code);
@@ -616,6 +628,7 @@ int RunCommandLine(int argc, char** argv)
     PluginOptions plugin;
     CLI::App* pluginCommand =
         app.add_subcommand("plugin", "Load a plug-in as a host does, tell what it registers, and unload it");
+    pluginCommand->add_flag("--json", plugin.json, "One JSON object in place of the text");
     pluginCommand->add_option("file", plugin.file, "The plug-in module")->required()->type_name("FILE");
     runsHost(pluginCommand, [&] { code = Plugin(plugin); });
 

@@ -3,6 +3,8 @@
 
 #include "cli/sonar_frames.h"
 #include "reference_host/attributes/tree_merge.h"
+#include "values/vordal_value.h"
+#include "json/value_json.h"
 
 #include <protocol/records/shared_keys.h>
 
@@ -107,6 +109,23 @@ std::string RequestOutcome::Text(bool withSonar) const
         text += row.Agrees(withSonar) ? "\n" : ": differs\n";
     }
     return text;
+}
+
+JsonValue RequestOutcome::Json(bool withSonar) const
+{
+    auto const value = [](CVordalType const* of) { return of != nullptr ? WriteValue(ValueOf(*of)) : JsonValue{}; };
+    std::lock_guard const lock(m_mutex);
+    JsonValue rows = JsonValue::Array();
+    for (operation::JudgedValue const& row : m_judgement.Values(m_told)) {
+        bool const isToldBefore = withSonar && row.answered == nullptr && row.toldBefore != nullptr;
+        rows.items.push_back(JsonValue::Object({{"path", JsonValue::Text(row.path)},
+                                                {"asked", value(row.asked)},
+                                                {"echoed", value(row.echoed)},
+                                                {"sonar", value(withSonar ? row.Sonars() : nullptr)},
+                                                {"told_before", JsonValue::Bool(isToldBefore)},
+                                                {"agrees", JsonValue::Bool(row.Agrees(withSonar))}}));
+    }
+    return rows;
 }
 
 } // namespace qx5::cli

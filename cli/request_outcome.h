@@ -4,6 +4,7 @@
 #include "cli/session.h"
 #include "operation/request_judgement.h"
 #include "reference_host/attributes/tree_account.h"
+#include "json/json_value.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 
@@ -43,6 +44,9 @@ public:
     Verdict Judge(bool withSonar) const;
     /// A line for each key asked for.
     std::string Text(bool withSonar) const;
+    /// The same for scripts, an array of {"path", "asked", "echoed", "sonar", "told_before", "agrees"}: values as
+    /// WriteValue has them, null for none; whether the sonar told its value before the request and not since.
+    JsonValue Json(bool withSonar) const;
 
 private:
     mutable std::mutex m_mutex;

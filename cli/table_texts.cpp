@@ -43,6 +43,20 @@ std::string_view ConvertText(protocol::Convert convert)
     return "";
 }
 
+std::string_view CarrierName(protocol::Carrier carrier)
+{
+    using protocol::Carrier;
+    switch (carrier) {
+    case Carrier::RemoteControl:
+        return "command";
+    case Carrier::Data:
+        return "data";
+    case Carrier::PassThrough:
+        return "passed on";
+    }
+    return "";
+}
+
 std::string Place(protocol::Field const& field)
 {
     std::string place = fmt::format("@{}", field.offset);

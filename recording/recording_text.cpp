@@ -105,17 +105,6 @@ vordal::MonitoredRecord RecordOf(RecordedMessage const& message, RecordedFrame c
                                     .totalBytes = frame.bytes.size()});
 }
 
-std::string Hex(std::span<unsigned char const> bytes)
-{
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    text.reserve(bytes.size() * 2);
-    for (auto const byte : bytes) {
-        (text += digits[byte >> 4]) += digits[byte & 15];
-    }
-    return text;
-}
-
 /// Whether it passes, and the record where it is one.
 struct Seen
 {
@@ -139,6 +128,17 @@ Seen LookAt(RecordedMessage const& message, std::string const& name, vordal::Rec
 }
 
 } // namespace
+
+std::string HexText(std::span<unsigned char const> bytes)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (auto const byte : bytes) {
+        (text += digits[byte >> 4]) += digits[byte & 15];
+    }
+    return text;
+}
 
 std::string Printable(std::string_view text)
 {
@@ -209,7 +209,7 @@ std::string RecordingText::JsonLine(RecordedMessage const& message, vordal::Reco
         members.emplace_back("number", JsonValue::Unsigned(seen.record->Number()));
         members.emplace_back("record", JsonValue::Text(seen.record->Name()));
         members.emplace_back("fields", JsonValue::Text(seen.record->Summary()));
-        members.emplace_back("bytes", JsonValue::Text(Hex(frame->bytes)));
+        members.emplace_back("bytes", JsonValue::Text(HexText(frame->bytes)));
     } else {
         auto content = WriteContent(message.content);
         std::move(content.members.begin(), content.members.end(), std::back_inserter(members));

@@ -6,6 +6,7 @@
 #include "reference_host/monitor/record_filter.h"
 
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -33,6 +34,9 @@ private:
 
     std::map<std::string, std::string> m_names;
 };
+
+/// "05003c00...": two digits a byte, in lower case.
+std::string HexText(std::span<unsigned char const> bytes);
 
 /// The text with a blank in the place of each control character.
 std::string Printable(std::string_view text);

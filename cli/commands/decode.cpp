@@ -1,5 +1,9 @@
-// `qx5 decode`: records out of a raw stream or hexadecimal text, printed field by field.
+// `qx5 decode`: records out of captured traffic, a raw stream or hexadecimal text, printed field by field.
 #include "cli/commands.h"
+
+#include "cli/capture_file.h"
+#include "cli/capture_records.h"
+#include "cli/record_json.h"
 
 #include <protocol/frame_reader.h>
 #include <protocol/print.h>
@@ -118,15 +122,40 @@ std::string Count(std::uint64_t number, std::string_view what)
     return fmt::format("{} {}{}", number, what, number == 1 ? "" : "s");
 }
 
-void PrintReady(protocol::FrameReader& reader, std::uint64_t& skippedTold)
+void PrintReady(protocol::FrameReader& reader, std::uint64_t& skippedTold, bool json)
 {
     while (auto const frame = reader.Next()) {
+        if (json) {
+            fmt::print("{}\n", WriteJson(JsonValue::Object(RecordMembers(*frame))));
+            continue;
+        }
         if (std::uint64_t const skipped = reader.SkippedBytes(); skipped != skippedTold) {
             fmt::print("-- {} of no good frame skipped\n\n", Count(skipped - skippedTold, "byte"));
             skippedTold = skipped;
         }
         fmt::print("{}\n", protocol::PrintFrame(*frame));
     }
+}
+
+int DecodeCapture(std::istream& input, std::string_view beginning, std::string const& name,
+                  DecodeOptions const& options)
+{
+    CaptureOptions capture{.port = {}, .json = options.json};
+    if (options.port) {
+        capture.port = static_cast<std::uint16_t>(*options.port);
+    }
+    auto const found = PrintCapture(input, beginning, capture);
+    std::string rest;
+    auto const tell = [&](std::uint64_t number, std::string const& text) { rest += number != 0 ? ", " + text : ""; };
+    tell(found.lostBytes, Count(found.lostBytes, "byte") + " not captured");
+    tell(found.unusable, Count(found.unusable, "packet") + " that cannot be used");
+    tell(found.damage.size(), "and the file is damaged: " + found.damage);
+    if (found.skippedBytes != 0 || found.records == 0 || !rest.empty()) {
+        return Complain(ExitFailed, fmt::format("{}: {}, {}, {} skipped{}", name, Count(found.records, "good record"),
+                                                Count(found.damagedFrames, "damaged frame"),
+                                                Count(found.skippedBytes, "byte"), rest));
+    }
+    return ExitGood;
 }
 
 int DecodeStream(std::istream& input, std::string const& name, DecodeOptions const& options)
@@ -145,6 +174,13 @@ int DecodeStream(std::istream& input, std::string const& name, DecodeOptions con
         if (text.empty()) {
             break;
         }
+        if (first && !options.hex && !options.raw && LooksLikeCapture(text)) {
+            return DecodeCapture(input, text, name, options);
+        }
+        if (first && options.port) {
+            return Complain(ExitWrong,
+                            fmt::format("{}: it is no captured traffic, and --port is for that alone", name));
+        }
         if (first) {
             hex = options.hex || (!options.raw && LooksLikeHex(text));
             first = false;
@@ -156,7 +192,7 @@ int DecodeStream(std::istream& input, std::string const& name, DecodeOptions con
             return Complain(ExitWrong, fmt::format("{}: {}", name, problem));
         }
         reader.Feed(bytes);
-        PrintReady(reader, skippedTold);
+        PrintReady(reader, skippedTold, options.json);
     }
     if (input.bad()) {
         return Complain(ExitWrong, fmt::format("{}: cannot be read", name));
@@ -165,8 +201,8 @@ int DecodeStream(std::istream& input, std::string const& name, DecodeOptions con
         return Complain(ExitWrong, fmt::format("{}: {}", name, problem));
     }
     reader.Finish();
-    PrintReady(reader, skippedTold);
-    if (std::uint64_t const skipped = reader.SkippedBytes(); skipped != skippedTold) {
+    PrintReady(reader, skippedTold, options.json);
+    if (std::uint64_t const skipped = reader.SkippedBytes(); skipped != skippedTold && !options.json) {
         fmt::print("-- {} of no good frame at the end\n", Count(skipped - skippedTold, "byte"));
     }
     if (first) {
@@ -175,7 +211,7 @@ int DecodeStream(std::istream& input, std::string const& name, DecodeOptions con
     if (reader.SkippedBytes() != 0 || reader.GoodFrames() == 0) {
         std::string const hint =
             reader.GoodFrames() == 0
-                ? "; records are read from a raw stream or from hexadecimal text, see `qx5 decode --help`"
+                ? "; records are read from captured traffic, a raw stream or hexadecimal text, see `qx5 decode --help`"
                 : "";
         return Complain(ExitFailed,
                         fmt::format("{}: {}, {}, {} skipped{}", name, Count(reader.GoodFrames(), "good record"),

@@ -2,6 +2,7 @@
 #include "cli/commands.h"
 
 #include "cli/key_values.h"
+#include "cli/table_json.h"
 #include "cli/table_texts.h"
 #include <commands/catalogue.h>
 #include <protocol/catalogue.h>
@@ -10,6 +11,8 @@
 #include <protocol/utf8.h>
 
 #include <algorithm>
+#include <charconv>
+#include <optional>
 #include <set>
 
 #include <fmt/format.h>
@@ -95,6 +98,10 @@ struct KeyRow
     std::string record;
     std::string offset;
     std::string handler;
+    protocol::Key const* last = nullptr; ///< of a path, the key whose value it is
+    int row = 0;                         ///< of the chain
+    std::vector<std::uint32_t> numbers = {};
+    std::vector<std::string> places = {}; ///< in the records, in their order; empty where one does not carry the key
 };
 
 std::vector<KeyRow> CollectRows()
@@ -114,10 +121,14 @@ std::vector<KeyRow> CollectRows()
             row.kind = protocol::NameOf(operand.key->kind);
             row.unit = protocol::UnitText(operand.key->unit);
             row.handler = entry.handler;
+            row.last = &*operand.key;
+            row.row = entry.row;
             std::set<std::uint32_t> records;
             for (Sending const& sending : entry.command->sends) {
                 std::string const places = PlacesOf(sending.record, *operand.key);
                 if (records.insert(sending.record.id).second) {
+                    row.numbers.push_back(sending.record.id);
+                    row.places.push_back(places);
                     row.record += (row.record.empty() ? "" : ", ") + std::to_string(sending.record.id);
                     row.offset += (row.offset.empty() || places.empty() ? "" : ", ") + places;
                 }
@@ -126,6 +137,23 @@ std::vector<KeyRow> CollectRows()
         }
     }
     return rows;
+}
+
+/// {"key", "kind", "unit", "meaning", "filter", "handler", "row", "records"}, a path of keys in place of the key.
+JsonValue RowJson(KeyRow const& row)
+{
+    auto json = KeyJson(*row.last);
+    json.members.front().second = JsonValue::Text(row.key);
+    JsonValue records = JsonValue::Array();
+    for (std::size_t i = 0; i < row.numbers.size(); ++i) {
+        records.items.push_back(
+            JsonValue::Object({{"number", JsonValue::Unsigned(row.numbers[i])},
+                               {"place", row.places[i].empty() ? JsonValue{} : JsonValue::Text(row.places[i])}}));
+    }
+    json.members.emplace_back("handler", JsonValue::Text(row.handler));
+    json.members.emplace_back("row", JsonValue::Integer(row.row));
+    json.members.emplace_back("records", std::move(records));
+    return json;
 }
 
 bool Matches(KeyRow const& row, std::string const& filter)
@@ -188,6 +216,47 @@ std::string DefaultText(Operand const& operand)
     }
 }
 
+std::string_view CarrierWords(protocol::Carrier carrier)
+{
+    switch (carrier) {
+    case protocol::Carrier::RemoteControl:
+        return "record";
+    case protocol::Carrier::Data:
+        return "data record";
+    case protocol::Carrier::PassThrough:
+        return "command to be passed through";
+    }
+    return "";
+}
+
+std::string SizeText(protocol::RecordLayout const& record)
+{
+    std::string const size = fmt::format("{} bytes", record.size);
+    if (record.tail == protocol::Tail::None) {
+        return size;
+    }
+    std::string const rest = record.tail == protocol::Tail::Items    ? fmt::format("items of {} bytes", record.itemSize)
+                             : record.tail == protocol::Tail::Arrays ? std::string("arrays")
+                             : record.tailName.empty()               ? std::string("what follows")
+                                                                     : std::string(record.tailName);
+    return fmt::format("{} and {}", size, rest);
+}
+
+void PrintLayout(protocol::RecordLayout const& record, protocol::Key const* marked)
+{
+    PrintFields(record.fields, marked, "          ");
+    PrintFields(record.itemFields, marked, "          item ");
+    if (record.tailKey != nullptr) {
+        fmt::print("          @{} to the end  {}\n", record.size, Text(*record.tailKey));
+    }
+    for (protocol::ArrayField const& array : record.arrays) {
+        std::string_view const unit = protocol::UnitText(array.unit);
+        fmt::print("          array          {:<6} {}{}, {}{}{}\n", protocol::WireText(array.wire), array.name,
+                   unit.empty() ? "" : fmt::format(" [{}]", unit), array.rows, array.rows.empty() ? "" : " x ",
+                   array.count);
+    }
+}
+
 void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
 {
     Command const& command = *entry.command;
@@ -230,26 +299,10 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
         fmt::print("  note    A text that does not fit its field drops the request.\n");
     }
     for (Sending const& sending : command.sends) {
-        std::string_view const carrier = sending.record.carrier == protocol::Carrier::Data ? "data record"
-                                         : sending.record.carrier == protocol::Carrier::PassThrough
-                                             ? "command to be passed through"
-                                             : "record";
-        std::string size = fmt::format("{} bytes", sending.record.size);
-        if (sending.record.tail != protocol::Tail::None) {
-            size +=
-                fmt::format(" and {}", sending.record.tail == protocol::Tail::Items
-                                           ? fmt::format("items of {} bytes", sending.record.itemSize)
-                                           : std::string(sending.record.tailName.empty() ? "what follows"
-                                                                                         : sending.record.tailName));
-        }
-        fmt::print("  sent    {} {} {}, {}, to {}{}\n", carrier, sending.record.id, sending.record.name, size,
-                   TargetText(sending.target, sending.addressee),
+        fmt::print("  sent    {} {} {}, {}, to {}{}\n", CarrierWords(sending.record.carrier), sending.record.id,
+                   sending.record.name, SizeText(sending.record), TargetText(sending.target, sending.addressee),
                    sending.when.IsAlways() ? "" : fmt::format(", when {}", sending.when.text));
-        PrintFields(sending.record.fields, marked, "          ");
-        PrintFields(sending.record.itemFields, marked, "          item ");
-        if (sending.record.tailKey != nullptr) {
-            fmt::print("          @{} to the end  {}\n", sending.record.size, Text(*sending.record.tailKey));
-        }
+        PrintLayout(sending.record, marked);
     }
     if (command.sends.empty()) {
         fmt::print("  sent    nothing\n");
@@ -286,6 +339,158 @@ void ExplainEntry(ChainEntry const& entry, protocol::Key const* marked)
     }
 }
 
+/// The number of a record: decimal, or hexadecimal with 0x.
+std::optional<std::uint32_t> RecordNumber(std::string_view text)
+{
+    bool const isHex = text.starts_with("0x") || text.starts_with("0X");
+    text.remove_prefix(isHex ? 2 : 0);
+    std::uint32_t number = 0;
+    auto const result = std::from_chars(text.data(), text.data() + text.size(), number, isHex ? 16 : 10);
+    bool const isWhole = result.ec == std::errc() && result.ptr == text.data() + text.size();
+    return isWhole ? std::optional(number) : std::nullopt;
+}
+
+bool Sends(ChainEntry const& entry, protocol::RecordLayout const& record)
+{
+    return std::any_of(entry.command->sends.begin(), entry.command->sends.end(), [&](Sending const& sending) {
+        return sending.record.id == record.id && sending.record.name == record.name;
+    });
+}
+
+bool AsksFor(ChainEntry const& entry, std::uint32_t number)
+{
+    return std::any_of(entry.command->followUps.begin(), entry.command->followUps.end(),
+                       [&](FollowUp const& followUp) { return followUp.recordId == number; });
+}
+
+/// Keys that the command can be asked for by.
+std::vector<std::string> KeysOf(Command const& command)
+{
+    std::vector<std::string> keys;
+    for (Operand const& operand : command.operands) {
+        if (IsRequestable(operand)) {
+            keys.push_back(Text(*operand.key));
+        }
+    }
+    return keys;
+}
+
+void ExplainRecord(protocol::RecordLayout const& record)
+{
+    fmt::print("{} {} {}, {}\n", CarrierWords(record.carrier), record.id, record.name, SizeText(record));
+    PrintLayout(record, nullptr);
+    bool isSent = false;
+    for (ChainEntry const& entry : Chain()) {
+        if (Sends(entry, record)) {
+            isSent = true;
+            fmt::print("  sent    by row {} of the chain, {}: {}\n", entry.row, entry.handler,
+                       fmt::join(KeysOf(*entry.command), ", "));
+        }
+    }
+    for (ChainEntry const& entry : Chain()) {
+        if (AsksFor(entry, record.id)) {
+            fmt::print("  asked   for by row {} of the chain, {}\n", entry.row, entry.handler);
+        }
+    }
+    if (!isSent) {
+        fmt::print("  sent    by no handler\n");
+    }
+    fmt::print("\n");
+}
+
+/// As LayoutJson, then {"sent_by": [{"row", "handler", "keys"}], "asked_by": [{"row", "handler"}]}.
+JsonValue RecordJson(protocol::RecordLayout const& record)
+{
+    auto json = LayoutJson(record);
+    JsonValue senders = JsonValue::Array();
+    JsonValue askers = JsonValue::Array();
+    for (ChainEntry const& entry : Chain()) {
+        std::vector<JsonValue::Member> members{{"row", JsonValue::Integer(entry.row)},
+                                               {"handler", JsonValue::Text(std::string(entry.handler))}};
+        if (AsksFor(entry, record.id)) {
+            askers.items.push_back(JsonValue::Object(members));
+        }
+        if (Sends(entry, record)) {
+            JsonValue keys = JsonValue::Array();
+            for (auto& key : KeysOf(*entry.command)) {
+                keys.items.push_back(JsonValue::Text(std::move(key)));
+            }
+            members.emplace_back("keys", std::move(keys));
+            senders.items.push_back(JsonValue::Object(std::move(members)));
+        }
+    }
+    json.members.emplace_back("sent_by", std::move(senders));
+    json.members.emplace_back("asked_by", std::move(askers));
+    return json;
+}
+
+/// What one name may be: a key, rows of the chain, records.
+struct Meant
+{
+    protocol::Key const* key = nullptr;
+    std::vector<ChainEntry const*> rows; ///< of the key, or of the handler
+    std::vector<protocol::RecordLayout const*> records;
+};
+
+Meant WhatIsMeant(std::string const& name)
+{
+    Meant meant;
+    meant.key = protocol::FindKey(protocol::DecodeUtf8(name));
+    if (meant.key != nullptr) {
+        meant.rows = RowsOfKey(*meant.key);
+    }
+    for (ChainEntry const& entry : Chain()) {
+        if (entry.handler == name) {
+            meant.rows.push_back(&entry);
+        }
+    }
+    if (auto const number = RecordNumber(name)) {
+        for (protocol::RecordLayout const& record : protocol::AllLayouts()) {
+            if (record.id == *number) {
+                meant.records.push_back(&record);
+            }
+        }
+    }
+    return meant;
+}
+
+void PrintMeant(std::string const& name, Meant const& meant)
+{
+    if (meant.key != nullptr) {
+        std::string_view const unit = protocol::UnitText(meant.key->unit);
+        fmt::print("{}: {}\n  {}{}\n\n", name, meant.key->meaning, protocol::NameOf(meant.key->kind),
+                   unit.empty() ? "" : fmt::format(", in {}", unit));
+    }
+    for (ChainEntry const* entry : meant.rows) {
+        ExplainEntry(*entry, meant.key);
+        fmt::print("\n");
+    }
+    if (meant.key != nullptr && meant.rows.empty()) {
+        fmt::print("no handler reads it from a request; it is read from the device's stored tree or belongs "
+                   "to a branch\n\n");
+    }
+    for (protocol::RecordLayout const* record : meant.records) {
+        ExplainRecord(*record);
+    }
+}
+
+/// {"name", "key" (or null), "rows", "records"}.
+JsonValue MeantJson(std::string const& name, Meant const& meant)
+{
+    JsonValue rows = JsonValue::Array();
+    for (ChainEntry const* entry : meant.rows) {
+        rows.items.push_back(CommandJson(*entry));
+    }
+    JsonValue records = JsonValue::Array();
+    for (protocol::RecordLayout const* record : meant.records) {
+        records.items.push_back(RecordJson(*record));
+    }
+    return JsonValue::Object({{"name", JsonValue::Text(name)},
+                              {"key", meant.key != nullptr ? KeyJson(*meant.key) : JsonValue{}},
+                              {"rows", std::move(rows)},
+                              {"records", std::move(records)}});
+}
+
 } // namespace
 
 int Keys(KeysOptions const& options)
@@ -294,6 +499,12 @@ int Keys(KeysOptions const& options)
     std::erase_if(rows, [&](KeyRow const& row) { return !Matches(row, options.filter); });
     if (rows.empty()) {
         return Complain(ExitFailed, fmt::format("no key, handler or record matches '{}'", options.filter));
+    }
+    if (options.json) {
+        for (KeyRow const& row : rows) {
+            fmt::print("{}\n", WriteJson(RowJson(row)));
+        }
+        return ExitGood;
     }
     if (options.markdown) {
         fmt::print("| key | kind | unit | record | offset | handler |\n|---|---|---|---|---|---|\n");
@@ -326,38 +537,24 @@ int Keys(KeysOptions const& options)
     return ExitGood;
 }
 
-int Explain(std::vector<std::string> const& names)
+int Explain(ExplainOptions const& options)
 {
     int code = ExitGood;
-    for (std::string const& name : names) {
-        bool found = false;
-        if (protocol::Key const* key = protocol::FindKey(protocol::DecodeUtf8(name)); key != nullptr) {
-            found = true;
-            std::string_view const unit = protocol::UnitText(key->unit);
-            fmt::print("{}: {}\n  {}{}\n\n", name, key->meaning, protocol::NameOf(key->kind),
-                       unit.empty() ? "" : fmt::format(", in {}", unit));
-            auto const rows = RowsOfKey(*key);
-            for (ChainEntry const* entry : rows) {
-                ExplainEntry(*entry, key);
-                fmt::print("\n");
+    for (std::string const& name : options.names) {
+        Meant const meant = WhatIsMeant(name);
+        if (meant.key == nullptr && meant.rows.empty() && meant.records.empty()) {
+            if (RecordNumber(name)) {
+                code = Complain(ExitFailed, fmt::format("there is no record {}; docs/records.md lists them", name));
+                continue;
             }
-            if (rows.empty()) {
-                fmt::print("no handler reads it from a request; it is read from the device's stored tree or belongs "
-                           "to a branch\n\n");
-            }
-        }
-        for (ChainEntry const& entry : Chain()) {
-            if (entry.handler == name) {
-                found = true;
-                ExplainEntry(entry, nullptr);
-                fmt::print("\n");
-            }
-        }
-        if (!found) {
             std::string const nearest = NearestKey(name);
             code = Complain(ExitFailed, fmt::format("there is no key or handler '{}'{}", name,
                                                     nearest.empty() ? "; `qx5 keys` lists them"
                                                                     : fmt::format("; did you mean {}?", nearest)));
+        } else if (options.json) {
+            fmt::print("{}\n", WriteJson(MeantJson(name, meant)));
+        } else {
+            PrintMeant(name, meant);
         }
     }
     return code;

@@ -3,12 +3,26 @@
 
 #include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_loader.h"
+#include "json/json_value.h"
 
 #include <tvcoreR/Utf8.h>
 
 #include <fmt/format.h>
 
 namespace qx5::cli {
+
+namespace {
+
+JsonValue NamesJson(std::vector<CString> const& names)
+{
+    JsonValue list = JsonValue::Array();
+    for (CString const& name : names) {
+        list.items.push_back(JsonValue::Text(tvcore::ToUtf8(name)));
+    }
+    return list;
+}
+
+} // namespace
 
 int Plugin(PluginOptions const& options)
 {
@@ -20,17 +34,26 @@ int Plugin(PluginOptions const& options)
     if (plugin == nullptr) {
         return Complain(ExitFailed, error);
     }
-    fmt::print("{} fits this host\n", options.file);
+    auto const say = [&](std::string const& line) {
+        if (!options.json) {
+            fmt::print("{}\n", line);
+        }
+    };
+    say(fmt::format("{} fits this host", options.file));
     plugin->RegisterDevices();
     plugin->RegisterViews();
     plugin->InitializeTemplates(host.Application());
 
     int code = ExitGood;
     unsigned short number = 0;
+    JsonValue devices = JsonValue::Array();
     for (CString const& name : host.DeviceClasses()) {
         CDataId const id(1, 78, ++number, 1);
         Device* const device = host.AddDevice(host.MakeDevice(name), id, name);
-        fmt::print("device class {}{}\n", tvcore::ToUtf8(name), device != nullptr ? "" : ", which makes no devices");
+        say(fmt::format("device class {}{}", tvcore::ToUtf8(name),
+                        device != nullptr ? "" : ", which makes no devices"));
+        devices.items.push_back(JsonValue::Object(
+            {{"class", JsonValue::Text(tvcore::ToUtf8(name))}, {"makes_devices", JsonValue::Bool(device != nullptr)}}));
         if (device == nullptr) {
             code = ExitFailed;
             continue;
@@ -38,15 +61,22 @@ int Plugin(PluginOptions const& options)
         host.ApplyDevice(*device, true);
     }
     for (CString const& name : host.ViewClasses()) {
-        fmt::print("view class {}\n", tvcore::ToUtf8(name));
+        say(fmt::format("view class {}", tvcore::ToUtf8(name)));
     }
     for (CString const& name : host.DisplayTemplates()) {
-        fmt::print("display template {}\n", tvcore::ToUtf8(name));
+        say(fmt::format("display template {}", tvcore::ToUtf8(name)));
     }
+    auto const told = JsonValue::Object({{"file", JsonValue::Text(options.file)},
+                                         {"devices", std::move(devices)},
+                                         {"views", NamesJson(host.ViewClasses())},
+                                         {"displays", NamesJson(host.DisplayTemplates())}});
     plugin->ReleaseDevices();
     host.RemoveAllDevices();
     plugin.reset();
-    fmt::print("and is unloaded again\n");
+    say("and is unloaded again");
+    if (options.json) {
+        fmt::print("{}\n", WriteJson(told));
+    }
     return code;
 }
 

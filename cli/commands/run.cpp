@@ -158,11 +158,11 @@ public:
         } else if (word == "tree") {
             fmt::print("{}", vordal::TreeText(m_session.Attributes()));
         } else if (word == "keys") {
-            Keys({rest, false});
+            Keys({.filter = rest});
         } else if (word == "explain" && rest.empty()) {
             fmt::print("a key or a handler is missing; write for example: explain x5Range\n");
         } else if (word == "explain") {
-            Explain({rest});
+            Explain({.names = {rest}});
         } else if (word == "program" && rest.empty()) {
             fmt::print("a key is missing; write for example: program x5Range=50\n");
         } else if (word == "program") {

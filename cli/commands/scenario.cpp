@@ -13,6 +13,8 @@ int Scenario(ScenarioCommandOptions const& options)
     ScenarioOptions run;
     run.files = options.files;
     run.check = options.check;
+    run.json = options.json;
+    run.junit = options.junit;
     run.plugin = PluginPath(options.plugin);
     return RunScenarios(run, std::cin, std::cout, std::cerr);
 }

@@ -1,7 +1,7 @@
 // Documents written from the record tables.
 #include "cli/documents/record_documents.h"
 
-#include "cli/documents/dissector_fields.h"
+#include "cli/dissector_fields.h"
 #include "cli/documents/templates.h"
 #include "cli/table_texts.h"
 

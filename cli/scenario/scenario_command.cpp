@@ -3,12 +3,16 @@
 
 #include "cli/scenario/checker.h"
 #include "cli/scenario/event_kinds.h"
+#include "cli/scenario/junit_report.h"
 #include "cli/scenario/scenario_reader.h"
 #include "cli/scenario/scenario_run.h"
 #include "json/json_parser.h"
 
+#include <protocol/utf8.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <istream>
@@ -52,7 +56,12 @@ public:
             if (!m_out) {
                 break; // nobody reads what the others would give; whose output it is tells so
             }
+            m_report.BeginFile(file);
             RunFile(file);
+        }
+        if (std::string problem; !m_options.junit.empty() && !m_report.Write(m_options.junit, problem)) {
+            Raise(Differs);
+            m_err << OneLine(m_options.junit + ": cannot be written: " + problem) << std::endl;
         }
         return m_status;
     }
@@ -60,16 +69,21 @@ public:
 private:
     void Raise(ExitStatus status) { m_status = std::max(m_status, static_cast<int>(status)); }
 
+    /// File names and reasons of the platform may hold anything; what is reported stays one line.
+    static std::string OneLine(std::string line)
+    {
+        std::replace_if(
+            line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+        return line;
+    }
+
     void ReportUnusable(std::string const& file, std::string const& path, std::string const& reason)
     {
         Raise(Unusable);
         constexpr std::size_t longestPath = 200;
-        std::string line =
-            file + ": " + (path.size() > longestPath ? path.substr(0, longestPath) + "..." : path) + ": " + reason;
-        // File names and reasons of the platform may hold anything; the report stays one line.
-        std::replace_if(
-            line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
-        m_err << line << std::endl;
+        std::string const place = path.size() > longestPath ? path.substr(0, longestPath) + "..." : path;
+        m_err << OneLine(file + ": " + place + ": " + reason) << std::endl;
+        m_report.AddError(place, reason);
     }
 
     std::optional<std::string> ReadAll(std::string const& file)
@@ -133,9 +147,10 @@ private:
         try {
             Scenario const scenario = ReadScenario(source);
             RefuseUnbuilt(scenario, path);
+            auto const begin = std::chrono::steady_clock::now();
             ScenarioResult const result = RunScenario(scenario, m_options.plugin);
             if (m_options.check) {
-                Check(file, path, scenario, result);
+                Check(file, path, scenario, result, std::chrono::steady_clock::now() - begin);
             } else {
                 m_out << WriteJson(WriteResult(result)) << std::endl;
             }
@@ -146,12 +161,14 @@ private:
         }
     }
 
-    void Check(std::string const& file, JsonPath const& path, Scenario const& scenario, ScenarioResult const& result)
+    void Check(std::string const& file, JsonPath const& path, Scenario const& scenario, ScenarioResult const& result,
+               std::chrono::duration<double> took)
     {
         std::string const title = file + ": " + path.ToText() + " " + QuoteForMessage(scenario.name) + ": ";
         JsonPath const steps(path, "steps");
         std::size_t checked = 0;
-        bool matches = true;
+        std::string differences;
+        JsonValue told = JsonValue::Array();
         for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
             auto const& step = scenario.steps[i];
             if (!step.expect.has_value()) {
@@ -159,16 +176,36 @@ private:
             }
             ++checked;
             if (auto const difference = FindDifference(step.expect->events, Counting(result.steps[i], *step.expect))) {
-                matches = false;
-                m_out << file << ": " << JsonPath(steps, i).ToText() << " (" << QuoteForMessage(scenario.name) << ", "
-                      << NameOf(step.kind) << "): " << *difference << std::endl;
+                auto const place = JsonPath(steps, i).ToText();
+                std::string const name(NameOf(step.kind));
+                differences += (differences.empty() ? "" : "\n") + place + " (" + name + "): " + *difference;
+                told.items.push_back(JsonValue::Object({{"path", JsonValue::Text(place)},
+                                                        {"step", JsonValue::Text(name)},
+                                                        {"text", JsonValue::Text(*difference)}}));
+                if (!m_options.json) {
+                    m_out << file << ": " << place << " (" << QuoteForMessage(scenario.name) << ", " << name
+                          << "): " << *difference << std::endl;
+                }
             }
         }
-        if (matches) {
+        m_report.AddScenario(scenario.name, took, differences);
+        bool const matches = differences.empty();
+        if (!matches) {
+            Raise(Differs);
+        }
+        if (m_options.json) {
+            m_out << WriteJson(
+                         JsonValue::Object({{"file", JsonValue::Text(protocol::DecodeUtf8(file))},
+                                            {"path", JsonValue::Text(path.ToText())},
+                                            {"name", JsonValue::Text(scenario.name)},
+                                            {"result", JsonValue::Text(std::string(matches ? "matches" : "differs"))},
+                                            {"steps", JsonValue::Unsigned(scenario.steps.size())},
+                                            {"checked", JsonValue::Unsigned(checked)},
+                                            {"differences", std::move(told)}}))
+                  << std::endl;
+        } else if (matches) {
             m_out << title << "matches (" << checked << " of " << scenario.steps.size() << " steps checked)"
                   << std::endl;
-        } else {
-            Raise(Differs);
         }
     }
 
@@ -177,6 +214,7 @@ private:
     std::ostream& m_out;
     std::ostream& m_err;
     int m_status = Matched;
+    JunitReport m_report;
 };
 
 } // namespace

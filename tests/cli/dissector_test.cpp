@@ -1,7 +1,7 @@
 // The dissector of captured traffic, as tshark runs it: a field for each key, trees, arrays, streams in pieces, damage.
 #include "captured_traffic.h"
 #include "child_process.h"
-#include "cli/documents/dissector_fields.h"
+#include "cli/dissector_fields.h"
 #include "cli/documents/record_documents.h"
 #include "tests/protocol/hex.h"
 #include "tests/support/temporary_folder.h"

@@ -1,5 +1,5 @@
 // The dissector's fields, put together from the record tables.
-#include "cli/documents/dissector_fields.h"
+#include "cli/dissector_fields.h"
 
 #include <protocol/catalogue.h>
 #include <protocol/utf8.h>
