@@ -18,7 +18,7 @@ struct ScenarioOptions
     bool json = false;
     /// With `check`: a file to write what came of all scenarios to, as JUnit XML; empty for none. What is there is
     /// replaced.
-    std::string junit;
+    std::string junit = {};
     /// The plug-in module.
     std::filesystem::path plugin;
 };
