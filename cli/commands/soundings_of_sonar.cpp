@@ -8,6 +8,7 @@
 #include "cli/session.h"
 #include "cli/sounding_lines.h"
 #include "cli/soundings_of_sonar.h"
+#include "reference_host/streams/echo_items.h"
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
@@ -22,7 +23,6 @@
 #include <deque>
 #include <mutex>
 #include <optional>
-#include <span>
 
 #include <fmt/format.h>
 
@@ -36,45 +36,24 @@ constexpr std::chrono::seconds answerLimit{2};
 /// From one ping to the next, or to a ping's echoes.
 constexpr std::chrono::seconds pingLimit{10};
 
-std::span<unsigned char const> BytesOf(CDataBlock const& block, SonarEchoItem item)
-{
-    unsigned short index = 0;
-    if (!block.LookUp(item, ADDR_FIRST_OF_ITEM, index)) {
-        return {};
-    }
-    CDataItem const& found = *block.GetItem(index);
-    return {static_cast<unsigned char const*>(found.data), found.size};
-}
-
-double RealOf(CDataBlock const& block, SonarEchoItem item, std::size_t place = 0)
-{
-    auto const bytes = BytesOf(block, item);
-    return protocol::Fits(bytes.size(), 8 * place, 8) ? protocol::GetF64LE(bytes, 8 * place) : 0.0;
-}
-
-std::int32_t WholeOf(CDataBlock const& block, SonarEchoItem item)
-{
-    auto const bytes = BytesOf(block, item);
-    return bytes.size() >= 4 ? protocol::GetI32LE(bytes, 0) : 0;
-}
-
 /// Where one array is shorter than the others, the rest is left out.
 acoustics::PingEchoes EchoesOf(CDataBlock const& block)
 {
     acoustics::PingEchoes echoes;
-    echoes.number = WholeOf(block, ECHO_PING_NUMBER);
+    echoes.number = vordal::EchoWhole(block, ECHO_PING_NUMBER);
     echoes.utcSeconds = block.GetTime();
-    echoes.soundSpeed = RealOf(block, ECHO_SOUND_VELOCITY);
-    echoes.pose = {RealOf(block, ECHO_POSE, 0), RealOf(block, ECHO_POSE, 1), RealOf(block, ECHO_POSE, 2),
-                   RealOf(block, ECHO_POSE, 3), RealOf(block, ECHO_POSE, 4), RealOf(block, ECHO_POSE, 5),
-                   RealOf(block, ECHO_POSE, 6)};
-    echoes.steering = RealOf(block, ECHO_STEERING);
-    echoes.beams = static_cast<std::uint16_t>(WholeOf(block, ECHO_BEAM_COUNT));
-    auto const beam = BytesOf(block, DETECTION_BEAM);
-    auto const angle = BytesOf(block, DETECTION_ANGLE);
-    auto const time = BytesOf(block, DETECTION_TRAVEL_TIME);
-    auto const level = BytesOf(block, DETECTION_LEVEL);
-    auto const quality = BytesOf(block, DETECTION_QUALITY);
+    echoes.soundSpeed = vordal::EchoReal(block, ECHO_SOUND_VELOCITY);
+    echoes.pose = {vordal::EchoReal(block, ECHO_POSE, 0), vordal::EchoReal(block, ECHO_POSE, 1),
+                   vordal::EchoReal(block, ECHO_POSE, 2), vordal::EchoReal(block, ECHO_POSE, 3),
+                   vordal::EchoReal(block, ECHO_POSE, 4), vordal::EchoReal(block, ECHO_POSE, 5),
+                   vordal::EchoReal(block, ECHO_POSE, 6)};
+    echoes.steering = vordal::EchoReal(block, ECHO_STEERING);
+    echoes.beams = static_cast<std::uint16_t>(vordal::EchoWhole(block, ECHO_BEAM_COUNT));
+    auto const beam = vordal::EchoBytes(block, DETECTION_BEAM);
+    auto const angle = vordal::EchoBytes(block, DETECTION_ANGLE);
+    auto const time = vordal::EchoBytes(block, DETECTION_TRAVEL_TIME);
+    auto const level = vordal::EchoBytes(block, DETECTION_LEVEL);
+    auto const quality = vordal::EchoBytes(block, DETECTION_QUALITY);
     std::size_t const count =
         std::min({beam.size() / 2, angle.size() / 4, time.size() / 4, level.size() / 4, quality.size() / 4});
     for (std::size_t i = 0; i < count; ++i) {

@@ -2,8 +2,7 @@
 #include "python/binding/echoes.h"
 
 #include "python/binding/module.h"
-
-#include <protocol/bytes.h>
+#include "reference_host/streams/echo_items.h"
 
 #include <cstdint>
 #include <optional>
@@ -24,28 +23,6 @@ struct BlockOwner
     CDataBlock block;
 };
 
-std::span<unsigned char const> BytesOf(CDataBlock const& block, SonarEchoItem item)
-{
-    unsigned short index = 0;
-    if (!block.LookUp(item, ADDR_FIRST_OF_ITEM, index)) {
-        return {};
-    }
-    CDataItem const& found = *block.GetItem(index);
-    return {static_cast<unsigned char const*>(found.data), found.size};
-}
-
-double RealOf(CDataBlock const& block, SonarEchoItem item, std::size_t place = 0)
-{
-    auto const bytes = BytesOf(block, item);
-    return protocol::Fits(bytes.size(), 8 * place, 8) ? protocol::GetF64LE(bytes, 8 * place) : 0.0;
-}
-
-std::int32_t WholeOf(CDataBlock const& block, SonarEchoItem item)
-{
-    auto const bytes = BytesOf(block, item);
-    return bytes.size() >= 4 ? protocol::GetI32LE(bytes, 0) : 0;
-}
-
 template <typename Number>
 py::array ArrayIn(py::object const& owner, std::span<unsigned char const> bytes, std::vector<py::ssize_t> shape = {})
 {
@@ -60,14 +37,14 @@ py::array ArrayIn(py::object const& owner, std::span<unsigned char const> bytes,
 py::tuple Head(CDataBlock const& block)
 {
     py::list head;
-    head.append(WholeOf(block, ECHO_PING_NUMBER));
+    head.append(vordal::EchoWhole(block, ECHO_PING_NUMBER));
     head.append(block.GetTime());
-    head.append(RealOf(block, ECHO_SOUND_VELOCITY));
+    head.append(vordal::EchoReal(block, ECHO_SOUND_VELOCITY));
     for (std::size_t i = 0; i < 7; ++i) {
-        head.append(RealOf(block, ECHO_POSE, i));
+        head.append(vordal::EchoReal(block, ECHO_POSE, i));
     }
-    head.append(RealOf(block, ECHO_STEERING));
-    head.append(WholeOf(block, ECHO_BEAM_COUNT));
+    head.append(vordal::EchoReal(block, ECHO_STEERING));
+    head.append(vordal::EchoWhole(block, ECHO_BEAM_COUNT));
     return py::tuple(head);
 }
 
@@ -77,19 +54,21 @@ py::tuple ItemsOf(CDataBlock const& block)
     py::object const owner = py::cast(BlockOwner{block});
     unsigned short index = 0;
     if (block.LookUp(DETECTION_BEAM, ADDR_FIRST_OF_ITEM, index)) {
-        return py::make_tuple(ArrayIn<std::uint16_t>(owner, BytesOf(block, DETECTION_BEAM)),
-                              ArrayIn<float>(owner, BytesOf(block, DETECTION_ANGLE)),
-                              ArrayIn<float>(owner, BytesOf(block, DETECTION_TRAVEL_TIME)),
-                              ArrayIn<float>(owner, BytesOf(block, DETECTION_LEVEL)),
-                              ArrayIn<float>(owner, BytesOf(block, DETECTION_QUALITY)));
+        return py::make_tuple(ArrayIn<std::uint16_t>(owner, vordal::EchoBytes(block, DETECTION_BEAM)),
+                              ArrayIn<float>(owner, vordal::EchoBytes(block, DETECTION_ANGLE)),
+                              ArrayIn<float>(owner, vordal::EchoBytes(block, DETECTION_TRAVEL_TIME)),
+                              ArrayIn<float>(owner, vordal::EchoBytes(block, DETECTION_LEVEL)),
+                              ArrayIn<float>(owner, vordal::EchoBytes(block, DETECTION_QUALITY)));
     }
-    auto const levels = BytesOf(block, WATER_LEVELS);
-    py::ssize_t const samples = WholeOf(block, WATER_SAMPLE_COUNT);
+    auto const levels = vordal::EchoBytes(block, WATER_LEVELS);
+    py::ssize_t const samples = vordal::EchoWhole(block, WATER_SAMPLE_COUNT);
     py::ssize_t const beams = samples > 0 ? static_cast<py::ssize_t>(levels.size()) / samples : 0;
-    return py::make_tuple(
-        RealOf(block, WATER_SAMPLE_INTERVAL), RealOf(block, WATER_LEVEL_FLOOR), RealOf(block, WATER_LEVEL_STEP),
-        ArrayIn<float>(owner, BytesOf(block, WATER_BEAM_ANGLE)), ArrayIn<float>(owner, BytesOf(block, WATER_GAIN)),
-        ArrayIn<float>(owner, BytesOf(block, WATER_NOISE)), ArrayIn<std::uint8_t>(owner, levels, {beams, samples}));
+    return py::make_tuple(vordal::EchoReal(block, WATER_SAMPLE_INTERVAL), vordal::EchoReal(block, WATER_LEVEL_FLOOR),
+                          vordal::EchoReal(block, WATER_LEVEL_STEP),
+                          ArrayIn<float>(owner, vordal::EchoBytes(block, WATER_BEAM_ANGLE)),
+                          ArrayIn<float>(owner, vordal::EchoBytes(block, WATER_GAIN)),
+                          ArrayIn<float>(owner, vordal::EchoBytes(block, WATER_NOISE)),
+                          ArrayIn<std::uint8_t>(owner, levels, {beams, samples}));
 }
 
 } // namespace

@@ -246,6 +246,8 @@ py::object ContentToPython(KeptMessage const& message)
                 return py::make_tuple(content.text);
             } else if constexpr (std::is_same_v<Content, recording::RecordedLoss>) {
                 return py::make_tuple(content.messages, content.bytes);
+            } else if constexpr (requires { content.tree; }) {
+                return py::make_tuple(TreeToPython(content.tree));
             } else {
                 return py::none();
             }
@@ -451,6 +453,13 @@ void AddRecordings(py::module_& module)
         PYBIND11_NUMPY_DTYPE_EX(PingRow, ping, "ping", time, "time", soundVelocity, "sound_velocity", east, "east",
                                 north, "north", depth, "depth", heading, "heading", roll, "roll", pitch, "pitch", heave,
                                 "heave", steering, "steering", beams, "beams", detections, "detections");
+    });
+    module.def("recorded_kinds", [] {
+        std::vector<std::string> names;
+        for (recording::RecordedKind const* const kind : recording::RecordedKinds) {
+            names.emplace_back(kind->name);
+        }
+        return names;
     });
     module.attr("WATER_COLUMN") = protocol::records::WaterColumn.Id();
     module.def("find_difference", &FindDifference, py::arg("expected"), py::arg("got"));

@@ -124,6 +124,12 @@ class Attributes(NamedTuple):
     tree: Tree
 
 
+class Written(NamedTuple):
+    """What the host or a view put into the sonar's attributes by itself."""
+
+    tree: Tree
+
+
 class Link(NamedTuple):
     """How the connection stands."""
 
@@ -174,7 +180,7 @@ class Frame:
         return memoryview(self._native)  # type: ignore[arg-type]
 
 
-Content = Frame | Settings | Asked | Outcome | Attributes | Link | Mark | Loss
+Content = Frame | Settings | Asked | Outcome | Attributes | Written | Link | Mark | Loss
 
 _contents: dict[str, Any] = {
     "sent": Frame,
@@ -183,6 +189,7 @@ _contents: dict[str, Any] = {
     "requests": lambda raw: Asked(*raw),
     "results": lambda raw: Outcome(*raw),
     "attributes": lambda raw: Attributes(*raw),
+    "written": lambda raw: Written(*raw),
     "connection": lambda raw: Link(*raw),
     "marks": lambda raw: Mark(*raw),
     "lost": lambda raw: Loss(*raw),
@@ -193,7 +200,7 @@ class Message(NamedTuple):
     """One message of a recording."""
 
     kind: str
-    """sent, received, settings, requests, results, attributes, connection, marks or lost"""
+    """sent, received, settings, requests, results, attributes, written, connection, marks or lost"""
     sonar: str | None
     """Its id, 1.78.1.1; None for what concerns none."""
     time: int

@@ -110,11 +110,8 @@ def test_a_value_that_the_kind_cannot_hold(sonar, key, value):
 
 def test_numbers_of_other_types_are_numbers(sonar):
     numpy = pytest.importorskip("numpy")
-    sonar.range = numpy.float32(50)
-    assert sonar.range == 50.0
-    sonar.pulse_type = numpy.int64(0)
-    sonar.beam_steer = numpy.array([1.0, 2.0])
-    assert sonar.beam_steer == (1.0, 2.0)
+    request = sonar.request(range=numpy.float32(50), pulse_type=numpy.int64(0), beam_steer=numpy.array([1.0, 2.0]))
+    assert request.asked.nodes == (("x5Range", 50.0), ("x5PulseType", 0), ("x5BeamSteer", (1.0, 2.0)))
 
 
 def test_what_the_sonar_tells_is_not_set(sonar):

@@ -6,6 +6,7 @@ import threading
 import pytest
 
 import qx5
+from qx5 import _qx5, _recording
 
 
 @pytest.fixture
@@ -60,6 +61,10 @@ def test_its_messages(recording):
     assert ranges[0].record.values == {"x5Range": 50.0}
     assert ranges[0].data.readonly
     assert messages[0].utc.year >= 2024
+
+
+def test_every_kind_of_message_is_known():
+    assert set(_qx5.recorded_kinds()) <= set(_recording._contents)
 
 
 def test_some_of_its_messages(recording):
