@@ -4,6 +4,7 @@
 #include "python/binding/python_values.h"
 #include "python/binding/waiting.h"
 
+#include "operation/action_values.h"
 #include "operation/endpoint.h"
 #include "operation/sonar_limits.h"
 #include "python/live/live_sonar.h"
@@ -31,32 +32,6 @@ namespace {
 
 using live::Mailbox;
 using Seconds = std::optional<double>;
-
-std::string ResultName(operation::Result result)
-{
-    using operation::Result;
-    switch (result) {
-    case Result::Pending:
-        return "pending";
-    case Result::Agrees:
-        return "agrees";
-    case Result::Differs:
-        return "differs";
-    case Result::Unanswered:
-        return "unanswered";
-    case Result::NotSent:
-        return "not sent";
-    case Result::Dropped:
-        return "dropped";
-    case Result::Refused:
-        return "refused";
-    case Result::Failed:
-        return "failed";
-    case Result::Replaced:
-        return "replaced";
-    }
-    return {};
-}
 
 std::string ConditionName(operation::SonarCondition condition)
 {
@@ -168,7 +143,7 @@ public:
     py::tuple Outcome() const
     {
         auto const state = m_request->Now();
-        return py::make_tuple(ResultName(state.result), state.reason, state.isConnectionLost);
+        return py::make_tuple(operation::ToText(state.result), state.reason, state.isConnectionLost);
     }
     bool Stands() const { return m_request->Now().stands; }
     py::object Asked() const { return TreeToPython(m_request->Now().asked); }
