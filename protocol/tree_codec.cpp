@@ -62,14 +62,13 @@ void TreeWriter::Text(std::wstring_view text)
         EncodeUtf8Into(text, std::span(m_bytes).last(length));
         return;
     }
-    std::vector<char32_t> characters;
-    characters.reserve(text.size());
-    for (std::size_t at = 0; at < text.size();) {
-        characters.push_back(NextCodePoint(text, at));
+    std::size_t characters = 0;
+    for (std::size_t at = 0; at < text.size(); ++characters) {
+        NextCodePoint(text, at);
     }
-    Number(characters.size());
-    for (auto const character : characters) {
-        Number(character);
+    Number(characters);
+    for (std::size_t at = 0; at < text.size();) {
+        Number(NextCodePoint(text, at));
     }
 }
 
@@ -114,6 +113,8 @@ struct TreeWriter::ValueWriter
 
 TreeWriter::TreeWriter(TreeForm const& form, std::wstring_view group) : m_form(form)
 {
+    // A request of a key or two, which is what most trees are, takes one piece of memory.
+    m_bytes.reserve(128);
     if (form.stored) {
         PutLE(static_cast<std::uint8_t>(TreeVersion));
         Text(group);

@@ -6,10 +6,12 @@
 #include "recording_error.h"
 
 #include "operation/action_values.h"
+#include "reference_host/attributes/tree_bytes.h"
 #include "reference_host/attributes/tree_merge.h"
 
 #include <protocol/utf8.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace qx5::recording {
@@ -25,6 +27,8 @@ constexpr std::size_t nodeBytes = 64;
 constexpr std::size_t usualEntries = 4096;
 /// A longer frame is copied while others go on: half a megabyte of echoes takes longer than a whole request.
 constexpr std::size_t longFrame = 2048;
+/// A tree of no more nodes is copied as bytes.
+constexpr int shortTree = 16;
 /// A part is about as long to read: what stands is written anew after so many bytes of frames, and after fewer of what
 /// takes longer to understand.
 constexpr std::uint64_t partBytes = std::uint64_t{8} << 20;
@@ -45,6 +49,21 @@ std::uint64_t SystemSteady()
 std::size_t BytesOf(CAttributeMap const& tree)
 {
     return nodeBytes * static_cast<std::size_t>(tree.Count());
+}
+
+/// Whether a tree is short: all its nodes, counted down from `left`.
+bool IsShort(CAttributeMap const& tree, int& left)
+{
+    left -= tree.Count();
+    return left >= 0 &&
+           std::all_of(tree.begin(), tree.end(), [&](CAttributeMap const& child) { return IsShort(child, left); });
+}
+
+/// A short tree as bytes; empty of any other.
+std::vector<unsigned char> ShortTreeBytes(CAttributeMap const& tree)
+{
+    int left = shortTree;
+    return IsShort(tree, left) ? vordal::EncodeTree(tree, protocol::StoredTree) : std::vector<unsigned char>();
 }
 
 RecorderPieces OneFile(std::filesystem::path const& file, McapTexts const& program)
@@ -71,10 +90,9 @@ FlightRecorder::FlightRecorder(std::filesystem::path const& file, RecorderOption
 }
 
 FlightRecorder::FlightRecorder(RecorderPieces pieces, RecorderOptions options)
-    : m_options(WithClocks(std::move(options))), m_utcAtStart(m_options.utc()),
-      m_steadyAtStart(m_options.steady()), m_both{Waiting(m_options.greatestWaiting),
-                                                  Waiting(m_options.greatestWaiting)},
-      m_pieces(std::move(pieces)), m_writer(m_pieces.next())
+    : m_options(WithClocks(std::move(options))),
+      m_aheadAtStart(UtcAhead()), m_both{Waiting(m_options.greatestWaiting), Waiting(m_options.greatestWaiting)},
+      m_ahead(m_aheadAtStart), m_pieces(std::move(pieces)), m_writer(m_pieces.next())
 {
     m_thread = std::thread([this] { Run(); });
 }
@@ -86,7 +104,8 @@ FlightRecorder::~FlightRecorder()
 
 MessageTimes FlightRecorder::Now() const
 {
-    return {m_utcAtStart + (m_options.steady() - m_steadyAtStart), m_options.utc()};
+    auto const steady = m_options.steady();
+    return {steady + m_aheadAtStart, steady + m_ahead};
 }
 
 FlightRecorder::Waiting::Waiting(std::size_t room) : frames(std::make_unique_for_overwrite<unsigned char[]>(room))
@@ -122,8 +141,9 @@ bool FlightRecorder::Add(CDataId const& sonar, std::size_t bytes, What&& what)
     return isMuch;
 }
 
-void FlightRecorder::Put(CDataId const& sonar, std::size_t bytes, What what)
+void FlightRecorder::PutSeldom(CDataId const& sonar, std::size_t bytes, RecordedContent content)
 {
+    auto what = std::make_unique<RecordedContent const>(std::move(content));
     bool isMuch = false;
     {
         std::lock_guard const lock(m_mutex);
@@ -134,9 +154,33 @@ void FlightRecorder::Put(CDataId const& sonar, std::size_t bytes, What what)
     }
 }
 
+template <typename Make>
+void FlightRecorder::PutTree(CDataId const& sonar, CAttributeMap const& tree, std::size_t more, Make const& make)
+{
+    auto const bytes = ShortTreeBytes(tree);
+    WaitingTree waiting{bytes.empty() ? tree : CAttributeMap(), 0, bytes.size()};
+    auto const counted = entryBytes + BytesOf(tree) + more + bytes.size();
+    bool isMuch = false;
+    {
+        std::lock_guard const lock(m_mutex);
+        if (!HasRoom(counted, 0)) {
+            return;
+        }
+        waiting.offset = m_waiting->frameBytes;
+        isMuch = Add(sonar, counted, make(std::move(waiting)));
+        if (!bytes.empty()) {
+            std::memcpy(m_waiting->frames.get() + m_waiting->frameBytes, bytes.data(), bytes.size());
+            m_waiting->frameBytes += bytes.size();
+        }
+    }
+    if (isMuch) {
+        m_changed.notify_one();
+    }
+}
+
 void FlightRecorder::Begin(CDataId const& sonar, std::string name, CAttributeMap const& settings)
 {
-    Put(sonar, entryBytes + BytesOf(settings), Beginning{std::move(name), settings, HostAround(sonar)});
+    PutSeldom(sonar, entryBytes + BytesOf(settings), RecordedSettings{std::move(name), settings, HostAround(sonar)});
 }
 
 void FlightRecorder::Frame(CDataId const& sonar, bool isSent, std::span<unsigned char const> frame)
@@ -173,39 +217,43 @@ void FlightRecorder::Frame(CDataId const& sonar, bool isSent, std::span<unsigned
 
 void FlightRecorder::Connection(CDataId const& sonar, vordal::LinkStatus const& status)
 {
-    Put(sonar, entryBytes + status.reason.size(), status);
+    PutSeldom(sonar, entryBytes + status.reason.size(),
+              RecordedConnection{std::string(vordal::ToText(status.state)), status.reason});
 }
 
 void FlightRecorder::Mark(std::string text)
 {
     auto const size = text.size();
-    Put({}, entryBytes + size, RecordedMark{std::move(text)});
+    PutSeldom({}, entryBytes + size, RecordedMark{std::move(text)});
 }
 
 void FlightRecorder::OnActionBegins(operation::Action const& action)
 {
-    Put(action.sonar, entryBytes + BytesOf(action.asked), Request{action.number, action.who, action.asked});
+    PutTree(action.sonar, action.asked, 0, [&](WaitingTree&& asked) {
+        return Request{action.number, action.who, std::move(asked)};
+    });
 }
 
 void FlightRecorder::OnActionStands(operation::Action const& action)
 {
-    Put(action.sonar, entryBytes + BytesOf(action.got) + action.reason.size(),
-        Outcome{action.number, action.result, action.got, action.reason});
+    PutTree(action.sonar, action.got, action.reason.size(), [&](WaitingTree&& got) {
+        return Outcome{action.number, action.result, std::move(got), action.reason};
+    });
 }
 
 void FlightRecorder::OnSonarTells(CDataId const& sonar, CAttributeMap const& tree)
 {
-    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{false, tree, {}});
+    PutTree(sonar, tree, 0, [](WaitingTree&& told) { return Told{{}, std::move(told)}; });
 }
 
 void FlightRecorder::OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags)
 {
-    Put(sonar, entryBytes + BytesOf(tree), RecordedAttributes{true, tree, flags});
+    PutTree(sonar, tree, 0, [&](WaitingTree&& told) { return Told{flags, std::move(told)}; });
 }
 
 void FlightRecorder::OnWritten(CDataId const& sonar, CAttributeMap const& tree)
 {
-    Put(sonar, entryBytes + BytesOf(tree), RecordedWriting{tree});
+    PutTree(sonar, tree, 0, [](WaitingTree&& written) { return Written{std::move(written)}; });
 }
 
 RecorderCounts FlightRecorder::Counts() const
@@ -235,8 +283,10 @@ FlightRecorder::Waiting& FlightRecorder::TakeWaiting(bool& isEnding)
         m_changed.wait_for(lock, m_options.period, [this] { return m_isEnding || m_waiting->bytes >= soon; });
         isEnding = m_isEnding;
         if (m_loss.messages != 0) {
-            m_waiting->entries.push_back({Now(), NumbersOf({}), std::exchange(m_loss, {})});
+            m_waiting->entries.push_back(
+                {Now(), NumbersOf({}), std::make_unique<RecordedContent const>(std::exchange(m_loss, {}))});
         }
+        m_ahead = UtcAhead();
         taken = std::exchange(m_waiting, m_waiting == &m_both[0] ? &m_both[1] : &m_both[0]);
     }
     // Nobody begins another copy into it.
@@ -301,33 +351,43 @@ void FlightRecorder::WriteOne(Entry const& entry, unsigned char const* frames)
         m_sincePart += m_writer->File().Size() - before;
         return;
     }
+    Write(entry, ContentOf(entry.what, frames));
+    m_sincePart += weightOfTexts * (m_writer->File().Size() - before);
+}
+
+RecordedContent FlightRecorder::ContentOf(What const& what, unsigned char const* frames)
+{
     struct Content
     {
+        unsigned char const* const frames;
+
+        CAttributeMap Tree(WaitingTree const& waiting) const
+        {
+            CAttributeMap tree = waiting.shared;
+            if (waiting.size != 0) {
+                std::string error;
+                vordal::DecodeTree({frames + waiting.offset, waiting.size}, protocol::StoredTree, tree, error);
+            }
+            return tree;
+        }
         RecordedContent operator()(FrameText const&) const { return {}; }
-        RecordedContent operator()(Beginning const& beginning) const
-        {
-            return RecordedSettings{beginning.name, beginning.settings, beginning.host};
-        }
-        RecordedContent operator()(vordal::LinkStatus const& status) const
-        {
-            return RecordedConnection{std::string(vordal::ToText(status.state)), status.reason};
-        }
+        RecordedContent operator()(Seldom const& content) const { return *content; }
         RecordedContent operator()(Request const& request) const
         {
-            return RecordedRequest{request.number, std::string(vordal::ToText(request.who)), request.asked};
+            return RecordedRequest{request.number, std::string(vordal::ToText(request.who)), Tree(request.asked)};
         }
         RecordedContent operator()(Outcome const& outcome) const
         {
-            return RecordedResult{outcome.number, std::string(operation::ToText(outcome.result)), outcome.got,
+            return RecordedResult{outcome.number, std::string(operation::ToText(outcome.result)), Tree(outcome.got),
                                   outcome.reason};
         }
-        RecordedContent operator()(RecordedAttributes const& attributes) const { return attributes; }
-        RecordedContent operator()(RecordedMark const& mark) const { return mark; }
-        RecordedContent operator()(RecordedLoss const& loss) const { return loss; }
-        RecordedContent operator()(RecordedWriting const& writing) const { return writing; }
+        RecordedContent operator()(Told const& told) const
+        {
+            return RecordedAttributes{told.echoFlags.has_value(), Tree(told.tree), told.echoFlags};
+        }
+        RecordedContent operator()(Written const& written) const { return RecordedWriting{Tree(written.tree)}; }
     };
-    Write(entry, std::visit(Content{}, entry.what));
-    m_sincePart += weightOfTexts * (m_writer->File().Size() - before);
+    return std::visit(Content{frames}, what);
 }
 
 void FlightRecorder::Write(Entry const& entry, RecordedContent const& content)

@@ -67,14 +67,15 @@ struct RecorderCounts
 
 /// One recording. What is put into it costs the one who puts it a copy into memory: no disk, no wait but for another
 /// thread that is putting something in its place, and never for one that copies a long frame. Any thread, unless
-/// something else is said. Trees are shared, not copied; what they become in the file is worked out on the recorder's
-/// thread, which also lets go of them.
+/// something else is said. Long trees are shared, not copied; what a tree becomes in the file is worked out on the
+/// recorder's thread.
 ///
 /// What stands of each sonar, settings and connection, is written again whenever the file has grown by some megabytes:
 /// each such part can be understood without those before it.
 ///
 /// Times in the file: a message's log time is the system's clock at the beginning of the recording plus what a clock
-/// that never goes back has counted since; its publish time is the system's clock as it then was.
+/// that never goes back has counted since; its publish time follows the system's clock where that is set, from the next
+/// period on.
 class FlightRecorder final : public operation::ActionListener
 {
 public:
@@ -112,27 +113,39 @@ private:
         std::size_t offset; ///< in the bytes that wait
         std::size_t size;
     };
-    struct Beginning
+    /// A tree that waits. A short one is bytes among the frames: nodes that another thread lets go of half a second
+    /// later cost whoever makes the next ones more than the copy does.
+    struct WaitingTree
     {
-        std::string name;
-        CAttributeMap settings;
-        std::optional<RecordedHost> host;
+        CAttributeMap shared; ///< a long one
+        std::size_t offset = 0;
+        std::size_t size = 0; ///< of a short one, never 0 then
     };
+    /// What is seldom put, and would make every entry longer.
+    using Seldom = std::unique_ptr<RecordedContent const>;
     struct Request
     {
         std::uint64_t number;
         vordal::RequestOrigin who;
-        CAttributeMap asked;
+        WaitingTree asked;
     };
     struct Outcome
     {
         std::uint64_t number;
         operation::Result result;
-        CAttributeMap got;
+        WaitingTree got;
         std::string reason;
     };
-    using What = std::variant<FrameText, Beginning, vordal::LinkStatus, Request, Outcome, RecordedAttributes,
-                              RecordedMark, RecordedLoss, RecordedWriting>;
+    struct Told
+    {
+        std::optional<unsigned> echoFlags; ///< nothing from the sonar
+        WaitingTree tree;
+    };
+    struct Written
+    {
+        WaitingTree tree;
+    };
+    using What = std::variant<FrameText, Seldom, Request, Outcome, Told, Written>;
     struct Entry
     {
         MessageTimes times;
@@ -151,7 +164,10 @@ private:
         std::atomic<unsigned> copying{0}; ///< threads that still copy a frame to where its entry says
     };
     static SonarNumbers NumbersOf(CDataId const& sonar);
-    void Put(CDataId const& sonar, std::size_t bytes, What what);
+    void PutSeldom(CDataId const& sonar, std::size_t bytes, RecordedContent content);
+    /// `make` gives what is put, and takes the tree that waits.
+    template <typename Make>
+    void PutTree(CDataId const& sonar, CAttributeMap const& tree, std::size_t more, Make const& make);
     /// Whether there is room for so many bytes; what finds none is counted. With m_mutex held.
     bool HasRoom(std::size_t bytes, std::size_t frameBytes);
     /// With m_mutex held; true when the recorder's thread is not to wait for its time.
@@ -160,6 +176,7 @@ private:
     Waiting& TakeWaiting(bool& isEnding);
     void WriteAll(Waiting const& waiting);
     void WriteOne(Entry const& entry, unsigned char const* frames);
+    static RecordedContent ContentOf(What const& what, unsigned char const* frames);
     void Write(Entry const& entry, RecordedContent const& content);
     void RollOver(MessageTimes const& times);
     /// Writes what stands of each sonar: who looks for a moment reads no further back.
@@ -167,16 +184,19 @@ private:
     void BeginPart(MessageTimes const& times, bool isAgain);
     void Remember(Entry const& entry, RecordedContent const& content);
     std::uint16_t ChannelOf(RecordedKind const& kind, SonarNumbers const& sonar);
+    /// With m_mutex held.
     MessageTimes Now() const;
+    /// What the system's clock is ahead of the other, which wraps below zero.
+    std::uint64_t UtcAhead() const { return m_options.utc() - m_options.steady(); }
 
     RecorderOptions const m_options;
-    std::uint64_t const m_utcAtStart;
-    std::uint64_t const m_steadyAtStart;
+    std::uint64_t const m_aheadAtStart;
 
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_changed;
     std::array<Waiting, 2> m_both;
     Waiting* m_waiting = m_both.data(); ///< the one that is filled
+    std::uint64_t m_ahead;              ///< of each period; a clock read for each message would be a part of its cost
     RecordedLoss m_loss;                ///< that the file does not tell of yet
     RecorderCounts m_counts;
     bool m_isEnding = false;

@@ -109,19 +109,19 @@ TEST_F(Flight, EachKindIsAMessageOfItsTopic)
     EXPECT_THAT(
         MessagesIn(file),
         ElementsAre(
-            "/sonar/1.78.1.1/settings 1000001 1000000 {\"name\":\"Bow\",\"tree\":[[\"x5Range\",\"double\",100.0]]}",
-            "/sonar/1.78.1.1/connection 1000002 1000000 {\"state\":\"connected\",\"reason\":\"\"}",
-            "/sonar/1.78.1.1/requests 1000003 1000000 "
+            "/sonar/1.78.1.1/settings 1000001 1000001 {\"name\":\"Bow\",\"tree\":[[\"x5Range\",\"double\",100.0]]}",
+            "/sonar/1.78.1.1/connection 1000002 1000002 {\"state\":\"connected\",\"reason\":\"\"}",
+            "/sonar/1.78.1.1/requests 1000003 1000003 "
             "{\"number\":7,\"who\":\"terminal\",\"request\":[[\"x5Range\",\"double\",50.0]]}",
-            "/sonar/1.78.1.1/sent 1000004 1000000 out",
-            "/sonar/1.78.1.1/attributes 1000005 1000000 "
+            "/sonar/1.78.1.1/sent 1000004 1000004 out",
+            "/sonar/1.78.1.1/attributes 1000005 1000005 "
             "{\"from\":\"echo\",\"tree\":[[\"x5Range\",\"double\",50.0]],\"flags\":3}",
-            "/sonar/1.78.1.1/received 1000006 1000000 in",
-            "/sonar/1.78.1.1/attributes 1000007 1000000 {\"from\":\"sonar\",\"tree\":[[\"x5Range\",\"double\",49.5]]}",
-            "/sonar/1.78.1.1/results 1000008 1000000 {\"number\":7,\"result\":\"differs\","
+            "/sonar/1.78.1.1/received 1000006 1000006 in",
+            "/sonar/1.78.1.1/attributes 1000007 1000007 {\"from\":\"sonar\",\"tree\":[[\"x5Range\",\"double\",49.5]]}",
+            "/sonar/1.78.1.1/results 1000008 1000008 {\"number\":7,\"result\":\"differs\","
             "\"got\":[[\"x5Range\",\"double\",49.5]],\"reason\":\"x5Range: asked 50 m, the sonar has 49.5 m\"}",
-            "/sonar/1.78.1.1/written 1000009 1000000 {\"tree\":[[\"x5Range\",\"double\",70.0]]}",
-            "/marks 1000010 1000000 {\"text\":\"a \\\"wreck\\\"\"}"));
+            "/sonar/1.78.1.1/written 1000009 1000009 {\"tree\":[[\"x5Range\",\"double\",70.0]]}",
+            "/marks 1000010 1000010 {\"text\":\"a \\\"wreck\\\"\"}"));
     McapReader const reader(file);
     EXPECT_TRUE(reader.IsComplete());
     ASSERT_EQ(reader.Metadata().size(), 1U);
@@ -130,14 +130,57 @@ TEST_F(Flight, EachKindIsAMessageOfItsTopic)
 
 TEST_F(Flight, AClockThatIsSetBackTurnsNoMessageAround)
 {
+    std::atomic<unsigned> reads{0};
+    auto options = Options();
+    options.period = std::chrono::milliseconds(1);
+    options.utc = [&] {
+        ++reads;
+        return utc.load();
+    };
+    options.steady = [this] { return steady.load(); };
     {
-        FlightRecorder recorder(file, Options());
+        FlightRecorder recorder(file, options);
         recorder.Mark("before");
-        utc = 400'000;
+        utc = 400'010;
+        steady = 510;
+        // The next period begins with it.
+        for (auto const before = reads.load(); reads.load() < before + 2;) {
+            std::this_thread::yield();
+        }
         recorder.Mark("after");
     }
-    EXPECT_THAT(MessagesIn(file), ElementsAre("/marks 1000001 1000000 {\"text\":\"before\"}",
-                                              "/marks 1000002 400000 {\"text\":\"after\"}"));
+    EXPECT_THAT(MessagesIn(file), ElementsAre("/marks 1000000 1000000 {\"text\":\"before\"}",
+                                              "/marks 1000010 400010 {\"text\":\"after\"}"));
+}
+
+TEST_F(Flight, ShortTreesAndLongOnesAreTakenAsTheyAre)
+{
+    CAttributeMap small;
+    CAttributeMap* const branch = small.Add(L"branch");
+    branch->Add(L"two", CVordalDouble2D(1.5, -2.0), 0);
+    branch->Add(L"two", CVordalText(CString(L"\u00fc \u65e5")), 7);
+    branch->Add(L"bare");
+    small.Add(L"list", CVordalIntList({1, -2}), 0);
+    CAttributeMap large;
+    std::string largeText;
+    for (int i = 0; i < 40; ++i) {
+        auto const key = "k" + std::to_string(i);
+        large.Add(AttributeKey(std::wstring_view(std::wstring(key.begin(), key.end()))), CVordalInt(i), 0);
+        largeText += (i == 0 ? "[\"" : ",[\"") + key + "\",\"int\"," + std::to_string(i) + "]";
+    }
+    {
+        FlightRecorder recorder(file, Options());
+        recorder.OnWritten(bow, small);
+        recorder.OnWritten(bow, large);
+        small.RemoveChildren();
+        large.RemoveChildren();
+    }
+    EXPECT_THAT(MessagesIn(file),
+                ElementsAre("/sonar/1.78.1.1/written 1000001 1000001 "
+                            "{\"tree\":[[\"branch\",[[\"two\",\"pair\",[1.5,-2.0]],"
+                            "[\"two\",\"string\",\"\u00fc \u65e5\"],[\"bare\",\"none\"]]],"
+                            "[\"list\",\"ints\",[1,-2]]]}",
+                            "/sonar/1.78.1.1/written 1000002 1000002 {\"tree\":[" + largeText + "]}"));
 }
 
 TEST_F(Flight, WhatFindsNoRoomIsCountedAndToldInTheFile)
@@ -156,7 +199,7 @@ TEST_F(Flight, WhatFindsNoRoomIsCountedAndToldInTheFile)
         EXPECT_EQ(recorder.Counts().lost, 2U);
     }
     EXPECT_EQ(MessagesIn(file).size(), 3U);
-    EXPECT_THAT(MessagesIn(file).back(), HasSubstr("/lost 1000003 1000000 {\"messages\":2,\"bytes\":1400}"));
+    EXPECT_THAT(MessagesIn(file).back(), HasSubstr("/lost 1000003 1000003 {\"messages\":2,\"bytes\":1400}"));
 }
 
 TEST_F(Flight, FromManyThreadsNothingIsLostAndTimesDoNotGoBack)
