@@ -689,7 +689,7 @@ int RunCommandLine(int argc, char** argv)
         ->check(CLI::Range(0.0, 600.0).description(""))
         ->type_name("SECONDS");
     sendCommand->add_flag("--bytes", send.bytes, "Print the bytes of each record, too")->excludes(throughRun);
-    sendCommand->add_flag("--json", send.json, "One JSON object in place of the text")->excludes(throughRun);
+    sendCommand->add_flag("--json", send.json, "One JSON object in place of the text");
     sendCommand->add_option("request", send.keyValues, "key=value, or key:kind=value to force a kind")
         ->required()
         ->type_name("KEY=VALUE");

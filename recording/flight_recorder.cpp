@@ -283,8 +283,7 @@ FlightRecorder::Waiting& FlightRecorder::TakeWaiting(bool& isEnding)
         m_changed.wait_for(lock, m_options.period, [this] { return m_isEnding || m_waiting->bytes >= soon; });
         isEnding = m_isEnding;
         if (m_loss.messages != 0) {
-            m_waiting->entries.push_back(
-                {Now(), NumbersOf({}), std::make_unique<RecordedContent const>(std::exchange(m_loss, {}))});
+            Add({}, 0, std::make_unique<RecordedContent const>(std::exchange(m_loss, {})));
         }
         m_ahead = UtcAhead();
         taken = std::exchange(m_waiting, m_waiting == &m_both[0] ? &m_both[1] : &m_both[0]);

@@ -90,7 +90,7 @@ std::string Line(ToldValue const& told)
     return LineOf(MembersOf(told));
 }
 
-std::string Line(Outcome const& outcome)
+Members MembersOf(Outcome const& outcome)
 {
     std::vector<JsonValue> values;
     for (AskedValue const& value : outcome.values) {
@@ -98,9 +98,14 @@ std::string Line(Outcome const& outcome)
             JsonValue::Object({Text(keyName, value.key), Value(askedName, value.asked), Value(beforeName, value.before),
                                Value(gotName, value.got), Text(unitName, value.unit)}));
     }
-    return LineOf({Text(resultName, outcome.result),
-                   Text(reasonName, outcome.reason),
-                   {std::string(valuesName), JsonValue::Array(std::move(values))}});
+    return {Text(resultName, outcome.result),
+            Text(reasonName, outcome.reason),
+            {std::string(valuesName), JsonValue::Array(std::move(values))}};
+}
+
+std::string Line(Outcome const& outcome)
+{
+    return LineOf(MembersOf(outcome));
 }
 
 std::string Line(Done const&)
@@ -184,6 +189,11 @@ std::string LineOf(Question const& question)
 std::string LineOf(Answer const& answer)
 {
     return std::visit([](auto const& each) { return Line(each); }, answer);
+}
+
+std::string JsonOf(Outcome const& outcome)
+{
+    return WriteJson(JsonValue::Object(MembersOf(outcome)));
 }
 
 std::string JsonOf(ToldValue const& told)

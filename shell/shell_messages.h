@@ -102,6 +102,8 @@ std::string LineOf(Answer const& answer);
 
 /// What was told as an object of "time", "sonar", "key", "value", "unit" and "kind"; without a line's end.
 std::string JsonOf(ToldValue const& told);
+/// What came of a request as an object of "result", "reason" and "values"; without a line's end.
+std::string JsonOf(Outcome const& outcome);
 
 // A line without its end. Throw InvalidDocument, whose text is one line, when it is none of these.
 Question ReadQuestion(std::string_view line);

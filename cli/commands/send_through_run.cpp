@@ -40,6 +40,17 @@ shell::Outcome Ask(SendOptions const& options, CAttributeMap const& request)
     }
 }
 
+std::string TextOf(shell::Outcome const& outcome)
+{
+    std::string text = "what became of it\n";
+    for (shell::AskedValue const& value : outcome.values) {
+        text += fmt::format("  {}: asked {}, there was {}, the sonar has {}\n", value.key,
+                            shell::ValueText(value.asked, value.unit), shell::ValueText(value.before, value.unit),
+                            shell::ValueText(value.got, value.unit));
+    }
+    return text;
+}
+
 } // namespace
 
 int SendThroughRun(SendOptions const& options)
@@ -52,12 +63,7 @@ int SendThroughRun(SendOptions const& options)
     }
     try {
         auto const outcome = Ask(options, request);
-        fmt::print("what became of it\n");
-        for (shell::AskedValue const& value : outcome.values) {
-            fmt::print("  {}: asked {}, there was {}, the sonar has {}\n", value.key,
-                       shell::ValueText(value.asked, value.unit), shell::ValueText(value.before, value.unit),
-                       shell::ValueText(value.got, value.unit));
-        }
+        fmt::print("{}", options.json ? shell::JsonOf(outcome) + "\n" : TextOf(outcome));
         if (outcome.result == operation::ToText(operation::Result::Agrees)) {
             return ExitGood;
         }

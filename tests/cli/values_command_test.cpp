@@ -304,6 +304,14 @@ TEST_F(ShellCommand, SendsByWayOfTheProgramThatRuns)
     ExpectComplaint(clipped, 1, {"differs"});
     EXPECT_THAT(clipped.out, HasSubstr("the sonar has 500 m"));
     ExpectComplaint(Ask({"send", "--run", "--sonar", "127.0.0.1:1", range + "=80"}), 2, {"--run"});
+    auto const json = Ask({"send", "--run", "--json", range + "=99999"});
+    EXPECT_EQ(json.code, 1);
+    auto const told = JsonLinesOf(json.out);
+    ASSERT_EQ(told.size(), 1U) << json.out;
+    EXPECT_EQ(told[0]["result"], "differs");
+    EXPECT_THAT(told[0]["reason"].get<std::string>(), HasSubstr("the sonar has 500 m"));
+    EXPECT_EQ(told[0]["values"], Json::parse(R"([{"key": ")" + range +
+                                             R"(", "asked": 99999.0, "before": 500.0, "got": 500.0, "unit": "m"}])"));
 
     // Whoever holds the lease is asked first.
     session->Write("lease\n");
