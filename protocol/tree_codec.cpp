@@ -5,6 +5,8 @@
 #include "outside_sizes.h"
 #include "utf8.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <stdexcept>
 #include <type_traits>
@@ -32,9 +34,9 @@ std::optional<std::uint8_t> NumberOf(std::size_t alternative, TreeForm const& fo
 template <typename Unsigned>
 void TreeWriter::PutLE(Unsigned value)
 {
-    auto const at = m_bytes.size();
-    m_bytes.resize(at + sizeof value);
-    detail::PutUnsignedLE(std::span(m_bytes), at, value);
+    std::array<unsigned char, sizeof value> bytes;
+    detail::PutUnsignedLE(std::span<unsigned char>(bytes), 0, value);
+    m_bytes.insert(m_bytes.end(), bytes.begin(), bytes.end());
 }
 
 void TreeWriter::Number(std::uint64_t value)
@@ -60,6 +62,12 @@ void TreeWriter::Text(std::wstring_view text)
         Number(length);
         m_bytes.resize(m_bytes.size() + length);
         EncodeUtf8Into(text, std::span(m_bytes).last(length));
+        return;
+    }
+    // Nearly every key, and a byte each.
+    if (std::all_of(text.begin(), text.end(), [](wchar_t c) { return static_cast<std::uint32_t>(c) < 0x80U; })) {
+        Number(text.size());
+        m_bytes.insert(m_bytes.end(), text.begin(), text.end());
         return;
     }
     std::size_t characters = 0;
@@ -111,10 +119,10 @@ struct TreeWriter::ValueWriter
     }
 };
 
-TreeWriter::TreeWriter(TreeForm const& form, std::wstring_view group) : m_form(form)
+TreeWriter::TreeWriter(TreeForm const& form, std::wstring_view group, std::vector<unsigned char> room)
+    : m_form(form), m_bytes(std::move(room))
 {
-    // A request of a key or two, which is what most trees are, takes one piece of memory.
-    m_bytes.reserve(128);
+    m_bytes.clear();
     if (form.stored) {
         PutLE(static_cast<std::uint8_t>(TreeVersion));
         Text(group);

@@ -52,8 +52,8 @@ inline constexpr TreeForm StoredTree{.stored = true,
 class TreeWriter
 {
 public:
-    /// `group` is told only where the form has a place for it.
-    explicit TreeWriter(TreeForm const& form, std::wstring_view group = {});
+    /// `group` is told only where the form has a place for it. The memory of `room` is used, its content lost.
+    explicit TreeWriter(TreeForm const& form, std::wstring_view group = {}, std::vector<unsigned char> room = {});
 
     void OpenList(std::size_t count);
     void Node(std::wstring_view key, std::uint32_t flags, Value const& value);

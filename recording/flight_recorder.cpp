@@ -13,13 +13,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
 
 namespace qx5::recording {
 
 namespace {
 
-/// So much at once is not left to wait for the period.
-constexpr std::size_t soon = std::size_t{4} << 20;
+/// So much at once is not left to wait for the period: it is in no cache any more when its place is used again.
+constexpr std::size_t soon = std::size_t{512} << 10;
 /// What an entry and each node of its tree count for among the bytes that wait.
 constexpr std::size_t entryBytes = 256;
 constexpr std::size_t nodeBytes = 64;
@@ -59,13 +60,6 @@ bool IsShort(CAttributeMap const& tree, int& left)
            std::all_of(tree.begin(), tree.end(), [&](CAttributeMap const& child) { return IsShort(child, left); });
 }
 
-/// A short tree as bytes; empty of any other.
-std::vector<unsigned char> ShortTreeBytes(CAttributeMap const& tree)
-{
-    int left = shortTree;
-    return IsShort(tree, left) ? vordal::EncodeTree(tree, protocol::StoredTree) : std::vector<unsigned char>();
-}
-
 RecorderPieces OneFile(std::filesystem::path const& file, McapTexts const& program)
 {
     return {0, [file, program] { return std::make_unique<SessionWriter>(file, program); }};
@@ -91,8 +85,9 @@ FlightRecorder::FlightRecorder(std::filesystem::path const& file, RecorderOption
 
 FlightRecorder::FlightRecorder(RecorderPieces pieces, RecorderOptions options)
     : m_options(WithClocks(std::move(options))),
-      m_aheadAtStart(UtcAhead()), m_both{Waiting(m_options.greatestWaiting), Waiting(m_options.greatestWaiting)},
-      m_ahead(m_aheadAtStart), m_pieces(std::move(pieces)), m_writer(m_pieces.next())
+      m_aheadAtStart(UtcAhead()), m_both{Waiting(m_options.greatestWaiting, m_aheadAtStart),
+                                         Waiting(m_options.greatestWaiting, m_aheadAtStart)},
+      m_pieces(std::move(pieces)), m_writer(m_pieces.next())
 {
     m_thread = std::thread([this] { Run(); });
 }
@@ -102,13 +97,8 @@ FlightRecorder::~FlightRecorder()
     Finish();
 }
 
-MessageTimes FlightRecorder::Now() const
-{
-    auto const steady = m_options.steady();
-    return {steady + m_aheadAtStart, steady + m_ahead};
-}
-
-FlightRecorder::Waiting::Waiting(std::size_t room) : frames(std::make_unique_for_overwrite<unsigned char[]>(room))
+FlightRecorder::Waiting::Waiting(std::size_t room, std::uint64_t utcAhead)
+    : ahead(utcAhead), texts(std::make_unique_for_overwrite<unsigned char[]>(room))
 {
     entries.reserve(usualEntries);
 }
@@ -132,80 +122,51 @@ bool FlightRecorder::HasRoom(std::size_t bytes, std::size_t frameBytes)
     return true;
 }
 
-bool FlightRecorder::Add(CDataId const& sonar, std::size_t bytes, What&& what)
+bool FlightRecorder::Add(std::size_t bytes, Entry&& entry)
 {
-    // The times are those of the order in the file.
-    m_waiting->entries.push_back({Now(), NumbersOf(sonar), std::move(what)});
+    m_waiting->entries.push_back(std::move(entry));
     bool const isMuch = m_waiting->bytes < soon && m_waiting->bytes + bytes >= soon;
     m_waiting->bytes += bytes;
     return isMuch;
 }
 
-void FlightRecorder::PutSeldom(CDataId const& sonar, std::size_t bytes, RecordedContent content)
+void FlightRecorder::PutWhole(CDataId const& sonar, std::size_t bytes, RecordedContent content)
 {
-    auto what = std::make_unique<RecordedContent const>(std::move(content));
+    auto whole = std::make_unique<RecordedContent const>(std::move(content));
     bool isMuch = false;
     {
         std::lock_guard const lock(m_mutex);
-        isMuch = HasRoom(bytes, 0) && Add(sonar, bytes, std::move(what));
+        isMuch = HasRoom(bytes, 0) && Add(bytes, {Now(), NumbersOf(sonar), {}, std::move(whole)});
     }
     if (isMuch) {
         m_changed.notify_one();
     }
 }
 
-template <typename Make>
-void FlightRecorder::PutTree(CDataId const& sonar, CAttributeMap const& tree, std::size_t more, Make const& make)
+void FlightRecorder::PutBytes(CDataId const& sonar, Brief const& brief, std::span<unsigned char const> bytes)
 {
-    auto const bytes = ShortTreeBytes(tree);
-    WaitingTree waiting{bytes.empty() ? tree : CAttributeMap(), 0, bytes.size()};
-    auto const counted = entryBytes + BytesOf(tree) + more + bytes.size();
-    bool isMuch = false;
-    {
-        std::lock_guard const lock(m_mutex);
-        if (!HasRoom(counted, 0)) {
-            return;
-        }
-        waiting.offset = m_waiting->frameBytes;
-        isMuch = Add(sonar, counted, make(std::move(waiting)));
-        if (!bytes.empty()) {
-            std::memcpy(m_waiting->frames.get() + m_waiting->frameBytes, bytes.data(), bytes.size());
-            m_waiting->frameBytes += bytes.size();
-        }
-    }
-    if (isMuch) {
-        m_changed.notify_one();
-    }
-}
-
-void FlightRecorder::Begin(CDataId const& sonar, std::string name, CAttributeMap const& settings)
-{
-    PutSeldom(sonar, entryBytes + BytesOf(settings), RecordedSettings{std::move(name), settings, HostAround(sonar)});
-}
-
-void FlightRecorder::Frame(CDataId const& sonar, bool isSent, std::span<unsigned char const> frame)
-{
-    auto const bytes = entryBytes + frame.size();
+    bool const isFrame = brief.form == Form::Sent || brief.form == Form::Received;
+    auto const counted = entryBytes + bytes.size();
     Waiting* copyInto = nullptr;
     std::size_t offset = 0;
     bool isMuch = false;
     {
         std::lock_guard const lock(m_mutex);
-        if (!HasRoom(bytes, frame.size())) {
+        if (!HasRoom(counted, isFrame ? bytes.size() : 0)) {
             return;
         }
-        offset = m_waiting->frameBytes;
-        isMuch = Add(sonar, bytes, FrameText{isSent, offset, frame.size()});
-        m_waiting->frameBytes += frame.size();
-        if (frame.size() > longFrame) {
+        offset = m_waiting->textBytes;
+        isMuch = Add(counted, {Now(), NumbersOf(sonar), brief, {}, offset, bytes.size()});
+        m_waiting->textBytes += bytes.size();
+        if (bytes.size() > longFrame) {
             copyInto = m_waiting;
             copyInto->copying.fetch_add(1, std::memory_order_relaxed);
-        } else if (!frame.empty()) {
-            std::memcpy(m_waiting->frames.get() + offset, frame.data(), frame.size());
+        } else if (!bytes.empty()) {
+            std::memcpy(m_waiting->texts.get() + offset, bytes.data(), bytes.size());
         }
     }
     if (copyInto != nullptr) {
-        std::memcpy(copyInto->frames.get() + offset, frame.data(), frame.size());
+        std::memcpy(copyInto->texts.get() + offset, bytes.data(), bytes.size());
         if (copyInto->copying.fetch_sub(1, std::memory_order_release) == 1) {
             copyInto->copying.notify_one();
         }
@@ -215,45 +176,65 @@ void FlightRecorder::Frame(CDataId const& sonar, bool isSent, std::span<unsigned
     }
 }
 
+void FlightRecorder::PutTree(CDataId const& sonar, Brief const& brief, CAttributeMap const& tree,
+                             std::string const& reason)
+{
+    int left = shortTree;
+    if (reason.empty() && IsShort(tree, left)) {
+        thread_local std::vector<unsigned char> bytes;
+        bytes = vordal::EncodeTree(tree, protocol::StoredTree, std::move(bytes));
+        PutBytes(sonar, brief, bytes);
+    } else {
+        PutWhole(sonar, entryBytes + BytesOf(tree) + reason.size(), ContentOf(brief, tree, reason));
+    }
+}
+
+void FlightRecorder::Begin(CDataId const& sonar, std::string name, CAttributeMap const& settings)
+{
+    PutWhole(sonar, entryBytes + BytesOf(settings), RecordedSettings{std::move(name), settings, HostAround(sonar)});
+}
+
+void FlightRecorder::Frame(CDataId const& sonar, bool isSent, std::span<unsigned char const> frame)
+{
+    PutBytes(sonar, {.form = isSent ? Form::Sent : Form::Received}, frame);
+}
+
 void FlightRecorder::Connection(CDataId const& sonar, vordal::LinkStatus const& status)
 {
-    PutSeldom(sonar, entryBytes + status.reason.size(),
-              RecordedConnection{std::string(vordal::ToText(status.state)), status.reason});
+    PutWhole(sonar, entryBytes + status.reason.size(),
+             RecordedConnection{std::string(vordal::ToText(status.state)), status.reason});
 }
 
 void FlightRecorder::Mark(std::string text)
 {
     auto const size = text.size();
-    PutSeldom({}, entryBytes + size, RecordedMark{std::move(text)});
+    PutWhole({}, entryBytes + size, RecordedMark{std::move(text)});
 }
 
 void FlightRecorder::OnActionBegins(operation::Action const& action)
 {
-    PutTree(action.sonar, action.asked, 0, [&](WaitingTree&& asked) {
-        return Request{action.number, action.who, std::move(asked)};
-    });
+    PutTree(action.sonar, {.form = Form::Request, .who = action.who, .number = action.number}, action.asked);
 }
 
 void FlightRecorder::OnActionStands(operation::Action const& action)
 {
-    PutTree(action.sonar, action.got, action.reason.size(), [&](WaitingTree&& got) {
-        return Outcome{action.number, action.result, std::move(got), action.reason};
-    });
+    PutTree(action.sonar, {.form = Form::Outcome, .result = action.result, .number = action.number}, action.got,
+            action.reason);
 }
 
 void FlightRecorder::OnSonarTells(CDataId const& sonar, CAttributeMap const& tree)
 {
-    PutTree(sonar, tree, 0, [](WaitingTree&& told) { return Told{{}, std::move(told)}; });
+    PutTree(sonar, {.form = Form::Told}, tree);
 }
 
 void FlightRecorder::OnEcho(CDataId const& sonar, CAttributeMap const& tree, unsigned flags)
 {
-    PutTree(sonar, tree, 0, [&](WaitingTree&& told) { return Told{flags, std::move(told)}; });
+    PutTree(sonar, {.form = Form::Echo, .flags = flags}, tree);
 }
 
 void FlightRecorder::OnWritten(CDataId const& sonar, CAttributeMap const& tree)
 {
-    PutTree(sonar, tree, 0, [](WaitingTree&& written) { return Written{std::move(written)}; });
+    PutTree(sonar, {.form = Form::Written}, tree);
 }
 
 RecorderCounts FlightRecorder::Counts() const
@@ -275,18 +256,19 @@ std::string FlightRecorder::Finish()
     return m_failure;
 }
 
-FlightRecorder::Waiting& FlightRecorder::TakeWaiting(bool& isEnding)
+FlightRecorder::Waiting& FlightRecorder::TakeWaiting(std::chrono::steady_clock::time_point time, bool& isEnding)
 {
     Waiting* taken = nullptr;
     {
         std::unique_lock lock(m_mutex);
-        m_changed.wait_for(lock, m_options.period, [this] { return m_isEnding || m_waiting->bytes >= soon; });
+        m_changed.wait_until(lock, time, [this] { return m_isEnding || m_waiting->bytes >= soon; });
         isEnding = m_isEnding;
         if (m_loss.messages != 0) {
-            Add({}, 0, std::make_unique<RecordedContent const>(std::exchange(m_loss, {})));
+            Add(0, {Now(), NumbersOf({}), {}, std::make_unique<RecordedContent const>(std::exchange(m_loss, {}))});
         }
-        m_ahead = UtcAhead();
         taken = std::exchange(m_waiting, m_waiting == &m_both[0] ? &m_both[1] : &m_both[0]);
+        // A message reads one clock: two would be a part of what it costs.
+        m_waiting->ahead = UtcAhead();
     }
     // Nobody begins another copy into it.
     for (auto copying = taken->copying.load(std::memory_order_acquire); copying != 0;
@@ -300,13 +282,15 @@ void FlightRecorder::Run()
 {
     bool isEnding = false;
     std::string failure;
+    auto closing = std::chrono::steady_clock::now() + m_options.period;
     while (!isEnding && failure.empty()) {
-        auto& taken = TakeWaiting(isEnding);
+        auto& taken = TakeWaiting(closing, isEnding);
         try {
             WriteAll(taken);
             if (isEnding) {
                 m_writer->File().Finish();
-            } else {
+            } else if (auto const now = std::chrono::steady_clock::now(); now >= closing) {
+                closing = now + m_options.period;
                 m_writer->File().CloseChunk();
                 if (m_options.sync) {
                     m_writer->File().Sync();
@@ -316,7 +300,7 @@ void FlightRecorder::Run()
             failure = problem.what();
         }
         taken.entries.clear();
-        taken.frameBytes = 0;
+        taken.textBytes = 0;
         taken.bytes = 0;
         std::lock_guard const lock(m_mutex);
         m_counts.messages = m_finished.messages + m_writer->File().Messages();
@@ -332,79 +316,75 @@ void FlightRecorder::Run()
 void FlightRecorder::WriteAll(Waiting const& waiting)
 {
     for (Entry const& entry : waiting.entries) {
-        WriteOne(entry, waiting.frames.get());
+        WriteOne(entry, waiting);
     }
 }
 
-void FlightRecorder::WriteOne(Entry const& entry, unsigned char const* frames)
+void FlightRecorder::WriteOne(Entry const& entry, Waiting const& waiting)
 {
+    MessageTimes const times{entry.log, entry.log - m_aheadAtStart + waiting.ahead};
     if (m_pieces.bytes != 0 && m_writer->File().Size() >= m_pieces.bytes) {
-        RollOver(entry.times);
+        RollOver(times);
     } else if (m_sincePart >= partBytes) {
-        BeginPart(entry.times, true);
+        BeginPart(times, true);
     }
     auto const before = m_writer->File().Size();
-    if (auto const* const frame = std::get_if<FrameText>(&entry.what)) {
-        m_writer->File().Write(ChannelOf(frame->isSent ? kinds::Sent : kinds::Received, entry.sonar), entry.times,
-                               {frames + frame->offset, frame->size});
+    std::span<unsigned char const> const bytes(waiting.texts.get() + entry.offset, entry.size);
+    auto const form = entry.brief.form;
+    if (form == Form::Sent || form == Form::Received) {
+        m_writer->File().Write(ChannelOf(form == Form::Sent ? kinds::Sent : kinds::Received, entry.sonar), times,
+                               bytes);
         m_sincePart += m_writer->File().Size() - before;
         return;
     }
-    Write(entry, ContentOf(entry.what, frames));
+    if (entry.whole != nullptr) {
+        Write(times, entry.sonar, *entry.whole);
+    } else {
+        CAttributeMap tree;
+        std::string error;
+        vordal::DecodeTree(bytes, protocol::StoredTree, tree, error);
+        Write(times, entry.sonar, ContentOf(entry.brief, tree, {}));
+    }
     m_sincePart += weightOfTexts * (m_writer->File().Size() - before);
 }
 
-RecordedContent FlightRecorder::ContentOf(What const& what, unsigned char const* frames)
+RecordedContent FlightRecorder::ContentOf(Brief const& brief, CAttributeMap const& tree, std::string const& reason)
 {
-    struct Content
-    {
-        unsigned char const* const frames;
-
-        CAttributeMap Tree(WaitingTree const& waiting) const
-        {
-            CAttributeMap tree = waiting.shared;
-            if (waiting.size != 0) {
-                std::string error;
-                vordal::DecodeTree({frames + waiting.offset, waiting.size}, protocol::StoredTree, tree, error);
-            }
-            return tree;
-        }
-        RecordedContent operator()(FrameText const&) const { return {}; }
-        RecordedContent operator()(Seldom const& content) const { return *content; }
-        RecordedContent operator()(Request const& request) const
-        {
-            return RecordedRequest{request.number, std::string(vordal::ToText(request.who)), Tree(request.asked)};
-        }
-        RecordedContent operator()(Outcome const& outcome) const
-        {
-            return RecordedResult{outcome.number, std::string(operation::ToText(outcome.result)), Tree(outcome.got),
-                                  outcome.reason};
-        }
-        RecordedContent operator()(Told const& told) const
-        {
-            return RecordedAttributes{told.echoFlags.has_value(), Tree(told.tree), told.echoFlags};
-        }
-        RecordedContent operator()(Written const& written) const { return RecordedWriting{Tree(written.tree)}; }
-    };
-    return std::visit(Content{frames}, what);
-}
-
-void FlightRecorder::Write(Entry const& entry, RecordedContent const& content)
-{
-    if (auto const* const settings = std::get_if<RecordedSettings>(&content)) {
-        m_names[entry.sonar] = settings->name;
+    switch (brief.form) {
+    case Form::Request:
+        return RecordedRequest{brief.number, std::string(vordal::ToText(brief.who)), tree};
+    case Form::Outcome:
+        return RecordedResult{brief.number, std::string(operation::ToText(brief.result)), tree, reason};
+    case Form::Told:
+        return RecordedAttributes{false, tree, {}};
+    case Form::Echo:
+        return RecordedAttributes{true, tree, brief.flags};
+    case Form::Written:
+        return RecordedWriting{tree};
+    case Form::Sent:
+    case Form::Received:
+    case Form::Whole:
+        break;
     }
-    m_writer->Write(ChannelOf(KindOf(content), entry.sonar), entry.times, content);
-    Remember(entry, content);
+    throw std::logic_error("this is no tree");
 }
 
-void FlightRecorder::Remember(Entry const& entry, RecordedContent const& content)
+void FlightRecorder::Write(MessageTimes const& times, SonarNumbers const& sonar, RecordedContent const& content)
 {
     if (auto const* const settings = std::get_if<RecordedSettings>(&content)) {
-        m_standing[entry.sonar].settings = *settings;
+        m_names[sonar] = settings->name;
+    }
+    m_writer->Write(ChannelOf(KindOf(content), sonar), times, content);
+    Remember(sonar, content);
+}
+
+void FlightRecorder::Remember(SonarNumbers const& sonar, RecordedContent const& content)
+{
+    if (auto const* const settings = std::get_if<RecordedSettings>(&content)) {
+        m_standing[sonar].settings = *settings;
         return;
     }
-    auto const standing = m_standing.find(entry.sonar);
+    auto const standing = m_standing.find(sonar);
     if (standing == m_standing.end()) {
         return;
     }

@@ -26,7 +26,6 @@
 #include <string>
 #include <thread>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace qx5::recording {
@@ -107,85 +106,75 @@ public:
 private:
     /// The numbers of an id, without its text: a copy of that would be an allocation for each message.
     using SonarNumbers = std::array<unsigned short, 4>;
-    struct FrameText
+    enum class Form
     {
-        bool isSent;
-        std::size_t offset; ///< in the bytes that wait
-        std::size_t size;
+        Sent,
+        Received,
+        Request,
+        Outcome,
+        Told,
+        Echo,
+        Written,
+        Whole,
     };
-    /// A tree that waits. A short one is bytes among the frames: nodes that another thread lets go of half a second
-    /// later cost whoever makes the next ones more than the copy does.
-    struct WaitingTree
+    /// What a message says beside its bytes.
+    struct Brief
     {
-        CAttributeMap shared; ///< a long one
-        std::size_t offset = 0;
-        std::size_t size = 0; ///< of a short one, never 0 then
+        Form form = Form::Whole;
+        vordal::RequestOrigin who{};
+        operation::Result result{};
+        unsigned flags = 0;       ///< of an echo
+        std::uint64_t number = 0; ///< of a request
     };
-    /// What is seldom put, and would make every entry longer.
-    using Seldom = std::unique_ptr<RecordedContent const>;
-    struct Request
-    {
-        std::uint64_t number;
-        vordal::RequestOrigin who;
-        WaitingTree asked;
-    };
-    struct Outcome
-    {
-        std::uint64_t number;
-        operation::Result result;
-        WaitingTree got;
-        std::string reason;
-    };
-    struct Told
-    {
-        std::optional<unsigned> echoFlags; ///< nothing from the sonar
-        WaitingTree tree;
-    };
-    struct Written
-    {
-        WaitingTree tree;
-    };
-    using What = std::variant<FrameText, Seldom, Request, Outcome, Told, Written>;
+    /// A line of the processor's cache: what is put costs its owner little more than getting hold of that.
     struct Entry
     {
-        MessageTimes times;
+        std::uint64_t log; ///< ns
         SonarNumbers sonar;
-        What what;
+        Brief brief;
+        /// Of Form::Whole, which is seldom: a long tree among other things.
+        std::unique_ptr<RecordedContent const> whole;
+        std::size_t offset = 0; ///< in the bytes that wait
+        std::size_t size = 0;
     };
+    static_assert(sizeof(Entry) <= 64);
     /// What waits, in two: one is filled while the other is written.
     struct Waiting
     {
-        explicit Waiting(std::size_t room);
+        Waiting(std::size_t room, std::uint64_t utcAhead);
 
+        std::uint64_t ahead; ///< what the system's clock was ahead when this began to be filled
         std::vector<Entry> entries;
-        std::unique_ptr<unsigned char[]> frames; ///< taken from the system only where it is written to
-        std::size_t frameBytes = 0;
+        /// Frames, and short trees: nodes that another thread lets go of cost whoever makes the next ones more than a
+        /// copy does. Taken from the system only where it is written to.
+        std::unique_ptr<unsigned char[]> texts;
+        std::size_t textBytes = 0;
         std::size_t bytes = 0;
         std::atomic<unsigned> copying{0}; ///< threads that still copy a frame to where its entry says
     };
     static SonarNumbers NumbersOf(CDataId const& sonar);
-    void PutSeldom(CDataId const& sonar, std::size_t bytes, RecordedContent content);
-    /// `make` gives what is put, and takes the tree that waits.
-    template <typename Make>
-    void PutTree(CDataId const& sonar, CAttributeMap const& tree, std::size_t more, Make const& make);
+    void PutWhole(CDataId const& sonar, std::size_t bytes, RecordedContent content);
+    void PutBytes(CDataId const& sonar, Brief const& brief, std::span<unsigned char const> bytes);
+    void PutTree(CDataId const& sonar, Brief const& brief, CAttributeMap const& tree, std::string const& reason = {});
     /// Whether there is room for so many bytes; what finds none is counted. With m_mutex held.
     bool HasRoom(std::size_t bytes, std::size_t frameBytes);
     /// With m_mutex held; true when the recorder's thread is not to wait for its time.
-    bool Add(CDataId const& sonar, std::size_t bytes, What&& what);
+    bool Add(std::size_t bytes, Entry&& entry);
     void Run();
-    Waiting& TakeWaiting(bool& isEnding);
+    /// What waits, when there is much or the time has come.
+    Waiting& TakeWaiting(std::chrono::steady_clock::time_point time, bool& isEnding);
     void WriteAll(Waiting const& waiting);
-    void WriteOne(Entry const& entry, unsigned char const* frames);
-    static RecordedContent ContentOf(What const& what, unsigned char const* frames);
-    void Write(Entry const& entry, RecordedContent const& content);
+    void WriteOne(Entry const& entry, Waiting const& waiting);
+    static RecordedContent ContentOf(Brief const& brief, CAttributeMap const& tree, std::string const& reason);
+    void Write(MessageTimes const& times, SonarNumbers const& sonar, RecordedContent const& content);
     void RollOver(MessageTimes const& times);
     /// Writes what stands of each sonar: who looks for a moment reads no further back.
     /// `isAgain`: within a file that tells what stands already.
     void BeginPart(MessageTimes const& times, bool isAgain);
-    void Remember(Entry const& entry, RecordedContent const& content);
+    void Remember(SonarNumbers const& sonar, RecordedContent const& content);
     std::uint16_t ChannelOf(RecordedKind const& kind, SonarNumbers const& sonar);
-    /// With m_mutex held.
-    MessageTimes Now() const;
+    /// The log time. With m_mutex held: the times are those of the order in the file.
+    std::uint64_t Now() const { return m_options.steady() + m_aheadAtStart; }
     /// What the system's clock is ahead of the other, which wraps below zero.
     std::uint64_t UtcAhead() const { return m_options.utc() - m_options.steady(); }
 
@@ -196,7 +185,6 @@ private:
     std::condition_variable m_changed;
     std::array<Waiting, 2> m_both;
     Waiting* m_waiting = m_both.data(); ///< the one that is filled
-    std::uint64_t m_ahead;              ///< of each period; a clock read for each message would be a part of its cost
     RecordedLoss m_loss;                ///< that the file does not tell of yet
     RecorderCounts m_counts;
     bool m_isEnding = false;

@@ -47,9 +47,10 @@ private:
 
 } // namespace
 
-std::vector<unsigned char> EncodeTree(CAttributeMap const& tree, protocol::TreeForm const& form)
+std::vector<unsigned char> EncodeTree(CAttributeMap const& tree, protocol::TreeForm const& form,
+                                      std::vector<unsigned char> room)
 {
-    protocol::TreeWriter writer(form, tree.GetGroup());
+    protocol::TreeWriter writer(form, tree.GetGroup(), std::move(room));
     WriteList(writer, tree);
     return writer.Take();
 }

@@ -14,8 +14,9 @@
 namespace vordal {
 
 /// The children of `tree` with keys, values and order, where the form tells them flags and the root's group, too.
-/// Throws std::length_error when the tree is beyond the form's limits.
-VORDAL_API std::vector<unsigned char> EncodeTree(CAttributeMap const& tree, qx5::protocol::TreeForm const& form);
+/// Throws std::length_error when the tree is beyond the form's limits. The memory of `room` is used, its content lost.
+VORDAL_API std::vector<unsigned char> EncodeTree(CAttributeMap const& tree, qx5::protocol::TreeForm const& form,
+                                                 std::vector<unsigned char> room = {});
 
 /// Takes any bytes. The number of keys; nothing, and why and where in `error`, when they are not exactly one tree
 /// within the form's limits, and `tree` stays as it was then.
