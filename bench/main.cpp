@@ -200,6 +200,9 @@ int main(int argc, char** argv)
     for (Case& recording : bench::RecordingCases()) {
         cases.push_back(std::move(recording));
     }
+    for (Case& putting : bench::OutboxCases()) {
+        cases.push_back(std::move(putting));
+    }
     for (Case& pinging : bench::RecordedPingCases(stage)) {
         cases.push_back(std::move(pinging));
     }

@@ -210,6 +210,17 @@ struct ReplayOptions
 };
 int Replay(ReplayOptions const& options);
 
+struct BrokerSetupOptions
+{
+    std::string folder;
+    std::string group;
+    std::vector<std::string> vessels;
+    std::vector<std::string> persons; ///< NAME=ROLE
+    std::string address;              ///< empty: all
+    int port = 8883;
+};
+int BrokerSetup(BrokerSetupOptions const& options);
+
 struct PluginOptions
 {
     std::string file;

@@ -731,6 +731,29 @@ int RunCommandLine(int argc, char** argv)
     decodeCommand->add_option("file", decode.files, "Files; - or none is standard input")->type_name("FILE");
     decodeCommand->callback([&] { code = Decode(decode); });
 
+    BrokerSetupOptions broker;
+    CLI::App* brokerCommand = app.add_subcommand(
+        "broker-setup", "Write what a mosquitto broker of a fleet goes by: who may say and hear what");
+    brokerCommand->add_option("folder", broker.folder, "Where its files lie")->required()->type_name("FOLDER");
+    brokerCommand->add_option("--group", broker.group, "What the vessels together are called")
+        ->required()
+        ->type_name("NAME");
+    brokerCommand->add_option("--vessel", broker.vessels, "A vessel, by its certificate's name; may be repeated")
+        ->allow_extra_args(false)
+        ->required()
+        ->type_name("NAME");
+    brokerCommand
+        ->add_option("--person", broker.persons,
+                     "A person, by the certificate's name: watch, operate or administrate; may be repeated")
+        ->allow_extra_args(false)
+        ->type_name("NAME=ROLE");
+    brokerCommand->add_option("--address", broker.address, "Address that the broker listens on (default: all)")
+        ->type_name("ADDRESS");
+    brokerCommand->add_option("--port", broker.port, "TCP port that the broker listens on")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 65535).description(""));
+    brokerCommand->callback([&] { code = BrokerSetup(broker); });
+
     ShowLogOptions actions;
     CLI::App* actionsCommand =
         app.add_subcommand("log", "Print a project's log of actions: who asked which sonar for what, what came of it");

@@ -32,6 +32,7 @@ struct Action
     std::uint64_t number = 0; ///< in the order in which they were asked for, from 1
     double time = 0.0;        ///< host time in seconds
     vordal::RequestOrigin who = vordal::RequestOrigin::Program;
+    std::string person; ///< on whose behalf, by name; empty: nobody in particular
     CDataId sonar;
     CAttributeMap asked;  ///< the request as it was given
     CAttributeMap before; ///< what the device's tree held of what was asked for

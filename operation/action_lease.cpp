@@ -23,6 +23,7 @@ Hand HandOf(vordal::RequestOrigin who)
         return Hand::Operator;
     case vordal::RequestOrigin::Program:
     case vordal::RequestOrigin::Shell:
+    case vordal::RequestOrigin::Ashore:
     case vordal::RequestOrigin::OtherHost:
         return Hand::Program;
     }

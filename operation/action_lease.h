@@ -17,7 +17,7 @@ namespace qx5::operation {
 enum class Hand : unsigned char
 {
     Operator, ///< the view, the terminal, a preset, undo and redo, a command of this program
-    Program,  ///< components of the host that are not the operator's, and other programs
+    Program,  ///< components of the host that are not the operator's, and other programs, and people ashore
 };
 
 Hand HandOf(vordal::RequestOrigin who);

@@ -105,6 +105,13 @@ std::string Plain(std::string const& kept)
     return json.is_string() ? json.get<std::string>() : json.is_null() ? std::string() : kept;
 }
 
+/// "view", "ashore: anna".
+std::string WhoText(Action const& action)
+{
+    std::string who(ToText(action.who));
+    return action.person.empty() ? who : who + ": " + action.person;
+}
+
 std::string ResultText(Action const& action, ActionValue const& value)
 {
     if (action.who == vordal::RequestOrigin::OtherHost) {
@@ -169,7 +176,7 @@ void ActionLog::OnActionStands(Action const& action)
     std::vector<vordal::StoredAction> rows;
     for (ActionValue const& value : ValuesOf(action)) {
         rows.push_back({.time = std::isfinite(action.time) ? action.time : 0.0,
-                        .who = std::string(ToText(action.who)),
+                        .who = WhoText(action),
                         .sonar = action.sonar,
                         .sonarName = {},
                         .key = value.path,

@@ -169,6 +169,10 @@ void HeldRequests::OnActionStands(Action const& action)
     {
         std::lock_guard const lock(m_mutex);
         if (action.result == Result::NotSent) {
+            // Those ashore give a limit of time, and are told of what became of it: nothing of it is done later.
+            if (action.who == vordal::RequestOrigin::Ashore) {
+                return;
+            }
             Hold(m_sonars[action.sonar.GetKey()], action);
         } else {
             bool const isHeard = action.result == Result::Agrees || action.result == Result::Differs ||

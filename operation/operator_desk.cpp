@@ -34,7 +34,9 @@ void OperatorDesk::Leave(vordal::Host& host)
 bool OperatorDesk::Admits(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who,
                           std::string& reason)
 {
-    return m_lease.Admits(device, request, who, reason) && m_lock.Admits(device, request, who, reason);
+    auto* const first = m_firstGuard.load(std::memory_order_acquire);
+    return (first == nullptr || first->Admits(device, request, who, reason)) &&
+           m_lease.Admits(device, request, who, reason) && m_lock.Admits(device, request, who, reason);
 }
 
 void OperatorDesk::SetName(CDataId const& sonar, std::string const& name)

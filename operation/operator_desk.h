@@ -13,6 +13,7 @@
 #include "operation/transmit_lock.h"
 #include "reference_host/link/sonar_link.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <string>
@@ -43,6 +44,9 @@ public:
     /// outlives what it has joined.
     void Join(vordal::Host& host);
     static void Leave(vordal::Host& host);
+    /// Who is asked before the desk's own guards; null for nobody. Any thread; it outlives the desk or is taken away
+    /// while no request runs.
+    void SetFirstGuard(vordal::RequestGuard* guard) { m_firstGuard.store(guard, std::memory_order_release); }
     /// What the operator calls a sonar. Any thread.
     void SetName(CDataId const& sonar, std::string const& name);
     /// The sonars that have a name and are there, in the order of their ids. Any thread.
@@ -89,6 +93,7 @@ private:
     PresetLoads m_presets;
     ActionTap m_tap;
     ActionTap m_outsideTap;
+    std::atomic<vordal::RequestGuard*> m_firstGuard{nullptr};
     RequestFollower m_follower;
     /// By the text of the id: whether a connection stood, and was lost since.
     struct Link

@@ -116,6 +116,10 @@ Action RequestFollower::NewAction(BaseDevice const& device, vordal::RequestOrigi
     action.number = ++m_number;
     action.time = CExTime::GetCurTime();
     action.who = who;
+    // What others change is nobody's here, even if it comes while somebody's request is carried out.
+    if (who != vordal::RequestOrigin::OtherHost) {
+        action.person = vordal::CurrentPerson();
+    }
     action.sonar = device.GetDataId();
     return action;
 }

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <utility>
 
 #include <fmt/format.h>
@@ -26,14 +27,15 @@ namespace records = protocol::records;
 struct HarmfulRecord
 {
     std::uint32_t id;
+    LockedAction action;
     std::string_view does;
 };
 
 constexpr std::array harmfulRecords{
-    HarmfulRecord{records::PingsOn.Id(), "switches the pings on"},
-    HarmfulRecord{records::Shutdown.Id(), "shuts the sonar down"},
-    HarmfulRecord{records::Reboot.Id(), "restarts the sonar"},
-    HarmfulRecord{records::LoadFactoryParameters.Id(), "loads the factory settings"},
+    HarmfulRecord{records::PingsOn.Id(), LockedAction::Transmit, "switches the pings on"},
+    HarmfulRecord{records::Shutdown.Id(), LockedAction::Shutdown, "shuts the sonar down"},
+    HarmfulRecord{records::Reboot.Id(), LockedAction::Reboot, "restarts the sonar"},
+    HarmfulRecord{records::LoadFactoryParameters.Id(), LockedAction::FactorySettings, "loads the factory settings"},
 };
 
 constexpr AttributeKey powerKey{keys::x5Power.text};
@@ -67,7 +69,7 @@ bool Sends(Command const& command, Sending const& sending, Operand const& operan
     }
 }
 
-std::optional<std::string> HarmOfRecords(CAttributeMap const& request)
+void AddHarmsOfRecords(std::vector<Harm>& harms, CAttributeMap const& request)
 {
     for (ChainEntry const& row : Chain()) {
         for (Sending const& sending : row.command->sends) {
@@ -79,12 +81,13 @@ std::optional<std::string> HarmOfRecords(CAttributeMap const& request)
             for (Operand const& operand : row.command->operands) {
                 auto const* const node = IsRequestable(operand) ? request.GetAttrMap(operand.attribute) : nullptr;
                 if (node != nullptr && Sends(*row.command, sending, operand, node->Value())) {
-                    return Named(*operand.key, node->Value()) + " " + std::string(harmful->does);
+                    harms.push_back(
+                        {harmful->action, Named(*operand.key, node->Value()) + " " + std::string(harmful->does)});
+                    break;
                 }
             }
         }
     }
-    return std::nullopt;
 }
 
 /// The least of the upper limits that the sonar tells for its operation modes.
@@ -121,10 +124,31 @@ std::optional<std::string> HarmOfPower(CAttributeMap const& request, CAttributeM
 
 } // namespace
 
-std::optional<std::string> HarmOf(CAttributeMap const& request, CAttributeMap const& stored)
+std::string_view ToText(LockedAction action)
 {
-    auto harm = HarmOfRecords(request);
-    return harm ? harm : HarmOfPower(request, stored);
+    switch (action) {
+    case LockedAction::Transmit:
+        return "transmit";
+    case LockedAction::Power:
+        return "power";
+    case LockedAction::Shutdown:
+        return "shutdown";
+    case LockedAction::Reboot:
+        return "reboot";
+    case LockedAction::FactorySettings:
+        return "factory-settings";
+    }
+    return "";
+}
+
+std::vector<Harm> HarmsOf(CAttributeMap const& request, CAttributeMap const& stored)
+{
+    std::vector<Harm> harms;
+    AddHarmsOfRecords(harms, request);
+    if (auto power = HarmOfPower(request, stored)) {
+        harms.push_back({LockedAction::Power, *std::move(power)});
+    }
+    return harms;
 }
 
 void TransmitLock::Exempt(CDataId const& sonar, bool isSimulated)
@@ -149,11 +173,11 @@ bool TransmitLock::Admits(BaseDevice& device, CAttributeMap const& request, vord
     }
     CAttributeMap stored;
     device.GetAttributeMap(stored);
-    auto const harm = HarmOf(request, stored);
-    if (harm) {
-        reason = "the transmit lock is on: " + *harm;
+    auto const harms = HarmsOf(request, stored);
+    if (!harms.empty()) {
+        reason = "the transmit lock is on: " + harms.front().text;
     }
-    return !harm;
+    return harms.empty();
 }
 
 } // namespace qx5::operation

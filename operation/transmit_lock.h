@@ -7,22 +7,38 @@
 #include <VordalBaseR/CDataId.h>
 
 #include <atomic>
+#include <cstddef>
 #include <mutex>
-#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qx5::operation {
 
-/// What of a request can do harm at a sonar whose tree is `stored`, in a few words, "x5PingOnOffState=1 switches the
-/// pings on"; nothing when nothing does. Harmful are
-/// - what sends the record that switches pings on: x5PingOnOffState but 0, and PingOnlyDuringScan, which does so at
-///   once (false) or with the next scan (true);
-/// - full power: x5Power from the least upper limit of power on that the sonar tells, or, while it tells none, beyond
-///   what the tree has;
-/// - whatever sends the records of shut-down, reboot and factory settings.
-/// Switching pings off and reducing power is never harmful.
-std::optional<std::string> HarmOf(CAttributeMap const& request, CAttributeMap const& stored);
+/// What can do harm at a real sonar.
+enum class LockedAction : unsigned char
+{
+    Transmit, ///< what sends the record that switches pings on: x5PingOnOffState but 0, and PingOnlyDuringScan, which
+              ///< does so at once (false) or with the next scan (true)
+    Power,    ///< full power: x5Power from the least upper limit of power on that the sonar tells, or, while it tells
+              ///< none, beyond what the tree has
+    Shutdown, ///< what sends the record of that name, as do the two that follow
+    Reboot,
+    FactorySettings,
+};
+inline constexpr std::size_t LockedActionCount = 5;
+/// "transmit", "power", "shutdown", "reboot", "factory-settings".
+std::string_view ToText(LockedAction action);
+
+struct Harm
+{
+    LockedAction action = LockedAction::Transmit;
+    std::string text; ///< in a few words, "x5PingOnOffState=1 switches the pings on"
+};
+
+/// What of a request can do harm at a sonar whose tree is `stored`; nothing when nothing does. Switching pings off and
+/// reducing power is never harmful.
+std::vector<Harm> HarmsOf(CAttributeMap const& request, CAttributeMap const& stored);
 
 /// Refuses what is harmful while it is on, and lets all else pass. SetLocked, IsLocked and Exempt are for any thread.
 ///

@@ -7,6 +7,7 @@ namespace vordal {
 namespace {
 
 thread_local RequestOrigin currentOrigin = RequestOrigin::Program;
+thread_local std::string const* currentPerson = nullptr; // of a scope; none: nobody in particular
 
 } // namespace
 
@@ -27,6 +28,8 @@ std::string_view ToText(RequestOrigin origin)
         return "command line";
     case RequestOrigin::Shell:
         return "shell";
+    case RequestOrigin::Ashore:
+        return "ashore";
     case RequestOrigin::OtherHost:
         return "another host";
     }
@@ -38,16 +41,32 @@ RequestOrigin CurrentOrigin()
     return currentOrigin;
 }
 
+std::string const& CurrentPerson()
+{
+    static std::string const nobody;
+    return currentPerson != nullptr ? *currentPerson : nobody;
+}
+
 void SetThreadOrigin(RequestOrigin origin)
 {
     currentOrigin = origin;
 }
 
-OriginScope::OriginScope(RequestOrigin origin) : m_outer(std::exchange(currentOrigin, origin)) {}
+OriginScope::OriginScope(RequestOrigin origin)
+    : m_outer(std::exchange(currentOrigin, origin)), m_outerPerson(currentPerson)
+{
+}
+
+OriginScope::OriginScope(RequestOrigin origin, std::string person)
+    : m_outer(std::exchange(currentOrigin, origin)), m_person(std::move(person)),
+      m_outerPerson(std::exchange(currentPerson, &m_person))
+{
+}
 
 OriginScope::~OriginScope()
 {
     currentOrigin = m_outer;
+    currentPerson = m_outerPerson;
 }
 
 } // namespace vordal

@@ -200,13 +200,15 @@ bool DataManager::SetAttributeMap(CDataId const& dataId, CAttributeMap const& ma
     }
     bool const there = IsThere(host->State(), dataId);
     // The id travels as its fields: its text would cost an allocation for each request.
-    bool const posted = host->Post([host, id = vordal::PackedId(dataId), map, flags, who] {
-        if (auto* const device = host->State().FindDevice(id)) {
-            Apply(*host, device, device->GetDataId(), map, flags, who);
-        } else {
-            Apply(*host, nullptr, vordal::UnpackedId(id), map, flags, who);
-        }
-    });
+    bool const posted =
+        host->Post([host, id = vordal::PackedId(dataId), map, flags, who, person = vordal::CurrentPerson()] {
+            vordal::OriginScope const scope(who, person);
+            if (auto* const device = host->State().FindDevice(id)) {
+                Apply(*host, device, device->GetDataId(), map, flags, who);
+            } else {
+                Apply(*host, nullptr, vordal::UnpackedId(id), map, flags, who);
+            }
+        });
     return there && posted;
 }
 

@@ -1,6 +1,8 @@
 // One SQLite file of this house, open: what a project and a target file share.
 #pragma once
 
+#include <VordalBaseR/Export.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -26,7 +28,7 @@ struct SqliteFormat
 
 /// One thread at a time. Every operation that fails throws by way of SqliteFormat::refuse and leaves the file as it
 /// was.
-class SqliteFile
+class VORDAL_API SqliteFile
 {
 public:
     enum class Missing
@@ -103,7 +105,7 @@ private:
 };
 
 /// A prepared statement. Its file must outlive it.
-class SqliteStatement
+class VORDAL_API SqliteStatement
 {
 public:
     SqliteStatement(SqliteFile const& file, std::string_view sql);

@@ -255,6 +255,47 @@ TEST_F(FollowedRequests, KeepTheirOriginOnTheWayToTheHostThread)
                              "asked c by program, x was 0\ndone\nasked d by terminal, x was 0\ndone\n");
 }
 
+TEST_F(FollowedRequests, KeepThePersonOnWhoseBehalfTheyAre)
+{
+    class Listener final : public vordal::RequestGuard
+    {
+    public:
+        std::string told; ///< the host thread's until it has stopped
+
+    private:
+        bool Admits(BaseDevice& device, CAttributeMap const&, RequestOrigin who, std::string&) override
+        {
+            told += tvcore::ToUtf8(device.GetDataId().GetKey()) + " " + std::string(ToText(who)) + " of \"" +
+                    vordal::CurrentPerson() + "\"\n";
+            return true;
+        }
+    } listener;
+    Host host(Threading::Threaded);
+    host.SetRequestGuard(&listener);
+    auto* const inner = Add(host, Other);
+    inner->onRequest = [](CAttributeMap*) {};
+    auto* const outer = Add(host);
+    outer->onRequest = [](CAttributeMap*) {
+        DataManager::GetDataManager().SetAttributeMap(Other, Request(L"b"), 4, false);
+    };
+    {
+        OriginScope const scope(RequestOrigin::Ashore, "anna");
+        Ask(L"a");
+        {
+            OriginScope const another(RequestOrigin::Ashore, "bert");
+            Ask(L"a");
+        }
+        OriginScope const same(RequestOrigin::Undo);
+        EXPECT_EQ(vordal::CurrentPerson(), "anna");
+    }
+    Ask(L"a");
+    EXPECT_EQ(vordal::CurrentPerson(), "");
+    ASSERT_TRUE(host.Stop());
+    EXPECT_EQ(listener.told, "1.78.1.1 ashore of \"anna\"\n1.78.2.1 program of \"anna\"\n"
+                             "1.78.1.1 ashore of \"bert\"\n1.78.2.1 program of \"bert\"\n"
+                             "1.78.1.1 program of \"\"\n1.78.2.1 program of \"\"\n");
+}
+
 TEST_F(FollowedRequests, OfTheWindowThreadAreTheViewsAndOfThePlugInItsOwn)
 {
     Host host(Threading::Threaded);
