@@ -11,9 +11,10 @@ import re
 import sys
 
 # The folders that are shipped. What lies in a folder of the second row is one room with it.
-PRODUCT = ("protocol", "host", "values", "json", "commands", "operation", "command", "outbox", "recording", "shell", "DeviceDLLs/QX5SonarConfiguration",
-           "DeviceDLLs/X5SonarPicture", "reference_host", "simulator", "python", "cli")
-WHOLE = ("protocol", "host", "values", "json", "commands", "operation", "command", "outbox", "recording", "shell", "simulator", "cli/scenario")
+PRODUCT = ("protocol", "host", "values", "json", "commands", "operation", "command", "outbox", "recording", "shell", "sparkplug",
+           "DeviceDLLs/QX5SonarConfiguration", "DeviceDLLs/X5SonarPicture", "reference_host", "simulator", "python", "cli")
+WHOLE = ("protocol", "host", "values", "json", "commands", "operation", "command", "outbox", "recording", "shell", "sparkplug",
+         "simulator", "cli/scenario")
 SHORT = {"DeviceDLLs/QX5SonarConfiguration": "plug-in", "DeviceDLLs/X5SonarPicture": "picture"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]([^">]+)[">]', re.MULTILINE)

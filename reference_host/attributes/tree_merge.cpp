@@ -248,6 +248,11 @@ void ForgetReferences(CAttributeMap& tree)
     }
 }
 
+bool ShareOneNode(CAttributeMap const& a, CAttributeMap const& b)
+{
+    return TreeAccess::Node(a) == TreeAccess::Node(b) && TreeAccess::Node(a) != nullptr;
+}
+
 bool TreesEqual(CAttributeMap const& a, CAttributeMap const& b)
 {
     std::vector<std::pair<CAttributeMap const*, CAttributeMap const*>> pairs{{&a, &b}};

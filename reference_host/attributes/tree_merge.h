@@ -40,6 +40,10 @@ VORDAL_API void ForgetReferences(CAttributeMap& tree);
 /// Doubles are compared by their bits.
 VORDAL_API bool TreesEqual(CAttributeMap const& a, CAttributeMap const& b);
 
+/// Whether both stand for one node that they share: then they are equal, keys and all below included. Costs next to
+/// nothing; that they do not share one tells nothing.
+VORDAL_API bool ShareOneNode(CAttributeMap const& a, CAttributeMap const& b);
+
 /// The children for people, in UTF-8, one line each, children of children indented by two more spaces (from level 40 on
 /// by no more): "key = value", or "key" alone without a value. Flags other than 0 follow in parentheses.
 VORDAL_API std::string TreeText(CAttributeMap const& tree);
