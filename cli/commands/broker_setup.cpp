@@ -1,7 +1,7 @@
 // `qx5 broker-setup`: writes what a mosquitto broker of a fleet goes by.
 #include "cli/commands.h"
 
-#include "command/broker_access.h"
+#include "authority/broker_access.h"
 #include "operation/platform/whole_file.h"
 #include "reference_host/common/path_text.h"
 
@@ -39,14 +39,14 @@ struct Written
 
 int BrokerSetup(BrokerSetupOptions const& options)
 {
-    command::BrokerPlan plan;
+    authority::BrokerPlan plan;
     plan.group = options.group;
     plan.vessels = options.vessels;
     plan.address = options.address;
     plan.port = static_cast<std::uint16_t>(options.port);
     for (std::string const& person : options.persons) {
         auto const equals = person.rfind('=');
-        auto const role = equals == std::string::npos ? std::nullopt : command::RoleOf(person.substr(equals + 1));
+        auto const role = equals == std::string::npos ? std::nullopt : authority::RoleOf(person.substr(equals + 1));
         if (!role) {
             return Complain(ExitWrong,
                             fmt::format("\"{}\" is no NAME=ROLE; a role is watch, operate or administrate", person));
@@ -65,12 +65,12 @@ int BrokerSetup(BrokerSetupOptions const& options)
     if (!std::filesystem::is_directory(folder, error)) {
         return Complain(ExitFailed, fmt::format("\"{}\" is no folder and cannot be made one", options.folder));
     }
-    std::array const files{Written{folder / "mosquitto.conf", command::Sealed(ConfigurationText(plan, folder))},
-                           Written{folder / "access", command::Sealed(AccessText(plan))}};
+    std::array const files{Written{folder / "mosquitto.conf", authority::Sealed(ConfigurationText(plan, folder))},
+                           Written{folder / "access", authority::Sealed(AccessText(plan))}};
     // All or none: half of a change would let in somebody who must not be.
     for (Written const& each : files) {
         auto const content = ContentOf(each.file);
-        if ((content && !command::IsSealed(*content)) || (!content && std::filesystem::exists(each.file, error))) {
+        if ((content && !authority::IsSealed(*content)) || (!content && std::filesystem::exists(each.file, error))) {
             return Complain(ExitFailed,
                             fmt::format("\"{}\" was changed by hand or is not from here; nothing is written. Move it "
                                         "away to have it written anew",

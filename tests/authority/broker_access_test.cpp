@@ -1,5 +1,5 @@
 // The broker's files, proved by a real broker with certificates of the test's own.
-#include "command/broker_access.h"
+#include "authority/broker_access.h"
 #include "tests/cli/child_process.h"
 #include "tests/support/temporary_folder.h"
 
@@ -16,7 +16,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace qx5::command {
+namespace qx5::authority {
 namespace {
 
 using test::ChildProcess;
@@ -275,4 +275,4 @@ TEST_F(BrokerAccess, AnUnknownCertificateHearsNothing)
 }
 
 } // namespace
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,7 +1,7 @@
 // The numbered requests from ashore: each is done once or not at all, and its result can be told again.
 #pragma once
 
-#include "command/vessel_time.h"
+#include "authority/vessel_time.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +12,7 @@
 #include <tuple>
 #include <utility>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 /// What is to become of a request that has arrived.
 struct Arrival
@@ -94,4 +94,4 @@ private:
     std::size_t m_bytes = 0;
 };
 
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,7 +1,7 @@
 // What a mosquitto broker of a fleet goes by: its configuration, and who may say and hear what.
 #pragma once
 
-#include "command/role.h"
+#include "authority/role.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 /// Who speaks at the broker. The name of each is the common name of its certificate.
 struct BrokerPlan
@@ -39,4 +39,4 @@ std::string Sealed(std::string const& text);
 /// Whether a file's content is one that Sealed gave.
 bool IsSealed(std::string_view content);
 
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 /// A moment of one run of a vessel's program. It begins with the wall clock's time and then goes by the steady clock,
 /// whatever the wall clock does; another run is another time. A vessel tells it once a second, beside the leases.
@@ -76,4 +76,4 @@ private:
     std::deque<double> m_leads; ///< of the vessel's time over this steady clock, as they were heard
 };
 
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,8 +1,8 @@
 // Who ashore may do what with a vessel's sonars, as the project says.
 #pragma once
 
-#include "command/lease.h"
-#include "command/role.h"
+#include "authority/lease.h"
+#include "authority/role.h"
 #include "operation/transmit_lock.h"
 
 #include "reference_host/common/request_guard.h"
@@ -15,7 +15,7 @@
 #include <string>
 #include <string_view>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 /// What the project says. The broker lets nobody ask for something whose certificate is not that of an operator or an
 /// administrator; where the project names persons, too, both must agree.
@@ -62,4 +62,4 @@ private:
     Permissions m_permissions;
 };
 
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,5 +1,5 @@
 // The vessel's time: told aboard, worked out ashore.
-#include "command/vessel_time.h"
+#include "authority/vessel_time.h"
 
 #include "operation/steady_seconds.h"
 
@@ -9,7 +9,7 @@
 #include <random>
 #include <utility>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 namespace {
 
@@ -80,4 +80,4 @@ std::optional<RequestStamp> HeardVesselTime::Next(double limit)
     return RequestStamp{m_sender, ++m_number, *now, limit};
 }
 
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,5 +1,5 @@
 // Who ashore may do what, and the guard that sees to it.
-#include "command/permissions.h"
+#include "authority/permissions.h"
 
 #include <VordalDataBlocksR/BaseDevice.h>
 
@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 Role Permissions::Of(std::string_view person) const
 {
@@ -77,4 +77,4 @@ bool CommandGuard::Admits(BaseDevice& device, CAttributeMap const& request, vord
     return m_leases.Admits(device.GetDataId(), person, reason);
 }
 
-} // namespace qx5::command
+} // namespace qx5::authority

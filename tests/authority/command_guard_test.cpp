@@ -1,11 +1,11 @@
 // The guard of those ashore, over a host with the plug-in: who has the lease, who may what, what stays locked.
-#include "command/permissions.h"
+#include "authority/permissions.h"
 #include "operation/operator_desk.h"
 #include "tests/plugin/one_sonar.h"
 
 #include <vordalhostdllR/DataManager.h>
 
-namespace qx5::command {
+namespace qx5::authority {
 namespace {
 
 using vordal::OriginScope;
@@ -174,4 +174,4 @@ TEST_F(CommandGuardTest, HoldsNothingForLaterThatSomebodyAshoreAskedFor)
 }
 
 } // namespace
-} // namespace qx5::command
+} // namespace qx5::authority

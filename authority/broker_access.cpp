@@ -1,5 +1,5 @@
 // The broker's files, as texts.
-#include "command/broker_access.h"
+#include "authority/broker_access.h"
 
 #include "reference_host/common/path_text.h"
 
@@ -12,7 +12,7 @@
 #include <fmt/format.h>
 #include <zlib.h>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 namespace {
 
@@ -192,4 +192,4 @@ bool IsSealed(std::string_view content)
     return end != std::string_view::npos && content.substr(0, end + 1) == FirstLine(content.substr(end + 1));
 }
 
-} // namespace qx5::command
+} // namespace qx5::authority

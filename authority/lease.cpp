@@ -1,5 +1,5 @@
 // The leases of a vessel's sonars.
-#include "command/lease.h"
+#include "authority/lease.h"
 
 #include "operation/action_log.h"
 #include "operation/steady_seconds.h"
@@ -13,7 +13,7 @@
 
 #include <fmt/format.h>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 namespace {
 
@@ -380,4 +380,4 @@ void Leases::TellWaiting()
     }
 }
 
-} // namespace qx5::command
+} // namespace qx5::authority

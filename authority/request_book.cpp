@@ -1,11 +1,11 @@
 // The numbered requests from ashore.
-#include "command/request_book.h"
+#include "authority/request_book.h"
 
 #include <utility>
 
 #include <fmt/format.h>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 namespace {
 
@@ -121,4 +121,4 @@ bool RequestBook::HasRoomFor(std::string const& person) const
     return m_entries.size() < m_limits.requests && (had == m_ofPerson.end() || had->second < m_limits.ofPerson);
 }
 
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,5 +1,5 @@
 // Leases of sonars: who has one, from when to when, what is told of it, and in which order.
-#include "command/lease.h"
+#include "authority/lease.h"
 
 #include <atomic>
 #include <limits>
@@ -8,7 +8,7 @@
 
 #include <gmock/gmock.h>
 
-namespace qx5::command {
+namespace qx5::authority {
 namespace {
 
 using Asked = Leases::Asked;
@@ -325,4 +325,4 @@ TEST(LeasesOfManyThreads, AreToldOneAfterAnother)
 }
 
 } // namespace
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,7 +1,7 @@
 // The names of the roles.
-#include "command/role.h"
+#include "authority/role.h"
 
-namespace qx5::command {
+namespace qx5::authority {
 
 std::string_view ToText(Role role)
 {
@@ -26,4 +26,4 @@ std::optional<Role> RoleOf(std::string_view text)
     return std::nullopt;
 }
 
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 /// Each may what those before it may.
 enum class Role : std::uint8_t
@@ -25,4 +25,4 @@ inline constexpr std::string_view Aboard = "aboard";
 /// Who commands by a program that tells no person's name; no certificate has that name.
 inline constexpr std::string_view Unnamed = "Sparkplug";
 
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,5 +1,5 @@
 // Numbered requests: done once or not at all, in time or not at all, whatever clocks say and however often they come.
-#include "command/request_book.h"
+#include "authority/request_book.h"
 
 #include <limits>
 #include <map>
@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::command {
+namespace qx5::authority {
 namespace {
 
 using Kind = Arrival::Kind;
@@ -240,4 +240,4 @@ TEST(RequestBooks, DoNothingTwiceOfAnythingThatComesInAnyOrder)
 }
 
 } // namespace
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,6 +1,6 @@
 // Two and three who command one sonar at once, in any order of what they and the clocks do, against a plain model.
-#include "command/lease.h"
-#include "command/request_book.h"
+#include "authority/lease.h"
+#include "authority/request_book.h"
 
 #include <array>
 #include <map>
@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qx5::command {
+namespace qx5::authority {
 namespace {
 
 CDataId const Sonar(1, 78, 1, 1);
@@ -340,4 +340,4 @@ TEST(Interleavings, HaveOneHolderAndDoNothingForWhoDoesNotHold)
 }
 
 } // namespace
-} // namespace qx5::command
+} // namespace qx5::authority

@@ -1,7 +1,7 @@
 // Who commands a sonar: one lease for each, asked for, granted, refused, taken back, ended by time.
 #pragma once
 
-#include "command/role.h"
+#include "authority/role.h"
 
 #include <VordalBaseR/CDataId.h>
 
@@ -15,7 +15,7 @@
 #include <string_view>
 #include <variant>
 
-namespace qx5::command {
+namespace qx5::authority {
 
 /// What becomes of asking when the holder says nothing.
 enum class Silence : std::uint8_t
@@ -173,4 +173,4 @@ private:
     LeaseListener* m_listener = nullptr;
 };
 
-} // namespace qx5::command
+} // namespace qx5::authority
