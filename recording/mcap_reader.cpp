@@ -48,6 +48,7 @@ McapReader::McapReader(std::filesystem::path file) : m_file(std::move(file))
         DescribeChannels();
     }
     m_isDamaged.assign(m_chunks.size(), false);
+    m_isDescribed.assign(m_chunks.size(), false);
 }
 
 std::optional<std::uint64_t> McapReader::Start() const
@@ -64,7 +65,7 @@ std::optional<std::uint64_t> McapReader::End() const
     return greatest == m_chunks.end() ? std::nullopt : std::optional(greatest->end);
 }
 
-void McapReader::TakeDescription(std::uint8_t kind, std::span<unsigned char const> content)
+std::optional<std::uint16_t> McapReader::TakeDescription(std::uint8_t kind, std::span<unsigned char const> content)
 {
     if (IsKind(kind, McapRecord::Schema)) {
         if (auto schema = GetSchema(content)) {
@@ -72,9 +73,12 @@ void McapReader::TakeDescription(std::uint8_t kind, std::span<unsigned char cons
         }
     } else if (IsKind(kind, McapRecord::Channel)) {
         if (auto channel = GetChannel(content)) {
-            m_channels.try_emplace(channel->id, std::move(*channel));
+            auto const id = channel->id;
+            m_channels.try_emplace(id, std::move(*channel));
+            return id;
         }
     }
+    return {};
 }
 
 /// False where it is not there or does not agree with itself.
@@ -297,11 +301,24 @@ std::optional<std::span<unsigned char const>> McapReader::ReadChunk(std::size_t 
     if (!records) {
         m_isDamaged[chunk] = true;
         ++m_damagedChunks;
+    } else if (!m_isDescribed[chunk]) {
+        m_isDescribed[chunk] = true;
+        McapTake take(*records);
+        while (auto const record = NextRecord(take)) {
+            auto const known = m_channels.size();
+            auto const id = TakeDescription(record->kind, record->content);
+            if (id && m_channels.size() != known) {
+                m_describedIn[*id] = chunk;
+            } else if (auto const found = id ? m_describedIn.find(*id) : m_describedIn.end();
+                       found != m_describedIn.end()) {
+                found->second = std::min(found->second, chunk);
+            }
+        }
     }
     return records;
 }
 
-std::optional<McapMessage> McapReader::MessageOf(std::span<unsigned char const> record) const
+std::optional<McapMessage> McapReader::MessageOf(std::span<unsigned char const> record, std::size_t chunk) const
 {
     McapTake content(record);
     McapMessage message;
@@ -310,7 +327,11 @@ std::optional<McapMessage> McapReader::MessageOf(std::span<unsigned char const> 
     message.logTime = content.U64();
     message.publishTime = content.U64();
     message.data = content.Rest();
-    return content.IsGood() && m_channels.count(message.channel) != 0 ? std::optional(message) : std::nullopt;
+    if (!content.IsGood() || m_channels.count(message.channel) == 0) {
+        return {};
+    }
+    auto const described = m_describedIn.find(message.channel);
+    return described == m_describedIn.end() || described->second <= chunk ? std::optional(message) : std::nullopt;
 }
 
 void McapReader::ForEach(Visit const& visit, std::uint64_t from, std::uint64_t to, Choose const& choose)
@@ -325,11 +346,8 @@ void McapReader::ForEach(Visit const& visit, std::uint64_t from, std::uint64_t t
         }
         McapTake take(*records);
         while (auto const record = NextRecord(take)) {
-            if (!IsKind(record->kind, McapRecord::Message)) {
-                TakeDescription(record->kind, record->content);
-                continue;
-            }
-            auto const message = MessageOf(record->content);
+            auto const message =
+                IsKind(record->kind, McapRecord::Message) ? MessageOf(record->content, i) : std::nullopt;
             if (!message || message->logTime < from || message->logTime > to) {
                 continue;
             }
@@ -346,9 +364,8 @@ std::vector<McapMessage> McapReader::MessagesIn(std::size_t chunk, std::vector<u
     if (auto const records = ReadChunk(chunk, bytes)) {
         McapTake take(*records);
         while (auto const record = NextRecord(take)) {
-            if (!IsKind(record->kind, McapRecord::Message)) {
-                TakeDescription(record->kind, record->content);
-            } else if (auto const message = MessageOf(record->content)) {
+            if (auto const message =
+                    IsKind(record->kind, McapRecord::Message) ? MessageOf(record->content, chunk) : std::nullopt) {
                 messages.push_back(*message);
             }
         }

@@ -75,14 +75,17 @@ private:
     /// The place of the next chunk that stands at or behind `offset`, where the sequence of records is broken.
     std::optional<std::uint64_t> FindChunk(std::uint64_t offset) const;
     std::optional<McapChunkPlace> ChunkAt(std::uint64_t offset) const;
-    void TakeDescription(std::uint8_t kind, std::span<unsigned char const> content);
+    /// The number of the channel, if it describes one.
+    std::optional<std::uint16_t> TakeDescription(std::uint8_t kind, std::span<unsigned char const> content);
     /// The chunk's records, when its checksum is right.
     std::optional<std::span<unsigned char const>> ReadChunk(McapChunkPlace const& place,
                                                             std::vector<unsigned char>& bytes) const;
-    /// The same of a chunk by its number; one that is damaged is counted once.
+    /// The same of a chunk by its number; one that is damaged is counted once. The channels that it describes are known
+    /// from then on.
     std::optional<std::span<unsigned char const>> ReadChunk(std::size_t chunk, std::vector<unsigned char>& bytes);
-    /// The message of that record, if it is one of a channel that is known.
-    std::optional<McapMessage> MessageOf(std::span<unsigned char const> content) const;
+    /// The message of that record, if it is one of a channel that is described no later than in its chunk: whatever was
+    /// read before, the same messages are read.
+    std::optional<McapMessage> MessageOf(std::span<unsigned char const> content, std::size_t chunk) const;
 
     RecordedFile m_file;
     bool m_isComplete = false;
@@ -91,7 +94,10 @@ private:
     std::vector<McapChunkPlace> m_chunks;
     std::vector<std::vector<std::uint16_t>> m_channelsIn; ///< by chunk
     std::vector<bool> m_isDamaged;                        ///< of the chunks, those that were found to be
+    std::vector<bool> m_isDescribed;                      ///< of the chunks, those whose descriptions were taken
     std::map<std::uint16_t, McapChannel> m_channels;
+    std::map<std::uint16_t, std::size_t>
+        m_describedIn; ///< the first chunk that describes it; none: known from the start
     std::map<std::uint16_t, McapSchema> m_schemas;
     std::vector<McapMetadata> m_metadata;
     std::optional<std::map<std::uint16_t, std::uint64_t>> m_counts;

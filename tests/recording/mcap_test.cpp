@@ -1,4 +1,5 @@
 // Recordings as files: what is written, byte for byte; what is read of it, whole, cut and damaged.
+#include "recording/mcap_bytes.h"
 #include "recording/mcap_reader.h"
 #include "recording/mcap_writer.h"
 #include "recording/recording_error.h"
@@ -24,8 +25,11 @@ namespace qx5::test {
 namespace {
 
 using recording::McapChannel;
+using recording::McapMagic;
 using recording::McapMessage;
+using recording::McapPut;
 using recording::McapReader;
+using recording::McapRecord;
 using recording::McapWriter;
 using recording::RecordingError;
 using ::testing::ElementsAre;
@@ -275,6 +279,61 @@ TEST_F(Mcap, OfAFileWithTenThousandFlippedBitsItsWholeChunksAreRead)
     // Some 5,000 chunks of 20 messages each, and two flips to a chunk and its index: one in seven is without any.
     EXPECT_GT(given, 8'000U);
     EXPECT_LT(given, 40'000U);
+}
+
+TEST_F(Mcap, WhatIsReadTwiceIsTheSameWhereverChannelsAreDescribed)
+{
+    auto const channel = [](McapPut& put) {
+        auto const begin = put.BeginRecord(McapRecord::Channel);
+        put.U16(3);
+        put.U16(0);
+        put.Text("/marks");
+        put.Text("json");
+        put.U32(0);
+        put.EndRecord(begin);
+    };
+    auto const message = [](McapPut& put, std::uint64_t time) {
+        auto const begin = put.BeginRecord(McapRecord::Message);
+        put.U16(3);
+        put.U32(0);
+        put.U64(time);
+        put.U64(time);
+        put.EndRecord(begin);
+    };
+    std::vector<unsigned char> bytes(McapMagic.begin(), McapMagic.end());
+    McapPut whole(bytes);
+    auto const chunk = [&](std::vector<unsigned char> const& records) {
+        auto const begin = whole.BeginRecord(McapRecord::Chunk);
+        whole.U64(1);
+        whole.U64(9);
+        whole.U64(records.size());
+        whole.U32(recording::McapCrc(records));
+        whole.Text("");
+        whole.U64(records.size());
+        whole.Bytes(records);
+        whole.EndRecord(begin);
+    };
+    std::vector<unsigned char> records;
+    McapPut put(records);
+    message(put, 1);
+    chunk(records);
+    records.clear();
+    message(put, 2);
+    channel(put);
+    message(put, 3);
+    chunk(records);
+    Write(file, bytes);
+
+    std::vector<std::vector<std::uint64_t>> walks(2);
+    McapReader reader(file);
+    for (auto& times : walks) {
+        reader.ForEach([&](McapChannel const&, McapMessage const& each) {
+            times.push_back(each.logTime);
+            return true;
+        });
+    }
+    EXPECT_EQ(walks[0], (std::vector<std::uint64_t>{2, 3}));
+    EXPECT_EQ(walks[1], walks[0]);
 }
 
 TEST_F(Mcap, WhatIsNoRecordingIsOneLine)
