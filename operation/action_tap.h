@@ -3,8 +3,8 @@
 #pragma once
 
 #include "operation/action_listener.h"
+#include "operation/exchanged_pointer.h"
 
-#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -16,7 +16,7 @@ class ActionTap final : public ActionListener
 {
 public:
     /// Null for nobody.
-    void Set(std::shared_ptr<ActionListener> listener) { m_listener.store(std::move(listener)); }
+    void Set(std::shared_ptr<ActionListener> listener) { m_listener.Set(std::move(listener)); }
 
     void OnActionBegins(Action const& action) override
     {
@@ -47,12 +47,12 @@ private:
     template <typename Call>
     void Tell(Call const& call)
     {
-        if (auto const listener = m_listener.load()) {
+        if (auto const listener = m_listener.Get()) {
             call(*listener);
         }
     }
 
-    std::atomic<std::shared_ptr<ActionListener>> m_listener;
+    ExchangedPointer<ActionListener> m_listener;
 };
 
 } // namespace qx5::operation

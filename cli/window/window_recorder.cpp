@@ -100,7 +100,7 @@ void WindowRecorder::Connect()
         all.push_back(m_box);
     }
     auto const recorders = all.empty() ? nullptr : std::make_shared<recording::Recorders>(std::move(all));
-    m_recorders.store(recorders);
+    m_recorders.Set(recorders);
     m_tap.Set(recorders);
 }
 
@@ -208,7 +208,7 @@ std::vector<std::string> WindowRecorder::End()
 
 bool WindowRecorder::Mark(std::string const& text)
 {
-    auto const recorders = m_recorders.load();
+    auto const recorders = m_recorders.Get();
     if (recorders != nullptr) {
         recorders->Mark(text);
     }
@@ -256,7 +256,7 @@ void WindowRecorder::BeginDevices(Recorder const& recorder)
 
 void WindowRecorder::BeginDevice(CDataId const& id)
 {
-    auto const recorders = m_recorders.load();
+    auto const recorders = m_recorders.Get();
     if (recorders == nullptr) {
         return;
     }
@@ -269,14 +269,14 @@ void WindowRecorder::BeginDevice(CDataId const& id)
 
 void WindowRecorder::Frame(CDataId const& device, bool isSent, std::span<unsigned char const> frame)
 {
-    if (auto const recorders = m_recorders.load()) {
+    if (auto const recorders = m_recorders.Get()) {
         recorders->Frame(device, isSent, frame);
     }
 }
 
 void WindowRecorder::Connection(CDataId const& device, vordal::LinkStatus const& status)
 {
-    if (auto const recorders = m_recorders.load()) {
+    if (auto const recorders = m_recorders.Get()) {
         recorders->Connection(device, status);
     }
 }

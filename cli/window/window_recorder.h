@@ -5,10 +5,10 @@
 #include "cli/window/disk_thread.h"
 #include "operation/action_tap.h"
 #include "operation/event_list.h"
+#include "operation/exchanged_pointer.h"
 #include "recording/recorders.h"
 #include "reference_host/project/live_host.h"
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -103,7 +103,7 @@ private:
     operation::ActionTap& m_tap;
     Tell const m_tell;
     RecordingSetup m_setup;
-    std::atomic<std::shared_ptr<recording::Recorders>> m_recorders;
+    operation::ExchangedPointer<recording::Recorders> m_recorders;
 
     mutable std::mutex m_mutex; ///< guards what follows
     std::shared_ptr<Flight> m_flight;
