@@ -74,6 +74,15 @@ TEST(ManPages, ACommandThatTheManualDoesNotKnowIsToldSo)
     EXPECT_EQ(why(head + "| `qx5 fly` | flies (see *Wings*) |\n\n### Wings\n\nTwo.\n"), "");
 }
 
+/// As a manual page has what people type.
+std::string WithHyphens(std::string text)
+{
+    for (std::size_t at = 0; (at = text.find('-', at)) != std::string::npos; at += 2) {
+        text.insert(at, 1, '\\');
+    }
+    return text;
+}
+
 TEST(ManPages, EveryCommandHasOneThatTellsItsOptions)
 {
     TemporaryFolder const folder;
@@ -87,15 +96,12 @@ TEST(ManPages, EveryCommandHasOneThatTellsItsOptions)
         auto const page = ContentOf(folder / ("qx5-" + command + ".1"));
         EXPECT_THAT(page, HasSubstr(".SH DESCRIPTION\n"));
         EXPECT_THAT(page, HasSubstr(".SH EXIT STATUS\n.PP\nExit codes: 0 it worked;"));
-        EXPECT_THAT(program, HasSubstr("\\fBqx5 " + command + "\\fR"));
+        EXPECT_THAT(program, HasSubstr("\\fBqx5 " + WithHyphens(command) + "\\fR"));
         std::istringstream help(Qx5({command, "--help"}).out);
         for (std::string line; std::getline(help, line);) {
             if (line.starts_with("  --")) {
-                std::string option = line.substr(2, line.find_first_of(" ,", 2) - 2);
-                for (std::size_t at = 0; (at = option.find('-', at)) != std::string::npos; at += 2) {
-                    option.insert(at, 1, '\\');
-                }
-                EXPECT_THAT(page, HasSubstr("\\fB" + option + "\\fR"));
+                EXPECT_THAT(page,
+                            HasSubstr("\\fB" + WithHyphens(line.substr(2, line.find_first_of(" ,", 2) - 2)) + "\\fR"));
             }
         }
     }
