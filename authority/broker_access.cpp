@@ -2,8 +2,7 @@
 #include "authority/broker_access.h"
 
 #include "reference_host/common/path_text.h"
-
-#include <protocol/utf8.h>
+#include "sparkplug/topic.h"
 
 #include <algorithm>
 #include <iterator>
@@ -23,18 +22,11 @@ constexpr std::size_t greatestMessage = std::size_t{16} << 20;
 
 std::string FaultOfName(std::string_view what, std::string const& name)
 {
-    auto const isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
-    if (name.empty()) {
-        return fmt::format("the name of a {} is empty", what);
-    }
-    if (std::any_of(name.begin(), name.end(), isControl) || protocol::FindInvalidUtf8(name) != name.size()) {
-        return fmt::format("the name of a {} has a character that cannot be in it", what);
+    if (auto why = sparkplug::WhyNoName(what, name); !why.empty()) {
+        return why;
     }
     if (name.size() > greatestName) {
         return fmt::format("the {} \"{}\" has a name of more than {} bytes", what, name, greatestName);
-    }
-    if (name.find_first_of("/+#") != std::string::npos) {
-        return fmt::format("the {} \"{}\" has one of / + # in its name", what, name);
     }
     if (name.front() == ' ' || name.back() == ' ') {
         return fmt::format("the {} \"{}\" has a blank at an end of its name", what, name);

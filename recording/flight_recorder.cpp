@@ -52,12 +52,20 @@ std::size_t BytesOf(CAttributeMap const& tree)
     return nodeBytes * static_cast<std::size_t>(tree.Count());
 }
 
-/// Whether a tree is short: all its nodes, counted down from `left`.
+/// Whether a value may be as long as whoever gave it liked.
+bool HasAnyLength(CVordalType const& value)
+{
+    auto const kind = value.Kind();
+    return kind == VordalKind::String || kind == VordalKind::IntList || kind == VordalKind::DoubleList;
+}
+
+/// Whether a tree is short: all its nodes, counted down from `left`, and what they hold.
 bool IsShort(CAttributeMap const& tree, int& left)
 {
     left -= tree.Count();
-    return left >= 0 &&
-           std::all_of(tree.begin(), tree.end(), [&](CAttributeMap const& child) { return IsShort(child, left); });
+    return left >= 0 && std::all_of(tree.begin(), tree.end(), [&](CAttributeMap const& child) {
+               return !HasAnyLength(child.Value()) && IsShort(child, left);
+           });
 }
 
 RecorderPieces OneFile(std::filesystem::path const& file, McapTexts const& program)

@@ -45,9 +45,12 @@ TEST(BrokerPlans, HaveNamesThatTopicsAndCertificatesHaveRoomFor)
     EXPECT_EQ(fault([](auto& plan) { plan.group = ""; }), "the name of a group is empty");
     EXPECT_EQ(fault([](auto& plan) { plan.group = "STATE"; }),
               "a group cannot be called STATE: that is where shores tell that they are there");
-    EXPECT_EQ(fault([](auto& plan) { plan.group = "a/b"; }), "the group \"a/b\" has one of / + # in its name");
-    EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"a+b"}; }), "the vessel \"a+b\" has one of / + # in its name");
-    EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"#"}; }), "the vessel \"#\" has one of / + # in its name");
+    EXPECT_EQ(fault([](auto& plan) { plan.group = "a/b"; }),
+              "the name of the group, \"a/b\", has a / in it, which topics keep for themselves");
+    EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"a+b"}; }),
+              "the name of the vessel, \"a+b\", has a + in it, which topics keep for themselves");
+    EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"#"}; }),
+              "the name of the vessel, \"#\", has a # in it, which topics keep for themselves");
     EXPECT_EQ(fault([](auto& plan) { plan.vessels = {" a"}; }), "the vessel \" a\" has a blank at an end of its name");
     EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"a\nuser b"}; }),
               "the name of a vessel has a character that cannot be in it");

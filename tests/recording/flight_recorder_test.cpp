@@ -161,6 +161,11 @@ TEST_F(Flight, ShortTreesAndLongOnesAreTakenAsTheyAre)
     branch->Add(L"two", CVordalText(CString(L"\u00fc \u65e5")), 7);
     branch->Add(L"bare");
     small.Add(L"list", CVordalIntList({1, -2}), 0);
+    CAttributeMap numbers;
+    CAttributeMap* const pairs = numbers.Add(L"pairs");
+    pairs->Add(L"two", CVordalDouble2D(0.1, -0.0), 0);
+    pairs->Add(L"bare");
+    numbers.Add(L"large", CVordalInt64(-9007199254740993), 0);
     CAttributeMap large;
     std::string largeText;
     for (int i = 0; i < 40; ++i) {
@@ -172,6 +177,7 @@ TEST_F(Flight, ShortTreesAndLongOnesAreTakenAsTheyAre)
         FlightRecorder recorder(file, Options());
         recorder.OnWritten(bow, small);
         recorder.OnWritten(bow, large);
+        recorder.OnWritten(bow, numbers);
         small.RemoveChildren();
         large.RemoveChildren();
     }
@@ -180,7 +186,10 @@ TEST_F(Flight, ShortTreesAndLongOnesAreTakenAsTheyAre)
                             "{\"tree\":[[\"branch\",[[\"two\",\"pair\",[1.5,-2.0]],"
                             "[\"two\",\"string\",\"\u00fc \u65e5\"],[\"bare\",\"none\"]]],"
                             "[\"list\",\"ints\",[1,-2]]]}",
-                            "/sonar/1.78.1.1/written 1000002 1000002 {\"tree\":[" + largeText + "]}"));
+                            "/sonar/1.78.1.1/written 1000002 1000002 {\"tree\":[" + largeText + "]}",
+                            "/sonar/1.78.1.1/written 1000003 1000003 "
+                            "{\"tree\":[[\"pairs\",[[\"two\",\"pair\",[0.1,-0.0]],[\"bare\",\"none\"]]],"
+                            "[\"large\",\"int64\",-9007199254740993]]}"));
 }
 
 TEST_F(Flight, WhatFindsNoRoomIsCountedAndToldInTheFile)
