@@ -42,20 +42,19 @@ TEST(BrokerPlans, HaveNamesThatTopicsAndCertificatesHaveRoomFor)
         change(plan);
         return FaultOf(plan);
     };
-    EXPECT_EQ(fault([](auto& plan) { plan.group = ""; }), "the name of a group is empty");
+    EXPECT_EQ(fault([](auto& plan) { plan.group = ""; }), "the name of the group is empty");
     EXPECT_EQ(fault([](auto& plan) { plan.group = "STATE"; }),
               "a group cannot be called STATE: that is where shores tell that they are there");
     EXPECT_EQ(fault([](auto& plan) { plan.group = "a/b"; }),
-              "the name of the group, \"a/b\", has a / in it, which topics keep for themselves");
+              "the name of the group, a/b, has a / in it, which topics keep for themselves");
     EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"a+b"}; }),
-              "the name of the vessel, \"a+b\", has a + in it, which topics keep for themselves");
+              "the name of the vessel, a+b, has a + in it, which topics keep for themselves");
     EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"#"}; }),
-              "the name of the vessel, \"#\", has a # in it, which topics keep for themselves");
+              "the name of the vessel, #, has a # in it, which topics keep for themselves");
     EXPECT_EQ(fault([](auto& plan) { plan.vessels = {" a"}; }), "the vessel \" a\" has a blank at an end of its name");
     EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"a\nuser b"}; }),
-              "the name of a vessel has a character that cannot be in it");
-    EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"\xFF"}; }),
-              "the name of a vessel has a character that cannot be in it");
+              "the name of the vessel, a?user b, has a control character in it");
+    EXPECT_EQ(fault([](auto& plan) { plan.vessels = {"\xFF"}; }), "the name of the vessel is no UTF-8");
     EXPECT_EQ(fault([](auto& plan) { plan.vessels = {std::string(65, 'a')}; }),
               "the vessel \"" + std::string(65, 'a') + "\" has a name of more than 64 bytes");
     EXPECT_EQ(fault([](auto& plan) {
