@@ -112,7 +112,8 @@ struct RunOptions
     std::string sonar;                ///< empty: start a simulated one
     std::string project;              ///< empty: nothing is kept
     std::optional<int> sonars;        ///< simulated ones: in the window 1 to 256, sequenced 1 to 26; none: 3
-    double pingRate = 0.0;            ///< at which the window's simulated sonars ping from the start; 0: they do not
+    std::optional<double> pingRate;   ///< at which the window's simulated sonars ping from the start; none: they do
+                                      ///< not, but for those that the window opens on where nothing is told
     int groups = 2;                   ///< of the same; no more than there are sonars
     std::string record;               ///< file to record the session into; empty: none
     std::uint64_t blackBox = std::uint64_t{256} << 20; ///< bytes of the project's black box; 0: none

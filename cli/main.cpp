@@ -580,7 +580,9 @@ int RunCommandLine(int argc, char** argv)
         ->excludes("--once")
         ->excludes("--terminal");
     runCommand
-        ->add_option("--pings", run.pingRate, "The window's simulated sonars ping from the start, so often a second")
+        ->add_option("--pings", run.pingRate,
+                     "How often a second the window's simulated sonars ping from the start; 5 where neither a project "
+                     "nor sonars are told, else they do not")
         ->check(CLI::Range(0.01, 50.0).description(""))
         ->type_name("RATE")
         ->excludes(sonarOption)

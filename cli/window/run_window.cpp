@@ -214,6 +214,13 @@ void AskForSomething(CDataId const& sonar)
     }
 }
 
+/// Whether the window opens on sonars that nobody has asked for, to show what there is.
+bool IsNothingTold(RunOptions const& options, NextSession const& begun)
+{
+    return begun.kind == NextSession::Kind::None && options.project.empty() && options.sonar.empty() &&
+           !options.sonars.has_value() && options.devices.empty();
+}
+
 /// Begins the session's sonars: as the options tell, or, without any, as the project keeps them.
 int BeginFleet(Fleet& fleet, RunOptions const& options, NextSession const& begun)
 {
@@ -248,7 +255,11 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
             return Complain(ExitFailed, error);
         }
     }
-    session.Simulators().SetPingRate(options.pingRate);
+    if (options.pingRate.has_value()) {
+        session.Simulators().SetPingRate(*options.pingRate);
+    } else if (!isPicture && IsNothingTold(options, begun)) {
+        session.Simulators().SetSurveying();
+    }
     Fleet fleet(session);
     if (int const code = BeginFleet(fleet, options, begun); code != ExitGood) {
         return code;

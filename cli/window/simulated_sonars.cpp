@@ -11,6 +11,27 @@
 
 namespace qx5::cli {
 
+namespace {
+
+// Slow enough for a machine of two cores that draws in software, fast enough for a picture that moves.
+constexpr double surveyPingRate = 5.0;
+// The scene's seabed is at 30 m; with half of that to the side.
+constexpr double surveyRange = 60.0;
+
+void Set(simulator::SonarServer& sonar, protocol::Key const& key, double value)
+{
+    std::string answer;
+    sonar.Command(fmt::format("set {}={}", protocol::EncodeUtf8(key.text), value), answer);
+}
+
+} // namespace
+
+void SimulatedSonars::SetSurveying()
+{
+    m_pingRate = surveyPingRate;
+    m_range = surveyRange;
+}
+
 std::uint16_t SimulatedSonars::Start(CDataId const& sonar, std::string& error)
 {
     simulator::ServerOptions onFreePort;
@@ -20,11 +41,12 @@ std::uint16_t SimulatedSonars::Start(CDataId const& sonar, std::string& error)
         error = problem->text;
         return 0;
     }
+    if (m_range > 0.0) {
+        Set(*server, protocol::keys::x5Range, m_range);
+    }
     if (m_pingRate > 0.0) {
-        std::string answer;
-        server->Command(fmt::format("set {}={}", protocol::EncodeUtf8(protocol::keys::x5MaxPingRate.text), m_pingRate),
-                        answer);
-        server->Command(fmt::format("set {}=1", protocol::EncodeUtf8(protocol::keys::x5PingOnOffState.text)), answer);
+        Set(*server, protocol::keys::x5MaxPingRate, m_pingRate);
+        Set(*server, protocol::keys::x5PingOnOffState, 1);
     }
     auto const port = server->Port();
     Stop(sonar);

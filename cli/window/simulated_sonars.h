@@ -18,6 +18,8 @@ class SimulatedSonars
 public:
     /// Those that are started from here on ping, so often a second; 0: they do not.
     void SetPingRate(double pingsPerSecond) { m_pingRate = pingsPerSecond; }
+    /// Those that are started from here on survey their wreck: they ping, with a range that has the seabed in it.
+    void SetSurveying();
     /// Starts one that stands for the sonar, in place of any other, and gives its port on 127.0.0.1; 0, and one line in
     /// `error`, when that failed.
     std::uint16_t Start(CDataId const& sonar, std::string& error);
@@ -30,6 +32,7 @@ public:
 
 private:
     double m_pingRate = 0.0;
+    double m_range = 0.0; ///< m; 0: as a sonar begins
     std::vector<std::pair<CDataId, std::unique_ptr<simulator::SonarServer>>> m_servers;
 };
 

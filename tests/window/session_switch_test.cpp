@@ -1,4 +1,6 @@
-// A test of sessions that follow one another in one program: the window as `qx5 run` opens it, worked from within.
+// What stands in the window as `qx5 run` opens it, and sessions that follow one another in one program: worked from
+// within.
+#include "tests/cli/child_process.h"
 #include "tests/support/temporary_folder.h"
 
 #include <cli/window/recent_projects.h>
@@ -10,6 +12,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QDockWidget>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
@@ -53,6 +56,12 @@ void BeginToWork()
     auto* const timer = new QTimer(qApp);
     QObject::connect(timer, &QTimer::timeout, qApp, [] { TakeStep(); });
     timer->start(10);
+    // A step that is never done ends the session, and the number of those that were tells.
+    QTimer::singleShot(generousLimit, qApp, [] {
+        if (Window() != nullptr) {
+            Window()->close();
+        }
+    });
 }
 Q_COREAPP_STARTUP_FUNCTION(BeginToWork)
 
@@ -97,6 +106,7 @@ TEST(SessionSwitch, ProjectsFollowOneAnotherInOneProgram)
     cli::RecentProjects().Note(QString::fromStdString(second.string()));
 
     vordal::MainWindow const* former = nullptr;
+    done = 0;
     steps = {
         [] { return Shows("first.qx5") && DeviceCount() == 3; },
         [&] {
@@ -147,6 +157,28 @@ TEST(SessionSwitch, ProjectsFollowOneAnotherInOneProgram)
     ASSERT_EQ(kept.devices.size(), 1U);
     EXPECT_TRUE(kept.devices[0].attributes.Has(L"x5Range")) << "what the sonar told is saved";
     EXPECT_EQ(kept.windows.size(), 1U);
+}
+
+TEST(OpenedWindow, ShowsASurveyOverAWreckWhereNothingElseIsToldOfIt)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    done = 0;
+    steps = {
+        [] { return Window() != nullptr && DeviceCount() == 3; },
+        [] {
+            return Window() != nullptr && Window()->findChild<QDockWidget*>(QStringLiteral("pictureDock"))->isVisible();
+        },
+        [&] {
+            auto const& picture = *Window()->findChild<QDockWidget*>(QStringLiteral("pictureDock"));
+            auto const& view = *Window()->centralWidget();
+            EXPECT_TRUE(view.isVisible());
+            EXPECT_GE(picture.mapToGlobal(QPoint()).x(), view.mapToGlobal(QPoint(view.width(), 0)).x());
+            QTimer::singleShot(0, Window(), &QWidget::close);
+            return true;
+        },
+    };
+    EXPECT_EQ(cli::RunWindow({}), 0);
+    EXPECT_EQ(done, steps.size());
 }
 
 } // namespace
