@@ -1,6 +1,7 @@
 // qx5-bench: Google Benchmark's own report of all cases, then the promised ratios, all cases measured in turn in one
 // run; with --json one JSON object a line and nothing else. --ratios leaves the report out, --only TEXT,TEXT the cases
-// with none of these in their name.
+// with none of these in their name. --growth runs the curves instead, and prints lines of JSON.
+#include "growth/curve.h"
 #include "measure.h"
 #include "reference_host/common/log.h"
 #include "stage.h"
@@ -160,6 +161,7 @@ int main(int argc, char** argv)
 {
     bool json = false;
     bool ratiosOnly = false;
+    bool growth = false;
     std::string_view only;
     int kept = 1;
     for (int i = 1; i < argc; ++i) {
@@ -169,6 +171,8 @@ int main(int argc, char** argv)
             only = argv[++i];
         } else if (std::strcmp(argv[i], "--ratios") == 0) {
             ratiosOnly = true;
+        } else if (std::strcmp(argv[i], "--growth") == 0) {
+            growth = true;
         } else {
             argv[kept++] = argv[i];
         }
@@ -184,6 +188,15 @@ int main(int argc, char** argv)
     // What a live sonar refuses is of no interest here, and is refused thousands of times.
     vordal::SetLogSink([](vordal::LogLevel, std::string_view) {});
     bench::Stage stage;
+    if (growth) {
+        auto curves = bench::TreeCurves();
+        for (bench::Curve& curve : bench::RequestCurves(stage)) {
+            curves.push_back(std::move(curve));
+        }
+        std::erase_if(curves, [only](bench::Curve const& one) { return !IsWanted(one.name, only); });
+        bench::RunCurves(curves);
+        return 0;
+    }
     std::vector<Case> cases = bench::RequestCases(stage);
     for (Case& echo : bench::EchoCases(stage)) {
         cases.push_back(std::move(echo));

@@ -59,7 +59,7 @@ CAttributeMap RequestOfAllKeys()
 class BareRequest
 {
 public:
-    BareRequest() : m_drain(m_pair.far), m_tree(Stage::MakeTree(5000)) { vordal::ForgetReferences(m_tree); }
+    BareRequest() : m_drain(m_pair.far), m_tree(MakeTree(5000)) { vordal::ForgetReferences(m_tree); }
     void Run(CAttributeMap const& request)
     {
         using namespace qx5::protocol;

@@ -7,7 +7,7 @@
 
 namespace bench {
 
-CAttributeMap Stage::MakeTree(int nodes)
+CAttributeMap MakeTree(int nodes)
 {
     CAttributeMap tree;
     int made = 0;
@@ -24,13 +24,12 @@ CAttributeMap Stage::MakeTree(int nodes)
     return tree;
 }
 
-LiveSonar::LiveSonar(vordal::LiveHost& host, unsigned short number)
+LiveSonar::LiveSonar(vordal::LiveHost& host, unsigned short number, CAttributeMap const& tree)
 {
     CDataId const id(1, 78, number, 1);
     vordal::StoredProject project;
-    vordal::AddConnected(project,
-                         {id, L"QX5SonarConfigurationControlDevice", L"sonar", {}, true, Stage::MakeTree(5000)},
-                         L"127.0.0.1", m_listener.Port());
+    vordal::AddConnected(project, {id, L"QX5SonarConfigurationControlDevice", L"sonar", {}, true, tree}, L"127.0.0.1",
+                         m_listener.Port());
     m_project.emplace(host, host.Links(), std::move(project));
     m_device = host.Devices().back();
     m_subscription = std::make_unique<Subscription>();

@@ -43,11 +43,14 @@ private:
     }
 };
 
-/// One sonar whose tree holds 5,000 nodes, with a live connection and a subscriber of "x5Range".
+/// What a tree of so many values looks like: as a sonar's, in branches of 50.
+CAttributeMap MakeTree(int nodes);
+
+/// One sonar with that tree, a live connection and a subscriber of "x5Range".
 class LiveSonar
 {
 public:
-    LiveSonar(vordal::LiveHost& host, unsigned short number);
+    LiveSonar(vordal::LiveHost& host, unsigned short number, CAttributeMap const& tree = MakeTree(5000));
     LiveSonar(LiveSonar const&) = delete;
     LiveSonar& operator=(LiveSonar const&) = delete;
     ~LiveSonar();
@@ -91,9 +94,6 @@ public:
     /// Runs on the host thread with sends going to a recorder, or to the live connections.
     void OnHostRecorded(std::function<void()> const& work);
     void OnHostLive(std::function<void()> const& work);
-
-    /// What a tree of so many values looks like: as a sonar's, in branches of 50.
-    static CAttributeMap MakeTree(int nodes);
 
 private:
     CountingTraffic m_recorder;

@@ -86,7 +86,7 @@ private:
     {
         vordal::StoredProject project;
         project.devices = {
-            {shownSonar, L"QX5SonarConfigurationControlDevice", L"viewed", {}, true, Stage::MakeTree(2000)}};
+            {shownSonar, L"QX5SonarConfigurationControlDevice", L"viewed", {}, true, MakeTree(2000)}};
         return project;
     }
 
