@@ -16,6 +16,9 @@ struct SizeBound
     double nanoseconds = 0.0;
 };
 
+/// The exponent of a cost that follows the size's logarithm over three decades: it doubles meanwhile, and caches grow cold.
+inline constexpr double logarithmic = 0.15;
+
 /// One cost at several sizes.
 struct Curve
 {

@@ -45,7 +45,7 @@ Curve ChangeOfCopy(std::string name, std::string work, Change change)
     return {std::move(name),
             std::move(work),
             {1000, 10'000, 100'000, 1'000'000},
-            0.0,
+            logarithmic,
             {{1'000'000, 10'000.0}},
             [change](std::size_t size, std::vector<double>& nanoseconds) {
                 CAttributeMap const& kept = WideTree(size);
@@ -86,7 +86,7 @@ std::vector<Curve> RequestCurves(Stage& stage)
     curves.push_back({"request-wide-device",
                       "a request of one key, recorded, for a device with N attributes beside each other",
                       {1000, 10'000, 100'000, 1'000'000},
-                      0.0,
+                      logarithmic,
                       {{1'000'000, 6000.0}},
                       [&stage](std::size_t size, std::vector<double>& nanoseconds) {
                           LiveSonar sonar(stage.Host(), 3, WideTree(size));

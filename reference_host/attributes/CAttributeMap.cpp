@@ -193,16 +193,17 @@ CAttributeMap const& CAttributeMap::GetChild(int position) const
     }
     auto const& node = *TreeAccess::Node(*this);
     auto offset = static_cast<std::uint32_t>(position);
-    std::uint32_t number = 0;
-    for (std::uint32_t page = 0; page < node.pageCount && offset >= node.pages[page]->live; ++page) {
-        offset -= node.pages[page]->live;
-        number += AttributePage::Capacity;
+    void const* piece = node.chunks;
+    for (auto level = node.height; level > 0; --level) {
+        auto const* below = static_cast<AttributePage const*>(piece)->below;
+        for (auto live = AttributeNode::LiveBelow(*below, level - 1); offset >= live;
+             live = AttributeNode::LiveBelow(*below, level - 1)) {
+            offset -= live;
+            ++below;
+        }
+        piece = *below;
     }
-    AttributeChunk const* chunk = node.Chunk(number);
-    while (chunk == nullptr || offset >= chunk->live) {
-        offset -= chunk != nullptr ? chunk->live : 0;
-        chunk = node.Chunk(++number);
-    }
+    auto const* chunk = static_cast<AttributeChunk const*>(piece);
     if (chunk->live == chunk->used) {
         return chunk->Slots()[offset];
     }

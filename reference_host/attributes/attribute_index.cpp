@@ -6,29 +6,17 @@
 #include "reference_host/common/salted_hash.h"
 
 #include <algorithm>
-#include <memory>
-#include <new>
+#include <iterator>
 
-namespace {
-
-/// Where the search for an entry begins. Occurrences of one key spread evenly, whatever the key's tag.
-constexpr std::uint32_t FirstEntry(std::uint32_t tag, std::uint32_t occurrence)
+AttributeIndex::AttributeIndex(std::uint32_t capacity) : m_entries(capacity)
 {
-    return tag + occurrence * 0x9E3779B9U;
+    auto const& salt = vordal::ProgramSalt();
+    std::copy(salt.begin(), salt.end(), m_salt);
 }
 
-} // namespace
-
-AttributeIndex* AttributeIndex::Allocate(std::uint32_t capacity)
+AttributeIndex::AttributeIndex(AttributeIndex const& other) : m_entries(other.m_entries), m_taken(other.m_taken)
 {
-    static_assert(sizeof(AttributeIndex) % alignof(Entry) == 0);
-    void* memory = ::operator new(sizeof(AttributeIndex) + capacity * sizeof(Entry));
-    auto* index = new (memory) AttributeIndex;
-    index->m_mask = capacity - 1;
-    auto const& salt = vordal::ProgramSalt();
-    std::copy(salt.begin(), salt.end(), index->m_salt);
-    std::uninitialized_fill_n(index->Entries(), capacity, Entry());
-    return index;
+    std::copy(std::begin(other.m_salt), std::end(other.m_salt), m_salt);
 }
 
 AttributeIndex* AttributeIndex::Create(std::uint32_t expected)
@@ -37,23 +25,25 @@ AttributeIndex* AttributeIndex::Create(std::uint32_t expected)
     while (capacity < expected * 2) {
         capacity *= 2;
     }
-    return Allocate(capacity);
+    return new AttributeIndex(capacity);
 }
 
 AttributeIndex* AttributeIndex::Clone() const
 {
-    auto* copy = Allocate(m_mask + 1);
-    std::copy_n(Entries(), m_mask + 1, copy->Entries());
-    copy->m_taken = m_taken;
-    return copy;
+    return new AttributeIndex(*this);
 }
 
 void AttributeIndex::Release(AttributeIndex* index)
 {
     if (index != nullptr && DropReference(index->m_references)) {
-        index->~AttributeIndex();
-        ::operator delete(index);
+        delete index;
     }
+}
+
+std::uint32_t AttributeIndex::First(std::uint32_t tag, std::uint32_t occurrence) const
+{
+    // Occurrences of one key spread evenly, whatever the key's tag.
+    return (tag + occurrence * 0x9E3779B9U) & (m_entries.Capacity() - 1);
 }
 
 std::uint32_t AttributeIndex::TagOf(std::uint64_t hash) const
@@ -69,7 +59,7 @@ AttributeIndex::Location AttributeIndex::Locate(AttributeNode const& node, Attri
     std::uint32_t others = 0;
     auto const tag = TagOf(key.Hash());
     auto const first = Probe(node, tag, key.Text(), 0, Marks::Found, others);
-    if (Entries()[first].place != CrowdedPlace) {
+    if (m_entries[first].place != CrowdedPlace) {
         return {tag, first, others, false};
     }
     auto const textTag = TagOf(vordal::SaltedHash(key.Text()));
@@ -80,9 +70,8 @@ AttributeIndex::Location AttributeIndex::Locate(AttributeNode const& node, Attri
 std::uint32_t AttributeIndex::Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text,
                                     std::uint32_t occurrence, Marks marks, std::uint32_t& others) const
 {
-    auto const* entries = Entries();
-    for (auto at = FirstEntry(tag, occurrence) & m_mask;; at = (at + 1) & m_mask) {
-        auto const& entry = entries[at];
+    for (auto at = First(tag, occurrence);; at = Next(at)) {
+        auto const& entry = m_entries[at];
         if (entry.place == NoPlace) {
             return at;
         }
@@ -109,15 +98,12 @@ std::uint32_t AttributeIndex::ProbeFurther(AttributeNode const& node, Location c
 
 AttributeIndex* AttributeIndex::MakeCrowded(AttributeNode const& node, AttributeIndex* index, std::uint32_t tag)
 {
-    auto const isHere = [&](Entry const& entry) {
-        return entry.tag == tag && entry.occurrence == 0 && entry.place < CrowdedPlace;
-    };
     // The entries of one search lie behind one another, up to a free one.
     auto const walk = [&](auto const& visit) {
-        for (auto at = FirstEntry(tag, 0) & index->m_mask; index->Entries()[at].place != NoPlace;
-             at = (at + 1) & index->m_mask) {
-            if (isHere(index->Entries()[at])) {
-                visit(index->Entries()[at]);
+        for (auto at = index->First(tag, 0); index->m_entries[at].place != NoPlace; at = index->Next(at)) {
+            auto const entry = index->m_entries[at];
+            if (entry.tag == tag && entry.occurrence == 0 && entry.place < CrowdedPlace) {
+                visit(entry);
             }
         }
     };
@@ -132,7 +118,7 @@ AttributeIndex* AttributeIndex::MakeCrowded(AttributeNode const& node, Attribute
         }
         std::uint32_t others = 0;
         for (std::uint32_t occurrence = first.count; occurrence-- > 0;) {
-            auto& entry = index->Entries()[index->Probe(node, tag, text, occurrence, Marks::Passed, others)];
+            auto& entry = index->m_entries.Own(index->Probe(node, tag, text, occurrence, Marks::Passed, others));
             auto moved = entry;
             moved.tag = textTag;
             entry.place = RemovedPlace;
@@ -145,19 +131,21 @@ AttributeIndex* AttributeIndex::MakeCrowded(AttributeNode const& node, Attribute
 
 AttributeIndex* AttributeIndex::MakeRoom(AttributeIndex* index, std::uint64_t wanted)
 {
-    auto const capacity = index->m_mask + 1;
-    if (index->m_taken + wanted <= std::uint64_t{capacity} / 4 * 3) {
+    if (index->HasRoomFor(wanted)) {
         return index;
     }
-    auto const* entries = index->Entries();
-    auto const isThere = [](Entry const& entry) { return entry.place != NoPlace && entry.place != RemovedPlace; };
-    auto const there = static_cast<std::uint32_t>(std::count_if(entries, entries + capacity, isThere));
-    auto* larger = Create(there + there / 4 + static_cast<std::uint32_t>(wanted));
-    std::for_each(entries, entries + capacity, [&](Entry const& entry) {
-        if (isThere(entry)) {
-            larger->Take(entry);
+    auto const forEach = [&](auto const& visit) {
+        for (std::uint32_t at = 0; at < index->m_entries.Capacity(); ++at) {
+            auto const& entry = index->m_entries[at];
+            if (entry.place != NoPlace && entry.place != RemovedPlace) {
+                visit(entry);
+            }
         }
-    });
+    };
+    std::uint32_t there = 0;
+    forEach([&](Entry const&) { ++there; });
+    auto* larger = Create(there + there / 4 + static_cast<std::uint32_t>(wanted));
+    forEach([&](Entry const& entry) { larger->Take(entry); });
     Release(index);
     return larger;
 }
@@ -165,21 +153,21 @@ AttributeIndex* AttributeIndex::MakeRoom(AttributeIndex* index, std::uint64_t wa
 std::uint32_t AttributeIndex::Find(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence) const
 {
     auto const location = Locate(node, key);
-    return Entries()[occurrence == 0 ? location.first : ProbeFurther(node, location, key, occurrence)].place;
+    return m_entries[occurrence == 0 ? location.first : ProbeFurther(node, location, key, occurrence)].place;
 }
 
 std::uint32_t AttributeIndex::Count(AttributeNode const& node, AttributeKey const& key) const
 {
-    return Entries()[Locate(node, key).first].count;
+    return m_entries[Locate(node, key).first].count;
 }
 
 void AttributeIndex::Take(Entry const& entry)
 {
-    auto at = FirstEntry(entry.tag, entry.occurrence) & m_mask;
-    while (Entries()[at].place != NoPlace) {
-        at = (at + 1) & m_mask;
+    auto at = First(entry.tag, entry.occurrence);
+    while (m_entries[at].place != NoPlace) {
+        at = Next(at);
     }
-    Entries()[at] = entry;
+    m_entries.Own(at) = entry;
     ++m_taken;
 }
 
@@ -188,8 +176,8 @@ AttributeIndex* AttributeIndex::Append(AttributeNode const& node, AttributeIndex
 {
     index = MakeRoom(index, 1);
     auto location = index->Locate(node, key);
-    if (auto& first = index->Entries()[location.first]; first.place != NoPlace) {
-        index->Take({location.tag, first.count++, place, 0});
+    if (index->m_entries[location.first].place != NoPlace) {
+        index->Take({location.tag, index->m_entries.Own(location.first).count++, place, 0});
         return index;
     }
     if (location.others >= Crowd && !location.isByText) {
@@ -204,7 +192,7 @@ void AttributeIndex::Remove(AttributeNode const& node, AttributeKey const& key, 
 {
     auto const location = Locate(node, key);
     auto const entryOf = [&](std::uint32_t wanted) -> Entry& {
-        return Entries()[wanted == 0 ? location.first : ProbeFurther(node, location, key, wanted)];
+        return m_entries.Own(wanted == 0 ? location.first : ProbeFurther(node, location, key, wanted));
     };
     auto const count = entryOf(0).count--;
     for (auto i = occurrence; i + 1 < count; ++i) {

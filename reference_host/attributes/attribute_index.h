@@ -1,6 +1,8 @@
 // The index of a node with many children: finds each by its key.
 #pragma once
 
+#include "shared_blocks.h"
+
 #include <VordalAttributesR/CAttributeMap.h>
 
 #include <atomic>
@@ -15,7 +17,10 @@ struct AttributeNode;
 /// share a hash, or a place in here. Hence places follow from the hash by way of numbers drawn when the program starts,
 /// and texts are compared. Where more than a few keys share a hash, as chance never makes them, they are found by a
 /// keyed hash of their texts. A look-up passes few entries whatever the keys are.
-class alignas(std::uint64_t) AttributeIndex
+///
+/// Clones share what neither of them changes: to add or remove a key costs the same however many there are, but for
+/// when the index has no room and is made anew.
+class AttributeIndex
 {
 public:
     static constexpr std::uint32_t NoPlace = 0xFFFFFFFFU;
@@ -24,6 +29,8 @@ public:
     AttributeIndex* Clone() const;
     static void Release(AttributeIndex* index);
 
+    /// Whether so many keys can be added without its being made anew.
+    bool HasRoomFor(std::uint64_t keys) const { return m_taken + keys <= std::uint64_t{m_entries.Capacity()} / 4 * 3; }
     bool IsShared() const { return m_references.load(std::memory_order_acquire) != 1; }
     void Retain() { m_references.fetch_add(1, std::memory_order_relaxed); }
 
@@ -61,10 +68,10 @@ private:
     /// Keys of one tag that make it crowded.
     static constexpr std::uint32_t Crowd = 3;
 
-    AttributeIndex() = default;
-    static AttributeIndex* Allocate(std::uint32_t capacity);
-    Entry* Entries() { return reinterpret_cast<Entry*>(this + 1); }
-    Entry const* Entries() const { return reinterpret_cast<Entry const*>(this + 1); }
+    explicit AttributeIndex(std::uint32_t capacity);
+    AttributeIndex(AttributeIndex const& other);
+    std::uint32_t Next(std::uint32_t at) const { return (at + 1) & (m_entries.Capacity() - 1); }
+    std::uint32_t First(std::uint32_t tag, std::uint32_t occurrence) const;
     std::uint32_t TagOf(std::uint64_t hash) const;
     Location Locate(AttributeNode const& node, AttributeKey const& key) const;
     enum class Marks
@@ -88,7 +95,7 @@ private:
     void Take(Entry const& entry);
 
     std::atomic<std::uint32_t> m_references{1};
-    std::uint32_t m_mask = 0;
+    vordal::SharedBlocks<Entry> m_entries;
     /// Entries ever taken, removed ones included.
     std::uint32_t m_taken = 0;
     /// Two of the program's own random numbers.

@@ -79,11 +79,16 @@ void AttributeNode::DropChunk(AttributeChunk* chunk, AttributeNode*& pending)
     AttributeChunk::Free(chunk);
 }
 
-void AttributeNode::DropPage(AttributePage* page, AttributeNode*& pending)
+void AttributeNode::DropPiece(void* piece, std::uint32_t height, AttributeNode*& pending)
 {
-    if (DropReference(page->references)) {
-        for (auto* chunk : page->chunks) {
-            DropChunk(chunk, pending);
+    if (height == 0) {
+        DropChunk(static_cast<AttributeChunk*>(piece), pending);
+        return;
+    }
+    auto* const page = static_cast<AttributePage*>(piece);
+    if (page != nullptr && DropReference(page->references)) {
+        for (void* const below : page->below) {
+            DropPiece(below, height - 1, pending);
         }
         delete page;
     }
@@ -91,11 +96,7 @@ void AttributeNode::DropPage(AttributePage* page, AttributeNode*& pending)
 
 void AttributeNode::DropChildren(AttributeNode*& pending)
 {
-    for (std::uint32_t i = 0; i < pageCount; ++i) {
-        DropPage(pages[i], pending);
-    }
-    delete[] pages;
-    DropChunk(onlyChunk, pending);
+    DropPiece(chunks, height, pending);
     AttributeIndex::Release(index);
 }
 
@@ -120,39 +121,32 @@ void AttributeNode::Release(AttributeNode* node) noexcept
     }
 }
 
-void AttributeNode::AppendPage(AttributePage* page)
-{
-    if (pageCount == pageCapacity) {
-        auto const capacity = std::max(4U, pageCapacity * 2);
-        auto** larger = new AttributePage*[capacity];
-        std::copy_n(pages, pageCount, larger);
-        delete[] pages;
-        pages = larger;
-        pageCapacity = capacity;
-    }
-    pages[pageCount] = page;
-    ++pageCount;
-}
-
 void AttributeNode::AppendChunk(AttributeChunk* chunk)
 {
-    if (chunkCount == 0 && pages == nullptr) {
-        onlyChunk = chunk;
+    if (chunks == nullptr) {
+        chunks = chunk;
         chunkCount = 1;
         return;
     }
-    if (pages == nullptr) {
-        AppendPage(new AttributePage);
-        pages[0]->live = onlyChunk->live;
-        pages[0]->exposed = onlyChunk->exposed;
-        pages[0]->chunks[0] = std::exchange(onlyChunk, nullptr);
-    } else if (chunkCount % AttributePage::Capacity == 0) {
-        AppendPage(new AttributePage);
+    if (chunkCount == 1U << (height * AttributePage::Bits)) {
+        auto* const page = new AttributePage;
+        page->live = LiveBelow(chunks, height);
+        page->exposed =
+            height == 0 ? static_cast<AttributeChunk*>(chunks)->exposed : static_cast<AttributePage*>(chunks)->exposed;
+        page->below[0] = std::exchange(chunks, page);
+        ++height;
     }
-    auto& page = *OwnPage(chunkCount);
-    page.chunks[chunkCount % AttributePage::Capacity] = chunk;
-    page.live += chunk->live;
-    page.exposed = page.exposed || chunk->exposed;
+    void** piece = &chunks;
+    for (auto level = height; level > 0; --level) {
+        if (*piece == nullptr) {
+            *piece = new AttributePage;
+        }
+        auto& page = OwnPage(*piece, level);
+        page.live += chunk->live;
+        page.exposed = page.exposed || chunk->exposed;
+        piece = &page.below[AttributePage::SlotOf(chunkCount, level)];
+    }
+    *piece = chunk;
     ++chunkCount;
 }
 
@@ -216,47 +210,49 @@ std::uint32_t AttributeNode::CountOf(AttributeKey const& key) const
     return count;
 }
 
-AttributePage* AttributeNode::OwnPage(std::uint32_t number)
+AttributePage& AttributeNode::OwnPage(void*& piece, std::uint32_t height)
 {
-    if (pages == nullptr) {
-        return nullptr;
-    }
-    auto*& page = pages[number / AttributePage::Capacity];
+    auto* page = static_cast<AttributePage*>(piece);
     if (page->references.load(std::memory_order_acquire) != 1) {
-        auto* copy = new AttributePage;
+        auto* const copy = new AttributePage;
         copy->live = page->live;
         for (std::uint32_t i = 0; i < AttributePage::Capacity; ++i) {
-            if (auto* chunk = page->chunks[i]; chunk != nullptr) {
-                chunk->references.fetch_add(1, std::memory_order_relaxed);
-                copy->chunks[i] = chunk;
+            void* const below = page->below[i];
+            if (below != nullptr) {
+                auto& references = height == 1 ? static_cast<AttributeChunk*>(below)->references
+                                               : static_cast<AttributePage*>(below)->references;
+                references.fetch_add(1, std::memory_order_relaxed);
+                copy->below[i] = below;
             }
         }
         // The other owners may have let go meanwhile.
         AttributeNode* pending = nullptr;
-        DropPage(std::exchange(page, copy), pending);
+        DropPiece(std::exchange(piece, copy), height, pending);
         DestroyAll(pending);
+        page = copy;
     }
-    return page;
+    return *page;
 }
 
-AttributeChunk& AttributeNode::OwnChunk(std::uint32_t number)
+AttributeChunk& AttributeNode::OwnOnlyChunk(void*& piece)
 {
-    auto* page = OwnPage(number);
-    auto*& chunk = page != nullptr ? page->chunks[number % AttributePage::Capacity] : onlyChunk;
+    auto* chunk = static_cast<AttributeChunk*>(piece);
     if (chunk->references.load(std::memory_order_acquire) != 1) {
-        auto* copy = AttributeChunk::Create(chunk->capacity);
+        auto* const copy = AttributeChunk::Create(chunk->capacity);
         copy->used = chunk->used;
         copy->live = chunk->live;
         for (std::uint32_t slot = 0; slot < chunk->used; ++slot) {
-            auto* child = TreeAccess::Node(chunk->Slots()[slot]);
+            auto* const child = TreeAccess::Node(chunk->Slots()[slot]);
             if (child != nullptr) {
                 Retain(child);
                 TreeAccess::SetSlot(copy->Slots()[slot], child, TreeAccess::ChildHash(chunk->Slots()[slot]));
             }
         }
         AttributeNode* pending = nullptr;
-        DropChunk(std::exchange(chunk, copy), pending);
+        piece = copy;
+        DropChunk(chunk, pending);
         DestroyAll(pending);
+        chunk = copy;
     }
     return *chunk;
 }
@@ -268,11 +264,8 @@ CAttributeMap& AttributeNode::OwnSlot(std::uint32_t place)
 
 CAttributeMap& AttributeNode::ExposeSlot(std::uint32_t place)
 {
-    auto& chunk = OwnChunk(ChunkOf(place));
+    auto& chunk = OwnChunk(ChunkOf(place), [](AttributePage& page) { page.exposed = true; });
     chunk.exposed = true;
-    if (pages != nullptr) {
-        OwnPage(ChunkOf(place))->exposed = true;
-    }
     exposed = true;
     return chunk.Slots()[SlotOf(place)];
 }
@@ -289,9 +282,8 @@ std::uint32_t AttributeNode::Append(AttributeNode* child)
     ++chunk.used;
     ++chunk.live;
     ++childCount;
-    if (pages != nullptr) {
-        ++OwnPage(chunkCount - 1)->live;
-    }
+    // What leads there is alone with the node already: from here on nothing fails.
+    OwnChunk(chunkCount - 1, [](AttributePage& page) { ++page.live; });
     childFilter |= AttributeKey::FilterOf(child->hash);
     if (child->exposed) {
         ExposeSlot(place);
@@ -311,7 +303,8 @@ void AttributeNode::Index()
     } else if (index->IsShared()) {
         auto const end = PlaceOf(chunkCount - 1, Chunk(chunkCount - 1)->used);
         // Counted in places, which holes and half-filled chunks make more than there are children: that errs early.
-        if (end - std::min(end, indexedPlaces) <= MaxUnindexed) {
+        auto const waiting = end - std::min(end, indexedPlaces);
+        if (waiting <= (index->HasRoomFor(waiting) ? MaxUnindexed : MaxUnindexedWithoutRoom)) {
             return;
         }
         auto* own = index->Clone();
@@ -348,30 +341,13 @@ void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
         index->Remove(*this, TreeAccess::KeyOf(*TreeAccess::Node(At(place))), occurrence);
     }
     auto& chunk = OwnChunk(number);
-    auto* page = OwnPage(number);
-    auto* child = TreeAccess::Node(chunk.Slots()[SlotOf(place)]);
+    auto* const child = TreeAccess::Node(chunk.Slots()[SlotOf(place)]);
     TreeAccess::SetSlot(chunk.Slots()[SlotOf(place)], nullptr, 0);
     --chunk.live;
     --childCount;
-    if (page != nullptr) {
-        --page->live;
-    }
+    OwnChunk(number, [](AttributePage& page) { --page.live; });
     if (chunk.live == 0) {
-        // There are further children, hence pages.
-        AttributeChunk::Free(&chunk);
-        if (page != nullptr) {
-            page->chunks[number % AttributePage::Capacity] = nullptr;
-        }
-        ++emptyChunks;
-        while (Chunk(chunkCount - 1) == nullptr) {
-            --chunkCount;
-            --emptyChunks;
-            if (chunkCount % AttributePage::Capacity == 0) {
-                AttributeNode* none = nullptr;
-                --pageCount;
-                DropPage(pages[pageCount], none);
-            }
-        }
+        RemoveChunk(number);
     } else if (number + 1 == chunkCount) {
         while (TreeAccess::ChildHash(chunk.Slots()[chunk.used - 1]) == 0) {
             --chunk.used;
@@ -384,24 +360,62 @@ void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
     Release(child);
 }
 
+void AttributeNode::RemoveChunk(std::uint32_t number)
+{
+    // There are further children, hence pages, all of them alone with the node.
+    void** piece = &chunks;
+    for (auto level = height; level > 0; --level) {
+        piece = &static_cast<AttributePage*>(*piece)->below[AttributePage::SlotOf(number, level)];
+    }
+    AttributeChunk::Free(static_cast<AttributeChunk*>(std::exchange(*piece, nullptr)));
+    ++emptyChunks;
+    while (Chunk(chunkCount - 1) == nullptr) {
+        --chunkCount;
+        --emptyChunks;
+        DropPagesBehind();
+    }
+}
+
+void AttributeNode::DropPagesBehind()
+{
+    AttributeNode* none = nullptr;
+    void** piece = &chunks;
+    // The uppermost page that begins behind the last chunk has nothing in it.
+    for (auto level = height; level > 0; --level) {
+        auto*& below = OwnPage(*piece, level).below[AttributePage::SlotOf(chunkCount, level)];
+        if (chunkCount % (1U << ((level - 1) * AttributePage::Bits)) == 0) {
+            DropPiece(std::exchange(below, nullptr), level - 1, none);
+            break;
+        }
+        piece = &below;
+    }
+    while (height > 0 && chunkCount <= 1U << ((height - 1) * AttributePage::Bits)) {
+        auto& page = OwnPage(chunks, height);
+        void* const below = std::exchange(page.below[0], nullptr);
+        DropPiece(std::exchange(chunks, below), height, none);
+        --height;
+    }
+}
+
 void AttributeNode::DropEmptyChunks()
 {
     std::vector<AttributeChunk*> kept;
+    kept.reserve(chunkCount - emptyChunks);
     for (std::uint32_t i = 0; i < chunkCount; ++i) {
-        auto* page = OwnPage(i);
-        if (auto* chunk = std::exchange(page->chunks[i % AttributePage::Capacity], nullptr); chunk != nullptr) {
+        if (auto* const chunk = Chunk(i); chunk != nullptr) {
+            chunk->references.fetch_add(1, std::memory_order_relaxed);
             kept.push_back(chunk);
         }
     }
-    for (std::uint32_t i = 0; i < pageCount; ++i) {
-        delete pages[i];
-    }
-    pageCount = 0;
+    void* const before = std::exchange(chunks, nullptr);
+    auto const heightBefore = std::exchange(height, 0);
     chunkCount = 0;
     emptyChunks = 0;
-    for (auto* chunk : kept) {
+    for (auto* const chunk : kept) {
         AppendChunk(chunk);
     }
+    AttributeNode* none = nullptr;
+    DropPiece(before, heightBefore, none);
     AttributeIndex::Release(std::exchange(index, nullptr));
     indexedPlaces = 0;
     Index();
@@ -411,11 +425,9 @@ void AttributeNode::RemoveChildren() noexcept
 {
     AttributeNode* pending = nullptr;
     DropChildren(pending);
-    pages = nullptr;
-    onlyChunk = nullptr;
+    chunks = nullptr;
+    height = 0;
     index = nullptr;
-    pageCount = 0;
-    pageCapacity = 0;
     chunkCount = 0;
     childCount = 0;
     emptyChunks = 0;

@@ -13,9 +13,10 @@
 #include <vector>
 
 // A node is shared by every handle (CAttributeMap) that refers to it and is changed only by the one handle that is
-// alone with it. Its children stand in chunks of up to 32 handles, the chunks of a wide node in pages of 16. Chunks,
-// pages and index are shared in the same way, so that changing one child of a wide shared node copies the list of
-// pages, one page and one chunk. What that costs is mostly counting references: 10 + 16 + 32 of 5,000 children.
+// alone with it. Its children stand in chunks of up to 32 handles, the chunks of a wide node in pages of 16, these in
+// pages again, as high as it takes. Chunks, pages and the pieces of the index are shared in the same way, so that
+// changing one child of a wide shared node copies one chunk and the pages that lead to it. What that costs is mostly
+// counting references: 10 + 16 + 32 of 5,000 children, 2 + 16 + 16 + 16 + 32 of a million.
 //
 // A chunk slot is a place. Children never move to another place while their chunk lives, because callers may hold
 // references to them; a removed child leaves a hole. That also keeps the places in the index true.
@@ -43,17 +44,25 @@ struct alignas(std::uint64_t) AttributeChunk
     static void Free(AttributeChunk* chunk);
 };
 
-/// Up to 16 chunks of one node, in order.
+/// Up to 16 chunks of one node, or as many pages of them, in order.
 struct AttributePage
 {
-    static constexpr std::uint32_t Capacity = 16;
+    static constexpr std::uint32_t Bits = 4;
+    static constexpr std::uint32_t Capacity = 1U << Bits;
 
     std::atomic<std::uint32_t> references{1};
-    /// Children in all chunks here.
+    /// Children in all chunks below.
     std::uint32_t live = 0;
     bool exposed = false;
-    /// Null where all children of a chunk are gone, and beyond the node's last chunk.
-    AttributeChunk* chunks[Capacity] = {};
+    /// Pages, or, in one of height 1, chunks. Null where all children of a chunk are gone, and beyond the node's last
+    /// chunk.
+    void* below[Capacity] = {};
+
+    /// Where what holds that chunk stands in a page of that height.
+    static constexpr std::uint32_t SlotOf(std::uint32_t chunk, std::uint32_t height)
+    {
+        return (chunk >> ((height - 1) * Bits)) % Capacity;
+    }
 };
 
 /// The number of a slot among all slots of a node.
@@ -88,22 +97,23 @@ struct AttributeNode : AttributeNodeHead
 {
     /// Children from which on a node has an index; below, walking the chunks is as fast.
     static constexpr std::uint32_t IndexThreshold = 48;
-    /// Children behind the index that are walked before a shared index is copied to take them in.
-    static constexpr std::uint32_t MaxUnindexed = 64;
+    /// Children behind the index that are walked before an index that is shared takes them in: with pieces of its own,
+    /// and, once there is no room, made anew.
+    static constexpr std::uint32_t MaxUnindexed = 8;
+    static constexpr std::uint32_t MaxUnindexedWithoutRoom = 64;
 
     std::uint64_t hash = 0;
     std::uint32_t keyLength = 0;
     std::uint32_t childCount = 0;
     std::uint32_t chunkCount = 0;
-    std::uint32_t pageCount = 0;
-    std::uint32_t pageCapacity = 0;
+    /// Of the pages above a chunk; 0 as long as one chunk suffices.
+    std::uint32_t height = 0;
     std::uint32_t emptyChunks = 0;
     /// All children at places below are in the index, none from here on.
     std::uint32_t indexedPlaces = 0;
     bool exposed = false;
-    /// Null as long as the first chunk suffices, which then stands in `onlyChunk`.
-    AttributePage** pages = nullptr;
-    AttributeChunk* onlyChunk = nullptr;
+    /// The page of that height, or the only chunk; null without children.
+    void* chunks = nullptr;
     AttributeIndex* index = nullptr;
     AttributeGroup* group = nullptr;
     /// Links nodes that wait for destruction, which must not recurse.
@@ -137,13 +147,19 @@ struct AttributeNode : AttributeNodeHead
     /// Null once all its children are gone.
     AttributeChunk* Chunk(std::uint32_t number) const
     {
-        return pages != nullptr ? pages[number / AttributePage::Capacity]->chunks[number % AttributePage::Capacity]
-                                : onlyChunk;
+        void* piece = chunks;
+        for (auto level = height; level > 0; --level) {
+            piece = static_cast<AttributePage*>(piece)->below[AttributePage::SlotOf(number, level)];
+        }
+        return static_cast<AttributeChunk*>(piece);
     }
 
     // The rest changes the node, which must not be shared.
-    /// The chunk of that number, alone with this node from now on.
-    AttributeChunk& OwnChunk(std::uint32_t number);
+    /// The chunk of that number, alone with this node from now on, as are the pages that lead to it.
+    AttributeChunk& OwnChunk(std::uint32_t number)
+    {
+        return OwnChunk(number, [](AttributePage&) {});
+    }
     CAttributeMap& OwnSlot(std::uint32_t place);
     /// OwnSlot for a reference that is handed out.
     CAttributeMap& ExposeSlot(std::uint32_t place);
@@ -155,21 +171,48 @@ struct AttributeNode : AttributeNodeHead
 
     /// A copy of a node without its children.
     static AttributeNode* CloneWithoutChildren(AttributeNode const& node, std::wstring_view key, std::uint64_t hash);
-    /// Gives this childless node the chunks and index of another, shared but for exposed pages, which become null.
+    /// Gives this childless node the chunks and index of another that is not exposed.
     void ShareChildrenOf(AttributeNode const& node);
+    /// How many children are below a piece of that height, which may be null.
+    static std::uint32_t LiveBelow(void const* piece, std::uint32_t height)
+    {
+        return piece == nullptr ? 0
+               : height == 0    ? static_cast<AttributeChunk const*>(piece)->live
+                                : static_cast<AttributePage const*>(piece)->live;
+    }
 
 private:
-    static AttributeNode* CopyExposed(AttributeNode const& node,
-                                      std::vector<std::pair<AttributeNode*, CAttributeMap*>>& pending);
+    using PendingCopies = std::vector<std::pair<AttributeNode*, CAttributeMap*>>;
+
+    static AttributeNode* CopyExposed(AttributeNode const& node, PendingCopies& pending);
+    /// A further reference to a piece of that height, or a copy of what of it is exposed.
+    static void* SharePiece(void* piece, std::uint32_t height, PendingCopies& pending);
+    static AttributeChunk* CopyChunk(AttributeChunk const& from, PendingCopies& pending);
+    void TakeFieldsOf(AttributeNode const& node);
     static void DropChunk(AttributeChunk* chunk, AttributeNode*& pending);
-    static void DropPage(AttributePage* page, AttributeNode*& pending);
+    static void DropPiece(void* piece, std::uint32_t height, AttributeNode*& pending);
     void DropChildren(AttributeNode*& pending);
     static void DestroyAll(AttributeNode* pending);
 
-    /// The page of a chunk, alone with this node from now on; null when there are no pages.
-    AttributePage* OwnPage(std::uint32_t number);
+    /// The page, alone with this node from now on.
+    static AttributePage& OwnPage(void*& piece, std::uint32_t height);
+    static AttributeChunk& OwnOnlyChunk(void*& piece);
+    /// The chunk, once `visit` was called with each page that leads to it, the uppermost first.
+    template <typename Visit>
+    AttributeChunk& OwnChunk(std::uint32_t number, Visit const& visit)
+    {
+        void** piece = &chunks;
+        for (auto level = height; level > 0; --level) {
+            auto& page = OwnPage(*piece, level);
+            visit(page);
+            piece = &page.below[AttributePage::SlotOf(number, level)];
+        }
+        return OwnOnlyChunk(*piece);
+    }
     void AppendChunk(AttributeChunk* chunk);
-    void AppendPage(AttributePage* page);
+    /// A chunk that has no children left goes, and the pages at the end that then hold none.
+    void RemoveChunk(std::uint32_t number);
+    void DropPagesBehind();
     void Index();
     void DropEmptyChunks();
 };

@@ -19,79 +19,80 @@ AttributeNode* AttributeNode::CloneWithoutChildren(AttributeNode const& node, st
     return copy;
 }
 
-void AttributeNode::ShareChildrenOf(AttributeNode const& node)
+void AttributeNode::TakeFieldsOf(AttributeNode const& node)
 {
     childFilter = node.childFilter;
     childCount = node.childCount;
     chunkCount = node.chunkCount;
+    height = node.height;
     emptyChunks = node.emptyChunks;
     indexedPlaces = node.indexedPlaces;
+}
+
+void AttributeNode::ShareChildrenOf(AttributeNode const& node)
+{
+    PendingCopies none;
+    TakeFieldsOf(node);
+    chunks = SharePiece(node.chunks, node.height, none);
     index = node.index;
     if (index != nullptr) {
         index->Retain();
     }
-    if (node.pages == nullptr) {
-        if (node.onlyChunk != nullptr && !node.onlyChunk->exposed) {
-            onlyChunk = node.onlyChunk;
-            onlyChunk->references.fetch_add(1, std::memory_order_relaxed);
-        }
-        return;
-    }
-    pages = new AttributePage*[node.pageCount];
-    pageCount = node.pageCount;
-    pageCapacity = node.pageCount;
-    for (std::uint32_t i = 0; i < pageCount; ++i) {
-        pages[i] = nullptr;
-        if (!node.pages[i]->exposed) {
-            pages[i] = node.pages[i];
-            pages[i]->references.fetch_add(1, std::memory_order_relaxed);
-        }
-    }
 }
 
-AttributeNode* AttributeNode::CopyExposed(AttributeNode const& node,
-                                          std::vector<std::pair<AttributeNode*, CAttributeMap*>>& pending)
+AttributeChunk* AttributeNode::CopyChunk(AttributeChunk const& from, PendingCopies& pending)
 {
-    auto const copyChunk = [&pending](AttributeChunk* from) {
-        if (from == nullptr) {
-            return from;
+    auto* const to = AttributeChunk::Create(from.capacity);
+    to->used = from.used;
+    to->live = from.live;
+    for (std::uint32_t slot = 0; slot < from.used; ++slot) {
+        auto* const child = TreeAccess::Node(from.Slots()[slot]);
+        if (child == nullptr) {
+            continue;
         }
-        if (!from->exposed) {
-            from->references.fetch_add(1, std::memory_order_relaxed);
-            return from;
+        if (child->exposed) {
+            pending.emplace_back(child, to->Slots() + slot);
+        } else {
+            Retain(child);
         }
-        auto* to = AttributeChunk::Create(from->capacity);
-        to->used = from->used;
-        to->live = from->live;
-        for (std::uint32_t slot = 0; slot < from->used; ++slot) {
-            auto* child = TreeAccess::Node(from->Slots()[slot]);
-            if (child == nullptr) {
-                continue;
-            }
-            if (child->exposed) {
-                pending.emplace_back(child, to->Slots() + slot);
-            } else {
-                Retain(child);
-            }
-            TreeAccess::SetSlot(to->Slots()[slot], child, child->hash);
-        }
-        return to;
-    };
-    auto* copy = CloneWithoutChildren(node, node.Key(), node.hash);
-    copy->ShareChildrenOf(node);
-    if (node.pages == nullptr) {
-        if (copy->onlyChunk == nullptr) {
-            copy->onlyChunk = copyChunk(node.onlyChunk);
-        }
-        return copy;
+        TreeAccess::SetSlot(to->Slots()[slot], child, child->hash);
     }
-    for (std::uint32_t i = 0; i < copy->pageCount; ++i) {
-        if (copy->pages[i] == nullptr) {
-            auto* page = new AttributePage;
-            page->live = node.pages[i]->live;
-            std::transform(std::begin(node.pages[i]->chunks), std::end(node.pages[i]->chunks), page->chunks, copyChunk);
-            copy->pages[i] = page;
+    return to;
+}
+
+void* AttributeNode::SharePiece(void* piece, std::uint32_t height, PendingCopies& pending)
+{
+    if (piece == nullptr) {
+        return nullptr;
+    }
+    if (height == 0) {
+        auto* const chunk = static_cast<AttributeChunk*>(piece);
+        if (chunk->exposed) {
+            return CopyChunk(*chunk, pending);
         }
+        chunk->references.fetch_add(1, std::memory_order_relaxed);
+        return chunk;
+    }
+    auto* const page = static_cast<AttributePage*>(piece);
+    if (!page->exposed) {
+        page->references.fetch_add(1, std::memory_order_relaxed);
+        return page;
+    }
+    auto* const copy = new AttributePage;
+    copy->live = page->live;
+    std::transform(std::begin(page->below), std::end(page->below), copy->below,
+                   [&](void* below) { return SharePiece(below, height - 1, pending); });
+    return copy;
+}
+
+AttributeNode* AttributeNode::CopyExposed(AttributeNode const& node, PendingCopies& pending)
+{
+    auto* const copy = CloneWithoutChildren(node, node.Key(), node.hash);
+    copy->TakeFieldsOf(node);
+    copy->chunks = SharePiece(node.chunks, node.height, pending);
+    copy->index = node.index;
+    if (copy->index != nullptr) {
+        copy->index->Retain();
     }
     return copy;
 }
@@ -106,7 +107,7 @@ AttributeNode* AttributeNode::Share(AttributeNode* node)
         return node;
     }
     // Only the exposed nodes are copied, one after the other, since there may be any depth of them.
-    std::vector<std::pair<AttributeNode*, CAttributeMap*>> pending;
+    PendingCopies pending;
     auto* copy = CopyExposed(*node, pending);
     while (!pending.empty()) {
         auto const [source, slot] = pending.back();
@@ -126,15 +127,8 @@ AttributeNode* AttributeNode::Rekey(AttributeNode* node, std::wstring_view key, 
         renamed->ShareChildrenOf(*node);
     } else {
         // Alone with the node: its chunks move, so that references into them stay true.
-        renamed->pages = std::exchange(node->pages, nullptr);
-        renamed->onlyChunk = std::exchange(node->onlyChunk, nullptr);
-        renamed->pageCount = std::exchange(node->pageCount, 0);
-        renamed->pageCapacity = node->pageCapacity;
-        renamed->chunkCount = node->chunkCount;
-        renamed->childFilter = node->childFilter;
-        renamed->childCount = node->childCount;
-        renamed->emptyChunks = node->emptyChunks;
-        renamed->indexedPlaces = node->indexedPlaces;
+        renamed->TakeFieldsOf(*node);
+        renamed->chunks = std::exchange(node->chunks, nullptr);
         renamed->exposed = node->exposed;
         renamed->index = std::exchange(node->index, nullptr);
     }

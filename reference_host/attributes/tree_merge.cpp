@@ -186,6 +186,32 @@ void WithOwnRoot(CAttributeMap const& into, CAttributeMap const& given, MergeTha
     }
 }
 
+/// A piece of a node's children that is not exposed may be shared with other threads' trees and is not written.
+template <typename Visit>
+void ForgetBelow(void* piece, std::uint32_t height, Visit const& visit)
+{
+    if (piece == nullptr) {
+        return;
+    }
+    if (height == 0) {
+        auto& chunk = *static_cast<AttributeChunk*>(piece);
+        if (chunk.exposed) {
+            chunk.exposed = false;
+            for (std::uint32_t slot = 0; slot < chunk.used; ++slot) {
+                visit(TreeAccess::Node(chunk.Slots()[slot]));
+            }
+        }
+        return;
+    }
+    auto& page = *static_cast<AttributePage*>(piece);
+    if (page.exposed) {
+        page.exposed = false;
+        for (void* const below : page.below) {
+            ForgetBelow(below, height - 1, visit);
+        }
+    }
+}
+
 } // namespace
 
 void Merge(CAttributeMap& into, CAttributeMap const& given)
@@ -229,22 +255,7 @@ void ForgetReferences(CAttributeMap& tree)
     while (!exposed.empty()) {
         auto* node = exposed.back();
         exposed.pop_back();
-        for (std::uint32_t i = 0; i < node->pageCount; ++i) {
-            // A page that is not exposed may be shared with other threads' trees and is not written.
-            if (node->pages[i]->exposed) {
-                node->pages[i]->exposed = false;
-            }
-        }
-        for (std::uint32_t i = 0; i < node->chunkCount; ++i) {
-            auto* chunk = node->Chunk(i);
-            if (chunk == nullptr || !chunk->exposed) {
-                continue;
-            }
-            chunk->exposed = false;
-            for (std::uint32_t slot = 0; slot < chunk->used; ++slot) {
-                visit(TreeAccess::Node(chunk->Slots()[slot]));
-            }
-        }
+        ForgetBelow(node->chunks, node->height, visit);
     }
 }
 

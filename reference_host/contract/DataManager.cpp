@@ -81,7 +81,9 @@ bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap 
         }
         if (map.Count() > requests) {
             CAttributeMap rest(map);
-            while (rest.Remove(vordal::keys::Request, 0)) {
+            // From the last on: to take out an earlier one moves all that follow it.
+            for (int i = requests; i-- > 0;) {
+                rest.Remove(vordal::keys::Request, i);
             }
             if (auto* const observer = vordal::CurrentRequestObserver()) {
                 observer->OnWritten(*device, rest);
