@@ -190,8 +190,8 @@ int main(int argc, char** argv)
     bench::Stage stage;
     if (growth) {
         auto curves = bench::TreeCurves();
-        for (bench::Curve& curve : bench::RequestCurves(stage)) {
-            curves.push_back(std::move(curve));
+        for (auto const& more : {bench::RequestCurves(stage), bench::HostCurves(stage)}) {
+            curves.insert(curves.end(), more.begin(), more.end());
         }
         std::erase_if(curves, [only](bench::Curve const& one) { return !IsWanted(one.name, only); });
         bench::RunCurves(curves);

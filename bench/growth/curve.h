@@ -16,7 +16,8 @@ struct SizeBound
     double nanoseconds = 0.0;
 };
 
-/// The exponent of a cost that follows the size's logarithm over three decades: it doubles meanwhile, and caches grow cold.
+/// The exponent of a cost that follows the size's logarithm over three decades: it doubles meanwhile, and caches grow
+/// cold.
 inline constexpr double logarithmic = 0.15;
 
 /// One cost at several sizes.
@@ -43,5 +44,6 @@ class Stage;
 
 std::vector<Curve> TreeCurves();
 std::vector<Curve> RequestCurves(Stage& stage);
+std::vector<Curve> HostCurves(Stage& stage);
 
 } // namespace bench

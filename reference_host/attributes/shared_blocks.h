@@ -10,15 +10,16 @@ namespace vordal {
 
 /// Entries in blocks, the blocks in tables, these in tables again, as high as the array's fixed size takes. A copy
 /// shares all of it; changing an entry copies the block and the tables that lead to it where they are shared: of four
-/// million entries some 5 kB. Reading is for any thread as long as nobody changes this copy.
-template <typename Entry>
+/// million entries of 16 bytes some 3 kB. Reading is for any thread as long as nobody changes this copy. A block has
+/// 2^BlockBits entries.
+template <typename Entry, std::uint32_t BlockBits = 7>
 class SharedBlocks
 {
 public:
     /// So many entries, each as a new one is; a power of two.
     explicit SharedBlocks(std::uint32_t capacity) : m_capacity(capacity)
     {
-        for (std::uint32_t blocks = capacity >> blockBits; blocks > 1; blocks = (blocks + tableMask) >> tableBits) {
+        for (std::uint32_t blocks = capacity >> BlockBits; blocks > 1; blocks = (blocks + tableMask) >> tableBits) {
             ++m_height;
         }
         m_root = Make(m_height, capacity);
@@ -28,7 +29,13 @@ public:
     {
         m_root->references.fetch_add(1, std::memory_order_relaxed);
     }
-    SharedBlocks& operator=(SharedBlocks const&) = delete;
+    SharedBlocks& operator=(SharedBlocks other) noexcept
+    {
+        std::swap(m_capacity, other.m_capacity);
+        std::swap(m_height, other.m_height);
+        std::swap(m_root, other.m_root);
+        return *this;
+    }
     ~SharedBlocks() { Drop(m_root, m_height); }
 
     std::uint32_t Capacity() const { return m_capacity; }
@@ -53,8 +60,7 @@ public:
     }
 
 private:
-    static constexpr std::uint32_t blockBits = 7;
-    static constexpr std::uint32_t blockMask = (1U << blockBits) - 1;
+    static constexpr std::uint32_t blockMask = (1U << BlockBits) - 1;
     static constexpr std::uint32_t tableBits = 5;
     static constexpr std::uint32_t tableMask = (1U << tableBits) - 1;
 
@@ -77,7 +83,7 @@ private:
 
     static std::uint32_t SlotOf(std::uint32_t at, std::uint32_t height)
     {
-        return (at >> (blockBits + (height - 1) * tableBits)) & tableMask;
+        return (at >> (BlockBits + (height - 1) * tableBits)) & tableMask;
     }
 
     /// A piece for the first `capacity` entries below it.
@@ -87,7 +93,7 @@ private:
             return new Block;
         }
         Counted* const table = new Table;
-        std::uint32_t const each = 1U << (blockBits + (height - 1) * tableBits);
+        std::uint32_t const each = 1U << (BlockBits + (height - 1) * tableBits);
         try {
             for (std::uint32_t slot = 0; slot <= tableMask && slot * each < capacity; ++slot) {
                 static_cast<Table*>(table)->below[slot] = Make(height - 1, std::min(each, capacity - slot * each));
@@ -143,7 +149,7 @@ private:
         return piece;
     }
 
-    std::uint32_t const m_capacity;
+    std::uint32_t m_capacity;
     std::uint32_t m_height = 0; ///< of tables above a block
     Counted* m_root = nullptr;
 };

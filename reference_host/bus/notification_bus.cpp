@@ -2,6 +2,8 @@
 #include "reference_host/bus/notification_bus.h"
 
 #include "reference_host/attributes/attribute_node.h"
+#include "reference_host/attributes/shared_blocks.h"
+#include "reference_host/bus/key_followers.h"
 #include "reference_host/common/current_host.h"
 #include "reference_host/common/failure.h"
 #include "reference_host/common/host_thread.h"
@@ -11,7 +13,11 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
+#include <map>
+#include <memory_resource>
 #include <new>
+#include <utility>
 
 namespace vordal {
 
@@ -82,44 +88,112 @@ std::shared_ptr<SinkHolder> Joint::Sink()
     return m_sink;
 }
 
-struct NotificationBus::Snapshot
+/// The keys that are followed. Copies share what neither of them changes.
+class NotificationBus::Table
 {
+public:
+    Table() = default;
+    Table(Table const& other) : filter(other.filter), m_keys(other.m_keys), m_taken(other.m_taken) {}
+    Table& operator=(Table const&) = delete;
+
+    static void Release(Table* table)
+    {
+        if (table != nullptr && DropReference(table->references)) {
+            delete table;
+        }
+    }
+
+    KeyFollowers* Find(AttributeKey const& key) const
+    {
+        return (filter & key.Filter()) != key.Filter() ? nullptr : m_keys[PlaceOf(key)].followers.get();
+    }
+    /// In place of those of the same key, if there are any.
+    void Put(std::shared_ptr<KeyFollowers> followers)
+    {
+        auto place = PlaceOf(followers->Key());
+        if (m_keys[place].followers == nullptr) {
+            if (m_taken + 1 > m_keys.Capacity() / 4 * 3) {
+                MakeRoom();
+                place = PlaceOf(followers->Key());
+            }
+            ++m_taken;
+        }
+        filter |= followers->Key().Filter();
+        auto& entry = m_keys.Own(place);
+        entry.followers = std::move(followers);
+        entry.isTaken = true;
+    }
+    void Remove(AttributeKey const& key)
+    {
+        auto const place = PlaceOf(key);
+        if (m_keys[place].followers != nullptr) {
+            m_keys.Own(place).followers = nullptr;
+        }
+    }
+
+    std::atomic<std::uint32_t> references{1};
+    std::uint64_t filter = 0; ///< union of those of the keys, and of some that were there
+
+private:
     struct Entry
     {
-        std::uint64_t hash;
-        std::wstring text;
-        std::vector<std::uint32_t> joints; ///< positions in `joints`, ascending
+        std::shared_ptr<KeyFollowers> followers;
+        bool isTaken = false; ///< or was
     };
+    using Keys = SharedBlocks<Entry, 4>;
 
-    std::vector<std::shared_ptr<Joint>> joints;
-    std::vector<Entry> entries; ///< ascending by hash
-    std::uint64_t filter = 0;   ///< union of the keys' filters
-
-    Entry const* Find(AttributeKey const& key) const
+    /// Where the key stands, or the free place that the search for it ends at.
+    std::uint32_t PlaceOf(AttributeKey const& key) const
     {
-        if ((filter & key.Filter()) != key.Filter()) {
-            return nullptr;
-        }
-        auto at = std::lower_bound(entries.begin(), entries.end(), key.Hash(),
-                                   [](Entry const& entry, std::uint64_t hash) { return entry.hash < hash; });
-        for (; at != entries.end() && at->hash == key.Hash(); ++at) {
-            if (at->text == key.Text()) {
-                return &*at;
+        auto const mask = m_keys.Capacity() - 1;
+        for (auto at = static_cast<std::uint32_t>(key.Hash() ^ (key.Hash() >> 32)) & mask;; at = (at + 1) & mask) {
+            auto const& entry = m_keys[at];
+            if (!entry.isTaken || (entry.followers != nullptr && entry.followers->Is(key))) {
+                return at;
             }
         }
-        return nullptr;
+    }
+    void MakeRoom()
+    {
+        std::uint32_t live = 0;
+        for (std::uint32_t at = 0; at < m_keys.Capacity(); ++at) {
+            live += m_keys[at].followers != nullptr ? 1U : 0U;
+        }
+        Keys larger(std::max(leastCapacity, std::bit_ceil(live * 3)));
+        Keys const former(m_keys);
+        m_keys = std::move(larger);
+        m_taken = 0;
+        filter = 0;
+        for (std::uint32_t at = 0; at < former.Capacity(); ++at) {
+            if (former[at].followers != nullptr) {
+                Put(former[at].followers);
+            }
+        }
     }
 
-    Entry& FindOrAdd(AttributeKey const& key)
+    static constexpr std::uint32_t leastCapacity = 16;
+
+    Keys m_keys{leastCapacity};
+    std::uint32_t m_taken = 0;
+};
+
+/// The table as it was at one moment, for a notification.
+class NotificationBus::Snapshot
+{
+public:
+    explicit Snapshot(Table* table) : m_table(table) {}
+    Snapshot(Snapshot const&) = delete;
+    Snapshot& operator=(Snapshot const&) = delete;
+    ~Snapshot() { Table::Release(m_table); }
+
+    /// Null for a key that nobody follows.
+    KeyFollowers const* Find(AttributeKey const& key) const
     {
-        if (auto const* found = Find(key)) {
-            return entries[static_cast<std::size_t>(found - entries.data())];
-        }
-        auto const at = std::upper_bound(entries.begin(), entries.end(), key.Hash(),
-                                         [](std::uint64_t hash, Entry const& entry) { return hash < entry.hash; });
-        filter |= key.Filter();
-        return *entries.insert(at, Entry{key.Hash(), std::wstring(key.Text()), {}});
+        return m_table != nullptr ? m_table->Find(key) : nullptr;
     }
+
+private:
+    Table* m_table;
 };
 
 namespace {
@@ -139,24 +213,53 @@ bool TellsOnHostThread(NotificationInfo const* info, Tell tell)
     return true;
 }
 
+// A list of so many is short enough to be gone through for one that follows.
+constexpr std::uint32_t fewFollowers = 16;
+
+void CallIfThere(KeyFollower const& follower, NotificationInfo const* info)
+{
+    if (!follower.hasLeft.load(std::memory_order_acquire)) {
+        follower.joint->Call(info);
+    }
+}
+
+/// Those that are there now, not such as come meanwhile.
+void CallAll(KeyFollowers const& followers, NotificationInfo const* info)
+{
+    for (std::uint32_t at = 0, count = followers.Count(); at < count; ++at) {
+        CallIfThere(followers[at], info);
+    }
+}
+
 } // namespace
 
 NotificationBus::NotificationBus(void (*changed)() noexcept) : m_changed(changed) {}
-NotificationBus::~NotificationBus() = default;
-
-std::shared_ptr<NotificationBus::Snapshot const> NotificationBus::Take() const
+NotificationBus::~NotificationBus()
 {
-    if (IsEmpty()) {
-        return nullptr;
-    }
-    std::lock_guard const lock(m_mutex);
-    return m_snapshot;
+    Table::Release(m_table);
 }
 
-void NotificationBus::Publish(std::shared_ptr<Snapshot const> next)
+NotificationBus::Snapshot NotificationBus::Take() const
 {
-    m_empty.store(next->joints.empty(), std::memory_order_release);
-    std::swap(m_snapshot, next);
+    if (IsEmpty()) {
+        return Snapshot(nullptr);
+    }
+    std::lock_guard const lock(m_mutex);
+    if (m_table != nullptr) {
+        m_table->references.fetch_add(1, std::memory_order_relaxed);
+    }
+    return Snapshot(m_table);
+}
+
+NotificationBus::Table& NotificationBus::OwnTable()
+{
+    if (m_table == nullptr) {
+        m_table = new Table;
+    } else if (m_table->references.load(std::memory_order_acquire) != 1) {
+        auto* const own = new Table(*m_table);
+        Table::Release(std::exchange(m_table, own));
+    }
+    return *m_table;
 }
 
 void NotificationBus::Join(std::shared_ptr<Joint> const& joint, std::span<CString const> keys)
@@ -164,76 +267,128 @@ void NotificationBus::Join(std::shared_ptr<Joint> const& joint, std::span<CStrin
     if (keys.empty()) {
         return;
     }
-    PutIn(joint, keys);
+    {
+        std::lock_guard const lock(m_mutex);
+        PutIn(joint, keys);
+    }
     TellChanged();
 }
 
 void NotificationBus::PutIn(std::shared_ptr<Joint> const& joint, std::span<CString const> keys)
 {
-    std::lock_guard const lock(m_mutex);
-    auto next = m_snapshot != nullptr ? std::make_shared<Snapshot>(*m_snapshot) : std::make_shared<Snapshot>();
-    auto const found = std::find(next->joints.begin(), next->joints.end(), joint);
-    auto const position = static_cast<std::uint32_t>(found - next->joints.begin());
-    if (found == next->joints.end()) {
-        next->joints.push_back(joint);
+    auto const [at, isNew] = m_members.try_emplace(joint.get());
+    if (isNew) {
+        at->second.joint = joint;
+        at->second.order = m_nextOrder++;
     }
+    m_empty.store(false, std::memory_order_release);
     for (auto const& key : keys) {
-        auto& followers = next->FindOrAdd(AttributeKey(key)).joints;
-        auto const at = std::lower_bound(followers.begin(), followers.end(), position);
-        if (at == followers.end() || *at != position) {
-            followers.insert(at, position);
+        Follow(at->second, AttributeKey(key));
+    }
+}
+
+void NotificationBus::Follow(Membership& membership, AttributeKey const& key)
+{
+    auto* followers = m_table != nullptr ? m_table->Find(key) : nullptr;
+    auto const isThere = [&](Membership::Place const& place) { return place.followers.get() == followers; };
+    if (followers != nullptr && std::any_of(membership.places.begin(), membership.places.end(), isThere)) {
+        return;
+    }
+    membership.places.reserve(membership.places.size() + 1);
+    auto const count = followers != nullptr ? followers->Count() : 0;
+    if (count > 0 && (*followers)[count - 1].order > membership.order) {
+        Renew(*followers, &membership);
+        return;
+    }
+    auto const place = static_cast<std::uint32_t>(membership.places.size());
+    if (followers == nullptr) {
+        auto own = std::make_shared<KeyFollowers>(key);
+        auto const at = own->Append(membership.joint, membership.order, place);
+        OwnTable().Put(own);
+        membership.places.push_back({std::move(own), at});
+        return;
+    }
+    auto const at = followers->Append(membership.joint, membership.order, place);
+    membership.places.push_back({followers->shared_from_this(), at});
+}
+
+void NotificationBus::Renew(KeyFollowers const& followers, Membership* more)
+{
+    auto const own = std::make_shared<KeyFollowers>(followers.Key());
+    auto const appendMore = [&] {
+        own->Append(more->joint, more->order, static_cast<std::uint32_t>(more->places.size()));
+        more = nullptr;
+    };
+    for (std::uint32_t at = 0; at < followers.Count(); ++at) {
+        auto const& each = followers[at];
+        if (each.hasLeft.load(std::memory_order_relaxed)) {
+            continue;
+        }
+        if (more != nullptr && more->order < each.order) {
+            appendMore();
+        }
+        own->Append(each.joint, each.order, each.place);
+    }
+    if (more != nullptr) {
+        appendMore();
+    }
+    OwnTable().Put(own);
+    // From here on nothing fails.
+    for (std::uint32_t at = 0; at < own->Count(); ++at) {
+        auto const& each = (*own)[at];
+        auto& places = m_members.find(each.joint.get())->second.places;
+        if (each.place == places.size()) {
+            places.push_back({own, at});
+        } else {
+            places[each.place] = {own, at};
         }
     }
-    Publish(std::move(next));
 }
 
 void NotificationBus::Leave(std::shared_ptr<Joint> const& joint) noexcept
 {
     try {
-        TakeOut(joint);
-    } catch (std::bad_alloc const&) {
-        // It stays where it is, and once it has left by itself nobody finds a sink behind it.
+        std::lock_guard const lock(m_mutex);
+        TakeOut(joint.get());
+    } catch (std::bad_alloc const&) { // nothing that matters is missing, see there
     }
     TellChanged();
 }
 
-void NotificationBus::TakeOut(std::shared_ptr<Joint> const& joint)
+void NotificationBus::TakeOut(Joint const* joint)
 {
-    std::lock_guard const lock(m_mutex);
-    if (m_snapshot == nullptr) {
+    auto const found = m_members.find(joint);
+    if (found == m_members.end()) {
         return;
     }
-    auto const found = std::find(m_snapshot->joints.begin(), m_snapshot->joints.end(), joint);
-    if (found == m_snapshot->joints.end()) {
-        return;
+    auto const membership = std::move(found->second);
+    m_members.erase(found);
+    m_empty.store(m_members.empty(), std::memory_order_release);
+    for (auto const& place : membership.places) {
+        place.followers->NoteLeft(place.at);
     }
-    auto const gone = static_cast<std::uint32_t>(found - m_snapshot->joints.begin());
-    auto next = std::make_shared<Snapshot>();
-    next->joints = m_snapshot->joints;
-    next->joints.erase(next->joints.begin() + static_cast<std::ptrdiff_t>(gone));
-    for (auto const& entry : m_snapshot->entries) {
-        Snapshot::Entry kept{entry.hash, entry.text, {}};
-        for (auto const position : entry.joints) {
-            if (position != gone) {
-                kept.joints.push_back(position < gone ? position : position - 1);
-            }
-        }
-        if (!kept.joints.empty()) {
-            next->filter |= AttributeKey::FilterOf(kept.hash);
-            next->entries.push_back(std::move(kept));
+    // Should there be no memory for it, what is left has nobody in it that is called.
+    for (auto const& place : membership.places) {
+        auto const live = place.followers->Live();
+        if (live == 0) {
+            OwnTable().Remove(place.followers->Key());
+        } else if (auto const count = place.followers->Count(); count > fewFollowers && live < count / 2) {
+            Renew(*place.followers, nullptr);
         }
     }
-    Publish(std::move(next));
 }
 
 std::size_t NotificationBus::LeaveAll(std::function<bool(Subscriber const&)> const& areSuch)
 {
-    auto const snapshot = Take();
-    if (snapshot == nullptr) {
-        return 0;
+    std::map<std::uint64_t, std::shared_ptr<Joint>> members;
+    {
+        std::lock_guard const lock(m_mutex);
+        for (auto const& [joint, membership] : m_members) {
+            members.emplace(membership.order, membership.joint);
+        }
     }
     std::size_t count = 0;
-    for (auto const& joint : snapshot->joints) {
+    for (auto const& [order, joint] : members) {
         auto const sink = joint->Sink();
         if (sink != nullptr && sink->Sink() != nullptr && areSuch(*sink->Sink())) {
             Leave(joint);
@@ -246,8 +401,7 @@ std::size_t NotificationBus::LeaveAll(std::function<bool(Subscriber const&)> con
 
 bool NotificationBus::IsFollowed(AttributeKey const& key) const
 {
-    auto const snapshot = Take();
-    return snapshot != nullptr && snapshot->Find(key) != nullptr;
+    return Take().Find(key) != nullptr;
 }
 
 void NotificationBus::Notify(AttributeKey const& key, NotificationInfo const* info) const
@@ -258,13 +412,8 @@ void NotificationBus::Notify(AttributeKey const& key, NotificationInfo const* in
         return;
     }
     auto const snapshot = Take();
-    if (snapshot == nullptr) {
-        return;
-    }
-    if (auto const* entry = snapshot->Find(key)) {
-        for (auto const position : entry->joints) {
-            snapshot->joints[position]->Call(info);
-        }
+    if (auto const* const followers = snapshot.Find(key)) {
+        CallAll(*followers, info);
     }
 }
 
@@ -274,37 +423,43 @@ void NotificationBus::NotifyKeysOf(CAttributeMap const& tree, NotificationInfo c
             info, [bus = shared_from_this(), tree](NotificationInfo const* copy) { bus->NotifyKeysOf(tree, copy); })) {
         return;
     }
+    if (IsEmpty()) {
+        return;
+    }
     auto const snapshot = Take();
-    if (snapshot == nullptr) {
-        return;
-    }
-    // One bit for each joint: those of several keys are told once, all in the order of joining.
-    std::array<std::uint64_t, 8> fewMarks{};
-    std::vector<std::uint64_t> manyMarks;
-    std::span<std::uint64_t> marks = fewMarks;
-    if (auto const words = (snapshot->joints.size() + 63) / 64; words > fewMarks.size()) {
-        manyMarks.resize(words);
-        marks = manyMarks;
-    }
-    bool any = false;
+    // Few of them need no memory of their own.
+    std::array<std::byte, 4096> room;
+    std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+    std::pmr::vector<KeyFollowers const*> keys(&memory);
     for (CAttributeMap const& child : tree) {
-        auto const* node = TreeAccess::Node(child);
-        if (node == nullptr) {
-            continue;
-        }
-        if (auto const* entry = snapshot->Find(TreeAccess::KeyOf(*node))) {
-            any = true;
-            for (auto const position : entry->joints) {
-                marks[position / 64] |= std::uint64_t{1} << (position % 64);
-            }
+        auto const* const node = TreeAccess::Node(child);
+        auto const* const followers = node != nullptr ? snapshot.Find(TreeAccess::KeyOf(*node)) : nullptr;
+        if (followers != nullptr && (keys.empty() || keys.back() != followers)) {
+            keys.push_back(followers);
         }
     }
-    if (!any) {
+    if (keys.empty()) {
         return;
     }
-    for (std::size_t word = 0; word < marks.size(); ++word) {
-        for (auto bits = marks[word]; bits != 0; bits &= bits - 1) {
-            snapshot->joints[word * 64 + static_cast<std::size_t>(std::countr_zero(bits))]->Call(info);
+    if (keys.size() == 1) {
+        CallAll(*keys.front(), info);
+        return;
+    }
+    // Those of several keys are told once, all in the order of joining.
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    std::pmr::vector<KeyFollower const*> followers(&memory);
+    for (auto const* const key : keys) {
+        for (std::uint32_t at = 0, count = key->Count(); at < count; ++at) {
+            followers.push_back(&(*key)[at]);
+        }
+    }
+    std::sort(followers.begin(), followers.end(), [](auto const* a, auto const* b) { return a->order < b->order; });
+    KeyFollower const* told = nullptr;
+    for (auto const* const follower : followers) {
+        if (told == nullptr || told->order != follower->order) {
+            told = follower;
+            CallIfThere(*follower, info);
         }
     }
 }

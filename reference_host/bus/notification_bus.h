@@ -18,9 +18,12 @@
 #include <span>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 namespace vordal {
+
+class KeyFollowers;
 
 /// A sink with what is to become of it. The last holder deletes an owned sink.
 class SinkHolder
@@ -120,12 +123,31 @@ public:
     bool IsEmpty() const { return m_empty.load(std::memory_order_acquire); }
 
 private:
-    struct Snapshot;
+    class Table;
+    class Snapshot;
+    /// What a joint follows.
+    struct Membership
+    {
+        struct Place
+        {
+            std::shared_ptr<KeyFollowers> followers;
+            std::uint32_t at;
+        };
+        std::shared_ptr<Joint> joint;
+        std::uint64_t order = 0; ///< of joining
+        std::vector<Place> places;
+    };
 
-    std::shared_ptr<Snapshot const> Take() const;
+    Snapshot Take() const;
+    // With the lock held.
     void PutIn(std::shared_ptr<Joint> const& joint, std::span<CString const> keys);
-    void TakeOut(std::shared_ptr<Joint> const& joint);
-    void Publish(std::shared_ptr<Snapshot const> next);
+    void Follow(Membership& membership, AttributeKey const& key);
+    /// Puts a list without those that have left in the place of this one; `more` in its turn, unless it is null, whose
+    /// places have room for it.
+    void Renew(KeyFollowers const& followers, Membership* more);
+    void TakeOut(Joint const* joint);
+    /// The table for writing.
+    Table& OwnTable();
 
     void TellChanged() const noexcept
     {
@@ -135,8 +157,10 @@ private:
     }
 
     void (*const m_changed)() noexcept;
-    mutable std::mutex m_mutex;
-    std::shared_ptr<Snapshot const> m_snapshot;
+    mutable std::mutex m_mutex; ///< guards what follows
+    Table* m_table = nullptr;   ///< of the keys; null before there is one
+    std::unordered_map<Joint const*, Membership> m_members;
+    std::uint64_t m_nextOrder = 0;
     std::atomic<bool> m_empty{true};
 };
 

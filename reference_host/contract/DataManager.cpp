@@ -28,37 +28,6 @@ DataManager& DataManager::GetDataManager()
 
 namespace {
 
-/// The entry of `list` at `index` among those of a vessel, or null. `idOf` gives an entry's id.
-template <typename List, typename IdOf>
-auto const* AtOfVessel(List const& list, int index, unsigned short vessel, IdOf idOf)
-{
-    for (auto const& entry : list) {
-        if (idOf(entry).GetVessel() == vessel && index-- == 0) {
-            return &entry;
-        }
-    }
-    return static_cast<typename List::value_type const*>(nullptr);
-}
-
-template <typename List, typename IdOf>
-int CountOfVessel(List const& list, unsigned short vessel, IdOf idOf)
-{
-    int count = 0;
-    for (auto const& entry : list) {
-        count += idOf(entry).GetVessel() == vessel ? 1 : 0;
-    }
-    return count;
-}
-
-CDataId const& IdOfDevice(vordal::HostState::DeviceEntry const& entry)
-{
-    return entry.id;
-}
-CDataId const& IdOfComputation(std::unique_ptr<vordal::Computation> const& entry)
-{
-    return entry->GetDataId();
-}
-
 bool IsThere(vordal::HostState const& host, CDataId const& id)
 {
     return host.FindDevice(id) != nullptr || host.FindComputation(id) != nullptr;
@@ -118,7 +87,7 @@ int DataManager::GetDeviceCount(unsigned short vessel)
         return 0;
     }
     std::lock_guard const lock(host->mutex);
-    return CountOfVessel(host->devices, vessel, IdOfDevice);
+    return host->devices.CountOf(vessel);
 }
 
 BaseDevice* DataManager::GetDevice(int index, unsigned short vessel)
@@ -128,8 +97,7 @@ BaseDevice* DataManager::GetDevice(int index, unsigned short vessel)
         return nullptr;
     }
     std::lock_guard const lock(host->mutex);
-    auto const* const entry = AtOfVessel(host->devices, index, vessel, IdOfDevice);
-    return entry != nullptr ? entry->device.get() : nullptr;
+    return host->devices.At(index, vessel);
 }
 
 BaseDevice* DataManager::GetNextDevice(unsigned short vessel)
@@ -140,9 +108,9 @@ BaseDevice* DataManager::GetNextDevice(unsigned short vessel)
     }
     std::lock_guard const lock(host->mutex);
     auto& next = host->nextDevice[vessel];
-    auto const* const entry = AtOfVessel(host->devices, next, vessel, IdOfDevice);
-    next = entry != nullptr ? next + 1 : 0;
-    return entry != nullptr ? entry->device.get() : nullptr;
+    auto* const device = host->devices.At(next, vessel);
+    next = device != nullptr ? next + 1 : 0;
+    return device;
 }
 
 int DataManager::GetCompsCount(unsigned short vessel)
@@ -152,7 +120,7 @@ int DataManager::GetCompsCount(unsigned short vessel)
         return 0;
     }
     std::lock_guard const lock(host->mutex);
-    return CountOfVessel(host->computations, vessel, IdOfComputation);
+    return host->computations.CountOf(vessel);
 }
 
 Compform* DataManager::GetComputation(int index, unsigned short vessel)
@@ -162,8 +130,7 @@ Compform* DataManager::GetComputation(int index, unsigned short vessel)
         return nullptr;
     }
     std::lock_guard const lock(host->mutex);
-    auto const* const entry = AtOfVessel(host->computations, index, vessel, IdOfComputation);
-    return entry != nullptr ? entry->get() : nullptr;
+    return host->computations.At(index, vessel);
 }
 
 Compform* DataManager::FindComputation(CDataId const& dataId)
@@ -179,12 +146,7 @@ Compform* DataManager::GetLinkedComputation(CDataId const& dataId, int index)
         return nullptr;
     }
     std::lock_guard const lock(host->mutex);
-    for (auto const& computation : host->computations) {
-        if (computation->IsLinkedTo(dataId) && index-- == 0) {
-            return computation.get();
-        }
-    }
-    return nullptr;
+    return host->computations.LinkedTo(dataId, index);
 }
 
 bool DataManager::SetAttributeMap(CDataId const& dataId, CAttributeMap const& map, unsigned flags, bool unused)

@@ -84,10 +84,6 @@ CString VesselManager::GetVesselName(unsigned short number) const
         return {};
     }
     std::lock_guard const lock(host->mutex);
-    for (auto const& vessel : host->vessels) {
-        if (vessel->GetVesselNumber() == number) {
-            return vessel->Setup().name;
-        }
-    }
-    return {};
+    auto const vessel = host->vesselsByNumber.find(number);
+    return vessel != host->vesselsByNumber.end() ? vessel->second->Setup().name : CString();
 }

@@ -69,12 +69,9 @@ Device* HostDevices::AddDevice(std::unique_ptr<Device> device, CDataId const& da
     auto* const buffer = m_state.FindBuffer(dataId, true);
     {
         std::lock_guard const lock(m_state.mutex);
-        for (auto const& entry : m_state.devices) {
-            if (entry.id == dataId) {
-                return nullptr;
-            }
+        if (!m_state.devices.Add(dataId, device)) {
+            return nullptr;
         }
-        m_state.devices.push_back({dataId, std::move(device)});
     }
     added->SetDeviceName(name);
     added->Create(dataId, buffer);
@@ -99,18 +96,36 @@ void HostDevices::SetPort(BaseDevice& device, BaseIOHandler* port)
 
 bool HostDevices::RemoveDevice(BaseDevice* device)
 {
+    bool isKnown = false;
     {
         std::lock_guard const lock(m_state.mutex);
-        if (std::none_of(m_state.devices.begin(), m_state.devices.end(),
-                         [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; })) {
+        auto const order = m_state.devices.OrderOf(device);
+        if (!order.has_value()) {
             return false;
         }
+        isKnown = std::any_of(m_state.pingControls.begin(), m_state.pingControls.end(),
+                              [&](PingControl const* control) { return control->MayKnow(*order); });
+    }
+    if (!isKnown) {
+        return TakeOut(device);
     }
     bool isGone = false;
     auto const takeOut = [&] { isGone = TakeOut(device); };
     // By reference: a device goes also while there is no memory, in whose destructors nothing may throw.
     DiscoverAnew(std::ref(takeOut));
     return isGone;
+}
+
+std::size_t HostDevices::RemoveDevices(std::span<Device* const> devices)
+{
+    std::size_t count = 0;
+    auto const takeOut = [&] {
+        for (Device* const device : devices) {
+            count += TakeOut(device) ? 1 : 0;
+        }
+    };
+    DiscoverAnew(std::ref(takeOut));
+    return count;
 }
 
 void HostDevices::DiscoverAnew(std::function<void()> const& change)
@@ -138,14 +153,10 @@ bool HostDevices::TakeOut(BaseDevice* device)
     std::unique_ptr<Device> removed;
     {
         std::unique_lock lock(m_state.mutex);
-        auto const found =
-            std::find_if(m_state.devices.begin(), m_state.devices.end(),
-                         [&](HostState::DeviceEntry const& entry) { return entry.device.get() == device; });
-        if (found == m_state.devices.end()) {
+        removed = m_state.devices.Take(device);
+        if (removed == nullptr) {
             return false;
         }
-        removed = std::move(found->device);
-        m_state.devices.erase(found);
         m_state.formerSubscriptions.push_back(removed->Internals().subscriptions);
         // Nobody finds it any more; who found it before is waited for.
         m_state.useEnded.wait(lock, [&] { return removed->Internals().uses == 0; });
@@ -191,10 +202,10 @@ void HostDevices::RemoveAllDevices()
         Device* first = nullptr;
         {
             std::lock_guard const lock(m_state.mutex);
-            if (m_state.devices.empty()) {
+            if (m_state.devices.IsEmpty()) {
                 return;
             }
-            first = m_state.devices.front().device.get();
+            first = m_state.devices.First();
         }
         TakeOut(first);
     }
@@ -204,10 +215,8 @@ std::vector<Device*> HostDevices::Devices() const
 {
     std::lock_guard const lock(m_state.mutex);
     std::vector<Device*> devices;
-    devices.reserve(m_state.devices.size());
-    for (auto const& entry : m_state.devices) {
-        devices.push_back(entry.device.get());
-    }
+    devices.reserve(m_state.devices.Count());
+    m_state.devices.ForEach([&](Device& device) { devices.push_back(&device); });
     return devices;
 }
 

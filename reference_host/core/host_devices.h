@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <memory>
+#include <span>
 #include <vector>
 
 class BaseIOHandler;
@@ -38,9 +39,11 @@ public:
     /// Attaches the device to the port, after those that are there (null takes it off its port). Ports made of
     /// PortWithDevices learn of it.
     void SetPort(BaseDevice& device, BaseIOHandler* port);
-    /// Takes the device off its port, out of the register, and destroys it, while no plug-in controls pings (see
-    /// DiscoverAnew). False when it is not the host's.
+    /// Takes the device off its port, out of the register, and destroys it, while no plug-in that may know it controls
+    /// pings (see DiscoverAnew). False when it is not the host's.
     bool RemoveDevice(BaseDevice* device);
+    /// The same of many, for all of which their sonars are discovered anew once; how many were the host's.
+    std::size_t RemoveDevices(std::span<Device* const> devices);
     /// Runs `change` while no plug-in controls pings. Those that did discover their sonars anew: these join with the
     /// settings that they told last, those whose stream is not well once it is, and take their turns again. For what
     /// changes which sonars ping in turn: their list, or what a device's tree says of its group. Host thread.

@@ -52,22 +52,67 @@ void Computation::ResetDataSource()
     }
 }
 
-bool Computation::IsLinkedTo(CDataId const& device) const
-{
-    return std::find(m_setup.linkedDevices.begin(), m_setup.linkedDevices.end(), device) != m_setup.linkedDevices.end();
-}
-
 void Computation::MergeIn(CAttributeMap const& tree)
 {
     std::lock_guard const lock(m_mutex);
     Merge(m_setup.attributes, tree);
 }
 
+Computation* ComputationRegister::Add(std::unique_ptr<Computation> computation)
+{
+    auto* const added = m_all.emplace_back(std::move(computation)).get();
+    m_byId.emplace(PackedId(added->GetDataId()), added);
+    m_ofVessel[added->GetDataId().GetVessel()].push_back(added);
+    for (CDataId const& device : added->LinkedDevices()) {
+        // Named twice it is linked once.
+        if (auto& linked = m_byDevice[PackedId(device)]; linked.empty() || linked.back() != added) {
+            linked.push_back(added);
+        }
+    }
+    return added;
+}
+
+namespace {
+
+/// Of what a map has for the key; null where there is none.
+template <typename Map>
+Computation* AtOf(Map const& map, typename Map::key_type const& key, int index)
+{
+    auto const at = map.find(key);
+    return at != map.end() && index >= 0 && index < static_cast<int>(at->second.size())
+               ? at->second[static_cast<std::size_t>(index)]
+               : nullptr;
+}
+
+} // namespace
+
+Computation* ComputationRegister::Find(std::uint64_t packedId) const
+{
+    auto const at = m_byId.find(packedId);
+    return at != m_byId.end() ? at->second : nullptr;
+}
+
+int ComputationRegister::CountOf(unsigned short vessel) const
+{
+    auto const at = m_ofVessel.find(vessel);
+    return at != m_ofVessel.end() ? static_cast<int>(at->second.size()) : 0;
+}
+
+Computation* ComputationRegister::At(int index, unsigned short vessel) const
+{
+    return AtOf(m_ofVessel, vessel, index);
+}
+
+Computation* ComputationRegister::LinkedTo(CDataId const& device, int index) const
+{
+    return AtOf(m_byDevice, PackedId(device), index);
+}
+
 Compform* HostProject::AddComputation(ComputationSetup setup)
 {
     auto computation = std::make_unique<Computation>(std::move(setup));
     std::lock_guard const lock(m_state.mutex);
-    return m_state.computations.emplace_back(std::move(computation)).get();
+    return m_state.computations.Add(std::move(computation));
 }
 
 bool HostProject::MergeIntoComputation(CDataId const& dataId, CAttributeMap const& tree)
@@ -83,20 +128,16 @@ CBaseVessel* HostProject::AddVessel(VesselSetup setup)
 {
     auto vessel = std::make_unique<Vessel>(std::move(setup));
     std::lock_guard const lock(m_state.mutex);
-    return m_state.vessels.emplace_back(std::move(vessel)).get();
+    auto* const added = m_state.vessels.emplace_back(std::move(vessel)).get();
+    m_state.vesselsByNumber.emplace(added->GetVesselNumber(), added);
+    return added;
 }
 
 bool HostProject::GetVesselItem(unsigned short number, CString const& section, CString const& item, CString& text) const
 {
     std::lock_guard const lock(m_state.mutex);
-    for (auto const& vessel : m_state.vessels) {
-        if (vessel->GetVesselNumber() != number) {
-            continue;
-        }
-        auto const* const configuration = vessel->GetConfiguration();
-        return configuration->GetItem(section, item, text);
-    }
-    return false;
+    auto const vessel = m_state.vesselsByNumber.find(number);
+    return vessel != m_state.vesselsByNumber.end() && vessel->second->GetConfiguration()->GetItem(section, item, text);
 }
 
 void HostProject::SelectVessel(unsigned short number)

@@ -55,7 +55,8 @@ std::shared_ptr<NotificationBus> StreamBus()
 void TellFollowersChanged() noexcept
 {
     auto* const state = CurrentState();
-    if (state == nullptr || state->thread == nullptr || !state->areFollowersWatched.load(std::memory_order_acquire)) {
+    if (state == nullptr || state->thread == nullptr || !state->areFollowersWatched.load(std::memory_order_acquire) ||
+        state->followersChange.exchange(true)) {
         return;
     }
     try {
@@ -63,6 +64,7 @@ void TellFollowersChanged() noexcept
         state->thread->Post([state] { state->TellFollowersWatchers(); });
     } catch (std::bad_alloc const&) {
         // They look again whenever they hear of their sonar.
+        state->followersChange.store(false);
     }
 }
 
@@ -96,20 +98,13 @@ HostState::~HostState() = default;
 Device* HostState::FindDevice(std::uint64_t packedId) const
 {
     std::lock_guard const lock(mutex);
-    return FindDeviceLocked(packedId);
-}
-
-Device* HostState::FindDeviceLocked(std::uint64_t packedId) const
-{
-    auto const found = std::find_if(devices.begin(), devices.end(),
-                                    [&](DeviceEntry const& entry) { return PackedId(entry.id) == packedId; });
-    return found != devices.end() ? found->device.get() : nullptr;
+    return devices.Find(packedId);
 }
 
 DeviceInUse::DeviceInUse(HostState& host, CDataId const& id) : m_host(host)
 {
     std::lock_guard const lock(m_host.mutex);
-    m_device = m_host.FindDeviceLocked(PackedId(id));
+    m_device = m_host.devices.Find(PackedId(id));
     if (m_device != nullptr) {
         ++m_device->Internals().uses;
     }
@@ -127,14 +122,15 @@ DeviceInUse::~DeviceInUse()
 
 void HostState::TellFollowersWatchers()
 {
+    followersChange.store(false);
     auto const all = [this] {
         std::lock_guard const lock(mutex);
         return followersWatchers;
     }();
-    for (auto* const watcher : all) {
+    for (auto const& [order, watcher] : all) {
         {
             std::lock_guard const lock(mutex); // one that was told may have taken another away
-            if (std::find(followersWatchers.begin(), followersWatchers.end(), watcher) == followersWatchers.end()) {
+            if (!followersWatchers.contains(order)) {
                 continue;
             }
         }
@@ -145,12 +141,7 @@ void HostState::TellFollowersWatchers()
 Computation* HostState::FindComputation(CDataId const& id) const
 {
     std::lock_guard const lock(mutex);
-    for (auto const& computation : computations) {
-        if (computation->GetDataId() == id) {
-            return computation.get();
-        }
-    }
-    return nullptr;
+    return computations.Find(PackedId(id));
 }
 
 StreamBuffer* HostState::FindBuffer(CDataId const& id, bool create)
@@ -167,10 +158,8 @@ std::vector<std::shared_ptr<NotificationBus>> HostState::AllBuses() const
 {
     std::vector<std::shared_ptr<NotificationBus>> buses{activeVesselBus, bufferStatusBus, generalBus, streamBus};
     std::lock_guard const lock(mutex);
-    for (auto const& entry : devices) {
-        buses.push_back(entry.device->Internals().subscriptions->Bus());
-    }
-    for (auto const& computation : computations) {
+    devices.ForEach([&](Device& device) { buses.push_back(device.Internals().subscriptions->Bus()); });
+    for (auto const& computation : computations.All()) {
         buses.push_back(computation->Subscriptions().Bus());
     }
     return buses;
@@ -179,11 +168,7 @@ std::vector<std::shared_ptr<NotificationBus>> HostState::AllBuses() const
 void HostState::ChangeDeviceId(BaseDevice const& device, CDataId const& id)
 {
     std::lock_guard const lock(mutex);
-    for (auto& entry : devices) {
-        if (entry.device.get() == &device) {
-            entry.id = id;
-        }
-    }
+    devices.ChangeId(device, id);
 }
 
 OpenDisplays* CurrentOpenDisplays()

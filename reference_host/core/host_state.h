@@ -6,6 +6,7 @@
 #include "reference_host/bus/window_inbox.h"
 #include "reference_host/common/current_host.h"
 #include "reference_host/common/host_thread.h"
+#include "reference_host/core/device_register.h"
 #include "reference_host/core/host.h"
 #include "reference_host/core/message_service.h"
 #include "reference_host/core/project_definition.h"
@@ -33,13 +34,6 @@ namespace vordal {
 
 class Application;
 class StreamBuffer;
-
-/// The four fields of an id in one number, for look-ups.
-inline std::uint64_t PackedId(CDataId const& id)
-{
-    return std::uint64_t{id.GetType()} << 48 | std::uint64_t{id.GetGroupId()} << 32 |
-           std::uint64_t{id.GetDeviceNum()} << 16 | std::uint64_t{id.GetVessel()};
-}
 
 inline CDataId UnpackedId(std::uint64_t packed)
 {
@@ -86,6 +80,8 @@ public:
     PingControl& operator=(PingControl const&) = delete;
 
     virtual bool IsActive() const = 0;
+    /// Whether a device with that number (DeviceRegister::OrderOf) was there when it last looked.
+    virtual bool MayKnow(std::uint64_t order) const = 0;
     virtual void Release() = 0;
     virtual void Discover() = 0;
 
@@ -105,7 +101,7 @@ public:
     void GetAttributeMap(CAttributeMap& map) const override;
     void ResetDataSource() override;
 
-    bool IsLinkedTo(CDataId const& device) const;
+    std::vector<CDataId> const& LinkedDevices() const { return m_setup.linkedDevices; }
     void MergeIn(CAttributeMap const& tree);
     SubscriptionMap& Subscriptions() { return m_subscriptions; }
 
@@ -113,6 +109,27 @@ private:
     ComputationSetup m_setup;
     mutable std::mutex m_mutex; ///< guards the attributes
     SubscriptionMap m_subscriptions;
+};
+
+/// The computations of a host, which stay as long as it does. One thread at a time.
+class ComputationRegister
+{
+public:
+    Computation* Add(std::unique_ptr<Computation> computation);
+    /// Of several of one id the first. Null when there is none, as in what follows.
+    Computation* Find(std::uint64_t packedId) const;
+    int CountOf(unsigned short vessel) const;
+    /// Of those of the vessel.
+    Computation* At(int index, unsigned short vessel) const;
+    /// Of those that the device is linked to.
+    Computation* LinkedTo(CDataId const& device, int index) const;
+    std::vector<std::unique_ptr<Computation>> const& All() const { return m_all; }
+
+private:
+    std::vector<std::unique_ptr<Computation>> m_all;
+    std::unordered_map<std::uint64_t, Computation*> m_byId;
+    std::unordered_map<unsigned short, std::vector<Computation*>> m_ofVessel;
+    std::unordered_map<std::uint64_t, std::vector<Computation*>> m_byDevice;
 };
 
 /// A vessel and what the project says of it; it never changes.
@@ -139,12 +156,6 @@ struct HostState
     HostState& operator=(HostState const&) = delete;
     ~HostState();
 
-    struct DeviceEntry
-    {
-        CDataId id;
-        std::unique_ptr<Device> device;
-    };
-
     Threading const threading;
     std::thread::id const owner = std::this_thread::get_id();
     std::atomic<Clock const*> clock{nullptr};
@@ -153,6 +164,7 @@ struct HostState
     std::atomic<RequestObserver*> requestObserver{nullptr};
     std::atomic<RequestGuard*> requestGuard{nullptr};
     std::atomic<bool> areFollowersWatched{false};
+    std::atomic<bool> followersChange{false}; ///< the watchers are about to be told, and will be told of that, too
     std::atomic<RequestFailures> failures{RequestFailures::Contain};
 
     std::shared_ptr<NotificationBus> const activeVesselBus = std::make_shared<NotificationBus>();
@@ -173,13 +185,16 @@ struct HostState
     mutable std::mutex mutex;
     std::unordered_map<std::uint64_t, std::unique_ptr<StreamBuffer>> buffers;
     std::vector<std::unique_ptr<Vessel>> vessels;
+    std::unordered_map<unsigned short, Vessel const*> vesselsByNumber; ///< of several the first
     std::size_t activeVessel = 0;
-    std::vector<std::unique_ptr<Computation>> computations;
-    std::vector<DeviceEntry> devices;
+    ComputationRegister computations;
+    DeviceRegister devices;
     /// Of devices that have gone: others may still be about to leave or to join them.
     std::vector<std::shared_ptr<SubscriptionMap>> formerSubscriptions;
     std::vector<PingControl*> pingControls;
-    std::vector<FollowersWatcher*> followersWatchers;
+    std::map<std::uint64_t, FollowersWatcher*> followersWatchers; ///< in the order in which they came
+    std::unordered_map<FollowersWatcher const*, std::uint64_t> followersWatcherOrders;
+    std::uint64_t nextFollowersWatcher = 0;
     /// Where GetNextDevice stands, by vessel.
     std::map<unsigned short, int> nextDevice;
     std::map<CString, std::unique_ptr<DevICreator>> creators;
@@ -201,8 +216,6 @@ struct HostState
     Device* FindDevice(CDataId const& id) const { return FindDevice(PackedId(id)); }
     Device* FindDevice(std::uint64_t packedId) const;
     Computation* FindComputation(CDataId const& id) const;
-    /// With `mutex` held.
-    Device* FindDeviceLocked(std::uint64_t packedId) const;
     /// Null when it is missing and not to be made.
     StreamBuffer* FindBuffer(CDataId const& id, bool create);
     /// Host thread.

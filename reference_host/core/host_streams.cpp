@@ -49,14 +49,19 @@ bool HostStreams::IsFollowed(CDataId const& stream) const
 void HostStreams::WatchFollowers(FollowersWatcher& watcher)
 {
     std::lock_guard const lock(m_state.mutex);
-    m_state.followersWatchers.push_back(&watcher);
+    m_state.followersWatchers.emplace(m_state.nextFollowersWatcher, &watcher);
+    m_state.followersWatcherOrders.emplace(&watcher, m_state.nextFollowersWatcher);
+    ++m_state.nextFollowersWatcher;
     m_state.areFollowersWatched.store(true, std::memory_order_release);
 }
 
 void HostStreams::LeaveFollowers(FollowersWatcher& watcher)
 {
     std::lock_guard const lock(m_state.mutex);
-    std::erase(m_state.followersWatchers, &watcher);
+    if (auto const at = m_state.followersWatcherOrders.find(&watcher); at != m_state.followersWatcherOrders.end()) {
+        m_state.followersWatchers.erase(at->second);
+        m_state.followersWatcherOrders.erase(at);
+    }
 }
 
 void HostStreams::Notify(Subscription::Kind kind, CString const& key, NotificationInfo const* info)

@@ -10,27 +10,48 @@ constexpr std::chrono::milliseconds AttendAgainAfter{20};
 
 } // namespace
 
-void LinkThread::Core::Join(AttendedLink& link)
+void LinksInLine::Put(AttendedLink& link)
 {
-    std::lock_guard const lock(linksMutex);
-    link.m_next = std::exchange(links, &link);
+    if (link.m_line == this) {
+        return;
+    }
+    TakeOut(link);
+    link.m_line = this;
+    link.m_before = m_last;
+    (m_last != nullptr ? m_last->m_behind : m_first) = &link;
+    m_last = &link;
 }
 
-void LinkThread::Core::Leave(AttendedLink const& link)
+AttendedLink* LinksInLine::Take()
+{
+    auto* const first = m_first;
+    if (first != nullptr) {
+        TakeOut(*first);
+    }
+    return first;
+}
+
+void LinksInLine::TakeOut(AttendedLink& link)
+{
+    if (auto* const line = std::exchange(link.m_line, nullptr)) {
+        (link.m_before != nullptr ? link.m_before->m_behind : line->m_first) = link.m_behind;
+        (link.m_behind != nullptr ? link.m_behind->m_before : line->m_last) = link.m_before;
+        link.m_before = nullptr;
+        link.m_behind = nullptr;
+    }
+}
+
+void LinkThread::Core::Leave(AttendedLink& link)
 {
     std::lock_guard const lock(linksMutex);
-    auto** place = &links;
-    while (*place != &link) {
-        place = &(*place)->m_next;
-    }
-    *place = link.m_next;
+    LinksInLine::TakeOut(link);
 }
 
 void LinkThread::Core::Call(AttendedLink& link) noexcept
 {
     {
         std::lock_guard const lock(linksMutex);
-        link.m_called = true;
+        called.Put(link);
     }
     context.stop();
 }
@@ -58,27 +79,24 @@ bool LinkThread::Core::AttendAll()
     while (auto const link = NextCalled()) {
         if (!link->Attend()) {
             std::lock_guard const lock(linksMutex);
-            link->m_again = true;
+            if (link->m_line == nullptr) { // nobody has called to it meanwhile
+                toBeCalled.Put(*link);
+            }
         }
     }
-    bool again = false;
     std::lock_guard const lock(linksMutex);
-    for (auto* link = links; link != nullptr; link = link->m_next) {
-        link->m_called = link->m_called || link->m_again;
-        link->m_again = false;
-        again = again || link->m_called;
+    while (auto* const link = toBeCalled.Take()) {
+        called.Put(*link);
     }
-    return again;
+    return !called.IsEmpty();
 }
 
 std::shared_ptr<AttendedLink> LinkThread::Core::NextCalled()
 {
     std::lock_guard const lock(linksMutex);
-    for (auto* link = links; link != nullptr; link = link->m_next) {
-        if (std::exchange(link->m_called, false)) {
-            if (auto held = link->Hold()) {
-                return held;
-            }
+    while (auto* const link = called.Take()) {
+        if (auto held = link->Hold()) {
+            return held;
         }
     }
     return nullptr;

@@ -39,6 +39,8 @@ private:
     asio::io_context* m_context;
 };
 
+class LinksInLine;
+
 /// What the link thread looks after when nothing could be posted to it, because there was no memory: telling it takes
 /// none.
 class AttendedLink
@@ -58,9 +60,26 @@ protected:
 
 private:
     friend LinkThread::Core;
-    AttendedLink* m_next = nullptr;
-    bool m_called = false;
-    bool m_again = false;
+    friend class LinksInLine;
+    AttendedLink* m_before = nullptr;
+    AttendedLink* m_behind = nullptr;
+    LinksInLine* m_line = nullptr; ///< that it stands in
+};
+
+/// Links one behind another. One thread at a time; takes no memory.
+class LinksInLine
+{
+public:
+    bool IsEmpty() const { return m_first == nullptr; }
+    /// To the end, from wherever it stands; where it is here already it stays.
+    void Put(AttendedLink& link);
+    /// The first leaves; null when there is none.
+    AttendedLink* Take();
+    static void TakeOut(AttendedLink& link);
+
+private:
+    AttendedLink* m_first = nullptr;
+    AttendedLink* m_last = nullptr;
 };
 
 struct LinkThread::Core
@@ -70,13 +89,12 @@ struct LinkThread::Core
     std::shared_ptr<LinkThreadGate> gate = std::make_shared<LinkThreadGate>(context);
     std::thread thread;
     std::atomic<bool> ending{false};
-    /// Guards the list of links.
-    std::mutex linksMutex;
-    AttendedLink* links = nullptr;
+    std::mutex linksMutex; ///< guards what follows
+    LinksInLine called;
+    LinksInLine toBeCalled; ///< in a moment
 
-    /// From Join to Leave the link can be called to. Any thread.
-    void Join(AttendedLink& link);
-    void Leave(AttendedLink const& link);
+    /// Nobody calls to the link any more. Any thread.
+    void Leave(AttendedLink& link);
     /// Has the link thread attend to the link. Any thread; takes no memory.
     void Call(AttendedLink& link) noexcept;
 

@@ -43,6 +43,11 @@ void LivePort::Open()
     m_link.Open();
 }
 
+void LivePort::BeginClose()
+{
+    m_link.BeginClose();
+}
+
 void LivePort::Close()
 {
     m_link.Close();

@@ -51,6 +51,8 @@ public:
 
     /// Any thread.
     void Open();
+    /// Has the link end its connection, and waits for nothing: for many that Close is then called for. Any thread.
+    void BeginClose();
     /// Any thread but that of a call from the link. Devices that were told of a connection are told of its end.
     void Close();
     /// The same for good: the devices are told before it returns, and nothing comes from it any more. Host thread.

@@ -60,7 +60,6 @@ public:
         if (m_options.clock == nullptr) {
             m_options.clock = SystemTime;
         }
-        thread.GetCore().Join(*this);
     }
     Impl(Impl const&) = delete;
     Impl& operator=(Impl const&) = delete;
@@ -74,21 +73,33 @@ public:
     void Open()
     {
         m_openWanted.store(true);
+        m_needsClosing.store(true);
         Need(Opening);
+    }
+
+    void BeginClose()
+    {
+        m_sending.SendHeld();
+        m_openWanted.store(false);
+        // One that was not opened since its last end has nothing under way that the link thread would have to end.
+        std::lock_guard const lock(m_closeMutex);
+        if (m_needsClosing.exchange(false)) {
+            ++m_closesWanted;
+            Need(Closing);
+        }
     }
 
     void Close()
     {
-        m_sending.SendHeld();
-        m_openWanted.store(false);
         if (m_thread.IsCurrent()) {
+            m_sending.SendHeld();
+            m_openWanted.store(false);
             CloseNow();
             return;
         }
+        BeginClose();
         std::unique_lock lock(m_closeMutex);
-        auto const wanted = ++m_closesWanted;
-        Need(Closing);
-        m_closed.wait(lock, [&] { return m_closesDone >= wanted; });
+        m_closed.wait(lock, [&] { return m_closesDone >= m_closesWanted; });
     }
 
     void ForgetListener() { m_forgetListener.store(true); }
@@ -388,6 +399,7 @@ private:
     std::atomic<bool> m_observed{false};
 
     std::atomic<bool> m_forgetListener{false};
+    std::atomic<bool> m_needsClosing{false};
     std::atomic<bool> m_openWanted{false};
 
     std::mutex m_closeMutex;
@@ -412,6 +424,11 @@ SonarLink::~SonarLink()
 void SonarLink::Open()
 {
     m_impl->Open();
+}
+
+void SonarLink::BeginClose()
+{
+    m_impl->BeginClose();
 }
 
 void SonarLink::Close()

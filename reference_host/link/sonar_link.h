@@ -142,6 +142,8 @@ public:
 
     /// Starts to connect and returns. Any thread.
     void Open();
+    /// Has the link thread do what Close does, and does not wait for it. Any thread.
+    void BeginClose();
     /// Ends the connection; what waits in the queue is dropped. When it returns no call to the listener is under way
     /// or will come, unless it is called on the link thread itself, from within such a call. The listener is not told.
     void Close();

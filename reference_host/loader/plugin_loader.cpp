@@ -102,7 +102,8 @@ struct PlugIn::Body final : PingControl
     bool devicesRegistered = false;
     bool templatesInitialized = false;
     bool controlsPings = false;
-    std::string failure; ///< empty while all is well
+    std::uint64_t knownBefore = 0; ///< devices of lower numbers were there when it last looked for its sonars
+    std::string failure;           ///< empty while all is well
     bool unloading = false;
     std::vector<std::string> lastWords; ///< what went wrong while it was unloaded
 
@@ -142,6 +143,16 @@ struct PlugIn::Body final : PingControl
     }
 
     bool IsActive() const override { return controlsPings; }
+    bool MayKnow(std::uint64_t order) const override { return controlsPings && order < knownBefore; }
+    /// Whatever it makes of it, even when it fails halfway.
+    void NoteItLooks()
+    {
+        controlsPings = true;
+        if (auto* const host = CurrentState()) {
+            std::lock_guard const lock(host->mutex);
+            knownBefore = host->devices.NextOrder();
+        }
+    }
     void Release() override
     {
         controlsPings = false;
@@ -151,7 +162,7 @@ struct PlugIn::Body final : PingControl
     }
     void Discover() override
     {
-        controlsPings = true;
+        NoteItLooks();
         if (discoverDevices != nullptr) {
             Contain("DiscoverDevices", discoverDevices);
         }
@@ -215,13 +226,12 @@ struct PlugIn::Body final : PingControl
     std::size_t RemoveDevices()
     {
         auto* const host = Host::CurrentOrNull();
-        std::size_t count = 0;
-        if (host != nullptr) {
-            for (Device* const device : host->Devices()) {
-                count += IsOwn(*device) && host->RemoveDevice(device) ? 1 : 0;
-            }
+        if (host == nullptr) {
+            return 0;
         }
-        return count;
+        auto own = host->Devices();
+        std::erase_if(own, [this](Device const* device) { return !IsOwn(*device); });
+        return own.empty() ? 0 : host->RemoveDevices(own);
     }
 
     /// The name of the first entry point that is missing; null when all are there.
@@ -369,7 +379,7 @@ void PlugIn::RegisterViews()
 
 void PlugIn::InitializeTemplates(CVordalBaseApp* application)
 {
-    m_body->controlsPings = true; // also when it fails halfway
+    m_body->NoteItLooks();
     m_body->Register("InitializeTemplates", [&] { m_body->initializeTemplates(application); });
     m_body->templatesInitialized = true;
 }

@@ -2,6 +2,7 @@
 #include "open_project.h"
 
 #include "reference_host/common/failure.h"
+#include "reference_host/core/device_register.h"
 #include "reference_host/core/host.h"
 #include "reference_host/link/raw_port.h"
 #include "reference_host/link/x5_port.h"
@@ -52,9 +53,30 @@ OpenProject::OpenProject(Host& host, LinkThread& thread, StoredProject project, 
             m_host.AddComputation(computation);
         }
     });
-    for (StoredPort const& stored : m_project.ports) {
-        m_ports.push_back(MakePort(stored));
+    std::map<CString, Attached> attached;
+    for (MadeDevice const& made : m_devices) {
+        Note(made, attached[m_project.devices[made.stored].portName]);
     }
+    for (StoredPort const& stored : m_project.ports) {
+        MakePort(stored, attached[stored.name]);
+    }
+}
+
+void OpenProject::Note(MadeDevice const& made, Attached& attached) const
+{
+    attached.hasDevice = true;
+    attached.hasSonar = attached.hasSonar || dynamic_cast<QX5Device const*>(made.device) != nullptr;
+}
+
+OpenProject::Attached OpenProject::AttachedTo(CString const& port) const
+{
+    Attached attached;
+    for (MadeDevice const& made : m_devices) {
+        if (m_project.devices[made.stored].portName == port) {
+            Note(made, attached);
+        }
+    }
+    return attached;
 }
 
 bool OpenProject::MakeDevice(std::size_t place)
@@ -74,34 +96,35 @@ bool OpenProject::MakeDevice(std::size_t place)
                              tvcore::ToUtf8(stored.dataId.GetKey()) + " is taken");
         return false;
     }
+    m_placesById.emplace(PackedId(stored.dataId), m_devices.size());
     m_devices.push_back({place, device});
     m_host.SetToldLimits(*device, m_project.toldLimits);
     m_host.LoadDevice(*device, stored.attributes);
     return true;
 }
 
-std::unique_ptr<LivePort> OpenProject::MakePort(StoredPort const& stored) const
+LivePort& OpenProject::MakePort(StoredPort const& stored, Attached attached)
 {
     auto options = m_like;
     options.host = tvcore::ToUtf8(stored.host);
     options.port = stored.tcpPort;
     options.watch = stored.watch;
-    bool hasDevice = false;
-    bool hasSonar = false;
-    for (MadeDevice const& made : m_devices) {
-        if (m_project.devices[made.stored].portName == stored.name) {
-            hasDevice = true;
-            hasSonar = hasSonar || dynamic_cast<QX5Device const*>(made.device) != nullptr;
-        }
+    std::unique_ptr<LivePort> port;
+    if (attached.hasDevice && !attached.hasSonar) {
+        port = std::make_unique<RawPort>(m_host, m_thread, stored.name, options);
+    } else {
+        port = std::make_unique<X5Port>(m_host, m_thread, stored.name, options);
     }
-    if (hasDevice && !hasSonar) {
-        return std::make_unique<RawPort>(m_host, m_thread, stored.name, options);
-    }
-    return std::make_unique<X5Port>(m_host, m_thread, stored.name, options);
+    m_portsByName.emplace(stored.name, port.get());
+    return *m_ports.emplace_back(std::move(port));
 }
 
 OpenProject::~OpenProject()
 {
+    // All are told before the first is waited for.
+    for (auto const& port : m_ports) {
+        port->BeginClose();
+    }
     for (auto const& port : m_ports) {
         port->Close();
     }
@@ -152,12 +175,8 @@ void OpenProject::Connect()
 
 LivePort* OpenProject::FindPort(CString const& name) const
 {
-    for (auto const& port : m_ports) {
-        if (port->GetName() == name) {
-            return port.get();
-        }
-    }
-    return nullptr;
+    auto const at = m_portsByName.find(name);
+    return at != m_portsByName.end() ? at->second : nullptr;
 }
 
 StoredProject OpenProject::Collect() const
@@ -175,12 +194,8 @@ StoredProject OpenProject::Collect() const
 
 OpenProject::MadeDevice const* OpenProject::Find(CDataId const& device) const
 {
-    for (MadeDevice const& made : m_devices) {
-        if (m_project.devices[made.stored].dataId == device) {
-            return &made;
-        }
-    }
-    return nullptr;
+    auto const at = m_placesById.find(PackedId(device));
+    return at != m_placesById.end() ? &m_devices[at->second] : nullptr;
 }
 
 LivePort* OpenProject::PortOf(CDataId const& device) const
@@ -209,7 +224,7 @@ bool OpenProject::Add(StoredDevice const& device, std::optional<StoredPort> cons
         }
         if (port) {
             m_project.ports.push_back(*port);
-            m_ports.push_back(MakePort(*port));
+            MakePort(*port, AttachedTo(port->name));
         }
         for (ComputationSetup const& computation : computations) {
             m_project.computations.push_back(computation);
@@ -238,7 +253,10 @@ bool OpenProject::Remove(CDataId const& device)
     CString const portName = m_project.devices[made.stored].portName;
     m_host.RemoveDevice(made.device);
     std::erase_if(m_devices, [&](MadeDevice const& each) { return each.device == made.device; });
-    for (MadeDevice& each : m_devices) {
+    m_placesById.clear();
+    for (std::size_t place = 0; place < m_devices.size(); ++place) {
+        auto& each = m_devices[place];
+        m_placesById.emplace(PackedId(m_project.devices[each.stored].dataId), place);
         each.stored -= each.stored > made.stored ? 1 : 0;
     }
     m_project.devices.erase(m_project.devices.begin() + static_cast<std::ptrdiff_t>(made.stored));
@@ -285,7 +303,7 @@ bool OpenProject::SetAddress(CDataId const& device, CString const& host, std::ui
     stored.portName = next.name;
     made->device->SetPortName(next.name);
     m_project.ports.push_back(next);
-    m_ports.push_back(MakePort(next));
+    MakePort(next, AttachedTo(next.name));
     PutOnPort(*made);
     return true;
 }
@@ -305,6 +323,7 @@ void OpenProject::DropPort(CString const& name)
         }
     }
     std::erase(m_ports, nullptr);
+    m_portsByName.erase(name);
     std::erase_if(m_project.ports, [&](StoredPort const& port) { return port.name == name; });
 }
 

@@ -7,9 +7,12 @@
 
 #include <VordalBaseR/Export.h>
 
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 class Device;
@@ -85,7 +88,15 @@ private:
         Device* device;     ///< the host's
     };
 
-    std::unique_ptr<LivePort> MakePort(StoredPort const& stored) const;
+    /// What stands on ports, by their names.
+    struct Attached
+    {
+        bool hasDevice = false;
+        bool hasSonar = false;
+    };
+    Attached AttachedTo(CString const& port) const;
+    void Note(MadeDevice const& made, Attached& attached) const;
+    LivePort& MakePort(StoredPort const& stored, Attached attached);
     /// Makes the device of that place in the list; false, and a line in Problems, when it is left out.
     bool MakeDevice(std::size_t stored);
     void PutOnPort(MadeDevice const& made);
@@ -98,9 +109,11 @@ private:
     LinkOptions const m_like;
     StoredProject m_project;
     std::vector<std::unique_ptr<LivePort>> m_ports;
+    std::map<CString, LivePort*> m_portsByName; ///< of several the first
     /// Those that are closed for good: a ping thread or a window may be about to send by one of them.
     std::vector<std::unique_ptr<LivePort>> m_formerPorts;
     std::vector<MadeDevice> m_devices;
+    std::unordered_map<std::uint64_t, std::size_t> m_placesById; ///< in m_devices
     std::vector<std::string> m_problems;
     PlugIns* m_plugIns = nullptr; ///< once it was started
 };
