@@ -193,6 +193,10 @@ int main(int argc, char** argv)
         for (auto const& more : {bench::RequestCurves(stage), bench::HostCurves(stage)}) {
             curves.insert(curves.end(), more.begin(), more.end());
         }
+#ifdef QX5_VIEW
+        auto const ofWindow = bench::WindowCurves();
+        curves.insert(curves.end(), ofWindow.begin(), ofWindow.end());
+#endif
         std::erase_if(curves, [only](bench::Curve const& one) { return !IsWanted(one.name, only); });
         bench::RunCurves(curves);
         return 0;

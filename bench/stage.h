@@ -118,6 +118,9 @@ inline constexpr double RoundOfTwo = 480e6;
 /// Each sets its sonars up and takes them down again.
 std::vector<Case> SequencingCases(Stage& stage);
 #ifdef QX5_VIEW
+/// An application without a display, made once for the process. It stays: what the toolkit keeps of its own may have
+/// gone before it at the program's end.
+void EnsureToolkit();
 std::vector<Case> ViewCases(Stage& stage);
 /// `ensureToolkit` is called before anything of the toolkit is made.
 std::vector<Case> PictureCases(Stage& stage, std::function<void()> const& ensureToolkit);

@@ -19,10 +19,6 @@
 
 namespace bench {
 
-namespace {
-
-/// An application without a display, made once for the process. It stays: what the toolkit keeps of its own may have
-/// gone before it at the program's end.
 void EnsureToolkit()
 {
     static int argumentCount = 1;
@@ -32,6 +28,8 @@ void EnsureToolkit()
     static auto const* const application = new QApplication(argumentCount, arguments);
     Keep(application);
 }
+
+namespace {
 
 CDataId const shownSonar(1, 78, 9, 1);
 
@@ -85,8 +83,7 @@ private:
     static vordal::StoredProject Project()
     {
         vordal::StoredProject project;
-        project.devices = {
-            {shownSonar, L"QX5SonarConfigurationControlDevice", L"viewed", {}, true, MakeTree(2000)}};
+        project.devices = {{shownSonar, L"QX5SonarConfigurationControlDevice", L"viewed", {}, true, MakeTree(2000)}};
         return project;
     }
 

@@ -45,5 +45,8 @@ class Stage;
 std::vector<Curve> TreeCurves();
 std::vector<Curve> RequestCurves(Stage& stage);
 std::vector<Curve> HostCurves(Stage& stage);
+#ifdef QX5_VIEW
+std::vector<Curve> WindowCurves();
+#endif
 
 } // namespace bench

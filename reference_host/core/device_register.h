@@ -1,6 +1,8 @@
 // The devices of a host: in the order in which they came, and found by id.
 #pragma once
 
+#include "reference_host/common/packed_id.h"
+
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/Export.h>
 #include <vordalhostdllR/Device.h>
@@ -16,13 +18,6 @@
 #include <ext/pb_ds/assoc_container.hpp>
 
 namespace vordal {
-
-/// The four fields of an id in one number, for look-ups.
-inline std::uint64_t PackedId(CDataId const& id)
-{
-    return std::uint64_t{id.GetType()} << 48 | std::uint64_t{id.GetGroupId()} << 32 |
-           std::uint64_t{id.GetDeviceNum()} << 16 | std::uint64_t{id.GetVessel()};
-}
 
 /// Nothing here costs more than the logarithm of their number. One thread at a time.
 class VORDAL_API DeviceRegister

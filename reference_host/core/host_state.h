@@ -35,12 +35,6 @@ namespace vordal {
 class Application;
 class StreamBuffer;
 
-inline CDataId UnpackedId(std::uint64_t packed)
-{
-    auto const field = [packed](int shift) { return static_cast<unsigned short>(packed >> shift & 0xFFFF); };
-    return CDataId(field(48), field(32), field(16), field(0));
-}
-
 /// What the host keeps about one device.
 struct DeviceInternals
 {

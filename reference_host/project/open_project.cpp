@@ -2,7 +2,7 @@
 #include "open_project.h"
 
 #include "reference_host/common/failure.h"
-#include "reference_host/core/device_register.h"
+#include "reference_host/common/packed_id.h"
 #include "reference_host/core/host.h"
 #include "reference_host/link/raw_port.h"
 #include "reference_host/link/x5_port.h"

@@ -3,6 +3,7 @@
 
 #include "appearance.h"
 #include "mark.h"
+#include "reference_host/common/packed_id.h"
 #include "reference_host/controls/qt_text.h"
 
 #include <QApplication>
@@ -28,6 +29,8 @@ namespace {
 constexpr int VesselRole = Qt::UserRole;
 /// The place of a device in the list of rows.
 constexpr int RowRole = Qt::UserRole + 1;
+/// Counts how often a row was painted: of all that is set of one, this alone is told to the list.
+constexpr int PaintedRole = RowRole + 1;
 /// A sonar that was chosen is shown by then, or the selection goes back.
 constexpr std::chrono::seconds patience{1};
 
@@ -203,6 +206,7 @@ DevicePanel::DevicePanel(std::vector<ListedVessel> vessels, QWidget* parent)
 void DevicePanel::FillList()
 {
     auto const before = std::exchange(m_rows, {});
+    auto const placesBefore = std::exchange(m_places, {});
     m_list->clear();
     for (ListedVessel const& vessel : m_vessels) {
         auto* const vesselItem = new QTreeWidgetItem(m_list, {vessel.name});
@@ -211,14 +215,14 @@ void DevicePanel::FillList()
             auto* const item = new QTreeWidgetItem(
                 vesselItem, {device.simulated ? tr("%1\nsimulated").arg(device.name) : device.name});
             item->setData(0, RowRole, static_cast<int>(m_rows.size()));
-            auto const known =
-                std::find_if(before.begin(), before.end(), [&](Row const& row) { return row.id == device.id; });
-            Row row = known != before.end() ? *known : Row{};
+            auto const known = placesBefore.find(PackedId(device.id));
+            Row row = known != placesBefore.end() ? before[known->second] : Row{};
             row.id = device.id;
             row.item = item;
             row.name = device.name;
             row.endpoint = device.endpoint;
             row.simulated = device.simulated;
+            m_places.emplace(PackedId(row.id), m_rows.size());
             m_rows.push_back(std::move(row));
         }
     }
@@ -227,10 +231,28 @@ void DevicePanel::FillList()
 
 void DevicePanel::FitNames()
 {
+    auto const setSizes = [this](QVariant const& size) {
+        QSignalBlocker const quiet(m_list->model());
+        for (Row const& row : m_rows) {
+            row.item->setData(0, Qt::SizeHintRole, size);
+            row.item->setData(1, Qt::SizeHintRole, size);
+        }
+    };
+    setSizes({});
     m_list->resizeColumnToContents(0);
     // A name that becomes the active vessel's or the shown sonar's is set in bold.
     auto* const header = m_list->header();
     header->resizeSection(0, header->sectionSize(0) + m_list->fontMetrics().averageCharWidth() * 2);
+    // Two lines each, whatever they say: to lay texts out for their height whenever one changes costs more than all
+    // else.
+    if (!m_rows.empty()) {
+        QTreeWidgetItem sample({QStringLiteral("M\nM")});
+        m_list->addTopLevelItem(&sample);
+        auto const height = m_list->sizeHintForIndex(m_list->indexFromItem(&sample)).height();
+        m_list->takeTopLevelItem(m_list->topLevelItemCount() - 1);
+        setSizes(QSize(header->sectionSize(0), height));
+        m_list->doItemsLayout();
+    }
 }
 
 void DevicePanel::SetVessels(std::vector<ListedVessel> vessels)
@@ -246,26 +268,29 @@ void DevicePanel::SetVessels(std::vector<ListedVessel> vessels)
     FitNames();
 }
 
-QTreeWidgetItem* DevicePanel::ItemOf(CDataId const& device) const
+DevicePanel::Row const* DevicePanel::Find(CDataId const& device) const
 {
-    auto const found = std::find_if(m_rows.begin(), m_rows.end(), [&](Row const& row) { return row.id == device; });
-    return found != m_rows.end() ? found->item : nullptr;
+    auto const at = m_places.find(PackedId(device));
+    return at != m_places.end() ? &m_rows[at->second] : nullptr;
 }
 
 void DevicePanel::SetStatus(CDataId const& device, LinkStatus const& status)
 {
-    for (Row& row : m_rows) {
-        if (row.id == device) {
-            row.status = status;
-        }
+    auto* const row = Find(device);
+    if (row == nullptr) {
+        return;
     }
-    Paint();
+    row->status = status;
+    PaintRow(*row, true);
+    if (row->item == m_list->currentItem()) {
+        Explain();
+    }
 }
 
 void DevicePanel::SetActivity(CDataId const& device, DeviceActivity const& activity)
 {
-    auto const row = std::find_if(m_rows.begin(), m_rows.end(), [&](Row const& each) { return each.id == device; });
-    if (row == m_rows.end() || row->activity == activity) {
+    auto* const row = Find(device);
+    if (row == nullptr || row->activity == activity) {
         return;
     }
     bool const steps = !row->activity || row->activity->pings != activity.pings;
@@ -283,7 +308,8 @@ void DevicePanel::SetActivity(CDataId const& device, DeviceActivity const& activ
 
 bool DevicePanel::IsSimulated(CDataId const& device) const
 {
-    return std::any_of(m_rows.begin(), m_rows.end(), [&](Row const& row) { return row.id == device && row.simulated; });
+    auto const* const row = Find(device);
+    return row != nullptr && row->simulated;
 }
 
 void DevicePanel::MarkShown(CDataId const& device)
@@ -296,11 +322,8 @@ void DevicePanel::MarkShown(CDataId const& device)
 void DevicePanel::SelectShown()
 {
     m_notFollowed.stop();
-    if (auto* const item = ItemOf(m_shown); item != nullptr) {
-        m_list->setCurrentItem(item);
-    } else {
-        m_list->setCurrentItem(nullptr);
-    }
+    auto const* const row = Find(m_shown);
+    m_list->setCurrentItem(row != nullptr ? row->item : nullptr);
 }
 
 void DevicePanel::MarkActiveVessel(unsigned short number)
@@ -311,8 +334,8 @@ void DevicePanel::MarkActiveVessel(unsigned short number)
 
 LinkState DevicePanel::StateOf(CDataId const& device) const
 {
-    auto const found = std::find_if(m_rows.begin(), m_rows.end(), [&](Row const& row) { return row.id == device; });
-    return found != m_rows.end() ? found->status.state : LinkState::Closed;
+    auto const* const row = Find(device);
+    return row != nullptr ? row->status.state : LinkState::Closed;
 }
 
 void DevicePanel::Choose(QTreeWidgetItem const& item)
@@ -384,6 +407,7 @@ void DevicePanel::Paint()
     for (std::size_t step = 0; step < PingSteps; ++step) {
         m_pingMarks[step] = PingMark(palette(), static_cast<int>(step), PingSteps, devicePixelRatioF());
     }
+    m_stateMarks.clear();
     for (int i = 0; i < m_list->topLevelItemCount(); ++i) {
         auto* const item = m_list->topLevelItem(i);
         bool const active = item->data(0, VesselRole).toInt() == int{m_activeVessel};
@@ -437,18 +461,37 @@ void DevicePanel::PaintRow(Row& row, bool isWhole)
     auto const pings = PingsOf(row);
     auto const told = DataOf(row);
     auto const both = pings.isEmpty() || told.isEmpty() ? pings + told : pings + QStringLiteral(", ") + told;
-    row.item->setText(1, both.isEmpty() ? condition : condition + QLatin1Char('\n') + both);
-    // What a screen reader hears of what changes all the time it hears once a second.
-    constexpr std::chrono::milliseconds pause{1000};
-    if (!isWhole && row.spoken.isValid() && !row.spoken.hasExpired(pause.count())) {
-        return;
+    {
+        QSignalBlocker const quiet(m_list->model());
+        row.item->setText(1, both.isEmpty() ? condition : condition + QLatin1Char('\n') + both);
+        // What a screen reader hears of what changes all the time it hears once a second.
+        constexpr std::chrono::milliseconds pause{1000};
+        if (isWhole || !row.spoken.isValid() || row.spoken.hasExpired(pause.count())) {
+            Speak(row, condition, pings, told);
+        }
+        if (isWhole) {
+            QFont font = m_list->font();
+            font.setBold(row.id == m_shown);
+            row.item->setFont(0, font);
+            row.item->setToolTip(1, PlainToolTip(StatusText(row.status)));
+            bool const silent = row.activity && row.activity->silent;
+            auto& mark = m_stateMarks[{row.status.state, silent}];
+            if (mark.isNull()) {
+                mark = MarkOf(palette(), row.status.state, silent, devicePixelRatioF());
+            }
+            row.item->setIcon(1, mark);
+        }
     }
+    row.item->setData(1, PaintedRole, ++m_painted);
+}
+
+void DevicePanel::Speak(Row& row, QString const& condition, QString const& pings, QString const& told) const
+{
     row.spoken.start();
-    bool const shown = row.id == m_shown;
     auto const text = StatusText(row.status);
     QString spoken = row.name;
     spoken += row.simulated ? tr(", simulated") : QString();
-    spoken += shown ? tr(", shown") : QString();
+    spoken += row.id == m_shown ? tr(", shown") : QString();
     // "lost" stays while attempts come and go.
     spoken += QStringLiteral(", ") + (text.startsWith(condition) ? text : condition + QStringLiteral(", ") + text);
     spoken += pings.isEmpty() ? QString() : QStringLiteral(", ") + pings;
@@ -456,34 +499,28 @@ void DevicePanel::PaintRow(Row& row, bool isWhole)
         spoken += row.activity->sinceData ? tr(", last data %1 ago").arg(told) : QStringLiteral(", ") + told;
     }
     row.item->setData(0, Qt::AccessibleTextRole, spoken);
-    if (isWhole) {
-        QFont font = m_list->font();
-        font.setBold(shown);
-        row.item->setFont(0, font);
-        row.item->setToolTip(1, PlainToolTip(text));
-        bool const silent = row.activity && row.activity->silent;
-        row.item->setIcon(1, MarkOf(palette(), row.status.state, silent, devicePixelRatioF()));
-    }
 }
 
 void DevicePanel::Explain()
 {
     auto const* const item = m_list->currentItem();
     QString text;
-    for (Row const& row : m_rows) {
-        if (row.item == item) {
-            text = row.simulated ? tr("%1, simulated").arg(row.name) : row.name;
-            if (!row.endpoint.isEmpty()) {
-                text += QStringLiteral(" (%1)").arg(row.endpoint);
-            }
-            bool const silent = row.activity && row.activity->silent;
-            text += QLatin1Char('\n') + StatusText(row.status) + (silent ? tr(", silent") : QString());
-            if (auto const pings = PingsOf(row); !pings.isEmpty()) {
-                text += QLatin1Char('\n') + pings;
-            }
-            if (row.activity && row.activity->sinceData) {
-                text += tr("\nlast data %1 ago").arg(DataOf(row));
-            }
+    auto const place = item != nullptr && item->data(0, VesselRole).toInt() == 0
+                           ? static_cast<std::size_t>(item->data(0, RowRole).toInt())
+                           : m_rows.size();
+    if (place < m_rows.size()) {
+        Row const& row = m_rows[place];
+        text = row.simulated ? tr("%1, simulated").arg(row.name) : row.name;
+        if (!row.endpoint.isEmpty()) {
+            text += QStringLiteral(" (%1)").arg(row.endpoint);
+        }
+        bool const silent = row.activity && row.activity->silent;
+        text += QLatin1Char('\n') + StatusText(row.status) + (silent ? tr(", silent") : QString());
+        if (auto const pings = PingsOf(row); !pings.isEmpty()) {
+            text += QLatin1Char('\n') + pings;
+        }
+        if (row.activity && row.activity->sinceData) {
+            text += tr("\nlast data %1 ago").arg(DataOf(row));
         }
     }
     if (text != m_explained->text()) {
@@ -496,6 +533,9 @@ void DevicePanel::changeEvent(QEvent* event)
     QWidget::changeEvent(event);
     if (event->type() == QEvent::PaletteChange) {
         Paint();
+    } else if (event->type() == QEvent::FontChange) {
+        Paint();
+        FitNames();
     }
 }
 

@@ -14,7 +14,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 class QLabel;
@@ -98,7 +101,6 @@ protected:
 private:
     void FillList();
     void FitNames();
-    QTreeWidgetItem* ItemOf(CDataId const& device) const;
     void Choose(QTreeWidgetItem const& item);
     void ChooseSelected();
     /// The selection is on the sonar that is shown, and nowhere else.
@@ -125,8 +127,16 @@ private:
     static QString ConditionOf(Row const& row);
     static QString PingsOf(Row const& row);
     static QString DataOf(Row const& row);
+    Row const* Find(CDataId const& device) const;
+    Row* Find(CDataId const& device) { return const_cast<Row*>(std::as_const(*this).Find(device)); }
     void PaintRow(Row& row, bool isWhole);
+    /// What a screen reader says of the row.
+    void Speak(Row& row, QString const& condition, QString const& pings, QString const& told) const;
     std::vector<Row> m_rows;
+    std::unordered_map<std::uint64_t, std::size_t> m_places; ///< in m_rows, by id
+    /// Marks of connections that were drawn, by state and whether the sonar is silent.
+    std::map<std::pair<LinkState, bool>, QIcon> m_stateMarks;
+    qulonglong m_painted = 0; ///< rows
     static constexpr std::size_t PingSteps = 4;
     std::array<QIcon, PingSteps> m_pingMarks;
     QTimer m_notFollowed;
