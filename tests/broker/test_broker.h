@@ -20,6 +20,7 @@ struct TestBrokerOptions
     std::string certificate = "broker"; ///< of those that TestBroker makes: "broker", "expired-broker",
                                         ///< "foreign-broker", "nameless-broker"
     std::string moreConfiguration;      ///< lines of mosquitto.conf, such as an access file's
+    std::string logged = "all";         ///< its log_type; "information" for one that has much to do
 };
 
 /// mosquitto on two free ports: one by TLS, where each client shows a certificate and is called by its common name, and
