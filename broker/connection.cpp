@@ -3,6 +3,7 @@
 #include "broker/connection.h"
 
 #include "broker/line_diagnosis.h"
+#include "broker/prompt_lines.h"
 
 #include <fmt/format.h>
 
@@ -556,6 +557,7 @@ void Connection::Body::TakeConnected(BrokerLimits const& limits)
         std::lock_guard const lock(m_mutex);
         m_limits = limits;
     }
+    HoldNothingBack(m_options.address.port);
     if (m_filters.empty()) {
         TakeSubscribed(true);
         return;

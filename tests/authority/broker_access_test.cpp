@@ -199,6 +199,11 @@ protected:
     std::unique_ptr<ChildProcess> broker;
 };
 
+TEST(BrokerPlans, HoldNoSmallMessageBack)
+{
+    EXPECT_THAT(ConfigurationText(Plan(), "/folder"), HasSubstr("\nset_tcp_nodelay true\n"));
+}
+
 TEST_F(BrokerAccess, AWatcherCannotCommand)
 {
     auto const vega = Hear("Vega");

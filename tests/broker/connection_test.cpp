@@ -9,6 +9,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -389,6 +390,33 @@ TEST(BrokerThatIsNone, AnotherProgramAnswers)
     EXPECT_EQ(plain(web), "what answers at " + Place(web.port) + " does not answer as a broker");
     EXPECT_EQ(plain(closing), "what answers at " + Place(closing.port) + " does not answer as a broker");
     EXPECT_EQ(plain(silent), "what answers at " + Place(silent.port) + " does not answer as a broker");
+}
+
+/// Of the process's lines to that port, whether each sends what it is given at once.
+std::vector<bool> PromptLinesTo(std::uint16_t port)
+{
+    std::vector<bool> prompt;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+        sockaddr_in peer{};
+        socklen_t size = sizeof peer;
+        int isPrompt = 0;
+        socklen_t wide = sizeof isPrompt;
+        if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 && ntohs(peer.sin_port) == port &&
+            ::getsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &isPrompt, &wide) == 0) {
+            prompt.push_back(isPrompt != 0);
+        }
+    }
+    return prompt;
+}
+
+TEST_F(BrokerConnection, HoldsNoAnswerBackUntilAnAcknowledgementIsConfirmed)
+{
+    BrokerEar plain(OptionsFor(server.Plain()));
+    ASSERT_TRUE(plain.WaitForConnections(1));
+    EXPECT_THAT(PromptLinesTo(server.Plain().port), ElementsAre(true));
+    BrokerEar secure(Secure("vessel"), {"a"});
+    ASSERT_TRUE(secure.WaitForConnections(1));
+    EXPECT_THAT(PromptLinesTo(server.Secure().port), ElementsAre(true));
 }
 
 TEST(BrokerThatRefuses, IsToldInItsWords)

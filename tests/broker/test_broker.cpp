@@ -79,6 +79,7 @@ void TestBroker::WriteConfiguration() const
     std::ofstream file(m_folder / "mosquitto.conf");
     file << "user root\n"
             "persistence false\n"
+            "set_tcp_nodelay true\n"
             "log_dest stderr\n"
             "log_type "
          << m_options.logged << "\nallow_anonymous true\n"
