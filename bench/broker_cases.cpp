@@ -2,6 +2,7 @@
 // the same bytes through the same broker. All threads of ours on one processor; the broker has the others.
 #include "bare_mqtt.h"
 #include "one_processor.h"
+#include "publication_of.h"
 #include "stage.h"
 
 #include "broker/connection.h"
@@ -131,8 +132,7 @@ sparkplug::EdgeNodeOptions NodeOptions(std::string const& name, std::chrono::mil
 
 broker::Publication WillOf(sparkplug::EdgeNode& node)
 {
-    auto const will = node.NextWill();
-    return {will.topic, will.payload, will.qos, will.isRetained};
+    return PublicationOf(node.NextWill());
 }
 
 /// A reader ashore; all of it but its making runs on the connection's thread.
@@ -220,7 +220,7 @@ private:
         sparkplug::EdgeNodeHooks hooks;
         hooks.publish = [this](sparkplug::Message const& message) {
             m_lastPayload = message.payload;
-            return m_connection.Publish({message.topic, message.payload, message.qos, message.isRetained}).has_value();
+            return m_connection.Publish(PublicationOf(message)).has_value();
         };
         return hooks;
     }
@@ -262,7 +262,7 @@ private:
     {
         sparkplug::EdgeNodeHooks hooks;
         hooks.publish = [this](sparkplug::Message const& message) {
-            return m_connection.Publish({message.topic, message.payload, message.qos, message.isRetained}).has_value();
+            return m_connection.Publish(PublicationOf(message)).has_value();
         };
         hooks.command = [this](std::string_view, std::vector<sparkplug::CommandedValue> const& values) {
             for (auto const& value : values) {

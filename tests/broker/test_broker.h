@@ -48,6 +48,8 @@ public:
     void Freeze();
     void Thaw();
 
+    /// Its number in the system.
+    std::string ProcessId() const { return m_process->Id(); }
     /// What it has said so far.
     std::string Log() const;
 
