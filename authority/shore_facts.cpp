@@ -55,11 +55,6 @@ std::string Text(CAttributeMap const& branch, std::wstring_view key)
     return text ? protocol::EncodeUtf8(*text) : std::string();
 }
 
-protocol::Value OrNull(std::optional<double> seconds)
-{
-    return seconds ? protocol::Value(*seconds) : protocol::Value();
-}
-
 constexpr std::array<std::string_view, 3> linkTexts{"connected", "no answer", "lost"};
 
 } // namespace
@@ -89,10 +84,11 @@ void AddLease(CAttributeMap& reserved, LeaseNews const& news)
     auto& branch = reserved.FindCreate(AttributeKey(Wide(sparkplug::LeaseBranch)));
     bool const isHeld = !news.holder.empty();
     Put(branch, holderKey, Wide(news.holder));
-    Put(branch, sinceKey, OrNull(isHeld ? std::optional(news.since) : std::nullopt));
-    Put(branch, untilKey, OrNull(news.until));
+    // Numbers all the time: a metric that is a number at times would take a birth each time.
+    Put(branch, sinceKey, isHeld ? news.since : 0.0);
+    Put(branch, untilKey, news.until.value_or(0.0));
     Put(branch, askerKey, Wide(news.asker));
-    Put(branch, answerByKey, OrNull(news.asker.empty() ? std::nullopt : std::optional(news.answerBy)));
+    Put(branch, answerByKey, news.asker.empty() ? 0.0 : news.answerBy);
 }
 
 LeaseNews LeaseIn(CAttributeMap const& reserved)
@@ -102,6 +98,9 @@ LeaseNews LeaseIn(CAttributeMap const& reserved)
     news.holder = Text(branch, holderKey);
     news.since = Get<double>(branch, sinceKey).value_or(0.0);
     news.until = Get<double>(branch, untilKey);
+    if (news.until == 0.0) {
+        news.until.reset();
+    }
     news.asker = Text(branch, askerKey);
     news.answerBy = Get<double>(branch, answerByKey).value_or(0.0);
     return news;

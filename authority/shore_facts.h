@@ -17,8 +17,8 @@ CAttributeMap TreeOf(VesselTime const& time);
 /// Nothing when the metrics told of a node do not have it.
 std::optional<VesselTime> VesselTimeIn(CAttributeMap const& reserved);
 
-/// As metrics "Lease/Holder", "Since", "Until", "Asker" and "AnswerBy" of the device: those that there are none of are
-/// null, empty texts for nobody. Added to what else is told of the device.
+/// As metrics "Lease/Holder", "Since", "Until", "Asker" and "AnswerBy" of the device: an empty text is nobody, a time
+/// of 0 none. Added to what else is told of the device.
 void AddLease(CAttributeMap& reserved, LeaseNews const& news);
 /// Without sonar and number of the change; of nobody when the metrics told of a device do not have it.
 LeaseNews LeaseIn(CAttributeMap const& reserved);

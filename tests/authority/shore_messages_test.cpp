@@ -293,7 +293,10 @@ TEST(ShoreFacts, AreReadAsTheyWereTold)
 
     CAttributeMap none;
     AddLease(none, {});
-    EXPECT_EQ(none.Find(L"Lease").Count(), 5) << "the metrics of a device stay the same whoever commands";
+    ASSERT_EQ(none.Find(L"Lease").Count(), 5) << "the metrics of a device stay the same whoever commands";
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(none.Find(L"Lease").GetChild(i).Value().Kind(), reserved.Find(L"Lease").GetChild(i).Value().Kind());
+    }
     EXPECT_EQ(LeaseIn(none), LeaseNews());
     EXPECT_EQ(LeaseIn({}), LeaseNews());
     EXPECT_EQ(LinkIn({}), std::nullopt);
