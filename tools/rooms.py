@@ -12,9 +12,9 @@ import sys
 
 # The folders that are shipped. What lies in a folder of the second row is one room with it.
 PRODUCT = ("protocol", "host", "values", "json", "commands", "operation", "authority", "outbox", "recording", "shell", "sparkplug",
-           "broker", "DeviceDLLs/QX5SonarConfiguration", "DeviceDLLs/X5SonarPicture", "reference_host", "simulator", "python", "cli")
+           "broker", "fleet", "DeviceDLLs/QX5SonarConfiguration", "DeviceDLLs/X5SonarPicture", "reference_host", "simulator", "python", "cli")
 WHOLE = ("protocol", "host", "values", "json", "commands", "operation", "authority", "outbox", "recording", "shell", "sparkplug", "broker",
-         "simulator", "cli/scenario")
+         "fleet", "simulator", "cli/scenario")
 SHORT = {"DeviceDLLs/QX5SonarConfiguration": "plug-in", "DeviceDLLs/X5SonarPicture": "picture"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+[<"]([^">]+)[">]', re.MULTILINE)
