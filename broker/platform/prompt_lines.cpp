@@ -42,6 +42,7 @@ void HoldNothingBack(std::uint16_t port)
         if (descriptor >= 0 && PeerPort(descriptor) == port) {
             int const yes = 1;
             ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+            ::setsockopt(descriptor, IPPROTO_TCP, TCP_THIN_LINEAR_TIMEOUTS, &yes, sizeof yes);
         }
     }
 }
