@@ -1,6 +1,7 @@
 // The broker's files, as texts.
 #include "authority/broker_access.h"
 
+#include "authority/shore_topics.h"
 #include "reference_host/common/path_text.h"
 #include "sparkplug/topic.h"
 
@@ -58,15 +59,17 @@ void AddVessel(Lines& lines, std::string const& group, std::string const& vessel
     for (char const* const kind : {"DBIRTH", "DDATA", "DDEATH"}) {
         lines.Add("topic write spBv1.0/{}/{}/{}/+", group, kind, vessel);
     }
-    lines.Add("topic write qx5/{}/{}/history", group, vessel);
-    lines.Add("topic write qx5/{}/{}/+/result/+", group, vessel);
+    for (ShoreTopic const& topic : {ShoreTopic{ShoreSubject::History, group, vessel, {}, {}},
+                                    ShoreTopic{ShoreSubject::Result, group, vessel, "+", "+"},
+                                    ShoreTopic{ShoreSubject::Detections, group, vessel, "+", {}}}) {
+        lines.Add("topic write {}", TopicText(topic));
+    }
     lines.Add("topic read spBv1.0/STATE/+");
     lines.Add("topic read spBv1.0/{}/NCMD/{}", group, vessel);
     lines.Add("topic read spBv1.0/{}/DCMD/{}/+", group, vessel);
-    for (char const* const asks : {"request", "lease"}) {
-        lines.Add("topic read qx5/{}/{}/+/{}/+", group, vessel, asks);
+    for (std::string const& filter : ShoreFiltersOfVessel(group, vessel)) {
+        lines.Add("topic read {}", filter);
     }
-    lines.Add("topic read qx5/{}/{}/ack/+", group, vessel);
 }
 
 void AddPerson(Lines& lines, std::string const& group, std::string const& person, Role role)
@@ -74,17 +77,19 @@ void AddPerson(Lines& lines, std::string const& group, std::string const& person
     lines.Add("\n# {}\nuser {}", ToText(role), person);
     lines.Add("topic read spBv1.0/{}/#", group);
     lines.Add("topic read spBv1.0/STATE/+");
-    lines.Add("topic read qx5/{}/+/history", group);
-    lines.Add("topic read qx5/{}/+/+/result/{}", group, person);
+    for (std::string const& filter : ShoreFiltersOfPerson(group, person)) {
+        lines.Add("topic read {}", filter);
+    }
+    lines.Add("topic write {}", TopicText({ShoreSubject::Look, group, "+", "+", person}));
     lines.Add("topic write spBv1.0/STATE/{}", person);
     // A vessel takes nothing from there but that it is to tell everything anew.
     lines.Add("topic write spBv1.0/{}/NCMD/+", group);
     if (role == Role::Watch) {
         return;
     }
-    lines.Add("topic write qx5/{}/+/+/lease/{}", group, person);
-    lines.Add("topic write qx5/{}/+/+/request/{}", group, person);
-    lines.Add("topic write qx5/{}/+/ack/{}", group, person);
+    lines.Add("topic write {}", TopicText({ShoreSubject::Lease, group, "+", "+", person}));
+    lines.Add("topic write {}", TopicText({ShoreSubject::Request, group, "+", "+", person}));
+    lines.Add("topic write {}", TopicText({ShoreSubject::Acknowledgement, group, "+", {}, person}));
     if (role == Role::Operate) {
         return;
     }
@@ -170,6 +175,8 @@ std::string ConfigurationText(BrokerPlan const& plan, std::filesystem::path cons
     lines.Add("allow_anonymous false");
     lines.Add("acl_file {}", path("access"));
     lines.Add("message_size_limit {}", greatestMessage);
+    lines.Add("# Otherwise each request and each answer is held back for 40 ms.");
+    lines.Add("set_tcp_nodelay true");
     return std::move(lines).Text();
 }
 

@@ -26,9 +26,9 @@ struct BrokerPlan
 /// characters, no blank at its ends; nobody is called as somebody else, Aboard or Unnamed.
 std::string FaultOf(BrokerPlan const& plan);
 
-/// mosquitto's access file. Vessels speak for themselves alone. All persons hear the group's vessels and ask them to
-/// tell everything anew; each asks for leases and of sonars in his own name alone, and hears his own results; who only
-/// watches asks for nothing.
+/// mosquitto's access file. Vessels speak for themselves alone. All persons hear the group's vessels, ask them to
+/// tell everything anew and tell them that they look; each asks for leases and of sonars in his own name alone, and
+/// hears his own results; who only watches asks for nothing else.
 std::string AccessText(BrokerPlan const& plan);
 
 /// mosquitto's configuration for what lies in that folder: TLS with certificates both ways, nobody without a name.

@@ -59,6 +59,13 @@ std::vector<Ratio> Promises()
         {"a water column of 512 x 1000 to its block announced, to a bare copy of its levels", "echo-block", "bare-copy",
          2.5},
         {"a refresh of the view in which nothing changed, tree of 2,000, ns", "view-refresh-unchanged", "", 100000.0},
+        {"an entry of 100 bytes into the outbox, 512 in a transaction, ns", "outbox-put", "", 5000.0},
+        {"the same, each in a transaction of its own, in memory", "outbox-put-alone", "", 50000.0},
+        {"100,000 metrics a second aboard to seen ashore, each, ns", "line-hurried", "", 10000.0},
+        {"the same, paced, p99, to the bare publisher of as many bytes", "line-paced", "bare-line-paced", 3.0, false,
+         true},
+        {"a value commanded ashore to seen ashore, to a bare round trip by that broker", "line-command",
+         "bare-broker-round-trip", 1.5},
         {"first show of the window with 3 sonars, ns of work", "window-first-show-3", "", 50000000.0},
         {"the same with 64", "window-first-show-64", "", 500000000.0},
         {"the window's thread in a second, 64 sonars at 50 pings/s, ns", "window-thread-64", "", 300000000.0},
@@ -219,6 +226,9 @@ int main(int argc, char** argv)
     }
     for (Case& putting : bench::OutboxCases()) {
         cases.push_back(std::move(putting));
+    }
+    for (Case& line : bench::BrokerCases()) {
+        cases.push_back(std::move(line));
     }
     for (Case& pinging : bench::RecordedPingCases(stage)) {
         cases.push_back(std::move(pinging));

@@ -111,6 +111,7 @@ std::vector<Case> EchoCases(Stage& stage);
 std::vector<Case> SounderCases();
 std::vector<Case> RecordingCases();
 std::vector<Case> OutboxCases();
+std::vector<Case> BrokerCases();
 std::vector<Case> RecordedPingCases(Stage& stage);
 /// How long range and overhead make a round of the case "round-of-two", ns: 100 m and 200 m at 1500 m/s, both ways,
 /// with an overhead of 120 percent.

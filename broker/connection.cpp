@@ -3,6 +3,7 @@
 #include "broker/connection.h"
 
 #include "broker/line_diagnosis.h"
+#include "broker/prompt_lines.h"
 
 #include <fmt/format.h>
 
@@ -18,6 +19,13 @@
 #include <utility>
 
 namespace qx5::broker {
+
+/// What a broker says of itself when it lets us in.
+struct BrokerLimits
+{
+    std::uint64_t receiveMaximum = 0; ///< how many of QoS 1 may be on the line at once
+    std::uint64_t packetBytes = 0;    ///< the largest packet that it takes
+};
 
 /// What a thread of the library puts down.
 struct Event
@@ -35,32 +43,40 @@ struct Event
     std::uint64_t session = 0; ///< which attempt it is of
     std::string topic;         ///< or why it failed
     std::string payload;
-    std::uint64_t number = 0; ///< of a publication; of Connected, how many of QoS 1 may be on the line at once
+    std::uint64_t number = 0; ///< of a publication
     bool isGood = false;
+    BrokerLimits limits; ///< of Connected
 };
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// MQTT's, where a broker tells none.
+// MQTT's, where a broker tells none.
 constexpr std::uint16_t greatestReceiveMaximum = 65535;
+constexpr std::uint64_t greatestPacket = 268'435'460;
+/// Of a publication, beside topic and payload: its kind, lengths, number and properties.
+constexpr std::size_t greatestHeader = 16;
 
 /// What the broker itself said when it refused; empty when it said nothing.
 std::string WhatTheBrokerSays(mqtt::token const& token)
 {
-    // Codes from 128 on are refusals.
-    auto const code = static_cast<int>(token.get_reason_code());
+    // Codes from 128 on are refusals of MQTT. What the library says itself is negative.
+    auto const code = token.get_return_code();
     return code >= 0x80 ? mqtt::exception::reason_code_str(code) : std::string();
 }
 
-/// How many publications of QoS 1 the broker takes before it has acknowledged one.
-std::uint64_t ReceiveMaximum(mqtt::token const& connecting)
+BrokerLimits LimitsOf(mqtt::token const& connecting)
 {
     auto const properties = connecting.get_connect_response().get_properties();
-    return properties.contains(mqtt::property::RECEIVE_MAXIMUM)
-               ? mqtt::get<std::uint16_t>(properties, mqtt::property::RECEIVE_MAXIMUM)
-               : greatestReceiveMaximum;
+    BrokerLimits limits{greatestReceiveMaximum, greatestPacket};
+    if (properties.contains(mqtt::property::RECEIVE_MAXIMUM)) {
+        limits.receiveMaximum = mqtt::get<std::uint16_t>(properties, mqtt::property::RECEIVE_MAXIMUM);
+    }
+    if (properties.contains(mqtt::property::MAXIMUM_PACKET_SIZE)) {
+        limits.packetBytes = mqtt::get<std::uint32_t>(properties, mqtt::property::MAXIMUM_PACKET_SIZE);
+    }
+    return limits;
 }
 
 } // namespace
@@ -109,7 +125,7 @@ private:
     void Run();
     void Attempt();
     void Take(Event& event);
-    void TakeConnected(std::uint64_t receiveMaximum);
+    void TakeConnected(BrokerLimits const& limits);
     void TakeSubscribed(bool isGood);
     void GiveUp(std::string reason);
     void Leave(std::string reason);
@@ -133,7 +149,7 @@ private:
     std::deque<std::pair<std::uint64_t, Publication>> m_held;
     bool m_isHandingOver = false;
     std::uint64_t m_onTheLine = 0; ///< of QoS 1, which the library has and the broker has not acknowledged
-    std::uint64_t m_receiveMaximum = 0;
+    BrokerLimits m_limits;
     std::uint64_t m_nextNumber = 1;
     SessionPointer m_open; ///< what may be published on
     LineStatus m_status;
@@ -164,7 +180,7 @@ public:
     {
         // With set_callback the library would tell twice that it is connected, and we would subscribe twice.
         m_client.set_message_callback([this](mqtt::const_message_ptr const& message) {
-            m_body.Post({Event::Kind::Message, m_number, message->get_topic(), message->to_string(), 0, true});
+            m_body.Post({Event::Kind::Message, m_number, message->get_topic(), message->to_string(), 0, true, {}});
         });
         m_client.set_connection_lost_handler([this](std::string const&) { Post(Event::Kind::Lost, {}, false); });
     }
@@ -179,6 +195,8 @@ public:
         connect.set_keep_alive_interval(options.keepAlive);
         connect.set_connect_timeout(std::chrono::ceil<std::chrono::seconds>(options.connectLimit));
         connect.set_max_inflight(greatestReceiveMaximum);
+        connect.set_properties(mqtt::properties{
+            {mqtt::property::MAXIMUM_PACKET_SIZE, static_cast<std::int32_t>(options.incomingMessageBytes)}});
         if (will) {
             connect.set_will_message(mqtt::message(will->topic, will->payload, will->qos, will->isRetained));
         }
@@ -241,7 +259,7 @@ private:
         void on_success(mqtt::token const& token) override
         {
             if (m_kind == Event::Kind::Connected) {
-                m_session.Post(m_kind, {}, true, ReceiveMaximum(token));
+                m_session.m_body.Post({m_kind, m_session.m_number, {}, {}, 0, true, LimitsOf(token)});
                 return;
             }
             auto const codes = token.get_subscribe_response().get_reason_codes();
@@ -270,7 +288,7 @@ private:
         void Tell(mqtt::token const& token, bool isGood)
         {
             auto const number = *static_cast<std::uint64_t const*>(token.get_user_context());
-            m_session.m_body.Post({Event::Kind::Completed, m_session.m_number, {}, {}, number, isGood});
+            m_session.m_body.Post({Event::Kind::Completed, m_session.m_number, {}, {}, number, isGood, {}});
             std::lock_guard const lock(m_session.m_numbersMutex);
             m_session.m_numbers.erase(number);
         }
@@ -286,9 +304,9 @@ private:
         return create;
     }
 
-    void Post(Event::Kind kind, std::string text, bool isGood, std::uint64_t number = 0)
+    void Post(Event::Kind kind, std::string text, bool isGood)
     {
-        m_body.Post({kind, m_number, std::move(text), {}, number, isGood});
+        m_body.Post({kind, m_number, std::move(text), {}, 0, isGood, {}});
     }
 
     Body& m_body;
@@ -344,9 +362,11 @@ std::optional<std::uint64_t> Connection::Body::Publish(Publication const& public
     {
         std::lock_guard const lock(m_mutex);
         auto const bytes = publication.topic.size() + publication.payload.size();
-        if (!m_open || m_outgoing.size() >= m_options.outgoingMessages ||
+        bool const isTooLarge = m_open && bytes + greatestHeader > m_limits.packetBytes;
+        if (!m_open || isTooLarge || m_outgoing.size() >= m_options.outgoingMessages ||
             m_outgoingBytes + bytes > m_options.outgoingBytes) {
             ++m_counts.refused;
+            m_counts.tooLarge += isTooLarge ? 1 : 0;
             return std::nullopt;
         }
         number = m_nextNumber++;
@@ -368,7 +388,7 @@ void Connection::Body::HandOver()
         return; // whoever is at it goes on with the rest, in order
     }
     m_isHandingOver = true;
-    while (!m_held.empty() && (m_held.front().second.qos == 0 || m_onTheLine < m_receiveMaximum)) {
+    while (!m_held.empty() && (m_held.front().second.qos == 0 || m_onTheLine < m_limits.receiveMaximum)) {
         auto const [number, publication] = std::move(m_held.front());
         m_held.pop_front();
         m_onTheLine += publication.qos > 0 ? 1 : 0;
@@ -378,7 +398,7 @@ void Connection::Body::HandOver()
         try {
             session->Publish(publication, number);
         } catch (mqtt::exception const&) {
-            Post({Event::Kind::Completed, sessionNumber, {}, {}, number, false});
+            Post({Event::Kind::Completed, sessionNumber, {}, {}, number, false, {}});
         }
         session.reset();
         lock.lock();
@@ -502,7 +522,7 @@ void Connection::Body::Take(Event& event)
 {
     switch (event.kind) {
     case Event::Kind::Connected:
-        TakeConnected(event.number);
+        TakeConnected(event.limits);
         break;
     case Event::Kind::Failed:
         GiveUp(std::move(event.topic));
@@ -531,12 +551,13 @@ void Connection::Body::Take(Event& event)
     }
 }
 
-void Connection::Body::TakeConnected(std::uint64_t receiveMaximum)
+void Connection::Body::TakeConnected(BrokerLimits const& limits)
 {
     {
         std::lock_guard const lock(m_mutex);
-        m_receiveMaximum = receiveMaximum;
+        m_limits = limits;
     }
+    HoldNothingBack(m_options.address.port);
     if (m_filters.empty()) {
         TakeSubscribed(true);
         return;

@@ -36,6 +36,8 @@ struct ConnectionOptions
     std::size_t outgoingMessages = 10'000;
     /// What has arrived and the hooks have not taken yet.
     std::size_t incomingBytes = std::size_t{64} << 20;
+    /// The broker keeps back what is larger, and nobody tells us of it: one message with its topic and what MQTT adds.
+    std::uint32_t incomingMessageBytes = std::uint32_t{5} << 20;
     std::chrono::seconds keepAlive{20};
     std::chrono::milliseconds connectLimit{15'000}; ///< for one attempt
     std::chrono::milliseconds leastPause{500};      ///< between attempts; doubled each time
@@ -62,7 +64,8 @@ struct ConnectionCounts
     std::uint64_t attempts = 0;
     std::uint64_t connections = 0;
     std::uint64_t published = 0;
-    std::uint64_t refused = 0; ///< for which there was no room, or no connection
+    std::uint64_t refused = 0;  ///< for which there was no room, or no connection, or that were too large
+    std::uint64_t tooLarge = 0; ///< for the broker, which says at each connection what it takes
     std::uint64_t received = 0;
     std::uint64_t shed = 0; ///< that arrived faster than they were taken, and are gone
 };
@@ -86,6 +89,9 @@ struct ConnectionHooks
 /// Every session begins clean: the broker keeps nothing for us, and whatever must not be lost is kept by those who send
 /// it. A lost connection is made again with a pause that grows until one has stood for as long as the pause was.
 ///
+/// The first of a process is made within some 100 ms, each further one takes two seconds: the client library looks once
+/// a second for lines that were opened meanwhile, and needs two such looks.
+///
 /// Any thread may call, several at once.
 class Connection
 {
@@ -100,8 +106,9 @@ public:
     /// Begins; once.
     void Start();
 
-    /// Its number, from 1 on; nothing when there is no connection, or no room: it is then not sent, and counted. Never
-    /// waits for the line. What became of it may be told before this returns.
+    /// Its number, from 1 on; nothing when there is no connection, or no room, or when it is larger than the broker
+    /// takes: it is then not sent, and counted. Never waits for the line. What became of it may be told before this
+    /// returns.
     std::optional<std::uint64_t> Publish(Publication const& publication);
 
     /// Ends this connection, without its will, and makes another.

@@ -9,6 +9,7 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 #include <fmt/format.h>
@@ -171,25 +172,33 @@ std::uint64_t ActionLog::Lost() const
     return m_lost;
 }
 
-void ActionLog::OnActionStands(Action const& action)
+std::vector<vordal::StoredAction> RowsOf(Action const& action, std::string const& sonarName)
 {
     std::vector<vordal::StoredAction> rows;
     for (ActionValue const& value : ValuesOf(action)) {
         rows.push_back({.time = std::isfinite(action.time) ? action.time : 0.0,
                         .who = WhoText(action),
                         .sonar = action.sonar,
-                        .sonarName = {},
+                        .sonarName = sonarName,
                         .key = value.path,
                         .before = JsonText(value.before),
                         .asked = JsonText(value.asked),
                         .result = ResultText(action, value)});
     }
-    std::lock_guard const lock(m_mutex);
-    auto const name = m_names.find(action.sonar.GetKey());
-    for (vordal::StoredAction& row : rows) {
-        row.sonarName = name != m_names.end() ? name->second : tvcore::ToUtf8(action.sonar.GetKey());
-        m_rows.push_back(std::move(row));
+    return rows;
+}
+
+void ActionLog::OnActionStands(Action const& action)
+{
+    std::string name;
+    {
+        std::lock_guard const lock(m_mutex);
+        auto const found = m_names.find(action.sonar.GetKey());
+        name = found != m_names.end() ? found->second : tvcore::ToUtf8(action.sonar.GetKey());
     }
+    auto rows = RowsOf(action, name);
+    std::lock_guard const lock(m_mutex);
+    std::move(rows.begin(), rows.end(), std::back_inserter(m_rows));
     while (m_rows.size() > GreatestWaiting) {
         m_rows.pop_front();
         ++m_first;

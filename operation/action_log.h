@@ -24,6 +24,9 @@ std::string PlainText(CVordalType const* value);
 /// A field of a table as RFC 4180 has it: in quotes where it needs them.
 std::string CsvField(std::string const& text);
 
+/// A row for each key of the action, none where it changes nothing. `sonarName` is what the operator calls the sonar.
+std::vector<vordal::StoredAction> RowsOf(Action const& action, std::string const& sonarName);
+
 /// Collects a row for each key of each action until they are written into a project; what changes nothing and what the
 /// sonar tells of itself is none. Any thread, except for what it listens to. Beyond GreatestWaiting the oldest rows
 /// give way and are counted.

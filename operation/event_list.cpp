@@ -116,6 +116,8 @@ void EventList::Put(Event event)
     if (event.time == 0.0) {
         event.time = CExTime::GetCurTime();
     }
+    auto const listener = m_listener.Get();
+    std::optional<Event> heard;
     bool isFirst = false;
     {
         std::lock_guard const lock(m_mutex);
@@ -125,6 +127,9 @@ void EventList::Put(Event event)
                                                       : tvcore::ToUtf8(event.sonar.GetKey());
         event.number = ++m_number;
         isFirst = m_events.empty();
+        if (listener != nullptr) {
+            heard = event;
+        }
         m_events.push_back(std::move(event));
         if (m_events.size() > GreatestCount) {
             m_events.pop_front();
@@ -133,6 +138,9 @@ void EventList::Put(Event event)
     }
     if (isFirst && m_wake) {
         m_wake();
+    }
+    if (heard) {
+        listener->OnEvent(*heard);
     }
 }
 

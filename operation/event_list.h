@@ -2,12 +2,14 @@
 #pragma once
 
 #include "operation/action_listener.h"
+#include "operation/exchanged_pointer.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -58,6 +60,14 @@ struct Event
 /// The event in one line, as a status bar shows it: "Bow: x5Range: asked 99999 m, the sonar has 500 m".
 std::string StatusLine(Event const& event);
 
+/// Hears of each event, on the thread that puts it in, with no lock held; must not wait.
+class EventListener
+{
+public:
+    virtual ~EventListener() = default;
+    virtual void OnEvent(Event const& event) = 0;
+};
+
 /// Keeps the newest events until they are taken; beyond GreatestCount the oldest give way and are counted. Any thread;
 /// the lock is held for moving an event in or the whole content out, nothing else.
 class EventList final : public ActionListener
@@ -72,6 +82,9 @@ public:
     /// Called with no lock held when the first event begins to wait, on the thread that puts it in; must not fail.
     /// Before the first event.
     void SetWake(std::function<void()> wake) { m_wake = std::move(wake); }
+
+    /// Beside whoever takes the events; null for nobody. A call that is under way then may still end after that.
+    void SetListener(std::shared_ptr<EventListener> listener) { m_listener.Set(std::move(listener)); }
 
     /// Number and name are the list's, and the time where it is 0.
     void Put(Event event);
@@ -92,6 +105,7 @@ private:
     void PutValues(Action const& action, Event const& like);
 
     std::function<void()> m_wake;
+    ExchangedPointer<EventListener> m_listener;
     std::mutex m_mutex; ///< guards what follows
     std::map<CString, std::string> m_names;
     std::deque<Event> m_events;

@@ -14,7 +14,7 @@ OperatorDesk::OperatorDesk(FollowerOptions options)
     : m_watch(options.steadyClock), m_lease(options.steadyClock), m_follower(std::move(options))
 {
     for (ActionListener* const listener : std::initializer_list<ActionListener*>{
-             &m_tap, &m_outsideTap, &m_watch, &m_held, &m_log, &m_events, &m_history, &m_presets}) {
+             &m_tap, &m_outsideTap, &m_shoreTap, &m_watch, &m_held, &m_log, &m_events, &m_history, &m_presets}) {
         m_follower.AddListener(*listener);
     }
 }

@@ -77,6 +77,8 @@ public:
     ActionTap& Tap() { return m_tap; }
     /// For who watches on behalf of other programs.
     ActionTap& OutsideTap() { return m_outsideTap; }
+    /// For who tells it to people ashore.
+    ActionTap& ShoreTap() { return m_shoreTap; }
 
 private:
     /// Who has no lease hears of that first.
@@ -93,6 +95,7 @@ private:
     PresetLoads m_presets;
     ActionTap m_tap;
     ActionTap m_outsideTap;
+    ActionTap m_shoreTap;
     std::atomic<vordal::RequestGuard*> m_firstGuard{nullptr};
     RequestFollower m_follower;
     /// By the text of the id: whether a connection stood, and was lost since.

@@ -81,6 +81,7 @@ public:
     void SetNode(CAttributeMap const& metrics);
     void SetDevice(std::string_view name, CAttributeMap const& tree);
     void SetReserved(std::string_view name, CAttributeMap const& metrics);
+    void TellReservedAgain(std::string_view name);
     void RemoveDevice(std::string_view name);
     void Receive(std::string_view topic, std::string_view payload);
     void Tick() { Act(m_clock()); }
@@ -248,6 +249,15 @@ void EdgeNode::Body::SetReserved(std::string_view name, CAttributeMap const& met
         found->second.isBorn = found->second.isUnborn = false;
     }
     Act(now);
+}
+
+void EdgeNode::Body::TellReservedAgain(std::string_view name)
+{
+    if (auto const found = m_devices.find(name); found != m_devices.end()) {
+        auto const now = m_clock();
+        found->second.reserved.SeeAgain(now.steady, now.utc);
+        Act(now);
+    }
 }
 
 void EdgeNode::Body::RemoveDevice(std::string_view name)
@@ -578,6 +588,11 @@ void EdgeNode::SetDevice(std::string_view device, CAttributeMap const& tree)
 void EdgeNode::SetReserved(std::string_view device, CAttributeMap const& metrics)
 {
     m_body->SetReserved(device, metrics);
+}
+
+void EdgeNode::TellReservedAgain(std::string_view device)
+{
+    m_body->TellReservedAgain(device);
 }
 
 void EdgeNode::RemoveDevice(std::string_view device)

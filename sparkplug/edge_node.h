@@ -120,6 +120,8 @@ public:
     /// What is told beside the attributes of a device, below LeaseBranch and the like. Nothing of a device that is not
     /// there.
     void SetReserved(std::string_view device, CAttributeMap const& metrics);
+    /// Tells once more what SetReserved said last, for those who go by hearing it each second.
+    void TellReservedAgain(std::string_view device);
     /// Tells the device's death.
     void RemoveDevice(std::string_view device);
 

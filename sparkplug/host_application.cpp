@@ -2,13 +2,13 @@
 #include "sparkplug/host_application.h"
 
 #include "sparkplug/metric_name.h"
+#include "sparkplug/metric_tree.h"
 #include "sparkplug/metric_value.h"
 #include "sparkplug/sequence_number.h"
 #include "sparkplug/shown_text.h"
 
 #include <protocol/utf8.h>
 #include <reference_host/attributes/tree_merge.h>
-#include <values/vordal_value.h>
 
 #include <fmt/format.h>
 
@@ -51,53 +51,20 @@ std::optional<double> NumberOf(WireValue const& value)
 
 void TakeProperties(std::vector<Property> const& properties, BornMetric& metric)
 {
+    if (auto const kind = KindTextOf(properties); !kind.empty()) {
+        metric.kind = kind;
+    }
+    metric.flags = FlagsIn(properties).value_or(metric.flags);
     for (Property const& property : properties) {
         auto const* const text = std::get_if<std::string>(&property.value);
-        if (property.key == KindProperty && text != nullptr) {
-            metric.kind = *text;
-        } else if (property.key == UnitProperty && text != nullptr) {
+        if (property.key == UnitProperty && text != nullptr) {
             metric.facts.unit = *text;
         } else if (property.key == LowProperty) {
             metric.facts.low = NumberOf(property.value);
         } else if (property.key == HighProperty) {
             metric.facts.high = NumberOf(property.value);
-        } else if (property.key == FlagsProperty) {
-            auto const flags = ValueOfWire(property.value, DataType::UInt32, {});
-            auto const* const number = flags ? std::get_if<std::uint32_t>(&*flags) : nullptr;
-            metric.flags = number != nullptr ? *number : 0;
         }
     }
-}
-
-/// Where an attribute of that name stands. An occurrence whose forerunner is not there is none: others number as they
-/// like.
-std::vector<NameLevel> PlaceIn(CAttributeMap const& tree, std::string_view name)
-{
-    auto levels = LevelsOfName(name);
-    CAttributeMap const* parent = &tree;
-    for (NameLevel& level : levels) {
-        if (level.occurrence > parent->Count(AttributeKey(level.key))) {
-            level.key += L"[" + std::to_wstring(level.occurrence + 1) + L"]";
-            level.occurrence = 0;
-        }
-        parent = &parent->Find(AttributeKey(level.key), level.occurrence);
-    }
-    return levels;
-}
-
-void SetAt(CAttributeMap& tree, std::vector<NameLevel> const& place, protocol::Value const& value, unsigned flags)
-{
-    auto made = MakeVordal(value);
-    if (place.size() == 1 && place.front().occurrence == 0) {
-        vordal::SetChildValue(tree, AttributeKey(place.front().key), made ? *made : CVordalType::Empty(), flags);
-        return;
-    }
-    auto* node = &tree;
-    for (NameLevel const& level : place) {
-        node = &node->FindCreate(AttributeKey(level.key), level.occurrence);
-    }
-    node->ReplaceValue(made.release());
-    node->SetFlags(flags);
 }
 
 std::string ShownName(SeenName const& name)

@@ -17,7 +17,7 @@ namespace qx5::sparkplug {
 
 namespace {
 
-constexpr std::array reservedBranches{LeaseBranch, DeviceControlBranch, NodeControlBranch};
+constexpr std::array reservedBranches{LeaseBranch, DeviceControlBranch, NodeControlBranch, LinkBranch};
 
 bool IsControl(char32_t c)
 {

@@ -13,10 +13,12 @@
 
 namespace qx5::sparkplug {
 
-/// Below this stand, beside the attributes of a device, who commands it, and what Sparkplug itself has names for.
+/// Below these stand, beside the attributes of a device, who commands it, what Sparkplug itself has names for, and how
+/// the connection of a sonar to its vessel is.
 inline constexpr std::string_view LeaseBranch = "Lease";
 inline constexpr std::string_view DeviceControlBranch = "Device Control";
 inline constexpr std::string_view NodeControlBranch = "Node Control";
+inline constexpr std::string_view LinkBranch = "Link";
 
 /// An attribute among its siblings.
 struct NameLevel

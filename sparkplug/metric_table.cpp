@@ -225,6 +225,30 @@ void MetricTable::AppendBirth(std::vector<Metric>& metrics, std::uint64_t utc, s
     }
 }
 
+void MetricTable::SeeAgain(Time now, std::uint64_t utc)
+{
+    if (m_isNew) {
+        return;
+    }
+    std::vector<std::pair<CAttributeMap::const_iterator, CAttributeMap::const_iterator>> levels{
+        {m_tree.begin(), m_tree.end()}};
+    std::uint32_t number = 0;
+    while (!levels.empty()) {
+        auto& [next, end] = levels.back();
+        if (next == end) {
+            levels.pop_back();
+            continue;
+        }
+        CAttributeMap const& node = *next;
+        ++next;
+        if (!m_rows[number].name.empty()) {
+            Note(number, node, now, utc);
+        }
+        ++number;
+        levels.emplace_back(node.begin(), node.end());
+    }
+}
+
 void MetricTable::AppendDue(std::vector<Metric>& metrics, Time now, std::size_t bytes)
 {
     std::size_t taken = 0;

@@ -45,6 +45,9 @@ public:
     /// nothing.
     bool See(CAttributeMap const& tree, Time now, std::uint64_t utc);
 
+    /// All metrics wait as if they had changed, unless a birth is to tell them.
+    void SeeAgain(Time now, std::uint64_t utc);
+
     /// All metrics, for a birth, with what waited. Those that are others than at the birth before have aliases from
     /// `nextAlias` on, which is moved behind them.
     void AppendBirth(std::vector<Metric>& metrics, std::uint64_t utc, std::uint64_t& nextAlias);

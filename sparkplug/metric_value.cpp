@@ -175,6 +175,29 @@ std::string_view KindText(Kind kind)
                                                                               : std::string_view();
 }
 
+std::string_view KindTextOf(std::vector<Property> const& properties)
+{
+    for (Property const& property : properties) {
+        if (auto const* const text = std::get_if<std::string>(&property.value);
+            property.key == KindProperty && text != nullptr) {
+            return *text;
+        }
+    }
+    return {};
+}
+
+std::optional<std::uint32_t> FlagsIn(std::vector<Property> const& properties)
+{
+    for (Property const& property : properties) {
+        if (property.key == FlagsProperty) {
+            auto const flags = ValueOfWire(property.value, DataType::UInt32, {});
+            auto const* const number = flags ? std::get_if<std::uint32_t>(&*flags) : nullptr;
+            return number != nullptr ? *number : 0;
+        }
+    }
+    return std::nullopt;
+}
+
 Kind KindOfValue(Value const& value)
 {
     return protocol::IsEmpty(value) ? Kind::Branch : static_cast<Kind>(value.index() - 1);

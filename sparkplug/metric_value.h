@@ -5,8 +5,10 @@
 
 #include <protocol/value.h>
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace qx5::sparkplug {
 
@@ -21,6 +23,10 @@ inline constexpr std::string_view FlagsProperty = "flags";
 DataType DataTypeOf(protocol::Kind kind);
 /// What KindProperty says of that kind; empty where the data type alone tells it.
 std::string_view KindText(protocol::Kind kind);
+/// What KindProperty says among these; empty where it is not there. Valid as long as they are.
+std::string_view KindTextOf(std::vector<Property> const& properties);
+/// The flags that FlagsProperty tells among these; nothing where it is not there.
+std::optional<std::uint32_t> FlagsIn(std::vector<Property> const& properties);
 /// The kind of a value, Branch for none.
 protocol::Kind KindOfValue(protocol::Value const& value);
 

@@ -16,7 +16,6 @@ namespace qx5::sparkplug {
 
 namespace {
 
-constexpr std::string_view nameSpace = "spBv1.0";
 constexpr std::string_view stateLevel = "STATE";
 
 /// In the order of the kinds.
@@ -79,7 +78,7 @@ std::string TopicText(Topic const& topic)
     if (topic.kind == MessageKind::HostState) {
         return HostStateTopic(topic.host);
     }
-    auto text = fmt::format("{}/{}/{}/{}", nameSpace, topic.group, NameOf(topic.kind), topic.node);
+    auto text = fmt::format("{}/{}/{}/{}", TopicNamespace, topic.group, NameOf(topic.kind), topic.node);
     if (IsOfDevice(topic.kind)) {
         text += '/';
         text += topic.device;
@@ -94,8 +93,8 @@ std::optional<Topic> ParseTopic(std::string_view text, std::string& error)
         error = fmt::format("{} is no topic of Sparkplug B: {}", ShownText(text), why);
         return std::nullopt;
     };
-    if (levels[0] != nameSpace) {
-        return refuse(fmt::format("it does not begin with {}", nameSpace));
+    if (levels[0] != TopicNamespace) {
+        return refuse(fmt::format("it does not begin with {}", TopicNamespace));
     }
     Topic topic;
     std::vector<std::pair<std::string_view, std::string_view>> names;
@@ -135,22 +134,22 @@ std::optional<Topic> ParseTopic(std::string_view text, std::string& error)
 
 std::string GroupFilter(std::string_view group)
 {
-    return fmt::format("{}/{}/#", nameSpace, group);
+    return fmt::format("{}/{}/#", TopicNamespace, group);
 }
 
 std::string NodeCommandFilter(std::string_view group, std::string_view node)
 {
-    return fmt::format("{}/{}/{}/{}", nameSpace, group, NameOf(MessageKind::NodeCommand), node);
+    return fmt::format("{}/{}/{}/{}", TopicNamespace, group, NameOf(MessageKind::NodeCommand), node);
 }
 
 std::string DeviceCommandFilter(std::string_view group, std::string_view node)
 {
-    return fmt::format("{}/{}/{}/{}/+", nameSpace, group, NameOf(MessageKind::DeviceCommand), node);
+    return fmt::format("{}/{}/{}/{}/+", TopicNamespace, group, NameOf(MessageKind::DeviceCommand), node);
 }
 
 std::string HostStateTopic(std::string_view host)
 {
-    return fmt::format("{}/{}/{}", nameSpace, stateLevel, host);
+    return fmt::format("{}/{}/{}", TopicNamespace, stateLevel, host);
 }
 
 } // namespace qx5::sparkplug

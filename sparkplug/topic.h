@@ -21,6 +21,9 @@ enum class MessageKind
     HostState, ///< of a program ashore
 };
 
+/// The first level of all topics.
+inline constexpr std::string_view TopicNamespace = "spBv1.0";
+
 /// What the third level of a topic says: "NBIRTH". Empty for the state of a host, whose topics have none.
 std::string_view NameOf(MessageKind kind);
 /// Whether it is of a device and not of the edge node itself.

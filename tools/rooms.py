@@ -12,8 +12,8 @@ import sys
 
 # The folders that are shipped. What lies in a folder of the second row is one room with it.
 PRODUCT = ("protocol", "host", "values", "json", "commands", "operation", "authority", "outbox", "recording", "shell", "sparkplug",
-           "broker", "DeviceDLLs/QX5SonarConfiguration", "DeviceDLLs/X5SonarPicture", "reference_host", "simulator", "python", "cli")
-WHOLE = ("protocol", "host", "values", "json", "commands", "operation", "authority", "outbox", "recording", "shell", "sparkplug", "broker",
+           "broker", "vessel", "fleet", "DeviceDLLs/QX5SonarConfiguration", "DeviceDLLs/X5SonarPicture", "reference_host", "simulator", "python", "cli")
+WHOLE = ("protocol", "host", "values", "json", "commands", "operation", "authority", "outbox", "recording", "shell", "sparkplug", "broker", "vessel", "fleet",
          "simulator", "cli/scenario")
 SHORT = {"DeviceDLLs/QX5SonarConfiguration": "plug-in", "DeviceDLLs/X5SonarPicture": "picture"}
 

@@ -1,10 +1,11 @@
 // A line to the broker tried step by step, until something goes wrong.
 #include "broker/line_diagnosis.h"
 
+#include "broker/platform/certificate.h"
+
 #include <fmt/format.h>
 
 #include <openssl/err.h>
-#include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
@@ -27,18 +28,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-template <auto Free>
-struct FreeBy
-{
-    template <typename T>
-    void operator()(T* held) const
-    {
-        Free(held);
-    }
-};
 using Context = std::unique_ptr<SSL_CTX, FreeBy<SSL_CTX_free>>;
 using Session = std::unique_ptr<SSL, FreeBy<SSL_free>>;
-using Certificate = std::unique_ptr<X509, FreeBy<X509_free>>;
 using File = std::unique_ptr<std::FILE, FreeBy<std::fclose>>;
 using Addresses = std::unique_ptr<addrinfo, FreeBy<freeaddrinfo>>;
 
@@ -103,18 +94,6 @@ std::string LastError()
     auto const* const text = ERR_reason_error_string(number);
     ERR_clear_error();
     return text != nullptr ? text : "the line was closed";
-}
-
-/// The first certificate of a file; null when there is none.
-Certificate ReadCertificate(std::filesystem::path const& file)
-{
-    File const opened(std::fopen(file.c_str(), "re"));
-    Certificate read;
-    if (opened) {
-        read.reset(PEM_read_X509(opened.get(), nullptr, nullptr, nullptr));
-    }
-    ERR_clear_error();
-    return read;
 }
 
 std::string DayOf(ASN1_TIME const* time)

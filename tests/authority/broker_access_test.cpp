@@ -199,6 +199,11 @@ protected:
     std::unique_ptr<ChildProcess> broker;
 };
 
+TEST(BrokerPlans, HoldNoSmallMessageBack)
+{
+    EXPECT_THAT(ConfigurationText(Plan(), "/folder"), HasSubstr("\nset_tcp_nodelay true\n"));
+}
+
 TEST_F(BrokerAccess, AWatcherCannotCommand)
 {
     auto const vega = Hear("Vega");
@@ -212,7 +217,9 @@ TEST_F(BrokerAccess, AWatcherCannotCommand)
     Say("otto", "qx5/north/Vega/ack/ada", "in another's name");
     Say("otto", "spBv1.0/north/DCMD/Vega/Bow", "in nobody's name");
     Say("otto", "qx5/north/Altair/Bow/request/otto", "for another vessel");
+    Say("otto", "qx5/north/Vega/Bow/look/wanda", "in another's name");
     Say("wanda", "spBv1.0/north/NCMD/Vega", "tell everything anew");
+    Say("wanda", "qx5/north/Vega/Bow/look/wanda", "watchers look");
     Say("ada", "spBv1.0/north/DCMD/Vega/Bow", "administrators may");
     Say("otto", "qx5/north/Vega/Bow/lease/otto", "asks");
     Say("otto", "qx5/north/Vega/ack/otto", "has");
@@ -220,6 +227,7 @@ TEST_F(BrokerAccess, AWatcherCannotCommand)
     ASSERT_TRUE(vega->WaitForOutput("request/otto last")) << vega->Output();
     EXPECT_THAT(Heard(*vega),
                 ElementsAre("spBv1.0/north/NCMD/Vega tell everything anew",
+                            "qx5/north/Vega/Bow/look/wanda watchers look",
                             "spBv1.0/north/DCMD/Vega/Bow administrators may", "qx5/north/Vega/Bow/lease/otto asks",
                             "qx5/north/Vega/ack/otto has", "qx5/north/Vega/Bow/request/otto last"));
 }
@@ -232,21 +240,23 @@ TEST_F(BrokerAccess, AVesselCannotSpeakForAnother)
         for (std::string const topic :
              {"spBv1.0/north/NBIRTH/Vega", "spBv1.0/north/NDATA/Vega", "spBv1.0/north/NDEATH/Vega",
               "spBv1.0/north/DBIRTH/Vega/Bow", "spBv1.0/north/DDATA/Vega/Bow", "spBv1.0/north/DDEATH/Vega/Bow",
-              "qx5/north/Vega/history", "qx5/north/Vega/Bow/result/otto", "spBv1.0/STATE/otto"}) {
+              "qx5/north/Vega/history", "qx5/north/Vega/Bow/result/otto", "qx5/north/Vega/Bow/detections",
+              "spBv1.0/STATE/otto"}) {
             Say(who, topic, "forbidden");
         }
     }
     Say("Vega", "spBv1.0/north/NBIRTH/Vega", "its own");
     Say("Vega", "spBv1.0/north/DDATA/Vega/Bow", "its own");
     Say("Vega", "qx5/north/Vega/Bow/result/otto", "for otto alone");
+    Say("Vega", "qx5/north/Vega/Bow/detections", "for all");
     Say("Altair", "qx5/north/Altair/history", "last");
     ASSERT_TRUE(wanda->WaitForOutput("history last"));
     ASSERT_TRUE(otto->WaitForOutput("history last"));
     EXPECT_THAT(Heard(*wanda), ElementsAre("spBv1.0/north/NBIRTH/Vega its own", "spBv1.0/north/DDATA/Vega/Bow its own",
-                                           "qx5/north/Altair/history last"));
-    EXPECT_THAT(Heard(*otto),
-                ElementsAre("spBv1.0/north/NBIRTH/Vega its own", "spBv1.0/north/DDATA/Vega/Bow its own",
-                            "qx5/north/Vega/Bow/result/otto for otto alone", "qx5/north/Altair/history last"));
+                                           "qx5/north/Vega/Bow/detections for all", "qx5/north/Altair/history last"));
+    EXPECT_THAT(Heard(*otto), ElementsAre("spBv1.0/north/NBIRTH/Vega its own", "spBv1.0/north/DDATA/Vega/Bow its own",
+                                          "qx5/north/Vega/Bow/result/otto for otto alone",
+                                          "qx5/north/Vega/Bow/detections for all", "qx5/north/Altair/history last"));
 }
 
 TEST_F(BrokerAccess, AnUnknownCertificateHearsNothing)

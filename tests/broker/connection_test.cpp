@@ -9,6 +9,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -389,6 +390,90 @@ TEST(BrokerThatIsNone, AnotherProgramAnswers)
     EXPECT_EQ(plain(web), "what answers at " + Place(web.port) + " does not answer as a broker");
     EXPECT_EQ(plain(closing), "what answers at " + Place(closing.port) + " does not answer as a broker");
     EXPECT_EQ(plain(silent), "what answers at " + Place(silent.port) + " does not answer as a broker");
+}
+
+/// Of the process's lines to that port, whether each sends what it is given at once.
+std::vector<bool> PromptLinesTo(std::uint16_t port)
+{
+    std::vector<bool> prompt;
+    for (int descriptor = 0; descriptor < 1024; ++descriptor) {
+        sockaddr_in peer{};
+        socklen_t size = sizeof peer;
+        int isPrompt = 0;
+        socklen_t wide = sizeof isPrompt;
+        if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 && ntohs(peer.sin_port) == port &&
+            ::getsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &isPrompt, &wide) == 0) {
+            prompt.push_back(isPrompt != 0);
+        }
+    }
+    return prompt;
+}
+
+TEST_F(BrokerConnection, HoldsNoAnswerBackUntilAnAcknowledgementIsConfirmed)
+{
+    BrokerEar plain(OptionsFor(server.Plain()));
+    ASSERT_TRUE(plain.WaitForConnections(1));
+    EXPECT_THAT(PromptLinesTo(server.Plain().port), ElementsAre(true));
+    BrokerEar secure(Secure("vessel"), {"a"});
+    ASSERT_TRUE(secure.WaitForConnections(1));
+    EXPECT_THAT(PromptLinesTo(server.Secure().port), ElementsAre(true));
+}
+
+TEST(BrokerThatRefuses, IsToldInItsWords)
+{
+    TestBroker server({"broker", "allow_anonymous false\n"});
+    EXPECT_EQ(BrokerEar(OptionsFor(server.Plain())).FirstReason(),
+              Place(server.Plain().port) + " refuses us: Not authorized");
+
+    // What mosquitto has no setting for, as MQTT writes it: the answer to a connect, 3 bytes, flags, the reason, no
+    // properties.
+    auto const answering = [](char reason) {
+        OtherProgram const broker({0x20, 0x03, 0x00, reason, 0x00}, false);
+        auto const told = BrokerEar(OptionsFor({false, "127.0.0.1", broker.port})).FirstReason();
+        EXPECT_THAT(told, StartsWith(Place(broker.port) + " refuses us: "));
+        return told.substr(told.rfind(": ") + 2);
+    };
+    EXPECT_EQ(answering('\x84'), "Unsupported Protocol Version");
+    EXPECT_EQ(answering('\x85'), "Client Identifier not valid");
+    EXPECT_EQ(answering('\x86'), "Bad User Name or Password");
+    EXPECT_EQ(answering('\x88'), "Server unavailable");
+    EXPECT_EQ(answering('\x89'), "Server busy");
+    EXPECT_EQ(answering('\x8A'), "Banned");
+}
+
+TEST_F(BrokerConnection, WhatIsTooLargeForUsStaysAtTheBroker)
+{
+    auto options = OptionsFor(server.Plain());
+    options.incomingMessageBytes = 10'000;
+    BrokerEar listener(options, {"t"});
+    options = OptionsFor(server.Plain());
+    options.outgoingBytes = std::size_t{200} << 20;
+    BrokerEar speaker(options);
+    ASSERT_TRUE(listener.WaitForConnections(1));
+    ASSERT_TRUE(speaker.WaitForConnections(1));
+    std::string const huge(100'000'000, 'x');
+    ASSERT_TRUE(speaker.connection->Publish({"t", huge, 1, false}));
+    ASSERT_TRUE(speaker.Wait([&] { return speaker.completed.size() == 1; })) << "the broker has it";
+    ASSERT_TRUE(speaker.connection->Publish({"t", "small", 1, false}));
+    ASSERT_TRUE(listener.WaitForMessage("t", "small"));
+    listener.connection->End(0s);
+    EXPECT_EQ(listener.messages.size(), 1U);
+    EXPECT_EQ(listener.connections, 1);
+}
+
+TEST(BrokerWithALimit, IsNotSentWhatItDoesNotTake)
+{
+    TestBroker server({"broker", "max_packet_size 10000\n"});
+    BrokerEar speaker(OptionsFor(server.Plain()), {"t"});
+    ASSERT_TRUE(speaker.WaitForConnections(1));
+    EXPECT_FALSE(speaker.connection->Publish({"t", std::string(10'000, 'x'), 1, false}));
+    EXPECT_EQ(speaker.connection->Counts().tooLarge, 1U);
+    EXPECT_EQ(speaker.connection->Counts().refused, 1U);
+    std::string const fits(9'900, 'x');
+    EXPECT_TRUE(speaker.connection->Publish({"t", fits, 1, false}));
+    EXPECT_TRUE(speaker.WaitForMessage("t", fits));
+    speaker.connection->End(10s);
+    EXPECT_EQ(speaker.connections, 1) << "a broker ends the connection of whoever sends more";
 }
 
 TEST(BrokerThatIsNone, WithoutTls)

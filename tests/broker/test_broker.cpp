@@ -38,7 +38,7 @@ TestBroker::TestBroker(TestBrokerOptions options) : m_options(std::move(options)
     }
     using Signer = TestCertificates::Signer;
     using Age = TestCertificates::Age;
-    std::string const here = "IP:127.0.0.1,DNS:localhost";
+    std::string const here = "IP:" + m_options.address + ",DNS:localhost";
     m_certificates.Make("broker", Signer::Trusted, Age::Good, here);
     if (m_options.certificate == "expired-broker") {
         m_certificates.Make("expired-broker", Signer::Trusted, Age::Expired, here);
@@ -79,13 +79,14 @@ void TestBroker::WriteConfiguration() const
     std::ofstream file(m_folder / "mosquitto.conf");
     file << "user root\n"
             "persistence false\n"
+            "set_tcp_nodelay true\n"
             "log_dest stderr\n"
-            "log_type all\n"
-            "allow_anonymous true\n"
-         << m_options.moreConfiguration << "listener " << m_securePort << " 127.0.0.1\n"
+            "log_type "
+         << m_options.logged << "\nallow_anonymous true\n"
+         << m_options.moreConfiguration << "listener " << m_securePort << ' ' << m_options.address << "\n"
          << "cafile " << files.authority.string() << "\ncertfile " << files.certificate.string() << "\nkeyfile "
          << files.key.string() << "\nrequire_certificate true\nuse_identity_as_username true\n"
-         << "listener " << m_plainPort << " 127.0.0.1\n";
+         << "listener " << m_plainPort << ' ' << m_options.address << '\n';
 }
 
 bool TestBroker::TryToStart()

@@ -20,6 +20,8 @@ struct TestBrokerOptions
     std::string certificate = "broker"; ///< of those that TestBroker makes: "broker", "expired-broker",
                                         ///< "foreign-broker", "nameless-broker"
     std::string moreConfiguration;      ///< lines of mosquitto.conf, such as an access file's
+    std::string logged = "all";         ///< its log_type; "information" for one that has much to do
+    std::string address = "127.0.0.1";  ///< another one in a network of the test's own
 };
 
 /// mosquitto on two free ports: one by TLS, where each client shows a certificate and is called by its common name, and
@@ -33,8 +35,8 @@ public:
     TestBroker& operator=(TestBroker const&) = delete;
     ~TestBroker();
 
-    broker::BrokerAddress Secure() const { return {true, "127.0.0.1", m_securePort}; }
-    broker::BrokerAddress Plain() const { return {false, "127.0.0.1", m_plainPort}; }
+    broker::BrokerAddress Secure() const { return {true, m_options.address, m_securePort}; }
+    broker::BrokerAddress Plain() const { return {false, m_options.address, m_plainPort}; }
     broker::CertificateFiles Files(std::string const& name) const { return m_certificates.Files(name); }
     TestCertificates& Certificates() { return m_certificates; }
     std::filesystem::path Folder() const { return m_folder; }
@@ -47,6 +49,8 @@ public:
     void Freeze();
     void Thaw();
 
+    /// Its number in the system.
+    std::string ProcessId() const { return m_process->Id(); }
     /// What it has said so far.
     std::string Log() const;
 

@@ -55,8 +55,8 @@ void TestCertificates::Make(std::string const& name, Signer signer, Age age, std
             extensions << "subjectAltName=" << hosts << "\n";
         }
     }
-    Run({"req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-subj", "/CN=" + name, "-keyout",
-         file(".key"), "-out", file(".csr")});
+    Run({"req", "-utf8", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-subj", "/CN=" + name,
+         "-keyout", file(".key"), "-out", file(".csr")});
     // One that is good for no day has expired when it is made.
     Run({"x509", "-req", "-in", file(".csr"), "-CA", Authority(signer).string(), "-CAkey",
          (m_folder / (std::string(NameOfSigner(signer)) + ".key")).string(), "-CAcreateserial", "-days",

@@ -309,6 +309,16 @@ TEST_F(EdgeNodeTest, WhatIsToldBesideAttributesKeepsItsName)
     ASSERT_EQ(told.size(), 1U);
     EXPECT_EQ(told[0].topic, "spBv1.0/g/DDATA/v/s");
     EXPECT_EQ(told[0].payload.metrics.at(0).value, WireValue(std::string("ashore")));
+
+    clock.Pass(1s);
+    node.TellReservedAgain("s");
+    told = out.All();
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_EQ(told[0].topic, "spBv1.0/g/DDATA/v/s");
+    ASSERT_EQ(told[0].payload.metrics.size(), 1U) << "attributes are not told again";
+    EXPECT_EQ(told[0].payload.metrics.at(0).value, WireValue(std::string("ashore")));
+    node.TellReservedAgain("nobody");
+    EXPECT_THAT(out.Topics(), IsEmpty());
 }
 
 TEST_F(EdgeNodeTest, IsBornAgainWhenAsked)

@@ -1,0 +1,56 @@
+// Looks that are due, and the round trips that their answers tell.
+#include "fleet/looks.h"
+
+#include <gtest/gtest.h>
+
+namespace qx5::fleet {
+namespace {
+
+using namespace std::chrono_literals;
+
+Place const lookedAt{"Vega", "Bow"};
+Place const other{"Vega", "Stern"};
+
+TEST(FleetLooks, AreToldAtOnceAndEveryFiveSeconds)
+{
+    Looks looks;
+    Looks::Time const now{1h};
+    EXPECT_TRUE(looks.TakeDue(now).empty());
+    looks.Begin(lookedAt, false);
+    looks.Begin(other, true);
+    auto const first = looks.TakeDue(now);
+    ASSERT_EQ(first.size(), 2U);
+    EXPECT_EQ(first[0].sonar, lookedAt);
+    EXPECT_FALSE(first[0].wantsDetections);
+    EXPECT_EQ(first[1].sonar, other);
+    EXPECT_TRUE(first[1].wantsDetections);
+    EXPECT_NE(first[0].number, first[1].number);
+    EXPECT_TRUE(looks.TakeDue(now + 4999ms).empty());
+    EXPECT_EQ(looks.TakeDue(now + 5s).size(), 2U);
+    looks.End(other);
+    EXPECT_EQ(looks.TakeDue(now + 10s).size(), 1U);
+    EXPECT_EQ(looks.TakeDue(now + 10s, true).size(), 1U) << "a new connection";
+    looks.Begin(lookedAt, true);
+    EXPECT_EQ(looks.TakeDue(now + 10s).size(), 1U) << "something else is wanted";
+}
+
+TEST(FleetLooks, TellTheRoundTripOfTheNewestAnswer)
+{
+    Looks looks;
+    Looks::Time const now{1h};
+    looks.Begin(lookedAt, false);
+    auto const first = looks.TakeDue(now).front().number;
+    auto const second = looks.TakeDue(now + 5s).front().number;
+    EXPECT_FALSE(looks.Of(lookedAt));
+    EXPECT_FALSE(looks.Answer(other, second, now + 6s)) << "nobody looks at it";
+    EXPECT_TRUE(looks.Answer(lookedAt, second, now + 5800ms));
+    ASSERT_TRUE(looks.Of(lookedAt));
+    EXPECT_EQ(looks.Of(lookedAt)->took, 800ms);
+    EXPECT_EQ(looks.Of(lookedAt)->at, now + 5800ms);
+    EXPECT_FALSE(looks.Answer(lookedAt, first, now + 7s)) << "an older one";
+    EXPECT_FALSE(looks.Answer(lookedAt, second, now + 7s)) << "once more";
+    EXPECT_EQ(looks.Of(lookedAt)->took, 800ms);
+}
+
+} // namespace
+} // namespace qx5::fleet
