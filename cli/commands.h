@@ -222,6 +222,31 @@ struct BrokerSetupOptions
 };
 int BrokerSetup(BrokerSetupOptions const& options);
 
+struct ServeOptions
+{
+    std::string project;
+    std::vector<std::string> plugins; ///< beside those that lie beside this program
+    // Each in place of what the project says; empty: as that says.
+    std::string broker;
+    std::string authority; ///< files
+    std::string certificate;
+    std::string key;
+    std::string group;
+    std::string vessel;
+    std::string primaryHost;
+    std::vector<std::string> roles;   ///< NAME=ROLE
+    std::vector<std::string> allowed; ///< names of locked actions
+    std::string silence;
+    std::vector<std::string> history; ///< names of metrics
+    std::optional<std::uint64_t> outboxMegabytes;
+    std::optional<double> outboxDays;
+    std::string outbox;    ///< file; empty: beside the project
+    bool keep = false;     ///< the project says so from now on
+    double pingRate = 0.0; ///< at which simulated sonars ping from the start; 0: they do not
+    std::vector<Fact> facts;
+};
+int Serve(ServeOptions const& options);
+
 struct PluginOptions
 {
     std::string file;

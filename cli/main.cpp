@@ -6,6 +6,7 @@
 #include "demos/demos.h"
 #include "describe_command.h"
 #include "documents/write_man_pages.h"
+#include "operation/transmit_lock.h"
 #include "output.h"
 #include "platform/memory_reserve.h"
 
@@ -50,6 +51,72 @@ void BeginLog(LogOptions const& log)
 }
 
 using Runs = std::function<void(CLI::App*, std::function<void()>)>;
+
+/// `qx5 serve`.
+void AddServeCommand(CLI::App& app, ServeOptions& serve, int& code, Runs const& runsHost)
+{
+    CLI::App* command = app.add_subcommand(
+        "serve", "Serve the sonars of a project to those ashore by a broker, without a display, until it is ended");
+    runsHost(command, [&code, &serve] { code = Serve(serve); });
+    command->add_option("project", serve.project, "The project file")->required()->type_name("PROJECT");
+    command->add_option("--broker", serve.broker, "mqtts://HOST:PORT; mqtt:// to this machine alone")->type_name("URL");
+    command->add_option("--ca", serve.authority, "Whom the broker's certificate must be from (default: the system's)")
+        ->type_name("FILE");
+    command->add_option("--cert", serve.certificate, "The vessel's certificate")->type_name("FILE");
+    command->add_option("--key", serve.key, "The key of that")->type_name("FILE");
+    command->add_option("--group", serve.group, "What the vessels together are called")->type_name("NAME");
+    command->add_option("--vessel", serve.vessel, "What this one is called, as its certificate says")
+        ->type_name("NAME");
+    command
+        ->add_option("--primary-host", serve.primaryHost,
+                     "Tell nothing before this program ashore says that it is there")
+        ->type_name("NAME");
+    command
+        ->add_option("--person", serve.roles,
+                     "A person, by the certificate's name: watch, operate or administrate; may be repeated. Then "
+                     "nobody else asks for anything")
+        ->allow_extra_args(false)
+        ->type_name("NAME=ROLE");
+    std::vector<std::string> actions;
+    for (std::size_t i = 0; i < operation::LockedActionCount; ++i) {
+        actions.emplace_back(operation::ToText(static_cast<operation::LockedAction>(i)));
+    }
+    OneOf(command
+              ->add_option("--allow", serve.allowed,
+                           fmt::format("What can do harm and is done for those ashore all the same: {}; may be "
+                                       "repeated",
+                                       fmt::join(actions, ", ")))
+              ->allow_extra_args(false),
+          actions)
+        ->type_name("ACTION");
+    OneOf(command->add_option("--silence", serve.silence,
+                              "What it means when who has a lease does not answer for 30 s: refuse or grant"),
+          {"refuse", "grant"})
+        ->type_name("ANSWER");
+    command
+        ->add_option("--history", serve.history,
+                     "A key each of whose values is kept until it is ashore; may be repeated")
+        ->allow_extra_args(false)
+        ->type_name("KEY");
+    command
+        ->add_option("--outbox-megabytes", serve.outboxMegabytes,
+                     "What waits for the shore on the disk at most, 1 to 1000000")
+        ->check(CLI::Range(1, 1000000).description(""))
+        ->type_name("NUMBER");
+    command->add_option("--outbox-days", serve.outboxDays, "For how long at most, 0.01 to 3650")
+        ->check(CLI::Range(0.01, 3650.0).description(""))
+        ->type_name("NUMBER");
+    command->add_option("--outbox", serve.outbox, "Where it waits (default: PROJECT.outbox)")->type_name("FILE");
+    command->add_flag("--keep", serve.keep, "The project says so from now on: the next time it alone is enough");
+    command
+        ->add_option("--pings", serve.pingRate,
+                     "Simulated sonars of the project ping from the start, so often a second")
+        ->check(CLI::Range(0.01, 50.0).description(""))
+        ->type_name("RATE");
+    command->add_option("--plugin", serve.plugins, "A plug-in module beside those beside this program; may be repeated")
+        ->allow_extra_args(false)
+        ->type_name("FILE");
+}
 
 /// `qx5 preset` and what it does. `runsHost` adds the options of the log to those that run a host.
 void AddPresetCommands(CLI::App& app, PresetOptions& preset, int& code, Runs const& runsHost)
@@ -755,6 +822,10 @@ int RunCommandLine(int argc, char** argv)
         ->capture_default_str()
         ->check(CLI::Range(1, 65535).description(""));
     brokerCommand->callback([&] { code = BrokerSetup(broker); });
+
+    ServeOptions serve;
+    serve.facts = facts;
+    AddServeCommand(app, serve, code, runsHost);
 
     ShowLogOptions actions;
     CLI::App* actionsCommand =

@@ -118,6 +118,12 @@ private:
     void Retry(Moment const& now) { m_retry = now.steady + m_options.retryPause; }
     bool HasRoom(Moment const& now) const { return !m_retry || *m_retry <= now.steady; }
 
+    FactsOf FactsOfDevice(std::string_view name) const
+    {
+        return !m_options.deviceFacts ? m_options.facts
+                                      : [facts = m_options.deviceFacts, device = std::string(name)](
+                                            std::wstring_view key) { return facts(device, key); };
+    }
     void Forget();
     void TakeHostState(std::string_view payload);
     void TakeCommand(Topic const& topic, std::string_view payload);
@@ -223,11 +229,11 @@ void EdgeNode::Body::SetDevice(std::string_view name, CAttributeMap const& tree)
     auto found = m_devices.find(name);
     if (found == m_devices.end()) {
         RefuseName("sonar", name);
-        found =
-            m_devices
-                .emplace(std::string(name), Device{MetricTable(TreeNames::Attributes, m_options.facts, m_options.pace),
-                                                   MetricTable(TreeNames::Reserved, {}, m_options.pace)})
-                .first;
+        found = m_devices
+                    .emplace(std::string(name),
+                             Device{MetricTable(TreeNames::Attributes, FactsOfDevice(name), m_options.pace),
+                                    MetricTable(TreeNames::Reserved, {}, m_options.pace)})
+                    .first;
         found->second.reserved.See({}, now.steady, now.utc);
     }
     auto& device = found->second;

@@ -67,6 +67,9 @@ struct EdgeNodeOptions
     /// Nothing is born before this host is online; empty: for whoever listens.
     std::string primaryHost;
     FactsOf facts = FactsFromTables;
+    /// In place of `facts` for the attributes of devices that have facts of their own, such as limits; empty for none.
+    /// Called when a birth is made.
+    std::function<MetricFacts(std::string_view device, std::wstring_view key)> deviceFacts = {};
     /// A metric that changes more often is told that often.
     std::chrono::milliseconds pace{100};
     /// After a birth that somebody asked for, others who ask have to wait for so long.

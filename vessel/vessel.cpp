@@ -6,6 +6,7 @@
 #include "authority/shore_messages.h"
 #include "authority/shore_topics.h"
 #include "operation/action_values.h"
+#include "operation/sonar_limits.h"
 #include "outbox/sending.h"
 #include "reference_host/common/failure.h"
 #include "sparkplug/metric_name.h"
@@ -19,6 +20,7 @@
 
 #include <VersionControlR/CheckDllVersion.h>
 #include <VordalBaseR/CExTime.h>
+#include <protocol/catalogue.h>
 #include <protocol/utf8.h>
 #include <values/vordal_value.h>
 #include <vordalhostdllR/DataManager.h>
@@ -112,6 +114,15 @@ struct Doing
     std::atomic<int> waiting{0};
 };
 
+std::shared_ptr<outbox::Outbox> OpenedOutbox(VesselOptions const& options)
+{
+    auto outbox = options.outbox;
+    if (!outbox.tell) {
+        outbox.tell = options.tell;
+    }
+    return std::make_shared<outbox::Outbox>(options.outboxFile, std::move(outbox));
+}
+
 outbox::SendingOptions SendingAt(double bytesPerSecond)
 {
     outbox::SendingOptions options;
@@ -194,6 +205,9 @@ private:
     struct Told
     {
         TopicSonar sonar;
+        CAttributeMap tree;
+        operation::SonarLimits limits; ///< that the tree tells, once they were asked for
+        bool hasLimits = false;
         authority::LeaseNews lease;
         authority::SonarLink link = authority::SonarLink::NoAnswer;
         std::string reason; ///< of the link
@@ -236,17 +250,21 @@ private:
     void TakeLook(authority::ShoreTopic const& topic, std::string const& payload);
     void TakeAcknowledgement(authority::ShoreTopic const& topic, std::string const& payload);
     void Command(std::string_view device, std::vector<sparkplug::CommandedValue> const& values);
+    sparkplug::MetricFacts FactsOf(std::string_view device, std::wstring_view key);
     void LookAtSonars();
     void LookAtLinks();
     void TellReserved(Told const& told);
-    void SeeTree(Told const& told);
+    void SeeTree(Told& told);
     void Connected();
     void Disconnected();
     void Pump(Clock::time_point now);
     void SendHistory();
     void SendDetections(Clock::time_point now);
-    void SendProbe();
-    bool Publish(broker::Publication const& publication, double share);
+    /// The number of its acknowledgement; 0 when there was no room.
+    std::uint64_t SendProbe();
+    /// Its number; 0 when there is no room in what one with that share may fill; a share of 0: of what the connection
+    /// has.
+    std::uint64_t Publish(broker::Publication const& publication, double share);
     void Reply(std::string const& sonar, std::string const& person, std::string bytes);
     void NoteCounts();
 
@@ -254,7 +272,7 @@ private:
     operation::OperatorDesk& m_desk;
     VesselOptions const m_options;
     std::shared_ptr<Inbox> const m_inbox = std::make_shared<Inbox>();
-    outbox::Outbox m_outbox;
+    std::shared_ptr<outbox::Outbox> m_outbox; ///< until the end
     std::shared_ptr<VesselMarks> const m_marks;
     std::shared_ptr<Doing> const m_doing;
     authority::Leases m_leases;
@@ -287,7 +305,6 @@ private:
     bool m_sendsHistory = false;
     std::uint64_t m_birthProbe = 0; ///< its acknowledgement says that all births have left; 0 before it is sent
     std::uint64_t m_pingProbe = 0;  ///< the same of the last ping; 0: none is on its way
-    std::uint64_t m_lastNumber = 0; ///< of what was published last and is acknowledged
     std::uint64_t m_pings = 0;
     Clock::time_point m_nextRound = Clock::time_point::min();
     Clock::time_point m_nextLook = Clock::time_point::min();
@@ -298,24 +315,25 @@ private:
 };
 
 Vessel::Body::Body(vordal::Host& host, operation::OperatorDesk& desk, VesselOptions options)
-    : m_host(host), m_desk(desk), m_options(std::move(options)), m_outbox(m_options.outboxFile, m_options.outbox),
+    : m_host(host), m_desk(desk), m_options(std::move(options)), m_outbox(OpenedOutbox(m_options)),
       m_marks(std::make_shared<VesselMarks>([inbox = m_inbox] { inbox->Mark(); }, m_options.history, m_outbox)),
       m_doing(std::make_shared<Doing>(m_marks)), m_leases(m_options.leases), m_guard(m_leases),
       m_node({.group = m_options.group,
               .node = m_options.vessel,
               .primaryHost = m_options.primaryHost,
+              .deviceFacts = [this](std::string_view device, std::wstring_view key) { return FactsOf(device, key); },
               .retryPause = 20ms,
               .dataBytes = std::size_t{32} << 10},
              {.publish =
                   [this](sparkplug::Message const& message) {
                       return Publish({message.topic, message.payload, message.qos, message.isRetained},
-                                     message.qos == 0 ? shareOfValues : 0.0);
+                                     message.qos == 0 ? shareOfValues : 0.0) != 0;
                   },
               .command = [this](std::string_view device,
                                 std::vector<sparkplug::CommandedValue> const& values) { Command(device, values); },
               .startAgain = [this] { m_connection->StartAgain(); },
               .tell = [this](std::string const& line) { Complain(line); }}),
-      m_sending(m_outbox, SendingAt(m_options.historyBytesPerSecond))
+      m_sending(*m_outbox, SendingAt(m_options.historyBytesPerSecond))
 {
     m_guard.SetPermissions(m_options.permissions);
 }
@@ -327,7 +345,7 @@ VesselCounts Vessel::Body::Counts() const
         std::lock_guard const lock(m_countsMutex);
         counts = m_counts;
     }
-    counts.outbox = m_outbox.State();
+    counts.outbox = m_outbox->State();
     counts.requests = m_requests.load();
     counts.refused = m_refused.load();
     if (m_connection != nullptr) {
@@ -383,11 +401,11 @@ void Vessel::Body::End(std::chrono::milliseconds limit)
     m_desk.ShoreTap().Set(nullptr);
     m_desk.Events().SetListener(nullptr);
     m_leases.SetListener(nullptr);
+    m_marks->LeaveOutbox();
     // No request runs while the guard is taken away; where the host has stopped none does any more.
     if (!m_host.RunAndWait([this] { m_desk.SetFirstGuard(nullptr); })) {
         m_desk.SetFirstGuard(nullptr);
     }
-    m_marks->LeaveOutbox();
 }
 
 broker::ConnectionHooks Vessel::Body::Hooks()
@@ -406,13 +424,13 @@ broker::ConnectionHooks Vessel::Body::Hooks()
     hooks.connected = [this] { m_inbox->Put([this] { Connected(); }); };
     hooks.disconnected = [this] { m_inbox->Put([this] { Disconnected(); }); };
     hooks.message = [this](std::string_view topic, std::string_view payload) { Arrive(topic, payload); };
-    hooks.completed = [this](std::uint64_t number, bool) {
-        m_inbox->Put([this, number] {
+    hooks.completed = [this](std::uint64_t number, bool isAcknowledged) {
+        m_inbox->Put([this, number, isAcknowledged] {
             m_pace.Acknowledged(number, Seconds(Clock::now()));
             if (number == m_pingProbe) {
                 m_pingProbe = 0;
             }
-            if (number == m_birthProbe && m_isConnected && !m_sendsHistory) {
+            if (number == m_birthProbe && isAcknowledged && m_isConnected && !m_sendsHistory) {
                 m_sendsHistory = true;
                 m_sending.OnLine();
             }
@@ -793,12 +811,34 @@ void Vessel::Body::LookAtLinks()
     }
 }
 
-void Vessel::Body::SeeTree(Told const& told)
+void Vessel::Body::SeeTree(Told& told)
 {
-    CAttributeMap tree;
-    if (DataManager::GetDataManager().GetAttributeMap(told.sonar.id, tree)) {
-        m_node.SetDevice(told.sonar.onTopic, tree);
+    if (DataManager::GetDataManager().GetAttributeMap(told.sonar.id, told.tree)) {
+        told.hasLimits = false;
+        m_node.SetDevice(told.sonar.onTopic, told.tree);
     }
+}
+
+/// The unit as the tables have it, the limits as the sonar tells them.
+sparkplug::MetricFacts Vessel::Body::FactsOf(std::string_view device, std::wstring_view key)
+{
+    auto facts = sparkplug::FactsFromTables(key);
+    auto const* const known = protocol::FindKey(key);
+    if (known == nullptr || !operation::SonarLimits::HasLimits(*known)) {
+        return facts;
+    }
+    auto const found = std::find_if(m_sonars.begin(), m_sonars.end(),
+                                    [device](auto const& each) { return each.second.sonar.onTopic == device; });
+    if (found != m_sonars.end()) {
+        Told& told = found->second;
+        if (!std::exchange(told.hasLimits, true)) {
+            told.limits = operation::SonarLimits(told.tree, {});
+        }
+        auto const range = told.limits.RangeOf(*known);
+        facts.low = range.least;
+        facts.high = range.greatest;
+    }
+    return facts;
 }
 
 void Vessel::Body::TellReserved(Told const& told)
@@ -843,8 +883,10 @@ void Vessel::Body::TakeLeaseNews(Told& told, authority::LeaseNews const& news)
     if (isOther) {
         TellReserved(told);
     }
-    if (!isNews) {
-        return;
+    auto const isAshore = [](std::string const& who) { return !who.empty() && who != authority::Aboard; };
+    if (!isNews ||
+        !(isAshore(news.holder) || isAshore(former.holder) || isAshore(news.asker) || isAshore(former.asker))) {
+        return; // whoever works aboard has it and loses it all the time
     }
     std::string text;
     if (news.holder != former.holder) {
@@ -901,7 +943,7 @@ void Vessel::Body::TakeStanding(Standing& standing)
             authority::HistoryContent(authority::HistoryText{
                 asked.sonar, asked.person, JsonOf(standing.reply, asked.sonar, asked.person, CExTime::GetCurTime())}),
             error);
-        m_outbox.Put(outbox::Kind::Result, *content);
+        m_outbox->Put(outbox::Kind::Result, *content);
     }
     Reply(asked.sonar, asked.person, std::move(*bytes));
 }
@@ -992,22 +1034,21 @@ void Vessel::Body::Disconnected()
     m_node.Disconnected();
 }
 
-bool Vessel::Body::Publish(broker::Publication const& publication, double share)
+std::uint64_t Vessel::Body::Publish(broker::Publication const& publication, double share)
 {
     if (!m_isConnected || (share > 0.0 && !m_pace.HasRoom(share))) {
-        return false;
+        return 0;
     }
     auto const bytes = publication.topic.size() + publication.payload.size();
     auto const number = m_connection->Publish(publication);
     if (!number) {
-        return false;
+        return 0;
     }
     m_pace.Sent(bytes);
     if (publication.qos > 0) {
         m_pace.AwaitAcknowledgement(*number, Seconds(Clock::now()));
-        m_lastNumber = *number;
     }
-    return true;
+    return *number;
 }
 
 void Vessel::Body::Reply(std::string const& sonar, std::string const& person, std::string bytes)
@@ -1032,8 +1073,7 @@ void Vessel::Body::Pump(Clock::time_point now)
         SendDetections(now);
     }
     if (m_node.IsBorn() && m_birthProbe == 0 && !valuesWait) {
-        SendProbe();
-        m_birthProbe = m_lastNumber;
+        m_birthProbe = SendProbe();
     } else if (m_pace.WantsProbe()) {
         SendProbe();
     }
@@ -1047,7 +1087,7 @@ void Vessel::Body::SendHistory()
             return;
         }
         std::string error;
-        auto const bytes = authority::Encode(authority::HistoryMessage{m_outbox.Identity(), std::move(items)}, error);
+        auto const bytes = authority::Encode(authority::HistoryMessage{m_outbox->Identity(), std::move(items)}, error);
         if (!bytes) {
             Complain("a piece of history is not told: " + error);
             return;
@@ -1060,6 +1100,7 @@ void Vessel::Body::SendHistory()
 
 void Vessel::Body::SendDetections(Clock::time_point now)
 {
+    bool isSent = false;
     for (auto& [key, told] : m_sonars) {
         if (!told.ping || told.wantedUntil < now || !m_pace.HasRoom(shareOfDetections)) {
             continue;
@@ -1074,23 +1115,22 @@ void Vessel::Body::SendDetections(Clock::time_point now)
                  *bytes, 0, false},
                 shareOfDetections)) {
             ++m_pings;
-            m_pingProbe = ~std::uint64_t{0};
+            isSent = true;
         }
     }
-    if (m_pingProbe != 0) {
-        SendProbe();
-        m_pingProbe = m_lastNumber;
+    if (isSent) {
+        m_pingProbe = SendProbe();
     }
 }
 
 /// A piece of history without entries: it is acknowledged once all before it has reached the broker.
-void Vessel::Body::SendProbe()
+std::uint64_t Vessel::Body::SendProbe()
 {
     std::string error;
-    auto const bytes = authority::Encode(authority::HistoryMessage{m_outbox.Identity(), {}}, error);
-    Publish({authority::TopicText({authority::ShoreSubject::History, m_options.group, m_options.vessel, {}, {}}),
-             *bytes, 1, false},
-            0.0);
+    auto const bytes = authority::Encode(authority::HistoryMessage{m_outbox->Identity(), {}}, error);
+    return Publish({authority::TopicText({authority::ShoreSubject::History, m_options.group, m_options.vessel, {}, {}}),
+                    *bytes, 1, false},
+                   0.0);
 }
 
 Vessel::Vessel(vordal::Host& host, operation::OperatorDesk& desk, VesselOptions options)

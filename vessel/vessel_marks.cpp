@@ -39,8 +39,9 @@ std::uint64_t UtcMilliseconds()
 
 } // namespace
 
-VesselMarks::VesselMarks(std::function<void()> wake, std::vector<std::string> const& history, outbox::Outbox& outbox)
-    : m_wake(std::move(wake)), m_outbox(&outbox)
+VesselMarks::VesselMarks(std::function<void()> wake, std::vector<std::string> const& history,
+                         std::shared_ptr<outbox::Outbox> outbox)
+    : m_wake(std::move(wake)), m_outbox(std::move(outbox))
 {
     for (std::string const& name : history) {
         m_history.push_back({name, sparkplug::LevelsOfName(name)});
@@ -221,23 +222,27 @@ void VesselMarks::PutValues(CDataId const& sonar, CAttributeMap const& tree)
 
 void VesselMarks::Put(outbox::Kind kind, authority::HistoryContent const& content)
 {
-    std::string error;
-    auto bytes = authority::Encode(content, error);
-    if (!bytes) {
-        vordal::Log(vordal::LogLevel::Warning, "an entry is not kept for the shore: " + error);
+    std::shared_ptr<outbox::Outbox> outbox;
+    {
+        std::lock_guard const lock(m_mutex);
+        outbox = m_outbox;
+    }
+    if (outbox == nullptr) {
         return;
     }
-    // The outbox takes it without waiting, and outlives this.
-    std::lock_guard const lock(m_mutex);
-    if (m_outbox != nullptr) {
-        m_outbox->Put(kind, std::move(*bytes));
+    std::string error;
+    if (auto bytes = authority::Encode(content, error)) {
+        outbox->Put(kind, std::move(*bytes));
+    } else {
+        vordal::Log(vordal::LogLevel::Warning, "an entry is not kept for the shore: " + error);
     }
 }
 
 void VesselMarks::LeaveOutbox()
 {
+    std::shared_ptr<outbox::Outbox> left; // it may be the last to hold it
     std::lock_guard const lock(m_mutex);
-    m_outbox = nullptr;
+    m_outbox.swap(left);
 }
 
 } // namespace qx5::vessel

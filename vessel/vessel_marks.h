@@ -14,6 +14,7 @@
 #include <atomic>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -46,7 +47,8 @@ class VesselMarks final : public operation::ActionListener,
 public:
     /// `wake` is called on any thread, with no lock held, when something begins to wait; it must not fail. `history`:
     /// names of metrics, each change of which goes into the outbox.
-    VesselMarks(std::function<void()> wake, std::vector<std::string> const& history, outbox::Outbox& outbox);
+    VesselMarks(std::function<void()> wake, std::vector<std::string> const& history,
+                std::shared_ptr<outbox::Outbox> outbox);
 
     /// What waits; nothing of it afterwards.
     struct Left
@@ -107,7 +109,7 @@ private:
     std::map<std::uint64_t, Awaited> m_awaited; ///< by the numbers of actions
 
     mutable std::mutex m_mutex; ///< guards what follows
-    outbox::Outbox* m_outbox;
+    std::shared_ptr<outbox::Outbox> m_outbox;
     bool m_isWoken = false;
     std::map<CString, CDataId> m_changed;
     Left m_left; ///< but for `changed`

@@ -1,12 +1,12 @@
 // `qx5 run` with the operator's window, and pictures of it.
 #include "run_window.h"
 
+#include "cli/first_fleet.h"
 #include "cli/key_values.h"
 #include "cli/output.h"
 #include "cli/platform/end_signals.h"
 #include "cli/platform/memory_reserve.h"
 #include "cli/plugins.h"
-#include "cli/window/fleet.h"
 #include "cli/window/help_menu.h"
 #include "cli/window/operator_window.h"
 #include "cli/window/picture_file.h"

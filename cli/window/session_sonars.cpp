@@ -6,7 +6,6 @@
 #include <VordalAttributesR/CVordalType.h>
 #include <vordalhostdllR/DataManager.h>
 
-#include <protocol/settings_keys.h>
 #include <protocol/utf8.h>
 
 #include <algorithm>
@@ -19,46 +18,11 @@ namespace qx5::cli {
 
 namespace {
 
-constexpr AttributeKey pingModeKey{protocol::keys::PingMode.text};
-constexpr AttributeKey groupKey{protocol::keys::SonarGroupId.text};
-constexpr AttributeKey deviceIdKey{protocol::keys::DeviceId.text};
-
 constexpr char const* ownAddress = "127.0.0.1";
 
 std::string Utf8(CString const& text)
 {
     return protocol::EncodeUtf8(text.View());
-}
-
-CAttributeMap TreeOf(CDataId const& device)
-{
-    CAttributeMap tree;
-    DataManager::GetDataManager().GetAttributeMap(device, tree);
-    return tree;
-}
-
-std::optional<int> NumberOf(CAttributeMap const& tree, AttributeKey const& key)
-{
-    int number = 0;
-    return tree.FindValue(key).Get(number) ? std::optional(number) : std::nullopt;
-}
-
-/// The group in which a sonar pings in turn; none when it pings by itself.
-std::optional<std::int32_t> GroupOf(CAttributeMap const& tree)
-{
-    return NumberOf(tree, pingModeKey).value_or(0) != 0 ? std::optional(NumberOf(tree, groupKey).value_or(0))
-                                                        : std::nullopt;
-}
-
-/// What a device's tree says of its turns.
-CAttributeMap TurnsOf(std::optional<std::int32_t> group)
-{
-    CAttributeMap tree;
-    tree.Add(pingModeKey, CVordalInt(group ? 1 : 0), 0);
-    if (group) {
-        tree.Add(groupKey, CVordalInt(*group), 0);
-    }
-    return tree;
 }
 
 /// Runs the task on the host thread and waits for it; false, and why, when it failed.
@@ -185,7 +149,7 @@ bool WindowSession::Install(vordal::StoredDevice device, vordal::VesselSetup con
         }
         isAdded = m_host.Project()->Add(added.devices.front(), added.ports.front(), added.computations);
         if (isAdded) {
-            NoteTurns(id);
+            m_turns.Note(id);
             m_recorder.BeginDevice(id);
         }
     };
@@ -242,7 +206,7 @@ std::optional<CDataId> WindowSession::ChangeSonar(CDataId const& sonar, SonarSet
         device.className = setup.deviceClass;
         device.name = setup.name;
         device.attributes = tree;
-        for (auto const& key : {pingModeKey, groupKey}) {
+        for (AttributeKey const& key : TurnKeys) {
             device.attributes.Remove(key, 0);
         }
         for (CAttributeMap const& node : TurnsOf(setup.group)) {
@@ -330,7 +294,7 @@ void WindowSession::SetGroup(CDataId const& sonar, std::optional<std::int32_t> g
     std::string ignored;
     auto const set = [&] {
         m_host.Project()->SetTurns(sonar, TurnsOf(group));
-        NoteTurns(sonar);
+        m_turns.Note(sonar);
     };
     OnHost(m_host, set, ignored);
 }
@@ -369,7 +333,7 @@ bool WindowSession::RemoveSonar(CDataId const& sonar, std::string& error)
     auto const remove = [&] {
         m_host.Project()->Remove(sonar);
         m_desk.OnRemoved(sonar);
-        std::erase_if(m_inTurn, [&](InTurn const& each) { return each.sonar == sonar; });
+        m_turns.Forget(sonar);
     };
     if (!OnHost(m_host, remove, error)) {
         return false;
@@ -402,30 +366,6 @@ std::vector<std::string> WindowSession::LostWith(CDataId const& sonar)
         }
     }
     return lines;
-}
-
-void WindowSession::NoteTurns(CDataId const& sonar)
-{
-    std::erase_if(m_inTurn, [&](InTurn const& each) { return each.sonar == sonar; });
-    auto const tree = TreeOf(sonar);
-    if (IsSonar(sonar) && GroupOf(tree)) {
-        m_inTurn.push_back({sonar, NumberOf(tree, deviceIdKey)});
-    }
-}
-
-void WindowSession::FollowTurns()
-{
-    bool isAnother = false;
-    for (InTurn& each : m_inTurn) {
-        auto const told = NumberOf(TreeOf(each.sonar), deviceIdKey);
-        if (told && told != each.told) {
-            each.told = told;
-            isAnother = true;
-        }
-    }
-    if (isAnother) {
-        m_host.DiscoverAnew([] {});
-    }
 }
 
 } // namespace qx5::cli

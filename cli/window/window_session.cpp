@@ -14,7 +14,6 @@
 #include <VordalMfc0R/ColorControl.h>
 #include <vordalhostdllR/DataManager.h>
 
-#include <commands/steering_keys.h>
 #include <protocol/utf8.h>
 
 #include <algorithm>
@@ -36,27 +35,9 @@ constexpr wchar_t const* sonarViewName = L"sonar view";
 constexpr wchar_t const* otherViewName = L"view of ";
 constexpr wchar_t const* windowName = L"main window";
 
-/// Group of the computations that steer a sonar along a route or a pipe.
-constexpr unsigned short steeringGroup = 1117;
-/// Item of the names of a sonar's recording states.
-constexpr unsigned short recordingItem = 2701;
-
 QString ToQt(CString const& text)
 {
     return QString::fromStdWString(std::wstring(text.View()));
-}
-
-CAttributeMap SteeringAttributes()
-{
-    CAttributeMap attributes;
-    for (AttributeKey const& key :
-         {steering::SonarSteering, steering::RouteSteering, steering::SteeringMode, steering::PipeRouteSonarSteering}) {
-        attributes.Add(key, CVordalInt(0));
-    }
-    attributes.Add(steering::PipeRouteSteeringDelay, CVordalInt(2));
-    attributes.Add(steering::PipeRouteSteeringDiff, CVordalDouble(0.0));
-    attributes.Add(steering::RouteName, CVordalText(L"Lane 1"));
-    return attributes;
 }
 
 /// Shows the frames of a link to the recorder, to the record monitor and to the switches of its sonar.
@@ -83,76 +64,7 @@ private:
     std::shared_ptr<SwitchedOn> const m_switches;
 };
 
-/// The item whose `member` has that value; null when there is none.
-template <typename List, typename Item, typename Value>
-auto* FindBy(List& list, Value Item::*member, Value const& value)
-{
-    auto const found = std::find_if(list.begin(), list.end(), [&](Item const& each) { return each.*member == value; });
-    return found != list.end() ? &*found : nullptr;
-}
-
-/// Replaces the item with the same `member`, in its place, or appends it.
-template <typename Item, typename Value>
-void Put(std::vector<Item>& list, Item const& item, Value Item::*member)
-{
-    if (auto* const known = FindBy(list, member, item.*member)) {
-        *known = item;
-    } else {
-        list.push_back(item);
-    }
-}
-
-/// What the fleet holds now; what the project keeps beyond it stays. Of `simulated` ports no address is kept.
-void PutFleet(vordal::StoredProject& project, vordal::StoredProject const& fleet, std::vector<CString> const& simulated)
-{
-    for (vordal::VesselSetup const& vessel : fleet.vessels) {
-        Put(project.vessels, vessel, &vordal::VesselSetup::number);
-    }
-    for (vordal::StoredPort const& port : fleet.ports) {
-        Put(project.ports, port, &vordal::StoredPort::name);
-        if (std::find(simulated.begin(), simulated.end(), port.name) != simulated.end()) {
-            auto& kept = *FindBy(project.ports, &vordal::StoredPort::name, port.name);
-            kept.host = {};
-            kept.tcpPort = 0;
-        }
-    }
-    for (vordal::StoredDevice const& device : fleet.devices) {
-        Put(project.devices, device, &vordal::StoredDevice::dataId);
-    }
-    for (vordal::ComputationSetup const& computation : fleet.computations) {
-        Put(project.computations, computation, &vordal::ComputationSetup::dataId);
-    }
-}
-
 } // namespace
-
-CDataId SteeringOf(CDataId const& sonar)
-{
-    CDataId id = sonar;
-    id.SetGroupId(steeringGroup);
-    return id;
-}
-
-std::string EndpointOf(vordal::StoredPort const& port)
-{
-    std::string const host = protocol::EncodeUtf8(port.host.View());
-    bool const isVersion6 = host.find(':') != std::string::npos;
-    return fmt::format("{}:{}", isVersion6 ? "[" + host + "]" : host, port.tcpPort);
-}
-
-vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap const& attributes)
-{
-    return {.dataId = SteeringOf(sonar),
-            .type = steeringGroup,
-            .attributes = attributes.Count() != 0 ? attributes : SteeringAttributes(),
-            .linkedDevices = {sonar},
-            .stream = {}};
-}
-
-bool IsSonar(CDataId const& device)
-{
-    return device.GetGroupId() == vordal::SonarDataGroup;
-}
 
 bool HasEchoes(CDataId const& sonar)
 {
@@ -166,14 +78,6 @@ bool HasEchoes(CDataId const& sonar)
         }
     }
     return false;
-}
-
-vordal::VesselSetup MakeVessel(unsigned short number, CString const& name, bool detectsPipes)
-{
-    CString const enabled = detectsPipes ? L"1,1" : L"0,0";
-    return {.number = number,
-            .name = name,
-            .configuration = {{steering::PipeDetectionSection, {{steering::EnablePipeDetectionItem, enabled}}}}};
 }
 
 WindowSession::WindowSession(std::shared_ptr<vordal::WindowFeed> feed, int lightMode,
@@ -273,10 +177,7 @@ bool WindowSession::BeginWith(vordal::StoredProject fleet, std::unique_ptr<HeldP
         m_desk.SetName(device.dataId, protocol::EncodeUtf8(device.name.View()));
     }
     try {
-        m_host.RunAndWait([this] {
-            m_host.SetItemTexts(vordal::SonarDataGroup, recordingItem, {L"Idle", L"Recording"});
-            m_host.SetRoutes({L"Lane 1", L"Lane 2", L"Pipeline"});
-        });
+        m_host.RunAndWait([this] { TellUsualNames(m_host); });
         auto const& problems = m_host.Open(m_fleet).Problems();
         if (!problems.empty()) {
             error = problems.front();
@@ -287,7 +188,7 @@ bool WindowSession::BeginWith(vordal::StoredProject fleet, std::unique_ptr<HeldP
         }
         m_host.RunAndWait([this] {
             for (vordal::StoredDevice const& device : m_fleet.devices) {
-                NoteTurns(device.dataId);
+                m_turns.Note(device.dataId);
                 m_recorder.BeginDevice(device.dataId);
             }
         });
@@ -336,26 +237,7 @@ std::filesystem::path WindowSession::ProjectFile() const
 void WindowSession::CompleteFleet()
 {
     m_fleet.activeVessel = m_activeVessel;
-    m_fleet.toldLimits = m_project.toldLimits;
-    for (vordal::VesselSetup& vessel : m_fleet.vessels) {
-        if (auto const* const known = FindBy(m_project.vessels, &vordal::VesselSetup::number, vessel.number)) {
-            for (auto const& [section, items] : known->configuration) {
-                vessel.configuration[section].insert(items.begin(), items.end());
-            }
-        }
-    }
-    for (vordal::StoredDevice& device : m_fleet.devices) {
-        auto const* const known = FindBy(m_project.devices, &vordal::StoredDevice::dataId, device.dataId);
-        if (known != nullptr && known->className == device.className) {
-            device.attributes = known->attributes;
-        }
-        if (IsSonar(device.dataId)) {
-            auto const* const steered =
-                FindBy(m_project.computations, &vordal::ComputationSetup::dataId, SteeringOf(device.dataId));
-            m_fleet.computations.push_back(
-                SteeringComputation(device.dataId, steered != nullptr ? steered->attributes : CAttributeMap()));
-        }
-    }
+    Complete(m_fleet, m_project);
 }
 
 vordal::StoredPort const* WindowSession::PortOf(vordal::StoredDevice const& device) const
@@ -519,7 +401,7 @@ void WindowSession::Tick()
         m_host.Post([this] {
             m_ticks.store(false);
             m_desk.Tick();
-            FollowTurns();
+            m_turns.Follow();
         });
     }
 }

@@ -1,10 +1,13 @@
 // The host behind the operator's window: the plug-in, several sonars on connections of their own, and the project.
 #pragma once
 
+#include "cli/first_fleet.h"
 #include "cli/program_facts.h"
+#include "cli/project_parts.h"
+#include "cli/simulated_sonars.h"
 #include "cli/switched_on.h"
+#include "cli/turns_watch.h"
 #include "cli/window/project_keeper.h"
-#include "cli/window/simulated_sonars.h"
 #include "cli/window/sonar_entry.h"
 #include "cli/window/window_recorder.h"
 #include "operation/operator_desk.h"
@@ -28,26 +31,12 @@
 
 namespace qx5::cli {
 
-/// Sonars have a group of ids of their own.
-bool IsSonar(CDataId const& device);
-
 /// Whether the sonar has told echoes; it tells them to those alone who follow their streams.
 bool HasEchoes(CDataId const& sonar);
 
-/// The address of a connection, "127.0.0.1:7000" or "[::1]:7000".
-std::string EndpointOf(vordal::StoredPort const& port);
-
-/// Where the computation of route steering that belongs to a sonar stands, and that computation as a project keeps it
-/// (without attributes: as it begins).
-CDataId SteeringOf(CDataId const& sonar);
-vordal::ComputationSetup SteeringComputation(CDataId const& sonar, CAttributeMap const& attributes);
-
-/// A vessel for a session's project. Where pipe detection is set up, sonars may be steered along a pipe.
-vordal::VesselSetup MakeVessel(unsigned short number, CString const& name, bool detectsPipes);
-
 /// LoadPlugins, Begin and End wait, and so do changes of the list of sonars, for the host thread; everything else
 /// between them returns at once. Used from the window thread.
-class WindowSession final : private vordal::HostObserver
+class WindowSession final : private vordal::HostObserver, public FleetGround
 {
 public:
     /// `following`: by which clock requests and sonars are followed.
@@ -64,11 +53,11 @@ public:
     /// The loaded plug-ins by their files' names, with the version of each.
     std::vector<Fact> PlugIns();
     /// The classes of devices that the plug-ins offer.
-    std::vector<CString> DeviceClasses() const { return m_host.DeviceClasses(); }
+    std::vector<CString> DeviceClasses() const override { return m_host.DeviceClasses(); }
     /// The first whose devices are sonars; empty when there is none.
-    CString SonarClass() { return m_host.SonarClass(); }
+    CString SonarClass() override { return m_host.SonarClass(); }
     /// Whether devices of that class speak the record protocol.
-    bool MakesSonars(CString const& deviceClass);
+    bool MakesSonars(CString const& deviceClass) override;
 
     /// What is recorded from the beginning; before Begin.
     void SetRecording(RecordingSetup setup) { m_recording = std::move(setup); }
@@ -114,13 +103,13 @@ public:
     void WithProject(std::function<void(vordal::ProjectStore&)> task);
     /// Whether the sonar is one of this program's own: such a one is listed as simulated, and the transmit lock does
     /// not concern it.
-    void SetSimulated(CDataId const& sonar, bool isSimulated = true);
+    void SetSimulated(CDataId const& sonar, bool isSimulated = true) override;
     /// What is recorded of this session; until its end.
     WindowRecorder& Recorder() { return m_recorder; }
     /// What recordings lack, a line each; after End.
     std::vector<std::string> const& LackingRecordings() const { return m_lackingRecordings; }
     /// The simulated sonars that go with the session.
-    SimulatedSonars& Simulators() { return m_simulators; }
+    SimulatedSonars& Simulators() override { return m_simulators; }
     /// Whether what can do harm at a real sonar is refused; the project keeps it.
     void SetTransmitLock(bool locked);
     bool IsTransmitLocked() const { return m_project.transmitLocked; }
@@ -193,11 +182,6 @@ private:
     vordal::VesselSetup VesselOf(CString const& name) const;
     CDataId FreeId(unsigned short vessel) const;
     std::vector<std::string> LinesLeftOn(vordal::StoredDevice const& device) const;
-    /// Sonars that ping in turn are found by the number that they tell: once it is another one, they are looked for
-    /// anew. Host thread.
-    void FollowTurns();
-    /// The sonar pings in turn, or does not. Host thread.
-    void NoteTurns(CDataId const& sonar);
     /// Ports of simulated sonars are others the next time: no address is kept of them.
     std::vector<CString> SimulatedPorts() const;
     /// Views, windows and the chosen vessel as they are now; the rest as it was opened.
@@ -220,13 +204,6 @@ private:
     std::map<CString, std::shared_ptr<SwitchedOn>> m_switches; ///< by the names of the ports
     std::vector<std::string> m_leftOn;                         ///< at sonars that are not of the fleet any more
     std::vector<CDataId> m_formerIds;                          ///< of those; none is given twice
-    /// Those that ping in turn, with the number that each has told. Host thread.
-    struct InTurn
-    {
-        CDataId sonar;
-        std::optional<int> told;
-    };
-    std::vector<InTurn> m_inTurn;
     SimulatedSonars m_simulators;
     bool m_begun = false; ///< all of it: what the devices hold is worth keeping
     bool m_ended = false;
@@ -242,6 +219,7 @@ private:
     std::vector<std::string> m_lackingRecordings;
 
     vordal::LiveHost m_host;
+    TurnsWatch m_turns{m_host};              ///< host thread
     std::unique_ptr<ProjectKeeper> m_keeper; ///< once it has begun; tasks of the host thread use it
 };
 

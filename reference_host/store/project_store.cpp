@@ -58,6 +58,9 @@ constexpr char const* Tables[] = {
     R"(CREATE TABLE preset(name TEXT PRIMARY KEY, document TEXT NOT NULL, checksum INTEGER))",
     CreateActions,
 };
+/// Of notes, in files that have any: programs that know none leave the table alone.
+constexpr char const* CreateNotes = "CREATE TABLE IF NOT EXISTS note(name TEXT PRIMARY KEY, value TEXT NOT NULL, "
+                                    "checksum INTEGER)";
 /// What turns format 1 into 2, and so on.
 constexpr char const* ToSecondFormat[] = {
     "CREATE TABLE window(name TEXT PRIMARY KEY, state BLOB NOT NULL)",
@@ -102,6 +105,8 @@ SealedTable const SealedTables[] = {
     {"window", "name, state"},
     {"preset", "name, document"},
 };
+
+SealedTable const SealedNotes{"note", "name, value"};
 
 // Names in the table "setting".
 constexpr wchar_t const* ActiveVesselSetting = L"active vessel";
@@ -231,6 +236,11 @@ public:
     std::int64_t Number(char const* sql) { return m_file.Number(sql); }
     int Changes() const { return m_file.Changes(); }
 
+    bool HasNotes()
+    {
+        return m_file.Number("SELECT count(*) FROM sqlite_master WHERE type='table' AND name='note'") != 0;
+    }
+
     template <typename Action>
     void InTransaction(Action action)
     {
@@ -249,20 +259,34 @@ private:
         }
     }
 
+    void Seal(SealedTable const& sealed)
+    {
+        m_file.Run("UPDATE " + sealed.name + " SET checksum=checksum(" + sealed.columns + ") WHERE checksum IS NULL");
+    }
     void Seal()
     {
-        for (auto const& [table, columns] : SealedTables) {
-            m_file.Run("UPDATE " + table + " SET checksum=checksum(" + columns + ") WHERE checksum IS NULL");
+        for (SealedTable const& each : SealedTables) {
+            Seal(each);
+        }
+        if (HasNotes()) {
+            Seal(SealedNotes);
         }
     }
 
+    void RequireSeals(SealedTable const& sealed)
+    {
+        if (m_file.Number("SELECT count(*) FROM " + sealed.name + " WHERE checksum IS NOT checksum(" + sealed.columns +
+                          ")") > 0) {
+            m_file.RefuseDamaged("a row of its table \"" + sealed.name + "\" is not as it was saved");
+        }
+    }
     void RequireSeals()
     {
-        for (auto const& [table, columns] : SealedTables) {
-            if (m_file.Number("SELECT count(*) FROM " + table + " WHERE checksum IS NOT checksum(" + columns + ")") >
-                0) {
-                m_file.RefuseDamaged("a row of its table \"" + table + "\" is not as it was saved");
-            }
+        for (SealedTable const& each : SealedTables) {
+            RequireSeals(each);
+        }
+        if (HasNotes()) {
+            RequireSeals(SealedNotes);
         }
     }
 
@@ -311,7 +335,7 @@ bool operator==(StoredProject const& a, StoredProject const& b)
         return one.first == other.first && TreesEqual(one.second, other.second);
     };
     return a.activeVessel == b.activeVessel && a.toldLimits == b.toldLimits && a.transmitLocked == b.transmitLocked &&
-           a.windows == b.windows && std::ranges::equal(a.ports, b.ports, ports) &&
+           a.windows == b.windows && a.notes == b.notes && std::ranges::equal(a.ports, b.ports, ports) &&
            std::ranges::equal(a.devices, b.devices, devices) &&
            std::ranges::equal(a.computations, b.computations, computations) &&
            std::ranges::equal(a.vessels, b.vessels, vessels) && std::ranges::equal(a.views, b.views, views);
@@ -394,6 +418,11 @@ StoredProject ProjectStore::Load()
     for (auto row = m_impl->Sql("SELECT name, shown FROM view"); row.Step();) {
         project.views[row.Text(0)] = row.Tree(1);
     }
+    if (m_impl->HasNotes()) {
+        for (auto row = m_impl->Sql("SELECT name, value FROM note"); row.Step();) {
+            project.notes[row.Text(0)] = row.Text(1);
+        }
+    }
     for (auto row = m_impl->Sql("SELECT name, state FROM window"); row.Step();) {
         auto const state = row.Blob(1);
         project.windows[row.Text(0)].assign(state.begin(), state.end());
@@ -469,6 +498,15 @@ void ProjectStore::Save(StoredProject const& project)
                                           std::pair{ToldBytesSetting, std::int64_t{project.toldLimits.bytes}},
                                           std::pair{TransmitLockSetting, std::int64_t{project.transmitLocked}}}) {
             m_impl->Sql("INSERT INTO setting(name, value) VALUES(?, ?)").Bind(CString(name)).Bind(value).Step();
+        }
+        if (m_impl->HasNotes()) {
+            m_impl->Run("DELETE FROM note");
+        }
+        if (!project.notes.empty()) {
+            m_impl->Run(CreateNotes);
+        }
+        for (auto const& [name, value] : project.notes) {
+            m_impl->Sql("INSERT INTO note(name, value) VALUES(?, ?)").Bind(name).Bind(value).Step();
         }
         for (auto const& [name, shown] : project.views) {
             m_impl->Sql("INSERT OR REPLACE INTO view(name, shown) VALUES(?, ?)").Bind(name).Bind(shown).Step();

@@ -64,6 +64,9 @@ struct StoredProject
     bool transmitLocked = false;
     /// What each view showed, by the view's name.
     std::map<CString, CAttributeMap> views;
+    /// What others keep with the project, by names of theirs: how it is shared with those ashore, and whatever a newer
+    /// program put there.
+    std::map<CString, CString> notes;
     /// How each window stood, by the window's name, in bytes that only the window understands.
     std::map<CString, std::vector<unsigned char>> windows;
 

@@ -30,7 +30,8 @@ foreach(file bin/qx5 lib/libvordalhost.so lib/qx5/QX5SonarConfiguration.so lib/p
     share/doc/qx5/README.md share/doc/qx5/CONTRIBUTING.md share/doc/qx5/examples/smallest_plugin/plugin.cpp
     share/doc/qx5/examples/echo_sounder/plugin.cpp share/qx5/x5_records.lua
     share/bash-completion/completions/qx5 share/zsh/vendor-completions/_qx5 share/fish/vendor_completions.d/qx5.fish
-    share/man/man1/qx5.1 share/man/man1/qx5-send.1
+    share/man/man1/qx5.1 share/man/man1/qx5-send.1 share/man/man1/qx5-serve.1
+    lib/systemd/system/qx5-serve@.service lib/sysusers.d/qx5.conf
     include/vordal-host-contract/vordalhostdllR/EntryPoints.h include/vordal-host-contract/vordalhostdllR/Device.h)
   if(NOT EXISTS "${prefix}/${file}")
     message(FATAL_ERROR "${file} is not installed")

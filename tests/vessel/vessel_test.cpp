@@ -72,6 +72,10 @@ TEST_F(VesselTest, IsBornWithAllThatItsSonarsTell)
 {
     stage.Begin();
     auto const shore = Arrive();
+    ASSERT_TRUE(shore->Wait([&] {
+        auto const facts = shore->host.Facts({"north", "Vega", "Bow"}, protocol::EncodeUtf8(range));
+        return facts && facts->high;
+    }));
     shore->Look([&] {
         auto const* const node = shore->host.Find({"north", "Vega", {}});
         EXPECT_EQ(node->state, sparkplug::SeenState::Alive);
@@ -81,6 +85,8 @@ TEST_F(VesselTest, IsBornWithAllThatItsSonarsTell)
         EXPECT_EQ(DoubleIn(bow->tree, range), DoubleIn(stage.Tree(), range));
         auto const facts = shore->host.Facts({"north", "Vega", "Bow"}, protocol::EncodeUtf8(range));
         EXPECT_TRUE(facts && facts->unit == "m");
+        // As the simulated sonar tells them.
+        EXPECT_EQ(facts->high, 500.0);
         return 0;
     });
 }

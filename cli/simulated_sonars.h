@@ -1,4 +1,4 @@
-// The simulated sonars that a window session has started, by the sonars that stand for them.
+// The simulated sonars that a session has started, by the sonars that stand for them.
 #pragma once
 
 #include <VordalBaseR/CDataId.h>

@@ -1,7 +1,8 @@
-// The vessels and devices that a window session begins with.
-#include "fleet.h"
+// The vessels and devices that a session begins with.
+#include "first_fleet.h"
 
-#include "cli/session.h"
+#include "cli/project_parts.h"
+#include "operation/endpoint.h"
 #include "reference_host/streams/settings_data.h"
 
 #include <protocol/utf8.h>
@@ -155,7 +156,7 @@ int Fleet::AddTold(vordal::StoredDevice const& device, std::string const& option
     if (endpoint.has_value()) {
         std::string host;
         std::uint16_t port = 0;
-        if (std::string error; !ParseEndpoint(*endpoint, host, port, error)) {
+        if (std::string error; !operation::ParseEndpoint(*endpoint, host, port, error)) {
             return Complain(ExitWrong, option + error);
         }
         m_toldAt += fmt::format("{}{}:{}", m_toldAt.empty() ? "" : ", ", host, port);

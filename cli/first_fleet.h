@@ -1,8 +1,9 @@
-// The vessels and devices that a window session begins with.
+// The vessels and devices that a session begins with.
 #pragma once
 
 #include "cli/commands.h"
-#include "cli/window/window_session.h"
+#include "cli/simulated_sonars.h"
+#include "reference_host/store/project_store.h"
 
 #include <optional>
 #include <string>
@@ -10,11 +11,30 @@
 
 namespace qx5::cli {
 
-/// As a project; simulated sonars are started, and belong to the session. Window thread.
+/// What a session offers to those that make its first fleet.
+class FleetGround
+{
+public:
+    /// The classes of devices that the plug-ins offer.
+    virtual std::vector<CString> DeviceClasses() const = 0;
+    /// The first whose devices are sonars; empty when there is none.
+    virtual CString SonarClass() = 0;
+    /// Whether devices of that class speak the record protocol.
+    virtual bool MakesSonars(CString const& deviceClass) = 0;
+    /// The simulated sonars that go with the session.
+    virtual SimulatedSonars& Simulators() = 0;
+    /// The sonar is one of this program's own.
+    virtual void SetSimulated(CDataId const& sonar, bool isSimulated = true) = 0;
+
+protected:
+    ~FleetGround() = default;
+};
+
+/// As a project; simulated sonars are started, and belong to the session. The session's thread.
 class Fleet
 {
 public:
-    explicit Fleet(WindowSession& session) : m_session(session) {}
+    explicit Fleet(FleetGround& session) : m_session(session) {}
 
     /// Those that the options tell; without any a few simulated sonars. An exit code other than ExitGood after a
     /// complaint.
@@ -44,7 +64,7 @@ private:
     int AddSimulated(vordal::StoredDevice const& device);
     void AddAt(vordal::StoredDevice const& device, std::string const& host, std::uint16_t port);
 
-    WindowSession& m_session;
+    FleetGround& m_session;
     vordal::StoredProject m_project;
     std::vector<std::string> m_leftOut;
     std::string m_simulatedAt;
