@@ -48,8 +48,11 @@ std::string Utf8(CString const& text)
 template <typename Number>
 bool ReadNumber(std::string const& text, Number& number)
 {
-    auto const [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return problem == std::errc() && end == text.data() + text.size() && number > 0;
+    Number read{};
+    auto const [end, problem] = std::from_chars(text.data(), text.data() + text.size(), read);
+    bool const isGood = problem == std::errc() && end == text.data() + text.size() && read > 0;
+    number = isGood ? read : number;
+    return isGood;
 }
 
 /// False when that is nothing of this.
