@@ -193,6 +193,9 @@ int main(int argc, char** argv)
         for (bench::Curve& curve : bench::RequestCurves(stage)) {
             curves.push_back(std::move(curve));
         }
+        for (bench::Curve& curve : bench::ContactCurves(stage)) {
+            curves.push_back(std::move(curve));
+        }
         std::erase_if(curves, [only](bench::Curve const& one) { return !IsWanted(one.name, only); });
         bench::RunCurves(curves);
         return 0;

@@ -40,5 +40,6 @@ class Stage;
 
 std::vector<Curve> TreeCurves();
 std::vector<Curve> RequestCurves(Stage& stage);
+std::vector<Curve> ContactCurves(Stage& stage);
 
 } // namespace bench
