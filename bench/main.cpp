@@ -197,7 +197,7 @@ int main(int argc, char** argv)
     bench::Stage stage;
     if (growth) {
         auto curves = bench::TreeCurves();
-        for (auto const& more : {bench::RequestCurves(stage), bench::HostCurves(stage)}) {
+        for (auto const& more : {bench::RequestCurves(stage), bench::HostCurves(stage), bench::ContactCurves(stage)}) {
             curves.insert(curves.end(), more.begin(), more.end());
         }
 #ifdef QX5_VIEW

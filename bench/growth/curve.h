@@ -44,6 +44,7 @@ class Stage;
 
 std::vector<Curve> TreeCurves();
 std::vector<Curve> RequestCurves(Stage& stage);
+std::vector<Curve> ContactCurves(Stage& stage);
 std::vector<Curve> HostCurves(Stage& stage);
 #ifdef QX5_VIEW
 std::vector<Curve> WindowCurves();

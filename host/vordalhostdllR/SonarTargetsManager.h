@@ -5,6 +5,7 @@
 #include <VordalBaseR/Export.h>
 #include <vordalhostdllR/SonarTarget.h>
 
+#include <cstdint>
 #include <vector>
 
 /// What a target file knows about the exchange of its contacts with other applications. Owned by its
@@ -39,6 +40,11 @@ public:
 
 protected:
     virtual ~SonarTargetsControl();
+
+public:
+    /// The first contact, in the file's order, that bears the id; null when none does. As fast among many contacts as
+    /// among few.
+    virtual SonarTarget const* GetSonarTargetByTargetId(std::uint32_t targetId) const = 0;
 };
 
 /// The store. Host thread.

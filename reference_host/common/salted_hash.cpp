@@ -1,4 +1,4 @@
-// The program's salt and the hash of texts under it.
+// The program's salt and the hash of texts and numbers under it.
 #include "salted_hash.h"
 
 #include "sip_hash.h"
@@ -43,6 +43,11 @@ std::uint64_t SaltedHash(std::wstring_view text)
 {
     return SipHash<1, 3>(ProgramSalt(),
                          {reinterpret_cast<unsigned char const*>(text.data()), text.size() * sizeof(wchar_t)});
+}
+
+std::uint64_t SaltedHash(std::uint32_t number)
+{
+    return SipHash<1, 3>(ProgramSalt(), {reinterpret_cast<unsigned char const*>(&number), sizeof(number)});
 }
 
 } // namespace vordal

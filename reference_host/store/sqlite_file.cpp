@@ -157,6 +157,26 @@ int SqliteFile::Changes() const
     return sqlite3_changes(m_database);
 }
 
+bool SqliteFile::BeginIfFree()
+{
+    sqlite3_busy_timeout(m_database, 0);
+    auto const begun = sqlite3_exec(m_database, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
+    sqlite3_busy_timeout(m_database, WaitMilliseconds);
+    return begun == SQLITE_OK;
+}
+
+void SqliteFile::SetTriggers(bool areRun)
+{
+    CheckResult(sqlite3_db_config(m_database, SQLITE_DBCONFIG_ENABLE_TRIGGER, areRun ? 1 : 0, nullptr));
+}
+
+bool SqliteFile::HasMoved() const
+{
+    int hasMoved = 0;
+    sqlite3_file_control(m_database, "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved);
+    return hasMoved != 0;
+}
+
 void SqliteFile::RollBack()
 {
     sqlite3_exec(m_database, "ROLLBACK", nullptr, nullptr, nullptr);

@@ -72,14 +72,40 @@ public:
     void InTransaction(Action action)
     {
         Run("BEGIN IMMEDIATE");
+        ToTheEnd(action);
+    }
+    /// The same, but false and nothing done where it would have to wait for another program, or may not write.
+    template <typename Action>
+    bool InTransactionIfFree(Action action)
+    {
+        if (!BeginIfFree()) {
+            return false;
+        }
+        ToTheEnd(action);
+        return true;
+    }
+    /// All that `action` reads is of one moment, whoever writes meanwhile.
+    template <typename Action>
+    void AtOneMoment(Action action)
+    {
+        Run("BEGIN");
+        ToTheEnd(action);
+    }
+    /// What `action` changes runs none of the file's triggers.
+    template <typename Action>
+    void WithoutTriggers(Action action)
+    {
+        SetTriggers(false);
         try {
             action();
-            Run("COMMIT");
         } catch (...) {
-            RollBack();
+            SetTriggers(true);
             throw;
         }
+        SetTriggers(true);
     }
+    /// The file is not any more where it was opened: another lies there, or none.
+    bool HasMoved() const;
 
     [[noreturn]] void Refuse(std::string const& what) const; ///< says: "FILE" what
     [[noreturn]] void
@@ -95,7 +121,20 @@ public:
 
 private:
     void Prepare(Check check);
+    template <typename Action>
+    void ToTheEnd(Action action)
+    {
+        try {
+            action();
+            Run("COMMIT");
+        } catch (...) {
+            RollBack();
+            throw;
+        }
+    }
+    bool BeginIfFree();
     void RollBack();
+    void SetTriggers(bool areRun);
 
     std::string m_name;
     SqliteFormat const& m_format;

@@ -1,9 +1,11 @@
 // A target file: sonar contacts in one SQLite file, which several programs may use at a time.
 #pragma once
 
-#include <VordalBaseR/Export.h>
-#include <vordalhostdllR/SonarTarget.h>
+#include "stored_target.h"
 
+#include <VordalBaseR/Export.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -19,18 +21,14 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// One contact as the file keeps it.
-struct StoredTarget
-{
-    SonarTarget target;
-    /// Given up by its owner: it stays in the list, but no look-up by GUID finds it.
-    bool lost = false;
-};
-
 /// A target file, open. Readers and a writer of whatever process do not wait for one another; two writers wait up to
 /// two seconds. A read sees all of a change or nothing of it; a change is on its way to the disk when the call returns
 /// and complete or absent after a crash. Numbers keep all but the payload of a NaN, texts are kept as UTF-8: what is no
 /// character becomes U+FFFD. One thread at a time.
+///
+/// Beside the contacts the file has an index of their ids and a log of where something was changed; a file that was
+/// made without gets both when it is first changed or followed. SQLite keeps them up to date, also under programs that
+/// know nothing of them, other than such that switch triggers off.
 ///
 /// All operations throw TargetFileError and leave the file as it was. A file that is damaged, no target file, or
 /// written by a newer version is refused when it is opened, and not touched.
@@ -68,6 +66,15 @@ public:
     /// in between.
     std::int64_t Version();
 
+    /// What has changed since Accept was called last, by whom ever, at one moment; all contacts when it never was, and
+    /// where nothing tells what has changed. Only what it gives is read.
+    TargetChanges Changes();
+    /// What Changes gave last is known from now on; with it there are `count` contacts. Throws when these are too many.
+    void Accept(std::size_t count);
+    /// Another file, or none, lies where this one was opened.
+    bool HasMoved() const;
+
+    // A file holds at most 1,000,000 contacts.
     /// Puts the contacts in place of all that are there.
     void Replace(std::vector<StoredTarget> const& targets);
     void Append(StoredTarget const& target);

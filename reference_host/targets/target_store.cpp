@@ -1,8 +1,10 @@
 // The host's store of sonar contacts: which target file is active, and changes to contacts that everybody hears of.
 #include "target_store.h"
 
+#include "followed_target_file.h"
 #include "reference_host/common/current_host.h"
 #include "reference_host/common/file_root.h"
+#include "reference_host/common/host_turn.h"
 
 #include <VordalSubscriberR/GeneralSubKeys.h>
 
@@ -75,8 +77,10 @@ bool TargetStore::ChangeAndTell(CString const& fullName, TargetFile::Missing mis
 {
     bool changed = false;
     m_runAndWait([&] {
-        {
-            auto const path = PathOf(fullName);
+        auto const path = PathOf(fullName);
+        if (auto const followed = Followed(path)) {
+            changed = change(followed->File());
+        } else {
             // Opened anew each time, as somebody may have put another file in its place.
             auto const checking = m_checked.contains(path) ? TargetFile::Checking::Header : TargetFile::Checking::Whole;
             TargetFile file(path, missing, TargetFile::Keeping::OnDisk, checking);
@@ -90,8 +94,28 @@ bool TargetStore::ChangeAndTell(CString const& fullName, TargetFile::Missing mis
     return changed;
 }
 
+std::shared_ptr<FollowedTargetFile> TargetStore::Followed(std::filesystem::path const& file) const
+{
+    auto const found = m_followed.find(file);
+    auto followed = found != m_followed.end() ? found->second.lock() : nullptr;
+    return followed != nullptr && followed->IsSound() ? followed : nullptr;
+}
+
+std::shared_ptr<FollowedTargetFile> TargetStore::Follow(std::filesystem::path const& file)
+{
+    auto followed = Followed(file);
+    if (followed == nullptr) {
+        followed = std::make_shared<FollowedTargetFile>(file);
+        std::erase_if(m_followed, [](auto const& each) { return each.second.expired(); });
+        m_followed[file] = followed;
+    }
+    return followed;
+}
+
 void TargetStore::Tell(std::uint32_t targetId, std::uint32_t changeCode, double time)
 {
+    // One turn for all who hear of it, so that the contacts are looked at once.
+    HostTurn const turn;
     SONAR_TARGET_SEL_INFO const info(targetId, changeCode, time);
     NotifyBus(Subscription::General, GeneralSubKeys::STS_SELECTED_SONAR_TARGET_CHANGE, &info);
 }

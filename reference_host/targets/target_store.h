@@ -10,11 +10,14 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <utility>
 
 namespace vordal {
+
+class FollowedTargetFile;
 
 /// What stands behind SonarTargetsManager; Host::Targets gives it. A target file's full name is its path, below the
 /// host's file root, unless Place says where it is.
@@ -46,19 +49,26 @@ public:
     bool Change(CString const& fullName, StoredTarget const& target);
     bool Remove(CString const& fullName, std::uint32_t targetId);
 
-    /// Raises the notification alone. Host thread.
+    /// The file at `file`, shared with all who follow it already. Throws TargetFileError. Host thread.
+    std::shared_ptr<FollowedTargetFile> Follow(std::filesystem::path const& file);
+
+    /// Raises the notification alone, one for all whom it reaches. Host thread.
     void Tell(std::uint32_t targetId, std::uint32_t changeCode, double time);
 
 private:
     /// Runs `change`, which says whether there was a change, on the host thread and tells of it.
     bool ChangeAndTell(CString const& fullName, TargetFile::Missing missing, std::uint32_t targetId,
                        std::uint32_t changeCode, std::function<bool(TargetFile&)> const& change);
+    /// Null unless somebody follows the file and it can be changed by way of that.
+    std::shared_ptr<FollowedTargetFile> Followed(std::filesystem::path const& file) const;
 
     RunAndWait m_runAndWait;
     Now m_now;
     /// Files that were whole when they were changed for the first time: checking all of a large one at each change
     /// would cost more than the change. Host thread alone.
     std::set<std::filesystem::path> m_checked;
+    /// Files that somebody follows, and others that somebody has followed. Host thread alone.
+    std::map<std::filesystem::path, std::weak_ptr<FollowedTargetFile>> m_followed;
     mutable std::mutex m_mutex; ///< guards what follows
     CString m_active;
     CString m_operatorName;

@@ -147,6 +147,7 @@ public:
             HugeFileStream image;
             if (target.targetId == change->targetId && target.IsLatitudeLongitudeValid() &&
                 m_targets->GetSonarTargetByTargetGuid(target.targetGuid) != nullptr &&
+                m_targets->GetSonarTargetByTargetId(change->targetId) != nullptr &&
                 image.Open(target.GetTempSonarContactGeoTiff(), false, false)) {
                 std::vector<unsigned char> bytes(static_cast<std::uint32_t>(image.GetSize()));
                 image.Read(bytes.data(), bytes.size());

@@ -1,50 +1,24 @@
 // Tests of the target store and of files by name: what goes in comes out, other programs are followed, damage is
 // refused.
-#include "tests/support/temporary_folder.h"
+#include "target_file_support.h"
 
 #include <reference_host/common/clock.h>
 #include <reference_host/common/host_observer.h>
-#include <reference_host/common/log.h>
-#include <reference_host/common/path_text.h>
-#include <reference_host/core/host.h>
 #include <reference_host/targets/target_store.h>
 
 #include <VordalBaseR/HugeFileStream.h>
 #include <VordalConfigureR/DataSearch.h>
 #include <VordalSubscriberR/GeneralSubKeys.h>
-#include <VordalSubscriberR/Subscriber.h>
 #include <vordalhostdllR/SonarTargetsManager.h>
 
-#include <sqlite3.h>
-
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
 #include <limits>
 #include <optional>
 
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace vordal::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-StoredTarget Contact(std::uint32_t id, wchar_t const* guid = L"", float range = 0.0F)
-{
-    StoredTarget contact;
-    contact.target.targetId = id;
-    contact.target.targetGuid = guid;
-    contact.target.range = range;
-    return contact;
-}
 
 class Watcher final : public HostObserver
 {
@@ -58,121 +32,6 @@ public:
 
 private:
     void Note(std::wstring text, CString const& name) { events.push_back(text.append(name.View())); }
-};
-
-/// A process that begins its work when it is told to. Made before this process opens the file: SQLite must not find a
-/// connection that it has not opened itself.
-class OtherProcess
-{
-public:
-    explicit OtherProcess(std::function<void()> const& work)
-    {
-        int ends[2];
-        EXPECT_EQ(pipe(ends), 0);
-        m_child = fork();
-        if (m_child == 0) {
-            close(ends[1]);
-            char go = 0;
-            if (read(ends[0], &go, 1) != 1) {
-                _exit(0);
-            }
-            try {
-                work();
-                _exit(0);
-            } catch (...) {
-                _exit(1);
-            }
-        }
-        close(ends[0]);
-        m_start = ends[1];
-    }
-    OtherProcess(OtherProcess const&) = delete;
-    OtherProcess& operator=(OtherProcess const&) = delete;
-    ~OtherProcess() { Kill(); }
-
-    void Start() const { EXPECT_EQ(write(m_start, "g", 1), 1); }
-    /// True when the work came to its end.
-    bool Finish()
-    {
-        int status = 0;
-        bool const ended = waitpid(std::exchange(m_child, -1), &status, 0) > 0;
-        return ended && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    }
-    /// False when it had ended by itself.
-    bool Kill()
-    {
-        if (m_start >= 0) {
-            close(std::exchange(m_start, -1));
-        }
-        if (m_child < 0) {
-            return false;
-        }
-        kill(m_child, SIGKILL);
-        int status = 0;
-        waitpid(std::exchange(m_child, -1), &status, 0);
-        return WIFSIGNALED(status);
-    }
-
-private:
-    pid_t m_child = -1;
-    int m_start = -1;
-};
-
-/// Runs a function at each notification.
-class Sink final : public Subscriber
-{
-public:
-    explicit Sink(std::function<void(NotificationInfo const*)> function) : m_function(std::move(function)) {}
-    void Notify(NotificationInfo const* info) override { m_function(info); }
-
-private:
-    std::function<void(NotificationInfo const*)> m_function;
-};
-
-class TargetsTest : public testing::Test
-{
-protected:
-    TargetsTest()
-    {
-        SetLogSink([this](LogLevel, std::string_view line) { lines.emplace_back(line); });
-    }
-    ~TargetsTest() override { SetLogSink({}); }
-
-    static void Write(fs::path const& path, std::string const& bytes)
-    {
-        std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-    }
-    static std::string Content(fs::path const& path)
-    {
-        std::ifstream stream(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-    void Sql(char const* sql)
-    {
-        sqlite3* database = nullptr;
-        ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(database, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
-        sqlite3_close(database);
-    }
-    void Put(std::vector<StoredTarget> const& contacts)
-    {
-        TargetFile(file, TargetFile::Missing::Create).Replace(contacts);
-    }
-    std::string Refusal(TargetFile::Missing missing = TargetFile::Missing::Refuse)
-    {
-        try {
-            TargetFile(file, missing).Read();
-            return {};
-        } catch (TargetFileError const& error) {
-            return error.what();
-        }
-    }
-    CString Name() const { return vordal::TextOf(file); }
-    std::string Quoted() const { return "\"" + file.string() + "\""; }
-
-    qx5::test::TemporaryFolder const folder{"qx5 targets s\u00f6\u00f1ar \u6c34"};
-    fs::path const file = folder / "wreck.sts";
-    std::vector<std::string> lines;
 };
 
 // The file.
@@ -267,6 +126,56 @@ TEST_F(TargetsTest, ChangesKeepTheOrder)
     EXPECT_EQ(read[2].target.range, 9.0F);
     EXPECT_TRUE(targets.Remove(5));
     EXPECT_EQ(targets.Read().at(0).target.range, 5.0F);
+}
+
+TEST_F(TargetsTest, AFileTakesAMillionContactsAndNotOneMore)
+{
+    Put({Contact(7)});
+    // As fast as it goes, without a row of the log for each.
+    Sql("DROP TRIGGER target_added;"
+        "WITH RECURSIVE number(n) AS (SELECT 2 UNION ALL SELECT n + 1 FROM number WHERE n < 1000000) "
+        "INSERT INTO target(position, target_id) SELECT n, n FROM number");
+    auto const refusalOf = [&](std::function<void(TargetFile&)> const& change) -> std::string {
+        TargetFile targets(file, TargetFile::Missing::Refuse, TargetFile::Keeping::Scratch,
+                           TargetFile::Checking::Header);
+        try {
+            change(targets);
+            return {};
+        } catch (TargetFileError const& error) {
+            return error.what();
+        }
+    };
+    auto const append = [](TargetFile& targets) { targets.Append(Contact(5'000'000)); };
+    EXPECT_EQ(refusalOf(append),
+              Quoted() + " holds 1000000 contacts, as many as a target file may; the contact is not added");
+    EXPECT_EQ(Number("SELECT count(*) FROM target"), 1'000'000);
+    EXPECT_EQ(refusalOf([](TargetFile& targets) {
+                  EXPECT_TRUE(targets.Change(Contact(7, L"", 5.0F)));
+                  EXPECT_TRUE(targets.Remove(500'000));
+              }),
+              "");
+    EXPECT_EQ(refusalOf(append), "") << "there is room for one, wherever it was made";
+    EXPECT_EQ(Number("SELECT count(*) FROM target WHERE target_id = 5000000"), 1);
+    EXPECT_NE(refusalOf(append), "");
+
+    // Another program's business; nobody reads it then.
+    Sql("INSERT INTO target(target_id) VALUES(10)");
+    EXPECT_EQ(refusalOf([](TargetFile& targets) { targets.Read(); }),
+              Quoted() + " holds more contacts than can be meant");
+
+    std::vector<StoredTarget> const tooMany(1'000'001);
+    EXPECT_EQ(refusalOf([&](TargetFile& targets) { targets.Replace(tooMany); }),
+              Quoted() + " takes no 1000001 contacts: a target file may hold 1000000; it is left as it is");
+    EXPECT_EQ(Number("SELECT count(*) FROM target"), 1'000'001);
+}
+
+TEST_F(TargetsTest, AContactIsFoundInTheFileByAnIndexOfIds)
+{
+    Put({Contact(5), Contact(3)});
+    // What a change and a removal ask for, also those of programs that know nothing of the index.
+    EXPECT_NE(Text("EXPLAIN QUERY PLAN SELECT position FROM target WHERE target_id = 3 ORDER BY position LIMIT 1", 3)
+                  .find("INDEX target_by_id"),
+              std::string::npos);
 }
 
 TEST_F(TargetsTest, WhatIsNoTargetFileIsRefusedInOneLineAndLeft)
@@ -370,23 +279,11 @@ protected:
         host.SetFileFolders({folder});
     }
     SonarTargetsControl* Open() { return SonarTargetsManager::Instance().OpenSTSFile(Name()); }
-    /// Runs within one notification.
-    void WithinANotification(std::function<void()> const& work)
-    {
-        Subscription subscription{Subscription::General};
-        subscription.SetSubscriber(new Sink([&](NotificationInfo const*) { work(); }), true);
-        // A key of its own, so that one within another is heard once.
-        CString const key(L"test" + std::to_wstring(++m_notifications));
-        subscription.Subscribe(key);
-        host.Notify(Subscription::General, key, nullptr);
-    }
+    void WithinANotification(std::function<void()> const& work) { WithinANotificationOf(host, work); }
 
     FixedClock clock{1700000000.0};
     Watcher watcher;
     Host host{Threading::Inline};
-
-private:
-    int m_notifications = 0;
 };
 
 TEST_F(TargetStoreTest, AFileIsOpenedByItsFullName)
@@ -454,6 +351,18 @@ TEST_F(TargetStoreTest, ALookUpGivesTheFirstOfItsGuidThatIsNotLost)
     EXPECT_EQ(control->GetSonarTargetByTargetGuid(L"same")->targetId, 2U);
     EXPECT_EQ(control->GetSonarTargetByTargetGuid(L"")->targetId, 4U);
     EXPECT_EQ(control->GetSonarTargetByTargetGuid(L"Same"), nullptr);
+    control->Close();
+}
+
+TEST_F(TargetStoreTest, ALookUpGivesTheFirstOfItsIdLostOrNot)
+{
+    auto lost = Contact(2, L"lost");
+    lost.lost = true;
+    Put({Contact(1, L"one"), lost, Contact(2, L"two"), Contact(4294967295U, L"last")});
+    auto* const control = Open();
+    EXPECT_EQ(control->GetSonarTargetByTargetId(2)->targetGuid, CString(L"lost"));
+    EXPECT_EQ(control->GetSonarTargetByTargetId(4294967295U)->targetGuid, CString(L"last"));
+    EXPECT_EQ(control->GetSonarTargetByTargetId(0), nullptr);
     control->Close();
 }
 

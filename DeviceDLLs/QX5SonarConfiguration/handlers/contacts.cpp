@@ -15,7 +15,6 @@
 #include <tvcoreR/Utf8.h>
 #include <vordalhostdllR/SonarTargetsManager.h>
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <limits>
@@ -32,14 +31,6 @@ namespace {
 float RadiansOf(float degrees)
 {
     return degrees * 3.1415927F / 180.0F;
-}
-
-SonarTarget const* FindContact(SonarTargetsControl const& file, std::uint32_t targetId)
-{
-    auto const& contacts = file.GetSonarTargets();
-    auto const found = std::find_if(contacts.begin(), contacts.end(),
-                                    [&](SonarTarget const& contact) { return contact.targetId == targetId; });
-    return found != contacts.end() ? &*found : nullptr;
 }
 
 std::span<unsigned char> BytesOf(std::string& text)
@@ -104,7 +95,7 @@ bool ControlDevice::Build3001Record(R3001 record, SONAR_TARGET_SEL_INFO const* i
         state = ContactStateCode::Deleted;
     } else {
         auto const* const contact =
-            sonarTargetsControl != nullptr ? FindContact(*sonarTargetsControl, info->targetId) : nullptr;
+            sonarTargetsControl != nullptr ? sonarTargetsControl->GetSonarTargetByTargetId(info->targetId) : nullptr;
         if (contact == nullptr) {
             return false;
         }
@@ -158,7 +149,7 @@ void ControlDevice::SendSonarContactGeoTiffx5(SONAR_TARGET_SEL_INFO const* info)
         return;
     }
     double const now = CExTime::GetCurTime();
-    auto const* const contact = FindContact(*sonarTargetsControl, info->targetId);
+    auto const* const contact = sonarTargetsControl->GetSonarTargetByTargetId(info->targetId);
     if (contact == nullptr) {
         return;
     }
