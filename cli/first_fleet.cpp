@@ -3,6 +3,7 @@
 
 #include "cli/project_parts.h"
 #include "operation/endpoint.h"
+#include "reference_host/project/open_project.h"
 #include "reference_host/streams/settings_data.h"
 
 #include <protocol/utf8.h>
