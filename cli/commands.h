@@ -1,6 +1,7 @@
 // The commands of `qx5`: what each is given and the exit code that it ends with.
 #pragma once
 
+#include "fleet_line.h"
 #include "program_facts.h"
 #include "value_source.h"
 
@@ -109,6 +110,7 @@ struct RunOptions
 {
     std::vector<std::string> plugins; ///< beside those that lie beside this program
     std::vector<std::string> devices; ///< CLASS or CLASS=HOST:PORT, in place of the sonars; for the window
+    FleetLine fleet;                  ///< whose sonars the window shows; without a broker: those of this machine
     std::string sonar;                ///< empty: start a simulated one
     std::string project;              ///< empty: nothing is kept
     std::optional<int> sonars;        ///< simulated ones: in the window 1 to 256, sequenced 1 to 26; none: 3
@@ -210,6 +212,29 @@ struct ReplayOptions
     std::vector<Fact> facts; ///< what this program is, for its window
 };
 int Replay(ReplayOptions const& options);
+
+/// `qx5 fleet`.
+struct FleetCommandOptions
+{
+    FleetLine line;
+    std::string place;              ///< VESSEL or VESSEL/SONAR; empty: all
+    std::vector<std::string> words; ///< keys, of Set KEY=VALUE
+    std::string verb;               ///< of a lease; empty: it is printed
+    double seconds = 300.0;         ///< that a lease is taken for
+    std::string asker;              ///< whom it is granted or refused; empty: who asks
+    std::string archive;            ///< a file; empty: none
+    bool json = false;
+    std::optional<int> timeoutMilliseconds;
+    std::optional<int> count;       ///< of Watch and Log
+    std::vector<std::string> until; ///< of Watch
+};
+int FleetList(FleetCommandOptions const& options);
+int FleetGet(FleetCommandOptions const& options);
+int FleetWatch(FleetCommandOptions const& options);
+int FleetSet(FleetCommandOptions const& options);
+int FleetLease(FleetCommandOptions const& options);
+int FleetLog(FleetCommandOptions const& options);
+int FleetPresence(FleetCommandOptions const& options);
 
 struct BrokerSetupOptions
 {

@@ -564,6 +564,122 @@ void AddValuesCommands(CLI::App& app, ValuesOptions& values, int& code, Runs con
         ->type_name("KEY=VALUE");
 }
 
+/// How a command reaches a fleet. Gives the option of the broker.
+CLI::Option* AddFleetLine(CLI::App& command, FleetLine& line, bool isRequired)
+{
+    CLI::Option* broker =
+        command.add_option("--broker", line.broker, "The fleet's broker")->type_name("mqtts://HOST:PORT");
+    CLI::Option* group =
+        command.add_option("--group", line.group, "What the vessels together are called")->type_name("NAME");
+    command.add_option("--ca", line.authority, "Certificate of whom the broker's must be from (default: the system's)")
+        ->needs(broker)
+        ->type_name("FILE");
+    CLI::Option* certificate =
+        command.add_option("--cert", line.certificate, "Our certificate; its name is who we are")->type_name("FILE");
+    CLI::Option* key = command.add_option("--key", line.key, "The key of that")->needs(certificate)->type_name("FILE");
+    certificate->needs(broker)->needs(key);
+    command.add_option("--person", line.person, "Who we are at a broker of this machine that asks for no certificate")
+        ->needs(broker)
+        ->excludes(certificate)
+        ->type_name("NAME");
+    broker->needs(group);
+    if (isRequired) {
+        broker->required();
+        group->required();
+    }
+    return broker;
+}
+
+/// `qx5 fleet` and what it does. Which names and files are good is told by the fleet.
+void AddFleetCommands(CLI::App& app, FleetCommandOptions& fleet, int& code)
+{
+    CLI::App* commands = app.add_subcommand("fleet", "See, ask and command the sonars of a fleet, by its broker");
+    commands->require_subcommand(1);
+    auto const add = [&](char const* name, char const* text, int (*run)(FleetCommandOptions const&),
+                         bool needsBroker = true) {
+        CLI::App* command = commands->add_subcommand(name, text);
+        command->callback([&code, &fleet, run] { code = run(fleet); });
+        AddFleetLine(*command, fleet.line, needsBroker);
+        command->add_flag("--json", fleet.json, "One JSON object on a line for each row");
+        return command;
+    };
+    auto const addPlace = [&](CLI::App* command, char const* text) {
+        return command->add_option("place", fleet.place, text)->type_name("VESSEL/SONAR");
+    };
+    auto const addSonar = [&](CLI::App* command) {
+        addPlace(command, "The sonar, or a vessel that has one sonar")->required();
+    };
+    auto const addTimeout = [&](CLI::App* command, char const* text) {
+        command->add_option("--timeout", fleet.timeoutMilliseconds, text)
+            ->check(CLI::Range(1, 86'400'000).description(""))
+            ->type_name("MS");
+    };
+    char const* const usualTimeout = "Milliseconds to wait for the connection and the answer; 10000 unless told";
+
+    CLI::App* list = add("list", "List vessels and sonars: state, age, who commands", FleetList);
+    addTimeout(list, "Milliseconds to wait for the connection and the vessels; 10000 unless told");
+    addPlace(list, "This vessel or sonar alone");
+
+    CLI::App* get = add("get", "Print values that a sonar has", FleetGet);
+    addTimeout(get, usualTimeout);
+    addSonar(get);
+    get->add_option("key", fleet.words, "Keys, or paths of keys with / between them (default: all that there are)")
+        ->type_name("KEY");
+
+    CLI::App* watch = add("watch", "Print values that a sonar has, and again each that changes", FleetWatch);
+    addTimeout(watch, "Milliseconds to wait for what --until or --count tells; exit 1 when they are over");
+    CLI::Option* count = watch->add_option("--count", fleet.count, "End after so many lines")
+                             ->check(CLI::Range(1, 1'000'000'000).description(""))
+                             ->type_name("N");
+    watch->add_option("--until", fleet.until, "End as soon as the key has that value; may be repeated for all of them")
+        ->allow_extra_args(false)
+        ->excludes(count)
+        ->type_name("KEY=VALUE");
+    addSonar(watch);
+    watch->add_option("key", fleet.words, "Keys, or paths of keys with / between them (default: all that there are)")
+        ->type_name("KEY");
+
+    CLI::App* set =
+        add("set",
+            "Ask a sonar for values and print what it then has; exit 1 if that is something else. Takes its "
+            "lease for that where nobody has it",
+            FleetSet);
+    addTimeout(set, "Milliseconds after which it is not to be done any more; 10000 unless told");
+    addSonar(set);
+    set->add_option("request", fleet.words, "key=value, or key:kind=value to force a kind")
+        ->required()
+        ->type_name("KEY=VALUE");
+
+    CLI::App* lease =
+        add("lease", "Print who commands a sonar, ask for its lease, give it back, grant or refuse it", FleetLease);
+    addTimeout(lease, usualTimeout);
+    lease->add_option("--seconds", fleet.seconds, "With take: for how long, unless asked for again")
+        ->capture_default_str()
+        ->check(CLI::Range(1.0, 86400.0).description(""))
+        ->type_name("SECONDS");
+    lease->add_option("--asker", fleet.asker, "With grant and refuse: whom (default: who asks)")->type_name("PERSON");
+    addSonar(lease);
+    OneOf(lease->add_option("verb", fleet.verb, "take, give-back, grant or refuse (default: print it)"),
+          {"take", "give-back", "grant", "refuse"})
+        ->type_name("VERB");
+
+    CLI::App* log =
+        add("log", "Print the history of vessels as it arrives: actions, events, results, values", FleetLog, false);
+    log->add_option("--archive", fleet.archive,
+                    "File that keeps it, so that vessels may forget it; without --broker what it holds is printed")
+        ->type_name("FILE");
+    log->add_option("--count", fleet.count, "End after so many entries")
+        ->check(CLI::Range(1, 1'000'000'000).description(""))
+        ->type_name("N");
+    addTimeout(log, "End after so many milliseconds");
+    addPlace(log, "Of this vessel or sonar alone");
+
+    CLI::App* presence =
+        add("presence", "Print which sonars answer and how fast, and who ashore is there", FleetPresence);
+    addTimeout(presence, usualTimeout);
+    addPlace(presence, "This vessel or sonar alone");
+}
+
 /// Does what the command line asks for and gives the exit code.
 int RunCommandLine(int argc, char** argv)
 {
@@ -707,6 +823,11 @@ int RunCommandLine(int argc, char** argv)
         ->excludes(allTabs)
         ->excludes(display);
     runCommand->add_flag("--dark", run.dark, "Begin with a dark palette");
+    CLI::Option* fleetBroker = AddFleetLine(*runCommand, run.fleet, false);
+    for (char const* const other : {"--guided", "--once", "--terminal", "--demo", "--sonar", "--sonars", "--pings",
+                                    "--device", "--project", "--record", "--display", "--tab", "--all-tabs"}) {
+        fleetBroker->excludes(other);
+    }
     runsHost(runCommand, [&] { code = Run(run); });
 
     SimOptions sim;
@@ -826,6 +947,8 @@ int RunCommandLine(int argc, char** argv)
     ServeOptions serve;
     serve.facts = facts;
     AddServeCommand(app, serve, code, runsHost);
+    FleetCommandOptions fleet;
+    AddFleetCommands(app, fleet, code);
 
     ShowLogOptions actions;
     CLI::App* actionsCommand =

@@ -218,16 +218,12 @@ std::vector<VesselState> FleetModel::Vessels() const
 {
     std::vector<VesselState> vessels;
     auto const now = m_clock().steady;
+    // Each vessel's name goes before those of its sonars.
     for (auto const& name : m_host.Names()) {
         if (name.device.empty()) {
             vessels.push_back(StateOf({name.node, {}}, *m_host.Find(name), now));
-        }
-    }
-    for (auto const& name : m_host.Names()) {
-        auto const vessel = std::find_if(vessels.begin(), vessels.end(),
-                                         [&](VesselState const& each) { return each.name == name.node; });
-        if (!name.device.empty() && vessel != vessels.end()) {
-            vessel->sonars.push_back(name.device);
+        } else {
+            vessels.back().sonars.push_back(name.device);
         }
     }
     return vessels;
@@ -236,7 +232,16 @@ std::vector<VesselState> FleetModel::Vessels() const
 std::optional<VesselState> FleetModel::Vessel(std::string const& name) const
 {
     auto const* const thing = m_host.Find(SeenOf({name, {}}));
-    return thing != nullptr ? std::optional(StateOf({name, {}}, *thing, m_clock().steady)) : std::nullopt;
+    if (thing == nullptr) {
+        return std::nullopt;
+    }
+    auto vessel = StateOf({name, {}}, *thing, m_clock().steady);
+    for (auto const& sonar : Sonars()) {
+        if (sonar.vessel == name) {
+            vessel.sonars.push_back(sonar.sonar);
+        }
+    }
+    return vessel;
 }
 
 std::vector<Place> FleetModel::Sonars() const

@@ -19,6 +19,17 @@ std::string OutcomeText(operation::Result result)
 
 } // namespace
 
+operation::Result ResultOf(authority::RequestReply const& reply)
+{
+    for (auto number = static_cast<int>(operation::Result::Agrees);
+         number <= static_cast<int>(operation::Result::Replaced); ++number) {
+        if (auto const result = static_cast<operation::Result>(number); reply.outcome == operation::ToText(result)) {
+            return result;
+        }
+    }
+    return operation::Result::Failed;
+}
+
 FleetRequests::Call FleetRequests::NoAnswer(Asked const& asked, std::string const& reason)
 {
     // What never left was not done.

@@ -4,6 +4,7 @@
 #include "authority/shore_messages.h"
 #include "authority/shore_topics.h"
 #include "fleet/place.h"
+#include "operation/action.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 
@@ -22,6 +23,9 @@ namespace qx5::fleet {
 using RequestDone = std::function<void(authority::RequestReply const&)>;
 /// What came of asking for a lease: once, or twice where the first is that it waits for the holder.
 using LeaseDone = std::function<void(authority::LeaseReply const&)>;
+
+/// Its outcome; Failed where that is a word that is not known here.
+operation::Result ResultOf(authority::RequestReply const& reply);
 
 /// How a lease is asked for.
 struct LeaseAsk

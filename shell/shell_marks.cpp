@@ -1,28 +1,12 @@
 // What the host's threads leave for the thread that answers shells.
 #include "shell/shell_marks.h"
 
-#include "operation/action_log.h"
-#include "operation/action_values.h"
 #include "reference_host/attributes/host_keys.h"
 #include "shell/told_value.h"
 
 #include <vordalhostdllR/DataManager.h>
 
 namespace qx5::shell {
-
-namespace {
-
-Outcome OutcomeOf(operation::Action const& action)
-{
-    Outcome outcome{std::string(operation::ToText(action.result)), action.reason, {}};
-    for (operation::ActionValue const& value : operation::ValuesOf(action)) {
-        outcome.values.push_back({value.path, operation::JsonText(value.asked), operation::JsonText(value.before),
-                                  operation::JsonText(value.got), UnitOf(value.key)});
-    }
-    return outcome;
-}
-
-} // namespace
 
 std::vector<std::pair<std::uint64_t, Answer>> ShellMarks::TakeStanding()
 {

@@ -2,6 +2,7 @@
 #include "shell/told_value.h"
 
 #include "operation/action_log.h"
+#include "operation/action_values.h"
 #include "json/json_parser.h"
 
 #include <VordalAttributesR/CVordalType.h>
@@ -23,6 +24,16 @@ ToldValue Tell(std::string const& sonar, double time, ValueRow const& row)
 {
     return {operation::IsoTime(time),       sonar,           row.path,
             operation::JsonText(row.value), UnitOf(row.key), std::string(protocol::NameOf(KindOf(row.value->Kind())))};
+}
+
+Outcome OutcomeOf(operation::Action const& action)
+{
+    Outcome outcome{std::string(operation::ToText(action.result)), action.reason, {}};
+    for (operation::ActionValue const& value : operation::ValuesOf(action)) {
+        outcome.values.push_back({value.path, operation::JsonText(value.asked), operation::JsonText(value.before),
+                                  operation::JsonText(value.got), UnitOf(value.key)});
+    }
+    return outcome;
 }
 
 std::string ValueText(std::string const& json, std::string const& unit)

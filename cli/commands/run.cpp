@@ -13,6 +13,7 @@
 #include "cli/terminal_keys.h"
 #include "cli/transcript.h"
 #ifdef QX5_VIEW
+#include "cli/window/fleet_in_window.h"
 #include "cli/window/run_window.h"
 #endif
 #include "recording/black_box.h"
@@ -447,6 +448,16 @@ int Run(RunOptions const& options)
         if (demo.name == options.demo) {
             return demo.run(options);
         }
+    }
+    if (!options.fleet.broker.empty()) {
+#ifdef QX5_VIEW
+        if (!options.screenshot.empty() || HasDisplay()) {
+            return FleetInWindow(options);
+        }
+        return Complain(ExitWrong, "--broker opens the window, and there is no display; `qx5 fleet` does without");
+#else
+        return Complain(ExitWrong, "--broker opens the window: this qx5 was built without it");
+#endif
     }
     bool const isPlain = !options.guided && !options.once && !options.terminal;
 #ifdef QX5_VIEW

@@ -2,10 +2,9 @@
 #include "cli/commands.h"
 
 #include "cli/key_values.h"
+#include "cli/outcome_text.h"
 #include "cli/platform/waiting.h"
-#include "operation/action_values.h"
 #include "shell/shell_client.h"
-#include "shell/told_value.h"
 
 #include <chrono>
 
@@ -40,17 +39,6 @@ shell::Outcome Ask(SendOptions const& options, CAttributeMap const& request)
     }
 }
 
-std::string TextOf(shell::Outcome const& outcome)
-{
-    std::string text = "what became of it\n";
-    for (shell::AskedValue const& value : outcome.values) {
-        text += fmt::format("  {}: asked {}, there was {}, the sonar has {}\n", value.key,
-                            shell::ValueText(value.asked, value.unit), shell::ValueText(value.before, value.unit),
-                            shell::ValueText(value.got, value.unit));
-    }
-    return text;
-}
-
 } // namespace
 
 int SendThroughRun(SendOptions const& options)
@@ -62,12 +50,7 @@ int SendThroughRun(SendOptions const& options)
         }
     }
     try {
-        auto const outcome = Ask(options, request);
-        fmt::print("{}", options.json ? shell::JsonOf(outcome) + "\n" : TextOf(outcome));
-        if (outcome.result == operation::ToText(operation::Result::Agrees)) {
-            return ExitGood;
-        }
-        return Complain(ExitFailed, outcome.reason.empty() ? outcome.result : outcome.result + ": " + outcome.reason);
+        return PrintOutcome(Ask(options, request), options.json);
     } catch (shell::ShellError const& problem) {
         return Complain(ExitFailed, problem.what());
     }

@@ -33,6 +33,8 @@ using Clock = std::chrono::steady_clock;
 
 /// To connect to a sonar that is watched.
 constexpr auto connectLimit = 3s;
+/// The same by way of a broker, where it may be far.
+constexpr auto fleetLimit = 10s;
 
 /// What values are waited for: each of them told last as it is asked for.
 class Condition
@@ -182,7 +184,7 @@ int WatchValues(ValuesOptions const& options, Condition condition, EndSignals co
     auto const awaited = condition.Keys();
     keys.insert(keys.end(), awaited.begin(), awaited.end());
     auto const begun = Clock::now();
-    auto const source = MakeValueSource(options.target, keys, true, connectLimit);
+    auto const source = MakeValueSource(options.target, keys, true, options.target.fleet ? fleetLimit : connectLimit);
     int count = 0;
     for (;;) {
         while (auto const told = source->Take()) {

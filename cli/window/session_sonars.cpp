@@ -172,6 +172,35 @@ bool WindowSession::Install(vordal::StoredDevice device, vordal::VesselSetup con
     return true;
 }
 
+bool WindowSession::AddUnconnected(vordal::StoredDevice const& device, vordal::VesselSetup const& vessel,
+                                   std::string& error)
+{
+    auto const computation = SteeringComputation(device.dataId, {});
+    bool const isNewVessel = std::none_of(m_fleet.vessels.begin(), m_fleet.vessels.end(),
+                                          [&](auto const& each) { return each.number == vessel.number; });
+    bool isAdded = false;
+    auto const add = [&] {
+        if (isNewVessel) {
+            m_host.Project()->AddVessel(vessel);
+        }
+        isAdded = m_host.Project()->Add(device, std::nullopt, {computation});
+        if (isAdded) {
+            m_recorder.BeginDevice(device.dataId);
+        }
+    };
+    if (!OnHost(m_host, add, error) || !isAdded) {
+        error = error.empty() ? fmt::format("\"{}\" cannot be made", Utf8(device.name)) : error;
+        return false;
+    }
+    if (isNewVessel) {
+        m_fleet.vessels.push_back(vessel);
+    }
+    m_fleet.devices.push_back(device);
+    m_fleet.computations.push_back(computation);
+    m_desk.SetName(device.dataId, Utf8(device.name));
+    return true;
+}
+
 std::optional<CDataId> WindowSession::AddSonar(SonarSetup const& setup, std::string& error)
 {
     auto const vessel = VesselOf(setup.vessel);

@@ -143,6 +143,9 @@ public:
     /// Whether the change closes the sonar and opens another in its place.
     bool IsReplacedBy(CDataId const& sonar, SonarSetup const& setup) const;
     bool RemoveSonar(CDataId const& sonar, std::string& error);
+    /// Adds a device that stays without a connection of its own, and its vessel where that is new. False, and one line
+    /// in `error`, when it cannot be made.
+    bool AddUnconnected(vordal::StoredDevice const& device, vordal::VesselSetup const& vessel, std::string& error);
     /// What goes with a sonar that is removed, a line each.
     std::vector<std::string> LostWith(CDataId const& sonar);
     unsigned short ActiveVessel() const { return m_activeVessel; }

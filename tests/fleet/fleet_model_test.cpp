@@ -94,6 +94,7 @@ TEST_F(FleetModelLine, ShowsWhatVesselsAndSonarsTold)
     EXPECT_EQ(vessels[0].name, "Vega");
     EXPECT_EQ(vessels[0].freshness, Freshness::Current);
     EXPECT_THAT(vessels[0].sonars, ElementsAre("Bow"));
+    EXPECT_THAT(model.Vessel("Vega")->sonars, ElementsAre("Bow"));
     EXPECT_EQ(model.Sonars(), std::vector{modelledSonar});
     auto const sonar = model.Sonar(modelledSonar);
     ASSERT_TRUE(sonar);
