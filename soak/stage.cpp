@@ -42,8 +42,6 @@ constexpr vordal::TreeLimits toldLimits{.keys = 2500, .bytes = std::uint32_t{2} 
 constexpr auto endLimit = std::chrono::seconds(60);
 /// As `qx5 run` does.
 constexpr auto saveInterval = std::chrono::seconds(2);
-/// A device that comes and goes, so that the host looks for the sonars that take turns.
-CDataId const passerBy(1, 500, 1, 1);
 
 unsigned short VesselOf(std::size_t sonar)
 {
@@ -269,18 +267,20 @@ void Stage::AddSonar(std::size_t sonar)
     bool isAdded = false;
     m_sonars.ControlChanges();
     Host().RunAndWait([&] {
-        auto made = Host().MakeDevice(m_sonarClass);
-        made->SetPortName(NameOf(sonar));
-        Device* const device = Host().AddDevice(std::move(made), IdOf(sonar), NameOf(sonar));
-        if (device == nullptr) {
-            return;
-        }
-        Host().SetToldLimits(*device, toldLimits);
-        Host().LoadDevice(*device, removed.attributes);
-        Host().ApplyDevice(*device, true);
-        Host().SetPort(*device, removed.port);
-        // With any device that goes, the host looks anew for the sonars that take turns.
-        isAdded = Host().RemoveDevice(Host().AddDevice(Host().MakeDevice(L"Device"), passerBy, L"passer-by"));
+        // Those that take turns are looked for once it is there.
+        Host().DiscoverAnew([&] {
+            auto made = Host().MakeDevice(m_sonarClass);
+            made->SetPortName(NameOf(sonar));
+            Device* const device = Host().AddDevice(std::move(made), IdOf(sonar), NameOf(sonar));
+            if (device == nullptr) {
+                return;
+            }
+            Host().SetToldLimits(*device, toldLimits);
+            Host().LoadDevice(*device, removed.attributes);
+            Host().ApplyDevice(*device, true);
+            Host().SetPort(*device, removed.port);
+            isAdded = true;
+        });
     });
     m_sonars.ControlChanges();
     if (!isAdded) {
