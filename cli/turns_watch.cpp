@@ -4,6 +4,7 @@
 #include "cli/project_parts.h"
 
 #include <VordalAttributesR/CVordalType.h>
+#include <protocol/records/shared_keys.h>
 #include <vordalhostdllR/DataManager.h>
 
 #include <algorithm>

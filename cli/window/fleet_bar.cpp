@@ -33,7 +33,7 @@ QString Tenths(double seconds)
 }
 
 /// "07:15:00" of a time of the vessel's.
-QString ClockText(double utc)
+QString VesselClockText(double utc)
 {
     return QString::fromStdString(operation::IsoTime(utc)).mid(11, 8) + QStringLiteral(" UTC");
 }
@@ -83,12 +83,13 @@ QString LeaseText(authority::LeaseNews const& lease, std::string const& person)
     auto text = lease.holder == person ? QObject::tr("you command")
                                        : QObject::tr("%1 commands").arg(QString::fromStdString(lease.holder));
     if (lease.until && *lease.until != 0.0) {
-        text += QObject::tr(" until %1").arg(ClockText(*lease.until));
+        text += QObject::tr(" until %1").arg(VesselClockText(*lease.until));
     }
     if (!lease.asker.empty()) {
-        text += lease.asker == person ? QObject::tr("; you ask, to be answered by %1").arg(ClockText(lease.answerBy))
-                                      : QObject::tr("; %1 asks, to be answered by %2")
-                                            .arg(QString::fromStdString(lease.asker), ClockText(lease.answerBy));
+        text += lease.asker == person
+                    ? QObject::tr("; you ask, to be answered by %1").arg(VesselClockText(lease.answerBy))
+                    : QObject::tr("; %1 asks, to be answered by %2")
+                          .arg(QString::fromStdString(lease.asker), VesselClockText(lease.answerBy));
     }
     return text;
 }
