@@ -26,10 +26,10 @@ public:
 };
 
 /// Subscriptions to one device, each for one key: the same, or one of its own.
-class Followers
+class ManySubscriptions
 {
 public:
-    Followers(Device& device, std::size_t count, bool isOneKey) : m_device(device), m_subscriptions(count)
+    ManySubscriptions(Device& device, std::size_t count, bool isOneKey) : m_device(device), m_subscriptions(count)
     {
         for (std::size_t i = 0; i < count; ++i) {
             m_keys.push_back(isOneKey ? CString(rangeKey.Text()) : CString(L"Key" + std::to_wstring(i)));
@@ -65,7 +65,7 @@ Curve FollowersCurve(Stage& stage, std::string name, std::string work, bool isOn
             1.0,
             {{10'000, 30e6}},
             [&stage, isOneKey, isLeaving](std::size_t size, std::vector<double>& nanoseconds) {
-                Followers followers(stage.Drained().GetDevice(), size, isOneKey);
+                ManySubscriptions followers(stage.Drained().GetDevice(), size, isOneKey);
                 if (isLeaving) {
                     followers.Join();
                     Time(1, 1, nanoseconds, [&] { followers.Leave(); });
