@@ -14,6 +14,7 @@
 #include <QToolBar>
 
 #include <chrono>
+#include <cmath>
 
 #include <fmt/format.h>
 
@@ -68,9 +69,11 @@ QString FleetText(fleet::SonarState const& sonar, std::optional<fleet::LookState
         text += QObject::tr(" (%1 s ago)").arg(Tenths(look->age));
     }
     if (clockAhead) {
-        text +=
-            gap +
-            QObject::tr("clock %1%2 s").arg(*clockAhead < 0.0 ? QString() : QStringLiteral("+"), Tenths(*clockAhead));
+        auto const tenths = Tenths(*clockAhead);
+        bool const isZero = std::abs(*clockAhead) < 0.05;
+        text += gap +
+                (isZero ? QObject::tr("clocks agree")
+                        : QObject::tr("clock %1%2 s").arg(*clockAhead < 0.0 ? QString() : QStringLiteral("+"), tenths));
     }
     return line.isEmpty() ? text : text + gap + line;
 }

@@ -10,10 +10,18 @@ bool DeviceRegister::Add(CDataId const& id, std::unique_ptr<Device>& device)
     if (m_byId.contains(PackedId(id))) {
         return false;
     }
+    // Should there be no memory for one of them, it stands in none.
     auto const at = m_entries.emplace(device.get(), Entry{nullptr, m_next, id}).first;
+    try {
+        m_inOrder.emplace(m_next, device.get());
+        Enter(id, m_next, device.get());
+    } catch (...) {
+        m_inOrder.erase(m_next);
+        m_entries.erase(at);
+        throw;
+    }
     at->second.device = std::move(device);
     ++m_next;
-    Enter(at->second);
     return true;
 }
 
@@ -23,7 +31,9 @@ std::unique_ptr<Device> DeviceRegister::Take(BaseDevice const* device)
     if (at == m_entries.end()) {
         return nullptr;
     }
-    Strike(at->second);
+    auto const& entry = at->second;
+    m_inOrder.erase(entry.order);
+    Strike(entry.id, entry.order, entry.device.get());
     auto taken = std::move(at->second.device);
     m_entries.erase(at);
     return taken;
@@ -31,32 +41,49 @@ std::unique_ptr<Device> DeviceRegister::Take(BaseDevice const* device)
 
 void DeviceRegister::ChangeId(BaseDevice const& device, CDataId const& id)
 {
-    if (auto const at = m_entries.find(&device); at != m_entries.end()) {
-        Strike(at->second);
-        at->second.id = id;
-        Enter(at->second);
+    auto const at = m_entries.find(&device);
+    if (at == m_entries.end() || PackedId(at->second.id) == PackedId(id)) {
+        return;
+    }
+    // What takes memory comes first: when it runs out all is as it was.
+    auto& entry = at->second;
+    if (entry.id.GetVessel() == id.GetVessel()) {
+        m_byId.emplace(PackedId(id), entry.device.get());
+        StrikeId(entry.id, entry.device.get());
+    } else {
+        Enter(id, entry.order, entry.device.get());
+        Strike(entry.id, entry.order, entry.device.get());
+    }
+    entry.id = id;
+}
+
+void DeviceRegister::Enter(CDataId const& id, std::uint64_t order, Device* device)
+{
+    auto const at = m_byId.emplace(PackedId(id), device);
+    try {
+        m_ofVessel[id.GetVessel()].insert({order, device});
+    } catch (...) {
+        m_byId.erase(at);
+        throw;
     }
 }
 
-void DeviceRegister::Enter(Entry const& entry)
+void DeviceRegister::StrikeId(CDataId const& id, Device const* device)
 {
-    m_byId.emplace(PackedId(entry.id), entry.device.get());
-    m_inOrder.emplace(entry.order, entry.device.get());
-    m_ofVessel[entry.id.GetVessel()].insert({entry.order, entry.device.get()});
-}
-
-void DeviceRegister::Strike(Entry const& entry)
-{
-    auto const [first, last] = m_byId.equal_range(PackedId(entry.id));
+    auto const [first, last] = m_byId.equal_range(PackedId(id));
     for (auto at = first; at != last; ++at) {
-        if (at->second == entry.device.get()) {
+        if (at->second == device) {
             m_byId.erase(at);
             break;
         }
     }
-    m_inOrder.erase(entry.order);
-    auto const vessel = m_ofVessel.find(entry.id.GetVessel());
-    vessel->second.erase(entry.order);
+}
+
+void DeviceRegister::Strike(CDataId const& id, std::uint64_t order, Device const* device)
+{
+    StrikeId(id, device);
+    auto const vessel = m_ofVessel.find(id.GetVessel());
+    vessel->second.erase(order);
     if (vessel->second.empty()) {
         m_ofVessel.erase(vessel);
     }

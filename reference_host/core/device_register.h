@@ -64,8 +64,10 @@ private:
         CDataId id;
     };
 
-    void Enter(Entry const& entry);
-    void Strike(Entry const& entry);
+    /// All of it or, when memory runs out, nothing.
+    void Enter(CDataId const& id, std::uint64_t order, Device* device);
+    void Strike(CDataId const& id, std::uint64_t order, Device const* device);
+    void StrikeId(CDataId const& id, Device const* device);
 
     std::unordered_map<BaseDevice const*, Entry> m_entries;
     std::unordered_multimap<std::uint64_t, Device*> m_byId; ///< a device may be given an id that another has
