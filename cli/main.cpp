@@ -517,6 +517,18 @@ void AddReplayCommand(CLI::App& app, ReplayOptions& replay, int& code, Runs cons
         ->excludes(asHost);
 }
 
+/// When a command that watches ends.
+void AddWatchEnds(CLI::App& watch, std::optional<int>& count, std::vector<std::string>& until)
+{
+    CLI::Option* counted = watch.add_option("--count", count, "End after so many lines")
+                               ->check(CLI::Range(1, 1'000'000'000).description(""))
+                               ->type_name("N");
+    watch.add_option("--until", until, "End as soon as the key has that value; may be repeated for all of them")
+        ->allow_extra_args(false)
+        ->excludes(counted)
+        ->type_name("KEY=VALUE");
+}
+
 /// `qx5 get` and `qx5 watch`.
 void AddValuesCommands(CLI::App& app, ValuesOptions& values, int& code, Runs const& runsHost)
 {
@@ -555,13 +567,7 @@ void AddValuesCommands(CLI::App& app, ValuesOptions& values, int& code, Runs con
 
     CLI::App* watch = add("watch", "Print values that a sonar has, and again each that changes", Watch);
     addTimeout(watch, "Milliseconds to wait for what --until or --count tells; exit 1 when they are over");
-    CLI::Option* count = watch->add_option("--count", values.count, "End after so many lines")
-                             ->check(CLI::Range(1, 1'000'000'000).description(""))
-                             ->type_name("N");
-    watch->add_option("--until", values.until, "End as soon as the key has that value; may be repeated for all of them")
-        ->allow_extra_args(false)
-        ->excludes(count)
-        ->type_name("KEY=VALUE");
+    AddWatchEnds(*watch, values.count, values.until);
 }
 
 /// How a command reaches a fleet. Gives the option of the broker.
@@ -628,13 +634,7 @@ void AddFleetCommands(CLI::App& app, FleetCommandOptions& fleet, int& code)
 
     CLI::App* watch = add("watch", "Print values that a sonar has, and again each that changes", FleetWatch);
     addTimeout(watch, "Milliseconds to wait for what --until or --count tells; exit 1 when they are over");
-    CLI::Option* count = watch->add_option("--count", fleet.count, "End after so many lines")
-                             ->check(CLI::Range(1, 1'000'000'000).description(""))
-                             ->type_name("N");
-    watch->add_option("--until", fleet.until, "End as soon as the key has that value; may be repeated for all of them")
-        ->allow_extra_args(false)
-        ->excludes(count)
-        ->type_name("KEY=VALUE");
+    AddWatchEnds(*watch, fleet.count, fleet.until);
     addSonar(watch);
     watch->add_option("key", fleet.words, "Keys, or paths of keys with / between them (default: all that there are)")
         ->type_name("KEY");

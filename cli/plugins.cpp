@@ -3,8 +3,12 @@
 
 #include "platform/executable_path.h"
 
+#include "reference_host/common/log.h"
 #include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_set.h"
+#include "reference_host/project/live_host.h"
+
+#include <HalvaneX5InterfaceR/QX5Device.h>
 
 #include <algorithm>
 #include <memory>
@@ -70,6 +74,43 @@ std::string PluginPath(std::vector<std::string> const& told)
 std::string PluginPath(std::string const& told)
 {
     return PluginPath(told.empty() ? std::vector<std::string>() : std::vector<std::string>{told});
+}
+
+bool LoadInto(vordal::LiveHost& host, std::vector<std::filesystem::path> const& files, std::size_t told,
+              std::string& error)
+{
+    bool hasLoaded = false;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        std::string reason;
+        // A plug-in that throws is told of like one that says no.
+        try {
+            if (host.LoadPlugIn(files[i], reason)) {
+                hasLoaded = true;
+                continue;
+            }
+        } catch (std::exception const& failure) {
+            reason = failure.what();
+        }
+        error = reason;
+        if (i < told) {
+            return false;
+        }
+        vordal::Log(vordal::LogLevel::Warning, reason);
+    }
+    if (!hasLoaded && error.empty()) {
+        error = "there is no plug-in beside this program; --plugin FILE tells one";
+    }
+    return hasLoaded;
+}
+
+bool MakesSonars(vordal::LiveHost& host, CString const& deviceClass)
+{
+    bool makes = false;
+    host.RunAndWait([&] {
+        auto const device = host.MakeDevice(deviceClass);
+        makes = dynamic_cast<QX5Device const*>(device.get()) != nullptr;
+    });
+    return makes;
 }
 
 } // namespace qx5::cli

@@ -1,9 +1,16 @@
 // Which plug-ins a command loads: those that it is told, and those that lie beside this program.
 #pragma once
 
+#include <VordalBaseR/CString.h>
+
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
+
+namespace vordal {
+class LiveHost;
+}
 
 namespace qx5::cli {
 
@@ -20,5 +27,12 @@ std::vector<std::filesystem::path> PluginFiles(std::vector<std::string> const& t
 /// waits for.
 std::string PluginPath(std::vector<std::string> const& told);
 std::string PluginPath(std::string const& told);
+
+/// Has the host load all of them. The first `told` must load, and one at all, else false and one line in `error`; one
+/// of the others that does not leaves a line in the log.
+bool LoadInto(vordal::LiveHost& host, std::vector<std::filesystem::path> const& files, std::size_t told,
+              std::string& error);
+/// Whether devices of that class speak the record protocol.
+bool MakesSonars(vordal::LiveHost& host, CString const& deviceClass);
 
 } // namespace qx5::cli

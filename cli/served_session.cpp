@@ -2,6 +2,7 @@
 #include "served_session.h"
 
 #include "cli/commands.h"
+#include "cli/plugins.h"
 #include "cli/project_parts.h"
 #include "reference_host/common/log.h"
 #include "reference_host/common/path_text.h"
@@ -71,27 +72,12 @@ bool ServedSession::OpenProject(std::string const& file, std::string& error)
 
 bool ServedSession::LoadPlugins(std::vector<std::filesystem::path> const& files, std::size_t told, std::string& error)
 {
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        std::string reason;
-        if (!m_host.LoadPlugIn(files[i], reason)) {
-            if (i < told) {
-                error = reason;
-                return false;
-            }
-            vordal::Log(vordal::LogLevel::Warning, reason);
-        }
-    }
-    return true;
+    return LoadInto(m_host, files, told, error);
 }
 
 bool ServedSession::MakesSonars(CString const& deviceClass)
 {
-    bool makes = false;
-    m_host.RunAndWait([&] {
-        auto const device = m_host.MakeDevice(deviceClass);
-        makes = dynamic_cast<QX5Device const*>(device.get()) != nullptr;
-    });
-    return makes;
+    return cli::MakesSonars(m_host, deviceClass);
 }
 
 bool ServedSession::Begin(vordal::StoredProject fleet, std::string& error)

@@ -55,27 +55,30 @@ std::optional<FleetRequests::Call> FleetRequests::Add(Asked asked)
     return std::nullopt;
 }
 
-std::optional<FleetRequests::Call> FleetRequests::Ask(Place const& sonar, CAttributeMap const& request, Seconds limit,
-                                                      Seconds now, RequestDone done)
+FleetRequests::Asked FleetRequests::Beginning(Place const& sonar, Seconds limit, Seconds now)
 {
     Asked asked;
     asked.sonar = sonar;
-    asked.request = request;
-    asked.done = std::move(done);
     asked.end = now + limit;
     asked.over = asked.end + Grace;
+    return asked;
+}
+
+std::optional<FleetRequests::Call> FleetRequests::Ask(Place const& sonar, CAttributeMap const& request, Seconds limit,
+                                                      Seconds now, RequestDone done)
+{
+    auto asked = Beginning(sonar, limit, now);
+    asked.request = request;
+    asked.done = std::move(done);
     return Add(std::move(asked));
 }
 
 std::optional<FleetRequests::Call> FleetRequests::AskLease(Place const& sonar, LeaseAsk const& ask, Seconds limit,
                                                            Seconds now, LeaseDone done)
 {
-    Asked asked;
-    asked.sonar = sonar;
+    auto asked = Beginning(sonar, limit, now);
     asked.ask = ask;
     asked.leaseDone = std::move(done);
-    asked.end = now + limit;
-    asked.over = asked.end + Grace;
     return Add(std::move(asked));
 }
 

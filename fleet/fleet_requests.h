@@ -100,6 +100,7 @@ private:
         bool waitsForHolder = false;
     };
 
+    static Asked Beginning(Place const& sonar, Seconds limit, Seconds now);
     std::optional<Call> Add(Asked asked);
     static Call NoAnswer(Asked const& asked, std::string const& reason);
 

@@ -170,6 +170,28 @@ void MetricTable::Rebuild()
     }
 }
 
+template <typename Visit>
+void MetricTable::ForEachMetric(Visit const& visit) const
+{
+    std::vector<std::pair<CAttributeMap::const_iterator, CAttributeMap::const_iterator>> levels{
+        {m_tree.begin(), m_tree.end()}};
+    std::uint32_t number = 0;
+    while (!levels.empty()) {
+        auto& [next, end] = levels.back();
+        if (next == end) {
+            levels.pop_back();
+            continue;
+        }
+        CAttributeMap const& node = *next;
+        ++next;
+        if (!m_rows[number].name.empty()) {
+            visit(number, node);
+        }
+        ++number;
+        levels.emplace_back(node.begin(), node.end());
+    }
+}
+
 void MetricTable::AppendBirth(std::vector<Metric>& metrics, std::uint64_t utc, std::uint64_t& nextAlias)
 {
     if (m_isNew) {
@@ -191,38 +213,25 @@ void MetricTable::AppendBirth(std::vector<Metric>& metrics, std::uint64_t utc, s
     m_byAlias.clear();
 
     metrics.reserve(metrics.size() + m_metricCount);
-    std::vector<std::pair<CAttributeMap::const_iterator, CAttributeMap::const_iterator>> levels{
-        {m_tree.begin(), m_tree.end()}};
-    std::size_t number = 0;
-    while (!levels.empty()) {
-        auto& [next, end] = levels.back();
-        if (next == end) {
-            levels.pop_back();
-            continue;
+    ForEachMetric([&](std::uint32_t number, CAttributeMap const& node) {
+        Row const& row = m_rows[number];
+        auto& metric = metrics.emplace_back();
+        metric.name = row.name;
+        metric.alias = row.alias;
+        metric.timestamp = utc;
+        metric.type = DataTypeOf(row.kind);
+        metric.value = WireOf(ValueOf(node.Value()));
+        auto const kind = KindText(row.kind);
+        if (!kind.empty()) {
+            metric.properties.push_back({std::string(KindProperty), DataType::String, std::string(kind)});
         }
-        CAttributeMap const& node = *next;
-        ++next;
-        Row const& row = m_rows[number++];
-        if (!row.name.empty()) {
-            auto& metric = metrics.emplace_back();
-            metric.name = row.name;
-            metric.alias = row.alias;
-            metric.timestamp = utc;
-            metric.type = DataTypeOf(row.kind);
-            metric.value = WireOf(ValueOf(node.Value()));
-            auto const kind = KindText(row.kind);
-            if (!kind.empty()) {
-                metric.properties.push_back({std::string(KindProperty), DataType::String, std::string(kind)});
-            }
-            if (m_facts) {
-                AppendFacts(m_facts(node.KeyText()), metric.properties);
-            }
-            if (node.GetFlags() != 0) {
-                metric.properties.push_back(FlagsOf(node.GetFlags()));
-            }
+        if (m_facts) {
+            AppendFacts(m_facts(node.KeyText()), metric.properties);
         }
-        levels.emplace_back(node.begin(), node.end());
-    }
+        if (node.GetFlags() != 0) {
+            metric.properties.push_back(FlagsOf(node.GetFlags()));
+        }
+    });
 }
 
 void MetricTable::SeeAgain(Time now, std::uint64_t utc)
@@ -230,23 +239,7 @@ void MetricTable::SeeAgain(Time now, std::uint64_t utc)
     if (m_isNew) {
         return;
     }
-    std::vector<std::pair<CAttributeMap::const_iterator, CAttributeMap::const_iterator>> levels{
-        {m_tree.begin(), m_tree.end()}};
-    std::uint32_t number = 0;
-    while (!levels.empty()) {
-        auto& [next, end] = levels.back();
-        if (next == end) {
-            levels.pop_back();
-            continue;
-        }
-        CAttributeMap const& node = *next;
-        ++next;
-        if (!m_rows[number].name.empty()) {
-            Note(number, node, now, utc);
-        }
-        ++number;
-        levels.emplace_back(node.begin(), node.end());
-    }
+    ForEachMetric([&](std::uint32_t number, CAttributeMap const& node) { Note(number, node, now, utc); });
 }
 
 void MetricTable::AppendDue(std::vector<Metric>& metrics, Time now, std::size_t bytes)

@@ -90,6 +90,9 @@ private:
     bool Compare(CAttributeMap const& tree, Time now, std::uint64_t utc);
     void Note(std::uint32_t row, CAttributeMap const& node, Time now, std::uint64_t utc);
     void Rebuild();
+    /// With the number of its row, parents first.
+    template <typename Visit>
+    void ForEachMetric(Visit const& visit) const;
     void Index() const;
 
     TreeNames m_names;

@@ -387,9 +387,9 @@ ValuesOptions FleetValuesOf(FleetCommandOptions const& options)
     return values;
 }
 
-} // namespace
-
-int FleetList(FleetCommandOptions const& options)
+/// Does the work once there is something of what is meant, or the time is over.
+template <typename Work>
+int WithMeant(FleetCommandOptions const& options, Work const& work)
 {
     if (int const code = CheckFleet(options); code != ExitGood) {
         return code;
@@ -398,6 +398,15 @@ int FleetList(FleetCommandOptions const& options)
         auto const wanted = options.place.empty() ? fleet::Place() : PlaceIn(options.place);
         FleetUse use(options.line, wanted);
         AwaitMeant(use, wanted, FleetLimitOf(options));
+        return work(use, wanted);
+    });
+}
+
+} // namespace
+
+int FleetList(FleetCommandOptions const& options)
+{
+    return WithMeant(options, [&](FleetUse& use, fleet::Place const& wanted) {
         bool isAny = false;
         for (auto const& vessel : use.Get().Vessels()) {
             if (!IsMeant({vessel.name, {}}, {wanted.vessel, {}})) {
@@ -531,13 +540,7 @@ int FleetLease(FleetCommandOptions const& options)
 
 int FleetPresence(FleetCommandOptions const& options)
 {
-    if (int const code = CheckFleet(options); code != ExitGood) {
-        return code;
-    }
-    return DoingInFleet([&] {
-        auto const wanted = options.place.empty() ? fleet::Place() : PlaceIn(options.place);
-        FleetUse use(options.line, wanted);
-        AwaitMeant(use, wanted, FleetLimitOf(options));
+    return WithMeant(options, [&](FleetUse& use, fleet::Place const& wanted) {
         std::vector<fleet::Place> sonars;
         for (fleet::Place const& sonar : use.Get().Sonars()) {
             if (IsMeant(sonar, wanted)) {

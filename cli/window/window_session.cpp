@@ -2,6 +2,7 @@
 #include "window_session.h"
 
 #include "cli/commands.h"
+#include "cli/plugins.h"
 #include "reference_host/common/log.h"
 #include "reference_host/common/path_text.h"
 #include "reference_host/streams/settings_data.h"
@@ -101,28 +102,7 @@ WindowSession::~WindowSession()
 
 bool WindowSession::LoadPlugins(std::vector<std::filesystem::path> const& files, std::size_t told, std::string& error)
 {
-    bool hasLoaded = false;
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        std::string reason;
-        // A plug-in that throws is told of like one that says no.
-        try {
-            if (m_host.LoadPlugIn(files[i], reason)) {
-                hasLoaded = true;
-                continue;
-            }
-        } catch (std::exception const& failure) {
-            reason = failure.what();
-        }
-        error = reason;
-        if (i < told) {
-            return false;
-        }
-        vordal::Log(vordal::LogLevel::Warning, reason);
-    }
-    if (!hasLoaded && error.empty()) {
-        error = "there is no plug-in beside this program; --plugin FILE tells one";
-    }
-    return hasLoaded;
+    return LoadInto(m_host, files, told, error);
 }
 
 std::vector<Fact> WindowSession::PlugIns()
@@ -140,12 +120,7 @@ std::vector<Fact> WindowSession::PlugIns()
 
 bool WindowSession::MakesSonars(CString const& deviceClass)
 {
-    bool makes = false;
-    m_host.RunAndWait([&] {
-        auto const device = m_host.MakeDevice(deviceClass);
-        makes = dynamic_cast<QX5Device const*>(device.get()) != nullptr;
-    });
-    return makes;
+    return cli::MakesSonars(m_host, deviceClass);
 }
 
 bool WindowSession::Begin(vordal::StoredProject fleet, std::string const& file, std::string& error)

@@ -361,6 +361,8 @@ void AddSonars(py::module_& module)
     py::class_<PythonMailbox>(module, "Mailbox", PlainType())
         .def(py::init<>())
         .def("take", &PythonMailbox::Take, py::arg("timeout"))
+        .def(
+            "put", [](PythonMailbox const& mailbox, std::uint64_t sign) { mailbox.Box()->Put(sign); }, py::arg("sign"))
         .def("close", [](PythonMailbox const& mailbox) { mailbox.Box()->Close(); })
         .def("take_log_over",
              [](PythonMailbox const& mailbox) {

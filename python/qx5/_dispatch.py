@@ -69,9 +69,18 @@ class Dispatcher:
 
     def add(self, listener: Callable[[], None]) -> int:
         """The sign on which the listener is called."""
-        sign = next(self._signs)
+        sign = self.sign()
         self._listeners[sign] = listener
         return sign
+
+    def sign(self) -> int:
+        """A sign that nobody else has; it is passed over until somebody listens to it."""
+        return next(self._signs)
+
+    def listen(self, sign: int, listener: Callable[[], None]) -> None:
+        """From now on the listener is called on that sign, and once for all that it was given before."""
+        self._listeners[sign] = listener
+        self.mailbox.put(sign)
 
     def remove(self, sign: int) -> None:
         """The listener of that sign is not called any more, unless it is just being called."""
@@ -88,6 +97,14 @@ class Dispatcher:
         if self._thread is not None and not self.is_this_thread():
             self._thread.join(5.0)
 
+    @staticmethod
+    def call(callback: Callable[..., object], *arguments: object) -> None:
+        """Calls it; what it raises goes into the log, and nothing else is kept from being called."""
+        try:
+            callback(*arguments)
+        except Exception:
+            _log.exception("a callback failed")
+
     def _run(self) -> None:
         while True:
             signs, lines, lost, closed = self.mailbox.take(None)
@@ -98,10 +115,7 @@ class Dispatcher:
             for sign in signs:
                 listener = self._listeners.get(sign)
                 if listener is not None:
-                    try:
-                        listener()
-                    except Exception:
-                        _log.exception("a callback failed")
+                    self.call(listener)
             if closed:
                 return
 

@@ -146,12 +146,10 @@ class Subscription:
         self._idle.set()
         self._ended = False
         dispatcher.start()
-        self._sign = dispatcher.add(self._deliver)
-        try:
-            self._feed = sonar._native.follow(list(keys), dispatcher.mailbox, self._sign)
-        except BaseException:
-            dispatcher.remove(self._sign)
-            raise
+        self._sign = dispatcher.sign()
+        self._feed = sonar._native.follow(list(keys), dispatcher.mailbox, self._sign)
+        # Not before: a sign that comes while there is no feed would be lost, and it is given once until it is answered.
+        dispatcher.listen(self._sign, self._deliver)
 
     def unsubscribe(self) -> None:
         """The callback is not called any more when this returns; within the callback it returns at once."""
@@ -177,7 +175,7 @@ class Subscription:
             for key, value, before, when in self._feed.take(10_000):
                 if self._ended:
                     return
-                self._callback(Change(self._sonar, key, value, before, when))
+                dispatcher.call(self._callback, Change(self._sonar, key, value, before, when))
         finally:
             self._idle.set()
             if self._feed.ended:

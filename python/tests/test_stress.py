@@ -64,7 +64,10 @@ def test_all_at_once():
             count("connects")
 
         def drop(chance):
-            chance.choice((first, second)).command("ping")
+            try:
+                chance.choice((first, second)).command("ping")
+            except qx5.SimulatorError as error:
+                assert "too many pings wait" in str(error)  # threads that were kept from running came all at once
             time.sleep(0.01)
 
         def work(seed):

@@ -62,6 +62,32 @@ def test_callbacks_are_called_on_a_thread_of_their_own(sonar):
     assert names == ["qx5 callbacks"]
 
 
+def test_what_changes_while_it_is_subscribed_to_is_told(sonar):
+    """The change comes, and the thread of callbacks has passed it, before the subscription is complete."""
+    native = sonar._native
+    collected, passed = Collected(), Collected()
+
+    class Slow:
+        def follow(self, keys, mailbox, sign):
+            feed = native.follow(keys, mailbox, sign)
+            for count, value in enumerate((51, 52), 1):
+                native.request([("range", value)])
+                passed.wait(count)
+            return feed
+
+        def __getattr__(self, name):
+            return getattr(native, name)
+
+    with sonar.subscribe(passed, "range"):
+        object.__setattr__(sonar, "_native", Slow())
+        subscription = sonar.subscribe(collected, "range")
+        object.__setattr__(sonar, "_native", native)
+        with subscription:
+            assert [each.value for each in collected.wait(2)] == [51.0, 52.0]
+            sonar.range = 53
+            assert collected.wait(3)[2].value == 53.0
+
+
 def test_after_unsubscribe_nothing_is_told(sonar):
     told, still = Collected(), Collected()
     subscription = sonar.subscribe(told, "range")

@@ -229,6 +229,8 @@ TEST_F(ServeTest, GoesOnWhenTheBrokerIsKilled)
     auto const shore = Arrive();
     broker.Kill();
     ASSERT_TRUE(vessel.WaitForError("it is tried again")) << vessel.Errors();
+    // Else what is alive below may be what was alive before, and the lease is asked for on the line that is no more.
+    ASSERT_TRUE(shore->Wait([&] { return Alive(*shore, "Bow") == nullptr; }));
     broker.Start();
     ASSERT_TRUE(shore->Wait([&] { return Alive(*shore, "Bow") != nullptr; }));
     EXPECT_EQ(shore->TakeLease("Bow").answer, authority::LeaseReplyKind::Granted);
