@@ -270,8 +270,8 @@ std::string PlainEntry(std::string const& vessel, std::string_view kind, std::st
     std::string text;
     try {
         auto const entry = ParseJson(json);
-        for (auto const& [name, value] : entry.members) {
-            auto const shown = value.Is(JsonValue::Kind::Text) ? value.text : WriteJson(value);
+        for (auto const& [name, value] : entry.Root().Members()) {
+            auto const shown = value.Is(JsonValue::Kind::Text) ? std::string(value.Text()) : WriteJson(value.Copy());
             if (name == "time") {
                 time = shown;
             } else if (!shown.empty()) {
@@ -341,7 +341,7 @@ private:
         }
         JsonValue entry;
         try {
-            entry = ParseJson(json);
+            entry = ParseJson(json).Root().Copy();
         } catch (InvalidDocument const&) {
             entry = JsonValue::Text(json);
         }
