@@ -451,15 +451,17 @@ private:
         m_runs.End();
         m_vessel->WaitForEnd();
         m_killedAt.push_back(killed);
-        for (auto const& asker : m_askers) {
-            for (auto const& event : asker->Events()) {
-                m_doubtful +=
-                    event.agrees && event.answered && event.run == m_killedAt.size() && killed - *event.answered < 1s
-                        ? 1
-                        : 0;
+        LookAtDisk();
+        for (unsigned number = 0; number < m_options.sonars; ++number) {
+            auto const& onDisk = m_onDisk[number];
+            for (auto const& event : m_askers[number]->Events()) {
+                // What was acknowledged is on the disk no more. What is there has all before it there, or ashore.
+                bool const isTaken = !onDisk.empty() && event.index <= *onDisk.rbegin();
+                bool const isDoubtful = event.agrees && event.run == m_killedAt.size() && !isTaken && event.answered &&
+                                        killed - *event.answered < 100ms;
+                m_doubtful += isDoubtful ? 1 : 0;
             }
         }
-        LookAtDisk();
         BeginVessel();
     }
 
