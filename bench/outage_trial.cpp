@@ -33,7 +33,7 @@ int Run(int count, char const* const* words)
         std::string_view const word(words[i]);
         auto const number = i + 1 < count ? Number(words[i + 1]) : std::nullopt;
         if ((word != "--events" && word != "--seed") || !number) {
-            fmt::print(stderr, "qx5-outage: it takes --events N and --seed N, not '{}'\n", word);
+            fmt::print(stderr, "qx5-outage: it takes --events N and --seed N, each N a number from 1 on\n");
             return 2;
         }
         (word == "--events" ? options.events : options.seed) = *number;
