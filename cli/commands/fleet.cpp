@@ -569,10 +569,10 @@ int FleetPresence(FleetCommandOptions const& options)
                                {"roundTrip", NumberJson(roundTrip)},
                                {"clockAhead", NumberJson(vessel->clockAhead)}});
             } else {
-                fmt::print("{}  {}, round trip {}, clock {:+.1f} s\n", TextOf(place),
+                fmt::print("{}  {}, round trip {}, clock {}\n", TextOf(place),
                            StateText(sonar->freshness, sonar->reason, sonar->age),
                            roundTrip ? fmt::format("{:.0f} ms", *roundTrip * 1000.0) : std::string("unknown"),
-                           vessel->clockAhead.value_or(0.0));
+                           vessel->clockAhead ? fmt::format("{:+.1f} s", *vessel->clockAhead) : std::string("unknown"));
             }
         }
         for (std::string const& person : use.Get().Persons()) {
