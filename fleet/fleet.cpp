@@ -312,9 +312,14 @@ void Fleet::OnShoreMessage(std::string_view topic, std::string_view payload)
             OnReply(sonar, *reply);
         }
     } else if (parsed->subject == authority::ShoreSubject::Detections) {
-        auto const detections = authority::DecodeDetections(payload, error);
-        if (detections && m_hooks.detections) {
-            m_hooks.detections(sonar, *detections);
+        if (auto const detections = authority::DecodeDetections(payload, error)) {
+            {
+                std::lock_guard const lock(m_mutex);
+                m_looks.NotePing(sonar, Clock::now());
+            }
+            if (m_hooks.detections) {
+                m_hooks.detections(sonar, *detections);
+            }
         }
     } else if (parsed->subject == authority::ShoreSubject::History) {
         auto message = authority::DecodeHistory(payload, error);
@@ -472,6 +477,15 @@ std::optional<LookState> Fleet::LookOf(Place const& sonar) const
     }
     return LookState{std::chrono::duration<double>(told->took).count(),
                      std::chrono::duration<double>(Clock::now() - told->at).count()};
+}
+
+std::optional<PingsState> Fleet::PingsOf(Place const& sonar) const
+{
+    auto const now = Clock::now();
+    std::lock_guard const lock(m_mutex);
+    auto const pings = m_looks.PingsOf(sonar, now);
+    return pings ? std::optional(PingsState{pings->rate, std::chrono::duration<double>(now - pings->newest).count()})
+                 : std::nullopt;
 }
 
 } // namespace qx5::fleet

@@ -62,6 +62,13 @@ struct LookState
     double age = 0.0;       ///< s since it was measured
 };
 
+/// How the detections of a sonar arrive while they are wanted here.
+struct PingsState
+{
+    double rate = 0.0; ///< a second, over the last five
+    double age = 0.0;  ///< s since the newest arrived
+};
+
 /// What a reader gets shares all trees with the fleet. Any thread may call; nothing waits for the line but End.
 class Fleet
 {
@@ -101,6 +108,8 @@ public:
     void EndLook(Place const& sonar);
     /// Nothing before the first answer.
     std::optional<LookState> LookOf(Place const& sonar) const;
+    /// Nothing before the first has arrived, and when they are not wanted.
+    std::optional<PingsState> PingsOf(Place const& sonar) const;
 
 private:
     /// What is to be done once nothing is locked any more.

@@ -38,7 +38,7 @@ CommandBar::Acts LeaseActs()
 } // namespace
 
 QString FleetText(fleet::SonarState const& sonar, std::optional<fleet::LookState> const& look,
-                  std::optional<double> clockAhead, QString const& line)
+                  std::optional<fleet::PingsState> const& pings, std::optional<double> clockAhead, QString const& line)
 {
     auto const gap = QStringLiteral("    ");
     auto text = QString::fromStdString(TextOf(sonar.place)) + gap;
@@ -51,6 +51,11 @@ QString FleetText(fleet::SonarState const& sonar, std::optional<fleet::LookState
                         : QObject::tr("round trip unknown"));
     if (look && look->age > 2.0 * std::chrono::duration<double>(fleet::Looks::Interval).count()) {
         text += QObject::tr(" (%1 s ago)").arg(Tenths(look->age));
+    }
+    if (pings) {
+        text += gap + (pings->rate > 0.0
+                           ? QObject::tr("detections %1/s, %2 s old").arg(Tenths(pings->rate), Tenths(pings->age))
+                           : QObject::tr("last detections %1 s ago").arg(Tenths(pings->age)));
     }
     if (clockAhead) {
         auto const tenths = Tenths(*clockAhead);
@@ -89,8 +94,8 @@ void FleetBar::Look()
     m_fleet.Look(*place, m_session.Host().IsFollowed(stream));
     auto const vessel = m_fleet.Vessel(place->vessel);
     auto const line = m_fleet.Line();
-    auto const shown = FleetText(*sonar, m_fleet.LookOf(*place), vessel ? vessel->clockAhead : std::nullopt,
-                                 QString::fromStdString(line.reason));
+    auto const shown = FleetText(*sonar, m_fleet.LookOf(*place), m_fleet.PingsOf(*place),
+                                 vessel ? vessel->clockAhead : std::nullopt, QString::fromStdString(line.reason));
     auto const reason = QString::fromStdString(sonar->reason);
     m_bar.ShowState(shown, reason.isEmpty() ? shown : reason, sonar->freshness == fleet::Freshness::Current);
     // Nobody hears what is asked of one that is gone.

@@ -17,9 +17,9 @@ namespace qx5::cli {
 
 class WindowSession;
 
-/// "Vega/Bow    current, 0.3 s old    round trip 820 ms    clock +0.1 s"
+/// "Vega/Bow    current, 0.3 s old    round trip 820 ms    detections 4.8/s, 0.2 s old    clock +0.1 s"
 QString FleetText(fleet::SonarState const& sonar, std::optional<fleet::LookState> const& look,
-                  std::optional<double> clockAhead, QString const& line);
+                  std::optional<fleet::PingsState> const& pings, std::optional<double> clockAhead, QString const& line);
 /// A bar at the bottom of the window and a menu with the same. Looks some five times a second, and tells the vessel
 /// that somebody looks at the shown sonar. Window thread; session, fleet and window outlive it.
 class FleetBar

@@ -243,6 +243,22 @@ TEST_F(FleetInAWindow, TakesNoLeaseOfASonarThatIsGone)
     EXPECT_TRUE(RunUntil([&] { return Action("takeLease").isEnabled(); }));
 }
 
+TEST(FleetBarText, SaysHowDetectionsArriveAndWhenTheyHaveEnded)
+{
+    fleet::SonarState sonar;
+    sonar.place = bowOfVessel;
+    sonar.freshness = fleet::Freshness::Current;
+    sonar.age = 0.3;
+    auto const text = [&](fleet::PingsState const& pings) {
+        return cli::FleetText(sonar, fleet::LookState{0.82, 1.0}, pings, 0.1, {}).toStdString();
+    };
+    EXPECT_EQ(text({4.8, 0.2}),
+              "vessel/Bow    current, 0.3 s old    round trip 820 ms    detections 4.8/s, 0.2 s old    "
+              "clock +0.1 s");
+    EXPECT_EQ(text({0.0, 9.2}), "vessel/Bow    current, 0.3 s old    round trip 820 ms    last detections 9.2 s ago    "
+                                "clock +0.1 s");
+}
+
 /// A sonar far away, its vessel in a process of its own, and the window ashore.
 class ServedFleet : public ::testing::Test
 {
@@ -309,6 +325,19 @@ protected:
     std::unique_ptr<cli::FleetWindow> window;
     CDataId bow;
 };
+
+TEST_F(ServedFleet, ThePictureIsAliveAndTheBarSaysAtWhatRate)
+{
+    ASSERT_TRUE(RunUntil([&] { return Label("powerValue") == "190 dB"; }));
+    EXPECT_EQ(Text("fleetState").find("detections"), std::string::npos);
+    ASSERT_TRUE(far.Tell("set x5PingOnOffState=1"));
+    EXPECT_TRUE(RunUntil([&] { return cli::HasEchoes(bow); }));
+    EXPECT_TRUE(RunUntil([&] { return Text("fleetState").find("    detections ") != std::string::npos; }))
+        << Text("fleetState");
+    ASSERT_TRUE(far.Tell("set x5PingOnOffState=0"));
+    EXPECT_TRUE(RunUntil([&] { return Text("fleetState").find("    last detections ") != std::string::npos; }))
+        << Text("fleetState");
+}
 
 TEST_F(ServedFleet, TheTabsAreLive)
 {
