@@ -7,6 +7,7 @@
 #include "fleet/fleet_requests.h"
 #include "fleet/history_keeper.h"
 #include "fleet/looks.h"
+#include "fleet/roll.h"
 #include "sparkplug/host_state.h"
 
 #include <condition_variable>
@@ -35,6 +36,9 @@ struct FleetOptions
     bool isPresent = false;       ///< others hear that we are here, until the end
     bool wantsDetections = false; ///< what vessels tell those who look; see Look
     bool wantsHistory = false;
+    /// Only who is there is of interest (see Roll): trees are empty, nothing can be asked for, and no vessel is asked
+    /// to tell everything anew.
+    bool isRoll = false;
     std::filesystem::path archive; ///< keeps the history, and acknowledges it; empty: it is only heard
     FleetModelOptions model;       ///< all but group and sender
 };
@@ -89,6 +93,8 @@ public:
 
     std::string const& Person() const { return m_options.person; }
     broker::LineStatus Line() const { return m_connection->Status(); }
+    /// Of a roll: whether each sonar that is there has said who commands it.
+    bool IsRollWhole() const;
     std::vector<VesselState> Vessels() const;
     std::optional<VesselState> Vessel(std::string const& name) const;
     std::vector<Place> Sonars() const;
@@ -153,6 +159,7 @@ private:
     FleetModel m_model;
     FleetRequests m_requests;
     Looks m_looks;
+    Roll m_roll;
     std::map<std::string, sparkplug::HostState> m_persons;
 
     std::mutex m_timerMutex; ///< guards what follows
