@@ -86,10 +86,10 @@ std::optional<Found> EventIn(outbox::Item const& item, unsigned sonars)
         throw std::runtime_error(fmt::format("entry {} is no action: {}", item.number, error));
     }
     auto const row = ParseJson(text->text);
-    auto const* const key = row.Find("key");
-    auto const* const asked = row.Find("new");
+    auto const key = row.Root().Find("key");
+    auto const asked = row.Root().Find("new");
     double range = 0.0;
-    if (key == nullptr || key->text != protocol::EncodeUtf8(protocol::keys::x5Range.text) || asked == nullptr ||
+    if (!key || key->Text() != protocol::EncodeUtf8(protocol::keys::x5Range.text) || !asked ||
         !asked->ReadNumber(range)) {
         return std::nullopt;
     }
