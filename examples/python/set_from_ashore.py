@@ -13,8 +13,9 @@ import qx5
 
 def set_range(sonar: qx5.FleetSonar, metres: float) -> bool:
     """Whether the sonar has it."""
-    trip = sonar.wait_for(lambda each: each.round_trip)
-    print(f"{sonar.name}: range {sonar.range} m, told {sonar.age:.1f} s ago; {trip * 1000:.0f} ms there and back")
+    trip = sonar.wait_for(lambda each: each.round_trip) or 0.0
+    age = sonar.age or 0.0
+    print(f"{sonar.name}: range {sonar.range} m, told {age:.1f} s ago; {trip * 1000:.0f} ms there and back")
     try:
         # Whoever has the lease is asked for it, and may take half a minute to answer.
         with sonar.lease():

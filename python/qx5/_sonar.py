@@ -16,6 +16,7 @@ from ._keys import Keys
 from ._tree import Tree
 
 _T = TypeVar("_T")
+_Own = TypeVar("_Own", bound="Sonar")
 
 
 class Change(NamedTuple):
@@ -289,7 +290,7 @@ class Sonar(Keys):
         self._native.close()
         is_closed(self)
 
-    def __enter__(self) -> Sonar:
+    def __enter__(self: _Own) -> _Own:
         return self
 
     def __exit__(self, kind: type[BaseException] | None, error: BaseException | None,
@@ -365,7 +366,7 @@ class Sonar(Keys):
         finally:
             feed.end()
 
-    def wait_for(self, condition: Callable[[Sonar], _T], timeout: float | None = 10.0) -> _T:
+    def wait_for(self: _Own, condition: Callable[[_Own], _T], timeout: float | None = 10.0) -> _T:
         """Waits until the condition holds, and gives what it gave.
 
         It is asked on the caller's thread, at once and after whatever the sonar tells. Raises qx5.Timeout after so many
