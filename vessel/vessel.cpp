@@ -776,7 +776,7 @@ void Vessel::Body::LookAtSonars()
         Told& told = entry->second;
         bool const isRenamed = told.sonar.onTopic != sonar.onTopic;
         told.sonar = sonar;
-        m_leases.SetName(sonar.id, sonar.name);
+        m_leases.SetName(sonar.id, sonar.onTopic);
         if (isNew || isRenamed) {
             if (sonar.onTopic != sonar.name && m_options.tell) {
                 m_options.tell(fmt::format("the sonar \"{}\" is called \"{}\" ashore", sonar.name, sonar.onTopic));
