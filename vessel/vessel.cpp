@@ -15,6 +15,7 @@
 #include "vessel/detection_feed.h"
 #include "vessel/history_text.h"
 #include "vessel/line_pace.h"
+#include "vessel/second_line.h"
 #include "vessel/sonar_names.h"
 #include "vessel/vessel_marks.h"
 
@@ -213,6 +214,7 @@ private:
         std::string reason; ///< of the link
         Clock::time_point wantedUntil = Clock::time_point::min();
         std::optional<CDataBlock> ping; ///< the newest that was not told
+        std::uint64_t pingTold = 0;     ///< which of all pings its last one was
     };
     /// A question for a lease whose answer is the holder's.
     struct Waiting
@@ -260,12 +262,19 @@ private:
     void Pump(Clock::time_point now);
     void SendHistory();
     void SendDetections(Clock::time_point now);
+    bool SendPing(Told& told);
+    /// Acknowledged once all before it has reached the broker: a piece of history without entries.
+    broker::Publication Probe() const;
     /// The number of its acknowledgement; 0 when there was no room.
     std::uint64_t SendProbe();
     /// Its number; 0 when there is no room in what one with that share may fill; a share of 0: of what the connection
     /// has.
     std::uint64_t Publish(broker::Publication const& publication, double share);
     void Reply(std::string const& sonar, std::string const& person, std::string bytes);
+    /// The same of a request: on a far line by both connections.
+    void ReplyTwice(std::string const& sonar, std::string const& person, std::string bytes);
+    bool UsesSecond() const { return m_pace.IsFar() && m_second->IsThere(); }
+    broker::Publication ReplyOf(std::string const& sonar, std::string const& person, std::string bytes) const;
     void NoteCounts();
 
     vordal::Host& m_host;
@@ -312,6 +321,7 @@ private:
     std::unique_ptr<DetectionFeed> m_feed;
 
     std::unique_ptr<broker::Connection> m_connection; ///< once it has begun
+    std::unique_ptr<SecondLine> m_second;             ///< the same
 };
 
 Vessel::Body::Body(vordal::Host& host, operation::OperatorDesk& desk, VesselOptions options)
@@ -350,6 +360,7 @@ VesselCounts Vessel::Body::Counts() const
     counts.refused = m_refused.load();
     if (m_connection != nullptr) {
         counts.line = m_connection->Counts();
+        counts.second = m_second->Counts();
     }
     return counts;
 }
@@ -371,6 +382,14 @@ void Vessel::Body::Begin()
     line.address = m_options.address;
     line.files = m_options.files;
     line.name = "qx5/" + m_options.group + "/" + m_options.vessel;
+    auto second = line;
+    second.name += "/second";
+    m_second = std::make_unique<SecondLine>(
+        std::move(second),
+        std::vector{
+            authority::TopicText({authority::ShoreSubject::Request, m_options.group, m_options.vessel, "+", "+"})},
+        SecondLine::Hooks{[inbox = m_inbox](std::function<void()> task) { inbox->Put(std::move(task)); },
+                          [this](std::string_view topic, std::string_view payload) { Arrive(topic, payload); }});
     m_connection = std::make_unique<broker::Connection>(std::move(line), std::move(filters), Hooks());
     LookAtSonars();
     m_thread = std::thread([this] { Run(); });
@@ -397,6 +416,7 @@ void Vessel::Body::End(std::chrono::milliseconds limit)
     m_inbox->arrived.notify_all();
     m_inbox->taken.notify_all();
     m_thread.join();
+    m_second->End();
     m_feed.reset();
     m_desk.ShoreTap().Set(nullptr);
     m_desk.Events().SetListener(nullptr);
@@ -427,6 +447,9 @@ broker::ConnectionHooks Vessel::Body::Hooks()
     hooks.completed = [this](std::uint64_t number, bool isAcknowledged) {
         m_inbox->Put([this, number, isAcknowledged] {
             m_pace.Acknowledged(number, Seconds(Clock::now()));
+            if (m_pace.IsFar()) {
+                m_second->Begin();
+            }
             if (number == m_pingProbe) {
                 m_pingProbe = 0;
             }
@@ -925,7 +948,7 @@ void Vessel::Body::TakeStanding(Standing& standing)
         return; // of those who tell no name nobody waits
     }
     if (!standing.ready.empty()) {
-        Reply(asked.sonar, asked.person, std::move(standing.ready));
+        ReplyTwice(asked.sonar, asked.person, std::move(standing.ready));
         return;
     }
     standing.reply.sender = asked.stamp->sender;
@@ -945,7 +968,7 @@ void Vessel::Body::TakeStanding(Standing& standing)
             error);
         m_outbox->Put(outbox::Kind::Result, *content);
     }
-    Reply(asked.sonar, asked.person, std::move(*bytes));
+    ReplyTwice(asked.sonar, asked.person, std::move(*bytes));
 }
 
 void Vessel::Body::TakeLook(authority::ShoreTopic const& topic, std::string const& payload)
@@ -1051,12 +1074,25 @@ std::uint64_t Vessel::Body::Publish(broker::Publication const& publication, doub
     return *number;
 }
 
+broker::Publication Vessel::Body::ReplyOf(std::string const& sonar, std::string const& person, std::string bytes) const
+{
+    return {authority::TopicText({authority::ShoreSubject::Result, m_options.group, m_options.vessel, sonar, person}),
+            std::move(bytes), 1, false};
+}
+
 void Vessel::Body::Reply(std::string const& sonar, std::string const& person, std::string bytes)
 {
     // Whoever hears nothing asks again.
-    Publish({authority::TopicText({authority::ShoreSubject::Result, m_options.group, m_options.vessel, sonar, person}),
-             std::move(bytes), 1, false},
-            0.0);
+    Publish(ReplyOf(sonar, person, std::move(bytes)), 0.0);
+}
+
+void Vessel::Body::ReplyTwice(std::string const& sonar, std::string const& person, std::string bytes)
+{
+    auto const reply = ReplyOf(sonar, person, std::move(bytes));
+    Publish(reply, 0.0);
+    if (UsesSecond()) {
+        m_second->SendCopy(reply); // known by its number there
+    }
 }
 
 void Vessel::Body::Pump(Clock::time_point now)
@@ -1069,7 +1105,7 @@ void Vessel::Body::Pump(Clock::time_point now)
     if (m_sendsHistory && !valuesWait) {
         SendHistory();
     }
-    if (m_node.IsBorn() && !valuesWait && m_pingProbe == 0) {
+    if (m_node.IsBorn() && !valuesWait) {
         SendDetections(now);
     }
     if (m_node.IsBorn() && m_birthProbe == 0 && !valuesWait) {
@@ -1100,37 +1136,59 @@ void Vessel::Body::SendHistory()
 
 void Vessel::Body::SendDetections(Clock::time_point now)
 {
-    bool isSent = false;
+    std::vector<Told*> waiting;
     for (auto& [key, told] : m_sonars) {
-        if (!told.ping || told.wantedUntil < now || !m_pace.HasRoom(shareOfDetections)) {
-            continue;
+        if (told.ping && told.wantedUntil >= now) {
+            waiting.push_back(&told);
         }
-        auto const message = DetectionsOf(*std::exchange(told.ping, std::nullopt));
-        std::string error;
-        auto const bytes = message ? authority::Encode(*message, error) : std::nullopt;
-        if (bytes &&
-            Publish(
-                {authority::TopicText(
-                     {authority::ShoreSubject::Detections, m_options.group, m_options.vessel, told.sonar.onTopic, {}}),
-                 *bytes, 0, false},
-                shareOfDetections)) {
-            ++m_pings;
+    }
+    // Where there is not room for all, each has its turn.
+    std::sort(waiting.begin(), waiting.end(), [](auto const* a, auto const* b) { return a->pingTold < b->pingTold; });
+    bool isSent = false;
+    for (Told* const told : waiting) {
+        if (SendPing(*told)) {
+            told->pingTold = ++m_pings;
             isSent = true;
         }
     }
-    if (isSent) {
+    if (isSent && !UsesSecond()) {
         m_pingProbe = SendProbe();
     }
 }
 
-/// A piece of history without entries: it is acknowledged once all before it has reached the broker.
-std::uint64_t Vessel::Body::SendProbe()
+bool Vessel::Body::SendPing(Told& told)
+{
+    bool const bySecond = UsesSecond();
+    auto const room = bySecond ? m_second->RoomForPing() : std::size_t{0};
+    if (bySecond ? room == 0 : m_pingProbe != 0 || !m_pace.HasRoom(shareOfDetections)) {
+        return false;
+    }
+    auto message = DetectionsOf(*std::exchange(told.ping, std::nullopt));
+    if (message && bySecond) {
+        ThinOut(*message, room);
+    }
+    std::string error;
+    auto bytes = message ? authority::Encode(*message, error) : std::nullopt;
+    if (!bytes) {
+        return false;
+    }
+    broker::Publication const ping{
+        authority::TopicText(
+            {authority::ShoreSubject::Detections, m_options.group, m_options.vessel, told.sonar.onTopic, {}}),
+        std::move(*bytes), 0, false};
+    return bySecond ? m_second->SendPing(ping, Probe()) : Publish(ping, shareOfDetections) != 0;
+}
+
+broker::Publication Vessel::Body::Probe() const
 {
     std::string error;
-    auto const bytes = authority::Encode(authority::HistoryMessage{m_outbox->Identity(), {}}, error);
-    return Publish({authority::TopicText({authority::ShoreSubject::History, m_options.group, m_options.vessel, {}, {}}),
-                    *bytes, 1, false},
-                   0.0);
+    return {authority::TopicText({authority::ShoreSubject::History, m_options.group, m_options.vessel, {}, {}}),
+            *authority::Encode(authority::HistoryMessage{m_outbox->Identity(), {}}, error), 1, false};
+}
+
+std::uint64_t Vessel::Body::SendProbe()
+{
+    return Publish(Probe(), 0.0);
 }
 
 Vessel::Vessel(vordal::Host& host, operation::OperatorDesk& desk, VesselOptions options)
