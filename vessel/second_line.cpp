@@ -1,8 +1,9 @@
 // The second connection of a vessel whose line is far.
 #include "vessel/second_line.h"
 
+#include "operation/steady_seconds.h"
+
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace qx5::vessel {
@@ -19,11 +20,6 @@ LinePace::Options PaceOfPings()
     options.firstBytes = 2 * onePacket;
     options.greatestBytes = std::size_t{256} << 10;
     return options;
-}
-
-double SteadySeconds()
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 } // namespace
@@ -46,7 +42,7 @@ broker::ConnectionHooks SecondLine::ConnectionHooks()
     hooks.disconnected = [this] { m_hooks.put([this] { m_isConnected = false; }); };
     hooks.message = m_hooks.message;
     hooks.completed = [this](std::uint64_t number, bool) {
-        m_hooks.put([this, number] { m_pace.Acknowledged(number, SteadySeconds()); });
+        m_hooks.put([this, number] { m_pace.Acknowledged(number, operation::SteadySeconds()); });
     };
     return hooks;
 }
@@ -65,7 +61,7 @@ void SecondLine::SendCopy(broker::Publication const& publication)
     }
     if (auto const number = m_connection.Publish(publication)) {
         m_pace.Sent(publication.topic.size() + publication.payload.size());
-        m_pace.AwaitAcknowledgement(*number, SteadySeconds());
+        m_pace.AwaitAcknowledgement(*number, operation::SteadySeconds());
     }
 }
 
@@ -84,7 +80,7 @@ bool SecondLine::SendPing(broker::Publication const& ping, broker::Publication c
     }
     m_pace.Sent(ping.topic.size() + ping.payload.size() + probe.topic.size() + probe.payload.size());
     if (auto const number = m_connection.Publish(probe)) {
-        m_pace.AwaitAcknowledgement(*number, SteadySeconds());
+        m_pace.AwaitAcknowledgement(*number, operation::SteadySeconds());
     }
     return true;
 }
