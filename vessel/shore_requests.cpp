@@ -290,15 +290,31 @@ void ShoreRequests::TakeStanding(Standing& standing)
         standing.reply.asked = standing.reply.echoed = standing.reply.has = {};
         bytes = authority::Encode(authority::ShoreReply(standing.reply), error);
     }
-    if (standing.isDone) {
-        m_doing->book.Finish(asked.person, *asked.stamp, *bytes);
-        auto const content = authority::Encode(
-            authority::HistoryContent(authority::HistoryText{
-                asked.sonar, asked.person, JsonOf(standing.reply, asked.sonar, asked.person, CExTime::GetCurTime())}),
-            error);
-        m_around.outbox.Put(outbox::Kind::Result, *content);
+    if (!standing.isDone) {
+        m_around.line.ReplyTwice(asked.sonar, asked.person, std::move(*bytes));
+        return;
     }
-    m_around.line.ReplyTwice(asked.sonar, asked.person, std::move(*bytes));
+    auto content = authority::Encode(
+        authority::HistoryContent(authority::HistoryText{
+            asked.sonar, asked.person, JsonOf(standing.reply, asked.sonar, asked.person, CExTime::GetCurTime())}),
+        error);
+    if (!content) {
+        m_around.complaints.Put("a result is not kept for the shore: " + error);
+        FinishRequest(asked, std::move(*bytes));
+        return;
+    }
+    // A vessel that is killed must still have what it told. What the disk does not take, which it says itself, is told
+    // all the same: whoever commands has to know what was done.
+    m_around.outbox.PutAtOnce(outbox::Kind::Result, std::move(*content),
+                              [this, inbox = m_around.inbox, asked, bytes = std::move(*bytes)](bool) {
+                                  inbox->Put([this, asked, bytes] { FinishRequest(asked, bytes); });
+                              });
+}
+
+void ShoreRequests::FinishRequest(AskedAshore const& asked, std::string bytes)
+{
+    m_doing->book.Finish(asked.person, *asked.stamp, bytes);
+    m_around.line.ReplyTwice(asked.sonar, asked.person, std::move(bytes));
 }
 
 void ShoreRequests::TakeCommand(std::string_view device, std::vector<sparkplug::CommandedValue> const& values)

@@ -52,7 +52,7 @@ public:
     void TakeCommand(std::string_view device, std::vector<sparkplug::CommandedValue> const& values);
     /// What the holder of a lease says to those who wait for it.
     void TakeAnswer(authority::LeaseAnswer const& answer);
-    /// Tells what came of a request. The vessel's thread.
+    /// Tells what came of a request; of one that was done once that is on the disk. The vessel's thread.
     void TakeStanding(Standing& standing);
 
     authority::VesselTime Now() const;
@@ -82,6 +82,8 @@ private:
                                       authority::LeaseMessage const& message);
     authority::LeaseReply AskForLease(CDataId const& sonar, authority::ShoreTopic const& topic,
                                       authority::LeaseMessage const& message);
+    /// The vessel's thread.
+    void FinishRequest(AskedAshore const& asked, std::string bytes);
     void FinishLease(std::string const& sonar, std::string const& person, authority::RequestStamp const& stamp,
                      authority::LeaseReply reply);
     void PutReply(std::string const& sonar, std::string const& person, authority::ShoreReply const& reply);

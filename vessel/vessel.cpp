@@ -236,6 +236,11 @@ void Vessel::Body::End(std::chrono::milliseconds limit)
     if (!m_hasBegun || std::exchange(m_hasEnded, true)) {
         return;
     }
+    try {
+        m_outbox->Commit(); // results wait for it, and are told before the vessel's death
+    } catch (outbox::OutboxError const&) {
+        // It has said so itself, and they are told all the same.
+    }
     auto const told = std::make_shared<std::promise<void>>();
     auto const isTold = told->get_future();
     m_inbox->Put([this, told] {

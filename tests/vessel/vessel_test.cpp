@@ -8,6 +8,7 @@
 #include <values/vordal_value.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <set>
 #include <string>
 
@@ -153,6 +154,25 @@ TEST_F(VesselTest, DoesWhatTheHolderAshoreAsksForAndSaysWhatTheSonarThenHas)
     });
     stage.Settle();
     EXPECT_EQ(DoubleIn(stage.Tree(), range), 500.0) << "it would be 60 again";
+}
+
+TEST_F(VesselTest, HasAResultOnTheDiskBeforeItTellsIt)
+{
+    stage.Begin([](vessel::VesselOptions& options) { options.outbox.longestDelay = 3600.0; });
+    auto const shore = Arrive();
+    ASSERT_EQ(shore->TakeLease("Bow").answer, LeaseReplyKind::Granted);
+    auto const stamp = shore->Stamp();
+    ASSERT_TRUE(shore->Ask("Bow", stamp, RequestOf(range, 73.0)));
+    EXPECT_EQ(ReplyTo(*shore, stamp).outcome, "agrees");
+    // What a vessel that is killed now finds when it is there again.
+    auto const killed = stage.folder / "killed";
+    for (std::string const suffix : {"", "-wal"}) {
+        std::filesystem::copy_file((stage.folder / "outbox").string() + suffix, killed.string() + suffix);
+    }
+    auto const items = outbox::Outbox(killed).Take(1, 1000, std::size_t{1} << 30);
+    EXPECT_EQ(std::count_if(items.begin(), items.end(),
+                            [](outbox::Item const& item) { return item.kind == outbox::Kind::Result; }),
+              1);
 }
 
 TEST_F(VesselTest, RefusesWhoHasNotTheLeaseAndNamesWhoHas)
