@@ -54,6 +54,7 @@ broker::ConnectionOptions LineOf(VesselOptions const& options)
     broker::ConnectionOptions line;
     line.address = options.address;
     line.files = options.files;
+    line.takesAtOnce = true;
     line.name = "qx5/" + options.group + "/" + options.vessel;
     return line;
 }
