@@ -374,9 +374,8 @@ void Connection::Body::Post(Event event)
             m_outgoingBytes -= found->second.bytes;
             bool const isAwaited = found->second.qos > 0;
             m_outgoing.erase(found);
-            if (isAwaited) {
-                --m_onTheLine;
-            } else {
+            m_onTheLine -= isAwaited ? 1 : 0;
+            if (!isAwaited || (!m_hooks.completed && m_held.empty())) {
                 // Whoever ends waits for it, too.
                 if (m_outgoing.empty() && m_endBy) {
                     m_wake.notify_all();
