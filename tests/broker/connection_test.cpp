@@ -78,7 +78,7 @@ TEST_P(BrokerConnection, ByTlsOnBothSides)
     EXPECT_EQ(speaker.disconnections, 1);
     EXPECT_EQ(speaker.connection->Counts().published, 2U);
     EXPECT_FALSE(speaker.connection->Publish({"a/d", "", 0, false})) << "it has ended";
-    EXPECT_THAT(server.Log(), HasSubstr("u'vessel'")) << "the broker knows who speaks";
+    EXPECT_TRUE(server.WaitUntilItSays("u'vessel'")) << "the broker knows who speaks: " << server.Log();
 }
 
 TEST_P(BrokerConnection, WhatIsRetainedArrivesAndOrderOfOneQosIsKept)
