@@ -197,7 +197,8 @@ int main(int argc, char** argv)
     bench::Stage stage;
     if (growth) {
         auto curves = bench::TreeCurves();
-        for (auto const& more : {bench::RequestCurves(stage), bench::HostCurves(stage), bench::ContactCurves(stage)}) {
+        for (auto const& more : {bench::RequestCurves(stage), bench::HostCurves(stage), bench::ContactCurves(stage),
+                                 bench::SequencingCurves(stage), bench::LinkCurves(stage)}) {
             curves.insert(curves.end(), more.begin(), more.end());
         }
 #ifdef QX5_VIEW

@@ -46,6 +46,8 @@ std::vector<Curve> TreeCurves();
 std::vector<Curve> RequestCurves(Stage& stage);
 std::vector<Curve> ContactCurves(Stage& stage);
 std::vector<Curve> HostCurves(Stage& stage);
+std::vector<Curve> SequencingCurves(Stage& stage);
+std::vector<Curve> LinkCurves(Stage& stage);
 #ifdef QX5_VIEW
 std::vector<Curve> WindowCurves();
 #endif
