@@ -13,8 +13,10 @@
 #include <fcntl.h>
 #include <malloc.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -124,6 +126,8 @@ private:
 
     void Run()
     {
+        // Sonars are other machines: what sends here takes the processor from nobody.
+        setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), 19);
         std::vector<std::vector<unsigned char>> tellings;
         for (int i = 0; i < 2; ++i) {
             tellings.push_back(Telling(300, i, i));
@@ -161,7 +165,7 @@ private:
 void Flood(Floods& floods)
 {
     floods.Begin();
-    while (!floods.AllTold(300)) {
+    while (!floods.AllTold(50)) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
@@ -174,6 +178,8 @@ double NinetyNinthOf(std::vector<double> samples)
 }
 
 constexpr std::size_t quietSamples = 100;
+// Fewer, where each takes long.
+constexpr std::chrono::seconds quietTime{2};
 
 /// A frame of so many bytes, such as an image's.
 std::string LargeFrame(std::size_t bytes)
@@ -228,7 +234,8 @@ Curve BesideFloods(Stage& stage, std::string name, std::string work, double expo
                 Floods floods(stage, size);
                 Flood(floods);
                 std::vector<double> samples;
-                for (std::size_t i = 0; i < quietSamples; ++i) {
+                auto const end = Clock::now() + quietTime;
+                for (std::size_t i = 0; i < quietSamples && Clock::now() < end; ++i) {
                     auto const told = quiet.Told();
                     auto const begin = Clock::now();
                     something(quiet, static_cast<double>(i));

@@ -56,7 +56,8 @@ public:
     void Count(LinkCounters& counters) const;
 
 private:
-    static constexpr std::size_t ReadBytes = std::size_t{64} << 10;
+    /// Little, since all links take turns: what is in one read is what a quiet sonar waits for behind each that floods.
+    static constexpr std::size_t ReadBytes = std::size_t{16} << 10;
 
     qx5::protocol::ArrivingFrames NewFrames() const;
     void TakeBytes(std::span<unsigned char const> bytes);

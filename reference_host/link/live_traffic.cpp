@@ -112,10 +112,10 @@ bool LiveTraffic::SendData(Sender const& sender, std::uint32_t recordId, std::sp
 bool LiveTraffic::SendRaw(Sender const& sender, std::string_view bytes, bool)
 {
     if (auto* const sonar = PortOf(sender)) {
-        return sonar->Send(BytesOf(bytes));
+        return sonar->GetLink().Send(BytesOf(bytes));
     }
     auto* const port = PortAs<RawPort>(sender);
-    return port != nullptr && port->Send(BytesOf(bytes));
+    return port != nullptr && port->GetLink().Send(BytesOf(bytes));
 }
 
 } // namespace vordal
