@@ -502,6 +502,37 @@ TEST_F(ConnectedLink, OneFrameBeyondTheQueueStillLeavesWhole)
     EXPECT_EQ(peer.Received(), frame);
 }
 
+TEST_F(ConnectedLink, LongFramesWaitInOrderWithoutACopyAsLongAsThereIsRoomForThem)
+{
+    peer.SetReading(false);
+    options.queueBytes = 100'000;
+    auto& link = Connect();
+    Bytes all;
+    auto const note = [&](Bytes const& frame) { all.insert(all.end(), frame.begin(), frame.end()); };
+    // 256 times the queue hold four of 6 MB, and no fifth.
+    for (std::uint32_t i = 0; i < 4; ++i) {
+        auto const frame = std::make_shared<Bytes>(Numbered(2 * i, 6'000'000));
+        EXPECT_TRUE(link.SendOwned({frame, *frame}));
+        EXPECT_GT(frame.use_count(), 1) << "kept as it is";
+        auto const between = Numbered(2 * i + 1, 100);
+        EXPECT_TRUE(link.Send(between));
+        note(*frame);
+        note(between);
+    }
+    auto const fifth = std::make_shared<Bytes>(Numbered(9, 6'000'000));
+    EXPECT_FALSE(link.SendOwned({fifth, *fifth}));
+    EXPECT_FALSE(link.Send(*fifth));
+    EXPECT_EQ(fifth.use_count(), 1);
+    EXPECT_TRUE(link.Send(Numbered(9, 100)));
+    note(Numbered(9, 100));
+    peer.SetReading(true);
+    ASSERT_TRUE(peer.WaitForBytes(all.size()));
+    EXPECT_TRUE(peer.Received() == all);
+    ASSERT_TRUE(Eventually([&] { return link.GetQueuedBytes() == 0; }));
+    EXPECT_TRUE(link.SendOwned({fifth, *fifth})) << "room again";
+    EXPECT_EQ(link.GetCounters().refused, 2U);
+}
+
 /// Announces more work for as long as it lives; what is held when it goes is sent.
 struct BusySender
 {
