@@ -134,4 +134,19 @@ std::string LinkReasonIn(CAttributeMap const& reserved)
     return Text(Branch(reserved, Wide(sparkplug::LinkBranch)), reasonKey);
 }
 
+CAttributeMap TreeOf(SonarFacts const& facts)
+{
+    CAttributeMap tree;
+    AddLease(tree, facts.lease);
+    if (facts.link) {
+        AddLink(tree, *facts.link, facts.linkReason);
+    }
+    return tree;
+}
+
+SonarFacts SonarFactsIn(CAttributeMap const& reserved)
+{
+    return {LeaseIn(reserved), LinkIn(reserved), LinkReasonIn(reserved)};
+}
+
 } // namespace qx5::authority

@@ -39,4 +39,16 @@ std::optional<SonarLink> LinkIn(CAttributeMap const& reserved);
 /// In one line; empty when there is nothing to say.
 std::string LinkReasonIn(CAttributeMap const& reserved);
 
+/// All that is told of a device beside its attributes.
+struct SonarFacts
+{
+    LeaseNews lease;
+    std::optional<SonarLink> link; ///< nothing when that is not told
+    std::string linkReason;
+
+    bool operator==(SonarFacts const&) const = default;
+};
+CAttributeMap TreeOf(SonarFacts const& facts);
+SonarFacts SonarFactsIn(CAttributeMap const& reserved);
+
 } // namespace qx5::authority

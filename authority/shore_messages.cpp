@@ -37,6 +37,8 @@ constexpr std::string_view askerName = "Lease/Asker";
 constexpr std::string_view lookSenderName = "Look/Sender";
 constexpr std::string_view lookNumberName = "Look/Number";
 constexpr std::string_view lookDetectionsName = "Look/Detections";
+constexpr std::string_view lookFactsName = "Look/Facts";
+constexpr std::string_view factsPrefix = "Facts/";
 constexpr std::string_view outcomeName = "Result/Outcome";
 constexpr std::string_view resultReasonName = "Result/Reason";
 constexpr std::string_view askedPrefix = "Asked/";
@@ -213,6 +215,12 @@ void Make(Maker& maker, LookMessage const& look)
     maker.Whole(lookSenderName, look.sender);
     maker.Whole(lookNumberName, look.number);
     maker.Flag(lookDetectionsName, look.wantsDetections);
+    if (look.wantsFacts) {
+        maker.Flag(lookFactsName, true);
+        if (look.facts) {
+            maker.Tree(factsPrefix, TreeOf(*look.facts));
+        }
+    }
 }
 
 LookMessage TakeLook(Taker& taker)
@@ -221,6 +229,10 @@ LookMessage TakeLook(Taker& taker)
     look.sender = taker.Whole(lookSenderName);
     look.number = taker.Whole(lookNumberName);
     look.wantsDetections = taker.Get<bool>(lookDetectionsName);
+    look.wantsFacts = taker.Has(lookFactsName) && taker.Get<bool>(lookFactsName);
+    if (auto const facts = taker.Tree(factsPrefix); facts.Count() != 0) {
+        look.facts = SonarFactsIn(facts);
+    }
     return look;
 }
 

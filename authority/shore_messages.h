@@ -4,6 +4,7 @@
 // message that changes otherwise takes another topic.
 #pragma once
 
+#include "authority/shore_facts.h"
 #include "authority/vessel_time.h"
 #include "outbox/entry.h"
 
@@ -51,12 +52,14 @@ struct LeaseMessage
 };
 
 /// Said every 5 s while somebody looks at a sonar, and answered with the same two numbers: "Look/Sender", "Number",
-/// "Detections".
+/// "Detections". Where "Look/Facts" says so the answer has what shore_facts.h tells of the sonar, below "Facts/".
 struct LookMessage
 {
     std::uint64_t sender = 0;
     std::uint64_t number = 0;
     bool wantsDetections = false;
+    bool wantsFacts = false;
+    std::optional<SonarFacts> facts = {}; ///< of the answer
 
     bool operator==(LookMessage const&) const = default;
 };

@@ -213,7 +213,8 @@ public:
             secure.set_verify(true);
             connect.set_ssl(std::move(secure));
         }
-        m_client.connect(std::move(connect), nullptr, m_connecting);
+        // Not moved: what the library moves loses its properties, and with them what is too large for us.
+        m_client.connect(connect, nullptr, m_connecting);
     }
     void Subscribe(std::vector<std::string> const& filters)
     {

@@ -94,6 +94,8 @@ FleetUse::FleetUse(FleetLine const& line, fleet::Place const& place, FleetNeeds 
     options->vessel = place.vessel;
     options->wantsHistory = needs.history;
     options->archive = needs.archive;
+    options->isRoll = needs.roll;
+    m_isRoll = needs.roll;
     try {
         m_fleet = std::make_unique<fleet::Fleet>(*std::move(options), Hooks());
     } catch (outbox::OutboxError const& problem) {
@@ -218,7 +220,11 @@ void FleetUse::AwaitAll(std::chrono::milliseconds limit)
     }
     auto const left = [&] { return std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()); };
     Await([] { return false; }, std::min<std::chrono::milliseconds>(toHearAll, left()));
-    // Those that have been heard of tell what they have a moment later.
+    // Those that have been heard of tell what they have a moment later; programs of others say nothing of who commands.
+    if (m_isRoll) {
+        Await([&] { return m_fleet->IsRollWhole(); }, std::min<std::chrono::milliseconds>(toTellAll, left()));
+        return;
+    }
     Await(
         [&] {
             auto const vessels = m_fleet->Vessels();

@@ -26,7 +26,8 @@ fleet::Place PlaceIn(std::string const& text);
 struct FleetNeeds
 {
     bool history = false;
-    std::string archive; ///< file that keeps it; empty: none
+    std::string archive = {}; ///< file that keeps it; empty: none
+    bool roll = false;        ///< only who is there, see fleet::Roll
 };
 
 /// One thread.
@@ -64,6 +65,7 @@ private:
     /// Why the sonar is not there, in one line.
     std::string WhyNot(fleet::Place const& place) const;
 
+    bool m_isRoll = false;
     vordal::platform::WakeHandle m_wake;
     std::mutex m_mutex; ///< guards what follows
     std::vector<outbox::Received> m_history;

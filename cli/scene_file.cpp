@@ -22,12 +22,12 @@ using acoustics::SceneShapes;
 /// Of a place that has one, or of the scene.
 std::optional<acoustics::Bottom> ReadBottom(MemberReader& members)
 {
-    JsonValue const* const value = members.Find("bottom");
-    if (value == nullptr) {
+    auto const value = members.Find("bottom");
+    if (!value) {
         return std::nullopt;
     }
     JsonPath const path = members.At("bottom");
-    std::string const& name = ReadText(*value, path);
+    auto const name = ReadText(*value, path);
     auto const row =
         std::find_if(acoustics::Bottoms.begin(), acoustics::Bottoms.end(),
                      [&](acoustics::BottomScattering const& scattering) { return scattering.name == name; });
@@ -42,19 +42,20 @@ template <typename Item, typename Read>
 std::vector<Item> ReadList(MemberReader& members, std::string_view key, std::size_t most, Read const& read)
 {
     std::vector<Item> items;
-    JsonValue const* const list = members.Find(key);
-    if (list == nullptr) {
+    auto const list = members.Find(key);
+    if (!list) {
         return items;
     }
     JsonPath const path = members.At(key);
-    auto const& values = ReadArray(*list, path);
-    if (values.size() > most) {
-        throw InvalidDocument(path, fmt::format("holds {}, more than {}", values.size(), most));
+    auto const values = ReadArray(*list, path);
+    auto const count = values.size();
+    if (count > most) {
+        throw InvalidDocument(path, fmt::format("holds {}, more than {}", count, most));
     }
-    items.reserve(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        JsonPath const at(path, i);
-        MemberReader item(values[i], at);
+    items.reserve(count);
+    for (auto const& value : values) {
+        JsonPath const at(path, items.size());
+        MemberReader item(value, at);
         items.push_back(read(item));
         item.RefuseUnknown();
     }
@@ -66,7 +67,7 @@ double Wanted(MemberReader& members, std::string_view key)
     return ReadDouble(members.Get(key), members.At(key));
 }
 
-SceneShapes ReadShapes(JsonValue const& root)
+SceneShapes ReadShapes(JsonNode const& root)
 {
     JsonPath const path;
     RefuseDefects(root, path);
@@ -108,7 +109,7 @@ SceneShapes ReadShapes(JsonValue const& root)
 acoustics::Result<acoustics::Scene> ReadScene(std::string_view document)
 {
     try {
-        return acoustics::Scene::OfShapes(ReadShapes(ParseJson(document)));
+        return acoustics::Scene::OfShapes(ReadShapes(ParseJson(std::string(document)).Root()));
     } catch (InvalidDocument const& failure) {
         return acoustics::Failure{failure.Path() + ": " + failure.what()};
     }

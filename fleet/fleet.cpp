@@ -62,7 +62,7 @@ broker::Publication PublicationOf(sparkplug::Message const& message)
 
 Fleet::Fleet(FleetOptions options, FleetHooks hooks)
     : m_options(Checked(std::move(options))), m_hooks(std::move(hooks)), m_sender(Drawn()),
-      m_model(ModelOptions(m_options, m_sender), ModelHooks()), m_requests(m_sender)
+      m_model(ModelOptions(m_options, m_sender), ModelHooks()), m_requests(m_sender), m_roll(m_options.model.silence)
 {
     if (m_options.wantsHistory) {
         m_history = std::make_unique<HistoryKeeper>(m_options.archive, HistoryHooksOf());
@@ -238,8 +238,8 @@ void Fleet::SendDue(bool again)
     }
     for (auto const& look : m_looks.TakeDue(Clock::now(), again)) {
         std::string error;
-        if (auto payload =
-                authority::Encode(authority::LookMessage{m_sender, look.number, look.wantsDetections}, error)) {
+        if (auto payload = authority::Encode(
+                authority::LookMessage{m_sender, look.number, look.wantsDetections, m_options.isRoll}, error)) {
             m_effects->publications.push_back(
                 {authority::TopicText({authority::ShoreSubject::Look, m_options.group, look.sonar.vessel,
                                        look.sonar.sonar, m_options.person}),
@@ -261,7 +261,7 @@ void Fleet::OnConnected()
         if (m_options.isPresent) {
             m_effects->publications.push_back(Presence(true));
         }
-        if (!m_options.vessel.empty()) {
+        if (!m_options.vessel.empty() && !m_options.isRoll) {
             // It is meant, whether it speaks just now or not.
             m_effects->publications.push_back(PublicationOf(
                 sparkplug::MakeRebirth({m_options.group, m_options.vessel, {}}, sparkplug::SystemMoment().utc)));
@@ -288,6 +288,12 @@ void Fleet::OnMessage(std::string_view topic, std::string_view payload)
     } else if (auto const parsed = sparkplug::ParseTopic(topic, error);
                parsed && parsed->kind == sparkplug::MessageKind::HostState) {
         OnHostState(parsed->host, payload);
+    } else if (m_options.isRoll) {
+        Act([&] {
+            if (auto const sonar = m_roll.Receive(topic, payload)) {
+                m_looks.Begin(*sonar, false); // those of one moment are asked together, when the timer looks
+            }
+        });
     } else {
         Act([&] {
             m_model.Receive(topic, payload);
@@ -312,9 +318,14 @@ void Fleet::OnShoreMessage(std::string_view topic, std::string_view payload)
             OnReply(sonar, *reply);
         }
     } else if (parsed->subject == authority::ShoreSubject::Detections) {
-        auto const detections = authority::DecodeDetections(payload, error);
-        if (detections && m_hooks.detections) {
-            m_hooks.detections(sonar, *detections);
+        if (auto const detections = authority::DecodeDetections(payload, error)) {
+            {
+                std::lock_guard const lock(m_mutex);
+                m_looks.NotePing(sonar, Clock::now());
+            }
+            if (m_hooks.detections) {
+                m_hooks.detections(sonar, *detections);
+            }
         }
     } else if (parsed->subject == authority::ShoreSubject::History) {
         auto message = authority::DecodeHistory(payload, error);
@@ -340,6 +351,9 @@ void Fleet::OnReply(Place const& sonar, authority::ShoreReply const& reply)
                 m_effects->calls.push_back(*std::move(call));
             }
         } else if (look->sender == m_sender && m_looks.Answer(sonar, look->number, Clock::now())) {
+            if (look->facts) {
+                m_roll.TakeFacts(sonar, *look->facts);
+            }
             m_effects->changed.insert(sonar);
         }
     });
@@ -387,25 +401,31 @@ void Fleet::RunTimer()
 std::vector<VesselState> Fleet::Vessels() const
 {
     std::lock_guard const lock(m_mutex);
-    return m_model.Vessels();
+    return m_options.isRoll ? m_roll.Vessels() : m_model.Vessels();
 }
 
 std::optional<VesselState> Fleet::Vessel(std::string const& name) const
 {
     std::lock_guard const lock(m_mutex);
-    return m_model.Vessel(name);
+    return m_options.isRoll ? m_roll.Vessel(name) : m_model.Vessel(name);
 }
 
 std::vector<Place> Fleet::Sonars() const
 {
     std::lock_guard const lock(m_mutex);
-    return m_model.Sonars();
+    return m_options.isRoll ? m_roll.Sonars() : m_model.Sonars();
 }
 
 std::optional<SonarState> Fleet::Sonar(Place const& sonar) const
 {
     std::lock_guard const lock(m_mutex);
-    return m_model.Sonar(sonar);
+    return m_options.isRoll ? m_roll.Sonar(sonar) : m_model.Sonar(sonar);
+}
+
+bool Fleet::IsRollWhole() const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_roll.IsWhole();
 }
 
 std::optional<sparkplug::MetricFacts> Fleet::Facts(Place const& sonar, std::string_view metric) const
@@ -472,6 +492,15 @@ std::optional<LookState> Fleet::LookOf(Place const& sonar) const
     }
     return LookState{std::chrono::duration<double>(told->took).count(),
                      std::chrono::duration<double>(Clock::now() - told->at).count()};
+}
+
+std::optional<PingsState> Fleet::PingsOf(Place const& sonar) const
+{
+    auto const now = Clock::now();
+    std::lock_guard const lock(m_mutex);
+    auto const pings = m_looks.PingsOf(sonar, now);
+    return pings ? std::optional(PingsState{pings->rate, std::chrono::duration<double>(now - pings->newest).count()})
+                 : std::nullopt;
 }
 
 } // namespace qx5::fleet

@@ -7,6 +7,7 @@
 #include "fleet/fleet_requests.h"
 #include "fleet/history_keeper.h"
 #include "fleet/looks.h"
+#include "fleet/roll.h"
 #include "sparkplug/host_state.h"
 
 #include <condition_variable>
@@ -35,6 +36,9 @@ struct FleetOptions
     bool isPresent = false;       ///< others hear that we are here, until the end
     bool wantsDetections = false; ///< what vessels tell those who look; see Look
     bool wantsHistory = false;
+    /// Only who is there is of interest (see Roll): trees are empty, nothing can be asked for, and no vessel is asked
+    /// to tell everything anew.
+    bool isRoll = false;
     std::filesystem::path archive; ///< keeps the history, and acknowledges it; empty: it is only heard
     FleetModelOptions model;       ///< all but group and sender
 };
@@ -62,6 +66,13 @@ struct LookState
     double age = 0.0;       ///< s since it was measured
 };
 
+/// How the detections of a sonar arrive while they are wanted here.
+struct PingsState
+{
+    double rate = 0.0; ///< a second, over the last five
+    double age = 0.0;  ///< s since the newest arrived
+};
+
 /// What a reader gets shares all trees with the fleet. Any thread may call; nothing waits for the line but End.
 class Fleet
 {
@@ -82,6 +93,8 @@ public:
 
     std::string const& Person() const { return m_options.person; }
     broker::LineStatus Line() const { return m_connection->Status(); }
+    /// Of a roll: whether each sonar that is there has said who commands it.
+    bool IsRollWhole() const;
     std::vector<VesselState> Vessels() const;
     std::optional<VesselState> Vessel(std::string const& name) const;
     std::vector<Place> Sonars() const;
@@ -101,6 +114,8 @@ public:
     void EndLook(Place const& sonar);
     /// Nothing before the first answer.
     std::optional<LookState> LookOf(Place const& sonar) const;
+    /// Nothing before the first has arrived, and when they are not wanted.
+    std::optional<PingsState> PingsOf(Place const& sonar) const;
 
 private:
     /// What is to be done once nothing is locked any more.
@@ -144,6 +159,7 @@ private:
     FleetModel m_model;
     FleetRequests m_requests;
     Looks m_looks;
+    Roll m_roll;
     std::map<std::string, sparkplug::HostState> m_persons;
 
     std::mutex m_timerMutex; ///< guards what follows

@@ -1,10 +1,11 @@
-// Who looks at which sonar: told to its vessel every few seconds, and how long the answer took.
+// Who looks at which sonar: told to its vessel every few seconds, how long the answer took, and what it shows of pings.
 #pragma once
 
 #include "fleet/place.h"
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 #include <vector>
@@ -42,6 +43,17 @@ public:
     /// The newest; nothing before the first answer.
     std::optional<RoundTrip> Of(Place const& sonar) const;
 
+    /// The detections of a ping have arrived.
+    void NotePing(Place const& sonar, Time now);
+    struct Pings
+    {
+        double rate = 0.0; ///< pings a second that arrived, over the last PingSpan; 0 when they have ended
+        Time newest;
+    };
+    static constexpr std::chrono::seconds PingSpan{5};
+    /// Nothing of a sonar whose detections nobody wants, and before the first has arrived.
+    std::optional<Pings> PingsOf(Place const& sonar, Time now) const;
+
 private:
     struct Look
     {
@@ -49,6 +61,7 @@ private:
         std::optional<Time> told;
         std::map<std::uint64_t, Time> asked; ///< and not answered yet
         std::optional<RoundTrip> roundTrip;
+        std::deque<Time> pings; ///< of the last PingSpan before the newest
     };
     std::map<Place, Look> m_looks;
     std::uint64_t m_number = 0;

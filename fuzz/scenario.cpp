@@ -25,9 +25,9 @@ void CheckMessage(InvalidDocument const& failure)
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
-    JsonValue document;
+    std::optional<JsonDocument> document;
     try {
-        document = ParseJson(std::string_view(reinterpret_cast<char const*>(data), size));
+        document = ParseJson(std::string(reinterpret_cast<char const*>(data), size));
     } catch (InvalidDocument const& failure) {
         CheckMessage(failure);
         return 0;
@@ -39,6 +39,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
             CheckMessage(failure);
         }
     };
-    ForEachScenario(document, read, CheckMessage);
+    ForEachScenario(*document, read, CheckMessage);
     return 0;
 }

@@ -15,10 +15,10 @@ namespace {
 using Kind = JsonValue::Kind;
 
 /// A value on one line, cut when it is long.
-std::string Excerpt(JsonValue const& value)
+std::string Excerpt(JsonNode const& value)
 {
     constexpr std::size_t limit = 400;
-    std::string text = WriteJson(value);
+    std::string text = WriteJson(value.Copy());
     if (text.size() > limit) {
         std::size_t cut = limit;
         while ((static_cast<unsigned char>(text[cut]) & 0xC0U) == 0x80U) {
@@ -30,7 +30,7 @@ std::string Excerpt(JsonValue const& value)
     return text;
 }
 
-bool SameNumber(JsonValue const& expected, JsonValue const& got)
+bool SameNumber(JsonNode const& expected, JsonNode const& got)
 {
     std::int64_t expectedInteger = 0;
     std::int64_t gotInteger = 0;
@@ -81,10 +81,10 @@ std::string HexByte(unsigned char byte)
     return {digits[byte >> 4], digits[byte & 0xFU]};
 }
 
-std::optional<std::string> PayloadDifference(JsonValue const& expected, JsonValue const& got, std::string const& path)
+std::optional<std::string> PayloadDifference(JsonNode const& expected, JsonNode const& got, std::string const& path)
 {
-    auto const expectedBytes = BytesOfHex(expected.text);
-    auto const gotBytes = BytesOfHex(got.text);
+    auto const expectedBytes = BytesOfHex(expected.Text());
+    auto const gotBytes = BytesOfHex(got.Text());
     if (!expectedBytes.has_value() || !gotBytes.has_value()) {
         return "at " + path + ": the expected payload is not lower-case hex of whole bytes";
     }
@@ -102,26 +102,26 @@ std::optional<std::string> PayloadDifference(JsonValue const& expected, JsonValu
     return std::nullopt;
 }
 
-std::optional<std::string> Difference(JsonValue const& expected, JsonValue const& got, std::string const& path);
+std::optional<std::string> Difference(JsonNode const& expected, JsonNode const& got, std::string const& path);
 
-std::optional<std::string> ObjectDifference(JsonValue const& expected, JsonValue const& got, std::string const& path)
+std::optional<std::string> ObjectDifference(JsonNode const& expected, JsonNode const& got, std::string const& path)
 {
-    for (auto const& [key, value] : expected.members) {
+    for (auto const& [key, value] : expected.Members()) {
         auto memberPath = path;
         JsonPath::AppendKey(memberPath, key);
-        auto const* other = got.Find(key);
-        if (other == nullptr) {
+        auto const other = got.Find(key);
+        if (!other) {
             return "at " + memberPath + ": expected " + Excerpt(value) + ", got nothing";
         }
         bool const isPayload = path == "$" && (key == "payload" || key == "raw") && value.Is(Kind::Text) &&
-                               other->Is(Kind::Text) && value.text != other->text;
+                               other->Is(Kind::Text) && value.Text() != other->Text();
         if (auto found =
                 isPayload ? PayloadDifference(value, *other, memberPath) : Difference(value, *other, memberPath)) {
             return found;
         }
     }
-    for (auto const& [key, value] : got.members) {
-        if (expected.Find(key) == nullptr) {
+    for (auto const& [key, value] : got.Members()) {
+        if (!expected.Find(key)) {
             auto memberPath = path;
             JsonPath::AppendKey(memberPath, key);
             return "at " + memberPath + ": expected nothing, got " + Excerpt(value);
@@ -130,31 +130,34 @@ std::optional<std::string> ObjectDifference(JsonValue const& expected, JsonValue
     return std::nullopt;
 }
 
-std::optional<std::string> ArrayDifference(JsonValue const& expected, JsonValue const& got, std::string const& path)
+std::optional<std::string> ArrayDifference(JsonNode const& expected, JsonNode const& got, std::string const& path)
 {
-    auto const common = std::min(expected.items.size(), got.items.size());
-    for (std::size_t i = 0; i < common; ++i) {
+    auto const expectedItems = expected.Items();
+    auto const gotItems = got.Items();
+    auto wanted = expectedItems.begin();
+    auto happened = gotItems.begin();
+    std::size_t index = 0;
+    for (; wanted != expectedItems.end() && happened != gotItems.end(); ++wanted, ++happened) {
         auto itemPath = path;
-        JsonPath::AppendIndex(itemPath, i);
-        if (auto found = Difference(expected.items[i], got.items[i], itemPath)) {
+        JsonPath::AppendIndex(itemPath, index++);
+        if (auto found = Difference(*wanted, *happened, itemPath)) {
             return found;
         }
     }
-    if (expected.items.size() == got.items.size()) {
+    if (wanted == expectedItems.end() && happened == gotItems.end()) {
         return std::nullopt;
     }
     auto itemPath = path;
-    JsonPath::AppendIndex(itemPath, common);
-    return "at " + itemPath + ": expected " +
-           (expected.items.size() > common ? Excerpt(expected.items[common]) : "nothing") + ", got " +
-           (got.items.size() > common ? Excerpt(got.items[common]) : "nothing");
+    JsonPath::AppendIndex(itemPath, index);
+    return "at " + itemPath + ": expected " + (wanted != expectedItems.end() ? Excerpt(*wanted) : "nothing") +
+           ", got " + (happened != gotItems.end() ? Excerpt(*happened) : "nothing");
 }
 
-std::optional<std::string> Difference(JsonValue const& expected, JsonValue const& got, std::string const& path)
+std::optional<std::string> Difference(JsonNode const& expected, JsonNode const& got, std::string const& path)
 {
-    bool same = expected.kind == got.kind;
+    bool same = expected.GetKind() == got.GetKind();
     if (same) {
-        switch (expected.kind) {
+        switch (expected.GetKind()) {
         case Kind::Object:
             return ObjectDifference(expected, got, path);
         case Kind::Array:
@@ -163,13 +166,14 @@ std::optional<std::string> Difference(JsonValue const& expected, JsonValue const
             same = SameNumber(expected, got);
             break;
         case Kind::Bool:
-            same = expected.boolean == got.boolean;
+            same = expected.Boolean() == got.Boolean();
             break;
         case Kind::Text:
-            same = expected.text == got.text;
+            same = expected.Text() == got.Text();
             break;
         case Kind::Null:
         case Kind::Defect:
+        case Kind::Written:
             break;
         }
     }
@@ -181,7 +185,7 @@ std::optional<std::string> Difference(JsonValue const& expected, JsonValue const
 
 } // namespace
 
-std::optional<std::string> FindDifference(std::vector<JsonValue> const& expected, std::vector<JsonValue> const& got)
+std::optional<std::string> FindDifference(std::vector<JsonNode> const& expected, std::vector<JsonNode> const& got)
 {
     auto const counts =
         " (" + std::to_string(expected.size()) + " expected, " + std::to_string(got.size()) + " happened)";

@@ -1,11 +1,17 @@
-// Reads JSON text into values, by nlohmann's reader, which tells nothing of a text that it cannot use.
+// Reads JSON text, by nlohmann's reader, which tells nothing of a text that it cannot use.
 #include "json_parser.h"
+
+#include "json_content.h"
+#include "json_number.h"
 
 #include <nlohmann/json.hpp>
 #include <protocol/utf8.h>
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
+#include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -17,14 +23,6 @@ namespace {
 
 using Kind = JsonValue::Kind;
 
-JsonValue Defect(std::string reason)
-{
-    JsonValue value;
-    value.kind = Kind::Defect;
-    value.text = std::move(reason);
-    return value;
-}
-
 constexpr bool IsDigit(char c)
 {
     return c >= '0' && c <= '9';
@@ -35,51 +33,122 @@ constexpr bool IsLetter(char c)
     return c >= 'a' && c <= 'z';
 }
 
-/// A copy of a document for the library, which gives up the whole for a byte that is no UTF-8, a lone surrogate or a
-/// number beyond the range of a double, and takes a zero byte for the end. Each of these is overwritten by as many
-/// bytes that do no harm; what was JSON stays JSON, and what was none does not become it. Beside the copy stands what
-/// it or the library loses, in the order of the document: where values begin, what is wrong with a text, and how a
-/// number is written (-0).
-class HarmlessCopy
+/// The characters of a document for the library, which gives up the whole for a byte that is no UTF-8, a lone surrogate
+/// or a number beyond the range of a double, and takes a zero byte for the end. Each of these is replaced by as many
+/// characters that do no harm; what was JSON stays JSON, and what was none does not become it. Beside the characters
+/// stands what they or the library lose, in the order of the document: where values begin, what is wrong with a text,
+/// and how a number is written (-0). All of it is worked out a block ahead of the library, so that it takes no memory
+/// to speak of.
+class HarmlessText
 {
 public:
-    explicit HarmlessCopy(std::string_view text) : m_text(text), m_copy(text)
-    {
-        for (std::size_t at = 0; (at += protocol::FindInvalidUtf8(text.substr(at))) < text.size(); ++at) {
-            m_copy[at] = NoJson;
-        }
-        for (std::size_t at = 0; at < text.size();) {
-            if (text[at] == '"') {
-                at = PastText(at);
-            } else if (text[at] == '-' || IsDigit(text[at])) {
-                at = PastNumber(at);
-            } else if (text[at] == '{' || text[at] == '[') {
-                m_others.push_back(at++);
-            } else if (IsLetter(text[at])) {
-                m_others.push_back(at);
-                at = std::min(text.find_first_not_of("abcdefghijklmnopqrstuvwxyz", at), text.size());
-            } else if (text[at++] == '\0') {
-                m_copy[at - 1] = NoJson;
-            }
-        }
-    }
+    explicit HarmlessText(std::string_view text) : m_text(text) { NextBlock(); }
+    HarmlessText(HarmlessText const&) = delete;
+    HarmlessText& operator=(HarmlessText const&) = delete;
 
-    std::string const& Text() const { return m_copy; }
+    /// As the library wants its characters.
+    class Iterator
+    {
+    public:
+        using value_type = char;
+        using difference_type = std::ptrdiff_t;
+        using iterator_category = std::input_iterator_tag;
+        using pointer = char const*;
+        using reference = char;
+
+        explicit Iterator(HarmlessText* text) : m_of(text) {}
+        char operator*() const { return *m_of->m_now; }
+        Iterator& operator++()
+        {
+            if (++m_of->m_now == m_of->m_blockEnd) {
+                m_of->NextBlock();
+            }
+            return *this;
+        }
+        /// Nothing but the end is ever compared with.
+        bool operator==(Iterator const&) const { return m_of->m_now == m_of->m_blockEnd; }
+
+    private:
+        HarmlessText* m_of;
+    };
+
     struct TextNote
     {
         std::size_t at;
+        std::size_t end;    ///< past the closing quote
         char const* defect; ///< what is wrong with it; null for a sound one
     };
     /// The next text, keys among them.
-    TextNote TakeText() { return m_texts[m_textsTaken++]; }
-    std::string_view TakeNumber() { return m_numbers[m_numbersTaken++]; }
+    TextNote TakeText() { return m_texts.Take(); }
+    std::string_view TakeNumber() { return m_numbers.Take(); }
     /// Where the next array, object, truth value or null begins.
-    std::size_t TakeOther() { return m_others[m_othersTaken++]; }
+    std::size_t TakeOther() { return m_others.Take(); }
     /// Where the text begins that is next.
-    std::size_t NextTextAt() const { return m_texts[m_textsTaken].at; }
+    std::size_t NextTextAt() const { return m_texts.Next().at; }
 
 private:
     static constexpr char NoJson = '?'; ///< outside of texts
+    static constexpr std::size_t BlockSize = 16'384;
+
+    template <typename Note>
+    class Notes
+    {
+    public:
+        void Add(Note const& note) { m_notes.push_back(note); }
+        Note Take() { return m_notes[m_taken++]; }
+        Note const& Next() const { return m_notes[m_taken]; }
+        void ForgetTaken()
+        {
+            m_notes.erase(m_notes.begin(), m_notes.begin() + static_cast<std::ptrdiff_t>(m_taken));
+            m_taken = 0;
+        }
+
+    private:
+        std::vector<Note> m_notes;
+        std::size_t m_taken = 0;
+    };
+
+    /// Goes on with what follows; at the end with nothing.
+    void NextBlock()
+    {
+        m_texts.ForgetTaken();
+        m_numbers.ForgetTaken();
+        m_others.ForgetTaken();
+        m_changes.clear();
+        auto const begin = m_scanned;
+        while (m_scanned < m_text.size() && m_scanned - begin < BlockSize) {
+            m_scanned = PastNext(m_scanned);
+        }
+        m_now = m_text.data() + begin;
+        if (!m_changes.empty()) {
+            m_changed = m_text.substr(begin, m_scanned - begin);
+            for (auto const& [at, character] : m_changes) {
+                m_changed[at - begin] = character;
+            }
+            m_now = m_changed.data();
+        }
+        m_blockEnd = m_now + (m_scanned - begin);
+    }
+
+    std::size_t PastNext(std::size_t at)
+    {
+        char const c = m_text[at];
+        if (c == '"') {
+            return PastText(at);
+        }
+        if (c == '-' || IsDigit(c)) {
+            return PastNumber(at);
+        }
+        if (c == '{' || c == '[') {
+            m_others.Add(at);
+        } else if (IsLetter(c)) {
+            m_others.Add(at);
+            return std::min(m_text.find_first_not_of("abcdefghijklmnopqrstuvwxyz", at), m_text.size());
+        } else if (c == '\0') {
+            m_changes.emplace_back(at, NoJson);
+        }
+        return at + 1;
+    }
 
     /// The four digits of a \u that stands there, or what is no code point.
     char32_t EscapedUnit(std::size_t at) const
@@ -95,11 +164,11 @@ private:
     std::size_t PastText(std::size_t const begin)
     {
         char const* defect = nullptr;
+        bool isAscii = true;
         auto at = begin + 1;
         for (; at < m_text.size() && m_text[at] != '"'; ++at) {
-            if (m_copy[at] != m_text[at]) {
-                defect = "a text is not valid UTF-8";
-            } else if (m_text[at] == '\\') {
+            isAscii = isAscii && static_cast<signed char>(m_text[at]) >= 0;
+            if (m_text[at] == '\\') {
                 auto const unit = EscapedUnit(at);
                 if (unit == 0) {
                     defect = "a text holds U+0000";
@@ -107,43 +176,66 @@ private:
                     at += 6;
                 } else if (protocol::IsHighSurrogate(unit) || protocol::IsLowSurrogate(unit)) {
                     defect = "a text holds a lone surrogate";
-                    m_copy.replace(at + 2, 4, "fffd");
+                    for (std::size_t i = 0; i < 4; ++i) {
+                        m_changes.emplace_back(at + 2 + i, "fffd"[i]);
+                    }
                     at += 4;
                 }
                 ++at;
             }
         }
-        m_texts.push_back({begin, defect});
-        return at + 1;
+        auto const closing = std::min(at, m_text.size());
+        for (auto bad = begin; !isAscii; ++bad) {
+            bad += protocol::FindInvalidUtf8(m_text.substr(bad, closing - bad));
+            if (bad >= closing) {
+                break;
+            }
+            defect = "a text is not valid UTF-8";
+            m_changes.emplace_back(bad, NoJson);
+        }
+        auto const end = std::min(closing + 1, m_text.size());
+        m_texts.Add({begin, end, defect});
+        return end;
     }
 
     std::size_t PastNumber(std::size_t at)
     {
-        auto const end = std::min(m_text.find_first_not_of("+-.0123456789eE", at), m_text.size());
-        m_numbers.push_back(m_text.substr(at, end - at));
+        auto end = at;
+        auto exponent = std::string_view::npos;
+        for (; end < m_text.size(); ++end) {
+            char const c = m_text[end];
+            if (c == 'e' || c == 'E') {
+                exponent = std::min(exponent, end);
+            } else if (!IsDigit(c) && c != '.' && c != '-' && c != '+') {
+                break;
+            }
+        }
+        m_numbers.Add(m_text.substr(at, end - at));
         // Without its exponent and with no more than one of many digits it has the range of a double.
         auto const first = at + (m_text[at] == '-' ? 1 : 0);
-        auto const afterDigits = std::min(m_text.find_first_not_of("0123456789", first), end);
-        if (afterDigits - at > 300 && m_text[first] != '0') {
-            std::fill(m_copy.begin() + static_cast<std::ptrdiff_t>(at),
-                      m_copy.begin() + static_cast<std::ptrdiff_t>(afterDigits), ' ');
-            m_copy[afterDigits - 1] = '1';
+        if (end - at > 300 && first < end && m_text[first] != '0') {
+            auto const afterDigits = std::min(m_text.find_first_not_of("0123456789", first), end);
+            for (auto i = at; afterDigits - at > 300 && i < afterDigits; ++i) {
+                m_changes.emplace_back(i, i + 1 == afterDigits ? '1' : ' ');
+            }
         }
-        auto const exponent = m_numbers.back().find_first_of("eE");
-        for (auto i = exponent == std::string_view::npos ? end : at + exponent; i < end; ++i) {
-            m_copy[i] = IsDigit(m_copy[i]) ? '0' : m_copy[i];
+        for (auto i = exponent; i < end; ++i) {
+            if (IsDigit(m_text[i])) {
+                m_changes.emplace_back(i, '0');
+            }
         }
         return end;
     }
 
     std::string_view m_text;
-    std::string m_copy;
-    std::vector<TextNote> m_texts;
-    std::vector<std::string_view> m_numbers;
-    std::vector<std::size_t> m_others;
-    std::size_t m_textsTaken = 0;
-    std::size_t m_numbersTaken = 0;
-    std::size_t m_othersTaken = 0;
+    std::size_t m_scanned = 0;
+    std::string m_changed; ///< the block, where it is not as it stands in the text
+    std::vector<std::pair<std::size_t, char>> m_changes;
+    char const* m_now = nullptr; ///< in the block; the library's next character
+    char const* m_blockEnd = nullptr;
+    Notes<TextNote> m_texts;
+    Notes<std::string_view> m_numbers;
+    Notes<std::size_t> m_others;
 };
 
 /// What the library says of a document that is no JSON, in its words and in ours; the first that fits counts.
@@ -167,45 +259,54 @@ constexpr std::pair<std::string_view, std::string_view> Reasons[] = {
 class Reader
 {
 public:
-    explicit Reader(std::string_view text) : m_text(text), m_copy(text) {}
-
-    JsonValue Run()
+    explicit Reader(std::string text) : m_content(std::make_unique<JsonContent>())
     {
-        nlohmann::json::sax_parse(m_copy.Text(), this);
-        return std::move(m_root);
+        m_content->text = std::move(text);
+        m_text = m_content->text;
     }
 
-    bool null() { return Put(JsonValue(), m_copy.TakeOther()); }
-    bool boolean(bool value) { return Put(JsonValue::Bool(value), m_copy.TakeOther()); }
+    JsonDocument Run()
+    {
+        HarmlessText source(m_text);
+        m_source = &source;
+        nlohmann::json::sax_parse(HarmlessText::Iterator(&source), HarmlessText::Iterator(&source), this);
+        return JsonDocument(std::move(m_content));
+    }
+
+    bool null() { return Put(Kind::Null, m_source->TakeOther()); }
+    bool boolean(bool value) { return Put(Kind::Bool, m_source->TakeOther(), value ? 1 : 0); }
     bool number_integer(std::int64_t) { return PutNumber(); }
     bool number_unsigned(std::uint64_t) { return PutNumber(); }
     bool number_float(double, std::string const&) { return PutNumber(); }
     bool string(std::string& text)
     {
-        auto const [at, defect] = m_copy.TakeText();
-        return Put(defect != nullptr ? Defect(defect) : JsonValue::Text(std::move(text)), at);
+        auto const note = m_source->TakeText();
+        if (Begin(note.defect != nullptr ? note.defect : std::string_view(), note.at)) {
+            AddText(note, text);
+        }
+        return true;
     }
     bool binary(nlohmann::json::binary_t&) { return false; }
-    bool start_array(std::size_t) { return Open(JsonValue::Array()); }
+    bool start_array(std::size_t) { return Open(Kind::Array); }
     bool end_array() { return Close(); }
-    bool start_object(std::size_t) { return Open(JsonValue::Object()); }
-    bool end_object()
-    {
-        if (m_open.back() != nullptr) {
-            MarkDuplicates(*m_open.back());
-        }
-        return Close();
-    }
+    bool start_object(std::size_t) { return Open(Kind::Object); }
+    bool end_object() { return Close(); }
     bool key(std::string& text)
     {
-        auto const [at, defect] = m_copy.TakeText();
-        if (m_open.back() != nullptr) {
-            // A key that cannot be told has its place all the same.
-            m_open.back()->members.emplace_back(defect != nullptr
-                                                    ? JsonValue::Member("", Defect(std::string("in a key: ") + defect))
-                                                    : JsonValue::Member(std::move(text), JsonValue()));
-            m_open.back()->members.back().second.at = at;
+        auto const note = m_source->TakeText();
+        auto& object = m_open.back();
+        if (object.place == nowhere) {
+            return true;
         }
+        m_awaited = {};
+        if (note.defect != nullptr) {
+            m_awaited = {std::string("in a key: ") + note.defect, note.at};
+            text.clear(); // it has its place all the same
+        } else if (!IsNew(object, text)) {
+            m_awaited = {"the key " + QuoteForMessage(text) + " stands here twice", {}};
+        }
+        object.keyBefore = std::exchange(object.key, m_content->entries.size());
+        AddText(note, text);
         return true;
     }
     /// Throws. `position` counts the bytes read, `token` ends with the last of them.
@@ -233,139 +334,212 @@ public:
                 where = std::min(m_text.find_first_not_of("0123456789", where), m_text.size());
             }
         } else if (tells("unexpected string") || (tells("invalid string") && !isInPlace)) {
-            where = m_copy.NextTextAt();
+            where = m_source->NextTextAt();
         } else if (tells("invalid number") && !isInPlace) {
             backOver("+-.0123456789eE");
         } else if (tells("invalid literal") || tells("unexpected true") || tells("unexpected false") ||
                    tells("unexpected null")) {
             backOver("abcdefghijklmnopqrstuvwxyz");
         }
-        if (tells("object separator") && m_open.back() != nullptr) {
-            m_open.back()->members.pop_back();
+        if (tells("object separator")) {
+            m_open.back().key = m_open.back().keyBefore;
         }
         throw InvalidDocument(Path(!tells("parsing array")),
                               "not JSON: " + std::string(reason) + " (" + LineAndColumn(m_text, where) + ")");
     }
 
 private:
-    /// Where the next value goes; what stands within a defect goes nowhere.
-    JsonValue& Next()
+    static constexpr std::size_t nowhere = ~std::size_t{};
+
+    /// An array or object that is not closed yet.
+    struct Level
     {
-        m_begun = true;
-        if (m_open.empty()) {
-            return m_root;
+        std::size_t place; ///< its entry; nowhere for one that is not kept
+        bool isArray;
+        std::size_t count = 0;                     ///< items that have begun; keys that were looked at
+        std::size_t key = nowhere;                 ///< the entry of the key read last
+        std::size_t keyBefore = nowhere;           ///< and of the one before
+        std::set<std::string, std::less<>> keys{}; ///< of an object with many members
+    };
+    /// What is wrong with a member whose value has not come yet.
+    struct Awaited
+    {
+        std::string defect;
+        std::optional<std::size_t>
+            at; ///< where the defect is, if not in the value; then it goes before the value's own
+    };
+
+    /// Whether the object, which is open, has no such key yet.
+    bool IsNew(Level& object, std::string const& key)
+    {
+        // Most objects have few, which are looked through faster than anything can be kept of them.
+        constexpr std::size_t few = 12;
+        ++object.count;
+        if (object.keys.empty()) {
+            m_content->entries[object.place].extent = m_content->entries.size();
+            for (auto const& member : JsonNode(*m_content, object.place).Members()) {
+                if (object.count > few) {
+                    object.keys.emplace(member.key);
+                } else if (member.key == key) {
+                    return false;
+                }
+            }
         }
-        auto* const around = m_open.back();
-        if (around == nullptr) {
-            return m_nowhere;
-        }
-        if (around->Is(Kind::Array)) {
-            return around->items.emplace_back();
-        }
-        auto& member = around->members.back().second;
-        return member.Is(Kind::Defect) ? m_nowhere : member;
+        return object.count <= few || object.keys.insert(key).second;
     }
 
-    bool Put(JsonValue value, std::size_t at)
+    void Add(Kind kind, std::size_t at, std::size_t extent, bool isBeside = false)
     {
-        value.at = at;
-        Next() = std::move(value);
+        JsonContent::Entry entry{};
+        entry.at = at & 0xFFFF'FFFF'FFFFU;
+        entry.kind = static_cast<unsigned>(kind) & 0xFU;
+        entry.isBeside = isBeside ? 1 : 0;
+        entry.extent = extent;
+        m_content->entries.push_back(entry);
+    }
+    void AddText(HarmlessText::TextNote const& note, std::string& text)
+    {
+        // One without escapes is as long as it stands in the document.
+        auto const length = note.end - note.at - 2;
+        bool const isBeside = text.size() != length || note.defect != nullptr;
+        Add(Kind::Text, note.at, isBeside ? m_content->beside.size() : length, isBeside);
+        if (isBeside) {
+            m_content->beside.push_back(std::move(text));
+        }
+    }
+
+    /// A value begins, with what is wrong with it, if anything. False when nothing is to be kept of it: there is no
+    /// place for it, or there is a defect in it.
+    bool Begin(std::string_view defect, std::size_t at)
+    {
+        m_begun = true;
+        if (!m_open.empty() && m_open.back().place == nowhere) {
+            return false;
+        }
+        if (!m_open.empty() && m_open.back().isArray) {
+            ++m_open.back().count;
+        }
+        auto const awaited = std::exchange(m_awaited, {});
+        std::string reason(awaited.at || defect.empty() ? std::string_view(awaited.defect) : defect);
+        if (reason.empty()) {
+            return true;
+        }
+        Add(Kind::Defect, awaited.at.value_or(at), m_content->beside.size());
+        m_content->beside.push_back(std::move(reason));
+        m_content->hasDefects = true;
+        return false;
+    }
+
+    bool Put(Kind kind, std::size_t at, std::size_t extent = 0)
+    {
+        if (Begin({}, at)) {
+            Add(kind, at, extent);
+        }
         return true;
     }
 
     bool PutNumber()
     {
-        JsonValue number;
-        number.kind = Kind::Number;
-        auto const literal = m_copy.TakeNumber();
+        auto const literal = m_source->TakeNumber();
         auto const at = static_cast<std::size_t>(literal.data() - m_text.data());
-        number.text = literal;
         double ignored = 0.0;
-        return Put(number.ReadNumber(ignored)
-                       ? std::move(number)
-                       : Defect("the number " + number.text.substr(0, 40) + " is beyond the range of a double"),
-                   at);
+        // One of few digits and without an exponent cannot be.
+        bool const mayBeBeyond = literal.size() > 300 || literal.find_first_of("eE") != std::string_view::npos;
+        std::string defect;
+        if (mayBeBeyond && !ReadNumberLiteral(literal, ignored)) {
+            defect = "the number " + std::string(literal.substr(0, 40)) + " is beyond the range of a double";
+        }
+        if (Begin(defect, at)) {
+            Add(Kind::Number, at, literal.size());
+        }
+        return true;
     }
 
-    bool Open(JsonValue empty)
+    bool Open(Kind kind)
     {
-        auto const at = m_copy.TakeOther();
-        auto* slot = &Next();
-        if (slot == &m_nowhere) {
-            slot = nullptr;
-        } else if (m_open.size() >= JsonNestingLimit) {
-            *slot = Defect("nested deeper than " + std::to_string(JsonNestingLimit) + " levels");
-            slot->at = at;
-            slot = nullptr;
-        } else {
-            *slot = std::move(empty);
-            slot->at = at;
+        auto const at = m_source->TakeOther();
+        std::string defect;
+        if (m_open.size() >= JsonNestingLimit) {
+            defect = "nested deeper than " + std::to_string(JsonNestingLimit) + " levels";
         }
-        m_open.push_back(slot);
+        Level level{nowhere, kind == Kind::Array};
+        if (Begin(defect, at)) {
+            level.place = m_content->entries.size();
+            Add(kind, at, 0);
+        }
+        m_open.push_back(std::move(level));
         return true;
     }
 
     bool Close()
     {
+        if (auto const place = m_open.back().place; place != nowhere) {
+            m_content->entries[place].extent = m_content->entries.size();
+        }
         m_open.pop_back();
         return true;
-    }
-
-    static void MarkDuplicates(JsonValue& object)
-    {
-        std::set<std::string_view> seen;
-        for (auto& [key, value] : object.members) {
-            if (!seen.insert(key).second && value.kind != Kind::Defect) {
-                auto const at = value.at;
-                value = Defect("the key " + QuoteForMessage(key) + " stands here twice");
-                value.at = at;
-            }
-        }
     }
 
     /// Of the value read last, or of the one that is awaited after it.
     std::string Path(bool isAwaited) const
     {
         std::string path = "$";
-        for (auto const* value : m_open) {
-            if (value == nullptr) {
+        for (auto const& level : m_open) {
+            if (level.place == nowhere) {
                 break;
             }
-            if (value->Is(Kind::Array)) {
-                JsonPath::AppendIndex(path, value->items.size() - (isAwaited && value == m_open.back() ? 0 : 1));
-            } else if (!value->members.empty()) {
-                JsonPath::AppendKey(path, value->members.back().first);
+            if (level.isArray) {
+                JsonPath::AppendIndex(path, level.count - (isAwaited && &level == &m_open.back() ? 0 : 1));
+            } else if (level.key != nowhere) {
+                JsonPath::AppendKey(path, JsonNode(*m_content, level.key).Text());
             }
         }
         return path;
     }
 
+    std::unique_ptr<JsonContent> m_content;
     std::string_view m_text;
-    HarmlessCopy m_copy;
-    JsonValue m_root;
-    JsonValue m_nowhere;
+    HarmlessText* m_source = nullptr;
     bool m_begun = false;
-    std::vector<JsonValue*> m_open; ///< arrays and objects; null for one that is not kept
+    Awaited m_awaited;
+    std::vector<Level> m_open;
 };
+
+void RefuseDefectsIn(JsonNode const& value, JsonPath const& path)
+{
+    if (value.Is(Kind::Defect)) {
+        throw InvalidDocument(path, std::string(value.Text()));
+    }
+    std::size_t index = 0;
+    for (auto const& item : value.Items()) {
+        RefuseDefectsIn(item, JsonPath(path, index++));
+    }
+    for (auto const& [key, member] : value.Members()) {
+        RefuseDefectsIn(member, JsonPath(path, key));
+    }
+}
 
 } // namespace
 
-JsonValue ParseJson(std::string_view text)
+JsonDocument ParseJson(std::string text)
 {
-    return Reader(text).Run();
+    return Reader(std::move(text)).Run();
 }
 
-void RefuseDefects(JsonValue const& value, JsonPath const& path)
+void RefuseDefects(JsonNode const& value, JsonPath const& path)
 {
-    if (value.kind == Kind::Defect) {
-        throw InvalidDocument(path, value.text);
+    if (value.IsOfSoundDocument()) {
+        return;
     }
-    for (std::size_t i = 0; i < value.items.size(); ++i) {
-        RefuseDefects(value.items[i], JsonPath(path, i));
-    }
-    for (auto const& [key, member] : value.members) {
-        RefuseDefects(member, JsonPath(path, key));
-    }
+    RefuseDefectsIn(value, path);
+}
+
+std::string LineAndColumn(std::string_view document, std::size_t at)
+{
+    auto const before = document.substr(0, at);
+    auto const line = 1 + std::count(before.begin(), before.end(), '\n');
+    auto const column = before.size() - (before.rfind('\n') + 1) + 1;
+    return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
 } // namespace qx5

@@ -1,15 +1,15 @@
-// Reads typed values out of JSON values, with messages that say where and why.
+// Reads typed values out of JSON documents, with messages that say where and why.
 #pragma once
 
+#include "json_document.h"
 #include "json_path.h"
-#include "json_value.h"
 
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/CString.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <set>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,44 +18,45 @@ namespace qx5 {
 
 // Each of these throws InvalidDocument at `path` when the value is of another kind or out of range.
 
-bool ReadBool(JsonValue const& value, JsonPath const& path);
+bool ReadBool(JsonNode const& value, JsonPath const& path);
 /// An integer written without point and exponent, within the limits, both included.
-std::int64_t ReadInteger(JsonValue const& value, JsonPath const& path, std::int64_t lowest, std::int64_t highest);
-int ReadInt32(JsonValue const& value, JsonPath const& path);
-std::uint16_t ReadUInt16(JsonValue const& value, JsonPath const& path);
-std::uint32_t ReadUInt32(JsonValue const& value, JsonPath const& path);
+std::int64_t ReadInteger(JsonNode const& value, JsonPath const& path, std::int64_t lowest, std::int64_t highest);
+int ReadInt32(JsonNode const& value, JsonPath const& path);
+std::uint16_t ReadUInt16(JsonNode const& value, JsonPath const& path);
+std::uint32_t ReadUInt32(JsonNode const& value, JsonPath const& path);
 /// A number, or "nan", "inf", "-inf".
-double ReadDouble(JsonValue const& value, JsonPath const& path);
-std::string const& ReadText(JsonValue const& value, JsonPath const& path);
-CString ReadWideText(JsonValue const& value, JsonPath const& path);
+double ReadDouble(JsonNode const& value, JsonPath const& path);
+std::string_view ReadText(JsonNode const& value, JsonPath const& path);
+CString ReadWideText(JsonNode const& value, JsonPath const& path);
 /// Four integers of 16 bits.
-CDataId ReadDataId(JsonValue const& value, JsonPath const& path);
+CDataId ReadDataId(JsonNode const& value, JsonPath const& path);
 /// The items of an array; `count` of them when it is not 0.
-std::vector<JsonValue> const& ReadArray(JsonValue const& value, JsonPath const& path, std::size_t count = 0);
+JsonItems ReadArray(JsonNode const& value, JsonPath const& path, std::size_t count = 0);
 /// The members of an object.
-std::vector<JsonValue::Member> const& ReadObject(JsonValue const& value, JsonPath const& path);
+JsonMembers ReadObject(JsonNode const& value, JsonPath const& path);
 
 /// The id as four numbers.
 JsonValue WriteDataId(CDataId const& id);
 
 /// What kind of value this is, in words, for messages: "a text", "an integer".
-std::string_view KindName(JsonValue const& value);
+std::string_view KindName(JsonNode const& value);
 
-/// Reads the members of an object one by one and knows which keys were asked for. The object and the path must outlive
-/// it.
+/// Reads the members of an object one by one and knows which keys were asked for. The document and the path must
+/// outlive it.
 class MemberReader
 {
 public:
     /// Throws InvalidDocument when the value is no object.
-    MemberReader(JsonValue const& object, JsonPath const& path);
+    MemberReader(JsonNode const& object, JsonPath const& path);
 
-    /// What the object lacks is looked for in this one, which must outlive the reader, too.
-    void FallBackTo(JsonValue const& object, JsonPath const& path);
+    /// What the object lacks is looked for in this one; its document and path must outlive the reader, too.
+    void FallBackTo(JsonNode const& object, JsonPath const& path);
 
-    /// The member, or null when it is absent. Either way the key is known from now on.
-    JsonValue const* Find(std::string_view key);
+    /// The member; nothing when it is absent. Either way the key, a text that outlives the reader, is known from now
+    /// on.
+    std::optional<JsonNode> Find(std::string_view key);
     /// The member. Throws InvalidDocument when it is absent.
-    JsonValue const& Get(std::string_view key);
+    JsonNode Get(std::string_view key);
     /// Where the member stands, or would stand.
     JsonPath At(std::string_view key) const;
     JsonPath const& Path() const { return m_path; }
@@ -70,11 +71,11 @@ public:
     CString WideText(std::string_view key, std::wstring_view absent = {});
 
 private:
-    JsonValue const& m_object;
+    JsonNode m_object;
     JsonPath const& m_path;
-    JsonValue const* m_fallback = nullptr;
+    std::optional<JsonNode> m_fallback;
     JsonPath const* m_fallbackPath = nullptr;
-    std::set<std::string_view> m_known;
+    std::vector<std::string_view> m_known;
 };
 
 } // namespace qx5

@@ -1,130 +1,33 @@
-// A JSON value, its numbers, and its text.
+// A JSON value that is made to be written or compared, and its text.
 #include "json_value.h"
+
+#include "json_number.h"
 
 #include <protocol/utf8.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <system_error>
+#include <utility>
 
 namespace qx5 {
 
 namespace {
 
-template <typename T>
-std::string Digits(T value)
+JsonValue OfKind(JsonValue::Kind kind, std::string text)
 {
-    char buffer[40];
-    auto const end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
-    return std::string(buffer, end);
+    JsonValue json;
+    json.kind = kind;
+    json.text = std::move(text);
+    return json;
 }
 
-/// Whether a literal that std::from_chars found out of range is too large rather than too small.
-bool IsOverflow(std::string_view literal)
+template <typename Number>
+JsonValue OfInteger(Number value)
 {
-    // The place of the first digit that is not 0 (1 for units, 0 for tenths), shifted by the exponent.
-    long long place = 0;
-    bool seenDigit = false;
-    bool afterPoint = false;
-    std::size_t i = 0;
-    for (; i < literal.size() && literal[i] != 'e' && literal[i] != 'E'; ++i) {
-        char const c = literal[i];
-        if (c == '.') {
-            afterPoint = true;
-        } else if (c != '-') {
-            seenDigit = seenDigit || c != '0';
-            if (!afterPoint && seenDigit) {
-                ++place;
-            } else if (afterPoint && !seenDigit) {
-                --place;
-            }
-        }
-    }
-    if (!seenDigit) {
-        return false;
-    }
-    if (i == literal.size()) {
-        return place > 0;
-    }
-    bool const negative = literal[i + 1] == '-';
-    auto const digits = literal.substr(i + ((negative || literal[i + 1] == '+') ? 2 : 1));
-    long long exponent = 0;
-    auto const parsed = std::from_chars(digits.data(), digits.data() + digits.size(), exponent);
-    if (parsed.ec != std::errc()) {
-        return !negative;
-    }
-    return place > (negative ? exponent : -exponent);
-}
-
-void AppendQuoted(std::string& out, std::string_view text)
-{
-    static constexpr char hex[] = "0123456789abcdef";
-    out += '"';
-    auto const wide = protocol::DecodeUtf8(text);
-    for (std::size_t at = 0; at < wide.size();) {
-        auto const codePoint = protocol::NextCodePoint(wide, at);
-        if (codePoint == '"' || codePoint == '\\') {
-            out += '\\';
-            out += static_cast<char>(codePoint);
-        } else if (codePoint == '\n') {
-            out += "\\n";
-        } else if (codePoint == '\t') {
-            out += "\\t";
-        } else if (codePoint < 0x20 || codePoint == 0x7F || codePoint == 0x2028 || codePoint == 0x2029 ||
-                   codePoint == 0x85) {
-            // Besides what must be escaped, everything that some tool takes for the end of a line.
-            out += "\\u";
-            for (int shift = 12; shift >= 0; shift -= 4) {
-                out += hex[(codePoint >> shift) & 0xFU];
-            }
-        } else {
-            protocol::AppendUtf8(out, codePoint);
-        }
-    }
-    out += '"';
-}
-
-void Append(std::string& out, JsonValue const& value)
-{
-    using Kind = JsonValue::Kind;
-    switch (value.kind) {
-    case Kind::Null:
-    case Kind::Defect:
-        out += "null";
-        break;
-    case Kind::Bool:
-        out += value.boolean ? "true" : "false";
-        break;
-    case Kind::Number:
-        out += value.text;
-        break;
-    case Kind::Text:
-        AppendQuoted(out, value.text);
-        break;
-    case Kind::Array:
-        out += '[';
-        for (auto const& item : value.items) {
-            if (&item != value.items.data()) {
-                out += ',';
-            }
-            Append(out, item);
-        }
-        out += ']';
-        break;
-    case Kind::Object:
-        out += '{';
-        for (auto const& member : value.members) {
-            if (&member != value.members.data()) {
-                out += ',';
-            }
-            AppendQuoted(out, member.first);
-            out += ':';
-            Append(out, member.second);
-        }
-        out += '}';
-        break;
-    }
+    JsonValue json;
+    json.kind = JsonValue::Kind::Number;
+    AppendInteger(json.text, value);
+    return json;
 }
 
 } // namespace
@@ -139,39 +42,32 @@ JsonValue JsonValue::Bool(bool value)
 
 JsonValue JsonValue::Integer(std::int64_t value)
 {
-    JsonValue json;
-    json.kind = Kind::Number;
-    json.text = Digits(value);
-    return json;
+    return OfInteger(value);
 }
 
 JsonValue JsonValue::Unsigned(std::uint64_t value)
 {
-    JsonValue json;
-    json.kind = Kind::Number;
-    json.text = Digits(value);
-    return json;
+    return OfInteger(value);
 }
 
 JsonValue JsonValue::Double(double value)
 {
-    JsonValue json;
-    json.kind = std::isfinite(value) ? Kind::Number : Kind::Text;
-    json.text = DoubleText(value);
-    return json;
+    return OfKind(std::isfinite(value) ? Kind::Number : Kind::Text, DoubleText(value));
 }
 
 JsonValue JsonValue::Text(std::string value)
 {
-    JsonValue json;
-    json.kind = Kind::Text;
-    json.text = std::move(value);
-    return json;
+    return OfKind(Kind::Text, std::move(value));
 }
 
 JsonValue JsonValue::Text(std::wstring_view value)
 {
     return Text(protocol::EncodeUtf8(value));
+}
+
+JsonValue JsonValue::Written(std::string json)
+{
+    return OfKind(Kind::Written, std::move(json));
 }
 
 JsonValue JsonValue::Array(std::vector<JsonValue> items)
@@ -197,87 +93,53 @@ JsonValue const* JsonValue::Find(std::string_view key) const
     return found != members.end() ? &found->second : nullptr;
 }
 
-bool JsonValue::IsIntegerLiteral() const
+void AppendJson(std::string& out, JsonValue const& value)
 {
-    return kind == Kind::Number && text.find_first_of(".eE") == std::string::npos;
-}
-
-bool JsonValue::ReadInteger(std::int64_t& value) const
-{
-    if (!IsIntegerLiteral()) {
-        return false;
-    }
-    std::int64_t parsed = 0;
-    auto const result = std::from_chars(text.data(), text.data() + text.size(), parsed);
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size()) {
-        return false;
-    }
-    value = parsed;
-    return true;
-}
-
-bool JsonValue::ReadNumber(double& value) const
-{
-    if (kind != Kind::Number) {
-        return false;
-    }
-    double parsed = 0.0;
-    auto const result = std::from_chars(text.data(), text.data() + text.size(), parsed);
-    if (result.ec == std::errc::result_out_of_range) {
-        if (IsOverflow(text)) {
-            return false;
+    using Kind = JsonValue::Kind;
+    switch (value.kind) {
+    case Kind::Null:
+    case Kind::Defect:
+        out += "null";
+        break;
+    case Kind::Bool:
+        out += value.boolean ? "true" : "false";
+        break;
+    case Kind::Number:
+    case Kind::Written:
+        out += value.text;
+        break;
+    case Kind::Text:
+        AppendQuoted(out, std::string_view(value.text));
+        break;
+    case Kind::Array:
+        out += '[';
+        for (auto const& item : value.items) {
+            if (&item != value.items.data()) {
+                out += ',';
+            }
+            AppendJson(out, item);
         }
-        parsed = text.front() == '-' ? -0.0 : 0.0;
-    } else if (result.ec != std::errc() || result.ptr != text.data() + text.size()) {
-        return false;
+        out += ']';
+        break;
+    case Kind::Object:
+        out += '{';
+        for (auto const& member : value.members) {
+            if (&member != value.members.data()) {
+                out += ',';
+            }
+            AppendQuoted(out, std::string_view(member.first));
+            out += ':';
+            AppendJson(out, member.second);
+        }
+        out += '}';
+        break;
     }
-    value = parsed;
-    return true;
-}
-
-std::string DoubleText(double value)
-{
-    if (std::isnan(value)) {
-        return "nan";
-    }
-    if (std::isinf(value)) {
-        return value > 0.0 ? "inf" : "-inf";
-    }
-    std::string text = Digits(value);
-    if (text.find_first_of(".e") == std::string::npos) {
-        text += ".0";
-    }
-    return text;
 }
 
 std::string WriteJson(JsonValue const& value)
 {
     std::string out;
-    Append(out, value);
-    return out;
-}
-
-std::string LineAndColumn(std::string_view document, std::size_t at)
-{
-    auto const before = document.substr(0, at);
-    auto const line = 1 + std::count(before.begin(), before.end(), '\n');
-    auto const column = before.size() - (before.rfind('\n') + 1) + 1;
-    return "line " + std::to_string(line) + ", column " + std::to_string(column);
-}
-
-std::string QuoteForMessage(std::string_view text, std::size_t limit)
-{
-    std::string out;
-    if (text.size() <= limit) {
-        AppendQuoted(out, text);
-        return out;
-    }
-    std::size_t cut = limit;
-    while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0U) == 0x80U) {
-        --cut;
-    }
-    AppendQuoted(out, text.substr(0, cut));
-    out += "...";
+    AppendJson(out, value);
     return out;
 }
 

@@ -14,7 +14,7 @@ namespace qx5 {
 
 namespace {
 
-std::vector<int> ReadIntegers(JsonValue const& value, JsonPath const& path)
+std::vector<int> ReadIntegers(JsonNode const& value, JsonPath const& path)
 {
     std::vector<int> numbers;
     for (auto const& item : ReadArray(value, path)) {
@@ -23,7 +23,7 @@ std::vector<int> ReadIntegers(JsonValue const& value, JsonPath const& path)
     return numbers;
 }
 
-std::vector<double> ReadDoubles(JsonValue const& value, JsonPath const& path, std::size_t count = 0)
+std::vector<double> ReadDoubles(JsonNode const& value, JsonPath const& path, std::size_t count = 0)
 {
     std::vector<double> numbers;
     for (auto const& item : ReadArray(value, path, count)) {
@@ -33,46 +33,49 @@ std::vector<double> ReadDoubles(JsonValue const& value, JsonPath const& path, st
 }
 
 template <typename Elements>
-JsonValue WriteList(Elements const& elements);
+void AppendList(std::string& out, Elements const& elements);
 
-/// The value of a node that has one.
 struct ValueWriter
 {
-    JsonValue operator()(std::monostate) const { return {}; }
-    JsonValue operator()(std::int32_t number) const { return JsonValue::Integer(number); }
-    JsonValue operator()(std::uint32_t number) const { return JsonValue::Unsigned(number); }
-    JsonValue operator()(std::int64_t number) const { return JsonValue::Integer(number); }
-    JsonValue operator()(bool truth) const { return JsonValue::Bool(truth); }
-    JsonValue operator()(double number) const { return JsonValue::Double(number); }
-    JsonValue operator()(std::pair<double, double> const& pair) const
+    std::string& out;
+
+    void operator()(std::monostate) const { out += "null"; }
+    void operator()(std::int32_t number) const { AppendInteger(out, number); }
+    void operator()(std::uint32_t number) const { AppendInteger(out, number); }
+    void operator()(std::int64_t number) const { AppendInteger(out, number); }
+    void operator()(bool truth) const { out += truth ? "true" : "false"; }
+    void operator()(double number) const { AppendDouble(out, number); }
+    void operator()(std::pair<double, double> const& pair) const
     {
-        return WriteList(std::array{pair.first, pair.second});
+        AppendList(out, std::array{pair.first, pair.second});
     }
-    JsonValue operator()(protocol::DataReference const& parts) const
+    void operator()(protocol::DataReference const& parts) const
     {
-        return WriteDataId({parts[0], parts[1], parts[2], parts[3]});
+        AppendList(out, std::array<std::int32_t, 4>{parts[0], parts[1], parts[2], parts[3]});
     }
-    JsonValue operator()(std::wstring const& text) const { return JsonValue::Text(text); }
+    void operator()(std::wstring const& text) const { AppendQuoted(out, std::wstring_view(text)); }
     template <typename Elements>
-    JsonValue operator()(Elements const& elements) const
+    void operator()(Elements const& elements) const
     {
-        return WriteList(elements);
+        AppendList(out, elements);
     }
 };
 
 template <typename Elements>
-JsonValue WriteList(Elements const& elements)
+void AppendList(std::string& out, Elements const& elements)
 {
-    JsonValue array = JsonValue::Array();
+    char before = '[';
     for (auto const element : elements) {
-        array.items.push_back(ValueWriter()(element));
+        out += before;
+        ValueWriter{out}(element);
+        before = ',';
     }
-    return array;
+    out += before == '[' ? "[]" : "]";
 }
 
 } // namespace
 
-protocol::Value ReadValueOfKind(protocol::Kind kind, JsonValue const& value, JsonPath const& path)
+protocol::Value ReadValueOfKind(protocol::Kind kind, JsonNode const& value, JsonPath const& path)
 {
     using protocol::Kind;
     using Widest = std::numeric_limits<std::int64_t>;
@@ -112,9 +115,16 @@ protocol::Value ReadValueOfKind(protocol::Kind kind, JsonValue const& value, Jso
     return {};
 }
 
+void AppendValue(std::string& out, protocol::Value const& value)
+{
+    std::visit(ValueWriter{out}, value);
+}
+
 JsonValue WriteValue(protocol::Value const& value)
 {
-    return std::visit(ValueWriter(), value);
+    std::string json;
+    AppendValue(json, value);
+    return JsonValue::Written(std::move(json));
 }
 
 } // namespace qx5

@@ -65,24 +65,25 @@ public:
 
     Preset Run()
     {
-        JsonValue root;
+        std::optional<JsonDocument> document;
         try {
-            root = ParseJson(m_document);
+            document = ParseJson(std::string(m_document));
         } catch (InvalidDocument const& failure) {
             throw PresetError(failure.what());
         }
+        auto const root = document->Root();
         RefuseDefect(root);
         return At(root, [&] { return ReadRoot(root); });
     }
 
 private:
-    [[noreturn]] void Refuse(JsonValue const& value, std::string const& reason) const
+    [[noreturn]] void Refuse(JsonNode const& value, std::string const& reason) const
     {
-        throw PresetError(fmt::format("{} ({})", reason, LineAndColumn(m_document, value.at)));
+        throw PresetError(fmt::format("{} ({})", reason, LineAndColumn(m_document, value.At())));
     }
 
     template <typename Read>
-    std::invoke_result_t<Read const&> At(JsonValue const& value, Read const& read) const
+    std::invoke_result_t<Read const&> At(JsonNode const& value, Read const& read) const
     {
         try {
             return read();
@@ -91,23 +92,23 @@ private:
         }
     }
 
-    void RefuseDefect(JsonValue const& value) const
+    void RefuseDefect(JsonNode const& value) const
     {
         if (value.Is(JsonValue::Kind::Defect)) {
-            Refuse(value, value.text);
+            Refuse(value, std::string(value.Text()));
         }
-        for (JsonValue const& item : value.items) {
+        for (auto const& item : value.Items()) {
             RefuseDefect(item);
         }
-        for (auto const& [key, inner] : value.members) {
+        for (auto const& [key, inner] : value.Members()) {
             RefuseDefect(inner);
         }
     }
 
     std::string Text(MemberReader& members, std::string_view name) const
     {
-        JsonValue const& value = members.Get(name);
-        return At(value, [&] { return ReadText(value, {}); });
+        auto const value = members.Get(name);
+        return At(value, [&] { return std::string(ReadText(value, {})); });
     }
 
     /// A text that is shown in one line.
@@ -120,16 +121,16 @@ private:
         return text;
     }
 
-    Preset ReadRoot(JsonValue const& root)
+    Preset ReadRoot(JsonNode const& root)
     {
         JsonPath const path;
         MemberReader members(root, path);
-        JsonValue const* const format = members.Find(member::format);
-        if (format == nullptr || !format->Is(JsonValue::Kind::Text) || format->text != formatName) {
-            Refuse(format != nullptr ? *format : root,
+        auto const format = members.Find(member::format);
+        if (!format || !format->Is(JsonValue::Kind::Text) || format->Text() != formatName) {
+            Refuse(format.value_or(root),
                    fmt::format("this is no preset: its \"{}\" is not \"{}\"", member::format, formatName));
         }
-        JsonValue const& version = members.Get(member::version);
+        auto const version = members.Get(member::version);
         auto const number = At(version, [&] { return ReadInt32(version, {}); });
         if (number != formatVersion) {
             Refuse(version, fmt::format("the preset has version {} of the format, this program reads version {}",
@@ -141,24 +142,24 @@ private:
             Refuse(members.Get(member::name), reason);
         }
         preset.time = Line(members, member::time);
-        JsonValue const& sonar = members.Get(member::sonar);
+        auto const sonar = members.Get(member::sonar);
         At(sonar, [&] {
             MemberReader whose(sonar, path);
             preset.sonar = Line(whose, member::name);
             preset.sonarClass = Line(whose, member::sonarClass);
             whose.RefuseUnknown();
         });
-        JsonValue const& settings = members.Get(member::settings);
+        auto const settings = members.Get(member::settings);
         members.RefuseUnknown();
         At(settings, [&] {
-            for (JsonValue const& item : ReadArray(settings, path)) {
+            for (auto const& item : ReadArray(settings, path)) {
                 preset.settings.push_back(At(item, [&] { return ReadSetting(item); }));
             }
         });
         return preset;
     }
 
-    PresetSetting ReadSetting(JsonValue const& item)
+    PresetSetting ReadSetting(JsonNode const& item)
     {
         JsonPath const path;
         MemberReader members(item, path);
@@ -173,20 +174,20 @@ private:
         }
         Key const* const known = protocol::FindKey(setting.key);
 
-        JsonValue const& kindName = members.Get(member::kind);
+        auto const kindName = members.Get(member::kind);
         auto const kind = protocol::FindKind(At(kindName, [&] { return ReadText(kindName, {}); }));
         if (!kind || *kind == Kind::Branch || *kind == Kind::Any) {
-            Refuse(kindName, "there is no kind of value " + QuoteForMessage(kindName.text));
+            Refuse(kindName, "there is no kind of value " + QuoteForMessage(kindName.Text()));
         }
         if (known != nullptr && known->kind != *kind) {
             Refuse(kindName, fmt::format("{} is of the kind {}, not {}", name, protocol::NameOf(known->kind),
                                          protocol::NameOf(*kind)));
         }
-        JsonValue const& value = members.Get(member::value);
+        auto const value = members.Get(member::value);
         setting.value = At(value, [&] { return ReadValueOfKind(*kind, value, {}); });
 
         std::string_view const ownUnit = known != nullptr ? protocol::UnitText(known->unit) : std::string_view();
-        if (JsonValue const* const unit = members.Find(member::unit); unit != nullptr) {
+        if (auto const unit = members.Find(member::unit)) {
             setting.unit = Line(members, member::unit);
             if (known != nullptr && setting.unit != ownUnit) {
                 Refuse(*unit,

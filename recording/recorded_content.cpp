@@ -20,7 +20,7 @@ std::uint64_t ReadCount(MemberReader& reader, std::string_view key)
 
 std::string ReadTextOf(MemberReader& reader, std::string_view key)
 {
-    return ReadText(reader.Get(key), reader.At(key));
+    return std::string(ReadText(reader.Get(key), reader.At(key)));
 }
 
 CAttributeMap ReadTreeOf(MemberReader& reader, std::string_view key)
@@ -55,14 +55,14 @@ Members Write(RecordedSettings const& settings)
 RecordedSettings ReadSettings(MemberReader& reader)
 {
     RecordedSettings settings{ReadTextOf(reader, "name"), ReadTreeOf(reader, "tree")};
-    if (auto const* const host = reader.Find("host")) {
+    if (auto const host = reader.Find("host")) {
         auto const at = reader.At("host");
         MemberReader members(*host, at);
         settings.host = {ReadTextOf(members, "guid"), ReadTextOf(members, "port"),
                          ReadBool(members.Get("mainWindow"), members.At("mainWindow")),
                          ReadBool(members.Get("operator"), members.At("operator"))};
     }
-    if (auto const* const again = reader.Find("again")) {
+    if (auto const again = reader.Find("again")) {
         settings.isAgain = ReadBool(*again, reader.At("again"));
     }
     return settings;
@@ -111,7 +111,7 @@ RecordedAttributes ReadAttributes(MemberReader& reader)
         throw InvalidDocument(reader.At("from"), "is neither \"sonar\" nor \"echo\"");
     }
     RecordedAttributes attributes{from == "echo", ReadTreeOf(reader, "tree")};
-    if (auto const* const flags = reader.Find("flags")) {
+    if (auto const flags = reader.Find("flags")) {
         attributes.flags = ReadUInt32(*flags, reader.At("flags"));
     }
     return attributes;
@@ -171,9 +171,9 @@ RecordedContent ReadContent(RecordedKind const& kind, std::string_view text)
     if (kind.schema.empty()) {
         return RecordedFrame{&kind == &kinds::Sent, {reinterpret_cast<unsigned char const*>(text.data()), text.size()}};
     }
-    auto const document = ParseJson(text);
+    auto const document = ParseJson(std::string(text));
     JsonPath const root;
-    MemberReader reader(document, root);
+    MemberReader reader(document.Root(), root);
     if (&kind == &kinds::Settings) {
         return ReadSettings(reader);
     }

@@ -52,8 +52,9 @@ JsonValue::Member Value(std::string_view name, std::string const& json)
 {
     JsonValue value;
     try {
-        value = ParseJson(json);
-        RefuseDefects(value, {});
+        auto const document = ParseJson(json);
+        RefuseDefects(document.Root(), {});
+        value = document.Root().Copy();
     } catch (InvalidDocument const&) {
         value = JsonValue::Text(json);
     }
@@ -119,7 +120,7 @@ std::string Line(Problem const& problem)
 }
 
 /// Checks the form's number, and stands where members are read from.
-MemberReader ReaderOf(JsonValue const& object, JsonPath const& path)
+MemberReader ReaderOf(JsonNode const& object, JsonPath const& path)
 {
     MemberReader reader(object, path);
     auto const version =
@@ -133,31 +134,31 @@ MemberReader ReaderOf(JsonValue const& object, JsonPath const& path)
 
 std::string TextOf(MemberReader& reader, std::string_view name)
 {
-    return ReadText(reader.Get(name), reader.At(name));
+    return std::string(ReadText(reader.Get(name), reader.At(name)));
 }
 
 /// As JSON; what cannot be read of it is told as a text that says so.
 std::string ValueOf(MemberReader& reader, std::string_view name)
 {
-    JsonValue const& value = reader.Get(name);
+    auto const value = reader.Get(name);
     try {
         RefuseDefects(value, reader.At(name));
     } catch (InvalidDocument const& problem) {
         return WriteJson(JsonValue::Text(std::string(problem.what())));
     }
-    return WriteJson(value);
+    return WriteJson(value.Copy());
 }
 
-std::vector<std::string> KeysOf(JsonValue const& value, JsonPath const& path)
+std::vector<std::string> KeysOf(JsonNode const& value, JsonPath const& path)
 {
-    auto const& items = ReadArray(value, path);
+    auto const items = ReadArray(value, path);
     if (items.size() > GreatestKeys) {
         throw InvalidDocument(path, fmt::format("more than {} keys", GreatestKeys));
     }
     std::vector<std::string> keys;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        JsonPath const at(path, i);
-        keys.push_back(ReadText(items[i], at));
+    for (auto const& item : items) {
+        JsonPath const at(path, keys.size());
+        keys.emplace_back(ReadText(item, at));
         if (keys.back().empty()) {
             throw InvalidDocument(at, "a key without text");
         }
@@ -203,16 +204,16 @@ std::string JsonOf(ToldValue const& told)
 
 Question ReadQuestion(std::string_view line)
 {
-    JsonValue const object = ParseJson(line);
+    auto const document = ParseJson(std::string(line));
     JsonPath const root;
-    auto reader = ReaderOf(object, root);
+    auto reader = ReaderOf(document.Root(), root);
     Question question;
     int count = 0;
     for (auto const& [kind, name] :
          {std::pair(Question::Kind::Get, getName), std::pair(Question::Kind::Watch, watchName),
           std::pair(Question::Kind::Request, requestName)}) {
-        auto const* const value = reader.Find(name);
-        if (value == nullptr) {
+        auto const value = reader.Find(name);
+        if (!value) {
             continue;
         }
         ++count;
@@ -230,7 +231,7 @@ Question ReadQuestion(std::string_view line)
     if (question.kind == Question::Kind::Request && question.request.Count() == 0) {
         throw InvalidDocument(reader.At(requestName), "nothing is asked for");
     }
-    if (reader.Find(sonarName) != nullptr) {
+    if (reader.Find(sonarName)) {
         question.sonar = TextOf(reader, sonarName);
     }
     return question;
@@ -238,40 +239,38 @@ Question ReadQuestion(std::string_view line)
 
 Answer ReadAnswer(std::string_view line)
 {
-    JsonValue const object = ParseJson(line);
+    auto const document = ParseJson(std::string(line));
     JsonPath const root;
-    auto reader = ReaderOf(object, root);
-    if (reader.Find(errorName) != nullptr) {
+    auto reader = ReaderOf(document.Root(), root);
+    if (reader.Find(errorName)) {
         return Problem{TextOf(reader, errorName)};
     }
-    if (reader.Find(doneName) != nullptr) {
+    if (reader.Find(doneName)) {
         return Done{};
     }
-    if (auto const* const list = reader.Find(sonarsName)) {
+    if (auto const list = reader.Find(sonarsName)) {
         Greeting greeting;
         greeting.version = TextOf(reader, versionName);
         std::int64_t const process =
             ReadInteger(reader.Get(processName), reader.At(processName), 0, std::numeric_limits<std::int64_t>::max());
         greeting.process = static_cast<std::uint64_t>(process);
         JsonPath const path = reader.At(sonarsName);
-        auto const& items = ReadArray(*list, path);
-        for (std::size_t i = 0; i < items.size(); ++i) {
-            JsonPath const at(path, i);
-            MemberReader sonar(items[i], at);
+        for (auto const& item : ReadArray(*list, path)) {
+            JsonPath const at(path, greeting.sonars.size());
+            MemberReader sonar(item, at);
             greeting.sonars.push_back(
                 {TextOf(sonar, nameName), TextOf(sonar, idName), sonar.Bool(connectedName, false)});
         }
         return greeting;
     }
-    if (reader.Find(resultName) != nullptr) {
+    if (reader.Find(resultName)) {
         Outcome outcome;
         outcome.result = TextOf(reader, resultName);
         outcome.reason = TextOf(reader, reasonName);
         JsonPath const path = reader.At(valuesName);
-        auto const& items = ReadArray(reader.Get(valuesName), path);
-        for (std::size_t i = 0; i < items.size(); ++i) {
-            JsonPath const at(path, i);
-            MemberReader value(items[i], at);
+        for (auto const& item : ReadArray(reader.Get(valuesName), path)) {
+            JsonPath const at(path, outcome.values.size());
+            MemberReader value(item, at);
             outcome.values.push_back({TextOf(value, keyName), ValueOf(value, askedName), ValueOf(value, beforeName),
                                       ValueOf(value, gotName), TextOf(value, unitName)});
         }

@@ -40,7 +40,7 @@ std::string ValueText(std::string const& json, std::string const& unit)
 {
     JsonValue value;
     try {
-        value = ParseJson(json);
+        value = ParseJson(json).Root().Copy();
     } catch (InvalidDocument const&) {
         value = JsonValue::Text(json);
     }
@@ -60,6 +60,7 @@ std::string ValueText(std::string const& json, std::string const& unit)
     case JsonValue::Kind::Bool:
     case JsonValue::Kind::Object:
     case JsonValue::Kind::Defect:
+    case JsonValue::Kind::Written:
         text = json;
         break;
     }

@@ -34,9 +34,9 @@ std::optional<HostState> ReadHostState(std::string_view payload, std::string& er
         return std::nullopt;
     }
     try {
-        auto const document = ParseJson(payload);
+        auto const document = ParseJson(std::string(payload));
         JsonPath const root;
-        MemberReader members(document, root);
+        MemberReader members(document.Root(), root);
         return HostState{ReadBool(members.Get("online"), members.At("online")),
                          static_cast<std::uint64_t>(ReadInteger(members.Get("timestamp"), members.At("timestamp"), 0,
                                                                 std::numeric_limits<std::int64_t>::max()))};

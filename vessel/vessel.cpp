@@ -951,7 +951,7 @@ void Vessel::Body::TakeStanding(Standing& standing)
 void Vessel::Body::TakeLook(authority::ShoreTopic const& topic, std::string const& payload)
 {
     std::string error;
-    auto const look = authority::DecodeLook(payload, error);
+    auto look = authority::DecodeLook(payload, error);
     if (!look) {
         Complain(fmt::format("{}: {}", authority::TopicText(topic), error));
         return;
@@ -966,6 +966,9 @@ void Vessel::Body::TakeLook(authority::ShoreTopic const& topic, std::string cons
         found->second.wantedUntil = Clock::now() + lookLasts;
         m_feed->Follow(found->second.sonar.id, true);
     }
+    auto const& told = found->second;
+    look->facts =
+        look->wantsFacts ? std::optional(authority::SonarFacts{told.lease, told.link, told.reason}) : std::nullopt;
     if (auto bytes = authority::Encode(authority::ShoreReply(*look), error)) {
         Reply(topic.sonar, topic.person, std::move(*bytes));
     }

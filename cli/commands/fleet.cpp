@@ -270,8 +270,8 @@ std::string PlainEntry(std::string const& vessel, std::string_view kind, std::st
     std::string text;
     try {
         auto const entry = ParseJson(json);
-        for (auto const& [name, value] : entry.members) {
-            auto const shown = value.Is(JsonValue::Kind::Text) ? value.text : WriteJson(value);
+        for (auto const& [name, value] : entry.Root().Members()) {
+            auto const shown = value.Is(JsonValue::Kind::Text) ? std::string(value.Text()) : WriteJson(value.Copy());
             if (name == "time") {
                 time = shown;
             } else if (!shown.empty()) {
@@ -341,7 +341,7 @@ private:
         }
         JsonValue entry;
         try {
-            entry = ParseJson(json);
+            entry = ParseJson(json).Root().Copy();
         } catch (InvalidDocument const&) {
             entry = JsonValue::Text(json);
         }
@@ -389,14 +389,14 @@ ValuesOptions FleetValuesOf(FleetCommandOptions const& options)
 
 /// Does the work once there is something of what is meant, or the time is over.
 template <typename Work>
-int WithMeant(FleetCommandOptions const& options, Work const& work)
+int WithMeant(FleetCommandOptions const& options, FleetNeeds const& needs, Work const& work)
 {
     if (int const code = CheckFleet(options); code != ExitGood) {
         return code;
     }
     return DoingInFleet([&] {
         auto const wanted = options.place.empty() ? fleet::Place() : PlaceIn(options.place);
-        FleetUse use(options.line, wanted);
+        FleetUse use(options.line, wanted, needs);
         AwaitMeant(use, wanted, FleetLimitOf(options));
         return work(use, wanted);
     });
@@ -406,7 +406,8 @@ int WithMeant(FleetCommandOptions const& options, Work const& work)
 
 int FleetList(FleetCommandOptions const& options)
 {
-    return WithMeant(options, [&](FleetUse& use, fleet::Place const& wanted) {
+    // All of a fleet tell nothing anew for a list; of one that is told what it has is asked for.
+    return WithMeant(options, {.roll = options.place.empty()}, [&](FleetUse& use, fleet::Place const& wanted) {
         bool isAny = false;
         for (auto const& vessel : use.Get().Vessels()) {
             if (!IsMeant({vessel.name, {}}, {wanted.vessel, {}})) {
@@ -540,7 +541,7 @@ int FleetLease(FleetCommandOptions const& options)
 
 int FleetPresence(FleetCommandOptions const& options)
 {
-    return WithMeant(options, [&](FleetUse& use, fleet::Place const& wanted) {
+    return WithMeant(options, {}, [&](FleetUse& use, fleet::Place const& wanted) {
         std::vector<fleet::Place> sonars;
         for (fleet::Place const& sonar : use.Get().Sonars()) {
             if (IsMeant(sonar, wanted)) {
@@ -569,10 +570,10 @@ int FleetPresence(FleetCommandOptions const& options)
                                {"roundTrip", NumberJson(roundTrip)},
                                {"clockAhead", NumberJson(vessel->clockAhead)}});
             } else {
-                fmt::print("{}  {}, round trip {}, clock {:+.1f} s\n", TextOf(place),
+                fmt::print("{}  {}, round trip {}, clock {}\n", TextOf(place),
                            StateText(sonar->freshness, sonar->reason, sonar->age),
                            roundTrip ? fmt::format("{:.0f} ms", *roundTrip * 1000.0) : std::string("unknown"),
-                           vessel->clockAhead.value_or(0.0));
+                           vessel->clockAhead ? fmt::format("{:+.1f} s", *vessel->clockAhead) : std::string("unknown"));
             }
         }
         for (std::string const& person : use.Get().Persons()) {

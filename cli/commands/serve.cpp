@@ -3,6 +3,7 @@
 
 #include "broker/line_diagnosis.h"
 #include "cli/first_fleet.h"
+#include "cli/line_words.h"
 #include "cli/output.h"
 #include "cli/platform/end_signals.h"
 #include "cli/plugins.h"
@@ -16,7 +17,6 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -88,30 +88,6 @@ int TakeOptions(ServeOptions const& options, vessel::ShareSetup& setup)
     setup.outboxDays = options.outboxDays.value_or(setup.outboxDays);
     return ExitGood;
 }
-
-/// Says how the line to the broker is, each thing once.
-class LineWords
-{
-public:
-    explicit LineWords(std::string where) : m_where(std::move(where)) {}
-
-    void Take(broker::LineStatus const& status)
-    {
-        std::lock_guard const lock(m_mutex);
-        if (status.state == broker::LineState::Connected) {
-            m_told.clear();
-            Say(fmt::format("connected to {}\n", m_where));
-        } else if (status.state == broker::LineState::Waiting && status.reason != m_told) {
-            m_told = status.reason;
-            SayError(fmt::format("qx5: {}; it is tried again\n", status.reason));
-        }
-    }
-
-private:
-    std::string const m_where;
-    std::mutex m_mutex; ///< guards what follows
-    std::string m_told;
-};
 
 /// What the options and the project make of the vessel; nothing after a complaint.
 std::optional<vessel::VesselOptions> Prepare(ServeOptions const& options, ServedSession& session, int& code)
@@ -201,7 +177,10 @@ int Serve(ServeOptions const& options)
     if (!session.Begin(fleet.Project(), error)) {
         return Complain(ExitFailed, error);
     }
-    LineWords words(fmt::format("{} as {}/{}", prepared->address.Text(), prepared->group, prepared->vessel));
+    LineWords words(fmt::format("{} as {}/{}", prepared->address.Text(), prepared->group, prepared->vessel),
+                    [](bool isComplaint, std::string const& line) {
+                        isComplaint ? SayError("qx5: " + line + "\n") : Say(line + "\n");
+                    });
     prepared->status = [&words](broker::LineStatus const& status) { words.Take(status); };
     prepared->tell = [](std::string const& line) { vordal::Log(vordal::LogLevel::Warning, line); };
     std::unique_ptr<vessel::Vessel> shared;

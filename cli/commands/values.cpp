@@ -98,7 +98,7 @@ private:
     {
         try {
             auto const kind = protocol::FindKind(told.kind);
-            return kind && operation::IsSameValue(wanted, ReadValueOfKind(*kind, ParseJson(told.value), {}));
+            return kind && operation::IsSameValue(wanted, ReadValueOfKind(*kind, ParseJson(told.value).Root(), {}));
         } catch (InvalidDocument const&) {
             return false; // a long text, cut
         }

@@ -5,7 +5,7 @@
 #include "recorded_part.h"
 #include "unasked_frames.h"
 
-#include "cli/scenario/event_kinds.h"
+#include "cli/scenario/scenario_event.h"
 #include "cli/scenario/step_kinds.h"
 #include "recording/recording_time.h"
 #include "reference_host/link/sonar_link.h"
@@ -41,16 +41,6 @@ double SecondsOf(std::uint64_t nanoseconds)
     return static_cast<double>(nanoseconds) / 1e9;
 }
 
-JsonValue HexText(std::span<unsigned char const> bytes)
-{
-    return JsonValue::Text(fmt::format("{:02x}", fmt::join(bytes, "")));
-}
-
-std::string EventName(EventKind kind)
-{
-    return std::string(EventNames[static_cast<std::size_t>(kind)]);
-}
-
 /// Whether the plug-in makes the whole frame of that data record, and the host sends it as it stands.
 bool IsFramedByPlugIn(std::uint32_t record)
 {
@@ -63,17 +53,16 @@ bool IsFramedByPlugIn(std::uint32_t record)
     });
 }
 
-std::vector<Member> WithTarget(std::vector<Member> members, protocol::FrameHeader const& header)
+ScenarioEvent WithTarget(ScenarioEvent event, protocol::FrameHeader const& header)
 {
-    members.emplace_back("device", JsonValue::Integer(static_cast<std::int32_t>(header.deviceId)));
-    members.emplace_back("enumerator", JsonValue::Integer(static_cast<std::int16_t>(header.enumerator)));
-    return members;
+    return event.With("device", static_cast<std::int32_t>(header.deviceId))
+        .With("enumerator", static_cast<std::int16_t>(header.enumerator));
 }
 
 /// A frame as what the plug-in called for it.
 struct CalledFor
 {
-    JsonValue event;
+    ScenarioEvent event;
     bool hasTime = false;  ///< of the host's clock
     bool isOfData = false; ///< the time is that of the sonar's last data
 };
@@ -94,18 +83,17 @@ std::optional<CalledFor> CallFor(std::span<unsigned char const> frame, double cl
         }
         if (auto const asked = protocol::DecodeRecordRequest(parts->payload);
             asked && parts->id == protocol::records::RecordRequest.Id()) {
-            return CalledFor{Event(EventKind::Ask, JsonValue::Unsigned(*asked), WithTarget({}, header))};
+            return CalledFor{WithTarget({EventKind::Ask, *asked}, header)};
         }
         if (auto const through = protocol::DecodePassThrough(parts->payload);
             through && parts->id == protocol::records::PassThroughCommand.Id()) {
-            return CalledFor{
-                Event(EventKind::Through, JsonValue::Unsigned(through->commandId),
-                      {{"payload", HexText(through->payload)},
-                       {"device", JsonValue::Unsigned(static_cast<std::uint32_t>(through->target.deviceId))},
-                       {"enumerator", JsonValue::Unsigned(static_cast<std::uint16_t>(through->target.enumerator))}})};
+            return CalledFor{ScenarioEvent(EventKind::Through, through->commandId)
+                                 .With("payload", std::span<unsigned char const>(through->payload))
+                                 .With("device", static_cast<std::uint32_t>(through->target.deviceId))
+                                 .With("enumerator", static_cast<std::uint16_t>(through->target.enumerator))};
         }
-        return CalledFor{Event(EventKind::Remote, JsonValue::Unsigned(parts->id),
-                               WithTarget({{"payload", HexText(parts->payload)}}, header))};
+        return CalledFor{
+            WithTarget(ScenarioEvent(EventKind::Remote, parts->id).With("payload", parts->payload), header)};
     }
     if (!AreSame(frame, protocol::BuildFrame(parts->id, target, 0.0, parts->payload))) {
         return {};
@@ -113,15 +101,15 @@ std::optional<CalledFor> CallFor(std::span<unsigned char const> frame, double cl
     if (IsFramedByPlugIn(parts->id)) {
         std::vector<unsigned char> bytes(frame.begin(), frame.end());
         protocol::PutTimeX5LE(bytes, protocol::frame_offsets::Time, protocol::ToTimeX5(clock));
-        return CalledFor{Event(EventKind::Raw, HexText(bytes), {{"flag", JsonValue::Bool(false)}}), true};
+        return CalledFor{ScenarioEvent(EventKind::Raw, std::span(bytes)).With("flag", false), true};
     }
     // A call without a time, before the sonar has told any data, gives 0.
     bool const hasTime = protocol::FromTimeX5(header.time).value_or(0.0) != 0.0;
-    return CalledFor{
-        Event(EventKind::Record, JsonValue::Unsigned(parts->id),
-              WithTarget({{"payload", HexText(parts->payload)}, {"time", JsonValue::Double(hasTime ? clock : 0.0)}},
-                         header)),
-        hasTime, hasTime};
+    return CalledFor{WithTarget(ScenarioEvent(EventKind::Record, parts->id)
+                                    .With("payload", parts->payload)
+                                    .With("time", hasTime ? clock : 0.0),
+                                header),
+                     hasTime, hasTime};
 }
 
 /// What cannot be told, counted by what it is.
@@ -274,7 +262,7 @@ private:
         bool hasFlags = true; ///< all of its echoes
         bool hasTime = false; ///< a record that bears the clock's
         bool hasData = false; ///< a record that bears the time of the sonar's last data
-        std::vector<JsonValue> events;
+        std::vector<ScenarioEvent> events;
     };
 
     void TakeRequest(std::string const& sonar, recording::RecordedRequest const& request, std::uint64_t time)
@@ -338,13 +326,13 @@ private:
                           "echoes whose flag words the recording does not tell");
             return;
         }
-        AddEvent(Event(EventKind::Echo, WriteTree(echo.tree), {{"flags", JsonValue::Unsigned(*echo.flags)}}), sonar);
+        AddEvent(ScenarioEvent(EventKind::Echo, echo.tree).With("flags", *echo.flags), sonar);
     }
 
-    void AddEvent(JsonValue event, std::string const& sonar)
+    void AddEvent(ScenarioEvent event, std::string const& sonar)
     {
         if (sonar != m_first) {
-            event.members.emplace_back("of", WriteDataId(SonarIdOf(sonar)));
+            event.With("of", SonarIdOf(sonar));
         }
         m_current->events.push_back(std::move(event));
     }
@@ -382,23 +370,25 @@ private:
         if (current->left) {
             for (auto const kind :
                  {EventKind::Remote, EventKind::Ask, EventKind::Record, EventKind::Through, EventKind::Raw}) {
-                of.push_back(JsonValue::Text(EventName(kind)));
+                of.push_back(JsonValue::Text(std::string(NameOf(kind))));
             }
         }
         if (current->hasFlags) {
-            of.push_back(JsonValue::Text(EventName(EventKind::Echo)));
+            of.push_back(JsonValue::Text(std::string(NameOf(EventKind::Echo))));
         } else {
-            std::erase_if(current->events,
-                          [](JsonValue const& event) { return KindOfEvent(event) == EventName(EventKind::Echo); });
+            std::erase_if(current->events, [](ScenarioEvent const& event) { return event.Kind() == EventKind::Echo; });
         }
         if (!current->left) {
-            std::erase_if(current->events,
-                          [](JsonValue const& event) { return KindOfEvent(event) != EventName(EventKind::Echo); });
+            std::erase_if(current->events, [](ScenarioEvent const& event) { return event.Kind() != EventKind::Echo; });
         }
         m_done.events += current->events.size();
+        std::vector<JsonValue> events;
+        for (ScenarioEvent const& event : current->events) {
+            event.AppendTo(events.emplace_back(JsonValue::Written({})).text);
+        }
         Put(current->sonar, StepKind::Request, std::move(current->request),
             JsonValue::Object(
-                {{"of", JsonValue::Array(std::move(of))}, {"events", JsonValue::Array(std::move(current->events))}}));
+                {{"of", JsonValue::Array(std::move(of))}, {"events", JsonValue::Array(std::move(events))}}));
     }
 
     void Put(std::string const& sonar, StepKind kind, JsonValue argument, std::optional<JsonValue> expect = {})

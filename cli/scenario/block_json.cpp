@@ -2,6 +2,7 @@
 #include "cli/scenario/block_json.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -60,7 +61,7 @@ float NarrowToFloat(double value)
     return static_cast<float>(std::clamp(value, -largest, largest));
 }
 
-std::vector<unsigned char> BytesOf(std::uint16_t tag, JsonValue const& value, JsonPath const& path)
+std::vector<unsigned char> BytesOf(std::uint16_t tag, JsonNode const& value, JsonPath const& path)
 {
     auto const size = SizeOfTag(tag);
     switch (tag) {
@@ -77,12 +78,13 @@ std::vector<unsigned char> BytesOf(std::uint16_t tag, JsonValue const& value, Js
     }
 }
 
-ScenarioBlockItem ReadItem(JsonValue const& value, JsonPath const& path)
+ScenarioBlockItem ReadItem(JsonNode const& value, JsonPath const& path)
 {
-    if (!value.Is(Kind::Array) || value.items.size() < 4 || value.items.size() > 5) {
+    std::array<JsonNode, 5> fields;
+    auto const count = value.Items().Into(fields);
+    if (count < 4 || count > fields.size()) {
         throw InvalidDocument(path, "a block item is [item, type tag, size in bytes, value, item status]");
     }
-    auto const& fields = value.items;
     ScenarioBlockItem item;
     item.item = ReadUInt16(fields[0], JsonPath(path, 0));
     item.type = ReadUInt16(fields[1], JsonPath(path, 1));
@@ -97,7 +99,7 @@ ScenarioBlockItem ReadItem(JsonValue const& value, JsonPath const& path)
         item.bytes = BytesOf(item.type, fields[3], JsonPath(path, 3));
         item.bytes->resize(item.size, 0);
     }
-    if (fields.size() == 5) {
+    if (count == fields.size()) {
         item.status = ReadUInt16(fields[4], JsonPath(path, 4));
     }
     return item;
@@ -131,7 +133,7 @@ ScenarioBlock ReadBlock(MemberReader& members)
 {
     ScenarioBlock block;
     block.status = members.UInt16("status", 0);
-    if (auto const* items = members.Find("items"); items != nullptr) {
+    if (auto const items = members.Find("items")) {
         JsonPath const path = members.At("items");
         for (auto const& item : ReadArray(*items, path)) {
             block.items.push_back(ReadItem(item, JsonPath(path, block.items.size())));

@@ -1,14 +1,9 @@
 // The kinds of events that a scenario's result may have, by name.
 #pragma once
 
-#include "json/json_value.h"
-
 #include <array>
 #include <cstddef>
-#include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 namespace qx5::cli {
 
@@ -81,17 +76,9 @@ inline constexpr std::array<std::string_view, 30> EventNames{
 
 static_assert(static_cast<std::size_t>(EventKind::Breach) + 1 == EventNames.size());
 
-/// Its first member tells the kind.
-inline JsonValue Event(EventKind kind, JsonValue value, std::vector<JsonValue::Member> more = {})
+constexpr std::string_view NameOf(EventKind kind)
 {
-    more.emplace(more.begin(), EventNames[static_cast<std::size_t>(kind)], std::move(value));
-    return JsonValue::Object(std::move(more));
-}
-
-/// What kind an event is of; empty when it has no members.
-inline std::string_view KindOfEvent(JsonValue const& event)
-{
-    return event.members.empty() ? std::string_view() : std::string_view(event.members.front().first);
+    return EventNames[static_cast<std::size_t>(kind)];
 }
 
 } // namespace qx5::cli

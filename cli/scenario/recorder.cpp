@@ -2,9 +2,6 @@
 #include "cli/scenario/recorder.h"
 
 #include "cli/scenario/block_json.h"
-#include "cli/scenario/event_kinds.h"
-#include "json/tree_json.h"
-#include "json/json_read.h"
 
 #include <VordalBaseR/FileObject.h>
 #include <VordalDataBlocksR/BaseDevice.h>
@@ -15,22 +12,6 @@
 #include <utility>
 
 namespace qx5::cli {
-
-namespace {
-
-JsonValue Hex(std::span<unsigned char const> bytes)
-{
-    static constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    text.reserve(bytes.size() * 2);
-    for (unsigned char const byte : bytes) {
-        text += digits[byte >> 4];
-        text += digits[byte & 0xFU];
-    }
-    return JsonValue::Text(std::move(text));
-}
-
-} // namespace
 
 void Recorder::SetFirstDevice(CDataId const& device)
 {
@@ -56,13 +37,13 @@ void Recorder::IgnoreNextHostSet()
     m_ignoreHostSet = true;
 }
 
-std::vector<JsonValue> Recorder::TakeEvents()
+std::vector<ScenarioEvent> Recorder::TakeEvents()
 {
     std::lock_guard const lock(m_mutex);
     return std::exchange(m_events, {});
 }
 
-std::vector<JsonValue> Recorder::TakeEventsOfThreads()
+std::vector<ScenarioEvent> Recorder::TakeEventsOfThreads()
 {
     std::lock_guard const lock(m_mutex);
     return std::exchange(m_eventsOfThreads, {});
@@ -74,7 +55,7 @@ Recorder::Instant Recorder::LastEvent(Instant since) const
     return std::max(since, m_lastEvent);
 }
 
-void Recorder::Add(JsonValue event)
+void Recorder::Add(ScenarioEvent event)
 {
     std::lock_guard const lock(m_mutex);
     auto& events = std::this_thread::get_id() == m_ownThread ? m_events : m_eventsOfThreads;
@@ -82,7 +63,7 @@ void Recorder::Add(JsonValue event)
     m_lastEvent = std::chrono::steady_clock::now();
 }
 
-void Recorder::AddOf(JsonValue event, CDataId const& device)
+void Recorder::AddOf(ScenarioEvent event, CDataId const& device)
 {
     bool isFirst = false;
     {
@@ -90,7 +71,7 @@ void Recorder::AddOf(JsonValue event, CDataId const& device)
         isFirst = device == m_first;
     }
     if (!isFirst) {
-        event.members.emplace_back("of", WriteDataId(device));
+        event.With("of", device);
     }
     Add(std::move(event));
 }
@@ -103,7 +84,7 @@ CDataId Recorder::IdOf(BaseDevice const& device) const
 
 void Recorder::OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags)
 {
-    AddOf(Event(EventKind::Echo, WriteTree(tree), {{"flags", JsonValue::Unsigned(flags)}}), IdOf(device));
+    AddOf(ScenarioEvent(EventKind::Echo, tree).With("flags", flags), IdOf(device));
 }
 
 void Recorder::OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsigned flags)
@@ -114,59 +95,58 @@ void Recorder::OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsig
             return;
         }
     }
-    Add(Event(EventKind::HostSet, WriteTree(tree),
-              {{"id", WriteDataId(dataId)}, {"flags", JsonValue::Unsigned(flags)}}));
+    Add(ScenarioEvent(EventKind::HostSet, tree).With("id", dataId).With("flags", flags));
 }
 
 void Recorder::OnContractBreach(CString const& rule)
 {
-    Add(Event(EventKind::Breach, JsonValue::Text(rule.View())));
+    Add({EventKind::Breach, rule});
 }
 
 void Recorder::OnOutputStat(BaseDevice& device, double time, int status)
 {
-    Add(Event(EventKind::OutputStat, JsonValue::Array({JsonValue::Double(time), JsonValue::Integer(status)}),
-              {{"of", WriteDataId(IdOf(device))}}));
+    Add(ScenarioEvent(EventKind::OutputStat, JsonValue::Array({JsonValue::Double(time), JsonValue::Integer(status)}))
+            .With("of", IdOf(device)));
 }
 
 void Recorder::OnDisableTimeOut(BaseDevice& device, bool disable)
 {
-    Add(Event(EventKind::DisableTimeout, JsonValue::Bool(disable), {{"of", WriteDataId(IdOf(device))}}));
+    Add(ScenarioEvent(EventKind::DisableTimeout, disable).With("of", IdOf(device)));
 }
 
 void Recorder::OnDeviceCtrlViewType(BaseDevice& device, CString const& name)
 {
-    AddOf(Event(EventKind::ViewType, JsonValue::Text(name.View())), IdOf(device));
+    AddOf({EventKind::ViewType, name}, IdOf(device));
 }
 
 void Recorder::OnResetBuffer(CDataId const& stream, CDataId const& owner)
 {
-    Add(Event(EventKind::ResetBuffer, WriteDataId(stream), {{"of", WriteDataId(owner)}}));
+    Add(ScenarioEvent(EventKind::ResetBuffer, stream).With("of", owner));
 }
 
 void Recorder::OnStoreBlock(CDataId const& stream, CDataBlock const& block)
 {
-    Add(Event(EventKind::Store, WriteBlock(block), {{"id", WriteDataId(stream)}}));
+    Add(ScenarioEvent(EventKind::Store, WriteBlock(block)).With("id", stream));
 }
 
 void Recorder::OnAnnounceBlock(CDataId const& stream)
 {
-    Add(Event(EventKind::Announce, WriteDataId(stream)));
+    Add({EventKind::Announce, stream});
 }
 
 void Recorder::OnUpdateDisplays(int hint)
 {
-    Add(Event(EventKind::DisplayUpdate, JsonValue::Integer(hint)));
+    Add({EventKind::DisplayUpdate, hint});
 }
 
 void Recorder::OnSelectDisplay(CString const& name)
 {
-    Add(Event(EventKind::DisplaySelect, JsonValue::Text(name.View())));
+    Add({EventKind::DisplaySelect, name});
 }
 
 void Recorder::OnEnableDisplay(CString const& name)
 {
-    Add(Event(EventKind::DisplayEnable, JsonValue::Text(name.View())));
+    Add({EventKind::DisplayEnable, name});
 }
 
 void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
@@ -176,73 +156,72 @@ void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const
     for (auto const& [item, value] : settings.GetItems(section)) {
         items.members.emplace_back(protocol::EncodeUtf8(item.View()), JsonValue::Text(value.View()));
     }
-    Add(Event(EventKind::DisplayAdd, JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
-                                                        {"name", JsonValue::Text(name.View())},
-                                                        {"type", JsonValue::Text(type.View())},
-                                                        {"section", JsonValue::Text(section.View())},
-                                                        {"items", std::move(items)}})));
+    Add({EventKind::DisplayAdd, JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
+                                                   {"name", JsonValue::Text(name.View())},
+                                                   {"type", JsonValue::Text(type.View())},
+                                                   {"section", JsonValue::Text(section.View())},
+                                                   {"items", std::move(items)}})});
 }
 
 void Recorder::OnSetLightMode(int mode, bool redraw)
 {
-    Add(Event(EventKind::LightMode, JsonValue::Array({JsonValue::Integer(mode), JsonValue::Bool(redraw)})));
+    Add({EventKind::LightMode, JsonValue::Array({JsonValue::Integer(mode), JsonValue::Bool(redraw)})});
 }
 
 void Recorder::OnNotifyApplication(CDataId const& dataId)
 {
-    Add(Event(EventKind::NotifyApp, WriteDataId(dataId)));
+    Add({EventKind::NotifyApp, dataId});
 }
 
 void Recorder::OnRenameDisplay(CString const& title)
 {
-    Add(Event(EventKind::Title, JsonValue::Text(title.View())));
+    Add({EventKind::Title, title});
 }
 
 void Recorder::OnRemoveDisplay(CString const& title)
 {
-    Add(Event(EventKind::DisplayRemove, JsonValue::Text(title.View())));
+    Add({EventKind::DisplayRemove, title});
 }
 
 void Recorder::OnMessage(CString const& text)
 {
-    Add(Event(EventKind::Message, JsonValue::Text(text.View())));
+    Add({EventKind::Message, text});
 }
 
 void Recorder::OnOpenTargets(CString const& fileName)
 {
-    Add(Event(EventKind::OpenTargets, JsonValue::Text(fileName.View())));
+    Add({EventKind::OpenTargets, fileName});
 }
 
 void Recorder::OnCloseTargets(CString const& fileName)
 {
-    Add(Event(EventKind::CloseTargets, JsonValue::Text(fileName.View())));
+    Add({EventKind::CloseTargets, fileName});
 }
 
 void Recorder::OnTargetListRequested()
 {
-    Add(Event(EventKind::SyncStamp, JsonValue::Bool(true)));
+    Add({EventKind::SyncStamp, true});
 }
 
 void Recorder::OnRemoveFile(CString const& fileName)
 {
-    Add(Event(EventKind::RemoveFile, JsonValue::Text(fileName.View())));
+    Add({EventKind::RemoveFile, fileName});
 }
 
 bool Recorder::SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                                  int deviceId, int enumerator)
 {
-    AddOf(Event(EventKind::Remote, JsonValue::Unsigned(recordId),
-                {{"payload", Hex(payload)},
-                 {"device", JsonValue::Integer(deviceId)},
-                 {"enumerator", JsonValue::Integer(enumerator)}}),
+    AddOf(ScenarioEvent(EventKind::Remote, recordId)
+              .With("payload", payload)
+              .With("device", deviceId)
+              .With("enumerator", enumerator),
           sender.device);
     return true;
 }
 
 bool Recorder::AskForRecord(Sender const& sender, std::uint32_t recordId, int deviceId, int enumerator)
 {
-    AddOf(Event(EventKind::Ask, JsonValue::Unsigned(recordId),
-                {{"device", JsonValue::Integer(deviceId)}, {"enumerator", JsonValue::Integer(enumerator)}}),
+    AddOf(ScenarioEvent(EventKind::Ask, recordId).With("device", deviceId).With("enumerator", enumerator),
           sender.device);
     return true;
 }
@@ -250,11 +229,11 @@ bool Recorder::AskForRecord(Sender const& sender, std::uint32_t recordId, int de
 bool Recorder::SendData(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                         double time, int deviceId, int enumerator)
 {
-    AddOf(Event(EventKind::Record, JsonValue::Unsigned(recordId),
-                {{"payload", Hex(payload)},
-                 {"time", JsonValue::Double(time)},
-                 {"device", JsonValue::Integer(deviceId)},
-                 {"enumerator", JsonValue::Integer(enumerator)}}),
+    AddOf(ScenarioEvent(EventKind::Record, recordId)
+              .With("payload", payload)
+              .With("time", time)
+              .With("device", deviceId)
+              .With("enumerator", enumerator),
           sender.device);
     return true;
 }
@@ -262,7 +241,7 @@ bool Recorder::SendData(Sender const& sender, std::uint32_t recordId, std::span<
 bool Recorder::SendRaw(Sender const& sender, std::string_view bytes, bool flag)
 {
     std::vector<unsigned char> const copy(bytes.begin(), bytes.end());
-    AddOf(Event(EventKind::Raw, Hex(copy), {{"flag", JsonValue::Bool(flag)}}), sender.device);
+    AddOf(ScenarioEvent(EventKind::Raw, std::span(copy)).With("flag", flag), sender.device);
     return true;
 }
 
@@ -280,8 +259,7 @@ CDataId RecordingSonarPort::User() const
 
 void RecordingSonarPort::AddPlayback(std::string_view operation, std::vector<JsonValue> args)
 {
-    m_recorder.AddOf(Event(EventKind::Playback, JsonValue::Text(std::string(operation)),
-                           {{"args", JsonValue::Array(std::move(args))}}),
+    m_recorder.AddOf(ScenarioEvent(EventKind::Playback, operation).With("args", JsonValue::Array(std::move(args))),
                      User());
 }
 
@@ -318,10 +296,10 @@ bool RecordingSonarPort::SendRemoteControlCommandWithPassThrough(std::uint32_t r
     if (payload != nullptr) {
         bytes = {static_cast<unsigned char const*>(payload), static_cast<std::size_t>(size)};
     }
-    m_recorder.AddOf(Event(EventKind::Through, JsonValue::Unsigned(recordId),
-                           {{"payload", Hex(bytes)},
-                            {"device", JsonValue::Unsigned(deviceId)},
-                            {"enumerator", JsonValue::Unsigned(enumerator)}}),
+    m_recorder.AddOf(ScenarioEvent(EventKind::Through, recordId)
+                         .With("payload", bytes)
+                         .With("device", deviceId)
+                         .With("enumerator", enumerator),
                      User());
     return true;
 }

@@ -1,7 +1,7 @@
 // Writes down everything that a plug-in does to its host, as the events of a scenario's result.
 #pragma once
 
-#include "json/json_value.h"
+#include "cli/scenario/scenario_event.h"
 
 #include "reference_host/common/host_observer.h"
 #include "reference_host/common/sonar_traffic.h"
@@ -38,16 +38,16 @@ public:
     void IgnoreNextHostSet();
 
     /// The events of this thread since the last call.
-    std::vector<JsonValue> TakeEvents();
+    std::vector<ScenarioEvent> TakeEvents();
     /// The events of all other threads since the last call.
-    std::vector<JsonValue> TakeEventsOfThreads();
+    std::vector<ScenarioEvent> TakeEventsOfThreads();
     /// When the last event happened, on whatever thread; never before `since`.
     Instant LastEvent(Instant since) const;
 
     /// Adds an event that concerns no device in particular.
-    void Add(JsonValue event);
+    void Add(ScenarioEvent event);
     /// Adds an event that concerns a device; the id follows unless it is that of the first.
-    void AddOf(JsonValue event, CDataId const& device);
+    void AddOf(ScenarioEvent event, CDataId const& device);
 
     void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) override;
     void OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsigned flags) override;
@@ -89,8 +89,8 @@ private:
     CDataId m_first;
     CDataId m_subject;
     bool m_ignoreHostSet = false;
-    std::vector<JsonValue> m_events;
-    std::vector<JsonValue> m_eventsOfThreads;
+    std::vector<ScenarioEvent> m_events;
+    std::vector<ScenarioEvent> m_eventsOfThreads;
     Instant m_lastEvent{};
 };
 

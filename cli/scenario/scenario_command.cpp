@@ -1,11 +1,10 @@
 // The command that runs scenario files: files in, lines out, exit status.
 #include "cli/scenario/scenario_command.h"
 
-#include "json/event_difference.h"
-#include "cli/scenario/event_kinds.h"
 #include "cli/scenario/junit_report.h"
 #include "cli/scenario/scenario_reader.h"
 #include "cli/scenario/scenario_run.h"
+#include "json/event_difference.h"
 #include "json/json_parser.h"
 
 #include <protocol/utf8.h>
@@ -14,11 +13,16 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <istream>
-#include <iterator>
 #include <optional>
 #include <ostream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace qx5::cli {
 
@@ -31,16 +35,107 @@ enum ExitStatus
     Unusable = 2
 };
 
-/// The events that are compared.
-std::vector<JsonValue> Counting(std::vector<JsonValue> events, ExpectedEvents const& expected)
+/// Writes a result as it comes, a part at a time: {"name", "setup", "steps", "teardown"}.
+class ResultWriter final : public ScenarioResults
 {
-    if (expected.of.has_value()) {
-        std::erase_if(events, [&](JsonValue const& event) {
-            return std::find(expected.of->begin(), expected.of->end(), KindOfEvent(event)) == expected.of->end();
-        });
+public:
+    ResultWriter(std::ostream& out, std::string_view name) : m_out(out), m_text("{\"name\":")
+    {
+        AppendQuoted(m_text, name);
     }
-    return events;
-}
+    ResultWriter(ResultWriter const&) = delete;
+    ResultWriter& operator=(ResultWriter const&) = delete;
+    /// A line that has begun ends, even where the scenario could not be run to its end.
+    ~ResultWriter() override
+    {
+        if (m_hasWritten) {
+            m_out << std::endl;
+        }
+    }
+
+    void SetUp(std::vector<ScenarioEvent> const& events) override
+    {
+        m_text += ",\"setup\":";
+        Append(events);
+        m_text += ",\"steps\":[";
+    }
+    void Step(ScenarioStep const&, JsonPath const&, std::vector<ScenarioEvent> const& events) override
+    {
+        m_text += std::exchange(m_hasStep, true) ? "," : "";
+        Append(events);
+        constexpr std::size_t part = 1 << 16;
+        if (m_text.size() >= part) {
+            Write();
+        }
+    }
+    void TornDown(std::vector<ScenarioEvent> const& events) override
+    {
+        m_text += "],\"teardown\":";
+        Append(events);
+        m_text += '}';
+        Write();
+    }
+
+private:
+    void Append(std::vector<ScenarioEvent> const& events) { AppendEvents(m_text, events); }
+    void Write()
+    {
+        m_out.write(m_text.data(), static_cast<std::streamsize>(m_text.size()));
+        m_text.clear();
+        m_hasWritten = true;
+    }
+
+    std::ostream& m_out;
+    std::string m_text;
+    bool m_hasStep = false;
+    bool m_hasWritten = false;
+};
+
+/// Compares what each step did with what it was expected to do.
+class Checker final : public ScenarioResults
+{
+public:
+    /// Is told each difference as it comes.
+    using Tell = std::function<void(ScenarioStep const& step, std::string const& place, std::string const& difference)>;
+
+    explicit Checker(Tell tell) : m_tell(std::move(tell)) {}
+
+    void SetUp(std::vector<ScenarioEvent> const&) override {}
+    void Step(ScenarioStep const& step, JsonPath const& path, std::vector<ScenarioEvent> const& events) override
+    {
+        ++m_steps;
+        if (!step.expect.has_value()) {
+            return;
+        }
+        ++m_checked;
+        std::string json;
+        AppendEvents(json, Counting(events, *step.expect));
+        auto const got = ParseJson(std::move(json));
+        if (auto const difference = FindDifference(step.expect->events, got.Root().Items().ToVector())) {
+            m_tell(step, path.ToText(), *difference);
+        }
+    }
+    void TornDown(std::vector<ScenarioEvent> const&) override {}
+
+    std::size_t Steps() const { return m_steps; }
+    std::size_t Checked() const { return m_checked; }
+
+private:
+    /// The events that are compared.
+    static std::vector<ScenarioEvent> Counting(std::vector<ScenarioEvent> events, ExpectedEvents const& expected)
+    {
+        if (expected.of.has_value()) {
+            std::erase_if(events, [&](ScenarioEvent const& event) {
+                return std::find(expected.of->begin(), expected.of->end(), event.Kind()) == expected.of->end();
+            });
+        }
+        return events;
+    }
+
+    Tell const m_tell;
+    std::size_t m_steps = 0;
+    std::size_t m_checked = 0;
+};
 
 class Command
 {
@@ -89,7 +184,7 @@ private:
     std::optional<std::string> ReadAll(std::string const& file)
     {
         if (file == "-") {
-            return ReadStream(m_input);
+            return ReadStream(m_input, 0);
         }
         errno = 0;
         std::error_code ignored;
@@ -98,7 +193,8 @@ private:
         if (!isFolder) {
             stream.open(file, std::ios::binary);
         }
-        auto text = stream.is_open() ? ReadStream(stream) : std::nullopt;
+        auto const size = std::filesystem::file_size(file, ignored);
+        auto text = stream.is_open() ? ReadStream(stream, ignored ? 0 : size) : std::nullopt;
         if (!text.has_value()) {
             auto const* reason = isFolder ? "it is a folder" : errno != 0 ? std::strerror(errno) : "reading failed";
             ReportUnusable(file, "$", std::string("cannot be read: ") + reason);
@@ -106,38 +202,44 @@ private:
         return text;
     }
 
-    static std::optional<std::string> ReadStream(std::istream& stream)
+    /// `expected` bytes, or as many as there are.
+    static std::optional<std::string> ReadStream(std::istream& stream, std::size_t expected)
     {
-        std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+        constexpr std::size_t part = 1 << 16;
+        std::string text;
+        text.reserve(expected + part);
+        while (stream) {
+            auto const had = text.size();
+            text.resize(had + part);
+            stream.read(text.data() + had, part);
+            text.resize(had + static_cast<std::size_t>(stream.gcount()));
+        }
         return stream.bad() ? std::nullopt : std::optional(std::move(text));
     }
 
     void RunFile(std::string const& file)
     {
-        auto const text = ReadAll(file);
+        auto text = ReadAll(file);
         if (!text.has_value()) {
             return;
         }
-        JsonValue document;
+        std::optional<JsonDocument> document;
         try {
-            document = ParseJson(*text);
+            document = ParseJson(std::move(*text));
         } catch (InvalidDocument const& failure) {
             ReportUnusable(file, failure.Path(), failure.what());
             return;
         }
         ForEachScenario(
-            document, [&](ScenarioSource const& source) { RunOne(file, source); },
+            *document, [&](ScenarioSource const& source) { RunOne(file, source); },
             [&](InvalidDocument const& failure) { ReportUnusable(file, failure.Path(), failure.what()); });
     }
 
-    static void RefuseUnbuilt(Scenario const& scenario, JsonPath const& path)
+    static void RefuseUnbuilt(ScenarioStep const& step, JsonPath const& path)
     {
-        JsonPath const steps(path, "steps");
-        for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
-            if (!IsBuilt(scenario.steps[i].kind)) {
-                throw InvalidDocument(JsonPath(steps, i), "step \"" + std::string(NameOf(scenario.steps[i].kind)) +
-                                                              "\" needs the view, which this build leaves out");
-            }
+        if (!IsBuilt(step.kind)) {
+            throw InvalidDocument(path, "step \"" + std::string(NameOf(step.kind)) +
+                                            "\" needs the view, which this build leaves out");
         }
     }
 
@@ -145,14 +247,12 @@ private:
     {
         JsonPath const& path = source.path;
         try {
-            Scenario const scenario = ReadScenario(source);
-            RefuseUnbuilt(scenario, path);
-            auto const begin = std::chrono::steady_clock::now();
-            ScenarioResult const result = RunScenario(scenario, m_options.plugin);
+            Scenario const scenario = ReadScenario(source, RefuseUnbuilt);
             if (m_options.check) {
-                Check(file, path, scenario, result, std::chrono::steady_clock::now() - begin);
+                Check(file, source, scenario);
             } else {
-                m_out << WriteJson(WriteResult(result)) << std::endl;
+                ResultWriter writer(m_out, scenario.name);
+                RunScenario(source, scenario, m_options.plugin, writer);
             }
         } catch (InvalidDocument const& failure) {
             ReportUnusable(file, failure.Path(), failure.what());
@@ -161,51 +261,43 @@ private:
         }
     }
 
-    void Check(std::string const& file, JsonPath const& path, Scenario const& scenario, ScenarioResult const& result,
-               std::chrono::duration<double> took)
+    void Check(std::string const& file, ScenarioSource const& source, Scenario const& scenario)
     {
-        std::string const title = file + ": " + path.ToText() + " " + QuoteForMessage(scenario.name) + ": ";
-        JsonPath const steps(path, "steps");
-        std::size_t checked = 0;
+        auto const begin = std::chrono::steady_clock::now();
+        auto const name = QuoteForMessage(scenario.name);
         std::string differences;
         JsonValue told = JsonValue::Array();
-        for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
-            auto const& step = scenario.steps[i];
-            if (!step.expect.has_value()) {
-                continue;
-            }
-            ++checked;
-            if (auto const difference = FindDifference(step.expect->events, Counting(result.steps[i], *step.expect))) {
-                auto const place = JsonPath(steps, i).ToText();
-                std::string const name(NameOf(step.kind));
-                differences += (differences.empty() ? "" : "\n") + place + " (" + name + "): " + *difference;
+        Checker checker([&](ScenarioStep const& step, std::string const& place, std::string const& difference) {
+            std::string const kind(NameOf(step.kind));
+            differences += (differences.empty() ? "" : "\n") + place + " (" + kind + "): " + difference;
+            if (m_options.json) {
                 told.items.push_back(JsonValue::Object({{"path", JsonValue::Text(place)},
-                                                        {"step", JsonValue::Text(name)},
-                                                        {"text", JsonValue::Text(*difference)}}));
-                if (!m_options.json) {
-                    m_out << file << ": " << place << " (" << QuoteForMessage(scenario.name) << ", " << name
-                          << "): " << *difference << std::endl;
-                }
+                                                        {"step", JsonValue::Text(kind)},
+                                                        {"text", JsonValue::Text(difference)}}));
+            } else {
+                m_out << file << ": " << place << " (" << name << ", " << kind << "): " << difference << std::endl;
             }
-        }
-        m_report.AddScenario(scenario.name, took, differences);
+        });
+        RunScenario(source, scenario, m_options.plugin, checker);
+        m_report.AddScenario(scenario.name, std::chrono::steady_clock::now() - begin, differences);
         bool const matches = differences.empty();
         if (!matches) {
             Raise(Differs);
         }
+        auto const path = source.path.ToText();
         if (m_options.json) {
             m_out << WriteJson(
                          JsonValue::Object({{"file", JsonValue::Text(protocol::DecodeUtf8(file))},
-                                            {"path", JsonValue::Text(path.ToText())},
+                                            {"path", JsonValue::Text(path)},
                                             {"name", JsonValue::Text(scenario.name)},
                                             {"result", JsonValue::Text(std::string(matches ? "matches" : "differs"))},
-                                            {"steps", JsonValue::Unsigned(scenario.steps.size())},
-                                            {"checked", JsonValue::Unsigned(checked)},
+                                            {"steps", JsonValue::Unsigned(checker.Steps())},
+                                            {"checked", JsonValue::Unsigned(checker.Checked())},
                                             {"differences", std::move(told)}}))
                   << std::endl;
         } else if (matches) {
-            m_out << title << "matches (" << checked << " of " << scenario.steps.size() << " steps checked)"
-                  << std::endl;
+            m_out << file << ": " << path << " " << name << ": matches (" << checker.Checked() << " of "
+                  << checker.Steps() << " steps checked)" << std::endl;
         }
     }
 

@@ -1,8 +1,9 @@
-// A scenario as its file states it, checked and with every default filled in.
+// A scenario and its steps as a file states them, checked and with every default filled in.
 #pragma once
 
+#include "cli/scenario/event_kinds.h"
 #include "cli/scenario/step_kinds.h"
-#include "json/json_value.h"
+#include "json/json_document.h"
 
 #include <VordalAttributesR/CAttributeMap.h>
 #include <VordalBaseR/CDataId.h>
@@ -252,11 +253,11 @@ using StepArgument =
                  TargetChangeArgument, BlockArgument, BufferStatusArgument, CallArgument, ViewArgument, SliderArgument,
                  ControlArgument, ChooseArgument, TypeArgument, ViewUpdateArgument, SizeArgument>;
 
-/// What a step is expected to do, as the file has it.
+/// What a step is expected to do, as the file has it, whose document must outlive this.
 struct ExpectedEvents
 {
-    std::vector<JsonValue> events;
-    std::optional<std::vector<std::string>> of; ///< kinds of events that count; absent: all
+    std::vector<JsonNode> events;
+    std::optional<std::vector<EventKind>> of; ///< kinds of events that count; absent: all
 };
 
 struct ScenarioStep
@@ -268,6 +269,7 @@ struct ScenarioStep
     std::optional<ExpectedEvents> expect;
 };
 
+/// A scenario but for its steps.
 struct Scenario
 {
     std::string name;
@@ -285,7 +287,6 @@ struct Scenario
     std::map<std::string, std::vector<unsigned char>> files; ///< content by path
     std::vector<CString> routes;
     std::map<std::uint32_t, std::map<std::uint32_t, std::vector<CString>>> itemTexts; ///< by group and item
-    std::vector<ScenarioStep> steps;
 };
 
 } // namespace qx5::cli

@@ -4,9 +4,9 @@
 #include "cli/scenario/base64.h"
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/step_reader.h"
-#include "json/tree_json.h"
 #include "json/json_parser.h"
 #include "json/json_read.h"
+#include "json/tree_json.h"
 
 #include <protocol/utf8.h>
 
@@ -24,7 +24,7 @@ using Kind = JsonValue::Kind;
 
 /// Reads an array, each item by `read(item, path)`.
 template <typename Read>
-auto ReadList(JsonValue const& value, JsonPath const& path, Read const& read)
+auto ReadList(JsonNode const& value, JsonPath const& path, Read const& read)
 {
     std::vector<decltype(read(value, path))> list;
     for (auto const& item : ReadArray(value, path)) {
@@ -34,7 +34,7 @@ auto ReadList(JsonValue const& value, JsonPath const& path, Read const& read)
 }
 
 /// A key that is a number, such as the "101" of paths.
-std::uint32_t ReadNumberKey(std::string const& key, JsonPath const& path)
+std::uint32_t ReadNumberKey(std::string_view key, JsonPath const& path)
 {
     std::uint32_t number = 0;
     auto const end = key.data() + key.size();
@@ -47,15 +47,15 @@ std::uint32_t ReadNumberKey(std::string const& key, JsonPath const& path)
 
 CAttributeMap ReadTreeMember(MemberReader& members, std::string_view key)
 {
-    auto const* value = members.Find(key);
-    return value != nullptr ? ReadTree(*value, members.At(key)) : CAttributeMap();
+    auto const value = members.Find(key);
+    return value ? ReadTree(*value, members.At(key)) : CAttributeMap();
 }
 
 /// The number of the text among `names`.
 template <std::size_t Count>
-std::size_t ReadChoice(JsonValue const& value, JsonPath const& path, std::string_view const (&names)[Count])
+std::size_t ReadChoice(JsonNode const& value, JsonPath const& path, std::string_view const (&names)[Count])
 {
-    auto const& text = ReadText(value, path);
+    auto const text = ReadText(value, path);
     for (std::size_t i = 0; i < Count; ++i) {
         if (names[i] == text) {
             return i;
@@ -68,21 +68,21 @@ std::size_t ReadChoice(JsonValue const& value, JsonPath const& path, std::string
     throw InvalidDocument(path, QuoteForMessage(text) + " is none of " + known);
 }
 
-ScenarioDevice ReadDevice(JsonValue const& value, JsonPath const& path)
+ScenarioDevice ReadDevice(JsonNode const& value, JsonPath const& path)
 {
     static constexpr std::string_view kinds[] = {"sonar", "plain"};
     static constexpr std::string_view ports[] = {"sonar", "playback", "other", "none"};
     MemberReader members(value, path);
     ScenarioDevice device;
-    if (auto const* id = members.Find("id"); id != nullptr) {
+    if (auto const id = members.Find("id")) {
         device.id = ReadDataId(*id, members.At("id"));
     }
-    if (auto const* kind = members.Find("kind"); kind != nullptr) {
+    if (auto const kind = members.Find("kind")) {
         device.isSonar = ReadChoice(*kind, members.At("kind"), kinds) == 0;
     }
     device.name = members.WideText("name");
     device.enabled = members.Bool("enabled", true);
-    if (auto const* port = members.Find("port"); port != nullptr) {
+    if (auto const port = members.Find("port")) {
         device.port = static_cast<PortKind>(ReadChoice(*port, members.At("port"), ports));
     }
     device.portName = members.WideText("portName", device.portName.View());
@@ -91,30 +91,30 @@ ScenarioDevice ReadDevice(JsonValue const& value, JsonPath const& path)
     return device;
 }
 
-ScenarioComputation ReadComputation(JsonValue const& value, JsonPath const& path)
+ScenarioComputation ReadComputation(JsonNode const& value, JsonPath const& path)
 {
     MemberReader members(value, path);
     ScenarioComputation computation;
     computation.id = ReadDataId(members.Get("id"), members.At("id"));
     computation.type = members.Int32("type", 0);
     computation.attributes = ReadTreeMember(members, "attributes");
-    if (auto const* linked = members.Find("linked"); linked != nullptr) {
+    if (auto const linked = members.Find("linked")) {
         computation.linked = ReadList(*linked, members.At("linked"), ReadDataId);
     }
-    if (auto const* stream = members.Find("stream"); stream != nullptr && !stream->Is(Kind::Null)) {
+    if (auto const stream = members.Find("stream"); stream && !stream->Is(Kind::Null)) {
         computation.stream = ReadDataId(*stream, members.At("stream"));
     }
     members.RefuseUnknown();
     return computation;
 }
 
-ScenarioVessel ReadVessel(JsonValue const& value, JsonPath const& path)
+ScenarioVessel ReadVessel(JsonNode const& value, JsonPath const& path)
 {
     MemberReader members(value, path);
     ScenarioVessel vessel;
     vessel.number = ReadUInt16(members.Get("number"), members.At("number"));
     vessel.name = members.WideText("name");
-    if (auto const* config = members.Find("config"); config != nullptr) {
+    if (auto const config = members.Find("config")) {
         JsonPath const configPath = members.At("config");
         for (auto const& [section, items] : ReadObject(*config, configPath)) {
             JsonPath const sectionPath(configPath, section);
@@ -128,15 +128,15 @@ ScenarioVessel ReadVessel(JsonValue const& value, JsonPath const& path)
     return vessel;
 }
 
-ScenarioStream ReadStream(JsonValue const& value, JsonPath const& path)
+ScenarioStream ReadStream(JsonNode const& value, JsonPath const& path)
 {
     MemberReader members(value, path);
     ScenarioStream stream;
     stream.id = ReadDataId(members.Get("id"), members.At("id"));
-    if (auto const* time = members.Find("time"); time != nullptr) {
+    if (auto const time = members.Find("time")) {
         stream.time = ReadDouble(*time, members.At("time"));
     }
-    if (auto const* block = members.Find("block"); block != nullptr && !block->Is(Kind::Null)) {
+    if (auto const block = members.Find("block"); block && !block->Is(Kind::Null)) {
         JsonPath const blockPath = members.At("block");
         MemberReader blockMembers(*block, blockPath);
         stream.block = ReadBlock(blockMembers);
@@ -174,7 +174,7 @@ std::uint32_t ReadNaturalMember(MemberReader& members, std::string_view key)
     return static_cast<std::uint32_t>(static_cast<std::int64_t>(std::clamp(value, lowest, largest)));
 }
 
-ScenarioTarget ReadTarget(JsonValue const& value, JsonPath const& path)
+ScenarioTarget ReadTarget(JsonNode const& value, JsonPath const& path)
 {
     MemberReader members(value, path);
     ScenarioTarget target;
@@ -210,12 +210,12 @@ ScenarioTarget ReadTarget(JsonValue const& value, JsonPath const& path)
     return target;
 }
 
-ScenarioTargets ReadTargets(JsonValue const& value, JsonPath const& path)
+ScenarioTargets ReadTargets(JsonNode const& value, JsonPath const& path)
 {
     MemberReader members(value, path);
     ScenarioTargets targets;
     targets.active = members.WideText("active");
-    if (auto const* files = members.Find("files"); files != nullptr) {
+    if (auto const files = members.Find("files")) {
         JsonPath const filesPath = members.At("files");
         for (auto const& [name, list] : ReadObject(*files, filesPath)) {
             targets.files[CString(protocol::DecodeUtf8(name))] = ReadList(list, JsonPath(filesPath, name), ReadTarget);
@@ -227,7 +227,7 @@ ScenarioTargets ReadTargets(JsonValue const& value, JsonPath const& path)
     return targets;
 }
 
-ScenarioDisplay ReadDisplay(JsonValue const& value, JsonPath const& path)
+ScenarioDisplay ReadDisplay(JsonNode const& value, JsonPath const& path)
 {
     MemberReader members(value, path);
     ScenarioDisplay display;
@@ -239,7 +239,7 @@ ScenarioDisplay ReadDisplay(JsonValue const& value, JsonPath const& path)
     return display;
 }
 
-ScenarioApplication ReadApplication(JsonValue const& value, JsonPath const& path)
+ScenarioApplication ReadApplication(JsonNode const& value, JsonPath const& path)
 {
     MemberReader members(value, path);
     ScenarioApplication application;
@@ -248,7 +248,7 @@ ScenarioApplication ReadApplication(JsonValue const& value, JsonPath const& path
     application.isOperator = members.Bool("operator", true);
     application.aScan = members.Bool("aScan", false);
     application.lightMode = members.Int32("lightMode", 2);
-    if (auto const* displays = members.Find("displays"); displays != nullptr) {
+    if (auto const displays = members.Find("displays")) {
         application.displays = ReadList(*displays, members.At("displays"), ReadDisplay);
     }
     members.RefuseUnknown();
@@ -256,7 +256,7 @@ ScenarioApplication ReadApplication(JsonValue const& value, JsonPath const& path
 }
 
 /// The private folder stands for "/", so no path may lead out of it.
-void CheckFilePath(std::string const& file, JsonPath const& path)
+void CheckFilePath(std::string_view file, JsonPath const& path)
 {
     bool usable = !file.empty() && file.back() != '/';
     for (std::size_t from = 0; from <= file.size();) {
@@ -269,7 +269,7 @@ void CheckFilePath(std::string const& file, JsonPath const& path)
     }
 }
 
-void ReadPaths(Scenario& scenario, JsonValue const& value, JsonPath const& path)
+void ReadPaths(Scenario& scenario, JsonNode const& value, JsonPath const& path)
 {
     for (auto const& [key, text] : ReadObject(value, path)) {
         auto const number = ReadNumberKey(key, path);
@@ -278,14 +278,14 @@ void ReadPaths(Scenario& scenario, JsonValue const& value, JsonPath const& path)
     }
 }
 
-void ReadUnits(Scenario& scenario, JsonValue const& value, JsonPath const& path)
+void ReadUnits(Scenario& scenario, JsonNode const& value, JsonPath const& path)
 {
     for (auto const& [key, factor] : ReadObject(value, path)) {
         scenario.units[ReadNumberKey(key, path)] = ReadDouble(factor, JsonPath(path, key));
     }
 }
 
-void ReadFiles(Scenario& scenario, JsonValue const& value, JsonPath const& path)
+void ReadFiles(Scenario& scenario, JsonNode const& value, JsonPath const& path)
 {
     for (auto const& [file, content] : ReadObject(value, path)) {
         JsonPath const filePath(path, file);
@@ -294,11 +294,11 @@ void ReadFiles(Scenario& scenario, JsonValue const& value, JsonPath const& path)
         if (!bytes.has_value()) {
             throw InvalidDocument(filePath, "the content of a file is base64 (standard alphabet, padded, no breaks)");
         }
-        scenario.files[file] = std::move(*bytes);
+        scenario.files[std::string(file)] = std::move(*bytes);
     }
 }
 
-void ReadItemTexts(Scenario& scenario, JsonValue const& value, JsonPath const& path)
+void ReadItemTexts(Scenario& scenario, JsonNode const& value, JsonPath const& path)
 {
     for (auto const& [group, items] : ReadObject(value, path)) {
         JsonPath const groupPath(path, group);
@@ -323,10 +323,10 @@ void RefuseTwice(List const& list, GetId const& idOf, JsonPath const& path, char
 
 void ReadDevices(Scenario& scenario, MemberReader& members)
 {
-    if (auto const* devices = members.Find("devices"); devices != nullptr) {
+    if (auto const devices = members.Find("devices")) {
         scenario.devices = ReadList(*devices, members.At("devices"), ReadDevice);
     }
-    if (auto const* computations = members.Find("computations"); computations != nullptr) {
+    if (auto const computations = members.Find("computations")) {
         scenario.computations = ReadList(*computations, members.At("computations"), ReadComputation);
     }
     auto const id = [](auto const& each) { return each.id; };
@@ -336,18 +336,18 @@ void ReadDevices(Scenario& scenario, MemberReader& members)
 
 void ReadVessels(Scenario& scenario, MemberReader& members)
 {
-    if (auto const* vessels = members.Find("vessels"); vessels != nullptr) {
+    if (auto const vessels = members.Find("vessels")) {
         scenario.vessels = ReadList(*vessels, members.At("vessels"), ReadVessel);
     }
     auto const number = [](auto const& each) { return each.number; };
     RefuseTwice(scenario.vessels, number, members.At("vessels"), "another vessel has the same number");
-    if (auto const* active = members.Find("activeVessel"); active != nullptr) {
+    if (auto const active = members.Find("activeVessel")) {
         scenario.activeVessel = ReadUInt16(*active, members.At("activeVessel"));
     }
 }
 
 /// What is wrong with a set-up beside what would be wrong in a scenario, too.
-void CheckSetUp(JsonValue const& setUp, JsonPath const& path)
+void CheckSetUp(JsonNode const& setUp, JsonPath const& path)
 {
     RefuseDefects(setUp, path);
     for (auto const& [key, value] : ReadObject(setUp, path)) {
@@ -357,59 +357,55 @@ void CheckSetUp(JsonValue const& setUp, JsonPath const& path)
     }
 }
 
+/// All but its steps, which the reader then knows of.
 Scenario ReadScenarioMembers(MemberReader& members)
 {
     Scenario scenario;
-    if (auto const* name = members.Find("name"); name != nullptr) {
+    if (auto const name = members.Find("name")) {
         scenario.name = ReadText(*name, members.At("name"));
     }
     scenario.clock = members.Double("clock", scenario.clock);
-    if (auto const* timezone = members.Find("timezone"); timezone != nullptr) {
+    if (auto const timezone = members.Find("timezone")) {
         scenario.timezone = ReadText(*timezone, members.At("timezone"));
     }
     ReadDevices(scenario, members);
     ReadVessels(scenario, members);
-    if (auto const* streams = members.Find("streams"); streams != nullptr) {
+    if (auto const streams = members.Find("streams")) {
         scenario.streams = ReadList(*streams, members.At("streams"), ReadStream);
     }
-    if (auto const* targets = members.Find("targets"); targets != nullptr && !targets->Is(Kind::Null)) {
+    if (auto const targets = members.Find("targets"); targets && !targets->Is(Kind::Null)) {
         scenario.targets = ReadTargets(*targets, members.At("targets"));
     }
-    if (auto const* paths = members.Find("paths"); paths != nullptr) {
+    if (auto const paths = members.Find("paths")) {
         ReadPaths(scenario, *paths, members.At("paths"));
     }
-    if (auto const* units = members.Find("units"); units != nullptr) {
+    if (auto const units = members.Find("units")) {
         ReadUnits(scenario, *units, members.At("units"));
     }
-    if (auto const* application = members.Find("app"); application != nullptr) {
+    if (auto const application = members.Find("app")) {
         scenario.application = ReadApplication(*application, members.At("app"));
     }
-    if (auto const* files = members.Find("files"); files != nullptr) {
+    if (auto const files = members.Find("files")) {
         ReadFiles(scenario, *files, members.At("files"));
     }
-    if (auto const* routes = members.Find("routes"); routes != nullptr) {
+    if (auto const routes = members.Find("routes")) {
         scenario.routes = ReadList(*routes, members.At("routes"), ReadWideText);
     }
-    if (auto const* itemTexts = members.Find("itemTexts"); itemTexts != nullptr) {
+    if (auto const itemTexts = members.Find("itemTexts")) {
         ReadItemTexts(scenario, *itemTexts, members.At("itemTexts"));
     }
-    if (auto const* steps = members.Find("steps"); steps != nullptr) {
-        auto const read = [&](JsonValue const& step, JsonPath const& stepPath) {
-            return ReadStep(step, stepPath, scenario);
-        };
-        scenario.steps = ReadList(*steps, members.At("steps"), read);
-    }
+    members.Find("steps");
     members.RefuseUnknown();
     return scenario;
 }
 
 /// The names of the set-ups that the scenarios use.
-std::set<std::string> UsedSetUps(JsonValue const& scenarios)
+std::set<std::string_view> UsedSetUps(JsonNode const& scenarios)
 {
-    std::set<std::string> used;
-    for (auto const& scenario : scenarios.items) {
-        if (auto const* const setUp = scenario.Find("setup"); setUp != nullptr) {
-            used.insert(setUp->text);
+    std::set<std::string_view> used;
+    for (auto const& scenario : scenarios.Items()) {
+        if (auto const setUp = scenario.Find("setup")) {
+            used.insert(setUp->Text());
         }
     }
     return used;
@@ -417,75 +413,95 @@ std::set<std::string> UsedSetUps(JsonValue const& scenarios)
 
 } // namespace
 
-Scenario ReadScenario(ScenarioSource const& source)
+Scenario ReadScenario(ScenarioSource const& source, TakeStep const& check)
 {
     RefuseDefects(source.value, source.path);
     if (!source.value.Is(Kind::Object)) {
         throw InvalidDocument(source.path, "a scenario is an object, not " + std::string(KindName(source.value)));
     }
     MemberReader members(source.value, source.path);
-    auto const* const named = members.Find("setup");
-    if (named == nullptr) {
-        return ReadScenarioMembers(members);
+    auto const named = members.Find("setup");
+    std::optional<JsonPath> setUpPath;
+    if (named) {
+        auto const name = ReadText(*named, members.At("setup"));
+        auto const setUp = source.setUps ? source.setUps->Find(name) : std::nullopt;
+        if (!setUp) {
+            throw InvalidDocument(members.At("setup"), "there is no set-up " + QuoteForMessage(name));
+        }
+        setUpPath.emplace(*source.setUpsPath, name);
+        CheckSetUp(*setUp, *setUpPath);
+        members.FallBackTo(*setUp, *setUpPath);
     }
-    auto const& name = ReadText(*named, members.At("setup"));
-    auto const* const setUp = source.setUps != nullptr ? source.setUps->Find(name) : nullptr;
-    if (setUp == nullptr) {
-        throw InvalidDocument(members.At("setup"), "there is no set-up " + QuoteForMessage(name));
-    }
-    JsonPath const setUpPath(*source.setUpsPath, name);
-    CheckSetUp(*setUp, setUpPath);
-    members.FallBackTo(*setUp, setUpPath);
-    return ReadScenarioMembers(members);
+    auto scenario = ReadScenarioMembers(members);
+    ForEachStep(source, scenario, check);
+    return scenario;
 }
 
-void ForEachScenario(JsonValue const& document, std::function<void(ScenarioSource const& source)> const& run,
+void ForEachStep(ScenarioSource const& source, Scenario const& scenario, TakeStep const& take)
+{
+    auto const steps = source.value.Find("steps");
+    if (!steps) {
+        return;
+    }
+    JsonPath const path(source.path, "steps");
+    for (std::size_t i = 0; auto const& value : ReadArray(*steps, path)) {
+        JsonPath const stepPath(path, i++);
+        auto const step = ReadStep(value, stepPath, scenario);
+        if (take) {
+            take(step, stepPath);
+        }
+    }
+}
+
+void ForEachScenario(JsonDocument const& document, std::function<void(ScenarioSource const& source)> const& run,
                      std::function<void(InvalidDocument const& failure)> const& refuse)
 {
     JsonPath const root;
-    bool const hasParts = document.Find("scenarios") != nullptr || document.Find("setups") != nullptr;
-    if (!document.Is(Kind::Array) && !hasParts) {
-        run({document, root});
+    auto const whole = document.Root();
+    bool const hasParts = whole.Find("scenarios") || whole.Find("setups");
+    if (!whole.Is(Kind::Array) && !hasParts) {
+        run({whole, root, {}, nullptr});
         return;
     }
-    JsonValue const* scenarios = &document;
+    auto scenarios = whole;
     JsonPath scenariosPath = root;
-    JsonValue const none = JsonValue::Object({});
-    JsonValue const* setUps = &none;
+    std::optional<JsonNode> setUps;
     JsonPath setUpsPath = root;
     try {
         if (hasParts) {
-            MemberReader parts(document, root);
-            scenarios = &parts.Get("scenarios");
+            MemberReader parts(whole, root);
+            scenarios = parts.Get("scenarios");
             scenariosPath = parts.At("scenarios");
-            if (auto const* const told = parts.Find("setups"); told != nullptr) {
-                setUps = told;
-                setUpsPath = parts.At("setups");
+            setUps = parts.Find("setups");
+            setUpsPath = parts.At("setups");
+            ReadArray(scenarios, scenariosPath);
+            if (setUps) {
+                ReadObject(*setUps, setUpsPath);
             }
-            ReadArray(*scenarios, scenariosPath);
-            ReadObject(*setUps, setUpsPath);
             parts.RefuseUnknown();
         }
     } catch (InvalidDocument const& failure) {
         refuse(failure);
         return;
     }
-    for (auto const used = UsedSetUps(*scenarios); auto const& [name, setUp] : setUps->members) {
-        if (used.contains(name)) {
-            continue; // told where it is used
-        }
-        JsonPath const path(setUpsPath, name);
-        try {
-            CheckSetUp(setUp, path);
-            MemberReader members(setUp, path);
-            ReadScenarioMembers(members);
-        } catch (InvalidDocument const& failure) {
-            refuse(failure);
+    if (setUps) {
+        for (auto const used = UsedSetUps(scenarios); auto const& [name, setUp] : setUps->Members()) {
+            if (used.contains(name)) {
+                continue; // told where it is used
+            }
+            JsonPath const path(setUpsPath, name);
+            try {
+                CheckSetUp(setUp, path);
+                MemberReader members(setUp, path);
+                ReadScenarioMembers(members);
+            } catch (InvalidDocument const& failure) {
+                refuse(failure);
+            }
         }
     }
-    for (std::size_t i = 0; i < scenarios->items.size(); ++i) {
-        JsonPath const path(scenariosPath, i);
-        run({scenarios->items[i], path, setUps, &setUpsPath});
+    for (std::size_t i = 0; auto const& scenario : scenarios.Items()) {
+        JsonPath const path(scenariosPath, i++);
+        run({scenario, path, setUps, &setUpsPath});
     }
 }
 

@@ -1,7 +1,6 @@
 // Runs one scenario on a host of its own: set-up, steps, end.
 #include "cli/scenario/scenario_run.h"
 
-#include "cli/scenario/event_kinds.h"
 #include "cli/scenario/scenario_stage.h"
 #include "cli/scenario/step_functions.h"
 #include "cli/scenario/timezone.h"
@@ -15,11 +14,11 @@ namespace qx5::cli {
 
 namespace {
 
-void AddException(Recorder& recorder, char const* kind, char const* what)
+void AddException(Recorder& recorder, std::string_view kind, char const* what)
 {
     // Brought to valid UTF-8: the text is whatever the plug-in made it.
     auto const text = protocol::EncodeUtf8(protocol::DecodeUtf8(what));
-    recorder.Add(Event(EventKind::Throws, JsonValue::Text(kind), {{"what", JsonValue::Text(text)}}));
+    recorder.Add(ScenarioEvent(EventKind::Throws, kind).With("what", std::string_view(text)));
 }
 
 void RunStep(ScenarioStage& stage, ScenarioStep const& step)
@@ -53,36 +52,22 @@ bool IsBuilt(StepKind kind)
     return FindFunction(kind) != nullptr;
 }
 
-ScenarioResult RunScenario(Scenario const& scenario, std::filesystem::path const& plugin)
+void RunScenario(ScenarioSource const& source, Scenario const& scenario, std::filesystem::path const& plugin,
+                 ScenarioResults& results)
 {
     TimezoneSetting const timezone(scenario.timezone);
-    ScenarioResult result;
-    result.name = scenario.name;
     ScenarioStage stage(scenario.clock);
     stage.SetUp(scenario, plugin);
-    result.setup = stage.recorder.TakeEvents();
-    for (auto const& step : scenario.steps) {
+    results.SetUp(stage.recorder.TakeEvents());
+    ForEachStep(source, scenario, [&](ScenarioStep const& step, JsonPath const& path) {
         RunStep(stage, step);
-        result.steps.push_back(stage.recorder.TakeEvents());
-    }
+        results.Step(step, path, stage.recorder.TakeEvents());
+    });
     stage.TakeDown();
     for (auto& event : stage.recorder.TakeEventsOfThreads()) {
         stage.recorder.Add(std::move(event));
     }
-    result.teardown = stage.recorder.TakeEvents();
-    return result;
-}
-
-JsonValue WriteResult(ScenarioResult const& result)
-{
-    JsonValue steps = JsonValue::Array();
-    for (auto const& events : result.steps) {
-        steps.items.push_back(JsonValue::Array(events));
-    }
-    return JsonValue::Object({{"name", JsonValue::Text(result.name)},
-                              {"setup", JsonValue::Array(result.setup)},
-                              {"steps", std::move(steps)},
-                              {"teardown", JsonValue::Array(result.teardown)}});
+    results.TornDown(stage.recorder.TakeEvents());
 }
 
 } // namespace qx5::cli

@@ -2,7 +2,6 @@
 #include "cli/scenario/step_functions.h"
 
 #include "cli/scenario/block_json.h"
-#include "cli/scenario/event_kinds.h"
 
 #include "reference_host/attributes/host_keys.h"
 #include "reference_host/targets/target_store.h"
@@ -266,7 +265,7 @@ void RunPressReturn(ScenarioStage& stage, ScenarioStep const& step)
 
 void RunLook(ScenarioStage& stage, ScenarioStep const&)
 {
-    stage.recorder.Add(Event(EventKind::Controls, stage.View().Look()));
+    stage.recorder.Add({EventKind::Controls, stage.View().Look()});
 }
 
 void RunViewUpdate(ScenarioStage& stage, ScenarioStep const& step)

@@ -3,9 +3,9 @@
 
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/event_kinds.h"
-#include "json/tree_json.h"
 #include "cli/scenario/view_controls.h"
 #include "json/json_read.h"
+#include "json/tree_json.h"
 
 #include <algorithm>
 #include <array>
@@ -21,7 +21,7 @@ using Kind = JsonValue::Kind;
 /// What a step has to say beyond its kind: the value of its key, where that stands, and its other members.
 struct Source
 {
-    JsonValue const& value;
+    JsonNode value;
     JsonPath path;
     MemberReader& members;
 };
@@ -119,7 +119,7 @@ StepArgument ReadCall(Source const& source)
         {"LibraryAttach", EntryPoint::LibraryAttach},
         {"LibraryDetach", EntryPoint::LibraryDetach},
     };
-    std::string const name = ReadText(source.value, source.path);
+    std::string_view const name = ReadText(source.value, source.path);
     auto const* const found = std::find_if(std::begin(functions), std::end(functions),
                                            [&name](auto const& each) { return each.first == name; });
     if (found == std::end(functions)) {
@@ -127,20 +127,21 @@ StepArgument ReadCall(Source const& source)
     }
     CallArgument argument{found->second, {}};
     bool const takesNumbers = argument.function == EntryPoint::DeviceCtrlInit;
-    auto const* const args = source.members.Find("args");
-    if (args == nullptr) {
+    auto const args = source.members.Find("args");
+    if (!args) {
         if (takesNumbers) {
             throw InvalidDocument(source.path, "DeviceCtrlInit takes four numbers in \"args\"");
         }
         return argument;
     }
     auto const path = source.members.At("args");
-    auto const& numbers = takesNumbers ? ReadArray(*args, path, argument.numbers.size()) : ReadArray(*args, path);
+    auto const numbers = takesNumbers ? ReadArray(*args, path, argument.numbers.size()) : ReadArray(*args, path);
     if (!takesNumbers && !numbers.empty()) {
         throw InvalidDocument(path, "this function takes nothing");
     }
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        argument.numbers[i] = ReadUInt16(numbers[i], JsonPath(path, i));
+    for (std::size_t i = 0; auto const& number : numbers) {
+        argument.numbers[i] = ReadUInt16(number, JsonPath(path, i));
+        ++i;
     }
     return argument;
 }
@@ -155,10 +156,11 @@ StepArgument ReadActiveVessel(Source const& source)
     return source.value.Is(Kind::Null) ? IntegerArgument() : IntegerArgument{ReadUInt16(source.value, source.path)};
 }
 
-std::pair<int, int> ReadSize(JsonValue const& value, JsonPath const& path)
+std::pair<int, int> ReadSize(JsonNode const& value, JsonPath const& path)
 {
-    ReadArray(value, path, 2);
-    return {ReadInt32(value.items[0], JsonPath(path, 0)), ReadInt32(value.items[1], JsonPath(path, 1))};
+    std::array<JsonNode, 2> sides;
+    ReadArray(value, path, sides.size()).Into(sides);
+    return {ReadInt32(sides[0], JsonPath(path, 0)), ReadInt32(sides[1], JsonPath(path, 1))};
 }
 
 StepArgument ReadView(Source const& source)
@@ -169,10 +171,10 @@ StepArgument ReadView(Source const& source)
     }
     ViewArgument argument;
     argument.open = text == "open";
-    if (auto const* stored = source.members.Find("stored"); stored != nullptr) {
+    if (auto const stored = source.members.Find("stored")) {
         argument.stored = ReadDataId(*stored, source.members.At("stored"));
     }
-    if (auto const* size = source.members.Find("size"); size != nullptr) {
+    if (auto const size = source.members.Find("size")) {
         argument.size = ReadSize(*size, source.members.At("size"));
     }
     return argument;
@@ -207,7 +209,7 @@ StepArgument ReadSlider(Source const& source)
     SliderArgument argument;
     argument.control = ReadControl(source, {ControlKind::Slider});
     argument.kind = static_cast<int>(ReadInteger(source.members.Get("kind"), source.members.At("kind"), 0, 8));
-    if (auto const* position = source.members.Find("position"); position != nullptr) {
+    if (auto const position = source.members.Find("position")) {
         argument.position = ReadInt32(*position, source.members.At("position"));
     }
     return argument;
@@ -244,7 +246,7 @@ StepArgument ReadViewUpdate(Source const& source)
 {
     ViewUpdateArgument argument;
     argument.hint = ReadInt32(source.value, source.path);
-    if (auto const* id = source.members.Find("id"); id != nullptr && !id->Is(Kind::Null)) {
+    if (auto const id = source.members.Find("id"); id && !id->Is(Kind::Null)) {
         argument.id = ReadDataId(*id, source.members.At("id"));
     }
     return argument;
@@ -316,11 +318,11 @@ constexpr bool FormsStandInOrder()
 static_assert(FormsStandInOrder(), "forms are found by their kind's number");
 
 /// The form of the one member that says what kind of step this is.
-StepForm const& FindForm(JsonValue const& step, JsonPath const& path)
+StepForm const& FindForm(JsonNode const& step, JsonPath const& path)
 {
     StepForm const* found = nullptr;
     for (auto const& member : ReadObject(step, path)) {
-        auto const& key = member.first;
+        auto const key = member.key;
         auto const form =
             std::find_if(forms.begin(), forms.end(), [&](auto const& each) { return NameOf(each.kind) == key; });
         if (form == forms.end()) {
@@ -328,14 +330,14 @@ StepForm const& FindForm(JsonValue const& step, JsonPath const& path)
         }
         if (found != nullptr) {
             throw InvalidDocument(path, "a step is of one kind, not \"" + std::string(NameOf(found->kind)) +
-                                            "\" and \"" + key + "\"");
+                                            "\" and \"" + std::string(key) + "\"");
         }
         found = &*form;
     }
     if (found != nullptr) {
         return *found;
     }
-    for (auto const& [key, value] : step.members) {
+    for (auto const& [key, value] : step.Members()) {
         if (key != "device" && key != "expect") {
             throw InvalidDocument(path, "unknown step " + QuoteForMessage(key));
         }
@@ -371,13 +373,13 @@ void CheckMeaning(StepForm const& form, CDataId const& device, JsonPath const& p
     }
 }
 
-ExpectedEvents ReadExpected(JsonValue const& value, JsonPath const& path)
+ExpectedEvents ReadExpected(JsonNode const& value, JsonPath const& path)
 {
     ExpectedEvents expected;
-    auto const readEvents = [&](JsonValue const& events, JsonPath const& eventsPath) {
-        expected.events = ReadArray(events, eventsPath);
-        for (std::size_t i = 0; i < expected.events.size(); ++i) {
-            ReadObject(expected.events[i], JsonPath(eventsPath, i));
+    auto const readEvents = [&](JsonNode const& events, JsonPath const& eventsPath) {
+        for (auto const& event : ReadArray(events, eventsPath)) {
+            ReadObject(event, JsonPath(eventsPath, expected.events.size()));
+            expected.events.push_back(event);
         }
     };
     if (!value.Is(JsonValue::Kind::Object)) {
@@ -389,11 +391,12 @@ ExpectedEvents ReadExpected(JsonValue const& value, JsonPath const& path)
     auto& of = expected.of.emplace();
     for (auto const& item : ReadArray(members.Get("of"), kinds)) {
         JsonPath const at(kinds, of.size());
-        auto const& kind = ReadText(item, at);
-        if (std::find(EventNames.begin(), EventNames.end(), kind) == EventNames.end()) {
+        auto const kind = ReadText(item, at);
+        auto const* const found = std::find(EventNames.begin(), EventNames.end(), kind);
+        if (found == EventNames.end()) {
             throw InvalidDocument(at, "there is no event " + QuoteForMessage(kind));
         }
-        of.push_back(kind);
+        of.push_back(static_cast<EventKind>(found - EventNames.begin()));
     }
     readEvents(members.Get("events"), members.At("events"));
     members.RefuseUnknown();
@@ -402,7 +405,7 @@ ExpectedEvents ReadExpected(JsonValue const& value, JsonPath const& path)
 
 } // namespace
 
-ScenarioStep ReadStep(JsonValue const& value, JsonPath const& path, Scenario const& scenario)
+ScenarioStep ReadStep(JsonNode const& value, JsonPath const& path, Scenario const& scenario)
 {
     auto const& form = FindForm(value, path);
     MemberReader members(value, path);
@@ -413,12 +416,12 @@ ScenarioStep ReadStep(JsonValue const& value, JsonPath const& path, Scenario con
     if (!scenario.devices.empty()) {
         step.device = scenario.devices.front().id;
     }
-    auto const* device = members.Find("device");
-    if (device != nullptr) {
+    auto const device = members.Find("device");
+    if (device) {
         step.device = ReadDataId(*device, members.At("device"));
     }
-    CheckMeaning(form, step.device, device != nullptr ? members.At("device") : path, scenario);
-    if (auto const* expect = members.Find("expect"); expect != nullptr) {
+    CheckMeaning(form, step.device, device ? members.At("device") : path, scenario);
+    if (auto const expect = members.Find("expect")) {
         step.expect = ReadExpected(*expect, members.At("expect"));
     }
     members.RefuseUnknown();

@@ -1,6 +1,7 @@
 // The bar under the window that always says how far away the shown sonar is, how old what is seen, and who commands it.
 #pragma once
 
+#include "cli/window/command_bar.h"
 #include "fleet/fleet.h"
 
 #include <VordalBaseR/CDataId.h>
@@ -12,23 +13,13 @@
 #include <optional>
 #include <string>
 
-class QAction;
-class QLabel;
-
-namespace vordal {
-class MainWindow;
-}
-
 namespace qx5::cli {
 
 class WindowSession;
 
-/// "Vega/Bow    current, 0.3 s old    round trip 820 ms    clock +0.1 s"
+/// "Vega/Bow    current, 0.3 s old    round trip 820 ms    detections 4.8/s, 0.2 s old    clock +0.1 s"
 QString FleetText(fleet::SonarState const& sonar, std::optional<fleet::LookState> const& look,
-                  std::optional<double> clockAhead, QString const& line);
-/// "ada commands until 07:15:00 UTC; otto asks"
-QString LeaseText(authority::LeaseNews const& lease, std::string const& person);
-
+                  std::optional<fleet::PingsState> const& pings, std::optional<double> clockAhead, QString const& line);
 /// A bar at the bottom of the window and a menu with the same. Looks some five times a second, and tells the vessel
 /// that somebody looks at the shown sonar. Window thread; session, fleet and window outlive it.
 class FleetBar
@@ -44,19 +35,13 @@ public:
 
 private:
     void Ask(authority::LeaseVerb verb);
-    void ShowLease(fleet::SonarState const& sonar);
 
     WindowSession& m_session;
     fleet::Fleet& m_fleet;
     vordal::MainWindow& m_window;
     PlaceOf const m_placeOf;
     std::optional<fleet::Place> m_lookedAt;
-    QLabel* m_state;
-    QLabel* m_lease;
-    QAction* m_take;
-    QAction* m_giveBack;
-    QAction* m_grant;
-    QAction* m_refuse;
+    CommandBar m_bar;
     QTimer m_timer;
 };
 

@@ -1,4 +1,4 @@
-// The menu of a window's project: new, open, open recent, save, save as.
+// The menu of a window's project: new, open, open recent, save, save as, share.
 #include "project_menu.h"
 
 #include "cli/window/window_session.h"
@@ -82,7 +82,7 @@ ProjectMenu::ProjectMenu(WindowSession& session, vordal::MainWindow& window, Nex
     : m_session(session), m_window(window), m_next(next),
       m_questions(questions.saveFirst ? std::move(questions) : AskedByDialogs(window))
 {
-    auto* const menu = m_window.AddFirstMenu(QObject::tr("&Project"));
+    auto* const menu = m_menu = m_window.AddFirstMenu(QObject::tr("&Project"));
     auto const add = [&](QString const& text, char const* name, QKeySequence const& shortcut, auto act) {
         auto* const action = menu->addAction(text);
         action->setObjectName(QString::fromLatin1(name));
@@ -108,6 +108,15 @@ ProjectMenu::ProjectMenu(WindowSession& session, vordal::MainWindow& window, Nex
 ProjectMenu::~ProjectMenu()
 {
     m_window.SetMayClose({});
+}
+
+void ProjectMenu::AddShare(std::function<void()> open)
+{
+    m_menu->addSeparator();
+    auto* const action = m_menu->addAction(QObject::tr("S&hare\u2026"));
+    action->setObjectName(QStringLiteral("shareProject"));
+    action->setToolTip(QObject::tr("Those ashore see the sonars of this project by way of a broker"));
+    QObject::connect(action, &QAction::triggered, m_menu, [open = std::move(open)] { open(); });
 }
 
 QString ProjectMenu::Present() const

@@ -1,4 +1,4 @@
-// The menu of a window's project: new, open, open recent, save, save as.
+// The menu of a window's project: new, open, open recent, save, save as, share.
 #pragma once
 
 #include "cli/window/held_project.h"
@@ -65,6 +65,8 @@ public:
     ProjectMenu& operator=(ProjectMenu const&) = delete;
     ~ProjectMenu();
 
+    /// The menu has a line by which the project is shared, `open` being what it does.
+    void AddShare(std::function<void()> open);
     /// The project that is open is the newest of the recent ones from here on.
     void NoteOpened();
     void New();
@@ -100,6 +102,7 @@ private:
     NextSession& m_next;
     ProjectQuestions m_questions;
     RecentProjects m_recent;
+    QMenu* m_menu = nullptr;
     QMenu* m_recentMenu = nullptr;
     bool m_closesAtOnce = false;
     WindowAnswers m_answers;

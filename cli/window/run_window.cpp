@@ -11,9 +11,12 @@
 #include "cli/window/operator_window.h"
 #include "cli/window/picture_file.h"
 #include "cli/window/project_menu.h"
+#include "cli/window/project_share.h"
 #include "cli/window/recorder_menu.h"
 #include "cli/window/run_until.h"
 #include "cli/window/screen_room.h"
+#include "cli/window/share_bar.h"
+#include "cli/window/share_dialog.h"
 #include "cli/window/window_application.h"
 #include "cli/window/window_session.h"
 #include "reference_host/attributes/host_keys.h"
@@ -34,6 +37,7 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <QApplication>
@@ -287,6 +291,8 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
         signals.emplace();
     }
     int code = ExitGood;
+    // Ends when the window is closed: its last words take their time.
+    std::optional<ProjectShare> share(std::in_place, session, VersionOf(options.facts));
     {
         OperatorWindow whole(session, feed, mode, first);
         auto& window = whole.Main();
@@ -294,6 +300,13 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
         AddHelpMenu(window, {.program = options.facts, .plugIns = [&session] { return session.PlugIns(); }});
         ProjectMenu project(session, window, next);
         RecorderMenu const recorder(session, window);
+        ShareBar const shareBar(session, *share, window, whole.Panes().SonarMenu());
+        ShareDialog sharing(*share, &window);
+        project.AddShare([&sharing] {
+            sharing.show();
+            sharing.raise();
+            sharing.activateWindow();
+        });
         auto const& memory = session.WindowMemory();
         if (!memory.empty() && !isPicture) {
             window.RestoreMemory(
@@ -349,6 +362,7 @@ int RunSession(RunOptions const& options, NextSession begun, std::optional<EndSi
             QApplication::exec();
         }
     }
+    share.reset();
     shells.reset();
     bool const isSaved = session.End(error, EndSignals::Count() > 1 ? hurriedLimit : endLimit);
     SayLeftOn(session.LeftOn(session.Simulators().Ids()));

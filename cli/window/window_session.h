@@ -68,6 +68,8 @@ public:
     bool BeginWith(vordal::StoredProject fleet, std::unique_ptr<HeldProject> project, std::string& error);
     /// The file of the project; empty while there is none. Any thread.
     std::filesystem::path ProjectFile() const;
+    /// What the project keeps beside the sonars and the views; changes of it are saved with the rest.
+    vordal::StoredProject& Kept() { return m_project; }
     /// Whether the list of sonars or the transmit lock was changed, and no project keeps it.
     bool IsUnsaved() const { return m_isEdited && ProjectFile().empty(); }
     /// Saves the project now, and tells how that ended (see ProjectKeeper); between Begin and End. Returns at once.

@@ -429,7 +429,9 @@ private:
 /// Where two lists of events differ first, as JSON; none when they are the same.
 std::optional<std::string> FindDifference(std::string const& expected, std::string const& got)
 {
-    return qx5::FindDifference(ParseJson(expected).items, ParseJson(got).items);
+    auto const wanted = ParseJson(expected);
+    auto const happened = ParseJson(got);
+    return qx5::FindDifference(wanted.Root().Items().ToVector(), happened.Root().Items().ToVector());
 }
 
 } // namespace

@@ -128,6 +128,13 @@ TEST(ShoreMessages, BringResultsAcross)
         ASSERT_TRUE(read && std::holds_alternative<LeaseReply>(*read)) << error;
         EXPECT_EQ(std::get<LeaseReply>(*read), lease);
     }
+    LeaseNews held;
+    held.holder = "otto";
+    held.since = 1.7e9;
+    LookMessage const answer{1, 2, false, true, SonarFacts{held, SonarLink::Lost, "the cable is out"}};
+    auto const answered = DecodeReply(Bytes(ShoreReply(answer)), error);
+    ASSERT_TRUE(answered && std::holds_alternative<LookMessage>(*answered)) << error;
+    EXPECT_EQ(std::get<LookMessage>(*answered), answer);
     LookMessage const look{1, 2, false};
     auto const read = DecodeReply(Bytes(ShoreReply(look)), error);
     ASSERT_TRUE(read && std::holds_alternative<LookMessage>(*read)) << error;

@@ -103,6 +103,12 @@ void TestBroker::Kill()
     m_process->WaitForEnd();
 }
 
+void TestBroker::Stop()
+{
+    m_process->Signal(SIGTERM);
+    m_process->WaitForEnd();
+}
+
 void TestBroker::Start()
 {
     if (!TryToStart()) {

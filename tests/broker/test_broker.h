@@ -43,6 +43,8 @@ public:
 
     /// Ends it at once, as kill -9 does; returns when it is gone.
     void Kill();
+    /// Ends it in order; returns when it is gone.
+    void Stop();
     /// Starts it again on the same ports; returns when it accepts connections.
     void Start();
     /// Stops and goes on, as a machine that is too busy does.

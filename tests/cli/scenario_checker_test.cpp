@@ -10,7 +10,9 @@ namespace {
 /// The first line of the difference between two lists of events, or "same".
 std::string Difference(std::string const& expected, std::string const& got)
 {
-    auto const found = FindDifference(ParseJson(expected).items, ParseJson(got).items);
+    auto const wanted = ParseJson(expected);
+    auto const happened = ParseJson(got);
+    auto const found = FindDifference(wanted.Root().Items().ToVector(), happened.Root().Items().ToVector());
     return found.has_value() ? found->substr(0, found->find('\n')) : "same";
 }
 
@@ -56,7 +58,9 @@ TEST(Checker, TellsOrderAndNumberOfEvents)
 
 TEST(Checker, TellsTheWholeEventsInFurtherLines)
 {
-    auto const found = FindDifference(ParseJson(R"([{"a":1}])").items, ParseJson(R"([{"a":2}])").items);
+    auto const wanted = ParseJson(R"([{"a":1}])");
+    auto const happened = ParseJson(R"([{"a":2}])");
+    auto const found = FindDifference(wanted.Root().Items().ToVector(), happened.Root().Items().ToVector());
     EXPECT_EQ(found, "event 1 differs at $.a: expected 1, got 2\n  expected {\"a\":1}\n  got      {\"a\":2}");
 }
 

@@ -4,26 +4,40 @@
 
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <random>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace qx5::cli {
 namespace {
 
 std::string Rewritten(std::string const& text)
 {
-    return WriteJson(ParseJson(text));
+    return WriteJson(ParseJson(text).Root().Copy());
+}
+
+std::vector<JsonMember> MembersOf(JsonDocument const& document)
+{
+    std::vector<JsonMember> members;
+    for (auto const& member : document.Root().Members()) {
+        members.push_back(member);
+    }
+    return members;
 }
 
 /// "path: reason" of the refusal, or "accepted".
 std::string Refusal(std::string const& text)
 {
     try {
-        auto const value = ParseJson(text);
-        RefuseDefects(value, JsonPath());
+        auto const document = ParseJson(text);
+        RefuseDefects(document.Root(), JsonPath());
     } catch (InvalidDocument const& failure) {
         return failure.Path() + ": " + failure.what();
     }
@@ -43,39 +57,40 @@ TEST(Json, WritesWhatItReads)
 
 TEST(Json, ReadsEscapes)
 {
-    EXPECT_EQ(ParseJson(R"("\"\\\/\b\f\n\r\tA\u00e9\ud83d\ude00")").text, "\"\\/\b\f\n\r\tA\xC3\xA9\xF0\x9F\x98\x80");
+    EXPECT_EQ(ParseJson(R"("\"\\\/\b\f\n\r\tA\u00e9\ud83d\ude00")").Root().Text(),
+              "\"\\/\b\f\n\r\tA\xC3\xA9\xF0\x9F\x98\x80");
     EXPECT_EQ(Rewritten(R"("\u0001\n\u007f\u2028")"), R"("\u0001\n\u007f\u2028")");
     EXPECT_EQ(Rewritten("\"\xC3\xA9\""), "\"\xC3\xA9\"");
 }
 
 TEST(Json, KnowsIntegersFromOtherNumbers)
 {
-    EXPECT_TRUE(ParseJson("50").IsIntegerLiteral());
-    EXPECT_FALSE(ParseJson("50.0").IsIntegerLiteral());
-    EXPECT_FALSE(ParseJson("5e1").IsIntegerLiteral());
+    EXPECT_TRUE(ParseJson("50").Root().IsIntegerLiteral());
+    EXPECT_FALSE(ParseJson("50.0").Root().IsIntegerLiteral());
+    EXPECT_FALSE(ParseJson("5e1").Root().IsIntegerLiteral());
     std::int64_t value = 1;
-    EXPECT_TRUE(ParseJson("-9223372036854775808").ReadInteger(value));
+    EXPECT_TRUE(ParseJson("-9223372036854775808").Root().ReadInteger(value));
     EXPECT_EQ(value, std::numeric_limits<std::int64_t>::min());
-    EXPECT_FALSE(ParseJson("9223372036854775808").ReadInteger(value));
+    EXPECT_FALSE(ParseJson("9223372036854775808").Root().ReadInteger(value));
     EXPECT_EQ(value, std::numeric_limits<std::int64_t>::min());
 }
 
 TEST(Json, ReadsDoublesToTheNearest)
 {
     double value = 1.0;
-    EXPECT_TRUE(ParseJson("0.1").ReadNumber(value));
+    EXPECT_TRUE(ParseJson("0.1").Root().ReadNumber(value));
     EXPECT_EQ(value, 0.1);
-    EXPECT_TRUE(ParseJson("-0").ReadNumber(value));
+    EXPECT_TRUE(ParseJson("-0").Root().ReadNumber(value));
     EXPECT_TRUE(value == 0.0 && std::signbit(value));
-    EXPECT_TRUE(ParseJson("-1e-400").ReadNumber(value));
+    EXPECT_TRUE(ParseJson("-1e-400").Root().ReadNumber(value));
     EXPECT_TRUE(value == 0.0 && std::signbit(value));
-    EXPECT_TRUE(ParseJson("0.0000001e-9999999999999999999999").ReadNumber(value));
+    EXPECT_TRUE(ParseJson("0.0000001e-9999999999999999999999").Root().ReadNumber(value));
     EXPECT_TRUE(value == 0.0 && !std::signbit(value));
-    EXPECT_TRUE(ParseJson("5e-324").ReadNumber(value));
+    EXPECT_TRUE(ParseJson("5e-324").Root().ReadNumber(value));
     EXPECT_EQ(value, std::numeric_limits<double>::denorm_min());
-    EXPECT_TRUE(ParseJson("1.7976931348623157e308").ReadNumber(value));
+    EXPECT_TRUE(ParseJson("1.7976931348623157e308").Root().ReadNumber(value));
     EXPECT_EQ(value, std::numeric_limits<double>::max());
-    EXPECT_TRUE(ParseJson("0e999").ReadNumber(value));
+    EXPECT_TRUE(ParseJson("0e999").Root().ReadNumber(value));
     EXPECT_EQ(value, 0.0);
 }
 
@@ -96,21 +111,23 @@ TEST(Json, KnowsWhereEachValueBegins)
 {
     std::string const text = "{\"a\": [1, true,\n  \"x\", {}], \"b\" : null, \"\xFF\": 1e999, \"b\": -2}";
     auto const document = ParseJson(text);
-    auto const from = [&](JsonValue const& value) { return text.substr(value.at, 3); };
-    EXPECT_EQ(from(document), "{\"a");
-    ASSERT_EQ(document.members.size(), 4U);
-    auto const& list = document.members[0].second;
+    auto const from = [&](JsonNode const& value) { return text.substr(value.At(), 3); };
+    EXPECT_EQ(from(document.Root()), "{\"a");
+    auto const members = MembersOf(document);
+    ASSERT_EQ(members.size(), 4U);
+    auto const& list = members[0].value;
     EXPECT_EQ(from(list), "[1,");
-    ASSERT_EQ(list.items.size(), 4U);
-    EXPECT_EQ(from(list.items[0]), "1, ");
-    EXPECT_EQ(from(list.items[1]), "tru");
-    EXPECT_EQ(from(list.items[2]), "\"x\"");
-    EXPECT_EQ(from(list.items[3]), "{}]");
-    EXPECT_EQ(from(document.members[1].second), "nul");
+    auto const items = list.Items().ToVector();
+    ASSERT_EQ(items.size(), 4U);
+    EXPECT_EQ(from(items[0]), "1, ");
+    EXPECT_EQ(from(items[1]), "tru");
+    EXPECT_EQ(from(items[2]), "\"x\"");
+    EXPECT_EQ(from(items[3]), "{}]");
+    EXPECT_EQ(from(members[1].value), "nul");
     // A defect stands where its text does: a key that cannot be told, and one that stands there twice.
-    EXPECT_EQ(from(document.members[2].second), "\"\xFF\"");
-    EXPECT_EQ(from(document.members[3].second), "-2}");
-    EXPECT_EQ(LineAndColumn(text, list.items[2].at), "line 2, column 3");
+    EXPECT_EQ(from(members[2].value), "\"\xFF\"");
+    EXPECT_EQ(from(members[3].value), "-2}");
+    EXPECT_EQ(LineAndColumn(text, items[2].At()), "line 2, column 3");
     EXPECT_EQ(LineAndColumn(text, 0), "line 1, column 1");
 }
 
@@ -289,10 +306,11 @@ TEST(Json, ABadValueSpoilsNoOther)
 {
     auto const document = ParseJson(
         "[\"\xFF\",\"\\ud800\",\"\\u0000\",1e999,{\"a\":1,\"a\":2},{\"\xC3\":3},\"\xE2\x82\",\"\\\"\xC3\xA9\",-0]");
-    ASSERT_EQ(document.items.size(), 9U);
+    auto const items = document.Root().Items().ToVector();
+    ASSERT_EQ(items.size(), 9U);
     auto const isSound = [&](std::size_t index) {
         try {
-            RefuseDefects(document.items[index], JsonPath());
+            RefuseDefects(items[index], JsonPath());
         } catch (InvalidDocument const&) {
             return false;
         }
@@ -301,8 +319,8 @@ TEST(Json, ABadValueSpoilsNoOther)
     for (std::size_t i = 0; i < 7; ++i) {
         EXPECT_FALSE(isSound(i)) << i;
     }
-    EXPECT_EQ(WriteJson(document.items[7]), "\"\\\"\xC3\xA9\"");
-    EXPECT_EQ(WriteJson(document.items[8]), "-0");
+    EXPECT_EQ(WriteJson(items[7].Copy()), "\"\\\"\xC3\xA9\"");
+    EXPECT_EQ(WriteJson(items[8].Copy()), "-0");
     // But what is no JSON spoils the whole, wherever it stands.
     EXPECT_EQ(Refusal("[\"\xFF\",\"\\ud800\",1e999,x]"), "$[3]: not JSON: a value is missing (line 1, column 21)");
     EXPECT_EQ(Refusal("[\"\xFF\\x\"]"), "$[0]: not JSON: no such escape in a text (line 1, column 5)");
@@ -311,7 +329,7 @@ TEST(Json, ABadValueSpoilsNoOther)
 
 TEST(Json, JoinsSurrogates)
 {
-    EXPECT_EQ(ParseJson(R"("\uD83D\uDE00\udbff\udfff")").text, "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF");
+    EXPECT_EQ(ParseJson(R"("\uD83D\uDE00\udbff\udfff")").Root().Text(), "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF");
     EXPECT_EQ(Rewritten("\"\xF0\x9F\x98\x80\xEF\xBF\xBF\""), "\"\xF0\x9F\x98\x80\xEF\xBF\xBF\"");
     for (char const* lone : {R"("\ud83d\\ude00")", R"("\ud83dude00")", R"("\ud83d")", R"("\ud83d\n\ude00")",
                              R"("\ud83d\ud83d\ude00")", R"("\ude00\ud83d\ude00")"}) {
@@ -329,11 +347,108 @@ TEST(Json, RefusesEveryRepetitionOfAKey)
     EXPECT_EQ(Refusal(R"([{"b":{"a":[],"a":{"c":1}}}])"), "$[0].b.a: the key \"a\" stands here twice");
     EXPECT_EQ(Refusal(R"({"a":{"a":{"a":1}},"b":{"a":1}})"), "accepted");
     auto const thrice = ParseJson(R"({"a":1,"a":2,"a":3,"b":4})");
-    ASSERT_EQ(thrice.members.size(), 4U);
-    EXPECT_EQ(thrice.members[0].second.text, "1");
-    EXPECT_TRUE(thrice.members[1].second.Is(JsonValue::Kind::Defect));
-    EXPECT_TRUE(thrice.members[2].second.Is(JsonValue::Kind::Defect));
-    EXPECT_EQ(thrice.members[3].second.text, "4");
+    auto const members = MembersOf(thrice);
+    ASSERT_EQ(members.size(), 4U);
+    EXPECT_EQ(members[0].value.Text(), "1");
+    EXPECT_TRUE(members[1].value.Is(JsonValue::Kind::Defect));
+    EXPECT_TRUE(members[2].value.Is(JsonValue::Kind::Defect));
+    EXPECT_EQ(members[3].value.Text(), "4");
+}
+
+TEST(Json, RefusesARepetitionAmongManyKeys)
+{
+    std::string text = "{";
+    for (int i = 0; i < 200; ++i) {
+        text += fmt::format("\"key {}\":{{\"inner\":{}}},", i, i);
+    }
+    EXPECT_EQ(Refusal(text + "\"last\":0}"), "accepted");
+    for (int const again : {0, 11, 12, 13, 199}) {
+        EXPECT_EQ(Refusal(fmt::format("{}\"key {}\":0}}", text, again)),
+                  fmt::format("$[\"key {0}\"]: the key \"key {0}\" stands here twice", again));
+    }
+}
+
+TEST(Json, KeepsWhatStandsAcrossTheBlocksThatItReadsIn)
+{
+    // Texts, numbers and what is wrong with them come to stand at every place of a block's end.
+    for (std::size_t const length : {16'370U, 16'375U, 16'380U, 16'384U, 16'390U, 40'000U}) {
+        std::string const padding(length, ' ');
+        std::string const text(length, 'x');
+        EXPECT_EQ(Rewritten("[" + padding + "\"\\ud83d\\ude00 \\u0041\",12345678901234567890,true,null,{\"" + text +
+                            "\":-0}]"),
+                  "[\"\xF0\x9F\x98\x80 A\",12345678901234567890,true,null,{\"" + text + "\":-0}]");
+        EXPECT_EQ(Refusal("[" + padding + "\"\\ud83d\"]"), "$[0]: a text holds a lone surrogate");
+        EXPECT_EQ(Refusal("[" + padding + "\"\xE2\x82\"]"), "$[0]: a text is not valid UTF-8");
+        EXPECT_EQ(Refusal("[" + padding + "1e999]"), "$[0]: the number 1e999 is beyond the range of a double");
+        EXPECT_EQ(Refusal("[\"" + text + "\",x]"),
+                  fmt::format("$[1]: not JSON: a value is missing (line 1, column {})", length + 5));
+    }
+}
+
+/// A document of whatever JSON may hold, and the same as another reader has it.
+class AnyDocument
+{
+public:
+    explicit AnyDocument(unsigned seed) : m_chance(seed) {}
+
+    std::string Value(int depth)
+    {
+        switch (Upto(depth > 6 ? 4 : 6)) {
+        case 0:
+            return "null";
+        case 1:
+            return Upto(1) == 0 ? "true" : "false";
+        case 2:
+        case 3:
+            return Number();
+        case 4:
+            return Text();
+        case 5: {
+            std::string items;
+            for (int i = Upto(depth == 0 ? 400 : 5); i > 0; --i) {
+                items += (items.empty() ? "" : ",") + Space() + Value(depth + 1) + Space();
+            }
+            return "[" + items + "]";
+        }
+        default: {
+            std::string members;
+            for (int i = Upto(depth == 0 ? 400 : 5); i > 0; --i) {
+                members += fmt::format("{}{}\"{}{}", members.empty() ? "" : ",", Space(), i, Text().substr(1)) + ":" +
+                           Value(depth + 1);
+            }
+            return "{" + members + "}";
+        }
+        }
+    }
+
+private:
+    int Upto(int greatest) { return std::uniform_int_distribution(0, greatest)(m_chance); }
+    std::string Space() { return std::string(static_cast<std::size_t>(Upto(3)), " \n\t\r"[Upto(3)]); }
+    std::string Number()
+    {
+        static constexpr char const* numbers[] = {"0", "-0", "7", "-12", "0.5", "1e3", "-2.25E-3", "123456789012"};
+        return numbers[Upto(7)];
+    }
+    std::string Text()
+    {
+        static constexpr char const* parts[] = {"a", "x5Range",  "\\n", "\\\"", "\\u00e9", "\\ud83d\\ude00",
+                                                " ", "\xC3\xA9", "/",   "\\\\", "\\/",     "\xF0\x9F\x98\x80"};
+        std::string text;
+        for (int i = Upto(Upto(40) == 0 ? 4000 : 5); i > 0; --i) {
+            text += parts[Upto(11)];
+        }
+        return '"' + text + '"';
+    }
+
+    std::mt19937 m_chance;
+};
+
+TEST(Json, ReadsWhatAnotherReaderReads)
+{
+    for (unsigned seed = 0; seed < 2000; ++seed) {
+        auto const text = AnyDocument(seed).Value(0);
+        ASSERT_EQ(nlohmann::json::parse(Rewritten(text)), nlohmann::json::parse(text)) << seed;
+    }
 }
 
 TEST(Json, BoundsNesting)

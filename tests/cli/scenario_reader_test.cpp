@@ -11,7 +11,9 @@ namespace {
 
 Scenario Read(std::string const& text)
 {
-    return ReadScenario({ParseJson(text), JsonPath()});
+    auto const document = ParseJson(text);
+    JsonPath const root;
+    return ReadScenario({document.Root(), root, {}, nullptr});
 }
 
 std::string Refusal(std::string const& text)
@@ -56,7 +58,6 @@ TEST(ScenarioReader, FillsInEveryDefault)
     EXPECT_TRUE(scenario.application.isOperator);
     EXPECT_FALSE(scenario.application.aScan);
     EXPECT_EQ(scenario.application.lightMode, 2);
-    EXPECT_TRUE(scenario.steps.empty());
 }
 
 TEST(ScenarioReader, ReadsEverythingAroundTheSteps)
@@ -126,7 +127,7 @@ TEST(ScenarioReader, ReadsEverythingAroundTheSteps)
 
 TEST(ScenarioReader, ReadsEveryStep)
 {
-    auto const scenario = Read(R"({"devices":[{},{"id":[1,78,2,1]}],"steps":[
+    auto const document = ParseJson(R"({"devices":[{},{"id":[1,78,2,1]}],"steps":[
         {"request":[["x5Range","double",50]],"expect":[{"ask":1}]}, {"request":null,"device":[1,78,2,1]},
         {"host-request":[]}, {"attributes":[]}, {"replace-attributes":[]}, {"load":[]}, {"apply":true},
         {"connected":true}, {"logger":"start"}, {"logger":"stop"},
@@ -139,26 +140,31 @@ TEST(ScenarioReader, ReadsEveryStep)
         {"click":{"page":"settings","id":28107}}, {"choose":{"page":"ocean","id":28105},"index":-1},
         {"type":{"page":"tracker","id":28140},"text":"1.5"}, {"press-return":{"page":"gates","id":28112}},
         {"look":true}, {"view-update":4,"id":[1,78,1,1]}, {"resize":[1,2]}]})");
-    ASSERT_EQ(scenario.steps.size(), 35U);
-    EXPECT_EQ(scenario.steps[0].kind, StepKind::Request);
-    EXPECT_EQ(scenario.steps[0].device, CDataId(1, 78, 1, 1));
-    EXPECT_EQ(scenario.steps[0].expect->events.size(), 1U);
-    EXPECT_FALSE(std::get<TreeArgument>(scenario.steps[1].argument).tree.has_value());
-    EXPECT_EQ(scenario.steps[1].device, CDataId(1, 78, 2, 1));
-    EXPECT_FALSE(scenario.steps[1].expect.has_value());
-    EXPECT_TRUE(std::get<LoggerArgument>(scenario.steps[8].argument).start);
-    EXPECT_EQ(std::get<TargetChangeArgument>(scenario.steps[10].argument).change->time, 3.5);
-    EXPECT_FALSE(std::get<TargetChangeArgument>(scenario.steps[11].argument).change.has_value());
-    EXPECT_EQ(std::get<BufferStatusArgument>(scenario.steps[13].argument).status, 3);
-    EXPECT_EQ(std::get<IntegerArgument>(scenario.steps[14].argument).value, -5);
-    EXPECT_TRUE(std::isnan(std::get<NumberArgument>(scenario.steps[17].argument).value));
-    auto const& call = std::get<CallArgument>(scenario.steps[19].argument);
+    JsonPath const root;
+    ScenarioSource const source{document.Root(), root, {}, nullptr};
+    std::vector<ScenarioStep> steps;
+    ForEachStep(source, ReadScenario(source),
+                [&](ScenarioStep const& step, JsonPath const&) { steps.push_back(step); });
+    ASSERT_EQ(steps.size(), 35U);
+    EXPECT_EQ(steps[0].kind, StepKind::Request);
+    EXPECT_EQ(steps[0].device, CDataId(1, 78, 1, 1));
+    EXPECT_EQ(steps[0].expect->events.size(), 1U);
+    EXPECT_FALSE(std::get<TreeArgument>(steps[1].argument).tree.has_value());
+    EXPECT_EQ(steps[1].device, CDataId(1, 78, 2, 1));
+    EXPECT_FALSE(steps[1].expect.has_value());
+    EXPECT_TRUE(std::get<LoggerArgument>(steps[8].argument).start);
+    EXPECT_EQ(std::get<TargetChangeArgument>(steps[10].argument).change->time, 3.5);
+    EXPECT_FALSE(std::get<TargetChangeArgument>(steps[11].argument).change.has_value());
+    EXPECT_EQ(std::get<BufferStatusArgument>(steps[13].argument).status, 3);
+    EXPECT_EQ(std::get<IntegerArgument>(steps[14].argument).value, -5);
+    EXPECT_TRUE(std::isnan(std::get<NumberArgument>(steps[17].argument).value));
+    auto const& call = std::get<CallArgument>(steps[19].argument);
     EXPECT_EQ(call.function, EntryPoint::DeviceCtrlInit);
     EXPECT_EQ(call.numbers, (std::array<std::uint16_t, 4>{1, 78, 1, 1}));
-    EXPECT_EQ(std::get<ViewArgument>(scenario.steps[24].argument).size, std::pair(300, 200));
-    EXPECT_EQ(std::get<SliderArgument>(scenario.steps[27].argument).position, -3);
-    EXPECT_EQ(std::get<TypeArgument>(scenario.steps[30].argument).text, CString(L"1.5"));
-    EXPECT_EQ(scenario.steps[34].kind, StepKind::Resize);
+    EXPECT_EQ(std::get<ViewArgument>(steps[24].argument).size, std::pair(300, 200));
+    EXPECT_EQ(std::get<SliderArgument>(steps[27].argument).position, -3);
+    EXPECT_EQ(std::get<TypeArgument>(steps[30].argument).text, CString(L"1.5"));
+    EXPECT_EQ(steps[34].kind, StepKind::Resize);
 }
 
 TEST(ScenarioReader, SaysWhereAScenarioIsWrong)

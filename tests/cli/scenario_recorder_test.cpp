@@ -17,7 +17,13 @@ class RecorderTest : public testing::Test
 protected:
     RecorderTest() { recorder.SetFirstDevice(first); }
 
-    std::string Taken() { return WriteJson(JsonValue::Array(recorder.TakeEvents())); }
+    std::string Taken() { return Written(recorder.TakeEvents()); }
+    static std::string Written(std::vector<ScenarioEvent> const& events)
+    {
+        std::string json;
+        AppendEvents(json, events);
+        return json;
+    }
 
     Recorder recorder;
 };
@@ -111,7 +117,7 @@ TEST_F(RecorderTest, KeepsOtherThreadsApart)
     }).join();
     EXPECT_GE(recorder.LastEvent(before), before);
     EXPECT_EQ(Taken(), R"([{"ask":1,"device":0,"enumerator":-1}])");
-    EXPECT_EQ(WriteJson(JsonValue::Array(recorder.TakeEventsOfThreads())),
+    EXPECT_EQ(Written(recorder.TakeEventsOfThreads()),
               R"([{"ask":2,"device":0,"enumerator":-1},{"ask":3,"device":0,"enumerator":-1}])");
 }
 

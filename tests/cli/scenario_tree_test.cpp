@@ -1,6 +1,6 @@
 // Attribute trees as JSON and back.
-#include "json/tree_json.h"
 #include "json/json_parser.h"
+#include "json/tree_json.h"
 
 #include <VordalAttributesR/CVordalType.h>
 
@@ -14,7 +14,7 @@ namespace {
 
 CAttributeMap Read(std::string const& text)
 {
-    return ReadTree(ParseJson(text), JsonPath());
+    return ReadTree(ParseJson(text).Root(), JsonPath());
 }
 
 std::string Rewritten(std::string const& text)

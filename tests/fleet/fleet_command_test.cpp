@@ -102,6 +102,22 @@ TEST_F(FleetCommand, ListsVesselsAndSonars)
     EXPECT_LT(lines[1]["age"], 60.0);
 }
 
+TEST_F(FleetCommand, AListAsksNoVesselToTellEverythingAnew)
+{
+    vessel.SetLink("Bow", authority::SonarLink::Lost, "the cable is out");
+    vessel.TakeAboard("Bow");
+    ASSERT_EQ(Run({"get", "vessel/Bow", rangeKey}).code, 0); // it is at the broker, and was asked for all
+    auto const births = vessel.Births();
+    EXPECT_GE(births, 2U);
+    auto const text = Run({"list"}, "watcher");
+    EXPECT_EQ(text.code, 0) << text.err;
+    EXPECT_THAT(text.out, HasSubstr("old, lost; aboard commands\n"));
+    EXPECT_EQ(vessel.Births(), births);
+    // Of one that is told it is asked for.
+    EXPECT_THAT(Run({"list", "vessel/Bow"}).out, HasSubstr("old, lost; aboard commands\n"));
+    EXPECT_GT(vessel.Births(), births);
+}
+
 TEST_F(FleetCommand, GetsValuesAsOfAnyOtherSonar)
 {
     auto const text = Run({"get", "vessel/Bow", rangeKey});

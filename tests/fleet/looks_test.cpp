@@ -52,5 +52,31 @@ TEST(FleetLooks, TellTheRoundTripOfTheNewestAnswer)
     EXPECT_EQ(looks.Of(lookedAt)->took, 800ms);
 }
 
+TEST(FleetLooks, TellHowManyPingsArriveAndThatTheyHaveEnded)
+{
+    Looks looks;
+    Looks::Time const now{1h};
+    looks.NotePing(lookedAt, now);
+    EXPECT_FALSE(looks.PingsOf(lookedAt, now)) << "nobody looks";
+    looks.Begin(lookedAt, true);
+    EXPECT_FALSE(looks.PingsOf(lookedAt, now));
+    looks.NotePing(lookedAt, now);
+    EXPECT_EQ(looks.PingsOf(lookedAt, now).value().rate, 0.0) << "one is no rate";
+    looks.NotePing(lookedAt, now + 250ms);
+    looks.NotePing(lookedAt, now + 500ms);
+    EXPECT_EQ(looks.PingsOf(lookedAt, now + 600ms).value().rate, 4.0);
+    EXPECT_EQ(looks.PingsOf(lookedAt, now + 600ms).value().newest, now + 500ms);
+    EXPECT_EQ(looks.PingsOf(lookedAt, now + 5100ms).value().rate, 4.0);
+    EXPECT_EQ(looks.PingsOf(lookedAt, now + 5600ms).value().rate, 0.0) << "they have ended";
+    EXPECT_EQ(looks.PingsOf(lookedAt, now + 5600ms).value().newest, now + 500ms);
+    // A slower line: those of before count no longer.
+    for (int i = 0; i <= 10; ++i) {
+        looks.NotePing(lookedAt, now + 10s + i * 1s);
+    }
+    EXPECT_EQ(looks.PingsOf(lookedAt, now + 20s).value().rate, 1.0);
+    looks.Begin(lookedAt, false);
+    EXPECT_FALSE(looks.PingsOf(lookedAt, now + 20s)) << "they are not wanted any more";
+}
+
 } // namespace
 } // namespace qx5::fleet

@@ -85,6 +85,11 @@ void SmallVessel::Run()
             if (ticks % 10 == 0 && !m_isHushed) {
                 node.SetNode(TreeOf(m_clock.Now()));
             }
+            if (ticks % 200 == 0 && !m_isHushed) {
+                for (auto const& [name, sonar] : m_sonars) {
+                    node.TellReservedAgain(name);
+                }
+            }
             node.Tick();
         });
         std::this_thread::sleep_for(5ms);
@@ -185,10 +190,14 @@ void SmallVessel::OnMessage(std::string_view text, std::string_view payload)
     } else if (topic->subject == ShoreSubject::Lease) {
         OnLeaseAsked(*topic, authority::DecodeLease(payload, error).value());
     } else if (topic->subject == ShoreSubject::Look) {
-        auto const look = authority::DecodeLook(payload, error).value();
+        auto look = authority::DecodeLook(payload, error).value();
         {
             std::lock_guard const lock(m_mutex);
             m_sonars[topic->sonar].areDetectionsWanted = look.wantsDetections;
+            if (look.wantsFacts) {
+                auto const& sonar = m_sonars[topic->sonar];
+                look.facts = {m_leases.Of(IdOf(topic->sonar)), sonar.link, sonar.linkReason};
+            }
         }
         Reply(*topic, look);
     } else if (topic->subject == ShoreSubject::Acknowledgement) {

@@ -52,6 +52,12 @@ public:
     /// How many requests were done, and how many arrived, repetitions included.
     int Done() const { return m_done; }
     int Arrived() const { return m_arrived; }
+    /// How often it or a sonar of it told all that it has.
+    std::uint64_t Births() const
+    {
+        std::lock_guard const lock(m_mutex);
+        return m_node.Counts().births;
+    }
     /// Up to where the outbox of that identity was acknowledged, by whom.
     std::map<std::string, std::pair<std::string, std::uint64_t>> Acknowledged() const;
     /// Whether somebody who looks at the sonar wanted detections last.

@@ -3,6 +3,7 @@
 
 #include "reference_host/store/project_store.h"
 #include "tests/cli/child_process.h"
+#include "tests/support/peak_memory.h"
 #include "tests/support/temporary_folder.h"
 
 #include <VordalAttributesR/CVordalType.h>
@@ -24,6 +25,7 @@
 namespace qx5::test {
 namespace {
 
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 
 CDataId const bowId(1, 78, 1, 1);
@@ -237,6 +239,57 @@ TEST_F(ServeTest, GoesOnWhenTheBrokerIsKilled)
     EXPECT_EQ(Set(*shore, 60.0).outcome, "agrees");
     vessel.Signal(SIGINT);
     EXPECT_EQ(vessel.WaitForEnd(), 0);
+}
+
+TEST_F(ServeTest, DoesNotNoticeAPayloadOf100MegabytesThatTheBrokerKeepsBack)
+{
+    ASSERT_STRNE(MOSQUITTO_PUB, "") << "this test needs the package mosquitto-clients";
+    ChildProcess vessel(Command());
+    ASSERT_TRUE(vessel.WaitForOutput("connected to")) << vessel.Errors();
+    auto const shore = Arrive();
+    auto const files = broker.Files("operator");
+    auto const ofOperator = [&](std::vector<std::string> command) {
+        for (std::string const& word :
+             {std::string("--broker"), broker.Secure().Text(), std::string("--ca"), files.authority.string(),
+              std::string("--cert"), files.certificate.string(), std::string("--key"), files.key.string(),
+              std::string("--group"), std::string("north")}) {
+            command.push_back(word);
+        }
+        return command;
+    };
+    auto const rangeText = protocol::EncodeUtf8(range);
+    ChildProcess watching(ofOperator({QX5_PROGRAM, "fleet", "watch", "Vega/Bow", rangeText}));
+    ASSERT_TRUE(watching.WaitForOutput(rangeText)) << watching.Errors();
+
+    auto const file = folder / "large";
+    std::ofstream(file, std::ios::binary) << std::string(100'000'000, 'x');
+    auto const vesselBefore = PeakMiBOf(vessel.Id());
+    auto const shoreBefore = PeakMiBOf(watching.Id());
+    // To the vessel, as each thing that it is told of; to the shore likewise.
+    auto seen = broker.Log().size();
+    for (char const* const topic :
+         {"qx5/north/Vega/Bow/request/operator", "spBv1.0/north/DCMD/Vega/Bow", "qx5/north/Vega/Bow/result/operator",
+          "spBv1.0/north/DDATA/Vega/Bow", "qx5/north/Vega/history"}) {
+        auto const published =
+            RunToEnd({MOSQUITTO_PUB, "-V", "5", "-h", broker.Secure().host, "-p", std::to_string(broker.Secure().port),
+                      "--cafile", files.authority.string(), "--cert", files.certificate.string(), "--key",
+                      files.key.string(), "-q", "1", "-t", topic, "-f", file.string()});
+        ASSERT_EQ(published.code, 0) << published.err;
+        // It told so at once, in a line for each whom it kept it from.
+        auto const log = broker.Log();
+        auto const kept = log.find("Dropping too large outgoing PUBLISH", seen);
+        EXPECT_NE(kept, std::string::npos) << topic;
+        seen = log.size();
+    }
+
+    // The same connections go on, with the sonar.
+    EXPECT_EQ(shore->TakeLease("Bow").answer, authority::LeaseReplyKind::Granted);
+    EXPECT_EQ(Set(*shore, 60.0).outcome, "agrees");
+    EXPECT_TRUE(watching.WaitForOutput("60")) << watching.Output();
+    EXPECT_LT(PeakMiBOf(vessel.Id()), vesselBefore + 32);
+    EXPECT_LT(PeakMiBOf(watching.Id()), shoreBefore + 32);
+    EXPECT_THAT(vessel.Errors(), ::testing::Not(AnyOf(HasSubstr("qx5: "), HasSubstr("[warning]"))));
+    EXPECT_EQ(watching.Errors(), "");
 }
 
 TEST_F(ServeTest, SaysInOneLineWhatIsWrongWithTheLine)

@@ -17,7 +17,7 @@ namespace {
 
 CAttributeMap Tree(Json const& tree)
 {
-    return ReadTree(ParseJson(tree.dump()), JsonPath());
+    return ReadTree(ParseJson(tree.dump()).Root(), JsonPath());
 }
 
 } // namespace
