@@ -1,11 +1,9 @@
 // Tests of one group by itself: whose silence counts as a loss, how long it pauses, when its thread lives and ends.
 #include "fleet.h"
-#include "sequencing/group_ports.h"
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalDataBlocksR/BaseIOHandler.h>
 #include <reference_host/common/host_observer.h>
-#include <reference_host/core/port.h>
 
 #include <gtest/gtest.h>
 
@@ -13,8 +11,6 @@
 #include <atomic>
 #include <filesystem>
 #include <future>
-#include <map>
-#include <random>
 #include <stdexcept>
 #include <utility>
 
@@ -114,74 +110,20 @@ TEST(TimeOut, IsOnForTheSonarThatPingsAndOffForThoseThatWait)
     EXPECT_EQ(fleet.arrivals.Pings(), "A");
     fleet.Data(0);
     ASSERT_TRUE(fleet.arrivals.WaitForPings(2));
-    // B's turn: of each port what its last member says. That of A and B is B, on.
+    // B's turn: for each member in order, those of its port. The port's last word for A and B is that of B, on.
     EXPECT_EQ(timeOuts.Told(), "A+B+"
-                               "A+B+C-D-");
+                               "A-B-A+B+C-D-");
     fleet.Data(1);
     ASSERT_TRUE(fleet.arrivals.WaitForPings(3));
     EXPECT_EQ(timeOuts.Told(), "A+B+"
-                               "A+B+C-D-"
-                               "A-B-C+D+");
+                               "A-B-A+B+C-D-"
+                               "A-B-A-B-C+D+");
     EXPECT_EQ(fleet.arrivals.Pings(), "ABC");
     fleet.Info().Exit();
     for (BaseDevice* const device : devices) {
         fleet.host.SetPort(*device, nullptr);
     }
     fleet.host.SetObserver(nullptr);
-}
-
-/// What a plain walk leaves behind: for each member in order, all that are on its port.
-std::map<BaseDevice*, bool> PlainWalk(std::vector<BaseDevice*> const& members, BaseDevice const* active)
-{
-    std::map<BaseDevice*, bool> disabled;
-    for (BaseDevice* const member : members) {
-        auto const* const port = member->GetPortPtr();
-        for (int i = 0; port != nullptr && i < port->GetDeviceCount(); ++i) {
-            disabled[port->GetDevice(i)] = member != active;
-        }
-    }
-    return disabled;
-}
-
-TEST(TimeOut, EachPortOnceLeavesWhatAWalkOverAllMembersLeaves)
-{
-    std::mt19937 random(20250317);
-    auto const below = [&](std::size_t end) { return std::uniform_int_distribution<std::size_t>(0, end - 1)(random); };
-    for (int round = 0; round < 300; ++round) {
-        ScriptedFleet fleet(std::vector<SonarSetup>(1 + below(12)));
-        auto const devices = fleet.host.Devices();
-        std::vector<std::unique_ptr<vordal::PlainPort>> ports;
-        for (std::size_t i = 0, count = 1 + below(5); i < count; ++i) {
-            ports.push_back(std::make_unique<vordal::PlainPort>());
-        }
-        std::vector<BaseDevice*> members;
-        for (Device* const device : devices) {
-            if (below(4) != 0) {
-                members.push_back(device);
-            }
-        }
-        std::shuffle(members.begin(), members.end(), random);
-        GroupPorts groupPorts(members);
-        for (int change = 0; change < 8; ++change) {
-            for (std::size_t i = 0, count = below(devices.size() + 1); i < count; ++i) {
-                auto const port = below(ports.size() + 1);
-                fleet.host.SetPort(*devices[below(devices.size())], port < ports.size() ? ports[port].get() : nullptr);
-            }
-            groupPorts.LookAgain();
-            for (BaseDevice const* const active : members) {
-                std::map<BaseDevice*, bool> disabled;
-                for (GroupPorts::LastWord const& each : groupPorts.All()) {
-                    for (int i = 0; i < each.port->GetDeviceCount(); ++i) {
-                        EXPECT_TRUE(disabled.emplace(each.port->GetDevice(i), each.sonar != active).second) << "once";
-                    }
-                }
-                ASSERT_EQ(disabled, PlainWalk(members, active));
-            }
-        }
-        for (Device* const device : devices) {
-            fleet.host.SetPort(*device, nullptr);
-        }
-    }
 }
 
 TEST(TimeOut, OfASonarWithoutAPortIsLeftAlone)

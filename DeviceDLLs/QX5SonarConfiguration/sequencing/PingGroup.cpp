@@ -2,7 +2,6 @@
 #include "PingGroup.h"
 
 #include "../platform/timer_slack.h"
-#include "group_ports.h"
 
 #include <VordalDataBlocksR/BaseDevice.h>
 #include <VordalDataBlocksR/BaseIOHandler.h>
@@ -28,25 +27,28 @@ bool HasMainWindow()
     return CVordalBaseApp::Instance() != nullptr;
 }
 
-/// Calls `visit` with each device on the port.
+/// Calls `visit` with each device that shares the port of `device`.
 template <typename Visit>
-void ForEachOnPort(BaseIOHandler const& port, Visit visit)
+void ForEachOnPort(BaseDevice const& device, Visit visit)
 {
-    int const count = port.GetDeviceCount();
+    BaseIOHandler* const port = device.GetPortPtr();
+    if (port == nullptr) {
+        return;
+    }
+    int const count = port->GetDeviceCount();
     for (int index = 0; index < count; ++index) {
-        if (auto* const attached = dynamic_cast<Device*>(port.GetDevice(index)); attached != nullptr) {
+        if (auto* const attached = dynamic_cast<Device*>(port->GetDevice(index)); attached != nullptr) {
             visit(*attached);
         }
     }
 }
 
-void Ping(PingMember const& member, qx5::GroupPorts& ports)
+void Ping(PingMember const& member, std::vector<BaseDevice*> const& devices)
 {
     // The sonars that wait for their turn are silent, and must not count as lost for it.
-    ports.LookAgain();
-    for (qx5::GroupPorts::LastWord const& each : ports.All()) {
-        bool const isActive = each.sonar == member.device;
-        ForEachOnPort(*each.port, [isActive](Device& attached) { attached.DisableTimeOut(!isActive); });
+    for (BaseDevice const* const device : devices) {
+        bool const isActive = device == member.device;
+        ForEachOnPort(*device, [isActive](Device& attached) { attached.DisableTimeOut(!isActive); });
     }
     member.device->SendMessageW(member.pingRecord, false);
 }
@@ -54,13 +56,12 @@ void Ping(PingMember const& member, qx5::GroupPorts& ports)
 /// Reads what the next ping will read, without any effect. After a long pause that is no longer in the processor's
 /// caches, and loading it takes longer than the system takes to wake the thread: after 160 ms a ping is as late as 0.55
 /// bare sleeps with it, 1.3 without; the latest of a hundred 1 and 2.
-void Rehearse(qx5::GroupPorts& ports)
+void Rehearse(std::vector<BaseDevice*> const& devices)
 {
     // Volatile, so that the walk is made though nobody asks for the number.
     int volatile seen = HasMainWindow() ? 1 : 0;
-    ports.LookAgain();
-    for (qx5::GroupPorts::LastWord const& each : ports.All()) {
-        ForEachOnPort(*each.port, [&seen](Device&) { seen = seen + 1; });
+    for (BaseDevice const* const device : devices) {
+        ForEachOnPort(*device, [&seen](Device&) { seen = seen + 1; });
     }
 }
 
@@ -273,7 +274,7 @@ void PingGroup::Run()
 void PingGroup::TakeTurns(Lock& lock)
 {
     // Devices and records of the members never change, and members stay where they are.
-    qx5::GroupPorts ports;
+    std::vector<BaseDevice*> devices;
     for (;;) {
         bool anyPinged = false;
         for (PingMember const& member : m_members) {
@@ -288,18 +289,17 @@ void PingGroup::TakeTurns(Lock& lock)
             }
             anyPinged = true;
             m_awaited = &member;
-            if (ports.SonarCount() != m_members.size()) {
-                std::vector<BaseDevice*> sonars;
+            if (devices.size() != m_members.size()) {
+                devices.clear();
                 for (PingMember const& each : m_members) {
-                    sonars.push_back(each.device);
+                    devices.push_back(each.device);
                 }
-                ports = qx5::GroupPorts(std::move(sonars));
             }
             lock.unlock();
-            Ping(member, ports);
+            Ping(member, devices);
             auto const pinged = Clock::now();
             lock.lock();
-            AwaitAndPause(lock, pinged, ports);
+            AwaitAndPause(lock, pinged, devices);
         }
         if (!anyPinged) {
             // Whoever takes the last sonar out of the turn stops the thread at once. One that was passed
@@ -313,25 +313,25 @@ void PingGroup::TakeTurns(Lock& lock)
     }
 }
 
-void PingGroup::AwaitAndPause(Lock& lock, Clock::time_point pinged, qx5::GroupPorts& ports)
+void PingGroup::AwaitAndPause(Lock& lock, Clock::time_point pinged, std::vector<BaseDevice*> const& devices)
 {
     m_wake.wait(lock, [this] { return m_wakeSignalled; });
     m_wakeSignalled = false;
     if (m_waitMilliseconds != 0) {
         // A signal that comes during the pause stays set, for the next sonar.
-        PauseUntil(lock, std::max(m_waitFrom, pinged) + std::chrono::milliseconds(m_waitMilliseconds), ports);
+        PauseUntil(lock, std::max(m_waitFrom, pinged) + std::chrono::milliseconds(m_waitMilliseconds), devices);
     }
     m_awaited = nullptr;
 }
 
-void PingGroup::PauseUntil(Lock& lock, Clock::time_point deadline, qx5::GroupPorts& ports)
+void PingGroup::PauseUntil(Lock& lock, Clock::time_point deadline, std::vector<BaseDevice*> const& devices)
 {
     auto const isStopped = [this] { return m_stopRequested != 0; };
     if (m_wake.wait_until(lock, deadline - rehearsalAhead, isStopped)) {
         return;
     }
     lock.unlock();
-    Rehearse(ports);
+    Rehearse(devices);
     lock.lock();
     m_wake.wait_until(lock, deadline, isStopped);
 }

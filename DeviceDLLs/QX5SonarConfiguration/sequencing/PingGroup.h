@@ -17,8 +17,6 @@ class BaseDevice;
 
 namespace qx5 {
 
-class GroupPorts;
-
 /// The pause after a sonar's settings data: the two-way travel time of its range (m) at a sound speed (m/s), times the
 /// overhead in percent, rounded to whole milliseconds. What does not fit becomes the nearer end; no number is 0.
 std::uint32_t PauseMilliseconds(double range, double soundSpeed, double overheadPercent);
@@ -88,8 +86,8 @@ private:
     void ResetTurn();
     void Run();
     void TakeTurns(Lock& lock);
-    void AwaitAndPause(Lock& lock, Clock::time_point pinged, qx5::GroupPorts& ports);
-    void PauseUntil(Lock& lock, Clock::time_point deadline, qx5::GroupPorts& ports);
+    void AwaitAndPause(Lock& lock, Clock::time_point pinged, std::vector<BaseDevice*> const& devices);
+    void PauseUntil(Lock& lock, Clock::time_point deadline, std::vector<BaseDevice*> const& devices);
     bool IsAwaited(CDataId const& dataId) const { return m_awaited != nullptr && m_awaited->dataId == dataId; }
     bool HasMember(CDataId const& dataId) const;
 
