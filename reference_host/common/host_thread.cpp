@@ -4,6 +4,7 @@
 #include "reference_host/common/failure.h"
 #include "reference_host/common/log.h"
 #include "reference_host/common/send_gathering.h"
+#include "reference_host/platform/short_turns.h"
 
 #include <cstdlib>
 #include <utility>
@@ -43,7 +44,7 @@ bool HostThread::Post(Task&& task)
     return true;
 }
 
-bool HostThread::PostTo(HostLane& lane, std::size_t weight, Task&& task)
+bool HostThread::PostTo(TaskLane& lane, std::size_t weight, Task&& task)
 {
     std::unique_lock lock(m_mutex);
     if (m_stopping) {
@@ -65,9 +66,10 @@ void HostThread::WakeLocked(std::unique_lock<std::mutex>& lock)
     }
 }
 
-void HostThread::RunLane(HostLane& lane)
+void HostThread::RunLane(TaskLane& lane)
 {
-    for (Task task;;) {
+    for (;;) {
+        Task task; // what it owns goes without the lock
         {
             std::lock_guard const lock(m_mutex);
             if (!m_lanes.TakeFrom(lane, task)) {
@@ -79,9 +81,9 @@ void HostThread::RunLane(HostLane& lane)
     }
 }
 
-void HostThread::EmptyLane(HostLane& lane)
+void HostThread::EmptyLane(TaskLane& lane)
 {
-    std::deque<HostLane::Waiting> dropped; // what the tasks own goes without the lock
+    std::list<TaskLane::Waiting> dropped; // what the tasks own goes without the lock
     std::lock_guard const lock(m_mutex);
     dropped = m_lanes.Empty(lane);
     NoteLaneWeightLocked();
@@ -111,6 +113,7 @@ bool HostThread::Stop(std::chrono::milliseconds limit)
 
 void HostThread::Run()
 {
+    platform::TakeShortTurns();
     std::vector<Queued> tasks;
     std::unique_lock lock(m_mutex);
     while (true) {
@@ -132,8 +135,10 @@ void HostThread::Run()
             RunAll(tasks);
             lock.lock();
         }
-        // One at a time: whoever posts a task meanwhile waits for no more.
-        if (!m_lanes.IsEmpty() && !isDropping) {
+        // One at a time: whoever posts a task meanwhile waits for no more. Where little waits in the lanes, what was
+        // posted meanwhile may have been so before that, and comes first with all that is older.
+        bool const isLanesTurn = m_tasks.empty() || m_lanes.Weight() > GreatestInOrder;
+        if (!m_lanes.IsEmpty() && isLanesTurn && !isDropping) {
             auto next = m_lanes.Take();
             NoteLaneWeightLocked();
             lock.unlock();

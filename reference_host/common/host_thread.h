@@ -1,7 +1,7 @@
 // The thread on which a live host delivers requests and notifications, one after the other.
 #pragma once
 
-#include "reference_host/common/host_lanes.h"
+#include "reference_host/common/task_lanes.h"
 #include "reference_host/common/host_task.h"
 #include "reference_host/platform/wake_signal.h"
 
@@ -21,9 +21,10 @@ namespace vordal {
 /// Runs tasks in the order in which they were posted. Any thread may post. While several tasks wait, the frames that
 /// they send may be gathered (see SendGathering).
 ///
-/// What comes from outside has a lane for each source. As long as little waits in the lanes all keeps its order, lanes
-/// or not. When more than GreatestInOrder does, because sources bring more than this thread takes, tasks without a lane
-/// go before all of it, and the lanes take turns: neither a request nor a quiet source waits for those that flood.
+/// What comes from outside has a lane for each source, and the lanes take turns. As long as little waits in them a task
+/// without a lane runs behind all that was posted before it and before all that was posted behind it, in lanes or not.
+/// When more than GreatestInOrder does, because sources bring more than this thread takes, such tasks go before all of
+/// it: neither a request nor a quiet source waits for those that flood.
 class VORDAL_API HostThread
 {
 public:
@@ -37,11 +38,11 @@ public:
     /// False once Stop has been called; the task is dropped. An exception that leaves the task is logged.
     bool Post(Task&& task);
     /// The same in a lane; `weight` is about the bytes of memory that the task takes, 1 at least.
-    bool PostTo(HostLane& lane, std::size_t weight, Task&& task);
+    bool PostTo(TaskLane& lane, std::size_t weight, Task&& task);
     /// Runs what waits in the lane now, before anything else. Host thread.
-    void RunLane(HostLane& lane);
+    void RunLane(TaskLane& lane);
     /// Drops what waits in the lane.
-    void EmptyLane(HostLane& lane);
+    void EmptyLane(TaskLane& lane);
     /// Of all that waits in lanes. Any thread.
     std::size_t LaneWeight() const { return m_laneWeight.load(std::memory_order_relaxed); }
     bool IsThisThread() const { return std::this_thread::get_id() == m_id; }
@@ -70,7 +71,7 @@ private:
 
     std::mutex m_mutex;
     std::vector<Queued> m_tasks;
-    HostLanes m_lanes;
+    TaskLanes m_lanes;
     /// Of what waits in them; not 0 while something does. Changed under the lock.
     std::atomic<std::size_t> m_laneWeight{0};
     std::atomic<bool> m_dropRest{false};

@@ -55,7 +55,7 @@ bool HostThreads::Post(HostTask task)
     return m_state.thread != nullptr && m_state.thread->Post(std::move(task));
 }
 
-bool HostThreads::PostTo(HostLane& lane, std::size_t weight, HostTask task)
+bool HostThreads::PostTo(TaskLane& lane, std::size_t weight, HostTask task)
 {
     if (m_state.threading == Threading::Inline) {
         task();
@@ -64,7 +64,7 @@ bool HostThreads::PostTo(HostLane& lane, std::size_t weight, HostTask task)
     return m_state.thread != nullptr && m_state.thread->PostTo(lane, weight, std::move(task));
 }
 
-void HostThreads::RunLane(HostLane& lane)
+void HostThreads::RunLane(TaskLane& lane)
 {
     if (m_state.thread != nullptr && m_state.thread->IsThisThread()) {
         m_state.thread->RunLane(lane);
@@ -73,7 +73,7 @@ void HostThreads::RunLane(HostLane& lane)
     }
 }
 
-void HostThreads::EmptyLane(HostLane& lane)
+void HostThreads::EmptyLane(TaskLane& lane)
 {
     if (m_state.thread != nullptr) {
         m_state.thread->EmptyLane(lane);

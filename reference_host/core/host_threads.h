@@ -3,7 +3,6 @@
 
 #include <VordalBaseR/Export.h>
 
-#include "reference_host/common/host_lanes.h"
 #include "reference_host/common/host_task.h"
 
 #include <chrono>
@@ -13,6 +12,7 @@
 namespace vordal {
 
 struct HostState;
+class TaskLane;
 
 /// Where requests and notifications run.
 enum class Threading
@@ -37,12 +37,12 @@ public:
     /// The same in a lane, for what comes from outside; `weight` is about the bytes of memory that the task takes, 1 at
     /// least. While little waits in the lanes the order is that of posting, lanes or not; while much does, other tasks
     /// go first, and the lanes take turns.
-    bool PostTo(HostLane& lane, std::size_t weight, HostTask task);
+    bool PostTo(TaskLane& lane, std::size_t weight, HostTask task);
     /// Runs what waits in the lane, before anything else. Host thread, or once the host has stopped: then it is
     /// dropped.
-    void RunLane(HostLane& lane);
+    void RunLane(TaskLane& lane);
     /// Drops what waits in the lane, which may go then. Any thread.
-    void EmptyLane(HostLane& lane);
+    void EmptyLane(TaskLane& lane);
     /// Of all that waits in lanes. Any thread.
     std::size_t LaneWeight() const;
     /// Runs the task on the host thread and waits for it; at once when this is that thread. An exception that leaves

@@ -20,6 +20,7 @@ namespace {
 constexpr std::size_t GreatestUndeliveredPieces = 256;
 constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
 constexpr std::size_t GreatestUndeliveredOfAllPorts = std::size_t{32} << 20;
+constexpr std::size_t AlwaysUndeliveredBytes = std::size_t{64} << 10;
 constexpr std::size_t GreatestUndeliveredStatuses = 64;
 
 } // namespace
@@ -178,11 +179,12 @@ void LivePort::OnLinkReport(std::string_view line)
 
 // Pausing and resuming stay under the lock, so that their order is that of the counts; neither reaches back to here.
 
-/// Whoever floods gets as much as is free, so that N of them leave room for one more of their size.
+/// Whoever floods gets as much as is free, so that N of them leave room for one more of their size. Who does not has
+/// some room also while nothing is free.
 std::size_t LivePort::GreatestBytesNow() const
 {
     auto const all = std::min(m_host.LaneWeight(), GreatestUndeliveredOfAllPorts);
-    return std::min(GreatestUndeliveredBytes, GreatestUndeliveredOfAllPorts - all);
+    return std::clamp(GreatestUndeliveredOfAllPorts - all, AlwaysUndeliveredBytes, GreatestUndeliveredBytes);
 }
 
 void LivePort::CountUndelivered(std::size_t bytes)

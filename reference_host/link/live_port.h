@@ -2,7 +2,7 @@
 // waits for them.
 #pragma once
 
-#include "reference_host/common/host_lanes.h"
+#include "reference_host/common/task_lanes.h"
 #include "reference_host/core/port.h"
 #include "sonar_link.h"
 
@@ -28,10 +28,10 @@ class Host;
 /// one that comes later hears of the connection at its next change.
 ///
 /// When the host thread falls behind by more than 256 pieces of what arrived, 8 MiB of memory that they take, or as
-/// much of 32 MiB as the pieces of all ports of the host leave, reading pauses until it has caught up by half, so that
-/// the other side waits and memory does not grow. A port whose sonar tells little thus never pauses for others that
-/// flood, and its pieces take their turn between theirs. Of a connection that comes and goes meanwhile the devices hear
-/// that it was lost, and how it stands at last.
+/// much of 32 MiB as the pieces of all ports of the host leave (64 KiB at least), reading pauses until it has caught up
+/// by half, so that the other side waits and memory does not grow. A port whose sonar tells little thus never pauses
+/// for others that flood, and its pieces take their turn between theirs. Of a connection that comes and goes meanwhile
+/// the devices hear that it was lost, and how it stands at last.
 ///
 /// Needs a threaded host. Make it after the host and the link thread; destroy it on the host thread, or once the host
 /// has stopped, with no device attached to it any more.
@@ -104,7 +104,7 @@ private:
     BaseIOHandler& m_handler;
     AttachedDevices& m_devices;
     std::function<void(LinkStatus const&)> m_statusListener;
-    HostLane m_lane;                 ///< on the way to the host thread
+    TaskLane m_lane;                 ///< on the way to the host thread
     bool m_devicesConnected = false; ///< host thread alone
 
     std::mutex m_undeliveredMutex;

@@ -54,7 +54,7 @@ public:
     virtual void OnLinkStatus(LinkStatus const& status) = 0;
     /// One complete, checked frame; its bytes are valid during the call. `time` is host time in seconds.
     virtual void OnLinkFrame(qx5::protocol::FrameView const& frame, double time) = 0;
-    /// Of a link without frames, in place of the above: bytes as they came, 1 to 16,384, valid during the call.
+    /// Of a link without frames, in place of the above: bytes as they came, 1 to 65,536, valid during the call.
     virtual void OnLinkBytes(std::span<unsigned char const>, double) {}
     /// One line worth keeping in the log, such as the first garbage of a connection, or what a connection took with it
     /// when it was lost: records that were sent and that the sonar's system did not acknowledge.
@@ -166,7 +166,7 @@ public:
     std::size_t GetQueuedBytes() const;
 
     /// Stops and resumes reading, for a listener that cannot keep up: what the sonar sends then waits in the system's
-    /// buffers and at last in the sonar. At most one read's worth of frames (16 KiB) still arrives after a pause. A
+    /// buffers and at last in the sonar. At most one read's worth of frames (64 KiB) still arrives after a pause. A
     /// lost connection is noticed by sending only while reading is paused. Any thread.
     void SetReadingPaused(bool paused);
 

@@ -502,6 +502,45 @@ TEST_F(ConnectedLink, OneFrameBeyondTheQueueStillLeavesWhole)
     EXPECT_EQ(peer.Received(), frame);
 }
 
+TEST_F(ConnectedLink, ThatIsQuietDoesNotWaitForAllOfOneThatFloods)
+{
+    Peer quietPeer;
+    std::promise<void> begun;
+    std::promise<void> letGo;
+    std::atomic<int> told{0};
+    listener.onFrame = [&] {
+        if (told.fetch_add(1) == 0) {
+            begun.set_value();
+            letGo.get_future().wait();
+        }
+    };
+    Connect();
+    SonarLink quiet(thread, OptionsFor(quietPeer.Port()), listener);
+    quiet.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected, 2));
+    ASSERT_TRUE(quietPeer.WaitForConnections(1));
+    // All in one read: the first is held until the quiet one has told something.
+    Bytes flood;
+    for (std::uint32_t i = 0; i < 8; ++i) {
+        auto const frame = Numbered(i, 1900);
+        flood.insert(flood.end(), frame.begin(), frame.end());
+    }
+    peer.Write(flood);
+    begun.get_future().wait();
+    quietPeer.Write(Numbered(100, 100));
+    letGo.set_value();
+    ASSERT_TRUE(listener.WaitForFrames(9));
+    std::vector<std::uint32_t> order;
+    for (auto const& frame : listener.Frames()) {
+        order.push_back(U32At(frame, 64));
+    }
+    auto const at = std::find(order.begin(), order.end(), 100U);
+    // Frames are taken by 2 KiB, here two at a time.
+    EXPECT_LE(at - order.begin(), 4);
+    std::erase(order, 100U);
+    EXPECT_EQ(order, (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5, 6, 7})) << "each keeps its order";
+}
+
 TEST_F(ConnectedLink, LongFramesWaitInOrderWithoutACopyAsLongAsThereIsRoomForThem)
 {
     peer.SetReading(false);

@@ -1,6 +1,7 @@
-// Tests of the lanes of the host thread: against a plain model, and of what goes first on the thread.
-#include <reference_host/common/host_lanes.h>
+// Tests of lanes: against a plain model, and of what goes first on the host thread.
 #include <reference_host/common/host_thread.h>
+#include <reference_host/common/task_lanes.h>
+#include <reference_host/platform/short_turns.h>
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,12 @@
 #include <mutex>
 #include <optional>
 #include <random>
+#include <thread>
 #include <vector>
+
+#include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace vordal::test {
 namespace {
@@ -29,22 +35,24 @@ public:
     {
         if (m_lanes[lane].waiting.empty()) {
             m_lanes[lane].credit = 16384;
-            m_turns.push_back(lane);
+            (m_ended >= m_lanes[lane].quietFrom ? m_quiet : m_others).push_back(lane);
         }
         m_lanes[lane].waiting.push_back({weight, m_count++});
     }
     std::uint64_t Take()
     {
         for (;;) {
-            auto const lane = m_turns.front();
+            auto& line = m_quiet.empty() ? m_others : m_quiet;
+            auto const lane = line.front();
             auto const cost = std::min<std::size_t>(m_lanes[lane].waiting.front().weight, 1048576);
             if (cost <= m_lanes[lane].credit) {
                 m_lanes[lane].credit -= cost;
                 return TakeFrom(lane);
             }
             m_lanes[lane].credit += 16384;
-            m_turns.erase(m_turns.begin());
-            m_turns.push_back(lane);
+            ++m_ended;
+            line.erase(line.begin());
+            m_others.push_back(lane);
         }
     }
     std::uint64_t TakeOldest() { return TakeFrom(OldestLane()); }
@@ -54,7 +62,9 @@ public:
         auto const number = m_lanes[lane].waiting.front().number;
         m_lanes[lane].waiting.pop_front();
         if (m_lanes[lane].waiting.empty()) {
-            m_turns.erase(std::find(m_turns.begin(), m_turns.end(), lane));
+            std::erase(m_quiet, lane);
+            std::erase(m_others, lane);
+            m_lanes[lane].quietFrom = ++m_ended + m_others.size();
         }
         return number;
     }
@@ -67,7 +77,7 @@ public:
         return numbers;
     }
     bool IsEmpty(std::size_t lane) const { return m_lanes[lane].waiting.empty(); }
-    bool IsEmpty() const { return m_turns.empty(); }
+    bool IsEmpty() const { return m_quiet.empty() && m_others.empty(); }
     std::size_t Weight() const
     {
         std::size_t weight = 0;
@@ -89,28 +99,33 @@ private:
     {
         std::deque<Waiting> waiting;
         std::size_t credit = 0;
+        std::uint64_t quietFrom = 0;
     };
 
     std::size_t OldestLane() const
     {
-        return *std::min_element(m_turns.begin(), m_turns.end(), [this](std::size_t a, std::size_t b) {
+        auto all = m_quiet;
+        all.insert(all.end(), m_others.begin(), m_others.end());
+        return *std::min_element(all.begin(), all.end(), [this](std::size_t a, std::size_t b) {
             return m_lanes[a].waiting.front().number < m_lanes[b].waiting.front().number;
         });
     }
 
     std::vector<Lane> m_lanes;
-    std::vector<std::size_t> m_turns;
+    std::vector<std::size_t> m_quiet;
+    std::vector<std::size_t> m_others;
+    std::uint64_t m_ended = 0;
     std::uint64_t m_count = 0;
 };
 
-TEST(HostLanes, TakeTurnsAsAPlainModelDoes)
+TEST(TaskLanes, TakeTurnsAsAPlainModelDoes)
 {
     std::mt19937 random(20260112);
     auto const below = [&](std::size_t end) { return std::uniform_int_distribution<std::size_t>(0, end - 1)(random); };
     for (int round = 0; round < 60; ++round) {
         std::size_t const count = 1 + below(9);
-        HostLanes lanes;
-        std::deque<HostLane> each(count);
+        TaskLanes lanes;
+        std::deque<TaskLane> each(count);
         PlainLanes plain(count);
         std::uint64_t done = 0;
         auto const run = [&](HostTask task) {
@@ -172,29 +187,73 @@ TEST(HostLanes, TakeTurnsAsAPlainModelDoes)
     }
 }
 
-TEST(HostLanes, AQuietLaneWaitsForOneTurnOfEachThatFloods)
+/// Sixteen lanes with more than they get turns for.
+class Flood : public testing::Test
 {
-    HostLanes lanes;
-    std::deque<HostLane> floods(16);
-    for (int i = 0; i < 256; ++i) {
-        for (auto& flood : floods) {
-            lanes.Put(flood, 4096, HostTask([] {}));
+protected:
+    Flood()
+    {
+        for (int i = 0; i < 256; ++i) {
+            for (auto& flood : floods) {
+                lanes.Put(flood, 4096, HostTask([this] { ++told; }));
+            }
         }
     }
-    HostLane quiet;
-    bool isTold = false;
-    lanes.Put(quiet, 500, HostTask([&] { isTold = true; }));
-    int before = 0;
-    for (; !isTold; ++before) {
-        lanes.Take()();
+    ~Flood() override
+    {
+        for (auto& flood : floods) {
+            lanes.Empty(flood);
+        }
+        EXPECT_TRUE(lanes.IsEmpty());
+        EXPECT_EQ(lanes.Weight(), 0U);
     }
-    // 16 turns of four tasks each, and its own.
-    EXPECT_LE(before, 16 * 4 + 1);
-    for (auto& flood : floods) {
-        EXPECT_EQ(lanes.Empty(flood).size(), 252U);
+    void TakeTurns(int tasks)
+    {
+        for (int i = 0; i < tasks; ++i) {
+            lanes.Take()();
+        }
     }
-    EXPECT_TRUE(lanes.IsEmpty());
-    EXPECT_EQ(lanes.Weight(), 0U);
+    /// How many tasks of others go before what is put into the lane now.
+    int Before(TaskLane& lane, std::size_t weight)
+    {
+        bool isTold = false;
+        int const before = told;
+        for (lanes.Put(lane, weight, HostTask([&] { isTold = true; })); !isTold;) {
+            lanes.Take()();
+        }
+        return told - before;
+    }
+
+    TaskLanes lanes;
+    std::deque<TaskLane> floods{16};
+    int told = 0;
+};
+
+TEST_F(Flood, IsBehindALaneThatIsQuiet)
+{
+    TaskLane quiet;
+    TakeTurns(100);
+    EXPECT_EQ(Before(quiet, 500), 0);
+    TakeTurns(16 * 4 + 4);
+    EXPECT_EQ(Before(quiet, 500), 0) << "again, as each of the others had its turn meanwhile";
+    TaskLane other;
+    // What is heavier than a turn waits for the others' next three, one of which has begun.
+    int const before = Before(other, 60'000);
+    EXPECT_GE(before, 2 * 16 * 4);
+    EXPECT_LE(before, 3 * 16 * 4);
+}
+
+TEST_F(Flood, IsNotBehindALaneThatOnlyLooksQuiet)
+{
+    TaskLane busy;
+    TakeTurns(100);
+    EXPECT_EQ(Before(busy, 500), 0);
+    // It comes again at once each time: a turn of each of the others goes before.
+    for (int i = 0; i < 10; ++i) {
+        int const before = Before(busy, 500);
+        EXPECT_GE(before, 15 * 4);
+        EXPECT_LE(before, 16 * 4);
+    }
 }
 
 /// A host thread that is held until it is let go, and the order in which tasks ran on it.
@@ -222,7 +281,7 @@ protected:
     std::promise<void> held;
     std::promise<void> letGo;
     std::vector<int> ran; ///< host thread, until it has stopped
-    std::array<HostLane, 3> lanes;
+    std::array<TaskLane, 3> lanes;
     HostThread thread;
 };
 
@@ -243,6 +302,48 @@ TEST_F(Line, IsThatOfPostingWhileLittleWaitsInLanes)
         expected[static_cast<std::size_t>(i)] = i;
     }
     EXPECT_EQ(ran, expected);
+}
+
+TEST_F(Line, KeepsWhatWasPostedBeforeALanesTask)
+{
+    Hold();
+    thread.Post(Note(1));
+    thread.PostTo(lanes[0], 1000, Note(2));
+    thread.PostTo(lanes[0], 1000, Note(3));
+    thread.Post(Note(4));
+    LetGo();
+    EXPECT_EQ(ran, (std::vector<int>{1, 2, 3, 4}));
+}
+
+/// Notes that it goes, and whether a task could be posted meanwhile.
+struct Parting
+{
+    HostThread& thread;
+    std::vector<bool>& posted;
+    ~Parting()
+    {
+        auto other = std::async(std::launch::async, [this] { return thread.Post([] {}); });
+        posted.push_back(other.get());
+    }
+};
+
+TEST_F(Line, LetsGoOfWhatTasksOwnWithoutItsLock)
+{
+    std::vector<bool> posted;
+    auto const own = [&] { return std::make_shared<Parting>(thread, posted); };
+    Hold();
+    // So much that the task goes before most of it.
+    for (int i = 0; i < 3; ++i) {
+        thread.PostTo(lanes[0], 1'000'000, [owned = own()] {});
+    }
+    thread.PostTo(lanes[1], 1, [owned = own()] {});
+    thread.Post([&] { thread.RunLane(lanes[0]); });
+    thread.EmptyLane(lanes[1]);
+    letGo.set_value();
+    std::promise<void> done;
+    thread.PostTo(lanes[2], 1, [&] { done.set_value(); });
+    done.get_future().wait();
+    EXPECT_EQ(posted, std::vector<bool>(4, true));
 }
 
 TEST_F(Line, OfTasksIsBeforeLanesWhereMuchWaitsInThem)
@@ -278,6 +379,20 @@ TEST_F(Line, OfOneLaneIsRunAtOnceOrDropped)
     EXPECT_EQ(ran, (std::vector<int>{1, 3, 5, 4}));
     EXPECT_EQ(thread.LaneWeight(), 0U);
     EXPECT_FALSE(thread.PostTo(lanes[0], 1, Note(6))) << "it has stopped";
+}
+
+TEST(ShortTurns, LeaveAThreadItsPolicyAndItsShare)
+{
+    std::thread([] {
+        ASSERT_EQ(setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), 7), 0);
+        platform::TakeShortTurns();
+        EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(gettid())), 7);
+        EXPECT_EQ(sched_getscheduler(0), SCHED_OTHER);
+        sched_param const none{};
+        ASSERT_EQ(sched_setscheduler(0, SCHED_IDLE, &none), 0);
+        platform::TakeShortTurns();
+        EXPECT_EQ(sched_getscheduler(0), SCHED_IDLE);
+    }).join();
 }
 
 } // namespace
