@@ -20,6 +20,9 @@ namespace {
 constexpr double tellEvery = 1.0;
 /// What clocks that are kept right differ by for a moment; beyond it the wall clock was set.
 constexpr double settingOfClock = 0.5;
+/// Between the holder, or nobody, and the sonar.
+constexpr std::string_view hasTheLease = " has the lease of ";
+constexpr std::string_view nobody = "nobody";
 
 double UtcSeconds()
 {
@@ -27,6 +30,16 @@ double UtcSeconds()
 }
 
 } // namespace
+
+std::optional<std::string> HolderInRefusal(std::string_view reason, std::string_view sonar)
+{
+    auto const end = reason.find(fmt::format("{}{}", hasTheLease, sonar));
+    if (end == std::string_view::npos) {
+        return std::nullopt;
+    }
+    auto const holder = reason.substr(0, end);
+    return std::string(holder == nobody ? std::string_view() : holder);
+}
 
 Leases::Leases(LeaseRules rules, Clocks clocks) : m_rules(rules), m_clocks(std::move(clocks))
 {
@@ -336,11 +349,11 @@ std::string Leases::HeldText(Entry const& entry) const
 {
     std::string const name = entry.name.empty() ? tvcore::ToUtf8(entry.sonar.GetKey()) : entry.name;
     if (entry.holder.empty()) {
-        return fmt::format("nobody has the lease of {}: ask for it first", name);
+        return fmt::format("{}{}{}: ask for it first", nobody, hasTheLease, name);
     }
-    return entry.until ? fmt::format("{} has the lease of {} until {}", entry.holder, name,
+    return entry.until ? fmt::format("{}{}{} until {}", entry.holder, hasTheLease, name,
                                      operation::IsoTime(*entry.until + m_utcOffset))
-                       : fmt::format("{} has the lease of {}", entry.holder, name);
+                       : fmt::format("{}{}{}", entry.holder, hasTheLease, name);
 }
 
 void Leases::FollowClock(double now)

@@ -71,6 +71,10 @@ public:
     virtual void OnAnswer(LeaseAnswer const& answer) = 0;
 };
 
+/// Who has the lease of that sonar, by the words with which Leases refuses others; empty for nobody. Nothing when it is
+/// refused for anything else.
+std::optional<std::string> HolderInRefusal(std::string_view reason, std::string_view sonar);
+
 /// The leases of a vessel's sonars. A sonar has one holder at a time, or none: a person, or Aboard.
 ///
 /// Aboard takes a lease at any moment. Anybody else who asks for one that is held waits for its holder, at most one for

@@ -3,6 +3,7 @@
 
 #include <VordalDataBlocksR/BaseDevice.h>
 
+#include <algorithm>
 #include <utility>
 
 #include <fmt/format.h>
@@ -13,6 +14,11 @@ Role Permissions::Of(std::string_view person) const
 {
     if (roles.empty()) {
         return Role::Operate;
+    }
+    if (person == Unnamed) {
+        bool const hasAdministrator =
+            std::any_of(roles.begin(), roles.end(), [](auto const& each) { return each.second == Role::Administrate; });
+        return hasAdministrator ? Role::Operate : Role::Watch;
     }
     auto const found = roles.find(person);
     return found != roles.end() ? found->second : Role::Watch;

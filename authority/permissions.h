@@ -21,7 +21,8 @@ namespace qx5::authority {
 /// administrator; where the project names persons, too, both must agree.
 struct Permissions
 {
-    /// By the person's name. Empty: whoever the broker lets through operates; otherwise who is not named watches.
+    /// By the person's name. Empty: whoever the broker lets through operates; otherwise who is not named watches. What
+    /// comes in nobody's name (Unnamed) the broker lets through from administrators alone: it needs one among these.
     std::map<std::string, Role, std::less<>> roles;
     /// What is done for those ashore though it can do harm; by default nothing of it is.
     std::array<bool, operation::LockedActionCount> allowed{};

@@ -58,8 +58,8 @@ constexpr std::string_view valuePrefix = "Value/";
 constexpr std::array<std::string_view, 4> verbTexts{"take", "give-back", "grant", "refuse"};
 constexpr std::array<std::string_view, 3> replyTexts{"granted", "waits", "refused"};
 
-constexpr std::size_t headBytes = 93;
-constexpr std::size_t detectionBytes = 11;
+constexpr auto headBytes = DetectionsMessage::HeadBytes;
+constexpr auto detectionBytes = DetectionsMessage::DetectionBytes;
 constexpr std::uint8_t detectionsForm = 1;
 constexpr float angleSteps = 100.0F;
 constexpr float levelSteps = 10.0F;

@@ -100,12 +100,14 @@ struct LeaseReply
 /// All that comes on a topic of results.
 using ShoreReply = std::variant<RequestReply, LeaseReply, LookMessage>;
 
-/// The detections of one ping as SonarEchoItems.h tells them; arrays are equally long. In the payload's body, in 93
-/// bytes and 11 for each detection: angles are rounded to 0.01 degrees, levels to 0.1 dB, qualities to 1/255, nothing
-/// else is.
+/// The detections of one ping as SonarEchoItems.h tells them; arrays are equally long. In the payload's body, in
+/// HeadBytes and DetectionBytes for each detection: angles are rounded to 0.01 degrees, levels to 0.1 dB, qualities to
+/// 1/255, nothing else is.
 struct DetectionsMessage
 {
     static constexpr std::size_t Greatest = 65'536; ///< detections; beyond it a message is refused
+    static constexpr std::size_t HeadBytes = 93;
+    static constexpr std::size_t DetectionBytes = 11;
 
     double utc = 0.0; ///< s, of transmission
     std::int32_t ping = 0;

@@ -1,4 +1,5 @@
 // The command line from start to exit.
+#include "program_run.h"
 #include "stage.h"
 
 #include <array>
@@ -53,31 +54,6 @@ private:
     std::thread m_thread;
 };
 
-std::vector<char*> RawArguments(std::vector<std::string>& arguments)
-{
-    std::vector<char*> raw;
-    for (std::string& argument : arguments) {
-        raw.push_back(argument.data());
-    }
-    raw.push_back(nullptr);
-    return raw;
-}
-
-void RunOnce(std::vector<std::string> arguments)
-{
-    std::vector<char*> raw = RawArguments(arguments);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    pid_t child = 0;
-    int status = 0;
-    if (posix_spawn(&child, raw[0], &actions, nullptr, raw.data(), environ) != 0 || waitpid(child, &status, 0) < 0 ||
-        status != 0) {
-        std::fprintf(stderr, "%s failed\n", raw[0]);
-    }
-    posix_spawn_file_actions_destroy(&actions);
-}
-
 #ifdef QX5_VIEW
 /// Runs the program until its output has the text, and ends it then. Its end is not waited for here: another thread
 /// sees to that, so that it is not measured.
@@ -127,8 +103,8 @@ std::vector<Case> CommandLineCases()
                      "`qx5 send --wait 0 x5Range=50`, start to exit, to a sonar that tells nothing of itself", 3,
                      [sonar = std::make_shared<SilentSonar>()](std::size_t samples, std::vector<double>& nanoseconds) {
                          Time(samples, 1, nanoseconds, [&] {
-                             RunOnce({QX5_FILE, "send", "--wait", "0", "--sonar",
-                                      "127.0.0.1:" + std::to_string(sonar->Port()), "x5Range=50"});
+                             RunProgram({QX5_FILE, "send", "--wait", "0", "--sonar",
+                                         "127.0.0.1:" + std::to_string(sonar->Port()), "x5Range=50"});
                          });
                      }});
 #ifdef QX5_VIEW

@@ -1,5 +1,5 @@
-// The connection by way of the MQTT client library, of which nothing else knows. Its threads only put down what
-// happened; the connection's own thread takes it up.
+// The connection by way of the MQTT client library, of which nothing else knows. Its threads put down what happened,
+// and the connection's own thread takes it up, but for messages that may be taken at once.
 #include "broker/connection.h"
 
 #include "broker/line_diagnosis.h"
@@ -122,6 +122,7 @@ private:
     };
 
     void HandOver();
+    void Arrive(std::uint64_t session, std::string const& topic, std::string const& payload);
     void Run();
     void Attempt();
     void Take(Event& event);
@@ -156,6 +157,8 @@ private:
     ConnectionCounts m_counts;
     bool m_mustStartAgain = false;
     std::optional<Clock::time_point> m_endBy;
+    bool m_isTurnTaken = false;  ///< one thread calls hooks, makes or ends a session
+    bool m_isTurnWanted = false; ///< by the connection's own thread
 
     // Of the connection's own thread.
     SessionPointer m_session;
@@ -180,7 +183,7 @@ public:
     {
         // With set_callback the library would tell twice that it is connected, and we would subscribe twice.
         m_client.set_message_callback([this](mqtt::const_message_ptr const& message) {
-            m_body.Post({Event::Kind::Message, m_number, message->get_topic(), message->to_string(), 0, true, {}});
+            m_body.Arrive(m_number, message->get_topic(), message->get_payload_str());
         });
         m_client.set_connection_lost_handler([this](std::string const&) { Post(Event::Kind::Lost, {}, false); });
     }
@@ -321,6 +324,35 @@ private:
     mqtt::async_client m_client; // the last: going, it may call the listeners
 };
 
+/// A message, on the library's thread.
+void Connection::Body::Arrive(std::uint64_t session, std::string const& topic, std::string const& payload)
+{
+    bool isOurTurn = false;
+    {
+        std::lock_guard const lock(m_mutex);
+        isOurTurn = m_options.takesAtOnce && m_hooks.message && m_open && session == m_sessionNumber &&
+                    m_events.empty() && !m_isTurnTaken && !m_isTurnWanted;
+        if (isOurTurn) {
+            m_isTurnTaken = true;
+            ++m_counts.received;
+        }
+    }
+    if (!isOurTurn) {
+        Post({Event::Kind::Message, session, topic, payload, 0, true, {}});
+        return;
+    }
+    m_hooks.message(topic, payload);
+    bool isWanted = false;
+    {
+        std::lock_guard const lock(m_mutex);
+        m_isTurnTaken = false;
+        isWanted = m_isTurnWanted;
+    }
+    if (isWanted) {
+        m_wake.notify_all();
+    }
+}
+
 /// On any thread.
 void Connection::Body::Post(Event event)
 {
@@ -342,9 +374,8 @@ void Connection::Body::Post(Event event)
             m_outgoingBytes -= found->second.bytes;
             bool const isAwaited = found->second.qos > 0;
             m_outgoing.erase(found);
-            if (isAwaited) {
-                --m_onTheLine;
-            } else {
+            m_onTheLine -= isAwaited ? 1 : 0;
+            if (!isAwaited || (!m_hooks.completed && m_held.empty())) {
                 // Whoever ends waits for it, too.
                 if (m_outgoing.empty() && m_endBy) {
                     m_wake.notify_all();
@@ -449,6 +480,7 @@ void Connection::Body::Run()
         bool mustStartAgain = false;
         {
             std::unique_lock lock(m_mutex);
+            m_isTurnTaken = false;
             auto const isDone = [&] { return m_endBy && (m_outgoing.empty() || !m_open || Clock::now() >= *m_endBy); };
             auto const isUp = [&] { return !m_events.empty() || m_mustStartAgain || isDone(); };
             auto until = m_due;
@@ -460,6 +492,10 @@ void Connection::Body::Run()
             } else {
                 m_wake.wait(lock, isUp);
             }
+            m_isTurnWanted = true;
+            m_wake.wait(lock, [this] { return !m_isTurnTaken; });
+            m_isTurnWanted = false;
+            m_isTurnTaken = true;
             if (m_endBy && Clock::now() >= *m_endBy) {
                 break;
             }

@@ -38,6 +38,9 @@ struct ConnectionOptions
     std::size_t incomingBytes = std::size_t{64} << 20;
     /// The broker keeps back what is larger, and nobody tells us of it: one message with its topic and what MQTT adds.
     std::uint32_t incomingMessageBytes = std::uint32_t{5} << 20;
+    /// The message hook does not wait for long: it may be called on the client library's thread, which hears nothing
+    /// else meanwhile, and a message is taken one hand-over sooner.
+    bool takesAtOnce = false;
     std::chrono::seconds keepAlive{20};
     std::chrono::milliseconds connectLimit{15'000}; ///< for one attempt
     std::chrono::milliseconds leastPause{500};      ///< between attempts; doubled each time
@@ -70,8 +73,8 @@ struct ConnectionCounts
     std::uint64_t shed = 0; ///< that arrived faster than they were taken, and are gone
 };
 
-/// What a connection calls, all on one thread of its own, one after another, with nothing locked. They may call the
-/// connection, but for End and its destructor. Each may be missing.
+/// What a connection calls, one after another, on a thread of its own unless ConnectionOptions::takesAtOnce says
+/// otherwise, with nothing locked. They may call the connection, but for End and its destructor. Each may be missing.
 struct ConnectionHooks
 {
     /// The will of the connection that is to be made next; nothing for none.

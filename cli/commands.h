@@ -1,9 +1,10 @@
 // The commands of `qx5`: what each is given and the exit code that it ends with.
 #pragma once
 
-#include "fleet_line.h"
 #include "program_facts.h"
 #include "value_source.h"
+
+#include "fleet/fleet_line.h"
 
 #include <cstdint>
 #include <optional>
@@ -11,6 +12,8 @@
 #include <vector>
 
 namespace qx5::cli {
+
+using fleet::FleetLine;
 
 /// Exit codes: it worked; it did not (or differs); it was called wrongly or given what cannot be read.
 enum ExitCode : int

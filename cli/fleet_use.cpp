@@ -1,17 +1,13 @@
 // A fleet as one command uses it.
 #include "cli/fleet_use.h"
 
-#include "broker/certificate_name.h"
-#include "broker/line_diagnosis.h"
 #include "cli/platform/waiting.h"
+#include "fleet/sonar_search.h"
 #include "outbox/entry.h"
 #include "shell/shell_client.h"
-#include "sparkplug/topic.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 
 #include <fmt/format.h>
@@ -25,56 +21,25 @@ using Clock = std::chrono::steady_clock;
 
 /// Each vessel is heard once a second.
 constexpr auto toHearAll = 2500ms;
-/// After a vessel's birth those of its sonars come, each within so long, and all within so long.
-constexpr auto betweenSonars = 300ms;
+/// Those that were heard tell who commands them within so long.
 constexpr auto toTellAll = 2000ms;
 /// What time alone brings is looked at so often.
 constexpr auto lookInterval = 100ms;
 
-/// What the system calls who runs this.
-std::string UserName()
-{
-    for (char const* const name : {"USER", "LOGNAME"}) {
-        if (char const* const value = std::getenv(name); value != nullptr && *value != '\0') {
-            return value;
-        }
-    }
-    return "somebody";
-}
-
 } // namespace
 
-std::optional<fleet::FleetOptions> FleetOptionsOf(FleetLine const& line, std::string& error)
+std::optional<fleet::FleetOptions> FleetOptionsOf(fleet::FleetLine const& line, std::string& error)
 {
-    fleet::FleetOptions options;
-    auto const address = broker::ParseBrokerUrl(line.broker, error);
-    if (!address) {
-        error = "--broker: " + error;
-        return std::nullopt;
+    fleet::LineProblem problem;
+    auto options = fleet::OptionsOf(line, problem);
+    if (!options) {
+        using Part = fleet::LineProblem::Part;
+        error = (problem.part == Part::Broker        ? "--broker: "
+                 : problem.part == Part::Certificate ? "--cert: "
+                                                     : "") +
+                problem.text;
     }
-    options.line.address = *address;
-    options.line.files = {line.authority, line.certificate, line.key};
-    options.group = line.group;
-    if (address->isSecure) {
-        if (line.certificate.empty()) {
-            error = "--cert: a broker by TLS goes by the certificate of whoever comes; tell it, and its key with --key";
-            return std::nullopt;
-        }
-        error = broker::WhatIsWrongWith(options.line.files);
-        if (!error.empty()) {
-            return std::nullopt;
-        }
-        options.person = broker::CommonNameOf(options.line.files, error);
-    } else {
-        options.person = line.person.empty() ? UserName() : line.person;
-    }
-    if (error.empty()) {
-        error = sparkplug::WhyNoName("group", options.group);
-    }
-    if (error.empty()) {
-        error = sparkplug::WhyNoName("person", options.person);
-    }
-    return error.empty() ? std::optional(options) : std::nullopt;
+    return options;
 }
 
 fleet::Place PlaceIn(std::string const& text)
@@ -84,7 +49,7 @@ fleet::Place PlaceIn(std::string const& text)
     return place ? *place : throw shell::ShellError(error);
 }
 
-FleetUse::FleetUse(FleetLine const& line, fleet::Place const& place, FleetNeeds const& needs)
+FleetUse::FleetUse(fleet::FleetLine const& line, fleet::Place const& place, FleetNeeds const& needs)
 {
     std::string error;
     auto options = FleetOptionsOf(line, error);
@@ -156,56 +121,20 @@ void FleetUse::RefuseLine() const
 
 fleet::Place FleetUse::AwaitSonar(fleet::Place const& place, std::chrono::milliseconds limit)
 {
-    std::vector<fleet::Place> found;
-    std::optional<Clock::time_point> vesselThere;
-    auto const isKnown = [&] {
-        RefuseLine();
-        auto const vessel = m_fleet->Vessel(place.vessel);
-        if (!vessel || vessel->freshness != fleet::Freshness::Current) {
-            return false;
-        }
-        vesselThere = vesselThere.value_or(Clock::now());
-        auto const since = Clock::now() - *vesselThere;
-        found.clear();
-        for (fleet::Place const& sonar : m_fleet->Sonars()) {
-            auto const state = m_fleet->Sonar(sonar);
-            if (sonar.vessel == place.vessel && (place.sonar.empty() || sonar == place) &&
-                state->freshness == fleet::Freshness::Current) {
-                found.push_back(sonar);
-            }
-        }
-        // Its sonars follow it, one after another.
-        return place.sonar.empty() ? !found.empty() && since >= betweenSonars : !found.empty() || since >= toTellAll;
-    };
-    if (!Await(isKnown, limit) || found.size() != 1) {
-        throw shell::ShellError(WhyNot(place));
+    using State = fleet::SonarSearch::State;
+    fleet::SonarSearch search(*m_fleet, place);
+    auto state = State::Goes;
+    Await(
+        [&] {
+            RefuseLine();
+            state = search.Look();
+            return state != State::Goes;
+        },
+        limit);
+    if (state != State::Found) {
+        throw shell::ShellError(search.WhyNot());
     }
-    return found.front();
-}
-
-std::string FleetUse::WhyNot(fleet::Place const& place) const
-{
-    if (m_fleet->Line().state != broker::LineState::Connected) {
-        return "there is no connection to the broker yet";
-    }
-    auto const vessel = m_fleet->Vessel(place.vessel);
-    if (!vessel || vessel->freshness == fleet::Freshness::Unknown) {
-        return fmt::format("nothing is heard of a vessel {}", place.vessel);
-    }
-    if (vessel->freshness != fleet::Freshness::Current) {
-        return vessel->reason;
-    }
-    auto const state = place.sonar.empty() ? std::nullopt : m_fleet->Sonar(place);
-    if (state) {
-        return state->reason;
-    }
-    if (vessel->sonars.empty()) {
-        return fmt::format("{} has no sonars", place.vessel);
-    }
-    return place.sonar.empty() ? fmt::format("{} has several sonars: say {}/{}", place.vessel, place.vessel,
-                                             fmt::join(vessel->sonars, fmt::format(" or {}/", place.vessel)))
-                               : fmt::format("there is no sonar {} aboard {}, which has {}", place.sonar, place.vessel,
-                                             fmt::join(vessel->sonars, ", "));
+    return search.Found();
 }
 
 void FleetUse::AwaitAll(std::chrono::milliseconds limit)
@@ -216,7 +145,7 @@ void FleetUse::AwaitAll(std::chrono::milliseconds limit)
         return m_fleet->Line().state == broker::LineState::Connected;
     };
     if (!Await(isConnected, limit)) {
-        throw shell::ShellError(WhyNot({}));
+        throw shell::ShellError(fleet::SonarSearch(*m_fleet, {}).WhyNot());
     }
     auto const left = [&] { return std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()); };
     Await([] { return false; }, std::min<std::chrono::milliseconds>(toHearAll, left()));

@@ -1,8 +1,8 @@
 // A fleet as one command uses it: connected, looked at, waited for.
 #pragma once
 
-#include "cli/fleet_line.h"
 #include "fleet/fleet.h"
+#include "fleet/fleet_line.h"
 #include "reference_host/platform/wake_handle.h"
 
 #include <chrono>
@@ -17,7 +17,7 @@ namespace qx5::cli {
 
 /// Where the broker is and who we are, of a fleet's options; the rest is as it is by default. Nothing, and one line in
 /// `error`, when it cannot be so.
-std::optional<fleet::FleetOptions> FleetOptionsOf(FleetLine const& line, std::string& error);
+std::optional<fleet::FleetOptions> FleetOptionsOf(fleet::FleetLine const& line, std::string& error);
 
 /// "Vega/Bow" or "Vega". Throws shell::ShellError when it is none.
 fleet::Place PlaceIn(std::string const& text);
@@ -36,7 +36,7 @@ class FleetUse
 public:
     /// Begins to connect. `place`: of its vessel alone is heard; empty: of all. Throws shell::ShellError, with one
     /// line, when the line is none.
-    explicit FleetUse(FleetLine const& line, fleet::Place const& place = {}, FleetNeeds const& needs = {});
+    explicit FleetUse(fleet::FleetLine const& line, fleet::Place const& place = {}, FleetNeeds const& needs = {});
     FleetUse(FleetUse const&) = delete;
     FleetUse& operator=(FleetUse const&) = delete;
     ~FleetUse();
@@ -62,8 +62,6 @@ private:
     fleet::FleetHooks Hooks();
     /// Throws shell::ShellError where an attempt to connect has failed.
     void RefuseLine() const;
-    /// Why the sonar is not there, in one line.
-    std::string WhyNot(fleet::Place const& place) const;
 
     bool m_isRoll = false;
     vordal::platform::WakeHandle m_wake;

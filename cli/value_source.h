@@ -1,7 +1,7 @@
 // Where `qx5 get` and `qx5 watch` have the values of a sonar from: a program that runs, or the sonar itself.
 #pragma once
 
-#include "cli/fleet_line.h"
+#include "fleet/fleet_line.h"
 #include "shell/shell_messages.h"
 
 #include <chrono>
@@ -16,11 +16,11 @@ namespace qx5::cli {
 /// Whose values are meant.
 struct ValueTarget
 {
-    std::string sonar;                    ///< HOST:PORT for a connection of its own; empty: a program that runs
-    std::string plugin;                   ///< for that connection; empty: the one beside this program
-    std::optional<std::uint64_t> process; ///< of the program; none: the one that there is
-    std::string device;                   ///< its sonar, by name or id; empty: the one that it has
-    std::optional<FleetLine> fleet;       ///< in place of all that: `device` is a sonar of that fleet
+    std::string sonar;                     ///< HOST:PORT for a connection of its own; empty: a program that runs
+    std::string plugin;                    ///< for that connection; empty: the one beside this program
+    std::optional<std::uint64_t> process;  ///< of the program; none: the one that there is
+    std::string device;                    ///< its sonar, by name or id; empty: the one that it has
+    std::optional<fleet::FleetLine> fleet; ///< in place of all that: `device` is a sonar of that fleet
 };
 
 /// Values as they are told. One thread.

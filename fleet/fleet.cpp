@@ -42,6 +42,7 @@ FleetOptions Checked(FleetOptions options)
     if (!options.vessel.empty()) {
         RefuseName("vessel", options.vessel);
     }
+    options.line.takesAtOnce = true;
     return options;
 }
 

@@ -43,8 +43,8 @@ struct FleetOptions
     FleetModelOptions model;       ///< all but group and sender
 };
 
-/// What a fleet calls: on its threads, with nothing locked, several at once. They may call the fleet, but for End and
-/// its destructor. Each may be missing.
+/// What a fleet calls: on its threads, with nothing locked, several at once. They do not wait for long: nothing else is
+/// heard meanwhile. They may call the fleet, but for End and its destructor. Each may be missing.
 struct FleetHooks
 {
     std::function<void(broker::LineStatus const&)> line;

@@ -39,6 +39,18 @@ std::string_view ToText(Freshness freshness)
     return "unknown";
 }
 
+std::string WhyNotLive(SonarState const& sonar)
+{
+    if (sonar.freshness != Freshness::Current) {
+        return fmt::format("{}: {}", ToText(sonar.freshness), sonar.reason);
+    }
+    if (sonar.link && *sonar.link != authority::SonarLink::Connected) {
+        return fmt::format("aboard {}: {}{}{}", sonar.place.vessel, ToText(*sonar.link),
+                           sonar.linkReason.empty() ? "" : ", ", sonar.linkReason);
+    }
+    return {};
+}
+
 FleetModel::FleetModel(FleetModelOptions options, FleetModelHooks hooks, sparkplug::Clock clock)
     : m_options(std::move(options)), m_clock(std::move(clock)),
       m_host(m_options.host,

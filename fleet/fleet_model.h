@@ -56,6 +56,10 @@ struct SonarState
     std::string linkReason;
 };
 
+/// Why what is known of a sonar is not what it has now, in one line: nothing is heard of it, or it is not connected
+/// aboard. Empty when it is.
+std::string WhyNotLive(SonarState const& sonar);
+
 struct FleetModelOptions
 {
     std::string group;

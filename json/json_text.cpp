@@ -58,7 +58,9 @@ void AppendQuoted(std::string& out, std::wstring_view text)
 {
     out += '"';
     auto const special = std::find_if_not(text.begin(), text.end(), [](wchar_t each) { return IsPlain(each); });
-    std::transform(text.begin(), special, std::back_inserter(out),
+    auto const before = out.size();
+    out.resize(before + static_cast<std::size_t>(special - text.begin()));
+    std::transform(text.begin(), special, out.begin() + static_cast<std::ptrdiff_t>(before),
                    [](wchar_t each) { return static_cast<char>(each); });
     AppendEscaped(out, text.substr(static_cast<std::size_t>(special - text.begin())));
     out += '"';

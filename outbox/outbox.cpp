@@ -364,27 +364,34 @@ public:
 
     std::string const& Identity() const { return m_file.Identity(); }
 
-    std::uint64_t Put(Kind kind, std::string payload)
+    /// `written`: empty for what may wait a while.
+    std::uint64_t Put(Kind kind, std::string payload, std::function<void(bool)> written = {})
     {
         std::uint64_t number = 0;
         if (payload.size() > std::min<std::uint64_t>(GreatestPayload, m_options.greatestBytes / 4)) {
             Tell(fmt::format("the outbox does not take a single {} of {} bytes", ToText(kind), payload.size()));
+            if (written) {
+                written(false);
+            }
             return 0;
         }
-        bool isFirst = false;
+        bool mustWake = false;
         {
             std::lock_guard const lock(m_mutex);
-            isFirst = m_waiting.empty();
+            bool const isFirst = m_waiting.empty();
             number = ++m_last;
             m_waitingBytes += EntryBytes + payload.size();
             m_waiting.push_back({number, kind, std::move(payload)});
             if (isFirst) {
                 m_firstWaits = std::chrono::steady_clock::now();
             }
+            mustWake = isFirst || m_waiting.size() == greatBatch || written;
+            if (written) {
+                m_hurried.push_back({number, std::move(written)});
+            }
             LetGiveWay();
-            isFirst = isFirst || m_waiting.size() == greatBatch;
         }
-        if (isFirst) {
+        if (mustWake) {
             m_wake.notify_one();
         }
         return number;
@@ -393,7 +400,7 @@ public:
     void Commit()
     {
         std::string failure;
-        if (!OnDisk([this] { WriteWaiting(); }, &failure)) {
+        if (!Write(&failure)) {
             m_wake.notify_one(); // what was taken from its hands waits again
             throw OutboxError(failure);
         }
@@ -454,6 +461,14 @@ private:
         return options;
     }
 
+    /// An entry whose writing is waited for.
+    struct Hurried
+    {
+        std::uint64_t number = 0;
+        std::function<void(bool)> written;
+        bool isGone = false; ///< it gave way
+    };
+
     double Lived() const { return m_file.LivedAtOpen() + m_options.steady() - m_opened; }
 
     void Tell(std::string const& line) const
@@ -472,12 +487,26 @@ private:
             });
             m_waitingBytes -= EntryBytes + least->payload.size();
             m_gone.emplace_back(least->number, least->kind);
+            for (Hurried& each : m_hurried) {
+                each.isGone = each.isGone || each.number == least->number;
+            }
             m_waiting.erase(least);
         }
     }
 
-    /// With m_diskMutex held. Throws; what waits then waits on.
-    void WriteWaiting()
+    /// Writes what waits, and tells those who wait for it how that went. False when the disk does not take it.
+    bool Write(std::string* why = nullptr)
+    {
+        std::vector<Hurried> tried;
+        bool const isWritten = OnDisk([&] { WriteWaiting(tried); }, why);
+        for (Hurried const& each : tried) {
+            each.written(isWritten && !each.isGone);
+        }
+        return isWritten;
+    }
+
+    /// With m_diskMutex held. Throws; what waits then waits on. `tried`: of what is written those that are waited for.
+    void WriteWaiting(std::vector<Hurried>& tried)
     {
         std::deque<OutboxFile::Waiting> entries;
         std::vector<std::pair<std::uint64_t, Kind>> gone;
@@ -486,6 +515,7 @@ private:
             std::lock_guard const lock(m_mutex);
             entries.swap(m_waiting);
             gone.swap(m_gone);
+            tried.swap(m_hurried);
             m_waitingBytes = 0;
             m_writing = entries.size();
             last = m_last;
@@ -591,11 +621,13 @@ private:
             m_wake.wait_for(lock, Seconds(ageEvery), isPut);
             auto const wait = m_failure.empty() ? Seconds(m_options.longestDelay) / 2 : Seconds(retryAfter);
             auto const begin = m_failure.empty() ? m_firstWaits : Steady::now();
-            m_wake.wait_until(lock, begin + std::chrono::duration_cast<Steady::duration>(wait),
-                              [this] { return m_ends || (m_waiting.size() >= greatBatch && m_failure.empty()); });
+            m_wake.wait_until(lock, begin + std::chrono::duration_cast<Steady::duration>(wait), [this] {
+                bool const isPressing = m_waiting.size() >= greatBatch || !m_hurried.empty();
+                return m_ends || (isPressing && m_failure.empty());
+            });
             bool const ends = m_ends;
             lock.unlock();
-            OnDisk([this] { WriteWaiting(); });
+            Write();
             TellShed();
             if (ends) {
                 return;
@@ -614,6 +646,7 @@ private:
     std::uint64_t m_last;
     std::deque<OutboxFile::Waiting> m_waiting;
     std::vector<std::pair<std::uint64_t, Kind>> m_gone; ///< of those that waited
+    std::vector<Hurried> m_hurried;                     ///< of those that wait, or are gone
     std::size_t m_waitingBytes = 0;
     std::size_t m_writing = 0;
     Steady::time_point m_firstWaits;
@@ -639,6 +672,11 @@ std::string const& Outbox::Identity() const
 std::uint64_t Outbox::Put(Kind kind, std::string payload)
 {
     return m_impl->Put(kind, std::move(payload));
+}
+
+std::uint64_t Outbox::PutAtOnce(Kind kind, std::string payload, std::function<void(bool isOnDisk)> written)
+{
+    return m_impl->Put(kind, std::move(payload), std::move(written));
 }
 
 void Outbox::Commit()

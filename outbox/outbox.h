@@ -75,6 +75,10 @@ public:
     std::string const& Identity() const;
     /// The entry's number; 0 when the payload is too long, which is told.
     std::uint64_t Put(Kind kind, std::string payload);
+    /// The same without the delay. `written` is called once, with no lock held, on the thread that wrote it or tried
+    /// to: whether the entry is on the disk. Otherwise it waits for a disk that takes nothing, or has no room. It must
+    /// not fail.
+    std::uint64_t PutAtOnce(Kind kind, std::string payload, std::function<void(bool isOnDisk)> written);
     /// All that was put before is on the disk when it returns. Throws OutboxError; it then still waits.
     void Commit();
     /// Entries and gaps on the disk from that number on, in order, until `bytes` (as greatestBytes counts) or `count`

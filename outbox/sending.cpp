@@ -83,6 +83,9 @@ std::vector<Item> Sending::Next()
     if (m_bytesUnderWay >= m_options.greatestBytes || m_countUnderWay >= m_options.greatestCount) {
         return {};
     }
+    if (m_outbox.State().committed < m_next) {
+        return {}; // known without waiting for the disk, on which something may be written just now
+    }
     auto items = m_outbox.Take(m_next, m_options.greatestCount - m_countUnderWay,
                                std::min(m_options.pieceBytes, m_options.greatestBytes - m_bytesUnderWay));
     if (items.empty()) {

@@ -1,6 +1,7 @@
 // The UTF-8 coder, on utf8cpp, which says what is valid and what the bytes of a code point are.
 #include <protocol/utf8.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <iterator>
@@ -61,8 +62,15 @@ std::size_t EncodeUtf8Into(std::wstring_view text, std::span<unsigned char> byte
 
 std::wstring DecodeUtf8(std::string_view bytes)
 {
-    std::wstring text;
-    text.reserve(bytes.size());
+    // Nearly every text is ASCII.
+    auto const isAscii = [](char each) { return static_cast<unsigned char>(each) < 0x80; };
+    auto const other = std::find_if_not(bytes.begin(), bytes.end(), isAscii);
+    std::wstring text(bytes.begin(), other);
+    bytes.remove_prefix(text.size());
+    if (bytes.empty()) {
+        return text;
+    }
+    text.reserve(text.size() + bytes.size());
     for (;;) {
         auto const valid = bytes.substr(0, FindInvalidUtf8(bytes));
         if constexpr (sizeof(wchar_t) == 2) {

@@ -8,6 +8,7 @@
 
 #include <protocol/bytes.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -95,6 +96,28 @@ std::optional<authority::DetectionsMessage> DetectionsOf(CDataBlock const& block
                          Floats(block, DETECTION_LEVEL, count, message.level) &&
                          Floats(block, DETECTION_QUALITY, count, message.quality);
     return isWhole ? std::optional(std::move(message)) : std::nullopt;
+}
+
+void ThinOut(authority::DetectionsMessage& ping, std::size_t bytes)
+{
+    using authority::DetectionsMessage;
+    std::size_t const count = ping.beam.size();
+    std::size_t const room = bytes > DetectionsMessage::HeadBytes ? bytes - DetectionsMessage::HeadBytes : 0;
+    std::size_t const most = std::max<std::size_t>(room / DetectionsMessage::DetectionBytes, 1);
+    if (count <= most) {
+        return;
+    }
+    auto const thin = [&](auto& all) {
+        for (std::size_t i = 0; i < most; ++i) {
+            all[i] = all[(2 * i + 1) * count / (2 * most)];
+        }
+        all.resize(most);
+    };
+    thin(ping.beam);
+    thin(ping.angle);
+    thin(ping.travelTime);
+    thin(ping.level);
+    thin(ping.quality);
 }
 
 /// The subscriptions; on the host thread alone.

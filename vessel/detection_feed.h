@@ -7,6 +7,7 @@
 #include <VordalBaseR/CDataId.h>
 #include <VordalDataBlocksR/CDataBlock.h>
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -16,6 +17,9 @@ namespace qx5::vessel {
 
 /// The ping that a block of SONAR_DETECTIONS_GROUP tells; nothing for a block that is none.
 std::optional<authority::DetectionsMessage> DetectionsOf(CDataBlock const& block);
+
+/// Leaves as many as fit into so many bytes, one at least, evenly spread over those that there are.
+void ThinOut(authority::DetectionsMessage& ping, std::size_t bytes);
 
 /// Used from one thread; what it does to the host it does on the host thread.
 class DetectionFeed

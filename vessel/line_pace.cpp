@@ -20,6 +20,7 @@ void LinePace::Begin()
     m_sent = m_acknowledged = m_asked = 0;
     m_awaited.clear();
     m_least = 0.0;
+    m_answers = 0;
 }
 
 void LinePace::AwaitAcknowledgement(std::uint64_t number, double now)
@@ -42,6 +43,9 @@ void LinePace::Acknowledged(std::uint64_t number, double now)
     if (m_least == 0.0 || took <= m_least || now - m_leastAt > m_options.leastKept) {
         m_least = took;
         m_leastAt = now;
+    }
+    if (++m_answers >= m_options.judged) {
+        m_isFar = m_least >= m_options.far;
     }
     double const waited = took - m_least;
     double factor = 1.0;

@@ -22,6 +22,8 @@ public:
         double crowded = 0.4;     ///< s; from there on there must be less
         double probeEvery = 0.25; ///< of what may be on its way: then an acknowledgement is to be asked for
         double leastKept = 30.0;  ///< s for which the least time counts; a line may be another one by then
+        double far = 0.25;        ///< s that the least of `judged` acknowledgements takes on a line that is far
+        int judged = 3;
     };
 
     LinePace() : LinePace(Options{}) {}
@@ -40,6 +42,8 @@ public:
     bool HasRoom(double share) const;
     /// Whether so much has left since an acknowledgement was asked for that one must be.
     bool WantsProbe() const;
+    /// Whether what is lost on this line costs much to send again; as it was before while that is not known.
+    bool IsFar() const { return m_isFar; }
     /// What may be on its way, in bytes.
     std::size_t Window() const { return m_window; }
     std::size_t OnTheWay() const { return static_cast<std::size_t>(m_sent - m_acknowledged); }
@@ -61,6 +65,8 @@ private:
     std::deque<Awaited> m_awaited;
     double m_least = 0.0; ///< s; 0 while unknown
     double m_leastAt = 0.0;
+    int m_answers = 0; ///< of this connection
+    bool m_isFar = false;
 };
 
 } // namespace qx5::vessel

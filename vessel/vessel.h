@@ -46,6 +46,7 @@ struct VesselOptions
 struct VesselCounts
 {
     broker::ConnectionCounts line;
+    broker::ConnectionCounts second; ///< of the connection that a far line has beside it, see second_line.h
     sparkplug::EdgeNodeCounts node;
     outbox::OutboxState outbox;
     std::uint64_t requests = 0;   ///< that arrived, those refused among them

@@ -55,8 +55,8 @@ void RunCurves(std::vector<Curve> const& curves)
             auto& taken = samples[i];
             std::nth_element(taken.begin(), taken.begin() + static_cast<std::ptrdiff_t>(taken.size() / 2), taken.end());
             medians.emplace_back(curve.sizes[i], taken[taken.size() / 2]);
-            fmt::print("{{\"name\":\"{}\",\"size\":{},\"median_ns\":{:.1f}}}\n", curve.name, medians.back().first,
-                       medians.back().second);
+            fmt::print("{{\"name\":\"{}\",\"size\":{},\"median_{}\":{:.1f}}}\n", curve.name, medians.back().first,
+                       curve.unit, medians.back().second);
         }
         double const exponent = ExponentOf(medians);
         fmt::print("{{\"name\":\"{}\",\"exponent\":{:.2f},\"at_most\":{:.2f},\"verdict\":\"{}\"}}\n", curve.name,
@@ -67,9 +67,10 @@ void RunCurves(std::vector<Curve> const& curves)
                                          [&](auto const& each) { return each.first == bound.size; });
             if (at != medians.end()) {
                 fmt::print(
-                    "{{\"name\":\"{}\",\"size\":{},\"median_ns\":{:.1f},\"at_most_ns\":{:.1f},\"verdict\":\"{}\"}}"
+                    "{{\"name\":\"{}\",\"size\":{},\"median_{}\":{:.1f},\"at_most_{}\":{:.1f},\"verdict\":\"{}\"}}"
                     "\n",
-                    curve.name, bound.size, at->second, bound.nanoseconds, VerdictOn(at->second <= bound.nanoseconds));
+                    curve.name, bound.size, curve.unit, at->second, curve.unit, bound.most,
+                    VerdictOn(at->second <= bound.most));
             }
         }
         std::fflush(stdout);

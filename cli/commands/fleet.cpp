@@ -610,14 +610,20 @@ int FleetLog(FleetCommandOptions const& options)
             HistoryPrinter const printer(options.json, *wanted);
             auto const begun = std::chrono::steady_clock::now();
             bool wasConnected = false;
+            bool isDown = false;
             int count = 0;
             for (;;) {
                 use.Clear();
                 auto const line = use.Get().Line();
-                wasConnected = wasConnected || line.state == broker::LineState::Connected;
+                bool const isConnected = line.state == broker::LineState::Connected;
                 if (line.state == broker::LineState::Waiting && !wasConnected) {
                     throw ShellError(line.reason);
                 }
+                if (wasConnected && isDown == isConnected) {
+                    isDown = !isConnected;
+                    SayError(fmt::format("qx5: the line to the broker {}\n", isDown ? "is down" : "stands again"));
+                }
+                wasConnected = wasConnected || isConnected;
                 for (auto const& received : use.TakeHistory()) {
                     printer.Print(received);
                     if (options.count && ++count == *options.count) {

@@ -37,10 +37,11 @@ void Recorder::IgnoreNextHostSet()
     m_ignoreHostSet = true;
 }
 
-std::vector<ScenarioEvent> Recorder::TakeEvents()
+void Recorder::TakeEvents(std::vector<ScenarioEvent>& events)
 {
+    events.clear();
     std::lock_guard const lock(m_mutex);
-    return std::exchange(m_events, {});
+    events.swap(m_events);
 }
 
 std::vector<ScenarioEvent> Recorder::TakeEventsOfThreads()

@@ -37,8 +37,8 @@ public:
     /// The next DataManager::SetAttributeMap on this thread is the scenario's own and no event.
     void IgnoreNextHostSet();
 
-    /// The events of this thread since the last call.
-    std::vector<ScenarioEvent> TakeEvents();
+    /// Puts the events of this thread since the last call in the place of what is there.
+    void TakeEvents(std::vector<ScenarioEvent>& events);
     /// The events of all other threads since the last call.
     std::vector<ScenarioEvent> TakeEventsOfThreads();
     /// When the last event happened, on whatever thread; never before `since`.

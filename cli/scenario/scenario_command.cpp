@@ -141,7 +141,7 @@ class Command
 {
 public:
     Command(ScenarioOptions const& options, std::istream& input, std::ostream& out, std::ostream& err)
-        : m_options(options), m_input(input), m_out(out), m_err(err)
+        : m_options(options), m_input(input), m_out(out), m_err(err), m_runner(options.plugin)
     {
     }
 
@@ -252,7 +252,7 @@ private:
                 Check(file, source, scenario);
             } else {
                 ResultWriter writer(m_out, scenario.name);
-                RunScenario(source, scenario, m_options.plugin, writer);
+                m_runner.Run(source, scenario, writer);
             }
         } catch (InvalidDocument const& failure) {
             ReportUnusable(file, failure.Path(), failure.what());
@@ -278,7 +278,7 @@ private:
                 m_out << file << ": " << place << " (" << name << ", " << kind << "): " << difference << std::endl;
             }
         });
-        RunScenario(source, scenario, m_options.plugin, checker);
+        m_runner.Run(source, scenario, checker);
         m_report.AddScenario(scenario.name, std::chrono::steady_clock::now() - begin, differences);
         bool const matches = differences.empty();
         if (!matches) {
@@ -305,6 +305,7 @@ private:
     std::istream& m_input;
     std::ostream& m_out;
     std::ostream& m_err;
+    ScenarioRunner m_runner;
     int m_status = Matched;
     JunitReport m_report;
 };

@@ -24,8 +24,11 @@ class ScenarioEvent
 {
 public:
     template <typename What>
-    ScenarioEvent(EventKind kind, What const& what) : m_kind(kind), m_json("{")
+    ScenarioEvent(EventKind kind, What const& what) : m_kind(kind)
     {
+        constexpr std::size_t most = 240; // of nearly every event
+        m_json.reserve(most);
+        m_json += '{';
         Append(NameOf(kind), what);
     }
 

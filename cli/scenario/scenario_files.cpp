@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 
 namespace qx5::cli {
 
@@ -73,19 +74,52 @@ vordal::StoredTarget Stored(ScenarioTarget const& from)
 
 } // namespace
 
-ScenarioFiles::ScenarioFiles() : m_folder(MakePrivateFolder()) {}
+ScenarioFolder::~ScenarioFolder()
+{
+    Remove();
+}
+
+fs::path const& ScenarioFolder::Use()
+{
+    if (m_folder.empty()) {
+        m_folder = MakePrivateFolder();
+        fs::create_directory(RootIn(m_folder));
+    }
+    return m_folder;
+}
+
+void ScenarioFolder::Empty()
+{
+    auto const root = RootIn(m_folder);
+    std::error_code error;
+    // The plug-in may have done anything to the root, too.
+    bool isAsItWas = fs::is_directory(fs::symlink_status(root, error)) && fs::is_empty(root, error) && !error;
+    for (auto const& entry : fs::directory_iterator(m_folder, error)) {
+        isAsItWas = isAsItWas && (entry.path() == root || fs::remove(entry.path(), error)) && !error;
+    }
+    if (!isAsItWas || error) {
+        Remove();
+    }
+}
+
+void ScenarioFolder::Remove()
+{
+    if (!m_folder.empty()) {
+        std::error_code ignored;
+        fs::remove_all(std::exchange(m_folder, {}), ignored);
+    }
+}
+
+ScenarioFiles::ScenarioFiles(ScenarioFolder& folder) : m_folder(folder), m_path(folder.Use()) {}
 
 ScenarioFiles::~ScenarioFiles()
 {
-    std::error_code ignored;
-    fs::remove_all(m_folder, ignored);
+    m_folder.Empty();
 }
 
 void ScenarioFiles::PutInto(vordal::Host& host, Scenario const& scenario) const
 {
-    auto const root = m_folder / "root";
-    fs::create_directory(root);
-    host.SetFileRoot(root);
+    host.SetFileRoot(ScenarioFolder::RootIn(m_path));
     for (auto const& [name, content] : scenario.files) {
         auto const path = vordal::PathOfFile(CString(protocol::DecodeUtf8(name)));
         std::error_code error;
@@ -106,7 +140,7 @@ void ScenarioFiles::PutTargets(vordal::Host& host, ScenarioTargets const& target
     auto& store = host.Targets();
     for (int number = 0; auto const& [name, list] : targets.files) {
         // Beside the root and numbered: a full name may be anything, also one of another system.
-        auto const path = m_folder / (std::to_string(number++) + ".targets");
+        auto const path = m_path / (std::to_string(number++) + ".targets");
         std::vector<vordal::StoredTarget> stored;
         for (auto const& target : list) {
             stored.push_back(Stored(target));

@@ -52,22 +52,25 @@ bool IsBuilt(StepKind kind)
     return FindFunction(kind) != nullptr;
 }
 
-void RunScenario(ScenarioSource const& source, Scenario const& scenario, std::filesystem::path const& plugin,
-                 ScenarioResults& results)
+void ScenarioRunner::Run(ScenarioSource const& source, Scenario const& scenario, ScenarioResults& results)
 {
     TimezoneSetting const timezone(scenario.timezone);
-    ScenarioStage stage(scenario.clock);
-    stage.SetUp(scenario, plugin);
-    results.SetUp(stage.recorder.TakeEvents());
+    ScenarioStage stage(scenario.clock, m_folder);
+    stage.SetUp(scenario, m_plugin);
+    std::vector<ScenarioEvent> events;
+    stage.recorder.TakeEvents(events);
+    results.SetUp(events);
     ForEachStep(source, scenario, [&](ScenarioStep const& step, JsonPath const& path) {
         RunStep(stage, step);
-        results.Step(step, path, stage.recorder.TakeEvents());
+        stage.recorder.TakeEvents(events);
+        results.Step(step, path, events);
     });
     stage.TakeDown();
     for (auto& event : stage.recorder.TakeEventsOfThreads()) {
         stage.recorder.Add(std::move(event));
     }
-    results.TornDown(stage.recorder.TakeEvents());
+    stage.recorder.TakeEvents(events);
+    results.TornDown(events);
 }
 
 } // namespace qx5::cli

@@ -1,10 +1,12 @@
-// Runs one scenario on a host of its own.
+// Runs scenarios, each on a host of its own.
 #pragma once
 
 #include "cli/scenario/scenario_event.h"
+#include "cli/scenario/scenario_files.h"
 #include "cli/scenario/scenario_reader.h"
 
 #include <filesystem>
+#include <utility>
 #include <vector>
 
 namespace qx5::cli {
@@ -23,11 +25,20 @@ public:
 /// checked all the same.
 bool IsBuilt(StepKind kind);
 
-/// Runs the scenario that was read from that source, whose steps must all be built, with the plug-in module of that
-/// path, on the calling thread. No host may live in the process. Throws std::runtime_error, with one line that says
-/// why, when it cannot be run: the plug-in is refused, or never settles. An exception that leaves a step is an event,
-/// not an error.
-void RunScenario(ScenarioSource const& source, Scenario const& scenario, std::filesystem::path const& plugin,
-                 ScenarioResults& results);
+/// Runs scenarios with the plug-in module of that path, one after the other.
+class ScenarioRunner
+{
+public:
+    explicit ScenarioRunner(std::filesystem::path plugin) : m_plugin(std::move(plugin)) {}
+
+    /// Runs the scenario that was read from that source, whose steps must all be built, on the calling thread. No host
+    /// may live in the process. Throws std::runtime_error, with one line that says why, when it cannot be run: the
+    /// plug-in is refused, or never settles. An exception that leaves a step is an event, not an error.
+    void Run(ScenarioSource const& source, Scenario const& scenario, ScenarioResults& results);
+
+private:
+    std::filesystem::path m_plugin;
+    ScenarioFolder m_folder;
+};
 
 } // namespace qx5::cli

@@ -24,7 +24,8 @@ namespace qx5::cli {
 class ScenarioStage
 {
 public:
-    explicit ScenarioStage(double time) : clock(time) {}
+    /// The folder must outlive the stage.
+    ScenarioStage(double time, ScenarioFolder& folder) : clock(time), m_files(folder) {}
     ScenarioStage(ScenarioStage const&) = delete;
     ScenarioStage& operator=(ScenarioStage const&) = delete;
     /// Destroys the devices if TakeDown did not, and unloads the plug-in.

@@ -112,16 +112,12 @@ QString LeaseText(authority::LeaseNews const& lease, std::string const& person)
 
 CommandBar::CommandBar(vordal::MainWindow& window, QMenu& menu, QString const& title, QString const& name,
                        Acts const& acts, std::function<void(LeaseVerb)> ask)
-    : m_bar(new QToolBar(title)),
+    : m_bar(window.AddBar(title, name)),
       m_state(NewBarText(name + QStringLiteral("State"), QObject::tr("How the line is, and how old what is shown"),
                          leastOfState, QSizePolicy::Expanding)),
       m_lease(NewBarText(name + QStringLiteral("Lease"), QObject::tr("Who commands the sonar"), leastOfLease,
                          QSizePolicy::Preferred))
 {
-    m_bar->setObjectName(name);
-    m_bar->setMovable(false);
-    m_bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    m_bar->toggleViewAction()->setVisible(false);
     m_bar->addWidget(m_state);
     m_bar->addSeparator();
     m_bar->addWidget(m_lease);
@@ -136,7 +132,6 @@ CommandBar::CommandBar(vordal::MainWindow& window, QMenu& menu, QString const& t
         m_bar->addAction(action);
         m_actions[at] = action;
     }
-    window.addToolBar(Qt::BottomToolBarArea, m_bar);
     ShowNoLease();
 }
 

@@ -1,15 +1,13 @@
 // A host that shows what a fleet tells.
 #include "cli/window/fleet_host.h"
 
+#include "fleet/detection_block.h"
 #include "operation/request_judgement.h"
 #include "operation/tree_walk.h"
 #include "reference_host/attributes/tree_merge.h"
-#include "reference_host/link/echo_blocks.h"
 
 #include <VordalDataBlocksR/SonarEchoItems.h>
 #include <vordalhostdllR/Device.h>
-
-#include <protocol/bytes.h>
 
 #include <algorithm>
 #include <array>
@@ -20,21 +18,11 @@ namespace qx5::cli {
 
 namespace {
 
-using fleet::Freshness;
-
 vordal::LinkStatus LinkOf(fleet::SonarState const& state)
 {
-    using authority::SonarLink;
-    if (state.freshness != Freshness::Current) {
-        return {vordal::LinkState::Closed, fmt::format("{}: {}", ToText(state.freshness), state.reason), {}};
-    }
-    if (state.link && *state.link != SonarLink::Connected) {
-        return {vordal::LinkState::Closed,
-                fmt::format("aboard {}: {}{}{}", state.place.vessel, ToText(*state.link),
-                            state.linkReason.empty() ? "" : ", ", state.linkReason),
-                {}};
-    }
-    return {vordal::LinkState::Connected, {}, {}};
+    auto reason = fleet::WhyNotLive(state);
+    auto const link = reason.empty() ? vordal::LinkState::Connected : vordal::LinkState::Closed;
+    return {link, std::move(reason), {}};
 }
 
 /// Whether `now` lacks something that `before` has.
@@ -45,48 +33,6 @@ bool HasLost(CAttributeMap const& before, CAttributeMap const& now)
         hasLost = hasLost || others[0] == nullptr;
     });
     return hasLost;
-}
-
-std::vector<unsigned char> BytesOf(std::vector<float> const& numbers)
-{
-    std::vector<unsigned char> bytes(4 * numbers.size());
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        protocol::PutF32LE(bytes, 4 * i, numbers[i]);
-    }
-    return bytes;
-}
-
-CDataBlock BlockOf(authority::DetectionsMessage const& message)
-{
-    std::vector<unsigned char> beam(2 * message.beam.size());
-    for (std::size_t i = 0; i < message.beam.size(); ++i) {
-        protocol::PutU16LE(beam, 2 * i, message.beam[i]);
-    }
-    auto const angle = BytesOf(message.angle);
-    auto const travelTime = BytesOf(message.travelTime);
-    auto const level = BytesOf(message.level);
-    auto const quality = BytesOf(message.quality);
-    protocol::DetectionsView view;
-    view.head.number = message.ping;
-    view.head.utcSeconds = message.utc;
-    view.head.soundVelocity = message.soundVelocity;
-    view.head.steering = message.steering;
-    view.head.beams = message.beams;
-    auto const& pose = message.pose;
-    view.head.east = pose[0];
-    view.head.north = pose[1];
-    view.head.depth = pose[2];
-    view.head.heading = pose[3];
-    view.head.roll = pose[4];
-    view.head.pitch = pose[5];
-    view.head.heave = pose[6];
-    view.count = static_cast<std::uint32_t>(message.beam.size());
-    view.beam = beam;
-    view.angle = angle;
-    view.travelTime = travelTime;
-    view.level = level;
-    view.quality = quality;
-    return vordal::DetectionsBlock(view);
 }
 
 } // namespace
@@ -201,7 +147,7 @@ void FleetHost::PutDetections(fleet::Place const& place, authority::DetectionsMe
     }
     auto stream = found->second.device->GetDataId();
     stream.SetGroupId(SONAR_DETECTIONS_GROUP);
-    m_session.Host().PutBlock(stream, BlockOf(message));
+    m_session.Host().PutBlock(stream, fleet::BlockOf(message));
 }
 
 bool FleetHost::Admits(BaseDevice& device, CAttributeMap const& request, vordal::RequestOrigin who, std::string& reason)

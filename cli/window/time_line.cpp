@@ -78,11 +78,7 @@ TimeLine::TimeLine(ReplayControl& control, vordal::MainWindow& window)
     m_start = status.start;
     m_length = static_cast<int>(std::min<std::uint64_t>((status.end - status.start) / millisecond, 0x7FFFFFFF));
 
-    auto* const bar = new QToolBar(QObject::tr("Time line"));
-    bar->setObjectName(QStringLiteral("timeLine"));
-    bar->setMovable(false);
-    bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    bar->toggleViewAction()->setVisible(false);
+    auto* const bar = window.AddBar(QObject::tr("Time line"), QStringLiteral("timeLine"));
     auto* const menu = window.AddMenu(QObject::tr("&Replay"));
     auto const add = [&](QString const& text, QString const& shortText, char const* name, char const* shortcut,
                          bool isOnBar, auto act) {
@@ -138,7 +134,6 @@ TimeLine::TimeLine(ReplayControl& control, vordal::MainWindow& window)
     m_time->setFocusPolicy(Qt::StrongFocus);
     m_time->setMinimumWidth(m_time->fontMetrics().horizontalAdvance(TimeText(m_start)) + 8);
     bar->addWidget(m_time);
-    window.addToolBar(Qt::BottomToolBarArea, bar);
 
     auto* const word = new QLabel(QObject::tr("Replay: nothing here reaches a sonar"));
     word->setObjectName(QStringLiteral("replayWord"));

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "python/binding/waiting.h"
-#include "python/live/live_sonar.h"
+#include "python/live/any_sonar.h"
 
 #include <memory>
 #include <utility>
@@ -13,7 +13,7 @@ namespace qx5::python {
 class PythonEchoes
 {
 public:
-    PythonEchoes(std::shared_ptr<live::LiveSonar> const& sonar, std::shared_ptr<live::EchoFeed> feed)
+    PythonEchoes(std::shared_ptr<live::AnySonar> const& sonar, std::shared_ptr<live::EchoFeed> feed)
         : m_sonar(sonar), m_feed(std::move(feed))
     {
     }
@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    std::weak_ptr<live::LiveSonar> m_sonar;
+    std::weak_ptr<live::AnySonar> m_sonar;
     std::shared_ptr<live::EchoFeed> m_feed;
 };
 

@@ -52,6 +52,7 @@ PYBIND11_MODULE(_qx5, module)
     module.attr("version") = QX5_VERSION;
     qx5::python::AddEchoes(module);
     qx5::python::AddSonars(module);
+    qx5::python::AddFleetSonars(module);
     qx5::python::AddSimulator(module);
     qx5::python::AddRecordings(module);
     qx5::python::AddRecords(module);

@@ -13,6 +13,8 @@ inline pybind11::metaclass PlainType()
 
 void AddEchoes(pybind11::module_& module);
 void AddSonars(pybind11::module_& module);
+/// After the sonars.
+void AddFleetSonars(pybind11::module_& module);
 void AddSimulator(pybind11::module_& module);
 void AddRecordings(pybind11::module_& module);
 void AddRecords(pybind11::module_& module);

@@ -18,11 +18,12 @@ constexpr std::array<std::string_view, 35> words{
     "from",  "global",   "if",    "import", "in",   "is",     "lambda", "nonlocal", "not",
     "or",    "pass",     "raise", "return", "try",  "while",  "with",   "yield"};
 
-/// What qx5.Sonar has beside its keys; a test compares.
-constexpr std::array<std::string_view, 19> sonarNames{
-    "address",    "attributes", "changes",  "close",          "closed",      "condition", "connected",
-    "connection", "get",        "limits",   "name",           "ping",        "record",    "request",
-    "soundings",  "subscribe",  "wait_for", "wait_connected", "water_column"};
+/// What qx5.Sonar and qx5.FleetSonar have beside their keys; a test compares.
+constexpr std::array<std::string_view, 28> sonarNames{
+    "address",    "age",       "attributes", "changes",   "clock_ahead", "close",          "closed",
+    "condition",  "connected", "connection", "freshness", "get",         "holder",         "lease",
+    "limits",     "name",      "person",     "persons",   "ping",        "record",         "request",
+    "round_trip", "soundings", "subscribe",  "vessel",    "wait_for",    "wait_connected", "water_column"};
 
 bool IsDigit(char c)
 {

@@ -21,7 +21,7 @@ namespace qx5::live {
 CAttributeMap NodesOf(CAttributeMap const& tree, std::wstring_view key);
 
 /// Compares a tree with what it was and keeps what is otherwise, until it is taken. Of more than GreatestWaiting
-/// changes the oldest give way and are counted. Any thread, but Look, which is for the host thread.
+/// changes the oldest give way and are counted. Any thread, but Look, which is for one thread at a time.
 class ChangeFeed
 {
 public:
@@ -57,7 +57,7 @@ private:
 
     std::vector<std::wstring> const m_keys;
     std::function<void()> const m_ready;
-    CAttributeMap m_seen; ///< host thread alone, as soon as it looks
+    CAttributeMap m_seen; ///< of who looks alone
 
     mutable std::mutex m_mutex; ///< guards what follows
     std::condition_variable m_changed;

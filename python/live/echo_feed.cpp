@@ -23,8 +23,16 @@ void EchoFeed::OnBlock()
     if (buffer == nullptr || !buffer->ReadBlock(block, DATA_ACCESS_LATEST)) {
         return;
     }
+    Put(std::move(block));
+}
+
+void EchoFeed::Put(CDataBlock block)
+{
     {
         std::lock_guard const lock(m_mutex);
+        if (m_hasEnded) {
+            return;
+        }
         m_waiting.push_back(std::move(block));
         if (m_waiting.size() > GreatestWaiting) {
             m_waiting.pop_front();

@@ -18,7 +18,7 @@
 
 namespace qx5::live {
 
-/// Keeps the blocks of a stream of echoes until they are taken; the host asks the sonar for them as long as it lives.
+/// Keeps the blocks of a stream of echoes until they are taken; a host asks the sonar for them as long as it lives.
 /// Of more than GreatestWaiting the oldest give way and are counted. Blocks share their bytes. Any thread, unless told
 /// otherwise.
 class EchoFeed
@@ -26,8 +26,10 @@ class EchoFeed
 public:
     static constexpr std::size_t GreatestWaiting = 64;
 
-    /// Host thread.
+    /// Of the host of this process. Host thread.
     EchoFeed(CDataId const& sonar, SonarEchoGroup group);
+    /// Of what somebody puts into it.
+    EchoFeed() = default;
     EchoFeed(EchoFeed const&) = delete;
     EchoFeed& operator=(EchoFeed const&) = delete;
 
@@ -37,7 +39,8 @@ public:
     std::optional<CDataBlock> Take();
     bool HasEnded() const;
     std::uint64_t Lost() const;
-    /// Nothing comes any more. Host thread.
+    void Put(CDataBlock block);
+    /// Nothing comes any more. Of a host's on the host thread.
     void End();
 
 private:

@@ -47,17 +47,29 @@ void LiveRequest::CarriedOut(CAttributeMap const& echoed)
 
 void LiveRequest::Stands(operation::Result result, std::string reason, CAttributeMap const& got, bool isConnectionLost)
 {
+    RequestState told;
+    told.result = result;
+    told.reason = std::move(reason);
+    told.got = got;
+    told.isConnectionLost = isConnectionLost;
+    Stands(std::move(told));
+}
+
+void LiveRequest::Stands(RequestState told)
+{
     std::function<void()> listener;
     {
         std::lock_guard const lock(m_mutex);
         if (m_state.stands) {
             return;
         }
-        m_state.stands = true;
-        m_state.result = result;
-        m_state.reason = std::move(reason);
-        m_state.got = got;
-        m_state.isConnectionLost = isConnectionLost;
+        told.asked = m_state.asked;
+        if (!told.isCarriedOut) {
+            told.isCarriedOut = m_state.isCarriedOut;
+            told.echoed = m_state.echoed;
+        }
+        told.stands = true;
+        m_state = std::move(told);
         listener = std::exchange(m_listener, {});
     }
     m_changed.notify_all();

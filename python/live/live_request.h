@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace qx5::live {
@@ -18,6 +19,8 @@ struct RequestState
     bool stands = false;       ///< the result is final, Pending is none then
     /// The connection was not there, or did not stay until the sonar had answered.
     bool isConnectionLost = false;
+    /// It was refused for want of the sonar's lease: who has that; empty for nobody.
+    std::optional<std::string> holder;
     operation::Result result = operation::Result::Pending;
     std::string reason; ///< in one line, where there is one
     CAttributeMap asked;
@@ -37,13 +40,16 @@ public:
     /// False when it was not within the limit.
     bool WaitUntilCarriedOut(std::chrono::milliseconds limit) const;
     bool WaitUntilItStands(std::chrono::milliseconds limit) const;
-    /// Called once when the result stands, with no lock held, on the host thread; at once when it does already.
+    /// Called once when the result stands, with no lock held, on the thread that tells it; at once when it does
+    /// already.
     void WhenItStands(std::function<void()> listener);
 
-    // For the host.
+    // For who tells of it.
     void CarriedOut(CAttributeMap const& echoed);
-    /// Only the first counts.
+    /// Only the first counts, as of the next.
     void Stands(operation::Result result, std::string reason, CAttributeMap const& got, bool isConnectionLost);
+    /// All of it at once: `told` but for what was asked.
+    void Stands(RequestState told);
 
 private:
     mutable std::mutex m_mutex; ///< guards what follows

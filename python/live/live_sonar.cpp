@@ -45,44 +45,13 @@ vordal::LinkStatus SonarState::Link() const
     return m_link;
 }
 
-bool SonarState::IsClosed() const
-{
-    std::lock_guard const lock(m_mutex);
-    return m_isClosed;
-}
-
-std::uint64_t SonarState::News() const
-{
-    std::lock_guard const lock(m_mutex);
-    return m_news;
-}
-
-std::uint64_t SonarState::WaitForNews(std::uint64_t seen, std::chrono::milliseconds limit) const
-{
-    std::unique_lock lock(m_mutex);
-    m_changed.wait_for(lock, limit, [&] { return m_news != seen || m_isClosed; });
-    return m_news;
-}
-
-void SonarState::Add(std::shared_ptr<ChangeFeed> const& feed)
-{
-    std::lock_guard const lock(m_mutex);
-    m_feeds.push_back(feed);
-}
-
-void SonarState::Remove(ChangeFeed const* feed)
-{
-    std::lock_guard const lock(m_mutex);
-    std::erase_if(m_feeds, [&](auto const& each) { return each.get() == feed; });
-}
-
-void SonarState::Add(std::shared_ptr<EchoFeed> const& feed)
+void SonarState::Follow(std::shared_ptr<EchoFeed> const& feed)
 {
     std::lock_guard const lock(m_mutex);
     m_echoes.push_back(feed);
 }
 
-void SonarState::Remove(EchoFeed const* feed)
+void SonarState::Leave(EchoFeed const* feed)
 {
     std::lock_guard const lock(m_mutex);
     std::erase_if(m_echoes, [&](auto const& each) { return each.get() == feed; });
@@ -105,48 +74,26 @@ void SonarState::TakeLink(vordal::LinkStatus const& status)
     {
         std::lock_guard const lock(m_mutex);
         m_link = status;
-        ++m_news;
     }
-    m_changed.notify_all();
+    TakeNews();
 }
 
-void SonarState::TakeChange()
+void SonarState::TakeAttributes()
 {
-    std::vector<std::shared_ptr<ChangeFeed>> feeds;
-    {
-        std::lock_guard const lock(m_mutex);
-        ++m_news;
-        feeds = m_feeds;
-    }
-    m_changed.notify_all();
-    if (feeds.empty()) {
-        return;
-    }
-    CAttributeMap const tree = TreeOf(m_id);
-    double const now = CExTime::GetCurTime();
-    for (auto const& feed : feeds) {
-        feed->Look(tree, now);
-    }
+    TakeChange([this] { return TreeOf(m_id); }, CExTime::GetCurTime());
 }
 
-void SonarState::End()
+void SonarState::TakeEnd()
 {
-    std::vector<std::shared_ptr<ChangeFeed>> feeds;
     std::vector<std::shared_ptr<EchoFeed>> echoes;
     {
         std::lock_guard const lock(m_mutex);
-        m_isClosed = true;
-        ++m_news;
-        feeds = std::exchange(m_feeds, {});
         echoes = std::exchange(m_echoes, {});
     }
-    m_changed.notify_all();
     for (auto const& feed : echoes) {
         feed->End();
     }
-    for (auto const& feed : feeds) {
-        feed->End();
-    }
+    End();
 }
 
 LiveSonar::LiveSonar(SonarOptions const& options)
@@ -240,7 +187,7 @@ std::shared_ptr<EchoFeed> LiveSonar::FollowEchoes(SonarEchoGroup group)
         host->OnHost([&] {
             if (!m_state->IsClosed()) {
                 feed = std::make_shared<EchoFeed>(m_state->Id(), group);
-                m_state->Add(feed);
+                m_state->Follow(feed);
             }
         });
     }
@@ -252,16 +199,22 @@ void LiveSonar::Leave(std::shared_ptr<EchoFeed> const& feed)
     // Of a sonar that is closed it has ended.
     if (auto const host = Host()) {
         host->OnHost([&] {
-            m_state->Remove(feed.get());
+            m_state->Leave(feed.get());
             feed->End();
         });
     }
 }
 
-operation::SonarState LiveSonar::Watch() const
+SonarConnection LiveSonar::Connection() const
+{
+    auto const link = m_state->Link();
+    return {std::string(vordal::ToText(link.state)), link.reason};
+}
+
+operation::SonarCondition LiveSonar::Condition() const
 {
     auto const host = Host();
-    return host != nullptr ? host->Watch().StateOf(m_state->Id()) : operation::SonarState{};
+    return host != nullptr ? host->Watch().StateOf(m_state->Id()).condition : operation::SonarCondition::NotConnected;
 }
 
 void LiveSonar::RecordInto(std::shared_ptr<recording::FlightRecorder> recorder)

@@ -47,7 +47,7 @@ class ChangeSink final : public Subscriber
 {
 public:
     explicit ChangeSink(std::shared_ptr<SonarState> state) : m_state(std::move(state)) {}
-    void Notify(NotificationInfo const*) override { m_state->TakeChange(); }
+    void Notify(NotificationInfo const*) override { m_state->TakeAttributes(); }
 
 private:
     std::shared_ptr<SonarState> const m_state;
@@ -314,7 +314,7 @@ void SharedHost::Remove(SonarState& sonar)
         m_sonars.at(id.GetKey()).changes.reset();
         m_desk.OnRemoved(id);
         // While the sonar still hears that its echoes are not wanted any more.
-        sonar.End();
+        sonar.TakeEnd();
         m_host.Project()->Remove(id);
         std::lock_guard const lock(m_sonarsMutex);
         m_sonars.erase(id.GetKey());

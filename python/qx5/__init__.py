@@ -15,12 +15,16 @@ from . import _qx5, _tree
 
 _qx5.set_classes(_tree.Tree, _tree.Value)
 
+from ._connect import connect  # noqa: E402
 from ._echoes import Sounding, WaterColumn  # noqa: E402
 from ._errors import (  # noqa: E402
     BadAddress,
+    BadCertificate,
     ConnectionLost,
     Error,
+    LeaseHeld,
     NoSonar,
+    NotAshore,
     OutOfRange,
     PluginError,
     ReadOnlyKey,
@@ -40,6 +44,7 @@ from ._errors import (  # noqa: E402
     UnknownKey,
     WrongKind,
 )
+from ._fleet import FleetSonar, Holder, Lease  # noqa: E402
 from ._key import Key  # noqa: E402
 from ._recording import Decoded, Frame, Message, Record, Recording, decode  # noqa: E402
 from ._scenario import Check, Difference, Scenario, ScenarioResult  # noqa: E402
@@ -52,7 +57,6 @@ from ._sonar import (  # noqa: E402
     Request,
     Sonar,
     Subscription,
-    connect,
 )
 from ._tree import Tree, Value  # noqa: E402
 
@@ -75,6 +79,7 @@ __all__ = [
     "MISBEHAVIOURS",
     "SCENES",
     "BadAddress",
+    "BadCertificate",
     "Change",
     "Check",
     "Connection",
@@ -82,11 +87,16 @@ __all__ = [
     "Decoded",
     "Difference",
     "Error",
+    "FleetSonar",
     "Frame",
+    "Holder",
     "Key",
+    "Lease",
+    "LeaseHeld",
     "Limits",
     "Message",
     "NoSonar",
+    "NotAshore",
     "OutOfRange",
     "PluginError",
     "ReadOnlyKey",

@@ -17,7 +17,15 @@ class PluginError(Error):
 
 
 class BadAddress(Error, ValueError):
-    """No HOST:PORT."""
+    """No HOST:PORT, no URL of a broker, or a name that vessels cannot have."""
+
+
+class BadCertificate(Error, ValueError):
+    """Our certificate, its key or that of the authority is missing, or no good."""
+
+
+class NotAshore(Error):
+    """For who is aboard alone."""
 
 
 class NoSonar(Error, ConnectionError):
@@ -78,6 +86,15 @@ class RequestError(Error):
 
 class RequestRefused(RequestError):
     """It is locked, or not the asker's to ask."""
+
+
+class LeaseHeld(RequestRefused):
+    """It takes the sonar's lease, which somebody else has."""
+
+    def __init__(self, text: str, request: Request | None = None, holder: str | None = None) -> None:
+        super().__init__(text, request)
+        self.holder = holder
+        """Who has it; None for nobody."""
 
 
 class RequestDropped(RequestError):

@@ -16,6 +16,7 @@ from ._keys import Keys
 from ._tree import Tree
 
 _T = TypeVar("_T")
+_Own = TypeVar("_Own", bound="Sonar")
 
 
 class Change(NamedTuple):
@@ -99,9 +100,11 @@ class Request:
     @property
     def error(self) -> _errors.RequestError | None:
         """The exception that tells the result; None for a request that agrees or is pending."""
-        result, reason, is_lost = self._native.outcome()
+        result, reason, is_lost, holder = self._native.outcome()
         if result in ("pending", "agrees"):
             return None
+        if holder is not None:
+            return _errors.LeaseHeld(reason, self, holder or None)
         kind = _failures["lost" if is_lost else result]
         return kind(reason or f"the request was {result}", self)
 
@@ -132,7 +135,7 @@ class Request:
         self._native.tell_when_it_stands(dispatcher.mailbox, sign)
 
     def __repr__(self) -> str:
-        result, reason, _ = self._native.outcome()
+        result, reason, *_ = self._native.outcome()
         return f"<qx5.Request {self.asked!r}: {result}{', ' + reason if reason else ''}>"
 
 
@@ -287,7 +290,7 @@ class Sonar(Keys):
         self._native.close()
         is_closed(self)
 
-    def __enter__(self) -> Sonar:
+    def __enter__(self: _Own) -> _Own:
         return self
 
     def __exit__(self, kind: type[BaseException] | None, error: BaseException | None,
@@ -363,7 +366,7 @@ class Sonar(Keys):
         finally:
             feed.end()
 
-    def wait_for(self, condition: Callable[[Sonar], _T], timeout: float | None = 10.0) -> _T:
+    def wait_for(self: _Own, condition: Callable[[_Own], _T], timeout: float | None = 10.0) -> _T:
         """Waits until the condition holds, and gives what it gave.
 
         It is asked on the caller's thread, at once and after whatever the sonar tells. Raises qx5.Timeout after so many
@@ -453,18 +456,13 @@ class Sonar(Keys):
             object.__setattr__(self, name, value)
 
 
-def connect(address: str, *, timeout: float = 5.0, plugin: str | os.PathLike[str] | None = None,
-            name: str | None = None) -> Sonar:
-    """Connects to the sonar at HOST:PORT and waits until it has told who it is.
-
-    The plug-in is that of this installation unless another file is told. All sonars of a process share one host; they
-    may be as many as one likes. Raises qx5.NoSonar, qx5.PluginError or qx5.BadAddress.
-    """
+def connect_here(address: str, timeout: float, plugin: str | os.PathLike[str] | None, name: str | None) -> Sonar:
+    """A sonar on a connection of this process, as qx5.connect gives it."""
     host, port = _qx5.parse_address(address)
     refuse_after_fork()
     dispatcher.start()
     path = os.fspath(plugin) if plugin is not None else _qx5.plugin_folder()
-    sonar = Sonar(_qx5.Sonar(os.path.abspath(path), host, port, name or address), address, name or address)
+    sonar = Sonar(_qx5.LiveSonar(os.path.abspath(path), host, port, name or address), address, name or address)
     try:
         _wait_for_sonar(sonar, timeout)
     except BaseException:

@@ -7,16 +7,19 @@ import os
 import time
 from collections.abc import AsyncIterator, Callable, Generator, Mapping
 from types import TracebackType
-from typing import Any, TypeVar
+from typing import Any, Generic, TypeVar, overload
 
 from . import _errors, _qx5
+from ._connect import connect as _connect
 from ._dispatch import dispatcher
+from ._fleet import FleetSonar as SyncFleetSonar
+from ._fleet import Holder
+from ._fleet import Lease as SyncLease
 from ._sonar import Change, Connection, Limits, Request
 from ._sonar import Sonar as SyncSonar
-from ._sonar import connect as _connect
 from ._tree import Tree
 
-__all__ = ["Sonar", "connect"]
+__all__ = ["FleetSonar", "Lease", "Sonar", "connect"]
 
 _T = TypeVar("_T")
 
@@ -32,6 +35,21 @@ def _waking(loop: asyncio.AbstractEventLoop, event: asyncio.Event) -> Callable[[
             pass  # the loop is closed, nobody waits
 
     return wake
+
+
+async def _stands(native: _qx5.Request, timeout: float | None) -> bool:
+    """Whether it is known within so many seconds what became of it."""
+    stands = asyncio.Event()
+    dispatcher.start()
+    sign = dispatcher.add(_waking(asyncio.get_running_loop(), stands))
+    try:
+        native.tell_when_it_stands(dispatcher.mailbox, sign)
+        await asyncio.wait_for(stands.wait(), timeout)
+    except asyncio.TimeoutError:
+        return False
+    finally:
+        dispatcher.remove(sign)
+    return True
 
 
 class Sonar:
@@ -84,16 +102,8 @@ class Sonar:
         """
         pairs = [*(settings or {}).items(), *keys.items()]
         native = self._sonar._native.request(pairs)
-        stands = asyncio.Event()
-        dispatcher.start()
-        sign = dispatcher.add(_waking(asyncio.get_running_loop(), stands))
-        try:
-            native.tell_when_it_stands(dispatcher.mailbox, sign)
-            await asyncio.wait_for(stands.wait(), timeout)
-        except asyncio.TimeoutError:
-            raise _errors.Timeout(f"it is not known within {timeout} s what became of the request") from None
-        finally:
-            dispatcher.remove(sign)
+        if not await _stands(native, timeout):
+            raise _errors.Timeout(f"it is not known within {timeout} s what became of the request")
         request = Request(native)
         error = request.error
         if error is not None:
@@ -150,26 +160,108 @@ class Sonar:
         await self.close()
 
 
-class _Connecting:
+class Lease:
+    """The right to command a sonar; `async with sonar.lease():` as with qx5.Lease."""
+
+    def __init__(self, lease: SyncLease) -> None:
+        self._lease = lease
+
+    @property
+    def held(self) -> bool:
+        """As qx5.Lease.held."""
+        return self._lease.held
+
+    async def acquire(self) -> None:
+        """As qx5.Lease.acquire."""
+        asked = self._lease._asked()
+        try:
+            if not await _stands(asked, self._lease._timeout):
+                raise self._lease._too_late()
+        except BaseException:
+            self._lease._native.release_lease()
+            raise
+        self._lease._finish(asked)
+
+    async def release(self) -> None:
+        """As qx5.Lease.release."""
+        released = self._lease._released()
+        if released is not None:
+            await _stands(released, None)
+
+    async def grant(self) -> None:
+        """As qx5.Lease.grant."""
+        await self._answer(True)
+
+    async def refuse(self) -> None:
+        """As qx5.Lease.refuse."""
+        await self._answer(False)
+
+    async def _answer(self, granted: bool) -> None:
+        native = self._lease._native.answer_asker(granted)
+        await _stands(native, None)
+        error = Request(native).error
+        if error is not None:
+            raise error
+
+    async def __aenter__(self) -> Lease:
+        await self.acquire()
+        return self
+
+    async def __aexit__(self, kind: type[BaseException] | None, error: BaseException | None,
+                        trace: TracebackType | None) -> None:
+        await self.release()
+
+
+class FleetSonar(Sonar):
+    """A sonar far away; what else a qx5.FleetSonar has is in its `sync`."""
+
+    def __init__(self, sonar: SyncFleetSonar) -> None:
+        super().__init__(sonar)
+        self._fleet_sonar = sonar
+
+    @property
+    def sync(self) -> SyncFleetSonar:
+        """The same sonar without awaiting."""
+        return self._fleet_sonar
+
+    @property
+    def holder(self) -> Holder | None:
+        """Who commands it; None for nobody."""
+        return self._fleet_sonar.holder
+
+    def lease(self, seconds: float = 60.0, timeout: float | None = 60.0) -> Lease:
+        """As qx5.FleetSonar.lease."""
+        return Lease(self._fleet_sonar.lease(seconds, timeout))
+
+    async def request(self, settings: Mapping[str, object] | None = None, /, *, timeout: float | None = None,
+                      **keys: object) -> Request:
+        """As of any sonar; without a timeout it is known soon after the limit that qx5.connect was given."""
+        return await super().request(settings, timeout=timeout, **keys)
+
+
+_S = TypeVar("_S", bound=Sonar)
+
+
+class _Connecting(Generic[_S]):
     """What connect gives: to be awaited, or for `async with`."""
 
-    def __init__(self, connects: Callable[[], SyncSonar]) -> None:
+    def __init__(self, connects: Callable[[], _S]) -> None:
         self._connects = connects
-        self._sonar: Sonar | None = None
+        self._sonar: _S | None = None
 
-    async def _run(self) -> Sonar:
+    async def _run(self) -> _S:
         connecting = asyncio.ensure_future(asyncio.to_thread(self._connects))
         try:
-            return Sonar(await asyncio.shield(connecting))
+            return await asyncio.shield(connecting)
         except asyncio.CancelledError:
             # The thread goes on to its end; what it then has nobody wants.
             connecting.add_done_callback(_close_unwanted)
             raise
 
-    def __await__(self) -> Generator[Any, None, Sonar]:
+    def __await__(self) -> Generator[Any, None, _S]:
         return self._run().__await__()
 
-    async def __aenter__(self) -> Sonar:
+    async def __aenter__(self) -> _S:
         self._sonar = await self._run()
         return self._sonar
 
@@ -179,12 +271,28 @@ class _Connecting:
             await self._sonar.close()
 
 
-def _close_unwanted(connecting: asyncio.Future[SyncSonar]) -> None:
+def _close_unwanted(connecting: asyncio.Future[_S]) -> None:
     if not connecting.cancelled() and connecting.exception() is None:
-        connecting.result().close()
+        connecting.result().sync.close()
 
 
-def connect(address: str, *, timeout: float = 5.0, plugin: str | os.PathLike[str] | None = None,
-            name: str | None = None) -> _Connecting:
+@overload
+def connect(address: str, *, timeout: float | None = None, plugin: str | os.PathLike[str] | None = None,
+            name: str | None = None) -> _Connecting[Sonar]: ...
+
+
+@overload
+def connect(address: str, *, group: str, vessel: str, sonar: str | None = None,
+            ca: str | os.PathLike[str] | None = None, cert: str | os.PathLike[str] | None = None,
+            key: str | os.PathLike[str] | None = None, person: str | None = None, limit: float = 10.0,
+            timeout: float | None = None) -> _Connecting[FleetSonar]: ...
+
+
+def connect(address: str, **options: Any) -> _Connecting[Any]:
     """As qx5.connect: `async with qx5.aio.connect("127.0.0.1:7000") as sonar`, or awaited."""
-    return _Connecting(lambda: _connect(address, timeout=timeout, plugin=plugin, name=name))
+
+    def connects() -> Sonar:
+        sonar = _connect(address, **options)
+        return FleetSonar(sonar) if isinstance(sonar, SyncFleetSonar) else Sonar(sonar)
+
+    return _Connecting(connects)

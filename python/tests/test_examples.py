@@ -100,5 +100,7 @@ def test_a_test_of_ones_own_script(examples):
 
 
 def test_all_examples_are_run(examples):
+    # That of a sonar far away by test_fleet.py.
     assert {each.stem for each in examples.glob("*.py")} == {
-        "gates_follow_depth", "power_against_level", "recording_to_numpy", "test_own_script", "watch_and_alarm"}
+        "gates_follow_depth", "power_against_level", "recording_to_numpy", "set_from_ashore", "test_own_script",
+        "watch_and_alarm"}

@@ -34,7 +34,7 @@ def test_the_rule_of_names():
 
 
 def test_no_key_hides_what_a_sonar_has_otherwise():
-    own = {name for name in vars(qx5.Sonar) if not name.startswith("_")}
+    own = {name for kind in (qx5.Sonar, qx5.FleetSonar) for name in vars(kind) if not name.startswith("_")}
     names = [key.name for key in qx5.KEYS.values()]
     assert own.isdisjoint(names)
     assert len(set(names)) == len(names)

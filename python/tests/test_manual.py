@@ -15,7 +15,8 @@ def chapter(source):
 
 
 def test_its_first_script_runs(chapter, qx5_simulator):
-    script = "\n".join(line[4:] for line in chapter.splitlines() if line.startswith("    "))
+    here = chapter[: chapter.index("\n### ")]
+    script = "\n".join(line[4:] for line in here.splitlines() if line.startswith("    "))
     assert script.startswith("import qx5\nsonar = qx5.connect(")
     names = {}
     exec(script.replace("127.0.0.1:7000", qx5_simulator.address), names)
@@ -29,7 +30,7 @@ def test_every_name_is_there(chapter):
     for name in names - {"pytest"}:
         assert hasattr(qx5, name), name
     for name in set(re.findall(r"\bsonar\.([a-z_]+)", chapter)):
-        assert hasattr(qx5.Sonar, name), name
+        assert hasattr(qx5.FleetSonar, name), name
     for name in ("address", "settings", "set", "command", "misbehave", "understood", "wait_for"):
         assert f"`{name}" in chapter and hasattr(qx5.Simulator, name)
     for name in ("detections", "pings", "water_column"):

@@ -114,6 +114,7 @@ def test_a_callback_may_end_its_own_subscription(sonar):
         sonar.range = 51
         sonar.range = 52
         other.wait(2)
+        collected.wait(1)
     assert len(collected.changes) == 1
 
 

@@ -234,6 +234,11 @@ struct TreeAccess
         slot.m_node = node;
         slot.m_childHash = hash;
     }
+    /// Whether two nodes hold the same: then nothing in them or below them differs.
+    static bool IsSame(CAttributeRec const& a, CAttributeRec const& b) { return a.m_node == b.m_node; }
+    /// Whether the children of both have the same keys in the same order. Costs next to nothing for a wide node of
+    /// which values alone were changed, and a look at each child otherwise.
+    static bool HasSameKeys(CAttributeMap const& a, CAttributeMap const& b);
     static CAttributeMap const* NextChild(CAttributeMap const& map, std::uint32_t& chunk, std::uint32_t& slot)
     {
         return map.NextChild(chunk, slot);
@@ -250,4 +255,36 @@ inline CAttributeMap const& AttributeNode::At(std::uint32_t place) const
 inline std::wstring_view AttributeNode::KeyAt(std::uint32_t place) const
 {
     return vordal::TreeAccess::Node(At(place))->Key();
+}
+
+inline bool vordal::TreeAccess::HasSameKeys(CAttributeMap const& a, CAttributeMap const& b)
+{
+    auto const* const one = Node(a);
+    auto const* const other = Node(b);
+    if (one == other) {
+        return true;
+    }
+    if (one == nullptr || other == nullptr || one->childCount != other->childCount) {
+        return a.Count() == 0 && b.Count() == 0;
+    }
+    std::uint32_t chunk = 0;
+    std::uint32_t slot = 0;
+    if (one->index != nullptr && one->index == other->index && one->indexedPlaces == other->indexedPlaces) {
+        // Whoever adds or removes a child that is in a shared index has one of his own from then on.
+        chunk = ChunkOf(one->indexedPlaces);
+        slot = SlotOf(one->indexedPlaces);
+    }
+    auto otherChunk = chunk;
+    auto otherSlot = slot;
+    for (;;) {
+        auto const* const child = NextChild(a, chunk, slot);
+        auto const* const counterpart = NextChild(b, otherChunk, otherSlot);
+        if (child == nullptr || counterpart == nullptr) {
+            return child == counterpart;
+        }
+        if (!IsSame(*child, *counterpart) &&
+            (child->m_childHash != counterpart->m_childHash || child->KeyText() != counterpart->KeyText())) {
+            return false;
+        }
+    }
 }

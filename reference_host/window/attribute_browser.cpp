@@ -6,27 +6,21 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QSortFilterProxyModel>
 #include <QTreeView>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace vordal {
 
 AttributeBrowser::AttributeBrowser(QWidget* parent)
-    : QWidget(parent), m_model(new AttributeTreeModel(this)), m_filtered(new QSortFilterProxyModel(this)),
-      m_view(new QTreeView(this)),
+    : QWidget(parent), m_model(new AttributeTreeModel(this)), m_view(new QTreeView(this)),
       m_search(MakeSearchField(tr("Search in the attributes"), tr("Search: attribute, kind or value"), this)),
       m_count(new QLabel(this))
 {
-    m_filtered->setSourceModel(m_model);
-    m_filtered->setFilterKeyColumn(-1);
-    m_filtered->setFilterCaseSensitivity(Qt::CaseInsensitive);
-    m_filtered->setRecursiveFilteringEnabled(true);
-    m_filtered->setAutoAcceptChildRows(true);
-
     m_search->setObjectName(QStringLiteral("attributeSearch"));
 
-    m_view->setModel(m_filtered);
+    m_view->setModel(m_model);
     m_view->setObjectName(QStringLiteral("attributes"));
     m_view->setAccessibleName(tr("Attributes of the device shown"));
     m_view->setUniformRowHeights(true);
@@ -44,7 +38,8 @@ AttributeBrowser::AttributeBrowser(QWidget* parent)
     column->addWidget(m_count);
 
     connect(m_search, &QLineEdit::textChanged, this, &AttributeBrowser::Search);
-    CountAgain();
+    m_model->SetWalkedHandler([this](bool hasOtherRows) { ShowWalked(hasOtherRows); });
+    ShowWalked(false);
 }
 
 void AttributeBrowser::Begin()
@@ -54,17 +49,12 @@ void AttributeBrowser::Begin()
 
 void AttributeBrowser::Update(CAttributeMap const& tree)
 {
-    if (m_fresh) {
-        m_fresh = false;
+    if (std::exchange(m_fresh, false)) {
         m_expanded.clear();
         m_model->Reset(tree);
-        if (!m_search->text().isEmpty()) {
-            m_view->expandAll();
-        }
     } else {
         m_model->Update(tree);
     }
-    CountAgain();
 }
 
 void AttributeBrowser::Tick()
@@ -74,46 +64,60 @@ void AttributeBrowser::Tick()
 
 void AttributeBrowser::Search(QString const& text)
 {
-    if (m_filtered->filterRegularExpression().pattern().isEmpty() && !text.isEmpty()) {
+    bool const wasSearching = std::exchange(m_isSearching, !text.isEmpty());
+    if (!wasSearching && m_isSearching) {
         m_expanded.clear();
         RememberExpanded({});
     }
-    m_filtered->setFilterFixedString(text);
-    if (!text.isEmpty()) {
-        m_view->expandAll();
-        return;
-    }
-    m_view->collapseAll();
-    for (QPersistentModelIndex const& index : m_expanded) {
-        if (index.isValid()) {
-            m_view->setExpanded(m_filtered->mapFromSource(index), true);
-        }
-    }
-    m_expanded.clear();
-    if (m_view->currentIndex().isValid()) {
-        // What was found stays in sight.
-        m_view->scrollTo(m_view->currentIndex());
-    }
+    m_opensFormer = wasSearching && !m_isSearching;
+    m_opensFound = m_isSearching;
+    m_model->Search(text);
 }
 
 void AttributeBrowser::RememberExpanded(QModelIndex const& parent)
 {
-    for (int row = 0; row < m_filtered->rowCount(parent); ++row) {
-        auto const index = m_filtered->index(row, 0, parent);
-        if (m_view->isExpanded(index)) {
-            m_expanded.emplace_back(m_filtered->mapToSource(index));
+    int const rows = m_model->rowCount(parent);
+    for (int row = 0; row < rows; ++row) {
+        auto const index = m_model->index(row, 0, parent);
+        if (m_model->hasChildren(index) && m_view->isExpanded(index)) {
+            m_expanded.push_back(m_model->PathOf(index));
             RememberExpanded(index);
         }
     }
 }
 
-void AttributeBrowser::CountAgain()
+// Not the view's own way to open all: it keeps a reference to every leaf, which costs whenever rows come or go.
+void AttributeBrowser::Open(QModelIndex const& parent)
+{
+    int const rows = m_model->rowCount(parent);
+    for (int row = 0; row < rows; ++row) {
+        auto const index = m_model->index(row, 0, parent);
+        if (m_model->hasChildren(index)) {
+            m_view->expand(index);
+            Open(index);
+        }
+    }
+}
+
+void AttributeBrowser::ShowWalked(bool hasOtherRows)
 {
     auto const text = m_model->NodeCount() == 0
                           ? tr("No attributes yet")
                           : tr("%1 attributes").arg(static_cast<qulonglong>(m_model->NodeCount()));
     if (text != m_count->text()) {
         m_count->setText(text);
+    }
+    if (m_isSearching && (hasOtherRows || std::exchange(m_opensFound, false))) {
+        Open({});
+    } else if (std::exchange(m_opensFormer, false)) {
+        m_view->collapseAll();
+        for (auto const& path : std::exchange(m_expanded, {})) {
+            m_view->setExpanded(m_model->IndexAt(path), true);
+        }
+        if (m_view->currentIndex().isValid()) {
+            // What was found stays in sight.
+            m_view->scrollTo(m_view->currentIndex());
+        }
     }
 }
 

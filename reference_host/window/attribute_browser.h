@@ -9,7 +9,6 @@
 
 class QLabel;
 class QLineEdit;
-class QSortFilterProxyModel;
 class QTreeView;
 
 namespace vordal {
@@ -38,16 +37,20 @@ public:
 private:
     void Search(QString const& text);
     void RememberExpanded(QModelIndex const& parent);
-    void CountAgain();
+    /// All rows below.
+    void Open(QModelIndex const& parent);
+    void ShowWalked(bool hasOtherRows);
 
     AttributeTreeModel* m_model;
-    QSortFilterProxyModel* m_filtered;
     QTreeView* m_view;
     QLineEdit* m_search;
     QLabel* m_count;
     bool m_fresh = true; ///< the next tree is another device's
+    bool m_isSearching = false;
+    bool m_opensFound = false;  ///< once the search has found
+    bool m_opensFormer = false; ///< once all is shown again
     /// What was open before the search.
-    std::vector<QPersistentModelIndex> m_expanded;
+    std::vector<AttributeTreeModel::Path> m_expanded;
 };
 
 } // namespace vordal

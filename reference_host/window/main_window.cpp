@@ -21,6 +21,7 @@
 #include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
+#include <QToolBar>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -219,6 +220,21 @@ QMenu* MainWindow::AddMenu(QString const& title)
     auto* const menu = new QMenu(title, this);
     menuBar()->insertMenu(m_viewMenu->menuAction(), menu);
     return menu;
+}
+
+QToolBar* MainWindow::AddBar(QString const& title, QString const& name)
+{
+    auto* const bar = new QToolBar(title);
+    bar->setObjectName(name);
+    bar->setMovable(false);
+    bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    bar->toggleViewAction()->setVisible(false);
+    // What opens the rest of a bar that is wider than the window is the toolkit's, and it leaves it nameless.
+    for (auto* const opener : bar->findChildren<QToolButton*>(QString(), Qt::FindDirectChildrenOnly)) {
+        opener->setAccessibleName(tr("More of the bar %1").arg(title));
+    }
+    addToolBar(Qt::BottomToolBarArea, bar);
+    return bar;
 }
 
 QMenu* MainWindow::AddFirstMenu(QString const& title)

@@ -17,6 +17,7 @@ class QDockWidget;
 class QLabel;
 class QMenu;
 class QTimer;
+class QToolBar;
 class QVBoxLayout;
 
 namespace vordal {
@@ -66,6 +67,8 @@ public:
                          QKeySequence const& shortcut);
     /// A menu between File and View.
     QMenu* AddMenu(QString const& title);
+    /// A bar of texts and commands below everything else, which stays where it is. The name is the object's.
+    QToolBar* AddBar(QString const& title, QString const& name);
     /// The title of the display in the middle.
     void SetViewTitle(QString const& title);
     /// What the window's title says of the project; empty: nothing.

@@ -49,7 +49,7 @@ RecordMonitor::RecordMonitor(std::shared_ptr<RecordQueue> queue, QWidget* parent
       m_details(new QPlainTextEdit(this)), m_splitter(new QSplitter(Qt::Horizontal, this)),
       m_filter(MakeSearchField(tr("Filter of the record monitor"),
                                tr("Filter: sonar, number, name, field or value; -word leaves out"), this)),
-      m_way(new QComboBox(this)), m_pause(MakeButton(tr("&Pause"), tr("Pause the record monitor"), this)),
+      m_way(new QComboBox(this)), m_pause(MakeButton(tr("Pa&use"), tr("Pause the record monitor"), this)),
       m_count(new QLabel(this))
 {
     m_filter->setObjectName(QStringLiteral("recordFilter"));

@@ -146,6 +146,10 @@ TEST_F(CommandGuardTest, LetsWatchersAskForNothing)
     EXPECT_EQ(permissions.Of("anyone"), Role::Operate) << "whom the broker lets through";
     permissions.roles = {{"anna", Role::Operate}, {"bert", Role::Watch}, {"dora", Role::Administrate}};
     EXPECT_EQ(permissions.Of("carl"), Role::Watch);
+    EXPECT_EQ(permissions.Of(Unnamed), Role::Operate) << "dora's";
+    permissions.roles.erase("dora");
+    EXPECT_EQ(permissions.Of(Unnamed), Role::Watch) << "the broker's only administrator is none here";
+    permissions.roles["dora"] = Role::Administrate;
     guard.SetPermissions(permissions);
     Lease("bert");
     EXPECT_EQ(Range(RequestOrigin::Ashore, "bert"), "bert may watch, and ask for nothing");

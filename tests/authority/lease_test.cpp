@@ -75,6 +75,22 @@ TEST_F(LeaseTest, IsHadByOneAndRefusesTheOthersByHisName)
     EXPECT_EQ(told.asker, "");
 }
 
+TEST_F(LeaseTest, ARefusalNamesTheHolderToPrograms)
+{
+    EXPECT_EQ(HolderInRefusal("anna has the lease of Hull until 2025-11-21T01:27:24.000Z", "Hull"), "anna");
+    EXPECT_EQ(HolderInRefusal("aboard has the lease of Hull", "Hull"), "aboard");
+    EXPECT_EQ(HolderInRefusal("nobody has the lease of Hull: ask for it first", "Hull"), "");
+    EXPECT_EQ(HolderInRefusal("Anna van Dam has the lease of Hull, and bert asks for it already", "Hull"),
+              "Anna van Dam");
+    EXPECT_EQ(HolderInRefusal("locked for those ashore (transmit): x5PingOnOffState=1", "Hull"), std::nullopt);
+    // That is among those aboard, and another one.
+    EXPECT_EQ(HolderInRefusal("the operator has the lease of this sonar's actions", "Hull"), std::nullopt);
+    // As it says so itself.
+    Ask("anna");
+    EXPECT_FALSE(Admits("bert"));
+    EXPECT_EQ(HolderInRefusal(reason, "Hull"), "anna");
+}
+
 TEST_F(LeaseTest, EndsByItselfUnlessItIsAskedForAgain)
 {
     Ask("anna", 60.0);

@@ -42,16 +42,25 @@ std::string Place(std::uint16_t port)
     return "127.0.0.1:" + std::to_string(port);
 }
 
-/// One broker for the tests that leave it as it was.
-class BrokerConnection : public ::testing::Test
+/// One broker for the tests that leave it as it was; whoever takes messages.
+class BrokerConnection : public ::testing::TestWithParam<bool>
 {
 protected:
+    static ConnectionOptions OptionsFor(BrokerAddress const& address, CertificateFiles const& files = {})
+    {
+        auto options = qx5::test::OptionsFor(address, files);
+        options.takesAtOnce = GetParam();
+        return options;
+    }
     ConnectionOptions Secure(std::string const& who) const { return OptionsFor(server.Secure(), server.Files(who)); }
 
     TestBroker server;
 };
 
-TEST_F(BrokerConnection, ByTlsOnBothSides)
+INSTANTIATE_TEST_SUITE_P(Messages, BrokerConnection, ::testing::Bool(),
+                         [](auto const& each) { return each.param ? "TakenAtOnce" : "TakenByItsThread"; });
+
+TEST_P(BrokerConnection, ByTlsOnBothSides)
 {
     BrokerEar listener(Secure("watcher"), {"a/#"});
     BrokerEar speaker(Secure("vessel"));
@@ -69,10 +78,10 @@ TEST_F(BrokerConnection, ByTlsOnBothSides)
     EXPECT_EQ(speaker.disconnections, 1);
     EXPECT_EQ(speaker.connection->Counts().published, 2U);
     EXPECT_FALSE(speaker.connection->Publish({"a/d", "", 0, false})) << "it has ended";
-    EXPECT_THAT(server.Log(), HasSubstr("u'vessel'")) << "the broker knows who speaks";
+    EXPECT_TRUE(server.WaitUntilItSays("u'vessel'")) << "the broker knows who speaks: " << server.Log();
 }
 
-TEST_F(BrokerConnection, WhatIsRetainedArrivesAndOrderOfOneQosIsKept)
+TEST_P(BrokerConnection, WhatIsRetainedArrivesAndOrderOfOneQosIsKept)
 {
     BrokerEar speaker(OptionsFor(server.Plain()));
     ASSERT_TRUE(speaker.WaitForConnections(1));
@@ -96,7 +105,7 @@ TEST_F(BrokerConnection, WhatIsRetainedArrivesAndOrderOfOneQosIsKept)
     }
 }
 
-TEST_F(BrokerConnection, WhatIsMoreThanTheBrokerTakesAtOnceGoesAsSoonAsItAcknowledges)
+TEST_P(BrokerConnection, WhatIsMoreThanTheBrokerTakesAtOnceGoesAsSoonAsItAcknowledges)
 {
     // It takes 20 at once. A client that looks once a second what it may send next is long past any limit by then.
     BrokerEar speaker(OptionsFor(server.Plain()));
@@ -112,7 +121,7 @@ TEST_F(BrokerConnection, WhatIsMoreThanTheBrokerTakesAtOnceGoesAsSoonAsItAcknowl
     speaker.connection->End(0s);
 }
 
-TEST_F(BrokerConnection, IsMadeAgainAndEndsWhileMessagesComeAndGo)
+TEST_P(BrokerConnection, IsMadeAgainAndEndsWhileMessagesComeAndGo)
 {
     auto options = OptionsFor(server.Plain());
     options.outgoingMessages = 100;
@@ -155,7 +164,7 @@ TEST_F(BrokerConnection, IsMadeAgainAndEndsWhileMessagesComeAndGo)
     EXPECT_EQ(told, taken) << "what became of each is told, and once";
 }
 
-TEST_F(BrokerConnection, ItsWillArrivesWhenTheLineBreaksAndNotWhenItEnds)
+TEST_P(BrokerConnection, ItsWillArrivesWhenTheLineBreaksAndNotWhenItEnds)
 {
     vordal::FaultRelay relay(server.Secure().port);
     BrokerEar listener(Secure("watcher"), {"will"});
@@ -180,7 +189,7 @@ TEST_F(BrokerConnection, ItsWillArrivesWhenTheLineBreaksAndNotWhenItEnds)
     EXPECT_EQ(listener.messages.size(), 2U) << "one that ended in order has no will";
 }
 
-TEST_F(BrokerConnection, StartsAgainWithoutItsWill)
+TEST_P(BrokerConnection, StartsAgainWithoutItsWill)
 {
     BrokerEar listener(Secure("watcher"), {"will", "after"});
     ASSERT_TRUE(listener.WaitForConnections(1));
@@ -194,7 +203,7 @@ TEST_F(BrokerConnection, StartsAgainWithoutItsWill)
     EXPECT_EQ(listener.messages.size(), 1U);
 }
 
-TEST_F(BrokerConnection, CertificatesThatAreNoGoodAreTold)
+TEST_P(BrokerConnection, CertificatesThatAreNoGoodAreTold)
 {
     EXPECT_THAT(BrokerEar(Secure("expired")).FirstReason(),
                 StartsWith("the certificate " + server.Files("expired").certificate.string() + " expired on 20"));
@@ -409,7 +418,7 @@ std::vector<bool> PromptLinesTo(std::uint16_t port)
     return prompt;
 }
 
-TEST_F(BrokerConnection, HoldsNoAnswerBackUntilAnAcknowledgementIsConfirmed)
+TEST_P(BrokerConnection, HoldsNoAnswerBackUntilAnAcknowledgementIsConfirmed)
 {
     BrokerEar plain(OptionsFor(server.Plain()));
     ASSERT_TRUE(plain.WaitForConnections(1));
@@ -441,7 +450,7 @@ TEST(BrokerThatRefuses, IsToldInItsWords)
     EXPECT_EQ(answering('\x8A'), "Banned");
 }
 
-TEST_F(BrokerConnection, WhatIsTooLargeForUsStaysAtTheBroker)
+TEST_P(BrokerConnection, WhatIsTooLargeForUsStaysAtTheBroker)
 {
     auto options = OptionsFor(server.Plain());
     options.incomingMessageBytes = 10'000;

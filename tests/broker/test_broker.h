@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace qx5::test {
 
@@ -55,6 +56,8 @@ public:
     std::string ProcessId() const { return m_process->Id(); }
     /// What it has said so far.
     std::string Log() const;
+    /// Waits until it has said that; false when it does not.
+    bool WaitUntilItSays(std::string_view text) { return m_process->WaitForError(text); }
 
 private:
     bool TryToStart();

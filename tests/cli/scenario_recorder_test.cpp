@@ -17,7 +17,12 @@ class RecorderTest : public testing::Test
 protected:
     RecorderTest() { recorder.SetFirstDevice(first); }
 
-    std::string Taken() { return Written(recorder.TakeEvents()); }
+    std::string Taken()
+    {
+        std::vector<ScenarioEvent> events;
+        recorder.TakeEvents(events);
+        return Written(events);
+    }
     static std::string Written(std::vector<ScenarioEvent> const& events)
     {
         std::string json;

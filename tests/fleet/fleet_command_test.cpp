@@ -170,6 +170,41 @@ TEST_F(FleetCommand, SaysOfWhatItWatchesThatItIsStale)
     EXPECT_THAT(watch->Output(), HasSubstr(rangeKey + " = 55 m\n"));
 }
 
+TEST_F(FleetCommand, EndsAtOnceWithoutABrokerAlsoWhereItWouldGoOnForever)
+{
+    server.Kill();
+    for (auto const& words : std::vector<std::vector<std::string>>{{"log"}, {"watch", "vessel/Bow", "--count", "1"}}) {
+        ExpectComplaint(Run(words), 1, {server.Secure().Place(), "nobody listens"});
+    }
+}
+
+TEST_F(FleetCommand, SaysWhileItLogsThatItsLineIsDown)
+{
+    std::string error;
+    auto const event =
+        authority::Encode(authority::HistoryContent(authority::HistoryText{"Bow", {}, R"({"text":"x"})"}), error);
+    auto const log = Begin({"log", "--count", "2"});
+    auto const tellUntil = [&](std::uint64_t number, auto const& isOver) {
+        while (!isOver()) {
+            vessel.PublishHistory({"0123", {{number, number, outbox::Kind::Event, *event}}});
+        }
+    };
+    tellUntil(1, [&] { return log->WaitForOutput("event", 200ms); });
+    server.Kill();
+    ASSERT_TRUE(log->WaitForError("qx5: the line to the broker is down\n"));
+    server.Start();
+    ASSERT_TRUE(log->WaitForError("qx5: the line to the broker stands again\n"));
+    tellUntil(2, [&] { return log->WaitForEnd(200ms).has_value(); });
+    EXPECT_EQ(log->WaitForEnd(), 0);
+}
+
+TEST_F(FleetCommand, SaysOfASonarThatIsGoneThatNobodyCanTakeIt)
+{
+    SetRange("Stern", 20);
+    vessel.RemoveSonar("Bow");
+    ExpectComplaint(Run({"lease", "vessel/Bow", "take"}), 1, {"there is no sonar Bow aboard vessel, which has Stern"});
+}
+
 TEST_F(FleetCommand, SetsWithTheLeaseThatNobodyHadAndGivesItBack)
 {
     auto const set = Run({"set", "vessel/Bow", rangeKey + "=75"});

@@ -3,6 +3,7 @@
 #include "outbox/sending.h"
 #include "tests/support/temporary_folder.h"
 
+#include <atomic>
 #include <fstream>
 #include <random>
 
@@ -117,10 +118,10 @@ TEST_F(ArchiveTest, PassesOverWhatNoOutboxSends)
 TEST_F(ArchiveTest, HasAllThatAFullOutboxStillHadAndItsGapsOverABadLine)
 {
     std::mt19937 random(3);
-    double steady = 0.0;
+    std::atomic<double> steady = 0.0;
     OutboxOptions options;
     options.greatestBytes = 20'000;
-    options.steady = [&] { return steady; };
+    options.steady = [&] { return steady.load(); };
     Outbox outbox(folder / "o", options);
     SendingOptions pieces;
     pieces.bytesPerSecond = 20'000.0;

@@ -9,8 +9,10 @@
 #include <condition_variable>
 #include <csignal>
 #include <fstream>
+#include <future>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -120,6 +122,28 @@ TEST_F(OutboxTest, WritesByItselfWithinItsDelay)
     }
     EXPECT_EQ(outbox.State().committed, 1U);
     EXPECT_EQ(outbox.State().waiting, 0U);
+}
+
+TEST_F(OutboxTest, WritesAtOnceWhatSomebodyWaitsForAndSaysSo)
+{
+    auto options = Options();
+    options.longestDelay = 3600.0;
+    Outbox outbox(file, options);
+    outbox.Put(Kind::Event, "may wait");
+    std::promise<std::pair<bool, OutboxState>> written;
+    EXPECT_EQ(outbox.PutAtOnce(Kind::Result, "must not",
+                               [&](bool isOnDisk) {
+                                   written.set_value({isOnDisk, outbox.State()});
+                               }),
+              2U);
+    auto const [isOnDisk, state] = written.get_future().get();
+    EXPECT_TRUE(isOnDisk);
+    EXPECT_EQ(state.committed, 2U) << "what waited before it is there, too";
+    bool wasTold = false;
+    EXPECT_EQ(outbox.PutAtOnce(Kind::Result, std::string(Outbox::GreatestPayload + 1, 'x'),
+                               [&](bool isThere) { wasTold = !isThere; }),
+              0U);
+    EXPECT_TRUE(wasTold) << "nobody waits for what is not taken";
 }
 
 TEST_F(OutboxTest, HandsOutAWindowFromANumber)
@@ -300,6 +324,9 @@ TEST_F(FullDisk, IsToldInOneLineAndNothingIsLostThatMemoryHolds)
     }
     EXPECT_LE(outbox->State().waiting, 100U);
     EXPECT_GT(outbox->State().shed[0], 100U);
+    std::promise<bool> written;
+    put = outbox->PutAtOnce(Kind::Result, "z", [&](bool isOnDisk) { written.set_value(isOnDisk); });
+    EXPECT_FALSE(written.get_future().get()) << "whoever waits for it learns that it is not there";
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
     outbox->Commit();
     std::uint64_t next = 1;

@@ -87,7 +87,7 @@ struct Session : std::enable_shared_from_this<Session>
         std::vector<unsigned char> injected;
         std::size_t written = 0;
         bool cutAtEnd = false;
-        bool heldByStall = false;
+        std::shared_ptr<Session> heldByStall; ///< keeps it alive where no operation does
         bool idle = true;
     };
 
@@ -109,7 +109,7 @@ struct Session : std::enable_shared_from_this<Session>
                                  self->client.set_option(tcp::no_delay(true), ignored);
                                  self->target.set_option(tcp::no_delay(true), ignored);
                                  self->open = true;
-                                 self->core.connections.fetch_add(1);
+                                 self->number = self->core.connections.fetch_add(1);
                                  self->Pump(0);
                                  self->Pump(1);
                              });
@@ -121,14 +121,16 @@ struct Session : std::enable_shared_from_this<Session>
         asio::error_code ignored;
         client.close(ignored);
         target.close(ignored);
-        pipes[0].timer.cancel();
-        pipes[1].timer.cancel();
+        for (auto& pipe : pipes) {
+            pipe.timer.cancel();
+            asio::post(core.context, [held = std::exchange(pipe.heldByStall, nullptr)] {});
+        }
     }
 
     void Pump(std::size_t which)
     {
         auto& pipe = pipes[which];
-        if (!open || !pipe.idle || core.faults[which].stalled) {
+        if (!open || !pipe.idle || IsStalled(which)) {
             return;
         }
         pipe.idle = false;
@@ -147,7 +149,7 @@ struct Session : std::enable_shared_from_this<Session>
     {
         auto& pipe = pipes[which];
         pipe.injected.insert(pipe.injected.end(), bytes.begin(), bytes.end());
-        if (open && pipe.held.empty() && !core.faults[which].stalled) {
+        if (open && pipe.held.empty() && !IsStalled(which)) {
             // Nothing is being written, only read: what tests inject is short, so this does not hold up the relay.
             asio::error_code error;
             asio::write(pipe.to, asio::buffer(std::exchange(pipe.injected, {})), error);
@@ -194,8 +196,8 @@ struct Session : std::enable_shared_from_this<Session>
         if (!open) {
             return;
         }
-        if (core.faults[which].stalled) {
-            pipe.heldByStall = true;
+        if (IsStalled(which)) {
+            pipe.heldByStall = shared_from_this();
             return;
         }
         if (pipe.written == pipe.held.size()) {
@@ -222,9 +224,11 @@ struct Session : std::enable_shared_from_this<Session>
                           });
     }
 
+    bool IsStalled(std::size_t which) const { return isHeld || core.faults[which].stalled; }
+
     void Resume(std::size_t which)
     {
-        if (std::exchange(pipes[which].heldByStall, false)) {
+        if (auto const self = std::exchange(pipes[which].heldByStall, nullptr)) {
             Forward(which);
         } else {
             Pump(which);
@@ -235,6 +239,8 @@ struct Session : std::enable_shared_from_this<Session>
     tcp::socket client;
     tcp::socket target;
     std::array<Pipe, 2> pipes;
+    std::uint64_t number = 0;
+    bool isHeld = false;
     bool open = false;
 };
 
@@ -340,6 +346,18 @@ void FaultRelay::SetStalled(Direction direction, bool stalled)
         if (before && !stalled) {
             ForEach(m_core->sessions, [which](Session& session) { session.Resume(which); });
         }
+    });
+}
+
+void FaultRelay::SetHeld(std::uint64_t number, bool held)
+{
+    m_core->Do([this, number, held] {
+        ForEach(m_core->sessions, [number, held](Session& session) {
+            if (session.open && session.number == number && std::exchange(session.isHeld, held) && !held) {
+                session.Resume(0);
+                session.Resume(1);
+            }
+        });
     });
 }
 

@@ -36,6 +36,8 @@ public:
     void SetRefusing(bool refusing);
     /// While set, nothing passes in that direction and nothing is read.
     void SetStalled(Direction direction, bool stalled);
+    /// While set, the same in both directions of one connection, which was the `number`th to reach the target, from 0.
+    void SetHeld(std::uint64_t number, bool held);
     /// Holds back everything by that long.
     void SetDelay(std::chrono::milliseconds delay);
     /// Passes on at most so many bytes with one write; 0: as they come.

@@ -1,4 +1,5 @@
 // How much may be on its way, and names on topics: what decides without a line.
+#include "vessel/detection_feed.h"
 #include "vessel/line_pace.h"
 #include "vessel/sonar_names.h"
 
@@ -91,6 +92,51 @@ TEST(LinePaceTest, TakesALostAcknowledgementForOne)
     pace.Sent(1'000'000);
     pace.Begin();
     EXPECT_TRUE(pace.HasRoom(0.01));
+}
+
+TEST(LinePaceTest, KnowsAFarLineOnceSeveralAnswersSaySo)
+{
+    LinePace pace;
+    std::uint64_t number = 0;
+    auto const answer = [&](double took) {
+        pace.Sent(100);
+        pace.AwaitAcknowledgement(++number, 0.0);
+        pace.Acknowledged(number, took);
+        return pace.IsFar();
+    };
+    EXPECT_FALSE(answer(0.9));
+    EXPECT_FALSE(answer(0.8)) << "two may have waited for something else";
+    EXPECT_TRUE(answer(0.9));
+    pace.Begin();
+    EXPECT_TRUE(pace.IsFar()) << "until the new connection says otherwise";
+    EXPECT_TRUE(answer(0.9));
+    EXPECT_TRUE(answer(0.9));
+    EXPECT_FALSE(answer(0.02)) << "one that was quick is enough";
+}
+
+TEST(DetectionFeedTest, ThinsOutAPingEvenly)
+{
+    authority::DetectionsMessage ping;
+    ping.beams = 512;
+    for (int i = 0; i < 512; ++i) {
+        ping.beam.push_back(static_cast<std::uint16_t>(i));
+        ping.angle.push_back(static_cast<float>(i) / 8.0F);
+        ping.travelTime.push_back(static_cast<float>(i) + 0.25F);
+        ping.level.push_back(static_cast<float>(-i));
+        ping.quality.push_back(static_cast<float>(i % 2));
+    }
+    auto const whole = ping;
+    ThinOut(ping, 93 + 11 * 512);
+    EXPECT_EQ(ping, whole);
+    ThinOut(ping, 93 + 11 * 4 + 10);
+    EXPECT_THAT(ping.beam, ::testing::ElementsAre(64, 192, 320, 448));
+    EXPECT_THAT(ping.angle, ::testing::ElementsAre(8.0F, 24.0F, 40.0F, 56.0F));
+    EXPECT_THAT(ping.travelTime, ::testing::ElementsAre(64.25F, 192.25F, 320.25F, 448.25F));
+    EXPECT_THAT(ping.level, ::testing::ElementsAre(-64.0F, -192.0F, -320.0F, -448.0F));
+    EXPECT_THAT(ping.quality, ::testing::ElementsAre(0.0F, 0.0F, 0.0F, 0.0F));
+    EXPECT_EQ(ping.beams, 512U);
+    ThinOut(ping, 0);
+    EXPECT_THAT(ping.beam, ::testing::ElementsAre(320));
 }
 
 TEST(SonarNamesTest, AreDifferentAndBearable)

@@ -1,4 +1,5 @@
 // A vessel on a real broker: what is told ashore, what is done for those ashore, what survives a line that drops.
+#include "tests/support/fault_relay.h"
 #include "vessel_stage.h"
 
 #include <protocol/records/all.h>
@@ -7,6 +8,7 @@
 #include <values/vordal_value.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <set>
 #include <string>
 
@@ -65,7 +67,25 @@ protected:
     }
 
     TestBroker broker;
+    /// A line that is far once it is told to be.
+    vordal::FaultRelay relay{broker.Secure().port};
     VesselStage stage{broker};
+
+    /// A vessel behind the relay, once its second connection stands.
+    vessel::Vessel& BeginFar(Shore& shore)
+    {
+        relay.SetDelay(std::chrono::milliseconds(150));
+        auto& vega = stage.Begin([&](vessel::VesselOptions& options) { options.address.port = relay.Port(); });
+        EXPECT_TRUE(shore.Wait([&] { return Alive(shore, "Bow") != nullptr; }));
+        // Each answer to a look has an acknowledgement, which says how far the line is.
+        std::string error;
+        for (std::uint64_t number = 1; vega.Counts().second.attempts == 0; ++number) {
+            shore.Say(ShoreSubject::Look, "Bow", *authority::Encode(authority::LookMessage{5, number, false}, error));
+            EXPECT_TRUE(shore.Wait([&] { return shore.looks.size() >= number; }));
+        }
+        EXPECT_TRUE(Eventually([&] { return vega.Counts().second.connections == 1; }));
+        return vega;
+    }
 };
 
 TEST_F(VesselTest, IsBornWithAllThatItsSonarsTell)
@@ -134,6 +154,25 @@ TEST_F(VesselTest, DoesWhatTheHolderAshoreAsksForAndSaysWhatTheSonarThenHas)
     });
     stage.Settle();
     EXPECT_EQ(DoubleIn(stage.Tree(), range), 500.0) << "it would be 60 again";
+}
+
+TEST_F(VesselTest, HasAResultOnTheDiskBeforeItTellsIt)
+{
+    stage.Begin([](vessel::VesselOptions& options) { options.outbox.longestDelay = 3600.0; });
+    auto const shore = Arrive();
+    ASSERT_EQ(shore->TakeLease("Bow").answer, LeaseReplyKind::Granted);
+    auto const stamp = shore->Stamp();
+    ASSERT_TRUE(shore->Ask("Bow", stamp, RequestOf(range, 73.0)));
+    EXPECT_EQ(ReplyTo(*shore, stamp).outcome, "agrees");
+    // What a vessel that is killed now finds when it is there again.
+    auto const killed = stage.folder / "killed";
+    for (std::string const suffix : {"", "-wal"}) {
+        std::filesystem::copy_file((stage.folder / "outbox").string() + suffix, killed.string() + suffix);
+    }
+    auto const items = outbox::Outbox(killed).Take(1, 1000, std::size_t{1} << 30);
+    EXPECT_EQ(std::count_if(items.begin(), items.end(),
+                            [](outbox::Item const& item) { return item.kind == outbox::Kind::Result; }),
+              1);
 }
 
 TEST_F(VesselTest, RefusesWhoHasNotTheLeaseAndNamesWhoHas)
@@ -429,6 +468,75 @@ TEST_F(VesselTest, TellsItsDeathWhenItEndsAndAfterThatIsBornAgain)
     EXPECT_EQ(DoubleIn(stage.Tree(), range), 33.0);
     stage.Begin();
     ASSERT_TRUE(shore->Wait([&] { return ValueOf(*shore, "Bow", range) == 33.0; }));
+}
+
+TEST_F(VesselTest, HasOneConnectionWhereTheLineIsNear)
+{
+    auto& vega = stage.Begin();
+    auto const shore = Arrive();
+    EXPECT_EQ(shore->TakeLease("Bow").answer, LeaseReplyKind::Granted);
+    for (int i = 0; i < 10; ++i) {
+        auto const stamp = shore->Stamp();
+        ASSERT_TRUE(shore->Ask("Bow", stamp, RequestOf(range, 60.0 + i)));
+        EXPECT_EQ(ReplyTo(*shore, stamp).outcome, "agrees");
+    }
+    EXPECT_EQ(vega.Counts().second.attempts, 0U);
+    shore->Look([&] {
+        EXPECT_EQ(shore->replies.size(), 10U) << "each once";
+        return 0;
+    });
+}
+
+TEST_F(VesselTest, DoesARequestOnAFarLineThoughEitherConnectionIsHeldUp)
+{
+    Shore shore(broker.Secure(), broker.Files("operator"), "operator");
+    ASSERT_TRUE(shore.WaitForLine());
+    BeginFar(shore);
+    EXPECT_EQ(shore.TakeLease("Bow").answer, LeaseReplyKind::Granted);
+    ASSERT_EQ(relay.Connections(), 2U);
+    double value = 60.0;
+    for (std::uint64_t const held : {0U, 1U}) {
+        auto const stamp = shore.Stamp();
+        relay.SetHeld(held, true);
+        ASSERT_TRUE(shore.Ask("Bow", stamp, RequestOf(range, ++value)));
+        EXPECT_EQ(ReplyTo(shore, stamp).outcome, "agrees") << "with connection " << held << " held up";
+        EXPECT_EQ(DoubleIn(stage.Tree(), range), value);
+        relay.SetHeld(held, false);
+    }
+    // What was held up comes, and is known by its number: it is not done again.
+    stage.AskAboard({});
+    auto const actions = [&] {
+        return std::count_if(shore.kinds.begin(), shore.kinds.end(),
+                             [](auto const& each) { return each.second == outbox::Kind::Action; });
+    };
+    auto const stamp = shore.Stamp();
+    ASSERT_TRUE(shore.Ask("Bow", stamp, RequestOf(range, 70.0)));
+    ReplyTo(shore, stamp);
+    ASSERT_TRUE(shore.Wait([&] { return actions() >= 3; }));
+    shore.Look([&] {
+        EXPECT_EQ(actions(), 3);
+        return 0;
+    });
+}
+
+TEST_F(VesselTest, ShowsDetectionsOnAFarLineWithoutHoldingUpWhatIsTold)
+{
+    Shore shore(broker.Secure(), broker.Files("operator"), "operator");
+    ASSERT_TRUE(shore.WaitForLine());
+    auto& vega = BeginFar(shore);
+    std::string error;
+    ASSERT_TRUE(shore.Say(ShoreSubject::Look, "Bow", *authority::Encode(authority::LookMessage{5, 2, true}, error)));
+    CAttributeMap on;
+    AddValue(on, AttributeKey(keys::x5PingOnOffState.text), std::int32_t{1});
+    stage.AskAboard(on);
+    ASSERT_TRUE(shore.Wait([&] { return shore.pings.size() >= 3; }));
+    EXPECT_GE(vega.Counts().second.published, 6U) << "each with what tells how it went";
+    relay.SetHeld(1, true);
+    stage.AskAboard(RequestOf(range, 42.0));
+    EXPECT_TRUE(shore.Wait([&] { return ValueOf(shore, "Bow", range) == 42.0; }));
+    relay.SetHeld(1, false);
+    auto const seen = shore.Look([&] { return shore.pings.size(); });
+    EXPECT_TRUE(shore.Wait([&] { return shore.pings.size() > seen; }));
 }
 
 TEST_F(VesselTest, WaitsForItsPrimaryHost)

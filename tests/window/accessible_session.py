@@ -236,13 +236,16 @@ class Session:
 def nothing_is_nameless(session):
     """What can have the focus, or be worked, tells what it is; so does what is read."""
     nameless = []
-    for _, element in session.window.walk():
+    above = []
+    for depth, element in session.window.walk():
+        above[depth:] = [element]
         if element.name():
             continue
         is_stop = element.has("FOCUSABLE") and element.has("SHOWING")
         # A label that has nothing to say yet is read as such.
         if is_stop or element.role() not in HOLDING | {"label"}:
-            nameless.append(f"{element.role()} '{element.description()}'" + (", which takes the focus" if is_stop else ""))
+            holders = " in ".join(f"{holder.role()} '{holder.name()}'" for holder in reversed(above[:-1]))
+            nameless.append(f"{element.role()} '{element.description()}' in {holders}" + (", which takes the focus" if is_stop else ""))
     assert not nameless, "nameless: " + ", ".join(nameless)
 
 

@@ -11,9 +11,13 @@
 #include <QSignalSpy>
 #include <QTreeView>
 
-#include <random>
-
+#include <algorithm>
+#include <cctype>
 #include <limits>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -97,6 +101,7 @@ TEST(AttributeTreeModel, AChangedValueIsOneRepaintedRow)
     AttributeTreeModel model;
     auto tree = Example();
     model.Reset(tree);
+    Text(model); // what nobody has looked at is not told
     QSignalSpy const changed(&model, &QAbstractItemModel::dataChanged);
     QSignalSpy const inserted(&model, &QAbstractItemModel::rowsInserted);
     QSignalSpy const removed(&model, &QAbstractItemModel::rowsRemoved);
@@ -201,6 +206,197 @@ TEST(AttributeTreeModel, FollowsAnySequenceOfChanges)
             ASSERT_EQ(Text(model), vordal::TreeText(tree)) << "round " << round;
         }
     }
+}
+
+TEST(AttributeTreeModel, FollowsAnySequenceOfChangesOfAWideBranch)
+{
+    AttributeTreeModel model;
+    QAbstractItemModelTester const tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    std::mt19937 random(13);
+    auto const below = [&](unsigned bound) { return random() % bound; };
+    std::vector<std::wstring> keys;
+    for (int i = 0; i < 300; ++i) {
+        keys.push_back(L"key " + std::to_wstring(i));
+    }
+    auto const anyKey = [&] { return AttributeKey(keys[below(300)]); };
+    CAttributeMap tree;
+    for (int i = 0; i < 200; ++i) {
+        tree.Add(anyKey(), CVordalInt(i));
+    }
+    for (int round = 0; round < 300; ++round) {
+        for (auto changes = below(4); changes > 0; --changes) {
+            switch (below(8)) {
+            case 0:
+                tree.Add(anyKey(), CVordalInt(round));
+                break;
+            case 1:
+                tree.Remove(anyKey());
+                break;
+            case 2: // as many as before, others
+                tree.Remove(tree.GetChild(static_cast<int>(below(100))).GetKey().GetString());
+                tree.Add(anyKey());
+                break;
+            default:
+                if (auto* const child = tree.GetAttrMap(anyKey())) {
+                    child->SetValue(CVordalDouble(round));
+                }
+                break;
+            }
+        }
+        model.Update(tree);
+        ASSERT_EQ(Text(model), vordal::TreeText(tree)) << "round " << round;
+    }
+}
+
+std::string Small(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+/// The lines of a tree that a search leaves, by the plainest way there is: its text, as TreeText writes it.
+std::vector<std::string> Left(CAttributeMap const& tree, std::string const& search, bool isAbove,
+                              std::string const& indent = {})
+{
+    std::vector<std::string> lines;
+    for (CAttributeMap const& child : tree) {
+        CAttributeMap one;
+        one.Append(child);
+        one.FindCreate(AttributeKey(child.KeyText())).RemoveChildren();
+        auto line = vordal::TreeText(one);
+        line.pop_back();
+        auto const kind = child.HasValue() ? (line.find('"') != std::string::npos ? "string" : "int") : "";
+        bool const isFound = isAbove || Small(line).find(search) != std::string::npos ||
+                             std::string_view(kind).find(search) != std::string_view::npos;
+        auto const below = Left(child, search, isFound, indent + "  ");
+        if (isFound || !below.empty()) {
+            lines.push_back(indent + line);
+            lines.insert(lines.end(), below.begin(), below.end());
+        }
+    }
+    return lines;
+}
+
+std::string Lines(std::vector<std::string> const& lines)
+{
+    std::string text;
+    for (auto const& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
+
+TEST(AttributeTreeModel, LeavesWhatAPlainSearchLeavesWhateverChanges)
+{
+    AttributeTreeModel model;
+    QAbstractItemModelTester const tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    std::mt19937 random(11);
+    auto const below = [&](unsigned bound) { return random() % bound; };
+    wchar_t const* const keys[]{L"Alpha", L"beta", L"gamma", L"Delta7"};
+    wchar_t const* const texts[]{L"north", L"Alps", L"seven 7"};
+    char const* const searches[]{"", "a", "alp", "7", "ELT", "north", "int", "nothing at all", "1"};
+    CAttributeMap tree;
+    std::string search;
+    for (int round = 0; round < 600; ++round) {
+        auto* node = &tree;
+        for (auto depth = below(3); depth > 0 && node->Count() > 0; --depth) {
+            auto* const child = node->GetAttrMap(AttributeKey(keys[below(4)]), static_cast<int>(below(2)));
+            node = child != nullptr ? child : node;
+        }
+        auto const key = AttributeKey(keys[below(4)]);
+        switch (below(5)) {
+        case 0:
+            node->Add(key, CVordalInt(static_cast<int>(below(300))));
+            break;
+        case 1:
+            node->Remove(key, static_cast<int>(below(2)));
+            break;
+        case 2:
+            node->Add(key, CVordalText(texts[below(3)]));
+            break;
+        case 3:
+            node->Add(key);
+            break;
+        default:
+            search = searches[below(9)];
+            model.Search(QString::fromStdString(search));
+            break;
+        }
+        model.Update(tree);
+        auto const expected = Lines(Left(tree, Small(search), search.empty()));
+        ASSERT_TRUE(RunUntil([&] { return Text(model) == expected; }))
+            << "round " << round << ", search " << search << "\n"
+            << Text(model) << "instead of\n"
+            << expected;
+    }
+}
+
+TEST(AttributeTreeModel, AWideTreeIsSearchedWhileEventsGoOn)
+{
+    constexpr int wide = 60000;
+    AttributeTreeModel model;
+    CAttributeMap tree;
+    for (int i = 0; i < wide; ++i) {
+        tree.Add(AttributeKey(L"key " + std::to_wstring(i)), CVordalInt(7));
+    }
+    model.Reset(tree);
+    ASSERT_TRUE(RunUntil([&] { return model.NodeCount() == wide; }));
+    EXPECT_EQ(model.rowCount(), wide);
+    QPersistentModelIndex const kept = model.index(123, 0);
+    model.Search(QStringLiteral("Key 123"));
+    // Itself, 1230 to 1239, 12300 to 12399.
+    ASSERT_TRUE(RunUntil([&] { return model.rowCount() == 111; }));
+    EXPECT_EQ(kept.row(), 0);
+    EXPECT_EQ(kept.data().toString(), "key 123");
+    // What changes so that it is found comes in.
+    tree.FindCreate(L"key 5").SetValue(CVordalText(L"key 123 it is"));
+    model.Update(tree);
+    ASSERT_TRUE(RunUntil([&] { return model.rowCount() == 112; }));
+    EXPECT_EQ(model.index(0, 0).data().toString(), "key 5");
+    EXPECT_EQ(kept.row(), 1);
+    model.Search({});
+    ASSERT_TRUE(RunUntil([&] { return model.rowCount() == wide; }));
+    EXPECT_EQ(kept.row(), 123);
+}
+
+TEST(AttributeTreeModel, OfManyChangesThoseInSightAreTold)
+{
+    AttributeTreeModel model;
+    CAttributeMap tree;
+    auto const change = [&](int value) {
+        for (int i = 0; i < 1000; ++i) {
+            tree.FindCreate(AttributeKey(L"key " + std::to_wstring(i))).SetValue(CVordalInt(value));
+        }
+    };
+    change(0);
+    model.Reset(tree);
+    // What a view asks of the rows that it paints.
+    for (int const row : {500, 501, 502, 700}) {
+        model.index(row, AttributeTreeModel::Value).data(Qt::BackgroundRole);
+    }
+    QSignalSpy const changed(&model, &QAbstractItemModel::dataChanged);
+    change(1);
+    model.Update(tree);
+    ASSERT_EQ(changed.size(), 2);
+    EXPECT_EQ(changed[0][0].toModelIndex().row(), 500);
+    EXPECT_EQ(changed[0][1].toModelIndex().row(), 502);
+    EXPECT_EQ(changed[1][0].toModelIndex().row(), 700);
+    EXPECT_EQ(changed[1][1].toModelIndex().row(), 700);
+}
+
+TEST(AttributeTreeModel, ARowThatGetsItsFirstChildCanBeOpened)
+{
+    AttributeTreeModel model;
+    QAbstractItemModelTester const tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    auto tree = Example();
+    model.Reset(tree);
+    EXPECT_FALSE(model.hasChildren(model.index(3, 0)));
+    QSignalSpy const laidOut(&model, &QAbstractItemModel::layoutChanged);
+    tree.FindCreate(L"on").Add(L"since", CVordalInt(1));
+    model.Update(tree);
+    EXPECT_TRUE(RunUntil([&] { return model.hasChildren(model.index(3, 0)); }));
+    EXPECT_EQ(laidOut.size(), 1);
+    EXPECT_EQ(model.rowCount(model.index(3, 0)), 1);
 }
 
 TEST(AttributeTreeModel, DeepTreesEndSomewhere)

@@ -2,6 +2,7 @@
 #include "live_stage.h"
 #include "tab_stops.h"
 
+#include <cli/window/project_menu.h>
 #include <cli/window/row_table.h>
 #include <reference_host/window/device_panel.h>
 #include <reference_host/window/mark.h>
@@ -642,6 +643,8 @@ TEST_F(AroundTheView, EveryStopOfTheTabKeyHasANameAndWhatWasAddedIsAmongThem)
 
 TEST_F(AroundTheView, NoTwoMenusButtonsOrShortcutsHaveOneKey)
 {
+    cli::NextSession next;
+    cli::ProjectMenu const project(stage.session, *stage.window, next);
     std::set<QKeySequence> taken;
     for (auto const* const action : stage.window->findChildren<QAction*>()) {
         for (auto const& keys : action->shortcuts()) {
