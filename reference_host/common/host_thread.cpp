@@ -66,21 +66,6 @@ void HostThread::WakeLocked(std::unique_lock<std::mutex>& lock)
     }
 }
 
-void HostThread::RunLane(TaskLane& lane)
-{
-    for (;;) {
-        Task task; // what it owns goes without the lock
-        {
-            std::lock_guard const lock(m_mutex);
-            if (!m_lanes.TakeFrom(lane, task)) {
-                return;
-            }
-            NoteLaneWeightLocked();
-        }
-        Execute(task);
-    }
-}
-
 void HostThread::EmptyLane(TaskLane& lane)
 {
     std::list<TaskLane::Waiting> dropped; // what the tasks own goes without the lock
@@ -137,9 +122,9 @@ void HostThread::Run()
         }
         // One at a time: whoever posts a task meanwhile waits for no more. Where little waits in the lanes, what was
         // posted meanwhile may have been so before that, and comes first with all that is older.
-        bool const isLanesTurn = m_tasks.empty() || m_lanes.Weight() > GreatestInOrder;
-        if (!m_lanes.IsEmpty() && isLanesTurn && !isDropping) {
-            auto next = m_lanes.Take();
+        bool const isMuch = m_lanes.Weight() > GreatestInOrder;
+        if (!m_lanes.IsEmpty() && (isMuch || m_tasks.empty()) && !isDropping) {
+            auto next = isMuch ? m_lanes.Take() : m_lanes.TakeOldest();
             NoteLaneWeightLocked();
             lock.unlock();
             Execute(next);

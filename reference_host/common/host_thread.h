@@ -1,8 +1,8 @@
 // The thread on which a live host delivers requests and notifications, one after the other.
 #pragma once
 
-#include "reference_host/common/task_lanes.h"
 #include "reference_host/common/host_task.h"
+#include "reference_host/common/task_lanes.h"
 #include "reference_host/platform/wake_signal.h"
 
 #include <VordalBaseR/Export.h>
@@ -21,10 +21,10 @@ namespace vordal {
 /// Runs tasks in the order in which they were posted. Any thread may post. While several tasks wait, the frames that
 /// they send may be gathered (see SendGathering).
 ///
-/// What comes from outside has a lane for each source, and the lanes take turns. As long as little waits in them a task
-/// without a lane runs behind all that was posted before it and before all that was posted behind it, in lanes or not.
-/// When more than GreatestInOrder does, because sources bring more than this thread takes, such tasks go before all of
-/// it: neither a request nor a quiet source waits for those that flood.
+/// What comes from outside has a lane for each source, and keeps that order, too, as long as little waits in the lanes.
+/// When more than GreatestInOrder does, because sources bring more than this thread takes, tasks without a lane go
+/// before all of it, and the lanes take turns: neither a request nor a quiet source waits for those that flood. Each
+/// lane, and what has none, keeps its own order always.
 class VORDAL_API HostThread
 {
 public:
@@ -39,8 +39,6 @@ public:
     bool Post(Task&& task);
     /// The same in a lane; `weight` is about the bytes of memory that the task takes, 1 at least.
     bool PostTo(TaskLane& lane, std::size_t weight, Task&& task);
-    /// Runs what waits in the lane now, before anything else. Host thread.
-    void RunLane(TaskLane& lane);
     /// Drops what waits in the lane.
     void EmptyLane(TaskLane& lane);
     /// Of all that waits in lanes. Any thread.

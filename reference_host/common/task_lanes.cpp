@@ -45,15 +45,6 @@ HostTask TaskLanes::TakeOldest()
     return TakeFirst(*m_oldest->lane);
 }
 
-bool TaskLanes::TakeFrom(TaskLane& lane, HostTask& task)
-{
-    if (lane.m_waiting.empty()) {
-        return false;
-    }
-    task = TakeFirst(lane);
-    return true;
-}
-
 std::list<TaskLane::Waiting> TaskLanes::Empty(TaskLane& lane)
 {
     for (auto const& each : lane.m_waiting) {

@@ -68,8 +68,6 @@ public:
     HostTask TakeOldest();
     /// Its number. There must be one.
     std::uint64_t Oldest() const { return m_oldest->number; }
-    /// The first of that lane; false when it is empty.
-    bool TakeFrom(TaskLane& lane, HostTask& task);
     /// All of that lane, for whoever lets go of it.
     std::list<TaskLane::Waiting> Empty(TaskLane& lane);
 

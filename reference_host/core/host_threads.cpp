@@ -64,15 +64,6 @@ bool HostThreads::PostTo(TaskLane& lane, std::size_t weight, HostTask task)
     return m_state.thread != nullptr && m_state.thread->PostTo(lane, weight, std::move(task));
 }
 
-void HostThreads::RunLane(TaskLane& lane)
-{
-    if (m_state.thread != nullptr && m_state.thread->IsThisThread()) {
-        m_state.thread->RunLane(lane);
-    } else {
-        EmptyLane(lane);
-    }
-}
-
 void HostThreads::EmptyLane(TaskLane& lane)
 {
     if (m_state.thread != nullptr) {

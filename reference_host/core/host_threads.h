@@ -38,9 +38,6 @@ public:
     /// least. While little waits in the lanes the order is that of posting, lanes or not; while much does, other tasks
     /// go first, and the lanes take turns.
     bool PostTo(TaskLane& lane, std::size_t weight, HostTask task);
-    /// Runs what waits in the lane, before anything else. Host thread, or once the host has stopped: then it is
-    /// dropped.
-    void RunLane(TaskLane& lane);
     /// Drops what waits in the lane, which may go then. Any thread.
     void EmptyLane(TaskLane& lane);
     /// Of all that waits in lanes. Any thread.

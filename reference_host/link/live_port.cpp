@@ -58,9 +58,7 @@ void LivePort::Close()
 
 void LivePort::Retire()
 {
-    m_link.Close();
-    // What arrived before is told before.
-    m_host.RunLane(m_lane);
+    End();
     TellDevices({});
 }
 
@@ -73,7 +71,7 @@ void LivePort::PostPiece(std::size_t bytes, std::function<void()> task)
 {
     CountUndelivered(bytes);
     try {
-        PostToHost(bytes, [this, bytes, task = std::move(task)] {
+        PostToHost(std::max(bytes, UsualWeight), [this, bytes, task = std::move(task)] {
             // Counted also when a subscriber throws.
             struct Delivery
             {

@@ -85,8 +85,8 @@ protected:
     virtual void OnDevicesTold(bool connected);
 
 private:
-    /// What a task counts for that is no piece of its own.
-    static constexpr std::size_t UsualWeight = 1024;
+    /// What a task counts for at least: small ones take their time, too.
+    static constexpr std::size_t UsualWeight = 4096;
 
     void PostToHost(std::size_t weight, std::function<void()> task);
     std::size_t GreatestBytesNow() const;

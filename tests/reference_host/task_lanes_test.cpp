@@ -135,7 +135,7 @@ TEST(TaskLanes, TakeTurnsAsAPlainModelDoes)
         std::uint64_t number = 0;
         for (int step = 0; step < 1500; ++step) {
             std::size_t const lane = below(count);
-            switch (below(12)) {
+            switch (below(11)) {
             default: {
                 // Of some lanes much heavier ones.
                 auto const weight = below(8) == 0 ? below(3'000'000) : below(lane % 2 == 0 ? 2000 : 100'000);
@@ -159,15 +159,7 @@ TEST(TaskLanes, TakeTurnsAsAPlainModelDoes)
                     ASSERT_EQ(run(lanes.TakeOldest()), plain.TakeOldest());
                 }
                 break;
-            case 6: {
-                HostTask task;
-                ASSERT_EQ(lanes.TakeFrom(each[lane], task), !plain.IsEmpty(lane));
-                if (!plain.IsEmpty(lane)) {
-                    ASSERT_EQ(run(std::move(task)), plain.TakeFrom(lane));
-                }
-                break;
-            }
-            case 7:
+            case 6:
                 if (below(10) == 0) {
                     std::vector<std::uint64_t> numbers;
                     for (auto& waiting : lanes.Empty(each[lane])) {
@@ -304,6 +296,17 @@ TEST_F(Line, IsThatOfPostingWhileLittleWaitsInLanes)
     EXPECT_EQ(ran, expected);
 }
 
+TEST_F(Line, IsThatOfPostingBetweenLanesAlsoWhileLittleWaits)
+{
+    Hold();
+    // By turns the second of a lane would be behind the others' first.
+    for (int i = 0; i < 6; ++i) {
+        thread.PostTo(lanes[static_cast<std::size_t>(i / 2)], 10'000, Note(i));
+    }
+    LetGo();
+    EXPECT_EQ(ran, (std::vector<int>{0, 1, 2, 3, 4, 5}));
+}
+
 TEST_F(Line, KeepsWhatWasPostedBeforeALanesTask)
 {
     Hold();
@@ -337,11 +340,10 @@ TEST_F(Line, LetsGoOfWhatTasksOwnWithoutItsLock)
         thread.PostTo(lanes[0], 1'000'000, [owned = own()] {});
     }
     thread.PostTo(lanes[1], 1, [owned = own()] {});
-    thread.Post([&] { thread.RunLane(lanes[0]); });
     thread.EmptyLane(lanes[1]);
     letGo.set_value();
     std::promise<void> done;
-    thread.PostTo(lanes[2], 1, [&] { done.set_value(); });
+    thread.PostTo(lanes[0], 1, [&] { done.set_value(); });
     done.get_future().wait();
     EXPECT_EQ(posted, std::vector<bool>(4, true));
 }
@@ -360,7 +362,7 @@ TEST_F(Line, OfTasksIsBeforeLanesWhereMuchWaitsInThem)
     EXPECT_LE(std::find(ran.begin(), ran.end(), 200) - ran.begin(), 3) << "the quiet lane";
 }
 
-TEST_F(Line, OfOneLaneIsRunAtOnceOrDropped)
+TEST_F(Line, OfOneLaneIsDropped)
 {
     Hold();
     thread.PostTo(lanes[0], 1, Note(1));
@@ -369,14 +371,9 @@ TEST_F(Line, OfOneLaneIsRunAtOnceOrDropped)
     thread.EmptyLane(lanes[1]);
     thread.EmptyLane(lanes[1]);
     thread.PostTo(lanes[0], 2'000'000, Note(4));
-    thread.Post([this] {
-        thread.RunLane(lanes[2]);
-        ran.push_back(5);
-    });
-    EXPECT_GT(thread.LaneWeight(), 2'000'000U);
+    EXPECT_EQ(thread.LaneWeight(), 2'000'002U);
     LetGo();
-    // Between what was taken at once and what was posted meanwhile the lanes have one task.
-    EXPECT_EQ(ran, (std::vector<int>{1, 3, 5, 4}));
+    EXPECT_EQ(ran, (std::vector<int>{1, 3, 4}));
     EXPECT_EQ(thread.LaneWeight(), 0U);
     EXPECT_FALSE(thread.PostTo(lanes[0], 1, Note(6))) << "it has stopped";
 }
