@@ -378,6 +378,47 @@ TEST_F(Line, OfOneLaneIsDropped)
     EXPECT_FALSE(thread.PostTo(lanes[0], 1, Note(6))) << "it has stopped";
 }
 
+TEST(HostThreadWithLanes, KeepsTheOrderOfEachSourceHoweverMuchWaits)
+{
+    constexpr std::size_t sources = 4;
+    constexpr int tasks = 3000;
+    std::array<TaskLane, sources> lanes;
+    TaskLane dropped;
+    // Of each source what went through its lane, and what did not. Host thread, until it has stopped.
+    std::array<std::vector<int>, sources> inLane;
+    std::array<std::vector<int>, sources> without;
+    HostThread thread;
+    std::vector<std::thread> posting;
+    for (std::size_t source = 0; source < sources; ++source) {
+        posting.emplace_back([&, source] {
+            std::mt19937 random(static_cast<unsigned>(source));
+            for (int i = 0; i < tasks; ++i) {
+                if (random() % 4 == 0) {
+                    thread.Post([&, source, i] { without[source].push_back(i); });
+                } else {
+                    // Now and then more than what is told in order.
+                    auto const weight = random() % 200 == 0 ? 2'000'000 : 1 + random() % 5000;
+                    thread.PostTo(lanes[source], weight, [&, source, i] { inLane[source].push_back(i); });
+                }
+                if (random() % 50 == 0) {
+                    thread.PostTo(dropped, 1, [] {});
+                    thread.EmptyLane(dropped);
+                }
+            }
+        });
+    }
+    for (auto& each : posting) {
+        each.join();
+    }
+    EXPECT_TRUE(thread.Stop(std::chrono::seconds(60)));
+    for (std::size_t source = 0; source < sources; ++source) {
+        EXPECT_EQ(inLane[source].size() + without[source].size(), static_cast<std::size_t>(tasks));
+        EXPECT_TRUE(std::is_sorted(inLane[source].begin(), inLane[source].end()));
+        EXPECT_TRUE(std::is_sorted(without[source].begin(), without[source].end()));
+    }
+    EXPECT_EQ(thread.LaneWeight(), 0U);
+}
+
 TEST(ShortTurns, LeaveAThreadItsPolicyAndItsShare)
 {
     std::thread([] {
