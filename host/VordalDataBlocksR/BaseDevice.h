@@ -136,6 +136,10 @@ public:
     /// Writes the bytes of the narrow string, as they stand, to the device's port. False when there is no connection
     /// or its queue is full; nothing is sent then.
     virtual bool SendMessageW(std::string const& bytes, bool flag);
+    /// The same by that operation, with bytes that the caller gives away: the host need not copy an image, and does
+    /// not hold the caller until the system has taken it. What is left in `bytes` is not told, unless the result is
+    /// false: then they are as they were.
+    bool SendMessageW(std::string&& bytes, bool flag);
     virtual bool SendMessageToPort(std::string const& bytes);
     virtual void ResetDeviceTimers();
     virtual void HandleAttribsChange(CDataId const& dataId);

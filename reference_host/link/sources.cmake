@@ -2,12 +2,14 @@
 # The transport knows nothing of the rest of the host and is tested without it.
 add_library(vordal_sonar_link OBJECT
   "${CMAKE_CURRENT_LIST_DIR}/../platform/line_watch.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/../platform/short_turns.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/connecting.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/frame_receiving.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/frame_sending.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/link_thread.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/name_look_up.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/../common/send_gathering.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/../common/task_lanes.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/send_queue.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sent_frames.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sonar_link.cpp")
