@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Builds the manual as a site: build.py OUT --python FOLDER, OUT/index.html being its first page. Called by `./dev docs site`.
+"""Builds the manual as a site, OUT/index.html being its first page: build.py OUT --program BUILD/bin/qx5 --python FOLDER. Called by
+`./dev docs site`.
 
 What Sphinx is given lies in OUT.work/source: docs/ as it is, CHANGELOG.md and the examples beside it, and the reference that
-is made of the host contract's comments (Doxygen) and the Python package's (autodoc). A warning of either is an error.
+is made of the host contract's comments (Doxygen), the Python package's (autodoc) and what each command says to --help. A warning of either is an error.
 """
 
 import argparse
@@ -53,6 +54,23 @@ def list_headers(folder):
         (folder / f"{library.name}.rst").write_text(page, encoding="utf-8")
 
 
+def list_commands(program, page):
+    """Each command and those below it, with what it says to --help."""
+    text = underlined("Commands and their options", "=") + "What each says to ``--help``. :doc:`../manual/commands` tells what they are for.\n\n"
+
+    def add(command):
+        nonlocal text
+        said = subprocess.run([program, *command, "--help"], capture_output=True, text=True, check=True).stdout
+        below = re.findall(r"(?m)^  ([a-z][a-z-]*)", said.partition("Subcommands:\n")[2])
+        text += underlined(" ".join(["qx5", *command]), "^" if len(command) > 1 else "-")
+        text += "::\n\n" + "".join(f"   {line}".rstrip() + "\n" for line in said.splitlines()) + "\n"
+        for each in below:
+            add([*command, each])
+
+    add([])
+    page.write_text(text, encoding="utf-8")
+
+
 def read_comments(folder):
     """The host contract's comments as XML; a public declaration without one ends it."""
     folder.mkdir(parents=True, exist_ok=True)
@@ -79,18 +97,19 @@ def loads_from_elsewhere(out):
 def main():
     options = argparse.ArgumentParser(description="Builds the manual as a site.")
     options.add_argument("out", type=pathlib.Path)
-    options.add_argument("--python", type=pathlib.Path, help="where the built package qx5 lies")
+    options.add_argument("--program", type=pathlib.Path, required=True, help="the built command qx5")
+    options.add_argument("--python", type=pathlib.Path, required=True, help="where the built package qx5 lies")
     options = options.parse_args()
     out = options.out.resolve()
     work = out.with_name(out.name + ".work")
     stage = work / "source"
     put_together(stage)
     list_headers(stage / "reference" / "host")
+    list_commands(str(options.program.resolve()), stage / "reference" / "commands.rst")
     read_comments(work / "doxygen")
     shutil.rmtree(out, ignore_errors=True)
     environment = dict(os.environ, QX5_VERSION=version(), QX5_SITE_XML=str(work / "doxygen" / "xml"), LC_ALL="C.UTF-8")
-    if options.python:
-        environment["PYTHONPATH"] = str(options.python.resolve())
+    environment["PYTHONPATH"] = str(options.python.resolve())
     done = subprocess.run(["/usr/bin/python3", "-m", "sphinx", "-W", "--keep-going", "-q", "-E", "-b", "html",
                            "-d", work / "doctrees", "-c", HERE, stage, out], env=environment, check=False)
     # What Sphinx keeps for itself is no part of the site.

@@ -50,7 +50,7 @@ def page_as_the_site_has_it(app, name, source):
             pages = [page.removesuffix(".md") for page in re.findall(r"\]\(([^)#:]+\.md)\)", part)]
             title = part.splitlines()[0].removeprefix("## ")
             parts.append(part + (contents(title, pages) if pages else ""))
-        text = "\n".join(parts) + contents("From the comments", ["reference/host", "reference/python"])
+        text = "\n".join(parts) + contents("Reference", ["reference/commands", "reference/host", "reference/python"])
     source[0] = text
 
 
