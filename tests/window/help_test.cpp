@@ -227,8 +227,7 @@ void ExpectALink(QTextDocument const& document, QString const& words, QString co
 
 TEST_F(Help, LinksOfTheManualLeadToTheirPlacesAndBack)
 {
-    cli::ManualWindow manual(documents);
-    manual.show();
+    auto& manual = Opened<cli::ManualWindow>("manualAction");
     auto& text = *manual.findChild<QTextBrowser*>("manualText");
     auto const& found = *manual.findChild<QLabel*>("manualFound");
     auto const shown = [&] { return text.cursorForPosition({0, 0}).block().text(); };
