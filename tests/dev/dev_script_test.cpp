@@ -149,6 +149,18 @@ TEST_F(DevScript, WithoutTheRightToSudoItTellsWhatRootIsToInstall)
     ExpectOneLine(Dev({"run"}), "dev: no right to sudo; as root install: apt-get install g++ ninja-build");
 }
 
+TEST_F(DevScript, WhatMakesTheSiteIsInstalledForTheSiteAlone)
+{
+    LetBeMissing("doxygen furo");
+    auto const tables = Dev({"docs", "tables"});
+    EXPECT_EQ(tables.code, 0) << tables.err;
+    EXPECT_THAT(tables.out, HasSubstr("checkout: docs docs\n"));
+    EXPECT_EQ(Called(), "");
+    ExpectOneLine(Dev({"docs", "book"}), "dev: docs takes tables, site or nothing, which is both");
+    EXPECT_EQ(Called(), "");
+    EXPECT_THAT(Dev({"docs", "site"}).err, HasSubstr("Installing furo doxygen\n"));
+}
+
 TEST_F(DevScript, AHeldPackageSystemIsWaitedForAndThatIsSaidOnce)
 {
     // Held at first by who fetches the lists, then by who installs.

@@ -26,7 +26,7 @@ endfunction()
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${prefix}")
 foreach(file bin/qx5 lib/libvordalhost.so lib/qx5/QX5SonarConfiguration.so lib/pkgconfig/vordal-host-contract.pc
     lib/cmake/VordalHostContract/VordalHostContractConfig.cmake
-    lib/libvordalhost.so.5.5 share/doc/qx5/docs/manual.md share/doc/qx5/docs/images/window-light.png
+    lib/libvordalhost.so.5.5 share/doc/qx5/docs/index.md share/doc/qx5/docs/manual/day.md share/doc/qx5/CHANGELOG.md share/doc/qx5/docs/images/window-light.png
     share/doc/qx5/README.md share/doc/qx5/CONTRIBUTING.md share/doc/qx5/examples/smallest_plugin/plugin.cpp
     share/doc/qx5/examples/echo_sounder/plugin.cpp share/qx5/x5_records.lua
     share/bash-completion/completions/qx5 share/zsh/vendor-completions/_qx5 share/fish/vendor_completions.d/qx5.fish
