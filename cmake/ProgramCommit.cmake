@@ -1,7 +1,8 @@
 # The commit that a program is built from, in a source file of its own that changes only when the commit does.
 #
 # As a script (cmake -DSOURCE=... -DOUTPUT=... -DNAMESPACE=... -P) it writes that file: the commit's first twelve digits,
-# with a word when files differ from it, or "unknown" where git does not know the folder as the top of a checkout.
+# with a word when files differ from it. Where git does not know the folder as the top of a checkout, what the folder's file
+# ".commit" tells, which whoever copies a checkout writes into the copy; else "unknown".
 if(CMAKE_SCRIPT_MODE_FILE)
   cmake_minimum_required(VERSION 3.25)
   set(commit "unknown")
@@ -19,6 +20,12 @@ if(CMAKE_SCRIPT_MODE_FILE)
       if(NOT failed AND told MATCHES "^[0-9a-f]+( with changes)?$")
         set(commit "${told}")
       endif()
+    endif()
+  endif()
+  if(commit STREQUAL "unknown" AND EXISTS "${SOURCE}/.commit")
+    file(STRINGS "${SOURCE}/.commit" told LIMIT_COUNT 1)
+    if(told MATCHES "^[0-9a-f]+( with changes)?$")
+      set(commit "${told}")
     endif()
   endif()
   file(CONFIGURE OUTPUT "${OUTPUT}" @ONLY CONTENT

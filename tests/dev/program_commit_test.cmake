@@ -42,3 +42,8 @@ file(WRITE "${FOLDER}/checkout/file" "two")
 expect("${FOLDER}/checkout" "${commit} with changes")
 # An archive that was unpacked within that checkout is none of its own.
 expect("${FOLDER}/checkout/archive" "unknown")
+# A copy without git tells of what it is a copy, and nothing that is no commit.
+file(WRITE "${FOLDER}/checkout/archive/.commit" "0123456789ab with changes\n")
+expect("${FOLDER}/checkout/archive" "0123456789ab with changes")
+file(WRITE "${FOLDER}/checkout/archive/.commit" "a\"; b\n")
+expect("${FOLDER}/checkout/archive" "unknown")
