@@ -1,4 +1,5 @@
-// Which release of the project the host library is of: that of the programs built with it, or the system has found another.
+// Which release of the project the host library is of: that of the programs built with it, or the system has found
+// another.
 #pragma once
 
 #include <VordalBaseR/Export.h>
