@@ -10,6 +10,7 @@
 #include "output.h"
 #include "platform/memory_reserve.h"
 
+#include "reference_host/common/library_version.h"
 #include "reference_host/common/log_settings.h"
 
 #include <algorithm>
@@ -686,6 +687,9 @@ int RunCommandLine(int argc, char** argv)
     CLI::App app{"qx5 operates x5 sonars: it runs a host with the plug-in, a simulated sonar, and tools for records."};
     app.name("qx5");
     app.require_subcommand(1);
+    if (std::string const unfit = vordal::UnfitLibrary(QX5_VERSION); !unfit.empty()) {
+        return Complain(ExitFailed, unfit);
+    }
     auto const facts = ProgramFacts(QX5_VERSION, programCommit);
     app.set_version_flag("--version", FactLines(facts));
     app.failure_message([](CLI::App const* root, CLI::Error const& error) {

@@ -106,6 +106,11 @@ protected:
     fs::path const elsewhere = folder / "else where";
 };
 
+TEST_F(DevScript, PackagesAreMadeInTheWaysThatItTells)
+{
+    ExpectOneLine(Dev({"package", "--colour"}), "dev: usage: ./dev package [--check [--keep]] [--reproduce] [--only]");
+}
+
 TEST_F(DevScript, NothingMissingNeedsNobodysLeave)
 {
     RemoveProgram("sudo");
