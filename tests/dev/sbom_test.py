@@ -50,6 +50,7 @@ class Sbom(unittest.TestCase):
         within = {binary: self.others(binary, "STATIC_LINK") for binary in (self.program, self.library, self.plugin)}
         for package, binaries in (("libcli11-dev", {self.program}), ("libsqlite3-dev", {self.library}),
                                   ("libspdlog-dev", {self.library}), ("nlohmann-json3-dev", {self.program}),
+                                  ("rapidjson-dev", {self.program}),
                                   ("libasio-dev", {self.program, self.library}),
                                   ("libutfcpp-dev", {self.program, self.library, self.plugin})):
             self.assertEqual({each for each in within if "SPDXRef-Package-" + package in within[each]}, binaries, package)
