@@ -123,7 +123,7 @@ void TimePings(Stage& stage, std::size_t members, std::size_t devices, std::vect
         host.SetObserver(nullptr);
         nanoseconds.insert(nanoseconds.end(), watch.Took().begin() + 1, watch.Took().end());
     }
-    host.SetTraffic(nullptr);
+    host.SetTraffic(&stage.Live());
 }
 
 } // namespace
