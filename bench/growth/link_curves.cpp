@@ -266,6 +266,21 @@ std::vector<Curve> LinkCurves(Stage& stage)
                               TimeTellings(stage.Drained(), size, 20, areChanged, nanoseconds);
                           }});
     }
+    curves.push_back({"unchanged",
+                      "what N values cost that a sonar has told already, in percent of what they cost when changed",
+                      {128, 512, 2048, 8192},
+                      0.0,
+                      {{128, 20.0}, {512, 20.0}, {2048, 20.0}, {8192, 20.0}},
+                      [&stage](std::size_t size, std::vector<double>& percent) {
+                          std::vector<double> changed;
+                          std::vector<double> unchanged;
+                          TimeTellings(stage.Drained(), size, 10, true, changed);
+                          TimeTellings(stage.Drained(), size, 10, false, unchanged);
+                          for (std::size_t i = 0; i < changed.size(); ++i) {
+                              percent.push_back(unchanged[i] / changed[i] * 100.0);
+                          }
+                      },
+                      "percent"});
     curves.push_back(BesideFloods(
         stage, "quiet-data-p99", "a quiet sonar tells its range beside N sonars that flood, until its follower knows",
         1.0, [](LiveSonar& quiet, double value) { SendAll(quiet.FarEnd(), Telling(1, value, value)); }));

@@ -114,18 +114,20 @@ private:
     TreeAccount& m_account;
 };
 
+/// Whether `into` is another than before.
 template <typename Admission>
-void MergeAdmitted(CAttributeMap& into, CAttributeMap const& given, Admission& admission)
+bool MergeAdmitted(CAttributeMap& into, CAttributeMap const& given, Admission& admission)
 {
     // Most trees that are merged have one level, which costs no allocation.
     Level top{&into, &given};
     std::vector<Level> deeper;
+    bool isChanged = false;
     while (true) {
         auto& level = deeper.empty() ? top : deeper.back();
         auto const* child = TreeAccess::NextChild(*level.given, level.chunk, level.slot);
         if (child == nullptr) {
             if (deeper.empty()) {
-                break;
+                return isChanged;
             }
             deeper.pop_back();
             continue;
@@ -144,10 +146,12 @@ void MergeAdmitted(CAttributeMap& into, CAttributeMap const& given, Admission& a
             if (place == AttributeIndex::NoPlace) {
                 if (admission.AdmitKeys(*child, 1)) {
                     level.into->Append(*child);
+                    isChanged = true;
                 }
             } else if (auto const& known = *TreeAccess::Node(target->At(place));
                        !SameContent(known, source) && admission.AdmitValue(known, source)) {
                 TakeContent(TreeAccess::Own(*level.into).OwnSlot(place), source);
+                isChanged = true;
             }
             continue;
         }
@@ -158,6 +162,7 @@ void MergeAdmitted(CAttributeMap& into, CAttributeMap const& given, Admission& a
         }
         auto& own = TreeAccess::Own(*level.into);
         auto const place = EnsurePlace(own, key, occurrence);
+        isChanged = isChanged || !isThere;
         if (isLeaf) {
             continue;
         }
@@ -167,6 +172,7 @@ void MergeAdmitted(CAttributeMap& into, CAttributeMap const& given, Admission& a
             // The value of a new branch was admitted with its key.
             if (!SameContent(known, source) && (!isThere || admission.AdmitValue(known, source))) {
                 TakeContent(branch, source);
+                isChanged = true;
             }
         }
         deeper.push_back({&branch, child});
@@ -176,14 +182,13 @@ void MergeAdmitted(CAttributeMap& into, CAttributeMap const& given, Admission& a
 /// Calls `merge` with what is given, or a copy of it where it may be a part of what is about to change; a root of its
 /// own cannot be.
 template <typename MergeThat>
-void WithOwnRoot(CAttributeMap const& into, CAttributeMap const& given, MergeThat merge)
+auto WithOwnRoot(CAttributeMap const& into, CAttributeMap const& given, MergeThat merge)
 {
     if (&into == &given || TreeAccess::ChildHash(given) != 0) {
         CAttributeMap const held(given);
-        merge(held);
-    } else {
-        merge(given);
+        return merge(held);
     }
+    return merge(given);
 }
 
 /// A piece of a node's children that is not exposed may be shared with other threads' trees and is not written.
@@ -222,11 +227,11 @@ void Merge(CAttributeMap& into, CAttributeMap const& given)
     });
 }
 
-void Merge(CAttributeMap& into, CAttributeMap const& given, TreeAccount& account)
+bool Merge(CAttributeMap& into, CAttributeMap const& given, TreeAccount& account)
 {
-    WithOwnRoot(into, given, [&](CAttributeMap const& tree) {
+    return WithOwnRoot(into, given, [&](CAttributeMap const& tree) {
         Limited limited(into, account);
-        MergeAdmitted(into, tree, limited);
+        return MergeAdmitted(into, tree, limited);
     });
 }
 

@@ -23,8 +23,8 @@ VORDAL_API void Merge(CAttributeMap& into, CAttributeMap const& given);
 
 /// The same within what the account has room for. A key that is there takes any value that is no longer than the one it
 /// has; a new key (a branch with all below it) or a longer text or list for which there is no room is left out, and
-/// counted as refused. What follows it is merged.
-VORDAL_API void Merge(CAttributeMap& into, CAttributeMap const& given, TreeAccount& account);
+/// counted as refused. What follows it is merged. Whether `into` is another than before.
+VORDAL_API bool Merge(CAttributeMap& into, CAttributeMap const& given, TreeAccount& account);
 
 /// Gives the first child of that key the value and flags, appended when missing, with nothing handed out: later copies
 /// of `tree` stay cheap, unlike after `FindCreate`.

@@ -39,6 +39,7 @@ bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap
     std::shared_ptr<DataId_NI const> info;
     {
         std::lock_guard const lock(*internals.lock);
+        internals.mergedTold.Forget();
         Merge(internals.tree, tree);
         internals.told.NoteOthersWrote();
         info = ChangeInfo(internals, id);
@@ -47,7 +48,7 @@ bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap
     return true;
 }
 
-bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree)
+bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree, std::uint64_t number)
 {
     if (tree.Count() == 0) {
         return false;
@@ -56,7 +57,7 @@ bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttribut
     bool firstRefusal = false;
     {
         std::lock_guard const lock(*internals.lock);
-        Merge(internals.tree, tree, internals.told);
+        internals.mergedTold.Merge(internals.tree, tree, number, internals.told);
         firstRefusal = !internals.refusalTold && internals.told.Refused() != TreeSize{};
         internals.refusalTold = internals.refusalTold || firstRefusal;
         info = ChangeInfo(internals, id);

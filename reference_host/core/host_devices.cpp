@@ -228,12 +228,12 @@ void HostDevices::ReplaceAttributes(BaseDevice& device, CAttributeMap const& tre
     internals.told.CountAnew(internals.tree);
 }
 
-void HostDevices::MergeDecoded(BaseDevice& device, CAttributeMap const& tree)
+void HostDevices::MergeDecoded(BaseDevice& device, CAttributeMap const& tree, std::uint64_t number)
 {
     if (auto* const observer = CurrentRequestObserver()) {
         observer->OnTold(device, tree);
     }
-    if (!MergeToldAndNotify(device.Internals(), device.GetDataId(), tree)) {
+    if (!MergeToldAndNotify(device.Internals(), device.GetDataId(), tree, number)) {
         return;
     }
     auto const told = Told(device);
@@ -252,6 +252,7 @@ void HostDevices::SetToldLimits(BaseDevice& device, TreeLimits const& limits)
     auto& internals = device.Internals();
     std::lock_guard const lock(*internals.lock);
     internals.told.SetLimits(limits);
+    internals.mergedTold.Forget();
     internals.refusalTold = false;
 }
 

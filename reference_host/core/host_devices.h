@@ -9,6 +9,7 @@
 
 #include "reference_host/attributes/tree_account.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <span>
@@ -58,8 +59,9 @@ public:
     void ReplaceAttributes(BaseDevice& device, CAttributeMap const& tree);
     /// Merges what was decoded from a record into the tree and notifies, as SetAttributeMap does, but it is no echo. It
     /// may fill no more of the tree than SetToldLimits allows: what is beyond is refused, counted, and told once for
-    /// each device, by a line in the log and to the observer. What anybody else writes is never refused.
-    void MergeDecoded(BaseDevice& device, CAttributeMap const& tree);
+    /// each device, by a line in the log and to the observer. What anybody else writes is never refused. A tree that is
+    /// told again has the number of before, see MergedTrees.
+    void MergeDecoded(BaseDevice& device, CAttributeMap const& tree, std::uint64_t number = 0);
     /// For this device in place of the limits that TreeLimits begins with. Any thread.
     void SetToldLimits(BaseDevice& device, TreeLimits const& limits);
     /// The account of what MergeDecoded has filled and refused. What a tree holds when it is loaded or put in place

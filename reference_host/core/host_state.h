@@ -1,6 +1,7 @@
 // What the reference host consists of, for its own sources: registers, buses, buffers, the host thread.
 #pragma once
 
+#include "reference_host/attributes/merged_trees.h"
 #include "reference_host/attributes/tree_account.h"
 #include "reference_host/bus/notification_bus.h"
 #include "reference_host/bus/window_inbox.h"
@@ -23,6 +24,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -43,6 +45,7 @@ struct DeviceInternals
     CriticalSection* lock = nullptr;
     /// Of what the sonar tells; what others write needs no room in it.
     TreeAccount told;
+    MergedTrees mergedTold;
     bool refusalTold = false;
     std::shared_ptr<SubscriptionMap> const subscriptions = std::make_shared<SubscriptionMap>();
     /// What attribute notifications carry; made anew when the id has changed. Guarded by the device's lock.
@@ -247,7 +250,8 @@ BaseDataSource* FindBuffer(CDataId const& id);
 
 /// Merges into the device's tree under its lock and then tells the subscribers; false when nothing was given.
 bool MergeAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree);
-/// The same within the account of what the sonar tells. True when something was refused for the first time.
-bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree);
+/// The same within the account of what the sonar tells, with the tree's number for MergedTrees. True when something was
+/// refused for the first time.
+bool MergeToldAndNotify(DeviceInternals& internals, CDataId const& id, CAttributeMap const& tree, std::uint64_t number);
 
 } // namespace vordal

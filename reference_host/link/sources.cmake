@@ -21,6 +21,6 @@ qx5_take_precompiled(vordal_sonar_link qx5_network_precompiled)
 qx5_compile_together(vordal_sonar_link)
 
 target_sources(vordalhost PRIVATE
-  link/echo_blocks.cpp link/echo_streams.cpp link/frame_addressees.cpp link/live_port.cpp link/live_traffic.cpp link/raw_port.cpp streams/settings_data.cpp
+  link/echo_blocks.cpp link/echo_streams.cpp link/frame_addressees.cpp link/live_port.cpp link/live_traffic.cpp link/raw_port.cpp link/repeated_trees.cpp streams/settings_data.cpp
  link/x5_port.cpp)
 target_link_libraries(vordalhost PRIVATE vordal_sonar_link)

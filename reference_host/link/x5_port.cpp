@@ -5,8 +5,6 @@
 #include "live_traffic.h"
 #include "reference_host/streams/settings_data.h"
 
-#include "reference_host/attributes/tree_account.h"
-#include "reference_host/attributes/tree_bytes.h"
 #include "reference_host/common/log.h"
 #include "reference_host/common/request_observer.h"
 #include "reference_host/core/host.h"
@@ -99,9 +97,10 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
         return;
     }
     std::string error;
-    CAttributeMap tree;
-    auto const keys = DecodeTree(frame.data, protocol::LinkTree, tree, error);
-    if (!keys) {
+    protocol::Target const from{static_cast<std::int32_t>(frame.header.deviceId),
+                                static_cast<std::int16_t>(frame.header.enumerator)};
+    auto decoded = m_trees.Decode(from, frame.data, error);
+    if (!decoded) {
         m_droppedTrees.fetch_add(1);
         if (!std::exchange(m_damageTold, true)) {
             Log(LogLevel::Warning, tvcore::ToUtf8(GetName()) + ": attributes from the sonar are dropped, " + error +
@@ -109,14 +108,11 @@ void X5Port::OnLinkFrame(protocol::FrameView const& frame, double)
         }
         return;
     }
-    protocol::Target const from{static_cast<std::int32_t>(frame.header.deviceId),
-                                static_cast<std::int16_t>(frame.header.enumerator)};
-    // A character takes more memory here than on the wire, and a key more than its name.
-    auto const size = frame.bytes.size() * sizeof(wchar_t) + *keys * BytesOfAnyKey;
-    PostPiece(size, [this, from, tree = std::move(tree)] { Deliver(from, tree); });
+    PostPiece(decoded->size,
+              [this, from, tree = std::move(decoded->tree), number = decoded->number] { Deliver(from, tree, number); });
 }
 
-void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
+void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree, std::uint64_t number)
 {
     auto const devices = AddresseesOf(*this, from);
     if (devices.empty() && Count() > 0 && !std::exchange(m_strangerTold, true)) {
@@ -140,7 +136,7 @@ void X5Port::Deliver(protocol::Target from, CAttributeMap const& tree)
             m_settingsTold.push_back(dataId);
             isData = true;
         }
-        GetHost().MergeDecoded(*device, tree);
+        GetHost().MergeDecoded(*device, tree, number);
         PutStreamData(*device, status, isData ? settings : std::nullopt);
     }
     m_echoes.TakeUp(tree);

@@ -4,6 +4,7 @@
 #include "echo_streams.h"
 #include "live_port.h"
 #include "reference_host/core/host_streams.h"
+#include "repeated_trees.h"
 
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <VordalAttributesR/CAttributeMap.h>
@@ -66,7 +67,7 @@ private:
     /// otherwise.
     void TellStreamsOfConnection(bool connected);
     /// Hands a tree to the devices that it is for.
-    void Deliver(qx5::protocol::Target from, CAttributeMap const& tree);
+    void Deliver(qx5::protocol::Target from, CAttributeMap const& tree, std::uint64_t number);
     /// Puts what the sonar told of its data stream into the device's buffer, if the device is a sonar.
     void PutStreamData(BaseDevice const& device, std::optional<unsigned short> status,
                        std::optional<CDataBlock> const& block);
@@ -87,6 +88,7 @@ private:
     bool m_isConnected = false; ///< as the devices know
     EchoStreams m_echoes;
     /// Link thread alone.
+    RepeatedTrees m_trees;
     bool m_damageTold = false;
     bool m_echoDamageTold = false;
     std::atomic<std::uint64_t> m_droppedTrees{0};

@@ -5,6 +5,7 @@
 
 #include <reference_host/attributes/tree_account.h>
 #include <reference_host/attributes/tree_bytes.h>
+#include <reference_host/attributes/tree_merge.h>
 #include <reference_host/common/clock.h>
 #include <reference_host/common/log.h>
 #include <reference_host/core/host.h>
@@ -13,6 +14,8 @@
 
 #include <HalvaneX5InterfaceR/QX5Device.h>
 #include <VordalDataBlocksR/BaseDataSource.h>
+#include <VordalSubscriberR/Subscriber.h>
+#include <VordalSubscriberR/Subscription.h>
 #include <vordalhostdllR/DataManager.h>
 
 #include <protocol/house_records.h>
@@ -20,9 +23,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <mutex>
 #include <optional>
+#include <random>
 #include <string>
 
 namespace vordal::test {
@@ -402,6 +407,153 @@ TEST_F(X5PortTest, ALineThatComesAndGoesBeforeABusyHostIsToldInBoundedPieces)
         EXPECT_NE(std::find(notes.begin(), notes.end(), "disconnected"), notes.end());
     });
 }
+
+/// Keeps what a device has for "n" each time that a subscriber of it is told.
+class NumbersTold
+{
+public:
+    explicit NumbersTold(Device& device) : m_device(device)
+    {
+        m_subscription.SetSubscriber(new MemFunNoInfoSubscriber<NumbersTold>(this, &NumbersTold::OnTold), true);
+        m_subscription.SetMap(device.GetAttributeSubscriptionMap());
+        m_subscription.Subscribe(L"n");
+    }
+    std::vector<int> numbers;
+
+private:
+    void OnTold()
+    {
+        int number = -1;
+        unsigned flags = 0;
+        m_device.GetAttribValue(L"n", number, flags);
+        numbers.push_back(number);
+    }
+    Device& m_device;
+    Subscription m_subscription;
+};
+
+TEST_F(X5PortTest, AValueThatIsToldAgainIsTakenAndToldAgainWhateverWasWrittenMeanwhile)
+{
+    NumbersTold told(*second);
+    Connect();
+    auto const wait = [&](std::size_t times) {
+        return Eventually([&] {
+            std::size_t now = 0;
+            host.RunAndWait([&] { now = told.numbers.size(); });
+            return now == times;
+        });
+    };
+    peer.Write(TreeFrame(42));
+    peer.Write(TreeFrame(42));
+    peer.Write(TreeFrame(42));
+    ASSERT_TRUE(wait(3));
+    CAttributeMap others;
+    others.Add(L"n", CVordalInt(7), 0);
+    host.RunAndWait([&] { second->SetAttributeMap(others, 0); });
+    peer.Write(TreeFrame(42));
+    ASSERT_TRUE(wait(5));
+    host.RunAndWait([&] { host.ReplaceAttributes(*second, others); });
+    peer.Write(TreeFrame(42));
+    ASSERT_TRUE(wait(6));
+    host.RunAndWait([&] { EXPECT_EQ(told.numbers, (std::vector<int>{42, 42, 42, 7, 42, 42})); });
+    EXPECT_EQ(NumberOf(*first), 42);
+}
+
+class RepeatedTellings : public X5PortTest, public testing::WithParamInterface<unsigned>
+{
+};
+
+TEST_P(RepeatedTellings, OfSonarsOnOnePortAreWhatEachToldAndOthersWrote)
+{
+    std::mt19937 random(GetParam());
+    auto const below = [&random](std::size_t limit) { return random() % limit; };
+    std::array const devices{first, second};
+    std::array plain{HeadAttributes(0), HeadAttributes(1)};
+    std::array<std::vector<int>, 2> plainTold;
+    host.RunAndWait([&] {
+        for (std::size_t i = 0; i < 2; ++i) {
+            host.ReplaceAttributes(*devices[i], plain[i]);
+        }
+    });
+    NumbersTold firstTold(*first);
+    NumbersTold secondTold(*second);
+    Connect();
+    auto const anyTree = [&] {
+        std::vector<qx5::protocol::TreeNode> nodes;
+        for (auto const* const key : {L"n", L"a", L"b", L"n"}) {
+            if (below(2) == 0) {
+                nodes.push_back({key, static_cast<std::int32_t>(below(3)), {}});
+            }
+        }
+        std::vector<qx5::protocol::TreeNode> const inBranch{{L"c", static_cast<std::int32_t>(below(3)), {}}};
+        nodes.push_back({L"branch", {}, inBranch});
+        return nodes;
+    };
+    auto const treeOf = [](std::vector<qx5::protocol::TreeNode> const& nodes) {
+        std::string error;
+        CAttributeMap tree;
+        auto const bytes = qx5::protocol::EncodeTree(nodes, error);
+        EXPECT_TRUE(DecodeTree(bytes.value(), qx5::protocol::LinkTree, tree, error));
+        return tree;
+    };
+    auto const note = [&](std::size_t device, CAttributeMap const& tree) {
+        Merge(plain[device], tree);
+        if (tree.Has(L"n")) {
+            int number = -1;
+            plain[device].FindValue(L"n").Get(number);
+            plainTold[device].push_back(number);
+        }
+    };
+    std::array<std::vector<qx5::protocol::TreeNode>, 4> pool{anyTree(), anyTree(), anyTree(), anyTree()};
+    // What was written so far has been told.
+    auto waitForAll = [&, marks = 0]() mutable {
+        std::vector<qx5::protocol::TreeNode> const mark{{L"mark", std::int32_t{++marks}, {}}};
+        peer.Write(FrameOfNodes(mark));
+        for (auto& tree : plain) {
+            Merge(tree, treeOf(mark));
+        }
+        return Eventually([&] {
+            int number = 0;
+            unsigned flags = 0;
+            return second->GetAttribValue(L"mark", number, flags) && number == marks;
+        });
+    };
+    for (int step = 0; step < 400; ++step) {
+        if (below(10) == 0) {
+            pool.at(below(pool.size())) = anyTree();
+        }
+        auto const& nodes = pool.at(below(pool.size()));
+        auto const tree = treeOf(nodes);
+        auto const from = below(20); // each head, both as one, and another program
+        bool const isOfOthers = from == 19;
+        bool const isOfOneHead = from < 12;
+        auto const head = from % 2;
+        if (isOfOthers) {
+            ASSERT_TRUE(waitForAll());
+            host.RunAndWait([&] { devices.at(head)->SetAttributeMap(tree, 0); });
+        } else {
+            auto const frame = FrameOfNodes(nodes);
+            peer.Write(isOfOneHead ? FromHead(static_cast<unsigned char>(head), frame) : frame);
+        }
+        for (std::size_t device = 0; device < 2; ++device) {
+            if (device == head || !(isOfOneHead || isOfOthers)) {
+                note(device, tree);
+            }
+        }
+    }
+    ASSERT_TRUE(waitForAll());
+    for (std::size_t i = 0; i < 2; ++i) {
+        CAttributeMap tree;
+        devices.at(i)->GetAttributeMap(tree);
+        EXPECT_TRUE(TreesEqual(tree, plain.at(i))) << TreeText(tree) << TreeText(plain.at(i));
+    }
+    host.RunAndWait([&] {
+        EXPECT_EQ(firstTold.numbers, plainTold[0]);
+        EXPECT_EQ(secondTold.numbers, plainTold[1]);
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, RepeatedTellings, testing::Range(0U, 6U));
 
 TEST_F(X5PortTest, AFrameOfOneHeadReachesItsDeviceAlone)
 {
