@@ -261,7 +261,7 @@ std::vector<Case> RequestCases(Stage& stage)
                          for (std::size_t i = 0; i < samples; ++i) {
                              CAttributeMap tree;
                              *tree.Add(vordal::keys::Request) = RangeRequest(NextRange());
-                             std::uint64_t const told = read.Told();
+                             std::uint32_t const told = read.Told();
                              Time(1, 1, nanoseconds, [&] {
                                  DataManager::GetDataManager().SetAttributeMap(read.GetDevice().GetDataId(), tree, 4,
                                                                                false);

@@ -59,9 +59,9 @@ void LiveSonar::OnEcho()
     m_told.notify_all();
 }
 
-void LiveSonar::WaitUntilTold(std::uint64_t times)
+void LiveSonar::WaitUntilTold(std::uint32_t times)
 {
-    for (std::uint64_t have = m_told.load(); have < times; have = m_told.load()) {
+    for (std::uint32_t have = m_told.load(); have < times; have = m_told.load()) {
         m_told.wait(have);
     }
 }

@@ -60,8 +60,8 @@ public:
     vordal::SonarLink& Link() { return m_project->Ports().front()->GetLink(); }
     /// The socket at the sonar's end.
     int FarEnd() const { return m_farEnd; }
-    std::uint64_t Told() const { return m_told.load(); }
-    void WaitUntilTold(std::uint64_t times);
+    std::uint32_t Told() const { return m_told.load(); }
+    void WaitUntilTold(std::uint32_t times);
     /// When the subscriber was last told, on the host thread; wait until it was.
     std::chrono::steady_clock::time_point LastTold() const { return m_lastTold; }
 
@@ -74,7 +74,9 @@ private:
     std::unique_ptr<Subscription> m_subscription;
     CAttributeMap m_seen;                             ///< the tree as the subscriber last copied it, as a view does
     std::chrono::steady_clock::time_point m_lastTold; ///< written before it is counted
-    std::atomic<std::uint64_t> m_told{0};
+    /// Of the width that the system waits for by itself: any other shares a place with those of other sonars, and who
+    /// waits is woken by theirs.
+    std::atomic<std::uint32_t> m_told{0};
     int m_farEnd = -1;
 };
 

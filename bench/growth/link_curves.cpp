@@ -81,41 +81,57 @@ void TimeTellings(LiveSonar& sonar, std::size_t values, std::size_t samples, boo
         for (std::size_t j = 0; j < tellingsOfSample; ++j) {
             SendAll(sonar.FarEnd(), tellings[areChanged ? j % 2 : 1]);
         }
-        sonar.WaitUntilTold(told + tellingsOfSample);
+        sonar.WaitUntilTold(told + static_cast<std::uint32_t>(tellingsOfSample));
         nanoseconds.push_back((ProcessorTime() - before) / static_cast<double>(tellingsOfSample));
     }
 }
 
-/// Sonars that tell as fast as the host takes it, one value of 300 another each time, by one thread.
+/// Sonars that tell more than the host takes, one value of 300 another each time. Sonars are other machines: nothing
+/// here runs for them while something is measured, they live on what waits in the connections (megabytes).
 class Floods
 {
 public:
-    Floods(Stage& stage, std::size_t sonars)
+    Floods(Stage& stage, std::size_t sonars) : m_lines(sonars)
     {
         for (std::size_t i = 0; i < sonars; ++i) {
             m_sonars.push_back(
                 std::make_unique<LiveSonar>(stage.Host(), static_cast<unsigned short>(100 + i), MakeTree(300)));
+            fcntl(m_sonars.back()->FarEnd(), F_SETFL, O_NONBLOCK);
         }
-    }
-    Floods(Floods const&) = delete;
-    Floods& operator=(Floods const&) = delete;
-    ~Floods()
-    {
-        m_ended.store(true);
-        if (m_thread.joinable()) {
-            m_thread.join();
+        for (int i = 0; i < 2; ++i) {
+            m_tellings.push_back(Telling(300, i, i));
         }
     }
 
+    /// Puts into each connection what it takes, of which the next milliseconds leave some.
+    void Fill()
+    {
+        // No more than what waits at most, also where the host takes it as fast.
+        constexpr std::size_t most = 8'000'000;
+        for (std::size_t i = 0; i < m_sonars.size(); ++i) {
+            auto& line = m_lines[i];
+            for (std::size_t put = 0; put < most;) {
+                auto const& telling = m_tellings[line.telling];
+                auto const sent =
+                    send(m_sonars[i]->FarEnd(), telling.data() + line.sent, telling.size() - line.sent, MSG_NOSIGNAL);
+                if (sent <= 0) {
+                    break;
+                }
+                put += static_cast<std::size_t>(sent);
+                line.sent += static_cast<std::size_t>(sent);
+                if (line.sent == telling.size()) {
+                    line = {1 - line.telling, 0};
+                }
+            }
+        }
+    }
+    /// Until they have reached all that they can fill.
     void Begin()
     {
-        m_thread = std::thread([this] { Run(); });
-    }
-    /// Whether each of them has been told of so often.
-    bool AllTold(std::uint64_t times) const
-    {
-        return std::all_of(m_sonars.begin(), m_sonars.end(),
-                           [times](auto const& sonar) { return sonar->Told() >= times; });
+        while (!AllTold(50)) {
+            Fill();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     }
 
 private:
@@ -125,52 +141,17 @@ private:
         std::size_t sent = 0; ///< of it
     };
 
-    void Run()
+    /// Whether each of them has been told of so often.
+    bool AllTold(std::uint32_t times) const
     {
-        // Sonars are other machines: what sends here takes the processor from nobody.
-        sched_param const none{};
-        sched_setscheduler(gettid(), SCHED_IDLE, &none);
-        std::vector<std::vector<unsigned char>> tellings;
-        for (int i = 0; i < 2; ++i) {
-            tellings.push_back(Telling(300, i, i));
-        }
-        std::vector<pollfd> ready;
-        for (auto const& sonar : m_sonars) {
-            fcntl(sonar->FarEnd(), F_SETFL, O_NONBLOCK);
-            ready.push_back({sonar->FarEnd(), POLLOUT, 0});
-        }
-        std::vector<Line> lines(ready.size());
-        while (!m_ended.load() && !ready.empty()) {
-            poll(ready.data(), static_cast<nfds_t>(ready.size()), 10);
-            for (std::size_t i = 0; i < ready.size(); ++i) {
-                if ((ready[i].revents & POLLOUT) == 0) {
-                    continue;
-                }
-                auto& line = lines[i];
-                auto const& telling = tellings[line.telling];
-                auto const sent =
-                    send(ready[i].fd, telling.data() + line.sent, telling.size() - line.sent, MSG_NOSIGNAL);
-                line.sent += sent > 0 ? static_cast<std::size_t>(sent) : 0;
-                if (line.sent == telling.size()) {
-                    line = {1 - line.telling, 0};
-                }
-            }
-        }
+        return std::all_of(m_sonars.begin(), m_sonars.end(),
+                           [times](auto const& sonar) { return sonar->Told() >= times; });
     }
 
     std::vector<std::unique_ptr<LiveSonar>> m_sonars;
-    std::atomic<bool> m_ended{false};
-    std::thread m_thread;
+    std::vector<Line> m_lines;
+    std::vector<std::vector<unsigned char>> m_tellings;
 };
-
-/// Begins them, and lets them reach all that they can fill.
-void Flood(Floods& floods)
-{
-    floods.Begin();
-    while (!floods.AllTold(50)) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-}
 
 double NinetyNinthOf(std::vector<double> samples)
 {
@@ -234,10 +215,11 @@ Curve BesideFloods(Stage& stage, std::string name, std::string work, double expo
             [&stage, something](std::size_t size, std::vector<double>& nanoseconds) {
                 LiveSonar quiet(stage.Host(), 99, MakeTree(300));
                 Floods floods(stage, size);
-                Flood(floods);
+                floods.Begin();
                 std::vector<double> samples;
                 auto const end = Clock::now() + quietTime;
                 for (std::size_t i = 0; i < quietSamples && Clock::now() < end; ++i) {
+                    floods.Fill();
                     auto const told = quiet.Told();
                     auto const begin = Clock::now();
                     something(quiet, static_cast<double>(i));
@@ -304,12 +286,12 @@ std::vector<Curve> LinkCurves(Stage& stage)
                           };
                           Floods floods(stage, size);
                           double const before = allocated();
-                          floods.Begin();
                           double greatest = before;
                           auto const end = Clock::now() + std::chrono::seconds(1);
                           while (Clock::now() < end) {
+                              floods.Fill();
                               greatest = std::max(greatest, allocated());
-                              std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                              std::this_thread::sleep_for(std::chrono::milliseconds(1));
                           }
                           nanoseconds.push_back(greatest - before);
                       }});
