@@ -23,8 +23,8 @@ namespace vordal {
 ///
 /// What comes from outside has a lane for each source, and keeps that order, too, as long as little waits in the lanes.
 /// When more than GreatestInOrder does, because sources bring more than this thread takes, tasks without a lane go
-/// before all of it, and the lanes take turns: neither a request nor a quiet source waits for those that flood. Each
-/// lane, and what has none, keeps its own order always.
+/// before all of it, and the lanes share the thread fairly: neither a request nor a quiet source waits for those that
+/// flood. Each lane, and what has none, keeps its own order always.
 class VORDAL_API HostThread
 {
 public:

@@ -1,14 +1,15 @@
-// What waits for one thread from many sources, such as the connections of sonars: a lane each, in turn.
+// What waits for one thread from many sources, such as the connections of sonars: a lane each, which share it fairly.
 #pragma once
 
 #include "reference_host/common/host_task.h"
-#include "reference_host/common/in_line.h"
 
 #include <VordalBaseR/Export.h>
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <list>
+#include <set>
 
 namespace vordal {
 
@@ -35,24 +36,20 @@ public:
 
 private:
     friend class TaskLanes;
-    friend class InLine<TaskLane>;
     std::list<Waiting> m_waiting;
-    std::size_t m_credit = 0;           ///< what it may still take in its turn
-    std::uint64_t m_quietFrom = 0;      ///< it is a quiet one again once so many turns have ended
-    InLine<TaskLane>* m_line = nullptr; ///< where it stands while something waits in it
-    TaskLane* m_before = nullptr;
-    TaskLane* m_behind = nullptr;
+    std::uint64_t m_due = 0; ///< of the first that waits, or of the last that was taken
 };
 
-/// Takes the tasks of many lanes by turns of about equal weight, whatever each of them has waiting (deficit round
-/// robin): a lane with little is never behind more than one turn of each other one. A quiet lane, which had nothing
-/// while each of the others had a turn, has its next one before them all. What an operation costs does not grow with
-/// the number of lanes, nor with what waits in them. One thread at a time.
+/// Takes the tasks of many lanes so that each lane with something has the same part of the thread by weight, whatever
+/// the others have waiting (weighted fair queueing): the next is the one that would be done first if all lanes were
+/// served at once, each at the same rate. A lane that brings less than its part thus has its task next but for what
+/// weighs, of each other lane, no more than that task. What an operation costs does not grow with what waits, and with
+/// the logarithm of the number of lanes. One thread at a time.
 class VORDAL_API TaskLanes
 {
 public:
-    /// What a lane may take in one turn. A heavier task waits for so many turns, and for no more than 64.
-    static constexpr std::size_t Turn = std::size_t{16} << 10;
+    /// A heavier task counts for no more.
+    static constexpr std::size_t Heaviest = std::size_t{1} << 20;
 
     bool IsEmpty() const { return m_oldest == nullptr; }
     /// Of all that waits.
@@ -72,14 +69,23 @@ public:
     std::list<TaskLane::Waiting> Empty(TaskLane& lane);
 
 private:
+    /// Where a lane stands while something waits in it.
+    struct Place
+    {
+        std::uint64_t due;
+        std::uint64_t number; ///< of its first task, where two are due at once
+        TaskLane* lane;
+        auto operator<=>(Place const& other) const = default;
+    };
+
+    static Place PlaceOf(TaskLane& lane);
+    static std::uint64_t Cost(std::size_t weight);
     HostTask TakeFirst(TaskLane& lane);
     void Forget(TaskLane::Waiting const& waiting);
-    void Enter(TaskLane& lane);
-    void Leave(TaskLane& lane);
 
-    InLine<TaskLane> m_quiet; ///< these have their turn first
-    InLine<TaskLane> m_others;
-    std::uint64_t m_turnsEnded = 0;
+    std::set<Place> m_line;
+    /// How far each lane would be that has had something all the time, in the parts of a weight that Cost counts in.
+    std::uint64_t m_time = 0;
     TaskLane::Waiting* m_oldest = nullptr;
     TaskLane::Waiting* m_youngest = nullptr;
     std::size_t m_weight = 0;

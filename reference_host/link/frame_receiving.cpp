@@ -108,26 +108,27 @@ void FrameReceiving::TakeBytes(std::span<unsigned char const> bytes)
     }
     m_frames.Feed(bytes);
     m_isWorking = true;
-    PutWork(1); // what there is it tells later
+    PutWork();
 }
 
-void FrameReceiving::PutWork(std::size_t bytes)
+void FrameReceiving::PutWork()
 {
     if (auto const core = m_handlers.Core()) {
-        // It stands in this link's own lane, so it must not own the link: that keeps itself once it is its turn.
-        core->PutWork(m_lane, bytes, [this] { m_handlers.DuringThis([this] { Work(); })(); });
+        // It stands in this link's own lane, so it must not own the link: that keeps itself once it is its turn. How
+        // much there is to take nobody knows yet, so it counts for what was taken last.
+        core->PutWork(m_lane, m_taken, [this] { m_handlers.DuringThis([this] { Work(); })(); });
     }
 }
 
 /// Takes some of the frames that have arrived, and reads on after the last of them.
 void FrameReceiving::Work()
 {
-    std::size_t taken = 0;
-    if (!TakeFrames(WorkBytes, taken)) {
+    m_taken = 0;
+    if (!TakeFrames(WorkBytes, m_taken)) {
         return;
     }
-    if (taken >= WorkBytes) {
-        PutWork(taken);
+    if (m_taken >= WorkBytes) {
+        PutWork();
         return;
     }
     m_isWorking = false;

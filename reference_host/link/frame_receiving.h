@@ -62,7 +62,7 @@ private:
     qx5::protocol::ArrivingFrames NewFrames() const;
     void ReadOnce();
     void TakeBytes(std::span<unsigned char const> bytes);
-    void PutWork(std::size_t bytes);
+    void PutWork();
     void Work();
     bool TakeFrames(std::size_t greatest, std::size_t& taken);
     void CountSkipped();
@@ -77,6 +77,7 @@ private:
     qx5::protocol::ArrivingFrames m_frames;
     std::uint64_t m_skippedBefore = 0;
     TaskLane m_lane;          ///< with work while m_isWorking
+    std::size_t m_taken = 0;  ///< bytes of frames, by the last Work
     bool m_isWorking = false; ///< frames that have arrived are still to be taken
     bool m_isReading = false;
     bool m_isProven = false;
