@@ -9,8 +9,10 @@
 #include "operation/transmit_lock.h"
 #include "output.h"
 #include "platform/memory_reserve.h"
+#include "platform/standard_streams.h"
 
 #include "reference_host/common/log_settings.h"
+#include "reference_host/common/path_text.h"
 
 #include <algorithm>
 #include <array>
@@ -47,7 +49,7 @@ void AddLogOptions(CLI::App& command, LogOptions& log)
 void BeginLog(LogOptions const& log)
 {
     auto const level = std::find(LogLevels.begin(), LogLevels.end(), log.level) - LogLevels.begin();
-    vordal::BeginLog({.least = static_cast<vordal::LogLevel>(level), .file = log.file});
+    vordal::BeginLog({.least = static_cast<vordal::LogLevel>(level), .file = vordal::PathOf(log.file)});
 }
 
 using Runs = std::function<void(CLI::App*, std::function<void()>)>;
@@ -1004,7 +1006,8 @@ int RunCommandLine(int argc, char** argv)
     bool writesPages = false;
     docsCommand->add_flag("--man", writesPages, "Write the manual pages in place of the tables, without any sends");
     runsHost(docsCommand, [&] {
-        code = writesPages ? WriteManPages(docs.folder, DescribeCommand(app), VersionOf(facts)) : Docs(docs);
+        code = writesPages ? WriteManPages(vordal::PathOf(docs.folder), DescribeCommand(app), VersionOf(facts))
+                           : Docs(docs);
     });
 
     std::string shellName;
@@ -1051,5 +1054,6 @@ int main(int argc, char** argv)
 {
     qx5::cli::MemoryReserve const reserve;
     qx5::cli::BeginOutput();
-    return qx5::cli::EndOutput(qx5::cli::RunCommandLine(argc, argv));
+    qx5::cli::CommandLine line(argc, argv);
+    return qx5::cli::EndOutput(qx5::cli::RunCommandLine(line.Count(), line.Words()));
 }

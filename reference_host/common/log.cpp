@@ -79,7 +79,7 @@ void BeginLog(LogSettings const& settings)
         if (settings.file.empty()) {
             sink = std::make_shared<spdlog::sinks::stderr_sink_mt>();
         } else {
-            sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(settings.file.string(), settings.fileBytes,
+            sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(settings.file.native(), settings.fileBytes,
                                                                           settings.filesAside);
         }
     } catch (spdlog::spdlog_ex const& failure) {
