@@ -1054,6 +1054,6 @@ int main(int argc, char** argv)
 {
     qx5::cli::MemoryReserve const reserve;
     qx5::cli::BeginOutput();
-    qx5::cli::CommandLine line(argc, argv);
-    return qx5::cli::EndOutput(qx5::cli::RunCommandLine(line.Count(), line.Words()));
+    qx5::cli::ProgramArguments arguments(argc, argv);
+    return qx5::cli::EndOutput(qx5::cli::RunCommandLine(arguments.Count(), arguments.Words()));
 }

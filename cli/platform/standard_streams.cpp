@@ -10,7 +10,7 @@ void PrepareStandardStreams()
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-CommandLine::CommandLine(int count, char** words) : m_words(words, words + count)
+ProgramArguments::ProgramArguments(int count, char** words) : m_words(words, words + count)
 {
     m_words.push_back(nullptr);
 }

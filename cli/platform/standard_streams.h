@@ -11,13 +11,13 @@ namespace qx5::cli {
 void PrepareStandardStreams();
 
 /// The command line in UTF-8. The words live as long as this.
-class CommandLine
+class ProgramArguments
 {
 public:
     /// As main has got it.
-    CommandLine(int count, char** words);
-    CommandLine(CommandLine const&) = delete;
-    CommandLine& operator=(CommandLine const&) = delete;
+    ProgramArguments(int count, char** words);
+    ProgramArguments(ProgramArguments const&) = delete;
+    ProgramArguments& operator=(ProgramArguments const&) = delete;
 
     int Count() const { return static_cast<int>(m_words.size()) - 1; }
     /// A null pointer stands behind the last.

@@ -41,7 +41,7 @@ void PrepareStandardStreams()
     SetProcessPreferredUILanguages(MUI_LANGUAGE_NAME, L"en-US\0", nullptr);
 }
 
-CommandLine::CommandLine(int count, char** words)
+ProgramArguments::ProgramArguments(int count, char** words)
 {
     // The words of main have lost what the system's own code page has not.
     int wideCount = 0;
