@@ -687,6 +687,8 @@ int RunCommandLine(int argc, char** argv)
 {
     CLI::App app{"qx5 operates x5 sonars: it runs a host with the plug-in, a simulated sonar, and tools for records."};
     app.name("qx5");
+    // What begins with a slash is a file's name on every platform.
+    app.allow_windows_style_options(false);
     app.require_subcommand(1);
     auto const facts = ProgramFacts(QX5_VERSION, programCommit);
     app.set_version_flag("--version", FactLines(facts));

@@ -87,7 +87,7 @@ def scenarios_match(programs: Programs) -> None:
     told = [json.loads(line) for line in out.splitlines()]
     written = [json.loads(file.read_text()) for file in files]
     declared = sum(len(document["scenarios"] if isinstance(document, dict) else document) for document in written)
-    assert len(told) == declared > 1000, (len(told), declared)
+    assert len(told) == declared > 800, (len(told), declared)
     print(f"{len(told)} scenarios of {len(files)} files")
 
 
@@ -95,11 +95,11 @@ def a_sonar_is_sent_to(programs: Programs) -> None:
     with programs.sonar("--state") as (sonar, endpoint):
         out, err = programs.run("send", "--sonar", endpoint, "x5Range=50", "x5BeamSteer=10,-10")
         assert err == "", err
-        assert "command 1003 range" in out and "x5Range: asked 50, echoed 50, the sonar has 50: as asked" in out, out
+        assert "command 1003 range" in out and "x5Range: asked 50, echoed 50, the sonar has 50\n" in out, out
         out, _ = programs.run("send", "--sonar", endpoint, "x5Range=99999", code=1)
-        assert "the sonar has 500: differs" in out, out
+        assert "the sonar has 500: differs\n" in out, out
         values = programs.run("get", "--sonar", endpoint, "x5Range")[0]
-        assert values == "x5Range = 500\n", values
+        assert values == "x5Range = 500 m\n", values
         said, _ = sonar.communicate(b"quit\n", timeout=LIMIT)
         assert b"1003 range" in said, said
     # Nobody is there any more.
