@@ -221,8 +221,10 @@ std::tm LocalTime(std::time_t time)
         }
     }
     // With the rules that held in that year.
+    TIME_ZONE_INFORMATION zone;
     SYSTEMTIME local;
-    if (SystemTimeToTzSpecificLocalTimeEx(nullptr, &utc, &local) == 0) {
+    if (GetTimeZoneInformationForYear(utc.wYear, nullptr, &zone) == 0 ||
+        SystemTimeToTzSpecificLocalTime(&zone, &utc, &local) == 0) {
         Refuse();
     }
     return ToTm(local, false);
