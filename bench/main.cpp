@@ -198,7 +198,7 @@ int main(int argc, char** argv)
     if (growth) {
         auto curves = bench::TreeCurves();
         for (auto const& more : {bench::RequestCurves(stage), bench::HostCurves(stage), bench::ContactCurves(stage),
-                                 bench::ScenarioCurves()}) {
+                                 bench::SequencingCurves(stage), bench::LinkCurves(stage), bench::ScenarioCurves()}) {
             curves.insert(curves.end(), more.begin(), more.end());
         }
 #ifdef QX5_VIEW

@@ -54,6 +54,7 @@ LiveSonar::~LiveSonar()
 void LiveSonar::OnEcho()
 {
     m_device->GetAttributeMap(m_seen);
+    m_lastTold = std::chrono::steady_clock::now();
     m_told.fetch_add(1);
     m_told.notify_all();
 }

@@ -8,6 +8,7 @@
 #include <protocol/records/shared_keys.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -61,6 +62,8 @@ public:
     int FarEnd() const { return m_farEnd; }
     std::uint64_t Told() const { return m_told.load(); }
     void WaitUntilTold(std::uint64_t times);
+    /// When the subscriber was last told, on the host thread; wait until it was.
+    std::chrono::steady_clock::time_point LastTold() const { return m_lastTold; }
 
 private:
     void OnEcho();
@@ -69,7 +72,8 @@ private:
     std::optional<vordal::OpenProject> m_project;
     Device* m_device = nullptr;
     std::unique_ptr<Subscription> m_subscription;
-    CAttributeMap m_seen; ///< the tree as the subscriber last copied it, as a view does
+    CAttributeMap m_seen;                             ///< the tree as the subscriber last copied it, as a view does
+    std::chrono::steady_clock::time_point m_lastTold; ///< written before it is counted
     std::atomic<std::uint64_t> m_told{0};
     int m_farEnd = -1;
 };

@@ -11,6 +11,7 @@
 #include "platform/memory_reserve.h"
 #include "platform/standard_streams.h"
 
+#include "reference_host/common/library_version.h"
 #include "reference_host/common/log_settings.h"
 #include "reference_host/common/path_text.h"
 
@@ -690,6 +691,9 @@ int RunCommandLine(int argc, char** argv)
     // What begins with a slash is a file's name on every platform.
     app.allow_windows_style_options(false);
     app.require_subcommand(1);
+    if (std::string const unfit = vordal::UnfitLibrary(QX5_VERSION); !unfit.empty()) {
+        return Complain(ExitFailed, unfit);
+    }
     auto const facts = ProgramFacts(QX5_VERSION, programCommit);
     app.set_version_flag("--version", FactLines(facts));
     app.failure_message([](CLI::App const* root, CLI::Error const& error) {

@@ -1,7 +1,8 @@
 # The commit that a program is built from, in a source file of its own that changes only when the commit does.
 #
 # As a script (cmake -DSOURCE=... -DOUTPUT=... -DNAMESPACE=... -P) it writes that file: the commit's first twelve digits,
-# with a word when files differ from it, or "unknown" where git does not know the folder as the top of a checkout.
+# with a word when files differ from it. Where git does not know the folder as the top of a checkout, it is what
+# cmake/commit.txt says, which `git archive` writes, or "unknown".
 if(CMAKE_SCRIPT_MODE_FILE)
   cmake_minimum_required(VERSION 3.25)
   set(commit "unknown")
@@ -19,6 +20,12 @@ if(CMAKE_SCRIPT_MODE_FILE)
       if(NOT failed AND told MATCHES "^[0-9a-f]+( with changes)?$")
         set(commit "${told}")
       endif()
+    endif()
+  endif()
+  if(commit STREQUAL "unknown" AND EXISTS "${SOURCE}/cmake/commit.txt")
+    file(STRINGS "${SOURCE}/cmake/commit.txt" told LIMIT_COUNT 1)
+    if(told MATCHES "^([0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f][0-9a-f])[0-9a-f]*( with changes)?$")
+      set(commit "${CMAKE_MATCH_1}${CMAKE_MATCH_2}")
     endif()
   endif()
   file(CONFIGURE OUTPUT "${OUTPUT}" @ONLY CONTENT

@@ -21,8 +21,11 @@ set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-  # What it needs to be told of precompiled headers.
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${CCACHE_PROGRAM}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+  if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    # What it needs to be told of precompiled headers. An optimised build, which has none, tells its own date and time.
+    list(PREPEND CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros)
+  endif()
 endif()
 # Programs as well as libraries, so that they share precompiled headers.
 add_compile_options(-fPIC)

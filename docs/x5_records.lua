@@ -11,6 +11,77 @@
 
 local arguments = { ... }
 
+local function wholeText(value)
+    return string.format("%.0f", value)
+end
+
+-- Statistics, by "-X lua_script1:records".
+
+local function countRecords()
+    local fieldOf = {}
+    for _, name in ipairs({ "number", "name", "size", "to_sonar", "skipped" }) do
+        fieldOf[name] = Field.new("x5." .. name)
+    end
+    local listener = Listener.new("frame", "x5")
+    local rows, skipped = {}, 0
+
+    function listener.reset()
+        rows, skipped = {}, 0
+    end
+
+    function listener.packet(info)
+        local numbers, names = { fieldOf.number() }, { fieldOf.name() }
+        local sizes, ways = { fieldOf.size() }, { fieldOf.to_sonar() }
+        for i, number in ipairs(numbers) do
+            local way = ways[i].value and "to the sonar" or "from the sonar"
+            local key = way .. string.format("%010.0f", number.value)
+            local row = rows[key]
+            if not row then
+                row = { key = key, way = way, number = number.value, name = names[i].value, count = 0, bytes = 0,
+                    first = info.rel_ts }
+                rows[key] = row
+            end
+            row.count = row.count + 1
+            row.bytes = row.bytes + sizes[i].value
+            row.last = info.rel_ts
+        end
+        for _, part in ipairs({ fieldOf.skipped() }) do
+            skipped = skipped + part.len
+        end
+    end
+
+    function listener.draw()
+        local sorted = {}
+        for _, row in pairs(rows) do
+            sorted[#sorted + 1] = row
+        end
+        table.sort(sorted, function(a, b)
+            return a.key > b.key
+        end)
+        local form = "%-14s  %6s  %-40s  %8s  %12s  %12s  %12s"
+        print(string.format(form, "way", "number", "record", "records", "bytes", "first, s", "last, s"))
+        for _, row in ipairs(sorted) do
+            print(string.format(form, row.way, wholeText(row.number), row.name, wholeText(row.count),
+                wholeText(row.bytes), string.format("%.6f", row.first), string.format("%.6f", row.last)))
+        end
+        print("bytes that belong to no record: " .. wholeText(skipped))
+    end
+end
+
+local function countWhereAsked()
+    for _, argument in ipairs(arguments) do
+        if argument == "records" then
+            countRecords()
+        end
+    end
+end
+
+-- Wireshark loads an installation's copy by itself, and a protocol is there once.
+if Dissector.get("x5") then
+    countWhereAsked()
+    return
+end
+
 -- Every field: the name that it is filtered by, what it holds, what it is called, its unit, what it means; `key` where it
 -- is a key's value.
 local definitions = {
@@ -1731,10 +1802,6 @@ local function toSigned(value)
     return value >= 2147483648 and value - 4294967296 or value
 end
 
-local function wholeText(value)
-    return string.format("%.0f", value)
-end
-
 local function truncated(value)
     if value ~= value then
         return 0
@@ -2594,61 +2661,4 @@ x5:register_heuristic("tcp", function(tvb, info, root)
     return true
 end)
 
--- Statistics, by "-X lua_script1:records".
-
-local function countRecords()
-    local fieldOf = {}
-    for _, name in ipairs({ "number", "name", "size", "to_sonar", "skipped" }) do
-        fieldOf[name] = Field.new("x5." .. name)
-    end
-    local listener = Listener.new("frame", "x5")
-    local rows, skipped = {}, 0
-
-    function listener.reset()
-        rows, skipped = {}, 0
-    end
-
-    function listener.packet(info)
-        local numbers, names = { fieldOf.number() }, { fieldOf.name() }
-        local sizes, ways = { fieldOf.size() }, { fieldOf.to_sonar() }
-        for i, number in ipairs(numbers) do
-            local way = ways[i].value and "to the sonar" or "from the sonar"
-            local key = way .. string.format("%010.0f", number.value)
-            local row = rows[key]
-            if not row then
-                row = { key = key, way = way, number = number.value, name = names[i].value, count = 0, bytes = 0,
-                    first = info.rel_ts }
-                rows[key] = row
-            end
-            row.count = row.count + 1
-            row.bytes = row.bytes + sizes[i].value
-            row.last = info.rel_ts
-        end
-        for _, part in ipairs({ fieldOf.skipped() }) do
-            skipped = skipped + part.len
-        end
-    end
-
-    function listener.draw()
-        local sorted = {}
-        for _, row in pairs(rows) do
-            sorted[#sorted + 1] = row
-        end
-        table.sort(sorted, function(a, b)
-            return a.key > b.key
-        end)
-        local form = "%-14s  %6s  %-40s  %8s  %12s  %12s  %12s"
-        print(string.format(form, "way", "number", "record", "records", "bytes", "first, s", "last, s"))
-        for _, row in ipairs(sorted) do
-            print(string.format(form, row.way, wholeText(row.number), row.name, wholeText(row.count),
-                wholeText(row.bytes), string.format("%.6f", row.first), string.format("%.6f", row.last)))
-        end
-        print("bytes that belong to no record: " .. wholeText(skipped))
-    end
-end
-
-for _, argument in ipairs(arguments) do
-    if argument == "records" then
-        countRecords()
-    end
-end
+countWhereAsked()

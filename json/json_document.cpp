@@ -1,7 +1,6 @@
 // A JSON document that was read, and its values.
 #include "json_document.h"
 
-#include "json_content.h"
 #include "json_number.h"
 
 #include <utility>
@@ -10,54 +9,22 @@ namespace qx5 {
 
 using Kind = JsonValue::Kind;
 
-Kind JsonNode::GetKind() const
-{
-    return static_cast<Kind>(m_content->entries[m_place].kind);
-}
-
 bool JsonNode::Boolean() const
 {
-    return Is(Kind::Bool) && m_content->entries[m_place].extent != 0;
+    return Is(Kind::Bool) && Entry().Extent() != 0;
 }
 
-std::string_view JsonNode::Text() const
+std::string_view JsonNode::TextBeside() const
 {
-    auto const& entry = m_content->entries[m_place];
-    switch (static_cast<Kind>(entry.kind)) {
-    case Kind::Defect:
-        return m_content->beside[entry.extent];
-    case Kind::Text:
-        return entry.isBeside != 0 ? std::string_view(m_content->beside[entry.extent])
-                                   : std::string_view(m_content->text).substr(entry.at + 1, entry.extent);
-    case Kind::Number:
-        return std::string_view(m_content->text).substr(entry.at, entry.extent);
-    default:
-        return {};
-    }
+    auto const& entry = Entry();
+    return entry.IsBeside() || entry.Kind() == Kind::Defect ? std::string_view(m_content->beside[entry.Extent()])
+                                                            : std::string_view();
 }
 
-std::size_t JsonNode::At() const
-{
-    return m_content->entries[m_place].at;
-}
-
-std::size_t JsonNode::Past() const
-{
-    auto const& entry = m_content->entries[m_place];
-    auto const kind = static_cast<Kind>(entry.kind);
-    return kind == Kind::Array || kind == Kind::Object ? entry.extent : m_place + 1;
-}
-
-JsonItems JsonNode::Items() const
+std::size_t JsonNode::Extent() const
 {
     auto const past = Past();
-    return {{*m_content, Is(Kind::Array) ? m_place + 1 : past}, {*m_content, past}};
-}
-
-JsonMembers JsonNode::Members() const
-{
-    auto const past = Past();
-    return {{*m_content, Is(Kind::Object) ? m_place + 1 : past}, {*m_content, past}};
+    return (past < m_content->entries.size() ? m_content->entries[past].At() : m_content->text.size()) - At();
 }
 
 std::optional<JsonNode> JsonNode::Find(std::string_view key) const
@@ -105,19 +72,6 @@ bool JsonNode::IsOfSoundDocument() const
     return !m_content->hasDefects;
 }
 
-JsonItems::Iterator& JsonItems::Iterator::operator++()
-{
-    m_at.m_place = m_at.Past();
-    return *this;
-}
-
-JsonItems::Iterator JsonItems::Iterator::operator++(int)
-{
-    auto const before = *this;
-    ++*this;
-    return before;
-}
-
 std::size_t JsonItems::size() const
 {
     return static_cast<std::size_t>(std::distance(begin(), end()));
@@ -133,12 +87,6 @@ std::size_t JsonItems::Into(std::span<JsonNode> first) const
         first[count++] = item;
     }
     return count;
-}
-
-JsonMembers::Iterator& JsonMembers::Iterator::operator++()
-{
-    m_key.m_place = Value().Past();
-    return *this;
 }
 
 JsonDocument::JsonDocument(std::unique_ptr<JsonContent const> content) : m_content(std::move(content)) {}

@@ -1,6 +1,7 @@
 // A JSON document that was read, and its values, which refer to it.
 #pragma once
 
+#include "json_content.h"
 #include "json_value.h"
 
 #include <cstddef>
@@ -17,7 +18,6 @@ namespace qx5 {
 
 class JsonItems;
 class JsonMembers;
-struct JsonContent;
 
 /// A value of a JsonDocument, which must outlive it; copied as one likes. Any thread may read.
 ///
@@ -32,17 +32,26 @@ public:
     /// Of no document; good for assignment alone.
     JsonNode() = default;
 
-    Kind GetKind() const;
+    Kind GetKind() const { return Entry().Kind(); }
     bool Is(Kind wanted) const { return GetKind() == wanted; }
     bool Boolean() const;
     /// What a text says, the literal of a number, the reason of a defect; else empty. Lives as long as the document.
-    std::string_view Text() const;
+    std::string_view Text() const
+    {
+        auto const& entry = Entry();
+        bool const isQuoted = entry.Kind() == Kind::Text;
+        return (isQuoted && !entry.IsBeside()) || entry.Kind() == Kind::Number
+                   ? std::string_view(m_content->text.data() + entry.At() + (isQuoted ? 1 : 0), entry.Extent())
+                   : TextBeside();
+    }
     /// Where it begins in its document, in bytes.
-    std::size_t At() const;
+    std::size_t At() const { return Entry().At(); }
+    /// Bytes from where it begins to what follows all that is in it.
+    std::size_t Extent() const;
     /// Those of an array; of anything else none.
-    JsonItems Items() const;
+    inline JsonItems Items() const;
     /// Those of an object; of anything else none.
-    JsonMembers Members() const;
+    inline JsonMembers Members() const;
     /// The member; nothing when it is absent or this is no object. Takes as long as there are members.
     std::optional<JsonNode> Find(std::string_view key) const;
 
@@ -64,7 +73,13 @@ public:
 private:
     friend class JsonItems;
     friend class JsonMembers;
-    std::size_t Past() const;
+    std::string_view TextBeside() const;
+    JsonEntry const& Entry() const { return m_content->entries[m_place]; }
+    std::size_t Past() const
+    {
+        auto const& entry = Entry();
+        return entry.Kind() == Kind::Array || entry.Kind() == Kind::Object ? entry.Extent() : m_place + 1;
+    }
 
     JsonContent const* m_content = nullptr;
     std::size_t m_place = 0;
@@ -87,8 +102,17 @@ public:
         explicit Iterator(JsonNode const& at) : m_at(at) {}
         JsonNode const& operator*() const { return m_at; }
         JsonNode const* operator->() const { return &m_at; }
-        Iterator& operator++();
-        Iterator operator++(int);
+        Iterator& operator++()
+        {
+            m_at.m_place = m_at.Past();
+            return *this;
+        }
+        Iterator operator++(int)
+        {
+            auto const before = *this;
+            ++*this;
+            return before;
+        }
         bool operator==(Iterator const& other) const { return m_at.m_place == other.m_at.m_place; }
 
     private:
@@ -131,7 +155,11 @@ public:
 
         explicit Iterator(JsonNode const& key) : m_key(key) {}
         JsonMember operator*() const { return {m_key.Text(), Value()}; }
-        Iterator& operator++();
+        Iterator& operator++()
+        {
+            m_key.m_place = Value().Past();
+            return *this;
+        }
         bool operator==(Iterator const& other) const { return m_key.m_place == other.m_key.m_place; }
 
     private:
@@ -150,7 +178,19 @@ private:
     JsonNode m_end;
 };
 
-/// A document as it was read: its text, and beside it 16 bytes for each value and each key. Moved, not copied; moving
+inline JsonItems JsonNode::Items() const
+{
+    auto const past = Past();
+    return {{*m_content, Is(Kind::Array) ? m_place + 1 : past}, {*m_content, past}};
+}
+
+inline JsonMembers JsonNode::Members() const
+{
+    auto const past = Past();
+    return {{*m_content, Is(Kind::Object) ? m_place + 1 : past}, {*m_content, past}};
+}
+
+/// A document as it was read: its text, and beside it 12 bytes for each value and each key. Moved, not copied; moving
 /// leaves its nodes as they are. Never changes.
 class JsonDocument
 {

@@ -82,4 +82,12 @@ bool ReadNumberLiteral(std::string_view literal, double& value)
     return true;
 }
 
+bool IsBeyondDouble(std::string_view literal)
+{
+    // One of few digits and without an exponent cannot be.
+    bool const mayBe = literal.size() > 300 || literal.find_first_of("eE") != std::string_view::npos;
+    double ignored = 0.0;
+    return mayBe && !ReadNumberLiteral(literal, ignored);
+}
+
 } // namespace qx5

@@ -14,4 +14,7 @@ bool ReadIntegerLiteral(std::string_view literal, std::int64_t& value);
 /// it lies beyond the range of a double.
 bool ReadNumberLiteral(std::string_view literal, double& value);
 
+/// Whether it is beyond the range of a double.
+bool IsBeyondDouble(std::string_view literal);
+
 } // namespace qx5

@@ -1,8 +1,9 @@
 // Reads JSON text, by nlohmann's reader, which tells nothing of a text that it cannot use.
 #include "json_parser.h"
 
-#include "json_content.h"
 #include "json_number.h"
+#include "json_readers.h"
+#include "object_keys.h"
 
 #include <nlohmann/json.hpp>
 #include <protocol/utf8.h>
@@ -12,7 +13,6 @@
 #include <iterator>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -259,18 +259,13 @@ constexpr std::pair<std::string_view, std::string_view> Reasons[] = {
 class Reader
 {
 public:
-    explicit Reader(std::string text) : m_content(std::make_unique<JsonContent>())
-    {
-        m_content->text = std::move(text);
-        m_text = m_content->text;
-    }
+    explicit Reader(JsonContent& content) : m_content(content), m_text(content.text) {}
 
-    JsonDocument Run()
+    void Run()
     {
         HarmlessText source(m_text);
         m_source = &source;
         nlohmann::json::sax_parse(HarmlessText::Iterator(&source), HarmlessText::Iterator(&source), this);
-        return JsonDocument(std::move(m_content));
     }
 
     bool null() { return Put(Kind::Null, m_source->TakeOther()); }
@@ -298,15 +293,18 @@ public:
         if (object.place == nowhere) {
             return true;
         }
+        if (note.defect != nullptr) {
+            text.clear(); // it has its place all the same
+        }
+        auto const place = m_content.entries.size();
+        AddText(note, text);
         m_awaited = {};
         if (note.defect != nullptr) {
             m_awaited = {std::string("in a key: ") + note.defect, note.at};
-            text.clear(); // it has its place all the same
-        } else if (!IsNew(object, text)) {
-            m_awaited = {"the key " + QuoteForMessage(text) + " stands here twice", {}};
+        } else if (!object.keys.IsNew(m_content, object.place, place)) {
+            m_awaited = {"the key " + QuoteForMessage(JsonNode(m_content, place).Text()) + " stands here twice", {}};
         }
-        object.keyBefore = std::exchange(object.key, m_content->entries.size());
-        AddText(note, text);
+        object.keyBefore = std::exchange(object.key, place);
         return true;
     }
     /// Throws. `position` counts the bytes read, `token` ends with the last of them.
@@ -356,10 +354,10 @@ private:
     {
         std::size_t place; ///< its entry; nowhere for one that is not kept
         bool isArray;
-        std::size_t count = 0;                     ///< items that have begun; keys that were looked at
-        std::size_t key = nowhere;                 ///< the entry of the key read last
-        std::size_t keyBefore = nowhere;           ///< and of the one before
-        std::set<std::string, std::less<>> keys{}; ///< of an object with many members
+        std::size_t count = 0;           ///< items that have begun
+        std::size_t key = nowhere;       ///< the entry of the key read last
+        std::size_t keyBefore = nowhere; ///< and of the one before
+        ObjectKeys keys{};
     };
     /// What is wrong with a member whose value has not come yet.
     struct Awaited
@@ -369,42 +367,18 @@ private:
             at; ///< where the defect is, if not in the value; then it goes before the value's own
     };
 
-    /// Whether the object, which is open, has no such key yet.
-    bool IsNew(Level& object, std::string const& key)
-    {
-        // Most objects have few, which are looked through faster than anything can be kept of them.
-        constexpr std::size_t few = 12;
-        ++object.count;
-        if (object.keys.empty()) {
-            m_content->entries[object.place].extent = m_content->entries.size();
-            for (auto const& member : JsonNode(*m_content, object.place).Members()) {
-                if (object.count > few) {
-                    object.keys.emplace(member.key);
-                } else if (member.key == key) {
-                    return false;
-                }
-            }
-        }
-        return object.count <= few || object.keys.insert(key).second;
-    }
-
     void Add(Kind kind, std::size_t at, std::size_t extent, bool isBeside = false)
     {
-        JsonContent::Entry entry{};
-        entry.at = at & 0xFFFF'FFFF'FFFFU;
-        entry.kind = static_cast<unsigned>(kind) & 0xFU;
-        entry.isBeside = isBeside ? 1 : 0;
-        entry.extent = extent;
-        m_content->entries.push_back(entry);
+        m_content.entries.push_back(JsonEntry(kind, at, extent, isBeside));
     }
     void AddText(HarmlessText::TextNote const& note, std::string& text)
     {
         // One without escapes is as long as it stands in the document.
         auto const length = note.end - note.at - 2;
         bool const isBeside = text.size() != length || note.defect != nullptr;
-        Add(Kind::Text, note.at, isBeside ? m_content->beside.size() : length, isBeside);
+        Add(Kind::Text, note.at, isBeside ? m_content.beside.size() : length, isBeside);
         if (isBeside) {
-            m_content->beside.push_back(std::move(text));
+            m_content.beside.push_back(std::move(text));
         }
     }
 
@@ -424,9 +398,9 @@ private:
         if (reason.empty()) {
             return true;
         }
-        Add(Kind::Defect, awaited.at.value_or(at), m_content->beside.size());
-        m_content->beside.push_back(std::move(reason));
-        m_content->hasDefects = true;
+        Add(Kind::Defect, awaited.at.value_or(at), m_content.beside.size());
+        m_content.beside.push_back(std::move(reason));
+        m_content.hasDefects = true;
         return false;
     }
 
@@ -442,11 +416,8 @@ private:
     {
         auto const literal = m_source->TakeNumber();
         auto const at = static_cast<std::size_t>(literal.data() - m_text.data());
-        double ignored = 0.0;
-        // One of few digits and without an exponent cannot be.
-        bool const mayBeBeyond = literal.size() > 300 || literal.find_first_of("eE") != std::string_view::npos;
         std::string defect;
-        if (mayBeBeyond && !ReadNumberLiteral(literal, ignored)) {
+        if (IsBeyondDouble(literal)) {
             defect = "the number " + std::string(literal.substr(0, 40)) + " is beyond the range of a double";
         }
         if (Begin(defect, at)) {
@@ -464,7 +435,7 @@ private:
         }
         Level level{nowhere, kind == Kind::Array};
         if (Begin(defect, at)) {
-            level.place = m_content->entries.size();
+            level.place = m_content.entries.size();
             Add(kind, at, 0);
         }
         m_open.push_back(std::move(level));
@@ -474,7 +445,7 @@ private:
     bool Close()
     {
         if (auto const place = m_open.back().place; place != nowhere) {
-            m_content->entries[place].extent = m_content->entries.size();
+            m_content.entries[place].SetExtent(m_content.entries.size());
         }
         m_open.pop_back();
         return true;
@@ -491,13 +462,13 @@ private:
             if (level.isArray) {
                 JsonPath::AppendIndex(path, level.count - (isAwaited && &level == &m_open.back() ? 0 : 1));
             } else if (level.key != nowhere) {
-                JsonPath::AppendKey(path, JsonNode(*m_content, level.key).Text());
+                JsonPath::AppendKey(path, JsonNode(m_content, level.key).Text());
             }
         }
         return path;
     }
 
-    std::unique_ptr<JsonContent> m_content;
+    JsonContent& m_content;
     std::string_view m_text;
     HarmlessText* m_source = nullptr;
     bool m_begun = false;
@@ -521,9 +492,21 @@ void RefuseDefectsIn(JsonNode const& value, JsonPath const& path)
 
 } // namespace
 
+void ReadJson(JsonContent& content)
+{
+    Reader(content).Run();
+}
+
 JsonDocument ParseJson(std::string text)
 {
-    return Reader(std::move(text)).Run();
+    auto content = std::make_unique<JsonContent>();
+    content->text = std::move(text);
+    if (!ReadSoundJson(*content)) {
+        content->entries.clear();
+        content->beside.clear();
+        ReadJson(*content);
+    }
+    return JsonDocument(std::move(content));
 }
 
 void RefuseDefects(JsonNode const& value, JsonPath const& path)

@@ -158,7 +158,7 @@ MemberReader::MemberReader(JsonNode const& object, JsonPath const& path) : m_obj
 
 std::optional<JsonNode> MemberReader::Find(std::string_view key)
 {
-    m_known.push_back(key);
+    Know(key);
     auto const own = m_object.Find(key);
     return !own && m_fallback ? m_fallback->Find(key) : own;
 }
@@ -185,11 +185,27 @@ JsonNode MemberReader::Get(std::string_view key)
     return *value;
 }
 
+void MemberReader::Know(std::string_view key)
+{
+    if (m_firstCount < m_firstKnown.size()) {
+        m_firstKnown[m_firstCount++] = key;
+    } else {
+        m_furtherKnown.push_back(key);
+    }
+}
+
+bool MemberReader::IsKnown(std::string_view key) const
+{
+    auto const* const firstEnd = m_firstKnown.data() + m_firstCount;
+    return std::find(m_firstKnown.data(), firstEnd, key) != firstEnd ||
+           std::find(m_furtherKnown.begin(), m_furtherKnown.end(), key) != m_furtherKnown.end();
+}
+
 void MemberReader::RefuseUnknown() const
 {
     auto const check = [this](JsonNode const& object, JsonPath const& path) {
         for (auto const& member : object.Members()) {
-            if (std::find(m_known.begin(), m_known.end(), member.key) == m_known.end()) {
+            if (!IsKnown(member.key)) {
                 throw InvalidDocument(path, "unknown key " + QuoteForMessage(member.key));
             }
         }

@@ -7,6 +7,7 @@
 #include <VordalBaseR/CDataId.h>
 #include <VordalBaseR/CString.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -71,11 +72,17 @@ public:
     CString WideText(std::string_view key, std::wstring_view absent = {});
 
 private:
+    void Know(std::string_view key);
+    bool IsKnown(std::string_view key) const;
+
     JsonNode m_object;
     JsonPath const& m_path;
     std::optional<JsonNode> m_fallback;
     JsonPath const* m_fallbackPath = nullptr;
-    std::vector<std::string_view> m_known;
+    // Most objects have few.
+    std::array<std::string_view, 6> m_firstKnown{};
+    std::size_t m_firstCount = 0;
+    std::vector<std::string_view> m_furtherKnown;
 };
 
 } // namespace qx5

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace qx5 {
 
@@ -57,17 +58,58 @@ void AppendQuoted(std::string& out, std::string_view text)
 void AppendQuoted(std::string& out, std::wstring_view text)
 {
     out += '"';
-    auto const special = std::find_if_not(text.begin(), text.end(), [](wchar_t each) { return IsPlain(each); });
+    // Nearly every text is plain to its end, which is found while it is copied.
     auto const before = out.size();
-    out.resize(before + static_cast<std::size_t>(special - text.begin()));
-    std::transform(text.begin(), special, out.begin() + static_cast<std::ptrdiff_t>(before),
-                   [](wchar_t each) { return static_cast<char>(each); });
-    AppendEscaped(out, text.substr(static_cast<std::size_t>(special - text.begin())));
+    out.resize(before + text.size());
+    std::size_t plain = 0;
+    for (; plain < text.size() && IsPlain(text[plain]); ++plain) {
+        out[before + plain] = static_cast<char>(text[plain]);
+    }
+    if (plain < text.size()) {
+        out.resize(before + plain);
+        AppendEscaped(out, text.substr(plain));
+    }
     out += '"';
 }
 
+namespace {
+
+/// Appends a number of no more than five digits before the point and three behind it, as nearly all are. False, and
+/// nothing appended, for any other.
+bool AppendShortDouble(std::string& out, double number)
+{
+    // A decimal of up to 15 digits that reads back is the only one so short that does, hence the shortest.
+    double const size = std::abs(number);
+    if (!(size >= 0.001 && size < 100'000.0)) {
+        return false;
+    }
+    auto const thousandths = static_cast<std::uint32_t>(size * 1000.0 + 0.5);
+    if (thousandths / 1000.0 != size) {
+        return false;
+    }
+    char text[24];
+    auto* end = text;
+    if (number < 0.0) {
+        *end++ = '-';
+    }
+    end = std::to_chars(end, text + sizeof text, thousandths / 1000).ptr;
+    *end++ = '.';
+    auto fraction = thousandths % 1000;
+    do {
+        *end++ = static_cast<char>('0' + fraction / 100);
+        fraction = fraction % 100 * 10;
+    } while (fraction != 0);
+    out.append(text, end);
+    return true;
+}
+
+} // namespace
+
 void AppendDouble(std::string& out, double number)
 {
+    if (AppendShortDouble(out, number)) {
+        return;
+    }
     if (std::isfinite(number)) {
         out += DoubleText(number);
     } else {

@@ -4,11 +4,14 @@
 #include "json/json_read.h"
 #include "json/value_json.h"
 
+#include <protocol/utf8.h>
 #include <values/vordal_value.h>
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace qx5 {
@@ -17,9 +20,67 @@ namespace {
 
 using Kind = JsonValue::Kind;
 
-void ReadNodes(CAttributeMap& parent, JsonNode const& value, JsonPath const& path);
+/// A wide text that is used at once: of the usual length without memory of its own.
+class WideKey
+{
+public:
+    explicit WideKey(std::string_view text)
+    {
+        bool const isPlain = text.size() <= m_room.size() && std::all_of(text.begin(), text.end(), [](char c) {
+                                 return static_cast<unsigned char>(c) < 0x80;
+                             });
+        if (isPlain) {
+            std::copy(text.begin(), text.end(), m_room.begin());
+            m_view = {m_room.data(), text.size()};
+        } else {
+            m_decoded = protocol::DecodeUtf8(text);
+            m_view = m_decoded;
+        }
+    }
+    WideKey(WideKey const&) = delete;
+    WideKey& operator=(WideKey const&) = delete;
 
-void ReadNode(CAttributeMap& parent, JsonNode const& value, JsonPath const& path)
+    std::wstring_view View() const { return m_view; }
+
+private:
+    std::array<wchar_t, 48> m_room; // filled as far as it is used
+    std::wstring m_decoded;
+    std::wstring_view m_view;
+};
+
+/// Makes a tree of what is read.
+struct Building
+{
+    CAttributeMap& parent;
+
+    CAttributeMap Begin(std::string_view key) const { return {WideKey(key).View(), nullptr}; }
+    static void Put(CAttributeMap& node, protocol::Value const& value)
+    {
+        node.ReplaceValue(MakeVordal(value).release());
+    }
+    static Building Below(CAttributeMap& node) { return {node}; }
+    /// Without a reference that could be written through: the tree stays one whose copies cost nothing.
+    void End(CAttributeMap const& node) const { parent.Append(node); }
+};
+
+/// Finds what is wrong, and makes nothing.
+struct Checking
+{
+    struct Nothing
+    {
+    };
+
+    static Nothing Begin(std::string_view) { return {}; }
+    static void Put(Nothing, protocol::Value const&) {}
+    static Checking Below(Nothing) { return {}; }
+    static void End(Nothing) {}
+};
+
+template <typename Use>
+void ReadNodes(Use const& use, JsonNode const& value, JsonPath const& path);
+
+template <typename Use>
+void ReadNode(Use const& use, JsonNode const& value, JsonPath const& path)
 {
     std::array<JsonNode, 4> items;
     auto const count = value.Items().Into(items);
@@ -28,13 +89,13 @@ void ReadNode(CAttributeMap& parent, JsonNode const& value, JsonPath const& path
                                     "[key, \"none\"]");
     }
     JsonPath const typePath(path, 1);
-    CString const key = ReadWideText(items[0], JsonPath(path, 0));
-    CAttributeMap& node = *parent.Add(key);
+    auto node = use.Begin(ReadText(items[0], JsonPath(path, 0)));
     if (items[1].Is(Kind::Array)) {
         if (count != 2) {
             throw InvalidDocument(path, "nothing may follow the children of a branch");
         }
-        ReadNodes(node, items[1], typePath);
+        ReadNodes(Use::Below(node), items[1], typePath);
+        use.End(node);
         return;
     }
     auto const type = ReadText(items[1], typePath);
@@ -42,6 +103,7 @@ void ReadNode(CAttributeMap& parent, JsonNode const& value, JsonPath const& path
         if (count != 2) {
             throw InvalidDocument(path, "nothing may follow the type \"none\"");
         }
+        use.End(node);
         return;
     }
     auto const kind = protocol::FindKind(type);
@@ -51,19 +113,21 @@ void ReadNode(CAttributeMap& parent, JsonNode const& value, JsonPath const& path
     if (count < 3) {
         throw InvalidDocument(path, "the value is missing");
     }
-    node.ReplaceValue(MakeVordal(ReadValueOfKind(*kind, items[2], JsonPath(path, 2))).release());
+    Use::Put(node, ReadValueOfKind(*kind, items[2], JsonPath(path, 2)));
     if (count == 4) {
-        ReadNodes(node, items[3], JsonPath(path, 3));
+        ReadNodes(Use::Below(node), items[3], JsonPath(path, 3));
     }
+    use.End(node);
 }
 
-void ReadNodes(CAttributeMap& parent, JsonNode const& value, JsonPath const& path)
+template <typename Use>
+void ReadNodes(Use const& use, JsonNode const& value, JsonPath const& path)
 {
     if (!value.Is(Kind::Array)) {
         throw InvalidDocument(path, "a tree is an array of nodes, not " + std::string(KindName(value)));
     }
     for (std::size_t i = 0; auto const& item : value.Items()) {
-        ReadNode(parent, item, JsonPath(path, i++));
+        ReadNode(use, item, JsonPath(path, i++));
     }
 }
 
@@ -73,16 +137,21 @@ void AppendNodes(std::string& out, CAttributeMap const& parent, int depth)
         throw std::length_error("a tree is nested deeper than " + std::to_string(TreeDepthLimit) + " levels");
     }
     out += '[';
-    for (char const* between = ""; CAttributeMap const& child : parent) {
+    for (char const* between = "["; CAttributeMap const& child : parent) {
         out += between;
-        between = ",";
-        out += '[';
+        between = ",[";
         AppendQuoted(out, child.KeyText());
         if (child.HasValue()) {
-            out += ",\"";
-            out += NameOf(KindOf(child.Value().Kind()));
-            out += "\",";
-            AppendValue(out, ValueOf(child.Value()));
+            auto const& value = child.Value();
+            if (double number = 0.0; value.Get(number)) {
+                out += ",\"double\",";
+                AppendDouble(out, number); // as nearly all are, without a value between
+            } else {
+                out += ",\"";
+                out += NameOf(KindOf(value.Kind()));
+                out += "\",";
+                AppendValue(out, ValueOf(value));
+            }
         }
         if (child.Count() > 0) {
             out += ',';
@@ -100,8 +169,13 @@ void AppendNodes(std::string& out, CAttributeMap const& parent, int depth)
 CAttributeMap ReadTree(JsonNode const& value, JsonPath const& path)
 {
     CAttributeMap tree;
-    ReadNodes(tree, value, path);
+    ReadNodes(Building{tree}, value, path);
     return tree;
+}
+
+void CheckTree(JsonNode const& value, JsonPath const& path)
+{
+    ReadNodes(Checking(), value, path);
 }
 
 void AppendTree(std::string& out, CAttributeMap const& tree)

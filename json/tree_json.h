@@ -15,6 +15,9 @@ namespace qx5 {
 /// [key, "none"]. `value` stands at `path`. Throws InvalidDocument when it is no tree.
 CAttributeMap ReadTree(JsonNode const& value, JsonPath const& path);
 
+/// Throws as ReadTree does, and makes no tree.
+void CheckTree(JsonNode const& value, JsonPath const& path);
+
 /// The children of `tree` as an array of nodes. Flag words and group labels are not written. Throws std::length_error
 /// for a tree nested deeper than TreeDepthLimit.
 void AppendTree(std::string& out, CAttributeMap const& tree);

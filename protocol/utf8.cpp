@@ -93,7 +93,10 @@ std::wstring DecodeUtf8(std::span<unsigned char const> bytes)
 
 std::size_t FindInvalidUtf8(std::string_view bytes)
 {
-    return static_cast<std::size_t>(utf8::find_invalid(bytes.begin(), bytes.end()) - bytes.begin());
+    // Most are ASCII.
+    auto const other =
+        std::find_if(bytes.begin(), bytes.end(), [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; });
+    return static_cast<std::size_t>(utf8::find_invalid(other, bytes.end()) - bytes.begin());
 }
 
 void AppendUtf8(std::string& text, char32_t codePoint)

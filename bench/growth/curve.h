@@ -49,6 +49,8 @@ std::vector<Curve> TreeCurves();
 std::vector<Curve> RequestCurves(Stage& stage);
 std::vector<Curve> ContactCurves(Stage& stage);
 std::vector<Curve> HostCurves(Stage& stage);
+std::vector<Curve> SequencingCurves(Stage& stage);
+std::vector<Curve> LinkCurves(Stage& stage);
 std::vector<Curve> ScenarioCurves();
 #ifdef QX5_VIEW
 std::vector<Curve> WindowCurves();

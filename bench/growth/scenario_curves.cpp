@@ -46,10 +46,10 @@ std::string Attribute(std::size_t number)
     return fmt::format(R"(["key{}","double",{}.25])", number % 5000, number);
 }
 
-constexpr Shape requests{"requests", "one scenario of many requests of two keys", R"({"name":"long","steps":[)",
-                         ShortRequest, "]}"};
-constexpr Shape tree{"tree", "one step with a tree of many attributes", R"({"name":"wide","steps":[{"attributes":[)",
-                     Attribute, "]}]}"};
+constexpr Shape manyRequests{"requests", "one scenario of many requests of two keys", R"({"name":"long","steps":[)",
+                             ShortRequest, "]}"};
+constexpr Shape wideTree{"tree", "one step with a tree of many attributes",
+                         R"({"name":"wide","steps":[{"attributes":[)", Attribute, "]}]}"};
 
 /// Runs of `qx5 scenario` on a file of one shape, which is written anew when its size changes.
 class ScenarioRuns
@@ -94,7 +94,7 @@ std::vector<Curve> ScenarioCurves()
     std::vector<std::size_t> const sizes{3, 10, 30, largest};
     constexpr double bytes{largest * megabyte};
     std::vector<Curve> curves;
-    for (Shape const* const shape : {&requests, &tree}) {
+    for (Shape const* const shape : {&manyRequests, &wideTree}) {
         auto const runs = std::make_shared<ScenarioRuns>(*shape);
         auto const name = fmt::format("scenario-{}", shape->name);
         auto const work = fmt::format("`qx5 scenario` on a file of N MB: {}", shape->work);

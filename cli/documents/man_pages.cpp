@@ -245,7 +245,8 @@ private:
     std::string m_roff;
 };
 
-/// A chapter of the manual without its heading; throws when there is none of that name.
+/// A chapter of the manual without its heading, of a page what stands before its first chapter; throws when there is
+/// none of that name.
 std::string Chapter(std::string_view manual, std::string const& name)
 {
     std::string text;
@@ -254,7 +255,7 @@ std::string Chapter(std::string_view manual, std::string const& name)
     for (std::string const& line : LinesOf(manual)) {
         isCode = isCode != line.starts_with("```");
         auto const marks = line.starts_with("#") && !isCode ? line.find_first_not_of('#') : 0;
-        if (level != 0 && marks != 0 && marks <= level) {
+        if (level != 0 && marks != 0 && (marks <= level || level == 1)) {
             return text;
         }
         if (level != 0) {
@@ -270,10 +271,10 @@ std::string Chapter(std::string_view manual, std::string const& name)
     return text;
 }
 
-/// What the table of commands says of one.
-std::string RowOf(std::string_view manual, std::string const& command)
+/// What the table of commands, in the page `about` them, says of one.
+std::string RowOf(std::string_view about, std::string const& command)
 {
-    for (std::string const& line : LinesOf(manual)) {
+    for (std::string const& line : LinesOf(about)) {
         if (line.starts_with("| `" + command + "`") || line.starts_with("| `" + command + " ")) {
             auto const cells = CellsOf(line);
             if (cells.size() == 2 && !cells[1].empty()) {
@@ -284,19 +285,26 @@ std::string RowOf(std::string_view manual, std::string const& command)
     throw std::runtime_error(fmt::format("the manual's table of commands has no row for `{}`", command));
 }
 
-/// The chapters that a text names as "(see *Presets*)" or "(see *One*, *Another*)", each once.
+/// The chapters that a text names as "(see [Presets](presets.md))" or "(see [One](#one), [Another](b.md#another))",
+/// each once.
 std::vector<std::string> ChaptersNamedIn(std::string const& text)
 {
+    constexpr std::string_view see = "(see [";
     std::vector<std::string> chapters;
-    for (auto at = text.find("(see *"); at != std::string::npos; at = text.find("(see *", at + 1)) {
-        auto const end = text.find(')', at);
-        for (auto star = text.find('*', at); star < end; star = text.find('*', star)) {
-            auto const close = text.find('*', star + 1);
-            auto name = text.substr(star + 1, close - star - 1);
-            if (std::find(chapters.begin(), chapters.end(), name) == chapters.end()) {
-                chapters.push_back(std::move(name));
+    for (auto at = text.find(see); at != std::string::npos; at = text.find(see, at + 1)) {
+        auto name = at + see.size();
+        for (bool isAnother = true; isAnother;) {
+            auto const close = text.find("](", name);
+            auto const end = text.find(')', close);
+            if (end == std::string::npos) {
+                return chapters;
             }
-            star = close + 1;
+            auto chapter = text.substr(name, close - name);
+            if (std::find(chapters.begin(), chapters.end(), chapter) == chapters.end()) {
+                chapters.push_back(std::move(chapter));
+            }
+            isAnother = text.compare(end, 4, "), [") == 0;
+            name = end + 4;
         }
     }
     return chapters;
@@ -371,10 +379,9 @@ std::string Head(std::string const& name, std::string_view version)
                        Typed(upper), Typed(version));
 }
 
-std::string PageOf(CommandText const& command, std::string_view manual, std::string_view version,
-                   std::string const& exits)
+std::string PageOf(CommandText const& command, std::string_view manual, std::string const& row,
+                   std::string_view version, std::string const& exits)
 {
-    std::string const row = RowOf(manual, command.name);
     std::string text = Head(command.name, version);
     text += fmt::format(".SH NAME\n{} \\- {}\n", Typed(FileOf(command.name)), Inline(command.text));
     text += ".SH SYNOPSIS\n" + Synopsis(command) + "\n";
@@ -416,9 +423,10 @@ std::vector<std::pair<std::string, std::string>> ManPages(CommandText const& pro
     text += ".SH COMMANDS\n";
     std::string others;
     for (CommandText const& command : program.commands) {
-        text += ".TP\n" + Bold(command.name) + "\n" + Purpose(RowOf(manual, command.name));
+        std::string const row = RowOf(about, command.name);
+        text += ".TP\n" + Bold(command.name) + "\n" + Purpose(row);
         others += fmt::format("{}.BR {} (1)", others.empty() ? "" : ",\n", Typed(FileOf(command.name)));
-        pages.emplace_back(FileOf(command.name) + ".1", PageOf(command, manual, version, exits));
+        pages.emplace_back(FileOf(command.name) + ".1", PageOf(command, manual, row, version, exits));
     }
     text += ".SH OPTIONS\n" + Options(program) + ".SH EXIT STATUS\n" + exits + ".SH SEE ALSO\n" + others + "\n";
     pages.emplace_back(FileOf(program.name) + ".1", std::move(text));

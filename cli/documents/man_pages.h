@@ -15,8 +15,8 @@ namespace qx5::cli {
 std::string RoffOf(std::string_view markdown);
 
 /// A page for the program and one for each of its commands: name of the file ("qx5-send.1") and text. `manual` is the
-/// manual: its table of commands says what each is for, and names the chapters that belong to it, as
-/// "(see *Presets*)". Throws std::runtime_error when it has no row for a command, or no such chapter.
+/// manual: its table of commands says what each is for, and names the pages or chapters that belong to it, as
+/// "(see [Presets](presets.md))". Throws std::runtime_error when it has no row for a command, or no such chapter.
 std::vector<std::pair<std::string, std::string>> ManPages(CommandText const& program, std::string_view manual,
                                                           std::string_view version);
 

@@ -3,7 +3,7 @@
 
 #include "cli/commands.h"
 #include "cli/documents/man_pages.h"
-#include "cli/documents/manual.h"
+#include "cli/documents/manual_text.h"
 
 #include <fstream>
 #include <stdexcept>
@@ -18,7 +18,7 @@ int WriteManPages(std::filesystem::path const& folder, CommandText const& progra
     std::error_code problem;
     std::filesystem::create_directories(folder, problem);
     try {
-        for (auto const& [name, text] : ManPages(program, texts::manual_md, version)) {
+        for (auto const& [name, text] : ManPages(program, WholeManual(), version)) {
             std::ofstream out(folder / name, std::ios::binary | std::ios::trunc);
             out << text;
             out.close();

@@ -4,7 +4,6 @@
 #include "cli/scenario/block_json.h"
 
 #include <VordalBaseR/FileObject.h>
-#include <VordalDataBlocksR/BaseDevice.h>
 #include <protocol/utf8.h>
 
 #include <algorithm>
@@ -15,14 +14,15 @@ namespace qx5::cli {
 
 void Recorder::SetFirstDevice(CDataId const& device)
 {
-    std::lock_guard const lock(m_mutex);
     m_first = device;
 }
 
 void Recorder::SetSubject(CDataId const& device)
 {
-    std::lock_guard const lock(m_mutex);
-    m_subject = device;
+    if (!(device == m_subject)) {
+        std::lock_guard const lock(m_mutex);
+        m_subject = device;
+    }
 }
 
 CDataId Recorder::Subject() const
@@ -33,48 +33,25 @@ CDataId Recorder::Subject() const
 
 void Recorder::IgnoreNextHostSet()
 {
-    std::lock_guard const lock(m_mutex);
     m_ignoreHostSet = true;
 }
 
-void Recorder::TakeEvents(std::vector<ScenarioEvent>& events)
+void Recorder::TakeEvents(ScenarioEvents& events)
 {
-    events.clear();
-    std::lock_guard const lock(m_mutex);
-    events.swap(m_events);
+    events.Clear();
+    std::swap(events, m_events);
 }
 
-std::vector<ScenarioEvent> Recorder::TakeEventsOfThreads()
+void Recorder::AddEventsOfThreads()
 {
     std::lock_guard const lock(m_mutex);
-    return std::exchange(m_eventsOfThreads, {});
+    m_events.Take(m_eventsOfThreads);
 }
 
-Recorder::Instant Recorder::LastEvent(Instant since) const
+Recorder::Instant Recorder::LastEventOfThreads(Instant since) const
 {
     std::lock_guard const lock(m_mutex);
-    return std::max(since, m_lastEvent);
-}
-
-void Recorder::Add(ScenarioEvent event)
-{
-    std::lock_guard const lock(m_mutex);
-    auto& events = std::this_thread::get_id() == m_ownThread ? m_events : m_eventsOfThreads;
-    events.push_back(std::move(event));
-    m_lastEvent = std::chrono::steady_clock::now();
-}
-
-void Recorder::AddOf(ScenarioEvent event, CDataId const& device)
-{
-    bool isFirst = false;
-    {
-        std::lock_guard const lock(m_mutex);
-        isFirst = device == m_first;
-    }
-    if (!isFirst) {
-        event.With("of", device);
-    }
-    Add(std::move(event));
+    return std::max(since, m_lastEventOfThreads);
 }
 
 CDataId Recorder::IdOf(BaseDevice const& device) const
@@ -85,69 +62,69 @@ CDataId Recorder::IdOf(BaseDevice const& device) const
 
 void Recorder::OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags)
 {
-    AddOf(ScenarioEvent(EventKind::Echo, tree).With("flags", flags), IdOf(device));
+    WriteOf(device, [&](ScenarioEvents& events) { events.Add(EventKind::Echo, tree).With("flags", flags); });
 }
 
 void Recorder::OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsigned flags)
 {
-    if (std::this_thread::get_id() == m_ownThread) {
-        std::lock_guard const lock(m_mutex);
-        if (std::exchange(m_ignoreHostSet, false)) {
-            return;
-        }
+    if (IsOwnThread() && std::exchange(m_ignoreHostSet, false)) {
+        return;
     }
-    Add(ScenarioEvent(EventKind::HostSet, tree).With("id", dataId).With("flags", flags));
+    Write(
+        [&](ScenarioEvents& events) { events.Add(EventKind::HostSet, tree).With("id", dataId).With("flags", flags); });
 }
 
 void Recorder::OnContractBreach(CString const& rule)
 {
-    Add({EventKind::Breach, rule});
+    Add(EventKind::Breach, rule);
 }
 
 void Recorder::OnOutputStat(BaseDevice& device, double time, int status)
 {
-    Add(ScenarioEvent(EventKind::OutputStat, JsonValue::Array({JsonValue::Double(time), JsonValue::Integer(status)}))
-            .With("of", IdOf(device)));
+    Write([&](ScenarioEvents& events) {
+        events.Add(EventKind::OutputStat, JsonValue::Array({JsonValue::Double(time), JsonValue::Integer(status)}))
+            .With("of", IdOf(device));
+    });
 }
 
 void Recorder::OnDisableTimeOut(BaseDevice& device, bool disable)
 {
-    Add(ScenarioEvent(EventKind::DisableTimeout, disable).With("of", IdOf(device)));
+    Write([&](ScenarioEvents& events) { events.Add(EventKind::DisableTimeout, disable).With("of", IdOf(device)); });
 }
 
 void Recorder::OnDeviceCtrlViewType(BaseDevice& device, CString const& name)
 {
-    AddOf({EventKind::ViewType, name}, IdOf(device));
+    WriteOf(device, [&](ScenarioEvents& events) { events.Add(EventKind::ViewType, name); });
 }
 
 void Recorder::OnResetBuffer(CDataId const& stream, CDataId const& owner)
 {
-    Add(ScenarioEvent(EventKind::ResetBuffer, stream).With("of", owner));
+    Write([&](ScenarioEvents& events) { events.Add(EventKind::ResetBuffer, stream).With("of", owner); });
 }
 
 void Recorder::OnStoreBlock(CDataId const& stream, CDataBlock const& block)
 {
-    Add(ScenarioEvent(EventKind::Store, WriteBlock(block)).With("id", stream));
+    Write([&](ScenarioEvents& events) { events.Add(EventKind::Store, WriteBlock(block)).With("id", stream); });
 }
 
 void Recorder::OnAnnounceBlock(CDataId const& stream)
 {
-    Add({EventKind::Announce, stream});
+    Add(EventKind::Announce, stream);
 }
 
 void Recorder::OnUpdateDisplays(int hint)
 {
-    Add({EventKind::DisplayUpdate, hint});
+    Add(EventKind::DisplayUpdate, hint);
 }
 
 void Recorder::OnSelectDisplay(CString const& name)
 {
-    Add({EventKind::DisplaySelect, name});
+    Add(EventKind::DisplaySelect, name);
 }
 
 void Recorder::OnEnableDisplay(CString const& name)
 {
-    Add({EventKind::DisplayEnable, name});
+    Add(EventKind::DisplayEnable, name);
 }
 
 void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const& type, FileObject const& settings,
@@ -157,92 +134,95 @@ void Recorder::OnAddDisplay(unsigned viewKey, CString const& name, CString const
     for (auto const& [item, value] : settings.GetItems(section)) {
         items.members.emplace_back(protocol::EncodeUtf8(item.View()), JsonValue::Text(value.View()));
     }
-    Add({EventKind::DisplayAdd, JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
-                                                   {"name", JsonValue::Text(name.View())},
-                                                   {"type", JsonValue::Text(type.View())},
-                                                   {"section", JsonValue::Text(section.View())},
-                                                   {"items", std::move(items)}})});
+    Add(EventKind::DisplayAdd, JsonValue::Object({{"key", JsonValue::Unsigned(viewKey)},
+                                                  {"name", JsonValue::Text(name.View())},
+                                                  {"type", JsonValue::Text(type.View())},
+                                                  {"section", JsonValue::Text(section.View())},
+                                                  {"items", std::move(items)}}));
 }
 
 void Recorder::OnSetLightMode(int mode, bool redraw)
 {
-    Add({EventKind::LightMode, JsonValue::Array({JsonValue::Integer(mode), JsonValue::Bool(redraw)})});
+    Add(EventKind::LightMode, JsonValue::Array({JsonValue::Integer(mode), JsonValue::Bool(redraw)}));
 }
 
 void Recorder::OnNotifyApplication(CDataId const& dataId)
 {
-    Add({EventKind::NotifyApp, dataId});
+    Add(EventKind::NotifyApp, dataId);
 }
 
 void Recorder::OnRenameDisplay(CString const& title)
 {
-    Add({EventKind::Title, title});
+    Add(EventKind::Title, title);
 }
 
 void Recorder::OnRemoveDisplay(CString const& title)
 {
-    Add({EventKind::DisplayRemove, title});
+    Add(EventKind::DisplayRemove, title);
 }
 
 void Recorder::OnMessage(CString const& text)
 {
-    Add({EventKind::Message, text});
+    Add(EventKind::Message, text);
 }
 
 void Recorder::OnOpenTargets(CString const& fileName)
 {
-    Add({EventKind::OpenTargets, fileName});
+    Add(EventKind::OpenTargets, fileName);
 }
 
 void Recorder::OnCloseTargets(CString const& fileName)
 {
-    Add({EventKind::CloseTargets, fileName});
+    Add(EventKind::CloseTargets, fileName);
 }
 
 void Recorder::OnTargetListRequested()
 {
-    Add({EventKind::SyncStamp, true});
+    Add(EventKind::SyncStamp, true);
 }
 
 void Recorder::OnRemoveFile(CString const& fileName)
 {
-    Add({EventKind::RemoveFile, fileName});
+    Add(EventKind::RemoveFile, fileName);
 }
 
 bool Recorder::SendRemoteControl(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                                  int deviceId, int enumerator)
 {
-    AddOf(ScenarioEvent(EventKind::Remote, recordId)
-              .With("payload", payload)
-              .With("device", deviceId)
-              .With("enumerator", enumerator),
-          sender.device);
+    WriteOf(sender.device, [&](ScenarioEvents& events) {
+        events.Add(EventKind::Remote, recordId)
+            .With("payload", payload)
+            .With("device", deviceId)
+            .With("enumerator", enumerator);
+    });
     return true;
 }
 
 bool Recorder::AskForRecord(Sender const& sender, std::uint32_t recordId, int deviceId, int enumerator)
 {
-    AddOf(ScenarioEvent(EventKind::Ask, recordId).With("device", deviceId).With("enumerator", enumerator),
-          sender.device);
+    WriteOf(sender.device, [&](ScenarioEvents& events) {
+        events.Add(EventKind::Ask, recordId).With("device", deviceId).With("enumerator", enumerator);
+    });
     return true;
 }
 
 bool Recorder::SendData(Sender const& sender, std::uint32_t recordId, std::span<unsigned char const> payload,
                         double time, int deviceId, int enumerator)
 {
-    AddOf(ScenarioEvent(EventKind::Record, recordId)
-              .With("payload", payload)
-              .With("time", time)
-              .With("device", deviceId)
-              .With("enumerator", enumerator),
-          sender.device);
+    WriteOf(sender.device, [&](ScenarioEvents& events) {
+        events.Add(EventKind::Record, recordId)
+            .With("payload", payload)
+            .With("time", time)
+            .With("device", deviceId)
+            .With("enumerator", enumerator);
+    });
     return true;
 }
 
 bool Recorder::SendRaw(Sender const& sender, std::string_view bytes, bool flag)
 {
-    std::vector<unsigned char> const copy(bytes.begin(), bytes.end());
-    AddOf(ScenarioEvent(EventKind::Raw, std::span(copy)).With("flag", flag), sender.device);
+    std::span const raw(reinterpret_cast<unsigned char const*>(bytes.data()), bytes.size());
+    WriteOf(sender.device, [&](ScenarioEvents& events) { events.Add(EventKind::Raw, raw).With("flag", flag); });
     return true;
 }
 
@@ -260,8 +240,9 @@ CDataId RecordingSonarPort::User() const
 
 void RecordingSonarPort::AddPlayback(std::string_view operation, std::vector<JsonValue> args)
 {
-    m_recorder.AddOf(ScenarioEvent(EventKind::Playback, operation).With("args", JsonValue::Array(std::move(args))),
-                     User());
+    m_recorder.WriteOf(User(), [&](ScenarioEvents& events) {
+        events.Add(EventKind::Playback, operation).With("args", JsonValue::Array(std::move(args)));
+    });
 }
 
 void RecordingSonarPort::PlaybackSetSpeed(double commandTime, double speed)
@@ -297,11 +278,12 @@ bool RecordingSonarPort::SendRemoteControlCommandWithPassThrough(std::uint32_t r
     if (payload != nullptr) {
         bytes = {static_cast<unsigned char const*>(payload), static_cast<std::size_t>(size)};
     }
-    m_recorder.AddOf(ScenarioEvent(EventKind::Through, recordId)
-                         .With("payload", bytes)
-                         .With("device", deviceId)
-                         .With("enumerator", enumerator),
-                     User());
+    m_recorder.WriteOf(User(), [&](ScenarioEvents& events) {
+        events.Add(EventKind::Through, recordId)
+            .With("payload", bytes)
+            .With("device", deviceId)
+            .With("enumerator", enumerator);
+    });
     return true;
 }
 

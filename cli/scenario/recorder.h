@@ -9,6 +9,7 @@
 
 #include <HalvaneX5InterfaceR/QX5SocketIoHandler.h>
 #include <VordalBaseR/CDataId.h>
+#include <VordalDataBlocksR/BaseDevice.h>
 
 #include <chrono>
 #include <cstdint>
@@ -38,16 +39,51 @@ public:
     void IgnoreNextHostSet();
 
     /// Puts the events of this thread since the last call in the place of what is there.
-    void TakeEvents(std::vector<ScenarioEvent>& events);
-    /// The events of all other threads since the last call.
-    std::vector<ScenarioEvent> TakeEventsOfThreads();
-    /// When the last event happened, on whatever thread; never before `since`.
-    Instant LastEvent(Instant since) const;
+    void TakeEvents(ScenarioEvents& events);
+    /// Adds the events of all other threads since the last call to those of this one.
+    void AddEventsOfThreads();
+    /// When the last event of another thread happened; never before `since`.
+    Instant LastEventOfThreads(Instant since) const;
 
-    /// Adds an event that concerns no device in particular.
-    void Add(ScenarioEvent event);
+    /// Adds an event that concerns no device in particular: `put(events)` does.
+    template <typename Put>
+    void Write(Put const& put)
+    {
+        if (IsOwnThread()) {
+            m_events.AddWholly(put);
+            return;
+        }
+        std::lock_guard const lock(m_mutex);
+        m_eventsOfThreads.AddWholly(put);
+        m_lastEventOfThreads = Instant::clock::now();
+    }
     /// Adds an event that concerns a device; the id follows unless it is that of the first.
-    void AddOf(ScenarioEvent event, CDataId const& device);
+    template <typename Put>
+    void WriteOf(CDataId const& device, Put const& put)
+    {
+        Write([&](ScenarioEvents& events) {
+            put(events);
+            if (!(device == m_first)) {
+                events.With("of", device);
+            }
+        });
+    }
+    template <typename Put>
+    void WriteOf(BaseDevice const& device, Put const& put)
+    {
+        auto const& id = device.GetDataId();
+        if (id.IsUndefined()) {
+            WriteOf(Subject(), put);
+        } else {
+            WriteOf(id, put);
+        }
+    }
+    /// Adds one that has nothing beside its kind.
+    template <typename What>
+    void Add(EventKind kind, What const& what)
+    {
+        Write([&](ScenarioEvents& events) { events.Add(kind, what); });
+    }
 
     void OnEcho(BaseDevice& device, CAttributeMap const& tree, unsigned flags) override;
     void OnHostSet(CDataId const& dataId, CAttributeMap const& tree, unsigned flags) override;
@@ -84,14 +120,16 @@ private:
     /// The id of a device, or the subject while it has none.
     CDataId IdOf(BaseDevice const& device) const;
 
+    bool IsOwnThread() const { return std::this_thread::get_id() == m_ownThread; }
+
     std::thread::id const m_ownThread = std::this_thread::get_id();
+    CDataId m_first;              ///< set before any other thread is
+    bool m_ignoreHostSet = false; ///< of the own thread, as are the events
+    ScenarioEvents m_events;
     mutable std::mutex m_mutex; ///< guards what follows
-    CDataId m_first;
-    CDataId m_subject;
-    bool m_ignoreHostSet = false;
-    std::vector<ScenarioEvent> m_events;
-    std::vector<ScenarioEvent> m_eventsOfThreads;
-    Instant m_lastEvent{};
+    CDataId m_subject;          ///< set by the own thread alone, which need not lock to read it
+    ScenarioEvents m_eventsOfThreads;
+    Instant m_lastEventOfThreads{};
 };
 
 /// The port of a sonar, live or playing a file, that only records what it is asked to do.

@@ -54,13 +54,13 @@ public:
         }
     }
 
-    void SetUp(std::vector<ScenarioEvent> const& events) override
+    void SetUp(ScenarioEvents const& events) override
     {
         m_text += ",\"setup\":";
         Append(events);
         m_text += ",\"steps\":[";
     }
-    void Step(ScenarioStep const&, JsonPath const&, std::vector<ScenarioEvent> const& events) override
+    void Step(ScenarioStep const&, JsonPath const&, ScenarioEvents const& events) override
     {
         m_text += std::exchange(m_hasStep, true) ? "," : "";
         Append(events);
@@ -69,7 +69,7 @@ public:
             Write();
         }
     }
-    void TornDown(std::vector<ScenarioEvent> const& events) override
+    void TornDown(ScenarioEvents const& events) override
     {
         m_text += "],\"teardown\":";
         Append(events);
@@ -78,7 +78,7 @@ public:
     }
 
 private:
-    void Append(std::vector<ScenarioEvent> const& events) { AppendEvents(m_text, events); }
+    void Append(ScenarioEvents const& events) { events.AppendTo(m_text); }
     void Write()
     {
         m_out.write(m_text.data(), static_cast<std::streamsize>(m_text.size()));
@@ -101,8 +101,8 @@ public:
 
     explicit Checker(Tell tell) : m_tell(std::move(tell)) {}
 
-    void SetUp(std::vector<ScenarioEvent> const&) override {}
-    void Step(ScenarioStep const& step, JsonPath const& path, std::vector<ScenarioEvent> const& events) override
+    void SetUp(ScenarioEvents const&) override {}
+    void Step(ScenarioStep const& step, JsonPath const& path, ScenarioEvents const& events) override
     {
         ++m_steps;
         if (!step.expect.has_value()) {
@@ -110,29 +110,22 @@ public:
         }
         ++m_checked;
         std::string json;
-        AppendEvents(json, Counting(events, *step.expect));
+        if (step.expect->of.has_value()) {
+            events.AppendTo(json, *step.expect->of);
+        } else {
+            events.AppendTo(json);
+        }
         auto const got = ParseJson(std::move(json));
         if (auto const difference = FindDifference(step.expect->events, got.Root().Items().ToVector())) {
             m_tell(step, path.ToText(), *difference);
         }
     }
-    void TornDown(std::vector<ScenarioEvent> const&) override {}
+    void TornDown(ScenarioEvents const&) override {}
 
     std::size_t Steps() const { return m_steps; }
     std::size_t Checked() const { return m_checked; }
 
 private:
-    /// The events that are compared.
-    static std::vector<ScenarioEvent> Counting(std::vector<ScenarioEvent> events, ExpectedEvents const& expected)
-    {
-        if (expected.of.has_value()) {
-            std::erase_if(events, [&](ScenarioEvent const& event) {
-                return std::find(expected.of->begin(), expected.of->end(), event.Kind()) == expected.of->end();
-            });
-        }
-        return events;
-    }
-
     Tell const m_tell;
     std::size_t m_steps = 0;
     std::size_t m_checked = 0;

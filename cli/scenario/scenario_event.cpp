@@ -1,41 +1,60 @@
 // An event of a scenario, as its result has it.
 #include "cli/scenario/scenario_event.h"
 
+#include <algorithm>
 #include <initializer_list>
 
 namespace qx5::cli {
 
-void ScenarioEvent::Put(CDataId const& id)
+void EventText::Put(std::string& json, CDataId const& id)
 {
-    m_json += '[';
+    json += '[';
     for (char const* between = "";
          unsigned const number : {id.GetType(), id.GetGroupId(), id.GetDeviceNum(), id.GetVessel()}) {
-        m_json += between;
-        AppendInteger(m_json, number);
+        json += between;
+        AppendInteger(json, number);
         between = ",";
     }
-    m_json += ']';
+    json += ']';
 }
 
-void ScenarioEvent::Put(std::span<unsigned char const> bytes)
+void EventText::Put(std::string& json, std::span<unsigned char const> bytes)
 {
     static constexpr char digits[] = "0123456789abcdef";
-    m_json.reserve(m_json.size() + bytes.size() * 2 + 64);
-    m_json += '"';
+    auto at = json.size();
+    json.resize(at + bytes.size() * 2 + 2, '"');
     for (unsigned char const byte : bytes) {
-        m_json += digits[byte >> 4];
-        m_json += digits[byte & 0xFU];
+        json[++at] = digits[byte >> 4];
+        json[++at] = digits[byte & 0xFU];
     }
-    m_json += '"';
 }
 
-void AppendEvents(std::string& out, std::vector<ScenarioEvent> const& events)
+void ScenarioEvents::Take(ScenarioEvents& others)
+{
+    if (!others.m_events.empty()) {
+        m_json += m_events.empty() ? "" : ",";
+        auto const begin = m_json.size();
+        m_json += others.m_json;
+        for (Place const& place : others.m_events) {
+            m_events.push_back({place.kind, begin + place.end});
+        }
+    }
+    others.Clear();
+}
+
+void ScenarioEvents::AppendTo(std::string& out, std::span<EventKind const> kinds) const
 {
     out += '[';
-    for (char const* between = ""; ScenarioEvent const& event : events) {
-        out += between;
-        event.AppendTo(out);
-        between = ",";
+    char const* between = "";
+    std::size_t begin = 0;
+    for (Place const& place : m_events) {
+        if (std::find(kinds.begin(), kinds.end(), place.kind) != kinds.end()) {
+            auto const comma = std::size_t{begin == 0 ? 0U : 1U};
+            out += between;
+            out.append(m_json, begin + comma, place.end - begin - comma);
+            between = ",";
+        }
+        begin = place.end;
     }
     out += ']';
 }

@@ -11,6 +11,7 @@
 #include <VordalBaseR/CString.h>
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -19,17 +20,46 @@
 
 namespace qx5::cli {
 
+/// Appends the members of events as a result has them.
+class EventText
+{
+public:
+    /// `"key":what`. Keys are names of this program's own, which need no escapes.
+    template <typename What>
+    static void AppendMember(std::string& json, std::string_view key, What const& what)
+    {
+        json += '"';
+        json += key;
+        json += "\":";
+        Put(json, what);
+    }
+
+private:
+    template <std::integral Number>
+    static void Put(std::string& json, Number number)
+    {
+        AppendInteger(json, number);
+    }
+    static void Put(std::string& json, char const*) = delete; // it would be taken for a truth value
+    static void Put(std::string& json, bool truth) { json += truth ? "true" : "false"; }
+    static void Put(std::string& json, double number) { AppendDouble(json, number); }
+    static void Put(std::string& json, std::string_view text) { AppendQuoted(json, text); }
+    static void Put(std::string& json, CString const& text) { AppendQuoted(json, text.View()); }
+    static void Put(std::string& json, CAttributeMap const& tree) { AppendTree(json, tree); }
+    static void Put(std::string& json, CDataId const& id);
+    /// Of a payload.
+    static void Put(std::string& json, std::span<unsigned char const> bytes);
+    static void Put(std::string& json, JsonValue const& value) { AppendJson(json, value); }
+};
+
 /// What one event tells, written as it is told: {"kind": what, "member": ..., ...}.
 class ScenarioEvent
 {
 public:
     template <typename What>
-    ScenarioEvent(EventKind kind, What const& what) : m_kind(kind)
+    ScenarioEvent(EventKind kind, What const& what) : m_kind(kind), m_json("{")
     {
-        constexpr std::size_t most = 240; // of nearly every event
-        m_json.reserve(most);
-        m_json += '{';
-        Append(NameOf(kind), what);
+        EventText::AppendMember(m_json, NameOf(kind), what);
     }
 
     /// Adds a member.
@@ -37,7 +67,7 @@ public:
     ScenarioEvent& With(std::string_view key, What const& what)
     {
         m_json += ',';
-        Append(key, what);
+        EventText::AppendMember(m_json, key, what);
         return *this;
     }
 
@@ -50,35 +80,74 @@ public:
     }
 
 private:
-    template <typename What>
-    void Append(std::string_view key, What const& what)
-    {
-        AppendQuoted(m_json, key);
-        m_json += ':';
-        Put(what);
-    }
-
-    template <std::integral Number>
-    void Put(Number number)
-    {
-        AppendInteger(m_json, number);
-    }
-    void Put(char const*) = delete; // it would be taken for a truth value
-    void Put(bool truth) { m_json += truth ? "true" : "false"; }
-    void Put(double number) { AppendDouble(m_json, number); }
-    void Put(std::string_view text) { AppendQuoted(m_json, text); }
-    void Put(CString const& text) { AppendQuoted(m_json, text.View()); }
-    void Put(CAttributeMap const& tree) { AppendTree(m_json, tree); }
-    void Put(CDataId const& id);
-    /// Of a payload.
-    void Put(std::span<unsigned char const> bytes);
-    void Put(JsonValue const& value) { AppendJson(m_json, value); }
-
     EventKind m_kind;
     std::string m_json;
 };
 
-/// Appends them as an array.
-void AppendEvents(std::string& out, std::vector<ScenarioEvent> const& events);
+/// Events one after the other, in one text: what many are told in, without memory of its own for each.
+class ScenarioEvents
+{
+public:
+    /// Adds an event: {"kind": what}.
+    template <typename What>
+    ScenarioEvents& Add(EventKind kind, What const& what)
+    {
+        m_json += m_events.empty() ? "{" : ",{";
+        EventText::AppendMember(m_json, NameOf(kind), what);
+        m_json += '}';
+        m_events.push_back({kind, m_json.size()});
+        return *this;
+    }
+    /// Adds a member to the event that was added last.
+    template <typename What>
+    ScenarioEvents& With(std::string_view key, What const& what)
+    {
+        m_json.back() = ',';
+        EventText::AppendMember(m_json, key, what);
+        m_json += '}';
+        m_events.back().end = m_json.size();
+        return *this;
+    }
+    /// Calls `put(*this)`, which adds an event; nothing of that is there when it throws, as it does for a tree that is
+    /// nested too deep.
+    template <typename Put>
+    void AddWholly(Put const& put)
+    {
+        auto const before = m_events.size();
+        try {
+            put(*this);
+        } catch (...) {
+            m_events.resize(before);
+            m_json.resize(before == 0 ? 0 : m_events.back().end);
+            throw;
+        }
+    }
+    /// Adds all of `others`, which is empty afterwards.
+    void Take(ScenarioEvents& others);
+    void Clear()
+    {
+        m_json.clear();
+        m_events.clear();
+    }
+
+    /// Appends all of them as an array, or those of the kinds alone.
+    void AppendTo(std::string& out) const
+    {
+        out += '[';
+        out += m_json;
+        out += ']';
+    }
+    void AppendTo(std::string& out, std::span<EventKind const> kinds) const;
+
+private:
+    struct Place
+    {
+        EventKind kind{};
+        std::size_t end = 0; ///< in `m_json`; it begins where the one before ends, with a comma unless it is the first
+    };
+
+    std::string m_json;
+    std::vector<Place> m_events;
+};
 
 } // namespace qx5::cli

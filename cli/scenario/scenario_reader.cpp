@@ -4,6 +4,7 @@
 #include "cli/scenario/base64.h"
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/step_reader.h"
+#include "cli/scenario/steps_ahead.h"
 #include "json/json_parser.h"
 #include "json/json_read.h"
 #include "json/tree_json.h"
@@ -12,9 +13,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <exception>
+#include <future>
 #include <limits>
 #include <set>
 #include <string>
+#include <utility>
 
 namespace qx5::cli {
 
@@ -399,6 +403,60 @@ Scenario ReadScenarioMembers(MemberReader& members)
     return scenario;
 }
 
+/// Checks each step of which `isOwn(its number)`, up to the first that is wrong. What is wrong with that, and its
+/// number; no number when nothing is.
+template <typename IsOwn>
+std::pair<std::optional<std::size_t>, std::exception_ptr> FindWrongStep(JsonItems const& steps, JsonPath const& path,
+                                                                        Scenario const& scenario, TakeStep const& check,
+                                                                        IsOwn const& isOwn)
+{
+    ScenarioStep step;
+    std::size_t number = 0;
+    try {
+        for (auto const& value : steps) {
+            if (isOwn(number)) {
+                JsonPath const stepPath(path, number);
+                ReadStep(step, value, stepPath, scenario, StepUse::Check);
+                if (check) {
+                    check(step, stepPath);
+                }
+            }
+            ++number;
+        }
+    } catch (...) {
+        return {number, std::current_exception()};
+    }
+    return {};
+}
+
+void CheckSteps(JsonNode const& value, JsonPath const& path, Scenario const& scenario, TakeStep const& check)
+{
+    // Bytes of the file from which on a second thread is worth its while, and the steps that each checks by turns.
+    constexpr std::size_t many = 1 << 20;
+    constexpr std::size_t turn = 256;
+    auto const steps = ReadArray(value, path);
+    auto const wrongOfHalf = [&](std::size_t half) {
+        return FindWrongStep(steps, path, scenario, check,
+                             [half](std::size_t number) { return number / turn % 2 == half; });
+    };
+    if (value.Extent() < many) {
+        if (auto const [number, wrong] = FindWrongStep(steps, path, scenario, check, [](std::size_t) { return true; });
+            number) {
+            std::rethrow_exception(wrong);
+        }
+        return;
+    }
+    auto secondHalf = std::async(std::launch::async, wrongOfHalf, std::size_t{1});
+    auto const [number, wrong] = wrongOfHalf(0);
+    auto const [otherNumber, otherWrong] = secondHalf.get();
+    if (number && !(otherNumber && *otherNumber < *number)) {
+        std::rethrow_exception(wrong);
+    }
+    if (otherNumber) {
+        std::rethrow_exception(otherWrong);
+    }
+}
+
 /// The names of the set-ups that the scenarios use.
 std::set<std::string_view> UsedSetUps(JsonNode const& scenarios)
 {
@@ -433,7 +491,9 @@ Scenario ReadScenario(ScenarioSource const& source, TakeStep const& check)
         members.FallBackTo(*setUp, *setUpPath);
     }
     auto scenario = ReadScenarioMembers(members);
-    ForEachStep(source, scenario, check);
+    if (auto const steps = source.value.Find("steps")) {
+        CheckSteps(*steps, JsonPath(source.path, "steps"), scenario, check);
+    }
     return scenario;
 }
 
@@ -444,12 +504,9 @@ void ForEachStep(ScenarioSource const& source, Scenario const& scenario, TakeSte
         return;
     }
     JsonPath const path(source.path, "steps");
-    for (std::size_t i = 0; auto const& value : ReadArray(*steps, path)) {
-        JsonPath const stepPath(path, i++);
-        auto const step = ReadStep(value, stepPath, scenario);
-        if (take) {
-            take(step, stepPath);
-        }
+    StepsAhead ahead(ReadArray(*steps, path), path, scenario);
+    for (std::size_t i = 0; auto* const step = ahead.Next(); ++i) {
+        take(*step, JsonPath(path, i));
     }
 }
 

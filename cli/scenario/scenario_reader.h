@@ -19,14 +19,16 @@ struct ScenarioSource
     JsonPath const* setUpsPath = nullptr;
 };
 
-using TakeStep = std::function<void(ScenarioStep const& step, JsonPath const& path)>;
+/// The step is the callee's to change.
+using TakeStep = std::function<void(ScenarioStep& step, JsonPath const& path)>;
 
 /// Throws InvalidDocument for the first thing in the scenario, its set-up or its steps that is wrong; keys that
-/// scenarios do not have are wrong. `check`, if there is one, looks at each step besides. Steps are not kept: there may
-/// be more of them than memory holds.
+/// scenarios do not have are wrong. `check`, if there is one, looks at each step besides, whose tree is not there; of
+/// many steps it does so on two threads, in no order. Steps are not kept: there may be more of them than memory holds.
 Scenario ReadScenario(ScenarioSource const& source, TakeStep const& check = {});
 
-/// Reads the steps of a scenario, which was read from that source, one after the other.
+/// Calls `take` on the calling thread with each step of a scenario, which was read from that source, one after the
+/// other. Further ones are read on another thread meanwhile.
 void ForEachStep(ScenarioSource const& source, Scenario const& scenario, TakeStep const& take);
 
 /// Calls `run` with each scenario of a document: a scenario object, an array of them, or

@@ -18,10 +18,11 @@ void AddException(Recorder& recorder, std::string_view kind, char const* what)
 {
     // Brought to valid UTF-8: the text is whatever the plug-in made it.
     auto const text = protocol::EncodeUtf8(protocol::DecodeUtf8(what));
-    recorder.Add(ScenarioEvent(EventKind::Throws, kind).With("what", std::string_view(text)));
+    recorder.Write(
+        [&](ScenarioEvents& events) { events.Add(EventKind::Throws, kind).With("what", std::string_view(text)); });
 }
 
-void RunStep(ScenarioStage& stage, ScenarioStep const& step)
+void RunStep(ScenarioStage& stage, ScenarioStep& step)
 {
     stage.recorder.SetSubject(step.device);
     try {
@@ -57,18 +58,16 @@ void ScenarioRunner::Run(ScenarioSource const& source, Scenario const& scenario,
     TimezoneSetting const timezone(scenario.timezone);
     ScenarioStage stage(scenario.clock, m_folder);
     stage.SetUp(scenario, m_plugin);
-    std::vector<ScenarioEvent> events;
+    ScenarioEvents events;
     stage.recorder.TakeEvents(events);
     results.SetUp(events);
-    ForEachStep(source, scenario, [&](ScenarioStep const& step, JsonPath const& path) {
+    ForEachStep(source, scenario, [&](ScenarioStep& step, JsonPath const& path) {
         RunStep(stage, step);
         stage.recorder.TakeEvents(events);
         results.Step(step, path, events);
     });
     stage.TakeDown();
-    for (auto& event : stage.recorder.TakeEventsOfThreads()) {
-        stage.recorder.Add(std::move(event));
-    }
+    stage.recorder.AddEventsOfThreads();
     stage.recorder.TakeEvents(events);
     results.TornDown(events);
 }

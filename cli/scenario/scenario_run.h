@@ -7,7 +7,6 @@
 
 #include <filesystem>
 #include <utility>
-#include <vector>
 
 namespace qx5::cli {
 
@@ -16,9 +15,9 @@ class ScenarioResults
 {
 public:
     virtual ~ScenarioResults() = default;
-    virtual void SetUp(std::vector<ScenarioEvent> const& events) = 0;
-    virtual void Step(ScenarioStep const& step, JsonPath const& path, std::vector<ScenarioEvent> const& events) = 0;
-    virtual void TornDown(std::vector<ScenarioEvent> const& events) = 0;
+    virtual void SetUp(ScenarioEvents const& events) = 0;
+    virtual void Step(ScenarioStep const& step, JsonPath const& path, ScenarioEvents const& events) = 0;
+    virtual void TornDown(ScenarioEvents const& events) = 0;
 };
 
 /// Whether steps of this kind can be run: a build without the view leaves those out that act on it. They are read and

@@ -30,11 +30,11 @@ void ScenarioStage::SetUp(Scenario const& scenario, std::filesystem::path const&
     // Looking for it among several makes devices, which nobody is to hear of.
     auto const& classes = m_plugin->DeviceClasses();
     m_sonarClass = classes.size() == 1 ? classes.front() : m_plugin->SonarClass();
-    host.SetTraffic(&recorder);
-    host.SetObserver(&recorder);
     if (!scenario.devices.empty()) {
         recorder.SetFirstDevice(scenario.devices.front().id);
     }
+    host.SetTraffic(&recorder);
+    host.SetObserver(&recorder);
     for (auto const& device : scenario.devices) {
         AddDevice(device);
     }

@@ -29,19 +29,14 @@ constexpr wchar_t const* loggerStops = L"$VordalHostloggerStopLogging$";
 constexpr unsigned short terminalGroup = 82;
 constexpr std::uint16_t terminalCodeItem = 2607;
 
-void RunRequest(ScenarioStage& stage, ScenarioStep const& step)
+void RunRequest(ScenarioStage& stage, ScenarioStep& step)
 {
-    auto const& request = std::get<TreeArgument>(step.argument).tree;
-    auto& device = *stage.FindDevice(step.device);
-    if (!request.has_value()) {
-        stage.host.DeliverRequest(device, nullptr);
-        return;
-    }
-    CAttributeMap copy = *request;
-    stage.host.DeliverRequest(device, &copy);
+    auto& request = std::get<TreeArgument>(step.argument).tree;
+    // What handlers write into it nobody reads: a step is run once.
+    stage.host.DeliverRequest(*stage.FindDevice(step.device), request.has_value() ? &*request : nullptr);
 }
 
-void RunHostRequest(ScenarioStage& stage, ScenarioStep const& step)
+void RunHostRequest(ScenarioStage& stage, ScenarioStep& step)
 {
     CAttributeMap tree;
     *tree.Add(vordal::keys::Request) = *std::get<TreeArgument>(step.argument).tree;
@@ -51,7 +46,7 @@ void RunHostRequest(ScenarioStage& stage, ScenarioStep const& step)
                                                   false);
 }
 
-void RunAttributes(ScenarioStage& stage, ScenarioStep const& step)
+void RunAttributes(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& tree = *std::get<TreeArgument>(step.argument).tree;
     if (auto* const device = stage.FindDevice(step.device); device != nullptr) {
@@ -61,33 +56,33 @@ void RunAttributes(ScenarioStage& stage, ScenarioStep const& step)
     }
 }
 
-void RunReplaceAttributes(ScenarioStage& stage, ScenarioStep const& step)
+void RunReplaceAttributes(ScenarioStage& stage, ScenarioStep& step)
 {
     stage.host.ReplaceAttributes(*stage.FindDevice(step.device), *std::get<TreeArgument>(step.argument).tree);
 }
 
-void RunLoad(ScenarioStage& stage, ScenarioStep const& step)
+void RunLoad(ScenarioStage& stage, ScenarioStep& step)
 {
     stage.host.LoadDevice(*stage.FindDevice(step.device), *std::get<TreeArgument>(step.argument).tree);
 }
 
-void RunApply(ScenarioStage& stage, ScenarioStep const& step)
+void RunApply(ScenarioStage& stage, ScenarioStep& step)
 {
     stage.host.ApplyDevice(*stage.FindDevice(step.device), true);
 }
 
-void RunConnected(ScenarioStage& stage, ScenarioStep const& step)
+void RunConnected(ScenarioStage& stage, ScenarioStep& step)
 {
     stage.FindDevice(step.device)->HandlePortConnected();
 }
 
-void RunLogger(ScenarioStage& stage, ScenarioStep const& step)
+void RunLogger(ScenarioStage& stage, ScenarioStep& step)
 {
     bool const start = std::get<LoggerArgument>(step.argument).start;
     stage.host.Notify(Subscription::General, start ? loggerStarts : loggerStops, nullptr);
 }
 
-void RunTargetChange(ScenarioStage& stage, ScenarioStep const& step)
+void RunTargetChange(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& change = std::get<TargetChangeArgument>(step.argument).change;
     if (change.has_value()) {
@@ -97,19 +92,19 @@ void RunTargetChange(ScenarioStage& stage, ScenarioStep const& step)
     }
 }
 
-void RunBlock(ScenarioStage& stage, ScenarioStep const& step)
+void RunBlock(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& argument = std::get<BlockArgument>(step.argument);
     stage.host.PutBlock(argument.id, MakeBlock(argument.block, stage.host.Now()));
 }
 
-void RunBufferStatus(ScenarioStage& stage, ScenarioStep const& step)
+void RunBufferStatus(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& argument = std::get<BufferStatusArgument>(step.argument);
     stage.host.SetBufferStatus(argument.id, argument.status);
 }
 
-void RunCall(ScenarioStage& stage, ScenarioStep const& step)
+void RunCall(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& argument = std::get<CallArgument>(step.argument);
     auto& plugin = stage.Plugin();
@@ -141,7 +136,7 @@ void RunCall(ScenarioStage& stage, ScenarioStep const& step)
     }
 }
 
-void RunTerminal(ScenarioStage& stage, ScenarioStep const& step)
+void RunTerminal(ScenarioStage& stage, ScenarioStep& step)
 {
     ScenarioBlockItem code{.item = terminalCodeItem, .type = DATA_INT32, .size = 4, .bytes = {}, .status = 0};
     code.bytes.emplace(code.size);
@@ -151,28 +146,28 @@ void RunTerminal(ScenarioStage& stage, ScenarioStep const& step)
     stage.host.PutBlock(terminal, MakeBlock({.status = 0, .items = {code}}, stage.host.Now()));
 }
 
-void RunDiscover(ScenarioStage& stage, ScenarioStep const&)
+void RunDiscover(ScenarioStage& stage, ScenarioStep&)
 {
     stage.Plugin().DiscoverDevices();
 }
 
-void RunClear(ScenarioStage& stage, ScenarioStep const&)
+void RunClear(ScenarioStage& stage, ScenarioStep&)
 {
     stage.Plugin().ReleaseDevices();
 }
 
-void RunClock(ScenarioStage& stage, ScenarioStep const& step)
+void RunClock(ScenarioStage& stage, ScenarioStep& step)
 {
     stage.clock.Set(std::get<NumberArgument>(step.argument).value);
 }
 
-void RunSettle(ScenarioStage& stage, ScenarioStep const& step)
+void RunSettle(ScenarioStage& stage, ScenarioStep& step)
 {
     using Clock = std::chrono::steady_clock;
     auto const quiet = std::chrono::duration<double, std::milli>(std::get<NumberArgument>(step.argument).value);
     auto const begin = Clock::now();
     for (;;) {
-        auto const rest = quiet - (Clock::now() - stage.recorder.LastEvent(begin));
+        auto const rest = quiet - (Clock::now() - stage.recorder.LastEventOfThreads(begin));
         if (rest.count() <= 0.0) {
             break;
         }
@@ -181,12 +176,10 @@ void RunSettle(ScenarioStage& stage, ScenarioStep const& step)
         }
         std::this_thread::sleep_for(rest);
     }
-    for (auto& event : stage.recorder.TakeEventsOfThreads()) {
-        stage.recorder.Add(std::move(event));
-    }
+    stage.recorder.AddEventsOfThreads();
 }
 
-void RunSelectedSonar(ScenarioStage& stage, ScenarioStep const& step)
+void RunSelectedSonar(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& id = std::get<IdArgument>(step.argument).id;
     if (id.has_value()) {
@@ -197,7 +190,7 @@ void RunSelectedSonar(ScenarioStage& stage, ScenarioStep const& step)
     }
 }
 
-void RunActiveVessel(ScenarioStage& stage, ScenarioStep const& step)
+void RunActiveVessel(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& number = std::get<IntegerArgument>(step.argument).value;
     if (number.has_value()) {
@@ -210,7 +203,7 @@ void RunActiveVessel(ScenarioStage& stage, ScenarioStep const& step)
 
 #if defined(QX5_VIEW)
 
-void RunView(ScenarioStage& stage, ScenarioStep const& step)
+void RunView(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& argument = std::get<ViewArgument>(step.argument);
     if (!argument.open) {
@@ -230,51 +223,51 @@ void RunView(ScenarioStage& stage, ScenarioStep const& step)
     }
 }
 
-void RunTab(ScenarioStage& stage, ScenarioStep const& step)
+void RunTab(ScenarioStage& stage, ScenarioStep& step)
 {
     stage.View().PickTab(*std::get<IntegerArgument>(step.argument).value);
 }
 
-void RunSlider(ScenarioStage& stage, ScenarioStep const& step)
+void RunSlider(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& argument = std::get<SliderArgument>(step.argument);
     stage.View().Scroll(argument.control, argument.kind, argument.position);
 }
 
-void RunClick(ScenarioStage& stage, ScenarioStep const& step)
+void RunClick(ScenarioStage& stage, ScenarioStep& step)
 {
     stage.View().Click(std::get<ControlArgument>(step.argument).control);
 }
 
-void RunChoose(ScenarioStage& stage, ScenarioStep const& step)
+void RunChoose(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& argument = std::get<ChooseArgument>(step.argument);
     stage.View().Choose(argument.control, argument.index);
 }
 
-void RunType(ScenarioStage& stage, ScenarioStep const& step)
+void RunType(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& argument = std::get<TypeArgument>(step.argument);
     stage.View().Type(argument.control, argument.text);
 }
 
-void RunPressReturn(ScenarioStage& stage, ScenarioStep const& step)
+void RunPressReturn(ScenarioStage& stage, ScenarioStep& step)
 {
     stage.View().PressReturn(std::get<ControlArgument>(step.argument).control);
 }
 
-void RunLook(ScenarioStage& stage, ScenarioStep const&)
+void RunLook(ScenarioStage& stage, ScenarioStep&)
 {
-    stage.recorder.Add({EventKind::Controls, stage.View().Look()});
+    stage.recorder.Add(EventKind::Controls, stage.View().Look());
 }
 
-void RunViewUpdate(ScenarioStage& stage, ScenarioStep const& step)
+void RunViewUpdate(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& argument = std::get<ViewUpdateArgument>(step.argument);
     stage.View().Update(argument.hint, argument.id);
 }
 
-void RunResize(ScenarioStage& stage, ScenarioStep const& step)
+void RunResize(ScenarioStage& stage, ScenarioStep& step)
 {
     auto const& size = std::get<SizeArgument>(step.argument);
     stage.View().Resize(size.width, size.height);

@@ -15,8 +15,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Called with a step of its kind, whose device is there when the kind needs one.
-using StepFunction = void (*)(ScenarioStage& stage, ScenarioStep const& step);
+/// Called once with a step of its kind, whose device is there when the kind needs one. The step is the function's to
+/// change.
+using StepFunction = void (*)(ScenarioStage& stage, ScenarioStep& step);
 
 /// Null for a kind that is not part of this build.
 StepFunction FindFunction(StepKind kind);

@@ -24,10 +24,15 @@ struct Source
     JsonNode value;
     JsonPath path;
     MemberReader& members;
+    StepUse use;
 };
 
 StepArgument ReadTreeArgument(Source const& source)
 {
+    if (source.use == StepUse::Check) {
+        CheckTree(source.value, source.path);
+        return TreeArgument();
+    }
     return TreeArgument{ReadTree(source.value, source.path)};
 }
 
@@ -405,27 +410,27 @@ ExpectedEvents ReadExpected(JsonNode const& value, JsonPath const& path)
 
 } // namespace
 
-ScenarioStep ReadStep(JsonNode const& value, JsonPath const& path, Scenario const& scenario)
+void ReadStep(ScenarioStep& step, JsonNode const& value, JsonPath const& path, Scenario const& scenario, StepUse use)
 {
     auto const& form = FindForm(value, path);
     MemberReader members(value, path);
     auto const name = NameOf(form.kind);
-    ScenarioStep step;
     step.kind = form.kind;
-    step.argument = form.read(Source{members.Get(name), members.At(name), members});
-    if (!scenario.devices.empty()) {
-        step.device = scenario.devices.front().id;
-    }
+    step.argument = form.read(Source{members.Get(name), members.At(name), members, use});
     auto const device = members.Find("device");
     if (device) {
         step.device = ReadDataId(*device, members.At("device"));
+    } else if (scenario.devices.empty()) {
+        step.device.SetUndefined();
+    } else {
+        step.device = scenario.devices.front().id;
     }
     CheckMeaning(form, step.device, device ? members.At("device") : path, scenario);
+    step.expect.reset();
     if (auto const expect = members.Find("expect")) {
         step.expect = ReadExpected(*expect, members.At("expect"));
     }
     members.RefuseUnknown();
-    return step;
 }
 
 } // namespace qx5::cli

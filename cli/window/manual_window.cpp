@@ -1,14 +1,18 @@
-// The manual in a window: its text with headings to go to, search, and pictures where they are found.
+// The manual in a window: its pages with headings and links to go to, search, and pictures where they are found.
 #include "manual_window.h"
 
 #include "cli/documents/manual.h"
+#include "cli/documents/manual_text.h"
 #include "cli/platform/executable_path.h"
 #include "cli/window/screen_room.h"
 #include "reference_host/window/search_field.h"
 
 #include <QAction>
+#include <QDesktopServices>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QEvent>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QImageReader>
 #include <QLabel>
@@ -36,6 +40,7 @@ constexpr ManualKey manualKeys[]{
     {"Ctrl+F", "Goes to the field of the search"},
     {"F3", "The next place that has the text"},
     {"Shift+F3", "The place before that has it"},
+    {"Alt+Left", "Back from where a link led"},
     {"Esc", "Closes the manual"},
 };
 
@@ -43,6 +48,38 @@ constexpr int PositionRole = Qt::UserRole;
 /// Greatest widths of pictures, alone and in a table's cell.
 constexpr int greatestWidth = 640;
 constexpr int greatestWidthInTable = 310;
+
+/// What a link to that heading calls it: small letters, digits, `-` and `_`, a hyphen for each blank.
+QString AnchorOf(QString const& heading)
+{
+    QString anchor;
+    for (QChar const c : heading.toLower()) {
+        if (c.isLetterOrNumber() || c == QLatin1Char('-') || c == QLatin1Char('_')) {
+            anchor += c;
+        } else if (c.isSpace()) {
+            anchor += QLatin1Char('-');
+        }
+    }
+    return anchor;
+}
+
+/// The file of the `number`-th page, from 1: each begins with a heading of the first level.
+QString FileOfPage(std::size_t number)
+{
+    auto const& pages = texts::manualPages;
+    if (number == 0 || number > std::size(pages)) {
+        return {};
+    }
+    auto const name = pages[number - 1].file;
+    return QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
+}
+
+/// A page's link to a file or a heading, as one from the folder of the index.
+QString SeenFromTheIndex(QString const& page, QString const& link)
+{
+    return link.startsWith(QLatin1Char('#')) ? page + link
+                                             : QDir::cleanPath(QFileInfo(page).path() + QLatin1Char('/') + link);
+}
 
 } // namespace
 
@@ -87,10 +124,10 @@ std::filesystem::path DocumentsFolder()
     return std::filesystem::exists(installed, problem) ? installed : (programs / "../../../docs").lexically_normal();
 }
 
-ManualWindow::ManualWindow(std::filesystem::path const& pictures, QWidget* parent)
-    : QDialog(parent), m_pictures(QString::fromStdString(pictures.string())), m_contents(new QTreeWidget),
-      m_text(new ManualText), m_search(vordal::MakeSearchField(tr("Search in the manual"), tr("Search"), this)),
-      m_found(new QLabel)
+ManualWindow::ManualWindow(std::filesystem::path const& documents, QWidget* parent)
+    : QDialog(parent), openFile([](QUrl const& file) { QDesktopServices::openUrl(file); }),
+      m_documents(QString::fromStdString(documents.string())), m_contents(new QTreeWidget), m_text(new ManualText),
+      m_search(vordal::MakeSearchField(tr("Search in the manual"), tr("Search"), this)), m_found(new QLabel)
 {
     setObjectName(QStringLiteral("manualWindow"));
     setWindowTitle(tr("Manual"));
@@ -102,7 +139,8 @@ ManualWindow::ManualWindow(std::filesystem::path const& pictures, QWidget* paren
     m_text->setAccessibleName(tr("Manual"));
     m_text->setOpenLinks(false);
     m_text->setTabChangesFocus(true);
-    m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    m_text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard |
+                                    Qt::LinksAccessibleByMouse);
     m_search->setObjectName(QStringLiteral("manualSearch"));
     m_found->setObjectName(QStringLiteral("manualFound"));
     m_found->setAccessibleDescription(tr("How often the text is found"));
@@ -123,8 +161,12 @@ ManualWindow::ManualWindow(std::filesystem::path const& pictures, QWidget* paren
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(m_search, &QLineEdit::returnPressed, this, [this] { Find(false); });
     connect(m_search, &QLineEdit::textChanged, this, [this] { MarkFound(); });
-    connect(m_contents, &QTreeWidget::currentItemChanged, this,
-            [this](QTreeWidgetItem const* heading) { GoTo(heading); });
+    connect(m_contents, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem const* heading) {
+        if (heading != nullptr) {
+            GoTo(heading->data(0, PositionRole).toInt());
+        }
+    });
+    connect(m_text, &QTextBrowser::anchorClicked, this, &ManualWindow::Follow);
 
     auto* const row = new QHBoxLayout;
     row->addWidget(m_search, 1);
@@ -161,17 +203,55 @@ void ManualWindow::AddActions()
     });
     add(1, [this] { Find(false); });
     add(2, [this] { Find(true); });
+    add(3, [this] { GoBack(); });
 }
 
 void ManualWindow::Fill()
 {
-    constexpr auto text = texts::manual_md;
-    m_text->document()->setMarkdown(QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())));
+    m_text->document()->setMarkdown(QString::fromStdString(WholeManual()));
+    ResolveLinks();
     PutPictures();
     RuleTables();
     ListHeadings();
     m_isFilled = true;
     m_link = palette().color(QPalette::Link);
+}
+
+void ManualWindow::ResolveLinks()
+{
+    struct Link
+    {
+        int position;
+        int length;
+        QTextCharFormat format;
+    };
+    std::vector<Link> links;
+    auto& document = *m_text->document();
+    std::size_t page = 0;
+    for (auto block = document.begin(); block.isValid(); block = block.next()) {
+        page += block.blockFormat().headingLevel() == 1 ? 1 : 0;
+        auto const file = FileOfPage(page);
+        for (auto at = block.begin(); !at.atEnd(); ++at) {
+            auto const fragment = at.fragment();
+            auto format = fragment.charFormat();
+            if (format.isImageFormat()) {
+                auto image = format.toImageFormat();
+                image.setName(SeenFromTheIndex(file, image.name()));
+                links.push_back({fragment.position(), fragment.length(), image});
+            } else if (format.isAnchor()) {
+                format.setAnchorHref(SeenFromTheIndex(file, format.anchorHref()));
+                links.push_back({fragment.position(), fragment.length(), format});
+            }
+        }
+    }
+    QTextCursor cursor(&document);
+    cursor.beginEditBlock();
+    for (auto const& link : links) {
+        cursor.setPosition(link.position);
+        cursor.setPosition(link.position + link.length, QTextCursor::KeepAnchor);
+        cursor.setCharFormat(link.format);
+    }
+    cursor.endEditBlock();
 }
 
 void ManualWindow::PutPictures()
@@ -198,7 +278,7 @@ void ManualWindow::PutPictures()
     for (auto picture = pictures.rbegin(); picture != pictures.rend(); ++picture) {
         cursor.setPosition(picture->position);
         cursor.setPosition(picture->position + 1, QTextCursor::KeepAnchor);
-        auto const file = m_pictures + QLatin1Char('/') + picture->format.name();
+        auto const file = m_documents + QLatin1Char('/') + picture->format.name();
         auto const natural = QImageReader(file).size();
         if (!natural.isValid()) {
             cursor.insertText(tr("[picture: %1]").arg(picture->format.property(QTextFormat::ImageAltText).toString()),
@@ -234,30 +314,59 @@ void ManualWindow::RuleTables()
 void ManualWindow::ListHeadings()
 {
     m_contents->clear();
-    QTreeWidgetItem* chapter = nullptr;
+    m_places.clear();
+    m_left.clear();
+    std::size_t page = 0;
+    std::vector<QTreeWidgetItem*> above; // the heading that is open on each level
     for (auto block = m_text->document()->begin(); block.isValid(); block = block.next()) {
-        int const level = block.blockFormat().headingLevel();
-        if (level == 2 || (level == 3 && chapter == nullptr)) {
-            chapter = new QTreeWidgetItem(m_contents, {block.text()});
-            chapter->setData(0, PositionRole, block.position());
-        } else if (level == 3) {
-            (new QTreeWidgetItem(chapter, {block.text()}))->setData(0, PositionRole, block.position());
+        auto const level = static_cast<std::size_t>(block.blockFormat().headingLevel());
+        if (level == 0) {
+            continue;
         }
+        page += level == 1 ? 1 : 0;
+        auto const file = FileOfPage(page);
+        m_places.emplace(file, block.position());
+        m_places.emplace(file + QLatin1Char('#') + AnchorOf(block.text()), block.position());
+        above.resize(std::min(above.size(), level - 1));
+        auto* const item = above.empty() ? new QTreeWidgetItem(m_contents) : new QTreeWidgetItem(above.back());
+        item->setText(0, block.text());
+        item->setData(0, PositionRole, block.position());
+        above.push_back(item);
     }
     m_contents->expandAll();
 }
 
-void ManualWindow::GoTo(QTreeWidgetItem const* heading)
+void ManualWindow::GoTo(int position)
 {
-    if (heading == nullptr) {
-        return;
-    }
     QTextCursor cursor(m_text->document());
     // From the end, so that the heading comes to stand at the top.
     cursor.movePosition(QTextCursor::End);
     m_text->setTextCursor(cursor);
-    cursor.setPosition(heading->data(0, PositionRole).toInt());
+    cursor.setPosition(position);
     m_text->setTextCursor(cursor);
+}
+
+void ManualWindow::Follow(QUrl const& link)
+{
+    if (auto const place = m_places.find(link.toString()); place != m_places.end()) {
+        m_left.push_back(m_text->cursorForPosition({0, 0}).position());
+        GoTo(place->second);
+        return;
+    }
+    QFileInfo const file(m_documents + QLatin1Char('/') + link.path());
+    if (link.isRelative() && file.exists()) {
+        openFile(QUrl::fromLocalFile(file.canonicalFilePath()));
+    } else {
+        m_found->setText(tr("%1 is not installed").arg(file.fileName()));
+    }
+}
+
+void ManualWindow::GoBack()
+{
+    if (!m_left.empty()) {
+        GoTo(std::exchange(m_left.back(), 0));
+        m_left.pop_back();
+    }
 }
 
 void ManualWindow::Find(bool backwards)

@@ -52,6 +52,8 @@ WindowApplication::WindowApplication(bool isPicture, int scale)
     : BeforeApplication(isPicture, scale), m_isPicture(isPicture), m_application(m_argc, m_argv)
 {
     QApplication::setApplicationName(QStringLiteral("qx5"));
+    // By this a desktop finds the name and the icon of an installation's qx5.desktop.
+    QGuiApplication::setDesktopFileName(QStringLiteral("qx5"));
     if (isPicture) {
         QApplication::setCursorFlashTime(0); // the same picture each time
     }

@@ -13,10 +13,15 @@ class VORDAL_API QX5SocketIoHandler : public BaseIOHandler
 public:
     ~QX5SocketIoHandler() override;
 
+    /// Has the recorded file played `speed` times as fast as it was recorded.
     virtual void PlaybackSetSpeed(double commandTime, double speed) = 0;
+    /// Goes to a place in the file, as the requester gave it.
     virtual void PlaybackSetPosition(double commandTime, double position) = 0;
+    /// Has the file begin again at its end; 0 ends that.
     virtual void PlaybackSetLoop(double commandTime, double loop) = 0;
+    /// Goes on by a step in the file.
     virtual void PlaybackStepForward(double commandTime) = 0;
+    /// Goes back by a step in the file.
     virtual void PlaybackStepBack(double commandTime) = 0;
     /// True when the port plays a recorded file instead of a live socket.
     virtual bool IsFilePlayback() const = 0;

@@ -5,6 +5,7 @@
 
 #include <string>
 
+/// The way of such a value into a text that can be sent.
 class VORDAL_API StringObfuscator
 {
 public:

@@ -17,18 +17,18 @@ inline constexpr AttributeKey x5BeamSteer{L"x5BeamSteer"};               ///< as
 inline constexpr AttributeKey x5ProjBeamAngleVer{L"x5ProjBeamAngleVer"}; ///< told: the pair's first, + forward
 inline constexpr AttributeKey x5ProjBeamAngleHor{L"x5ProjBeamAngleHor"}; ///< told: the pair's second
 inline constexpr AttributeKey GUIMinAngle{L"GUIMinAngle"};               ///< told: limits of the swath's ends
-inline constexpr AttributeKey GUIMaxAngle{L"GUIMaxAngle"};
+inline constexpr AttributeKey GUIMaxAngle{L"GUIMaxAngle"};               ///< told: the end to starboard
 
 inline constexpr AttributeKey x5RangeFilterEnabled{L"x5RangeFilterEnabled"}; ///< bool: the range gate acts
-inline constexpr AttributeKey x5MinRangeGate{L"x5MinRangeGate"};
-inline constexpr AttributeKey x5MaxRangeGate{L"x5MaxRangeGate"};
+inline constexpr AttributeKey x5MinRangeGate{L"x5MinRangeGate"};             ///< nearest echo that it lets through
+inline constexpr AttributeKey x5MaxRangeGate{L"x5MaxRangeGate"};             ///< farthest
 inline constexpr AttributeKey x5DepthFilterEnabled{L"x5DepthFilterEnabled"}; ///< bool: the depth gate acts
-inline constexpr AttributeKey x5MinDepthGate{L"x5MinDepthGate"};
-inline constexpr AttributeKey x5MaxDepthGate{L"x5MaxDepthGate"};
+inline constexpr AttributeKey x5MinDepthGate{L"x5MinDepthGate"}; ///< least depth that it lets through, below the sonar
+inline constexpr AttributeKey x5MaxDepthGate{L"x5MaxDepthGate"}; ///< greatest
 inline constexpr AttributeKey x5DepthGateTilt{L"x5DepthGateTilt"}; ///< of the depth gate, + deeper to starboard
 inline constexpr AttributeKey x5AdaptiveGateEnabled{L"x5AdaptiveGateEnabled"}; ///< bool: the adaptive gate acts
 inline constexpr AttributeKey x5AGSearchMin{L"x5AGSearchMin"};                 ///< depths between which it searches
-inline constexpr AttributeKey x5AGSearchMax{L"x5AGSearchMax"};
+inline constexpr AttributeKey x5AGSearchMax{L"x5AGSearchMax"};                 ///< the deeper of them
 
 // What the sonar offers: a branch "x5SonarSettings" for each operation mode, the active one at the index DeviceEnum.
 inline constexpr AttributeKey DeviceEnum{L"DeviceEnum"};                       ///< int
@@ -38,11 +38,11 @@ inline constexpr AttributeKey x5SampleRateSet{L"x5SampleRateSet"};             /
 inline constexpr AttributeKey x5RangeSet{L"x5RangeSet"};                       ///< in a set, doubles: ranges, ascending
 inline constexpr AttributeKey x5Max{L"x5Max"};                                 ///< in a set's "x5Range": the greatest
 inline constexpr AttributeKey x5RangeGate{L"x5RangeGate"};                     ///< branches: limits of the gates
-inline constexpr AttributeKey x5DepthGate{L"x5DepthGate"};
-inline constexpr AttributeKey x5NadirGate{L"x5NadirGate"};
-inline constexpr AttributeKey x5MinValue{L"x5MinValue"};   ///< in these: least value
-inline constexpr AttributeKey x5MinWindow{L"x5MinWindow"}; ///< in these: least opening
-inline constexpr AttributeKey x5MinX{L"x5MinX"};           ///< in the branch "x5BeamSteer": limits of the first angle
-inline constexpr AttributeKey x5MaxX{L"x5MaxX"};
+inline constexpr AttributeKey x5DepthGate{L"x5DepthGate"};                     ///< the same of the depth gate
+inline constexpr AttributeKey x5NadirGate{L"x5NadirGate"};                     ///< the same of the adaptive gate
+inline constexpr AttributeKey x5MinValue{L"x5MinValue"};                       ///< in these: least value
+inline constexpr AttributeKey x5MinWindow{L"x5MinWindow"};                     ///< in these: least opening
+inline constexpr AttributeKey x5MinX{L"x5MinX"}; ///< in the branch "x5BeamSteer": limits of the first angle
+inline constexpr AttributeKey x5MaxX{L"x5MaxX"}; ///< the greatest
 
 } // namespace X5Keys

@@ -19,7 +19,9 @@ struct TreeAccess;
 class AttributeKey
 {
 public:
+    /// The empty text.
     constexpr AttributeKey() : AttributeKey(std::wstring_view()) {}
+    /// Of a text that outlives the key.
     constexpr AttributeKey(std::wstring_view text) : m_text(text), m_hash(HashOf(text)), m_filter(FilterOf(m_hash)) {}
     /// Null counts as the empty text.
     constexpr AttributeKey(wchar_t const* text)
@@ -29,6 +31,7 @@ public:
     AttributeKey(CString const& text) : AttributeKey(text.View()) {}
     AttributeKey(std::wstring const& text) : AttributeKey(std::wstring_view(text)) {}
 
+    /// The text that it refers to.
     constexpr std::wstring_view Text() const { return m_text; }
     /// 64-bit FNV-1a, one step for each Unicode code point, so that it is the same wherever `wchar_t` has another
     /// width; never 0.
@@ -36,8 +39,10 @@ public:
     /// The bits that are all set in the filter of a node with such a child.
     constexpr std::uint64_t Filter() const { return m_filter; }
 
+    /// A copy of the text.
     CString ToString() const { return CString(m_text); }
 
+    /// By text; the hashes are compared first.
     friend constexpr bool operator==(AttributeKey const& a, AttributeKey const& b)
     {
         return a.m_hash == b.m_hash && a.m_text == b.m_text;

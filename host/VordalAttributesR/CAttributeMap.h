@@ -21,10 +21,13 @@ struct TreeAccess;
 /// The part of a shared node that look-ups read without a call; the rest is the host library's own.
 struct AttributeNodeHead
 {
+    /// Trees that share the node.
     std::atomic<std::uint32_t> references{1};
+    /// The flag word; the host reads nothing into it.
     unsigned int flags = 0;
     /// Union of the filters of all children's keys; a clear bit proves that a key is not there.
     std::uint64_t childFilter = 0;
+    /// The node's own; null for none.
     CVordalType* value = nullptr;
 };
 
@@ -32,13 +35,16 @@ struct AttributeNodeHead
 class VORDAL_API CAttributeRec
 {
 public:
+    /// A copy of the key's text; empty for a root.
     CString GetKey() const { return CString(KeyText()); }
     /// The key's text, valid until the node is changed or destroyed.
     std::wstring_view KeyText() const;
     /// The flag word; the host reads nothing into it.
     unsigned int GetFlags() const { return m_node != nullptr ? m_node->flags : 0; }
+    /// Replaces the flag word.
     void SetFlags(unsigned int flags);
 
+    /// Whether the node has a value of its own, beside its children.
     bool HasValue() const { return m_node != nullptr && m_node->value != nullptr; }
     /// The value, or the empty value when the node has none. Valid until the node is changed or destroyed.
     CVordalType const& Value() const { return HasValue() ? *m_node->value : CVordalType::Empty(); }
@@ -88,6 +94,7 @@ public:
     CAttributeMap(CAttributeMap const& other) : CAttributeRec() { CopyFrom(other); }
     /// Leaves `other` an empty root, unless it is a child: that keeps its content, and this becomes a copy.
     CAttributeMap(CAttributeMap&& other) noexcept : CAttributeRec() { MoveFrom(other); }
+    /// See Copies above.
     CAttributeMap& operator=(CAttributeMap const& other);
     CAttributeMap& operator=(CAttributeMap&& other);
     ~CAttributeMap()
@@ -132,6 +139,7 @@ public:
     {
         return MayHave(key) ? Lookup(key, index) : nullptr;
     }
+    /// The same for writing; see References above.
     CAttributeMap* GetAttrMap(AttributeKey const& key, int index = 0)
     {
         return MayHave(key) ? LookupToWrite(key, index) : nullptr;
@@ -157,6 +165,7 @@ public:
 
     /// Labels the tree; the label is copied along and means nothing to look-ups.
     void SetGroup(CString const& name);
+    /// The label; empty when there is none.
     CString GetGroup() const;
 
     /// Value and flag word of the key's first occurrence. On failure, which is absence or another kind, it gives false
@@ -169,21 +178,31 @@ public:
     class const_iterator
     {
     public:
+        /// One pass, forward.
         using iterator_category = std::input_iterator_tag;
+        /// A child.
         using value_type = CAttributeMap;
+        /// Of no use for one pass; algorithms ask for it.
         using difference_type = std::ptrdiff_t;
+        /// Into the tree, which must not change meanwhile.
         using pointer = CAttributeMap const*;
+        /// To a child in the tree.
         using reference = CAttributeMap const&;
 
         const_iterator() = default;
+        /// The child; not at the end.
         reference operator*() const { return *m_child; }
+        /// The child; not at the end.
         pointer operator->() const { return m_child; }
+        /// On to the next child.
         const_iterator& operator++()
         {
             m_child = m_map->NextChild(m_chunk, m_slot);
             return *this;
         }
+        /// On to the next child; the place before is not given.
         void operator++(int) { ++*this; }
+        /// Whether both stand at one child, or at the end.
         friend bool operator==(const_iterator const& a, const_iterator const& b) { return a.m_child == b.m_child; }
 
     private:
@@ -193,6 +212,7 @@ public:
         std::uint32_t m_chunk = 0;
         std::uint32_t m_slot = 0;
     };
+    /// The first child.
     const_iterator begin() const
     {
         const_iterator first;
@@ -202,6 +222,7 @@ public:
         }
         return first;
     }
+    /// Behind the last child.
     const_iterator end() const { return {}; }
 
     /// The node that a failed `Find` refers to; it lives as long as the host library.

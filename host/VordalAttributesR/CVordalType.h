@@ -16,18 +16,18 @@
 /// What a value is. A value is readable through the getters of its own kind alone.
 enum class VORDAL_API_ENUM VordalKind
 {
-    None,
-    Int,
-    UInt,
-    Int64,
-    Bool,
-    Double,
-    Pair,
-    DataInfo,
-    String,
-    IntList,
-    DoubleList,
-    Offset
+    None,       ///< the empty value
+    Int,        ///< signed, 32 bits
+    UInt,       ///< unsigned, 32 bits
+    Int64,      ///< signed, 64 bits
+    Bool,       ///< true or false
+    Double,     ///< any double, NaN and the infinities among them
+    Pair,       ///< two doubles
+    DataInfo,   ///< a reference to a data item
+    String,     ///< a wide text
+    IntList,    ///< signed integers of 32 bits
+    DoubleList, ///< doubles
+    Offset      ///< three lengths in metres
 };
 
 /// A value; an object of this very class is the empty value, which every getter fails on.
@@ -39,25 +39,38 @@ class VORDAL_API CVordalType
 {
 public:
     constexpr CVordalType() = default;
+    /// Of what every value has; the kinds copy their content.
     constexpr CVordalType(CVordalType const&) noexcept {}
     CVordalType& operator=(CVordalType const&) = delete;
 
     // In the host's slot order. Each gives non-zero when the value has the kind.
     virtual ~CVordalType() = default;
+    /// Of VordalKind::Int.
     virtual int GetInt(int&) const { return 0; }
+    /// Of VordalKind::UInt.
     virtual int GetUInt(unsigned int&) const { return 0; }
+    /// Of VordalKind::Int64.
     virtual int GetInt64(std::int64_t&) const { return 0; }
+    /// Of VordalKind::Bool.
     virtual int GetBool(bool&) const { return 0; }
+    /// Of VordalKind::Double.
     virtual int GetDouble(double&) const { return 0; }
+    /// Of VordalKind::Pair; both or neither are written.
     virtual int GetPair(double& /*first*/, double& /*second*/) const { return 0; }
+    /// Of VordalKind::DataInfo.
     virtual int GetDataInfo(CDataInfo&) const { return 0; }
+    /// Of VordalKind::String.
     virtual int GetString(CString&) const { return 0; }
+    /// Of VordalKind::IntList.
     virtual int GetIntList(std::vector<int>&) const { return 0; }
+    /// Of VordalKind::DoubleList.
     virtual int GetDoubleList(std::vector<double>&) const { return 0; }
     // Beyond the slots that plug-ins were built against: new ones go to the end.
+    /// Of VordalKind::Offset.
     virtual int GetOffset(CCompOffset&) const { return 0; }
     /// A new heap value equal to this one; the caller owns it.
     virtual CVordalType* Clone() const;
+    /// What it is, and by that which getter succeeds.
     virtual VordalKind Kind() const;
     /// Same kind and same content. Doubles are compared by their bits: a NaN equals itself, -0.0 is not 0.0.
     virtual bool IsSame(CVordalType const& other) const;
@@ -65,6 +78,7 @@ public:
     /// control characters escaped, whatever the locale. The empty value gives "none".
     virtual std::string ToText() const;
 
+    /// The value, when it is of the argument's kind; otherwise false, and the argument untouched.
     bool Get(int& value) const { return IsNotMissing() && GetInt(value) != 0; }
     bool Get(unsigned int& value) const { return IsNotMissing() && GetUInt(value) != 0; }
     bool Get(std::int64_t& value) const { return IsNotMissing() && GetInt64(value) != 0; }
@@ -77,6 +91,7 @@ public:
     bool Get(std::vector<int>& value) const { return IsNotMissing() && GetIntList(value) != 0; }
     bool Get(std::vector<double>& value) const { return IsNotMissing() && GetDoubleList(value) != 0; }
 
+    /// Whether it is the empty value.
     bool IsEmpty() const { return Kind() == VordalKind::None; }
     /// The empty value that failed look-ups refer to; it lives as long as the host library.
     static CVordalType const& Empty() { return s_empty; }
@@ -97,9 +112,13 @@ template <typename Class, VordalKind ItsKind>
 class VORDAL_API CVordalKindOf : public CVordalType
 {
 public:
+    /// See CVordalType.
     CVordalType* Clone() const final;
+    /// See CVordalType.
     VordalKind Kind() const final;
+    /// See CVordalType.
     bool IsSame(CVordalType const& other) const final;
+    /// See CVordalType.
     std::string ToText() const final;
 };
 
@@ -107,6 +126,7 @@ public:
 class VORDAL_API CVordalInt final : public CVordalKindOf<CVordalInt, VordalKind::Int>
 {
 public:
+    /// Of that number.
     explicit CVordalInt(int value) : m_value(value) {}
     int GetInt(int& value) const override;
 
@@ -119,6 +139,7 @@ private:
 class VORDAL_API CVordalUInt final : public CVordalKindOf<CVordalUInt, VordalKind::UInt>
 {
 public:
+    /// Of that number.
     explicit CVordalUInt(unsigned int value) : m_value(value) {}
     int GetUInt(unsigned int& value) const override;
 
@@ -131,6 +152,7 @@ private:
 class VORDAL_API CVordalInt64 final : public CVordalKindOf<CVordalInt64, VordalKind::Int64>
 {
 public:
+    /// Of that number.
     explicit CVordalInt64(std::int64_t value) : m_value(value) {}
     int GetInt64(std::int64_t& value) const override;
 
@@ -143,6 +165,7 @@ private:
 class VORDAL_API CVordalBool final : public CVordalKindOf<CVordalBool, VordalKind::Bool>
 {
 public:
+    /// Of that truth.
     explicit CVordalBool(bool value) : m_value(value) {}
     int GetBool(bool& value) const override;
 
@@ -155,6 +178,7 @@ private:
 class VORDAL_API CVordalDouble final : public CVordalKindOf<CVordalDouble, VordalKind::Double>
 {
 public:
+    /// Of that number.
     explicit CVordalDouble(double value) : m_value(value) {}
     int GetDouble(double& value) const override;
 
@@ -167,6 +191,7 @@ private:
 class VORDAL_API CVordalDouble2D final : public CVordalKindOf<CVordalDouble2D, VordalKind::Pair>
 {
 public:
+    /// Of these two.
     CVordalDouble2D(double first, double second) : m_value(first, second) {}
     int GetPair(double& first, double& second) const override;
 
@@ -179,6 +204,7 @@ private:
 class VORDAL_API CVordalDataInfo final : public CVordalKindOf<CVordalDataInfo, VordalKind::DataInfo>
 {
 public:
+    /// Of that reference.
     explicit CVordalDataInfo(CDataInfo const& value) : m_value(value) {}
     /// The two numbers narrow the reference to an item; 65535 for both means the whole stream.
     CVordalDataInfo(CDataId const& id, unsigned short first, unsigned short second);
@@ -193,6 +219,7 @@ private:
 class VORDAL_API CVordalText final : public CVordalKindOf<CVordalText, VordalKind::String>
 {
 public:
+    /// Of that text.
     explicit CVordalText(CString value) : m_value(std::move(value)) {}
     int GetString(CString& value) const override;
 
@@ -205,6 +232,7 @@ private:
 class VORDAL_API CVordalIntList final : public CVordalKindOf<CVordalIntList, VordalKind::IntList>
 {
 public:
+    /// Of that list.
     explicit CVordalIntList(std::vector<int> value) : m_value(std::move(value)) {}
     int GetIntList(std::vector<int>& value) const override;
 
@@ -217,6 +245,7 @@ private:
 class VORDAL_API CVordalDoubleList final : public CVordalKindOf<CVordalDoubleList, VordalKind::DoubleList>
 {
 public:
+    /// Of that list.
     explicit CVordalDoubleList(std::vector<double> value) : m_value(std::move(value)) {}
     int GetDoubleList(std::vector<double>& value) const override;
 
@@ -229,6 +258,7 @@ private:
 class VORDAL_API CVordalOffset final : public CVordalKindOf<CVordalOffset, VordalKind::Offset>
 {
 public:
+    /// Of that offset.
     explicit CVordalOffset(CCompOffset const& value) : m_value(value) {}
     int GetOffset(CCompOffset& value) const override;
 
@@ -242,6 +272,7 @@ private:
 class VORDAL_API VordalTypeCreator
 {
 public:
+    /// A value of the argument's kind.
     static CVordalType* MakeValue(int value);
     static CVordalType* MakeValue(unsigned int value);
     static CVordalType* MakeValue(std::int64_t value);
@@ -255,6 +286,7 @@ public:
     static CVordalType* MakeValue(CDataInfo const& value);
     /// A text from UTF-8; each byte that is not part of a valid sequence becomes U+FFFD. Null gives the empty text.
     static CVordalType* MakeValue(char const* value);
+    /// A text; null gives the empty one.
     static CVordalType* MakeValue(wchar_t const* value);
     /// Any other pointer would quietly become `true`.
     template <typename T>

@@ -6,8 +6,10 @@ class CCompOffset
 {
 public:
     CCompOffset() = default;
+    /// Of these lengths, in metres.
     CCompOffset(double first, double second, double third) : m_axes{first, second, third} {}
 
+    /// Writes all three, in metres.
     void GetOffset(double& first, double& second, double& third) const
     {
         first = m_axes[0];
@@ -15,6 +17,7 @@ public:
         third = m_axes[2];
     }
 
+    /// All three are equal.
     friend bool operator==(CCompOffset const&, CCompOffset const&) = default;
 
 private:

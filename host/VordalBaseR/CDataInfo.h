@@ -8,15 +8,20 @@ class CDataInfo
 {
 public:
     CDataInfo() = default;
+    /// An item of the stream; 65535 twice means all of it.
     CDataInfo(CDataId const& dataId, unsigned short item, unsigned short index)
         : m_dataId(dataId), m_item(item), m_index(index)
     {
     }
 
+    /// The stream.
     CDataId const& GetDataId() const { return m_dataId; }
+    /// The item's number; 65535 for all.
     unsigned short GetItem() const { return m_item; }
+    /// The index among items of that number; 65535 for all.
     unsigned short GetIndex() const { return m_index; }
 
+    /// Stream and both numbers are equal.
     friend bool operator==(CDataInfo const&, CDataInfo const&) = default;
 
 private:

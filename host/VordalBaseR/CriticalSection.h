@@ -8,10 +8,14 @@
 class CriticalSection
 {
 public:
+    /// Waits until no other thread has it.
     void Enter() { m_mutex.lock(); }
+    /// Gives it back, as often as it was taken.
     void Leave() { m_mutex.unlock(); }
 
+    /// Enter, by the name that the standard library knows.
     void lock() { Enter(); }
+    /// Leave, by the name that the standard library knows.
     void unlock() { Leave(); }
 
 private:

@@ -23,6 +23,7 @@ public:
 
     /// Makes an empty section. A section that is there already stays as it is, and the answer is false.
     bool CreateSection(CString const& section);
+    /// Whether there is a section of that name, with or without items.
     bool HasSection(CString const& section) const;
     /// Sets an item of a section, or appends it. False when there is no such section.
     bool SetItem(CString const& section, CString const& item, CString const& value);

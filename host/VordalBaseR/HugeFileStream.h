@@ -26,6 +26,7 @@ public:
     /// Reads on from where the last Read ended and gives the number of bytes put into `buffer`: fewer than `size` at
     /// the end of the file or on a read error, 0 when nothing is open. The rest of the buffer is untouched.
     std::uint64_t Read(void* buffer, std::uint64_t size);
+    /// Closes the file; nothing when none is open.
     void Close();
 
     /// Removes a file from disk by its full name. False when it was not there or could not be removed. Any thread.

@@ -7,6 +7,7 @@
 /// u8 minute. Copied into records byte by byte.
 struct TIME_X5
 {
+    /// As they stand in a record.
     unsigned char bytes[10];
 };
 

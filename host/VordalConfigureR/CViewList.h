@@ -10,6 +10,7 @@ struct CRuntimeClass;
 class VORDAL_API CViewList
 {
 public:
+    /// The host's one list.
     static CViewList& GetViewList();
 
     /// The class stays the module's; its objects must be of type CView. A name that is there already keeps its class,

@@ -8,6 +8,7 @@
 class VORDAL_API DataDefinition
 {
 public:
+    /// The host's own.
     static DataDefinition& GetDataDefinition();
 
     /// The name of the value `index` (from 0) of an item, for blocks of the group. False, and `text` untouched, beyond

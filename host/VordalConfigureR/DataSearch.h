@@ -19,15 +19,17 @@ public:
 /// Kinds of project files, each with a folder of its own.
 enum ProjectFileKind : unsigned
 {
-    FILE_SONAR_TARGETS = 101,
+    FILE_SONAR_TARGETS = 101, ///< files of sonar contacts
 };
 
 /// The way to the project. Any thread.
 class VORDAL_API DataSearch
 {
 public:
+    /// The host's own.
     static DataSearch& GetDataSearch();
 
+    /// The open project's; there also when none is open.
     CProjectDefinition& GetProjectDefinition();
     /// Completes the name of a file of a ProjectFileKind to its full name. False, and `name` untouched, when the
     /// project has no folder for that kind.

@@ -8,7 +8,7 @@
 /// How ReadBlock picks a block.
 enum DataAccessCode : int
 {
-    DATA_ACCESS_LATEST = 3,
+    DATA_ACCESS_LATEST = 3, ///< the newest
 };
 
 /// The buffer of one stream. Owned by the host, there until the host goes. Any thread; each operation is atomic. What
@@ -23,6 +23,7 @@ public:
     virtual bool ReadBlock(CDataBlock& block, int accessCode) = 0;
     /// Copies the block that writers build upon; false when there is none.
     virtual bool ReadCurrentBlock(CDataBlock& block) = 0;
+    /// Puts the block at the end; it shares the block's data. Nobody is told before AnnounceBlock.
     virtual void StoreBlock(CDataBlock const& block) = 0;
     /// Tells the stream's subscribers, as Subscriber says, that a block was stored.
     virtual void AnnounceBlock() = 0;
@@ -32,5 +33,6 @@ public:
     virtual bool GetLastTime(double& seconds) = 0;
     /// The buffer's state and its 16-bit status (0: the stream is well). False when there is no status to give.
     virtual bool GetStatus(unsigned short& state, unsigned short& status) = 0;
+    /// The stream's id.
     virtual CDataId const& GetDataId() const = 0;
 };

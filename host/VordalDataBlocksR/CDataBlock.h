@@ -9,28 +9,30 @@
 /// number.
 enum ADDR_MODE : int
 {
-    ADDR_FIRST_OF_ITEM = 1,
-    ADDR_BY_ITEM = 2,
+    ADDR_FIRST_OF_ITEM = 1, ///< the first item of that number
+    ADDR_BY_ITEM = 2,       ///< the same here
 };
 
 /// Type tags of block items.
 enum DataItemType : unsigned short
 {
-    DATA_INT32 = 101,
-    DATA_DOUBLE = 103,
-    DATA_BYTE = 106,
-    DATA_FLOAT = 109,
-    DATA_UINT16 = 111,
+    DATA_INT32 = 101,  ///< signed, 32 bits
+    DATA_DOUBLE = 103, ///< 64 bits, IEEE 754
+    DATA_BYTE = 106,   ///< bytes
+    DATA_FLOAT = 109,  ///< 32 bits, IEEE 754
+    DATA_UINT16 = 111, ///< unsigned, 16 bits
 };
 
 /// One item of a block. `data` points to `size` bytes inside the block, little-endian, or is null; it is valid until
 /// the block is changed, assigned or destroyed.
 struct CDataItem
 {
+    /// The item's number; several items may have one.
     unsigned short item;
     unsigned short type;   ///< a DataItemType
     unsigned int size;     ///< bytes
     unsigned short status; ///< 0 is good
+    /// See above.
     void* data;
 };
 
@@ -53,14 +55,18 @@ public:
     CDataItem const* GetItem(unsigned short index) const;
     /// The same for writing; detaches the block first.
     CDataItem* GetItemForWrite(unsigned short index);
+    /// How many items there are, of whatever number.
     unsigned short GetItemCount() const;
 
     /// Makes this block the only owner of its data.
     void EnsureUnique();
+    /// Sets the status word of the block as a whole; detaches it first.
     void SetStatus(unsigned short status);
     /// The status word of the block as a whole; its low six bits mark a bad block.
     unsigned short GetStatus() const;
+    /// Sets the time of the data in seconds (see CExTime); detaches the block first.
     void SetTime(double seconds);
+    /// That time; 0.0 when none was set.
     double GetTime() const;
 
     /// Appends an item with a copy of `value` (null pointer and `size` bytes of nothing where the span is empty and

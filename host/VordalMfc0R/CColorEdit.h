@@ -19,6 +19,7 @@ class VORDAL_API CColorEdit
 {
 public:
     CColorEdit();
+    /// For that field, which stays the caller's and has to outlive this.
     explicit CColorEdit(QLineEdit* field);
     CColorEdit(CColorEdit const&) = delete;
     CColorEdit& operator=(CColorEdit const&) = delete;
@@ -29,6 +30,7 @@ public:
 
     /// Writes the text. That counts as an edit, also with the same text: the edit handler runs before this returns.
     void SetText(CString const& text);
+    /// What stands in the field now.
     CString GetText() const;
 
     /// Gives the field a colour of its own, each part 0 to 255.

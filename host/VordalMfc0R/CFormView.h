@@ -23,6 +23,7 @@ public:
     void SetScrollSizes(int width, int height);
     /// The extent that was set last; 0 before.
     int GetScrollWidth() const;
+    /// The height of the page as a whole, in pixels of the screen.
     int GetScrollHeight() const;
 
 private:

@@ -9,6 +9,7 @@
 class VORDAL_API ColorControl
 {
 public:
+    /// The mode as it was last set.
     static int GetLightMode();
     /// `redraw`: the displays take the mode on now instead of when they are next drawn. The range is the caller's care;
     /// another number is kept as it is and shown as the nearest mode.

@@ -11,13 +11,16 @@ class QWidget;
 class CDataExchange
 {
 public:
+    /// Which way values go.
     enum class Direction
     {
-        ToControls,
-        FromControls
+        ToControls,  ///< from a page's fields into its controls
+        FromControls ///< from the controls into the fields
     };
 
+    /// One exchange that way.
     explicit CDataExchange(Direction direction) : m_direction(direction) {}
+    /// Whether values go from the controls into the fields.
     bool IsFromControls() const { return m_direction == Direction::FromControls; }
 
 private:
@@ -27,7 +30,7 @@ private:
 /// What the first format argument of a formatted number means.
 enum NumberFormat : int
 {
-    FORMAT_PLAIN = 0,
+    FORMAT_PLAIN = 0,    ///< no unit
     FORMAT_DISTANCE = 2, ///< metres
     FORMAT_ANGLE = 47,   ///< degrees
 };

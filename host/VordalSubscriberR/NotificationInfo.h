@@ -24,10 +24,12 @@ public:
 class VORDAL_API DataId_NI : public NotificationInfo
 {
 public:
+    /// About that device, computation or stream.
     explicit DataId_NI(CDataId const& dataId) : m_dataId(dataId) {}
     ~DataId_NI() override;
     std::unique_ptr<NotificationInfo> Clone() const override;
 
+    /// What it is about.
     CDataId const& GetDataId() const { return m_dataId; }
 
 private:
@@ -39,10 +41,12 @@ template <typename T>
 class VORDAL_API NFDataT : public NotificationInfo
 {
 public:
+    /// Carries a copy.
     explicit NFDataT(T const& data) : m_data(data) {}
 
     std::unique_ptr<NotificationInfo> Clone() const override { return std::make_unique<NFDataT>(*this); }
 
+    /// The value, valid as long as the notification.
     T const& GetData() const { return m_data; }
 
 private:

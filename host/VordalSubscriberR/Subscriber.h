@@ -27,8 +27,10 @@ template <typename T>
 class MemFunSubscriber : public Subscriber
 {
 public:
+    /// What is called: its argument is Notify's.
     using Function = void (T::*)(NotificationInfo const*);
 
+    /// Neither is null.
     MemFunSubscriber(T* object, Function function) : m_object(object), m_function(function) {}
     void Notify(NotificationInfo const* info) override { (m_object->*m_function)(info); }
 
@@ -43,8 +45,10 @@ template <typename T>
 class MemFunNoInfoSubscriber : public Subscriber
 {
 public:
+    /// What is called.
     using Function = void (T::*)();
 
+    /// Neither is null.
     MemFunNoInfoSubscriber(T* object, Function function) : m_object(object), m_function(function) {}
     void Notify(NotificationInfo const*) override { (m_object->*m_function)(); }
 

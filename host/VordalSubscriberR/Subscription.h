@@ -24,9 +24,9 @@ public:
     /// The bus that a kind means.
     enum Kind : int
     {
-        ActiveVessel = 2,
-        BufferStatus = 4,
-        General = 7,
+        ActiveVessel = 2, ///< another vessel becomes the active one
+        BufferStatus = 4, ///< a stream's status changes
+        General = 7,      ///< what GeneralSubKeys names
     };
 
     /// For attribute keys of one device, see SetMap.
@@ -45,6 +45,7 @@ public:
     /// Joins the sink to a key. Joining twice to one key still notifies once.
     void Subscribe(CString const& key);
     void Subscribe(std::vector<CString> const& keys);
+    /// Ends it, for all its keys; nothing when there is none.
     void Unsubscribe();
 
 private:
@@ -61,8 +62,11 @@ public:
     DataSubscription& operator=(DataSubscription const&) = delete;
     ~DataSubscription();
 
+    /// See Subscription.
     void SetSubscriber(Subscriber* subscriber, bool own);
+    /// Joins the sink to the stream, in place of the one that it was joined to.
     void Subscribe(CDataId const& dataId);
+    /// See Subscription.
     void Unsubscribe();
     /// The buffer of the stream subscribed to; null without a subscription or where the stream has no buffer. A
     /// notification that is running may ask even while another thread unsubscribes.

@@ -12,10 +12,12 @@ namespace tvcore {
 class VORDAL_API CW2A_UTF8
 {
 public:
+    /// Of that text, which is copied.
     explicit CW2A_UTF8(CString const& text);
 
     /// The bytes, ended by a 0; valid while this object is.
     operator char const*() const { return m_bytes.c_str(); }
+    /// The same as a string.
     std::string const& Bytes() const { return m_bytes; }
 
 private:

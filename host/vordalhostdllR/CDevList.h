@@ -27,6 +27,7 @@ public:
 class VORDAL_API CDevList
 {
 public:
+    /// The host's one list.
     static CDevList& GetDevList();
 
     /// Takes ownership of the creator. A name that is there already keeps its creator: the new one is deleted and

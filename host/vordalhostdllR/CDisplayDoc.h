@@ -29,7 +29,7 @@ public:
 protected:
     friend struct CDisplayDocAccess;
     struct State;
-    std::unique_ptr<State> m_state;
+    std::unique_ptr<State> m_state; ///< the host's own
 };
 
 /// The document of a display: its title and what is stored with it. Made and owned by the host, which deletes it after
@@ -55,7 +55,7 @@ public:
 protected:
     friend struct CDisplayDocAccess;
     struct State;
-    std::unique_ptr<State> m_state;
+    std::unique_ptr<State> m_state; ///< the host's own
 };
 
 /// The document of displays that keep attributes of their own.
@@ -65,6 +65,7 @@ public:
     CDisplayDocAttr1();
     ~CDisplayDocAttr1() override;
 
+    /// What a template names it by; the host's, there while it runs.
     static CRuntimeClass* GetRuntimeClass();
 };
 
@@ -75,6 +76,7 @@ public:
     CDisplayFrmAttr1();
     ~CDisplayFrmAttr1() override;
 
+    /// What a template names it by; the host's, there while it runs.
     static CRuntimeClass* GetRuntimeClass();
 };
 
@@ -85,5 +87,6 @@ public:
     CDisplayDockFrmAttr1();
     ~CDisplayDockFrmAttr1() override;
 
+    /// What a template names it by; the host's, there while it runs.
     static CRuntimeClass* GetRuntimeClass();
 };

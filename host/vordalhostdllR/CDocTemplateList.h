@@ -11,6 +11,7 @@ class VORDALMultiDocTemplate;
 class VORDAL_API CDocTemplateList
 {
 public:
+    /// The host's one list.
     static CDocTemplateList& GetDocTemplates();
 
     /// A name that is there already gets the new template, and displays that are open keep what they were made of.

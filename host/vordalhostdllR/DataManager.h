@@ -17,9 +17,11 @@ class VORDAL_API Compform
 public:
     virtual ~Compform();
 
+    /// The computation's id.
     virtual CDataId const& GetDataId() const = 0;
     /// The computation's type number, such as 1011 for a multibeam computation.
     virtual int GetType() const = 0;
+    /// An attribute and its flag word; false, and nothing written, when it is absent or of another kind.
     virtual bool GetAttribValue(AttributeKey const& key, CDataInfo& value, unsigned& flags) const = 0;
     /// Overwrites `dataId` with the id of the stream behind the computation.
     virtual void GetDataSource(CDataId& dataId) const = 0;
@@ -34,17 +36,23 @@ public:
 class VORDAL_API DataManager
 {
 public:
+    /// The host's one register.
     static DataManager& GetDataManager();
 
     /// Null when there is no such device.
     BaseDevice* FindDevice(CDataId const& dataId);
+    /// How many devices a vessel has; 0 for one that is not there.
     int GetDeviceCount(unsigned short vessel);
+    /// The `index`-th device of a vessel, from 0, in the project's order; null beyond the last.
     BaseDevice* GetDevice(int index, unsigned short vessel);
     /// Walks a vessel's devices: each call gives the next one, null after the last, then from the first again.
     BaseDevice* GetNextDevice(unsigned short vessel);
 
+    /// How many computations a vessel has.
     int GetCompsCount(unsigned short vessel);
+    /// The `index`-th computation of a vessel, from 0; null beyond the last.
     Compform* GetComputation(int index, unsigned short vessel);
+    /// Null when there is no such computation.
     Compform* FindComputation(CDataId const& dataId);
     /// The `index`-th computation that is linked to the device, in the project's order; null beyond the last.
     Compform* GetLinkedComputation(CDataId const& dataId, int index);
@@ -63,6 +71,7 @@ public:
     /// The buffer of a stream; null when there is none. `create` makes one where it is missing.
     BaseDataSource* FindDatablockBuffer(CDataId const& dataId, bool create);
 
+    /// The project's vessels.
     VesselManager& GetVesselManager();
 
 private:

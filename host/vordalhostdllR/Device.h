@@ -13,18 +13,26 @@ public:
     Device();
     ~Device() override;
 
+    /// What the project says of devices of this class; of no account here. Null is allowed.
     virtual void SetDeviceDef(DeviceDefinition const* definition);
     /// Makes what the device needs on the host (its buffer); false when it has no id yet.
     virtual bool Create();
+    /// The same with that id. The buffer is the host's own for the id; the argument is for hosts that hand out others.
     virtual bool Create(CDataId const& dataId, BaseDataSource* buffer);
+    /// The device is about to be taken away.
     virtual void StopDevice();
     /// Fills the attribute tree from the section `name` of the configuration; false leaves it as it was.
     virtual bool LoadAttribs(CString name, FileObject* file);
+    /// For hosts that load attributes in two steps, before Create and after it; not called here.
     virtual void LoadAttribsPostCreate();
     /// The tree was set or changed as a whole.
     virtual void ApplyAttribs(bool changed);
+    /// Stores the block in the device's buffer, makes it the current one, and tells the stream's subscribers. Any
+    /// thread.
     virtual void DispatchDataBlock(CDataBlock const& block);
+    /// Ends what watches over inputs; there is none here.
     virtual void StopInputTimer();
+    /// A time of the instrument's as host time; here the same.
     virtual double AdjustTimeStamp(double seconds) const;
 
     /// Switches the supervision of the device's time-out off or on.

@@ -9,6 +9,7 @@
 class VORDAL_API DisplayManager
 {
 public:
+    /// The host's one manager.
     static DisplayManager& GetDisplayManager();
 
     /// Opens a display that is set up but switched off, by its item "name" in the presentation configuration. False

@@ -33,8 +33,8 @@ class CVordalBaseApp;
 // GeneralSubKeys::ADT_SELECTED_SONAR_CHANGE.
 extern "C" {
 
-/// First of all: the version handshake, CheckDllVersion(VORDAL_CONTRACT_VERSION, __FILE__, __DATE__). False refuses the
-/// load; the host tells why from the handshake, and calls nothing else.
+/// First of all: the version handshake, `CheckDllVersion(VORDAL_CONTRACT_VERSION, __FILE__, __DATE__)`. False refuses
+/// the load; the host tells why from the handshake, and calls nothing else.
 VORDAL_PLUGIN_EXPORT bool LibraryAttach();
 /// Last of all, unless LibraryAttach refused: ends what runs in the background. The code is gone once it returns.
 VORDAL_PLUGIN_EXPORT void LibraryDetach();

@@ -34,6 +34,7 @@ public:
     virtual SonarTarget const* GetSonarTargetByTargetGuid(CString const& targetGuid) const = 0;
     /// The full name that the file was opened under.
     virtual CString const& FileName() const = 0;
+    /// Of this file; valid until Close.
     virtual SynchronizeTargetManagerInfo& GetSynchronizeTargetManagerInfo() = 0;
     /// Ends the use of the file and deletes this object.
     virtual void Close() = 0;
@@ -51,6 +52,7 @@ public:
 class VORDAL_API SonarTargetsManager
 {
 public:
+    /// The host's one store.
     static SonarTargetsManager& Instance();
 
     /// The file in which contacts are marked at present, by its name within the project or by its full name; empty

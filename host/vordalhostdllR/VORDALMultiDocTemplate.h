@@ -17,9 +17,11 @@ public:
     VORDALMultiDocTemplate& operator=(VORDALMultiDocTemplate const&) = delete;
     virtual ~VORDALMultiDocTemplate();
 
+    /// The class of its documents.
     CRuntimeClass* GetDocumentClass() const { return m_documentClass; }
     /// The frame of a display that floats.
     CRuntimeClass* GetFrameClass() const { return m_frameClass; }
+    /// The class of its views.
     CRuntimeClass* GetViewClass() const { return m_viewClass; }
     /// The frame of a display that is docked to the main window.
     CRuntimeClass* GetDockFrameClass() const { return m_dockFrameClass; }
@@ -36,6 +38,7 @@ private:
 class VORDAL_API VORDALMultiDocTemplateAttr1 : public VORDALMultiDocTemplate
 {
 public:
+    /// As VORDALMultiDocTemplate.
     VORDALMultiDocTemplateAttr1(CRuntimeClass* documentClass, CRuntimeClass* frameClass, CRuntimeClass* viewClass,
                                 CRuntimeClass* dockFrameClass);
     ~VORDALMultiDocTemplateAttr1() override;

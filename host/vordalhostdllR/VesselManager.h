@@ -11,6 +11,7 @@ class VORDAL_API CBaseVessel
 {
 public:
     virtual ~CBaseVessel();
+    /// The fourth field of the ids of its devices.
     virtual unsigned short GetVesselNumber() const = 0;
     /// What the project says of the vessel, in sections; null when it says nothing. Owned by the vessel.
     virtual CPrsConfiguration const* GetConfiguration() const = 0;
@@ -20,8 +21,10 @@ public:
 class VORDAL_API VesselManager
 {
 public:
+    /// The open project's.
     static VesselManager& GetVesselManager();
 
+    /// How many vessels the project has.
     int GetNumVessels() const;
     /// Null beyond the end.
     CBaseVessel* GetVessel(int index);

@@ -9,6 +9,7 @@
 #include <commands/catalogue.h>
 #include <protocol/print.h>
 #include <protocol/utf8.h>
+#include <reference_host/common/library_version.h>
 
 #include <string>
 
@@ -39,6 +40,9 @@ py::list Keys()
 
 PYBIND11_MODULE(_qx5, module)
 {
+    if (std::string const unfit = vordal::UnfitLibrary(QX5_VERSION); !unfit.empty()) {
+        throw py::import_error(unfit);
+    }
     module.doc() = "What the package qx5 is made of; import qx5 instead.";
     // A plug-in finds the host among what all of the process sees.
     qx5::python::platform::ShowHostLibrary();

@@ -413,21 +413,6 @@ def test_other_threads_go_on_while_one_waits(stage):
     sonar.wait_connected(LIMIT)
 
 
-def test_the_script_of_the_manual_runs(stage, source):
-    manual = (source / "docs" / "manual.md").read_text(encoding="utf-8")
-    section = manual[manual.index("\n### Sonars far away, from Python\n") : manual.index("\n## Limits\n")]
-    script = "\n".join(line[4:] for line in section.splitlines() if line.startswith("    "))
-    assert script.startswith("import qx5\nsonar = qx5.connect(")
-    for told, here in (("mqtts://shore.example:8883", stage.url), ("Bow", SONARS[0]),
-                       *((each, str(stage.folder / each)) for each in ("ca.crt", "otto.crt", "otto.key"))):
-        assert f'"{told}"' in script
-        script = script.replace(f'"{told}"', f'"{here}"')
-    names = {}
-    exec(script, names)
-    with names["sonar"] as sonar:
-        sonar.wait_for(lambda each: each.beam_steer == (10.0, -10.0) and each.range == 50.0, LIMIT)
-
-
 def test_the_example(stage, source):
     files = stage.certificates.of("gwen")
     command = [sys.executable, "-P", source / "examples" / "python" / "set_from_ashore.py", stage.url, "north", "Vega",

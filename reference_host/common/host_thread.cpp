@@ -4,6 +4,7 @@
 #include "reference_host/common/failure.h"
 #include "reference_host/common/log.h"
 #include "reference_host/common/send_gathering.h"
+#include "reference_host/platform/short_turns.h"
 
 #include <cstdlib>
 #include <utility>
@@ -34,19 +35,43 @@ void HostThread::Finish()
 
 bool HostThread::Post(Task&& task)
 {
-    bool wake = false;
-    {
-        std::lock_guard const lock(m_mutex);
-        if (m_stopping) {
-            return false;
-        }
-        m_tasks.push_back(std::move(task));
-        wake = std::exchange(m_sleeping, false);
+    std::unique_lock lock(m_mutex);
+    if (m_stopping) {
+        return false;
     }
+    m_tasks.push_back({std::move(task), m_lanes.Count()});
+    WakeLocked(lock);
+    return true;
+}
+
+bool HostThread::PostTo(TaskLane& lane, std::size_t weight, Task&& task)
+{
+    std::unique_lock lock(m_mutex);
+    if (m_stopping) {
+        return false;
+    }
+    m_lanes.Put(lane, weight, std::move(task));
+    NoteLaneWeightLocked();
+    WakeLocked(lock);
+    return true;
+}
+
+/// Gives the lock back.
+void HostThread::WakeLocked(std::unique_lock<std::mutex>& lock)
+{
+    bool const wake = std::exchange(m_sleeping, false);
+    lock.unlock();
     if (wake) {
         m_wake.Raise();
     }
-    return true;
+}
+
+void HostThread::EmptyLane(TaskLane& lane)
+{
+    std::list<TaskLane::Waiting> dropped; // what the tasks own goes without the lock
+    std::lock_guard const lock(m_mutex);
+    dropped = m_lanes.Empty(lane);
+    NoteLaneWeightLocked();
 }
 
 bool HostThread::Stop(std::chrono::milliseconds limit)
@@ -73,34 +98,52 @@ bool HostThread::Stop(std::chrono::milliseconds limit)
 
 void HostThread::Run()
 {
-    std::vector<Task> tasks;
+    platform::TakeShortTurns();
+    std::vector<Queued> tasks;
     std::unique_lock lock(m_mutex);
     while (true) {
-        if (m_tasks.empty() && !m_stopping) {
+        bool const isDropping = m_dropRest.load(std::memory_order_relaxed);
+        if (m_tasks.empty() && (m_lanes.IsEmpty() || isDropping)) {
+            if (m_stopping) {
+                break;
+            }
             m_sleeping = true;
             lock.unlock();
             m_wake.Wait();
             lock.lock();
             continue;
         }
-        if (m_tasks.empty()) {
-            break;
+        if (!m_tasks.empty()) {
+            // All that is there is taken at once, so that those who post seldom meet this thread at the lock.
+            tasks.swap(m_tasks);
+            lock.unlock();
+            RunAll(tasks);
+            lock.lock();
         }
-        // All that is there is taken at once, so that those who post seldom meet this thread at the lock.
-        tasks.swap(m_tasks);
-        lock.unlock();
-        RunAll(tasks);
-        lock.lock();
+        // One at a time: whoever posts a task meanwhile waits for no more. Where little waits in the lanes, what was
+        // posted meanwhile may have been so before that, and comes first with all that is older.
+        bool const isMuch = m_lanes.Weight() > GreatestInOrder;
+        if (!m_lanes.IsEmpty() && (isMuch || m_tasks.empty()) && !isDropping) {
+            auto next = isMuch ? m_lanes.Take() : m_lanes.TakeOldest();
+            NoteLaneWeightLocked();
+            lock.unlock();
+            Execute(next);
+            next = Task();
+            lock.lock();
+        }
     }
     m_ended = true;
     m_end.notify_all();
 }
 
-void HostThread::RunAll(std::vector<Task>& tasks)
+void HostThread::RunAll(std::vector<Queued>& tasks)
 {
     auto waiting = tasks.size();
     bool const gather = waiting > 1;
-    for (Task& queued : tasks) {
+    for (Queued& queued : tasks) {
+        if (LaneWeight() != 0) {
+            RunEarlier(queued.before);
+        }
         if (m_dropRest.load(std::memory_order_relaxed)) {
             break;
         }
@@ -108,9 +151,9 @@ void HostThread::RunAll(std::vector<Task>& tasks)
         if (gather) {
             SendGathering::AnnounceMore(waiting > 0);
         }
-        Execute(queued);
+        Execute(queued.task);
         // What a task owns goes before the next one runs.
-        queued = Task();
+        queued.task = Task();
     }
     if (gather) {
         SendGathering::AnnounceMore(false);
@@ -118,7 +161,24 @@ void HostThread::RunAll(std::vector<Task>& tasks)
     }
     tasks.clear();
     if (tasks.capacity() > KeptTasks) {
-        std::vector<Task>().swap(tasks);
+        std::vector<Queued>().swap(tasks);
+    }
+}
+
+/// Runs what had been put into lanes before, in order, unless that is much.
+void HostThread::RunEarlier(std::uint64_t before)
+{
+    while (!m_dropRest.load(std::memory_order_relaxed)) {
+        Task next;
+        {
+            std::lock_guard const lock(m_mutex);
+            if (m_lanes.IsEmpty() || m_lanes.Weight() > GreatestInOrder || m_lanes.Oldest() >= before) {
+                return;
+            }
+            next = m_lanes.TakeOldest();
+            NoteLaneWeightLocked();
+        }
+        Execute(next);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <VordalAttributesR/AttributeConstants.h>
 #include <VordalDataBlocksR/BaseIOHandler.h>
 
+#include "reference_host/common/given_bytes.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/common/request_observer.h"
 #include "reference_host/core/host_state.h"
@@ -270,6 +271,12 @@ bool BaseDevice::SendMessageW(std::string const& bytes, bool flag)
                            return traffic->SendRaw({m_dataId, GetPortPtr()}, bytes, flag);
                        });
     return vordal::TellSend(mark, {}, taken);
+}
+
+bool BaseDevice::SendMessageW(std::string&& bytes, bool flag)
+{
+    vordal::GivenBytes const given(bytes);
+    return SendMessageW(static_cast<std::string const&>(bytes), flag);
 }
 
 bool BaseDevice::SendMessageToPort(std::string const& bytes)

@@ -63,7 +63,10 @@ void Device::DisableTimeOut(bool disable)
     if (auto* observer = vordal::CurrentObserver()) {
         observer->OnDisableTimeOut(*this, disable);
     }
-    Internals().timeOutDisabled = disable;
+    // Most often it is told again what holds already: a group tells all on its ports once for each of its sonars.
+    if (auto& isDisabled = Internals().timeOutDisabled; isDisabled.load(std::memory_order_relaxed) != disable) {
+        isDisabled.store(disable, std::memory_order_release);
+    }
 }
 
 void Device::ReportDroppedRequest(AttributeKey const& asked, AttributeKey const& missing)

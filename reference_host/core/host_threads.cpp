@@ -55,6 +55,27 @@ bool HostThreads::Post(HostTask task)
     return m_state.thread != nullptr && m_state.thread->Post(std::move(task));
 }
 
+bool HostThreads::PostTo(TaskLane& lane, std::size_t weight, HostTask task)
+{
+    if (m_state.threading == Threading::Inline) {
+        task();
+        return true;
+    }
+    return m_state.thread != nullptr && m_state.thread->PostTo(lane, weight, std::move(task));
+}
+
+void HostThreads::EmptyLane(TaskLane& lane)
+{
+    if (m_state.thread != nullptr) {
+        m_state.thread->EmptyLane(lane);
+    }
+}
+
+std::size_t HostThreads::LaneWeight() const
+{
+    return m_state.thread != nullptr ? m_state.thread->LaneWeight() : 0;
+}
+
 bool HostThreads::RunAndWait(Task const& task)
 {
     if (m_state.threading == Threading::Inline || IsHostThread()) {

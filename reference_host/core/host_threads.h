@@ -6,11 +6,13 @@
 #include "reference_host/common/host_task.h"
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 
 namespace vordal {
 
 struct HostState;
+class TaskLane;
 
 /// Where requests and notifications run.
 enum class Threading
@@ -32,6 +34,14 @@ public:
     /// Inline: runs the task at once. Threaded: queues it and returns. False when the host is stopping; the task is
     /// then dropped. An exception that leaves a queued task is logged.
     bool Post(HostTask task);
+    /// The same in a lane, for what comes from outside; `weight` is about the bytes of memory that the task takes, 1 at
+    /// least. While little waits in the lanes the order is that of posting, lanes or not; while much does, other tasks
+    /// go first, and the lanes take turns.
+    bool PostTo(TaskLane& lane, std::size_t weight, HostTask task);
+    /// Drops what waits in the lane, which may go then. Any thread.
+    void EmptyLane(TaskLane& lane);
+    /// Of all that waits in lanes. Any thread.
+    std::size_t LaneWeight() const;
     /// Runs the task on the host thread and waits for it; at once when this is that thread. An exception that leaves
     /// the task passes to the caller. False when the host is stopping and the task did not run.
     bool RunAndWait(Task const& task);
@@ -43,9 +53,9 @@ public:
     // The window thread. Subscriptions that are made on it are told on it: in a threaded host always by way of a queue
     // that holds at most one notification of each, the latest; in an inline host at once, unless another thread raised
     // the notification.
-    /// Makes the calling thread the window thread; what it asks for comes from the view (CurrentOrigin). `wake` is called, on any thread and with no lock held, when
-    /// something waits for DeliverToWindow; it must not fail, and may still be called a moment after EndWindowThread.
-    /// Empty: the window thread looks by itself.
+    /// Makes the calling thread the window thread; what it asks for comes from the view (CurrentOrigin). `wake` is
+    /// called, on any thread and with no lock held, when something waits for DeliverToWindow; it must not fail, and may
+    /// still be called a moment after EndWindowThread. Empty: the window thread looks by itself.
     void SetWindowThread(std::function<void()> wake);
     /// There is no window thread any more; what waits for it is dropped. Window thread.
     void EndWindowThread();

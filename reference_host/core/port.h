@@ -4,6 +4,9 @@
 #include <VordalBaseR/Export.h>
 #include <VordalDataBlocksR/BaseIOHandler.h>
 
+#include <atomic>
+#include <cstddef>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -11,7 +14,9 @@ class BaseDevice;
 
 namespace vordal {
 
-/// The devices that are attached to one port, in order of attachment. Any thread. Host::SetPort keeps it.
+/// The devices that are attached to one port, in order of attachment. Any thread. Host::SetPort keeps it. Whoever walks
+/// it by index takes no lock, unless a device comes or goes that very moment: a group asks its ports before each ping
+/// for each device once for each of its sonars.
 class VORDAL_API AttachedDevices
 {
 public:
@@ -26,8 +31,19 @@ public:
     BaseDevice* At(int index) const;
 
 private:
+    using Place = std::atomic<BaseDevice*>;
+
+    void MakeRoomLocked();
+    std::size_t IndexLocked(BaseDevice const* device) const;
+    BaseDevice* Look(int index) const;
+
     mutable std::mutex m_mutex;
-    std::vector<BaseDevice*> m_devices;
+    /// All there ever were, each twice as many as those before: somebody may just look at former ones.
+    std::vector<std::unique_ptr<Place[]>> m_madePlaces;
+    std::size_t m_capacity = 0;            ///< of the last of them
+    std::atomic<Place*> m_places{nullptr}; ///< the last of them
+    std::atomic<std::size_t> m_count{0};
+    std::atomic<unsigned> m_version{0}; ///< odd while a change is under way
 };
 
 /// A port of the contract's class `Handler` (BaseIOHandler, QX5SocketIoHandler) with its devices.

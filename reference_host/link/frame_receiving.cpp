@@ -3,6 +3,7 @@
 
 #include <asio/buffer.hpp>
 
+#include <limits>
 #include <utility>
 
 namespace vordal {
@@ -27,38 +28,60 @@ void FrameReceiving::Begin()
     m_frames = NewFrames();
     m_skippedBefore = 0;
     m_isReading = false;
+    m_isWorking = false;
     m_isProven = false;
     m_idleWatched = false;
 }
 
 void FrameReceiving::Read()
 {
-    if (!m_socket.is_open() || m_isReading || m_isPaused.load(std::memory_order_acquire)) {
+    if (!m_socket.is_open() || m_isReading || m_isWorking || m_isPaused.load(std::memory_order_acquire)) {
         return;
     }
     m_isReading = true;
-    m_socket.async_read_some(asio::buffer(m_buffer),
-                             m_handlers.DuringThis([this](asio::error_code error, std::size_t count) {
-                                 auto const attempt = m_handlers.Attempt();
-                                 m_isReading = false;
-                                 if (count > 0) {
-                                     TakeBytes({m_buffer.data(), count});
-                                 }
-                                 if (attempt != m_handlers.Attempt()) {
-                                     return;
-                                 }
-                                 if (error) {
-                                     m_handlers.Lose(error);
-                                 } else {
-                                     Read();
-                                 }
-                             }));
+    m_socket.async_wait(asio::ip::tcp::socket::wait_read, m_handlers.DuringThis([this](asio::error_code error) {
+        m_isReading = false;
+        if (error) {
+            m_handlers.Lose(error);
+        } else {
+            ReadOnce();
+        }
+    }));
+}
+
+/// Reads what has arrived, into the memory that all links of the thread share.
+void FrameReceiving::ReadOnce()
+{
+    auto const core = m_handlers.Core();
+    if (core == nullptr) {
+        return;
+    }
+    asio::error_code error;
+    auto const count = m_socket.read_some(asio::buffer(core->arrived), error);
+    if (error == asio::error::would_block || error == asio::error::try_again) {
+        error.clear();
+    }
+    auto const attempt = m_handlers.Attempt();
+    if (count > 0) {
+        TakeBytes({core->arrived.data(), count});
+    }
+    if (attempt != m_handlers.Attempt()) {
+        return;
+    }
+    if (error) {
+        m_handlers.Lose(error);
+    } else {
+        Read();
+    }
 }
 
 void FrameReceiving::End() noexcept
 {
     m_idleTimer.cancel();
     m_frames.Reset();
+    if (auto const core = m_handlers.Core()) {
+        core->DropWork(m_lane);
+    }
 }
 
 void FrameReceiving::Resume()
@@ -84,18 +107,46 @@ void FrameReceiving::TakeBytes(std::span<unsigned char const> bytes)
         return;
     }
     m_frames.Feed(bytes);
-    if (TakeFrames()) {
-        m_frames.Heard(steady_clock::now());
-        WatchIdle();
+    m_isWorking = true;
+    PutWork(1); // what there is it tells later
+}
+
+void FrameReceiving::PutWork(std::size_t bytes)
+{
+    if (auto const core = m_handlers.Core()) {
+        // It stands in this link's own lane, so it must not own the link: that keeps itself once it is its turn.
+        core->PutWork(m_lane, bytes, [this] { m_handlers.DuringThis([this] { Work(); })(); });
     }
 }
 
-/// False when the listener has ended the connection meanwhile.
-bool FrameReceiving::TakeFrames()
+/// Takes some of the frames that have arrived, and reads on after the last of them.
+void FrameReceiving::Work()
+{
+    std::size_t taken = 0;
+    if (!TakeFrames(WorkBytes, taken)) {
+        return;
+    }
+    if (taken >= WorkBytes) {
+        PutWork(taken);
+        return;
+    }
+    m_isWorking = false;
+    m_frames.Heard(steady_clock::now());
+    WatchIdle();
+    Read();
+}
+
+/// Takes frames until they have so many bytes. False when the listener has ended the connection meanwhile.
+bool FrameReceiving::TakeFrames(std::size_t greatest, std::size_t& taken)
 {
     auto const attempt = m_handlers.Attempt();
     auto const time = m_options.clock();
-    while (auto const frame = m_frames.Next()) {
+    while (taken < greatest) {
+        auto const frame = m_frames.Next();
+        if (!frame) {
+            break;
+        }
+        taken += frame->bytes.size();
         m_isProven = true;
         // Who hears of the frame may ask how much was lost before it.
         CountSkipped();
@@ -105,6 +156,9 @@ bool FrameReceiving::TakeFrames()
         }
     }
     CountSkipped();
+    if (taken >= greatest) {
+        return true; // damage is told once all were taken
+    }
     if (auto const damage = m_frames.NewDamage(); damage != qx5::protocol::Damage::None) {
         m_listener.OnDamage(damage);
     }
@@ -137,13 +191,14 @@ void FrameReceiving::WatchIdle()
 void FrameReceiving::LookForIdle()
 {
     auto const now = steady_clock::now();
-    if (m_isPaused.load(std::memory_order_acquire)) {
+    if (m_isWorking || m_isPaused.load(std::memory_order_acquire)) {
         // It is this side that keeps the rest waiting.
         m_frames.Restart(now);
     } else {
         asio::error_code ignored;
         while (m_frames.LookAgain(now, m_socket.available(ignored) > 0)) {
-            if (!TakeFrames()) {
+            std::size_t taken = 0;
+            if (!TakeFrames(std::numeric_limits<std::size_t>::max(), taken)) {
                 return;
             }
         }

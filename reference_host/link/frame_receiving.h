@@ -2,6 +2,7 @@
 #pragma once
 
 #include "link_handlers.h"
+#include "reference_host/common/task_lanes.h"
 #include "sonar_link.h"
 
 #include <protocol/arriving_frames.h>
@@ -9,7 +10,6 @@
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 
-#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -56,11 +56,15 @@ public:
     void Count(LinkCounters& counters) const;
 
 private:
-    static constexpr std::size_t ReadBytes = std::size_t{64} << 10;
+    /// So much is taken at a time, and a frame at least; then it is another link's turn.
+    static constexpr std::size_t WorkBytes = std::size_t{2} << 10;
 
     qx5::protocol::ArrivingFrames NewFrames() const;
+    void ReadOnce();
     void TakeBytes(std::span<unsigned char const> bytes);
-    bool TakeFrames();
+    void PutWork(std::size_t bytes);
+    void Work();
+    bool TakeFrames(std::size_t greatest, std::size_t& taken);
     void CountSkipped();
     void WatchIdle();
     void LookForIdle();
@@ -70,9 +74,10 @@ private:
     LinkOptions const& m_options;
     Listener& m_listener;
     asio::steady_timer m_idleTimer;
-    std::array<unsigned char, ReadBytes> m_buffer;
     qx5::protocol::ArrivingFrames m_frames;
     std::uint64_t m_skippedBefore = 0;
+    TaskLane m_lane;          ///< with work while m_isWorking
+    bool m_isWorking = false; ///< frames that have arrived are still to be taken
     bool m_isReading = false;
     bool m_isProven = false;
     bool m_idleWatched = false;

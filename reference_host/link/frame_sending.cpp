@@ -14,7 +14,11 @@
 namespace vordal {
 namespace {
 
+// Of long frames so many times as much may wait as of others.
+constexpr std::size_t LongFrames = 256;
 constexpr std::size_t DrainBytes = std::size_t{64} << 10;
+// After so many it is the other links' turn, however quickly this one's sonar reads.
+constexpr std::size_t TurnBytes = std::size_t{1} << 20;
 
 // Frames are held back up to so many bytes and for so long, even if the sender forgets about them.
 constexpr std::size_t GatheredBytes = std::size_t{16} << 10;
@@ -24,13 +28,13 @@ constexpr std::chrono::milliseconds HeldTime{1};
 
 FrameSending::FrameSending(LinkHandlers& handlers, std::size_t queueBytes, std::size_t greatestFrame)
     : m_handlers(handlers), m_greatestFrame(greatestFrame), m_heldTimer(handlers.Context()),
-      m_socket(handlers.Context()), m_queue(queueBytes)
+      m_socket(handlers.Context()), m_queue(queueBytes, LongFrames * queueBytes)
 {
 }
 
-std::uint64_t FrameSending::Send(std::span<unsigned char const> frame) noexcept
+std::uint64_t FrameSending::Send(std::span<unsigned char const> frame, OwnedBytes const* owned) noexcept
 {
-    auto const accepted = Accept(frame);
+    auto const accepted = Accept(frame, owned);
     // The frame has left, or will: nothing that fails from here on may look as if it had not.
     if (accepted != 0 && SendGathering::IsMoreAnnounced()) {
         try {
@@ -64,13 +68,13 @@ void FrameSending::Count(std::uint64_t& frames, std::uint64_t& bytes) const
     bytes = m_sent.Bytes();
 }
 
-std::uint64_t FrameSending::Accept(std::span<unsigned char const> frame) noexcept
+std::uint64_t FrameSending::Accept(std::span<unsigned char const> frame, OwnedBytes const* owned) noexcept
 {
     std::lock_guard const lock(m_mutex);
     auto const queued = m_queue.Bytes();
     m_frameBegun = false;
     try {
-        if (AcceptLocked(frame)) {
+        if (AcceptLocked(frame, owned)) {
             m_sent.Add(frame);
             return m_sent.Frames();
         }
@@ -83,10 +87,19 @@ std::uint64_t FrameSending::Accept(std::span<unsigned char const> frame) noexcep
     return 0;
 }
 
-bool FrameSending::AcceptLocked(std::span<unsigned char const> frame)
+bool FrameSending::AcceptLocked(std::span<unsigned char const> frame, OwnedBytes const* owned)
 {
     if (!m_isOpen.load(std::memory_order_relaxed) || frame.empty() || frame.size() > m_greatestFrame) {
         return false;
+    }
+    if (owned != nullptr && m_queue.IsLong(frame.size())) {
+        if (!QueueLocked(frame, owned)) {
+            return false;
+        }
+        if (!m_isDraining) {
+            DrainLocked();
+        }
+        return true;
     }
     bool const gather = SendGathering::IsMoreAnnounced();
     if (!m_isDraining && (!m_queue.IsEmpty() || gather)) {
@@ -103,11 +116,7 @@ bool FrameSending::AcceptLocked(std::span<unsigned char const> frame)
         }
     }
     if (m_isDraining) {
-        bool const hasRoom = m_queue.HasRoom(frame.size());
-        if (hasRoom) {
-            m_queue.Append(frame);
-        }
-        return hasRoom;
+        return QueueLocked(frame, nullptr);
     }
     asio::error_code error;
     bool const sent = m_queue.SendOrAppend(frame, [&](std::span<unsigned char const> bytes) {
@@ -121,6 +130,17 @@ bool FrameSending::AcceptLocked(std::span<unsigned char const> frame)
         DrainLocked();
     }
     return sent;
+}
+
+bool FrameSending::QueueLocked(std::span<unsigned char const> frame, OwnedBytes const* owned)
+{
+    bool const hasRoom = m_queue.HasRoom(frame.size());
+    if (hasRoom && owned != nullptr) {
+        m_queue.Append(*owned);
+    } else if (hasRoom) {
+        m_queue.Append(frame);
+    }
+    return hasRoom;
 }
 
 /// How much the system took, which may be nothing; `error` only when the connection is broken.
@@ -225,7 +245,8 @@ void FrameSending::Drain()
 /// Writes what the system takes; false with the reason when the connection is broken.
 bool FrameSending::DrainOnce(asio::error_code& error)
 {
-    for (;;) {
+    for (auto turn = TurnBytes;;) {
+        OwnedBytes left; // goes without the lock
         // The lock is let go after each piece: a sender waits for one system call at most.
         std::unique_lock lock(m_mutex);
         auto const front = m_queue.Front();
@@ -233,12 +254,13 @@ bool FrameSending::DrainOnce(asio::error_code& error)
         if (error) {
             return false;
         }
-        m_queue.Spend(sent);
+        left = m_queue.Spend(sent);
         if (m_queue.IsEmpty()) {
             DropQueueLocked();
             return true;
         }
-        if (sent == 0) {
+        turn -= std::min(turn, sent);
+        if (sent == 0 || turn == 0) {
             lock.unlock();
             Drain();
             return true;

@@ -31,7 +31,9 @@ public:
 
     // Any thread.
     /// The frame's number, from 1; 0 when it was refused.
-    std::uint64_t Send(std::span<unsigned char const> frame) noexcept;
+    std::uint64_t Send(std::span<unsigned char const> frame) noexcept { return Send(frame, nullptr); }
+    /// The same; one that is longer than the queue is kept and left to the link thread, so that it holds nobody up.
+    std::uint64_t Send(OwnedBytes const& frame) noexcept { return Send(frame.bytes, &frame); }
     void SendHeld() override;
     bool IsOpen() const { return m_isOpen.load(std::memory_order_acquire); }
     std::size_t QueuedBytes() const;
@@ -54,9 +56,12 @@ public:
     std::string TellUnacknowledged();
 
 private:
-    std::uint64_t Accept(std::span<unsigned char const> frame) noexcept;
+    // `owned`: the same frame, or null.
+    std::uint64_t Send(std::span<unsigned char const> frame, OwnedBytes const* owned) noexcept;
+    std::uint64_t Accept(std::span<unsigned char const> frame, OwnedBytes const* owned) noexcept;
     // Under the lock.
-    bool AcceptLocked(std::span<unsigned char const> frame);
+    bool AcceptLocked(std::span<unsigned char const> frame, OwnedBytes const* owned);
+    bool QueueLocked(std::span<unsigned char const> frame, OwnedBytes const* owned);
     std::size_t SendSome(std::span<unsigned char const> bytes, asio::error_code& error);
     bool SendQueueLocked();
     void DrainLocked() noexcept;

@@ -1,6 +1,8 @@
 // The one thread that serves all links of a process.
 #include "link_thread_core.h"
 
+#include "reference_host/platform/short_turns.h"
+
 #include <chrono>
 
 namespace vordal {
@@ -10,41 +12,10 @@ constexpr std::chrono::milliseconds AttendAgainAfter{20};
 
 } // namespace
 
-void LinksInLine::Put(AttendedLink& link)
-{
-    if (link.m_line == this) {
-        return;
-    }
-    TakeOut(link);
-    link.m_line = this;
-    link.m_before = m_last;
-    (m_last != nullptr ? m_last->m_behind : m_first) = &link;
-    m_last = &link;
-}
-
-AttendedLink* LinksInLine::Take()
-{
-    auto* const first = m_first;
-    if (first != nullptr) {
-        TakeOut(*first);
-    }
-    return first;
-}
-
-void LinksInLine::TakeOut(AttendedLink& link)
-{
-    if (auto* const line = std::exchange(link.m_line, nullptr)) {
-        (link.m_before != nullptr ? link.m_before->m_behind : line->m_first) = link.m_behind;
-        (link.m_behind != nullptr ? link.m_behind->m_before : line->m_last) = link.m_before;
-        link.m_before = nullptr;
-        link.m_behind = nullptr;
-    }
-}
-
 void LinkThread::Core::Leave(AttendedLink& link)
 {
     std::lock_guard const lock(linksMutex);
-    LinksInLine::TakeOut(link);
+    InLine<AttendedLink>::TakeOut(link);
 }
 
 void LinkThread::Core::Call(AttendedLink& link) noexcept
@@ -58,19 +29,38 @@ void LinkThread::Core::Call(AttendedLink& link) noexcept
 
 void LinkThread::Core::Run()
 {
+    platform::TakeShortTurns();
     bool again = false;
     while (!ending.load()) {
         try {
-            if (again) {
-                context.run_for(AttendAgainAfter);
+            if (!m_lanes.IsEmpty()) {
+                m_lanes.Take()();
+                if (!m_lanes.IsEmpty()) {
+                    context.poll();
+                }
             } else {
-                context.run();
+                m_isWaiting = true;
+                if (again) {
+                    context.run_for(AttendAgainAfter);
+                } else {
+                    context.run();
+                }
             }
         } catch (...) {
             // The links let nothing go, and nobody else posts anything that could fail.
         }
+        m_isWaiting = false;
         context.restart();
         again = AttendAll();
+    }
+}
+
+void LinkThread::Core::PutWork(TaskLane& lane, std::size_t bytes, HostTask task)
+{
+    m_lanes.Put(lane, bytes, std::move(task));
+    // The thread leaves what it waits in; from within a handler that takes no system call.
+    if (m_isWaiting) {
+        context.stop();
     }
 }
 

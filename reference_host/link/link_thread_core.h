@@ -3,11 +3,16 @@
 
 #include "link_thread.h"
 
+#include "reference_host/common/in_line.h"
+#include "reference_host/common/task_lanes.h"
+
 #include <asio/executor_work_guard.hpp>
 #include <asio/io_context.hpp>
 #include <asio/post.hpp>
 
+#include <array>
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -39,8 +44,6 @@ private:
     asio::io_context* m_context;
 };
 
-class LinksInLine;
-
 /// What the link thread looks after when nothing could be posted to it, because there was no memory: telling it takes
 /// none.
 class AttendedLink
@@ -60,26 +63,10 @@ protected:
 
 private:
     friend LinkThread::Core;
-    friend class LinksInLine;
+    friend class InLine<AttendedLink>;
     AttendedLink* m_before = nullptr;
     AttendedLink* m_behind = nullptr;
-    LinksInLine* m_line = nullptr; ///< that it stands in
-};
-
-/// Links one behind another. One thread at a time; takes no memory.
-class LinksInLine
-{
-public:
-    bool IsEmpty() const { return m_first == nullptr; }
-    /// To the end, from wherever it stands; where it is here already it stays.
-    void Put(AttendedLink& link);
-    /// The first leaves; null when there is none.
-    AttendedLink* Take();
-    static void TakeOut(AttendedLink& link);
-
-private:
-    AttendedLink* m_first = nullptr;
-    AttendedLink* m_last = nullptr;
+    InLine<AttendedLink>* m_line = nullptr; ///< that it stands in
 };
 
 struct LinkThread::Core
@@ -90,8 +77,11 @@ struct LinkThread::Core
     std::thread thread;
     std::atomic<bool> ending{false};
     std::mutex linksMutex; ///< guards what follows
-    LinksInLine called;
-    LinksInLine toBeCalled; ///< in a moment
+    InLine<AttendedLink> called;
+    InLine<AttendedLink> toBeCalled; ///< in a moment
+
+    /// What one read of a link has brought. Valid until the next link reads. Link thread.
+    std::array<unsigned char, std::size_t{64} << 10> arrived;
 
     /// Nobody calls to the link any more. Any thread.
     void Leave(AttendedLink& link);
@@ -101,9 +91,18 @@ struct LinkThread::Core
     /// The link thread.
     void Run();
 
+    // What has been read is worked off in turn, a frame at a time, and between two of them the thread looks what else
+    // can be read: a quiet link never waits for more than one frame of those that flood. Link thread.
+    /// Puts work of the link to which the lane belongs behind what waits in the lane. Throws std::bad_alloc.
+    void PutWork(TaskLane& lane, std::size_t bytes, HostTask task);
+    void DropWork(TaskLane& lane) noexcept { m_lanes.Empty(lane); }
+
 private:
     bool AttendAll();
     std::shared_ptr<AttendedLink> NextCalled();
+
+    TaskLanes m_lanes;
+    bool m_isWaiting = false; ///< for anything to happen, with no work left
 };
 
 } // namespace vordal

@@ -19,6 +19,8 @@ namespace {
 
 constexpr std::size_t GreatestUndeliveredPieces = 256;
 constexpr std::size_t GreatestUndeliveredBytes = std::size_t{8} << 20;
+constexpr std::size_t GreatestUndeliveredOfAllPorts = std::size_t{32} << 20;
+constexpr std::size_t AlwaysUndeliveredBytes = std::size_t{64} << 10;
 constexpr std::size_t GreatestUndeliveredStatuses = 64;
 
 } // namespace
@@ -35,7 +37,7 @@ LivePort::~LivePort() = default;
 void LivePort::End()
 {
     m_link.Close();
-    m_life.reset();
+    m_host.EmptyLane(m_lane);
 }
 
 void LivePort::Open()
@@ -60,20 +62,16 @@ void LivePort::Retire()
     TellDevices({});
 }
 
-void LivePort::PostToHost(std::function<void()> task)
+void LivePort::PostToHost(std::size_t weight, std::function<void()> task)
 {
-    m_host.Post([life = std::weak_ptr<int>(m_life), task = std::move(task)] {
-        if (!life.expired()) {
-            task();
-        }
-    });
+    m_host.PostTo(m_lane, weight, std::move(task));
 }
 
 void LivePort::PostPiece(std::size_t bytes, std::function<void()> task)
 {
     CountUndelivered(bytes);
     try {
-        PostToHost([this, bytes, task = std::move(task)] {
+        PostToHost(std::max(bytes, UsualWeight), [this, bytes, task = std::move(task)] {
             // Counted also when a subscriber throws.
             struct Delivery
             {
@@ -179,13 +177,20 @@ void LivePort::OnLinkReport(std::string_view line)
 
 // Pausing and resuming stay under the lock, so that their order is that of the counts; neither reaches back to here.
 
+/// Whoever floods gets as much as is free, so that N of them leave room for one more of their size. Who does not has
+/// some room also while nothing is free.
+std::size_t LivePort::GreatestBytesNow() const
+{
+    auto const all = std::min(m_host.LaneWeight(), GreatestUndeliveredOfAllPorts);
+    return std::clamp(GreatestUndeliveredOfAllPorts - all, AlwaysUndeliveredBytes, GreatestUndeliveredBytes);
+}
+
 void LivePort::CountUndelivered(std::size_t bytes)
 {
     std::lock_guard const lock(m_undeliveredMutex);
     ++m_undeliveredPieces;
     m_undeliveredBytes += bytes;
-    if (!m_paused &&
-        (m_undeliveredPieces > GreatestUndeliveredPieces || m_undeliveredBytes > GreatestUndeliveredBytes)) {
+    if (!m_paused && (m_undeliveredPieces > GreatestUndeliveredPieces || m_undeliveredBytes > GreatestBytesNow())) {
         m_paused = true;
         m_pauses.fetch_add(1);
         m_link.SetReadingPaused(true);
@@ -198,7 +203,7 @@ void LivePort::CountDelivered(std::size_t bytes)
     --m_undeliveredPieces;
     m_undeliveredBytes -= bytes;
     if (m_paused && m_undeliveredPieces <= GreatestUndeliveredPieces / 2 &&
-        m_undeliveredBytes <= GreatestUndeliveredBytes / 2) {
+        m_undeliveredBytes <= GreatestBytesNow() / 2) {
         m_paused = false;
         m_link.SetReadingPaused(false);
     }

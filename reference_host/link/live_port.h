@@ -2,6 +2,7 @@
 // waits for them.
 #pragma once
 
+#include "reference_host/common/task_lanes.h"
 #include "reference_host/core/port.h"
 #include "sonar_link.h"
 
@@ -17,6 +18,7 @@
 #include <mutex>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace vordal {
 
@@ -25,9 +27,11 @@ class Host;
 /// When the connection comes up or is lost the devices are told, on the host thread. Attach the devices before Open:
 /// one that comes later hears of the connection at its next change.
 ///
-/// When the host thread falls behind by more than 256 pieces of what arrived or 8 MiB of memory that they take, reading
-/// pauses until it has caught up by half, so that the other side waits and memory does not grow. Of a connection that
-/// comes and goes meanwhile the devices hear that it was lost, and how it stands at last.
+/// When the host thread falls behind by more than 256 pieces of what arrived, 8 MiB of memory that they take, or as
+/// much of 32 MiB as the pieces of all ports of the host leave (64 KiB at least), reading pauses until it has caught up
+/// by half, so that the other side waits and memory does not grow. A port whose sonar tells little thus never pauses
+/// for others that flood, and its pieces take their turn between theirs. Of a connection that comes and goes meanwhile
+/// the devices hear that it was lost, and how it stands at last.
 ///
 /// Needs a threaded host. Make it after the host and the link thread; destroy it on the host thread, or once the host
 /// has stopped, with no device attached to it any more.
@@ -61,9 +65,6 @@ public:
     /// How often reading has paused because the host thread fell behind. Any thread.
     std::uint64_t Pauses() const { return m_pauses.load(); }
 
-    /// Bytes that leave whole, for a port of records one frame; see SonarLink::Send.
-    bool Send(std::span<unsigned char const> bytes) { return m_link.Send(bytes); }
-
 protected:
     /// `handler` and `devices` are of the object that is being made.
     LivePort(Host& host, LinkThread& thread, CString name, LinkOptions options, BaseIOHandler& handler,
@@ -71,8 +72,8 @@ protected:
 
     /// To be called first by the destructor of what is derived: nothing comes from the link or the host any more.
     void End();
-    /// Runs the task on the host thread unless the port is gone by then.
-    void PostToHost(std::function<void()> task);
+    /// Runs the task on the host thread, behind what the port has posted before, unless the port is gone by then.
+    void PostToHost(std::function<void()> task) { PostToHost(UsualWeight, std::move(task)); }
     /// The same with a piece that arrived and takes `bytes` bytes of memory. Link thread.
     void PostPiece(std::size_t bytes, std::function<void()> task);
 
@@ -84,6 +85,12 @@ protected:
     virtual void OnDevicesTold(bool connected);
 
 private:
+    /// What a task counts for at least: small ones take their time, too.
+    static constexpr std::size_t UsualWeight = 4096;
+
+    void PostToHost(std::size_t weight, std::function<void()> task);
+    std::size_t GreatestBytesNow() const;
+
     void OnLinkStatus(LinkStatus const& status) override;
     void OnLinkReport(std::string_view line) override;
 
@@ -97,8 +104,7 @@ private:
     BaseIOHandler& m_handler;
     AttachedDevices& m_devices;
     std::function<void(LinkStatus const&)> m_statusListener;
-    /// Lives as long as the port; tasks on their way to the host thread hold it weakly.
-    std::shared_ptr<int> m_life = std::make_shared<int>(0);
+    TaskLane m_lane;                 ///< on the way to the host thread
     bool m_devicesConnected = false; ///< host thread alone
 
     std::mutex m_undeliveredMutex;

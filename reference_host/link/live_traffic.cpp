@@ -4,6 +4,7 @@
 #include "raw_port.h"
 #include "x5_port.h"
 
+#include "reference_host/common/given_bytes.h"
 #include <VordalBaseR/CExTime.h>
 
 #include <protocol/bytes.h>
@@ -14,6 +15,8 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <new>
+#include <string>
 #include <type_traits>
 #include <typeinfo>
 
@@ -23,6 +26,8 @@ namespace {
 namespace protocol = qx5::protocol;
 
 constexpr std::size_t SmallFrame = 1024;
+// Copying no more than this takes less than handing it over.
+constexpr std::size_t GreatestCopied = std::size_t{64} << 10;
 
 /// The sender's port if it is of that class, otherwise null.
 template <typename Port>
@@ -47,25 +52,49 @@ bool SendFramed(SonarLink& link, std::uint32_t recordId, protocol::Target target
         return false;
     }
     auto const size = payload.size() + protocol::FrameOverhead + leading;
-    auto const build = [&](std::span<unsigned char> frame) {
+    auto const write = [&](std::span<unsigned char> frame) {
         protocol::WriteFrameHeader(frame, static_cast<std::uint32_t>(size), recordId, target, time);
         auto const data = frame.subspan(protocol::FrameHeaderSize);
         fill(data.first(leading));
         std::copy(payload.begin(), payload.end(), data.begin() + static_cast<std::ptrdiff_t>(leading));
         protocol::PutU32LE(frame, size - protocol::TrailingWordSize, 0);
-        return link.Send(frame);
     };
     if (size <= SmallFrame) {
         std::array<unsigned char, SmallFrame> buffer;
-        return build(std::span(buffer).first(size));
+        auto const frame = std::span(buffer).first(size);
+        write(frame);
+        return link.Send(frame);
     }
-    auto const buffer = std::make_unique_for_overwrite<unsigned char[]>(size);
-    return build(std::span(buffer.get(), size));
+    auto const buffer = std::make_shared_for_overwrite<unsigned char[]>(size);
+    std::span const frame(buffer.get(), size);
+    write(frame);
+    return link.SendOwned({buffer, frame});
 }
 
 std::span<unsigned char const> BytesOf(std::string_view text)
 {
     return {reinterpret_cast<unsigned char const*>(text.data()), text.size()};
+}
+
+/// Sends bytes as they stand; large ones that their owner gives away without a copy.
+bool SendAsTheyStand(SonarLink& link, std::string_view bytes)
+{
+    auto* const given = bytes.size() > GreatestCopied ? GivenBytes::Find(bytes) : nullptr;
+    if (given == nullptr) {
+        return link.Send(BytesOf(bytes));
+    }
+    std::shared_ptr<std::string> owner;
+    try {
+        owner = std::make_shared<std::string>();
+    } catch (std::bad_alloc const&) {
+        return link.Send(BytesOf(bytes));
+    }
+    owner->swap(*given);
+    bool const isTaken = link.SendOwned({owner, BytesOf(*owner)});
+    if (!isTaken) {
+        owner->swap(*given);
+    }
+    return isTaken;
 }
 
 } // namespace
@@ -112,10 +141,10 @@ bool LiveTraffic::SendData(Sender const& sender, std::uint32_t recordId, std::sp
 bool LiveTraffic::SendRaw(Sender const& sender, std::string_view bytes, bool)
 {
     if (auto* const sonar = PortOf(sender)) {
-        return sonar->Send(BytesOf(bytes));
+        return SendAsTheyStand(sonar->GetLink(), bytes);
     }
     auto* const port = PortAs<RawPort>(sender);
-    return port != nullptr && port->Send(BytesOf(bytes));
+    return port != nullptr && SendAsTheyStand(port->GetLink(), bytes);
 }
 
 } // namespace vordal

@@ -1,8 +1,11 @@
 // The bytes that wait until the system takes them from a link.
 #pragma once
 
+#include "owned_bytes.h"
+
 #include <algorithm>
 #include <cstddef>
+#include <deque>
 #include <memory>
 #include <new>
 #include <optional>
@@ -17,23 +20,33 @@ namespace vordal {
 class SendQueue
 {
 public:
-    /// So many bytes may wait, and one longer frame beside them.
-    explicit SendQueue(std::size_t greatest) : m_greatest(greatest) {}
+    /// So many bytes may wait, and longer frames beside them: one, or as many as have no more than `greatestLong` bytes
+    /// together.
+    explicit SendQueue(std::size_t greatest, std::size_t greatestLong = 0)
+        : m_greatest(greatest), m_greatestLong(greatestLong)
+    {
+    }
 
-    std::size_t Bytes() const { return m_bytes.size() - m_head; }
-    bool IsEmpty() const { return Bytes() == 0; }
-    /// What leaves next, the first bytes of all.
-    std::span<unsigned char const> Front() const { return std::span(m_bytes).subspan(m_head); }
+    std::size_t Bytes() const { return m_count; }
+    bool IsEmpty() const { return m_count == 0; }
+    /// What leaves next, the first bytes of all: not all of them where a long frame waits.
+    std::span<unsigned char const> Front() const;
 
-    /// One frame beyond the queue's size may wait, and does not take the room of the others.
+    /// Long frames do not take the room of the others, and neither does what leaves before one of them has left.
     bool HasRoom(std::size_t size) const
     {
-        return size > m_greatest ? m_largeRest == 0 : Bytes() - m_largeRest <= m_greatest - size;
+        return size > m_greatest ? m_long.empty() || size <= m_greatestLong - std::min(m_greatestLong, m_longBytes)
+               : m_long.empty()  ? m_count <= m_greatest - size
+                                 : m_long.back().behind.size() <= m_greatest - size;
     }
+    bool IsLong(std::size_t size) const { return size > m_greatest; }
     /// Appends a whole frame. Throws std::bad_alloc; nothing has changed then.
     void Append(std::span<unsigned char const> frame);
-    /// The system has taken so many bytes from the front.
-    void Spend(std::size_t taken);
+    /// The same of a long one, without a copy.
+    void Append(OwnedBytes frame);
+    /// The system has taken so many bytes from the front. The long frame that has left with them, for the caller to let
+    /// go of: giving so much memory back takes a while.
+    OwnedBytes Spend(std::size_t taken);
     /// Empties it.
     void Clear();
 
@@ -52,18 +65,33 @@ public:
             return taken.has_value();
         }
         auto sent = *taken;
-        m_bytes.resize(frame.size());
+        // What is left goes to the places that it has in the frame.
+        bool const isLong = IsLong(frame.size());
+        unsigned char* place = nullptr;
+        if (isLong) {
+            auto memory = std::make_shared_for_overwrite<unsigned char[]>(frame.size());
+            place = memory.get();
+            m_long.push_back({{std::move(memory), {place, frame.size()}}, 0, {}});
+        } else {
+            m_bytes.resize(frame.size());
+            place = m_bytes.data();
+        }
         for (auto queued = frame.size(); sent < queued && taken;) {
             auto const piece = std::min(queued - sent, PieceBytes);
             queued -= piece;
-            std::copy_n(frame.data() + queued, piece, m_bytes.data() + queued);
+            std::copy_n(frame.data() + queued, piece, place + queued);
             if (sent < queued) {
                 taken = send(frame.subspan(sent, queued - sent));
                 sent += taken.value_or(0);
             }
         }
-        m_head = sent;
-        m_largeRest = Bytes() > m_greatest ? Bytes() : 0;
+        m_count = frame.size() - sent;
+        if (isLong) {
+            m_longBytes = frame.size();
+            m_long.front().head = sent;
+        } else {
+            m_head = sent;
+        }
         return taken.has_value();
     }
 
@@ -92,11 +120,25 @@ private:
         }
     };
 
+    using Memory = std::vector<unsigned char, UnsetAllocator<unsigned char>>;
+
+    /// A long frame, and what leaves behind it.
+    struct Long
+    {
+        OwnedBytes frame;
+        std::size_t head = 0; ///< so much of it has left
+        Memory behind;
+    };
+
+    OwnedBytes EndLong();
+
     std::size_t m_greatest;
-    std::vector<unsigned char, UnsetAllocator<unsigned char>> m_bytes;
-    std::size_t m_head = 0;
-    /// Bytes of the queue up to the end of the one large frame in it, 0 when there is none.
-    std::size_t m_largeRest = 0;
+    std::size_t m_greatestLong;
+    std::size_t m_count = 0; ///< bytes in all
+    Memory m_bytes;          ///< what leaves first
+    std::size_t m_head = 0;  ///< so much of it has left
+    std::deque<Long> m_long;
+    std::size_t m_longBytes = 0; ///< of all frames in it, what has left included
 };
 
 } // namespace vordal

@@ -104,9 +104,12 @@ public:
 
     void ForgetListener() { m_forgetListener.store(true); }
 
-    bool Send(std::span<unsigned char const> frame)
+    bool Send(std::span<unsigned char const> frame) { return Traced(m_sending.Send(frame), frame); }
+    bool SendOwned(OwnedBytes const& frame) { return Traced(m_sending.Send(frame), frame.bytes); }
+
+    /// Tells who looks on of a frame that was accepted under that number; false for 0, when it was not.
+    bool Traced(std::uint64_t number, std::span<unsigned char const> frame)
     {
-        auto const number = m_sending.Send(frame);
         if (number == 0) {
             m_refused.fetch_add(1, std::memory_order_relaxed);
             return false;
@@ -439,6 +442,11 @@ void SonarLink::Close()
 bool SonarLink::Send(std::span<unsigned char const> frame)
 {
     return m_impl->Send(frame);
+}
+
+bool SonarLink::SendOwned(OwnedBytes const& frame)
+{
+    return m_impl->SendOwned(frame);
 }
 
 bool SonarLink::IsConnected() const

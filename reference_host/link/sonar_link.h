@@ -5,6 +5,7 @@
 
 #include "back_off.h"
 #include "link_thread.h"
+#include "owned_bytes.h"
 
 #include "reference_host/platform/line_watch.h"
 
@@ -99,8 +100,8 @@ struct LinkOptions
 {
     std::string host;
     std::uint16_t port = 0;
-    /// Bytes that may wait for the sonar to take them. One longer frame, such as an image, may wait beside them; a
-    /// second one is refused until the first has gone.
+    /// Bytes that may wait for the sonar to take them. Longer frames, such as images, may wait beside them: one, or as
+    /// many as have no more than 256 times so many bytes together. What is beyond is refused.
     std::size_t queueBytes = std::size_t{1} << 20;
     /// A longer frame is refused.
     std::size_t greatestFrame = qx5::protocol::MaximumFrameSize;
@@ -154,6 +155,9 @@ public:
     /// connection. A frame of a thread that has announced more work (see SendGathering) may be held back for up to 16
     /// KiB and a millisecond to leave together with those that follow, in order; all others leave at once.
     bool Send(std::span<unsigned char const> frame);
+    /// The same without a copy of what has to wait. A frame that is longer than the queue is left to the link thread
+    /// as it is, so that the caller is not held for the time that the system takes for it.
+    bool SendOwned(OwnedBytes const& frame);
 
     bool IsConnected() const;
     LinkStatus GetStatus() const;

@@ -7,10 +7,11 @@ add_library(vordal_sonar_link OBJECT
   "${CMAKE_CURRENT_LIST_DIR}/link_thread.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/name_look_up.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/../common/send_gathering.cpp"
+  "${CMAKE_CURRENT_LIST_DIR}/../common/task_lanes.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/send_queue.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sent_frames.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sonar_link.cpp")
-qx5_platform_sources(vordal_sonar_link platform/line_watch.cpp)
+qx5_platform_sources(vordal_sonar_link platform/line_watch.cpp platform/short_turns.cpp)
 target_compile_definitions(vordal_sonar_link PRIVATE VORDAL_HOST_BUILD)
 target_include_directories(vordal_sonar_link PUBLIC "${PROJECT_SOURCE_DIR}")
 target_link_libraries(vordal_sonar_link PUBLIC vordal_host_contract qx5_protocol Threads::Threads

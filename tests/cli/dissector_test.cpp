@@ -556,6 +556,18 @@ TEST_F(Dissector, CountsRecords)
                     "bytes that belong to no record: 3\n");
 }
 
+// As with the copy of an installation, which Wireshark loads by itself.
+TEST_F(Dissector, IsThereOnceWhereItIsLoadedTwice)
+{
+    CapturedTraffic traffic;
+    traffic.ToSonar(rangeFrame);
+    auto const again = Write("again.lua", cli::WiresharkDissector());
+    auto const told =
+        Shark(Write("capture.pcap", traffic.File()), {"-q", "-X", "lua_script:" + again, "-X", "lua_script2:records"});
+    EXPECT_THAT(told.out,
+                HasSubstr("to the sonar      1003  range                                            1            96"));
+}
+
 TEST_F(Dissector, OpensARecordedSession)
 {
     auto const recording = (folder / "session.mcap").string();

@@ -59,7 +59,7 @@ TEST(ManPages, TextOfTheManual)
 TEST(ManPages, ACommandThatTheManualDoesNotKnowIsToldSo)
 {
     cli::CommandText program{"qx5", "does it", {}, {}, {{"qx5 fly", "fly", {}, {}, {}}}};
-    std::string const head = "## The command\n\nExit codes.\n\n| command | what it is for |\n|---|---|\n";
+    std::string const head = "# The command\n\nExit codes.\n\n| command | what it is for |\n|---|---|\n";
     auto const why = [&](std::string const& manual) {
         try {
             cli::ManPages(program, manual, "1");
@@ -69,9 +69,26 @@ TEST(ManPages, ACommandThatTheManualDoesNotKnowIsToldSo)
         return std::string();
     };
     EXPECT_EQ(why(head), "the manual's table of commands has no row for `qx5 fly`");
-    EXPECT_EQ(why(head + "| `qx5 fly` | flies (see *Wings*) |\n"),
+    EXPECT_EQ(why(head + "| `qx5 fly` | flies (see [Wings](air.md)) |\n"),
               "the manual has no chapter \"Wings\", which its table of commands names");
-    EXPECT_EQ(why(head + "| `qx5 fly` | flies (see *Wings*) |\n\n### Wings\n\nTwo.\n"), "");
+    EXPECT_EQ(why(head + "| `qx5 fly` | flies (see [Wings](air.md)) |\n\n# Wings\n\nTwo.\n"), "");
+}
+
+TEST(ManPages, TellTheChaptersThatTheTableNames)
+{
+    cli::CommandText program{"qx5", "does it", {}, {}, {{"qx5 fly", "fly", {}, {}, {}}}};
+    auto const pages = cli::ManPages(program,
+                                     "# The command\n\nExit codes.\n\n| command | what it is for |\n|---|---|\n"
+                                     "| `qx5 fly` | flies (see [Wings](air.md), [Tails](air.md#tails)) |\n\n"
+                                     "# Wings\n\nTwo.\n\n## Feathers\n\nMany.\n\n## Tails\n\nOne.\n\n### Ends\n\n"
+                                     "Its own.\n\n# Songs\n\nNone.\n",
+                                     "1");
+    ASSERT_EQ(pages.size(), 2U);
+    auto const& page = pages[0].first == "qx5-fly.1" ? pages[0].second : pages[1].second;
+    EXPECT_THAT(page, HasSubstr(".SH DESCRIPTION\nFlies (see Wings, Tails).\n"));
+    // Of a page what stands before its chapters, of a chapter all of it.
+    EXPECT_THAT(page,
+                HasSubstr(".SH WINGS\n.PP\nTwo.\n.SH TAILS\n.PP\nOne.\n.SS Ends\n.PP\nIts own.\n.SH EXIT STATUS\n"));
 }
 
 /// As a manual page has what people type.

@@ -1,12 +1,15 @@
 // JSON as scenarios need it: numbers by their texts, defects in their places, one line for every error.
 #include "cli/scenario/base64.h"
 #include "json/json_parser.h"
+#include "json/json_readers.h"
 
 #include <gtest/gtest.h>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <iterator>
 #include <limits>
@@ -105,6 +108,29 @@ TEST(Json, WritesDoublesThatReadBack)
     EXPECT_EQ(DoubleText(-std::numeric_limits<double>::infinity()), "-inf");
     EXPECT_EQ(DoubleText(-std::numeric_limits<double>::quiet_NaN()), "nan");
     EXPECT_EQ(WriteJson(JsonValue::Double(std::numeric_limits<double>::quiet_NaN())), "\"nan\"");
+}
+
+TEST(Json, WritesEveryDoubleAsShortAsItReadsBack)
+{
+    // As the standard library has it, with a point where it has none.
+    auto const expect = [](double number) {
+        char digits[40];
+        std::string text(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+        text += text.find_first_of(".e") == std::string::npos ? ".0" : "";
+        std::string written;
+        AppendDouble(written, number);
+        ASSERT_EQ(written, text);
+    };
+    for (int thousandths = 0; thousandths < 200'000'000; thousandths += thousandths < 20'000 ? 1 : 9973) {
+        double const number = thousandths / 1000.0;
+        for (double const each : {number, std::nextafter(number, 1e9), std::nextafter(number, -1e9)}) {
+            expect(each);
+            expect(-each);
+        }
+    }
+    for (double const number : {99'999.999, 99'999.9991, 100'000.0, 100'000.001, 0.0009, 0.001, 0.0011, 1e-5, 1e22}) {
+        expect(number);
+    }
 }
 
 TEST(Json, KnowsWhereEachValueBegins)
@@ -448,6 +474,95 @@ TEST(Json, ReadsWhatAnotherReaderReads)
     for (unsigned seed = 0; seed < 2000; ++seed) {
         auto const text = AnyDocument(seed).Value(0);
         ASSERT_EQ(nlohmann::json::parse(Rewritten(text)), nlohmann::json::parse(text)) << seed;
+    }
+}
+
+/// Whether the reader of sound documents takes it; what it then has is held against what the other one has.
+bool IsTakenAsSound(std::string const& text)
+{
+    JsonContent sound;
+    sound.text = text;
+    if (!ReadSoundJson(sound)) {
+        return false;
+    }
+    JsonContent other;
+    other.text = text;
+    EXPECT_NO_THROW(ReadJson(other)) << text.substr(0, 200);
+    EXPECT_FALSE(other.hasDefects) << text.substr(0, 200);
+    EXPECT_EQ(sound.beside, other.beside) << text.substr(0, 200);
+    EXPECT_EQ(sound.entries.size(), other.entries.size()) << text.substr(0, 200);
+    for (std::size_t i = 0; i < std::min(sound.entries.size(), other.entries.size()); ++i) {
+        EXPECT_EQ(sound.entries[i], other.entries[i]) << text.substr(0, 200) << ", entry " << i;
+    }
+    return true;
+}
+
+TEST(Json, TakesSoundDocumentsAtOnce)
+{
+    std::string members = "{";
+    for (int i = 0; i < 300; ++i) {
+        members += fmt::format("\"key {}\":{{}},", i);
+    }
+    for (std::string const& text : {
+             std::string(" [ ] "),
+             std::string("\xEF\xBB\xBF{}"),
+             std::string(R"({"a":[1,-0,0.5,1e3,2.5E-3,1e+2,-12.75],"b":{"c":null,"d":true,"e":false},"f":""})"),
+             std::string(R"(["\"\\\/\b\f\n\r\t\u0041\u00e9\uFFFF", "\\", "a\"", "\"b"])"),
+             std::string("[\"\xC3\xA9\",\"\xF0\x9F\x98\x80\",\"\x7F\"]"),
+             std::string("\r\n\t 7 \n"),
+             "[" + std::string(400, '9').insert(200, ".") + "]",
+             "[" + std::string(305, '9') + "]",
+             members + "\"last\":0}",
+             std::string(JsonNestingLimit, '[') + std::string(JsonNestingLimit, ']'),
+         }) {
+        EXPECT_TRUE(IsTakenAsSound(text)) << text.substr(0, 200);
+    }
+    for (unsigned seed = 0; seed < 500; ++seed) {
+        IsTakenAsSound(AnyDocument(seed).Value(0));
+    }
+}
+
+TEST(Json, TakesNothingElseAtOnce)
+{
+    std::string const sound = R"({"a":[1,-0.5e1,"x\n\u0041",true,null],"b":{"c":false,"d":[[],{}]}})";
+    ASSERT_TRUE(IsTakenAsSound(sound));
+    for (std::size_t length = 0; length < sound.size(); ++length) {
+        EXPECT_FALSE(IsTakenAsSound(sound.substr(0, length))) << length;
+    }
+    // Whatever stands at whichever place: what is taken is what the other reader has.
+    for (std::size_t at = 0; at < sound.size(); ++at) {
+        for (int c = 0; c < 256; ++c) {
+            auto changed = sound;
+            changed[at] = static_cast<char>(c);
+            IsTakenAsSound(changed);
+        }
+    }
+    for (std::string const& text : {std::string("[1]x"),
+                                    std::string("[01]"),
+                                    std::string("[1.]"),
+                                    std::string("[1e]"),
+                                    std::string("[-]"),
+                                    std::string("[+1]"),
+                                    std::string("[.5]"),
+                                    std::string("[1,]"),
+                                    std::string("{\"a\":1,}"),
+                                    std::string("{,}"),
+                                    std::string("[tru]"),
+                                    std::string("[\"\\x\"]"),
+                                    std::string("[\"\\u12\"]"),
+                                    std::string("[\"\t\"]"),
+                                    std::string("[\"\\u0000\"]"),
+                                    std::string("[\"\\udc00\"]"),
+                                    std::string("[\"\xC3\"]"),
+                                    std::string("[1e999]"),
+                                    std::string("{\"a\":1,\"a\":2}"),
+                                    std::string("{\"a\":1,\"\\u0061\":2}"),
+                                    std::string("[\0]", 4),
+                                    std::string("[\"\0\"]", 5),
+                                    std::string("[1]\0", 4),
+                                    "[" + std::string(310, '9') + "]",
+                                    std::string(JsonNestingLimit + 1, '[') + std::string(JsonNestingLimit + 1, ']')}) {
+        EXPECT_FALSE(IsTakenAsSound(text)) << text.substr(0, 200);
     }
 }
 

@@ -4,7 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace qx5::cli::scenario_reader_test {
 namespace {
@@ -165,6 +170,101 @@ TEST(ScenarioReader, ReadsEveryStep)
     EXPECT_EQ(std::get<SliderArgument>(steps[27].argument).position, -3);
     EXPECT_EQ(std::get<TypeArgument>(steps[30].argument).text, CString(L"1.5"));
     EXPECT_EQ(steps[34].kind, StepKind::Resize);
+}
+
+/// A document of one scenario, whose steps are clocks from 0 on but for those of `others`.
+std::string Clocks(int count, std::map<int, std::string> const& others = {})
+{
+    std::string text = R"({"steps":[)";
+    for (int i = 0; i < count; ++i) {
+        auto const other = others.find(i);
+        text += (i == 0 ? "" : ",") + (other != others.end() ? other->second : "{\"clock\":" + std::to_string(i) + "}");
+    }
+    return text + "]}";
+}
+
+/// A step whose tree has that many nodes.
+std::string LargeStep(int nodes)
+{
+    std::string text = R"({"attributes":[)";
+    for (int i = 0; i < nodes; ++i) {
+        text += (i == 0 ? "" : ",") + std::string(R"(["key","none"])");
+    }
+    return text + "]}";
+}
+
+TEST(ScenarioReader, SaysWhichOfManyStepsIsTheFirstThatIsWrong)
+{
+    constexpr int count = 80'000; // more than a megabyte
+    auto const text = [&](std::map<int, std::string> const& others) { return Clocks(count, others); };
+    EXPECT_EQ(Refusal(text({})), "accepted");
+    for (int const at : {0, 255, 256, 40'000, 40'300, count - 1}) {
+        auto const place = "$.steps[" + std::to_string(at) + "]";
+        EXPECT_EQ(Refusal(text({{at, "{\"clock\":null}"}})),
+                  place + ".clock: a number, or \"nan\", \"inf\" or \"-inf\", is expected here, not null");
+        EXPECT_EQ(Refusal(text({{at, "7"}, {std::min(at + 256, count - 1), at + 256 < count ? "{}" : "7"}})),
+                  place + ": an object is expected here, not an integer");
+    }
+}
+
+TEST(ScenarioReader, GivesManyStepsInTheirOrder)
+{
+    for (int const count : {0, 1, 255, 256, 257, 512, 5000}) {
+        auto const document = ParseJson(Clocks(count));
+        JsonPath const root;
+        ScenarioSource const source{document.Root(), root, {}, nullptr};
+        auto const scenario = ReadScenario(source);
+        int next = 0;
+        ForEachStep(source, scenario, [&](ScenarioStep const& step, JsonPath const& path) {
+            ASSERT_EQ(std::get<NumberArgument>(step.argument).value, next);
+            ASSERT_EQ(path.ToText(), "$.steps[" + std::to_string(next) + "]");
+            ++next;
+        });
+        EXPECT_EQ(next, count);
+    }
+}
+
+TEST(ScenarioReader, GivesLargeStepsBetweenSmallOnes)
+{
+    int const nodes = 20'000;
+    auto const large = LargeStep(nodes);
+    auto const document = ParseJson(
+        Clocks(1000, {{0, large}, {1, large}, {7, large}, {300, large}, {301, large}, {302, large}, {999, large}}));
+    JsonPath const root;
+    ScenarioSource const source{document.Root(), root, {}, nullptr};
+    auto const scenario = ReadScenario(source);
+    std::vector<int> found;
+    int next = 0;
+    ForEachStep(source, scenario, [&](ScenarioStep const& step, JsonPath const&) {
+        if (step.kind == StepKind::Attributes) {
+            found.push_back(next);
+            ASSERT_EQ(std::get<TreeArgument>(step.argument).tree->Count(), nodes);
+        } else {
+            ASSERT_EQ(std::get<NumberArgument>(step.argument).value, next);
+        }
+        ++next;
+    });
+    EXPECT_EQ(next, 1000);
+    EXPECT_EQ(found, (std::vector{0, 1, 7, 300, 301, 302, 999}));
+}
+
+TEST(ScenarioReader, ReadsNoFurtherOnceAStepHasFailed)
+{
+    auto const document = ParseJson(Clocks(5000, {{4000, LargeStep(20'000)}}));
+    JsonPath const root;
+    ScenarioSource const source{document.Root(), root, {}, nullptr};
+    auto const scenario = ReadScenario(source);
+    for (int const last : {0, 255, 256, 3999, 4000, 4999}) {
+        int taken = 0;
+        EXPECT_THROW(ForEachStep(source, scenario,
+                                 [&](ScenarioStep const&, JsonPath const&) {
+                                     if (taken++ == last) {
+                                         throw std::runtime_error("enough");
+                                     }
+                                 }),
+                     std::runtime_error);
+        EXPECT_EQ(taken, last + 1);
+    }
 }
 
 TEST(ScenarioReader, SaysWhereAScenarioIsWrong)

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace qx5::cli {
 namespace {
@@ -19,14 +21,10 @@ protected:
 
     std::string Taken()
     {
-        std::vector<ScenarioEvent> events;
+        ScenarioEvents events;
         recorder.TakeEvents(events);
-        return Written(events);
-    }
-    static std::string Written(std::vector<ScenarioEvent> const& events)
-    {
         std::string json;
-        AppendEvents(json, events);
+        events.AppendTo(json);
         return json;
     }
 
@@ -112,6 +110,40 @@ TEST_F(RecorderTest, WritesStreams)
                        R"({"reset-buffer":[1,78,1,1],"of":[1,78,1,1]},{"reset-buffer":[1,78,1,1],"of":[1,78,2,1]}])");
 }
 
+TEST_F(RecorderTest, LeavesNothingOfAnEventThatCannotBeWritten)
+{
+    CAttributeMap deep;
+    auto* node = &deep;
+    for (int i = 0; i <= TreeDepthLimit; ++i) {
+        node = node->Add(L"a");
+    }
+    EXPECT_THROW(recorder.OnHostSet(first, deep, 0), std::length_error);
+    recorder.AskForRecord({first, nullptr}, 1, 0, -1);
+    EXPECT_THROW(recorder.OnHostSet(first, deep, 0), std::length_error);
+    recorder.AskForRecord({first, nullptr}, 2, 0, -1);
+    EXPECT_EQ(Taken(), R"([{"ask":1,"device":0,"enumerator":-1},{"ask":2,"device":0,"enumerator":-1}])");
+}
+
+TEST_F(RecorderTest, GivesEventsOfSomeKindsAlone)
+{
+    recorder.OnMessage(L"first");
+    recorder.AskForRecord({first, nullptr}, 1, 0, -1);
+    recorder.OnAnnounceBlock(second);
+    recorder.OnMessage(L"last");
+    ScenarioEvents events;
+    recorder.TakeEvents(events);
+    auto const of = [&](std::vector<EventKind> const& kinds) {
+        std::string json;
+        events.AppendTo(json, kinds);
+        return json;
+    };
+    EXPECT_EQ(of({}), "[]");
+    EXPECT_EQ(of({EventKind::Raw}), "[]");
+    EXPECT_EQ(of({EventKind::Message}), R"([{"message":"first"},{"message":"last"}])");
+    EXPECT_EQ(of({EventKind::Announce, EventKind::Ask}),
+              R"([{"ask":1,"device":0,"enumerator":-1},{"announce":[1,78,2,1]}])");
+}
+
 TEST_F(RecorderTest, KeepsOtherThreadsApart)
 {
     auto const before = Recorder::Instant::clock::now();
@@ -120,10 +152,10 @@ TEST_F(RecorderTest, KeepsOtherThreadsApart)
         recorder.AskForRecord({first, nullptr}, 2, 0, -1);
         recorder.AskForRecord({first, nullptr}, 3, 0, -1);
     }).join();
-    EXPECT_GE(recorder.LastEvent(before), before);
+    EXPECT_GT(recorder.LastEventOfThreads(before), before);
     EXPECT_EQ(Taken(), R"([{"ask":1,"device":0,"enumerator":-1}])");
-    EXPECT_EQ(Written(recorder.TakeEventsOfThreads()),
-              R"([{"ask":2,"device":0,"enumerator":-1},{"ask":3,"device":0,"enumerator":-1}])");
+    recorder.AddEventsOfThreads();
+    EXPECT_EQ(Taken(), R"([{"ask":2,"device":0,"enumerator":-1},{"ask":3,"device":0,"enumerator":-1}])");
 }
 
 } // namespace

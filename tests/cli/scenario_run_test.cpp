@@ -86,6 +86,22 @@ TEST(ScenarioRun, TurnsARequestIntoBytesAndAnEcho)
     EXPECT_EQ(Events(R"({"request":[]})"), "[]");
 }
 
+TEST(ScenarioRun, GivesEveryStepItsEventsHoweverManyThereAre)
+{
+    std::string steps;
+    std::string expected;
+    for (int i = 0; i < 2000; ++i) {
+        // 1.0f is 0x3F800000, 2.0f 0x40000000, 3.0f 0x40400000.
+        static constexpr char const* payloads[] = {"0000803f", "00000040", "00004040"};
+        auto const range = std::to_string(i % 3 + 1);
+        steps += (i == 0 ? "" : ",") + ("{\"request\":[[\"x5Range\",\"double\"," + range + "]]}");
+        expected += std::string(i == 0 ? "" : ",") + "[{\"remote\":1003,\"payload\":\"" + payloads[i % 3] +
+                    "\",\"device\":0,\"enumerator\":-1},{\"echo\":[[\"x5Range\",\"double\"," + range +
+                    ".0]],\"flags\":0}]";
+    }
+    EXPECT_EQ(Events(steps), expected);
+}
+
 TEST(ScenarioRun, KeepsMinusZeroAndWritesNumbersThatAreNoNumbers)
 {
     EXPECT_EQ(Events(R"({"request":[["x5Range","double",-0.0]]})"),

@@ -22,14 +22,23 @@ std::string Rewritten(std::string const& text)
     return WriteJson(WriteTree(Read(text)));
 }
 
-std::string Refusal(std::string const& text)
+template <typename Use>
+std::string RefusalOf(Use const& use)
 {
     try {
-        Read(text);
+        use();
     } catch (InvalidDocument const& failure) {
         return failure.Path() + ": " + failure.what();
     }
     return "accepted";
+}
+
+/// Of reading and of checking alone, which are to be the same.
+std::string Refusal(std::string const& text)
+{
+    auto const refusal = RefusalOf([&] { Read(text); });
+    EXPECT_EQ(RefusalOf([&] { CheckTree(ParseJson(text).Root(), JsonPath()); }), refusal);
+    return refusal;
 }
 
 TEST(Tree, ReadsEveryType)
@@ -92,6 +101,15 @@ TEST(Tree, WritesEveryTypeAsItIsRead)
     }
 }
 
+TEST(Tree, ReadsKeysOfAnyLength)
+{
+    for (std::size_t const length : {0U, 1U, 47U, 48U, 49U, 500U}) {
+        std::string const key(length, 'k');
+        auto const tree = "[[\"" + key + "\",\"none\"],[\"" + key + "\xC3\xA9\",[[\"" + key + "\",\"int\",7]]]]";
+        EXPECT_EQ(Rewritten(tree), tree);
+    }
+}
+
 TEST(Tree, WritesOneFormForEachNode)
 {
     EXPECT_EQ(Rewritten(R"([["a",[]]])"), R"([["a","none"]])");
@@ -102,6 +120,7 @@ TEST(Tree, WritesOneFormForEachNode)
 
 TEST(Tree, SaysWhereItIsWrong)
 {
+    EXPECT_EQ(Refusal(R"([["a","int",1,[["b","none"]]],["c",[]]])"), "accepted");
     EXPECT_EQ(Refusal("{}"), "$: a tree is an array of nodes, not an object");
     EXPECT_EQ(Refusal("null"), "$: a tree is an array of nodes, not null");
     auto const shape = std::string(": a node is [key, type, value], [key, [nodes]], [key, type, value, [nodes]] or "

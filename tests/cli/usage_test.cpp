@@ -22,6 +22,15 @@ TEST(Usage, HelpListsEveryCommand)
     }
 }
 
+#ifdef LIBRARY_OF_OTHER_RELEASE
+TEST(Usage, ALibraryOfAnotherReleaseIsRefused)
+{
+    auto const outcome = Qx5({"--version"}, {}, {"LD_PRELOAD=" LIBRARY_OF_OTHER_RELEASE});
+    EXPECT_EQ(outcome.out, "");
+    ExpectComplaint(outcome, 1, {"libvordalhost is of release 0.0.9", "this program of", "an older installation"});
+}
+#endif
+
 TEST(Usage, EveryCommandTellsItsOptions)
 {
     std::map<std::string, std::vector<std::string>> const options{

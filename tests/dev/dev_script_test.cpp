@@ -106,6 +106,11 @@ protected:
     fs::path const elsewhere = folder / "else where";
 };
 
+TEST_F(DevScript, PackagesAreMadeInTheWaysThatItTells)
+{
+    ExpectOneLine(Dev({"package", "--colour"}), "dev: usage: ./dev package [--check [--keep]] [--reproduce] [--only]");
+}
+
 TEST_F(DevScript, NothingMissingNeedsNobodysLeave)
 {
     RemoveProgram("sudo");
@@ -147,6 +152,18 @@ TEST_F(DevScript, WithoutTheRightToSudoItTellsWhatRootIsToInstall)
     StandIn("sudo", "echo 'sudo: a password is required' >&2; exit 1");
     LetBeMissing("g++ ninja-build");
     ExpectOneLine(Dev({"run"}), "dev: no right to sudo; as root install: apt-get install g++ ninja-build");
+}
+
+TEST_F(DevScript, WhatMakesTheSiteIsInstalledForTheSiteAlone)
+{
+    LetBeMissing("doxygen furo");
+    auto const tables = Dev({"docs", "tables"});
+    EXPECT_EQ(tables.code, 0) << tables.err;
+    EXPECT_THAT(tables.out, HasSubstr("checkout: docs docs\n"));
+    EXPECT_EQ(Called(), "");
+    ExpectOneLine(Dev({"docs", "book"}), "dev: docs takes tables, site or nothing, which is both");
+    EXPECT_EQ(Called(), "");
+    EXPECT_THAT(Dev({"docs", "site"}).err, HasSubstr("Installing furo doxygen\n"));
 }
 
 TEST_F(DevScript, AHeldPackageSystemIsWaitedForAndThatIsSaidOnce)

@@ -26,17 +26,26 @@ endfunction()
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${prefix}")
 foreach(file bin/qx5 lib/libvordalhost.so lib/qx5/QX5SonarConfiguration.so lib/pkgconfig/vordal-host-contract.pc
     lib/cmake/VordalHostContract/VordalHostContractConfig.cmake
-    lib/libvordalhost.so.5.5 share/doc/qx5/docs/manual.md share/doc/qx5/docs/images/window-light.png
+    lib/libvordalhost.so.5.5 share/doc/qx5/docs/index.md share/doc/qx5/docs/manual/day.md share/doc/qx5/CHANGELOG.md share/doc/qx5/docs/images/window-light.png
     share/doc/qx5/README.md share/doc/qx5/CONTRIBUTING.md share/doc/qx5/examples/smallest_plugin/plugin.cpp
     share/doc/qx5/examples/echo_sounder/plugin.cpp share/qx5/x5_records.lua
     share/bash-completion/completions/qx5 share/zsh/vendor-completions/_qx5 share/fish/vendor_completions.d/qx5.fish
     share/man/man1/qx5.1 share/man/man1/qx5-send.1 share/man/man1/qx5-serve.1
+    share/doc/qx5/tests/scenarios/gates.json
     lib/systemd/system/qx5-serve@.service lib/sysusers.d/qx5.conf
     include/vordal-host-contract/vordalhostdllR/EntryPoints.h include/vordal-host-contract/vordalhostdllR/Device.h)
   if(NOT EXISTS "${prefix}/${file}")
     message(FATAL_ERROR "${file} is not installed")
   endif()
 endforeach()
+if(VIEW)
+  foreach(file applications/qx5.desktop applications/qx5-project.desktop applications/qx5-recording.desktop
+      icons/hicolor/scalable/apps/qx5.svg mime/packages/qx5.xml)
+    if(NOT EXISTS "${prefix}/share/${file}")
+      message(FATAL_ERROR "share/${file} is not installed")
+    endif()
+  endforeach()
+endif()
 file(GLOB_RECURSE installed RELATIVE "${prefix}/include/vordal-host-contract" "${prefix}/include/*")
 foreach(file IN LISTS installed)
   if(NOT file MATCHES "^[A-Za-z0-9]+R/[A-Za-z0-9]+\\.h$")

@@ -119,30 +119,40 @@ TEST_F(LiveContacts, AnImageOf50MegabytesArrivesWholeAndHoldsNobodyUp)
     Tell(10);
     EXPECT_FALSE(fs::exists(folder / "contact.tif"));
     EXPECT_TRUE(fs::exists(folder / "image.tif"));
-    // The image waits for the sonar; a change that comes meanwhile still finds room, a second image does not.
+    // The image waits for the sonar; a change that comes meanwhile still finds room, and more images, up to 256 MiB.
     Tell(3);
+    constexpr std::size_t moreImages = 4;
+    for (std::size_t i = 0; i < moreImages; ++i) {
+        Tell(9);
+    }
     EXPECT_EQ(Counters().refused, 0U);
     Tell(9);
     EXPECT_EQ(Counters().refused, 1U);
     peer.SetReading(true);
 
-    std::size_t const total = contactFrame + size + aroundImage + contactFrame;
+    constexpr std::size_t imageFrame = size + aroundImage;
+    std::size_t const total = contactFrame + imageFrame + contactFrame + moreImages * imageFrame;
     ASSERT_TRUE(peer.WaitForBytes(total));
     Bytes const received = peer.Received();
     ASSERT_EQ(received.size(), total);
     auto const contact = std::span(received).first(contactFrame);
     EXPECT_EQ(protocol::GetU32LE(contact, 32), 3001U);
-    auto const frame = std::span(received).subspan(contactFrame, size + aroundImage);
-    EXPECT_EQ(protocol::GetU32LE(frame, 8), size + aroundImage);
+    auto const frame = std::span(received).subspan(contactFrame, imageFrame);
+    EXPECT_EQ(protocol::GetU32LE(frame, 8), imageFrame);
     EXPECT_EQ(protocol::GetU32LE(frame, 32), 3002U);
     EXPECT_EQ(protocol::GetU32LE(frame, 36), 7125U);
     EXPECT_EQ(protocol::GetU32LE(frame, 64 + 144), size);
     EXPECT_TRUE(std::equal(image.begin(), image.end(), frame.begin() + imageOffset));
     EXPECT_EQ(protocol::GetU32LE(frame, frame.size() - 4), 0U);
-    auto const deletion = std::span(received).last(contactFrame);
+    auto const deletion = std::span(received).subspan(contactFrame + imageFrame, contactFrame);
     EXPECT_EQ(protocol::GetU32LE(deletion, 32), 3001U);
     EXPECT_EQ(protocol::GetU32LE(deletion, 64 + 146), 2U);
-    // With the first image gone there is room again, and nothing of it shows in the next.
+    for (std::size_t i = 0; i < moreImages; ++i) {
+        auto const more = std::span(received).last((moreImages - i) * imageFrame).first(imageFrame);
+        EXPECT_EQ(protocol::GetU32LE(more, 32), 3002U);
+        EXPECT_TRUE(std::equal(image.begin(), image.end(), more.begin() + imageOffset));
+    }
+    // With the images gone there is room again, and nothing of it shows in the next.
     Write(folder / "image.tif", {7});
     ASSERT_TRUE(vordal::test::Eventually([&] { return Idle(); }));
     Tell(9);

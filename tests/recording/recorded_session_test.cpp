@@ -350,7 +350,7 @@ TEST_F(Recorded, WhatIsNotWhatItsKindSaysIsPassedOverAndCounted)
 
 TEST_F(Recorded, TheManualTellsEveryKind)
 {
-    auto const manual = Content(QX5_SOURCE_DIR "/docs/manual.md");
+    auto const manual = Content(QX5_SOURCE_DIR "/docs/manual/captures.md");
     for (RecordedKind const* const kind : RecordedKinds) {
         auto row = "\n| `" + std::string(kind->name) + "` | " + std::string(kind->meaning) + " | ";
         std::string members;

@@ -7,7 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <deque>
+#include <memory>
 #include <numeric>
+#include <random>
 
 namespace vordal::test {
 namespace {
@@ -116,6 +120,72 @@ TEST(SendQueue, HasRoomForItsSizeAndOneLongerFrameBeside)
     queue.Spend(1);
     EXPECT_TRUE(queue.HasRoom(11));
     EXPECT_FALSE(queue.HasRoom(1));
+}
+
+TEST(SendQueue, IsAsAPlainListOfItsFrames)
+{
+    std::mt19937 random(20260301);
+    auto const below = [&](std::size_t end) { return std::uniform_int_distribution<std::size_t>(0, end - 1)(random); };
+    struct Frame
+    {
+        std::size_t size;
+        std::size_t left; ///< of it
+    };
+    for (int round = 0; round < 100; ++round) {
+        constexpr std::size_t greatest = 100;
+        std::size_t const greatestLong = below(2) * 1000;
+        SendQueue queue(greatest, greatestLong);
+        std::deque<Frame> frames;
+        Bytes waiting;
+        unsigned char next = 0;
+        for (int step = 0; step < 400; ++step) {
+            std::size_t longBytes = 0;
+            std::size_t behindLong = 0;
+            for (Frame const& frame : frames) {
+                longBytes += frame.size > greatest ? frame.size : 0;
+                behindLong = frame.size > greatest ? 0 : behindLong + frame.left;
+            }
+            std::size_t const size = 1 + below(below(3) == 0 ? 400 : greatest);
+            bool const hasRoom =
+                size > greatest ? longBytes == 0 || longBytes + size <= greatestLong : behindLong + size <= greatest;
+            ASSERT_EQ(queue.HasRoom(size), hasRoom);
+            if (hasRoom && below(2) == 0) {
+                auto const frame = Counting(size, next);
+                next = static_cast<unsigned char>(next + size);
+                waiting.insert(waiting.end(), frame.begin(), frame.end());
+                frames.push_back({size, size});
+                if (size > greatest && below(2) == 0) {
+                    auto const owner = std::make_shared<Bytes>(frame);
+                    queue.Append(OwnedBytes{owner, *owner});
+                } else {
+                    queue.Append(frame);
+                }
+            } else if (!waiting.empty()) {
+                auto const front = queue.Front();
+                ASSERT_FALSE(front.empty());
+                ASSERT_LE(front.size(), waiting.size());
+                ASSERT_TRUE(std::equal(front.begin(), front.end(), waiting.begin()));
+                auto taken = below(2) == 0 ? front.size() : 1 + below(waiting.size());
+                queue.Spend(taken);
+                waiting.erase(waiting.begin(), waiting.begin() + static_cast<std::ptrdiff_t>(taken));
+                while (taken > 0) {
+                    auto const ofFirst = std::min(taken, frames.front().left);
+                    frames.front().left -= ofFirst;
+                    taken -= ofFirst;
+                    if (frames.front().left == 0) {
+                        frames.pop_front();
+                    }
+                }
+            }
+            ASSERT_EQ(queue.Bytes(), waiting.size());
+            ASSERT_EQ(queue.IsEmpty(), waiting.empty());
+            if (below(100) == 0) {
+                queue.Clear();
+                frames.clear();
+                waiting.clear();
+            }
+        }
+    }
 }
 
 TEST(SendQueue, QueuesNothingOfAFrameThatIsTakenWhole)

@@ -502,6 +502,76 @@ TEST_F(ConnectedLink, OneFrameBeyondTheQueueStillLeavesWhole)
     EXPECT_EQ(peer.Received(), frame);
 }
 
+TEST_F(ConnectedLink, ThatIsQuietDoesNotWaitForAllOfOneThatFloods)
+{
+    Peer quietPeer;
+    std::promise<void> begun;
+    std::promise<void> letGo;
+    std::atomic<int> told{0};
+    listener.onFrame = [&] {
+        if (told.fetch_add(1) == 0) {
+            begun.set_value();
+            letGo.get_future().wait();
+        }
+    };
+    Connect();
+    SonarLink quiet(thread, OptionsFor(quietPeer.Port()), listener);
+    quiet.Open();
+    ASSERT_TRUE(listener.WaitForState(LinkState::Connected, 2));
+    ASSERT_TRUE(quietPeer.WaitForConnections(1));
+    // All in one read: the first is held until the quiet one has told something.
+    Bytes flood;
+    for (std::uint32_t i = 0; i < 8; ++i) {
+        auto const frame = Numbered(i, 1900);
+        flood.insert(flood.end(), frame.begin(), frame.end());
+    }
+    peer.Write(flood);
+    begun.get_future().wait();
+    quietPeer.Write(Numbered(100, 100));
+    letGo.set_value();
+    ASSERT_TRUE(listener.WaitForFrames(9));
+    std::vector<std::uint32_t> order;
+    for (auto const& frame : listener.Frames()) {
+        order.push_back(U32At(frame, 64));
+    }
+    auto const at = std::find(order.begin(), order.end(), 100U);
+    // Frames are taken by 2 KiB, here two at a time.
+    EXPECT_LE(at - order.begin(), 4);
+    std::erase(order, 100U);
+    EXPECT_EQ(order, (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5, 6, 7})) << "each keeps its order";
+}
+
+TEST_F(ConnectedLink, LongFramesWaitInOrderWithoutACopyAsLongAsThereIsRoomForThem)
+{
+    peer.SetReading(false);
+    options.queueBytes = 100'000;
+    auto& link = Connect();
+    Bytes all;
+    auto const note = [&](Bytes const& frame) { all.insert(all.end(), frame.begin(), frame.end()); };
+    // 256 times the queue hold four of 6 MB, and no fifth.
+    for (std::uint32_t i = 0; i < 4; ++i) {
+        auto const frame = std::make_shared<Bytes>(Numbered(2 * i, 6'000'000));
+        EXPECT_TRUE(link.SendOwned({frame, *frame}));
+        EXPECT_GT(frame.use_count(), 1) << "kept as it is";
+        auto const between = Numbered(2 * i + 1, 100);
+        EXPECT_TRUE(link.Send(between));
+        note(*frame);
+        note(between);
+    }
+    auto const fifth = std::make_shared<Bytes>(Numbered(9, 6'000'000));
+    EXPECT_FALSE(link.SendOwned({fifth, *fifth}));
+    EXPECT_FALSE(link.Send(*fifth));
+    EXPECT_EQ(fifth.use_count(), 1);
+    EXPECT_TRUE(link.Send(Numbered(9, 100)));
+    note(Numbered(9, 100));
+    peer.SetReading(true);
+    ASSERT_TRUE(peer.WaitForBytes(all.size()));
+    EXPECT_TRUE(peer.Received() == all);
+    ASSERT_TRUE(Eventually([&] { return link.GetQueuedBytes() == 0; }));
+    EXPECT_TRUE(link.SendOwned({fifth, *fifth})) << "room again";
+    EXPECT_EQ(link.GetCounters().refused, 2U);
+}
+
 /// Announces more work for as long as it lives; what is held when it goes is sent.
 struct BusySender
 {

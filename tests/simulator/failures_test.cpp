@@ -346,7 +346,7 @@ TEST(FailureNames, StandInTheManualAsTheyAre)
     for (FloodKind const& kind : FloodKinds()) {
         rows += "| `" + std::string(kind.name) + "` | " + std::string(kind.meaning) + " |\n";
     }
-    EXPECT_NE(text.str().find(rows), std::string::npos) << "docs/manual.md should have\n" << rows;
+    EXPECT_NE(text.str().find(rows), std::string::npos) << "docs/manual/simulating.md should have\n" << rows;
 }
 
 } // namespace

@@ -351,7 +351,7 @@ def the_menus_are_worked(session):
     assert "host contract" in about.text() and "QX5SonarConfiguration.so" in about.text(), about.text()
     session.menu("Help", "Manual").act("Press")
     manual = session.screen.program.find("label", "Manual")
-    assert manual.text().startswith("Manual\n"), manual.text()[:100]
+    assert manual.text().startswith("A day at the sonar\n"), manual.text()[:100]
     session.screen.program.find("text", "Search in the manual").set_text("transmit lock")
     session.screen.program.find("push button", "Next place").act("Press")
     session.screen.program.find("label", "1 of ...")

@@ -157,23 +157,44 @@ TEST_F(Help, AboutTellsAllAndIsCopied)
     EXPECT_EQ(QApplication::clipboard()->text(), text.toPlainText());
 }
 
-std::vector<QString> HeadingsOfTheFile()
+std::string ContentOf(std::filesystem::path const& name)
 {
-    std::ifstream file(documents / "manual.md");
+    std::ifstream file(name);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The manual's pages in the order in which the index names them: "manual/day.md".
+std::vector<std::string> PagesOfTheIndex()
+{
+    auto const index = ContentOf(documents / "index.md");
+    std::vector<std::string> pages;
+    std::string_view const begin = "](manual/";
+    for (auto at = index.find(begin); at != std::string::npos; at = index.find(begin, at + 1)) {
+        pages.push_back(index.substr(at + 2, index.find(')', at) - at - 2));
+    }
+    EXPECT_GE(pages.size(), 10U);
+    return pages;
+}
+
+std::vector<QString> HeadingsOfThePages()
+{
     std::vector<QString> headings;
-    bool isCode = false;
-    for (std::string line; std::getline(file, line);) {
-        isCode = isCode != line.starts_with("```");
-        for (std::string_view const mark : {"## ", "### "}) {
-            if (!isCode && line.starts_with(mark)) {
-                headings.push_back(QString::fromStdString(line.substr(mark.size())));
+    for (auto const& page : PagesOfTheIndex()) {
+        std::istringstream file(ContentOf(documents / page));
+        bool isCode = false;
+        for (std::string line; std::getline(file, line);) {
+            isCode = isCode != line.starts_with("```");
+            for (std::string_view const mark : {"# ", "## ", "### "}) {
+                if (!isCode && line.starts_with(mark)) {
+                    headings.push_back(QString::fromStdString(line.substr(mark.size())));
+                }
             }
         }
     }
     return headings;
 }
 
-TEST_F(Help, TheManualHasAllHeadingsOfItsFileAndGoesToThem)
+TEST_F(Help, TheManualHasAllHeadingsOfItsPagesAndGoesToThem)
 {
     auto& manual = Opened<cli::ManualWindow>("manualAction");
     auto& contents = *manual.findChild<QTreeWidget*>("manualContents");
@@ -184,11 +205,78 @@ TEST_F(Help, TheManualHasAllHeadingsOfItsFileAndGoesToThem)
         listed.push_back((*item)->text(0));
         last = *item;
     }
-    EXPECT_EQ(listed, HeadingsOfTheFile());
+    EXPECT_EQ(listed, HeadingsOfThePages());
+    EXPECT_EQ(static_cast<std::size_t>(contents.topLevelItemCount()), PagesOfTheIndex().size());
+    EXPECT_EQ(contents.topLevelItem(0)->text(0), "A day at the sonar");
     ASSERT_NE(last, nullptr);
     contents.setCurrentItem(last);
     EXPECT_EQ(text.textCursor().block().text(), last->text(0));
     EXPECT_TRUE(text.viewport()->rect().contains(text.cursorRect().center()));
+}
+
+/// The text that links to the target; the link is what a click there would follow.
+void ExpectALink(QTextDocument const& document, QString const& words, QString const& target)
+{
+    for (auto found = document.find(words); !found.isNull(); found = document.find(words, found)) {
+        if (found.charFormat().anchorHref() == target) {
+            return;
+        }
+    }
+    ADD_FAILURE() << words.toStdString() << " does not lead to " << target.toStdString();
+}
+
+TEST_F(Help, LinksOfTheManualLeadToTheirPlacesAndBack)
+{
+    auto& manual = Opened<cli::ManualWindow>("manualAction");
+    auto& text = *manual.findChild<QTextBrowser*>("manualText");
+    auto const& found = *manual.findChild<QLabel*>("manualFound");
+    auto const shown = [&] { return text.cursorForPosition({0, 0}).block().text(); };
+    // Of another page, of the same one, of a page as a whole, of a file beside the pages.
+    ExpectALink(*text.document(), "Serving a vessel", "manual/ashore.md#serving-a-vessel");
+    ExpectALink(*text.document(), "Captured traffic", "manual/captures.md#captured-traffic");
+    ExpectALink(*text.document(), "Presets", "manual/presets.md");
+    ExpectALink(*text.document(), "records.md", "records.md");
+    auto const before = shown();
+    text.anchorClicked(QUrl("manual/ashore.md#serving-a-vessel"));
+    EXPECT_EQ(text.textCursor().block().text(), "Serving a vessel");
+    EXPECT_EQ(shown(), "Serving a vessel");
+    text.anchorClicked(QUrl("manual/presets.md"));
+    EXPECT_EQ(shown(), "Presets");
+    QTest::keyClick(&manual, Qt::Key_Left, Qt::AltModifier);
+    EXPECT_EQ(shown(), "Serving a vessel");
+    QTest::keyClick(&manual, Qt::Key_Left, Qt::AltModifier);
+    EXPECT_EQ(shown(), before);
+    QTest::keyClick(&manual, Qt::Key_Left, Qt::AltModifier);
+    EXPECT_EQ(shown(), before);
+
+    std::vector<std::string> opened;
+    manual.openFile = [&](QUrl const& file) { opened.push_back(file.toLocalFile().toStdString()); };
+    text.anchorClicked(QUrl("records.md"));
+    ASSERT_EQ(opened.size(), 1U);
+    EXPECT_TRUE(std::filesystem::equivalent(opened[0], documents / "records.md"));
+    text.anchorClicked(QUrl("no-such-file.md"));
+    EXPECT_EQ(opened.size(), 1U);
+    EXPECT_EQ(found.text(), "no-such-file.md is not installed");
+}
+
+TEST_F(Help, EveryLinkOfTheManualHasAnEnd)
+{
+    cli::ManualWindow manual(documents);
+    manual.show();
+    auto& text = *manual.findChild<QTextBrowser*>("manualText");
+    auto const& found = *manual.findChild<QLabel*>("manualFound");
+    manual.openFile = [](QUrl const&) {};
+    int links = 0;
+    for (auto block = text.document()->begin(); block.isValid(); block = block.next()) {
+        for (auto at = block.begin(); !at.atEnd(); ++at) {
+            if (auto const target = at.fragment().charFormat().anchorHref(); !target.isEmpty()) {
+                ++links;
+                text.anchorClicked(QUrl(target));
+                EXPECT_EQ(found.text(), "") << target.toStdString();
+            }
+        }
+    }
+    EXPECT_GT(links, 30);
 }
 
 TEST_F(Help, TheManualIsSearchedInACircle)
@@ -244,9 +332,10 @@ TEST_F(Help, TheManualShowsItsPicturesOrTheirWords)
     cli::ManualWindow with(documents);
     with.show();
     auto const& text = *with.findChild<QTextBrowser*>("manualText");
-    std::ifstream file(documents / "manual.md");
-    QString const markdown = QString::fromStdString({std::istreambuf_iterator<char>(file), {}});
-    auto const count = static_cast<int>(markdown.count("](images/"));
+    int count = 0;
+    for (auto const& page : PagesOfTheIndex()) {
+        count += static_cast<int>(QString::fromStdString(ContentOf(documents / page)).count("](../images/"));
+    }
     ASSERT_GE(count, 10);
     EXPECT_EQ(PicturesIn(*text.document()), count);
     EXPECT_FALSE(text.toPlainText().contains("[picture: "));

@@ -227,8 +227,10 @@ TEST_F(ProjectMenus, ThePresentProjectStaysWhereItCannotBeSaved)
     EXPECT_TRUE(stage->window->isVisible());
     EXPECT_EQ(next.kind, NextSession::Kind::None);
     std::string error;
-    EXPECT_NE(HeldProject::Open(other, vordal::ProjectStore::Missing::Refuse, error), nullptr)
-        << "left alone " << error;
+    EXPECT_TRUE(RunUntil([&] {
+        return HeldProject::Open(other, vordal::ProjectStore::Missing::Refuse, error) != nullptr;
+    })) << "left alone once who saved has let go of it: "
+        << error;
 }
 
 TEST_F(ProjectMenus, WhatNoProjectKeepsIsAskedForBeforeItGoes)

@@ -20,6 +20,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <utility>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;
@@ -81,7 +82,7 @@ void ControlDevice::SendSonarx5ContactOutputRecord(SONAR_TARGET_SEL_INFO const* 
         return;
     }
     protocol::WriteFrameHeader(bytes, static_cast<std::uint32_t>(bytes.size()), record.id, *sonar, info->time);
-    SendMessageW(frame, false);
+    SendMessageW(std::move(frame), false);
 }
 
 bool ControlDevice::Build3001Record(R3001 record, SONAR_TARGET_SEL_INFO const* info, double time) const
@@ -184,7 +185,7 @@ void ControlDevice::SendSonarContactGeoTiffx5(SONAR_TARGET_SEL_INFO const* info)
     protocol::PackField(records::FileType, std::string_view(".tif"), head);
     protocol::PackField(records::FileSize, size, head);
     protocol::WriteFrameHeader(bytes, static_cast<std::uint32_t>(bytes.size()), record.id, *sonar, now);
-    SendMessageW(frame, false);
+    SendMessageW(std::move(frame), false);
 }
 
 void ControlDevice::OnSonarTargetsVisualizationChange()

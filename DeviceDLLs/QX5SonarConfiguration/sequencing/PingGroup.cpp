@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <limits>
 #include <system_error>
+#include <typeinfo>
 #include <utility>
 
 namespace {
@@ -27,9 +28,31 @@ bool HasMainWindow()
     return CVordalBaseApp::Instance() != nullptr;
 }
 
+/// Finds the Device in what a port tells of, once for all of one class that follow each other: in a group each sonar's
+/// port is told of each device on it, and most of them are alike.
+class DeviceFinder
+{
+public:
+    Device* Find(BaseDevice* attached)
+    {
+        if (attached == nullptr) {
+            return nullptr;
+        }
+        if (std::type_info const& type = typeid(*attached); m_type != &type) {
+            m_type = &type;
+            m_isDevice = dynamic_cast<Device*>(attached) != nullptr;
+        }
+        return m_isDevice ? static_cast<Device*>(attached) : nullptr;
+    }
+
+private:
+    std::type_info const* m_type = nullptr;
+    bool m_isDevice = false;
+};
+
 /// Calls `visit` with each device that shares the port of `device`.
 template <typename Visit>
-void ForEachOnPort(BaseDevice const& device, Visit visit)
+void ForEachOnPort(BaseDevice const& device, DeviceFinder& finder, Visit visit)
 {
     BaseIOHandler* const port = device.GetPortPtr();
     if (port == nullptr) {
@@ -37,7 +60,7 @@ void ForEachOnPort(BaseDevice const& device, Visit visit)
     }
     int const count = port->GetDeviceCount();
     for (int index = 0; index < count; ++index) {
-        if (auto* const attached = dynamic_cast<Device*>(port->GetDevice(index)); attached != nullptr) {
+        if (auto* const attached = finder.Find(port->GetDevice(index)); attached != nullptr) {
             visit(*attached);
         }
     }
@@ -46,9 +69,10 @@ void ForEachOnPort(BaseDevice const& device, Visit visit)
 void Ping(PingMember const& member, std::vector<BaseDevice*> const& devices)
 {
     // The sonars that wait for their turn are silent, and must not count as lost for it.
+    DeviceFinder finder;
     for (BaseDevice const* const device : devices) {
         bool const isActive = device == member.device;
-        ForEachOnPort(*device, [isActive](Device& attached) { attached.DisableTimeOut(!isActive); });
+        ForEachOnPort(*device, finder, [isActive](Device& attached) { attached.DisableTimeOut(!isActive); });
     }
     member.device->SendMessageW(member.pingRecord, false);
 }
@@ -60,8 +84,9 @@ void Rehearse(std::vector<BaseDevice*> const& devices)
 {
     // Volatile, so that the walk is made though nobody asks for the number.
     int volatile seen = HasMainWindow() ? 1 : 0;
+    DeviceFinder finder;
     for (BaseDevice const* const device : devices) {
-        ForEachOnPort(*device, [&seen](Device&) { seen = seen + 1; });
+        ForEachOnPort(*device, finder, [&seen](Device&) { seen = seen + 1; });
     }
 }
 

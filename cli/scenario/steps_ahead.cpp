@@ -1,0 +1,109 @@
+// Reads the steps of a scenario ahead of who runs them.
+#include "cli/scenario/steps_ahead.h"
+
+#include "cli/scenario/step_reader.h"
+
+namespace qx5::cli {
+
+StepsAhead::StepsAhead(JsonItems const& steps, JsonPath const& path, Scenario const& scenario)
+    : m_next(steps.begin()), m_end(steps.end()), m_path(path), m_scenario(scenario)
+{
+}
+
+StepsAhead::~StepsAhead()
+{
+    {
+        std::lock_guard const lock(m_mutex);
+        m_isStopped = true;
+    }
+    m_changed.notify_all();
+    if (m_reader.joinable()) {
+        m_reader.join();
+    }
+}
+
+void StepsAhead::Fill(Batch& batch)
+{
+    batch.count = 0;
+    batch.isLarge = false;
+    batch.steps.reserve(Batch::Most);
+    for (std::size_t bytes = 0; batch.count < Batch::Most && bytes < Batch::Large && !IsAtEnd(); ++m_next, ++m_index) {
+        auto const size = m_next->Extent();
+        if (size >= Batch::Large) {
+            if (batch.count > 0) {
+                return;
+            }
+            batch.isLarge = true;
+        }
+        if (batch.count == batch.steps.size()) {
+            batch.steps.emplace_back();
+        }
+        ReadStep(batch.steps[batch.count], *m_next, JsonPath(m_path, m_index), m_scenario, StepUse::Run);
+        ++batch.count;
+        bytes += size;
+    }
+}
+
+ScenarioStep* StepsAhead::Next()
+{
+    if (m_current == nullptr) {
+        // Few are read faster than a thread begins.
+        m_current = m_batches.data();
+        Fill(*m_current);
+        m_filled = 1;
+        m_isRead = IsAtEnd();
+        if (!m_isRead) {
+            m_reader = std::thread([this] { ReadOn(); });
+        }
+    }
+    if (m_at == m_current->count) {
+        if (m_current->isLarge) {
+            m_current->steps.front().argument = NoArgument();
+        }
+        std::unique_lock lock(m_mutex);
+        ++m_done;
+        m_changed.notify_all();
+        m_changed.wait(lock, [&] { return m_filled > m_done || m_isRead; });
+        if (m_filled == m_done) {
+            --m_done; // the caller keeps it, should it ask once more
+            if (m_failure != nullptr) {
+                std::rethrow_exception(m_failure);
+            }
+            return nullptr;
+        }
+        m_current = &BatchOf(m_done);
+        m_at = 0;
+    }
+    return &m_current->steps[m_at++];
+}
+
+void StepsAhead::ReadOn()
+{
+    for (bool goesOn = true; goesOn;) {
+        bool const isLarge = m_next->Extent() >= Batch::Large;
+        std::size_t number = 0;
+        {
+            std::unique_lock lock(m_mutex);
+            auto const canFill = [&] { return m_filled - m_done < (isLarge ? 1 : m_batches.size()); };
+            m_changed.wait(lock, [&] { return m_isStopped || canFill(); });
+            if (m_isStopped) {
+                return;
+            }
+            number = m_filled;
+        }
+        std::exception_ptr failure;
+        try {
+            Fill(BatchOf(number));
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        std::lock_guard const lock(m_mutex);
+        m_filled += failure == nullptr ? 1 : 0;
+        m_isRead = failure != nullptr || IsAtEnd();
+        m_failure = failure;
+        goesOn = !m_isRead;
+        m_changed.notify_all();
+    }
+}
+
+} // namespace qx5::cli

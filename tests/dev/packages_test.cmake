@@ -1,0 +1,33 @@
+# What debian/ says twice, held against where it is said first: the version, and what `./dev` installs to build with.
+cmake_minimum_required(VERSION 3.25)
+
+file(STRINGS "${SOURCE}/debian/changelog" line LIMIT_COUNT 1)
+if(NOT line MATCHES "^qx5 \\(([0-9.]+)\\) bookworm[\\;]+ ")
+  message(FATAL_ERROR "debian/changelog does not begin with a version of qx5: ${line}")
+endif()
+if(NOT CMAKE_MATCH_1 STREQUAL VERSION)
+  message(FATAL_ERROR "debian/changelog is of version ${CMAKE_MATCH_1}, CMakeLists.txt of ${VERSION}")
+endif()
+
+file(READ "${SOURCE}/debian/control" control)
+string(REGEX MATCH "Build-Depends:\n([^\n:]+(:any)?,\n| [^\n]*,\n)+" needs "${control}")
+string(REGEX REPLACE "Build-Depends:\n|\\([^)]*\\)|:any" "" needs "${needs}")
+string(REGEX MATCHALL "[a-z0-9+.-]+" needs "${needs}")
+list(LENGTH needs count)
+if(count LESS 15)
+  message(FATAL_ERROR "debian/control needs too little to build: ${needs}")
+endif()
+list(REMOVE_ITEM needs debhelper-compat)
+file(READ "${SOURCE}/dev" dev)
+string(REGEX MATCHALL "[a-z0-9+.-]+" installed "${dev}")
+foreach(package IN LISTS needs)
+  if(NOT package IN_LIST installed)
+    message(FATAL_ERROR "a package's build needs ${package}, which ./dev does not install")
+  endif()
+endforeach()
+
+# The library's name holds the contract's version.
+string(REGEX MATCH "^[0-9]+\\.[0-9]+" series "${CONTRACT}")
+if(NOT control MATCHES "\nPackage: libvordalhost${series}\n" OR NOT EXISTS "${SOURCE}/debian/libvordalhost${series}.install")
+  message(FATAL_ERROR "the contract is of version ${CONTRACT}, and debian/ has no libvordalhost${series}")
+endif()
