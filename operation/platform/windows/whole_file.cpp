@@ -1,6 +1,8 @@
 // Replaces a file by moving another one into its place, on Windows.
 #include "operation/platform/whole_file.h"
 
+#include "reference_host/platform/replace_file.h"
+
 #include <windows.h>
 
 #include <atomic>
@@ -27,27 +29,27 @@ bool WriteAll(HANDLE file, std::string_view text)
 
 bool WriteWholeFile(std::filesystem::path const& file, std::string_view text, std::string& error)
 {
-    auto const fail = [&](DWORD reason) {
-        error = "cannot be written: " + std::system_category().message(static_cast<int>(reason));
+    auto const fail = [&](std::error_code const& reason) {
+        error = "cannot be written: " + reason.message();
         return false;
     };
+    auto const last = [] { return std::error_code(static_cast<int>(GetLastError()), std::system_category()); };
     static std::atomic<unsigned> number = 0;
     auto beside = file;
     beside += "." + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++number);
     HANDLE const handle =
         CreateFileW(beside.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (handle == INVALID_HANDLE_VALUE) {
-        return fail(GetLastError());
+        return fail(last());
     }
-    DWORD reason = WriteAll(handle, text) ? 0 : GetLastError();
-    if (CloseHandle(handle) == 0 && reason == 0) {
-        reason = GetLastError();
+    auto reason = WriteAll(handle, text) ? std::error_code() : last();
+    if (CloseHandle(handle) == 0 && !reason) {
+        reason = last();
     }
-    if (reason == 0 &&
-        MoveFileExW(beside.c_str(), file.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0) {
-        reason = GetLastError();
+    if (!reason) {
+        reason = vordal::platform::PutInPlace(beside, file);
     }
-    if (reason == 0) {
+    if (!reason) {
         return true;
     }
     DeleteFileW(beside.c_str());
