@@ -6,8 +6,8 @@
 #include <utility>
 
 #include <simulator/hosts.h>
+#include <simulator/platform/socket_filter.h>
 #include <simulator/plural.h>
-#include <simulator/socket_filter.h>
 
 namespace qx5::simulator {
 

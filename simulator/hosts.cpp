@@ -7,7 +7,7 @@
 #include <utility>
 
 #include <simulator/platform/port_reuse.h>
-#include <simulator/socket_filter.h>
+#include <simulator/platform/socket_filter.h>
 
 namespace qx5::simulator {
 

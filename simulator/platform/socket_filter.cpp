@@ -1,5 +1,5 @@
 // Linux filters what arrives for a socket.
-#include <simulator/socket_filter.h>
+#include <simulator/platform/socket_filter.h>
 
 #include <linux/filter.h>
 #include <sys/socket.h>

@@ -249,6 +249,9 @@ def an_interrupt_ends_in_order(programs: Programs) -> None:
 
 
 def what_is_left_out_says_so(programs: Programs) -> None:
+    with programs.sonar() as (sonar, _):
+        out, _ = sonar.communicate(b"misbehave vanish\nquit\n", timeout=LIMIT)
+        assert b"this system filters no sockets for this program, which vanishing takes\n" in out, out
     for command in (["fleet", "list", "--broker", "mqtt://127.0.0.1:1", "--group", "north"],
                     ["broker-setup", "folder", "--group", "north", "--vessel", "Vega"],
                     ["serve", "project.qx5"]):

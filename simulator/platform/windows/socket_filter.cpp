@@ -1,5 +1,5 @@
 // What arrives for a socket is not filtered on Windows.
-#include <simulator/socket_filter.h>
+#include <simulator/platform/socket_filter.h>
 
 namespace qx5::simulator {
 
