@@ -9,9 +9,11 @@
 #include "operation/transmit_lock.h"
 #include "output.h"
 #include "platform/memory_reserve.h"
+#include "platform/standard_streams.h"
 
 #include "reference_host/common/library_version.h"
 #include "reference_host/common/log_settings.h"
+#include "reference_host/common/path_text.h"
 
 #include <algorithm>
 #include <array>
@@ -48,7 +50,7 @@ void AddLogOptions(CLI::App& command, LogOptions& log)
 void BeginLog(LogOptions const& log)
 {
     auto const level = std::find(LogLevels.begin(), LogLevels.end(), log.level) - LogLevels.begin();
-    vordal::BeginLog({.least = static_cast<vordal::LogLevel>(level), .file = log.file});
+    vordal::BeginLog({.least = static_cast<vordal::LogLevel>(level), .file = vordal::PathOf(log.file)});
 }
 
 using Runs = std::function<void(CLI::App*, std::function<void()>)>;
@@ -686,6 +688,8 @@ int RunCommandLine(int argc, char** argv)
 {
     CLI::App app{"qx5 operates x5 sonars: it runs a host with the plug-in, a simulated sonar, and tools for records."};
     app.name("qx5");
+    // What begins with a slash is a file's name on every platform.
+    app.allow_windows_style_options(false);
     app.require_subcommand(1);
     if (std::string const unfit = vordal::UnfitLibrary(QX5_VERSION); !unfit.empty()) {
         return Complain(ExitFailed, unfit);
@@ -1008,7 +1012,8 @@ int RunCommandLine(int argc, char** argv)
     bool writesPages = false;
     docsCommand->add_flag("--man", writesPages, "Write the manual pages in place of the tables, without any sends");
     runsHost(docsCommand, [&] {
-        code = writesPages ? WriteManPages(docs.folder, DescribeCommand(app), VersionOf(facts)) : Docs(docs);
+        code = writesPages ? WriteManPages(vordal::PathOf(docs.folder), DescribeCommand(app), VersionOf(facts))
+                           : Docs(docs);
     });
 
     std::string shellName;
@@ -1055,5 +1060,6 @@ int main(int argc, char** argv)
 {
     qx5::cli::MemoryReserve const reserve;
     qx5::cli::BeginOutput();
-    return qx5::cli::EndOutput(qx5::cli::RunCommandLine(argc, argv));
+    qx5::cli::ProgramArguments arguments(argc, argv);
+    return qx5::cli::EndOutput(qx5::cli::RunCommandLine(arguments.Count(), arguments.Words()));
 }

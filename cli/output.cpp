@@ -2,10 +2,10 @@
 #include "cli/output.h"
 
 #include "cli/commands.h"
+#include "cli/platform/standard_streams.h"
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <string>
 #include <system_error>
@@ -66,9 +66,7 @@ void TellOnce()
 
 void BeginOutput()
 {
-#ifdef SIGPIPE
-    std::signal(SIGPIPE, SIG_IGN);
-#endif
+    PrepareStandardStreams();
 }
 
 void Say(std::string_view text) noexcept

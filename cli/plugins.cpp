@@ -4,6 +4,7 @@
 #include "platform/executable_path.h"
 
 #include "reference_host/common/log.h"
+#include "reference_host/common/path_text.h"
 #include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_set.h"
 #include "reference_host/project/live_host.h"
@@ -45,10 +46,13 @@ std::filesystem::path ModulesFolder()
 
 std::vector<std::filesystem::path> PluginFiles(std::vector<std::string> const& told)
 {
-    std::vector<std::filesystem::path> files(told.begin(), told.end());
+    std::vector<std::filesystem::path> files;
+    for (auto const& each : told) {
+        files.push_back(vordal::PathOf(each));
+    }
     for (auto const& module : vordal::FindModules(ModulesFolder())) {
         auto const isTold = [&](std::string const& each) {
-            return std::filesystem::path(each).filename() == module.filename();
+            return vordal::PathOf(each).filename() == module.filename();
         };
         if (std::none_of(told.begin(), told.end(), isTold)) {
             files.push_back(module);

@@ -1,6 +1,7 @@
 // Reads scenes, one value after the other, each with its place.
 #include "scene_file.h"
 
+#include "reference_host/common/path_text.h"
 #include "json/json_parser.h"
 #include "json/json_read.h"
 
@@ -121,10 +122,10 @@ acoustics::Result<acoustics::Scene> ReadSceneFile(std::string const& file)
         return acoustics::Failure{fmt::format("{}: {}", QuoteForMessage(file, 200), reason)};
     };
     std::error_code error;
-    if (std::filesystem::is_directory(file, error)) {
+    if (std::filesystem::is_directory(vordal::PathOf(file), error)) {
         return refused("this is a folder, no scene");
     }
-    std::ifstream stream(file, std::ios::binary);
+    std::ifstream stream(vordal::PathOf(file), std::ios::binary);
     std::string document(GreatestSceneFile + 1, '\0');
     stream.read(document.data(), static_cast<std::streamsize>(document.size()));
     if (stream.bad() || (stream.fail() && !stream.eof())) {

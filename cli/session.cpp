@@ -131,7 +131,7 @@ Session::~Session()
 
 bool Session::LoadPlugin(std::string const& path, std::string& error)
 {
-    if (!m_host.LoadPlugIn(path, error)) {
+    if (!m_host.LoadPlugIn(vordal::PathOf(path), error)) {
         return false;
     }
     CString& deviceClass = m_project.devices.front().className;
@@ -145,8 +145,9 @@ bool Session::LoadPlugin(std::string const& path, std::string& error)
 bool Session::OpenProject(std::string const& file, bool isSimulated, std::string& error)
 {
     try {
-        m_store = std::make_unique<vordal::ProjectStore>(file);
-        m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(file));
+        auto const path = vordal::PathOf(file);
+        m_store = std::make_unique<vordal::ProjectStore>(path);
+        m_host.SetProjectFolder(FILE_SONAR_TARGETS, vordal::FolderOf(path));
         vordal::StoredProject const stored = m_store->Load();
         m_project.toldLimits = stored.toldLimits;
         m_desk.Lock().SetLocked(stored.transmitLocked && !isSimulated);

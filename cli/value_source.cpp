@@ -1,8 +1,7 @@
 // Where `qx5 get` and `qx5 watch` have the values of a sonar from.
 #include "cli/value_source.h"
 
-#include "cli/fleet_use.h"
-#include "cli/output.h"
+#include "cli/fleet_values.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
 #include "reference_host/platform/wake_handle.h"
@@ -131,51 +130,13 @@ private:
     Session m_session;
 };
 
-/// What a sonar of a fleet tells its vessel, which tells it the shore.
-class FleetValues final : public ValueSource
-{
-public:
-    FleetValues(ValueTarget const& target, std::vector<std::string> const& keys, std::chrono::milliseconds limit)
-        : m_watch(keys), m_use(*target.fleet, PlaceIn(target.device)),
-          m_sonar(m_use.AwaitSonar(PlaceIn(target.device), limit))
-    {
-    }
-
-    int Handle() const override { return m_use.Handle(); }
-    bool IsComplete() const override { return m_hasLooked && m_watch.IsEmpty(); }
-
-    std::optional<shell::ToldValue> Take() override
-    {
-        if (m_watch.IsEmpty()) {
-            m_use.Clear();
-            auto const state = m_use.Get().Sonar(m_sonar);
-            if (std::exchange(m_freshness, state->freshness) != state->freshness) {
-                // Values say nothing of their age; whoever reads them is to know.
-                SayError(fmt::format("qx5: {} is {}{}\n", TextOf(m_sonar), fleet::ToText(state->freshness),
-                                     state->reason.empty() ? " again" : ": " + state->reason));
-            }
-            m_watch.See(state->tree);
-            m_hasLooked = true;
-        }
-        auto const* const row = m_watch.Take();
-        return row != nullptr ? std::optional(shell::Tell(TextOf(m_sonar), CExTime::GetCurTime(), *row)) : std::nullopt;
-    }
-
-private:
-    shell::ValueWatch m_watch;
-    bool m_hasLooked = false;
-    fleet::Freshness m_freshness = fleet::Freshness::Current;
-    FleetUse m_use;
-    fleet::Place const m_sonar;
-};
-
 } // namespace
 
 std::unique_ptr<ValueSource> MakeValueSource(ValueTarget const& target, std::vector<std::string> const& keys,
                                              bool watches, std::chrono::milliseconds limit)
 {
     if (target.fleet) {
-        return std::make_unique<FleetValues>(target, keys, limit);
+        return MakeFleetValues(target, keys, limit);
     }
     if (target.sonar.empty()) {
         return std::make_unique<RunningValues>(target, keys, watches, limit);

@@ -24,7 +24,7 @@ endfunction()
 
 # qx5_every_source_is_built(folder...): to be called last. A folder "fixture" holds a project of its own.
 function(qx5_every_source_is_built)
-  set(built)
+  get_property(built GLOBAL PROPERTY QX5_SOURCES_NOT_BUILT_HERE)
   qx5_collect_sources("${PROJECT_SOURCE_DIR}" built)
   foreach(folder IN LISTS ARGN)
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")

@@ -41,20 +41,22 @@ function(qx5_take_precompiled target name)
   endif()
 endfunction()
 
-# qx5_compile_together(target [ALONE source...]): its sources four at a time, which spares the compiler most of what they
-# repeat of templates, and still compiles soon when one has changed. ALONE: those that name something as another does.
-option(QX5_TOGETHER "Compile sources four at a time where headers are precompiled" ${QX5_PRECOMPILES})
+# qx5_compile_together(target [ALONE source...]): its sources some at a time, which spares the compiler most of what they
+# repeat of templates. Four still compile soon when one has changed; a build that is made once takes more. ALONE: those
+# that name something as another does.
+option(QX5_TOGETHER "Compile sources some at a time where headers are precompiled" ${QX5_PRECOMPILES})
+set(QX5_TOGETHER_AT_ONCE 4 CACHE STRING "How many")
 function(qx5_compile_together target)
   cmake_parse_arguments(ARG "" "" "ALONE" ${ARGN})
   if(QX5_PRECOMPILES AND QX5_TOGETHER)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 4)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${QX5_TOGETHER_AT_ONCE})
     set_source_files_properties(${ARG_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   endif()
 endfunction()
 
 # A program of the tests links in less than half the time.
 find_program(QX5_GOLD_LINKER ld.gold)
-if(QX5_PRECOMPILES AND QX5_GOLD_LINKER)
+if(QX5_PRECOMPILES AND QX5_GOLD_LINKER AND CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF")
   add_link_options(-fuse-ld=gold)
 endif()
 

@@ -238,7 +238,7 @@ std::string RefusePresetName(std::string_view name)
     if (text.empty()) {
         return "a preset needs a name";
     }
-    if (text.size() > longestName) {
+    if (protocol::CountCodePoints(text) > longestName) {
         return fmt::format("a preset's name has no more than {} characters", longestName);
     }
     if (std::any_of(text.begin(), text.end(), [](wchar_t c) { return c < 0x20 || c == 0x7F || c == 0xFFFD; })) {

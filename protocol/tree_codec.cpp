@@ -70,11 +70,7 @@ void TreeWriter::Text(std::wstring_view text)
         m_bytes.insert(m_bytes.end(), text.begin(), text.end());
         return;
     }
-    std::size_t characters = 0;
-    for (std::size_t at = 0; at < text.size(); ++characters) {
-        NextCodePoint(text, at);
-    }
-    Number(characters);
+    Number(CountCodePoints(text));
     for (std::size_t at = 0; at < text.size();) {
         Number(NextCodePoint(text, at));
     }

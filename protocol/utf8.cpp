@@ -115,6 +115,32 @@ char32_t NextCodePoint(std::wstring_view text, std::size_t& at)
     return unit;
 }
 
+std::size_t CountCodePoints(std::wstring_view text)
+{
+    if constexpr (sizeof(wchar_t) > 2) {
+        return text.size();
+    } else {
+        std::size_t count = 0;
+        for (std::size_t at = 0; at < text.size(); ++count) {
+            NextCodePoint(text, at);
+        }
+        return count;
+    }
+}
+
+std::size_t FindCodePoint(std::wstring_view text, std::size_t number)
+{
+    if constexpr (sizeof(wchar_t) > 2) {
+        return std::min(number, text.size());
+    } else {
+        std::size_t at = 0;
+        for (; number > 0 && at < text.size(); --number) {
+            NextCodePoint(text, at);
+        }
+        return at;
+    }
+}
+
 void AppendCodePoint(std::wstring& text, char32_t codePoint)
 {
     if constexpr (sizeof(wchar_t) == 2) {

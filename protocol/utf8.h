@@ -46,6 +46,12 @@ void AppendUtf8(std::string& text, char32_t codePoint);
 /// `wchar_t` has 16 bits, otherwise the unit as it is.
 char32_t NextCodePoint(std::wstring_view text, std::size_t& at);
 
+/// How many code points NextCodePoint reads: the number of characters, which is the same on every platform.
+std::size_t CountCodePoints(std::wstring_view text);
+
+/// Where the code point of that number stands, from 0 on; the text's size where it has no more than that.
+std::size_t FindCodePoint(std::wstring_view text, std::size_t number);
+
 /// Appends as NextCodePoint reads; where `wchar_t` has 16 bits, a number beyond U+10FFFF becomes U+FFFD.
 void AppendCodePoint(std::wstring& text, char32_t codePoint);
 

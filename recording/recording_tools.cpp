@@ -227,7 +227,7 @@ void AddMark(std::filesystem::path const& file, std::string const& text, std::ui
         writer.File().Sync();
     }
     std::filesystem::permissions(beside, std::filesystem::status(target).permissions(), error);
-    if (auto const problem = vordal::platform::ReplaceFile(beside, target)) {
+    if (auto const problem = vordal::platform::PutInPlace(beside, target)) {
         throw RecordingError(fmt::format("{}: cannot be replaced: {}", file.string(), problem.message()));
     }
     made.Keep();

@@ -114,7 +114,7 @@ void ShellClient::Ask(Question const& question)
 
 int ShellClient::Handle() const
 {
-    return m_body->socket.native_handle();
+    return static_cast<int>(m_body->socket.native_handle());
 }
 
 std::optional<std::string> ShellClient::TakeLine()

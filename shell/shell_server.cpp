@@ -259,7 +259,7 @@ private:
 
     void Take(Local::socket socket)
     {
-        if (!platform::IsOfSameUser(socket.native_handle())) {
+        if (!platform::IsOfSameUser(static_cast<int>(socket.native_handle()))) {
             return;
         }
         auto const connection = std::make_shared<Connection>(std::move(socket));

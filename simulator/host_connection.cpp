@@ -6,8 +6,8 @@
 #include <utility>
 
 #include <simulator/hosts.h>
+#include <simulator/platform/socket_filter.h>
 #include <simulator/plural.h>
-#include <simulator/socket_filter.h>
 
 namespace qx5::simulator {
 
@@ -46,7 +46,7 @@ void HostConnection::CloseWhereOverflown()
 
 bool HostConnection::DropWhatArrives(bool drop)
 {
-    return simulator::DropWhatArrives(m_socket.native_handle(), drop);
+    return simulator::DropWhatArrives(static_cast<int>(m_socket.native_handle()), drop);
 }
 
 void HostConnection::AddTo(ServerCounts& counts) const

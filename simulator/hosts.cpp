@@ -6,7 +6,8 @@
 #include <system_error>
 #include <utility>
 
-#include <simulator/socket_filter.h>
+#include <simulator/platform/port_reuse.h>
+#include <simulator/platform/socket_filter.h>
 
 namespace qx5::simulator {
 
@@ -59,10 +60,7 @@ bool Hosts::Listen(asio::error_code& error)
     if (error) {
         return false;
     }
-#ifndef _WIN32
-    // There the option would let two programs listen on one port.
-    m_acceptor.set_option(tcp::acceptor::reuse_address(true), ignored);
-#endif
+    ReusePort(static_cast<int>(m_acceptor.native_handle()));
     m_acceptor.bind(m_endpoint, error);
     if (!error) {
         m_acceptor.listen(asio::socket_base::max_listen_connections, error);
@@ -73,7 +71,7 @@ bool Hosts::Listen(asio::error_code& error)
     }
     m_endpoint = m_acceptor.local_endpoint(ignored); // keeps a port that the system chose
     if (m_failures.vanish) {
-        DropWhatArrives(m_acceptor.native_handle(), true);
+        DropWhatArrives(static_cast<int>(m_acceptor.native_handle()), true);
     }
     Accept();
     return true;
@@ -244,7 +242,7 @@ void Hosts::WriteOn()
 
 bool Hosts::Vanish(bool vanish)
 {
-    bool done = !IsListening() || DropWhatArrives(m_acceptor.native_handle(), vanish);
+    bool done = !IsListening() || DropWhatArrives(static_cast<int>(m_acceptor.native_handle()), vanish);
     for (ConnectionPointer const& connection : m_connections) {
         done = connection->DropWhatArrives(vanish) && done;
     }

@@ -1,7 +1,6 @@
 // The program around the simulated sonar.
 #include <simulator/run_simulator.h>
 
-#include <csignal>
 #include <istream>
 #include <ostream>
 #include <string>
@@ -32,29 +31,6 @@ bool SimulatorStop::IsRequested()
 {
     std::lock_guard const lock(m_mutex);
     return m_requested;
-}
-
-struct StopOnSignals::Implementation
-{
-    asio::io_context context{1};
-    asio::signal_set signals{context, SIGINT, SIGTERM};
-    std::thread thread;
-};
-
-StopOnSignals::StopOnSignals(SimulatorStop& stop) : m_implementation(std::make_unique<Implementation>())
-{
-    m_implementation->signals.async_wait([&stop](asio::error_code const& error, int) {
-        if (!error) {
-            stop.Request();
-        }
-    });
-    m_implementation->thread = std::thread([this] { m_implementation->context.run(); });
-}
-
-StopOnSignals::~StopOnSignals()
-{
-    m_implementation->context.stop();
-    m_implementation->thread.join();
 }
 
 namespace {

@@ -121,7 +121,7 @@ public:
         }
         if (m_misbehaviour.vanish && !before.vanish && !m_hosts.Vanish(true)) {
             m_misbehaviour = before;
-            answer = "this system lets this user not filter sockets, which vanishing takes; root may";
+            answer = "this system filters no sockets for this program, which vanishing takes";
             return false;
         }
         if (name == "collide") {

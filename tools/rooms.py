@@ -22,6 +22,8 @@ BEGIN, END = "<!-- rooms: written by tools/rooms.py -->\n", "<!-- end of the roo
 
 
 def room_of(folder: str) -> str:
+    # What a platform's room has for Windows is a part of it.
+    folder = folder.removesuffix("/windows") if folder.endswith("/platform/windows") else folder
     for whole in WHOLE:
         if folder == whole or folder.startswith(whole + "/"):
             return whole

@@ -4,6 +4,7 @@
 #include "cli/capture_file.h"
 #include "cli/capture_records.h"
 #include "cli/record_json.h"
+#include "reference_host/common/path_text.h"
 
 #include <protocol/frame_reader.h>
 #include <protocol/print.h>
@@ -235,7 +236,7 @@ int Decode(DecodeOptions const& options)
         if (file == "-") {
             code = DecodeStream(std::cin, "standard input", options);
         } else {
-            std::ifstream input(file, std::ios::binary);
+            std::ifstream input(vordal::PathOf(file), std::ios::binary);
             code = input ? DecodeStream(input, file, options)
                          : Complain(ExitWrong, fmt::format("{}: there is no such file, or it cannot be read", file));
         }

@@ -6,6 +6,7 @@
 #include "cli/documents/templates.h"
 #include "cli/plugins.h"
 #include "cli/session.h"
+#include "reference_host/common/path_text.h"
 #include <commands/catalogue.h>
 #include <commands/sample_request.h>
 
@@ -57,7 +58,7 @@ std::string CommandLines(protocol::FrameView const& frame)
 
 int Docs(DocsOptions const& options)
 {
-    std::filesystem::path const folder = options.folder;
+    auto const folder = vordal::PathOf(options.folder);
     std::error_code problem;
     std::filesystem::create_directories(folder, problem);
     std::string error;

@@ -2,6 +2,7 @@
 #include "cli/commands.h"
 
 #include "operation/action_log.h"
+#include "reference_host/common/path_text.h"
 
 #include <string>
 
@@ -23,16 +24,17 @@ int ShowLog(ShowLogOptions const& options)
     }
     vordal::LogDamage damage;
     try {
-        damage = vordal::ProjectStore::ReadActions(options.project, [&](vordal::StoredAction const& action) {
-            if (!isMeant(action)) {
-                return;
-            }
-            if (options.csv) {
-                fmt::print("{}\r\n", operation::CsvLine(action));
-            } else {
-                fmt::print("{}\n", options.json ? operation::JsonLine(action) : operation::PlainLine(action));
-            }
-        });
+        damage =
+            vordal::ProjectStore::ReadActions(vordal::PathOf(options.project), [&](vordal::StoredAction const& action) {
+                if (!isMeant(action)) {
+                    return;
+                }
+                if (options.csv) {
+                    fmt::print("{}\r\n", operation::CsvLine(action));
+                } else {
+                    fmt::print("{}\n", options.json ? operation::JsonLine(action) : operation::PlainLine(action));
+                }
+            });
     } catch (vordal::StoreError const& failure) {
         return Complain(ExitFailed, failure.what());
     }

@@ -1,6 +1,7 @@
 // `qx5 plugin`: loads a plug-in as a host does, tells what it registers, and takes it out again.
 #include "cli/commands.h"
 
+#include "reference_host/common/path_text.h"
 #include "reference_host/core/host.h"
 #include "reference_host/loader/plugin_loader.h"
 #include "json/json_value.h"
@@ -30,7 +31,7 @@ int Plugin(PluginOptions const& options)
     host.SetApplication({.guid = {}, .mainWindow = false, .lightMode = 4, .displays = {}});
     host.AddVessel({.number = 1, .name = L"Vessel", .configuration = {}});
     std::string error;
-    auto plugin = vordal::PlugIn::Load(options.file, error);
+    auto plugin = vordal::PlugIn::Load(vordal::PathOf(options.file), error);
     if (plugin == nullptr) {
         return Complain(ExitFailed, error);
     }

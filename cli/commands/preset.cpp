@@ -10,6 +10,7 @@
 #include "operation/preset_table.h"
 #include "reference_host/attributes/tree_account.h"
 #include "reference_host/attributes/tree_merge.h"
+#include "reference_host/common/path_text.h"
 
 #include <json/json_value.h>
 #include <json/value_json.h>
@@ -64,7 +65,7 @@ public:
     /// Throws Refusal when the options tell no project.
     explicit OpenShelf(PresetOptions const& options,
                        vordal::ProjectStore::Missing missing = vordal::ProjectStore::Missing::Refuse)
-        : m_store(FileOf(options), missing)
+        : m_store(vordal::PathOf(FileOf(options)), missing)
     {
     }
 
@@ -95,7 +96,7 @@ private:
 bool IsThere(std::string const& file)
 {
     std::error_code ignored;
-    return std::filesystem::exists(file, ignored);
+    return std::filesystem::exists(vordal::PathOf(file), ignored);
 }
 
 /// By its name in the project or, failing that, of a file.
@@ -106,7 +107,7 @@ std::optional<Preset> FindPreset(std::string const& name, PresetOptions const& o
             return preset;
         }
     }
-    return IsThere(name) ? std::optional(operation::ReadPresetFile(name)) : std::nullopt;
+    return IsThere(name) ? std::optional(operation::ReadPresetFile(vordal::PathOf(name))) : std::nullopt;
 }
 
 /// "is neither ..." for what FindPreset does not find; `alsoNot` is what else it could have been.
@@ -133,7 +134,7 @@ void WriteFile(Preset const& preset, PresetOptions const& options)
                                               QuoteForMessage(options.file, 200))};
     }
     try {
-        operation::WritePresetFile(options.file, preset);
+        operation::WritePresetFile(vordal::PathOf(options.file), preset);
     } catch (PresetError const& failure) {
         throw Refusal{ExitFailed, failure.what()};
     }
@@ -539,7 +540,7 @@ int PresetExport(PresetOptions const& options)
 int PresetImport(PresetOptions const& options)
 {
     return Guarded([&] {
-        Preset preset = operation::ReadPresetFile(options.file);
+        Preset preset = operation::ReadPresetFile(vordal::PathOf(options.file));
         if (!options.name.empty()) {
             CheckName(options.name);
             preset.name = options.name;

@@ -11,6 +11,7 @@
 #include "recording/recording_time.h"
 #include "recording/recording_tools.h"
 #include "recording/table_export.h"
+#include "reference_host/common/path_text.h"
 
 #include <optional>
 #include <utility>
@@ -75,7 +76,7 @@ int ExportAsScenario(RecordedSession& session, RecordingOptions const& options)
 int RecordingInfo(RecordingOptions const& options)
 {
     return RunOnRecording([&] {
-        RecordedSession session(options.file);
+        RecordedSession session(vordal::PathOf(options.file));
         auto const summary = session.Summary();
         fmt::print("{}", options.json ? recording::InfoJson(summary) + '\n' : recording::InfoText(summary));
         return ToldOf(session, options.file);
@@ -85,7 +86,7 @@ int RecordingInfo(RecordingOptions const& options)
 int RecordingList(RecordingOptions const& options)
 {
     return RunOnRecording([&] {
-        RecordedSession session(options.file);
+        RecordedSession session(vordal::PathOf(options.file));
         auto const range = RangeTold(session, options);
         using Way = vordal::RecordFilter::Way;
         vordal::RecordFilter const filter(fmt::format("{}", fmt::join(options.words, " ")),
@@ -107,8 +108,8 @@ int RecordingList(RecordingOptions const& options)
 int RecordingCut(RecordingOptions const& options)
 {
     return RunOnRecording([&] {
-        RecordedSession session(options.file);
-        recording::Cut(options.file, options.out, RangeTold(session, options));
+        RecordedSession session(vordal::PathOf(options.file));
+        recording::Cut(vordal::PathOf(options.file), vordal::PathOf(options.out), RangeTold(session, options));
         return ExitGood;
     });
 }
@@ -118,10 +119,10 @@ int RecordingMark(RecordingOptions const& options)
     return RunOnRecording([&] {
         std::uint64_t time = 0;
         {
-            RecordedSession session(options.file);
+            RecordedSession session(vordal::PathOf(options.file));
             time = MomentOf(session, "--at", options.at);
         }
-        recording::AddMark(options.file, options.text, time);
+        recording::AddMark(vordal::PathOf(options.file), options.text, time);
         return ExitGood;
     });
 }
@@ -129,7 +130,7 @@ int RecordingMark(RecordingOptions const& options)
 int RecordingCheck(RecordingOptions const& options)
 {
     return RunOnRecording([&] {
-        auto const result = recording::Check(options.file);
+        auto const result = recording::Check(vordal::PathOf(options.file));
         if (!result.isWhole) {
             return Complain(ExitFailed, result.line);
         }
@@ -144,7 +145,7 @@ int RecordingExport(RecordingOptions const& options)
         return Complain(ExitWrong, "recording export: one of --pcapng, --csv, --json and --scenario is required");
     }
     return RunOnRecording([&] {
-        RecordedSession session(options.file);
+        RecordedSession session(vordal::PathOf(options.file));
         if (!options.scenario.empty()) {
             return ExportAsScenario(session, options);
         }

@@ -14,6 +14,7 @@
 #include "cli/window/run_window.h"
 #endif
 #include "recording/recording_time.h"
+#include "reference_host/common/path_text.h"
 
 #include <fmt/format.h>
 
@@ -23,9 +24,9 @@ namespace {
 
 int ReplayAndCheck(ReplayOptions const& options)
 {
-    recording::RecordedSession session(options.file);
+    recording::RecordedSession session(vordal::PathOf(options.file));
     auto const range = RangeOf(session, options.file, options.from, options.to, options.sonar);
-    auto const result = CheckReplay(session, range, options.file, PluginPath(options.plugin),
+    auto const result = CheckReplay(session, range, options.file, vordal::PathOf(PluginPath(options.plugin)),
                                     [](std::string const& line) { fmt::print("{}\n", line); });
     fmt::print("{}: {} requests run again; {} records ({} bytes) and {} echoes compared, times apart: {}\n",
                options.file, result.requests, result.frames, result.bytes, result.echoes,
@@ -64,7 +65,7 @@ recording::RecordedRange RangeOfOne(recording::RecordedSession& session, ReplayO
 
 int ReplayTheSonar(ReplayOptions const& options)
 {
-    recording::RecordedSession session(options.file);
+    recording::RecordedSession session(vordal::PathOf(options.file));
     auto const range = RangeOfOne(session, options, "--sonar", options.sonar);
     recording::RecordingText text(session.Sonars());
     SonarReplayOptions replay;
@@ -104,7 +105,7 @@ int ReplayTheHost(ReplayOptions const& options)
     if (!ParseEndpoint(options.sonar, replay.host, replay.port, error)) {
         throw WrongUse("--sonar: " + error);
     }
-    recording::RecordedSession session(options.file);
+    recording::RecordedSession session(vordal::PathOf(options.file));
     auto const range = RangeOfOne(session, options, "--of", options.of);
     replay.plugin = PluginPath(options.plugin);
     replay.speed = options.speed;

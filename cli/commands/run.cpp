@@ -22,6 +22,7 @@
 #include "reference_host/attributes/tree_merge.h"
 #include "reference_host/common/failure.h"
 #include "reference_host/common/log.h"
+#include "reference_host/common/path_text.h"
 #include "shell/shell_server.h"
 
 #include <simulator/sonar_console.h>
@@ -318,7 +319,7 @@ public:
     {
         if (!options.record.empty()) {
             m_file = std::make_shared<recording::FlightRecorder>(
-                options.record, RecorderOptionsOf(options.facts, [](std::string const& line) {
+                vordal::PathOf(options.record), RecorderOptionsOf(options.facts, [](std::string const& line) {
                     SayError(fmt::format("qx5: {}\n", line));
                 }));
         }
@@ -337,7 +338,8 @@ public:
                 vordal::Log(vordal::LogLevel::Warning, "the black box records nothing any more: " + line);
             };
             vordal::LogFailureOf("there is no black box: ", [&] {
-                all.push_back(recording::BlackBox::Record(recording::BlackBoxOf(m_options.project), m_options.blackBox,
+                all.push_back(recording::BlackBox::Record(recording::BlackBoxOf(vordal::PathOf(m_options.project)),
+                                                          m_options.blackBox,
                                                           RecorderOptionsOf(m_options.facts, tell)));
             });
         }

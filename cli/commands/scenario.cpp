@@ -3,6 +3,7 @@
 
 #include "cli/plugins.h"
 #include "cli/scenario/scenario_command.h"
+#include "reference_host/common/path_text.h"
 
 #include <iostream>
 
@@ -15,7 +16,7 @@ int Scenario(ScenarioCommandOptions const& options)
     run.check = options.check;
     run.json = options.json;
     run.junit = options.junit;
-    run.plugin = PluginPath(options.plugin);
+    run.plugin = vordal::PathOf(PluginPath(options.plugin));
     return RunScenarios(run, std::cin, std::cout, std::cerr);
 }
 

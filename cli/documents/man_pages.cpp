@@ -22,7 +22,7 @@ std::vector<std::string> LinesOf(std::string_view text)
     return lines;
 }
 
-std::string Trimmed(std::string_view text)
+std::string TrimmedCell(std::string_view text)
 {
     auto const first = text.find_first_not_of(" \t");
     auto const last = text.find_last_not_of(" \t");
@@ -121,7 +121,7 @@ std::vector<std::string> CellsOf(std::string_view line)
     for (char const c : line.substr(1)) {
         isCode = isCode != (c == '`');
         if (c == '|' && !isCode) {
-            cells.push_back(Trimmed(cell));
+            cells.push_back(TrimmedCell(cell));
             cell.clear();
         } else {
             cell += c;
@@ -148,17 +148,18 @@ public:
     {
         while (m_at < m_lines.size()) {
             std::string const& line = m_lines[m_at];
-            if (Trimmed(line).empty() || line.starts_with("<!--")) {
+            if (TrimmedCell(line).empty() || line.starts_with("<!--")) {
                 ++m_at;
             } else if (line.starts_with("#")) {
-                m_roff += ".SS " + Inline(Trimmed(line.substr(line.find_first_not_of('#')))) + "\n";
+                m_roff += ".SS " + Inline(TrimmedCell(line.substr(line.find_first_not_of('#')))) + "\n";
                 ++m_at;
             } else if (line.starts_with("```")) {
                 ++m_at;
                 Code([](std::string const& each) { return each.starts_with("```"); }, 0);
                 ++m_at;
             } else if (line.starts_with("    ")) {
-                Code([](std::string const& each) { return !each.starts_with("    ") && !Trimmed(each).empty(); }, 4);
+                Code([](std::string const& each) { return !each.starts_with("    ") && !TrimmedCell(each).empty(); },
+                     4);
             } else if (line.starts_with("|")) {
                 Table();
             } else if (line.starts_with("- ")) {
@@ -184,7 +185,7 @@ private:
         std::string blank;
         for (; m_at < m_lines.size() && !ends(m_lines[m_at]); ++m_at) {
             std::string const& line = m_lines[m_at];
-            if (Trimmed(line).empty()) {
+            if (TrimmedCell(line).empty()) {
                 blank += "\n";
             } else {
                 code += std::exchange(blank, {}) + Guarded(Typed(line.substr(indent))) + "\n";
@@ -225,7 +226,7 @@ private:
     {
         std::string text;
         for (bool isFirst = true; m_at < m_lines.size(); ++m_at, isFirst = false) {
-            std::string const line = Trimmed(m_lines[m_at]);
+            std::string const line = TrimmedCell(m_lines[m_at]);
             bool const isAnother =
                 line.empty() || line.starts_with("|") || line.starts_with("```") || line.starts_with("#") ||
                 (m_lines[m_at].find_first_not_of(' ') < indent + 1 && (line.starts_with("- ") || IsNumbered(line)));
@@ -235,7 +236,7 @@ private:
             text += (text.empty() ? "" : " ") + line;
         }
         // Of the whole, as what is emphasised may go on in the next line; then in lines of a length to be looked at.
-        std::string const whole = Trimmed(Inline(text));
+        std::string const whole = TrimmedCell(Inline(text));
         return whole.empty() ? std::string() : Guarded(whole) + "\n";
     }
 
@@ -259,7 +260,7 @@ std::string Chapter(std::string_view manual, std::string const& name)
         }
         if (level != 0) {
             text += line + "\n";
-        } else if (marks != 0 && Trimmed(line.substr(marks)) == name) {
+        } else if (marks != 0 && TrimmedCell(line.substr(marks)) == name) {
             level = marks;
         }
     }

@@ -105,7 +105,10 @@ std::unique_ptr<ProjectLock> ProjectLock::Take(std::filesystem::path const& proj
                                           self.machineId, self.startId);
             bool const isWritten = ::write(handle, text.data(), text.size()) == static_cast<ssize_t>(text.size());
             ::close(handle);
-            std::unique_ptr<ProjectLock> lock(new ProjectLock(file));
+            std::unique_ptr<ProjectLock> lock(new ProjectLock([file] {
+                std::error_code ignored;
+                std::filesystem::remove(file, ignored);
+            }));
             if (isWritten) {
                 return lock;
             }
@@ -130,8 +133,7 @@ std::unique_ptr<ProjectLock> ProjectLock::Take(std::filesystem::path const& proj
 
 ProjectLock::~ProjectLock()
 {
-    std::error_code ignored;
-    std::filesystem::remove(m_file, ignored);
+    m_release();
 }
 
 } // namespace qx5::cli

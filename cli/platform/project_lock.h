@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -19,9 +20,9 @@ public:
     ~ProjectLock();
 
 private:
-    explicit ProjectLock(std::filesystem::path file) : m_file(std::move(file)) {}
+    explicit ProjectLock(std::function<void()> release) : m_release(std::move(release)) {}
 
-    std::filesystem::path const m_file;
+    std::function<void()> const m_release;
 };
 
 } // namespace qx5::cli

@@ -1,14 +1,9 @@
-// Whether a person sits at the other end of a standard stream, and single keys of the keyboard, on each platform.
+// Whether a person sits at the other end of a standard stream, and single keys of the keyboard, on POSIX systems.
 #include "terminal.h"
 
 #include <cstdio>
 #include <cstdlib>
 
-#if defined(_WIN32)
-#include <conio.h>
-#include <io.h>
-#include <iostream>
-#else
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -19,48 +14,13 @@
 #include <poll.h>
 #include <termios.h>
 #include <unistd.h>
-#endif
 
 namespace qx5::cli {
 
 bool IsTerminal(Stream stream)
 {
-#if defined(_WIN32)
-    return _isatty(_fileno(stream == Stream::Input ? stdin : stdout)) != 0;
-#else
     return isatty(stream == Stream::Input ? STDIN_FILENO : STDOUT_FILENO) != 0;
-#endif
 }
-
-#if defined(_WIN32)
-
-std::optional<std::string> InputLines::Read()
-{
-    std::string line;
-    return std::getline(std::cin, line) ? std::optional(line) : std::nullopt;
-}
-
-// The console hands out single keys without a change of its mode.
-Keyboard::Keyboard(int end) : m_end(end) {}
-Keyboard::~Keyboard() = default;
-
-std::optional<int> Keyboard::Read()
-{
-    int const key = _getch();
-    if (key != 0 && key != 0xE0) {
-        return key;
-    }
-    switch (_getch()) {
-    case 'H':
-        return KeyUp;
-    case 'P':
-        return KeyDown;
-    default:
-        return KeyOther;
-    }
-}
-
-#else
 
 namespace {
 
@@ -221,7 +181,5 @@ std::optional<int> Keyboard::Read()
     }
     return !isPlain ? KeyOther : last == 'A' ? KeyUp : KeyDown;
 }
-
-#endif
 
 } // namespace qx5::cli

@@ -1,6 +1,8 @@
 // A sonar on the network that only tells.
 #include "replay_server.h"
 
+#include "simulator/platform/port_reuse.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -36,10 +38,7 @@ public:
         asio::error_code error;
         tcp::endpoint const endpoint(asio::ip::address_v4::loopback(), m_options.port);
         m_acceptor.open(endpoint.protocol(), error);
-#ifndef _WIN32
-        // There the option would let two programs listen on one port.
-        m_acceptor.set_option(tcp::acceptor::reuse_address(true), error);
-#endif
+        simulator::ReusePort(static_cast<int>(m_acceptor.native_handle()));
         m_acceptor.bind(endpoint, error);
         if (!error) {
             m_acceptor.listen(asio::socket_base::max_listen_connections, error);
@@ -73,10 +72,7 @@ public:
         m_thread.join();
     }
 
-    std::uint16_t Port() const
-    {
-        return m_port;
-    }
+    std::uint16_t Port() const { return m_port; }
 
     void Tell(std::span<unsigned char const> frame)
     {
@@ -124,10 +120,7 @@ public:
         return m_hostsSoFar;
     }
 
-    std::uint64_t BytesRead() const
-    {
-        return m_bytesRead.load();
-    }
+    std::uint64_t BytesRead() const { return m_bytesRead.load(); }
 
 private:
     struct Host

@@ -1,5 +1,6 @@
 // The XML of a report.
 #include "cli/scenario/junit_report.h"
+#include "reference_host/common/path_text.h"
 
 #include <protocol/utf8.h>
 
@@ -146,7 +147,7 @@ std::string JunitReport::Text() const
 bool JunitReport::Write(std::string const& file, std::string& problem) const
 {
     errno = 0;
-    std::ofstream stream(file, std::ios::binary);
+    std::ofstream stream(vordal::PathOf(file), std::ios::binary);
     stream << Text();
     stream.close();
     if (!stream) {

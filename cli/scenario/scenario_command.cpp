@@ -4,6 +4,7 @@
 #include "cli/scenario/junit_report.h"
 #include "cli/scenario/scenario_reader.h"
 #include "cli/scenario/scenario_run.h"
+#include "reference_host/common/path_text.h"
 #include "json/event_difference.h"
 #include "json/json_parser.h"
 
@@ -182,11 +183,12 @@ private:
         errno = 0;
         std::error_code ignored;
         std::ifstream stream;
-        bool const isFolder = std::filesystem::is_directory(file, ignored);
+        auto const path = vordal::PathOf(file);
+        bool const isFolder = std::filesystem::is_directory(path, ignored);
         if (!isFolder) {
-            stream.open(file, std::ios::binary);
+            stream.open(path, std::ios::binary);
         }
-        auto const size = std::filesystem::file_size(file, ignored);
+        auto const size = std::filesystem::file_size(path, ignored);
         auto text = stream.is_open() ? ReadStream(stream, ignored ? 0 : size) : std::nullopt;
         if (!text.has_value()) {
             auto const* reason = isFolder ? "it is a folder" : errno != 0 ? std::strerror(errno) : "reading failed";

@@ -4,8 +4,9 @@
 #if defined(_WIN32)
 #if defined(VORDAL_HOST_BUILD)
 #define VORDAL_API __declspec(dllexport)
-#else
-#define VORDAL_API __declspec(dllimport)
+#else // The linker of GCC finds what comes from another module; so a library that host and plug-ins share is compiled
+      // once.
+#define VORDAL_API
 #endif
 #define VORDAL_API_ENUM
 #define VORDAL_PLUGIN_EXPORT __declspec(dllexport)

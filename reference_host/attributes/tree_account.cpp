@@ -2,6 +2,7 @@
 #include "tree_account.h"
 
 #include <VordalAttributesR/CVordalType.h>
+#include <protocol/utf8.h>
 
 #include <algorithm>
 #include <utility>
@@ -9,13 +10,18 @@
 
 namespace vordal {
 
+std::size_t BytesOf(std::wstring_view text)
+{
+    return qx5::protocol::CountCodePoints(text) * 4;
+}
+
 std::size_t BytesOf(CVordalType const& value)
 {
     switch (value.Kind()) {
     case VordalKind::String: {
         CString text;
         value.Get(text);
-        return text.View().size() * 4;
+        return BytesOf(text.View());
     }
     case VordalKind::IntList: {
         std::vector<int> list;
@@ -41,7 +47,7 @@ TreeSize SizeOf(CAttributeMap const& tree)
         pending.pop_back();
         for (CAttributeMap const& child : *branch) {
             ++size.keys;
-            size.bytes += child.KeyText().size() * 4 + BytesOf(child.Value());
+            size.bytes += BytesOf(child.KeyText()) + BytesOf(child.Value());
             if (child.Count() > 0) {
                 pending.push_back(&child);
             }

@@ -23,6 +23,8 @@ inline constexpr std::size_t BytesOfAnyKey = 256;
 
 /// All below the root, at any depth.
 VORDAL_API TreeSize SizeOf(CAttributeMap const& tree);
+/// Of a text: 4 for each character, which is the same on every platform.
+VORDAL_API std::size_t BytesOf(std::wstring_view text);
 /// The bytes of a value alone.
 VORDAL_API std::size_t BytesOf(CVordalType const& value);
 

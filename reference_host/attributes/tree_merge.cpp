@@ -73,7 +73,7 @@ public:
     /// So many nodes of the key of `given` are to be made, the last one with its value; its children follow one by one.
     bool AdmitKeys(CAttributeMap const& given, std::size_t count)
     {
-        TreeSize const more{count, count * given.KeyText().size() * 4 + BytesOf(given.Value())};
+        TreeSize const more{count, count * BytesOf(given.KeyText()) + BytesOf(given.Value())};
         if (Admit(more)) {
             return true;
         }

@@ -1,6 +1,7 @@
 // The host's log, on spdlog.
 #include "reference_host/common/log_settings.h"
 
+#include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
@@ -16,7 +17,10 @@ namespace {
 
 std::shared_ptr<spdlog::logger> MakeLogger(spdlog::sink_ptr sink)
 {
-    return std::make_shared<spdlog::logger>("vordalhost", std::move(sink));
+    auto logger = std::make_shared<spdlog::logger>("vordalhost", std::move(sink));
+    // Lines end in the same way on every platform.
+    logger->set_formatter(std::make_unique<spdlog::pattern_formatter>(spdlog::pattern_time_type::local, "\n"));
+    return logger;
 }
 
 struct LogState
@@ -79,7 +83,7 @@ void BeginLog(LogSettings const& settings)
         if (settings.file.empty()) {
             sink = std::make_shared<spdlog::sinks::stderr_sink_mt>();
         } else {
-            sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(settings.file.string(), settings.fileBytes,
+            sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(settings.file.native(), settings.fileBytes,
                                                                           settings.filesAside);
         }
     } catch (spdlog::spdlog_ex const& failure) {

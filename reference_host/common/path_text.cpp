@@ -20,7 +20,11 @@ std::string Utf8Of(std::filesystem::path const& path)
 
 std::filesystem::path PathOf(CString const& text)
 {
-    auto const utf8 = qx5::protocol::EncodeUtf8(text.View());
+    return PathOf(qx5::protocol::EncodeUtf8(text.View()));
+}
+
+std::filesystem::path PathOf(std::string_view utf8)
+{
     return std::u8string(utf8.begin(), utf8.end());
 }
 

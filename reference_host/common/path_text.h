@@ -20,6 +20,8 @@ VORDAL_API std::string Utf8Of(std::filesystem::path const& path);
 
 /// The path of that text.
 VORDAL_API std::filesystem::path PathOf(CString const& text);
+/// Of UTF-8, as files are named on a command line and in documents.
+VORDAL_API std::filesystem::path PathOf(std::string_view utf8);
 
 /// The folder that a file lies in, from the root on and ended by the separator, as Host::SetProjectFolder takes it.
 VORDAL_API CString FolderOf(std::filesystem::path const& file);

@@ -119,7 +119,7 @@ void Connecting::HandOn()
     // A socket without this works, only slower to send.
     asio::error_code ignored;
     m_socket.set_option(tcp::no_delay(true), ignored);
-    platform::WatchLine(m_socket.native_handle(), m_options.watch);
+    platform::WatchLine(static_cast<int>(m_socket.native_handle()), m_options.watch);
     if (m_options.systemBufferBytes > 0) {
         m_socket.set_option(asio::socket_base::send_buffer_size(m_options.systemBufferBytes), ignored);
         m_socket.set_option(asio::socket_base::receive_buffer_size(m_options.systemBufferBytes), ignored);

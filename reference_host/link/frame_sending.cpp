@@ -271,7 +271,8 @@ bool FrameSending::DrainOnce(asio::error_code& error)
 std::string FrameSending::TellUnacknowledged()
 {
     std::lock_guard const lock(m_mutex);
-    return m_sent.TellUnacknowledged(m_queue.Bytes() + platform::UnacknowledgedBytes(m_socket.native_handle()));
+    return m_sent.TellUnacknowledged(m_queue.Bytes() +
+                                     platform::UnacknowledgedBytes(static_cast<int>(m_socket.native_handle())));
 }
 
 } // namespace vordal

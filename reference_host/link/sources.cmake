@@ -1,8 +1,6 @@
 # The sonar link and what stands on it; included by the reference host.
 # The transport knows nothing of the rest of the host and is tested without it.
 add_library(vordal_sonar_link OBJECT
-  "${CMAKE_CURRENT_LIST_DIR}/../platform/line_watch.cpp"
-  "${CMAKE_CURRENT_LIST_DIR}/../platform/short_turns.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/connecting.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/frame_receiving.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/frame_sending.cpp"
@@ -13,6 +11,7 @@ add_library(vordal_sonar_link OBJECT
   "${CMAKE_CURRENT_LIST_DIR}/send_queue.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sent_frames.cpp"
   "${CMAKE_CURRENT_LIST_DIR}/sonar_link.cpp")
+qx5_platform_sources(vordal_sonar_link platform/line_watch.cpp platform/short_turns.cpp)
 target_compile_definitions(vordal_sonar_link PRIVATE VORDAL_HOST_BUILD)
 target_include_directories(vordal_sonar_link PUBLIC "${PROJECT_SOURCE_DIR}")
 target_link_libraries(vordal_sonar_link PUBLIC vordal_host_contract qx5_protocol Threads::Threads

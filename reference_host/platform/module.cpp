@@ -1,10 +1,11 @@
-// Loading a module: the POSIX loader. Another platform replaces this file alone.
+// Loading a module: the POSIX loader.
 #include "reference_host/platform/module.h"
 
 #include <dlfcn.h>
 #include <elf.h>
 #include <link.h>
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
@@ -58,6 +59,18 @@ bool IsCutShort(std::filesystem::path const& name)
     return false;
 }
 
+/// Whether it is a module or program of Windows. The loader's words would be of a header that is not valid.
+bool IsForWindows(std::filesystem::path const& name)
+{
+    constexpr std::uint64_t placeOfHeader = 0x3C;
+    std::ifstream file(name, std::ios::binary);
+    std::array<char, 2> mark{};
+    std::array<char, 4> header{};
+    std::uint32_t at = 0;
+    return ReadAt(file, 0, mark) && mark == std::array{'M', 'Z'} && ReadAt(file, placeOfHeader, at) &&
+           ReadAt(file, at, header) && header == std::array{'P', 'E', '\0', '\0'};
+}
+
 } // namespace
 
 Module::Module(Module&& other) noexcept : m_handle(std::exchange(other.m_handle, nullptr)) {}
@@ -83,6 +96,10 @@ Module Module::Load(std::filesystem::path const& file, std::string& reason)
     auto const absolute = std::filesystem::absolute(file, ignored);
     if (IsCutShort(ignored ? file : absolute)) {
         reason = "the file is cut short";
+        return module;
+    }
+    if (IsForWindows(ignored ? file : absolute)) {
+        reason = "it is built for Windows";
         return module;
     }
     module.m_handle = dlopen((ignored ? file : absolute).c_str(), RTLD_NOW | RTLD_LOCAL);

@@ -7,7 +7,11 @@
 namespace vordal::platform {
 
 /// What the name of a module's file ends in.
+#if defined(_WIN32)
+inline constexpr char const* ModuleExtension = ".dll";
+#else
 inline constexpr char const* ModuleExtension = ".so";
+#endif
 
 /// A loaded module; unloaded when this goes.
 class Module

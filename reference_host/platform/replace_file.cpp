@@ -6,7 +6,7 @@
 
 namespace vordal::platform {
 
-std::error_code ReplaceFile(std::filesystem::path const& file, std::filesystem::path const& target)
+std::error_code PutInPlace(std::filesystem::path const& file, std::filesystem::path const& target)
 {
     std::error_code error;
     std::filesystem::rename(file, target, error);

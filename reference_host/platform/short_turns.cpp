@@ -1,17 +1,13 @@
-// How soon the system gives a thread the processor again: the calls of each platform.
+// How soon the system gives a thread the processor again: the calls of Linux.
 #include "reference_host/platform/short_turns.h"
 
-#if defined(__linux__)
 #include <cstdint>
 
 #include <sched.h>
 #include <sys/syscall.h>
 #include <unistd.h>
-#endif
 
 namespace vordal::platform {
-
-#if defined(__linux__) && defined(SYS_sched_setattr)
 
 namespace {
 
@@ -43,11 +39,5 @@ void TakeShortTurns() noexcept
         ::syscall(SYS_sched_setattr, thisThread, &scheduling, 0U);
     }
 }
-
-#else
-
-void TakeShortTurns() noexcept {}
-
-#endif
 
 } // namespace vordal::platform

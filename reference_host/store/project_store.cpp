@@ -571,7 +571,7 @@ void ProjectStore::SaveAs(std::filesystem::path const& file, StoredProject const
         removeBeside();
         throw;
     }
-    if (auto const failure = platform::ReplaceFile(beside, target)) {
+    if (auto const failure = platform::PutInPlace(beside, target)) {
         removeBeside();
         throw StoreError("\"" + Utf8Of(target) + "\" cannot be written: " + failure.message());
     }

@@ -278,6 +278,40 @@ TEST_F(DevScript, ACompilerThatIsNotFoundIsNamed)
     ExpectOneLine(chosen, "dev: there is no no-such-compiler, which CXX names; unset CXX, or name a C++20 compiler");
 }
 
+TEST_F(DevScript, ProgramsForWindowsTakeTheSourceOfSqlite)
+{
+    StandIn("x86_64-w64-mingw32-g++-posix", "");
+    StandIn("ctest", "echo \"ctest $*\" >>" + Log());
+    StandIn("npm", "exit 1");
+    auto const without = Dev({"windows"});
+    EXPECT_EQ(without.code, 1);
+    EXPECT_EQ(without.err, "Fetching the source of SQLite\n"
+                           "dev: npm's package better-sqlite3, which holds the source of SQLite, is not to be had\n");
+    // All other tests run without it.
+    auto const others = Dev({"test"});
+    EXPECT_EQ(others.code, 0) << others.err;
+    EXPECT_THAT(others.err, HasSubstr("The source of SQLite is not to be had: no programs for Windows in this run\n"));
+    EXPECT_THAT(Called(), HasSubstr("ctest --preset dev"));
+
+    fs::create_directories(checkout / "build/node/better-sqlite3/deps/sqlite3");
+    Write(checkout / "build/node/better-sqlite3/deps/sqlite3/sqlite3.c", "");
+    auto const built = Dev({"windows"});
+    EXPECT_EQ(built.code, 0) << built.err;
+    EXPECT_THAT(Called(), HasSubstr("ctest --preset windows"));
+}
+
+TEST_F(DevScript, ProgramsForWindowsThatDoNotBuildEndTheTests)
+{
+    StandIn("x86_64-w64-mingw32-g++-posix", "");
+    StandIn("ctest", "echo \"ctest $*\" >>" + Log());
+    StandIn("npm", "exit 1");
+    fs::create_directories(checkout / "build/node/better-sqlite3/deps/sqlite3");
+    Write(checkout / "build/node/better-sqlite3/deps/sqlite3/sqlite3.c", "");
+    StandIn("cmake", "[ \"$*\" != '--build build/windows' ]");
+    EXPECT_EQ(Dev({"test"}).code, 1);
+    EXPECT_THAT(Called(), Not(HasSubstr("ctest")));
+}
+
 TEST_F(DevScript, RunsWhereTheCallerStands)
 {
     auto const shown = Dev({"run", "--project", "my survey.qx5"});

@@ -190,6 +190,12 @@ TEST(Preset, RefusesNamesThatAreNone)
 {
     EXPECT_EQ(RefusePresetName("Shallow water, \xC3\xA4"), "");
     EXPECT_EQ(RefusePresetName(std::string(100, 'x')), "");
+    std::string waves;
+    for (int i = 0; i < 100; ++i) {
+        waves += "\xF0\x9F\x8C\x8A"; // one character, beyond the first 65,536
+    }
+    EXPECT_EQ(RefusePresetName(waves), "");
+    EXPECT_EQ(RefusePresetName(waves + "x"), "a preset's name has no more than 100 characters");
     for (std::string const& bad : {std::string(), std::string(101, 'x'), std::string("a\nb"), std::string("a\x1B[31m"),
                                    std::string("\xFF"), std::string("a\0b", 3)}) {
         EXPECT_NE(RefusePresetName(bad), "") << bad;

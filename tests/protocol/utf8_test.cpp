@@ -120,6 +120,20 @@ TEST(Utf8, TakesAWideTextApartAndPutsItTogether)
     }
     EXPECT_EQ(codePoints, (std::vector<char32_t>{U'a', 0x1F600, 0x10FFFF, 0xFFFF, 0xD800, U'b', 0xDC00}));
     EXPECT_EQ(again, text);
+    EXPECT_EQ(CountCodePoints(text), 7U);
+}
+
+TEST(Utf8, FindsWhereACharacterStands)
+{
+    std::wstring const text = L"a\U0001F600b";
+    EXPECT_EQ(CountCodePoints(text), 3U);
+    EXPECT_EQ(FindCodePoint(text, 0), 0U);
+    EXPECT_EQ(FindCodePoint(text, 1), 1U);
+    EXPECT_EQ(text.substr(FindCodePoint(text, 2)), L"b");
+    EXPECT_EQ(FindCodePoint(text, 3), text.size());
+    EXPECT_EQ(FindCodePoint(text, 4), text.size());
+    EXPECT_EQ(CountCodePoints(L""), 0U);
+    EXPECT_EQ(FindCodePoint(L"", 1), 0U);
 }
 
 } // namespace

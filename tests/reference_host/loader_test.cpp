@@ -54,6 +54,19 @@ TEST(PlugInLoader, RefusesAFileThatIsNoModule)
     EXPECT_THAT(RefusalOf(file), HasSubstr("it is not a module"));
 }
 
+TEST(PlugInLoader, RefusesAModuleOfWindowsByThatName)
+{
+    qx5::test::TemporaryFolder const folder;
+    auto const file = folder / "plugin.dll";
+    // The mark of the older header, and at 0x3C the place of the one that counts.
+    std::string bytes = "MZ" + std::string(0x3A, '\0') + std::string("\x40\0\0\0", 4) + std::string("PE\0\0", 4);
+    std::ofstream(file, std::ios::binary) << bytes;
+    EXPECT_THAT(RefusalOf(file), HasSubstr("(it is built for Windows)"));
+    // Without the latter it is any file.
+    std::ofstream(file, std::ios::binary) << bytes.replace(0x40, 2, "NE");
+    EXPECT_THAT(RefusalOf(file), AllOf(HasSubstr("it is not a module"), Not(HasSubstr("Windows"))));
+}
+
 TEST(PlugInLoader, RefusesAModuleThatIsCutShortBeforeItIsMapped)
 {
     qx5::test::TemporaryFolder const folder;

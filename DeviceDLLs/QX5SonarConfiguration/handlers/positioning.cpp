@@ -115,13 +115,13 @@ void ControlDevice::SendDGNSSGeometry(CAttributeMap* request)
 void ControlDevice::SendDGNSSConfiguratorXml(CAttributeMap* request)
 {
     // Behind the version of an XML declaration; nothing tests that there is one.
-    constexpr int encodingAt = 19;
+    constexpr std::size_t encodingAt = 19;
 
     CString xml;
     if (!Read(*request, At<keys::OstDgnssInsIntegratorXml>, xml)) {
         return;
     }
-    xml.Insert(encodingAt, L" encoding=\"utf-8\"");
+    xml.Insert(static_cast<int>(protocol::FindCodePoint(xml.View(), encodingAt)), L" encoding=\"utf-8\"");
     protocol::RecordLayout const record = records::PositioningXml;
     std::size_t const length = protocol::Utf8Length(xml.View());
     protocol::Payload payload(record.size + length);

@@ -1,4 +1,4 @@
-// Calendar time as the local clock shows it: the calls of each platform.
+// Calendar time as the local clock shows it, on POSIX systems.
 #include "local_time.h"
 
 #include <stdexcept>
@@ -8,15 +8,9 @@ namespace qx5::platform {
 std::tm LocalTime(std::time_t time)
 {
     std::tm local{};
-#if defined(_WIN32)
-    _tzset();
-    bool const converted = localtime_s(&local, &time) == 0;
-#else
     // localtime_r need not look at the time zone again.
     tzset();
-    bool const converted = localtime_r(&time, &local) != nullptr;
-#endif
-    if (!converted) {
+    if (localtime_r(&time, &local) == nullptr) {
         throw std::invalid_argument("time beyond the local calendar");
     }
     return local;

@@ -1,4 +1,4 @@
-// Which loaded module this code is: the POSIX loader. Another platform replaces this file alone.
+// Which loaded module this code is: the POSIX loader.
 #include "this_module.h"
 
 #include <dlfcn.h>
