@@ -6,6 +6,21 @@
 
 using vordal::TreeAccess;
 
+namespace {
+
+/// For what is made child by child with references handed out, as requests are: its index is there before anybody
+/// looks for a key.
+CAttributeMap* AppendToWrite(AttributeNode& node, AttributeNode* child)
+{
+    auto const place = node.Append(child);
+    if (node.index.load(std::memory_order_relaxed) == nullptr) {
+        node.Index();
+    }
+    return &node.ExposeSlot(place);
+}
+
+} // namespace
+
 CAttributeMap const CAttributeMap::s_empty;
 
 std::wstring_view CAttributeRec::KeyText() const
@@ -99,8 +114,7 @@ void CAttributeMap::Take(AttributeNodeHead* content)
 
 CAttributeMap* CAttributeMap::Add(AttributeKey const& key)
 {
-    auto& node = TreeAccess::Own(*this);
-    return &node.ExposeSlot(node.Append(AttributeNode::Create(key.Text(), key.Hash())));
+    return AppendToWrite(TreeAccess::Own(*this), AttributeNode::Create(key.Text(), key.Hash()));
 }
 
 CAttributeMap* CAttributeMap::Add(AttributeKey const& key, CVordalType const& value, unsigned int flags)
@@ -110,7 +124,7 @@ CAttributeMap* CAttributeMap::Add(AttributeKey const& key, CVordalType const& va
     auto& node = TreeAccess::Own(*this);
     auto* appended = TreeAccess::Node(child);
     child.m_node = nullptr;
-    return &node.ExposeSlot(node.Append(appended));
+    return AppendToWrite(node, appended);
 }
 
 void CAttributeMap::Append(CAttributeMap* node)

@@ -171,21 +171,21 @@ void AttributeIndex::Take(Entry const& entry)
     ++m_taken;
 }
 
-AttributeIndex* AttributeIndex::Append(AttributeNode const& node, AttributeIndex* index, AttributeKey const& key,
-                                       std::uint32_t place)
+void AttributeIndex::Append(AttributeNode const& node, AttributeIndex*& index, AttributeKey const& key,
+                            std::uint32_t place)
 {
     index = MakeRoom(index, 1);
     auto location = index->Locate(node, key);
     if (index->m_entries[location.first].place != NoPlace) {
         index->Take({location.tag, index->m_entries.Own(location.first).count++, place, 0});
-        return index;
+        return;
     }
     if (location.others >= Crowd && !location.isByText) {
-        index = MakeRoom(MakeCrowded(node, index, location.tag), 1);
+        index = MakeCrowded(node, index, location.tag);
+        index = MakeRoom(index, 1);
         location = index->Locate(node, key);
     }
     index->Take({location.tag, 0, place, 1});
-    return index;
 }
 
 void AttributeIndex::Remove(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence)

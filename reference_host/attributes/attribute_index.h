@@ -38,9 +38,8 @@ public:
     /// The place of an occurrence, or NoPlace.
     std::uint32_t Find(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence) const;
     std::uint32_t Count(AttributeNode const& node, AttributeKey const& key) const;
-    /// Adds the next occurrence. The index may be replaced by another one: go on with the result.
-    [[nodiscard]] static AttributeIndex* Append(AttributeNode const& node, AttributeIndex* index,
-                                                AttributeKey const& key, std::uint32_t place);
+    /// Adds the next occurrence. The index may be replaced by another one, also when there is no memory for more.
+    static void Append(AttributeNode const& node, AttributeIndex*& index, AttributeKey const& key, std::uint32_t place);
     void Remove(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence);
 
 private:

@@ -156,16 +156,16 @@ std::uint32_t AttributeNode::FindPlace(AttributeKey const& key, std::uint32_t oc
         return AttributeIndex::NoPlace;
     }
     std::uint32_t from = 0;
-    if (index != nullptr) {
-        auto const place = index->Find(*this, key, occurrence);
+    if (auto const* const known = IndexToRead(); known != nullptr) {
+        auto const place = known->Find(*this, key, occurrence);
         if (place != AttributeIndex::NoPlace) {
             return place;
         }
-        if (from = indexedPlaces; ChunkOf(from) >= chunkCount) {
+        if (from = indexedPlaces.load(std::memory_order_relaxed); ChunkOf(from) >= chunkCount) {
             return AttributeIndex::NoPlace;
         }
         if (occurrence > 0) {
-            occurrence -= std::min(occurrence, index->Count(*this, key));
+            occurrence -= std::min(occurrence, known->Count(*this, key));
         }
     }
     auto firstSlot = SlotOf(from);
@@ -189,9 +189,9 @@ std::uint32_t AttributeNode::CountOf(AttributeKey const& key) const
 {
     std::uint32_t count = 0;
     std::uint32_t from = 0;
-    if (index != nullptr) {
-        count = index->Count(*this, key);
-        from = indexedPlaces;
+    if (auto const* const known = IndexToRead(); known != nullptr) {
+        count = known->Count(*this, key);
+        from = indexedPlaces.load(std::memory_order_relaxed);
     }
     auto firstSlot = SlotOf(from);
     for (auto number = ChunkOf(from); number < chunkCount; ++number) {
@@ -288,7 +288,9 @@ std::uint32_t AttributeNode::Append(AttributeNode* child)
     if (child->exposed) {
         ExposeSlot(place);
     }
-    Index();
+    if (index.load(std::memory_order_relaxed) != nullptr) {
+        Index();
+    }
     return place;
 }
 
@@ -297,33 +299,73 @@ void AttributeNode::Index()
     if (childCount < IndexThreshold) {
         return;
     }
-    if (index == nullptr) {
-        index = AttributeIndex::Create(childCount * 2);
-        indexedPlaces = 0;
-    } else if (index->IsShared()) {
-        auto const end = PlaceOf(chunkCount - 1, Chunk(chunkCount - 1)->used);
+    auto* own = index.load(std::memory_order_relaxed);
+    auto indexed = indexedPlaces.load(std::memory_order_relaxed);
+    if (own == nullptr) {
+        own = AttributeIndex::Create(childCount * 2);
+        indexed = 0;
+    } else if (own->IsShared()) {
+        auto const end = EndOfPlaces();
         // Counted in places, which holes and half-filled chunks make more than there are children: that errs early.
-        auto const waiting = end - std::min(end, indexedPlaces);
-        if (waiting <= (index->HasRoomFor(waiting) ? MaxUnindexed : MaxUnindexedWithoutRoom)) {
+        auto const waiting = end - std::min(end, indexed);
+        if (waiting <= (own->HasRoomFor(waiting) ? MaxUnindexed : MaxUnindexedWithoutRoom)) {
             return;
         }
-        auto* own = index->Clone();
-        AttributeIndex::Release(std::exchange(index, own));
+        auto* const copy = own->Clone();
+        index.store(copy, std::memory_order_relaxed);
+        AttributeIndex::Release(std::exchange(own, copy));
     }
-    auto firstSlot = SlotOf(indexedPlaces);
-    for (auto number = ChunkOf(indexedPlaces); number < chunkCount; ++number) {
+    // Also when there is no memory for the next one: then nothing is taken in twice later on.
+    auto const keep = [&] {
+        index.store(own, std::memory_order_relaxed);
+        indexedPlaces.store(indexed, std::memory_order_relaxed);
+    };
+    try {
+        TakeInto(own, indexed);
+    } catch (std::bad_alloc const&) {
+        keep();
+        throw;
+    }
+    keep();
+}
+
+void AttributeNode::TakeInto(AttributeIndex*& taken, std::uint32_t& indexed) const
+{
+    auto firstSlot = SlotOf(indexed);
+    for (auto number = ChunkOf(indexed); number < chunkCount; ++number) {
         if (auto const* chunk = Chunk(number); chunk != nullptr) {
             for (auto slot = firstSlot; slot < chunk->used; ++slot) {
                 if (auto const* child = TreeAccess::Node(chunk->Slots()[slot]); child != nullptr) {
-                    index = AttributeIndex::Append(*this, index, TreeAccess::KeyOf(*child), PlaceOf(number, slot));
+                    AttributeIndex::Append(*this, taken, TreeAccess::KeyOf(*child), PlaceOf(number, slot));
                 }
-                // At once: should there be no memory for the next one, nothing is taken in twice later on.
-                indexedPlaces = PlaceOf(number, slot) + 1;
+                indexed = PlaceOf(number, slot) + 1;
             }
         }
         firstSlot = 0;
     }
-    indexedPlaces = PlaceOf(chunkCount - 1, Chunk(chunkCount - 1)->used);
+    indexed = EndOfPlaces();
+}
+
+AttributeIndex const* AttributeNode::MakeIndexToRead() const noexcept
+{
+    AttributeIndex* made = nullptr;
+    try {
+        std::uint32_t indexed = 0;
+        made = AttributeIndex::Create(childCount);
+        TakeInto(made, indexed);
+        // Whoever makes one at the same time writes the same.
+        indexedPlaces.store(indexed, std::memory_order_relaxed);
+    } catch (std::bad_alloc const&) {
+        // Whoever looks walks the children then.
+        AttributeIndex::Release(made);
+        return nullptr;
+    }
+    AttributeIndex* known = nullptr;
+    if (!index.compare_exchange_strong(known, made, std::memory_order_acq_rel, std::memory_order_acquire)) {
+        AttributeIndex::Release(made);
+        return known;
+    }
+    return made;
 }
 
 void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
@@ -333,12 +375,14 @@ void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
         return;
     }
     auto const number = ChunkOf(place);
-    if (index != nullptr && place < indexedPlaces) {
-        if (index->IsShared()) {
-            auto* own = index->Clone();
-            AttributeIndex::Release(std::exchange(index, own));
+    if (auto* own = index.load(std::memory_order_relaxed);
+        own != nullptr && place < indexedPlaces.load(std::memory_order_relaxed)) {
+        if (own->IsShared()) {
+            auto* const shared = std::exchange(own, own->Clone());
+            index.store(own, std::memory_order_relaxed);
+            AttributeIndex::Release(shared);
         }
-        index->Remove(*this, TreeAccess::KeyOf(*TreeAccess::Node(At(place))), occurrence);
+        own->Remove(*this, TreeAccess::KeyOf(*TreeAccess::Node(At(place))), occurrence);
     }
     auto& chunk = OwnChunk(number);
     auto* const child = TreeAccess::Node(chunk.Slots()[SlotOf(place)]);
@@ -353,7 +397,9 @@ void AttributeNode::Remove(std::uint32_t place, std::uint32_t occurrence)
             --chunk.used;
         }
     }
-    indexedPlaces = std::min(indexedPlaces, PlaceOf(chunkCount - 1, Chunk(chunkCount - 1)->used));
+    if (auto const end = EndOfPlaces(); indexedPlaces.load(std::memory_order_relaxed) > end) {
+        indexedPlaces.store(end, std::memory_order_relaxed);
+    }
     if (emptyChunks > AttributePage::Capacity && emptyChunks * 2 > chunkCount) {
         DropEmptyChunks();
     }
@@ -416,8 +462,8 @@ void AttributeNode::DropEmptyChunks()
     }
     AttributeNode* none = nullptr;
     DropPiece(before, heightBefore, none);
-    AttributeIndex::Release(std::exchange(index, nullptr));
-    indexedPlaces = 0;
+    AttributeIndex::Release(index.exchange(nullptr, std::memory_order_relaxed));
+    indexedPlaces.store(0, std::memory_order_relaxed);
     Index();
 }
 
@@ -427,11 +473,11 @@ void AttributeNode::RemoveChildren() noexcept
     DropChildren(pending);
     chunks = nullptr;
     height = 0;
-    index = nullptr;
+    index.store(nullptr, std::memory_order_relaxed);
     chunkCount = 0;
     childCount = 0;
     emptyChunks = 0;
-    indexedPlaces = 0;
+    indexedPlaces.store(0, std::memory_order_relaxed);
     childFilter = 0;
     exposed = false;
     DestroyAll(pending);

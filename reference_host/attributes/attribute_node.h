@@ -109,12 +109,14 @@ struct AttributeNode : AttributeNodeHead
     /// Of the pages above a chunk; 0 as long as one chunk suffices.
     std::uint32_t height = 0;
     std::uint32_t emptyChunks = 0;
-    /// All children at places below are in the index, none from here on.
-    std::uint32_t indexedPlaces = 0;
+    /// All children at places below are in the index, none from here on. Read it after the index.
+    mutable std::atomic<std::uint32_t> indexedPlaces{0};
     bool exposed = false;
     /// The page of that height, or the only chunk; null without children.
     void* chunks = nullptr;
-    AttributeIndex* index = nullptr;
+    /// Null until somebody looks for a key among many children: the trees that are only walked need none. Whoever does
+    /// so first makes it, while others who share the node may do the same.
+    mutable std::atomic<AttributeIndex*> index{nullptr};
     AttributeGroup* group = nullptr;
     /// Links nodes that wait for destruction, which must not recurse.
     AttributeNode* nextToDestroy = nullptr;
@@ -142,6 +144,12 @@ struct AttributeNode : AttributeNodeHead
     /// The place of an occurrence of the key, or AttributeIndex::NoPlace.
     std::uint32_t FindPlace(AttributeKey const& key, std::uint32_t occurrence) const;
     std::uint32_t CountOf(AttributeKey const& key) const;
+    /// The index for looking up; null with few children, or where there is no memory for one.
+    AttributeIndex const* IndexToRead() const noexcept
+    {
+        auto const* const known = index.load(std::memory_order_acquire);
+        return known != nullptr || childCount < IndexThreshold ? known : MakeIndexToRead();
+    }
     CAttributeMap const& At(std::uint32_t place) const;
     std::wstring_view KeyAt(std::uint32_t place) const;
     /// Null once all its children are gone.
@@ -165,6 +173,8 @@ struct AttributeNode : AttributeNodeHead
     CAttributeMap& ExposeSlot(std::uint32_t place);
     /// Appends a child, whose reference the node takes over, and gives its place.
     std::uint32_t Append(AttributeNode* child);
+    /// Takes what is not in the index yet into it, which is made when there are many children.
+    void Index();
     void Remove(std::uint32_t place, std::uint32_t occurrence);
     void RemoveChildren() noexcept;
     void SetValue(CVordalType* owned) noexcept;
@@ -189,6 +199,7 @@ private:
     static void* SharePiece(void* piece, std::uint32_t height, PendingCopies& pending);
     static AttributeChunk* CopyChunk(AttributeChunk const& from, PendingCopies& pending);
     void TakeFieldsOf(AttributeNode const& node);
+    void ShareIndexOf(AttributeNode const& node);
     static void DropChunk(AttributeChunk* chunk, AttributeNode*& pending);
     static void DropPiece(void* piece, std::uint32_t height, AttributeNode*& pending);
     void DropChildren(AttributeNode*& pending);
@@ -213,7 +224,11 @@ private:
     /// A chunk that has no children left goes, and the pages at the end that then hold none.
     void RemoveChunk(std::uint32_t number);
     void DropPagesBehind();
-    void Index();
+    /// The place behind the last child.
+    std::uint32_t EndOfPlaces() const { return PlaceOf(chunkCount - 1, Chunk(chunkCount - 1)->used); }
+    AttributeIndex const* MakeIndexToRead() const noexcept;
+    /// `taken` with the children at places from `indexed` on, which counts them.
+    void TakeInto(AttributeIndex*& taken, std::uint32_t& indexed) const;
     void DropEmptyChunks();
 };
 
@@ -269,7 +284,9 @@ inline bool vordal::TreeAccess::HasSameKeys(CAttributeMap const& a, CAttributeMa
     }
     std::uint32_t chunk = 0;
     std::uint32_t slot = 0;
-    if (one->index != nullptr && one->index == other->index && one->indexedPlaces == other->indexedPlaces) {
+    auto const* const index = one->index.load(std::memory_order_acquire);
+    if (index != nullptr && index == other->index.load(std::memory_order_acquire) &&
+        one->indexedPlaces == other->indexedPlaces) {
         // Whoever adds or removes a child that is in a shared index has one of his own from then on.
         chunk = ChunkOf(one->indexedPlaces);
         slot = SlotOf(one->indexedPlaces);

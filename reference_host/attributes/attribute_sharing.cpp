@@ -26,7 +26,18 @@ void AttributeNode::TakeFieldsOf(AttributeNode const& node)
     chunkCount = node.chunkCount;
     height = node.height;
     emptyChunks = node.emptyChunks;
-    indexedPlaces = node.indexedPlaces;
+}
+
+void AttributeNode::ShareIndexOf(AttributeNode const& node)
+{
+    // Made now, all that share the children have it; without it each copy that is looked at would make its own.
+    node.IndexToRead();
+    auto* const shared = node.index.load(std::memory_order_acquire);
+    if (shared != nullptr) {
+        shared->Retain();
+        indexedPlaces.store(node.indexedPlaces.load(std::memory_order_relaxed), std::memory_order_relaxed);
+        index.store(shared, std::memory_order_relaxed);
+    }
 }
 
 void AttributeNode::ShareChildrenOf(AttributeNode const& node)
@@ -34,10 +45,7 @@ void AttributeNode::ShareChildrenOf(AttributeNode const& node)
     PendingCopies none;
     TakeFieldsOf(node);
     chunks = SharePiece(node.chunks, node.height, none);
-    index = node.index;
-    if (index != nullptr) {
-        index->Retain();
-    }
+    ShareIndexOf(node);
 }
 
 AttributeChunk* AttributeNode::CopyChunk(AttributeChunk const& from, PendingCopies& pending)
@@ -90,10 +98,7 @@ AttributeNode* AttributeNode::CopyExposed(AttributeNode const& node, PendingCopi
     auto* const copy = CloneWithoutChildren(node, node.Key(), node.hash);
     copy->TakeFieldsOf(node);
     copy->chunks = SharePiece(node.chunks, node.height, pending);
-    copy->index = node.index;
-    if (copy->index != nullptr) {
-        copy->index->Retain();
-    }
+    copy->ShareIndexOf(node);
     return copy;
 }
 
@@ -130,7 +135,8 @@ AttributeNode* AttributeNode::Rekey(AttributeNode* node, std::wstring_view key, 
         renamed->TakeFieldsOf(*node);
         renamed->chunks = std::exchange(node->chunks, nullptr);
         renamed->exposed = node->exposed;
-        renamed->index = std::exchange(node->index, nullptr);
+        renamed->index = node->index.exchange(nullptr, std::memory_order_relaxed);
+        renamed->indexedPlaces = node->indexedPlaces.load(std::memory_order_relaxed);
     }
     Release(node);
     return renamed;

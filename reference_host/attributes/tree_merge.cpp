@@ -53,9 +53,28 @@ struct Level
     CAttributeMap const* given;
     std::uint32_t chunk = 0;
     std::uint32_t slot = 0;
-    /// How many children of a key have been passed, for the keys that occur more than once.
-    std::unordered_map<std::wstring_view, std::uint32_t, SaltedTextHash> passed = {};
+    /// How many children of a key have been counted, and the first that was not.
+    std::unordered_map<std::wstring_view, std::uint32_t, SaltedTextHash> counted = {};
+    std::uint32_t countedChunk = 0;
+    std::uint32_t countedSlot = 0;
 };
+
+/// Which occurrence of its key among the given children `child` is, which was passed last. Only branches ask: a tree
+/// of values alone, as devices tell them, is walked without a look-up in it, and has no index then.
+std::uint32_t OccurrenceOf(Level& level, CAttributeMap const& child)
+{
+    auto const& source = *TreeAccess::Node(child);
+    if (TreeAccess::Node(*level.given)->FindPlace(TreeAccess::KeyOf(source), 1) == AttributeIndex::NoPlace) {
+        return 0;
+    }
+    for (;;) {
+        auto const* const next = TreeAccess::NextChild(*level.given, level.countedChunk, level.countedSlot);
+        auto const occurrence = level.counted[TreeAccess::Node(*next)->Key()]++;
+        if (next == &child) {
+            return occurrence;
+        }
+    }
+}
 
 /// The merge of whoever may write as much as he likes.
 struct Unlimited
@@ -134,11 +153,6 @@ bool MergeAdmitted(CAttributeMap& into, CAttributeMap const& given, Admission& a
         }
         auto const& source = *TreeAccess::Node(*child);
         auto const key = TreeAccess::KeyOf(source);
-        std::uint32_t occurrence = 0;
-        if (TreeAccess::Node(*level.given)->FindPlace(key, 1) != AttributeIndex::NoPlace) {
-            occurrence = level.passed[source.Key()]++;
-        }
-
         auto const* target = TreeAccess::Node(*level.into);
         bool const isLeaf = source.childCount == 0;
         if (isLeaf && source.value != nullptr) {
@@ -155,6 +169,7 @@ bool MergeAdmitted(CAttributeMap& into, CAttributeMap const& given, Admission& a
             }
             continue;
         }
+        auto const occurrence = OccurrenceOf(level, *child);
         bool const isThere = target != nullptr && target->FindPlace(key, occurrence) != AttributeIndex::NoPlace;
         if (isThere ? isLeaf
                     : !admission.AdmitKeys(*child, occurrence + 1 - (target != nullptr ? target->CountOf(key) : 0))) {

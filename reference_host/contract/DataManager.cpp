@@ -33,6 +33,26 @@ bool IsThere(vordal::HostState const& host, CDataId const& id)
     return host.FindDevice(id) != nullptr || host.FindComputation(id) != nullptr;
 }
 
+/// The children that are not among the `requests`.
+CAttributeMap WithoutRequests(CAttributeMap const& map, int requests)
+{
+    CAttributeMap rest;
+    if (requests > map.Count() - requests) {
+        for (CAttributeMap const& child : map) {
+            if (child.KeyText() != vordal::keys::Request.Text()) {
+                rest.Append(child);
+            }
+        }
+        return rest;
+    }
+    rest = map;
+    // From the last on: to take out an earlier one moves all that follow it.
+    for (int i = requests; i-- > 0;) {
+        rest.Remove(vordal::keys::Request, i);
+    }
+    return rest;
+}
+
 /// What SetAttributeMap does once it is its turn; `device` is the one of that id, or null; `who` asked. The host
 /// thread.
 bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap const& map, unsigned flags,
@@ -49,11 +69,7 @@ bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap 
             host.DeliverRequest(*device, &request, &given, who);
         }
         if (map.Count() > requests) {
-            CAttributeMap rest(map);
-            // From the last on: to take out an earlier one moves all that follow it.
-            for (int i = requests; i-- > 0;) {
-                rest.Remove(vordal::keys::Request, i);
-            }
+            auto const rest = WithoutRequests(map, requests);
             if (auto* const observer = vordal::CurrentRequestObserver()) {
                 observer->OnWritten(*device, rest);
             }

@@ -1,5 +1,6 @@
 // What a request costs in memory when there is nothing in it for any handler: no allocation.
 #include "one_sonar.h"
+#include "reference_host/attributes/tree_merge.h"
 
 #include <bench/allocations.h>
 
@@ -69,6 +70,20 @@ TEST_F(RequestMemory, AnAbsentKeyOfATreeTakesNone)
     EXPECT_EQ(Allocations(), before);
     EXPECT_FALSE(there);
     EXPECT_EQ(value, 7);
+}
+
+TEST(MergeMemory, ValuesThatAreToldAgainTakeNone)
+{
+    CAttributeMap into;
+    CAttributeMap given;
+    for (int i = 0; i < 400; ++i) {
+        auto const key = CString(L"NobodyKnows" + std::to_wstring(i % 100));
+        into.Add(key, CVordalInt(i % 100), 0);
+        given.Append(CAttributeMap(key, new CVordalInt(i % 100)));
+    }
+    auto const before = Allocations();
+    vordal::Merge(into, given);
+    EXPECT_EQ(Allocations(), before);
 }
 
 } // namespace

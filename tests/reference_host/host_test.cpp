@@ -1,6 +1,7 @@
 // Tests of the host: the way of a request, its failures, its threads, and the registers of devices, vessels, classes.
 #include "scripted_device.h"
 
+#include "reference_host/attributes/tree_merge.h"
 #include "reference_host/common/clock.h"
 #include "reference_host/common/host_observer.h"
 #include "reference_host/common/log.h"
@@ -17,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -25,6 +27,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -149,6 +152,32 @@ TEST_F(HostRequests, EachRequestChildIsHandedOverAsACopyAndTheRestIsMerged)
     CAttributeMap stored;
     device->GetAttributeMap(stored);
     EXPECT_FALSE(stored.Has(L"Request"));
+}
+
+TEST_F(HostRequests, WhateverStandsBesideThemIsMergedInItsOrder)
+{
+    for (auto const& [requests, others] : {std::pair(1, 4), std::pair(3, 3), std::pair(4, 1), std::pair(5, 2)}) {
+        Host host;
+        auto* device = Add(host);
+        int seen = 0;
+        device->onRequest = [&seen](CAttributeMap*) { ++seen; };
+        CAttributeMap tree;
+        std::string expected;
+        for (int i = 0; i < std::max(requests, others); ++i) {
+            if (i < others) {
+                tree.Add(CString(L"other" + std::to_wstring(i)), CVordalInt(i), 2);
+                expected += "other" + std::to_string(i) + " = " + std::to_string(i) + " (flags 2)\n";
+            }
+            if (i < requests) {
+                tree.Add(L"Request")->Add(L"x", CVordalInt(i));
+            }
+        }
+        EXPECT_TRUE(manager.SetAttributeMap(Sonar, tree, 4, false));
+        EXPECT_EQ(seen, requests);
+        CAttributeMap stored;
+        device->GetAttributeMap(stored);
+        EXPECT_EQ(vordal::TreeText(stored), expected) << requests << " requests, " << others << " others";
+    }
 }
 
 TEST_F(HostRequests, TellWhoPassesTheArgumentThatIsAlwaysFalse)

@@ -73,6 +73,25 @@ TEST(Merge, OccurrencesCountAllSiblingsOfTheKey)
     EXPECT_EQ(Merged(Tree({Leaf(L"t", 0), Leaf(L"s", 1)}), given), "t = 0\ns = 5\ns\ns\n  x = 1\n");
 }
 
+TEST(Merge, OccurrencesAreCountedAmongManySiblings)
+{
+    CAttributeMap given;
+    std::string left;
+    for (int i = 0; i < 100; ++i) {
+        given.Append(Leaf(L"s", i));
+        given.Append(Leaf(CString(L"t" + std::to_wstring(i)), i));
+        left += "t" + std::to_string(i) + " = " + std::to_string(i) + "\n";
+    }
+    given.Append(Branch(L"s", {Leaf(L"x", 1)}));
+    given.Append(Leaf(L"s", 7));
+    given.Append(Branch(L"s", {Leaf(L"x", 2)}));
+    std::string made;
+    for (int i = 1; i < 100; ++i) {
+        made += "s\n";
+    }
+    EXPECT_EQ(Merged(Tree({}), given), "s = 7\n" + left + made + "s\n  x = 1\ns\ns\n  x = 2\n");
+}
+
 TEST(Merge, AMissingOccurrenceIsCreatedWithThoseBefore)
 {
     // The leaves before the branch leave one "s" only, so that the second has to be made.

@@ -6,9 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <barrier>
 #include <cstddef>
 #include <random>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -146,6 +149,41 @@ TEST(VeryWideTree, OfAHundredThousandAndMoreShrinksToNothing)
         int value = -1;
         ASSERT_TRUE(kept.FindValue(AttributeKey(TextOf(i)), 0).Get(value)) << i;
         ASSERT_EQ(value, i);
+    }
+}
+
+// A tree that was put together has no index yet; whoever looks for a key first makes it, and so may all that read it.
+TEST(WideTreeOfManyReaders, IsLookedAtFirstByAllOfThemAtOnce)
+{
+    constexpr int count = 500;
+    for (int round = 0; round < 40; ++round) {
+        CAttributeMap tree;
+        for (int i = 0; i < count; ++i) {
+            tree.Append(CAttributeMap(AttributeKey(TextOf(i % 400)), new CVordalInt(i)));
+        }
+        std::barrier start(4);
+        std::atomic<int> wrong = 0;
+        auto const read = [&](CAttributeMap mine, bool writes) {
+            start.arrive_and_wait();
+            if (writes) {
+                mine.Append(CAttributeMap(AttributeKey(TextOf(count)), new CVordalInt(count)));
+            }
+            for (int i = 0; i < count; ++i) {
+                int value = -1;
+                bool const isThere = std::as_const(mine).FindValue(AttributeKey(TextOf(i % 400)), i / 400).Get(value);
+                wrong += isThere && value == i ? 0 : 1;
+            }
+            wrong += mine.Count(AttributeKey(TextOf(0))) == 2 ? 0 : 1;
+            wrong += mine.Has(AttributeKey(TextOf(count))) == writes ? 0 : 1;
+        };
+        std::vector<std::thread> readers;
+        for (int reader = 0; reader < 4; ++reader) {
+            readers.emplace_back(read, tree, reader == 3);
+        }
+        for (auto& reader : readers) {
+            reader.join();
+        }
+        ASSERT_EQ(wrong, 0) << round;
     }
 }
 
