@@ -33,13 +33,18 @@ bool IsThere(vordal::HostState const& host, CDataId const& id)
     return host.FindDevice(id) != nullptr || host.FindComputation(id) != nullptr;
 }
 
+bool IsRequest(CAttributeMap const& child)
+{
+    return child.KeyText() == vordal::keys::Request.Text();
+}
+
 /// The children that are not among the `requests`.
 CAttributeMap WithoutRequests(CAttributeMap const& map, int requests)
 {
     CAttributeMap rest;
     if (requests > map.Count() - requests) {
         for (CAttributeMap const& child : map) {
-            if (child.KeyText() != vordal::keys::Request.Text()) {
+            if (!IsRequest(child)) {
                 rest.Append(child);
             }
         }
@@ -63,10 +68,13 @@ bool Apply(vordal::Host& host, Device* device, CDataId const& id, CAttributeMap 
     }
     if (device != nullptr) {
         int const requests = map.Count(vordal::keys::Request);
-        for (int i = 0; i < requests; ++i) {
-            CAttributeMap const& given = map.Find(vordal::keys::Request, i);
-            CAttributeMap request(given);
-            host.DeliverRequest(*device, &request, &given, who);
+        if (requests > 0) {
+            for (CAttributeMap const& given : map) {
+                if (IsRequest(given)) {
+                    CAttributeMap request(given);
+                    host.DeliverRequest(*device, &request, &given, who);
+                }
+            }
         }
         if (map.Count() > requests) {
             auto const rest = WithoutRequests(map, requests);
