@@ -15,6 +15,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 
 using ControlDevice = QX5SonarConfigurationControlDevice;
 using namespace qx5;
@@ -37,7 +38,9 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
     if (request == nullptr) {
         return;
     }
-    // Called by name, row by row: with a table of pointers, calling costs more than finding nothing to do.
+    // Called by name, row by row: with a table of pointers, calling costs more than finding nothing to do. For the same
+    // reason a row of TABLE is run here and not by its handler, which does nothing else.
+#define QX5_TABLE(name) Run(*request, commands::name);
 #define QX5_HANDLER(name) name(request);
 #define QX5_KEYED(name, rowKey) name(request, At<keys::rowKey>);
 #define QX5_SCALAR(record, rowKey, rowKind)                                                                            \
@@ -46,7 +49,8 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
                   "I32, PARM_FLOAT with a double as F32 (carrier Data for 7600 to 7699, and for these alone), "        \
                   "PARM_ANGLE_PAIR with a pair as two F32 in radians, and the record holds nothing else");             \
     RequestValue(request, static_cast<int>(records::record.Id()), At<keys::rowKey>, (rowKind));
-    QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
+    QX5_REQUEST_CHAIN(QX5_TABLE, QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
+#undef QX5_TABLE
 #undef QX5_HANDLER
 #undef QX5_KEYED
 #undef QX5_SCALAR
@@ -54,12 +58,13 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
 
 void ControlDevice::RequestValue(CAttributeMap* request, int recordId, AttributeKey const& key, PARMTYPE kind)
 {
-    if (!request->Has(key, 0)) {
+    auto const* const asked = std::as_const(*request).GetAttrMap(key, 0);
+    if (asked == nullptr) {
         return;
     }
     ScalarShape const shape = ShapeOf(kind);
     protocol::Value value;
-    if (!ReadKind(*request, shape.kind, key, value)) {
+    if (!ReadVordal(asked->Value(), shape.kind, value)) {
         return;
     }
     auto const id = static_cast<std::uint32_t>(recordId);

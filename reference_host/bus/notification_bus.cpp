@@ -199,15 +199,16 @@ private:
 namespace {
 
 /// Has the host thread tell a notification, in its turn, when this thread may not: its sinks may need a lock that the
-/// host thread holds while it waits for them to return. False: this thread tells it.
-template <typename Tell>
-bool TellsOnHostThread(NotificationInfo const* info, Tell tell)
+/// host thread holds while it waits for them to return. False: this thread tells it. `makeTell` gives what tells it
+/// later, with copies of all that it takes; it is not called where this thread tells at once, which needs none.
+template <typename MakeTell>
+bool TellsOnHostThread(NotificationInfo const* info, MakeTell const& makeTell)
 {
     auto* const thread = ThreadToTellOn();
     if (thread == nullptr) {
         return false;
     }
-    thread->Post([tell = std::move(tell), copy = info != nullptr ? info->Clone() : nullptr] {
+    thread->Post([tell = makeTell(), copy = info != nullptr ? info->Clone() : nullptr] {
         LogFailureOf("a notification failed on the host thread: ", [&] { tell(copy.get()); });
     });
     return true;
@@ -406,8 +407,10 @@ bool NotificationBus::IsFollowed(AttributeKey const& key) const
 
 void NotificationBus::Notify(AttributeKey const& key, NotificationInfo const* info) const
 {
-    if (TellsOnHostThread(info, [bus = shared_from_this(), text = CString(key.Text())](NotificationInfo const* copy) {
-            bus->Notify(AttributeKey(text), copy);
+    if (TellsOnHostThread(info, [&] {
+            return [bus = shared_from_this(), text = CString(key.Text())](NotificationInfo const* copy) {
+                bus->Notify(AttributeKey(text), copy);
+            };
         })) {
         return;
     }
@@ -419,8 +422,9 @@ void NotificationBus::Notify(AttributeKey const& key, NotificationInfo const* in
 
 void NotificationBus::NotifyKeysOf(CAttributeMap const& tree, NotificationInfo const* info) const
 {
-    if (TellsOnHostThread(
-            info, [bus = shared_from_this(), tree](NotificationInfo const* copy) { bus->NotifyKeysOf(tree, copy); })) {
+    if (TellsOnHostThread(info, [&] {
+            return [bus = shared_from_this(), tree](NotificationInfo const* copy) { bus->NotifyKeysOf(tree, copy); };
+        })) {
         return;
     }
     if (IsEmpty()) {
