@@ -27,7 +27,7 @@ void StepsAhead::Fill(Batch& batch)
     batch.count = 0;
     batch.isLarge = false;
     batch.steps.reserve(Batch::Most);
-    for (std::size_t bytes = 0; batch.count < Batch::Most && bytes < Batch::Large && !IsAtEnd(); ++m_next, ++m_index) {
+    for (std::size_t bytes = 0; batch.count < Batch::Most && bytes < Batch::Enough && !IsAtEnd(); ++m_next, ++m_index) {
         auto const size = m_next->Extent();
         if (size >= Batch::Large) {
             if (batch.count > 0) {
@@ -62,7 +62,9 @@ ScenarioStep* StepsAhead::Next()
         }
         std::unique_lock lock(m_mutex);
         ++m_done;
-        m_changed.notify_all();
+        if (m_filled - m_done <= m_few) {
+            m_changed.notify_all();
+        }
         m_changed.wait(lock, [&] { return m_filled > m_done || m_isRead; });
         if (m_filled == m_done) {
             --m_done; // the caller keeps it, should it ask once more
@@ -84,8 +86,13 @@ void StepsAhead::ReadOn()
         std::size_t number = 0;
         {
             std::unique_lock lock(m_mutex);
-            auto const canFill = [&] { return m_filled - m_done < (isLarge ? 1 : m_batches.size()); };
-            m_changed.wait(lock, [&] { return m_isStopped || canFill(); });
+            // Once all are filled, it waits until a few are left: to be woken for each costs more than the batch, and
+            // those few are run while it wakes.
+            constexpr std::size_t few = 4;
+            if (m_filled - m_done >= (isLarge ? 1 : m_batches.size())) {
+                m_few = isLarge ? 0 : few;
+                m_changed.wait(lock, [&] { return m_isStopped || m_filled - m_done <= m_few; });
+            }
             if (m_isStopped) {
                 return;
             }

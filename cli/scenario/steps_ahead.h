@@ -34,8 +34,10 @@ private:
     /// Steps that are read, handed over and destroyed together: what a thread has allocated it frees, too.
     struct Batch
     {
-        static constexpr std::size_t Most = 256;
-        /// Bytes of the file from which on a step is large, and a batch has enough.
+        static constexpr std::size_t Most = 64;
+        /// Bytes of the file from which on a batch has enough.
+        static constexpr std::size_t Enough = 1 << 14;
+        /// Bytes of the file from which on a step is large.
         static constexpr std::size_t Large = 1 << 16;
 
         std::vector<ScenarioStep> steps; ///< `count` of them, and what is left of earlier ones
@@ -59,12 +61,14 @@ private:
     Batch* m_current = nullptr;
     std::size_t m_at = 0; ///< in it
 
-    std::array<Batch, 3> m_batches; ///< each of the caller's or of the reader's, as the counts tell
-    std::mutex m_mutex;             ///< guards what follows
+    std::array<Batch, 12> m_batches; ///< each of the caller's or of the reader's, as the counts tell
+    std::mutex m_mutex;              ///< guards what follows
     std::condition_variable m_changed;
     std::size_t m_filled = 0; ///< batches
     std::size_t m_done = 0;   ///< of these, given back
-    bool m_isRead = false;    ///< nothing more comes
+    /// With so many left, or fewer, a reader that waits goes on.
+    std::size_t m_few = 0;
+    bool m_isRead = false; ///< nothing more comes
     bool m_isStopped = false;
     std::exception_ptr m_failure;
     std::thread m_reader;

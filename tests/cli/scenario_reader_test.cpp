@@ -209,7 +209,7 @@ TEST(ScenarioReader, SaysWhichOfManyStepsIsTheFirstThatIsWrong)
 
 TEST(ScenarioReader, GivesManyStepsInTheirOrder)
 {
-    for (int const count : {0, 1, 255, 256, 257, 512, 5000}) {
+    for (int const count : {0, 1, 63, 64, 65, 128, 767, 768, 769, 5000}) {
         auto const document = ParseJson(Clocks(count));
         JsonPath const root;
         ScenarioSource const source{document.Root(), root, {}, nullptr};
@@ -254,7 +254,7 @@ TEST(ScenarioReader, ReadsNoFurtherOnceAStepHasFailed)
     JsonPath const root;
     ScenarioSource const source{document.Root(), root, {}, nullptr};
     auto const scenario = ReadScenario(source);
-    for (int const last : {0, 255, 256, 3999, 4000, 4999}) {
+    for (int const last : {0, 63, 64, 767, 768, 3999, 4000, 4999}) {
         int taken = 0;
         EXPECT_THROW(ForEachStep(source, scenario,
                                  [&](ScenarioStep const&, JsonPath const&) {
