@@ -2,7 +2,6 @@
 #include "QX5SonarConfigurationControlDevice.h"
 
 #include "handlers/echo_map.h"
-#include "handlers/reading.h"
 #include "handlers/scalar.h"
 #include <VordalBaseR/CExTime.h>
 #include <commands/all.h>
@@ -12,6 +11,7 @@
 #include <protocol/numbers.h>
 #include <protocol/pack.h>
 #include <protocol/records/all.h>
+#include <values/vordal_value.h>
 
 #include <array>
 #include <string>
@@ -38,9 +38,7 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
     if (request == nullptr) {
         return;
     }
-    // Called by name, row by row: with a table of pointers, calling costs more than finding nothing to do. For the same
-    // reason a row of TABLE is run here and not by its handler, which does nothing else.
-#define QX5_TABLE(name) Run(*request, commands::name);
+    // Called by name, row by row: with a table of pointers, calling costs more than finding nothing to do.
 #define QX5_HANDLER(name) name(request);
 #define QX5_KEYED(name, rowKey) name(request, At<keys::rowKey>);
 #define QX5_SCALAR(record, rowKey, rowKind)                                                                            \
@@ -49,8 +47,7 @@ void ControlDevice::HandleRequestMap(CAttributeMap* request)
                   "I32, PARM_FLOAT with a double as F32 (carrier Data for 7600 to 7699, and for these alone), "        \
                   "PARM_ANGLE_PAIR with a pair as two F32 in radians, and the record holds nothing else");             \
     RequestValue(request, static_cast<int>(records::record.Id()), At<keys::rowKey>, (rowKind));
-    QX5_REQUEST_CHAIN(QX5_TABLE, QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
-#undef QX5_TABLE
+    QX5_REQUEST_CHAIN(QX5_HANDLER, QX5_HANDLER, QX5_KEYED, QX5_SCALAR)
 #undef QX5_HANDLER
 #undef QX5_KEYED
 #undef QX5_SCALAR
