@@ -29,7 +29,7 @@ constexpr int partForWalks = 20;
 constexpr std::size_t mostToldOneByOne = 64;
 /// Places at which rows come or go that are told one by one; a view that hears of more is faster with all at once.
 constexpr std::size_t mostRuns = 16;
-/// Nodes of a tree that is taken apart on this thread.
+/// Nodes of a tree that is walked at once, however slow the moment, and taken apart on this thread.
 constexpr std::size_t smallTree = 500;
 
 /// A text of any length as one that a row can hold.
@@ -233,7 +233,7 @@ struct AttributeTreeModel::Walk
     {
         constexpr unsigned nodesBetweenLooksAtTheClock = 64;
         for (unsigned steps = 1; !frames.empty(); ++steps) {
-            if (steps % nodesBetweenLooksAtTheClock == 0 && SteadyClock::now() >= until) {
+            if (count > smallTree && steps % nodesBetweenLooksAtTheClock == 0 && SteadyClock::now() >= until) {
                 return false;
             }
             if (frames.back().next == CAttributeMap::const_iterator()) {
@@ -595,7 +595,7 @@ void AttributeTreeModel::GoOn()
     auto const now = SteadyClock::now();
     m_walk->took += now - begin;
     if (isDone) {
-        bool const isShort = m_walk->took <= sliceOfWalk;
+        bool const isShort = m_walk->count <= smallTree || m_walk->took <= sliceOfWalk;
         m_nextWalk = isShort ? now : now + m_walk->took * (partForWalks - 1);
         auto const walk = std::move(m_walk);
         m_walkTimer.stop();
