@@ -48,19 +48,13 @@ AttributeKey const& AskedBy(CAttributeMap const& request, AttributeKey const& mi
     return *asked;
 }
 
-/// Reads a value of that kind; leaves `value` alone on failure. Of the kinds Any and Branch there is nothing to read.
-inline bool ReadKind(CAttributeMap const& tree, protocol::Kind kind, AttributeKey const& attribute,
-                     protocol::Value& value)
-{
-    auto const* const child = tree.GetAttrMap(attribute, 0);
-    return child != nullptr && ReadVordal(child->Value(), kind, value);
-}
-
-/// The same of the kind that the key carries.
+/// Reads a value of the kind that the key carries; leaves `value` alone on failure. Of the kinds Any and Branch there is
+/// nothing to read.
 inline bool ReadKey(CAttributeMap const& tree, protocol::Key const& key, AttributeKey const& attribute,
                     protocol::Value& value)
 {
-    return ReadKind(tree, key.kind, attribute, value);
+    auto const* const child = tree.GetAttrMap(attribute, 0);
+    return child != nullptr && ReadVordal(child->Value(), key.kind, value);
 }
 
 } // namespace qx5
