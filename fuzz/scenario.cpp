@@ -56,7 +56,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     }
     auto const read = [](ScenarioSource const& source) {
         try {
-            ReadScenario(source);
+            auto const scenario = ReadScenario(source);
+            ScenarioSteps const steps(source, scenario);
         } catch (InvalidDocument const& failure) {
             CheckMessage(failure);
         }

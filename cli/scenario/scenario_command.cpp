@@ -242,12 +242,13 @@ private:
     {
         JsonPath const& path = source.path;
         try {
-            Scenario const scenario = ReadScenario(source, RefuseUnbuilt);
+            Scenario const scenario = ReadScenario(source);
+            ScenarioSteps steps(source, scenario, RefuseUnbuilt);
             if (m_options.check) {
-                Check(file, source, scenario);
+                Check(file, path.ToText(), scenario, steps);
             } else {
                 ResultWriter writer(m_out, scenario.name);
-                m_runner.Run(source, scenario, writer);
+                m_runner.Run(scenario, steps, writer);
             }
         } catch (InvalidDocument const& failure) {
             ReportUnusable(file, failure.Path(), failure.what());
@@ -256,7 +257,7 @@ private:
         }
     }
 
-    void Check(std::string const& file, ScenarioSource const& source, Scenario const& scenario)
+    void Check(std::string const& file, std::string const& path, Scenario const& scenario, ScenarioSteps& steps)
     {
         auto const begin = std::chrono::steady_clock::now();
         auto const name = QuoteForMessage(scenario.name);
@@ -273,13 +274,12 @@ private:
                 m_out << file << ": " << place << " (" << name << ", " << kind << "): " << difference << std::endl;
             }
         });
-        m_runner.Run(source, scenario, checker);
+        m_runner.Run(scenario, steps, checker);
         m_report.AddScenario(scenario.name, std::chrono::steady_clock::now() - begin, differences);
         bool const matches = differences.empty();
         if (!matches) {
             Raise(Differs);
         }
-        auto const path = source.path.ToText();
         if (m_options.json) {
             m_out << WriteJson(
                          JsonValue::Object({{"file", JsonValue::Text(protocol::DecodeUtf8(file))},

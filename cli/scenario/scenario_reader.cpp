@@ -4,7 +4,6 @@
 #include "cli/scenario/base64.h"
 #include "cli/scenario/block_json.h"
 #include "cli/scenario/step_reader.h"
-#include "cli/scenario/steps_ahead.h"
 #include "json/json_parser.h"
 #include "json/json_read.h"
 #include "json/tree_json.h"
@@ -25,6 +24,8 @@ namespace qx5::cli {
 namespace {
 
 using Kind = JsonValue::Kind;
+
+constexpr std::string_view stepsKey = "steps";
 
 /// Reads an array, each item by `read(item, path)`.
 template <typename Read>
@@ -355,7 +356,7 @@ void CheckSetUp(JsonNode const& setUp, JsonPath const& path)
 {
     RefuseDefects(setUp, path);
     for (auto const& [key, value] : ReadObject(setUp, path)) {
-        if (key == "name" || key == "setup" || key == "steps") {
+        if (key == "name" || key == "setup" || key == stepsKey) {
             throw InvalidDocument(JsonPath(path, key), "a set-up has no " + QuoteForMessage(key));
         }
     }
@@ -398,9 +399,16 @@ Scenario ReadScenarioMembers(MemberReader& members)
     if (auto const itemTexts = members.Find("itemTexts")) {
         ReadItemTexts(scenario, *itemTexts, members.At("itemTexts"));
     }
-    members.Find("steps");
+    members.Find(stepsKey);
     members.RefuseUnknown();
     return scenario;
+}
+
+/// None where the scenario has no such member.
+JsonItems StepsOf(ScenarioSource const& source, JsonPath const& path)
+{
+    auto const steps = source.value.Find(stepsKey);
+    return steps ? ReadArray(*steps, path) : JsonItems({}, {});
 }
 
 /// Checks each step of which `isOwn(its number)`, up to the first that is wrong. What is wrong with that, and its
@@ -429,23 +437,26 @@ std::pair<std::optional<std::size_t>, std::exception_ptr> FindWrongStep(JsonItem
     return {};
 }
 
-void CheckSteps(JsonNode const& value, JsonPath const& path, Scenario const& scenario, TakeStep const& check)
+/// Checks the steps from the one of that number on.
+void CheckSteps(JsonNode const& value, JsonPath const& path, Scenario const& scenario, TakeStep const& check,
+                std::size_t first)
 {
     // Bytes of the file from which on a second thread is worth its while, and the steps that each checks by turns.
     constexpr std::size_t many = 1 << 20;
     constexpr std::size_t turn = 256;
-    auto const steps = ReadArray(value, path);
-    auto const wrongOfHalf = [&](std::size_t half) {
-        return FindWrongStep(steps, path, scenario, check,
-                             [half](std::size_t number) { return number / turn % 2 == half; });
-    };
+    auto const steps = value.Items();
     if (value.Extent() < many) {
-        if (auto const [number, wrong] = FindWrongStep(steps, path, scenario, check, [](std::size_t) { return true; });
-            number) {
+        auto const isFurther = [first](std::size_t number) { return number >= first; };
+        if (auto const [number, wrong] = FindWrongStep(steps, path, scenario, check, isFurther); number) {
             std::rethrow_exception(wrong);
         }
         return;
     }
+    auto const wrongOfHalf = [&](std::size_t half) {
+        return FindWrongStep(steps, path, scenario, check, [first, half](std::size_t number) {
+            return number >= first && number / turn % 2 == half;
+        });
+    };
     auto secondHalf = std::async(std::launch::async, wrongOfHalf, std::size_t{1});
     auto const [number, wrong] = wrongOfHalf(0);
     auto const [otherNumber, otherWrong] = secondHalf.get();
@@ -471,7 +482,7 @@ std::set<std::string_view> UsedSetUps(JsonNode const& scenarios)
 
 } // namespace
 
-Scenario ReadScenario(ScenarioSource const& source, TakeStep const& check)
+Scenario ReadScenario(ScenarioSource const& source)
 {
     RefuseDefects(source.value, source.path);
     if (!source.value.Is(Kind::Object)) {
@@ -490,23 +501,21 @@ Scenario ReadScenario(ScenarioSource const& source, TakeStep const& check)
         CheckSetUp(*setUp, *setUpPath);
         members.FallBackTo(*setUp, *setUpPath);
     }
-    auto scenario = ReadScenarioMembers(members);
-    if (auto const steps = source.value.Find("steps")) {
-        CheckSteps(*steps, JsonPath(source.path, "steps"), scenario, check);
-    }
-    return scenario;
+    return ReadScenarioMembers(members);
 }
 
-void ForEachStep(ScenarioSource const& source, Scenario const& scenario, TakeStep const& take)
+ScenarioSteps::ScenarioSteps(ScenarioSource const& source, Scenario const& scenario, TakeStep const& check)
+    : m_path(source.path, stepsKey), m_ahead(StepsOf(source, m_path), m_path, scenario, check)
 {
-    auto const steps = source.value.Find("steps");
-    if (!steps) {
-        return;
+    if (m_ahead.HasFurther()) {
+        CheckSteps(*source.value.Find(stepsKey), m_path, scenario, check, m_ahead.First());
     }
-    JsonPath const path(source.path, "steps");
-    StepsAhead ahead(ReadArray(*steps, path), path, scenario);
-    for (std::size_t i = 0; auto* const step = ahead.Next(); ++i) {
-        take(*step, JsonPath(path, i));
+}
+
+void ScenarioSteps::TakeEach(TakeStep const& take)
+{
+    for (std::size_t i = 0; auto* const step = m_ahead.Next(); ++i) {
+        take(*step, JsonPath(m_path, i));
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/scenario/scenario_model.h"
+#include "cli/scenario/steps_ahead.h"
 #include "json/json_document.h"
 #include "json/json_path.h"
 
@@ -19,17 +20,27 @@ struct ScenarioSource
     JsonPath const* setUpsPath = nullptr;
 };
 
-/// The step is the callee's to change.
-using TakeStep = std::function<void(ScenarioStep& step, JsonPath const& path)>;
+/// Throws InvalidDocument for the first thing in the scenario or its set-up, but for its steps, that is wrong; keys
+/// that scenarios do not have are wrong.
+Scenario ReadScenario(ScenarioSource const& source);
 
-/// Throws InvalidDocument for the first thing in the scenario, its set-up or its steps that is wrong; keys that
-/// scenarios do not have are wrong. `check`, if there is one, looks at each step besides, whose tree is not there; of
-/// many steps it does so on two threads, in no order. Steps are not kept: there may be more of them than memory holds.
-Scenario ReadScenario(ScenarioSource const& source, TakeStep const& check = {});
+/// The steps of a scenario that was read, all of them sound. They are not kept, but for the first few: there may be
+/// more of them than memory holds.
+class ScenarioSteps
+{
+public:
+    /// Throws InvalidDocument for the first step that is wrong. `check`, if there is one, looks at each besides, whose
+    /// tree need not be there; of many it does so on two threads, in no order. Source and scenario must outlive this.
+    ScenarioSteps(ScenarioSource const& source, Scenario const& scenario, TakeStep const& check = {});
 
-/// Calls `take` on the calling thread with each step of a scenario, which was read from that source, one after the
-/// other. Further ones are read on another thread meanwhile.
-void ForEachStep(ScenarioSource const& source, Scenario const& scenario, TakeStep const& take);
+    /// Calls `take` on the calling thread with each step, one after the other; once. Further ones are read on another
+    /// thread meanwhile.
+    void TakeEach(TakeStep const& take);
+
+private:
+    JsonPath const m_path;
+    StepsAhead m_ahead;
+};
 
 /// Calls `run` with each scenario of a document: a scenario object, an array of them, or
 /// {"setups": {name: {...}}, "scenarios": [...]}. What is wrong around the scenarios, and with a set-up that none of

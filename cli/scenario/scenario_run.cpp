@@ -53,7 +53,7 @@ bool IsBuilt(StepKind kind)
     return FindFunction(kind) != nullptr;
 }
 
-void ScenarioRunner::Run(ScenarioSource const& source, Scenario const& scenario, ScenarioResults& results)
+void ScenarioRunner::Run(Scenario const& scenario, ScenarioSteps& steps, ScenarioResults& results)
 {
     TimezoneSetting const timezone(scenario.timezone);
     ScenarioStage stage(scenario.clock, m_folder);
@@ -61,7 +61,7 @@ void ScenarioRunner::Run(ScenarioSource const& source, Scenario const& scenario,
     ScenarioEvents events;
     stage.recorder.TakeEvents(events);
     results.SetUp(events);
-    ForEachStep(source, scenario, [&](ScenarioStep& step, JsonPath const& path) {
+    steps.TakeEach([&](ScenarioStep& step, JsonPath const& path) {
         RunStep(stage, step);
         stage.recorder.TakeEvents(events);
         results.Step(step, path, events);

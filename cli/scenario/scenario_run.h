@@ -30,10 +30,10 @@ class ScenarioRunner
 public:
     explicit ScenarioRunner(std::filesystem::path plugin) : m_plugin(std::move(plugin)) {}
 
-    /// Runs the scenario that was read from that source, whose steps must all be built, on the calling thread. No host
+    /// Runs a scenario, whose steps must all be built, on the calling thread. No host
     /// may live in the process. Throws std::runtime_error, with one line that says why, when it cannot be run: the
     /// plug-in is refused, or never settles. An exception that leaves a step is an event, not an error.
-    void Run(ScenarioSource const& source, Scenario const& scenario, ScenarioResults& results);
+    void Run(Scenario const& scenario, ScenarioSteps& steps, ScenarioResults& results);
 
 private:
     std::filesystem::path m_plugin;

@@ -5,9 +5,10 @@
 
 namespace qx5::cli {
 
-StepsAhead::StepsAhead(JsonItems const& steps, JsonPath const& path, Scenario const& scenario)
+StepsAhead::StepsAhead(JsonItems const& steps, JsonPath const& path, Scenario const& scenario, TakeStep const& check)
     : m_next(steps.begin()), m_end(steps.end()), m_path(path), m_scenario(scenario)
 {
+    Fill(m_batches.front(), check);
 }
 
 StepsAhead::~StepsAhead()
@@ -22,7 +23,7 @@ StepsAhead::~StepsAhead()
     }
 }
 
-void StepsAhead::Fill(Batch& batch)
+void StepsAhead::Fill(Batch& batch, TakeStep const& check)
 {
     batch.count = 0;
     batch.isLarge = false;
@@ -38,7 +39,12 @@ void StepsAhead::Fill(Batch& batch)
         if (batch.count == batch.steps.size()) {
             batch.steps.emplace_back();
         }
-        ReadStep(batch.steps[batch.count], *m_next, JsonPath(m_path, m_index), m_scenario, StepUse::Run);
+        JsonPath const path(m_path, m_index);
+        auto& step = batch.steps[batch.count];
+        ReadStep(step, *m_next, path, m_scenario, StepUse::Run);
+        if (check) {
+            check(step, path);
+        }
         ++batch.count;
         bytes += size;
     }
@@ -47,9 +53,7 @@ void StepsAhead::Fill(Batch& batch)
 ScenarioStep* StepsAhead::Next()
 {
     if (m_current == nullptr) {
-        // Few are read faster than a thread begins.
         m_current = m_batches.data();
-        Fill(*m_current);
         m_filled = 1;
         m_isRead = IsAtEnd();
         if (!m_isRead) {

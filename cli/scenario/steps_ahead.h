@@ -9,23 +9,32 @@
 #include <condition_variable>
 #include <cstddef>
 #include <exception>
+#include <functional>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 namespace qx5::cli {
 
-/// The steps of a scenario, one after the other. Of more than a few the further ones are read on a thread of its own
-/// while the ones before are run; how much is ahead is bounded, and a step with a large tree is ahead of nothing.
+/// Is told a step, to change as it likes, and where it stands.
+using TakeStep = std::function<void(ScenarioStep& step, JsonPath const& path)>;
+
+/// The steps of a scenario, one after the other. The first are read when this is made; of more than these the further
+/// ones are read on a thread of its own while the ones before are run. How much is ahead is bounded, and a step with a
+/// large tree is ahead of nothing.
 class StepsAhead
 {
 public:
-    /// The steps were checked and stand at `path`; scenario, path and document must outlive this.
-    StepsAhead(JsonItems const& steps, JsonPath const& path, Scenario const& scenario);
+    /// The steps stand at `path`; scenario, path and document must outlive this. Throws what reading one of the first
+    /// throws, and what `check` does, if there is one, which is told each of them.
+    StepsAhead(JsonItems const& steps, JsonPath const& path, Scenario const& scenario, TakeStep const& check);
     StepsAhead(StepsAhead const&) = delete;
     StepsAhead& operator=(StepsAhead const&) = delete;
     ~StepsAhead();
 
+    /// How many are read before Next is first called. The others are to be checked by then.
+    std::size_t First() const { return m_batches.front().count; }
+    bool HasFurther() const { return !IsAtEnd(); }
     /// The next step, for whoever calls to change until the next call; null after the last. Throws what reading it
     /// threw.
     ScenarioStep* Next();
@@ -46,7 +55,7 @@ private:
     };
 
     bool IsAtEnd() const { return m_next == m_end; }
-    void Fill(Batch& batch);
+    void Fill(Batch& batch, TakeStep const& check = {});
     void ReadOn();
     Batch& BatchOf(std::size_t number) { return m_batches[number % m_batches.size()]; }
 

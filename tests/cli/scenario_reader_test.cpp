@@ -18,7 +18,10 @@ Scenario Read(std::string const& text)
 {
     auto const document = ParseJson(text);
     JsonPath const root;
-    return ReadScenario({document.Root(), root, {}, nullptr});
+    ScenarioSource const source{document.Root(), root, {}, nullptr};
+    auto scenario = ReadScenario(source);
+    ScenarioSteps const steps(source, scenario);
+    return scenario;
 }
 
 std::string Refusal(std::string const& text)
@@ -148,8 +151,8 @@ TEST(ScenarioReader, ReadsEveryStep)
     JsonPath const root;
     ScenarioSource const source{document.Root(), root, {}, nullptr};
     std::vector<ScenarioStep> steps;
-    ForEachStep(source, ReadScenario(source),
-                [&](ScenarioStep const& step, JsonPath const&) { steps.push_back(step); });
+    auto const scenario = ReadScenario(source);
+    ScenarioSteps(source, scenario).TakeEach([&](ScenarioStep const& step, JsonPath const&) { steps.push_back(step); });
     ASSERT_EQ(steps.size(), 35U);
     EXPECT_EQ(steps[0].kind, StepKind::Request);
     EXPECT_EQ(steps[0].device, CDataId(1, 78, 1, 1));
@@ -207,6 +210,30 @@ TEST(ScenarioReader, SaysWhichOfManyStepsIsTheFirstThatIsWrong)
     }
 }
 
+TEST(ScenarioReader, TellsTheFirstStepThatIsWrongInWhateverWay)
+{
+    auto const refuseLook = [](ScenarioStep const& step, JsonPath const& path) {
+        if (step.kind == StepKind::Look) {
+            throw InvalidDocument(path, "not today");
+        }
+    };
+    std::string const look = "{\"look\":true}";
+    for (auto const& [first, second] :
+         {std::pair(3, 10), std::pair(10, 3), std::pair(70, 100), std::pair(20, 79'000)}) {
+        auto const document = ParseJson(Clocks(80'000, {{first, look}, {second, "7"}}));
+        JsonPath const root;
+        ScenarioSource const source{document.Root(), root, {}, nullptr};
+        auto const scenario = ReadScenario(source);
+        try {
+            ScenarioSteps const steps(source, scenario, refuseLook);
+            ADD_FAILURE();
+        } catch (InvalidDocument const& failure) {
+            EXPECT_EQ(failure.Path(), "$.steps[" + std::to_string(std::min(first, second)) + "]");
+            EXPECT_EQ(std::string(failure.what()) == "not today", first < second);
+        }
+    }
+}
+
 TEST(ScenarioReader, GivesManyStepsInTheirOrder)
 {
     for (int const count : {0, 1, 63, 64, 65, 128, 767, 768, 769, 5000}) {
@@ -215,7 +242,7 @@ TEST(ScenarioReader, GivesManyStepsInTheirOrder)
         ScenarioSource const source{document.Root(), root, {}, nullptr};
         auto const scenario = ReadScenario(source);
         int next = 0;
-        ForEachStep(source, scenario, [&](ScenarioStep const& step, JsonPath const& path) {
+        ScenarioSteps(source, scenario).TakeEach([&](ScenarioStep const& step, JsonPath const& path) {
             ASSERT_EQ(std::get<NumberArgument>(step.argument).value, next);
             ASSERT_EQ(path.ToText(), "$.steps[" + std::to_string(next) + "]");
             ++next;
@@ -235,7 +262,7 @@ TEST(ScenarioReader, GivesLargeStepsBetweenSmallOnes)
     auto const scenario = ReadScenario(source);
     std::vector<int> found;
     int next = 0;
-    ForEachStep(source, scenario, [&](ScenarioStep const& step, JsonPath const&) {
+    ScenarioSteps(source, scenario).TakeEach([&](ScenarioStep const& step, JsonPath const&) {
         if (step.kind == StepKind::Attributes) {
             found.push_back(next);
             ASSERT_EQ(std::get<TreeArgument>(step.argument).tree->Count(), nodes);
@@ -256,12 +283,11 @@ TEST(ScenarioReader, ReadsNoFurtherOnceAStepHasFailed)
     auto const scenario = ReadScenario(source);
     for (int const last : {0, 63, 64, 767, 768, 3999, 4000, 4999}) {
         int taken = 0;
-        EXPECT_THROW(ForEachStep(source, scenario,
-                                 [&](ScenarioStep const&, JsonPath const&) {
-                                     if (taken++ == last) {
-                                         throw std::runtime_error("enough");
-                                     }
-                                 }),
+        EXPECT_THROW(ScenarioSteps(source, scenario).TakeEach([&](ScenarioStep const&, JsonPath const&) {
+            if (taken++ == last) {
+                throw std::runtime_error("enough");
+            }
+        }),
                      std::runtime_error);
         EXPECT_EQ(taken, last + 1);
     }
