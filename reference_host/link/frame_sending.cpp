@@ -250,7 +250,16 @@ bool FrameSending::DrainOnce(asio::error_code& error)
         // The lock is let go after each piece: a sender waits for one system call at most.
         std::unique_lock lock(m_mutex);
         auto const front = m_queue.Front();
-        auto const sent = SendSome(front.first(std::min(front.size(), DrainBytes)), error);
+        std::size_t sent = 0;
+        if (m_queue.IsLongFirst()) {
+            // The system takes it at its best as a whole, in a call that may last: nobody is to wait for that. Senders
+            // leave the socket alone meanwhile, and these bytes stay where they are.
+            lock.unlock();
+            sent = SendSome(front.first(std::min(front.size(), turn)), error);
+            lock.lock();
+        } else {
+            sent = SendSome(front.first(std::min(front.size(), DrainBytes)), error);
+        }
         if (error) {
             return false;
         }

@@ -11,10 +11,8 @@ constexpr std::size_t KeptBytes = std::size_t{64} << 10;
 
 std::span<unsigned char const> SendQueue::Front() const
 {
-    if (m_head < m_bytes.size() || m_long.empty()) {
-        return std::span<unsigned char const>(m_bytes).subspan(m_head);
-    }
-    return m_long.front().frame.bytes.subspan(m_long.front().head);
+    return IsLongFirst() ? m_long.front().frame.bytes.subspan(m_long.front().head)
+                         : std::span<unsigned char const>(m_bytes).subspan(m_head);
 }
 
 void SendQueue::Append(std::span<unsigned char const> frame)

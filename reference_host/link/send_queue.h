@@ -31,6 +31,8 @@ public:
     bool IsEmpty() const { return m_count == 0; }
     /// What leaves next, the first bytes of all: not all of them where a long frame waits.
     std::span<unsigned char const> Front() const;
+    /// Whether that is of a long frame; it stays where it is until it is spent, whatever is appended.
+    bool IsLongFirst() const { return m_head == m_bytes.size() && !m_long.empty(); }
 
     /// Long frames do not take the room of the others, and neither does what leaves before one of them has left.
     bool HasRoom(std::size_t size) const
