@@ -127,7 +127,8 @@ Drain::Drain(int socket)
               std::uint64_t const total =
                   m_bytes.fetch_add(static_cast<std::uint64_t>(got)) + static_cast<std::uint64_t>(got);
               if (total >= m_wanted.load()) {
-                  m_bytes.notify_all();
+                  m_timesReached.fetch_add(1);
+                  m_timesReached.notify_all();
               }
           }
       })
@@ -143,8 +144,8 @@ Drain::~Drain()
 void Drain::WaitFor(std::uint64_t bytes)
 {
     m_wanted.store(bytes);
-    for (std::uint64_t have = m_bytes.load(); have < bytes; have = m_bytes.load()) {
-        m_bytes.wait(have);
+    for (auto times = m_timesReached.load(); m_bytes.load() < bytes; times = m_timesReached.load()) {
+        m_timesReached.wait(times);
     }
     m_wanted.store(~std::uint64_t{0});
 }

@@ -65,6 +65,8 @@ private:
     int m_socket;
     std::atomic<std::uint64_t> m_bytes{0};
     std::atomic<std::uint64_t> m_wanted{~std::uint64_t{0}};
+    /// Who waits for what changes with all that arrives never rests, and takes a processor from who sends.
+    std::atomic<std::uint32_t> m_timesReached{0};
     std::thread m_thread;
 };
 
