@@ -59,7 +59,7 @@ AttributeIndex::Location AttributeIndex::Locate(AttributeNode const& node, Attri
     std::uint32_t others = 0;
     auto const tag = TagOf(key.Hash());
     auto const first = Probe(node, tag, key.Text(), 0, Marks::Found, others);
-    if (m_entries[first].place != CrowdedPlace) {
+    if (first.entry->place != CrowdedPlace) {
         return {tag, first, others, false};
     }
     auto const textTag = TagOf(vordal::SaltedHash(key.Text()));
@@ -67,30 +67,31 @@ AttributeIndex::Location AttributeIndex::Locate(AttributeNode const& node, Attri
     return {textTag, firstOfText, others, true};
 }
 
-std::uint32_t AttributeIndex::Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text,
-                                    std::uint32_t occurrence, Marks marks, std::uint32_t& others) const
+AttributeIndex::Place AttributeIndex::Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text,
+                                            std::uint32_t occurrence, Marks marks, std::uint32_t& others) const
 {
-    for (auto at = First(tag, occurrence);; at = Next(at)) {
-        auto const& entry = m_entries[at];
-        if (entry.place == NoPlace) {
-            return at;
-        }
-        if (entry.tag != tag || entry.occurrence != occurrence) {
-            continue;
-        }
-        if (entry.place < CrowdedPlace) {
-            if (node.KeyAt(entry.place) == text) {
-                return at;
+    auto at = First(tag, occurrence);
+    auto const* entry = &m_entries[at];
+    while (entry->place != NoPlace) {
+        if (entry->tag == tag && entry->occurrence == occurrence) {
+            if (entry->place < CrowdedPlace) {
+                if (node.KeyAt(entry->place) == text) {
+                    return {at, entry};
+                }
+                ++others;
+            } else if (entry->place == CrowdedPlace && marks == Marks::Found) {
+                return {at, entry};
             }
-            ++others;
-        } else if (entry.place == CrowdedPlace && marks == Marks::Found) {
-            return at;
         }
+        at = Next(at);
+        // To find a block takes longer than to look at an entry.
+        entry = vordal::SharedBlocks<Entry>::BeginsBlock(at) ? &m_entries[at] : entry + 1;
     }
+    return {at, entry};
 }
 
-std::uint32_t AttributeIndex::ProbeFurther(AttributeNode const& node, Location const& location, AttributeKey const& key,
-                                           std::uint32_t occurrence) const
+AttributeIndex::Place AttributeIndex::ProbeFurther(AttributeNode const& node, Location const& location,
+                                                   AttributeKey const& key, std::uint32_t occurrence) const
 {
     std::uint32_t others = 0;
     return Probe(node, location.tag, key.Text(), occurrence, Marks::Passed, others);
@@ -118,7 +119,7 @@ AttributeIndex* AttributeIndex::MakeCrowded(AttributeNode const& node, Attribute
         }
         std::uint32_t others = 0;
         for (std::uint32_t occurrence = first.count; occurrence-- > 0;) {
-            auto& entry = index->m_entries.Own(index->Probe(node, tag, text, occurrence, Marks::Passed, others));
+            auto& entry = index->m_entries.Own(index->Probe(node, tag, text, occurrence, Marks::Passed, others).at);
             auto moved = entry;
             moved.tag = textTag;
             entry.place = RemovedPlace;
@@ -153,12 +154,12 @@ AttributeIndex* AttributeIndex::MakeRoom(AttributeIndex* index, std::uint64_t wa
 std::uint32_t AttributeIndex::Find(AttributeNode const& node, AttributeKey const& key, std::uint32_t occurrence) const
 {
     auto const location = Locate(node, key);
-    return m_entries[occurrence == 0 ? location.first : ProbeFurther(node, location, key, occurrence)].place;
+    return (occurrence == 0 ? location.first : ProbeFurther(node, location, key, occurrence)).entry->place;
 }
 
 std::uint32_t AttributeIndex::Count(AttributeNode const& node, AttributeKey const& key) const
 {
-    return m_entries[Locate(node, key).first].count;
+    return Locate(node, key).first.entry->count;
 }
 
 void AttributeIndex::Take(Entry const& entry)
@@ -176,8 +177,8 @@ void AttributeIndex::Append(AttributeNode const& node, AttributeIndex*& index, A
 {
     index = MakeRoom(index, 1);
     auto location = index->Locate(node, key);
-    if (index->m_entries[location.first].place != NoPlace) {
-        index->Take({location.tag, index->m_entries.Own(location.first).count++, place, 0});
+    if (location.first.entry->place != NoPlace) {
+        index->Take({location.tag, index->m_entries.Own(location.first.at).count++, place, 0});
         return;
     }
     if (location.others >= Crowd && !location.isByText) {
@@ -192,7 +193,7 @@ void AttributeIndex::Remove(AttributeNode const& node, AttributeKey const& key, 
 {
     auto const location = Locate(node, key);
     auto const entryOf = [&](std::uint32_t wanted) -> Entry& {
-        return m_entries.Own(wanted == 0 ? location.first : ProbeFurther(node, location, key, wanted));
+        return m_entries.Own((wanted == 0 ? location.first : ProbeFurther(node, location, key, wanted)).at);
     };
     auto const count = entryOf(0).count--;
     for (auto i = occurrence; i + 1 < count; ++i) {

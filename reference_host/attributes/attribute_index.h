@@ -53,11 +53,17 @@ private:
         /// In an entry for the first occurrence the number of occurrences.
         std::uint32_t count = 0;
     };
+    /// Where a search has ended; the entry is good until something is changed.
+    struct Place
+    {
+        std::uint32_t at;
+        Entry const* entry;
+    };
     /// Where the occurrences of a key are found.
     struct Location
     {
         std::uint32_t tag;
-        std::uint32_t first;  ///< the entry of occurrence 0, or a free one when there is none
+        Place first;          ///< the entry of occurrence 0, or a free one when there is none
         std::uint32_t others; ///< keys of that tag that were passed
         bool isByText;        ///< the tag is that of the key's text, because that of its hash is crowded
     };
@@ -78,13 +84,13 @@ private:
         Found,
         Passed,
     };
-    /// The number of the entry, or of the free one that the search for it ends at, or with Marks::Found of the one that
-    /// marks the tag as crowded. `others` counts what has the same tag and occurrence and another text.
-    std::uint32_t Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text, std::uint32_t occurrence,
-                        Marks marks, std::uint32_t& others) const;
+    /// The entry, or the free one that the search for it ends at, or with Marks::Found the one that marks the tag as
+    /// crowded. `others` counts what has the same tag and occurrence and another text.
+    Place Probe(AttributeNode const& node, std::uint32_t tag, std::wstring_view text, std::uint32_t occurrence,
+                Marks marks, std::uint32_t& others) const;
     /// The entry of a further occurrence of a key that was located.
-    std::uint32_t ProbeFurther(AttributeNode const& node, Location const& location, AttributeKey const& key,
-                               std::uint32_t occurrence) const;
+    Place ProbeFurther(AttributeNode const& node, Location const& location, AttributeKey const& key,
+                       std::uint32_t occurrence) const;
     /// Marks the tag as crowded and takes the keys of that hash to the tags of their texts.
     [[nodiscard]] static AttributeIndex* MakeCrowded(AttributeNode const& node, AttributeIndex* index,
                                                      std::uint32_t tag);

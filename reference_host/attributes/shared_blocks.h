@@ -49,6 +49,9 @@ public:
         return static_cast<Block const*>(piece)->entries[at & blockMask];
     }
 
+    /// Whether the entry does not follow the one before it in memory.
+    static bool BeginsBlock(std::uint32_t at) { return (at & blockMask) == 0; }
+
     /// The entry for writing.
     Entry& Own(std::uint32_t at)
     {
