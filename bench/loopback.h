@@ -58,6 +58,7 @@ public:
     ~Drain();
 
     std::uint64_t Bytes() const { return m_bytes.load(); }
+    std::thread::native_handle_type Thread() { return m_thread.native_handle(); }
     /// Waits until so many bytes have arrived in all.
     void WaitFor(std::uint64_t bytes);
 

@@ -1,6 +1,7 @@
-// Keeping all threads of the process on one processor.
+// Keeping threads of the process on one processor: all of them, or two.
 #include "one_processor.h"
 
+#include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -30,20 +31,39 @@ void PutAllThreadsOn(cpu_set_t const& processors)
     }
 }
 
-} // namespace
-
-OnOneProcessor::OnOneProcessor()
+/// The processor that the caller is on, once all of them are known.
+cpu_set_t OwnProcessor()
 {
     AllProcessors();
     cpu_set_t one;
     CPU_ZERO(&one);
     CPU_SET(static_cast<unsigned>(sched_getcpu()), &one);
-    PutAllThreadsOn(one);
+    return one;
+}
+
+} // namespace
+
+OnOneProcessor::OnOneProcessor()
+{
+    PutAllThreadsOn(OwnProcessor());
 }
 
 OnOneProcessor::~OnOneProcessor()
 {
     PutAllThreadsOn(AllProcessors());
+}
+
+OnCallersProcessor::OnCallersProcessor(std::thread::native_handle_type other) : m_other(other)
+{
+    auto const one = OwnProcessor();
+    pthread_setaffinity_np(pthread_self(), sizeof one, &one);
+    pthread_setaffinity_np(m_other, sizeof one, &one);
+}
+
+OnCallersProcessor::~OnCallersProcessor()
+{
+    pthread_setaffinity_np(m_other, sizeof AllProcessors(), &AllProcessors());
+    pthread_setaffinity_np(pthread_self(), sizeof AllProcessors(), &AllProcessors());
 }
 
 } // namespace bench

@@ -1,4 +1,5 @@
 // Requests while three other sonars tell their water columns: with and without a recorder that takes all of it.
+#include "one_processor.h"
 #include "recording_folder.h"
 #include "stage.h"
 
@@ -101,6 +102,7 @@ void TakeRequests(Stage& stage, qx5::operation::OperatorDesk& desk, Recorder con
     auto& sonar = stage.Drained().GetDevice();
     WatchOn(stage.Drained(), recorder);
     stage.OnHostLive([&] {
+        OnCallersProcessor const placement(stage.DrainThread().Thread());
         desk.Join(stage.Host());
         desk.Tap().Set(recorder);
         auto arrived = stage.DrainThread().Bytes();
